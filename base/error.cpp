@@ -1,0 +1,37 @@
+#include "base/error.h"
+
+#include <array>
+#include <utility>
+
+namespace base {
+
+RuntimeError::RuntimeError(int number, QString text) : number_(number), text_(std::move(text)), utf8_(text_.toUtf8()) {}
+
+RuntimeError runtimeError(int number)
+{
+    static constexpr std::array texts = {
+        std::pair{errors::invalidCall, "Invalid procedure call or argument"},
+        std::pair{errors::overflow, "Overflow"},
+        std::pair{errors::subscript, "Subscript out of range"},
+        std::pair{errors::divisionByZero, "Division by zero"},
+        std::pair{errors::typeMismatch, "Type mismatch"},
+        std::pair{errors::fileNotFound, "File not found"},
+        std::pair{errors::inputPastEnd, "Input past end of file"},
+        std::pair{errors::deviceUnavailable, "Device unavailable"},
+        std::pair{errors::notSet, "Object variable or With block variable not set"},
+        std::pair{errors::invalidNull, "Invalid use of Null"},
+        std::pair{errors::noControl, "Control array element doesn't exist"},
+        std::pair{errors::invalidProperty, "Invalid property value"},
+        std::pair{errors::readOnlyText, "'Text' property is read-only"},
+        std::pair{errors::printer, "Printer error"},
+        std::pair{errors::noEdit, "Update or CancelUpdate without AddNew or Edit."},
+        std::pair{errors::noCurrentRecord, "No current record."},
+        std::pair{errors::recordDeleted, "Record is deleted."},
+        std::pair{errors::dataConversion, "Data type conversion error."},
+    };
+    for (const auto& [known, text] : texts)
+        if (known == number) return {number, QString::fromLatin1(text)};
+    return {number, QStringLiteral("Error %1").arg(number)};
+}
+
+} // namespace base

@@ -1,0 +1,25 @@
+# Shared by every folder: warnings, sanitizers, and the two ways to declare a target.
+
+add_library(strict_warnings INTERFACE)
+target_compile_options(strict_warnings INTERFACE -Wall -Wextra -Werror)
+
+if(PRESVA_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+# presva_room(NAME SOURCES...): the static library of one folder.
+function(presva_room name)
+    add_library(${name} STATIC ${ARGN})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE strict_warnings)
+endfunction()
+
+# presva_test(NAME LIBRARIES...): tests/<folder>/<NAME>.cpp as one Qt Test program.
+function(presva_test name)
+    add_executable(${name} ${name}.cpp)
+    set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    target_link_libraries(${name} PRIVATE strict_warnings Qt6::Test ${ARGN})
+    add_test(NAME ${name} COMMAND ${name})
+endfunction()

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace jet {
+
+/// Why the engine cannot go on. Callers branch on this; people read Error::what().
+enum class Fault {
+    notFound,         ///< no file at that path
+    isFolder,         ///< the path names a folder
+    notADatabase,     ///< no Jet signature, or shorter than a database can be
+    oldFormat,        ///< Access 97 or older (Jet 3)
+    newFormat,        ///< Access 2007 or newer (.accdb)
+    password,         ///< protected by a database password
+    encoded,          ///< pages are encoded
+    cutShort,         ///< the file ends in the middle of a page, or before pages that it refers to
+    inUse,            ///< another program has it open
+    noPermission,     ///< the system refuses access
+    readOnly,         ///< a write to a file, table or index that may only be read
+    damaged,          ///< bytes on a page contradict the format
+    disk,             ///< the system reported a read, write or sync error; a full disk too
+    noSuchTable,      ///< table, column or index of that name does not exist
+    exists,           ///< a file or object of that name is already there
+    badValue,         ///< a value does not fit its column
+    required,         ///< a required column would be left empty
+    duplicate,        ///< a unique index already has that key
+    indexNotWritable, ///< an index of the table cannot be kept true, so the table is not written
+    syntax,           ///< an SQL text that cannot be understood
+    unsupported,      ///< understood, but not something this engine does
+};
+
+/// The one exception of the engine: a fault and one UTF-8 sentence in Turkish that says what, where and what to do.
+class Error : public std::runtime_error {
+public:
+    Error(Fault fault, const std::string& sentence) : std::runtime_error(sentence), fault_(fault) {}
+    Fault fault() const noexcept { return fault_; }
+
+private:
+    Fault fault_;
+};
+
+} // namespace jet

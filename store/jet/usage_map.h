@@ -1,0 +1,33 @@
+#pragma once
+
+#include "store/jet/format.h"
+#include "store/jet/pager.h"
+
+#include <vector>
+
+namespace jet {
+
+/// Where a usage map stands: a slot of a row page.
+struct MapRef {
+    std::uint8_t slot = 0;
+    PageNo page = 0;
+    bool none() const { return page == 0; }
+    auto operator<=>(const MapRef&) const = default;
+};
+
+/// Page numbers set in the map, ascending. Bits past the end of the file are left out.
+/// Throws damaged when the map's bytes contradict the format.
+std::vector<PageNo> mapPages(Pager& pager, MapRef map);
+bool mapHas(Pager& pager, MapRef map, PageNo page);
+/// Sets a page's bit; grows, re-bases or converts the map when the page lies outside its range. In a transaction.
+void mapSet(Pager& pager, MapRef map, PageNo page);
+/// Clears a page's bit; nothing when it lies outside the map. In a transaction.
+void mapClear(Pager& pager, MapRef map, PageNo page);
+
+/// Takes a page out of the file's free set, growing the file when none is left. Its content is zeroed. In a transaction.
+PageNo allocatePage(Pager& pager);
+/// Gives a page back: `tombstone` becomes its type byte. The caller has removed it from every owner's map. In a
+/// transaction.
+void freePage(Pager& pager, PageNo page, PageType tombstone = PageType::blank);
+
+} // namespace jet
