@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QChar>
+#include <QString>
+#include <array>
+
+namespace base {
+
+/// How one user writes numbers and dates: the marks, the currency and the names of months and days.
+/// A plain value, always passed on explicitly: no conversion looks at the machine by itself, so a test runs
+/// Turkish and English settings on any computer.
+struct Regional {
+    QChar group = u'.';   ///< mark between groups of three digits; skipped wherever it stands when reading; may be null
+    QChar decimal = u','; ///< mark before the decimals
+    QString currency;     ///< accepted once around a number when reading, never written
+    QChar timeSeparator = u':';
+    QChar dateSeparator = u'.';
+    std::array<QString, 12> months; ///< full names, January first
+    std::array<QString, 7> days;    ///< full names, Monday first
+    QString shortDate;              ///< pattern of formatDate(), for example "dd.mm.yyyy"
+    QString longTime;               ///< pattern of formatDate(), for example "hh:mm:ss"
+
+    /// The regional settings of this user, overrides of single categories (number marks, date names) included.
+    static Regional system();
+    /// 1.234,50 and 05.11.2024, Turkish names, currency TL.
+    static Regional turkish();
+    /// 1,234.50 and 11/5/2024, English names, currency $.
+    static Regional english();
+};
+
+} // namespace base
