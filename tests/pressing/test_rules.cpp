@@ -1,0 +1,278 @@
+#include "paper_screen.h"
+
+#include <QtTest>
+
+using pressing::Field;
+
+/// What follows from one display of a station having changed.
+class Rules : public QObject {
+    Q_OBJECT
+
+    PaperScreen screen{base::Regional::turkish()};
+    QString shown(Field field, int station = 0) const { return screen.caption(field, station); }
+
+private slots:
+    void init() { screen = PaperScreen(base::Regional::turkish()); }
+
+    void aDayAtTheCounterIsWorkedOutAsOnPaper()
+    {
+        screen.setCaption(Field::Label2, 0, "1000");
+        QCOMPARE(shown(Field::Label2), "1.000");
+        QCOMPARE(shown(Field::Label3), "900");
+        screen.put(Field::Haklbl, "12");
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(shown(Field::HakTut), "108");
+        QCOMPARE(shown(Field::Verilen), "792");
+        screen.setCaption(Field::Label3, 0, "850");
+        QCOMPARE(shown(Field::HakTut), "102");
+        QCOMPARE(shown(Field::Verilen), "748");
+    }
+
+    void oilIsPresetToNineTenthsOfTheOlives_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("olives");
+        QTest::addColumn<QString>("oil");
+        QTest::newRow("round") << "1000" << "1.000" << "900";
+        QTest::newRow("fraction") << "1.234,5" << "1.234,50" << "1.111";
+        QTest::newRow("up") << "1235" << "1.235" << "1.112";
+        QTest::newRow("one") << "1" << "1" << "1";
+        QTest::newRow("half goes up") << "5" << "5" << "5";
+        QTest::newRow("thirteen and a half") << "15" << "15" << "14";
+        QTest::newRow("forty five") << "45" << "45" << "41";
+        QTest::newRow("thousand and five") << "1005" << "1.005" << "905";
+        QTest::newRow("under a half") << "0,55" << "0,55" << "0";
+        QTest::newRow("over a half") << "0,60" << "0,60" << "1";
+        QTest::newRow("two and a half") << "2,78" << "2,78" << "3";
+    }
+    void oilIsPresetToNineTenthsOfTheOlives()
+    {
+        QFETCH(QString, typed);
+        screen.setCaption(Field::Label2, 0, typed);
+        QTEST(shown(Field::Label2), "olives");
+        QTEST(shown(Field::Label3), "oil");
+        QVERIFY(screen.printing[0]);
+    }
+
+    void noOlivesKeepTheOilAndDisablePrinting_data()
+    {
+        QTest::addColumn<QString>("olives");
+        QTest::addColumn<bool>("printing");
+        QTest::newRow("zero") << "0" << false;
+        QTest::newRow("emptied") << "" << false;
+        QTest::newRow("negative can be printed") << "-20" << true;
+    }
+    void noOlivesKeepTheOilAndDisablePrinting()
+    {
+        QFETCH(QString, olives);
+        screen.setCaption(Field::Label2, 0, "1000");
+        screen.setCaption(Field::Label3, 0, "850");
+        screen.setCaption(Field::Label2, 0, olives);
+        QCOMPARE(shown(Field::Label3), "850");
+        QTEST(screen.printing[0], "printing");
+    }
+
+    void fractionalOilKeepsTheEntitlementAndWholeOilClearsIt()
+    {
+        screen.put(Field::HakTut, "102");
+        screen.setCaption(Field::Label3, 0, "850,5");
+        QCOMPARE(shown(Field::Label3), "850,5");
+        QCOMPARE(shown(Field::HakTut), "102");
+        screen.setCaption(Field::Label3, 0, "850");
+        QCOMPARE(shown(Field::HakTut), "0");
+    }
+
+    void oilWithoutOlivesGivesNoEntitlement()
+    {
+        screen.put(Field::Haklbl, "12");
+        screen.put(Field::HakTut, "50");
+        screen.putEntitlement(true);
+        screen.setCaption(Field::Label3, 0, "850,5");
+        QCOMPARE(shown(Field::HakTut), "0");
+    }
+
+    void percentageSetAtOnceIsCut_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("percentage");
+        QTest::newRow("three digits") << "123" << "12";
+        QTest::newRow("five characters stay") << "12,345" << "12,34";
+        QTest::newRow("two decimals") << "12,75" << "12,75";
+        QTest::newRow("dangling mark") << "12," << "12";
+        QTest::newRow("zero decimal") << "12,0" << "12";
+        QTest::newRow("cut to a whole") << "12,004" << "12";
+        QTest::newRow("emptied") << "" << "0";
+    }
+    void percentageSetAtOnceIsCut()
+    {
+        QFETCH(QString, text);
+        screen.put(Field::Haklbl, "1");
+        screen.putActive(Field::Haklbl);
+        screen.setCaption(Field::Haklbl, 0, text);
+        QTEST(shown(Field::Haklbl), "percentage");
+    }
+
+    void percentageRecalledWhileAnotherFieldIsEditedChangesNothingElse()
+    {
+        screen.put(Field::Label3, "900");
+        screen.putActive(Field::TxtLbl);
+        screen.setCaption(Field::Haklbl, 0, "12,345");
+        QCOMPARE(shown(Field::Haklbl), "12,345");
+        QCOMPARE(shown(Field::HakTut), "");
+    }
+
+    void productsJustBelowAHalfRoundUp_data()
+    {
+        QTest::addColumn<QString>("percentage");
+        QTest::addColumn<QString>("oil");
+        QTest::addColumn<QString>("entitlement");
+        QTest::newRow("2,28") << "2,28" << "1.250" << "29";
+        QTest::newRow("2,3") << "2,3" << "1.500" << "35";
+        QTest::newRow("4,1") << "4,1" << "1.500" << "62";
+        QTest::newRow("4,6") << "4,6" << "750" << "35";
+        QTest::newRow("5,1") << "5,1" << "1.500" << "77";
+        QTest::newRow("8,12") << "8,12" << "1.250" << "102";
+    }
+    void productsJustBelowAHalfRoundUp()
+    {
+        QFETCH(QString, percentage);
+        QFETCH(QString, oil);
+        screen.put(Field::Label3, oil);
+        screen.put(Field::Haklbl, percentage);
+        pressing::entitlementSwitched(screen, 0);
+        QTEST(shown(Field::HakTut), "entitlement");
+    }
+
+    void entitlementAboveTheOilGivesANegativeHandOver()
+    {
+        screen.put(Field::Label3, "100");
+        screen.setCaption(Field::HakTut, 0, "120");
+        QCOMPARE(shown(Field::Verilen), "-20");
+    }
+
+    void switchingOnTakesTheFeeAndSwitchingOffDoesNotBringItBack()
+    {
+        screen.put(Field::Label3, "900");
+        screen.put(Field::Haklbl, "12");
+        screen.put(Field::NakitLbl, "250");
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(shown(Field::NakitLbl), "0");
+        QVERIFY(screen.frame3[0]);
+        QCOMPARE(screen.switchCaption[0], "Hak Ediş Var");
+        QVERIFY(pressing::entitlementOfCurrent(screen));
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(shown(Field::NakitLbl), "0");
+        QCOMPARE(shown(Field::HakTut), "0");
+        QVERIFY(!screen.frame3[0]);
+        QCOMPARE(screen.switchCaption[0], "Hak Ediş Yok");
+        QVERIFY(!pressing::entitlementOfCurrent(screen));
+    }
+
+    void switchingOnBeforeAnyPercentageGivesZero()
+    {
+        screen.put(Field::Label3, "900");
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(shown(Field::HakTut), "0");
+    }
+
+    void entitlementBelongsToTheCurrentStation()
+    {
+        screen.put(Field::Label3, "900", 1);
+        screen.put(Field::Haklbl, "10", 1);
+        screen.current = 1;
+        pressing::entitlementSwitched(screen, 1);
+        QVERIFY(pressing::entitlementOfCurrent(screen));
+        screen.current = 0;
+        QVERIFY(!pressing::entitlementOfCurrent(screen));
+        screen.setCaption(Field::Label3, 0, "500");
+        QCOMPARE(shown(Field::HakTut), "0");
+        screen.current = 1;
+        QVERIFY(pressing::entitlementOfCurrent(screen));
+        screen.current = 999;
+        QVERIFY(!pressing::entitlementOfCurrent(screen));
+    }
+
+    void anErrorInsideTheSwitchStillLeavesTheModeEqualToTheFrame()
+    {
+        screen.put(Field::Label3, "900");
+        screen.put(Field::Haklbl, "1e");
+        QVERIFY_EXCEPTION_THROWN(pressing::entitlementSwitched(screen, 0), base::RuntimeError);
+        QVERIFY(screen.frame3[0]);
+        QVERIFY(pressing::entitlementOfCurrent(screen));
+    }
+
+    void clearingTheCustomerResetsTheStation()
+    {
+        screen.setCaption(Field::Label2, 0, "1000");
+        screen.put(Field::Haklbl, "12");
+        pressing::entitlementSwitched(screen, 0);
+        screen.put(Field::NakitLbl, "50");
+        screen.setContainers(0, 7);
+        screen.panel[0] = true;
+        screen.setCaption(Field::Label4, 0, "7 Kap");
+        screen.put(Field::TxtLbl, "");
+        pressing::customerCleared(screen, 0);
+        QCOMPARE(shown(Field::Label2), "0");
+        QCOMPARE(shown(Field::Label3), "900");
+        QCOMPARE(shown(Field::HakTut), "0");
+        QCOMPARE(shown(Field::NakitLbl), "0");
+        QCOMPARE(shown(Field::Haklbl), "12");
+        QCOMPARE(shown(Field::Label4), "0 Kap");
+        QCOMPARE(screen.switchCaption[0], "Hak Ediş Yok");
+        QVERIFY(!screen.frame3[0] && !screen.printing[0] && !screen.panel[0]);
+        QVERIFY(!pressing::entitlementOfCurrent(screen));
+        QCOMPARE(screen.count[0], 0.0f);
+    }
+
+    void containersCountDownToAHiddenPanel()
+    {
+        screen.setContainers(0, 2);
+        screen.panel[0] = true;
+        screen.setCaption(Field::Label4, 0, "2 Kap");
+        QVERIFY(screen.panel[0]);
+        pressing::containerFilled(screen, 0);
+        QCOMPARE(shown(Field::Label4), "1 Kap");
+        QVERIFY(screen.panel[0]);
+        pressing::containerFilled(screen, 0);
+        QCOMPARE(shown(Field::Label4), "0 Kap");
+        QVERIFY(!screen.panel[0]);
+        screen.takeEvents();
+        pressing::containerFilled(screen, 0);
+        QCOMPARE(screen.takeEvents(), QStringList());
+        QCOMPARE(screen.count[0], 0.0f);
+    }
+
+    void droppingTheContainersHidesThePanelAndKeepsTheCaption()
+    {
+        screen.setContainers(1, 5);
+        screen.panel[1] = true;
+        screen.setCaption(Field::Label4, 1, "5 Kap");
+        pressing::containersDropped(screen, 1);
+        QCOMPARE(screen.count[1], 0.0f);
+        QVERIFY(!screen.panel[1]);
+        QCOMPARE(shown(Field::Label4, 1), "5 Kap");
+    }
+
+    void aContainerCaptionIsTheCountUngrouped()
+    {
+        QCOMPARE(pressing::containerCaption(0), "0 Kap");
+        QCOMPARE(pressing::containerCaption(1234), "1234 Kap");
+        screen.setContainers(0, 3);
+        screen.setCaption(Field::Label4, 0, "something");
+        QCOMPARE(shown(Field::Label4), "3 Kap");
+        QVERIFY(screen.centred[0] > 0);
+    }
+
+    void aStationBeyondTheSecondIsAnError()
+    {
+        try {
+            screen.setCaption(Field::Label2, 999, "5");
+            QFAIL("no error");
+        } catch (const base::RuntimeError& error) {
+            QCOMPARE(error.number(), base::errors::noControl);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(Rules)
+#include "test_rules.moc"

@@ -1,0 +1,190 @@
+#include "paper_screen.h"
+
+#include <QtTest>
+
+namespace {
+
+using pressing::Field;
+
+struct Row {
+    QString name, action, after, events, end;
+};
+
+QList<Row> walkRows()
+{
+    QFile file(QStringLiteral(WALKS_FILE));
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    QList<Row> rows;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#'))) continue;
+        QStringList c = line.split(QLatin1Char('\t'));
+        while (c.size() < 5) c << QString();
+        rows << Row{c[0], c[1], c[2], c[3], c[4]};
+    }
+    return rows;
+}
+
+Field fieldNamed(const QString& name)
+{
+    for (Field field : pressing::allFields)
+        if (pressing::nameOf(field) == name) return field;
+    qFatal("no display of that name");
+}
+
+int keyOf(const QString& text)
+{
+    if (text == QLatin1String("Boşluk")) return pressing::keys::space;
+    for (int k = 0; k < pressing::keyCount; ++k)
+        if (QString::compare(pressing::keyCaptions()[k], text, Qt::CaseInsensitive) == 0) return k;
+    qFatal("no key of that caption");
+}
+
+bool isEnglish(const QString& name)
+{
+    return name.startsWith(QLatin1String("WI")) || (name.size() == 4 && (name.startsWith(QLatin1String("WM1")) ||
+                                                                          name.startsWith(QLatin1String("WN1"))));
+}
+
+/// The state that the steps of a walk start from.
+void start(PaperScreen& screen, const QString& name)
+{
+    const QString walk = name.left(2);
+    const bool english = isEnglish(name);
+    const bool on = walk == "WJ" || walk == "WL" || walk == "WR" || QStringList{"WA", "WB", "WC", "WD", "WE", "WF",
+                                                                                   "WG", "WH", "WI"}.contains(walk);
+    screen.put(Field::TxtLbl, "Ali");
+    screen.put(Field::Label2, english ? "1,000" : "1.000");
+    screen.put(Field::Label3, "900");
+    screen.put(Field::Haklbl, "0");
+    screen.put(Field::HakTut, "0");
+    screen.put(Field::Verilen, "900");
+    screen.put(Field::NakitLbl, "0");
+    screen.putEntitlement(on);
+    if (walk <= "WI") {
+        screen.put(Field::Label3, "850");
+        screen.put(Field::Verilen, "850");
+        screen.putActive(Field::Haklbl);
+    }
+    if (walk == "WG") {
+        screen.put(Field::Haklbl, "12,7");
+        screen.put(Field::HakTut, "108");
+        screen.put(Field::Verilen, "742");
+    }
+    if (walk == "WJ" || walk == "WL") {
+        screen.put(Field::Haklbl, "12");
+        screen.put(Field::HakTut, "108");
+        screen.put(Field::Verilen, "792");
+        screen.putActive(Field::Label3);
+    }
+    if (walk == "WK") screen.putActive(Field::Label3);
+    if (walk == "WM" || walk == "WN" || walk == "WO" || walk == "WP") screen.putActive(Field::NakitLbl);
+    if (walk == "WO") screen.put(Field::NakitLbl, "12,5");
+    if (walk == "WP") screen.put(Field::NakitLbl, "1.250");
+    if (walk == "WQ" || walk == "WR") {
+        for (Field field : {Field::Label2, Field::Label3, Field::HakTut, Field::Verilen}) screen.put(field, "0");
+        screen.putActive(Field::Label2);
+        if (walk == "WR") screen.put(Field::Haklbl, "12");
+    }
+}
+
+} // namespace
+
+/// Keys and program-set captions, one after another, with every change event and its nesting.
+class Walks : public QObject {
+    Q_OBJECT
+
+private slots:
+    void everyKeyLeavesTheseCaptionsAndEvents_data()
+    {
+        QTest::addColumn<QString>("walk");
+        QStringList seen;
+        for (const Row& row : walkRows()) {
+            QString walk = row.name.left(2);
+            if (walk == "WS" || walk == "WT" || walk == "WU") walk = row.name; // each stands alone
+            if (isEnglish(row.name)) walk += " en";
+            if (!seen.contains(walk)) {
+                seen << walk;
+                QTest::newRow(qPrintable(walk)) << walk;
+            }
+        }
+        QVERIFY(seen.size() > 30);
+    }
+
+    void everyKeyLeavesTheseCaptionsAndEvents()
+    {
+        QFETCH(QString, walk);
+        const bool english = walk.endsWith(QLatin1String(" en"));
+        const QString name = walk.section(QLatin1Char(' '), 0, 0);
+        PaperScreen screen(english ? base::Regional::english() : base::Regional::turkish());
+        start(screen, english ? name + "11" : name);
+
+        int steps = 0;
+        for (const Row& row : walkRows()) {
+            const bool alone = name.size() > 2;
+            if (alone ? row.name != name : row.name.left(2) != name || isEnglish(row.name) != english) continue;
+            ++steps;
+            bool typeMismatch = false;
+            try {
+                act(screen, row);
+            } catch (const base::RuntimeError& error) {
+                QCOMPARE(error.number(), base::errors::typeMismatch);
+                typeMismatch = true;
+            }
+            QVERIFY2(typeMismatch == (row.end == "E13"), qPrintable(row.name));
+            const QString events = screen.takeEvents().join(QLatin1Char(';'));
+            QVERIFY2(events == row.events,
+                     qPrintable(row.name + "\n found    " + events + "\n expected " + row.events));
+            for (const QString& after : row.after.split(QLatin1Char(';'))) {
+                const QString label = after.section('=', 0, 0), text = after.section('=', 1);
+                const QString found = screen.caption(fieldNamed(label), 0);
+                QVERIFY2(found == text, qPrintable(row.name + ": " + label + " is " + found + ", not " + text));
+            }
+        }
+        QVERIFY(steps > 0);
+        QVERIFY(screen.deepest <= 8);
+    }
+
+private:
+    static void act(PaperScreen& screen, const Row& row)
+    {
+        if (row.action.startsWith("key ")) return pressing::keyPressed(screen, screen, keyOf(row.action.mid(4)));
+
+        static const QRegularExpression oil("^set (.*) (on|off)$");
+        if (const auto m = oil.match(row.action); m.hasMatch()) {
+            const bool on = m.captured(2) == "on";
+            screen.putEntitlement(on);
+            screen.put(Field::Haklbl, on ? "12" : "0");
+            screen.put(Field::HakTut, on ? "108" : "0");
+            screen.put(Field::Verilen, on ? "792" : "900");
+            return screen.setCaption(Field::Label3, 0, m.captured(1));
+        }
+
+        static const QRegularExpression fee("^(press fee=|fee )(.*) active (\\w+)=(.*)$");
+        const auto m = fee.match(row.action);
+        QVERIFY2(m.hasMatch(), qPrintable(row.action));
+        const bool press = m.captured(1).startsWith("press");
+        const Field active = fieldNamed(m.captured(3));
+        screen.put(Field::Haklbl, "12");
+        screen.put(active, m.captured(4));
+        screen.putActive(active);
+        if (active == Field::Label2 && m.captured(4) == "1.234,50") {
+            screen.put(Field::Label3, "1.111");
+            screen.put(Field::Verilen, "1.111");
+        }
+        if (active == Field::Label3 && m.captured(4) == "850,5") screen.put(Field::Verilen, "851");
+        if (row.name == "WT8") { // nothing to share, and a hand-over left from before
+            screen.put(Field::Haklbl, "0");
+            screen.put(Field::Verilen, "792");
+        }
+        if (press) {
+            screen.put(Field::NakitLbl, m.captured(2));
+            pressing::entitlementSwitched(screen, 0);
+        } else {
+            if (row.name == "WU10") screen.put(Field::NakitLbl, "7");
+            screen.setCaption(Field::NakitLbl, 0, m.captured(2));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(Walks)
+#include "test_walks.moc"
