@@ -8,8 +8,8 @@ namespace pressing {
 const std::array<QString, keyCount>& keyCaptions()
 {
     static const std::array<QString, keyCount> captions = {
-        "A", "B", "C", "Ç", "D", "E", "F", "G", "Ğ",  "H",        "I",        "İ",  "J", "K", "L", "M", "N",
-        "O", "Ö", "P", "R", "S", "Ş", "T", "U", "Ü",  "V",        "Y",        "Z",  "W", "Q", "X", ",", "Geri Sil",
+        "A",       "B",  "C", "Ç", "D", "E", "F", "G", "Ğ", "H", "I", "İ", "J",   "K",  "L", "M", "N",
+        "O",       "Ö",  "P", "R", "S", "Ş", "T", "U", "Ü", "V", "Y", "Z", "W",   "Q",  "X", ",", "Geri Sil",
         " Boşluk", "00", "0", "9", "8", "7", "6", "5", "4", "3", "2", "1", "Sil", "AB", "*"};
     return captions;
 }
@@ -38,15 +38,23 @@ void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
         return;
 
     switch (key) {
-    case keys::clear: screen.setActiveCaption(QString()); break;
-    case keys::letterCase: keypad.toggleCapitals(); break;
+    case keys::clear:
+        screen.setActiveCaption(QString());
+        break;
+    case keys::letterCase:
+        keypad.toggleCapitals();
+        break;
     case keys::backspace: {
         const QString text = screen.activeCaption();
         if (!text.isEmpty()) screen.setActiveCaption(text.chopped(1));
         break;
     }
-    case keys::space: screen.setActiveCaption(screen.activeCaption() + QLatin1Char(' ')); break;
-    default: screen.setActiveCaption(screen.activeCaption() + keyText); break;
+    case keys::space:
+        screen.setActiveCaption(screen.activeCaption() + QLatin1Char(' '));
+        break;
+    default:
+        screen.setActiveCaption(screen.activeCaption() + keyText);
+        break;
     }
     if (!keypad.capitals()) keypad.IlkHarfBuyut();
 }

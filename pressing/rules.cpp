@@ -88,8 +88,8 @@ void feeChanged(StationScreen& screen, int station)
 {
     if (screen.caption(Field::NakitLbl, station).isEmpty()) screen.setCaption(Field::NakitLbl, station, zero);
     const bool fractional = base::isFractional(valueOf(screen, Field::NakitLbl, station));
-    screen.setActiveCaption(
-        base::formatNumber(screen.activeCaption(), fractional ? QStringLiteral("#,##0.###") : whole, screen.regional()));
+    screen.setActiveCaption(base::formatNumber(screen.activeCaption(), fractional ? QStringLiteral("#,##0.###") : whole,
+                                               screen.regional()));
 }
 
 void entitlementSwitched(StationScreen& screen, int station)

@@ -52,14 +52,27 @@ public:
         } leave{depth_};
         deepest = qMax(deepest, depth_);
         switch (field) {
-        case Field::Label2: pressing::olivesChanged(*this, station); break;
-        case Field::Label3: pressing::oilChanged(*this, station); break;
-        case Field::Haklbl: pressing::percentageChanged(*this, station); break;
-        case Field::HakTut: pressing::entitlementChanged(*this, station); break;
-        case Field::NakitLbl: pressing::feeChanged(*this, station); break;
-        case Field::Label4: pressing::containerCaptionChanged(*this, station); break;
+        case Field::Label2:
+            pressing::olivesChanged(*this, station);
+            break;
+        case Field::Label3:
+            pressing::oilChanged(*this, station);
+            break;
+        case Field::Haklbl:
+            pressing::percentageChanged(*this, station);
+            break;
+        case Field::HakTut:
+            pressing::entitlementChanged(*this, station);
+            break;
+        case Field::NakitLbl:
+            pressing::feeChanged(*this, station);
+            break;
+        case Field::Label4:
+            pressing::containerCaptionChanged(*this, station);
+            break;
         case Field::TxtLbl:
-        case Field::Verilen: break;
+        case Field::Verilen:
+            break;
         }
     }
     bool isHighlighted(Field field, int station) const override

@@ -122,7 +122,7 @@ private slots:
         screen.titleCase = [](const QString& text) { return base::properCase(text); };
         screen.put(Field::TxtLbl, "");
         press(keys::letterCase);
-        for (int key : {0, 13}) press(key);
+        for (int key : {0, 14}) press(key);
         QCOMPARE(active(), "Al");
         screen.takeEvents();
         press(0);

@@ -41,8 +41,8 @@ int keyOf(const QString& text)
 
 bool isEnglish(const QString& name)
 {
-    return name.startsWith(QLatin1String("WI")) || (name.size() == 4 && (name.startsWith(QLatin1String("WM1")) ||
-                                                                          name.startsWith(QLatin1String("WN1"))));
+    return name.startsWith(QLatin1String("WI")) ||
+           (name.size() == 4 && (name.startsWith(QLatin1String("WM1")) || name.startsWith(QLatin1String("WN1"))));
 }
 
 /// The state that the steps of a walk start from.
@@ -50,8 +50,8 @@ void start(PaperScreen& screen, const QString& name)
 {
     const QString walk = name.left(2);
     const bool english = isEnglish(name);
-    const bool on = walk == "WJ" || walk == "WL" || walk == "WR" || QStringList{"WA", "WB", "WC", "WD", "WE", "WF",
-                                                                                   "WG", "WH", "WI"}.contains(walk);
+    const bool on = walk == "WJ" || walk == "WL" || walk == "WR" ||
+                    QStringList{"WA", "WB", "WC", "WD", "WE", "WF", "WG", "WH", "WI"}.contains(walk);
     screen.put(Field::TxtLbl, "Ali");
     screen.put(Field::Label2, english ? "1,000" : "1.000");
     screen.put(Field::Label3, "900");
@@ -117,6 +117,7 @@ private slots:
         const QString name = walk.section(QLatin1Char(' '), 0, 0);
         PaperScreen screen(english ? base::Regional::english() : base::Regional::turkish());
         start(screen, english ? name + "11" : name);
+        screen.toggleCapitals(); // small letters; the title-case step changes nothing in numbers
 
         int steps = 0;
         for (const Row& row : walkRows()) {
