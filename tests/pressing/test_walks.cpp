@@ -33,7 +33,7 @@ Field fieldNamed(const QString& name)
 
 int keyOf(const QString& text)
 {
-    if (text == QLatin1String("Boşluk")) return pressing::keys::space;
+    if (text == u"Boşluk") return pressing::keys::space;
     for (int k = 0; k < pressing::keyCount; ++k)
         if (QString::compare(pressing::keyCaptions()[k], text, Qt::CaseInsensitive) == 0) return k;
     qFatal("no key of that caption");
