@@ -16,10 +16,17 @@ function(presva_room name)
     target_link_libraries(${name} PRIVATE strict_warnings)
 endfunction()
 
-# presva_test(NAME LIBRARIES...): tests/<folder>/<NAME>.cpp as one Qt Test program.
+# presva_test(NAME LIBRARIES...): tests/<room>/<NAME>.cpp as one Qt Test program, labelled with its room.
+# `tests_<room>` builds all tests of a room.
 function(presva_test name)
+    get_filename_component(room ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+    if(NOT TARGET tests_${room})
+        add_custom_target(tests_${room})
+    endif()
     add_executable(${name} ${name}.cpp)
     set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     target_link_libraries(${name} PRIVATE strict_warnings Qt6::Test ${ARGN})
     add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS ${room} TIMEOUT 600)
+    add_dependencies(tests_${room} ${name})
 endfunction()
