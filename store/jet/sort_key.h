@@ -31,11 +31,25 @@ struct TextKey {
 /// True for the two orders whose weights are known.
 bool hasWeights(Collation collation);
 
+/// Keys are equal exactly when the two texts are equal to a unique index: letter case, trailing spaces, characters
+/// without weight and everything behind the 255th code unit do not count. Unsigned byte comparison of keys is the
+/// collating order.
+inline constexpr std::size_t textKeyUnits = 255;
+
 /// The ascending payload of an index key on that text. Without weights for the collation: nothing.
 std::optional<TextKey> textKey(std::u16string_view text, Collation collation);
 
+/// The same appended to `key`, without any allocation but the growth of `key`; for keys by the hundred thousand.
+/// Without weights for the collation: nothing, and `key` stays as it was.
+std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16string_view text, Collation collation);
+
+/// The first character that makes the text's key uncertain, for messages. Nothing when the key is certain.
+std::optional<char16_t> firstUncertain(std::u16string_view text, Collation collation);
+
 /// Folds text so that two texts that differ only in letter case become equal, by Turkish letters (I = ı, İ = i)
-/// whatever the file's collation: the folding of Like and of the customer search.
+/// whatever the file's collation: the folding of Like and of the customer search. One code unit for each code unit:
+/// Latin, Greek, Cyrillic and Armenian letters become small, all else stays.
 std::u16string foldTurkish(std::u16string_view text);
+char16_t foldTurkish(char16_t unit);
 
 } // namespace jet
