@@ -48,9 +48,8 @@ Regional Regional::system()
     const QString date = locale.dateFormat(QLocale::ShortFormat);
     regional.dateSeparator = separatorOf(date, u'/');
     regional.shortDate = withOurTokens(date);
-    // Day and month stand below one another in printed columns; Turkish settings write them with two digits.
-    if (locale.language() == QLocale::Turkish && regional.shortDate == "d.mm.yyyy"_L1)
-        regional.shortDate = u"dd.mm.yyyy"_s;
+    // Dates stand below one another in printed columns: where the month has two digits, the day gets them too.
+    if (regional.shortDate == "d.mm.yyyy"_L1) regional.shortDate = u"dd.mm.yyyy"_s;
     regional.timeSeparator = separatorOf(locale.timeFormat(QLocale::ShortFormat), u':');
     regional.longTime = u"hh:nn:ss"_s;
     return regional;

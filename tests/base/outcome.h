@@ -1,0 +1,23 @@
+#pragma once
+
+#include "base/error.h"
+#include <QString>
+
+/// What an action gave, as one text: its result, or "E" and the number of the error it raised.
+template <class Action> QString outcomeOf(Action&& action)
+{
+    try {
+        return action();
+    } catch (const base::RuntimeError& error) {
+        return QStringLiteral("E%1").arg(error.number());
+    }
+}
+
+/// A text as the name of a row: control characters spelled out.
+inline QByteArray rowName(QString text)
+{
+    if (text.isEmpty()) return "(empty)";
+    text.replace(QLatin1Char('\r'), QLatin1String("<CR>")).replace(QLatin1Char('\n'), QLatin1String("<LF>"));
+    text.replace(QLatin1Char('\t'), QLatin1String("<TAB>")).replace(QLatin1Char(' '), QLatin1String("_"));
+    return text.toUtf8();
+}
