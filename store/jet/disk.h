@@ -47,6 +47,10 @@ public:
     virtual void rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
     /// Returns when names created, renamed or removed in the folder would survive a power cut.
     virtual void syncFolder(const std::filesystem::path& folder) = 0;
+    /// The path with every symbolic link followed, so that all who open one file find the same neighbours beside it.
+    virtual std::filesystem::path realPath(const std::filesystem::path& path) { return path; }
+    /// True when another program holds a lock on any byte of that file, or has it open without sharing.
+    virtual bool heldElsewhere(const std::filesystem::path& /*path*/) { return false; }
 };
 
 } // namespace jet

@@ -9,12 +9,12 @@ namespace jet {
 enum class Fault {
     notFound,         ///< no file at that path
     isFolder,         ///< the path names a folder
-    notADatabase,     ///< no Jet signature, or shorter than a database can be
+    notADatabase,     ///< no Jet signature
     oldFormat,        ///< Access 97 or older (Jet 3)
     newFormat,        ///< Access 2007 or newer (.accdb)
     password,         ///< protected by a database password
     encoded,          ///< pages are encoded
-    cutShort,         ///< the file ends in the middle of a page, or before pages that it refers to
+    cutShort,         ///< the file ends in the middle of a page, or before pages that every database has
     inUse,            ///< another program has it open
     noPermission,     ///< the system refuses access
     readOnly,         ///< a write to a file, table or index that may only be read

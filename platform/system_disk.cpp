@@ -1,0 +1,238 @@
+#include "platform/system_disk.h"
+
+#include "store/jet/error.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+using jet::Error;
+using jet::Fault;
+
+constexpr off_t writerByte = 0x80000001;
+constexpr off_t readersByte = 0x80000002;
+
+std::string quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
+
+/// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
+[[noreturn]] void fail(const std::filesystem::path& path, const char* done, int code = errno)
+{
+    switch (code) {
+    case ENOENT:
+    case ENOTDIR:
+        throw Error(Fault::notFound, quoted(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
+    case EISDIR:
+        throw Error(Fault::isFolder, quoted(path) + " bir klasör; bir dosya seçin.");
+    case EACCES:
+    case EPERM:
+        throw Error(Fault::noPermission,
+                    quoted(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
+    case EROFS:
+        throw Error(Fault::noPermission,
+                    quoted(path) + ' ' + done + ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
+    case EEXIST:
+        throw Error(Fault::exists, quoted(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
+    case ENOSPC:
+    case EDQUOT:
+        throw Error(Fault::disk, quoted(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
+    case EFBIG:
+        throw Error(Fault::disk,
+                    quoted(path) + ' ' + done + ": bu disk bu kadar büyük dosya tutamıyor; başka bir diske taşıyın.");
+    default:
+        throw Error(Fault::disk, quoted(path) + ' ' + done + ": disk hatası (" + std::generic_category().message(code) +
+                                     "); diski denetleyip yeniden deneyin.");
+    }
+}
+
+/// A file descriptor that is closed with its scope.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor()
+    {
+        if (number_ >= 0) ::close(number_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
+    Descriptor& operator=(Descriptor&&) = delete;
+    int number() const { return number_; }
+
+private:
+    int number_;
+};
+
+struct flock byteRange(short kind, off_t start, off_t length)
+{
+    struct flock range = {};
+    range.l_type = kind;
+    range.l_whence = SEEK_SET;
+    range.l_start = start;
+    range.l_len = length;
+    return range;
+}
+
+class SystemFile final : public jet::File {
+public:
+    SystemFile(Descriptor descriptor, std::filesystem::path path)
+        : descriptor_(std::move(descriptor)), path_(std::move(path))
+    {
+    }
+
+    std::uint64_t size() override
+    {
+        struct stat status = {};
+        if (::fstat(descriptor_.number(), &status) != 0) fail(path_, "okunamadı");
+        return static_cast<std::uint64_t>(status.st_size);
+    }
+
+    std::size_t read(std::uint64_t offset, std::span<std::uint8_t> into) override
+    {
+        std::size_t done = 0;
+        while (done < into.size()) {
+            const ssize_t got = ::pread(descriptor_.number(), into.data() + done, into.size() - done,
+                                        static_cast<off_t>(offset + done));
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) fail(path_, "okunamadı");
+            if (got == 0) break;
+            done += static_cast<std::size_t>(got);
+        }
+        return done;
+    }
+
+    void write(std::uint64_t offset, std::span<const std::uint8_t> bytes) override
+    {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t put = ::pwrite(descriptor_.number(), bytes.data() + done, bytes.size() - done,
+                                         static_cast<off_t>(offset + done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put < 0) fail(path_, "yazılamadı");
+            done += static_cast<std::size_t>(put);
+        }
+    }
+
+    void truncate(std::uint64_t size) override
+    {
+        while (::ftruncate(descriptor_.number(), static_cast<off_t>(size)) != 0)
+            if (errno != EINTR) fail(path_, "kısaltılamadı");
+    }
+
+    void sync() override
+    {
+        while (::fdatasync(descriptor_.number()) != 0)
+            if (errno != EINTR) fail(path_, "diske yazılamadı");
+    }
+
+    bool lock(Lock wanted) override
+    {
+        const bool writer = wanted == Lock::writer || wanted == Lock::commit;
+        const short readers = wanted == Lock::commit ? F_WRLCK : wanted == Lock::reader ? F_RDLCK : F_UNLCK;
+        // Take before giving up: a refused change leaves the lock that was held.
+        if (writer && !set(F_WRLCK, writerByte)) return false;
+        if (!set(readers, readersByte)) {
+            if (writer && held_ != Lock::writer && held_ != Lock::commit) set(F_UNLCK, writerByte);
+            return false;
+        }
+        if (!writer) set(F_UNLCK, writerByte);
+        held_ = wanted;
+        return true;
+    }
+
+private:
+    bool set(short kind, off_t byte)
+    {
+        struct flock range = byteRange(kind, byte, 1);
+        while (::fcntl(descriptor_.number(), F_OFD_SETLK, &range) != 0) {
+            if (errno == EAGAIN || errno == EACCES) return false;
+            if (errno != EINTR) fail(path_, "kilitlenemedi");
+        }
+        return true;
+    }
+
+    Descriptor descriptor_;
+    std::filesystem::path path_;
+    Lock held_ = Lock::none;
+};
+
+class SystemDisk final : public jet::Disk {
+public:
+    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    {
+        const int mode = access == Access::readOnly    ? O_RDONLY
+                         : access == Access::readWrite ? O_RDWR
+                                                       : O_RDWR | O_CREAT | O_EXCL;
+        const char* const done = access == Access::createNew ? "oluşturulamadı" : "açılamadı";
+        // Without O_NONBLOCK a named pipe in the file's place would stop the program for ever.
+        Descriptor descriptor(::open(path.c_str(), mode | O_CLOEXEC | O_NONBLOCK, 0666));
+        if (descriptor.number() < 0) fail(path, done);
+        struct stat status = {};
+        if (::fstat(descriptor.number(), &status) != 0) fail(path, done);
+        if (S_ISDIR(status.st_mode)) fail(path, done, EISDIR);
+        if (!S_ISREG(status.st_mode))
+            throw Error(Fault::disk, quoted(path) + " sıradan bir dosya değil; doğru dosyayı seçin.");
+        return std::make_unique<SystemFile>(std::move(descriptor), path);
+    }
+
+    bool exists(const std::filesystem::path& path) override
+    {
+        struct stat status = {};
+        if (::lstat(path.c_str(), &status) == 0) return true;
+        if (errno != ENOENT && errno != ENOTDIR) fail(path, "denetlenemedi");
+        return false;
+    }
+
+    void remove(const std::filesystem::path& path) override
+    {
+        if (::unlink(path.c_str()) != 0) fail(path, "silinemedi");
+    }
+
+    void rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    {
+        if (::rename(from.c_str(), to.c_str()) != 0) fail(from, "yeniden adlandırılamadı");
+    }
+
+    void syncFolder(const std::filesystem::path& folder) override
+    {
+        const std::filesystem::path path = folder.empty() ? std::filesystem::path(".") : folder;
+        const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (descriptor.number() < 0) fail(path, "açılamadı");
+        // Some network file systems cannot sync a folder; their names are safe once the call that made them returned.
+        if (::fsync(descriptor.number()) != 0 && errno != EINVAL && errno != ENOTSUP) fail(path, "diske yazılamadı");
+    }
+
+    std::filesystem::path realPath(const std::filesystem::path& path) override
+    {
+        std::error_code none;
+        auto real = std::filesystem::canonical(path, none);
+        return none ? path : real;
+    }
+
+    bool heldElsewhere(const std::filesystem::path& path) override
+    {
+        // The question does not need the right to write; a file that cannot even be read tells us nothing.
+        const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        if (descriptor.number() < 0) return errno != ENOENT;
+        struct flock range = byteRange(F_WRLCK, 0, 0);
+        if (::fcntl(descriptor.number(), F_OFD_GETLK, &range) != 0) fail(path, "denetlenemedi");
+        return range.l_type != F_UNLCK;
+    }
+};
+
+} // namespace
+
+jet::Disk& systemDisk()
+{
+    static SystemDisk disk;
+    return disk;
+}
+
+} // namespace platform
