@@ -18,6 +18,7 @@ RuntimeError runtimeError(int number)
         std::pair{errors::fileNotFound, "File not found"},
         std::pair{errors::inputPastEnd, "Input past end of file"},
         std::pair{errors::deviceUnavailable, "Device unavailable"},
+        std::pair{errors::pathAccess, "Path/File access error"},
         std::pair{errors::notSet, "Object variable or With block variable not set"},
         std::pair{errors::invalidNull, "Invalid use of Null"},
         std::pair{errors::noControl, "Control array element doesn't exist"},
