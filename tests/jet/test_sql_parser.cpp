@@ -1,3 +1,5 @@
+#include <cstddef> // moc needs it ahead of <compare>
+
 #include "store/jet/calendar.h"
 #include "store/jet/error.h"
 #include "store/jet/sql_parser.h"
