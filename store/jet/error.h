@@ -21,6 +21,7 @@ enum class Fault {
     damaged,          ///< bytes on a page contradict the format
     disk,             ///< the system reported a read, write or sync error; a full disk too
     noSuchTable,      ///< table, column or index of that name does not exist
+    noSuchRow,        ///< the row to be changed is not (or no longer) there
     exists,           ///< a file or object of that name is already there
     badValue,         ///< a value does not fit its column
     required,         ///< a required column would be left empty

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <cstddef> // before <compare>: moc of Qt 6.4 stumbles otherwise
+
 #include <compare>
-#include <cstddef>
 #include <cstdint>
 #include <span>
 

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef> // before <compare>: moc of Qt 6.4 stumbles otherwise
+
 #include <array>
 #include <compare>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

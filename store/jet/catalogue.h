@@ -1,0 +1,24 @@
+#pragma once
+
+#include "store/jet/table.h"
+
+#include <string>
+#include <vector>
+
+namespace jet {
+
+/// One local table as MSysObjects lists it.
+struct CatalogueEntry {
+    std::u16string name;
+    PageNo definition = 0;
+    bool user = false; ///< neither the engine's own nor one of Access's helpers
+    Bytes properties;  ///< LvProp; empty when there are none, or none that can be read
+};
+
+/// All local tables in storage order, each definition once. Throws damaged when MSysObjects itself cannot be read.
+std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects);
+
+/// The position of a system table's column; these tables are the same in every file. Throws damaged.
+std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type);
+
+} // namespace jet
