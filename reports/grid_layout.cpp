@@ -1,0 +1,172 @@
+#include "reports/grid_layout.h"
+
+#include "base/error.h"
+#include "base/letters.h"
+#include "base/sequential.h"
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace reports {
+
+namespace {
+
+/// What a view does to one column; nothing for what it leaves as it is.
+struct ColumnDress {
+    std::size_t column;
+    std::optional<QString> heading;
+    std::optional<QString> numberFormat;
+    std::optional<Alignment> alignment;
+};
+
+const std::vector<ColumnDress>& dresses(const QString& view)
+{
+    static const QString amount = u"Standard"_s;
+    static const std::vector<ColumnDress> customers = {
+        {0, u"Ünvan"_s, {}, {}},
+        {1, u"Yüzde"_s, {}, {}},
+        {2, u"Kap"_s, {}, {}},
+    };
+    static const std::vector<ColumnDress> journal = {
+        {0, {}, {}, Alignment::left},
+        {1, u"Giren Zeytin"_s, amount, {}},
+        {2, u"Çıkan Yağ"_s, amount, {}},
+        {4, u"Hak Ediş"_s, amount, {}},
+        {5, {}, amount, {}},
+        {6, u"Cari"_s, {}, {}},
+    };
+    return view == "0"_L1 ? customers : journal;
+}
+
+float defaultWidth(const GridField& field)
+{
+    static const std::vector<std::pair<QString, float>> known = {
+        {u"Tarih"_s, 2640.0F},   {u"Zeytin"_s, 1740.0F}, {u"Yağ"_s, 1500.0F},
+        {u"Yuzde"_s, 1020.0F},   {u"HakTut"_s, 1260.0F}, {u"Nakit"_s, 1260.0F},
+        {u"CariHar"_s, 1770.0F}, {u"Unvan"_s, 4500.0F},  {u"Kap"_s, 2400.0F},
+    };
+    for (const auto& [name, width] : known)
+        if (field.name.compare(name, Qt::CaseInsensitive) == 0) return width;
+    return field.kind == GridField::Kind::number ? 1260.0F : 2400.0F;
+}
+
+/// Of an ordinary file that can be read.
+std::optional<QString> layoutText(const QString& directory, const QString& view)
+{
+    const std::optional<QString> path = base::findFile(directory, layoutFileName(view));
+    if (!path) return std::nullopt;
+    QFile file(*path);
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    // A layout is a few lines; a file longer than this is not one of ours, whatever follows.
+    constexpr qint64 longest = 1024 * 1024;
+    const QByteArray bytes = file.read(longest);
+    if (file.error() != QFileDevice::NoError) return std::nullopt;
+    return QString::fromLatin1(bytes);
+}
+
+GridColumn& columnAt(GridColumns& columns, std::size_t column)
+{
+    if (column >= columns.size()) throw base::runtimeError(base::errors::subscript);
+    return columns[column];
+}
+
+} // namespace
+
+GridColumns defaultColumns(const std::vector<GridField>& fields)
+{
+    GridColumns columns;
+    for (const GridField& field : fields) {
+        const Alignment alignment = field.kind == GridField::Kind::text ? Alignment::left : Alignment::right;
+        columns.push_back({field.name, field.name, defaultWidth(field), true, alignment, {}});
+    }
+    return columns;
+}
+
+QString centredHeading(const GridColumn& column, const TextWidth& textWidth)
+{
+    const QString heading = base::trimBlanks(column.caption);
+    const double blank = textWidth(u" "_s);
+    const auto half = static_cast<float>((static_cast<double>(column.width) - textWidth(heading)) / 2);
+    if (!column.visible || !(blank > 0) || !(half > 0)) return heading;
+    const QString padding(static_cast<qsizetype>(static_cast<double>(half) / blank), u' ');
+    switch (column.alignment) {
+    case Alignment::left:
+        return padding + heading;
+    case Alignment::right:
+        return heading + padding;
+    case Alignment::centre:
+    case Alignment::general:
+        break;
+    }
+    return heading;
+}
+
+void IzgaraDuzenle(GridColumns& columns, const QString& view)
+{
+    for (const ColumnDress& dress : dresses(view)) {
+        GridColumn& column = columnAt(columns, dress.column);
+        if (dress.heading) column.caption = *dress.heading;
+        if (dress.numberFormat) column.numberFormat = *dress.numberFormat;
+        if (dress.alignment) column.alignment = *dress.alignment;
+    }
+}
+
+void IzgaraYukle(GridColumns& columns, const QString& view, const QString& directory, const TextWidth& textWidth)
+{
+    try {
+        IzgaraDuzenle(columns, view);
+    } catch (const base::RuntimeError&) {
+        // A listing with fewer columns than the view expects still gets the widths kept for it.
+    }
+    const std::optional<QString> text = layoutText(directory, view);
+    if (!text) return;
+
+    for (GridColumn& column : columns) column.visible = true;
+    const QStringList lines = base::seqLines(*text);
+    const std::size_t count = std::min(columns.size(), static_cast<std::size_t>(lines.size()));
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::optional<base::NumberAndFlag> kept = base::parseNumberAndFlag(lines[static_cast<qsizetype>(i)]);
+        if (!kept) continue;
+        GridColumn& column = columns[i];
+        column.visible = kept->flag;
+        if (!column.visible) continue;
+        // A width that no grid can have does not take the heading's place in the middle with it.
+        if (kept->number <= static_cast<double>(widestColumn)) column.width = static_cast<float>(kept->number);
+        column.caption = centredHeading(column, textWidth);
+    }
+}
+
+void IzgaraKaydet(GridColumns& columns, int column, const QString& view, const QString& directory,
+                  const TextWidth& textWidth)
+{
+    if (column < 0) throw base::runtimeError(base::errors::subscript);
+    GridColumn& resized = columnAt(columns, static_cast<std::size_t>(column));
+    resized.caption = centredHeading(resized, textWidth);
+
+    QString text;
+    for (const GridColumn& each : columns) text += base::SeqWriter().number(each.width).flag(each.visible).line();
+
+    const QDir folder(directory);
+    const QString name = layoutFileName(view);
+    const std::optional<QString> earlier = base::findFile(directory, name);
+    QSaveFile file(folder.filePath(name));
+    const QByteArray bytes = text.toLatin1();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        throw base::runtimeError(base::errors::pathAccess);
+
+    // The layout may have lain there under the same name in other letters: that file goes, unless the file system takes
+    // both names for one.
+    if (!earlier) return;
+    const QStringList names = folder.entryList(QDir::Files);
+    const QString earlierName = QFileInfo(*earlier).fileName();
+    if (earlierName != name && names.contains(name) && names.contains(earlierName)) QFile::remove(*earlier);
+}
+
+QString layoutFileName(const QString& view) { return u"Grid"_s + view + u".txt"_s; }
+
+} // namespace reports

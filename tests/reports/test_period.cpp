@@ -1,0 +1,118 @@
+#include "reports/period.h"
+
+#include <QTest>
+
+using namespace reports;
+using namespace Qt::StringLiterals;
+
+/// The conditions and queries of a report, and the order of its two days.
+class ReportTexts : public QObject {
+    Q_OBJECT
+
+private slots:
+    void periodCoversBothDaysWhole_data();
+    void periodCoversBothDaysWhole();
+    void onlyThePanelsReportWithoutANameIsOfAllCustomers_data();
+    void onlyThePanelsReportWithoutANameIsOfAllCustomers();
+    void queriesAreSpelledAsEver();
+    void namesAreSplicedAsTyped();
+    void changedPickerDragsTheOtherOne_data();
+    void changedPickerDragsTheOtherOne();
+};
+
+namespace {
+
+const Period twoDays{QDate(2024, 11, 5), QDate(2024, 11, 6)};
+const QString twoDaysCondition = u"Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"_s;
+
+} // namespace
+
+void ReportTexts::periodCoversBothDaysWhole_data()
+{
+    QTest::addColumn<QDate>("first");
+    QTest::addColumn<QDate>("last");
+    QTest::addColumn<QString>("condition");
+    QTest::newRow("two days") << twoDays.first << twoDays.last << twoDaysCondition;
+    QTest::newRow("one day, month before day")
+        << QDate(2025, 2, 3) << QDate(2025, 2, 3) << u"Tarih>=#02/03/2025 00:00:00# And Tarih<=#02/03/2025 23:59:59#"_s;
+    QTest::newRow("across the year") << QDate(2023, 12, 31) << QDate(2024, 1, 1)
+                                     << u"Tarih>=#12/31/2023 00:00:00# And Tarih<=#01/01/2024 23:59:59#"_s;
+    QTest::newRow("leap day") << QDate(2024, 2, 29) << QDate(2024, 2, 29)
+                              << u"Tarih>=#02/29/2024 00:00:00# And Tarih<=#02/29/2024 23:59:59#"_s;
+}
+
+void ReportTexts::periodCoversBothDaysWhole()
+{
+    QFETCH(QDate, first);
+    QFETCH(QDate, last);
+    QTEST(periodCondition({first, last}), "condition");
+}
+
+void ReportTexts::onlyThePanelsReportWithoutANameIsOfAllCustomers_data()
+{
+    QTest::addColumn<bool>("panelShown");
+    QTest::addColumn<bool>("reportSelected");
+    QTest::addColumn<QString>("nameFilter");
+    QTest::addColumn<bool>("ofOneCustomer");
+    QTest::newRow("report, no name") << true << true << QString() << false;
+    QTest::newRow("report, a name") << true << true << u"Ali"_s << true;
+    QTest::newRow("report, a blank is a name") << true << true << u" "_s << true;
+    QTest::newRow("customers, no name") << true << false << QString() << true;
+    QTest::newRow("customers, a name") << true << false << u"Ali"_s << true;
+    QTest::newRow("panel hidden") << false << true << QString() << true;
+    QTest::newRow("panel hidden, a name") << false << true << u"Ali"_s << true;
+    QTest::newRow("panel hidden, customers") << false << false << QString() << true;
+}
+
+void ReportTexts::onlyThePanelsReportWithoutANameIsOfAllCustomers()
+{
+    QFETCH(bool, panelShown);
+    QFETCH(bool, reportSelected);
+    QFETCH(QString, nameFilter);
+    QFETCH(bool, ofOneCustomer);
+    const ReportQuestion question{twoDays, panelShown, reportSelected, nameFilter, u"Ali"_s};
+    QCOMPARE(reportCondition(question), ofOneCustomer ? twoDaysCondition + u" And CariHar='Ali'"_s : twoDaysCondition);
+}
+
+void ReportTexts::queriesAreSpelledAsEver()
+{
+    QCOMPARE(wholeJournal, u"Select * From Hareket Order By Tarih Asc;"_s);
+    QCOMPARE(deleteTotals, u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s);
+    QCOMPARE(listingQuery(twoDaysCondition),
+             u"Select * From Hareket where Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"
+             " Order By Tarih Asc"_s);
+    QCOMPARE(totalsQuery(twoDaysCondition),
+             u"Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket Where CariHar<>'Toplamlar' And "
+             "Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"_s);
+}
+
+void ReportTexts::namesAreSplicedAsTyped()
+{
+    const ReportQuestion question{twoDays, true, true, u"x"_s, u"O'N%*"_s};
+    QCOMPARE(reportCondition(question), twoDaysCondition + u" And CariHar='O'N%*'"_s);
+}
+
+void ReportTexts::changedPickerDragsTheOtherOne_data()
+{
+    QTest::addColumn<Period>("shown");
+    QTest::addColumn<bool>("firstChanged");
+    QTest::addColumn<Period>("expected");
+    const QDate early(2024, 11, 5);
+    const QDate late(2024, 11, 9);
+    QTest::newRow("first behind last") << Period{late, early} << true << Period{late, late};
+    QTest::newRow("last before first") << Period{late, early} << false << Period{early, early};
+    QTest::newRow("in order, first changed") << Period{early, late} << true << Period{early, late};
+    QTest::newRow("in order, last changed") << Period{early, late} << false << Period{early, late};
+    QTest::newRow("one day") << Period{early, early} << true << Period{early, early};
+}
+
+void ReportTexts::changedPickerDragsTheOtherOne()
+{
+    QFETCH(Period, shown);
+    QFETCH(bool, firstChanged);
+    QFETCH(Period, expected);
+    QCOMPARE(ordered(shown, firstChanged ? Picker::first : Picker::last), expected);
+}
+
+QTEST_GUILESS_MAIN(ReportTexts)
+#include "test_period.moc"
