@@ -28,6 +28,8 @@ RuntimeError runtimeError(int number)
         std::pair{errors::noEdit, "Update or CancelUpdate without AddNew or Edit."},
         std::pair{errors::noCurrentRecord, "No current record."},
         std::pair{errors::recordDeleted, "Record is deleted."},
+        std::pair{errors::fieldTooSmall, "The field is too small to accept the amount of data you attempted to add."},
+        std::pair{errors::noSuchField, "Item not found in this collection."},
         std::pair{errors::dataConversion, "Data type conversion error."},
     };
     for (const auto& [known, text] : texts)

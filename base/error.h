@@ -39,11 +39,16 @@ inline constexpr int noControl = 340;
 inline constexpr int invalidProperty = 380;
 inline constexpr int readOnlyText = 383;
 inline constexpr int printer = 482;
+inline constexpr int databaseFault = 3000;
 inline constexpr int noEdit = 3020;
 inline constexpr int noCurrentRecord = 3021;
+inline constexpr int duplicateKey = 3022;
 inline constexpr int databaseMissing = 3024;
+inline constexpr int readOnlyDatabase = 3027;
+inline constexpr int databaseInUse = 3045;
 inline constexpr int querySyntax = 3075;
 inline constexpr int fieldTooSmall = 3163;
+inline constexpr int noSuchField = 3265;
 inline constexpr int recordDeleted = 3167;
 inline constexpr int dataConversion = 3421;
 } // namespace errors

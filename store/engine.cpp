@@ -1,0 +1,22 @@
+#include "store/engine.h"
+
+#include "base/error.h"
+
+namespace store {
+namespace {
+
+const QString provider = QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;");
+const QString dataSource = QStringLiteral("Data Source=");
+
+} // namespace
+
+QString connectionText(const QString& path) { return provider + dataSource + path; }
+
+std::shared_ptr<Engine> Databases::connect(const QString& connection)
+{
+    const qsizetype at = connection.indexOf(dataSource);
+    if (!connection.startsWith(provider) || at < 0) throw base::runtimeError(base::errors::invalidCall);
+    return open(connection.mid(at + dataSource.size()));
+}
+
+} // namespace store

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "store/field_value.h"
+
+#include <QList>
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+/// What the screen needs of a database engine. Nothing above this interface knows which engine stands behind it.
+/// Failures are base::RuntimeError with the engine's own sentence.
+namespace store {
+
+/// A row's place in its table, for as long as the row lives.
+using RowKey = std::uint64_t;
+
+enum class FieldKind { text, number, money, date, boolean, other };
+
+struct FieldInfo {
+    QString name;
+    FieldKind kind = FieldKind::other;
+    int size = 0; ///< characters that a text field takes
+};
+
+/// The rows that a record source names, in its order. Values are fetched when they are needed.
+struct Listing {
+    QString table;
+    std::vector<FieldInfo> fields; ///< in the order of the source
+    std::vector<RowKey> rows;
+};
+
+using Assignments = std::vector<std::pair<int, FieldValue>>; ///< field position, new value
+
+class ChangeScope {
+public:
+    virtual ~ChangeScope() = default;
+    virtual void commit() = 0;
+};
+
+class Engine {
+public:
+    virtual ~Engine() = default;
+
+    /// A table name or a Select text of one table.
+    virtual Listing open(const QString& source) = 0;
+    /// Error 3167 when the row is gone. Positions are those of the listing.
+    virtual FieldValue field(const Listing& listing, RowKey row, int position) = 0;
+    virtual RowKey insert(const Listing& listing, const Assignments& values) = 0;
+    virtual void update(const Listing& listing, RowKey row, const Assignments& values) = 0;
+    virtual void erase(const Listing& listing, RowKey row) = 0;
+    /// Rows of the listing's table that meet a condition such as CariHar='Toplamlar', in no particular order.
+    virtual std::vector<RowKey> matching(const Listing& listing, const QString& criteria) = 0;
+
+    /// An action SQL text; returns the number of rows that it took away.
+    virtual std::size_t execute(const QString& sql) = 0;
+    /// The one row of an aggregate query.
+    virtual QList<FieldValue> aggregate(const QString& sql) = 0;
+
+    /// Everything done until its commit() is one change; leaving without takes all of it back. Scopes nest: the
+    /// outermost one decides.
+    virtual std::unique_ptr<ChangeScope> change() = 0;
+};
+
+/// A change of several steps, all or nothing.
+class Change {
+public:
+    explicit Change(Engine& engine) : scope_(engine.change()) {}
+    void commit() { scope_->commit(); }
+
+private:
+    std::unique_ptr<ChangeScope> scope_;
+};
+
+/// Opens databases by path. All who open the same path share one engine for as long as one of them holds it.
+class Databases {
+public:
+    virtual ~Databases() = default;
+    virtual std::shared_ptr<Engine> open(const QString& path) = 0;
+    /// The second way in, for aggregate queries: "Provider=...;Data Source=PATH".
+    std::shared_ptr<Engine> connect(const QString& connection);
+};
+
+/// The connection text of a database, as connect() takes it.
+QString connectionText(const QString& path);
+
+} // namespace store

@@ -1,0 +1,257 @@
+#include "store/jet_engine.h"
+
+#include "base/error.h"
+#include "store/jet/database.h"
+#include "store/jet/sql.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace store {
+namespace {
+
+std::u16string u16(const QString& text) { return text.toStdU16String(); }
+QString qt(std::u16string_view text) { return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size())); }
+
+RowKey keyOf(jet::RowId id) { return static_cast<RowKey>(id.page) << 8 | id.slot; }
+
+jet::RowId idOf(RowKey key) { return {static_cast<jet::PageNo>(key >> 8), static_cast<std::uint8_t>(key & 0xFF)}; }
+
+int numberOf(jet::Fault fault)
+{
+    using jet::Fault;
+    switch (fault) {
+    case Fault::notFound:
+        return base::errors::databaseMissing;
+    case Fault::syntax:
+        return base::errors::querySyntax;
+    case Fault::badValue:
+        return base::errors::dataConversion;
+    case Fault::duplicate:
+        return base::errors::duplicateKey;
+    case Fault::readOnly:
+    case Fault::indexNotWritable:
+    case Fault::noPermission:
+        return base::errors::readOnlyDatabase;
+    case Fault::inUse:
+        return base::errors::databaseInUse;
+    default:
+        return base::errors::databaseFault;
+    }
+}
+
+/// Runs a call of the engine and gives its failure the program's own form.
+template <class Call> auto passing(Call&& call)
+{
+    try {
+        return call();
+    } catch (const jet::Error& error) {
+        throw base::RuntimeError(numberOf(error.fault()), QString::fromUtf8(error.what()));
+    }
+}
+
+FieldKind kindOf(jet::ColumnType type)
+{
+    using jet::ColumnType;
+    switch (type) {
+    case ColumnType::boolean:
+        return FieldKind::boolean;
+    case ColumnType::byte:
+    case ColumnType::integer:
+    case ColumnType::longInteger:
+    case ColumnType::singleFloat:
+    case ColumnType::doubleFloat:
+    case ColumnType::numeric:
+        return FieldKind::number;
+    case ColumnType::currency:
+        return FieldKind::money;
+    case ColumnType::dateTime:
+        return FieldKind::date;
+    case ColumnType::text:
+    case ColumnType::memo:
+        return FieldKind::text;
+    default:
+        return FieldKind::other;
+    }
+}
+
+FieldValue fieldOf(const jet::Value& value)
+{
+    struct Read {
+        FieldValue operator()(jet::Null) const { return {}; }
+        FieldValue operator()(bool flag) const { return flag; }
+        FieldValue operator()(std::uint8_t number) const { return static_cast<double>(number); }
+        FieldValue operator()(std::int16_t number) const { return static_cast<double>(number); }
+        FieldValue operator()(std::int32_t number) const { return static_cast<double>(number); }
+        FieldValue operator()(jet::Currency money) const { return Money{money.tenThousandths}; }
+        // The seven digits that a single stands for, not the binary tail that widening would show.
+        FieldValue operator()(float number) const { return QString::number(double(number), 'g', 7).toDouble(); }
+        FieldValue operator()(double number) const { return number; }
+        FieldValue operator()(jet::DateTime date) const { return DateDays{date.days}; }
+        FieldValue operator()(const std::u16string& text) const { return qt(text); }
+        FieldValue operator()(const jet::Bytes&) const { return {}; }
+        FieldValue operator()(const jet::Guid&) const { return {}; }
+        FieldValue operator()(const jet::Numeric& number) const
+        {
+            long double magnitude = 0;
+            for (std::uint32_t word : number.magnitude) magnitude = magnitude * 4294967296.0L + word;
+            for (int i = 0; i < number.scale; ++i) magnitude /= 10;
+            return static_cast<double>(number.negative ? -magnitude : magnitude);
+        }
+    };
+    return std::visit(Read{}, value);
+}
+
+jet::Value valueOf(const FieldValue& field)
+{
+    struct Write {
+        jet::Value operator()(std::monostate) const { return jet::Null{}; }
+        jet::Value operator()(bool flag) const { return flag; }
+        jet::Value operator()(double number) const { return number; }
+        jet::Value operator()(Money money) const { return jet::Currency{money.tenThousandths}; }
+        jet::Value operator()(DateDays date) const { return jet::DateTime{date.days}; }
+        jet::Value operator()(const QString& text) const { return u16(text); }
+    };
+    return std::visit(Write{}, field.raw());
+}
+
+class JetScope : public ChangeScope {
+public:
+    explicit JetScope(jet::Pager& pager) : transaction_(pager) {}
+    void commit() override
+    {
+        passing([this] { transaction_.commit(); });
+    }
+
+private:
+    jet::Transaction transaction_;
+};
+
+class JetEngine : public Engine {
+public:
+    explicit JetEngine(std::unique_ptr<jet::Database> database) : database_(std::move(database)) {}
+
+    Listing open(const QString& source) override
+    {
+        return passing([&] {
+            const QString text = source.trimmed();
+            const bool query = text.startsWith(QLatin1String("select "), Qt::CaseInsensitive);
+            const jet::Selection found =
+                jet::select(*database_, u16(query ? text : QStringLiteral("Select * From [%1]").arg(text)));
+            if (!found.table) throw jet::Error(jet::Fault::unsupported, "Toplam sorgusu bir listeye bağlanamaz.");
+            Listing listing;
+            listing.table = qt(found.table->name());
+            for (std::size_t column : found.fields) {
+                const jet::Column& of = found.table->columns()[column];
+                listing.fields.push_back({qt(of.name), kindOf(of.type), of.length / 2});
+            }
+            listing.rows.reserve(found.rows.size());
+            for (jet::RowId id : found.rows) listing.rows.push_back(keyOf(id));
+            return listing;
+        });
+    }
+
+    FieldValue field(const Listing& listing, RowKey row, int position) override
+    {
+        return passing([&] {
+            const jet::Table& table = tableOf(listing);
+            const std::optional<jet::RowView> view = table.row(idOf(row));
+            if (!view) throw base::runtimeError(base::errors::recordDeleted);
+            return fieldOf(view->value(columnOf(table, listing, position)));
+        });
+    }
+
+    RowKey insert(const Listing& listing, const Assignments& values) override
+    {
+        return passing([&] {
+            jet::Table& table = tableOf(listing);
+            return keyOf(table.insert(assignments(table, listing, values)));
+        });
+    }
+
+    void update(const Listing& listing, RowKey row, const Assignments& values) override
+    {
+        passing([&] {
+            jet::Table& table = tableOf(listing);
+            if (!table.row(idOf(row))) throw base::runtimeError(base::errors::recordDeleted);
+            table.update(idOf(row), assignments(table, listing, values));
+        });
+    }
+
+    void erase(const Listing& listing, RowKey row) override
+    {
+        passing([&] {
+            jet::Table& table = tableOf(listing);
+            if (!table.row(idOf(row))) throw base::runtimeError(base::errors::recordDeleted);
+            table.erase(idOf(row));
+        });
+    }
+
+    std::vector<RowKey> matching(const Listing& listing, const QString& criteria) override
+    {
+        return passing([&] {
+            const jet::Selection found = jet::select(
+                *database_, u16(QStringLiteral("Select * From [%1] Where %2").arg(listing.table, criteria)));
+            std::vector<RowKey> rows;
+            for (jet::RowId id : found.rows) rows.push_back(keyOf(id));
+            return rows;
+        });
+    }
+
+    std::size_t execute(const QString& sql) override
+    {
+        return passing([&] { return jet::execute(*database_, u16(sql)); });
+    }
+
+    QList<FieldValue> aggregate(const QString& sql) override
+    {
+        return passing([&] {
+            QList<FieldValue> row;
+            for (const jet::Value& value : jet::select(*database_, u16(sql)).aggregates) row << fieldOf(value);
+            return row;
+        });
+    }
+
+    std::unique_ptr<ChangeScope> change() override
+    {
+        return passing([&] { return std::make_unique<JetScope>(database_->pager()); });
+    }
+
+private:
+    jet::Table& tableOf(const Listing& listing) { return database_->table(u16(listing.table)); }
+
+    static std::size_t columnOf(const jet::Table& table, const Listing& listing, int position)
+    {
+        if (position < 0 || static_cast<std::size_t>(position) >= listing.fields.size())
+            throw base::runtimeError(base::errors::noSuchField);
+        const auto column = table.columnNamed(u16(listing.fields[static_cast<std::size_t>(position)].name));
+        if (!column) throw base::runtimeError(base::errors::noSuchField);
+        return *column;
+    }
+
+    static std::vector<jet::Assignment> assignments(const jet::Table& table, const Listing& listing,
+                                                    const Assignments& values)
+    {
+        std::vector<jet::Assignment> result;
+        for (const auto& [position, value] : values)
+            result.push_back({columnOf(table, listing, position), valueOf(value)});
+        return result;
+    }
+
+    std::unique_ptr<jet::Database> database_;
+};
+
+} // namespace
+
+std::shared_ptr<Engine> JetDatabases::open(const QString& path)
+{
+    std::weak_ptr<Engine>& known = open_[path];
+    if (std::shared_ptr<Engine> engine = known.lock()) return engine;
+    auto engine = passing([&]() -> std::shared_ptr<Engine> {
+        return std::make_shared<JetEngine>(jet::Database::open(disk_, std::filesystem::path(path.toStdU16String())));
+    });
+    known = engine;
+    return engine;
+}
+
+} // namespace store

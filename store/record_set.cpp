@@ -1,0 +1,176 @@
+#include "store/record_set.h"
+
+#include "base/error.h"
+#include "base/numbers.h"
+
+#include <algorithm>
+
+namespace store {
+
+void RecordSet::open(std::shared_ptr<Engine> engine, Listing listing)
+{
+    engine_ = std::move(engine);
+    listing_ = std::move(listing);
+    writing_ = Writing::nothing;
+    written_.clear();
+    noMatch_ = onErased_ = false;
+    added_ = -1;
+    at_ = size() == 0 ? -1 : 0;
+    visited_ = std::min(size(), 1);
+}
+
+void RecordSet::settleOn(int row)
+{
+    at_ = row;
+    onErased_ = false;
+    writing_ = Writing::nothing;
+    written_.clear();
+    visited_ = std::max(visited_, std::min(row + 1, size()));
+    if (at_ < size() && reposition_) reposition_();
+}
+
+void RecordSet::checkCurrent() const
+{
+    if (bof() || (eof() && !onErased_)) throw base::runtimeError(base::errors::noCurrentRecord);
+    if (onErased_) throw base::runtimeError(base::errors::recordDeleted);
+}
+
+void RecordSet::moveFirst()
+{
+    if (size() == 0) throw base::runtimeError(base::errors::noCurrentRecord);
+    settleOn(0);
+}
+
+void RecordSet::moveLast()
+{
+    if (size() == 0) throw base::runtimeError(base::errors::noCurrentRecord);
+    visited_ = size();
+    settleOn(size() - 1);
+}
+
+void RecordSet::moveNext()
+{
+    if (bof() || (eof() && !onErased_)) throw base::runtimeError(base::errors::noCurrentRecord);
+    settleOn(onErased_ ? at_ : at_ + 1);
+}
+
+void RecordSet::findFirst(const QString& criteria)
+{
+    noMatch_ = true;
+    if (!engine_ || size() == 0) return;
+    const std::vector<RowKey> found = engine_->matching(listing_, criteria);
+    if (found.empty()) return;
+    // Usually one row, or a few: the set is walked once, in its own order.
+    std::vector<RowKey> wanted = found;
+    std::sort(wanted.begin(), wanted.end());
+    const auto first = std::find_if(listing_.rows.begin(), listing_.rows.end(),
+                                    [&](RowKey row) { return std::binary_search(wanted.begin(), wanted.end(), row); });
+    if (first == listing_.rows.end()) return;
+    noMatch_ = false;
+    settleOn(static_cast<int>(first - listing_.rows.begin()));
+}
+
+FieldValue RecordSet::field(int position)
+{
+    if (writing_ != Writing::nothing) {
+        const auto own = written_.find(position);
+        if (own != written_.end()) return own->second;
+        if (writing_ == Writing::adding) return {};
+    }
+    checkCurrent();
+    return engine_->field(listing_, listing_.rows[static_cast<std::size_t>(at_)], position);
+}
+
+FieldValue RecordSet::fieldAt(int row, int position)
+{
+    if (row < 0 || row >= size()) throw base::runtimeError(base::errors::noCurrentRecord);
+    return engine_->field(listing_, listing_.rows[static_cast<std::size_t>(row)], position);
+}
+
+void RecordSet::addNew()
+{
+    if (!engine_) throw base::runtimeError(base::errors::notSet);
+    writing_ = Writing::adding;
+    written_.clear();
+}
+
+void RecordSet::edit()
+{
+    checkCurrent();
+    // A row that is gone must fail here, not when it is written.
+    if (!listing_.fields.empty()) engine_->field(listing_, listing_.rows[static_cast<std::size_t>(at_)], 0);
+    writing_ = Writing::editing;
+    written_.clear();
+}
+
+void RecordSet::setField(int position, const FieldValue& value)
+{
+    if (writing_ == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
+    if (position < 0 || static_cast<std::size_t>(position) >= listing_.fields.size())
+        throw base::runtimeError(base::errors::noSuchField);
+    const FieldInfo& field = listing_.fields[static_cast<std::size_t>(position)];
+    if (field.kind == FieldKind::text && field.size > 0 && value.text().size() > field.size)
+        throw base::runtimeError(base::errors::fieldTooSmall);
+    written_[position] = value;
+}
+
+void RecordSet::setField(int position, const QString& caption, const base::Regional& regional)
+{
+    if (writing_ == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
+    if (position < 0 || static_cast<std::size_t>(position) >= listing_.fields.size())
+        throw base::runtimeError(base::errors::noSuchField);
+    switch (listing_.fields[static_cast<std::size_t>(position)].kind) {
+    case FieldKind::text:
+        return setField(position, FieldValue(caption));
+    case FieldKind::number:
+    case FieldKind::money:
+        try {
+            return setField(position, FieldValue(base::toDouble(caption, regional)));
+        } catch (const base::RuntimeError&) {
+            throw base::runtimeError(base::errors::dataConversion);
+        }
+    case FieldKind::date:
+    case FieldKind::boolean:
+    case FieldKind::other:
+        throw base::runtimeError(base::errors::dataConversion);
+    }
+}
+
+void RecordSet::update()
+{
+    const Writing writing = writing_;
+    if (writing == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
+    const Assignments values(written_.begin(), written_.end());
+    // Whatever comes of it, the row is no longer being written.
+    writing_ = Writing::nothing;
+    written_.clear();
+    if (writing == Writing::editing) {
+        checkCurrent();
+        engine_->update(listing_, listing_.rows[static_cast<std::size_t>(at_)], values);
+        return;
+    }
+    const bool wasEmpty = size() == 0;
+    listing_.rows.push_back(engine_->insert(listing_, values));
+    added_ = size() - 1;
+    ++visited_;
+    if (wasEmpty) at_ = 0;
+}
+
+void RecordSet::makeAddedCurrent()
+{
+    if (added_ < 0 || added_ >= size()) return;
+    at_ = added_;
+    onErased_ = false;
+}
+
+void RecordSet::erase()
+{
+    checkCurrent();
+    engine_->erase(listing_, listing_.rows[static_cast<std::size_t>(at_)]);
+    listing_.rows.erase(listing_.rows.begin() + at_);
+    visited_ = std::max(0, visited_ - 1);
+    added_ = -1;
+    onErased_ = true;
+}
+
+} // namespace store
