@@ -1,0 +1,66 @@
+#pragma once
+
+#include "app/colour.h"
+#include "app/control.h"
+#include <QAbstractButton>
+
+namespace app {
+
+/// A label that the rules read and write: a caption, a ground colour, a change and a click.
+///
+/// The change callback runs inside setCaption(), and only when the text differs; what it throws comes out of
+/// setCaption(). The caption is plain text: an ampersand is an ampersand, a tag is a tag.
+/// Beneath it is a button, so that assistive tools can find and press it; it never takes the keyboard focus.
+class CaptionLabel : public Control<QAbstractButton> {
+    Q_OBJECT
+
+public:
+    explicit CaptionLabel(QWidget* parent, const QString& caption = {});
+
+    const QString& caption() const { return caption_; }
+    void setCaption(const QString& caption);
+    Colour backColor() const { return backColor_; }
+    void setBackColor(Colour stored);
+
+    void onChange(std::function<void()> change) { change_ = std::move(change); }
+    /// One call for each press, the second of a quick double tap included.
+    void onClick(std::function<void()> click) { click_ = std::move(click); }
+    /// The pointer, or a finger, moves over the label.
+    void onMouseMove(std::function<void()> move);
+    /// A finger (not the mouse) was lifted from the label.
+    void onFingerUp(std::function<void()> up) { fingerUp_ = std::move(up); }
+
+    /// What assistive tools call the label. Without one, its caption.
+    void setSpokenName(const QString& name);
+
+    /// The label takes the width of its caption, at once when the caption is set and before its change runs.
+    void setAutoSize(bool on);
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    /// The operator's press has ended over the label. Runs the click as an action of the screen.
+    virtual void pressed();
+    void runClick()
+    {
+        if (click_) click_();
+    }
+    const std::function<void()>& clickCallback() const { return click_; }
+
+private:
+    bool touched(QEvent* event);
+    void refreshSpokenName();
+    void fitCaption();
+
+    QString caption_;
+    QString spokenName_;
+    Colour backColor_ = colour::white;
+    bool autoSize_ = false;
+    bool byFinger_ = false;
+    std::function<void()> change_;
+    std::function<void()> click_;
+    std::function<void()> move_;
+    std::function<void()> fingerUp_;
+};
+
+} // namespace app

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "app/caption_label.h"
+
+namespace app {
+
+/// A command button: a caption or a drawn picture on a raised ground.
+class CommandButton : public CaptionLabel {
+    Q_OBJECT
+
+public:
+    enum class Picture { none, exit, cross };
+
+    explicit CommandButton(QWidget* parent, const QString& caption = {}, Picture picture = Picture::none);
+
+    /// The button that ends a piece of work ("Fiş Yaz"): it is drawn to be found first.
+    void setMain(bool main);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Picture picture_;
+    bool main_ = false;
+};
+
+/// A button that stays down. Whenever its value changes, by the operator or by code, its click runs once; an error
+/// of a click that code caused comes out of setValue().
+class CheckButton : public CommandButton {
+    Q_OBJECT
+
+public:
+    explicit CheckButton(QWidget* parent, const QString& caption = {});
+
+    bool value() const { return value_; }
+    void setValue(bool on);
+
+protected:
+    void pressed() override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool value_ = false;
+};
+
+/// One of several choices: turning one on turns the other option buttons of the same container off.
+/// The click runs once when the button goes on, by hand or by code; never when it is on already or goes off.
+class OptionButton : public CommandButton {
+    Q_OBJECT
+
+public:
+    explicit OptionButton(QWidget* parent, const QString& caption = {});
+
+    bool value() const { return value_; }
+    void setValue(bool on);
+
+protected:
+    void pressed() override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool turnOn();
+    bool value_ = false;
+};
+
+} // namespace app

@@ -1,0 +1,57 @@
+#include "app/control.h"
+#include "app/control_frame.h"
+#include "base/error.h"
+#include <QEvent>
+
+namespace app {
+
+void beginAction(QWidget* where, const std::function<void()>& action)
+{
+    if (!action) return;
+    for (QWidget* above = where; above; above = above->parentWidget()) {
+        if (auto* host = dynamic_cast<ActionHost*>(above)) {
+            // The copy keeps the action alive even if it replaces the callback it came from.
+            const std::function<void()> kept = action;
+            host->run(kept);
+            return;
+        }
+    }
+    action();
+}
+
+bool inputBlocked(const QWidget* control)
+{
+    for (const QWidget* above = control->parentWidget(); above; above = above->parentWidget()) {
+        const auto* frame = qobject_cast<const ControlFrame*>(above);
+        if (frame && !frame->enabled()) return true;
+    }
+    return false;
+}
+
+bool isInput(const QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::Wheel:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::Shortcut:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void throwNoControl(int index)
+{
+    throw base::RuntimeError(base::errors::noControl,
+                             QStringLiteral("Control array element '%1' doesn't exist").arg(index));
+}
+
+} // namespace app

@@ -1,0 +1,44 @@
+#include "app/field_label.h"
+#include "app/painting.h"
+#include <algorithm>
+
+namespace app {
+
+FieldLabel::FieldLabel(QWidget* parent, Kind kind, const QString& title, const QString& caption)
+    : CaptionLabel(parent, caption), kind_(kind), title_(title)
+{
+    setSpokenName(title.trimmed());
+}
+
+void FieldLabel::setTextSizes(int titlePixels, int valuePixels)
+{
+    titlePixels_ = titlePixels;
+    valuePixels_ = valuePixels;
+    update();
+}
+
+void FieldLabel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    const bool active = backColor() == colour::cyan;
+    const QColor ground = painted(backColor(), palette());
+    painting::box(painter, rect(), ground, active ? painting::strongLine : painting::line, active ? 4 : 1);
+
+    const int margin = std::max(titlePixels_ * 6 / 10, 6);
+    const QRect inner = rect().adjusted(margin, margin / 2, -margin, -margin / 2);
+    painter.setFont(painting::sized(font(), titlePixels_, active));
+    painter.setPen(active ? painting::ink : painting::quietInk);
+    const int titleHeight = painter.fontMetrics().height();
+    painter.drawText(QRect(inner.left(), inner.top(), inner.width(), titleHeight), Qt::AlignLeft | Qt::AlignVCenter,
+                     title_.trimmed());
+
+    painter.setPen(painting::ink);
+    painter.setFont(
+        painting::fitted(painting::sized(font(), valuePixels_, true), caption(), valuePixels_, inner.width()));
+    // The digits may rise beside the title's line: figures stand right, titles left.
+    const int top = inner.bottom() - std::min(painter.fontMetrics().height(), inner.height()) + 1;
+    painting::lineOfText(painter, QRect(inner.left(), top, inner.width(), inner.bottom() - top + 1),
+                         (kind_ == Kind::name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter, caption());
+}
+
+} // namespace app

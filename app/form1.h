@@ -1,0 +1,205 @@
+#pragma once
+
+#include "app/caption_label.h"
+#include "app/command_button.h"
+#include "app/control.h"
+#include "app/control_frame.h"
+#include "app/date_picker.h"
+#include "app/drop_down_list.h"
+#include "app/field_label.h"
+#include "app/key_label.h"
+#include "app/listing_grid.h"
+#include "app/menu_item.h"
+#include "app/prompt.h"
+#include "app/screen_layout.h"
+#include "app/search_list.h"
+#include "app/status_line.h"
+#include "base/regional.h"
+#include <QMenu>
+#include <QMenuBar>
+#include <QWidget>
+
+namespace app {
+
+/// What the screen needs from outside. All of it outlives the screen.
+struct Surroundings {
+    Prompt& prompt;
+    SettingsStore& settings;
+    base::Regional regional; ///< how this user writes numbers and dates
+    QString directory;       ///< the program's directory, where Yag.mdb lies
+    QString executable;      ///< the program file's name as it is at run time, without extension
+};
+
+/// The one working screen: two pressing stations, the keypad, the search list, the report panel.
+///
+/// It owns every control and all state of the form for the life of the process. The pressing that is being entered
+/// exists only as the captions of these controls. A handler is control, underscore, event; handlers of one subject
+/// share one file (form1_*.cpp). Handlers throw base::RuntimeError; what the operator begins ends in run(), which
+/// shows the report, drops the rest of the action and leaves captions and database as they are at that moment.
+class Form1 : public QWidget, public ActionHost {
+    Q_OBJECT
+
+public:
+    explicit Form1(const Surroundings& surroundings);
+
+    /// Load, show, activate: the life of the form up to the event loop.
+    void start();
+    /// Runs the activation as an action. To be called after each dialog of the program has closed; message boxes
+    /// and other programs' windows do not count.
+    void activated();
+
+    void run(const std::function<void()>& action) override;
+
+    /// The control that a name such as "Label2" or "Label2(1)" means is found by its object name; this is the part
+    /// before the bracket.
+    static QString controlName(const QObject* control);
+
+    // State of the form.
+    float AktifKontrol = 999;         ///< the current station, 0 or 1; 999: none
+    CaptionLabel* AktifLbl = nullptr; ///< the label that keypad and search write into; null until the activation
+    bool CapsDurum = false;           ///< the keypad shows capitals
+    float SonTus = 0;                 ///< the key last under the mouse
+    std::array<bool, 2> HakVar{};     ///< the entitlement is taken; the current station's is the one that counts
+    std::array<float, 2> KapSayisi{}; ///< containers still to fill
+    QString GridGorunum;              ///< the option clicked last, "0" or "1"; empty until one is
+
+    /// KapSayisi of that station; error 9 for an index that is neither 0 nor 1.
+    float& kapSayisi(int Index);
+    /// AktifKontrol as an index. Rounds as every conversion to a whole number does.
+    int station() const;
+
+    // Menus. Dosya is disabled as a whole while the report panel is open.
+    QMenuBar* menuStrip = nullptr;
+    QMenu* Dosya = nullptr;
+    MenuItem *CariSil = nullptr, *HesapSil = nullptr;
+    MenuItem *Bağlantı = nullptr, *PortAyarlar = nullptr, *YazFont = nullptr, *Sayac = nullptr, *PrgExit = nullptr;
+
+    // The two stations.
+    ControlArray<ControlFrame, 2> Frame1, Frame3, KapFrm;
+    ControlArray<FieldLabel, 2> TxtLbl, Label2, Label3, Haklbl, HakTut, Verilen, NakitLbl;
+    ControlArray<CaptionLabel, 2> Label4;
+    ControlArray<CheckButton, 2> HakCmd;
+    ControlArray<CommandButton, 2> KapCmd, YazCmd, YeniCmd;
+    ControlArray<DropDownList, 2> Combo1;
+    SearchList* dbListe1 = nullptr;
+    CommandButton* Kaydet = nullptr;
+
+    // The keypad and what stands beside it.
+    ControlArray<KeyLabel, 49> Label1;
+    CommandButton* GünlükCmd = nullptr;
+    ControlFrame* Frame2 = nullptr;
+    CommandButton* Command1 = nullptr;
+
+    // The report panel.
+    ControlFrame* Frame4 = nullptr;
+    ControlArray<OptionButton, 2> Option1;
+    DatePicker *DTPickerBas = nullptr, *DTPickerSon = nullptr;
+    FieldLabel* GünLbl = nullptr;
+    ListingGrid* DBGrid1 = nullptr;
+    ControlArray<CommandButton, 2> KapatCmd;
+
+    StatusLine* status = nullptr;
+    ScreenLayout ActiveResize1;
+
+    // Start, activation, end; the screen-wide handlers.
+    void Form_Load();
+    void Form_Activate();
+    void Form_QueryUnload();
+    void Form_MouseMove();
+    void Form_MouseUp();
+    void PortAc();
+    void Bağlantı_Click();
+    void PrgExit_Click();
+    void Command1_Click();
+    void KapCmd_Click(int Index);
+
+    // The scale and its dialog.
+    void TeraziComm_OnComm();
+    void PortAyarlar_Click();
+
+    // The customer register.
+    void YeniCmd_Click(int Index);
+    void TxtLbl_Click(int Index);
+    void TxtLbl_Change(int Index);
+    void GünLbl_Click();
+    void GünLbl_Change();
+    void dbListe1_Click();
+    void DataCari_Reposition();
+    void Kaydet_Click();
+    void GünlükCmd_Click();
+    void CariSil_Click();
+    void HesapSil_Click();
+
+    // Pressing entry, entitlement, containers.
+    void Label1_Click(int Index);
+    void Label1_MouseMove(int Index);
+    void Label2_Click(int Index);
+    void Label2_Change(int Index);
+    void Label3_Click(int Index);
+    void Label3_Change(int Index);
+    void Haklbl_Click(int Index);
+    void Haklbl_Change(int Index);
+    void HakTut_Change(int Index);
+    void NakitLbl_Click(int Index);
+    void NakitLbl_Change(int Index);
+    void HakCmd_Click(int Index);
+    void KapFrm_Click(int Index);
+    void Label4_Click(int Index);
+    void Label4_Change(int Index);
+    void CapsAyarla(bool wanted);
+    void IlkHarfBuyut();
+
+    // Printing.
+    void YazCmd_Click(int Index);
+    void KapatCmd_Click(int Index);
+    void YazFont_Click();
+    void Sayac_Click();
+
+    // The report panel.
+    void Option1_Click(int Index);
+    void DTPickerBas_Change();
+    void DTPickerSon_Change();
+    void RaporYenile();
+    void GünData_Reposition();
+    void IzgaraDuzenle();
+    void IzgaraYukle();
+    void IzgaraKaydet(int column);
+
+    const Surroundings& surroundings() const { return surroundings_; }
+
+    /// The search list opens over that station's displays, below the customer's name.
+    void moveListToStation(int Index);
+    /// The search list opens over the grid of the report panel, below the name.
+    void moveListToPanel();
+    /// Makes a station the current one: its frame green and enabled, the other one at rest.
+    void workAt(int Index);
+    /// Makes a label the one that is edited: the old one white, the new one cyan.
+    void activate(CaptionLabel* label);
+    /// Upper or lower case captions on the keys, after CapsDurum.
+    void showKeyCase();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    void createMenus();
+    void createStation(int Index);
+    void createKeypad();
+    void createReportPanel();
+    void wireShell();
+    /// Places every control for the window's present size.
+    void arrange();
+    void arrangeStation(int Index);
+    void arrangeKeypad();
+    void arrangeReportPanel();
+    /// Brings what follows from the state of the form in line with it, after each action.
+    void settle();
+
+    Surroundings surroundings_;
+    int keypadTop_ = 0;
+};
+
+} // namespace app

@@ -1,0 +1,121 @@
+#include "app/form1.h"
+#include "app/window_place.h"
+#include "base/error.h"
+#include "pressing/keypad.h"
+#include <QCloseEvent>
+#include <QDate>
+#include <QMouseEvent>
+#include <QScreen>
+
+namespace app {
+
+namespace {
+
+const QString layoutName = QStringLiteral("Mendrik");
+const QString properties = QStringLiteral("Properties");
+
+} // namespace
+
+void Form1::wireShell()
+{
+    Bağlantı->onClick([this] { Bağlantı_Click(); });
+    PrgExit->onClick([this] { PrgExit_Click(); });
+    Command1->onClick([this] { Command1_Click(); });
+    for (int Index = 0; Index < KapCmd.size(); ++Index) KapCmd[Index]->onClick([this, Index] { KapCmd_Click(Index); });
+    for (KeyLabel* key : Label1) key->onFingerUp([this] { Form_MouseMove(); });
+}
+
+void Form1::start()
+{
+    run([this] { Form_Load(); });
+    // Before the window is seen, so that it does not jump; the activation finds it done.
+    ActiveResize1.restore(layoutName, true, *this);
+    show();
+    setFocus(); // on no button: a stray key press must not push the first one
+    activated();
+}
+
+void Form1::activated()
+{
+    run([this] { Form_Activate(); });
+}
+
+void Form1::Form_Load() { AktifKontrol = 999; }
+
+void Form1::Form_Activate()
+{
+    ActiveResize1.restore(layoutName, true, *this);
+    for (DropDownList* list : Combo1) list->setListIndex(0);
+    const QDate today = QDate::currentDate();
+    DTPickerBas->setValue(today);
+    DTPickerSon->setValue(today);
+    const SettingsStore& settings = surroundings_.settings;
+    CapsDurum = settings.flag(surroundings_.executable, QStringLiteral("SizeKlv"), QStringLiteral("Caps"));
+    showKeyCase();
+
+    // The frames and the cyan label follow: what is current is always what the operator sees as current.
+    workAt(0);
+    activate(TxtLbl[0]);
+
+    Bağlantı->setChecked(settings.flag(titleName(), properties, QStringLiteral("Baglan")));
+    Sayac->setChecked(settings.flag(titleName(), properties, QStringLiteral("Sayac")));
+}
+
+void Form1::showKeyCase()
+{
+    Label1[pressing::keys::letterCase]->setCaption(pressing::caseKeyCaption(CapsDurum));
+    for (int Index = 0; Index < pressing::letterKeyCount; ++Index)
+        Label1[Index]->setCaption(pressing::letterCaption(Index, Label1[Index]->caption(), CapsDurum));
+}
+
+void Form1::Form_QueryUnload() { ActiveResize1.save(layoutName, true, *this); }
+
+void Form1::Bağlantı_Click()
+{
+    Bağlantı->setChecked(!Bağlantı->checked());
+    surroundings_.settings.saveFlag(titleName(), properties, QStringLiteral("Baglan"), Bağlantı->checked());
+}
+
+void Form1::PrgExit_Click() { close(); }
+
+void Form1::Command1_Click() { close(); }
+
+void Form1::KapCmd_Click(int Index)
+{
+    kapSayisi(Index) = 0;
+    KapFrm[Index]->setVisible(false);
+}
+
+void Form1::Form_MouseMove() { Label1[static_cast<int>(SonTus)]->setBackColor(colour::cyan); }
+
+void Form1::Form_MouseUp()
+{
+    // A maximised window is where the window manager put it.
+    if (isMaximized() || isFullScreen()) return;
+    const QRect frame = frameGeometry();
+    const QRect room = screen()->geometry();
+    const WindowPlace before{double(twips::fromPixels(frame.left() - room.left())),
+                             double(twips::fromPixels(frame.top() - room.top())),
+                             double(twips::fromPixels(frame.width())), double(twips::fromPixels(frame.height()))};
+    const WindowPlace after = keptOnScreen(before, twips::fromPixels(room.width()), twips::fromPixels(room.height()));
+    if (after == before) return;
+    move(room.left() + twips::toPixels(after.left), room.top() + twips::toPixels(after.top));
+}
+
+void Form1::closeEvent(QCloseEvent* event)
+{
+    run([this] { Form_QueryUnload(); });
+    event->accept();
+}
+
+void Form1::mouseMoveEvent(QMouseEvent*)
+{
+    run([this] { Form_MouseMove(); });
+}
+
+void Form1::mouseReleaseEvent(QMouseEvent*)
+{
+    run([this] { Form_MouseUp(); });
+}
+
+} // namespace app

@@ -1,0 +1,47 @@
+#include "app/menu_item.h"
+#include "app/control.h"
+#include <QWidget>
+
+namespace app {
+
+MenuItem::MenuItem(QWidget* where, const QString& name, const QString& caption)
+    : QAction(where), where_(where), caption_(caption)
+{
+    setObjectName(name);
+    show();
+    connect(this, &QAction::triggered, this, [this] {
+        // The platform below has flipped the mark already; only the rule may.
+        if (isCheckable()) QAction::setChecked(checked_);
+        beginAction(where_, click_);
+    });
+}
+
+void MenuItem::setCaption(const QString& caption)
+{
+    caption_ = caption;
+    show();
+}
+
+void MenuItem::setChecked(bool checked)
+{
+    checked_ = checked;
+    if (isCheckable()) QAction::setChecked(checked);
+    show();
+}
+
+void MenuItem::setHasCheckMark(bool has)
+{
+    setCheckable(has);
+    setChecked(checked_);
+}
+
+void MenuItem::show()
+{
+    // A menu bar draws no check marks, so the mark is part of the text; a doubled ampersand shows as one.
+    QString text = caption_;
+    text.replace(u'&', QStringLiteral("&&"));
+    if (isCheckable()) text += checked_ ? QStringLiteral("  \u2611") : QStringLiteral("  \u2610");
+    setText(text);
+}
+
+} // namespace app

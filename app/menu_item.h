@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QAction>
+#include <functional>
+
+class QWidget;
+
+namespace app {
+
+/// An entry of a menu. A check mark never changes by itself: the click rule inverts it.
+class MenuItem : public QAction {
+    Q_OBJECT
+
+public:
+    /// `where` is the window that the entry's action belongs to.
+    MenuItem(QWidget* where, const QString& name, const QString& caption);
+
+    const QString& caption() const { return caption_; }
+    void setCaption(const QString& caption);
+    bool checked() const { return checked_; }
+    void setChecked(bool checked);
+    /// Shows the entry as one that can carry a check mark.
+    void setHasCheckMark(bool has);
+    void onClick(std::function<void()> click) { click_ = std::move(click); }
+
+private:
+    void show();
+
+    QWidget* where_;
+    QString caption_;
+    bool checked_ = false;
+    std::function<void()> click_;
+};
+
+} // namespace app

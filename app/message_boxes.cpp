@@ -1,0 +1,66 @@
+#include "app/message_boxes.h"
+#include "app/painting.h"
+#include "app/settings_store.h"
+#include "base/error.h"
+#include <QLoggingCategory>
+#include <QPushButton>
+
+namespace app {
+
+namespace {
+
+const QString ok = QStringLiteral("Tamam");
+
+} // namespace
+
+std::unique_ptr<QMessageBox> messageBox(QWidget* owner, QMessageBox::Icon icon, const QString& title,
+                                        const QString& text, const QString& yes, const QString& no)
+{
+    auto box = std::make_unique<QMessageBox>(owner);
+    box->setWindowTitle(title);
+    box->setTextFormat(Qt::PlainText);
+    box->setText(text);
+    box->setIcon(icon);
+    const int pixels = owner ? std::max(18, owner->height() / 42) : 18;
+    box->setFont(painting::sized(box->font(), pixels, false));
+    QPushButton* last = nullptr;
+    const auto add = [&](const QString& caption, QMessageBox::ButtonRole role) {
+        last = box->addButton(caption, role);
+        last->setAutoDefault(false);
+        last->setMinimumSize(pixels * 8, pixels * 3);
+        last->setFont(painting::sized(box->font(), pixels, true));
+        last->setIcon(QIcon());
+    };
+    add(yes, no.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::YesRole);
+    if (!no.isEmpty()) add(no, QMessageBox::NoRole);
+    box->setDefaultButton(last);
+    box->setEscapeButton(last);
+    return box;
+}
+
+void MessageBoxes::exclamation(const QString& text)
+{
+    messageBox(owner_, QMessageBox::Warning, titleName(), text, ok)->exec();
+}
+
+void MessageBoxes::errorReport(const base::RuntimeError& error)
+{
+    const QString report = QStringLiteral("Run-time error '%1':\n\n%2").arg(error.number()).arg(error.text());
+    if (reporting_) {
+        qWarning().noquote() << report.simplified();
+        return;
+    }
+    reporting_ = true;
+    messageBox(owner_, QMessageBox::Critical, titleName(), report, ok)->exec();
+    reporting_ = false;
+}
+
+bool MessageBoxes::yesNo(const QString& text, const QString& title)
+{
+    const auto box =
+        messageBox(owner_, QMessageBox::Critical, title, text, QStringLiteral("Evet"), QStringLiteral("Hayır"));
+    box->exec();
+    return box->buttonRole(box->clickedButton()) == QMessageBox::YesRole;
+}
+
+} // namespace app

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+namespace base {
+class RuntimeError;
+}
+
+namespace app {
+
+/// The message boxes, as a door that tests can stand in.
+class Prompt {
+public:
+    virtual ~Prompt() = default;
+
+    /// A note with the exclamation icon, titled with the program's title.
+    virtual void exclamation(const QString& text) = 0;
+    /// The report of an error that no rule handled. While one is open, further ones are only logged.
+    virtual void errorReport(const base::RuntimeError& error) = 0;
+    /// A question with the critical icon, "No" being the default; true for yes. Closing the box means no.
+    virtual bool yesNo(const QString& text, const QString& title) = 0;
+};
+
+} // namespace app

@@ -1,0 +1,107 @@
+#include "app/status_line.h"
+#include "app/painting.h"
+#include <chrono>
+
+namespace app {
+
+using namespace std::chrono_literals;
+
+StatusLine::StatusLine(QWidget* parent) : QWidget(parent)
+{
+    ageing_.setSingleShot(true);
+    connect(&ageing_, &QTimer::timeout, this, &StatusLine::tick);
+    refresh();
+}
+
+void StatusLine::portOpened(int port)
+{
+    port_ = port;
+    sinceWeight_.invalidate();
+    refresh();
+}
+
+void StatusLine::portClosed()
+{
+    port_ = 0;
+    ageing_.stop();
+    refresh();
+}
+
+void StatusLine::weightArrived()
+{
+    sinceWeight_.start();
+    refresh();
+    if (isVisible() && !ageing_.isActive()) tick();
+}
+
+void StatusLine::setPrinter(const QString& fact)
+{
+    if (printer_ == fact) return;
+    printer_ = fact;
+    refresh();
+}
+
+void StatusLine::setDataFile(const QString& fact)
+{
+    if (dataFile_ == fact) return;
+    dataFile_ = fact;
+    refresh();
+}
+
+void StatusLine::tick()
+{
+    refresh();
+    if (!port_ || !sinceWeight_.isValid() || !isVisible()) return;
+    const auto age = std::chrono::milliseconds(sinceWeight_.elapsed());
+    // Seconds are worth a wake-up while weighing goes on, later only minutes are.
+    ageing_.start(age < 10s ? 1s : age < 1min ? 5s : 1min);
+}
+
+QString StatusLine::scaleFact() const
+{
+    if (!port_) return QStringLiteral("Terazi: bağlı değil");
+    const QString port = QStringLiteral("Com%1: ").arg(port_);
+    if (!sinceWeight_.isValid()) return port + QStringLiteral("tartım bekleniyor");
+    const qint64 seconds = sinceWeight_.elapsed() / 1000;
+    if (seconds < 1) return port + QStringLiteral("tartım geliyor");
+    if (seconds < 60) return port + QStringLiteral("son tartım %1 sn önce").arg(seconds);
+    return port + QStringLiteral("son tartım %1 dk önce").arg(seconds / 60);
+}
+
+QString StatusLine::text() const
+{
+    QStringList facts{scaleFact()};
+    if (!printer_.isEmpty()) facts << printer_;
+    if (!dataFile_.isEmpty()) facts << dataFile_;
+    return facts.join(QStringLiteral("   ·   "));
+}
+
+void StatusLine::refresh()
+{
+    setAccessibleName(text());
+    update();
+}
+
+void StatusLine::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    tick();
+}
+
+void StatusLine::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    ageing_.stop();
+}
+
+void StatusLine::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setPen(QColor(0xB0, 0xBA, 0xBF));
+    painter.drawLine(0, 0, width(), 0);
+    painter.setPen(painting::ink);
+    painter.drawText(rect().adjusted(12, 1, -12, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                     painter.fontMetrics().elidedText(text(), Qt::ElideRight, width() - 24));
+}
+
+} // namespace app

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+namespace app {
+
+/// The quiet line at the bottom: facts about the scale, the printer and the data file; never a question, and it
+/// gates nothing. Setting a fact costs a repaint at most. The age of the last weight is counted by a timer that
+/// runs ever more slowly, only while a port is open and the line is shown.
+class StatusLine : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit StatusLine(QWidget* parent);
+
+    void portOpened(int port);
+    void portClosed();
+    /// A weight has just arrived.
+    void weightArrived();
+    void setPrinter(const QString& fact);
+    void setDataFile(const QString& fact);
+
+    QString text() const; ///< the line as it is shown now
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void refresh();
+    void tick();
+    QString scaleFact() const;
+
+    int port_ = 0;
+    QElapsedTimer sinceWeight_;
+    QTimer ageing_;
+    QString printer_;
+    QString dataFile_;
+};
+
+} // namespace app
