@@ -6,8 +6,8 @@
 
 #include <QtTest>
 
-#include <fcntl.h>
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <functional>
 #include <sys/resource.h>
@@ -116,7 +116,10 @@ private slots:
     void fileThatMayNotGrowKeepsItsState();
 
 private:
-    std::filesystem::path path(const char* name) const { return std::filesystem::path(folder_->path().toStdString()) / name; }
+    std::filesystem::path path(const char* name) const
+    {
+        return std::filesystem::path(folder_->path().toStdString()) / name;
+    }
     std::filesystem::path blank(const char* name) const
     {
         const auto content = blankFile();
