@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace platform {
+
+/// The print system refused something; what() says what and why, for a log.
+class PrintError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Whether a job can be printed now, as far as the print system says.
+enum class QueueCondition {
+    ready,
+    noScheduler,  ///< the print system does not answer
+    noQueue,      ///< there is no default queue
+    unknownQueue, ///< the queue asked for does not exist
+    rejecting,    ///< the queue takes no jobs
+    stopped,      ///< the queue takes jobs and keeps them
+    mediaEmpty,
+    coverOpen,
+    offline,
+};
+
+/// The sheet that a queue prints on unless told otherwise. All lengths are hundredths of a millimetre.
+struct QueuePaper {
+    std::string media; ///< the queue's own word for it
+    int width = 0;     ///< 0: the queue does not say what paper it has
+    int length = 0;
+    int left = 0; ///< margins: what the device cannot reach
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+    int minLength = 0; ///< of sheets of this width that the queue accepts
+    int maxLength = 0; ///< 0: no other length than this one
+    int maxWidth = 0;  ///< of the sheets whose length may be chosen
+};
+
+struct QueueState {
+    QueueCondition condition = QueueCondition::noQueue;
+    std::string queue; ///< its name, as far as there is one
+    bool printing = false;
+    QueuePaper paper; ///< only where the condition says something of the printer, ready included
+};
+
+/// What a job tells the queue about itself. Everything is printed on one side and not scaled.
+struct JobTicket {
+    std::string queue;
+    std::string title;
+    std::string media; ///< the queue's word for a sheet, or Custom.WIDTHxHEIGHT in points
+};
+
+/// The system's print queues, one job at a time: createJob, startDocument, write (often), finishDocument. Every step
+/// returns only after the print system has agreed to it and throws PrintError otherwise. No step waits for ever: a
+/// print system that stops answering is given up after seconds. A job that is created and not finished prints nothing
+/// but stays listed: cancel it.
+class PrintQueue {
+public:
+    virtual ~PrintQueue() = default;
+
+    /// Of the queue asked for, else of the user's default queue, else of the system's. Never fails.
+    virtual QueueState state() noexcept = 0;
+
+    virtual int createJob(const JobTicket& ticket) = 0; ///< its number, above 0
+    virtual void startDocument() = 0;                   ///< of the job created last, as a PDF
+    virtual void write(std::span<const std::byte> bytes) = 0;
+    virtual void finishDocument() = 0; ///< from here on the job belongs to the print system
+    virtual void cancelJob(int job) noexcept = 0;
+};
+
+/// Empty texts: the user's own choice and set-up, as every other program on this machine has it.
+struct PrintQueueChoice {
+    std::string queue;
+    std::string scheduler; ///< host, or the path of a socket
+};
+
+std::unique_ptr<PrintQueue> systemPrintQueue(const PrintQueueChoice& choice = {});
+
+} // namespace platform
