@@ -1,0 +1,40 @@
+#pragma once
+
+#include "print/print_target.h"
+#include <QString>
+#include <filesystem>
+#include <map>
+#include <memory>
+
+namespace platform {
+class NewFile;
+}
+
+namespace print {
+
+/// Prints into a folder: each job becomes a PDF under its number, 0001.pdf, 0002.pdf ... No file is ever replaced, and
+/// a file is there only when it is whole and on the disk. The folder must exist. Several processes may share it.
+class FolderTarget : public PrintTarget {
+public:
+    explicit FolderTarget(const QString& folder, const Paper& paper = Paper::slipRoll80());
+    ~FolderTarget() override;
+
+    Paper paper() override;
+    int createJob(const Document& document) override;
+    void sendAndFinish(int job, const Document& document) override;
+    void cancel(int job) noexcept override; ///< only before the job was finished: a printed page cannot be taken back
+    QString stateText() noexcept override;
+
+    /// The file of a job, printed or not.
+    QString fileOf(int job) const;
+
+private:
+    std::filesystem::path pathOf(int job) const;
+    int lastNumber() const;
+
+    std::filesystem::path folder_;
+    Paper paper_;
+    std::map<int, std::unique_ptr<platform::NewFile>> open_; ///< jobs that are created and not finished
+};
+
+} // namespace print

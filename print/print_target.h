@@ -1,0 +1,44 @@
+#pragma once
+
+#include "print/paper.h"
+#include <QByteArray>
+#include <QString>
+
+namespace print {
+
+/// A composed print job: what goes to the queue, whole.
+struct Document {
+    QByteArray pdf;
+    QString title; ///< what the queue lists the job under
+    PageSize page;
+    Paper paper; ///< what it was composed for
+};
+
+/// Where print jobs go: the system's print queue, or a folder. Everything that fails here is base::RuntimeError 482.
+///
+/// A job has two steps so that its number can be written down before a single page leaves: createJob() makes the
+/// number, sendAndFinish() sends the pages and returns only after the queue has taken the whole job over. Between the
+/// two, and after a failure of the second, nothing is printed.
+class PrintTarget {
+public:
+    virtual ~PrintTarget() = default;
+
+    /// The paper of the next job. Throws if there is no printer or if it says beforehand that it cannot print.
+    virtual Paper paper() = 0;
+
+    /// A job without pages. `document` need not outlive the call. The number is positive.
+    virtual int createJob(const Document& document) = 0;
+    /// If it throws, the job has been cancelled (as far as the queue can still be reached).
+    virtual void sendAndFinish(int job, const Document& document) = 0;
+    /// Takes back a job that was created, is being sent or waits in the queue. Never fails; an unknown number is
+    /// ignored.
+    virtual void cancel(int job) noexcept = 0;
+
+    /// What a status line can say about it, in the operator's language. Never fails.
+    virtual QString stateText() noexcept = 0;
+
+    /// Both steps at once.
+    int submit(const Document& document);
+};
+
+} // namespace print

@@ -1,0 +1,223 @@
+#include "print/printer.h"
+
+#include "base/error.h"
+#include "print/face.h"
+#include "print/pdf.h"
+#include <algorithm>
+#include <utility>
+
+namespace print {
+
+namespace {
+
+constexpr float largestSize = 2160;
+
+/// The font list of a job is short (a slip has five); it is searched, not hashed.
+std::size_t indexOf(const QFont& font, std::vector<QFont>& fonts)
+{
+    const auto found = std::ranges::find(fonts, font);
+    if (found != fonts.end()) return static_cast<std::size_t>(found - fonts.begin());
+    fonts.push_back(font);
+    return fonts.size() - 1;
+}
+
+} // namespace
+
+Printer::Printer(PrintTarget& target, Clock clock) : target_(target), clock_(std::move(clock)) {}
+
+const Paper& Printer::paper()
+{
+    if (!paper_) paper_ = target_.paper();
+    return *paper_;
+}
+
+void Printer::setFontName(const QString& name)
+{
+    paper();
+    fontName_ = name;
+    changeFont();
+}
+
+void Printer::setFontSize(float points)
+{
+    paper();
+    if (!(points > 0) || points > largestSize) throw base::runtimeError(base::errors::invalidProperty);
+    fontSize_ = points;
+    changeFont();
+}
+
+void Printer::setFontBold(bool on)
+{
+    paper();
+    bold_ = on;
+    changeFont();
+}
+
+void Printer::setFontItalic(bool on)
+{
+    paper();
+    italic_ = on;
+    changeFont();
+}
+
+void Printer::setFontUnderline(bool on)
+{
+    paper();
+    underline_ = on;
+    changeFont();
+}
+
+void Printer::setFontCharset(int charset)
+{
+    paper();
+    charset_ = charset;
+}
+
+void Printer::changeFont()
+{
+    font_.reset();
+    metrics_.reset();
+    fontIndex_.reset();
+}
+
+const QFontMetricsF& Printer::metrics()
+{
+    if (!metrics_) {
+        font_ = printFont(availableFace(fontName_), fontSize_, bold_, italic_, underline_);
+        metrics_ = metricsInTwips(*font_);
+    }
+    return *metrics_;
+}
+
+std::size_t Printer::currentFont()
+{
+    metrics();
+    if (!fontIndex_) fontIndex_ = indexOf(*font_, layout_.fonts);
+    return *fontIndex_;
+}
+
+int Printer::pageWidth() { return paper().printableWidth(); }
+
+int Printer::pageHeight() { return paper().printableHeight(); }
+
+double Printer::textWidth(const QString& text)
+{
+    paper();
+    return metrics().horizontalAdvance(text);
+}
+
+double Printer::textHeight()
+{
+    paper();
+    return metrics().lineSpacing();
+}
+
+void Printer::setCurrentX(double x)
+{
+    paper();
+    x_ = x;
+}
+
+void Printer::setCurrentY(double y)
+{
+    paper();
+    y_ = y;
+}
+
+void Printer::place(const QString& text)
+{
+    // An empty text leaves no ink, so it needs no page either.
+    if (text.isEmpty()) return;
+    if (y_ + textHeight() > pageHeight() && y_ > 0) {
+        layout_.pages.emplace_back();
+        y_ = 0;
+    }
+    layout_.pages.back().texts.push_back({x_, y_, lineLead + metrics().ascent(), currentFont(), text});
+    layout_.height = std::max(layout_.height, y_ + textHeight());
+}
+
+void Printer::print(const QString& text)
+{
+    paper();
+    started_ = true;
+    place(text);
+    printLine();
+}
+
+void Printer::printStay(const QString& text)
+{
+    paper();
+    started_ = true;
+    place(text);
+    x_ += textWidth(text);
+}
+
+void Printer::printLine()
+{
+    paper();
+    started_ = true;
+    x_ = 0;
+    y_ += textHeight();
+    layout_.height = std::max(layout_.height, y_);
+}
+
+void Printer::line(double x1, double y1, double x2, double y2)
+{
+    paper();
+    started_ = true;
+    layout_.pages.back().lines.push_back({x1, y1, x2, y2});
+    layout_.height = std::max({layout_.height, y1, y2});
+}
+
+void Printer::newPage()
+{
+    paper();
+    started_ = true;
+    layout_.pages.emplace_back();
+    x_ = 0;
+    y_ = 0;
+}
+
+void Printer::reset() noexcept
+{
+    paper_.reset();
+    started_ = false;
+    x_ = 0;
+    y_ = 0;
+    fontIndex_.reset();
+    layout_.fonts.clear();
+    // One page is left in place instead of a new one: clearing cannot run out of memory.
+    layout_.pages.resize(1);
+    layout_.pages.front() = Page();
+    layout_.height = 0;
+    title_.clear();
+}
+
+std::optional<Document> Printer::takeDoc()
+{
+    if (!started_) {
+        reset();
+        return std::nullopt;
+    }
+    try {
+        Document document;
+        document.paper = paper();
+        document.title = title_;
+        document.pdf = renderPdf(layout_, paper(), title_, clock_());
+        document.page = pageOf(layout_, paper());
+        reset();
+        return document;
+    } catch (...) {
+        reset();
+        throw;
+    }
+}
+
+void Printer::endDoc()
+{
+    if (const auto document = takeDoc()) target_.submit(*document);
+}
+
+void Printer::killDoc() noexcept { reset(); }
+
+} // namespace print

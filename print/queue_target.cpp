@@ -1,0 +1,130 @@
+#include "print/queue_target.h"
+
+#include "base/error.h"
+#include <algorithm>
+#include <cmath>
+#include <span>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using platform::QueueCondition;
+
+namespace print {
+
+namespace {
+
+constexpr int widestRoll = 11200; // hundredths of a millimetre
+
+base::RuntimeError printerError(const QString& reason)
+{
+    return {base::errors::printer, u"Printer error: "_s + reason};
+}
+
+double points(int hundredths) { return hundredths * 72.0 / 2540; }
+
+/// Never smaller than the device says.
+int twipsOfMargin(int hundredths) { return static_cast<int>(std::ceil(hundredths * double(twipsPerInch) / 2540)); }
+
+QString describe(QueueCondition condition, const QString& queue)
+{
+    switch (condition) {
+    case QueueCondition::ready:
+        return u"Yazıcı: %1"_s.arg(queue);
+    case QueueCondition::noScheduler:
+        return u"Yazıcı: yazdırma servisi yanıt vermiyor"_s;
+    case QueueCondition::noQueue:
+        return u"Yazıcı: varsayılan yazıcı yok"_s;
+    case QueueCondition::unknownQueue:
+        return u"Yazıcı: %1 bulunamadı"_s.arg(queue);
+    case QueueCondition::rejecting:
+        return u"Yazıcı: %1 iş kabul etmiyor"_s.arg(queue);
+    case QueueCondition::stopped:
+        return u"Yazıcı: %1 durduruldu"_s.arg(queue);
+    case QueueCondition::mediaEmpty:
+        return u"Yazıcı: %1 kâğıt bitti"_s.arg(queue);
+    case QueueCondition::coverOpen:
+        return u"Yazıcı: %1 kapağı açık"_s.arg(queue);
+    case QueueCondition::offline:
+        return u"Yazıcı: %1 bağlı değil"_s.arg(queue);
+    }
+    return u"Yazıcı: %1"_s.arg(queue);
+}
+
+std::string mediaOf(const Document& document)
+{
+    if (!document.paper.roll && !document.paper.media.isEmpty()) return document.paper.media.toStdString();
+    return "Custom." + std::to_string(document.page.width) + "x" + std::to_string(document.page.height);
+}
+
+} // namespace
+
+Paper paperOf(const platform::QueuePaper& paper)
+{
+    if (paper.width <= 0 || paper.length <= 0) return Paper::a4();
+    Paper result;
+    result.roll = paper.width <= widestRoll && paper.maxLength > 0;
+    result.width = static_cast<int>(std::lround(points(paper.width)));
+    result.height = static_cast<int>(std::lround(points(paper.length)));
+    if (result.roll) {
+        // Rounded up, a page would be a hair too wide for a queue whose widest sheet this is, and be refused or scaled.
+        if (paper.maxWidth > 0) result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth)));
+        result.minHeight = static_cast<int>(std::ceil(points(paper.minLength)));
+        result.maxHeight = static_cast<int>(points(paper.maxLength));
+    }
+    result.leftMargin = twipsOfMargin(paper.left);
+    result.topMargin = twipsOfMargin(paper.top);
+    result.rightMargin = twipsOfMargin(paper.right);
+    result.bottomMargin = twipsOfMargin(paper.bottom);
+    result.media = QString::fromStdString(paper.media);
+    return result;
+}
+
+QueueTarget::QueueTarget(std::unique_ptr<platform::PrintQueue> queue) : queue_(std::move(queue)) {}
+
+Paper QueueTarget::paper()
+{
+    const platform::QueueState state = queue_->state();
+    if (state.condition != QueueCondition::ready)
+        throw printerError(describe(state.condition, QString::fromStdString(state.queue)));
+    name_ = state.queue;
+    return paperOf(state.paper);
+}
+
+int QueueTarget::createJob(const Document& document)
+{
+    try {
+        return queue_->createJob({name_, document.title.toStdString(), mediaOf(document)});
+    } catch (const std::exception& error) {
+        throw printerError(QString::fromUtf8(error.what()));
+    }
+}
+
+void QueueTarget::sendAndFinish(int job, const Document& document)
+{
+    try {
+        queue_->startDocument();
+        // In pieces: a print system that fails in the middle of a long listing is noticed there.
+        constexpr std::size_t piece = 64 * 1024;
+        auto left = std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size())));
+        while (!left.empty()) {
+            const auto now = left.first(std::min(piece, left.size()));
+            queue_->write(now);
+            left = left.subspan(now.size());
+        }
+        queue_->finishDocument();
+    } catch (const std::exception& error) {
+        queue_->cancelJob(job);
+        throw printerError(QString::fromUtf8(error.what()));
+    }
+}
+
+void QueueTarget::cancel(int job) noexcept { queue_->cancelJob(job); }
+
+QString QueueTarget::stateText() noexcept
+{
+    const platform::QueueState state = queue_->state();
+    const QString text = describe(state.condition, QString::fromStdString(state.queue));
+    return state.printing && state.condition == QueueCondition::ready ? text + u" (yazdırıyor)"_s : text;
+}
+
+} // namespace print

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "base/error.h"
+#include "print/print_target.h"
+#include "print/printer.h"
+#include <QDateTime>
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <optional>
+#include <set>
+#include <vector>
+
+/// Text is measured and drawn without a screen.
+#define PRINT_TEST_MAIN(TestClass)                                                                                     \
+    int main(int argc, char** argv)                                                                                    \
+    {                                                                                                                  \
+        qputenv("QT_QPA_PLATFORM", "offscreen");                                                                       \
+        QGuiApplication application(argc, argv);                                                                       \
+        TestClass test;                                                                                                \
+        return QTest::qExec(&test, argc, argv);                                                                        \
+    }
+
+/// A target that keeps what it prints and fails where a test wants it to.
+class PaperTrail : public print::PrintTarget {
+public:
+    enum class Step { paper, create, send };
+
+    print::Paper sheet = print::Paper::slipRoll80();
+    std::optional<Step> failAt;
+    std::vector<print::Document> printed;
+    std::set<int> waiting; ///< created and neither sent nor cancelled
+    int asked = 0;         ///< for the paper
+
+    print::Paper paper() override
+    {
+        ++asked;
+        failIf(Step::paper);
+        return sheet;
+    }
+    int createJob(const print::Document&) override
+    {
+        failIf(Step::create);
+        waiting.insert(++last_);
+        return last_;
+    }
+    void sendAndFinish(int job, const print::Document& document) override
+    {
+        waiting.erase(job);
+        failIf(Step::send);
+        printed.push_back(document);
+    }
+    void cancel(int job) noexcept override { waiting.erase(job); }
+    QString stateText() noexcept override { return {}; }
+
+private:
+    void failIf(Step step) const
+    {
+        if (failAt == step) throw base::runtimeError(base::errors::printer);
+    }
+
+    int last_ = 0;
+};
+
+/// The number of the run-time error that an action ends with; 0 if it ends well.
+template <class Action> int errorOf(Action&& action)
+{
+    try {
+        action();
+        return 0;
+    } catch (const base::RuntimeError& error) {
+        return error.number();
+    }
+}
+
+inline bool hasPdfTools() { return !QStandardPaths::findExecutable("pdftotext").isEmpty(); }
+
+#define NEEDS_PDF_TOOLS                                                                                                \
+    if (!hasPdfTools()) QSKIP("poppler-utils (pdftotext, pdfinfo, pdffonts) is not installed")
+
+/// What a poppler tool says of a document. "FILE" among the arguments stands for the document.
+inline QString askPdf(const QByteArray& pdf, const QString& tool, QStringList arguments)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath("job.pdf");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(pdf) != pdf.size()) return {};
+    file.close();
+    for (QString& argument : arguments)
+        if (argument == "FILE") argument = path;
+    QProcess process;
+    process.start(tool, arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+/// The text lines of a document from top to bottom, blanks at both ends dropped, empty lines left out.
+inline QStringList linesOf(const QByteArray& pdf)
+{
+    QStringList lines;
+    for (const QString& line : askPdf(pdf, "pdftotext", {"-layout", "FILE", "-"}).split(u'\n')) {
+        const QString text = line.simplified();
+        if (!text.isEmpty()) lines.append(text);
+    }
+    return lines;
+}
+
+/// The texts that a job holds, in the order in which they were printed.
+inline QStringList textsOf(const print::Layout& layout)
+{
+    QStringList texts;
+    for (const print::Page& page : layout.pages)
+        for (const print::PlacedText& placed : page.texts) texts.append(placed.text);
+    return texts;
+}
+
+/// The first text of that content; fails the test if there is none.
+inline print::PlacedText placed(const print::Layout& layout, const QString& text)
+{
+    for (const print::Page& page : layout.pages)
+        for (const print::PlacedText& placed : page.texts)
+            if (placed.text == text) return placed;
+    QTest::qFail(qPrintable("not printed: " + text), __FILE__, __LINE__);
+    return {};
+}
