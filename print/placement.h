@@ -1,0 +1,37 @@
+#pragma once
+
+#include "print/printer.h"
+#include <QChar>
+#include <QString>
+#include <functional>
+
+namespace print {
+
+/// The distances of slip and statement, in twips.
+inline constexpr double leftMargin = 60;
+inline constexpr double rightMargin = 120;
+inline constexpr double lineGap = 120;
+inline constexpr double dateGap = 60;
+inline constexpr double ruleSlack = 150;
+
+/// Where a text starts that is centred or flush right on a page of that width. A text wider than the page starts left
+/// of it: nothing is moved or cut to fit.
+double centred(int pageWidth, double textWidth);
+double flushRight(int pageWidth, double textWidth);
+
+// Each of these prints in the printer's current font.
+
+void printLeft(Printer& printer, const QString& text);
+void printCentred(Printer& printer, const QString& text);
+void printRight(Printer& printer, const QString& text);
+/// The label at the left and the value at the right of one line. They overlap where the paper is too narrow for both.
+void printLabelAndValue(Printer& printer, const QString& label, const QString& value);
+
+/// As many of that character as the page takes: the shortest row whose width and the slack reach the page width. One
+/// character where the font gives it no width.
+QString ruleOf(QChar character, int pageWidth, const std::function<double(const QString&)>& textWidth);
+QString ruleOf(Printer& printer, QChar character);
+
+void gap(Printer& printer, double distance = lineGap);
+
+} // namespace print

@@ -1,0 +1,107 @@
+#include "print/slip.h"
+
+#include "base/numbers.h"
+#include "base/patterns.h"
+#include "print/head.h"
+#include "print/placement.h"
+#include "print/vendor.h"
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace print {
+
+namespace {
+
+/// In points: how much larger the amount and how much smaller the last lines are than the rest.
+constexpr float amountEnlargement = 6;
+constexpr float footerReduction = 5;
+constexpr float smallestSize = 1;
+
+/// A section: its name between two rules.
+void printSection(Printer& printer, const QString& name, const QString& rule)
+{
+    gap(printer);
+    printLeft(printer, rule);
+    gap(printer);
+    printCentred(printer, name);
+    gap(printer);
+    printLeft(printer, rule);
+}
+
+void printAmount(Printer& printer, const QString& amount)
+{
+    printer.setFontUnderline(true);
+    printer.setFontSize(printer.fontSize() + amountEnlargement);
+    printCentred(printer, amount);
+    printer.setFontSize(printer.fontSize() - amountEnlargement);
+    printer.setFontUnderline(false);
+}
+
+} // namespace
+
+void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regional)
+{
+    printer.setTitle(u"Bilgi Fişi"_s);
+    printHead(printer, slip.font, slip.headerItems, regional);
+    applyBold(printer, slip.font);
+
+    gap(printer, dateGap);
+    printCentred(printer, base::formatDate(slip.now, u"dd mmmm yyyy dddd hh:mm", regional));
+    printer.setCurrentX(leftMargin);
+    printer.printStay(u"Sayın; "_s);
+    printer.print(slip.customer);
+    gap(printer);
+    printLeft(printer, ruleOf(printer, u'='));
+
+    gap(printer);
+    printCentred(printer, u"SIKIM AŞAMASI"_s);
+    gap(printer);
+    const QString rule = ruleOf(printer, u'-');
+    printLeft(printer, rule);
+    printLabelAndValue(printer, u"Sıkılacak Zeytin KG"_s, base::formatQuantity(slip.olives, u"#,##0.00 KG", regional));
+    gap(printer);
+    // The label says KG and the value LT: that is how the mills know this line.
+    const QString oil = base::formatQuantity(slip.oil, u"#,##0.00 LT", regional);
+    printer.setCurrentX(leftMargin);
+    printer.printStay(u"Sıkılan Zeytin Yağı KG"_s);
+    printer.setFontUnderline(true);
+    printRight(printer, oil);
+    printer.setFontUnderline(false);
+
+    printSection(printer, u"HAK EDİŞ"_s, rule);
+    gap(printer);
+    printCentred(printer, slip.shareInOil ? "%"_L1 + slip.percent + u" Sıkılan Zeytin Yağı Miktarı"_s
+                                          : u"Sıkılan Zetin Yağı Bedeli"_s); // spelled so on every slip
+    printAmount(printer, slip.shareInOil ? base::formatQuantity(slip.entitlement, u"#,##0 KG", regional)
+                                         : base::formatQuantity(slip.fee, u"#,##0 TL", regional));
+
+    printSection(printer, u"TESLİMAT"_s, rule);
+    gap(printer);
+    // The count on the screen comes from all the oil and is cut; the one on paper comes from the filled litres and is
+    // rounded. They may differ.
+    const Containers filled = containers(slip.oil, slip.containerKind, regional);
+    if (slip.countContainers) slip.countContainers(filled);
+    printLabelAndValue(printer, u"Dolan Kap Boyutu"_s, base::numberToText(filled.litres, regional) + " LT"_L1);
+    gap(printer);
+    const QString& litres = slip.shareInOil ? slip.handedOver : slip.oil;
+    printLabelAndValue(printer, u"Yaklaşık Dolum Miktarı"_s, base::formatQuantity(litres, u"#,##0 LT", regional));
+    gap(printer);
+    printLabelAndValue(printer, u"DOLDURULAN KAP"_s,
+                       base::formatNumber(base::displayValue(litres, regional) / filled.litres, u"#,##0 AD", regional));
+    gap(printer);
+    printLeft(printer, rule);
+
+    gap(printer);
+    printCentred(printer, u"TEŞEKKÜR EDERİZ"_s);
+    printCentred(printer, u"YİNE BEKLERİZ"_s);
+    printer.printLine();
+    printer.printLine();
+
+    printer.setFontSize(std::max(smallestSize, printer.fontSize() - footerReduction));
+    printCentred(printer, u"Bilgi Fişidir Mali Değer Taşımaz"_s);
+    printer.printLine();
+    for (const QString& line : vendorLines()) printCentred(printer, line);
+}
+
+} // namespace print

@@ -1,0 +1,63 @@
+#include "paper_trail.h"
+
+#include "print/header_file.h"
+
+/// The mill's own lines come from a text file that people edit.
+class HeaderFile : public QObject {
+    Q_OBJECT
+
+    static QStringList itemsOf(const QByteArray& content, const QString& name = "Presva.Txt")
+    {
+        QTemporaryDir folder;
+        QFile file(folder.filePath(name));
+        if (!file.open(QIODevice::WriteOnly)) return {"not written"};
+        file.write(content);
+        file.close();
+        return print::headerItems(folder.path());
+    }
+
+private slots:
+    void readsItems_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QStringList>("items");
+        QTest::newRow("a line") << QByteArray("Ya\xF0 Fabrikas\xFD\r\n") << QStringList{"Yağ Fabrikası"};
+        QTest::newRow("a comma ends an item") << QByteArray("Ad, \xDE"
+                                                            "ehir\r\n")
+                                              << QStringList{"Ad", "Şehir"};
+        QTest::newRow("quotes keep the comma") << QByteArray("\"Ad, Kent\"\r\n") << QStringList{"Ad, Kent"};
+        QTest::newRow("an empty line prints nothing") << QByteArray("a\r\n\r\nb\r\n") << QStringList{"a", "b"};
+        QTest::newRow("empty items print nothing") << QByteArray(",a,,\"\"\r\n") << QStringList{"a"};
+        QTest::newRow("no line end") << QByteArray("a") << QStringList{"a"};
+        QTest::newRow("line ends of other systems") << QByteArray("a\nb\rc") << QStringList{"a", "b", "c"};
+        QTest::newRow("empty file") << QByteArray() << QStringList{};
+        QTest::newRow("UTF-8 with a mark") << QByteArray("\xEF\xBB\xBFYa\xC4\x9F") << QStringList{"Yağ"};
+        QTest::newRow("UTF-8 without a mark") << QByteArray("Ya\xC4\x9F") << QStringList{"Yağ"};
+        QTest::newRow("UTF-16") << QByteArray("\xFF\xFEY\0a\0\x1F\x01", 8) << QStringList{"Yağ"};
+        QTest::newRow("end of file byte") << QByteArray("a\x1A"
+                                                        "b")
+                                          << QStringList{"a"};
+    }
+    void readsItems()
+    {
+        QFETCH(QByteArray, content);
+        QTEST(itemsOf(content), "items");
+    }
+
+    void isFoundInAnyLetterCase()
+    {
+        QCOMPARE(itemsOf("a", "presva.txt"), QStringList{"a"});
+        QCOMPARE(itemsOf("a", "PRESVA.TXT"), QStringList{"a"});
+    }
+
+    void isOptional()
+    {
+        QTemporaryDir folder;
+        QCOMPARE(print::headerItems(folder.path()), QStringList{});
+        QVERIFY(QDir(folder.path()).mkdir("Presva.Txt"));
+        QCOMPARE(print::headerItems(folder.path()), QStringList{});
+    }
+};
+
+PRINT_TEST_MAIN(HeaderFile)
+#include "test_header_file.moc"

@@ -1,0 +1,608 @@
+#include "paper_trail.h"
+
+#include "print/face.h"
+#include "print/header_file.h"
+#include "print/slip.h"
+
+using base::Regional;
+using print::Containers;
+using print::Printer;
+using print::Slip;
+
+namespace {
+
+Slip shareSlip()
+{
+    Slip slip;
+    slip.customer = "Ahmet Yılmaz";
+    slip.olives = "1.000";
+    slip.oil = "850";
+    slip.percent = "12";
+    slip.entitlement = "102";
+    slip.fee = "1.250";
+    slip.handedOver = "748";
+    slip.shareInOil = true;
+    slip.containerKind = 3;
+    slip.now = QDateTime(QDate(2024, 11, 5), QTime(14, 7));
+    return slip;
+}
+
+Slip cashSlip()
+{
+    Slip slip = shareSlip();
+    slip.shareInOil = false;
+    slip.oil = "23,5";
+    slip.containerKind = 1;
+    return slip;
+}
+
+} // namespace
+
+/// The information slip, line by line.
+class SlipTest : public QObject {
+    Q_OBJECT
+
+    PaperTrail target;
+    const Regional turkish = Regional::turkish();
+
+    static bool isRule(const QString& text) { return text.size() > 20 && text.count(text.front()) == text.size(); }
+
+    /// What was printed, rules shortened to one character.
+    QStringList textsOfSlip(const Slip& slip)
+    {
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        QStringList texts = textsOf(printer.layout());
+        for (QString& text : texts)
+            if (isRule(text)) text.truncate(1);
+        return texts;
+    }
+
+    /// Composes as the screen does: a job that fails is killed.
+    int printSlip(const Slip& slip)
+    {
+        Printer printer(target);
+        const int error = errorOf([&] {
+            print::composeSlip(printer, slip, turkish);
+            printer.endDoc();
+        });
+        if (error != 0) printer.killDoc();
+        return error;
+    }
+
+    static QStringList vendorAndEnd()
+    {
+        return {"-",
+                "TEŞEKKÜR EDERİZ",
+                "YİNE BEKLERİZ",
+                "Bilgi Fişidir Mali Değer Taşımaz",
+                "Mendrik Presva",
+                "Tel: 0 850 000 00 00 - 0 850 000 00 01",
+                "Zeytin Sokak No: 1"};
+    }
+
+private slots:
+    void init() { target = PaperTrail(); }
+
+    void shareInOilPrintsThePercentageTheEntitlementAndWhatIsHandedOver()
+    {
+        Slip slip = shareSlip();
+        slip.headerItems = {"Mendrik Yağ Fabrikası", "Ayvalık"};
+        QCOMPARE(textsOfSlip(slip), QStringList({"Mendrik Yağ Fabrikası",
+                                                 "Ayvalık",
+                                                 "05 Kasım 2024 Salı 14:07",
+                                                 "Sayın; ",
+                                                 "Ahmet Yılmaz",
+                                                 "=",
+                                                 "SIKIM AŞAMASI",
+                                                 "-",
+                                                 "Sıkılacak Zeytin KG",
+                                                 "1.000,00 KG",
+                                                 "Sıkılan Zeytin Yağı KG",
+                                                 "850,00 LT",
+                                                 "-",
+                                                 "HAK EDİŞ",
+                                                 "-",
+                                                 "%12 Sıkılan Zeytin Yağı Miktarı",
+                                                 "102 KG",
+                                                 "-",
+                                                 "TESLİMAT",
+                                                 "-",
+                                                 "Dolan Kap Boyutu",
+                                                 "20 LT",
+                                                 "Yaklaşık Dolum Miktarı",
+                                                 "748 LT",
+                                                 "DOLDURULAN KAP",
+                                                 "37 AD"}) +
+                                        vendorAndEnd());
+    }
+
+    void cashPrintsTheFeeAndFillsAllTheOil()
+    {
+        QCOMPARE(textsOfSlip(cashSlip()), QStringList({"05 Kasım 2024 Salı 14:07",
+                                                       "Sayın; ",
+                                                       "Ahmet Yılmaz",
+                                                       "=",
+                                                       "SIKIM AŞAMASI",
+                                                       "-",
+                                                       "Sıkılacak Zeytin KG",
+                                                       "1.000,00 KG",
+                                                       "Sıkılan Zeytin Yağı KG",
+                                                       "23,50 LT",
+                                                       "-",
+                                                       "HAK EDİŞ",
+                                                       "-",
+                                                       "Sıkılan Zetin Yağı Bedeli",
+                                                       "1.250 TL",
+                                                       "-",
+                                                       "TESLİMAT",
+                                                       "-",
+                                                       "Dolan Kap Boyutu",
+                                                       "10 LT",
+                                                       "Yaklaşık Dolum Miktarı",
+                                                       "24 LT",
+                                                       "DOLDURULAN KAP",
+                                                       "2 AD"}) +
+                                              vendorAndEnd());
+    }
+
+    void thePaperCarriesWhatWasComposed()
+    {
+        NEEDS_PDF_TOOLS;
+        QCOMPARE(printSlip(cashSlip()), 0);
+        QStringList lines = linesOf(target.printed.front().pdf);
+        for (QString& line : lines)
+            if (isRule(line)) line.truncate(1);
+        QCOMPARE(lines, QStringList({"05 Kasım 2024 Salı 14:07", "Sayın; Ahmet Yılmaz", "=", "SIKIM AŞAMASI", "-",
+                                     "Sıkılacak Zeytin KG 1.000,00 KG", "Sıkılan Zeytin Yağı KG 23,50 LT", "-",
+                                     "HAK EDİŞ", "-", "Sıkılan Zetin Yağı Bedeli", "1.250 TL", "-", "TESLİMAT", "-",
+                                     "Dolan Kap Boyutu 10 LT", "Yaklaşık Dolum Miktarı 24 LT", "DOLDURULAN KAP 2 AD"}) +
+                            vendorAndEnd());
+        QCOMPARE(target.printed.front().title, "Bilgi Fişi");
+    }
+
+    void otherRegionalSettingsGiveTheirOwnMarksAndNames()
+    {
+        Slip slip = cashSlip();
+        slip.olives = "1,234.5";
+        slip.oil = "23.5";
+        slip.fee = "1,250";
+        Printer printer(target);
+        print::composeSlip(printer, slip, Regional::english());
+        const QStringList texts = textsOf(printer.layout());
+        for (const QString text : {"1,234.50 KG", "23.50 LT", "1,250 TL", "05 November 2024 Tuesday 14:07"})
+            QVERIFY2(texts.contains(text), qPrintable(texts.join(" | ")));
+    }
+
+    void everyLineStandsWhereTheRulesPutIt()
+    {
+        Slip slip = shareSlip();
+        slip.headerItems = {"Mendrik Yağ Fabrikası"};
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        const print::Layout& layout = printer.layout();
+        const int width = printer.pageWidth();
+
+        // Line heights of the four fonts in use.
+        const auto height = [&](float size, bool bold) {
+            Printer other(target);
+            other.setFontSize(size);
+            other.setFontBold(bold);
+            return other.textHeight();
+        };
+        const double head = height(8, true);
+        const double h = height(8, false);
+        const double amount = height(14, false);
+        const double small = height(3, false);
+
+        double y = head; // the empty line at the top, ended in bold
+        const auto expect = [&](const QString& text, double lineHeight) {
+            QCOMPARE(placed(layout, text).y, y);
+            y += lineHeight;
+        };
+        // The rules between the sections are all alike; each is the next of its kind.
+        std::vector<print::PlacedText> rules;
+        for (const auto& text : layout.pages[0].texts)
+            if (isRule(text.text)) rules.push_back(text);
+        std::size_t nextRule = 0;
+        const auto expectRule = [&](QChar character) {
+            QVERIFY(nextRule < rules.size());
+            const print::PlacedText& rule = rules[nextRule++];
+            QCOMPARE(rule.text.front(), character);
+            QCOMPARE(rule.x, 60.0);
+            QCOMPARE(rule.y, y);
+            y += h;
+        };
+        const double gap = 120;
+
+        expect("Mendrik Yağ Fabrikası", head);
+        y += 60;
+        expect("05 Kasım 2024 Salı 14:07", h);
+        QCOMPARE(placed(layout, "Sayın; ").y, y);
+        expect("Ahmet Yılmaz", h);
+        y += gap;
+        expectRule(u'=');
+        y += gap;
+        expect("SIKIM AŞAMASI", h);
+        y += gap;
+        expectRule(u'-');
+        QCOMPARE(placed(layout, "1.000,00 KG").y, y);
+        expect("Sıkılacak Zeytin KG", h);
+        y += gap;
+        QCOMPARE(placed(layout, "850,00 LT").y, y);
+        expect("Sıkılan Zeytin Yağı KG", h);
+        y += gap;
+        expectRule(u'-');
+        y += gap;
+        expect("HAK EDİŞ", h);
+        y += gap;
+        expectRule(u'-');
+        y += gap;
+        expect("%12 Sıkılan Zeytin Yağı Miktarı", h);
+        expect("102 KG", amount);
+        y += gap;
+        expectRule(u'-');
+        y += gap;
+        expect("TESLİMAT", h);
+        y += gap;
+        expectRule(u'-');
+        for (const QString line : {"Dolan Kap Boyutu", "Yaklaşık Dolum Miktarı", "DOLDURULAN KAP"}) {
+            y += gap;
+            expect(line, h);
+        }
+        y += gap;
+        expectRule(u'-');
+        y += gap;
+        expect("TEŞEKKÜR EDERİZ", h);
+        expect("YİNE BEKLERİZ", h);
+        y += 2 * h;
+        expect("Bilgi Fişidir Mali Değer Taşımaz", small);
+        y += small;
+        expect("Mendrik Presva", small);
+        expect("Tel: 0 850 000 00 00 - 0 850 000 00 01", small);
+        expect("Zeytin Sokak No: 1", small);
+        QCOMPARE(nextRule, rules.size());
+        QCOMPARE(printer.currentY(), y);
+
+        // Across: left 60, centred, right less 120.
+        const auto widthOf = [&](const print::PlacedText& text) {
+            return print::metricsInTwips(layout.fonts[text.font]).horizontalAdvance(text.text);
+        };
+        for (const QString text : {"Sayın; ", "Sıkılacak Zeytin KG", "Dolan Kap Boyutu", "DOLDURULAN KAP"})
+            QCOMPARE(placed(layout, text).x, 60.0);
+        QCOMPARE(placed(layout, "Ahmet Yılmaz").x, 60 + widthOf(placed(layout, "Sayın; ")));
+        for (const QString text : {"Mendrik Yağ Fabrikası", "05 Kasım 2024 Salı 14:07", "SIKIM AŞAMASI", "102 KG",
+                                   "Bilgi Fişidir Mali Değer Taşımaz", "Zeytin Sokak No: 1"}) {
+            const print::PlacedText line = placed(layout, text);
+            QCOMPARE(line.x, (width - widthOf(line)) / 2);
+        }
+        for (const QString text : {"1.000,00 KG", "850,00 LT", "20 LT", "748 LT", "37 AD"}) {
+            const print::PlacedText value = placed(layout, text);
+            QCOMPARE(value.x, width - widthOf(value) - 120);
+        }
+    }
+
+    void onlyTheOilAndTheAmountAreUnderlined()
+    {
+        Printer printer(target);
+        print::composeSlip(printer, shareSlip(), turkish);
+        QStringList underlined;
+        for (const auto& text : printer.layout().pages[0].texts)
+            if (printer.layout().fonts[text.font].underline()) underlined.append(text.text);
+        QCOMPARE(underlined, QStringList({"850,00 LT", "102 KG"}));
+        QVERIFY(!printer.fontUnderline());
+    }
+
+    void sizesGrowForTheAmountAndShrinkForTheEnd_data()
+    {
+        QTest::addColumn<QString>("size");
+        QTest::addColumn<double>("text");
+        QTest::addColumn<double>("amount");
+        QTest::addColumn<double>("end");
+        QTest::newRow("eight") << "8" << 8.0 << 14.0 << 3.0;
+        QTest::newRow("half points") << "10,5" << 10.5 << 16.5 << 5.5;
+        QTest::newRow("end of at least one point") << "5" << 5.0 << 11.0 << 1.0;
+        QTest::newRow("smaller still") << "2" << 2.0 << 8.0 << 1.0;
+    }
+    void sizesGrowForTheAmountAndShrinkForTheEnd()
+    {
+        QFETCH(QString, size);
+        QFETCH(double, amount);
+        Slip slip = shareSlip();
+        slip.font.size = size;
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        const auto sizeOf = [&](const QString& text) {
+            return printer.layout().fonts[placed(printer.layout(), text).font].pointSizeF();
+        };
+        QTEST(sizeOf("Sayın; "), "text");
+        QCOMPARE(sizeOf("102 KG"), amount);
+        QTEST(sizeOf("TESLİMAT"), "text");
+        QTEST(sizeOf("Bilgi Fişidir Mali Değer Taşımaz"), "end");
+        QTEST(sizeOf("Zeytin Sokak No: 1"), "end");
+    }
+
+    void theMillsLinesAreBoldWhateverTheSettingSays_data()
+    {
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<bool>("rest");
+        QTest::newRow("off") << "False" << false;
+        QTest::newRow("on") << "True" << true;
+    }
+    void theMillsLinesAreBoldWhateverTheSettingSays()
+    {
+        QFETCH(QString, setting);
+        QFETCH(bool, rest);
+        Slip slip = shareSlip();
+        slip.font.bold = setting;
+        slip.headerItems = {"Mendrik Yağ Fabrikası"};
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        for (const auto& text : printer.layout().pages[0].texts)
+            QCOMPARE(printer.layout().fonts[text.font].bold(), rest || text.text == "Mendrik Yağ Fabrikası");
+    }
+
+    void widerPaperOnlyLengthensRulesAndMovesTexts()
+    {
+        Printer printer(target);
+        print::composeSlip(printer, shareSlip(), turkish);
+        const print::Layout narrow = printer.layout();
+        printer.killDoc();
+        target.sheet = print::Paper::a4();
+        print::composeSlip(printer, shareSlip(), turkish);
+        const auto& before = narrow.pages[0].texts;
+        const auto& after = printer.layout().pages[0].texts;
+        QCOMPARE(after.size(), before.size());
+        for (std::size_t i = 0; i < before.size(); ++i) {
+            QCOMPARE(after[i].y, before[i].y);
+            if (isRule(before[i].text))
+                QVERIFY(after[i].text.size() > before[i].text.size());
+            else
+                QCOMPARE(after[i].text, before[i].text);
+        }
+    }
+
+    void countsContainers_data()
+    {
+        QTest::addColumn<bool>("share");
+        QTest::addColumn<QString>("oil");
+        QTest::addColumn<QString>("handedOver");
+        QTest::addColumn<int>("litres");
+        QTest::addColumn<QString>("display");
+        QTest::addColumn<QString>("filled");
+        QTest::addColumn<QString>("count");
+        QTest::newRow("L40") << false << "23,5"
+                             << "" << 10 << "2 Kap"
+                             << "24 LT"
+                             << "2 AD";
+        QTest::newRow("L41") << false << "25"
+                             << "" << 10 << "2 Kap"
+                             << "25 LT"
+                             << "3 AD";
+        QTest::newRow("L42") << false << "53"
+                             << "" << 5 << "10 Kap"
+                             << "53 LT"
+                             << "11 AD";
+        QTest::newRow("L43") << false << "850"
+                             << "" << 15 << "56 Kap"
+                             << "850 LT"
+                             << "57 AD";
+        QTest::newRow("L44") << true << "850"
+                             << "748" << 20 << "42 Kap"
+                             << "748 LT"
+                             << "37 AD";
+        QTest::newRow("L45") << false << "4"
+                             << "" << 5 << "0 Kap"
+                             << "4 LT"
+                             << "1 AD";
+        QTest::newRow("L46") << false << "2"
+                             << "" << 5 << "0 Kap"
+                             << "2 LT"
+                             << "0 AD";
+        QTest::newRow("L47") << false << "52,5"
+                             << "" << 5 << "10 Kap"
+                             << "53 LT"
+                             << "11 AD";
+        QTest::newRow("L48") << true << "100"
+                             << "-20" << 10 << "10 Kap"
+                             << "-20 LT"
+                             << "-2 AD";
+        QTest::newRow("L49") << false << "12.345"
+                             << "" << 10 << "1234 Kap"
+                             << "12.345 LT"
+                             << "1.235 AD";
+        QTest::newRow("negative oil is cut towards zero") << false << "-12"
+                                                          << "" << 5 << "-2 Kap"
+                                                          << "-12 LT"
+                                                          << "-2 AD";
+        QTest::newRow("nothing handed over yet") << true << "850"
+                                                 << "" << 20 << "42 Kap"
+                                                 << "0 LT"
+                                                 << "0 AD";
+        QTest::newRow("no oil yet") << false << ""
+                                    << "" << 20 << "0 Kap"
+                                    << "0 LT"
+                                    << "0 AD";
+    }
+    void countsContainers()
+    {
+        QFETCH(bool, share);
+        QFETCH(QString, oil);
+        QFETCH(QString, handedOver);
+        QFETCH(int, litres);
+        QFETCH(QString, filled);
+        QFETCH(QString, count);
+        Slip slip = shareSlip();
+        slip.shareInOil = share;
+        slip.oil = oil;
+        slip.handedOver = handedOver;
+        slip.containerKind = litres / 5 - 1;
+        std::vector<Containers> counted;
+        slip.countContainers = [&](const Containers& containers) { counted.push_back(containers); };
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        QCOMPARE(counted.size(), std::size_t(1));
+        QTEST(counted[0].display, "display");
+        QCOMPARE(counted[0].litres, litres);
+        const QStringList texts = textsOf(printer.layout());
+        QCOMPARE(texts[texts.indexOf("Dolan Kap Boyutu") + 1], QString("%1 LT").arg(litres));
+        QCOMPARE(texts[texts.indexOf("Yaklaşık Dolum Miktarı") + 1], filled);
+        QCOMPARE(texts[texts.indexOf("DOLDURULAN KAP") + 1], count);
+    }
+
+    void withoutAContainerKindThereIsNoCount_data()
+    {
+        QTest::addColumn<int>("position");
+        QTest::newRow("none chosen") << -1;
+        QTest::newRow("behind the list") << 4;
+    }
+    void withoutAContainerKindThereIsNoCount()
+    {
+        QFETCH(int, position);
+        QCOMPARE(errorOf([&] { print::containers("850", position, turkish); }), base::errors::typeMismatch);
+        QCOMPARE(errorOf([&] { print::containers("abc", 1, turkish); }), base::errors::typeMismatch);
+    }
+
+    // ---- What fails: nothing is printed, and what had been done stays done ----
+
+    void noPrinterIsAnErrorAndCancellingItIsNot()
+    {
+        target.failAt = PaperTrail::Step::paper;
+        QCOMPARE(printSlip(shareSlip()), base::errors::printer);
+        QVERIFY(target.printed.empty());
+    }
+
+    void aTextThatIsNoNumberEndsTheSlip_data()
+    {
+        QTest::addColumn<QString Slip::*>("text");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("share");
+        QTest::addColumn<bool>("counted");
+        QTest::newRow("olives as the scale sent them") << &Slip::olives << "1234KG\r" << true << false;
+        QTest::newRow("olives") << &Slip::olives << "abc" << true << false;
+        QTest::newRow("oil") << &Slip::oil << "abc" << false << false;
+        QTest::newRow("entitlement") << &Slip::entitlement << "x" << true << false;
+        QTest::newRow("fee") << &Slip::fee << "x" << false << false;
+        QTest::newRow("handed over, after the count") << &Slip::handedOver << "x" << true << true;
+    }
+    void aTextThatIsNoNumberEndsTheSlip()
+    {
+        QFETCH(QString Slip::*, text);
+        QFETCH(QString, value);
+        QFETCH(bool, share);
+        QFETCH(bool, counted);
+        Slip slip = shareSlip();
+        slip.shareInOil = share;
+        slip.*text = value;
+        bool called = false;
+        slip.countContainers = [&](const Containers&) { called = true; };
+        QCOMPARE(printSlip(slip), base::errors::typeMismatch);
+        QVERIFY(target.printed.empty());
+        QVERIFY(target.waiting.empty());
+        QCOMPARE(called, counted);
+    }
+
+    void whatTheModeDoesNotPrintNeedNotBeANumber()
+    {
+        Slip share = shareSlip();
+        share.fee = "abc";
+        QCOMPARE(printSlip(share), 0);
+        Slip cash = cashSlip();
+        cash.entitlement = cash.handedOver = "abc";
+        QCOMPARE(printSlip(cash), 0);
+        QCOMPARE(target.printed.size(), std::size_t(2));
+    }
+
+    void withoutAContainerKindNothingIsPrintedOrCounted()
+    {
+        Slip slip = shareSlip();
+        slip.containerKind = -1;
+        bool called = false;
+        slip.countContainers = [&](const Containers&) { called = true; };
+        QCOMPARE(printSlip(slip), base::errors::typeMismatch);
+        QVERIFY(target.printed.empty());
+        QVERIFY(!called);
+    }
+
+    void whatTheCountThrowsEndsTheSlip()
+    {
+        Slip slip = shareSlip();
+        slip.countContainers = [](const Containers&) { throw base::runtimeError(base::errors::subscript); };
+        QCOMPARE(printSlip(slip), base::errors::subscript);
+        QVERIFY(target.printed.empty());
+    }
+
+    void damagedFontSettingsEndTheSlip_data()
+    {
+        QTest::addColumn<QString>("size");
+        QTest::addColumn<QString>("bold");
+        QTest::addColumn<QString>("italic");
+        QTest::addColumn<int>("error");
+        QTest::newRow("size in words") << "sekiz"
+                                       << "False"
+                                       << "False" << base::errors::typeMismatch;
+        QTest::newRow("no size") << ""
+                                 << "False"
+                                 << "False" << base::errors::typeMismatch;
+        QTest::newRow("size beyond numbers") << "1e39"
+                                             << "False"
+                                             << "False" << base::errors::overflow;
+        QTest::newRow("size zero") << "0"
+                                   << "False"
+                                   << "False" << base::errors::invalidProperty;
+        QTest::newRow("bold in Turkish") << "8"
+                                         << "Doğru"
+                                         << "False" << base::errors::typeMismatch;
+        QTest::newRow("bold as a number") << "8"
+                                          << "1"
+                                          << "False" << base::errors::typeMismatch;
+        QTest::newRow("italic empty") << "8"
+                                      << "False"
+                                      << "" << base::errors::typeMismatch;
+    }
+    void damagedFontSettingsEndTheSlip()
+    {
+        QFETCH(QString, size);
+        QFETCH(QString, bold);
+        QFETCH(QString, italic);
+        QFETCH(int, error);
+        Slip slip = shareSlip();
+        slip.font.size = size;
+        slip.font.bold = bold;
+        slip.font.italic = italic;
+        QCOMPARE(printSlip(slip), error);
+        QVERIFY(target.printed.empty());
+    }
+
+    void aQueueThatFailsAtTheEndIsAnErrorToo_data()
+    {
+        QTest::addColumn<PaperTrail::Step>("step");
+        QTest::newRow("create") << PaperTrail::Step::create;
+        QTest::newRow("send") << PaperTrail::Step::send;
+    }
+    void aQueueThatFailsAtTheEndIsAnErrorToo()
+    {
+        QFETCH(PaperTrail::Step, step);
+        target.failAt = step;
+        QCOMPARE(printSlip(shareSlip()), base::errors::printer);
+        QVERIFY(target.printed.empty());
+        QVERIFY(target.waiting.empty());
+    }
+
+    void aFailedSlipLeavesNoTraceOnTheNext()
+    {
+        const auto clock = [] { return QDateTime(QDate(2024, 11, 5), QTime(14, 7), Qt::UTC); };
+        Printer printer(target, clock);
+        Slip broken = shareSlip();
+        broken.entitlement = "x";
+        QVERIFY(errorOf([&] { print::composeSlip(printer, broken, turkish); }) != 0);
+        printer.killDoc();
+        print::composeSlip(printer, shareSlip(), turkish);
+        Printer fresh(target, clock);
+        print::composeSlip(fresh, shareSlip(), turkish);
+        QCOMPARE(printer.takeDoc()->pdf, fresh.takeDoc()->pdf);
+    }
+};
+
+PRINT_TEST_MAIN(SlipTest)
+#include "test_slip.moc"
