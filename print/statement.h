@@ -1,0 +1,52 @@
+#pragma once
+
+#include "base/regional.h"
+#include "print/print_font.h"
+#include "print/printer.h"
+#include <QDate>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <functional>
+#include <vector>
+
+namespace print {
+
+/// A column of the grid that is printed. Lengths in twips.
+struct StatementColumn {
+    bool visible = true;
+    QString caption;
+    double left = 0; ///< of the column in its grid
+    double width = 0;
+    QString field;        ///< the record's field that it shows
+    int alignment = 0;    ///< 1: at the right, with the number format; anything else at the left, as plain text
+    QString numberFormat; ///< a number pattern, "Standard", or empty
+};
+
+/// The listing that the grid shows, as a ruled table.
+struct Statement {
+    std::vector<StatementColumn> columns;
+    QString listingKind; ///< "1" prints title and customer, "0" does not; an empty text is error 13
+    QString customer;
+    QDate firstDay;
+    QStringList headerItems; ///< the mill's own lines
+    PrintFont font;
+
+    /// Goes to the first record, at the next call to the second ...; false after the last.
+    std::function<bool()> nextRecord;
+    /// Of the present record: nothing for Null, a text, an int, a float or a double, a QDateTime. Throws if the listing
+    /// has no such field.
+    std::function<QVariant(const QString& field)> value;
+};
+
+/// Composes the statement into a job that the caller ends or kills. Throws base::RuntimeError at the first thing that
+/// fails; what nextRecord and value throw passes through.
+///
+/// A listing longer than a page goes on at the top of the next one: a record is never cut by a page edge, and on every
+/// page the part of the table that stands there is closed by rules and column lines. Captions are printed once.
+void composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional);
+
+/// The text as far as it fits: last characters are dropped while it is wider than the width.
+QString cutToFit(Printer& printer, const QString& text, double width);
+
+} // namespace print
