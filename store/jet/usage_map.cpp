@@ -15,7 +15,7 @@ namespace {
 
 // A map is a row of a row page:
 //
-//     inline     00, first page u32, bitmap to the end of the row
+//     inline     00, first page u32 (the platform's own is a multiple of 8), bitmap to the end of the row
 //     reference  01, then u32 page numbers: entry k is a bitmap page for pages k*32736 .. k*32736+32735, 0 = none set
 //
 // A bitmap page is 05 01 00 00 and 4092 bytes of bitmap.
@@ -83,7 +83,6 @@ Row rowOf(Pager& pager, MapRef map)
     if (row.bytes[0] > 1) damaged(map, "türü bilinmiyor");
     row.kind = static_cast<Kind>(row.bytes[0]);
     if (row.kind == Kind::inlined && row.bytes.size() < inlineHead) damaged(map, "satır kısa");
-    if (row.kind == Kind::inlined && row.start() % 8 != 0) damaged(map, "ilk sayfası sekizin katı değil");
     if (row.kind == Kind::inlined && row.start() >= maxPages) damaged(map, "ilk sayfası dosyanın çok dışında");
     return row;
 }
