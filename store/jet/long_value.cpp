@@ -138,6 +138,11 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
     return data;
 }
 
+std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference)
+{
+    return placesOf(pager, readReference(pager, reference));
+}
+
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
 {
     assert(data.size() <= longestOnePage);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 /// Memo and OLE values. A row holds a reference of 12 bytes: the length with the kind in its two highest bits, the
 /// place, and a stamp; a short value follows it there and then, a longer one is a row of a page of the column's own,
@@ -18,6 +19,9 @@ inline constexpr std::size_t longValueReference = 12; ///< bytes of a reference 
 
 /// The value's bytes. Throws damaged.
 Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
+
+/// Where the parts of a value stand outside its row, in order; none for one that lies in the row. Throws damaged.
+std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference);
 
 /// Stores a value of at most longestOnePage bytes and returns its field for the row. `owned` and `freeSpace` are the
 /// maps of its column; without them (none()) only a value short enough for the row can be kept. In a transaction.
