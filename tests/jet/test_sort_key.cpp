@@ -108,8 +108,7 @@ void SortKey::everyCodeUnitHasItsWeight()
         const std::u16string text{u'A', char16_t(unit), u'B'};
         std::vector<std::uint8_t> key;
         jet::appendTextKey(key, text, inTurkish ? jet::turkish : jet::general);
-        for (const std::uint8_t byte : key)
-            fnv = (fnv ^ byte) * 0x100000001b3;
+        for (const std::uint8_t byte : key) fnv = (fnv ^ byte) * 0x100000001b3;
     }
     QCOMPARE(fnv, digest);
 }

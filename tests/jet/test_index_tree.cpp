@@ -1,0 +1,619 @@
+#include <cstddef> // moc wants it before <compare>
+
+#include "tests/jet/blank_file.h"
+#include "tests/jet/power_cut_disk.h"
+
+#include "store/jet/error.h"
+#include "store/jet/index_page.h"
+#include "store/jet/index_tree.h"
+#include "store/jet/row_page.h"
+
+#include <QTest>
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <set>
+
+using jet::Key;
+using jet::PageNo;
+using jet::RowId;
+
+namespace {
+
+constexpr PageNo table = 2; ///< no definition there, only its number counts
+constexpr PageNo mapPage = 3;
+constexpr PageNo root = 4;
+constexpr PageNo pagesBefore = 16;
+
+/// A file with one empty index, kept in memory.
+struct Workbench {
+    PowerCutDisk disk;
+    std::unique_ptr<jet::Pager> pager;
+    std::unique_ptr<jet::IndexTree> tree;
+
+    Workbench()
+    {
+        disk.put("a.mdb", blankFile(pagesBefore));
+        pager = std::make_unique<jet::Pager>(disk, "a.mdb", jet::Pager::Mode::readWrite);
+        tree = std::make_unique<jet::IndexTree>(*pager, root, table, jet::MapRef{0, mapPage});
+        jet::Transaction setUp(*pager);
+        jet::initRowPage(pager->write(mapPage), 0);
+        jet::appendRow(pager->write(mapPage), std::vector<std::uint8_t>(69), jet::RowKind::ordinary);
+        jet::mapSet(*pager, {0, mapPage}, root);
+        jet::initIndexLeaf(pager->write(root), table);
+        setUp.commit();
+    }
+};
+
+/// What the tree must hold.
+using Model = std::set<std::pair<Key, RowId>>;
+
+Model contentOf(const jet::IndexTree& tree)
+{
+    Model content;
+    std::size_t entries = 0;
+    Key previous;
+    tree.walk({}, [&](std::span<const std::uint8_t> key, RowId row) {
+        const Key entry = jet::entryOf(key, row);
+        if (!(previous < entry)) throw std::logic_error("entries out of order");
+        previous = entry;
+        content.emplace(Key(key.begin(), key.end()), row);
+        ++entries;
+        return true;
+    });
+    if (entries != content.size()) throw std::logic_error("an entry is there twice");
+    return content;
+}
+
+/// Everything that must be true of a sound tree; the first thing that is not, or nothing.
+QString firstFault(Workbench& bench, const Model& model)
+{
+    std::vector<std::string> faults, warnings;
+    std::vector<PageNo> pages;
+    bench.tree->check(faults, warnings, pages);
+    if (!faults.empty()) return QString::fromStdString(faults.front());
+    if (!warnings.empty()) return QString::fromStdString(warnings.front());
+    if (contentOf(*bench.tree) != model) return "the entries are not those that were put in";
+    // Nothing lost, nothing owned twice: the pages that are not in the tree are free.
+    std::vector<PageNo> free = jet::mapPages(*bench.pager, jet::freeMap);
+    std::ranges::sort(pages);
+    std::vector<PageNo> both;
+    std::ranges::set_intersection(pages, free, std::back_inserter(both));
+    if (!both.empty()) return "a page of the tree is free";
+    if (pages.size() - 1 + free.size() + pagesBefore != bench.pager->pageCount()) return "pages are lost";
+    return {};
+}
+
+Key longKey(std::int64_t value)
+{
+    const auto bits = std::uint32_t(value) ^ 0x80000000U;
+    return {0x7F, std::uint8_t(bits >> 24), std::uint8_t(bits >> 16), std::uint8_t(bits >> 8), std::uint8_t(bits)};
+}
+
+Key filledKey(std::size_t length, std::uint8_t fill, std::uint32_t number)
+{
+    Key key(length, fill);
+    key.front() = 0x7F;
+    for (std::size_t i = 0; i < 4; ++i) key[length - 5 + i] = std::uint8_t(number >> (24 - 8 * i));
+    key.back() = 0;
+    return key;
+}
+
+RowId rowNumber(std::uint32_t number) { return {100 + number / 200, std::uint8_t(number % 200)}; }
+
+using MakeKey = std::function<Key(std::mt19937&, std::uint32_t)>;
+
+/// Inserts and erases at random, comparing after every batch; the tree grows in the first half and shrinks then.
+void exercise(const MakeKey& makeKey, int batches, int batchSize, unsigned seed)
+{
+    Workbench bench;
+    Model model;
+    std::vector<std::pair<Key, RowId>> known;
+    std::mt19937 random(seed);
+    std::uint32_t number = 0;
+    for (int batch = 0; batch < batches; ++batch) {
+        const unsigned growth = batch < batches / 2 ? 8 : 3;
+        jet::Transaction change(*bench.pager);
+        for (int i = 0; i < batchSize; ++i) {
+            if (random() % 10 < growth || known.empty()) {
+                const auto entry = std::pair(makeKey(random, number), rowNumber(number));
+                ++number;
+                const auto above = model.lower_bound({entry.first, RowId{}});
+                const bool isNew = above == model.end() || above->first != entry.first;
+                QCOMPARE(bench.tree->hasKey(entry.first, RowId{}), !isNew);
+                QCOMPARE(bench.tree->insert(entry.first, entry.second), isNew);
+                model.insert(entry);
+                known.push_back(entry);
+            } else {
+                const std::size_t victim = random() % known.size();
+                QVERIFY(bench.tree->erase(known[victim].first, known[victim].second));
+                QVERIFY(!bench.tree->erase(known[victim].first, known[victim].second));
+                model.erase(known[victim]);
+                known[victim] = known.back();
+                known.pop_back();
+            }
+        }
+        change.commit();
+        QCOMPARE(firstFault(bench, model), QString());
+    }
+    jet::Transaction change(*bench.pager);
+    for (const auto& [key, row] : known) QVERIFY(bench.tree->erase(key, row));
+    change.commit();
+    QCOMPARE(firstFault(bench, {}), QString());
+    QCOMPARE(jet::mapPages(*bench.pager, {0, mapPage}), std::vector<PageNo>{root});
+}
+
+/// A tree of these keys in this order of insertion, one row each.
+Model fill(Workbench& bench, const std::vector<Key>& keys)
+{
+    Model model;
+    jet::Transaction change(*bench.pager);
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        bench.tree->insert(keys[i], rowNumber(std::uint32_t(i)));
+        model.emplace(keys[i], rowNumber(std::uint32_t(i)));
+    }
+    change.commit();
+    return model;
+}
+
+int levels(Workbench& bench) { return jet::IndexPage(*bench.pager, root, table).level() + 1; }
+
+QByteArray hex(std::span<const std::uint8_t> bytes)
+{
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size())).toHex();
+}
+
+} // namespace
+
+class IndexTreeTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void leafHasTheBytesThatAccessWrites();
+    void bulkBuiltTreeHasTheBytesThatAccessWrites();
+    void randomChangesKeepTheTreeTrue_data();
+    void randomChangesKeepTheTreeTrue();
+    void orderOfInsertionDoesNotMatter_data();
+    void orderOfInsertionDoesNotMatter();
+    void ascendingKeysLeaveFullPages();
+    void foreignKeyMayTakeTheCommonPrefixAway();
+    void massDeleteGivesPagesBackAndTheyAreUsedAgain();
+    void insertWithRoomChangesOnePage();
+    void equalKeysSpanLeaves();
+    void walkStartsAtTheFirstEntryNotBelow();
+    void sameEntryTwiceIsRefused();
+    void rebuildMakesTheSameTree_data();
+    void rebuildMakesTheSameTree();
+    void rebuildWorksOnAWreck();
+    void checkFindsEveryKindOfFault_data();
+    void checkFindsEveryKindOfFault();
+    void damageIsReportedAndNeverFollowed();
+};
+
+void IndexTreeTest::leafHasTheBytesThatAccessWrites()
+{
+    Workbench bench;
+    jet::Transaction change(*bench.pager);
+    for (const std::uint8_t number : {2, 1, 4, 5, 3})
+        bench.tree->insert(longKey(number), RowId{75, std::uint8_t(number - 1)});
+    const auto page = bench.pager->read(root);
+    QCOMPARE(hex(page.first(27)), QByteArray("0401f30d0200000000000000000000000000000000000000000000"));
+    QCOMPARE(hex(page.subspan(27, 7)), QByteArray("00020408102000"));
+    QCOMPARE(hex(page.subspan(480, 46)), QByteArray("7f8000000100004b00"
+                                                    "7f8000000200004b01"
+                                                    "7f8000000300004b02"
+                                                    "7f8000000400004b03"
+                                                    "7f8000000500004b04"
+                                                    "00"));
+    bench.tree->insert(longKey(6), RowId{75, 5});
+    QCOMPARE(hex(page.subspan(2, 2)), QByteArray("ea0d"));
+    QCOMPARE(page[27 + 6], std::uint8_t{0x40});
+    QCOMPARE(hex(page.subspan(480 + 45, 9)), QByteArray("7f8000000600004b05"));
+}
+
+void IndexTreeTest::bulkBuiltTreeHasTheBytesThatAccessWrites()
+{
+    // A descending Long with duplicates and two Nulls: 510 entries that share three bytes, then two that share nothing.
+    Workbench bench;
+    std::vector<std::pair<Key, RowId>> entries;
+    for (std::uint32_t i = 0; i < 510; ++i) {
+        const std::uint32_t bits = ~((19 + (509 - i) / 2) ^ 0x80000000U);
+        entries.emplace_back(
+            Key{0x80, std::uint8_t(bits >> 24), std::uint8_t(bits >> 16), std::uint8_t(bits >> 8), std::uint8_t(bits)},
+            RowId{17 + i / 250, std::uint8_t(i % 250)});
+    }
+    entries.emplace_back(Key{0xFF}, RowId{20, 0x39});
+    entries.emplace_back(Key{0xFF}, RowId{20, 0x3A});
+    jet::Transaction change(*bench.pager);
+    QCOMPARE(bench.tree->rebuild(entries), 256u);
+    change.commit();
+
+    const jet::IndexPage top(*bench.pager, root, table);
+    QVERIFY(!top.isLeaf());
+    QCOMPARE(top.count(), std::size_t{1});
+    QCOMPARE(hex(top.bytes().first(4)), QByteArray("0301130e"));
+    QCOMPARE(top.level(), std::uint8_t{1});
+    const jet::IndexPage left(*bench.pager, top.child(0), table), right(*bench.pager, top.tail(), table);
+    QCOMPARE(left.prefixBytes(), std::size_t{3});
+    QCOMPARE(left.count(), std::size_t{510});
+    QCOMPARE(jet::getU16(&left.bytes()[2]), std::uint16_t{553});
+    QCOMPARE(left.next(), top.tail());
+    QCOMPARE(right.previous(), top.child(0));
+    QCOMPARE(hex(right.bytes().subspan(480, 10)), QByteArray("ff00001439ff0000143a"));
+}
+
+void IndexTreeTest::randomChangesKeepTheTreeTrue_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("batches");
+    QTest::addColumn<int>("batchSize");
+    QTest::newRow("numbers") << 0 << 20 << 1500;
+    QTest::newRow("few distinct numbers") << 1 << 20 << 1000;
+    QTest::newRow("texts") << 2 << 20 << 700;
+    QTest::newRow("longest keys") << 3 << 20 << 150;
+    QTest::newRow("long common prefixes") << 4 << 20 << 500;
+    QTest::newRow("lengths of all kinds") << 5 << 20 << 300;
+}
+
+void IndexTreeTest::randomChangesKeepTheTreeTrue()
+{
+    QFETCH(int, kind);
+    QFETCH(int, batches);
+    QFETCH(int, batchSize);
+    const std::vector<MakeKey> kinds{
+        [](std::mt19937& random, std::uint32_t) { return longKey(std::int32_t(random())); },
+        [](std::mt19937& random, std::uint32_t) { return longKey(random() % 7); },
+        [](std::mt19937& random, std::uint32_t) {
+            Key key{0x7F};
+            for (std::size_t length = 3 + random() % 40; length > 0; --length)
+                key.push_back(std::uint8_t(0x4A + random() % 20));
+            key.insert(key.end(), {0x01, 0x00});
+            return key;
+        },
+        [](std::mt19937& random, std::uint32_t) { return filledKey(508, std::uint8_t(random() % 3), random() % 500); },
+        [](std::mt19937& random, std::uint32_t) {
+            // Now and then a foreign key that shares nothing, or half, of the prefix of its neighbours.
+            if (random() % 50 == 0) return filledKey(random() % 2 ? 100 : 60, 0x55, random());
+            return filledKey(96, std::uint8_t(0x50 + random() % 10), random());
+        },
+        [](std::mt19937& random, std::uint32_t) {
+            return filledKey(6 + random() % 503, std::uint8_t(random() % 256), random());
+        },
+    };
+    exercise(kinds.at(std::size_t(kind)), batches, batchSize, 1);
+}
+
+void IndexTreeTest::orderOfInsertionDoesNotMatter_data()
+{
+    QTest::addColumn<QString>("order");
+    for (const char* order : {"ascending", "descending", "from both ends", "shuffled"}) QTest::newRow(order) << order;
+}
+
+void IndexTreeTest::orderOfInsertionDoesNotMatter()
+{
+    QFETCH(QString, order);
+    std::vector<std::uint32_t> numbers(1500);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    if (order == "descending") std::ranges::reverse(numbers);
+    if (order == "shuffled") std::ranges::shuffle(numbers, std::mt19937(7));
+    if (order == "from both ends") {
+        std::vector<std::uint32_t> mixed;
+        for (std::size_t i = 0; i < numbers.size() / 2; ++i) {
+            mixed.push_back(numbers[i]);
+            mixed.push_back(numbers[numbers.size() - 1 - i]);
+        }
+        numbers = mixed;
+    }
+    // Keys that share nothing, so that no prefix helps and seven fill a page: four levels.
+    std::vector<Key> keys;
+    for (const std::uint32_t number : numbers) {
+        Key key = filledKey(500, 0x33, number);
+        for (std::size_t i = 0; i < 4; ++i) key[1 + i] = key[key.size() - 5 + i];
+        key[1] = std::uint8_t(number * 250 / 1500);
+        keys.push_back(std::move(key));
+    }
+    std::ranges::sort(numbers);
+    Workbench bench;
+    const Model model = fill(bench, keys);
+    QCOMPARE(firstFault(bench, model), QString());
+    QVERIFY2(levels(bench) >= 3, qPrintable(QString::number(levels(bench))));
+    // And away again, from the left.
+    jet::Transaction change(*bench.pager);
+    for (const auto& [key, row] : model) QVERIFY(bench.tree->erase(key, row));
+    change.commit();
+    QCOMPARE(firstFault(bench, {}), QString());
+}
+
+void IndexTreeTest::ascendingKeysLeaveFullPages()
+{
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 100000; ++i) keys.push_back(longKey(i));
+    const Model model = fill(bench, keys);
+    QCOMPARE(firstFault(bench, model), QString());
+    // Neighbouring numbers take 6 bytes an entry; half-full leaves would make twice as many pages.
+    const auto pages = jet::mapPages(*bench.pager, {0, mapPage}).size();
+    QVERIFY2(pages < 100000 * 6 * 21 / 20 / jet::indexArea, qPrintable(QString::number(pages)));
+    QCOMPARE(levels(bench), 2);
+}
+
+void IndexTreeTest::foreignKeyMayTakeTheCommonPrefixAway()
+{
+    for (const std::uint8_t first : {0x10, 0x70}) {
+        Workbench bench;
+        std::vector<Key> keys;
+        for (std::uint32_t i = 0; i < 300; ++i) keys.push_back(filledKey(96, 0x50, i));
+        Model model = fill(bench, keys);
+        QCOMPARE(levels(bench), 1);
+        jet::Transaction change(*bench.pager);
+        const Key foreign = filledKey(96, first, 1);
+        bench.tree->insert(foreign, RowId{9, 9});
+        change.commit();
+        model.emplace(foreign, RowId{9, 9});
+        QCOMPARE(firstFault(bench, model), QString());
+        QCOMPARE(levels(bench), 2);
+        jet::Transaction back(*bench.pager);
+        QVERIFY(bench.tree->erase(foreign, RowId{9, 9}));
+        back.commit();
+        model.erase({foreign, RowId{9, 9}});
+        QCOMPARE(firstFault(bench, model), QString());
+    }
+}
+
+void IndexTreeTest::massDeleteGivesPagesBackAndTheyAreUsedAgain()
+{
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 20000; ++i) keys.push_back(longKey(i * 7919 % 20000));
+    Model model = fill(bench, keys);
+    const PageNo pages = bench.pager->pageCount();
+    for (int round = 0; round < 3; ++round) {
+        jet::Transaction change(*bench.pager);
+        // All but a few in the middle.
+        for (auto at = model.begin(); at != model.end();) {
+            if (at->first > longKey(9000) && at->first < longKey(9010)) {
+                ++at;
+                continue;
+            }
+            QVERIFY(bench.tree->erase(at->first, at->second));
+            at = model.erase(at);
+        }
+        change.commit();
+        QCOMPARE(firstFault(bench, model), QString());
+        QVERIFY(jet::mapPages(*bench.pager, {0, mapPage}).size() <= 4);
+        jet::Transaction again(*bench.pager);
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            if (model.emplace(keys[i], rowNumber(std::uint32_t(i))).second)
+                bench.tree->insert(keys[i], rowNumber(std::uint32_t(i)));
+        again.commit();
+        QCOMPARE(firstFault(bench, model), QString());
+        QVERIFY(bench.pager->pageCount() <= pages + pages / 10);
+    }
+}
+
+void IndexTreeTest::insertWithRoomChangesOnePage()
+{
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 5000; ++i) keys.push_back(longKey(i * 7919 % 5000 * 10));
+    fill(bench, keys);
+    const PowerCutDisk::Image before = bench.disk.content("a.mdb");
+    jet::Transaction change(*bench.pager);
+    bench.tree->insert(longKey(25005), RowId{9, 9});
+    change.commit();
+    const PowerCutDisk::Image& after = bench.disk.content("a.mdb");
+    QCOMPARE(after.size(), before.size());
+    int changed = 0;
+    for (std::size_t at = 0; at < after.size(); at += jet::pageSize)
+        changed += !std::equal(after.begin() + std::ptrdiff_t(at), after.begin() + std::ptrdiff_t(at + jet::pageSize),
+                               before.begin() + std::ptrdiff_t(at));
+    QCOMPARE(changed, 1);
+}
+
+void IndexTreeTest::equalKeysSpanLeaves()
+{
+    Workbench bench;
+    fill(bench, std::vector<Key>(3000, longKey(5)));
+    QVERIFY(levels(bench) > 1);
+    QVERIFY(bench.tree->hasKey(longKey(5), RowId{}));
+    QVERIFY(!bench.tree->hasKey(longKey(4), RowId{}));
+    QVERIFY(!bench.tree->hasKey(longKey(6), RowId{}));
+    jet::Transaction change(*bench.pager);
+    QVERIFY(!bench.tree->insert(longKey(5), RowId{1, 1}));
+    QVERIFY(bench.tree->insert(longKey(6), RowId{1, 1}));
+    QVERIFY(bench.tree->insert(longKey(4), RowId{1, 1}));
+    QVERIFY(bench.tree->hasKey(longKey(6), RowId{}));
+    // A row does not collide with itself.
+    QVERIFY(!bench.tree->hasKey(longKey(6), RowId{1, 1}));
+    // Among 3000 others the last one in the last leaf still counts.
+    for (std::uint32_t i = 0; i + 1 < 3000; ++i) QVERIFY(bench.tree->erase(longKey(5), rowNumber(i)));
+    QVERIFY(bench.tree->erase(longKey(5), RowId{1, 1}));
+    QVERIFY(bench.tree->hasKey(longKey(5), RowId{}));
+    QVERIFY(!bench.tree->hasKey(longKey(5), rowNumber(2999)));
+    change.commit();
+}
+
+void IndexTreeTest::walkStartsAtTheFirstEntryNotBelow()
+{
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 4000; ++i) keys.push_back(longKey(i * 2));
+    fill(bench, keys);
+    for (std::int32_t from = -1; from <= 8000; from += 13) {
+        std::vector<Key> seen;
+        bench.tree->walk(longKey(from), [&](std::span<const std::uint8_t> key, RowId) {
+            seen.emplace_back(key.begin(), key.end());
+            return seen.size() < 3;
+        });
+        const std::int32_t first = from < 0 ? 0 : from + from % 2;
+        const auto expected = std::size_t(std::clamp((8000 - first) / 2, 0, 3));
+        QCOMPARE(seen.size(), expected);
+        for (std::size_t i = 0; i < expected; ++i) QCOMPARE(seen[i], longKey(first + 2 * std::int32_t(i)));
+    }
+}
+
+void IndexTreeTest::sameEntryTwiceIsRefused()
+{
+    Workbench bench;
+    jet::Transaction change(*bench.pager);
+    bench.tree->insert(longKey(1), RowId{1, 1});
+    try {
+        bench.tree->insert(longKey(1), RowId{1, 1});
+        QFAIL("the entry was taken twice");
+    } catch (const jet::Error& error) {
+        QVERIFY(error.fault() == jet::Fault::damaged);
+    }
+}
+
+void IndexTreeTest::rebuildMakesTheSameTree_data()
+{
+    QTest::addColumn<int>("entries");
+    QTest::addColumn<int>("keyLength");
+    for (const int entries : {0, 1, 7, 8, 49, 50, 57, 400, 2500}) {
+        QTest::addRow("%d long keys", entries) << entries << 508;
+        QTest::addRow("%d short keys", entries * 20) << entries * 20 << 6;
+    }
+}
+
+void IndexTreeTest::rebuildMakesTheSameTree()
+{
+    QFETCH(int, entries);
+    QFETCH(int, keyLength);
+    Workbench bench;
+    fill(bench, {longKey(1), longKey(2), longKey(3)});
+    std::vector<std::pair<Key, RowId>> sorted;
+    for (int i = 0; i < entries; ++i) {
+        Key key = filledKey(std::size_t(keyLength), 0, std::uint32_t(i / 2));
+        // The differing bytes come first: no common prefix to speak of.
+        std::swap_ranges(key.begin() + 1, key.begin() + 5, key.end() - 5);
+        sorted.emplace_back(std::move(key), rowNumber(std::uint32_t(i)));
+    }
+    std::ranges::sort(sorted);
+    for (int round = 0; round < 2; ++round) {
+        jet::Transaction change(*bench.pager);
+        QCOMPARE(bench.tree->rebuild(sorted), std::uint32_t((entries + 1) / 2));
+        change.commit();
+        QCOMPARE(firstFault(bench, Model(sorted.begin(), sorted.end())), QString());
+    }
+    // It is a tree to go on with.
+    Model model(sorted.begin(), sorted.end());
+    jet::Transaction change(*bench.pager);
+    for (std::size_t i = 0; i < sorted.size(); i += 3) {
+        QVERIFY(bench.tree->erase(sorted[i].first, sorted[i].second));
+        model.erase(sorted[i]);
+    }
+    change.commit();
+    QCOMPARE(firstFault(bench, model), QString());
+}
+
+void IndexTreeTest::rebuildWorksOnAWreck()
+{
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 3000; ++i) keys.push_back(longKey(i));
+    const Model model = fill(bench, keys);
+    jet::Transaction wreck(*bench.pager);
+    // The root's first child is the root itself.
+    jet::putU32(&bench.pager->write(root)[480 + 9], 0x04000000);
+    wreck.commit();
+    jet::Transaction repair(*bench.pager);
+    bench.tree->rebuild({model.begin(), model.end()});
+    repair.commit();
+    std::vector<std::string> faults, warnings;
+    std::vector<PageNo> pages;
+    bench.tree->check(faults, warnings, pages);
+    QVERIFY(faults.empty() && warnings.empty());
+    QCOMPARE(contentOf(*bench.tree), model);
+}
+
+void IndexTreeTest::checkFindsEveryKindOfFault_data()
+{
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<bool>("inRoot");
+    QTest::newRow("free field") << 2 << false;
+    QTest::newRow("owner") << 4 << false;
+    QTest::newRow("previous page") << 12 << false;
+    QTest::newRow("next page") << 16 << false;
+    QTest::newRow("tail of a leaf") << 20 << false;
+    QTest::newRow("level") << 26 << false;
+    QTest::newRow("end mask") << 29 << false;
+    QTest::newRow("entry") << 482 << false;
+    QTest::newRow("type") << 0 << false;
+    QTest::newRow("second byte") << 1 << false;
+    QTest::newRow("node's entry") << 480 + 4 << true;
+    QTest::newRow("node's child") << 480 + 12 << true;
+    QTest::newRow("node's tail") << 20 << true;
+    QTest::newRow("node's free field") << 2 << true;
+    QTest::newRow("root's neighbour") << 16 << true;
+}
+
+void IndexTreeTest::checkFindsEveryKindOfFault()
+{
+    QFETCH(int, offset);
+    QFETCH(bool, inRoot);
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::int32_t i = 0; i < 3000; ++i) keys.push_back(longKey(i));
+    const Model model = fill(bench, keys);
+    const PageNo second = jet::IndexPage(*bench.pager, root, table).child(1);
+    jet::Transaction change(*bench.pager);
+    std::uint8_t& byte = bench.pager->write(inRoot ? root : second)[std::size_t(offset)];
+    byte = std::uint8_t(byte ^ 0x05);
+    change.commit();
+    std::vector<std::string> faults, warnings;
+    std::vector<PageNo> pages;
+    bench.tree->check(faults, warnings, pages);
+    QVERIFY(!faults.empty());
+}
+
+void IndexTreeTest::damageIsReportedAndNeverFollowed()
+{
+    // Long keys make three levels of few pages; every page of the tree gets its share of wrong bytes.
+    Workbench bench;
+    std::vector<Key> keys;
+    for (std::uint32_t i = 0; i < 400; ++i) {
+        Key key = filledKey(300, 0x44, i);
+        key[1] = std::uint8_t(i);
+        keys.push_back(std::move(key));
+    }
+    const Model model = fill(bench, keys);
+    QVERIFY(levels(bench) >= 3);
+    const std::vector<PageNo> pages = jet::mapPages(*bench.pager, {0, mapPage});
+    std::mt19937 random(11);
+    int reported = 0, harmless = 0;
+    for (int round = 0; round < 1500; ++round) {
+        bench.pager->begin();
+        for (int wrong = 1 + int(random() % 3); wrong > 0; --wrong) {
+            const std::size_t at = random() % 4 == 0 ? random() % jet::pageSize : random() % 500;
+            bench.pager->write(pages[random() % pages.size()])[at] = std::uint8_t(random());
+        }
+        const auto survive = [&](auto&& action) {
+            try {
+                action();
+                ++harmless;
+            } catch (const jet::Error& error) {
+                ++reported;
+                QVERIFY2(error.fault() == jet::Fault::damaged, error.what());
+            }
+        };
+        const Key& key = keys[random() % keys.size()];
+        std::vector<std::string> faults, warnings;
+        std::vector<PageNo> found;
+        survive([&] { bench.tree->check(faults, warnings, found); });
+        survive([&] { bench.tree->hasKey(key, RowId{}); });
+        survive([&] { bench.tree->walk({}, [](auto, auto) { return true; }); });
+        survive([&] { bench.tree->insert(key, RowId{77, 7}); });
+        survive([&] { bench.tree->erase(key, RowId{77, 7}); });
+        for (int i = 0; i < 20; ++i)
+            survive([&] { bench.tree->erase(keys[random() % keys.size()], rowNumber(random() % 400)); });
+        survive([&] { bench.tree->rebuild({model.begin(), model.end()}); });
+        bench.pager->rollback();
+    }
+    QVERIFY(reported > 1000);
+    QVERIFY(harmless > 1000);
+    QCOMPARE(firstFault(bench, model), QString());
+}
+
+QTEST_APPLESS_MAIN(IndexTreeTest)
+#include "test_index_tree.moc"
