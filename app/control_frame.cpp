@@ -62,7 +62,8 @@ void ControlFrame::paintEvent(QPaintEvent*)
     case Look::station: {
         // The working station also has the heavier border: the green alone would not tell it from the other one to
         // every eye.
-        painting::box(painter, rect(), ground, enabled_ ? QColor(0x00, 0x60, 0x00) : painting::line, enabled_ ? 4 : 1,
+        const bool working = backColor_ == colour::green;
+        painting::box(painter, rect(), ground, working ? QColor(0x00, 0x60, 0x00) : painting::line, working ? 4 : 1,
                       10);
         painter.setPen(ink);
         const int edge = headline_ / 4;

@@ -1,7 +1,9 @@
 #include "app/message_boxes.h"
 #include "app/painting.h"
-#include "app/settings_store.h"
+#include "app/setting_names.h"
 #include "base/error.h"
+#include <QDialogButtonBox>
+#include <QFontDialog>
 #include <QLoggingCategory>
 #include <QPushButton>
 
@@ -40,7 +42,7 @@ std::unique_ptr<QMessageBox> messageBox(QWidget* owner, QMessageBox::Icon icon, 
 
 void MessageBoxes::exclamation(const QString& text)
 {
-    messageBox(owner_, QMessageBox::Warning, titleName(), text, ok)->exec();
+    messageBox(owner_, QMessageBox::Warning, programTitle, text, ok)->exec();
 }
 
 void MessageBoxes::errorReport(const base::RuntimeError& error)
@@ -51,7 +53,7 @@ void MessageBoxes::errorReport(const base::RuntimeError& error)
         return;
     }
     reporting_ = true;
-    messageBox(owner_, QMessageBox::Critical, titleName(), report, ok)->exec();
+    messageBox(owner_, QMessageBox::Critical, programTitle, report, ok)->exec();
     reporting_ = false;
 }
 
@@ -61,6 +63,31 @@ bool MessageBoxes::yesNo(const QString& text, const QString& title)
         messageBox(owner_, QMessageBox::Critical, title, text, QStringLiteral("Evet"), QStringLiteral("Hayır"));
     box->exec();
     return box->buttonRole(box->clickedButton()) == QMessageBox::YesRole;
+}
+
+std::optional<FontChoice> MessageBoxes::chooseFont(const FontChoice& preset)
+{
+    QFont font(preset.name);
+    font.setPointSizeF(preset.size > 0 ? preset.size : 8.0);
+    font.setBold(preset.bold);
+    font.setItalic(preset.italic);
+    QFontDialog dialog(font, owner_);
+    // The desktop's own dialog would come without a size for fingers and in the desktop's language.
+    dialog.setOption(QFontDialog::DontUseNativeDialog);
+    dialog.setWindowTitle(QStringLiteral("Yazı Tipi"));
+    if (auto* buttons = dialog.findChild<QDialogButtonBox*>()) {
+        const std::pair<QDialogButtonBox::StandardButton, QString> captions[] = {
+            {QDialogButtonBox::Ok, ok}, {QDialogButtonBox::Cancel, QStringLiteral("İptal")}};
+        for (const auto& [which, caption] : captions) {
+            QPushButton* button = buttons->button(which);
+            button->setText(caption);
+            button->setIcon(QIcon());
+            button->setMinimumSize(140, 52);
+        }
+    }
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    const QFont chosen = dialog.selectedFont();
+    return FontChoice{chosen.family(), static_cast<float>(chosen.pointSizeF()), chosen.bold(), chosen.italic()};
 }
 
 } // namespace app

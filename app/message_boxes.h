@@ -2,6 +2,7 @@
 
 #include "app/prompt.h"
 #include <QMessageBox>
+#include <memory>
 
 namespace app {
 
@@ -15,6 +16,7 @@ public:
     void exclamation(const QString& text) override;
     void errorReport(const base::RuntimeError& error) override;
     bool yesNo(const QString& text, const QString& title) override;
+    std::optional<FontChoice> chooseFont(const FontChoice& preset) override;
 
 private:
     QWidget* owner_;

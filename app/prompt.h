@@ -1,12 +1,21 @@
 #pragma once
 
 #include <QString>
+#include <optional>
 
 namespace base {
 class RuntimeError;
 }
 
 namespace app {
+
+/// A font as the operator chooses it for printing.
+struct FontChoice {
+    QString name;
+    float size = 8; ///< points
+    bool bold = false;
+    bool italic = false;
+};
 
 /// The message boxes, as a door that tests can stand in.
 class Prompt {
@@ -19,6 +28,8 @@ public:
     virtual void errorReport(const base::RuntimeError& error) = 0;
     /// A question with the critical icon, "No" being the default; true for yes. Closing the box means no.
     virtual bool yesNo(const QString& text, const QString& title) = 0;
+    /// The font dialog, opened on `preset`; nothing when it was cancelled.
+    virtual std::optional<FontChoice> chooseFont(const FontChoice& preset) = 0;
 };
 
 } // namespace app

@@ -28,6 +28,7 @@ public:
     void pick(int row);
 
     int rowCount() const { return count_; }
+    QString rowText(int row) const { return rowText_ ? rowText_(row) : QString(); }
     void setRowHeight(int pixels);
     int rowHeight() const { return rowHeight_; }
     /// The list reaches at most from its top to that line of its container, and is never taller than its rows need.
