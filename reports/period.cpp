@@ -1,6 +1,7 @@
 #include "reports/period.h"
 
 #include "base/patterns.h"
+#include "store/customer_texts.h"
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +28,7 @@ QString reportCondition(const ReportQuestion& question)
 {
     const bool ofAllCustomers = question.panelShown && question.reportSelected && question.nameFilter.isEmpty();
     const QString condition = periodCondition(question.period);
-    return ofAllCustomers ? condition : condition + u" And CariHar='"_s + question.activeText + u'\'';
+    return ofAllCustomers ? condition : condition + u" And CariHar="_s + store::quoted(question.activeText);
 }
 
 QString listingQuery(const QString& condition)

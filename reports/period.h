@@ -41,8 +41,8 @@ struct ReportQuestion {
 /// "Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#": month first, whatever the regional settings say.
 QString periodCondition(const Period& period);
 
-/// The period and, unless the panel's report is of all customers, the name of the active label. The name stands between
-/// quotes as it was typed: one with an apostrophe makes every query below a syntax error.
+/// The period and, unless the panel's report is of all customers, the name of the active label between quotes, as it
+/// was typed. Error 3075 for a name with an apostrophe.
 QString reportCondition(const ReportQuestion& question);
 
 QString listingQuery(const QString& condition);

@@ -54,6 +54,12 @@ void RecordSet::moveNext()
     settleOn(onErased_ ? at_ : at_ + 1);
 }
 
+void RecordSet::moveTo(int row)
+{
+    if (row < 0 || row >= size()) throw base::runtimeError(base::errors::noCurrentRecord);
+    settleOn(row);
+}
+
 void RecordSet::findFirst(const QString& criteria)
 {
     noMatch_ = true;
@@ -171,6 +177,23 @@ void RecordSet::erase()
     visited_ = std::max(0, visited_ - 1);
     added_ = -1;
     onErased_ = true;
+}
+
+void RecordSet::leaveOut(const QString& criteria)
+{
+    if (!engine_ || size() == 0) return;
+    std::vector<RowKey> unwanted = engine_->matching(listing_, criteria);
+    std::sort(unwanted.begin(), unwanted.end());
+    const auto isUnwanted = [&](RowKey row) { return std::binary_search(unwanted.begin(), unwanted.end(), row); };
+    auto& rows = listing_.rows;
+    const auto leavesBefore = [&](int place) {
+        return static_cast<int>(std::count_if(rows.begin(), rows.begin() + std::clamp(place, 0, size()), isUnwanted));
+    };
+    visited_ -= leavesBefore(visited_);
+    at_ -= leavesBefore(at_);
+    std::erase_if(rows, isUnwanted);
+    if (rows.empty()) at_ = -1;
+    added_ = -1;
 }
 
 } // namespace store

@@ -26,6 +26,8 @@ public:
     void moveFirst();
     void moveLast();
     void moveNext();
+    /// Makes the row at that place of the list current, as a grid does with the row that is touched.
+    void moveTo(int row);
     /// The first row of the set that meets a condition such as Unvan='Ali'. Without one noMatch() is true and the
     /// position stays.
     void findFirst(const QString& criteria);
@@ -47,6 +49,9 @@ public:
     void makeAddedCurrent();
     /// Deletes the current row. The position stays on it until a move; reading it is error 3167.
     void erase();
+    /// Takes the rows that meet a condition out of the list; the table keeps them. A current row among them gives way
+    /// to the one that follows it, without the reposition that a move would run.
+    void leaveOut(const QString& criteria);
 
     // For lists and grids: rows without moving the current one.
     int size() const { return static_cast<int>(listing_.rows.size()); }
