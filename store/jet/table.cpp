@@ -4,6 +4,7 @@
 #include "store/jet/field_codec.h"
 #include "store/jet/long_value.h"
 #include "store/jet/names.h"
+#include "store/jet/table_memory.h"
 #include "store/jet/table_state.h"
 #include "store/jet/text_codec.h"
 
@@ -37,6 +38,8 @@ Table::State::State(Pager& filePages, std::u16string tableName, PageNo page, std
     definition.page = page;
     readDefinition();
 }
+
+Table::State::~State() = default;
 
 void Table::State::definitionChanged()
 {
@@ -169,6 +172,17 @@ bool RowView::text(std::size_t column, std::u16string& into) const
     return true;
 }
 
+bool RowView::textIs(std::size_t column, std::u16string_view text) const
+{
+    Table::State& table = *table_->state_;
+    const auto bytes = table.field(column, bytes_);
+    if (!bytes) return false;
+    if (table.layout.fields[column].type == ColumnType::memo)
+        return storedTextIs(readLongValue(table.pager, *bytes), text);
+    assert(table.layout.fields[column].type == ColumnType::text);
+    return storedTextIs(*bytes, text);
+}
+
 std::span<const std::uint8_t> RowView::stored(std::size_t column) const
 {
     return table_->state_->field(column, bytes_).value_or(std::span<const std::uint8_t>{});
@@ -236,6 +250,14 @@ PageNo Table::definitionPage() const { return state_->definition.page; }
 std::optional<std::size_t> Table::columnNamed(std::u16string_view name) const
 {
     return findNamed(columns(), name, [](const Column& column) -> const std::u16string& { return column.name; });
+}
+
+const ChangeLog& Table::changes() const { return state_->changes; }
+
+TableMemory& Table::memory() const
+{
+    if (!state_->memory) state_->memory = std::make_unique<TableMemory>();
+    return *state_->memory;
 }
 
 std::uint32_t Table::rowCount() const

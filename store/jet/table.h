@@ -16,7 +16,9 @@
 
 namespace jet {
 
+class ChangeLog;
 class Database;
+class TableMemory;
 
 struct Column {
     std::u16string name;
@@ -73,6 +75,8 @@ public:
     std::optional<double> number(std::size_t column) const;
     /// Text decoded into `into` (replaced); false for Null. For Text and Memo columns. Throws damaged as value().
     bool text(std::size_t column, std::u16string& into) const;
+    /// The field is exactly that text, code unit for code unit; false for Null. For Text and Memo columns.
+    bool textIs(std::size_t column, std::u16string_view text) const;
     /// The field's bytes as stored; empty for Null and Boolean. For quick comparisons of texts in a scan: the same
     /// text may be stored compressed or plain, so unequal bytes say nothing.
     std::span<const std::uint8_t> stored(std::size_t column) const;
@@ -145,6 +149,11 @@ public:
     /// Throws indexNotWritable for a bound that has no key in the column's collating order, damaged.
     std::vector<RowId> range(const Index& index, const std::optional<Value>& low,
                              const std::optional<Value>& high) const;
+
+    /// The rows written lately, for everything that is kept beside the table.
+    const ChangeLog& changes() const;
+    /// What queries keep beside the table.
+    TableMemory& memory() const;
 
     /// Each of the four is a transaction of its own unless one is open already. Values are converted to the type of
     /// their column where numbers, dates and Booleans meet (halves to the even neighbour); a text is not a number.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/change_log.h"
 #include "store/jet/error.h"
 #include "store/jet/index_tree.h"
 #include "store/jet/pager.h"
@@ -25,6 +26,7 @@ struct Refusal {
 struct Table::State {
     /// Reads the definition at that page; `required` are the columns that the table's properties mark so.
     State(Pager& filePages, std::u16string tableName, PageNo page, std::vector<std::u16string> required);
+    ~State();
 
     /// Reads the definition again, which was changed on its pages just now.
     void definitionChanged();
@@ -85,6 +87,9 @@ struct Table::State {
     PageNo lastPage = 0;       ///< where the last row went, 0 when unknown
     std::uint64_t lastPageAt = 0;
     std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
+
+    ChangeLog changes;                   ///< every write of a row goes in here before it begins
+    std::unique_ptr<TableMemory> memory; ///< made when first asked for
 
 private:
     void readDefinition();

@@ -65,6 +65,31 @@ void decodeText(std::span<const std::uint8_t> stored, std::u16string& into)
     }
 }
 
+bool storedTextIs(std::span<const std::uint8_t> stored, std::u16string_view text)
+{
+    if (!isCompressed(stored)) {
+        if (stored.size() / 2 != text.size()) return false;
+        for (std::size_t i = 0; i < text.size(); ++i)
+            if (getU16(stored.data() + 2 * i) != text[i]) return false;
+        return true;
+    }
+    bool pairs = false;
+    std::size_t at = 0, i = 2;
+    while (i < stored.size()) {
+        if (stored[i] == 0) {
+            pairs = !pairs;
+            ++i;
+            continue;
+        }
+        if (pairs && i + 1 == stored.size()) break;
+        const unsigned unit = pairs ? getU16(stored.data() + i) : stored[i];
+        if (at == text.size() || unit != text[at]) return false;
+        ++at;
+        i += pairs ? 2 : 1;
+    }
+    return at == text.size();
+}
+
 std::optional<Bytes> encodeText(std::u16string_view text, bool compressible)
 {
     // Plain text that begins with U+FEFF would read as compressed; only the compressed form tells the two apart.

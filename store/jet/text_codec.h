@@ -14,6 +14,9 @@ namespace jet {
 /// The text of stored bytes, into `into` (replaced). Never fails: half a unit at the end is left out.
 void decodeText(std::span<const std::uint8_t> stored, std::u16string& into);
 
+/// Whether decodeText would give exactly that text, without decoding more than it takes to see.
+bool storedTextIs(std::span<const std::uint8_t> stored, std::u16string_view text);
+
 /// The bytes to store; compressed when the column allows it and it does not make the value longer.
 /// Nothing for the few texts that have no form at all: U+FEFF in front and a unit ending in 00 behind it.
 std::optional<Bytes> encodeText(std::u16string_view text, bool compressible);
