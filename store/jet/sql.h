@@ -26,7 +26,7 @@
 /// A text that cannot be understood throws Fault::syntax before anything is read or changed. That alone does not make
 /// it safe to splice a name into a text: x' Or '1'='1 between two quotes is a condition like any other, and one that
 /// every row meets. Nobody can tell from the finished text; so whoever splices names must refuse those with an
-/// apostrophe (Fault::syntax as well), before the text goes anywhere. For the screen, store/spliced.h does.
+/// apostrophe (Fault::syntax as well), before the text goes anywhere. For the screen, store::quoted does.
 namespace jet {
 
 /// What a Select returned. A plain Select of one table keeps row ids, so that callers can fetch fields when needed;
