@@ -1,0 +1,28 @@
+#include "scale/comm_control.h"
+
+#include <array>
+#include <utility>
+
+namespace scale {
+
+base::RuntimeError commError(int number)
+{
+    static constexpr std::array texts = {
+        std::pair{base::errors::deviceUnavailable, "Aygıt kullanılamıyor"},
+        std::pair{base::errors::invalidProperty, "Geçersiz özellik değeri"},
+        std::pair{errors::notWhileOpen, "Bağlantı noktası açıkken bu işlem yapılamaz"},
+        std::pair{errors::invalidPortNumber, "Geçersiz bağlantı noktası numarası"},
+        std::pair{errors::alreadyOpen, "Bağlantı noktası zaten açık"},
+        std::pair{errors::inUse, "Aygıt kullanılamıyor (başka bir program kullanıyor)"},
+        std::pair{errors::notOpen, "Aygıt açık değil"},
+        std::pair{errors::parametersRefused, "Bağlantı ayarları aygıta uygulanamadı"},
+        std::pair{errors::onlyWhileOpen, "Bu işlem yalnızca bağlantı noktası açıkken yapılabilir"},
+        std::pair{errors::readFailed, "Aygıttan okuma hatası"},
+        std::pair{errors::noControlBlock, "Aygıtın denetim bilgisi alınamadı"},
+    };
+    for (const auto& [known, text] : texts)
+        if (known == number) return {number, QString::fromUtf8(text)};
+    return base::runtimeError(number);
+}
+
+} // namespace scale

@@ -1,0 +1,161 @@
+#include "scale/serial_device.h"
+
+#include "scale/comm_control.h"
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QObject>
+#include <QSerialPort>
+
+namespace scale {
+
+namespace {
+
+QSerialPort::Parity parityOf(char letter)
+{
+    switch (letter) {
+    case 'e':
+        return QSerialPort::EvenParity;
+    case 'o':
+        return QSerialPort::OddParity;
+    case 'm':
+        return QSerialPort::MarkParity;
+    case 's':
+        return QSerialPort::SpaceParity;
+    default:
+        return QSerialPort::NoParity;
+    }
+}
+
+QSerialPort::StopBits stopBitsOf(StopBits stopBits)
+{
+    switch (stopBits) {
+    case StopBits::one:
+        return QSerialPort::OneStop;
+    case StopBits::two:
+        return QSerialPort::TwoStop;
+    case StopBits::oneAndHalf:
+        break;
+    }
+#ifdef Q_OS_WIN
+    return QSerialPort::OneAndHalfStop;
+#else
+    // With 5 data bits (the only ones allowed here) the "two stop bits" of a terminal line last one and a half, while
+    // the library's own value for it is accepted and then ignored.
+    return QSerialPort::TwoStop;
+#endif
+}
+
+QSerialPort::FlowControl flowOf(FlowControl flow)
+{
+    switch (flow) {
+    case FlowControl::none:
+        return QSerialPort::NoFlowControl;
+    case FlowControl::software:
+        return QSerialPort::SoftwareControl;
+    case FlowControl::hardware:
+        return QSerialPort::HardwareControl;
+    case FlowControl::both:
+        return QSerialPort::HardwareControl; // the library has no combination; the wires decide
+    }
+    return QSerialPort::NoFlowControl;
+}
+
+class QtSerialDevice final : public SerialDevice {
+public:
+    QtSerialDevice()
+    {
+        QObject::connect(&port_, &QSerialPort::readyRead, &port_, [this] {
+            if (arrived) arrived();
+        });
+        QObject::connect(&port_, &QSerialPort::errorOccurred, &port_, [this](QSerialPort::SerialPortError error) {
+            if (configured_ && error != QSerialPort::NoError && failed) failed();
+        });
+        // An unplugged adapter shows as a read that returns nothing, which not every version of the library reports.
+        QObject::connect(&node_, &QFileSystemWatcher::fileChanged, &port_, [this](const QString& path) {
+            if (configured_ && !QFileInfo::exists(path) && failed) failed();
+        });
+    }
+
+    void open(const QString& path, const LineSettings& settings, FlowControl flow) override
+    {
+        port_.setPortName(path);
+        port_.clearError();
+        set(settings, flow);
+        if (!port_.open(QIODevice::ReadWrite)) throw commError(numberOf(port_.error(), path));
+        // Opening answers yes as soon as any one parameter took; asked again one by one, the line tells which did not.
+        if (!set(settings, flow)) {
+            port_.close();
+            throw commError(errors::parametersRefused);
+        }
+        port_.clear();
+        node_.addPath(path);
+        settings_ = settings;
+        flow_ = flow;
+        configured_ = true;
+    }
+
+    void apply(const LineSettings& settings, FlowControl flow) override
+    {
+        configured_ = false; // a refused parameter is an error of this call, not of the line
+        const bool accepted = set(settings, flow);
+        if (!accepted) set(settings_, flow_);
+        port_.clearError();
+        configured_ = true;
+        if (!accepted) throw commError(errors::parametersRefused);
+        settings_ = settings;
+        flow_ = flow;
+    }
+
+    void close() override
+    {
+        configured_ = false;
+        if (!node_.files().isEmpty()) node_.removePaths(node_.files());
+        if (port_.isOpen()) port_.close();
+    }
+
+    bool isOpen() const override { return port_.isOpen(); }
+    QByteArray readAll() override { return port_.readAll(); }
+    int bytesToWrite() const override { return static_cast<int>(port_.bytesToWrite()); }
+    void discardOutput() override { port_.clear(QSerialPort::Output); }
+
+private:
+    bool set(const LineSettings& settings, FlowControl flow)
+    {
+        const bool speed = port_.setBaudRate(settings.speed);
+        const bool parity = port_.setParity(parityOf(settings.parity));
+        const bool dataBits = port_.setDataBits(static_cast<QSerialPort::DataBits>(settings.dataBits));
+        const bool stopBits = port_.setStopBits(stopBitsOf(settings.stopBits));
+        const bool flowControl = port_.setFlowControl(flowOf(flow));
+        return speed && parity && dataBits && stopBits && flowControl;
+    }
+
+    static int numberOf(QSerialPort::SerialPortError error, const QString& path)
+    {
+        switch (error) {
+        case QSerialPort::DeviceNotFoundError:
+            return errors::invalidPortNumber;
+        case QSerialPort::PermissionError: {
+            const QFileInfo node(path);
+            return node.isReadable() && node.isWritable() ? errors::inUse : base::errors::deviceUnavailable;
+        }
+        case QSerialPort::OpenError:
+        case QSerialPort::ResourceError:
+        case QSerialPort::NotOpenError:
+            return base::errors::deviceUnavailable;
+        default:
+            return errors::parametersRefused;
+        }
+    }
+
+    QSerialPort port_;
+    QFileSystemWatcher node_;
+    LineSettings settings_; ///< of the open device, to go back to
+    FlowControl flow_ = FlowControl::none;
+    bool configured_ = false; ///< open and set up: what the library reports from now on is the line's own trouble
+};
+
+} // namespace
+
+std::unique_ptr<SerialDevice> systemSerialDevice() { return std::make_unique<QtSerialDevice>(); }
+
+} // namespace scale

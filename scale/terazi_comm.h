@@ -1,0 +1,100 @@
+#pragma once
+
+#include "scale/comm_control.h"
+#include "scale/line_settings.h"
+#include "scale/serial_device.h"
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace scale {
+
+/// Finds the device of a port number; nothing if there is none.
+using PortFinder = std::function<std::optional<QString>(int number)>;
+/// The devices of this machine; the program's directory may hold links "com1" to "com16".
+PortFinder systemPorts(const QString& programDirectory);
+
+/// The serial control of the scale.
+///
+/// A serial line delivers fragments of any size. The control gathers them and raises OnComm() with code 2 when a
+/// carriage return is in and the line pauses, at the latest 50 ms after the carriage return for a stream without
+/// pauses, or when bytes have waited through 100 ms of silence. With complete lines only these are handed out: a line
+/// of which the beginning is in counts as not yet arrived, so no half weight is ever read as a whole one, and a line
+/// feed that comes late still belongs to the carriage return before it.
+///
+/// The first trouble of an open line closes the port and raises OnComm() once, with code 8020, when the event loop runs
+/// next. A handler may open the port again; if the line breaks again before it delivered a byte, the port closes for
+/// good and in silence, so a dying adapter can neither loop nor keep the processor busy.
+///
+/// Timers run only while bytes wait: an idle control uses no processor time. Design-time state: port 1, "9600,n,8,1",
+/// no flow control, closed.
+class TeraziComm : public QObject, public CommControl {
+    Q_OBJECT
+
+public:
+    explicit TeraziComm(PortFinder ports, std::unique_ptr<SerialDevice> device = systemSerialDevice(),
+                        QObject* parent = nullptr);
+    ~TeraziComm() override;
+
+    int commPort() const override { return commPort_; }
+    void setCommPort(int number) override;
+    QString settings() const override { return settings_.text(); }
+    void setSettings(const QString& text) override;
+    int handshaking() const override { return static_cast<int>(flow_); }
+    void setHandshaking(int mode) override;
+    bool portOpen() const override { return device_->isOpen(); }
+    void setPortOpen(bool open) override;
+    QString input() override;
+    int inBufferCount() const override { return static_cast<int>(received_.size()); }
+    int outBufferCount() const override;
+    void setInBufferCount(int count) override;
+    void setOutBufferCount(int count) override;
+    int commEvent() const override { return commEvent_; }
+
+    // ---- Facts for the status line, which nothing depends on ----
+
+    /// Why the port is closed although it was to be open; empty otherwise.
+    QString trouble() const { return trouble_; }
+    /// Milliseconds since bytes last arrived; nothing since the port was opened.
+    std::optional<qint64> quietFor() const;
+
+signals:
+    void OnComm();
+
+private:
+    void open();
+    void close();
+    void gather();
+    void announceLines();
+    void announceAll();
+    void announce(qsizetype count);
+    void lineFailed();
+    void raise(int event);
+
+    PortFinder ports_;
+    std::unique_ptr<SerialDevice> device_;
+    int commPort_ = 1;
+    LineSettings settings_;
+    FlowControl flow_ = FlowControl::none;
+    int commEvent_ = 0;
+    QString trouble_;
+
+    QByteArray pending_;  ///< arrived, not announced yet
+    QByteArray received_; ///< announced, waiting for input()
+    bool lineFeedMayFollow_ = false;
+    QTimer quiet_{this};    ///< restarted by every fragment
+    QTimer deadline_{this}; ///< started by the first carriage return that waits
+    QElapsedTimer sinceBytes_;
+
+    int session_ = 0; ///< one for each opening: what was queued for an earlier one is void
+    bool failing_ = false;
+    bool readErrorRaised_ = false; ///< and no byte has come since
+    int raising_ = 0;              ///< depth of handlers that are running
+};
+
+} // namespace scale

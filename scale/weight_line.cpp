@@ -1,0 +1,71 @@
+#include "scale/weight_line.h"
+
+#include "base/letters.h"
+#include "base/patterns.h"
+
+namespace scale {
+
+namespace {
+
+constexpr int fieldWidth = 8;
+
+/// Both buffers are emptied on every way out, by return or by throw: what is left of this burst is old by the next one.
+class EmptiedBuffers {
+public:
+    explicit EmptiedBuffers(CommControl& control) : control_(control) {}
+    ~EmptiedBuffers()
+    {
+        control_.setInBufferCount(0);
+        control_.setOutBufferCount(0);
+    }
+    EmptiedBuffers(const EmptiedBuffers&) = delete;
+    EmptiedBuffers& operator=(const EmptiedBuffers&) = delete;
+
+private:
+    CommControl& control_;
+};
+
+void showWeight(const QString& burst, ScaleStation& station, const base::Regional& regional)
+{
+    const QString field = weightField(burst);
+    if (field == station.weight() || !station.isEnabled()) return;
+    station.setWeight(base::formatNumber(field, u"#,##0", regional));
+}
+
+void reopen(CommControl& control, const std::function<void()>& processEvents)
+{
+    control.setPortOpen(false);
+    processEvents();
+    try {
+        control.setPortOpen(true);
+    } catch (const base::RuntimeError&) {
+        // The adapter is still gone. The port stays closed and the weight simply stops changing.
+    }
+}
+
+} // namespace
+
+QString weightField(QStringView burst)
+{
+    const qsizetype end = burst.indexOf(u'\r');
+    return base::right(base::replace(burst.first(end + 1), u"kg", u""), fieldWidth);
+}
+
+void onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
+                  const std::function<void()>& processEvents)
+{
+    if (station.customer().isEmpty()) return;
+    const EmptiedBuffers emptied(control);
+    switch (control.commEvent()) {
+    case events::received:
+        showWeight(control.input(), station, regional);
+        break;
+    case events::readError:
+        reopen(control, processEvents);
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace scale

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <fcntl.h>
+#include <pty.h>
+#include <stdexcept>
+#include <termios.h>
+#include <unistd.h>
+
+/// The scale's end of a pseudo-terminal: a serial line that can really be pulled out.
+class PseudoTerminal {
+public:
+    PseudoTerminal()
+    {
+        int slave = -1;
+        char name[64] = {};
+        termios raw = {};
+        cfmakeraw(&raw);
+        if (openpty(&master_, &slave, name, &raw, nullptr) != 0) throw std::runtime_error("openpty");
+        ::close(slave);
+        path_ = QString::fromLatin1(name);
+    }
+    ~PseudoTerminal() { pullOut(); }
+    PseudoTerminal(const PseudoTerminal&) = delete;
+    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
+    QString path() const { return path_; }
+    void send(const QByteArray& bytes)
+    {
+        if (::write(master_, bytes.constData(), static_cast<std::size_t>(bytes.size())) != bytes.size())
+            throw std::runtime_error("write");
+    }
+    /// The cable is out: the device node goes, and whoever holds it open reads nothing any more.
+    void pullOut()
+    {
+        if (master_ >= 0) ::close(master_);
+        master_ = -1;
+    }
+
+private:
+    int master_ = -1;
+    QString path_;
+};

@@ -1,0 +1,525 @@
+#include "scale/terazi_comm.h"
+#include <QSignalSpy>
+#include <QTest>
+#include <algorithm>
+#include <limits>
+
+using namespace scale;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A line without hardware: bytes arrive when a test says so, and it breaks or refuses on command.
+class PlayedDevice : public SerialDevice {
+public:
+    void open(const QString& path, const LineSettings& settings, FlowControl flow) override
+    {
+        if (refusal != 0) throw commError(refusal);
+        opened += path;
+        used = settings;
+        usedFlow = flow;
+        open_ = true;
+        if (breaksAtOnce) failed();
+    }
+    void apply(const LineSettings& settings, FlowControl flow) override
+    {
+        if (refusal != 0) throw commError(refusal);
+        used = settings;
+        usedFlow = flow;
+    }
+    void close() override { open_ = false; }
+    bool isOpen() const override { return open_; }
+    QByteArray readAll() override { return std::exchange(waiting, {}); }
+    int bytesToWrite() const override { return toWrite; }
+    void discardOutput() override { toWrite = 0; }
+
+    void deliver(const QByteArray& bytes)
+    {
+        waiting += bytes;
+        arrived();
+    }
+
+    QStringList opened;
+    LineSettings used;
+    FlowControl usedFlow = FlowControl::none;
+    int refusal = 0;
+    bool breaksAtOnce = false;
+    int toWrite = 0;
+    QByteArray waiting;
+
+private:
+    bool open_ = false;
+};
+
+/// What an action gave, as one text: its result, or "E" and the number of the error it raised.
+template <class Action> QString outcomeOf(Action&& action)
+{
+    try {
+        action();
+        return u"done"_s;
+    } catch (const base::RuntimeError& error) {
+        return u"E%1"_s.arg(error.number());
+    }
+}
+
+/// Milliseconds of the quickest of several runs: a busy machine makes some of them longer, never shorter.
+template <class Action> qint64 fastestOf(int runs, Action&& action)
+{
+    qint64 fastest = std::numeric_limits<qint64>::max();
+    for (int run = 0; run < runs; ++run) {
+        QElapsedTimer clock;
+        clock.start();
+        action();
+        fastest = std::min(fastest, clock.elapsed());
+    }
+    return fastest;
+}
+
+std::optional<QString> numbered(int number)
+{
+    if (number == 9) return std::nullopt;
+    return u"/dev/com%1"_s.arg(number);
+}
+
+} // namespace
+
+/// The control over a line that a test plays: properties, errors, and how fragments become events.
+class TeraziCommTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void designTimeState();
+    void settingsAreCheckedWhenAssigned();
+    void portNumbersAreCheckedWhenAssigned_data();
+    void portNumbersAreCheckedWhenAssigned();
+    void flowControlModes_data();
+    void flowControlModes();
+    void openPortRefusesWhatItMust();
+    void settingsOfAnOpenPortTakeEffectAtOnce();
+    void refusedSettingsLeaveTheOldOnes();
+    void impossibleStopBitsAreRefusedAtOpening();
+    void failedOpeningLeavesThePortClosed_data();
+    void failedOpeningLeavesThePortClosed();
+    void everyErrorHasATurkishSentence();
+    void closedPortIsHarmless();
+    void buffersAreEmptiedByZeroOnly();
+    void fragmentsBecomeOneEvent();
+    void lineIsAnnouncedAfterAShortPause();
+    void streamWithoutPausesIsAnnouncedAnyway();
+    void halfLineIsAnnouncedAfterSilence();
+    void beginningOfTheNextLineStaysBehind();
+    void lateLineFeedBelongsToItsLine();
+    void bytesAreTheTurkishCodePage();
+    void unreadBytesDoNotPileUp();
+    void noTimerRunsWithoutBytes();
+    void firstErrorClosesAndIsRaisedOnce();
+    void errorOfAnEarlierSessionIsVoid();
+    void lineThatBreaksAgainStaysClosed();
+    void lineThatDeliveredMayBreakAgain();
+    void openingByHandForgetsEarlierErrors();
+
+private:
+    int activeTimers() const
+    {
+        int active = 0;
+        for (const QTimer* timer : control_->findChildren<QTimer*>()) active += timer->isActive() ? 1 : 0;
+        return active;
+    }
+
+    PlayedDevice* device_ = nullptr;
+    std::unique_ptr<TeraziComm> control_;
+};
+
+void TeraziCommTest::init()
+{
+    auto device = std::make_unique<PlayedDevice>();
+    device_ = device.get();
+    control_ = std::make_unique<TeraziComm>(numbered, std::move(device));
+}
+
+void TeraziCommTest::designTimeState()
+{
+    QCOMPARE(control_->commPort(), 1);
+    QCOMPARE(control_->settings(), u"9600,n,8,1"_s);
+    QCOMPARE(control_->handshaking(), 0);
+    QVERIFY(!control_->portOpen());
+    QCOMPARE(control_->inBufferCount(), 0);
+    QVERIFY(!control_->quietFor().has_value());
+}
+
+void TeraziCommTest::settingsAreCheckedWhenAssigned()
+{
+    control_->setSettings(u"4800,E,7,2"_s);
+    QCOMPARE(control_->settings(), u"4800,e,7,2"_s);
+    QCOMPARE(outcomeOf([&] { control_->setSettings(u"9600,,8,1"_s); }), u"E380"_s);
+    QCOMPARE(outcomeOf([&] { control_->setSettings(u"9600,n,4,1"_s); }), u"E380"_s);
+    QCOMPARE(control_->settings(), u"4800,e,7,2"_s);
+}
+
+void TeraziCommTest::portNumbersAreCheckedWhenAssigned_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("0") << 0 << u"E8002"_s;
+    QTest::newRow("first") << 1 << u"done"_s;
+    QTest::newRow("last") << 16 << u"done"_s;
+    QTest::newRow("17") << 17 << u"E8002"_s;
+    QTest::newRow("below zero") << -1 << u"E8002"_s;
+}
+
+void TeraziCommTest::portNumbersAreCheckedWhenAssigned()
+{
+    QFETCH(int, number);
+    QFETCH(QString, expected);
+    control_->setCommPort(3);
+    QCOMPARE(outcomeOf([&] { control_->setCommPort(number); }), expected);
+    QCOMPARE(control_->commPort(), expected == "done"_L1 ? number : 3);
+}
+
+void TeraziCommTest::flowControlModes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("expected");
+    for (int mode = 0; mode <= 3; ++mode) QTest::addRow("mode %d", mode) << mode << u"done"_s;
+    QTest::newRow("below zero") << -1 << u"E380"_s;
+    QTest::newRow("4") << 4 << u"E380"_s;
+    QTest::newRow("9") << 9 << u"E380"_s;
+}
+
+void TeraziCommTest::flowControlModes()
+{
+    QFETCH(int, mode);
+    QFETCH(QString, expected);
+    QCOMPARE(outcomeOf([&] { control_->setHandshaking(mode); }), expected);
+    QCOMPARE(control_->handshaking(), expected == "done"_L1 ? mode : 0);
+    control_->setPortOpen(true);
+    QCOMPARE(static_cast<int>(device_->usedFlow), control_->handshaking());
+}
+
+void TeraziCommTest::openPortRefusesWhatItMust()
+{
+    control_->setPortOpen(true);
+    QCOMPARE(device_->opened, QStringList{u"/dev/com1"_s});
+    QCOMPARE(outcomeOf([&] { control_->setPortOpen(true); }), u"E8005"_s);
+    QCOMPARE(outcomeOf([&] { control_->setCommPort(2); }), u"E8000"_s);
+    QCOMPARE(outcomeOf([&] { control_->setCommPort(1); }), u"E8000"_s);
+    QVERIFY(control_->portOpen());
+    control_->setPortOpen(false);
+    control_->setPortOpen(false);
+    QVERIFY(!control_->portOpen());
+    control_->setCommPort(2);
+    control_->setPortOpen(true);
+    QCOMPARE(device_->opened.last(), u"/dev/com2"_s);
+}
+
+void TeraziCommTest::settingsOfAnOpenPortTakeEffectAtOnce()
+{
+    control_->setPortOpen(true);
+    control_->setSettings(u"1200,O,7,1"_s);
+    QCOMPARE(device_->used.text(), u"1200,o,7,1"_s);
+    control_->setHandshaking(2);
+    QCOMPARE(device_->usedFlow, FlowControl::hardware);
+}
+
+void TeraziCommTest::refusedSettingsLeaveTheOldOnes()
+{
+    control_->setPortOpen(true);
+    device_->refusal = errors::parametersRefused;
+    QCOMPARE(outcomeOf([&] { control_->setSettings(u"1200,O,7,1"_s); }), u"E8015"_s);
+    QCOMPARE(outcomeOf([&] { control_->setHandshaking(1); }), u"E8015"_s);
+    QCOMPARE(control_->settings(), u"9600,n,8,1"_s);
+    QCOMPARE(control_->handshaking(), 0);
+}
+
+void TeraziCommTest::impossibleStopBitsAreRefusedAtOpening()
+{
+    control_->setSettings(u"9600,N,8,1.5"_s);
+    QCOMPARE(control_->settings(), u"9600,n,8,1.5"_s);
+    QCOMPARE(outcomeOf([&] { control_->setPortOpen(true); }), u"E8015"_s);
+    QVERIFY(!control_->portOpen());
+    QVERIFY(device_->opened.isEmpty());
+    QVERIFY(!control_->trouble().isEmpty());
+
+    control_->setSettings(u"110,N,5,1.5"_s);
+    control_->setPortOpen(true);
+    QCOMPARE(device_->used.text(), u"110,n,5,1.5"_s);
+    QVERIFY(control_->trouble().isEmpty());
+    QCOMPARE(outcomeOf([&] { control_->setSettings(u"9600,N,8,1.5"_s); }), u"E8015"_s);
+    QCOMPARE(control_->settings(), u"110,n,5,1.5"_s);
+}
+
+void TeraziCommTest::failedOpeningLeavesThePortClosed_data()
+{
+    QTest::addColumn<int>("port");
+    QTest::addColumn<int>("refusal");
+    QTest::addColumn<int>("number");
+    QTest::newRow("no such port") << 9 << 0 << errors::invalidPortNumber;
+    QTest::newRow("missing device") << 1 << errors::invalidPortNumber << errors::invalidPortNumber;
+    QTest::newRow("busy") << 1 << errors::inUse << errors::inUse;
+    QTest::newRow("parameters refused") << 1 << errors::parametersRefused << errors::parametersRefused;
+    QTest::newRow("no right to it") << 1 << base::errors::deviceUnavailable << base::errors::deviceUnavailable;
+}
+
+void TeraziCommTest::failedOpeningLeavesThePortClosed()
+{
+    QFETCH(int, port);
+    QFETCH(int, refusal);
+    QFETCH(int, number);
+    control_->setCommPort(port);
+    device_->refusal = refusal;
+    QCOMPARE(outcomeOf([&] { control_->setPortOpen(true); }), u"E%1"_s.arg(number));
+    QVERIFY(!control_->portOpen());
+    QCOMPARE(control_->trouble(), commError(number).text());
+    control_->setPortOpen(false);
+    QCOMPARE(control_->trouble(), QString());
+}
+
+void TeraziCommTest::everyErrorHasATurkishSentence()
+{
+    QSet<QString> sentences;
+    for (const int number : {68, 380, 8000, 8002, 8005, 8010, 8012, 8015, 8018, 8020, 8021}) {
+        const base::RuntimeError error = commError(number);
+        QCOMPARE(error.number(), number);
+        QVERIFY(!error.text().contains("Error"_L1));
+        sentences += error.text();
+    }
+    QCOMPARE(sentences.size(), 11);
+}
+
+void TeraziCommTest::closedPortIsHarmless()
+{
+    QCOMPARE(outcomeOf([&] { control_->input(); }), u"E8018"_s);
+    QCOMPARE(outcomeOf([&] { control_->setInBufferCount(0); }), u"done"_s);
+    QCOMPARE(outcomeOf([&] { control_->setOutBufferCount(0); }), u"done"_s);
+    QCOMPARE(control_->inBufferCount() + control_->outBufferCount(), 0);
+}
+
+void TeraziCommTest::buffersAreEmptiedByZeroOnly()
+{
+    control_->setPortOpen(true);
+    device_->toWrite = 5;
+    device_->deliver("12kg\r");
+    QTRY_COMPARE(control_->inBufferCount(), 5);
+    QCOMPARE(control_->outBufferCount(), 5);
+    QCOMPARE(outcomeOf([&] { control_->setInBufferCount(3); }), u"E380"_s);
+    QCOMPARE(outcomeOf([&] { control_->setOutBufferCount(3); }), u"E380"_s);
+    QCOMPARE(control_->inBufferCount(), 5);
+    control_->setInBufferCount(0);
+    control_->setOutBufferCount(0);
+    QCOMPARE(control_->inBufferCount() + control_->outBufferCount(), 0);
+    QCOMPARE(control_->input(), QString());
+}
+
+void TeraziCommTest::fragmentsBecomeOneEvent()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    for (const char* fragment : {"  1", "2", "34k", "g\r"}) {
+        device_->deliver(fragment);
+        QTest::qWait(3);
+    }
+    QTRY_COMPARE(spy.size(), 1);
+    QCOMPARE(control_->commEvent(), 2);
+    QCOMPARE(control_->input(), u"  1234kg\r"_s);
+    QCOMPARE(control_->input(), QString());
+    QTest::qWait(150);
+    QCOMPARE(spy.size(), 1);
+}
+
+void TeraziCommTest::lineIsAnnouncedAfterAShortPause()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    const qint64 fastest = fastestOf(5, [&] {
+        device_->deliver("  1234kg\r");
+        QVERIFY(spy.isEmpty()); // never from inside the library's own reading
+        QVERIFY(spy.wait(5000));
+        spy.clear();
+        control_->setInBufferCount(0);
+    });
+    QVERIFY2(fastest >= 4 && fastest < 50, qPrintable(QString::number(fastest)));
+}
+
+void TeraziCommTest::streamWithoutPausesIsAnnouncedAnyway()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    const qint64 fastest = fastestOf(5, [&] {
+        device_->deliver("  1234kg\r");
+        for (int i = 0; spy.isEmpty() && i < 5000; ++i) {
+            device_->deliver("9");
+            QTest::qWait(1);
+        }
+        QCOMPARE(control_->input(), u"  1234kg\r"_s);
+        control_->setPortOpen(false);
+        control_->setPortOpen(true);
+        spy.clear();
+    });
+    QVERIFY2(fastest >= 45 && fastest < 100, qPrintable(QString::number(fastest)));
+}
+
+void TeraziCommTest::halfLineIsAnnouncedAfterSilence()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    QElapsedTimer clock;
+    clock.start();
+    device_->deliver("12");
+    QVERIFY(spy.wait(2000));
+    QVERIFY2(clock.elapsed() >= 95, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(control_->input(), u"12"_s);
+}
+
+void TeraziCommTest::beginningOfTheNextLineStaysBehind()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("   500kg\r   5");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   500kg\r"_s);
+    control_->setInBufferCount(0);
+    device_->deliver("10kg\r");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   510kg\r"_s);
+    QCOMPARE(spy.size(), 2);
+
+    // A line that is never finished is announced like any other half line.
+    device_->deliver("   520kg\r   5");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   520kg\r"_s);
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   5"_s);
+}
+
+void TeraziCommTest::lateLineFeedBelongsToItsLine()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("   500kg\r\n");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   500kg\r\n"_s);
+
+    device_->deliver("   510kg\r");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"   510kg\r"_s);
+    device_->deliver("\n");
+    QTest::qWait(150);
+    QCOMPARE(spy.size(), 2); // alone it would have emptied the weight
+    device_->deliver("\n   520kg\r");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"\n   520kg\r"_s);
+}
+
+void TeraziCommTest::bytesAreTheTurkishCodePage()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("A\xF0\xFDrl\xFDk\x80\r");
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->input(), u"Ağırlık€\r"_s);
+}
+
+void TeraziCommTest::unreadBytesDoNotPileUp()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("   500kg\r");
+    QVERIFY(spy.wait(1000));
+    for (int i = 0; i < 20; ++i) device_->deliver(QByteArray(1000, 'x'));
+    device_->deliver("   510kg\r");
+    QVERIFY(spy.wait(1000));
+    QVERIFY(control_->inBufferCount() <= 4096);
+    QVERIFY(control_->input().startsWith("   500kg\r"_L1));
+}
+
+void TeraziCommTest::noTimerRunsWithoutBytes()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    QCOMPARE(activeTimers(), 0);
+    device_->deliver("   500kg\r   5");
+    QCOMPARE(activeTimers(), 2);
+    QVERIFY(spy.wait(1000));
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(activeTimers(), 0);
+    device_->deliver("12");
+    control_->setPortOpen(false);
+    QCOMPARE(activeTimers(), 0);
+}
+
+void TeraziCommTest::firstErrorClosesAndIsRaisedOnce()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("12");
+    for (int i = 0; i < 1000; ++i) device_->failed();
+    QVERIFY(control_->portOpen()); // not from inside the library's call
+    QVERIFY(spy.wait(1000));
+    QCOMPARE(control_->commEvent(), 8020);
+    QVERIFY(!control_->portOpen());
+    QTest::qWait(150);
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(control_->trouble(), commError(8020).text());
+    QCOMPARE(control_->inBufferCount(), 0);
+}
+
+void TeraziCommTest::errorOfAnEarlierSessionIsVoid()
+{
+    control_->setPortOpen(true);
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    device_->failed();
+    control_->setPortOpen(false);
+    control_->setPortOpen(true);
+    QTest::qWait(20);
+    QVERIFY(spy.isEmpty());
+    QVERIFY(control_->portOpen());
+}
+
+void TeraziCommTest::lineThatBreaksAgainStaysClosed()
+{
+    int raised = 0;
+    connect(control_.get(), &TeraziComm::OnComm, this, [&] {
+        ++raised;
+        device_->breaksAtOnce = true;
+        control_->setPortOpen(true);
+    });
+    control_->setPortOpen(true);
+    device_->failed();
+    QTest::qWait(100);
+    QCOMPARE(raised, 1);
+    QCOMPARE(device_->opened.size(), 2);
+    QVERIFY(!control_->portOpen());
+    QVERIFY(!control_->trouble().isEmpty());
+}
+
+void TeraziCommTest::lineThatDeliveredMayBreakAgain()
+{
+    QStringList raised;
+    connect(control_.get(), &TeraziComm::OnComm, this, [&] {
+        raised += QString::number(control_->commEvent());
+        if (control_->commEvent() == events::readError) control_->setPortOpen(true);
+    });
+    control_->setPortOpen(true);
+    device_->failed();
+    QTRY_COMPARE(raised.size(), 1);
+    device_->deliver("   500kg\r");
+    QTRY_COMPARE(raised.size(), 2);
+    device_->failed();
+    QTRY_COMPARE(raised, (QStringList{u"8020"_s, u"2"_s, u"8020"_s}));
+    QVERIFY(control_->portOpen());
+}
+
+void TeraziCommTest::openingByHandForgetsEarlierErrors()
+{
+    QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
+    control_->setPortOpen(true);
+    device_->failed();
+    QTRY_COMPARE(spy.size(), 1);
+    control_->setPortOpen(true);
+    device_->failed();
+    QTRY_COMPARE(spy.size(), 2);
+}
+
+QTEST_GUILESS_MAIN(TeraziCommTest)
+#include "terazi_comm.moc"

@@ -1,0 +1,288 @@
+#include "scale/weight_line.h"
+#include "base/numbers.h"
+#include <QTest>
+
+using namespace scale;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A control in which a burst waits; it writes down what is done to it.
+class WaitingControl : public CommControl {
+public:
+    int commPort() const override { return 1; }
+    void setCommPort(int) override {}
+    QString settings() const override { return {}; }
+    void setSettings(const QString&) override {}
+    int handshaking() const override { return 0; }
+    void setHandshaking(int) override {}
+    bool portOpen() const override { return open; }
+    void setPortOpen(bool wanted) override
+    {
+        steps += wanted ? "open "_L1 : "close "_L1;
+        if (wanted && openingFails) throw commError(errors::invalidPortNumber);
+        open = wanted;
+    }
+    QString input() override { return std::exchange(burst, {}); }
+    int inBufferCount() const override { return static_cast<int>(burst.size()); }
+    int outBufferCount() const override { return 0; }
+    void setInBufferCount(int count) override
+    {
+        steps += u"in=%1 "_s.arg(count);
+        burst.clear();
+    }
+    void setOutBufferCount(int count) override { steps += u"out=%1 "_s.arg(count); }
+    int commEvent() const override { return event; }
+
+    QString burst;
+    int event = events::received;
+    bool open = true;
+    bool openingFails = false;
+    QString steps;
+};
+
+/// A station whose weight label runs its rule at each change, as the screen does: an empty weight becomes 0 and a text
+/// that is not a number is an error.
+class PaperStation : public ScaleStation {
+public:
+    explicit PaperStation(base::Regional settings) : regional(std::move(settings)) {}
+
+    QString customer() const override { return name; }
+    QString weight() const override { return caption; }
+    bool isEnabled() const override { return enabled; }
+    void setWeight(const QString& text) override
+    {
+        if (text == caption) return;
+        caption = text;
+        ++changes;
+        if (caption.isEmpty()) setWeight(u"0"_s);
+        base::toDouble(caption, regional);
+    }
+
+    base::Regional regional;
+    QString name = u"Ali"_s;
+    QString caption;
+    bool enabled = true;
+    int changes = 0;
+};
+
+} // namespace
+
+/// From the bytes of the scale to the weight on the screen.
+class WeightLine : public QObject {
+    Q_OBJECT
+
+private slots:
+    void fieldIsTheEndOfTheFirstLine_data();
+    void fieldIsTheEndOfTheFirstLine();
+    void weightReachesTheStation_data();
+    void weightReachesTheStation();
+    void sameWeightAgainFiresNoChange();
+    void repeatedRawFieldIsNotFormattedAgain();
+    void unreadableLineIsShownAndEmptiesTheBuffers_data();
+    void unreadableLineIsShownAndEmptiesTheBuffers();
+    void disabledStationKeepsItsWeight();
+    void withoutAnyNameNothingIsTouched();
+    void designCaptionStillTakesWeights();
+    void otherEventsOnlyEmptyTheBuffers();
+    void readErrorReopensThePort();
+    void failedReopeningIsSilent();
+};
+
+void WeightLine::fieldIsTheEndOfTheFirstLine_data()
+{
+    QTest::addColumn<QString>("burst");
+    QTest::addColumn<QString>("field");
+    QTest::newRow("padded") << u"  1234kg\r"_s << u"  1234\r"_s;
+    QTest::newRow("blank before the unit") << u"  1234 kg\r\n"_s << u"  1234 \r"_s;
+    QTest::newRow("line feed of the line before") << u"\n  1234kg\r"_s << u"\n  1234\r"_s;
+    QTest::newRow("second line dropped") << u"   500kg\r   510kg\r"_s << u"   500\r"_s;
+    QTest::newRow("no line yet") << u"12"_s << QString();
+    QTest::newRow("rest of a line") << u"34kg\r"_s << u"34\r"_s;
+    QTest::newRow("nothing") << QString() << QString();
+    QTest::newRow("status before the weight") << u"ST,GS,+  1234kg\r"_s << u"+  1234\r"_s;
+    QTest::newRow("wider than the field") << u"00123456789kg\r"_s << u"3456789\r"_s;
+    QTest::newRow("capitals stay") << u"1234KG\r"_s << u"1234KG\r"_s;
+    QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
+    QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
+    QTest::newRow("words before the weight") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
+    QTest::newRow("unit twice") << u"1kgkg2\r"_s << u"12\r"_s;
+    QTest::newRow("unit before the weight") << u"kg  1234\r"_s << u"  1234\r"_s;
+    QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
+}
+
+void WeightLine::fieldIsTheEndOfTheFirstLine()
+{
+    QFETCH(QString, burst);
+    QFETCH(QString, field);
+    QCOMPARE(weightField(burst), field);
+}
+
+void WeightLine::weightReachesTheStation_data()
+{
+    QTest::addColumn<bool>("turkish");
+    QTest::addColumn<QString>("burst");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::newRow("padded") << true << u"  1234kg\r"_s << u"0"_s << u"1.234"_s;
+    QTest::newRow("padded, English") << false << u"  1234kg\r"_s << u"0"_s << u"1,234"_s;
+    QTest::newRow("blank before the unit") << true << u"  1234 kg\r\n"_s << u"0"_s << u"1.234"_s;
+    QTest::newRow("line feed first") << true << u"\n  1234kg\r"_s << u"0"_s << u"1.234"_s;
+    QTest::newRow("two lines") << true << u"   500kg\r   510kg\r"_s << u"1.000"_s << u"500"_s;
+    QTest::newRow("half a line") << true << u"12"_s << u"1.000"_s << u"0"_s;
+    QTest::newRow("other half") << true << u"34kg\r"_s << u"0"_s << u"34"_s;
+    QTest::newRow("no data") << true << QString() << u"1.000"_s << u"0"_s;
+    QTest::newRow("status before the weight") << true << u"ST,GS,+  1234kg\r"_s << u"0"_s << u"1.234"_s;
+    QTest::newRow("wider than the field") << true << u"00123456789kg\r"_s << u"0"_s << u"3.456.789"_s;
+    QTest::newRow("full stop groups") << true << u"  12.5kg\r"_s << u"0"_s << u"125"_s;
+    QTest::newRow("full stop divides, English") << false << u"  12.5kg\r"_s << u"0"_s << u"13"_s;
+    QTest::newRow("comma divides") << true << u"  12,5kg\r"_s << u"0"_s << u"13"_s;
+    QTest::newRow("full stop and thousands") << true << u"1234.5kg\r"_s << u"0"_s << u"12.345"_s;
+    QTest::newRow("below zero") << true << u"   -20kg\r"_s << u"1.000"_s << u"-20"_s;
+    QTest::newRow("zero") << true << u"  0kg\r"_s << u"1.000"_s << u"0"_s;
+    QTest::newRow("rounds to zero") << true << u"0,4kg\r"_s << u"5"_s << u"0"_s;
+    QTest::newRow("unit twice") << true << u"1kgkg2\r"_s << u"0"_s << u"12"_s;
+}
+
+void WeightLine::weightReachesTheStation()
+{
+    QFETCH(bool, turkish);
+    QFETCH(QString, burst);
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
+    station.caption = before;
+    WaitingControl control;
+    control.burst = burst;
+    onScaleEvent(control, station, station.regional, [] {});
+    QCOMPARE(station.caption, after);
+    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+}
+
+void WeightLine::sameWeightAgainFiresNoChange()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.234"_s;
+    WaitingControl control;
+    control.burst = u"  1234kg\r"_s;
+    onScaleEvent(control, station, station.regional, [] {});
+    QCOMPARE(station.caption, u"1.234"_s);
+    QCOMPARE(station.changes, 0);
+}
+
+void WeightLine::repeatedRawFieldIsNotFormattedAgain()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1234KG\r"_s;
+    WaitingControl control;
+    control.burst = u"1234KG\r"_s;
+    onScaleEvent(control, station, station.regional, [] {}); // would throw if the caption were set anew
+    QCOMPARE(station.changes, 0);
+}
+
+void WeightLine::unreadableLineIsShownAndEmptiesTheBuffers_data()
+{
+    QTest::addColumn<QString>("burst");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("capitals") << u"1234KG\r"_s << u"1234KG\r"_s;
+    QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
+    QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
+    QTest::newRow("words") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
+    QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
+}
+
+void WeightLine::unreadableLineIsShownAndEmptiesTheBuffers()
+{
+    QFETCH(QString, burst);
+    QFETCH(QString, shown);
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    WaitingControl control;
+    control.burst = burst;
+    QVERIFY_THROWS_EXCEPTION(base::RuntimeError, onScaleEvent(control, station, station.regional, [] {}));
+    QCOMPARE(station.caption, shown);
+    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+
+    control.burst = u"  1234kg\r"_s; // the next good line repairs the caption
+    onScaleEvent(control, station, station.regional, [] {});
+    QCOMPARE(station.caption, u"1.234"_s);
+}
+
+void WeightLine::disabledStationKeepsItsWeight()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    station.enabled = false;
+    WaitingControl control;
+    control.burst = u"  1234kg\r"_s;
+    onScaleEvent(control, station, station.regional, [] {});
+    QCOMPARE(station.caption, u"1.000"_s);
+    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+}
+
+void WeightLine::withoutAnyNameNothingIsTouched()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    station.name.clear();
+    WaitingControl control;
+    control.burst = u"  1234kg\r"_s;
+    for (const int event : {events::received, events::readError, 1009}) {
+        control.event = event;
+        onScaleEvent(control, station, station.regional, [] { QFAIL("no events are to be processed"); });
+        QCOMPARE(control.steps, QString());
+        QCOMPARE(control.burst, u"  1234kg\r"_s);
+        QCOMPARE(station.caption, u"1.000"_s);
+    }
+}
+
+void WeightLine::designCaptionStillTakesWeights()
+{
+    PaperStation station(base::Regional::turkish());
+    station.name = u"Müşteri Seçin"_s;
+    WaitingControl control;
+    control.burst = u"   500kg\r"_s;
+    onScaleEvent(control, station, station.regional, [] {});
+    QCOMPARE(station.caption, u"500"_s);
+}
+
+void WeightLine::otherEventsOnlyEmptyTheBuffers()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    for (const int event : {0, 1, 3, 7, 1001, 1004, 1009, 1011}) {
+        WaitingControl control;
+        control.event = event;
+        control.burst = u"  1234kg\r"_s;
+        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(station.caption, u"1.000"_s);
+        QCOMPARE(control.steps, u"in=0 out=0 "_s);
+    }
+}
+
+void WeightLine::readErrorReopensThePort()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    WaitingControl control;
+    control.event = events::readError;
+    control.burst = u"  1234kg\r"_s;
+    onScaleEvent(control, station, station.regional, [&] { control.steps += u"events "_s; });
+    QCOMPARE(control.steps, u"close events open in=0 out=0 "_s);
+    QCOMPARE(station.caption, u"1.000"_s);
+}
+
+void WeightLine::failedReopeningIsSilent()
+{
+    PaperStation station(base::Regional::turkish());
+    station.caption = u"1.000"_s;
+    WaitingControl control;
+    control.event = events::readError;
+    control.openingFails = true;
+    onScaleEvent(control, station, station.regional, [] {});
+    QVERIFY(!control.open);
+    QCOMPARE(control.steps, u"close open in=0 out=0 "_s);
+}
+
+QTEST_APPLESS_MAIN(WeightLine)
+#include "weight_line.moc"
