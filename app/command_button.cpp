@@ -57,7 +57,8 @@ void CommandButton::paintEvent(QPaintEvent*)
     QPainter painter(this);
     QColor ground = painted(backColor(), palette());
     if (main_ && isEnabled()) ground = QColor(0x1B, 0x4D, 0x1F);
-    QColor border = ground.darker(main_ ? 140 : 170);
+    if (isChosen() && isEnabled()) ground = painting::chosen;
+    QColor border = ground.darker(main_ || isChosen() ? 140 : 170);
     QColor ink = inkOn(ground);
     if (!isEnabled()) {
         ground = QColor(0xDD, 0xE1, 0xE3);
@@ -105,17 +106,6 @@ void CheckButton::pressed()
     CommandButton::pressed();
 }
 
-void CheckButton::paintEvent(QPaintEvent* event)
-{
-    CommandButton::paintEvent(event);
-    if (!value_) return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(painting::strongLine, 4));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(2, 2, -2, -2), painting::radius, painting::radius);
-}
-
 OptionButton::OptionButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
 
 bool OptionButton::turnOn()
@@ -149,7 +139,7 @@ void OptionButton::pressed()
 void OptionButton::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    const QColor ground = value_ ? QColor(0x0B, 0x3C, 0x5D) : painted(backColor(), palette());
+    const QColor ground = value_ ? painting::chosen : painted(backColor(), palette());
     const QColor ink = inkOn(ground);
     painting::box(painter, rect(), isDown() ? ground.darker(110) : ground, painting::strongLine, value_ ? 2 : 1);
     const int dot = height() / 3;

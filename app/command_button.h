@@ -18,6 +18,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    /// The button is drawn as switched on.
+    virtual bool isChosen() const { return false; }
 
 private:
     Picture picture_;
@@ -37,7 +39,7 @@ public:
 
 protected:
     void pressed() override;
-    void paintEvent(QPaintEvent* event) override;
+    bool isChosen() const override { return value_; }
 
 private:
     bool value_ = false;

@@ -56,7 +56,9 @@ bool ControlFrame::event(QEvent* event)
 void ControlFrame::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    const QColor ground = painted(backColor_, palette());
+    // A group inside a station has no ground of its own.
+    const auto* around = look_ == Look::group ? qobject_cast<const ControlFrame*>(parentWidget()) : nullptr;
+    const QColor ground = painted(around ? around->backColor() : backColor_, palette());
     const QColor ink = inkOn(ground);
     switch (look_) {
     case Look::station: {
@@ -75,10 +77,9 @@ void ControlFrame::paintEvent(QPaintEvent*)
     case Look::group: {
         const int lineHeight = fontMetrics().height();
         QRect border = rect().adjusted(0, lineHeight / 2, 0, 0);
-        painting::box(painter, border, QColor(ink.red(), ink.green(), ink.blue(), 18), ink, 1, 8);
+        painting::box(painter, border, ground, ink, 1, 8);
         const QRect caption(12, 0, fontMetrics().horizontalAdvance(caption_) + 10, lineHeight);
-        const auto* parentFrame = qobject_cast<const ControlFrame*>(parentWidget());
-        painter.fillRect(caption, parentFrame ? painted(parentFrame->backColor(), palette()) : ground);
+        painter.fillRect(caption, ground);
         painter.setPen(ink);
         painter.drawText(caption, Qt::AlignCenter, caption_);
         break;
@@ -86,7 +87,10 @@ void ControlFrame::paintEvent(QPaintEvent*)
     case Look::panel:
         painting::box(painter, rect(), ground, painting::line, 1, 10);
         break;
-    case Look::plain:
+    case Look::strip:
+        painter.fillRect(rect(), Qt::white);
+        painter.setPen(painting::softLine);
+        painter.drawLine(rect().bottomLeft(), rect().bottomRight());
         break;
     }
 }

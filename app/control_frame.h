@@ -12,8 +12,9 @@ class ControlFrame : public Control<QGroupBox> {
     Q_OBJECT
 
 public:
-    /// How the frame is drawn. A station carries its caption as a headline, a group on its border line.
-    enum class Look { station, group, panel, plain };
+    /// How the frame is drawn. A station carries its caption as a headline, a group on its border line; a
+    /// strip continues the menu bar.
+    enum class Look { station, group, panel, strip };
 
     ControlFrame(QWidget* parent, Look look, const QString& caption = {});
 

@@ -2,9 +2,10 @@
 #include "app/painting.h"
 #include "base/error.h"
 #include <QCalendarWidget>
+#include <QFrame>
 #include <QLocale>
 #include <QScreen>
-#include <QTableView>
+#include <QTextCharFormat>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -58,6 +59,10 @@ void DatePicker::pressed()
     calendar->setHorizontalHeaderFormat(QCalendarWidget::ShortDayNames);
     calendar->setSelectedDate(value_);
     calendar->setFont(painting::sized(font(), valuePixels_, false));
+    QTextCharFormat everyDay;
+    everyDay.setForeground(painting::ink); // the mill presses on Sundays too
+    calendar->setWeekdayTextFormat(Qt::Saturday, everyDay);
+    calendar->setWeekdayTextFormat(Qt::Sunday, everyDay);
     calendar->setMinimumSize(valuePixels_ * 24, valuePixels_ * 19);
     const auto buttons = calendar->findChildren<QToolButton*>();
     for (QToolButton* button : buttons) {

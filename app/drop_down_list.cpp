@@ -16,6 +16,16 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
     int rowPixels = 48;
 
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const bool chosen = option.state & QStyle::State_Selected;
+        painter->fillRect(option.rect, chosen ? painting::chosen : QColor(Qt::white));
+        painter->setPen(chosen ? QColor(Qt::white) : painting::ink);
+        painter->setFont(option.font);
+        painter->drawText(option.rect.adjusted(rowPixels / 4, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                          index.data().toString());
+    }
+
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
         return {QStyledItemDelegate::sizeHint(option, index).width(), rowPixels};

@@ -25,7 +25,7 @@ void FieldLabel::paintEvent(QPaintEvent*)
     painting::box(painter, rect(), ground, active ? painting::strongLine : painting::line, active ? 4 : 1);
 
     const int margin = std::max(titlePixels_ * 6 / 10, 6);
-    const QRect inner = rect().adjusted(margin, margin / 2, -margin, -margin / 2);
+    const QRect inner = rect().adjusted(margin, margin / 2 + 2, -margin, -margin / 2);
     painter.setFont(painting::sized(font(), titlePixels_, active));
     painter.setPen(active ? painting::ink : painting::quietInk);
     const int titleHeight = painter.fontMetrics().height();
@@ -33,10 +33,11 @@ void FieldLabel::paintEvent(QPaintEvent*)
                      title_.trimmed());
 
     painter.setPen(painting::ink);
-    painter.setFont(
-        painting::fitted(painting::sized(font(), valuePixels_, true), caption(), valuePixels_, inner.width()));
-    // The digits may rise beside the title's line: figures stand right, titles left.
-    const int top = inner.bottom() - std::min(painter.fontMetrics().height(), inner.height()) + 1;
+    const QFont full = painting::sized(font(), valuePixels_, true);
+    // The line is that of the full size, so that neighbours stay level when one of them has to be drawn smaller. It
+    // may rise beside the title: figures stand right, titles left.
+    const int top = inner.bottom() - std::min(QFontMetrics(full).height(), inner.height()) + 1;
+    painter.setFont(painting::fitted(full, caption(), valuePixels_, inner.width()));
     painting::lineOfText(painter, QRect(inner.left(), top, inner.width(), inner.bottom() - top + 1),
                          (kind_ == Kind::name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter, caption());
 }

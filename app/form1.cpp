@@ -73,7 +73,7 @@ void Form1::createMenus()
     Sayac->setHasCheckMark(true);
     menuStrip->addActions({Bağlantı, PortAyarlar, YazFont, Sayac, PrgExit});
 
-    Frame2 = named(new ControlFrame(this, ControlFrame::Look::plain), "Frame2");
+    Frame2 = named(new ControlFrame(this, ControlFrame::Look::strip), "Frame2");
     Command1 = named(new CommandButton(Frame2, {}, CommandButton::Picture::exit), "Command1");
     Command1->setBackColor(colour::cyan);
     Command1->setSpokenName(QStringLiteral("Çıkış"));

@@ -163,7 +163,7 @@ void Form1::arrangeStation(int Index)
         control->setGeometry(pad + left, rowTop[row], controlWidth, rowHeight[row]);
     };
     const auto valueText = [&](int fieldHeight) {
-        return static_cast<int>((fieldHeight - px(titleText) * 1.25 - px(9)) * 0.86);
+        return static_cast<int>((fieldHeight - px(titleText) * 1.25 - px(9)) * 0.84);
     };
 
     place(TxtLbl[Index], 0, 0, inner);
@@ -245,22 +245,22 @@ void Form1::arrangeReportPanel()
 void Form1::moveListToStation(int Index)
 {
     const Scale px{scaleOf(size())};
-    setText(dbListe1, px(22));
+    setText(dbListe1, px(22), false);
     dbListe1->setRowHeight(std::max(px(50), 48));
     dbListe1->setLeft(Frame1[Index]->Left() + HakCmd[Index]->Left());
     dbListe1->setTop(Frame1[Index]->Top() + Label2[Index]->Top());
-    dbListe1->setRoom(Frame1[Index]->width() - 2 * HakCmd[Index]->x(), keypadTop_);
+    dbListe1->setRoom(Frame1[Index]->width() - 2 * HakCmd[Index]->x(), keypadTop_ - px(10));
 }
 
 void Form1::moveListToPanel()
 {
     const Scale px{scaleOf(size())};
-    setText(dbListe1, px(22));
+    setText(dbListe1, px(22), false);
     dbListe1->setRowHeight(std::max(px(50), 48));
     const int belowName = GünLbl->Height() + twips::fromPixels(px(4));
     dbListe1->setTop(Frame4->Top() + GünLbl->Top() + belowName);
     dbListe1->setLeft(Frame4->Left() + DBGrid1->Left());
-    dbListe1->setRoom(DBGrid1->width(), keypadTop_);
+    dbListe1->setRoom(DBGrid1->width(), keypadTop_ - px(10));
 }
 
 void Form1::settle()

@@ -23,6 +23,7 @@ ListingGrid::ListingGrid(QWidget* parent) : Control(parent)
     horizontalHeader()->setSectionsClickable(false);
     horizontalHeader()->setStretchLastSection(false);
     setAccessibleName(QStringLiteral("Liste"));
+    painting::widenScrollBars(*this);
     QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
 }
 

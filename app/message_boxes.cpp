@@ -1,9 +1,8 @@
 #include "app/message_boxes.h"
+#include "app/font_dialog.h"
 #include "app/painting.h"
 #include "app/setting_names.h"
 #include "base/error.h"
-#include <QDialogButtonBox>
-#include <QFontDialog>
 #include <QLoggingCategory>
 #include <QPushButton>
 
@@ -23,6 +22,8 @@ std::unique_ptr<QMessageBox> messageBox(QWidget* owner, QMessageBox::Icon icon, 
     box->setTextFormat(Qt::PlainText);
     box->setText(text);
     box->setIcon(icon);
+    // A till screen may run without a window manager, that is without window frames.
+    box->setStyleSheet(QStringLiteral("QMessageBox{background:#FFFFFF;border:2px solid #003C5A;}"));
     const int pixels = owner ? std::max(18, owner->height() / 42) : 18;
     box->setFont(painting::sized(box->font(), pixels, false));
     QPushButton* last = nullptr;
@@ -67,27 +68,9 @@ bool MessageBoxes::yesNo(const QString& text, const QString& title)
 
 std::optional<FontChoice> MessageBoxes::chooseFont(const FontChoice& preset)
 {
-    QFont font(preset.name);
-    font.setPointSizeF(preset.size > 0 ? preset.size : 8.0);
-    font.setBold(preset.bold);
-    font.setItalic(preset.italic);
-    QFontDialog dialog(font, owner_);
-    // The desktop's own dialog would come without a size for fingers and in the desktop's language.
-    dialog.setOption(QFontDialog::DontUseNativeDialog);
-    dialog.setWindowTitle(QStringLiteral("Yazı Tipi"));
-    if (auto* buttons = dialog.findChild<QDialogButtonBox*>()) {
-        const std::pair<QDialogButtonBox::StandardButton, QString> captions[] = {
-            {QDialogButtonBox::Ok, ok}, {QDialogButtonBox::Cancel, QStringLiteral("İptal")}};
-        for (const auto& [which, caption] : captions) {
-            QPushButton* button = buttons->button(which);
-            button->setText(caption);
-            button->setIcon(QIcon());
-            button->setMinimumSize(140, 52);
-        }
-    }
+    FontDialog dialog(preset, owner_);
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-    const QFont chosen = dialog.selectedFont();
-    return FontChoice{chosen.family(), static_cast<float>(chosen.pointSizeF()), chosen.bold(), chosen.italic()};
+    return dialog.choice();
 }
 
 } // namespace app

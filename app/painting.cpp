@@ -1,6 +1,8 @@
 #include "app/painting.h"
 
+#include <QAbstractScrollArea>
 #include <QFontMetrics>
+#include <QScrollBar>
 #include <algorithm>
 
 namespace app::painting {
@@ -34,6 +36,18 @@ void lineOfText(QPainter& painter, const QRect& area, int flags, const QString& 
 {
     const QString shown = painter.fontMetrics().elidedText(text, Qt::ElideLeft, area.width());
     painter.drawText(area, flags | Qt::TextSingleLine, shown);
+}
+
+void widenScrollBars(QAbstractScrollArea& area)
+{
+    const QString look =
+        QStringLiteral("QScrollBar{background:#DDE4E8;border:none;}"
+                       "QScrollBar:vertical{width:28px;}QScrollBar:horizontal{height:28px;}"
+                       "QScrollBar::handle{background:#546E7A;border-radius:6px;margin:4px;}"
+                       "QScrollBar::handle:vertical{min-height:56px;}QScrollBar::handle:horizontal{min-width:56px;}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{width:0;height:0;}");
+    area.verticalScrollBar()->setStyleSheet(look);
+    area.horizontalScrollBar()->setStyleSheet(look);
 }
 
 } // namespace app::painting

@@ -12,7 +12,7 @@ namespace app {
 
 namespace {
 
-constexpr int borderWidth = 3;
+constexpr int borderWidth = 3;   // heavy: the list lies over other fields
 constexpr int dragDistance = 10; // pixels; a finger trembles less than that in a tap
 
 } // namespace
@@ -20,8 +20,12 @@ constexpr int dragDistance = 10; // pixels; a finger trembles less than that in 
 SearchList::SearchList(QWidget* parent) : Control(parent)
 {
     setFocusPolicy(Qt::NoFocus);
-    setFrameShape(QFrame::NoFrame);
-    setViewportMargins(borderWidth, borderWidth, borderWidth, borderWidth);
+    setFrameStyle(QFrame::Box | QFrame::Plain);
+    setLineWidth(borderWidth);
+    QPalette border = palette();
+    border.setColor(QPalette::WindowText, painting::strongLine);
+    setPalette(border);
+    painting::widenScrollBars(*this);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAttribute(Qt::WA_NoMousePropagation);
     setAccessibleName(QStringLiteral("Müşteri listesi"));
@@ -44,6 +48,7 @@ void SearchList::refill()
     glide_.stop();
     dragging_ = false;
     downRow_ = -1;
+    chosen_ = -1;
     count_ = countRows_ ? countRows_() : 0;
     verticalScrollBar()->setValue(0);
     fitHeight();
@@ -87,9 +92,23 @@ int SearchList::rowAt(int y) const
     return y >= 0 && row < count_ ? row : -1;
 }
 
+void SearchList::choose(int row)
+{
+    chosen_ = row;
+    if (row >= 0) text_ = rowText(row);
+    showChosen();
+    viewport()->update();
+}
+
+void SearchList::showChosen()
+{
+    if (chosen_ >= 0) verticalScrollBar()->setValue(chosen_ * rowHeight_ - (viewport()->height() - rowHeight_) / 2);
+}
+
 void SearchList::pick(int row)
 {
     if (row < 0 || row >= count_ || !rowText_) return;
+    if (chosen_ >= 0) chosen_ = row;
     beginAction(this, [this, row] {
         text_ = rowText_(row);
         if (const auto click = click_) click();
@@ -178,6 +197,7 @@ void SearchList::resizeEvent(QResizeEvent* event)
 {
     QAbstractScrollArea::resizeEvent(event);
     updateRange();
+    showChosen();
 }
 
 void SearchList::moveEvent(QMoveEvent* event)
@@ -196,8 +216,12 @@ void SearchList::paintEvent(QPaintEvent*)
     for (int row = first; row < count_; ++row) {
         const QRect line(0, row * rowHeight_ - scroll, viewport()->width(), rowHeight_);
         if (line.top() > viewport()->height()) break;
-        if (row == downRow_) painter.fillRect(line, painted(colour::yellow, palette()));
-        painter.setPen(painting::ink);
+        const bool chosen = row == chosen_;
+        if (row == downRow_)
+            painter.fillRect(line, painted(colour::yellow, palette()));
+        else if (chosen)
+            painter.fillRect(line, painting::chosen);
+        painter.setPen(chosen && row != downRow_ ? QColor(Qt::white) : painting::ink);
         painter.drawText(line.adjusted(14, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
                          painter.fontMetrics().elidedText(rowText_(row), Qt::ElideRight, line.width() - 22));
         painter.setPen(QColor(0xCF, 0xD8, 0xDC));

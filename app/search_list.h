@@ -27,6 +27,9 @@ public:
     /// Picks a row as a tap does. Does nothing for a row that is not there.
     void pick(int row);
 
+    /// Marks a row as the chosen one and scrolls to it; runs no click. -1 for none.
+    void choose(int row);
+
     int rowCount() const { return count_; }
     QString rowText(int row) const { return rowText_ ? rowText_(row) : QString(); }
     void setRowHeight(int pixels);
@@ -46,6 +49,7 @@ private:
     void mousePressed(const QPoint& at);
     void mouseDragged(const QPoint& at);
     void mouseReleased(const QPoint& at);
+    void showChosen();
     void fitHeight();
     void updateRange();
     int rowAt(int y) const;
@@ -55,6 +59,7 @@ private:
     std::function<void()> click_;
     QString text_;
     int count_ = 0;
+    int chosen_ = -1;
     int rowHeight_ = 48;
     int bottom_ = -1;
     int downRow_ = -1;

@@ -78,7 +78,9 @@ QString StatusLine::text() const
 
 void StatusLine::refresh()
 {
-    setAccessibleName(text());
+    const QString now = text();
+    if (now == accessibleName()) return;
+    setAccessibleName(now);
     update();
 }
 
@@ -97,7 +99,7 @@ void StatusLine::hideEvent(QHideEvent* event)
 void StatusLine::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.setPen(QColor(0xB0, 0xBA, 0xBF));
+    painter.setPen(painting::softLine);
     painter.drawLine(0, 0, width(), 0);
     painter.setPen(painting::ink);
     painter.drawText(rect().adjusted(12, 1, -12, 0), Qt::AlignVCenter | Qt::AlignLeft,

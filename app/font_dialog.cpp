@@ -1,0 +1,127 @@
+#include "app/font_dialog.h"
+#include "app/command_button.h"
+#include "app/painting.h"
+#include "app/search_list.h"
+#include <QFontDatabase>
+#include <QLocale>
+#include <algorithm>
+
+namespace app {
+
+namespace {
+
+constexpr double smallest = 4;
+constexpr double largest = 72;
+
+} // namespace
+
+FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner), choice_(preset)
+{
+    setObjectName(QStringLiteral("CommonDialog1"));
+    setWindowTitle(QStringLiteral("Yazı Tipi"));
+    names_ = QFontDatabase::families();
+    if (!names_.contains(choice_.name)) names_.prepend(choice_.name);
+
+    faces = new SearchList(this);
+    faces->setObjectName(QStringLiteral("faces"));
+    faces->setAccessibleName(QStringLiteral("Yazı tipleri"));
+    faces->setRows([this] { return static_cast<int>(names_.size()); }, [this](int row) { return names_[row]; });
+    faces->choose(static_cast<int>(names_.indexOf(choice_.name)));
+    faces->onClick([this] {
+        choice_.name = faces->text();
+        update();
+    });
+
+    const auto button = [this](const QString& caption, const char* name, const std::function<void()>& click) {
+        auto* made = new CommandButton(this, caption);
+        made->setObjectName(QString::fromLatin1(name));
+        made->onClick(click);
+        return made;
+    };
+    smaller = button(QStringLiteral("−"), "smaller", [this] { changeSize(choice_.size - 0.5); });
+    smaller->setSpokenName(QStringLiteral("Küçült"));
+    larger = button(QStringLiteral("+"), "larger", [this] { changeSize(choice_.size + 0.5); });
+    larger->setSpokenName(QStringLiteral("Büyüt"));
+    ok = button(QStringLiteral("Tamam"), "ok", [this] { accept(); });
+    ok->setMain(true);
+    cancel = button(QStringLiteral("İptal"), "cancel", [this] { reject(); });
+
+    const auto check = [this](const QString& caption, const char* name, bool& flag) {
+        auto* made = new CheckButton(this, caption);
+        made->setObjectName(QString::fromLatin1(name));
+        made->setValue(flag);
+        made->onClick([this, made, &flag] {
+            flag = made->value();
+            update();
+        });
+        return made;
+    };
+    bold = check(QStringLiteral("Kalın"), "bold", choice_.bold);
+    italic = check(QStringLiteral("Eğik"), "italic", choice_.italic);
+
+    const QSize room = owner ? owner->size() : QSize(1024, 768);
+    ok->setFocus();
+    resize(room.width() * 62 / 100, room.height() * 62 / 100);
+}
+
+void FontDialog::changeSize(double points)
+{
+    choice_.size = static_cast<float>(std::clamp(points, smallest, largest));
+    update();
+}
+
+void FontDialog::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    arrange();
+}
+
+void FontDialog::arrange()
+{
+    const int gap = height() / 40;
+    const int row = std::max(height() / 8, 48);
+    const int text = row * 2 / 5;
+    const int left = width() * 48 / 100;
+    faces->setFont(painting::sized(font(), text, false));
+    faces->setRowHeight(std::max(row * 9 / 10, 44));
+    faces->move(gap, gap);
+    faces->resize(left - gap, height() - 2 * gap);
+
+    const int x = left + gap;
+    const int all = width() - x - gap;
+    const int half = (all - gap) / 2;
+    smaller->setGeometry(x, gap, row, row);
+    larger->setGeometry(x + all - row, gap, row, row);
+    sizeArea_ = QRect(x + row, gap, all - 2 * row, row);
+    bold->setGeometry(x, 2 * gap + row, half, row);
+    italic->setGeometry(x + all - half, 2 * gap + row, half, row);
+    ok->setGeometry(x, height() - gap - row, half, row);
+    cancel->setGeometry(x + all - half, height() - gap - row, half, row);
+    const int sampleTop = 3 * gap + 2 * row;
+    sampleArea_ = QRect(x, sampleTop, all, ok->y() - gap - sampleTop);
+    for (CommandButton* button :
+         {smaller, larger, ok, cancel, static_cast<CommandButton*>(bold), static_cast<CommandButton*>(italic)})
+        button->setFont(painting::sized(font(), text, true));
+}
+
+void FontDialog::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painting::box(painter, rect(), palette().color(QPalette::Window), painting::strongLine, 2, 0);
+    painter.setPen(painting::ink);
+    painter.setFont(painting::sized(font(), sizeArea_.height() * 2 / 5, true));
+    const QString points = QLocale::system().toString(static_cast<double>(choice_.size), 'g', 4);
+    painter.drawText(sizeArea_, Qt::AlignCenter, points + QStringLiteral(" punto"));
+
+    painting::box(painter, sampleArea_, Qt::white, painting::line);
+    QFont sample(choice_.name);
+    sample.setPointSizeF(choice_.size);
+    sample.setBold(choice_.bold);
+    sample.setItalic(choice_.italic);
+    painter.setFont(sample);
+    painter.setPen(painting::ink);
+    painter.drawText(sampleArea_.adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap,
+                     QStringLiteral("Sıkılan Zeytin Yağı\n1.234,50 KG\nĞÜŞİÖÇ ğüşıöç"));
+}
+
+} // namespace app
