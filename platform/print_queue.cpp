@@ -14,10 +14,15 @@ namespace platform {
 namespace {
 
 constexpr int connectMilliseconds = 3000;
-constexpr double answerSeconds = 5;
+constexpr double answerSeconds = 3;
 
-/// Returning "no" makes the library give the connection up instead of waiting on.
-int giveUp(http_t*, void*) { return 0; }
+/// Returning "no" makes the library give the connection up instead of waiting on. It tries once more on a new
+/// connection; that one gets no time of its own.
+int giveUp(http_t* connection, void*)
+{
+    httpSetTimeout(connection, 0.05, giveUp, nullptr);
+    return 0;
+}
 
 struct CloseHttp {
     void operator()(http_t* http) const { httpClose(http); }
@@ -181,12 +186,15 @@ QueuePaper paperOf(ipp_t* answer, const char* usersMedia)
             paper.length = numberOf(ippGetCollection(size, 0), "y-dimension");
         }
     }
-    if (usersMedia && *usersMedia) paper.media = usersMedia;
-    if (usersMedia || paper.width <= 0)
-        if (const pwg_media_t* size = paper.media.empty() ? nullptr : sizeOf(paper.media)) {
-            paper.width = size->width;
-            paper.length = size->length;
-        }
+    const auto take = [&paper](const std::string& media) {
+        const pwg_media_t* size = media.empty() ? nullptr : sizeOf(media);
+        if (!size) return;
+        paper.media = media;
+        paper.width = size->width;
+        paper.length = size->length;
+    };
+    if (paper.width <= 0) take(paper.media);
+    if (usersMedia) take(usersMedia);
 
     ipp_attribute_t* known = ippFindAttribute(answer, "media-col-database", IPP_TAG_BEGIN_COLLECTION);
     for (int i = 0; known && i < ippGetCount(known); ++i) {
@@ -216,7 +224,9 @@ public:
         try {
             return findState();
         } catch (const std::exception&) {
-            return {.condition = QueueCondition::noScheduler, .queue = choice_.queue, .printing = false, .paper = {}};
+            QueueState unreachable;
+            unreachable.condition = QueueCondition::noScheduler;
+            return unreachable;
         }
     }
 
@@ -285,15 +295,20 @@ private:
         return connection;
     }
 
-    /// The queue that a job of this user goes to; nothing if there is none.
-    Destination findDestination(http_t* connection) const
+    /// A queue by its name, or the user's default; nothing if there is none. Throws if the scheduler does not say so.
+    static Destination destinationNamed(http_t* connection, const char* name)
     {
-        if (!choice_.queue.empty()) return Destination(cupsGetNamedDest(connection, choice_.queue.c_str(), nullptr));
-        Destination destination(cupsGetNamedDest(connection, nullptr, nullptr));
-        if (destination) return destination;
-        // A user's default that has been deleted since hides the system's default in the library.
-        const char* systemDefault = cupsGetDefault2(connection);
-        return Destination(systemDefault ? cupsGetNamedDest(connection, systemDefault, nullptr) : nullptr);
+        Destination destination(cupsGetNamedDest(connection, name, nullptr));
+        if (!destination && cupsLastError() != IPP_STATUS_ERROR_NOT_FOUND) throw PrintError(lastError("find queue"));
+        return destination;
+    }
+
+    /// The system's default queue, or what the environment names instead.
+    static std::string defaultName(http_t* connection)
+    {
+        const char* name = cupsGetDefault2(connection);
+        if (!name && cupsLastError() != IPP_STATUS_ERROR_NOT_FOUND) throw PrintError(lastError("find default queue"));
+        return name ? name : "";
     }
 
     QueueState findState() const
@@ -301,11 +316,15 @@ private:
         QueueState result;
         result.queue = choice_.queue;
         const Connection connection(connect());
-        const Destination destination = findDestination(connection.get());
+        Destination destination =
+            destinationNamed(connection.get(), choice_.queue.empty() ? nullptr : choice_.queue.c_str());
+        if (!destination && choice_.queue.empty()) {
+            // A user's default that has been deleted since hides the system's default in the library.
+            result.queue = defaultName(connection.get());
+            if (!result.queue.empty()) destination = destinationNamed(connection.get(), result.queue.c_str());
+        }
         if (!destination) {
-            const char* asked = choice_.queue.empty() ? cupsGetDefault2(connection.get()) : choice_.queue.c_str();
-            result.condition = asked ? QueueCondition::unknownQueue : QueueCondition::noQueue;
-            if (asked) result.queue = asked;
+            result.condition = result.queue.empty() ? QueueCondition::noQueue : QueueCondition::unknownQueue;
             return result;
         }
         result.queue = destination->name;
@@ -319,7 +338,9 @@ private:
         result.condition = conditionOf(answer.get());
         ipp_attribute_t* state = ippFindAttribute(answer.get(), "printer-state", IPP_TAG_ENUM);
         result.printing = state && ippGetInteger(state, 0) == IPP_PSTATE_PROCESSING;
-        result.paper = paperOf(answer.get(), cupsGetOption("media", destination->num_options, destination->options));
+        const char* media = cupsGetOption("media", destination->num_options, destination->options);
+        if (!media) media = cupsGetOption("PageSize", destination->num_options, destination->options);
+        result.paper = paperOf(answer.get(), media);
         return result;
     }
 

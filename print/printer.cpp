@@ -77,6 +77,7 @@ void Printer::changeFont()
 {
     font_.reset();
     metrics_.reset();
+    measured_.reset();
     fontIndex_.reset();
 }
 
@@ -103,7 +104,8 @@ int Printer::pageHeight() { return paper().printableHeight(); }
 double Printer::textWidth(const QString& text)
 {
     paper();
-    return metrics().horizontalAdvance(text);
+    if (!measured_ || measured_->text != text) measured_ = Measured{text, metrics().horizontalAdvance(text)};
+    return measured_->width;
 }
 
 double Printer::textHeight()

@@ -102,6 +102,12 @@ private:
     std::optional<QFont> font_; ///< of the properties above, built when it is needed
     std::optional<QFontMetricsF> metrics_;
     std::optional<std::size_t> fontIndex_; ///< of font_ in layout_.fonts
+    /// The text measured last: a text is measured to find its place and again to move past it.
+    struct Measured {
+        QString text;
+        double width = 0;
+    };
+    std::optional<Measured> measured_;
 
     std::optional<Paper> paper_;
     QString title_;

@@ -66,8 +66,10 @@ Paper paperOf(const platform::QueuePaper& paper)
     result.width = static_cast<int>(std::lround(points(paper.width)));
     result.height = static_cast<int>(std::lround(points(paper.length)));
     if (result.roll) {
-        // Rounded up, a page would be a hair too wide for a queue whose widest sheet this is, and be refused or scaled.
-        if (paper.maxWidth > 0) result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth)));
+        // Rounded up, a page would be a hair too wide for a queue whose widest sheet this is, and be refused or scaled;
+        // but 227 points told in hundredths of a millimetre come back as 226.998.
+        constexpr double slack = 0.1;
+        if (paper.maxWidth > 0) result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth) + slack));
         result.minHeight = static_cast<int>(std::ceil(points(paper.minLength)));
         result.maxHeight = static_cast<int>(points(paper.maxLength));
     }

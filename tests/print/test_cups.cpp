@@ -1,0 +1,344 @@
+#include "cups_fixture.h"
+#include "paper_trail.h"
+
+#include "platform/print_queue.h"
+#include "print/queue_target.h"
+#include "print/slip.h"
+
+using platform::QueueCondition;
+using print::Printer;
+using print::QueueTarget;
+
+/// The real print system, with a scheduler of the test's own.
+class Cups : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<CupsFixture> cups;
+
+    QueueTarget target(const QString& queue = {}) const
+    {
+        return QueueTarget(platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()}));
+    }
+    QueueCondition condition(const QString& queue = {}) const
+    {
+        return platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()})->state().condition;
+    }
+    /// The run-time error of printing one line, 0 if it was printed.
+    int printOn(QueueTarget& target) const
+    {
+        Printer printer(target);
+        const int error = errorOf([&] {
+            printer.print("Sayın; Ahmet Yılmaz");
+            printer.endDoc();
+        });
+        printer.killDoc();
+        return error;
+    }
+    int printOn(const QString& queue = {}) const
+    {
+        QueueTarget queueTarget = target(queue);
+        return printOn(queueTarget);
+    }
+    /// Long enough for a job that should not come.
+    void nothingArrives()
+    {
+        QTest::qWait(500);
+        QCOMPARE(cups->printer.jobs().size(), std::size_t(0));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        cups = std::make_unique<CupsFixture>();
+        if (!cups->start()) QSKIP(qPrintable(cups->whyNot()));
+    }
+    void cleanupTestCase() { cups.reset(); }
+
+    void init()
+    {
+        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        cups->printer.forget();
+    }
+
+    void anAcceptedJobArrivesAtThePrinterWhole()
+    {
+        QueueTarget queue = target();
+        QCOMPARE(condition(), QueueCondition::ready);
+        Printer printer(queue);
+        printer.setTitle("Bilgi Fişi");
+        printer.print("Sayın; Ahmet Yılmaz");
+        const auto document = printer.takeDoc();
+        const int job = queue.createJob(*document);
+        QVERIFY(job > 0);
+        QCOMPARE(cups->openJobs().size(), 1);
+        queue.sendAndFinish(job, *document);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+        QCOMPARE(cups->printer.jobs().front(), document->pdf);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+    }
+
+    void theQueueIsToldWhatPaperAndThatNothingIsScaled()
+    {
+        QVERIFY2(cups->addComplainingQueue("noted", ""), qPrintable(cups->whyNot()));
+        QVERIFY(cups->setUserOption("noted", "number-up=4"));
+        QVERIFY(cups->setUserOption("noted", "outputorder=reverse"));
+        QueueTarget queue = target("noted");
+        Printer printer(queue);
+        printer.print("Sayın; Ahmet Yılmaz");
+        const auto document = printer.takeDoc();
+        queue.submit(*document);
+        QTRY_COMPARE(cups->complainersJobs().size(), 1);
+        const QString options = cups->complainersJobs().front();
+        const QString media = QString("media=Custom.%1x%2").arg(document->page.width).arg(document->page.height);
+        for (const QString& option : {media, QString("print-scaling=none"), QString("sides=one-sided")})
+            QVERIFY2(options.split(u' ').contains(option), qPrintable(options));
+        // What the user asks of every job is kept, unless it would spoil the page.
+        QVERIFY2(options.contains("outputorder=reverse"), qPrintable(options));
+        QVERIFY2(!options.contains("number-up=4"), qPrintable(options));
+        QVERIFY(cups->removeQueue("noted"));
+    }
+
+    void aRollIsToldFromSheetsByWhatTheQueueAccepts_data()
+    {
+        QTest::addColumn<CupsFixture::Paper>("paper");
+        QTest::addColumn<bool>("roll");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("printable");
+        QTest::newRow("80 mm") << CupsFixture::Paper::roll80 << true << 227 << 227 * 20 - 2 * 220;
+        QTest::newRow("58 mm") << CupsFixture::Paper::roll58 << true << 164 << 164 * 20 - 2 * 281;
+        QTest::newRow("narrow sheets") << CupsFixture::Paper::narrow80 << false << 227 << 227 * 20 - 2 * 220;
+        QTest::newRow("A4") << CupsFixture::Paper::a4 << false << 595 << 595 * 20 - 2 * 241;
+        QTest::newRow("a queue without a driver") << CupsFixture::Paper::raw << false << 595 << 595 * 20 - 720;
+    }
+    void aRollIsToldFromSheetsByWhatTheQueueAccepts()
+    {
+        QFETCH(CupsFixture::Paper, paper);
+        QVERIFY2(cups->addQueue("measured", paper), qPrintable(cups->whyNot()));
+        const print::Paper found = target("measured").paper();
+        QTEST(found.roll, "roll");
+        QTEST(found.width, "width");
+        QFETCH(int, printable);
+        // A margin comes back rounded to hundredths of a millimetre.
+        QVERIFY2(qAbs(found.printableWidth() - printable) <= 2, qPrintable(QString::number(found.printableWidth())));
+        if (found.roll) QVERIFY2(qAbs(found.maxHeight - 5670) <= 1, qPrintable(QString::number(found.maxHeight)));
+        QVERIFY(cups->removeQueue("measured"));
+    }
+
+    void theUsersOwnPaperComesBeforeTheQueues()
+    {
+        QVERIFY(cups->setUserOption("slip", "media=A4"));
+        const print::Paper paper = target().paper();
+        QVERIFY(cups->setUserOption("slip", "media=Custom.58x100mm"));
+        const print::Paper narrow = target().paper();
+        QVERIFY(QFile::remove(qEnvironmentVariable("HOME") + "/.cups/lpoptions"));
+        QVERIFY(!paper.roll);
+        QCOMPARE(paper.width, 595);
+        QVERIFY(narrow.roll);
+        QCOMPARE(narrow.width, 164);
+        QVERIFY(target().paper().roll);
+    }
+
+    void aJobCanBeTakenBackBeforeItsPagesAreSent()
+    {
+        QueueTarget queue = target();
+        Printer printer(queue);
+        printer.print("a");
+        const int job = queue.createJob(*printer.takeDoc());
+        QCOMPARE(cups->openJobs().size(), 1);
+        queue.cancel(job);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        nothingArrives();
+    }
+
+    void aJobThatWaitsInTheQueueCanStillBeTakenBack()
+    {
+        QueueTarget queue = target();
+        Printer printer(queue);
+        printer.print("a");
+        const auto document = printer.takeDoc();
+        QVERIFY(cups->stop("slip"));
+        const int job = queue.createJob(*document);
+        queue.sendAndFinish(job, *document);
+        QCOMPARE(cups->openJobs().size(), 1);
+        queue.cancel(job);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        QVERIFY(cups->resume("slip"));
+        nothingArrives();
+    }
+
+    // ---- What is an error, with nothing printed ----
+
+    void aStoppedQueueIsAnError()
+    {
+        QVERIFY(cups->stop("slip"));
+        QCOMPARE(printOn(), base::errors::printer);
+        QCOMPARE(condition(), QueueCondition::stopped);
+        QCOMPARE(cups->openJobs().size(), 0);
+        QVERIFY(cups->resume("slip"));
+        nothingArrives();
+        QCOMPARE(printOn(), 0);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+    }
+
+    void aRejectingQueueIsAnError()
+    {
+        QVERIFY(cups->reject("slip"));
+        QCOMPARE(printOn(), base::errors::printer);
+        QCOMPARE(condition(), QueueCondition::rejecting);
+        QVERIFY(cups->accept("slip"));
+        nothingArrives();
+    }
+
+    void aQueueThatBeginsToRejectWhileAJobIsComposedIsAnError()
+    {
+        QueueTarget queue = target();
+        Printer printer(queue);
+        printer.print("a");
+        QVERIFY(cups->reject("slip"));
+        QCOMPARE(errorOf([&] { printer.endDoc(); }), base::errors::printer);
+        QCOMPARE(cups->openJobs().size(), 0);
+        QVERIFY(cups->accept("slip"));
+        nothingArrives();
+    }
+
+    void anUnknownQueueIsAnErrorAndNoOtherQueuePrints()
+    {
+        QCOMPARE(printOn("nosuch"), base::errors::printer);
+        QCOMPARE(condition("nosuch"), QueueCondition::unknownQueue);
+        qputenv("LPDEST", "nosuch");
+        QCOMPARE(printOn(), base::errors::printer);
+        QCOMPARE(condition(), QueueCondition::unknownQueue);
+        qunsetenv("LPDEST");
+        nothingArrives();
+    }
+
+    void withoutADefaultQueueThereIsNoPrinter()
+    {
+        QVERIFY(cups->removeQueue("slip"));
+        QCOMPARE(condition(), QueueCondition::noQueue);
+        QCOMPARE(printOn(), base::errors::printer);
+        // Another queue that happens to be there is not taken instead.
+        QVERIFY(cups->addQueue("other", CupsFixture::Paper::roll80));
+        QCOMPARE(condition(), QueueCondition::noQueue);
+        QCOMPARE(printOn(), base::errors::printer);
+        QVERIFY(cups->removeQueue("other"));
+        nothingArrives();
+    }
+
+    void aDeletedQueueOfTheUserDoesNotHideTheSystemsDefault()
+    {
+        QVERIFY(cups->addQueue("old", CupsFixture::Paper::a4));
+        QVERIFY(cups->setUserDefault("old"));
+        QVERIFY(!target().paper().roll);
+        QVERIFY(cups->removeQueue("old"));
+        QVERIFY(target().paper().roll);
+        QCOMPARE(printOn(), 0);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+        QVERIFY(QFile::remove(qEnvironmentVariable("HOME") + "/.cups/lpoptions"));
+    }
+
+    void aPrinterThatComplainsBeforehandIsAnError_data()
+    {
+        QTest::addColumn<QString>("reasons");
+        QTest::addColumn<QueueCondition>("condition");
+        QTest::newRow("no paper") << "media-empty-error" << QueueCondition::mediaEmpty;
+        QTest::newRow("no paper, as a warning") << "media-empty-warning" << QueueCondition::mediaEmpty;
+        QTest::newRow("wants paper") << "media-needed" << QueueCondition::mediaEmpty;
+        QTest::newRow("cover") << "cover-open-report" << QueueCondition::coverOpen;
+        QTest::newRow("door") << "door-open" << QueueCondition::coverOpen;
+        QTest::newRow("offline") << "offline-error" << QueueCondition::offline;
+        QTest::newRow("among others") << "toner-low-warning media-empty-error" << QueueCondition::mediaEmpty;
+        QTest::newRow("paper runs low") << "media-low-warning" << QueueCondition::ready;
+    }
+    void aPrinterThatComplainsBeforehandIsAnError()
+    {
+        QFETCH(QString, reasons);
+        QFETCH(QueueCondition, condition);
+        QVERIFY2(cups->addComplainingQueue("complaining", reasons), qPrintable(cups->whyNot()));
+        const qsizetype before = cups->complainersJobs().size();
+        // The printer speaks only while it prints, and nothing takes back what it said.
+        QCOMPARE(printOn("complaining"), 0);
+        QTRY_COMPARE(cups->complainersJobs().size(), before + 1);
+        QTRY_COMPARE(this->condition("complaining"), condition);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        const bool ready = condition == QueueCondition::ready;
+        QCOMPARE(printOn("complaining"), ready ? 0 : base::errors::printer);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        QCOMPARE(cups->complainersJobs().size(), before + (ready ? 2 : 1));
+        QVERIFY(cups->removeQueue("complaining"));
+    }
+
+    void aKilledSchedulerIsAnErrorAtOnce()
+    {
+        cups->kill();
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(printOn(), base::errors::printer);
+        QCOMPARE(condition(), QueueCondition::noScheduler);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(cups->startAgain(), qPrintable(cups->whyNot()));
+        nothingArrives();
+        QCOMPARE(printOn(), 0);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+    }
+
+    void aSchedulerKilledBetweenTheStepsIsAnError()
+    {
+        QueueTarget queue = target();
+        Printer printer(queue);
+        printer.print("a");
+        const auto document = printer.takeDoc();
+        const int job = queue.createJob(*document);
+        cups->kill();
+        QCOMPARE(errorOf([&] { queue.sendAndFinish(job, *document); }), base::errors::printer);
+        QVERIFY2(cups->startAgain(), qPrintable(cups->whyNot()));
+        queue.cancel(job);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        nothingArrives();
+    }
+
+    void aSchedulerThatNeverAnswersIsGivenUp()
+    {
+        SilentScheduler silent;
+        QVERIFY(silent.good());
+        QueueTarget queue(platform::systemPrintQueue({"", silent.path().toStdString()}));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(printOn(queue), base::errors::printer);
+        QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void theStatusLineSaysWhatIsWrong()
+    {
+        QCOMPARE(target().stateText(), "Yazıcı: slip");
+        QCOMPARE(target("nosuch").stateText(), "Yazıcı: nosuch bulunamadı");
+        QVERIFY(cups->stop("slip"));
+        QCOMPARE(target().stateText(), "Yazıcı: slip durduruldu");
+        QVERIFY(cups->resume("slip"));
+        QVERIFY(cups->reject("slip"));
+        QCOMPARE(target().stateText(), "Yazıcı: slip iş kabul etmiyor");
+        QVERIFY(cups->accept("slip"));
+    }
+
+    void aSlipComesOutOfTheQueueAsItWasComposed()
+    {
+        print::Slip slip;
+        slip.customer = "Ahmet Yılmaz";
+        slip.olives = "1.000";
+        slip.oil = "850";
+        slip.fee = "1.250";
+        slip.containerKind = 1;
+        slip.now = QDateTime(QDate(2024, 11, 5), QTime(14, 7));
+        QueueTarget queue = target();
+        Printer printer(queue);
+        print::composeSlip(printer, slip, base::Regional::turkish());
+        printer.endDoc();
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+        NEEDS_PDF_TOOLS;
+        QVERIFY(linesOf(cups->printer.jobs().front()).contains("Dolan Kap Boyutu 10 LT"));
+    }
+};
+
+PRINT_TEST_MAIN(Cups)
+#include "test_cups.moc"

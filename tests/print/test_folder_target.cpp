@@ -1,0 +1,146 @@
+#include "paper_trail.h"
+
+#include "platform/new_file.h"
+#include "print/folder_target.h"
+#include <QDir>
+#include <csignal>
+#include <span>
+#include <sys/resource.h>
+
+using print::FolderTarget;
+using print::Printer;
+
+/// Jobs that end in a folder instead of a printer.
+class FolderTargetTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> folder;
+
+    QStringList files() const { return QDir(folder->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
+    QByteArray content(const QString& name) const
+    {
+        QFile file(folder->filePath(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void put(const QString& name, const QByteArray& bytes) const
+    {
+        QFile file(folder->filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    static print::Document document(FolderTarget& target, const QString& text = "a")
+    {
+        Printer printer(target);
+        printer.print(text);
+        return *printer.takeDoc();
+    }
+
+private slots:
+    void init() { folder = std::make_unique<QTemporaryDir>(); }
+
+    void jobsAreNumbered()
+    {
+        FolderTarget target(folder->path());
+        QCOMPARE(target.submit(document(target)), 1);
+        QCOMPARE(target.submit(document(target)), 2);
+        QCOMPARE(files(), QStringList({"0001.pdf", "0002.pdf"}));
+        QCOMPARE(target.fileOf(2), folder->filePath("0002.pdf"));
+        NEEDS_PDF_TOOLS;
+        QCOMPARE(linesOf(content("0001.pdf")), QStringList{"a"});
+    }
+
+    void numbersGoOnAfterWhatIsThere()
+    {
+        put("0007.pdf", "seven");
+        put("notes.pdf", "notes");
+        FolderTarget target(folder->path());
+        QCOMPARE(target.submit(document(target)), 8);
+        QCOMPARE(content("0007.pdf"), "seven");
+    }
+
+    void thePaperIsAnEightyMillimetreRollUnlessToldOtherwise()
+    {
+        FolderTarget target(folder->path());
+        QVERIFY(target.paper().roll);
+        QCOMPARE(document(target).page.width, 227);
+        FolderTarget sheets(folder->path(), print::Paper::a4());
+        QCOMPARE(document(sheets).page, (print::PageSize{595, 842}));
+    }
+
+    void nothingIsThereBeforeTheJobIsFinished()
+    {
+        FolderTarget target(folder->path());
+        const print::Document slip = document(target);
+        const int job = target.createJob(slip);
+        QVERIFY(!QFile::exists(target.fileOf(job)));
+        target.sendAndFinish(job, slip);
+        QCOMPARE(content("0001.pdf"), slip.pdf);
+        QCOMPARE(files(), QStringList{"0001.pdf"});
+    }
+
+    void aCancelledJobLeavesNothingAndItsNumberIsFree()
+    {
+        FolderTarget target(folder->path());
+        const print::Document slip = document(target);
+        const int job = target.createJob(slip);
+        target.cancel(job);
+        target.cancel(job);
+        QCOMPARE(files(), QStringList());
+        QCOMPARE(errorOf([&] { target.sendAndFinish(job, slip); }), base::errors::printer);
+        QCOMPARE(target.submit(slip), 1);
+    }
+
+    void twoProgramsSharingTheFolderNeverTakeEachOthersNumbers()
+    {
+        FolderTarget one(folder->path());
+        FolderTarget other(folder->path());
+        const print::Document slip = document(one);
+        const int first = one.createJob(slip);
+        const int second = other.createJob(slip);
+        QVERIFY(first != second);
+        other.sendAndFinish(second, slip);
+        one.sendAndFinish(first, slip);
+        QCOMPARE(files(), QStringList({"0001.pdf", "0002.pdf"}));
+    }
+
+    void aFileThatAppearsMeanwhileIsNotReplaced()
+    {
+        FolderTarget target(folder->path());
+        const print::Document slip = document(target);
+        const int job = target.createJob(slip);
+        put("0001.pdf", "somebody else's");
+        QCOMPARE(errorOf([&] { target.sendAndFinish(job, slip); }), base::errors::printer);
+        QCOMPARE(content("0001.pdf"), "somebody else's");
+        QCOMPARE(files(), QStringList{"0001.pdf"});
+    }
+
+    void aFullDiskLeavesNoHalfFile()
+    {
+        FolderTarget target(folder->path());
+        print::Document slip = document(target);
+        slip.pdf = QByteArray(100000, 'x');
+        // Writing past the limit fails as on a full disk; its signal would end the process.
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+        const rlimit small{50000, before.rlim_max};
+        std::signal(SIGXFSZ, SIG_IGN);
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        const int error = errorOf([&] { target.submit(slip); });
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+        QCOMPARE(error, base::errors::printer);
+        QCOMPARE(files(), QStringList());
+    }
+
+    void withoutTheFolderThereIsNoPrinter()
+    {
+        FolderTarget target(folder->filePath("missing"));
+        QCOMPARE(errorOf([&] { target.paper(); }), base::errors::printer);
+        QCOMPARE(errorOf([&] { target.createJob({}); }), base::errors::printer);
+        QCOMPARE(target.stateText(), QString("Yazıcı: %1 klasörü yok").arg(folder->filePath("missing")));
+        FolderTarget there(folder->path());
+        QCOMPARE(there.stateText(), QString("Yazıcı: %1 klasörü").arg(folder->path()));
+    }
+};
+
+PRINT_TEST_MAIN(FolderTargetTest)
+#include "test_folder_target.moc"
