@@ -79,6 +79,21 @@ Table& Database::State::open(const CatalogueEntry& entry)
     return *tables_.back();
 }
 
+void Database::State::addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields)
+{
+    std::vector<Assignment> values;
+    for (const auto& [name, value] : fields) {
+        const auto column = table.columnNamed(name);
+        if (!column) {
+            throw Error(Fault::damaged, quotedPath(pager->path()) + " dosyasının sistem tablosu " +
+                                            quotedName(table.name()) + " bozuk: " + quotedName(name) +
+                                            " sütunu yok. Dosyanın yedeğini kullanın.");
+        }
+        values.push_back({*column, value});
+    }
+    stateOf(table).insert(values);
+}
+
 Database::Database() : state_(std::make_unique<State>()) {}
 Database::~Database() = default;
 

@@ -24,10 +24,10 @@ namespace jet {
 struct NewColumn {
     std::u16string name;
     ColumnType type = ColumnType::text;
-    std::uint16_t size = 0;       ///< Text: characters 1..255; Binary: bytes 1..510; else ignored
-    std::uint8_t precision = 18;  ///< Numeric
-    std::uint8_t scale = 0;       ///< Numeric
-    bool autoNumber = false;      ///< Long only, at most one
+    std::uint16_t size = 0;      ///< Text: characters 1..255; Binary: bytes 1..510; else ignored
+    std::uint8_t precision = 18; ///< Numeric
+    std::uint8_t scale = 0;      ///< Numeric
+    bool autoNumber = false;     ///< Long only, at most one
 };
 
 struct NewIndex {

@@ -4,8 +4,11 @@
 #include "store/jet/database.h"
 #include "store/jet/header.h"
 
+#include <initializer_list>
 #include <memory>
 #include <optional>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace jet {
@@ -20,6 +23,17 @@ struct Database::State {
     Table::State& stateOf(Table& table) const { return *table.state_; }
     /// To be called after rows of MSysObjects were changed.
     void catalogueChanged();
+
+    /// A row of a system table, by the names of its columns. In a transaction.
+    void addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields);
+    /// What a database without tables says about itself. In a transaction.
+    void addSystemRows(const AccountSet& accounts, DateTime now);
+    /// MSysACEs. Throws damaged when there is none.
+    Table& rightsTable();
+    /// The rights that the tables of this file have, for a new one. In a transaction.
+    void addRights(PageNo definition);
+    /// The account that owns this file's objects. Throws damaged.
+    Bytes administrator();
 
     std::unique_ptr<Pager> pager;
     Header header;

@@ -176,10 +176,7 @@ void eraseAllLongValues(Pager& pager, MapRef owned, MapRef freeSpace)
     if (owned.none()) return;
     for (const PageNo page : mapPages(pager, owned)) {
         const PageView view = pager.read(page);
-        if (isRowPage(view, longValueOwner) && slotsInOrder(view)) {
-            const PageBytes bytes = pager.write(page);
-            for (unsigned slot = 0; slot < *slotCount(view); ++slot) killSlot(bytes, slot);
-        }
+        if (isRowPage(view, longValueOwner) && slotsInOrder(view)) killAllSlots(pager.write(page));
         freeLongValuePage(pager, owned, freeSpace, page);
     }
 }

@@ -126,6 +126,14 @@ void killSlot(PageBytes page, unsigned slot)
     putU16(entry, getU16(entry) | pointerFlag | hiddenFlag);
 }
 
+void killAllSlots(PageBytes page)
+{
+    const unsigned count = slotsOf(page);
+    for (unsigned k = 0; k < count; ++k) putU16(entryOf(page, k), pageSize | pointerFlag | hiddenFlag);
+    std::fill(page.begin() + static_cast<std::ptrdiff_t>(rowPageHeader + 2 * count), page.end(), std::uint8_t{0});
+    storeFree(page);
+}
+
 bool allSlotsDead(PageView page)
 {
     const unsigned count = slotsOf(page);

@@ -94,6 +94,8 @@ void replaceRow(PageBytes page, unsigned slot, std::span<const std::uint8_t> row
 void pointSlot(PageBytes page, unsigned slot, RowId body);
 /// Takes the slot's bytes out of the page and marks it dead.
 void killSlot(PageBytes page, unsigned slot);
+/// The same for all slots of the page at once.
+void killAllSlots(PageBytes page);
 /// True when no slot of the page holds a row.
 bool allSlotsDead(PageView page);
 

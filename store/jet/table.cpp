@@ -8,6 +8,7 @@
 #include "store/jet/table_state.h"
 #include "store/jet/text_codec.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace jet {
@@ -71,10 +72,18 @@ std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
             if (error.fault() != Fault::damaged) throw;
             owned = pagesByOwner(pager, definition.page);
         }
-        pages = std::make_shared<const std::vector<PageNo>>(std::move(owned));
+        pages = std::make_shared<std::vector<PageNo>>(std::move(owned));
         pagesAt = pager.changeCount();
     }
     return pages;
+}
+
+void Table::State::dataPageAdded(PageNo page)
+{
+    if (!pages || pagesAt != pager.changeCount()) return;
+    // A cursor that is under way keeps the list that it began with.
+    if (pages.use_count() > 1) pages = std::make_shared<std::vector<PageNo>>(*pages);
+    pages->insert(std::upper_bound(pages->begin(), pages->end(), page), page);
 }
 
 Table::State::Found Table::State::follow(RowId head, Slot slot)
@@ -119,6 +128,12 @@ Value Table::State::value(std::size_t column, std::span<const std::uint8_t> row)
     if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
     if (!isLongValue(place.type)) return decodeValue(place.type, place.scale, *bytes);
     return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
+}
+
+void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into)
+{
+    into.clear();
+    for (const IndexColumn& each : index.columns) into.push_back(value(each.column, row));
 }
 
 std::uint32_t Table::State::liveRows()
@@ -286,9 +301,72 @@ void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,
 
 std::optional<RowView> Table::row(RowId id) const
 {
+    state_->settle();
     const auto found = state_->find(id);
     if (!found) return std::nullopt;
     return RowView(*this, found->bytes);
+}
+
+std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& low,
+                                const std::optional<Value>& high) const
+{
+    state_->settle();
+    const IndexColumn& leading = index.columns.front();
+    const auto bound = [&](const std::optional<Value>& value) {
+        Key key;
+        if (value) appendKey(key, columns()[leading.column], *value, leading.ascending, KeyUse::compare);
+        return key;
+    };
+    const Key from = bound(leading.ascending ? low : high);
+    const Key to = bound(leading.ascending ? high : low);
+    std::vector<RowId> rows;
+    state_->tree(index).walk(from, [&](std::span<const std::uint8_t> key, RowId row) {
+        // Keys of further columns follow the bound's bytes: the bound is compared with as much of the entry.
+        const std::span<const std::uint8_t> head = key.first(std::min(key.size(), to.size()));
+        if (std::lexicographical_compare(to.begin(), to.end(), head.begin(), head.end())) return false;
+        rows.push_back(row);
+        return true;
+    });
+    return rows;
+}
+
+std::optional<std::string> Table::whyReadOnly() const
+{
+    const std::optional<Refusal>& refusal = state_->refusal();
+    if (!refusal) return std::nullopt;
+    return refusal->sentence;
+}
+
+// ---- changes: the engine itself writes the tables of the system, nobody else does ----
+
+void Table::checkUserTable() const
+{
+    if (!state_->definition.system) return;
+    throw Error(Fault::readOnly, quotedName(name()) + " bir sistem tablosu; kayıtları değiştirilemez.");
+}
+
+RowId Table::insert(std::span<const Assignment> values)
+{
+    checkUserTable();
+    return state_->insert(values);
+}
+
+void Table::update(RowId id, std::span<const Assignment> values)
+{
+    checkUserTable();
+    state_->update(id, values);
+}
+
+void Table::erase(RowId id)
+{
+    checkUserTable();
+    state_->erase(id);
+}
+
+void Table::eraseAll()
+{
+    checkUserTable();
+    state_->eraseAll();
 }
 
 } // namespace jet

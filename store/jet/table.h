@@ -146,7 +146,8 @@ public:
     /// order. Bounds are values for the leading index column; both ends are included. Null sorts before all values
     /// (behind them in a descending index), so an open low end brings the rows without a value too.
     /// A text key does not tell letter case or trailing blanks apart: look at the rows where that matters.
-    /// Throws indexNotWritable for a bound that has no key in the column's collating order, damaged.
+    /// A bound is a value of the column's own type. Throws badValue, damaged, and indexNotWritable when the column's
+    /// collating order is unknown.
     std::vector<RowId> range(const Index& index, const std::optional<Value>& low,
                              const std::optional<Value>& high) const;
 
@@ -184,6 +185,7 @@ private:
     friend class RowCursor;
     friend class RowView;
     explicit Table(std::unique_ptr<State> state);
+    void checkUserTable() const;
     std::unique_ptr<State> state_;
 };
 

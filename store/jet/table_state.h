@@ -2,6 +2,7 @@
 
 #include "store/jet/change_log.h"
 #include "store/jet/error.h"
+#include "store/jet/index_key.h"
 #include "store/jet/index_tree.h"
 #include "store/jet/pager.h"
 #include "store/jet/row_page.h"
@@ -40,13 +41,15 @@ struct Table::State {
     // ---- reading ----
     /// Data pages in ascending order, by the owned map; by a search through the file where that is damaged.
     std::shared_ptr<const std::vector<PageNo>> dataPages();
+    /// A page that was given to the table in the open transaction.
+    void dataPageAdded(PageNo page);
     /// Where the bytes of a live slot stand, through the pointer of a moved row. `body` is where that leads.
     struct Found {
         RowId body;
         std::span<const std::uint8_t> bytes;
     };
     Found follow(RowId head, Slot slot);
-    /// The checked row at that place; nothing when it is not there.
+    /// The checked row at that place; nothing when it is not there. Throws damaged.
     std::optional<Found> find(RowId head);
     std::optional<std::span<const std::uint8_t>> field(std::size_t column, std::span<const std::uint8_t> row) const
     {
@@ -60,9 +63,10 @@ struct Table::State {
     /// The fields of a row that make up an index's key.
     void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into);
 
-    // ---- writing ----
+    // ---- writing (the rules are those of Table; the tables of the system may be written too) ----
     /// Throws unless the table may be written.
     void checkWritable();
+    /// Why it may not; nothing when it may. Verifies the table on the first call.
     const std::optional<Refusal>& refusal();
     RowId insert(std::span<const Assignment> values);
     void update(RowId id, std::span<const Assignment> values);
@@ -82,7 +86,7 @@ struct Table::State {
     bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
     std::uint64_t countSettledAt = 0;              ///< change count of the transaction that put it right
 
-    std::shared_ptr<const std::vector<PageNo>> pages;
+    std::shared_ptr<std::vector<PageNo>> pages;
     std::uint64_t pagesAt = 0; ///< change count
     PageNo lastPage = 0;       ///< where the last row went, 0 when unknown
     std::uint64_t lastPageAt = 0;
@@ -95,8 +99,10 @@ private:
     void readDefinition();
 };
 
-/// Compares every entry of every index with its row, and the maps of the table with each other and with those of all
-/// other tables.
+/// How people find an index of a table again: by the first of its names.
+std::string indexTitle(const Index& index);
+
+/// Compares every entry of every index with its row, and the pages of the table with those of all others.
 std::optional<Refusal> verifyForWriting(Table::State& table);
 
 } // namespace jet

@@ -56,16 +56,18 @@ inline QString printedDate(jet::DateTime date)
         .toString("yyyy-MM-dd HH:mm:ss");
 }
 
-inline QString printedGuid(const jet::Guid& guid)
+/// Asked for bytes in hexadecimal, mdb-export prints the characters of a GUID so; it leaves one hyphen out.
+inline bool isGuid(const QString& printed, const jet::Guid& guid)
 {
     QByteArray b(reinterpret_cast<const char*>(guid.bytes.data()), 16);
     std::reverse(b.begin(), b.begin() + 4);
     std::reverse(b.begin() + 4, b.begin() + 6);
     std::reverse(b.begin() + 6, b.begin() + 8);
-    return QUuid::fromRfc4122(b).toString().toUpper();
+    const QString shown = QString::fromLatin1(QByteArray::fromHex(printed.toLatin1()));
+    return QString(shown).remove('-') == QUuid::fromRfc4122(b).toString().toUpper().remove('-');
 }
 
-/// True when the field that mdb-export printed says what the value is.
+/// True when the field that mdb-export printed says what the value is; it prints empty ones as it prints Null.
 inline bool agrees(const QString& printed, const jet::Value& value, const jet::Column& column)
 {
     using jet::ColumnType;
@@ -91,12 +93,14 @@ inline bool agrees(const QString& printed, const jet::Value& value, const jet::C
     case ColumnType::doubleFloat:
         return closeTo(std::get<double>(value), 1e-14);
     case ColumnType::text:
-    case ColumnType::memo:
-        return printed == QString::fromStdU16String(std::get<std::u16string>(value));
+    case ColumnType::memo: {
+        const auto& text = std::get<std::u16string>(value);
+        return printed == (text.empty() ? null : QString::fromStdU16String(text));
+    }
     case ColumnType::dateTime:
         return printed == printedDate(std::get<jet::DateTime>(value));
     case ColumnType::guid:
-        return printed.toUpper() == printedGuid(std::get<jet::Guid>(value));
+        return isGuid(printed, std::get<jet::Guid>(value));
     case ColumnType::numeric: {
         const auto& number = std::get<jet::Numeric>(value);
         double magnitude = 0;
@@ -108,23 +112,27 @@ inline bool agrees(const QString& printed, const jet::Value& value, const jet::C
     case ColumnType::ole:
     case ColumnType::blob: {
         const auto& bytes = std::get<jet::Bytes>(value);
-        const QByteArray raw(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+        QByteArray raw(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+        // It prints Binary fields up to the first zero byte.
+        if (column.type == ColumnType::binary && raw.contains('\0')) raw.truncate(raw.indexOf('\0'));
+        if (raw.isEmpty()) return printed.isEmpty() || printed == null;
         return printed.compare(QString::fromLatin1(raw.toHex()), Qt::CaseInsensitive) == 0;
     }
     }
     return false;
 }
 
-/// True when the printed row (see table()) says the same as the row. `names` is the first printed row.
-inline bool agrees(const QStringList& names, const QStringList& printed, const jet::Table& table,
-                   const jet::RowView& row)
+/// The first field that the printed row (see table()) says differently, by its place in `names`, the first printed
+/// row; -1 when they agree.
+inline qsizetype firstDifference(const QStringList& names, const QStringList& printed, const jet::Table& table,
+                                 const jet::RowView& row)
 {
-    if (names.size() != qsizetype(table.columns().size()) || printed.size() != names.size()) return false;
     for (qsizetype field = 0; field < names.size(); ++field) {
         const auto column = table.columnNamed(names[field].toStdU16String());
-        if (!column || !agrees(printed[field], row.value(*column), table.columns()[*column])) return false;
+        const bool there = column && field < printed.size();
+        if (!there || !agrees(printed[field], row.value(*column), table.columns()[*column])) return field;
     }
-    return true;
+    return -1;
 }
 
 /// What differs between a table and what mdb-export prints of it; empty when nothing does. A moved row may stand
@@ -134,6 +142,7 @@ inline QString difference(const QString& file, const jet::Table& table)
     const QString name = QString::fromStdU16String(table.name());
     QList<QStringList> printed = mdbtools::table(file, name);
     const QStringList names = printed.takeFirst();
+    if (names.size() != qsizetype(table.columns().size())) return name + ": other columns";
     qsizetype rows = 0;
     QString fault;
     qsizetype at = 0;
@@ -141,13 +150,25 @@ inline QString difference(const QString& file, const jet::Table& table)
     table.forEachRow([&](jet::RowId id, const jet::RowView& row) {
         ++rows;
         while (at < printed.size() && taken[std::size_t(at)]) ++at;
+        qsizetype nearest = -1;
+        QString nearestText;
         for (qsizetype i = at; i < printed.size(); ++i) {
-            if (taken[std::size_t(i)] || !agrees(names, printed[i], table, row)) continue;
-            taken[std::size_t(i)] = true;
-            return true;
+            if (taken[std::size_t(i)]) continue;
+            const qsizetype field = firstDifference(names, printed[i], table, row);
+            if (field < 0) {
+                taken[std::size_t(i)] = true;
+                return true;
+            }
+            if (field > nearest) {
+                nearest = field;
+                nearestText = printed[i].value(field);
+            }
         }
-        fault =
-            QString("%1: the row at page %2 slot %3 is not among those printed").arg(name).arg(id.page).arg(id.slot);
+        fault = QString("%1: the row at page %2 slot %3 is not among those printed; the nearest one has %4 = %5")
+                    .arg(name)
+                    .arg(id.page)
+                    .arg(id.slot)
+                    .arg(names.value(nearest), nearestText);
         return false;
     });
     if (fault.isEmpty() && rows != printed.size()) {
