@@ -1,0 +1,80 @@
+#include "app/counter_screen.h"
+
+#include "app/form1.h"
+
+namespace app {
+namespace {
+
+using pressing::Field;
+
+CaptionLabel& labelOf(const Form1& form, Field field, int station)
+{
+    switch (field) {
+    case Field::TxtLbl: return *form.TxtLbl[station];
+    case Field::Label2: return *form.Label2[station];
+    case Field::Label3: return *form.Label3[station];
+    case Field::Label4: return *form.Label4[station];
+    case Field::Haklbl: return *form.Haklbl[station];
+    case Field::HakTut: return *form.HakTut[station];
+    case Field::Verilen: return *form.Verilen[station];
+    case Field::NakitLbl: return *form.NakitLbl[station];
+    }
+    throwNoControl(station);
+}
+
+} // namespace
+
+const base::Regional& CounterScreen::regional() const { return form_.surroundings().regional; }
+
+QString CounterScreen::caption(Field field, int station) const { return labelOf(form_, field, station).caption(); }
+
+void CounterScreen::setCaption(Field field, int station, const QString& text)
+{
+    labelOf(form_, field, station).setCaption(text);
+}
+
+bool CounterScreen::isHighlighted(Field field, int station) const
+{
+    return labelOf(form_, field, station).backColor() == colour::cyan;
+}
+
+QString CounterScreen::activeName() const { return Form1::controlName(form_.AktifLbl); }
+QString CounterScreen::activeCaption() const { return form_.AktifLbl->caption(); }
+void CounterScreen::setActiveCaption(const QString& text) { form_.AktifLbl->setCaption(text); }
+int CounterScreen::currentStation() const { return form_.station(); }
+void CounterScreen::enablePrinting(int station, bool enabled) { form_.YazCmd[station]->setEnabled(enabled); }
+QString CounterScreen::entitlementCaption(int station) const { return form_.HakCmd[station]->caption(); }
+
+void CounterScreen::setEntitlementCaption(int station, const QString& text)
+{
+    form_.HakCmd[station]->setCaption(text);
+}
+
+bool CounterScreen::entitlementShown(int station) const { return form_.Frame3[station]->visible(); }
+void CounterScreen::showEntitlement(int station, bool shown) { form_.Frame3[station]->setVisible(shown); }
+bool CounterScreen::entitlementTaken(int station) const { return taken_.at(static_cast<std::size_t>(station)); }
+
+void CounterScreen::setEntitlementTaken(int station, bool taken)
+{
+    taken_.at(static_cast<std::size_t>(station)) = taken;
+}
+
+float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }
+void CounterScreen::setContainers(int station, float count) { form_.kapSayisi(station) = count; }
+
+void CounterScreen::centreContainerCaption(int station)
+{
+    // Both frames have the same size; the first one's width serves both.
+    form_.Label4[station]->setLeft((form_.KapFrm[0]->Width() - form_.Label4[station]->Width()) / 2.0);
+}
+
+void CounterScreen::showContainerPanel(int station, bool shown) { form_.KapFrm[station]->setVisible(shown); }
+
+QString CounterScreen::keyCaption(int key) const { return form_.Label1[key]->caption(); }
+bool CounterScreen::stationFrameEnabled() const { return form_.Frame1[form_.station()]->enabled(); }
+bool CounterScreen::reportPanelShown() const { return form_.Frame4->visible(); }
+bool CounterScreen::capitals() const { return form_.CapsDurum; }
+void CounterScreen::toggleCapitals() { form_.toggleCapitals(); }
+void CounterScreen::IlkHarfBuyut() { form_.IlkHarfBuyut(); }
+
+} // namespace app

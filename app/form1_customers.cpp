@@ -1,0 +1,110 @@
+// The customer register: finding a customer while the name is typed, recalling the last terms, saving, deleting.
+
+#include "app/counter_screen.h"
+#include "app/form1.h"
+#include "app/resume_next.h"
+#include "pressing/rules.h"
+#include "store/customer_texts.h"
+
+namespace app {
+
+void Form1::YeniCmd_Click(int Index)
+{
+    Frame1[station()]->setBackColor(colour::buttonFace);
+    Frame1[station()]->setEnabled(false);
+    Frame1[Index]->setBackColor(colour::green);
+    Frame1[Index]->setEnabled(true);
+    makeActive(TxtLbl[Index]);
+    AktifKontrol = static_cast<float>(Index);
+    dbListe1->setLeft(Frame1[Index]->Left() + HakCmd[Index]->Left());
+    dbListe1->setTop(Frame1[Index]->Top() + Label2[Index]->Top());
+}
+
+void Form1::TxtLbl_Click(int Index) { makeActive(TxtLbl[Index]); }
+
+void Form1::TxtLbl_Change(int Index)
+{
+    if (AktifLbl->caption().isEmpty()) {
+        pressing::customerCleared(*counter_, Index);
+        dbListe1->setVisible(false);
+        Kaydet->setVisible(false);
+        return;
+    }
+    searchCustomers(AktifLbl->caption());
+
+    // Events ran during the search: the text is read afresh.
+    const QString typed = AktifLbl->caption();
+    store::RecordSet& customers = DataCari.recordSet();
+    const bool known = customers.recordCount() != 0 && customers.field(0).text() == typed;
+    Kaydet->setCaption(known ? store::deleteCustomerCaption : store::saveCustomerCaption);
+    Kaydet->setVisible(!typed.isEmpty());
+}
+
+void Form1::searchCustomers(const QString& typed)
+{
+    DataCari.setRecordSource(store::customerSearch(typed));
+    VeriYenile(DataCari);
+    dbListe1->setVisible(DataCari.recordSet().recordCount() != 0);
+}
+
+void Form1::dbListe1_Click()
+{
+    AktifLbl->setCaption(dbListe1->text());
+    dbListe1->setVisible(false);
+    if (Frame4->visible()) {
+        RaporYenile();
+        DBGrid1->setVisible(true);
+    } else {
+        Label3_Click(station());
+    }
+    Kaydet->setVisible(false);
+}
+
+void Form1::DataCari_Reposition()
+{
+    if (AktifKontrol == 999 || DataCari.recordSet().recordCount() == 0) return;
+    store::RecordSet& customer = DataCari.recordSet();
+    const base::Regional& regional = surroundings_.regional;
+    resumeNext([&] { Haklbl[station()]->setCaption(customer.field(1).toCaption(regional)); });
+    resumeNext([&] { Combo1[station()]->setText(customer.field(2).toCaption(regional)); });
+    resumeNext([&] { NakitLbl[station()]->setCaption(customer.field(3).toCaption(regional)); });
+}
+
+void Form1::Kaydet_Click()
+{
+    if (Kaydet->caption() != store::deleteCustomerCaption) {
+        const QString name = TxtLbl[station()]->caption();
+        // Before anything is added: a name that the search could never find again is not saved.
+        const QString criteria = store::customerCriteria(name);
+        store::RecordSet& customers = DataCari.recordSet();
+        customers.addNew();
+        customers.setField(0, name, surroundings_.regional);
+        customers.update();
+        customers.findFirst(criteria);
+        Kaydet->setCaption(store::deleteCustomerCaption);
+        return;
+    }
+
+    if (!surroundings_.prompt.yesNo(QStringLiteral("Kayıt Silinecek Eminmisiniz..!"), QStringLiteral("Kayıt Silme")))
+        return;
+    makeActive(TxtLbl[station()]);
+    AktifLbl->setCaption(QString());
+    // Pressings first, the customer's row last, and both or none.
+    store::RecordSet& customers = DataCari.recordSet();
+    store::Change change(DataCari.database());
+    DataCari.database().execute(store::deletePressingsOf(customers.field(0).text()));
+    customers.erase();
+    change.commit();
+}
+
+void Form1::CariSil_Click()
+{
+    store::Change change(DataCari.database());
+    DataCari.database().execute(QStringLiteral("DELETE FROM Cari"));
+    DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
+    change.commit();
+}
+
+void Form1::HesapSil_Click() { DataCari.database().execute(QStringLiteral("DELETE FROM Hareket")); }
+
+} // namespace app

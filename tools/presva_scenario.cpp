@@ -1,0 +1,65 @@
+// Plays scenario files on the real screen. See docs/scenario.md.
+
+#include "tools/scenario_player.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QStyleFactory>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Senaryo dosyalarını gerçek ekranda oynatır."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("senaryo dosyaları"), QStringLiteral("FILE..."));
+    const QCommandLineOption dir(QStringLiteral("dir"), QStringLiteral("Yag.mdb'nin klasörü"), QStringLiteral("DIR"));
+    const QCommandLineOption printTo(QStringLiteral("print-to"), QStringLiteral("fişler bu klasöre PDF olarak yazılır"),
+                                     QStringLiteral("DIR"));
+    const QCommandLineOption shots(QStringLiteral("shots"), QStringLiteral("ekran resimlerinin klasörü"),
+                                   QStringLiteral("DIR"));
+    const QCommandLineOption now(QStringLiteral("now"), QStringLiteral("saatin başlangıcı"),
+                                 QStringLiteral("\"yyyy-MM-dd HH:mm:ss\""));
+    parser.addOptions({dir, printTo, shots, now});
+    parser.process(application);
+
+    if (parser.positionalArguments().isEmpty() || !parser.isSet(dir)) {
+        std::fprintf(stderr, "presva-scenario FILE... --dir DIR [--print-to DIR] [--shots DIR] [--now \"...\"]\n");
+        return 1;
+    }
+
+    scenario::PlayerOptions options;
+    options.directory = QDir(parser.value(dir)).absolutePath();
+    options.printTo = parser.value(printTo);
+    options.shots = parser.value(shots);
+    if (parser.isSet(now)) {
+        options.now = QDateTime::fromString(parser.value(now), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+        if (!options.now.isValid()) {
+            std::fprintf(stderr, "--now: '%s' is not a time like 2025-11-20 14:05:00\n", qPrintable(parser.value(now)));
+            return 1;
+        }
+    }
+
+    std::vector<scenario::Command> commands;
+    for (const QString& name : parser.positionalArguments()) {
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly)) {
+            std::fprintf(stderr, "%s: %s\n", qPrintable(name), qPrintable(file.errorString()));
+            return 1;
+        }
+        try {
+            for (scenario::Command& command : scenario::parse(QString::fromUtf8(file.readAll()), name))
+                commands.push_back(std::move(command));
+        } catch (const scenario::ScriptError& error) {
+            std::fprintf(stderr, "%s\n", qPrintable(error.sentence));
+            return 1;
+        }
+    }
+    scenario::Player player(options);
+    return player.play(std::move(commands)) ? 0 : 1;
+}

@@ -1,0 +1,361 @@
+#include "tools/scenario_player.h"
+
+#include "base/letters.h"
+#include "print/folder_target.h"
+#include "print/queue_target.h"
+#include "store/jet_engine.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QPixmap>
+#include <QPainter>
+#include <QTableView>
+#include <QTest>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace scenario {
+namespace {
+
+QString yesNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+
+void letTimePass(int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    do {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        if (clock.elapsed() < milliseconds) QThread::msleep(1);
+    } while (clock.elapsed() < milliseconds);
+}
+
+} // namespace
+
+Player::Player(const PlayerOptions& options) : options_(options)
+{
+    settings_ = std::make_unique<app::SettingsStore>(settingsFolder_.path());
+    std::unique_ptr<print::PrintTarget> target;
+    if (options_.printTo.isEmpty())
+        target = std::make_unique<print::QueueTarget>();
+    else {
+        QDir().mkpath(options_.printTo);
+        target = std::make_unique<print::FolderTarget>(options_.printTo);
+    }
+    printer_ = std::make_unique<WatchedTarget>(std::move(target));
+    line_ = std::make_unique<ScaleLine>(options_.directory);
+    if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
+}
+
+Player::~Player() = default;
+
+bool Player::play(std::vector<Command> commands)
+{
+    commands_ = std::move(commands);
+    next_ = 0;
+    failed_ = false;
+    if (!form_) start();
+    step();
+    // A command may have opened a dialog whose commands ran inside it; by now all of them are through.
+    return !failed_;
+}
+
+void Player::step()
+{
+    while (!failed_ && next_ < commands_.size()) {
+        const Command command = commands_[next_++];
+        // Should the command open a dialog, it returns only when that is closed: what follows is played inside.
+        QTimer inside;
+        connect(&inside, &QTimer::timeout, this, [this, depth = running_ + 1] {
+            if (running_ == depth && QApplication::activeModalWidget()) step();
+        });
+        inside.start(5);
+        ++running_;
+        QString fault;
+        try {
+            perform(command);
+            letTimePass(0);
+            fault = prompt_.fault();
+        } catch (const Failure& failure) {
+            fault = failure.sentence;
+        } catch (const ScriptError& error) {
+            fault = error.sentence;
+        }
+        --running_;
+        if (!fault.isEmpty() && !failed_) {
+            failed_ = true;
+            std::fprintf(stderr, "%s:%d: %s %s: %s\n", qPrintable(command.file), command.line, qPrintable(command.word),
+                         qPrintable(command.arguments.join(QLatin1Char(' '))), qPrintable(fault));
+        }
+        if (running_ > 0 && !QApplication::activeModalWidget()) return; // the dialog is closed: back to who opened it
+    }
+    if (failed_)
+        if (QWidget* dialog = QApplication::activeModalWidget()) dialog->close();
+}
+
+void Player::perform(const Command& command)
+{
+    const QString& word = command.word;
+    const QStringList& a = command.arguments;
+    if (word == "click") click(a[0]);
+    else if (word == "keys") keys(a[0]);
+    else if (word == "key") key(a[0]);
+    else if (word == "scale") scale(a[0]);
+    else if (word == "pick") pick(a[0]);
+    else if (word == "choose") choose(a[0], a[1]);
+    else if (word == "menu") menu(a[0]);
+    else if (word == "date") date(a[0], a[1]);
+    else if (word == "answer") prompt_.answerNext(a[0]);
+    else if (word == "message") {
+        if (!prompt_.lastMessage().contains(a[0]))
+            throw Failure{QStringLiteral("expected a message with '%1', found '%2'").arg(a[0], prompt_.lastMessage())};
+    } else if (word == "expect") expect(a[0], a[1], a[2]);
+    else if (word == "cell") cell(a[0].toInt(), a[1].toInt(), a[2]);
+    else if (word == "table") table(a[0], a[1].toInt());
+    else if (word == "printed") {
+        if (printer_->printed() != a[0].toInt())
+            throw Failure{QStringLiteral("expected %1 printouts, found %2").arg(a[0]).arg(printer_->printed())};
+    } else if (word == "print-has") printHas(a[0]);
+    else if (word == "setting") setting(a[0], a[1], a[2]);
+    else if (word == "activate") form_->activated();
+    else if (word == "close") close();
+    else if (word == "start") start();
+    else if (word == "shot") shot(a[0]);
+    else if (word == "wait") letTimePass(a[0].toInt());
+    // A question without an answer must not stay open: it was answered with "no" and is a fault.
+}
+
+void Player::start()
+{
+    if (form_) throw Failure{QStringLiteral("the screen is open already")};
+    const app::Surroundings surroundings{
+        .prompt = prompt_,
+        .settings = *settings_,
+        .directory = options_.directory,
+        .executable = QStringLiteral("presva"),
+        .regional = base::Regional::system(),
+        .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
+        .printer = *printer_,
+    };
+    form_ = std::make_unique<app::Form1>(surroundings);
+    form_->start();
+    if (!QTest::qWaitForWindowExposed(form_.get(), 5000)) throw Failure{QStringLiteral("the screen does not show")};
+    letTimePass(0);
+}
+
+void Player::close()
+{
+    if (!form_) throw Failure{QStringLiteral("the screen is closed already")};
+    form_->close();
+    form_.reset();
+}
+
+QWidget* Player::window() const
+{
+    if (QWidget* dialog = QApplication::activeModalWidget()) return dialog;
+    if (!form_) throw Failure{QStringLiteral("the screen is closed")};
+    return form_.get();
+}
+
+QObject* Player::find(const QString& control) const
+{
+    QObject* found = window()->objectName() == control ? window() : window()->findChild<QObject*>(control);
+    if (!found && form_) found = form_->findChild<QObject*>(control);
+    if (!found) throw Failure{QStringLiteral("there is no control '%1'").arg(control)};
+    return found;
+}
+
+void Player::click(const QString& control)
+{
+    QObject* object = find(control);
+    if (qobject_cast<QAction*>(object)) throw Failure{QStringLiteral("'%1' is a menu item: use menu").arg(control)};
+    clickWidget(qobject_cast<QWidget*>(object), control);
+}
+
+void Player::clickWidget(QWidget* widget, const QString& name)
+{
+    if (!widget) throw Failure{QStringLiteral("'%1' cannot be clicked").arg(name)};
+    if (!widget->isVisible()) throw Failure{QStringLiteral("'%1' is not on the screen").arg(name)};
+    if (!widget->isEnabled()) throw Failure{QStringLiteral("'%1' is disabled").arg(name)};
+    if (app::inputBlocked(widget)) throw Failure{QStringLiteral("'%1' lies in a disabled frame").arg(name)};
+    QWidget* top = widget->window();
+    const QPoint middle = widget->mapTo(top, widget->rect().center());
+    QWidget* there = top->childAt(middle);
+    while (there && there != widget) there = there->parentWidget();
+    if (!there || !top->rect().contains(middle)) throw Failure{QStringLiteral("'%1' is covered").arg(name)};
+    QTest::mouseMove(top->windowHandle(), middle);
+    QTest::mouseClick(top->windowHandle(), Qt::LeftButton, Qt::NoModifier, middle);
+    letTimePass(0);
+}
+
+void Player::key(const QString& caption)
+{
+    for (app::KeyLabel* key : form_->Label1)
+        if (base::trimBlanks(key->caption()) == caption) return clickWidget(key, key->objectName());
+    throw Failure{QStringLiteral("the keypad shows no key '%1' now").arg(caption)};
+}
+
+void Player::keys(const QString& text)
+{
+    for (const QChar letter : text) key(letter == QLatin1Char(' ') ? QStringLiteral("Boşluk") : QString(letter));
+}
+
+void Player::scale(const QString& text)
+{
+    if (!line_->open()) throw Failure{QStringLiteral("there is no line: com1 of the folder is taken")};
+    if (!form_->TeraziComm->portOpen()) throw Failure{QStringLiteral("the port is closed")};
+    const int before = form_->scaleEvents();
+    line_->send(unescape(text));
+    if (!QTest::qWaitFor([&] { return form_->scaleEvents() != before; }, 2000))
+        throw Failure{QStringLiteral("the scale's bytes did not arrive")};
+    letTimePass(0);
+}
+
+void Player::pick(const QString& text)
+{
+    app::SearchList* list = form_->dbListe1;
+    if (!list->isVisible()) throw Failure{QStringLiteral("the list is not shown")};
+    for (int row = 0; row < list->rowCount(); ++row)
+        if (list->rowText(row) == text) return list->pick(row);
+    throw Failure{QStringLiteral("the list has no entry '%1'").arg(text)};
+}
+
+void Player::choose(const QString& control, const QString& entry)
+{
+    auto* list = qobject_cast<QComboBox*>(find(control));
+    if (!list) throw Failure{QStringLiteral("'%1' is not a list").arg(control)};
+    if (!list->isEnabled() || app::inputBlocked(list) || !list->isVisible())
+        throw Failure{QStringLiteral("'%1' cannot be reached").arg(control)};
+    for (int i = 0; i < list->count(); ++i)
+        if (list->itemText(i).trimmed() == entry) return list->setCurrentIndex(i);
+    throw Failure{QStringLiteral("'%1' has no entry '%2'").arg(control, entry)};
+}
+
+void Player::menu(const QString& item)
+{
+    auto* action = qobject_cast<QAction*>(find(item));
+    if (!action) throw Failure{QStringLiteral("there is no menu item '%1'").arg(item)};
+    if (!action->isEnabled()) throw Failure{QStringLiteral("the menu item '%1' is disabled").arg(item)};
+    if (form_->Dosya->actions().contains(action) && !form_->Dosya->isEnabled())
+        throw Failure{QStringLiteral("the menu Dosya is disabled")};
+    action->trigger();
+}
+
+void Player::date(const QString& control, const QString& day)
+{
+    auto* picker = qobject_cast<app::DatePicker*>(find(control));
+    if (!picker) throw Failure{QStringLiteral("'%1' is not a date picker").arg(control)};
+    const QDate value = QDate::fromString(day, Qt::ISODate);
+    if (!value.isValid()) throw Failure{QStringLiteral("'%1' is not a day").arg(day)};
+    if (!picker->isVisible()) throw Failure{QStringLiteral("'%1' is not on the screen").arg(control)};
+    form_->run([&] { picker->setValue(value); });
+}
+
+QString Player::property(const QString& control, const QString& name) const
+{
+    QObject* object = find(control);
+    if (auto* item = qobject_cast<app::MenuItem*>(object)) {
+        if (name == "caption" || name == "text") return item->caption();
+        if (name == "checked") return yesNo(item->checked());
+        if (name == "enabled") return yesNo(item->isEnabled());
+        if (name == "visible") return yesNo(item->isVisible());
+    }
+    if (auto* menu = qobject_cast<QMenu*>(object)) {
+        if (name == "caption" || name == "text") return menu->title().remove(QLatin1Char('&'));
+        if (name == "enabled") return yesNo(menu->isEnabled());
+    }
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (!widget) throw Failure{QStringLiteral("'%1' has no property '%2'").arg(control, name)};
+    if (name == "visible") return yesNo(!widget->isHidden());
+    if (name == "width") return QString::number(app::twips::fromPixels(widget->width()));
+
+    if (auto* label = qobject_cast<app::CaptionLabel*>(widget)) {
+        if (name == "caption" || name == "text") return label->caption();
+        if (name == "background") return app::painted(label->backColor(), widget->palette()).name();
+        if (name == "enabled") return yesNo(label->enabled());
+        if (auto* check = qobject_cast<app::CheckButton*>(label); check && name == "checked") return yesNo(check->value());
+        if (auto* option = qobject_cast<app::OptionButton*>(label); option && name == "checked")
+            return yesNo(option->value());
+    }
+    if (auto* frame = qobject_cast<app::ControlFrame*>(widget)) {
+        if (name == "caption" || name == "text") return frame->caption();
+        if (name == "background") return app::painted(frame->backColor(), widget->palette()).name();
+        if (name == "enabled") return yesNo(frame->enabled());
+    }
+    if (auto* list = qobject_cast<app::SearchList*>(widget)) {
+        if (name == "rows" || name == "entries") return QString::number(list->rowCount());
+        if (name == "text") return list->text();
+    }
+    if (auto* list = qobject_cast<QComboBox*>(widget)) {
+        if (name == "text" || name == "caption") return list->currentText();
+        if (name == "entries") return QString::number(list->count());
+    }
+    if (auto* grid = qobject_cast<QTableView*>(widget)) {
+        if (name == "rows") return QString::number(grid->model() ? grid->model()->rowCount() : 0);
+        if (name == "columns") return QString::number(grid->model() ? grid->model()->columnCount() : 0);
+    }
+    if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
+        if (name == "caption" || name == "text") return button->text().remove(QLatin1Char('&'));
+        if (name == "checked") return yesNo(button->isChecked());
+    }
+    if (name == "enabled") return yesNo(!widget->testAttribute(Qt::WA_ForceDisabled));
+    if (name == "caption" || name == "text") return widget->windowTitle();
+    throw Failure{QStringLiteral("'%1' has no property '%2'").arg(control, name)};
+}
+
+void Player::expect(const QString& control, const QString& name, const QString& value)
+{
+    const QString found = property(control, name);
+    const bool same = name == "background" ? found.compare(value, Qt::CaseInsensitive) == 0 : found == value;
+    if (!same) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+}
+
+void Player::cell(int row, int column, const QString& value)
+{
+    const QAbstractItemModel* model = form_->DBGrid1->model();
+    if (!model) throw Failure{QStringLiteral("the grid has no rows yet")};
+    const int at = row < 0 ? model->rowCount() + row : row;
+    if (at < 0 || at >= model->rowCount() || column < 0 || column >= model->columnCount())
+        throw Failure{QStringLiteral("the grid has %1 rows and %2 columns").arg(model->rowCount()).arg(model->columnCount())};
+    const QString found = model->index(at, column).data().toString();
+    if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+}
+
+void Player::table(const QString& name, int count)
+{
+    const int found = store::rowsInFile(options_.directory + QStringLiteral("/Yag.mdb"), name);
+    if (found != count) throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
+}
+
+void Player::printHas(const QString& text)
+{
+    const std::optional<QString> printed = textOfPdf(printer_->lastPdf());
+    if (!printed) throw Failure{QStringLiteral("pdftotext (Debian package poppler-utils) is needed to read a printout")};
+    if (!printed->contains(text.simplified()))
+        throw Failure{QStringLiteral("expected a printout with '%1', found '%2'").arg(text, *printed)};
+}
+
+void Player::setting(const QString& section, const QString& key, const QString& value)
+{
+    const QString application =
+        section == QLatin1String("SizeKlv") ? QStringLiteral("presva") : QStringLiteral("Mendrik Presva");
+    const QString found = settings_->get(application, section, key, QStringLiteral("(none)"));
+    if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+}
+
+void Player::shot(const QString& name)
+{
+    if (options_.shots.isEmpty()) return;
+    QDir().mkpath(options_.shots);
+    QPixmap picture = form_->grab();
+    if (QWidget* dialog = QApplication::activeModalWidget()) {
+        QPainter painter(&picture);
+        painter.drawPixmap(form_->mapFromGlobal(dialog->pos()), dialog->grab());
+    }
+    const QString path = options_.shots + QLatin1Char('/') + name + QStringLiteral(".png");
+    if (!picture.save(path)) throw Failure{QStringLiteral("the picture %1 could not be written").arg(path)};
+}
+
+} // namespace scenario

@@ -1,0 +1,106 @@
+#include "tools/scenario_world.h"
+
+#include "base/error.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace scenario {
+
+QString AnsweringPrompt::answer(const QString& message, const QStringList& captions)
+{
+    lastMessage_ = message;
+    if (answers_.isEmpty()) {
+        if (fault_.isEmpty()) fault_ = QStringLiteral("a message box that nobody answers: ") + message;
+        return captions.last();
+    }
+    const QString given = answers_.dequeue();
+    if (!captions.contains(given)) {
+        if (fault_.isEmpty())
+            fault_ = QStringLiteral("the box has no button '%1' but %2").arg(given, captions.join(QLatin1String(", ")));
+        return captions.last();
+    }
+    return given;
+}
+
+void AnsweringPrompt::exclamation(const QString& text) { answer(text, {QStringLiteral("Tamam")}); }
+
+void AnsweringPrompt::errorReport(const base::RuntimeError& error) { answer(error.text(), {QStringLiteral("Tamam")}); }
+
+bool AnsweringPrompt::yesNo(const QString& text, const QString& title)
+{
+    return answer(title + QLatin1String(": ") + text, {QStringLiteral("Evet"), QStringLiteral("Hayır")}) ==
+           QLatin1String("Evet");
+}
+
+std::optional<app::FontChoice> AnsweringPrompt::chooseFont(const app::FontChoice& preset)
+{
+    const QString message = QStringLiteral("Yazı Tipi: %1 %2").arg(preset.name).arg(preset.size);
+    if (answer(message, {QStringLiteral("Tamam"), QStringLiteral("İptal")}) == QLatin1String("Tamam")) return preset;
+    return std::nullopt;
+}
+
+void WatchedTarget::sendAndFinish(int job, const print::Document& document)
+{
+    target_->sendAndFinish(job, document);
+    ++printed_;
+    lastPdf_ = document.pdf;
+}
+
+ScaleLine::ScaleLine(const QString& directory)
+{
+    const QString link = directory + QStringLiteral("/com1");
+    if (QFileInfo(link).isSymLink() || QFile::exists(link)) return;
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (master < 0) return;
+    termios raw{};
+    if (::grantpt(master) != 0 || ::unlockpt(master) != 0 || ::tcgetattr(master, &raw) != 0) {
+        ::close(master);
+        return;
+    }
+    ::cfmakeraw(&raw);
+    ::tcsetattr(master, TCSANOW, &raw);
+    char name[128];
+    if (::ptsname_r(master, name, sizeof name) != 0 || !QFile::link(QFile::decodeName(name), link)) {
+        ::close(master);
+        return;
+    }
+    master_ = master;
+    link_ = link;
+}
+
+ScaleLine::~ScaleLine()
+{
+    if (master_ < 0) return;
+    QFile::remove(link_);
+    ::close(master_);
+}
+
+void ScaleLine::send(const QByteArray& bytes)
+{
+    qsizetype done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(master_, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+        if (n <= 0) return;
+        done += n;
+    }
+}
+
+std::optional<QString> textOfPdf(const QByteArray& pdf)
+{
+    QProcess reader;
+    reader.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), QStringLiteral("-"), QStringLiteral("-")});
+    if (!reader.waitForStarted()) return std::nullopt;
+    reader.write(pdf);
+    reader.closeWriteChannel();
+    reader.waitForFinished();
+    return QString::fromUtf8(reader.readAllStandardOutput()).simplified();
+}
+
+} // namespace scenario

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "app/prompt.h"
+#include "print/print_target.h"
+
+#include <QByteArray>
+#include <QQueue>
+#include <QString>
+#include <QTemporaryDir>
+#include <memory>
+
+namespace scenario {
+
+/// Answers message boxes from a queue of captions, as an operator who knows what is coming.
+class AnsweringPrompt : public app::Prompt {
+public:
+    void answerNext(const QString& caption) { answers_.enqueue(caption); }
+    const QString& lastMessage() const { return lastMessage_; }
+    /// The first box that came without an answer, or an answer that its box does not have; empty when all went well.
+    const QString& fault() const { return fault_; }
+    bool hasUnusedAnswers() const { return !answers_.isEmpty(); }
+
+    void exclamation(const QString& text) override;
+    void errorReport(const base::RuntimeError& error) override;
+    bool yesNo(const QString& text, const QString& title) override;
+    std::optional<app::FontChoice> chooseFont(const app::FontChoice& preset) override;
+
+private:
+    QString answer(const QString& message, const QStringList& captions);
+
+    QQueue<QString> answers_;
+    QString lastMessage_;
+    QString fault_;
+};
+
+/// Passes jobs on and keeps the last one that was printed, so that a scenario can read it.
+class WatchedTarget : public print::PrintTarget {
+public:
+    explicit WatchedTarget(std::unique_ptr<print::PrintTarget> target) : target_(std::move(target)) {}
+
+    print::Paper paper() override { return target_->paper(); }
+    int createJob(const print::Document& document) override { return target_->createJob(document); }
+    void sendAndFinish(int job, const print::Document& document) override;
+    void cancel(int job) noexcept override { target_->cancel(job); }
+    QString stateText() noexcept override { return target_->stateText(); }
+
+    int printed() const { return printed_; }
+    const QByteArray& lastPdf() const { return lastPdf_; }
+
+private:
+    std::unique_ptr<print::PrintTarget> target_;
+    int printed_ = 0;
+    QByteArray lastPdf_;
+};
+
+/// A pseudo-terminal that stands for the scale, under the link com1 of the program's directory.
+class ScaleLine {
+public:
+    /// Does not touch a com1 that is there already; then there is no line and open() is false.
+    explicit ScaleLine(const QString& directory);
+    ~ScaleLine();
+    ScaleLine(const ScaleLine&) = delete;
+    ScaleLine& operator=(const ScaleLine&) = delete;
+
+    bool open() const { return master_ >= 0; }
+    void send(const QByteArray& bytes);
+
+private:
+    int master_ = -1;
+    QString link_;
+};
+
+/// The text of a PDF as one line, blanks folded; asks pdftotext. Nothing when that is not installed.
+std::optional<QString> textOfPdf(const QByteArray& pdf);
+
+} // namespace scenario
