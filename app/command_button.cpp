@@ -99,6 +99,12 @@ void CheckButton::setValue(bool on)
     runClick();
 }
 
+void CheckButton::showValue(bool on)
+{
+    value_ = on;
+    update();
+}
+
 void CheckButton::pressed()
 {
     value_ = !value_;

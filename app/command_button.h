@@ -36,6 +36,8 @@ public:
 
     bool value() const { return value_; }
     void setValue(bool on);
+    /// Brings the button in line with what its rule has decided; no click runs.
+    void showValue(bool on);
 
 protected:
     void pressed() override;

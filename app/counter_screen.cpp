@@ -1,6 +1,7 @@
 #include "app/counter_screen.h"
 
 #include "app/form1.h"
+#include "pressing/rules.h"
 
 namespace app {
 namespace {
@@ -10,14 +11,22 @@ using pressing::Field;
 CaptionLabel& labelOf(const Form1& form, Field field, int station)
 {
     switch (field) {
-    case Field::TxtLbl: return *form.TxtLbl[station];
-    case Field::Label2: return *form.Label2[station];
-    case Field::Label3: return *form.Label3[station];
-    case Field::Label4: return *form.Label4[station];
-    case Field::Haklbl: return *form.Haklbl[station];
-    case Field::HakTut: return *form.HakTut[station];
-    case Field::Verilen: return *form.Verilen[station];
-    case Field::NakitLbl: return *form.NakitLbl[station];
+    case Field::TxtLbl:
+        return *form.TxtLbl[station];
+    case Field::Label2:
+        return *form.Label2[station];
+    case Field::Label3:
+        return *form.Label3[station];
+    case Field::Label4:
+        return *form.Label4[station];
+    case Field::Haklbl:
+        return *form.Haklbl[station];
+    case Field::HakTut:
+        return *form.HakTut[station];
+    case Field::Verilen:
+        return *form.Verilen[station];
+    case Field::NakitLbl:
+        return *form.NakitLbl[station];
     }
     throwNoControl(station);
 }
@@ -48,15 +57,16 @@ QString CounterScreen::entitlementCaption(int station) const { return form_.HakC
 void CounterScreen::setEntitlementCaption(int station, const QString& text)
 {
     form_.HakCmd[station]->setCaption(text);
+    form_.HakCmd[station]->showValue(text == pressing::entitlementOn);
 }
 
 bool CounterScreen::entitlementShown(int station) const { return form_.Frame3[station]->visible(); }
 void CounterScreen::showEntitlement(int station, bool shown) { form_.Frame3[station]->setVisible(shown); }
-bool CounterScreen::entitlementTaken(int station) const { return taken_.at(static_cast<std::size_t>(station)); }
+bool CounterScreen::entitlementTaken(int station) const { return form_.HakVar.at(static_cast<std::size_t>(station)); }
 
 void CounterScreen::setEntitlementTaken(int station, bool taken)
 {
-    taken_.at(static_cast<std::size_t>(station)) = taken;
+    form_.HakVar.at(static_cast<std::size_t>(station)) = taken;
 }
 
 float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }

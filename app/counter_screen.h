@@ -41,7 +41,6 @@ public:
 
 private:
     Form1& form_;
-    std::array<bool, pressing::stationCount> taken_{};
 };
 
 } // namespace app

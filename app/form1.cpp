@@ -1,4 +1,5 @@
 #include "app/form1.h"
+#include "app/counter_screen.h"
 #include "base/error.h"
 #include "base/numbers.h"
 #include "pressing/containers.h"
@@ -28,7 +29,10 @@ constexpr Colour containerPanel = 0x00C6F4FF; // a pale yellow: not a working co
 
 } // namespace
 
-Form1::Form1(const Surroundings& surroundings) : ActiveResize1(surroundings.settings), surroundings_(surroundings)
+Form1::Form1(const Surroundings& surroundings)
+    : DataCari(surroundings.databases), DataHar(surroundings.databases), GünData(surroundings.databases),
+      DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
+      keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this))
 {
     setObjectName(QStringLiteral("Form1"));
     setWindowTitle(titleName());
@@ -49,8 +53,12 @@ Form1::Form1(const Surroundings& surroundings) : ActiveResize1(surroundings.sett
     dbListe1->setVisible(false);
 
     wireShell();
+    wireCounter();
+    bindData();
     resize(1024, 768);
 }
+
+Form1::~Form1() = default;
 
 void Form1::createMenus()
 {
@@ -153,15 +161,6 @@ float& Form1::kapSayisi(int Index)
 }
 
 int Form1::station() const { return base::toInt16(static_cast<double>(AktifKontrol)); }
-
-void Form1::workAt(int Index)
-{
-    for (int other = 0; other < Frame1.size(); ++other) {
-        Frame1[other]->setBackColor(other == Index ? colour::green : colour::buttonFace);
-        Frame1[other]->setEnabled(other == Index);
-    }
-    AktifKontrol = static_cast<float>(Index);
-}
 
 void Form1::activate(CaptionLabel* label)
 {

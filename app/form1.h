@@ -8,6 +8,7 @@
 #include "app/drop_down_list.h"
 #include "app/field_label.h"
 #include "app/key_label.h"
+#include "app/keyboard_state.h"
 #include "app/listing_grid.h"
 #include "app/menu_item.h"
 #include "app/prompt.h"
@@ -15,11 +16,17 @@
 #include "app/search_list.h"
 #include "app/status_line.h"
 #include "base/regional.h"
+#include "store/data_source.h"
+#include <QDateTime>
 #include <QMenu>
 #include <QMenuBar>
 #include <QWidget>
+#include <functional>
+#include <memory>
 
 namespace app {
+
+class CounterScreen;
 
 /// What the screen needs from outside. All of it outlives the screen.
 struct Surroundings {
@@ -28,6 +35,9 @@ struct Surroundings {
     base::Regional regional; ///< how this user writes numbers and dates
     QString directory;       ///< the program's directory, where Yag.mdb lies
     QString executable;      ///< the program file's name as it is at run time, without extension
+    store::Databases& databases;
+    platform::Keyboard& keyboard;   ///< whose Caps Lock follows the keypad's case
+    std::function<QDateTime()> now; ///< the clock of pressings and slips
 };
 
 /// The one working screen: two pressing stations, the keypad, the search list, the report panel.
@@ -41,6 +51,7 @@ class Form1 : public QWidget, public ActionHost {
 
 public:
     explicit Form1(const Surroundings& surroundings);
+    ~Form1() override;
 
     /// Load, show, activate: the life of the form up to the event loop.
     void start();
@@ -97,6 +108,9 @@ public:
     FieldLabel* GünLbl = nullptr;
     ListingGrid* DBGrid1 = nullptr;
     ControlArray<CommandButton, 2> KapatCmd;
+
+    // The data sources, bound to Yag.mdb when the form is loaded.
+    store::DataSource DataCari, DataHar, GünData, DataTmp;
 
     StatusLine* status = nullptr;
     ScreenLayout ActiveResize1;
@@ -171,12 +185,14 @@ public:
     void moveListToStation(int Index);
     /// The search list opens over the grid of the report panel, below the name.
     void moveListToPanel();
-    /// Makes a station the current one: its frame green and enabled, the other one at rest.
-    void workAt(int Index);
     /// Makes a label the one that is edited: the old one white, the new one cyan.
     void activate(CaptionLabel* label);
     /// Upper or lower case captions on the keys, after CapsDurum.
     void showKeyCase();
+    /// The keypad's case goes over to the other one: flag, Caps Lock, setting and captions.
+    void toggleCapitals();
+    /// Refreshes a source and makes its record count exact.
+    void VeriYenile(store::DataSource& source);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -190,6 +206,12 @@ private:
     void createKeypad();
     void createReportPanel();
     void wireShell();
+    void wireCounter();
+    void bindData();
+    /// Lists the customers whose names begin with what was typed.
+    void searchCustomers(const QString& typed);
+    /// A weight cannot be typed before a customer is named.
+    void askForCustomerFirst(int Index);
     /// Places every control for the window's present size.
     void arrange();
     void arrangeStation(int Index);
@@ -199,6 +221,8 @@ private:
     void settle();
 
     Surroundings surroundings_;
+    KeyboardState keyboard_;
+    std::unique_ptr<CounterScreen> counter_;
     int keypadTop_ = 0;
 };
 

@@ -8,19 +8,28 @@
 
 namespace app {
 
+void Form1::bindData()
+{
+    DataCari.setRecordSource(QStringLiteral("Cari"));
+    DataHar.setRecordSource(QStringLiteral("Hareket"));
+    DataCari.onReposition([this] { DataCari_Reposition(); });
+    DataCari.onRefresh([this] { dbListe1->refill(); });
+    dbListe1->setRows([this] { return DataCari.hasRecordSet() ? DataCari.recordSet().size() : 0; },
+                      [this](int row) { return DataCari.recordSet().fieldAt(row, 0).text(); });
+}
+
 void Form1::YeniCmd_Click(int Index)
 {
     Frame1[station()]->setBackColor(colour::buttonFace);
     Frame1[station()]->setEnabled(false);
     Frame1[Index]->setBackColor(colour::green);
     Frame1[Index]->setEnabled(true);
-    makeActive(TxtLbl[Index]);
+    activate(TxtLbl[Index]);
     AktifKontrol = static_cast<float>(Index);
-    dbListe1->setLeft(Frame1[Index]->Left() + HakCmd[Index]->Left());
-    dbListe1->setTop(Frame1[Index]->Top() + Label2[Index]->Top());
+    moveListToStation(Index);
 }
 
-void Form1::TxtLbl_Click(int Index) { makeActive(TxtLbl[Index]); }
+void Form1::TxtLbl_Click(int Index) { activate(TxtLbl[Index]); }
 
 void Form1::TxtLbl_Change(int Index)
 {
@@ -87,7 +96,7 @@ void Form1::Kaydet_Click()
 
     if (!surroundings_.prompt.yesNo(QStringLiteral("Kayıt Silinecek Eminmisiniz..!"), QStringLiteral("Kayıt Silme")))
         return;
-    makeActive(TxtLbl[station()]);
+    activate(TxtLbl[station()]);
     AktifLbl->setCaption(QString());
     // Pressings first, the customer's row last, and both or none.
     store::RecordSet& customers = DataCari.recordSet();

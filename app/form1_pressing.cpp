@@ -8,18 +8,41 @@
 
 namespace app {
 
-void Form1::makeActive(CaptionLabel* label)
+void Form1::wireCounter()
 {
-    if (AktifLbl) AktifLbl->setBackColor(colour::white);
-    AktifLbl = label;
-    AktifLbl->setBackColor(colour::cyan);
+    for (int i = 0; i < Label1.size(); ++i) {
+        Label1[i]->onClick([this, i] { Label1_Click(i); });
+        Label1[i]->onMouseMove([this, i] { Label1_MouseMove(i); });
+    }
+    for (int i = 0; i < pressing::stationCount; ++i) {
+        Label2[i]->onClick([this, i] { Label2_Click(i); });
+        Label2[i]->onChange([this, i] { Label2_Change(i); });
+        Label3[i]->onClick([this, i] { Label3_Click(i); });
+        Label3[i]->onChange([this, i] { Label3_Change(i); });
+        Haklbl[i]->onClick([this, i] { Haklbl_Click(i); });
+        Haklbl[i]->onChange([this, i] { Haklbl_Change(i); });
+        HakTut[i]->onChange([this, i] { HakTut_Change(i); });
+        NakitLbl[i]->onClick([this, i] { NakitLbl_Click(i); });
+        NakitLbl[i]->onChange([this, i] { NakitLbl_Change(i); });
+        HakCmd[i]->onClick([this, i] { HakCmd_Click(i); });
+        KapFrm[i]->onClick([this, i] { KapFrm_Click(i); });
+        Label4[i]->onClick([this, i] { Label4_Click(i); });
+        Label4[i]->onChange([this, i] { Label4_Change(i); });
+        YeniCmd[i]->onClick([this, i] { YeniCmd_Click(i); });
+        TxtLbl[i]->onClick([this, i] { TxtLbl_Click(i); });
+        TxtLbl[i]->onChange([this, i] { TxtLbl_Change(i); });
+    }
+    dbListe1->onClick([this] { dbListe1_Click(); });
+    Kaydet->onClick([this] { Kaydet_Click(); });
+    CariSil->onClick([this] { CariSil_Click(); });
+    HesapSil->onClick([this] { HesapSil_Click(); });
 }
 
 void Form1::askForCustomerFirst(int Index)
 {
     if (!pressing::wantsCustomerFirst(*counter_, Index)) return;
     TxtLbl[Index]->setCaption(pressing::customerPrompt);
-    makeActive(TxtLbl[Index]);
+    activate(TxtLbl[Index]);
 }
 
 void Form1::Label1_Click(int Index) { pressing::keyPressed(*counter_, *counter_, Index); }
@@ -36,18 +59,18 @@ void Form1::Label1_MouseMove(int Index)
 
 void Form1::Label2_Click(int Index)
 {
-    makeActive(Label2[Index]);
+    activate(Label2[Index]);
     askForCustomerFirst(Index);
 }
 
 void Form1::Label3_Click(int Index)
 {
-    makeActive(Label3[Index]);
+    activate(Label3[Index]);
     askForCustomerFirst(Index);
 }
 
-void Form1::Haklbl_Click(int Index) { makeActive(Haklbl[Index]); }
-void Form1::NakitLbl_Click(int Index) { makeActive(NakitLbl[Index]); }
+void Form1::Haklbl_Click(int Index) { activate(Haklbl[Index]); }
+void Form1::NakitLbl_Click(int Index) { activate(NakitLbl[Index]); }
 
 void Form1::Label2_Change(int Index) { pressing::olivesChanged(*counter_, Index); }
 void Form1::Label3_Change(int Index) { pressing::oilChanged(*counter_, Index); }
@@ -59,7 +82,5 @@ void Form1::HakCmd_Click(int Index) { pressing::entitlementSwitched(*counter_, I
 void Form1::KapFrm_Click(int Index) { pressing::containerFilled(*counter_, Index); }
 void Form1::Label4_Click(int Index) { pressing::containerFilled(*counter_, Index); }
 void Form1::Label4_Change(int Index) { pressing::containerCaptionChanged(*counter_, Index); }
-
-bool Form1::HakVar() const { return pressing::entitlementOfCurrent(*counter_); }
 
 } // namespace app

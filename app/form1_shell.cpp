@@ -1,9 +1,12 @@
 #include "app/form1.h"
 #include "app/window_place.h"
 #include "base/error.h"
+#include "base/sequential.h"
 #include "pressing/keypad.h"
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QDate>
+#include <QDir>
 #include <QMouseEvent>
 #include <QScreen>
 
@@ -40,7 +43,20 @@ void Form1::activated()
     run([this] { Form_Activate(); });
 }
 
-void Form1::Form_Load() { AktifKontrol = 999; }
+void Form1::Form_Load()
+{
+    const QString file = surroundings_.directory + QDir::separator() + QStringLiteral("Yag.mdb");
+    const QString found = base::findFile(surroundings_.directory, u"Yag.mdb").value_or(file);
+    for (store::DataSource* source : {&DataCari, &DataHar, &GünData, &DataTmp}) source->setDatabaseName(found);
+    AktifKontrol = 999;
+    VeriYenile(DataCari);
+}
+
+void Form1::VeriYenile(store::DataSource& source)
+{
+    // Taps wait until the search is done; weights do not.
+    store::VeriYenile(source, [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); });
+}
 
 void Form1::Form_Activate()
 {
@@ -52,10 +68,10 @@ void Form1::Form_Activate()
     const SettingsStore& settings = surroundings_.settings;
     CapsDurum = settings.flag(surroundings_.executable, QStringLiteral("SizeKlv"), QStringLiteral("Caps"));
     showKeyCase();
+    CapsAyarla(CapsDurum);
 
-    // The frames and the cyan label follow: what is current is always what the operator sees as current.
-    workAt(0);
-    activate(TxtLbl[0]);
+    AktifKontrol = 0;
+    activate(TxtLbl[0]); // exactly one label is cyan, also after a dialog was opened from another field
 
     Bağlantı->setChecked(settings.flag(titleName(), properties, QStringLiteral("Baglan")));
     Sayac->setChecked(settings.flag(titleName(), properties, QStringLiteral("Sayac")));
@@ -67,6 +83,19 @@ void Form1::showKeyCase()
     for (int Index = 0; Index < pressing::letterKeyCount; ++Index)
         Label1[Index]->setCaption(pressing::letterCaption(Index, Label1[Index]->caption(), CapsDurum));
 }
+
+void Form1::toggleCapitals()
+{
+    CapsDurum = !CapsDurum;
+    CapsAyarla(CapsDurum);
+    surroundings_.settings.saveFlag(surroundings_.executable, QStringLiteral("SizeKlv"), QStringLiteral("Caps"),
+                                    CapsDurum);
+    showKeyCase();
+}
+
+void Form1::CapsAyarla(bool wanted) { keyboard_.CapsAyarla(wanted); }
+
+void Form1::IlkHarfBuyut() { AktifLbl->setCaption(app::IlkHarfBuyut(AktifLbl->caption())); }
 
 void Form1::Form_QueryUnload() { ActiveResize1.save(layoutName, true, *this); }
 
