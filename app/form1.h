@@ -16,6 +16,10 @@
 #include "app/search_list.h"
 #include "app/status_line.h"
 #include "base/regional.h"
+#include "print/print_font.h"
+#include "print/print_target.h"
+#include "scale/drain_socket.h"
+#include "scale/terazi_comm.h"
 #include "store/data_source.h"
 #include <QDateTime>
 #include <QMenu>
@@ -36,6 +40,7 @@ struct Surroundings {
     QString directory;       ///< the program's directory, where Yag.mdb lies
     QString executable;      ///< the program file's name as it is at run time, without extension
     store::Databases& databases;
+    print::PrintTarget& printer;
     platform::Keyboard& keyboard;   ///< whose Caps Lock follows the keypad's case
     std::function<QDateTime()> now; ///< the clock of pressings and slips
 };
@@ -108,6 +113,11 @@ public:
     FieldLabel* GünLbl = nullptr;
     ListingGrid* DBGrid1 = nullptr;
     ControlArray<CommandButton, 2> KapatCmd;
+
+    // The scale's line, and two sockets that only drain what arrives.
+    scale::TeraziComm* TeraziComm = nullptr;
+    scale::DrainSocket *Winsock1 = nullptr, *Winsock2 = nullptr;
+    int scaleEvents() const { return scaleEvents_; } ///< events of the line so far
 
     // The data sources, bound to Yag.mdb when the form is loaded.
     store::DataSource DataCari, DataHar, GünData, DataTmp;
@@ -208,8 +218,18 @@ private:
     void wireShell();
     void wireCounter();
     void bindData();
+    void wireScale();
+    /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
+    void scaleEvent();
+    void showPortState();
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
+    print::PrintFont printFont() const;
+    /// False when the slip could not be printed; then nothing is stored.
+    bool printSlip(int current);
+    /// The customer's terms and the pressing, in one change.
+    void storePressing(int current);
+    void storeTerms(int current);
     /// A weight cannot be typed before a customer is named.
     void askForCustomerFirst(int Index);
     /// Places every control for the window's present size.
@@ -223,6 +243,9 @@ private:
     Surroundings surroundings_;
     KeyboardState keyboard_;
     std::unique_ptr<CounterScreen> counter_;
+    int scaleEvents_ = 0;
+    QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
+    int shownPort_ = 0;  ///< in the status line; 0 closed
     int keypadTop_ = 0;
 };
 

@@ -28,6 +28,7 @@ void Form1::wireCounter()
         KapFrm[i]->onClick([this, i] { KapFrm_Click(i); });
         Label4[i]->onClick([this, i] { Label4_Click(i); });
         Label4[i]->onChange([this, i] { Label4_Change(i); });
+        YazCmd[i]->onClick([this, i] { YazCmd_Click(i); });
         YeniCmd[i]->onClick([this, i] { YeniCmd_Click(i); });
         TxtLbl[i]->onClick([this, i] { TxtLbl_Click(i); });
         TxtLbl[i]->onChange([this, i] { TxtLbl_Change(i); });
@@ -36,6 +37,8 @@ void Form1::wireCounter()
     Kaydet->onClick([this] { Kaydet_Click(); });
     CariSil->onClick([this] { CariSil_Click(); });
     HesapSil->onClick([this] { HesapSil_Click(); });
+    YazFont->onClick([this] { YazFont_Click(); });
+    Sayac->onClick([this] { Sayac_Click(); });
 }
 
 void Form1::askForCustomerFirst(int Index)

@@ -3,6 +3,8 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/resume_next.h"
+#include "app/setting_names.h"
+#include "pressing/rules.h"
 #include "base/numbers.h"
 #include "print/header_file.h"
 #include "print/slip.h"
@@ -50,7 +52,7 @@ bool Form1::printSlip(int current)
         slip.entitlement = HakTut[current]->caption();
         slip.fee = NakitLbl[current]->caption();
         slip.handedOver = Verilen[current]->caption();
-        slip.shareInOil = HakVar();
+        slip.shareInOil = pressing::entitlementOfCurrent(*counter_);
         slip.containerKind = Combo1[current]->listIndex();
         slip.now = surroundings_.now();
         slip.font = printFont();
@@ -79,7 +81,7 @@ void Form1::storePressing(int current)
         resumeNext([&] { journal = &DataHar.recordSet(); });
         if (journal) {
             resumeNext([&] { journal->addNew(); });
-            resumeNext([&] { journal->setField(0, surroundings_.now()); });
+            resumeNext([&] { journal->setField(0, store::FieldValue::date(surroundings_.now())); });
             resumeNext([&] { journal->setField(1, Label2[current]->caption(), regional); });
             resumeNext([&] { journal->setField(2, Label3[current]->caption(), regional); });
             resumeNext([&] { journal->setField(3, Haklbl[current]->caption(), regional); });
@@ -133,8 +135,8 @@ void Form1::YazFont_Click()
             settings.save(programTitle, propertiesSection, QStringLiteral("Font"), chosen->name);
             settings.save(programTitle, propertiesSection, QStringLiteral("Size"),
                           base::numberToText(chosen->size, surroundings_.regional));
-            settings.save(programTitle, propertiesSection, QStringLiteral("Bold"), flagText(chosen->bold));
-            settings.save(programTitle, propertiesSection, QStringLiteral("Ital"), flagText(chosen->italic));
+            settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Bold"), chosen->bold);
+            settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Ital"), chosen->italic);
         }
     } catch (const base::RuntimeError&) {
         // Any error ends the command where it is, as a cancel does.
@@ -145,7 +147,7 @@ void Form1::YazFont_Click()
 void Form1::Sayac_Click()
 {
     Sayac->setChecked(!Sayac->checked());
-    surroundings_.settings.save(programTitle, propertiesSection, QStringLiteral("Sayac"), flagText(Sayac->checked()));
+    surroundings_.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), Sayac->checked());
 }
 
 } // namespace app

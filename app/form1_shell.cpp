@@ -21,7 +21,6 @@ const QString properties = QStringLiteral("Properties");
 
 void Form1::wireShell()
 {
-    Bağlantı->onClick([this] { Bağlantı_Click(); });
     PrgExit->onClick([this] { PrgExit_Click(); });
     Command1->onClick([this] { Command1_Click(); });
     for (int Index = 0; Index < KapCmd.size(); ++Index) KapCmd[Index]->onClick([this, Index] { KapCmd_Click(Index); });
@@ -75,6 +74,7 @@ void Form1::Form_Activate()
 
     Bağlantı->setChecked(settings.flag(titleName(), properties, QStringLiteral("Baglan")));
     Sayac->setChecked(settings.flag(titleName(), properties, QStringLiteral("Sayac")));
+    if (Bağlantı->checked()) PortAc();
 }
 
 void Form1::showKeyCase()
@@ -98,12 +98,6 @@ void Form1::CapsAyarla(bool wanted) { keyboard_.CapsAyarla(wanted); }
 void Form1::IlkHarfBuyut() { AktifLbl->setCaption(app::IlkHarfBuyut(AktifLbl->caption())); }
 
 void Form1::Form_QueryUnload() { ActiveResize1.save(layoutName, true, *this); }
-
-void Form1::Bağlantı_Click()
-{
-    Bağlantı->setChecked(!Bağlantı->checked());
-    surroundings_.settings.saveFlag(titleName(), properties, QStringLiteral("Baglan"), Bağlantı->checked());
-}
 
 void Form1::PrgExit_Click() { close(); }
 

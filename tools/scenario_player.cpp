@@ -3,16 +3,18 @@
 #include "base/letters.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
-#include "store/jet_engine.h"
+#include "platform/system_disk.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QPixmap>
 #include <QPainter>
 #include <QTableView>
 #include <QTest>
+#include <QThread>
 #include <QTimer>
 
 #include <cstdio>
@@ -34,7 +36,7 @@ void letTimePass(int milliseconds)
 
 } // namespace
 
-Player::Player(const PlayerOptions& options) : options_(options)
+Player::Player(const PlayerOptions& options) : options_(options), databases_(platform::systemDisk())
 {
     settings_ = std::make_unique<app::SettingsStore>(settingsFolder_.path());
     std::unique_ptr<print::PrintTarget> target;
@@ -133,11 +135,13 @@ void Player::start()
     const app::Surroundings surroundings{
         .prompt = prompt_,
         .settings = *settings_,
+        .regional = base::Regional::system(),
         .directory = options_.directory,
         .executable = QStringLiteral("presva"),
-        .regional = base::Regional::system(),
-        .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
+        .databases = databases_,
         .printer = *printer_,
+        .keyboard = keyboard_,
+        .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
     };
     form_ = std::make_unique<app::Form1>(surroundings);
     form_->start();
@@ -325,8 +329,11 @@ void Player::cell(int row, int column, const QString& value)
 
 void Player::table(const QString& name, int count)
 {
-    const int found = store::rowsInFile(options_.directory + QStringLiteral("/Yag.mdb"), name);
-    if (found != count) throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
+    const std::shared_ptr<store::Engine> database = databases_.open(form_ ? form_->DataCari.databaseName()
+                                                                           : options_.directory + "/Yag.mdb");
+    const std::size_t found = database->open(name).rows.size();
+    if (found != static_cast<std::size_t>(count))
+        throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
 }
 
 void Player::printHas(const QString& text)

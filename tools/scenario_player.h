@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/form1.h"
+#include "store/jet_engine.h"
 #include "tools/scenario_script.h"
 #include "tools/scenario_world.h"
 
@@ -63,6 +64,8 @@ private:
     PlayerOptions options_;
     QTemporaryDir settingsFolder_;
     std::unique_ptr<app::SettingsStore> settings_;
+    store::JetDatabases databases_;
+    NoKeyboard keyboard_;
     AnsweringPrompt prompt_;
     std::unique_ptr<WatchedTarget> printer_;
     std::unique_ptr<ScaleLine> line_;

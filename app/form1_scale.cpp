@@ -1,0 +1,118 @@
+// The scale's line: opening the port from the settings, weights into the working station.
+
+#include "app/form1.h"
+#include "app/resume_next.h"
+#include "app/setting_names.h"
+#include "base/numbers.h"
+#include "scale/weight_line.h"
+
+#include <QCoreApplication>
+
+namespace app {
+namespace {
+
+/// The current station as the scale sees it.
+class WorkingStation : public scale::ScaleStation {
+public:
+    WorkingStation(Form1& form, int index) : form_(form), index_(index) {}
+    QString customer() const override { return form_.TxtLbl[index_]->caption(); }
+    QString weight() const override { return form_.Label2[index_]->caption(); }
+    void setWeight(const QString& caption) override { form_.Label2[index_]->setCaption(caption); }
+    bool isEnabled() const override { return form_.Frame1[index_]->enabled(); }
+
+private:
+    Form1& form_;
+    int index_;
+};
+
+} // namespace
+
+void Form1::wireScale()
+{
+    TeraziComm = new scale::TeraziComm(scale::systemPorts(surroundings_.directory), scale::systemSerialDevice(), this);
+    TeraziComm->setObjectName(QStringLiteral("TeraziComm"));
+    connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
+    Winsock1 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Winsock2 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Bağlantı->onClick([this] { Bağlantı_Click(); });
+    PortAyarlar->onClick([this] { PortAyarlar_Click(); });
+}
+
+void Form1::scaleEvent()
+{
+    ++scaleEvents_;
+    // A scale that sends what is no weight does so many times a second: one report is enough until a good line comes.
+    try {
+        TeraziComm_OnComm();
+        scaleFault_.clear();
+    } catch (const base::RuntimeError& error) {
+        const bool known = scaleFault_ == error.text();
+        scaleFault_ = error.text();
+        if (!known) surroundings_.prompt.errorReport(error);
+    }
+    showPortState();
+    settle();
+}
+
+void Form1::TeraziComm_OnComm()
+{
+    WorkingStation working(*this, station());
+    if (TeraziComm->commEvent() == scale::events::received) status->weightArrived();
+    scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
+}
+
+void Form1::PortAc()
+{
+    resumeNext([&] {
+        if (TeraziComm->portOpen()) TeraziComm->setPortOpen(false);
+    });
+    const SettingsStore& settings = surroundings_.settings;
+    const auto stored = [&](const QString& key) { return settings.get(programTitle, propertiesSection, key, {}); };
+
+    if (const QString line = stored(QStringLiteral("Settings")); !line.isEmpty()) {
+        try {
+            TeraziComm->setSettings(line);
+        } catch (const base::RuntimeError& error) {
+            surroundings_.prompt.exclamation(error.text());
+            return showPortState();
+        }
+    }
+    // A bad port number says nothing here; it shows, if at all, in a port that does not open.
+    if (const QString number = stored(QStringLiteral("CommPort")); !number.isEmpty())
+        resumeNext([&] { TeraziComm->setCommPort(base::toInt16(number, surroundings_.regional)); });
+    if (const QString mode = stored(QStringLiteral("Handshaking")); !mode.isEmpty()) {
+        try {
+            TeraziComm->setHandshaking(base::toInt32(mode, surroundings_.regional));
+        } catch (const base::RuntimeError& error) {
+            surroundings_.prompt.exclamation(error.text());
+            return showPortState();
+        }
+    }
+    resumeNext([&] { TeraziComm->setPortOpen(true); });
+    showPortState();
+}
+
+void Form1::Bağlantı_Click()
+{
+    Bağlantı->setChecked(!Bağlantı->checked());
+    surroundings_.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Baglan"), Bağlantı->checked());
+    if (Bağlantı->checked()) {
+        PortAc();
+    } else if (TeraziComm->portOpen()) {
+        TeraziComm->setPortOpen(false);
+        showPortState();
+    }
+}
+
+void Form1::showPortState()
+{
+    const int port = TeraziComm->portOpen() ? TeraziComm->commPort() : 0;
+    if (port == shownPort_) return;
+    shownPort_ = port;
+    if (port)
+        status->portOpened(port);
+    else
+        status->portClosed();
+}
+
+} // namespace app

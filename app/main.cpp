@@ -1,0 +1,74 @@
+// Mendrik Presva: starts the one screen on the database of the program's directory.
+
+#include "app/form1.h"
+#include "app/message_boxes.h"
+#include "app/setting_names.h"
+#include "app/settings_store.h"
+#include "platform/system_disk.h"
+#include "print/folder_target.h"
+#include "print/queue_target.h"
+#include "store/jet_engine.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QLibraryInfo>
+#include <QStyleFactory>
+#include <QTranslator>
+
+namespace {
+
+/// Slips go to the system's default queue, or into a folder as PDF files.
+std::unique_ptr<print::PrintTarget> printTarget(const QString& folder)
+{
+    if (folder.isEmpty()) return std::make_unique<print::QueueTarget>();
+    QDir().mkpath(folder);
+    return std::make_unique<print::FolderTarget>(folder);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationDisplayName(app::programTitle);
+    QApplication::setApplicationVersion(QStringLiteral(PRESVA_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("org.mendrik.Presva"));
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+
+    QTranslator turkish;
+    if (turkish.load(QStringLiteral("qtbase_tr"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&turkish);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Zeytinyağı sıkım tezgâhının programı."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption dir(QStringLiteral("dir"), QStringLiteral("Yag.mdb'nin klasörü (verilmezse programınki)"),
+                                 QStringLiteral("KLASÖR"), QCoreApplication::applicationDirPath());
+    const QCommandLineOption printTo(QStringLiteral("print-to"),
+                                     QStringLiteral("fişler yazıcı yerine bu klasöre PDF olarak yazılır"),
+                                     QStringLiteral("KLASÖR"));
+    parser.addOptions({dir, printTo});
+    parser.process(application);
+
+    app::MessageBoxes boxes;
+    app::SettingsStore settings;
+    store::JetDatabases databases(platform::systemDisk());
+    const std::unique_ptr<platform::Keyboard> keyboard = platform::systemKeyboard();
+    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
+    app::Form1 form({
+        .prompt = boxes,
+        .settings = settings,
+        .regional = base::Regional::system(),
+        .directory = QDir(parser.value(dir)).absolutePath(),
+        .executable = app::executableName(),
+        .databases = databases,
+        .printer = *printer,
+        .keyboard = *keyboard,
+        .now = [] { return QDateTime::currentDateTime(); },
+    });
+    boxes.setOwner(&form);
+    form.start();
+    return QApplication::exec();
+}
