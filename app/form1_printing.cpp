@@ -4,8 +4,8 @@
 #include "app/form1.h"
 #include "app/resume_next.h"
 #include "app/setting_names.h"
-#include "pressing/rules.h"
 #include "base/numbers.h"
+#include "pressing/rules.h"
 #include "print/header_file.h"
 #include "print/slip.h"
 

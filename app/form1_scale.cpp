@@ -35,7 +35,6 @@ void Form1::wireScale()
     Winsock1 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
     Winsock2 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
     Bağlantı->onClick([this] { Bağlantı_Click(); });
-    PortAyarlar->onClick([this] { PortAyarlar_Click(); });
 }
 
 void Form1::scaleEvent()

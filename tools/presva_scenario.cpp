@@ -17,7 +17,8 @@ int main(int argc, char** argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Senaryo dosyalarını gerçek ekranda oynatır."));
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("senaryo dosyaları"), QStringLiteral("FILE..."));
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("senaryo dosyaları"),
+                                 QStringLiteral("FILE..."));
     const QCommandLineOption dir(QStringLiteral("dir"), QStringLiteral("Yag.mdb'nin klasörü"), QStringLiteral("DIR"));
     const QCommandLineOption printTo(QStringLiteral("print-to"), QStringLiteral("fişler bu klasöre PDF olarak yazılır"),
                                      QStringLiteral("DIR"));

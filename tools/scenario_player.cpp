@@ -1,17 +1,17 @@
 #include "tools/scenario_player.h"
 
 #include "base/letters.h"
+#include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
-#include "platform/system_disk.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QPixmap>
 #include <QPainter>
+#include <QPixmap>
 #include <QTableView>
 #include <QTest>
 #include <QThread>
@@ -101,31 +101,50 @@ void Player::perform(const Command& command)
 {
     const QString& word = command.word;
     const QStringList& a = command.arguments;
-    if (word == "click") click(a[0]);
-    else if (word == "keys") keys(a[0]);
-    else if (word == "key") key(a[0]);
-    else if (word == "scale") scale(a[0]);
-    else if (word == "pick") pick(a[0]);
-    else if (word == "choose") choose(a[0], a[1]);
-    else if (word == "menu") menu(a[0]);
-    else if (word == "date") date(a[0], a[1]);
-    else if (word == "answer") prompt_.answerNext(a[0]);
+    if (word == "click")
+        click(a[0]);
+    else if (word == "keys")
+        keys(a[0]);
+    else if (word == "key")
+        key(a[0]);
+    else if (word == "scale")
+        scale(a[0]);
+    else if (word == "pick")
+        pick(a[0]);
+    else if (word == "choose")
+        choose(a[0], a[1]);
+    else if (word == "menu")
+        menu(a[0]);
+    else if (word == "date")
+        date(a[0], a[1]);
+    else if (word == "answer")
+        prompt_.answerNext(a[0]);
     else if (word == "message") {
         if (!prompt_.lastMessage().contains(a[0]))
             throw Failure{QStringLiteral("expected a message with '%1', found '%2'").arg(a[0], prompt_.lastMessage())};
-    } else if (word == "expect") expect(a[0], a[1], a[2]);
-    else if (word == "cell") cell(a[0].toInt(), a[1].toInt(), a[2]);
-    else if (word == "table") table(a[0], a[1].toInt());
+    } else if (word == "expect")
+        expect(a[0], a[1], a[2]);
+    else if (word == "cell")
+        cell(a[0].toInt(), a[1].toInt(), a[2]);
+    else if (word == "table")
+        table(a[0], a[1].toInt());
     else if (word == "printed") {
         if (printer_->printed() != a[0].toInt())
             throw Failure{QStringLiteral("expected %1 printouts, found %2").arg(a[0]).arg(printer_->printed())};
-    } else if (word == "print-has") printHas(a[0]);
-    else if (word == "setting") setting(a[0], a[1], a[2]);
-    else if (word == "activate") form_->activated();
-    else if (word == "close") close();
-    else if (word == "start") start();
-    else if (word == "shot") shot(a[0]);
-    else if (word == "wait") letTimePass(a[0].toInt());
+    } else if (word == "print-has")
+        printHas(a[0]);
+    else if (word == "setting")
+        setting(a[0], a[1], a[2]);
+    else if (word == "activate")
+        form_->activated();
+    else if (word == "close")
+        close();
+    else if (word == "start")
+        start();
+    else if (word == "shot")
+        shot(a[0]);
+    else if (word == "wait")
+        letTimePass(a[0].toInt());
     // A question without an answer must not stay open: it was answered with "no" and is a fault.
 }
 
@@ -279,7 +298,8 @@ QString Player::property(const QString& control, const QString& name) const
         if (name == "caption" || name == "text") return label->caption();
         if (name == "background") return app::painted(label->backColor(), widget->palette()).name();
         if (name == "enabled") return yesNo(label->enabled());
-        if (auto* check = qobject_cast<app::CheckButton*>(label); check && name == "checked") return yesNo(check->value());
+        if (auto* check = qobject_cast<app::CheckButton*>(label); check && name == "checked")
+            return yesNo(check->value());
         if (auto* option = qobject_cast<app::OptionButton*>(label); option && name == "checked")
             return yesNo(option->value());
     }
@@ -322,15 +342,16 @@ void Player::cell(int row, int column, const QString& value)
     if (!model) throw Failure{QStringLiteral("the grid has no rows yet")};
     const int at = row < 0 ? model->rowCount() + row : row;
     if (at < 0 || at >= model->rowCount() || column < 0 || column >= model->columnCount())
-        throw Failure{QStringLiteral("the grid has %1 rows and %2 columns").arg(model->rowCount()).arg(model->columnCount())};
+        throw Failure{
+            QStringLiteral("the grid has %1 rows and %2 columns").arg(model->rowCount()).arg(model->columnCount())};
     const QString found = model->index(at, column).data().toString();
     if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
 }
 
 void Player::table(const QString& name, int count)
 {
-    const std::shared_ptr<store::Engine> database = databases_.open(form_ ? form_->DataCari.databaseName()
-                                                                           : options_.directory + "/Yag.mdb");
+    const std::shared_ptr<store::Engine> database =
+        databases_.open(form_ ? form_->DataCari.databaseName() : options_.directory + "/Yag.mdb");
     const std::size_t found = database->open(name).rows.size();
     if (found != static_cast<std::size_t>(count))
         throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
@@ -339,7 +360,8 @@ void Player::table(const QString& name, int count)
 void Player::printHas(const QString& text)
 {
     const std::optional<QString> printed = textOfPdf(printer_->lastPdf());
-    if (!printed) throw Failure{QStringLiteral("pdftotext (Debian package poppler-utils) is needed to read a printout")};
+    if (!printed)
+        throw Failure{QStringLiteral("pdftotext (Debian package poppler-utils) is needed to read a printout")};
     if (!printed->contains(text.simplified()))
         throw Failure{QStringLiteral("expected a printout with '%1', found '%2'").arg(text, *printed)};
 }
