@@ -102,7 +102,7 @@ private:
             if (view.level() != height && (view.isLeaf() || view.level() != 0)) fault(page, "düzeyi yanlış");
             for (std::size_t i = 0; i < view.count(); ++i) {
                 view.copyEntry(i, entry);
-                if (!previous.empty() && !(previous < entry)) fault(page, "girişler sırasız");
+                if (!previous.empty() && compareEntries(previous, entry) >= 0) fault(page, "girişler sırasız");
                 previous = entry;
             }
             checkLinks(level, at, view);

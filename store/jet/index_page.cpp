@@ -20,7 +20,7 @@ std::uint32_t getU32BigEndian(const std::uint8_t* p)
            static_cast<std::uint32_t>(p[2]) << 8 | p[3];
 }
 
-int compare(Entry a, Entry b)
+int compareBytes(Entry a, Entry b)
 {
     const std::size_t common = std::min(a.size(), b.size());
     const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
@@ -52,6 +52,13 @@ Key entryOf(std::span<const std::uint8_t> key, RowId row)
     entry.insert(entry.end(), {static_cast<std::uint8_t>(row.page >> 16), static_cast<std::uint8_t>(row.page >> 8),
                                static_cast<std::uint8_t>(row.page), row.slot});
     return entry;
+}
+
+int compareEntries(Entry a, Entry b)
+{
+    const int order = compareBytes(a.first(a.size() - rowIdBytes), b.first(b.size() - rowIdBytes));
+    return order != 0 ? order
+                      : std::memcmp(a.data() + a.size() - rowIdBytes, b.data() + b.size() - rowIdBytes, rowIdBytes);
 }
 
 RowId rowOf(Entry entry)
@@ -127,13 +134,14 @@ bool IndexPage::entryIs(std::size_t i, Entry entry) const
 std::size_t IndexPage::lowerBound(Entry entry) const
 {
     if (count_ == 0) return 0;
-    const int order = compare(entry.first(std::min(prefix_, entry.size())), page_.subspan(at::area, prefix_));
+    const std::size_t keyBytes = entry.size() - rowIdBytes;
+    const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area, prefix_));
     if (order != 0) return order < 0 ? 0 : count_;
     const Entry wanted = entry.subspan(prefix_);
     std::size_t low = 0, high = count_;
     while (low < high) {
         const std::size_t middle = (low + high) / 2;
-        if (compare(rest(middle), wanted) < 0)
+        if (compareEntries(rest(middle), wanted) < 0)
             low = middle + 1;
         else
             high = middle;

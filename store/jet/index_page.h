@@ -31,8 +31,12 @@ inline constexpr std::size_t free = 2, owner = 4, zero = 8, previous = 12, next 
                              level = 26, mask = 27, area = 480;
 }
 
-/// Key bytes and row id joined: what entries are ordered by.
+/// Key bytes and row id joined.
 Key entryOf(std::span<const std::uint8_t> key, RowId row);
+/// The order of entries: by key bytes, a key before all longer ones that begin with it, then by row id. Both are given
+/// without a child page. Keys end with themselves but for that of an empty Binary, which all others begin with:
+/// comparing the joined bytes would let its row id decide where it stands.
+int compareEntries(Entry a, Entry b);
 RowId rowOf(Entry entry); ///< of a leaf entry, or of a node entry without its child page
 /// A node's entry: the last entry under the child, and the child's page.
 Key nodeEntryOf(Entry last, PageNo child);
@@ -54,7 +58,7 @@ public:
     std::size_t usedBytes() const { return count_ == 0 ? 0 : ends_[count_ - 1]; }
     PageView bytes() const { return page_; }
 
-    /// Entry `i` as it is ordered: key and row id, a node's child page left out.
+    /// Key and row id of entry `i`, a node's child page left out.
     void copyEntry(std::size_t i, Key& into) const;
     bool entryIs(std::size_t i, Entry entry) const;
     /// The first entry that is not less than `entry`; count() when there is none.

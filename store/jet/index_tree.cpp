@@ -14,12 +14,10 @@ constexpr std::size_t maxDepth = 24;
 
 constexpr const char* cycle = "dizin sayfaları bir döngü oluşturuyor";
 
-bool startsWith(Entry entry, Entry key)
+bool hasKeyBytes(Entry entry, Entry key)
 {
-    return entry.size() >= key.size() && std::equal(key.begin(), key.end(), entry.begin());
+    return entry.size() == key.size() + rowIdBytes && std::equal(key.begin(), key.end(), entry.begin());
 }
-
-bool hasExactKey(Entry entry, Entry key) { return entry.size() == key.size() + rowIdBytes && startsWith(entry, key); }
 
 /// Where to cut the overfull entries [0, size) into runs that fit a page each; the ends of all runs but the last.
 std::vector<std::size_t> cuts(const IndexPageImage& image, bool growing)
@@ -98,14 +96,15 @@ PageNo IndexTree::descend(Entry entry, Path& path) const
 void IndexTree::walk(Entry from, const std::function<bool(Entry, RowId)>& visit) const
 {
     Path path;
-    PageNo page = descend(from, path);
+    const Key least = entryOf(from, RowId{});
+    PageNo page = descend(least, path);
     Key entry;
     bool first = true;
     for (PageNo visited = 0; page != 0; ++visited) {
         if (visited > pager_.pageCount()) throwDamaged(pager_, page, cycle);
         const IndexPage leaf(pager_, page, tableDefinition_);
         if (!leaf.isLeaf()) throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");
-        for (std::size_t i = first ? leaf.lowerBound(from) : 0; i < leaf.count(); ++i) {
+        for (std::size_t i = first ? leaf.lowerBound(least) : 0; i < leaf.count(); ++i) {
             leaf.copyEntry(i, entry);
             if (!visit(Entry(entry).first(entry.size() - rowIdBytes), rowOf(entry))) return;
         }
@@ -118,8 +117,9 @@ bool IndexTree::hasKey(Entry key, RowId except) const
 {
     bool found = false;
     walk(key, [&](Entry at, RowId row) {
-        found = at.size() == key.size() && startsWith(at, key) && row != except;
-        return !found && startsWith(at, key);
+        const bool same = std::ranges::equal(at, key);
+        found = same && row != except;
+        return same && !found;
     });
     return found;
 }
@@ -142,9 +142,9 @@ bool IndexTree::differsFromNeighbours(PageNo leaf, std::size_t place, Entry key)
         }
     };
     nearest(leaf, place, true);
-    if (hasExactKey(entry, key)) return false;
+    if (hasKeyBytes(entry, key)) return false;
     nearest(leaf, place, false);
-    return !hasExactKey(entry, key);
+    return !hasKeyBytes(entry, key);
 }
 
 bool IndexTree::insert(std::span<const std::uint8_t> key, RowId row)

@@ -18,7 +18,7 @@ using Key = std::vector<std::uint8_t>;
 struct IndexPageImage;
 
 /// One index on disk: a tree of pages under a root that never moves. Entries are key bytes with the row id of the
-/// row's head, strictly increasing by unsigned byte comparison of both.
+/// row's head, strictly increasing by unsigned comparison of the key bytes, then of the row id.
 ///
 /// What always holds after a change: every node's entry is the last entry of that child's subtree, leaves are linked
 /// from left to right across the whole tree, and the owned map has the bit of every page of the tree.
