@@ -1,0 +1,285 @@
+#include "scale/frm_properties.h"
+
+#include "base/letters.h"
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <optional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace scale {
+
+namespace {
+
+constexpr int touchHeight = 48; ///< pixels: what a finger hits without looking twice
+constexpr int portCount = 16;
+
+/// Lets a failing statement be skipped and remembers the error of the last one that failed.
+class Trap {
+public:
+    template <class Statement> void operator()(Statement&& statement)
+    {
+        try {
+            statement();
+        } catch (const base::RuntimeError& error) {
+            error_ = error;
+        }
+    }
+    const std::optional<base::RuntimeError>& error() const { return error_; }
+
+private:
+    std::optional<base::RuntimeError> error_;
+};
+
+QComboBox* dropDownList(const QString& name, QWidget* parent)
+{
+    auto* const list = new QComboBox(parent);
+    list->setObjectName(name);
+    list->setMinimumHeight(touchHeight);
+    list->setMaxVisibleItems(8);
+    return list;
+}
+
+void addEntries(QComboBox* list, const QStringList& entries)
+{
+    list->clear();
+    for (const QString& entry : entries) {
+        list->addItem(entry);
+        list->setItemData(list->count() - 1, QSize(0, touchHeight), Qt::SizeHintRole);
+    }
+    list->setCurrentIndex(-1);
+}
+
+/// A list takes no text that is not one of its entries.
+void chooseText(QComboBox* list, const QString& text)
+{
+    const int index = list->findText(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (index < 0) throw base::runtimeError(base::errors::readOnlyText);
+    list->setCurrentIndex(index);
+}
+
+void chooseIndex(QComboBox* list, int index)
+{
+    if (index < -1 || index >= list->count()) throw commError(base::errors::invalidProperty);
+    list->setCurrentIndex(index);
+}
+
+QGroupBox* optionGroup(const QString& title, const QString& name, const QStringList& captions,
+                       std::vector<QRadioButton*>& options, QWidget* parent)
+{
+    auto* const group = new QGroupBox(title, parent);
+    auto* const row = new QHBoxLayout(group);
+    for (const QString& caption : captions) {
+        auto* const option = new QRadioButton(caption, group);
+        option->setObjectName(u"%1(%2)"_s.arg(name).arg(options.size()));
+        option->setMinimumSize(2 * touchHeight, touchHeight);
+        row->addWidget(option);
+        options.push_back(option);
+    }
+    row->addStretch();
+    return group;
+}
+
+QString portText(int number) { return u"Com"_s + QString::number(number); }
+
+} // namespace
+
+frmProperties::frmProperties(CommControl& control, PropertiesDoors doors, QWidget* parent)
+    : QDialog(parent), control_(control), doors_(std::move(doors))
+{
+    setObjectName(u"frmProperties"_s);
+    setWindowTitle(u"Port Ayarları"_s);
+    build();
+}
+
+void frmProperties::build()
+{
+    auto* const lists = new QFormLayout;
+    const auto add = [&](QComboBox*& list, const QString& name, const QString& label) {
+        list = dropDownList(name, this);
+        list->setAccessibleName(label);
+        auto* const caption = new QLabel(label, this);
+        caption->setMinimumHeight(touchHeight); // in the middle of its row
+        caption->setBuddy(list);
+        lists->addRow(caption, list);
+    };
+    add(cboPort, u"cboPort"_s, u"Bağlantı noktası"_s);
+    device_ = new QLabel(this);
+    device_->setTextFormat(Qt::PlainText);
+    lists->addRow(QString(), device_);
+    add(cboSpeed, u"cboSpeed"_s, u"Hız"_s);
+    add(cboDataBits, u"cboDataBits"_s, u"Veri bitleri"_s);
+    add(cboParity, u"cboParity"_s, u"Eşlik"_s);
+    add(cboStopBits, u"cboStopBits"_s, u"Dur bitleri"_s);
+
+    auto* const flow =
+        optionGroup(u"Akış denetimi"_s, u"optFlow"_s, {u"Yok"_s, u"Xon/Xoff"_s, u"RTS"_s, u"Xon/RTS"_s}, optFlow, this);
+    auto* const echo = optionGroup(u"Yankı"_s, u"optEcho"_s, {u"Kapalı"_s, u"Açık"_s}, optEcho, this);
+
+    const auto button = [this](const QString& name, const QString& caption) {
+        auto* const made = new QPushButton(caption, this);
+        made->setObjectName(name);
+        made->setMinimumSize(3 * touchHeight, touchHeight);
+        return made;
+    };
+    cmdOK = button(u"cmdOK"_s, u"Tamam"_s);
+    cmdOK->setDefault(true);
+    cmdCancel = button(u"cmdCancel"_s, u"İptal"_s);
+    auto* const buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cmdOK);
+    buttons->addWidget(cmdCancel);
+
+    auto* const rows = new QVBoxLayout(this);
+    rows->addLayout(lists);
+    rows->addWidget(flow);
+    rows->addWidget(echo);
+    rows->addLayout(buttons);
+
+    for (std::size_t i = 0; i < optFlow.size(); ++i)
+        connect(optFlow[i], &QRadioButton::toggled, this, [this, i](bool on) {
+            if (on) optFlow_Click(static_cast<int>(i));
+        });
+    for (std::size_t i = 0; i < optEcho.size(); ++i)
+        connect(optEcho[i], &QRadioButton::toggled, this, [this, i](bool on) {
+            if (on) optEcho_Click(static_cast<int>(i));
+        });
+    connect(cboPort, &QComboBox::currentIndexChanged, this, &frmProperties::showDevice);
+    connect(cmdOK, &QPushButton::clicked, this, &frmProperties::cmdOK_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &frmProperties::cmdCancel_Click);
+}
+
+void frmProperties::Form_Load()
+{
+    fill();
+    adjustSize();
+    const QRect area = screen()->geometry();
+    move(area.left() + (area.width() - width()) / 2, area.top() + (area.height() - height()) / 2);
+    preset();
+}
+
+void frmProperties::fill()
+{
+    QStringList ports;
+    for (int number = 1; number <= portCount; ++number) ports += portText(number);
+    addEntries(cboPort, ports);
+    for (int number = 1; number <= portCount; ++number) {
+        const auto device = doors_.ports(number);
+        cboPort->setItemData(number - 1, device.value_or(u"Bağlı aygıt yok"_s), Qt::ToolTipRole);
+    }
+    addEntries(cboSpeed,
+               {u"110"_s, u"300"_s, u"600"_s, u"1200"_s, u"2400"_s, u"4800"_s, u"9600"_s, u"14400"_s, u"19200"_s,
+                u"28800"_s, u"38400"_s, u"56000"_s, u"57600"_s, u"115200"_s, u"128000"_s, u"256000"_s});
+    addEntries(cboDataBits, {u"4"_s, u"5"_s, u"6"_s, u"7"_s, u"8"_s});
+    addEntries(cboParity, {u"Even"_s, u"Odd"_s, u"None"_s, u"Mark"_s, u"Space"_s});
+    addEntries(cboStopBits, {u"1"_s, u"1.5"_s, u"2"_s});
+}
+
+void frmProperties::preset()
+{
+    // The tail is taken to be a comma, the parity letter, a comma, the data bits, a comma and the stop bits.
+    const QString s = control_.settings();
+    const int length = static_cast<int>(s.size());
+    const int d = base::instr(s, u".") > 0 ? 2 : 0;
+    chooseText(cboSpeed, base::left(s, length - 6 - d));
+    const int parity = static_cast<int>(u"eonms"_s.indexOf(base::mid(s, length - 4 - d, 1)));
+    if (parity >= 0) cboParity->setCurrentIndex(parity);
+    chooseText(cboDataBits, base::mid(s, length - 2 - d, 1));
+    chooseText(cboStopBits, base::right(s, 1 + d));
+    chooseIndex(cboPort, control_.commPort() - 1);
+
+    // The index is set by hand as well: choosing a button that is chosen already clicks nothing.
+    flow_ = control_.handshaking();
+    optFlow.at(static_cast<std::size_t>(flow_))->setChecked(true);
+    optEcho[echo_ ? 1 : 0]->setChecked(true);
+}
+
+void frmProperties::showDevice()
+{
+    const QString device = cboPort->currentData(Qt::ToolTipRole).toString();
+    cboPort->setToolTip(device);
+    device_->setText(device);
+}
+
+void frmProperties::optFlow_Click(int Index) { flow_ = Index; }
+
+void frmProperties::optEcho_Click(int Index) { echo_ = Index == 1; }
+
+void frmProperties::cmdCancel_Click() { reject(); }
+
+void frmProperties::cmdOK_Click()
+{
+    if (!applyPort() || !applySettings() || !applyFlow()) return;
+    save();
+    // Always, whatever the port was before the dialog; a failure shows in the menu item's caption.
+    Trap()([this] { control_.setPortOpen(true); });
+    accept();
+}
+
+bool frmProperties::applyPort()
+{
+    const int before = control_.commPort();
+    const int chosen = cboPort->currentIndex() + 1;
+    if (chosen == before) return true;
+
+    Trap trap;
+    const bool wasOpen = control_.portOpen();
+    if (wasOpen) trap([this] { control_.setPortOpen(false); });
+    trap([&] { control_.setCommPort(chosen); });
+    if (!trap.error() && wasOpen) trap([this] { control_.setPortOpen(true); });
+    if (!trap.error()) return true;
+
+    doors_.warn(trap.error()->text());
+    Trap()([&] { control_.setCommPort(before); });
+    return false;
+}
+
+bool frmProperties::applySettings()
+{
+    Trap trap;
+    trap([this] {
+        control_.setSettings(
+            base::trimBlanks(cboSpeed->currentText()) + u',' + base::left(cboParity->currentText(), 1) + u',' +
+            base::trimBlanks(cboDataBits->currentText()) + u',' + base::trimBlanks(cboStopBits->currentText()));
+    });
+    if (trap.error()) doors_.warn(trap.error()->text());
+    return !trap.error();
+}
+
+bool frmProperties::applyFlow()
+{
+    Trap trap;
+    trap([this] { control_.setHandshaking(flow_); });
+    if (trap.error()) doors_.warn(trap.error()->text());
+    return !trap.error();
+}
+
+void frmProperties::save()
+{
+    // What the control reports, not what the lists say: the stored string is one that it accepted.
+    Trap trap;
+    trap([this] { doors_.save(u"Settings"_s, control_.settings()); });
+    trap([this] { doors_.save(u"CommPort"_s, QString::number(control_.commPort())); });
+    trap([this] { doors_.save(u"Handshaking"_s, QString::number(control_.handshaking())); });
+    trap([this] { doors_.save(u"Echo"_s, echo_ ? u"True"_s : u"False"_s); });
+    // The choice is in force, but it will be gone after the next start: that must not go unsaid.
+    if (trap.error()) doors_.warn(trap.error()->text());
+}
+
+QString runPortSettings(CommControl& control, const std::function<void()>& show)
+{
+    if (control.portOpen()) Trap()([&] { control.setPortOpen(false); });
+    Trap()(show);
+    return control.portOpen() ? u"Port Ayar Com="_s + QString::number(control.commPort()) : u"Port Ayarları"_s;
+}
+
+} // namespace scale
