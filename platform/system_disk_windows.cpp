@@ -1,0 +1,255 @@
+#include "platform/system_disk.h"
+
+#include "store/jet/error.h"
+
+#include <algorithm>
+#include <string>
+
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX // the compiler's own library may have said so already
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+namespace platform {
+
+namespace {
+
+using jet::Error;
+using jet::Fault;
+
+// Locked bytes cannot be read or written by others here: they lie past the largest database.
+constexpr std::uint64_t writerByte = 0x80000001;
+constexpr std::uint64_t readersByte = 0x80000002;
+constexpr std::size_t largestTransfer = std::size_t{1} << 30;
+
+std::string quoted(const std::filesystem::path& path)
+{
+    const auto utf8 = path.u8string();
+    return "'" + std::string(utf8.begin(), utf8.end()) + "'";
+}
+
+/// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
+[[noreturn]] void fail(const std::filesystem::path& path, const char* done, DWORD code = GetLastError())
+{
+    switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+        throw Error(Fault::notFound, quoted(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
+    case ERROR_ACCESS_DENIED:
+    case ERROR_PRIVILEGE_NOT_HELD:
+        throw Error(Fault::noPermission,
+                    quoted(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
+    case ERROR_WRITE_PROTECT:
+        throw Error(Fault::noPermission,
+                    quoted(path) + ' ' + done + ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+        throw Error(Fault::inUse,
+                    quoted(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+        throw Error(Fault::exists, quoted(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+        throw Error(Fault::disk, quoted(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
+    default:
+        throw Error(Fault::disk, quoted(path) + ' ' + done + ": disk hatası (Windows " + std::to_string(code) +
+                                     "); diski denetleyip yeniden deneyin.");
+    }
+}
+
+/// A system handle that is closed with its scope.
+class Handle {
+public:
+    explicit Handle(HANDLE handle) : handle_(handle) {}
+    ~Handle()
+    {
+        if (valid()) CloseHandle(handle_);
+    }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    Handle(Handle&& other) noexcept : handle_(other.handle_) { other.handle_ = INVALID_HANDLE_VALUE; }
+    Handle& operator=(Handle&&) = delete;
+    bool valid() const { return handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+OVERLAPPED placeAt(std::uint64_t offset)
+{
+    OVERLAPPED place = {};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return place;
+}
+
+class SystemFile final : public jet::File {
+public:
+    SystemFile(Handle handle, std::filesystem::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
+
+    std::uint64_t size() override
+    {
+        LARGE_INTEGER size = {};
+        if (!GetFileSizeEx(handle_.get(), &size)) fail(path_, "okunamadı");
+        return static_cast<std::uint64_t>(size.QuadPart);
+    }
+
+    std::size_t read(std::uint64_t offset, std::span<std::uint8_t> into) override
+    {
+        std::size_t done = 0;
+        while (done < into.size()) {
+            OVERLAPPED place = placeAt(offset + done);
+            DWORD got = 0;
+            const auto wanted = static_cast<DWORD>(std::min(into.size() - done, largestTransfer));
+            if (!ReadFile(handle_.get(), into.data() + done, wanted, &got, &place)) {
+                if (GetLastError() == ERROR_HANDLE_EOF) break;
+                fail(path_, "okunamadı");
+            }
+            if (got == 0) break;
+            done += got;
+        }
+        return done;
+    }
+
+    void write(std::uint64_t offset, std::span<const std::uint8_t> bytes) override
+    {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            OVERLAPPED place = placeAt(offset + done);
+            DWORD put = 0;
+            const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done, largestTransfer));
+            if (!WriteFile(handle_.get(), bytes.data() + done, wanted, &put, &place)) fail(path_, "yazılamadı");
+            done += put;
+        }
+    }
+
+    void truncate(std::uint64_t size) override
+    {
+        LARGE_INTEGER end = {};
+        end.QuadPart = static_cast<LONGLONG>(size);
+        if (!SetFilePointerEx(handle_.get(), end, nullptr, FILE_BEGIN) || !SetEndOfFile(handle_.get()))
+            fail(path_, "kısaltılamadı");
+    }
+
+    void sync() override
+    {
+        if (!FlushFileBuffers(handle_.get())) fail(path_, "diske yazılamadı");
+    }
+
+    bool lock(Lock wanted) override
+    {
+        const bool writer = wanted == Lock::writer || wanted == Lock::commit;
+        const Held readers = wanted == Lock::commit ? Held::alone : wanted == Lock::reader ? Held::shared : Held::none;
+        // Take before giving up: a refused change leaves the lock that was held.
+        const Held writerBefore = writer_;
+        if (writer && !hold(writer_, writerByte, Held::alone)) return false;
+        const Held readersBefore = readers_;
+        if (!hold(readers_, readersByte, readers)) {
+            // A shared lock cannot grow in place and was given up for the attempt. Should another program have taken
+            // the byte in between, the loss shows in readers_, and the next attempt asks anew.
+            hold(readers_, readersByte, readersBefore);
+            hold(writer_, writerByte, writerBefore);
+            return false;
+        }
+        if (!writer) hold(writer_, writerByte, Held::none);
+        return true;
+    }
+
+private:
+    enum class Held { none, shared, alone };
+
+    bool hold(Held& now, std::uint64_t byte, Held wanted)
+    {
+        if (now == wanted) return true;
+        OVERLAPPED place = placeAt(byte);
+        if (now != Held::none) {
+            if (!UnlockFileEx(handle_.get(), 0, 1, 0, &place)) fail(path_, "kilidi açılamadı");
+            now = Held::none;
+            if (wanted == Held::none) return true;
+        }
+        place = placeAt(byte);
+        const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (wanted == Held::alone ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+        if (!LockFileEx(handle_.get(), flags, 0, 1, 0, &place)) {
+            if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING) return false;
+            fail(path_, "kilitlenemedi");
+        }
+        now = wanted;
+        return true;
+    }
+
+    Handle handle_;
+    std::filesystem::path path_;
+    Held writer_ = Held::none;
+    Held readers_ = Held::none;
+};
+
+class SystemDisk final : public jet::Disk {
+public:
+    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    {
+        const char* const done = access == Access::createNew ? "oluşturulamadı" : "açılamadı";
+        const DWORD attributes = GetFileAttributesW(path.c_str());
+        if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            throw Error(Fault::isFolder, quoted(path) + " bir klasör; bir dosya seçin.");
+        const DWORD rights = access == Access::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+        // Whoever knows nothing of our locks, such as Access, is kept out by the sharing alone: nobody else may open
+        // for writing what we have open for writing. Readers must let a writer be there, or the two of ours could
+        // not meet.
+        const DWORD sharing = access == Access::readOnly ? FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE
+                                                         : FILE_SHARE_READ | FILE_SHARE_DELETE;
+        Handle handle(CreateFileW(path.c_str(), rights, sharing, nullptr,
+                                  access == Access::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                                  nullptr));
+        if (!handle.valid()) fail(path, done);
+        return std::make_unique<SystemFile>(std::move(handle), path);
+    }
+
+    bool exists(const std::filesystem::path& path) override
+    {
+        return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+
+    void remove(const std::filesystem::path& path) override
+    {
+        if (!DeleteFileW(path.c_str())) fail(path, "silinemedi");
+    }
+
+    void rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    {
+        if (!MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+            fail(from, "yeniden adlandırılamadı");
+    }
+
+    /// The file system here keeps names in its own journal and offers nothing to flush; renames are written through.
+    void syncFolder(const std::filesystem::path& /*folder*/) override {}
+
+    std::filesystem::path realPath(const std::filesystem::path& path) override
+    {
+        std::error_code none;
+        auto real = std::filesystem::canonical(path, none);
+        return none ? path : real;
+    }
+
+    bool heldElsewhere(const std::filesystem::path& path) override
+    {
+        // Denying everything succeeds only when nobody else has the file open.
+        const Handle handle(
+            CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        return !handle.valid() && GetLastError() != ERROR_FILE_NOT_FOUND;
+    }
+};
+
+} // namespace
+
+jet::Disk& systemDisk()
+{
+    static SystemDisk disk;
+    return disk;
+}
+
+} // namespace platform
