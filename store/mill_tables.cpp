@@ -1,0 +1,33 @@
+#include "store/mill_tables.h"
+
+namespace store {
+
+namespace {
+
+constexpr std::uint16_t longestName = 100;     ///< characters of a customer's name: its index keys stay short
+constexpr std::uint16_t longestContainer = 50; ///< characters of a container's name
+
+jet::NewColumn text(const char16_t* name, std::uint16_t size) { return {name, jet::ColumnType::text, size}; }
+jet::NewColumn number(const char16_t* name) { return {name, jet::ColumnType::doubleFloat}; }
+jet::NewColumn date(const char16_t* name) { return {name, jet::ColumnType::dateTime}; }
+
+} // namespace
+
+void createMillTables(jet::Database& database, jet::DateTime now)
+{
+    jet::Transaction change(database.pager());
+    database.createTable(
+        u"Cari", {text(u"Unvan", longestName), number(u"Yuzde"), text(u"Kap", longestContainer), number(u"Nakit")}, {},
+        now);
+    // Reports ask for periods.
+    jet::NewIndex byDate;
+    byDate.name = u"Tarih";
+    byDate.columns = {{u"Tarih", true}};
+    database.createTable(u"Hareket",
+                         {date(u"Tarih"), number(u"Zeytin"), number(u"Yağ"), number(u"Yuzde"), number(u"HakTut"),
+                          number(u"Nakit"), text(u"CariHar", longestName)},
+                         {byDate}, now);
+    change.commit();
+}
+
+} // namespace store
