@@ -1,0 +1,372 @@
+#include <cstddef> // moc stumbles over <compare> without it
+
+#include "store/jet/calendar.h"
+#include "store/jet/error.h"
+#include "tools/csv.h"
+#include "tools/field_text.h"
+
+#include <QTemporaryFile>
+#include <QtTest>
+
+using namespace tools;
+using jet::ColumnType;
+
+namespace {
+
+/// What a function writes to an Output.
+QByteArray written(const std::function<void(Output&)>& write)
+{
+    QTemporaryFile file;
+    if (!file.open()) qFatal("no temporary file");
+    Output out(file.handle());
+    write(out);
+    out.flush();
+    file.seek(0);
+    return file.readAll();
+}
+
+jet::Column columnOf(ColumnType type)
+{
+    jet::Column column;
+    column.type = type;
+    return column;
+}
+
+QByteArray textOf(const jet::Value& value)
+{
+    return written([&](Output& out) { FieldWriter(out).put(value); });
+}
+
+/// The same for many, through one writer.
+std::vector<std::string> textsOf(const std::vector<jet::Value>& values)
+{
+    const QByteArray all = written([&](Output& out) {
+        FieldWriter writer(out);
+        for (const jet::Value& value : values) {
+            writer.put(value);
+            out.put('\n');
+        }
+    });
+    std::vector<std::string> texts;
+    for (const QByteArray& line : all.split('\n')) texts.push_back(line.toStdString());
+    texts.pop_back();
+    return texts;
+}
+
+using Records = std::vector<std::vector<std::string>>;
+
+Records recordsOf(std::string_view text)
+{
+    CsvReader reader(text);
+    Records records;
+    std::vector<CsvField> record;
+    while (reader.next(record)) {
+        records.emplace_back();
+        for (const CsvField& field : record) records.back().push_back(field.text);
+    }
+    return records;
+}
+
+} // namespace
+
+class CsvTest : public QObject {
+    Q_OBJECT
+private slots:
+    void fieldsAreQuotedWhereTheyMustBe_data();
+    void fieldsAreQuotedWhereTheyMustBe();
+    void recordsAreRead_data();
+    void recordsAreRead();
+    void misplacedQuotesAreNamedWithTheirLine();
+    void recordsKnowTheirLine();
+    void valuesBecomeTexts_data();
+    void valuesBecomeTexts();
+    void everyDoubleComesBackExactly();
+    void everySecondComesBackExactly();
+    void textsBecomeValues_data();
+    void textsBecomeValues();
+    void wrongTextsAreRefused_data();
+    void wrongTextsAreRefused();
+    void unquotedEmptyFieldIsNull();
+    void longOutputIsWhole();
+};
+
+void CsvTest::fieldsAreQuotedWhereTheyMustBe_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("field");
+    const auto row = [](const char* name, const char* text, const char* field) {
+        QTest::newRow(name) << QByteArray(text) << QByteArray(field);
+    };
+    row("plain", "Ali Veli", "Ali Veli");
+    row("Turkish letters", "Şükrü Ağaoğlu", "Şükrü Ağaoğlu");
+    row("comma", "Ali, Veli", "\"Ali, Veli\"");
+    row("quote", "12\" boru", "\"12\"\" boru\"");
+    row("only a quote", "\"", "\"\"\"\"");
+    row("line end", "bir\niki", "\"bir\niki\"");
+    row("carriage return", "bir\riki", "\"bir\riki\"");
+    row("blanks stay", "  5 Litrelik Kap ", "  5 Litrelik Kap ");
+    row("empty text", "", "\"\"");
+}
+
+void CsvTest::fieldsAreQuotedWhereTheyMustBe()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, field);
+    QCOMPARE(written([&](Output& out) { putCsvText(out, text.toStdString()); }), field);
+    QCOMPARE(recordsOf(field.toStdString()), (Records{{text.toStdString()}}));
+}
+
+void CsvTest::recordsAreRead_data()
+{
+    QTest::addColumn<std::string>("text");
+    QTest::addColumn<Records>("records");
+    using namespace std::string_literals;
+    QTest::newRow("nothing") << ""s << Records{};
+    QTest::newRow("CR LF") << "a,b\r\n1,2\r\n"s << Records{{"a", "b"}, {"1", "2"}};
+    QTest::newRow("LF") << "a,b\n1,2\n"s << Records{{"a", "b"}, {"1", "2"}};
+    QTest::newRow("CR") << "a,b\r1,2\r"s << Records{{"a", "b"}, {"1", "2"}};
+    QTest::newRow("no end") << "a,b\n1,2"s << Records{{"a", "b"}, {"1", "2"}};
+    QTest::newRow("byte order mark") << "\xEF\xBB\xBF"s + "a,b\n"s << Records{{"a", "b"}};
+    QTest::newRow("empty fields") << ",,\n"s << Records{{"", "", ""}};
+    QTest::newRow("empty lines") << "\n\na\n\n\nb\n\n"s << Records{{"a"}, {"b"}};
+    QTest::newRow("comma inside") << "\"a,b\",c\n"s << Records{{"a,b", "c"}};
+    QTest::newRow("line inside") << "\"a\r\nb\",c\n"s << Records{{"a\r\nb", "c"}};
+    QTest::newRow("quote inside") << "\"a\"\"b\",\"\"\"\"\n"s << Records{{"a\"b", "\""}};
+    QTest::newRow("quote later on") << "a\"b,c\n"s << Records{{"a\"b", "c"}};
+    QTest::newRow("quoted end") << "a,\"b\""s << Records{{"a", "b"}};
+}
+
+void CsvTest::recordsAreRead()
+{
+    QFETCH(std::string, text);
+    QFETCH(Records, records);
+    QCOMPARE(recordsOf(text), records);
+}
+
+void CsvTest::misplacedQuotesAreNamedWithTheirLine()
+{
+    for (const char* text : {"a\nb\n\"c", "a\nb\n\"c\"d,e\n"}) {
+        try {
+            recordsOf(text);
+            QFAIL("was read");
+        } catch (const jet::Error& error) {
+            QCOMPARE(error.fault(), jet::Fault::syntax);
+            QVERIFY2(std::string(error.what()).find("3. satır") != std::string::npos, error.what());
+        }
+    }
+}
+
+void CsvTest::recordsKnowTheirLine()
+{
+    CsvReader reader("a\r\n\"b\nb\nb\"\r\n\r\nc\r\n");
+    std::vector<CsvField> record;
+    std::vector<std::size_t> lines;
+    while (reader.next(record)) lines.push_back(reader.line());
+    QCOMPARE(lines, (std::vector<std::size_t>{1, 2, 6}));
+    QCOMPARE(reader.percent(), 100);
+}
+
+void CsvTest::valuesBecomeTexts_data()
+{
+    QTest::addColumn<jet::Value>("value");
+    QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char* name, jet::Value value, const char* text) {
+        QTest::newRow(name) << value << QByteArray(text);
+    };
+    using jet::Currency;
+    using jet::DateTime;
+    row("null", {}, "");
+    row("true", true, "true");
+    row("false", false, "false");
+    row("byte", std::uint8_t{255}, "255");
+    row("integer", std::int16_t{-32768}, "-32768");
+    row("long", std::int32_t{INT32_MIN}, "-2147483648");
+    row("whole double", 1250.0, "1250");
+    row("hundred thousand", 100000.0, "100000");
+    row("one decimal", 0.5, "0.5");
+    row("two decimals", -12.25, "-12.25");
+    row("a tenth", 0.1, "0.1");
+    row("many decimals", 1.0 / 3, "0.3333333333333333");
+    row("tiny", 1e-300, "1e-300");
+    row("huge", 1e300, "1e+300");
+    row("minus zero", -0.0, "-0");
+    row("single", 0.1F, "0.1");
+    row("money", Currency{125000}, "12.5");
+    row("whole money", Currency{700000}, "70");
+    row("least money", Currency{-1}, "-0.0001");
+    row("smallest money", Currency{INT64_MIN}, "-922337203685477.5808");
+    row("date", DateTime{45981.586863425924}, "2025-11-20T14:05:05");
+    row("midnight", DateTime{45981}, "2025-11-20T00:00:00");
+    row("before day zero", DateTime{-1.25}, "1899-12-29T06:00:00");
+    row("day zero", DateTime{0.75}, "1899-12-30T18:00:00");
+    row("year 100", DateTime{-657434}, "0100-01-01T00:00:00");
+    row("last day", DateTime{2958465.99998}, "9999-12-31T23:59:58.272");
+    row("no date", DateTime{1e9}, "1000000000");
+    row("text", std::u16string(u"Yağ, \"sızma\""), "\"Yağ, \"\"sızma\"\"\"");
+    row("empty text", std::u16string(), "\"\"");
+    row("bytes", jet::Bytes{0, 0x1F, 0xAB}, "001fab");
+    row("no bytes", jet::Bytes{}, "\"\"");
+    row("numeric", jet::Numeric{false, {0, 0, 0, 125}, 2}, "1.25");
+    row("numeric with zeros", jet::Numeric{true, {0, 0, 0, 12500}, 4}, "-1.25");
+    row("whole numeric", jet::Numeric{false, {0, 0, 0, 500}, 2}, "5");
+    row("numeric below one", jet::Numeric{true, {0, 0, 0, 5}, 3}, "-0.005");
+    row("numeric zero", jet::Numeric{false, {}, 4}, "0");
+    row("long numeric", jet::Numeric{false, {0, 1, 0, 0}, 0}, "18446744073709551616");
+    row("guid", jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}},
+        "{12345678-9abc-def0-0102-030405060708}");
+}
+
+void CsvTest::valuesBecomeTexts()
+{
+    QFETCH(jet::Value, value);
+    QFETCH(QByteArray, text);
+    QCOMPARE(textOf(value), text);
+}
+
+void CsvTest::everyDoubleComesBackExactly()
+{
+    std::mt19937_64 random(1);
+    std::vector<jet::Value> numbers;
+    for (int i = 0; i < 20000; ++i) {
+        double number = 0;
+        const std::uint64_t bits = random();
+        switch (i % 4) {
+        case 0:
+            std::memcpy(&number, &bits, sizeof number);
+            break;
+        case 1:
+            number = static_cast<double>(static_cast<std::int64_t>(bits) >> 30) / 100;
+            break;
+        case 2:
+            number = static_cast<double>(bits % 1000000) / 1000 + 0.1;
+            break;
+        default:
+            number = std::nextafter(static_cast<double>(bits % 10000) / 100, 1e9);
+        }
+        if (std::isfinite(number)) numbers.emplace_back(number);
+    }
+    const auto texts = textsOf(numbers);
+    QCOMPARE(texts.size(), numbers.size());
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const double number = std::get<double>(numbers[i]);
+        const double back = std::strtod(texts[i].c_str(), nullptr);
+        QVERIFY2(std::memcmp(&back, &number, sizeof number) == 0, texts[i].c_str());
+        QCOMPARE(std::get<double>(parseField({texts[i], false}, columnOf(ColumnType::doubleFloat))), number);
+    }
+}
+
+void CsvTest::everySecondComesBackExactly()
+{
+    std::mt19937 random(2);
+    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    std::vector<jet::Value> moments;
+    for (int i = 0; i < 20000; ++i)
+        moments.emplace_back(
+            *jet::dateTime(100 + below(9900), 1 + below(12), 1 + below(28), below(24), below(60), below(60)));
+    const auto texts = textsOf(moments);
+    for (std::size_t i = 0; i < moments.size(); ++i) {
+        QCOMPARE(texts[i].size(), std::size_t{19});
+        QVERIFY(parseField({texts[i], false}, columnOf(ColumnType::dateTime)) == moments[i]);
+    }
+}
+
+void CsvTest::textsBecomeValues_data()
+{
+    QTest::addColumn<ColumnType>("type");
+    QTest::addColumn<std::string>("text");
+    QTest::addColumn<jet::Value>("value");
+    const auto row = [](const char* name, ColumnType type, const char* text, jet::Value value) {
+        QTest::newRow(name) << type << std::string(text) << value;
+    };
+    row("true", ColumnType::boolean, "TRUE", true);
+    row("one", ColumnType::boolean, "1", true);
+    row("minus one", ColumnType::boolean, "-1", true);
+    row("zero", ColumnType::boolean, "0", false);
+    row("byte", ColumnType::byte, "255", std::uint8_t{255});
+    row("plus", ColumnType::longInteger, "+7", std::int32_t{7});
+    row("money", ColumnType::currency, "12.34567", jet::Currency{123457});
+    row("double", ColumnType::doubleFloat, "1e3", 1000.0);
+    row("numeric", ColumnType::numeric, "-1.50", jet::Numeric{true, {0, 0, 0, 150}, 2});
+    row("day", ColumnType::dateTime, "2025-11-20", jet::DateTime{45981});
+    row("minute", ColumnType::dateTime, "2025-11-20 12:00", jet::DateTime{45981.5});
+    row("half a second", ColumnType::dateTime, "1899-12-30T00:00:00.5", jet::DateTime{0.5 / 86400});
+    row("text", ColumnType::text, "Yağ", std::u16string(u"Yağ"));
+    row("bytes", ColumnType::binary, "00fF", jet::Bytes{0, 255});
+    row("guid", ColumnType::guid, "12345678-9ABC-DEF0-0102-030405060708",
+        jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}});
+}
+
+void CsvTest::textsBecomeValues()
+{
+    QFETCH(ColumnType, type);
+    QFETCH(std::string, text);
+    QFETCH(jet::Value, value);
+    QVERIFY(parseField({text, false}, columnOf(type)) == value);
+}
+
+void CsvTest::wrongTextsAreRefused_data()
+{
+    QTest::addColumn<ColumnType>("type");
+    QTest::addColumn<std::string>("text");
+    const auto row = [](const char* name, ColumnType type, const char* text) {
+        QTest::newRow(name) << type << std::string(text);
+    };
+    row("boolean", ColumnType::boolean, "evet");
+    row("byte too large", ColumnType::byte, "256");
+    row("negative byte", ColumnType::byte, "-1");
+    row("half integer", ColumnType::integer, "1.5");
+    row("long too large", ColumnType::longInteger, "2147483648");
+    row("decimal comma", ColumnType::doubleFloat, "1,5");
+    row("trailing text", ColumnType::doubleFloat, "1.5kg");
+    row("blank", ColumnType::doubleFloat, " ");
+    row("two points", ColumnType::currency, "1.2.3");
+    row("too much money", ColumnType::currency, "1000000000000000");
+    row("point alone", ColumnType::numeric, ".");
+    row("numeric too large", ColumnType::numeric, "999999999999999999999999999999999999999999");
+    row("month 13", ColumnType::dateTime, "2025-13-01");
+    row("29 February", ColumnType::dateTime, "2025-02-29");
+    row("hour 24", ColumnType::dateTime, "2025-11-20T24:00:00");
+    row("Turkish date", ColumnType::dateTime, "20.11.2025");
+    row("text behind the date", ColumnType::dateTime, "2025-11-20T14:05:00Z");
+    row("point without digits", ColumnType::dateTime, "2025-11-20T14:05:00.");
+    row("date too short", ColumnType::dateTime, "2025-11");
+    row("odd hex", ColumnType::binary, "abc");
+    row("no hex", ColumnType::ole, "xy");
+    row("short guid", ColumnType::guid, "{1234}");
+}
+
+void CsvTest::wrongTextsAreRefused()
+{
+    QFETCH(ColumnType, type);
+    QFETCH(std::string, text);
+    try {
+        parseField({text, false}, columnOf(type));
+        QFAIL("was taken");
+    } catch (const jet::Error& error) {
+        QCOMPARE(error.fault(), jet::Fault::badValue);
+        QVERIFY2(std::string(error.what()).find(text.substr(0, 20)) != std::string::npos, error.what());
+    }
+}
+
+void CsvTest::unquotedEmptyFieldIsNull()
+{
+    QVERIFY(jet::isNull(parseField({"", false}, columnOf(ColumnType::text))));
+    QVERIFY(parseField({"", true}, columnOf(ColumnType::text)) == jet::Value(std::u16string()));
+}
+
+void CsvTest::longOutputIsWhole()
+{
+    std::string all;
+    const QByteArray found = written([&](Output& out) {
+        for (int i = 0; i < 300000; ++i) {
+            const std::string part = std::to_string(i) + (i % 1000 == 0 ? std::string(3000, 'x') : "");
+            putCsvText(out, part);
+            out.put(',');
+            all += part + ',';
+        }
+    });
+    QVERIFY(found == QByteArray::fromStdString(all));
+}
+
+QTEST_APPLESS_MAIN(CsvTest)
+#include "test_csv.moc"

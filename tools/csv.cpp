@@ -1,0 +1,137 @@
+#include "tools/csv.h"
+
+#include "store/jet/error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace tools {
+
+namespace {
+
+constexpr std::size_t bufferSize = std::size_t{1} << 20;
+
+long long writeSome(int descriptor, const char* bytes, std::size_t count)
+{
+#ifdef _WIN32
+    return ::_write(descriptor, bytes, static_cast<unsigned>(count));
+#else
+    return ::write(descriptor, bytes, count);
+#endif
+}
+
+} // namespace
+
+Output::Output(int descriptor) : descriptor_(descriptor), buffer_(bufferSize) {}
+
+void Output::put(std::string_view text)
+{
+    while (!text.empty()) {
+        if (used_ == buffer_.size()) flush();
+        const std::size_t count = std::min(text.size(), buffer_.size() - used_);
+        std::memcpy(buffer_.data() + used_, text.data(), count);
+        used_ += count;
+        text.remove_prefix(count);
+    }
+}
+
+void Output::flush()
+{
+    std::size_t done = 0;
+    while (done < used_) {
+        const long long count = writeSome(descriptor_, buffer_.data() + done, used_ - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0)
+            throw jet::Error(jet::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
+                                                   "); çıktının gittiği yeri denetleyin.");
+        done += static_cast<std::size_t>(count);
+    }
+    used_ = 0;
+}
+
+void putCsvText(Output& out, std::string_view text)
+{
+    const bool quote = text.empty() || text.find_first_of(",\"\r\n") != std::string_view::npos;
+    if (!quote) {
+        out.put(text);
+        return;
+    }
+    out.put('"');
+    for (;;) {
+        const std::size_t at = text.find('"');
+        out.put(text.substr(0, at));
+        if (at == std::string_view::npos) break;
+        out.put("\"\"");
+        text.remove_prefix(at + 1);
+    }
+    out.put('"');
+}
+
+void putCsvLineEnd(Output& out) { out.put("\r\n"); }
+
+CsvReader::CsvReader(std::string_view text) : text_(text)
+{
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text_.starts_with(byteOrderMark)) at_ = byteOrderMark.size();
+}
+
+int CsvReader::percent() const { return text_.empty() ? 100 : static_cast<int>(at_ * 100 / text_.size()); }
+
+bool CsvReader::next(std::vector<CsvField>& record)
+{
+    // An empty line is no record.
+    while (at_ < text_.size() && atLineEnd()) {
+        if (text_[at_] == '\n' || text_.substr(at_, 2) != "\r\n") ++line_;
+        ++at_;
+    }
+    if (at_ == text_.size()) return false;
+    recordLine_ = line_;
+    std::size_t count = 0;
+    for (;;) {
+        if (count == record.size()) record.emplace_back();
+        readField(record[count++]);
+        if (atLineEnd()) break;
+        ++at_; // the comma
+    }
+    record.resize(count);
+    return true;
+}
+
+void CsvReader::readField(CsvField& field)
+{
+    field.text.clear();
+    field.quoted = at_ < text_.size() && text_[at_] == '"';
+    if (!field.quoted) {
+        const std::size_t end = std::min(text_.find_first_of(",\r\n", at_), text_.size());
+        field.text.assign(text_.substr(at_, end - at_));
+        at_ = end;
+        return;
+    }
+    const std::size_t opened = line_;
+    ++at_;
+    for (;;) {
+        const std::size_t quote = text_.find('"', at_);
+        if (quote == std::string_view::npos)
+            throw jet::Error(jet::Fault::syntax, "CSV'nin " + std::to_string(opened) +
+                                                     ". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.");
+        const std::string_view part = text_.substr(at_, quote - at_);
+        line_ += static_cast<std::size_t>(std::ranges::count(part, '\n'));
+        field.text += part;
+        at_ = quote + 1;
+        if (at_ == text_.size() || text_[at_] != '"') break;
+        field.text += '"';
+        ++at_;
+    }
+    if (!atLineEnd() && text_[at_] != ',')
+        throw jet::Error(jet::Fault::syntax, "CSV'nin " + std::to_string(line_) +
+                                                 ". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.");
+}
+
+} // namespace tools

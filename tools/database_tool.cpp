@@ -1,0 +1,490 @@
+#include "tools/database_tool.h"
+
+#include "store/jet/calendar.h"
+#include "store/jet/check.h"
+#include "store/jet/database.h"
+#include "store/jet/maintenance.h"
+#include "store/jet/sql.h"
+#include "store/mill_tables.h"
+#include "tools/csv.h"
+#include "tools/field_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <vector>
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace tools {
+
+namespace {
+
+using Arguments = std::span<const std::string>;
+
+constexpr int standardOutput = 1;
+constexpr int standardError = 2;
+
+bool isTerminal(int descriptor)
+{
+#ifdef _WIN32
+    return ::_isatty(descriptor) != 0;
+#else
+    return ::isatty(descriptor) != 0;
+#endif
+}
+
+/// Percentages on the terminal, in one line that is wiped in the end. Elsewhere nothing.
+class Progress {
+public:
+    explicit Progress(const char* what) : what_(what), shown_(isTerminal(standardError)) {}
+    ~Progress()
+    {
+        if (shown_ && percent_ >= 0) std::fprintf(stderr, "\r%*s\r", static_cast<int>(wide), "");
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    void operator()(int percent)
+    {
+        if (!shown_ || percent == percent_) return;
+        percent_ = percent;
+        std::fprintf(stderr, "\r%s: %%%d", what_, percent);
+        std::fflush(stderr);
+    }
+
+private:
+    static constexpr std::size_t wide = 60;
+    const char* what_;
+    bool shown_;
+    int percent_ = -1;
+};
+
+jet::DateTime now()
+{
+    const std::time_t seconds = std::time(nullptr);
+    std::tm local = {};
+#ifdef _WIN32
+    ::localtime_s(&local, &seconds);
+#else
+    ::localtime_r(&seconds, &local);
+#endif
+    return jet::dateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                         std::min(local.tm_sec, 59))
+        .value_or(jet::DateTime{});
+}
+
+std::filesystem::path pathOf(const std::string& utf8)
+{
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+[[noreturn]] void misused(const std::string& sentence) { throw jet::Error(jet::Fault::badValue, sentence); }
+
+/// A finished statement in one line on standard output.
+void say(Output& out, const std::string& line)
+{
+    out.put(line);
+    out.put('\n');
+}
+
+std::string collationName(jet::Collation collation)
+{
+    if (collation == jet::turkish) return "Türkçe";
+    if (collation == jet::general) return "Genel";
+    char code[16];
+    std::snprintf(code, sizeof code, "0x%04X", collation.lcid);
+    return code;
+}
+
+// ---- the commands ----
+
+int create(jet::Disk& disk, Arguments arguments)
+{
+    jet::Collation collation = jet::turkish;
+    std::optional<std::string> file;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == "--collation") {
+            const std::string name = i + 1 < arguments.size() ? arguments[++i] : "";
+            if (name != "turkish" && name != "general") misused("--collation turkish ya da general olmalı.");
+            collation = name == "turkish" ? jet::turkish : jet::general;
+        } else if (!file) {
+            file = arguments[i];
+        } else {
+            misused("'" + arguments[i] + "' fazla; yardım için: presva-mdb create --help");
+        }
+    }
+    if (!file) misused("Dosya adı eksik; yardım için: presva-mdb create --help");
+    const auto path = pathOf(*file);
+    // Complete before it has its name: a database without its two tables would open, and then fail the mill.
+    auto part = path;
+    part += ".part";
+    if (disk.exists(path)) misused("'" + *file + "' zaten var; başka bir ad seçin.");
+    if (disk.exists(part)) disk.remove(part);
+    try {
+        jet::Database::create(disk, part, collation, now());
+        store::createMillTables(*jet::Database::open(disk, part), now());
+        if (disk.exists(path)) misused("'" + *file + "' zaten var; başka bir ad seçin.");
+        disk.rename(part, path);
+        disk.syncFolder(path.parent_path());
+    } catch (...) {
+        if (disk.exists(part)) disk.remove(part);
+        throw;
+    }
+    return 0;
+}
+
+void describe(Output& out, const jet::Table& table)
+{
+    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(table.rowCount()) + " satır");
+    for (const jet::Column& column : table.columns())
+        say(out, "    " + jet::toUtf8(column.name) + "  " + typeName(column) + (column.required ? ", zorunlu" : ""));
+    for (const jet::Index& index : table.indexes()) {
+        std::string line = "    dizin ";
+        for (const std::u16string& name : index.names)
+            line += jet::toUtf8(name) + (&name == &index.names.back() ? "" : " = ");
+        line += " (";
+        for (const jet::IndexColumn& column : index.columns) {
+            if (&column != &index.columns.front()) line += ", ";
+            line += jet::toUtf8(table.columns()[column.column].name) + (column.ascending ? "" : " azalan");
+        }
+        line += ")";
+        if (index.primaryKey) line += ", birincil anahtar";
+        if (index.unique) line += ", benzersiz";
+        if (index.required) line += ", zorunlu";
+        if (index.ignoreNulls) line += ", boşlar dışarıda";
+        if (index.relationship) line += ", ilişki";
+        say(out, line);
+    }
+}
+
+int info(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    Output out(standardOutput);
+    const auto pages = database->pager().pageCount();
+    say(out, "Dosya: " + arguments[0]);
+    say(out, "Biçim: Access 2000-2003 (Jet 4)");
+    say(out, "Boyut: " + std::to_string(std::uint64_t{pages} * jet::pageSize) + " bayt, " + std::to_string(pages) +
+                 " sayfa");
+    say(out,
+        "Sıralama: " + collationName(database->collation()) + ", kod sayfası " + std::to_string(database->codePage()));
+    for (const std::u16string& name : database->tableNames()) {
+        say(out, "");
+        describe(out, database->table(name));
+    }
+    out.flush();
+    return 0;
+}
+
+int check(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    jet::CheckResult result;
+    {
+        Progress progress("Denetleniyor");
+        result = jet::checkDatabase(*database, std::ref(progress));
+    }
+    Output out(standardOutput);
+    for (const std::string& sentence : result.faults) say(out, "HATA: " + sentence);
+    for (const std::string& sentence : result.warnings) say(out, "Uyarı: " + sentence);
+    say(out, std::to_string(result.pages) + " sayfa, " + std::to_string(result.tables) + " tablo, " +
+                 std::to_string(result.rows) + " satır, " + std::to_string(result.indexEntries) +
+                 " dizin girişi denetlendi.");
+    say(out, result.ok() ? "Dosya sağlam." : "Dosya bozuk: " + std::to_string(result.faults.size()) + " hata.");
+    out.flush();
+    return result.ok() ? 0 : 1;
+}
+
+void putHeader(Output& out, const std::vector<std::u16string>& names)
+{
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (i > 0) out.put(',');
+        putCsvText(out, jet::toUtf8(names[i]));
+    }
+    putCsvLineEnd(out);
+}
+
+int exportTable(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    const jet::Table& table = database->table(jet::fromUtf8(arguments[1]));
+    const std::vector<jet::Column>& columns = table.columns();
+    Output out(standardOutput);
+    std::vector<std::u16string> names;
+    for (const jet::Column& column : columns) names.push_back(column.name);
+    putHeader(out, names);
+
+    // What can be read of a damaged table is worth having; the exit code tells that it is not all.
+    Progress progress("Aktarılıyor");
+    constexpr std::uint64_t perStep = 4096;
+    const std::uint64_t expected = std::max<std::uint64_t>(table.rowCount(), 1);
+    FieldWriter writer(out);
+    std::uint64_t rows = 0;
+    std::uint64_t damagedRows = 0;
+    std::string firstDamage;
+    const auto noteDamage = [&](const jet::Error& error) {
+        if (error.fault() != jet::Fault::damaged) throw error;
+        if (damagedRows++ == 0) firstDamage = error.what();
+    };
+    jet::RowCursor cursor(table);
+    const auto step = [&] {
+        for (;;) {
+            try {
+                return cursor.next();
+            } catch (const jet::Error& error) {
+                noteDamage(error);
+            }
+        }
+    };
+    while (step()) {
+        for (std::size_t column = 0; column < columns.size(); ++column) {
+            if (column > 0) out.put(',');
+            try {
+                writer.put(cursor.row(), column, columns[column]);
+            } catch (const jet::Error& error) {
+                noteDamage(error);
+            }
+        }
+        putCsvLineEnd(out);
+        if (++rows % perStep == 0) progress(static_cast<int>(std::min<std::uint64_t>(99, rows * 100 / expected)));
+    }
+    out.flush();
+    if (damagedRows > 0)
+        throw jet::Error(jet::Fault::damaged,
+                         std::to_string(damagedRows) + " yer okunamadı, geri kalanı yazıldı. İlki: " + firstDamage);
+    return 0;
+}
+
+/// The whole text of a file, or of standard input for "-".
+std::string wholeText(jet::Disk& disk, const std::string& name)
+{
+    if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
+    const auto file = disk.open(pathOf(name), jet::Disk::Access::readOnly);
+    std::string text(file->size(), '\0');
+    const std::size_t count = file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
+    text.resize(count);
+    return text;
+}
+
+int importTable(jet::Disk& disk, Arguments arguments)
+{
+    const std::string text = wholeText(disk, arguments[2]);
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]));
+    jet::Table& table = database->table(jet::fromUtf8(arguments[1]));
+
+    CsvReader reader(text);
+    std::vector<CsvField> record;
+    if (!reader.next(record)) misused("'" + arguments[2] + "' boş; ilk satırda sütun adları olmalı.");
+    std::vector<std::size_t> positions;
+    for (const CsvField& field : record) {
+        const auto column = table.columnNamed(jet::fromUtf8(field.text));
+        if (!column)
+            throw jet::Error(jet::Fault::noSuchTable, "'" + arguments[1] + "' tablosunda '" + field.text +
+                                                          "' adlı sütun yok; CSV'nin ilk satırını düzeltin.");
+        if (std::ranges::find(positions, *column) != positions.end())
+            misused("'" + field.text + "' sütunu CSV'nin ilk satırında iki kez geçiyor.");
+        positions.push_back(*column);
+    }
+
+    Progress progress("Yükleniyor");
+    jet::Transaction change(database->pager());
+    std::vector<jet::Assignment> values;
+    std::uint64_t rows = 0;
+    while (reader.next(record)) {
+        const auto where = [&] { return "CSV'nin " + std::to_string(reader.line()) + ". satırı: "; };
+        if (record.size() != positions.size())
+            misused(where() + std::to_string(record.size()) + " alan var, " + std::to_string(positions.size()) +
+                    " olmalı; hiçbir satır yüklenmedi.");
+        values.clear();
+        try {
+            for (std::size_t i = 0; i < record.size(); ++i) {
+                const jet::Column& column = table.columns()[positions[i]];
+                try {
+                    jet::Value value = parseField(record[i], column);
+                    if (!jet::isNull(value)) values.push_back({positions[i], std::move(value)});
+                } catch (const jet::Error& error) {
+                    throw jet::Error(error.fault(), "'" + jet::toUtf8(column.name) + "' alanı: " + error.what() + ".");
+                }
+            }
+            table.insert(values);
+        } catch (const jet::Error& error) {
+            throw jet::Error(error.fault(), where() + error.what() + " Hiçbir satır yüklenmedi.");
+        }
+        ++rows;
+        progress(reader.percent());
+    }
+    change.commit();
+    Output out(standardOutput);
+    say(out, std::to_string(rows) + " satır yüklendi.");
+    out.flush();
+    return 0;
+}
+
+bool beginsWithWord(std::string_view text, std::string_view word)
+{
+    const std::size_t start = text.find_first_not_of(" \t\r\n");
+    if (start == std::string_view::npos || text.size() - start < word.size()) return false;
+    return std::ranges::equal(text.substr(start, word.size()), word,
+                              [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
+}
+
+int runSql(jet::Disk& disk, Arguments arguments)
+{
+    const std::u16string sql = jet::fromUtf8(arguments[1]);
+    Output out(standardOutput);
+    if (beginsWithWord(arguments[1], "delete")) {
+        const auto database = jet::Database::open(disk, pathOf(arguments[0]));
+        say(out, std::to_string(jet::execute(*database, sql)) + " satır silindi.");
+        out.flush();
+        return 0;
+    }
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    const jet::Selection selection = jet::select(*database, sql);
+    putHeader(out, selection.columns);
+    FieldWriter writer(out);
+    if (!selection.table) {
+        for (std::size_t i = 0; i < selection.aggregates.size(); ++i) {
+            if (i > 0) out.put(',');
+            writer.put(selection.aggregates[i]);
+        }
+        putCsvLineEnd(out);
+    }
+    for (const jet::RowId id : selection.rows) {
+        const auto row = selection.table->row(id);
+        if (!row) continue;
+        for (std::size_t i = 0; i < selection.fields.size(); ++i) {
+            if (i > 0) out.put(',');
+            writer.put(*row, selection.fields[i], selection.table->columns()[selection.fields[i]]);
+        }
+        putCsvLineEnd(out);
+    }
+    out.flush();
+    return 0;
+}
+
+int compactFile(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    Progress progress("Sıkıştırılıyor");
+    jet::compact(disk, *database, pathOf(arguments[1]), now(), std::ref(progress));
+    return 0;
+}
+
+int backupFile(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+    Progress progress("Yedekleniyor");
+    jet::backup(disk, *database, pathOf(arguments[1]), std::ref(progress));
+    return 0;
+}
+
+int dropIndex(jet::Disk& disk, Arguments arguments)
+{
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]));
+    database->dropIndex(jet::fromUtf8(arguments[1]), jet::fromUtf8(arguments[2]));
+    return 0;
+}
+
+struct Command {
+    std::string_view name;
+    std::string_view parameters;
+    std::string_view summary;
+    std::string_view help;
+    std::size_t fewest;
+    std::size_t most;
+    int (*run)(jet::Disk&, Arguments);
+};
+
+// clang-format off
+constexpr Command commands[] = {
+    {"create", "DOSYA [--collation turkish|general]", "boş bir veritabanı oluşturur",
+     "Cari ve Hareket tablolarıyla yeni bir veritabanı oluşturur; var olan bir dosyaya dokunmaz.\n"
+     "--collation metinlerin sıralamasını seçer; verilmezse turkish.\n", 1, 3, create},
+    {"info", "DOSYA", "dosyayı, tabloları, sütunları ve dizinleri anlatır", "", 1, 1, info},
+    {"check", "DOSYA", "dosyanın her sayfasını, satırını ve dizin girişini denetler",
+     "Her hatayı bir satırda adıyla yazar. Yalnızca dosya sağlamsa 0 ile biter. Uyarılar zararsızdır.\n"
+     "Dosyada hiçbir şey değiştirmez.\n", 1, 1, check},
+    {"export", "DOSYA TABLO", "bir tabloyu CSV olarak yazar",
+     "Standart çıktıya yazar: ilk satırda sütun adları, UTF-8, virgülle ayrılmış, ondalıklar noktalı,\n"
+     "tarihler 2025-11-20T14:05:00 gibi. Boş alan hiçbir şey, boş metin iki tırnaktır.\n", 2, 2, exportTable},
+    {"import", "DOSYA TABLO CSV", "CSV satırlarını bir tabloya ekler",
+     "CSV, export komutunun yazdığı biçimdedir; ilk satır sütun adlarıdır, eksik sütunlar boş kalır.\n"
+     "Ya bütün satırlar yüklenir ya hiçbiri. CSV yerine - verilirse standart girdi okunur.\n", 3, 3, importTable},
+    {"sql", "DOSYA METİN", "bir Select sorgusunu ya da DELETE deyimini çalıştırır",
+     "Select'in satırlarını CSV olarak, DELETE'in sildiği satırların sayısını yazar.\n", 2, 2, runSql},
+    {"compact", "DOSYA ÇIKTI", "silinenlerden kalan boşlukları atarak yeni bir dosyaya yazar",
+     "ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, compactFile},
+    {"backup", "DOSYA ÇIKTI", "dosyanın tutarlı bir kopyasını alır",
+     "ÇIKTI var olmayan bir dosya olmalı; kopya tamamlanıp denetlenmeden o adı almaz.\n", 2, 2, backupFile},
+    {"drop-index", "DOSYA TABLO DİZİN", "bir tablonun bir dizinini kaldırır", "", 3, 3, dropIndex},
+};
+// clang-format on
+
+void putUsage(Output& out)
+{
+    say(out, "presva-mdb: Access 2000-2003 veritabanları (.mdb) için komutlar\n\nKullanım:");
+    for (const Command& command : commands)
+        say(out, "    presva-mdb " + std::string(command.name) + " " + std::string(command.parameters) + "\n        " +
+                     std::string(command.summary));
+    say(out, "\nHer komutun kendi yardımı vardır: presva-mdb KOMUT --help\n"
+             "Hata olursa standart hata çıktısına bir satır yazılır ve çıkış kodu 1 olur.");
+}
+
+void putHelp(Output& out, const Command& command)
+{
+    say(out, "Kullanım: presva-mdb " + std::string(command.name) + " " + std::string(command.parameters) + "\n");
+    std::string summary(command.summary);
+    say(out, "Komut " + summary + ".");
+    out.put(command.help);
+}
+
+bool isHelp(const std::string& argument) { return argument == "--help" || argument == "-h"; }
+
+int run(jet::Disk& disk, Arguments arguments)
+{
+    if (arguments.empty()) misused("Komut eksik; yardım için: presva-mdb --help");
+    if (isHelp(arguments[0])) {
+        Output out(standardOutput);
+        putUsage(out);
+        out.flush();
+        return 0;
+    }
+    const auto command = std::ranges::find_if(commands, [&](const Command& each) { return each.name == arguments[0]; });
+    if (command == std::end(commands))
+        misused("'" + arguments[0] + "' diye bir komut yok; yardım için: presva-mdb --help");
+    const Arguments rest = arguments.subspan(1);
+    if (std::ranges::any_of(rest, isHelp)) {
+        Output out(standardOutput);
+        putHelp(out, *command);
+        out.flush();
+        return 0;
+    }
+    if (rest.size() < command->fewest || rest.size() > command->most)
+        misused("'" + arguments[0] + "' komutu şöyle yazılır: presva-mdb " + arguments[0] + " " +
+                std::string(command->parameters));
+    return command->run(disk, rest);
+}
+
+} // namespace
+
+int runDatabaseTool(jet::Disk& disk, std::span<const std::string> arguments)
+{
+    try {
+        return run(disk, arguments);
+    } catch (const std::exception& error) {
+        std::string line = error.what();
+        std::ranges::replace(line, '\n', ' ');
+        std::fprintf(stderr, "presva-mdb: %s\n", line.c_str());
+        return 1;
+    }
+}
+
+} // namespace tools

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "store/jet/table.h"
+#include "tools/csv.h"
+
+#include <string>
+#include <string_view>
+
+/// Fields as texts that every program reads the same: 2025-11-20T14:05:00 for dates, a point before decimals, true and
+/// false, hexadecimal digits for bytes, {8-4-4-4-12} for GUIDs.
+namespace tools {
+
+/// Writes the fields of rows. Keeps what the last row taught it: the texts of whole days are used again.
+class FieldWriter {
+public:
+    explicit FieldWriter(Output& out) : out_(out) {}
+
+    /// The field of a row as one CSV field; nothing at all for Null. Throws jet::Error (damaged).
+    void put(const jet::RowView& row, std::size_t position, const jet::Column& column);
+    void put(const jet::Value& value);
+
+private:
+    void putNumber(double number);
+    void putDate(jet::DateTime moment);
+    void putText(std::span<const std::uint8_t> stored);
+
+    Output& out_;
+    std::u16string text_;
+    std::int64_t day_ = INT64_MIN; ///< the day that dayText_ names
+    std::string dayText_;
+};
+
+/// The value that a CSV field stands for in a column: an empty field without quotes is Null.
+/// Throws jet::Error (badValue), with a sentence about the field alone.
+jet::Value parseField(const CsvField& field, const jet::Column& column);
+
+/// Name of a column's type as people know it.
+std::string typeName(const jet::Column& column);
+
+} // namespace tools
