@@ -1,0 +1,328 @@
+// Opens, reads, checks and writes databases with damage in them.
+//
+//     database_fuzz [--count N] [--seed S] [--limit MILLISECONDS] [FILE ...]
+//
+// Each trial takes one database (made here, or a FILE), damages a copy in memory and uses it like any other. What must
+// hold: no crash, no read outside memory (build with sanitizers), an answer within the limit, only jet::Error thrown,
+// and a file that the check found sound is still sound after it was written. A failing trial names its seed; running
+// it alone with --count 1 --seed S repeats it.
+//
+// Every test run does a short round. The long one:  cmake --build --preset sanitize --target fuzz
+
+#include "store/jet/check.h"
+#include "store/jet/database.h"
+#include "store/jet/error.h"
+#include "store/jet/memory_disk.h"
+#include "store/jet/sql.h"
+#include "tests/jet/mixed_work.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace {
+
+using jet::pageSize;
+using Content = std::vector<std::uint8_t>;
+
+const std::filesystem::path file = "Yag.mdb";
+volatile std::sig_atomic_t limitMs = 1000;
+unsigned long currentSeed = 0;
+
+void outOfTime(int)
+{
+    char line[80];
+    const int length =
+        std::snprintf(line, sizeof line, "seed %lu: no answer within %d ms\n", currentSeed, static_cast<int>(limitMs));
+    if (::write(STDERR_FILENO, line, static_cast<std::size_t>(length)) < 0) ::_exit(3);
+    std::abort(); // for the stack
+}
+
+void startClock(int milliseconds)
+{
+    struct itimerval timer = {};
+    timer.it_value.tv_sec = milliseconds / 1000;
+    timer.it_value.tv_usec = milliseconds % 1000 * 1000;
+    // Time of this process alone: a busy machine is no fault of the engine.
+    ::setitimer(ITIMER_PROF, &timer, nullptr);
+}
+
+/// Databases with something of everything in them: moved rows, split indexes, long values, deleted rows.
+std::vector<Content> homemade()
+{
+    std::vector<Content> made;
+    for (const unsigned seed : {1U, 2U}) {
+        jet::MemoryDisk disk;
+        MixedWork::create(disk, file);
+        MixedWork work(seed);
+        MixedWork::Rows rows;
+        {
+            const auto database = jet::Database::open(disk, file);
+            jet::Transaction change(database->pager());
+            for (int i = 0; i < (seed == 1 ? 60 : 250); ++i) work.change(*database, rows);
+            change.commit();
+        }
+        made.push_back(disk.content(file));
+    }
+    return made;
+}
+
+class Damage {
+public:
+    Damage(Content& bytes, std::mt19937& random) : bytes_(bytes), random_(random) {}
+
+    void inflict()
+    {
+        for (auto n = 1 + below(4); n > 0; --n) {
+            switch (below(12)) {
+            case 0:
+            case 1:
+                bytes_[anywhere()] ^= static_cast<std::uint8_t>(1U << below(8));
+                break;
+            case 2:
+            case 3:
+                bytes_[anywhere()] = static_cast<std::uint8_t>(random_());
+                break;
+            case 4:
+                fillSome();
+                break;
+            case 5:
+                swapPages();
+                break;
+            case 6:
+                std::copy_n(page(somePage()), pageSize, page(somePage()));
+                break;
+            case 7:
+                if (below(4) == 0) bytes_.resize(std::max<std::size_t>(anywhere(), 1));
+                break;
+            case 8:
+            case 9:
+                pointElsewhere();
+                break;
+            case 10:
+                wrongSlot();
+                break;
+            default:
+                wrongNumber();
+            }
+            if (pages() < 3) return;
+        }
+    }
+
+private:
+    std::size_t below(std::size_t limit) { return random_() % limit; }
+    std::size_t pages() const { return bytes_.size() / pageSize; }
+    std::size_t somePage() { return below(pages()); }
+    std::uint8_t* page(std::size_t number) { return bytes_.data() + number * pageSize; }
+    /// Mostly where pages have their headers and tables, which decide more than the rest.
+    std::size_t anywhere()
+    {
+        if (below(3) == 0) return below(bytes_.size());
+        return std::min(somePage() * pageSize + below(below(2) == 0 ? 32 : 600), bytes_.size() - 1);
+    }
+    void fillSome()
+    {
+        const std::size_t at = anywhere();
+        const std::size_t count = std::min(bytes_.size() - at, 1 + below(64));
+        const auto with = static_cast<std::uint8_t>(below(2) == 0 ? 0xFF : below(256));
+        std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at), count, with);
+    }
+    void swapPages()
+    {
+        const std::size_t one = somePage();
+        std::swap_ranges(page(one), page(one) + pageSize, page(somePage()));
+    }
+    /// Page numbers where pages refer to one another: often to themselves or to a neighbour, which makes circles.
+    void pointElsewhere()
+    {
+        const std::size_t number = somePage();
+        std::uint8_t* const bytes = page(number);
+        const auto target = static_cast<std::uint32_t>(below(4) == 0 ? number : below(4) == 0 ? random_() : somePage());
+        switch (bytes[0]) {
+        case 2:
+            if (below(2) == 0)
+                jet::putU32(bytes + 4, target);
+            else
+                jet::putU24(bytes + 55 + 4 * below(2) + 1, target);
+            break;
+        case 3:
+        case 4: {
+            constexpr std::size_t links[] = {4, 12, 16, 20};
+            if (below(3) > 0)
+                jet::putU32(bytes + links[below(4)], target);
+            else
+                jet::putU32(bytes + 480 + below(600), target << 8);
+            break;
+        }
+        default:
+            jet::putU24(bytes + 200 + below(pageSize - 210), target);
+        }
+    }
+    void wrongSlot()
+    {
+        std::uint8_t* const bytes = page(somePage());
+        std::uint8_t* const slot = bytes + 14 + 2 * below(40);
+        jet::putU16(slot,
+                    below(2) == 0 ? static_cast<std::uint32_t>(random_()) : jet::getU16(slot) ^ (0x4000U << below(2)));
+    }
+    void wrongNumber()
+    {
+        std::uint8_t* const bytes = page(somePage());
+        jet::putU32(bytes + below(70), static_cast<std::uint32_t>(below(2) == 0 ? random_() : below(300)));
+    }
+
+    Content& bytes_;
+    std::mt19937& random_;
+};
+
+/// What a trial came to; counted, so that a round that never gets past opening is seen.
+struct Counts {
+    unsigned long opened = 0;
+    unsigned long sound = 0;
+    unsigned long written = 0;
+};
+
+/// A refusal is an answer. Anything else that is thrown ends the program.
+template <class Action> bool attempt(Action&& action)
+{
+    try {
+        action();
+        return true;
+    } catch (const jet::Error&) {
+        return false;
+    }
+}
+
+void readTable(jet::Database& database, const std::u16string& name)
+{
+    const jet::Table& table = database.table(name);
+    std::size_t seen = 0;
+    table.scan(
+        [&](jet::RowId id, const jet::RowView& row) {
+            for (std::size_t column = 0; column < table.columns().size(); ++column) attempt([&] { row.value(column); });
+            attempt([&] { table.row(id); });
+            ++seen;
+            return true;
+        },
+        [](jet::RowId, const std::string&) {});
+    for (const jet::Index& index : table.indexes())
+        attempt([&] {
+            for (const jet::RowId id : table.range(index, {}, {})) attempt([&] { table.row(id); });
+        });
+    attempt(
+        [&] { jet::select(database, u"Select * From [" + name + u"] Order By [" + table.columns()[0].name + u"]"); });
+}
+
+void writeTable(jet::Database& database, const std::u16string& name, std::mt19937& random, bool& wrote)
+{
+    jet::Table& table = database.table(name);
+    std::vector<jet::RowId> rows;
+    attempt([&] {
+        table.scan(
+            [&](jet::RowId id, const jet::RowView&) {
+                rows.push_back(id);
+                return rows.size() < 200;
+            },
+            [](jet::RowId, const std::string&) {});
+    });
+    const auto some = [&] { return rows[random() % rows.size()]; };
+    for (std::size_t column = 0; column < table.columns().size(); ++column) {
+        if (table.columns()[column].type != jet::ColumnType::text) continue;
+        const std::u16string text(random() % 30, static_cast<char16_t>(u'a' + random() % 26));
+        wrote |= attempt([&] { table.insert({{column, text}}); });
+        if (!rows.empty()) wrote |= attempt([&] { table.update(some(), {{column, text}}); });
+    }
+    if (!rows.empty()) wrote |= attempt([&] { table.erase(some()); });
+    if (random() % 8 == 0) wrote |= attempt([&] { table.eraseAll(); });
+    if (random() % 8 == 0 && !table.indexes().empty())
+        wrote |= attempt([&] { database.dropIndex(name, table.indexes()[0].names.at(0)); });
+}
+
+bool trial(const Content& original, unsigned long seed, Counts& counts)
+{
+    std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
+    jet::MemoryDisk disk;
+    Content& bytes = disk.content(file);
+    bytes = original;
+    Damage(bytes, random).inflict();
+
+    bool sound = false;
+    bool wrote = false;
+    const bool opened = attempt([&] {
+        const auto database = jet::Database::open(disk, file);
+        ++counts.opened;
+        sound = jet::checkDatabase(*database).ok();
+        if (sound) ++counts.sound;
+        for (const auto& [name, page] : database->allTables()) attempt([&] { readTable(*database, name); });
+        for (const std::u16string& name : database->tableNames())
+            attempt([&] { writeTable(*database, name, random, wrote); });
+        if (random() % 4 == 0)
+            wrote |= attempt([&] {
+                database->createTable(u"Yeni", {{u"Ad", jet::ColumnType::text, 20}}, {}, jet::DateTime{45000});
+            });
+    });
+    if (wrote) ++counts.written;
+    if (!opened || !wrote || !sound) return true;
+    std::string what;
+    const bool reopened = attempt([&] {
+        const auto database = jet::Database::open(disk, file);
+        const auto result = jet::checkDatabase(*database);
+        if (!result.ok()) what = result.faults.front();
+    });
+    if (reopened && what.empty()) return true;
+    std::fprintf(stderr, "seed %lu: sound before it was written, not after: %s\n", seed, what.c_str());
+    return false;
+}
+
+Content contentOf(const char* name)
+{
+    std::ifstream stream(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    unsigned long count = 1000;
+    unsigned long seed = 1;
+    std::vector<Content> originals = homemade();
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const auto number = [&] { return i + 1 < argc ? std::strtoul(argv[++i], nullptr, 10) : 0; };
+        if (argument == "--count")
+            count = number();
+        else if (argument == "--seed")
+            seed = number();
+        else if (argument == "--limit")
+            limitMs = static_cast<std::sig_atomic_t>(number());
+        else
+            originals.push_back(contentOf(argv[i]));
+    }
+    std::signal(SIGPROF, outOfTime);
+    Counts counts;
+    int failures = 0;
+    double longest = 0;
+    for (unsigned long i = 0; i < count; ++i, ++seed) {
+        currentSeed = seed;
+        const auto begun = std::chrono::steady_clock::now();
+        startClock(limitMs);
+        try {
+            if (!trial(originals[seed % originals.size()], seed, counts)) ++failures;
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "seed %lu: %s\n", seed, error.what());
+            ++failures;
+        }
+        startClock(0);
+        longest = std::max(longest, std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
+    }
+    std::printf("%lu damaged files: %lu opened, %lu of them sound to the check, %lu written; longest %.0f ms; "
+                "%d failures\n",
+                count, counts.opened, counts.sound, counts.written, longest * 1000, failures);
+    return failures == 0 ? 0 : 1;
+}
