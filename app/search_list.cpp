@@ -1,8 +1,6 @@
 #include "app/search_list.h"
 #include "app/colour.h"
 #include "app/painting.h"
-#include <QApplication>
-#include <QDateTime>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -126,21 +124,22 @@ bool SearchList::viewportEvent(QEvent* event)
     switch (event->type()) {
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
-        mousePressed(static_cast<QMouseEvent*>(event)->position().toPoint());
+        mousePressed(*static_cast<QMouseEvent*>(event));
         return true;
     case QEvent::MouseMove:
-        mouseDragged(static_cast<QMouseEvent*>(event)->position().toPoint());
+        mouseDragged(*static_cast<QMouseEvent*>(event));
         return true;
     case QEvent::MouseButtonRelease:
-        mouseReleased(static_cast<QMouseEvent*>(event)->position().toPoint());
+        mouseReleased(*static_cast<QMouseEvent*>(event));
         return true;
     default:
         return QAbstractScrollArea::viewportEvent(event);
     }
 }
 
-void SearchList::mousePressed(const QPoint& at)
+void SearchList::mousePressed(const QMouseEvent& mouse)
 {
+    const QPoint at = mouse.position().toPoint();
     // A touch on a gliding list only stops it, as on every telephone.
     const bool stopping = glide_.state() == QAbstractAnimation::Running;
     glide_.stop();
@@ -150,19 +149,20 @@ void SearchList::mousePressed(const QPoint& at)
     dragging_ = false;
     speed_ = 0;
     lastY_ = at.y();
-    lastMove_ = QDateTime::currentMSecsSinceEpoch();
+    lastMove_ = mouse.timestamp();
     viewport()->update();
 }
 
-void SearchList::mouseDragged(const QPoint& at)
+void SearchList::mouseDragged(const QMouseEvent& mouse)
 {
+    const QPoint at = mouse.position().toPoint();
     if (!dragging_ && std::abs(at.y() - downAt_.y()) > dragDistance) {
         dragging_ = true;
         downRow_ = -1;
         viewport()->update();
     }
     if (!dragging_) return;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const quint64 now = mouse.timestamp();
     if (now > lastMove_) {
         speed_ = 0.6 * speed_ + 0.4 * (at.y() - lastY_) / static_cast<double>(now - lastMove_);
         lastMove_ = now;
@@ -171,14 +171,15 @@ void SearchList::mouseDragged(const QPoint& at)
     verticalScrollBar()->setValue(downScroll_ - (at.y() - downAt_.y()));
 }
 
-void SearchList::mouseReleased(const QPoint& at)
+void SearchList::mouseReleased(const QMouseEvent& mouse)
 {
+    const QPoint at = mouse.position().toPoint();
     const int row = downRow_;
     downRow_ = -1;
     viewport()->update();
     if (dragging_) {
         dragging_ = false;
-        const bool flung = QDateTime::currentMSecsSinceEpoch() - lastMove_ < 80 && std::abs(speed_) > 0.3;
+        const bool flung = mouse.timestamp() - lastMove_ < 80 && std::abs(speed_) > 0.3;
         if (flung) {
             glide_.setStartValue(verticalScrollBar()->value());
             glide_.setEndValue(std::clamp(verticalScrollBar()->value() - static_cast<int>(speed_ * 400),

@@ -46,9 +46,9 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void mousePressed(const QPoint& at);
-    void mouseDragged(const QPoint& at);
-    void mouseReleased(const QPoint& at);
+    void mousePressed(const QMouseEvent& mouse);
+    void mouseDragged(const QMouseEvent& mouse);
+    void mouseReleased(const QMouseEvent& mouse);
     void showChosen();
     void fitHeight();
     void updateRange();
@@ -66,7 +66,7 @@ private:
     QPoint downAt_;
     int downScroll_ = 0;
     bool dragging_ = false;
-    qint64 lastMove_ = 0;
+    quint64 lastMove_ = 0; // the events' own time, in milliseconds
     int lastY_ = 0;
     double speed_ = 0; // pixels per millisecond, of the finger
     QVariantAnimation glide_;

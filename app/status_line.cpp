@@ -6,7 +6,7 @@ namespace app {
 
 using namespace std::chrono_literals;
 
-StatusLine::StatusLine(QWidget* parent) : QWidget(parent)
+StatusLine::StatusLine(QWidget* parent) : QWidget(parent), ageing_(this)
 {
     ageing_.setSingleShot(true);
     connect(&ageing_, &QTimer::timeout, this, &StatusLine::tick);

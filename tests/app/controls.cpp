@@ -1,0 +1,723 @@
+#include "app/command_button.h"
+#include "app/control_frame.h"
+#include "app/date_picker.h"
+#include "app/drop_down_list.h"
+#include "app/field_label.h"
+#include "app/key_label.h"
+#include "app/menu_item.h"
+#include "base/error.h"
+#include <QAccessible>
+#include <QMouseEvent>
+#include <QtTest>
+
+using namespace app;
+
+namespace {
+
+/// A window that runs actions as the screen does: it notes the error and goes on.
+class Host : public QWidget, public ActionHost {
+public:
+    void run(const std::function<void()>& action) override
+    {
+        ++actions;
+        try {
+            action();
+        } catch (const base::RuntimeError& error) {
+            errors << error.number();
+        }
+    }
+
+    int actions = 0;
+    QList<int> errors;
+};
+
+void send(QWidget* control, QEvent::Type type, Qt::MouseButtons held)
+{
+    const QPointF at = control->rect().center();
+    QMouseEvent event(type, at, control->mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+    QCoreApplication::sendEvent(control, &event);
+}
+
+template <class Action> int errorOf(Action&& action)
+{
+    try {
+        action();
+    } catch (const base::RuntimeError& error) {
+        return error.number();
+    }
+    return 0;
+}
+
+} // namespace
+
+class Controls : public QObject {
+    Q_OBJECT
+
+private slots:
+    void storedColourIsPainted_data();
+    void storedColourIsPainted();
+    void systemColourKeepsItsNumber();
+    void inkIsReadableOnEveryColour();
+
+    void changeRunsInsideTheAssignment();
+    void sameCaptionChangesNothing();
+    void errorOfAChangeComesOutOfTheAssignment();
+    void captionGivenAtCreationFiresNothing();
+    void captionIsPlainText();
+    void autoSizedLabelHasItsNewWidthInItsChange();
+    void rulesMaySetTheirOwnCaption();
+
+    void secondPressOfADoubleTapCounts();
+    void pressThatLeavesTheLabelDoesNotCount();
+    void clickIsAnActionOfTheScreen();
+    void labelsNeverTakeTheFocus();
+    void assistiveToolsFindAButton();
+    void twoFingersTypeAtOnce();
+    void liftedFingerEndsTheHighlight();
+    void mouseReleaseKeepsTheHighlight();
+
+    void disabledFrameKeepsInputFromItsControls();
+    void disabledFrameLeavesOwnValuesAlone();
+    void codeChangesControlsOfADisabledFrame();
+    void hiddenFrameLeavesOwnVisibilityAlone();
+    void frameClickNeedsTheBareFrame();
+    void assistivePressIsBlockedToo();
+
+    void checkButtonTurnedOffByCodeRunsItsClick();
+    void checkButtonSetToItsValueDoesNothing();
+    void pressFlipsACheckButtonOnce();
+    void onlyOneOptionIsOn();
+    void optionThatIsOnAlreadyDoesNotClick();
+    void optionTurnedOffByAnotherDoesNotClick();
+    void disabledButtonDoesNotClick();
+
+    void dropDownTakesIndexesOfItsEntries_data();
+    void dropDownTakesIndexesOfItsEntries();
+    void dropDownTakesTextsOfItsEntries_data();
+    void dropDownTakesTextsOfItsEntries();
+    void dropDownWithoutChoiceIsEmpty();
+    void wheelDoesNotTurnTheDropDown();
+
+    void anotherDayFiresTheChange();
+    void sameDayFiresNothing();
+    void invalidDayIsRefused();
+
+    void menuMarkStaysUntilTheRuleChangesIt();
+    void menuCaptionKeepsAnAmpersand();
+    void disabledMenuItemDoesNotClick();
+
+    void pixelsAreFifteenTwips_data();
+    void pixelsAreFifteenTwips();
+    void placesAreInTwipsOfTheContainer();
+    void indexWithoutControlIsError340();
+};
+
+void Controls::storedColourIsPainted_data()
+{
+    QTest::addColumn<quint32>("stored");
+    QTest::addColumn<QColor>("shown");
+    QTest::newRow("cyan") << quint32(0xFFFF00) << QColor(0, 255, 255);
+    QTest::newRow("yellow") << quint32(0x00FFFF) << QColor(255, 255, 0);
+    QTest::newRow("white") << quint32(0xFFFFFF) << QColor(255, 255, 255);
+    QTest::newRow("green") << quint32(65280) << QColor(0, 255, 0);
+    QTest::newRow("blue") << quint32(0xFF0000) << QColor(0, 0, 255);
+    QTest::newRow("red") << quint32(0x0000FF) << QColor(255, 0, 0);
+}
+
+void Controls::storedColourIsPainted()
+{
+    QFETCH(quint32, stored);
+    QTEST(painted(stored, QPalette()), "shown");
+    FieldLabel label(nullptr, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    label.resize(200, 80);
+    label.setBackColor(stored);
+    QCOMPARE(label.backColor(), stored);
+    QTEST(label.grab().toImage().pixelColor(100, 40), "shown");
+}
+
+void Controls::systemColourKeepsItsNumber()
+{
+    ControlFrame frame(nullptr, ControlFrame::Look::station);
+    frame.setBackColor(colour::green);
+    frame.setBackColor(colour::buttonFace);
+    QCOMPARE(frame.backColor(), Colour(0x8000000F));
+    QPalette palette;
+    palette.setColor(QPalette::Button, QColor(1, 2, 3));
+    QCOMPARE(painted(colour::buttonFace, palette), QColor(1, 2, 3));
+}
+
+void Controls::inkIsReadableOnEveryColour()
+{
+    for (const Colour ground : {colour::cyan, colour::yellow, colour::white, colour::green, colour::buttonFace}) {
+        const QColor shown = painted(ground, QPalette());
+        QVERIFY2(contrast(inkOn(shown), shown) >= 4.5, qPrintable(shown.name()));
+    }
+}
+
+void Controls::changeRunsInsideTheAssignment()
+{
+    CaptionLabel label(nullptr, QStringLiteral("0"));
+    QString seen;
+    label.onChange([&] { seen = label.caption(); });
+    label.setCaption(QStringLiteral("12"));
+    QCOMPARE(seen, QStringLiteral("12"));
+}
+
+void Controls::sameCaptionChangesNothing()
+{
+    CaptionLabel label(nullptr, QStringLiteral("0"));
+    int changes = 0;
+    label.onChange([&] { ++changes; });
+    label.setCaption(QStringLiteral("0"));
+    QCOMPARE(changes, 0);
+}
+
+void Controls::errorOfAChangeComesOutOfTheAssignment()
+{
+    Host host;
+    CaptionLabel label(&host);
+    label.onChange([] { throw base::runtimeError(base::errors::typeMismatch); });
+    QCOMPARE(errorOf([&] { label.setCaption(QStringLiteral("abc")); }), 13);
+    QCOMPARE(label.caption(), QStringLiteral("abc"));
+    QVERIFY(host.errors.isEmpty());
+}
+
+void Controls::captionGivenAtCreationFiresNothing()
+{
+    CaptionLabel label(nullptr, QStringLiteral("Müşteri Seçin"));
+    int changes = 0;
+    label.onChange([&] { ++changes; });
+    QCOMPARE(label.caption(), QStringLiteral("Müşteri Seçin"));
+    QCOMPARE(changes, 0);
+}
+
+void Controls::captionIsPlainText()
+{
+    const auto picture = [](const QString& caption) {
+        CaptionLabel label(nullptr, caption);
+        label.resize(300, 50);
+        return label.grab().toImage();
+    };
+    // A mnemonic would swallow the ampersand, rich text the tag: then these pairs would look the same.
+    QVERIFY(picture(QStringLiteral("Ali & Veli")) != picture(QStringLiteral("Ali  Veli")));
+    QVERIFY(picture(QStringLiteral("<b>Ali</b>")) != picture(QStringLiteral("Ali")));
+    Host host;
+    CaptionLabel label(&host, QStringLiteral("&Ali"));
+    QVERIFY(label.shortcut().isEmpty());
+}
+
+void Controls::autoSizedLabelHasItsNewWidthInItsChange()
+{
+    CaptionLabel label(nullptr, QStringLiteral("0 Kap"));
+    label.setAutoSize(true);
+    const int before = label.Width();
+    int inside = 0;
+    label.onChange([&] { inside = label.Width(); });
+    label.setCaption(QStringLiteral("12345 Kap"));
+    QVERIFY(inside > before);
+    QCOMPARE(inside, label.Width());
+}
+
+void Controls::rulesMaySetTheirOwnCaption()
+{
+    CaptionLabel label(nullptr, QStringLiteral("0"));
+    int runs = 0;
+    label.onChange([&] {
+        ++runs;
+        if (label.caption().isEmpty()) label.setCaption(QStringLiteral("0"));
+    });
+    label.setCaption(QString());
+    QCOMPARE(label.caption(), QStringLiteral("0"));
+    QCOMPARE(runs, 2);
+}
+
+void Controls::secondPressOfADoubleTapCounts()
+{
+    Host host;
+    KeyLabel key(&host, QStringLiteral("4"));
+    int clicks = 0;
+    key.onClick([&] { ++clicks; });
+    send(&key, QEvent::MouseButtonPress, Qt::LeftButton);
+    send(&key, QEvent::MouseButtonRelease, Qt::NoButton);
+    send(&key, QEvent::MouseButtonDblClick, Qt::LeftButton);
+    send(&key, QEvent::MouseButtonRelease, Qt::NoButton);
+    QCOMPARE(clicks, 2);
+}
+
+void Controls::pressThatLeavesTheLabelDoesNotCount()
+{
+    Host host;
+    KeyLabel key(&host, QStringLiteral("4"));
+    int clicks = 0;
+    key.onClick([&] { ++clicks; });
+    QTest::mousePress(&key, Qt::LeftButton);
+    QTest::mouseRelease(&key, Qt::LeftButton, Qt::NoModifier, QPoint(-50, -50));
+    QCOMPARE(clicks, 0);
+}
+
+void Controls::clickIsAnActionOfTheScreen()
+{
+    Host host;
+    ControlFrame frame(&host, ControlFrame::Look::station);
+    CaptionLabel label(&frame);
+    label.onClick([] { throw base::runtimeError(base::errors::noCurrentRecord); });
+    QTest::mouseClick(&label, Qt::LeftButton);
+    QCOMPARE(host.actions, 1);
+    QCOMPARE(host.errors, QList<int>{3021});
+}
+
+void Controls::labelsNeverTakeTheFocus()
+{
+    Host host;
+    CommandButton button(&host, QStringLiteral("Fiş Yaz"));
+    KeyLabel key(&host, QStringLiteral("4"));
+    FieldLabel field(&host, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    host.show();
+    button.setFocus();
+    QTest::mouseClick(&key, Qt::LeftButton);
+    QTest::mouseClick(&field, Qt::LeftButton);
+    QCOMPARE(host.focusWidget(), &button);
+}
+
+void Controls::assistiveToolsFindAButton()
+{
+    Host host;
+    FieldLabel field(&host, FieldLabel::Kind::figure, QStringLiteral(" Yüzde %"), QStringLiteral("12"));
+    CommandButton exit(&host, {}, CommandButton::Picture::exit);
+    exit.setSpokenName(QStringLiteral("Çıkış"));
+    int clicks = 0;
+    field.onClick([&] { ++clicks; });
+
+    QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(&field);
+    QVERIFY(spoken);
+    QCOMPARE(spoken->role(), QAccessible::Button);
+    QCOMPARE(spoken->text(QAccessible::Name), QStringLiteral("Yüzde %: 12"));
+    field.setCaption(QStringLiteral("15"));
+    QCOMPARE(spoken->text(QAccessible::Name), QStringLiteral("Yüzde %: 15"));
+    spoken->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QTRY_COMPARE(clicks, 1); // the press is shown for a moment first
+    QCOMPARE(QAccessible::queryAccessibleInterface(&exit)->text(QAccessible::Name), QStringLiteral("Çıkış"));
+}
+
+void Controls::twoFingersTypeAtOnce()
+{
+    Host host;
+    host.resize(200, 100);
+    KeyLabel one(&host, QStringLiteral("1")), two(&host, QStringLiteral("2"));
+    one.setGeometry(0, 0, 60, 60);
+    two.setGeometry(100, 0, 60, 60);
+    QString typed;
+    one.onClick([&] { typed += u'1'; });
+    two.onClick([&] { typed += u'2'; });
+    host.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&host));
+
+    QPointingDevice* screen = QTest::createTouchDevice();
+    QTest::touchEvent(&host, screen).press(0, QPoint(30, 30), &host);
+    QTest::touchEvent(&host, screen).stationary(0).press(1, QPoint(130, 30), &host);
+    QTest::touchEvent(&host, screen).release(0, QPoint(30, 30), &host).stationary(1);
+    QTest::touchEvent(&host, screen).release(1, QPoint(130, 30), &host);
+    QCOMPARE(typed, QStringLiteral("12"));
+}
+
+void Controls::liftedFingerEndsTheHighlight()
+{
+    Host host;
+    KeyLabel key(&host, QStringLiteral("1"));
+    key.resize(60, 60);
+    QStringList seen;
+    key.onMouseMove([&] { seen << QStringLiteral("over"); });
+    key.onClick([&] { seen << QStringLiteral("click"); });
+    key.onFingerUp([&] { seen << QStringLiteral("up"); });
+    host.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&host));
+    QPointingDevice* screen = QTest::createTouchDevice();
+    QTest::touchEvent(&host, screen).press(0, QPoint(30, 30), &host);
+    QTest::touchEvent(&host, screen).release(0, QPoint(30, 30), &host);
+    QCOMPARE(seen, (QStringList{QStringLiteral("over"), QStringLiteral("click"), QStringLiteral("up")}));
+}
+
+void Controls::mouseReleaseKeepsTheHighlight()
+{
+    Host host;
+    KeyLabel key(&host, QStringLiteral("1"));
+    int lifted = 0;
+    key.onFingerUp([&] { ++lifted; });
+    QTest::mouseClick(&key, Qt::LeftButton);
+    QCOMPARE(lifted, 0);
+}
+
+void Controls::disabledFrameKeepsInputFromItsControls()
+{
+    Host host;
+    ControlFrame frame(&host, ControlFrame::Look::station), group(&frame, ControlFrame::Look::group);
+    FieldLabel field(&group, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    CheckButton check(&frame, QStringLiteral("Hak Ediş Yok"));
+    int clicks = 0;
+    field.onClick([&] { ++clicks; });
+    field.onMouseMove([&] { ++clicks; });
+    check.onClick([&] { ++clicks; });
+    frame.onClick([&] { ++clicks; });
+
+    frame.setEnabled(false);
+    QTest::mouseMove(&field);
+    QTest::mouseClick(&field, Qt::LeftButton);
+    QTest::mouseClick(&check, Qt::LeftButton);
+    QTest::keyClick(&check, Qt::Key_Space);
+    QTest::mouseClick(&frame, Qt::LeftButton);
+    QCOMPARE(clicks, 0);
+    QVERIFY(!check.value());
+
+    frame.setEnabled(true);
+    QTest::mouseClick(&field, Qt::LeftButton);
+    QTest::mouseClick(&check, Qt::LeftButton);
+    QCOMPARE(clicks, 2);
+}
+
+void Controls::disabledFrameLeavesOwnValuesAlone()
+{
+    ControlFrame frame(nullptr, ControlFrame::Look::station);
+    CommandButton print(&frame, QStringLiteral("Fiş Yaz")), other(&frame);
+    other.setEnabled(false);
+    print.resize(200, 60);
+    const QImage before = print.grab().toImage();
+    frame.setEnabled(false);
+    QVERIFY(print.enabled());
+    QVERIFY(!other.enabled());
+    QCOMPARE(print.grab().toImage(), before); // not greyed
+    frame.setEnabled(true);
+    QVERIFY(print.enabled());
+    QVERIFY(!other.enabled());
+}
+
+void Controls::codeChangesControlsOfADisabledFrame()
+{
+    ControlFrame frame(nullptr, ControlFrame::Look::station);
+    FieldLabel field(&frame, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    int changes = 0;
+    field.onChange([&] { ++changes; });
+    frame.setEnabled(false);
+    field.setCaption(QStringLiteral("5"));
+    QCOMPARE(changes, 1);
+    QCOMPARE(field.caption(), QStringLiteral("5"));
+}
+
+void Controls::hiddenFrameLeavesOwnVisibilityAlone()
+{
+    Host host; // never shown, as before the first activation
+    ControlFrame frame(&host, ControlFrame::Look::station), group(&frame, ControlFrame::Look::group);
+    FieldLabel field(&group, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    QVERIFY(group.visible());
+    group.setVisible(false);
+    QVERIFY(!group.visible());
+    QVERIFY(field.visible());
+    group.setVisible(true);
+    frame.setVisible(false);
+    QVERIFY(group.visible());
+    host.show();
+    QVERIFY(!frame.visible());
+    QVERIFY(group.visible());
+}
+
+void Controls::frameClickNeedsTheBareFrame()
+{
+    Host host;
+    ControlFrame frame(&host, ControlFrame::Look::panel);
+    frame.resize(200, 60);
+    CaptionLabel count(&frame, QStringLiteral("3 Kap"));
+    count.setGeometry(0, 0, 80, 60);
+    int frameClicks = 0, countClicks = 0;
+    frame.onClick([&] { ++frameClicks; });
+    count.onClick([&] { ++countClicks; });
+    QTest::mouseClick(&frame, Qt::LeftButton, Qt::NoModifier, QPoint(150, 30));
+    QTest::mouseClick(&count, Qt::LeftButton);
+    QTest::mousePress(&frame, Qt::LeftButton, Qt::NoModifier, QPoint(150, 30));
+    QTest::mouseRelease(&frame, Qt::LeftButton, Qt::NoModifier, QPoint(150, 300));
+    QCOMPARE(frameClicks, 1);
+    QCOMPARE(countClicks, 1);
+}
+
+void Controls::assistivePressIsBlockedToo()
+{
+    ControlFrame frame(nullptr, ControlFrame::Look::station);
+    CommandButton print(&frame, QStringLiteral("Fiş Yaz"));
+    int clicks = 0;
+    print.onClick([&] { ++clicks; });
+    frame.setEnabled(false);
+    print.click();
+    QCOMPARE(clicks, 0);
+}
+
+void Controls::checkButtonTurnedOffByCodeRunsItsClick()
+{
+    Host host;
+    CheckButton check(&host, QStringLiteral("Hak Ediş Yok"));
+    check.setValue(true);
+    int clicks = 0;
+    check.onClick([&] {
+        ++clicks;
+        throw base::runtimeError(base::errors::typeMismatch);
+    });
+    QCOMPARE(errorOf([&] { check.setValue(false); }), 13);
+    QCOMPARE(clicks, 1);
+    QVERIFY(!check.value());
+    QCOMPARE(host.actions, 0);
+}
+
+void Controls::checkButtonSetToItsValueDoesNothing()
+{
+    CheckButton check(nullptr);
+    int clicks = 0;
+    check.onClick([&] { ++clicks; });
+    check.setValue(false);
+    QCOMPARE(clicks, 0);
+}
+
+void Controls::pressFlipsACheckButtonOnce()
+{
+    Host host;
+    CheckButton check(&host);
+    QList<bool> values;
+    check.onClick([&] { values << check.value(); });
+    QTest::mouseClick(&check, Qt::LeftButton);
+    QTest::mouseClick(&check, Qt::LeftButton);
+    QCOMPARE(values, (QList<bool>{true, false}));
+    QCOMPARE(host.actions, 2);
+}
+
+void Controls::onlyOneOptionIsOn()
+{
+    Host host;
+    OptionButton customers(&host, QStringLiteral("CARİLER")), report(&host, QStringLiteral("RAPOR"));
+    customers.setValue(true);
+    QTest::mouseClick(&report, Qt::LeftButton);
+    QVERIFY(report.value());
+    QVERIFY(!customers.value());
+}
+
+void Controls::optionThatIsOnAlreadyDoesNotClick()
+{
+    Host host;
+    OptionButton customers(&host), report(&host);
+    int clicks = 0;
+    customers.onClick([&] { ++clicks; });
+    customers.setValue(true);
+    customers.setValue(true);
+    QTest::mouseClick(&customers, Qt::LeftButton);
+    QCOMPARE(clicks, 1);
+}
+
+void Controls::optionTurnedOffByAnotherDoesNotClick()
+{
+    Host host;
+    OptionButton customers(&host), report(&host);
+    customers.setValue(true);
+    int clicks = 0;
+    customers.onClick([&] { ++clicks; });
+    report.setValue(true);
+    QCOMPARE(clicks, 0);
+}
+
+void Controls::disabledButtonDoesNotClick()
+{
+    Host host;
+    CommandButton print(&host, QStringLiteral("Fiş Yaz"));
+    int clicks = 0;
+    print.onClick([&] { ++clicks; });
+    print.setEnabled(false);
+    QTest::mouseClick(&print, Qt::LeftButton);
+    print.click();
+    QCOMPARE(clicks, 0);
+}
+
+void Controls::dropDownTakesIndexesOfItsEntries_data()
+{
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("error");
+    QTest::newRow("first") << 0 << 0;
+    QTest::newRow("last") << 3 << 0;
+    QTest::newRow("none") << -1 << 0;
+    QTest::newRow("below none") << -2 << 380;
+    QTest::newRow("past the last") << 4 << 380;
+}
+
+const QStringList containers = {QStringLiteral(" 5 Litrelik Kap"), QStringLiteral("10 Litrelik Kap"),
+                                QStringLiteral("15 Litrelik Kap"), QStringLiteral("20 Litrelik Kap")};
+
+void Controls::dropDownTakesIndexesOfItsEntries()
+{
+    QFETCH(int, index);
+    QFETCH(int, error);
+    DropDownList list(nullptr, containers);
+    list.setListIndex(1);
+    QCOMPARE(errorOf([&] { list.setListIndex(index); }), error);
+    QCOMPARE(list.listIndex(), error ? 1 : index);
+}
+
+void Controls::dropDownTakesTextsOfItsEntries_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("error");
+    QTest::newRow("entry") << QStringLiteral("15 Litrelik Kap") << 2 << 0;
+    QTest::newRow("entry with its blank") << QStringLiteral(" 5 Litrelik Kap") << 0 << 0;
+    QTest::newRow("entry without its blank") << QStringLiteral("5 Litrelik Kap") << 1 << 383;
+    QTest::newRow("other case") << QStringLiteral("10 litrelik kap") << 1 << 383;
+    QTest::newRow("empty") << QString() << 1 << 383;
+}
+
+void Controls::dropDownTakesTextsOfItsEntries()
+{
+    QFETCH(QString, text);
+    QFETCH(int, error);
+    DropDownList list(nullptr, containers);
+    list.setListIndex(1);
+    QCOMPARE(errorOf([&] { list.setText(text); }), error);
+    QTEST(list.listIndex(), "index");
+}
+
+void Controls::dropDownWithoutChoiceIsEmpty()
+{
+    DropDownList list(nullptr, containers);
+    QCOMPARE(list.listIndex(), -1);
+    QCOMPARE(list.text(), QString());
+    list.setListIndex(2);
+    list.setListIndex(-1);
+    QCOMPARE(list.text(), QString());
+}
+
+void Controls::wheelDoesNotTurnTheDropDown()
+{
+    Host host;
+    DropDownList list(&host, containers);
+    list.setListIndex(1);
+    QWheelEvent turn(QPointF(5, 5), QPointF(5, 5), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&list, &turn);
+    QCOMPARE(list.listIndex(), 1);
+}
+
+void Controls::anotherDayFiresTheChange()
+{
+    Host host;
+    DatePicker day(&host, QStringLiteral("İlk gün"));
+    day.setValue(QDate(2024, 11, 5));
+    QList<QDate> seen;
+    day.onChange([&] {
+        seen << day.value();
+        throw base::runtimeError(base::errors::querySyntax);
+    });
+    QCOMPARE(errorOf([&] { day.setValue(QDate(2024, 11, 6)); }), 3075);
+    QCOMPARE(seen, QList<QDate>{QDate(2024, 11, 6)});
+    QCOMPARE(day.caption().section(u' ', 0, 0), QStringLiteral("06.11.2024"));
+}
+
+void Controls::sameDayFiresNothing()
+{
+    DatePicker day(nullptr, QStringLiteral("İlk gün"));
+    day.setValue(QDate(2024, 11, 5));
+    int changes = 0;
+    day.onChange([&] { ++changes; });
+    day.setValue(QDate(2024, 11, 5));
+    QCOMPARE(changes, 0);
+}
+
+void Controls::invalidDayIsRefused()
+{
+    DatePicker day(nullptr, QStringLiteral("İlk gün"));
+    day.setValue(QDate(2024, 11, 5));
+    QCOMPARE(errorOf([&] { day.setValue(QDate(2024, 2, 30)); }), 380);
+    QCOMPARE(day.value(), QDate(2024, 11, 5));
+}
+
+void Controls::menuMarkStaysUntilTheRuleChangesIt()
+{
+    Host host;
+    MenuItem item(&host, QStringLiteral("Sayac"), QStringLiteral("Sayaç"));
+    item.setHasCheckMark(true);
+    QList<bool> seen;
+    item.onClick([&] { seen << item.checked(); });
+    item.trigger();
+    QVERIFY(!item.checked());
+    QVERIFY(!item.isChecked());
+    item.onClick([&] { item.setChecked(!item.checked()); });
+    item.trigger();
+    QVERIFY(item.checked());
+    QVERIFY(item.isChecked());
+    item.trigger();
+    QVERIFY(!item.checked());
+    QCOMPARE(seen, QList<bool>{false});
+    QCOMPARE(host.actions, 3);
+    QCOMPARE(item.caption(), QStringLiteral("Sayaç"));
+}
+
+void Controls::menuCaptionKeepsAnAmpersand()
+{
+    Host host;
+    MenuItem item(&host, QStringLiteral("PortAyarlar"), QStringLiteral("A&B"));
+    QCOMPARE(item.caption(), QStringLiteral("A&B"));
+    QCOMPARE(item.text(), QStringLiteral("A&&B"));
+}
+
+void Controls::disabledMenuItemDoesNotClick()
+{
+    Host host;
+    MenuItem item(&host, QStringLiteral("CariSil"), QStringLiteral("Carileri Sil"));
+    item.setEnabled(false);
+    item.trigger();
+    QCOMPARE(host.actions, 0);
+}
+
+void Controls::pixelsAreFifteenTwips_data()
+{
+    QTest::addColumn<int>("pixels");
+    QTest::addColumn<int>("twips");
+    QTest::newRow("one") << 1 << 15;
+    QTest::newRow("64") << 64 << 960;
+    QTest::newRow("1024") << 1024 << 15360;
+    QTest::newRow("768") << 768 << 11520;
+}
+
+void Controls::pixelsAreFifteenTwips()
+{
+    QFETCH(int, pixels);
+    QFETCH(int, twips);
+    QCOMPARE(twips::fromPixels(pixels), twips);
+    QCOMPARE(twips::toPixels(twips), pixels);
+    QCOMPARE(twips::toPixels(400), 27); // 26.67: rounded only when something is moved
+}
+
+void Controls::placesAreInTwipsOfTheContainer()
+{
+    ControlFrame frame(nullptr, ControlFrame::Look::station);
+    CaptionLabel label(&frame);
+    label.setGeometry(10, 20, 64, 32);
+    QCOMPARE(label.Left(), 150);
+    QCOMPARE(label.Top(), 300);
+    QCOMPARE(label.Width(), 960);
+    QCOMPARE(label.Height(), 480);
+    label.setLeft(457.5);
+    QCOMPARE(label.x(), 31); // half a pixel goes away from zero
+    label.setTop(-30);
+    QCOMPARE(label.y(), -2);
+}
+
+void Controls::indexWithoutControlIsError340()
+{
+    Host host;
+    CaptionLabel one(&host), two(&host);
+    ControlArray<CaptionLabel, 2> labels;
+    labels[0] = &one;
+    labels[1] = &two;
+    QCOMPARE(errorOf([&] { labels[999]->setCaption(QStringLiteral("1")); }), 340);
+    QCOMPARE(errorOf([&] { labels[-1]->setCaption(QStringLiteral("1")); }), 340);
+    try {
+        labels[2]->setCaption(QString());
+        QFAIL("no error");
+    } catch (const base::RuntimeError& error) {
+        QCOMPARE(error.text(), QStringLiteral("Control array element '2' doesn't exist"));
+    }
+}
+
+QTEST_MAIN(Controls)
+#include "controls.moc"

@@ -1,0 +1,204 @@
+#include "app/message_boxes.h"
+#include "app/command_button.h"
+#include "app/font_dialog.h"
+#include "app/search_list.h"
+#include "base/error.h"
+#include <QPushButton>
+#include <QTimer>
+#include <QtTest>
+
+using namespace app;
+
+class MessageBoxesTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void questionIsAnsweredByItsButtons_data();
+    void questionIsAnsweredByItsButtons();
+    void enterMeansNo();
+    void noteIsTitledWithTheProgram();
+    void errorReportNamesNumberAndText();
+    void secondReportIsOnlyLogged();
+    void boxesShowPlainText();
+    void buttonsAreLargeEnoughForAFinger();
+
+    void fontDialogOpensOnThePreset();
+    void fontDialogGivesWhatWasTouched();
+    void cancelledFontDialogGivesNothing();
+    void fontSizeStaysPrintable();
+};
+
+namespace {
+
+QMessageBox* openBox() { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); }
+
+/// Runs `inside` while the next modal window is open.
+void whenOpen(const std::function<void()>& inside) { QTimer::singleShot(20, qApp, inside); }
+
+QPushButton* button(const QString& caption)
+{
+    for (QAbstractButton* candidate : openBox()->buttons())
+        if (candidate->text() == caption) return qobject_cast<QPushButton*>(candidate);
+    return nullptr;
+}
+
+const QString question = QStringLiteral("Kayıt Silinecek Eminmisiniz..!");
+const QString title = QStringLiteral("Kayıt Silme");
+
+} // namespace
+
+void MessageBoxesTest::questionIsAnsweredByItsButtons_data()
+{
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<bool>("yes");
+    QTest::newRow("Evet") << QStringLiteral("Evet") << true;
+    QTest::newRow("Hayır") << QStringLiteral("Hayır") << false;
+    QTest::newRow("close box") << QString() << false;
+}
+
+void MessageBoxesTest::questionIsAnsweredByItsButtons()
+{
+    QFETCH(QString, caption);
+    MessageBoxes boxes;
+    QString shown, shownTitle;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    whenOpen([&] {
+        shown = openBox()->text();
+        shownTitle = openBox()->windowTitle();
+        icon = openBox()->icon();
+        if (caption.isEmpty())
+            openBox()->close();
+        else
+            button(caption)->click();
+    });
+    QTEST(boxes.yesNo(question, title), "yes");
+    QCOMPARE(shown, question);
+    QCOMPARE(shownTitle, title);
+    QCOMPARE(icon, QMessageBox::Critical);
+}
+
+void MessageBoxesTest::enterMeansNo()
+{
+    MessageBoxes boxes;
+    QString preferred;
+    whenOpen([&] {
+        preferred = openBox()->defaultButton()->text();
+        QTest::keyClick(openBox(), Qt::Key_Return);
+    });
+    QCOMPARE(boxes.yesNo(question, title), false);
+    QCOMPARE(preferred, QStringLiteral("Hayır"));
+}
+
+void MessageBoxesTest::noteIsTitledWithTheProgram()
+{
+    MessageBoxes boxes;
+    QString shownTitle, caption;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    whenOpen([&] {
+        shownTitle = openBox()->windowTitle();
+        icon = openBox()->icon();
+        caption = openBox()->buttons().constFirst()->text();
+        button(QStringLiteral("Tamam"))->click();
+    });
+    boxes.exclamation(QStringLiteral("Geçersiz ayar"));
+    QCOMPARE(shownTitle, QStringLiteral("Mendrik Presva"));
+    QCOMPARE(icon, QMessageBox::Warning);
+    QCOMPARE(caption, QStringLiteral("Tamam"));
+}
+
+void MessageBoxesTest::errorReportNamesNumberAndText()
+{
+    MessageBoxes boxes;
+    QString shown;
+    whenOpen([&] {
+        shown = openBox()->text();
+        openBox()->close();
+    });
+    boxes.errorReport(base::runtimeError(base::errors::typeMismatch));
+    QCOMPARE(shown, QStringLiteral("Run-time error '13':\n\nType mismatch"));
+}
+
+void MessageBoxesTest::secondReportIsOnlyLogged()
+{
+    MessageBoxes boxes;
+    int open = 0;
+    whenOpen([&] {
+        QTest::ignoreMessage(QtWarningMsg, "Run-time error '6': Overflow");
+        boxes.errorReport(base::runtimeError(base::errors::overflow));
+        for (QWidget* window : QApplication::topLevelWidgets())
+            if (qobject_cast<QMessageBox*>(window) && window->isVisible()) ++open;
+        openBox()->close();
+    });
+    boxes.errorReport(base::runtimeError(base::errors::typeMismatch));
+    QCOMPARE(open, 1);
+}
+
+void MessageBoxesTest::boxesShowPlainText()
+{
+    const auto box =
+        messageBox(nullptr, QMessageBox::Warning, title, QStringLiteral("<b>Ali</b>"), QStringLiteral("Tamam"));
+    QCOMPARE(box->textFormat(), Qt::PlainText);
+    QCOMPARE(box->text(), QStringLiteral("<b>Ali</b>"));
+}
+
+void MessageBoxesTest::buttonsAreLargeEnoughForAFinger()
+{
+    const auto box =
+        messageBox(nullptr, QMessageBox::Critical, title, question, QStringLiteral("Evet"), QStringLiteral("Hayır"));
+    box->show();
+    for (QAbstractButton* candidate : box->buttons()) {
+        QVERIFY(candidate->height() >= 48);
+        QVERIFY(candidate->width() >= 120);
+    }
+}
+
+void MessageBoxesTest::fontDialogOpensOnThePreset()
+{
+    FontDialog dialog({QStringLiteral("Nowhere Installed"), 10.5f, true, false}, nullptr);
+    QCOMPARE(dialog.choice().name, QStringLiteral("Nowhere Installed"));
+    QCOMPARE(dialog.faces->text(), QStringLiteral("Nowhere Installed"));
+    QCOMPARE(dialog.choice().size, 10.5f);
+    QVERIFY(dialog.bold->value());
+    QVERIFY(!dialog.italic->value());
+}
+
+void MessageBoxesTest::fontDialogGivesWhatWasTouched()
+{
+    MessageBoxes boxes;
+    whenOpen([] {
+        auto* dialog = qobject_cast<FontDialog*>(QApplication::activeModalWidget());
+        for (int row = 0; row < dialog->faces->rowCount(); ++row)
+            if (dialog->faces->rowText(row) == u"DejaVu Sans") dialog->faces->pick(row);
+        QTest::mouseClick(dialog->larger, Qt::LeftButton);
+        QTest::mouseClick(dialog->bold, Qt::LeftButton);
+        QTest::mouseClick(dialog->italic, Qt::LeftButton);
+        QTest::mouseClick(dialog->ok, Qt::LeftButton);
+    });
+    const auto chosen = boxes.chooseFont({QStringLiteral("Arial"), 10, false, true});
+    QVERIFY(chosen);
+    QCOMPARE(chosen->name, QStringLiteral("DejaVu Sans"));
+    QCOMPARE(chosen->size, 10.5f);
+    QVERIFY(chosen->bold);
+    QVERIFY(!chosen->italic);
+}
+
+void MessageBoxesTest::cancelledFontDialogGivesNothing()
+{
+    MessageBoxes boxes;
+    whenOpen([] {
+        auto* dialog = qobject_cast<FontDialog*>(QApplication::activeModalWidget());
+        QTest::mouseClick(dialog->larger, Qt::LeftButton);
+        QTest::mouseClick(dialog->cancel, Qt::LeftButton);
+    });
+    QVERIFY(!boxes.chooseFont({QStringLiteral("Arial"), 8, false, false}));
+}
+
+void MessageBoxesTest::fontSizeStaysPrintable()
+{
+    FontDialog dialog({QStringLiteral("Arial"), 5, false, false}, nullptr);
+    for (int press = 0; press < 10; ++press) QTest::mouseClick(dialog.smaller, Qt::LeftButton);
+    QCOMPARE(dialog.choice().size, 4.0f);
+}
+
+QTEST_MAIN(MessageBoxesTest)
+#include "message_boxes.moc"

@@ -1,0 +1,174 @@
+#include "app/search_list.h"
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QtTest>
+
+using namespace app;
+
+class SearchListTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void tapPicksTheRowUnderIt();
+    void dragScrollsAndPicksNothing();
+    void quickDragGlidesOn();
+    void onlyShownRowsAreAskedFor();
+    void refillGoesBackToTheTop();
+    void refillInsideTheClickIsFine();
+    void rowThatIsNotThereCannotBePicked();
+    void listIsNoTallerThanItsRows();
+    void listEndsAboveTheLineGiven();
+    void rowsAreTallEnoughForAFinger();
+};
+
+namespace {
+
+struct Filled {
+    explicit Filled(int rows)
+    {
+        list.setRowHeight(50);
+        list.resize(400, 306);
+        list.setRows([this] { return count; },
+                     [this](int row) {
+                         asked << row;
+                         return QStringLiteral("Ali %1").arg(row);
+                     });
+        count = rows;
+        list.refill();
+        window.resize(500, 500);
+        window.show();
+    }
+
+    QPoint at(int y) { return {100, y}; }
+
+    QWidget window;
+    SearchList list{&window};
+    int count = 0;
+    QList<int> asked;
+};
+
+} // namespace
+
+void SearchListTest::tapPicksTheRowUnderIt()
+{
+    Filled filled(10);
+    QString picked;
+    filled.list.onClick([&] { picked = filled.list.text(); });
+    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(125));
+    QCOMPARE(picked, QStringLiteral("Ali 2"));
+}
+
+void SearchListTest::dragScrollsAndPicksNothing()
+{
+    Filled filled(100);
+    int clicks = 0;
+    filled.list.onClick([&] { ++clicks; });
+    QWidget* surface = filled.list.viewport();
+    QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(250));
+    QTest::mouseMove(surface, filled.at(200));
+    QTest::mouseMove(surface, filled.at(100));
+    QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
+    // A finger that rests before it lifts does not fling.
+    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100), 100);
+    QTest::qWait(50);
+    QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
+    QCOMPARE(clicks, 0);
+    QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(10));
+    QCOMPARE(filled.list.text(), QStringLiteral("Ali 3"));
+}
+
+void SearchListTest::quickDragGlidesOn()
+{
+    Filled filled(1000);
+    QWidget* surface = filled.list.viewport();
+    QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(280));
+    for (int y = 260; y >= 60; y -= 40) QTest::mouseMove(surface, filled.at(y), 8);
+    const int lifted = filled.list.verticalScrollBar()->value();
+    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(60));
+    QTRY_VERIFY(filled.list.verticalScrollBar()->value() > lifted + 20);
+    // Touching a gliding list stops it and picks nothing.
+    int clicks = 0;
+    filled.list.onClick([&] { ++clicks; });
+    QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
+    QCOMPARE(clicks, 0);
+}
+
+void SearchListTest::onlyShownRowsAreAskedFor()
+{
+    Filled filled(100000);
+    filled.asked.clear();
+    QElapsedTimer clock;
+    clock.start();
+    filled.list.refill();
+    filled.list.grab();
+    QVERIFY2(filled.asked.size() <= 8, qPrintable(QString::number(filled.asked.size())));
+    filled.list.verticalScrollBar()->setValue(filled.list.verticalScrollBar()->maximum());
+    filled.asked.clear();
+    filled.list.grab();
+    QCOMPARE(filled.asked.last(), 99999);
+    QVERIFY(filled.asked.size() <= 8);
+}
+
+void SearchListTest::refillGoesBackToTheTop()
+{
+    Filled filled(100);
+    filled.list.verticalScrollBar()->setValue(500);
+    filled.list.refill();
+    QCOMPARE(filled.list.verticalScrollBar()->value(), 0);
+}
+
+void SearchListTest::refillInsideTheClickIsFine()
+{
+    Filled filled(10);
+    filled.list.onClick([&] {
+        filled.count = 1;
+        filled.list.refill();
+        filled.list.setVisible(false);
+    });
+    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
+    QCOMPARE(filled.list.text(), QStringLiteral("Ali 4"));
+    QCOMPARE(filled.list.rowCount(), 1);
+    QVERIFY(!filled.list.visible());
+}
+
+void SearchListTest::rowThatIsNotThereCannotBePicked()
+{
+    Filled filled(2);
+    int clicks = 0;
+    filled.list.onClick([&] { ++clicks; });
+    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
+    filled.list.pick(2);
+    filled.list.pick(-1);
+    QCOMPARE(clicks, 0);
+}
+
+void SearchListTest::listIsNoTallerThanItsRows()
+{
+    Filled filled(2);
+    filled.list.move(0, 20);
+    filled.list.setRoom(300, 400);
+    QCOMPARE(filled.list.viewport()->height(), 100);
+    filled.count = 100;
+    filled.list.refill();
+    QCOMPARE(filled.list.geometry().bottom(), 399);
+}
+
+void SearchListTest::listEndsAboveTheLineGiven()
+{
+    Filled filled(100);
+    filled.list.setRoom(300, 400);
+    filled.list.setTop(twips::fromPixels(150));
+    QCOMPARE(filled.list.geometry().bottom(), 399);
+}
+
+void SearchListTest::rowsAreTallEnoughForAFinger()
+{
+    Filled filled(10);
+    filled.asked.clear();
+    for (int y = 5; y < 300; y += 10)
+        QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(y));
+    QCOMPARE(filled.asked.count(0), 5); // 50 pixels of them belong to the first row
+}
+
+QTEST_MAIN(SearchListTest)
+#include "search_list.moc"
