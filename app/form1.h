@@ -222,6 +222,8 @@ private:
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
+    /// The printer's state and the size of the journal, in the status line.
+    void showFacts();
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;

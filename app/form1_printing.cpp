@@ -35,9 +35,11 @@ void Form1::YazCmd_Click(int Index)
         }
     } buttonBack{*YazCmd[Index]};
 
-    if (!printSlip(station())) return;
-    storePressing(station());
-    KapFrm[Index]->setVisible(Sayac->checked());
+    if (printSlip(station())) {
+        storePressing(station());
+        KapFrm[Index]->setVisible(Sayac->checked());
+    }
+    showFacts();
 }
 
 bool Form1::printSlip(int current)

@@ -1,6 +1,7 @@
 #include "app/form1.h"
 #include "app/window_place.h"
 #include "base/error.h"
+#include "base/patterns.h"
 #include "base/sequential.h"
 #include "pressing/keypad.h"
 #include <QCloseEvent>
@@ -9,6 +10,7 @@
 #include <QDir>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QTimer>
 
 namespace app {
 
@@ -34,7 +36,19 @@ void Form1::start()
     ActiveResize1.restore(layoutName, true, *this);
     show();
     setFocus(); // on no button: a stray key press must not push the first one
+    run([this] { DataHar.refresh(); });
     activated();
+    // Asking the scheduler may take a moment; the operator can type meanwhile.
+    QTimer::singleShot(0, this, [this] { showFacts(); });
+}
+
+void Form1::showFacts()
+{
+    status->setPrinter(surroundings_.printer.stateText());
+    if (DataHar.hasRecordSet())
+        status->setDataFile(QStringLiteral("Yag.mdb: %1 kayıt")
+                                .arg(base::formatNumber(double(DataHar.recordSet().size()), u"#,##0",
+                                                        surroundings_.regional)));
 }
 
 void Form1::activated()
