@@ -4,6 +4,7 @@
 #include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
+#include "scale/frm_properties.h"
 #include "scale/weight_line.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,7 @@ void Form1::wireScale()
     Winsock1 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
     Winsock2 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
     Bağlantı->onClick([this] { Bağlantı_Click(); });
+    PortAyarlar->onClick([this] { PortAyarlar_Click(); });
 }
 
 void Form1::scaleEvent()
@@ -88,6 +90,24 @@ void Form1::PortAc()
         }
     }
     resumeNext([&] { TeraziComm->setPortOpen(true); });
+    showPortState();
+}
+
+void Form1::PortAyarlar_Click()
+{
+    const QString caption = scale::runPortSettings(*TeraziComm, [this] {
+        scale::PropertiesDoors doors;
+        doors.ports = scale::systemPorts(surroundings_.directory);
+        doors.save = [this](const QString& key, const QString& text) {
+            surroundings_.settings.save(programTitle, propertiesSection, key, text);
+        };
+        doors.warn = [this](const QString& text) { surroundings_.prompt.exclamation(text); };
+        scale::frmProperties dialog(*TeraziComm, doors, this);
+        dialog.Form_Load();
+        dialog.exec();
+        activated();
+    });
+    PortAyarlar->setCaption(caption);
     showPortState();
 }
 
