@@ -15,6 +15,10 @@ namespace {
 
 constexpr int widestRoll = 11200; // hundredths of a millimetre
 
+/// The print system turns a size into hundredths of a millimetre and back and cuts both times: 227 points would come
+/// out as 226, and the page with its edges cut off. With this much more, the same whole points come back.
+constexpr double pointSlack = 0.05;
+
 base::RuntimeError printerError(const QString& reason)
 {
     return {base::errors::printer, u"Printer error: "_s + reason};
@@ -53,7 +57,11 @@ QString describe(QueueCondition condition, const QString& queue)
 std::string mediaOf(const Document& document)
 {
     if (!document.paper.roll && !document.paper.media.isEmpty()) return document.paper.media.toStdString();
-    return "Custom." + std::to_string(document.page.width) + "x" + std::to_string(document.page.height);
+    // Never by a locale: the decimal mark is part of the queue's language.
+    return QStringLiteral("Custom.%1x%2")
+        .arg(document.page.width + pointSlack, 0, 'f', 2)
+        .arg(document.page.height + pointSlack, 0, 'f', 2)
+        .toStdString();
 }
 
 } // namespace
@@ -66,12 +74,11 @@ Paper paperOf(const platform::QueuePaper& paper)
     result.width = static_cast<int>(std::lround(points(paper.width)));
     result.height = static_cast<int>(std::lround(points(paper.length)));
     if (result.roll) {
-        // Rounded up, a page would be a hair too wide for a queue whose widest sheet this is, and be refused or scaled;
-        // but 227 points told in hundredths of a millimetre come back as 226.998.
-        constexpr double slack = 0.1;
-        if (paper.maxWidth > 0) result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth) + slack));
+        // Rounded up, a page would be a hair wider than the widest sheet, and be refused or scaled.
+        if (paper.maxWidth > 0)
+            result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth) - pointSlack));
         result.minHeight = static_cast<int>(std::ceil(points(paper.minLength)));
-        result.maxHeight = static_cast<int>(points(paper.maxLength));
+        result.maxHeight = static_cast<int>(points(paper.maxLength) - pointSlack);
     }
     result.leftMargin = twipsOfMargin(paper.left);
     result.topMargin = twipsOfMargin(paper.top);
@@ -106,7 +113,7 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
     try {
         queue_->startDocument();
         // In pieces: a print system that fails in the middle of a long listing is noticed there.
-        constexpr std::size_t piece = 64 * 1024;
+        constexpr std::size_t piece = 65536;
         auto left = std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size())));
         while (!left.empty()) {
             const auto now = left.first(std::min(piece, left.size()));

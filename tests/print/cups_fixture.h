@@ -108,7 +108,7 @@ private:
 ///     cups.setDefault("slip");
 ///
 /// After start() the environment of the process points every user of the print system here. What queues print arrives
-/// at `printer`; raw and PDF queues pass it through byte by byte.
+/// at `printer`, byte by byte as it was sent unless the queue is a filtered one.
 class CupsFixture {
 public:
     enum class Paper {
@@ -117,6 +117,7 @@ public:
         narrow80, ///< 80 x 297 mm, no other length
         a4,       ///< A4, any other size
         raw,      ///< no driver: the queue says nothing of its paper
+        filtered, ///< as roll80, through the print system's own page filter
     };
 
     SocketPrinter printer;
@@ -297,7 +298,8 @@ private:
             int width, height, margin; // points
             int maxHeight;             // 0: no sizes but this one and A4
         };
-        const Sheet sheet = paper == Paper::roll80     ? Sheet{"X80MMY200MM", 227, 567, 11, 5670}
+        const bool roll80 = paper == Paper::roll80 || paper == Paper::filtered;
+        const Sheet sheet = roll80                     ? Sheet{"X80MMY200MM", 227, 567, 11, 5670}
                             : paper == Paper::roll58   ? Sheet{"X58MMY100MM", 164, 283, 14, 5670}
                             : paper == Paper::narrow80 ? Sheet{"X80MMY297MM", 227, 842, 11, 0}
                                                        : Sheet{"A4", 595, 842, 12, 1000};
@@ -308,12 +310,14 @@ private:
         const QByteArray topBottom = paper == Paper::a4 ? margin : "0";
         const QByteArray top = QByteArray::number(sheet.height - topBottom.toInt());
 
+        const QByteArray accepted = paper == Paper::filtered ? "application/vnd.cups-pdf" : "application/pdf";
         QByteArray text = "*PPD-Adobe: \"4.3\"\n*FormatVersion: \"4.3\"\n*FileVersion: \"1.0\"\n"
                           "*LanguageVersion: English\n*LanguageEncoding: ISOLatin1\n*PCFileName: \"TEST.PPD\"\n"
                           "*Manufacturer: \"Test\"\n*Product: \"(Test)\"\n*ModelName: \"Test\"\n"
                           "*ShortNickName: \"Test\"\n*NickName: \"Test\"\n*PSVersion: \"(3010.000) 0\"\n"
                           "*LanguageLevel: \"3\"\n*ColorDevice: False\n*DefaultColorSpace: Gray\n*FileSystem: False\n"
-                          "*Throughput: \"1\"\n*cupsVersion: 2.4\n*cupsFilter: \"application/pdf 0 -\"\n";
+                          "*Throughput: \"1\"\n*cupsVersion: 2.4\n*cupsFilter: \"" +
+                          accepted + " 0 -\"\n";
         for (const QByteArray option : {"PageSize", "PageRegion"}) {
             text += "*OpenUI *" + option + ": PickOne\n*OrderDependency: 10 AnySetup *" + option + "\n*Default" +
                     option + ": " + sheet.name + "\n*" + option + " " + sheet.name + ": \"\"\n";

@@ -90,7 +90,7 @@ private slots:
         queue.submit(*document);
         QTRY_COMPARE(cups->complainersJobs().size(), 1);
         const QString options = cups->complainersJobs().front();
-        const QString media = QString("media=Custom.%1x%2").arg(document->page.width).arg(document->page.height);
+        const QString media = QString("media=Custom.%1.05x%2.05").arg(document->page.width).arg(document->page.height);
         for (const QString& option : {media, QString("print-scaling=none"), QString("sides=one-sided")})
             QVERIFY2(options.split(u' ').contains(option), qPrintable(options));
         // What the user asks of every job is kept, unless it would spoil the page.
@@ -99,14 +99,43 @@ private slots:
         QVERIFY(cups->removeQueue("noted"));
     }
 
+    void thePrintSystemNeitherScalesNorTurnsThePage_data()
+    {
+        QTest::addColumn<int>("lines");
+        QTest::newRow("wider than long") << 2;
+        QTest::newRow("a slip") << 40;
+        QTest::newRow("longer than the queue's usual paper") << 100;
+    }
+    void thePrintSystemNeitherScalesNorTurnsThePage()
+    {
+        NEEDS_PDF_TOOLS;
+        QFETCH(int, lines);
+        if (!QFile::exists("/usr/lib/cups/filter/pdftopdf")) QSKIP("the page filter (cups-filters) is not installed");
+        QVERIFY2(cups->addQueue("filtered", CupsFixture::Paper::filtered), qPrintable(cups->whyNot()));
+        QueueTarget queue = target("filtered");
+        Printer printer(queue);
+        for (int i = 0; i < lines; ++i) printer.print(QString("line %1").arg(i));
+        const auto document = printer.takeDoc();
+        queue.submit(*document);
+        QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
+        const QByteArray printed = cups->printer.jobs().front();
+        QVERIFY(printed != document->pdf);
+        const QStringList places = askPdf(printed, "pdftotext", {"-bbox", "FILE", "-"}).split(u'\n').filter("<word ");
+        QCOMPARE(places, askPdf(document->pdf, "pdftotext", {"-bbox", "FILE", "-"}).split(u'\n').filter("<word "));
+        QCOMPARE(places.size(), 2 * lines);
+        const QString size = QString("Page size: +%1 x %2 pts").arg(document->page.width).arg(document->page.height);
+        QVERIFY(askPdf(printed, "pdfinfo", {"FILE"}).contains(QRegularExpression(size)));
+        QVERIFY(cups->removeQueue("filtered"));
+    }
+
     void aRollIsToldFromSheetsByWhatTheQueueAccepts_data()
     {
         QTest::addColumn<CupsFixture::Paper>("paper");
         QTest::addColumn<bool>("roll");
         QTest::addColumn<int>("width");
         QTest::addColumn<int>("printable");
-        QTest::newRow("80 mm") << CupsFixture::Paper::roll80 << true << 227 << 227 * 20 - 2 * 220;
-        QTest::newRow("58 mm") << CupsFixture::Paper::roll58 << true << 164 << 164 * 20 - 2 * 281;
+        QTest::newRow("80 mm") << CupsFixture::Paper::roll80 << true << 226 << 226 * 20 - 2 * 220;
+        QTest::newRow("58 mm") << CupsFixture::Paper::roll58 << true << 163 << 163 * 20 - 2 * 281;
         QTest::newRow("narrow sheets") << CupsFixture::Paper::narrow80 << false << 227 << 227 * 20 - 2 * 220;
         QTest::newRow("A4") << CupsFixture::Paper::a4 << false << 595 << 595 * 20 - 2 * 241;
         QTest::newRow("a queue without a driver") << CupsFixture::Paper::raw << false << 595 << 595 * 20 - 720;
