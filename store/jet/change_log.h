@@ -12,30 +12,30 @@ namespace jet {
 /// Which rows of a table were written lately, in order, so that what was learned about the table by reading it can
 /// follow the changes instead of reading all of it again.
 ///
-/// A row stands here from the moment it is touched, whether or not the transaction around it is committed later: who
-/// follows looks the row up again, and does so outside of transactions only.
+/// A row stays in here when the transaction that wrote it is taken back. So who follows must take up committed rows
+/// only (Table::hasUncommittedChanges): then looking up again every row named here always leads to the present.
 class ChangeLog {
 public:
     using Position = std::uint64_t;
 
-    /// The row was added, changed or removed.
-    void touched(RowId row)
+    /// The row was added, changed or removed, while the pager's change count was `during`.
+    void touched(RowId row, std::uint64_t during)
     {
         if (rows_.size() == most) {
             rows_.erase(rows_.begin(), rows_.begin() + most / 2);
             first_ += most / 2;
         }
         rows_.push_back(row);
+        lastDuring_ = during;
     }
 
-    /// The table was emptied: all rows are gone, and their places may be taken by new ones.
-    void emptied()
+    /// The same for all rows at once.
+    void everything(std::uint64_t during)
     {
         first_ += rows_.size() + 1;
         rows_.clear();
-        ++timesEmptied_;
+        lastDuring_ = during;
     }
-    std::uint64_t timesEmptied() const { return timesEmptied_; }
 
     Position now() const { return first_ + rows_.size(); }
 
@@ -46,11 +46,14 @@ public:
         return std::span(rows_).subspan(static_cast<std::size_t>(position - first_));
     }
 
+    /// The pager's change count at the last write, if there was one.
+    std::optional<std::uint64_t> lastDuring() const { return lastDuring_; }
+
 private:
     static constexpr std::ptrdiff_t most = 8192;
     std::vector<RowId> rows_;
     Position first_ = 0; ///< position of rows_[0]
-    std::uint64_t timesEmptied_ = 0;
+    std::optional<std::uint64_t> lastDuring_;
 };
 
 } // namespace jet

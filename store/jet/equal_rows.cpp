@@ -10,19 +10,23 @@ bool EqualRows::knows(const Table& table, std::u16string_view text) const
     return at != known_.end() && table.changes().since(at->seen).has_value();
 }
 
-const std::vector<RowId>& EqualRows::rows(const Table& table, std::u16string_view text)
+std::vector<RowId> EqualRows::rows(const Table& table, std::u16string_view text)
 {
     const auto at = std::ranges::find(known_, text, &Known::text);
-    Known known;
+    Known known{std::u16string(text), {}, 0};
     if (at != known_.end()) {
-        known = std::move(*at);
-        known_.erase(at);
+        known = *at;
         follow(table, known);
     } else {
-        if (known_.size() == most) known_.erase(known_.begin());
-        known.text = text;
         read(table, known);
     }
+    // What an open transaction has changed may be taken back: good for this answer, not for remembering.
+    if (table.hasUncommittedChanges()) return known.rows;
+
+    if (at != known_.end())
+        known_.erase(at);
+    else if (known_.size() == most)
+        known_.erase(known_.begin());
     known_.push_back(std::move(known));
     return known_.back().rows;
 }

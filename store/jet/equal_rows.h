@@ -13,16 +13,14 @@ namespace jet {
 /// Remembers, for texts that are asked for again and again, which rows of a table hold exactly that text in one
 /// column: the totals row of the journal is looked for at every report. The first question reads the table, later ones
 /// follow its change log. The texts asked for longest ago are forgotten.
-///
-/// To be asked outside of transactions only.
 class EqualRows {
 public:
     explicit EqualRows(std::size_t column) : column_(column) {}
 
     /// True when rows() can answer without reading the table.
     bool knows(const Table& table, std::u16string_view text) const;
-    /// In storage order. Valid until the next question.
-    const std::vector<RowId>& rows(const Table& table, std::u16string_view text);
+    /// In storage order.
+    std::vector<RowId> rows(const Table& table, std::u16string_view text);
 
 private:
     struct Known {

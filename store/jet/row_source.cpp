@@ -40,10 +40,8 @@ std::vector<RowId> rowsOfPeriod(const Table& table, const Index& index, const Co
 }
 
 /// Rows among which are all that meet the condition; nothing when only reading the whole table can tell.
-std::optional<std::vector<RowId>> candidates(Database& database, Table& table, const Condition& condition)
+std::optional<std::vector<RowId>> candidates(Table& table, const Condition& condition)
 {
-    // The memory follows committed changes only.
-    const bool mayRemember = !database.pager().inTransaction();
     const std::vector<Column>& columns = table.columns();
 
     for (std::size_t column = 0; column < columns.size(); ++column) {
@@ -54,15 +52,13 @@ std::optional<std::vector<RowId>> candidates(Database& database, Table& table, c
             const Value value = std::u16string(*text);
             return table.range(*index, value, value);
         }
-        if (mayRemember && table.memory().equal(column).knows(table, *text))
-            return table.memory().equal(column).rows(table, *text);
+        if (table.memory().equal(column).knows(table, *text)) return table.memory().equal(column).rows(table, *text);
     }
     for (std::size_t column = 0; column < columns.size(); ++column) {
         const auto period = condition.requiredPeriod(column);
         const Index* index = period ? indexOn(table, column) : nullptr;
         if (index != nullptr) return rowsOfPeriod(table, *index, *period);
     }
-    if (!mayRemember) return std::nullopt;
     for (std::size_t column = 0; column < columns.size(); ++column)
         if (const auto text = condition.requiredText(column)) return table.memory().equal(column).rows(table, *text);
     return std::nullopt;
@@ -70,12 +66,12 @@ std::optional<std::vector<RowId>> candidates(Database& database, Table& table, c
 
 } // namespace
 
-void eachRow(Database& database, Table& table, const std::optional<Condition>& condition,
+void eachRow(Table& table, const std::optional<Condition>& condition,
              const std::function<void(RowId, const RowView&)>& visit)
 {
     if (condition && condition->never()) return;
     std::optional<std::vector<RowId>> rows;
-    if (condition) rows = candidates(database, table, *condition);
+    if (condition) rows = candidates(table, *condition);
     if (!rows) {
         table.forEachRow([&](RowId id, const RowView& row) {
             if (!condition || (*condition)(row)) visit(id, row);

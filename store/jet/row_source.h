@@ -1,7 +1,6 @@
 #pragma once
 
 #include "store/jet/condition.h"
-#include "store/jet/database.h"
 
 #include <functional>
 #include <optional>
@@ -11,7 +10,7 @@ namespace jet::sql {
 /// Visits every row of the table that meets the condition (all rows where there is none), in storage order, by the
 /// shortest way there is: rows remembered for a text, a range of an index, or else the whole table.
 /// Rows must not be written while it visits. Throws damaged.
-void eachRow(Database& database, Table& table, const std::optional<Condition>& condition,
+void eachRow(Table& table, const std::optional<Condition>& condition,
              const std::function<void(RowId, const RowView&)>& visit);
 
 } // namespace jet::sql

@@ -37,7 +37,7 @@ bool isAggregate(const Statement& statement)
     return true;
 }
 
-Selection aggregates(Database& database, Table& table, const Statement& statement)
+Selection aggregates(Table& table, const Statement& statement)
 {
     Selection selection;
     std::vector<sql::Sum> sums;
@@ -45,7 +45,7 @@ Selection aggregates(Database& database, Table& table, const Statement& statemen
         sums.emplace_back(table, fieldOf(table, output.field));
         selection.columns.push_back(u"Sum(" + output.field + u")");
     }
-    sql::eachRow(database, table, conditionOf(table, statement), [&sums](RowId, const RowView& row) {
+    sql::eachRow(table, conditionOf(table, statement), [&sums](RowId, const RowView& row) {
         for (sql::Sum& sum : sums) sum.add(row);
     });
     for (const sql::Sum& sum : sums) selection.aggregates.push_back(sum.result());
@@ -54,7 +54,7 @@ Selection aggregates(Database& database, Table& table, const Statement& statemen
 
 /// The column whose remembered order answers the query, if there is one: ordered by one text, ascending, with no
 /// condition or with a pattern on that same text.
-std::optional<std::size_t> rememberedOrder(Database& database, const Table& table, const Statement& statement,
+std::optional<std::size_t> rememberedOrder(const Table& table, const Statement& statement,
                                            const std::optional<Condition>& condition)
 {
     // A table of more rows is no register of names; its texts would take too much room.
@@ -63,15 +63,15 @@ std::optional<std::size_t> rememberedOrder(Database& database, const Table& tabl
     const std::size_t column = fieldOf(table, statement.order.front().field);
     if (table.columns()[column].type != ColumnType::text) return std::nullopt;
     if (condition && condition->requiredPattern(column) == nullptr) return std::nullopt;
-    if (database.pager().inTransaction() || table.rowCount() > mostRows) return std::nullopt;
+    if (table.hasUncommittedChanges() || table.rowCount() > mostRows) return std::nullopt;
     return column;
 }
 
-std::vector<RowId> rowsInOrder(Database& database, Table& table, const Statement& statement)
+std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
 {
     const std::optional<Condition> condition = conditionOf(table, statement);
     sql::Order order(table, statement.order);
-    if (const auto column = rememberedOrder(database, table, statement, condition)) {
+    if (const auto column = rememberedOrder(table, statement, condition)) {
         TextOrder& remembered = table.memory().order(*column);
         if (!condition) return remembered.rows(table);
         std::vector<RowId> rows = remembered.rows(table, *condition->requiredPattern(*column));
@@ -82,7 +82,7 @@ std::vector<RowId> rowsInOrder(Database& database, Table& table, const Statement
 
     std::vector<RowId> rows;
     const bool ordered = !statement.order.empty();
-    sql::eachRow(database, table, condition, [&](RowId id, const RowView& row) {
+    sql::eachRow(table, condition, [&](RowId id, const RowView& row) {
         if (ordered)
             order.add(id, row);
         else
@@ -99,7 +99,7 @@ Selection select(Database& database, std::u16string_view sql)
     if (statement.kind != Statement::Kind::select)
         throw Error(Fault::unsupported, "Kayıt seçen bir sorgu bekleniyordu, silen bir sorgu verildi.");
     Table& table = database.table(statement.table);
-    if (isAggregate(statement)) return aggregates(database, table, statement);
+    if (isAggregate(statement)) return aggregates(table, statement);
 
     Selection selection;
     selection.table = &table;
@@ -107,7 +107,7 @@ Selection select(Database& database, std::u16string_view sql)
     if (statement.outputs.empty())
         for (std::size_t column = 0; column < table.columns().size(); ++column) selection.fields.push_back(column);
     for (const std::size_t field : selection.fields) selection.columns.push_back(table.columns()[field].name);
-    selection.rows = rowsInOrder(database, table, statement);
+    selection.rows = rowsInOrder(table, statement);
     return selection;
 }
 
@@ -120,8 +120,7 @@ std::size_t execute(Database& database, std::u16string_view sql)
 
     std::vector<RowId> rows;
     if (statement.where) {
-        sql::eachRow(database, table, conditionOf(table, statement),
-                     [&rows](RowId id, const RowView&) { rows.push_back(id); });
+        sql::eachRow(table, conditionOf(table, statement), [&rows](RowId id, const RowView&) { rows.push_back(id); });
         if (rows.empty()) return 0;
         Transaction change(database.pager());
         for (const RowId id : rows) table.erase(id);
@@ -139,13 +138,12 @@ std::size_t execute(Database& database, std::u16string_view sql)
 // ---- Criteria -------------------------------------------------------------------------------------------------
 
 struct Criteria::State {
-    Database& database;
     Table& table;
     std::optional<Condition> condition;
 };
 
-Criteria::Criteria(Database& database, Table& table, std::u16string_view text)
-    : state_(new State{database, table, Condition(table, sql::parseCondition(text))})
+Criteria::Criteria(Table& table, std::u16string_view text)
+    : state_(new State{table, Condition(table, sql::parseCondition(text))})
 {
 }
 
@@ -157,8 +155,7 @@ bool Criteria::matches(const RowView& row) const { return (*state_->condition)(r
 std::vector<RowId> Criteria::rows() const
 {
     std::vector<RowId> rows;
-    sql::eachRow(state_->database, state_->table, state_->condition,
-                 [&rows](RowId id, const RowView&) { rows.push_back(id); });
+    sql::eachRow(state_->table, state_->condition, [&rows](RowId id, const RowView&) { rows.push_back(id); });
     return rows;
 }
 

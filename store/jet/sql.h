@@ -50,7 +50,7 @@ std::size_t execute(Database& database, std::u16string_view sql);
 class Criteria {
 public:
     /// Throws syntax, noSuchTable, badValue.
-    Criteria(Database& database, Table& table, std::u16string_view text);
+    Criteria(Table& table, std::u16string_view text);
     ~Criteria();
     Criteria(Criteria&&) noexcept;
 

@@ -269,6 +269,11 @@ std::optional<std::size_t> Table::columnNamed(std::u16string_view name) const
 
 const ChangeLog& Table::changes() const { return state_->changes; }
 
+bool Table::hasUncommittedChanges() const
+{
+    return state_->pager.inTransaction() && state_->changes.lastDuring() == state_->pager.changeCount();
+}
+
 TableMemory& Table::memory() const
 {
     if (!state_->memory) state_->memory = std::make_unique<TableMemory>();

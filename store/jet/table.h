@@ -153,6 +153,8 @@ public:
 
     /// The rows written lately, for everything that is kept beside the table.
     const ChangeLog& changes() const;
+    /// The open transaction has written rows of this table.
+    bool hasUncommittedChanges() const;
     /// What queries keep beside the table.
     TableMemory& memory() const;
 

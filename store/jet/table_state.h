@@ -92,7 +92,7 @@ struct Table::State {
     std::uint64_t lastPageAt = 0;
     std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
 
-    ChangeLog changes;                   ///< every write of a row goes in here before it begins
+    ChangeLog changes;                   ///< every row that Table writes goes in here
     std::unique_ptr<TableMemory> memory; ///< made when first asked for
 
 private:

@@ -15,7 +15,7 @@ namespace jet {
 /// no longer than its result is. Built when first asked, afterwards it follows the table's change log; a saved row
 /// costs a few moves, not a new reading. Null stands first, equal texts stand in row order.
 ///
-/// About 100 bytes for each row. To be asked outside of transactions only.
+/// About 100 bytes for each row. Not to be asked while Table::hasUncommittedChanges(): they may be taken back.
 class TextOrder {
 public:
     explicit TextOrder(std::size_t column) : column_(column) {}
