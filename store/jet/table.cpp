@@ -353,24 +353,30 @@ void Table::checkUserTable() const
 RowId Table::insert(std::span<const Assignment> values)
 {
     checkUserTable();
-    return state_->insert(values);
+    const std::uint64_t during = state_->pager.changeCount();
+    const RowId id = state_->insert(values);
+    state_->changes.touched(id, during);
+    return id;
 }
 
 void Table::update(RowId id, std::span<const Assignment> values)
 {
     checkUserTable();
+    state_->changes.touched(id, state_->pager.changeCount());
     state_->update(id, values);
 }
 
 void Table::erase(RowId id)
 {
     checkUserTable();
+    state_->changes.touched(id, state_->pager.changeCount());
     state_->erase(id);
 }
 
 void Table::eraseAll()
 {
     checkUserTable();
+    state_->changes.everything(state_->pager.changeCount());
     state_->eraseAll();
 }
 

@@ -161,15 +161,18 @@ void TestSql::searchesByTheFirstLetters_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QStringList>("found");
-    QTest::newRow("one letter") << "A" << QStringList{"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "A_1"};
+    QTest::newRow("one letter") << "A"
+                                << QStringList{"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "A_1"};
     QTest::newRow("a name") << "Ali" << QStringList{"ali", "ALİ", "Ali ", "Ali Veli", "Alican"};
     QTest::newRow("a name and a blank") << "Ali " << QStringList{"Ali ", "Ali Veli"};
     QTest::newRow("nobody") << "Ali Vz" << QStringList{};
     QTest::newRow("another alphabet letter") << "Ç" << QStringList{"çetin"};
     QTest::newRow("dotless i") << "I" << QStringList{"Isparta", "IŞIK", "ışık"};
     QTest::newRow("dotted i") << "İs" << QStringList{"is"};
-    QTest::newRow("typed star") << "A*l" << QStringList{"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican"};
-    QTest::newRow("starts with a star") << "*li" << QStringList{"Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "Veli Ali"};
+    QTest::newRow("typed star") << "A*l"
+                                << QStringList{"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican"};
+    QTest::newRow("starts with a star") << "*li" << QStringList{"Ahmet Veli", "ali",    "ALİ",      "Ali ",
+                                                                "Ali Veli",   "Alican", "Veli Ali", "-Ali"};
     QTest::newRow("a comma") << "5," << QStringList{"5,"};
     QTest::newRow("percent") << "%" << QStringList{"%5"};
     QTest::newRow("underscore") << "A_" << QStringList{"A_1"};
@@ -185,10 +188,12 @@ void TestSql::searchesByTheFirstLetters()
     for (const bool indexes : {false, true}) {
         Mill mill({.indexes = indexes});
         mill.customer(Null{});
-        for (const char* each : {"Veli Ali", "Alican", "Ali Veli", "ali", "Ahmet Veli", "ALİ", "ALI", "Ali ", "çetin",
-                                 "Âdem", "IŞIK", "ışık", "is", "Isparta", "5,", "%5", "A_1", "Bl", "Cl", "-Ali"})
+        for (const char* each :
+             {"Veli Ali", "Alican", "Ali Veli", "ali",     "Ahmet Veli", "ALİ", "ALI", "Ali ", "çetin", "Âdem",
+              "IŞIK",     "ışık",   "is",       "Isparta", "5,",         "%5",  "A_1", "Bl",   "Cl",    "-Ali"})
             mill.customer(name(each));
-        QStringList rows = mill.texts("Select * From Cari where Unvan Like '" + typed + "*' Order By Unvan Asc", "Unvan");
+        QStringList rows =
+            mill.texts("Select * From Cari where Unvan Like '" + typed + "*' Order By Unvan Asc", "Unvan");
         // A hyphen has no place of its own in the alphabet: where "-Ali" stands among the Alis is not at issue here.
         QStringList wanted = found;
         rows.sort();
@@ -208,9 +213,9 @@ void TestSql::namesComeInTurkishOrder_data()
 void TestSql::namesComeInTurkishOrder()
 {
     QFETCH(QString, search);
-    const QStringList alphabet{"",     "5 Kardeş", "50 Kardeş", "Ali",   "Ali Veli", "Alican", "Cemal", "Çetin",
-                               "Deniz", "Gül",      "Ğ",         "Hale",  "Ilgaz",    "Işık",   "İsmail", "Jale",
-                               "Ozan", "Öznur",    "Sami",      "Şule",  "Umut",     "Ümit",   "Veli",  "Zeki"};
+    const QStringList alphabet{"",      "5 Kardeş", "50 Kardeş", "Ali",  "Ali Veli", "Alican", "Cemal",  "Çetin",
+                               "Deniz", "Gül",      "Ğ",         "Hale", "Ilgaz",    "Işık",   "İsmail", "Jale",
+                               "Ozan",  "Öznur",    "Sami",      "Şule", "Umut",     "Ümit",   "Veli",   "Zeki"};
     for (const jet::Collation collation : {jet::turkish, jet::general}) {
         Mill mill({.collation = collation});
         QStringList shuffled = alphabet;
@@ -254,8 +259,9 @@ void TestSql::theSearchFollowsEveryChangeOfTheRegister()
 void TestSql::unreadablePatternsFail()
 {
     Mill mill;
-    QCOMPARE(faultOf([&] { jet::select(mill.database(), u"Select * From Cari where Unvan Like '[A*' Order By Unvan Asc"); }),
-             jet::Fault::syntax);
+    QCOMPARE(
+        faultOf([&] { jet::select(mill.database(), u"Select * From Cari where Unvan Like '[A*' Order By Unvan Asc"); }),
+        jet::Fault::syntax);
 }
 
 // ---- Comparisons ----------------------------------------------------------------------------------------------
@@ -271,7 +277,9 @@ void TestSql::equalityOfNamesIsExact()
 {
     QFETCH(bool, indexes);
     Mill mill({.indexes = indexes});
-    const QStringList names{"Ali", "ali", "ALİ", "Ali ", " Ali", "Ali Veli", "Al", "Â-li", "Âli", "", "Λλ"};
+    QStringList names{"Ali", "ali", "ALİ", "Ali ", " Ali", "Ali Veli", "Al", "Â-li", "Âli", ""};
+    // No index takes a letter whose place in the order is not known for certain.
+    if (!indexes) names << "Λλ";
     for (const QString& each : names) mill.pressing(at(2025, 2, 3), 1.0, name(each));
     mill.pressing(at(2025, 2, 3), 1.0, Null{});
     for (const QString& each : names)
@@ -279,7 +287,8 @@ void TestSql::equalityOfNamesIsExact()
         for (int time = 0; time < 2; ++time)
             QCOMPARE(mill.texts("Select * From Hareket where CariHar='" + each + "'", "CariHar"), QStringList{each});
     QCOMPARE(mill.texts("Select * From Hareket where CariHar<>'Ali'", "CariHar").size(), names.size() - 1);
-    QCOMPARE(mill.texts("Select * From Hareket where CariHar='Veli'", "CariHar"), QStringList{});
+    for (const char* other : {"Veli", "Λ"})
+        QCOMPARE(mill.texts(QString("Select * From Hareket where CariHar='%1'").arg(other), "CariHar"), QStringList{});
 }
 
 void TestSql::nullMeetsNoComparison_data()
@@ -315,8 +324,9 @@ void TestSql::nullMeetsNoComparison()
     Mill mill;
     mill.pressing(at(2025, 2, 3), 10.0, name("X"));
     mill.pressing(Null{}, Null{}, Null{});
-    QCOMPARE(static_cast<int>(jet::select(mill.database(), u16("Select * From Hareket where " + condition)).rows.size()),
-             rows);
+    QCOMPARE(
+        static_cast<int>(jet::select(mill.database(), u16("Select * From Hareket where " + condition)).rows.size()),
+        rows);
 }
 
 // ---- Sums -----------------------------------------------------------------------------------------------------
@@ -360,13 +370,13 @@ void TestSql::sumsStayExact()
     Mill numeric({.weight = ColumnType::numeric});
     for (int i = 0; i < 1000; ++i) {
         money.pressing(at(2025, 2, 3), Currency{900'000'000'000'001}, name("Ali"));
-        numeric.pressing(at(2025, 2, 3), Numeric{i % 4 == 3, {0, 0, 0x7FFFFFFF, 0xFFFFFFFF}, 4}, name("Ali"));
+        numeric.pressing(at(2025, 2, 3), Numeric{i % 4 == 3, {0, 0, 0x0DE0B6B3, 0xA763FFFF}, 4}, name("Ali"));
     }
     QCOMPARE(std::get<Currency>(money.sum("Zeytin", "CariHar='Ali'")).tenThousandths, 900'000'000'000'001'000);
     const auto sum = std::get<Numeric>(numeric.sum("Zeytin", "CariHar='Ali'"));
-    // 500 times 0x7FFFFFFFFFFFFFFF.
+    // 750 times and back 250 times eighteen nines.
     QCOMPARE(sum.negative, false);
-    QCOMPARE(sum.magnitude, (std::array<std::uint32_t, 4>{0, 249, 0xFFFFFFFF, 0xFFFFFE0C}));
+    QCOMPARE(sum.magnitude, (std::array<std::uint32_t, 4>{0, 0x1B, 0x1AE4D6E2, 0xEF4FFE0C}));
 
     Mill full({.weight = ColumnType::currency});
     for (int i = 0; i < 2; ++i) full.pressing(at(2025, 2, 3), Currency{INT64_MAX}, name("Ali"));
@@ -432,7 +442,8 @@ void TestSql::aPeriodOfOldDays()
                                       at(1899, 12, 30, 3), at(1899, 12, 31, 1)})
             mill.pressing(moment, moment.days, name("Ali"));
         const auto count = [&](const char16_t* condition) {
-            return jet::select(mill.database(), u"Select * From Hareket Where " + std::u16string(condition)).rows.size();
+            return jet::select(mill.database(), u"Select * From Hareket Where " + std::u16string(condition))
+                .rows.size();
         };
         QCOMPARE(count(u"Tarih>=#12/29/1899# And Tarih<=#12/29/1899 23:59:59#"), 2u);
         QCOMPARE(count(u"Tarih<#12/29/1899 02:00:00#"), 2u);
@@ -477,11 +488,14 @@ void TestSql::severalOrders()
     mill.customer(name("Can"), Null{});
     mill.customer(name("Ece"), Currency{-10000});
     mill.customer(name("Ali"), Currency{990000});
-    QCOMPARE(mill.texts("Select * From Cari Order By Nakit, Unvan", "Unvan"), (QStringList{"Can", "Ece", "Ali", "Veli", "Ali"}));
+    QCOMPARE(mill.texts("Select * From Cari Order By Nakit, Unvan", "Unvan"),
+             (QStringList{"Can", "Ece", "Ali", "Veli", "Ali"}));
     QCOMPARE(mill.texts("Select * From Cari Order By Nakit Desc, Unvan Desc", "Unvan"),
              (QStringList{"Ali", "Veli", "Ali", "Ece", "Can"}));
-    QCOMPARE(mill.texts("Select * From Cari Order By Nakit", "Unvan"), (QStringList{"Can", "Ece", "Veli", "Ali", "Ali"}));
-    const jet::Selection some = jet::select(mill.database(), u"Select nakit, [Unvan] From cari Order By Unvan, Nakit Desc");
+    QCOMPARE(mill.texts("Select * From Cari Order By Nakit", "Unvan"),
+             (QStringList{"Can", "Ece", "Veli", "Ali", "Ali"}));
+    const jet::Selection some =
+        jet::select(mill.database(), u"Select nakit, [Unvan] From cari Order By Unvan, Nakit Desc");
     QCOMPARE(some.columns, (std::vector<std::u16string>{u"Nakit", u"Unvan"}));
     QCOMPARE(some.fields, (std::vector<std::size_t>{3, 0}));
     QCOMPARE(std::get<Currency>(some.table->row(some.rows[0])->value(3)).tenThousandths, 990000);
@@ -522,7 +536,7 @@ void TestSql::conditions_data()
     row("1=2 Or CariHar='Can'", {"Can"});
     row("'Ali' Like 'a*' And CariHar='Can'", {"Can"});
     row("Tarih=45000", {"Ali"});
-    row("Tarih=#3/16/2023# Or Tarih>#3/17/2023#", {"Can", "Veli"}); // 45001 is 2023-03-17
+    row("Tarih=#3/16/2023 12:00# Or Tarih>#3/16/2023 13:00#", {"Can", "Veli"}); // 45001.5 is the first
     row("CariHar='Ali' And CariHar='Can'", {});
     row("Tarih>#1/1/2024# And Tarih<#1/1/2023#", {});
 }
@@ -568,12 +582,14 @@ void TestSql::deletesOnlyWhatTheConditionNames()
 {
     QFETCH(bool, indexes);
     Mill mill({.indexes = indexes});
-    for (const char* each : {"Ali", "Ali Veli", "Toplamlar", "ALİ", "Ali", "Ali "}) mill.pressing(at(2025, 2, 3), 1.0, name(each));
+    for (const char* each : {"Ali", "Ali Veli", "Toplamlar", "ALİ", "Ali", "Ali "})
+        mill.pressing(at(2025, 2, 3), 1.0, name(each));
     mill.pressing(at(2025, 2, 3), 1.0, Null{});
     mill.customer(name("Ali"));
 
     QCOMPARE(jet::execute(mill.database(), u"DELETE FROM Hareket Where CariHar='Ali'"), 2u);
-    QCOMPARE(mill.texts("Select * From Hareket", "CariHar"), (QStringList{"Ali Veli", "Toplamlar", "ALİ", "Ali ", "-"}));
+    QCOMPARE(mill.texts("Select * From Hareket", "CariHar"),
+             (QStringList{"Ali Veli", "Toplamlar", "ALİ", "Ali ", "-"}));
     QCOMPARE(jet::execute(mill.database(), u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"), 1u);
     QCOMPARE(jet::execute(mill.database(), u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"), 0u);
     QCOMPARE(mill.texts("Select * From Hareket", "CariHar"), (QStringList{"Ali Veli", "ALİ", "Ali ", "-"}));
@@ -700,7 +716,9 @@ void TestSql::answersAreTheSameByEveryWay()
             std::vector<jet::RowId> wanted;
             for (const auto& [id, row] : model)
                 if (row.customer == customer) wanted.push_back(id);
-            QCOMPARE(jet::select(mill.database(), u16("Select * From Hareket where CariHar='" + names[customer] + "'")).rows, wanted);
+            QCOMPARE(
+                jet::select(mill.database(), u16("Select * From Hareket where CariHar='" + names[customer] + "'")).rows,
+                wanted);
         }
         std::vector<std::pair<int, jet::RowId>> period;
         double sum = 0;
@@ -714,7 +732,8 @@ void TestSql::answersAreTheSameByEveryWay()
         }
         std::sort(period.begin(), period.end());
         const QString condition = "Tarih>=#01/10/2025# And Tarih<=#01/20/2025 23:59:59#";
-        const auto listed = jet::select(mill.database(), u16("Select * From Hareket where " + condition + " Order By Tarih")).rows;
+        const auto listed =
+            jet::select(mill.database(), u16("Select * From Hareket where " + condition + " Order By Tarih")).rows;
         QCOMPARE(listed.size(), period.size());
         for (std::size_t i = 0; i < period.size(); ++i) QCOMPARE(listed[i], period[i].second);
         const Value total = mill.sum("Zeytin", "CariHar<>'Toplamlar' And " + condition);
@@ -723,7 +742,8 @@ void TestSql::answersAreTheSameByEveryWay()
 
         // The search by first letters, from the remembered order and, because of the second key, by plain sorting.
         for (const char* typed : {"A", "Al", "ı", "", "Ali "}) {
-            const QString search = QString("Select * From Hareket where CariHar Like '%1*' Order By CariHar").arg(typed);
+            const QString search =
+                QString("Select * From Hareket where CariHar Like '%1*' Order By CariHar").arg(typed);
             QCOMPARE(jet::select(mill.database(), u16(search)).rows,
                      jet::select(mill.database(), u16(search + ", Onay")).rows);
         }
