@@ -118,7 +118,11 @@ template <class UnitAt> bool LikePattern::run(std::size_t length, UnitAt unitAt)
             ++at;
             ++element;
         } else if (starElement < elements_.size()) {
-            at = ++starAt;
+            ++starAt;
+            const Element& next = elements_[starElement + 1];
+            if (next.kind == Kind::unit)
+                while (starAt < length && unitAt(starAt) != next.unit) ++starAt;
+            at = starAt;
             element = starElement + 1;
         } else {
             return false;

@@ -13,7 +13,12 @@ void appendOrderKey(std::vector<std::uint8_t>& key, std::u16string_view text)
     std::array<char16_t, textKeyUnits> folded;
     text = text.substr(0, folded.size());
     std::ranges::transform(text, folded.begin(), [](char16_t unit) { return foldTurkish(unit); });
-    appendTextKey(key, {folded.data(), text.size()}, turkish);
+    appendFoldedOrderKey(key, {folded.data(), text.size()});
+}
+
+void appendFoldedOrderKey(std::vector<std::uint8_t>& key, std::u16string_view folded)
+{
+    appendTextKey(key, folded, turkish);
 }
 
 std::vector<std::uint8_t> orderKeyPrefix(std::u16string_view beginning)

@@ -13,6 +13,9 @@ namespace jet {
 /// cases weigh differently, and the search by first letters must find both cases side by side.
 void appendOrderKey(std::vector<std::uint8_t>& key, std::u16string_view text);
 
+/// The same for a text that has gone through foldTurkish already.
+void appendFoldedOrderKey(std::vector<std::uint8_t>& key, std::u16string_view folded);
+
 /// What the keys of all texts that begin (in any case) with these characters begin with.
 std::vector<std::uint8_t> orderKeyPrefix(std::u16string_view beginning);
 

@@ -38,30 +38,23 @@ Sum::Sum(const Table& table, std::size_t column) : table_(&table), column_(colum
 
 void Sum::add(const RowView& row)
 {
-    if (row.isNull(column_)) return;
-    switch (kind_) {
-    case Kind::floating:
-        floating_ += row.number(column_).value_or(0);
-        break;
-    case Kind::whole: {
-        // Read as a number the field is exact, and True counts -1 however the reader shows it.
-        const double value = row.number(column_).value_or(0);
-        const bool flag = table_->columns()[column_].type == ColumnType::boolean;
-        whole_ += flag ? (value != 0 ? -1 : 0) : static_cast<std::int64_t>(value);
-        break;
-    }
-    case Kind::currency: {
-        const Value value = row.value(column_);
-        if (__builtin_add_overflow(whole_, std::get<Currency>(value).tenThousandths, &whole_)) failTooLarge();
-        break;
-    }
-    case Kind::numeric: {
-        const Value value = row.value(column_);
-        addNumeric(std::get<Numeric>(value));
-        break;
-    }
-    }
+    if (kind_ == Kind::currency || kind_ == Kind::numeric) return addExact(row);
+    const std::optional<double> value = row.number(column_);
+    if (!value) return;
     any_ = true;
+    if (kind_ == Kind::floating)
+        floating_ += *value;
+    else
+        whole_ += static_cast<std::int64_t>(*value); // a double holds every value of the whole types exactly
+}
+
+void Sum::addExact(const RowView& row)
+{
+    if (row.isNull(column_)) return;
+    any_ = true;
+    if (kind_ == Kind::numeric) return addNumeric(std::get<Numeric>(row.value(column_)));
+    const std::int64_t amount = std::get<Currency>(row.value(column_)).tenThousandths;
+    if (__builtin_add_overflow(whole_, amount, &whole_)) failTooLarge();
 }
 
 void Sum::addNumeric(const Numeric& value)

@@ -20,6 +20,7 @@ public:
 
 private:
     enum class Kind { whole, currency, floating, numeric };
+    void addExact(const RowView& row);
     void addNumeric(const Numeric& value);
     [[noreturn]] void failTooLarge() const;
 

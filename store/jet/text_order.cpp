@@ -9,10 +9,12 @@
 namespace jet {
 namespace {
 
-std::uint64_t headOf(std::span<const std::uint8_t> key)
+/// Compared as numbers the words say what the bytes would, a missing byte counting as 00.
+std::array<std::uint64_t, 2> headOf(std::span<const std::uint8_t> key)
 {
-    std::uint64_t head = 0;
-    for (std::size_t i = 0; i < sizeof head; ++i) head = head << 8 | (i < key.size() ? key[i] : 0);
+    std::array<std::uint64_t, 2> head{};
+    for (std::size_t i = 0; i < std::min(key.size(), sizeof head); ++i)
+        head[i / 8] |= std::uint64_t{key[i]} << (56 - 8 * (i % 8));
     return head;
 }
 
@@ -98,12 +100,13 @@ TextOrder::Entry TextOrder::entry(RowId row, const RowView& view)
     result.keyAt = static_cast<std::uint32_t>(keys_.size());
     if (!view.text(column_, buffer_)) return result;
 
-    appendOrderKey(keys_, buffer_);
+    for (char16_t& unit : buffer_) unit = foldTurkish(unit);
+    appendFoldedOrderKey(keys_, buffer_);
     result.keyLength = static_cast<std::uint32_t>(keys_.size()) - result.keyAt;
     result.head = headOf(std::span(keys_).subspan(result.keyAt));
     result.textAt = static_cast<std::uint32_t>(texts_.size());
     result.textLength = static_cast<std::uint32_t>(buffer_.size());
-    for (const char16_t unit : buffer_) texts_ += foldTurkish(unit);
+    texts_ += buffer_;
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include "store/jet/like_pattern.h"
 #include "store/jet/table.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,7 +30,7 @@ private:
     /// Key and folded text lie in the two stores. The first bytes of the key stand in `head`: they decide most
     /// comparisons without a look into the store.
     struct Entry {
-        std::uint64_t head = 0;
+        std::array<std::uint64_t, 2> head{};
         RowId row;
         std::uint32_t keyAt = 0;
         std::uint32_t keyLength = 0;
