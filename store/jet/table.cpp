@@ -9,6 +9,7 @@
 #include "store/jet/text_codec.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 
 namespace jet {
@@ -169,6 +170,10 @@ std::optional<double> RowView::number(std::size_t column) const
     if (!bytes) {
         if (place.type == ColumnType::boolean) return 0.0;
         return std::nullopt;
+    }
+    // What sums and dates are made of, without a further call.
+    if (place.type == ColumnType::doubleFloat || place.type == ColumnType::dateTime) {
+        return std::bit_cast<double>(getU64(bytes->data()));
     }
     return decodeNumber(place, *bytes);
 }

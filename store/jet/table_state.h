@@ -84,7 +84,7 @@ struct Table::State {
     std::optional<std::optional<Refusal>> verdict; ///< of the one verification; empty before it
     std::int32_t highestAutoNumber = 0;            ///< at the verification; the definition may lag behind it
     bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
-    std::uint64_t countSettledAt = 0;              ///< change count of the transaction that put it right
+    std::optional<std::uint64_t> countSettledAt;   ///< change count of the transaction that put it right
 
     std::shared_ptr<std::vector<PageNo>> pages;
     std::uint64_t pagesAt = 0; ///< change count
