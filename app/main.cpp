@@ -4,6 +4,7 @@
 #include "app/message_boxes.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
+#include "app/theme.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
@@ -12,9 +13,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
-#include <QLibraryInfo>
-#include <QStyleFactory>
-#include <QTranslator>
 
 namespace {
 
@@ -34,11 +32,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationDisplayName(app::programTitle);
     QApplication::setApplicationVersion(QStringLiteral(PRESVA_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.mendrik.Presva"));
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-
-    QTranslator turkish;
-    if (turkish.load(QStringLiteral("qtbase_tr"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&turkish);
+    app::applyTheme(application);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Zeytinyağı sıkım tezgâhının programı."));

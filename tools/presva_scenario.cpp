@@ -1,18 +1,18 @@
 // Plays scenario files on the real screen. See docs/scenario.md.
 
+#include "app/theme.h"
 #include "tools/scenario_player.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
-#include <QStyleFactory>
 
 #include <cstdio>
 
 int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    app::applyTheme(application);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Senaryo dosyalarını gerçek ekranda oynatır."));
