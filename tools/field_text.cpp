@@ -3,10 +3,12 @@
 #include "store/jet/calendar.h"
 #include "store/jet/decimal.h"
 #include "store/jet/error.h"
+#include "store/jet/format.h"
 #include "store/jet/text_codec.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -18,6 +20,7 @@ namespace {
 using jet::ColumnType;
 
 constexpr std::size_t longestNumber = 400; ///< characters of the longest double without an exponent, and more
+constexpr std::size_t longestFast = 800;   ///< bytes of a text that is written without a copy
 constexpr std::int64_t msPerDay = 86'400'000;
 
 template <class Number> void putWhole(Output& out, Number number)
@@ -270,7 +273,16 @@ void FieldWriter::putNumber(double number)
     if (number > -exact && number < exact) {
         const auto hundredths = static_cast<std::int64_t>(number * 100 + (number < 0 ? -0.5 : 0.5));
         if (static_cast<double>(hundredths) / 100 == number && (hundredths != 0 || !std::signbit(number))) {
-            putScaled(out_, hundredths, 2);
+            char* at = out_.room(longestNumber);
+            if (hundredths < 0) *at++ = '-';
+            const auto magnitude = static_cast<std::uint64_t>(hundredths < 0 ? -hundredths : hundredths);
+            at = std::to_chars(at, at + 24, magnitude / 100).ptr;
+            if (const auto rest = static_cast<unsigned>(magnitude % 100)) {
+                *at++ = '.';
+                *at++ = static_cast<char>('0' + rest / 10);
+                if (rest % 10 != 0) *at++ = static_cast<char>('0' + rest % 10);
+            }
+            out_.taken(at);
             return;
         }
     }
@@ -317,7 +329,6 @@ void FieldWriter::putDate(jet::DateTime moment)
 void FieldWriter::putText(std::span<const std::uint8_t> stored)
 {
     // Most names are stored compressed, one byte a letter, and most of those are ASCII: the bytes are the text.
-    constexpr std::size_t longestFast = 600;
     if (stored.size() > 2 && stored.size() < longestFast && stored[0] == 0xFF && stored[1] == 0xFE) {
         char* at = out_.room(longestFast);
         bool plain = true;
@@ -331,21 +342,54 @@ void FieldWriter::putText(std::span<const std::uint8_t> stored)
         }
     }
     jet::decodeText(stored, text_);
-    putCsvText(out_, jet::toUtf8(text_));
+    if (!putPlainLetters()) putCsvText(out_, jet::toUtf8(text_));
+}
+
+/// Writes text_ where it needs neither quotes nor surrogates; false otherwise.
+bool FieldWriter::putPlainLetters()
+{
+    if (text_.empty() || text_.size() * 3 > longestFast) return false;
+    char* at = out_.room(longestFast);
+    for (const char16_t unit : text_) {
+        if (unit < 0x80) {
+            if (unit < ' ' || unit == u',' || unit == u'"') return false;
+            *at++ = static_cast<char>(unit);
+        } else if (unit < 0x800) {
+            *at++ = static_cast<char>(0xC0 | unit >> 6);
+            *at++ = static_cast<char>(0x80 | (unit & 0x3F));
+        } else {
+            if (unit >= 0xD800 && unit <= 0xDFFF) return false;
+            *at++ = static_cast<char>(0xE0 | unit >> 12);
+            *at++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+            *at++ = static_cast<char>(0x80 | (unit & 0x3F));
+        }
+    }
+    out_.taken(at);
+    return true;
 }
 
 void FieldWriter::put(const jet::RowView& row, std::size_t position, const jet::Column& column)
 {
     switch (column.type) {
-    case ColumnType::text:
-        if (!row.isNull(position)) putText(row.stored(position));
+    case ColumnType::text: {
+        const auto stored = row.stored(position);
+        if (!stored.empty())
+            putText(stored);
+        else if (!row.isNull(position))
+            putCsvText(out_, {});
         break;
+    }
     case ColumnType::doubleFloat:
-        if (const auto number = row.number(position)) putNumber(*number);
+    case ColumnType::dateTime: {
+        const auto stored = row.stored(position);
+        if (stored.empty()) break;
+        const auto number = std::bit_cast<double>(jet::getU64(stored.data()));
+        if (column.type == ColumnType::dateTime)
+            putDate({number});
+        else
+            putNumber(number);
         break;
-    case ColumnType::dateTime:
-        if (const auto number = row.number(position)) putDate({*number});
-        break;
+    }
     case ColumnType::byte:
     case ColumnType::integer:
     case ColumnType::longInteger:

@@ -23,6 +23,7 @@ private:
     void putNumber(double number);
     void putDate(jet::DateTime moment);
     void putText(std::span<const std::uint8_t> stored);
+    bool putPlainLetters();
 
     Output& out_;
     std::u16string text_;
