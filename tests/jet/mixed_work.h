@@ -24,7 +24,8 @@ public:
 
     static constexpr const char16_t* table = u"Kayıt";
 
-    explicit MixedWork(unsigned seed) : random_(seed) {}
+    /// The same seed on the same database does the same work.
+    explicit MixedWork(unsigned seed) : random_(seed), seed_(seed) {}
 
     static void create(jet::Disk& disk, const std::filesystem::path& path)
     {
@@ -112,15 +113,16 @@ private:
         for (char16_t& letter : text) letter = alphabet[random_() % alphabet.size()];
         return text;
     }
+    static std::u16string digits(std::uint32_t number)
+    {
+        const std::string text = std::to_string(number);
+        return {text.begin(), text.end()};
+    }
     Row newRow()
     {
         Row row;
         row.name = letters(random_() % 6 == 0 ? 200 : 30);
-        row.code = u"K" + letters(6) + [this] {
-            std::u16string digits;
-            for (auto n = ++codes_; n > 0; n /= 10) digits += static_cast<char16_t>(u'0' + n % 10);
-            return digits;
-        }();
+        row.code = u"K" + letters(6) + u"." + digits(++codes_) + u"." + digits(seed_);
         row.day = 40000 + static_cast<double>(random_() % 50000) / 8;
         row.amount = static_cast<double>(random_() % 100000) / 100;
         row.note = letters(random_() % 8 == 0 ? 900 : 20);
@@ -167,6 +169,7 @@ private:
     }
 
     std::mt19937 random_;
+    unsigned seed_;
     std::uint32_t codes_ = 0;
     std::map<std::int32_t, jet::RowId> places_;
 };
