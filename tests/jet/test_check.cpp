@@ -1,0 +1,386 @@
+#include <cstddef> // moc stumbles over <compare> without it
+
+#include "store/jet/check.h"
+#include "store/jet/database.h"
+#include "store/jet/error.h"
+#include "store/jet/memory_disk.h"
+#include "store/jet/row_page.h"
+#include "store/jet/table_state.h"
+#include "tests/jet/mixed_work.h"
+#include "tests/jet/samples.h"
+
+#include <QtTest>
+
+using namespace jet;
+
+namespace {
+
+const std::filesystem::path file = "Yag.mdb";
+
+/// A sound database with two tables, moved rows, long values and index trees of two levels; and the places in it that
+/// the damages below need.
+struct Patient {
+    Patient()
+    {
+        MixedWork::create(disk, file);
+        database = Database::open(disk, file);
+        MixedWork work(3);
+        MixedWork::Rows rows;
+        Transaction change(database->pager());
+        for (int i = 0; i < 400; ++i) work.change(*database, rows);
+        Table& other = database->createTable(u"Küçük", {{u"Ad", ColumnType::text, 20}}, {{u"Ad", {{u"Ad", true}}}},
+                                             DateTime{45000});
+        for (const char16_t* name : {u"Ali", u"Ali", u"Veli"}) other.insert({{0, std::u16string(name)}});
+        other.insert({});
+        change.commit();
+    }
+
+    Pager& pager() { return database->pager(); }
+    Table::State& state(const char16_t* name)
+    {
+        auto& made = states[name];
+        if (!made) {
+            const Table& table = database->table(name);
+            made = std::make_unique<Table::State>(pager(), table.name(), table.definitionPage(),
+                                                  std::vector<std::u16string>{});
+            made->systemObjects = &database->table(u"MSysObjects");
+        }
+        return *made;
+    }
+    Table::State& large() { return state(MixedWork::table); }
+    Table::State& small() { return state(u"Küçük"); }
+    PageNo dataPage(Table::State& table, std::size_t which = 0)
+    {
+        return mapPages(pager(), table.definition.owned).at(which);
+    }
+    void poke(PageNo page, std::size_t at, std::initializer_list<int> bytes)
+    {
+        for (const int byte : bytes) pager().write(page)[at++] = static_cast<std::uint8_t>(byte);
+    }
+    /// The first slot of the large table for which `wanted` holds.
+    template <class Wanted> RowId slotWhere(Wanted&& wanted)
+    {
+        for (const PageNo page : mapPages(pager(), large().definition.owned)) {
+            const PageView view = pager().read(page);
+            for (unsigned i = 0; i < *slotCount(view); ++i)
+                if (wanted(*slotAt(view, i))) return {page, static_cast<std::uint8_t>(i)};
+        }
+        throw std::logic_error("no such slot");
+    }
+    /// Where the bytes of a field of the large table stand, for the first row whose field `wanted`s.
+    template <class Wanted> std::pair<PageNo, std::size_t> fieldWhere(std::size_t column, Wanted&& wanted)
+    {
+        std::optional<std::pair<PageNo, std::size_t>> place;
+        database->table(MixedWork::table).forEachRow([&](RowId id, const RowView& row) {
+            const auto bytes = row.stored(column);
+            const PageNo page = large().find(id)->body.page;
+            if (!bytes.empty() && wanted(bytes))
+                place.emplace(page, static_cast<std::size_t>(bytes.data() - pager().read(page).data()));
+            return !place;
+        });
+        if (!place) throw std::logic_error("no such field");
+        return *place;
+    }
+    /// The record of a physical index in the definition's first page.
+    std::size_t indexRecord(Table::State& table, std::size_t number)
+    {
+        const PageView page = pager().read(table.definition.page);
+        for (std::size_t at = 63, seen = 0; at + 52 < pageSize; ++at)
+            if (getU32(&page[at]) == 0x783 && seen++ == number) return at;
+        throw std::logic_error("no such index");
+    }
+    RowId rightsOf(PageNo definition)
+    {
+        std::optional<RowId> found;
+        const Table& rights = database->table(u"MSysACEs");
+        rights.forEachRow([&](RowId id, const RowView& row) {
+            if (row.number(*rights.columnNamed(u"ObjectId")) == double(definition)) found = id;
+            return true;
+        });
+        return found.value();
+    }
+
+    MemoryDisk disk;
+    std::unique_ptr<Database> database;
+    std::map<std::u16string, std::unique_ptr<Table::State>> states;
+};
+
+enum : std::size_t { number, name, code, day, amount, note };
+
+} // namespace
+
+/// One damage, and a word of the sentence that must name it.
+struct DamageCase {
+    std::function<void(Patient&)> inflict;
+    const char* sentence = "";
+    bool isFault = true;
+};
+Q_DECLARE_METATYPE(DamageCase)
+
+class CheckTest : public QObject {
+    Q_OBJECT
+private slots:
+    void soundDatabaseHasNoFaultAndNoWarning();
+    void everyDamageIsNamed_data();
+    void everyDamageIsNamed();
+    void progressRunsFromZeroToHundred();
+    void manyFaultsAreCountedNotListed();
+    void databasesOfOtherProgramsAreSound_data();
+    void databasesOfOtherProgramsAreSound();
+};
+
+void CheckTest::soundDatabaseHasNoFaultAndNoWarning()
+{
+    Patient patient;
+    const CheckResult result = checkDatabase(*patient.database);
+    QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
+    QVERIFY2(result.warnings.empty(), result.warnings.empty() ? "" : result.warnings.front().c_str());
+    QCOMPARE(result.pages, patient.pager().pageCount());
+    QCOMPARE(result.tables, 6U);
+    std::uint64_t rows = 0;
+    for (const auto& [table, page] : patient.database->allTables()) rows += patient.database->table(table).rowCount();
+    QCOMPARE(result.rows, rows);
+    QVERIFY(result.indexEntries > 4 * patient.large().liveRows());
+}
+
+void CheckTest::everyDamageIsNamed_data()
+{
+    QTest::addColumn<DamageCase>("damage");
+    const auto fault = [](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
+        QTest::newRow(title) << DamageCase{std::move(inflict), sentence, true};
+    };
+    const auto warning = [](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
+        QTest::newRow(title) << DamageCase{std::move(inflict), sentence, false};
+    };
+
+    // Who owns the pages
+    fault("page of two tables", "iki sahibi var",
+          [](Patient& p) { mapSet(p.pager(), p.small().definition.owned, p.dataPage(p.large())); });
+    fault("page owned and free", "hem boş görünüyor",
+          [](Patient& p) { mapSet(p.pager(), freeMap, p.dataPage(p.large())); });
+    warning("page of nobody", "ne boş ne de birinin", [](Patient& p) { allocatePage(p.pager()); });
+    fault("one map for two tables", "haritanın iki sahibi var", [](Patient& p) {
+        const MapRef map = p.large().definition.owned;
+        p.poke(p.small().definition.page, 55, {map.slot, int(map.page & 255), int(map.page >> 8), 0});
+    });
+    fault("list of roomy pages with a foreign one", "yer olan sayfaları arasında",
+          [](Patient& p) { mapSet(p.pager(), p.small().definition.freeSpace, p.dataPage(p.large())); });
+    fault("map page of another kind", "harita", [](Patient& p) { p.poke(p.small().definition.owned.page, 4, {9}); });
+    warning("bits in the second global map", "ikinci haritada", [](Patient& p) { p.poke(1, 0xF80, {1}); });
+    fault("free map page with a wrong count", "1. sayfa: boş alan", [](Patient& p) { p.poke(1, 2, {1, 1}); });
+
+    // Definitions and the catalogue
+    fault("definition without its mark", "tanım sayfasının ikinci baytı",
+          [](Patient& p) { p.poke(p.small().definition.page, 1, {0}); });
+    warning("free count of a definition", "tanımın boş alan",
+            [](Patient& p) { p.poke(p.small().definition.page, 2, {1}); });
+    fault("definition of another type", "tablo tanımı", [](Patient& p) { p.poke(p.small().definition.page, 0, {1}); });
+    fault("table without rights", "erişim hakları yok", [](Patient& p) {
+        auto& rights = p.state(u"MSysACEs");
+        const PageNo definition = p.small().definition.page;
+        for (int i = 0; i < 2; ++i) rights.erase(p.rightsOf(definition));
+    });
+    fault("no container of tables", "kabı", [](Patient& p) {
+        std::optional<RowId> container;
+        const Table& objects = p.database->table(u"MSysObjects");
+        objects.forEachRow([&](RowId id, const RowView& row) {
+            if (row.number(*objects.columnNamed(u"Id")) == double(0x0F000001)) container = id;
+            return true;
+        });
+        p.state(u"MSysObjects").erase(*container);
+    });
+
+    // Row pages
+    fault("page of another owner", "tablonun veri sayfası değil", [](Patient& p) {
+        p.poke(p.dataPage(p.large()), 4, {2, 0});
+    });
+    fault("wrong free count", "boş alan sayısı yanlış", [](Patient& p) {
+        p.poke(p.dataPage(p.large()), 2, {0xEE, 7});
+    });
+    fault("slots out of order", "yerleri sayfaya uymuyor", [](Patient& p) {
+        p.poke(p.dataPage(p.large()), 14, {0xFF, 0x1F});
+    });
+    fault("too many slots", "sayfaya uymuyor", [](Patient& p) { p.poke(p.dataPage(p.large()), 12, {0xFF, 0xFF}); });
+
+    // Rows
+    fault("row with too many columns", "sütun sayısı", [](Patient& p) {
+        const RowId row = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
+        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset, {77});
+    });
+    warning("wrong row count", "satır yazılı", [](Patient& p) { p.poke(p.large().definition.page, 16, {1, 0}); });
+    fault("moved row that leads nowhere", "taşındığı yer", [](Patient& p) {
+        const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
+        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset, {0, 0xFF, 0xFF, 0xFF});
+    });
+    fault("moved row that leads to an ordinary one", "taşındığı yerde satır yok", [](Patient& p) {
+        const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
+        const RowId other = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
+        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset,
+               {other.slot, int(other.page & 255), int(other.page >> 8), 0});
+    });
+    fault("moved row with two heads", "iki yerden geliniyor", [](Patient& p) {
+        const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
+        const RowId other = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
+        const auto view = p.pager().read(row.page);
+        const auto body = *pointerOf(view, *slotAt(view, row.slot));
+        pointSlot(p.pager().write(other.page), other.slot, body);
+    });
+    warning("moved row without a head", "hiçbir yerden gelinmiyor", [](Patient& p) {
+        const PageNo page = mapPages(p.pager(), p.large().definition.owned).back();
+        appendRow(p.pager().write(page), std::vector<std::uint8_t>(10), RowKind::body);
+    });
+    fault("half a letter", "bir harfin ortasında", [](Patient& p) {
+        const auto [page, at] = p.fieldWhere(name, [](auto bytes) { return bytes.size() % 2 == 1; });
+        p.poke(page, at, {'A', 0});
+    });
+    fault("date outside the calendar", "tarih", [](Patient& p) {
+        const auto [page, at] = p.fieldWhere(day, [](auto) { return true; });
+        p.poke(page, at, {0, 0, 0, 0, 0, 0, 0xF0, 0x7F});
+    });
+    fault("counter below the largest number", "sayaç", [](Patient& p) {
+        p.poke(p.large().definition.page, 20, {3, 0});
+    });
+
+    // Values outside their rows
+    const auto isOutside = [](std::span<const std::uint8_t> bytes) { return (bytes[3] & 0xC0) == 0x40; };
+    fault("value on a missing page", "uzun alan", [=](Patient& p) {
+        const auto [page, at] = p.fieldWhere(note, isOutside);
+        p.poke(page, at + 5, {0xFF, 0xFF, 0x0F});
+    });
+    fault("value in a dead slot", "uzun alanın satırı yok", [=](Patient& p) {
+        const auto [page, at] = p.fieldWhere(note, isOutside);
+        const auto bytes = p.pager().read(page).subspan(at, 12);
+        killSlot(p.pager().write(getU24(&bytes[5])), bytes[4]);
+    });
+    fault("value of two rows", "iki değere ait", [=](Patient& p) {
+        std::set<std::uint32_t> seen;
+        const auto first = p.fieldWhere(note, isOutside);
+        const auto second = p.fieldWhere(note, [&](auto bytes) {
+            return isOutside(bytes) && seen.insert(getU32(&bytes[4])).second && seen.size() == 2;
+        });
+        const auto from = p.pager().read(first.first);
+        for (int i = 0; i < 12; ++i) p.poke(second.first, second.second + i, {from[first.second + i]});
+    });
+    warning("value of no row", "hiçbir satır kullanmıyor", [=](Patient& p) {
+        const auto [page, at] = p.fieldWhere(note, isOutside);
+        p.poke(page, at, {0, 0, 0, 0x80});
+    });
+
+    // Indexes
+    const auto firstEntry = [](Patient& p, std::size_t index) {
+        std::pair<Key, RowId> found;
+        p.large().tree(p.large().definition.indexes[index]).walk({}, [&](auto key, RowId row) {
+            found = {Key(key.begin(), key.end()), row};
+            return false;
+        });
+        return found;
+    };
+    fault("row without an entry", "dizinde yok", [=](Patient& p) {
+        const auto [key, row] = firstEntry(p, 1);
+        p.large().tree(p.large().definition.indexes[1]).erase(key, row);
+    });
+    fault("entry without a row", "öyle sağlam bir satır yok", [](Patient& p) {
+        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 1, 0}, RowId{p.dataPage(p.large()), 254});
+    });
+    fault("entry for a missing page", "öyle sağlam bir satır yok", [](Patient& p) {
+        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 1, 0}, RowId{0xFFFFFF, 0});
+    });
+    fault("two entries for a row", "iki giriş var", [=](Patient& p) {
+        const auto [key, row] = firstEntry(p, 1);
+        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 0xEE, 1, 0}, row);
+    });
+    fault("key of another value", "yazılı anahtar", [=](Patient& p) {
+        const auto [key, row] = firstEntry(p, 1);
+        const IndexTree tree = p.large().tree(p.large().definition.indexes[1]);
+        IndexTree(tree).erase(key, row);
+        IndexTree(tree).insert(Key{0x7F, 0xEE, 1, 0}, row);
+    });
+    fault("field changed behind the index's back", "yazılı anahtar", [](Patient& p) {
+        const auto [page, at] = p.fieldWhere(day, [](auto) { return true; });
+        p.poke(page, at, {0, 0, 0, 0, 0, 0, 0xF0, 0x40});
+    });
+    fault("equal keys in a unique index", "benzersiz",
+          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x81}); });
+    fault("empty field of a required index", "zorunlu",
+          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x88}); });
+    fault("entry that an index without empty rows has", "boş olduğu hâlde",
+          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x82}); });
+    warning("too few distinct keys", "ayrı anahtar",
+            [](Patient& p) { p.poke(p.small().definition.page, definitionField::distinctKeys(0), {1}); });
+    fault("tree with a broken link", "dizini", [](Patient& p) {
+        const PageNo root = p.large().definition.indexes[1].root;
+        p.poke(root, 24, {0xFF, 0x01});
+    });
+    fault("tree page of another table", "dizini",
+          [](Patient& p) { p.poke(p.small().definition.indexes[0].root, 4, {2}); });
+}
+
+void CheckTest::everyDamageIsNamed()
+{
+    QFETCH(DamageCase, damage);
+    Patient patient;
+    {
+        Transaction change(patient.pager());
+        damage.inflict(patient);
+        change.commit();
+    }
+    patient.states.clear();
+    patient.database.reset();
+    patient.database = Database::open(patient.disk, file, Pager::Mode::readOnly);
+    const CheckResult result = checkDatabase(*patient.database);
+    const auto& sentences = damage.isFault ? result.faults : result.warnings;
+    std::string all;
+    for (const std::string& sentence : sentences) all += sentence + '\n';
+    QVERIFY2(all.find(damage.sentence) != std::string::npos, all.c_str());
+    if (!damage.isFault) QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
+}
+
+void CheckTest::progressRunsFromZeroToHundred()
+{
+    Patient patient;
+    std::vector<int> seen;
+    checkDatabase(*patient.database, [&](int percent) { seen.push_back(percent); });
+    QVERIFY(seen.size() > 10);
+    QVERIFY(std::ranges::is_sorted(seen));
+    QCOMPARE(seen.back(), 100);
+    QVERIFY(seen.front() < 20);
+}
+
+void CheckTest::manyFaultsAreCountedNotListed()
+{
+    Patient patient;
+    {
+        Transaction change(patient.pager());
+        for (const PageNo page : mapPages(patient.pager(), patient.large().definition.owned))
+            for (unsigned slot = 0; slot < *slotCount(patient.pager().read(page)); ++slot)
+                patient.poke(page, slotAt(patient.pager().read(page), slot)->offset, {99});
+        change.commit();
+    }
+    patient.states.clear();
+    const CheckResult result = checkDatabase(*patient.database);
+    QCOMPARE(result.faults.size(), std::size_t{501});
+    QVERIFY2(result.faults.back().find("hata daha") != std::string::npos, result.faults.back().c_str());
+}
+
+void CheckTest::databasesOfOtherProgramsAreSound_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const QString& path : samples::databases()) QTest::newRow(qPrintable(path.section('/', -1))) << path;
+}
+
+void CheckTest::databasesOfOtherProgramsAreSound()
+{
+    if (!samples::present()) QSKIP(samples::absent);
+    QFETCH(QString, path);
+    QFile source(path);
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    const QByteArray bytes = source.readAll();
+    MemoryDisk disk;
+    disk.content(file).assign(bytes.begin(), bytes.end());
+    const CheckResult result = checkDatabase(*Database::open(disk, file, Pager::Mode::readOnly));
+    QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
+    QVERIFY(result.tables >= 6);
+}
+
+QTEST_APPLESS_MAIN(CheckTest)
+#include "test_check.moc"
