@@ -1,5 +1,7 @@
 #include "store/mill_tables.h"
 
+#include "store/jet/part_file.h"
+
 namespace store {
 
 namespace {
@@ -28,6 +30,15 @@ void createMillTables(jet::Database& database, jet::DateTime now)
                           number(u"Nakit"), text(u"CariHar", longestName)},
                          {byDate}, now);
     change.commit();
+}
+
+void createMillDatabase(jet::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)
+{
+    // A database without its two tables would open, and fail the mill later.
+    jet::PartFile part(disk, path);
+    jet::Database::create(disk, part.path(), collation, now);
+    createMillTables(*jet::Database::open(disk, part.path()), now);
+    part.publish();
 }
 
 } // namespace store

@@ -9,4 +9,8 @@ namespace store {
 /// addresses them. All or nothing. Throws exists when one of the tables is there.
 void createMillTables(jet::Database& database, jet::DateTime now);
 
+/// Makes a new database with the two tables: whole under its name, or not at all. Throws exists, disk.
+void createMillDatabase(jet::Disk& disk, const std::filesystem::path& path, jet::Collation collation,
+                        jet::DateTime now);
+
 } // namespace store

@@ -122,22 +122,7 @@ int create(jet::Disk& disk, Arguments arguments)
         }
     }
     if (!file) misused("Dosya adı eksik; yardım için: presva-mdb create --help");
-    const auto path = pathOf(*file);
-    // Complete before it has its name: a database without its two tables would open, and then fail the mill.
-    auto part = path;
-    part += ".part";
-    if (disk.exists(path)) misused("'" + *file + "' zaten var; başka bir ad seçin.");
-    if (disk.exists(part)) disk.remove(part);
-    try {
-        jet::Database::create(disk, part, collation, now());
-        store::createMillTables(*jet::Database::open(disk, part), now());
-        if (disk.exists(path)) misused("'" + *file + "' zaten var; başka bir ad seçin.");
-        disk.rename(part, path);
-        disk.syncFolder(path.parent_path());
-    } catch (...) {
-        if (disk.exists(part)) disk.remove(part);
-        throw;
-    }
+    store::createMillDatabase(disk, pathOf(*file), collation, now());
     return 0;
 }
 

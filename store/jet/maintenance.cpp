@@ -3,6 +3,7 @@
 #include "store/jet/catalogue.h"
 #include "store/jet/check.h"
 #include "store/jet/damage.h"
+#include "store/jet/part_file.h"
 #include "store/jet/table_state.h"
 
 #include <algorithm>
@@ -16,49 +17,6 @@ namespace {
 constexpr PageNo pagesPerWrite = 64;
 constexpr std::uint64_t rowsPerStep = 1000;
 constexpr double localTable = 1;
-
-/// A file that gets its name only when it is complete.
-class Part {
-public:
-    Part(Disk& disk, std::filesystem::path to) : disk_(disk), to_(std::move(to)), part_(to_)
-    {
-        refuseToReplace();
-        part_ += ".part";
-        if (disk_.exists(part_)) disk_.remove(part_); // of a copy that a power cut ended
-    }
-    ~Part()
-    {
-        if (published_) return;
-        try {
-            if (disk_.exists(part_)) disk_.remove(part_);
-        } catch (const Error&) {
-            // The failure that brought us here is the one to be told.
-        }
-    }
-    Part(const Part&) = delete;
-    Part& operator=(const Part&) = delete;
-
-    const std::filesystem::path& path() const { return part_; }
-    void publish()
-    {
-        refuseToReplace();
-        disk_.rename(part_, to_);
-        published_ = true;
-        disk_.syncFolder(to_.parent_path());
-    }
-
-private:
-    void refuseToReplace()
-    {
-        if (disk_.exists(to_))
-            throw Error(Fault::exists, quotedPath(to_) + " zaten var. Başka bir ad seçin ya da o dosyayı kaldırın.");
-    }
-
-    Disk& disk_;
-    std::filesystem::path to_;
-    std::filesystem::path part_;
-    bool published_ = false;
-};
 
 class Progress {
 public:
@@ -282,7 +240,7 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
 {
     Pager& pager = database.pager();
     assert(!pager.inTransaction());
-    Part part(disk, to);
+    PartFile part(disk, to);
     {
         const auto file = disk.open(part.path(), Disk::Access::createNew);
         Progress told(progress, pager.pageCount());
@@ -311,7 +269,7 @@ void compact(Disk& disk, Database& database, const std::filesystem::path& to, Da
              const std::function<void(int)>& progress)
 {
     refuseToLoseObjects(database);
-    Part part(disk, to);
+    PartFile part(disk, to);
     const auto tables = database.tableNames();
     std::uint64_t rows = 0;
     for (const std::u16string& name : tables) rows += database.table(name).rowCount();

@@ -1,0 +1,49 @@
+#include "store/jet/part_file.h"
+
+#include "store/jet/damage.h"
+#include "store/jet/error.h"
+
+#include <utility>
+
+namespace jet {
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to) : disk_(disk), to_(std::move(to)), part_(to_)
+{
+    refuseToReplace();
+    part_ += ".part";
+    removePart();
+}
+
+PartFile::~PartFile()
+{
+    if (published_) return;
+    try {
+        removePart();
+    } catch (const Error&) {
+        // The failure that brought us here is the one to be told; the next attempt removes the file.
+    }
+}
+
+void PartFile::publish()
+{
+    refuseToReplace();
+    disk_.rename(part_, to_);
+    published_ = true;
+    disk_.syncFolder(to_.parent_path());
+}
+
+void PartFile::removePart()
+{
+    auto journal = part_;
+    journal += "-journal";
+    for (const auto& path : {part_, journal})
+        if (disk_.exists(path)) disk_.remove(path);
+}
+
+void PartFile::refuseToReplace()
+{
+    if (disk_.exists(to_))
+        throw Error(Fault::exists, quotedPath(to_) + " zaten var. Başka bir ad seçin ya da o dosyayı kaldırın.");
+}
+
+} // namespace jet
