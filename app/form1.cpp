@@ -55,6 +55,7 @@ Form1::Form1(const Surroundings& surroundings)
     wireShell();
     wireCounter();
     bindData();
+    wireReports();
     wireScale();
     resize(1024, 768);
 }

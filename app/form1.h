@@ -18,6 +18,7 @@
 #include "base/regional.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
+#include "reports/period.h"
 #include "scale/drain_socket.h"
 #include "scale/terazi_comm.h"
 #include "store/data_source.h"
@@ -219,6 +220,7 @@ private:
     void wireCounter();
     void bindData();
     void wireScale();
+    void wireReports();
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
@@ -232,6 +234,12 @@ private:
     /// The customer's terms and the pressing, in one change.
     void storePressing(int current);
     void storeTerms(int current);
+    /// A date of the panel became another one: the days in order, and the report.
+    void periodChanged(reports::Picker changed);
+    /// The grid marks the current row of its listing, if that has rows.
+    void showGridPosition();
+    /// The listing of the grid as a statement; any error cancels it without a word.
+    void printStatement();
     /// A weight cannot be typed before a customer is named.
     void askForCustomerFirst(int Index);
     /// Places every control for the window's present size.
@@ -245,6 +253,7 @@ private:
     Surroundings surroundings_;
     KeyboardState keyboard_;
     std::unique_ptr<CounterScreen> counter_;
+    reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     int scaleEvents_ = 0;
     QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
     int shownPort_ = 0;  ///< in the status line; 0 closed

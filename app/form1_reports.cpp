@@ -1,0 +1,214 @@
+// The report panel: its two views, the period and the name, the grid's columns, the statement.
+
+#include "app/form1.h"
+#include "print/header_file.h"
+#include "print/statement.h"
+#include "reports/period_report.h"
+
+#include <QCoreApplication>
+
+namespace app {
+
+namespace {
+
+constexpr int customersView = 0;
+constexpr int reportView = 1;
+
+QVariant printable(const store::FieldValue& value)
+{
+    if (value.isNull()) return {};
+    if (value.isText()) return value.text();
+    if (value.isDate()) return value.moment();
+    return value.number() ? QVariant(*value.number()) : QVariant();
+}
+
+int fieldNamed(const store::RecordSet& rows, const QString& name)
+{
+    for (std::size_t i = 0; i < rows.fields().size(); ++i)
+        if (rows.fields()[i].name == name) return static_cast<int>(i);
+    throw base::runtimeError(base::errors::noSuchField);
+}
+
+} // namespace
+
+void Form1::wireReports()
+{
+    gridRows_ = new reports::GridModel(GünData, surroundings_.regional, DBGrid1);
+    DBGrid1->setRows(gridRows_);
+    DBGrid1->onColumnResize([this](int column) { IzgaraKaydet(column); });
+    DBGrid1->onRowChange([this](int row) { GünData.recordSet().moveTo(row); });
+    GünData.onReposition([this] { GünData_Reposition(); });
+    GünData.onRefresh([this] {
+        gridRows_->rebind();
+        // A listing without rows makes no row current, and still has headings.
+        if (GünData.recordSet().size() == 0) GünData_Reposition();
+    });
+
+    GünlükCmd->onClick([this] { GünlükCmd_Click(); });
+    GünLbl->onClick([this] { GünLbl_Click(); });
+    GünLbl->onChange([this] { GünLbl_Change(); });
+    DTPickerBas->onChange([this] { DTPickerBas_Change(); });
+    DTPickerSon->onChange([this] { DTPickerSon_Change(); });
+    for (int Index = 0; Index < Option1.size(); ++Index) {
+        Option1[Index]->onClick([this, Index] { Option1_Click(Index); });
+        KapatCmd[Index]->onClick([this, Index] { KapatCmd_Click(Index); });
+    }
+}
+
+void Form1::GünlükCmd_Click()
+{
+    Frame4->setVisible(true);
+    Dosya->setEnabled(false);
+    dbListe1->setVisible(false); // it was of the name at a station
+    activate(GünLbl);
+    AktifLbl->setCaption(QString());
+    const bool customersShown = Option1[customersView]->value();
+    Option1[customersView]->setValue(true);
+    // Chosen since the last time, the option does not click; customers may have come or gone meanwhile.
+    if (customersShown) VeriYenile(GünData);
+    moveListToPanel();
+}
+
+void Form1::GünLbl_Click() { activate(GünLbl); }
+
+void Form1::GünLbl_Change()
+{
+    if (AktifLbl->caption().isEmpty()) {
+        // Nothing is searched any more: the report takes the place of the names found.
+        dbListe1->setVisible(false);
+        DBGrid1->setVisible(true);
+        RaporYenile();
+        return;
+    }
+    DBGrid1->setVisible(false);
+    searchCustomers(AktifLbl->caption());
+}
+
+void Form1::Option1_Click(int Index)
+{
+    GridGorunum = QString::number(Index);
+    const bool report = Index == reportView;
+    GünData.setRecordSource(report ? reports::wholeJournal : reports::customerTable);
+    if (!report) {
+        GünLbl->setCaption(QString());
+        // Emptying the name ran the report, which listed something else.
+        GünData.setRecordSource(reports::customerTable);
+    }
+    GünLbl->setVisible(report);
+    DTPickerSon->setVisible(report);
+    VeriYenile(GünData);
+    IzgaraDuzenle();
+    IzgaraYukle();
+}
+
+void Form1::DTPickerBas_Change() { periodChanged(reports::Picker::first); }
+void Form1::DTPickerSon_Change() { periodChanged(reports::Picker::last); }
+
+void Form1::periodChanged(reports::Picker changed)
+{
+    if (AktifKontrol == 999) return;
+    const reports::Period period = reports::ordered({DTPickerBas->value(), DTPickerSon->value()}, changed);
+    DTPickerBas->setValue(period.first);
+    DTPickerSon->setValue(period.last);
+    RaporYenile();
+}
+
+void Form1::RaporYenile()
+{
+    reports::RaporYenile({{DTPickerBas->value(), DTPickerSon->value()},
+                          Frame4->visible(),
+                          Option1[reportView]->value(),
+                          GünLbl->caption(),
+                          AktifLbl->caption()},
+                         {GünData, surroundings_.databases, surroundings_.now(),
+                          [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }});
+    gridRows_->rowsChanged();
+    showGridPosition();
+}
+
+void Form1::GünData_Reposition()
+{
+    showGridPosition();
+    IzgaraYukle();
+}
+
+void Form1::showGridPosition()
+{
+    const bool rows = GünData.recordSet().recordCount() != 0;
+    DBGrid1->setMarquee(rows ? ListingGrid::Marquee::wholeRow : ListingGrid::Marquee::none);
+    DBGrid1->markCurrentRow();
+}
+
+void Form1::IzgaraDuzenle()
+{
+    reports::GridColumns columns = gridRows_->columns();
+    reports::IzgaraDuzenle(columns, GridGorunum);
+    gridRows_->setColumns(columns);
+}
+
+void Form1::IzgaraYukle()
+{
+    reports::GridColumns columns = gridRows_->columns();
+    reports::IzgaraYukle(columns, GridGorunum, surroundings_.directory,
+                         [this](const QString& text) { return DBGrid1->headingWidth(text); });
+    gridRows_->setColumns(columns);
+}
+
+void Form1::IzgaraKaydet(int column)
+{
+    reports::GridColumns columns = gridRows_->columns();
+    reports::IzgaraKaydet(columns, column, GridGorunum, surroundings_.directory,
+                          [this](const QString& text) { return DBGrid1->headingWidth(text); });
+    gridRows_->setColumns(columns);
+}
+
+void Form1::KapatCmd_Click(int Index)
+{
+    if (Index != 0) {
+        printStatement();
+        return;
+    }
+    Frame4->setVisible(false);
+    dbListe1->setVisible(false);
+    Dosya->setEnabled(true);
+    activate(TxtLbl[station()]);
+    moveListToStation(station());
+}
+
+void Form1::printStatement()
+{
+    print::Printer printer(surroundings_.printer, surroundings_.now);
+    try {
+        // A copy of the listing is walked, so that the grid stays where it is.
+        DataTmp.setRecordSource(GünData.recordSource());
+        VeriYenile(DataTmp);
+        store::RecordSet& rows = DataTmp.recordSet();
+
+        print::Statement statement;
+        double left = 0;
+        for (const reports::GridColumn& column : gridRows_->columns()) {
+            const auto width = static_cast<double>(column.width);
+            statement.columns.push_back({column.visible, column.caption, left, width, column.field,
+                                         static_cast<int>(column.alignment), column.numberFormat});
+            if (column.visible) left += width;
+        }
+        statement.listingKind = GridGorunum;
+        statement.customer = AktifLbl->caption();
+        statement.firstDay = DTPickerBas->value();
+        statement.headerItems = print::headerItems(surroundings_.directory);
+        statement.font = printFont();
+        bool begun = false;
+        statement.nextRecord = [&rows, &begun] {
+            if (rows.recordCount() == 0) return false;
+            if (std::exchange(begun, true)) rows.moveNext();
+            return !rows.eof();
+        };
+        statement.value = [&rows](const QString& field) { return printable(rows.field(fieldNamed(rows, field))); };
+        print::composeStatement(printer, statement, surroundings_.regional);
+        printer.endDoc();
+    } catch (const base::RuntimeError&) {
+        printer.killDoc();
+    }
+}
+
+} // namespace app
