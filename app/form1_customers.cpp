@@ -60,7 +60,12 @@ void Form1::dbListe1_Click()
 {
     AktifLbl->setCaption(dbListe1->text());
     dbListe1->setVisible(false);
-    Label3_Click(station());
+    if (Frame4->visible()) {
+        RaporYenile();
+        DBGrid1->setVisible(true);
+    } else {
+        Label3_Click(station());
+    }
     Kaydet->setVisible(false);
 }
 

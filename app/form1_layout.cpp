@@ -239,7 +239,8 @@ void Form1::arrangeReportPanel()
     GünLbl->setTextSizes(px(titleText), px(26));
     const int gridTop = GünLbl->visible() ? nameTop + rowHeight + gap : nameTop;
     DBGrid1->setGeometry(pad, gridTop, inner, Frame4->height() - gridTop - pad);
-    DBGrid1->setTextSizes(px(17), px(18), std::max(px(40), 36));
+    // Columns are measured in twips, so their texts have one size on every screen; a larger screen shows more rows.
+    DBGrid1->setTextSizes(16, 16, std::clamp(px(40), 36, 44));
 }
 
 void Form1::moveListToStation(int Index)

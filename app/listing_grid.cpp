@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QScroller>
 #include <QStyledItemDelegate>
+#include <algorithm>
 
 namespace app {
 
@@ -11,25 +12,53 @@ namespace {
 
 const QColor totalsGround(0xFF, 0xF1, 0xC9);
 
-/// A cell as the grid paints it: no focus frame, the row of sums set apart.
+const QColor lineBetween(0xD0, 0xD9, 0xDE);
+
+/// A cell of the grid: one line of text between thin lines, the row of sums set apart. A row is painted up to the edge
+/// of the grid, so that the eye can follow it, and in the last column a text may go on there: a name is cut only where
+/// it must be.
 class CellPainter : public QStyledItemDelegate {
 public:
-    explicit CellPainter(QObject* parent) : QStyledItemDelegate(parent) {}
-
-protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    CellPainter(QHeaderView* headings, QWidget* viewport)
+        : QStyledItemDelegate(headings), headings_(headings), viewport_(viewport)
     {
-        QStyledItemDelegate::initStyleOption(option, index);
-        option->state &= ~QStyle::State_HasFocus;
-        // The window is the operator's whole world: a row does not fade because a key of the keypad was touched.
-        option->state |= QStyle::State_Active;
-        const auto* rows = qobject_cast<const reports::GridModel*>(index.model());
-        if (rows && rows->isTotals(index.row())) {
-            option->font.setBold(true);
-            option->fontMetrics = QFontMetrics(option->font);
-            option->backgroundBrush = totalsGround;
-        }
     }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const auto* rows = qobject_cast<const reports::GridModel*>(index.model());
+        const bool totals = rows && rows->isTotals(index.row());
+        const bool selected = option.state & QStyle::State_Selected;
+        const auto alignment = index.data(Qt::TextAlignmentRole).value<Qt::Alignment>();
+
+        QRect area = option.rect;
+        const bool last = area.right() + 1 >= headings_->length() - headings_->offset();
+        if (last) area.setRight(std::max(area.right(), viewport_->width() - 1));
+        // Always the colours of an active window: a row does not fade because a key of the keypad was touched.
+        const auto colour = [&](QPalette::ColorRole role) { return option.palette.color(QPalette::Active, role); };
+        QColor ground = colour(index.row() % 2 == 0 ? QPalette::Base : QPalette::AlternateBase);
+        if (totals) ground = totalsGround;
+        if (selected) ground = colour(QPalette::Highlight);
+        painter->fillRect(area, ground);
+        const QColor line = selected ? ground : lineBetween;
+        painter->fillRect(area.left(), area.bottom(), area.width(), 1, line);
+        if (!last) painter->fillRect(area.right(), area.top(), 1, area.height(), line);
+
+        QFont font = option.font;
+        font.setBold(totals);
+        painter->setFont(font);
+        painter->setPen(colour(selected ? QPalette::HighlightedText : QPalette::Text));
+        const QRect& room = alignment & Qt::AlignLeft ? area : option.rect;
+        const QRect inner = room.adjusted(padding, 0, -padding, 0);
+        const QString text = painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, inner.width());
+        painter->drawText(inner, static_cast<int>(alignment) | Qt::TextSingleLine, text);
+    }
+
+private:
+    static constexpr int padding = 6;
+
+    QHeaderView* headings_;
+    QWidget* viewport_;
 };
 
 } // namespace
@@ -38,7 +67,8 @@ ListingGrid::ListingGrid(QWidget* parent) : Control(parent), headings_(new Listi
 {
     setAttribute(Qt::WA_NoMousePropagation);
     setHorizontalHeader(headings_);
-    setItemDelegate(new CellPainter(this));
+    setItemDelegate(new CellPainter(headings_, viewport()));
+    setShowGrid(false);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -144,27 +174,6 @@ bool ListingGrid::viewportEvent(QEvent* event)
 {
     if (isInput(event) && inputBlocked(this)) return true;
     return Control::viewportEvent(event);
-}
-
-void ListingGrid::paintEvent(QPaintEvent* event)
-{
-    Control::paintEvent(event);
-    // The rows go on to the right of the last column, so that the eye can follow them.
-    const int right = headings_->length() - headings_->offset();
-    if (!rows_ || right >= viewport()->width() || rows_->rowCount() == 0) return;
-    QPainter painter(viewport());
-    const QColor gridColor =
-        QColor::fromRgba(static_cast<QRgb>(style()->styleHint(QStyle::SH_Table_GridLineColor, nullptr, this)));
-    for (int row = rowAt(0); row >= 0 && row < rows_->rowCount(); ++row) {
-        const int top = rowViewportPosition(row);
-        if (top >= viewport()->height()) break;
-        const QRect rest(right, top, viewport()->width() - right, rowHeight(row));
-        QColor ground = palette().color(row % 2 == 0 ? QPalette::Base : QPalette::AlternateBase);
-        if (rows_->isTotals(row)) ground = totalsGround;
-        if (selectionModel()->isRowSelected(row)) ground = palette().color(QPalette::Highlight);
-        painter.fillRect(rest, ground);
-        painter.fillRect(rest.left(), rest.bottom(), rest.width(), 1, gridColor);
-    }
 }
 
 } // namespace app

@@ -80,12 +80,12 @@ void ListingHeader::letGo()
 
 void ListingHeader::paintEvent(QPaintEvent* event)
 {
-    {
-        QPainter painter(viewport());
-        painter.fillRect(event->rect(), ground);
-        painter.fillRect(0, height() - 1, width(), 1, painting::line);
-    }
     QHeaderView::paintEvent(event);
+    // The style has its own idea of the room behind the last column.
+    QPainter painter(viewport());
+    const int end = length() - offset();
+    painter.fillRect(end, 0, width() - end, height(), ground);
+    painter.fillRect(end, height() - 1, width() - end, 1, painting::line);
 }
 
 void ListingHeader::paintSection(QPainter* painter, const QRect& area, int column) const

@@ -24,7 +24,7 @@ public:
     /// How far from an edge a press may be.
     static constexpr int grip = 20;
     /// Between a heading and the edge it stands at.
-    static constexpr int padding = 4;
+    static constexpr int padding = 6;
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;

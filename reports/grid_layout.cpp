@@ -46,13 +46,13 @@ const std::vector<ColumnDress>& dresses(const QString& view)
 float defaultWidth(const GridField& field)
 {
     static const std::vector<std::pair<QString, float>> known = {
-        {u"Tarih"_s, 2640.0F},   {u"Zeytin"_s, 1740.0F}, {u"Yağ"_s, 1500.0F},
-        {u"Yuzde"_s, 1020.0F},   {u"HakTut"_s, 1260.0F}, {u"Nakit"_s, 1260.0F},
-        {u"CariHar"_s, 1770.0F}, {u"Unvan"_s, 4500.0F},  {u"Kap"_s, 2400.0F},
+        {u"Tarih"_s, 2445.0F},   {u"Zeytin"_s, 1620.0F}, {u"Yağ"_s, 1470.0F},
+        {u"Yuzde"_s, 900.0F},    {u"HakTut"_s, 1290.0F}, {u"Nakit"_s, 1470.0F},
+        {u"CariHar"_s, 1980.0F}, {u"Unvan"_s, 4500.0F},  {u"Kap"_s, 2400.0F},
     };
     for (const auto& [name, width] : known)
         if (field.name.compare(name, Qt::CaseInsensitive) == 0) return width;
-    return field.kind == GridField::Kind::number ? 1260.0F : 2400.0F;
+    return field.kind == GridField::Kind::number ? 1500.0F : 2400.0F;
 }
 
 /// Of an ordinary file that can be read.

@@ -120,8 +120,8 @@ void GridLayouts::journalsDefaultColumnsFitAnA4Page()
 {
     float sum = 0;
     for (const GridColumn& column : journal()) sum += column.width;
-    // 210 mm less a quarter of an inch on both sides.
-    QVERIFY2(sum <= 210 / 25.4 * 1440 - 2 * 360 + 36, qPrintable(QString::number(sum)));
+    // 210 mm in whole points, less a quarter of an inch on both sides.
+    QVERIFY2(sum <= 595 * 20 - 2 * 360, qPrintable(QString::number(static_cast<double>(sum))));
 }
 
 void GridLayouts::headingsAreCentredByBlanks_data()
