@@ -3,6 +3,7 @@
 #include <QMouseEvent>
 #include <QPointingDevice>
 #include <QTouchEvent>
+#include <algorithm>
 
 namespace app {
 
@@ -55,15 +56,16 @@ void CaptionLabel::refreshSpokenName()
                                             : spokenName_ + QStringLiteral(": ") + text);
 }
 
-void CaptionLabel::setAutoSize(bool on)
+void CaptionLabel::setAutoSize(bool on, int widest)
 {
     autoSize_ = on;
+    widest_ = widest;
     fitCaption();
 }
 
 void CaptionLabel::fitCaption()
 {
-    if (autoSize_) resize(fontMetrics().horizontalAdvance(caption_) + 8, height());
+    if (autoSize_) resize(std::min(fontMetrics().horizontalAdvance(caption_) + 8, widest_), height());
 }
 
 void CaptionLabel::pressed() { beginAction(this, click_); }
@@ -132,6 +134,7 @@ void CaptionLabel::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setPen(inkOn(painted(backColor_, palette())));
+    painter.setFont(painting::fitted(font(), caption_, QFontInfo(font()).pixelSize(), width()));
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, caption_);
 }
 

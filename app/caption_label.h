@@ -33,8 +33,9 @@ public:
     /// What assistive tools call the label. Without one, its caption.
     void setSpokenName(const QString& name);
 
-    /// The label takes the width of its caption, at once when the caption is set and before its change runs.
-    void setAutoSize(bool on);
+    /// The label takes the width of its caption, at once when the caption is set and before its change runs. A caption
+    /// wider than `widest` is drawn smaller.
+    void setAutoSize(bool on, int widest = QWIDGETSIZE_MAX);
 
 protected:
     bool event(QEvent* event) override;
@@ -56,6 +57,7 @@ private:
     QString spokenName_;
     Colour backColor_ = colour::white;
     bool autoSize_ = false;
+    int widest_ = QWIDGETSIZE_MAX;
     bool byFinger_ = false;
     std::function<void()> change_;
     std::function<void()> click_;

@@ -83,7 +83,7 @@ void CommandButton::paintEvent(QPaintEvent*)
         break;
     case Picture::none:
         painter.setPen(ink);
-        painter.setFont(painting::fitted(font(), caption(), font().pixelSize(), face.width() - 12));
+        painter.setFont(painting::fitted(font(), caption(), QFontInfo(font()).pixelSize(), face.width() - 12));
         painter.drawText(face, Qt::AlignCenter | Qt::TextSingleLine, caption());
         break;
     }
@@ -159,7 +159,7 @@ void OptionButton::paintEvent(QPaintEvent*)
     }
     const QRect text(ring.right() + dot / 2, 0, width() - ring.right() - dot, height());
     painter.setPen(ink);
-    painter.setFont(painting::fitted(font(), caption(), font().pixelSize(), text.width()));
+    painter.setFont(painting::fitted(font(), caption(), QFontInfo(font()).pixelSize(), text.width()));
     painter.drawText(text, Qt::AlignCenter | Qt::TextSingleLine, caption());
     if (hasFocus()) {
         painter.setPen(QPen(ink, 2, Qt::DotLine));

@@ -139,9 +139,10 @@ void Form1::arrangeStation(int Index)
 
     const int pad = px(12);
     const int gap = px(7);
-    const int headline = std::max(px(50), 48);
+    const int newCustomerHeight = std::max(px(48), 48);
+    const int headline = newCustomerHeight + px(2);
     Frame1[Index]->setHeadline(headline);
-    YeniCmd[Index]->setGeometry(frameLeft + pad, top + px(8), px(190), headline - px(2));
+    YeniCmd[Index]->setGeometry(frameLeft + pad, top + px(8), px(190), newCustomerHeight);
     setText(YeniCmd[Index], px(19));
 
     // Rows in parts of what is left below the headline: name, weights, fee and container, entitlement, printing.
@@ -200,6 +201,7 @@ void Form1::arrangeStation(int Index)
     const int cross = std::max(rowHeight[4] - px(8), 44);
     KapCmd[Index]->setGeometry(half - cross - px(4), (rowHeight[4] - cross) / 2, cross, cross);
     setText(Label4[Index], px(28));
+    Label4[Index]->setAutoSize(true, half - 2 * (cross + px(8)));
     Label4[Index]->resize(Label4[Index]->width(), rowHeight[4] - px(6));
     Label4[Index]->move(Label4[Index]->x(), px(3));
     Label4[Index]->setLeft((KapFrm[0]->Width() - Label4[Index]->Width()) / 2.0);

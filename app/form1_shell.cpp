@@ -6,7 +6,6 @@
 #include "pressing/keypad.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDate>
 #include <QDir>
 #include <QMouseEvent>
 #include <QScreen>
@@ -46,9 +45,9 @@ void Form1::showFacts()
 {
     status->setPrinter(surroundings_.printer.stateText());
     if (DataHar.hasRecordSet())
-        status->setDataFile(QStringLiteral("Yag.mdb: %1 kayıt")
-                                .arg(base::formatNumber(double(DataHar.recordSet().size()), u"#,##0",
-                                                        surroundings_.regional)));
+        status->setDataFile(
+            QStringLiteral("Yag.mdb: %1 kayıt")
+                .arg(base::formatNumber(double(DataHar.recordSet().size()), u"#,##0", surroundings_.regional)));
 }
 
 void Form1::activated()
@@ -75,7 +74,7 @@ void Form1::Form_Activate()
 {
     ActiveResize1.restore(layoutName, true, *this);
     for (DropDownList* list : Combo1) list->setListIndex(0);
-    const QDate today = QDate::currentDate();
+    const QDate today = surroundings_.now().date();
     DTPickerBas->setValue(today);
     DTPickerSon->setValue(today);
     const SettingsStore& settings = surroundings_.settings;

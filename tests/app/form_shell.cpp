@@ -1,0 +1,386 @@
+#include "app/setting_names.h"
+#include "screen_fixture.h"
+#include <QtTest>
+
+using namespace app;
+
+class FormShell : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { applyTheme(*qApp); }
+
+    void loadBindsAllSourcesAndNoStation();
+    void missingDatabaseIsReportedAndTheScreenStays();
+    void controlsCarryTheirNames();
+    void activationPutsEverythingToItsStart();
+    void activationTakesTheKeypadCaseFromTheSettings_data();
+    void activationTakesTheKeypadCaseFromTheSettings();
+    void activationLeavesExactlyOneCyanLabel();
+    void freshInstallationOpensNoPort();
+    void damagedSettingStopsTheActivationThere_data();
+    void damagedSettingStopsTheActivationThere();
+    void menuMarksComeFromTheSettings();
+    void otherWindowsDoNotActivate();
+
+    void connectItemIsKeptAtOnce();
+    void bareFormEndsTheHighlight();
+    void controlsDoNotActAsTheBareForm();
+    void closeButtonDropsTheContainers_data();
+    void closeButtonDropsTheContainers();
+    void otherContainerIndexIsOutOfBounds();
+    void containerPanelAnswersOnAnIdleStation();
+
+    void everyWayOutSavesTheLayoutAndAsksNothing_data();
+    void everyWayOutSavesTheLayoutAndAsksNothing();
+    void leavingWritesNoSetting();
+    void windowDraggedOffComesBackAtTheNextRelease();
+
+    void errorOfAnActionIsReportedAndTheScreenGoesOn();
+    void stationWithoutControlsIsError340();
+};
+
+void FormShell::loadBindsAllSourcesAndNoStation()
+{
+    Screen screen;
+    screen.form.Form_Load();
+    for (store::DataSource* source :
+         {&screen.form.DataCari, &screen.form.DataHar, &screen.form.GünData, &screen.form.DataTmp})
+        QCOMPARE(source->databaseName(), screen.folder.filePath(QStringLiteral("Yag.mdb")));
+    QCOMPARE(screen.form.AktifKontrol, 999.0f);
+    QVERIFY(screen.form.DataCari.hasRecordSet());
+    QVERIFY(!screen.form.GünData.hasRecordSet());
+    QVERIFY(!screen.form.AktifLbl);
+}
+
+void FormShell::missingDatabaseIsReportedAndTheScreenStays()
+{
+    Screen screen;
+    screen.disk.remove(screen.folder.filePath(QStringLiteral("Yag.mdb")).toStdU16String());
+    screen.form.start();
+    QVERIFY(screen.prompt.errors.contains(3024));
+    QVERIFY(screen.form.isVisible());
+    QCOMPARE(screen.form.AktifKontrol, 0.0f);
+}
+
+void FormShell::controlsCarryTheirNames()
+{
+    Screen screen;
+    for (const char* name :
+         {"TxtLbl(0)",   "TxtLbl(1)",   "Label2(0)",   "Label3(1)", "Label4(1)",  "Haklbl(0)",   "HakTut(1)",
+          "Verilen(0)",  "NakitLbl(1)", "HakCmd(0)",   "Frame1(1)", "Frame3(0)",  "Combo1(1)",   "KapFrm(0)",
+          "KapCmd(1)",   "YazCmd(0)",   "YeniCmd(1)",  "Label1(0)", "Label1(48)", "Option1(0)",  "Option1(1)",
+          "KapatCmd(0)", "KapatCmd(1)", "Frame2",      "Command1",  "Frame4",     "DTPickerBas", "DTPickerSon",
+          "GünLbl",      "DBGrid1",     "dbListe1",    "Kaydet",    "GünlükCmd",  "Dosya",       "CariSil",
+          "HesapSil",    "Bağlantı",    "PortAyarlar", "YazFont",   "Sayac",      "PrgExit",     "TeraziComm"})
+        QVERIFY2(screen.form.findChild<QObject*>(QString::fromUtf8(name)), name);
+    QCOMPARE(Form1::controlName(screen.form.Label2[1]), QStringLiteral("Label2"));
+    QCOMPARE(Form1::controlName(screen.form.GünLbl), QStringLiteral("GünLbl"));
+
+    QCOMPARE(screen.form.Frame1[0]->caption(), QStringLiteral(" Birinci Kontrol "));
+    QCOMPARE(screen.form.Frame1[1]->caption(), QStringLiteral(" İkinci Kontrol "));
+    QCOMPARE(screen.form.Label2[0]->title(), QStringLiteral(" Sıkılacak Zeytin KG"));
+    QCOMPARE(screen.form.Label3[0]->title(), QStringLiteral(" Sıkılan Zeytin Yağı KG"));
+    QCOMPARE(screen.form.NakitLbl[0]->title(), QStringLiteral("Zeytin Sıkma TL"));
+    QCOMPARE(screen.form.Verilen[0]->title(), QStringLiteral(" Verilen Lt"));
+    QCOMPARE(screen.form.TxtLbl[1]->caption(), QStringLiteral("Müşteri Seçin"));
+    QCOMPARE(screen.form.Label4[1]->caption(), QStringLiteral("0 Kap"));
+    QCOMPARE(screen.form.HakCmd[0]->caption(), QStringLiteral("Hak Ediş Yok"));
+    QVERIFY(!screen.form.Frame3[0]->visible());
+    QVERIFY(!screen.form.KapFrm[0]->visible());
+    QVERIFY(!screen.form.YazCmd[0]->enabled());
+    QCOMPARE(screen.form.windowTitle(), QStringLiteral("Mendrik Presva"));
+}
+
+void FormShell::activationPutsEverythingToItsStart()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.Combo1[0]->setListIndex(2);
+    form.Combo1[1]->setListIndex(-1);
+    form.AktifKontrol = 1;
+    form.activate(form.TxtLbl[1]);
+    screen.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
+
+    form.activated();
+    QCOMPARE(form.Combo1[0]->listIndex(), 0);
+    QCOMPARE(form.Combo1[1]->listIndex(), 0);
+    QCOMPARE(form.DTPickerBas->value(), QDate(2025, 11, 21));
+    QCOMPARE(form.DTPickerSon->value(), QDate(2025, 11, 21));
+    QCOMPARE(form.AktifKontrol, 0.0f);
+    QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+}
+
+void FormShell::activationTakesTheKeypadCaseFromTheSettings_data()
+{
+    QTest::addColumn<bool>("capitals");
+    QTest::addColumn<QString>("caseKey");
+    QTest::addColumn<QString>("keys"); // of indexes 0, 10, 11, 27
+    QTest::newRow("capitals") << true << QStringLiteral("AB") << QStringLiteral("AIİY");
+    QTest::newRow("small") << false << QStringLiteral("ab") << QStringLiteral("aıiy");
+}
+
+void FormShell::activationTakesTheKeypadCaseFromTheSettings()
+{
+    QFETCH(bool, capitals);
+    Screen screen;
+    Form1& form = screen.form;
+    screen.settings.saveFlag(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), capitals);
+    screen.keyboard.on = !capitals;
+    form.start();
+    QCOMPARE(form.CapsDurum, capitals);
+    QTEST(form.Label1[47]->caption(), "caseKey");
+    QTEST(form.Label1[0]->caption() + form.Label1[10]->caption() + form.Label1[11]->caption() +
+              form.Label1[27]->caption(),
+          "keys");
+    QCOMPARE(screen.keyboard.on, capitals);
+    QCOMPARE(screen.keyboard.presses, 1);
+    form.activated();
+    QCOMPARE(screen.keyboard.presses, 1);
+}
+
+void FormShell::activationLeavesExactlyOneCyanLabel()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.activate(form.Haklbl[1]);
+    form.activated();
+    QStringList cyan;
+    for (const auto* field : form.findChildren<FieldLabel*>())
+        if (field->backColor() == colour::cyan) cyan << field->objectName();
+    QCOMPARE(cyan, QStringList{QStringLiteral("TxtLbl(0)")});
+}
+
+void FormShell::freshInstallationOpensNoPort()
+{
+    Screen screen;
+    screen.form.start();
+    QVERIFY(!screen.form.Bağlantı->checked());
+    QVERIFY(!screen.form.Sayac->checked());
+    QVERIFY(!screen.form.TeraziComm->portOpen());
+    QCOMPARE(screen.form.Label1[47]->caption(), QStringLiteral("ab"));
+    QVERIFY(screen.prompt.errors.isEmpty());
+    QVERIFY(screen.prompt.exclamations.isEmpty());
+}
+
+void FormShell::damagedSettingStopsTheActivationThere_data()
+{
+    QTest::addColumn<QString>("application");
+    QTest::addColumn<QString>("section");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<float>("station");
+    QTest::newRow("Caps") << QStringLiteral("presva") << keypadSection << QStringLiteral("Caps") << 999.0f;
+    QTest::newRow("Baglan") << programTitle << propertiesSection << QStringLiteral("Baglan") << 0.0f;
+    QTest::newRow("Sayac") << programTitle << propertiesSection << QStringLiteral("Sayac") << 0.0f;
+}
+
+void FormShell::damagedSettingStopsTheActivationThere()
+{
+    QFETCH(QString, application);
+    QFETCH(QString, section);
+    QFETCH(QString, key);
+    Screen screen;
+    screen.settings.save(application, section, key, QStringLiteral("1"));
+    screen.form.start();
+    QCOMPARE(screen.prompt.errors, QList<int>{13});
+    QTEST(screen.form.AktifKontrol, "station");
+}
+
+void FormShell::menuMarksComeFromTheSettings()
+{
+    Screen screen;
+    screen.form.start();
+    screen.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    QVERIFY(!screen.form.Sayac->checked());
+    screen.form.activated();
+    QVERIFY(screen.form.Sayac->checked());
+}
+
+void FormShell::otherWindowsDoNotActivate()
+{
+    Screen screen;
+    screen.form.start();
+    screen.form.Combo1[0]->setListIndex(3);
+    QEvent leave(QEvent::WindowDeactivate), back(QEvent::WindowActivate);
+    QCoreApplication::sendEvent(&screen.form, &leave);
+    QCoreApplication::sendEvent(&screen.form, &back);
+    screen.form.hide();
+    screen.form.show();
+    QCOMPARE(screen.form.Combo1[0]->listIndex(), 3);
+}
+
+void FormShell::connectItemIsKeptAtOnce()
+{
+    Screen screen;
+    screen.form.start();
+    const auto kept = [&] {
+        return screen.settings.get(programTitle, propertiesSection, QStringLiteral("Baglan"), QString());
+    };
+    QCOMPARE(kept(), QString());
+    screen.form.Bağlantı->trigger();
+    QVERIFY(screen.form.Bağlantı->checked());
+    QCOMPARE(kept(), QStringLiteral("True"));
+    screen.form.Bağlantı->trigger();
+    QVERIFY(!screen.form.Bağlantı->checked());
+    QCOMPARE(kept(), QStringLiteral("False"));
+}
+
+void FormShell::bareFormEndsTheHighlight()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    QTest::mouseMove(form.Label1[13]);
+    QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
+    QCOMPARE(form.SonTus, 13.0f);
+    QTest::mouseMove(&form, QPoint(2, form.height() / 2));
+    QCOMPARE(form.Label1[13]->backColor(), colour::cyan);
+}
+
+void FormShell::controlsDoNotActAsTheBareForm()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    QTest::mouseMove(form.Label1[13]);
+    QTest::mouseMove(form.Frame1[0], QPoint(5, form.Frame1[0]->height() - 5));
+    QTest::mouseMove(form.YazCmd[1]);
+    QTest::mouseMove(form.KapCmd[1]);
+    QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
+}
+
+void FormShell::closeButtonDropsTheContainers_data()
+{
+    QTest::addColumn<int>("station");
+    QTest::newRow("first station") << 0;
+    QTest::newRow("second station") << 1;
+}
+
+void FormShell::closeButtonDropsTheContainers()
+{
+    QFETCH(int, station);
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.KapSayisi = {5, 7};
+    for (ControlFrame* panel : form.KapFrm) panel->setVisible(true);
+    form.Label4[station]->setCaption(QStringLiteral("?"));
+    const QString shown = form.Label4[station]->caption();
+    QTest::mouseClick(form.KapCmd[station], Qt::LeftButton);
+    QCOMPARE(form.kapSayisi(station), 0.0f);
+    QVERIFY(!form.KapFrm[station]->visible());
+    QCOMPARE(form.Label4[station]->caption(), shown);
+    QVERIFY(form.KapFrm[1 - station]->visible());
+    QVERIFY(form.kapSayisi(1 - station) > 0);
+}
+
+void FormShell::otherContainerIndexIsOutOfBounds()
+{
+    Screen screen;
+    screen.form.start();
+    screen.form.run([&] { screen.form.KapCmd_Click(2); });
+    screen.form.run([&] { screen.form.KapCmd_Click(-1); });
+    QCOMPARE(screen.prompt.errors, (QList<int>{9, 9}));
+}
+
+void FormShell::containerPanelAnswersOnAnIdleStation()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.kapSayisi(1) = 3;
+    form.Label4[1]->setCaption(QStringLiteral("?"));
+    form.KapFrm[1]->setVisible(true);
+    form.Frame1[1]->setEnabled(false);
+    QCOMPARE(form.Label4[1]->caption(), QStringLiteral("3 Kap"));
+    QTest::mouseClick(form.Label4[1], Qt::LeftButton);
+    QTest::mouseClick(form.KapFrm[1], Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+    QCOMPARE(form.Label4[1]->caption(), QStringLiteral("1 Kap"));
+}
+
+void FormShell::everyWayOutSavesTheLayoutAndAsksNothing_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::newRow("menu item") << QStringLiteral("PrgExit");
+    QTest::newRow("picture button") << QStringLiteral("Command1");
+    QTest::newRow("close box") << QStringLiteral("close");
+}
+
+void FormShell::everyWayOutSavesTheLayoutAndAsksNothing()
+{
+    QFETCH(QString, way);
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.setWindowState(Qt::WindowNoState);
+    form.setGeometry(12, 34, 1000, 700);
+    if (way == u"PrgExit")
+        form.PrgExit->trigger();
+    else if (way == u"Command1")
+        QTest::mouseClick(form.Command1, Qt::LeftButton);
+    else
+        form.close();
+    QVERIFY(!form.isVisible());
+    QCOMPARE(screen.settings.get(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QStringLiteral("Left"), {}),
+             QString::number(form.geometry().x()));
+    QCOMPARE(
+        screen.settings.get(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QStringLiteral("Width"), {}),
+        QString::number(form.width()));
+    QVERIFY(screen.prompt.questions.isEmpty());
+}
+
+void FormShell::leavingWritesNoSetting()
+{
+    Screen screen;
+    screen.form.start();
+    screen.form.close();
+    for (const char* key : {"Baglan", "Sayac", "Settings", "Font"})
+        QCOMPARE(screen.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-")),
+                 QStringLiteral("-"));
+    QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), QStringLiteral("-")),
+             QStringLiteral("-"));
+}
+
+void FormShell::windowDraggedOffComesBackAtTheNextRelease()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.setWindowState(Qt::WindowNoState);
+    form.setMinimumSize(0, 0);
+    form.resize(500, 300);
+    form.move(-40, 100);
+    QTRY_COMPARE(form.frameGeometry().x(), -40);
+    QTest::mouseClick(&form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form.height() / 2));
+    QTRY_COMPARE(form.frameGeometry().topLeft(), QPoint(0, 100));
+    form.move(20, form.screen()->geometry().height() - 310);
+    QTest::mouseClick(form.Frame1[0], Qt::LeftButton); // a control is not the bare form
+    QCOMPARE(form.frameGeometry().y(), form.screen()->geometry().height() - 310);
+    QTest::mouseClick(&form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form.height() / 2));
+    QTRY_COMPARE(form.frameGeometry().topLeft(), QPoint(20, 0));
+}
+
+void FormShell::errorOfAnActionIsReportedAndTheScreenGoesOn()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.Label2[0]->onClick([] { throw base::runtimeError(base::errors::noCurrentRecord); });
+    QTest::mouseClick(form.Label2[0], Qt::LeftButton);
+    QCOMPARE(screen.prompt.errors, QList<int>{3021});
+    QTest::mouseClick(form.TxtLbl[0], Qt::LeftButton);
+    QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+}
+
+void FormShell::stationWithoutControlsIsError340()
+{
+    Screen screen;
+    screen.form.Form_Load();
+    screen.form.run([&] { screen.form.TxtLbl[screen.form.station()]->setCaption(QString()); });
+    QCOMPARE(screen.prompt.errors, QList<int>{340});
+}
+
+QTEST_MAIN(FormShell)
+#include "form_shell.moc"

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "app/form1.h"
+#include "app/theme.h"
+#include "base/error.h"
+#include "platform/caps_lock.h"
+#include "print/folder_target.h"
+#include "store/jet/database.h"
+#include "store/jet/memory_disk.h"
+#include "store/jet_engine.h"
+#include "store/mill_tables.h"
+#include <QTemporaryDir>
+
+/// Answers the screen's message boxes without showing them, and remembers what was asked.
+class RecordingPrompt : public app::Prompt {
+public:
+    void exclamation(const QString& text) override { exclamations << text; }
+    void errorReport(const base::RuntimeError& error) override { errors << error.number(); }
+    bool yesNo(const QString& text, const QString& title) override
+    {
+        questions << title + u'|' + text;
+        return answer;
+    }
+    std::optional<app::FontChoice> chooseFont(const app::FontChoice&) override { return std::nullopt; }
+
+    QStringList exclamations;
+    QList<int> errors;
+    QStringList questions;
+    bool answer = false;
+};
+
+/// A keyboard with nothing but a Caps Lock key, which counts its presses.
+class PlainKeyboard : public platform::Keyboard {
+public:
+    std::optional<bool> toggled(std::uint32_t) override { return on; }
+    void send(std::uint32_t, std::uint32_t flags) override
+    {
+        if (flags & platform::keyUp) return;
+        on = !on;
+        ++presses;
+    }
+
+    bool on = false;
+    int presses = 0;
+};
+
+/// Whatever stands around a screen in a test: an empty database in memory, settings and printouts in a folder.
+struct World {
+    World()
+    {
+        const std::filesystem::path file = folder.filePath(QStringLiteral("Yag.mdb")).toStdU16String();
+        jet::Database::create(disk, file, jet::turkish, {});
+        store::createMillTables(*jet::Database::open(disk, file), {});
+    }
+
+    QTemporaryDir folder;
+    RecordingPrompt prompt;
+    app::SettingsStore settings{folder.path()};
+    jet::MemoryDisk disk;
+    store::JetDatabases databases{disk};
+    print::FolderTarget printer{folder.path()};
+    PlainKeyboard keyboard;
+    QDateTime now{QDate(2025, 11, 20), QTime(14, 5)};
+
+    app::Surroundings surroundings()
+    {
+        return {.prompt = prompt,
+                .settings = settings,
+                .regional = base::Regional::turkish(),
+                .directory = folder.path(),
+                .executable = QStringLiteral("presva"),
+                .databases = databases,
+                .printer = printer,
+                .keyboard = keyboard,
+                .now = [this] { return now; }};
+    }
+};
+
+/// The screen in its world, loaded, shown and activated by start().
+struct Screen : World {
+    app::Form1 form{surroundings()};
+};
