@@ -114,6 +114,9 @@ QueueCondition conditionOf(ipp_t* answer)
     return QueueCondition::ready;
 }
 
+/// Half a millimetre: the same width comes back rounded to points from one place and to inches from another.
+constexpr int sizeSlack = 50;
+
 struct Range {
     int low = 0;
     int high = 0;
@@ -139,14 +142,26 @@ void findLengths(ipp_t* answer, QueuePaper& paper)
         ipp_t* size = ippGetCollection(sizes, i);
         const Range widths = rangeOf(size, "x-dimension");
         const Range lengths = rangeOf(size, "y-dimension");
-        // Half a millimetre: the same width comes back rounded to points from one place and to inches from another.
-        constexpr int slack = 50;
-        const bool fits = Range{widths.low - slack, widths.high + slack}.contains(paper.width);
+        const bool fits = Range{widths.low - sizeSlack, widths.high + sizeSlack}.contains(paper.width);
         if (!fits || lengths.low >= lengths.high || lengths.high <= paper.maxLength) continue;
         paper.minLength = lengths.low;
         paper.maxLength = lengths.high;
         paper.maxWidth = std::max(widths.high, paper.width);
     }
+}
+
+/// The named sheets of the same width.
+void findSheets(ipp_t* answer, QueuePaper& paper)
+{
+    ipp_attribute_t* names = ippFindAttribute(answer, "media-supported", IPP_TAG_ZERO);
+    for (int i = 0; names && i < ippGetCount(names); ++i) {
+        const char* name = ippGetString(names, i, nullptr);
+        const bool limit = name && (std::string_view(name).starts_with("custom_min_") ||
+                                    std::string_view(name).starts_with("custom_max_"));
+        const pwg_media_t* size = name && !limit ? pwgMediaForPWG(name) : nullptr;
+        if (size && std::abs(size->width - paper.width) <= sizeSlack) paper.sheets.push_back({name, size->length});
+    }
+    std::ranges::sort(paper.sheets, {}, &QueuePaper::Sheet::length);
 }
 
 void readMargins(ipp_t* media, QueuePaper& paper)
@@ -159,9 +174,8 @@ void readMargins(ipp_t* media, QueuePaper& paper)
 
 bool sameSize(ipp_t* size, const QueuePaper& paper)
 {
-    constexpr int slack = 50;
-    return std::abs(numberOf(size, "x-dimension") - paper.width) <= slack &&
-           std::abs(numberOf(size, "y-dimension") - paper.length) <= slack;
+    return std::abs(numberOf(size, "x-dimension") - paper.width) <= sizeSlack &&
+           std::abs(numberOf(size, "y-dimension") - paper.length) <= sizeSlack;
 }
 
 /// The size that a word means: a registered name, the driver's own, or a custom one.
@@ -205,6 +219,7 @@ QueuePaper paperOf(ipp_t* answer, const char* usersMedia)
         break;
     }
     findLengths(answer, paper);
+    findSheets(answer, paper);
     return paper;
 }
 

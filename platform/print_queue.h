@@ -5,6 +5,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace platform {
 
@@ -36,9 +37,15 @@ struct QueuePaper {
     int top = 0;
     int right = 0;
     int bottom = 0;
-    int minLength = 0; ///< of sheets of this width that the queue accepts
-    int maxLength = 0; ///< 0: no other length than this one
+    int minLength = 0; ///< of sheets of this width whose length may be chosen freely
+    int maxLength = 0; ///< 0: no length may be chosen freely
     int maxWidth = 0;  ///< of the sheets whose length may be chosen
+
+    struct Sheet {
+        std::string media;
+        int length = 0;
+    };
+    std::vector<Sheet> sheets; ///< the sheets of this width that the queue has words for, shortest first
 };
 
 struct QueueState {

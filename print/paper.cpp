@@ -16,6 +16,8 @@ PageSize Paper::pageFor(double contentHeight) const
 {
     if (!roll) return {width, height};
     const double needed = std::ceil((topMargin + contentHeight + lineLead + bottomMargin) / twipsPerPoint);
+    for (const Cut& cut : cuts)
+        if (cut.height >= needed) return {width, cut.height};
     // Compared before the conversion: a current point far outside the page is allowed, and its number may fit no int.
     return {width, static_cast<int>(std::clamp(needed, double(minHeight), double(maxHeight)))};
 }
@@ -32,7 +34,8 @@ Paper Paper::slipRoll80()
             .topMargin = fourMillimetres,
             .rightMargin = fourMillimetres,
             .bottomMargin = fourMillimetres,
-            .media = {}};
+            .media = {},
+            .cuts = {}};
 }
 
 Paper Paper::a4()
@@ -47,7 +50,8 @@ Paper Paper::a4()
             .topMargin = quarterInch,
             .rightMargin = quarterInch,
             .bottomMargin = quarterInch,
-            .media = QStringLiteral("iso_a4_210x297mm")};
+            .media = QStringLiteral("iso_a4_210x297mm"),
+            .cuts = {}};
 }
 
 } // namespace print

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <vector>
 
 namespace print {
 
@@ -35,6 +36,12 @@ struct Paper {
     int rightMargin = 0;
     int bottomMargin = 0;
     QString media; ///< the queue's own word for this sheet; empty where a size says it all
+
+    struct Cut {
+        int height = 0;
+        QString media;
+    };
+    std::vector<Cut> cuts; ///< roll only: its only lengths, shortest first; empty where any length will do
 
     /// In twips. The origin of everything printed is the top left of the printable area.
     int printableWidth() const;

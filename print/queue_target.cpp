@@ -13,7 +13,9 @@ namespace print {
 
 namespace {
 
-constexpr int widestRoll = 11200; // hundredths of a millimetre
+// Hundredths of a millimetre.
+constexpr int widestRoll = 11200;
+constexpr int longestSheet = 100000; ///< no label and no sheet is as long: a metre of paper comes from a roll
 
 /// The print system turns a size into hundredths of a millimetre and back and cuts both times: 227 points would come
 /// out as 226, and the page with its edges cut off. With this much more, the same whole points come back.
@@ -57,6 +59,8 @@ QString describe(QueueCondition condition, const QString& queue)
 std::string mediaOf(const Document& document)
 {
     if (!document.paper.roll && !document.paper.media.isEmpty()) return document.paper.media.toStdString();
+    for (const Paper::Cut& cut : document.paper.cuts)
+        if (cut.height == document.page.height) return cut.media.toStdString();
     // Never by a locale: the decimal mark is part of the queue's language.
     return QStringLiteral("Custom.%1x%2")
         .arg(document.page.width + pointSlack, 0, 'f', 2)
@@ -70,21 +74,30 @@ Paper paperOf(const platform::QueuePaper& paper)
 {
     if (paper.width <= 0 || paper.length <= 0) return Paper::a4();
     Paper result;
-    result.roll = paper.width <= widestRoll && paper.maxLength > 0;
     result.width = static_cast<int>(std::lround(points(paper.width)));
     result.height = static_cast<int>(std::lround(points(paper.length)));
-    if (result.roll) {
-        // Rounded up, a page would be a hair wider than the widest sheet, and be refused or scaled.
-        if (paper.maxWidth > 0)
-            result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth) - pointSlack));
-        result.minHeight = static_cast<int>(std::ceil(points(paper.minLength)));
-        result.maxHeight = static_cast<int>(points(paper.maxLength) - pointSlack);
-    }
     result.leftMargin = twipsOfMargin(paper.left);
     result.topMargin = twipsOfMargin(paper.top);
     result.rightMargin = twipsOfMargin(paper.right);
     result.bottomMargin = twipsOfMargin(paper.bottom);
     result.media = QString::fromStdString(paper.media);
+    if (paper.width > widestRoll) return result;
+
+    if (paper.maxLength > 0) {
+        result.roll = true;
+        // Rounded up, a page would be a hair wider than the widest sheet, and be refused or scaled.
+        if (paper.maxWidth > 0)
+            result.width = std::min(result.width, static_cast<int>(points(paper.maxWidth) - pointSlack));
+        result.minHeight = static_cast<int>(std::ceil(points(paper.minLength)));
+        result.maxHeight = static_cast<int>(points(paper.maxLength) - pointSlack);
+    } else if (!paper.sheets.empty() && paper.sheets.back().length >= longestSheet) {
+        result.roll = true;
+        for (const auto& sheet : paper.sheets)
+            result.cuts.push_back(
+                {static_cast<int>(std::lround(points(sheet.length))), QString::fromStdString(sheet.media)});
+        result.minHeight = result.cuts.front().height;
+        result.maxHeight = result.cuts.back().height;
+    }
     return result;
 }
 

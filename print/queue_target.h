@@ -11,8 +11,9 @@ namespace print {
 /// that it has no paper, an open cover or is offline is error 482 before anything is composed.
 ///
 /// The page is the queue's own paper. A queue has a roll when its paper is at most 112 mm wide (the widest common slip
-/// and label rolls) and it accepts that width in other lengths; everything else is sheets. A queue that says nothing of
-/// its paper is taken to have A4.
+/// and label rolls) and it accepts that width in any length, or has lengths of a metre and more for it; everything else
+/// is sheets. Which paper lies ready is not asked: queues answer that with a guess. A queue that says nothing of its
+/// paper is taken to have A4.
 class QueueTarget : public PrintTarget {
 public:
     explicit QueueTarget(std::unique_ptr<platform::PrintQueue> queue = platform::systemPrintQueue());

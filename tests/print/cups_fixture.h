@@ -115,6 +115,7 @@ public:
         roll80,   ///< 80 x 200 mm, any length up to 2 m
         roll58,   ///< 58 x 100 mm, any length up to 2 m
         narrow80, ///< 80 x 297 mm, no other length
+        lengths,  ///< 72 x 210 mm or 72 x 3276 mm, the longer one by default, no other length
         a4,       ///< A4, any other size
         raw,      ///< no driver: the queue says nothing of its paper
         filtered, ///< as roll80, through the print system's own page filter
@@ -301,6 +302,7 @@ private:
         const bool roll80 = paper == Paper::roll80 || paper == Paper::filtered;
         const Sheet sheet = roll80                     ? Sheet{"X80MMY200MM", 227, 567, 11, 5670}
                             : paper == Paper::roll58   ? Sheet{"X58MMY100MM", 164, 283, 14, 5670}
+                            : paper == Paper::lengths  ? Sheet{"X72MMY3276MM", 204, 9286, 4, 0}
                             : paper == Paper::narrow80 ? Sheet{"X80MMY297MM", 227, 842, 11, 0}
                                                        : Sheet{"A4", 595, 842, 12, 1000};
         const QByteArray width = QByteArray::number(sheet.width);
@@ -322,12 +324,15 @@ private:
             text += "*OpenUI *" + option + ": PickOne\n*OrderDependency: 10 AnySetup *" + option + "\n*Default" +
                     option + ": " + sheet.name + "\n*" + option + " " + sheet.name + ": \"\"\n";
             if (sheet.name != "A4") text += "*" + option + " A4: \"\"\n";
+            if (paper == Paper::lengths) text += "*" + option + " X72MMY210MM: \"\"\n";
             text += "*CloseUI: *" + option + "\n";
         }
         text += "*DefaultImageableArea: " + sheet.name + "\n*ImageableArea " + sheet.name + ": \"" + margin + " " +
                 topBottom + " " + right + " " + top + "\"\n*DefaultPaperDimension: " + sheet.name +
                 "\n*PaperDimension " + sheet.name + ": \"" + width + " " + height + "\"\n";
         if (sheet.name != "A4") text += "*ImageableArea A4: \"11 0 584 842\"\n*PaperDimension A4: \"595 842\"\n";
+        if (paper == Paper::lengths)
+            text += "*ImageableArea X72MMY210MM: \"4 0 200 595\"\n*PaperDimension X72MMY210MM: \"204 595\"\n";
         if (sheet.maxHeight > 0) {
             const QByteArray longest = QByteArray::number(sheet.maxHeight);
             text +=

@@ -154,6 +154,29 @@ private slots:
         QVERIFY(cups->removeQueue("measured"));
     }
 
+    void aRollWithoutFreeLengthsGetsTheShortestThatIsEnough_data()
+    {
+        QTest::addColumn<int>("lines");
+        QTest::addColumn<int>("height");
+        QTest::newRow("a slip") << 30 << 595;
+        QTest::newRow("a long listing") << 200 << 9286;
+    }
+    void aRollWithoutFreeLengthsGetsTheShortestThatIsEnough()
+    {
+        QFETCH(int, lines);
+        QVERIFY2(cups->addQueue("lengths", CupsFixture::Paper::lengths), qPrintable(cups->whyNot()));
+        QueueTarget queue = target("lengths");
+        Printer printer(queue);
+        for (int i = 0; i < lines; ++i) printer.print(QString("line %1").arg(i));
+        QCOMPARE(printer.layout().pages.size(), std::size_t(1));
+        const auto document = printer.takeDoc();
+        QVERIFY(document->paper.roll);
+        QTEST(document->page.height, "height");
+        queue.submit(*document);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+        QVERIFY(cups->removeQueue("lengths"));
+    }
+
     void theUsersOwnPaperComesBeforeTheQueues()
     {
         QVERIFY(cups->setUserOption("slip", "media=A4"));
@@ -305,7 +328,7 @@ private slots:
         timer.start();
         QCOMPARE(printOn(), base::errors::printer);
         QCOMPARE(condition(), QueueCondition::noScheduler);
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY2(cups->startAgain(), qPrintable(cups->whyNot()));
         nothingArrives();
         QCOMPARE(printOn(), 0);
@@ -335,7 +358,7 @@ private slots:
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(printOn(queue), base::errors::printer);
-        QVERIFY2(timer.elapsed() < 8000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < 15000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void theStatusLineSaysWhatIsWrong()

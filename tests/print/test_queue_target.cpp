@@ -202,6 +202,12 @@ private slots:
         QueuePaper fixed = roll80();
         fixed.maxLength = fixed.minLength = 0;
         QTest::newRow("narrow, one length only") << fixed << false << 227 << 0;
+        QueuePaper lengths = fixed;
+        lengths.sheets = {{"short", 21000}, {"long", 327600}};
+        QTest::newRow("narrow, with a length of metres") << lengths << true << 227 << 9286;
+        QueuePaper sheetLabels = fixed;
+        sheetLabels.sheets = {{"label 2", 5080}, {"label 6", 15240}};
+        QTest::newRow("labels of several lengths") << sheetLabels << false << 227 << 0;
         QTest::newRow("A4") << a4() << false << 595 << 0;
         QueuePaper custom = a4();
         custom.minLength = 2540;
@@ -217,6 +223,14 @@ private slots:
         QTEST(paper.width, "width");
         QTEST(paper.maxHeight, "longest");
         QVERIFY(paper.printableWidth() > 0 && paper.printableHeight() > 0);
+    }
+
+    void aRollOfFixedLengthsIsAskedForByTheirNames()
+    {
+        log.state.paper.minLength = log.state.paper.maxLength = 0;
+        log.state.paper.sheets = {{"short", 21000}, {"long", 327600}};
+        QCOMPARE(printLine(), 0);
+        QCOMPARE(log.ticket.media, std::string("short"));
     }
 
     void marginsAreNeverSmallerThanTheDevicesOwn()
