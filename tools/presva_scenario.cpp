@@ -26,11 +26,13 @@ int main(int argc, char** argv)
                                    QStringLiteral("DIR"));
     const QCommandLineOption now(QStringLiteral("now"), QStringLiteral("saatin başlangıcı"),
                                  QStringLiteral("\"yyyy-MM-dd HH:mm:ss\""));
-    parser.addOptions({dir, printTo, shots, now});
+    const QCommandLineOption echo(QStringLiteral("echo"), QStringLiteral("yapılan her komut yazılır"));
+    parser.addOptions({dir, printTo, shots, now, echo});
     parser.process(application);
 
     if (parser.positionalArguments().isEmpty() || !parser.isSet(dir)) {
-        std::fprintf(stderr, "presva-scenario FILE... --dir DIR [--print-to DIR] [--shots DIR] [--now \"...\"]\n");
+        std::fprintf(stderr,
+                     "presva-scenario FILE... --dir DIR [--print-to DIR] [--shots DIR] [--now \"...\"] [--echo]\n");
         return 1;
     }
 
@@ -38,6 +40,7 @@ int main(int argc, char** argv)
     options.directory = QDir(parser.value(dir)).absolutePath();
     options.printTo = parser.value(printTo);
     options.shots = parser.value(shots);
+    options.echo = parser.isSet(echo);
     if (parser.isSet(now)) {
         options.now = QDateTime::fromString(parser.value(now), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
         if (!options.now.isValid()) {

@@ -34,6 +34,13 @@ void letTimePass(int milliseconds)
     } while (clock.elapsed() < milliseconds);
 }
 
+/// At once: whoever reads this may be waiting for just this line.
+void echo(const Command& command)
+{
+    std::printf("%d: %s\n", command.line, qUtf8Printable((QStringList(command.word) + command.arguments).join(u' ')));
+    std::fflush(stdout);
+}
+
 } // namespace
 
 Player::Player(const PlayerOptions& options) : options_(options), databases_(platform::systemDisk())
@@ -80,6 +87,7 @@ void Player::step()
             perform(command);
             letTimePass(0);
             fault = prompt_.fault();
+            if (options_.echo && fault.isEmpty()) echo(command);
         } catch (const Failure& failure) {
             fault = failure.sentence;
         } catch (const ScriptError& error) {
@@ -145,6 +153,8 @@ void Player::perform(const Command& command)
         shot(a[0]);
     else if (word == "wait")
         letTimePass(a[0].toInt());
+    else if (word == "await")
+        await(a[0]);
     // A question without an answer must not stay open: it was answered with "no" and is a fault.
 }
 
@@ -372,6 +382,12 @@ void Player::setting(const QString& section, const QString& key, const QString& 
         section == QLatin1String("SizeKlv") ? QStringLiteral("presva") : QStringLiteral("Mendrik Presva");
     const QString found = settings_->get(application, section, key, QStringLiteral("(none)"));
     if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+}
+
+void Player::await(const QString& file)
+{
+    if (!QTest::qWaitFor([&] { return QFile::exists(QDir(options_.directory).filePath(file)); }, 60000))
+        throw Failure{QStringLiteral("the file does not come")};
 }
 
 void Player::shot(const QString& name)

@@ -21,6 +21,7 @@ struct PlayerOptions {
     QString printTo;   ///< folder for slips; empty: the system's default queue
     QString shots;     ///< folder for pictures; empty: pictures are not saved
     QDateTime now;     ///< where the clock starts; invalid: the real one
+    bool echo = false; ///< every command that is done goes to standard output, with its line number
 };
 
 /// Plays commands on the real screen, one after the other. While a dialog of the program is open, the commands that
@@ -55,6 +56,7 @@ private:
     void table(const QString& name, int count);
     void printHas(const QString& text);
     void setting(const QString& section, const QString& key, const QString& value);
+    void await(const QString& file);
     void shot(const QString& name);
 
     QWidget* window() const; ///< the dialog in front, or the screen
