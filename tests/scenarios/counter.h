@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <optional>
+
+/// A mill's counter as a process of its own: presva-scenario on one database in a temporary folder, under Turkish
+/// settings. Build paths come from the build system (PRESVA_SCENARIO, PRESVA_MDB).
+class Counter {
+public:
+    /// On a fresh database, or on a copy of one.
+    explicit Counter(const QString& database = {})
+    {
+        if (database.isEmpty())
+            ready_ = runTool({"create", databasePath()});
+        else
+            ready_ = QFile::copy(database, databasePath()) &&
+                     QFile::setPermissions(databasePath(), QFile::ReadOwner | QFile::WriteOwner);
+    }
+
+    bool ready() const { return ready_ && folder_.isValid(); }
+    QString path(const QString& name) const { return folder_.filePath(name); }
+    QString databasePath() const { return path("Yag.mdb"); }
+
+    /// Starts the process; `scenario` is the text of a scenario.
+    std::unique_ptr<QProcess> start(const QString& scenario, const QStringList& options = {}) const
+    {
+        QFile file(path("scenario.txt"));
+        if (!file.open(QIODevice::WriteOnly) || file.write(scenario.toUtf8()) < 0) return nullptr;
+        file.close();
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LANG", "tr_TR.UTF-8");
+        for (const char* other : {"LC_ALL", "LC_NUMERIC", "LC_TIME"}) environment.remove(other);
+        process->setProcessEnvironment(environment);
+        process->start(PRESVA_SCENARIO, QStringList{file.fileName(), "--dir", folder_.path()} + options);
+        return process->waitForStarted() ? std::move(process) : nullptr;
+    }
+
+    /// Plays it to its end; what went wrong, empty when nothing did.
+    QString play(const QString& scenario, const QStringList& options = {}) const
+    {
+        const std::unique_ptr<QProcess> process = start(scenario, options);
+        return process ? outcome(*process) : QStringLiteral("presva-scenario does not start");
+    }
+    static QString outcome(QProcess& process)
+    {
+        if (process.state() != QProcess::NotRunning && !process.waitForFinished(300000))
+            return QStringLiteral("presva-scenario does not end");
+        const QString said = QString::fromUtf8(process.readAllStandardError());
+        if (process.exitStatus() != QProcess::NormalExit) return "presva-scenario crashed: " + said;
+        return process.exitCode() == 0 ? QString() : "presva-scenario: " + said;
+    }
+
+    /// The database holds together.
+    bool sound() const { return runTool({"check", databasePath()}); }
+
+private:
+    static bool runTool(const QStringList& arguments)
+    {
+        QProcess tool;
+        tool.start(PRESVA_MDB, arguments);
+        return tool.waitForFinished(60000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+    }
+
+    QTemporaryDir folder_;
+    bool ready_ = false;
+};
+
+/// A table as another program reads it: one list of fields for each row, addressed by column name.
+class ExportedTable {
+public:
+    explicit ExportedTable(QList<QStringList> rows) : rows_(std::move(rows))
+    {
+        if (!rows_.isEmpty()) names_ = rows_.takeFirst();
+    }
+    qsizetype size() const { return rows_.size(); }
+    QString text(qsizetype row, const QString& column) const { return rows_[row].value(names_.indexOf(column)); }
+    double number(qsizetype row, const QString& column) const { return text(row, column).toDouble(); }
+
+private:
+    QStringList names_;
+    QList<QStringList> rows_;
+};

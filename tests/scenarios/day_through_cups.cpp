@@ -1,0 +1,297 @@
+#include "counter.h"
+
+#include "tests/jet/mdbtools.h"
+#include "tests/jet/samples.h"
+#include "tests/print/cups_fixture.h"
+
+#include <QRegularExpression>
+#include <QSet>
+#include <QtTest>
+
+namespace {
+
+const QString today = QStringLiteral("2031-11-20"); // after every pressing that a database may hold already
+const QStringList atNoon = {"--now", today + " 12:00:00"};
+
+QString contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+ExportedTable exported(const Counter& counter, const QString& table)
+{
+    return ExportedTable(mdbtools::table(counter.databasePath(), table));
+}
+
+/// What the day must leave in the journal: column names first, "*" where any figure will do.
+QList<QStringList> expectedPressings()
+{
+    QList<QStringList> rows;
+    for (const QString& line : contentOf(SCENARIOS "/a-day-at-the-mill.expected.tsv").split('\n', Qt::SkipEmptyParts))
+        rows << line.split('\t');
+    return rows;
+}
+
+/// The scenario of the day as it goes on a database that holds customers and pressings already: row counts move on, and
+/// a customer who has been here before is not saved again but picked from the list, which lies over the figures until
+/// then.
+QString dayAfter(const QSet<QString>& known, qsizetype customers, qsizetype pressings)
+{
+    static const QRegularExpression count("^table (Cari|Hareket) ([0-9]+)$");
+    static const QRegularExpression name("^expect TxtLbl\\([01]\\) caption \"(.*)\"$");
+    QStringList lines;
+    bool been = false;
+    for (const QString& line : contentOf(SCENARIOS "/a-day-at-the-mill.txt").split('\n')) {
+        if (const auto match = count.match(line); match.hasMatch()) {
+            const qsizetype before = match.captured(1) == "Cari" ? customers : pressings;
+            lines << QString("table %1 %2").arg(match.captured(1)).arg(match.captured(2).toLongLong() + before);
+            continue;
+        }
+        if (been && line == "click Kaydet") continue;
+        lines << line;
+        if (const auto match = name.match(line); match.hasMatch()) {
+            been = known.contains(match.captured(1));
+            if (been) lines << "pick " + match.captured(1);
+        }
+    }
+    return lines.join('\n');
+}
+
+/// A customer with a tonne of olives, up to the press on "Fiş Yaz".
+const QString pressing = QStringLiteral("click YeniCmd(0)\n"
+                                        "key Sil\n"
+                                        "keys ali\n"
+                                        "click Label2(0)\n"
+                                        "keys 1000\n"
+                                        "click YazCmd(0)\n");
+
+QString printedAndStored(int count)
+{
+    return QString("printed %1\nexpect YazCmd(0) enabled true\ntable Hareket %1\n").arg(count);
+}
+
+} // namespace
+
+/// The counter on a real print scheduler, whose printer is a socket of this test.
+class DayThroughCups : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<CupsFixture> cups;
+
+private slots:
+    void initTestCase()
+    {
+        cups = std::make_unique<CupsFixture>();
+        if (!cups->start()) QSKIP(qPrintable("no print scheduler to test with: " + cups->whyNot()));
+    }
+    void cleanupTestCase() { cups.reset(); }
+
+    void init()
+    {
+        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        cups->printer.forget();
+    }
+
+    void everyPressingOfADayIsPrintedAndStored_data()
+    {
+        QTest::addColumn<QString>("start");
+        QTest::newRow("on a new database") << QString();
+        QTest::newRow("after two seasons") << "data/yag-a.mdb";
+    }
+    void everyPressingOfADayIsPrintedAndStored()
+    {
+        QFETCH(QString, start);
+        if (!start.isEmpty() && !samples::present()) QSKIP(samples::absent);
+        const Counter counter(start.isEmpty() ? start : samples::database(start));
+        QVERIFY(counter.ready());
+        QList<QStringList> expected = expectedPressings();
+        const QStringList columns = expected.takeFirst();
+        const qsizetype name = columns.indexOf("CariHar");
+        QVERIFY(name >= 0);
+        QCOMPARE(expected.size(), 40);
+
+        const ExportedTable customersBefore = exported(counter, "Cari");
+        const qsizetype pressingsBefore = exported(counter, "Hareket").size();
+        QSet<QString> known;
+        for (qsizetype row = 0; row < customersBefore.size(); ++row) known << customersBefore.text(row, "Unvan");
+        qsizetype knownToday = 0;
+        for (const QStringList& row : expected) knownToday += known.contains(row[name]);
+
+        const QString fault =
+            counter.play(dayAfter(known, customersBefore.size() - knownToday, pressingsBefore), atNoon);
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QVERIFY(counter.sound());
+
+        // The journal has grown by the day's pressings and by nothing else.
+        const ExportedTable journal = exported(counter, "Hareket");
+        QCOMPARE(journal.size(), pressingsBefore + expected.size());
+        QList<qsizetype> ofToday;
+        for (qsizetype row = 0; row < journal.size(); ++row)
+            if (journal.text(row, "Tarih").startsWith(today)) ofToday << row;
+        QCOMPARE(ofToday.size(), expected.size());
+        QString last;
+        for (const QStringList& pressing : expected) {
+            const auto isIt = [&](qsizetype row) {
+                for (qsizetype i = 0; i < columns.size(); ++i) {
+                    const QString found = journal.text(row, columns[i]);
+                    const bool same = i == name                            ? found == pressing[i]
+                                      : pressing[i] == QStringLiteral("*") ? true
+                                                                           : found.toDouble() == pressing[i].toDouble();
+                    if (!same) return false;
+                }
+                return true;
+            };
+            const auto row = std::find_if(ofToday.begin(), ofToday.end(), isIt);
+            QVERIFY2(row != ofToday.end(), qPrintable("no such pressing: " + pressing.join(' ')));
+            QVERIFY2(journal.text(*row, "Tarih") >= last, qPrintable(pressing[name]));
+            last = journal.text(*row, "Tarih");
+            ofToday.erase(row);
+        }
+
+        // Every customer of the day is in the register once.
+        const ExportedTable customers = exported(counter, "Cari");
+        QCOMPARE(customers.size(), customersBefore.size() + expected.size() - knownToday);
+        for (const QStringList& pressing : expected) {
+            int found = 0;
+            for (qsizetype row = 0; row < customers.size(); ++row)
+                found += customers.text(row, "Unvan") == pressing[name];
+            QVERIFY2(found == 1, qPrintable(pressing[name]));
+        }
+
+        // And every slip has come out, each one of its own customer, in the order of the day.
+        QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(expected.size()), 60000);
+        const std::vector<QByteArray> slips = cups->printer.jobs();
+        for (qsizetype i = 0; i < expected.size(); ++i) {
+            const QByteArray& slip = slips[static_cast<std::size_t>(i)];
+            QVERIFY(slip.startsWith("%PDF"));
+            const QString text = textOf(slip);
+            QVERIFY2(text.contains("Sayın; " + expected[i][name]), qPrintable(text));
+        }
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+    }
+
+    void whatCannotBePrintedIsNotStored_data()
+    {
+        QTest::addColumn<int>("mishap");
+        QTest::newRow("the queue is stopped") << int(stopped);
+        QTest::newRow("the queue takes no jobs") << int(rejecting);
+        QTest::newRow("there is no default queue") << int(missing);
+        QTest::newRow("the scheduler is dead") << int(dead);
+    }
+    void whatCannotBePrintedIsNotStored()
+    {
+        QFETCH(int, mishap);
+        const Counter counter;
+        QVERIFY(counter.ready());
+        const auto putRight = qScopeGuard([&] { undo(Mishap(mishap)); });
+        bring(Mishap(mishap));
+        QString fault = counter.play(pressing + printedAndStored(0) + "table Cari 0\n", atNoon);
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QVERIFY(counter.sound());
+
+        // Once the printer is put right, the same press prints and stores.
+        undo(Mishap(mishap));
+        fault = counter.play(pressing + printedAndStored(1) + "table Cari 1\n", atNoon);
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
+    }
+
+    void theSecondSlipIsNotStoredWhenTheQueueFailsBetweenSlips_data() { whatCannotBePrintedIsNotStored_data(); }
+    void theSecondSlipIsNotStoredWhenTheQueueFailsBetweenSlips()
+    {
+        QFETCH(int, mishap);
+        const Counter counter;
+        QVERIFY(counter.ready());
+        const auto putRight = qScopeGuard([&] { undo(Mishap(mishap)); });
+        const auto process =
+            counter.start(pressing + printedAndStored(1) + "await mishap\nclick YazCmd(0)\n" + printedAndStored(1) +
+                              "await mended\nclick YazCmd(0)\n" + printedAndStored(2) + "table Cari 1\n",
+                          atNoon + QStringList{"--echo"});
+        QVERIFY(process);
+        QVERIFY(heard(*process, "table Hareket 1", 1));
+        bring(Mishap(mishap));
+        QVERIFY(QFile(counter.path("mishap")).open(QIODevice::WriteOnly));
+        QVERIFY(heard(*process, "table Hareket 1", 2));
+        undo(Mishap(mishap));
+        QVERIFY(QFile(counter.path("mended")).open(QIODevice::WriteOnly));
+        const QString fault = Counter::outcome(*process);
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QVERIFY(counter.sound());
+        QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(2), 20000);
+    }
+
+private:
+    enum Mishap { stopped, rejecting, missing, dead };
+
+    void bring(Mishap mishap)
+    {
+        switch (mishap) {
+        case stopped:
+            QVERIFY(cups->stop("slip"));
+            break;
+        case rejecting:
+            QVERIFY(cups->reject("slip"));
+            break;
+        case missing:
+            QVERIFY(cups->removeQueue("slip"));
+            break;
+        case dead:
+            cups->kill();
+            break;
+        }
+        broken_ = true;
+    }
+    void undo(Mishap mishap)
+    {
+        if (!broken_) return;
+        broken_ = false;
+        switch (mishap) {
+        case stopped:
+            QVERIFY(cups->resume("slip"));
+            break;
+        case rejecting:
+            QVERIFY(cups->accept("slip"));
+            break;
+        case missing:
+            QVERIFY(cups->addQueue("slip", CupsFixture::Paper::roll80));
+            QVERIFY(cups->setDefault("slip"));
+            break;
+        case dead:
+            QVERIFY(cups->startAgain());
+            break;
+        }
+    }
+
+    /// Waits until the counter has said that it has done a command so many times. Reads what it has said so far; a
+    /// counter that ends without saying it is a no.
+    bool heard(QProcess& process, const QByteArray& command, int times)
+    {
+        if (times == 1) said_.clear();
+        return QTest::qWaitFor(
+                   [&] {
+                       process.waitForReadyRead(10);
+                       said_ += process.readAllStandardOutput();
+                       return said_.count(command) >= times || process.state() == QProcess::NotRunning;
+                   },
+                   60000) &&
+               said_.count(command) >= times;
+    }
+
+    static QString textOf(const QByteArray& pdf)
+    {
+        QProcess reader;
+        reader.start("pdftotext", {"-layout", "-", "-"});
+        reader.write(pdf);
+        reader.closeWriteChannel();
+        reader.waitForFinished();
+        return QString::fromUtf8(reader.readAllStandardOutput()).simplified();
+    }
+
+    bool broken_ = false;
+    QByteArray said_;
+};
+
+QTEST_GUILESS_MAIN(DayThroughCups)
+#include "day_through_cups.moc"
