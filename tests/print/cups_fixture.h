@@ -13,12 +13,14 @@
 #include <QTest>
 #include <arpa/inet.h>
 #include <atomic>
+#include <csignal>
 #include <memory>
 #include <mutex>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -158,6 +160,8 @@ public:
     bool startAgain()
     {
         QFile::remove(socketPath());
+        // A test that crashes must not leave its scheduler running.
+        scheduler_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
         scheduler_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         scheduler_.start(find("cupsd"), {"-f", "-c", path("cupsd.conf"), "-s", path("cups-files.conf")});
         QElapsedTimer timer;
