@@ -92,7 +92,7 @@ void DatePicker::paintEvent(QPaintEvent*)
     painting::box(painter, rect(), isDown() ? QColor(0xE3, 0xEA, 0xEE) : QColor(Qt::white),
                   hasFocus() ? painting::strongLine : painting::line, hasFocus() ? 2 : 1);
     const int margin = std::max(titlePixels_ * 6 / 10, 6);
-    const QRect inner = rect().adjusted(margin, margin / 2, -margin, -margin / 2);
+    const QRect inner = rect().adjusted(margin, margin / 2 + 2, -margin, -margin / 2);
     painter.setFont(painting::sized(font(), titlePixels_, false));
     painter.setPen(painting::quietInk);
     painter.drawText(inner, Qt::AlignLeft | Qt::AlignTop, title_);

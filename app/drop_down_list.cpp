@@ -95,7 +95,7 @@ void DropDownList::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painting::box(painter, rect(), Qt::white, hasFocus() ? painting::strongLine : painting::line, hasFocus() ? 2 : 1);
     const int margin = std::max(titlePixels_ * 6 / 10, 6);
-    QRect inner = rect().adjusted(margin, margin / 2, -margin, -margin / 2);
+    const QRect inner = rect().adjusted(margin, margin / 2 + 2, -margin, -margin / 2);
     if (!title_.isEmpty()) {
         painter.setFont(painting::sized(font(), titlePixels_, false));
         painter.setPen(painting::quietInk);

@@ -122,7 +122,8 @@ void Form1::createStation(int Index)
     YeniCmd[Index] = named(new CommandButton(this, QStringLiteral("Yeni Müşteri")), "YeniCmd", Index);
     KapFrm[Index] = named(new ControlFrame(this, ControlFrame::Look::panel), "KapFrm", Index);
     KapFrm[Index]->setBackColor(containerPanel);
-    KapFrm[Index]->setAccessibleName(QStringLiteral("Dolacak kaplar"));
+    KapFrm[Index]->setAccessibleName(stationCaptions[Index].trimmed() + QStringLiteral(", dolacak kaplar"));
+    YeniCmd[Index]->setSpokenName(stationCaptions[Index].trimmed());
     Label4[Index] = named(new CaptionLabel(KapFrm[Index], QStringLiteral("0 Kap")), "Label4", Index);
     Label4[Index]->setBackColor(containerPanel);
     Label4[Index]->setAutoSize(true);

@@ -1,6 +1,7 @@
 #include "app/menu_item.h"
 #include "app/control.h"
-#include <QWidget>
+#include <QMenu>
+#include <algorithm>
 
 namespace app {
 
@@ -12,7 +13,7 @@ MenuItem::MenuItem(QWidget* where, const QString& name, const QString& caption)
     connect(this, &QAction::triggered, this, [this] {
         // The platform below has flipped the mark already; only the rule may.
         if (isCheckable()) QAction::setChecked(checked_);
-        beginAction(where_, click_);
+        if (!inDisabledMenu()) beginAction(where_, click_);
     });
 }
 
@@ -33,6 +34,15 @@ void MenuItem::setHasCheckMark(bool has)
 {
     setCheckable(has);
     setChecked(checked_);
+}
+
+bool MenuItem::inDisabledMenu() const
+{
+    const auto holders = associatedObjects();
+    return std::any_of(holders.begin(), holders.end(), [](QObject* holder) {
+        const auto* menu = qobject_cast<QMenu*>(holder);
+        return menu && !menu->isEnabled();
+    });
 }
 
 void MenuItem::show()

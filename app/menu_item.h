@@ -7,7 +7,8 @@ class QWidget;
 
 namespace app {
 
-/// An entry of a menu. A check mark never changes by itself: the click rule inverts it.
+/// An entry of a menu; in a disabled menu it cannot be chosen. A check mark never changes by itself: the click rule
+/// inverts it.
 class MenuItem : public QAction {
     Q_OBJECT
 
@@ -25,6 +26,7 @@ public:
 
 private:
     void show();
+    bool inDisabledMenu() const;
 
     QWidget* where_;
     QString caption_;

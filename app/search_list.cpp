@@ -1,6 +1,7 @@
 #include "app/search_list.h"
 #include "app/colour.h"
 #include "app/painting.h"
+#include "app/search_list_access.h"
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -17,6 +18,7 @@ constexpr int dragDistance = 10; // pixels; a finger trembles less than that in 
 
 SearchList::SearchList(QWidget* parent) : Control(parent)
 {
+    describeSearchLists();
     setFocusPolicy(Qt::NoFocus);
     setFrameStyle(QFrame::Box | QFrame::Plain);
     setLineWidth(borderWidth);

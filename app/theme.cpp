@@ -5,14 +5,39 @@
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QPalette>
-#include <QStyleFactory>
+#include <QProxyStyle>
 #include <QTranslator>
 
 namespace app {
 
+namespace {
+
+/// Fusion with marks for fingers where Qt's own controls are used.
+class TouchStyle : public QProxyStyle {
+public:
+    TouchStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        switch (metric) {
+        case PM_IndicatorWidth:
+        case PM_IndicatorHeight:
+        case PM_ExclusiveIndicatorWidth:
+        case PM_ExclusiveIndicatorHeight:
+            return 26;
+        case PM_MessageBoxIconSize:
+            return 56;
+        default:
+            return QProxyStyle::pixelMetric(metric, option, widget);
+        }
+    }
+};
+
+} // namespace
+
 void applyTheme(QApplication& application)
 {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new TouchStyle);
 
     // Explicit colours: a dark desktop must not turn white fields and black captions around.
     QPalette palette(QColor(0xE4, 0xE9, 0xEC), QColor(0xEE, 0xF2, 0xF4));

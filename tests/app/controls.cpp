@@ -7,6 +7,7 @@
 #include "app/menu_item.h"
 #include "base/error.h"
 #include <QAccessible>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QtTest>
 
@@ -105,6 +106,7 @@ private slots:
     void menuMarkStaysUntilTheRuleChangesIt();
     void menuCaptionKeepsAnAmpersand();
     void disabledMenuItemDoesNotClick();
+    void itemOfADisabledMenuCannotBeChosen();
 
     void pixelsAreFifteenTwips_data();
     void pixelsAreFifteenTwips();
@@ -663,9 +665,25 @@ void Controls::disabledMenuItemDoesNotClick()
 {
     Host host;
     MenuItem item(&host, QStringLiteral("CariSil"), QStringLiteral("Carileri Sil"));
+    item.onClick([] {});
     item.setEnabled(false);
     item.trigger();
     QCOMPARE(host.actions, 0);
+}
+
+void Controls::itemOfADisabledMenuCannotBeChosen()
+{
+    Host host;
+    QMenu menu(&host);
+    MenuItem item(&host, QStringLiteral("CariSil"), QStringLiteral("Carileri Sil"));
+    menu.addAction(&item);
+    menu.setEnabled(false);
+    item.trigger();
+    QCOMPARE(host.actions, 0);
+    menu.setEnabled(true);
+    item.onClick([] {});
+    item.trigger();
+    QCOMPARE(host.actions, 1);
 }
 
 void Controls::pixelsAreFifteenTwips_data()

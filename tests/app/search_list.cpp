@@ -1,5 +1,5 @@
 #include "app/search_list.h"
-#include <QElapsedTimer>
+#include <QAccessible>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -19,6 +19,8 @@ private slots:
     void listIsNoTallerThanItsRows();
     void listEndsAboveTheLineGiven();
     void rowsAreTallEnoughForAFinger();
+    void assistiveToolsReadAndPickRows();
+    void rowOfAnEarlierFillingIsInvalid();
 };
 
 namespace {
@@ -97,8 +99,6 @@ void SearchListTest::onlyShownRowsAreAskedFor()
 {
     Filled filled(100000);
     filled.asked.clear();
-    QElapsedTimer clock;
-    clock.start();
     filled.list.refill();
     filled.list.grab();
     QVERIFY2(filled.asked.size() <= 8, qPrintable(QString::number(filled.asked.size())));
@@ -168,6 +168,39 @@ void SearchListTest::rowsAreTallEnoughForAFinger()
     for (int y = 5; y < 300; y += 10)
         QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(y));
     QCOMPARE(filled.asked.count(0), 5); // 50 pixels of them belong to the first row
+}
+
+void SearchListTest::assistiveToolsReadAndPickRows()
+{
+    Filled filled(100000);
+    QString picked;
+    filled.list.onClick([&] { picked = filled.list.text(); });
+    QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&filled.list);
+    QVERIFY(list);
+    QCOMPARE(list->role(), QAccessible::List);
+    QCOMPARE(list->childCount(), 100000);
+    QAccessibleInterface* row = list->child(3);
+    QCOMPARE(row->role(), QAccessible::ListItem);
+    QCOMPARE(row->text(QAccessible::Name), QStringLiteral("Ali 3"));
+    QCOMPARE(list->indexOfChild(row), 3);
+    QCOMPARE(row->parent(), list);
+    QVERIFY(!row->state().offscreen);
+    QVERIFY(list->child(99999)->state().offscreen);
+    const QPoint inside = row->rect().center();
+    QCOMPARE(list->childAt(inside.x(), inside.y()), row);
+    row->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QCOMPARE(picked, QStringLiteral("Ali 3"));
+}
+
+void SearchListTest::rowOfAnEarlierFillingIsInvalid()
+{
+    Filled filled(10);
+    QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&filled.list)->child(7);
+    QVERIFY(row->isValid());
+    filled.count = 3;
+    filled.list.refill();
+    QVERIFY(!row->isValid());
+    QCOMPARE(row->text(QAccessible::Name), QString());
 }
 
 QTEST_MAIN(SearchListTest)
