@@ -49,6 +49,7 @@ private slots:
     void damagedLayoutDoesNotStopThePanel();
     void headingsStandInTheMiddle();
     void layoutThatCannotBeKeptIsReported();
+    void dragScrollsTheRows_data();
     void dragScrollsTheRows();
     void closingGivesTheStationBack();
     void statementPrintsWhatTheGridShows_data();
@@ -78,12 +79,12 @@ private:
 void ReportPanel::init()
 {
     world_ = std::make_unique<PanelWorld>();
-    world_->addCustomer(u"Ayşe"_s, 8.5, u" 5 Litrelik Kap"_s, store::Money{1250'0000});
-    world_->addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, store::Money{0});
+    world_->addCustomer(u"Ayşe"_s, 8.5, u" 5 Litrelik Kap"_s, 1250.0);
+    world_->addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, 0.0);
     world_->addCustomer(u"Ali"_s);
-    world_->addPressing({u"2025-02-04T09:00:00"_s, 500.0, 100.5, 12.0, 12.0, store::Money{0}, u"Ali"_s});
-    world_->addPressing({u"2025-02-03T10:00:00"_s, 1000.0, 200.25, 0.0, 0.0, store::Money{150'0000}, u"Ayşe"_s});
-    world_->addPressing({u"2025-02-02T10:00:00"_s, 1234.5, 300.0, 8.5, 26.0, store::Money{0}, u"Ali"_s});
+    world_->addPressing({u"2025-02-04T09:00:00"_s, 500.0, 100.5, 12.0, 12.0, 0.0, u"Ali"_s});
+    world_->addPressing({u"2025-02-03T10:00:00"_s, 1000.0, 200.25, 0.0, 0.0, 150.0, u"Ayşe"_s});
+    world_->addPressing({u"2025-02-02T10:00:00"_s, 1234.5, 300.0, 8.5, 26.0, 0.0, u"Ali"_s});
 }
 
 void ReportPanel::cleanup()
@@ -582,22 +583,43 @@ void ReportPanel::layoutThatCannotBeKeptIsReported()
     QCOMPARE(edgeOf(1), edge + 30); // for as long as the listing stays
 }
 
+void ReportPanel::dragScrollsTheRows_data()
+{
+    QTest::addColumn<bool>("finger");
+    QTest::newRow("mouse") << false;
+    QTest::newRow("finger") << true;
+}
+
 void ReportPanel::dragScrollsTheRows()
 {
-    for (int i = 0; i < 60; ++i)
-        world_->addPressing({u"2025-03-01T10:00:00"_s, 1.0, 1.0, 1.0, 1.0, store::Money{0}, u"Ali"_s});
+    QFETCH(bool, finger);
+    for (int i = 0; i < 60; ++i) world_->addPressing({u"2025-03-01T10:00:00"_s, 1.0, 1.0, 1.0, 1.0, 0.0, u"Ali"_s});
     openReport();
     app::ListingGrid& grid = *form().DBGrid1;
     QWidget* area = grid.viewport();
-    QCOMPARE(grid.verticalScrollBar()->value(), 0);
-    QTest::mousePress(area, Qt::LeftButton, {}, {200, 220});
-    for (int y = 210; y >= 60; y -= 10) {
-        QTest::qWait(5);
+    QPointingDevice* screen = QTest::createTouchDevice();
+    const auto moveTo = [&](int y) {
+        if (finger) {
+            QTest::touchEvent(area, screen).move(0, QPoint(200, y));
+            return;
+        }
         QMouseEvent move(QEvent::MouseMove, QPointF(200, y), area->mapToGlobal(QPointF(200, y)), Qt::NoButton,
                          Qt::LeftButton, {});
         QApplication::sendEvent(area, &move);
+    };
+    QCOMPARE(grid.verticalScrollBar()->value(), 0);
+    if (finger)
+        QTest::touchEvent(area, screen).press(0, QPoint(200, 220));
+    else
+        QTest::mousePress(area, Qt::LeftButton, {}, {200, 220});
+    for (int y = 210; y >= 60; y -= 10) {
+        QTest::qWait(5);
+        moveTo(y);
     }
-    QTest::mouseRelease(area, Qt::LeftButton, {}, {200, 60});
+    if (finger)
+        QTest::touchEvent(area, screen).release(0, QPoint(200, 60));
+    else
+        QTest::mouseRelease(area, Qt::LeftButton, {}, {200, 60});
     QVERIFY(grid.verticalScrollBar()->value() > 60);
     const int whenLetGo = grid.verticalScrollBar()->value();
     QTRY_VERIFY(grid.verticalScrollBar()->value() > whenLetGo); // it glides on
