@@ -1,0 +1,30 @@
+# What the Debian package holds, and how it is made: cmake --build build --target package.
+include(GNUInstallDirs)
+set(CMAKE_INSTALL_PREFIX /usr)
+
+install(TARGETS presva DESTINATION lib/mendrik-presva)
+install(TARGETS presva-mdb presva-scale DESTINATION bin)
+install(PROGRAMS packaging/mendrik-presva DESTINATION bin)
+install(FILES packaging/org.mendrik.Presva.desktop DESTINATION share/applications)
+install(FILES packaging/org.mendrik.Presva.metainfo.xml DESTINATION share/metainfo)
+install(FILES packaging/org.mendrik.Presva.svg DESTINATION share/icons/hicolor/scalable/apps)
+install(FILES packaging/man/mendrik-presva.1 packaging/man/presva-mdb.1 packaging/man/presva-scale.1
+        DESTINATION share/man/man1)
+install(FILES packaging/60-mendrik-presva.rules DESTINATION lib/udev/rules.d)
+install(FILES README.md docs/kullanim.md DESTINATION share/doc/mendrik-presva)
+install(DIRECTORY docs/pictures DESTINATION share/doc/mendrik-presva)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME mendrik-presva)
+set(CPACK_PACKAGE_VENDOR Mendrik)
+set(CPACK_PACKAGE_CONTACT "Mendrik <presva@mendrik.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Counter program of an olive-oil pressing mill")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Plug-ins and texts are not libraries, so nothing adds them by itself.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-translations-l10n, fonts-liberation")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "cups, cups-client")
+include(CPack)
