@@ -18,10 +18,12 @@
 #include "base/regional.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
+#include "print/printer.h"
 #include "reports/period.h"
 #include "scale/drain_socket.h"
 #include "scale/terazi_comm.h"
 #include "store/data_source.h"
+#include "store/slip_note.h"
 #include <QDateTime>
 #include <QMenu>
 #include <QMenuBar>
@@ -42,6 +44,7 @@ struct Surroundings {
     QString executable;      ///< the program file's name as it is at run time, without extension
     store::Databases& databases;
     print::PrintTarget& printer;
+    store::SlipNotes& slips; ///< the note of a slip that is on its way
     platform::Keyboard& keyboard;   ///< whose Caps Lock follows the keypad's case
     std::function<QDateTime()> now; ///< the clock of pressings and slips
 };
@@ -229,11 +232,12 @@ private:
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;
-    /// False when the slip could not be printed; then nothing is stored.
-    bool printSlip(int current);
-    /// The customer's terms and the pressing, in one change.
-    void storePressing(int current);
-    void storeTerms(int current);
+    /// What is to be stored; nothing when the slip could not be printed.
+    std::optional<store::SlipNote> printSlip(int current);
+    void composeSlip(print::Printer& printer, int current);
+    store::SlipNote slipNote(int current);
+    /// What a stop in the middle of a slip has left behind.
+    void settleOpenSlip();
     /// A date of the panel became another one: the days in order, and the report.
     void periodChanged(reports::Picker changed);
     /// The grid marks the current row of its listing, if that has rows.

@@ -2,6 +2,7 @@
 
 #include "app/counter_screen.h"
 #include "app/form1.h"
+#include "app/pressing_record.h"
 #include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
@@ -35,91 +36,82 @@ void Form1::YazCmd_Click(int Index)
         }
     } buttonBack{*YazCmd[Index]};
 
-    if (printSlip(station())) {
-        storePressing(station());
+    const int current = station();
+    if (const std::optional<store::SlipNote> slip = printSlip(current)) {
+        app::storePressing(DataCari, DataHar, *slip, surroundings_.regional);
+        resumeNext([&] { surroundings_.slips.strike(); });
         KapFrm[Index]->setVisible(Sayac->checked());
     }
     showFacts();
 }
 
-bool Form1::printSlip(int current)
+std::optional<store::SlipNote> Form1::printSlip(int current)
 {
-    print::Printer printer(surroundings_.printer, surroundings_.now);
+    print::PrintTarget& target = surroundings_.printer;
+    print::Printer printer(target, surroundings_.now);
     try {
-        print::Slip slip;
-        slip.customer = TxtLbl[current]->caption();
-        slip.olives = Label2[current]->caption();
-        slip.oil = Label3[current]->caption();
-        slip.percent = Haklbl[current]->caption();
-        slip.entitlement = HakTut[current]->caption();
-        slip.fee = NakitLbl[current]->caption();
-        slip.handedOver = Verilen[current]->caption();
-        slip.shareInOil = pressing::entitlementOfCurrent(*counter_);
-        slip.containerKind = Combo1[current]->listIndex();
-        slip.now = surroundings_.now();
-        slip.font = printFont();
-        slip.headerItems = print::headerItems(surroundings_.directory);
-        slip.countContainers = [this, current](const print::Containers& containers) {
-            kapSayisi(current) = containers.count;
-            Label4[current]->setCaption(containers.display);
-        };
-        print::composeSlip(printer, slip, surroundings_.regional);
-        printer.endDoc();
-        return true;
+        composeSlip(printer, current);
+        const std::optional<print::Document> document = printer.takeDoc();
+        if (!document) return std::nullopt;
+
+        // The job comes first: its number stands in the note before a page leaves, so that a start after a crash can
+        // ask the printer what became of the slip.
+        store::SlipNote slip = slipNote(current);
+        slip.job = target.createJob(*document);
+        try {
+            surroundings_.slips.write(slip);
+        } catch (const base::RuntimeError&) {
+            target.cancel(slip.job);
+            throw;
+        }
+        try {
+            target.sendAndFinish(slip.job, *document);
+        } catch (const base::RuntimeError&) {
+            surroundings_.slips.strike();
+            throw;
+        }
+        return slip;
     } catch (const base::RuntimeError&) {
         printer.killDoc();
-        return false;
+        return std::nullopt;
     }
 }
 
-void Form1::storePressing(int current)
+void Form1::composeSlip(print::Printer& printer, int current)
 {
-    const base::Regional& regional = surroundings_.regional;
-    // Both rows reach the disk together or not at all; which field of them fails is passed over.
-    resumeNext([&] {
-        store::Change change(DataCari.database());
-        storeTerms(current);
-        store::RecordSet* journal = nullptr;
-        resumeNext([&] { journal = &DataHar.recordSet(); });
-        if (journal) {
-            resumeNext([&] { journal->addNew(); });
-            resumeNext([&] { journal->setField(0, store::FieldValue::date(surroundings_.now())); });
-            resumeNext([&] { journal->setField(1, Label2[current]->caption(), regional); });
-            resumeNext([&] { journal->setField(2, Label3[current]->caption(), regional); });
-            resumeNext([&] { journal->setField(3, Haklbl[current]->caption(), regional); });
-            resumeNext([&] { journal->setField(4, HakTut[current]->caption(), regional); });
-            resumeNext([&] { journal->setField(5, NakitLbl[current]->caption(), regional); });
-            resumeNext([&] { journal->setField(6, TxtLbl[current]->caption(), regional); });
-            resumeNext([&] { journal->update(); });
-        }
-        change.commit();
-    });
+    print::Slip slip;
+    slip.customer = TxtLbl[current]->caption();
+    slip.olives = Label2[current]->caption();
+    slip.oil = Label3[current]->caption();
+    slip.percent = Haklbl[current]->caption();
+    slip.entitlement = HakTut[current]->caption();
+    slip.fee = NakitLbl[current]->caption();
+    slip.handedOver = Verilen[current]->caption();
+    slip.shareInOil = pressing::entitlementOfCurrent(*counter_);
+    slip.containerKind = Combo1[current]->listIndex();
+    slip.now = surroundings_.now();
+    slip.font = printFont();
+    slip.headerItems = print::headerItems(surroundings_.directory);
+    slip.countContainers = [this, current](const print::Containers& containers) {
+        kapSayisi(current) = containers.count;
+        Label4[current]->setCaption(containers.display);
+    };
+    print::composeSlip(printer, slip, surroundings_.regional);
 }
 
-void Form1::storeTerms(int current)
+store::SlipNote Form1::slipNote(int current)
 {
-    const base::Regional& regional = surroundings_.regional;
-    const QString name = TxtLbl[current]->caption();
-    store::RecordSet* customers = nullptr;
-    if (!resumeNext([&] { customers = &DataCari.recordSet(); })) return;
-
-    // No current record, or one that is gone, counts as another customer: the name is added.
-    bool another = true;
-    resumeNext([&] { another = customers->field(0).text() != name; });
-    if (another) {
-        resumeNext([&] { customers->addNew(); });
-        resumeNext([&] { customers->setField(0, name, regional); });
-    } else {
-        resumeNext([&] { customers->edit(); });
-    }
-    resumeNext([&] { customers->setField(1, Haklbl[current]->caption(), regional); });
-    resumeNext([&] { customers->setField(2, Combo1[current]->text(), regional); });
-    resumeNext([&] { customers->setField(3, NakitLbl[current]->caption(), regional); });
-    resumeNext([&] {
-        customers->update();
-        // The same name again must find this row, without recalling what it just stored.
-        if (another) customers->makeAddedCurrent();
-    });
+    store::SlipNote slip;
+    slip.moment = std::get<store::DateDays>(store::FieldValue::date(surroundings_.now()).raw()).days;
+    slip.olives = Label2[current]->caption();
+    slip.oil = Label3[current]->caption();
+    slip.percentage = Haklbl[current]->caption();
+    slip.entitlement = HakTut[current]->caption();
+    slip.fee = NakitLbl[current]->caption();
+    slip.customer = TxtLbl[current]->caption();
+    slip.container = Combo1[current]->text();
+    slip.sameBefore = store::pressingsAt(DataHar.database(), slip.customer, slip.moment);
+    return slip;
 }
 
 void Form1::YazFont_Click()

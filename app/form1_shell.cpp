@@ -1,4 +1,5 @@
 #include "app/form1.h"
+#include "app/pressing_record.h"
 #include "app/window_place.h"
 #include "base/error.h"
 #include "base/patterns.h"
@@ -7,6 +8,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QTimer>
@@ -30,7 +32,10 @@ void Form1::wireShell()
 
 void Form1::start()
 {
-    run([this] { Form_Load(); });
+    run([this] {
+        Form_Load();
+        settleOpenSlip();
+    });
     // Before the window is seen, so that it does not jump; the activation finds it done.
     ActiveResize1.restore(layoutName, true, *this);
     show();
@@ -39,6 +44,16 @@ void Form1::start()
     activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
     QTimer::singleShot(0, this, [this] { showFacts(); });
+}
+
+void Form1::settleOpenSlip()
+{
+    app::settleOpenSlip(surroundings_.databases, DataCari.databaseName(), surroundings_.slips, surroundings_.printer,
+                        surroundings_.regional, [this](const QString& line) {
+                            QFile log(surroundings_.directory + QStringLiteral("/presva.log"));
+                            if (log.open(QIODevice::Append))
+                                log.write((surroundings_.now().toString(Qt::ISODate) + u' ' + line + u'\n').toUtf8());
+                        });
 }
 
 void Form1::showFacts()

@@ -51,14 +51,17 @@ int main(int argc, char** argv)
     store::JetDatabases databases(platform::systemDisk());
     const std::unique_ptr<platform::Keyboard> keyboard = platform::systemKeyboard();
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
+    const QString directory = QDir(parser.value(dir)).absolutePath();
+    store::SlipNotes slips(platform::systemDisk(), (directory + QStringLiteral("/Yag.mdb")).toStdU16String());
     app::Form1 form({
         .prompt = boxes,
         .settings = settings,
         .regional = base::Regional::system(),
-        .directory = QDir(parser.value(dir)).absolutePath(),
+        .directory = directory,
         .executable = app::executableName(),
         .databases = databases,
         .printer = *printer,
+        .slips = slips,
         .keyboard = *keyboard,
         .now = [] { return QDateTime::currentDateTime(); },
     });

@@ -92,6 +92,12 @@ void FolderTarget::sendAndFinish(int job, const Document& document)
 
 void FolderTarget::cancel(int job) noexcept { open_.erase(job); }
 
+bool FolderTarget::taken(int job) noexcept
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(pathOf(job), error);
+}
+
 QString FolderTarget::stateText() noexcept
 {
     const QString folder = QFile::decodeName(folder_.string().c_str());

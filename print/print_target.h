@@ -34,6 +34,10 @@ public:
     /// ignored.
     virtual void cancel(int job) noexcept = 0;
 
+    /// The whole document of that job has been taken over, printed yet or not. Asked after a crash about a number that
+    /// an earlier run wrote down. False also when nothing of the job is known any more.
+    virtual bool taken(int job) noexcept = 0;
+
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;
 

@@ -55,6 +55,8 @@ Player::Player(const PlayerOptions& options) : options_(options), databases_(pla
     }
     printer_ = std::make_unique<WatchedTarget>(std::move(target));
     line_ = std::make_unique<ScaleLine>(options_.directory);
+    slips_ = std::make_unique<store::SlipNotes>(
+        platform::systemDisk(), (options_.directory + QStringLiteral("/Yag.mdb")).toStdU16String());
     if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
 }
 
@@ -169,6 +171,7 @@ void Player::start()
         .executable = QStringLiteral("presva"),
         .databases = databases_,
         .printer = *printer_,
+        .slips = *slips_,
         .keyboard = keyboard_,
         .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
     };

@@ -67,6 +67,7 @@ private:
     QTemporaryDir settingsFolder_;
     std::unique_ptr<app::SettingsStore> settings_;
     store::JetDatabases databases_;
+    std::unique_ptr<store::SlipNotes> slips_;
     NoKeyboard keyboard_;
     AnsweringPrompt prompt_;
     std::unique_ptr<WatchedTarget> printer_;

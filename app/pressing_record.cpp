@@ -1,0 +1,87 @@
+#include "app/pressing_record.h"
+
+#include "app/resume_next.h"
+
+namespace app {
+namespace {
+
+void storeTerms(store::RecordSet& customers, const store::SlipNote& slip, const base::Regional& regional)
+{
+    // No current record, or one that is gone, counts as another customer: the name is added.
+    bool another = true;
+    resumeNext([&] { another = customers.field(0).text() != slip.customer; });
+    if (another) {
+        resumeNext([&] { customers.addNew(); });
+        resumeNext([&] { customers.setField(0, slip.customer, regional); });
+    } else {
+        resumeNext([&] { customers.edit(); });
+    }
+    resumeNext([&] { customers.setField(1, slip.percentage, regional); });
+    resumeNext([&] { customers.setField(2, slip.container, regional); });
+    resumeNext([&] { customers.setField(3, slip.fee, regional); });
+    resumeNext([&] {
+        customers.update();
+        // The same name again must find this row, without recalling what it just stored.
+        if (another) customers.makeAddedCurrent();
+    });
+}
+
+void storeJournal(store::RecordSet& journal, const store::SlipNote& slip, const base::Regional& regional)
+{
+    resumeNext([&] { journal.addNew(); });
+    resumeNext([&] { journal.setField(0, store::DateDays{slip.moment}); });
+    resumeNext([&] { journal.setField(1, slip.olives, regional); });
+    resumeNext([&] { journal.setField(2, slip.oil, regional); });
+    resumeNext([&] { journal.setField(3, slip.percentage, regional); });
+    resumeNext([&] { journal.setField(4, slip.entitlement, regional); });
+    resumeNext([&] { journal.setField(5, slip.fee, regional); });
+    resumeNext([&] { journal.setField(6, slip.customer, regional); });
+    resumeNext([&] { journal.update(); });
+}
+
+} // namespace
+
+void storePressing(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
+                   const base::Regional& regional)
+{
+    resumeNext([&] {
+        store::Change change(customers.database());
+        resumeNext([&] { storeTerms(customers.recordSet(), slip, regional); });
+        resumeNext([&] { storeJournal(journal.recordSet(), slip, regional); });
+        change.commit();
+    });
+}
+
+void settleOpenSlip(store::Databases& databases, const QString& database, store::SlipNotes& notes,
+                    print::PrintTarget& printer, const base::Regional& regional,
+                    const std::function<void(const QString&)>& log)
+{
+    const std::optional<store::SlipNote> slip = notes.open();
+    if (!slip) return notes.strike();
+
+    const QString what = QStringLiteral("fiş %1 (%2, %3 kg)").arg(slip->job).arg(slip->customer, slip->olives);
+    if (!printer.taken(slip->job)) {
+        printer.cancel(slip->job);
+        notes.strike();
+        return log(what + QStringLiteral(": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"));
+    }
+    const std::shared_ptr<store::Engine> engine = databases.open(database);
+    if (store::pressingsAt(*engine, slip->customer, slip->moment) > slip->sameBefore) {
+        notes.strike();
+        return log(what + QStringLiteral(": basılmış ve kaydedilmiş"));
+    }
+    store::DataSource customers(databases);
+    customers.setDatabaseName(database);
+    customers.setRecordSource(QStringLiteral("Select * From Cari Where Unvan='%1'")
+                                  .arg(QString(slip->customer).replace(QLatin1Char('\''), QLatin1String("''"))));
+    customers.refresh();
+    store::DataSource journal(databases);
+    journal.setDatabaseName(database);
+    journal.setRecordSource(QStringLiteral("Hareket"));
+    journal.refresh();
+    storePressing(customers, journal, *slip, regional);
+    notes.strike();
+    log(what + QStringLiteral(": basılmış, kaydı şimdi yapıldı"));
+}
+
+} // namespace app

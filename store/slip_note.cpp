@@ -1,0 +1,124 @@
+#include "store/slip_note.h"
+
+#include "base/error.h"
+#include "store/engine.h"
+#include "store/jet/disk.h"
+#include "store/jet/error.h"
+
+#include <QCryptographicHash>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cmath>
+#include <vector>
+
+namespace store {
+namespace {
+
+QByteArray textOf(const SlipNote& note)
+{
+    const QJsonObject fields{
+        {"job", note.job},
+        {"moment", note.moment},
+        {"olives", note.olives},
+        {"oil", note.oil},
+        {"percentage", note.percentage},
+        {"entitlement", note.entitlement},
+        {"fee", note.fee},
+        {"customer", note.customer},
+        {"container", note.container},
+        {"sameBefore", note.sameBefore},
+    };
+    return QJsonDocument(fields).toJson(QJsonDocument::Compact);
+}
+
+QByteArray sealOf(const QByteArray& text)
+{
+    return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex();
+}
+
+base::RuntimeError failed(const jet::Error& error)
+{
+    return {base::errors::databaseFault, QString::fromUtf8(error.what())};
+}
+
+} // namespace
+
+SlipNotes::SlipNotes(jet::Disk& disk, std::filesystem::path database) : disk_(disk), path_(std::move(database))
+{
+    path_ += "-slip";
+}
+
+void SlipNotes::write(const SlipNote& note)
+{
+    try {
+        if (disk_.exists(path_)) disk_.remove(path_);
+        const std::unique_ptr<jet::File> file = disk_.open(path_, jet::Disk::Access::createNew);
+        const QByteArray text = textOf(note);
+        const QByteArray sealed = sealOf(text) + '\n' + text;
+        file->write(0, {reinterpret_cast<const std::uint8_t*>(sealed.constData()),
+                        static_cast<std::size_t>(sealed.size())});
+        file->sync();
+        disk_.syncFolder(path_.parent_path());
+    } catch (const jet::Error& error) {
+        throw failed(error);
+    }
+}
+
+std::optional<SlipNote> SlipNotes::open() const
+{
+    try {
+        if (!disk_.exists(path_)) return std::nullopt;
+        const std::unique_ptr<jet::File> file = disk_.open(path_, jet::Disk::Access::readOnly);
+        constexpr std::uint64_t longest = 64 * 1024;
+        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(std::min(file->size(), longest)));
+        bytes.resize(file->read(0, bytes));
+        const QByteArray sealed(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+        const qsizetype end = sealed.indexOf('\n');
+        const QByteArray text = sealed.mid(end + 1);
+        if (end < 0 || sealed.left(end) != sealOf(text)) return std::nullopt;
+
+        const QJsonObject fields = QJsonDocument::fromJson(text).object();
+        SlipNote note;
+        note.job = fields["job"].toInt();
+        note.moment = fields["moment"].toDouble();
+        note.olives = fields["olives"].toString();
+        note.oil = fields["oil"].toString();
+        note.percentage = fields["percentage"].toString();
+        note.entitlement = fields["entitlement"].toString();
+        note.fee = fields["fee"].toString();
+        note.customer = fields["customer"].toString();
+        note.container = fields["container"].toString();
+        note.sameBefore = fields["sameBefore"].toInt();
+        return note;
+    } catch (const jet::Error& error) {
+        throw failed(error);
+    }
+}
+
+void SlipNotes::strike()
+{
+    try {
+        if (!disk_.exists(path_)) return;
+        disk_.remove(path_);
+        disk_.syncFolder(path_.parent_path());
+    } catch (const jet::Error& error) {
+        throw failed(error);
+    }
+}
+
+int pressingsAt(Engine& engine, const QString& customer, double moment)
+{
+    // Here a quote in the name is doubled: the question must be answered for every name that a slip can carry.
+    const Listing journal = engine.open(QStringLiteral("Select * From Hareket Where CariHar='%1'")
+                                            .arg(QString(customer).replace(QLatin1Char('\''), QLatin1String("''"))));
+    constexpr double halfSecond = 0.5 / 86400.0;
+    int count = 0;
+    for (const RowKey row : journal.rows) {
+        const FieldValue date = engine.field(journal, row, 0);
+        const auto* days = std::get_if<DateDays>(&date.raw());
+        if (days && std::fabs(days->days - moment) < halfSecond) ++count;
+    }
+    return count;
+}
+
+} // namespace store

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QString>
+#include <filesystem>
+#include <optional>
+
+namespace jet {
+class Disk;
+}
+
+namespace store {
+
+class Engine;
+
+/// A pressing whose slip is on its way: what will be stored once the printer has taken the slip, as captions, and the
+/// number of the print job.
+struct SlipNote {
+    int job = 0;
+    double moment = 0; ///< days since 1899-12-30: `Tarih` of the pressing
+    QString olives, oil, percentage, entitlement, fee, customer, container;
+    int sameBefore = 0; ///< pressings of that customer at that moment before this one; nearly always 0
+
+    bool operator==(const SlipNote&) const = default;
+};
+
+/// The one open note, kept beside the database while a slip is being sent: "<database>-slip".
+///
+/// What holds: write() returns when the note would survive a power cut; strike() when its absence would. A note that
+/// cannot be read whole (a power cut while it was written) counts as none: its slip had not been sent yet.
+class SlipNotes {
+public:
+    SlipNotes(jet::Disk& disk, std::filesystem::path database);
+
+    void write(const SlipNote& note); ///< error 3000 when the disk refuses
+    std::optional<SlipNote> open() const;
+    void strike();
+
+private:
+    jet::Disk& disk_;
+    std::filesystem::path path_;
+};
+
+/// Pressings of that customer at that moment.
+int pressingsAt(Engine& engine, const QString& customer, double moment);
+
+} // namespace store
