@@ -6,6 +6,7 @@
 #include <cstring>
 #include <cups/cups.h>
 #include <cups/pwg.h>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -295,6 +296,30 @@ public:
             cupsCancelJob2(connection.get(), nullptr, job, 0);
         } catch (const std::exception&) {
             // Out of reach: the scheduler drops a job without a document by itself.
+        }
+    }
+
+    bool documentTaken(int job) noexcept override
+    {
+        try {
+            const Connection connection(connect());
+            static constexpr const char* wanted[] = {"job-state", "job-state-reasons", "number-of-documents"};
+            ipp_t* request = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
+            const std::string uri = "ipp://localhost/jobs/" + std::to_string(job);
+            ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_URI, "job-uri", nullptr, uri.c_str());
+            ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr, cupsUser());
+            ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", std::size(wanted),
+                          nullptr, wanted);
+            const Message answer(cupsDoRequest(connection.get(), request, "/"));
+            if (!answer || ippGetStatusCode(answer.get()) > IPP_STATUS_OK_CONFLICTING) return false;
+
+            ipp_attribute_t* documents = ippFindAttribute(answer.get(), "number-of-documents", IPP_TAG_INTEGER);
+            if (!documents || ippGetInteger(documents, 0) < 1) return false;
+            // A job whose document is still coming in is held for it.
+            ipp_attribute_t* reasons = ippFindAttribute(answer.get(), "job-state-reasons", IPP_TAG_KEYWORD);
+            return !reasons || !ippContainsString(reasons, "job-incoming");
+        } catch (const std::exception&) {
+            return false;
         }
     }
 

@@ -142,6 +142,8 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
 
 void QueueTarget::cancel(int job) noexcept { queue_->cancelJob(job); }
 
+bool QueueTarget::taken(int job) noexcept { return queue_->documentTaken(job); }
+
 QString QueueTarget::stateText() noexcept
 {
     const platform::QueueState state = queue_->state();

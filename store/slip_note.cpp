@@ -31,10 +31,7 @@ QByteArray textOf(const SlipNote& note)
     return QJsonDocument(fields).toJson(QJsonDocument::Compact);
 }
 
-QByteArray sealOf(const QByteArray& text)
-{
-    return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex();
-}
+QByteArray sealOf(const QByteArray& text) { return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex(); }
 
 base::RuntimeError failed(const jet::Error& error)
 {
@@ -55,8 +52,8 @@ void SlipNotes::write(const SlipNote& note)
         const std::unique_ptr<jet::File> file = disk_.open(path_, jet::Disk::Access::createNew);
         const QByteArray text = textOf(note);
         const QByteArray sealed = sealOf(text) + '\n' + text;
-        file->write(0, {reinterpret_cast<const std::uint8_t*>(sealed.constData()),
-                        static_cast<std::size_t>(sealed.size())});
+        file->write(
+            0, {reinterpret_cast<const std::uint8_t*>(sealed.constData()), static_cast<std::size_t>(sealed.size())});
         file->sync();
         disk_.syncFolder(path_.parent_path());
     } catch (const jet::Error& error) {

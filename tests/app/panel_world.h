@@ -29,6 +29,7 @@ struct PanelWorld : World {
                 .executable = QStringLiteral("presva"),
                 .databases = from,
                 .printer = pages,
+                .slips = slips,
                 .keyboard = keyboard,
                 .now = [this] { return now; }};
     }

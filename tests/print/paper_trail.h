@@ -55,6 +55,7 @@ public:
         printed.push_back(document);
     }
     void cancel(int job) noexcept override { waiting.erase(job); }
+    bool taken(int job) noexcept override { return job > 0 && !waiting.contains(job); }
     QString stateText() noexcept override { return {}; }
 
 private:

@@ -221,6 +221,38 @@ private slots:
 
     // ---- What is an error, with nothing printed ----
 
+    void aJobIsTakenOnceItsWholeDocumentIsIn()
+    {
+        const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+        const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+        const int job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
+        QVERIFY(!asker->documentTaken(job));
+        queue->startDocument();
+        const std::string head = "%PDF-1.4\n";
+        queue->write(std::as_bytes(std::span(head)));
+        QVERIFY(!asker->documentTaken(job));
+        queue->finishDocument();
+        QTRY_VERIFY(asker->documentTaken(job));
+        QVERIFY(!asker->documentTaken(job + 1000));
+    }
+
+    void aJobWhoseSenderDiesIsNotTaken()
+    {
+        const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+        int job = 0;
+        {
+            const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+            job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
+            queue->startDocument();
+            const std::string head = "%PDF-1.4\n";
+            queue->write(std::as_bytes(std::span(head)));
+        } // the connection goes with the sender
+        QTest::qWait(300);
+        QVERIFY(!asker->documentTaken(job));
+        asker->cancelJob(job);
+        nothingArrives();
+    }
+
     void aStoppedQueueIsAnError()
     {
         QVERIFY(cups->stop("slip"));

@@ -40,6 +40,7 @@ public:
     }
     void finishDocument() override { note("finish"); }
     void cancelJob(int job) noexcept override { log_.calls.append(QString("cancel %1").arg(job)); }
+    bool documentTaken(int) noexcept override { return false; }
 
 private:
     void note(const QString& call)
