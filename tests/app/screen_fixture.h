@@ -59,6 +59,7 @@ struct World {
     jet::MemoryDisk disk;
     store::JetDatabases databases{disk};
     print::FolderTarget printer{folder.path()};
+    store::SlipNotes slips{disk, folder.filePath(QStringLiteral("Yag.mdb")).toStdString()};
     PlainKeyboard keyboard;
     QDateTime now{QDate(2025, 11, 20), QTime(14, 5)};
 
@@ -71,6 +72,7 @@ struct World {
                 .executable = QStringLiteral("presva"),
                 .databases = databases,
                 .printer = printer,
+                .slips = slips,
                 .keyboard = keyboard,
                 .now = [this] { return now; }};
     }
