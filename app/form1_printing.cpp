@@ -50,6 +50,8 @@ std::optional<store::SlipNote> Form1::printSlip(int current)
     print::PrintTarget& target = surroundings_.printer;
     print::Printer printer(target, surroundings_.now);
     try {
+        // Without an open journal the pressing would be lost: then no slip either.
+        if (!DataHar.hasRecordSet()) DataHar.refresh();
         composeSlip(printer, current);
         const std::optional<print::Document> document = printer.takeDoc();
         if (!document) return std::nullopt;

@@ -40,7 +40,8 @@ void Form1::start()
     ActiveResize1.restore(layoutName, true, *this);
     show();
     setFocus(); // on no button: a stray key press must not push the first one
-    run([this] { DataHar.refresh(); });
+    // A database that would not open has been reported once by now.
+    if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); });
     activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
     QTimer::singleShot(0, this, [this] { showFacts(); });
