@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -21,7 +22,10 @@ enum class FieldKind { text, number, money, date, boolean, other };
 struct FieldInfo {
     QString name;
     FieldKind kind = FieldKind::other;
-    int size = 0; ///< characters that a text field takes
+    int size = 0;                                          ///< characters that a text field takes
+    bool whole = false;                                    ///< a number field without decimals
+    double lowest = std::numeric_limits<double>::lowest(); ///< range of a number field
+    double highest = std::numeric_limits<double>::max();
 };
 
 /// The rows that a record source names, in its order. Values are fetched when they are needed.

@@ -12,6 +12,19 @@ namespace {
 const QDate dayZero(1899, 12, 30);
 constexpr double secondsOfDay = 86400.0;
 
+/// Digit for digit, whatever the size: an amount has more digits than a double carries.
+QString amountToText(Money amount, const base::Regional& regional)
+{
+    const bool negative = amount.tenThousandths < 0;
+    const auto bits = static_cast<std::uint64_t>(amount.tenThousandths);
+    const std::uint64_t magnitude = negative ? 0 - bits : bits;
+    QString decimals = QString::number(magnitude % 10000).rightJustified(4, QLatin1Char('0'));
+    while (decimals.endsWith(QLatin1Char('0'))) decimals.chop(1);
+    QString text = QString::number(magnitude / 10000);
+    if (!decimals.isEmpty()) text += regional.decimal + decimals;
+    return negative ? QLatin1Char('-') + text : text;
+}
+
 } // namespace
 
 FieldValue FieldValue::date(const QDateTime& moment)
@@ -60,6 +73,7 @@ QString FieldValue::toCell(const base::Regional& regional) const
     if (isText()) return text();
     if (isDate()) return base::dateToText(moment(), regional);
     if (const auto* flag = std::get_if<bool>(&value_)) return *flag ? QStringLiteral("True") : QStringLiteral("False");
+    if (const auto* money = std::get_if<Money>(&value_)) return amountToText(*money, regional);
     const std::optional<double> value = number();
     return value ? base::numberToText(*value, regional) : QString();
 }

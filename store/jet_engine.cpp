@@ -5,7 +5,9 @@
 #include "store/jet/sql.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <limits>
 
 namespace store {
 namespace {
@@ -22,7 +24,10 @@ int numberOf(jet::Fault fault)
     using jet::Fault;
     switch (fault) {
     case Fault::notFound:
+    case Fault::isFolder:
         return base::errors::databaseMissing;
+    case Fault::noSuchRow:
+        return base::errors::recordDeleted;
     case Fault::syntax:
         return base::errors::querySyntax;
     case Fault::badValue:
@@ -73,6 +78,47 @@ FieldKind kindOf(jet::ColumnType type)
     default:
         return FieldKind::other;
     }
+}
+
+template <class Number> void setRange(FieldInfo& field)
+{
+    field.whole = std::numeric_limits<Number>::is_integer;
+    field.lowest = std::numeric_limits<Number>::lowest();
+    field.highest = std::numeric_limits<Number>::max();
+}
+
+FieldInfo fieldInfoOf(const jet::Column& column)
+{
+    using jet::ColumnType;
+    FieldInfo field{qt(column.name), kindOf(column.type)};
+    switch (column.type) {
+    case ColumnType::text:
+        field.size = column.length / 2;
+        break;
+    case ColumnType::byte:
+        setRange<std::uint8_t>(field);
+        break;
+    case ColumnType::integer:
+        setRange<std::int16_t>(field);
+        break;
+    case ColumnType::longInteger:
+        setRange<std::int32_t>(field);
+        break;
+    case ColumnType::singleFloat:
+        setRange<float>(field);
+        break;
+    case ColumnType::currency:
+        field.highest = 922337203685477.5; // the format's 922337203685477.5807, as far as a double goes
+        field.lowest = -field.highest;
+        break;
+    case ColumnType::numeric:
+        field.highest = std::nextafter(std::pow(10.0, column.precision - column.scale), 0.0);
+        field.lowest = -field.highest;
+        break;
+    default:
+        break;
+    }
+    return field;
 }
 
 FieldValue fieldOf(const jet::Value& value)
@@ -141,10 +187,8 @@ public:
             if (!found.table) throw jet::Error(jet::Fault::unsupported, "Toplam sorgusu bir listeye bağlanamaz.");
             Listing listing;
             listing.table = qt(found.table->name());
-            for (std::size_t column : found.fields) {
-                const jet::Column& of = found.table->columns()[column];
-                listing.fields.push_back({qt(of.name), kindOf(of.type), of.length / 2});
-            }
+            for (std::size_t column : found.fields)
+                listing.fields.push_back(fieldInfoOf(found.table->columns()[column]));
             listing.rows.reserve(found.rows.size());
             for (jet::RowId id : found.rows) listing.rows.push_back(keyOf(id));
             return listing;
@@ -190,10 +234,8 @@ public:
     std::vector<RowKey> matching(const Listing& listing, const QString& criteria) override
     {
         return passing([&] {
-            const jet::Selection found = jet::select(
-                *database_, u16(QStringLiteral("Select * From [%1] Where %2").arg(listing.table, criteria)));
             std::vector<RowKey> rows;
-            for (jet::RowId id : found.rows) rows.push_back(keyOf(id));
+            for (jet::RowId id : jet::Criteria(tableOf(listing), u16(criteria)).rows()) rows.push_back(keyOf(id));
             return rows;
         });
     }

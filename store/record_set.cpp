@@ -4,8 +4,39 @@
 #include "base/numbers.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace store {
+namespace {
+
+/// The value as the field would hold it. Error 3421 for a value of another kind, and for a number out of range.
+FieldValue fitted(const FieldInfo& field, const FieldValue& value)
+{
+    const auto fail = [] { throw base::runtimeError(base::errors::dataConversion); };
+    if (value.isNull()) return value;
+    switch (field.kind) {
+    case FieldKind::text:
+        if (!value.isText()) fail();
+        return value;
+    case FieldKind::date:
+        if (!value.isDate()) fail();
+        return value;
+    case FieldKind::number:
+    case FieldKind::money:
+    case FieldKind::boolean:
+        break;
+    case FieldKind::other:
+        fail();
+    }
+    const std::optional<double> number = value.number();
+    if (!number) fail();
+    if (field.kind == FieldKind::boolean) return *number != 0;
+    const double rounded = field.whole ? std::nearbyint(*number) : *number; // halves to the even neighbour
+    if (!(rounded >= field.lowest && rounded <= field.highest)) fail();
+    return field.whole ? FieldValue(rounded) : value;
+}
+
+} // namespace
 
 void RecordSet::open(std::shared_ptr<Engine> engine, Listing listing)
 {
@@ -31,7 +62,7 @@ void RecordSet::settleOn(int row)
 
 void RecordSet::checkCurrent() const
 {
-    if (bof() || (eof() && !onErased_)) throw base::runtimeError(base::errors::noCurrentRecord);
+    if (bof() || eof()) throw base::runtimeError(base::errors::noCurrentRecord);
     if (onErased_) throw base::runtimeError(base::errors::recordDeleted);
 }
 
@@ -50,7 +81,7 @@ void RecordSet::moveLast()
 
 void RecordSet::moveNext()
 {
-    if (bof() || (eof() && !onErased_)) throw base::runtimeError(base::errors::noCurrentRecord);
+    if (bof() || eof()) throw base::runtimeError(base::errors::noCurrentRecord);
     settleOn(onErased_ ? at_ : at_ + 1);
 }
 
@@ -109,36 +140,42 @@ void RecordSet::edit()
     written_.clear();
 }
 
-void RecordSet::setField(int position, const FieldValue& value)
+const FieldInfo& RecordSet::beingWritten(int position) const
 {
     if (writing_ == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
     if (position < 0 || static_cast<std::size_t>(position) >= listing_.fields.size())
         throw base::runtimeError(base::errors::noSuchField);
-    const FieldInfo& field = listing_.fields[static_cast<std::size_t>(position)];
-    if (field.kind == FieldKind::text && field.size > 0 && value.text().size() > field.size)
-        throw base::runtimeError(base::errors::fieldTooSmall);
-    written_[position] = value;
+    return listing_.fields[static_cast<std::size_t>(position)];
+}
+
+void RecordSet::setField(int position, const FieldValue& value)
+{
+    written_[position] = fitted(beingWritten(position), value);
 }
 
 void RecordSet::setField(int position, const QString& caption, const base::Regional& regional)
 {
-    if (writing_ == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
-    if (position < 0 || static_cast<std::size_t>(position) >= listing_.fields.size())
-        throw base::runtimeError(base::errors::noSuchField);
-    switch (listing_.fields[static_cast<std::size_t>(position)].kind) {
-    case FieldKind::text:
-        return setField(position, FieldValue(caption));
-    case FieldKind::number:
-    case FieldKind::money:
-        try {
-            return setField(position, FieldValue(base::toDouble(caption, regional)));
-        } catch (const base::RuntimeError&) {
-            throw base::runtimeError(base::errors::dataConversion);
-        }
-    case FieldKind::date:
-    case FieldKind::boolean:
-    case FieldKind::other:
+    const FieldInfo& field = beingWritten(position);
+    if (field.kind == FieldKind::text) return setField(position, FieldValue(caption));
+    if (field.kind != FieldKind::number && field.kind != FieldKind::money)
         throw base::runtimeError(base::errors::dataConversion);
+    double number = 0;
+    try {
+        number = base::toDouble(caption, regional);
+    } catch (const base::RuntimeError&) {
+        // No number, or too large for one: to the field both are the same.
+        throw base::runtimeError(base::errors::dataConversion);
+    }
+    setField(position, FieldValue(number));
+}
+
+/// Before anything is written: a row that does not fit is not written in part.
+void RecordSet::checkLengths() const
+{
+    for (const auto& [position, value] : written_) {
+        const FieldInfo& field = listing_.fields[static_cast<std::size_t>(position)];
+        if (field.kind == FieldKind::text && field.size > 0 && value.text().size() > field.size)
+            throw base::runtimeError(base::errors::fieldTooSmall);
     }
 }
 
@@ -146,6 +183,7 @@ void RecordSet::update()
 {
     const Writing writing = writing_;
     if (writing == Writing::nothing) throw base::runtimeError(base::errors::noEdit);
+    checkLengths();
     const Assignments values(written_.begin(), written_.end());
     // Whatever comes of it, the row is no longer being written.
     writing_ = Writing::nothing;

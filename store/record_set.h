@@ -20,8 +20,9 @@ public:
 
     /// Rows visited so far; exact after a move to the last one.
     int recordCount() const { return visited_; }
-    bool bof() const { return at_ < 0; }
-    bool eof() const { return at_ >= size(); }
+    /// Both are true for a set without rows, and neither while the row that was current has just been deleted.
+    bool bof() const { return size() == 0 && !onErased_; }
+    bool eof() const { return (size() == 0 || at_ >= size()) && !onErased_; }
 
     void moveFirst();
     void moveLast();
@@ -39,11 +40,12 @@ public:
 
     void addNew();
     void edit();
-    /// By the regional settings into the field's own type: error 3421 for a text that is not of that type, 3163 for one
-    /// that is too long.
+    /// By the regional settings into the field's own type: error 3421 for a text that is not of that type, or beyond
+    /// its range. Such a field keeps what it had, and the others can still be written.
     void setField(int position, const QString& caption, const base::Regional& regional);
     void setField(int position, const FieldValue& value);
-    /// Writes the row. After an addNew() the row that was current before is current again.
+    /// Writes the row, or nothing of it: error 3163 for a text that is too long. After an addNew() the row that was
+    /// current before is current again.
     void update();
     /// The row added last becomes the current one, without the reposition that a move would run.
     void makeAddedCurrent();
@@ -65,6 +67,8 @@ private:
     void open(std::shared_ptr<Engine> engine, Listing listing);
     void settleOn(int row);
     void checkCurrent() const;
+    const FieldInfo& beingWritten(int position) const;
+    void checkLengths() const;
 
     std::shared_ptr<Engine> engine_;
     Listing listing_;

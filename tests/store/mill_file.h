@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstddef> // moc needs it ahead of <compare>
+
+#include "base/error.h"
+#include "store/data_source.h"
+#include "store/jet/database.h"
+#include "store/jet/memory_disk.h"
+#include "store/jet_engine.h"
+#include "store/mill_tables.h"
+
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+/// A mill's database file in memory, opened the way the screen opens it.
+class MillFile {
+public:
+    static inline const QString path = QStringLiteral("Yag.mdb");
+
+    MillFile()
+    {
+        make([](jet::Database& database) { store::createMillTables(database, now); });
+    }
+    /// With tables of the caller's own.
+    template <class Tables> explicit MillFile(Tables&& tables) { make(tables); }
+
+    static constexpr jet::DateTime now{45000};
+
+    jet::MemoryDisk disk;
+    store::JetDatabases databases{disk};
+
+    std::shared_ptr<store::Engine> engine() { return databases.open(path); }
+
+private:
+    template <class Tables> void make(Tables&& tables)
+    {
+        jet::Database::create(disk, path.toStdString(), jet::turkish, now);
+        tables(*jet::Database::open(disk, path.toStdString()));
+    }
+};
+
+/// A data source on the file, refreshed.
+class OpenSource : public store::DataSource {
+public:
+    OpenSource(MillFile& file, const QString& recordSource) : store::DataSource(file.databases)
+    {
+        setDatabaseName(MillFile::path);
+        setRecordSource(recordSource);
+        refresh();
+    }
+};
+
+/// The number of the error that a call ends with, 0 without one.
+template <class Call> int errorOf(Call&& call)
+{
+    try {
+        call();
+    } catch (const base::RuntimeError& error) {
+        return error.number();
+    }
+    return 0;
+}
+
+/// Adds a row to a table through a source of its own, so that open sets do not see it; returns nothing of it.
+inline void addRow(MillFile& file, const QString& table, const std::vector<store::FieldValue>& values)
+{
+    OpenSource source(file, table);
+    source.recordSet().addNew();
+    for (std::size_t i = 0; i < values.size(); ++i) source.recordSet().setField(static_cast<int>(i), values[i]);
+    source.recordSet().update();
+}
+
+/// One field of all rows of a set, in its order; Null is "-", a row that is gone "#".
+inline QStringList texts(store::RecordSet& set, int field)
+{
+    QStringList result;
+    for (int row = 0; row < set.size(); ++row) {
+        try {
+            const store::FieldValue value = set.fieldAt(row, field);
+            result << (value.isNull() ? QStringLiteral("-") : value.toCell(base::Regional::turkish()));
+        } catch (const base::RuntimeError& error) {
+            if (error.number() != base::errors::recordDeleted) throw;
+            result << QStringLiteral("#");
+        }
+    }
+    return result;
+}
