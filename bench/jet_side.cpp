@@ -1,0 +1,315 @@
+#include "bench/comparison.h"
+#include "bench/mill.h"
+#include "bench/sides.h"
+
+#include "platform/system_disk.h"
+#include "store/jet/database.h"
+#include "store/jet/sql.h"
+#include "tools/field_text.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+namespace sides {
+namespace {
+
+using comparison::answer;
+
+constexpr const char* us = "presva";
+
+std::vector<jet::Assignment> fieldsOf(const mill::Pressing& pressing, const std::vector<mill::Customer>& customers)
+{
+    return {{0, jet::DateTime{pressing.moment}},
+            {1, pressing.olives},
+            {2, pressing.oil},
+            {3, pressing.share},
+            {4, pressing.entitlement},
+            {5, jet::Currency{pressing.fee}},
+            {6, customers[pressing.customer].name}};
+}
+
+void make(const std::filesystem::path& path, bool indexed)
+{
+    if (std::filesystem::exists(path)) return;
+    std::fprintf(stderr, "making %s ...\n", path.c_str());
+    const std::filesystem::path unfinished = path.string() + ".part";
+    std::filesystem::remove(unfinished);
+    jet::Disk& disk = platform::systemDisk();
+    const jet::DateTime now{45000};
+    using enum jet::ColumnType;
+    jet::Database::create(disk, unfinished, jet::turkish, now);
+    {
+        const auto database = jet::Database::open(disk, unfinished);
+        std::vector<jet::NewIndex> customerIndexes, journalIndexes;
+        if (indexed) {
+            customerIndexes.push_back({u"Unvan", {{u"Unvan", true}}, true, true, true, false});
+            journalIndexes.push_back({u"Tarih", {{u"Tarih", true}}});
+        }
+        jet::Table& register_ = database->createTable(
+            u"Cari", {{u"Unvan", text, 50}, {u"Yuzde", singleFloat}, {u"Kap", text, 50}, {u"Nakit", currency}},
+            customerIndexes, now);
+        jet::Table& journal = database->createTable(u"Hareket",
+                                                    {{u"Tarih", dateTime},
+                                                     {u"Zeytin", doubleFloat},
+                                                     {u"Yağ", doubleFloat},
+                                                     {u"Yuzde", singleFloat},
+                                                     {u"HakTut", doubleFloat},
+                                                     {u"Nakit", currency},
+                                                     {u"CariHar", text, 50}},
+                                                    journalIndexes, now);
+        const auto customers = mill::customers();
+        jet::Transaction registration(database->pager());
+        for (const mill::Customer& customer : customers)
+            register_.insert(
+                {{0, customer.name}, {1, customer.share}, {2, customer.container}, {3, jet::Currency{customer.fee}}});
+        registration.commit();
+        auto season = std::make_unique<jet::Transaction>(database->pager());
+        std::size_t count = 0;
+        mill::pressings([&](const mill::Pressing& pressing) {
+            journal.insert(fieldsOf(pressing, customers));
+            if (++count % 20000 != 0) return;
+            season->commit();
+            season = std::make_unique<jet::Transaction>(database->pager());
+        });
+        season->commit();
+    }
+    std::filesystem::rename(unfinished, path);
+}
+
+/// Opened when it is first needed, and kept.
+class Session {
+public:
+    explicit Session(std::filesystem::path path) : path_(std::move(path)) {}
+    jet::Database& operator*()
+    {
+        if (!database_) database_ = jet::Database::open(platform::systemDisk(), path_, jet::Pager::Mode::readOnly);
+        return *database_;
+    }
+
+private:
+    std::filesystem::path path_;
+    std::unique_ptr<jet::Database> database_;
+};
+using SharedSession = std::shared_ptr<Session>;
+
+std::u16string search(const std::u16string& prefix)
+{
+    return u"Select * From Cari where Unvan Like '" + prefix + u"*' Order By Unvan Asc";
+}
+constexpr const char16_t* month = u"Select * From Hareket where Tarih>=#11/01/2017 00:00:00# And "
+                                  "Tarih<=#11/30/2017 23:59:59# Order By Tarih Asc";
+constexpr const char16_t* sums = u"Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket Where "
+                                 "CariHar<>'Toplamlar' And Tarih>=#11/01/2017 00:00:00# And "
+                                 "Tarih<=#11/30/2017 23:59:59#";
+
+/// Reads every field of a listing, as a grid or a print-out would.
+double readAll(const jet::Selection& listing, std::size_t summed)
+{
+    double sum = 0;
+    std::u16string text;
+    for (const jet::RowId id : listing.rows) {
+        const auto row = listing.table->row(id);
+        for (const std::size_t field : listing.fields) {
+            const jet::ColumnType type = listing.table->columns()[field].type;
+            if (type == jet::ColumnType::text) {
+                benchmark::DoNotOptimize(row->text(field, text));
+            } else {
+                const auto number = row->number(field);
+                if (field == summed) sum += *number;
+                benchmark::DoNotOptimize(number);
+            }
+        }
+    }
+    return sum;
+}
+
+void searches(const std::string& task, const std::u16string& prefix, const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+        double rows = 0, fees = 0;
+        for ([[maybe_unused]] auto _ : state) {
+            const jet::Selection found = jet::select(**session, search(prefix));
+            fees = readAll(found, 3);
+            rows = static_cast<double>(found.rows.size());
+        }
+        answer(task + " rows", us, rows);
+        answer(task + " fees", us, fees);
+    })->Unit(benchmark::kMillisecond);
+}
+
+/// The search that follows a stored pressing: whatever was learnt from the register before must hold or be renewed.
+void searchesAfterChange(const std::filesystem::path& original)
+{
+    benchmark::RegisterBenchmark(
+        comparison::name("search after append", us).c_str(),
+        [=](benchmark::State& state) {
+            std::filesystem::path copy = original;
+            copy.replace_filename("append.mdb");
+            std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+            const auto customers = mill::customers();
+            {
+                const auto database = jet::Database::open(platform::systemDisk(), copy);
+                jet::Table& journal = database->table(u"Hareket");
+                std::mt19937 random(4);
+                double rows = 0;
+                for ([[maybe_unused]] auto _ : state) {
+                    state.PauseTiming();
+                    journal.insert(fieldsOf(mill::nextPressing(random, 45300), customers));
+                    state.ResumeTiming();
+                    const jet::Selection found = jet::select(*database, search(mill::sixLetters));
+                    readAll(found, 3);
+                    rows = static_cast<double>(found.rows.size());
+                }
+                answer("search, six letters rows", us, rows);
+            }
+            std::filesystem::remove(copy);
+        })
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(50);
+}
+
+void listings(const std::string& task, const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+        double rows = 0, olives = 0;
+        for ([[maybe_unused]] auto _ : state) {
+            const jet::Selection found = jet::select(**session, month);
+            olives = readAll(found, 1);
+            rows = static_cast<double>(found.rows.size());
+        }
+        answer("month rows", us, rows);
+        answer("month olives", us, olives);
+    })->Unit(benchmark::kMillisecond);
+}
+
+double number(const jet::Value& value)
+{
+    if (const auto* money = std::get_if<jet::Currency>(&value)) return static_cast<double>(money->tenThousandths) / 1e4;
+    return std::get<double>(value);
+}
+
+void fourSums(const std::string& task, const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+        jet::Selection sum;
+        for ([[maybe_unused]] auto _ : state) sum = jet::select(**session, sums);
+        for (std::size_t i = 0; i < 4; ++i) answer("sum " + std::to_string(i), us, number(sum.aggregates.at(i)));
+    })->Unit(benchmark::kMillisecond);
+}
+
+/// What presva-mdb export does, into nothing.
+void exports(const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name("export", us).c_str(), [=](benchmark::State& state) {
+        const int nowhere = ::open("/dev/null", O_WRONLY);
+        std::size_t rows = 0;
+        for ([[maybe_unused]] auto _ : state) {
+            tools::Output out(nowhere);
+            rows = 0;
+            for (const char16_t* name : {u"Cari", u"Hareket"}) {
+                const jet::Table& table = (**session).table(name);
+                tools::FieldWriter writer(out);
+                table.forEachRow([&](jet::RowId, const jet::RowView& row) {
+                    for (std::size_t field = 0; field < table.columns().size(); ++field) {
+                        if (field > 0) out.put(',');
+                        writer.put(row, field, table.columns()[field]);
+                    }
+                    tools::putCsvLineEnd(out);
+                    ++rows;
+                    return true;
+                });
+            }
+            out.flush();
+        }
+        ::close(nowhere);
+        answer("export rows", us, static_cast<double>(rows));
+    })->Unit(benchmark::kMillisecond);
+}
+
+void appends(const std::string& task, const std::filesystem::path& original)
+{
+    benchmark::RegisterBenchmark(
+        comparison::name(task, us).c_str(),
+        [=](benchmark::State& state) {
+            std::filesystem::path copy = original;
+            copy.replace_filename("append.mdb");
+            std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+            const auto customers = mill::customers();
+            {
+                const auto database = jet::Database::open(platform::systemDisk(), copy);
+                jet::Table& journal = database->table(u"Hareket");
+                std::mt19937 random(3);
+                double moment = 45300;
+                // The first write checks the whole table; it is a task of its own.
+                journal.insert(fieldsOf(mill::nextPressing(random, moment), customers));
+                for ([[maybe_unused]] auto _ : state)
+                    journal.insert(fieldsOf(mill::nextPressing(random, moment += 0.001), customers));
+            }
+            std::filesystem::remove(copy);
+        })
+        ->Unit(benchmark::kMillisecond)
+        ->MinTime(2);
+}
+
+void firstWrites(const std::string& task, const std::filesystem::path& original)
+{
+    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), original);
+            if (const auto why = database->table(u"Hareket").whyReadOnly()) throw std::runtime_error(*why);
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void opens(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("open, first row", us).c_str(), [=](benchmark::State& state) {
+        double olives = 0;
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
+            database->table(u"Hareket").forEachRow([&](jet::RowId, const jet::RowView& row) {
+                olives = *row.number(1);
+                return false;
+            });
+        }
+        answer("first olives", us, olives);
+    })->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(comparison::name("open, four sums", us).c_str(), [=](benchmark::State& state) {
+        jet::Selection sum;
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
+            sum = jet::select(*database, sums);
+        }
+        answer("sum 0", us, number(sum.aggregates.at(0)));
+    })->Unit(benchmark::kMillisecond);
+}
+
+} // namespace
+
+void prepareJet(const Files& files)
+{
+    make(files.plain(), false);
+    make(files.indexed(), true);
+}
+
+void registerJet(const Files& files)
+{
+    const auto plain = std::make_shared<Session>(files.plain()), indexed = std::make_shared<Session>(files.indexed());
+    searches("search, two letters", mill::twoLetters, plain);
+    searches("search, six letters", mill::sixLetters, plain);
+    searchesAfterChange(files.plain());
+    listings("one month", plain);
+    listings("one month, indexed", indexed);
+    fourSums("four sums", plain);
+    fourSums("four sums, indexed", indexed);
+    exports(plain);
+    opens(files.plain());
+    firstWrites("first write", files.plain());
+    firstWrites("first write, indexed", files.indexed());
+    appends("append", files.plain());
+    appends("append, indexed", files.indexed());
+}
+
+} // namespace sides
