@@ -352,8 +352,11 @@ void CheckTest::manyFaultsAreCountedNotListed()
     {
         Transaction change(patient.pager());
         for (const PageNo page : mapPages(patient.pager(), patient.large().definition.owned))
-            for (unsigned slot = 0; slot < *slotCount(patient.pager().read(page)); ++slot)
-                patient.poke(page, slotAt(patient.pager().read(page), slot)->offset, {99});
+            for (unsigned slot = 0; slot < *slotCount(patient.pager().read(page)); ++slot) {
+                // The slot of a row that is gone may stand at the very end of the page, with no byte to change.
+                const auto offset = slotAt(patient.pager().read(page), slot)->offset;
+                if (offset < pageSize) patient.poke(page, offset, {99});
+            }
         change.commit();
     }
     patient.states.clear();
