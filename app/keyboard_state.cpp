@@ -6,6 +6,16 @@
 
 namespace app {
 
+namespace {
+
+class UnknownKeyboard final : public platform::Keyboard {
+public:
+    std::optional<bool> toggled(std::uint32_t /*key*/) override { return std::nullopt; }
+    void send(std::uint32_t /*key*/, std::uint32_t /*flags*/) override {}
+};
+
+} // namespace
+
 bool KeyboardState::CapsOku() { return keyboard_.toggled(platform::capsLockKey).value_or(false); }
 
 void KeyboardState::CapsAyarla(bool& wanted)
@@ -23,6 +33,12 @@ void KeyboardState::CapsBas()
 void KeyboardState::TusGonder(std::int32_t key, std::int32_t flags)
 {
     keyboard_.send(static_cast<std::uint32_t>(key), static_cast<std::uint32_t>(flags));
+}
+
+std::unique_ptr<platform::Keyboard> keyboardOf(QStringView platformName)
+{
+    if (platformName == u"xcb" || platformName == u"windows") return platform::systemKeyboard();
+    return std::make_unique<UnknownKeyboard>();
 }
 
 QString IlkHarfBuyut(QStringView caption)

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <memory>
 
 namespace app {
 
@@ -22,6 +23,11 @@ public:
 private:
     platform::Keyboard& keyboard_;
 };
+
+/// The keyboard that belongs to the windows of this platform plug-in ("xcb", "windows", "offscreen" ...). Where no
+/// person's keyboard stands behind the windows, nothing is known of it and nothing is ever sent: a screen that is not
+/// there must not press keys on one that is.
+std::unique_ptr<platform::Keyboard> keyboardOf(QStringView platformName);
 
 /// What becomes of the active label's caption when its first letter is made a capital: i ı ö ğ ş by hand, leaving the
 /// rest as it was; every other text goes through base::properCase, which capitalises every word.

@@ -1,6 +1,7 @@
 // Mendrik Presva: starts the one screen on the database of the program's directory.
 
 #include "app/form1.h"
+#include "app/keyboard_state.h"
 #include "app/message_boxes.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
@@ -49,7 +50,7 @@ int main(int argc, char** argv)
     app::MessageBoxes boxes;
     app::SettingsStore settings;
     store::JetDatabases databases(platform::systemDisk());
-    const std::unique_ptr<platform::Keyboard> keyboard = platform::systemKeyboard();
+    const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
     const QString directory = QDir(parser.value(dir)).absolutePath();
     store::SlipNotes slips(platform::systemDisk(), (directory + QStringLiteral("/Yag.mdb")).toStdU16String());

@@ -1,6 +1,8 @@
 #include "app/keyboard_state.h"
 #include "base/letters.h"
 #include <QTest>
+#include <X11/Xlib.h> // after Qt: Xlib's macros break its headers
+#include <memory>
 #include <vector>
 
 using namespace app;
@@ -25,6 +27,12 @@ public:
     QString sent;
 };
 
+/// An X server forgets its keyboard when its last client leaves; held open, this connection keeps it.
+struct CloseDisplay {
+    void operator()(Display* display) const { XCloseDisplay(display); }
+};
+using HeldServer = std::unique_ptr<Display, CloseDisplay>;
+
 /// Types letters on the small-letter keypad: every key appends, then the first letter is made a capital.
 QStringList typed(QStringView keys, QString caption = {})
 {
@@ -43,6 +51,9 @@ private slots:
     void capsLockIsPressedOnlyWhenItDiffers_data();
     void capsLockIsPressedOnlyWhenItDiffers();
     void unreadableKeyboardCountsAsOff();
+    void windowsThatNobodySeesLeaveTheRealKeyboardAlone_data();
+    void windowsThatNobodySeesLeaveTheRealKeyboardAlone();
+    void windowsOnAnXServerFollowItsKeyboard();
     void firstLetterBecomesACapital_data();
     void firstLetterBecomesACapital();
     void namesGrowKeyByKey_data();
@@ -84,6 +95,40 @@ void KeyboardStateTest::unreadableKeyboardCountsAsOff()
     RecordingKeyboard keyboard;
     keyboard.state.reset();
     QVERIFY(!KeyboardState(keyboard).CapsOku());
+}
+
+void KeyboardStateTest::windowsThatNobodySeesLeaveTheRealKeyboardAlone_data()
+{
+    QTest::addColumn<QString>("platformName");
+    for (const char* name : {"offscreen", "minimal", "vnc", "wayland", ""}) QTest::newRow(name) << QString(name);
+}
+
+void KeyboardStateTest::windowsThatNobodySeesLeaveTheRealKeyboardAlone()
+{
+    QFETCH(QString, platformName);
+    const HeldServer held(XOpenDisplay(nullptr));
+    const auto real = platform::systemKeyboard();
+    const auto before = real->toggled(platform::capsLockKey);
+    const auto keyboard = keyboardOf(platformName);
+
+    QVERIFY(!keyboard->toggled(platform::capsLockKey).has_value());
+    KeyboardState(*keyboard).CapsBas();
+    bool wanted = !before.value_or(false);
+    KeyboardState(*keyboard).CapsAyarla(wanted);
+    QCOMPARE(real->toggled(platform::capsLockKey), before);
+}
+
+void KeyboardStateTest::windowsOnAnXServerFollowItsKeyboard()
+{
+    const HeldServer held(XOpenDisplay(nullptr));
+    const auto real = platform::systemKeyboard();
+    const auto before = real->toggled(platform::capsLockKey);
+    if (!before) QSKIP("There is no X server here; ./test starts a virtual one.");
+    const auto keyboard = keyboardOf(u"xcb");
+    for (bool wanted : {!*before, *before}) {
+        KeyboardState(*keyboard).CapsAyarla(wanted);
+        QCOMPARE(real->toggled(platform::capsLockKey), wanted);
+    }
 }
 
 void KeyboardStateTest::firstLetterBecomesACapital_data()
