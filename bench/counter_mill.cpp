@@ -1,0 +1,58 @@
+#include "bench/counter_mill.h"
+
+#include "bench/mill.h"
+#include "platform/system_disk.h"
+#include "store/jet/database.h"
+#include "store/mill_tables.h"
+
+#include <QDir>
+#include <QFile>
+#include <cstdio>
+
+namespace counter_mill {
+namespace {
+
+void fill(jet::Database& database)
+{
+    jet::Transaction change(database.pager());
+    const std::vector<mill::Customer> customers = mill::customers();
+    jet::Table& registerTable = database.table(u"Cari");
+    for (const mill::Customer& customer : customers)
+        registerTable.insert({{0, customer.name},
+                              {1, static_cast<double>(customer.share)},
+                              {2, customer.container},
+                              {3, static_cast<double>(customer.fee) / 10000}});
+    jet::Table& journal = database.table(u"Hareket");
+    mill::pressings([&](const mill::Pressing& pressing) {
+        journal.insert({{0, jet::DateTime{pressing.moment}},
+                        {1, pressing.olives},
+                        {2, pressing.oil},
+                        {3, static_cast<double>(pressing.share)},
+                        {4, pressing.entitlement},
+                        {5, static_cast<double>(pressing.fee) / 10000},
+                        {6, customers[pressing.customer].name}});
+    });
+    change.commit();
+}
+
+} // namespace
+
+bool prepare(const QString& folder)
+{
+    QDir().mkpath(folder);
+    const QString path = QDir(folder).filePath("Yag.mdb");
+    if (QFile::exists(path)) return true;
+    try {
+        const QString unfinished = path + ".new";
+        QFile::remove(unfinished);
+        const std::filesystem::path file = unfinished.toStdU16String();
+        store::createMillDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
+        fill(*jet::Database::open(platform::systemDisk(), file));
+        return QFile::rename(unfinished, path);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return false;
+    }
+}
+
+} // namespace counter_mill

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+/// The database of a mill with a long life, as the program itself would have made it.
+namespace counter_mill {
+
+/// Makes FOLDER/Yag.mdb with 100,000 customers and 1,000,000 pressings unless it is there. False, with a sentence on
+/// standard error, when that fails.
+bool prepare(const QString& folder);
+
+} // namespace counter_mill
