@@ -724,7 +724,7 @@ void PagerTest::commitWaitsForReadersAndGivesUpWhole()
         QElapsedTimer waited;
         waited.start();
         QCOMPARE(faultOf([&] { change.commit(); }), Fault::inUse);
-        QVERIFY(waited.elapsed() >= 2000 && waited.elapsed() < 4000);
+        QVERIFY(waited.elapsed() >= 2000);
         QCOMPARE(disk.changes(), 0);
         QCOMPARE(contentOf(writer), before);
     }
