@@ -53,24 +53,6 @@ base::RuntimeError notSaved(const QString& file)
     return {base::errors::pathAccess, u"Ayar kaydedilemedi: "_s + QDir::toNativeSeparators(file)};
 }
 
-#ifdef Q_OS_WIN
-
-std::optional<QString> stored(const QString& branch, const QString& section, const QString& key)
-{
-    QSettings settings(branch, QSettings::NativeFormat);
-    return valueIn(settings, section, key);
-}
-
-void store(const QString& branch, const QString& section, const QString& key, const QString& text)
-{
-    QSettings settings(branch, QSettings::NativeFormat);
-    settings.setValue(pathIn(settings, section, key), text);
-    settings.sync();
-    if (settings.status() != QSettings::NoError) throw notSaved(branch);
-}
-
-#else
-
 QString previousOf(const QString& file) { return file + ".previous"_L1; }
 QString damagedOf(const QString& file) { return file + ".damaged"_L1; }
 
@@ -148,35 +130,42 @@ void store(const QString& file, const QString& section, const QString& key, cons
     if (settings.status() != QSettings::NoError) throw notSaved(file);
 }
 
-#endif
+/// Where such programs have always kept their settings.
+std::u16string branchOf(const QString& application, const QString& section)
+{
+    return (u"Software\\VB and VBA Program Settings\\"_s + application + u'\\' + section).toStdU16String();
+}
 
 } // namespace
 
 SettingsStore::SettingsStore()
-    : folder_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/mendrik-presva"_L1)
+    : registry_(platform::userRegistry()),
+      folder_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/mendrik-presva"_L1)
 {
 }
 
 SettingsStore::SettingsStore(QString folder) : folder_(std::move(folder)) {}
 
-QString SettingsStore::fileOf(const QString& application) const
-{
-#ifdef Q_OS_WIN
-    return u"HKEY_CURRENT_USER\\Software\\VB and VBA Program Settings\\"_s + application;
-#else
-    return folder_ + u'/' + application + ".ini"_L1;
-#endif
-}
+SettingsStore::SettingsStore(std::unique_ptr<platform::Registry> registry) : registry_(std::move(registry)) {}
+
+QString SettingsStore::fileOf(const QString& application) const { return folder_ + u'/' + application + ".ini"_L1; }
 
 QString SettingsStore::get(const QString& application, const QString& section, const QString& key,
                            const QString& otherwise) const
 {
-    return stored(fileOf(application), section, key).value_or(otherwise);
+    if (!registry_) return stored(fileOf(application), section, key).value_or(otherwise);
+    const auto text = registry_->text(branchOf(application, section), key.toStdU16String());
+    return text ? QString::fromStdU16String(*text) : otherwise;
 }
 
 void SettingsStore::save(const QString& application, const QString& section, const QString& key, const QString& text)
 {
-    store(fileOf(application), section, key, text);
+    if (!registry_) return store(fileOf(application), section, key, text);
+    try {
+        registry_->setText(branchOf(application, section), key.toStdU16String(), text.toStdU16String());
+    } catch (const platform::RegistryError& error) {
+        throw notSaved(application + u": "_s + QString::fromUtf8(error.what()));
+    }
 }
 
 bool SettingsStore::flag(const QString& application, const QString& section, const QString& key, bool otherwise) const

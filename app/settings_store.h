@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/registry.h"
 #include <QString>
 #include <QStringView>
+#include <memory>
 
 namespace app {
 
@@ -19,8 +21,9 @@ namespace app {
 /// must not be read or written makes saving fail with error 75 (base::errors::pathAccess).
 class SettingsStore {
 public:
-    SettingsStore(); ///< in the user's configuration folder
-    explicit SettingsStore(QString folder);
+    SettingsStore(); ///< the user's own: the registry where there is one, else files in the configuration folder
+    explicit SettingsStore(QString folder); ///< files in that folder
+    explicit SettingsStore(std::unique_ptr<platform::Registry> registry);
 
     QString get(const QString& application, const QString& section, const QString& key, const QString& otherwise) const;
     void save(const QString& application, const QString& section, const QString& key, const QString& text);
@@ -32,6 +35,7 @@ public:
 private:
     QString fileOf(const QString& application) const;
 
+    std::unique_ptr<platform::Registry> registry_; ///< null: files
     QString folder_;
 };
 

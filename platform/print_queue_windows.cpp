@@ -13,6 +13,10 @@ namespace platform {
 
 namespace {
 
+// Commands of SetJob that not every header knows by name: keep a printed job listed; let it go again.
+constexpr DWORD retainJob = 8;
+constexpr DWORD releaseJob = 9;
+
 std::wstring wide(const std::string& text)
 {
     const int length = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
@@ -126,8 +130,11 @@ public:
         }
     }
 
+    ~SpoolerQueue() override { letGoOfPrinted(); }
+
     int createJob(const JobTicket& ticket) override
     {
+        letGoOfPrinted();
         printer_ = open(wide(ticket.queue));
         if (!printer_) fail("open printer");
         std::wstring title = wide(ticket.title);
@@ -135,6 +142,13 @@ public:
         DOC_INFO_1W document{title.data(), nullptr, type};
         job_ = ::StartDocPrinterW(printer_.get(), 1, reinterpret_cast<LPBYTE>(&document));
         if (job_ == 0) fail("create job");
+        // A printed job leaves the list, and then nobody could tell any more that it was taken.
+        if (!::SetJobW(printer_.get(), job_, 0, nullptr, retainJob)) {
+            const DWORD code = ::GetLastError();
+            cancelJob(static_cast<int>(job_));
+            ::SetLastError(code);
+            fail("keep job listed");
+        }
         return static_cast<int>(job_);
     }
 
@@ -157,24 +171,59 @@ public:
     void finishDocument() override
     {
         if (!::EndPagePrinter(printer_.get()) || !::EndDocPrinter(printer_.get())) fail("finish document");
-        job_ = 0;
+        printed_ = std::exchange(job_, 0);
     }
 
     void cancelJob(int job) noexcept override
     {
-        if (!printer_) return;
-        if (job_ != 0 && static_cast<DWORD>(job) == job_) {
+        if (printer_ && job_ != 0 && static_cast<DWORD>(job) == job_) {
             ::AbortPrinter(printer_.get());
             job_ = 0;
         }
-        ::SetJobW(printer_.get(), static_cast<DWORD>(job), 0, nullptr, JOB_CONTROL_DELETE);
+        control(static_cast<DWORD>(job), JOB_CONTROL_DELETE);
+    }
+
+    bool documentTaken(int job) noexcept override
+    {
+        try {
+            const Printer printer = openQueue();
+            if (!printer) return false;
+            DWORD size = 0;
+            ::GetJobW(printer.get(), static_cast<DWORD>(job), 1, nullptr, 0, &size);
+            std::vector<BYTE> answer(size);
+            if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size))
+                return false;
+            const DWORD status = reinterpret_cast<const JOB_INFO_1W*>(answer.data())->Status;
+            return (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
+        } catch (const std::exception&) {
+            return false;
+        }
     }
 
 private:
+    std::wstring queueName() const { return choice_.queue.empty() ? defaultQueue() : wide(choice_.queue); }
+    Printer openQueue() const { return open(queueName()); }
+
+    /// Of a job of whatever process: on the queue itself, for the handle of the last job may be of another one.
+    void control(DWORD job, DWORD command) const noexcept
+    {
+        try {
+            if (const Printer printer = openQueue()) ::SetJobW(printer.get(), job, 0, nullptr, command);
+        } catch (const std::exception&) {
+            // Out of memory: the job stays listed, which harms nobody.
+        }
+    }
+
+    /// Whoever goes on to the next job, or leaves, has settled the last one: it may leave the list.
+    void letGoOfPrinted() noexcept
+    {
+        if (printed_ != 0) control(std::exchange(printed_, 0), releaseJob);
+    }
+
     QueueState findState() const
     {
         QueueState result;
-        const std::wstring name = choice_.queue.empty() ? defaultQueue() : wide(choice_.queue);
+        const std::wstring name = queueName();
         result.queue = narrow(name);
         if (name.empty()) return result;
         const Printer printer = open(name);
@@ -195,8 +244,9 @@ private:
     }
 
     PrintQueueChoice choice_;
-    Printer printer_; ///< of the job created last
-    DWORD job_ = 0;   ///< until it is finished
+    Printer printer_;   ///< of the job created last
+    DWORD job_ = 0;     ///< until it is finished
+    DWORD printed_ = 0; ///< finished, and kept in the queue's list
 };
 
 } // namespace

@@ -55,9 +55,6 @@ std::vector<std::string> usbAdapters(const fs::path& devices)
 std::optional<fs::path> serialPort(int number, const SerialPortPlaces& places)
 {
     if (number < firstSerialPort || number > lastSerialPort) return std::nullopt;
-#ifdef _WIN32
-    return fs::path("COM" + std::to_string(number));
-#else
     std::error_code ignored;
     const fs::path link = places.programDirectory / ("com" + std::to_string(number));
     if (fs::symlink_status(link, ignored).type() == fs::file_type::symlink) return link;
@@ -70,7 +67,6 @@ std::optional<fs::path> serialPort(int number, const SerialPortPlaces& places)
     const int adapter = number - firstUsbPort;
     if (adapter < 0 || adapter >= static_cast<int>(adapters.size())) return std::nullopt;
     return places.devices / adapters[static_cast<std::size_t>(adapter)];
-#endif
 }
 
 fs::path realDevice(const fs::path& path)
@@ -79,5 +75,7 @@ fs::path realDevice(const fs::path& path)
     const fs::path real = fs::weakly_canonical(path, failed);
     return failed ? path : real;
 }
+
+bool twoStopBitsLastOneAndAHalf() { return true; }
 
 } // namespace platform

@@ -27,4 +27,8 @@ std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlac
 /// The device that a path stands for after all links, for showing to people.
 std::filesystem::path realDevice(const std::filesystem::path& path);
 
+/// How one and a half stop bits, which only lines of 5 data bits have, are asked for: a terminal line of such bytes is
+/// told "two" and sends one and a half; elsewhere there is a word of its own for it.
+bool twoStopBitsLastOneAndAHalf();
+
 } // namespace platform

@@ -1,5 +1,7 @@
 #include "scale/serial_device.h"
 
+#include "platform/serial_ports.h"
+
 #include "scale/comm_control.h"
 #include <QFileInfo>
 #include <QFileSystemWatcher>
@@ -36,13 +38,8 @@ QSerialPort::StopBits stopBitsOf(StopBits stopBits)
     case StopBits::oneAndHalf:
         break;
     }
-#ifdef Q_OS_WIN
-    return QSerialPort::OneAndHalfStop;
-#else
-    // With 5 data bits (the only ones allowed here) the "two stop bits" of a terminal line last one and a half, while
-    // the library's own value for it is accepted and then ignored.
-    return QSerialPort::TwoStop;
-#endif
+    // The library's own word is accepted everywhere, and ignored where the system has none for it.
+    return platform::twoStopBitsLastOneAndAHalf() ? QSerialPort::TwoStop : QSerialPort::OneAndHalfStop;
 }
 
 QSerialPort::FlowControl flowOf(FlowControl flow)

@@ -5,9 +5,12 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <map>
+#include <utility>
 
 using namespace app;
 using namespace Qt::StringLiterals;
+using namespace std::string_literals;
 
 namespace {
 
@@ -23,6 +26,24 @@ template <class Action> QString outcomeOf(Action&& action)
         return u"E%1"_s.arg(error.number());
     }
 }
+
+/// A registry in memory, which can be told to refuse.
+class PaperRegistry final : public platform::Registry {
+public:
+    std::optional<std::u16string> text(const std::u16string& branch, const std::u16string& name) override
+    {
+        const auto found = texts.find({branch, name});
+        return found == texts.end() ? std::nullopt : std::optional(found->second);
+    }
+    void setText(const std::u16string& branch, const std::u16string& name, const std::u16string& text) override
+    {
+        if (refusing) throw platform::RegistryError("set value: error 5");
+        texts[{branch, name}] = text;
+    }
+
+    std::map<std::pair<std::u16string, std::u16string>, std::u16string> texts;
+    bool refusing = false;
+};
 
 } // namespace
 
@@ -54,6 +75,8 @@ private slots:
     void damagedFileWithoutPreviousCopyIsKept();
     void failedSavingIsAnErrorAndChangesNothing();
     void folderThatCannotBeMadeIsAnError();
+    void registryTakesThePlaceOfFiles();
+    void refusalOfTheRegistryIsAnError();
 
 private:
     QString file() const { return folder_->filePath(u"Mendrik Presva.ini"_s); }
@@ -278,10 +301,38 @@ void SettingsStoreTest::failedSavingIsAnErrorAndChangesNothing()
 void SettingsStoreTest::folderThatCannotBeMadeIsAnError()
 {
     write("a file, not a folder");
-    const SettingsStore inFile(file() + "/below"_L1);
-    SettingsStore writable = inFile;
+    SettingsStore inFile(file() + "/below"_L1);
     QCOMPARE(outcomeOf([&] {
-                 writable.save(title, properties, u"Font"_s, u"Courier"_s);
+                 inFile.save(title, properties, u"Font"_s, u"Courier"_s);
+                 return u"saved"_s;
+             }),
+             u"E75"_s);
+}
+
+void SettingsStoreTest::registryTakesThePlaceOfFiles()
+{
+    auto owned = std::make_unique<PaperRegistry>();
+    PaperRegistry& registry = *owned;
+    SettingsStore store(std::move(owned));
+    const std::pair place(u"Software\\VB and VBA Program Settings\\Mendrik Presva\\Properties"s, u"Settings"s);
+
+    QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), u"absent"_s);
+    store.save(title, properties, u"Settings"_s, u"9600,n,8,1"_s);
+    QCOMPARE(registry.texts.size(), std::size_t{1});
+    QVERIFY(registry.texts.at(place) == u"9600,n,8,1");
+    registry.texts[place] = u"";
+    QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), QString());
+    store.saveFlag(title, properties, u"Baglan"_s, true);
+    QVERIFY(store.flag(title, properties, u"Baglan"_s));
+}
+
+void SettingsStoreTest::refusalOfTheRegistryIsAnError()
+{
+    auto registry = std::make_unique<PaperRegistry>();
+    registry->refusing = true;
+    SettingsStore store(std::move(registry));
+    QCOMPARE(outcomeOf([&] {
+                 store.save(title, properties, u"Settings"_s, u"1"_s);
                  return u"saved"_s;
              }),
              u"E75"_s);

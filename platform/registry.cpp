@@ -1,0 +1,7 @@
+#include "platform/registry.h"
+
+namespace platform {
+
+std::unique_ptr<Registry> userRegistry() { return nullptr; }
+
+} // namespace platform

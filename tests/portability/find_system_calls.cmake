@@ -1,0 +1,22 @@
+# Only platform/ knows the operating system: no other room asks which one it is compiled for or includes its headers.
+# (tools/ stands apart: what plays a scale needs a pseudo-terminal and is made for POSIX systems only.)
+# usage: cmake -D SOURCE=FOLDER -P find_system_calls.cmake
+set(found)
+set(looked_at 0)
+foreach(room app base pressing print reports scale store)
+    file(GLOB_RECURSE sources ${SOURCE}/${room}/*.cpp ${SOURCE}/${room}/*.h)
+    foreach(source ${sources})
+        math(EXPR looked_at "${looked_at} + 1")
+        file(STRINGS ${source} lines REGEX
+            "^ *# *(include <(unistd|fcntl|io|termios|poll|pty|signal|csignal|pwd|dlfcn|windows|winspool|sys/[a-z]+|X11/.*|cups/.*)\\.?h?>|(if|ifdef|ifndef|elif).*(_WIN32|Q_OS_|__linux__|__unix__|__APPLE__))")
+        foreach(line ${lines})
+            string(APPEND found "${source}: ${line}\n")
+        endforeach()
+    endforeach()
+endforeach()
+if(looked_at EQUAL 0)
+    message(FATAL_ERROR "No sources in ${SOURCE}.")
+endif()
+if(found)
+    message(FATAL_ERROR "These belong behind a door in platform/:\n${found}")
+endif()
