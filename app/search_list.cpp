@@ -2,6 +2,7 @@
 #include "app/colour.h"
 #include "app/painting.h"
 #include "app/search_list_access.h"
+#include "base/error.h"
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -54,6 +55,17 @@ void SearchList::refill()
     fitHeight();
     updateRange();
     viewport()->update();
+}
+
+QString SearchList::rowText(int row) const
+{
+    if (!rowText_) return {};
+    try {
+        return rowText_(row);
+    } catch (const base::RuntimeError&) {
+        // Asked while painting or by a reader for the blind: there is no action that could report it.
+        return {};
+    }
 }
 
 void SearchList::setRowHeight(int pixels)
@@ -226,7 +238,7 @@ void SearchList::paintEvent(QPaintEvent*)
             painter.fillRect(line, painting::chosen);
         painter.setPen(chosen && row != downRow_ ? QColor(Qt::white) : painting::ink);
         painter.drawText(line.adjusted(14, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
-                         painter.fontMetrics().elidedText(rowText_(row), Qt::ElideRight, line.width() - 22));
+                         painter.fontMetrics().elidedText(rowText(row), Qt::ElideRight, line.width() - 22));
         painter.setPen(QColor(0xCF, 0xD8, 0xDC));
         painter.drawLine(line.bottomLeft(), line.bottomRight());
     }

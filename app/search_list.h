@@ -10,7 +10,8 @@ namespace app {
 /// register of any size costs the same. Dragging scrolls, a tap picks.
 ///
 /// The rows are seen through two callbacks; they must answer until others are set. After the rows behind them have
-/// changed, call refill().
+/// changed, call refill(). A row that was deleted meanwhile makes `text` throw base::RuntimeError: it is shown empty,
+/// and picking it ends in that error.
 class SearchList : public Control<QAbstractScrollArea> {
     Q_OBJECT
 
@@ -31,7 +32,7 @@ public:
     void choose(int row);
 
     int rowCount() const { return count_; }
-    QString rowText(int row) const { return rowText_ ? rowText_(row) : QString(); }
+    QString rowText(int row) const; ///< as it is shown
     void setRowHeight(int pixels);
     int rowHeight() const { return rowHeight_; }
     /// The list reaches at most from its top to that line of its container, and is never taller than its rows need.

@@ -1,0 +1,195 @@
+#pragma once
+
+#include "tests/app/screen_fixture.h"
+#include <QTest>
+#include <functional>
+
+/// A printer that keeps what it took over, and fails where a test wants it to.
+class PaperPrinter : public print::PrintTarget {
+public:
+    enum class Fault { none, paper, create, send };
+
+    print::Paper paper() override
+    {
+        if (const auto asked = std::exchange(onPaper, nullptr)) asked();
+        failAt(Fault::paper);
+        return print::Paper::slipRoll80();
+    }
+    int createJob(const print::Document&) override
+    {
+        failAt(Fault::create);
+        return ++jobs;
+    }
+    void sendAndFinish(int job, const print::Document&) override
+    {
+        failAt(Fault::send);
+        sent << job;
+    }
+    void cancel(int job) noexcept override { cancelled << job; }
+    bool taken(int job) noexcept override { return sent.contains(job); }
+    QString stateText() noexcept override { return {}; }
+
+    Fault fault = Fault::none;
+    std::function<void()> onPaper; ///< runs once, when the next job begins
+    int jobs = 0;
+    QList<int> sent, cancelled;
+
+private:
+    void failAt(Fault step) const
+    {
+        if (fault == step) throw base::runtimeError(base::errors::printer);
+    }
+};
+
+/// The mill's database, whose every write can be watched and made to fail.
+class WatchedDatabases : public store::Databases {
+public:
+    explicit WatchedDatabases(store::Databases& behind) : behind_(behind) {}
+
+    std::shared_ptr<store::Engine> open(const QString& path) override
+    {
+        return std::make_shared<Watched>(behind_.open(path), *this);
+    }
+
+    QString refused;    ///< table whose rows cannot be inserted or updated
+    QStringList writes; ///< what was written, in order: "insert Cari" ...
+
+private:
+    class Watched : public store::Engine {
+    public:
+        Watched(std::shared_ptr<store::Engine> behind, WatchedDatabases& watch)
+            : behind_(std::move(behind)), watch_(watch)
+        {
+        }
+        store::Listing open(const QString& source) override { return behind_->open(source); }
+        store::FieldValue field(const store::Listing& listing, store::RowKey row, int position) override
+        {
+            return behind_->field(listing, row, position);
+        }
+        store::RowKey insert(const store::Listing& listing, const store::Assignments& values) override
+        {
+            note("insert ", listing);
+            return behind_->insert(listing, values);
+        }
+        void update(const store::Listing& listing, store::RowKey row, const store::Assignments& values) override
+        {
+            note("update ", listing);
+            behind_->update(listing, row, values);
+        }
+        void erase(const store::Listing& listing, store::RowKey row) override
+        {
+            note("erase ", listing);
+            behind_->erase(listing, row);
+        }
+        std::vector<store::RowKey> matching(const store::Listing& listing, const QString& criteria) override
+        {
+            return behind_->matching(listing, criteria);
+        }
+        std::size_t execute(const QString& sql) override
+        {
+            watch_.writes << sql;
+            return behind_->execute(sql);
+        }
+        QList<store::FieldValue> aggregate(const QString& sql) override { return behind_->aggregate(sql); }
+        std::unique_ptr<store::ChangeScope> change() override { return behind_->change(); }
+
+    private:
+        void note(const char* action, const store::Listing& listing)
+        {
+            if (listing.table == watch_.refused) throw base::runtimeError(base::errors::databaseFault);
+            watch_.writes << QLatin1String(action) + listing.table;
+        }
+
+        std::shared_ptr<store::Engine> behind_;
+        WatchedDatabases& watch_;
+    };
+
+    store::Databases& behind_;
+};
+
+/// A counter that is open for work: the screen on an empty register, with a printer and a database that can fail.
+struct Counter : World {
+    explicit Counter(const base::Regional& regional = base::Regional::turkish()) : regional(regional) {}
+
+    void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
+                     store::FieldValue Nakit = {})
+    {
+        add(QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
+    }
+    void addPressing(const QString& name)
+    {
+        add(QStringLiteral("Hareket"), {store::FieldValue::date(now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
+    }
+
+    /// The rows of a table, each as its fields between bars; Null is "-".
+    QStringList rows(const QString& table)
+    {
+        const auto engine = databases.open(file());
+        const store::Listing listing = engine->open(table);
+        QStringList all;
+        for (const store::RowKey row : listing.rows) {
+            QStringList fields;
+            for (int i = 0; i < static_cast<int>(listing.fields.size()); ++i) {
+                const store::FieldValue value = engine->field(listing, row, i);
+                fields << (value.isNull() ? QStringLiteral("-") : value.toCell(base::Regional::turkish()));
+            }
+            all << fields.join(u'|');
+        }
+        return all;
+    }
+
+    /// Keypad keys, one after another, by their captions; a blank is the space key.
+    void keys(const QString& text)
+    {
+        for (const QChar letter : text) key(letter == u' ' ? QStringLiteral("Boşluk") : QString(letter));
+    }
+    void key(const QString& caption)
+    {
+        for (app::KeyLabel* label : form.Label1)
+            if (label->caption().trimmed() == caption) return click(label);
+        qFatal("no key '%s'", qPrintable(caption));
+    }
+    static void click(QWidget* control) { QTest::mouseClick(control, Qt::LeftButton); }
+    void pick(const QString& name)
+    {
+        for (int row = 0; row < form.dbListe1->rowCount(); ++row)
+            if (form.dbListe1->rowText(row) == name) return form.dbListe1->pick(row);
+        qFatal("no entry '%s'", qPrintable(name));
+    }
+
+    /// A customer at the first station with a tonne of olives, in cash.
+    void pressingOf(const QString& name)
+    {
+        click(form.YeniCmd[0]);
+        key(QStringLiteral("Sil"));
+        keys(name);
+        click(form.Label2[0]);
+        key(QStringLiteral("Sil"));
+        keys(QStringLiteral("1000"));
+    }
+
+    QString file() const { return folder.filePath(QStringLiteral("Yag.mdb")); }
+
+    base::Regional regional;
+    PaperPrinter paper;
+    WatchedDatabases watched{databases};
+    app::Form1 form{{.prompt = prompt,
+                     .settings = settings,
+                     .regional = regional,
+                     .directory = folder.path(),
+                     .executable = QStringLiteral("presva"),
+                     .databases = watched,
+                     .printer = paper,
+                     .slips = slips,
+                     .keyboard = keyboard,
+                     .now = [this] { return now; }}};
+
+private:
+    void add(const QString& table, const std::vector<store::FieldValue>& values)
+    {
+        const auto engine = databases.open(file());
+        store::Assignments assignments;
+        for (std::size_t i = 0; i < values.size(); ++i) assignments.emplace_back(static_cast<int>(i), values[i]);
+        engine->insert(engine->open(table), assignments);
+    }
+};

@@ -1,0 +1,373 @@
+#include "pressing/rules.h"
+#include "tests/app/counter_world.h"
+
+using namespace app;
+
+/// Customers at the real screen: typed, found, picked, saved and deleted.
+class CustomerRegister : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { applyTheme(*qApp); }
+
+    void switchingStationsMovesColoursKeypadAndList();
+    void openListOutlivesTheRowsThatItShows();
+    void pickedNameThatBreaksTheSearchIsReportedAndChangesNothing_data();
+    void pickedNameThatBreaksTheSearchIsReportedAndChangesNothing();
+    void starInANameDeletesExactlyThatName();
+    void savingStoresTheNameAloneAndRecallsNothing();
+    void nameTooLongForTheRegisterIsNotSaved();
+    void deletingClearsTheStationFirstAndTakesPressingsBeforeTheCustomer();
+    void deletingWithoutACurrentCustomerIsReported();
+    void termsAreRecalledOneByOne_data();
+    void termsAreRecalledOneByOne();
+    void nameThatReadsAsANumberIsReformattedByItsFee();
+    void pickLandsInTheFieldThatIsActive();
+    void weightWithoutACustomerAsksForOne_data();
+    void weightWithoutACustomerAsksForOne();
+    void emptyRegisterShowsNoList();
+    void clearedNameTurnsTheEntitlementOff();
+    void entitlementFollowsTheStation();
+};
+
+void CustomerRegister::switchingStationsMovesColoursKeypadAndList()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    for (ControlFrame* frame : form.Frame1) {
+        QVERIFY(frame->enabled());
+        QCOMPARE(frame->backColor(), colour::buttonFace);
+    }
+    for (const int station : {1, 0, 0, 1}) {
+        Counter::click(form.YeniCmd[station]);
+        QCOMPARE(form.AktifKontrol, static_cast<float>(station));
+        QCOMPARE(form.Frame1[station]->backColor(), colour::green);
+        QVERIFY(form.Frame1[station]->enabled());
+        QCOMPARE(form.Frame1[1 - station]->backColor(), colour::buttonFace);
+        QVERIFY(!form.Frame1[1 - station]->enabled());
+        QCOMPARE(form.AktifLbl, form.TxtLbl[station]);
+        QCOMPARE(form.TxtLbl[station]->backColor(), colour::cyan);
+        QCOMPARE(form.TxtLbl[1 - station]->backColor(), colour::white);
+        QCOMPARE(form.dbListe1->Left(), form.Frame1[station]->Left() + form.HakCmd[station]->Left());
+        QCOMPARE(form.dbListe1->Top(), form.Frame1[station]->Top() + form.Label2[station]->Top());
+    }
+}
+
+void CustomerRegister::openListOutlivesTheRowsThatItShows()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(QStringLiteral("Ayşe"));
+    form.start();
+    counter.keys(QStringLiteral("a"));
+    QVERIFY(form.dbListe1->visible());
+    QCOMPARE(form.dbListe1->rowCount(), 2);
+    form.CariSil->trigger();
+    QVERIFY(!form.dbListe1->grab().isNull()); // painting a row that is gone
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    form.dbListe1->pick(0);
+    QCOMPARE(counter.prompt.errors, QList<int>{3167});
+    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
+}
+
+void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndChangesNothing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("apostrophe") << QStringLiteral("Ali O'Neil");
+    QTest::newRow("opened bracket") << QStringLiteral("Ali [x");
+}
+
+void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndChangesNothing()
+{
+    QFETCH(QString, name);
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(name, 5.0, QStringLiteral("10 Litrelik Kap"), 50.0);
+    form.start();
+    counter.keys(QStringLiteral("al"));
+    counter.pick(name);
+    QCOMPARE(counter.prompt.errors, QList<int>{3075});
+    QCOMPARE(form.TxtLbl[0]->caption(), name);
+    QVERIFY(form.dbListe1->visible());
+    QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+    QCOMPARE(counter.watched.writes, QStringList());
+
+    // The screen goes on: another name is found.
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("a"));
+    QCOMPARE(form.dbListe1->rowCount(), 1);
+    QCOMPARE(counter.prompt.errors.size(), 1);
+}
+
+void CustomerRegister::starInANameDeletesExactlyThatName()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    for (const char* name : {"A*", "Ali", "Ayşe"}) {
+        counter.addCustomer(QString::fromUtf8(name));
+        counter.addPressing(QString::fromUtf8(name));
+    }
+    form.start();
+    counter.keys(QStringLiteral("a*"));
+    QCOMPARE(form.dbListe1->rowCount(), 3);
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.prompt.answer = true;
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+}
+
+void CustomerRegister::savingStoresTheNameAloneAndRecallsNothing()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali Veli"), 12.0, QStringLiteral("10 Litrelik Kap"), 100.0);
+    form.start();
+    counter.keys(QStringLiteral("ali"));
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    Counter::click(form.Label2[0]); // the name is saved, whichever field is active
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{"Ali Veli|12|10 Litrelik Kap|100", "Ali|-|-|-"}));
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), QStringLiteral("Ali"));
+    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("12"));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("100"));
+    QVERIFY(counter.prompt.questions.isEmpty());
+}
+
+void CustomerRegister::nameTooLongForTheRegisterIsNotSaved()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.run([&] { form.TxtLbl[0]->setCaption(QString(101, u'A')); });
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.prompt.errors, QList<int>{3163});
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+}
+
+void CustomerRegister::deletingClearsTheStationFirstAndTakesPressingsBeforeTheCustomer()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(QStringLiteral("Ali Veli"));
+    counter.addPressing(QStringLiteral("Ali"));
+    counter.addPressing(QStringLiteral("Ali Veli"));
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    form.KapFrm[0]->setVisible(true);
+    form.kapSayisi(0) = 4;
+
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.prompt.questions, QStringList{QStringLiteral("Kayıt Silme|Kayıt Silinecek Eminmisiniz..!")});
+    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("Ali"));
+    QCOMPARE(form.AktifLbl, form.Label2[0]);
+    QCOMPARE(counter.watched.writes, QStringList());
+
+    counter.prompt.answer = true;
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.watched.writes, (QStringList{"DELETE FROM Hareket Where CariHar='Ali'", "erase Cari"}));
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali Veli|-|-|-"});
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+    QCOMPARE(form.TxtLbl[0]->caption(), QString());
+    QCOMPARE(form.TxtLbl[0]->backColor(), colour::cyan);
+    QCOMPARE(form.Label2[0]->backColor(), colour::white);
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
+    QVERIFY(!form.YazCmd[0]->enabled());
+    QVERIFY(!form.KapFrm[0]->visible());
+    QCOMPARE(form.kapSayisi(0), 0.0f);
+    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("0 Kap"));
+    QVERIFY(!form.Kaydet->visible());
+    QVERIFY(!form.dbListe1->visible());
+}
+
+void CustomerRegister::deletingWithoutACurrentCustomerIsReported()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    form.start();
+    counter.keys(QStringLiteral("ali"));
+    form.CariSil->trigger();
+    counter.addPressing(QStringLiteral("Ali"));
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.prompt.answer = true;
+    Counter::click(form.Kaydet);
+    QCOMPARE(counter.prompt.errors, QList<int>{3167});
+    QCOMPARE(form.TxtLbl[0]->caption(), QString());
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+}
+
+void CustomerRegister::termsAreRecalledOneByOne_data()
+{
+    using store::FieldValue;
+    QTest::addColumn<QVariant>("yuzde"); // invalid: Null
+    QTest::addColumn<QVariant>("kap");
+    QTest::addColumn<QVariant>("nakit");
+    QTest::addColumn<QStringList>("shown"); // percentage, container, fee; before: 7, 20 litres, 30
+    const QVariant null;
+    QTest::newRow("all") << QVariant(12.0) << QVariant("10 Litrelik Kap") << QVariant(100.0)
+                         << QStringList{"12", "10 Litrelik Kap", "100"};
+    QTest::newRow("decimals") << QVariant(12.5) << QVariant("10 Litrelik Kap") << QVariant(1250.5)
+                              << QStringList{"12,5", "10 Litrelik Kap", "1250,5"};
+    QTest::newRow("never printed") << null << null << null << QStringList{"7", "20 Litrelik Kap", "30"};
+    QTest::newRow("no container") << QVariant(12.5) << null << QVariant(0.0)
+                                  << QStringList{"12,5", "20 Litrelik Kap", "0"};
+    QTest::newRow("blank of the first kind missing") << QVariant(12.0) << QVariant("5 Litrelik Kap") << QVariant(100.0)
+                                                     << QStringList{"12", "20 Litrelik Kap", "100"};
+    QTest::newRow("first kind") << QVariant(12.0) << QVariant(" 5 Litrelik Kap") << null
+                                << QStringList{"12", " 5 Litrelik Kap", "30"};
+}
+
+void CustomerRegister::termsAreRecalledOneByOne()
+{
+    QFETCH(QVariant, yuzde);
+    QFETCH(QVariant, kap);
+    QFETCH(QVariant, nakit);
+    Counter counter;
+    Form1& form = counter.form;
+    const auto number = [](const QVariant& value) {
+        return value.isValid() ? store::FieldValue(value.toDouble()) : store::FieldValue();
+    };
+    counter.addCustomer(QStringLiteral("Ali"), number(yuzde),
+                        kap.isValid() ? store::FieldValue(kap.toString()) : store::FieldValue(), number(nakit));
+    form.start();
+    Counter::click(form.YeniCmd[1]);
+    counter.key(QStringLiteral("z")); // clears the prompt, which resets the station
+    form.Haklbl[1]->setCaption(QStringLiteral("7"));
+    form.Combo1[1]->setListIndex(3);
+    form.NakitLbl[1]->setCaption(QStringLiteral("30"));
+    const QStringList idle = {form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()};
+    form.run([&] { form.TxtLbl[1]->setCaption(QStringLiteral("A")); });
+    QTEST((QStringList{form.Haklbl[1]->caption(), form.Combo1[1]->text(), form.NakitLbl[1]->caption()}), "shown");
+    QCOMPARE((QStringList{form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()}), idle);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void CustomerRegister::nameThatReadsAsANumberIsReformattedByItsFee()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("5"), 12.0, QStringLiteral("10 Litrelik Kap"), 12.5);
+    form.start();
+    counter.key(QStringLiteral("5"));
+    // The recalled fee is fractional: the fee's rule writes the active label, which is the name, with that pattern.
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12,5"));
+    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("5,"));
+    QVERIFY(!form.dbListe1->visible()); // nobody is called "5,"
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void CustomerRegister::pickLandsInTheFieldThatIsActive()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    form.start();
+    counter.keys(QStringLiteral("a"));
+    Counter::click(form.Label3[0]);
+    counter.pick(QStringLiteral("Ali"));
+    QCOMPARE(form.Label3[0]->caption(), QStringLiteral("Ali"));
+    QCOMPARE(counter.prompt.errors, QList<int>{13});
+    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
+    counter.key(QStringLiteral("Sil"));
+    QCOMPARE(form.Label3[0]->caption(), QStringLiteral("0"));
+    QCOMPARE(counter.prompt.errors.size(), 1);
+}
+
+void CustomerRegister::weightWithoutACustomerAsksForOne_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("oil");
+    QTest::addColumn<bool>("asks");
+    for (const bool oil : {false, true}) {
+        const QByteArray field = oil ? "oil, " : "olives, ";
+        QTest::newRow((field + "prompt").constData()) << QStringLiteral("Müşteri Seçin") << oil << true;
+        QTest::newRow((field + "empty").constData()) << QString() << oil << true;
+        QTest::newRow((field + "blank is a name").constData()) << QStringLiteral(" ") << oil << false;
+        QTest::newRow((field + "name").constData()) << QStringLiteral("Ali") << oil << false;
+    }
+}
+
+void CustomerRegister::weightWithoutACustomerAsksForOne()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, oil);
+    QFETCH(bool, asks);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.run([&] { form.TxtLbl[0]->setCaption(name); });
+    FieldLabel* field = oil ? form.Label3[0] : form.Label2[0];
+    Counter::click(field);
+    QCOMPARE(form.AktifLbl, asks ? form.TxtLbl[0] : field);
+    QCOMPARE(form.AktifLbl->backColor(), colour::cyan);
+    QCOMPARE(form.TxtLbl[0]->caption(), asks ? pressing::customerPrompt : name);
+    QCOMPARE(field->backColor(), asks ? colour::white : colour::cyan);
+}
+
+void CustomerRegister::emptyRegisterShowsNoList()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.keys(QStringLiteral("a"));
+    QVERIFY(!form.dbListe1->visible());
+    QVERIFY(form.Kaydet->visible());
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    counter.key(QStringLiteral("Geri Sil"));
+    QVERIFY(!form.Kaydet->visible());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void CustomerRegister::clearedNameTurnsTheEntitlementOff()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.HakCmd[0]);
+    QVERIFY(form.HakCmd[0]->value() && form.HakVar[0]);
+    Counter::click(form.TxtLbl[0]);
+    counter.key(QStringLiteral("Sil"));
+    QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
+    QVERIFY(!form.HakCmd[0]->value());
+    QVERIFY(!form.HakVar[0]);
+    QVERIFY(!form.Frame3[0]->visible());
+    Counter::click(form.HakCmd[0]);
+    QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
+    QVERIFY(form.HakVar[0]);
+}
+
+void CustomerRegister::entitlementFollowsTheStation()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.HakCmd[0]);
+    Counter::click(form.Haklbl[0]);
+    counter.keys(QStringLiteral("10"));
+    QCOMPARE(form.HakTut[0]->caption(), QStringLiteral("90"));
+    Counter::click(form.YeniCmd[1]);
+    counter.keys(QStringLiteral("b"));
+    Counter::click(form.Label3[1]);
+    counter.keys(QStringLiteral("500"));
+    QCOMPARE(form.HakTut[1]->caption(), QStringLiteral("0")); // the other station's share does not reach here
+    Counter::click(form.YeniCmd[0]);
+    Counter::click(form.Label3[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("500"));
+    QCOMPARE(form.HakTut[0]->caption(), QStringLiteral("50"));
+}
+
+QTEST_MAIN(CustomerRegister)
+#include "customer_register.moc"
