@@ -46,7 +46,6 @@ protected:
     {
         if (click_) click_();
     }
-    const std::function<void()>& clickCallback() const { return click_; }
 
 private:
     bool touched(QEvent* event);

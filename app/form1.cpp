@@ -1,5 +1,6 @@
 #include "app/form1.h"
 #include "app/counter_screen.h"
+#include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
 #include "pressing/containers.h"
@@ -35,7 +36,7 @@ Form1::Form1(const Surroundings& surroundings)
       keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this))
 {
     setObjectName(QStringLiteral("Form1"));
-    setWindowTitle(titleName());
+    setWindowTitle(programTitle);
     setMinimumSize(960, 640);
     setMouseTracking(true);
 

@@ -44,7 +44,7 @@ struct Surroundings {
     QString executable;      ///< the program file's name as it is at run time, without extension
     store::Databases& databases;
     print::PrintTarget& printer;
-    store::SlipNotes& slips; ///< the note of a slip that is on its way
+    store::SlipNotes& slips;        ///< the note of a slip that is on its way
     platform::Keyboard& keyboard;   ///< whose Caps Lock follows the keypad's case
     std::function<QDateTime()> now; ///< the clock of pressings and slips
 };

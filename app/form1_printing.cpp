@@ -118,13 +118,15 @@ store::SlipNote Form1::slipNote(int current)
 
 void Form1::YazFont_Click()
 {
-    FontChoice choice;
+    bool shown = false;
     try {
         const print::PrintFont stored = printFont();
+        FontChoice choice;
         choice.name = stored.font;
         choice.size = base::toSingle(stored.size, surroundings_.regional);
-        choice.bold = print::storedFlag(stored.bold);
-        choice.italic = print::storedFlag(stored.italic);
+        choice.bold = base::flagOf(stored.bold);
+        choice.italic = base::flagOf(stored.italic);
+        shown = true;
         const std::optional<FontChoice> chosen = surroundings_.prompt.chooseFont(choice);
         if (chosen) {
             SettingsStore& settings = surroundings_.settings;
@@ -137,7 +139,7 @@ void Form1::YazFont_Click()
     } catch (const base::RuntimeError&) {
         // Any error ends the command where it is, as a cancel does.
     }
-    activated();
+    if (shown) activated();
 }
 
 void Form1::Sayac_Click()

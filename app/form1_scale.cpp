@@ -34,7 +34,9 @@ void Form1::wireScale()
     TeraziComm->setObjectName(QStringLiteral("TeraziComm"));
     connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
     Winsock1 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Winsock1->setObjectName(QStringLiteral("Winsock1"));
     Winsock2 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Winsock2->setObjectName(QStringLiteral("Winsock2"));
     Bağlantı->onClick([this] { Bağlantı_Click(); });
     PortAyarlar->onClick([this] { PortAyarlar_Click(); });
 }

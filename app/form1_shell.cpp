@@ -1,9 +1,12 @@
+#include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/pressing_record.h"
+#include "app/setting_names.h"
 #include "app/window_place.h"
 #include "base/error.h"
 #include "base/patterns.h"
 #include "base/sequential.h"
+#include "pressing/containers.h"
 #include "pressing/keypad.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -18,7 +21,6 @@ namespace app {
 namespace {
 
 const QString layoutName = QStringLiteral("Mendrik");
-const QString properties = QStringLiteral("Properties");
 
 } // namespace
 
@@ -94,15 +96,15 @@ void Form1::Form_Activate()
     DTPickerBas->setValue(today);
     DTPickerSon->setValue(today);
     const SettingsStore& settings = surroundings_.settings;
-    CapsDurum = settings.flag(surroundings_.executable, QStringLiteral("SizeKlv"), QStringLiteral("Caps"));
+    CapsDurum = settings.flag(surroundings_.executable, keypadSection, QStringLiteral("Caps"));
     showKeyCase();
     CapsAyarla(CapsDurum);
 
     AktifKontrol = 0;
     activate(TxtLbl[0]); // exactly one label is cyan, also after a dialog was opened from another field
 
-    Bağlantı->setChecked(settings.flag(titleName(), properties, QStringLiteral("Baglan")));
-    Sayac->setChecked(settings.flag(titleName(), properties, QStringLiteral("Sayac")));
+    Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, QStringLiteral("Baglan")));
+    Sayac->setChecked(settings.flag(programTitle, propertiesSection, QStringLiteral("Sayac")));
     if (Bağlantı->checked()) PortAc();
 }
 
@@ -117,8 +119,7 @@ void Form1::toggleCapitals()
 {
     CapsDurum = !CapsDurum;
     CapsAyarla(CapsDurum);
-    surroundings_.settings.saveFlag(surroundings_.executable, QStringLiteral("SizeKlv"), QStringLiteral("Caps"),
-                                    CapsDurum);
+    surroundings_.settings.saveFlag(surroundings_.executable, keypadSection, QStringLiteral("Caps"), CapsDurum);
     showKeyCase();
 }
 
@@ -132,11 +133,7 @@ void Form1::PrgExit_Click() { close(); }
 
 void Form1::Command1_Click() { close(); }
 
-void Form1::KapCmd_Click(int Index)
-{
-    kapSayisi(Index) = 0;
-    KapFrm[Index]->setVisible(false);
-}
+void Form1::KapCmd_Click(int Index) { pressing::containersDropped(*counter_, Index); }
 
 void Form1::Form_MouseMove() { Label1[static_cast<int>(SonTus)]->setBackColor(colour::cyan); }
 

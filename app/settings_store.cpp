@@ -1,6 +1,7 @@
 #include "app/settings_store.h"
 
 #include "base/error.h"
+#include "base/numbers.h"
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -170,7 +171,7 @@ void SettingsStore::save(const QString& application, const QString& section, con
 
 bool SettingsStore::flag(const QString& application, const QString& section, const QString& key, bool otherwise) const
 {
-    return flagOf(get(application, section, key, flagText(otherwise)));
+    return base::flagOf(get(application, section, key, flagText(otherwise)));
 }
 
 void SettingsStore::saveFlag(const QString& application, const QString& section, const QString& key, bool value)
@@ -179,15 +180,6 @@ void SettingsStore::saveFlag(const QString& application, const QString& section,
 }
 
 QString flagText(bool value) { return value ? u"True"_s : u"False"_s; }
-
-bool flagOf(QStringView text)
-{
-    if (text.compare(u"True", Qt::CaseInsensitive) == 0) return true;
-    if (text.compare(u"False", Qt::CaseInsensitive) == 0) return false;
-    throw base::runtimeError(base::errors::typeMismatch);
-}
-
-QString titleName() { return u"Mendrik Presva"_s; }
 
 QString executableName() { return QFileInfo(QCoreApplication::applicationFilePath()).completeBaseName(); }
 

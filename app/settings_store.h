@@ -2,7 +2,6 @@
 
 #include "platform/registry.h"
 #include <QString>
-#include <QStringView>
 #include <memory>
 
 namespace app {
@@ -41,11 +40,7 @@ private:
 
 /// "True" and "False", English on every system.
 QString flagText(bool value);
-/// The reverse, in any letter case; error 13 (base::errors::typeMismatch) for every other text.
-bool flagOf(QStringView text);
 
-/// The program's title, which is also the application name of all settings but one.
-QString titleName();
 /// The executable's file name without extension, as it is at run time: the application name of the keypad's setting.
 QString executableName();
 

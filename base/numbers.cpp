@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -205,6 +206,13 @@ QString plainText(double value, int significant, const Regional& regional)
     return text;
 }
 
+std::optional<bool> boolWord(QStringView text)
+{
+    if (text.compare(u"True", Qt::CaseInsensitive) == 0) return true;
+    if (text.compare(u"False", Qt::CaseInsensitive) == 0) return false;
+    return std::nullopt;
+}
+
 } // namespace
 
 double toDouble(QStringView text, const Regional& regional)
@@ -243,9 +251,15 @@ bool isNumeric(QStringView text, const Regional& regional)
 
 bool toBool(QStringView text, const Regional& regional)
 {
-    if (text.compare(u"True", Qt::CaseInsensitive) == 0) return true;
-    if (text.compare(u"False", Qt::CaseInsensitive) == 0) return false;
-    return toDouble(text, regional) != 0;
+    const std::optional<bool> word = boolWord(text);
+    return word ? *word : toDouble(text, regional) != 0;
+}
+
+bool flagOf(QStringView text)
+{
+    const std::optional<bool> word = boolWord(text);
+    if (!word) throw runtimeError(errors::typeMismatch);
+    return *word;
 }
 
 double displayValue(QStringView text, const Regional& regional)

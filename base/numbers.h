@@ -36,6 +36,9 @@ bool isNumeric(QStringView text, const Regional& regional);
 /// are not accepted.
 bool toBool(QStringView text, const Regional& regional);
 
+/// A stored "True" or "False", in any letter case; every other text is error 13, numbers too.
+bool flagOf(QStringView text);
+
 /// A quantity on the screen: an empty display counts as 0, everything else as in toDouble.
 double displayValue(QStringView text, const Regional& regional);
 

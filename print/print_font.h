@@ -25,7 +25,4 @@ void applyPrintFont(Printer& printer, const PrintFont& font, const base::Regiona
 /// After the head: bold as the setting says.
 void applyBold(Printer& printer, const PrintFont& font);
 
-/// A stored "True" or "False", in any letter case; any other text is error 13.
-bool storedFlag(const QString& text);
-
 } // namespace print

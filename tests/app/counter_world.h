@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/error.h"
 #include "tests/app/screen_fixture.h"
 #include <QTest>
 #include <functional>
@@ -107,6 +108,18 @@ private:
     store::Databases& behind_;
 };
 
+/// The disk of the slip's note, which can be full.
+class NoteDisk : public jet::MemoryDisk {
+public:
+    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    {
+        if (full && access == Access::createNew) throw jet::Error(jet::Fault::disk, "full");
+        return MemoryDisk::open(path, access);
+    }
+
+    bool full = false;
+};
+
 /// A counter that is open for work: the screen on an empty register, with a printer and a database that can fail.
 struct Counter : World {
     explicit Counter(const base::Regional& regional = base::Regional::turkish()) : regional(regional) {}
@@ -173,6 +186,8 @@ struct Counter : World {
     base::Regional regional;
     PaperPrinter paper;
     WatchedDatabases watched{databases};
+    NoteDisk noteDisk;
+    store::SlipNotes notes{noteDisk, file().toStdU16String()};
     app::Form1 form{{.prompt = prompt,
                      .settings = settings,
                      .regional = regional,
@@ -180,7 +195,7 @@ struct Counter : World {
                      .executable = QStringLiteral("presva"),
                      .databases = watched,
                      .printer = paper,
-                     .slips = slips,
+                     .slips = notes,
                      .keyboard = keyboard,
                      .now = [this] { return now; }}};
 

@@ -72,7 +72,8 @@ void FormShell::controlsCarryTheirNames()
           "KapCmd(1)",   "YazCmd(0)",   "YeniCmd(1)",  "Label1(0)", "Label1(48)", "Option1(0)",  "Option1(1)",
           "KapatCmd(0)", "KapatCmd(1)", "Frame2",      "Command1",  "Frame4",     "DTPickerBas", "DTPickerSon",
           "GünLbl",      "DBGrid1",     "dbListe1",    "Kaydet",    "GünlükCmd",  "Dosya",       "CariSil",
-          "HesapSil",    "Bağlantı",    "PortAyarlar", "YazFont",   "Sayac",      "PrgExit",     "TeraziComm"})
+          "HesapSil",    "Bağlantı",    "PortAyarlar", "YazFont",   "Sayac",      "PrgExit",     "TeraziComm",
+          "Winsock1",    "Winsock2"})
         QVERIFY2(screen.form.findChild<QObject*>(QString::fromUtf8(name)), name);
     QCOMPARE(Form1::controlName(screen.form.Label2[1]), QStringLiteral("Label2"));
     QCOMPARE(Form1::controlName(screen.form.GünLbl), QStringLiteral("GünLbl"));

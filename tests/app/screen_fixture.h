@@ -21,12 +21,18 @@ public:
         questions << title + u'|' + text;
         return answer;
     }
-    std::optional<app::FontChoice> chooseFont(const app::FontChoice&) override { return std::nullopt; }
+    std::optional<app::FontChoice> chooseFont(const app::FontChoice& preset) override
+    {
+        fontPresets << preset;
+        return font;
+    }
 
     QStringList exclamations;
     QList<int> errors;
     QStringList questions;
     bool answer = false;
+    QList<app::FontChoice> fontPresets;  ///< what the font dialog was opened on
+    std::optional<app::FontChoice> font; ///< what is chosen in it; nothing: it is cancelled
 };
 
 /// A keyboard with nothing but a Caps Lock key, which counts its presses.

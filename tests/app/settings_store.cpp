@@ -1,4 +1,5 @@
 #include "app/settings_store.h"
+#include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
 #include <QDir>
@@ -14,7 +15,7 @@ using namespace std::string_literals;
 
 namespace {
 
-const QString title = titleName();
+const QString title = programTitle;
 const QString properties = u"Properties"_s;
 
 /// What an action gave, as one text: its result, or "E" and the number of the error it raised.

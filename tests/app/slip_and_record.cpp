@@ -1,0 +1,493 @@
+#include "app/setting_names.h"
+#include "store/jet/check.h"
+#include "tests/app/counter_world.h"
+#include <QTimer>
+
+using namespace app;
+
+/// "Fiş Yaz" at the real screen: what is printed is stored, what is not is not, and the button always comes back.
+class SlipAndRecord : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { applyTheme(*qApp); }
+
+    void printedPressingIsStoredFieldByField_data();
+    void printedPressingIsStoredFieldByField();
+    void nothingIsWrittenBeforeThePrinterHasTheSlip();
+    void slipThatIsNotPrintedLeavesNothing_data();
+    void slipThatIsNotPrintedLeavesNothing();
+    void countOnTheScreenStaysWhenALaterLineFails_data();
+    void countOnTheScreenStaysWhenALaterLineFails();
+    void slipGoesOutAfterTheFaultIsMended();
+    void secondTapDuringASlipIsDropped();
+    void buttonStaysDisabledUntilTheSlipIsDone();
+    void buttonNamesThePanelAndTheStationNamesTheFigures();
+    void panelFollowsTheCounterSwitch_data();
+    void panelFollowsTheCounterSwitch();
+    void differentNameAddsAndTheSameNameEdits();
+    void customerDeletedMeanwhileIsAddedAgain();
+    void customerThatCannotBeStoredLeavesThePressing();
+    void customerThatAnIndexRefusesLeavesThePressing();
+    void pressingThatCannotBeStoredLeavesTheTerms();
+    void fieldThatTakesNoTextKeepsWhatItHad();
+    void fontDialogIsPresetAndStored_data();
+    void fontDialogIsPresetAndStored();
+    void cancelledFontDialogStoresNothing();
+    void damagedFontSizeOpensNoDialog();
+    void counterSwitchIsKeptAtOnce();
+};
+
+namespace {
+
+QStringList captions(const Form1& form, int station)
+{
+    return {form.TxtLbl[station]->caption(),  form.Label2[station]->caption(), form.Label3[station]->caption(),
+            form.Haklbl[station]->caption(),  form.HakTut[station]->caption(), form.Verilen[station]->caption(),
+            form.NakitLbl[station]->caption()};
+}
+
+} // namespace
+
+void SlipAndRecord::printedPressingIsStoredFieldByField_data()
+{
+    QTest::addColumn<bool>("english");
+    QTest::addColumn<QStringList>("shown"); // percentage, oil, entitlement, handed over
+    QTest::newRow("Turkish marks") << false << QStringList{"1,75", "1.500", "26", "1.474"};
+    QTest::newRow("English marks") << true << QStringList{"1.75", "1,500", "26", "1,474"};
+}
+
+void SlipAndRecord::printedPressingIsStoredFieldByField()
+{
+    QFETCH(bool, english);
+    Counter counter(english ? base::Regional::english() : base::Regional::turkish());
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ışıl"));
+    counter.keys(QStringLiteral("5"));
+    form.Combo1[0]->setListIndex(1);
+    Counter::click(form.HakCmd[0]);
+    Counter::click(form.Haklbl[0]);
+    counter.keys(QStringLiteral("1,75"));
+    Counter::click(form.Label3[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("1500"));
+    QTEST((QStringList{form.Haklbl[0]->caption(), form.Label3[0]->caption(), form.HakTut[0]->caption(),
+                       form.Verilen[0]->caption()}),
+          "shown");
+    counter.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList{"20.11.2025 14:05:07|10005|1500|1,75|26|0|Işıl"});
+    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("150 Kap"));
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(!counter.notes.open());
+}
+
+void SlipAndRecord::nothingIsWrittenBeforeThePrinterHasTheSlip()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    counter.paper.onPaper = [&] {
+        QCOMPARE(counter.watched.writes, QStringList());
+        QVERIFY(counter.paper.sent.isEmpty());
+    };
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(!counter.paper.onPaper);
+    QCOMPARE(counter.watched.writes, (QStringList{"insert Cari", "insert Hareket"}));
+}
+
+void SlipAndRecord::slipThatIsNotPrintedLeavesNothing_data()
+{
+    QTest::addColumn<QString>("fault");
+    for (const char* fault : {"no printer", "job refused", "pages refused", "note not written", "font size",
+                              "bold flag", "italic flag", "weight", "oil", "fee", "share", "handed over", "container"})
+        QTest::newRow(fault) << QString::fromLatin1(fault);
+}
+
+void SlipAndRecord::slipThatIsNotPrintedLeavesNothing()
+{
+    QFETCH(QString, fault);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    form.activated();
+    counter.pressingOf(QStringLiteral("ali"));
+    const auto setting = [&](const char* key) {
+        counter.settings.save(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("sekiz"));
+    };
+    const auto caption = [&](FieldLabel* field) {
+        field->onChange({});
+        field->setCaption(QStringLiteral("1234KG"));
+    };
+    const auto share = [&] {
+        Counter::click(form.HakCmd[0]);
+        QVERIFY(form.HakVar[0]);
+    };
+    if (fault == u"no printer") counter.paper.fault = PaperPrinter::Fault::paper;
+    if (fault == u"job refused") counter.paper.fault = PaperPrinter::Fault::create;
+    if (fault == u"pages refused") counter.paper.fault = PaperPrinter::Fault::send;
+    if (fault == u"note not written") counter.noteDisk.full = true;
+    if (fault == u"font size") setting("Size");
+    if (fault == u"bold flag") setting("Bold");
+    if (fault == u"italic flag") setting("Ital");
+    if (fault == u"weight") caption(form.Label2[0]);
+    if (fault == u"oil") caption(form.Label3[0]);
+    if (fault == u"fee") caption(form.NakitLbl[0]);
+    if (fault == u"share" || fault == u"handed over") share();
+    if (fault == u"share") caption(form.HakTut[0]);
+    if (fault == u"handed over") caption(form.Verilen[0]);
+    if (fault == u"container") form.Combo1[0]->setListIndex(-1);
+    const QStringList before = captions(form, 0);
+
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent, QList<int>{});
+    QCOMPARE(counter.watched.writes, QStringList());
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(captions(form, 0), before);
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(!form.KapFrm[0]->visible());
+    QVERIFY(!counter.notes.open());
+    // Without a word.
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(counter.prompt.exclamations, QStringList());
+}
+
+void SlipAndRecord::countOnTheScreenStaysWhenALaterLineFails_data()
+{
+    QTest::addColumn<bool>("container");
+    QTest::addColumn<QString>("count");
+    QTest::newRow("before the containers") << false << QStringLiteral("0 Kap");
+    QTest::newRow("after the containers") << true << QStringLiteral("180 Kap");
+}
+
+void SlipAndRecord::countOnTheScreenStaysWhenALaterLineFails()
+{
+    QFETCH(bool, container);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.HakCmd[0]);
+    form.Verilen[0]->setCaption(QStringLiteral("?"));
+    if (!container) form.Combo1[0]->setListIndex(-1);
+    Counter::click(form.YazCmd[0]);
+    QTEST(form.Label4[0]->caption(), "count");
+    QVERIFY(counter.paper.sent.isEmpty());
+}
+
+void SlipAndRecord::slipGoesOutAfterTheFaultIsMended()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    for (const auto fault : {PaperPrinter::Fault::paper, PaperPrinter::Fault::create, PaperPrinter::Fault::send}) {
+        counter.paper.fault = fault;
+        Counter::click(form.YazCmd[0]);
+    }
+    counter.paper.fault = PaperPrinter::Fault::none;
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+}
+
+void SlipAndRecord::secondTapDuringASlipIsDropped()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    int taps = 0;
+    // The tap waits in the queue while the slip is composed, as a finger's does.
+    counter.paper.onPaper = [&] {
+        QTimer::singleShot(0, &form, [&] {
+            ++taps;
+            Counter::click(form.YazCmd[0]);
+        });
+    };
+    Counter::click(form.YazCmd[0]);
+    QCoreApplication::processEvents();
+    QCOMPARE(taps, 1);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+}
+
+void SlipAndRecord::buttonStaysDisabledUntilTheSlipIsDone()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    bool enabledInside = true;
+    bool otherInside = false;
+    form.YazCmd[1]->setEnabled(true);
+    counter.paper.onPaper = [&] {
+        enabledInside = form.YazCmd[0]->enabled();
+        otherInside = form.YazCmd[1]->enabled();
+    };
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(!enabledInside);
+    QVERIFY(otherInside);
+    QVERIFY(form.YazCmd[0]->enabled());
+}
+
+void SlipAndRecord::buttonNamesThePanelAndTheStationNamesTheFigures()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    form.run([&] { form.YazCmd_Click(1); });
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|Ali")));
+    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("180 Kap"));
+    QCOMPARE(form.kapSayisi(0), 180.0f);
+    QCOMPARE(form.kapSayisi(1), 0.0f);
+    QVERIFY(form.KapFrm[1]->visible());
+    QVERIFY(!form.KapFrm[0]->visible());
+    QVERIFY(form.YazCmd[1]->enabled());
+}
+
+void SlipAndRecord::panelFollowsTheCounterSwitch_data()
+{
+    QTest::addColumn<bool>("counting");
+    QTest::addColumn<QString>("oil");
+    QTest::addColumn<bool>("before");
+    QTest::addColumn<bool>("shown");
+    QTest::newRow("counted") << true << QStringLiteral("850") << false << true;
+    QTest::newRow("not counted") << false << QStringLiteral("850") << true << false;
+    QTest::newRow("nothing to fill, counted") << true << QStringLiteral("4") << false << true;
+    QTest::newRow("nothing to fill, not counted") << false << QStringLiteral("4") << true << false;
+}
+
+void SlipAndRecord::panelFollowsTheCounterSwitch()
+{
+    QFETCH(bool, counting);
+    QFETCH(QString, oil);
+    QFETCH(bool, before);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    if (counting) form.Sayac->trigger();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.Label3[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(oil);
+    form.KapFrm[0]->setVisible(before);
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QTEST(form.KapFrm[0]->visible(), "shown");
+}
+
+void SlipAndRecord::differentNameAddsAndTheSameNameEdits()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali Veli"), 5.0, QStringLiteral("20 Litrelik Kap"), 10.0);
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.NakitLbl[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("100"));
+    form.Combo1[0]->setListIndex(0);
+    Counter::click(form.YazCmd[0]);
+    const QString untouched = QStringLiteral("Ali Veli|5|20 Litrelik Kap|10");
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{untouched, "Ali|5| 5 Litrelik Kap|100"}));
+
+    counter.keys(QStringLiteral("0"));
+    form.Combo1[0]->setListIndex(2);
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{untouched, "Ali|5|15 Litrelik Kap|1000"}));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.000")); // nothing was recalled by it
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+}
+
+void SlipAndRecord::customerDeletedMeanwhileIsAddedAgain()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    form.CariSil->trigger();
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+}
+
+void SlipAndRecord::customerThatCannotBeStoredLeavesThePressing()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    counter.watched.refused = QStringLiteral("Cari");
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(!counter.notes.open());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void SlipAndRecord::customerThatAnIndexRefusesLeavesThePressing()
+{
+    Counter counter;
+    const std::filesystem::path path = counter.file().toStdU16String();
+    counter.disk.remove(path);
+    jet::Database::create(counter.disk, path, jet::turkish, {});
+    {
+        // As the mills' own files have it: no two customers of one name, letter case aside.
+        const auto database = jet::Database::open(counter.disk, path);
+        jet::NewIndex oneOfEach;
+        oneOfEach.name = u"Unvan";
+        oneOfEach.columns = {{u"Unvan", true}};
+        oneOfEach.unique = true;
+        const auto text = [](const char16_t* name) { return jet::NewColumn{name, jet::ColumnType::text, 100}; };
+        const auto number = [](const char16_t* name) { return jet::NewColumn{name, jet::ColumnType::doubleFloat}; };
+        database->createTable(u"Cari", {text(u"Unvan"), number(u"Yuzde"), text(u"Kap"), number(u"Nakit")}, {oneOfEach},
+                              {});
+        database->createTable(u"Hareket",
+                              {{u"Tarih", jet::ColumnType::dateTime},
+                               number(u"Zeytin"),
+                               number(u"Yağ"),
+                               number(u"Yuzde"),
+                               number(u"HakTut"),
+                               number(u"Nakit"),
+                               text(u"CariHar")},
+                              {}, {});
+    }
+    counter.addCustomer(QStringLiteral("ALi"), 5.0);
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali")); // Ali: another name than ALi to the rule, the same to the index
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"ALi|5|-|-"});
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(jet::checkDatabase(*jet::Database::open(counter.disk, path)).ok());
+}
+
+void SlipAndRecord::pressingThatCannotBeStoredLeavesTheTerms()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    counter.watched.refused = QStringLiteral("Hareket");
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QVERIFY(form.KapFrm[0]->visible());
+    QVERIFY(form.YazCmd[0]->enabled());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void SlipAndRecord::fieldThatTakesNoTextKeepsWhatItHad()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"), 12.0, QStringLiteral("10 Litrelik Kap"), 100.0);
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    form.Haklbl[0]->onChange({});
+    form.Haklbl[0]->setCaption(QStringLiteral("1e")); // cash does not print it
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|12|10 Litrelik Kap|100"});
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList{"20.11.2025 14:05:00|1000|900|-|0|100|Ali"});
+}
+
+void SlipAndRecord::fontDialogIsPresetAndStored_data()
+{
+    QTest::addColumn<bool>("english");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("Turkish") << false << QStringLiteral("10,5");
+    QTest::newRow("English") << true << QStringLiteral("10.5");
+}
+
+void SlipAndRecord::fontDialogIsPresetAndStored()
+{
+    QFETCH(bool, english);
+    Counter counter(english ? base::Regional::english() : base::Regional::turkish());
+    Form1& form = counter.form;
+    form.start();
+    form.Combo1[0]->setListIndex(3);
+    counter.prompt.font = FontChoice{QStringLiteral("Courier New"), 10.5f, true, false};
+    form.YazFont->trigger();
+    QCOMPARE(counter.prompt.fontPresets.size(), 1);
+    QCOMPARE(counter.prompt.fontPresets[0].name, QStringLiteral("Arial"));
+    QCOMPARE(counter.prompt.fontPresets[0].size, 8.0f);
+    QVERIFY(!counter.prompt.fontPresets[0].bold && !counter.prompt.fontPresets[0].italic);
+    const auto kept = [&](const char* key) {
+        return counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-"));
+    };
+    QCOMPARE(kept("Font"), QStringLiteral("Courier New"));
+    QTEST(kept("Size"), "stored");
+    QCOMPARE(kept("Bold"), QStringLiteral("True"));
+    QCOMPARE(kept("Ital"), QStringLiteral("False"));
+    QCOMPARE(form.Combo1[0]->listIndex(), 0); // a dialog has closed: the screen was activated
+
+    form.YazFont->trigger();
+    QCOMPARE(counter.prompt.fontPresets[1].name, QStringLiteral("Courier New"));
+    QCOMPARE(counter.prompt.fontPresets[1].size, 10.5f);
+    QVERIFY(counter.prompt.fontPresets[1].bold);
+}
+
+void SlipAndRecord::cancelledFontDialogStoresNothing()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Combo1[0]->setListIndex(3);
+    form.YazFont->trigger();
+    QCOMPARE(counter.prompt.fontPresets.size(), 1);
+    for (const char* key : {"Font", "Size", "Bold", "Ital"})
+        QCOMPARE(counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-")),
+                 QStringLiteral("-"));
+    QCOMPARE(form.Combo1[0]->listIndex(), 0);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void SlipAndRecord::damagedFontSizeOpensNoDialog()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Combo1[0]->setListIndex(3);
+    counter.settings.save(programTitle, propertiesSection, QStringLiteral("Size"), QStringLiteral("sekiz"));
+    form.YazFont->trigger();
+    QVERIFY(counter.prompt.fontPresets.isEmpty());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(form.Combo1[0]->listIndex(), 3); // no dialog was there to come back from
+}
+
+void SlipAndRecord::counterSwitchIsKeptAtOnce()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    for (const bool on : {true, false}) {
+        form.Sayac->trigger();
+        QCOMPARE(form.Sayac->checked(), on);
+        QCOMPARE(counter.settings.get(programTitle, propertiesSection, QStringLiteral("Sayac"), {}),
+                 on ? QStringLiteral("True") : QStringLiteral("False"));
+    }
+}
+
+QTEST_MAIN(SlipAndRecord)
+#include "slip_and_record.moc"
