@@ -1,0 +1,559 @@
+// A season at the counter, at full speed: two stations, a scale with noise and a cable that comes out, a printer that
+// pauses and refuses, dialogs, reports, statements. Every slip that the printer took must be in the journal with its
+// figures and nothing else may be; memory and descriptors must not grow.
+//
+// The usual run is a busy day. A whole season, with the figures on standard output:
+//
+//     PRESVA_SEASON=20000 xvfb-run -a build/tests/season
+
+#include "app/form1.h"
+#include "app/theme.h"
+#include "base/error.h"
+#include "base/patterns.h"
+#include "platform/caps_lock.h"
+#include "platform/system_disk.h"
+#include "store/jet/check.h"
+#include "store/jet/database.h"
+#include "store/jet_engine.h"
+#include "store/mill_tables.h"
+#include "tests/scale/pseudo_terminal.h"
+
+#include <QAbstractEventDispatcher>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <set>
+
+namespace {
+
+/// A busy day; PRESVA_SEASON sets another number of pressings.
+int pressings()
+{
+    const int wanted = qEnvironmentVariableIntValue("PRESVA_SEASON");
+    return wanted > 0 ? wanted : 200;
+}
+
+const QDate seasonStart(2025, 10, 1);
+
+/// Resident memory of this process in MB.
+double memory()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly)) return 0;
+    return file.readAll().split(' ').value(1).toDouble() * static_cast<double>(::sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+int descriptors()
+{
+    return static_cast<int>(
+        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
+}
+
+class Dice {
+public:
+    explicit Dice(unsigned seed) : engine_(seed) {}
+    int upTo(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(engine_); }
+    int between(int low, int high) { return low + upTo(high - low + 1); }
+    bool oneIn(int chances) { return upTo(chances) == 0; }
+
+private:
+    std::mt19937 engine_;
+};
+
+/// Takes slips as a printer with moods does: it hesitates, and for a while it refuses.
+class MoodyPrinter : public print::PrintTarget {
+public:
+    explicit MoodyPrinter(Dice& dice) : dice_(dice) {}
+
+    print::Paper paper() override
+    {
+        if (refusals > 0) {
+            --refusals;
+            ++refused;
+            throw base::runtimeError(base::errors::printer);
+        }
+        return print::Paper::slipRoll80();
+    }
+    int createJob(const print::Document&) override { return ++jobs_; }
+    void sendAndFinish(int, const print::Document& document) override
+    {
+        if (dice_.oneIn(50)) {
+            ++refused;
+            throw base::runtimeError(base::errors::printer);
+        }
+        if (dice_.oneIn(20)) QThread::msleep(30);
+        if (!document.pdf.startsWith("%PDF")) throw base::runtimeError(base::errors::printer);
+        ++accepted;
+    }
+    void cancel(int) noexcept override {}
+    bool taken(int) noexcept override { return false; }
+    QString stateText() noexcept override { return QStringLiteral("hazır"); }
+
+    int refusals = 0; ///< it will refuse that often
+    int accepted = 0;
+    int refused = 0;
+
+private:
+    Dice& dice_;
+    int jobs_ = 0;
+};
+
+class PassingPrompt : public app::Prompt {
+public:
+    void exclamation(const QString& text) override { unexpected << text; }
+    void errorReport(const base::RuntimeError& error) override
+    {
+        // What noise on the line says is no number; the counter tells it once.
+        if (error.number() == base::errors::typeMismatch)
+            ++noises;
+        else
+            unexpected << error.text();
+    }
+    bool yesNo(const QString& text, const QString&) override
+    {
+        unexpected << text;
+        return false;
+    }
+    std::optional<app::FontChoice> chooseFont(const app::FontChoice& preset) override
+    {
+        ++fontDialogs;
+        return preset;
+    }
+
+    QStringList unexpected;
+    int noises = 0;
+    int fontDialogs = 0;
+};
+
+class NoKeyboard : public platform::Keyboard {
+public:
+    std::optional<bool> toggled(std::uint32_t) override { return std::nullopt; }
+    void send(std::uint32_t, std::uint32_t) override {}
+};
+
+struct Pressing {
+    QString customer;
+    int olives = 0;
+    double oil = 0;
+    double entitlement = 0;
+    double fee = 0;
+
+    bool operator==(const Pressing&) const = default;
+    QByteArray text() const
+    {
+        return customer.toUtf8() + ' ' + QByteArray::number(olives) + " kg, " + QByteArray::number(oil) + " oil, " +
+               QByteArray::number(entitlement) + " kept, " + QByteArray::number(fee) + " TL";
+    }
+};
+
+void letEverythingHappen()
+{
+    while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
+    }
+}
+
+/// The mill: the real screen on a real file, and everything around it.
+class Mill {
+public:
+    Mill()
+    {
+        const std::filesystem::path file = path(QStringLiteral("Yag.mdb")).toStdU16String();
+        jet::Database::create(platform::systemDisk(), file, jet::turkish, {});
+        store::createMillTables(*jet::Database::open(platform::systemDisk(), file), {});
+        plugIn();
+        form = std::make_unique<app::Form1>(app::Surroundings{
+            .prompt = prompt,
+            .settings = settings_,
+            .regional = base::Regional::turkish(),
+            .directory = folder_.path(),
+            .executable = QStringLiteral("presva"),
+            .databases = databases_,
+            .printer = printer,
+            .slips = slips_,
+            .keyboard = keyboard_,
+            .now = [this] { return now; },
+        });
+    }
+
+    QString path(const QString& name) const { return folder_.filePath(name); }
+
+    // ---- The operator's finger --------------------------------------------------------------------------------
+
+    void tap(QWidget* control) const
+    {
+        QVERIFY2(control && control->isVisible(), control ? qPrintable(control->objectName()) : "no such key");
+        QWindow* window = form->windowHandle();
+        const QPoint middle = control->mapTo(form.get(), control->rect().center());
+        const QWidget* there = form->childAt(middle);
+        QVERIFY2(there == control || control->isAncestorOf(there), qPrintable(control->objectName() + " is covered"));
+        QTest::mouseMove(window, middle);
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, middle);
+        letEverythingHappen();
+    }
+    void key(const QString& caption) const
+    {
+        for (app::KeyLabel* key : form->Label1)
+            if (key->caption().trimmed() == caption) return tap(key);
+        QFAIL(qPrintable(QStringLiteral("the keypad has no ") + caption));
+    }
+    void type(const QString& text) const
+    {
+        for (const QChar letter : text) key(letter == u' ' ? QStringLiteral("Boşluk") : QString(letter));
+    }
+
+    // ---- The scale --------------------------------------------------------------------------------------------
+
+    bool lineUp() const { return form->TeraziComm->portOpen() && terminal_; }
+    void say(const QByteArray& bytes) const
+    {
+        if (lineUp()) terminal_->send(bytes);
+    }
+    void pullOut() { terminal_->pullOut(), terminal_.reset(); }
+    void plugIn()
+    {
+        terminal_ = std::make_unique<PseudoTerminal>();
+        QFile::remove(path(QStringLiteral("com1")));
+        QVERIFY(QFile::link(terminal_->path(), path(QStringLiteral("com1"))));
+    }
+
+    Dice dice{20251120};
+    MoodyPrinter printer{dice};
+    PassingPrompt prompt;
+    QDateTime now{seasonStart, QTime(8, 0)};
+    std::unique_ptr<app::Form1> form;
+    std::vector<Pressing> books; ///< what must be in the journal, in order
+
+private:
+    QTemporaryDir folder_;
+    app::SettingsStore settings_{folder_.path()};
+    store::JetDatabases databases_{platform::systemDisk()};
+    store::SlipNotes slips_{platform::systemDisk(), path(QStringLiteral("Yag.mdb")).toStdU16String()};
+    NoKeyboard keyboard_;
+    std::unique_ptr<PseudoTerminal> terminal_;
+};
+
+const QStringList firstNames = {"ahmet", "ayşe", "hüseyin", "ismail", "çiğdem",
+                                "ömer",  "şule", "zeynep",  "gül",    "fatma"};
+const QStringList lastNames = {"yılmaz", "öztürk", "kaya", "demir", "çelik", "şahin", "ırmak", "güneş", "aslan", "koç"};
+
+double number(const app::CaptionLabel* label)
+{
+    QString text = label->caption();
+    return text.remove(u'.').replace(u',', u'.').toDouble();
+}
+
+} // namespace
+
+class Season : public QObject {
+    Q_OBJECT
+
+private slots:
+    void everyPressingIsAccountedForAndNothingGrows();
+
+private:
+    void press(Mill& mill);
+    void takeCustomer(Mill& mill, int station);
+    void weigh(Mill& mill, int station, int olives);
+    void agreeOnPay(Mill& mill, int station);
+    void writeSlip(Mill& mill, int station, int olives, int oil);
+    void report(Mill& mill);
+    void openDialogs(Mill& mill);
+    void unplug(Mill& mill);
+    void compareWithJournal(Mill& mill);
+
+    int statements_ = 0;
+    int reports_ = 0;
+    int unplugged_ = 0;
+};
+
+void Season::takeCustomer(Mill& mill, int station)
+{
+    app::Form1& form = *mill.form;
+    mill.tap(form.YeniCmd[station]);
+    if (mill.dice.oneIn(3)) return; // the same one brings more
+    mill.key(QStringLiteral("Sil"));
+    const QString name = firstNames[mill.dice.upTo(10)] + u' ' + lastNames[mill.dice.upTo(10)];
+    if (mill.dice.oneIn(2)) {
+        mill.type(name.left(4));
+        if (form.dbListe1->isVisible()) {
+            form.dbListe1->pick(mill.dice.upTo(form.dbListe1->rowCount()));
+            letEverythingHappen();
+            return;
+        }
+        mill.key(QStringLiteral("Sil"));
+    }
+    mill.type(name);
+    if (form.dbListe1->isVisible()) {
+        // A name that is known lies open over the station until it is taken.
+        form.dbListe1->pick(0);
+        letEverythingHappen();
+        return;
+    }
+    if (mill.dice.oneIn(4) && form.Kaydet->isVisible() && form.Kaydet->caption() == QStringLiteral("Kaydet"))
+        mill.tap(form.Kaydet);
+}
+
+void Season::weigh(Mill& mill, int station, int olives)
+{
+    app::Form1& form = *mill.form;
+    const QString shown = base::formatNumber(QString::number(olives), u"#,##0", base::Regional::turkish());
+    if (mill.lineUp()) {
+        switch (mill.dice.upTo(6)) {
+        case 0:
+            mill.say("\xff\x80\x00\x13?");
+            break;
+        case 1:
+            mill.say("ERR 7\r");
+            break;
+        case 2:
+            mill.say("   " + QByteArray::number(olives / 2) + "kg\r");
+            break;
+        default:
+            break;
+        }
+        if (mill.dice.oneIn(3)) QTest::qWait(70);
+        const QByteArray line = QByteArray::number(olives).rightJustified(7) + "kg\r";
+        // A scale never stops saying the same; what was in the line before goes by.
+        for (int i = 0; i < 100 && form.Label2[station]->caption() != shown; ++i) {
+            mill.say(line);
+            QTest::qWait(25);
+        }
+    }
+    if (form.Label2[station]->caption() != shown) {
+        mill.tap(form.Label2[station]);
+        mill.key(QStringLiteral("Sil"));
+        mill.type(QString::number(olives));
+    }
+    QCOMPARE(form.Label2[station]->caption(), shown);
+}
+
+void Season::agreeOnPay(Mill& mill, int station)
+{
+    app::Form1& form = *mill.form;
+    const bool share = mill.dice.oneIn(2);
+    if (share != form.HakCmd[station]->value()) mill.tap(form.HakCmd[station]);
+    QCOMPARE(form.HakVar[static_cast<std::size_t>(station)], share);
+    mill.tap(share ? form.Haklbl[station] : form.NakitLbl[station]);
+    mill.key(QStringLiteral("Sil"));
+    mill.type(QString::number(share ? mill.dice.between(5, 15) : mill.dice.between(100, 900)));
+}
+
+void Season::writeSlip(Mill& mill, int station, int olives, int oil)
+{
+    app::Form1& form = *mill.form;
+    const Pressing pressing{form.TxtLbl[station]->caption(), olives, static_cast<double>(oil),
+                            number(form.HakTut[station]), number(form.NakitLbl[station])};
+    if (form.HakCmd[station]->value())
+        QCOMPARE(pressing.entitlement, std::round(oil * number(form.Haklbl[station]) / 100));
+    const int before = mill.printer.accepted;
+    mill.tap(form.YazCmd[station]);
+    QVERIFY(form.YazCmd[station]->enabled());
+    if (mill.printer.accepted != before) mill.books.push_back(pressing);
+}
+
+void Season::press(Mill& mill)
+{
+    app::Form1& form = *mill.form;
+    const int station = mill.dice.upTo(2);
+    mill.now = mill.now.addSecs(mill.dice.between(120, 900));
+    if (mill.now.time() > QTime(20, 0)) mill.now = QDateTime(mill.now.date().addDays(1), QTime(8, 0));
+
+    takeCustomer(mill, station);
+    if (form.TxtLbl[station]->caption().trimmed().isEmpty() ||
+        form.TxtLbl[station]->caption() == QStringLiteral("Müşteri Seçin"))
+        mill.type(QStringLiteral("deniz"));
+    const int olives = mill.dice.between(50, 9999);
+    weigh(mill, station, olives);
+    const int oil = std::max(10, olives / mill.dice.between(3, 7));
+    mill.tap(form.Label3[station]);
+    mill.key(QStringLiteral("Sil"));
+    mill.type(QString::number(oil));
+    agreeOnPay(mill, station);
+    if (mill.dice.oneIn(100)) mill.printer.refusals = mill.dice.between(1, 3);
+    writeSlip(mill, station, olives, oil);
+
+    if (form.KapFrm[station]->isVisible()) {
+        for (int i = mill.dice.upTo(4); i > 0; --i) mill.tap(form.Label4[station]);
+        mill.tap(form.KapCmd[station]);
+    }
+}
+
+void Season::report(Mill& mill)
+{
+    app::Form1& form = *mill.form;
+    ++reports_;
+    mill.tap(form.GünlükCmd);
+    mill.tap(form.Option1[1]);
+    form.run([&] { form.DTPickerSon->setValue(mill.now.date()); });
+    // Only a change reports: the picker goes to today and then to the day before all pressings.
+    form.run([&] { form.DTPickerBas->setValue(mill.now.date()); });
+    form.run([&] { form.DTPickerBas->setValue(seasonStart.addDays(-1)); });
+    letEverythingHappen();
+
+    double olives = 0;
+    double fees = 0;
+    for (const Pressing& pressing : mill.books) {
+        olives += pressing.olives;
+        fees += pressing.fee;
+    }
+    store::RecordSet& rows = form.GünData.recordSet();
+    QCOMPARE(static_cast<std::size_t>(rows.size()), mill.books.size() + 1);
+    QCOMPARE(rows.fieldAt(rows.size() - 1, 6).text(), QStringLiteral("Toplamlar"));
+    QCOMPARE(rows.fieldAt(rows.size() - 1, 1).number().value_or(-1), olives);
+    QCOMPARE(rows.fieldAt(rows.size() - 1, 5).number().value_or(-1), fees);
+
+    if (reports_ % 10 == 1) {
+        // The statement of one day; a season of pages is another test's business.
+        form.run([&] { form.DTPickerBas->setValue(mill.now.date()); });
+        letEverythingHappen();
+        const int before = mill.printer.accepted;
+        mill.tap(form.KapatCmd[1]);
+        statements_ += mill.printer.accepted - before;
+    }
+    mill.tap(form.KapatCmd[0]);
+    QVERIFY(!form.Frame4->isVisible());
+}
+
+void Season::openDialogs(Mill& mill)
+{
+    app::Form1& form = *mill.form;
+    const bool confirm = mill.dice.oneIn(2);
+    QTimer::singleShot(0, &form, [&] {
+        if (QWidget* dialog = QApplication::activeModalWidget())
+            if (auto* button = dialog->findChild<QAbstractButton*>(confirm ? "cmdOK" : "cmdCancel")) button->click();
+    });
+    form.PortAyarlar->trigger();
+    letEverythingHappen();
+    QVERIFY(!QApplication::activeModalWidget());
+    form.YazFont->trigger();
+    form.Sayac->trigger();
+    // The dialogs have closed the port.
+    for (int i = 0; i < 2 && !form.TeraziComm->portOpen(); ++i) form.Bağlantı->trigger();
+    letEverythingHappen();
+    QVERIFY(form.TeraziComm->portOpen());
+}
+
+void Season::unplug(Mill& mill)
+{
+    app::Form1& form = *mill.form;
+    if (!mill.lineUp()) {
+        mill.plugIn();
+        for (int i = 0; i < 2; ++i) form.Bağlantı->trigger();
+        if (!form.TeraziComm->portOpen()) form.Bağlantı->trigger();
+        letEverythingHappen();
+        QVERIFY(form.TeraziComm->portOpen());
+        return;
+    }
+    ++unplugged_;
+    mill.pullOut();
+    QTRY_VERIFY(!form.TeraziComm->portOpen());
+}
+
+void Season::compareWithJournal(Mill& mill)
+{
+    const std::filesystem::path file = mill.path(QStringLiteral("Yag.mdb")).toStdU16String();
+    const auto database = jet::Database::open(platform::systemDisk(), file);
+    const auto text = [](const jet::RowView& row, std::size_t column) {
+        return QString::fromStdU16String(std::get<std::u16string>(row.value(column)));
+    };
+    std::vector<Pressing> stored;
+    std::multiset<QString> totals;
+    database->table(u"Hareket").forEachRow([&](jet::RowId, const jet::RowView& row) {
+        const auto figure = [&](std::size_t column) { return row.number(column).value_or(0); };
+        if (const QString name = text(row, 6); name == QStringLiteral("Toplamlar"))
+            totals.insert(name);
+        else
+            stored.push_back({name, static_cast<int>(figure(1)), figure(2), figure(4), figure(5)});
+        return true;
+    });
+    QCOMPARE(totals.size(), std::size_t{1});
+    // Rows lie where there is room: the order of pages is nobody's promise.
+    const auto byText = [](const Pressing& a, const Pressing& b) { return a.text() < b.text(); };
+    std::vector<Pressing> expected = mill.books;
+    std::sort(stored.begin(), stored.end(), byText);
+    std::sort(expected.begin(), expected.end(), byText);
+    QCOMPARE(stored.size(), expected.size());
+    for (std::size_t i = 0; i < stored.size(); ++i)
+        if (!(stored[i] == expected[i]))
+            QFAIL(("the journal has " + stored[i].text() + ", expected " + expected[i].text()).constData());
+
+    std::set<QString> customers;
+    database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView& row) {
+        customers.insert(text(row, 0));
+        return true;
+    });
+    for (const Pressing& pressing : mill.books) QVERIFY(customers.contains(pressing.customer));
+    const jet::CheckResult check = jet::checkDatabase(*database);
+    QVERIFY2(check.ok(), check.ok() ? "" : check.faults.front().c_str());
+}
+
+void Season::everyPressingIsAccountedForAndNothingGrows()
+{
+    const int wanted = pressings();
+    app::applyTheme(*qApp);
+    Mill mill;
+    QElapsedTimer clock;
+    clock.start();
+    mill.form->start();
+    QVERIFY(QTest::qWaitForWindowExposed(mill.form.get(), 10000));
+    mill.form->Bağlantı->trigger();
+    mill.form->Sayac->trigger();
+    QVERIFY(mill.form->TeraziComm->portOpen());
+
+    // What happens once is through after the first tenth: fonts, caches, the first report.
+    const int tenth = wanted / 10;
+    double memoryThen = 0;
+    int descriptorsThen = 0;
+    const auto atRest = [&] {
+        if (!mill.lineUp()) unplug(mill);
+        return !QTest::currentTestFailed();
+    };
+    for (int i = 1; i <= wanted; ++i) {
+        press(mill);
+        if (i % 20 == 7) report(mill);
+        if (i % 40 == 13) openDialogs(mill);
+        if (i % 50 == 17 || i % 50 == 22) unplug(mill);
+        if (QTest::currentTestFailed()) return;
+        if (i == std::max(tenth, 60)) {
+            if (!atRest()) return;
+            memoryThen = memory();
+            descriptorsThen = descriptors();
+        }
+        if (i % std::max(tenth, 1) == 0) {
+            std::printf("%6d pressings: %7.1f s, %6.1f MB, %d descriptors\n", i, clock.elapsed() / 1000.0, memory(),
+                        descriptors());
+            std::fflush(stdout);
+        }
+    }
+    if (!atRest()) return;
+    const double memoryNow = memory();
+    const int descriptorsNow = descriptors();
+    mill.form->close();
+    letEverythingHappen();
+    mill.form.reset();
+    compareWithJournal(mill);
+
+    std::printf(
+        "%zu stored, %d refused by the printer, %d reports, %d statements, %d font dialogs, unplugged %d times, "
+        "%d noises told; memory %+.1f %% after the first tenth\n",
+        mill.books.size(), mill.printer.refused, reports_, statements_, mill.prompt.fontDialogs, unplugged_,
+        mill.prompt.noises, (memoryNow / memoryThen - 1) * 100);
+    QCOMPARE(mill.prompt.unexpected, QStringList());
+    QCOMPARE(mill.printer.accepted, static_cast<int>(mill.books.size()) + statements_);
+    QVERIFY(mill.books.size() + static_cast<std::size_t>(mill.printer.refused) >= static_cast<std::size_t>(wanted));
+    QCOMPARE(descriptorsNow, descriptorsThen);
+    QVERIFY2(memoryNow < memoryThen * 1.05,
+             qPrintable(QStringLiteral("%1 MB, then %2 MB").arg(memoryThen).arg(memoryNow)));
+}
+
+QTEST_MAIN(Season)
+#include "season.moc"
