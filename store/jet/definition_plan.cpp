@@ -90,7 +90,7 @@ TableDefinition planDefinition(std::vector<Column> columns, const std::vector<Ne
     });
     for (std::size_t i = 0; i < table.columns.size(); ++i) {
         const ColumnType type = table.columns[i].type;
-        if (type == ColumnType::memo || type == ColumnType::ole) table.longValues.push_back({i, {}, {}});
+        if (isLongValue(type)) table.longValues.push_back({i, {}, {}});
     }
     return table;
 }

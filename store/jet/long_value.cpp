@@ -100,40 +100,47 @@ PageNo pageWithRoom(Pager& pager, MapRef owned, MapRef freeSpace, std::size_t le
     return page;
 }
 
+Bytes emptyField(Kind kind, std::size_t length)
+{
+    Bytes field(longValueReference, 0);
+    putU32(field.data(), static_cast<std::uint32_t>(length) | static_cast<std::uint32_t>(kind) << 30);
+    return field;
+}
+
 } // namespace
 
 Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
 {
-    const Reference reference = readReference(pager, bytes);
+    const Reference place = readReference(pager, bytes);
     Bytes data;
-    switch (reference.kind) {
+    switch (place.kind) {
     case Kind::inRow: {
         if (bytes.empty()) return data;
         const std::span<const std::uint8_t> rest = bytes.subspan(longValueReference);
-        if (reference.length > rest.size()) throwDamaged(pager, 0, "bir uzun alan satırından uzun");
-        data.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(reference.length));
+        if (place.length > rest.size()) throwDamaged(pager, 0, "bir uzun alan satırından uzun");
+        data.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(place.length));
         break;
     }
     case Kind::onePage: {
-        const std::span<const std::uint8_t> piece = pieceAt(pager, reference.first);
-        if (reference.length > piece.size()) {
-            throwDamaged(pager, reference.first.page, "bir uzun alan yarım kalmış");
+        const std::span<const std::uint8_t> piece = pieceAt(pager, place.first);
+        if (place.length > piece.size()) {
+            throwDamaged(pager, place.first.page, "bir uzun alan yarım kalmış");
         }
-        data.assign(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(reference.length));
+        data.assign(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(place.length));
         break;
     }
     case Kind::chain:
         // A chain cannot deliver more than the file holds; more than that is not worth beginning to collect.
-        if (reference.length > std::size_t{pager.pageCount()} * pageSize) {
-            throwDamaged(pager, reference.first.page, "bir uzun alan dosyadan uzun");
+        if (place.length > std::size_t{pager.pageCount()} * pageSize) {
+            throwDamaged(pager, place.first.page, "bir uzun alan dosyadan uzun");
         }
-        walkChain(pager, reference, [&](RowId, std::span<const std::uint8_t> piece) {
+        walkChain(pager, place, [&](RowId, std::span<const std::uint8_t> piece) {
             data.insert(data.end(), piece.begin(), piece.end());
         });
-        data.resize(reference.length);
+        data.resize(place.length);
         break;
     case Kind::unknown:
-        throwDamaged(pager, reference.first.page, "bir uzun alanın türü bilinmiyor");
+        throwDamaged(pager, place.first.page, "bir uzun alanın türü bilinmiyor");
     }
     return data;
 }
@@ -143,19 +150,20 @@ std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> r
     return placesOf(pager, readReference(pager, reference));
 }
 
+Bytes longValueInRow(std::span<const std::uint8_t> data)
+{
+    assert(data.size() <= longestInline);
+    Bytes field = emptyField(Kind::inRow, data.size());
+    field.insert(field.end(), data.begin(), data.end());
+    return field;
+}
+
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
 {
-    assert(data.size() <= longestOnePage);
-    Bytes field(longValueReference, 0);
-    if (data.size() <= longestInline) {
-        putU32(field.data(), static_cast<std::uint32_t>(data.size()) | static_cast<std::uint32_t>(Kind::inRow) << 30);
-        field.insert(field.end(), data.begin(), data.end());
-        return field;
-    }
-    assert(!owned.none() && !freeSpace.none());
+    assert(data.size() <= longestOnePage && !owned.none() && !freeSpace.none());
     const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
     const std::uint8_t slot = appendRow(pager.write(page), data, RowKind::ordinary);
-    putU32(field.data(), static_cast<std::uint32_t>(data.size()) | static_cast<std::uint32_t>(Kind::onePage) << 30);
+    Bytes field = emptyField(Kind::onePage, data.size());
     field[4] = slot;
     putU24(field.data() + 5, page);
     return field;

@@ -23,8 +23,11 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
 /// Where the parts of a value stand outside its row, in order; none for one that lies in the row. Throws damaged.
 std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference);
 
-/// Stores a value of at most longestOnePage bytes and returns its field for the row. `owned` and `freeSpace` are the
-/// maps of its column; without them (none()) only a value short enough for the row can be kept. In a transaction.
+/// The field of a value short enough for its row: at most longestInline bytes.
+Bytes longValueInRow(std::span<const std::uint8_t> data);
+
+/// Stores a longer value, of at most longestOnePage bytes, on a page of its column and returns its field for the row.
+/// `owned` and `freeSpace` are the column's maps. In a transaction.
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data);
 
 /// Frees what a reference holds outside its row; pages that become empty are given back. In a transaction.

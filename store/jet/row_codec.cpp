@@ -29,7 +29,7 @@ bool lengthFits(const RowLayout& layout, const FieldPlace& field, std::span<cons
 {
     const auto bytes = fieldBytes(field, layout.variableEver > 0, row);
     if (!bytes) return true;
-    if (field.type == ColumnType::memo || field.type == ColumnType::ole) {
+    if (isLongValue(field.type)) {
         return bytes->empty() || bytes->size() >= referenceLength;
     }
     return bytes->size() == exactLength(field.type);
@@ -62,8 +62,7 @@ std::size_t exactLength(ColumnType type)
 
 bool hasFreeLength(ColumnType type)
 {
-    const bool longValue = type == ColumnType::memo || type == ColumnType::ole;
-    return type == ColumnType::boolean || (exactLength(type) == 0 && !longValue);
+    return type == ColumnType::boolean || (exactLength(type) == 0 && !isLongValue(type));
 }
 
 const char* rowDamage(const RowLayout& layout, std::span<const std::uint8_t> row)

@@ -18,8 +18,6 @@ namespace {
 /// A moved row is one step away; a few more are followed, a circle is not.
 constexpr int mostSteps = 4;
 
-bool isLongValue(ColumnType type) { return type == ColumnType::memo || type == ColumnType::ole; }
-
 /// For a table whose owned map cannot be read: every page that says it belongs to the table and is not free.
 std::vector<PageNo> pagesByOwner(Pager& pager, PageNo definition)
 {

@@ -116,10 +116,9 @@ Column readColumn(const Reader& reader, const std::uint8_t* p, std::uint16_t col
 
     if (column.id >= columnsEver) reader.fail("bir sütunun numarası tablo tanımına uymuyor");
     if (column.fixed) {
-        const bool longValue = column.type == ColumnType::memo || column.type == ColumnType::ole;
         const std::size_t exact = exactLength(column.type);
         const bool halfCharacter = column.type == ColumnType::text && column.length % 2 != 0;
-        if (longValue || halfCharacter || (exact != 0 && column.length != exact))
+        if (isLongValue(column.type) || halfCharacter || (exact != 0 && column.length != exact))
             reader.fail("bir sütunun uzunluğu türüne uymuyor");
         if (column.type != ColumnType::boolean && column.fixedOffset + column.length > static_cast<int>(maxRowLength)) {
             reader.fail("bir sütun satıra sığmıyor");

@@ -3,7 +3,6 @@
 #include "store/jet/damage.h"
 #include "store/jet/field_codec.h"
 #include "store/jet/long_value.h"
-#include "store/jet/text_codec.h"
 
 #include <algorithm>
 #include <cassert>
@@ -17,8 +16,6 @@ using Fields = std::vector<std::optional<Bytes>>;
 /// A page with less room than this is not worth finding again.
 constexpr std::size_t worthListing = pageSize / 8;
 constexpr std::size_t pointerLength = 4;
-
-bool isLongValue(ColumnType type) { return type == ColumnType::memo || type == ColumnType::ole; }
 
 /// A value too long for its row, to be stored once all rules have been checked.
 struct Outside {
@@ -74,10 +71,7 @@ void setField(const Table::State& table, Draft& draft, std::size_t position, con
         field = Bytes(longValueReference);
         return;
     }
-    Bytes inRow(longValueReference);
-    putU32(inRow.data(), static_cast<std::uint32_t>(field->size()) | 0x80000000u);
-    inRow.insert(inRow.end(), field->begin(), field->end());
-    field = std::move(inRow);
+    field = longValueInRow(*field);
 }
 
 void encodeDraft(const Table::State& table, Draft& draft)

@@ -31,6 +31,9 @@ enum class ColumnType : std::uint8_t {
     blob = 17, ///< fixed 3992 bytes, only in Access's own tables
 };
 
+/// Memo and OLE: their values may stand outside their row.
+inline bool isLongValue(ColumnType type) { return type == ColumnType::memo || type == ColumnType::ole; }
+
 struct Currency {
     std::int64_t tenThousandths = 0; ///< 1 TL = 10000
     auto operator<=>(const Currency&) const = default;
