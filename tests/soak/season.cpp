@@ -381,10 +381,9 @@ void Season::press(Mill& mill)
     if (mill.dice.oneIn(100)) mill.printer.refusals = mill.dice.between(1, 3);
     writeSlip(mill, station, olives, oil);
 
-    if (form.KapFrm[station]->isVisible()) {
-        for (int i = mill.dice.upTo(4); i > 0; --i) mill.tap(form.Label4[station]);
-        mill.tap(form.KapCmd[station]);
-    }
+    // The last container closes the panel by itself.
+    for (int i = mill.dice.upTo(4); i > 0 && form.KapFrm[station]->isVisible(); --i) mill.tap(form.Label4[station]);
+    if (form.KapFrm[station]->isVisible()) mill.tap(form.KapCmd[station]);
 }
 
 void Season::report(Mill& mill)
