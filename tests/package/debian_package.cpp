@@ -208,7 +208,7 @@ void DebianPackage::saysWhatItIsAndWhatItNeeds()
     QVERIFY(field("Description").contains(u'\n'));
     // The libraries are found by Debian's own tool; the rest is what only running would show.
     for (const char* needed : {"libqt6widgets6", "libqt6serialport6", "libcups2", "libx11-6", "libc6",
-                               "fonts-liberation", "qt6-translations-l10n"})
+                               "fonts-liberation", "fonts-dejavu-core", "qt6-translations-l10n"})
         QVERIFY2(field("Depends").contains(QLatin1StringView(needed)), needed);
     QVERIFY(!field("Depends").contains("libqt6test"_L1));
 }
