@@ -74,6 +74,7 @@ private slots:
     void manualPagesAreClean();
     void manualPageOfTheToolNamesEveryCommand();
     void manualPageOfTheProgramNamesEveryOption();
+    void everyTextNamesTheSameVersion();
     void guideAndReadmeReachTheirPictures_data();
     void guideAndReadmeReachTheirPictures();
 
@@ -311,6 +312,22 @@ void DebianPackage::manualPageOfTheProgramNamesEveryOption()
         QVERIFY2(page.contains(name), qPrintable(name));
     }
     QVERIFY(options > 2);
+}
+
+void DebianPackage::everyTextNamesTheSameVersion()
+{
+    const QString version = QStringLiteral(PRESVA_VERSION);
+    const QString log = run(u"gzip"_s, {u"-dc"_s, inRoot(u"usr/share/doc/mendrik-presva/changelog.gz"_s)}).out;
+    QVERIFY2(log.startsWith(u"mendrik-presva (%1)"_s.arg(version)), qPrintable(log));
+    const QByteArray catalogue = contentOf(inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s));
+    QVERIFY(QString::fromUtf8(catalogue).contains(u"<release version=\"%1\""_s.arg(version)));
+    for (const char* text : {"README.md", "docs/kullanim.html"}) {
+        const QString document = inRoot(u"usr/share/doc/mendrik-presva/"_s + QLatin1StringView(text));
+        QVERIFY2(QString::fromUtf8(contentOf(document)).contains(u"mendrik-presva_%1_"_s.arg(version)), text);
+    }
+    // Also without a screen.
+    const Outcome said = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--version"_s});
+    QVERIFY2(said.out.contains(version), qPrintable(said.out));
 }
 
 void DebianPackage::guideAndReadmeReachTheirPictures_data()
