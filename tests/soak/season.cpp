@@ -256,6 +256,10 @@ double number(const app::CaptionLabel* label)
 class Season : public QObject {
     Q_OBJECT
 
+public:
+    /// A season takes longer than Qt Test grants a function.
+    static void initMain() { qputenv("QTEST_FUNCTION_TIMEOUT", "14400000"); }
+
 private slots:
     void everyPressingIsAccountedForAndNothingGrows();
 
