@@ -58,10 +58,14 @@ Form1::Form1(const Surroundings& surroundings)
     bindData();
     wireReports();
     wireScale();
+    if (surroundings_.backups) surroundings_.backups->onFailure([this](const QString& sentence) { note(sentence); });
     resize(1024, 768);
 }
 
-Form1::~Form1() = default;
+Form1::~Form1()
+{
+    if (surroundings_.backups) surroundings_.backups->giveUp();
+}
 
 void Form1::createMenus()
 {
@@ -175,6 +179,7 @@ void Form1::activate(CaptionLabel* label)
 
 void Form1::run(const std::function<void()>& action)
 {
+    ++actions_;
     try {
         action();
     } catch (const base::RuntimeError& error) {
@@ -185,6 +190,16 @@ void Form1::run(const std::function<void()>& action)
             base::RuntimeError(base::errors::invalidCall, QString::fromUtf8(error.what())));
     }
     settle();
+    --actions_;
+    while (actions_ == 0 && !notes_.isEmpty()) surroundings_.prompt.exclamation(notes_.takeFirst());
+}
+
+void Form1::note(const QString& sentence)
+{
+    if (actions_ == 0)
+        surroundings_.prompt.exclamation(sentence);
+    else
+        notes_ << sentence;
 }
 
 } // namespace app

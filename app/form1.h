@@ -22,6 +22,7 @@
 #include "reports/period.h"
 #include "scale/drain_socket.h"
 #include "scale/terazi_comm.h"
+#include "store/backups.h"
 #include "store/data_source.h"
 #include "store/slip_note.h"
 #include <QDateTime>
@@ -44,9 +45,10 @@ struct Surroundings {
     QString executable;      ///< the program file's name as it is at run time, without extension
     store::Databases& databases;
     print::PrintTarget& printer;
-    store::SlipNotes& slips;        ///< the note of a slip that is on its way
-    platform::Keyboard& keyboard;   ///< whose Caps Lock follows the keypad's case
-    std::function<QDateTime()> now; ///< the clock of pressings and slips
+    store::SlipNotes& slips;           ///< the note of a slip that is on its way
+    platform::Keyboard& keyboard;      ///< whose Caps Lock follows the keypad's case
+    std::function<QDateTime()> now;    ///< the clock of pressings, slips and copies
+    store::Backups* backups = nullptr; ///< the copies of the database; none: it is not copied
 };
 
 /// The one working screen: two pressing stations, the keypad, the search list, the report panel.
@@ -69,6 +71,8 @@ public:
     void activated();
 
     void run(const std::function<void()>& action) override;
+    /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
+    void note(const QString& sentence);
 
     /// The control that a name such as "Label2" or "Label2(1)" means is found by its object name; this is the part
     /// before the bracket.
@@ -238,6 +242,8 @@ private:
     store::SlipNote slipNote(int current);
     /// What a stop in the middle of a slip has left behind.
     void settleOpenSlip();
+    /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.
+    void copyBeforeDeletion();
     /// A date of the panel became another one: the days in order, and the report.
     void periodChanged(reports::Picker changed);
     /// The grid marks the current row of its listing, if that has rows.
@@ -258,6 +264,8 @@ private:
     KeyboardState keyboard_;
     std::unique_ptr<CounterScreen> counter_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
+    int actions_ = 0;                        ///< under way, one inside the other
+    QStringList notes_;                      ///< to be shown when they have ended
     int scaleEvents_ = 0;
     QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
     int shownPort_ = 0;  ///< in the status line; 0 closed

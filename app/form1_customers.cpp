@@ -6,6 +6,8 @@
 #include "pressing/rules.h"
 #include "store/customer_texts.h"
 
+#include <QGuiApplication>
+
 namespace app {
 
 void Form1::bindData()
@@ -98,6 +100,7 @@ void Form1::Kaydet_Click()
         return;
     activate(TxtLbl[station()]);
     AktifLbl->setCaption(QString());
+    copyBeforeDeletion();
     // Pressings first, the customer's row last, and both or none.
     store::RecordSet& customers = DataCari.recordSet();
     store::Change change(DataCari.database());
@@ -106,14 +109,28 @@ void Form1::Kaydet_Click()
     change.commit();
 }
 
+void Form1::copyBeforeDeletion()
+{
+    if (!surroundings_.backups) return;
+    store::Engine& database = DataCari.database();
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    surroundings_.backups->beforeDeletion(database, surroundings_.now());
+    QGuiApplication::restoreOverrideCursor();
+}
+
 void Form1::CariSil_Click()
 {
+    copyBeforeDeletion();
     store::Change change(DataCari.database());
     DataCari.database().execute(QStringLiteral("DELETE FROM Cari"));
     DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
     change.commit();
 }
 
-void Form1::HesapSil_Click() { DataCari.database().execute(QStringLiteral("DELETE FROM Hareket")); }
+void Form1::HesapSil_Click()
+{
+    copyBeforeDeletion();
+    DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
+}
 
 } // namespace app

@@ -40,6 +40,7 @@ void Form1::YazCmd_Click(int Index)
     if (const std::optional<store::SlipNote> slip = printSlip(current)) {
         app::storePressing(DataCari, DataHar, *slip, surroundings_.regional);
         resumeNext([&] { surroundings_.slips.strike(); });
+        if (surroundings_.backups) surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
         KapFrm[Index]->setVisible(Sayac->checked());
     }
     showFacts();

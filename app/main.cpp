@@ -54,6 +54,7 @@ int main(int argc, char** argv)
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
     const QString directory = QDir(parser.value(dir)).absolutePath();
     store::SlipNotes slips(platform::systemDisk(), (directory + QStringLiteral("/Yag.mdb")).toStdU16String());
+    store::Backups backups(platform::systemDisk(), directory.toStdU16String());
     app::Form1 form({
         .prompt = boxes,
         .settings = settings,
@@ -65,6 +66,7 @@ int main(int argc, char** argv)
         .slips = slips,
         .keyboard = *keyboard,
         .now = [] { return QDateTime::currentDateTime(); },
+        .backups = &backups,
     });
     boxes.setOwner(&form);
     form.start();

@@ -209,6 +209,25 @@ public:
         if (::fsync(descriptor.number()) != 0 && errno != EINVAL && errno != ENOTSUP) fail(path, "diske yazılamadı");
     }
 
+    void makeFolder(const std::filesystem::path& folder) override
+    {
+        struct stat status = {};
+        if (::mkdir(folder.c_str(), 0777) == 0) return syncFolder(folder.parent_path());
+        if (errno == EEXIST && ::stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return;
+        fail(folder, "oluşturulamadı");
+    }
+
+    std::vector<std::filesystem::path> names(const std::filesystem::path& folder) override
+    {
+        std::vector<std::filesystem::path> found;
+        std::error_code failed;
+        for (std::filesystem::directory_iterator each(folder, failed), end; !failed && each != end;
+             each.increment(failed))
+            found.push_back(each->path().filename());
+        if (failed && failed != std::errc::no_such_file_or_directory) fail(folder, "okunamadı", failed.value());
+        return found;
+    }
+
     std::filesystem::path realPath(const std::filesystem::path& path) override
     {
         std::error_code none;

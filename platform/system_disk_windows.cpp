@@ -228,6 +228,27 @@ public:
     /// The file system here keeps names in its own journal and offers nothing to flush; renames are written through.
     void syncFolder(const std::filesystem::path& /*folder*/) override {}
 
+    void makeFolder(const std::filesystem::path& folder) override
+    {
+        if (CreateDirectoryW(folder.c_str(), nullptr)) return;
+        const DWORD code = GetLastError();
+        const DWORD attributes = GetFileAttributesW(folder.c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            fail(folder, "oluşturulamadı", code);
+    }
+
+    std::vector<std::filesystem::path> names(const std::filesystem::path& folder) override
+    {
+        std::vector<std::filesystem::path> found;
+        std::error_code failed;
+        for (std::filesystem::directory_iterator each(folder, failed), end; !failed && each != end;
+             each.increment(failed))
+            found.push_back(each->path().filename());
+        if (failed && failed != std::errc::no_such_file_or_directory)
+            fail(folder, "okunamadı", static_cast<DWORD>(failed.value()));
+        return found;
+    }
+
     std::filesystem::path realPath(const std::filesystem::path& path) override
     {
         std::error_code none;

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QString>
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -43,6 +45,16 @@ public:
     virtual void commit() = 0;
 };
 
+/// The database as it stood at one moment: another thread copies it while the engine goes on.
+class Snapshot {
+public:
+    virtual ~Snapshot() = default;
+    /// Writes the copy, once: whole, synced and checked under its name, or not at all. `part` is its name meanwhile.
+    /// `goOn` is asked now and then; when it says false the copy is given up with an exception.
+    virtual void copyTo(const std::filesystem::path& to, const std::filesystem::path& part,
+                        const std::function<bool()>& goOn) = 0;
+};
+
 class Engine {
 public:
     virtual ~Engine() = default;
@@ -65,6 +77,9 @@ public:
     /// Everything done until its commit() is one change; leaving without takes all of it back. Scopes nest: the
     /// outermost one decides.
     virtual std::unique_ptr<ChangeScope> change() = 0;
+
+    /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
+    virtual std::unique_ptr<Snapshot> snapshot();
 };
 
 /// A change of several steps, all or nothing.

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "store/jet/database.h"
+#include "store/jet/maintenance.h"
 #include "store/jet/sql.h"
 
 #include <algorithm>
@@ -173,9 +174,27 @@ private:
     jet::Transaction transaction_;
 };
 
+class JetSnapshot : public Snapshot {
+public:
+    JetSnapshot(jet::Disk& disk, std::unique_ptr<jet::Snapshot> pages) : disk_(disk), pages_(std::move(pages)) {}
+    void copyTo(const std::filesystem::path& to, const std::filesystem::path& part,
+                const std::function<bool()>& goOn) override
+    {
+        passing([&] {
+            jet::backup(disk_, *pages_, to, part, [&](int) {
+                if (!goOn()) throw jet::Error(jet::Fault::disk, "Kopya yarıda bırakıldı.");
+            });
+        });
+    }
+
+private:
+    jet::Disk& disk_;
+    std::unique_ptr<jet::Snapshot> pages_;
+};
+
 class JetEngine : public Engine {
 public:
-    explicit JetEngine(std::unique_ptr<jet::Database> database) : database_(std::move(database)) {}
+    JetEngine(jet::Disk& disk, std::unique_ptr<jet::Database> database) : disk_(disk), database_(std::move(database)) {}
 
     Listing open(const QString& source) override
     {
@@ -259,6 +278,11 @@ public:
         return passing([&] { return std::make_unique<JetScope>(database_->pager()); });
     }
 
+    std::unique_ptr<Snapshot> snapshot() override
+    {
+        return passing([&] { return std::make_unique<JetSnapshot>(disk_, database_->pager().snapshot()); });
+    }
+
 private:
     jet::Table& tableOf(const Listing& listing) { return database_->table(u16(listing.table)); }
 
@@ -280,6 +304,7 @@ private:
         return result;
     }
 
+    jet::Disk& disk_;
     std::unique_ptr<jet::Database> database_;
 };
 
@@ -290,7 +315,8 @@ std::shared_ptr<Engine> JetDatabases::open(const QString& path)
     std::weak_ptr<Engine>& known = open_[path];
     if (std::shared_ptr<Engine> engine = known.lock()) return engine;
     auto engine = passing([&]() -> std::shared_ptr<Engine> {
-        return std::make_shared<JetEngine>(jet::Database::open(disk_, std::filesystem::path(path.toStdU16String())));
+        return std::make_shared<JetEngine>(disk_,
+                                           jet::Database::open(disk_, std::filesystem::path(path.toStdU16String())));
     });
     known = engine;
     return engine;

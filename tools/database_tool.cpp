@@ -1,99 +1,27 @@
 #include "tools/database_tool.h"
 
-#include "store/jet/calendar.h"
 #include "store/jet/check.h"
 #include "store/jet/database.h"
 #include "store/jet/maintenance.h"
 #include "store/jet/sql.h"
 #include "store/mill_tables.h"
+#include "tools/command_line.h"
 #include "tools/csv.h"
 #include "tools/field_text.h"
+#include "tools/repair_commands.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace tools {
 
 namespace {
-
-using Arguments = std::span<const std::string>;
-
-constexpr int standardOutput = 1;
-constexpr int standardError = 2;
-
-bool isTerminal(int descriptor)
-{
-#ifdef _WIN32
-    return ::_isatty(descriptor) != 0;
-#else
-    return ::isatty(descriptor) != 0;
-#endif
-}
-
-/// Percentages on the terminal, in one line that is wiped in the end. Elsewhere nothing.
-class Progress {
-public:
-    explicit Progress(const char* what) : what_(what), shown_(isTerminal(standardError)) {}
-    ~Progress()
-    {
-        if (shown_ && percent_ >= 0) std::fprintf(stderr, "\r%*s\r", static_cast<int>(wide), "");
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    void operator()(int percent)
-    {
-        if (!shown_ || percent == percent_) return;
-        percent_ = percent;
-        std::fprintf(stderr, "\r%s: %%%d", what_, percent);
-        std::fflush(stderr);
-    }
-
-private:
-    static constexpr std::size_t wide = 60;
-    const char* what_;
-    bool shown_;
-    int percent_ = -1;
-};
-
-jet::DateTime now()
-{
-    const std::time_t seconds = std::time(nullptr);
-    std::tm local = {};
-#ifdef _WIN32
-    ::localtime_s(&local, &seconds);
-#else
-    ::localtime_r(&seconds, &local);
-#endif
-    return jet::dateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                         std::min(local.tm_sec, 59))
-        .value_or(jet::DateTime{});
-}
-
-std::filesystem::path pathOf(const std::string& utf8)
-{
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
-[[noreturn]] void misused(const std::string& sentence) { throw jet::Error(jet::Fault::badValue, sentence); }
-
-/// A finished statement in one line on standard output.
-void say(Output& out, const std::string& line)
-{
-    out.put(line);
-    out.put('\n');
-}
 
 std::string collationName(jet::Collation collation)
 {
@@ -409,6 +337,10 @@ constexpr Command commands[] = {
      "ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, compactFile},
     {"backup", "DOSYA ÇIKTI", "dosyanın tutarlı bir kopyasını alır",
      "ÇIKTI var olmayan bir dosya olmalı; kopya tamamlanıp denetlenmeden o adı almaz.\n", 2, 2, backupFile},
+    {"restore", "KLASÖR [KOPYA]", "bir yedeği geri yükler; kopya verilmezse yedekleri listeler",
+     "KLASÖR programın klasörüdür (Yag.mdb'nin durduğu yer); yedekler içindeki Yedek klasöründedir.\n"
+     "KOPYA bir yedeğin adı ya da tarihidir: 2025-11-20 gibi. Yedek denetlenmeden hiçbir şeyin yerine geçmez;\n"
+     "duran Yag.mdb silinmez, Yag-onceki-TARİH.mdb adıyla saklanır. Program kapalı olmalıdır.\n", 1, 2, restore},
     {"drop-index", "DOSYA TABLO DİZİN", "bir tablonun bir dizinini kaldırır", "", 3, 3, dropIndex},
 };
 // clang-format on

@@ -55,8 +55,9 @@ Player::Player(const PlayerOptions& options) : options_(options), databases_(pla
     }
     printer_ = std::make_unique<WatchedTarget>(std::move(target));
     line_ = std::make_unique<ScaleLine>(options_.directory);
-    slips_ = std::make_unique<store::SlipNotes>(
-        platform::systemDisk(), (options_.directory + QStringLiteral("/Yag.mdb")).toStdU16String());
+    slips_ = std::make_unique<store::SlipNotes>(platform::systemDisk(),
+                                                (options_.directory + QStringLiteral("/Yag.mdb")).toStdU16String());
+    backups_ = std::make_unique<store::Backups>(platform::systemDisk(), options_.directory.toStdU16String());
     if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
 }
 
@@ -174,6 +175,7 @@ void Player::start()
         .slips = *slips_,
         .keyboard = keyboard_,
         .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
+        .backups = backups_.get(),
     };
     form_ = std::make_unique<app::Form1>(surroundings);
     form_->start();

@@ -68,6 +68,7 @@ private:
     std::unique_ptr<app::SettingsStore> settings_;
     store::JetDatabases databases_;
     std::unique_ptr<store::SlipNotes> slips_;
+    std::unique_ptr<store::Backups> backups_;
     NoKeyboard keyboard_;
     AnsweringPrompt prompt_;
     std::unique_ptr<WatchedTarget> printer_;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace jet {
 
@@ -34,6 +35,7 @@ public:
 };
 
 /// The door to the file system: the real one in platform/, a power-cut simulator in tests.
+/// The real one may be used by several threads at once, each with files of its own.
 class Disk {
 public:
     virtual ~Disk() = default;
@@ -47,6 +49,10 @@ public:
     virtual void rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
     /// Returns when names created, renamed or removed in the folder would survive a power cut.
     virtual void syncFolder(const std::filesystem::path& folder) = 0;
+    /// Makes a folder where there is none; the one above it must be there.
+    virtual void makeFolder(const std::filesystem::path& folder) = 0;
+    /// The names in a folder, in no particular order; none where there is no such folder.
+    virtual std::vector<std::filesystem::path> names(const std::filesystem::path& folder) = 0;
     /// The path with every symbolic link followed, so that all who open one file find the same neighbours beside it.
     virtual std::filesystem::path realPath(const std::filesystem::path& path) { return path; }
     /// True when another program holds a lock on any byte of that file, or has it open without sharing.

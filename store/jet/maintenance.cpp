@@ -15,6 +15,7 @@ namespace jet {
 namespace {
 
 constexpr PageNo pagesPerWrite = 64;
+constexpr PageNo pagesPerSync = 16 * pagesPerWrite; ///< 4 MiB
 constexpr std::uint64_t rowsPerStep = 1000;
 constexpr double localTable = 1;
 
@@ -263,6 +264,37 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
             throw Error(Fault::disk, quotedPath(to) + " kopyası eksik çıktı. Diski denetleyip yeniden deneyin.");
     }
     part.publish();
+}
+
+void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, const std::filesystem::path& part,
+            const std::function<void(int)>& progress)
+{
+    PartFile copy(disk, to, part);
+    const PageNo pages = snapshot.pageCount();
+    Progress told(progress, std::uint64_t{pages} * 2);
+    {
+        const auto file = disk.open(copy.path(), Disk::Access::createNew);
+        std::vector<std::uint8_t> buffer(pagesPerWrite * pageSize);
+        PageNo done = 0;
+        while (const PageNo count = snapshot.readNext(buffer)) {
+            file->write(std::uint64_t{done} * pageSize, std::span(buffer).first(count * pageSize));
+            done += count;
+            if (done % pagesPerSync == 0) file->sync();
+            told.step(count);
+        }
+        file->sync();
+    }
+    {
+        const auto written = Database::open(disk, copy.path(), Pager::Mode::readOnly);
+        const std::function<void(int)> checking = [&](int percent) {
+            if (progress) progress(50 + percent / 2);
+        };
+        const CheckResult result = checkDatabase(*written, checking);
+        if (!result.ok() || result.pages != pages)
+            throw Error(Fault::damaged, quotedPath(to) + " kopyası sağlam çıkmadı" +
+                                            (result.ok() ? std::string(".") : ": " + result.faults.front()));
+    }
+    copy.publish();
 }
 
 void compact(Disk& disk, Database& database, const std::filesystem::path& to, DateTime now,

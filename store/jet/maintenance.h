@@ -14,6 +14,13 @@ namespace jet {
 void backup(Disk& disk, Database& database, const std::filesystem::path& to,
             const std::function<void(int)>& progress = {});
 
+/// Copies a snapshot to `to` while the database is being changed by another thread. The copy is synced bit by bit, so
+/// that the other thread's own syncs never wait for much of it, and every page, row and index of it is checked.
+/// It is made under the name `part`, which may hold the remains of an earlier one. What `progress` throws ends it.
+/// Throws exists, disk, cutShort, damaged.
+void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, const std::filesystem::path& part,
+            const std::function<void(int)>& progress = {});
+
 /// Writes a new database with the same tables, columns, indexes, table properties and collation, and the same rows in
 /// the order of the primary key (else in storage order), without the room that deletions left behind.
 /// The new file is checked and compared row by row before it gets its name.

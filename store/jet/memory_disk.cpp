@@ -55,6 +55,14 @@ void MemoryDisk::rename(const std::filesystem::path& from, const std::filesystem
     files_.erase(from);
 }
 
+std::vector<std::filesystem::path> MemoryDisk::names(const std::filesystem::path& folder)
+{
+    std::vector<std::filesystem::path> found;
+    for (const auto& [path, content] : files_)
+        if (path.parent_path() == folder) found.push_back(path.filename());
+    return found;
+}
+
 MemoryDisk::Content& MemoryDisk::content(const std::filesystem::path& path)
 {
     std::shared_ptr<Content>& file = files_[path];

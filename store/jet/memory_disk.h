@@ -20,6 +20,8 @@ public:
     void remove(const std::filesystem::path& path) override { files_.erase(path); }
     void rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
     void syncFolder(const std::filesystem::path& /*folder*/) override {}
+    void makeFolder(const std::filesystem::path& /*folder*/) override {}
+    std::vector<std::filesystem::path> names(const std::filesystem::path& folder) override;
 
     /// The bytes of a file, made empty where there is none.
     Content& content(const std::filesystem::path& path);

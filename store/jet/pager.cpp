@@ -2,6 +2,7 @@
 
 #include "store/jet/error.h"
 #include "store/jet/journal.h"
+#include "store/jet/kept_pages.h"
 
 #include <algorithm>
 #include <array>
@@ -90,6 +91,8 @@ struct Pager::State {
     std::vector<std::unique_ptr<std::uint8_t[]>> imageChunks;
     std::size_t imagesUsed = 0;
 
+    std::vector<std::weak_ptr<KeptPages>> snapshots; ///< whoever reads what the file is about to lose
+
     std::uint64_t changes = 0;
     std::uint64_t writes = 0;
     PageNo freeSearchStart = 0;
@@ -130,6 +133,7 @@ struct Pager::State {
     void writeRuns(std::span<const Touched> sorted);
     bool putBack(std::span<const OldPage> old) noexcept;
     void strikeOut();
+    void keepForSnapshots(std::span<const Touched> changed) noexcept;
     void commit();
     void rollback() noexcept;
 };
@@ -158,6 +162,8 @@ Pager::State::State(Disk& d, std::filesystem::path p, Mode mode) : disk(d), path
 
 Pager::State::~State()
 {
+    for (const auto& each : snapshots)
+        if (const auto kept = each.lock()) kept->close();
     // A struck out journal is of no use to anyone; one that still counts is the next open's business.
     if (journal && !broken) {
         journal.reset();
@@ -454,6 +460,15 @@ void Pager::State::strikeOut()
     journal->sync();
 }
 
+void Pager::State::keepForSnapshots(std::span<const Touched> changed) noexcept
+{
+    std::erase_if(snapshots, [](const auto& each) { return each.expired(); });
+    for (const auto& each : snapshots) {
+        if (const auto kept = each.lock())
+            for (const Touched& one : changed) kept->keep(one.page, one.image);
+    }
+}
+
 void Pager::State::commit()
 {
     refuseIfBroken();
@@ -506,6 +521,7 @@ void Pager::State::commit()
     }
 
     bool fileIsNew = false;
+    keepForSnapshots(changed);
     try {
         // New pages first: a full disk then shows before an old page is overwritten.
         writeRuns(appended);
@@ -607,6 +623,22 @@ void Pager::begin()
 void Pager::commit() { state_->commit(); }
 void Pager::rollback() noexcept { state_->rollback(); }
 bool Pager::inTransaction() const { return state_->open; }
+
+std::unique_ptr<Snapshot> Pager::snapshot()
+{
+    State& s = *state_;
+    s.refuseIfBroken();
+    assert(!s.open);
+    if (!s.writable)
+        throw Error(Fault::readOnly,
+                    quoted(s.path) +
+                        " yalnızca okunabiliyor; başka bir program onu kopyalama sırasında değiştirebilir.");
+    auto kept = std::make_shared<KeptPages>(s.count);
+    auto snapshot = std::make_unique<Snapshot>(s.disk.open(s.path, Disk::Access::readOnly), kept);
+    s.snapshots.push_back(kept);
+    return snapshot;
+}
+
 std::uint64_t Pager::changeCount() const { return state_->changes; }
 std::uint64_t Pager::writeCount() const { return state_->writes; }
 void Pager::spoil() noexcept { state_->spoilt = true; }

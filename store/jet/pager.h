@@ -2,6 +2,7 @@
 
 #include "store/jet/disk.h"
 #include "store/jet/format.h"
+#include "store/jet/snapshot.h"
 
 #include <filesystem>
 #include <memory>
@@ -53,6 +54,11 @@ public:
     /// Nothing outside a transaction.
     void rollback() noexcept;
     bool inTransaction() const;
+
+    /// The last committed state, for another thread; outside a transaction. Reads the file through a handle of its own
+    /// that takes no lock: the Pager's keeps other programs away. Throws readOnly where this Pager may not write,
+    /// because then others may; disk.
+    std::unique_ptr<Snapshot> snapshot();
 
     /// Counts up with every committed change and with every rollback that took something back: callers' caches
     /// compare it.

@@ -7,10 +7,18 @@
 
 namespace jet {
 
-PartFile::PartFile(Disk& disk, std::filesystem::path to) : disk_(disk), to_(std::move(to)), part_(to_)
+namespace {
+
+std::filesystem::path partOf(std::filesystem::path to) { return to += ".part"; }
+
+} // namespace
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to) : PartFile(disk, to, partOf(to)) {}
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part)
+    : disk_(disk), to_(std::move(to)), part_(std::move(part))
 {
     refuseToReplace();
-    part_ += ".part";
     removePart();
 }
 

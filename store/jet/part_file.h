@@ -12,6 +12,8 @@ class PartFile {
 public:
     /// Throws exists. What a power cut left of an earlier attempt is removed.
     PartFile(Disk& disk, std::filesystem::path to);
+    /// The same under another name than "<to>.part", in the same folder.
+    PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part);
     ~PartFile();
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;

@@ -102,6 +102,14 @@ public:
             names[to] = stored;
         });
     }
+    void makeFolder(const Path&) override {} // folders are part of the names here
+    std::vector<Path> names(const Path& folder) override
+    {
+        std::vector<Path> found;
+        for (const auto& [path, stored] : names_)
+            if (path.parent_path() == folder) found.push_back(path.filename());
+        return found;
+    }
     void syncFolder(const Path&) override
     {
         change();

@@ -43,6 +43,8 @@ private slots:
     void backupIsACopyThatOpens();
     void compactDropsTheRoomOfDeletedRows();
     void compactRefusesToLoseAQuery();
+    void restoreListsTheCopiesAndPutsOneBack();
+    void restoreLeavesARunningProgramAlone();
     void dropIndexTakesTheIndexAway();
     void fileInUseIsRefused();
     void sampleDatabasesAreSoundAndExportWhole();
@@ -87,7 +89,7 @@ void PresvaMdbTest::everyCommandHasHelp_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::newRow("all") << QStringList{"--help"};
-    for (const char* name : {"create", "info", "check", "export", "import", "sql", "compact", "backup", "drop-index"})
+    for (const char* name : {"create", "info", "check", "export", "import", "sql", "compact", "backup", "restore", "drop-index"})
         QTest::newRow(name) << QStringList{name, "--help"};
 }
 
@@ -321,6 +323,42 @@ void PresvaMdbTest::compactRefusesToLoseAQuery()
     QCOMPARE(outcome.code, 1);
     QVERIFY2(outcome.err.contains("Sorgu1"), qPrintable(outcome.err));
     QVERIFY(!QFileInfo::exists(path("small.mdb")));
+}
+
+void PresvaMdbTest::restoreListsTheCopiesAndPutsOneBack()
+{
+    const QString file = created();
+    const QString directory = folder_->path();
+    QCOMPARE(run({"restore", directory}).code, 1);
+    write("bir.csv", "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
+    QCOMPARE(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
+    QVERIFY(QDir().mkdir(path("Yedek")));
+    QCOMPARE(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
+    QCOMPARE(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
+
+    const Outcome listed = run({"restore", directory});
+    QCOMPARE(listed.code, 0);
+    const QStringList lines = listed.out.split('\n');
+    QCOMPARE(lines[1].simplified(), "Yag-2025-11-20.mdb 20.11.2025 0 1 20.11.2025 14:05");
+
+    const Outcome done = run({"restore", directory, "2025-11-20"});
+    QVERIFY2(done.code == 0, qPrintable(done.err));
+    QVERIFY(run({"sql", file, "Select * From Hareket"}).out.count("Ali") == 1);
+    const QStringList kept = QDir(directory).entryList({"Yag-onceki-*.mdb"});
+    QCOMPARE(kept.size(), 1);
+    QVERIFY(done.out.contains(kept[0]));
+    QVERIFY(run({"sql", path(kept[0]), "Select * From Hareket"}).out.count("Ali") == 2);
+}
+
+void PresvaMdbTest::restoreLeavesARunningProgramAlone()
+{
+    const QString file = created();
+    QVERIFY(QDir().mkdir(path("Yedek")));
+    QCOMPARE(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
+    const auto running = jet::Database::open(platform::systemDisk(), file.toStdString());
+    const Outcome refused = run({"restore", folder_->path(), "2025-11-20"});
+    QCOMPARE(refused.code, 1);
+    QVERIFY2(refused.err.contains("kullanılıyor"), qPrintable(refused.err));
 }
 
 void PresvaMdbTest::dropIndexTakesTheIndexAway()

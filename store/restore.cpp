@@ -1,0 +1,237 @@
+#include "store/restore.h"
+
+#include "store/jet/check.h"
+#include "store/jet/damage.h"
+#include "store/jet/database.h"
+#include "store/jet/error.h"
+#include "store/jet/part_file.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace store {
+namespace {
+
+using Path = std::filesystem::path;
+
+Path withSuffix(Path path, const std::string& suffix) { return path += suffix; }
+
+/// The database of a directory, whatever the case of its name; as it would be named where there is none.
+Path databaseIn(jet::Disk& disk, const Path& directory)
+{
+    const auto lower = [](std::string text) {
+        std::ranges::transform(text, text.begin(),
+                               [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+        return text;
+    };
+    const Path usual = directory / "Yag.mdb";
+    if (disk.exists(usual)) return usual;
+    for (const Path& name : disk.names(directory)) {
+        const std::u8string utf8 = name.u8string();
+        if (lower(std::string(utf8.begin(), utf8.end())) == "yag.mdb") return directory / name;
+    }
+    return usual;
+}
+
+Path copyOf(jet::Disk& disk, const Path& directory, const std::string& wanted)
+{
+    const Path folder = directory / copyFolder;
+    for (const std::string& name : {wanted, "Yag-" + wanted + ".mdb"})
+        if (copyTime(name) && disk.exists(folder / name)) return folder / name;
+    throw jet::Error(jet::Fault::notFound, jet::quotedPath(folder) + " klasöründe '" + wanted +
+                                               "' adlı ya da tarihli bir kopya yok; kopyaları komutu yalnızca klasörle "
+                                               "çalıştırarak listeleyin.");
+}
+
+void copyBytes(jet::Disk& disk, const Path& from, const Path& to)
+{
+    constexpr std::size_t atOnce = std::size_t{1} << 20;
+    const auto source = disk.open(from, jet::Disk::Access::readOnly);
+    const auto target = disk.open(to, jet::Disk::Access::createNew);
+    std::vector<std::uint8_t> buffer(atOnce);
+    const std::uint64_t size = source->size();
+    for (std::uint64_t done = 0; done < size;) {
+        const std::size_t got = source->read(done, buffer);
+        if (got == 0) throw jet::Error(jet::Fault::disk, jet::quotedPath(from) + " okunurken kısaldı.");
+        target->write(done, std::span(buffer).first(got));
+        done += got;
+    }
+    target->sync();
+}
+
+/// Throws damaged unless every page of the file is sound and it has the tables of a mill.
+void refuseUnsound(jet::Disk& disk, const Path& file, const Path& copy)
+{
+    const auto refuse = [&](const std::string& why) {
+        throw jet::Error(jet::Fault::damaged, jet::quotedPath(copy) + " kopyası sağlam değil, geri yüklenmedi: " + why +
+                                                  " Başka bir kopya seçin.");
+    };
+    try {
+        const auto database = jet::Database::open(disk, file, jet::Pager::Mode::readOnly);
+        const jet::CheckResult result = jet::checkDatabase(*database);
+        if (!result.ok()) refuse(result.faults.front());
+        for (const char16_t* table : {u"Cari", u"Hareket"})
+            if (!database->hasTable(table)) refuse(jet::quotedName(table) + " tablosu yok.");
+    } catch (const jet::Error& error) {
+        if (error.fault() == jet::Fault::disk || error.fault() == jet::Fault::damaged) throw;
+        refuse(error.what());
+    }
+}
+
+/// Keeps the program away from the database for as long as this lives.
+class Hold {
+public:
+    Hold(jet::Disk& disk, const Path& database)
+    {
+        if (!disk.exists(database)) return;
+        try {
+            pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // settles a journal
+            if (!pager_->writable())
+                throw jet::Error(jet::Fault::noPermission,
+                                 jet::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");
+            return;
+        } catch (const jet::Error& error) {
+            if (error.fault() == jet::Fault::inUse || error.fault() == jet::Fault::noPermission) throw;
+        }
+        // Too damaged to be opened: that is what copies are for.
+        file_ = disk.open(database, jet::Disk::Access::readWrite);
+        if (!file_->lock(jet::File::Lock::writer))
+            throw jet::Error(jet::Fault::inUse, jet::quotedPath(database) +
+                                                    " başka bir program tarafından kullanılıyor; onu kapatıp yeniden "
+                                                    "deneyin.");
+    }
+
+private:
+    std::unique_ptr<jet::Pager> pager_;
+    std::unique_ptr<jet::File> file_;
+};
+
+Path freeName(jet::Disk& disk, const Path& database, CopyTime now)
+{
+    now.ofDay = false;
+    const std::string stem = "Yag-onceki-" + Path(copyName(now)).stem().string().substr(4);
+    Path name = database.parent_path() / (stem + ".mdb");
+    for (int i = 2; disk.exists(name) || disk.exists(withSuffix(name, "-journal")); ++i)
+        name = database.parent_path() / (stem + "-" + std::to_string(i) + ".mdb");
+    return name;
+}
+
+/// Keeps what stands in the database's place under another name, with a journal that could not be applied.
+void setAside(jet::Disk& disk, const Path& database, const Path& aside)
+{
+    const Path journal = withSuffix(database, "-journal");
+    try {
+        jet::PartFile kept(disk, aside);
+        copyBytes(disk, database, kept.path());
+        kept.publish();
+        if (!disk.exists(journal)) return;
+        jet::PartFile keptJournal(disk, withSuffix(aside, "-journal"));
+        copyBytes(disk, journal, keptJournal.path());
+        keptJournal.publish();
+    } catch (const jet::Error& error) {
+        // A disk that is full or may not be written leaves everything as it is. One that cannot read the old file any
+        // more must not keep the mill from its copy.
+        if (error.fault() != jet::Fault::disk || disk.exists(aside)) throw;
+        bool readable = true;
+        try {
+            const auto file = disk.open(database, jet::Disk::Access::readOnly);
+            std::vector<std::uint8_t> page(jet::pageSize);
+            for (std::uint64_t at = 0; file->read(at, page) != 0; at += page.size()) continue;
+        } catch (const jet::Error&) {
+            readable = false;
+        }
+        if (readable) throw;
+        disk.rename(database, aside);
+        if (disk.exists(journal)) disk.rename(journal, withSuffix(aside, "-journal"));
+        disk.syncFolder(aside.parent_path());
+    }
+}
+
+CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
+{
+    CopyFacts facts;
+    facts.name = copy.filename().string();
+    facts.time = time;
+    try {
+        const auto database = jet::Database::open(disk, copy, jet::Pager::Mode::readOnly);
+        database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView&) {
+            ++facts.customers;
+            return true;
+        });
+        const jet::Table& journal = database->table(u"Hareket");
+        const auto date = journal.columnNamed(u"Tarih");
+        const auto customer = journal.columnNamed(u"CariHar");
+        if (!date || !customer)
+            throw jet::Error(jet::Fault::damaged, "'Hareket' tablosunda 'Tarih' ya da 'CariHar' sütunu yok.");
+        journal.forEachRow([&](jet::RowId, const jet::RowView& row) {
+            if (row.textIs(*customer, u"Toplamlar")) return true;
+            ++facts.pressings;
+            const auto days = row.number(*date);
+            if (days && (!facts.newest || *days > facts.newest->days)) facts.newest = jet::DateTime{*days};
+            return true;
+        });
+    } catch (const jet::Error& error) {
+        facts.unreadable = error.what();
+    }
+    return facts;
+}
+
+} // namespace
+
+std::vector<CopyFacts> listCopies(jet::Disk& disk, const std::filesystem::path& directory)
+{
+    const Path folder = directory / copyFolder;
+    std::vector<CopyFacts> copies;
+    for (const Path& name : disk.names(folder))
+        if (const auto time = copyTime(name)) copies.push_back(factsOf(disk, folder / name, *time));
+    // Of one day, the day's copy is the oldest: those before deletions were made because it was there.
+    std::ranges::sort(copies, [](const CopyFacts& a, const CopyFacts& b) {
+        const auto key = [](const CopyFacts& copy) {
+            const CopyTime& t = copy.time;
+            return std::tuple(t.year, t.month, t.day, !t.ofDay, t.hour, t.minute, t.second);
+        };
+        return key(a) > key(b);
+    });
+    return copies;
+}
+
+Restored restoreCopy(jet::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
+                     const CopyTime& now)
+{
+    const Path from = copyOf(disk, directory, copy);
+    Restored result;
+    result.database = databaseIn(disk, directory);
+    result.slipOpen = disk.exists(withSuffix(result.database, "-slip"));
+    const Path database = disk.realPath(result.database);
+
+    // Held to the end, also while the new file takes the name: a program that starts meanwhile must not get hold of
+    // the old one.
+    const Hold hold(disk, database);
+    const bool present = disk.exists(database);
+    const Path part = withSuffix(database, ".part");
+    if (disk.exists(part)) disk.remove(part);
+    try {
+        copyBytes(disk, from, part);
+        refuseUnsound(disk, part, from);
+        if (present) {
+            result.aside = freeName(disk, database, now);
+            setAside(disk, database, result.aside);
+        }
+    } catch (...) {
+        try {
+            if (disk.exists(part)) disk.remove(part);
+        } catch (const jet::Error&) {
+            // The next attempt removes it.
+        }
+        throw;
+    }
+    disk.rename(part, database);
+    disk.syncFolder(database.parent_path());
+    // A journal that still stands here belonged to the old file, and is kept beside that.
+    const Path journal = withSuffix(database, "-journal");
+    if (present && disk.exists(journal)) disk.remove(journal);
+    return result;
+}
+
+} // namespace store

@@ -1,0 +1,240 @@
+#include <cstddef> // moc stumbles over <compare> without it
+
+#include "platform/system_disk.h"
+#include "store/jet/check.h"
+#include "store/jet/error.h"
+#include "store/jet/maintenance.h"
+#include "tests/jet/mixed_work.h"
+#include "tests/jet/power_cut_disk.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <atomic>
+#include <thread>
+
+using namespace jet;
+
+namespace {
+
+const std::filesystem::path file = "Yag.mdb";
+
+/// A database with some work in it, open for writing.
+struct Worked {
+    explicit Worked(unsigned seed) : work(seed)
+    {
+        MixedWork::create(disk, file);
+        database = Database::open(disk, file);
+        change(40);
+    }
+    void change(int times)
+    {
+        Transaction all(database->pager());
+        for (int i = 0; i < times; ++i) work.change(*database, rows);
+        all.commit();
+    }
+
+    PowerCutDisk disk;
+    MixedWork work;
+    MixedWork::Rows rows;
+    std::unique_ptr<Database> database;
+};
+
+PowerCutDisk::Image readAll(Snapshot& snapshot, PageNo pagesAtOnce, const std::function<void()>& between)
+{
+    PowerCutDisk::Image all;
+    std::vector<std::uint8_t> buffer(pagesAtOnce * pageSize);
+    while (const PageNo count = snapshot.readNext(buffer)) {
+        all.insert(all.end(), buffer.begin(), buffer.begin() + count * pageSize);
+        between();
+    }
+    return all;
+}
+
+Fault faultOf(const std::function<void()>& call)
+{
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.fault();
+    }
+    return Fault::syntax; // which none of these calls can give
+}
+
+} // namespace
+
+class SnapshotTest : public QObject {
+    Q_OBJECT
+private slots:
+    void everyPageIsThatOfTheMomentWhateverIsCommittedMeanwhile_data()
+    {
+        QTest::addColumn<int>("pagesAtOnce");
+        QTest::newRow("page by page") << 1;
+        QTest::newRow("in slices") << 7;
+        QTest::newRow("all at once") << 4096;
+    }
+    void everyPageIsThatOfTheMomentWhateverIsCommittedMeanwhile()
+    {
+        QFETCH(int, pagesAtOnce);
+        for (unsigned seed = 1; seed <= 5; ++seed) {
+            Worked world(seed);
+            const PowerCutDisk::Image moment = world.disk.content(file);
+            const auto snapshot = world.database->pager().snapshot();
+            world.change(3);
+            const auto copy = readAll(*snapshot, static_cast<PageNo>(pagesAtOnce), [&] { world.change(2); });
+            QVERIFY(world.disk.content(file) != moment);
+            QVERIFY(copy == moment);
+        }
+    }
+
+    void aCommitThatFailsLeavesTheSnapshotTrue()
+    {
+        Worked world(1);
+        const PowerCutDisk::Image moment = world.disk.content(file);
+        const int before = world.disk.changes();
+        // One failure after another, at every write, sync and name of a commit.
+        for (int failing = 1; failing < 60; ++failing) {
+            const auto snapshot = world.database->pager().snapshot();
+            const PowerCutDisk::Image now = world.disk.content(file);
+            world.disk.failing = {world.disk.changes() + failing % 12};
+            const auto copy = readAll(*snapshot, 5, [&] {
+                try {
+                    world.change(1);
+                } catch (const Error&) {
+                    world.rows = MixedWork::read(*world.database);
+                    world.work.forgetPlaces(*world.database);
+                }
+            });
+            QVERIFY2(copy == now, qPrintable(QString::number(failing)));
+        }
+        QVERIFY(world.disk.changes() > before && world.disk.content(file) != moment);
+    }
+
+    void severalSnapshotsKeepTheirOwnMoments()
+    {
+        Worked world(3);
+        const PowerCutDisk::Image first = world.disk.content(file);
+        const auto one = world.database->pager().snapshot();
+        world.change(5);
+        const PowerCutDisk::Image second = world.disk.content(file);
+        const auto two = world.database->pager().snapshot();
+        world.change(5);
+        QVERIFY(readAll(*two, 3, [&] { world.change(1); }) == second);
+        QVERIFY(readAll(*one, 3, [&] { world.change(1); }) == first);
+    }
+
+    void whatWasOpenButNotCommittedIsNotInIt()
+    {
+        Worked world(4);
+        const PowerCutDisk::Image moment = world.disk.content(file);
+        const auto snapshot = world.database->pager().snapshot();
+        Transaction open(world.database->pager());
+        world.work.change(*world.database, world.rows);
+        QVERIFY(readAll(*snapshot, 3, [] {}) == moment);
+    }
+
+    void aDatabaseThatIsClosedMeanwhileEndsTheCopy()
+    {
+        Worked world(2);
+        const auto snapshot = world.database->pager().snapshot();
+        std::vector<std::uint8_t> page(pageSize);
+        QCOMPARE(snapshot->readNext(page), PageNo{1});
+        world.database.reset();
+        QCOMPARE(faultOf([&] { snapshot->readNext(page); }), Fault::disk);
+    }
+
+    void aDatabaseThatOthersMayChangeGivesNone()
+    {
+        Worked world(2);
+        world.database.reset();
+        const auto database = Database::open(world.disk, file, Pager::Mode::readOnly);
+        QCOMPARE(faultOf([&] { database->pager().snapshot(); }), Fault::readOnly);
+    }
+
+    void aCopyIsWholeOrAbsentAtEveryPowerCut()
+    {
+        const auto attempt = [](const std::function<void(Worked&)>& prepare) {
+            auto world = std::make_unique<Worked>(6);
+            const auto snapshot = world->database->pager().snapshot();
+            prepare(*world);
+            backup(world->disk, *snapshot, "Yedek/Yag-2025-11-20.mdb", "Yedek/yedek.part");
+            return world;
+        };
+        std::vector<std::unique_ptr<PowerCutDisk>> after;
+        const auto whole = attempt([&](Worked& world) {
+            world.disk.beforeEachChange = [&world, &after] {
+                after.push_back(world.disk.afterPowerCut(static_cast<std::uint32_t>(after.size())));
+            };
+        });
+        const auto& copy = whole->disk.content("Yedek/Yag-2025-11-20.mdb");
+        QVERIFY(copy == whole->disk.content(file));
+        QVERIFY(after.size() > 4);
+        for (const auto& disk : after)
+            if (disk->has("Yedek/Yag-2025-11-20.mdb")) QVERIFY(disk->content("Yedek/Yag-2025-11-20.mdb") == copy);
+    }
+
+    void aDamagedDatabaseGivesNoCopy()
+    {
+        Worked world(6);
+        world.database.reset();
+        PowerCutDisk::Image image = world.disk.content(file);
+        // The last row page of the table loses its rows.
+        for (std::size_t page = image.size() / pageSize; page-- > 0;) {
+            const std::size_t at = page * pageSize;
+            if (image[at] != 1 || page < 20) continue;
+            std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 14), pageSize - 14, std::uint8_t{0xEE});
+            break;
+        }
+        PowerCutDisk disk;
+        disk.put(file, image);
+        const auto database = Database::open(disk, file);
+        const auto snapshot = database->pager().snapshot();
+        QCOMPARE(faultOf([&] { backup(disk, *snapshot, "Kopya.mdb", "Kopya.part"); }), Fault::damaged);
+        QVERIFY(!disk.has("Kopya.mdb") && !disk.has("Kopya.part"));
+    }
+
+    /// Two threads and the real disk: the copy is some state between two commits, and that of the moment.
+    void anotherThreadCopiesWhileThisOneCommits()
+    {
+        QTemporaryDir folder;
+        const std::filesystem::path path = folder.filePath("Yag.mdb").toStdString();
+        Disk& disk = platform::systemDisk();
+        MixedWork::create(disk, path);
+        const auto database = Database::open(disk, path);
+        MixedWork work(9);
+        MixedWork::Rows rows;
+        for (int round = 0; round < 6; ++round) {
+            {
+                Transaction change(database->pager());
+                for (int i = 0; i < 60; ++i) work.change(*database, rows);
+                change.commit();
+            }
+            const MixedWork::Rows moment = rows;
+            const std::shared_ptr<Snapshot> snapshot = database->pager().snapshot();
+            const std::filesystem::path copy = folder.filePath(QString("kopya%1.mdb").arg(round)).toStdString();
+            std::atomic<bool> done = false;
+            std::string fault;
+            std::thread copying([&] {
+                try {
+                    backup(disk, *snapshot, copy, folder.filePath("kopya.part").toStdString());
+                } catch (const std::exception& error) {
+                    fault = error.what();
+                }
+                done = true;
+            });
+            int commits = 0;
+            while (!done) {
+                work.change(*database, rows);
+                ++commits;
+            }
+            copying.join();
+            QVERIFY2(fault.empty(), fault.c_str());
+            QVERIFY(commits > 0);
+            const auto copied = Database::open(disk, copy, Pager::Mode::readOnly);
+            QVERIFY(MixedWork::read(*copied) == moment);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(SnapshotTest)
+#include "test_snapshot.moc"
