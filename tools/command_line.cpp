@@ -1,33 +1,16 @@
 #include "tools/command_line.h"
 
+#include "platform/console.h"
 #include "store/jet/calendar.h"
 #include "store/jet/error.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace tools {
 
-namespace {
-
-bool isTerminal(int descriptor)
-{
-#ifdef _WIN32
-    return ::_isatty(descriptor) != 0;
-#else
-    return ::isatty(descriptor) != 0;
-#endif
-}
-
-} // namespace
-
-Progress::Progress(const char* what) : what_(what), shown_(isTerminal(standardError)) {}
+Progress::Progress(const char* what) : what_(what), shown_(platform::isTerminal(standardError)) {}
 
 Progress::~Progress()
 {
@@ -45,13 +28,7 @@ void Progress::operator()(int percent)
 
 jet::DateTime now()
 {
-    const std::time_t seconds = std::time(nullptr);
-    std::tm local = {};
-#ifdef _WIN32
-    ::localtime_s(&local, &seconds);
-#else
-    ::localtime_r(&seconds, &local);
-#endif
+    const std::tm local = platform::localTime(std::time(nullptr));
     return jet::dateTime(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
                          std::min(local.tm_sec, 59))
         .value_or(jet::DateTime{});

@@ -1,31 +1,18 @@
 #include "tools/csv.h"
 
+#include "platform/console.h"
 #include "store/jet/error.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace tools {
 
 namespace {
 
 constexpr std::size_t bufferSize = std::size_t{1} << 20;
-
-long long writeSome(int descriptor, const char* bytes, std::size_t count)
-{
-#ifdef _WIN32
-    return ::_write(descriptor, bytes, static_cast<unsigned>(count));
-#else
-    return ::write(descriptor, bytes, count);
-#endif
-}
 
 } // namespace
 
@@ -46,7 +33,7 @@ void Output::flush()
 {
     std::size_t done = 0;
     while (done < used_) {
-        const long long count = writeSome(descriptor_, buffer_.data() + done, used_ - done);
+        const long long count = platform::writeSome(descriptor_, buffer_.data() + done, used_ - done);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0)
             throw jet::Error(jet::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
