@@ -122,7 +122,9 @@ public:
 
 /// A counter that is open for work: the screen on an empty register, with a printer and a database that can fail.
 struct Counter : World {
-    explicit Counter(const base::Regional& regional = base::Regional::turkish()) : regional(regional) {}
+    explicit Counter(const base::Regional& regional = base::Regional::turkish()) : Counter(regional, databases) {}
+    /// On other databases than the empty one in memory.
+    Counter(const base::Regional& regional, store::Databases& books) : regional(regional), books(books) {}
 
     void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
                      store::FieldValue Nakit = {})
@@ -137,7 +139,7 @@ struct Counter : World {
     /// The rows of a table, each as its fields between bars; Null is "-".
     QStringList rows(const QString& table)
     {
-        const auto engine = databases.open(file());
+        const auto engine = books.open(file());
         const store::Listing listing = engine->open(table);
         QStringList all;
         for (const store::RowKey row : listing.rows) {
@@ -185,7 +187,8 @@ struct Counter : World {
 
     base::Regional regional;
     PaperPrinter paper;
-    WatchedDatabases watched{databases};
+    store::Databases& books;
+    WatchedDatabases watched{books};
     NoteDisk noteDisk;
     store::SlipNotes notes{noteDisk, file().toStdU16String()};
     app::Form1 form{{.prompt = prompt,
@@ -202,7 +205,7 @@ struct Counter : World {
 private:
     void add(const QString& table, const std::vector<store::FieldValue>& values)
     {
-        const auto engine = databases.open(file());
+        const auto engine = books.open(file());
         store::Assignments assignments;
         for (std::size_t i = 0; i < values.size(); ++i) assignments.emplace_back(static_cast<int>(i), values[i]);
         engine->insert(engine->open(table), assignments);

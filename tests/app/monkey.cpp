@@ -1,0 +1,424 @@
+#include "platform/system_disk.h"
+#include "pressing/keypad.h"
+#include "pressing/rules.h"
+#include "store/jet/check.h"
+#include "tests/app/counter_world.h"
+#include "tests/scale/pseudo_terminal.h"
+
+#include <QFile>
+#include <random>
+
+using namespace app;
+
+namespace {
+
+/// What must be true of the books, kept beside the screen.
+struct Ledger {
+    QStringList pressings;                 ///< customers of the pressings that the journal must hold
+    std::array<bool, 2> taken{true, true}; ///< the frame takes input
+    std::array<Colour, 2> ground{colour::buttonFace, colour::buttonFace};
+};
+
+/// Somebody who touches whatever is in reach.
+class Monkey {
+public:
+    Monkey(std::uint32_t seed, const base::Regional& regional, jet::Disk& disk)
+        : chance_(seed), disk_(disk), counter_(regional, databases_)
+    {
+        store::createMillDatabase(disk_, path(), jet::turkish, {});
+    }
+
+    void play(int actions);
+    QString trouble() const { return trouble_; }
+    int slips() const { return static_cast<int>(counter_.paper.sent.size()); }
+
+private:
+    int any(int below) { return static_cast<int>(std::uniform_int_distribution<>(0, below - 1)(chance_)); }
+    bool tap(QWidget* control);
+    void act();
+    void tryOne();
+    void key(QChar letter);
+    void print(int station);
+    void save();
+    void pick();
+    void programSets();
+    void hearScale();
+    void look();
+    void fail(const QString& what)
+    {
+        if (trouble_.isEmpty()) trouble_ = QStringLiteral("after action %1 (%2): %3").arg(count_).arg(action_, what);
+    }
+    void must(bool holds, const char* what)
+    {
+        if (!holds) fail(QString::fromLatin1(what));
+    }
+    std::filesystem::path path() const { return counter_.file().toStdU16String(); }
+    QStringList journal();
+
+    std::mt19937 chance_;
+    jet::Disk& disk_;
+    store::JetDatabases databases_{disk_};
+    Counter counter_;
+    Ledger ledger_;
+    int count_ = 0;
+    QString action_;
+    QString trouble_;
+    PseudoTerminal line_;
+};
+
+/// A press in the control's middle, where nothing else must lie over it; false when it cannot be reached.
+bool Monkey::tap(QWidget* control)
+{
+    Form1& form = counter_.form;
+    if (!control->isVisibleTo(&form)) return false;
+    const QWidget* there = form.childAt(control->mapTo(&form, control->rect().center()));
+    if (!there || (there != control && !control->isAncestorOf(there))) return false;
+    action_ = QStringLiteral("tap ") + control->objectName();
+    if (auto* label = qobject_cast<CaptionLabel*>(control)) action_ += u' ' + label->caption();
+    QTest::mouseClick(control, Qt::LeftButton);
+    return true;
+}
+
+void Monkey::print(int station)
+{
+    Form1& form = counter_.form;
+    const auto sent = counter_.paper.sent.size();
+    const bool enabled = form.YazCmd[station]->enabled();
+    const QString customer = form.TxtLbl[form.station()]->caption();
+    const int fault = any(8);
+    counter_.paper.fault = fault == 0   ? PaperPrinter::Fault::paper
+                           : fault == 1 ? PaperPrinter::Fault::create
+                           : fault == 2 ? PaperPrinter::Fault::send
+                                        : PaperPrinter::Fault::none;
+    if (!tap(form.YazCmd[station])) return;
+    const auto printed = counter_.paper.sent.size() - sent;
+    must(printed <= (enabled && form.Frame1[station]->enabled() ? 1 : 0), "more slips than presses");
+    must(form.YazCmd[station]->enabled() == enabled, "the print button has not come back");
+    if (printed) ledger_.pressings << customer;
+    must(!counter_.notes.open(), "a slip's note was left behind");
+}
+
+void Monkey::save()
+{
+    Form1& form = counter_.form;
+    counter_.prompt.answer = any(2) == 0;
+    const bool deleting = form.Kaydet->caption() == u"Kaydı Sil";
+    const auto questions = counter_.prompt.questions.size();
+    const auto errors = counter_.prompt.errors.size();
+    store::RecordSet& customers = form.DataCari.recordSet();
+    QString current;
+    if (deleting && customers.size() > 0 && customers.position() >= 0 && customers.position() < customers.size()) {
+        try {
+            current = customers.field(0).text();
+        } catch (const base::RuntimeError&) {
+            current.clear();
+        }
+    }
+    if (!tap(form.Kaydet)) return;
+    must((counter_.prompt.questions.size() > questions) == deleting, "deleting asks, saving does not");
+    if (deleting && counter_.prompt.answer && counter_.prompt.errors.size() == errors)
+        ledger_.pressings.removeAll(current);
+}
+
+void Monkey::pick()
+{
+    Form1& form = counter_.form;
+    if (!form.dbListe1->visible() || form.dbListe1->rowCount() == 0) return;
+    const int row = any(form.dbListe1->rowCount());
+    action_ = QStringLiteral("pick ") + form.dbListe1->rowText(row);
+    form.dbListe1->pick(row);
+}
+
+void Monkey::programSets()
+{
+    static const QStringList texts = {"", "0", "12,5", "1.250", "850,0004", "-20", "1e", "1234KG\r", "99999999"};
+    Form1& form = counter_.form;
+    const int station = any(2);
+    const QList<FieldLabel*> fields = {form.Label2[station], form.Label3[station], form.Haklbl[station],
+                                       form.NakitLbl[station]};
+    FieldLabel* field = fields[any(static_cast<int>(fields.size()))];
+    QString text = texts[any(static_cast<int>(texts.size()))];
+    if (any(2)) {
+        field = form.Label2[form.station()];
+        text = QStringLiteral("1000");
+    }
+    action_ = field->objectName() + u'=' + text;
+    form.run([&] { field->setCaption(text); });
+}
+
+void Monkey::hearScale()
+{
+    static const QList<QByteArray> bursts = {"  1234kg\r", "   500kg\r   510kg\r", "12", "Net 12kg\r", "  -20kg\r",
+                                             "1234KG\r"};
+    Form1& form = counter_.form;
+    if (!form.TeraziComm->portOpen()) return;
+    const int before = form.scaleEvents();
+    const QByteArray burst = bursts[any(static_cast<int>(bursts.size()))];
+    action_ = QStringLiteral("scale ") + QString::fromLatin1(burst);
+    line_.send(burst);
+    if (!QTest::qWaitFor([&] { return form.scaleEvents() > before; }, 2000)) fail(QStringLiteral("no event"));
+}
+
+void Monkey::act()
+{
+    // Something that cannot be reached just now is no action.
+    action_.clear();
+    for (int tries = 0; action_.isEmpty() && tries < 50; ++tries) tryOne();
+    // The journal has room for names of 100 letters, and no more.
+    Form1& form = counter_.form;
+    for (FieldLabel* name : form.TxtLbl)
+        if (name->caption().size() > 90) form.run([&] { name->setCaption(QStringLiteral("Ali")); });
+}
+
+void Monkey::tryOne()
+{
+    Form1& form = counter_.form;
+    const int station = any(4) ? form.station() : any(2);
+    switch (any(48)) {
+    case 0:
+    case 1:
+        if (const int was = form.station(); tap(form.YeniCmd[station])) {
+            ledger_.taken[static_cast<std::size_t>(was)] = false;
+            ledger_.ground[static_cast<std::size_t>(was)] = colour::buttonFace;
+            ledger_.taken[static_cast<std::size_t>(station)] = true;
+            ledger_.ground[static_cast<std::size_t>(station)] = colour::green;
+        }
+        break;
+    case 2:
+        tap(form.TxtLbl[station]);
+        break;
+    case 3:
+    case 4:
+        tap(form.Label2[station]);
+        break;
+    case 5:
+        tap(form.Label3[station]);
+        break;
+    case 6:
+        tap(form.Haklbl[station]);
+        break;
+    case 7:
+        tap(form.NakitLbl[station]);
+        break;
+    case 8:
+        tap(form.HakCmd[station]);
+        break;
+    case 9:
+        tap(form.HakTut[station]);
+        tap(form.Verilen[station]);
+        break;
+    case 10:
+        tap(form.Label4[station]);
+        break;
+    case 11:
+        tap(form.KapCmd[station]);
+        break;
+    case 12:
+    case 13:
+        print(station);
+        break;
+    case 14:
+        save();
+        break;
+    case 15:
+    case 16:
+        pick();
+        break;
+    case 17:
+        tap(form.GünlükCmd);
+        break;
+    case 18:
+        tap(form.KapatCmd[any(4) == 0 ? 1 : 0]);
+        break;
+    case 19:
+        tap(form.Option1[any(2)]);
+        break;
+    case 20:
+        tap(form.GünLbl);
+        break;
+    case 21: {
+        if (!form.Frame4->visible()) break;
+        DatePicker* picker = any(2) ? form.DTPickerBas : form.DTPickerSon;
+        const QDate day = counter_.now.date().addDays(any(5) - 2);
+        action_ = picker->objectName() + day.toString(Qt::ISODate);
+        form.run([&] { picker->setValue(day); });
+        break;
+    }
+    case 22:
+        action_ = QStringLiteral("container");
+        form.run([&] { form.Combo1[station]->setListIndex(any(5) - 1); });
+        break;
+    case 23:
+        if (any(3)) break;
+        action_ = QStringLiteral("Sayac");
+        form.Sayac->trigger();
+        break;
+    case 24:
+        if (any(3)) break;
+        action_ = QStringLiteral("Bağlantı");
+        form.Bağlantı->trigger();
+        break;
+    case 25:
+        if (any(4) == 0 && form.Dosya->isEnabled()) {
+            action_ = QStringLiteral("bulk delete");
+            (any(2) ? form.CariSil : form.HesapSil)->trigger();
+            ledger_.pressings.clear();
+        }
+        break;
+    case 26:
+        if (any(6) == 0) {
+            action_ = QStringLiteral("font dialog");
+            form.YazFont->trigger();
+        }
+        break;
+    case 27:
+        programSets();
+        break;
+    case 28:
+        hearScale();
+        break;
+    case 29:
+        action_ = QStringLiteral("mouse");
+        QTest::mouseMove(form.Label1[any(form.Label1.size())]);
+        break;
+    case 30:
+        action_ = QStringLiteral("resize");
+        form.resize(960 + any(400), 640 + any(300));
+        break;
+    case 31:
+        tap(form.Label1[pressing::keys::clear]);
+        break;
+    case 32:
+    case 33:
+    case 34:
+    case 35:
+    case 36:
+        // The letters that the customers' names are made of, and digits.
+        key(QStringLiteral("alişıabo5*1 2 0")[any(15)]);
+        break;
+    default:
+        tap(form.Label1[any(form.Label1.size())]);
+        break;
+    }
+}
+
+void Monkey::key(QChar letter)
+{
+    for (KeyLabel* label : counter_.form.Label1)
+        if (label->caption().compare(QString(letter), Qt::CaseInsensitive) == 0) tap(label);
+}
+
+QStringList Monkey::journal()
+{
+    const auto engine = databases_.open(counter_.file());
+    const store::Listing listing = engine->open(QStringLiteral("Hareket"));
+    QStringList names;
+    for (const store::RowKey row : listing.rows) {
+        const QString name = engine->field(listing, row, 6).text();
+        if (name != u"Toplamlar") names << name;
+    }
+    return names;
+}
+
+/// What always holds between two actions.
+void Monkey::look()
+{
+    Form1& form = counter_.form;
+    must(form.AktifKontrol == 0 || form.AktifKontrol == 1, "no station is current");
+    for (auto* field : form.findChildren<FieldLabel*>())
+        must(field->backColor() == (field == form.AktifLbl ? colour::cyan : colour::white), "colours of the fields");
+    int yellow = 0;
+    for (int i = 0; i < form.Label1.size(); ++i) {
+        const Colour ground = form.Label1[i]->backColor();
+        must(ground == colour::cyan || ground == colour::yellow, "colour of a key");
+        if (ground != colour::yellow) continue;
+        ++yellow;
+        must(form.SonTus == static_cast<float>(i), "the highlighted key is not the last one");
+    }
+    must(yellow <= 1, "two highlighted keys");
+    must(form.Label1[0]->caption() == (form.CapsDurum ? u"A" : u"a") &&
+             form.Label1[11]->caption() == (form.CapsDurum ? u"İ" : u"i"),
+         "case of the keys");
+    must(counter_.keyboard.on == form.CapsDurum, "Caps Lock");
+    for (int i = 0; i < 2; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        must(form.HakVar[at] == form.Frame3[i]->visible(), "HakVar is not the frame");
+        must(form.HakCmd[i]->caption() == (form.HakVar[at] ? pressing::entitlementOn : pressing::entitlementOff),
+             "caption of the switch");
+        must(form.HakCmd[i]->value() == form.HakVar[at], "value of the switch");
+        must(form.Frame1[i]->enabled() == ledger_.taken[at], "which station takes input");
+        must(form.Frame1[i]->backColor() == ledger_.ground[at], "colour of a station");
+        must(form.kapSayisi(i) == std::trunc(form.kapSayisi(i)), "half a container");
+        must(form.Label4[i]->caption().endsWith(QStringLiteral(" Kap")), "caption of the containers");
+        must(!form.Combo1[i]->text().isEmpty() || form.Combo1[i]->listIndex() == -1, "container list");
+    }
+    must(!form.dbListe1->visible() || form.dbListe1->rowCount() > 0, "an empty list is shown");
+    must(form.Dosya->isEnabled() != form.Frame4->visible(), "the menu under the report panel");
+    // Errors that a person can cause; the rest would be the program's own.
+    static const QSet<int> expected = {6, 13, 3021, 3075, 3163, 3167};
+    for (const int number : counter_.prompt.errors)
+        if (!expected.contains(number)) fail(QStringLiteral("error %1").arg(number));
+    counter_.prompt.errors.clear();
+    must(counter_.prompt.exclamations.isEmpty(), "a message about the port");
+    if (count_ % 25 == 0) must(!form.grab().isNull(), "the screen cannot be painted");
+    if (count_ % 20 == 0) must(journal().size() == ledger_.pressings.size(), "rows stored are not slips printed");
+}
+
+void Monkey::play(int actions)
+{
+    Form1& form = counter_.form;
+    QFile::link(line_.path(), counter_.folder.filePath(QStringLiteral("com1")));
+    for (const char* name : {"Ali", "Ali Veli", "Ayşe", "Işık", "İsmail", "5", "A*", "B [x", "O'Neil"})
+        counter_.addCustomer(QString::fromUtf8(name), 12.5, QStringLiteral("10 Litrelik Kap"), 12.5);
+    form.start();
+    for (count_ = 1; count_ <= actions && trouble_.isEmpty(); ++count_) {
+        act();
+        look();
+    }
+    QStringList stored = journal();
+    stored.sort();
+    ledger_.pressings.sort();
+    if (stored != ledger_.pressings)
+        fail(QStringLiteral("stored: %1; printed: %2").arg(stored.join(u','), ledger_.pressings.join(u',')));
+    const auto reader = jet::Database::open(disk_, path(), jet::Pager::Mode::readOnly);
+    for (const std::string& fault : jet::checkDatabase(*reader).faults) fail(QString::fromStdString(fault));
+}
+
+} // namespace
+
+/// The screen in the hands of somebody who touches everything: whatever happens, it stays whole.
+class MonkeyTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { applyTheme(*qApp); }
+
+    void anyOrderOfTouchesLeavesTheScreenAndTheBooksWhole_data()
+    {
+        QTest::addColumn<bool>("english");
+        QTest::addColumn<bool>("realFile");
+        // PRESVA_SEEDS lets it go on for longer than the usual run.
+        const int wanted = qEnvironmentVariableIntValue("PRESVA_SEEDS");
+        const int seeds = wanted > 0 ? wanted : 8;
+        for (int seed = 1; seed <= seeds; ++seed) QTest::addRow("%d", seed) << (seed % 3 == 0) << (seed % 4 == 1);
+    }
+    void anyOrderOfTouchesLeavesTheScreenAndTheBooksWhole()
+    {
+        QFETCH(bool, english);
+        QFETCH(bool, realFile);
+        jet::MemoryDisk memory;
+        Monkey monkey(QByteArray(QTest::currentDataTag()).toUInt(),
+                      english ? base::Regional::english() : base::Regional::turkish(),
+                      realFile ? platform::systemDisk() : static_cast<jet::Disk&>(memory));
+        monkey.play(300);
+        QVERIFY2(monkey.trouble().isEmpty(), qPrintable(monkey.trouble()));
+        slips_ += monkey.slips();
+    }
+    void theMonkeyGotSomethingDone() { QVERIFY(slips_ > 20); }
+
+private:
+    int slips_ = 0;
+};
+
+QTEST_MAIN(MonkeyTest)
+#include "monkey.moc"
