@@ -9,8 +9,9 @@ namespace app {
 /// A label that the rules read and write: a caption, a ground colour, a change and a click.
 ///
 /// The change callback runs inside setCaption(), and only when the text differs; what it throws comes out of
-/// setCaption(). The caption is plain text: an ampersand is an ampersand, a tag is a tag.
-/// Beneath it is a button, so that assistive tools can find and press it; it never takes the keyboard focus.
+/// setCaption(). Changes that set one another off more than 32 deep are error 28. The caption is plain text: an
+/// ampersand is an ampersand, a tag is a tag. Beneath it is a button, so that assistive tools can find and press it; it
+/// never takes the keyboard focus.
 class CaptionLabel : public Control<QAbstractButton> {
     Q_OBJECT
 

@@ -2,8 +2,8 @@
 #include "app/command_button.h"
 #include "app/painting.h"
 #include "app/search_list.h"
+#include "base/numbers.h"
 #include <QFontDatabase>
-#include <QLocale>
 #include <algorithm>
 
 namespace app {
@@ -110,7 +110,7 @@ void FontDialog::paintEvent(QPaintEvent*)
     painting::box(painter, rect(), palette().color(QPalette::Window), painting::strongLine, 2, 0);
     painter.setPen(painting::ink);
     painter.setFont(painting::sized(font(), sizeArea_.height() * 2 / 5, true));
-    const QString points = QLocale::system().toString(static_cast<double>(choice_.size), 'g', 4);
+    const QString points = base::numberToText(choice_.size, base::Regional::system());
     painter.drawText(sizeArea_, Qt::AlignCenter, points + QStringLiteral(" punto"));
 
     painting::box(painter, sampleArea_, Qt::white, painting::line);

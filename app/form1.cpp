@@ -177,18 +177,23 @@ void Form1::activate(CaptionLabel* label)
     AktifLbl->setBackColor(colour::cyan);
 }
 
+std::optional<base::RuntimeError> Form1::errorOf(const std::function<void()>& action)
+{
+    try {
+        action();
+        return std::nullopt;
+    } catch (const base::RuntimeError& error) {
+        return error;
+    } catch (const std::exception& error) {
+        // Whatever else went wrong ends the action just the same; 5 is what the platform calls a call that failed.
+        return base::RuntimeError(base::errors::invalidCall, QString::fromUtf8(error.what()));
+    }
+}
+
 void Form1::run(const std::function<void()>& action)
 {
     ++actions_;
-    try {
-        action();
-    } catch (const base::RuntimeError& error) {
-        surroundings_.prompt.errorReport(error);
-    } catch (const std::exception& error) {
-        // Whatever else went wrong ends the action just the same; 5 is what the platform calls a call that failed.
-        surroundings_.prompt.errorReport(
-            base::RuntimeError(base::errors::invalidCall, QString::fromUtf8(error.what())));
-    }
+    if (const auto error = errorOf(action)) surroundings_.prompt.errorReport(*error);
     settle();
     --actions_;
     while (actions_ == 0 && !notes_.isEmpty()) surroundings_.prompt.exclamation(notes_.takeFirst());

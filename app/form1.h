@@ -15,6 +15,7 @@
 #include "app/screen_layout.h"
 #include "app/search_list.h"
 #include "app/status_line.h"
+#include "base/error.h"
 #include "base/regional.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
@@ -31,6 +32,7 @@
 #include <QWidget>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace app {
 
@@ -228,11 +230,15 @@ private:
     void bindData();
     void wireScale();
     void wireReports();
+    /// Runs an action to its end; what it failed with, if it did. Nothing it throws comes out again.
+    static std::optional<base::RuntimeError> errorOf(const std::function<void()>& action);
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
+    /// Pressings were deleted: the journal's own record set must not go on counting them.
+    void journalShrunk();
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;

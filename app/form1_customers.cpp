@@ -107,6 +107,7 @@ void Form1::Kaydet_Click()
     DataCari.database().execute(store::deletePressingsOf(customers.field(0).text()));
     customers.erase();
     change.commit();
+    journalShrunk();
 }
 
 void Form1::copyBeforeDeletion()
@@ -125,12 +126,14 @@ void Form1::CariSil_Click()
     DataCari.database().execute(QStringLiteral("DELETE FROM Cari"));
     DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
     change.commit();
+    journalShrunk();
 }
 
 void Form1::HesapSil_Click()
 {
     copyBeforeDeletion();
     DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
+    journalShrunk();
 }
 
 } // namespace app

@@ -45,14 +45,11 @@ void Form1::scaleEvent()
 {
     ++scaleEvents_;
     // A scale that sends what is no weight does so many times a second: one report is enough until a good line comes.
-    try {
-        TeraziComm_OnComm();
-        scaleFault_.clear();
-    } catch (const base::RuntimeError& error) {
-        const bool known = scaleFault_ == error.text();
-        scaleFault_ = error.text();
-        if (!known) surroundings_.prompt.errorReport(error);
-    }
+    const auto error = errorOf([this] { TeraziComm_OnComm(); });
+    const QString fault = error ? error->text() : QString();
+    const bool known = fault == scaleFault_;
+    scaleFault_ = fault;
+    if (error && !known) surroundings_.prompt.errorReport(*error);
     showPortState();
     settle();
 }

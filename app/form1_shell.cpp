@@ -1,6 +1,7 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/pressing_record.h"
+#include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "app/window_place.h"
 #include "base/error.h"
@@ -66,6 +67,12 @@ void Form1::showFacts()
         status->setDataFile(
             QStringLiteral("Yag.mdb: %1 kayıt")
                 .arg(base::formatNumber(double(DataHar.recordSet().size()), u"#,##0", surroundings_.regional)));
+}
+
+void Form1::journalShrunk()
+{
+    resumeNext([this] { DataHar.refresh(); });
+    showFacts();
 }
 
 void Form1::activated()

@@ -15,6 +15,7 @@ RuntimeError runtimeError(int number)
         std::pair{errors::subscript, "Subscript out of range"},
         std::pair{errors::divisionByZero, "Division by zero"},
         std::pair{errors::typeMismatch, "Type mismatch"},
+        std::pair{errors::outOfStack, "Out of stack space"},
         std::pair{errors::fileNotFound, "File not found"},
         std::pair{errors::inputPastEnd, "Input past end of file"},
         std::pair{errors::deviceUnavailable, "Device unavailable"},

@@ -29,6 +29,7 @@ inline constexpr int overflow = 6;
 inline constexpr int subscript = 9;
 inline constexpr int divisionByZero = 11;
 inline constexpr int typeMismatch = 13;
+inline constexpr int outOfStack = 28;
 inline constexpr int fileNotFound = 53;
 inline constexpr int inputPastEnd = 62;
 inline constexpr int deviceUnavailable = 68;

@@ -22,10 +22,12 @@ private slots:
     void termsAreRecalledOneByOne_data();
     void termsAreRecalledOneByOne();
     void nameThatReadsAsANumberIsReformattedByItsFee();
+    void namesThatReformatOneAnotherWithoutEndAreReported();
     void pickLandsInTheFieldThatIsActive();
     void weightWithoutACustomerAsksForOne_data();
     void weightWithoutACustomerAsksForOne();
     void emptyRegisterShowsNoList();
+    void statusLineCountsThePressingsThatAreLeft();
     void clearedNameTurnsTheEntitlementOff();
     void entitlementFollowsTheStation();
 };
@@ -266,6 +268,22 @@ void CustomerRegister::nameThatReadsAsANumberIsReformattedByItsFee()
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
+void CustomerRegister::namesThatReformatOneAnotherWithoutEndAreReported()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    // The fee of "5" makes the name "5,", and the fee of "5," makes it "5" again.
+    counter.addCustomer(QStringLiteral("5"), {}, {}, 12.5);
+    counter.addCustomer(QStringLiteral("5,"), {}, {}, 10.0);
+    form.start();
+    counter.key(QStringLiteral("5"));
+    QCOMPARE(counter.prompt.errors, QList<int>{28});
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("a"));
+    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
+    QCOMPARE(counter.prompt.errors.size(), 1);
+}
+
 void CustomerRegister::pickLandsInTheFieldThatIsActive()
 {
     Counter counter;
@@ -326,6 +344,29 @@ void CustomerRegister::emptyRegisterShowsNoList()
     counter.key(QStringLiteral("Geri Sil"));
     QVERIFY(!form.Kaydet->visible());
     QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void CustomerRegister::statusLineCountsThePressingsThatAreLeft()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    for (int i = 0; i < 3; ++i) counter.addPressing(QStringLiteral("Ali"));
+    counter.addPressing(QStringLiteral("Veli"));
+    form.start();
+    const auto shown = [&] { return form.status->text().section(QStringLiteral("Yag.mdb: "), 1); };
+    QTRY_COMPARE(shown(), QStringLiteral("4 kayıt"));
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(shown(), QStringLiteral("5 kayıt"));
+    counter.prompt.answer = true;
+    Counter::click(form.Kaydet);
+    QCOMPARE(shown(), QStringLiteral("1 kayıt"));
+    form.HesapSil->trigger();
+    QCOMPARE(shown(), QStringLiteral("0 kayıt"));
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(shown(), QStringLiteral("1 kayıt"));
 }
 
 void CustomerRegister::clearedNameTurnsTheEntitlementOff()
