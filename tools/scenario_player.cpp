@@ -4,6 +4,7 @@
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
+#include "tools/scenario_report.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -139,6 +140,8 @@ void Player::perform(const Command& command)
         cell(a[0].toInt(), a[1].toInt(), a[2]);
     else if (word == "table")
         table(a[0], a[1].toInt());
+    else if (word == "report")
+        report(a[0], a[1], a[2]);
     else if (word == "printed") {
         if (printer_->printed() != a[0].toInt())
             throw Failure{QStringLiteral("expected %1 printouts, found %2").arg(a[0]).arg(printer_->printed())};
@@ -370,6 +373,16 @@ void Player::table(const QString& name, int count)
     const std::size_t found = database->open(name).rows.size();
     if (found != static_cast<std::size_t>(count))
         throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
+}
+
+void Player::report(const QString& first, const QString& last, const QString& customer)
+{
+    const QDate from = QDate::fromString(first, Qt::ISODate), to = QDate::fromString(last, Qt::ISODate);
+    if (!from.isValid() || !to.isValid()) throw Failure{QStringLiteral("a report needs two days and a name or \"\"")};
+    const QAbstractItemModel* grid = form_ ? form_->DBGrid1->model() : nullptr;
+    if (!grid) throw Failure{QStringLiteral("the grid has no rows yet")};
+    const QString difference = differenceFromReport(form_->GünData.database(), *grid, from, to, customer);
+    if (!difference.isEmpty()) throw Failure{difference};
 }
 
 void Player::printHas(const QString& text)

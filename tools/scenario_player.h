@@ -54,6 +54,7 @@ private:
     void expect(const QString& control, const QString& property, const QString& value);
     void cell(int row, int column, const QString& value);
     void table(const QString& name, int count);
+    void report(const QString& first, const QString& last, const QString& customer);
     void printHas(const QString& text);
     void setting(const QString& section, const QString& key, const QString& value);
     void await(const QString& file);

@@ -1,0 +1,101 @@
+#include "tools/scenario_report.h"
+
+#include "base/letters.h"
+
+#include <QLocale>
+#include <QStringList>
+#include <algorithm>
+
+namespace scenario {
+namespace {
+
+enum Field { Tarih, Zeytin, Yağ, Yuzde, HakTut, Nakit, CariHar, fieldCount };
+
+const QString totalsName = QStringLiteral("Toplamlar");
+const QLocale turkish(QLocale::Turkish, QLocale::Turkey);
+
+using Row = std::array<store::FieldValue, fieldCount>;
+
+/// Weights and money with two digits, a percentage as plain as it is, nothing for an empty field.
+QString cell(const store::FieldValue& value, int field)
+{
+    if (value.isNull()) return {};
+    if (field == Tarih) return value.moment().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    if (field == CariHar) return value.text();
+    const double number = value.number().value();
+    if (field != Yuzde) return turkish.toString(number, 'f', 2);
+    return QString::number(number, 'g', 15).replace(u'.', u',');
+}
+
+QString line(const Row& row)
+{
+    QStringList cells;
+    for (int field = 0; field < fieldCount; ++field) cells += cell(row[static_cast<std::size_t>(field)], field);
+    return cells.join(u'|');
+}
+
+QString line(const QAbstractItemModel& grid, int row)
+{
+    QStringList cells;
+    for (int column = 0; column < grid.columnCount(); ++column) {
+        QString text = grid.index(row, column).data().toString();
+        // Midnight is shown without a time.
+        if (column == Tarih && text.size() == 10) text += QStringLiteral(" 00:00:00");
+        cells += text;
+    }
+    return cells.join(u'|');
+}
+
+} // namespace
+
+QString differenceFromReport(store::Engine& database, const QAbstractItemModel& grid, const QDate& first,
+                             const QDate& last, const QString& customer)
+{
+    std::vector<Row> pressings;
+    int totalsRows = 0;
+    const store::Listing table = database.open(QStringLiteral("Hareket"));
+    for (const store::RowKey key : table.rows) {
+        Row row;
+        for (int field = 0; field < fieldCount; ++field)
+            row[static_cast<std::size_t>(field)] = database.field(table, key, field);
+        const QString name = row[CariHar].text();
+        const QDate day = row[Tarih].moment().date();
+        if (name == totalsName)
+            ++totalsRows;
+        else if (day >= first && day <= last &&
+                 (customer.isEmpty() || base::lowerCase(name) == base::lowerCase(customer)))
+            pressings.push_back(row);
+    }
+    std::stable_sort(pressings.begin(), pressings.end(),
+                     [](const Row& a, const Row& b) { return a[Tarih].moment() < b[Tarih].moment(); });
+
+    const int rows = pressings.empty() ? 0 : static_cast<int>(pressings.size()) + 1;
+    if (totalsRows != (rows > 0 ? 1 : 0)) return QStringLiteral("the table has %1 totals rows").arg(totalsRows);
+    if (grid.rowCount() != rows) return QStringLiteral("expected %1 rows, found %2").arg(rows).arg(grid.rowCount());
+    if (rows == 0) return {};
+
+    Row totals;
+    for (const Field field : {Zeytin, Yağ, HakTut, Nakit}) {
+        // Ten-thousandths are added as whole numbers: nothing is rounded on the way.
+        qint64 sum = 0;
+        bool any = false;
+        for (const Row& row : pressings)
+            if (const auto number = row[field].number(); number && !row[CariHar].isNull()) {
+                sum += qRound64(*number * 10000);
+                any = true;
+            }
+        if (any) totals[field] = static_cast<double>(sum) / 10000;
+    }
+    totals[CariHar] = totalsName;
+
+    for (int row = 0; row < rows - 1; ++row) {
+        const QString expected = line(pressings[static_cast<std::size_t>(row)]), found = line(grid, row);
+        if (found != expected) return QStringLiteral("row %1: expected '%2', found '%3'").arg(row).arg(expected, found);
+    }
+    // Whenever the report was made: its moment is none of the sums.
+    const QString expected = line(totals).section(u'|', 1), found = line(grid, rows - 1).section(u'|', 1);
+    if (found != expected) return QStringLiteral("totals: expected '%1', found '%2'").arg(expected, found);
+    return {};
+}
+
+} // namespace scenario
