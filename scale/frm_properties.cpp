@@ -218,10 +218,8 @@ void frmProperties::cmdCancel_Click() { reject(); }
 
 void frmProperties::cmdOK_Click()
 {
-    if (!applyPort() || !applySettings() || !applyFlow()) return;
+    if (!applyPort() || !applySettings() || !applyFlow() || !openLine()) return;
     save();
-    // Always, whatever the port was before the dialog; a failure shows in the menu item's caption.
-    Trap()([this] { control_.setPortOpen(true); });
     accept();
 }
 
@@ -261,6 +259,17 @@ bool frmProperties::applyFlow()
     trap([this] { control_.setHandshaking(flow_); });
     if (trap.error()) doors_.warn(trap.error()->text());
     return !trap.error();
+}
+
+bool frmProperties::openLine()
+{
+    // Always, whatever the port was before the dialog. A closed port takes any settings; only the line itself knows
+    // what it cannot do. That it is not there at all shows in the menu item's caption.
+    Trap trap;
+    trap([this] { control_.setPortOpen(true); });
+    if (!trap.error() || trap.error()->number() != errors::parametersRefused) return true;
+    doors_.warn(trap.error()->text());
+    return false;
 }
 
 void frmProperties::save()

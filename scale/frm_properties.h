@@ -22,8 +22,8 @@ struct PropertiesDoors {
 };
 
 /// The settings of the scale's port: reads the control, applies the operator's choice to it and stores what the control
-/// then reports. Nothing is applied or saved before "Tamam"; an assignment that the control rejects is shown with the
-/// error's own text and leaves the dialog open.
+/// then reports. Nothing is applied or saved before "Tamam"; an assignment that the control rejects, or settings that
+/// the line cannot do, are shown with the error's own text and leave the dialog open.
 ///
 /// Every control carries its name as object name, those of a row of buttons with their index ("optFlow(0)").
 class frmProperties : public QDialog {
@@ -49,6 +49,7 @@ private:
     bool applyPort();
     bool applySettings();
     bool applyFlow();
+    bool openLine();
     void save();
     void showDevice();
 

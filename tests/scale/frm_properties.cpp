@@ -105,6 +105,7 @@ private slots:
     void unchosenParityIsRefused();
     void fourDataBitsAreRefused();
     void refusedFlowSavesNothing();
+    void settingsThatTheLineRefusesSaveNothing();
     void failedOpeningIsSilent();
     void portThatIsStillOpenStaysOpen();
     void failedSavingIsToldAndTheRestIsSaved();
@@ -409,6 +410,25 @@ void FrmPropertiesTest::refusedFlowSavesNothing()
     QCOMPARE(saved_, QStringList());
     QCOMPARE(control_.line, u"4800,n,8,1"_s); // what step two changed stays changed
     QVERIFY(!closed());
+}
+
+void FrmPropertiesTest::settingsThatTheLineRefusesSaveNothing()
+{
+    // A closed port takes them; opened, the line says that it cannot.
+    control_.failures[u"open"_s] = errors::parametersRefused;
+    load();
+    choose("cboStopBits", u"1.5"_s);
+    ok();
+    QCOMPARE(control_.steps, (QStringList{u"settings=9600,N,8,1.5"_s, u"flow=0"_s, u"open"_s}));
+    QCOMPARE(warnings_, QStringList{commError(errors::parametersRefused).text()});
+    QCOMPARE(saved_, QStringList());
+    QVERIFY(!control_.open && !closed());
+
+    control_.failures.clear();
+    choose("cboStopBits", u"1"_s);
+    ok();
+    QCOMPARE(saved_.first(), u"Settings=9600,n,8,1"_s);
+    QVERIFY(control_.open && closed());
 }
 
 void FrmPropertiesTest::failedOpeningIsSilent()
