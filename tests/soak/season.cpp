@@ -12,6 +12,8 @@
 #include "base/patterns.h"
 #include "platform/caps_lock.h"
 #include "platform/system_disk.h"
+#include "store/backups.h"
+#include "store/copy_names.h"
 #include "store/jet/check.h"
 #include "store/jet/database.h"
 #include "store/jet_engine.h"
@@ -163,7 +165,23 @@ void letEverythingHappen()
 
 /// The mill: the real screen on a real file, and everything around it.
 class Mill {
+    QTemporaryDir folder_;
+    app::SettingsStore settings_{folder_.path()};
+    store::JetDatabases databases_{platform::systemDisk()};
+    store::SlipNotes slips_{platform::systemDisk(), path(QStringLiteral("Yag.mdb")).toStdU16String()};
+    NoKeyboard keyboard_;
+    std::unique_ptr<PseudoTerminal> terminal_;
+
 public:
+    Dice dice{20251120};
+    MoodyPrinter printer{dice};
+    PassingPrompt prompt;
+    QDateTime now{seasonStart, QTime(8, 0)};
+    store::Backups backups{platform::systemDisk(), folder_.path().toStdU16String()};
+    std::vector<Pressing> books; ///< what must be in the journal
+    std::set<QDate> days;        ///< on which something was pressed
+    std::unique_ptr<app::Form1> form;
+
     Mill()
     {
         const std::filesystem::path file = path(QStringLiteral("Yag.mdb")).toStdU16String();
@@ -181,6 +199,7 @@ public:
             .slips = slips_,
             .keyboard = keyboard_,
             .now = [this] { return now; },
+            .backups = &backups,
         });
     }
 
@@ -224,21 +243,6 @@ public:
         QFile::remove(path(QStringLiteral("com1")));
         QVERIFY(QFile::link(terminal_->path(), path(QStringLiteral("com1"))));
     }
-
-    Dice dice{20251120};
-    MoodyPrinter printer{dice};
-    PassingPrompt prompt;
-    QDateTime now{seasonStart, QTime(8, 0)};
-    std::unique_ptr<app::Form1> form;
-    std::vector<Pressing> books; ///< what must be in the journal, in order
-
-private:
-    QTemporaryDir folder_;
-    app::SettingsStore settings_{folder_.path()};
-    store::JetDatabases databases_{platform::systemDisk()};
-    store::SlipNotes slips_{platform::systemDisk(), path(QStringLiteral("Yag.mdb")).toStdU16String()};
-    NoKeyboard keyboard_;
-    std::unique_ptr<PseudoTerminal> terminal_;
 };
 
 const QStringList firstNames = {"ahmet", "ayşe", "hüseyin", "ismail", "çiğdem",
@@ -273,6 +277,7 @@ private:
     void openDialogs(Mill& mill);
     void unplug(Mill& mill);
     void compareWithJournal(Mill& mill);
+    void lookAtCopies(Mill& mill);
 
     int statements_ = 0;
     int reports_ = 0;
@@ -361,7 +366,9 @@ void Season::writeSlip(Mill& mill, int station, int olives, int oil)
     const int before = mill.printer.accepted;
     mill.tap(form.YazCmd[station]);
     QVERIFY(form.YazCmd[station]->enabled());
-    if (mill.printer.accepted != before) mill.books.push_back(pressing);
+    if (mill.printer.accepted == before) return;
+    mill.books.push_back(pressing);
+    mill.days.insert(mill.now.date());
 }
 
 void Season::press(Mill& mill)
@@ -499,6 +506,19 @@ void Season::compareWithJournal(Mill& mill)
     QVERIFY2(check.ok(), check.ok() ? "" : check.faults.front().c_str());
 }
 
+void Season::lookAtCopies(Mill& mill)
+{
+    // One of each day at the counter, as long as there is room for them.
+    const QDir folder(mill.path(QString::fromLatin1(store::copyFolder)));
+    const QStringList copies = folder.entryList({QStringLiteral("*")}, QDir::Files, QDir::Name);
+    QCOMPARE(static_cast<std::size_t>(copies.size()), std::min(mill.days.size(), store::copiesKept));
+    for (const QString& copy : {copies.first(), copies.last()}) {
+        const auto database = jet::Database::open(platform::systemDisk(), folder.filePath(copy).toStdU16String(),
+                                                  jet::Pager::Mode::readOnly);
+        QVERIFY2(jet::checkDatabase(*database).ok(), qPrintable(copy));
+    }
+}
+
 void Season::everyPressingIsAccountedForAndNothingGrows()
 {
     const int wanted = pressings();
@@ -543,7 +563,9 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
     mill.form->close();
     letEverythingHappen();
     mill.form.reset();
+    mill.backups.wait();
     compareWithJournal(mill);
+    lookAtCopies(mill);
 
     std::printf(
         "%zu stored, %d refused by the printer, %d reports, %d statements, %d font dialogs, unplugged %d times, "
