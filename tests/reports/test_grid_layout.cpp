@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <random>
 
 using namespace reports;
 using namespace Qt::StringLiterals;
@@ -32,6 +33,7 @@ private slots:
     void unwritableDirectoryIsAnErrorAndKeepsTheOldFile();
     void keptWidthsAreApplied_data();
     void keptWidthsAreApplied();
+    void anyDamageLeavesEveryColumnWithAWidth();
     void missingFileChangesHeadingsOnly();
     void fileThatCannotBeReadCountsAsMissing();
     void viewsHaveFilesOfTheirOwn();
@@ -339,6 +341,46 @@ void GridLayouts::keptWidthsAreApplied()
     }
     IzgaraYukle(columns, u"0"_s, directory(), fifty);
     QCOMPARE(widths(columns), applied);
+}
+
+void GridLayouts::anyDamageLeavesEveryColumnWithAWidth()
+{
+    // A sound file with bytes changed, taken away and put in, and cut off somewhere.
+    const QByteArray sound = "1440,#TRUE#\r\n1739.906,#TRUE#\r\n1200.5,#FALSE#\r\n.5,#TRUE#\r\n";
+    std::mt19937 random(5);
+    int applied = 0;
+    for (int round = 0; round < 3000; ++round) {
+        QByteArray file = sound;
+        for (auto changes = 1 + random() % 6; changes > 0; --changes) {
+            const auto at = static_cast<qsizetype>(random() % static_cast<unsigned>(file.size() + 1));
+            static constexpr char pieces[] = "0123456789.,-+eE#TRUEFALSE\"\r\n \x1a\0\xfd";
+            const char byte = random() % 4 == 0 ? static_cast<char>(random()) : pieces[random() % sizeof pieces];
+            switch (random() % 4) {
+            case 0:
+                file.insert(at, byte);
+                break;
+            case 1:
+                file.remove(at, 1);
+                break;
+            case 2:
+                file.replace(at, 1, QByteArray(1, byte));
+                break;
+            default:
+                if (random() % 8 == 0) file.truncate(at);
+            }
+        }
+        write(u"Grid0.txt"_s, file);
+        GridColumns columns = customers();
+        const GridColumns before = columns;
+        IzgaraYukle(columns, u"0"_s, directory(), fifty);
+        QCOMPARE(columns.size(), before.size());
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            QVERIFY2(columns[i].width >= 0 && columns[i].width <= widestColumn, file.toHex(' ').constData());
+            QCOMPARE(columns[i].field, before[i].field);
+            applied += columns[i].width != before[i].width;
+        }
+    }
+    QVERIFY(applied > 1000);
 }
 
 void GridLayouts::missingFileChangesHeadingsOnly()
