@@ -1,7 +1,6 @@
 #include "app/counter_screen.h"
 
 #include "app/form1.h"
-#include "pressing/rules.h"
 
 namespace app {
 namespace {
@@ -54,11 +53,7 @@ int CounterScreen::currentStation() const { return form_.station(); }
 void CounterScreen::enablePrinting(int station, bool enabled) { form_.YazCmd[station]->setEnabled(enabled); }
 QString CounterScreen::entitlementCaption(int station) const { return form_.HakCmd[station]->caption(); }
 
-void CounterScreen::setEntitlementCaption(int station, const QString& text)
-{
-    form_.HakCmd[station]->setCaption(text);
-    form_.HakCmd[station]->showValue(text == pressing::entitlementOn);
-}
+void CounterScreen::setEntitlementCaption(int station, const QString& text) { form_.HakCmd[station]->setCaption(text); }
 
 bool CounterScreen::entitlementShown(int station) const { return form_.Frame3[station]->visible(); }
 void CounterScreen::showEntitlement(int station, bool shown) { form_.Frame3[station]->setVisible(shown); }
@@ -67,6 +62,8 @@ bool CounterScreen::entitlementTaken(int station) const { return form_.HakVar.at
 void CounterScreen::setEntitlementTaken(int station, bool taken)
 {
     form_.HakVar.at(static_cast<std::size_t>(station)) = taken;
+    // The press has flipped the button already; a rule that failed may have left the entitlement as it was.
+    form_.HakCmd[station]->showValue(taken);
 }
 
 float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }

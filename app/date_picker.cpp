@@ -1,6 +1,7 @@
 #include "app/date_picker.h"
 #include "app/painting.h"
 #include "base/error.h"
+#include "base/patterns.h"
 #include <QCalendarWidget>
 #include <QFrame>
 #include <QLocale>
@@ -11,13 +12,8 @@
 
 namespace app {
 
-namespace {
-
-QLocale turkish() { return QLocale(QLocale::Turkish, QLocale::Turkey); }
-
-} // namespace
-
-DatePicker::DatePicker(QWidget* parent, const QString& title) : CaptionLabel(parent), title_(title)
+DatePicker::DatePicker(QWidget* parent, const QString& title, const base::Regional& regional)
+    : CaptionLabel(parent), title_(title), regional_(regional)
 {
     setFocusPolicy(Qt::TabFocus);
     setSpokenName(title);
@@ -36,7 +32,8 @@ void DatePicker::setValue(QDate day)
 
 void DatePicker::showDay()
 {
-    setCaption(turkish().toString(value_, QStringLiteral("dd.MM.yyyy ddd")));
+    setCaption(base::dateToText(value_.startOfDay(), regional_) + u' ' +
+               QLocale::system().dayName(value_.dayOfWeek(), QLocale::ShortFormat));
     update();
 }
 
@@ -53,7 +50,7 @@ void DatePicker::pressed()
     popup->setAttribute(Qt::WA_DeleteOnClose);
     popup->setFrameShape(QFrame::Box);
     auto* calendar = new QCalendarWidget(popup);
-    calendar->setLocale(turkish());
+    calendar->setLocale(QLocale::system());
     calendar->setFirstDayOfWeek(Qt::Monday);
     calendar->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
     calendar->setHorizontalHeaderFormat(QCalendarWidget::ShortDayNames);

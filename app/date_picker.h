@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/caption_label.h"
+#include "base/regional.h"
 #include <QDate>
 
 namespace app {
@@ -11,7 +12,8 @@ class DatePicker : public CaptionLabel {
     Q_OBJECT
 
 public:
-    DatePicker(QWidget* parent, const QString& title);
+    /// The day is shown as `regional` writes dates.
+    DatePicker(QWidget* parent, const QString& title, const base::Regional& regional);
 
     QDate value() const { return value_; }
     void setValue(QDate day); ///< error 380 for an invalid date
@@ -27,6 +29,7 @@ private:
     void showDay();
 
     QString title_;
+    base::Regional regional_;
     QDate value_;
     int titlePixels_ = 14;
     int valuePixels_ = 20;

@@ -151,8 +151,8 @@ void Form1::createReportPanel()
     Frame4->setAccessibleName(QStringLiteral("Günlük"));
     Option1[0] = named(new OptionButton(Frame4, QStringLiteral("CARİLER")), "Option1", 0);
     Option1[1] = named(new OptionButton(Frame4, QStringLiteral("RAPOR")), "Option1", 1);
-    DTPickerBas = named(new DatePicker(Frame4, QStringLiteral("İlk gün")), "DTPickerBas");
-    DTPickerSon = named(new DatePicker(Frame4, QStringLiteral("Son gün")), "DTPickerSon");
+    DTPickerBas = named(new DatePicker(Frame4, QStringLiteral("İlk gün"), surroundings_.regional), "DTPickerBas");
+    DTPickerSon = named(new DatePicker(Frame4, QStringLiteral("Son gün"), surroundings_.regional), "DTPickerSon");
     KapatCmd[1] = named(new CommandButton(Frame4, QStringLiteral("Yazdır")), "KapatCmd", 1);
     KapatCmd[0] = named(new CommandButton(Frame4, QStringLiteral("Kapat")), "KapatCmd", 0);
     GünLbl = named(new FieldLabel(Frame4, FieldLabel::Kind::name, QStringLiteral("Müşteri")), "GünLbl");

@@ -100,6 +100,8 @@ private slots:
     void wheelDoesNotTurnTheDropDown();
 
     void anotherDayFiresTheChange();
+    void dayIsShownAsTheUserWritesDates_data();
+    void dayIsShownAsTheUserWritesDates();
     void sameDayFiresNothing();
     void invalidDayIsRefused();
 
@@ -602,7 +604,7 @@ void Controls::wheelDoesNotTurnTheDropDown()
 void Controls::anotherDayFiresTheChange()
 {
     Host host;
-    DatePicker day(&host, QStringLiteral("İlk gün"));
+    DatePicker day(&host, QStringLiteral("İlk gün"), base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     QList<QDate> seen;
     day.onChange([&] {
@@ -611,12 +613,27 @@ void Controls::anotherDayFiresTheChange()
     });
     QCOMPARE(errorOf([&] { day.setValue(QDate(2024, 11, 6)); }), 3075);
     QCOMPARE(seen, QList<QDate>{QDate(2024, 11, 6)});
-    QCOMPARE(day.caption().section(u' ', 0, 0), QStringLiteral("06.11.2024"));
+}
+
+void Controls::dayIsShownAsTheUserWritesDates_data()
+{
+    QTest::addColumn<bool>("english");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("Turkish") << false << QStringLiteral("06.11.2024");
+    QTest::newRow("English") << true << QStringLiteral("11/6/2024");
+}
+
+void Controls::dayIsShownAsTheUserWritesDates()
+{
+    QFETCH(bool, english);
+    DatePicker day(nullptr, {}, english ? base::Regional::english() : base::Regional::turkish());
+    day.setValue(QDate(2024, 11, 6));
+    QTEST(day.caption().section(u' ', 0, 0), "shown");
 }
 
 void Controls::sameDayFiresNothing()
 {
-    DatePicker day(nullptr, QStringLiteral("İlk gün"));
+    DatePicker day(nullptr, QStringLiteral("İlk gün"), base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     int changes = 0;
     day.onChange([&] { ++changes; });
@@ -626,7 +643,7 @@ void Controls::sameDayFiresNothing()
 
 void Controls::invalidDayIsRefused()
 {
-    DatePicker day(nullptr, QStringLiteral("İlk gün"));
+    DatePicker day(nullptr, QStringLiteral("İlk gün"), base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     QCOMPARE(errorOf([&] { day.setValue(QDate(2024, 2, 30)); }), 380);
     QCOMPARE(day.value(), QDate(2024, 11, 5));

@@ -29,6 +29,7 @@ private slots:
     void emptyRegisterShowsNoList();
     void statusLineCountsThePressingsThatAreLeft();
     void clearedNameTurnsTheEntitlementOff();
+    void switchWhoseRuleFailsStaysOn();
     void entitlementFollowsTheStation();
 };
 
@@ -386,6 +387,30 @@ void CustomerRegister::clearedNameTurnsTheEntitlementOff()
     Counter::click(form.HakCmd[0]);
     QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
     QVERIFY(form.HakVar[0]);
+}
+
+void CustomerRegister::switchWhoseRuleFailsStaysOn()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali Veli"));
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.HakCmd[0]);
+    Counter::click(form.Haklbl[0]);
+    counter.keys(QStringLiteral("10"));
+    Counter::click(form.Label3[0]);
+    counter.pick(QStringLiteral("Ali Veli")); // a name where the oil should be
+    Counter::click(form.HakCmd[0]);
+    QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
+    QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
+    QVERIFY(form.HakCmd[0]->value());
+    QVERIFY(form.HakVar[0] && form.Frame3[0]->visible());
+    counter.key(QStringLiteral("Sil"));
+    Counter::click(form.HakCmd[0]);
+    QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
+    QVERIFY(!form.HakCmd[0]->value());
+    QVERIFY(!form.HakVar[0]);
 }
 
 void CustomerRegister::entitlementFollowsTheStation()

@@ -24,7 +24,11 @@ private slots:
     void otherWindowsDoNotActivate();
 
     void connectItemIsKeptAtOnce();
+    void caseKeyIsKeptAtOnceAndTakesCapsLockAlong();
+    void touchedFieldIsTheOneThatIsEdited_data();
+    void touchedFieldIsTheOneThatIsEdited();
     void bareFormEndsTheHighlight();
+    void nextKeyTakesTheHighlightAndTheExitButtonsColourBack();
     void controlsDoNotActAsTheBareForm();
     void closeButtonDropsTheContainers_data();
     void closeButtonDropsTheContainers();
@@ -226,6 +230,72 @@ void FormShell::connectItemIsKeptAtOnce()
     screen.form.Bağlantı->trigger();
     QVERIFY(!screen.form.Bağlantı->checked());
     QCOMPARE(kept(), QStringLiteral("False"));
+}
+
+void FormShell::caseKeyIsKeptAtOnceAndTakesCapsLockAlong()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    for (const bool capitals : {true, false}) {
+        QTest::mouseClick(form.Label1[47], Qt::LeftButton);
+        QCOMPARE(form.CapsDurum, capitals);
+        QCOMPARE(screen.keyboard.on, capitals);
+        QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), {}),
+                 capitals ? QStringLiteral("True") : QStringLiteral("False"));
+        QCOMPARE(form.Label1[47]->caption(), capitals ? QStringLiteral("AB") : QStringLiteral("ab"));
+        QCOMPARE(form.Label1[10]->caption() + form.Label1[11]->caption(),
+                 capitals ? QStringLiteral("Iİ") : QStringLiteral("ıi"));
+    }
+    QCOMPARE(screen.keyboard.presses, 2);
+}
+
+void FormShell::touchedFieldIsTheOneThatIsEdited_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<bool>("edited");
+    QTest::newRow("name") << "TxtLbl(1)" << true;
+    QTest::newRow("olives") << "Label2(1)" << true;
+    QTest::newRow("oil") << "Label3(1)" << true;
+    QTest::newRow("percentage") << "Haklbl(1)" << true;
+    QTest::newRow("fee") << "NakitLbl(1)" << true;
+    QTest::newRow("entitlement is worked out") << "HakTut(1)" << false;
+    QTest::newRow("hand-over is worked out") << "Verilen(1)" << false;
+    QTest::newRow("containers are counted") << "Label4(1)" << false;
+}
+
+void FormShell::touchedFieldIsTheOneThatIsEdited()
+{
+    QFETCH(QString, field);
+    QFETCH(bool, edited);
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.TxtLbl[1]->setCaption(QStringLiteral("Ali"));
+    form.Frame3[1]->setVisible(true);
+    form.KapFrm[1]->setVisible(true);
+    auto* label = form.findChild<CaptionLabel*>(field);
+    const Colour ground = label->backColor();
+    QTest::mouseClick(label, Qt::LeftButton);
+    QCOMPARE(form.AktifLbl, edited ? label : form.TxtLbl[0]);
+    QCOMPARE(label->backColor(), edited ? colour::cyan : ground);
+    QCOMPARE(form.TxtLbl[0]->backColor(), edited ? colour::white : colour::cyan);
+}
+
+void FormShell::nextKeyTakesTheHighlightAndTheExitButtonsColourBack()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    QTest::mouseMove(form.Label1[3]);
+    form.Command1->setBackColor(colour::white);
+    QTest::mouseMove(form.Label1[3], QPoint(4, 4)); // yellow already: nothing is recoloured
+    QCOMPARE(form.Command1->backColor(), colour::white);
+    QTest::mouseMove(form.Label1[48]);
+    QCOMPARE(form.Label1[3]->backColor(), colour::cyan);
+    QCOMPARE(form.Label1[48]->backColor(), colour::yellow);
+    QCOMPARE(form.Command1->backColor(), colour::cyan);
+    QCOMPARE(form.SonTus, 48.0f);
 }
 
 void FormShell::bareFormEndsTheHighlight()

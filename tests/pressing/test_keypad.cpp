@@ -29,6 +29,29 @@ private slots:
         QCOMPARE(pressing::caseKeyCaption(false), "ab");
     }
 
+    void everyKeyDoesWhatItsIndexSays_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("after"); // on "Ab"
+        const QString letters = "ABCÇDEFGĞHIİJKLMNOÖPRSŞTUÜVYZWQX,";
+        for (int k = 0; k < letters.size(); ++k) QTest::addRow("%d", k) << k << "Ab" + letters.mid(k, 1);
+        QTest::newRow("backspace") << 33 << "A";
+        QTest::newRow("blank") << 34 << "Ab ";
+        QTest::newRow("double zero") << 35 << "Ab00";
+        const QString digits = "0987654321";
+        for (int k = 0; k < digits.size(); ++k) QTest::addRow("%d", 36 + k) << 36 + k << "Ab" + digits.mid(k, 1);
+        QTest::newRow("clear") << 46 << "";
+        QTest::newRow("case") << 47 << "Ab";
+        QTest::newRow("star") << 48 << "Ab*";
+    }
+    void everyKeyDoesWhatItsIndexSays()
+    {
+        QFETCH(int, key);
+        screen.put(Field::TxtLbl, "Ab");
+        press(key);
+        QTEST(active(), "after");
+    }
+
     void theTwoTurkishIsGoThereAndBack()
     {
         press(keys::letterCase);
