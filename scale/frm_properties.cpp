@@ -161,10 +161,11 @@ void frmProperties::build()
 void frmProperties::Form_Load()
 {
     fill();
+    preset();
+    // Only now: the name of the chosen port's device may need more room.
     adjustSize();
     const QRect area = screen()->geometry();
     move(area.left() + (area.width() - width()) / 2, area.top() + (area.height() - height()) / 2);
-    preset();
 }
 
 void frmProperties::fill()
