@@ -2,6 +2,9 @@
 
 #include "store/jet/part_file.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace store {
 
 namespace {
@@ -30,6 +33,19 @@ void createMillTables(jet::Database& database, jet::DateTime now)
                           number(u"Nakit"), text(u"CariHar", longestName)},
                          {byDate}, now);
     change.commit();
+}
+
+std::u16string millTableName(const std::vector<jet::Column>& columns)
+{
+    static const std::vector<std::u16string_view> customers = {u"Unvan", u"Yuzde", u"Kap", u"Nakit"};
+    static const std::vector<std::u16string_view> journal = {u"Tarih",  u"Zeytin", u"Yağ",    u"Yuzde",
+                                                             u"HakTut", u"Nakit",  u"CariHar"};
+    const auto named = [&](const std::vector<std::u16string_view>& names) {
+        return columns.size() >= names.size() &&
+               std::equal(names.begin(), names.end(), columns.begin(),
+                          [](std::u16string_view name, const jet::Column& column) { return column.name == name; });
+    };
+    return named(customers) ? u"Cari" : named(journal) ? u"Hareket" : u"";
 }
 
 void createMillDatabase(jet::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)

@@ -13,4 +13,8 @@ void createMillTables(jet::Database& database, jet::DateTime now);
 void createMillDatabase(jet::Disk& disk, const std::filesystem::path& path, jet::Collation collation,
                         jet::DateTime now);
 
+/// Which of the two tables has these columns: for a damaged file that does not tell its tables' names any more. Empty
+/// for any other table.
+std::u16string millTableName(const std::vector<jet::Column>& columns);
+
 } // namespace store

@@ -1,6 +1,5 @@
 #include "tools/database_tool.h"
 
-#include "store/jet/check.h"
 #include "store/jet/database.h"
 #include "store/jet/maintenance.h"
 #include "store/jet/sql.h"
@@ -95,25 +94,6 @@ int info(jet::Disk& disk, Arguments arguments)
     }
     out.flush();
     return 0;
-}
-
-int check(jet::Disk& disk, Arguments arguments)
-{
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-    jet::CheckResult result;
-    {
-        Progress progress("Denetleniyor");
-        result = jet::checkDatabase(*database, std::ref(progress));
-    }
-    Output out(standardOutput);
-    for (const std::string& sentence : result.faults) say(out, "HATA: " + sentence);
-    for (const std::string& sentence : result.warnings) say(out, "Uyarı: " + sentence);
-    say(out, std::to_string(result.pages) + " sayfa, " + std::to_string(result.tables) + " tablo, " +
-                 std::to_string(result.rows) + " satır, " + std::to_string(result.indexEntries) +
-                 " dizin girişi denetlendi.");
-    say(out, result.ok() ? "Dosya sağlam." : "Dosya bozuk: " + std::to_string(result.faults.size()) + " hata.");
-    out.flush();
-    return result.ok() ? 0 : 1;
 }
 
 void putHeader(Output& out, const std::vector<std::u16string>& names)
@@ -283,14 +263,6 @@ int runSql(jet::Disk& disk, Arguments arguments)
     return 0;
 }
 
-int compactFile(jet::Disk& disk, Arguments arguments)
-{
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-    Progress progress("Sıkıştırılıyor");
-    jet::compact(disk, *database, pathOf(arguments[1]), now(), std::ref(progress));
-    return 0;
-}
-
 int backupFile(jet::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
@@ -324,7 +296,7 @@ constexpr Command commands[] = {
     {"info", "DOSYA", "dosyayı, tabloları, sütunları ve dizinleri anlatır", "", 1, 1, info},
     {"check", "DOSYA", "dosyanın her sayfasını, satırını ve dizin girişini denetler",
      "Her hatayı bir satırda adıyla yazar. Yalnızca dosya sağlamsa 0 ile biter. Uyarılar zararsızdır.\n"
-     "Dosyada hiçbir şey değiştirmez.\n", 1, 1, check},
+     "Bozuk dosyada nelerin kurtarılabileceğini de söyler. Dosyada hiçbir şey değiştirmez.\n", 1, 1, check},
     {"export", "DOSYA TABLO", "bir tabloyu CSV olarak yazar",
      "Standart çıktıya yazar: ilk satırda sütun adları, UTF-8, virgülle ayrılmış, ondalıklar noktalı,\n"
      "tarihler 2025-11-20T14:05:00 gibi. Boş alan hiçbir şey, boş metin iki tırnaktır.\n", 2, 2, exportTable},
@@ -334,7 +306,11 @@ constexpr Command commands[] = {
     {"sql", "DOSYA METİN", "bir Select sorgusunu ya da DELETE deyimini çalıştırır",
      "Select'in satırlarını CSV olarak, DELETE'in sildiği satırların sayısını yazar.\n", 2, 2, runSql},
     {"compact", "DOSYA ÇIKTI", "silinenlerden kalan boşlukları atarak yeni bir dosyaya yazar",
-     "ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, compactFile},
+     "ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz. DOSYA bozuksa okunabilen her satırı kurtarır,\n"
+     "kaybolanları yazar ve 2 ile biter (rescue gibi).\n", 2, 2, compactFile},
+    {"rescue", "DOSYA ÇIKTI", "bozuk bir dosyanın okunabilen her satırını yeni bir dosyaya yazar",
+     "Okunamayanları sayfa, satır ve alan adıyla yazar. Çıkış kodu: 0 her şey kurtarıldı, 2 kurtarılamayanlar var,\n"
+     "1 hiçbir şey yazılmadı. ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, rescueFile},
     {"backup", "DOSYA ÇIKTI", "dosyanın tutarlı bir kopyasını alır",
      "ÇIKTI var olmayan bir dosya olmalı; kopya tamamlanıp denetlenmeden o adı almaz.\n", 2, 2, backupFile},
     {"restore", "KLASÖR [KOPYA]", "bir yedeği geri yükler; kopya verilmezse yedekleri listeler",

@@ -1,6 +1,11 @@
 #include "tools/repair_commands.h"
 
-#include "store/jet/calendar.h"
+#include "store/jet/check.h"
+#include "store/jet/database.h"
+#include "store/jet/error.h"
+#include "store/jet/maintenance.h"
+#include "store/jet/rescue.h"
+#include "store/mill_tables.h"
 #include "store/restore.h"
 
 #include <algorithm>
@@ -79,7 +84,103 @@ int list(jet::Disk& disk, const std::string& directory)
     return 0;
 }
 
+/// The file itself is not as it must be; a copy elsewhere, or a rescue, may help.
+bool isDamage(jet::Fault fault)
+{
+    return fault == jet::Fault::damaged || fault == jet::Fault::cutShort || fault == jet::Fault::notADatabase;
+}
+
+void sayLosses(Output& out, const jet::RescueResult& result)
+{
+    for (const std::string& sentence : result.losses) say(out, "Kayıp: " + sentence);
+    if (result.lossesLeftOut > 0) say(out, "Kayıp: bunlardan başka " + std::to_string(result.lossesLeftOut) + " yer.");
+}
+
+std::string rowsOf(const jet::RescueResult& result)
+{
+    std::string text;
+    for (const jet::RescueResult::Table& table : result.tables)
+        text += (text.empty() ? "" : ", ") + jet::toUtf8(table.name) + " " + std::to_string(table.rows) + " satır";
+    return text.empty() ? "hiçbir tablo bulunamadı" : text;
+}
+
+void sayWhatCanBeSaved(jet::Disk& disk, Output& out, const std::string& file)
+{
+    try {
+        const jet::RescueResult result = jet::survey(disk, pathOf(file), store::millTableName);
+        sayLosses(out, result);
+        say(out, "Kurtarılabilecek: " + rowsOf(result) + ".");
+        say(out, "Yedekten dönmek için: presva-mdb restore. Kurtarmak için: presva-mdb rescue " + file + " YENİ-DOSYA");
+    } catch (const jet::Error& error) {
+        say(out, std::string("Kurtarılabilecek bir şey bulunamadı: ") + error.what());
+    }
+}
+
 } // namespace
+
+int check(jet::Disk& disk, Arguments arguments)
+{
+    Output out(standardOutput);
+    jet::CheckResult result;
+    try {
+        const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+        Progress progress("Denetleniyor");
+        result = jet::checkDatabase(*database, std::ref(progress));
+    } catch (const jet::Error& error) {
+        // A file that never was a database gets no advice on saving it.
+        if (!isDamage(error.fault()) || error.fault() == jet::Fault::notADatabase) throw;
+        say(out, std::string("HATA: ") + error.what());
+        sayWhatCanBeSaved(disk, out, arguments[0]);
+        out.flush();
+        return 1;
+    }
+    for (const std::string& sentence : result.faults) say(out, "HATA: " + sentence);
+    for (const std::string& sentence : result.warnings) say(out, "Uyarı: " + sentence);
+    say(out, std::to_string(result.pages) + " sayfa, " + std::to_string(result.tables) + " tablo, " +
+                 std::to_string(result.rows) + " satır, " + std::to_string(result.indexEntries) +
+                 " dizin girişi denetlendi.");
+    say(out, result.ok() ? "Dosya sağlam." : "Dosya bozuk: " + std::to_string(result.faults.size()) + " hata.");
+    if (!result.ok()) sayWhatCanBeSaved(disk, out, arguments[0]);
+    out.flush();
+    return result.ok() ? 0 : 1;
+}
+
+int rescueFile(jet::Disk& disk, Arguments arguments)
+{
+    jet::RescueResult result;
+    {
+        Progress progress("Kurtarılıyor");
+        result = jet::rescue(disk, pathOf(arguments[0]), pathOf(arguments[1]), now(), store::millTableName,
+                             std::ref(progress));
+    }
+    Output out(standardOutput);
+    sayLosses(out, result);
+    say(out, "Kurtarıldı: " + rowsOf(result) + ".");
+    if (result.whole()) say(out, "Okunamayan bir yer yok.");
+    out.flush();
+    return result.whole() ? 0 : savedInPart;
+}
+
+int compactFile(jet::Disk& disk, Arguments arguments)
+{
+    try {
+        const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
+        // Rows of a lost page would be missing without a word.
+        const jet::CheckResult result = jet::checkDatabase(*database);
+        if (!result.ok()) throw jet::Error(jet::Fault::damaged, result.faults.front());
+        Progress progress("Sıkıştırılıyor");
+        jet::compact(disk, *database, pathOf(arguments[1]), now(), std::ref(progress));
+        return 0;
+    } catch (const jet::Error& error) {
+        if (!isDamage(error.fault()) || error.fault() == jet::Fault::notADatabase) throw;
+        Output out(standardOutput);
+        say(out, std::string("HATA: ") + error.what());
+        out.flush();
+    }
+    const int code = rescueFile(disk, arguments);
+    // The damage is told; nothing but rows was to be saved.
+    return code == 0 ? savedInPart : code;
+}
 
 int restore(jet::Disk& disk, Arguments arguments)
 {

@@ -26,6 +26,31 @@ Bytes propertiesOf(const RowView& row, std::size_t column)
 
 } // namespace
 
+const char* foreignKind(int type)
+{
+    switch (type) {
+    case 4:
+    case 6:
+        return "bağlı tablo";
+    case 5:
+        return "sorgu";
+    case -32768:
+        return "form";
+    case -32766:
+        return "makro";
+    case -32764:
+        return "rapor";
+    case -32761:
+        return "modül";
+    case -32756:
+        return "sayfa";
+    default:
+        return nullptr;
+    }
+}
+
+bool isUserObject(std::uint32_t flags) { return (flags & systemMarks) == 0; }
+
 std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type)
 {
     const auto column = table.columnNamed(name);
@@ -56,7 +81,7 @@ std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
         });
         if (entry.name.empty() || entry.definition == 0 || listed) return true;
         const auto marks = static_cast<std::uint32_t>(static_cast<std::int64_t>(row.number(flags).value_or(0)));
-        entry.user = (marks & systemMarks) == 0;
+        entry.user = isUserObject(marks);
         entry.properties = propertiesOf(row, properties);
         entries.push_back(std::move(entry));
         return true;

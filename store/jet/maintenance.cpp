@@ -40,30 +40,6 @@ private:
 
 // ---- what compacting would lose ----
 
-/// Kinds of objects that a rewrite of the tables would leave behind, by their number in the catalogue.
-const char* lostKind(int type)
-{
-    switch (type) {
-    case 4:
-    case 6:
-        return "bağlı tablo";
-    case 5:
-        return "sorgu";
-    case -32768:
-        return "form";
-    case -32766:
-        return "makro";
-    case -32764:
-        return "rapor";
-    case -32761:
-        return "modül";
-    case -32756:
-        return "sayfa";
-    default:
-        return nullptr;
-    }
-}
-
 [[noreturn]] void refuseToLose(const Database& database, const std::string& what)
 {
     throw Error(Fault::unsupported, quotedPath(const_cast<Database&>(database).pager().path()) +
@@ -77,7 +53,7 @@ void refuseToLoseObjects(Database& database)
     const std::size_t type = systemColumn(objects, u"Type", ColumnType::integer);
     const std::size_t name = systemColumn(objects, u"Name", ColumnType::text);
     objects.forEachRow([&](RowId, const RowView& row) {
-        if (const char* kind = lostKind(static_cast<int>(row.number(type).value_or(0)))) {
+        if (const char* kind = foreignKind(static_cast<int>(row.number(type).value_or(0)))) {
             std::u16string text;
             row.text(name, text);
             refuseToLose(database, quotedName(text) + " adlı " + kind);

@@ -300,51 +300,58 @@ DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page)
     return joined;
 }
 
-TableDefinition readTableDefinition(Pager& pager, PageNo page)
+namespace {
+
+/// The numbers at the head of a definition.
+struct Counts {
+    std::size_t columns = 0;
+    std::size_t logical = 0;
+    std::size_t physical = 0;
+};
+
+Counts readHead(Reader& reader, TableDefinition& table)
 {
-    DefinitionBytes joined = readDefinitionBytes(pager, page);
-    Reader reader(pager, page, joined.bytes);
     const std::uint8_t* head = reader.take(fixedPart);
-    TableDefinition table;
-    table.page = page;
-    table.chain = std::move(joined.chain);
     table.system = head[40] == 0x53;
     table.columnsEver = getU16(head + 41);
     table.variableEver = getU16(head + 43);
-    const std::size_t columnCount = getU16(head + 45);
-    const std::size_t logicalCount = getU32(head + 47);
-    const std::size_t physicalCount = getU32(head + 51);
-    if (columnCount > mostColumns || logicalCount > mostIndexes || physicalCount > mostIndexes ||
-        columnCount > table.columnsEver || table.variableEver > table.columnsEver || columnCount == 0) {
+    const Counts counts{getU16(head + 45), getU32(head + 47), getU32(head + 51)};
+    if (counts.columns > mostColumns || counts.logical > mostIndexes || counts.physical > mostIndexes ||
+        counts.columns > table.columnsEver || table.variableEver > table.columnsEver || counts.columns == 0) {
         reader.fail("tablo tanımındaki sayılar tutarsız");
     }
     table.owned = mapRef(head + 55);
     table.freeSpace = mapRef(head + 59);
-    checkTableMap(pager, reader, table.owned);
-    checkTableMap(pager, reader, table.freeSpace);
+    return counts;
+}
 
-    reader.take(statisticsRecord * physicalCount);
-    for (std::size_t i = 0; i < columnCount; ++i) {
+void readColumns(Reader& reader, const Counts& counts, TableDefinition& table)
+{
+    reader.take(statisticsRecord * counts.physical);
+    for (std::size_t i = 0; i < counts.columns; ++i) {
         table.columns.push_back(readColumn(reader, reader.take(columnRecord), table.columnsEver, table.variableEver));
     }
     for (Column& column : table.columns) column.name = reader.name();
     checkColumns(reader, table.columns);
     std::stable_sort(table.columns.begin(), table.columns.end(),
                      [](const Column& a, const Column& b) { return a.ordinal < b.ordinal; });
+}
 
-    for (std::size_t i = 0; i < physicalCount; ++i) {
+void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefinition& table)
+{
+    for (std::size_t i = 0; i < counts.physical; ++i) {
         Index index = readPhysicalIndex(reader, reader.take(physicalRecord), table.columns);
         checkPage(pager, index.root);
         checkPage(pager, index.ownedPages.page);
         index.number = i;
         table.indexes.push_back(std::move(index));
     }
-    for (std::size_t i = 0; i < logicalCount; ++i) {
+    for (std::size_t i = 0; i < counts.logical; ++i) {
         const std::uint8_t* p = reader.take(logicalRecord);
         LogicalIndex logical;
         logical.id = getU32(p + 4);
         logical.physical = getU32(p + 8);
-        if (logical.physical >= physicalCount || p[23] > relationshipKind) {
+        if (logical.physical >= counts.physical || p[23] > relationshipKind) {
             reader.fail("bir dizin adı olmayan bir dizini gösteriyor");
         }
         logical.kind = static_cast<LogicalIndex::Kind>(p[23]);
@@ -369,6 +376,61 @@ TableDefinition readTableDefinition(Pager& pager, PageNo page)
         table.longValues.push_back(maps);
     }
     if (reader.left() != 0) reader.fail("tablo tanımının sonunda fazlalık var");
+}
+
+/// The pages of a chain up to where it breaks. The first one is a page of a definition.
+DefinitionBytes definitionAsFarAsItGoes(Pager& pager, PageNo page)
+{
+    DefinitionBytes joined;
+    for (PageNo next = page; next != 0 && next < pager.pageCount() && joined.chain.size() < longestChain;) {
+        const PageView view = pager.read(next);
+        const bool visited = std::find(joined.chain.begin(), joined.chain.end(), next) != joined.chain.end();
+        if (view[0] != static_cast<std::uint8_t>(PageType::tableDefinition) || visited) break;
+        joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : pageOwnBytes), view.end());
+        joined.chain.push_back(next);
+        next = getU32(view.data() + 4);
+    }
+    if (joined.chain.empty()) throwDamaged(pager, page, "tablo tanımı değil");
+    const std::size_t length = getU32(joined.bytes.data() + definitionField::length);
+    if (length >= fixedPart && length < joined.bytes.size()) joined.bytes.resize(length);
+    return joined;
+}
+
+} // namespace
+
+TableDefinition readTableDefinition(Pager& pager, PageNo page)
+{
+    DefinitionBytes joined = readDefinitionBytes(pager, page);
+    Reader reader(pager, page, joined.bytes);
+    TableDefinition table;
+    table.page = page;
+    table.chain = std::move(joined.chain);
+    const Counts counts = readHead(reader, table);
+    checkTableMap(pager, reader, table.owned);
+    checkTableMap(pager, reader, table.freeSpace);
+    readColumns(reader, counts, table);
+    readIndexes(pager, reader, counts, table);
+    return table;
+}
+
+TableDefinition salvageTableDefinition(Pager& pager, PageNo page, std::string& lost)
+{
+    DefinitionBytes joined = definitionAsFarAsItGoes(pager, page);
+    Reader reader(pager, page, joined.bytes);
+    TableDefinition table;
+    table.page = page;
+    table.chain = std::move(joined.chain);
+    const Counts counts = readHead(reader, table);
+    readColumns(reader, counts, table);
+    try {
+        readIndexes(pager, reader, counts, table);
+    } catch (const Error& error) {
+        if (error.fault() == Fault::disk) throw;
+        table.indexes.clear();
+        table.logicalIndexes.clear();
+        table.longValues.clear();
+        lost = error.what();
+    }
     return table;
 }
 

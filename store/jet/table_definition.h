@@ -62,6 +62,10 @@ DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page);
 /// Throws damaged, and cutShort when the definition leads past the end of the file.
 TableDefinition readTableDefinition(Pager& pager, PageNo page);
 
+/// What can be read of a damaged definition: its columns at least, and maps that nobody has looked at. Where its
+/// indexes cannot be read it has none, and `lost` says why. Throws damaged when there are no columns to be read.
+TableDefinition salvageTableDefinition(Pager& pager, PageNo page, std::string& lost);
+
 /// The bytes of a definition that describes a table without rows.
 Bytes buildTableDefinition(const TableDefinition& definition, Collation collation);
 

@@ -13,6 +13,7 @@
 #include "store/jet/database.h"
 #include "store/jet/error.h"
 #include "store/jet/memory_disk.h"
+#include "store/jet/rescue.h"
 #include "store/jet/sql.h"
 #include "tests/jet/mixed_work.h"
 
@@ -22,6 +23,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <stdexcept>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -185,6 +188,7 @@ struct Counts {
     unsigned long opened = 0;
     unsigned long sound = 0;
     unsigned long written = 0;
+    unsigned long rescued = 0;
 };
 
 /// A refusal is an answer. Anything else that is thrown ends the program.
@@ -243,6 +247,47 @@ void writeTable(jet::Database& database, const std::u16string& name, std::mt1993
         wrote |= attempt([&] { database.dropIndex(name, table.indexes()[0].names.at(0)); });
 }
 
+using Rows = std::map<std::u16string, std::uint64_t>;
+
+Rows rowsOf(jet::Database& database)
+{
+    Rows rows;
+    for (const std::u16string& name : database.tableNames())
+        database.table(name).forEachRow([&, name](jet::RowId, const jet::RowView&) { return ++rows[name] > 0; });
+    return rows;
+}
+
+/// Whatever is saved of a damaged file is a sound file, and of a file that was sound to the check (`all`) it is
+/// every row.
+bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Counts& counts)
+{
+    jet::MemoryDisk disk;
+    disk.content(file) = damaged;
+    const std::filesystem::path to = "Kurtarilan.mdb";
+    try {
+        const jet::RescueResult result = jet::rescue(disk, file, to, jet::DateTime{45000});
+        ++counts.rescued;
+        const auto database = jet::Database::open(disk, to, jet::Pager::Mode::readOnly);
+        Rows saved = rowsOf(*database);
+        for (const auto& table : result.tables)
+            if (saved[table.name] != table.rows) throw std::runtime_error("another number of rows than was told");
+        if (!all) return true;
+        for (const auto& [name, rows] : *all)
+            if (saved[name] != rows) throw std::runtime_error("rows of a sound file were lost");
+        return true;
+    } catch (const jet::Error& error) {
+        // A header that seems to be that of another kind of file, or nothing left: those are answers too.
+        using jet::Fault;
+        for (const Fault answer :
+             {Fault::notADatabase, Fault::oldFormat, Fault::newFormat, Fault::password, Fault::encoded})
+            if (error.fault() == answer) return true;
+        std::fprintf(stderr, "seed %lu: rescue: %s\n", seed, error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "seed %lu: rescue: %s\n", seed, error.what());
+    }
+    return false;
+}
+
 bool trial(const Content& original, unsigned long seed, Counts& counts)
 {
     std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
@@ -251,13 +296,16 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
     bytes = original;
     Damage(bytes, random).inflict();
 
+    const Content damaged = bytes;
     bool sound = false;
     bool wrote = false;
+    Rows rows;
     const bool opened = attempt([&] {
         const auto database = jet::Database::open(disk, file);
         ++counts.opened;
         sound = jet::checkDatabase(*database).ok();
         if (sound) ++counts.sound;
+        if (sound) rows = rowsOf(*database);
         for (const auto& [name, page] : database->allTables()) attempt([&] { readTable(*database, name); });
         for (const std::u16string& name : database->tableNames())
             attempt([&] { writeTable(*database, name, random, wrote); });
@@ -267,6 +315,7 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
             });
     });
     if (wrote) ++counts.written;
+    if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, counts)) return false;
     if (!opened || !wrote || !sound) return true;
     std::string what;
     const bool reopened = attempt([&] {
@@ -321,8 +370,9 @@ int main(int argc, char** argv)
         startClock(0);
         longest = std::max(longest, std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
     }
-    std::printf("%lu damaged files: %lu opened, %lu of them sound to the check, %lu written; longest %.0f ms; "
-                "%d failures\n",
-                count, counts.opened, counts.sound, counts.written, longest * 1000, failures);
+    std::printf(
+        "%lu damaged files: %lu opened, %lu of them sound to the check, %lu written, %lu rescued; longest %.0f ms; "
+        "%d failures\n",
+        count, counts.opened, counts.sound, counts.written, counts.rescued, longest * 1000, failures);
     return failures == 0 ? 0 : 1;
 }

@@ -43,6 +43,7 @@ private slots:
     void backupIsACopyThatOpens();
     void compactDropsTheRoomOfDeletedRows();
     void compactRefusesToLoseAQuery();
+    void aDamagedFileIsSavedAsFarAsItCanBeRead();
     void restoreListsTheCopiesAndPutsOneBack();
     void restoreLeavesARunningProgramAlone();
     void dropIndexTakesTheIndexAway();
@@ -89,7 +90,8 @@ void PresvaMdbTest::everyCommandHasHelp_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::newRow("all") << QStringList{"--help"};
-    for (const char* name : {"create", "info", "check", "export", "import", "sql", "compact", "backup", "restore", "drop-index"})
+    for (const char* name :
+         {"create", "info", "check", "export", "import", "sql", "compact", "rescue", "backup", "restore", "drop-index"})
         QTest::newRow(name) << QStringList{name, "--help"};
 }
 
@@ -323,6 +325,43 @@ void PresvaMdbTest::compactRefusesToLoseAQuery()
     QCOMPARE(outcome.code, 1);
     QVERIFY2(outcome.err.contains("Sorgu1"), qPrintable(outcome.err));
     QVERIFY(!QFileInfo::exists(path("small.mdb")));
+}
+
+void PresvaMdbTest::aDamagedFileIsSavedAsFarAsItCanBeRead()
+{
+    const QString file = created();
+    QByteArray rows = "CariHar\r\n";
+    for (int i = 0; i < 500; ++i) rows += "Ali " + QByteArray::number(i) + "\r\n";
+    write("satir.csv", rows);
+    QCOMPARE(run({"import", file, "Hareket", path("satir.csv")}).code, 0);
+    QCOMPARE(run({"rescue", file, path("saglam.mdb")}).code, 0);
+    verifySound(path("saglam.mdb"));
+
+    // The last page of rows is gone.
+    QFile damaged(file);
+    QVERIFY(damaged.open(QIODevice::ReadWrite));
+    QByteArray bytes = damaged.readAll();
+    qsizetype page = bytes.size() / 4096 - 1;
+    while (bytes[page * 4096] != 1) --page;
+    const int lost = bytes[page * 4096 + 12]; // its slots
+    damaged.seek(page * 4096);
+    damaged.write(QByteArray(4096, '\0'));
+    damaged.close();
+
+    const QString saved = QString("Hareket %1 satır").arg(500 - lost);
+    const Outcome checked = run({"check", file});
+    QCOMPARE(checked.code, 1);
+    QVERIFY2(checked.out.contains("HATA") && checked.out.contains("Kurtarılabilecek: ") && checked.out.contains(saved),
+             qPrintable(checked.out));
+    for (const char* command : {"rescue", "compact"}) {
+        const QString to = path(QString(command) + ".mdb");
+        const Outcome done = run({command, file, to});
+        QVERIFY2(done.code == 2, qPrintable(done.out + done.err));
+        QVERIFY2(done.out.contains("Kayıp: ") && done.out.contains(saved), qPrintable(done.out));
+        verifySound(to);
+        QCOMPARE(run({"sql", to, "Select * From Hareket"}).out.count("Ali"), 500 - lost);
+    }
+    QCOMPARE(run({"rescue", file, path("rescue.mdb")}).code, 1); // it is there already
 }
 
 void PresvaMdbTest::restoreListsTheCopiesAndPutsOneBack()
