@@ -287,11 +287,11 @@ void FormShell::nextKeyTakesTheHighlightAndTheExitButtonsColourBack()
     Screen screen;
     Form1& form = screen.form;
     form.start();
-    QTest::mouseMove(form.Label1[3]);
+    hover(form.Label1[3]);
     form.Command1->setBackColor(colour::white);
-    QTest::mouseMove(form.Label1[3], QPoint(4, 4)); // yellow already: nothing is recoloured
+    hover(form.Label1[3], QPoint(4, 4)); // yellow already: nothing is recoloured
     QCOMPARE(form.Command1->backColor(), colour::white);
-    QTest::mouseMove(form.Label1[48]);
+    hover(form.Label1[48]);
     QCOMPARE(form.Label1[3]->backColor(), colour::cyan);
     QCOMPARE(form.Label1[48]->backColor(), colour::yellow);
     QCOMPARE(form.Command1->backColor(), colour::cyan);
@@ -303,10 +303,10 @@ void FormShell::bareFormEndsTheHighlight()
     Screen screen;
     Form1& form = screen.form;
     form.start();
-    QTest::mouseMove(form.Label1[13]);
+    hover(form.Label1[13]);
     QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
     QCOMPARE(form.SonTus, 13.0f);
-    QTest::mouseMove(&form, QPoint(2, form.height() / 2));
+    hover(&form, QPoint(2, form.height() / 2));
     QCOMPARE(form.Label1[13]->backColor(), colour::cyan);
 }
 
@@ -315,10 +315,10 @@ void FormShell::controlsDoNotActAsTheBareForm()
     Screen screen;
     Form1& form = screen.form;
     form.start();
-    QTest::mouseMove(form.Label1[13]);
-    QTest::mouseMove(form.Frame1[0], QPoint(5, form.Frame1[0]->height() - 5));
-    QTest::mouseMove(form.YazCmd[1]);
-    QTest::mouseMove(form.KapCmd[1]);
+    hover(form.Label1[13]);
+    hover(form.Frame1[0], QPoint(5, form.Frame1[0]->height() - 5));
+    hover(form.YazCmd[1]);
+    hover(form.KapCmd[1]);
     QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
 }
 

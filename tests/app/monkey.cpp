@@ -279,7 +279,7 @@ void Monkey::tryOne()
         break;
     case 29:
         action_ = QStringLiteral("mouse");
-        QTest::mouseMove(form.Label1[any(form.Label1.size())]);
+        hover(form.Label1[any(form.Label1.size())]);
         break;
     case 30:
         action_ = QStringLiteral("resize");

@@ -9,6 +9,8 @@
 #include "store/jet/memory_disk.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
+#include <QCoreApplication>
+#include <QMouseEvent>
 #include <QTemporaryDir>
 
 /// Answers the screen's message boxes without showing them, and remembers what was asked.
@@ -34,6 +36,14 @@ public:
     QList<app::FontChoice> fontPresets;  ///< what the font dialog was opened on
     std::optional<app::FontChoice> font; ///< what is chosen in it; nothing: it is cancelled
 };
+
+/// The pointer moves over a control. The real one stays where it is: on an X server its moves arrive when they like.
+inline void hover(QWidget* control, QPoint at = {-1, -1})
+{
+    const QPointF place = at == QPoint(-1, -1) ? QPointF(control->rect().center()) : QPointF(at);
+    QMouseEvent move(QEvent::MouseMove, place, control->mapToGlobal(place), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(control, &move);
+}
 
 /// A keyboard with nothing but a Caps Lock key, which counts its presses.
 class PlainKeyboard : public platform::Keyboard {
