@@ -38,8 +38,9 @@ void Form1::YazCmd_Click(int Index)
 
     const int current = station();
     if (const std::optional<store::SlipNote> slip = printSlip(current)) {
-        app::storePressing(DataCari, DataHar, *slip, surroundings_.regional);
-        resumeNext([&] { surroundings_.slips.strike(); });
+        // A pressing that the disk refused keeps its note: the next slip or the next start stores it.
+        if (app::storePressing(DataCari, DataHar, *slip, surroundings_.regional))
+            resumeNext([&] { surroundings_.slips.strike(); });
         if (surroundings_.backups) surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
         KapFrm[Index]->setVisible(Sayac->checked());
     }
@@ -53,6 +54,9 @@ std::optional<store::SlipNote> Form1::printSlip(int current)
     try {
         // Without an open journal the pressing would be lost: then no slip either.
         if (!DataHar.hasRecordSet()) DataHar.refresh();
+        resumeNext([&] {
+            if (surroundings_.slips.open()) settleOpenSlip();
+        });
         composeSlip(printer, current);
         const std::optional<print::Document> document = printer.takeDoc();
         if (!document) return std::nullopt;

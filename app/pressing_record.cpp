@@ -26,7 +26,7 @@ void storeTerms(store::RecordSet& customers, const store::SlipNote& slip, const 
     });
 }
 
-void storeJournal(store::RecordSet& journal, const store::SlipNote& slip, const base::Regional& regional)
+bool storeJournal(store::RecordSet& journal, const store::SlipNote& slip, const base::Regional& regional)
 {
     resumeNext([&] { journal.addNew(); });
     resumeNext([&] { journal.setField(0, store::DateDays{slip.moment}); });
@@ -36,20 +36,29 @@ void storeJournal(store::RecordSet& journal, const store::SlipNote& slip, const 
     resumeNext([&] { journal.setField(4, slip.entitlement, regional); });
     resumeNext([&] { journal.setField(5, slip.fee, regional); });
     resumeNext([&] { journal.setField(6, slip.customer, regional); });
-    resumeNext([&] { journal.update(); });
+    bool stored = false;
+    resumeNext([&] {
+        journal.update();
+        stored = true;
+    });
+    return stored;
 }
 
 } // namespace
 
-void storePressing(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
+bool storePressing(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
                    const base::Regional& regional)
 {
+    bool stored = false;
     resumeNext([&] {
         store::Change change(customers.database());
+        bool added = false;
         resumeNext([&] { storeTerms(customers.recordSet(), slip, regional); });
-        resumeNext([&] { storeJournal(journal.recordSet(), slip, regional); });
+        resumeNext([&] { added = storeJournal(journal.recordSet(), slip, regional); });
         change.commit();
+        stored = added;
     });
+    return stored;
 }
 
 void settleOpenSlip(store::Databases& databases, const QString& database, store::SlipNotes& notes,

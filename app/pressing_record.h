@@ -11,8 +11,9 @@
 namespace app {
 
 /// Writes what a printed slip leaves behind: the customer's terms into the register and the pressing into the journal,
-/// in one change. A field that does not take its caption is passed over; the others are written.
-void storePressing(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
+/// in one change. A field that does not take its caption is passed over; the others are written. False when the
+/// pressing is not in the journal afterwards.
+bool storePressing(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
                    const base::Regional& regional);
 
 /// Settles the note that a stop in the middle of a slip has left: a slip that the printer took is stored, once; any

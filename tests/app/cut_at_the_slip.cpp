@@ -1,0 +1,229 @@
+#include "app/pressing_record.h"
+#include "platform/print_queue.h"
+#include "print/queue_target.h"
+#include "store/jet/check.h"
+#include "tests/app/screen_fixture.h"
+#include "tests/jet/power_cut_disk.h"
+
+#include <QtTest>
+
+#include <optional>
+#include <set>
+
+namespace {
+
+/// What the print system knows; it outlives the program.
+struct Spool {
+    int jobs = 0;
+    std::set<int> taken, cancelled;
+};
+
+/// A print system that is watched before and after each of its steps.
+class WatchedQueue : public platform::PrintQueue {
+public:
+    WatchedQueue(Spool& spool, std::function<void()> moment) : spool_(spool), moment_(std::move(moment)) {}
+
+    platform::QueueState state() noexcept override
+    {
+        platform::QueueState state;
+        state.condition = platform::QueueCondition::ready;
+        state.queue = "slip";
+        state.paper.width = 8000;
+        state.paper.length = 20000;
+        state.paper.minLength = 5000;
+        state.paper.maxLength = 200000;
+        return state;
+    }
+    int createJob(const platform::JobTicket&) override
+    {
+        step([this] { ++spool_.jobs; });
+        return spool_.jobs;
+    }
+    void startDocument() override
+    {
+        step([] {});
+    }
+    void write(std::span<const std::byte>) override
+    {
+        step([] {});
+    }
+    void finishDocument() override
+    {
+        step([this] { spool_.taken.insert(spool_.jobs); });
+    }
+    void cancelJob(int job) noexcept override { spool_.cancelled.insert(job); }
+    bool documentTaken(int job) noexcept override { return spool_.taken.contains(job); }
+
+private:
+    void step(const std::function<void()>& action)
+    {
+        moment_();
+        action();
+        moment_();
+    }
+
+    Spool& spool_;
+    std::function<void()> moment_;
+};
+
+/// The world as a stop leaves it.
+struct Moment {
+    std::unique_ptr<PowerCutDisk> disk;
+    Spool spool;
+};
+
+} // namespace
+
+/// "Fiş Yaz", stopped at every boundary between the program and the system: before each change of the disk, before and
+/// after each step of the print system. The next start must always find as many rows as slips were taken.
+class CutAtTheSlip : public QObject {
+    Q_OBJECT
+
+    struct Mill : World {
+        Mill()
+        {
+            jet::Database::create(power, file(), jet::turkish, {});
+            store::createMillTables(*jet::Database::open(power, file()), {});
+            form = std::make_unique<app::Form1>(app::Surroundings{.prompt = prompt,
+                                                                  .settings = settings,
+                                                                  .regional = base::Regional::turkish(),
+                                                                  .directory = folder.path(),
+                                                                  .executable = QStringLiteral("presva"),
+                                                                  .databases = books,
+                                                                  .printer = target,
+                                                                  .slips = notes,
+                                                                  .keyboard = keyboard,
+                                                                  .now = [this] { return now; }});
+            form->start();
+        }
+        std::filesystem::path file() const { return folder.filePath("Yag.mdb").toStdU16String(); }
+        void press(const QString& customer)
+        {
+            form->TxtLbl[0]->setCaption(customer);
+            form->Label2[0]->setCaption("1000");
+            form->YazCmd[0]->click();
+            now = now.addSecs(60);
+        }
+        void happened() const
+        {
+            if (moment) moment();
+        }
+
+        PowerCutDisk power;
+        Spool spool;
+        std::function<void()> moment;
+        store::JetDatabases books{power};
+        store::SlipNotes notes{power, file()};
+        print::QueueTarget target{std::make_unique<WatchedQueue>(spool, [this] { happened(); })};
+        std::unique_ptr<app::Form1> form;
+    };
+
+    /// What a killed process leaves: everything that it wrote.
+    static std::unique_ptr<PowerCutDisk> asItIs(PowerCutDisk& disk, const std::filesystem::path& file)
+    {
+        auto copy = std::make_unique<PowerCutDisk>();
+        for (const auto& name : disk.names(file.parent_path()))
+            copy->put(file.parent_path() / name, disk.content(file.parent_path() / name));
+        return copy;
+    }
+
+    static std::size_t pressings(PowerCutDisk& disk, const std::filesystem::path& file)
+    {
+        std::size_t rows = 0;
+        const auto database = jet::Database::open(disk, file);
+        if (!jet::checkDatabase(*database).ok()) return SIZE_MAX;
+        database->table(u"Hareket").forEachRow([&](jet::RowId, const jet::RowView&) { return ++rows > 0; });
+        return rows;
+    }
+
+    /// The next start; `moment` is called before each change of the disk that it makes.
+    static void settle(Moment& world, const std::filesystem::path& file, const std::function<void()>& moment = {})
+    {
+        world.disk->beforeEachChange = moment;
+        store::JetDatabases books(*world.disk);
+        store::SlipNotes notes(*world.disk, file);
+        print::QueueTarget target(std::make_unique<WatchedQueue>(world.spool, [] {}));
+        app::settleOpenSlip(books, QString::fromStdU16String(file.u16string()), notes, target,
+                            base::Regional::turkish(), [](const QString&) {});
+        world.disk->beforeEachChange = nullptr;
+    }
+
+private slots:
+    void slipsTakenAreRowsStoredAtEveryBoundary_data()
+    {
+        QTest::addColumn<bool>("powerCut");
+        QTest::newRow("killed") << false;
+        QTest::newRow("power cut") << true;
+    }
+    void slipsTakenAreRowsStoredAtEveryBoundary()
+    {
+        QFETCH(bool, powerCut);
+        constexpr std::uint32_t kindsOfLuck = 4;
+        Mill mill;
+        const std::filesystem::path file = mill.file();
+        std::vector<Moment> moments;
+        mill.moment = [&] {
+            for (std::uint32_t luck = 0; luck < (powerCut ? kindsOfLuck : 1); ++luck)
+                moments.push_back({powerCut ? mill.power.afterPowerCut(luck + 10 * std::uint32_t(moments.size()))
+                                            : asItIs(mill.power, file),
+                                   mill.spool});
+        };
+        mill.power.beforeEachChange = [&] { mill.happened(); };
+        mill.press("Ali");  // a new customer
+        mill.press("Ali");  // the same again
+        mill.press("Veli"); // and another
+        mill.happened();
+        mill.moment = nullptr;
+        QCOMPARE(mill.spool.taken.size(), std::size_t{3});
+        QCOMPARE(pressings(*asItIs(mill.power, file), file), std::size_t{3});
+
+        std::set<std::size_t> seen;
+        int recoveries = 0;
+        for (std::size_t i = 0; i < moments.size(); ++i) {
+            Moment& world = moments[i];
+            // The next start may be stopped too, at each of its own boundaries.
+            std::vector<Moment> again;
+            settle(world, file, [&] {
+                again.push_back(
+                    {powerCut ? world.disk->afterPowerCut(std::uint32_t(i + again.size())) : asItIs(*world.disk, file),
+                     world.spool});
+            });
+            recoveries += again.empty() ? 0 : 1;
+            QVERIFY2(pressings(*world.disk, file) == world.spool.taken.size(), qPrintable(QString::number(i)));
+            QVERIFY(!world.disk->has(std::filesystem::path(file) += "-slip"));
+            for (Moment& second : again) {
+                settle(second, file);
+                QVERIFY2(pressings(*second.disk, file) == second.spool.taken.size(),
+                         qPrintable(QString("%1, stopped again").arg(i)));
+            }
+            seen.insert(world.spool.taken.size());
+        }
+        qInfo("%d moments, %d of them with something to recover", int(moments.size()), recoveries);
+        QCOMPARE(seen, (std::set<std::size_t>{0, 1, 2, 3}));
+        QVERIFY(recoveries > 10);
+    }
+
+    void everyFailureOfTheDiskLeavesSlipsAndRowsEqual()
+    {
+        // The disk refuses one change after the other; the counter goes on, and starts again in the end.
+        for (int failing = 1;; ++failing) {
+            Mill mill;
+            const int before = mill.power.changes();
+            mill.power.failing = {before + failing};
+            mill.press("Ali");
+            const bool past = mill.power.changes() < before + failing;
+            mill.power.failing.clear();
+            Moment world{asItIs(mill.power, mill.file()), mill.spool};
+            settle(world, mill.file());
+            QVERIFY2(pressings(*world.disk, mill.file()) == world.spool.taken.size(),
+                     qPrintable(QString::number(failing)));
+            if (past) {
+                QVERIFY(failing > 8);
+                return;
+            }
+        }
+    }
+};
+
+QTEST_MAIN(CutAtTheSlip)
+#include "cut_at_the_slip.moc"
