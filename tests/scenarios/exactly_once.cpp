@@ -30,6 +30,8 @@ int kills()
     return wanted > 0 ? wanted : 15;
 }
 
+constexpr int enough = 3;
+
 const QByteArray pressed = "click YazCmd(0)";
 const QByteArray started = "wait 0"; // the first command: what an open note asks for is done by then
 
@@ -188,8 +190,12 @@ private slots:
         counter = std::make_unique<Counter>();
         QVERIFY(counter->ready());
         measure();
-        for (int kill = 0; kill < kills() && !QTest::currentTestFailed(); ++kill) killOnce();
-        if (QTest::currentTestFailed()) return;
+        // Kills that miss the press prove nothing: on until enough of them met an open note.
+        int done = 0;
+        for (; done < kills() || (killedWithANote < enough && done < 20 * kills()); ++done) {
+            killOnce();
+            if (QTest::currentTestFailed()) return;
+        }
 
         // The last start settles what the last kill left.
         QByteArray said;
@@ -211,9 +217,7 @@ private slots:
         QCOMPARE(rows, slips);
         for (const int fee : acknowledged) QVERIFY2(rows.contains(fee), qPrintable(QString::number(fee)));
         QVERIFY(settled <= killedWithANote); // a note that was not written whole is dropped without a word
-        // Kills that miss the press prove nothing.
-        QVERIFY(killedInThePress > kills() / 3);
-        QVERIFY(killedWithANote > kills() / 10);
+        QVERIFY(killedWithANote >= enough);
     }
 };
 
