@@ -246,6 +246,9 @@ private:
     std::optional<store::SlipNote> printSlip(int current);
     void composeSlip(print::Printer& printer, int current);
     store::SlipNote slipNote(int current);
+    /// A database that takes no pressings is told at the start, not with a customer at the counter. Asking now also
+    /// spares the day's first slip and first report the check of their table.
+    void tellWhatCannotBeStored();
     /// What a stop in the middle of a slip has left behind.
     void settleOpenSlip();
     /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.

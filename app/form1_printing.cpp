@@ -37,6 +37,10 @@ void Form1::YazCmd_Click(int Index)
     } buttonBack{*YazCmd[Index]};
 
     const int current = station();
+    // The slip would leave and its pressing be lost.
+    if (DataHar.hasRecordSet())
+        if (const std::optional<QString> why = DataHar.database().whyReadOnly(QStringLiteral("Hareket")))
+            throw base::RuntimeError(base::errors::readOnlyDatabase, *why);
     if (const std::optional<store::SlipNote> slip = printSlip(current)) {
         // A pressing that the disk refused keeps its note: the next slip or the next start stores it.
         if (app::storePressing(DataCari, DataHar, *slip, surroundings_.regional))

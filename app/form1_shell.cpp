@@ -47,7 +47,23 @@ void Form1::start()
     if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); });
     activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
-    QTimer::singleShot(0, this, [this] { showFacts(); });
+    QTimer::singleShot(0, this, [this] {
+        showFacts();
+        tellWhatCannotBeStored();
+    });
+}
+
+void Form1::tellWhatCannotBeStored()
+{
+    if (!DataCari.hasRecordSet()) return; // reported already
+    QStringList reasons;
+    for (const QString& table : {QStringLiteral("Cari"), QStringLiteral("Hareket")}) {
+        // A table that is not there is reported by what opens it.
+        resumeNext([&] {
+            if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) reasons << *why;
+        });
+    }
+    if (!reasons.isEmpty()) note(reasons.join(QStringLiteral("\n\n")));
 }
 
 void Form1::settleOpenSlip()

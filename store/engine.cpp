@@ -10,6 +10,8 @@ const QString dataSource = QStringLiteral("Data Source=");
 
 } // namespace
 
+std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }
+
 std::unique_ptr<Snapshot> Engine::snapshot() { throw base::runtimeError(base::errors::invalidCall); }
 
 QString connectionText(const QString& path) { return provider + dataSource + path; }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -77,6 +78,10 @@ public:
     /// Everything done until its commit() is one change; leaving without takes all of it back. Scopes nest: the
     /// outermost one decides.
     virtual std::unique_ptr<ChangeScope> change() = 0;
+
+    /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first
+    /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
+    virtual std::optional<QString> whyReadOnly(const QString& table);
 
     /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
     virtual std::unique_ptr<Snapshot> snapshot();

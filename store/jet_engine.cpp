@@ -278,6 +278,14 @@ public:
         return passing([&] { return std::make_unique<JetScope>(database_->pager()); });
     }
 
+    std::optional<QString> whyReadOnly(const QString& table) override
+    {
+        return passing([&]() -> std::optional<QString> {
+            const std::optional<std::string> why = database_->table(u16(table)).whyReadOnly();
+            return why ? std::optional(QString::fromStdString(*why)) : std::nullopt;
+        });
+    }
+
     std::unique_ptr<Snapshot> snapshot() override
     {
         return passing([&] { return std::make_unique<JetSnapshot>(disk_, database_->pager().snapshot()); });

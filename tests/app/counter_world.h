@@ -93,6 +93,7 @@ private:
         }
         QList<store::FieldValue> aggregate(const QString& sql) override { return behind_->aggregate(sql); }
         std::unique_ptr<store::ChangeScope> change() override { return behind_->change(); }
+        std::optional<QString> whyReadOnly(const QString& table) override { return behind_->whyReadOnly(table); }
 
     private:
         void note(const char* action, const store::Listing& listing)

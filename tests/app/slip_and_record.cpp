@@ -30,6 +30,7 @@ private slots:
     void customerThatCannotBeStoredLeavesThePressing();
     void customerThatAnIndexRefusesLeavesThePressing();
     void pressingThatCannotBeStoredLeavesTheTerms();
+    void fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip();
     void fieldThatTakesNoTextKeepsWhatItHad();
     void fontDialogIsPresetAndStored_data();
     void fontDialogIsPresetAndStored();
@@ -396,6 +397,32 @@ void SlipAndRecord::pressingThatCannotBeStoredLeavesTheTerms()
     QVERIFY(form.KapFrm[0]->visible());
     QVERIFY(form.YazCmd[0]->enabled());
     QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
+{
+    class LockedDisk : public jet::MemoryDisk {
+    public:
+        std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+        {
+            if (access != Access::readOnly) throw jet::Error(jet::Fault::noPermission, "locked");
+            return MemoryDisk::open(path, access);
+        }
+    } disk;
+    store::JetDatabases books{disk};
+    Counter counter(base::Regional::turkish(), books);
+    const std::filesystem::path path = counter.file().toStdU16String();
+    disk.content(path) = counter.disk.content(path);
+    Form1& form = counter.form;
+    form.start();
+    QTRY_COMPARE(counter.prompt.exclamations.size(), 1);
+    QVERIFY(counter.prompt.exclamations[0].contains(QStringLiteral("tablosuna yazılamaz")));
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 0);
+    QCOMPARE(counter.prompt.errors, QList<int>{base::errors::readOnlyDatabase});
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(!form.KapFrm[0]->visible());
 }
 
 void SlipAndRecord::fieldThatTakesNoTextKeepsWhatItHad()
