@@ -136,8 +136,8 @@ void DebianPackage::initTestCase()
     const Outcome installed = dpkg({u"--install"_s, package_});
     QVERIFY2(installed.code == 0, qPrintable(installed.out));
 
-    server_.start(u"Xvfb"_s,
-                  {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s, u"tcp"_s});
+    server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s,
+                              u"tcp"_s, u"-noreset"_s});
     QVERIFY2(server_.waitForStarted() && server_.waitForReadyRead(20000), "There is no virtual X server (Xvfb) here.");
     display_ = u':' + QString::fromLatin1(server_.readLine()).trimmed();
 }
