@@ -26,29 +26,6 @@ struct Columns {
     std::vector<std::size_t> from; ///< position in the definition
 };
 
-bool isCreatable(ColumnType type)
-{
-    switch (type) {
-    case ColumnType::boolean:
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::dateTime:
-    case ColumnType::binary:
-    case ColumnType::text:
-    case ColumnType::ole:
-    case ColumnType::memo:
-    case ColumnType::guid:
-    case ColumnType::numeric:
-        return true;
-    default:
-        return false;
-    }
-}
-
 Columns columnsOf(const FoundTable& table, const std::string& title, Losses& losses)
 {
     constexpr std::uint16_t longestText = 255;
@@ -58,7 +35,7 @@ Columns columnsOf(const FoundTable& table, const std::string& title, Losses& los
     bool hasCounter = false;
     for (std::size_t i = 0; i < table.definition.columns.size(); ++i) {
         const Column& column = table.definition.columns[i];
-        if (!isCreatable(column.type)) {
+        if (!isKnown(column.type)) {
             losses.add(title + ", " + quotedName(column.name) + " alanı: türü bilinmiyor, alan aktarılmadı.");
             continue;
         }
@@ -141,7 +118,7 @@ public:
         for (std::size_t i = 0; i < result_.tables.size(); ++i)
             salvage_.forEachRow(found(i), title(i), [&](RowId row, const RowLayout& layout, auto bytes) {
                 for (std::size_t column = 0; column < layout.fields.size(); ++column)
-                    if (isCreatable(layout.fields[column].type)) fieldOf(i, row, layout, column, bytes);
+                    if (isKnown(layout.fields[column].type)) fieldOf(i, row, layout, column, bytes);
                 ++result_.tables[i].rows;
             });
         sayWhatIsMissing();

@@ -10,30 +10,6 @@
 namespace jet {
 namespace {
 
-bool isKnown(ColumnType type)
-{
-    switch (type) {
-    case ColumnType::boolean:
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::dateTime:
-    case ColumnType::binary:
-    case ColumnType::text:
-    case ColumnType::ole:
-    case ColumnType::memo:
-    case ColumnType::guid:
-    case ColumnType::numeric:
-        return true;
-    case ColumnType::blob:
-        break;
-    }
-    return false;
-}
-
 /// Verifies one table; stops at the first thing that stands against writing.
 class Verifier {
 public:

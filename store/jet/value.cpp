@@ -47,6 +47,30 @@ int continuationBytes(unsigned char lead)
 
 } // namespace
 
+bool isKnown(ColumnType type)
+{
+    switch (type) {
+    case ColumnType::boolean:
+    case ColumnType::byte:
+    case ColumnType::integer:
+    case ColumnType::longInteger:
+    case ColumnType::currency:
+    case ColumnType::singleFloat:
+    case ColumnType::doubleFloat:
+    case ColumnType::dateTime:
+    case ColumnType::binary:
+    case ColumnType::text:
+    case ColumnType::ole:
+    case ColumnType::memo:
+    case ColumnType::guid:
+    case ColumnType::numeric:
+        return true;
+    case ColumnType::blob:
+        break;
+    }
+    return false;
+}
+
 std::string toUtf8(std::u16string_view text)
 {
     std::string out;

@@ -34,6 +34,9 @@ enum class ColumnType : std::uint8_t {
 /// Memo and OLE: their values may stand outside their row.
 inline bool isLongValue(ColumnType type) { return type == ColumnType::memo || type == ColumnType::ole; }
 
+/// A type of the format's tables. Values of any other one are carried along and never interpreted.
+bool isKnown(ColumnType type);
+
 struct Currency {
     std::int64_t tenThousandths = 0; ///< 1 TL = 10000
     auto operator<=>(const Currency&) const = default;
