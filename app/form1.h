@@ -246,9 +246,10 @@ private:
     std::optional<store::SlipNote> printSlip(int current);
     void composeSlip(print::Printer& printer, int current);
     store::SlipNote slipNote(int current);
-    /// A database that takes no pressings is told at the start, not with a customer at the counter. Asking now also
-    /// spares the day's first slip and first report the check of their table.
-    void tellWhatCannotBeStored();
+    /// What the first letter, slip and report of the day would wait for is done while nobody waits: the order of the
+    /// names, the check of the tables. A database that takes no pressings is told now, not with a customer at the
+    /// counter.
+    void getReady();
     /// What a stop in the middle of a slip has left behind.
     void settleOpenSlip();
     /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.

@@ -9,6 +9,7 @@
 #include "base/sequential.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
+#include "store/customer_texts.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
@@ -47,15 +48,16 @@ void Form1::start()
     if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); });
     activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
-    QTimer::singleShot(0, this, [this] {
-        showFacts();
-        tellWhatCannotBeStored();
-    });
+    QTimer::singleShot(0, this, [this] { showFacts(); });
+    // Later than the window's first picture.
+    constexpr int untilSeen = 200; // milliseconds
+    QTimer::singleShot(untilSeen, this, [this] { getReady(); });
 }
 
-void Form1::tellWhatCannotBeStored()
+void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
+    resumeNext([&] { DataCari.database().open(store::customerSearch(QStringLiteral("a"))); });
     QStringList reasons;
     for (const QString& table : {QStringLiteral("Cari"), QStringLiteral("Hareket")}) {
         // A table that is not there is reported by what opens it.

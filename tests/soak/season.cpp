@@ -299,7 +299,8 @@ private:
     void writeSlip(Mill& mill, int station, int olives, int oil);
     void report(Mill& mill);
     void openDialogs(Mill& mill);
-    void unplug(Mill& mill);
+    void pullOut(Mill& mill);
+    void plugIn(Mill& mill);
     void compareWithJournal(Mill& mill);
     void lookAtCopies(Mill& mill);
 
@@ -476,20 +477,23 @@ void Season::openDialogs(Mill& mill)
     QVERIFY(form.TeraziComm->portOpen());
 }
 
-void Season::unplug(Mill& mill)
+void Season::pullOut(Mill& mill)
 {
-    app::Form1& form = *mill.form;
-    if (!mill.lineUp()) {
-        mill.plugIn();
-        for (int i = 0; i < 2; ++i) form.Bağlantı->trigger();
-        if (!form.TeraziComm->portOpen()) form.Bağlantı->trigger();
-        letEverythingHappen();
-        QVERIFY(form.TeraziComm->portOpen());
-        return;
-    }
+    if (!mill.lineUp()) return;
     ++unplugged_;
     mill.pullOut();
-    QTRY_VERIFY(!form.TeraziComm->portOpen());
+    QTRY_VERIFY(!mill.form->TeraziComm->portOpen());
+}
+
+void Season::plugIn(Mill& mill)
+{
+    if (mill.lineUp()) return;
+    app::Form1& form = *mill.form;
+    mill.plugIn();
+    for (int i = 0; i < 2; ++i) form.Bağlantı->trigger();
+    if (!form.TeraziComm->portOpen()) form.Bağlantı->trigger();
+    letEverythingHappen();
+    QVERIFY(form.TeraziComm->portOpen());
 }
 
 void Season::compareWithJournal(Mill& mill)
@@ -562,7 +566,7 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
     const int tenth = wanted / 10;
     Needs then;
     const auto needs = [&] {
-        if (!mill.lineUp()) unplug(mill);
+        plugIn(mill);
         mill.backups.wait();
         return needsNow(mill);
     };
@@ -570,7 +574,8 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
         press(mill);
         if (i % 20 == 7) report(mill);
         if (i % 40 == 13) openDialogs(mill);
-        if (i % 50 == 17 || i % 50 == 22) unplug(mill);
+        if (i % 50 == 26) pullOut(mill);
+        if (i % 50 == 31) plugIn(mill);
         if (i == std::max(tenth, 60)) then = needs();
         if (i % std::max(tenth, 1) == 0) {
             const Needs now = needs();
