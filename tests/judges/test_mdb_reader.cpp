@@ -14,10 +14,11 @@
 
 namespace {
 
-/// Where npm put mdb-reader: the folder that PRESVA_NODE_MODULES names, else the global one. Empty: nowhere.
+/// Where npm put mdb-reader: the folder that PRESVA_NODE_MODULES names, else where scripts/ensure-judges puts it, else
+/// the global one. Empty: nowhere.
 QString modules()
 {
-    QStringList folders{qEnvironmentVariable("PRESVA_NODE_MODULES")};
+    QStringList folders{qEnvironmentVariable("PRESVA_NODE_MODULES"), QStringLiteral(PRESVA_INSTALLED_JUDGES)};
     QProcess npm;
     npm.start("npm", {"root", "-g"});
     if (npm.waitForFinished(30000)) folders << QString::fromUtf8(npm.readAllStandardOutput()).trimmed();
@@ -27,7 +28,7 @@ QString modules()
 }
 
 const char* const absent =
-    "needs Node.js and the npm package mdb-reader; PRESVA_NODE_MODULES names the folder node_modules that has it";
+    "needs Node.js and the npm package mdb-reader: scripts/ensure-judges installs it";
 
 /// Every user table as mdb-reader sees it, in the form of mdbtools::table().
 using Tables = QMap<QString, QList<QStringList>>;
