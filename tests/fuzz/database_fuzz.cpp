@@ -258,7 +258,8 @@ Rows rowsOf(jet::Database& database)
 }
 
 /// Whatever is saved of a damaged file is a sound file, and of a file that was sound to the check (`all`) it is
-/// every row.
+/// every row. More only where a definition promises more: the check warns of a wrong count and of pages and bodies
+/// that nothing leads to, and rescue looks for what is missing.
 bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Counts& counts)
 {
     jet::MemoryDisk disk;
@@ -269,8 +270,11 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Co
         ++counts.rescued;
         const auto database = jet::Database::open(disk, to, jet::Pager::Mode::readOnly);
         Rows saved = rowsOf(*database);
-        for (const auto& table : result.tables)
+        std::uint64_t promised = 0;
+        for (const auto& table : result.tables) {
             if (saved[table.name] != table.rows) throw std::runtime_error("another number of rows than was told");
+            promised += table.promised;
+        }
         if (!all) return true;
         // All together: a table whose name cannot be written got another one.
         const auto sum = [](const Rows& tables) {
@@ -278,7 +282,8 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Co
             for (const auto& [name, rows] : tables) count += rows;
             return count;
         };
-        if (sum(saved) != sum(*all)) throw std::runtime_error("rows of a sound file were lost");
+        if (sum(saved) < sum(*all)) throw std::runtime_error("rows of a sound file were lost");
+        if (sum(saved) > std::max(sum(*all), promised)) throw std::runtime_error("more rows than a sound file had");
         return true;
     } catch (const jet::Error& error) {
         // A header that seems to be that of another kind of file, or nothing left: those are answers too.
