@@ -7,6 +7,7 @@
 #include "store/customer_texts.h"
 
 #include <QGuiApplication>
+#include <QScopeGuard>
 
 namespace app {
 
@@ -115,8 +116,8 @@ void Form1::copyBeforeDeletion()
     if (!surroundings_.backups) return;
     store::Engine& database = DataCari.database();
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const auto arrow = qScopeGuard([] { QGuiApplication::restoreOverrideCursor(); });
     surroundings_.backups->beforeDeletion(database, surroundings_.now());
-    QGuiApplication::restoreOverrideCursor();
 }
 
 void Form1::CariSil_Click()

@@ -258,9 +258,9 @@ Rows rowsOf(jet::Database& database)
 }
 
 /// Whatever is saved of a damaged file is a sound file, and of a file that was sound to the check (`all`) it is
-/// every row. More only where a definition promises more: the check warns of a wrong count and of pages and bodies
-/// that nothing leads to, and rescue looks for what is missing.
-bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Counts& counts)
+/// every row. More only where the check warned and a definition promises more: a row that nothing leads to any more is
+/// what rescue looks for.
+bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bool warned, Counts& counts)
 {
     jet::MemoryDisk disk;
     disk.content(file) = damaged;
@@ -283,7 +283,8 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Co
             return count;
         };
         if (sum(saved) < sum(*all)) throw std::runtime_error("rows of a sound file were lost");
-        if (sum(saved) > std::max(sum(*all), promised)) throw std::runtime_error("more rows than a sound file had");
+        if (sum(saved) > (warned ? std::max(sum(*all), promised) : sum(*all)))
+            throw std::runtime_error("more rows than a sound file had");
         return true;
     } catch (const jet::Error& error) {
         // A header that seems to be that of another kind of file, or nothing left: those are answers too.
@@ -308,12 +309,15 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
 
     const Content damaged = bytes;
     bool sound = false;
+    bool warned = false;
     bool wrote = false;
     Rows rows;
     const bool opened = attempt([&] {
         const auto database = jet::Database::open(disk, file);
         ++counts.opened;
-        sound = jet::checkDatabase(*database).ok();
+        const jet::CheckResult check = jet::checkDatabase(*database);
+        sound = check.ok();
+        warned = !check.warnings.empty();
         if (sound) ++counts.sound;
         if (sound) rows = rowsOf(*database);
         for (const auto& [name, page] : database->allTables()) attempt([&] { readTable(*database, name); });
@@ -325,7 +329,7 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
             });
     });
     if (wrote) ++counts.written;
-    if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, counts)) return false;
+    if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, warned, counts)) return false;
     if (!opened || !wrote || !sound) return true;
     std::string what;
     const bool reopened = attempt([&] {
