@@ -6,6 +6,7 @@
 #include "app/setting_names.h"
 #include "app/settings_store.h"
 #include "app/theme.h"
+#include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
@@ -29,6 +30,7 @@ std::unique_ptr<print::PrintTarget> printTarget(const QString& folder)
 
 int main(int argc, char** argv)
 {
+    platform::keepLargeBlocksApart();
     QApplication application(argc, argv);
     QApplication::setApplicationDisplayName(app::programTitle);
     QApplication::setApplicationVersion(QStringLiteral(PRESVA_VERSION));

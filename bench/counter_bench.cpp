@@ -8,6 +8,7 @@
 #include "app/theme.h"
 #include "bench/counter_mill.h"
 #include "bench/mill.h"
+#include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "store/jet_engine.h"
@@ -220,6 +221,7 @@ void printSlips(app::Form1& form)
 int measure(int argc, char** argv, const QString& folder, qint64 started, bool whole)
 {
     const Stopwatch life(started);
+    platform::keepLargeBlocksApart();
     QApplication application(argc, argv);
     app::applyTheme(application);
     ExposureWatch watch(life);

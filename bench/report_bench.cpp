@@ -9,6 +9,7 @@
 #include "app/theme.h"
 #include "bench/mill.h"
 #include "bench/sides.h"
+#include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
@@ -404,6 +405,7 @@ void measureStatement(const fs::path& mill, int runs, CountingTarget& printer)
 
 int main(int argc, char** argv)
 {
+    platform::keepLargeBlocksApart();
     QApplication application(argc, argv);
     app::applyTheme(application);
     const QStringList arguments = QApplication::arguments();

@@ -17,8 +17,9 @@
 /// Failures are base::RuntimeError with the engine's own sentence.
 namespace store {
 
-/// A row's place in its table, for as long as the row lives.
-using RowKey = std::uint64_t;
+/// A row's place in its table, for as long as the row lives. Four bytes, because every record set keeps one for each of
+/// its rows: a listing of a million pressings is 4 MB.
+using RowKey = std::uint32_t;
 
 enum class FieldKind { text, number, money, date, boolean, other };
 

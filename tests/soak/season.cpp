@@ -11,6 +11,7 @@
 #include "base/error.h"
 #include "base/patterns.h"
 #include "platform/caps_lock.h"
+#include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "store/backups.h"
 #include "store/copy_names.h"
@@ -286,7 +287,11 @@ class Season : public QObject {
 
 public:
     /// A season takes longer than Qt Test grants a function.
-    static void initMain() { qputenv("QTEST_FUNCTION_TIMEOUT", "14400000"); }
+    static void initMain()
+    {
+        qputenv("QTEST_FUNCTION_TIMEOUT", "14400000");
+        platform::keepLargeBlocksApart(); // as the program does
+    }
 
 private slots:
     void everyPressingIsAccountedForAndNothingGrows();
