@@ -100,7 +100,7 @@ class KilledAtTheSlip : public QObject {
 
     int fees = 1000;
     QSet<int> acknowledged;
-    int killedInThePress = 0, killedAfterThePaper = 0, openJournals = 0, storedUnheard = 0;
+    int killed = 0, killedInThePress = 0, killedAfterThePaper = 0, openJournals = 0, storedUnheard = 0;
 
     QString dialogue(const QList<Slip>& slips) const
     {
@@ -187,6 +187,7 @@ class KilledAtTheSlip : public QObject {
             ::usleep(static_cast<useconds_t>(upTo(static_cast<int>(storeMicroseconds + storeMicroseconds / 4))));
         }
         ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+        ++killed;
         QVERIFY(process->waitForFinished());
         ear.heard({});
         acknowledge(slips, ear.said);
@@ -240,12 +241,17 @@ private slots:
         compareBooks();
         if (QTest::currentTestFailed()) return;
 
-        for (int kill = 0; kill <= kills(); ++kill) {
+        // Kills that miss the press prove nothing. On a machine that is busy at times some rounds miss more than others:
+        // then there is another round, with a new measure of what a press takes.
+        constexpr int mostRounds = 4;
+        const auto enough = [this] { return killedInThePress > kills() / 3 && killedAfterThePaper > kills() / 10; };
+        const int round = kills() + 1;
+        for (int kill = 0; kill < round || (!enough() && kill < mostRounds * round); ++kill) {
             // The same customer twice, one who came before, and one who is new.
             const QString newcomer = QString("K%1").arg(kill, 3, 10, QChar('0'));
             const QString known = knownCustomers[upTo(2)];
             const QList<Slip> slips = {slipOf(newcomer), slipOf(newcomer), slipOf(known)};
-            if (kill == 0)
+            if (kill % round == 0)
                 measure(slips);
             else
                 killAround(slips);
@@ -259,12 +265,10 @@ private slots:
         qInfo("%d kills: %d between press and acknowledgement, %d of them with the slip on paper; %d left a journal to "
               "roll back; %d pressings stored unheard, %d slips without a pressing; a press takes %lld ms, %lld ms of "
               "them after the paper",
-              kills(), killedInThePress, killedAfterThePaper, openJournals, storedUnheard,
+              killed, killedInThePress, killedAfterThePaper, openJournals, storedUnheard,
               printed() - static_cast<int>(acknowledged.size()) - storedUnheard, pressMicroseconds / 1000,
               storeMicroseconds / 1000);
-        // Kills that miss the press prove nothing.
-        QVERIFY(killedInThePress > kills() / 3);
-        QVERIFY(killedAfterThePaper > kills() / 10);
+        QVERIFY(enough());
     }
 };
 
