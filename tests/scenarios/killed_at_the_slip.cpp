@@ -241,8 +241,8 @@ private slots:
         compareBooks();
         if (QTest::currentTestFailed()) return;
 
-        // Kills that miss the press prove nothing. On a machine that is busy at times some rounds miss more than others:
-        // then there is another round, with a new measure of what a press takes.
+        // Kills that miss the press prove nothing. On a machine that is busy at times some rounds miss more than
+        // others: then there is another round, with a new measure of what a press takes.
         constexpr int mostRounds = 4;
         const auto enough = [this] { return killedInThePress > kills() / 3 && killedAfterThePaper > kills() / 10; };
         const int round = kills() + 1;
