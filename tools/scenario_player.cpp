@@ -72,6 +72,7 @@ bool Player::play(std::vector<Command> commands)
     if (!form_) start();
     step();
     // A command may have opened a dialog whose commands ran inside it; by now all of them are through.
+    if (const auto answer = prompt_.unusedAnswer()) fail(*answer, QStringLiteral("no message box came to be answered"));
     return !failed_;
 }
 
@@ -98,15 +99,19 @@ void Player::step()
             fault = error.sentence;
         }
         --running_;
-        if (!fault.isEmpty() && !failed_) {
-            failed_ = true;
-            std::fprintf(stderr, "%s:%d: %s %s: %s\n", qPrintable(command.file), command.line, qPrintable(command.word),
-                         qPrintable(command.arguments.join(QLatin1Char(' '))), qPrintable(fault));
-        }
+        if (!fault.isEmpty()) fail(command, fault);
         if (running_ > 0 && !QApplication::activeModalWidget()) return; // the dialog is closed: back to who opened it
     }
     if (failed_)
         if (QWidget* dialog = QApplication::activeModalWidget()) dialog->close();
+}
+
+void Player::fail(const Command& command, const QString& fault)
+{
+    if (failed_) return;
+    failed_ = true;
+    std::fprintf(stderr, "%s:%d: %s %s: %s\n", qPrintable(command.file), command.line, qPrintable(command.word),
+                 qPrintable(command.arguments.join(QLatin1Char(' '))), qPrintable(fault));
 }
 
 void Player::perform(const Command& command)
@@ -130,7 +135,7 @@ void Player::perform(const Command& command)
     else if (word == "date")
         date(a[0], a[1]);
     else if (word == "answer")
-        prompt_.answerNext(a[0]);
+        prompt_.answerNext(command);
     else if (word == "message") {
         if (!prompt_.lastMessage().contains(a[0]))
             throw Failure{QStringLiteral("expected a message with '%1', found '%2'").arg(a[0], prompt_.lastMessage())};

@@ -33,12 +33,14 @@ public:
     explicit Player(const PlayerOptions& options);
     ~Player() override;
 
-    /// Plays all of them; true when nothing failed. The first failure goes to standard error.
+    /// Plays all of them; true when nothing failed and every answer was asked for. The first failure goes to standard
+    /// error.
     bool play(std::vector<Command> commands);
 
 private:
     void step();
     void perform(const Command& command);
+    void fail(const Command& command, const QString& fault); ///< only the first one is told
 
     void start();
     void close();

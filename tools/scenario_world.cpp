@@ -20,13 +20,18 @@ QString AnsweringPrompt::answer(const QString& message, const QStringList& capti
         if (fault_.isEmpty()) fault_ = QStringLiteral("a message box that nobody answers: ") + message;
         return captions.last();
     }
-    const QString given = answers_.dequeue();
+    const QString given = answers_.dequeue().arguments[0];
     if (!captions.contains(given)) {
         if (fault_.isEmpty())
             fault_ = QStringLiteral("the box has no button '%1' but %2").arg(given, captions.join(QLatin1String(", ")));
         return captions.last();
     }
     return given;
+}
+
+std::optional<Command> AnsweringPrompt::unusedAnswer() const
+{
+    return answers_.isEmpty() ? std::nullopt : std::optional(answers_.head());
 }
 
 void AnsweringPrompt::exclamation(const QString& text) { answer(text, {QStringLiteral("Tamam")}); }

@@ -3,23 +3,26 @@
 #include "app/prompt.h"
 #include "platform/caps_lock.h"
 #include "print/print_target.h"
+#include "tools/scenario_script.h"
 
 #include <QByteArray>
 #include <QQueue>
 #include <QString>
 #include <QTemporaryDir>
 #include <memory>
+#include <optional>
 
 namespace scenario {
 
-/// Answers message boxes from a queue of captions, as an operator who knows what is coming.
+/// Answers message boxes from a queue of `answer` commands, as an operator who knows what is coming.
 class AnsweringPrompt : public app::Prompt {
 public:
-    void answerNext(const QString& caption) { answers_.enqueue(caption); }
+    void answerNext(const Command& answer) { answers_.enqueue(answer); }
     const QString& lastMessage() const { return lastMessage_; }
     /// The first box that came without an answer, or an answer that its box does not have; empty when all went well.
     const QString& fault() const { return fault_; }
-    bool hasUnusedAnswers() const { return !answers_.isEmpty(); }
+    /// The oldest answer for which no box has come yet.
+    std::optional<Command> unusedAnswer() const;
 
     void exclamation(const QString& text) override;
     void errorReport(const base::RuntimeError& error) override;
@@ -29,7 +32,7 @@ public:
 private:
     QString answer(const QString& message, const QStringList& captions);
 
-    QQueue<QString> answers_;
+    QQueue<Command> answers_;
     QString lastMessage_;
     QString fault_;
 };
