@@ -6,7 +6,7 @@
 #include "bench/mill.h"
 #include "platform/system_disk.h"
 #include "store/backups.h"
-#include "store/jet/database.h"
+#include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 #include "store/slip_note.h"

@@ -2,7 +2,7 @@
 
 #include "bench/mill.h"
 #include "platform/system_disk.h"
-#include "store/jet/database.h"
+#include "store/jet/database/database.h"
 #include "store/mill_tables.h"
 
 #include <QDir>

@@ -3,8 +3,8 @@
 #include "bench/sides.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/database.h"
-#include "store/jet/sql.h"
+#include "store/jet/database/database.h"
+#include "store/jet/sql/sql.h"
 #include "tools/field_text.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "bench/mill.h"
 
-#include "store/jet/value.h"
+#include "store/jet/values/value.h"
 
 #include <algorithm>
 #include <array>

@@ -9,8 +9,13 @@ if(PRESVA_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
-# presva_room(NAME SOURCES...): the static library of one folder.
+# presva_room(NAME SOURCES...): the static library of one folder; without sources, its headers alone.
 function(presva_room name)
+    if(NOT ARGN)
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+        return()
+    endif()
     add_library(${name} STATIC ${ARGN})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE strict_warnings)

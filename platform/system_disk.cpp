@@ -1,6 +1,6 @@
 #include "platform/system_disk.h"
 
-#include "store/jet/error.h"
+#include "files/error.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/disk.h"
+#include "files/disk.h"
 
 namespace platform {
 

@@ -1,10 +1,10 @@
 #include "store/backups.h"
 
 #include "base/error.h"
+#include "files/disk.h"
+#include "files/error.h"
 #include "store/copy_names.h"
 #include "store/engine.h"
-#include "store/jet/disk.h"
-#include "store/jet/error.h"
 
 #include <QThread>
 #include <exception>

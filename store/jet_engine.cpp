@@ -1,9 +1,9 @@
 #include "store/jet_engine.h"
 
 #include "base/error.h"
-#include "store/jet/database.h"
-#include "store/jet/maintenance.h"
-#include "store/jet/sql.h"
+#include "store/jet/care/maintenance.h"
+#include "store/jet/database/database.h"
+#include "store/jet/sql/sql.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "store/mill_tables.h"
 
-#include "store/jet/part_file.h"
+#include "files/part_file.h"
 
 #include <algorithm>
 #include <string_view>

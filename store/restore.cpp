@@ -1,10 +1,11 @@
 #include "store/restore.h"
 
-#include "store/jet/check.h"
-#include "store/jet/damage.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/part_file.h"
+#include "files/error.h"
+#include "files/part_file.h"
+#include "files/quoted_path.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/values/names.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "files/disk.h"
 #include "store/copy_names.h"
-#include "store/jet/disk.h"
-#include "store/jet/value.h"
+#include "store/jet/values/value.h"
 
 #include <cstdint>
 #include <filesystem>

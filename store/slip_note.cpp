@@ -1,9 +1,9 @@
 #include "store/slip_note.h"
 
 #include "base/error.h"
+#include "files/disk.h"
+#include "files/error.h"
 #include "store/engine.h"
-#include "store/jet/disk.h"
-#include "store/jet/error.h"
 
 #include <QCryptographicHash>
 #include <QJsonDocument>

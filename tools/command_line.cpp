@@ -1,8 +1,8 @@
 #include "tools/command_line.h"
 
+#include "files/error.h"
 #include "platform/console.h"
-#include "store/jet/calendar.h"
-#include "store/jet/error.h"
+#include "store/jet/values/calendar.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/value.h"
+#include "store/jet/values/value.h"
 #include "tools/csv.h"
 
 #include <filesystem>

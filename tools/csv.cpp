@@ -1,7 +1,7 @@
 #include "tools/csv.h"
 
+#include "files/error.h"
 #include "platform/console.h"
-#include "store/jet/error.h"
 
 #include <algorithm>
 #include <cerrno>

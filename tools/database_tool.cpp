@@ -1,8 +1,8 @@
 #include "tools/database_tool.h"
 
-#include "store/jet/database.h"
-#include "store/jet/maintenance.h"
-#include "store/jet/sql.h"
+#include "store/jet/care/maintenance.h"
+#include "store/jet/database/database.h"
+#include "store/jet/sql/sql.h"
 #include "store/mill_tables.h"
 #include "tools/command_line.h"
 #include "tools/csv.h"

@@ -1,10 +1,10 @@
 #include "tools/field_text.h"
 
-#include "store/jet/calendar.h"
-#include "store/jet/decimal.h"
-#include "store/jet/error.h"
-#include "store/jet/format.h"
-#include "store/jet/text_codec.h"
+#include "files/error.h"
+#include "store/jet/format/format.h"
+#include "store/jet/values/calendar.h"
+#include "store/jet/values/decimal.h"
+#include "store/jet/values/text_codec.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #include "tools/repair_commands.h"
 
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/maintenance.h"
-#include "store/jet/rescue.h"
+#include "files/error.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/maintenance.h"
+#include "store/jet/care/rescue.h"
+#include "store/jet/database/database.h"
 #include "store/mill_tables.h"
 #include "store/restore.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/disk.h"
+#include "files/disk.h"
 #include "tools/command_line.h"
 
 /// The commands of presva-mdb that keep a database well, or save it when something went wrong. They return the exit

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/error.h"
+#include "files/error.h"
 #include "tests/app/screen_fixture.h"
 #include <QTest>
 #include <functional>

@@ -1,7 +1,7 @@
 #include "app/pressing_record.h"
 #include "platform/print_queue.h"
 #include "print/queue_target.h"
-#include "store/jet/check.h"
+#include "store/jet/care/check.h"
 #include "tests/app/screen_fixture.h"
 #include "tests/jet/power_cut_disk.h"
 

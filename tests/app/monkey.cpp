@@ -1,7 +1,7 @@
 #include "platform/system_disk.h"
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
-#include "store/jet/check.h"
+#include "store/jet/care/check.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/pseudo_terminal.h"
 

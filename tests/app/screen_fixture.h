@@ -3,10 +3,10 @@
 #include "app/form1.h"
 #include "app/theme.h"
 #include "base/error.h"
+#include "files/memory_disk.h"
 #include "platform/caps_lock.h"
 #include "print/folder_target.h"
-#include "store/jet/database.h"
-#include "store/jet/memory_disk.h"
+#include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 #include <QCoreApplication>

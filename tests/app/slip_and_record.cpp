@@ -1,5 +1,5 @@
 #include "app/setting_names.h"
-#include "store/jet/check.h"
+#include "store/jet/care/check.h"
 #include "tests/app/counter_world.h"
 #include <QTimer>
 

@@ -9,12 +9,12 @@
 //
 // Every test run does a short round. The long one:  cmake --build --preset sanitize --target fuzz
 
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
-#include "store/jet/rescue.h"
-#include "store/jet/sql.h"
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/rescue.h"
+#include "store/jet/database/database.h"
+#include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/format.h"
+#include "store/jet/format/format.h"
 
 #include <cstring>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/table.h"
+#include "store/jet/table/table.h"
 
 #include <QDateTime>
 #include <QProcess>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "store/jet/disk.h"
-#include "store/jet/error.h"
+#include "files/disk.h"
+#include "files/error.h"
 
 #include <algorithm>
 #include <cstring>

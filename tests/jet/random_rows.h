@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/jet/database.h"
+#include "store/jet/database/database.h"
 
 #include <random>
 

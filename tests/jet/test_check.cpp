@@ -1,11 +1,11 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
-#include "store/jet/row_page.h"
-#include "store/jet/table_state.h"
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/table/table_state.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/samples.h"
 

@@ -1,5 +1,5 @@
-#include "store/jet/error.h"
-#include "store/jet/index_key.h"
+#include "files/error.h"
+#include "store/jet/index/index_key.h"
 
 #include <QTest>
 

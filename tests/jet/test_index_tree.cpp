@@ -3,10 +3,10 @@
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 
-#include "store/jet/error.h"
-#include "store/jet/index_page.h"
-#include "store/jet/index_tree.h"
-#include "store/jet/row_page.h"
+#include "files/error.h"
+#include "store/jet/index/index_page.h"
+#include "store/jet/index/index_tree.h"
+#include "store/jet/pages/row_page.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
-#include "store/jet/error.h"
-#include "store/jet/like_pattern.h"
-#include "store/jet/sort_key.h"
+#include "files/error.h"
+#include "store/jet/values/like_pattern.h"
+#include "store/jet/values/sort_key.h"
 
 #include <QTest>
 

@@ -1,8 +1,8 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "store/jet/check.h"
-#include "store/jet/error.h"
-#include "store/jet/maintenance.h"
+#include "files/error.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/maintenance.h"
 #include "store/mill_tables.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"

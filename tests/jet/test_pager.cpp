@@ -1,6 +1,6 @@
-#include "store/jet/pager.h"
+#include "store/jet/pages/pager.h"
 
-#include "store/jet/error.h"
+#include "files/error.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 

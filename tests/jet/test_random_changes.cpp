@@ -2,10 +2,10 @@
 #include "random_rows.h"
 #include "samples.h"
 
+#include "files/memory_disk.h"
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

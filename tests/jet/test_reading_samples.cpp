@@ -2,7 +2,7 @@
 #include "samples.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/database.h"
+#include "store/jet/database/database.h"
 
 #include <QtTest>
 

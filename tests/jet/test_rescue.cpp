@@ -1,9 +1,9 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "store/jet/check.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
-#include "store/jet/rescue.h"
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/rescue.h"
 #include "store/mill_tables.h"
 #include "tests/jet/mixed_work.h"
 

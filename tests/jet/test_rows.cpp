@@ -1,5 +1,5 @@
-#include "store/jet/row_codec.h"
-#include "store/jet/row_page.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/row_codec.h"
 
 #include <QtTest>
 

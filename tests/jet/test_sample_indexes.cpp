@@ -1,8 +1,8 @@
 #include "samples.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/database.h"
-#include "store/jet/index_key.h"
+#include "store/jet/database/database.h"
+#include "store/jet/index/index_key.h"
 
 #include <QtTest>
 

@@ -1,11 +1,11 @@
 #include "random_rows.h"
 #include "samples.h"
 
+#include "files/error.h"
+#include "files/memory_disk.h"
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 
 #include <QTemporaryDir>
 #include <QtTest>

@@ -1,4 +1,4 @@
-#include "store/jet/sort_key.h"
+#include "store/jet/values/sort_key.h"
 
 #include <QTest>
 

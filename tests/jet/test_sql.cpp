@@ -1,10 +1,10 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
-#include "store/jet/calendar.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
-#include "store/jet/sql.h"
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "store/jet/database/database.h"
+#include "store/jet/sql/sql.h"
+#include "store/jet/values/calendar.h"
 
 #include <QStringList>
 #include <QTest>

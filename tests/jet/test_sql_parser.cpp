@@ -1,8 +1,8 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
-#include "store/jet/calendar.h"
-#include "store/jet/error.h"
-#include "store/jet/sql_parser.h"
+#include "files/error.h"
+#include "store/jet/sql/sql_parser.h"
+#include "store/jet/values/calendar.h"
 
 #include <QTest>
 

@@ -1,10 +1,10 @@
 #include "random_rows.h"
 
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
-#include "store/jet/properties.h"
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/database/properties.h"
 
 #include <QtTest>
 

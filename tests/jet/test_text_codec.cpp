@@ -1,4 +1,4 @@
-#include "store/jet/text_codec.h"
+#include "store/jet/values/text_codec.h"
 
 #include <QtTest>
 

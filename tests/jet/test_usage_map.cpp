@@ -1,8 +1,8 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "store/jet/usage_map.h"
+#include "store/jet/pages/usage_map.h"
 
-#include "store/jet/error.h"
+#include "files/error.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 

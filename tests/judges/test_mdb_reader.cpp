@@ -3,7 +3,7 @@
 #include "tests/jet/samples.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/database.h"
+#include "store/jet/database/database.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,10 +1,10 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
+#include "files/error.h"
+#include "files/memory_disk.h"
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/memory_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 #include "tests/jet/mixed_work.h"
 
 #include <QtTest>

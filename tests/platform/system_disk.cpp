@@ -1,7 +1,7 @@
 #include "platform/system_disk.h"
 
-#include "store/jet/error.h"
-#include "store/jet/pager.h"
+#include "files/error.h"
+#include "store/jet/pages/pager.h"
 #include "tests/jet/blank_file.h"
 
 #include <QtTest>

@@ -2,8 +2,8 @@
 
 #include "base/error.h"
 #include "reports/period_report.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 #include "tests/jet/power_cut_disk.h"

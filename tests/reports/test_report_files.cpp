@@ -1,6 +1,6 @@
 #include "base/error.h"
 #include "reports/period_report.h"
-#include "store/jet/check.h"
+#include "store/jet/care/check.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 #include "tests/jet/power_cut_disk.h"

@@ -10,8 +10,8 @@
 #include "counter.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 #include "tests/print/cups_fixture.h"
 
 #include <QElapsedTimer>

@@ -3,9 +3,9 @@
 #include "counter.h"
 
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/journal.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/pages/journal.h"
 
 #include <QElapsedTimer>
 #include <QMap>

@@ -3,9 +3,9 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
 #include "base/error.h"
+#include "files/memory_disk.h"
 #include "store/data_source.h"
-#include "store/jet/database.h"
-#include "store/jet/memory_disk.h"
+#include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 

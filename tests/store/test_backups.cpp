@@ -3,8 +3,8 @@
 #include "platform/system_disk.h"
 #include "store/backups.h"
 #include "store/copy_names.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "store/mill_tables.h"
 

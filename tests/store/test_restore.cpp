@@ -1,9 +1,9 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/error.h"
-#include "store/jet/journal.h"
+#include "files/error.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/pages/journal.h"
 #include "store/mill_tables.h"
 #include "store/restore.h"
 #include "tests/jet/power_cut_disk.h"

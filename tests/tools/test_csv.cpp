@@ -1,7 +1,7 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "store/jet/calendar.h"
-#include "store/jet/error.h"
+#include "files/error.h"
+#include "store/jet/values/calendar.h"
 #include "tools/csv.h"
 #include "tools/field_text.h"
 

@@ -1,9 +1,9 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
 #include "platform/system_disk.h"
-#include "store/jet/check.h"
-#include "store/jet/database.h"
-#include "store/jet/table_state.h"
+#include "store/jet/care/check.h"
+#include "store/jet/database/database.h"
+#include "store/jet/table/table_state.h"
 #include "tests/jet/samples.h"
 
 #include <QProcess>

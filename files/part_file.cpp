@@ -1,0 +1,57 @@
+#include "files/part_file.h"
+
+#include "files/error.h"
+#include "files/quoted_path.h"
+
+#include <utility>
+
+namespace jet {
+
+namespace {
+
+std::filesystem::path partOf(std::filesystem::path to) { return to += ".part"; }
+
+} // namespace
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to) : PartFile(disk, to, partOf(to)) {}
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part)
+    : disk_(disk), to_(std::move(to)), part_(std::move(part))
+{
+    refuseToReplace();
+    removePart();
+}
+
+PartFile::~PartFile()
+{
+    if (published_) return;
+    try {
+        removePart();
+    } catch (const Error&) {
+        // The failure that brought us here is the one to be told; the next attempt removes the file.
+    }
+}
+
+void PartFile::publish()
+{
+    refuseToReplace();
+    disk_.rename(part_, to_);
+    published_ = true;
+    disk_.syncFolder(to_.parent_path());
+}
+
+void PartFile::removePart()
+{
+    auto journal = part_;
+    journal += "-journal";
+    for (const auto& path : {part_, journal})
+        if (disk_.exists(path)) disk_.remove(path);
+}
+
+void PartFile::refuseToReplace()
+{
+    if (disk_.exists(to_))
+        throw Error(Fault::exists, quotedPath(to_) + " zaten var. Başka bir ad seçin ya da o dosyayı kaldırın.");
+}
+
+} // namespace jet

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "files/disk.h"
+
+#include <filesystem>
+
+namespace jet {
+
+/// The name "<to>.part" for a file in the making, and the step that gives it its own: whoever sees `to` sees it whole.
+/// Leaving without publish() removes what was made. A file that is there already is never replaced.
+class PartFile {
+public:
+    /// Throws exists. What a power cut left of an earlier attempt is removed.
+    PartFile(Disk& disk, std::filesystem::path to);
+    /// The same under another name than "<to>.part", in the same folder.
+    PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part);
+    ~PartFile();
+    PartFile(const PartFile&) = delete;
+    PartFile& operator=(const PartFile&) = delete;
+
+    const std::filesystem::path& path() const { return part_; }
+    /// The content must be synced and the file closed. Returns when the name would survive a power cut.
+    /// Throws exists when somebody made a file of that name meanwhile, disk.
+    void publish();
+
+private:
+    void refuseToReplace();
+    void removePart(); ///< with the journal of its changes
+
+    Disk& disk_;
+    std::filesystem::path to_;
+    std::filesystem::path part_;
+    bool published_ = false;
+};
+
+} // namespace jet

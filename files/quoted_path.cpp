@@ -1,0 +1,11 @@
+#include "files/quoted_path.h"
+
+namespace jet {
+
+std::string quotedPath(const std::filesystem::path& path)
+{
+    const std::u8string text = path.u8string();
+    return '"' + std::string(text.begin(), text.end()) + '"';
+}
+
+} // namespace jet

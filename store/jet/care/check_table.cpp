@@ -1,0 +1,488 @@
+#include "store/jet/care/check_report.h"
+#include "store/jet/index/index_key.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/field_codec.h"
+#include "store/jet/rows/long_value.h"
+#include "store/jet/table/table_state.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+#include <bitset>
+#include <map>
+#include <optional>
+#include <set>
+
+namespace jet {
+
+namespace {
+
+constexpr double firstDay = -657434.0;
+constexpr double dayAfterLast = 2958466.0;
+constexpr std::size_t longestText = 255; ///< UTF-16 units
+
+/// What is wrong with the bytes of a text, as a Turkish clause; null when they are sound.
+const char* textFault(std::span<const std::uint8_t> bytes, std::size_t mostUnits)
+{
+    std::size_t units = 0;
+    if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
+        bool pairs = false;
+        for (std::size_t i = 2; i < bytes.size();) {
+            if (bytes[i] == 0) {
+                pairs = !pairs;
+                ++i;
+            } else {
+                if (pairs && i + 1 == bytes.size()) return "metin bir harfin ortasında bitiyor";
+                i += pairs ? 2 : 1;
+                ++units;
+            }
+        }
+    } else {
+        if (bytes.size() % 2 != 0) return "metin bir harfin ortasında bitiyor";
+        units = bytes.size() / 2;
+    }
+    return units > mostUnits ? "metin 255 harften uzun" : nullptr;
+}
+
+/// A set of rows of one table, by their places.
+class RowSet {
+public:
+    void addPage(PageNo page) { pages_.push_back(page); }
+    void seal() { slots_.resize(pages_.size()); } ///< pages were added in ascending order
+    bool has(RowId row) const
+    {
+        const std::size_t at = indexOf(row.page);
+        return at < slots_.size() && slots_[at][row.slot];
+    }
+    /// False when it was there already. Its page is one of the set's.
+    bool insert(RowId row)
+    {
+        auto slot = slots_[indexOf(row.page)][row.slot];
+        if (slot) return false;
+        slot = true;
+        return true;
+    }
+    RowSet emptyCopy() const
+    {
+        RowSet copy;
+        copy.pages_ = pages_;
+        copy.seal();
+        return copy;
+    }
+    template <class Visit> void forEach(Visit&& visit) const
+    {
+        for (std::size_t i = 0; i < pages_.size(); ++i)
+            for (unsigned slot = 0; slot < slots_[i].size(); ++slot)
+                if (slots_[i][slot]) visit(RowId{pages_[i], static_cast<std::uint8_t>(slot)});
+    }
+
+private:
+    std::size_t indexOf(PageNo page) const
+    {
+        const auto found = std::lower_bound(pages_.begin(), pages_.end(), page);
+        return found != pages_.end() && *found == page ? static_cast<std::size_t>(found - pages_.begin())
+                                                       : pages_.size();
+    }
+    std::vector<PageNo> pages_;
+    std::vector<std::bitset<256>> slots_;
+};
+
+class TableCheck {
+public:
+    TableCheck(Pager& pager, const std::u16string& name, PageNo definition, PageOwners& owners, CheckReport& report)
+        : pager_(pager), owners_(owners), report_(report), table_(pager, name, definition, {}),
+          name_(quotedName(name) + " tablosu")
+    {
+        largest_.resize(columns().size());
+    }
+
+    void run()
+    {
+        ++report_.result().tables;
+        checkDefinition();
+        report_.attempt([&] { checkDataMaps(); });
+        for (const LongValueMaps& maps : table_.definition.longValues)
+            if (!maps.owned.none()) report_.attempt([&] { checkLongValueMaps(maps); });
+        checkRows();
+        checkMovedRows();
+        for (const LongValueMaps& maps : table_.definition.longValues) checkLongValuesUsed(maps);
+        for (const Index& index : table_.definition.indexes) checkIndex(index);
+        checkNumbers();
+    }
+
+private:
+    /// Where the long values of one column stand.
+    struct LongValues {
+        std::vector<PageNo> pages; ///< by the column's map
+        std::vector<RowId> used;   ///< by the rows, every part of every value
+        std::set<RowId> firsts;    ///< first parts
+    };
+
+    const std::vector<Column>& columns() const { return table_.definition.columns; }
+    std::string owned(const std::string& what) const { return name_ + "nun " + what; }
+    void fault(PageNo page, const std::string& what)
+    {
+        report_.fault(name_ + ", " + std::to_string(page) + ". sayfa: " + what + ".");
+    }
+    void fault(RowId row, const std::string& what) { fault(row.page, std::to_string(row.slot) + ". satır, " + what); }
+
+    void checkDefinition()
+    {
+        const auto owner = owners_.add(owned("tanımı"));
+        const auto& chain = table_.definition.chain;
+        std::size_t left = getU32(&pager_.read(chain.front())[definitionField::length]);
+        for (std::size_t i = 0; i < chain.size(); ++i) {
+            const PageView page = pager_.read(chain[i]);
+            owners_.claim(owner, chain[i]);
+            if (page[1] != 1) fault(chain[i], "tanım sayfasının ikinci baytı 1 değil");
+            const std::size_t room = i == 0 ? pageSize : pageSize - 8;
+            const std::size_t rest = room - std::min(room, left);
+            left -= std::min(room, left);
+            if (getU16(&page[2]) != (rest > 8 ? rest - 8 : 0))
+                report_.warning(name_ + ", " + std::to_string(chain[i]) + ". sayfa: tanımın boş alan sayısı yanlış.");
+        }
+    }
+
+    /// The page and the bitmaps of a map.
+    void checkMapPlace(MapRef map, PageOwners::Owner owner)
+    {
+        owners_.claim(owner, map);
+        const PageView page = pager_.read(map.page);
+        const std::string wrong = rowPageFault(page);
+        if (!wrong.empty()) fault(map.page, "harita sayfası: " + wrong);
+        if (rowPageOwner(page) != 0) fault(map.page, "harita sayfasında başka bir sahip yazılı");
+        for (const PageNo bitmap : mapBitmapPages(pager_, map)) {
+            owners_.claim(owner, bitmap);
+            if (pager_.read(bitmap)[1] != 1) fault(bitmap, "bit sayfasının ikinci baytı 1 değil");
+        }
+    }
+
+    void checkSubset(MapRef room, const std::vector<PageNo>& owned, const std::string& what)
+    {
+        for (const PageNo page : jet::mapPages(pager_, room))
+            if (!std::binary_search(owned.begin(), owned.end(), page))
+                fault(page, what + " yer olan sayfaları arasında, ama onun sayfası değil");
+    }
+
+    void checkDataMaps()
+    {
+        const auto owner = owners_.add(owned("verileri"));
+        const TableDefinition& definition = table_.definition;
+        report_.attempt([&] { checkMapPlace(definition.owned, owner); });
+        report_.attempt([&] { checkMapPlace(definition.freeSpace, owner); });
+        dataPages_ = jet::mapPages(pager_, definition.owned);
+        for (const PageNo page : dataPages_) owners_.claim(owner, page);
+        checkSubset(definition.freeSpace, dataPages_, "tablonun");
+    }
+
+    void checkLongValueMaps(const LongValueMaps& maps)
+    {
+        const std::string column = quotedName(columns()[maps.column].name) + " alanı";
+        const auto owner = owners_.add(owned(column));
+        LongValues& values = longValues_[maps.column];
+        report_.attempt([&] { checkMapPlace(maps.owned, owner); });
+        if (!maps.freeSpace.none()) report_.attempt([&] { checkMapPlace(maps.freeSpace, owner); });
+        values.pages = jet::mapPages(pager_, maps.owned);
+        for (const PageNo page : values.pages) {
+            owners_.claim(owner, page);
+            const PageView view = pager_.read(page);
+            if (!isRowPage(view, longValueOwner)) {
+                fault(page, column + " haritasında, ama uzun alan sayfası değil");
+                continue;
+            }
+            const std::string wrong = rowPageFault(view);
+            if (!wrong.empty()) fault(page, wrong);
+        }
+        if (!maps.freeSpace.none()) checkSubset(maps.freeSpace, values.pages, column + " için");
+        report_.step(values.pages.size());
+    }
+
+    void checkRows()
+    {
+        for (const PageNo page : dataPages_) rows_.addPage(page);
+        rows_.seal();
+        for (const PageNo number : dataPages_) {
+            report_.step();
+            const PageView page = pager_.read(number);
+            if (!isRowPage(page, table_.definition.page)) {
+                fault(number, "tablonun haritasında, ama tablonun veri sayfası değil");
+                continue;
+            }
+            const std::string wrong = rowPageFault(page);
+            if (!wrong.empty()) fault(number, wrong);
+            const unsigned count = slotCount(page).value_or(0);
+            for (unsigned i = 0; i < count; ++i) {
+                const auto slot = slotAt(page, i, count);
+                if (!slot || slot->dead()) continue;
+                const RowId id{number, static_cast<std::uint8_t>(i)};
+                if (slot->body())
+                    bodies_.push_back(id);
+                else
+                    checkRow(id, page, *slot);
+            }
+        }
+        report_.result().rows += live_;
+    }
+
+    void checkRow(RowId id, PageView page, Slot slot)
+    {
+        ++live_;
+        std::span<const std::uint8_t> bytes = slotBytes(page, slot);
+        if (slot.pointer) {
+            const auto body = pointerOf(page, slot);
+            if (!body || body->page == 0 || body->page >= pager_.pageCount() ||
+                !isRowPage(pager_.read(body->page), table_.definition.page)) {
+                fault(id, "taşındığı yer geçersiz");
+                return;
+            }
+            const PageView bodyPage = pager_.read(body->page);
+            const auto target = slotAt(bodyPage, body->slot);
+            if (!target || !target->body()) {
+                fault(id, "taşındığı yerde satır yok");
+                return;
+            }
+            targets_.push_back(*body);
+            bytes = slotBytes(bodyPage, *target);
+        }
+        if (const char* wrong = rowDamage(table_.layout, bytes)) {
+            fault(id, wrong);
+            return;
+        }
+        rows_.insert(id);
+        for (std::size_t column = 0; column < columns().size(); ++column) {
+            const auto field = table_.field(column, bytes);
+            if (!field) continue;
+            report_.attempt([&] { checkField(id, column, *field); });
+        }
+    }
+
+    void checkField(RowId id, std::size_t column, std::span<const std::uint8_t> bytes)
+    {
+        const Column& what = columns()[column];
+        const auto wrong = [&](const std::string& clause) { fault(id, quotedName(what.name) + " alanı: " + clause); };
+        switch (what.type) {
+        case ColumnType::text:
+            if (const char* clause = textFault(bytes, longestText)) wrong(clause);
+            break;
+        case ColumnType::dateTime: {
+            const double days = std::get<DateTime>(decodeValue(what.type, what.scale, bytes)).days;
+            if (!(days >= firstDay && days < dayAfterLast)) wrong("tarih 100-9999 yılları dışında");
+            break;
+        }
+        case ColumnType::longInteger:
+            if (what.autoNumber)
+                largest_[column] =
+                    std::max(largest_[column].value_or(INT32_MIN), static_cast<std::int32_t>(getU32(bytes.data())));
+            break;
+        case ColumnType::memo:
+        case ColumnType::ole: {
+            LongValues& values = longValues_[column];
+            const auto places = longValuePlaces(pager_, bytes);
+            values.used.insert(values.used.end(), places.begin(), places.end());
+            // One value in many rows is reported later, and need not be read again for each.
+            if (!places.empty() && !values.firsts.insert(places.front()).second) break;
+            const Bytes data = readLongValue(pager_, bytes);
+            if (what.type == ColumnType::memo)
+                if (const char* clause = textFault(data, SIZE_MAX)) wrong(clause);
+            break;
+        }
+        default:
+            break;
+        }
+    }
+
+    void checkMovedRows()
+    {
+        std::sort(bodies_.begin(), bodies_.end());
+        std::sort(targets_.begin(), targets_.end());
+        for (auto twice = std::adjacent_find(targets_.begin(), targets_.end()); twice != targets_.end();
+             twice = std::adjacent_find(twice + 1, targets_.end()))
+            fault(*twice, "taşınmış satıra iki yerden geliniyor");
+        std::vector<RowId> lost;
+        std::set_difference(bodies_.begin(), bodies_.end(), targets_.begin(), targets_.end(), std::back_inserter(lost));
+        if (!lost.empty())
+            report_.warning(name_ + ": " + std::to_string(lost.size()) +
+                            " taşınmış satıra hiçbir yerden gelinmiyor (ilki " + std::to_string(lost.front().page) +
+                            ". sayfada); yer kaplar, zararı yoktur.");
+        for (const RowId& target : targets_)
+            if (!std::binary_search(dataPages_.begin(), dataPages_.end(), target.page))
+                fault(target, "taşınmış satırın sayfası tablonun haritasında yok");
+    }
+
+    void checkLongValuesUsed(const LongValueMaps& maps)
+    {
+        const std::string column = quotedName(columns()[maps.column].name) + " alanı";
+        LongValues& values = longValues_[maps.column];
+        std::sort(values.used.begin(), values.used.end());
+        for (std::size_t i = 0; i < values.used.size(); ++i) {
+            const RowId place = values.used[i];
+            if (i > 0 && values.used[i - 1] == place) fault(place, column + ": bir parça iki değere ait");
+            if (!std::binary_search(values.pages.begin(), values.pages.end(), place.page))
+                fault(place, column + ": parçanın sayfası alanın haritasında yok");
+        }
+        std::uint64_t lost = 0;
+        for (const PageNo page : values.pages) {
+            const PageView view = pager_.read(page);
+            if (!isRowPage(view, longValueOwner)) continue;
+            const unsigned count = slotCount(view).value_or(0);
+            for (unsigned i = 0; i < count; ++i) {
+                const auto slot = slotAt(view, i, count);
+                const RowId place{page, static_cast<std::uint8_t>(i)};
+                if (slot && slot->live() && !std::binary_search(values.used.begin(), values.used.end(), place)) ++lost;
+            }
+        }
+        if (lost > 0)
+            report_.warning(name_ + ", " + column + ": " + std::to_string(lost) +
+                            " parçayı hiçbir satır kullanmıyor; yer kaplar, zararı yoktur.");
+    }
+
+    void checkIndex(const Index& index)
+    {
+        const std::string which =
+            name_ + ", " +
+            (index.names.empty() ? std::string("adsız dizin") : quotedName(index.names.front()) + " dizini");
+        const auto owner = owners_.add(which);
+        report_.attempt([&] {
+            if (!index.ownedPages.none()) checkMapPlace(index.ownedPages, owner);
+        });
+        std::vector<std::string> faults;
+        std::vector<std::string> warnings;
+        std::vector<PageNo> pages;
+        const IndexTree tree = table_.tree(index);
+        report_.attempt([&] { tree.check(faults, warnings, pages); });
+        for (const std::string& sentence : faults) report_.fault(which + ": " + sentence);
+        for (const std::string& sentence : warnings) report_.warning(which + ": " + sentence);
+        for (const PageNo page : pages) owners_.claim(owner, page);
+        report_.step(pages.size());
+        report_.attempt([&] { checkEntries(index, tree, which); });
+    }
+
+    void checkEntries(const Index& index, const IndexTree& tree, const std::string& which)
+    {
+        RowSet seen = rows_.emptyCopy();
+        std::vector<Value> values;
+        Key expected;
+        Key previous;
+        std::uint64_t entries = 0;
+        std::uint64_t unjudged = 0;
+        std::uint32_t distinct = 0;
+        const auto wrong = [&](RowId row, const std::string& clause) {
+            report_.fault(which + ": " + std::to_string(row.page) + ". sayfanın " + std::to_string(row.slot) +
+                          ". satırı " + clause + ".");
+        };
+        tree.walk({}, [&](std::span<const std::uint8_t> key, RowId row) {
+            ++entries;
+            const bool repeated = entries > 1 && std::ranges::equal(key, previous);
+            if (!repeated) ++distinct;
+            previous.assign(key.begin(), key.end());
+            if (!rows_.has(row)) {
+                wrong(row, "için giriş var, ama öyle sağlam bir satır yok");
+                return true;
+            }
+            if (!seen.insert(row)) {
+                wrong(row, "için iki giriş var");
+                return true;
+            }
+            report_.attempt([&] {
+                const auto found = table_.find(row);
+                if (!found) return;
+                readValues(index, found->bytes, values);
+                const auto nulls = std::ranges::count_if(values, [](const Value& value) { return isNull(value); });
+                if (index.required && nulls > 0) wrong(row, "zorunlu bir alanı boş bırakıyor");
+                const bool allNull = nulls == static_cast<std::ptrdiff_t>(values.size());
+                if (index.unique && repeated && !allNull)
+                    wrong(row, "benzersiz dizinde başkasıyla aynı anahtarı taşıyor");
+                try {
+                    if (!indexKey(expected, index, columns(), values)) {
+                        wrong(row, "boş olduğu hâlde giriş taşıyor");
+                        return;
+                    }
+                } catch (const Error& error) {
+                    if (error.fault() != Fault::indexNotWritable) throw;
+                    ++unjudged;
+                    return;
+                }
+                if (!std::ranges::equal(key, expected)) wrong(row, "için yazılı anahtar, alanlarınınkinden başka");
+            });
+            return true;
+        });
+        report_.result().indexEntries += entries;
+        rows_.forEach([&](RowId row) {
+            if (seen.has(row)) return;
+            report_.attempt([&] {
+                if (index.ignoreNulls) {
+                    const auto found = table_.find(row);
+                    readValues(index, found->bytes, values);
+                    if (std::ranges::all_of(values, [](const Value& value) { return isNull(value); })) return;
+                }
+                wrong(row, "dizinde yok");
+            });
+        });
+        if (unjudged > 0)
+            report_.warning(
+                which + ": " + std::to_string(unjudged) +
+                " girişin anahtarı yeniden hesaplanamadı (sıralaması bilinmeyen harfler); yalnızca yerlerine "
+                "bakıldı.");
+        const std::uint32_t stored =
+            getU32(&pager_.read(table_.definition.page)[definitionField::distinctKeys(index.number)]);
+        if (stored < distinct)
+            report_.warning(which + ": ayrı anahtar sayısı " + std::to_string(stored) + " yazılı, " +
+                            std::to_string(distinct) + " anahtar var; zararı yoktur.");
+    }
+
+    void readValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& values)
+    {
+        values.clear();
+        for (const IndexColumn& column : index.columns) values.push_back(table_.value(column.column, row));
+    }
+
+    void checkNumbers()
+    {
+        const PageView page = pager_.read(table_.definition.page);
+        const std::uint32_t count = getU32(&page[definitionField::rowCount]);
+        if (count != live_)
+            report_.warning(name_ + ": tanımda " + std::to_string(count) + " satır yazılı, " + std::to_string(live_) +
+                            " satır var; ilk yazışta düzelir.");
+        const auto last = static_cast<std::int32_t>(getU32(&page[definitionField::lastAutoNumber]));
+        for (std::size_t column = 0; column < columns().size(); ++column)
+            if (largest_[column] && *largest_[column] > last)
+                report_.fault(name_ + ", " + quotedName(columns()[column].name) + " alanı: verilmiş en büyük sayı " +
+                              std::to_string(*largest_[column]) + ", sayaç ise " + std::to_string(last) +
+                              " gösteriyor.");
+    }
+
+    Pager& pager_;
+    PageOwners& owners_;
+    CheckReport& report_;
+    Table::State table_;
+    std::string name_;
+    std::vector<PageNo> dataPages_;
+    RowSet rows_; ///< live and sound
+    std::uint64_t live_ = 0;
+    std::vector<RowId> bodies_;
+    std::vector<RowId> targets_;
+    std::map<std::size_t, LongValues> longValues_;     ///< by column
+    std::vector<std::optional<std::int32_t>> largest_; ///< of AutoNumber columns
+};
+
+} // namespace
+
+std::string rowPageFault(PageView page)
+{
+    if (page[1] != 1) return "ikinci baytı 1 değil";
+    const auto count = slotCount(page);
+    if (!count) return "satır sayısı sayfaya uymuyor";
+    if (!slotsInOrder(page)) return "satırların yerleri sayfaya uymuyor";
+    const std::size_t free = freeBytes(page);
+    if (getU16(&page[2]) != free)
+        return "boş alan sayısı yanlış (" + std::to_string(getU16(&page[2])) + " yazılı, " + std::to_string(free) +
+               " olmalı)";
+    return {};
+}
+
+void checkTable(Pager& pager, const std::u16string& name, PageNo definition, PageOwners& owners, CheckReport& report)
+{
+    report.attempt([&] { TableCheck(pager, name, definition, owners, report).run(); });
+}
+
+} // namespace jet

@@ -1,0 +1,305 @@
+#include "store/jet/care/rescue.h"
+
+#include "files/error.h"
+#include "files/part_file.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/salvage.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/rows/field_codec.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace jet {
+namespace {
+
+std::u16string number(std::size_t value)
+{
+    const std::string digits = std::to_string(value);
+    return {digits.begin(), digits.end()};
+}
+
+/// The columns of a damaged table as a new table can have them, and where each stood.
+struct Columns {
+    std::vector<NewColumn> fresh;
+    std::vector<std::size_t> from; ///< position in the definition
+};
+
+Columns columnsOf(const FoundTable& table, const std::string& title, Losses& losses)
+{
+    constexpr std::uint16_t longestText = 255;
+    constexpr std::uint16_t longestBinary = 510;
+    constexpr std::uint8_t mostDigits = 28;
+    Columns columns;
+    bool hasCounter = false;
+    for (std::size_t i = 0; i < table.definition.columns.size(); ++i) {
+        const Column& column = table.definition.columns[i];
+        if (!isKnown(column.type)) {
+            losses.add(title + ", " + quotedName(column.name) + " alanı: türü bilinmiyor, alan aktarılmadı.");
+            continue;
+        }
+        NewColumn fresh;
+        fresh.name = column.name;
+        const auto taken = [&] {
+            return nameFault(fresh.name) || std::ranges::any_of(columns.fresh, [&](const NewColumn& other) {
+                       return sameName(other.name, fresh.name);
+                   });
+        };
+        for (std::size_t n = i; taken(); ++n) fresh.name = u"Alan_" + number(n);
+        if (fresh.name != column.name)
+            losses.add(title + ": adı okunamayan bir alanın adı " + quotedName(fresh.name) + " oldu.");
+        fresh.type = column.type;
+        if (column.type == ColumnType::text)
+            fresh.size = column.length / 2 == 0 || column.length / 2 > longestText
+                             ? longestText
+                             : static_cast<std::uint16_t>(column.length / 2);
+        else if (column.type == ColumnType::binary)
+            fresh.size = column.length == 0 ? longestBinary : std::min(column.length, longestBinary);
+        fresh.precision = column.precision == 0 ? mostDigits : std::min(column.precision, mostDigits);
+        fresh.scale = std::min(column.scale, fresh.precision);
+        fresh.autoNumber = column.autoNumber && !std::exchange(hasCounter, hasCounter || column.autoNumber);
+        columns.fresh.push_back(std::move(fresh));
+        columns.from.push_back(i);
+    }
+    return columns;
+}
+
+/// What of a table's indexes is taken over.
+enum class Rules { kept, dropped, noIndexes };
+
+std::vector<NewIndex> indexesOf(const FoundTable& table, const Columns& columns, Rules rules)
+{
+    std::vector<NewIndex> indexes;
+    if (rules == Rules::noIndexes) return indexes;
+    bool hasPrimaryKey = false;
+    for (const Index& index : table.definition.indexes) {
+        NewIndex fresh;
+        for (const IndexColumn& part : index.columns) {
+            const auto place = std::ranges::find(columns.from, part.column);
+            if (place == columns.from.end()) break;
+            fresh.columns.emplace_back(columns.fresh[static_cast<std::size_t>(place - columns.from.begin())].name,
+                                       part.ascending);
+        }
+        if (fresh.columns.size() != index.columns.size() || index.names.empty() || nameFault(index.names.front()) ||
+            std::ranges::any_of(indexes,
+                                [&](const NewIndex& other) { return sameName(other.name, index.names.front()); }))
+            continue;
+        fresh.name = index.names.front();
+        fresh.ignoreNulls = index.ignoreNulls && !index.primaryKey;
+        if (rules == Rules::kept) {
+            fresh.unique = index.unique;
+            fresh.required = index.required;
+            fresh.primaryKey = index.primaryKey && !std::exchange(hasPrimaryKey, hasPrimaryKey || index.primaryKey);
+        }
+        indexes.push_back(std::move(fresh));
+    }
+    return indexes;
+}
+
+class Rescue {
+public:
+    Rescue(Disk& disk, const std::filesystem::path& from, const TableNames& nameOf)
+        : nameOf_(nameOf), salvage_(disk, from, losses_)
+    {
+        for (const FoundTable& table : salvage_.tables()) {
+            result_.tables.push_back({{}, false, 0, table.rowsPromised});
+            if (table.name.empty() || taken(table.name))
+                inventName(result_.tables.size() - 1);
+            else
+                result_.tables.back().name = table.name;
+        }
+    }
+
+    const Salvage& salvage() const { return salvage_; }
+
+    void countRows()
+    {
+        for (std::size_t i = 0; i < result_.tables.size(); ++i)
+            salvage_.forEachRow(found(i), title(i), [&](RowId row, const RowLayout& layout, auto bytes) {
+                for (std::size_t column = 0; column < layout.fields.size(); ++column)
+                    if (isKnown(layout.fields[column].type)) fieldOf(i, row, layout, column, bytes);
+                ++result_.tables[i].rows;
+            });
+        sayWhatIsMissing();
+    }
+
+    void saveInto(Database& database, DateTime now, const std::function<void(int)>& progress)
+    {
+        for (std::size_t i = 0; i < result_.tables.size(); ++i) {
+            if (progress) progress(static_cast<int>(i * 100 / result_.tables.size()));
+            saveTable(database, i, now);
+        }
+        sayWhatIsMissing();
+    }
+
+    RescueResult finish()
+    {
+        result_.losses = losses_.sentences();
+        result_.lossesLeftOut = losses_.leftOut();
+        return std::move(result_);
+    }
+
+private:
+    const FoundTable& found(std::size_t i) const { return salvage_.tables()[i]; }
+    std::string title(std::size_t i) const { return quotedName(result_.tables[i].name) + " tablosu"; }
+    bool taken(const std::u16string& name) const
+    {
+        return nameFault(name) != nullptr || std::ranges::any_of(result_.tables, [&](const RescueResult::Table& other) {
+                   return sameName(other.name, name);
+               });
+    }
+
+    void inventName(std::size_t i)
+    {
+        const TableDefinition& definition = found(i).definition;
+        std::u16string name = nameOf_ ? nameOf_(definition.columns) : std::u16string();
+        if (name.empty() || taken(name)) name = u"Tablo_" + number(definition.page);
+        result_.tables[i].name = std::move(name);
+        result_.tables[i].nameInvented = true;
+        losses_.add("Adı okunamayan bir tablonun (" + std::to_string(definition.page) + ". sayfa) adı " +
+                    quotedName(result_.tables[i].name) + " oldu.");
+    }
+
+    Value fieldOf(std::size_t i, RowId row, const RowLayout& layout, std::size_t column,
+                  std::span<const std::uint8_t> bytes)
+    {
+        try {
+            return salvage_.value(layout, column, bytes);
+        } catch (const Error& error) {
+            if (error.fault() == Fault::disk) throw;
+            loseField(i, row, column, error.what());
+            return {};
+        }
+    }
+    void loseField(std::size_t i, RowId row, std::size_t column, const std::string& why)
+    {
+        losses_.add(title(i) + ", " + std::to_string(row.page) + ". sayfa, " + std::to_string(row.slot) + ". satır, " +
+                    quotedName(found(i).definition.columns[column].name) + " alanı: " + why);
+    }
+
+    void saveTable(Database& database, std::size_t i, DateTime now)
+    {
+        const Losses before = losses_;
+        const Columns columns = columnsOf(found(i), title(i), losses_);
+        if (columns.fresh.empty()) return;
+        for (Rules rules = Rules::kept;;) {
+            try {
+                Transaction change(database.pager());
+                Table& target = database.createTable(result_.tables[i].name, columns.fresh,
+                                                     indexesOf(found(i), columns, rules), now);
+                result_.tables[i].rows = 0;
+                salvage_.forEachRow(found(i), title(i), [&](RowId row, const RowLayout& layout, auto bytes) {
+                    saveRow(target, i, columns, row, layout, bytes);
+                });
+                change.commit();
+                return;
+            } catch (const Error& error) {
+                if (error.fault() == Fault::unsupported && !result_.tables[i].nameInvented) {
+                    // A name that the catalogue of the new file cannot sort is damaged itself.
+                    losses_ = before;
+                    inventName(i);
+                    columnsOf(found(i), title(i), losses_);
+                    continue;
+                }
+                const bool ruleBroken = error.fault() == Fault::duplicate || error.fault() == Fault::required;
+                if (rules == Rules::noIndexes || error.fault() == Fault::disk) throw;
+                rules = ruleBroken && rules == Rules::kept ? Rules::dropped : Rules::noIndexes;
+                losses_ = before;
+                columnsOf(found(i), title(i), losses_);
+                losses_.add(title(i) +
+                            (rules == Rules::dropped
+                                 ? ": dizinlerinin benzersizlik ve zorunluluk kuralları aktarılmadı. "
+                                 : ": dizinleri aktarılmadı. ") +
+                            error.what());
+            }
+        }
+    }
+
+    void saveRow(Table& target, std::size_t i, const Columns& columns, RowId row, const RowLayout& layout,
+                 std::span<const std::uint8_t> bytes)
+    {
+        std::vector<Assignment> values;
+        for (std::size_t k = 0; k < columns.from.size(); ++k) {
+            Value value = fieldOf(i, row, layout, columns.from[k], bytes);
+            if (!isNull(value)) values.push_back({k, std::move(value)});
+        }
+        for (;;) {
+            try {
+                target.insert(values);
+                ++result_.tables[i].rows;
+                return;
+            } catch (const Error& error) {
+                if (error.fault() != Fault::badValue) throw;
+                // A value that its own column would not take is itself damaged: find it and leave it out.
+                const auto bad =
+                    std::ranges::find_if(values, [&](const Assignment& each) { return !fits(target, each); });
+                if (bad == values.end()) {
+                    losses_.add(title(i) + ", " + std::to_string(row.page) + ". sayfa, " + std::to_string(row.slot) +
+                                ". satır: " + error.what());
+                    return;
+                }
+                loseField(i, row, columns.from[bad->column], error.what());
+                values.erase(bad);
+            }
+        }
+    }
+
+    /// Tries the value alone; nothing stays of it.
+    static bool fits(Table& target, const Assignment& value);
+
+    void sayWhatIsMissing()
+    {
+        for (std::size_t i = 0; i < result_.tables.size(); ++i) {
+            const RescueResult::Table& table = result_.tables[i];
+            if (table.rows < table.promised && !losses_.none())
+                losses_.add(title(i) + ": tanımına göre " + std::to_string(table.promised) + " satırı olmalıydı, " +
+                            std::to_string(table.rows) + " satır okunabildi.");
+        }
+    }
+
+    const TableNames& nameOf_;
+    Losses losses_;
+    Salvage salvage_;
+    RescueResult result_;
+};
+
+bool Rescue::fits(Table& target, const Assignment& value)
+{
+    try {
+        convertValue(value.value, target.columns()[value.column], target.name());
+        return true;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+} // namespace
+
+RescueResult rescue(Disk& disk, const std::filesystem::path& from, const std::filesystem::path& to, DateTime now,
+                    const TableNames& nameOf, const std::function<void(int)>& progress)
+{
+    PartFile part(disk, to);
+    Rescue work(disk, from, nameOf);
+    Database::create(disk, part.path(), work.salvage().collation(), now);
+    {
+        const auto fresh = Database::open(disk, part.path());
+        work.saveInto(*fresh, now, progress);
+    }
+    {
+        const auto fresh = Database::open(disk, part.path(), Pager::Mode::readOnly);
+        const CheckResult result = checkDatabase(*fresh);
+        if (!result.ok()) throw Error(Fault::damaged, quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
+    }
+    part.publish();
+    return work.finish();
+}
+
+RescueResult survey(Disk& disk, const std::filesystem::path& from, const TableNames& nameOf)
+{
+    Rescue work(disk, from, nameOf);
+    work.countRows();
+    return work.finish();
+}
+
+} // namespace jet

@@ -1,0 +1,365 @@
+#include "store/jet/care/salvage.h"
+
+#include "files/error.h"
+#include "store/jet/care/check_report.h"
+#include "store/jet/database/database.h"
+#include "store/jet/database/header.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/pages/journal.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/field_codec.h"
+#include "store/jet/rows/long_value.h"
+#include "store/jet/table/catalogue.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace jet {
+namespace {
+
+const std::filesystem::path inMemory = "salvage.mdb";
+constexpr PageNo smallestFile = 16;
+constexpr PageNo usualCatalogue = 2; ///< where every file known so far has it
+constexpr double localTable = 1;
+
+std::string pageName(PageNo page) { return std::to_string(page) + ". sayfa"; }
+std::string rowName(RowId row) { return pageName(row.page) + ", " + std::to_string(row.slot) + ". satır"; }
+
+/// What ends a rescue: not the damage, but the machine.
+bool isFatal(const Error& error) { return error.fault() == Fault::disk; }
+
+/// The catalogue's table is the same in every file: that of a new one tells how its rows are read.
+TableDefinition catalogueOfANewFile()
+{
+    MemoryDisk disk;
+    Database::create(disk, inMemory, turkish, DateTime{});
+    Pager pager(disk, inMemory, Pager::Mode::readOnly);
+    return readTableDefinition(pager, readHeader(pager).catalogue);
+}
+
+/// Bits of a map for pages that the file no longer has.
+bool leadsPastTheEnd(Pager& pager, MapRef map)
+{
+    constexpr PageNo farEnough = 32768;
+    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
+    for (PageNo page = pager.pageCount(); page < end; ++page)
+        if (mapHas(pager, map, page)) return true;
+    return false;
+}
+
+bool saysNumber(const Value& value, double& number)
+{
+    if (const auto* whole = std::get_if<std::int32_t>(&value))
+        number = *whole;
+    else if (const auto* small = std::get_if<std::int16_t>(&value))
+        number = *small;
+    else
+        return false;
+    return true;
+}
+
+} // namespace
+
+void Losses::add(std::string sentence)
+{
+    if (sentences_.size() < mostSentences)
+        sentences_.push_back(std::move(sentence));
+    else
+        ++leftOut_;
+}
+
+Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Losses& losses) : losses_(losses), collation_(turkish)
+{
+    readFile(disk, file);
+    pager_ = std::make_unique<Pager>(memory_, inMemory, Pager::Mode::readWrite);
+    bool collationKnown = false;
+    try {
+        const Header header = readHeader(*pager_);
+        catalogue_ = header.catalogue;
+        collation_ = header.collation;
+        collationKnown = true;
+    } catch (const Error& error) {
+        switch (error.fault()) {
+        case Fault::damaged:
+        case Fault::notADatabase:
+            losses_.add(pageName(0) + ": dosyanın başlığı okunamadı.");
+            break;
+        default:
+            throw;
+        }
+    }
+    readFreePages();
+    findTables();
+    if (tables_.empty() && !collationKnown)
+        throw Error(Fault::notADatabase,
+                    quotedPath(file) + " dosyasında bir Access veritabanından kalma hiçbir tablo bulunamadı.");
+    if (!collationKnown || (collation_ != turkish && collation_ != general)) {
+        collation_ = turkish;
+        for (const FoundTable& table : tables_)
+            for (const Column& column : table.definition.columns)
+                if (column.type == ColumnType::text && column.collation == general) collation_ = general;
+    }
+}
+
+void Salvage::readFile(Disk& disk, const std::filesystem::path& file)
+{
+    const auto source = disk.open(file, Disk::Access::readOnly);
+    if (!source->lock(File::Lock::reader))
+        throw Error(Fault::inUse,
+                    quotedPath(file) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
+    const std::uint64_t size = source->size();
+    if (size / pageSize > maxPages)
+        throw Error(Fault::unsupported, quotedPath(file) + " 2 GB sınırından büyük; bir Access veritabanı olamaz.");
+    if (size % pageSize != 0) losses_.add("Dosyanın sonu eksik: " + std::to_string(size) + " bayt, son sayfası yarım.");
+    MemoryDisk::Content& content = memory_.content(inMemory);
+    const std::uint64_t pages = std::max<std::uint64_t>((size + pageSize - 1) / pageSize, smallestFile);
+    content.resize(static_cast<std::size_t>(pages * pageSize));
+    constexpr std::size_t atOnce = 256 * pageSize;
+    for (std::uint64_t at = 0; at < size; at += atOnce) {
+        const auto part = std::span(content).subspan(
+            static_cast<std::size_t>(at), static_cast<std::size_t>(std::min<std::uint64_t>(atOnce, size - at)));
+        try {
+            source->read(at, part);
+        } catch (const Error&) {
+            // Page by page, so that one bad spot of the disk costs one page.
+            for (std::size_t page = 0; page < part.size(); page += pageSize) {
+                const auto one = part.subspan(page, std::min(pageSize, part.size() - page));
+                try {
+                    source->read(at + page, one);
+                } catch (const Error&) {
+                    std::fill(one.begin(), one.end(), std::uint8_t{0});
+                    losses_.add(pageName(static_cast<PageNo>((at + page) / pageSize)) + ": disk onu okuyamıyor.");
+                }
+            }
+        }
+    }
+    readJournalBeside(disk, file);
+}
+
+void Salvage::readJournalBeside(Disk& disk, const std::filesystem::path& file)
+{
+    auto name = disk.realPath(file);
+    name += "-journal";
+    if (!disk.exists(name)) return;
+    try {
+        const auto journal = disk.open(name, Disk::Access::readOnly);
+        if (!readJournal(*journal)) return;
+        auto copied = inMemory;
+        copied += "-journal";
+        MemoryDisk::Content& content = memory_.content(copied);
+        content.resize(static_cast<std::size_t>(journal->size()));
+        journal->read(0, content);
+    } catch (const Error& error) {
+        losses_.add(std::string("Yarım kalmış değişikliğin günlüğü okunamadı: ") + error.what());
+    }
+}
+
+void Salvage::readFreePages()
+{
+    free_.assign(pager_->pageCount(), false);
+    try {
+        for (const PageNo page : mapPages(*pager_, freeMap)) free_[page] = true;
+    } catch (const Error& error) {
+        if (isFatal(error)) throw;
+        losses_.add("Boş sayfaların haritası okunamadı; silinmiş satırlar geri gelmiş olabilir.");
+    }
+}
+
+void Salvage::findTables()
+{
+    if (catalogue_ >= pager_->pageCount()) catalogue_ = usualCatalogue;
+    readCatalogue(catalogue_);
+    // Definitions that the catalogue does not list, in a file that has lost part of it.
+    for (PageNo page = 1; page < pager_->pageCount(); ++page) {
+        if (free_[page] || definitions_.contains(page)) continue;
+        if (pager_->read(page)[0] != static_cast<std::uint8_t>(PageType::tableDefinition)) continue;
+        addTable(page, {});
+    }
+}
+
+/// The names of the tables, as far as the rows of the catalogue can be read.
+void Salvage::readCatalogue(PageNo page)
+{
+    FoundTable objects;
+    try {
+        std::string lost;
+        objects.definition = salvageTableDefinition(*pager_, page, lost);
+        definitions_.insert(objects.definition.chain.begin(), objects.definition.chain.end());
+    } catch (const Error& error) {
+        if (isFatal(error)) throw;
+        losses_.add(pageName(page) + ": nesne listesinin tanımı okunamadı; satırları bilinen düzenine göre okundu.");
+        objects.definition = catalogueOfANewFile();
+        objects.definition.page = page;
+        objects.definition.owned = {}; // its map stands somewhere else in this file
+    }
+    const auto columnAt = [&](std::u16string_view name) {
+        const auto& columns = objects.definition.columns;
+        const auto found = std::ranges::find_if(columns, [&](const Column& each) { return each.name == name; });
+        return found == columns.end() ? std::optional<std::size_t>()
+                                      : std::optional<std::size_t>(found - columns.begin());
+    };
+    const auto id = columnAt(u"Id"), name = columnAt(u"Name"), type = columnAt(u"Type"), flags = columnAt(u"Flags");
+    if (!id || !name || !type || !flags) {
+        losses_.add(pageName(page) + ": nesne listesi tanınmıyor; tablo adları bilinmiyor.");
+        return;
+    }
+    std::vector<std::pair<PageNo, std::u16string>> listed;
+    forEachRow(objects, "nesne listesi", [&](RowId row, const RowLayout& layout, std::span<const std::uint8_t> bytes) {
+        try {
+            double number = 0, kind = 0, marks = 0;
+            const Value text = value(layout, *name, bytes);
+            const auto* title = std::get_if<std::u16string>(&text);
+            if (!title || !saysNumber(value(layout, *type, bytes), kind)) return;
+            saysNumber(value(layout, *flags, bytes), marks);
+            const bool user = isUserObject(static_cast<std::uint32_t>(static_cast<std::int64_t>(marks)));
+            const char* foreign = foreignKind(static_cast<int>(kind));
+            if (foreign && user) losses_.add(quotedName(*title) + " adlı " + foreign + " aktarılmadı.");
+            if (kind != localTable || !saysNumber(value(layout, *id, bytes), number)) return;
+            const auto definition = static_cast<PageNo>(static_cast<std::int64_t>(number));
+            if (user)
+                listed.emplace_back(definition, *title);
+            else
+                definitions_.insert(definition);
+        } catch (const Error& error) {
+            if (isFatal(error)) throw;
+            losses_.add("Nesne listesi, " + rowName(row) + ": " + error.what());
+        }
+    });
+    for (auto& [definition, title] : listed)
+        if (!definitions_.contains(definition)) addTable(definition, std::move(title));
+}
+
+void Salvage::addTable(PageNo page, std::u16string name)
+{
+    const std::string title = name.empty() ? pageName(page) : quotedName(name) + " tablosu";
+    if (page == 0 || page >= pager_->pageCount()) {
+        losses_.add(title + ": tanımının sayfası dosyada yok; satırları okunamıyor.");
+        return;
+    }
+    FoundTable table;
+    std::string lost;
+    try {
+        table.definition = salvageTableDefinition(*pager_, page, lost);
+    } catch (const Error& error) {
+        if (isFatal(error)) throw;
+        losses_.add(title + ": tanımı okunamadı; satırları okunamıyor. " + error.what());
+        return;
+    }
+    definitions_.insert(table.definition.chain.begin(), table.definition.chain.end());
+    if (table.definition.system) return;
+    if (!lost.empty()) losses_.add(title + ": dizinleri okunamadı. " + lost);
+    table.name = std::move(name);
+    table.rowsPromised = getU32(pager_->read(page).data() + definitionField::rowCount);
+    tables_.push_back(std::move(table));
+}
+
+/// The pages of a table by its map and by what the pages say themselves: where one is damaged the other helps.
+std::vector<PageNo> Salvage::pagesOf(const FoundTable& table, const std::string& title, bool& pagesLost)
+{
+    const PageNo owner = table.definition.page;
+    std::vector<bool> chosen(pager_->pageCount());
+    const auto anothers = [&](std::uint32_t other) {
+        return other == longValueOwner || (other != owner && definitions_.contains(other));
+    };
+    try {
+        if (!table.definition.owned.none()) {
+            if (leadsPastTheEnd(*pager_, table.definition.owned)) {
+                pagesLost = true;
+                losses_.add(title + ": bazı sayfaları dosyada yok, dosyanın sonu eksik; satırları kayıp.");
+            }
+            for (const PageNo page : mapPages(*pager_, table.definition.owned)) {
+                const PageView view = pager_->read(page);
+                const bool rows = view[0] == static_cast<std::uint8_t>(PageType::row);
+                if ((rows && !anothers(rowPageOwner(view))) || (!rows && rowPageOwner(view) == owner)) {
+                    chosen[page] = true;
+                } else {
+                    pagesLost = true;
+                    losses_.add(title + ", " + pageName(page) + ": satır sayfası olmalıydı, değil; satırları kayıp.");
+                }
+            }
+        }
+    } catch (const Error& error) {
+        if (isFatal(error)) throw;
+        losses_.add(title + ": sayfalarının haritası okunamadı; satırları bütün dosyada arandı.");
+    }
+    std::vector<PageNo> pages;
+    for (PageNo page = 1; page < pager_->pageCount(); ++page)
+        if (chosen[page] || (!free_[page] && isRowPage(pager_->read(page), owner))) pages.push_back(page);
+    return pages;
+}
+
+void Salvage::forEachRow(const FoundTable& table, const std::string& title,
+                         const std::function<void(RowId, const RowLayout&, std::span<const std::uint8_t>)>& visit)
+{
+    const RowLayout layout = table.definition.layout();
+    bool pagesLost = false;
+    const std::vector<PageNo> pages = pagesOf(table, title, pagesLost);
+    const std::set<PageNo> ours(pages.begin(), pages.end());
+    std::set<RowId> reached; ///< bodies of moved rows
+    std::uint64_t found = 0;
+    const auto give = [&](RowId head, PageView page, Slot slot) {
+        const auto bytes = slotBytes(page, slot);
+        if (const char* what = rowDamage(layout, bytes))
+            losses_.add(title + ", " + rowName(head) + ": " + what + ".");
+        else {
+            ++found;
+            visit(head, layout, bytes);
+        }
+    };
+    const auto giveMoved = [&](RowId head, Slot slot) {
+        constexpr int mostSteps = 4;
+        PageView page = pager_->read(head.page);
+        for (int step = 0; slot.pointer && step < mostSteps; ++step) {
+            const std::optional<RowId> next = pointerOf(page, slot);
+            if (!next || !ours.contains(next->page)) break;
+            page = pager_->read(next->page);
+            const std::optional<Slot> target = slotAt(page, next->slot);
+            if (!target || !(target->body() || (target->live() && target->pointer))) break;
+            slot = *target;
+            if (target->body() && reached.insert(*next).second) return give(head, page, slot);
+        }
+        losses_.add(title + ", " + rowName(head) + ": taşındığı yerde satır yok.");
+    };
+    for (const PageNo number : pages) {
+        const PageView page = pager_->read(number);
+        const std::optional<unsigned> slots = slotCount(page);
+        if (!slots) {
+            pagesLost = true;
+            losses_.add(title + ", " + pageName(number) + ": satır sayısı sayfaya uymuyor; satırları kayıp.");
+            continue;
+        }
+        for (unsigned i = 0; i < std::min(*slots, maxSlots + 1); ++i) {
+            const RowId head{number, static_cast<std::uint8_t>(i)};
+            const std::optional<Slot> slot = slotAt(page, i, *slots);
+            if (!slot)
+                losses_.add(title + ", " + rowName(head) + ": yeri sayfaya uymuyor.");
+            else if (slot->live() && slot->pointer)
+                giveMoved(head, *slot);
+            else if (slot->live())
+                give(head, page, *slot);
+        }
+    }
+    // Moved rows whose first place is lost. In a sound table a body that nobody points to is a deleted one.
+    if (!pagesLost && found >= table.rowsPromised) return;
+    for (const PageNo number : pages) {
+        const PageView page = pager_->read(number);
+        for (unsigned i = 0; i < slotCount(page).value_or(0); ++i) {
+            const RowId place{number, static_cast<std::uint8_t>(i)};
+            const std::optional<Slot> slot = slotAt(page, i);
+            if (slot && slot->body() && !reached.contains(place)) give(place, page, *slot);
+        }
+    }
+}
+
+Value Salvage::value(const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row)
+{
+    const FieldPlace& place = layout.fields[column];
+    const auto bytes = fieldBytes(layout, column, row);
+    if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
+    const bool isLong = place.type == ColumnType::memo || place.type == ColumnType::ole;
+    return decodeValue(place.type, place.scale,
+                       isLong ? readLongValue(*pager_, *bytes) : Bytes(bytes->begin(), bytes->end()));
+}
+
+} // namespace jet

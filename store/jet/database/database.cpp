@@ -1,0 +1,164 @@
+#include "store/jet/database/database.h"
+
+#include "store/jet/database/database_state.h"
+#include "store/jet/database/properties.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/table/table_state.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+
+namespace jet {
+namespace {
+
+/// Bits of a table's map past the end of the file: what an interrupted copy leaves behind. Writing to such a file
+/// would put new pages where the lost ones were.
+bool lostPages(Pager& pager, MapRef map)
+{
+    constexpr PageNo farEnough = 32768;
+    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
+    for (PageNo page = pager.pageCount(); page < end; ++page) {
+        if (mapHas(pager, map, page)) return true;
+    }
+    return false;
+}
+
+} // namespace
+
+const std::vector<CatalogueEntry>& Database::State::catalogue()
+{
+    if (changedAt_ && *changedAt_ != pager->changeCount()) {
+        changedAt_.reset();
+        entries_.reset();
+    }
+    if (!entries_) {
+        entries_ = readCatalogue(*systemObjects);
+        const auto gone = [this](const std::unique_ptr<Table>& table) {
+            return std::none_of(entries_->begin(), entries_->end(), [&](const CatalogueEntry& entry) {
+                return entry.definition == table->definitionPage() && entry.name == table->name();
+            });
+        };
+        const auto first = std::stable_partition(tables_.begin(), tables_.end(),
+                                                 [&](const std::unique_ptr<Table>& table) { return !gone(table); });
+        std::move(first, tables_.end(), std::back_inserter(retired_));
+        tables_.erase(first, tables_.end());
+    }
+    return *entries_;
+}
+
+void Database::State::catalogueChanged()
+{
+    entries_.reset();
+    changedAt_ = pager->changeCount();
+}
+
+const CatalogueEntry* Database::State::find(std::u16string_view name)
+{
+    const CatalogueEntry* best = nullptr;
+    int rank = 0;
+    for (const CatalogueEntry& entry : catalogue()) {
+        const int each = entry.name == name ? 3 : !sameName(entry.name, name) ? 0 : entry.user ? 2 : 1;
+        if (each > rank) {
+            best = &entry;
+            rank = each;
+        }
+    }
+    return best;
+}
+
+Table& Database::State::open(const CatalogueEntry& entry)
+{
+    if (entry.definition == systemObjects->definitionPage()) return *systemObjects;
+    for (const std::unique_ptr<Table>& table : tables_) {
+        if (table->definitionPage() == entry.definition) return *table;
+    }
+    auto state =
+        std::make_unique<Table::State>(*pager, entry.name, entry.definition, requiredColumns(entry.properties));
+    state->systemObjects = systemObjects.get();
+    tables_.push_back(std::unique_ptr<Table>(new Table(std::move(state))));
+    return *tables_.back();
+}
+
+void Database::State::addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields)
+{
+    std::vector<Assignment> values;
+    for (const auto& [name, value] : fields) {
+        const auto column = table.columnNamed(name);
+        if (!column) {
+            throw Error(Fault::damaged, quotedPath(pager->path()) + " dosyasının sistem tablosu " +
+                                            quotedName(table.name()) + " bozuk: " + quotedName(name) +
+                                            " sütunu yok. Dosyanın yedeğini kullanın.");
+        }
+        values.push_back({*column, value});
+    }
+    stateOf(table).insert(values);
+}
+
+Database::Database() : state_(std::make_unique<State>()) {}
+Database::~Database() = default;
+
+std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path& path, Pager::Mode mode)
+{
+    std::unique_ptr<Database> database(new Database);
+    State& state = *database->state_;
+    state.pager = std::make_unique<Pager>(disk, path, mode);
+    state.header = readHeader(*state.pager);
+    auto systemState = std::make_unique<Table::State>(*state.pager, u"MSysObjects", state.header.catalogue,
+                                                      std::vector<std::u16string>{});
+    state.systemObjects.reset(new Table(std::move(systemState)));
+    state.stateOf(*state.systemObjects).systemObjects = state.systemObjects.get();
+
+    for (const CatalogueEntry& entry : state.catalogue()) {
+        if (!entry.user) continue;
+        try {
+            const Table::State& table = state.stateOf(state.open(entry));
+            if (!lostPages(*state.pager, table.definition.owned)) continue;
+        } catch (const Error& error) {
+            // A damaged table does not keep the others from being read; whoever asks for it gets the fault.
+            if (error.fault() == Fault::damaged) continue;
+            throw;
+        }
+        throw Error(Fault::cutShort,
+                    quotedPath(path) + " dosyası eksik: " + quotedName(entry.name) +
+                        " tablosunun bazı sayfaları dosyada yok. Dosyanın tam bir kopyasını kullanın.");
+    }
+    return database;
+}
+
+Pager& Database::pager() { return *state_->pager; }
+Collation Database::collation() const { return state_->header.collation; }
+std::uint16_t Database::codePage() const { return state_->header.codePage; }
+
+std::vector<std::u16string> Database::tableNames() const
+{
+    std::vector<std::u16string> names;
+    for (const CatalogueEntry& entry : state_->catalogue()) {
+        if (entry.user) names.push_back(entry.name);
+    }
+    return names;
+}
+
+bool Database::hasTable(std::u16string_view name) const
+{
+    const CatalogueEntry* entry = state_->find(name);
+    return entry != nullptr && entry->user;
+}
+
+Table& Database::table(std::u16string_view name)
+{
+    const CatalogueEntry* entry = state_->find(name);
+    if (entry == nullptr) {
+        throw Error(Fault::noSuchTable,
+                    quotedPath(state_->pager->path()) + " veritabanında " + quotedName(name) + " adlı bir tablo yok.");
+    }
+    return state_->open(*entry);
+}
+
+std::vector<std::pair<std::u16string, PageNo>> Database::allTables() const
+{
+    std::vector<std::pair<std::u16string, PageNo>> tables;
+    for (const CatalogueEntry& entry : state_->catalogue()) tables.emplace_back(entry.name, entry.definition);
+    return tables;
+}
+
+} // namespace jet

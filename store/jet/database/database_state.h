@@ -1,0 +1,50 @@
+#pragma once
+
+#include "store/jet/database/database.h"
+#include "store/jet/database/header.h"
+#include "store/jet/table/catalogue.h"
+
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace jet {
+
+struct Database::State {
+    /// The entries of the catalogue, read again when a transaction that changed it has ended.
+    const std::vector<CatalogueEntry>& catalogue();
+    /// Nothing when there is no such table; a user table wins over a system table of a similar name.
+    const CatalogueEntry* find(std::u16string_view name);
+    /// The table of an entry, opened on first use. Throws damaged, cutShort.
+    Table& open(const CatalogueEntry& entry);
+    Table::State& stateOf(Table& table) const { return *table.state_; }
+    /// To be called after rows of MSysObjects were changed.
+    void catalogueChanged();
+
+    /// A row of a system table, by the names of its columns. In a transaction.
+    void addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields);
+    /// What a database without tables says about itself. In a transaction.
+    void addSystemRows(const AccountSet& accounts, DateTime now);
+    /// MSysACEs. Throws damaged when there is none.
+    Table& rightsTable();
+    /// The rights that the tables of this file have, for a new one. In a transaction.
+    void addRights(PageNo definition);
+    /// The account that owns this file's objects. Throws damaged.
+    Bytes administrator();
+
+    std::unique_ptr<Pager> pager;
+    Header header;
+    std::unique_ptr<Table> systemObjects;
+
+private:
+    std::optional<std::vector<CatalogueEntry>> entries_;
+    std::optional<std::uint64_t> changedAt_; ///< change count of the transaction that changed the catalogue
+    std::vector<std::unique_ptr<Table>> tables_;
+    /// Tables that a rollback took out of the catalogue: references to them are still out.
+    std::vector<std::unique_ptr<Table>> retired_;
+};
+
+} // namespace jet

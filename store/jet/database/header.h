@@ -1,0 +1,44 @@
+#pragma once
+
+#include "store/jet/format/format.h"
+#include "store/jet/pages/pager.h"
+#include "store/jet/pages/usage_map.h"
+#include "store/jet/values/sort_key.h"
+
+#include <array>
+#include <cstdint>
+
+/// Page 0. Bytes 18..97 are obscured with a fixed key stream; fields are named by what they say underneath it.
+namespace jet {
+
+struct Header {
+    MapRef freePages;     ///< map of the pages that nobody owns
+    PageNo catalogue = 0; ///< definition of MSysObjects
+    std::uint16_t codePage = 0;
+    Collation collation{};
+};
+
+/// Throws notADatabase, oldFormat, newFormat, password, encoded or damaged, each with the path.
+Header readHeader(Pager& pager);
+
+/// Account numbers that own the objects of a file. They fit only the creation time in the file's own header, so the
+/// two are always taken together from one of the sets that real files carry.
+struct AccountSet {
+    std::array<std::uint8_t, 8> creationTime{};
+    std::array<std::uint8_t, 4> passwordMask{};
+    std::uint32_t build = 0;
+    std::array<std::uint8_t, 2> engine{};
+    std::array<std::uint8_t, 2> admin{};
+    std::array<std::uint8_t, 2> users{};
+    std::array<std::uint8_t, 2> creator{};
+};
+/// The set for new files of that collation.
+const AccountSet& accountSet(Collation collation);
+
+/// Fills page 0 of a new file.
+void buildHeader(PageBytes page, Collation collation);
+
+/// Covers or uncovers the obscured bytes.
+void maskHeader(PageBytes page);
+
+} // namespace jet

@@ -1,0 +1,154 @@
+#include "store/jet/database/system_tables.h"
+
+#include "store/jet/database/definition_plan.h"
+#include "store/jet/database/header.h"
+#include "store/jet/index/index_tree.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/table_definition.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace jet {
+namespace {
+
+constexpr PageNo pageCount = 16;
+constexpr PageNo mapPage = 6;
+constexpr PageNo firstIndexPage = 7;
+constexpr std::size_t mapRow = 69; ///< type, start page, 64 bytes of bits
+constexpr std::size_t mapHead = 5;
+
+struct SystemTable {
+    std::vector<NewColumn> columns;
+    std::vector<NewIndex> indexes;
+    PageNo dataPage = 0; ///< 0: none until the first row
+};
+
+NewColumn number(const char16_t* name) { return {.name = name, .type = ColumnType::longInteger}; }
+NewColumn field(const char16_t* name, ColumnType type) { return {.name = name, .type = type}; }
+NewColumn text(const char16_t* name) { return {.name = name, .type = ColumnType::text, .size = 255}; }
+NewColumn binary(const char16_t* name) { return {.name = name, .type = ColumnType::binary, .size = 510}; }
+
+SystemTable objects()
+{
+    return {{number(u"Id"), number(u"ParentId"), text(u"Name"), field(u"Type", ColumnType::integer),
+             field(u"DateCreate", ColumnType::dateTime), field(u"DateUpdate", ColumnType::dateTime), binary(u"Owner"),
+             number(u"Flags"), field(u"Database", ColumnType::memo), field(u"Connect", ColumnType::memo),
+             text(u"ForeignName"), binary(u"RmtInfoShort"), field(u"RmtInfoLong", ColumnType::ole),
+             field(u"Lv", ColumnType::ole), field(u"LvProp", ColumnType::ole), field(u"LvModule", ColumnType::ole),
+             field(u"LvExtra", ColumnType::ole)},
+            {{.name = u"ParentIdName", .columns = {{u"ParentId", true}, {u"Name", true}}, .unique = true},
+             {.name = u"Id", .columns = {{u"Id", true}}, .primaryKey = true}},
+            14};
+}
+
+SystemTable accessRights()
+{
+    return {{number(u"ObjectId"), binary(u"SID"), number(u"ACM"), field(u"FInheritable", ColumnType::boolean)},
+            {{.name = u"ObjectId", .columns = {{u"ObjectId", true}}, .required = true}},
+            15};
+}
+
+SystemTable queries()
+{
+    return {{number(u"ObjectId"), field(u"Attribute", ColumnType::byte), binary(u"Order"), text(u"Name1"),
+             text(u"Name2"), field(u"Expression", ColumnType::memo), field(u"Flag", ColumnType::integer),
+             number(u"LvExtra")},
+            {{.name = u"ObjectIdAttribute",
+              .columns = {{u"ObjectId", true}, {u"Attribute", true}, {u"Order", true}},
+              .primaryKey = true}}};
+}
+
+SystemTable relationships()
+{
+    const auto index = [](const char16_t* column) {
+        return NewIndex{.name = column, .columns = {{column, true}}, .ignoreNulls = true};
+    };
+    return {{text(u"szRelationship"), number(u"grbit"), number(u"ccolumn"), number(u"icolumn"), text(u"szObject"),
+             text(u"szColumn"), text(u"szReferencedObject"), text(u"szReferencedColumn")},
+            {index(u"szRelationship"), index(u"szObject"), index(u"szReferencedObject")}};
+}
+
+class BlankDatabase {
+public:
+    explicit BlankDatabase(Collation collation) : collation_(collation), bytes_(pageCount * pageSize, 0) {}
+
+    std::vector<std::uint8_t> build()
+    {
+        buildHeader(page(0), collation_);
+        buildFreeMap();
+        initRowPage(page(mapPage), 0);
+        const std::array tables{objects(), accessRights(), queries(), relationships()};
+        for (std::size_t i = 0; i < tables.size(); ++i) {
+            addTable(firstSystemTable + static_cast<PageNo>(i), tables[i]);
+        }
+        return std::move(bytes_);
+    }
+
+private:
+    PageBytes page(PageNo number) { return PageBytes(bytes_.data() + number * pageSize, pageSize); }
+
+    void buildFreeMap()
+    {
+        const PageBytes holder = page(1);
+        initRowPage(holder, 1);
+        std::array<std::uint8_t, mapRow> row{};
+        // A set bit is a free page; everything past the sixteen pages of the file is.
+        std::fill(row.begin() + mapHead + pageCount / 8, row.end(), std::uint8_t{0xFF});
+        appendRow(holder, row, RowKind::ordinary);
+        // The second map of the header is empty in every file; what it is for is not known.
+        row.fill(0);
+        appendRow(holder, row, RowKind::ordinary);
+    }
+
+    MapRef addMap(PageNo owned)
+    {
+        std::array<std::uint8_t, mapRow> row{};
+        if (owned != 0) row[mapHead + owned / 8] = static_cast<std::uint8_t>(1u << owned % 8);
+        return {appendRow(page(mapPage), row, RowKind::ordinary), mapPage};
+    }
+
+    void addTable(PageNo definitionPage, const SystemTable& wanted)
+    {
+        std::vector<Column> columns;
+        for (const NewColumn& each : wanted.columns) {
+            columns.push_back(plannedColumn(each, collation_));
+            columns.back().compressible = false;
+        }
+        TableDefinition table = planDefinition(std::move(columns), wanted.indexes, true, collation_);
+        table.owned = addMap(wanted.dataPage);
+        table.freeSpace = addMap(wanted.dataPage);
+        // Maps are numbered by column, while the definition lists them by name.
+        std::vector<LongValueMaps*> maps;
+        for (LongValueMaps& each : table.longValues) maps.push_back(&each);
+        std::sort(maps.begin(), maps.end(), [&](const LongValueMaps* a, const LongValueMaps* b) {
+            return table.columns[a->column].id < table.columns[b->column].id;
+        });
+        for (LongValueMaps* each : maps) {
+            each->owned = addMap(0);
+            each->freeSpace = addMap(0);
+        }
+        for (Index& index : table.indexes) {
+            index.root = nextIndexPage_++;
+            index.ownedPages = addMap(index.root);
+            initIndexLeaf(page(index.root), definitionPage);
+        }
+        if (wanted.dataPage != 0) initRowPage(page(wanted.dataPage), definitionPage);
+
+        const Bytes definition = buildTableDefinition(table, collation_);
+        const PageBytes into = page(definitionPage);
+        std::copy(definition.begin(), definition.end(), into.begin());
+        putU16(into.data() + 2, static_cast<std::uint32_t>(pageSize - 8 - definition.size()));
+    }
+
+    Collation collation_;
+    std::vector<std::uint8_t> bytes_;
+    PageNo nextIndexPage_ = firstIndexPage;
+};
+
+} // namespace
+
+std::vector<std::uint8_t> blankDatabase(Collation collation) { return BlankDatabase(collation).build(); }
+
+} // namespace jet

@@ -1,0 +1,171 @@
+#include "files/error.h"
+#include "store/jet/index/index_page.h"
+#include "store/jet/index/index_tree.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace jet {
+namespace {
+
+/// A page of one level of the tree, as its parent sees it.
+struct Place {
+    PageNo page = 0;
+    std::size_t parent = 0;      ///< place of the parent in the level above
+    std::optional<Key> promised; ///< last entry under the page, by the parent's entry; a tail has none
+};
+
+class Checker {
+public:
+    Checker(Pager& pager, PageNo tableDefinition, std::vector<std::string>& faults, std::vector<std::string>& warnings,
+            std::vector<PageNo>& pages)
+        : pager_(pager), tableDefinition_(tableDefinition), faults_(faults), warnings_(warnings), pages_(pages)
+    {
+    }
+
+    void run(PageNo root)
+    {
+        std::vector<std::vector<Place>> levels{{Place{root, 0, {}}}};
+        while (!levels.back().empty()) {
+            std::vector<Place> below;
+            if (!checkLevel(levels.back(), below)) return;
+            levels.push_back(std::move(below));
+        }
+        levels.pop_back();
+        for (std::size_t depth = 0; depth < levels.size(); ++depth)
+            checkLevelBytes(levels[depth], levels.size() - 1 - depth);
+        checkPromises(levels);
+    }
+
+    void checkMap(MapRef owned, PageNo root)
+    {
+        const std::vector<PageNo> mapped = mapPages(pager_, owned);
+        std::vector<PageNo> tree(pages_.begin() + static_cast<std::ptrdiff_t>(firstPage_), pages_.end());
+        std::ranges::sort(tree);
+        for (const PageNo page : tree)
+            if (!std::ranges::binary_search(mapped, page)) fault(page, "dizinin sayfa haritasında yok");
+        for (const PageNo page : mapped)
+            if (!std::ranges::binary_search(tree, page))
+                warnings_.push_back(
+                    sentence(page, "haritada var, ama kökü " + std::to_string(root) + " olan dizinin ağacında yok"));
+    }
+
+private:
+    static std::string sentence(PageNo page, const std::string& what)
+    {
+        return "Dizin sayfası " + std::to_string(page) + ": " + what + ".";
+    }
+    void fault(PageNo page, const std::string& what) { faults_.push_back(sentence(page, what)); }
+
+    /// Notes the pages of one level and finds the level below. False when there is no sense in going on.
+    bool checkLevel(const std::vector<Place>& level, std::vector<Place>& below)
+    {
+        const bool leaves = IndexPage(pager_, level.front().page, tableDefinition_).isLeaf();
+        for (std::size_t at = 0; at < level.size(); ++at) {
+            const PageNo page = level[at].page;
+            if (!seen_.insert(page).second) {
+                fault(page, "ağaçta iki kez geçiyor");
+                return false;
+            }
+            pages_.push_back(page);
+            const IndexPage view(pager_, page, tableDefinition_);
+            if (view.isLeaf() != leaves) {
+                fault(page, "yapraklar aynı derinlikte değil");
+                return false;
+            }
+            if (leaves) continue;
+            if (view.children() == 0) fault(page, "düğümün altında sayfa yok");
+            if (view.tail() == 0 && view.count() > 1)
+                warnings_.push_back(sentence(page, "son alt sayfa kuyrukta değil"));
+            for (std::size_t i = 0; i < view.children(); ++i) {
+                Place place{view.child(i), at, {}};
+                if (i < view.count()) view.copyEntry(i, place.promised.emplace());
+                below.push_back(std::move(place));
+            }
+        }
+        return true;
+    }
+
+    void checkLevelBytes(const std::vector<Place>& level, std::size_t height)
+    {
+        Key previous, entry;
+        for (std::size_t at = 0; at < level.size(); ++at) {
+            const PageNo page = level[at].page;
+            const IndexPage view(pager_, page, tableDefinition_);
+            if (view.bytes()[1] != 1) fault(page, "ikinci baytı 1 değil");
+            if (getU16(&view.bytes()[index_layout::free]) != indexArea - view.usedBytes())
+                fault(page, "boş alan sayısı yanlış");
+            if (view.isLeaf() && view.tail() != 0) fault(page, "yaprağın kuyruğu var");
+            if (view.isLeaf() && view.count() == 0 && level.size() > 1)
+                warnings_.push_back(sentence(page, "yaprak boş"));
+            // Other writers leave the level of a node at 0.
+            if (view.level() != height && (view.isLeaf() || view.level() != 0)) fault(page, "düzeyi yanlış");
+            for (std::size_t i = 0; i < view.count(); ++i) {
+                view.copyEntry(i, entry);
+                if (!previous.empty() && compareEntries(previous, entry) >= 0) fault(page, "girişler sırasız");
+                previous = entry;
+            }
+            checkLinks(level, at, view);
+        }
+    }
+
+    /// Leaves are linked throughout. Nodes are linked within a parent at least; a link must never lead elsewhere.
+    void checkLinks(const std::vector<Place>& level, std::size_t at, const IndexPage& view)
+    {
+        const auto linked = [&](PageNo to, bool hasNeighbour, std::size_t neighbour) {
+            const PageNo expected = hasNeighbour ? level[neighbour].page : 0;
+            return to == expected || (to == 0 && !view.isLeaf());
+        };
+        if (!linked(view.previous(), at > 0, at - 1)) fault(level[at].page, "önceki sayfaya bağı yanlış");
+        if (!linked(view.next(), at + 1 < level.size(), at + 1)) fault(level[at].page, "sonraki sayfaya bağı yanlış");
+    }
+
+    /// From the leaves upwards: every entry of a node is the last one under its child.
+    void checkPromises(const std::vector<std::vector<Place>>& levels)
+    {
+        std::vector<Key> lastBelow;
+        for (std::size_t depth = levels.size(); depth-- > 0;) {
+            const std::vector<Place>& level = levels[depth];
+            std::vector<Key> last(level.size());
+            if (depth + 1 == levels.size()) {
+                for (std::size_t at = 0; at < level.size(); ++at) {
+                    const IndexPage view(pager_, level[at].page, tableDefinition_);
+                    if (view.count() > 0) view.copyEntry(view.count() - 1, last[at]);
+                }
+            } else {
+                const std::vector<Place>& children = levels[depth + 1];
+                for (std::size_t i = 0; i < children.size(); ++i)
+                    if (!lastBelow[i].empty()) last[children[i].parent] = lastBelow[i];
+            }
+            for (std::size_t at = 0; at < level.size(); ++at)
+                if (level[at].promised && !last[at].empty() && *level[at].promised != last[at])
+                    fault(level[at].page, "üstündeki düğümün girişi, altındaki son giriş değil");
+            lastBelow = std::move(last);
+        }
+    }
+
+    Pager& pager_;
+    PageNo tableDefinition_;
+    std::vector<std::string>& faults_;
+    std::vector<std::string>& warnings_;
+    std::vector<PageNo>& pages_;
+    std::size_t firstPage_ = pages_.size();
+    std::set<PageNo> seen_;
+};
+
+} // namespace
+
+void IndexTree::check(std::vector<std::string>& faults, std::vector<std::string>& warnings,
+                      std::vector<PageNo>& pages) const
+{
+    Checker checker(pager_, tableDefinition_, faults, warnings, pages);
+    try {
+        checker.run(root_);
+        checker.checkMap(owned_, root_);
+    } catch (const Error& error) {
+        if (error.fault() != Fault::damaged && error.fault() != Fault::cutShort) throw;
+        faults.emplace_back(error.what());
+    }
+}
+
+} // namespace jet

@@ -1,0 +1,200 @@
+#include "store/jet/index/index_key.h"
+
+#include "store/jet/pages/damage.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cstdio>
+
+namespace jet {
+namespace {
+
+constexpr std::uint8_t nullAscending = 0x00, nullDescending = 0xFF;
+constexpr std::uint8_t valueAscending = 0x7F, valueDescending = 0x80;
+constexpr std::size_t binaryGroup = 8;
+constexpr std::uint8_t moreGroups = 0x09;
+
+[[noreturn]] void cannotIndex(const Column& column, const std::string& why)
+{
+    throw Error(Fault::indexNotWritable, quotedName(column.name) + " alanının dizini yazılamıyor: " + why + ".");
+}
+
+[[noreturn]] void wrongType(const Column& column)
+{
+    throw Error(Fault::badValue, "Değer " + quotedName(column.name) + " alanının türünde değil.");
+}
+
+template <class T> const T& as(const Value& value, const Column& column)
+{
+    const T* held = std::get_if<T>(&value);
+    if (held == nullptr) wrongType(column);
+    return *held;
+}
+
+template <class Unsigned> void appendBigEndian(Key& key, Unsigned bits)
+{
+    for (unsigned shift = sizeof(Unsigned) * 8; shift != 0;) {
+        shift -= 8;
+        key.push_back(static_cast<std::uint8_t>(bits >> shift));
+    }
+}
+
+void invertFrom(Key& key, std::size_t begin)
+{
+    for (std::size_t i = begin; i < key.size(); ++i) key[i] = static_cast<std::uint8_t>(~key[i]);
+}
+
+/// Whole numbers: the sign bit turned puts negative ones first.
+template <class Unsigned> Unsigned orderedWhole(Unsigned bits)
+{
+    return static_cast<Unsigned>(bits ^ Unsigned{1} << (sizeof(Unsigned) * 8 - 1));
+}
+
+/// Floating numbers: a negative one grows as its magnitude shrinks.
+template <class Unsigned> Unsigned orderedFloat(Unsigned bits)
+{
+    const Unsigned sign = Unsigned{1} << (sizeof(Unsigned) * 8 - 1);
+    return (bits & sign) != 0 ? static_cast<Unsigned>(~bits) : static_cast<Unsigned>(bits ^ sign);
+}
+
+/// Groups of eight bytes. A full group with more to come is followed by 09, the last one is filled up with zeros and
+/// followed by its count. Descending turns all of it except the 09s; no bytes, no payload.
+void appendGroups(Key& key, std::span<const std::uint8_t> bytes, bool ascending)
+{
+    while (!bytes.empty()) {
+        const std::size_t begin = key.size();
+        const std::size_t count = std::min(bytes.size(), binaryGroup);
+        key.insert(key.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+        bytes = bytes.subspan(count);
+        key.resize(begin + binaryGroup);
+        if (bytes.empty()) key.push_back(static_cast<std::uint8_t>(count));
+        if (!ascending) invertFrom(key, begin);
+        if (!bytes.empty()) key.push_back(moreGroups);
+    }
+}
+
+/// A GUID sorts by its text, which shows the first three parts with the highest byte first.
+void appendGuid(Key& key, const Guid& guid, bool ascending)
+{
+    auto bytes = guid.bytes;
+    std::reverse(bytes.begin(), bytes.begin() + 4);
+    std::reverse(bytes.begin() + 4, bytes.begin() + 6);
+    std::reverse(bytes.begin() + 6, bytes.begin() + 8);
+    appendGroups(key, bytes, ascending);
+}
+
+/// The sign byte is the same in both directions. That orders mixed signs wrongly in a descending index, and is what
+/// the format does.
+void appendNumeric(Key& key, const Numeric& number, bool ascending)
+{
+    key.push_back(number.negative ? 0x00 : 0xFF);
+    const std::size_t begin = key.size();
+    for (const std::uint32_t word : number.magnitude) appendBigEndian(key, word);
+    if (number.negative == ascending) invertFrom(key, begin);
+}
+
+std::string unsureCharacter(std::u16string_view text, Collation collation)
+{
+    char sentence[80];
+    const unsigned unit = firstUncertain(text, collation).value_or(u'\0');
+    std::snprintf(sentence, sizeof sentence, "U+%04X karakterinin sıralamadaki yeri kesin bilinmiyor", unit);
+    return sentence;
+}
+
+/// Descending text keeps its end mark findable: a 00 that is not turned follows the turned bytes.
+void appendText(Key& key, const Column& column, std::u16string_view text, bool ascending, KeyUse use)
+{
+    const std::size_t begin = key.size();
+    const auto certainty = appendTextKey(key, text, column.collation);
+    if (!certainty) cannotIndex(column, "alanın sıralama düzeni desteklenmiyor");
+    if (use == KeyUse::write && *certainty == Certainty::uncertain)
+        cannotIndex(column, unsureCharacter(text, column.collation));
+    if (!ascending) {
+        invertFrom(key, begin);
+        key.push_back(0x00);
+    }
+}
+
+} // namespace
+
+void appendKey(Key& key, const Column& column, const Value& value, bool ascending, KeyUse use)
+{
+    if (isNull(value) && column.type != ColumnType::boolean) {
+        key.push_back(ascending ? nullAscending : nullDescending);
+        return;
+    }
+    key.push_back(ascending ? valueAscending : valueDescending);
+    const std::size_t begin = key.size();
+    switch (column.type) {
+    case ColumnType::boolean:
+        key.push_back(!isNull(value) && as<bool>(value, column) ? 0x00 : 0xFF);
+        break;
+    case ColumnType::byte:
+        key.push_back(as<std::uint8_t>(value, column));
+        break;
+    case ColumnType::integer:
+        appendBigEndian(key, orderedWhole(static_cast<std::uint16_t>(as<std::int16_t>(value, column))));
+        break;
+    case ColumnType::longInteger:
+        appendBigEndian(key, orderedWhole(static_cast<std::uint32_t>(as<std::int32_t>(value, column))));
+        break;
+    case ColumnType::currency:
+        appendBigEndian(key, orderedWhole(static_cast<std::uint64_t>(as<Currency>(value, column).tenThousandths)));
+        break;
+    case ColumnType::singleFloat:
+        appendBigEndian(key, orderedFloat(std::bit_cast<std::uint32_t>(as<float>(value, column))));
+        break;
+    case ColumnType::doubleFloat:
+        appendBigEndian(key, orderedFloat(std::bit_cast<std::uint64_t>(as<double>(value, column))));
+        break;
+    case ColumnType::dateTime:
+        appendBigEndian(key, orderedFloat(std::bit_cast<std::uint64_t>(as<DateTime>(value, column).days)));
+        break;
+    // The others have their own idea of descending.
+    case ColumnType::binary:
+        appendGroups(key, as<Bytes>(value, column), ascending);
+        return;
+    case ColumnType::guid:
+        appendGuid(key, as<Guid>(value, column), ascending);
+        return;
+    case ColumnType::numeric: {
+        const Numeric& number = as<Numeric>(value, column);
+        if (number.scale != column.scale) wrongType(column);
+        appendNumeric(key, number, ascending);
+        return;
+    }
+    case ColumnType::text:
+    case ColumnType::memo:
+        appendText(key, column, as<std::u16string>(value, column), ascending, use);
+        return;
+    default:
+        cannotIndex(column, "bu türdeki alanlara göre dizin tutulamaz");
+    }
+    if (!ascending) invertFrom(key, begin);
+}
+
+bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
+              KeyUse use)
+{
+    assert(values.size() == index.columns.size());
+    key.clear();
+    if (index.ignoreNulls && std::ranges::all_of(values, isNull)) return false;
+    for (std::size_t i = 0; i < index.columns.size(); ++i)
+        appendKey(key, columns[index.columns[i].column], values[i], index.columns[i].ascending, use);
+    if (use == KeyUse::write && key.size() > maxKeyBytes)
+        cannotIndex(columns[index.columns.front().column],
+                    "dizin anahtarı " + std::to_string(maxKeyBytes) + " bayttan uzun olurdu");
+    return true;
+}
+
+std::optional<Key> indexKey(const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
+                            KeyUse use)
+{
+    Key key;
+    if (!indexKey(key, index, columns, values, use)) return std::nullopt;
+    return key;
+}
+
+} // namespace jet

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "store/jet/index/index_tree.h"
+#include "store/jet/rows/column.h"
+#include "store/jet/rows/index.h"
+
+#include <optional>
+#include <span>
+
+/// From the values of a row to the bytes of its index entry. A key is the keys of the index columns one after
+/// another: 00 (descending FF) for Null, else a flag byte 7F (80) and a payload whose unsigned byte comparison is the
+/// order of the values; a descending payload is the inverted one. docs/mdb-format.md has the table of payloads.
+namespace jet {
+
+/// Keys longer than this are never written: what Access makes of them differs between its versions.
+inline constexpr std::size_t maxKeyBytes = 508;
+
+/// What a key is wanted for.
+enum class KeyUse {
+    write,   ///< to go into a file: only keys that Access would make, byte for byte
+    compare, ///< to find or to check entries that are there: unsure and overlong keys too
+};
+
+/// Appends the key bytes of one index column, flag byte included, for a value of that column's type. A Null Boolean
+/// is False. A Numeric must have the column's scale.
+/// Throws indexNotWritable when there is no key: no weights for the column's collating order, a column type that has
+/// none, and for writing a character of unsure weight. Throws badValue for a value of another type than the column's.
+void appendKey(Key& key, const Column& column, const Value& value, bool ascending, KeyUse use = KeyUse::write);
+
+/// The whole key of a row in an index, from a value for each index column in index order.
+/// Nothing when the row has no entry (ignore-nulls index, all columns Null).
+/// Throws as appendKey, and indexNotWritable for writing a key over maxKeyBytes.
+std::optional<Key> indexKey(const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
+                            KeyUse use = KeyUse::write);
+
+/// The same into `key` (replaced), whose room is used again; for keys by the hundred thousand. False: no entry.
+bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
+              KeyUse use = KeyUse::write);
+
+} // namespace jet

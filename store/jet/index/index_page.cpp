@@ -1,0 +1,299 @@
+#include "store/jet/index/index_page.h"
+
+#include "store/jet/pages/damage.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cstring>
+
+namespace jet {
+namespace {
+
+namespace at = index_layout;
+
+constexpr std::size_t maskBytes = at::area - at::mask;
+
+std::uint32_t getU32BigEndian(const std::uint8_t* p)
+{
+    return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
+           static_cast<std::uint32_t>(p[2]) << 8 | p[3];
+}
+
+int compareBytes(Entry a, Entry b)
+{
+    const std::size_t common = std::min(a.size(), b.size());
+    const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
+    if (order != 0) return order;
+    return a.size() < b.size() ? -1 : a.size() > b.size();
+}
+
+std::size_t commonBytes(Entry a, Entry b)
+{
+    const std::size_t limit = std::min(a.size(), b.size());
+    return static_cast<std::size_t>(
+        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(limit), b.begin()).first - a.begin());
+}
+
+void writeMask(PageBytes page, std::span<const std::uint16_t> ends)
+{
+    std::memset(&page[at::mask], 0, maskBytes);
+    for (const std::uint16_t end : ends)
+        page[at::mask + end / 8] = static_cast<std::uint8_t>(page[at::mask + end / 8] | 1U << end % 8);
+}
+
+} // namespace
+
+Key entryOf(std::span<const std::uint8_t> key, RowId row)
+{
+    Key entry;
+    entry.reserve(key.size() + rowIdBytes);
+    entry.assign(key.begin(), key.end());
+    entry.insert(entry.end(), {static_cast<std::uint8_t>(row.page >> 16), static_cast<std::uint8_t>(row.page >> 8),
+                               static_cast<std::uint8_t>(row.page), row.slot});
+    return entry;
+}
+
+int compareEntries(Entry a, Entry b)
+{
+    const int order = compareBytes(a.first(a.size() - rowIdBytes), b.first(b.size() - rowIdBytes));
+    return order != 0 ? order
+                      : std::memcmp(a.data() + a.size() - rowIdBytes, b.data() + b.size() - rowIdBytes, rowIdBytes);
+}
+
+RowId rowOf(Entry entry)
+{
+    const std::uint32_t id = getU32BigEndian(entry.data() + entry.size() - rowIdBytes);
+    return {id >> 8, static_cast<std::uint8_t>(id)};
+}
+
+Key nodeEntryOf(Entry last, PageNo child)
+{
+    Key entry;
+    entry.reserve(last.size() + childPageBytes);
+    entry.assign(last.begin(), last.end());
+    for (unsigned shift = 32; shift != 0;) {
+        shift -= 8;
+        entry.push_back(static_cast<std::uint8_t>(child >> shift));
+    }
+    return entry;
+}
+
+IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(pager.read(page))
+{
+    const std::uint8_t type = page_[0];
+    leaf_ = type == static_cast<std::uint8_t>(PageType::indexLeaf);
+    if (!leaf_ && type != static_cast<std::uint8_t>(PageType::indexNode))
+        throwDamaged(pager, page, "burada bir dizin sayfası olmalıydı");
+    if (getU32(&page_[at::owner]) != tableDefinition) throwDamaged(pager, page, "dizin sayfası başka bir tablonun");
+    prefix_ = getU16(&page_[at::prefix]);
+
+    const std::size_t suffix = rowIdBytes + (leaf_ ? 0 : childPageBytes);
+    std::size_t begin = 0, least = prefix_ + suffix;
+    for (std::size_t base = 0; base < maskBytes; base += 8) {
+        std::uint64_t bits = 0;
+        if (base + 8 <= maskBytes) {
+            bits = getU64(&page_[at::mask + base]);
+        } else {
+            for (std::size_t i = base; i < maskBytes; ++i)
+                bits |= static_cast<std::uint64_t>(page_[at::mask + i]) << (i - base) * 8;
+        }
+        for (; bits != 0; bits &= bits - 1) {
+            const std::size_t end = base * 8 + static_cast<std::size_t>(std::countr_zero(bits));
+            if (end < begin + least || end > indexArea)
+                throwDamaged(pager, page, "dizin girişlerinin sınırları tutarsız");
+            ends_[count_++] = static_cast<std::uint16_t>(end);
+            begin = end;
+            least = suffix;
+        }
+    }
+}
+
+Entry IndexPage::rest(std::size_t i) const
+{
+    const std::size_t from = begin(i) + (i == 0 ? prefix_ : 0);
+    return page_.subspan(at::area + from, ends_[i] - from - (leaf_ ? 0 : childPageBytes));
+}
+
+void IndexPage::copyEntry(std::size_t i, Key& into) const
+{
+    const Entry tailBytes = rest(i);
+    const std::uint8_t* shared = &page_[at::area];
+    into.resize(prefix_ + tailBytes.size());
+    std::memcpy(into.data(), shared, prefix_);
+    std::memcpy(into.data() + prefix_, tailBytes.data(), tailBytes.size());
+}
+
+bool IndexPage::entryIs(std::size_t i, Entry entry) const
+{
+    const Entry tailBytes = rest(i);
+    return entry.size() == prefix_ + tailBytes.size() && std::memcmp(entry.data(), &page_[at::area], prefix_) == 0 &&
+           std::memcmp(entry.data() + prefix_, tailBytes.data(), tailBytes.size()) == 0;
+}
+
+std::size_t IndexPage::lowerBound(Entry entry) const
+{
+    if (count_ == 0) return 0;
+    const std::size_t keyBytes = entry.size() - rowIdBytes;
+    const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area, prefix_));
+    if (order != 0) return order < 0 ? 0 : count_;
+    const Entry wanted = entry.subspan(prefix_);
+    std::size_t low = 0, high = count_;
+    while (low < high) {
+        const std::size_t middle = (low + high) / 2;
+        if (compareEntries(rest(middle), wanted) < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+PageNo IndexPage::child(std::size_t i) const
+{
+    return i == count_ ? tail() : getU32BigEndian(&page_[at::area + ends_[i] - childPageBytes]);
+}
+
+bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
+{
+    assert(leaf_);
+    if (prefix_ > 0) {
+        const bool alike =
+            i > 0 && entry.size() >= prefix_ + rowIdBytes && std::memcmp(entry.data(), &page_[at::area], prefix_) == 0;
+        if (!alike) return false;
+        entry = entry.subspan(prefix_);
+    }
+    const std::size_t used = usedBytes();
+    if (used + entry.size() > indexArea) return false;
+
+    const std::size_t from = begin(i);
+    std::uint8_t* area = &page[at::area];
+    std::memmove(area + from + entry.size(), area + from, used - from);
+    std::memcpy(area + from, entry.data(), entry.size());
+    std::array<std::uint16_t, maxIndexEntries> ends;
+    std::copy_n(ends_.begin(), i, ends.begin());
+    ends[i] = static_cast<std::uint16_t>(from + entry.size());
+    for (std::size_t k = i; k < count_; ++k) ends[k + 1] = static_cast<std::uint16_t>(ends_[k] + entry.size());
+    writeMask(page, std::span(ends).first(count_ + 1));
+    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - used - entry.size()));
+    return true;
+}
+
+bool IndexPage::eraseInPlace(PageBytes page, std::size_t i) const
+{
+    assert(leaf_);
+    if (prefix_ > 0) return false;
+    const std::size_t used = usedBytes(), from = begin(i), length = ends_[i] - from;
+    std::uint8_t* area = &page[at::area];
+    std::memmove(area + from, area + ends_[i], used - ends_[i]);
+    std::memset(area + used - length, 0, length);
+    std::array<std::uint16_t, maxIndexEntries> ends;
+    std::copy_n(ends_.begin(), i, ends.begin());
+    for (std::size_t k = i + 1; k < count_; ++k) ends[k - 1] = static_cast<std::uint16_t>(ends_[k] - length);
+    writeMask(page, std::span(ends).first(count_ - 1));
+    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - used + length));
+    return true;
+}
+
+void EntryList::insert(std::size_t i, Entry entry)
+{
+    const std::size_t from = begin(i);
+    bytes_.insert(bytes_.begin() + static_cast<std::ptrdiff_t>(from), entry.begin(), entry.end());
+    const auto length = static_cast<std::uint32_t>(entry.size());
+    for (std::size_t k = i; k < ends_.size(); ++k) ends_[k] += length;
+    ends_.insert(ends_.begin() + static_cast<std::ptrdiff_t>(i), static_cast<std::uint32_t>(from) + length);
+}
+
+void EntryList::erase(std::size_t i)
+{
+    const auto from = static_cast<std::ptrdiff_t>(begin(i)), to = static_cast<std::ptrdiff_t>(ends_[i]);
+    bytes_.erase(bytes_.begin() + from, bytes_.begin() + to);
+    ends_.erase(ends_.begin() + static_cast<std::ptrdiff_t>(i));
+    for (std::size_t k = i; k < ends_.size(); ++k) ends_[k] -= static_cast<std::uint32_t>(to - from);
+}
+
+EntryList EntryList::part(std::size_t from, std::size_t to) const
+{
+    EntryList list;
+    for (std::size_t i = from; i < to; ++i) list.append((*this)[i]);
+    return list;
+}
+
+bool RunFit::add(Entry entry)
+{
+    const Entry key = entry.first(entry.size() - suffix_);
+    // In ascending order what the first and the latest have in common is common to all. An entry whose key is shorter
+    // still must not give bytes of its row id away.
+    const std::size_t common = count_ == 0 ? key.size() : std::min({common_, key.size(), commonBytes(first_, key)});
+    const std::size_t total = total_ + entry.size();
+    if (total > indexArea && total - count_ * common > indexArea) return false;
+    if (count_ == 0) first_.assign(key.begin(), key.end());
+    ++count_;
+    total_ = total;
+    common_ = common;
+    return true;
+}
+
+IndexPageImage IndexPageImage::of(const IndexPage& page)
+{
+    IndexPageImage image{page.isLeaf(), page.level(), page.previous(), page.next(), page.tail(), {}};
+    Key entry;
+    for (std::size_t i = 0; i < page.count(); ++i) {
+        page.copyEntry(i, entry);
+        if (page.isLeaf())
+            image.entries.append(entry);
+        else
+            image.insertChild(i, entry, page.child(i));
+    }
+    return image;
+}
+
+PageNo IndexPageImage::child(std::size_t i) const
+{
+    return i == entries.size() ? tail : getU32BigEndian(entries[i].data() + entries[i].size() - childPageBytes);
+}
+
+void IndexPageImage::insertChild(std::size_t i, Entry last, PageNo child)
+{
+    entries.insert(i, nodeEntryOf(last, child));
+}
+
+bool IndexPageImage::fits() const
+{
+    RunFit fit(suffixBytes());
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (!fit.add(entries[i])) return false;
+    return true;
+}
+
+void IndexPageImage::writeTo(PageBytes page, PageNo tableDefinition) const
+{
+    RunFit fit(suffixBytes());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        [[maybe_unused]] const bool fitted = fit.add(entries[i]);
+        assert(fitted);
+    }
+    std::ranges::fill(page, std::uint8_t{0});
+    page[0] = static_cast<std::uint8_t>(leaf ? PageType::indexLeaf : PageType::indexNode);
+    page[1] = 1;
+    putU32(&page[at::owner], tableDefinition);
+    putU32(&page[at::previous], previous);
+    putU32(&page[at::next], next);
+    putU32(&page[at::tail], tail);
+    putU16(&page[at::prefix], static_cast<std::uint32_t>(fit.prefix()));
+    page[at::level] = level;
+    std::array<std::uint16_t, maxIndexEntries> ends;
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Entry stored = entries[i].subspan(i == 0 ? 0 : fit.prefix());
+        std::memcpy(&page[at::area + end], stored.data(), stored.size());
+        end += stored.size();
+        ends[i] = static_cast<std::uint16_t>(end);
+    }
+    writeMask(page, std::span(ends).first(entries.size()));
+    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - end));
+}
+
+void initIndexLeaf(PageBytes page, PageNo tableDefinition) { IndexPageImage{}.writeTo(page, tableDefinition); }
+
+} // namespace jet

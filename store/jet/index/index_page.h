@@ -1,0 +1,142 @@
+#pragma once
+
+#include "store/jet/index/index_tree.h"
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+/// Pages of an index tree.
+///
+///     offset 0            12        16    20    24      26     27          480
+///     | type .. owner ... | previous | next | tail | prefix | level | end mask | entry area, 3616 bytes |
+///
+/// Bit i of the mask says that an entry ends at byte i of the entry area. Every entry but the first is stored without
+/// the page's prefix: that many first bytes of the first entry. A leaf's entry is key bytes and row id (page in three
+/// bytes, slot), a node's entry is the last entry of a child with the child's page after it; all big-endian.
+/// A node with several children keeps the last one in `tail`, with no entry.
+namespace jet {
+
+inline constexpr std::size_t indexArea = 3616;   ///< bytes for entries on a page
+inline constexpr std::size_t rowIdBytes = 4;     ///< behind the key of every entry
+inline constexpr std::size_t childPageBytes = 4; ///< behind the row id in nodes
+inline constexpr std::size_t maxIndexEntries = indexArea / rowIdBytes;
+
+using Entry = std::span<const std::uint8_t>;
+
+/// Offsets of the fields above.
+namespace index_layout {
+inline constexpr std::size_t free = 2, owner = 4, zero = 8, previous = 12, next = 16, tail = 20, prefix = 24,
+                             level = 26, mask = 27, area = 480;
+}
+
+/// Key bytes and row id joined.
+Key entryOf(std::span<const std::uint8_t> key, RowId row);
+/// The order of entries: by key bytes, a key before all longer ones that begin with it, then by row id. Both are given
+/// without a child page. Keys end with themselves but for that of an empty Binary, which all others begin with:
+/// comparing the joined bytes would let its row id decide where it stands.
+int compareEntries(Entry a, Entry b);
+RowId rowOf(Entry entry); ///< of a leaf entry, or of a node entry without its child page
+/// A node's entry: the last entry under the child, and the child's page.
+Key nodeEntryOf(Entry last, PageNo child);
+
+/// A page of the tree, read where it lies. Made only of pages whose mask, prefix and lengths hold together, so nothing
+/// read through it leaves the page. Valid until the page is changed.
+class IndexPage {
+public:
+    /// Throws damaged: no index page, one of another table, or bytes that contradict each other.
+    IndexPage(Pager& pager, PageNo page, PageNo tableDefinition);
+
+    bool isLeaf() const { return leaf_; }
+    std::size_t count() const { return count_; }
+    std::uint8_t level() const { return page_[index_layout::level]; }
+    PageNo previous() const { return getU32(&page_[index_layout::previous]); }
+    PageNo next() const { return getU32(&page_[index_layout::next]); }
+    PageNo tail() const { return getU32(&page_[index_layout::tail]); }
+    std::size_t prefixBytes() const { return prefix_; }
+    std::size_t usedBytes() const { return count_ == 0 ? 0 : ends_[count_ - 1]; }
+    PageView bytes() const { return page_; }
+
+    /// Key and row id of entry `i`, a node's child page left out.
+    void copyEntry(std::size_t i, Key& into) const;
+    bool entryIs(std::size_t i, Entry entry) const;
+    /// The first entry that is not less than `entry`; count() when there is none.
+    std::size_t lowerBound(Entry entry) const;
+    /// Children of a node from 0; number count() is the tail.
+    PageNo child(std::size_t i) const;
+    std::size_t children() const { return count_ + (tail() != 0 ? 1 : 0); }
+
+    /// Inserts at place `i` of a leaf without a word to other entries. False when that needs another prefix or more
+    /// room. Afterwards this object is out of date.
+    bool insertInPlace(PageBytes page, std::size_t i, Entry entry) const;
+    /// Removes from a leaf in the same way.
+    bool eraseInPlace(PageBytes page, std::size_t i) const;
+
+private:
+    std::size_t begin(std::size_t i) const { return i == 0 ? 0 : ends_[i - 1]; }
+    /// The bytes of entry `i` behind the prefix, without a node's child page.
+    Entry rest(std::size_t i) const;
+
+    PageView page_;
+    std::array<std::uint16_t, maxIndexEntries> ends_;
+    std::size_t count_ = 0;
+    std::size_t prefix_ = 0;
+    bool leaf_ = true;
+};
+
+/// Entries in full length, child pages included, in memory.
+class EntryList {
+public:
+    std::size_t size() const { return ends_.size(); }
+    bool empty() const { return ends_.empty(); }
+    Entry operator[](std::size_t i) const { return Entry(bytes_).subspan(begin(i), ends_[i] - begin(i)); }
+    std::size_t byteCount(std::size_t from, std::size_t to) const { return begin(to) - begin(from); }
+
+    void append(Entry entry) { insert(size(), entry); }
+    void insert(std::size_t i, Entry entry);
+    void erase(std::size_t i);
+    EntryList part(std::size_t from, std::size_t to) const;
+
+private:
+    std::size_t begin(std::size_t i) const { return i == 0 ? 0 : ends_[i - 1]; }
+    std::vector<std::uint8_t> bytes_;
+    std::vector<std::uint32_t> ends_;
+};
+
+/// Tells how far a run of ascending entries may reach before a page overflows, prefix compression included.
+class RunFit {
+public:
+    /// `suffixBytes`: what follows the key in each entry.
+    explicit RunFit(std::size_t suffixBytes) : suffix_(suffixBytes) {}
+    /// Takes one more entry at the end; false (and not taken) when the run would not fit any more.
+    bool add(Entry entry);
+    std::size_t count() const { return count_; }
+    /// Common prefix to store the run with: 0 when it fits as it is.
+    std::size_t prefix() const { return total_ <= indexArea ? 0 : common_; }
+
+private:
+    std::size_t suffix_;
+    std::vector<std::uint8_t> first_;
+    std::size_t count_ = 0, total_ = 0, common_ = 0;
+};
+
+/// A page of the tree to be written.
+struct IndexPageImage {
+    bool leaf = true;
+    std::uint8_t level = 0;
+    PageNo previous = 0, next = 0, tail = 0;
+    EntryList entries;
+
+    static IndexPageImage of(const IndexPage& page);
+    std::size_t suffixBytes() const { return rowIdBytes + (leaf ? 0 : childPageBytes); }
+    /// Key and row id of an entry.
+    Entry ordered(std::size_t i) const { return entries[i].first(entries[i].size() - (leaf ? 0 : childPageBytes)); }
+    PageNo child(std::size_t i) const;
+    void insertChild(std::size_t i, Entry last, PageNo child);
+    bool fits() const;
+    /// Writes every byte of the page. The entries must fit.
+    void writeTo(PageBytes page, PageNo tableDefinition) const;
+};
+
+} // namespace jet

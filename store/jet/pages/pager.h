@@ -1,0 +1,114 @@
+#pragma once
+
+#include "files/disk.h"
+#include "store/jet/format/format.h"
+#include "store/jet/pages/snapshot.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace jet {
+
+/// The pages of one database file and their all-or-nothing changes.
+///
+/// What always holds:
+/// - Outside a transaction the pages in memory equal the pages in the file (on a medium that cannot be written, with a
+///   journal left by a crash applied).
+/// - A page in the file is overwritten only after its old content stands synced in the rollback journal
+///   ("<file>-journal" beside the database); the journal is struck out only after the file is synced.
+///   So a stop at any moment leaves the last committed state, put back by the next open.
+/// - The journal is applied only to the file it was written for: the pages it does not contain must be the ones that
+///   stood beside it. Beside a database that was replaced meanwhile it is renamed to "<file>-journal.old".
+/// - commit() returns when the change would survive a power cut; when it throws, the transaction is over and the state
+///   before begin() holds. Where even the old pages cannot be put back, the journal stays for the next open and every
+///   further call on this Pager throws.
+/// - Pages are loaded when first asked for and stay in memory while the file is open, so a view is valid until the
+///   next rollback() or the end of the Pager; a transaction's writes show through existing views.
+class Pager {
+public:
+    enum class Mode { readOnly, readWrite };
+
+    /// Opens the file, settles a journal left by a crash, and takes the lock. Asked for readWrite on a file that may
+    /// only be read, it opens read-only (see writable()). Checks size only; the header is Database's.
+    /// Throws notFound, isFolder, noPermission, notADatabase, oldFormat, cutShort, inUse, disk.
+    Pager(Disk& disk, std::filesystem::path path, Mode mode);
+    ~Pager(); ///< rolls back an open transaction
+    Pager(const Pager&) = delete;
+    Pager& operator=(const Pager&) = delete;
+
+    const std::filesystem::path& path() const;
+    bool writable() const;
+    PageNo pageCount() const; ///< pages in the file, those appended by the open transaction included
+
+    /// Throws damaged when there is no such page.
+    PageView read(PageNo page);
+    /// The page for changing, in a transaction; its state before is kept. Throws readOnly or damaged.
+    PageBytes write(PageNo page);
+    /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.
+    void extendTo(PageNo count);
+
+    /// Throws readOnly when the file may not be written.
+    void begin();
+    /// Waits up to two seconds for readers of other programs to leave, then throws inUse.
+    void commit();
+    /// Nothing outside a transaction.
+    void rollback() noexcept;
+    bool inTransaction() const;
+
+    /// The last committed state, for another thread; outside a transaction. Reads the file through a handle of its own
+    /// that takes no lock: the Pager's keeps other programs away. Throws readOnly where this Pager may not write,
+    /// because then others may; disk.
+    std::unique_ptr<Snapshot> snapshot();
+
+    /// Counts up with every committed change and with every rollback that took something back: callers' caches
+    /// compare it.
+    std::uint64_t changeCount() const;
+    /// Counts up with every write() and extendTo().
+    std::uint64_t writeCount() const;
+    /// A step of the open transaction stopped half-way: commit() will take everything back and throw.
+    void spoil() noexcept;
+
+    /// No page below this one is in the free map. Kept for allocatePage(); 0 after a rollback.
+    PageNo freeSearchStart() const;
+    void setFreeSearchStart(PageNo page);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// All page writes of one action. Leaving the scope without commit() takes every one of them back.
+/// A transaction inside a transaction joins it: only the outermost one commits. An inner one that is left without
+/// commit() after it wrote something spoils the outer one, so that a half step can never be committed; one that wrote
+/// nothing (a refused value) leaves the outer one as it was.
+class Transaction {
+public:
+    explicit Transaction(Pager& pager) : pager_(pager), outermost_(!pager.inTransaction())
+    {
+        if (outermost_) pager_.begin();
+        writesBefore_ = pager_.writeCount();
+    }
+    ~Transaction()
+    {
+        if (committed_) return;
+        if (outermost_)
+            pager_.rollback();
+        else if (pager_.inTransaction() && pager_.writeCount() != writesBefore_)
+            pager_.spoil();
+    }
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void commit()
+    {
+        if (outermost_) pager_.commit();
+        committed_ = true;
+    }
+
+private:
+    Pager& pager_;
+    bool outermost_;
+    bool committed_ = false;
+    std::uint64_t writesBefore_ = 0;
+};
+
+} // namespace jet

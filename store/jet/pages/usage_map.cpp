@@ -1,0 +1,405 @@
+#include "store/jet/pages/usage_map.h"
+
+#include "files/error.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cstring>
+#include <optional>
+#include <string>
+
+namespace jet {
+
+namespace {
+
+// A map is a row of a row page:
+//
+//     inline     00, first page u32 (the platform's own is a multiple of 8), bitmap to the end of the row
+//     reference  01, then u32 page numbers: entry k is a bitmap page for pages k*32736 .. k*32736+32735, 0 = none set
+//
+// A bitmap page is 05 01 00 00 and 4092 bytes of bitmap.
+
+constexpr std::size_t slotCountAt = 12;
+constexpr std::size_t slotTableAt = 14;
+constexpr std::uint16_t slotOffsetMask = 0x1FFF;
+constexpr std::size_t inlineHead = 5;
+constexpr std::size_t bitmapHead = 4;
+constexpr PageNo pagesPerBitmap = (pageSize - bitmapHead) * 8;
+constexpr std::size_t growthStep = 4;  ///< bytes that the platform lengthens an inline map by
+constexpr PageNo firstAllocatable = 2; ///< header and page 1 are never free
+/// A free map may have gaps past the end of the file: batches of 32 pages reserved and never written. A larger one is
+/// damage, and filling it would make a giant of the file.
+constexpr PageNo largestGap = 1024;
+
+[[noreturn]] void damaged(MapRef map, const std::string& what)
+{
+    throw Error(Fault::damaged, "Sayfa haritası hasarlı (sayfa " + std::to_string(map.page) + ", yuva " +
+                                    std::to_string(map.slot) + "): " + what + "; dosyayı denetleyin.");
+}
+
+/// Where a map's row lies in its page.
+struct Place {
+    std::size_t offset = 0;
+    std::size_t length = 0;
+    std::size_t end() const { return offset + length; }
+};
+
+Place placeOf(PageView page, MapRef map)
+{
+    if (page[0] != static_cast<std::uint8_t>(PageType::row)) damaged(map, "sayfa bir satır sayfası değil");
+    const std::size_t slots = getU16(&page[slotCountAt]);
+    if (map.slot >= slots || slotTableAt + 2 * slots > pageSize) damaged(map, "böyle bir yuva yok");
+    const auto slot = [&](std::size_t i) { return getU16(&page[slotTableAt + 2 * i]); };
+    const std::size_t offset = slot(map.slot);
+    const std::size_t end = map.slot == 0 ? pageSize : slot(map.slot - 1U) & slotOffsetMask;
+    if (offset > slotOffsetMask) damaged(map, "yuva silinmiş");
+    if (offset < slotTableAt + 2 * slots || offset > end || end > pageSize) damaged(map, "satırın yeri bozuk");
+    return {offset, end - offset};
+}
+
+enum class Kind : std::uint8_t { inlined = 0, reference = 1 };
+
+/// A map's row, read and checked. A view of the page: valid until the row moves.
+struct Row {
+    MapRef ref;
+    Kind kind{};
+    std::span<const std::uint8_t> bytes;
+
+    PageNo start() const { return getU32(&bytes[1]); }
+    std::span<const std::uint8_t> bitmap() const { return bytes.subspan(inlineHead); }
+    PageNo capacity() const { return static_cast<PageNo>(bitmap().size() * 8); }
+    bool covers(PageNo page) const { return page >= start() && page - start() < capacity(); }
+    std::size_t entries() const { return (bytes.size() - 1) / 4; }
+    PageNo entry(std::size_t k) const { return getU32(&bytes[1 + 4 * k]); }
+};
+
+Row rowOf(Pager& pager, MapRef map)
+{
+    const PageView page = pager.read(map.page);
+    const Place place = placeOf(page, map);
+    Row row{map, {}, page.subspan(place.offset, place.length)};
+    if (row.bytes.empty()) damaged(map, "satır boş");
+    if (row.bytes[0] > 1) damaged(map, "türü bilinmiyor");
+    row.kind = static_cast<Kind>(row.bytes[0]);
+    if (row.kind == Kind::inlined && row.bytes.size() < inlineHead) damaged(map, "satır kısa");
+    if (row.kind == Kind::inlined && row.start() >= maxPages) damaged(map, "ilk sayfası dosyanın çok dışında");
+    return row;
+}
+
+std::span<std::uint8_t> writableRow(Pager& pager, MapRef map)
+{
+    const Place place = placeOf(pager.read(map.page), map);
+    return pager.write(map.page).subspan(place.offset, place.length);
+}
+
+/// The bitmap page of an entry, checked; entries below `k` have been checked before.
+PageView bitmapPage(Pager& pager, const Row& row, std::size_t k)
+{
+    const PageNo number = row.entry(k);
+    for (std::size_t i = 0; i < k; ++i)
+        if (row.entry(i) == number) damaged(row.ref, "aynı bit sayfası iki kez geçiyor");
+    if (number >= pager.pageCount()) damaged(row.ref, "olmayan bir bit sayfasına başvuruyor");
+    const PageView page = pager.read(number);
+    if (page[0] != static_cast<std::uint8_t>(PageType::usageBitmap))
+        damaged(row.ref, std::to_string(number) + ". sayfa bit sayfası değil");
+    return page;
+}
+
+bool bitAt(std::span<const std::uint8_t> bitmap, PageNo bit) { return (bitmap[bit / 8] >> bit % 8 & 1) != 0; }
+
+void putBit(std::span<std::uint8_t> bitmap, PageNo bit, bool on)
+{
+    const auto mask = static_cast<std::uint8_t>(1U << bit % 8);
+    if (on)
+        bitmap[bit / 8] = static_cast<std::uint8_t>(bitmap[bit / 8] | mask);
+    else
+        bitmap[bit / 8] = static_cast<std::uint8_t>(bitmap[bit / 8] & ~mask);
+}
+
+/// The first set bit at or after `from`; the bitmap's size in bits when there is none.
+PageNo nextBit(std::span<const std::uint8_t> bitmap, PageNo from)
+{
+    const auto bits = static_cast<PageNo>(bitmap.size() * 8);
+    if (from >= bits) return bits;
+    std::size_t byte = from / 8;
+    auto current = static_cast<std::uint8_t>(bitmap[byte] & (0xFFU << from % 8));
+    while (current == 0) {
+        ++byte;
+        while (byte + 8 <= bitmap.size() && getU64(&bitmap[byte]) == 0) byte += 8;
+        if (byte >= bitmap.size()) return bits;
+        current = bitmap[byte];
+    }
+    return static_cast<PageNo>(byte * 8) + static_cast<PageNo>(std::countr_zero(current));
+}
+
+/// Calls visit(page) for every set bit in ascending order until it returns false.
+template <class Visit> void forEachSet(Pager& pager, const Row& row, Visit&& visit)
+{
+    const auto walk = [&](std::span<const std::uint8_t> bitmap, std::uint64_t first) {
+        const auto bits = static_cast<PageNo>(bitmap.size() * 8);
+        for (PageNo bit = nextBit(bitmap, 0); bit < bits; bit = nextBit(bitmap, bit + 1)) {
+            if (first + bit >= maxPages || !visit(static_cast<PageNo>(first + bit))) return false;
+        }
+        return true;
+    };
+    if (row.kind == Kind::inlined) {
+        walk(row.bitmap(), row.start());
+        return;
+    }
+    for (std::size_t k = 0; k < row.entries(); ++k)
+        if (row.entry(k) != 0 &&
+            !walk(bitmapPage(pager, row, k).subspan(bitmapHead), std::uint64_t{k} * pagesPerBitmap))
+            return;
+}
+
+/// Makes `page` an empty bitmap page.
+std::span<std::uint8_t> initBitmap(Pager& pager, PageNo page)
+{
+    const PageBytes bytes = pager.write(page);
+    std::memset(bytes.data(), 0, pageSize);
+    bytes[0] = static_cast<std::uint8_t>(PageType::usageBitmap);
+    bytes[1] = 1;
+    return bytes.subspan(bitmapHead);
+}
+
+/// The place of entry k in a reference map's row, for a page number that it can hold.
+void setEntry(Pager& pager, MapRef map, std::size_t k, PageNo bitmap)
+{
+    const auto row = writableRow(pager, map);
+    if (1 + 4 * (k + 1) > row.size()) damaged(map, "satır bu kadar sayfa için kısa");
+    putU32(&row[1 + 4 * k], bitmap);
+}
+
+/// Lengthens a map's row by `extra` zero bytes where its page has room: lower rows move down.
+bool lengthen(Pager& pager, MapRef map, std::size_t extra)
+{
+    const PageView before = pager.read(map.page);
+    const Place place = placeOf(before, map);
+    const std::size_t slots = getU16(&before[slotCountAt]);
+    std::size_t lowest = place.offset;
+    for (std::size_t i = map.slot; i < slots; ++i) {
+        const std::size_t offset = getU16(&before[slotTableAt + 2 * i]) & slotOffsetMask;
+        if (offset > lowest || offset < slotTableAt + 2 * slots) damaged(map, "sayfanın yuvaları bozuk");
+        lowest = offset;
+    }
+    const std::size_t tableEnd = slotTableAt + 2 * slots;
+    if (lowest - tableEnd < extra) return false;
+    const PageBytes page = pager.write(map.page);
+    std::memmove(&page[lowest - extra], &page[lowest], place.end() - lowest);
+    std::memset(&page[place.end() - extra], 0, extra);
+    for (std::size_t i = map.slot; i < slots; ++i) {
+        std::uint8_t* const slot = &page[slotTableAt + 2 * i];
+        putU16(slot, getU16(slot) - static_cast<std::uint32_t>(extra));
+    }
+    putU16(&page[2], static_cast<std::uint32_t>(lowest - extra - tableEnd));
+    return true;
+}
+
+// ---- the free map ----
+
+/// The lowest free page at or after `from`; nothing when the map has none.
+std::optional<PageNo> firstFree(Pager& pager, const Row& row, PageNo from)
+{
+    if (row.kind == Kind::inlined) {
+        const PageNo start = row.start();
+        const PageNo bit = nextBit(row.bitmap(), from > start ? from - start : 0);
+        if (bit < row.capacity()) return start + bit;
+        return {};
+    }
+    for (std::size_t k = from / pagesPerBitmap; k < row.entries(); ++k) {
+        const auto first = static_cast<std::uint64_t>(k) * pagesPerBitmap;
+        if (first >= maxPages) break;
+        if (row.entry(k) == 0) continue;
+        const PageNo bit = nextBit(bitmapPage(pager, row, k).subspan(bitmapHead),
+                                   from > first ? from - static_cast<PageNo>(first) : 0);
+        if (bit < pagesPerBitmap) return static_cast<PageNo>(first + bit);
+    }
+    return {};
+}
+
+/// Adds a bitmap page for range k to the free map, all pages past the end of the file free. The bitmap stands on
+/// `page`, which is in nobody's use.
+std::span<std::uint8_t> addFreeBitmap(Pager& pager, std::size_t k, PageNo page)
+{
+    pager.extendTo(page + 1);
+    const auto bitmap = initBitmap(pager, page);
+    const auto first = static_cast<PageNo>(k * pagesPerBitmap);
+    for (PageNo bit = 0; bit < pagesPerBitmap; ++bit)
+        if (first + bit >= pager.pageCount()) putBit(bitmap, bit, true);
+    setEntry(pager, freeMap, k, page);
+    return bitmap;
+}
+
+/// Turns the inline free map into a reference map. What it knew as free stays so.
+void convertFreeMap(Pager& pager)
+{
+    const std::vector<PageNo> free = mapPages(pager, freeMap);
+    const std::size_t ranges = (pager.pageCount() - 1) / pagesPerBitmap + 1;
+    const auto row = writableRow(pager, freeMap);
+    std::fill(row.begin(), row.end(), std::uint8_t{0});
+    row[0] = static_cast<std::uint8_t>(Kind::reference);
+    for (std::size_t k = 0; k < ranges; ++k) addFreeBitmap(pager, k, pager.pageCount());
+    for (const PageNo page : free) mapSet(pager, freeMap, page);
+    pager.setFreeSearchStart(0);
+}
+
+/// Makes the free map cover more pages past its end, or past the end of the file. One step.
+void growFreeMap(Pager& pager)
+{
+    const Row row = rowOf(pager, freeMap);
+    const PageNo next = pager.pageCount();
+    if (row.kind == Kind::inlined) {
+        const PageNo start = row.start();
+        const PageNo first = start + row.capacity();
+        if (first >= maxPages || !lengthen(pager, freeMap, growthStep)) {
+            convertFreeMap(pager);
+            return;
+        }
+        // Pages of the file that the map did not cover are in somebody's use.
+        const auto bitmap = writableRow(pager, freeMap).subspan(inlineHead);
+        for (PageNo page = std::max(first, next); page < first + growthStep * 8; ++page)
+            putBit(bitmap, page - start, true);
+        return;
+    }
+    const std::size_t k = next / pagesPerBitmap;
+    if (k >= row.entries() || row.entry(k) == 0) {
+        addFreeBitmap(pager, k, next);
+        return;
+    }
+    // Pages that another program reserved past the end of the file and never wrote.
+    bitmapPage(pager, row, k);
+    const auto bitmap = pager.write(row.entry(k)).subspan(bitmapHead);
+    for (PageNo bit = next % pagesPerBitmap; bit < pagesPerBitmap; ++bit) putBit(bitmap, bit, true);
+}
+
+} // namespace
+
+std::vector<PageNo> mapPages(Pager& pager, MapRef map)
+{
+    std::vector<PageNo> pages;
+    forEachSet(pager, rowOf(pager, map), [&](PageNo page) {
+        if (page >= pager.pageCount()) return false;
+        pages.push_back(page);
+        return true;
+    });
+    return pages;
+}
+
+std::vector<PageNo> mapBitmapPages(Pager& pager, MapRef map)
+{
+    std::vector<PageNo> pages;
+    const Row row = rowOf(pager, map);
+    if (row.kind == Kind::inlined) return pages;
+    for (std::size_t k = 0; k < row.entries(); ++k) {
+        if (row.entry(k) == 0) continue;
+        bitmapPage(pager, row, k);
+        pages.push_back(row.entry(k));
+    }
+    return pages;
+}
+
+bool mapHas(Pager& pager, MapRef map, PageNo page)
+{
+    const Row row = rowOf(pager, map);
+    if (row.kind == Kind::inlined) return row.covers(page) && bitAt(row.bitmap(), page - row.start());
+    const std::size_t k = page / pagesPerBitmap;
+    if (k >= row.entries() || row.entry(k) == 0) return false;
+    return bitAt(bitmapPage(pager, row, k).subspan(bitmapHead), page % pagesPerBitmap);
+}
+
+void mapSet(Pager& pager, MapRef map, PageNo page)
+{
+    assert(page != 0 && page < pager.pageCount());
+    const Row row = rowOf(pager, map);
+    if (row.kind == Kind::inlined) {
+        if (row.covers(page)) {
+            putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), true);
+            return;
+        }
+        auto pages = mapPages(pager, map);
+        pages.push_back(page);
+        const auto [least, most] = std::minmax_element(pages.begin(), pages.end());
+        const PageNo start = *least & ~7U;
+        const bool fits = *most - start < row.capacity();
+        const auto bytes = writableRow(pager, map);
+        std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
+        if (fits) {
+            putU32(&bytes[1], start);
+            for (const PageNo one : pages) putBit(bytes.subspan(inlineHead), one - start, true);
+            return;
+        }
+        bytes[0] = static_cast<std::uint8_t>(Kind::reference);
+        for (const PageNo one : pages) mapSet(pager, map, one);
+        return;
+    }
+    const std::size_t k = page / pagesPerBitmap;
+    if (k >= row.entries()) damaged(map, "satır bu kadar sayfa için kısa");
+    if (row.entry(k) == 0) {
+        const PageNo bitmap = allocatePage(pager);
+        initBitmap(pager, bitmap);
+        setEntry(pager, map, k, bitmap);
+    }
+    bitmapPage(pager, rowOf(pager, map), k);
+    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(bitmapHead), page % pagesPerBitmap, true);
+}
+
+void mapClear(Pager& pager, MapRef map, PageNo page)
+{
+    if (!mapHas(pager, map, page)) return;
+    const Row row = rowOf(pager, map);
+    if (row.kind == Kind::inlined)
+        putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), false);
+    else
+        putBit(pager.write(row.entry(page / pagesPerBitmap)).subspan(bitmapHead), page % pagesPerBitmap, false);
+}
+
+PageNo allocatePage(Pager& pager)
+{
+    for (;;) {
+        const auto found = firstFree(pager, rowOf(pager, freeMap), pager.freeSearchStart());
+        if (!found) {
+            growFreeMap(pager);
+            continue;
+        }
+        if (*found < firstAllocatable || *found > pager.pageCount() + largestGap)
+            damaged(freeMap, std::to_string(*found) + ". sayfa boş görünüyor");
+        pager.extendTo(*found + 1);
+        mapClear(pager, freeMap, *found);
+        pager.setFreeSearchStart(*found + 1);
+        std::memset(pager.write(*found).data(), 0, pageSize);
+        return *found;
+    }
+}
+
+void freePage(Pager& pager, PageNo page, PageType tombstone)
+{
+    if (page < firstAllocatable || mapHas(pager, freeMap, page))
+        damaged(freeMap, std::to_string(page) + ". sayfa ikinci kez boşaltılıyor");
+    const PageBytes bytes = pager.write(page);
+    if (tombstone == PageType::blank)
+        std::memset(bytes.data(), 0, 4);
+    else
+        bytes[0] = static_cast<std::uint8_t>(tombstone);
+
+    // A map that another program based higher, or never lengthened, has no bit for the page.
+    for (;;) {
+        const Row row = rowOf(pager, freeMap);
+        if (row.kind == Kind::reference || row.covers(page)) break;
+        if (page < row.start())
+            convertFreeMap(pager);
+        else
+            growFreeMap(pager);
+    }
+    const Row row = rowOf(pager, freeMap);
+    if (row.kind == Kind::reference &&
+        (page / pagesPerBitmap >= row.entries() || row.entry(page / pagesPerBitmap) == 0)) {
+        // Nothing is known of its range: the page becomes the range's bitmap instead, which needs no further page.
+        addFreeBitmap(pager, page / pagesPerBitmap, page);
+        return;
+    }
+    mapSet(pager, freeMap, page);
+    pager.setFreeSearchStart(std::min(pager.freeSearchStart(), page));
+}
+
+} // namespace jet

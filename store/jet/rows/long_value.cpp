@@ -1,0 +1,192 @@
+#include "store/jet/rows/long_value.h"
+
+#include "store/jet/format/format.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/pages/row_page.h"
+
+#include <algorithm>
+#include <cassert>
+#include <vector>
+
+namespace jet {
+namespace {
+
+constexpr std::uint32_t lengthMask = 0x3FFFFFFF;
+constexpr std::size_t nextPointer = 4; ///< in front of each piece of a chain
+
+enum class Kind : unsigned { chain = 0, onePage = 1, inRow = 2, unknown = 3 };
+
+struct Reference {
+    std::size_t length = 0;
+    Kind kind = Kind::inRow;
+    RowId first;
+};
+
+Reference readReference(const Pager& pager, std::span<const std::uint8_t> bytes)
+{
+    if (bytes.empty()) return {};
+    if (bytes.size() < longValueReference) throwDamaged(pager, 0, "bir uzun alanın başvurusu kısa");
+    const std::uint32_t head = getU32(bytes.data());
+    return {head & lengthMask, static_cast<Kind>(head >> 30), {getU24(bytes.data() + 5), bytes[4]}};
+}
+
+std::span<const std::uint8_t> pieceAt(Pager& pager, RowId place)
+{
+    if (place.page == 0 || place.page >= pager.pageCount()) {
+        throwDamaged(pager, place.page, "bir uzun alan olmayan bir sayfayı gösteriyor");
+    }
+    const PageView page = pager.read(place.page);
+    if (!isRowPage(page, longValueOwner)) throwDamaged(pager, place.page, "uzun alan sayfası değil");
+    const auto slot = slotAt(page, place.slot);
+    if (!slot || !slot->live()) throwDamaged(pager, place.page, "bir uzun alanın satırı yok");
+    return slotBytes(page, *slot);
+}
+
+/// Visits the pieces of a chain; each gets the piece's place and data. Bounded by the length that is promised.
+template <class Visit> void walkChain(Pager& pager, const Reference& reference, Visit&& visit)
+{
+    RowId place = reference.first;
+    std::size_t delivered = 0;
+    while (delivered < reference.length && place.page != 0) {
+        const std::span<const std::uint8_t> piece = pieceAt(pager, place);
+        // An empty piece would let a circle of them go on for ever.
+        if (piece.size() <= nextPointer) throwDamaged(pager, place.page, "bir uzun alanın parçası boş");
+        const RowId next{getU24(piece.data() + 1), piece[0]};
+        visit(place, piece.subspan(nextPointer));
+        delivered += piece.size() - nextPointer;
+        place = next;
+    }
+    if (delivered < reference.length) throwDamaged(pager, reference.first.page, "bir uzun alan yarım kalmış");
+}
+
+/// Where each piece stands, all checked before any of them is touched.
+std::vector<RowId> placesOf(Pager& pager, const Reference& reference)
+{
+    std::vector<RowId> places;
+    if (reference.kind == Kind::onePage) {
+        pieceAt(pager, reference.first);
+        places.push_back(reference.first);
+    } else if (reference.kind == Kind::chain) {
+        walkChain(pager, reference, [&](RowId place, auto) { places.push_back(place); });
+        std::vector<RowId> sorted = places;
+        std::sort(sorted.begin(), sorted.end());
+        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) {
+            throwDamaged(pager, reference.first.page, "bir uzun alan kendine dönüyor");
+        }
+    }
+    return places;
+}
+
+void freeLongValuePage(Pager& pager, MapRef owned, MapRef freeSpace, PageNo page)
+{
+    if (!owned.none()) mapClear(pager, owned, page);
+    if (!freeSpace.none()) mapClear(pager, freeSpace, page);
+    freePage(pager, page, PageType::emptiedRow);
+}
+
+/// A page of the column with room for the value.
+PageNo pageWithRoom(Pager& pager, MapRef owned, MapRef freeSpace, std::size_t length)
+{
+    const std::vector<PageNo> candidates = mapPages(pager, freeSpace);
+    for (auto page = candidates.rbegin(); page != candidates.rend(); ++page) {
+        const PageView view = pager.read(*page);
+        if (isRowPage(view, longValueOwner) && slotsInOrder(view) && roomForRow(view) >= length) return *page;
+        mapClear(pager, freeSpace, *page);
+    }
+    const PageNo page = allocatePage(pager);
+    initRowPage(pager.write(page), longValueOwner);
+    mapSet(pager, owned, page);
+    mapSet(pager, freeSpace, page);
+    return page;
+}
+
+Bytes emptyField(Kind kind, std::size_t length)
+{
+    Bytes field(longValueReference, 0);
+    putU32(field.data(), static_cast<std::uint32_t>(length) | static_cast<std::uint32_t>(kind) << 30);
+    return field;
+}
+
+} // namespace
+
+Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
+{
+    const Reference place = readReference(pager, bytes);
+    Bytes data;
+    switch (place.kind) {
+    case Kind::inRow: {
+        if (bytes.empty()) return data;
+        const std::span<const std::uint8_t> rest = bytes.subspan(longValueReference);
+        if (place.length > rest.size()) throwDamaged(pager, 0, "bir uzun alan satırından uzun");
+        data.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(place.length));
+        break;
+    }
+    case Kind::onePage: {
+        const std::span<const std::uint8_t> piece = pieceAt(pager, place.first);
+        if (place.length > piece.size()) {
+            throwDamaged(pager, place.first.page, "bir uzun alan yarım kalmış");
+        }
+        data.assign(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(place.length));
+        break;
+    }
+    case Kind::chain:
+        // A chain cannot deliver more than the file holds; more than that is not worth beginning to collect.
+        if (place.length > std::size_t{pager.pageCount()} * pageSize) {
+            throwDamaged(pager, place.first.page, "bir uzun alan dosyadan uzun");
+        }
+        walkChain(pager, place, [&](RowId, std::span<const std::uint8_t> piece) {
+            data.insert(data.end(), piece.begin(), piece.end());
+        });
+        data.resize(place.length);
+        break;
+    case Kind::unknown:
+        throwDamaged(pager, place.first.page, "bir uzun alanın türü bilinmiyor");
+    }
+    return data;
+}
+
+std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference)
+{
+    return placesOf(pager, readReference(pager, reference));
+}
+
+Bytes longValueInRow(std::span<const std::uint8_t> data)
+{
+    assert(data.size() <= longestInline);
+    Bytes field = emptyField(Kind::inRow, data.size());
+    field.insert(field.end(), data.begin(), data.end());
+    return field;
+}
+
+Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
+{
+    assert(data.size() <= longestOnePage && !owned.none() && !freeSpace.none());
+    const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
+    const std::uint8_t slot = appendRow(pager.write(page), data, RowKind::ordinary);
+    Bytes field = emptyField(Kind::onePage, data.size());
+    field[4] = slot;
+    putU24(field.data() + 5, page);
+    return field;
+}
+
+void eraseLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> bytes)
+{
+    for (const RowId place : placesOf(pager, readReference(pager, bytes))) {
+        if (!slotsInOrder(pager.read(place.page))) throwDamaged(pager, place.page, "satırlar sayfaya sığmıyor");
+        const PageBytes page = pager.write(place.page);
+        killSlot(page, place.slot);
+        if (allSlotsDead(page)) freeLongValuePage(pager, owned, freeSpace, place.page);
+    }
+}
+
+void eraseAllLongValues(Pager& pager, MapRef owned, MapRef freeSpace)
+{
+    if (owned.none()) return;
+    for (const PageNo page : mapPages(pager, owned)) {
+        const PageView view = pager.read(page);
+        if (isRowPage(view, longValueOwner) && slotsInOrder(view)) killAllSlots(pager.write(page));
+        freeLongValuePage(pager, owned, freeSpace, page);
+    }
+}
+
+} // namespace jet

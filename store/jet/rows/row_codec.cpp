@@ -1,0 +1,141 @@
+#include "store/jet/rows/row_codec.h"
+
+#include "store/jet/format/format.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace jet {
+namespace {
+
+constexpr std::size_t shortestRow = 4;
+constexpr std::size_t referenceLength = 12; ///< of a long value
+
+/// Where the fixed fields end in a row that knows only the first `columns` column ids.
+std::size_t fixedEndFor(const RowLayout& layout, unsigned columns)
+{
+    if (columns >= layout.columnsEver) return layout.fixedEnd;
+    std::size_t end = 2;
+    for (const FieldPlace& field : layout.fields) {
+        if (field.fixed && field.type != ColumnType::boolean && field.id < columns) {
+            end = std::max<std::size_t>(end, field.offset + field.length);
+        }
+    }
+    return end;
+}
+
+/// A variable field of a type with a length of its own must have that length.
+bool lengthFits(const RowLayout& layout, const FieldPlace& field, std::span<const std::uint8_t> row)
+{
+    const auto bytes = fieldBytes(field, layout.variableEver > 0, row);
+    if (!bytes) return true;
+    if (isLongValue(field.type)) {
+        return bytes->empty() || bytes->size() >= referenceLength;
+    }
+    return bytes->size() == exactLength(field.type);
+}
+
+} // namespace
+
+std::size_t exactLength(ColumnType type)
+{
+    switch (type) {
+    case ColumnType::byte:
+        return 1;
+    case ColumnType::integer:
+        return 2;
+    case ColumnType::longInteger:
+    case ColumnType::singleFloat:
+        return 4;
+    case ColumnType::currency:
+    case ColumnType::doubleFloat:
+    case ColumnType::dateTime:
+        return 8;
+    case ColumnType::guid:
+        return 16;
+    case ColumnType::numeric:
+        return 17;
+    default:
+        return 0;
+    }
+}
+
+bool hasFreeLength(ColumnType type)
+{
+    return type == ColumnType::boolean || (exactLength(type) == 0 && !isLongValue(type));
+}
+
+const char* rowDamage(const RowLayout& layout, std::span<const std::uint8_t> row)
+{
+    if (row.size() < 3) return "satır çok kısa";
+    const unsigned columns = getU16(row.data());
+    if (columns == 0 || columns > layout.columnsEver) return "satırın sütun sayısı tabloya uymuyor";
+    const std::size_t bitmapLength = (columns + 7) / 8;
+    const std::size_t fixedEnd = fixedEndFor(layout, columns);
+    if (layout.variableEver == 0) {
+        return fixedEnd + bitmapLength > row.size() ? "satır, sabit alanlarından kısa" : nullptr;
+    }
+    if (row.size() < 2 + bitmapLength + 4) return "satır çok kısa";
+    const std::uint8_t* count = row.data() + row.size() - bitmapLength - 2;
+    const unsigned variables = getU16(count);
+    if (variables > layout.variableEver) return "satırın değişken alan sayısı tabloya uymuyor";
+    const std::size_t tableLength = 2 * (static_cast<std::size_t>(variables) + 1) + 2;
+    if (row.size() < 2 + bitmapLength + tableLength) return "satırın alan tablosu satırdan uzun";
+    const std::size_t tableStart = row.size() - bitmapLength - tableLength;
+    std::size_t last = fixedEnd;
+    for (unsigned k = 0; k <= variables; ++k) {
+        const std::size_t offset = getU16(count - 2 - 2 * static_cast<std::ptrdiff_t>(k));
+        if (offset < last) return "satırın alan yerleri sırasız";
+        last = offset;
+    }
+    if (last > tableStart) return "satırın alanları alan tablosuna taşıyor";
+    for (const std::size_t field : layout.lengthChecked) {
+        if (!lengthFits(layout, layout.fields[field], row)) return "bir alanın uzunluğu türüne uymuyor";
+    }
+    return nullptr;
+}
+
+void encodeRow(const RowLayout& layout, std::span<const std::optional<Bytes>> fields, Bytes& row)
+{
+    assert(fields.size() == layout.fields.size());
+    row.assign(layout.fixedEnd, 0);
+    putU16(row.data(), layout.columnsEver);
+
+    Bytes bitmap((layout.columnsEver + std::size_t{7}) / 8, 0);
+    std::vector<std::size_t> byVariableIndex(layout.variableEver, layout.fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const FieldPlace& place = layout.fields[i];
+        if (!fields[i]) continue;
+        bitmap[place.id >> 3] = static_cast<std::uint8_t>(bitmap[place.id >> 3] | 1u << (place.id & 7));
+        if (place.type == ColumnType::boolean) continue;
+        if (place.fixed) {
+            assert(fields[i]->size() == place.length);
+            std::copy(fields[i]->begin(), fields[i]->end(), row.begin() + place.offset);
+        } else {
+            byVariableIndex[place.variableIndex] = i;
+        }
+    }
+
+    Bytes table;
+    if (layout.variableEver > 0) {
+        std::vector<std::size_t> offsets;
+        offsets.reserve(layout.variableEver + std::size_t{1});
+        for (const std::size_t field : byVariableIndex) {
+            offsets.push_back(row.size());
+            if (field < fields.size()) row.insert(row.end(), fields[field]->begin(), fields[field]->end());
+        }
+        offsets.push_back(row.size());
+        table.resize(2 * offsets.size() + 2);
+        for (std::size_t k = 0; k < offsets.size(); ++k) {
+            putU16(table.data() + 2 * k, static_cast<std::uint32_t>(offsets[offsets.size() - 1 - k]));
+        }
+        putU16(table.data() + 2 * offsets.size(), layout.variableEver);
+    }
+    // Padding stands between the fields and the offset table: both are found from their own end of the row.
+    const std::size_t length = row.size() + table.size() + bitmap.size();
+    if (length < shortestRow) row.resize(row.size() + shortestRow - length, 0);
+    row.insert(row.end(), table.begin(), table.end());
+    row.insert(row.end(), bitmap.begin(), bitmap.end());
+}
+
+} // namespace jet

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "store/jet/format/format.h"
+#include "store/jet/pages/pager.h"
+#include "store/jet/pages/usage_map.h"
+#include "store/jet/rows/column.h"
+#include "store/jet/rows/index.h"
+#include "store/jet/rows/row_codec.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A table's definition: a chain of pages that holds one run of bytes. Each page has 8 bytes of its own; the first
+/// page counts whole, of the others only what follows those 8. Any record may straddle two pages.
+///
+///     fixed part (63 bytes) | 12 bytes for each physical index | 25 for each column | column names
+///     | 52 for each physical index | 28 for each logical index | index names | 10 for each Memo/OLE column | FFFF
+namespace jet {
+
+/// A name under which a physical index is known, and what it is for.
+struct LogicalIndex {
+    enum class Kind : std::uint8_t { ordinary = 0, primaryKey = 1, relationship = 2 };
+    std::u16string name;
+    std::uint32_t id = 0;     ///< unique in the table; partners in other tables refer to it
+    std::size_t physical = 0; ///< place of the physical index
+    Kind kind = Kind::ordinary;
+};
+
+/// Where the values of a Memo or OLE column stand that do not fit their row.
+struct LongValueMaps {
+    std::size_t column = 0; ///< position in TableDefinition::columns
+    MapRef owned;           ///< none(): the column cannot get values outside its rows
+    MapRef freeSpace;
+};
+
+/// A parsed definition. Everything in it has been checked against the format and against the file's length.
+struct TableDefinition {
+    PageNo page = 0;           ///< the first page
+    std::vector<PageNo> chain; ///< all pages, `page` first
+    bool system = false;
+    std::uint16_t columnsEver = 0;
+    std::uint16_t variableEver = 0;
+    MapRef owned;                ///< data pages
+    MapRef freeSpace;            ///< data pages that may take more rows
+    std::vector<Column> columns; ///< in display order
+    std::vector<Index> indexes;  ///< in physical order
+    std::vector<LogicalIndex> logicalIndexes;
+    std::vector<LongValueMaps> longValues;
+
+    RowLayout layout() const;
+    const LongValueMaps* longValuesOf(std::size_t column) const; ///< null when the column has no maps
+};
+
+/// The chain's pages and its bytes joined. Throws damaged, and cutShort when the chain leads past the end of the file.
+struct DefinitionBytes {
+    std::vector<PageNo> chain;
+    Bytes bytes;
+};
+DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page);
+
+/// Throws damaged, and cutShort when the definition leads past the end of the file.
+TableDefinition readTableDefinition(Pager& pager, PageNo page);
+
+/// What can be read of a damaged definition: its columns at least, and maps that nobody has looked at. Where its
+/// indexes cannot be read it has none, and `lost` says why. Throws damaged when there are no columns to be read.
+TableDefinition salvageTableDefinition(Pager& pager, PageNo page, std::string& lost);
+
+/// The bytes of a definition that describes a table without rows.
+Bytes buildTableDefinition(const TableDefinition& definition, Collation collation);
+
+/// Spreads a definition's bytes over a chain of pages, as many as definitionPages(bytes.size()). In a transaction.
+void writeDefinitionBytes(Pager& pager, const std::vector<PageNo>& chain, const Bytes& bytes);
+std::size_t definitionPages(std::size_t length);
+
+/// The bytes of the same definition without one physical index, its statistics and all its names.
+Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& definition, std::size_t physical);
+
+/// Places of the numbers that change with the rows, all in the chain's first page.
+namespace definitionField {
+inline constexpr std::size_t length = 8;
+inline constexpr std::size_t rowCount = 16;
+inline constexpr std::size_t lastAutoNumber = 20;
+inline constexpr std::size_t statistics = 63; ///< 12 bytes for each physical index
+inline constexpr std::size_t distinctKeys(std::size_t index) { return statistics + 12 * index + 4; }
+} // namespace definitionField
+
+} // namespace jet

@@ -1,0 +1,91 @@
+#include "store/jet/sql/row_source.h"
+
+#include "store/jet/sql/table_memory.h"
+#include "store/jet/values/sort_key.h"
+
+#include <algorithm>
+
+namespace jet::sql {
+namespace {
+
+/// An index that can be asked for values of that column, by bytes that are surely those in the file.
+const Index* indexOn(const Table& table, std::size_t column)
+{
+    for (const Index& index : table.indexes())
+        if (index.columns.front().column == column && index.columns.front().ascending) return &index;
+    return nullptr;
+}
+
+bool keyIsCertain(std::u16string_view text, Collation collation)
+{
+    const std::optional<TextKey> key = textKey(text, collation);
+    return key && key->certainty == Certainty::certain;
+}
+
+/// The entries of a date index that can belong to the period; a little more at both ends, as milliseconds decide and
+/// not the last bits of a fraction.
+std::vector<RowId> rowsOfPeriod(const Table& table, const Index& index, const Condition::Period& period)
+{
+    constexpr double perDay = 86'400'000;
+    constexpr double slack = 1 / perDay;
+    std::optional<Value> low, high;
+    if (period.from != std::numeric_limits<std::int64_t>::min()) {
+        double days = static_cast<double>(period.from) / perDay - slack;
+        if (days < 1) days -= 2; // around day zero and before it, stored numbers run backwards within a day
+        low = DateTime{days};
+    }
+    if (period.to != std::numeric_limits<std::int64_t>::max())
+        high = DateTime{static_cast<double>(period.to) / perDay + slack};
+    return table.range(index, low, high);
+}
+
+/// Rows among which are all that meet the condition; nothing when only reading the whole table can tell.
+std::optional<std::vector<RowId>> candidates(Table& table, const Condition& condition)
+{
+    const std::vector<Column>& columns = table.columns();
+    TableMemory& memory = TableMemory::of(table);
+
+    for (std::size_t column = 0; column < columns.size(); ++column) {
+        const auto text = condition.requiredText(column);
+        if (!text) continue;
+        const Index* index = indexOn(table, column);
+        if (index != nullptr && keyIsCertain(*text, columns[column].collation)) {
+            const Value value = std::u16string(*text);
+            return table.range(*index, value, value);
+        }
+        if (memory.equal(column).knows(table, *text)) return memory.equal(column).rows(table, *text);
+    }
+    for (std::size_t column = 0; column < columns.size(); ++column) {
+        const auto period = condition.requiredPeriod(column);
+        const Index* index = period ? indexOn(table, column) : nullptr;
+        if (index != nullptr) return rowsOfPeriod(table, *index, *period);
+    }
+    for (std::size_t column = 0; column < columns.size(); ++column)
+        if (const auto text = condition.requiredText(column)) return memory.equal(column).rows(table, *text);
+    return std::nullopt;
+}
+
+} // namespace
+
+void eachRow(Table& table, const std::optional<Condition>& condition,
+             const std::function<void(RowId, const RowView&)>& visit)
+{
+    if (condition && condition->never()) return;
+    std::optional<std::vector<RowId>> rows;
+    if (condition) rows = candidates(table, *condition);
+    if (!rows) {
+        table.forEachRow([&](RowId id, const RowView& row) {
+            if (!condition || (*condition)(row)) visit(id, row);
+            return true;
+        });
+        return;
+    }
+    // In the order of the file, so that each page is visited once. The index of a journal mostly gives them so.
+    if (!std::ranges::is_sorted(*rows)) std::ranges::sort(*rows);
+    for (const RowId id : *rows) {
+        const std::optional<RowView> row = table.row(id);
+        if (row && (*condition)(*row)) visit(id, *row);
+    }
+}
+
+} // namespace jet::sql

@@ -1,0 +1,162 @@
+#include "store/jet/sql/sql.h"
+
+#include "files/error.h"
+#include "store/jet/sql/condition.h"
+#include "store/jet/sql/order.h"
+#include "store/jet/sql/row_source.h"
+#include "store/jet/sql/sql_parser.h"
+#include "store/jet/sql/sum.h"
+#include "store/jet/sql/table_memory.h"
+
+#include <algorithm>
+
+namespace jet {
+namespace {
+
+using sql::Condition;
+using sql::Statement;
+
+std::optional<Condition> conditionOf(const Table& table, const Statement& statement)
+{
+    if (!statement.where) return std::nullopt;
+    return Condition(table, *statement.where);
+}
+
+std::size_t fieldOf(const Table& table, const std::u16string& name)
+{
+    if (const std::optional<std::size_t> column = table.columnNamed(name)) return *column;
+    throw Error(Fault::noSuchTable, "“" + toUtf8(table.name()) + "” tablosunda “" + toUtf8(name) + "” adlı alan yok.");
+}
+
+bool isAggregate(const Statement& statement)
+{
+    const auto sums = std::ranges::count(statement.outputs, true, &sql::Output::sum);
+    if (sums == 0) return false;
+    if (static_cast<std::size_t>(sums) != statement.outputs.size() || !statement.order.empty())
+        throw Error(Fault::unsupported, "Toplam alan bir sorguda yalnız toplamlar istenebilir; sıralama da olmaz.");
+    return true;
+}
+
+Selection aggregates(Table& table, const Statement& statement)
+{
+    Selection selection;
+    std::vector<sql::Sum> sums;
+    for (const sql::Output& output : statement.outputs) {
+        sums.emplace_back(table, fieldOf(table, output.field));
+        selection.columns.push_back(u"Sum(" + output.field + u")");
+    }
+    sql::eachRow(table, conditionOf(table, statement), [&sums](RowId, const RowView& row) {
+        for (sql::Sum& sum : sums) sum.add(row);
+    });
+    for (const sql::Sum& sum : sums) selection.aggregates.push_back(sum.result());
+    return selection;
+}
+
+/// The column whose remembered order answers the query, if there is one: ordered by one text, ascending, with no
+/// condition or with a pattern on that same text.
+std::optional<std::size_t> rememberedOrder(const Table& table, const Statement& statement,
+                                           const std::optional<Condition>& condition)
+{
+    // A table of more rows is no register of names; its texts would take too much room.
+    constexpr std::uint32_t mostRows = 400'000;
+    if (statement.order.size() != 1 || statement.order.front().descending) return std::nullopt;
+    const std::size_t column = fieldOf(table, statement.order.front().field);
+    if (table.columns()[column].type != ColumnType::text) return std::nullopt;
+    if (condition && condition->requiredPattern(column) == nullptr) return std::nullopt;
+    if (table.hasUncommittedChanges() || table.rowCount() > mostRows) return std::nullopt;
+    return column;
+}
+
+std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
+{
+    const std::optional<Condition> condition = conditionOf(table, statement);
+    sql::Order order(table, statement.order);
+    if (const auto column = rememberedOrder(table, statement, condition)) {
+        TextOrder& remembered = TableMemory::of(table).order(*column);
+        if (!condition) return remembered.rows(table);
+        std::vector<RowId> rows = remembered.rows(table, *condition->requiredPattern(*column));
+        if (!condition->isOnlyAPattern())
+            std::erase_if(rows, [&](RowId id) { return !(*condition)(table.row(id).value()); });
+        return rows;
+    }
+
+    std::vector<RowId> rows;
+    const bool ordered = !statement.order.empty();
+    sql::eachRow(table, condition, [&](RowId id, const RowView& row) {
+        if (ordered)
+            order.add(id, row);
+        else
+            rows.push_back(id);
+    });
+    return ordered ? order.take() : rows;
+}
+
+} // namespace
+
+Selection select(Database& database, std::u16string_view sql)
+{
+    const Statement statement = sql::parseStatement(sql);
+    if (statement.kind != Statement::Kind::select)
+        throw Error(Fault::unsupported, "Kayıt seçen bir sorgu bekleniyordu, silen bir sorgu verildi.");
+    Table& table = database.table(statement.table);
+    if (isAggregate(statement)) return aggregates(table, statement);
+
+    Selection selection;
+    selection.table = &table;
+    for (const sql::Output& output : statement.outputs) selection.fields.push_back(fieldOf(table, output.field));
+    if (statement.outputs.empty())
+        for (std::size_t column = 0; column < table.columns().size(); ++column) selection.fields.push_back(column);
+    for (const std::size_t field : selection.fields) selection.columns.push_back(table.columns()[field].name);
+    selection.rows = rowsInOrder(table, statement);
+    return selection;
+}
+
+std::size_t execute(Database& database, std::u16string_view sql)
+{
+    const Statement statement = sql::parseStatement(sql);
+    if (statement.kind != Statement::Kind::erase)
+        throw Error(Fault::unsupported, "Kayıt silen bir sorgu bekleniyordu, seçen bir sorgu verildi.");
+    Table& table = database.table(statement.table);
+
+    std::vector<RowId> rows;
+    if (statement.where) {
+        sql::eachRow(table, conditionOf(table, statement), [&rows](RowId id, const RowView&) { rows.push_back(id); });
+        if (rows.empty()) return 0;
+        Transaction change(database.pager());
+        for (const RowId id : rows) table.erase(id);
+        change.commit();
+        return rows.size();
+    }
+
+    std::size_t count = 0;
+    // A row that cannot be read is no reason to keep it: it is to go with the others.
+    table.scan([&count](RowId, const RowView&) { return ++count > 0; }, [](RowId, const std::string&) {});
+    table.eraseAll();
+    return count;
+}
+
+// ---- Criteria -------------------------------------------------------------------------------------------------
+
+struct Criteria::State {
+    Table& table;
+    std::optional<Condition> condition;
+};
+
+Criteria::Criteria(Table& table, std::u16string_view text)
+    : state_(new State{table, Condition(table, sql::parseCondition(text))})
+{
+}
+
+Criteria::~Criteria() = default;
+Criteria::Criteria(Criteria&&) noexcept = default;
+
+bool Criteria::matches(const RowView& row) const { return (*state_->condition)(row); }
+
+std::vector<RowId> Criteria::rows() const
+{
+    std::vector<RowId> rows;
+    sql::eachRow(state_->table, state_->condition, [&rows](RowId id, const RowView&) { rows.push_back(id); });
+    return rows;
+}
+
+} // namespace jet

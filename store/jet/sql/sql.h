@@ -1,0 +1,66 @@
+#pragma once
+
+#include "store/jet/database/database.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Queries over one table.
+///
+///     Select * | field, ... | Sum(field), ...  From T  [Where condition]  [Order By field [Asc|Desc], ...]  [;]
+///     DELETE FROM T  [WHERE condition]  [;]
+///
+///     condition   And, Or, Not, parentheses; field or value  = <> < > <= >=  field or value;
+///                 field [Not] Like 'pattern' (like_pattern.h); field Is [Not] Null
+///     values      'text' or "text" (a quote inside is written twice), numbers with a point, #m/d/yyyy [h:mm[:ss]]#,
+///                 True, False, Null
+///     names       as they are, or in [brackets] when they hold blanks or are keywords; any letter case
+///
+/// Keywords in any letter case. What the comparisons mean stands in condition.h, what the order means in order.h, what
+/// a sum is in sum.h: = and <> on texts are exact to the code unit, Like and Order By follow the Turkish alphabet
+/// whatever the file's collation, Like ignores case.
+///
+/// A text that cannot be understood throws Fault::syntax before anything is read or changed. That alone does not make
+/// it safe to splice a name into a text: x' Or '1'='1 between two quotes is a condition like any other, and one that
+/// every row meets. Nobody can tell from the finished text; so whoever splices names must refuse those with an
+/// apostrophe (Fault::syntax as well), before the text goes anywhere. For the screen, store::quoted does.
+namespace jet {
+
+/// What a Select returned. A plain Select of one table keeps row ids, so that callers can fetch fields when needed;
+/// an aggregate has one row of values and no ids.
+struct Selection {
+    std::vector<std::u16string> columns;
+    Table* table = nullptr;          ///< null for an aggregate
+    std::vector<std::size_t> fields; ///< positions in table->columns(), in the order of `columns`
+    std::vector<RowId> rows;         ///< in the order asked for; equal keys keep storage order
+    std::vector<Value> aggregates;   ///< one row; Sum of nothing but Null is Null
+};
+
+/// Throws syntax, noSuchTable (fields too), badValue (values that cannot be compared or summed), damaged.
+Selection select(Database& database, std::u16string_view sql);
+
+/// DELETE in one transaction; returns the number of rows deleted. Throws as select, and as Table::erase.
+std::size_t execute(Database& database, std::u16string_view sql);
+
+/// A condition by itself, as it stands after Where: the criteria of a search in rows that are already at hand.
+/// Lives no longer than the table.
+class Criteria {
+public:
+    /// Throws syntax, noSuchTable, badValue.
+    Criteria(Table& table, std::u16string_view text);
+    ~Criteria();
+    Criteria(Criteria&&) noexcept;
+
+    bool matches(const RowView& row) const;
+    /// All rows of the table that match, in storage order, by the shortest way there is.
+    std::vector<RowId> rows() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace jet

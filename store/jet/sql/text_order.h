@@ -1,0 +1,57 @@
+#pragma once
+
+#include "store/jet/table/change_log.h"
+#include "store/jet/table/table.h"
+#include "store/jet/values/like_pattern.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace jet {
+
+/// The rows of a table in the order of one text column, kept in memory: what makes the search by first letters take
+/// no longer than its result is. Built when first asked, afterwards it follows the table's change log; a saved row
+/// costs a few moves, not a new reading. Null stands first, equal texts stand in row order.
+///
+/// About 100 bytes for each row. Not to be asked while Table::hasUncommittedChanges(): they may be taken back.
+class TextOrder {
+public:
+    explicit TextOrder(std::size_t column) : column_(column) {}
+
+    std::vector<RowId> rows(const Table& table);
+    /// The rows whose text matches, in order.
+    std::vector<RowId> rows(const Table& table, const LikePattern& pattern);
+
+private:
+    static constexpr std::uint32_t null = 0xFFFFFFFF;
+    /// Key and folded text lie in the two stores. The first bytes of the key stand in `head`: they decide most
+    /// comparisons without a look into the store.
+    struct Entry {
+        std::array<std::uint64_t, 2> head{};
+        RowId row;
+        std::uint32_t keyAt = 0;
+        std::uint32_t keyLength = 0;
+        std::uint32_t textAt = null;
+        std::uint32_t textLength = 0;
+    };
+
+    void follow(const Table& table);
+    void build(const Table& table);
+    Entry entry(RowId row, const RowView& view);
+    bool before(const Entry& left, const Entry& right) const;
+    std::u16string_view folded(const Entry& entry) const;
+
+    std::size_t column_;
+    bool built_ = false;
+    ChangeLog::Position seen_ = 0;
+    std::vector<Entry> entries_;
+    std::vector<std::uint8_t> keys_;
+    std::u16string texts_;
+    std::size_t wasted_ = 0; ///< entries whose bytes still lie in the stores
+    std::u16string buffer_;
+};
+
+} // namespace jet

@@ -1,0 +1,93 @@
+#include "store/jet/table/catalogue.h"
+
+#include "files/error.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+
+namespace jet {
+namespace {
+
+constexpr double localTable = 1;
+/// Marks of the engine's own tables and of Access's helpers.
+constexpr std::uint32_t systemMarks = 0x80000002;
+
+Bytes propertiesOf(const RowView& row, std::size_t column)
+{
+    try {
+        const Value value = row.value(column);
+        if (const Bytes* bytes = std::get_if<Bytes>(&value)) return *bytes;
+    } catch (const Error& error) {
+        // The table itself is readable without them.
+        if (error.fault() != Fault::damaged) throw;
+    }
+    return {};
+}
+
+} // namespace
+
+const char* foreignKind(int type)
+{
+    switch (type) {
+    case 4:
+    case 6:
+        return "bağlı tablo";
+    case 5:
+        return "sorgu";
+    case -32768:
+        return "form";
+    case -32766:
+        return "makro";
+    case -32764:
+        return "rapor";
+    case -32761:
+        return "modül";
+    case -32756:
+        return "sayfa";
+    default:
+        return nullptr;
+    }
+}
+
+bool isUserObject(std::uint32_t flags) { return (flags & systemMarks) == 0; }
+
+std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type)
+{
+    const auto column = table.columnNamed(name);
+    if (!column || table.columns()[*column].type != type) {
+        throw Error(Fault::damaged, "Dosyanın sistem tablosu " + quotedName(table.name()) +
+                                        " bozuk: " + quotedName(name) +
+                                        " sütunu yok ya da türü değişik. Dosyanın yedeğini kullanın.");
+    }
+    return *column;
+}
+
+std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
+{
+    const std::size_t id = systemColumn(systemObjects, u"Id", ColumnType::longInteger);
+    const std::size_t name = systemColumn(systemObjects, u"Name", ColumnType::text);
+    const std::size_t type = systemColumn(systemObjects, u"Type", ColumnType::integer);
+    const std::size_t flags = systemColumn(systemObjects, u"Flags", ColumnType::longInteger);
+    const std::size_t properties = systemColumn(systemObjects, u"LvProp", ColumnType::ole);
+
+    std::vector<CatalogueEntry> entries;
+    systemObjects.forEachRow([&](RowId, const RowView& row) {
+        if (row.number(type) != localTable) return true;
+        CatalogueEntry entry;
+        entry.definition = static_cast<PageNo>(static_cast<std::int64_t>(row.number(id).value_or(0)));
+        row.text(name, entry.name);
+        const bool listed = std::any_of(entries.begin(), entries.end(), [&](const CatalogueEntry& each) {
+            return each.definition == entry.definition;
+        });
+        if (entry.name.empty() || entry.definition == 0 || listed) return true;
+        const auto marks = static_cast<std::uint32_t>(static_cast<std::int64_t>(row.number(flags).value_or(0)));
+        entry.user = isUserObject(marks);
+        entry.properties = propertiesOf(row, properties);
+        entries.push_back(std::move(entry));
+        return true;
+    });
+    return entries;
+}
+
+} // namespace jet

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "store/jet/table/table.h"
+
+#include <string>
+#include <vector>
+
+namespace jet {
+
+/// One local table as MSysObjects lists it.
+struct CatalogueEntry {
+    std::u16string name;
+    PageNo definition = 0;
+    bool user = false; ///< neither the engine's own nor one of Access's helpers
+    Bytes properties;  ///< LvProp; empty when there are none, or none that can be read
+};
+
+/// All local tables in storage order, each definition once. Throws damaged when MSysObjects itself cannot be read.
+std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects);
+
+/// The position of a system table's column; these tables are the same in every file. Throws damaged.
+std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type);
+
+/// A kind of object that is neither a table nor a part of one, by its number in MSysObjects ("sorgu"); null for others.
+const char* foreignKind(int type);
+
+/// An object of that Flags value belongs to the user: it is neither the engine's own nor one of Access's helpers.
+bool isUserObject(std::uint32_t flags);
+
+} // namespace jet

@@ -1,0 +1,381 @@
+#include "store/jet/table/table.h"
+
+#include "store/jet/pages/damage.h"
+#include "store/jet/rows/field_codec.h"
+#include "store/jet/rows/long_value.h"
+#include "store/jet/table/table_state.h"
+#include "store/jet/values/names.h"
+#include "store/jet/values/text_codec.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+
+namespace jet {
+namespace {
+
+/// A moved row is one step away; a few more are followed, a circle is not.
+constexpr int mostSteps = 4;
+
+/// For a table whose owned map cannot be read: every page that says it belongs to the table and is not free.
+std::vector<PageNo> pagesByOwner(Pager& pager, PageNo definition)
+{
+    std::vector<bool> isFree(pager.pageCount());
+    for (const PageNo page : mapPages(pager, freeMap)) isFree[page] = true;
+    std::vector<PageNo> pages;
+    for (PageNo page = 1; page < pager.pageCount(); ++page) {
+        if (!isFree[page] && isRowPage(pager.read(page), definition)) pages.push_back(page);
+    }
+    return pages;
+}
+
+} // namespace
+
+Table::State::State(Pager& filePages, std::u16string tableName, PageNo page, std::vector<std::u16string> required)
+    : pager(filePages), name(std::move(tableName)), requiredColumns(std::move(required))
+{
+    definition.page = page;
+    readDefinition();
+}
+
+Table::State::~State() = default;
+
+void Table::State::definitionChanged()
+{
+    readDefinition();
+    definitionChangedAt = pager.changeCount();
+}
+
+void Table::State::readDefinition()
+{
+    definition = readTableDefinition(pager, definition.page);
+    for (const std::u16string& each : requiredColumns) {
+        const auto column = findNamed(
+            definition.columns, each, [](const Column& c) -> const auto& { return c.name; });
+        if (column) definition.columns[*column].required = true;
+    }
+    layout = definition.layout();
+    definitionChangedAt.reset();
+    verdict.reset();
+    pages.reset();
+}
+
+std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
+{
+    if (!pages || pagesAt != pager.changeCount()) {
+        std::vector<PageNo> owned;
+        try {
+            owned = mapPages(pager, definition.owned);
+        } catch (const Error& error) {
+            if (error.fault() != Fault::damaged) throw;
+            owned = pagesByOwner(pager, definition.page);
+        }
+        pages = std::make_shared<std::vector<PageNo>>(std::move(owned));
+        pagesAt = pager.changeCount();
+    }
+    return pages;
+}
+
+void Table::State::dataPageAdded(PageNo page)
+{
+    if (!pages || pagesAt != pager.changeCount()) return;
+    // A cursor that is under way keeps the list that it began with.
+    if (pages.use_count() > 1) pages = std::make_shared<std::vector<PageNo>>(*pages);
+    pages->insert(std::upper_bound(pages->begin(), pages->end(), page), page);
+}
+
+Table::State::Found Table::State::follow(RowId head, Slot slot)
+{
+    RowId at = head;
+    PageView page = pager.read(at.page);
+    for (int step = 0; slot.pointer; ++step) {
+        const std::optional<RowId> next = pointerOf(page, slot);
+        if (!next || step == mostSteps || next->page == 0 || next->page >= pager.pageCount()) {
+            throwDamaged(pager, at.page, "taşınmış bir satırın yeri geçersiz");
+        }
+        at = *next;
+        page = pager.read(at.page);
+        const std::optional<Slot> target = slotAt(page, at.slot);
+        if (!isRowPage(page, definition.page) || !target || !(target->body() || (target->live() && target->pointer))) {
+            throwDamaged(pager, at.page, "taşınmış bir satır yerinde değil");
+        }
+        slot = *target;
+    }
+    return {at, slotBytes(page, slot)};
+}
+
+std::optional<Table::State::Found> Table::State::find(RowId head)
+{
+    if (head.page == 0 || head.page >= pager.pageCount()) return std::nullopt;
+    const PageView page = pager.read(head.page);
+    if (!isRowPage(page, definition.page)) return std::nullopt;
+    const std::optional<unsigned> count = slotCount(page);
+    if (!count || head.slot >= *count) return std::nullopt;
+    const std::optional<Slot> slot = slotAt(page, head.slot, *count);
+    if (!slot) throwDamaged(pager, head.page, "bir satırın yeri sayfaya uymuyor");
+    if (!slot->live()) return std::nullopt;
+    const Found found = follow(head, *slot);
+    if (const char* what = rowDamage(layout, found.bytes)) throwDamaged(pager, found.body.page, what);
+    return found;
+}
+
+Value Table::State::value(std::size_t column, std::span<const std::uint8_t> row)
+{
+    const FieldPlace& place = layout.fields[column];
+    const auto bytes = field(column, row);
+    if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
+    if (!isLongValue(place.type)) return decodeValue(place.type, place.scale, *bytes);
+    return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
+}
+
+void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into)
+{
+    into.clear();
+    for (const IndexColumn& each : index.columns) into.push_back(value(each.column, row));
+}
+
+std::uint32_t Table::State::liveRows()
+{
+    std::uint32_t count = 0;
+    for (const PageNo number : *dataPages()) {
+        const PageView page = pager.read(number);
+        const unsigned slots = isRowPage(page, definition.page) ? slotCount(page).value_or(0) : 0;
+        for (unsigned slot = 0; slot < slots; ++slot) {
+            const std::optional<Slot> entry = slotAt(page, slot, slots);
+            if (entry && entry->live()) ++count;
+        }
+    }
+    return count;
+}
+
+// ---- RowView ----
+
+bool RowView::isNull(std::size_t column) const
+{
+    const Table::State& table = *table_->state_;
+    if (table.layout.fields[column].type == ColumnType::boolean) return false;
+    return !table.field(column, bytes_);
+}
+
+Value RowView::value(std::size_t column) const { return table_->state_->value(column, bytes_); }
+
+std::optional<double> RowView::number(std::size_t column) const
+{
+    const RowLayout& layout = table_->state_->layout;
+    const FieldPlace& place = layout.fields[column];
+    const auto bytes = fieldBytes(place, layout.variableEver > 0, bytes_);
+    if (!bytes) {
+        if (place.type == ColumnType::boolean) return 0.0;
+        return std::nullopt;
+    }
+    // What sums and dates are made of, without a further call.
+    if (place.type == ColumnType::doubleFloat || place.type == ColumnType::dateTime) {
+        return std::bit_cast<double>(getU64(bytes->data()));
+    }
+    return decodeNumber(place, *bytes);
+}
+
+bool RowView::text(std::size_t column, std::u16string& into) const
+{
+    Table::State& table = *table_->state_;
+    const auto bytes = table.field(column, bytes_);
+    if (!bytes) return false;
+    if (table.layout.fields[column].type == ColumnType::memo) {
+        decodeText(readLongValue(table.pager, *bytes), into);
+    } else {
+        assert(table.layout.fields[column].type == ColumnType::text);
+        decodeText(*bytes, into);
+    }
+    return true;
+}
+
+bool RowView::textIs(std::size_t column, std::u16string_view text) const
+{
+    Table::State& table = *table_->state_;
+    const auto bytes = table.field(column, bytes_);
+    if (!bytes) return false;
+    if (table.layout.fields[column].type == ColumnType::memo)
+        return storedTextIs(readLongValue(table.pager, *bytes), text);
+    assert(table.layout.fields[column].type == ColumnType::text);
+    return storedTextIs(*bytes, text);
+}
+
+std::span<const std::uint8_t> RowView::stored(std::size_t column) const
+{
+    return table_->state_->field(column, bytes_).value_or(std::span<const std::uint8_t>{});
+}
+
+// ---- RowCursor ----
+
+RowCursor::RowCursor(const Table& table) : table_(&table), row_(table, {})
+{
+    table.state_->settle();
+    pages_ = table.state_->dataPages();
+}
+
+/// Goes on to the next page that holds rows of the table.
+bool RowCursor::openPage()
+{
+    Table::State& table = *table_->state_;
+    while (nextPage_ < pages_->size()) {
+        const PageNo number = (*pages_)[nextPage_++];
+        const PageView page = table.pager.read(number);
+        if (!isRowPage(page, table.definition.page)) continue;
+        id_ = {number, 0};
+        page_ = page.data();
+        slot_ = 0;
+        const std::optional<unsigned> count = slotCount(page);
+        slotCount_ = count.value_or(0);
+        if (!count) throwDamaged(table.pager, number, "satır sayısı sayfaya uymuyor");
+        return true;
+    }
+    return false;
+}
+
+bool RowCursor::next()
+{
+    Table::State& table = *table_->state_;
+    for (;;) {
+        while (slot_ < slotCount_) {
+            const PageView page(page_, pageSize);
+            id_.slot = static_cast<std::uint8_t>(slot_);
+            const std::optional<Slot> slot = slotAt(page, slot_++, slotCount_);
+            if (!slot) throwDamaged(table.pager, id_.page, "bir satırın yeri sayfaya uymuyor");
+            if (!slot->live()) continue;
+            row_.bytes_ = slot->pointer ? table.follow(id_, *slot).bytes : slotBytes(page, *slot);
+            if (const char* what = rowDamage(table.layout, row_.bytes_)) throwDamaged(table.pager, id_.page, what);
+            return true;
+        }
+        if (!openPage()) return false;
+    }
+}
+
+// ---- Table ----
+
+Table::Table(std::unique_ptr<State> state) : state_(std::move(state)) {}
+Table::~Table() = default;
+
+const std::u16string& Table::name() const { return state_->name; }
+const std::vector<Column>& Table::columns() const { return state_->definition.columns; }
+const std::vector<Index>& Table::indexes() const
+{
+    state_->settle();
+    return state_->definition.indexes;
+}
+PageNo Table::definitionPage() const { return state_->definition.page; }
+
+std::optional<std::size_t> Table::columnNamed(std::u16string_view name) const
+{
+    return findNamed(columns(), name, [](const Column& column) -> const std::u16string& { return column.name; });
+}
+
+const ChangeLog& Table::changes() const { return state_->changes; }
+
+bool Table::hasUncommittedChanges() const
+{
+    return state_->pager.inTransaction() && state_->changes.lastDuring() == state_->pager.changeCount();
+}
+
+std::unique_ptr<TableCompanion>& Table::companion() const { return state_->companion; }
+
+std::uint32_t Table::rowCount() const
+{
+    return getU32(state_->pager.read(state_->definition.page).data() + definitionField::rowCount);
+}
+
+void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,
+                 const std::function<void(RowId, const std::string&)>& damaged) const
+{
+    RowCursor cursor(*this);
+    const auto step = [&] {
+        for (;;) {
+            try {
+                return cursor.next();
+            } catch (const Error& error) {
+                if (!damaged || error.fault() != Fault::damaged) throw;
+                damaged(cursor.id(), error.what());
+            }
+        }
+    };
+    while (step()) {
+        if (!visit(cursor.id(), cursor.row())) return;
+    }
+}
+
+std::optional<RowView> Table::row(RowId id) const
+{
+    state_->settle();
+    const auto found = state_->find(id);
+    if (!found) return std::nullopt;
+    return RowView(*this, found->bytes);
+}
+
+std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& low,
+                                const std::optional<Value>& high) const
+{
+    state_->settle();
+    const IndexColumn& leading = index.columns.front();
+    const auto bound = [&](const std::optional<Value>& value) {
+        Key key;
+        if (value) appendKey(key, columns()[leading.column], *value, leading.ascending, KeyUse::compare);
+        return key;
+    };
+    const Key from = bound(leading.ascending ? low : high);
+    const Key to = bound(leading.ascending ? high : low);
+    std::vector<RowId> rows;
+    state_->tree(index).walk(from, [&](std::span<const std::uint8_t> key, RowId row) {
+        // Keys of further columns follow the bound's bytes: the bound is compared with as much of the entry.
+        const std::span<const std::uint8_t> head = key.first(std::min(key.size(), to.size()));
+        if (std::lexicographical_compare(to.begin(), to.end(), head.begin(), head.end())) return false;
+        rows.push_back(row);
+        return true;
+    });
+    return rows;
+}
+
+std::optional<std::string> Table::whyReadOnly() const
+{
+    const std::optional<Refusal>& refusal = state_->refusal();
+    if (!refusal) return std::nullopt;
+    return refusal->sentence;
+}
+
+// ---- changes: the engine itself writes the tables of the system, nobody else does ----
+
+void Table::checkUserTable() const
+{
+    if (!state_->definition.system) return;
+    throw Error(Fault::readOnly, quotedName(name()) + " bir sistem tablosu; kayıtları değiştirilemez.");
+}
+
+RowId Table::insert(std::span<const Assignment> values)
+{
+    checkUserTable();
+    const std::uint64_t during = state_->pager.changeCount();
+    const RowId id = state_->insert(values);
+    state_->changes.touched(id, during);
+    return id;
+}
+
+void Table::update(RowId id, std::span<const Assignment> values)
+{
+    checkUserTable();
+    state_->changes.touched(id, state_->pager.changeCount());
+    state_->update(id, values);
+}
+
+void Table::erase(RowId id)
+{
+    checkUserTable();
+    state_->changes.touched(id, state_->pager.changeCount());
+    state_->erase(id);
+}
+
+void Table::eraseAll()
+{
+    checkUserTable();
+    state_->changes.everything(state_->pager.changeCount());
+    state_->eraseAll();
+}
+
+} // namespace jet

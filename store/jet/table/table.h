@@ -1,0 +1,163 @@
+#pragma once
+
+#include "store/jet/format/format.h"
+#include "store/jet/rows/column.h"
+#include "store/jet/rows/index.h"
+#include "store/jet/values/value.h"
+
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace jet {
+
+class ChangeLog;
+class Database;
+
+/// A value for the column at a position of Table::columns().
+struct Assignment {
+    std::size_t column = 0;
+    Value value;
+};
+
+class Table;
+
+/// A row as it lies in its page: decodes single fields on demand, copies nothing.
+/// Its bytes were checked when it was found. Valid until the table is changed or its change is taken back.
+class RowView {
+public:
+    bool isNull(std::size_t column) const;
+    /// Memo and OLE values are read from wherever they stand. Throws damaged when one cannot be read.
+    Value value(std::size_t column) const;
+    /// The field as a number, whatever its numeric, date or Boolean type (True is -1); nothing for Null and for texts.
+    std::optional<double> number(std::size_t column) const;
+    /// Text decoded into `into` (replaced); false for Null. For Text and Memo columns. Throws damaged as value().
+    bool text(std::size_t column, std::u16string& into) const;
+    /// The field is exactly that text, code unit for code unit; false for Null. For Text and Memo columns.
+    bool textIs(std::size_t column, std::u16string_view text) const;
+    /// The field's bytes as stored; empty for Null and Boolean. For quick comparisons of texts in a scan: the same
+    /// text may be stored compressed or plain, so unequal bytes say nothing.
+    std::span<const std::uint8_t> stored(std::size_t column) const;
+    std::span<const std::uint8_t> bytes() const { return bytes_; }
+
+private:
+    friend class RowCursor;
+    friend class Table;
+    RowView(const Table& table, std::span<const std::uint8_t> bytes) : table_(&table), bytes_(bytes) {}
+
+    const Table* table_;
+    std::span<const std::uint8_t> bytes_;
+};
+
+/// Walks the live rows of a table in storage order, page by page, without allocating. The table must not be changed
+/// meanwhile; collect row ids first, then change.
+class RowCursor {
+public:
+    explicit RowCursor(const Table& table);
+    /// Steps to the next row; false behind the last one. Throws damaged for a row whose bytes contradict the format:
+    /// id() then names it, and the next call goes on behind it.
+    bool next();
+    RowId id() const { return id_; }
+    const RowView& row() const { return row_; }
+
+private:
+    bool openPage();
+
+    const Table* table_;
+    std::shared_ptr<const std::vector<PageNo>> pages_;
+    std::size_t nextPage_ = 0;
+    const std::uint8_t* page_ = nullptr;
+    unsigned slot_ = 0;
+    unsigned slotCount_ = 0;
+    RowId id_;
+    RowView row_;
+};
+
+/// What somebody keeps beside a table to be asked less of it; it ends with the table.
+class TableCompanion {
+public:
+    virtual ~TableCompanion() = default;
+};
+
+/// One table. Columns are in display order (ordinal), which is the order of the table's positions.
+/// Every change keeps every index of the table exactly valid or throws and changes nothing.
+class Table {
+public:
+    ~Table();
+    const std::u16string& name() const;
+    const std::vector<Column>& columns() const;
+    std::optional<std::size_t> columnNamed(std::u16string_view name) const; ///< exact, else ignoring case
+    const std::vector<Index>& indexes() const;
+    std::uint32_t rowCount() const; ///< the table definition's count, put right by the first write
+    PageNo definitionPage() const;
+
+    /// Calls `visit` for every live row in storage order until it returns false. Damaged rows are passed to
+    /// `damaged` where given, otherwise they throw.
+    void scan(const std::function<bool(RowId, const RowView&)>& visit,
+              const std::function<void(RowId, const std::string&)>& damaged = {}) const;
+    /// The same for loops where every nanosecond counts: `visit(RowId, const RowView&)` returns false to stop.
+    template <class Visit> void forEachRow(Visit&& visit) const
+    {
+        RowCursor cursor(*this);
+        while (cursor.next()) {
+            if (!visit(cursor.id(), cursor.row())) return;
+        }
+    }
+    /// The row at that place; nothing when it is not (or no longer) there. Throws damaged.
+    std::optional<RowView> row(RowId id) const;
+
+    /// Row ids of the entries of an index whose key lies between the two (either may be missing: open end), in index
+    /// order. Bounds are values for the leading index column; both ends are included. Null sorts before all values
+    /// (behind them in a descending index), so an open low end brings the rows without a value too.
+    /// A text key does not tell letter case or trailing blanks apart: look at the rows where that matters.
+    /// A bound is a value of the column's own type. Throws badValue, damaged, and indexNotWritable when the column's
+    /// collating order is unknown.
+    std::vector<RowId> range(const Index& index, const std::optional<Value>& low,
+                             const std::optional<Value>& high) const;
+
+    /// The rows written lately, for everything that is kept beside the table.
+    const ChangeLog& changes() const;
+    /// The open transaction has written rows of this table.
+    bool hasUncommittedChanges() const;
+    /// What queries keep beside the table, theirs to make; null until one has.
+    std::unique_ptr<TableCompanion>& companion() const;
+
+    /// Each of the four is a transaction of its own unless one is open already. Values are converted to the type of
+    /// their column where numbers, dates and Booleans meet (halves to the even neighbour); a text is not a number.
+    /// Columns without an assignment: Null on insert (AutoNumber: the next), unchanged byte for byte on update.
+    /// All rules of columns and indexes are checked first: badValue, required and duplicate leave everything as it
+    /// was, inside an open transaction too. Throws also noSuchRow, readOnly, indexNotWritable, damaged, disk.
+    RowId insert(std::span<const Assignment> values);
+    RowId insert(std::initializer_list<Assignment> values) { return insert(std::span(values.begin(), values.size())); }
+    void update(RowId id, std::span<const Assignment> values);
+    void update(RowId id, std::initializer_list<Assignment> values)
+    {
+        update(id, std::span(values.begin(), values.size()));
+    }
+    void erase(RowId id);
+    /// Empties the table quickly; every row goes.
+    void eraseAll();
+
+    /// Why the table may not be written, or nothing. The first call after opening reads the whole table, recomputes
+    /// every entry of every index and compares, so that what this engine does not know for certain is never written
+    /// over: relationships that other programs enforce, indexes that do not agree with their rows, pages that belong
+    /// to two owners. The answer holds until an index is dropped.
+    std::optional<std::string> whyReadOnly() const;
+
+    struct State; ///< for the engine's own files
+
+private:
+    friend class Database; // opens tables
+    friend class RowCursor;
+    friend class RowView;
+    explicit Table(std::unique_ptr<State> state);
+    void checkUserTable() const;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace jet

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "files/error.h"
+#include "store/jet/index/index_key.h"
+#include "store/jet/index/index_tree.h"
+#include "store/jet/pages/pager.h"
+#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/table_definition.h"
+#include "store/jet/table/change_log.h"
+#include "store/jet/table/table.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace jet {
+
+/// Why a table is not written.
+struct Refusal {
+    Fault fault = Fault::readOnly;
+    std::string sentence;
+};
+
+/// What a Table knows beside its pages. Everything that a transaction can change is either read from the pages each
+/// time or carries the pager's change count under which it was learnt: a rollback makes it void.
+struct Table::State {
+    /// Reads the definition at that page; `required` are the columns that the table's properties mark so.
+    State(Pager& filePages, std::u16string tableName, PageNo page, std::vector<std::u16string> required);
+    ~State();
+
+    /// Reads the definition again, which was changed on its pages just now.
+    void definitionChanged();
+    /// Called first by everything that others call: the transaction that changed the definition may be over, and
+    /// taken back.
+    void settle()
+    {
+        if (definitionChangedAt && *definitionChangedAt != pager.changeCount()) readDefinition();
+    }
+
+    // ---- reading ----
+    /// Data pages in ascending order, by the owned map; by a search through the file where that is damaged.
+    std::shared_ptr<const std::vector<PageNo>> dataPages();
+    /// A page that was given to the table in the open transaction.
+    void dataPageAdded(PageNo page);
+    /// Where the bytes of a live slot stand, through the pointer of a moved row. `body` is where that leads.
+    struct Found {
+        RowId body;
+        std::span<const std::uint8_t> bytes;
+    };
+    Found follow(RowId head, Slot slot);
+    /// The checked row at that place; nothing when it is not there. Throws damaged.
+    std::optional<Found> find(RowId head);
+    std::optional<std::span<const std::uint8_t>> field(std::size_t column, std::span<const std::uint8_t> row) const
+    {
+        return fieldBytes(layout, column, row);
+    }
+    Value value(std::size_t column, std::span<const std::uint8_t> row);
+    std::uint32_t liveRows();
+
+    // ---- indexes ----
+    IndexTree tree(const Index& index) const { return {pager, index.root, definition.page, index.ownedPages}; }
+    /// The fields of a row that make up an index's key.
+    void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into);
+
+    // ---- writing (the rules are those of Table; the tables of the system may be written too) ----
+    /// Throws unless the table may be written.
+    void checkWritable();
+    /// Why it may not; nothing when it may. Verifies the table on the first call.
+    const std::optional<Refusal>& refusal();
+    RowId insert(std::span<const Assignment> values);
+    void update(RowId id, std::span<const Assignment> values);
+    void erase(RowId id);
+    void eraseAll();
+
+    // ---- what it knows ----
+    Pager& pager;
+    const Table* systemObjects = nullptr; ///< where all tables are listed
+    std::u16string name;
+    std::vector<std::u16string> requiredColumns;
+    TableDefinition definition;
+    RowLayout layout;
+
+    std::optional<std::optional<Refusal>> verdict; ///< of the one verification; empty before it
+    std::int32_t highestAutoNumber = 0;            ///< at the verification; the definition may lag behind it
+    bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
+    std::optional<std::uint64_t> countSettledAt;   ///< change count of the transaction that put it right
+
+    std::shared_ptr<std::vector<PageNo>> pages;
+    std::uint64_t pagesAt = 0; ///< change count
+    PageNo lastPage = 0;       ///< where the last row went, 0 when unknown
+    std::uint64_t lastPageAt = 0;
+    std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
+
+    ChangeLog changes; ///< every row that Table writes goes in here
+    std::unique_ptr<TableCompanion> companion;
+
+private:
+    void readDefinition();
+};
+
+/// How people find an index of a table again: by the first of its names.
+std::string indexTitle(const Index& index);
+
+/// Compares every entry of every index with its row, and the pages of the table with those of all others.
+std::optional<Refusal> verifyForWriting(Table::State& table);
+
+} // namespace jet

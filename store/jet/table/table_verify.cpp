@@ -1,0 +1,192 @@
+#include "store/jet/table/table_state.h"
+
+#include "store/jet/index/index_key.h"
+#include "store/jet/pages/damage.h"
+#include "store/jet/rows/row_codec.h"
+#include "store/jet/table/page_owners.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+
+namespace jet {
+namespace {
+
+/// Verifies one table; stops at the first thing that stands against writing.
+class Verifier {
+public:
+    explicit Verifier(Table::State& table) : table_(table), pager_(table.pager) {}
+
+    std::optional<Refusal> run()
+    {
+        if (!pager_.writable()) {
+            return refuse(Fault::readOnly, "dosya salt okunur açıldı; başka bir program kullanıyor olabilir ya da "
+                                           "yazma izni yok");
+        }
+        for (const Index& index : table_.definition.indexes) {
+            if (index.relationship) {
+                return refuse(Fault::readOnly,
+                              indexTitle(index) + " ilişkisini bu program denetlemez; ilişkiyi Access ile kaldırın");
+            }
+        }
+        for (const Column& column : table_.definition.columns) {
+            if (!isKnown(column.type)) {
+                return refuse(Fault::readOnly, quotedName(column.name) + " alanının türü tanınmıyor");
+            }
+        }
+        try {
+            checkRows();
+        } catch (const Error& error) {
+            if (error.fault() != Fault::damaged) throw;
+            return refuse(Fault::readOnly, "bozuk bir yeri var. " + std::string(error.what()), "");
+        }
+        for (const Index& index : table_.definition.indexes) {
+            if (const std::optional<std::string> fault = indexFault(index)) return refuseIndex(index, *fault);
+        }
+        if (const std::optional<PageNo> page = contestedPage(table_, indexPages_)) {
+            return refuse(Fault::readOnly, "bozuk: " + std::to_string(*page) +
+                                               " numaralı sayfanın iki sahibi var; dosyayı Access ile onarın");
+        }
+        return std::nullopt;
+    }
+
+private:
+    Refusal refuse(Fault fault, const std::string& why, const std::string& end = ".") const
+    {
+        return {fault, quotedPath(pager_.path()) + " dosyasındaki " + quotedName(table_.name) +
+                           " tablosuna yazılamaz: " + why + end};
+    }
+    Refusal refuseIndex(const Index& index, const std::string& fault) const
+    {
+        const std::u16string name = index.names.empty() ? std::u16string() : index.names.front();
+        return refuse(Fault::indexNotWritable,
+                      indexTitle(index) + " dizini kayıtlarla tutmuyor ya da doğru tutulamaz (" + fault +
+                          "). Dizini kaldırmak için: presva-mdb drop-index " + quotedPath(pager_.path()) + ' ' +
+                          quotedName(table_.name) + ' ' + quotedName(name),
+                      "");
+    }
+
+    /// Every row of every page decodes, and every moved body has one head. Counts what the indexes must agree with.
+    void checkRows()
+    {
+        const TableDefinition& definition = table_.definition;
+        // Not through the cursor's list: where the map is damaged that list is a guess, good for reading only.
+        const std::vector<PageNo> pages = mapPages(pager_, definition.owned);
+        owned_.assign(pager_.pageCount(), false);
+        for (const PageNo page : pages) owned_[page] = true;
+        for (const PageNo page : mapPages(pager_, definition.freeSpace)) {
+            if (!owned_[page]) throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
+        }
+        withoutEntry_.assign(definition.indexes.size(), 0);
+        std::vector<RowId> bodies;
+        for (const PageNo number : pages) {
+            const PageView page = pager_.read(number);
+            if (!isRowPage(page, definition.page) || !slotsInOrder(page)) {
+                throwDamaged(pager_, number, "tablonun sayfası değil ya da satırları sırasız");
+            }
+            const unsigned count = *slotCount(page);
+            for (unsigned slot = 0; slot < count; ++slot) {
+                const Slot entry = *slotAt(page, slot, count);
+                if (!entry.live()) continue;
+                const RowId head{number, static_cast<std::uint8_t>(slot)};
+                const Table::State::Found found = table_.follow(head, entry);
+                if (const char* what = rowDamage(table_.layout, found.bytes)) throwDamaged(pager_, number, what);
+                if (found.body != head) bodies.push_back(found.body);
+                checkRow(found.bytes);
+            }
+        }
+        for (const RowId body : bodies) {
+            if (!owned_[body.page]) throwDamaged(pager_, body.page, "taşınmış bir satır başka bir yerde duruyor");
+        }
+        refuseTwice(bodies, "iki satırın aynı yerde gövdesi var");
+        refuseTwice(longValues_, "iki uzun alan aynı yeri paylaşıyor");
+        const std::uint8_t* head = pager_.read(definition.page).data();
+        table_.countIsStale = getU32(head + definitionField::rowCount) != rows_;
+    }
+
+    void refuseTwice(std::vector<RowId>& places, std::string_view what) const
+    {
+        std::sort(places.begin(), places.end());
+        const auto twice = std::adjacent_find(places.begin(), places.end());
+        if (twice != places.end()) throwDamaged(pager_, twice->page, what);
+    }
+
+    void checkRow(std::span<const std::uint8_t> row)
+    {
+        const TableDefinition& definition = table_.definition;
+        ++rows_;
+        for (const Index& index : definition.indexes) {
+            if (!index.ignoreNulls) continue;
+            const bool allNull = std::all_of(index.columns.begin(), index.columns.end(), [&](const IndexColumn& each) {
+                return definition.columns[each.column].type != ColumnType::boolean && !table_.field(each.column, row);
+            });
+            if (allNull) ++withoutEntry_[index.number];
+        }
+        for (std::size_t i = 0; i < definition.columns.size(); ++i) {
+            if (definition.columns[i].autoNumber) {
+                if (const auto bytes = table_.field(i, row)) {
+                    table_.highestAutoNumber =
+                        std::max(table_.highestAutoNumber, static_cast<std::int32_t>(getU32(bytes->data())));
+                }
+            }
+        }
+        for (const LongValueMaps& maps : definition.longValues) {
+            const auto reference = table_.field(maps.column, row);
+            // A value inside its row has no place.
+            if (reference && reference->size() >= 8 && getU24(reference->data() + 5) != 0) {
+                longValues_.push_back({getU24(reference->data() + 5), (*reference)[4]});
+            }
+        }
+    }
+
+    /// What is wrong with an index; nothing when every entry is the one that its row should have, and none is missing.
+    std::optional<std::string> indexFault(const Index& index)
+    {
+        const IndexTree tree = table_.tree(index);
+        std::vector<std::string> faults;
+        std::vector<std::string> warnings;
+        tree.check(faults, warnings, indexPages_);
+        if (!faults.empty()) return faults.front();
+        std::optional<std::string> fault;
+        std::uint64_t entries = 0;
+        std::vector<Value> values;
+        Key expected;
+        try {
+            // The tree's own check has seen that the entries ascend, so none of them comes twice.
+            tree.walk({}, [&](std::span<const std::uint8_t> key, RowId id) {
+                const bool inTable = id.page < owned_.size() && owned_[id.page];
+                const std::optional<Table::State::Found> found = inTable ? table_.find(id) : std::nullopt;
+                if (!found) {
+                    fault = "bir girişin kaydı yok";
+                    return false;
+                }
+                table_.keyValues(index, found->bytes, values);
+                if (!indexKey(expected, index, table_.definition.columns, values, KeyUse::compare) ||
+                    !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
+                    fault = "bir giriş kaydından hesaplanandan farklı";
+                    return false;
+                }
+                ++entries;
+                return true;
+            });
+        } catch (const Error& error) {
+            if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
+            return error.what();
+        }
+        if (!fault && entries != rows_ - withoutEntry_[index.number]) fault = "bazı kayıtların girişi yok";
+        return fault;
+    }
+
+    Table::State& table_;
+    Pager& pager_;
+    std::vector<bool> owned_; ///< by page: a data page of the table
+    std::uint64_t rows_ = 0;
+    std::vector<std::uint64_t> withoutEntry_; ///< by index: rows that an ignore-nulls index leaves out
+    std::vector<RowId> longValues_;           ///< where values outside their rows begin
+    std::vector<PageNo> indexPages_;
+};
+
+} // namespace
+
+std::optional<Refusal> verifyForWriting(Table::State& table) { return Verifier(table).run(); }
+
+} // namespace jet

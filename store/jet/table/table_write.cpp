@@ -1,0 +1,409 @@
+#include "store/jet/table/table_state.h"
+
+#include "store/jet/pages/damage.h"
+#include "store/jet/rows/field_codec.h"
+#include "store/jet/rows/long_value.h"
+#include "store/jet/values/names.h"
+
+#include <algorithm>
+#include <cassert>
+#include <limits>
+
+namespace jet {
+namespace {
+
+using Fields = std::vector<std::optional<Bytes>>;
+
+/// A page with less room than this is not worth finding again.
+constexpr std::size_t worthListing = pageSize / 8;
+constexpr std::size_t pointerLength = 4;
+
+/// A value too long for its row, to be stored once all rules have been checked.
+struct Outside {
+    std::size_t column = 0;
+    Bytes data;
+};
+
+/// A row on its way to the page.
+struct Draft {
+    Fields fields;
+    std::vector<Outside> outside;
+    Bytes bytes;
+};
+
+/// One index's entry before and after a change; nothing where the row has none.
+struct EntryChange {
+    const Index* index = nullptr;
+    std::optional<Key> before;
+    std::optional<Key> after;
+};
+
+[[noreturn]] void throwMissing(const Table::State& table)
+{
+    throw Error(Fault::noSuchRow, quotedName(table.name) + " tablosunda bu kayıt artık yok.");
+}
+
+[[noreturn]] void throwRequired(const Table::State& table, const Column& column)
+{
+    throw Error(Fault::required,
+                quotedName(table.name) + " tablosunun " + quotedName(column.name) + " alanı boş bırakılamaz.");
+}
+
+/// Puts a converted value into the draft; one that does not fit the row waits outside.
+void setField(const Table::State& table, Draft& draft, std::size_t position, const Value& value)
+{
+    const Column& column = table.definition.columns[position];
+    std::optional<Bytes>& field = draft.fields[position];
+    if (isNull(value) || (column.type == ColumnType::boolean && !std::get<bool>(value))) {
+        field.reset();
+        return;
+    }
+    field = encodeValue(value, column, table.name);
+    if (!isLongValue(column.type)) return;
+    if (field->size() > longestOnePage) {
+        throwBadValue(table.name, column, "en çok " + std::to_string(longestOnePage) + " bayt saklanabilir");
+    }
+    if (field->size() > longestInline) {
+        const LongValueMaps* maps = table.definition.longValuesOf(position);
+        if (maps == nullptr || maps->freeSpace.none()) {
+            throwBadValue(table.name, column, "alanın uzun değerler için yeri yok");
+        }
+        draft.outside.push_back({position, std::move(*field)});
+        field = Bytes(longValueReference);
+        return;
+    }
+    field = longValueInRow(*field);
+}
+
+void encodeDraft(const Table::State& table, Draft& draft)
+{
+    encodeRow(table.layout, draft.fields, draft.bytes);
+    if (draft.bytes.size() <= maxRowLength) return;
+    throw Error(Fault::badValue, quotedName(table.name) +
+                                     " tablosuna yazılacak kayıt çok uzun: " + std::to_string(draft.bytes.size()) +
+                                     " bayt, en çok " + std::to_string(maxRowLength) + " bayt olabilir.");
+}
+
+/// The key of new values; a value that this index cannot take is refused by name.
+std::optional<Key> newKey(const Table::State& table, const Index& index, std::span<const Value> values)
+{
+    try {
+        return indexKey(index, table.definition.columns, values);
+    } catch (const Error& error) {
+        if (error.fault() != Fault::indexNotWritable) throw;
+        throw Error(error.fault(), quotedName(table.name) + " tablosunun " + indexTitle(index) +
+                                       " dizini bu değerle güncellenemez. " + error.what());
+    }
+}
+
+/// The rules of one index for a key that is about to be added.
+void checkRules(const Table::State& table, const Index& index, std::span<const Value> values,
+                const std::optional<Key>& key, RowId except)
+{
+    if (index.required || index.primaryKey) {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (isNull(values[i])) throwRequired(table, table.definition.columns[index.columns[i].column]);
+        }
+    }
+    const bool allNull = std::all_of(values.begin(), values.end(), [](const Value& value) { return isNull(value); });
+    // Rows without any value do not stand in each other's way.
+    if (!index.unique || allNull || !key || !table.tree(index).hasKey(*key, except)) return;
+    throw Error(Fault::duplicate, quotedName(table.name) + " tablosunda aynı değerlerle bir kayıt zaten var (" +
+                                      indexTitle(index) + " dizini yinelenen değer kabul etmez).");
+}
+
+PageNo pageWithRoom(Table::State& table, std::size_t length)
+{
+    Pager& pager = table.pager;
+    if (table.lastPage != 0 && table.lastPageAt == pager.changeCount() &&
+        roomForRow(pager.read(table.lastPage)) >= length) {
+        return table.lastPage;
+    }
+    const TableDefinition& definition = table.definition;
+    const std::vector<PageNo> candidates = mapPages(pager, definition.freeSpace);
+    PageNo chosen = 0;
+    for (auto page = candidates.rbegin(); page != candidates.rend() && chosen == 0; ++page) {
+        const PageView view = pager.read(*page);
+        if (isRowPage(view, definition.page) && roomForRow(view) >= length) {
+            chosen = *page;
+        } else {
+            mapClear(pager, definition.freeSpace, *page);
+        }
+    }
+    if (chosen == 0) {
+        chosen = allocatePage(pager);
+        initRowPage(pager.write(chosen), definition.page);
+        mapSet(pager, definition.owned, chosen);
+        mapSet(pager, definition.freeSpace, chosen);
+        table.dataPageAdded(chosen);
+    }
+    table.lastPage = chosen;
+    table.lastPageAt = pager.changeCount();
+    return chosen;
+}
+
+/// A page that has lost bytes may take rows again.
+void roomGained(Table::State& table, PageNo page)
+{
+    const PageView view = table.pager.read(page);
+    if (roomForRow(view) >= worthListing && !mapHas(table.pager, table.definition.freeSpace, page)) {
+        mapSet(table.pager, table.definition.freeSpace, page);
+    }
+}
+
+void killRow(Table::State& table, RowId place)
+{
+    killSlot(table.pager.write(place.page), place.slot);
+    roomGained(table, place.page);
+}
+
+/// Writes the values that wait outside, and the row with their places.
+void storeOutside(Table::State& table, Draft& draft)
+{
+    if (draft.outside.empty()) return;
+    for (const Outside& each : draft.outside) {
+        const LongValueMaps* maps = table.definition.longValuesOf(each.column);
+        draft.fields[each.column] = writeLongValue(table.pager, maps->owned, maps->freeSpace, each.data);
+    }
+    encodeRow(table.layout, draft.fields, draft.bytes);
+}
+
+void freeLongValue(Table::State& table, std::size_t column, std::span<const std::uint8_t> reference)
+{
+    const LongValueMaps* maps = table.definition.longValuesOf(column);
+    eraseLongValue(table.pager, maps != nullptr ? maps->owned : MapRef{}, maps != nullptr ? maps->freeSpace : MapRef{},
+                   reference);
+}
+
+void applyEntries(Table::State& table, const std::vector<EntryChange>& changes, RowId row)
+{
+    for (const EntryChange& change : changes) {
+        if (change.before == change.after) continue;
+        IndexTree tree = table.tree(*change.index);
+        if (change.before && !tree.erase(*change.before, row)) {
+            throwDamaged(table.pager, change.index->root, "bir kaydın dizin girişi yok");
+        }
+        if (change.after && tree.insert(*change.after, row)) {
+            std::uint8_t* counter =
+                table.pager.write(table.definition.page).data() + definitionField::distinctKeys(change.index->number);
+            putU32(counter, getU32(counter) + 1);
+        }
+    }
+}
+
+/// Adds to the row count, which is put right first where another program left it wrong.
+void countRows(Table::State& table, std::int32_t difference)
+{
+    if (difference == 0 && !table.countIsStale) return;
+    Pager& pager = table.pager;
+    std::uint8_t* count = pager.write(table.definition.page).data() + definitionField::rowCount;
+    if (table.countIsStale && table.countSettledAt != pager.changeCount()) {
+        // The change itself is in the pages already, so what is counted here includes it.
+        const std::uint32_t rows = table.liveRows();
+        table.countIsStale = getU32(count) + static_cast<std::uint32_t>(difference) != rows;
+        table.countSettledAt = pager.changeCount();
+        putU32(count, rows);
+        return;
+    }
+    putU32(count, getU32(count) + static_cast<std::uint32_t>(difference));
+}
+
+std::int32_t nextAutoNumber(Table::State& table, const Column& column)
+{
+    const auto stored = static_cast<std::int32_t>(
+        getU32(table.pager.read(table.definition.page).data() + definitionField::lastAutoNumber));
+    const std::int32_t last = std::max(stored, table.highestAutoNumber);
+    if (last == std::numeric_limits<std::int32_t>::max()) throwBadValue(table.name, column, "otomatik sayılar tükendi");
+    return last + 1;
+}
+
+void raiseAutoNumber(Table::State& table, std::int32_t used)
+{
+    std::uint8_t* last = table.pager.write(table.definition.page).data() + definitionField::lastAutoNumber;
+    if (used > static_cast<std::int32_t>(getU32(last))) putU32(last, static_cast<std::uint32_t>(used));
+}
+
+} // namespace
+
+std::string indexTitle(const Index& index)
+{
+    if (index.names.empty()) return '#' + std::to_string(index.number);
+    return quotedName(index.names.front());
+}
+
+const std::optional<Refusal>& Table::State::refusal()
+{
+    settle();
+    if (!verdict) verdict = verifyForWriting(*this);
+    return *verdict;
+}
+
+void Table::State::checkWritable()
+{
+    if (const std::optional<Refusal>& why = refusal()) throw Error(why->fault, why->sentence);
+}
+
+RowId Table::State::insert(std::span<const Assignment> values)
+{
+    checkWritable();
+    const std::vector<Column>& columns = definition.columns;
+    std::vector<Value> row(columns.size());
+    for (const Assignment& each : values) {
+        assert(each.column < columns.size());
+        row[each.column] = convertValue(each.value, columns[each.column], name);
+    }
+    std::optional<std::int32_t> autoNumber;
+    Draft draft;
+    draft.fields.resize(columns.size());
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (columns[i].autoNumber) {
+            if (isNull(row[i])) row[i] = nextAutoNumber(*this, columns[i]);
+            autoNumber = std::get<std::int32_t>(row[i]);
+        }
+        if (columns[i].type == ColumnType::boolean && isNull(row[i])) row[i] = false;
+        if (columns[i].required && isNull(row[i])) throwRequired(*this, columns[i]);
+        setField(*this, draft, i, row[i]);
+    }
+    encodeDraft(*this, draft);
+
+    std::vector<EntryChange> entries;
+    std::vector<Value> keyed;
+    for (const Index& index : definition.indexes) {
+        keyed.clear();
+        for (const IndexColumn& each : index.columns) keyed.push_back(row[each.column]);
+        std::optional<Key> key = newKey(*this, index, keyed);
+        checkRules(*this, index, keyed, key, RowId{});
+        entries.push_back({&index, std::nullopt, std::move(key)});
+    }
+
+    Transaction change(pager);
+    storeOutside(*this, draft);
+    const PageNo page = pageWithRoom(*this, draft.bytes.size());
+    const RowId id{page, appendRow(pager.write(page), draft.bytes, RowKind::ordinary)};
+    applyEntries(*this, entries, id);
+    countRows(*this, 1);
+    if (autoNumber) raiseAutoNumber(*this, *autoNumber);
+    change.commit();
+    return id;
+}
+
+void Table::State::update(RowId id, std::span<const Assignment> values)
+{
+    checkWritable();
+    const std::optional<Found> found = find(id);
+    if (!found) throwMissing(*this);
+    const Bytes old(found->bytes.begin(), found->bytes.end());
+    const std::vector<Column>& columns = definition.columns;
+
+    Draft draft;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const auto bytes = field(i, old);
+        draft.fields.push_back(bytes ? std::optional<Bytes>(Bytes(bytes->begin(), bytes->end())) : std::nullopt);
+    }
+    std::vector<std::optional<Value>> assigned(columns.size());
+    for (const Assignment& each : values) {
+        assert(each.column < columns.size());
+        const Column& column = columns[each.column];
+        Value value = convertValue(each.value, column, name);
+        if (isNull(value) && (column.required || column.autoNumber)) throwRequired(*this, column);
+        std::erase_if(draft.outside, [&](const Outside& waiting) { return waiting.column == each.column; });
+        setField(*this, draft, each.column, value);
+        assigned[each.column] = std::move(value);
+    }
+    encodeDraft(*this, draft);
+
+    std::vector<EntryChange> entries;
+    std::vector<Value> before;
+    std::vector<Value> after;
+    for (const Index& index : definition.indexes) {
+        const bool touched = std::any_of(index.columns.begin(), index.columns.end(),
+                                         [&](const IndexColumn& each) { return assigned[each.column].has_value(); });
+        if (!touched) continue;
+        keyValues(index, old, before);
+        after = before;
+        for (std::size_t i = 0; i < after.size(); ++i) {
+            if (const auto& value = assigned[index.columns[i].column]) after[i] = *value;
+        }
+        EntryChange change{&index, indexKey(index, columns, before, KeyUse::compare),
+                           indexKey(index, columns, after, KeyUse::compare)};
+        if (change.before == change.after) continue;
+        change.after = newKey(*this, index, after);
+        checkRules(*this, index, after, change.after, id);
+        entries.push_back(std::move(change));
+    }
+
+    Transaction change(pager);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const auto reference = field(i, old);
+        if (assigned[i] && reference && isLongValue(columns[i].type)) freeLongValue(*this, i, *reference);
+    }
+    storeOutside(*this, draft);
+    const RowId body = found->body;
+    if (fitsSlot(pager.read(body.page), body.slot, draft.bytes.size())) {
+        replaceRow(pager.write(body.page), body.slot, draft.bytes);
+        roomGained(*this, body.page);
+    } else {
+        if (slotAt(pager.read(id.page), id.slot)->length < pointerLength) {
+            // Only a row of nothing but Booleans is that short, and it never grows.
+            throwDamaged(pager, id.page, "bir satır taşınamayacak kadar kısa");
+        }
+        const PageNo page = pageWithRoom(*this, draft.bytes.size());
+        const RowId moved{page, appendRow(pager.write(page), draft.bytes, RowKind::body)};
+        pointSlot(pager.write(id.page), id.slot, moved);
+        if (body != id) killRow(*this, body);
+    }
+    applyEntries(*this, entries, id);
+    countRows(*this, 0);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (columns[i].autoNumber && assigned[i]) raiseAutoNumber(*this, std::get<std::int32_t>(*assigned[i]));
+    }
+    change.commit();
+}
+
+void Table::State::erase(RowId id)
+{
+    checkWritable();
+    const std::optional<Found> found = find(id);
+    if (!found) throwMissing(*this);
+    const Bytes old(found->bytes.begin(), found->bytes.end());
+
+    std::vector<EntryChange> entries;
+    std::vector<Value> keyed;
+    for (const Index& index : definition.indexes) {
+        keyValues(index, old, keyed);
+        entries.push_back({&index, indexKey(index, definition.columns, keyed, KeyUse::compare), std::nullopt});
+    }
+
+    Transaction change(pager);
+    applyEntries(*this, entries, id);
+    for (std::size_t i = 0; i < definition.columns.size(); ++i) {
+        const auto reference = field(i, old);
+        if (reference && isLongValue(definition.columns[i].type)) freeLongValue(*this, i, *reference);
+    }
+    if (found->body != id) killRow(*this, found->body);
+    killRow(*this, id);
+    countRows(*this, -1);
+    change.commit();
+}
+
+void Table::State::eraseAll()
+{
+    checkWritable();
+    Transaction change(pager);
+    for (const PageNo page : *dataPages()) {
+        const PageView view = pager.read(page);
+        if (!isRowPage(view, definition.page)) continue;
+        // Pages stay with the table and slot numbers are not used again: a row id that somebody still holds finds
+        // nothing, never another row.
+        killAllSlots(pager.write(page));
+        roomGained(*this, page);
+    }
+    for (const LongValueMaps& maps : definition.longValues) {
+        eraseAllLongValues(pager, maps.owned, maps.freeSpace);
+    }
+    for (const Index& index : definition.indexes) tree(index).rebuild({});
+    putU32(pager.write(definition.page).data() + definitionField::rowCount, 0);
+    change.commit();
+}
+
+} // namespace jet
