@@ -1,5 +1,6 @@
 #include "base/letters.h"
-#include "tests/base/outcome.h"
+#include "tests/base/row_name.h"
+#include "tests/outcome.h"
 #include <QTest>
 
 using namespace base;

@@ -1,6 +1,7 @@
 #include "base/numbers.h"
 #include "base/patterns.h"
-#include "tests/base/outcome.h"
+#include "tests/base/row_name.h"
+#include "tests/outcome.h"
 #include <QTest>
 
 using namespace base;
@@ -11,10 +12,10 @@ class NumberPatterns : public QObject {
     Q_OBJECT
 
 private slots:
-    void captionsAreFormatted_data();
-    void captionsAreFormatted();
-    void valuesAreFormatted_data();
-    void valuesAreFormatted();
+    void captionsThatAreNumbersTakeThePattern_data();
+    void captionsThatAreNumbersTakeThePattern();
+    void valuesTakeThePattern_data();
+    void valuesTakeThePattern();
     void englishSettingsUseEnglishMarks_data();
     void englishSettingsUseEnglishMarks();
     void productsJustBelowHalfRoundUp_data();
@@ -28,7 +29,7 @@ private slots:
     void settingsWithoutGroupMarkDoNotGroup();
 };
 
-void NumberPatterns::captionsAreFormatted_data()
+void NumberPatterns::captionsThatAreNumbersTakeThePattern_data()
 {
     struct Row {
         const char* pattern;
@@ -84,7 +85,7 @@ void NumberPatterns::captionsAreFormatted_data()
     }
 }
 
-void NumberPatterns::captionsAreFormatted()
+void NumberPatterns::captionsThatAreNumbersTakeThePattern()
 {
     QFETCH(QString, pattern);
     QFETCH(QString, text);
@@ -92,7 +93,7 @@ void NumberPatterns::captionsAreFormatted()
     QCOMPARE(formatNumber(text, pattern, Regional::turkish()), expected);
 }
 
-void NumberPatterns::valuesAreFormatted_data()
+void NumberPatterns::valuesTakeThePattern_data()
 {
     QTest::addColumn<double>("value");
     QTest::addColumn<QString>("pattern");
@@ -110,7 +111,7 @@ void NumberPatterns::valuesAreFormatted_data()
     QTest::newRow("leading zeros") << 7.0 << u"000"_s << u"007"_s;
 }
 
-void NumberPatterns::valuesAreFormatted()
+void NumberPatterns::valuesTakeThePattern()
 {
     QFETCH(double, value);
     QFETCH(QString, pattern);

@@ -1,5 +1,6 @@
 #include "base/numbers.h"
-#include "tests/base/outcome.h"
+#include "tests/base/row_name.h"
+#include "tests/outcome.h"
 #include <QTest>
 #include <cmath>
 
@@ -17,10 +18,10 @@ private slots:
     void newCurrencySymbolReplacesTheOldOne();
     void integersRoundHalfToEven_data();
     void integersRoundHalfToEven();
-    void integersOfTexts_data();
-    void integersOfTexts();
-    void singlesOfTexts_data();
-    void singlesOfTexts();
+    void textsBecomeIntegersOfTheirWidthOrAnError_data();
+    void textsBecomeIntegersOfTheirWidthOrAnError();
+    void textsBecomeSinglesByTheMarksOfTheSettings_data();
+    void textsBecomeSinglesByTheMarksOfTheSettings();
     void wideningKeepsTheBitsOfTheSingle();
     void vanishingNumbersAreZeroAndNotAnError();
     void numbersAreWrittenWithoutGroups_data();
@@ -151,7 +152,7 @@ void NumberTexts::integersRoundHalfToEven()
     QCOMPARE(outcomeOf([&] { return QString::number(toInt16(value)); }), expected);
 }
 
-void NumberTexts::integersOfTexts_data()
+void NumberTexts::textsBecomeIntegersOfTheirWidthOrAnError_data()
 {
     QTest::addColumn<int>("bits");
     QTest::addColumn<QString>("text");
@@ -166,7 +167,7 @@ void NumberTexts::integersOfTexts_data()
     QTest::newRow("beyond 32 bits") << 32 << u"2147483648"_s << u"E6"_s;
 }
 
-void NumberTexts::integersOfTexts()
+void NumberTexts::textsBecomeIntegersOfTheirWidthOrAnError()
 {
     QFETCH(int, bits);
     QFETCH(QString, text);
@@ -176,7 +177,7 @@ void NumberTexts::integersOfTexts()
              expected);
 }
 
-void NumberTexts::singlesOfTexts_data()
+void NumberTexts::textsBecomeSinglesByTheMarksOfTheSettings_data()
 {
     QTest::addColumn<QString>("settings");
     QTest::addColumn<QString>("text");
@@ -192,7 +193,7 @@ void NumberTexts::singlesOfTexts_data()
     QTest::newRow("rounds beyond the range") << u"EN"_s << u"3.4028236e38"_s << u"E6"_s;
 }
 
-void NumberTexts::singlesOfTexts()
+void NumberTexts::textsBecomeSinglesByTheMarksOfTheSettings()
 {
     QFETCH(QString, settings);
     QFETCH(QString, text);

@@ -1,6 +1,6 @@
 #include "base/code_page.h"
 #include "base/sequential.h"
-#include "tests/base/outcome.h"
+#include "tests/outcome.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -16,8 +16,8 @@ class SequentialFiles : public QObject {
 private slots:
     void linesAreWrittenTheSameUnderAllSettings_data();
     void linesAreWrittenTheSameUnderAllSettings();
-    void itemsAreRead_data();
-    void itemsAreRead();
+    void commasAndLineEndsOutsideQuotesEndItems_data();
+    void commasAndLineEndsOutsideQuotesEndItems();
     void readingPastTheEndIsAnError();
     void damagedLayoutLinesAreRefused_data();
     void damagedLayoutLinesAreRefused();
@@ -50,7 +50,7 @@ void SequentialFiles::linesAreWrittenTheSameUnderAllSettings()
     QCOMPARE(line, expected);
 }
 
-void SequentialFiles::itemsAreRead_data()
+void SequentialFiles::commasAndLineEndsOutsideQuotesEndItems_data()
 {
     QTest::addColumn<QString>("content");
     QTest::addColumn<QStringList>("items");
@@ -76,7 +76,7 @@ void SequentialFiles::itemsAreRead_data()
     QTest::newRow("only blanks") << u"   "_s << QStringList{u""_s};
 }
 
-void SequentialFiles::itemsAreRead()
+void SequentialFiles::commasAndLineEndsOutsideQuotesEndItems()
 {
     QFETCH(QString, content);
     QFETCH(QStringList, items);

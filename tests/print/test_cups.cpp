@@ -1,5 +1,6 @@
 #include "cups_fixture.h"
-#include "paper_trail.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "platform/print_queue.h"
 #include "print/queue_target.h"

@@ -1,4 +1,5 @@
-#include "paper_trail.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "platform/new_file.h"
 #include "print/folder_target.h"

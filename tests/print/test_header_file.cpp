@@ -1,4 +1,4 @@
-#include "paper_trail.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/header_file.h"
 
@@ -17,7 +17,7 @@ class HeaderFile : public QObject {
     }
 
 private slots:
-    void readsItems_data()
+    void commasAndLineEndsOutsideQuotesEndItems_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QStringList>("items");
@@ -38,19 +38,19 @@ private slots:
                                                         "b")
                                           << QStringList{"a"};
     }
-    void readsItems()
+    void commasAndLineEndsOutsideQuotesEndItems()
     {
         QFETCH(QByteArray, content);
         QTEST(itemsOf(content), "items");
     }
 
-    void isFoundInAnyLetterCase()
+    void theFileIsFoundInAnyLetterCase()
     {
         QCOMPARE(itemsOf("a", "presva.txt"), QStringList{"a"});
         QCOMPARE(itemsOf("a", "PRESVA.TXT"), QStringList{"a"});
     }
 
-    void isOptional()
+    void withoutTheFileThereAreNoItems()
     {
         QTemporaryDir folder;
         QCOMPARE(print::headerItems(folder.path()), QStringList{});

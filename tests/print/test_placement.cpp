@@ -1,4 +1,5 @@
-#include "paper_trail.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/placement.h"
 
@@ -6,12 +7,12 @@
 class Placement : public QObject {
     Q_OBJECT
 
-    PaperTrail target;
+    FakePrinter target;
 
 private slots:
-    void init() { target = PaperTrail(); }
+    void init() { target = FakePrinter(); }
 
-    void placesByWidths_data()
+    void aCentredTextHasEqualRoomOnBothSidesAndAFlushRightOneTheMargin_data()
     {
         QTest::addColumn<int>("page");
         QTest::addColumn<double>("text");
@@ -23,7 +24,7 @@ private slots:
         QTest::newRow("no room at the right") << 4000 << 3950.0 << 25.0 << -70.0;
         QTest::newRow("A4") << 11222 << 1222.0 << 5000.0 << 9880.0;
     }
-    void placesByWidths()
+    void aCentredTextHasEqualRoomOnBothSidesAndAFlushRightOneTheMargin()
     {
         QFETCH(int, page);
         QFETCH(double, text);

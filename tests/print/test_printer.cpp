@@ -1,4 +1,6 @@
-#include "paper_trail.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/face.h"
 
@@ -9,7 +11,7 @@ using print::Printer;
 class PrinterTest : public QObject {
     Q_OBJECT
 
-    PaperTrail target;
+    FakePrinter target;
     static QDateTime clock() { return QDateTime(QDate(2024, 11, 5), QTime(14, 7), Qt::UTC); }
 
     static QStringList manyLines(int count)
@@ -20,7 +22,7 @@ class PrinterTest : public QObject {
     }
 
 private slots:
-    void init() { target = PaperTrail(); }
+    void init() { target = FakePrinter(); }
 
     void anEndedLineGoesBackToTheEdgeAndDownByItsHeight()
     {
@@ -138,7 +140,7 @@ private slots:
     void withoutAPrinterTheFirstPropertyOrOutputFails()
     {
         QFETCH(std::function<void(Printer&)>, touch);
-        target.failAt = PaperTrail::Step::paper;
+        target.failAt = FakePrinter::Step::paper;
         Printer printer(target, clock);
         QCOMPARE(errorOf([&] { touch(printer); }), base::errors::printer);
         printer.killDoc();
@@ -291,13 +293,13 @@ private slots:
 
     void aJobThatIsNotTakenOverIsAnError_data()
     {
-        QTest::addColumn<PaperTrail::Step>("step");
-        QTest::newRow("create") << PaperTrail::Step::create;
-        QTest::newRow("send") << PaperTrail::Step::send;
+        QTest::addColumn<FakePrinter::Step>("step");
+        QTest::newRow("create") << FakePrinter::Step::create;
+        QTest::newRow("send") << FakePrinter::Step::send;
     }
     void aJobThatIsNotTakenOverIsAnError()
     {
-        QFETCH(PaperTrail::Step, step);
+        QFETCH(FakePrinter::Step, step);
         Printer printer(target, clock);
         printer.print("a");
         target.failAt = step;

@@ -1,9 +1,10 @@
-#include "paper_trail.h"
+#include "tests/doors/fake_queue.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/queue_target.h"
 #include <functional>
 
-using platform::PrintError;
 using platform::QueueCondition;
 using platform::QueuePaper;
 using print::Paper;
@@ -11,46 +12,6 @@ using print::Printer;
 using print::QueueTarget;
 
 namespace {
-
-/// A queue that notes every call and fails at the one a test names.
-struct Log {
-    QStringList calls;
-    QString failAt;
-    platform::QueueState state;
-    platform::JobTicket ticket;
-    QByteArray received;
-};
-
-class NotedQueue : public platform::PrintQueue {
-public:
-    explicit NotedQueue(Log& log) : log_(log) {}
-
-    platform::QueueState state() noexcept override { return log_.state; }
-    int createJob(const platform::JobTicket& ticket) override
-    {
-        log_.ticket = ticket;
-        note("create");
-        return 42;
-    }
-    void startDocument() override { note("start"); }
-    void write(std::span<const std::byte> bytes) override
-    {
-        note("write");
-        log_.received.append(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size()));
-    }
-    void finishDocument() override { note("finish"); }
-    void cancelJob(int job) noexcept override { log_.calls.append(QString("cancel %1").arg(job)); }
-    bool documentTaken(int) noexcept override { return false; }
-
-private:
-    void note(const QString& call)
-    {
-        log_.calls.append(call);
-        if (log_.failAt == call) throw PrintError(call.toStdString() + " refused");
-    }
-
-    Log& log_;
-};
 
 QueuePaper roll80()
 {
@@ -81,11 +42,11 @@ QueuePaper a4()
 class QueueTargetTest : public QObject {
     Q_OBJECT
 
-    Log log;
+    FakeSpool spool;
 
     int printLine()
     {
-        QueueTarget target(std::make_unique<NotedQueue>(log));
+        QueueTarget target(std::make_unique<FakeQueue>(spool));
         Printer printer(target);
         return errorOf([&] {
             printer.setTitle("Bilgi Fişi");
@@ -97,30 +58,31 @@ class QueueTargetTest : public QObject {
 private slots:
     void init()
     {
-        log = Log();
-        log.state.condition = QueueCondition::ready;
-        log.state.queue = "slip";
-        log.state.paper = roll80();
+        spool = FakeSpool();
+        spool.jobs = 41;
+        spool.state.condition = QueueCondition::ready;
+        spool.state.queue = "slip";
+        spool.state.paper = roll80();
     }
 
     void aJobIsCreatedSentAndFinished()
     {
         QCOMPARE(printLine(), 0);
-        QCOMPARE(log.calls, QStringList({"create", "start", "write", "finish"}));
-        QCOMPARE(log.ticket.queue, std::string("slip"));
-        QCOMPARE(QString::fromStdString(log.ticket.title), "Bilgi Fişi");
-        QVERIFY(log.received.startsWith("%PDF-") && log.received.trimmed().endsWith("%%EOF"));
+        QCOMPARE(spool.calls, QStringList({"create", "start", "write", "finish"}));
+        QCOMPARE(spool.ticket.queue, std::string("slip"));
+        QCOMPARE(QString::fromStdString(spool.ticket.title), "Bilgi Fişi");
+        QVERIFY(spool.received.startsWith("%PDF-") && spool.received.trimmed().endsWith("%%EOF"));
     }
 
     void aRollIsAskedForByItsPointsAndASheetByItsName()
     {
         QCOMPARE(printLine(), 0);
         QVERIFY2(
-            QString::fromStdString(log.ticket.media).contains(QRegularExpression("^Custom\\.226\\.05x[0-9]+\\.05$")),
-            log.ticket.media.c_str());
-        log.state.paper = a4();
+            QString::fromStdString(spool.ticket.media).contains(QRegularExpression("^Custom\\.226\\.05x[0-9]+\\.05$")),
+            spool.ticket.media.c_str());
+        spool.state.paper = a4();
         QCOMPARE(printLine(), 0);
-        QCOMPARE(log.ticket.media, std::string("iso_a4_210x297mm"));
+        QCOMPARE(spool.ticket.media, std::string("iso_a4_210x297mm"));
     }
 
     void whateverStepFailsTheJobIsCancelledByItsNumber_data()
@@ -135,21 +97,21 @@ private slots:
     void whateverStepFailsTheJobIsCancelledByItsNumber()
     {
         QFETCH(QString, step);
-        log.failAt = step;
+        spool.failAt = step;
         QCOMPARE(printLine(), base::errors::printer);
-        QTEST(log.calls, "calls");
+        QTEST(spool.calls, "calls");
     }
 
     void aLongJobIsSentInPiecesAndArrivesWhole()
     {
-        QueueTarget target(std::make_unique<NotedQueue>(log));
+        QueueTarget target(std::make_unique<FakeQueue>(spool));
         print::Document document;
         document.pdf = QByteArray(200000, 'x');
         document.paper = target.paper();
         const int job = target.createJob(document);
         target.sendAndFinish(job, document);
-        QCOMPARE(log.received, document.pdf);
-        QCOMPARE(log.calls.count("write"), 4);
+        QCOMPARE(spool.received, document.pdf);
+        QCOMPARE(spool.calls.count("write"), 4);
     }
 
     void aPrinterThatCannotPrintIsNotEvenAskedToTakeAJob_data()
@@ -168,17 +130,17 @@ private slots:
     void aPrinterThatCannotPrintIsNotEvenAskedToTakeAJob()
     {
         QFETCH(QueueCondition, condition);
-        log.state.condition = condition;
+        spool.state.condition = condition;
         QCOMPARE(printLine(), base::errors::printer);
-        QCOMPARE(log.calls, QStringList());
-        QTEST(QueueTarget(std::make_unique<NotedQueue>(log)).stateText(), "text");
+        QCOMPARE(spool.calls, QStringList());
+        QTEST(QueueTarget(std::make_unique<FakeQueue>(spool)).stateText(), "text");
     }
 
     void aReadyQueueSaysItsNameAndWhetherItPrints()
     {
-        QueueTarget target(std::make_unique<NotedQueue>(log));
+        QueueTarget target(std::make_unique<FakeQueue>(spool));
         QCOMPARE(target.stateText(), "Yazıcı: slip");
-        log.state.printing = true;
+        spool.state.printing = true;
         QCOMPARE(target.stateText(), "Yazıcı: slip (yazdırıyor)");
     }
 
@@ -228,10 +190,10 @@ private slots:
 
     void aRollOfFixedLengthsIsAskedForByTheirNames()
     {
-        log.state.paper.minLength = log.state.paper.maxLength = 0;
-        log.state.paper.sheets = {{"short", 21000}, {"long", 327600}};
+        spool.state.paper.minLength = spool.state.paper.maxLength = 0;
+        spool.state.paper.sheets = {{"short", 21000}, {"long", 327600}};
         QCOMPARE(printLine(), 0);
-        QCOMPARE(log.ticket.media, std::string("short"));
+        QCOMPARE(spool.ticket.media, std::string("short"));
     }
 
     void marginsAreNeverSmallerThanTheDevicesOwn()

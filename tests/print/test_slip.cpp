@@ -1,4 +1,6 @@
-#include "paper_trail.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/face.h"
 #include "print/header_file.h"
@@ -42,7 +44,7 @@ Slip cashSlip()
 class SlipTest : public QObject {
     Q_OBJECT
 
-    PaperTrail target;
+    FakePrinter target;
     const Regional turkish = Regional::turkish();
 
     static bool isRule(const QString& text) { return text.size() > 20 && text.count(text.front()) == text.size(); }
@@ -82,7 +84,7 @@ class SlipTest : public QObject {
     }
 
 private slots:
-    void init() { target = PaperTrail(); }
+    void init() { target = FakePrinter(); }
 
     void shareInOilPrintsThePercentageTheEntitlementAndWhatIsHandedOver()
     {
@@ -362,7 +364,7 @@ private slots:
         }
     }
 
-    void countsContainers_data()
+    void containersAreCountedFromTheOilThatIsFilled_data()
     {
         QTest::addColumn<bool>("share");
         QTest::addColumn<QString>("oil");
@@ -424,7 +426,7 @@ private slots:
                                     << "0 LT"
                                     << "0 AD";
     }
-    void countsContainers()
+    void containersAreCountedFromTheOilThatIsFilled()
     {
         QFETCH(bool, share);
         QFETCH(QString, oil);
@@ -467,7 +469,7 @@ private slots:
 
     void noPrinterIsAnErrorAndCancellingItIsNot()
     {
-        target.failAt = PaperTrail::Step::paper;
+        target.failAt = FakePrinter::Step::paper;
         QCOMPARE(printSlip(shareSlip()), base::errors::printer);
         QVERIFY(target.printed.empty());
     }
@@ -576,13 +578,13 @@ private slots:
 
     void aQueueThatFailsAtTheEndIsAnErrorToo_data()
     {
-        QTest::addColumn<PaperTrail::Step>("step");
-        QTest::newRow("create") << PaperTrail::Step::create;
-        QTest::newRow("send") << PaperTrail::Step::send;
+        QTest::addColumn<FakePrinter::Step>("step");
+        QTest::newRow("create") << FakePrinter::Step::create;
+        QTest::newRow("send") << FakePrinter::Step::send;
     }
     void aQueueThatFailsAtTheEndIsAnErrorToo()
     {
-        QFETCH(PaperTrail::Step, step);
+        QFETCH(FakePrinter::Step, step);
         target.failAt = step;
         QCOMPARE(printSlip(shareSlip()), base::errors::printer);
         QVERIFY(target.printed.empty());

@@ -1,4 +1,6 @@
-#include "paper_trail.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/outcome.h"
+#include "tests/print/printed_documents.h"
 
 #include "print/face.h"
 #include "print/statement.h"
@@ -22,7 +24,7 @@ constexpr double pad = 30;  ///< between a cell's text and its column's edge
 class StatementTest : public QObject {
     Q_OBJECT
 
-    PaperTrail target;
+    FakePrinter target;
     const Regional turkish = Regional::turkish();
     std::vector<Record> records;
     int at = -1;
@@ -91,7 +93,7 @@ class StatementTest : public QObject {
 private slots:
     void init()
     {
-        target = PaperTrail();
+        target = FakePrinter();
         target.sheet = print::Paper::a4();
         records.clear();
     }
@@ -330,7 +332,7 @@ private slots:
     void withoutAPrinterNothingIsAskedOfTheListing()
     {
         records = {record()};
-        target.failAt = PaperTrail::Step::paper;
+        target.failAt = FakePrinter::Step::paper;
         QCOMPARE(printStatement(journal()), base::errors::printer);
         QCOMPARE(at, -1);
     }

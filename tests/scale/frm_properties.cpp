@@ -1,4 +1,6 @@
 #include "scale/frm_properties.h"
+#include "tests/doors/fake_comm_control.h"
+#include "tests/outcome.h"
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -8,72 +10,6 @@
 
 using namespace scale;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// A control that writes down what is done to it and fails where a test wants it to.
-class RecordingControl : public CommControl {
-public:
-    int commPort() const override { return port; }
-    void setCommPort(int number) override
-    {
-        step(u"port=%1"_s.arg(number));
-        port = number;
-    }
-    QString settings() const override { return line; }
-    void setSettings(const QString& text) override
-    {
-        step(u"settings=%1"_s.arg(text));
-        const auto parsed = parseLineSettings(text);
-        if (!parsed) throw commError(base::errors::invalidProperty);
-        line = parsed->text();
-    }
-    int handshaking() const override { return flow; }
-    void setHandshaking(int mode) override
-    {
-        step(u"flow=%1"_s.arg(mode));
-        flow = mode;
-    }
-    bool portOpen() const override { return open; }
-    void setPortOpen(bool wanted) override
-    {
-        step(wanted ? u"open"_s : u"close"_s);
-        if (wanted && open) throw commError(errors::alreadyOpen);
-        open = wanted;
-    }
-    QString input() override { return {}; }
-    int inBufferCount() const override { return 0; }
-    int outBufferCount() const override { return 0; }
-    void setInBufferCount(int) override {}
-    void setOutBufferCount(int) override {}
-    int commEvent() const override { return 0; }
-
-    int port = 2;
-    QString line = u"9600,n,8,1"_s;
-    int flow = 0;
-    bool open = false;
-    QStringList steps;
-    QHash<QString, int> failures; ///< step and the error it raises
-
-private:
-    void step(const QString& text)
-    {
-        steps += text;
-        if (failures.contains(text)) throw commError(failures.value(text));
-    }
-};
-
-template <class Action> QString outcomeOf(Action&& action)
-{
-    try {
-        action();
-        return u"done"_s;
-    } catch (const base::RuntimeError& error) {
-        return u"E%1"_s.arg(error.number());
-    }
-}
-
-} // namespace
 
 /// The port settings dialog over a recording control.
 class FrmPropertiesTest : public QObject {
@@ -142,7 +78,7 @@ private:
     void ok() const { dialog_->findChild<QPushButton*>(u"cmdOK"_s)->click(); }
     bool closed() const { return !dialog_->isVisible(); }
 
-    RecordingControl control_;
+    FakeCommControl control_;
     std::unique_ptr<frmProperties> dialog_;
     QStringList saved_;
     QStringList warnings_;
@@ -152,7 +88,7 @@ private:
 void FrmPropertiesTest::init()
 {
     dialog_.reset();
-    control_ = RecordingControl();
+    control_ = FakeCommControl();
     saved_.clear();
     warnings_.clear();
     failingKey_.clear();
@@ -504,7 +440,7 @@ void FrmPropertiesTest::menuItemPassesFailuresOver()
     QCOMPARE(control_.steps, (QStringList{u"close"_s, u"shown"_s}));
     QCOMPARE(caption, u"Port Ayar Com=2"_s);
 
-    control_ = RecordingControl();
+    control_ = FakeCommControl();
     control_.line = u"12345,n,8,1"_s;
     caption = runPortSettings(control_, [this] { load(); });
     QCOMPARE(caption, u"Port Ayarları"_s);

@@ -1,4 +1,6 @@
 #include "scale/terazi_comm.h"
+#include "tests/doors/fake_port.h"
+#include "tests/outcome.h"
 #include <QSignalSpy>
 #include <QTest>
 #include <algorithm>
@@ -8,59 +10,6 @@ using namespace scale;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A line without hardware: bytes arrive when a test says so, and it breaks or refuses on command.
-class PlayedDevice : public SerialDevice {
-public:
-    void open(const QString& path, const LineSettings& settings, FlowControl flow) override
-    {
-        if (refusal != 0) throw commError(refusal);
-        opened += path;
-        used = settings;
-        usedFlow = flow;
-        open_ = true;
-        if (breaksAtOnce) failed();
-    }
-    void apply(const LineSettings& settings, FlowControl flow) override
-    {
-        if (refusal != 0) throw commError(refusal);
-        used = settings;
-        usedFlow = flow;
-    }
-    void close() override { open_ = false; }
-    bool isOpen() const override { return open_; }
-    QByteArray readAll() override { return std::exchange(waiting, {}); }
-    int bytesToWrite() const override { return toWrite; }
-    void discardOutput() override { toWrite = 0; }
-
-    void deliver(const QByteArray& bytes)
-    {
-        waiting += bytes;
-        arrived();
-    }
-
-    QStringList opened;
-    LineSettings used;
-    FlowControl usedFlow = FlowControl::none;
-    int refusal = 0;
-    bool breaksAtOnce = false;
-    int toWrite = 0;
-    QByteArray waiting;
-
-private:
-    bool open_ = false;
-};
-
-/// What an action gave, as one text: its result, or "E" and the number of the error it raised.
-template <class Action> QString outcomeOf(Action&& action)
-{
-    try {
-        action();
-        return u"done"_s;
-    } catch (const base::RuntimeError& error) {
-        return u"E%1"_s.arg(error.number());
-    }
-}
 
 /// Milliseconds of the quickest of several runs: a busy machine makes some of them longer, never shorter.
 template <class Action> qint64 fastestOf(int runs, Action&& action)
@@ -89,12 +38,12 @@ class TeraziCommTest : public QObject {
 
 private slots:
     void init();
-    void designTimeState();
+    void freshControlIsClosedOnCom1At9600();
     void settingsAreCheckedWhenAssigned();
     void portNumbersAreCheckedWhenAssigned_data();
     void portNumbersAreCheckedWhenAssigned();
-    void flowControlModes_data();
-    void flowControlModes();
+    void modesFromNoneToBothAreTakenAndUsedAtOpening_data();
+    void modesFromNoneToBothAreTakenAndUsedAtOpening();
     void openPortRefusesWhatItMust();
     void settingsOfAnOpenPortTakeEffectAtOnce();
     void refusedSettingsLeaveTheOldOnes();
@@ -127,18 +76,18 @@ private:
         return active;
     }
 
-    PlayedDevice* device_ = nullptr;
+    FakePort* device_ = nullptr;
     std::unique_ptr<TeraziComm> control_;
 };
 
 void TeraziCommTest::init()
 {
-    auto device = std::make_unique<PlayedDevice>();
+    auto device = std::make_unique<FakePort>();
     device_ = device.get();
     control_ = std::make_unique<TeraziComm>(numbered, std::move(device));
 }
 
-void TeraziCommTest::designTimeState()
+void TeraziCommTest::freshControlIsClosedOnCom1At9600()
 {
     QCOMPARE(control_->commPort(), 1);
     QCOMPARE(control_->settings(), u"9600,n,8,1"_s);
@@ -177,7 +126,7 @@ void TeraziCommTest::portNumbersAreCheckedWhenAssigned()
     QCOMPARE(control_->commPort(), expected == "done"_L1 ? number : 3);
 }
 
-void TeraziCommTest::flowControlModes_data()
+void TeraziCommTest::modesFromNoneToBothAreTakenAndUsedAtOpening_data()
 {
     QTest::addColumn<int>("mode");
     QTest::addColumn<QString>("expected");
@@ -187,7 +136,7 @@ void TeraziCommTest::flowControlModes_data()
     QTest::newRow("9") << 9 << u"E380"_s;
 }
 
-void TeraziCommTest::flowControlModes()
+void TeraziCommTest::modesFromNoneToBothAreTakenAndUsedAtOpening()
 {
     QFETCH(int, mode);
     QFETCH(QString, expected);

@@ -1,45 +1,12 @@
 #include "scale/weight_line.h"
 #include "base/numbers.h"
+#include "tests/doors/fake_comm_control.h"
 #include <QTest>
 
 using namespace scale;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A control in which a burst waits; it writes down what is done to it.
-class WaitingControl : public CommControl {
-public:
-    int commPort() const override { return 1; }
-    void setCommPort(int) override {}
-    QString settings() const override { return {}; }
-    void setSettings(const QString&) override {}
-    int handshaking() const override { return 0; }
-    void setHandshaking(int) override {}
-    bool portOpen() const override { return open; }
-    void setPortOpen(bool wanted) override
-    {
-        steps += wanted ? "open "_L1 : "close "_L1;
-        if (wanted && openingFails) throw commError(errors::invalidPortNumber);
-        open = wanted;
-    }
-    QString input() override { return std::exchange(burst, {}); }
-    int inBufferCount() const override { return static_cast<int>(burst.size()); }
-    int outBufferCount() const override { return 0; }
-    void setInBufferCount(int count) override
-    {
-        steps += u"in=%1 "_s.arg(count);
-        burst.clear();
-    }
-    void setOutBufferCount(int count) override { steps += u"out=%1 "_s.arg(count); }
-    int commEvent() const override { return event; }
-
-    QString burst;
-    int event = events::received;
-    bool open = true;
-    bool openingFails = false;
-    QString steps;
-};
 
 /// A station whose weight label runs its rule at each change, as the screen does: an empty weight becomes 0 and a text
 /// that is not a number is an error.
@@ -65,6 +32,9 @@ public:
     bool enabled = true;
     int changes = 0;
 };
+
+/// What emptying both buffers does to a control.
+const QStringList emptied = {u"in=0"_s, u"out=0"_s};
 
 } // namespace
 
@@ -152,18 +122,18 @@ void WeightLine::weightReachesTheStation()
     QFETCH(QString, after);
     PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
     station.caption = before;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = burst;
     onScaleEvent(control, station, station.regional, [] {});
     QCOMPARE(station.caption, after);
-    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+    QCOMPARE(control.steps, emptied);
 }
 
 void WeightLine::sameWeightAgainFiresNoChange()
 {
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.234"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = u"  1234kg\r"_s;
     onScaleEvent(control, station, station.regional, [] {});
     QCOMPARE(station.caption, u"1.234"_s);
@@ -174,7 +144,7 @@ void WeightLine::repeatedRawFieldIsNotFormattedAgain()
 {
     PaperStation station(base::Regional::turkish());
     station.caption = u"1234KG\r"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = u"1234KG\r"_s;
     onScaleEvent(control, station, station.regional, [] {}); // would throw if the caption were set anew
     QCOMPARE(station.changes, 0);
@@ -197,11 +167,11 @@ void WeightLine::unreadableLineIsShownAndEmptiesTheBuffers()
     QFETCH(QString, shown);
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = burst;
     QVERIFY_THROWS_EXCEPTION(base::RuntimeError, onScaleEvent(control, station, station.regional, [] {}));
     QCOMPARE(station.caption, shown);
-    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+    QCOMPARE(control.steps, emptied);
 
     control.burst = u"  1234kg\r"_s; // the next good line repairs the caption
     onScaleEvent(control, station, station.regional, [] {});
@@ -213,11 +183,11 @@ void WeightLine::disabledStationKeepsItsWeight()
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
     station.enabled = false;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = u"  1234kg\r"_s;
     onScaleEvent(control, station, station.regional, [] {});
     QCOMPARE(station.caption, u"1.000"_s);
-    QCOMPARE(control.steps, u"in=0 out=0 "_s);
+    QCOMPARE(control.steps, emptied);
 }
 
 void WeightLine::withoutAnyNameNothingIsTouched()
@@ -225,12 +195,12 @@ void WeightLine::withoutAnyNameNothingIsTouched()
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
     station.name.clear();
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = u"  1234kg\r"_s;
     for (const int event : {events::received, events::readError, 1009}) {
         control.event = event;
         onScaleEvent(control, station, station.regional, [] { QFAIL("no events are to be processed"); });
-        QCOMPARE(control.steps, QString());
+        QCOMPARE(control.steps, QStringList());
         QCOMPARE(control.burst, u"  1234kg\r"_s);
         QCOMPARE(station.caption, u"1.000"_s);
     }
@@ -240,7 +210,7 @@ void WeightLine::designCaptionStillTakesWeights()
 {
     PaperStation station(base::Regional::turkish());
     station.name = u"Müşteri Seçin"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.burst = u"   500kg\r"_s;
     onScaleEvent(control, station, station.regional, [] {});
     QCOMPARE(station.caption, u"500"_s);
@@ -251,12 +221,12 @@ void WeightLine::otherEventsOnlyEmptyTheBuffers()
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
     for (const int event : {0, 1, 3, 7, 1001, 1004, 1009, 1011}) {
-        WaitingControl control;
+        FakeCommControl control;
         control.event = event;
         control.burst = u"  1234kg\r"_s;
         onScaleEvent(control, station, station.regional, [] {});
         QCOMPARE(station.caption, u"1.000"_s);
-        QCOMPARE(control.steps, u"in=0 out=0 "_s);
+        QCOMPARE(control.steps, emptied);
     }
 }
 
@@ -264,11 +234,12 @@ void WeightLine::readErrorReopensThePort()
 {
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.event = events::readError;
+    control.open = true;
     control.burst = u"  1234kg\r"_s;
-    onScaleEvent(control, station, station.regional, [&] { control.steps += u"events "_s; });
-    QCOMPARE(control.steps, u"close events open in=0 out=0 "_s);
+    onScaleEvent(control, station, station.regional, [&] { control.steps += u"events"_s; });
+    QCOMPARE(control.steps, (QStringList{u"close"_s, u"events"_s, u"open"_s} + emptied));
     QCOMPARE(station.caption, u"1.000"_s);
 }
 
@@ -276,12 +247,13 @@ void WeightLine::failedReopeningIsSilent()
 {
     PaperStation station(base::Regional::turkish());
     station.caption = u"1.000"_s;
-    WaitingControl control;
+    FakeCommControl control;
     control.event = events::readError;
-    control.openingFails = true;
+    control.open = true;
+    control.failures[u"open"_s] = errors::invalidPortNumber;
     onScaleEvent(control, station, station.regional, [] {});
     QVERIFY(!control.open);
-    QCOMPARE(control.steps, u"close open in=0 out=0 "_s);
+    QCOMPARE(control.steps, (QStringList{u"close"_s, u"open"_s} + emptied));
 }
 
 QTEST_APPLESS_MAIN(WeightLine)

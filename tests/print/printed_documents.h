@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/error.h"
-#include "print/print_target.h"
 #include "print/printer.h"
 #include <QDateTime>
 #include <QFile>
@@ -11,9 +9,6 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <optional>
-#include <set>
-#include <vector>
 
 /// Text is measured and drawn without a screen.
 #define PRINT_TEST_MAIN(TestClass)                                                                                     \
@@ -24,59 +19,6 @@
         TestClass test;                                                                                                \
         return QTest::qExec(&test, argc, argv);                                                                        \
     }
-
-/// A target that keeps what it prints and fails where a test wants it to.
-class PaperTrail : public print::PrintTarget {
-public:
-    enum class Step { paper, create, send };
-
-    print::Paper sheet = print::Paper::slipRoll80();
-    std::optional<Step> failAt;
-    std::vector<print::Document> printed;
-    std::set<int> waiting; ///< created and neither sent nor cancelled
-    int asked = 0;         ///< for the paper
-
-    print::Paper paper() override
-    {
-        ++asked;
-        failIf(Step::paper);
-        return sheet;
-    }
-    int createJob(const print::Document&) override
-    {
-        failIf(Step::create);
-        waiting.insert(++last_);
-        return last_;
-    }
-    void sendAndFinish(int job, const print::Document& document) override
-    {
-        waiting.erase(job);
-        failIf(Step::send);
-        printed.push_back(document);
-    }
-    void cancel(int job) noexcept override { waiting.erase(job); }
-    bool taken(int job) noexcept override { return job > 0 && !waiting.contains(job); }
-    QString stateText() noexcept override { return {}; }
-
-private:
-    void failIf(Step step) const
-    {
-        if (failAt == step) throw base::runtimeError(base::errors::printer);
-    }
-
-    int last_ = 0;
-};
-
-/// The number of the run-time error that an action ends with; 0 if it ends well.
-template <class Action> int errorOf(Action&& action)
-{
-    try {
-        action();
-        return 0;
-    } catch (const base::RuntimeError& error) {
-        return error.number();
-    }
-}
 
 inline bool hasPdfTools() { return !QStandardPaths::findExecutable("pdftotext").isEmpty(); }
 

@@ -1,17 +1,6 @@
 #pragma once
 
-#include "base/error.h"
 #include <QString>
-
-/// What an action gave, as one text: its result, or "E" and the number of the error it raised.
-template <class Action> QString outcomeOf(Action&& action)
-{
-    try {
-        return action();
-    } catch (const base::RuntimeError& error) {
-        return QStringLiteral("E%1").arg(error.number());
-    }
-}
 
 /// A text as the name of a row: control characters spelled out.
 inline QByteArray rowName(QString text)

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/error.h"
+#include "print/print_target.h"
+
+#include <QList>
+#include <functional>
+#include <optional>
+#include <set>
+#include <vector>
+
+/// A printer that takes jobs over and keeps them, and fails where a test wants it to.
+class FakePrinter : public print::PrintTarget {
+public:
+    enum class Step { paper, create, send };
+
+    print::Paper paper() override
+    {
+        ++asked;
+        reach(Step::paper);
+        return sheet;
+    }
+    int createJob(const print::Document&) override
+    {
+        reach(Step::create);
+        waiting.insert(++last_);
+        return last_;
+    }
+    void sendAndFinish(int job, const print::Document& document) override
+    {
+        waiting.erase(job);
+        reach(Step::send);
+        if (!document.pdf.startsWith("%PDF")) throw base::runtimeError(base::errors::printer);
+        sent << job;
+        if (keepsDocuments) printed.push_back(document);
+    }
+    void cancel(int job) noexcept override
+    {
+        waiting.erase(job);
+        cancelled << job;
+    }
+    bool taken(int job) noexcept override { return sent.contains(job); }
+    QString stateText() noexcept override { return {}; }
+
+    print::Paper sheet = print::Paper::slipRoll80();
+    std::optional<Step> failAt;       ///< every job fails there
+    std::function<void(Step)> before; ///< runs before each step; what it throws is that step's failure
+    bool keepsDocuments = true;
+
+    std::vector<print::Document> printed; ///< what was taken over
+    QList<int> sent;                      ///< the numbers of what was taken over
+    QList<int> cancelled;
+    std::set<int> waiting; ///< created and neither sent nor cancelled
+    int asked = 0;         ///< for its paper
+
+private:
+    void reach(Step step) const
+    {
+        if (before) before(step);
+        if (failAt == step) throw base::runtimeError(base::errors::printer);
+    }
+
+    int last_ = 0;
+};
