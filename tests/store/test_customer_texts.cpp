@@ -12,14 +12,14 @@ class TestCustomerTexts : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void spellsTheStatements();
+    void statementsAreSpelledAsEver();
     void aNameWithAnApostropheFailsAndChangesNothing_data();
     void aNameWithAnApostropheFailsAndChangesNothing();
     void aNameReachesNoOtherCustomer_data();
     void aNameReachesNoOtherCustomer();
 };
 
-void TestCustomerTexts::spellsTheStatements()
+void TestCustomerTexts::statementsAreSpelledAsEver()
 {
     QCOMPARE(store::customerSearch("Al"), "Select * From Cari where Unvan Like 'Al*' Order By Unvan Asc");
     QCOMPARE(store::customerCriteria("Ali Veli"), "Unvan='Ali Veli'");

@@ -38,11 +38,11 @@ class TestFields : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void valuesAsCaptions_data();
-    void valuesAsCaptions();
+    void captionsShowValuesByTheMarksOfTheSettings_data();
+    void captionsShowValuesByTheMarksOfTheSettings();
     void nullIsNoCaptionButAnEmptyCell();
-    void captionsIntoFields_data();
-    void captionsIntoFields();
+    void captionsBecomeValuesOfTheFieldsKind_data();
+    void captionsBecomeValuesOfTheFieldsKind();
     void aFieldThatRefusesKeepsItsValue();
     void momentsAreWholeSeconds();
     void oldMomentsKeepTheirDay();
@@ -52,7 +52,7 @@ private Q_SLOTS:
     void faultsHaveTheNumbersOfTheScreen();
 };
 
-void TestFields::valuesAsCaptions_data()
+void TestFields::captionsShowValuesByTheMarksOfTheSettings_data()
 {
     QTest::addColumn<FieldValue>("value");
     QTest::addColumn<QString>("inTurkish");
@@ -89,7 +89,7 @@ void TestFields::valuesAsCaptions_data()
                         << "False";
 }
 
-void TestFields::valuesAsCaptions()
+void TestFields::captionsShowValuesByTheMarksOfTheSettings()
 {
     QFETCH(FieldValue, value);
     QFETCH(QString, inTurkish);
@@ -105,7 +105,7 @@ void TestFields::nullIsNoCaptionButAnEmptyCell()
     QCOMPARE(FieldValue().toCell(turkish), "");
 }
 
-void TestFields::captionsIntoFields_data()
+void TestFields::captionsBecomeValuesOfTheFieldsKind_data()
 {
     QTest::addColumn<int>("field");
     QTest::addColumn<QString>("caption");
@@ -150,7 +150,7 @@ void TestFields::captionsIntoFields_data()
     // clang-format on
 }
 
-void TestFields::captionsIntoFields()
+void TestFields::captionsBecomeValuesOfTheFieldsKind()
 {
     QFETCH(int, field);
     QFETCH(QString, caption);

@@ -57,7 +57,7 @@ private Q_SLOTS:
     void withoutAMatchTheRowStays();
     void findingInAnEmptySetIsNoError();
     void aDeletedRowStaysCurrentUntilAMove();
-    void deletingTheOnlyRow();
+    void theOnlyRowDeletedIsCurrentUntilAMoveAndNoneAfterIt();
     void deletingNeedsACurrentRow();
     void rowsDeletedElsewhereStayAsHoles();
     void rowsOfAnEmptiedTableStayHolesWhenItFillsAgain();
@@ -293,7 +293,7 @@ void TestRecordSet::aDeletedRowStaysCurrentUntilAMove()
     QCOMPARE(texts(again.recordSet(), 0), QStringList{"Ali"});
 }
 
-void TestRecordSet::deletingTheOnlyRow()
+void TestRecordSet::theOnlyRowDeletedIsCurrentUntilAMoveAndNoneAfterIt()
 {
     Register cari({"Ali"});
     cari.set().erase();
