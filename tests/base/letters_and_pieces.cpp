@@ -1,6 +1,6 @@
 #include "base/letters.h"
 #include "tests/base/row_name.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 
 using namespace base;

@@ -1,7 +1,7 @@
 #include "base/numbers.h"
 #include "base/patterns.h"
 #include "tests/base/row_name.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 
 using namespace base;

@@ -1,6 +1,6 @@
 #include "base/numbers.h"
 #include "tests/base/row_name.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 #include <cmath>
 

@@ -1,6 +1,6 @@
 #include "base/code_page.h"
 #include "base/sequential.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
 #include "cups_fixture.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
 
 #include "platform/print_queue.h"

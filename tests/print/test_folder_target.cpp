@@ -1,4 +1,4 @@
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
 
 #include "platform/new_file.h"

@@ -1,5 +1,5 @@
 #include "tests/doors/fake_printer.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
 
 #include "print/face.h"

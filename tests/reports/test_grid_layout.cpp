@@ -1,7 +1,7 @@
 #include "reports/grid_layout.h"
 
 #include "base/error.h"
-#include "tests/base/outcome.h"
+#include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>

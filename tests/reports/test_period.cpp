@@ -1,6 +1,6 @@
 #include "reports/period.h"
 
-#include "tests/base/outcome.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 
 using namespace reports;

@@ -1,6 +1,6 @@
 #include "reports/period_report.h"
 
-#include "tests/base/outcome.h"
+#include "tests/support/outcome.h"
 #include "tests/reports/paper_journal.h"
 #include <QTest>
 

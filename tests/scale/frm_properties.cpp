@@ -1,6 +1,6 @@
 #include "scale/frm_properties.h"
 #include "tests/doors/fake_comm_control.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>

@@ -1,6 +1,6 @@
 #include "scale/terazi_comm.h"
 #include "tests/doors/fake_port.h"
-#include "tests/outcome.h"
+#include "tests/support/outcome.h"
 #include <QSignalSpy>
 #include <QTest>
 #include <algorithm>

@@ -51,17 +51,6 @@ public:
     }
 };
 
-/// The number of the error that a call ends with, 0 without one.
-template <class Call> int errorOf(Call&& call)
-{
-    try {
-        call();
-    } catch (const base::RuntimeError& error) {
-        return error.number();
-    }
-    return 0;
-}
-
 /// Adds a row to a table through a source of its own, so that open sets do not see it; returns nothing of it.
 inline void addRow(MillFile& file, const QString& table, const std::vector<store::FieldValue>& values)
 {

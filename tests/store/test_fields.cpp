@@ -1,4 +1,5 @@
 #include "tests/store/mill_file.h"
+#include "tests/support/outcome.h"
 
 #include <QTest>
 
