@@ -6,6 +6,8 @@
 #include <QTouchEvent>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -77,9 +79,7 @@ void CaptionLabel::setSpokenName(const QString& name)
 void CaptionLabel::refreshSpokenName()
 {
     const QString text = caption_.trimmed();
-    setAccessibleName(spokenName_.isEmpty() ? text
-                      : text.isEmpty()      ? spokenName_
-                                            : spokenName_ + QStringLiteral(": ") + text);
+    setAccessibleName(spokenName_.isEmpty() ? text : text.isEmpty() ? spokenName_ : spokenName_ + u": "_s + text);
 }
 
 void CaptionLabel::setAutoSize(bool on, int widest)

@@ -3,6 +3,8 @@
 #include "base/error.h"
 #include <QEvent>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 void beginAction(QWidget* where, const std::function<void()>& action)
@@ -50,8 +52,7 @@ bool isInput(const QEvent* event)
 
 void throwNoControl(int index)
 {
-    throw base::RuntimeError(base::errors::noControl,
-                             QStringLiteral("Control array element '%1' doesn't exist").arg(index));
+    throw base::RuntimeError(base::errors::noControl, u"Control array element '%1' doesn't exist"_s.arg(index));
 }
 
 } // namespace app

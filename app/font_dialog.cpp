@@ -6,6 +6,8 @@
 #include <QFontDatabase>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -17,14 +19,14 @@ constexpr double largest = 72;
 
 FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner), choice_(preset)
 {
-    setObjectName(QStringLiteral("CommonDialog1"));
-    setWindowTitle(QStringLiteral("Yazı Tipi"));
+    setObjectName(u"CommonDialog1"_s);
+    setWindowTitle(u"Yazı Tipi"_s);
     names_ = QFontDatabase::families();
     if (!names_.contains(choice_.name)) names_.prepend(choice_.name);
 
     faces = new SearchList(this);
-    faces->setObjectName(QStringLiteral("faces"));
-    faces->setAccessibleName(QStringLiteral("Yazı tipleri"));
+    faces->setObjectName(u"faces"_s);
+    faces->setAccessibleName(u"Yazı tipleri"_s);
     faces->setRows([this] { return static_cast<int>(names_.size()); }, [this](int row) { return names_[row]; });
     faces->choose(static_cast<int>(names_.indexOf(choice_.name)));
     faces->onClick([this] {
@@ -38,13 +40,13 @@ FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner
         made->onClick(click);
         return made;
     };
-    smaller = button(QStringLiteral("−"), "smaller", [this] { changeSize(choice_.size - 0.5); });
-    smaller->setSpokenName(QStringLiteral("Küçült"));
-    larger = button(QStringLiteral("+"), "larger", [this] { changeSize(choice_.size + 0.5); });
-    larger->setSpokenName(QStringLiteral("Büyüt"));
-    ok = button(QStringLiteral("Tamam"), "ok", [this] { accept(); });
+    smaller = button(u"−"_s, "smaller", [this] { changeSize(choice_.size - 0.5); });
+    smaller->setSpokenName(u"Küçült"_s);
+    larger = button(u"+"_s, "larger", [this] { changeSize(choice_.size + 0.5); });
+    larger->setSpokenName(u"Büyüt"_s);
+    ok = button(u"Tamam"_s, "ok", [this] { accept(); });
     ok->setMain(true);
-    cancel = button(QStringLiteral("İptal"), "cancel", [this] { reject(); });
+    cancel = button(u"İptal"_s, "cancel", [this] { reject(); });
 
     const auto check = [this](const QString& caption, const char* name, bool& flag) {
         auto* made = new CheckButton(this, caption);
@@ -56,8 +58,8 @@ FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner
         });
         return made;
     };
-    bold = check(QStringLiteral("Kalın"), "bold", choice_.bold);
-    italic = check(QStringLiteral("Eğik"), "italic", choice_.italic);
+    bold = check(u"Kalın"_s, "bold", choice_.bold);
+    italic = check(u"Eğik"_s, "italic", choice_.italic);
 
     const QSize room = owner ? owner->size() : QSize(1024, 768);
     ok->setFocus();
@@ -111,7 +113,7 @@ void FontDialog::paintEvent(QPaintEvent*)
     painter.setPen(painting::ink);
     painter.setFont(painting::sized(font(), sizeArea_.height() * 2 / 5, true));
     const QString points = base::numberToText(choice_.size, base::Regional::system());
-    painter.drawText(sizeArea_, Qt::AlignCenter, points + QStringLiteral(" punto"));
+    painter.drawText(sizeArea_, Qt::AlignCenter, points + u" punto"_s);
 
     painting::box(painter, sampleArea_, Qt::white, painting::line);
     QFont sample(choice_.name);
@@ -121,7 +123,7 @@ void FontDialog::paintEvent(QPaintEvent*)
     painter.setFont(sample);
     painter.setPen(painting::ink);
     painter.drawText(sampleArea_.adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap,
-                     QStringLiteral("Sıkılan Zeytin Yağı\n1.234,50 KG\nĞÜŞİÖÇ ğüşıöç"));
+                     u"Sıkılan Zeytin Yağı\n1.234,50 KG\nĞÜŞİÖÇ ğüşıöç"_s);
 }
 
 } // namespace app

@@ -8,6 +8,8 @@
 #include "pressing/station_screen.h"
 #include <exception>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -20,11 +22,11 @@ template <class T> T* named(T* control, const char* name)
 
 template <class T> T* named(T* control, const char* name, int index)
 {
-    control->setObjectName(QStringLiteral("%1(%2)").arg(QString::fromUtf8(name)).arg(index));
+    control->setObjectName(u"%1(%2)"_s.arg(QString::fromUtf8(name)).arg(index));
     return control;
 }
 
-const QStringList stationCaptions = {QStringLiteral(" Birinci Kontrol "), QStringLiteral(" İkinci Kontrol ")};
+const QStringList stationCaptions = {u" Birinci Kontrol "_s, u" İkinci Kontrol "_s};
 
 constexpr Colour containerPanel = 0x00C6F4FF; // a pale yellow: not a working colour, not an idle one
 
@@ -35,7 +37,7 @@ Form1::Form1(const Surroundings& surroundings)
       DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
       keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this))
 {
-    setObjectName(QStringLiteral("Form1"));
+    setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
     setMinimumSize(960, 640);
     setMouseTracking(true);
@@ -44,7 +46,7 @@ Form1::Form1(const Surroundings& surroundings)
     // frames without being inside them, so that they answer while the frame is disabled.
     createMenus();
     for (int Index = 0; Index < pressing::stationCount; ++Index) createStation(Index);
-    Kaydet = named(new CommandButton(this, QStringLiteral("Kaydet")), "Kaydet");
+    Kaydet = named(new CommandButton(this, u"Kaydet"_s), "Kaydet");
     Kaydet->setFocusPolicy(Qt::NoFocus);
     Kaydet->setVisible(false);
     createKeypad();
@@ -71,19 +73,19 @@ void Form1::createMenus()
 {
     menuStrip = new QMenuBar(this);
     menuStrip->setNativeMenuBar(false);
-    Dosya = menuStrip->addMenu(QStringLiteral("Dosya"));
-    Dosya->setObjectName(QStringLiteral("Dosya"));
+    Dosya = menuStrip->addMenu(u"Dosya"_s);
+    Dosya->setObjectName(u"Dosya"_s);
     const auto item = [this](const char* name, const QString& caption) {
         return new MenuItem(this, QString::fromUtf8(name), caption);
     };
-    CariSil = item("CariSil", QStringLiteral("Carileri Sil"));
-    HesapSil = item("HesapSil", QStringLiteral("Hesapları Sil"));
+    CariSil = item("CariSil", u"Carileri Sil"_s);
+    HesapSil = item("HesapSil", u"Hesapları Sil"_s);
     Dosya->addActions({CariSil, HesapSil});
-    Bağlantı = item("Bağlantı", QStringLiteral("Bağlantı"));
-    PortAyarlar = item("PortAyarlar", QStringLiteral("Port Ayarları"));
-    YazFont = item("YazFont", QStringLiteral("Yazı Tipi"));
-    Sayac = item("Sayac", QStringLiteral("Sayaç"));
-    PrgExit = item("PrgExit", QStringLiteral("Çıkış"));
+    Bağlantı = item("Bağlantı", u"Bağlantı"_s);
+    PortAyarlar = item("PortAyarlar", u"Port Ayarları"_s);
+    YazFont = item("YazFont", u"Yazı Tipi"_s);
+    Sayac = item("Sayac", u"Sayaç"_s);
+    PrgExit = item("PrgExit", u"Çıkış"_s);
     Bağlantı->setHasCheckMark(true);
     Sayac->setHasCheckMark(true);
     menuStrip->addActions({Bağlantı, PortAyarlar, YazFont, Sayac, PrgExit});
@@ -91,7 +93,7 @@ void Form1::createMenus()
     Frame2 = named(new ControlFrame(this, ControlFrame::Look::strip), "Frame2");
     Command1 = named(new CommandButton(Frame2, {}, CommandButton::Picture::exit), "Command1");
     Command1->setBackColor(colour::cyan);
-    Command1->setSpokenName(QStringLiteral("Çıkış"));
+    Command1->setSpokenName(u"Çıkış"_s);
 }
 
 void Form1::createStation(int Index)
@@ -99,41 +101,34 @@ void Form1::createStation(int Index)
     using Kind = FieldLabel::Kind;
     auto* frame = named(new ControlFrame(this, ControlFrame::Look::station, stationCaptions[Index]), "Frame1", Index);
     Frame1[Index] = frame;
-    TxtLbl[Index] =
-        named(new FieldLabel(frame, Kind::name, QStringLiteral(" Müşteri"), pressing::customerPrompt), "TxtLbl", Index);
-    Label2[Index] =
-        named(new FieldLabel(frame, Kind::figure, QStringLiteral(" Sıkılacak Zeytin KG"), QStringLiteral("0")),
-              "Label2", Index);
-    Label3[Index] =
-        named(new FieldLabel(frame, Kind::figure, QStringLiteral(" Sıkılan Zeytin Yağı KG"), QStringLiteral("0")),
-              "Label3", Index);
-    NakitLbl[Index] = named(new FieldLabel(frame, Kind::figure, QStringLiteral("Zeytin Sıkma TL")), "NakitLbl", Index);
+    TxtLbl[Index] = named(new FieldLabel(frame, Kind::name, u" Müşteri"_s, pressing::customerPrompt), "TxtLbl", Index);
+    Label2[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılacak Zeytin KG"_s, u"0"_s), "Label2", Index);
+    Label3[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılan Zeytin Yağı KG"_s, u"0"_s), "Label3", Index);
+    NakitLbl[Index] = named(new FieldLabel(frame, Kind::figure, u"Zeytin Sıkma TL"_s), "NakitLbl", Index);
     Combo1[Index] =
         named(new DropDownList(frame, QStringList(pressing::containerKinds.begin(), pressing::containerKinds.end())),
               "Combo1", Index);
-    Combo1[Index]->setTitle(QStringLiteral("Kap"));
-    HakCmd[Index] = named(new CheckButton(frame, QStringLiteral("Hak Ediş Yok")), "HakCmd", Index);
-    Frame3[Index] =
-        named(new ControlFrame(frame, ControlFrame::Look::group, QStringLiteral("Hak Ediş")), "Frame3", Index);
-    Haklbl[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, QStringLiteral(" Yüzde %")), "Haklbl", Index);
-    HakTut[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, QStringLiteral(" Hak Ediş")), "HakTut", Index);
-    Verilen[Index] =
-        named(new FieldLabel(Frame3[Index], Kind::figure, QStringLiteral(" Verilen Lt")), "Verilen", Index);
+    Combo1[Index]->setTitle(u"Kap"_s);
+    HakCmd[Index] = named(new CheckButton(frame, u"Hak Ediş Yok"_s), "HakCmd", Index);
+    Frame3[Index] = named(new ControlFrame(frame, ControlFrame::Look::group, u"Hak Ediş"_s), "Frame3", Index);
+    Haklbl[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, u" Yüzde %"_s), "Haklbl", Index);
+    HakTut[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, u" Hak Ediş"_s), "HakTut", Index);
+    Verilen[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, u" Verilen Lt"_s), "Verilen", Index);
     Frame3[Index]->setVisible(false);
-    YazCmd[Index] = named(new CommandButton(frame, QStringLiteral("Fiş Yaz")), "YazCmd", Index);
+    YazCmd[Index] = named(new CommandButton(frame, u"Fiş Yaz"_s), "YazCmd", Index);
     YazCmd[Index]->setMain(true);
     YazCmd[Index]->setEnabled(false);
 
-    YeniCmd[Index] = named(new CommandButton(this, QStringLiteral("Yeni Müşteri")), "YeniCmd", Index);
+    YeniCmd[Index] = named(new CommandButton(this, u"Yeni Müşteri"_s), "YeniCmd", Index);
     KapFrm[Index] = named(new ControlFrame(this, ControlFrame::Look::panel), "KapFrm", Index);
     KapFrm[Index]->setBackColor(containerPanel);
-    KapFrm[Index]->setAccessibleName(stationCaptions[Index].trimmed() + QStringLiteral(", dolacak kaplar"));
+    KapFrm[Index]->setAccessibleName(stationCaptions[Index].trimmed() + u", dolacak kaplar"_s);
     YeniCmd[Index]->setSpokenName(stationCaptions[Index].trimmed());
-    Label4[Index] = named(new CaptionLabel(KapFrm[Index], QStringLiteral("0 Kap")), "Label4", Index);
+    Label4[Index] = named(new CaptionLabel(KapFrm[Index], u"0 Kap"_s), "Label4", Index);
     Label4[Index]->setBackColor(containerPanel);
     Label4[Index]->setAutoSize(true);
     KapCmd[Index] = named(new CommandButton(KapFrm[Index], {}, CommandButton::Picture::cross), "KapCmd", Index);
-    KapCmd[Index]->setSpokenName(QStringLiteral("Kapları bırak"));
+    KapCmd[Index]->setSpokenName(u"Kapları bırak"_s);
     KapFrm[Index]->setVisible(false);
 }
 
@@ -142,20 +137,20 @@ void Form1::createKeypad()
     const auto& captions = pressing::keyCaptions();
     for (int Index = 0; Index < Label1.size(); ++Index)
         Label1[Index] = named(new KeyLabel(this, captions[static_cast<std::size_t>(Index)]), "Label1", Index);
-    GünlükCmd = named(new CommandButton(this, QStringLiteral("Günlük")), "GünlükCmd");
+    GünlükCmd = named(new CommandButton(this, u"Günlük"_s), "GünlükCmd");
 }
 
 void Form1::createReportPanel()
 {
     Frame4 = named(new ControlFrame(this, ControlFrame::Look::panel), "Frame4");
-    Frame4->setAccessibleName(QStringLiteral("Günlük"));
-    Option1[0] = named(new OptionButton(Frame4, QStringLiteral("CARİLER")), "Option1", 0);
-    Option1[1] = named(new OptionButton(Frame4, QStringLiteral("RAPOR")), "Option1", 1);
-    DTPickerBas = named(new DatePicker(Frame4, QStringLiteral("İlk gün"), surroundings_.regional), "DTPickerBas");
-    DTPickerSon = named(new DatePicker(Frame4, QStringLiteral("Son gün"), surroundings_.regional), "DTPickerSon");
-    KapatCmd[1] = named(new CommandButton(Frame4, QStringLiteral("Yazdır")), "KapatCmd", 1);
-    KapatCmd[0] = named(new CommandButton(Frame4, QStringLiteral("Kapat")), "KapatCmd", 0);
-    GünLbl = named(new FieldLabel(Frame4, FieldLabel::Kind::name, QStringLiteral("Müşteri")), "GünLbl");
+    Frame4->setAccessibleName(u"Günlük"_s);
+    Option1[0] = named(new OptionButton(Frame4, u"CARİLER"_s), "Option1", 0);
+    Option1[1] = named(new OptionButton(Frame4, u"RAPOR"_s), "Option1", 1);
+    DTPickerBas = named(new DatePicker(Frame4, u"İlk gün"_s, surroundings_.regional), "DTPickerBas");
+    DTPickerSon = named(new DatePicker(Frame4, u"Son gün"_s, surroundings_.regional), "DTPickerSon");
+    KapatCmd[1] = named(new CommandButton(Frame4, u"Yazdır"_s), "KapatCmd", 1);
+    KapatCmd[0] = named(new CommandButton(Frame4, u"Kapat"_s), "KapatCmd", 0);
+    GünLbl = named(new FieldLabel(Frame4, FieldLabel::Kind::name, u"Müşteri"_s), "GünLbl");
     DBGrid1 = named(new ListingGrid(Frame4), "DBGrid1");
     Frame4->setVisible(false);
 }

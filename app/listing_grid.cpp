@@ -6,6 +6,8 @@
 #include <QStyledItemDelegate>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -81,7 +83,7 @@ ListingGrid::ListingGrid(QWidget* parent) : Control(parent), headings_(new Listi
     setFrameShape(QFrame::StyledPanel);
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    setAccessibleName(QStringLiteral("Liste"));
+    setAccessibleName(u"Liste"_s);
     painting::widenScrollBars(*this);
     headings_->onDragged([this](int column) { columnDragged(column); });
 

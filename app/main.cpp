@@ -16,6 +16,8 @@
 #include <QCommandLineParser>
 #include <QDir>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// Slips go to the system's default queue, or into a folder as PDF files.
@@ -33,19 +35,18 @@ int main(int argc, char** argv)
     platform::keepLargeBlocksApart();
     QApplication application(argc, argv);
     QApplication::setApplicationDisplayName(app::programTitle);
-    QApplication::setApplicationVersion(QStringLiteral(PRESVA_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("org.mendrik.Presva"));
+    QApplication::setApplicationVersion(QString::fromUtf8(PRESVA_VERSION));
+    QApplication::setDesktopFileName(u"org.mendrik.Presva"_s);
     app::applyTheme(application);
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Zeytinyağı sıkım tezgâhının programı."));
+    parser.setApplicationDescription(u"Zeytinyağı sıkım tezgâhının programı."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption dir(QStringLiteral("dir"), QStringLiteral("Yag.mdb'nin klasörü (verilmezse programınki)"),
-                                 QStringLiteral("KLASÖR"), QCoreApplication::applicationDirPath());
-    const QCommandLineOption printTo(QStringLiteral("print-to"),
-                                     QStringLiteral("fişler yazıcı yerine bu klasöre PDF olarak yazılır"),
-                                     QStringLiteral("KLASÖR"));
+    const QCommandLineOption dir(u"dir"_s, u"Yag.mdb'nin klasörü (verilmezse programınki)"_s, u"KLASÖR"_s,
+                                 QCoreApplication::applicationDirPath());
+    const QCommandLineOption printTo(u"print-to"_s, u"fişler yazıcı yerine bu klasöre PDF olarak yazılır"_s,
+                                     u"KLASÖR"_s);
     parser.addOptions({dir, printTo});
     parser.process(application);
 
@@ -55,7 +56,7 @@ int main(int argc, char** argv)
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
     const QString directory = QDir(parser.value(dir)).absolutePath();
-    store::SlipNotes slips(platform::systemDisk(), (directory + QStringLiteral("/Yag.mdb")).toStdU16String());
+    store::SlipNotes slips(platform::systemDisk(), (directory + u"/Yag.mdb"_s).toStdU16String());
     store::Backups backups(platform::systemDisk(), directory.toStdU16String());
     app::Form1 form({
         .prompt = boxes,

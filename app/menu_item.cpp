@@ -3,6 +3,8 @@
 #include <QMenu>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 MenuItem::MenuItem(QWidget* where, const QString& name, const QString& caption)
@@ -49,8 +51,8 @@ void MenuItem::show()
 {
     // A menu bar draws no check marks, so the mark is part of the text; a doubled ampersand shows as one.
     QString text = caption_;
-    text.replace(u'&', QStringLiteral("&&"));
-    if (isCheckable()) text += checked_ ? QStringLiteral("  \u2611") : QStringLiteral("  \u2610");
+    text.replace(u'&', u"&&"_s);
+    if (isCheckable()) text += checked_ ? u"  \u2611"_s : u"  \u2610"_s;
     setText(text);
 }
 

@@ -6,11 +6,13 @@
 #include <QLoggingCategory>
 #include <QPushButton>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
 
-const QString ok = QStringLiteral("Tamam");
+const QString ok = u"Tamam"_s;
 
 } // namespace
 
@@ -23,7 +25,7 @@ std::unique_ptr<QMessageBox> messageBox(QWidget* owner, QMessageBox::Icon icon, 
     box->setText(text);
     box->setIcon(icon);
     // A till screen may run without a window manager, that is without window frames.
-    box->setStyleSheet(QStringLiteral("QMessageBox{background:#FFFFFF;border:2px solid #003C5A;}"));
+    box->setStyleSheet(u"QMessageBox{background:#FFFFFF;border:2px solid #003C5A;}"_s);
     const int pixels = owner ? std::max(18, owner->height() / 42) : 18;
     box->setFont(painting::sized(box->font(), pixels, false));
     QPushButton* last = nullptr;
@@ -48,7 +50,7 @@ void MessageBoxes::exclamation(const QString& text)
 
 void MessageBoxes::errorReport(const base::RuntimeError& error)
 {
-    const QString report = QStringLiteral("Run-time error '%1':\n\n%2").arg(error.number()).arg(error.text());
+    const QString report = u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.text());
     if (reporting_) {
         qWarning().noquote() << report.simplified();
         return;
@@ -60,8 +62,7 @@ void MessageBoxes::errorReport(const base::RuntimeError& error)
 
 bool MessageBoxes::yesNo(const QString& text, const QString& title)
 {
-    const auto box =
-        messageBox(owner_, QMessageBox::Critical, title, text, QStringLiteral("Evet"), QStringLiteral("Hayır"));
+    const auto box = messageBox(owner_, QMessageBox::Critical, title, text, u"Evet"_s, u"Hayır"_s);
     box->exec();
     return box->buttonRole(box->clickedButton()) == QMessageBox::YesRole;
 }

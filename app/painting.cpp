@@ -5,6 +5,8 @@
 #include <QScrollBar>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app::painting {
 
 void box(QPainter& painter, const QRect& area, const QColor& fill, const QColor& border, int borderWidth,
@@ -40,12 +42,11 @@ void lineOfText(QPainter& painter, const QRect& area, int flags, const QString& 
 
 void widenScrollBars(QAbstractScrollArea& area)
 {
-    const QString look =
-        QStringLiteral("QScrollBar{background:#DDE4E8;border:none;}"
-                       "QScrollBar:vertical{width:28px;}QScrollBar:horizontal{height:28px;}"
-                       "QScrollBar::handle{background:#546E7A;border-radius:6px;margin:4px;}"
-                       "QScrollBar::handle:vertical{min-height:56px;}QScrollBar::handle:horizontal{min-width:56px;}"
-                       "QScrollBar::add-line,QScrollBar::sub-line{width:0;height:0;}");
+    const QString look = u"QScrollBar{background:#DDE4E8;border:none;}"
+                         "QScrollBar:vertical{width:28px;}QScrollBar:horizontal{height:28px;}"
+                         "QScrollBar::handle{background:#546E7A;border-radius:6px;margin:4px;}"
+                         "QScrollBar::handle:vertical{min-height:56px;}QScrollBar::handle:horizontal{min-width:56px;}"
+                         "QScrollBar::add-line,QScrollBar::sub-line{width:0;height:0;}"_s;
     area.verticalScrollBar()->setStyleSheet(look);
     area.horizontalScrollBar()->setStyleSheet(look);
 }

@@ -2,6 +2,8 @@
 
 #include "app/resume_next.h"
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 namespace {
 
@@ -68,29 +70,29 @@ void settleOpenSlip(store::Databases& databases, const QString& database, store:
     const std::optional<store::SlipNote> slip = notes.open();
     if (!slip) return notes.strike();
 
-    const QString what = QStringLiteral("fiş %1 (%2, %3 kg)").arg(slip->job).arg(slip->customer, slip->olives);
+    const QString what = u"fiş %1 (%2, %3 kg)"_s.arg(slip->job).arg(slip->customer, slip->olives);
     if (!printer.taken(slip->job)) {
         printer.cancel(slip->job);
         notes.strike();
-        return log(what + QStringLiteral(": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"));
+        return log(what + u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
     const std::shared_ptr<store::Engine> engine = databases.open(database);
     if (store::pressingsAt(*engine, slip->customer, slip->moment) > slip->sameBefore) {
         notes.strike();
-        return log(what + QStringLiteral(": basılmış ve kaydedilmiş"));
+        return log(what + u": basılmış ve kaydedilmiş"_s);
     }
     store::DataSource customers(databases);
     customers.setDatabaseName(database);
-    customers.setRecordSource(QStringLiteral("Select * From Cari Where Unvan='%1'")
-                                  .arg(QString(slip->customer).replace(QLatin1Char('\''), QLatin1String("''"))));
+    customers.setRecordSource(u"Select * From Cari Where Unvan='%1'"_s.arg(
+        QString(slip->customer).replace(QLatin1Char('\''), QLatin1String("''"))));
     customers.refresh();
     store::DataSource journal(databases);
     journal.setDatabaseName(database);
-    journal.setRecordSource(QStringLiteral("Hareket"));
+    journal.setRecordSource(u"Hareket"_s);
     journal.refresh();
     storePressing(customers, journal, *slip, regional);
     notes.strike();
-    log(what + QStringLiteral(": basılmış, kaydı şimdi yapıldı"));
+    log(what + u": basılmış, kaydı şimdi yapıldı"_s);
 }
 
 } // namespace app

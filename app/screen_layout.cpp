@@ -5,11 +5,13 @@
 #include <QWidget>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
 
-const QString section = QStringLiteral("ActiveResize");
+const QString section = u"ActiveResize"_s;
 
 std::optional<int> number(const SettingsStore& settings, const QString& application, const char* key)
 {
@@ -60,7 +62,7 @@ void ScreenLayout::restore(const QString& application, bool size, QWidget& form)
     form.setMinimumSize(form.minimumSize().boundedTo(room.size()));
     place.setSize(place.size().expandedTo(form.minimumSize()));
     form.setGeometry(fitted(place, room));
-    const bool wide = !stored || settings_.get(application, section, QStringLiteral("Maximized"), {}) == u"True";
+    const bool wide = !stored || settings_.get(application, section, u"Maximized"_s, {}) == u"True";
     if (wide && size) form.setWindowState(form.windowState() | Qt::WindowMaximized);
 }
 
@@ -77,7 +79,7 @@ void ScreenLayout::save(const QString& application, bool size, const QWidget& fo
     if (!size) return;
     keep("Width", QString::number(place.width()));
     keep("Height", QString::number(place.height()));
-    keep("Maximized", wide ? QStringLiteral("True") : QStringLiteral("False"));
+    keep("Maximized", wide ? u"True"_s : u"False"_s);
 }
 
 } // namespace app

@@ -8,6 +8,8 @@
 #include <QScrollBar>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -29,7 +31,7 @@ SearchList::SearchList(QWidget* parent) : Control(parent)
     painting::widenScrollBars(*this);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAttribute(Qt::WA_NoMousePropagation);
-    setAccessibleName(QStringLiteral("Müşteri listesi"));
+    setAccessibleName(u"Müşteri listesi"_s);
     verticalScrollBar()->setSingleStep(rowHeight_);
     glide_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&glide_, &QVariantAnimation::valueChanged, this,

@@ -2,6 +2,8 @@
 #include "app/painting.h"
 #include <chrono>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 using namespace std::chrono_literals;
@@ -59,13 +61,13 @@ void StatusLine::tick()
 
 QString StatusLine::scaleFact() const
 {
-    if (!port_) return QStringLiteral("Terazi: bağlı değil");
-    const QString port = QStringLiteral("Com%1: ").arg(port_);
-    if (!sinceWeight_.isValid()) return port + QStringLiteral("tartım bekleniyor");
+    if (!port_) return u"Terazi: bağlı değil"_s;
+    const QString port = u"Com%1: "_s.arg(port_);
+    if (!sinceWeight_.isValid()) return port + u"tartım bekleniyor"_s;
     const qint64 seconds = sinceWeight_.elapsed() / 1000;
-    if (seconds < 1) return port + QStringLiteral("tartım geliyor");
-    if (seconds < 60) return port + QStringLiteral("son tartım %1 sn önce").arg(seconds);
-    return port + QStringLiteral("son tartım %1 dk önce").arg(seconds / 60);
+    if (seconds < 1) return port + u"tartım geliyor"_s;
+    if (seconds < 60) return port + u"son tartım %1 sn önce"_s.arg(seconds);
+    return port + u"son tartım %1 dk önce"_s.arg(seconds / 60);
 }
 
 QString StatusLine::text() const
@@ -73,7 +75,7 @@ QString StatusLine::text() const
     QStringList facts{scaleFact()};
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
-    return facts.join(QStringLiteral("   ·   "));
+    return facts.join(u"   ·   "_s);
 }
 
 void StatusLine::refresh()

@@ -8,6 +8,8 @@
 #include <QProxyStyle>
 #include <QTranslator>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -15,7 +17,7 @@ namespace {
 /// Fusion with marks for fingers where Qt's own controls are used.
 class TouchStyle : public QProxyStyle {
 public:
-    TouchStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+    TouchStyle() : QProxyStyle(u"Fusion"_s) {}
 
     int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
     {
@@ -51,13 +53,12 @@ void applyTheme(QApplication& application)
     QApplication::setPalette(palette);
 
     QFont font;
-    font.setFamilies({QStringLiteral("Noto Sans"), QStringLiteral("Liberation Sans"), QStringLiteral("DejaVu Sans")});
+    font.setFamilies({u"Noto Sans"_s, u"Liberation Sans"_s, u"DejaVu Sans"_s});
     font.setPixelSize(17);
     QApplication::setFont(font);
 
     auto* texts = new QTranslator(&application);
-    if (texts->load(QLocale(QLocale::Turkish), QStringLiteral("qtbase"), QStringLiteral("_"),
-                    QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    if (texts->load(QLocale(QLocale::Turkish), u"qtbase"_s, u"_"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(texts);
 }
 

@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace base {
 
 RuntimeError::RuntimeError(int number, QString text) : number_(number), text_(std::move(text)), utf8_(text_.toUtf8()) {}
@@ -35,7 +37,7 @@ RuntimeError runtimeError(int number)
     };
     for (const auto& [known, text] : texts)
         if (known == number) return {number, QString::fromLatin1(text)};
-    return {number, QStringLiteral("Error %1").arg(number)};
+    return {number, u"Error %1"_s.arg(number)};
 }
 
 } // namespace base

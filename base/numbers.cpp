@@ -10,6 +10,8 @@
 #include <string>
 #include <system_error>
 
+using namespace Qt::StringLiterals;
+
 namespace base {
 
 namespace {
@@ -201,7 +203,7 @@ QString plainText(double value, int significant, const Regional& regional)
     }
     const std::string whole = wholeDigits(number);
     const std::string fraction = fractionDigits(number);
-    text += whole.empty() ? QStringLiteral("0") : QString::fromLatin1(whole);
+    text += whole.empty() ? u"0"_s : QString::fromLatin1(whole);
     if (!fraction.empty()) text += regional.decimal + QString::fromLatin1(fraction);
     return text;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace print {
 
 int Paper::printableWidth() const { return width * twipsPerPoint - leftMargin - rightMargin; }
@@ -50,7 +52,7 @@ Paper Paper::a4()
             .topMargin = quarterInch,
             .rightMargin = quarterInch,
             .bottomMargin = quarterInch,
-            .media = QStringLiteral("iso_a4_210x297mm"),
+            .media = u"iso_a4_210x297mm"_s,
             .cuts = {}};
 }
 

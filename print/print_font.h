@@ -6,13 +6,15 @@
 
 namespace print {
 
+using namespace Qt::StringLiterals;
+
 /// The print font as the settings store keeps it: four texts of the section "Properties". They are converted when a job
 /// uses them, never before, so that a damaged one fails that job and nothing else.
 struct PrintFont {
-    QString font = QStringLiteral("Arial");
-    QString size = QStringLiteral("8");
-    QString bold = QStringLiteral("False");
-    QString italic = QStringLiteral("False");
+    QString font = u"Arial"_s;
+    QString size = u"8"_s;
+    QString bold = u"False"_s;
+    QString italic = u"False"_s;
 };
 
 /// The Turkish character set, which every job asks for.

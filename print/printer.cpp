@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace print {
 
 namespace {
@@ -23,7 +25,7 @@ std::size_t indexOf(const QFont& font, std::vector<QFont>& fonts)
 
 } // namespace
 
-Printer::Printer(PrintTarget& target, Clock clock) : target_(target), clock_(std::move(clock)) {}
+Printer::Printer(PrintTarget& target, Clock clock) : target_(target), clock_(std::move(clock)), fontName_(u"Arial"_s) {}
 
 const Paper& Printer::paper()
 {

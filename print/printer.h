@@ -93,7 +93,7 @@ private:
     PrintTarget& target_;
     Clock clock_;
 
-    QString fontName_ = QStringLiteral("Arial");
+    QString fontName_;
     float fontSize_ = 8;
     bool bold_ = false;
     bool italic_ = false;

@@ -62,8 +62,7 @@ std::string mediaOf(const Document& document)
     for (const Paper::Cut& cut : document.paper.cuts)
         if (cut.height == document.page.height) return cut.media.toStdString();
     // Never by a locale: the decimal mark is part of the queue's language.
-    return QStringLiteral("Custom.%1x%2")
-        .arg(document.page.width + pointSlack, 0, 'f', 2)
+    return u"Custom.%1x%2"_s.arg(document.page.width + pointSlack, 0, 'f', 2)
         .arg(document.page.height + pointSlack, 0, 'f', 2)
         .toStdString();
 }

@@ -6,6 +6,8 @@
 /// The texts that the report panel asks the database with. No window and no database here.
 namespace reports {
 
+using namespace Qt::StringLiterals;
+
 /// First and last day of a report, both whole: from midnight to one second before the next.
 struct Period {
     QDate first;
@@ -21,13 +23,13 @@ enum class Picker { first, last };
 Period ordered(Period period, Picker changed);
 
 /// The name that no customer may have: the row that carries it in the journal holds the sums of the last report.
-inline const QString totalsName = QStringLiteral("Toplamlar");
+inline const QString totalsName = u"Toplamlar"_s;
 
-inline const QString customerTable = QStringLiteral("Cari");
-inline const QString journalTable = QStringLiteral("Hareket");
-inline const QString wholeJournal = QStringLiteral("Select * From Hareket Order By Tarih Asc;");
-inline const QString deleteTotals = QStringLiteral("DELETE FROM Hareket WHERE CariHar='Toplamlar'");
-inline const QString totalsCriteria = QStringLiteral("CariHar='Toplamlar'");
+inline const QString customerTable = u"Cari"_s;
+inline const QString journalTable = u"Hareket"_s;
+inline const QString wholeJournal = u"Select * From Hareket Order By Tarih Asc;"_s;
+inline const QString deleteTotals = u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s;
+inline const QString totalsCriteria = u"CariHar='Toplamlar'"_s;
 
 /// What a report reads from the screen.
 struct ReportQuestion {

@@ -189,13 +189,13 @@ void frmProperties::preset()
 {
     // The tail is taken to be a comma, the parity letter, a comma, the data bits, a comma and the stop bits.
     const QString s = control_.settings();
-    const int length = static_cast<int>(s.size());
-    const int d = base::instr(s, u".") > 0 ? 2 : 0;
-    chooseText(cboSpeed, base::left(s, length - 6 - d));
-    const int parity = static_cast<int>(u"eonms"_s.indexOf(base::mid(s, length - 4 - d, 1)));
+    const qsizetype length = s.size();
+    const qsizetype d = s.contains(u'.') ? 2 : 0;
+    chooseText(cboSpeed, s.left(length - 6 - d));
+    const int parity = static_cast<int>(u"eonms"_s.indexOf(s.mid(length - 5 - d, 1)));
     if (parity >= 0) cboParity->setCurrentIndex(parity);
-    chooseText(cboDataBits, base::mid(s, length - 2 - d, 1));
-    chooseText(cboStopBits, base::right(s, 1 + d));
+    chooseText(cboDataBits, s.mid(length - 3 - d, 1));
+    chooseText(cboStopBits, s.right(1 + d));
     chooseIndex(cboPort, control_.commPort() - 1);
 
     // The index is set by hand as well: choosing a button that is chosen already clicks nothing.
@@ -246,9 +246,9 @@ bool frmProperties::applySettings()
 {
     Trap trap;
     trap([this] {
-        control_.setSettings(
-            base::trimBlanks(cboSpeed->currentText()) + u',' + base::left(cboParity->currentText(), 1) + u',' +
-            base::trimBlanks(cboDataBits->currentText()) + u',' + base::trimBlanks(cboStopBits->currentText()));
+        control_.setSettings(base::trimBlanks(cboSpeed->currentText()) + u',' + cboParity->currentText().left(1) +
+                             u',' + base::trimBlanks(cboDataBits->currentText()) + u',' +
+                             base::trimBlanks(cboStopBits->currentText()));
     });
     if (trap.error()) doors_.warn(trap.error()->text());
     return !trap.error();

@@ -1,7 +1,8 @@
 #include "scale/weight_line.h"
 
-#include "base/letters.h"
 #include "base/patterns.h"
+
+using namespace Qt::StringLiterals;
 
 namespace scale {
 
@@ -48,7 +49,7 @@ void reopen(CommControl& control, const std::function<void()>& processEvents)
 QString weightField(QStringView burst)
 {
     const qsizetype end = burst.indexOf(u'\r');
-    return base::right(base::replace(burst.first(end + 1), u"kg", u""), fieldWidth);
+    return burst.first(end + 1).toString().remove(u"kg"_s).right(fieldWidth);
 }
 
 void onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,

@@ -9,24 +9,22 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     app::applyTheme(application);
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Senaryo dosyalarını gerçek ekranda oynatır."));
+    parser.setApplicationDescription(u"Senaryo dosyalarını gerçek ekranda oynatır."_s);
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("senaryo dosyaları"),
-                                 QStringLiteral("FILE..."));
-    const QCommandLineOption dir(QStringLiteral("dir"), QStringLiteral("Yag.mdb'nin klasörü"), QStringLiteral("DIR"));
-    const QCommandLineOption printTo(QStringLiteral("print-to"), QStringLiteral("fişler bu klasöre PDF olarak yazılır"),
-                                     QStringLiteral("DIR"));
-    const QCommandLineOption shots(QStringLiteral("shots"), QStringLiteral("ekran resimlerinin klasörü"),
-                                   QStringLiteral("DIR"));
-    const QCommandLineOption now(QStringLiteral("now"), QStringLiteral("saatin başlangıcı"),
-                                 QStringLiteral("\"yyyy-MM-dd HH:mm:ss\""));
-    const QCommandLineOption echo(QStringLiteral("echo"), QStringLiteral("yapılan her komut yazılır"));
+    parser.addPositionalArgument(u"FILE"_s, u"senaryo dosyaları"_s, u"FILE..."_s);
+    const QCommandLineOption dir(u"dir"_s, u"Yag.mdb'nin klasörü"_s, u"DIR"_s);
+    const QCommandLineOption printTo(u"print-to"_s, u"fişler bu klasöre PDF olarak yazılır"_s, u"DIR"_s);
+    const QCommandLineOption shots(u"shots"_s, u"ekran resimlerinin klasörü"_s, u"DIR"_s);
+    const QCommandLineOption now(u"now"_s, u"saatin başlangıcı"_s, u"\"yyyy-MM-dd HH:mm:ss\""_s);
+    const QCommandLineOption echo(u"echo"_s, u"yapılan her komut yazılır"_s);
     parser.addOptions({dir, printTo, shots, now, echo});
     parser.process(application);
 
@@ -42,7 +40,7 @@ int main(int argc, char** argv)
     options.shots = parser.value(shots);
     options.echo = parser.isSet(echo);
     if (parser.isSet(now)) {
-        options.now = QDateTime::fromString(parser.value(now), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+        options.now = QDateTime::fromString(parser.value(now), u"yyyy-MM-dd HH:mm:ss"_s);
         if (!options.now.isValid()) {
             std::fprintf(stderr, "--now: '%s' is not a time like 2025-11-20 14:05:00\n", qPrintable(parser.value(now)));
             return 1;

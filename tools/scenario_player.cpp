@@ -20,10 +20,12 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace scenario {
 namespace {
 
-QString yesNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+QString yesNo(bool value) { return value ? u"true"_s : u"false"_s; }
 
 void letTimePass(int milliseconds)
 {
@@ -57,7 +59,7 @@ Player::Player(const PlayerOptions& options) : options_(options), databases_(pla
     printer_ = std::make_unique<WatchedTarget>(std::move(target));
     line_ = std::make_unique<ScaleLine>(options_.directory);
     slips_ = std::make_unique<store::SlipNotes>(platform::systemDisk(),
-                                                (options_.directory + QStringLiteral("/Yag.mdb")).toStdU16String());
+                                                (options_.directory + u"/Yag.mdb"_s).toStdU16String());
     backups_ = std::make_unique<store::Backups>(platform::systemDisk(), options_.directory.toStdU16String());
     if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
 }
@@ -72,7 +74,7 @@ bool Player::play(std::vector<Command> commands)
     if (!form_) start();
     step();
     // A command may have opened a dialog whose commands ran inside it; by now all of them are through.
-    if (const auto answer = prompt_.unusedAnswer()) fail(*answer, QStringLiteral("no message box came to be answered"));
+    if (const auto answer = prompt_.unusedAnswer()) fail(*answer, u"no message box came to be answered"_s);
     return !failed_;
 }
 
@@ -138,7 +140,7 @@ void Player::perform(const Command& command)
         prompt_.answerNext(command);
     else if (word == "message") {
         if (!prompt_.lastMessage().contains(a[0]))
-            throw Failure{QStringLiteral("expected a message with '%1', found '%2'").arg(a[0], prompt_.lastMessage())};
+            throw Failure{u"expected a message with '%1', found '%2'"_s.arg(a[0], prompt_.lastMessage())};
     } else if (word == "expect")
         expect(a[0], a[1], a[2]);
     else if (word == "cell")
@@ -149,7 +151,7 @@ void Player::perform(const Command& command)
         report(a[0], a[1], a[2]);
     else if (word == "printed") {
         if (printer_->printed() != a[0].toInt())
-            throw Failure{QStringLiteral("expected %1 printouts, found %2").arg(a[0]).arg(printer_->printed())};
+            throw Failure{u"expected %1 printouts, found %2"_s.arg(a[0]).arg(printer_->printed())};
     } else if (word == "print-has")
         printHas(a[0]);
     else if (word == "setting")
@@ -171,13 +173,13 @@ void Player::perform(const Command& command)
 
 void Player::start()
 {
-    if (form_) throw Failure{QStringLiteral("the screen is open already")};
+    if (form_) throw Failure{u"the screen is open already"_s};
     const app::Surroundings surroundings{
         .prompt = prompt_,
         .settings = *settings_,
         .regional = base::Regional::system(),
         .directory = options_.directory,
-        .executable = QStringLiteral("presva"),
+        .executable = u"presva"_s,
         .databases = databases_,
         .printer = *printer_,
         .slips = *slips_,
@@ -187,13 +189,13 @@ void Player::start()
     };
     form_ = std::make_unique<app::Form1>(surroundings);
     form_->start();
-    if (!QTest::qWaitForWindowExposed(form_.get(), 5000)) throw Failure{QStringLiteral("the screen does not show")};
+    if (!QTest::qWaitForWindowExposed(form_.get(), 5000)) throw Failure{u"the screen does not show"_s};
     letTimePass(0);
 }
 
 void Player::close()
 {
-    if (!form_) throw Failure{QStringLiteral("the screen is closed already")};
+    if (!form_) throw Failure{u"the screen is closed already"_s};
     form_->close();
     form_.reset();
 }
@@ -201,7 +203,7 @@ void Player::close()
 QWidget* Player::window() const
 {
     if (QWidget* dialog = QApplication::activeModalWidget()) return dialog;
-    if (!form_) throw Failure{QStringLiteral("the screen is closed")};
+    if (!form_) throw Failure{u"the screen is closed"_s};
     return form_.get();
 }
 
@@ -209,28 +211,28 @@ QObject* Player::find(const QString& control) const
 {
     QObject* found = window()->objectName() == control ? window() : window()->findChild<QObject*>(control);
     if (!found && form_) found = form_->findChild<QObject*>(control);
-    if (!found) throw Failure{QStringLiteral("there is no control '%1'").arg(control)};
+    if (!found) throw Failure{u"there is no control '%1'"_s.arg(control)};
     return found;
 }
 
 void Player::click(const QString& control)
 {
     QObject* object = find(control);
-    if (qobject_cast<QAction*>(object)) throw Failure{QStringLiteral("'%1' is a menu item: use menu").arg(control)};
+    if (qobject_cast<QAction*>(object)) throw Failure{u"'%1' is a menu item: use menu"_s.arg(control)};
     clickWidget(qobject_cast<QWidget*>(object), control);
 }
 
 void Player::clickWidget(QWidget* widget, const QString& name)
 {
-    if (!widget) throw Failure{QStringLiteral("'%1' cannot be clicked").arg(name)};
-    if (!widget->isVisible()) throw Failure{QStringLiteral("'%1' is not on the screen").arg(name)};
-    if (!widget->isEnabled()) throw Failure{QStringLiteral("'%1' is disabled").arg(name)};
-    if (app::inputBlocked(widget)) throw Failure{QStringLiteral("'%1' lies in a disabled frame").arg(name)};
+    if (!widget) throw Failure{u"'%1' cannot be clicked"_s.arg(name)};
+    if (!widget->isVisible()) throw Failure{u"'%1' is not on the screen"_s.arg(name)};
+    if (!widget->isEnabled()) throw Failure{u"'%1' is disabled"_s.arg(name)};
+    if (app::inputBlocked(widget)) throw Failure{u"'%1' lies in a disabled frame"_s.arg(name)};
     QWidget* top = widget->window();
     const QPoint middle = widget->mapTo(top, widget->rect().center());
     QWidget* there = top->childAt(middle);
     while (there && there != widget) there = there->parentWidget();
-    if (!there || !top->rect().contains(middle)) throw Failure{QStringLiteral("'%1' is covered").arg(name)};
+    if (!there || !top->rect().contains(middle)) throw Failure{u"'%1' is covered"_s.arg(name)};
     QTest::mouseMove(top->windowHandle(), middle);
     QTest::mouseClick(top->windowHandle(), Qt::LeftButton, Qt::NoModifier, middle);
     letTimePass(0);
@@ -240,62 +242,62 @@ void Player::key(const QString& caption)
 {
     for (app::KeyLabel* key : form_->Label1)
         if (base::trimBlanks(key->caption()) == caption) return clickWidget(key, key->objectName());
-    throw Failure{QStringLiteral("the keypad shows no key '%1' now").arg(caption)};
+    throw Failure{u"the keypad shows no key '%1' now"_s.arg(caption)};
 }
 
 void Player::keys(const QString& text)
 {
-    for (const QChar letter : text) key(letter == QLatin1Char(' ') ? QStringLiteral("Boşluk") : QString(letter));
+    for (const QChar letter : text) key(letter == QLatin1Char(' ') ? u"Boşluk"_s : QString(letter));
 }
 
 void Player::scale(const QString& text)
 {
-    if (!line_->open()) throw Failure{QStringLiteral("there is no line: com1 of the folder is taken")};
-    if (!form_->TeraziComm->portOpen()) throw Failure{QStringLiteral("the port is closed")};
+    if (!line_->open()) throw Failure{u"there is no line: com1 of the folder is taken"_s};
+    if (!form_->TeraziComm->portOpen()) throw Failure{u"the port is closed"_s};
     const int before = form_->scaleEvents();
     line_->send(unescape(text));
     if (!QTest::qWaitFor([&] { return form_->scaleEvents() != before; }, 2000))
-        throw Failure{QStringLiteral("the scale's bytes did not arrive")};
+        throw Failure{u"the scale's bytes did not arrive"_s};
     letTimePass(0);
 }
 
 void Player::pick(const QString& text)
 {
     app::SearchList* list = form_->dbListe1;
-    if (!list->isVisible()) throw Failure{QStringLiteral("the list is not shown")};
+    if (!list->isVisible()) throw Failure{u"the list is not shown"_s};
     for (int row = 0; row < list->rowCount(); ++row)
         if (list->rowText(row) == text) return list->pick(row);
-    throw Failure{QStringLiteral("the list has no entry '%1'").arg(text)};
+    throw Failure{u"the list has no entry '%1'"_s.arg(text)};
 }
 
 void Player::choose(const QString& control, const QString& entry)
 {
     auto* list = qobject_cast<QComboBox*>(find(control));
-    if (!list) throw Failure{QStringLiteral("'%1' is not a list").arg(control)};
+    if (!list) throw Failure{u"'%1' is not a list"_s.arg(control)};
     if (!list->isEnabled() || app::inputBlocked(list) || !list->isVisible())
-        throw Failure{QStringLiteral("'%1' cannot be reached").arg(control)};
+        throw Failure{u"'%1' cannot be reached"_s.arg(control)};
     for (int i = 0; i < list->count(); ++i)
         if (list->itemText(i).trimmed() == entry) return list->setCurrentIndex(i);
-    throw Failure{QStringLiteral("'%1' has no entry '%2'").arg(control, entry)};
+    throw Failure{u"'%1' has no entry '%2'"_s.arg(control, entry)};
 }
 
 void Player::menu(const QString& item)
 {
     auto* action = qobject_cast<QAction*>(find(item));
-    if (!action) throw Failure{QStringLiteral("there is no menu item '%1'").arg(item)};
-    if (!action->isEnabled()) throw Failure{QStringLiteral("the menu item '%1' is disabled").arg(item)};
+    if (!action) throw Failure{u"there is no menu item '%1'"_s.arg(item)};
+    if (!action->isEnabled()) throw Failure{u"the menu item '%1' is disabled"_s.arg(item)};
     if (form_->Dosya->actions().contains(action) && !form_->Dosya->isEnabled())
-        throw Failure{QStringLiteral("the menu Dosya is disabled")};
+        throw Failure{u"the menu Dosya is disabled"_s};
     action->trigger();
 }
 
 void Player::date(const QString& control, const QString& day)
 {
     auto* picker = qobject_cast<app::DatePicker*>(find(control));
-    if (!picker) throw Failure{QStringLiteral("'%1' is not a date picker").arg(control)};
+    if (!picker) throw Failure{u"'%1' is not a date picker"_s.arg(control)};
     const QDate value = QDate::fromString(day, Qt::ISODate);
-    if (!value.isValid()) throw Failure{QStringLiteral("'%1' is not a day").arg(day)};
-    if (!picker->isVisible()) throw Failure{QStringLiteral("'%1' is not on the screen").arg(control)};
+    if (!value.isValid()) throw Failure{u"'%1' is not a day"_s.arg(day)};
+    if (!picker->isVisible()) throw Failure{u"'%1' is not on the screen"_s.arg(control)};
     form_->run([&] { picker->setValue(value); });
 }
 
@@ -313,7 +315,7 @@ QString Player::property(const QString& control, const QString& name) const
         if (name == "enabled") return yesNo(menu->isEnabled());
     }
     auto* widget = qobject_cast<QWidget*>(object);
-    if (!widget) throw Failure{QStringLiteral("'%1' has no property '%2'").arg(control, name)};
+    if (!widget) throw Failure{u"'%1' has no property '%2'"_s.arg(control, name)};
     if (name == "visible") return yesNo(!widget->isHidden());
     if (name == "width") return QString::number(app::twips::fromPixels(widget->width()));
 
@@ -349,26 +351,25 @@ QString Player::property(const QString& control, const QString& name) const
     }
     if (name == "enabled") return yesNo(!widget->testAttribute(Qt::WA_ForceDisabled));
     if (name == "caption" || name == "text") return widget->windowTitle();
-    throw Failure{QStringLiteral("'%1' has no property '%2'").arg(control, name)};
+    throw Failure{u"'%1' has no property '%2'"_s.arg(control, name)};
 }
 
 void Player::expect(const QString& control, const QString& name, const QString& value)
 {
     const QString found = property(control, name);
     const bool same = name == "background" ? found.compare(value, Qt::CaseInsensitive) == 0 : found == value;
-    if (!same) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+    if (!same) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
 }
 
 void Player::cell(int row, int column, const QString& value)
 {
     const QAbstractItemModel* model = form_->DBGrid1->model();
-    if (!model) throw Failure{QStringLiteral("the grid has no rows yet")};
+    if (!model) throw Failure{u"the grid has no rows yet"_s};
     const int at = row < 0 ? model->rowCount() + row : row;
     if (at < 0 || at >= model->rowCount() || column < 0 || column >= model->columnCount())
-        throw Failure{
-            QStringLiteral("the grid has %1 rows and %2 columns").arg(model->rowCount()).arg(model->columnCount())};
+        throw Failure{u"the grid has %1 rows and %2 columns"_s.arg(model->rowCount()).arg(model->columnCount())};
     const QString found = model->index(at, column).data().toString();
-    if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+    if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
 }
 
 void Player::table(const QString& name, int count)
@@ -376,16 +377,15 @@ void Player::table(const QString& name, int count)
     const std::shared_ptr<store::Engine> database =
         databases_.open(form_ ? form_->DataCari.databaseName() : options_.directory + "/Yag.mdb");
     const std::size_t found = database->open(name).rows.size();
-    if (found != static_cast<std::size_t>(count))
-        throw Failure{QStringLiteral("expected %1 rows, found %2").arg(count).arg(found)};
+    if (found != static_cast<std::size_t>(count)) throw Failure{u"expected %1 rows, found %2"_s.arg(count).arg(found)};
 }
 
 void Player::report(const QString& first, const QString& last, const QString& customer)
 {
     const QDate from = QDate::fromString(first, Qt::ISODate), to = QDate::fromString(last, Qt::ISODate);
-    if (!from.isValid() || !to.isValid()) throw Failure{QStringLiteral("a report needs two days and a name or \"\"")};
+    if (!from.isValid() || !to.isValid()) throw Failure{u"a report needs two days and a name or \"\""_s};
     const QAbstractItemModel* grid = form_ ? form_->DBGrid1->model() : nullptr;
-    if (!grid) throw Failure{QStringLiteral("the grid has no rows yet")};
+    if (!grid) throw Failure{u"the grid has no rows yet"_s};
     const QString difference = differenceFromReport(form_->GünData.database(), *grid, from, to, customer);
     if (!difference.isEmpty()) throw Failure{difference};
 }
@@ -393,24 +393,22 @@ void Player::report(const QString& first, const QString& last, const QString& cu
 void Player::printHas(const QString& text)
 {
     const std::optional<QString> printed = textOfPdf(printer_->lastPdf());
-    if (!printed)
-        throw Failure{QStringLiteral("pdftotext (Debian package poppler-utils) is needed to read a printout")};
+    if (!printed) throw Failure{u"pdftotext (Debian package poppler-utils) is needed to read a printout"_s};
     if (!printed->contains(text.simplified()))
-        throw Failure{QStringLiteral("expected a printout with '%1', found '%2'").arg(text, *printed)};
+        throw Failure{u"expected a printout with '%1', found '%2'"_s.arg(text, *printed)};
 }
 
 void Player::setting(const QString& section, const QString& key, const QString& value)
 {
-    const QString application =
-        section == QLatin1String("SizeKlv") ? QStringLiteral("presva") : QStringLiteral("Mendrik Presva");
-    const QString found = settings_->get(application, section, key, QStringLiteral("(none)"));
-    if (found != value) throw Failure{QStringLiteral("expected '%1', found '%2'").arg(value, found)};
+    const QString application = section == QLatin1String("SizeKlv") ? u"presva"_s : u"Mendrik Presva"_s;
+    const QString found = settings_->get(application, section, key, u"(none)"_s);
+    if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
 }
 
 void Player::await(const QString& file)
 {
     if (!QTest::qWaitFor([&] { return QFile::exists(QDir(options_.directory).filePath(file)); }, 60000))
-        throw Failure{QStringLiteral("the file does not come")};
+        throw Failure{u"the file does not come"_s};
 }
 
 void Player::shot(const QString& name)
@@ -422,8 +420,8 @@ void Player::shot(const QString& name)
         QPainter painter(&picture);
         painter.drawPixmap(form_->mapFromGlobal(dialog->pos()), dialog->grab());
     }
-    const QString path = options_.shots + QLatin1Char('/') + name + QStringLiteral(".png");
-    if (!picture.save(path)) throw Failure{QStringLiteral("the picture %1 could not be written").arg(path)};
+    const QString path = options_.shots + QLatin1Char('/') + name + u".png"_s;
+    if (!picture.save(path)) throw Failure{u"the picture %1 could not be written"_s.arg(path)};
 }
 
 } // namespace scenario

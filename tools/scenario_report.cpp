@@ -6,12 +6,14 @@
 #include <QStringList>
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace scenario {
 namespace {
 
 enum Field { Tarih, Zeytin, Yağ, Yuzde, HakTut, Nakit, CariHar, fieldCount };
 
-const QString totalsName = QStringLiteral("Toplamlar");
+const QString totalsName = u"Toplamlar"_s;
 const QLocale turkish(QLocale::Turkish, QLocale::Turkey);
 
 using Row = std::array<store::FieldValue, fieldCount>;
@@ -20,7 +22,7 @@ using Row = std::array<store::FieldValue, fieldCount>;
 QString cell(const store::FieldValue& value, int field)
 {
     if (value.isNull()) return {};
-    if (field == Tarih) return value.moment().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    if (field == Tarih) return value.moment().toString(u"dd.MM.yyyy HH:mm:ss"_s);
     if (field == CariHar) return value.text();
     const double number = value.number().value();
     if (field != Yuzde) return turkish.toString(number, 'f', 2);
@@ -40,7 +42,7 @@ QString line(const QAbstractItemModel& grid, int row)
     for (int column = 0; column < grid.columnCount(); ++column) {
         QString text = grid.index(row, column).data().toString();
         // Midnight is shown without a time.
-        if (column == Tarih && text.size() == 10) text += QStringLiteral(" 00:00:00");
+        if (column == Tarih && text.size() == 10) text += u" 00:00:00"_s;
         cells += text;
     }
     return cells.join(u'|');
@@ -53,7 +55,7 @@ QString differenceFromReport(store::Engine& database, const QAbstractItemModel& 
 {
     std::vector<Row> pressings;
     int totalsRows = 0;
-    const store::Listing table = database.open(QStringLiteral("Hareket"));
+    const store::Listing table = database.open(u"Hareket"_s);
     for (const store::RowKey key : table.rows) {
         Row row;
         for (int field = 0; field < fieldCount; ++field)
@@ -70,8 +72,8 @@ QString differenceFromReport(store::Engine& database, const QAbstractItemModel& 
                      [](const Row& a, const Row& b) { return a[Tarih].moment() < b[Tarih].moment(); });
 
     const int rows = pressings.empty() ? 0 : static_cast<int>(pressings.size()) + 1;
-    if (totalsRows != (rows > 0 ? 1 : 0)) return QStringLiteral("the table has %1 totals rows").arg(totalsRows);
-    if (grid.rowCount() != rows) return QStringLiteral("expected %1 rows, found %2").arg(rows).arg(grid.rowCount());
+    if (totalsRows != (rows > 0 ? 1 : 0)) return u"the table has %1 totals rows"_s.arg(totalsRows);
+    if (grid.rowCount() != rows) return u"expected %1 rows, found %2"_s.arg(rows).arg(grid.rowCount());
     if (rows == 0) return {};
 
     Row totals;
@@ -90,11 +92,11 @@ QString differenceFromReport(store::Engine& database, const QAbstractItemModel& 
 
     for (int row = 0; row < rows - 1; ++row) {
         const QString expected = line(pressings[static_cast<std::size_t>(row)]), found = line(grid, row);
-        if (found != expected) return QStringLiteral("row %1: expected '%2', found '%3'").arg(row).arg(expected, found);
+        if (found != expected) return u"row %1: expected '%2', found '%3'"_s.arg(row).arg(expected, found);
     }
     // Whenever the report was made: its moment is none of the sums.
     const QString expected = line(totals).section(u'|', 1), found = line(grid, rows - 1).section(u'|', 1);
-    if (found != expected) return QStringLiteral("totals: expected '%1', found '%2'").arg(expected, found);
+    if (found != expected) return u"totals: expected '%1', found '%2'"_s.arg(expected, found);
     return {};
 }
 

@@ -2,6 +2,8 @@
 
 #include <QHash>
 
+using namespace Qt::StringLiterals;
+
 namespace scenario {
 namespace {
 
@@ -51,14 +53,11 @@ std::vector<Command> parse(const QString& text, const QString& file)
         Command command{file, number, takeWord(rest), {}};
         const auto known = arity().find(command.word);
         if (known == arity().end())
-            throw ScriptError{QStringLiteral("%1:%2: unknown command '%3'").arg(file).arg(number).arg(command.word)};
+            throw ScriptError{u"%1:%2: unknown command '%3'"_s.arg(file).arg(number).arg(command.word)};
         for (int i = 0; i < *known; ++i) {
             if (rest.isEmpty())
-                throw ScriptError{QStringLiteral("%1:%2: '%3' needs %4 argument(s)")
-                                      .arg(file)
-                                      .arg(number)
-                                      .arg(command.word)
-                                      .arg(*known)};
+                throw ScriptError{
+                    u"%1:%2: '%3' needs %4 argument(s)"_s.arg(file).arg(number).arg(command.word).arg(*known)};
             if (i + 1 == *known) {
                 command.arguments << unquoted(rest);
                 rest.clear();
@@ -67,11 +66,8 @@ std::vector<Command> parse(const QString& text, const QString& file)
             }
         }
         if (!rest.isEmpty())
-            throw ScriptError{QStringLiteral("%1:%2: '%3' takes no more than %4 argument(s)")
-                                  .arg(file)
-                                  .arg(number)
-                                  .arg(command.word)
-                                  .arg(*known)};
+            throw ScriptError{
+                u"%1:%2: '%3' takes no more than %4 argument(s)"_s.arg(file).arg(number).arg(command.word).arg(*known)};
         commands.push_back(std::move(command));
     }
     return commands;
@@ -98,12 +94,11 @@ QByteArray unescape(const QString& text)
         else if (escape == 'x' && i + 2 < utf8.size()) {
             bool ok = false;
             const int value = utf8.mid(i + 1, 2).toInt(&ok, 16);
-            if (!ok)
-                throw ScriptError{QStringLiteral("'\\x%1' is not a byte").arg(QString::fromUtf8(utf8.mid(i + 1, 2)))};
+            if (!ok) throw ScriptError{u"'\\x%1' is not a byte"_s.arg(QString::fromUtf8(utf8.mid(i + 1, 2)))};
             bytes += static_cast<char>(value);
             i += 2;
         } else {
-            throw ScriptError{QStringLiteral("unknown escape '\\%1'").arg(QLatin1Char(escape))};
+            throw ScriptError{u"unknown escape '\\%1'"_s.arg(QLatin1Char(escape))};
         }
     }
     return bytes;

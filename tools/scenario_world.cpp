@@ -11,19 +11,21 @@
 #include <termios.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace scenario {
 
 QString AnsweringPrompt::answer(const QString& message, const QStringList& captions)
 {
     lastMessage_ = message;
     if (answers_.isEmpty()) {
-        if (fault_.isEmpty()) fault_ = QStringLiteral("a message box that nobody answers: ") + message;
+        if (fault_.isEmpty()) fault_ = u"a message box that nobody answers: "_s + message;
         return captions.last();
     }
     const QString given = answers_.dequeue().arguments[0];
     if (!captions.contains(given)) {
         if (fault_.isEmpty())
-            fault_ = QStringLiteral("the box has no button '%1' but %2").arg(given, captions.join(QLatin1String(", ")));
+            fault_ = u"the box has no button '%1' but %2"_s.arg(given, captions.join(QLatin1String(", ")));
         return captions.last();
     }
     return given;
@@ -34,20 +36,19 @@ std::optional<Command> AnsweringPrompt::unusedAnswer() const
     return answers_.isEmpty() ? std::nullopt : std::optional(answers_.head());
 }
 
-void AnsweringPrompt::exclamation(const QString& text) { answer(text, {QStringLiteral("Tamam")}); }
+void AnsweringPrompt::exclamation(const QString& text) { answer(text, {u"Tamam"_s}); }
 
-void AnsweringPrompt::errorReport(const base::RuntimeError& error) { answer(error.text(), {QStringLiteral("Tamam")}); }
+void AnsweringPrompt::errorReport(const base::RuntimeError& error) { answer(error.text(), {u"Tamam"_s}); }
 
 bool AnsweringPrompt::yesNo(const QString& text, const QString& title)
 {
-    return answer(title + QLatin1String(": ") + text, {QStringLiteral("Evet"), QStringLiteral("Hayır")}) ==
-           QLatin1String("Evet");
+    return answer(title + QLatin1String(": ") + text, {u"Evet"_s, u"Hayır"_s}) == QLatin1String("Evet");
 }
 
 std::optional<app::FontChoice> AnsweringPrompt::chooseFont(const app::FontChoice& preset)
 {
-    const QString message = QStringLiteral("Yazı Tipi: %1 %2").arg(preset.name).arg(preset.size);
-    if (answer(message, {QStringLiteral("Tamam"), QStringLiteral("İptal")}) == QLatin1String("Tamam")) return preset;
+    const QString message = u"Yazı Tipi: %1 %2"_s.arg(preset.name).arg(preset.size);
+    if (answer(message, {u"Tamam"_s, u"İptal"_s}) == QLatin1String("Tamam")) return preset;
     return std::nullopt;
 }
 
@@ -60,7 +61,7 @@ void WatchedTarget::sendAndFinish(int job, const print::Document& document)
 
 ScaleLine::ScaleLine(const QString& directory)
 {
-    const QString link = directory + QStringLiteral("/com1");
+    const QString link = directory + u"/com1"_s;
     if (QFileInfo(link).isSymLink() || QFile::exists(link)) return;
     const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (master < 0) return;
@@ -100,7 +101,7 @@ void ScaleLine::send(const QByteArray& bytes)
 std::optional<QString> textOfPdf(const QByteArray& pdf)
 {
     QProcess reader;
-    reader.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), QStringLiteral("-"), QStringLiteral("-")});
+    reader.start(u"pdftotext"_s, {u"-layout"_s, u"-"_s, u"-"_s});
     if (!reader.waitForStarted()) return std::nullopt;
     reader.write(pdf);
     reader.closeWriteChannel();

@@ -78,6 +78,7 @@ void WeightLine::fieldIsTheEndOfTheFirstLine_data()
     QTest::newRow("words before the weight") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
     QTest::newRow("unit twice") << u"1kgkg2\r"_s << u"12\r"_s;
     QTest::newRow("unit before the weight") << u"kg  1234\r"_s << u"  1234\r"_s;
+    QTest::newRow("unit around the unit") << u"1kkgg2\r"_s << u"1kg2\r"_s;
     QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
 }
 

@@ -6,8 +6,8 @@
 using namespace base;
 using namespace Qt::StringLiterals;
 
-/// Letter case as the keypad and the names need it, and cutting and searching texts.
-class LettersAndPieces : public QObject {
+/// Letter case as the keypad and the names need it.
+class Letters : public QObject {
     Q_OBJECT
 
 private slots:
@@ -16,15 +16,10 @@ private slots:
     void keypadCaptionsChangeCase();
     void properCaseStartsWordsAfterWhiteSpaceOnly_data();
     void properCaseStartsWordsAfterWhiteSpaceOnly();
-    void piecesAreCut_data();
-    void piecesAreCut();
-    void positionsCountFromOne();
     void onlyBlanksAreTrimmed();
-    void replacementsAreMadeInOnePass_data();
-    void replacementsAreMadeInOnePass();
 };
 
-void LettersAndPieces::lettersKeepTheTurkishTwins_data()
+void Letters::lettersKeepTheTurkishTwins_data()
 {
     QTest::addColumn<QString>("letters");
     QTest::addColumn<QString>("upper");
@@ -40,7 +35,7 @@ void LettersAndPieces::lettersKeepTheTurkishTwins_data()
     QTest::newRow("no letters") << u"12,*ß"_s << u"12,*ß"_s << u"12,*ß"_s;
 }
 
-void LettersAndPieces::lettersKeepTheTurkishTwins()
+void Letters::lettersKeepTheTurkishTwins()
 {
     QFETCH(QString, letters);
     QFETCH(QString, upper);
@@ -49,7 +44,7 @@ void LettersAndPieces::lettersKeepTheTurkishTwins()
     QCOMPARE(lowerCase(letters), lower);
 }
 
-void LettersAndPieces::keypadCaptionsChangeCase()
+void Letters::keypadCaptionsChangeCase()
 {
     const auto captions = [](QString letters, auto&& mapped, const QString& ten, const QString& eleven) {
         QStringList keys;
@@ -68,7 +63,7 @@ void LettersAndPieces::keypadCaptionsChangeCase()
              u"a b c ç d e f g ğ h ı i j k l m n o ö p r s ş t u ü v y z w q x"_s);
 }
 
-void LettersAndPieces::properCaseStartsWordsAfterWhiteSpaceOnly_data()
+void Letters::properCaseStartsWordsAfterWhiteSpaceOnly_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("expected");
@@ -89,7 +84,7 @@ void LettersAndPieces::properCaseStartsWordsAfterWhiteSpaceOnly_data()
         QTest::newRow(rowName(QString::fromUtf8(row[0]))) << QString::fromUtf8(row[0]) << QString::fromUtf8(row[1]);
 }
 
-void LettersAndPieces::properCaseStartsWordsAfterWhiteSpaceOnly()
+void Letters::properCaseStartsWordsAfterWhiteSpaceOnly()
 {
     QFETCH(QString, text);
     QFETCH(QString, expected);
@@ -97,57 +92,7 @@ void LettersAndPieces::properCaseStartsWordsAfterWhiteSpaceOnly()
     QCOMPARE(properCase(text).size(), text.size());
 }
 
-void LettersAndPieces::piecesAreCut_data()
-{
-    QTest::addColumn<QString>("piece");
-    QTest::addColumn<QString>("expected");
-    const auto row = [](const char* name, auto&& action, const QString& expected) {
-        QTest::newRow(name) << outcomeOf(action) << expected;
-    };
-    row(
-        "left", [] { return left(u"12,345", 5); }, u"12,34"_s);
-    row(
-        "left of a shorter text", [] { return left(u"12", 5); }, u"12"_s);
-    row(
-        "left of length 0", [] { return left(u"x", 0); }, QString());
-    row(
-        "left of a negative length", [] { return left(u"x", -1); }, u"E5"_s);
-    row(
-        "right, whole text", [] { return right(u"  1234 \r", 8); }, u"  1234 \r"_s);
-    row(
-        "right of a longer text", [] { return right(u"ST,GS,+  1234\r", 8); }, u"+  1234\r"_s);
-    row(
-        "right of a negative length", [] { return right(u"x", -1); }, u"E5"_s);
-    row(
-        "mid", [] { return mid(u"9600,n,8,1", 6, 1); }, u"n"_s);
-    row(
-        "mid behind the end", [] { return mid(u"abc", 9, 1); }, QString());
-    row(
-        "mid over the end", [] { return mid(u"abc", 2, 9); }, u"bc"_s);
-    row(
-        "mid at 0", [] { return mid(u"abc", 0, 1); }, u"E5"_s);
-    row(
-        "mid of a negative length", [] { return mid(u"abc", 1, -1); }, u"E5"_s);
-}
-
-void LettersAndPieces::piecesAreCut()
-{
-    QFETCH(QString, piece);
-    QFETCH(QString, expected);
-    QCOMPARE(piece, expected);
-}
-
-void LettersAndPieces::positionsCountFromOne()
-{
-    QCOMPARE(instr(u"12,75", u","), 3);
-    QCOMPARE(instr(u"1275", u","), 0);
-    QCOMPARE(instr(u"", u","), 0);
-    QCOMPARE(instr(u"1234KG", u"kg"), 0);
-    QVERIFY(instr(u"Label2", u"Label") > 0);
-    for (const auto* name : {u"TxtLbl", u"NakitLbl", u"Haklbl", u"GünLbl"}) QCOMPARE(instr(name, u"Label"), 0);
-}
-
-void LettersAndPieces::onlyBlanksAreTrimmed()
+void Letters::onlyBlanksAreTrimmed()
 {
     QCOMPARE(trimBlanks(u" Boşluk "), u"Boşluk"_s);
     QCOMPARE(trimBlanks(u"\t5\r"), u"\t5\r"_s);
@@ -155,23 +100,5 @@ void LettersAndPieces::onlyBlanksAreTrimmed()
     QCOMPARE(trimBlanks(u"   "), QString());
 }
 
-void LettersAndPieces::replacementsAreMadeInOnePass_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("all occurrences") << u"1kgkg2"_s << u"12"_s;
-    QTest::newRow("letter case counts") << u"1234KG"_s << u"1234KG"_s;
-    QTest::newRow("what comes together stays") << u"kkgg"_s << u"kg"_s;
-    QTest::newRow("nothing to replace") << u"1234"_s << u"1234"_s;
-    QTest::newRow("empty") << QString() << QString();
-}
-
-void LettersAndPieces::replacementsAreMadeInOnePass()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, expected);
-    QCOMPARE(base::replace(text, u"kg", u""), expected);
-}
-
-QTEST_APPLESS_MAIN(LettersAndPieces)
-#include "letters_and_pieces.moc"
+QTEST_APPLESS_MAIN(Letters)
+#include "letters.moc"
