@@ -3,6 +3,7 @@
 #include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
+#include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
 #include "pressing/station_screen.h"
@@ -101,7 +102,7 @@ void Form1::createStation(int Index)
     using Kind = FieldLabel::Kind;
     auto* frame = named(new ControlFrame(this, ControlFrame::Look::station, stationCaptions[Index]), "Frame1", Index);
     Frame1[Index] = frame;
-    TxtLbl[Index] = named(new FieldLabel(frame, Kind::name, u" Müşteri"_s, pressing::customerPrompt), "TxtLbl", Index);
+    TxtLbl[Index] = named(new FieldLabel(frame, Kind::name, u" Müşteri"_s, mill::customerPrompt), "TxtLbl", Index);
     Label2[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılacak Zeytin KG"_s, u"0"_s), "Label2", Index);
     Label3[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılan Zeytin Yağı KG"_s, u"0"_s), "Label3", Index);
     NakitLbl[Index] = named(new FieldLabel(frame, Kind::figure, u"Zeytin Sıkma TL"_s), "NakitLbl", Index);

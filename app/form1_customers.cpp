@@ -3,22 +3,31 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/resume_next.h"
+#include "mill/queries.h"
 #include "pressing/rules.h"
-#include "store/customer_texts.h"
 
 #include <QGuiApplication>
 #include <QScopeGuard>
 
 namespace app {
 
+using mill::Cari;
+
+namespace {
+
+const QString saveCaption = QStringLiteral("Kaydet");
+const QString deleteCaption = QStringLiteral("Kaydı Sil");
+
+} // namespace
+
 void Form1::bindData()
 {
-    DataCari.setRecordSource(QStringLiteral("Cari"));
-    DataHar.setRecordSource(QStringLiteral("Hareket"));
+    DataCari.setRecordSource(mill::customerTable);
+    DataHar.setRecordSource(mill::journalTable);
     DataCari.onReposition([this] { DataCari_Reposition(); });
     DataCari.onRefresh([this] { dbListe1->refill(); });
     dbListe1->setRows([this] { return DataCari.hasRecordSet() ? DataCari.recordSet().size() : 0; },
-                      [this](int row) { return DataCari.recordSet().fieldAt(row, 0).text(); });
+                      [this](int row) { return DataCari.recordSet().fieldAt(row, Cari::Unvan).text(); });
 }
 
 void Form1::YeniCmd_Click(int Index)
@@ -47,14 +56,14 @@ void Form1::TxtLbl_Change(int Index)
     // Events ran during the search: the text is read afresh.
     const QString typed = AktifLbl->caption();
     store::RecordSet& customers = DataCari.recordSet();
-    const bool known = customers.recordCount() != 0 && customers.field(0).text() == typed;
-    Kaydet->setCaption(known ? store::deleteCustomerCaption : store::saveCustomerCaption);
+    const bool known = customers.recordCount() != 0 && customers.field(Cari::Unvan).text() == typed;
+    Kaydet->setCaption(known ? deleteCaption : saveCaption);
     Kaydet->setVisible(!typed.isEmpty());
 }
 
 void Form1::searchCustomers(const QString& typed)
 {
-    DataCari.setRecordSource(store::customerSearch(typed));
+    DataCari.setRecordSource(mill::customerSearch(typed));
     VeriYenile(DataCari);
     dbListe1->setVisible(DataCari.recordSet().recordCount() != 0);
 }
@@ -77,23 +86,23 @@ void Form1::DataCari_Reposition()
     if (AktifKontrol == 999 || DataCari.recordSet().recordCount() == 0) return;
     store::RecordSet& customer = DataCari.recordSet();
     const base::Regional& regional = surroundings_.regional;
-    resumeNext([&] { Haklbl[station()]->setCaption(customer.field(1).toCaption(regional)); });
-    resumeNext([&] { Combo1[station()]->setText(customer.field(2).toCaption(regional)); });
-    resumeNext([&] { NakitLbl[station()]->setCaption(customer.field(3).toCaption(regional)); });
+    resumeNext([&] { Haklbl[station()]->setCaption(customer.field(Cari::Yuzde).toCaption(regional)); });
+    resumeNext([&] { Combo1[station()]->setText(customer.field(Cari::Kap).toCaption(regional)); });
+    resumeNext([&] { NakitLbl[station()]->setCaption(customer.field(Cari::Nakit).toCaption(regional)); });
 }
 
 void Form1::Kaydet_Click()
 {
-    if (Kaydet->caption() != store::deleteCustomerCaption) {
+    if (Kaydet->caption() != deleteCaption) {
         const QString name = TxtLbl[station()]->caption();
         // Before anything is added: a name that the search could never find again is not saved.
-        const QString criteria = store::customerCriteria(name);
+        const QString criteria = mill::customerCriteria(name);
         store::RecordSet& customers = DataCari.recordSet();
         customers.addNew();
-        customers.setField(0, name, surroundings_.regional);
+        customers.setField(Cari::Unvan, name, surroundings_.regional);
         customers.update();
         customers.findFirst(criteria);
-        Kaydet->setCaption(store::deleteCustomerCaption);
+        Kaydet->setCaption(deleteCaption);
         return;
     }
 
@@ -105,7 +114,7 @@ void Form1::Kaydet_Click()
     // Pressings first, the customer's row last, and both or none.
     store::RecordSet& customers = DataCari.recordSet();
     store::Change change(DataCari.database());
-    DataCari.database().execute(store::deletePressingsOf(customers.field(0).text()));
+    DataCari.database().execute(mill::deletePressingsOf(customers.field(Cari::Unvan).text()));
     customers.erase();
     change.commit();
     journalShrunk();
@@ -124,8 +133,8 @@ void Form1::CariSil_Click()
 {
     copyBeforeDeletion();
     store::Change change(DataCari.database());
-    DataCari.database().execute(QStringLiteral("DELETE FROM Cari"));
-    DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
+    DataCari.database().execute(mill::deleteCustomers);
+    DataCari.database().execute(mill::deletePressings);
     change.commit();
     journalShrunk();
 }
@@ -133,7 +142,7 @@ void Form1::CariSil_Click()
 void Form1::HesapSil_Click()
 {
     copyBeforeDeletion();
-    DataCari.database().execute(QStringLiteral("DELETE FROM Hareket"));
+    DataCari.database().execute(mill::deletePressings);
     journalShrunk();
 }
 

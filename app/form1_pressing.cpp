@@ -2,6 +2,7 @@
 
 #include "app/counter_screen.h"
 #include "app/form1.h"
+#include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
@@ -44,7 +45,7 @@ void Form1::wireCounter()
 void Form1::askForCustomerFirst(int Index)
 {
     if (!pressing::wantsCustomerFirst(*counter_, Index)) return;
-    TxtLbl[Index]->setCaption(pressing::customerPrompt);
+    TxtLbl[Index]->setCaption(mill::customerPrompt);
     activate(TxtLbl[Index]);
 }
 

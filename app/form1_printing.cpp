@@ -6,6 +6,7 @@
 #include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
+#include "mill/queries.h"
 #include "pressing/rules.h"
 #include "print/header_file.h"
 #include "print/slip.h"
@@ -39,7 +40,7 @@ void Form1::YazCmd_Click(int Index)
     const int current = station();
     // The slip would leave and its pressing be lost.
     if (DataHar.hasRecordSet())
-        if (const std::optional<QString> why = DataHar.database().whyReadOnly(QStringLiteral("Hareket")))
+        if (const std::optional<QString> why = DataHar.database().whyReadOnly(mill::journalTable))
             throw base::RuntimeError(base::errors::readOnlyDatabase, *why);
     if (const std::optional<store::SlipNote> slip = printSlip(current)) {
         // A pressing that the disk refused keeps its note: the next slip or the next start stores it.

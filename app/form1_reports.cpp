@@ -1,6 +1,7 @@
 // The report panel: its two views, the period and the name, the grid's columns, the statement.
 
 #include "app/form1.h"
+#include "mill/queries.h"
 #include "print/header_file.h"
 #include "print/statement.h"
 #include "reports/period_report.h"
@@ -88,11 +89,11 @@ void Form1::Option1_Click(int Index)
 {
     GridGorunum = QString::number(Index);
     const bool report = Index == reportView;
-    GünData.setRecordSource(report ? reports::wholeJournal : reports::customerTable);
+    GünData.setRecordSource(report ? mill::wholeJournal : mill::customerTable);
     if (!report) {
         GünLbl->setCaption(QString());
         // Emptying the name ran the report, which listed something else.
-        GünData.setRecordSource(reports::customerTable);
+        GünData.setRecordSource(mill::customerTable);
     }
     GünLbl->setVisible(report);
     DTPickerSon->setVisible(report);

@@ -7,9 +7,9 @@
 #include "base/error.h"
 #include "base/patterns.h"
 #include "base/sequential.h"
+#include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
-#include "store/customer_texts.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
@@ -57,9 +57,9 @@ void Form1::start()
 void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
-    resumeNext([&] { DataCari.database().open(store::customerSearch(QStringLiteral("a"))); });
+    resumeNext([&] { DataCari.database().open(mill::customerSearch(QStringLiteral("a"))); });
     QStringList reasons;
-    for (const QString& table : {QStringLiteral("Cari"), QStringLiteral("Hareket")}) {
+    for (const QString& table : {mill::customerTable, mill::journalTable}) {
         // A table that is not there is reported by what opens it.
         resumeNext([&] {
             if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) reasons << *why;

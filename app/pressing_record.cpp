@@ -1,26 +1,29 @@
 #include "app/pressing_record.h"
 
 #include "app/resume_next.h"
+#include "mill/queries.h"
 
 using namespace Qt::StringLiterals;
 
 namespace app {
 namespace {
 
+using mill::Cari, mill::Hareket;
+
 void storeTerms(store::RecordSet& customers, const store::SlipNote& slip, const base::Regional& regional)
 {
     // No current record, or one that is gone, counts as another customer: the name is added.
     bool another = true;
-    resumeNext([&] { another = customers.field(0).text() != slip.customer; });
+    resumeNext([&] { another = customers.field(Cari::Unvan).text() != slip.customer; });
     if (another) {
         resumeNext([&] { customers.addNew(); });
-        resumeNext([&] { customers.setField(0, slip.customer, regional); });
+        resumeNext([&] { customers.setField(Cari::Unvan, slip.customer, regional); });
     } else {
         resumeNext([&] { customers.edit(); });
     }
-    resumeNext([&] { customers.setField(1, slip.percentage, regional); });
-    resumeNext([&] { customers.setField(2, slip.container, regional); });
-    resumeNext([&] { customers.setField(3, slip.fee, regional); });
+    resumeNext([&] { customers.setField(Cari::Yuzde, slip.percentage, regional); });
+    resumeNext([&] { customers.setField(Cari::Kap, slip.container, regional); });
+    resumeNext([&] { customers.setField(Cari::Nakit, slip.fee, regional); });
     resumeNext([&] {
         customers.update();
         // The same name again must find this row, without recalling what it just stored.
@@ -31,13 +34,13 @@ void storeTerms(store::RecordSet& customers, const store::SlipNote& slip, const 
 bool storeJournal(store::RecordSet& journal, const store::SlipNote& slip, const base::Regional& regional)
 {
     resumeNext([&] { journal.addNew(); });
-    resumeNext([&] { journal.setField(0, store::DateDays{slip.moment}); });
-    resumeNext([&] { journal.setField(1, slip.olives, regional); });
-    resumeNext([&] { journal.setField(2, slip.oil, regional); });
-    resumeNext([&] { journal.setField(3, slip.percentage, regional); });
-    resumeNext([&] { journal.setField(4, slip.entitlement, regional); });
-    resumeNext([&] { journal.setField(5, slip.fee, regional); });
-    resumeNext([&] { journal.setField(6, slip.customer, regional); });
+    resumeNext([&] { journal.setField(Hareket::Tarih, store::DateDays{slip.moment}); });
+    resumeNext([&] { journal.setField(Hareket::Zeytin, slip.olives, regional); });
+    resumeNext([&] { journal.setField(Hareket::Yağ, slip.oil, regional); });
+    resumeNext([&] { journal.setField(Hareket::Yuzde, slip.percentage, regional); });
+    resumeNext([&] { journal.setField(Hareket::HakTut, slip.entitlement, regional); });
+    resumeNext([&] { journal.setField(Hareket::Nakit, slip.fee, regional); });
+    resumeNext([&] { journal.setField(Hareket::CariHar, slip.customer, regional); });
     bool stored = false;
     resumeNext([&] {
         journal.update();
@@ -83,12 +86,11 @@ void settleOpenSlip(store::Databases& databases, const QString& database, store:
     }
     store::DataSource customers(databases);
     customers.setDatabaseName(database);
-    customers.setRecordSource(u"Select * From Cari Where Unvan='%1'"_s.arg(
-        QString(slip->customer).replace(QLatin1Char('\''), QLatin1String("''"))));
+    customers.setRecordSource(mill::customerNamed(slip->customer));
     customers.refresh();
     store::DataSource journal(databases);
     journal.setDatabaseName(database);
-    journal.setRecordSource(u"Hareket"_s);
+    journal.setRecordSource(mill::journalTable);
     journal.refresh();
     storePressing(customers, journal, *slip, regional);
     notes.strike();

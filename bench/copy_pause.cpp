@@ -4,11 +4,11 @@
 // [FOLDER]   (default: a temporary one)
 
 #include "bench/mill.h"
+#include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "store/backups.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 #include "store/slip_note.h"
 
 #include <QCoreApplication>
@@ -27,7 +27,7 @@ double ms(qint64 nanoseconds) { return double(nanoseconds) / 1e6; }
 
 void makeJournal(const std::filesystem::path& file)
 {
-    store::createMillDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
+    mill::createDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
     const auto database = jet::Database::open(platform::systemDisk(), file);
     jet::Transaction change(database->pager());
     jet::Table& journal = database->table(u"Hareket");

@@ -1,9 +1,9 @@
 #include "bench/counter_mill.h"
 
 #include "bench/mill.h"
+#include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
-#include "store/mill_tables.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,7 +46,7 @@ bool prepare(const QString& folder)
         const QString unfinished = path + ".new";
         QFile::remove(unfinished);
         const std::filesystem::path file = unfinished.toStdU16String();
-        store::createMillDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
+        mill::createDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
         fill(*jet::Database::open(platform::systemDisk(), file));
         return QFile::rename(unfinished, path);
     } catch (const std::exception& error) {

@@ -2,6 +2,7 @@
 
 #include "base/letters.h"
 #include "base/numbers.h"
+#include "mill/queries.h"
 
 namespace pressing {
 
@@ -27,7 +28,7 @@ void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
 {
     if (!keypad.stationFrameEnabled() && !keypad.reportPanelShown()) return;
 
-    if (base::trimBlanks(screen.activeCaption()) == customerPrompt && !keypad.reportPanelShown())
+    if (base::trimBlanks(screen.activeCaption()) == mill::customerPrompt && !keypad.reportPanelShown())
         screen.setActiveCaption(QString());
 
     const QString keyText = keypad.keyCaption(key);

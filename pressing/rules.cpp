@@ -2,6 +2,7 @@
 
 #include "base/numbers.h"
 #include "base/patterns.h"
+#include "mill/queries.h"
 #include "pressing/containers.h"
 
 namespace pressing {
@@ -142,7 +143,7 @@ void customerCleared(StationScreen& screen, int station)
 bool wantsCustomerFirst(const StationScreen& screen, int station)
 {
     const QString name = screen.caption(Field::TxtLbl, station);
-    return name.isEmpty() || name == customerPrompt;
+    return name.isEmpty() || name == mill::customerPrompt;
 }
 
 } // namespace pressing

@@ -27,7 +27,6 @@ inline constexpr std::array allFields = {Field::TxtLbl, Field::Label2, Field::La
 QString nameOf(Field field);
 
 inline constexpr int stationCount = 2;
-inline const QString customerPrompt = QStringLiteral("Müşteri Seçin");
 
 /// What the rules need of the screen.
 ///

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "base/letters.h"
 #include "base/sequential.h"
+#include "mill/names.h"
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -16,6 +17,8 @@ namespace reports {
 
 namespace {
 
+using mill::Cari, mill::Hareket;
+
 /// What a view does to one column; nothing for what it leaves as it is.
 struct ColumnDress {
     std::size_t column;
@@ -28,27 +31,26 @@ const std::vector<ColumnDress>& dresses(const QString& view)
 {
     static const QString amount = u"Standard"_s;
     static const std::vector<ColumnDress> customers = {
-        {0, u"Ünvan"_s, {}, {}},
-        {1, u"Yüzde"_s, {}, {}},
-        {2, u"Kap"_s, {}, {}},
+        {Cari::Unvan, u"Ünvan"_s, {}, {}},
+        {Cari::Yuzde, u"Yüzde"_s, {}, {}},
+        {Cari::Kap, u"Kap"_s, {}, {}},
     };
     static const std::vector<ColumnDress> journal = {
-        {0, {}, {}, Alignment::left},
-        {1, u"Giren Zeytin"_s, amount, {}},
-        {2, u"Çıkan Yağ"_s, amount, {}},
-        {4, u"Hak Ediş"_s, amount, {}},
-        {5, {}, amount, {}},
-        {6, u"Cari"_s, {}, {}},
+        {Hareket::Tarih, {}, {}, Alignment::left},  {Hareket::Zeytin, u"Giren Zeytin"_s, amount, {}},
+        {Hareket::Yağ, u"Çıkan Yağ"_s, amount, {}}, {Hareket::HakTut, u"Hak Ediş"_s, amount, {}},
+        {Hareket::Nakit, {}, amount, {}},           {Hareket::CariHar, u"Cari"_s, {}, {}},
     };
     return view == "0"_L1 ? customers : journal;
 }
 
 float defaultWidth(const GridField& field)
 {
-    static const std::vector<std::pair<QString, float>> known = {
-        {u"Tarih"_s, 2445.0F},   {u"Zeytin"_s, 1620.0F}, {u"Yağ"_s, 1470.0F},
-        {u"Yuzde"_s, 900.0F},    {u"HakTut"_s, 1290.0F}, {u"Nakit"_s, 1470.0F},
-        {u"CariHar"_s, 1980.0F}, {u"Unvan"_s, 4500.0F},  {u"Kap"_s, 2400.0F},
+    static constexpr std::pair<QStringView, float> known[] = {
+        {Hareket::fields[Hareket::Tarih], 2445.0F},   {Hareket::fields[Hareket::Zeytin], 1620.0F},
+        {Hareket::fields[Hareket::Yağ], 1470.0F},     {Hareket::fields[Hareket::Yuzde], 900.0F},
+        {Hareket::fields[Hareket::HakTut], 1290.0F},  {Hareket::fields[Hareket::Nakit], 1470.0F},
+        {Hareket::fields[Hareket::CariHar], 1980.0F}, {Cari::fields[Cari::Unvan], 4500.0F},
+        {Cari::fields[Cari::Kap], 2400.0F},
     };
     for (const auto& [name, width] : known)
         if (field.name.compare(name, Qt::CaseInsensitive) == 0) return width;

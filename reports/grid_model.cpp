@@ -2,11 +2,13 @@
 
 #include "base/error.h"
 #include "base/patterns.h"
-#include "reports/period.h"
+#include "mill/queries.h"
 
 namespace reports {
 
 namespace {
+
+constexpr QStringView nameColumn(mill::Hareket::fields[mill::Hareket::CariHar]);
 
 GridField gridField(const store::FieldInfo& field)
 {
@@ -57,7 +59,7 @@ void GridModel::rebind()
         const store::RecordSet& set = source_.recordSet();
         rows_ = set.size();
         for (const store::FieldInfo& field : set.fields()) {
-            if (field.name.compare(u"CariHar", Qt::CaseInsensitive) == 0) nameField_ = static_cast<int>(fields.size());
+            if (field.name.compare(nameColumn, Qt::CaseInsensitive) == 0) nameField_ = static_cast<int>(fields.size());
             fields.push_back(gridField(field));
         }
     }
@@ -94,7 +96,7 @@ bool GridModel::isTotals(int row) const
 {
     if (nameField_ < 0 || row < 0 || row >= rows_) return false;
     try {
-        return source_.recordSet().fieldAt(row, nameField_).text() == totalsName;
+        return source_.recordSet().fieldAt(row, nameField_).text() == mill::totalsName;
     } catch (const base::RuntimeError&) {
         return false;
     }

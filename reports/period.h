@@ -3,10 +3,8 @@
 #include <QDate>
 #include <QString>
 
-/// The texts that the report panel asks the database with. No window and no database here.
+/// What a report asks for. No window and no database here.
 namespace reports {
-
-using namespace Qt::StringLiterals;
 
 /// First and last day of a report, both whole: from midnight to one second before the next.
 struct Period {
@@ -22,15 +20,6 @@ enum class Picker { first, last };
 /// change takes the day of the one that did.
 Period ordered(Period period, Picker changed);
 
-/// The name that no customer may have: the row that carries it in the journal holds the sums of the last report.
-inline const QString totalsName = u"Toplamlar"_s;
-
-inline const QString customerTable = u"Cari"_s;
-inline const QString journalTable = u"Hareket"_s;
-inline const QString wholeJournal = u"Select * From Hareket Order By Tarih Asc;"_s;
-inline const QString deleteTotals = u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s;
-inline const QString totalsCriteria = u"CariHar='Toplamlar'"_s;
-
 /// What a report reads from the screen.
 struct ReportQuestion {
     Period period;
@@ -40,15 +29,8 @@ struct ReportQuestion {
     QString activeText;          ///< text of the active label: the name that a customer's report is of
 };
 
-/// "Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#": month first, whatever the regional settings say.
-QString periodCondition(const Period& period);
-
 /// The period and, unless the panel's report is of all customers, the name of the active label between quotes, as it
 /// was typed. Error 3075 for a name with an apostrophe.
 QString reportCondition(const ReportQuestion& question);
-
-QString listingQuery(const QString& condition);
-/// The four sums in the order of the journal's fields; the totals row of an earlier report never counts.
-QString totalsQuery(const QString& condition);
 
 } // namespace reports

@@ -1,29 +1,29 @@
 #include "reports/period_report.h"
 
 #include "base/error.h"
+#include "mill/queries.h"
 
 namespace reports {
 
 namespace {
 
-/// Positions in the journal.
-enum JournalField { Tarih, Zeytin, Yağ, Yuzde, HakTut, Nakit, CariHar };
+using mill::Hareket;
 
 /// The totals row of the record set: found, or added at its end.
 void writeTotals(store::RecordSet& rows, const QDateTime& now, const QList<store::FieldValue>& sums)
 {
-    rows.findFirst(totalsCriteria);
+    rows.findFirst(mill::totalsCriteria);
     if (rows.noMatch()) {
         rows.addNew();
-        rows.setField(CariHar, store::FieldValue(totalsName));
+        rows.setField(Hareket::CariHar, store::FieldValue(mill::totalsName));
     } else {
         rows.edit();
     }
-    rows.setField(Tarih, store::FieldValue::date(now));
-    rows.setField(Zeytin, sums.at(0));
-    rows.setField(Yağ, sums.at(1));
-    rows.setField(HakTut, sums.at(2));
-    rows.setField(Nakit, sums.at(3));
+    rows.setField(Hareket::Tarih, store::FieldValue::date(now));
+    rows.setField(Hareket::Zeytin, sums.at(0));
+    rows.setField(Hareket::Yağ, sums.at(1));
+    rows.setField(Hareket::HakTut, sums.at(2));
+    rows.setField(Hareket::Nakit, sums.at(3));
     rows.update();
 }
 
@@ -35,10 +35,10 @@ void replaceTotals(const QString& condition, const ReportTools& tools)
     store::RecordSet& rows = tools.listing.recordSet();
     store::Change change(*database);
     // The listing was opened with the old totals row in it, if its moment lies in the period.
-    rows.leaveOut(totalsCriteria);
-    database->execute(deleteTotals);
+    rows.leaveOut(mill::totalsCriteria);
+    database->execute(mill::deleteTotals);
     if (rows.recordCount() != 0)
-        writeTotals(rows, tools.now, tools.databases.connect(connection)->aggregate(totalsQuery(condition)));
+        writeTotals(rows, tools.now, tools.databases.connect(connection)->aggregate(mill::sumsWhere(condition)));
     change.commit();
 }
 
@@ -48,7 +48,7 @@ void RaporYenile(const ReportQuestion& question, const ReportTools& tools)
 {
     store::DataSource& listing = tools.listing;
     const QString condition = reportCondition(question);
-    listing.setRecordSource(listingQuery(condition));
+    listing.setRecordSource(mill::pressingsWhere(condition));
     store::VeriYenile(listing, tools.processEvents);
 
     try {

@@ -68,7 +68,7 @@ public:
     virtual RowKey insert(const Listing& listing, const Assignments& values) = 0;
     virtual void update(const Listing& listing, RowKey row, const Assignments& values) = 0;
     virtual void erase(const Listing& listing, RowKey row) = 0;
-    /// Rows of the listing's table that meet a condition such as CariHar='Toplamlar', in no particular order.
+    /// Rows of the listing's table that meet a condition such as Unvan='Ali', in no particular order.
     virtual std::vector<RowKey> matching(const Listing& listing, const QString& criteria) = 0;
 
     /// An action SQL text; returns the number of rows that it took away.

@@ -3,6 +3,7 @@
 #include "files/error.h"
 #include "files/part_file.h"
 #include "files/quoted_path.h"
+#include "mill/names.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/values/names.h"
@@ -72,7 +73,7 @@ void refuseUnsound(jet::Disk& disk, const Path& file, const Path& copy)
         const auto database = jet::Database::open(disk, file, jet::Pager::Mode::readOnly);
         const jet::CheckResult result = jet::checkDatabase(*database);
         if (!result.ok()) refuse(result.faults.front());
-        for (const char16_t* table : {u"Cari", u"Hareket"})
+        for (const std::u16string_view table : {mill::Cari::table, mill::Hareket::table})
             if (!database->hasTable(table)) refuse(jet::quotedName(table) + " tablosu yok.");
     } catch (const jet::Error& error) {
         if (error.fault() == jet::Fault::disk || error.fault() == jet::Fault::damaged) throw;
@@ -156,17 +157,17 @@ CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
     facts.time = time;
     try {
         const auto database = jet::Database::open(disk, copy, jet::Pager::Mode::readOnly);
-        database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView&) {
+        database->table(mill::Cari::table).forEachRow([&](jet::RowId, const jet::RowView&) {
             ++facts.customers;
             return true;
         });
-        const jet::Table& journal = database->table(u"Hareket");
-        const auto date = journal.columnNamed(u"Tarih");
-        const auto customer = journal.columnNamed(u"CariHar");
+        const jet::Table& journal = database->table(mill::Hareket::table);
+        const auto date = journal.columnNamed(mill::Hareket::fields[mill::Hareket::Tarih]);
+        const auto customer = journal.columnNamed(mill::Hareket::fields[mill::Hareket::CariHar]);
         if (!date || !customer)
             throw jet::Error(jet::Fault::damaged, "'Hareket' tablosunda 'Tarih' ya da 'CariHar' sütunu yok.");
         journal.forEachRow([&](jet::RowId, const jet::RowView& row) {
-            if (row.textIs(*customer, u"Toplamlar")) return true;
+            if (row.textIs(*customer, mill::reserved::totals)) return true;
             ++facts.pressings;
             const auto days = row.number(*date);
             if (days && (!facts.newest || *days > facts.newest->days)) facts.newest = jet::DateTime{*days};

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "files/disk.h"
 #include "files/error.h"
+#include "mill/queries.h"
 #include "store/engine.h"
 
 #include <QCryptographicHash>
@@ -105,13 +106,11 @@ void SlipNotes::strike()
 
 int pressingsAt(Engine& engine, const QString& customer, double moment)
 {
-    // Here a quote in the name is doubled: the question must be answered for every name that a slip can carry.
-    const Listing journal = engine.open(QStringLiteral("Select * From Hareket Where CariHar='%1'")
-                                            .arg(QString(customer).replace(QLatin1Char('\''), QLatin1String("''"))));
+    const Listing journal = engine.open(mill::pressingsOf(customer));
     constexpr double halfSecond = 0.5 / 86400.0;
     int count = 0;
     for (const RowKey row : journal.rows) {
-        const FieldValue date = engine.field(journal, row, 0);
+        const FieldValue date = engine.field(journal, row, mill::Hareket::Tarih);
         const auto* days = std::get_if<DateDays>(&date.raw());
         if (days && std::fabs(days->days - moment) < halfSecond) ++count;
     }

@@ -1,9 +1,9 @@
 #include "tools/database_tool.h"
 
+#include "mill/tables.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
-#include "store/mill_tables.h"
 #include "tools/command_line.h"
 #include "tools/csv.h"
 #include "tools/field_text.h"
@@ -49,7 +49,7 @@ int create(jet::Disk& disk, Arguments arguments)
         }
     }
     if (!file) misused("Dosya adı eksik; yardım için: presva-mdb create --help");
-    store::createMillDatabase(disk, pathOf(*file), collation, now());
+    mill::createDatabase(disk, pathOf(*file), collation, now());
     return 0;
 }
 

@@ -1,11 +1,11 @@
 #include "tools/repair_commands.h"
 
 #include "files/error.h"
+#include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
-#include "store/mill_tables.h"
 #include "store/restore.h"
 
 #include <algorithm>
@@ -107,7 +107,7 @@ std::string rowsOf(const jet::RescueResult& result)
 void sayWhatCanBeSaved(jet::Disk& disk, Output& out, const std::string& file)
 {
     try {
-        const jet::RescueResult result = jet::survey(disk, pathOf(file), store::millTableName);
+        const jet::RescueResult result = jet::survey(disk, pathOf(file), mill::tableNamed);
         sayLosses(out, result);
         say(out, "Kurtarılabilecek: " + rowsOf(result) + ".");
         say(out, "Yedekten dönmek için: presva-mdb restore. Kurtarmak için: presva-mdb rescue " + file + " YENİ-DOSYA");
@@ -150,8 +150,8 @@ int rescueFile(jet::Disk& disk, Arguments arguments)
     jet::RescueResult result;
     {
         Progress progress("Kurtarılıyor");
-        result = jet::rescue(disk, pathOf(arguments[0]), pathOf(arguments[1]), now(), store::millTableName,
-                             std::ref(progress));
+        result =
+            jet::rescue(disk, pathOf(arguments[0]), pathOf(arguments[1]), now(), mill::tableNamed, std::ref(progress));
     }
     Output out(standardOutput);
     sayLosses(out, result);

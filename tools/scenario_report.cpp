@@ -1,6 +1,7 @@
 #include "tools/scenario_report.h"
 
 #include "base/letters.h"
+#include "mill/queries.h"
 
 #include <QLocale>
 #include <QStringList>
@@ -11,9 +12,9 @@ using namespace Qt::StringLiterals;
 namespace scenario {
 namespace {
 
-enum Field { Tarih, Zeytin, Yağ, Yuzde, HakTut, Nakit, CariHar, fieldCount };
+using mill::Hareket;
 
-const QString totalsName = u"Toplamlar"_s;
+constexpr int fieldCount = Hareket::fields.size();
 const QLocale turkish(QLocale::Turkish, QLocale::Turkey);
 
 using Row = std::array<store::FieldValue, fieldCount>;
@@ -22,10 +23,10 @@ using Row = std::array<store::FieldValue, fieldCount>;
 QString cell(const store::FieldValue& value, int field)
 {
     if (value.isNull()) return {};
-    if (field == Tarih) return value.moment().toString(u"dd.MM.yyyy HH:mm:ss"_s);
-    if (field == CariHar) return value.text();
+    if (field == Hareket::Tarih) return value.moment().toString(u"dd.MM.yyyy HH:mm:ss"_s);
+    if (field == Hareket::CariHar) return value.text();
     const double number = value.number().value();
-    if (field != Yuzde) return turkish.toString(number, 'f', 2);
+    if (field != Hareket::Yuzde) return turkish.toString(number, 'f', 2);
     return QString::number(number, 'g', 15).replace(u'.', u',');
 }
 
@@ -42,7 +43,7 @@ QString line(const QAbstractItemModel& grid, int row)
     for (int column = 0; column < grid.columnCount(); ++column) {
         QString text = grid.index(row, column).data().toString();
         // Midnight is shown without a time.
-        if (column == Tarih && text.size() == 10) text += u" 00:00:00"_s;
+        if (column == Hareket::Tarih && text.size() == 10) text += u" 00:00:00"_s;
         cells += text;
     }
     return cells.join(u'|');
@@ -55,21 +56,22 @@ QString differenceFromReport(store::Engine& database, const QAbstractItemModel& 
 {
     std::vector<Row> pressings;
     int totalsRows = 0;
-    const store::Listing table = database.open(u"Hareket"_s);
+    const store::Listing table = database.open(mill::journalTable);
     for (const store::RowKey key : table.rows) {
         Row row;
         for (int field = 0; field < fieldCount; ++field)
             row[static_cast<std::size_t>(field)] = database.field(table, key, field);
-        const QString name = row[CariHar].text();
-        const QDate day = row[Tarih].moment().date();
-        if (name == totalsName)
+        const QString name = row[Hareket::CariHar].text();
+        const QDate day = row[Hareket::Tarih].moment().date();
+        if (name == mill::totalsName)
             ++totalsRows;
         else if (day >= first && day <= last &&
                  (customer.isEmpty() || base::lowerCase(name) == base::lowerCase(customer)))
             pressings.push_back(row);
     }
-    std::stable_sort(pressings.begin(), pressings.end(),
-                     [](const Row& a, const Row& b) { return a[Tarih].moment() < b[Tarih].moment(); });
+    std::stable_sort(pressings.begin(), pressings.end(), [](const Row& a, const Row& b) {
+        return a[Hareket::Tarih].moment() < b[Hareket::Tarih].moment();
+    });
 
     const int rows = pressings.empty() ? 0 : static_cast<int>(pressings.size()) + 1;
     if (totalsRows != (rows > 0 ? 1 : 0)) return u"the table has %1 totals rows"_s.arg(totalsRows);
@@ -77,18 +79,18 @@ QString differenceFromReport(store::Engine& database, const QAbstractItemModel& 
     if (rows == 0) return {};
 
     Row totals;
-    for (const Field field : {Zeytin, Yağ, HakTut, Nakit}) {
+    for (const Hareket::Field field : {Hareket::Zeytin, Hareket::Yağ, Hareket::HakTut, Hareket::Nakit}) {
         // Ten-thousandths are added as whole numbers: nothing is rounded on the way.
         qint64 sum = 0;
         bool any = false;
         for (const Row& row : pressings)
-            if (const auto number = row[field].number(); number && !row[CariHar].isNull()) {
+            if (const auto number = row[field].number(); number && !row[Hareket::CariHar].isNull()) {
                 sum += qRound64(*number * 10000);
                 any = true;
             }
         if (any) totals[field] = static_cast<double>(sum) / 10000;
     }
-    totals[CariHar] = totalsName;
+    totals[Hareket::CariHar] = mill::totalsName;
 
     for (int row = 0; row < rows - 1; ++row) {
         const QString expected = line(pressings[static_cast<std::size_t>(row)]), found = line(grid, row);

@@ -10,7 +10,7 @@ struct CopyingScreen : World {
     CopyingScreen()
     {
         const std::filesystem::path file = path("Yag.mdb").toStdU16String();
-        store::createMillDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45981});
+        mill::createDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45981});
         app::Surroundings around{.prompt = prompt,
                                  .settings = settings,
                                  .regional = base::Regional::turkish(),

@@ -1,3 +1,4 @@
+#include "mill/queries.h"
 #include "pressing/rules.h"
 #include "tests/app/counter_world.h"
 
@@ -329,7 +330,7 @@ void CustomerRegister::weightWithoutACustomerAsksForOne()
     Counter::click(field);
     QCOMPARE(form.AktifLbl, asks ? form.TxtLbl[0] : field);
     QCOMPARE(form.AktifLbl->backColor(), colour::cyan);
-    QCOMPARE(form.TxtLbl[0]->caption(), asks ? pressing::customerPrompt : name);
+    QCOMPARE(form.TxtLbl[0]->caption(), asks ? mill::customerPrompt : name);
     QCOMPARE(field->backColor(), asks ? colour::white : colour::cyan);
 }
 

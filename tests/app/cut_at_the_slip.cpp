@@ -83,7 +83,7 @@ class CutAtTheSlip : public QObject {
         Mill()
         {
             jet::Database::create(power, file(), jet::turkish, {});
-            store::createMillTables(*jet::Database::open(power, file()), {});
+            mill::createTables(*jet::Database::open(power, file()), {});
             form = std::make_unique<app::Form1>(app::Surroundings{.prompt = prompt,
                                                                   .settings = settings,
                                                                   .regional = base::Regional::turkish(),

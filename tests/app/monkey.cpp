@@ -25,7 +25,7 @@ public:
     Monkey(std::uint32_t seed, const base::Regional& regional, jet::Disk& disk)
         : chance_(seed), disk_(disk), counter_(regional, databases_)
     {
-        store::createMillDatabase(disk_, path(), jet::turkish, {});
+        mill::createDatabase(disk_, path(), jet::turkish, {});
     }
 
     void play(int actions);

@@ -1,8 +1,8 @@
 #include "app/pressing_record.h"
+#include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -52,7 +52,7 @@ private slots:
     void init()
     {
         folder = std::make_unique<QTemporaryDir>();
-        store::createMillDatabase(platform::systemDisk(), database().toStdString(), jet::turkish, jet::DateTime{45981});
+        mill::createDatabase(platform::systemDisk(), database().toStdString(), jet::turkish, jet::DateTime{45981});
         databases = std::make_unique<store::JetDatabases>(platform::systemDisk());
         engine = databases->open(database());
         notes = std::make_unique<store::SlipNotes>(platform::systemDisk(), database().toStdString());

@@ -1,6 +1,6 @@
 #include "tests/app/panel_world.h"
 
-#include "reports/period.h"
+#include "mill/queries.h"
 #include "tools/scenario_world.h"
 #include <QHeaderView>
 #include <QPointingDevice>
@@ -169,7 +169,7 @@ QStringList ReportPanel::totalsRows()
     const store::Listing journal = engine->open(u"Hareket"_s);
     QStringList found;
     for (const store::RowKey row : journal.rows)
-        if (engine->field(journal, row, 6).text() == reports::totalsName)
+        if (engine->field(journal, row, 6).text() == mill::totalsName)
             found += engine->field(journal, row, 1).toCell(base::Regional::turkish());
     return found;
 }
@@ -342,7 +342,7 @@ void ReportPanel::withoutAStationDaysDoNothing()
     form().AktifKontrol = 999;
     form().run([&] { form().DTPickerBas->setValue(today.addDays(5)); });
     QCOMPARE(form().DTPickerSon->value(), today);
-    QCOMPARE(form().GünData.recordSource(), reports::wholeJournal);
+    QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
     form().AktifKontrol = 0;
 }
 

@@ -4,11 +4,11 @@
 #include "app/theme.h"
 #include "base/error.h"
 #include "files/memory_disk.h"
+#include "mill/tables.h"
 #include "platform/caps_lock.h"
 #include "print/folder_target.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 #include <QCoreApplication>
 #include <QMouseEvent>
 #include <QTemporaryDir>
@@ -66,7 +66,7 @@ struct World {
     {
         const std::filesystem::path file = folder.filePath(QStringLiteral("Yag.mdb")).toStdU16String();
         jet::Database::create(disk, file, jet::turkish, {});
-        store::createMillTables(*jet::Database::open(disk, file), {});
+        mill::createTables(*jet::Database::open(disk, file), {});
     }
 
     QTemporaryDir folder;

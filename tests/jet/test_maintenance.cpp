@@ -1,9 +1,9 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
 #include "files/error.h"
+#include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
-#include "store/mill_tables.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"
 
@@ -49,7 +49,7 @@ void doCompact(Disk& disk)
 {
     compact(disk, *Database::open(disk, file, Pager::Mode::readOnly), result, DateTime{45000});
 }
-void doCreate(Disk& disk) { store::createMillDatabase(disk, result, turkish, DateTime{45000}); }
+void doCreate(Disk& disk) { mill::createDatabase(disk, result, turkish, DateTime{45000}); }
 
 } // namespace
 Q_DECLARE_METATYPE(Work)

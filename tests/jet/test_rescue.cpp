@@ -2,9 +2,9 @@
 
 #include "files/error.h"
 #include "files/memory_disk.h"
+#include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/rescue.h"
-#include "store/mill_tables.h"
 #include "tests/jet/mixed_work.h"
 
 #include <QtTest>
@@ -48,7 +48,7 @@ struct World {
     {
         MemoryDisk disk;
         MixedWork::create(disk, file);
-        store::createMillTables(*Database::open(disk, file), DateTime{45000});
+        mill::createTables(*Database::open(disk, file), DateTime{45000});
         {
             const auto database = Database::open(disk, file);
             Transaction change(database->pager());
@@ -156,10 +156,7 @@ Q_DECLARE_METATYPE(Damage)
 class RescueTest : public QObject {
     Q_OBJECT
 
-    static RescueResult run(MemoryDisk& disk)
-    {
-        return rescue(disk, file, saved, DateTime{45000}, store::millTableName);
-    }
+    static RescueResult run(MemoryDisk& disk) { return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed); }
 
 private slots:
     void initTestCase()
@@ -374,7 +371,7 @@ private slots:
         MemoryDisk disk;
         disk.content(file) = world().image;
         fill(disk.content(file), world().fullestPage(), 0);
-        const RescueResult counted = survey(disk, file, store::millTableName);
+        const RescueResult counted = survey(disk, file, mill::tableNamed);
         QVERIFY(!disk.exists(saved));
         const RescueResult done = run(disk);
         QCOMPARE(counted.tables.size(), done.tables.size());

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "base/letters.h"
+#include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
@@ -19,7 +20,7 @@ public:
     {
         for (auto& station : captions_)
             for (QString& text : station) text = QString();
-        captions_[0][0] = captions_[1][0] = pressing::customerPrompt;
+        captions_[0][0] = captions_[1][0] = mill::customerPrompt;
         for (int k = 0; k < pressing::keyCount; ++k) keys_[k] = pressing::keyCaptions()[k];
     }
 

@@ -95,7 +95,7 @@ private slots:
     {
         screen.frameEnabled = false;
         press(0);
-        QCOMPARE(active(), pressing::customerPrompt);
+        QCOMPARE(active(), mill::customerPrompt);
         screen.reportShown = true;
         screen.put(Field::TxtLbl, "");
         press(0);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/error.h"
-#include "reports/period.h"
+#include "mill/queries.h"
 #include "store/data_source.h"
 #include <QDateTime>
 #include <QRegularExpression>
@@ -50,7 +50,7 @@ private:
     {
         std::vector<Row> found;
         for (const auto& [key, row] : rows)
-            if ((row[6].text() == reports::totalsName) == totals) found.push_back(row);
+            if ((row[6].text() == mill::totalsName) == totals) found.push_back(row);
         return found;
     }
 

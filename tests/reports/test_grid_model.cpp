@@ -39,7 +39,7 @@ void GridModels::init()
     journal_ = std::make_unique<PaperJournal>();
     source_ = std::make_unique<store::DataSource>(*journal_);
     source_->setDatabaseName(PaperJournal::file);
-    source_->setRecordSource(wholeJournal);
+    source_->setRecordSource(mill::wholeJournal);
     journal_->enter(u"2024-11-05T14:07:33"_s, 1234.5, 850.0, 0.0, store::Money{12'5000}, u"Ali & <b>Veli</b>"_s);
     journal_->enter(u"2024-11-06T00:00:00"_s, {}, 0.125, {}, {}, u"Toplamlar"_s);
 }
@@ -139,7 +139,7 @@ void GridModels::deletedRowIsEmptyCells()
     model.rebind();
     journal_->rows.erase(journal_->rows.begin());
     QCOMPARE(row(model, 0), QStringList(7, QString()));
-    QCOMPARE(row(model, 1).last(), totalsName);
+    QCOMPARE(row(model, 1).last(), mill::totalsName);
     QVERIFY(!model.isTotals(0));
 }
 
@@ -160,7 +160,7 @@ void GridModels::addedRowAppearsLast()
     QCOMPARE(row(model, 2).last(), u"Ayşe"_s);
 
     QSignalSpy removed(&model, &GridModel::rowsRemoved);
-    rows.leaveOut(totalsCriteria);
+    rows.leaveOut(mill::totalsCriteria);
     model.rowsChanged();
     QCOMPARE(removed.size(), 1);
     QCOMPARE(model.rowCount(), 2);

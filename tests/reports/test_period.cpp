@@ -6,16 +6,13 @@
 using namespace reports;
 using namespace Qt::StringLiterals;
 
-/// The conditions and queries of a report, and the order of its two days.
+/// Whose pressings a report is of, and the order of its two days.
 class ReportTexts : public QObject {
     Q_OBJECT
 
 private slots:
-    void periodCoversBothDaysWhole_data();
-    void periodCoversBothDaysWhole();
     void onlyThePanelsReportWithoutANameIsOfAllCustomers_data();
     void onlyThePanelsReportWithoutANameIsOfAllCustomers();
-    void queriesAreSpelledAsEver();
     void namesAreSplicedAsTyped_data();
     void namesAreSplicedAsTyped();
     void changedPickerDragsTheOtherOne_data();
@@ -28,27 +25,6 @@ const Period twoDays{QDate(2024, 11, 5), QDate(2024, 11, 6)};
 const QString twoDaysCondition = u"Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"_s;
 
 } // namespace
-
-void ReportTexts::periodCoversBothDaysWhole_data()
-{
-    QTest::addColumn<QDate>("first");
-    QTest::addColumn<QDate>("last");
-    QTest::addColumn<QString>("condition");
-    QTest::newRow("two days") << twoDays.first << twoDays.last << twoDaysCondition;
-    QTest::newRow("one day, month before day")
-        << QDate(2025, 2, 3) << QDate(2025, 2, 3) << u"Tarih>=#02/03/2025 00:00:00# And Tarih<=#02/03/2025 23:59:59#"_s;
-    QTest::newRow("across the year") << QDate(2023, 12, 31) << QDate(2024, 1, 1)
-                                     << u"Tarih>=#12/31/2023 00:00:00# And Tarih<=#01/01/2024 23:59:59#"_s;
-    QTest::newRow("leap day") << QDate(2024, 2, 29) << QDate(2024, 2, 29)
-                              << u"Tarih>=#02/29/2024 00:00:00# And Tarih<=#02/29/2024 23:59:59#"_s;
-}
-
-void ReportTexts::periodCoversBothDaysWhole()
-{
-    QFETCH(QDate, first);
-    QFETCH(QDate, last);
-    QTEST(periodCondition({first, last}), "condition");
-}
 
 void ReportTexts::onlyThePanelsReportWithoutANameIsOfAllCustomers_data()
 {
@@ -74,18 +50,6 @@ void ReportTexts::onlyThePanelsReportWithoutANameIsOfAllCustomers()
     QFETCH(bool, ofOneCustomer);
     const ReportQuestion question{twoDays, panelShown, reportSelected, nameFilter, u"Ali"_s};
     QCOMPARE(reportCondition(question), ofOneCustomer ? twoDaysCondition + u" And CariHar='Ali'"_s : twoDaysCondition);
-}
-
-void ReportTexts::queriesAreSpelledAsEver()
-{
-    QCOMPARE(wholeJournal, u"Select * From Hareket Order By Tarih Asc;"_s);
-    QCOMPARE(deleteTotals, u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s);
-    QCOMPARE(listingQuery(twoDaysCondition),
-             u"Select * From Hareket where Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"
-             " Order By Tarih Asc"_s);
-    QCOMPARE(totalsQuery(twoDaysCondition),
-             u"Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket Where CariHar<>'Toplamlar' And "
-             "Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"_s);
 }
 
 void ReportTexts::namesAreSplicedAsTyped_data()

@@ -99,7 +99,7 @@ void PeriodReport::enterThreeDays()
 void PeriodReport::stepsComeInOrder()
 {
     enterThreeDays();
-    journal_->enter(u"2025-02-03T12:00:00"_s, 1.0, 1.0, 1.0, 1.0, totalsName);
+    journal_->enter(u"2025-02-03T12:00:00"_s, 1.0, 1.0, 1.0, 1.0, mill::totalsName);
     QCOMPARE(run(), u"done"_s);
     const QString period = u"Tarih>=#02/03/2025 00:00:00# And Tarih<=#02/04/2025 23:59:59#"_s;
     QCOMPARE(journal_->log,
@@ -126,7 +126,7 @@ void PeriodReport::firstRowIsCurrent()
 {
     enterThreeDays();
     // The old totals row is the first of the period, and current when it goes.
-    journal_->enter(u"2025-02-03T00:00:00"_s, 1.0, 1.0, 1.0, 1.0, totalsName);
+    journal_->enter(u"2025-02-03T00:00:00"_s, 1.0, 1.0, 1.0, 1.0, mill::totalsName);
     int moves = 0;
     listing_->onReposition([&] { ++moves; });
     QCOMPARE(run(), u"done"_s);
@@ -162,7 +162,7 @@ void PeriodReport::oldTotalsRowIsReplaced()
 {
     QFETCH(QString, moment);
     enterThreeDays();
-    if (!moment.isEmpty()) journal_->enter(moment, 7.0, 7.0, 7.0, 7.0, totalsName);
+    if (!moment.isEmpty()) journal_->enter(moment, 7.0, 7.0, 7.0, 7.0, mill::totalsName);
     const auto pressings = journal_->pressings();
     QCOMPARE(run(), u"done"_s);
     QCOMPARE(journal_->totals().size(), 1);
@@ -184,7 +184,7 @@ void PeriodReport::periodWithoutPressingsHasNoTotals()
 {
     QFETCH(QString, moment);
     journal_->enter(u"2025-02-02T10:00:00"_s, 9999.0, 999.0, 99.0, 99.0, u"Ali"_s);
-    if (!moment.isEmpty()) journal_->enter(moment, 7.0, 7.0, 7.0, 7.0, totalsName);
+    if (!moment.isEmpty()) journal_->enter(moment, 7.0, 7.0, 7.0, 7.0, mill::totalsName);
     QCOMPARE(run(), u"done"_s);
     QVERIFY(journal_->totals().empty());
     QCOMPARE(journal_->pressings().size(), 1);
@@ -244,7 +244,7 @@ void PeriodReport::reservedNameAsAFilterListsNothing()
 {
     enterThreeDays();
     QCOMPARE(run(), u"done"_s);
-    QCOMPARE(run(totalsName), u"done"_s);
+    QCOMPARE(run(mill::totalsName), u"done"_s);
     QCOMPARE(listed(), QStringList());
     QVERIFY(journal_->totals().empty());
     QCOMPARE(journal_->pressings().size(), 4);
@@ -270,9 +270,9 @@ void PeriodReport::everyFailureLeavesOneTotalsRowAndTheListingTrue()
         init();
         enterThreeDays();
         const QString old = u"03.02 12:00:00 7 7 12 7 7 Toplamlar"_s;
-        journal_->enter(u"2025-02-03T12:00:00"_s, 7.0, 7.0, 7.0, 7.0, totalsName);
+        journal_->enter(u"2025-02-03T12:00:00"_s, 7.0, 7.0, 7.0, 7.0, mill::totalsName);
         const auto before = journal_->rows;
-        listing_->setRecordSource(wholeJournal);
+        listing_->setRecordSource(mill::wholeJournal);
         listing_->refresh();
         journal_->callsBeforeFailure = calls;
         const QString outcome = run();

@@ -1,11 +1,12 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
 #include "base/error.h"
+#include "mill/queries.h"
+#include "mill/tables.h"
 #include "reports/period_report.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 #include "tests/jet/power_cut_disk.h"
 #include <QTest>
 
@@ -32,7 +33,7 @@ Dump dumpOf(jet::Database& database)
         table.forEachRow([&](jet::RowId id, const jet::RowView& row) {
             const auto raw = row.bytes();
             const QByteArray bytes(reinterpret_cast<const char*>(raw.data()), static_cast<qsizetype>(raw.size()));
-            if (journal && row.textIs(*journal, totalsName.toStdU16String()))
+            if (journal && row.textIs(*journal, mill::totalsName.toStdU16String()))
                 dump.totals += bytes;
             else
                 dump.rows[{QString::fromStdU16String(name), std::uint64_t{id.page} << 8 | id.slot}] = bytes;
@@ -63,7 +64,7 @@ void add(store::Engine& engine, const QString& moment, double Zeytin, const QStr
 /// A mill with customers, and pressings on several pages.
 void fill(jet::Disk& disk, bool indexed)
 {
-    store::createMillDatabase(disk, file, jet::turkish, {45000});
+    mill::createDatabase(disk, file, jet::turkish, {45000});
     if (!indexed) jet::Database::open(disk, file)->dropIndex(u"Hareket", u"Tarih");
     store::JetDatabases databases(disk);
     const auto engine = databases.open(fileName);
@@ -160,7 +161,7 @@ void ReportCrashes::stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow()
     {
         store::JetDatabases databases(disk);
         const auto engine = databases.open(fileName);
-        for (const QString& moment : totals) add(*engine, moment, 7, totalsName);
+        for (const QString& moment : totals) add(*engine, moment, 7, mill::totalsName);
     }
     // Twice the same: the second time the totals row of the first is there.
     for (const int minute : {30, 31}) {

@@ -1,8 +1,9 @@
 #include "base/error.h"
+#include "mill/queries.h"
+#include "mill/tables.h"
 #include "reports/period_report.h"
 #include "store/jet/care/check.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 #include "tests/jet/power_cut_disk.h"
 #include <QTest>
 
@@ -30,7 +31,7 @@ Journal journalOf(jet::Disk& disk)
     for (const store::RowKey row : rows.rows) {
         QStringList fields;
         for (int i = 0; i < 7; ++i) fields += engine->field(rows, row, i).toCell(base::Regional::turkish());
-        (fields.last() == totalsName ? journal.totals : journal.pressings) += fields.join(u'|');
+        (fields.last() == mill::totalsName ? journal.totals : journal.pressings) += fields.join(u'|');
     }
     return journal;
 }
@@ -48,11 +49,11 @@ void add(store::Engine& engine, const QString& moment, double Zeytin, const QStr
 /// A mill's database with some pressings and the totals row of an earlier report, which lies in the period.
 void fill(jet::Disk& disk)
 {
-    store::createMillDatabase(disk, file, jet::turkish, {45000});
+    mill::createDatabase(disk, file, jet::turkish, {45000});
     store::JetDatabases databases(disk);
     const auto engine = databases.open(fileName);
     for (int i = 0; i < 30; ++i) add(*engine, u"2025-02-03T10:%1:00"_s.arg(i + 10), 100.5, u"Ali"_s);
-    add(*engine, u"2025-02-03T10:15:30"_s, 7, totalsName);
+    add(*engine, u"2025-02-03T10:15:30"_s, 7, mill::totalsName);
     add(*engine, u"2025-02-04T23:59:59"_s, 1000, u"Ayşe"_s);
     add(*engine, u"2025-02-05T00:00:00"_s, 5000, u"Ayşe"_s);
 }
@@ -108,11 +109,11 @@ void ReportFiles::plainJournalShowsTotalsAtTheirOwnMoment()
     store::JetDatabases databases(disk);
     store::DataSource journal(databases);
     journal.setDatabaseName(fileName);
-    journal.setRecordSource(wholeJournal);
+    journal.setRecordSource(mill::wholeJournal);
     journal.refresh();
     store::RecordSet& rows = journal.recordSet();
     QCOMPARE(rows.size(), 33);
-    QCOMPARE(rows.fieldAt(30, 6).text(), totalsName);
+    QCOMPARE(rows.fieldAt(30, 6).text(), mill::totalsName);
     QCOMPARE(rows.fieldAt(31, 6).text(), u"Ayşe"_s);
 }
 

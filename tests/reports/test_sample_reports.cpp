@@ -1,3 +1,4 @@
+#include "mill/queries.h"
 #include "platform/system_disk.h"
 #include "reports/grid_model.h"
 #include "reports/period_report.h"
@@ -134,7 +135,7 @@ void SampleReports::everyMonthAddsUp()
                 for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += pressing.amounts[i];
             }
             if (!expected.isEmpty()) {
-                expected += line(now, sums, totalsName);
+                expected += line(now, sums, mill::totalsName);
                 ++reportsWithRows;
             }
             QCOMPARE(shown(), expected);
@@ -143,12 +144,12 @@ void SampleReports::everyMonthAddsUp()
     QVERIFY(reportsWithRows >= 20);
 
     // After all these reports the journal holds what it held, and one row more at most.
-    listing.setRecordSource(wholeJournal);
+    listing.setRecordSource(mill::wholeJournal);
     listing.refresh();
     QStringList expected;
     for (const Pressing& pressing : pressings) expected += line(pressing.moment, pressing.amounts, pressing.name);
     QStringList all = shown();
-    all.removeIf([](const QString& each) { return each.endsWith(totalsName); });
+    all.removeIf([](const QString& each) { return each.endsWith(mill::totalsName); });
     QCOMPARE(all, expected);
     QVERIFY(grid.rowCount() - all.size() <= 1);
 }

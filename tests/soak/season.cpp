@@ -10,6 +10,7 @@
 #include "app/theme.h"
 #include "base/error.h"
 #include "base/patterns.h"
+#include "mill/tables.h"
 #include "platform/caps_lock.h"
 #include "platform/memory.h"
 #include "platform/system_disk.h"
@@ -18,7 +19,6 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 #include "tests/scale/pseudo_terminal.h"
 
 #include <QAbstractEventDispatcher>
@@ -191,7 +191,7 @@ public:
     {
         const std::filesystem::path file = path(QStringLiteral("Yag.mdb")).toStdU16String();
         jet::Database::create(platform::systemDisk(), file, jet::turkish, {});
-        store::createMillTables(*jet::Database::open(platform::systemDisk(), file), {});
+        mill::createTables(*jet::Database::open(platform::systemDisk(), file), {});
         plugIn();
         form = std::make_unique<app::Form1>(app::Surroundings{
             .prompt = prompt,

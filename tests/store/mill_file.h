@@ -4,10 +4,10 @@
 
 #include "base/error.h"
 #include "files/memory_disk.h"
+#include "mill/tables.h"
 #include "store/data_source.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 
 #include <QStringList>
 #include <memory>
@@ -20,7 +20,7 @@ public:
 
     MillFile()
     {
-        make([](jet::Database& database) { store::createMillTables(database, now); });
+        make([](jet::Database& database) { mill::createTables(database, now); });
     }
     /// With tables of the caller's own.
     template <class Tables> explicit MillFile(Tables&& tables) { make(tables); }

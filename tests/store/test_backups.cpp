@@ -1,12 +1,12 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
+#include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "store/backups.h"
 #include "store/copy_names.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "store/mill_tables.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,8 +50,7 @@ private slots:
         backups.reset();
         engine.reset();
         folder = std::make_unique<QTemporaryDir>();
-        store::createMillDatabase(platform::systemDisk(), path("Yag.mdb").toStdString(), jet::turkish,
-                                  jet::DateTime{45981});
+        mill::createDatabase(platform::systemDisk(), path("Yag.mdb").toStdString(), jet::turkish, jet::DateTime{45981});
         databases = std::make_unique<store::JetDatabases>(platform::systemDisk());
         engine = databases->open(path("Yag.mdb"));
         backups = std::make_unique<store::Backups>(platform::systemDisk(), folder->path().toStdU16String());

@@ -1,7 +1,7 @@
 #include "tests/store/mill_file.h"
 #include "tests/support/outcome.h"
 
-#include "store/customer_texts.h"
+#include "mill/queries.h"
 
 #include <QTest>
 
@@ -108,7 +108,7 @@ void TestDataSource::pendingEventsRunBeforeTheQuery()
     OpenSource cari(file, "Cari");
     store::VeriYenile(cari, [&] {
         fill(file, {"Can"});
-        cari.setRecordSource(store::customerSearch("C"));
+        cari.setRecordSource(mill::customerSearch("C"));
     });
     QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
 }
@@ -126,7 +126,7 @@ void TestDataSource::savingANameAnnouncesOneRow()
     cari.recordSet().edit();
     cari.recordSet().update();
     QCOMPARE(announced, QStringList{});
-    cari.recordSet().findFirst(store::customerCriteria("Bora"));
+    cari.recordSet().findFirst(mill::customerCriteria("Bora"));
     QCOMPARE(announced, QStringList{"Bora"});
 }
 
@@ -148,7 +148,7 @@ void TestDataSource::findingWithoutAMatchAnnouncesNothing()
     OpenSource cari(file, "Cari");
     int announced = 0;
     cari.onReposition([&] { ++announced; });
-    cari.recordSet().findFirst(store::customerCriteria("Veli"));
+    cari.recordSet().findFirst(mill::customerCriteria("Veli"));
     cari.recordSet().moveNext(); // behind the last row: nothing is current
     QCOMPARE(announced, 0);
 }
@@ -157,7 +157,7 @@ void TestDataSource::aFailedRefreshKeepsTheOldSet_data()
 {
     QTest::addColumn<QString>("recordSource");
     QTest::newRow("an apostrophe") << "Select * From Cari where Unvan Like 'O'N*' Order By Unvan Asc";
-    QTest::newRow("an unclosed set") << store::customerSearch("[A");
+    QTest::newRow("an unclosed set") << mill::customerSearch("[A");
     QTest::newRow("an aggregate") << "Select Sum(Nakit) From Cari";
     QTest::newRow("no such table") << "Yok";
     QTest::newRow("an action") << "DELETE FROM Cari";
@@ -226,7 +226,7 @@ void TestDataSource::aHandlerMayRefreshTheSourceItHearsFrom()
     cari.onReposition([&] {
         if (nested || cari.recordSet().field(0).text() != "Veli") return;
         nested = true;
-        cari.setRecordSource(store::customerSearch("C"));
+        cari.setRecordSource(mill::customerSearch("C"));
         store::VeriYenile(cari, {});
     });
     store::VeriYenile(cari, {});

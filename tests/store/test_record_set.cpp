@@ -1,7 +1,7 @@
 #include "tests/store/mill_file.h"
 #include "tests/support/outcome.h"
 
-#include "store/customer_texts.h"
+#include "mill/queries.h"
 
 #include <QTest>
 
@@ -136,7 +136,7 @@ void TestRecordSet::aNewRowReadsEmptyUntilItIsWritten()
 
 void TestRecordSet::anAddedRowComesLastAndIsNotCurrent()
 {
-    Register cari({"Ali", "Can", "Veli"}, store::customerSearch(""));
+    Register cari({"Ali", "Can", "Veli"}, mill::customerSearch(""));
     cari.set().moveLast();
     cari.set().moveFirst();
     cari.set().moveNext();
@@ -151,7 +151,7 @@ void TestRecordSet::anAddedRowComesLastAndIsNotCurrent()
 
 void TestRecordSet::anAddedRowIsSortedInByARefresh()
 {
-    Register cari({"Ali", "Can", "Veli"}, store::customerSearch(""));
+    Register cari({"Ali", "Can", "Veli"}, mill::customerSearch(""));
     cari.add("Bora");
     cari.cari->refresh();
     QCOMPARE(texts(cari.set(), 0), (QStringList{"Ali", "Bora", "Can", "Veli"}));
@@ -200,7 +200,7 @@ void TestRecordSet::aMoveThrowsAnUnwrittenRowAway()
 
 void TestRecordSet::anEditedRowKeepsItsPlace()
 {
-    Register cari({"Ali", "Can", "Veli"}, store::customerSearch(""));
+    Register cari({"Ali", "Can", "Veli"}, mill::customerSearch(""));
     cari.set().moveNext();
     const int count = cari.set().recordCount();
     cari.set().edit();
@@ -234,7 +234,7 @@ void TestRecordSet::findsTheFirstMatchOfTheSet()
 {
     Register cari({"Veli", "Ali", "Can", "Ali"}, "Select * From Cari Order By Unvan Desc");
     cari.set().moveFirst();
-    cari.set().findFirst(store::customerCriteria("Ali"));
+    cari.set().findFirst(mill::customerCriteria("Ali"));
     QVERIFY(!cari.set().noMatch());
     QCOMPARE(cari.name(), "Ali");
     QCOMPARE(cari.set().position(), 2);
@@ -245,7 +245,7 @@ void TestRecordSet::findsTheFirstMatchOfTheSet()
 
     // A row of the table that is not in the set is no match.
     addRow(cari.file, "Cari", {FieldValue(QString("Bora"))});
-    cari.set().findFirst(store::customerCriteria("Bora"));
+    cari.set().findFirst(mill::customerCriteria("Bora"));
     QVERIFY(cari.set().noMatch());
 }
 
@@ -254,18 +254,18 @@ void TestRecordSet::withoutAMatchTheRowStays()
     Register cari;
     cari.set().moveNext();
     for (const char* name : {"Zeki", "ali", "Ali "}) {
-        cari.set().findFirst(store::customerCriteria(name));
+        cari.set().findFirst(mill::customerCriteria(name));
         QVERIFY(cari.set().noMatch());
         QCOMPARE(cari.name(), "Can");
     }
-    cari.set().findFirst(store::customerCriteria("Veli"));
+    cari.set().findFirst(mill::customerCriteria("Veli"));
     QVERIFY(!cari.set().noMatch());
 }
 
 void TestRecordSet::findingInAnEmptySetIsNoError()
 {
     Register cari(QStringList{});
-    cari.set().findFirst(store::customerCriteria("Ali"));
+    cari.set().findFirst(mill::customerCriteria("Ali"));
     QVERIFY(cari.set().noMatch());
 }
 

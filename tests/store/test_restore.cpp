@@ -1,10 +1,10 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
 #include "files/error.h"
+#include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/pages/journal.h"
-#include "store/mill_tables.h"
 #include "store/restore.h"
 #include "tests/jet/power_cut_disk.h"
 
@@ -30,7 +30,7 @@ void addPressing(Database& to, double moment, const char16_t* customer)
 PowerCutDisk::Image mill(int pressings)
 {
     PowerCutDisk disk;
-    store::createMillDatabase(disk, "x.mdb", turkish, DateTime{firstDay});
+    mill::createDatabase(disk, "x.mdb", turkish, DateTime{firstDay});
     const auto to = Database::open(disk, "x.mdb");
     to->table(u"Cari").insert({{0, std::u16string(u"Ali")}});
     for (int i = 0; i < pressings; ++i) addPressing(*to, firstDay + i, u"Ali");

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+/// What the books of a mill are made of. Whatever names a table, a field or a reserved name takes it from here.
+///
+/// Fields are addressed by their position far more often than by name: the order is part of the file, never reorder.
+namespace mill {
+
+/// The customer register: one row for each customer, with the terms last used.
+struct Cari {
+    static constexpr std::u16string_view table = u"Cari";
+    enum Field {
+        Unvan, ///< the customer's name
+        Yuzde, ///< the mill's share, percent
+        Kap,   ///< container kind, as the list shows it
+        Nakit, ///< pressing fee, TL
+    };
+    static constexpr std::array<std::u16string_view, 4> fields = {u"Unvan", u"Yuzde", u"Kap", u"Nakit"};
+};
+
+/// The journal: one row for each pressing, and at most one with the sums of the last report.
+struct Hareket {
+    static constexpr std::u16string_view table = u"Hareket";
+    enum Field {
+        Tarih,   ///< moment of the pressing
+        Zeytin,  ///< olives brought, kg
+        Yağ,     ///< oil pressed, kg
+        Yuzde,   ///< the mill's share, percent
+        HakTut,  ///< the mill's share, kg of oil
+        Nakit,   ///< pressing fee, TL
+        CariHar, ///< the customer's name, as in the register
+    };
+    static constexpr std::array<std::u16string_view, 7> fields = {u"Tarih",  u"Zeytin", u"Yağ",    u"Yuzde",
+                                                                  u"HakTut", u"Nakit",  u"CariHar"};
+};
+
+/// Names that no customer may have.
+namespace reserved {
+inline constexpr std::u16string_view totals = u"Toplamlar";     ///< the journal's row with the sums of the last report
+inline constexpr std::u16string_view prompt = u"Müşteri Seçin"; ///< what a station shows before a name is typed
+} // namespace reserved
+
+} // namespace mill
