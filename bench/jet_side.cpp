@@ -36,7 +36,7 @@ void make(const std::filesystem::path& path, bool indexed)
     std::fprintf(stderr, "making %s ...\n", path.c_str());
     const std::filesystem::path unfinished = path.string() + ".part";
     std::filesystem::remove(unfinished);
-    jet::Disk& disk = platform::systemDisk();
+    files::Disk& disk = platform::systemDisk();
     const jet::DateTime now{45000};
     using enum jet::ColumnType;
     jet::Database::create(disk, unfinished, jet::turkish, now);

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace jet {
+namespace files {
 
 /// An open file of a Disk. Every call throws Error (Fault::disk unless said) when the system refuses.
 class File {
@@ -59,4 +59,4 @@ public:
     virtual bool heldElsewhere(const std::filesystem::path& /*path*/) { return false; }
 };
 
-} // namespace jet
+} // namespace files

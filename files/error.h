@@ -3,9 +3,11 @@
 #include <stdexcept>
 #include <string>
 
-namespace jet {
+namespace files {
 
-/// Why the engine cannot go on. Callers branch on this; people read Error::what().
+/// Why a file, or what is in it, cannot be used: one list for the disk and for the engine that stands on it, because
+/// who hears of a failure asks what is wrong and not on which floor it was met. Callers branch on this; people read
+/// Error::what().
 enum class Fault {
     notFound,         ///< no file at that path
     isFolder,         ///< the path names a folder
@@ -31,7 +33,8 @@ enum class Fault {
     unsupported,      ///< understood, but not something this engine does
 };
 
-/// The one exception of the engine: a fault and one UTF-8 sentence in Turkish that says what, where and what to do.
+/// The one exception of disk and engine: a fault and one UTF-8 sentence in Turkish that says what, where and what to
+/// do.
 class Error : public std::runtime_error {
 public:
     Error(Fault fault, const std::string& sentence) : std::runtime_error(sentence), fault_(fault) {}
@@ -41,4 +44,4 @@ private:
     Fault fault_;
 };
 
-} // namespace jet
+} // namespace files

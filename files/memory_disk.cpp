@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace jet {
+namespace files {
 namespace {
 
 class MemoryFile : public File {
@@ -70,4 +70,4 @@ MemoryDisk::Content& MemoryDisk::content(const std::filesystem::path& path)
     return *file;
 }
 
-} // namespace jet
+} // namespace files

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-namespace jet {
+namespace files {
 
 /// A file system in memory, without folders. New databases are built on it, so that the real disk sees them whole.
 /// Files opened from it live as long as somebody holds them, whatever becomes of their names.
@@ -30,4 +30,4 @@ private:
     std::map<std::filesystem::path, std::shared_ptr<Content>> files_;
 };
 
-} // namespace jet
+} // namespace files

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace jet {
+namespace files {
 
 namespace {
 
@@ -54,4 +54,4 @@ void PartFile::refuseToReplace()
         throw Error(Fault::exists, quotedPath(to_) + " zaten var. Başka bir ad seçin ya da o dosyayı kaldırın.");
 }
 
-} // namespace jet
+} // namespace files

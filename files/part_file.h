@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-namespace jet {
+namespace files {
 
 /// The name "<to>.part" for a file in the making, and the step that gives it its own: whoever sees `to` sees it whole.
 /// Leaving without publish() removes what was made. A file that is there already is never replaced.
@@ -33,4 +33,4 @@ private:
     bool published_ = false;
 };
 
-} // namespace jet
+} // namespace files

@@ -1,6 +1,6 @@
 #include "files/quoted_path.h"
 
-namespace jet {
+namespace files {
 
 std::string quotedPath(const std::filesystem::path& path)
 {
@@ -8,4 +8,4 @@ std::string quotedPath(const std::filesystem::path& path)
     return '"' + std::string(text.begin(), text.end()) + '"';
 }
 
-} // namespace jet
+} // namespace files

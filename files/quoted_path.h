@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <string>
 
-namespace jet {
+namespace files {
 
 /// A path as people read it in a sentence: quoted, UTF-8.
 std::string quotedPath(const std::filesystem::path& path);
 
-} // namespace jet
+} // namespace files

@@ -57,10 +57,10 @@ std::u16string tableNamed(const std::vector<jet::Column>& columns)
     return std::u16string(named(Cari::fields) ? Cari::table : named(Hareket::fields) ? Hareket::table : u"");
 }
 
-void createDatabase(jet::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)
+void createDatabase(files::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)
 {
     // A database without its two tables would open, and fail the mill later.
-    jet::PartFile part(disk, path);
+    files::PartFile part(disk, path);
     jet::Database::create(disk, part.path(), collation, now);
     createTables(*jet::Database::open(disk, part.path()), now);
     part.publish();

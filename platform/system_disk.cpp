@@ -14,8 +14,8 @@ namespace platform {
 
 namespace {
 
-using jet::Error;
-using jet::Fault;
+using files::Error;
+using files::Fault;
 
 constexpr off_t writerByte = 0x80000001;
 constexpr off_t readersByte = 0x80000002;
@@ -80,7 +80,7 @@ struct flock byteRange(short kind, off_t start, off_t length)
     return range;
 }
 
-class SystemFile final : public jet::File {
+class SystemFile final : public files::File {
 public:
     SystemFile(Descriptor descriptor, std::filesystem::path path)
         : descriptor_(std::move(descriptor)), path_(std::move(path))
@@ -163,9 +163,9 @@ private:
     Lock held_ = Lock::none;
 };
 
-class SystemDisk final : public jet::Disk {
+class SystemDisk final : public files::Disk {
 public:
-    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
     {
         const int mode = access == Access::readOnly    ? O_RDONLY
                          : access == Access::readWrite ? O_RDWR
@@ -248,7 +248,7 @@ public:
 
 } // namespace
 
-jet::Disk& systemDisk()
+files::Disk& systemDisk()
 {
     static SystemDisk disk;
     return disk;

@@ -15,8 +15,8 @@ namespace platform {
 
 namespace {
 
-using jet::Error;
-using jet::Fault;
+using files::Error;
+using files::Fault;
 
 // Locked bytes cannot be read or written by others here: they lie past the largest database.
 constexpr std::uint64_t writerByte = 0x80000001;
@@ -88,7 +88,7 @@ OVERLAPPED placeAt(std::uint64_t offset)
     return place;
 }
 
-class SystemFile final : public jet::File {
+class SystemFile final : public files::File {
 public:
     SystemFile(Handle handle, std::filesystem::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
 
@@ -188,9 +188,9 @@ private:
     Held readers_ = Held::none;
 };
 
-class SystemDisk final : public jet::Disk {
+class SystemDisk final : public files::Disk {
 public:
-    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
     {
         const char* const done = access == Access::createNew ? "oluşturulamadı" : "açılamadı";
         const DWORD attributes = GetFileAttributesW(path.c_str());
@@ -267,7 +267,7 @@ public:
 
 } // namespace
 
-jet::Disk& systemDisk()
+files::Disk& systemDisk()
 {
     static SystemDisk disk;
     return disk;

@@ -27,7 +27,7 @@ QString shown(const std::filesystem::path& path) { return QString::fromStdU16Str
 
 } // namespace
 
-Backups::Backups(jet::Disk& disk, std::filesystem::path directory) : disk_(disk), folder_(std::move(directory))
+Backups::Backups(files::Disk& disk, std::filesystem::path directory) : disk_(disk), folder_(std::move(directory))
 {
     folder_ /= copyFolder;
 }
@@ -99,7 +99,7 @@ void Backups::make(Snapshot& snapshot, const std::filesystem::path& to, const st
     try {
         for (const std::filesystem::path& old : copiesToRemove(disk_.names(folder_), to.filename()))
             disk_.remove(folder_ / old);
-    } catch (const jet::Error&) {
+    } catch (const files::Error&) {
         // The copy is there. An old one too many goes with the next.
     }
 }

@@ -10,7 +10,7 @@
 
 class QThread;
 
-namespace jet {
+namespace files {
 class Disk;
 }
 
@@ -28,7 +28,7 @@ class Snapshot;
 class Backups {
 public:
     /// `directory` is the program's; the folder of the copies is made in it with the first of them.
-    Backups(jet::Disk& disk, std::filesystem::path directory);
+    Backups(files::Disk& disk, std::filesystem::path directory);
     /// Gives up a copy that is being made; nothing of it stays.
     ~Backups();
     Backups(const Backups&) = delete;
@@ -53,7 +53,7 @@ private:
     void make(Snapshot& snapshot, const std::filesystem::path& to, const std::function<bool()>& goOn);
     void failed(const QString& reason);
 
-    jet::Disk& disk_;
+    files::Disk& disk_;
     std::filesystem::path folder_;
     std::function<void(const QString&)> told_;
     bool failureTold_ = false;

@@ -177,7 +177,7 @@ private:
 
 class JetSnapshot : public Snapshot {
 public:
-    JetSnapshot(jet::Disk& disk, std::unique_ptr<jet::Snapshot> pages) : disk_(disk), pages_(std::move(pages)) {}
+    JetSnapshot(files::Disk& disk, std::unique_ptr<jet::Snapshot> pages) : disk_(disk), pages_(std::move(pages)) {}
     void copyTo(const std::filesystem::path& to, const std::filesystem::path& part,
                 const std::function<bool()>& goOn) override
     {
@@ -189,13 +189,15 @@ public:
     }
 
 private:
-    jet::Disk& disk_;
+    files::Disk& disk_;
     std::unique_ptr<jet::Snapshot> pages_;
 };
 
 class JetEngine : public Engine {
 public:
-    JetEngine(jet::Disk& disk, std::unique_ptr<jet::Database> database) : disk_(disk), database_(std::move(database)) {}
+    JetEngine(files::Disk& disk, std::unique_ptr<jet::Database> database) : disk_(disk), database_(std::move(database))
+    {
+    }
 
     Listing open(const QString& source) override
     {
@@ -313,7 +315,7 @@ private:
         return result;
     }
 
-    jet::Disk& disk_;
+    files::Disk& disk_;
     std::unique_ptr<jet::Database> database_;
 };
 

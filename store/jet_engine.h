@@ -4,7 +4,7 @@
 
 #include <map>
 
-namespace jet {
+namespace files {
 class Disk;
 }
 
@@ -13,11 +13,11 @@ namespace store {
 /// Databases of Access 2000 format through the program's own engine.
 class JetDatabases : public Databases {
 public:
-    explicit JetDatabases(jet::Disk& disk) : disk_(disk) {}
+    explicit JetDatabases(files::Disk& disk) : disk_(disk) {}
     std::shared_ptr<Engine> open(const QString& path) override;
 
 private:
-    jet::Disk& disk_;
+    files::Disk& disk_;
     std::map<QString, std::weak_ptr<Engine>> open_;
 };
 

@@ -20,7 +20,7 @@ using Path = std::filesystem::path;
 Path withSuffix(Path path, const std::string& suffix) { return path += suffix; }
 
 /// The database of a directory, whatever the case of its name; as it would be named where there is none.
-Path databaseIn(jet::Disk& disk, const Path& directory)
+Path databaseIn(files::Disk& disk, const Path& directory)
 {
     const auto lower = [](std::string text) {
         std::ranges::transform(text, text.begin(),
@@ -36,26 +36,27 @@ Path databaseIn(jet::Disk& disk, const Path& directory)
     return usual;
 }
 
-Path copyOf(jet::Disk& disk, const Path& directory, const std::string& wanted)
+Path copyOf(files::Disk& disk, const Path& directory, const std::string& wanted)
 {
     const Path folder = directory / copyFolder;
     for (const std::string& name : {wanted, "Yag-" + wanted + ".mdb"})
         if (copyTime(name) && disk.exists(folder / name)) return folder / name;
-    throw jet::Error(jet::Fault::notFound, jet::quotedPath(folder) + " klasöründe '" + wanted +
-                                               "' adlı ya da tarihli bir kopya yok; kopyaları komutu yalnızca klasörle "
-                                               "çalıştırarak listeleyin.");
+    throw files::Error(files::Fault::notFound,
+                       files::quotedPath(folder) + " klasöründe '" + wanted +
+                           "' adlı ya da tarihli bir kopya yok; kopyaları komutu yalnızca klasörle "
+                           "çalıştırarak listeleyin.");
 }
 
-void copyBytes(jet::Disk& disk, const Path& from, const Path& to)
+void copyBytes(files::Disk& disk, const Path& from, const Path& to)
 {
     constexpr std::size_t atOnce = std::size_t{1} << 20;
-    const auto source = disk.open(from, jet::Disk::Access::readOnly);
-    const auto target = disk.open(to, jet::Disk::Access::createNew);
+    const auto source = disk.open(from, files::Disk::Access::readOnly);
+    const auto target = disk.open(to, files::Disk::Access::createNew);
     std::vector<std::uint8_t> buffer(atOnce);
     const std::uint64_t size = source->size();
     for (std::uint64_t done = 0; done < size;) {
         const std::size_t got = source->read(done, buffer);
-        if (got == 0) throw jet::Error(jet::Fault::disk, jet::quotedPath(from) + " okunurken kısaldı.");
+        if (got == 0) throw files::Error(files::Fault::disk, files::quotedPath(from) + " okunurken kısaldı.");
         target->write(done, std::span(buffer).first(got));
         done += got;
     }
@@ -63,11 +64,11 @@ void copyBytes(jet::Disk& disk, const Path& from, const Path& to)
 }
 
 /// Throws damaged unless every page of the file is sound and it has the tables of a mill.
-void refuseUnsound(jet::Disk& disk, const Path& file, const Path& copy)
+void refuseUnsound(files::Disk& disk, const Path& file, const Path& copy)
 {
     const auto refuse = [&](const std::string& why) {
-        throw jet::Error(jet::Fault::damaged, jet::quotedPath(copy) + " kopyası sağlam değil, geri yüklenmedi: " + why +
-                                                  " Başka bir kopya seçin.");
+        throw files::Error(files::Fault::damaged, files::quotedPath(copy) + " kopyası sağlam değil, geri yüklenmedi: " +
+                                                      why + " Başka bir kopya seçin.");
     };
     try {
         const auto database = jet::Database::open(disk, file, jet::Pager::Mode::readOnly);
@@ -75,8 +76,8 @@ void refuseUnsound(jet::Disk& disk, const Path& file, const Path& copy)
         if (!result.ok()) refuse(result.faults.front());
         for (const std::u16string_view table : {mill::Cari::table, mill::Hareket::table})
             if (!database->hasTable(table)) refuse(jet::quotedName(table) + " tablosu yok.");
-    } catch (const jet::Error& error) {
-        if (error.fault() == jet::Fault::disk || error.fault() == jet::Fault::damaged) throw;
+    } catch (const files::Error& error) {
+        if (error.fault() == files::Fault::disk || error.fault() == files::Fault::damaged) throw;
         refuse(error.what());
     }
 }
@@ -84,32 +85,33 @@ void refuseUnsound(jet::Disk& disk, const Path& file, const Path& copy)
 /// Keeps the program away from the database for as long as this lives.
 class Hold {
 public:
-    Hold(jet::Disk& disk, const Path& database)
+    Hold(files::Disk& disk, const Path& database)
     {
         if (!disk.exists(database)) return;
         try {
             pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // settles a journal
             if (!pager_->writable())
-                throw jet::Error(jet::Fault::noPermission,
-                                 jet::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");
+                throw files::Error(files::Fault::noPermission,
+                                   files::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");
             return;
-        } catch (const jet::Error& error) {
-            if (error.fault() == jet::Fault::inUse || error.fault() == jet::Fault::noPermission) throw;
+        } catch (const files::Error& error) {
+            if (error.fault() == files::Fault::inUse || error.fault() == files::Fault::noPermission) throw;
         }
         // Too damaged to be opened: that is what copies are for.
-        file_ = disk.open(database, jet::Disk::Access::readWrite);
-        if (!file_->lock(jet::File::Lock::writer))
-            throw jet::Error(jet::Fault::inUse, jet::quotedPath(database) +
-                                                    " başka bir program tarafından kullanılıyor; onu kapatıp yeniden "
-                                                    "deneyin.");
+        file_ = disk.open(database, files::Disk::Access::readWrite);
+        if (!file_->lock(files::File::Lock::writer))
+            throw files::Error(files::Fault::inUse,
+                               files::quotedPath(database) +
+                                   " başka bir program tarafından kullanılıyor; onu kapatıp yeniden "
+                                   "deneyin.");
     }
 
 private:
     std::unique_ptr<jet::Pager> pager_;
-    std::unique_ptr<jet::File> file_;
+    std::unique_ptr<files::File> file_;
 };
 
-Path freeName(jet::Disk& disk, const Path& database, CopyTime now)
+Path freeName(files::Disk& disk, const Path& database, CopyTime now)
 {
     now.ofDay = false;
     const std::string stem = "Yag-onceki-" + Path(copyName(now)).stem().string().substr(4);
@@ -120,27 +122,27 @@ Path freeName(jet::Disk& disk, const Path& database, CopyTime now)
 }
 
 /// Keeps what stands in the database's place under another name, with a journal that could not be applied.
-void setAside(jet::Disk& disk, const Path& database, const Path& aside)
+void setAside(files::Disk& disk, const Path& database, const Path& aside)
 {
     const Path journal = withSuffix(database, "-journal");
     try {
-        jet::PartFile kept(disk, aside);
+        files::PartFile kept(disk, aside);
         copyBytes(disk, database, kept.path());
         kept.publish();
         if (!disk.exists(journal)) return;
-        jet::PartFile keptJournal(disk, withSuffix(aside, "-journal"));
+        files::PartFile keptJournal(disk, withSuffix(aside, "-journal"));
         copyBytes(disk, journal, keptJournal.path());
         keptJournal.publish();
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         // A disk that is full or may not be written leaves everything as it is. One that cannot read the old file any
         // more must not keep the mill from its copy.
-        if (error.fault() != jet::Fault::disk || disk.exists(aside)) throw;
+        if (error.fault() != files::Fault::disk || disk.exists(aside)) throw;
         bool readable = true;
         try {
-            const auto file = disk.open(database, jet::Disk::Access::readOnly);
+            const auto file = disk.open(database, files::Disk::Access::readOnly);
             std::vector<std::uint8_t> page(jet::pageSize);
             for (std::uint64_t at = 0; file->read(at, page) != 0; at += page.size()) continue;
-        } catch (const jet::Error&) {
+        } catch (const files::Error&) {
             readable = false;
         }
         if (readable) throw;
@@ -150,7 +152,7 @@ void setAside(jet::Disk& disk, const Path& database, const Path& aside)
     }
 }
 
-CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
+CopyFacts factsOf(files::Disk& disk, const Path& copy, const CopyTime& time)
 {
     CopyFacts facts;
     facts.name = copy.filename().string();
@@ -165,7 +167,7 @@ CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
         const auto date = journal.columnNamed(mill::Hareket::fields[mill::Hareket::Tarih]);
         const auto customer = journal.columnNamed(mill::Hareket::fields[mill::Hareket::CariHar]);
         if (!date || !customer)
-            throw jet::Error(jet::Fault::damaged, "'Hareket' tablosunda 'Tarih' ya da 'CariHar' sütunu yok.");
+            throw files::Error(files::Fault::damaged, "'Hareket' tablosunda 'Tarih' ya da 'CariHar' sütunu yok.");
         journal.forEachRow([&](jet::RowId, const jet::RowView& row) {
             if (row.textIs(*customer, mill::reserved::totals)) return true;
             ++facts.pressings;
@@ -173,7 +175,7 @@ CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
             if (days && (!facts.newest || *days > facts.newest->days)) facts.newest = jet::DateTime{*days};
             return true;
         });
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         facts.unreadable = error.what();
     }
     return facts;
@@ -181,7 +183,7 @@ CopyFacts factsOf(jet::Disk& disk, const Path& copy, const CopyTime& time)
 
 } // namespace
 
-std::vector<CopyFacts> listCopies(jet::Disk& disk, const std::filesystem::path& directory)
+std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path& directory)
 {
     const Path folder = directory / copyFolder;
     std::vector<CopyFacts> copies;
@@ -198,7 +200,7 @@ std::vector<CopyFacts> listCopies(jet::Disk& disk, const std::filesystem::path& 
     return copies;
 }
 
-Restored restoreCopy(jet::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
+Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
                      const CopyTime& now)
 {
     const Path from = copyOf(disk, directory, copy);
@@ -223,7 +225,7 @@ Restored restoreCopy(jet::Disk& disk, const std::filesystem::path& directory, co
     } catch (...) {
         try {
             if (disk.exists(part)) disk.remove(part);
-        } catch (const jet::Error&) {
+        } catch (const files::Error&) {
             // The next attempt removes it.
         }
         throw;

@@ -24,7 +24,7 @@ struct CopyFacts {
 };
 
 /// The copies in the program's directory, newest first.
-std::vector<CopyFacts> listCopies(jet::Disk& disk, const std::filesystem::path& directory);
+std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path& directory);
 
 struct Restored {
     std::filesystem::path database;
@@ -39,7 +39,7 @@ struct Restored {
 /// it; a journal that a crash left beside it is applied first, or goes with it where that is not possible.
 /// Throws notFound (no such copy), inUse (the program is running), damaged (the copy is not sound), noPermission, disk:
 /// then nothing was changed.
-Restored restoreCopy(jet::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
+Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
                      const CopyTime& now);
 
 } // namespace store

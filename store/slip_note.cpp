@@ -34,14 +34,14 @@ QByteArray textOf(const SlipNote& note)
 
 QByteArray sealOf(const QByteArray& text) { return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex(); }
 
-base::RuntimeError failed(const jet::Error& error)
+base::RuntimeError failed(const files::Error& error)
 {
     return {base::errors::databaseFault, QString::fromUtf8(error.what())};
 }
 
 } // namespace
 
-SlipNotes::SlipNotes(jet::Disk& disk, std::filesystem::path database) : disk_(disk), path_(std::move(database))
+SlipNotes::SlipNotes(files::Disk& disk, std::filesystem::path database) : disk_(disk), path_(std::move(database))
 {
     path_ += "-slip";
 }
@@ -50,14 +50,14 @@ void SlipNotes::write(const SlipNote& note)
 {
     try {
         if (disk_.exists(path_)) disk_.remove(path_);
-        const std::unique_ptr<jet::File> file = disk_.open(path_, jet::Disk::Access::createNew);
+        const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::createNew);
         const QByteArray text = textOf(note);
         const QByteArray sealed = sealOf(text) + '\n' + text;
         file->write(
             0, {reinterpret_cast<const std::uint8_t*>(sealed.constData()), static_cast<std::size_t>(sealed.size())});
         file->sync();
         disk_.syncFolder(path_.parent_path());
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         throw failed(error);
     }
 }
@@ -66,7 +66,7 @@ std::optional<SlipNote> SlipNotes::open() const
 {
     try {
         if (!disk_.exists(path_)) return std::nullopt;
-        const std::unique_ptr<jet::File> file = disk_.open(path_, jet::Disk::Access::readOnly);
+        const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::readOnly);
         constexpr std::uint64_t longest = 64 * 1024;
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(std::min(file->size(), longest)));
         bytes.resize(file->read(0, bytes));
@@ -88,7 +88,7 @@ std::optional<SlipNote> SlipNotes::open() const
         note.container = fields["container"].toString();
         note.sameBefore = fields["sameBefore"].toInt();
         return note;
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         throw failed(error);
     }
 }
@@ -99,7 +99,7 @@ void SlipNotes::strike()
         if (!disk_.exists(path_)) return;
         disk_.remove(path_);
         disk_.syncFolder(path_.parent_path());
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         throw failed(error);
     }
 }

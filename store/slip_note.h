@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-namespace jet {
+namespace files {
 class Disk;
 }
 
@@ -29,14 +29,14 @@ struct SlipNote {
 /// cannot be read whole (a power cut while it was written) counts as none: its slip had not been sent yet.
 class SlipNotes {
 public:
-    SlipNotes(jet::Disk& disk, std::filesystem::path database);
+    SlipNotes(files::Disk& disk, std::filesystem::path database);
 
     void write(const SlipNote& note); ///< error 3000 when the disk refuses
     std::optional<SlipNote> open() const;
     void strike();
 
 private:
-    jet::Disk& disk_;
+    files::Disk& disk_;
     std::filesystem::path path_;
 };
 

@@ -39,7 +39,7 @@ std::filesystem::path pathOf(const std::string& utf8)
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-void misused(const std::string& sentence) { throw jet::Error(jet::Fault::badValue, sentence); }
+void misused(const std::string& sentence) { throw files::Error(files::Fault::badValue, sentence); }
 
 void say(Output& out, const std::string& line)
 {

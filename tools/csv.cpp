@@ -36,8 +36,8 @@ void Output::flush()
         const long long count = platform::writeSome(descriptor_, buffer_.data() + done, used_ - done);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0)
-            throw jet::Error(jet::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
-                                                   "); çıktının gittiği yeri denetleyin.");
+            throw files::Error(files::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
+                                                       "); çıktının gittiği yeri denetleyin.");
         done += static_cast<std::size_t>(count);
     }
     used_ = 0;
@@ -106,8 +106,8 @@ void CsvReader::readField(CsvField& field)
     for (;;) {
         const std::size_t quote = text_.find('"', at_);
         if (quote == std::string_view::npos)
-            throw jet::Error(jet::Fault::syntax, "CSV'nin " + std::to_string(opened) +
-                                                     ". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.");
+            throw files::Error(files::Fault::syntax, "CSV'nin " + std::to_string(opened) +
+                                                         ". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.");
         const std::string_view part = text_.substr(at_, quote - at_);
         line_ += static_cast<std::size_t>(std::ranges::count(part, '\n'));
         field.text += part;
@@ -117,8 +117,9 @@ void CsvReader::readField(CsvField& field)
         ++at_;
     }
     if (!atLineEnd() && text_[at_] != ',')
-        throw jet::Error(jet::Fault::syntax, "CSV'nin " + std::to_string(line_) +
-                                                 ". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.");
+        throw files::Error(files::Fault::syntax,
+                           "CSV'nin " + std::to_string(line_) +
+                               ". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.");
 }
 
 } // namespace tools

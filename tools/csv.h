@@ -9,7 +9,7 @@
 /// quote or a line end. Null is an empty field, an empty text is a quoted empty field.
 namespace tools {
 
-/// Collects output and hands it to a file descriptor in large pieces. Throws jet::Error (Fault::disk) when the
+/// Collects output and hands it to a file descriptor in large pieces. Throws files::Error (Fault::disk) when the
 /// descriptor takes no more; what was not flushed when the object goes is lost.
 class Output {
 public:
@@ -52,7 +52,7 @@ class CsvReader {
 public:
     /// `text` must live as long as the reader. A byte order mark in front is passed over.
     explicit CsvReader(std::string_view text);
-    /// False behind the last record. Throws jet::Error (Fault::syntax) with the line for a quote out of place.
+    /// False behind the last record. Throws files::Error (Fault::syntax) with the line for a quote out of place.
     bool next(std::vector<CsvField>& record);
     /// Line on which the record that next() gave last begins, from 1.
     std::size_t line() const { return recordLine_; }

@@ -33,7 +33,7 @@ std::string collationName(jet::Collation collation)
 
 // ---- the commands ----
 
-int create(jet::Disk& disk, Arguments arguments)
+int create(files::Disk& disk, Arguments arguments)
 {
     jet::Collation collation = jet::turkish;
     std::optional<std::string> file;
@@ -77,7 +77,7 @@ void describe(Output& out, const jet::Table& table)
     }
 }
 
-int info(jet::Disk& disk, Arguments arguments)
+int info(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
     Output out(standardOutput);
@@ -105,7 +105,7 @@ void putHeader(Output& out, const std::vector<std::u16string>& names)
     putCsvLineEnd(out);
 }
 
-int exportTable(jet::Disk& disk, Arguments arguments)
+int exportTable(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
     const jet::Table& table = database->table(jet::fromUtf8(arguments[1]));
@@ -157,17 +157,17 @@ int exportTable(jet::Disk& disk, Arguments arguments)
 }
 
 /// The whole text of a file, or of standard input for "-".
-std::string wholeText(jet::Disk& disk, const std::string& name)
+std::string wholeText(files::Disk& disk, const std::string& name)
 {
     if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-    const auto file = disk.open(pathOf(name), jet::Disk::Access::readOnly);
+    const auto file = disk.open(pathOf(name), files::Disk::Access::readOnly);
     std::string text(file->size(), '\0');
     const std::size_t count = file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
     text.resize(count);
     return text;
 }
 
-int importTable(jet::Disk& disk, Arguments arguments)
+int importTable(files::Disk& disk, Arguments arguments)
 {
     const std::string text = wholeText(disk, arguments[2]);
     const auto database = jet::Database::open(disk, pathOf(arguments[0]));
@@ -229,7 +229,7 @@ bool beginsWithWord(std::string_view text, std::string_view word)
                               [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
 }
 
-int runSql(jet::Disk& disk, Arguments arguments)
+int runSql(files::Disk& disk, Arguments arguments)
 {
     const std::u16string sql = jet::fromUtf8(arguments[1]);
     Output out(standardOutput);
@@ -263,7 +263,7 @@ int runSql(jet::Disk& disk, Arguments arguments)
     return 0;
 }
 
-int backupFile(jet::Disk& disk, Arguments arguments)
+int backupFile(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
     Progress progress("Yedekleniyor");
@@ -271,7 +271,7 @@ int backupFile(jet::Disk& disk, Arguments arguments)
     return 0;
 }
 
-int dropIndex(jet::Disk& disk, Arguments arguments)
+int dropIndex(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]));
     database->dropIndex(jet::fromUtf8(arguments[1]), jet::fromUtf8(arguments[2]));
@@ -285,7 +285,7 @@ struct Command {
     std::string_view help;
     std::size_t fewest;
     std::size_t most;
-    int (*run)(jet::Disk&, Arguments);
+    int (*run)(files::Disk&, Arguments);
 };
 
 // clang-format off
@@ -341,7 +341,7 @@ void putHelp(Output& out, const Command& command)
 
 bool isHelp(const std::string& argument) { return argument == "--help" || argument == "-h"; }
 
-int run(jet::Disk& disk, Arguments arguments)
+int run(files::Disk& disk, Arguments arguments)
 {
     if (arguments.empty()) misused("Komut eksik; yardım için: presva-mdb --help");
     if (isHelp(arguments[0])) {
@@ -368,7 +368,7 @@ int run(jet::Disk& disk, Arguments arguments)
 
 } // namespace
 
-int runDatabaseTool(jet::Disk& disk, std::span<const std::string> arguments)
+int runDatabaseTool(files::Disk& disk, std::span<const std::string> arguments)
 {
     try {
         return run(disk, arguments);

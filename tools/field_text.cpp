@@ -127,7 +127,7 @@ void putNumeric(Output& out, jet::Numeric number)
         while (!some.empty() && (static_cast<unsigned char>(text[some.size()]) & 0xC0) == 0x80) some.pop_back();
         some += "...";
     }
-    throw jet::Error(jet::Fault::badValue, "'" + some + "' " + why);
+    throw files::Error(files::Fault::badValue, "'" + some + "' " + why);
 }
 
 template <class Number> Number parseNumber(std::string_view text, const char* what)

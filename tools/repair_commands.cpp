@@ -56,7 +56,7 @@ std::string padded(std::string text, int width, bool right)
     return right ? std::string(missing, ' ') + text : text + std::string(missing, ' ');
 }
 
-int list(jet::Disk& disk, const std::string& directory)
+int list(files::Disk& disk, const std::string& directory)
 {
     const std::vector<store::CopyFacts> copies = store::listCopies(disk, pathOf(directory));
     Output out(standardOutput);
@@ -85,9 +85,9 @@ int list(jet::Disk& disk, const std::string& directory)
 }
 
 /// The file itself is not as it must be; a copy elsewhere, or a rescue, may help.
-bool isDamage(jet::Fault fault)
+bool isDamage(files::Fault fault)
 {
-    return fault == jet::Fault::damaged || fault == jet::Fault::cutShort || fault == jet::Fault::notADatabase;
+    return fault == files::Fault::damaged || fault == files::Fault::cutShort || fault == files::Fault::notADatabase;
 }
 
 void sayLosses(Output& out, const jet::RescueResult& result)
@@ -104,21 +104,21 @@ std::string rowsOf(const jet::RescueResult& result)
     return text.empty() ? "hiçbir tablo bulunamadı" : text;
 }
 
-void sayWhatCanBeSaved(jet::Disk& disk, Output& out, const std::string& file)
+void sayWhatCanBeSaved(files::Disk& disk, Output& out, const std::string& file)
 {
     try {
         const jet::RescueResult result = jet::survey(disk, pathOf(file), mill::tableNamed);
         sayLosses(out, result);
         say(out, "Kurtarılabilecek: " + rowsOf(result) + ".");
         say(out, "Yedekten dönmek için: presva-mdb restore. Kurtarmak için: presva-mdb rescue " + file + " YENİ-DOSYA");
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         say(out, std::string("Kurtarılabilecek bir şey bulunamadı: ") + error.what());
     }
 }
 
 } // namespace
 
-int check(jet::Disk& disk, Arguments arguments)
+int check(files::Disk& disk, Arguments arguments)
 {
     Output out(standardOutput);
     jet::CheckResult result;
@@ -126,9 +126,9 @@ int check(jet::Disk& disk, Arguments arguments)
         const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
         Progress progress("Denetleniyor");
         result = jet::checkDatabase(*database, std::ref(progress));
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         // A file that never was a database gets no advice on saving it.
-        if (!isDamage(error.fault()) || error.fault() == jet::Fault::notADatabase) throw;
+        if (!isDamage(error.fault()) || error.fault() == files::Fault::notADatabase) throw;
         say(out, std::string("HATA: ") + error.what());
         sayWhatCanBeSaved(disk, out, arguments[0]);
         out.flush();
@@ -145,7 +145,7 @@ int check(jet::Disk& disk, Arguments arguments)
     return result.ok() ? 0 : 1;
 }
 
-int rescueFile(jet::Disk& disk, Arguments arguments)
+int rescueFile(files::Disk& disk, Arguments arguments)
 {
     jet::RescueResult result;
     {
@@ -161,18 +161,18 @@ int rescueFile(jet::Disk& disk, Arguments arguments)
     return result.whole() ? 0 : savedInPart;
 }
 
-int compactFile(jet::Disk& disk, Arguments arguments)
+int compactFile(files::Disk& disk, Arguments arguments)
 {
     try {
         const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
         // Rows of a lost page would be missing without a word.
         const jet::CheckResult result = jet::checkDatabase(*database);
-        if (!result.ok()) throw jet::Error(jet::Fault::damaged, result.faults.front());
+        if (!result.ok()) throw files::Error(files::Fault::damaged, result.faults.front());
         Progress progress("Sıkıştırılıyor");
         jet::compact(disk, *database, pathOf(arguments[1]), now(), std::ref(progress));
         return 0;
-    } catch (const jet::Error& error) {
-        if (!isDamage(error.fault()) || error.fault() == jet::Fault::notADatabase) throw;
+    } catch (const files::Error& error) {
+        if (!isDamage(error.fault()) || error.fault() == files::Fault::notADatabase) throw;
         Output out(standardOutput);
         say(out, std::string("HATA: ") + error.what());
         out.flush();
@@ -182,7 +182,7 @@ int compactFile(jet::Disk& disk, Arguments arguments)
     return code == 0 ? savedInPart : code;
 }
 
-int restore(jet::Disk& disk, Arguments arguments)
+int restore(files::Disk& disk, Arguments arguments)
 {
     if (arguments.size() == 1) return list(disk, arguments[0]);
     const store::Restored done = store::restoreCopy(disk, pathOf(arguments[0]), arguments[1], calendarTime(now()));

@@ -8,16 +8,16 @@
 namespace tools {
 
 /// Lists the copies of a program's directory, or puts one back.
-int restore(jet::Disk& disk, Arguments arguments);
+int restore(files::Disk& disk, Arguments arguments);
 
 /// Looks at every page, row and index entry; of a damaged file it also says what can be saved.
-int check(jet::Disk& disk, Arguments arguments);
+int check(files::Disk& disk, Arguments arguments);
 
 /// Rewrites a file without the room of deleted rows; of a damaged one it saves what can be read.
-int compactFile(jet::Disk& disk, Arguments arguments);
+int compactFile(files::Disk& disk, Arguments arguments);
 
 /// Saves every readable row of a damaged file in a new one and lists what could not be read.
-int rescueFile(jet::Disk& disk, Arguments arguments);
+int rescueFile(files::Disk& disk, Arguments arguments);
 
 /// Exit code of a rescue that could not save everything.
 inline constexpr int savedInPart = 2;

@@ -110,12 +110,12 @@ private:
 };
 
 /// The disk of the slip's note, which can be full.
-class NoteDisk : public jet::MemoryDisk {
+class NoteDisk : public files::MemoryDisk {
 public:
-    std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+    std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
     {
-        if (full && access == Access::createNew) throw jet::Error(jet::Fault::disk, "full");
-        return MemoryDisk::open(path, access);
+        if (full && access == Access::createNew) throw files::Error(files::Fault::disk, "full");
+        return files::MemoryDisk::open(path, access);
     }
 
     bool full = false;

@@ -22,7 +22,7 @@ struct Ledger {
 /// Somebody who touches whatever is in reach.
 class Monkey {
 public:
-    Monkey(std::uint32_t seed, const base::Regional& regional, jet::Disk& disk)
+    Monkey(std::uint32_t seed, const base::Regional& regional, files::Disk& disk)
         : chance_(seed), disk_(disk), counter_(regional, databases_)
     {
         mill::createDatabase(disk_, path(), jet::turkish, {});
@@ -56,7 +56,7 @@ private:
     QStringList journal();
 
     std::mt19937 chance_;
-    jet::Disk& disk_;
+    files::Disk& disk_;
     store::JetDatabases databases_{disk_};
     Counter counter_;
     Ledger ledger_;
@@ -406,10 +406,10 @@ private slots:
     {
         QFETCH(bool, english);
         QFETCH(bool, realFile);
-        jet::MemoryDisk memory;
+        files::MemoryDisk memory;
         Monkey monkey(QByteArray(QTest::currentDataTag()).toUInt(),
                       english ? base::Regional::english() : base::Regional::turkish(),
-                      realFile ? platform::systemDisk() : static_cast<jet::Disk&>(memory));
+                      realFile ? platform::systemDisk() : static_cast<files::Disk&>(memory));
         monkey.play(300);
         QVERIFY2(monkey.trouble().isEmpty(), qPrintable(monkey.trouble()));
         slips_ += monkey.slips();

@@ -72,7 +72,7 @@ struct World {
     QTemporaryDir folder;
     RecordingPrompt prompt;
     app::SettingsStore settings{folder.path()};
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     store::JetDatabases databases{disk};
     print::FolderTarget printer{folder.path()};
     store::SlipNotes slips{disk, folder.filePath(QStringLiteral("Yag.mdb")).toStdString()};

@@ -401,12 +401,12 @@ void SlipAndRecord::pressingThatCannotBeStoredLeavesTheTerms()
 
 void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
 {
-    class LockedDisk : public jet::MemoryDisk {
+    class LockedDisk : public files::MemoryDisk {
     public:
-        std::unique_ptr<jet::File> open(const std::filesystem::path& path, Access access) override
+        std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
         {
             if (access != Access::readOnly) throw jet::Error(jet::Fault::noPermission, "locked");
-            return MemoryDisk::open(path, access);
+            return files::MemoryDisk::open(path, access);
         }
     } disk;
     store::JetDatabases books{disk};

@@ -3,7 +3,7 @@
 //     database_fuzz [--count N] [--seed S] [--limit MILLISECONDS] [FILE ...]
 //
 // Each trial takes one database (made here, or a FILE), damages a copy in memory and uses it like any other. What must
-// hold: no crash, no read outside memory (build with sanitizers), an answer within the limit, only jet::Error thrown,
+// hold: no crash, no read outside memory (build with sanitizers), an answer within the limit, only files::Error thrown,
 // and a file that the check found sound is still sound after it was written. A failing trial names its seed; running
 // it alone with --count 1 --seed S repeats it.
 //
@@ -60,7 +60,7 @@ std::vector<Content> homemade()
 {
     std::vector<Content> made;
     for (const unsigned seed : {1U, 2U}) {
-        jet::MemoryDisk disk;
+        files::MemoryDisk disk;
         MixedWork::create(disk, file);
         MixedWork work(seed);
         MixedWork::Rows rows;
@@ -197,7 +197,7 @@ template <class Action> bool attempt(Action&& action)
     try {
         action();
         return true;
-    } catch (const jet::Error&) {
+    } catch (const files::Error&) {
         return false;
     }
 }
@@ -262,7 +262,7 @@ Rows rowsOf(jet::Database& database)
 /// what rescue looks for.
 bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bool warned, Counts& counts)
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content(file) = damaged;
     const std::filesystem::path to = "Kurtarilan.mdb";
     try {
@@ -286,9 +286,9 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bo
         if (sum(saved) > (warned ? std::max(sum(*all), promised) : sum(*all)))
             throw std::runtime_error("more rows than a sound file had");
         return true;
-    } catch (const jet::Error& error) {
+    } catch (const files::Error& error) {
         // A header that seems to be that of another kind of file, or nothing left: those are answers too.
-        using jet::Fault;
+        using files::Fault;
         for (const Fault answer :
              {Fault::notADatabase, Fault::oldFormat, Fault::newFormat, Fault::password, Fault::encoded})
             if (error.fault() == answer) return true;
@@ -302,7 +302,7 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bo
 bool trial(const Content& original, unsigned long seed, Counts& counts)
 {
     std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     Content& bytes = disk.content(file);
     bytes = original;
     Damage(bytes, random).inflict();

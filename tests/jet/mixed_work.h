@@ -27,7 +27,7 @@ public:
     /// The same seed on the same database does the same work.
     explicit MixedWork(unsigned seed) : random_(seed), seed_(seed) {}
 
-    static void create(jet::Disk& disk, const std::filesystem::path& path)
+    static void create(files::Disk& disk, const std::filesystem::path& path)
     {
         const jet::DateTime now{45000.5};
         jet::Database::create(disk, path, jet::turkish, now);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "files/disk.h"
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,7 +18,7 @@
 /// medium as it may look after the lights went out: each write since the last sync got there whole, in part (sectors of
 /// 512 bytes, some perhaps with junk in them) or not at all, whatever came before or after it; names in order up to
 /// some point. Different seeds, different luck. A failed sync loses the cache for good, as on Linux.
-class PowerCutDisk final : public jet::Disk {
+class PowerCutDisk final : public files::Disk {
 public:
     using Path = std::filesystem::path;
     using Image = std::vector<std::uint8_t>;
@@ -67,33 +67,33 @@ public:
 
     // ---- the door ----
 
-    std::unique_ptr<jet::File> open(const Path& path, Access access) override
+    std::unique_ptr<files::File> open(const Path& path, Access access) override
     {
         const auto found = names_.find(path);
         if (access == Access::createNew) {
-            if (found != names_.end()) throw jet::Error(jet::Fault::exists, "zaten var");
+            if (found != names_.end()) throw files::Error(files::Fault::exists, "zaten var");
             change();
             auto stored = std::make_shared<Stored>();
             names_[path] = stored;
             pendingNames_.push_back([path, stored](Names& names) { names[path] = stored; });
             return std::make_unique<OpenFile>(*this, stored, true);
         }
-        if (found == names_.end()) throw jet::Error(jet::Fault::notFound, path.string() + " yok");
-        if (access == Access::readWrite && readOnly) throw jet::Error(jet::Fault::noPermission, "salt okunur");
+        if (found == names_.end()) throw files::Error(files::Fault::notFound, path.string() + " yok");
+        if (access == Access::readWrite && readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
         return std::make_unique<OpenFile>(*this, found->second, access == Access::readWrite);
     }
     bool exists(const Path& path) override { return has(path); }
     void remove(const Path& path) override
     {
         change();
-        if (names_.erase(path) == 0) throw jet::Error(jet::Fault::notFound, path.string() + " yok");
+        if (names_.erase(path) == 0) throw files::Error(files::Fault::notFound, path.string() + " yok");
         pendingNames_.push_back([path](Names& names) { names.erase(path); });
     }
     void rename(const Path& from, const Path& to) override
     {
         change();
         const auto found = names_.find(from);
-        if (found == names_.end()) throw jet::Error(jet::Fault::notFound, from.string() + " yok");
+        if (found == names_.end()) throw files::Error(files::Fault::notFound, from.string() + " yok");
         const auto stored = found->second;
         names_.erase(found);
         names_[to] = stored;
@@ -173,9 +173,9 @@ private:
     {
         if (beforeEachChange) beforeEachChange();
         ++changes_;
-        if (readOnly) throw jet::Error(jet::Fault::noPermission, "salt okunur");
+        if (readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
         if (failing.contains(changes_) || (failingFrom && changes_ >= *failingFrom))
-            throw jet::Error(jet::Fault::disk, "disk hatası");
+            throw files::Error(files::Fault::disk, "disk hatası");
     }
 
     std::size_t bytesUsed() const
@@ -185,7 +185,7 @@ private:
         return sum;
     }
 
-    class OpenFile final : public jet::File {
+    class OpenFile final : public files::File {
     public:
         OpenFile(PowerCutDisk& disk, std::shared_ptr<Stored> stored, bool writable)
             : disk_(disk), stored_(std::move(stored)), writable_(writable)
@@ -216,7 +216,7 @@ private:
                 const std::size_t fits = write.bytes.size() - std::min(write.bytes.size(), growth - room);
                 write.bytes.resize(fits);
                 if (fits > 0) perform(std::move(write));
-                throw jet::Error(jet::Fault::disk, "diskte yer kalmadı");
+                throw files::Error(files::Fault::disk, "diskte yer kalmadı");
             }
             perform(std::move(write));
         }
@@ -260,7 +260,7 @@ private:
     private:
         void mustBeWritable() const
         {
-            if (!writable_) throw jet::Error(jet::Fault::noPermission, "salt okunur açıldı");
+            if (!writable_) throw files::Error(files::Fault::noPermission, "salt okunur açıldı");
         }
         void perform(Write write)
         {

@@ -1,9 +1,9 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/mixed_work.h"
@@ -100,7 +100,7 @@ struct Patient {
         return found.value();
     }
 
-    MemoryDisk disk;
+    files::MemoryDisk disk;
     std::unique_ptr<Database> database;
     std::map<std::u16string, std::unique_ptr<Table::State>> states;
 };
@@ -378,7 +378,7 @@ void CheckTest::databasesOfOtherProgramsAreSound()
     QFile source(path);
     QVERIFY(source.open(QIODevice::ReadOnly));
     const QByteArray bytes = source.readAll();
-    MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content(file).assign(bytes.begin(), bytes.end());
     const CheckResult result = checkDatabase(*Database::open(disk, file, Pager::Mode::readOnly));
     QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());

@@ -1,6 +1,6 @@
-#include "files/error.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"
 

@@ -1,4 +1,4 @@
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
 
 #include <QTest>

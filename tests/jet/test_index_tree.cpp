@@ -3,7 +3,7 @@
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/index/index_page.h"
 #include "store/jet/index/index_tree.h"
 #include "store/jet/pages/row_page.h"

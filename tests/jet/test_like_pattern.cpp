@@ -1,4 +1,4 @@
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/values/like_pattern.h"
 #include "store/jet/values/sort_key.h"
 

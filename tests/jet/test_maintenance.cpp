@@ -1,9 +1,9 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "files/error.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
+#include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"
 

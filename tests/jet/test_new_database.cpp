@@ -1,12 +1,12 @@
 #include "mdbtools.h"
 #include "random_rows.h"
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/doors.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -17,9 +17,9 @@ constexpr const char* path = "yeni.mdb";
 
 QByteArray newFile(jet::Collation collation)
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::Database::create(disk, path, collation, rows::created);
-    const jet::MemoryDisk::Content& content = disk.content(path);
+    const files::MemoryDisk::Content& content = disk.content(path);
     QByteArray bytes(reinterpret_cast<const char*>(content.data()), static_cast<qsizetype>(content.size()));
     if (bytes.size() >= qsizetype(jet::pageSize)) {
         jet::maskHeader(jet::PageBytes(reinterpret_cast<std::uint8_t*>(bytes.data()), jet::pageSize));
@@ -191,7 +191,7 @@ void NewDatabase::aNewFileIsSound_data() { namesOfTheCatalogueAreIndexed_data();
 void NewDatabase::aNewFileIsSound()
 {
     QFETCH(bool, isTurkish);
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::Database::create(disk, path, isTurkish ? jet::turkish : jet::general, rows::created);
     const auto database = jet::Database::open(disk, path);
     QVERIFY(database->collation() == (isTurkish ? jet::turkish : jet::general));
@@ -227,7 +227,7 @@ struct Furniture {
         return QByteArray(reinterpret_cast<const char*>(view.data() + offset), count);
     }
 
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     std::unique_ptr<jet::Database> database;
 };
 
@@ -285,7 +285,7 @@ void NewDatabase::theNextRowAndEntryGoBehindTheOthers()
 
 void NewDatabase::aTakenPathIsLeftAlone()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content(path) = {1, 2, 3};
     try {
         jet::Database::create(disk, path, jet::turkish, rows::created);
@@ -293,7 +293,7 @@ void NewDatabase::aTakenPathIsLeftAlone()
     } catch (const jet::Error& error) {
         QCOMPARE(error.fault(), jet::Fault::exists);
     }
-    QVERIFY(disk.content(path) == (jet::MemoryDisk::Content{1, 2, 3}));
+    QVERIFY(disk.content(path) == (files::MemoryDisk::Content{1, 2, 3}));
 }
 
 void NewDatabase::otherProgramsReadNewTables()

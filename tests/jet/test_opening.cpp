@@ -1,11 +1,11 @@
 #include "random_rows.h"
 #include "samples.h"
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/doors.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -16,12 +16,12 @@ Q_DECLARE_METATYPE(jet::Fault)
 
 namespace {
 
-using Content = jet::MemoryDisk::Content;
+using Content = files::MemoryDisk::Content;
 
 /// A database with one table of a few hundred rows.
 Content sound()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::Database::create(disk, "a.mdb", jet::turkish, rows::created);
     const auto database = jet::Database::open(disk, "a.mdb");
     jet::Table& table = database->createTable(u"Cari", {{.name = u"Unvan", .type = jet::ColumnType::text, .size = 50}},
@@ -98,7 +98,7 @@ void Opening::whatIsNotADatabaseIsToldApart()
 {
     QFETCH(std::function<void(Content&)>, spoil);
     QFETCH(jet::Fault, fault);
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content("Yağ.mdb") = sound();
     spoil(disk.content("Yağ.mdb"));
     try {
@@ -156,7 +156,7 @@ void Opening::everyRefusalHasItsOwnSentence()
 
 void Opening::aHeaderWithoutAReadableTimeStillOpens()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     inHeader(disk.content("a.mdb"),
              [](jet::PageBytes page) { std::fill_n(page.begin() + 0x72, 8, std::uint8_t{0xFF}); });
@@ -165,7 +165,7 @@ void Opening::aHeaderWithoutAReadableTimeStillOpens()
 
 void Opening::oneDamagedTableLeavesTheOthersReadable()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     jet::PageNo damaged = 0;
     {
@@ -184,7 +184,7 @@ void Opening::oneDamagedTableLeavesTheOthersReadable()
 
 void Opening::namesAreFoundInAnyCase()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
     QVERIFY(database->hasTable(u"CARI"));
@@ -197,7 +197,7 @@ void Opening::namesAreFoundInAnyCase()
 
 void Opening::anUnknownTableIsNamed()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
     try {

@@ -1,6 +1,6 @@
 #include "store/jet/pages/pager.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 

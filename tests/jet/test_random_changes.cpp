@@ -118,7 +118,7 @@ void RandomChanges::aThousandChangesLeaveWhatTheModelHolds()
 {
     QFETCH(bool, isTurkish);
     QFETCH(unsigned, seed);
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::Database::create(disk, path, isTurkish ? jet::turkish : jet::general, rows::created);
     Model model;
     {
@@ -141,7 +141,7 @@ void RandomChanges::aThousandChangesLeaveWhatTheModelHolds()
 
 void RandomChanges::aTransactionTakenBackLeavesTheRowsOfBefore()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::Database::create(disk, path, jet::turkish, rows::created);
     const auto database = jet::Database::open(disk, path);
     jet::Table& table = database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);

@@ -1,10 +1,10 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/rescue.h"
+#include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
 
 #include <QtTest>
@@ -46,7 +46,7 @@ struct Place {
 struct World {
     World()
     {
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         MixedWork::create(disk, file);
         mill::createTables(*Database::open(disk, file), DateTime{45000});
         {
@@ -156,7 +156,14 @@ Q_DECLARE_METATYPE(Damage)
 class RescueTest : public QObject {
     Q_OBJECT
 
+<<<<<<< HEAD
     static RescueResult run(MemoryDisk& disk) { return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed); }
+=======
+    static RescueResult run(files::MemoryDisk& disk)
+    {
+        return rescue(disk, file, saved, DateTime{45000}, store::millTableName);
+    }
+>>>>>>> d886138 (Put Disk, File and their failures in a namespace below the engine)
 
 private slots:
     void initTestCase()
@@ -169,7 +176,7 @@ private slots:
 
     void aSoundFileComesOutWhole()
     {
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = world().image;
         const RescueResult result = run(disk);
         QVERIFY2(result.whole(), result.whole() ? "" : result.losses.front().c_str());
@@ -240,7 +247,7 @@ private slots:
     {
         QFETCH(Damage, damage);
         const World& w = world();
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = w.image;
         damage.inflict(disk.content(file));
         const Image damaged = disk.content(file);
@@ -297,7 +304,7 @@ private slots:
         PageNo source = 0;
         for (const auto& [number, place] : w.places)
             if (place.body != target && place.head == place.body && place.note.empty()) source = place.body;
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = w.image;
         Image& image = disk.content(file);
         std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(source * pageSize), pageSize,
@@ -316,7 +323,7 @@ private slots:
 
     void aRunningProgramsLastCommitIsSaved()
     {
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = world().image;
         const auto database = Database::open(disk, file);
         Image before = disk.content(file);
@@ -341,7 +348,7 @@ private slots:
     void otherFilesAreRefused()
     {
         QFETCH(QByteArray, bytes);
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = Image(bytes.begin(), bytes.end());
         try {
             run(disk);
@@ -354,7 +361,7 @@ private slots:
 
     void anExistingFileIsNotReplaced()
     {
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = world().image;
         disk.content(saved) = {1, 2, 3};
         try {
@@ -368,7 +375,7 @@ private slots:
 
     void aSurveyCountsWhatARescueSaves()
     {
-        MemoryDisk disk;
+        files::MemoryDisk disk;
         disk.content(file) = world().image;
         fill(disk.content(file), world().fullestPage(), 0);
         const RescueResult counted = survey(disk, file, mill::tableNamed);

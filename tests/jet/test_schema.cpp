@@ -1,11 +1,11 @@
 #include "random_rows.h"
 #include "samples.h"
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/doors.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -37,7 +37,7 @@ struct Fixture {
     }
     std::uint8_t* page(jet::PageNo number) { return disk.content(path).data() + number * jet::pageSize; }
 
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     std::unique_ptr<jet::Database> database;
 };
 

@@ -1,8 +1,8 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/sql/sql.h"
 #include "store/jet/values/calendar.h"
 
@@ -95,7 +95,7 @@ public:
     }
 
 private:
-    jet::MemoryDisk disk_;
+    files::MemoryDisk disk_;
     std::unique_ptr<jet::Database> database_;
 };
 

@@ -1,6 +1,6 @@
 #include <cstddef> // moc needs it ahead of <compare>
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/sql/sql_parser.h"
 #include "store/jet/values/calendar.h"
 

@@ -1,10 +1,10 @@
 #include "random_rows.h"
 
-#include "files/error.h"
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/properties.h"
+#include "store/jet/format/doors.h"
 
 #include <QtTest>
 
@@ -47,7 +47,7 @@ struct Fixture {
         return text;
     }
 
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     std::unique_ptr<jet::Database> database;
     jet::Table* table = nullptr;
 };
@@ -530,7 +530,7 @@ void TableRules::rangesFollowTheIndex()
 
 void TableRules::aStaleRowCountIsPutRightByTheFirstWrite()
 {
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     jet::PageNo definition = 0;
     {
         jet::Database::create(disk, path, jet::turkish, rows::created);

@@ -2,7 +2,7 @@
 
 #include "store/jet/pages/usage_map.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
 

@@ -198,7 +198,7 @@ void MdbReader::readsADatabaseMadeHere()
     QFETCH(bool, turkish);
     const QTemporaryDir folder;
     const QString file = folder.filePath("deneme.mdb");
-    jet::Disk& disk = platform::systemDisk();
+    files::Disk& disk = platform::systemDisk();
     jet::Database::create(disk, file.toStdString(), turkish ? jet::turkish : jet::general, rows::created);
     {
         const auto database = jet::Database::open(disk, file.toStdString());

@@ -70,7 +70,7 @@ void KilledWriterTest::killedProcessLosesNothingThatItAcknowledged()
     std::size_t acknowledged = 0;
     for (int round = 1; round <= kills(); ++round) {
         const auto seed = static_cast<unsigned>(round);
-        MemoryDisk twin;
+        files::MemoryDisk twin;
         twin.content("Yag.mdb") = contentOf(file);
 
         int ends[2];

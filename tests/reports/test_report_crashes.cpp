@@ -62,7 +62,7 @@ void add(store::Engine& engine, const QString& moment, double Zeytin, const QStr
 }
 
 /// A mill with customers, and pressings on several pages.
-void fill(jet::Disk& disk, bool indexed)
+void fill(files::Disk& disk, bool indexed)
 {
     mill::createDatabase(disk, file, jet::turkish, {45000});
     if (!indexed) jet::Database::open(disk, file)->dropIndex(u"Hareket", u"Tarih");
@@ -89,7 +89,7 @@ const QList<Asked> questions = {{"all customers", true, true, {}, 2},
                                 {"a customer without pressings", true, true, u"Zehra"_s, 2},
                                 {"days without pressings", true, true, {}, 20}};
 
-void report(jet::Disk& disk, const Asked& asked, int minute)
+void report(files::Disk& disk, const Asked& asked, int minute)
 {
     store::JetDatabases databases(disk);
     store::DataSource listing(databases);

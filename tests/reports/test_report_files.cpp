@@ -22,7 +22,7 @@ struct Journal {
     bool operator==(const Journal&) const = default;
 };
 
-Journal journalOf(jet::Disk& disk)
+Journal journalOf(files::Disk& disk)
 {
     store::JetDatabases databases(disk);
     const auto engine = databases.open(fileName);
@@ -47,7 +47,7 @@ void add(store::Engine& engine, const QString& moment, double Zeytin, const QStr
 }
 
 /// A mill's database with some pressings and the totals row of an earlier report, which lies in the period.
-void fill(jet::Disk& disk)
+void fill(files::Disk& disk)
 {
     mill::createDatabase(disk, file, jet::turkish, {45000});
     store::JetDatabases databases(disk);
@@ -58,7 +58,7 @@ void fill(jet::Disk& disk)
     add(*engine, u"2025-02-05T00:00:00"_s, 5000, u"Ayşe"_s);
 }
 
-void report(jet::Disk& disk, const QString& name = {})
+void report(files::Disk& disk, const QString& name = {})
 {
     store::JetDatabases databases(disk);
     store::DataSource listing(databases);

@@ -201,8 +201,9 @@ class KilledAtTheSlip : public QObject {
     {
         const std::filesystem::path file = counter.databasePath().toStdString();
         const std::filesystem::path journal = file.string() + "-journal";
-        jet::Disk& disk = platform::systemDisk();
-        if (disk.exists(journal) && jet::readJournal(*disk.open(journal, jet::Disk::Access::readOnly))) ++openJournals;
+        files::Disk& disk = platform::systemDisk();
+        if (disk.exists(journal) && jet::readJournal(*disk.open(journal, files::Disk::Access::readOnly)))
+            ++openJournals;
 
         const auto database = jet::Database::open(disk, file);
         const jet::CheckResult check = jet::checkDatabase(*database);

@@ -85,8 +85,9 @@ class KilledInTheReport : public QObject {
     void compare()
     {
         const std::filesystem::path journal = file.string() + "-journal";
-        jet::Disk& disk = platform::systemDisk();
-        if (disk.exists(journal) && jet::readJournal(*disk.open(journal, jet::Disk::Access::readOnly))) ++openJournals;
+        files::Disk& disk = platform::systemDisk();
+        if (disk.exists(journal) && jet::readJournal(*disk.open(journal, files::Disk::Access::readOnly)))
+            ++openJournals;
         const auto database = jet::Database::open(disk, file);
         int totals = 0;
         const Rows found = read(*database, totals);

@@ -27,7 +27,7 @@ public:
 
     static constexpr jet::DateTime now{45000};
 
-    jet::MemoryDisk disk;
+    files::MemoryDisk disk;
     store::JetDatabases databases{disk};
 
     std::shared_ptr<store::Engine> engine() { return databases.open(path); }

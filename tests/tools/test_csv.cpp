@@ -149,8 +149,8 @@ void CsvTest::misplacedQuotesAreNamedWithTheirLine()
         try {
             recordsOf(text);
             QFAIL("was read");
-        } catch (const jet::Error& error) {
-            QCOMPARE(error.fault(), jet::Fault::syntax);
+        } catch (const files::Error& error) {
+            QCOMPARE(error.fault(), files::Fault::syntax);
             QVERIFY2(std::string(error.what()).find("3. satır") != std::string::npos, error.what());
         }
     }
@@ -342,8 +342,8 @@ void CsvTest::wrongTextsAreRefused()
     try {
         parseField({text, false}, columnOf(type));
         QFAIL("was taken");
-    } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::badValue);
+    } catch (const files::Error& error) {
+        QCOMPARE(error.fault(), files::Fault::badValue);
         QVERIFY2(std::string(error.what()).find(text.substr(0, 20)) != std::string::npos, error.what());
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "files/error.h"
 #include "store/jet/care/check.h"
+#include "store/jet/format/doors.h"
 
 #include <cstdint>
 #include <functional>

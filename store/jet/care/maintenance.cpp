@@ -43,7 +43,7 @@ private:
 
 [[noreturn]] void refuseToLose(const Database& database, const std::string& what)
 {
-    throw Error(Fault::unsupported, quotedPath(const_cast<Database&>(database).pager().path()) +
+    throw Error(Fault::unsupported, files::quotedPath(const_cast<Database&>(database).pager().path()) +
                                         " burada sıkıştırılamaz, çünkü " + what +
                                         " kaybolurdu. Access ile sıkıştırın.");
 }
@@ -218,7 +218,7 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
 {
     Pager& pager = database.pager();
     assert(!pager.inTransaction());
-    PartFile part(disk, to);
+    files::PartFile part(disk, to);
     {
         const auto file = disk.open(part.path(), Disk::Access::createNew);
         Progress told(progress, pager.pageCount());
@@ -238,7 +238,7 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
     {
         const auto copy = Database::open(disk, part.path(), Pager::Mode::readOnly);
         if (copy->pager().pageCount() != pager.pageCount() || copy->tableNames() != database.tableNames())
-            throw Error(Fault::disk, quotedPath(to) + " kopyası eksik çıktı. Diski denetleyip yeniden deneyin.");
+            throw Error(Fault::disk, files::quotedPath(to) + " kopyası eksik çıktı. Diski denetleyip yeniden deneyin.");
     }
     part.publish();
 }
@@ -246,7 +246,7 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
 void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, const std::filesystem::path& part,
             const std::function<void(int)>& progress)
 {
-    PartFile copy(disk, to, part);
+    files::PartFile copy(disk, to, part);
     const PageNo pages = snapshot.pageCount();
     Progress told(progress, std::uint64_t{pages} * 2);
     {
@@ -268,7 +268,7 @@ void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, con
         };
         const CheckResult result = checkDatabase(*written, checking);
         if (!result.ok() || result.pages != pages)
-            throw Error(Fault::damaged, quotedPath(to) + " kopyası sağlam çıkmadı" +
+            throw Error(Fault::damaged, files::quotedPath(to) + " kopyası sağlam çıkmadı" +
                                             (result.ok() ? std::string(".") : ": " + result.faults.front()));
     }
     copy.publish();
@@ -278,7 +278,7 @@ void compact(Disk& disk, Database& database, const std::filesystem::path& to, Da
              const std::function<void(int)>& progress)
 {
     refuseToLoseObjects(database);
-    PartFile part(disk, to);
+    files::PartFile part(disk, to);
     const auto tables = database.tableNames();
     std::uint64_t rows = 0;
     for (const std::u16string& name : tables) rows += database.table(name).rowCount();
@@ -299,7 +299,8 @@ void compact(Disk& disk, Database& database, const std::filesystem::path& to, Da
     {
         const auto fresh = Database::open(disk, part.path(), Pager::Mode::readOnly);
         const CheckResult result = checkDatabase(*fresh);
-        if (!result.ok()) throw Error(Fault::damaged, quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
+        if (!result.ok())
+            throw Error(Fault::damaged, files::quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
         for (const std::u16string& name : tables)
             if (contentOf(database.table(name), told) != contentOf(fresh->table(name), told))
                 throw Error(Fault::damaged,

@@ -1,9 +1,9 @@
 #include "store/jet/care/rescue.h"
 
-#include "files/error.h"
 #include "files/part_file.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/salvage.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/field_codec.h"
 #include "store/jet/values/names.h"
@@ -279,7 +279,7 @@ bool Rescue::fits(Table& target, const Assignment& value)
 RescueResult rescue(Disk& disk, const std::filesystem::path& from, const std::filesystem::path& to, DateTime now,
                     const TableNames& nameOf, const std::function<void(int)>& progress)
 {
-    PartFile part(disk, to);
+    files::PartFile part(disk, to);
     Rescue work(disk, from, nameOf);
     Database::create(disk, part.path(), work.salvage().collation(), now);
     {
@@ -289,7 +289,8 @@ RescueResult rescue(Disk& disk, const std::filesystem::path& from, const std::fi
     {
         const auto fresh = Database::open(disk, part.path(), Pager::Mode::readOnly);
         const CheckResult result = checkDatabase(*fresh);
-        if (!result.ok()) throw Error(Fault::damaged, quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
+        if (!result.ok())
+            throw Error(Fault::damaged, files::quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
     }
     part.publish();
     return work.finish();

@@ -1,9 +1,9 @@
 #include "store/jet/care/salvage.h"
 
-#include "files/error.h"
 #include "store/jet/care/check_report.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/journal.h"
 #include "store/jet/pages/row_page.h"
@@ -32,7 +32,7 @@ bool isFatal(const Error& error) { return error.fault() == Fault::disk; }
 /// The catalogue's table is the same in every file: that of a new one tells how its rows are read.
 TableDefinition catalogueOfANewFile()
 {
-    MemoryDisk disk;
+    files::MemoryDisk disk;
     Database::create(disk, inMemory, turkish, DateTime{});
     Pager pager(disk, inMemory, Pager::Mode::readOnly);
     return readTableDefinition(pager, readHeader(pager).catalogue);
@@ -93,7 +93,7 @@ Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Losses& losses) 
     findTables();
     if (tables_.empty() && !collationKnown)
         throw Error(Fault::notADatabase,
-                    quotedPath(file) + " dosyasında bir Access veritabanından kalma hiçbir tablo bulunamadı.");
+                    files::quotedPath(file) + " dosyasında bir Access veritabanından kalma hiçbir tablo bulunamadı.");
     if (!collationKnown || (collation_ != turkish && collation_ != general)) {
         collation_ = turkish;
         for (const FoundTable& table : tables_)
@@ -106,13 +106,14 @@ void Salvage::readFile(Disk& disk, const std::filesystem::path& file)
 {
     const auto source = disk.open(file, Disk::Access::readOnly);
     if (!source->lock(File::Lock::reader))
-        throw Error(Fault::inUse,
-                    quotedPath(file) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
+        throw Error(Fault::inUse, files::quotedPath(file) +
+                                      " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
     const std::uint64_t size = source->size();
     if (size / pageSize > maxPages)
-        throw Error(Fault::unsupported, quotedPath(file) + " 2 GB sınırından büyük; bir Access veritabanı olamaz.");
+        throw Error(Fault::unsupported,
+                    files::quotedPath(file) + " 2 GB sınırından büyük; bir Access veritabanı olamaz.");
     if (size % pageSize != 0) losses_.add("Dosyanın sonu eksik: " + std::to_string(size) + " bayt, son sayfası yarım.");
-    MemoryDisk::Content& content = memory_.content(inMemory);
+    files::MemoryDisk::Content& content = memory_.content(inMemory);
     const std::uint64_t pages = std::max<std::uint64_t>((size + pageSize - 1) / pageSize, smallestFile);
     content.resize(static_cast<std::size_t>(pages * pageSize));
     constexpr std::size_t atOnce = 256 * pageSize;
@@ -147,7 +148,7 @@ void Salvage::readJournalBeside(Disk& disk, const std::filesystem::path& file)
         if (!readJournal(*journal)) return;
         auto copied = inMemory;
         copied += "-journal";
-        MemoryDisk::Content& content = memory_.content(copied);
+        files::MemoryDisk::Content& content = memory_.content(copied);
         content.resize(static_cast<std::size_t>(journal->size()));
         journal->read(0, content);
     } catch (const Error& error) {

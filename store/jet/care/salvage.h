@@ -64,7 +64,7 @@ private:
     std::vector<PageNo> pagesOf(const FoundTable& table, const std::string& title, bool& pagesLost);
 
     Losses& losses_;
-    MemoryDisk memory_;
+    files::MemoryDisk memory_;
     std::unique_ptr<Pager> pager_;
     Collation collation_;
     PageNo catalogue_ = 2;

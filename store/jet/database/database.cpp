@@ -85,7 +85,7 @@ void Database::State::addRow(Table& table, std::initializer_list<std::pair<std::
     for (const auto& [name, value] : fields) {
         const auto column = table.columnNamed(name);
         if (!column) {
-            throw Error(Fault::damaged, quotedPath(pager->path()) + " dosyasının sistem tablosu " +
+            throw Error(Fault::damaged, files::quotedPath(pager->path()) + " dosyasının sistem tablosu " +
                                             quotedName(table.name()) + " bozuk: " + quotedName(name) +
                                             " sütunu yok. Dosyanın yedeğini kullanın.");
         }
@@ -119,7 +119,7 @@ std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path
             throw;
         }
         throw Error(Fault::cutShort,
-                    quotedPath(path) + " dosyası eksik: " + quotedName(entry.name) +
+                    files::quotedPath(path) + " dosyası eksik: " + quotedName(entry.name) +
                         " tablosunun bazı sayfaları dosyada yok. Dosyanın tam bir kopyasını kullanın.");
     }
     return database;
@@ -148,8 +148,8 @@ Table& Database::table(std::u16string_view name)
 {
     const CatalogueEntry* entry = state_->find(name);
     if (entry == nullptr) {
-        throw Error(Fault::noSuchTable,
-                    quotedPath(state_->pager->path()) + " veritabanında " + quotedName(name) + " adlı bir tablo yok.");
+        throw Error(Fault::noSuchTable, files::quotedPath(state_->pager->path()) + " veritabanında " +
+                                            quotedName(name) + " adlı bir tablo yok.");
     }
     return state_->open(*entry);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "files/disk.h"
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/table/table.h"
 

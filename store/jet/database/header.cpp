@@ -1,6 +1,6 @@
 #include "store/jet/database/header.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/damage.h"
 
 #include <algorithm>
@@ -101,7 +101,7 @@ void maskHeader(PageBytes page)
 Header readHeader(Pager& pager)
 {
     const PageView stored = pager.read(0);
-    const std::string path = quotedPath(pager.path());
+    const std::string path = files::quotedPath(pager.path());
     if (startsWith(stored, aceSignature)) {
         throw Error(Fault::newFormat, path +
                                           " dosyası Access 2007 veya daha yeni biçimde (.accdb). Access ile \"Access "

@@ -100,14 +100,16 @@ void Database::State::addSystemRows(const AccountSet& accounts, DateTime now)
 void Database::create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now)
 {
     if (collation != general && collation != turkish) {
-        throw Error(Fault::unsupported, quotedPath(path) + " için istenen sıralama düzeni desteklenmiyor; genel ya da "
-                                                           "Türkçe düzen kullanılabilir.");
+        throw Error(Fault::unsupported, files::quotedPath(path) +
+                                            " için istenen sıralama düzeni desteklenmiyor; genel ya da "
+                                            "Türkçe düzen kullanılabilir.");
     }
-    if (disk.exists(path)) throw Error(Fault::exists, quotedPath(path) + " dosyası zaten var; başka bir ad seçin.");
+    if (disk.exists(path))
+        throw Error(Fault::exists, files::quotedPath(path) + " dosyası zaten var; başka bir ad seçin.");
 
     // The rows of the catalogue are ordinary rows with ordinary indexes: the engine writes them itself, on pages in
     // memory, and the disk gets the finished file.
-    MemoryDisk memory;
+    files::MemoryDisk memory;
     memory.content(path) = blankDatabase(collation);
     {
         const std::unique_ptr<Database> database = open(memory, path);

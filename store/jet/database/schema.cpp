@@ -245,8 +245,9 @@ Table& Database::State::rightsTable()
 {
     const CatalogueEntry* entry = find(u"MSysACEs");
     if (entry == nullptr) {
-        throw Error(Fault::damaged, quotedPath(pager->path()) + " dosyasında \"MSysACEs\" sistem tablosu yok. Dosyanın "
-                                                                "yedeğini kullanın.");
+        throw Error(Fault::damaged, files::quotedPath(pager->path()) +
+                                        " dosyasında \"MSysACEs\" sistem tablosu yok. Dosyanın "
+                                        "yedeğini kullanın.");
     }
     return open(*entry);
 }
@@ -291,7 +292,7 @@ Table& Database::createTable(const std::u16string& name, const std::vector<NewCo
     const Collation order = collation();
     PlanCheck(name, columns, indexes).run();
     if (!hasWeights(order)) {
-        throw Error(Fault::unsupported, quotedPath(state.pager->path()) +
+        throw Error(Fault::unsupported, files::quotedPath(state.pager->path()) +
                                             " dosyasının sıralama düzeni tanınmıyor; dosyaya tablo eklenemez.");
     }
     const auto key = textKey(name, order);

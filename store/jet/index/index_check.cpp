@@ -1,4 +1,4 @@
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/index/index_page.h"
 #include "store/jet/index/index_tree.h"
 

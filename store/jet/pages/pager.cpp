@@ -1,6 +1,6 @@
 #include "store/jet/pages/pager.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/journal.h"
 #include "store/jet/pages/kept_pages.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "files/disk.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/format/format.h"
 #include "store/jet/pages/snapshot.h"
 

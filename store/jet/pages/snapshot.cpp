@@ -1,6 +1,6 @@
 #include "store/jet/pages/snapshot.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/kept_pages.h"
 
 #include <algorithm>

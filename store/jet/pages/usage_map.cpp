@@ -1,6 +1,6 @@
 #include "store/jet/pages/usage_map.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,6 @@
 #include "store/jet/rows/field_codec.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/format/format.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/long_value.h"

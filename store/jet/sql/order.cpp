@@ -1,6 +1,6 @@
 #include "store/jet/sql/order.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/order_key.h"
 

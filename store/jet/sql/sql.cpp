@@ -1,6 +1,6 @@
 #include "store/jet/sql/sql.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/sql/condition.h"
 #include "store/jet/sql/order.h"
 #include "store/jet/sql/row_source.h"

@@ -1,6 +1,6 @@
 #include "store/jet/sql/sql_parser.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/values/calendar.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "store/jet/sql/sum.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 
 namespace jet::sql {
 namespace {

@@ -1,6 +1,6 @@
 #include "store/jet/table/catalogue.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/index/index_tree.h"
 #include "store/jet/pages/pager.h"

@@ -52,7 +52,7 @@ public:
 private:
     Refusal refuse(Fault fault, const std::string& why, const std::string& end = ".") const
     {
-        return {fault, quotedPath(pager_.path()) + " dosyasındaki " + quotedName(table_.name) +
+        return {fault, files::quotedPath(pager_.path()) + " dosyasındaki " + quotedName(table_.name) +
                            " tablosuna yazılamaz: " + why + end};
     }
     Refusal refuseIndex(const Index& index, const std::string& fault) const
@@ -60,7 +60,7 @@ private:
         const std::u16string name = index.names.empty() ? std::u16string() : index.names.front();
         return refuse(Fault::indexNotWritable,
                       indexTitle(index) + " dizini kayıtlarla tutmuyor ya da doğru tutulamaz (" + fault +
-                          "). Dizini kaldırmak için: presva-mdb drop-index " + quotedPath(pager_.path()) + ' ' +
+                          "). Dizini kaldırmak için: presva-mdb drop-index " + files::quotedPath(pager_.path()) + ' ' +
                           quotedName(table_.name) + ' ' + quotedName(name),
                       "");
     }

@@ -1,6 +1,6 @@
 #include "store/jet/values/like_pattern.h"
 
-#include "files/error.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/values/sort_key.h"
 #include "store/jet/values/value.h"
 
