@@ -156,14 +156,10 @@ Q_DECLARE_METATYPE(Damage)
 class RescueTest : public QObject {
     Q_OBJECT
 
-<<<<<<< HEAD
-    static RescueResult run(MemoryDisk& disk) { return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed); }
-=======
     static RescueResult run(files::MemoryDisk& disk)
     {
-        return rescue(disk, file, saved, DateTime{45000}, store::millTableName);
+        return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed);
     }
->>>>>>> d886138 (Put Disk, File and their failures in a namespace below the engine)
 
 private slots:
     void initTestCase()
