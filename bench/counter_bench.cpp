@@ -13,6 +13,8 @@
 #include "print/folder_target.h"
 #include "store/jet_engine.h"
 #include "store/slip_note.h"
+#include "tests/doors/fake_keyboard.h"
+#include "tests/doors/fake_prompt.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>
@@ -79,32 +81,6 @@ Span percentile(const std::vector<Span>& spans, double part)
 }
 
 // ---- The measured process -------------------------------------------------------------------------------------
-
-/// A measured program that shows a message does something else than what is measured.
-class NoPrompt : public app::Prompt {
-public:
-    void exclamation(const QString& text) override { complain(text); }
-    void errorReport(const base::RuntimeError& error) override { complain(error.text()); }
-    bool yesNo(const QString& text, const QString&) override
-    {
-        complain(text);
-        return false;
-    }
-    std::optional<app::FontChoice> chooseFont(const app::FontChoice&) override { return std::nullopt; }
-
-private:
-    static void complain(const QString& text)
-    {
-        std::fprintf(stderr, "counter_bench: %s\n", qUtf8Printable(text));
-        std::exit(1);
-    }
-};
-
-class NoKeyboard : public platform::Keyboard {
-public:
-    std::optional<bool> toggled(std::uint32_t) override { return std::nullopt; }
-    void send(std::uint32_t, std::uint32_t) override {}
-};
 
 /// Notes when the window is exposed.
 class ExposureWatch : public QObject {
@@ -228,12 +204,18 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, bool w
     application.installEventFilter(&watch);
 
     const QTemporaryDir own;
-    NoPrompt prompt;
+    // A measured program that shows a message does something else than what is measured.
+    FakePrompt prompt;
+    prompt.onBox = [](const QString& text) {
+        std::fprintf(stderr, "counter_bench: %s\n", qUtf8Printable(text));
+        std::exit(1);
+    };
     app::SettingsStore settings(own.path());
     store::JetDatabases databases(platform::systemDisk());
     print::FolderTarget printer(own.path());
     store::SlipNotes slips(platform::systemDisk(), (folder + "/Yag.mdb").toStdU16String());
-    NoKeyboard keyboard;
+    FakeKeyboard keyboard;
+    keyboard.capsLock.reset(); // as on a machine whose Caps Lock cannot be read: the real one stays alone
     app::Form1 form({
         .prompt = prompt,
         .settings = settings,

@@ -13,6 +13,7 @@
 #include "platform/system_disk.h"
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
+#include "tests/doors/fake_prompt.h"
 #include "tests/print/cups_fixture.h"
 
 #include <QApplication>
@@ -114,15 +115,6 @@ private:
     }
 };
 
-/// No box may come up; one that does ends the run with its text.
-class NoPrompt : public app::Prompt {
-public:
-    void exclamation(const QString& text) override { throw std::runtime_error(text.toStdString()); }
-    void errorReport(const base::RuntimeError& error) override { throw std::runtime_error(error.text().toStdString()); }
-    bool yesNo(const QString& text, const QString&) override { throw std::runtime_error(text.toStdString()); }
-    std::optional<app::FontChoice> chooseFont(const app::FontChoice&) override { return std::nullopt; }
-};
-
 /// Counts the jobs that the queue has taken.
 class CountingTarget : public print::QueueTarget {
 public:
@@ -160,6 +152,8 @@ public:
     {
         fs::remove_all(directory_);
         fs::create_directories(directory_);
+        // No box may come up; one that does ends the run with its text.
+        prompt_.onBox = [](const QString& text) { throw std::runtime_error(text.toStdString()); };
         copySafely(mill, directory_ / "Yag.mdb");
         form_ = std::make_unique<app::Form1>(app::Surroundings{.prompt = prompt_,
                                                                .settings = settings_,
@@ -247,7 +241,7 @@ private:
 
     fs::path directory_;
     QTemporaryDir settingsFolder_;
-    NoPrompt prompt_;
+    FakePrompt prompt_;
     app::SettingsStore settings_{settingsFolder_.path()};
     store::JetDatabases databases_{platform::systemDisk()};
     store::SlipNotes slips_{platform::systemDisk(), directory_ / "Yag.mdb"};

@@ -6,6 +6,7 @@
 #include "app/key_label.h"
 #include "app/menu_item.h"
 #include "base/error.h"
+#include "tests/support/outcome.h"
 #include <QAccessible>
 #include <QMenu>
 #include <QMouseEvent>
@@ -37,16 +38,6 @@ void send(QWidget* control, QEvent::Type type, Qt::MouseButtons held)
     const QPointF at = control->rect().center();
     QMouseEvent event(type, at, control->mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
     QCoreApplication::sendEvent(control, &event);
-}
-
-template <class Action> int errorOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const base::RuntimeError& error) {
-        return error.number();
-    }
-    return 0;
 }
 
 } // namespace

@@ -11,18 +11,7 @@ struct CopyingScreen : World {
     {
         const std::filesystem::path file = path("Yag.mdb").toStdU16String();
         mill::createDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45981});
-        app::Surroundings around{.prompt = prompt,
-                                 .settings = settings,
-                                 .regional = base::Regional::turkish(),
-                                 .directory = folder.path(),
-                                 .executable = QStringLiteral("presva"),
-                                 .databases = realDatabases,
-                                 .printer = printer,
-                                 .slips = realSlips,
-                                 .keyboard = keyboard,
-                                 .now = [this] { return now; },
-                                 .backups = &backups};
-        form = std::make_unique<app::Form1>(around);
+        form = std::make_unique<app::Form1>(surroundings(realDatabases, printer, realSlips, &backups));
         form->start();
     }
 

@@ -1,46 +1,10 @@
 #pragma once
 
-#include "files/error.h"
 #include "tests/app/screen_fixture.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/jet/power_cut_disk.h"
 #include <QTest>
 #include <functional>
-
-/// A printer that keeps what it took over, and fails where a test wants it to.
-class PaperPrinter : public print::PrintTarget {
-public:
-    enum class Fault { none, paper, create, send };
-
-    print::Paper paper() override
-    {
-        if (const auto asked = std::exchange(onPaper, nullptr)) asked();
-        failAt(Fault::paper);
-        return print::Paper::slipRoll80();
-    }
-    int createJob(const print::Document&) override
-    {
-        failAt(Fault::create);
-        return ++jobs;
-    }
-    void sendAndFinish(int job, const print::Document&) override
-    {
-        failAt(Fault::send);
-        sent << job;
-    }
-    void cancel(int job) noexcept override { cancelled << job; }
-    bool taken(int job) noexcept override { return sent.contains(job); }
-    QString stateText() noexcept override { return {}; }
-
-    Fault fault = Fault::none;
-    std::function<void()> onPaper; ///< runs once, when the next job begins
-    int jobs = 0;
-    QList<int> sent, cancelled;
-
-private:
-    void failAt(Fault step) const
-    {
-        if (fault == step) throw base::runtimeError(base::errors::printer);
-    }
-};
 
 /// The mill's database, whose every write can be watched and made to fail.
 class WatchedDatabases : public store::Databases {
@@ -109,32 +73,21 @@ private:
     store::Databases& behind_;
 };
 
-/// The disk of the slip's note, which can be full.
-class NoteDisk : public files::MemoryDisk {
-public:
-    std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
-    {
-        if (full && access == Access::createNew) throw files::Error(files::Fault::disk, "full");
-        return files::MemoryDisk::open(path, access);
-    }
-
-    bool full = false;
-};
-
 /// A counter that is open for work: the screen on an empty register, with a printer and a database that can fail.
 struct Counter : World {
     explicit Counter(const base::Regional& regional = base::Regional::turkish()) : Counter(regional, databases) {}
     /// On other databases than the empty one in memory.
-    Counter(const base::Regional& regional, store::Databases& books) : regional(regional), books(books) {}
+    Counter(const base::Regional& regional, store::Databases& books) : World(regional), books(books) {}
 
     void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
                      store::FieldValue Nakit = {})
     {
-        add(QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
+        addRow(books, QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
     }
     void addPressing(const QString& name)
     {
-        add(QStringLiteral("Hareket"), {store::FieldValue::date(now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
+        addRow(books, QStringLiteral("Hareket"),
+               {store::FieldValue::date(clock.now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
     }
 
     /// The rows of a table, each as its fields between bars; Null is "-".
@@ -184,31 +137,10 @@ struct Counter : World {
         keys(QStringLiteral("1000"));
     }
 
-    QString file() const { return folder.filePath(QStringLiteral("Yag.mdb")); }
-
-    base::Regional regional;
-    PaperPrinter paper;
+    FakePrinter paper;
     store::Databases& books;
     WatchedDatabases watched{books};
-    NoteDisk noteDisk;
+    PowerCutDisk noteDisk; ///< of the slip's note
     store::SlipNotes notes{noteDisk, file().toStdU16String()};
-    app::Form1 form{{.prompt = prompt,
-                     .settings = settings,
-                     .regional = regional,
-                     .directory = folder.path(),
-                     .executable = QStringLiteral("presva"),
-                     .databases = watched,
-                     .printer = paper,
-                     .slips = notes,
-                     .keyboard = keyboard,
-                     .now = [this] { return now; }}};
-
-private:
-    void add(const QString& table, const std::vector<store::FieldValue>& values)
-    {
-        const auto engine = books.open(file());
-        store::Assignments assignments;
-        for (std::size_t i = 0; i < values.size(); ++i) assignments.emplace_back(static_cast<int>(i), values[i]);
-        engine->insert(engine->open(table), assignments);
-    }
+    app::Form1 form{surroundings(watched, paper, notes)};
 };

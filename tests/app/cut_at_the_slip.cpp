@@ -1,75 +1,20 @@
 #include "app/pressing_record.h"
-#include "platform/print_queue.h"
 #include "print/queue_target.h"
 #include "store/jet/care/check.h"
 #include "tests/app/screen_fixture.h"
+#include "tests/doors/fake_queue.h"
 #include "tests/jet/power_cut_disk.h"
 
 #include <QtTest>
 
 #include <optional>
-#include <set>
 
 namespace {
-
-/// What the print system knows; it outlives the program.
-struct Spool {
-    int jobs = 0;
-    std::set<int> taken, cancelled;
-};
-
-/// A print system that is watched before and after each of its steps.
-class WatchedQueue : public platform::PrintQueue {
-public:
-    WatchedQueue(Spool& spool, std::function<void()> moment) : spool_(spool), moment_(std::move(moment)) {}
-
-    platform::QueueState state() noexcept override
-    {
-        platform::QueueState state;
-        state.condition = platform::QueueCondition::ready;
-        state.queue = "slip";
-        state.paper.width = 8000;
-        state.paper.length = 20000;
-        state.paper.minLength = 5000;
-        state.paper.maxLength = 200000;
-        return state;
-    }
-    int createJob(const platform::JobTicket&) override
-    {
-        step([this] { ++spool_.jobs; });
-        return spool_.jobs;
-    }
-    void startDocument() override
-    {
-        step([] {});
-    }
-    void write(std::span<const std::byte>) override
-    {
-        step([] {});
-    }
-    void finishDocument() override
-    {
-        step([this] { spool_.taken.insert(spool_.jobs); });
-    }
-    void cancelJob(int job) noexcept override { spool_.cancelled.insert(job); }
-    bool documentTaken(int job) noexcept override { return spool_.taken.contains(job); }
-
-private:
-    void step(const std::function<void()>& action)
-    {
-        moment_();
-        action();
-        moment_();
-    }
-
-    Spool& spool_;
-    std::function<void()> moment_;
-};
 
 /// The world as a stop leaves it.
 struct Moment {
     std::unique_ptr<PowerCutDisk> disk;
-    Spool spool;
+    FakeSpool spool;
 };
 
 } // namespace
@@ -84,16 +29,13 @@ class CutAtTheSlip : public QObject {
         {
             jet::Database::create(power, file(), jet::turkish, {});
             mill::createTables(*jet::Database::open(power, file()), {});
-            form = std::make_unique<app::Form1>(app::Surroundings{.prompt = prompt,
-                                                                  .settings = settings,
-                                                                  .regional = base::Regional::turkish(),
-                                                                  .directory = folder.path(),
-                                                                  .executable = QStringLiteral("presva"),
-                                                                  .databases = books,
-                                                                  .printer = target,
-                                                                  .slips = notes,
-                                                                  .keyboard = keyboard,
-                                                                  .now = [this] { return now; }});
+            spool.state.condition = platform::QueueCondition::ready;
+            spool.state.queue = "slip";
+            spool.state.paper.width = 8000;
+            spool.state.paper.length = 20000;
+            spool.state.paper.minLength = 5000;
+            spool.state.paper.maxLength = 200000;
+            form = std::make_unique<app::Form1>(surroundings(books, target, notes));
             form->start();
         }
         std::filesystem::path file() const { return folder.filePath("Yag.mdb").toStdU16String(); }
@@ -102,7 +44,7 @@ class CutAtTheSlip : public QObject {
             form->TxtLbl[0]->setCaption(customer);
             form->Label2[0]->setCaption("1000");
             form->YazCmd[0]->click();
-            now = now.addSecs(60);
+            clock.pass(60);
         }
         void happened() const
         {
@@ -110,11 +52,11 @@ class CutAtTheSlip : public QObject {
         }
 
         PowerCutDisk power;
-        Spool spool;
+        FakeSpool spool;
         std::function<void()> moment;
         store::JetDatabases books{power};
         store::SlipNotes notes{power, file()};
-        print::QueueTarget target{std::make_unique<WatchedQueue>(spool, [this] { happened(); })};
+        print::QueueTarget target{std::make_unique<FakeQueue>(spool, [this] { happened(); })};
         std::unique_ptr<app::Form1> form;
     };
 
@@ -142,7 +84,7 @@ class CutAtTheSlip : public QObject {
         world.disk->beforeEachChange = moment;
         store::JetDatabases books(*world.disk);
         store::SlipNotes notes(*world.disk, file);
-        print::QueueTarget target(std::make_unique<WatchedQueue>(world.spool, [] {}));
+        print::QueueTarget target(std::make_unique<FakeQueue>(world.spool, [] {}));
         app::settleOpenSlip(books, QString::fromStdU16String(file.u16string()), notes, target,
                             base::Regional::turkish(), [](const QString&) {});
         world.disk->beforeEachChange = nullptr;

@@ -106,7 +106,7 @@ void FormShell::activationPutsEverythingToItsStart()
     form.Combo1[1]->setListIndex(-1);
     form.AktifKontrol = 1;
     form.activate(form.TxtLbl[1]);
-    screen.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
+    screen.clock.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
 
     form.activated();
     QCOMPARE(form.Combo1[0]->listIndex(), 0);
@@ -132,14 +132,14 @@ void FormShell::activationTakesTheKeypadCaseFromTheSettings()
     Screen screen;
     Form1& form = screen.form;
     screen.settings.saveFlag(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), capitals);
-    screen.keyboard.on = !capitals;
+    screen.keyboard.capsLock = !capitals;
     form.start();
     QCOMPARE(form.CapsDurum, capitals);
     QTEST(form.Label1[47]->caption(), "caseKey");
     QTEST(form.Label1[0]->caption() + form.Label1[10]->caption() + form.Label1[11]->caption() +
               form.Label1[27]->caption(),
           "keys");
-    QCOMPARE(screen.keyboard.on, capitals);
+    QCOMPARE(screen.keyboard.capsLock, capitals);
     QCOMPARE(screen.keyboard.presses, 1);
     form.activated();
     QCOMPARE(screen.keyboard.presses, 1);
@@ -240,7 +240,7 @@ void FormShell::caseKeyIsKeptAtOnceAndTakesCapsLockAlong()
     for (const bool capitals : {true, false}) {
         QTest::mouseClick(form.Label1[47], Qt::LeftButton);
         QCOMPARE(form.CapsDurum, capitals);
-        QCOMPARE(screen.keyboard.on, capitals);
+        QCOMPARE(screen.keyboard.capsLock, capitals);
         QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), {}),
                  capitals ? QStringLiteral("True") : QStringLiteral("False"));
         QCOMPARE(form.Label1[47]->caption(), capitals ? QStringLiteral("AB") : QStringLiteral("ab"));

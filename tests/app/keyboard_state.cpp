@@ -1,5 +1,6 @@
 #include "app/keyboard_state.h"
 #include "base/letters.h"
+#include "tests/doors/fake_keyboard.h"
 #include <QTest>
 #include <X11/Xlib.h> // after Qt: Xlib's macros break its headers
 #include <memory>
@@ -9,23 +10,6 @@ using namespace app;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// A keyboard that records what is sent and, like a real one, turns Caps Lock over at each press.
-class RecordingKeyboard : public platform::Keyboard {
-public:
-    std::optional<bool> toggled(std::uint32_t key) override
-    {
-        return key == platform::capsLockKey ? state : std::nullopt;
-    }
-    void send(std::uint32_t key, std::uint32_t flags) override
-    {
-        sent += QStringLiteral("%1/%2 ").arg(key).arg(flags);
-        if (state && key == platform::capsLockKey && flags == 0) state = !*state;
-    }
-
-    std::optional<bool> state = false;
-    QString sent;
-};
 
 /// An X server forgets its keyboard when its last client leaves; held open, this connection keeps it.
 struct CloseDisplay {
@@ -79,8 +63,8 @@ void KeyboardStateTest::capsLockIsPressedOnlyWhenItDiffers()
     QFETCH(bool, wanted);
     QFETCH(int, state);
     QFETCH(QString, sent);
-    RecordingKeyboard keyboard;
-    keyboard.state = state < 0 ? std::nullopt : std::optional(state == 1);
+    FakeKeyboard keyboard;
+    keyboard.capsLock = state < 0 ? std::nullopt : std::optional(state == 1);
     KeyboardState keys(keyboard);
 
     bool asked = wanted;
@@ -92,8 +76,8 @@ void KeyboardStateTest::capsLockIsPressedOnlyWhenItDiffers()
 
 void KeyboardStateTest::unreadableKeyboardCountsAsOff()
 {
-    RecordingKeyboard keyboard;
-    keyboard.state.reset();
+    FakeKeyboard keyboard;
+    keyboard.capsLock.reset();
     QVERIFY(!KeyboardState(keyboard).CapsOku());
 }
 

@@ -86,10 +86,10 @@ void Monkey::print(int station)
     const bool enabled = form.YazCmd[station]->enabled();
     const QString customer = form.TxtLbl[form.station()]->caption();
     const int fault = any(8);
-    counter_.paper.fault = fault == 0   ? PaperPrinter::Fault::paper
-                           : fault == 1 ? PaperPrinter::Fault::create
-                           : fault == 2 ? PaperPrinter::Fault::send
-                                        : PaperPrinter::Fault::none;
+    using Step = FakePrinter::Step;
+    counter_.paper.failAt.reset();
+    if (fault < 3)
+        counter_.paper.failAt = std::array{Step::paper, Step::create, Step::send}[static_cast<std::size_t>(fault)];
     if (!tap(form.YazCmd[station])) return;
     const auto printed = counter_.paper.sent.size() - sent;
     must(printed <= (enabled && form.Frame1[station]->enabled() ? 1 : 0), "more slips than presses");
@@ -239,7 +239,7 @@ void Monkey::tryOne()
     case 21: {
         if (!form.Frame4->visible()) break;
         DatePicker* picker = any(2) ? form.DTPickerBas : form.DTPickerSon;
-        const QDate day = counter_.now.date().addDays(any(5) - 2);
+        const QDate day = counter_.clock.now.date().addDays(any(5) - 2);
         action_ = picker->objectName() + day.toString(Qt::ISODate);
         form.run([&] { picker->setValue(day); });
         break;
@@ -339,7 +339,7 @@ void Monkey::look()
     must(form.Label1[0]->caption() == (form.CapsDurum ? u"A" : u"a") &&
              form.Label1[11]->caption() == (form.CapsDurum ? u"İ" : u"i"),
          "case of the keys");
-    must(counter_.keyboard.on == form.CapsDurum, "Caps Lock");
+    must(counter_.keyboard.capsLock == form.CapsDurum, "Caps Lock");
     for (int i = 0; i < 2; ++i) {
         const auto at = static_cast<std::size_t>(i);
         must(form.HakVar[at] == form.Frame3[i]->visible(), "HakVar is not the frame");

@@ -17,33 +17,22 @@ struct PanelWorld : World {
     PanelWorld()
     {
         QDir(folder.path()).mkdir(QStringLiteral("printed"));
-        now = QDateTime(QDate(2025, 2, 4), QTime(18, 30, 15));
+        clock.now = QDateTime(QDate(2025, 2, 4), QTime(18, 30, 15));
     }
 
-    app::Surroundings surroundings(store::Databases& from)
-    {
-        return {.prompt = prompt,
-                .settings = settings,
-                .regional = base::Regional::turkish(),
-                .directory = folder.path(),
-                .executable = QStringLiteral("presva"),
-                .databases = from,
-                .printer = pages,
-                .slips = slips,
-                .keyboard = keyboard,
-                .now = [this] { return now; }};
-    }
+    app::Surroundings surroundings(store::Databases& from) { return World::surroundings(from, pages, slips); }
 
     void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
                      store::FieldValue Nakit = {})
     {
-        add(QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
+        addRow(databases, QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
     }
 
     void addPressing(const PressingRow& row)
     {
-        add(QStringLiteral("Hareket"), {store::FieldValue::date(QDateTime::fromString(row.moment, Qt::ISODate)),
-                                        row.Zeytin, row.Yağ, row.Yuzde, row.HakTut, row.Nakit, row.name});
+        addRow(databases, QStringLiteral("Hareket"),
+               {store::FieldValue::date(QDateTime::fromString(row.moment, Qt::ISODate)), row.Zeytin, row.Yağ, row.Yuzde,
+                row.HakTut, row.Nakit, row.name});
     }
 
     /// Every message box that was shown.
@@ -71,13 +60,4 @@ struct PanelWorld : World {
     }
 
     print::FolderTarget pages{folder.filePath(QStringLiteral("printed")), print::Paper::a4()};
-
-private:
-    void add(const QString& table, const std::vector<store::FieldValue>& values)
-    {
-        const auto engine = databases.open(folder.filePath(QStringLiteral("Yag.mdb")));
-        store::Assignments assignments;
-        for (std::size_t i = 0; i < values.size(); ++i) assignments.emplace_back(static_cast<int>(i), values[i]);
-        engine->insert(engine->open(table), assignments);
-    }
 };

@@ -2,6 +2,7 @@
 #include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
+#include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,16 +18,6 @@ namespace {
 
 const QString title = programTitle;
 const QString properties = u"Properties"_s;
-
-/// What an action gave, as one text: its result, or "E" and the number of the error it raised.
-template <class Action> QString outcomeOf(Action&& action)
-{
-    try {
-        return action();
-    } catch (const base::RuntimeError& error) {
-        return u"E%1"_s.arg(error.number());
-    }
-}
 
 /// A registry in memory, which can be told to refuse.
 class PaperRegistry final : public platform::Registry {

@@ -76,7 +76,7 @@ void SlipAndRecord::printedPressingIsStoredFieldByField()
     QTEST((QStringList{form.Haklbl[0]->caption(), form.Label3[0]->caption(), form.HakTut[0]->caption(),
                        form.Verilen[0]->caption()}),
           "shown");
-    counter.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
+    counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
     QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
@@ -92,12 +92,14 @@ void SlipAndRecord::nothingIsWrittenBeforeThePrinterHasTheSlip()
     Form1& form = counter.form;
     form.start();
     counter.pressingOf(QStringLiteral("ali"));
-    counter.paper.onPaper = [&] {
+    int steps = 0;
+    counter.paper.before = [&](FakePrinter::Step) {
+        ++steps;
         QCOMPARE(counter.watched.writes, QStringList());
         QVERIFY(counter.paper.sent.isEmpty());
     };
     Counter::click(form.YazCmd[0]);
-    QVERIFY(!counter.paper.onPaper);
+    QCOMPARE(steps, 3);
     QCOMPARE(counter.watched.writes, (QStringList{"insert Cari", "insert Hareket"}));
 }
 
@@ -129,10 +131,10 @@ void SlipAndRecord::slipThatIsNotPrintedLeavesNothing()
         Counter::click(form.HakCmd[0]);
         QVERIFY(form.HakVar[0]);
     };
-    if (fault == u"no printer") counter.paper.fault = PaperPrinter::Fault::paper;
-    if (fault == u"job refused") counter.paper.fault = PaperPrinter::Fault::create;
-    if (fault == u"pages refused") counter.paper.fault = PaperPrinter::Fault::send;
-    if (fault == u"note not written") counter.noteDisk.full = true;
+    if (fault == u"no printer") counter.paper.failAt = FakePrinter::Step::paper;
+    if (fault == u"job refused") counter.paper.failAt = FakePrinter::Step::create;
+    if (fault == u"pages refused") counter.paper.failAt = FakePrinter::Step::send;
+    if (fault == u"note not written") counter.noteDisk.capacity = 0;
     if (fault == u"font size") setting("Size");
     if (fault == u"bold flag") setting("Bold");
     if (fault == u"italic flag") setting("Ital");
@@ -188,11 +190,11 @@ void SlipAndRecord::slipGoesOutAfterTheFaultIsMended()
     Form1& form = counter.form;
     form.start();
     counter.pressingOf(QStringLiteral("ali"));
-    for (const auto fault : {PaperPrinter::Fault::paper, PaperPrinter::Fault::create, PaperPrinter::Fault::send}) {
-        counter.paper.fault = fault;
+    for (const auto fault : {FakePrinter::Step::paper, FakePrinter::Step::create, FakePrinter::Step::send}) {
+        counter.paper.failAt = fault;
         Counter::click(form.YazCmd[0]);
     }
-    counter.paper.fault = PaperPrinter::Fault::none;
+    counter.paper.failAt.reset();
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
     QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
@@ -207,7 +209,8 @@ void SlipAndRecord::secondTapDuringASlipIsDropped()
     counter.pressingOf(QStringLiteral("ali"));
     int taps = 0;
     // The tap waits in the queue while the slip is composed, as a finger's does.
-    counter.paper.onPaper = [&] {
+    counter.paper.before = [&](FakePrinter::Step step) {
+        if (step != FakePrinter::Step::paper || taps > 0) return;
         QTimer::singleShot(0, &form, [&] {
             ++taps;
             Counter::click(form.YazCmd[0]);
@@ -231,7 +234,7 @@ void SlipAndRecord::buttonStaysDisabledUntilTheSlipIsDone()
     bool enabledInside = true;
     bool otherInside = false;
     form.YazCmd[1]->setEnabled(true);
-    counter.paper.onPaper = [&] {
+    counter.paper.before = [&](FakePrinter::Step) {
         enabledInside = form.YazCmd[0]->enabled();
         otherInside = form.YazCmd[1]->enabled();
     };
@@ -401,18 +404,12 @@ void SlipAndRecord::pressingThatCannotBeStoredLeavesTheTerms()
 
 void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
 {
-    class LockedDisk : public files::MemoryDisk {
-    public:
-        std::unique_ptr<files::File> open(const std::filesystem::path& path, Access access) override
-        {
-            if (access != Access::readOnly) throw jet::Error(jet::Fault::noPermission, "locked");
-            return files::MemoryDisk::open(path, access);
-        }
-    } disk;
+    PowerCutDisk disk;
     store::JetDatabases books{disk};
     Counter counter(base::Regional::turkish(), books);
     const std::filesystem::path path = counter.file().toStdU16String();
-    disk.content(path) = counter.disk.content(path);
+    disk.put(path, counter.disk.content(path));
+    disk.readOnly = true;
     Form1& form = counter.form;
     form.start();
     QTRY_COMPARE(counter.prompt.exclamations.size(), 1);

@@ -6,12 +6,9 @@
 //
 //     PRESVA_SEASON=20000 xvfb-run -a build/tests/season
 
-#include "app/form1.h"
-#include "app/theme.h"
 #include "base/error.h"
 #include "base/patterns.h"
 #include "mill/tables.h"
-#include "platform/caps_lock.h"
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "store/backups.h"
@@ -19,6 +16,8 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
+#include "tests/app/screen_fixture.h"
+#include "tests/doors/fake_printer.h"
 #include "tests/scale/pseudo_terminal.h"
 
 #include <QAbstractEventDispatcher>
@@ -26,7 +25,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 
@@ -75,77 +73,6 @@ private:
     std::mt19937 engine_;
 };
 
-/// Takes slips as a printer with moods does: it hesitates, and for a while it refuses.
-class MoodyPrinter : public print::PrintTarget {
-public:
-    explicit MoodyPrinter(Dice& dice) : dice_(dice) {}
-
-    print::Paper paper() override
-    {
-        if (refusals > 0) {
-            --refusals;
-            ++refused;
-            throw base::runtimeError(base::errors::printer);
-        }
-        return print::Paper::slipRoll80();
-    }
-    int createJob(const print::Document&) override { return ++jobs_; }
-    void sendAndFinish(int, const print::Document& document) override
-    {
-        if (dice_.oneIn(50)) {
-            ++refused;
-            throw base::runtimeError(base::errors::printer);
-        }
-        if (dice_.oneIn(20)) QThread::msleep(30);
-        if (!document.pdf.startsWith("%PDF")) throw base::runtimeError(base::errors::printer);
-        ++accepted;
-    }
-    void cancel(int) noexcept override {}
-    bool taken(int) noexcept override { return false; }
-    QString stateText() noexcept override { return QStringLiteral("hazır"); }
-
-    int refusals = 0; ///< it will refuse that often
-    int accepted = 0;
-    int refused = 0;
-
-private:
-    Dice& dice_;
-    int jobs_ = 0;
-};
-
-class PassingPrompt : public app::Prompt {
-public:
-    void exclamation(const QString& text) override { unexpected << text; }
-    void errorReport(const base::RuntimeError& error) override
-    {
-        // What noise on the line says is no number; the counter tells it once.
-        if (error.number() == base::errors::typeMismatch)
-            ++noises;
-        else
-            unexpected << error.text();
-    }
-    bool yesNo(const QString& text, const QString&) override
-    {
-        unexpected << text;
-        return false;
-    }
-    std::optional<app::FontChoice> chooseFont(const app::FontChoice& preset) override
-    {
-        ++fontDialogs;
-        return preset;
-    }
-
-    QStringList unexpected;
-    int noises = 0;
-    int fontDialogs = 0;
-};
-
-class NoKeyboard : public platform::Keyboard {
-public:
-    std::optional<bool> toggled(std::uint32_t) override { return std::nullopt; }
-    void send(std::uint32_t, std::uint32_t) override {}
-};
-
 struct Pressing {
     QString customer;
     int olives = 0;
@@ -168,44 +95,56 @@ void letEverythingHappen()
 }
 
 /// The mill: the real screen on a real file, and everything around it.
-class Mill {
-    QTemporaryDir folder_;
-    app::SettingsStore settings_{folder_.path()};
+class Mill : public World {
     store::JetDatabases databases_{platform::systemDisk()};
-    store::SlipNotes slips_{platform::systemDisk(), path(QStringLiteral("Yag.mdb")).toStdU16String()};
-    NoKeyboard keyboard_;
+    store::SlipNotes slips_{platform::systemDisk(), file().toStdU16String()};
     std::unique_ptr<PseudoTerminal> terminal_;
     QSet<QString> names_;
 
 public:
     Dice dice{20251120};
-    MoodyPrinter printer{dice};
-    PassingPrompt prompt;
-    QDateTime now{seasonStart, QTime(8, 0)};
-    store::Backups backups{platform::systemDisk(), folder_.path().toStdU16String()};
+    FakePrinter paper;
+    int refusals = 0; ///< jobs that the printer will refuse
+    int refused = 0;
+    store::Backups backups{platform::systemDisk(), folder.path().toStdU16String()};
     std::vector<Pressing> books; ///< what must be in the journal; noted in memory set aside before
     std::set<QDate> days;        ///< on which something was pressed
     std::unique_ptr<app::Form1> form;
 
     Mill()
     {
-        const std::filesystem::path file = path(QStringLiteral("Yag.mdb")).toStdU16String();
+        clock.now = QDateTime(seasonStart, QTime(8, 0));
+        prompt.takesPresetFont = true;
+        paper.keepsDocuments = false;
+        paper.before = [this](FakePrinter::Step step) { beMoody(step); };
+        const std::filesystem::path file = World::file().toStdU16String();
         jet::Database::create(platform::systemDisk(), file, jet::turkish, {});
         mill::createTables(*jet::Database::open(platform::systemDisk(), file), {});
         plugIn();
-        form = std::make_unique<app::Form1>(app::Surroundings{
-            .prompt = prompt,
-            .settings = settings_,
-            .regional = base::Regional::turkish(),
-            .directory = folder_.path(),
-            .executable = QStringLiteral("presva"),
-            .databases = databases_,
-            .printer = printer,
-            .slips = slips_,
-            .keyboard = keyboard_,
-            .now = [this] { return now; },
-            .backups = &backups,
-        });
+        form = std::make_unique<app::Form1>(surroundings(databases_, paper, slips_, &backups));
+    }
+
+    /// A printer with moods hesitates, and for a while it refuses.
+    void beMoody(FakePrinter::Step step)
+    {
+        const bool refuses = (step == FakePrinter::Step::paper && refusals > 0 && refusals-- > 0) ||
+                             (step == FakePrinter::Step::send && dice.oneIn(50));
+        if (refuses) {
+            ++refused;
+            throw base::runtimeError(base::errors::printer);
+        }
+        if (step == FakePrinter::Step::send && dice.oneIn(20)) QThread::msleep(30);
+    }
+
+    /// What noise on the line says is no number; the counter tells it once.
+    long long noises() const { return prompt.errors.count(base::errors::typeMismatch); }
+    /// Every other box.
+    QStringList unexpectedBoxes() const
+    {
+        QStringList boxes = prompt.exclamations + prompt.questions;
+        for (const int number : prompt.errors)
+            if (number != base::errors::typeMismatch) boxes << base::runtimeError(number).text();
+        return boxes;
     }
 
     void note(Pressing pressing)
@@ -214,7 +153,7 @@ public:
         books.push_back(std::move(pressing));
     }
 
-    QString path(const QString& name) const { return folder_.filePath(name); }
+    QString path(const QString& name) const { return folder.filePath(name); }
 
     // ---- The operator's finger --------------------------------------------------------------------------------
 
@@ -393,20 +332,20 @@ void Season::writeSlip(Mill& mill, int station, int olives, int oil)
                             number(form.HakTut[station]), number(form.NakitLbl[station])};
     if (form.HakCmd[station]->value())
         QCOMPARE(pressing.entitlement, std::round(oil * number(form.Haklbl[station]) / 100));
-    const int before = mill.printer.accepted;
+    const auto before = mill.paper.sent.size();
     mill.tap(form.YazCmd[station]);
     QVERIFY(form.YazCmd[station]->enabled());
-    if (mill.printer.accepted == before) return;
+    if (mill.paper.sent.size() == before) return;
     mill.note(pressing);
-    mill.days.insert(mill.now.date());
+    mill.days.insert(mill.clock.now.date());
 }
 
 void Season::press(Mill& mill)
 {
     app::Form1& form = *mill.form;
     const int station = mill.dice.upTo(2);
-    mill.now = mill.now.addSecs(mill.dice.between(120, 900));
-    if (mill.now.time() > QTime(20, 0)) mill.now = QDateTime(mill.now.date().addDays(1), QTime(8, 0));
+    mill.clock.pass(mill.dice.between(120, 900));
+    if (mill.clock.now.time() > QTime(20, 0)) mill.clock.now = QDateTime(mill.clock.now.date().addDays(1), QTime(8, 0));
 
     takeCustomer(mill, station);
     if (form.TxtLbl[station]->caption().trimmed().isEmpty() ||
@@ -419,7 +358,7 @@ void Season::press(Mill& mill)
     mill.key(QStringLiteral("Sil"));
     mill.type(QString::number(oil));
     agreeOnPay(mill, station);
-    if (mill.dice.oneIn(100)) mill.printer.refusals = mill.dice.between(1, 3);
+    if (mill.dice.oneIn(100)) mill.refusals = mill.dice.between(1, 3);
     writeSlip(mill, station, olives, oil);
 
     // The last container closes the panel by itself.
@@ -433,9 +372,9 @@ void Season::report(Mill& mill)
     ++reports_;
     mill.tap(form.GünlükCmd);
     mill.tap(form.Option1[1]);
-    form.run([&] { form.DTPickerSon->setValue(mill.now.date()); });
+    form.run([&] { form.DTPickerSon->setValue(mill.clock.now.date()); });
     // Only a change reports: the picker goes to today and then to the day before all pressings.
-    form.run([&] { form.DTPickerBas->setValue(mill.now.date()); });
+    form.run([&] { form.DTPickerBas->setValue(mill.clock.now.date()); });
     form.run([&] { form.DTPickerBas->setValue(seasonStart.addDays(-1)); });
     letEverythingHappen();
 
@@ -453,11 +392,11 @@ void Season::report(Mill& mill)
 
     if (reports_ % 10 == 1) {
         // The statement of one day; a season of pages is another test's business.
-        form.run([&] { form.DTPickerBas->setValue(mill.now.date()); });
+        form.run([&] { form.DTPickerBas->setValue(mill.clock.now.date()); });
         letEverythingHappen();
-        const int before = mill.printer.accepted;
+        const auto before = mill.paper.sent.size();
         mill.tap(form.KapatCmd[1]);
-        statements_ += mill.printer.accepted - before;
+        statements_ += mill.paper.sent.size() - before;
     }
     mill.tap(form.KapatCmd[0]);
     QVERIFY(!form.Frame4->isVisible());
@@ -600,13 +539,13 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
     lookAtCopies(mill);
 
     std::printf(
-        "%zu stored, %d refused by the printer, %d reports, %d statements, %d font dialogs, unplugged %d times, "
-        "%d noises told; memory %+.1f %% after the first tenth\n",
-        mill.books.size(), mill.printer.refused, reports_, statements_, mill.prompt.fontDialogs, unplugged_,
-        mill.prompt.noises, (now.memory / then.memory - 1) * 100);
-    QCOMPARE(mill.prompt.unexpected, QStringList());
-    QCOMPARE(mill.printer.accepted, static_cast<int>(mill.books.size()) + statements_);
-    QVERIFY(mill.books.size() + static_cast<std::size_t>(mill.printer.refused) >= static_cast<std::size_t>(wanted));
+        "%zu stored, %d refused by the printer, %d reports, %d statements, %lld font dialogs, unplugged %d times, "
+        "%lld noises told; memory %+.1f %% after the first tenth\n",
+        mill.books.size(), mill.refused, reports_, statements_, static_cast<long long>(mill.prompt.fontPresets.size()),
+        unplugged_, mill.noises(), (now.memory / then.memory - 1) * 100);
+    QCOMPARE(mill.unexpectedBoxes(), QStringList());
+    QCOMPARE(mill.paper.sent.size(), static_cast<int>(mill.books.size()) + statements_);
+    QVERIFY(mill.books.size() + static_cast<std::size_t>(mill.refused) >= static_cast<std::size_t>(wanted));
     QCOMPARE(now.descriptors, then.descriptors);
     QVERIFY2(now.memory < then.memory * 1.05,
              qPrintable(QStringLiteral("%1 MB, then %2 MB").arg(then.memory).arg(now.memory)));

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/caps_lock.h"
+
+#include <QString>
+
+/// A keyboard with nothing but a Caps Lock key. It notes what is sent to it and, like a real one, turns the lock over
+/// at each press.
+class FakeKeyboard : public platform::Keyboard {
+public:
+    std::optional<bool> toggled(std::uint32_t key) override
+    {
+        return key == platform::capsLockKey ? capsLock : std::nullopt;
+    }
+    void send(std::uint32_t key, std::uint32_t flags) override
+    {
+        sent += QStringLiteral("%1/%2 ").arg(key).arg(flags);
+        if (key != platform::capsLockKey || (flags & platform::keyUp)) return;
+        ++presses;
+        if (capsLock) capsLock = !*capsLock;
+    }
+
+    std::optional<bool> capsLock = false; ///< nothing: it cannot be read
+    int presses = 0;                      ///< of Caps Lock, its releases not counted
+    QString sent;                         ///< every event as key/flags and a blank
+};
