@@ -2,6 +2,7 @@
 
 #include "store/jet/format/doors.h"
 #include "store/jet/format/format.h"
+#include "store/jet/pages/passing_buffer.h"
 #include "store/jet/pages/snapshot.h"
 
 #include <filesystem>
@@ -11,7 +12,7 @@ namespace jet {
 
 /// The pages of one database file and their all-or-nothing changes.
 ///
-/// What always holds:
+/// What callers may rely on:
 /// - Outside a transaction the pages in memory equal the pages in the file (on a medium that cannot be written, with a
 ///   journal left by a crash applied).
 /// - A page in the file is overwritten only after its old content stands synced in the rollback journal
@@ -24,6 +25,22 @@ namespace jet {
 ///   further call on this Pager throws.
 /// - Pages are loaded when first asked for and stay in memory while the file is open, so a view is valid until the
 ///   next rollback() or the end of the Pager; a transaction's writes show through existing views.
+///
+/// Its parts: LeftOverJournal settles what a crash left behind, PageMemory holds the pages and what the transaction
+/// has written over, Commit brings that to the file, SnapshotList serves those who read the state of a moment ago.
+///
+/// Invariants, asserted by Pager::State::assertState() after opening, begin(), write(), extendTo(), before and after
+/// every step of a commit, after a rollback, before a snapshot and before closing:
+///  1. Outside a transaction no page is marked as written and nothing is spoilt.
+///  2. A transaction is open only on a file that may be written and could be put right so far; a commit is under way
+///     only within one, and never of a spoilt one.
+///  3. Every page that the transaction has written is in memory and marked once. It has an image of before exactly when
+///     the file holds it; the pages behind the end of the file are all among them.
+///  4. While the file may hold old and new pages, the journal counts and holds the image of every page that is to be
+///     overwritten, and the length to go back to. Once the file is synced it holds what is in memory, and a journal
+///     that was struck out does not count.
+///  5. The digest that the next journal will carry is that of the file (looked at in small files).
+///  6. The search for free pages begins inside the file.
 class Pager {
 public:
     enum class Mode { readOnly, readWrite };
@@ -42,6 +59,10 @@ public:
 
     /// Throws damaged when there is no such page.
     PageView read(PageNo page);
+    /// The page for a look in passing, by those who read much and keep nothing: a page that is not in memory does not
+    /// stay there. Valid until the next look with that buffer; no page may be written between two looks with one
+    /// buffer. Throws as read().
+    PageView look(PageNo page, PassingBuffer& buffer);
     /// The page for changing, in a transaction; its state before is kept. Throws readOnly or damaged.
     PageBytes write(PageNo page);
     /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.

@@ -1,0 +1,259 @@
+#include "store/jet/pages/commit.h"
+
+#include "store/jet/pages/left_over_journal.h"
+#include "store/jet/pages/pager_failing.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <random>
+#include <utility>
+
+namespace jet {
+
+namespace {
+
+constexpr std::uint64_t journalSizeKept = 1 << 20;
+/// The digest of a file of up to so many pages is computed anew to see whether the one kept is right.
+constexpr PageNo mostPagesDigestedTwice = 256;
+
+bool byPage(const TouchedPage& a, const TouchedPage& b) { return a.page < b.page; }
+
+} // namespace
+
+Commit::Commit(Disk& disk, const std::filesystem::path& database, File& file, PageMemory& memory)
+    : disk_(disk), database_(database), journalPath_(journalPathOf(disk, database)), file_(file), memory_(memory)
+{
+    std::random_device noise;
+    salt_ = static_cast<std::uint64_t>(noise()) << 32 | noise();
+}
+
+Commit::~Commit()
+{
+    // A struck out journal is of no use to anyone; one that still counts is the next open's business.
+    if (!journal_ || stage_ == Stage::broken) return;
+    journal_.reset();
+    succeeds([&] { disk_.remove(journalPath_); });
+}
+
+void Commit::throwBroken() const { throw Error(Fault::disk, *broken_); }
+
+bool Commit::prepare()
+{
+    assert(stage_ == Stage::idle);
+    changed_.clear();
+    appended_.clear();
+    old_.clear();
+    for (const TouchedPage& one : memory_.touched()) {
+        if (one.image == nullptr)
+            appended_.push_back(one);
+        else if (std::memcmp(one.image, memory_.read(one.page).data(), pageSize) != 0)
+            changed_.push_back(one);
+    }
+    if (changed_.empty() && appended_.empty()) return false;
+    std::ranges::sort(changed_, byPage);
+    std::ranges::sort(appended_, byPage);
+    for (const TouchedPage& one : changed_) old_.push_back({one.page, one.image});
+    if (!lockPatiently(file_, File::Lock::commit)) throw inUse(database_);
+    stage_ = Stage::prepared;
+    return true;
+}
+
+void Commit::arm()
+{
+    assert(stage_ == Stage::prepared);
+    openJournal();
+    header_ = {++salt_, memory_.countBefore(), static_cast<std::uint32_t>(old_.size()), digestWithout(old_)};
+    struckOut_ = false;
+    writeJournal(*journal_, header_, old_);
+    journal_->sync();
+    stage_ = Stage::armed;
+}
+
+void Commit::writeFile()
+{
+    assert(stage_ == Stage::armed);
+    // New pages first: a full disk then shows before an old page is overwritten.
+    writeRuns(appended_);
+    writeRuns(changed_);
+    file_.sync();
+    stage_ = Stage::inFile;
+}
+
+void Commit::disarm()
+{
+    assert(stage_ == Stage::inFile);
+    strikeOut();
+    succeeds([&] {
+        if (journal_->size() > journalSizeKept) journal_->truncate(0);
+    });
+    std::uint64_t sum = header_.othersDigest;
+    for (const auto* part : {&changed_, &appended_})
+        for (const TouchedPage& one : *part) sum += pageHash(one.page, memory_.read(one.page));
+    digest_ = sum;
+    stage_ = Stage::idle;
+    backToWriter();
+}
+
+void Commit::takeBack() noexcept
+{
+    switch (stage_) {
+    case Stage::idle:
+    case Stage::broken:
+        return;
+    case Stage::prepared:
+        // Nothing has reached the database. The journal must not count beside a file that others go on changing.
+        if (journal_ && !succeeds([&] { strikeOut(); })) succeeds([&] { journal_->truncate(0); });
+        break;
+    case Stage::armed:
+    case Stage::inFile:
+        // Once striking out was tried, the journal on the disk may or may not count; it has to before old pages go
+        // back.
+        const bool armed = stage_ == Stage::armed || succeeds([&] {
+                               struckOut_ = false;
+                               writeJournalHeader(*journal_, header_);
+                               journal_->sync();
+                           });
+        if (!armed || !putBack()) {
+            broken_ = inQuotes(database_) +
+                      " dosyasına yazılamadı ve eski durumu geri konamadı (disk hatası); programı kapatıp "
+                      "diski denetleyin, dosya yeniden açılınca onarılacak.";
+            stage_ = Stage::broken;
+            return;
+        }
+        succeeds([&] { strikeOut(); });
+        break;
+    }
+    stage_ = Stage::idle;
+    backToWriter();
+}
+
+void Commit::backToWriter() noexcept
+{
+    succeeds([&] { file_.lock(File::Lock::writer); });
+}
+
+/// Opens the journal for the first commit. Its name must survive a power cut before a page of the database is touched.
+void Commit::openJournal()
+{
+    if (journal_) return;
+    std::unique_ptr<File> opened;
+    if (disk_.exists(journalPath_)) {
+        try {
+            opened = disk_.open(journalPath_, Disk::Access::readWrite);
+        } catch (const Error& error) {
+            if (error.fault() != Fault::noPermission) throw;
+            disk_.remove(journalPath_); // another account's, and settled when the database was opened
+        }
+    }
+    if (!opened) opened = disk_.open(journalPath_, Disk::Access::createNew);
+    disk_.syncFolder(journalPath_.parent_path());
+    journal_ = std::move(opened);
+}
+
+/// Digest of the pages of the file that are not among `pages` (which hold what the file holds).
+std::uint64_t Commit::digestWithout(std::span<const OldPage> pages)
+{
+    if (!digest_) digest_ = digestOfFile();
+    std::uint64_t sum = *digest_;
+    for (const OldPage& old : pages) sum -= pageHash(old.page, PageView(old.image, pageSize));
+    return sum;
+}
+
+/// Of the file as it is outside the transaction. Pages that were never asked for are read for this alone.
+std::uint64_t Commit::digestOfFile() const
+{
+    std::uint64_t sum = 0;
+    std::vector<std::uint8_t> buffer;
+    for (PageNo first = 0; first < memory_.countBefore(); first += PageMemory::pagesPerExtent) {
+        const PageNo end = std::min(first + PageMemory::pagesPerExtent, memory_.countBefore());
+        std::span<const std::uint8_t> bytes = memory_.loaded(first, end);
+        if (bytes.empty()) {
+            buffer.resize((end - first) * pageSize);
+            if (file_.read(std::uint64_t{first} * pageSize, buffer) != buffer.size()) memory_.throwNoSuchPage(first);
+            bytes = buffer;
+        }
+        for (PageNo page = first; page < end; ++page)
+            if (!memory_.isTouched(page)) sum += pageHash(page, PageView(&bytes[(page - first) * pageSize], pageSize));
+    }
+    for (const TouchedPage& one : memory_.touched())
+        if (one.image != nullptr) sum += pageHash(one.page, PageView(one.image, pageSize));
+    return sum;
+}
+
+void Commit::writeRuns(std::span<const TouchedPage> sorted)
+{
+    constexpr PageNo perExtent = PageMemory::pagesPerExtent;
+    for (std::size_t i = 0; i < sorted.size();) {
+        const PageNo first = sorted[i].page;
+        PageNo end = first;
+        // A run ends with its extent: the next one lies elsewhere in memory.
+        while (i < sorted.size() && sorted[i].page == end && end / perExtent == first / perExtent) {
+            ++i;
+            ++end;
+        }
+        file_.write(std::uint64_t{first} * pageSize, memory_.loaded(first, end));
+    }
+}
+
+bool Commit::putBack() noexcept
+{
+    return succeeds([&] {
+        for (const OldPage& one : old_) file_.write(std::uint64_t{one.page} * pageSize, std::span(one.image, pageSize));
+        const std::uint64_t size = std::uint64_t{memory_.countBefore()} * pageSize;
+        if (file_.size() > size) file_.truncate(size);
+        file_.sync();
+    });
+}
+
+void Commit::strikeOut()
+{
+    struckOut_ = false;
+    strikeOutJournal(*journal_);
+    journal_->sync();
+    struckOut_ = true;
+}
+
+// ---- what must hold ----
+
+void Commit::assertState() const
+{
+#ifndef NDEBUG
+    assert((stage_ == Stage::broken) == broken_.has_value());
+    assert(stage_ == Stage::idle || stage_ == Stage::broken || !(changed_.empty() && appended_.empty()));
+    // Only what this object wrote itself a moment ago is read back: what others do to a disk is no matter of asserts.
+    if (stage_ == Stage::armed) assert(journalLeadsBack());
+    if (stage_ == Stage::inFile) assert(fileHolds(changed_) && fileHolds(appended_));
+    if (stage_ == Stage::idle && struckOut_) assert(!readJournal(*journal_));
+    if (stage_ != Stage::idle || !digest_ || memory_.countBefore() > mostPagesDigestedTwice) return;
+    for (PageNo first = 0; first < memory_.countBefore(); first += PageMemory::pagesPerExtent)
+        if (memory_.loaded(first, first + 1).empty()) return;
+    assert(*digest_ == digestOfFile());
+#endif
+}
+
+/// The journal counts and holds the state before this commit.
+bool Commit::journalLeadsBack() const
+{
+    const auto header = readJournal(*journal_);
+    if (!header || header->salt != header_.salt || header->records != old_.size()) return false;
+    std::size_t record = 0;
+    bool same = header->pagesBefore == memory_.countBefore();
+    forEachOldPage(*journal_, *header, [&](PageNo page, PageView image) {
+        const OldPage& expected = old_[record++];
+        same = same && page == expected.page && std::memcmp(image.data(), expected.image, pageSize) == 0;
+    });
+    return same;
+}
+
+/// The pages stand in the file as they stand in memory.
+bool Commit::fileHolds(std::span<const TouchedPage> pages) const
+{
+    std::vector<std::uint8_t> bytes(pageSize);
+    return std::ranges::all_of(pages, [&](const TouchedPage& one) {
+        return file_.read(std::uint64_t{one.page} * pageSize, bytes) == pageSize &&
+               std::ranges::equal(bytes, memory_.read(one.page));
+    });
+}
+
+} // namespace jet

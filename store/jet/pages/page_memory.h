@@ -1,0 +1,95 @@
+#pragma once
+
+#include "store/jet/format/doors.h"
+#include "store/jet/format/format.h"
+#include "store/jet/pages/passing_buffer.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace jet {
+
+/// A page that the open transaction has written.
+struct TouchedPage {
+    PageNo page = 0;
+    const std::uint8_t* image = nullptr; ///< its pageSize bytes before the transaction; null where it appended the page
+};
+
+/// The pages of a file in memory, and what the open transaction has written over. Private to the Pager.
+///
+/// Pages are read when first asked for, in extents, and stay: a view is valid until the end of the memory.
+class PageMemory {
+public:
+    /// `pages` as they stand in the file. `path` is for sentences.
+    PageMemory(File& file, PageNo pages, const std::filesystem::path& path);
+    ~PageMemory();
+    PageMemory(const PageMemory&) = delete;
+    PageMemory& operator=(const PageMemory&) = delete;
+
+    PageNo count() const { return count_; }             ///< those appended by the open transaction included
+    PageNo countBefore() const { return countBefore_; } ///< without them: what the file holds
+
+    /// Throws damaged where there is no such page, cutShort where the file has lost it.
+    PageView read(PageNo page)
+    {
+        if (page >= count_) throwNoSuchPage(page);
+        return PageView(bytes(page), pageSize);
+    }
+    /// The page for a look in passing: where it is not in memory it is read into `buffer` with those around it and not
+    /// kept. Valid until the next look with that buffer; the pages must not be written meanwhile. Throws as read().
+    PageView look(PageNo page, PassingBuffer& buffer);
+    /// The page for changing; what it holds now is kept when it is the transaction's first change. Throws as read().
+    PageBytes write(PageNo page);
+    [[noreturn]] void throwNoSuchPage(PageNo page) const;
+    /// Appends zero pages until there are `count`.
+    void extendTo(PageNo count);
+    /// Puts other content in the place of what the file holds, for good: for a medium that cannot be written.
+    void replace(PageNo page, PageView content);
+
+    /// The pages written since the last accept() or takeBack(), each once, in the order of their first change.
+    std::span<const TouchedPage> touched() const { return touched_; }
+    bool isTouched(PageNo page) const { return isTouched_[page]; }
+    /// The pages from `page` on that stand in memory one behind the other, `end` not included; empty where they were
+    /// never asked for. Both lie in one extent.
+    std::span<const std::uint8_t> loaded(PageNo page, PageNo end) const;
+
+    /// What was written stands in the file now.
+    void accept() noexcept;
+    /// Everything is as it was before the first change.
+    void takeBack() noexcept;
+
+    /// Asserts what must hold at any time; at `thorough` also what needs a look at every touched page.
+    void assertState(bool thorough) const;
+
+    static constexpr PageNo pagesPerExtent = 64;
+
+private:
+    static constexpr std::size_t extentSize = pagesPerExtent * pageSize;
+    static PageNo extentsFor(PageNo pages) { return (pages + pagesPerExtent - 1) / pagesPerExtent; }
+
+    std::uint8_t* bytes(PageNo page)
+    {
+        const PageNo extent = page / pagesPerExtent;
+        if (!extents_[extent]) load(extent);
+        return extents_[extent].get() + std::size_t{page % pagesPerExtent} * pageSize;
+    }
+    void load(PageNo extent);
+    void readExtent(PageNo extent, std::span<std::uint8_t> into);
+    void touch(PageNo page);
+    void forgetTouched() noexcept;
+
+    File& file_;
+    const std::filesystem::path& path_;
+    std::vector<std::unique_ptr<std::uint8_t[]>> extents_; ///< null: not loaded yet
+    PageNo count_;
+    PageNo countBefore_;
+    std::vector<TouchedPage> touched_;
+    std::vector<bool> isTouched_;
+    std::vector<std::unique_ptr<std::uint8_t[]>> imageChunks_;
+    std::size_t imagesUsed_ = 0;
+};
+
+} // namespace jet

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "store/jet/format/format.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace jet {
+
+/// Room for pages that are looked at in passing (Pager::look).
+struct PassingBuffer {
+    std::vector<std::uint8_t> bytes;
+    std::optional<PageNo> extent; ///< number of the extent whose pages it holds
+};
+
+} // namespace jet
