@@ -131,6 +131,14 @@ bool IndexPage::entryIs(std::size_t i, Entry entry) const
            std::memcmp(entry.data() + prefix_, tailBytes.data(), tailBytes.size()) == 0;
 }
 
+bool IndexPage::ascends() const
+{
+    // What stands before the rest is common to all.
+    for (std::size_t i = 1; i < count_; ++i)
+        if (compareEntries(rest(i - 1), rest(i)) >= 0) return false;
+    return true;
+}
+
 std::size_t IndexPage::lowerBound(Entry entry) const
 {
     if (count_ == 0) return 0;

@@ -61,6 +61,7 @@ public:
     /// Key and row id of entry `i`, a node's child page left out.
     void copyEntry(std::size_t i, Key& into) const;
     bool entryIs(std::size_t i, Entry entry) const;
+    bool ascends() const; ///< every entry is less than the next
     /// The first entry that is not less than `entry`; count() when there is none.
     std::size_t lowerBound(Entry entry) const;
     /// Children of a node from 0; number count() is the tail.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 
 namespace jet {
 namespace {
@@ -74,8 +75,8 @@ struct IndexTree::Branch {
     PageNo page = 0;
 };
 
-IndexTree::IndexTree(Pager& pager, PageNo root, PageNo tableDefinition, MapRef ownedPages)
-    : pager_(pager), root_(root), tableDefinition_(tableDefinition), owned_(ownedPages)
+IndexTree::IndexTree(Pager& pager, PageNo root, PageNo tableDefinition, MapRef ownedPages, Trust trust)
+    : pager_(pager), root_(root), tableDefinition_(tableDefinition), owned_(ownedPages), trust_(trust)
 {
 }
 
@@ -171,6 +172,7 @@ bool IndexTree::insert(std::span<const std::uint8_t> key, RowId row)
         before = store(page, image, growing);
     }
     updateParents(path, path.depth, std::move(before), atEnd ? entry : Key{}, growing);
+    assertPath(entry);
     return distinct;
 }
 
@@ -262,6 +264,7 @@ bool IndexTree::erase(std::span<const std::uint8_t> key, RowId row)
     if (place == leaf.count() || !leaf.entryIs(place, entry)) return false;
     if (leaf.count() == 1 && page != root_) {
         removeLeaf(path, page);
+        assertPath(entry);
         return true;
     }
     Key newLast;
@@ -272,6 +275,7 @@ bool IndexTree::erase(std::span<const std::uint8_t> key, RowId row)
         image.writeTo(pager_.write(page), tableDefinition_);
     }
     updateParents(path, path.depth, {}, std::move(newLast), false);
+    assertPath(entry);
     return true;
 }
 
@@ -430,6 +434,7 @@ std::uint32_t IndexTree::rebuild(const std::vector<std::pair<Key, RowId>>& sorte
     }
     if (level.empty()) {
         leaf.writeTo(pager_.write(root_), tableDefinition_);
+        assertWhole();
         return distinct;
     }
     finishLeaf();
@@ -467,9 +472,77 @@ std::uint32_t IndexTree::rebuild(const std::vector<std::pair<Key, RowId>>& sorte
                 for (std::size_t i = from; i + 1 < to; ++i) link(level[i].page, level[i + 1].page);
             above.push_back({level[to - 1].last, page});
         }
-        if (runs.size() == 1) return distinct;
+        if (runs.size() == 1) {
+            assertWhole();
+            return distinct;
+        }
         level = std::move(above);
     }
+}
+
+// ---- what must hold ----
+
+/// Along the way to where the entry stands, or stood: every page, what its parent says about it, the leaf's neighbours.
+void IndexTree::assertPath([[maybe_unused]] Entry entry) const
+{
+#ifndef NDEBUG
+    if (trust_ != Trust::verified) return;
+    Path path;
+    const PageNo leaf = descend(entry, path);
+    assertPage(leaf, 0);
+    assertNeighbours(leaf);
+    Key promised;
+    for (std::size_t depth = 0; depth < path.depth; ++depth) {
+        const Path::Step& step = path.steps[depth];
+        assertPage(step.page, path.depth - depth);
+        const IndexPage node(pager_, step.page, tableDefinition_);
+        if (step.child == node.count()) continue;
+        node.copyEntry(step.child, promised);
+        assert(promised == lastEntryUnder(node.child(step.child))); // 2
+    }
+#endif
+}
+
+void IndexTree::assertPage([[maybe_unused]] PageNo page, [[maybe_unused]] std::size_t height) const
+{
+#ifndef NDEBUG
+    const IndexPage view(pager_, page, tableDefinition_);
+    assert(view.isLeaf() == (height == 0));
+    assert(view.ascends());                                                            // 1
+    assert(view.isLeaf() || view.children() > 0);                                      // 2
+    assert(view.level() == height || (height > 0 && view.level() == 0));               // 3
+    assert(getU16(&view.bytes()[index_layout::free]) == indexArea - view.usedBytes()); // 5
+    assert(mapHas(pager_, owned_, page));                                              // 6
+#endif
+}
+
+void IndexTree::assertNeighbours([[maybe_unused]] PageNo leaf) const
+{
+#ifndef NDEBUG
+    const auto assertPair = [this](PageNo left, PageNo right) {
+        const IndexPage before(pager_, left, tableDefinition_), behind(pager_, right, tableDefinition_);
+        assert(before.isLeaf() && behind.isLeaf() && before.next() == right && behind.previous() == left); // 4
+        if (before.count() == 0 || behind.count() == 0) return;
+        Key last, first;
+        before.copyEntry(before.count() - 1, last);
+        behind.copyEntry(0, first);
+        assert(compareEntries(last, first) < 0); // 1
+    };
+    const IndexPage view(pager_, leaf, tableDefinition_);
+    if (view.previous() != 0) assertPair(view.previous(), leaf);
+    if (view.next() != 0) assertPair(leaf, view.next());
+#endif
+}
+
+void IndexTree::assertWhole() const
+{
+#ifndef NDEBUG
+    if (trust_ != Trust::verified) return;
+    std::vector<std::string> faults, warnings;
+    std::vector<PageNo> pages;
+    check(faults, warnings, pages);
+    assert(faults.empty());
+#endif
 }
 
 } // namespace jet

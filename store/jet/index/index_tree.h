@@ -20,13 +20,24 @@ struct IndexPageImage;
 /// One index on disk: a tree of pages under a root that never moves. Entries are key bytes with the row id of the
 /// row's head, strictly increasing by unsigned comparison of the key bytes, then of the row id.
 ///
-/// What always holds after a change: every node's entry is the last entry of that child's subtree, leaves are linked
-/// from left to right across the whole tree, and the owned map has the bit of every page of the tree.
+/// Invariants of a tree that is true:
+///  1. The entries of a page ascend, and are less than those of the next page of the level.
+///  2. A node's entry is the last entry of that child's subtree. The last of several children has none.
+///  3. All leaves are equally deep. A page's level is its height above them; other writers leave that of a node at 0.
+///  4. Leaves are linked from left to right and back across the whole tree.
+///  5. A page's number of free bytes is that of its entries, stored without the prefix that all of them share.
+///  6. The owned map has the bit of every page of the tree.
+/// A change to a tree that was verified is followed by assertPath() along the way from the root to it, a rebuilding by
+/// the whole check().
+///
 /// Every call throws damaged where pages contradict that so much that it cannot go on; none of them loops or reads
 /// outside a page on a damaged tree. A change that throws leaves half a change behind: it runs in a transaction.
 class IndexTree {
 public:
-    IndexTree(Pager& pager, PageNo root, PageNo tableDefinition, MapRef ownedPages);
+    /// Whether check() has found the tree true since the file was opened: only then is a contradiction our own bug.
+    enum class Trust { none, verified };
+
+    IndexTree(Pager& pager, PageNo root, PageNo tableDefinition, MapRef ownedPages, Trust trust = Trust::none);
 
     /// True when an entry with exactly these key bytes exists whose row id is not `except`.
     bool hasKey(std::span<const std::uint8_t> key, RowId except) const;
@@ -66,11 +77,16 @@ private:
     void setPrevious(PageNo page, PageNo previous);
     void link(PageNo left, PageNo right);
     bool isNode(PageNo page) const;
+    void assertPath(std::span<const std::uint8_t> entry) const;
+    void assertPage(PageNo page, std::size_t height) const;
+    void assertNeighbours(PageNo leaf) const;
+    void assertWhole() const;
 
     Pager& pager_;
     PageNo root_;
     PageNo tableDefinition_;
     MapRef owned_;
+    Trust trust_;
 };
 
 /// Makes an empty leaf of `page` (zeroed, owned by the table at `tableDefinition`).

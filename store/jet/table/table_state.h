@@ -59,7 +59,12 @@ struct Table::State {
     std::uint32_t liveRows();
 
     // ---- indexes ----
-    IndexTree tree(const Index& index) const { return {pager, index.root, definition.page, index.ownedPages}; }
+    IndexTree tree(const Index& index) const
+    {
+        const bool verified = verdict && !*verdict;
+        return {pager, index.root, definition.page, index.ownedPages,
+                verified ? IndexTree::Trust::verified : IndexTree::Trust::none};
+    }
     /// The fields of a row that make up an index's key.
     void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into);
 
