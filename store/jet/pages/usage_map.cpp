@@ -231,6 +231,42 @@ std::span<std::uint8_t> addFreeBitmap(Pager& pager, std::size_t k, PageNo page)
     return bitmap;
 }
 
+/// As mapSet, for pages that stood in the map already: what a file says there is not asserted.
+void setBit(Pager& pager, MapRef map, PageNo page)
+{
+    const Row row = rowOf(pager, map);
+    if (row.kind == Kind::inlined) {
+        if (row.covers(page)) {
+            putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), true);
+            return;
+        }
+        auto pages = mapPages(pager, map);
+        pages.push_back(page);
+        const auto [least, most] = std::minmax_element(pages.begin(), pages.end());
+        const PageNo start = *least & ~7U;
+        const bool fits = *most - start < row.capacity();
+        const auto bytes = writableRow(pager, map);
+        std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
+        if (fits) {
+            putU32(&bytes[1], start);
+            for (const PageNo one : pages) putBit(bytes.subspan(inlineHead), one - start, true);
+            return;
+        }
+        bytes[0] = static_cast<std::uint8_t>(Kind::reference);
+        for (const PageNo one : pages) setBit(pager, map, one);
+        return;
+    }
+    const std::size_t k = page / pagesPerBitmap;
+    if (k >= row.entries()) damaged(map, "satır bu kadar sayfa için kısa");
+    if (row.entry(k) == 0) {
+        const PageNo bitmap = allocatePage(pager);
+        initBitmap(pager, bitmap);
+        setEntry(pager, map, k, bitmap);
+    }
+    bitmapPage(pager, rowOf(pager, map), k);
+    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(bitmapHead), page % pagesPerBitmap, true);
+}
+
 /// Turns the inline free map into a reference map. What it knew as free stays so.
 void convertFreeMap(Pager& pager)
 {
@@ -240,7 +276,7 @@ void convertFreeMap(Pager& pager)
     std::fill(row.begin(), row.end(), std::uint8_t{0});
     row[0] = static_cast<std::uint8_t>(Kind::reference);
     for (std::size_t k = 0; k < ranges; ++k) addFreeBitmap(pager, k, pager.pageCount());
-    for (const PageNo page : free) mapSet(pager, freeMap, page);
+    for (const PageNo page : free) setBit(pager, freeMap, page);
     pager.setFreeSearchStart(0);
 }
 
@@ -311,37 +347,7 @@ bool mapHas(Pager& pager, MapRef map, PageNo page)
 void mapSet(Pager& pager, MapRef map, PageNo page)
 {
     assert(page != 0 && page < pager.pageCount());
-    const Row row = rowOf(pager, map);
-    if (row.kind == Kind::inlined) {
-        if (row.covers(page)) {
-            putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), true);
-            return;
-        }
-        auto pages = mapPages(pager, map);
-        pages.push_back(page);
-        const auto [least, most] = std::minmax_element(pages.begin(), pages.end());
-        const PageNo start = *least & ~7U;
-        const bool fits = *most - start < row.capacity();
-        const auto bytes = writableRow(pager, map);
-        std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
-        if (fits) {
-            putU32(&bytes[1], start);
-            for (const PageNo one : pages) putBit(bytes.subspan(inlineHead), one - start, true);
-            return;
-        }
-        bytes[0] = static_cast<std::uint8_t>(Kind::reference);
-        for (const PageNo one : pages) mapSet(pager, map, one);
-        return;
-    }
-    const std::size_t k = page / pagesPerBitmap;
-    if (k >= row.entries()) damaged(map, "satır bu kadar sayfa için kısa");
-    if (row.entry(k) == 0) {
-        const PageNo bitmap = allocatePage(pager);
-        initBitmap(pager, bitmap);
-        setEntry(pager, map, k, bitmap);
-    }
-    bitmapPage(pager, rowOf(pager, map), k);
-    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(bitmapHead), page % pagesPerBitmap, true);
+    setBit(pager, map, page);
 }
 
 void mapClear(Pager& pager, MapRef map, PageNo page)

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 
 namespace jet {
 namespace {
@@ -150,6 +149,19 @@ std::uint32_t Table::State::liveRows()
 
 // ---- RowView ----
 
+namespace {
+
+/// Files of other programs may have another type where a text is expected.
+void requireText(const Table::State& table, std::size_t column)
+{
+    if (table.layout.fields[column].type == ColumnType::text) return;
+    throwDamaged(table.pager, table.definition.page,
+                 quotedName(table.name) + " tablosunun " + quotedName(table.definition.columns[column].name) +
+                     " alanı metin değil");
+}
+
+} // namespace
+
 bool RowView::isNull(std::size_t column) const
 {
     const Table::State& table = *table_->state_;
@@ -183,7 +195,7 @@ bool RowView::text(std::size_t column, std::u16string& into) const
     if (table.layout.fields[column].type == ColumnType::memo) {
         decodeText(readLongValue(table.pager, *bytes), into);
     } else {
-        assert(table.layout.fields[column].type == ColumnType::text);
+        requireText(table, column);
         decodeText(*bytes, into);
     }
     return true;
@@ -196,7 +208,7 @@ bool RowView::textIs(std::size_t column, std::u16string_view text) const
     if (!bytes) return false;
     if (table.layout.fields[column].type == ColumnType::memo)
         return storedTextIs(readLongValue(table.pager, *bytes), text);
-    assert(table.layout.fields[column].type == ColumnType::text);
+    requireText(table, column);
     return storedTextIs(*bytes, text);
 }
 

@@ -36,9 +36,10 @@ public:
     Value value(std::size_t column) const;
     /// The field as a number, whatever its numeric, date or Boolean type (True is -1); nothing for Null and for texts.
     std::optional<double> number(std::size_t column) const;
-    /// Text decoded into `into` (replaced); false for Null. For Text and Memo columns. Throws damaged as value().
+    /// Text decoded into `into` (replaced); false for Null. For Text and Memo columns: throws damaged for another one,
+    /// and as value().
     bool text(std::size_t column, std::u16string& into) const;
-    /// The field is exactly that text, code unit for code unit; false for Null. For Text and Memo columns.
+    /// The field is exactly that text, code unit for code unit; false for Null. Throws as text().
     bool textIs(std::size_t column, std::u16string_view text) const;
     /// The field's bytes as stored; empty for Null and Boolean. For quick comparisons of texts in a scan: the same
     /// text may be stored compressed or plain, so unequal bytes say nothing.
