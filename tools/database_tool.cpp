@@ -1,5 +1,6 @@
 #include "tools/database_tool.h"
 
+#include "files/own_bug.h"
 #include "mill/tables.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
@@ -370,13 +371,17 @@ int run(files::Disk& disk, Arguments arguments)
 
 int runDatabaseTool(files::Disk& disk, std::span<const std::string> arguments)
 {
-    try {
-        return run(disk, arguments);
-    } catch (const std::exception& error) {
-        std::string line = error.what();
+    const auto fail = [](std::string line) {
         std::ranges::replace(line, '\n', ' ');
         std::fprintf(stderr, "presva-mdb: %s\n", line.c_str());
         return 1;
+    };
+    try {
+        return run(disk, arguments);
+    } catch (const jet::Error& error) {
+        return fail(error.what());
+    } catch (const std::exception& error) {
+        return fail(files::ownBug(arguments.empty() ? "presva-mdb" : arguments[0], error));
     }
 }
 
