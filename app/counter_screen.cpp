@@ -66,6 +66,7 @@ void CounterScreen::setEntitlementTaken(int station, bool taken)
     form_.HakCmd[station]->showValue(taken);
 }
 
+int CounterScreen::containerKind(int station) const { return form_.Combo1[station]->listIndex(); }
 float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }
 void CounterScreen::setContainers(int station, float count) { form_.kapSayisi(station) = count; }
 

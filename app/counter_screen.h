@@ -27,6 +27,7 @@ public:
     void showEntitlement(int station, bool shown) override;
     bool entitlementTaken(int station) const override;
     void setEntitlementTaken(int station, bool taken) override;
+    int containerKind(int station) const override;
     float containers(int station) const override;
     void setContainers(int station, float count) override;
     void centreContainerCaption(int station) override;

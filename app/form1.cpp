@@ -36,7 +36,10 @@ constexpr Colour containerPanel = 0x00C6F4FF; // a pale yellow: not a working co
 Form1::Form1(const Surroundings& surroundings)
     : DataCari(surroundings.databases), DataHar(surroundings.databases), GünData(surroundings.databases),
       DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
-      keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this))
+      keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this)),
+      log_(surroundings.directory, surroundings.now), register_(DataCari, surroundings.regional, letWeightsIn),
+      slipRoad_({DataCari, DataHar, surroundings.databases, surroundings.slips, surroundings.printer, log_,
+                 surroundings.regional, surroundings.directory, surroundings.now})
 {
     setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
@@ -106,9 +109,7 @@ void Form1::createStation(int Index)
     Label2[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılacak Zeytin KG"_s, u"0"_s), "Label2", Index);
     Label3[Index] = named(new FieldLabel(frame, Kind::figure, u" Sıkılan Zeytin Yağı KG"_s, u"0"_s), "Label3", Index);
     NakitLbl[Index] = named(new FieldLabel(frame, Kind::figure, u"Zeytin Sıkma TL"_s), "NakitLbl", Index);
-    Combo1[Index] =
-        named(new DropDownList(frame, QStringList(pressing::containerKinds.begin(), pressing::containerKinds.end())),
-              "Combo1", Index);
+    Combo1[Index] = named(new DropDownList(frame, pressing::containerNames()), "Combo1", Index);
     Combo1[Index]->setTitle(u"Kap"_s);
     HakCmd[Index] = named(new CheckButton(frame, u"Hak Ediş Yok"_s), "HakCmd", Index);
     Frame3[Index] = named(new ControlFrame(frame, ControlFrame::Look::group, u"Hak Ediş"_s), "Frame3", Index);

@@ -17,6 +17,9 @@
 #include "app/status_line.h"
 #include "base/error.h"
 #include "base/regional.h"
+#include "counter/log.h"
+#include "counter/register.h"
+#include "counter/slip_road.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
 #include "print/printer.h"
@@ -213,6 +216,8 @@ public:
     void toggleCapitals();
     /// Refreshes a source and makes its record count exact.
     void VeriYenile(store::DataSource& source);
+    /// Events that wait are run, but not the operator's: taps wait until a search or a report is done, weights do not.
+    static void letWeightsIn();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -242,16 +247,10 @@ private:
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;
-    /// What is to be stored; nothing when the slip could not be printed.
-    std::optional<store::SlipNote> printSlip(int current);
-    void composeSlip(print::Printer& printer, int current);
-    store::SlipNote slipNote(int current);
     /// What the first letter, slip and report of the day would wait for is done while nobody waits: the order of the
     /// names, the check of the tables. A database that takes no pressings is told now, not with a customer at the
     /// counter.
     void getReady();
-    /// What a stop in the middle of a slip has left behind.
-    void settleOpenSlip();
     /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.
     void copyBeforeDeletion();
     /// A date of the panel became another one: the days in order, and the report.
@@ -273,6 +272,9 @@ private:
     Surroundings surroundings_;
     KeyboardState keyboard_;
     std::unique_ptr<CounterScreen> counter_;
+    counter::Log log_;
+    counter::Register register_;
+    counter::SlipRoad slipRoad_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     int actions_ = 0;                        ///< under way, one inside the other
     QStringList notes_;                      ///< to be shown when they have ended

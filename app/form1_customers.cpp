@@ -2,21 +2,24 @@
 
 #include "app/counter_screen.h"
 #include "app/form1.h"
-#include "app/resume_next.h"
+#include "base/pass_over.h"
 #include "mill/queries.h"
 #include "pressing/rules.h"
 
 #include <QGuiApplication>
 #include <QScopeGuard>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
+using base::passOver;
 using mill::Cari;
 
 namespace {
 
-const QString saveCaption = QStringLiteral("Kaydet");
-const QString deleteCaption = QStringLiteral("Kaydı Sil");
+const QString saveCaption = u"Kaydet"_s;
+const QString deleteCaption = u"Kaydı Sil"_s;
 
 } // namespace
 
@@ -55,17 +58,14 @@ void Form1::TxtLbl_Change(int Index)
 
     // Events ran during the search: the text is read afresh.
     const QString typed = AktifLbl->caption();
-    store::RecordSet& customers = DataCari.recordSet();
-    const bool known = customers.recordCount() != 0 && customers.field(Cari::Unvan).text() == typed;
-    Kaydet->setCaption(known ? deleteCaption : saveCaption);
+    Kaydet->setCaption(register_.isCurrent(typed) ? deleteCaption : saveCaption);
     Kaydet->setVisible(!typed.isEmpty());
 }
 
 void Form1::searchCustomers(const QString& typed)
 {
-    DataCari.setRecordSource(mill::customerSearch(typed));
-    VeriYenile(DataCari);
-    dbListe1->setVisible(DataCari.recordSet().recordCount() != 0);
+    register_.search(typed);
+    dbListe1->setVisible(register_.hasFound());
 }
 
 void Form1::dbListe1_Click()
@@ -83,40 +83,28 @@ void Form1::dbListe1_Click()
 
 void Form1::DataCari_Reposition()
 {
-    if (AktifKontrol == 999 || DataCari.recordSet().recordCount() == 0) return;
-    store::RecordSet& customer = DataCari.recordSet();
-    const base::Regional& regional = surroundings_.regional;
-    resumeNext([&] { Haklbl[station()]->setCaption(customer.field(Cari::Yuzde).toCaption(regional)); });
-    resumeNext([&] { Combo1[station()]->setText(customer.field(Cari::Kap).toCaption(regional)); });
-    resumeNext([&] { NakitLbl[station()]->setCaption(customer.field(Cari::Nakit).toCaption(regional)); });
+    if (AktifKontrol == 999 || !register_.hasFound()) return;
+    // A field that is empty, or that its display does not take, leaves that display as it is.
+    const counter::Terms terms = register_.termsOfCurrent();
+    const int current = station();
+    if (terms.percentage) passOver([&] { Haklbl[current]->setCaption(*terms.percentage); });
+    if (terms.container) passOver([&] { Combo1[current]->setText(*terms.container); });
+    if (terms.fee) passOver([&] { NakitLbl[current]->setCaption(*terms.fee); });
 }
 
 void Form1::Kaydet_Click()
 {
     if (Kaydet->caption() != deleteCaption) {
-        const QString name = TxtLbl[station()]->caption();
-        // Before anything is added: a name that the search could never find again is not saved.
-        const QString criteria = mill::customerCriteria(name);
-        store::RecordSet& customers = DataCari.recordSet();
-        customers.addNew();
-        customers.setField(Cari::Unvan, name, surroundings_.regional);
-        customers.update();
-        customers.findFirst(criteria);
+        register_.add(TxtLbl[station()]->caption());
         Kaydet->setCaption(deleteCaption);
         return;
     }
 
-    if (!surroundings_.prompt.yesNo(QStringLiteral("Kayıt Silinecek Eminmisiniz..!"), QStringLiteral("Kayıt Silme")))
-        return;
+    if (!surroundings_.prompt.yesNo(u"Kayıt Silinecek Eminmisiniz..!"_s, u"Kayıt Silme"_s)) return;
     activate(TxtLbl[station()]);
     AktifLbl->setCaption(QString());
     copyBeforeDeletion();
-    // Pressings first, the customer's row last, and both or none.
-    store::RecordSet& customers = DataCari.recordSet();
-    store::Change change(DataCari.database());
-    DataCari.database().execute(mill::deletePressingsOf(customers.field(Cari::Unvan).text()));
-    customers.erase();
-    change.commit();
+    register_.eraseCurrent();
     journalShrunk();
 }
 
@@ -132,17 +120,14 @@ void Form1::copyBeforeDeletion()
 void Form1::CariSil_Click()
 {
     copyBeforeDeletion();
-    store::Change change(DataCari.database());
-    DataCari.database().execute(mill::deleteCustomers);
-    DataCari.database().execute(mill::deletePressings);
-    change.commit();
+    register_.eraseAll();
     journalShrunk();
 }
 
 void Form1::HesapSil_Click()
 {
     copyBeforeDeletion();
-    DataCari.database().execute(mill::deletePressings);
+    register_.erasePressings();
     journalShrunk();
 }
 

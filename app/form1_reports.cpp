@@ -121,8 +121,7 @@ void Form1::RaporYenile()
                           Option1[reportView]->value(),
                           GünLbl->caption(),
                           AktifLbl->caption()},
-                         {GünData, surroundings_.databases, surroundings_.now(),
-                          [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }});
+                         {GünData, surroundings_.databases, surroundings_.now(), letWeightsIn});
     gridRows_->rowsChanged();
     showGridPosition();
 }

@@ -1,9 +1,9 @@
 // The scale's line: opening the port from the settings, weights into the working station.
 
 #include "app/form1.h"
-#include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
+#include "base/pass_over.h"
 #include "scale/frm_properties.h"
 #include "scale/weight_line.h"
 
@@ -63,7 +63,7 @@ void Form1::TeraziComm_OnComm()
 
 void Form1::PortAc()
 {
-    resumeNext([&] {
+    base::passOver([&] {
         if (TeraziComm->portOpen()) TeraziComm->setPortOpen(false);
     });
     const SettingsStore& settings = surroundings_.settings;
@@ -79,7 +79,7 @@ void Form1::PortAc()
     }
     // A bad port number says nothing here; it shows, if at all, in a port that does not open.
     if (const QString number = stored(QStringLiteral("CommPort")); !number.isEmpty())
-        resumeNext([&] { TeraziComm->setCommPort(base::toInt16(number, surroundings_.regional)); });
+        base::passOver([&] { TeraziComm->setCommPort(base::toInt16(number, surroundings_.regional)); });
     if (const QString mode = stored(QStringLiteral("Handshaking")); !mode.isEmpty()) {
         try {
             TeraziComm->setHandshaking(base::toInt32(mode, surroundings_.regional));
@@ -88,7 +88,7 @@ void Form1::PortAc()
             return showPortState();
         }
     }
-    resumeNext([&] { TeraziComm->setPortOpen(true); });
+    base::passOver([&] { TeraziComm->setPortOpen(true); });
     showPortState();
 }
 

@@ -1,10 +1,9 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
-#include "app/pressing_record.h"
-#include "app/resume_next.h"
 #include "app/setting_names.h"
 #include "app/window_place.h"
 #include "base/error.h"
+#include "base/pass_over.h"
 #include "base/patterns.h"
 #include "base/sequential.h"
 #include "mill/queries.h"
@@ -13,7 +12,6 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QTimer>
@@ -38,7 +36,7 @@ void Form1::start()
 {
     run([this] {
         Form_Load();
-        settleOpenSlip();
+        slipRoad_.recover();
     });
     // Before the window is seen, so that it does not jump; the activation finds it done.
     ActiveResize1.restore(layoutName, true, *this);
@@ -57,25 +55,15 @@ void Form1::start()
 void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
-    resumeNext([&] { DataCari.database().open(mill::customerSearch(QStringLiteral("a"))); });
+    base::passOver([&] { DataCari.database().open(mill::customerSearch(QStringLiteral("a"))); });
     QStringList reasons;
     for (const QString& table : {mill::customerTable, mill::journalTable}) {
         // A table that is not there is reported by what opens it.
-        resumeNext([&] {
+        base::passOver([&] {
             if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) reasons << *why;
         });
     }
     if (!reasons.isEmpty()) note(reasons.join(QStringLiteral("\n\n")));
-}
-
-void Form1::settleOpenSlip()
-{
-    app::settleOpenSlip(surroundings_.databases, DataCari.databaseName(), surroundings_.slips, surroundings_.printer,
-                        surroundings_.regional, [this](const QString& line) {
-                            QFile log(surroundings_.directory + QStringLiteral("/presva.log"));
-                            if (log.open(QIODevice::Append))
-                                log.write((surroundings_.now().toString(Qt::ISODate) + u' ' + line + u'\n').toUtf8());
-                        });
 }
 
 void Form1::showFacts()
@@ -89,7 +77,7 @@ void Form1::showFacts()
 
 void Form1::journalShrunk()
 {
-    resumeNext([this] { DataHar.refresh(); });
+    base::passOver([this] { DataHar.refresh(); });
     showFacts();
 }
 
@@ -107,11 +95,9 @@ void Form1::Form_Load()
     VeriYenile(DataCari);
 }
 
-void Form1::VeriYenile(store::DataSource& source)
-{
-    // Taps wait until the search is done; weights do not.
-    store::VeriYenile(source, [] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); });
-}
+void Form1::VeriYenile(store::DataSource& source) { store::VeriYenile(source, letWeightsIn); }
+
+void Form1::letWeightsIn() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }
 
 void Form1::Form_Activate()
 {

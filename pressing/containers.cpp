@@ -1,11 +1,49 @@
 #include "pressing/containers.h"
 
+#include "base/error.h"
+#include "pressing/displays.h"
+
+#include <cmath>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
 namespace pressing {
+namespace {
+
+constexpr Litre sizes[] = {{5}, {10}, {15}, {20}};
+
+} // namespace
+
+const QStringList& containerNames()
+{
+    static const QStringList names = {u" 5 Litrelik Kap"_s, u"10 Litrelik Kap"_s, u"15 Litrelik Kap"_s,
+                                      u"20 Litrelik Kap"_s};
+    return names;
+}
+
+QString containerName(int kind) { return containerNames().value(kind); }
+
+Litre containerSize(int kind)
+{
+    if (kind < 0 || kind >= std::ssize(sizes)) throw base::runtimeError(base::errors::typeMismatch);
+    return sizes[kind];
+}
+
+Litre countContainers(StationScreen& screen, int station)
+{
+    const Litre size = containerSize(screen.containerKind(station));
+    const double count = base::truncate(handedOutFor(read(screen, displays::oil, station)) / size);
+    if (std::abs(count) > std::numeric_limits<float>::max()) throw base::runtimeError(base::errors::overflow);
+    screen.setContainers(station, static_cast<float>(count));
+    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station)));
+    return size;
+}
 
 QString containerCaption(float count)
 {
     // A count has no decimals, so the separators of the regional settings never show.
-    return QString::number(static_cast<double>(count), 'g', 7) + QStringLiteral(" Kap");
+    return QString::number(static_cast<double>(count), 'g', 7) + u" Kap"_s;
 }
 
 void containerFilled(StationScreen& screen, int station)

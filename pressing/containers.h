@@ -1,16 +1,25 @@
 #pragma once
 
+#include "pressing/quantities.h"
 #include "pressing/station_screen.h"
 
-/// The containers that a customer's oil is filled into, counted down by the operator.
+#include <QStringList>
+
+/// The containers that a customer's oil is filled into, counted when the slip is printed and counted down by the
+/// operator.
 namespace pressing {
 
-/// Container kinds in list order, as they are shown and stored; position p stands for 5(p + 1) litres.
-inline const std::array containerKinds = {QStringLiteral(" 5 Litrelik Kap"), QStringLiteral("10 Litrelik Kap"),
-                                          QStringLiteral("15 Litrelik Kap"), QStringLiteral("20 Litrelik Kap")};
+/// The kinds of container in list order. One is chosen by its position in the list; -1 means that none is.
+const QStringList& containerNames(); ///< as they are shown and booked
+QString containerName(int kind);     ///< empty when none is chosen
+Litre containerSize(int kind);       ///< error 13 when none is chosen
 
 /// "3 Kap": the count without grouping.
 QString containerCaption(float count);
+
+/// The slip has come to the containers: the station's oil fills so many whole ones of its kind, all of them still to
+/// fill. The size of one. Error 13 when no kind is chosen or the oil is no number; an empty oil display counts as 0.
+Litre countContainers(StationScreen& screen, int station);
 
 /// `KapFrm` or `Label4` clicked: one container more is filled. A count of 0 ignores it.
 void containerFilled(StationScreen& screen, int station);

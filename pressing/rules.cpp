@@ -1,61 +1,58 @@
 #include "pressing/rules.h"
 
-#include "base/numbers.h"
-#include "base/patterns.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
+#include "pressing/displays.h"
+
+using namespace Qt::StringLiterals;
 
 namespace pressing {
 namespace {
 
-const QString zero = QStringLiteral("0");
-const QString whole = QStringLiteral("#,##0");
+const QString zero = u"0"_s;
 
-double valueOf(const StationScreen& screen, Field field, int station)
+void zeroIfEmpty(StationScreen& screen, Field field, int station)
 {
-    return base::displayValue(screen.caption(field, station), screen.regional());
+    if (screen.caption(field, station).isEmpty()) screen.setCaption(field, station, zero);
 }
 
-void reformat(StationScreen& screen, Field field, int station, const QString& fractionalPattern)
+/// The amount in its own display's pattern. What it was; the display may show it rounded now.
+template <class Amount>
+Amount reformat(StationScreen& screen, Display<Amount> display, int station, QStringView fractionalPattern)
 {
-    const QString pattern = base::isFractional(valueOf(screen, field, station)) ? fractionalPattern : whole;
-    screen.setCaption(field, station, base::formatNumber(screen.caption(field, station), pattern, screen.regional()));
+    const Amount amount = read(screen, display, station);
+    show(screen, display, station, amount, isFractional(amount) ? fractionalPattern : u"#,##0");
+    return amount;
 }
 
-void setWhole(StationScreen& screen, Field field, int station, double value)
+/// The mill's share of a station's oil.
+Kilogram share(const StationScreen& screen, int station)
 {
-    screen.setCaption(field, station, base::formatNumber(value, whole, screen.regional()));
-}
-
-double share(const StationScreen& screen, int station)
-{
-    return valueOf(screen, Field::Label3, station) * valueOf(screen, Field::Haklbl, station) / 100.0;
+    const Kilogram oil = read(screen, displays::oil, station);
+    return oil * read(screen, displays::percentage, station);
 }
 
 } // namespace
 
 void olivesChanged(StationScreen& screen, int station)
 {
-    if (screen.caption(Field::Label2, station).isEmpty()) screen.setCaption(Field::Label2, station, zero);
-    reformat(screen, Field::Label2, station, QStringLiteral("#,##0.00"));
-    if (valueOf(screen, Field::Label2, station) > 0)
-        setWhole(screen, Field::Label3, station, valueOf(screen, Field::Label2, station) * oilPerOlives);
-    screen.enablePrinting(station, valueOf(screen, Field::Label2, station) != 0);
+    zeroIfEmpty(screen, Field::Label2, station);
+    reformat(screen, displays::olives, station, u"#,##0.00");
+    const Kilogram olives = read(screen, displays::olives, station);
+    if (olives > Kilogram{0}) show(screen, displays::oil, station, olives * oilPerOlives);
+    screen.enablePrinting(station, olives != Kilogram{0});
 }
 
 void oilChanged(StationScreen& screen, int station)
 {
-    if (screen.caption(Field::Label3, station).isEmpty()) screen.setCaption(Field::Label3, station, zero);
-    const bool fractional = base::isFractional(valueOf(screen, Field::Label3, station));
-    reformat(screen, Field::Label3, station, QStringLiteral("#,##0.###"));
-    if (!fractional) screen.setCaption(Field::HakTut, station, zero);
+    zeroIfEmpty(screen, Field::Label3, station);
+    const Kilogram oil = reformat(screen, displays::oil, station, u"#,##0.###");
+    if (!isFractional(oil)) screen.setCaption(Field::HakTut, station, zero);
 
     if (!entitlementOfCurrent(screen)) return;
     const int current = screen.currentStation();
-    if (valueOf(screen, Field::Label2, current) <= 0)
-        screen.setCaption(Field::HakTut, station, zero);
-    else
-        setWhole(screen, Field::HakTut, station, share(screen, current));
+    const bool nothingPressed = read(screen, displays::olives, current) <= Kilogram{0};
+    show(screen, displays::entitlement, station, nothingPressed ? Kilogram{0} : share(screen, current));
 }
 
 void percentageChanged(StationScreen& screen, int station)
@@ -64,33 +61,32 @@ void percentageChanged(StationScreen& screen, int station)
 
     if (screen.activeCaption().isEmpty()) screen.setActiveCaption(zero);
     if (screen.activeCaption().size() > 5) screen.setActiveCaption(screen.activeCaption().left(5));
-    if (!base::isFractional(base::displayValue(screen.activeCaption(), screen.regional())) &&
-        screen.activeCaption().size() > 2)
+    const Percent typed{base::displayValue(screen.activeCaption(), screen.regional())};
+    if (!isFractional(typed) && screen.activeCaption().size() > 2)
         screen.setActiveCaption(screen.activeCaption().left(2));
     const QString text = screen.activeCaption();
-    const bool hasMark = text.contains(QLatin1Char('.')) || text.contains(QLatin1Char(','));
-    screen.setActiveCaption(
-        base::formatNumber(text, hasMark ? QStringLiteral("#0.##") : QStringLiteral("#0"), screen.regional()));
+    const bool hasMark = text.contains(u'.') || text.contains(u',');
+    screen.setActiveCaption(base::formatNumber(text, hasMark ? u"#0.##" : u"#0", screen.regional()));
 
     const int current = screen.currentStation();
-    if (valueOf(screen, Field::Label3, current) <= 0)
-        screen.setCaption(Field::HakTut, station, zero);
-    else
-        setWhole(screen, Field::HakTut, station, share(screen, current));
+    const Kilogram oil = read(screen, displays::oil, current);
+    const bool noOil = oil <= Kilogram{0};
+    show(screen, displays::entitlement, station,
+         noOil ? Kilogram{0} : oil * read(screen, displays::percentage, current));
 }
 
 void entitlementChanged(StationScreen& screen, int station)
 {
-    setWhole(screen, Field::Verilen, station,
-             valueOf(screen, Field::Label3, station) - valueOf(screen, Field::HakTut, station));
+    const Kilogram oil = read(screen, displays::oil, station);
+    show(screen, displays::handedOver, station, handedOutFor(oil - read(screen, displays::entitlement, station)));
 }
 
 void feeChanged(StationScreen& screen, int station)
 {
-    if (screen.caption(Field::NakitLbl, station).isEmpty()) screen.setCaption(Field::NakitLbl, station, zero);
-    const bool fractional = base::isFractional(valueOf(screen, Field::NakitLbl, station));
-    screen.setActiveCaption(base::formatNumber(screen.activeCaption(), fractional ? QStringLiteral("#,##0.###") : whole,
-                                               screen.regional()));
+    zeroIfEmpty(screen, Field::NakitLbl, station);
+    const bool fractional = isFractional(read(screen, displays::fee, station));
+    screen.setActiveCaption(
+        base::formatNumber(screen.activeCaption(), fractional ? u"#,##0.###" : u"#,##0", screen.regional()));
 }
 
 void entitlementSwitched(StationScreen& screen, int station)
@@ -107,7 +103,7 @@ void entitlementSwitched(StationScreen& screen, int station)
         screen.setEntitlementCaption(station, entitlementOn);
         screen.showEntitlement(station, true);
         screen.setCaption(Field::NakitLbl, screen.currentStation(), zero);
-        setWhole(screen, Field::HakTut, station, share(screen, station));
+        show(screen, displays::entitlement, station, share(screen, station));
     } else {
         screen.setCaption(Field::HakTut, station, zero);
         screen.setEntitlementCaption(station, entitlementOff);
@@ -144,6 +140,18 @@ bool wantsCustomerFirst(const StationScreen& screen, int station)
 {
     const QString name = screen.caption(Field::TxtLbl, station);
     return name.isEmpty() || name == mill::customerPrompt;
+}
+
+mill::Pressing pressingAt(const StationScreen& screen, int station)
+{
+    const auto text = [&](Field field) { return screen.caption(field, station); };
+    return {text(Field::TxtLbl),
+            text(Field::Label2),
+            text(Field::Label3),
+            text(Field::Haklbl),
+            text(Field::HakTut),
+            text(Field::NakitLbl),
+            containerName(screen.containerKind(station))};
 }
 
 } // namespace pressing

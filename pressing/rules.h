@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mill/pressing.h"
 #include "pressing/station_screen.h"
 
 /// How the quantities of a pressing follow from one another. One function for each display that can change; each is
@@ -7,10 +8,12 @@
 /// set so far as they are; an empty display counts as 0.
 namespace pressing {
 
-inline const QString entitlementOff = QStringLiteral("Hak Ediş Yok");
-inline const QString entitlementOn = QStringLiteral("Hak Ediş Var");
+using namespace Qt::StringLiterals;
 
-/// Litres of oil preset for each kilogram of olives; the operator types the real figure over it.
+inline const QString entitlementOff = u"Hak Ediş Yok"_s;
+inline const QString entitlementOn = u"Hak Ediş Var"_s;
+
+/// Kilograms of oil preset for each kilogram of olives; the operator types the real figure over it.
 inline constexpr double oilPerOlives = 0.9;
 
 /// `Label2`: reformats the weight, presets the oil, enables printing when there is something to press.
@@ -39,5 +42,8 @@ void customerCleared(StationScreen& screen, int station);
 /// The click on an olive or oil display asks for a customer first: true when the name has been put back to the prompt
 /// and the caller must make the name display the active one.
 bool wantsCustomerFirst(const StationScreen& screen, int station);
+
+/// What stands at a station, as it is printed and booked.
+mill::Pressing pressingAt(const StationScreen& screen, int station);
 
 } // namespace pressing

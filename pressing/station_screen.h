@@ -61,7 +61,8 @@ public:
     virtual bool entitlementTaken(int station) const = 0;
     virtual void setEntitlementTaken(int station, bool taken) = 0;
 
-    virtual float containers(int station) const = 0; ///< `KapSayisi`
+    virtual int containerKind(int station) const = 0; ///< list position in `Combo1`; -1 when nothing is chosen
+    virtual float containers(int station) const = 0;  ///< `KapSayisi`
     virtual void setContainers(int station, float count) = 0;
     virtual void centreContainerCaption(int station) = 0;
     virtual void showContainerPanel(int station, bool shown) = 0; ///< `KapFrm`

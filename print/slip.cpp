@@ -50,7 +50,7 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
     printCentred(printer, base::formatDate(slip.now, u"dd mmmm yyyy dddd hh:mm", regional));
     printer.setCurrentX(leftMargin);
     printer.printStay(u"Sayın; "_s);
-    printer.print(slip.customer);
+    printer.print(slip.pressing.customer);
     gap(printer);
     printLeft(printer, ruleOf(printer, u'='));
 
@@ -59,10 +59,11 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
     gap(printer);
     const QString rule = ruleOf(printer, u'-');
     printLeft(printer, rule);
-    printLabelAndValue(printer, u"Sıkılacak Zeytin KG"_s, base::formatQuantity(slip.olives, u"#,##0.00 KG", regional));
+    printLabelAndValue(printer, u"Sıkılacak Zeytin KG"_s,
+                       base::formatQuantity(slip.pressing.olives, u"#,##0.00 KG", regional));
     gap(printer);
     // The label says KG and the value LT: that is how the mills know this line.
-    const QString oil = base::formatQuantity(slip.oil, u"#,##0.00 LT", regional);
+    const QString oil = base::formatQuantity(slip.pressing.oil, u"#,##0.00 LT", regional);
     printer.setCurrentX(leftMargin);
     printer.printStay(u"Sıkılan Zeytin Yağı KG"_s);
     printer.setFontUnderline(true);
@@ -71,24 +72,24 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
 
     printSection(printer, u"HAK EDİŞ"_s, rule);
     gap(printer);
-    printCentred(printer, slip.shareInOil ? "%"_L1 + slip.percent + u" Sıkılan Zeytin Yağı Miktarı"_s
+    printCentred(printer, slip.shareInOil ? "%"_L1 + slip.pressing.percentage + u" Sıkılan Zeytin Yağı Miktarı"_s
                                           : u"Sıkılan Zetin Yağı Bedeli"_s); // spelled so on every slip
-    printAmount(printer, slip.shareInOil ? base::formatQuantity(slip.entitlement, u"#,##0 KG", regional)
-                                         : base::formatQuantity(slip.fee, u"#,##0 TL", regional));
+    printAmount(printer, slip.shareInOil ? base::formatQuantity(slip.pressing.entitlement, u"#,##0 KG", regional)
+                                         : base::formatQuantity(slip.pressing.fee, u"#,##0 TL", regional));
 
     printSection(printer, u"TESLİMAT"_s, rule);
     gap(printer);
     // The count on the screen comes from all the oil and is cut; the one on paper comes from the filled litres and is
     // rounded. They may differ.
-    const Containers filled = containers(slip.oil, slip.containerKind, regional);
-    if (slip.countContainers) slip.countContainers(filled);
-    printLabelAndValue(printer, u"Dolan Kap Boyutu"_s, base::numberToText(filled.litres, regional) + " LT"_L1);
+    const double containerLitres = slip.countContainers();
+    printLabelAndValue(printer, u"Dolan Kap Boyutu"_s, base::numberToText(containerLitres, regional) + " LT"_L1);
     gap(printer);
-    const QString& litres = slip.shareInOil ? slip.handedOver : slip.oil;
+    const QString& litres = slip.shareInOil ? slip.handedOver : slip.pressing.oil;
     printLabelAndValue(printer, u"Yaklaşık Dolum Miktarı"_s, base::formatQuantity(litres, u"#,##0 LT", regional));
     gap(printer);
-    printLabelAndValue(printer, u"DOLDURULAN KAP"_s,
-                       base::formatNumber(base::displayValue(litres, regional) / filled.litres, u"#,##0 AD", regional));
+    printLabelAndValue(
+        printer, u"DOLDURULAN KAP"_s,
+        base::formatNumber(base::displayValue(litres, regional) / containerLitres, u"#,##0 AD", regional));
     gap(printer);
     printLeft(printer, rule);
 

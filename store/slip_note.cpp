@@ -20,13 +20,13 @@ QByteArray textOf(const SlipNote& note)
     const QJsonObject fields{
         {"job", note.job},
         {"moment", note.moment},
-        {"olives", note.olives},
-        {"oil", note.oil},
-        {"percentage", note.percentage},
-        {"entitlement", note.entitlement},
-        {"fee", note.fee},
-        {"customer", note.customer},
-        {"container", note.container},
+        {"olives", note.pressing.olives},
+        {"oil", note.pressing.oil},
+        {"percentage", note.pressing.percentage},
+        {"entitlement", note.pressing.entitlement},
+        {"fee", note.pressing.fee},
+        {"customer", note.pressing.customer},
+        {"container", note.pressing.container},
         {"sameBefore", note.sameBefore},
     };
     return QJsonDocument(fields).toJson(QJsonDocument::Compact);
@@ -79,13 +79,13 @@ std::optional<SlipNote> SlipNotes::open() const
         SlipNote note;
         note.job = fields["job"].toInt();
         note.moment = fields["moment"].toDouble();
-        note.olives = fields["olives"].toString();
-        note.oil = fields["oil"].toString();
-        note.percentage = fields["percentage"].toString();
-        note.entitlement = fields["entitlement"].toString();
-        note.fee = fields["fee"].toString();
-        note.customer = fields["customer"].toString();
-        note.container = fields["container"].toString();
+        note.pressing.olives = fields["olives"].toString();
+        note.pressing.oil = fields["oil"].toString();
+        note.pressing.percentage = fields["percentage"].toString();
+        note.pressing.entitlement = fields["entitlement"].toString();
+        note.pressing.fee = fields["fee"].toString();
+        note.pressing.customer = fields["customer"].toString();
+        note.pressing.container = fields["container"].toString();
         note.sameBefore = fields["sameBefore"].toInt();
         return note;
     } catch (const files::Error& error) {

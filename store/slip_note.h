@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QString>
+#include "mill/pressing.h"
+
 #include <filesystem>
 #include <optional>
 
@@ -12,12 +13,11 @@ namespace store {
 
 class Engine;
 
-/// A pressing whose slip is on its way: what will be stored once the printer has taken the slip, as captions, and the
-/// number of the print job.
+/// A pressing whose slip is on its way: what is booked once the printer has taken the slip, and the number of its job.
 struct SlipNote {
     int job = 0;
     double moment = 0; ///< days since 1899-12-30: `Tarih` of the pressing
-    QString olives, oil, percentage, entitlement, fee, customer, container;
+    mill::Pressing pressing;
     int sameBefore = 0; ///< pressings of that customer at that moment before this one; nearly always 0
 
     bool operator==(const SlipNote&) const = default;

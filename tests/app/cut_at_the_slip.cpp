@@ -1,4 +1,4 @@
-#include "app/pressing_record.h"
+#include "counter/slip_road.h"
 #include "print/queue_target.h"
 #include "store/jet/care/check.h"
 #include "tests/app/screen_fixture.h"
@@ -79,14 +79,18 @@ class CutAtTheSlip : public QObject {
     }
 
     /// The next start; `moment` is called before each change of the disk that it makes.
-    static void settle(Moment& world, const std::filesystem::path& file, const std::function<void()>& moment = {})
+    static void startAgain(Moment& world, const std::filesystem::path& file, const std::function<void()>& moment = {})
     {
         world.disk->beforeEachChange = moment;
         store::JetDatabases books(*world.disk);
         store::SlipNotes notes(*world.disk, file);
         print::QueueTarget target(std::make_unique<FakeQueue>(world.spool, [] {}));
-        app::settleOpenSlip(books, QString::fromStdU16String(file.u16string()), notes, target,
-                            base::Regional::turkish(), [](const QString&) {});
+        store::DataSource customers(books), journal(books);
+        customers.setDatabaseName(QString::fromStdU16String(file.u16string()));
+        const QString folder = QString::fromStdU16String(file.parent_path().u16string());
+        counter::Log log(folder, [] { return QDateTime(); });
+        counter::SlipRoad({customers, journal, books, notes, target, log, base::Regional::turkish(), folder, {}})
+            .recover();
         world.disk->beforeEachChange = nullptr;
     }
 
@@ -125,7 +129,7 @@ private slots:
             Moment& world = moments[i];
             // The next start may be stopped too, at each of its own boundaries.
             std::vector<Moment> again;
-            settle(world, file, [&] {
+            startAgain(world, file, [&] {
                 again.push_back(
                     {powerCut ? world.disk->afterPowerCut(std::uint32_t(i + again.size())) : asItIs(*world.disk, file),
                      world.spool});
@@ -134,7 +138,7 @@ private slots:
             QVERIFY2(pressings(*world.disk, file) == world.spool.taken.size(), qPrintable(QString::number(i)));
             QVERIFY(!world.disk->has(std::filesystem::path(file) += "-slip"));
             for (Moment& second : again) {
-                settle(second, file);
+                startAgain(second, file);
                 QVERIFY2(pressings(*second.disk, file) == second.spool.taken.size(),
                          qPrintable(QString("%1, stopped again").arg(i)));
             }
@@ -156,7 +160,7 @@ private slots:
             const bool past = mill.power.changes() < before + failing;
             mill.power.failing.clear();
             Moment world{asItIs(mill.power, mill.file()), mill.spool};
-            settle(world, mill.file());
+            startAgain(world, mill.file());
             QVERIFY2(pressings(*world.disk, mill.file()) == world.spool.taken.size(),
                      qPrintable(QString::number(failing)));
             if (past) {

@@ -91,6 +91,7 @@ public:
     void showEntitlement(int station, bool shown) override { frame3.at(check(station)) = shown; }
     bool entitlementTaken(int station) const override { return taken.at(check(station)); }
     void setEntitlementTaken(int station, bool on) override { taken.at(check(station)) = on; }
+    int containerKind(int station) const override { return kind.at(check(station)); }
     float containers(int station) const override { return count.at(check(station)); }
     void setContainers(int station, float n) override { count.at(check(station)) = n; }
     void centreContainerCaption(int station) override { ++centred.at(check(station)); }
@@ -119,6 +120,7 @@ public:
     std::array<bool, 2> printing{}, frame3{}, taken{}, panel{};
     std::array<float, 2> count{};
     std::array<int, 2> centred{};
+    std::array<int, 2> kind{-1, -1};
     std::array<QString, 2> switchCaption{pressing::entitlementOff, pressing::entitlementOff};
     QString (*titleCase)(const QString&) = nullptr;
 

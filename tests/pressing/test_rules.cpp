@@ -274,6 +274,66 @@ private slots:
         QCOMPARE(screen.count[0], 0.0f);
     }
 
+    void aSlipCountsTheWholeContainersThatTheOilFills_data()
+    {
+        QTest::addColumn<QString>("oil");
+        QTest::addColumn<int>("litres");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("half a container left over") << "23,5" << 10 << "2 Kap";
+        QTest::newRow("half of the last one") << "25" << 10 << "2 Kap";
+        QTest::newRow("fives") << "53" << 5 << "10 Kap";
+        QTest::newRow("fifteens") << "850" << 15 << "56 Kap";
+        QTest::newRow("twenties") << "850" << 20 << "42 Kap";
+        QTest::newRow("less than one") << "4" << 5 << "0 Kap";
+        QTest::newRow("fraction of a litre") << "52,5" << 5 << "10 Kap";
+        QTest::newRow("count without grouping") << "12.345" << 10 << "1234 Kap";
+        QTest::newRow("negative oil is cut towards zero") << "-12" << 5 << "-2 Kap";
+        QTest::newRow("no oil yet") << "" << 20 << "0 Kap";
+    }
+    void aSlipCountsTheWholeContainersThatTheOilFills()
+    {
+        QFETCH(QString, oil);
+        QFETCH(int, litres);
+        screen.put(Field::Label3, oil, 1);
+        screen.put(Field::Label4, "something", 1);
+        screen.kind[1] = litres / 5 - 1;
+        QCOMPARE(pressing::countContainers(screen, 1).value, double(litres));
+        QTEST(shown(Field::Label4, 1), "shown");
+    }
+
+    void withoutAContainerKindOrANumberThereIsNoCount_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("oil");
+        QTest::newRow("none chosen") << -1 << "850";
+        QTest::newRow("behind the list") << 4 << "850";
+        QTest::newRow("oil is no number") << 1 << "abc";
+    }
+    void withoutAContainerKindOrANumberThereIsNoCount()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, oil);
+        screen.put(Field::Label3, oil);
+        screen.kind[0] = kind;
+        try {
+            pressing::countContainers(screen, 0);
+            QFAIL("no error");
+        } catch (const base::RuntimeError& error) {
+            QCOMPARE(error.number(), base::errors::typeMismatch);
+        }
+        QCOMPARE(screen.takeEvents(), QStringList());
+    }
+
+    void aPressingIsWhatStandsAtItsStation()
+    {
+        for (const Field field : pressing::allFields) screen.put(field, pressing::nameOf(field), 1);
+        screen.kind[1] = 0;
+        QCOMPARE(pressing::pressingAt(screen, 1),
+                 (mill::Pressing{"TxtLbl", "Label2", "Label3", "Haklbl", "HakTut", "NakitLbl", " 5 Litrelik Kap"}));
+        screen.kind[1] = -1;
+        QCOMPARE(pressing::pressingAt(screen, 1).container, "");
+    }
+
     void containersCountDownToAHiddenPanel()
     {
         screen.setContainers(0, 2);

@@ -1,0 +1,18 @@
+#include "counter/log.h"
+
+#include <QFile>
+
+namespace counter {
+
+Log::Log(const QString& directory, std::function<QDateTime()> now)
+    : path_(directory + QStringLiteral("/presva.log")), now_(std::move(now))
+{
+}
+
+void Log::write(const QString& line)
+{
+    QFile file(path_);
+    if (file.open(QIODevice::Append)) file.write((now_().toString(Qt::ISODate) + u' ' + line + u'\n').toUtf8());
+}
+
+} // namespace counter

@@ -1,0 +1,69 @@
+#include "counter/register.h"
+
+#include "base/pass_over.h"
+#include "mill/queries.h"
+
+namespace counter {
+
+using mill::Cari;
+
+Register::Register(store::DataSource& customers, base::Regional regional, std::function<void()> processEvents)
+    : customers_(customers), regional_(std::move(regional)), processEvents_(std::move(processEvents))
+{
+}
+
+void Register::search(const QString& typed)
+{
+    customers_.setRecordSource(mill::customerSearch(typed));
+    store::VeriYenile(customers_, processEvents_);
+}
+
+bool Register::hasFound() { return customers_.recordSet().recordCount() != 0; }
+
+bool Register::isCurrent(const QString& name)
+{
+    return hasFound() && customers_.recordSet().field(Cari::Unvan).text() == name;
+}
+
+Terms Register::termsOfCurrent()
+{
+    const auto text = [this](Cari::Field field) {
+        std::optional<QString> caption;
+        base::passOver([&] { caption = customers_.recordSet().field(field).toCaption(regional_); });
+        return caption;
+    };
+    return {text(Cari::Yuzde), text(Cari::Kap), text(Cari::Nakit)};
+}
+
+void Register::add(const QString& name)
+{
+    // Before anything is added: a name that the search could never find again is not saved.
+    const QString criteria = mill::customerCriteria(name);
+    store::RecordSet& customers = customers_.recordSet();
+    customers.addNew();
+    customers.setField(Cari::Unvan, name, regional_);
+    customers.update();
+    customers.findFirst(criteria);
+}
+
+void Register::eraseCurrent()
+{
+    // Pressings first, the customer's row last.
+    store::RecordSet& customers = customers_.recordSet();
+    store::Change change(customers_.database());
+    customers_.database().execute(mill::deletePressingsOf(customers.field(Cari::Unvan).text()));
+    customers.erase();
+    change.commit();
+}
+
+void Register::eraseAll()
+{
+    store::Change change(customers_.database());
+    customers_.database().execute(mill::deleteCustomers);
+    customers_.database().execute(mill::deletePressings);
+    change.commit();
+}
+
+void Register::erasePressings() { customers_.database().execute(mill::deletePressings); }
+
+} // namespace counter

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "base/regional.h"
+#include "store/data_source.h"
+
+#include <functional>
+#include <optional>
+
+namespace counter {
+
+/// What the register knows of a customer's last pressing; nothing for what it does not know.
+struct Terms {
+    std::optional<QString> percentage, container, fee;
+};
+
+/// The customer register as the counter works with it. Which customer is current, and of which search, is the state of
+/// the data source. Names with an apostrophe are error 3075 and change nothing.
+class Register {
+public:
+    /// The source must outlive the register. `processEvents` runs before each search.
+    Register(store::DataSource& customers, base::Regional regional, std::function<void()> processEvents);
+
+    /// Lists the customers whose names begin with what was typed, and makes the first of them current.
+    void search(const QString& typed);
+    bool hasFound();
+    /// The current customer has exactly that name.
+    bool isCurrent(const QString& name);
+    Terms termsOfCurrent();
+
+    /// Adds a customer with nothing but the name, and makes it current.
+    void add(const QString& name);
+    /// Deletes the current customer and all of the customer's pressings: both or neither.
+    void eraseCurrent();
+    /// Deletes every customer and every pressing: all or nothing.
+    void eraseAll();
+    void erasePressings();
+
+private:
+    store::DataSource& customers_;
+    base::Regional regional_;
+    std::function<void()> processEvents_;
+};
+
+} // namespace counter

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/numbers.h"
+
+#include <cstddef> // moc wants it ahead of <compare>
+
+#include <compare>
+
+/// Amounts that carry their unit. Only what means something can be written: oil less oil is oil, a share of oil is oil,
+/// and a kilogram becomes a litre only where somebody says so.
+namespace pressing {
+
+template <class Unit> struct Quantity {
+    double value = 0;
+
+    auto operator<=>(const Quantity&) const = default;
+    friend Quantity operator-(Quantity whole, Quantity part) { return {whole.value - part.value}; }
+    friend Quantity operator*(Quantity whole, double factor) { return {whole.value * factor}; }
+    /// How many times one fits into the other: an error of the caller for a part of 0.
+    friend double operator/(Quantity whole, Quantity part) { return whole.value / part.value; }
+};
+
+using Kilogram = Quantity<struct KilogramUnit>;
+using Litre = Quantity<struct LitreUnit>;
+using Percent = Quantity<struct PercentUnit>;
+using Lira = Quantity<struct LiraUnit>;
+
+inline Kilogram operator*(Kilogram whole, Percent share) { return {whole.value * share.value / 100.0}; }
+
+template <class Unit> bool isFractional(Quantity<Unit> amount) { return base::isFractional(amount.value); }
+
+/// The mills hand out a litre for a kilogram of oil.
+inline Litre handedOutFor(Kilogram oil) { return {oil.value}; }
+
+} // namespace pressing

@@ -1,0 +1,125 @@
+#include "counter/register.h"
+#include "mill/names.h"
+#include "tests/store/mill_file.h"
+#include "tests/support/outcome.h"
+
+#include <QTest>
+
+using mill::Cari, mill::Hareket;
+using store::FieldValue;
+namespace errors = base::errors;
+
+namespace {
+
+/// A register with three customers, two of them with pressings.
+struct Books : MillFile {
+    Books()
+    {
+        addRow(*this, "Cari", {QString("Ali"), 12.0, QString("10 Litrelik Kap"), 0.0});
+        addRow(*this, "Cari", {QString("Ali Veli"), FieldValue(), FieldValue(), 250.0});
+        addRow(*this, "Cari", {QString("Can")});
+        for (const char* name : {"Ali", "Ali Veli", "Ali"})
+            addRow(*this, "Hareket", {FieldValue(), 1000.0, 850.0, 12.0, 102.0, 0.0, QString(name)});
+    }
+    QStringList customers() { return texts(OpenSource(*this, "Cari").recordSet(), Cari::Unvan); }
+    QStringList pressings() { return texts(OpenSource(*this, "Hareket").recordSet(), Hareket::CariHar); }
+
+    OpenSource source{*this, "Cari"};
+    int events = 0; ///< how often waiting events were let in
+    counter::Register customersBook{source, base::Regional::turkish(), [this] { ++events; }};
+};
+
+} // namespace
+
+/// The customer register without a screen: found, recalled, added, deleted.
+class TestRegister : public QObject {
+    Q_OBJECT
+
+private slots:
+    void theFirstCustomerFoundIsCurrent();
+    void termsAreRecalledAsCaptionsAndWhatIsEmptyIsNot();
+    void anAddedCustomerIsCurrentAndHasOnlyAName();
+    void deletingTheCurrentCustomerTakesThatOnesPressings();
+    void withoutACurrentCustomerNobodyIsDeleted();
+    void everythingCanBeDeletedAndThePressingsAlone();
+    void aNameWithAnApostropheChangesNothing();
+};
+
+void TestRegister::theFirstCustomerFoundIsCurrent()
+{
+    Books books;
+    books.customersBook.search("Al");
+    QCOMPARE(books.events, 1);
+    QVERIFY(books.customersBook.hasFound());
+    QVERIFY(books.customersBook.isCurrent("Ali"));
+    QVERIFY(!books.customersBook.isCurrent("ali"));
+    books.customersBook.search("Z");
+    QVERIFY(!books.customersBook.hasFound());
+    QVERIFY(!books.customersBook.isCurrent(""));
+}
+
+void TestRegister::termsAreRecalledAsCaptionsAndWhatIsEmptyIsNot()
+{
+    Books books;
+    books.customersBook.search("Ali");
+    counter::Terms terms = books.customersBook.termsOfCurrent();
+    QCOMPARE(terms.percentage, "12");
+    QCOMPARE(terms.container, "10 Litrelik Kap");
+    QCOMPARE(terms.fee, "0");
+    books.customersBook.search("Ali V");
+    terms = books.customersBook.termsOfCurrent();
+    QVERIFY(!terms.percentage && !terms.container);
+    QCOMPARE(terms.fee, "250");
+}
+
+void TestRegister::anAddedCustomerIsCurrentAndHasOnlyAName()
+{
+    Books books;
+    books.customersBook.search("Deniz");
+    books.customersBook.add("Deniz");
+    QVERIFY(books.customersBook.isCurrent("Deniz"));
+    const counter::Terms terms = books.customersBook.termsOfCurrent();
+    QVERIFY(!terms.percentage && !terms.container && !terms.fee);
+    QCOMPARE(books.customers(), (QStringList{"Ali", "Ali Veli", "Can", "Deniz"}));
+}
+
+void TestRegister::deletingTheCurrentCustomerTakesThatOnesPressings()
+{
+    Books books;
+    books.customersBook.search("Ali");
+    books.customersBook.eraseCurrent();
+    QCOMPARE(books.customers(), (QStringList{"Ali Veli", "Can"}));
+    QCOMPARE(books.pressings(), QStringList{"Ali Veli"});
+}
+
+void TestRegister::withoutACurrentCustomerNobodyIsDeleted()
+{
+    Books books;
+    books.customersBook.search("Z");
+    QCOMPARE(errorOf([&] { books.customersBook.eraseCurrent(); }), errors::noCurrentRecord);
+    QCOMPARE(books.customers().size(), 3);
+    QCOMPARE(books.pressings().size(), 3);
+}
+
+void TestRegister::everythingCanBeDeletedAndThePressingsAlone()
+{
+    Books books;
+    books.customersBook.erasePressings();
+    QCOMPARE(books.pressings(), QStringList());
+    QCOMPARE(books.customers().size(), 3);
+    addRow(books, "Hareket", {FieldValue(), 1000.0});
+    books.customersBook.eraseAll();
+    QCOMPARE(books.pressings(), QStringList());
+    QCOMPARE(books.customers(), QStringList());
+}
+
+void TestRegister::aNameWithAnApostropheChangesNothing()
+{
+    Books books;
+    QCOMPARE(errorOf([&] { books.customersBook.search("O'N"); }), errors::querySyntax);
+    QCOMPARE(errorOf([&] { books.customersBook.add("O'Neil"); }), errors::querySyntax);
+    QCOMPARE(books.customers().size(), 3);
+}
+
+QTEST_APPLESS_MAIN(TestRegister)
+#include "test_register.moc"

@@ -1,0 +1,230 @@
+#include "counter/slip_road.h"
+#include "mill/tables.h"
+#include "platform/system_disk.h"
+#include "store/jet_engine.h"
+#include "tests/doors/fake_printer.h"
+#include "tests/support/outcome.h"
+
+#include <QGuiApplication>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using base::Regional;
+
+namespace {
+
+mill::Pressing pressingOf(const QString& customer)
+{
+    return {customer, "1.000", "850", "12", "102", "0", "10 Litrelik Kap"};
+}
+
+/// A mill without a screen: its database in a folder, a printer that can fail.
+struct Mill {
+    Mill()
+    {
+        mill::createDatabase(platform::systemDisk(), database().toStdString(), jet::turkish, jet::DateTime{45981});
+        engine = databases.open(database());
+        for (auto* source : {&customers, &journal}) source->setDatabaseName(database());
+        customers.setRecordSource("Cari");
+        journal.setRecordSource("Hareket");
+        customers.refresh();
+        journal.refresh();
+    }
+
+    QString database() const { return folder.filePath("Yag.mdb"); }
+    int rows(const QString& table) { return int(engine->open(table).rows.size()); }
+    QStringList log() const
+    {
+        QFile file(folder.filePath("presva.log"));
+        if (!file.open(QIODevice::ReadOnly)) return {};
+        return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+    print::Slip slip(const QString& customer)
+    {
+        print::Slip slip;
+        slip.pressing = pressingOf(customer);
+        slip.handedOver = "748";
+        slip.shareInOil = true;
+        slip.countContainers = [] { return 10.0; };
+        return slip;
+    }
+    /// The note of a slip that a stop caught on its way.
+    store::SlipNote note(int job) const { return {job, 45981.5, pressingOf("Işıl O'Hara"), 0}; }
+    int job(bool sent)
+    {
+        const print::Document document{"%PDF-1.4", "Fiş", {}, print::Paper::slipRoll80()};
+        const int number = printer.createJob(document);
+        if (sent) printer.sendAndFinish(number, document);
+        return number;
+    }
+
+    QTemporaryDir folder;
+    QDateTime now{QDate(2025, 11, 20), QTime(14, 5)};
+    store::JetDatabases databases{platform::systemDisk()};
+    store::DataSource customers{databases}, journal{databases};
+    store::SlipNotes notes{platform::systemDisk(), database().toStdString()};
+    FakePrinter printer;
+    counter::Log written{folder.path(), [this] { return now; }};
+    counter::SlipRoad road{{customers, journal, databases, notes, printer, written, Regional::turkish(), folder.path(),
+                            [this] { return now; }}};
+    std::shared_ptr<store::Engine> engine;
+};
+
+} // namespace
+
+/// The road of a slip: printed, noted, booked, and what becomes of one that a stop caught on its way.
+class TestSlipRoad : public QObject {
+    Q_OBJECT
+
+private slots:
+    void aSlipThatThePrinterHasIsBookedWithItsTerms()
+    {
+        Mill mill;
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")));
+        QCOMPARE(mill.printer.sent, QList<int>{1});
+        const store::Listing journal = mill.engine->open("Hareket");
+        QCOMPARE(journal.rows.size(), std::size_t(1));
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 0).moment(), mill.now);
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 2).number().value(), 850.0);
+        const store::Listing customers = mill.engine->open("Cari");
+        QCOMPARE(customers.rows.size(), std::size_t(1));
+        QCOMPARE(mill.engine->field(customers, customers.rows[0], 2).text(), "10 Litrelik Kap");
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.log(), QStringList());
+    }
+
+    void theNoteIsOnTheDiskBeforeAPageLeaves()
+    {
+        Mill mill;
+        std::optional<store::SlipNote> atCreate, atSend;
+        mill.printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::create) atCreate = mill.notes.open();
+            if (step == FakePrinter::Step::send) atSend = mill.notes.open();
+            QCOMPARE(mill.rows("Hareket"), 0);
+        };
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")));
+        QVERIFY(!atCreate);
+        QVERIFY(atSend && atSend->job == 1 && atSend->pressing == pressingOf("Ali"));
+    }
+
+    void whatIsNotPrintedIsNotBooked_data()
+    {
+        QTest::addColumn<int>("step"); // of the printer; -1: the slip itself fails
+        QTest::newRow("no printer") << int(FakePrinter::Step::paper);
+        QTest::newRow("job refused") << int(FakePrinter::Step::create);
+        QTest::newRow("pages refused") << int(FakePrinter::Step::send);
+        QTest::newRow("weight that is no number") << -1;
+    }
+    void whatIsNotPrintedIsNotBooked()
+    {
+        QFETCH(int, step);
+        Mill mill;
+        print::Slip slip = mill.slip("Ali");
+        if (step < 0)
+            slip.pressing.olives = "1234KG";
+        else
+            mill.printer.failAt = FakePrinter::Step(step);
+        QVERIFY(!mill.road.printAndBook(slip));
+        QCOMPARE(mill.rows("Cari"), 0);
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QVERIFY(!mill.notes.open());
+        mill.printer.failAt.reset();
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")));
+        QCOMPARE(mill.rows("Hareket"), 1);
+    }
+
+    void aNoteLeftOverIsTakenUpBeforeTheNextSlip()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(true)));
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")));
+        QCOMPARE(mill.rows("Hareket"), 2);
+        QCOMPARE(mill.rows("Cari"), 2);
+        QCOMPARE(mill.log().size(), 1);
+    }
+
+    void aNoteComesBackLetterForLetter()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(7));
+        QVERIFY(mill.notes.open() == mill.note(7));
+        mill.notes.write(mill.note(8));
+        QVERIFY(mill.notes.open() == mill.note(8));
+        mill.notes.strike();
+        QVERIFY(!mill.notes.open());
+    }
+
+    void aNoteThatIsNotWholeCountsAsNone()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(7));
+        QFile file(mill.database() + "-slip");
+        QVERIFY(file.resize(file.size() - 1));
+        QVERIFY(!mill.notes.open());
+    }
+
+    void aSlipThatThePrinterTookIsStoredOnce()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(true)));
+        mill.road.recover();
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QCOMPARE(mill.rows("Cari"), 1);
+        const store::Listing journal = mill.engine->open("Hareket");
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 1).number().value(), 1000.0);
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 4).number().value(), 102.0);
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 6).text(), "Işıl O'Hara");
+        QCOMPARE(mill.log().size(), 1);
+        QVERIFY(!mill.notes.open());
+        mill.road.recover();
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QCOMPARE(mill.log(),
+                 QStringList{"2025-11-20T14:05:00 fiş 1 (Işıl O'Hara, 1.000 kg): basılmış, kaydı şimdi yapıldı"});
+    }
+
+    void aSlipThatWasStoredBeforeTheCrashIsNotStoredAgain()
+    {
+        Mill mill;
+        const store::SlipNote slip = mill.note(mill.job(true));
+        mill.notes.write(slip);
+        counter::book(mill.customers, mill.journal, slip, Regional::turkish());
+        mill.road.recover();
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QCOMPARE(mill.rows("Cari"), 1);
+        QVERIFY(!mill.notes.open());
+    }
+
+    void aSlipThatNeverReachedThePrinterIsDropped()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(false)));
+        mill.road.recover();
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QCOMPARE(mill.rows("Cari"), 0);
+        QCOMPARE(mill.log().size(), 1);
+        QVERIFY(!mill.notes.open());
+    }
+
+    void theSameCustomerTwiceInOneSecondIsTwoPressings()
+    {
+        Mill mill;
+        counter::book(mill.customers, mill.journal, mill.note(mill.job(true)), Regional::turkish());
+        store::SlipNote second = mill.note(mill.job(true));
+        second.sameBefore = store::pressingsAt(*mill.engine, second.pressing.customer, second.moment);
+        QCOMPARE(second.sameBefore, 1);
+        mill.notes.write(second);
+        mill.road.recover();
+        QCOMPARE(mill.rows("Hareket"), 2);
+        QCOMPARE(mill.rows("Cari"), 1);
+    }
+};
+
+/// Text is measured without a screen.
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
+    TestSlipRoad test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "test_slip_road.moc"
