@@ -8,6 +8,7 @@
 #include "scale/weight_line.h"
 
 #include <QCoreApplication>
+#include <QTcpSocket>
 
 namespace app {
 namespace {
@@ -33,9 +34,9 @@ void Form1::wireScale()
     TeraziComm = new scale::TeraziComm(scale::systemPorts(surroundings_.directory), scale::systemSerialDevice(), this);
     TeraziComm->setObjectName(QStringLiteral("TeraziComm"));
     connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
-    Winsock1 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Winsock1 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
     Winsock1->setObjectName(QStringLiteral("Winsock1"));
-    Winsock2 = new scale::DrainSocket(QAbstractSocket::TcpSocket, this);
+    Winsock2 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
     Winsock2->setObjectName(QStringLiteral("Winsock2"));
     Bağlantı->onClick([this] { Bağlantı_Click(); });
     PortAyarlar->onClick([this] { PortAyarlar_Click(); });

@@ -51,22 +51,6 @@ QString fromCodePage(QByteArrayView bytes)
     return text;
 }
 
-QByteArray toCodePage(QStringView text)
-{
-    QByteArray bytes;
-    bytes.reserve(text.size());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const auto* const found = std::find(characters.begin(), characters.end(), text[i].unicode());
-        if (found != characters.end()) {
-            bytes += static_cast<char>(static_cast<unsigned char>(found - characters.begin()));
-            continue;
-        }
-        bytes += '?';
-        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) ++i;
-    }
-    return bytes;
-}
-
 QString decodeEditedText(QByteArrayView bytes)
 {
     if (bytes.startsWith("\xEF\xBB\xBF")) return decoded(bytes.sliced(3), QStringConverter::Utf8);

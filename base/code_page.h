@@ -1,9 +1,7 @@
 #pragma once
 
-#include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
-#include <QStringView>
 
 namespace base {
 
@@ -12,9 +10,6 @@ namespace base {
 
 /// Never fails: the seven undefined bytes (81 8D 8E 8F 90 9D 9E) stand for themselves.
 QString fromCodePage(QByteArrayView bytes);
-
-/// A character that the code page does not have becomes "?".
-QByteArray toCodePage(QStringView text);
 
 /// The text of a file that people edit: a byte-order mark decides (UTF-8, UTF-16 of either order); without one, a file
 /// that is valid UTF-8 and holds a multi-byte sequence is UTF-8; everything else is code page 1254. The mark is

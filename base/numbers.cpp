@@ -276,14 +276,7 @@ QString numberToText(float value, const Regional& regional)
 }
 QString numberToText(int value, const Regional& regional) { return plainText(value, 15, regional); }
 
-double roundDown(double value) { return std::floor(value); }
 double truncate(double value) { return std::trunc(value); }
 bool isFractional(double value) { return value > std::floor(value); }
-
-double divide(double dividend, double divisor)
-{
-    if (divisor == 0) throw runtimeError(dividend == 0 ? errors::overflow : errors::divisionByZero);
-    return dividend / divisor;
-}
 
 } // namespace base

@@ -54,11 +54,7 @@ QString numberToText(int value, const Regional& regional);
 
 // ---- Arithmetic -----------------------------------------------------------------------------------------------
 
-double roundDown(double value);  ///< toward minus infinity: -3.7 gives -4
 double truncate(double value);   ///< toward zero: -3.7 gives -3
-bool isFractional(double value); ///< above its rounded-down value
-
-/// Error 11 for a zero divisor, error 6 for 0/0.
-double divide(double dividend, double divisor);
+bool isFractional(double value); ///< above the whole number below it
 
 } // namespace base

@@ -69,11 +69,7 @@ void Printer::setFontUnderline(bool on)
     changeFont();
 }
 
-void Printer::setFontCharset(int charset)
-{
-    paper();
-    charset_ = charset;
-}
+void Printer::setFontCharset(int /*charset*/) { paper(); }
 
 void Printer::changeFont()
 {

@@ -30,18 +30,14 @@ public:
 
     // ---- Font: what is set holds for the texts that follow ----
 
-    const QString& fontName() const { return fontName_; }
     void setFontName(const QString& name); ///< a face that is not there is substituted silently
     float fontSize() const { return fontSize_; }
     void setFontSize(float points); ///< error 380 unless above 0 and at most 2160
-    bool fontBold() const { return bold_; }
     void setFontBold(bool on);
-    bool fontItalic() const { return italic_; }
     void setFontItalic(bool on);
-    bool fontUnderline() const { return underline_; }
     void setFontUnderline(bool on);
-    /// Kept, without effect: the texts are Unicode, and every face used has the Turkish letters.
-    int fontCharset() const { return charset_; }
+    /// Begins the job like any property, and no more: the texts are Unicode, and every face used has the Turkish
+    /// letters.
     void setFontCharset(int charset);
 
     // ---- Measures ----
@@ -54,7 +50,6 @@ public:
 
     // ---- Output ----
 
-    double currentX() const { return x_; }
     void setCurrentX(double x);
     double currentY() const { return y_; }
     void setCurrentY(double y);
@@ -98,7 +93,6 @@ private:
     bool bold_ = false;
     bool italic_ = false;
     bool underline_ = false;
-    int charset_ = 1;
     std::optional<QFont> font_; ///< of the properties above, built when it is needed
     std::optional<QFontMetricsF> metrics_;
     std::optional<std::size_t> fontIndex_; ///< of font_ in layout_.fonts

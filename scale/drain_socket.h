@@ -12,16 +12,12 @@ class DrainSocket : public QObject {
     Q_OBJECT
 
 public:
-    explicit DrainSocket(QAbstractSocket::SocketType type, QObject* parent = nullptr);
-
-    QAbstractSocket& socket() { return *socket_; }
-    qint64 discarded() const { return discarded_; } ///< bytes so far
+    explicit DrainSocket(std::unique_ptr<QAbstractSocket> socket, QObject* parent = nullptr);
 
 private:
     void drain();
 
     std::unique_ptr<QAbstractSocket> socket_;
-    qint64 discarded_ = 0;
 };
 
 } // namespace scale

@@ -110,7 +110,6 @@ void TeraziComm::open()
     ++session_;
     failing_ = false;
     lineFeedMayFollow_ = false;
-    sinceBytes_.invalidate();
     if (raising_ == 0) readErrorRaised_ = false;
     try {
         const auto path = ports_(commPort_);
@@ -154,17 +153,10 @@ void TeraziComm::setOutBufferCount(int count)
     if (portOpen()) device_->discardOutput();
 }
 
-std::optional<qint64> TeraziComm::quietFor() const
-{
-    if (!sinceBytes_.isValid()) return std::nullopt;
-    return sinceBytes_.elapsed();
-}
-
 void TeraziComm::gather()
 {
     QByteArray bytes = device_->readAll();
     if (bytes.isEmpty()) return;
-    sinceBytes_.start();
     readErrorRaised_ = false;
     if (std::exchange(lineFeedMayFollow_, false) && pending_.isEmpty() && bytes.startsWith('\n')) bytes.remove(0, 1);
     if (bytes.isEmpty()) return;

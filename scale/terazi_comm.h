@@ -56,12 +56,8 @@ public:
     void setOutBufferCount(int count) override;
     int commEvent() const override { return commEvent_; }
 
-    // ---- Facts for the status line, which nothing depends on ----
-
     /// Why the port is closed although it was to be open; empty otherwise.
     QString trouble() const { return trouble_; }
-    /// Milliseconds since bytes last arrived; nothing since the port was opened.
-    std::optional<qint64> quietFor() const;
 
 signals:
     void OnComm();
@@ -89,7 +85,6 @@ private:
     bool lineFeedMayFollow_ = false;
     QTimer quiet_{this};    ///< restarted by every fragment
     QTimer deadline_{this}; ///< started by the first carriage return that waits
-    QElapsedTimer sinceBytes_;
 
     int session_ = 0; ///< one for each opening: what was queued for an earlier one is void
     bool failing_ = false;

@@ -10,23 +10,21 @@ class CodePage : public QObject {
     Q_OBJECT
 
 private slots:
-    void everyByteIsOneCharacterAndComesBack();
+    void everyByteIsOneCharacterOfItsOwn();
     void turkishBytesAreTurkishLetters_data();
     void turkishBytesAreTurkishLetters();
     void undefinedBytesStandForThemselves();
-    void charactersOutsideThePageBecomeQuestionMarks();
     void editedFilesAreDecodedByTheirMarkOrShape_data();
     void editedFilesAreDecodedByTheirMarkOrShape();
 };
 
-void CodePage::everyByteIsOneCharacterAndComesBack()
+void CodePage::everyByteIsOneCharacterOfItsOwn()
 {
     QByteArray bytes;
     for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
     const QString text = fromCodePage(bytes);
     QCOMPARE(text.size(), 256);
     QCOMPARE(QSet<QChar>(text.begin(), text.end()).size(), 256);
-    QCOMPARE(toCodePage(text), bytes);
 }
 
 void CodePage::turkishBytesAreTurkishLetters_data()
@@ -47,7 +45,6 @@ void CodePage::turkishBytesAreTurkishLetters()
     QFETCH(QByteArray, bytes);
     QFETCH(QString, text);
     QCOMPARE(fromCodePage(bytes), text);
-    QCOMPARE(toCodePage(text), bytes);
 }
 
 void CodePage::undefinedBytesStandForThemselves()
@@ -56,12 +53,6 @@ void CodePage::undefinedBytesStandForThemselves()
         const char raw = static_cast<char>(byte);
         QCOMPARE(fromCodePage(QByteArrayView(&raw, 1)), QString(QChar(byte)));
     }
-}
-
-void CodePage::charactersOutsideThePageBecomeQuestionMarks()
-{
-    QCOMPARE(toCodePage(u"a→b"), "a?b"_ba);
-    QCOMPARE(toCodePage(u"a😀b"), "a?b"_ba);
 }
 
 void CodePage::editedFilesAreDecodedByTheirMarkOrShape_data()

@@ -94,7 +94,6 @@ void TeraziCommTest::freshControlIsClosedOnCom1At9600()
     QCOMPARE(control_->handshaking(), 0);
     QVERIFY(!control_->portOpen());
     QCOMPARE(control_->inBufferCount(), 0);
-    QVERIFY(!control_->quietFor().has_value());
 }
 
 void TeraziCommTest::settingsAreCheckedWhenAssigned()
