@@ -178,4 +178,4 @@ void ReportFiles::fullDiskLeavesTheOldTotalsRow()
 }
 
 QTEST_GUILESS_MAIN(ReportFiles)
-#include "test_report_files.moc"
+#include "report_files.moc"

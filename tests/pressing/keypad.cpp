@@ -163,4 +163,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(Keypad)
-#include "test_keypad.moc"
+#include "keypad.moc"

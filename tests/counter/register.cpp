@@ -122,4 +122,4 @@ void TestRegister::aNameWithAnApostropheChangesNothing()
 }
 
 QTEST_APPLESS_MAIN(TestRegister)
-#include "test_register.moc"
+#include "register.moc"

@@ -426,4 +426,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(Cups)
-#include "test_cups.moc"
+#include "cups_queue.moc"

@@ -60,4 +60,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(HeaderFile)
-#include "test_header_file.moc"
+#include "header_file.moc"

@@ -206,4 +206,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(QueueTargetTest)
-#include "test_queue_target.moc"
+#include "queue_target.moc"

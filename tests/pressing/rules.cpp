@@ -385,4 +385,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(Rules)
-#include "test_rules.moc"
+#include "rules.moc"

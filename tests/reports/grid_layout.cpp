@@ -472,4 +472,4 @@ void GridLayouts::listingWithFewColumnsStillLoads()
 }
 
 QTEST_GUILESS_MAIN(GridLayouts)
-#include "test_grid_layout.moc"
+#include "grid_layout.moc"

@@ -297,4 +297,4 @@ void TestFields::faultsHaveTheNumbersOfTheScreen()
 
 Q_DECLARE_METATYPE(FieldValue)
 QTEST_APPLESS_MAIN(TestFields)
-#include "test_fields.moc"
+#include "fields.moc"

@@ -144,4 +144,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(FolderTargetTest)
-#include "test_folder_target.moc"
+#include "folder_target.moc"

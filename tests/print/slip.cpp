@@ -568,4 +568,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(SlipTest)
-#include "test_slip.moc"
+#include "slip.moc"

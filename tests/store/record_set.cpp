@@ -443,4 +443,4 @@ void TestRecordSet::aCriteriaTextIsOneConditionAndNoMore()
 }
 
 QTEST_APPLESS_MAIN(TestRecordSet)
-#include "test_record_set.moc"
+#include "record_set.moc"

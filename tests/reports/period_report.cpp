@@ -288,4 +288,4 @@ void PeriodReport::everyFailureLeavesOneTotalsRowAndTheListingTrue()
 }
 
 QTEST_GUILESS_MAIN(PeriodReport)
-#include "test_period_report.moc"
+#include "period_report.moc"

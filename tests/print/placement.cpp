@@ -97,4 +97,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(Placement)
-#include "test_placement.moc"
+#include "placement.moc"

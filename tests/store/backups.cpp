@@ -171,4 +171,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(BackupsTest)
-#include "test_backups.moc"
+#include "backups.moc"

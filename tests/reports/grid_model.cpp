@@ -240,4 +240,4 @@ void GridModels::currentRowIsTheSourcesOwn()
 }
 
 QTEST_GUILESS_MAIN(GridModels)
-#include "test_grid_model.moc"
+#include "grid_model.moc"

@@ -91,4 +91,4 @@ void ReportTexts::changedPickerDragsTheOtherOne()
 }
 
 QTEST_GUILESS_MAIN(ReportTexts)
-#include "test_period.moc"
+#include "period.moc"

@@ -134,4 +134,4 @@ void TestQueries::aNameReachesNoOtherCustomer()
 }
 
 QTEST_APPLESS_MAIN(TestQueries)
-#include "test_queries.moc"
+#include "queries.moc"

@@ -236,4 +236,4 @@ void TestDataSource::aHandlerMayRefreshTheSourceItHearsFrom()
 }
 
 QTEST_APPLESS_MAIN(TestDataSource)
-#include "test_data_source.moc"
+#include "data_source.moc"

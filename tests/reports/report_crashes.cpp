@@ -219,4 +219,4 @@ void ReportCrashes::cleanupTestCase()
 }
 
 QTEST_GUILESS_MAIN(ReportCrashes)
-#include "test_report_crashes.moc"
+#include "report_crashes.moc"

@@ -419,4 +419,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(PrinterTest)
-#include "test_printer.moc"
+#include "printer.moc"

@@ -155,4 +155,4 @@ void SampleReports::everyMonthAddsUp()
 }
 
 QTEST_GUILESS_MAIN(SampleReports)
-#include "test_sample_reports.moc"
+#include "sample_reports.moc"

@@ -429,4 +429,4 @@ private slots:
 };
 
 PRINT_TEST_MAIN(StatementTest)
-#include "test_statement.moc"
+#include "statement.moc"

@@ -2,6 +2,7 @@
 #include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "store/jet_engine.h"
+#include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/support/outcome.h"
 
@@ -59,14 +60,14 @@ struct Mill {
     }
 
     QTemporaryDir folder;
-    QDateTime now{QDate(2025, 11, 20), QTime(14, 5)};
+    FakeClock clock;
     store::JetDatabases databases{platform::systemDisk()};
     store::DataSource customers{databases}, journal{databases};
     store::SlipNotes notes{platform::systemDisk(), database().toStdString()};
     FakePrinter printer;
-    counter::Log written{folder.path(), [this] { return now; }};
-    counter::SlipRoad road{{customers, journal, databases, notes, printer, written, Regional::turkish(), folder.path(),
-                            [this] { return now; }}};
+    counter::Log written{folder.path(), clock.hands()};
+    counter::SlipRoad road{
+        {customers, journal, databases, notes, printer, written, Regional::turkish(), folder.path(), clock.hands()}};
     std::shared_ptr<store::Engine> engine;
 };
 
@@ -84,7 +85,7 @@ private slots:
         QCOMPARE(mill.printer.sent, QList<int>{1});
         const store::Listing journal = mill.engine->open("Hareket");
         QCOMPARE(journal.rows.size(), std::size_t(1));
-        QCOMPARE(mill.engine->field(journal, journal.rows[0], 0).moment(), mill.now);
+        QCOMPARE(mill.engine->field(journal, journal.rows[0], 0).moment(), mill.clock.now);
         QCOMPARE(mill.engine->field(journal, journal.rows[0], 2).number().value(), 850.0);
         const store::Listing customers = mill.engine->open("Cari");
         QCOMPARE(customers.rows.size(), std::size_t(1));
@@ -227,4 +228,4 @@ int main(int argc, char** argv)
     TestSlipRoad test;
     return QTest::qExec(&test, argc, argv);
 }
-#include "test_slip_road.moc"
+#include "slip_road.moc"

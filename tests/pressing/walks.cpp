@@ -209,4 +209,4 @@ private:
 };
 
 QTEST_GUILESS_MAIN(Walks)
-#include "test_walks.moc"
+#include "walks.moc"
