@@ -124,34 +124,15 @@ void ScalePort::storedPortIsOpened_data()
     QTest::addColumn<QString>("CommPort");
     QTest::addColumn<QString>("Handshaking");
     QTest::addColumn<QString>("opened"); // number, settings, flow control
-    QTest::newRow("nothing stored") << ""
-                                    << ""
-                                    << ""
-                                    << "1 9600,n,8,1 0";
-    QTest::newRow("all stored") << "19200,N,8,1"
-                                << "3"
-                                << "1"
-                                << "3 19200,n,8,1 1";
-    QTest::newRow("number with decimals is rounded") << ""
-                                                     << "2,6"
-                                                     << ""
-                                                     << "3 9600,n,8,1 0";
-    QTest::newRow("halves go to the even port") << ""
-                                                << "0,5"
-                                                << ""
-                                                << "1 9600,n,8,1 0";
-    QTest::newRow("number that is none says nothing") << ""
-                                                      << "com3"
-                                                      << ""
-                                                      << "1 9600,n,8,1 0";
-    QTest::newRow("number too large says nothing") << ""
-                                                   << "40000"
-                                                   << ""
-                                                   << "1 9600,n,8,1 0";
-    QTest::newRow("number beyond the ports says nothing") << ""
-                                                          << "17"
-                                                          << "2"
-                                                          << "1 9600,n,8,1 2";
+    // clang-format off
+    QTest::newRow("nothing stored") << "" << "" << "" << "1 9600,n,8,1 0";
+    QTest::newRow("all stored") << "19200,N,8,1" << "3" << "1" << "3 19200,n,8,1 1";
+    QTest::newRow("number with decimals is rounded") << "" << "2,6" << "" << "3 9600,n,8,1 0";
+    QTest::newRow("halves go to the even port") << "" << "0,5" << "" << "1 9600,n,8,1 0";
+    QTest::newRow("number that is none says nothing") << "" << "com3" << "" << "1 9600,n,8,1 0";
+    QTest::newRow("number too large says nothing") << "" << "40000" << "" << "1 9600,n,8,1 0";
+    QTest::newRow("number beyond the ports says nothing") << "" << "17" << "2" << "1 9600,n,8,1 2";
+    // clang-format on
 }
 
 void ScalePort::storedPortIsOpened()
@@ -178,16 +159,13 @@ void ScalePort::unusableSettingsAreReportedAndThePortStaysClosed_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("error");
     QTest::addColumn<int>("port"); // afterwards; 3 is stored
-    QTest::newRow("settings string") << "Settings"
-                                     << "9600,X,8,1" << 380 << 1;
-    QTest::newRow("settings string of another shape") << "Settings"
-                                                      << "9600" << 380 << 1;
-    QTest::newRow("flow control that is no number") << "Handshaking"
-                                                    << "abc" << 13 << 3;
-    QTest::newRow("flow control that is no mode") << "Handshaking"
-                                                  << "9" << 380 << 3;
-    QTest::newRow("flow control beyond any number") << "Handshaking"
-                                                    << "2147483648" << 6 << 3;
+    // clang-format off
+    QTest::newRow("settings string") << "Settings" << "9600,X,8,1" << 380 << 1;
+    QTest::newRow("settings string of another shape") << "Settings" << "9600" << 380 << 1;
+    QTest::newRow("flow control that is no number") << "Handshaking" << "abc" << 13 << 3;
+    QTest::newRow("flow control that is no mode") << "Handshaking" << "9" << 380 << 3;
+    QTest::newRow("flow control beyond any number") << "Handshaking" << "2147483648" << 6 << 3;
+    // clang-format on
 }
 
 void ScalePort::unusableSettingsAreReportedAndThePortStaysClosed()

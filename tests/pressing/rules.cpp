@@ -42,39 +42,19 @@ private slots:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("olives");
         QTest::addColumn<QString>("oil");
-        QTest::newRow("round") << "1000"
-                               << "1.000"
-                               << "900";
-        QTest::newRow("fraction") << "1.234,5"
-                                  << "1.234,50"
-                                  << "1.111";
-        QTest::newRow("up") << "1235"
-                            << "1.235"
-                            << "1.112";
-        QTest::newRow("one") << "1"
-                             << "1"
-                             << "1";
-        QTest::newRow("half goes up") << "5"
-                                      << "5"
-                                      << "5";
-        QTest::newRow("thirteen and a half") << "15"
-                                             << "15"
-                                             << "14";
-        QTest::newRow("forty five") << "45"
-                                    << "45"
-                                    << "41";
-        QTest::newRow("thousand and five") << "1005"
-                                           << "1.005"
-                                           << "905";
-        QTest::newRow("under a half") << "0,55"
-                                      << "0,55"
-                                      << "0";
-        QTest::newRow("over a half") << "0,60"
-                                     << "0,60"
-                                     << "1";
-        QTest::newRow("two and a half") << "2,78"
-                                        << "2,78"
-                                        << "3";
+        // clang-format off
+        QTest::newRow("round") << "1000" << "1.000" << "900";
+        QTest::newRow("fraction") << "1.234,5" << "1.234,50" << "1.111";
+        QTest::newRow("up") << "1235" << "1.235" << "1.112";
+        QTest::newRow("one") << "1" << "1" << "1";
+        QTest::newRow("half goes up") << "5" << "5" << "5";
+        QTest::newRow("thirteen and a half") << "15" << "15" << "14";
+        QTest::newRow("forty five") << "45" << "45" << "41";
+        QTest::newRow("thousand and five") << "1005" << "1.005" << "905";
+        QTest::newRow("under a half") << "0,55" << "0,55" << "0";
+        QTest::newRow("over a half") << "0,60" << "0,60" << "1";
+        QTest::newRow("two and a half") << "2,78" << "2,78" << "3";
+        // clang-format on
     }
     void oilIsPresetToNineTenthsOfTheOlives()
     {
@@ -126,20 +106,15 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("percentage");
-        QTest::newRow("three digits") << "123"
-                                      << "12";
-        QTest::newRow("five characters stay") << "12,345"
-                                              << "12,34";
-        QTest::newRow("two decimals") << "12,75"
-                                      << "12,75";
-        QTest::newRow("dangling mark") << "12,"
-                                       << "12";
-        QTest::newRow("zero decimal") << "12,0"
-                                      << "12";
-        QTest::newRow("cut to a whole") << "12,004"
-                                        << "12";
-        QTest::newRow("emptied") << ""
-                                 << "0";
+        // clang-format off
+        QTest::newRow("three digits") << "123" << "12";
+        QTest::newRow("five characters stay") << "12,345" << "12,34";
+        QTest::newRow("two decimals") << "12,75" << "12,75";
+        QTest::newRow("dangling mark") << "12," << "12";
+        QTest::newRow("zero decimal") << "12,0" << "12";
+        QTest::newRow("cut to a whole") << "12,004" << "12";
+        QTest::newRow("emptied") << "" << "0";
+        // clang-format on
     }
     void percentageSetAtOnceIsCut()
     {
@@ -164,24 +139,14 @@ private slots:
         QTest::addColumn<QString>("percentage");
         QTest::addColumn<QString>("oil");
         QTest::addColumn<QString>("entitlement");
-        QTest::newRow("2,28") << "2,28"
-                              << "1.250"
-                              << "29";
-        QTest::newRow("2,3") << "2,3"
-                             << "1.500"
-                             << "35";
-        QTest::newRow("4,1") << "4,1"
-                             << "1.500"
-                             << "62";
-        QTest::newRow("4,6") << "4,6"
-                             << "750"
-                             << "35";
-        QTest::newRow("5,1") << "5,1"
-                             << "1.500"
-                             << "77";
-        QTest::newRow("8,12") << "8,12"
-                              << "1.250"
-                              << "102";
+        // clang-format off
+        QTest::newRow("2,28") << "2,28" << "1.250" << "29";
+        QTest::newRow("2,3") << "2,3" << "1.500" << "35";
+        QTest::newRow("4,1") << "4,1" << "1.500" << "62";
+        QTest::newRow("4,6") << "4,6" << "750" << "35";
+        QTest::newRow("5,1") << "5,1" << "1.500" << "77";
+        QTest::newRow("8,12") << "8,12" << "1.250" << "102";
+        // clang-format on
     }
     void productsJustBelowAHalfRoundUp()
     {

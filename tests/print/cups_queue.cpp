@@ -1,6 +1,6 @@
 #include "cups_fixture.h"
-#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/outcome.h"
 
 #include "platform/print_queue.h"
 #include "print/queue_target.h"

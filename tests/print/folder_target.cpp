@@ -1,5 +1,5 @@
-#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/outcome.h"
 
 #include "platform/new_file.h"
 #include "print/folder_target.h"

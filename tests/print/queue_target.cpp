@@ -1,6 +1,6 @@
 #include "tests/doors/fake_queue.h"
-#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/outcome.h"
 
 #include "print/queue_target.h"
 #include <functional>

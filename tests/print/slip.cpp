@@ -367,45 +367,21 @@ private slots:
         QTest::addColumn<int>("litres");
         QTest::addColumn<QString>("filled");
         QTest::addColumn<QString>("count");
-        QTest::newRow("L40") << false << "23,5"
-                             << "" << 10 << "24 LT"
-                             << "2 AD";
-        QTest::newRow("L41") << false << "25"
-                             << "" << 10 << "25 LT"
-                             << "3 AD";
-        QTest::newRow("L42") << false << "53"
-                             << "" << 5 << "53 LT"
-                             << "11 AD";
-        QTest::newRow("L43") << false << "850"
-                             << "" << 15 << "850 LT"
-                             << "57 AD";
-        QTest::newRow("L44") << true << "850"
-                             << "748" << 20 << "748 LT"
-                             << "37 AD";
-        QTest::newRow("L45") << false << "4"
-                             << "" << 5 << "4 LT"
-                             << "1 AD";
-        QTest::newRow("L46") << false << "2"
-                             << "" << 5 << "2 LT"
-                             << "0 AD";
-        QTest::newRow("L47") << false << "52,5"
-                             << "" << 5 << "53 LT"
-                             << "11 AD";
-        QTest::newRow("L48") << true << "100"
-                             << "-20" << 10 << "-20 LT"
-                             << "-2 AD";
-        QTest::newRow("L49") << false << "12.345"
-                             << "" << 10 << "12.345 LT"
-                             << "1.235 AD";
-        QTest::newRow("negative oil is cut towards zero") << false << "-12"
-                                                          << "" << 5 << "-12 LT"
-                                                          << "-2 AD";
-        QTest::newRow("nothing handed over yet") << true << "850"
-                                                 << "" << 20 << "0 LT"
-                                                 << "0 AD";
-        QTest::newRow("no oil yet") << false << ""
-                                    << "" << 20 << "0 LT"
-                                    << "0 AD";
+        // clang-format off
+        QTest::newRow("L40") << false << "23,5" << "" << 10 << "24 LT" << "2 AD";
+        QTest::newRow("L41") << false << "25" << "" << 10 << "25 LT" << "3 AD";
+        QTest::newRow("L42") << false << "53" << "" << 5 << "53 LT" << "11 AD";
+        QTest::newRow("L43") << false << "850" << "" << 15 << "850 LT" << "57 AD";
+        QTest::newRow("L44") << true << "850" << "748" << 20 << "748 LT" << "37 AD";
+        QTest::newRow("L45") << false << "4" << "" << 5 << "4 LT" << "1 AD";
+        QTest::newRow("L46") << false << "2" << "" << 5 << "2 LT" << "0 AD";
+        QTest::newRow("L47") << false << "52,5" << "" << 5 << "53 LT" << "11 AD";
+        QTest::newRow("L48") << true << "100" << "-20" << 10 << "-20 LT" << "-2 AD";
+        QTest::newRow("L49") << false << "12.345" << "" << 10 << "12.345 LT" << "1.235 AD";
+        QTest::newRow("negative oil is cut towards zero") << false << "-12" << "" << 5 << "-12 LT" << "-2 AD";
+        QTest::newRow("nothing handed over yet") << true << "850" << "" << 20 << "0 LT" << "0 AD";
+        QTest::newRow("no oil yet") << false << "" << "" << 20 << "0 LT" << "0 AD";
+        // clang-format on
     }
     void containersAreCountedFromTheOilThatIsFilled()
     {
@@ -501,27 +477,15 @@ private slots:
         QTest::addColumn<QString>("bold");
         QTest::addColumn<QString>("italic");
         QTest::addColumn<int>("error");
-        QTest::newRow("size in words") << "sekiz"
-                                       << "False"
-                                       << "False" << base::errors::typeMismatch;
-        QTest::newRow("no size") << ""
-                                 << "False"
-                                 << "False" << base::errors::typeMismatch;
-        QTest::newRow("size beyond numbers") << "1e39"
-                                             << "False"
-                                             << "False" << base::errors::overflow;
-        QTest::newRow("size zero") << "0"
-                                   << "False"
-                                   << "False" << base::errors::invalidProperty;
-        QTest::newRow("bold in Turkish") << "8"
-                                         << "Doğru"
-                                         << "False" << base::errors::typeMismatch;
-        QTest::newRow("bold as a number") << "8"
-                                          << "1"
-                                          << "False" << base::errors::typeMismatch;
-        QTest::newRow("italic empty") << "8"
-                                      << "False"
-                                      << "" << base::errors::typeMismatch;
+        // clang-format off
+        QTest::newRow("size in words") << "sekiz" << "False" << "False" << base::errors::typeMismatch;
+        QTest::newRow("no size") << "" << "False" << "False" << base::errors::typeMismatch;
+        QTest::newRow("size beyond numbers") << "1e39" << "False" << "False" << base::errors::overflow;
+        QTest::newRow("size zero") << "0" << "False" << "False" << base::errors::invalidProperty;
+        QTest::newRow("bold in Turkish") << "8" << "Doğru" << "False" << base::errors::typeMismatch;
+        QTest::newRow("bold as a number") << "8" << "1" << "False" << base::errors::typeMismatch;
+        QTest::newRow("italic empty") << "8" << "False" << "" << base::errors::typeMismatch;
+        // clang-format on
     }
     void damagedFontSettingsEndTheSlip()
     {

@@ -1,6 +1,6 @@
 #include "tests/doors/fake_printer.h"
-#include "tests/support/outcome.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/outcome.h"
 
 #include "print/face.h"
 #include "print/statement.h"
@@ -257,36 +257,20 @@ private slots:
         QTest::addColumn<QString>("format");
         QTest::addColumn<QString>("plain");
         QTest::addColumn<QString>("formatted");
-        QTest::newRow("single") << QVariant(0.1f) << "Standard"
-                                << "0,1"
-                                << "0,10";
-        QTest::newRow("double") << QVariant(1234.5) << "Standard"
-                                << "1234,5"
-                                << "1.234,50";
-        QTest::newRow("whole number") << QVariant(1250) << "#,##0"
-                                      << "1250"
-                                      << "1.250";
-        QTest::newRow("no format") << QVariant(1234.5) << ""
-                                   << "1234,5"
-                                   << "1234,5";
-        QTest::newRow("Null") << QVariant() << "Standard"
-                              << ""
-                              << "";
-        QTest::newRow("text") << QVariant("10 Litrelik Kap") << ""
-                              << "10 Litrelik Kap"
-                              << "10 Litrelik Kap";
-        QTest::newRow("numeric text") << QVariant("1250") << "Standard"
-                                      << "1250"
-                                      << "1.250,00";
-        QTest::newRow("empty text") << QVariant("") << "Standard"
-                                    << ""
-                                    << "";
-        QTest::newRow("moment") << QVariant(day()) << ""
-                                << "05.11.2024 14:07:33"
-                                << "05.11.2024 14:07:33";
+        // clang-format off
+        QTest::newRow("single") << QVariant(0.1f) << "Standard" << "0,1" << "0,10";
+        QTest::newRow("double") << QVariant(1234.5) << "Standard" << "1234,5" << "1.234,50";
+        QTest::newRow("whole number") << QVariant(1250) << "#,##0" << "1250" << "1.250";
+        QTest::newRow("no format") << QVariant(1234.5) << "" << "1234,5" << "1234,5";
+        QTest::newRow("Null") << QVariant() << "Standard" << "" << "";
+        QTest::newRow("text") << QVariant("10 Litrelik Kap") << "" << "10 Litrelik Kap" << "10 Litrelik Kap";
+        QTest::newRow("numeric text") << QVariant("1250") << "Standard" << "1250" << "1.250,00";
+        QTest::newRow("empty text") << QVariant("") << "Standard" << "" << "";
+        QTest::newRow("moment") << QVariant(day()) << "" << "05.11.2024 14:07:33" << "05.11.2024 14:07:33";
         QTest::newRow("day") << QVariant(QDateTime(QDate(2024, 11, 5), QTime(0, 0))) << ""
                              << "05.11.2024"
                              << "05.11.2024";
+        // clang-format on
     }
     void showsValuesByTheirKind()
     {

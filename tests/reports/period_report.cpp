@@ -1,7 +1,7 @@
 #include "reports/period_report.h"
 
-#include "tests/support/outcome.h"
 #include "tests/reports/paper_journal.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 
 using namespace reports;

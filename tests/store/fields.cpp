@@ -58,36 +58,25 @@ void TestFields::captionsShowValuesByTheMarksOfTheSettings_data()
     QTest::addColumn<FieldValue>("value");
     QTest::addColumn<QString>("inTurkish");
     QTest::addColumn<QString>("inEnglish");
-    QTest::newRow("decimals") << FieldValue(12.75) << "12,75"
-                              << "12.75";
-    QTest::newRow("not grouped") << FieldValue(1250.0) << "1250"
-                                 << "1250";
-    QTest::newRow("money, not grouped") << FieldValue(Money{12500000}) << "1250"
-                                        << "1250";
-    QTest::newRow("money with decimals") << FieldValue(Money{12505000}) << "1250,5"
-                                         << "1250.5";
-    QTest::newRow("a ten-thousandth") << FieldValue(Money{1}) << "0,0001"
-                                      << "0.0001";
-    QTest::newRow("money below zero") << FieldValue(Money{-5000}) << "-0,5"
-                                      << "-0.5";
-    QTest::newRow("no money") << FieldValue(Money{0}) << "0"
-                              << "0";
+    // clang-format off
+    QTest::newRow("decimals") << FieldValue(12.75) << "12,75" << "12.75";
+    QTest::newRow("not grouped") << FieldValue(1250.0) << "1250" << "1250";
+    QTest::newRow("money, not grouped") << FieldValue(Money{12500000}) << "1250" << "1250";
+    QTest::newRow("money with decimals") << FieldValue(Money{12505000}) << "1250,5" << "1250.5";
+    QTest::newRow("a ten-thousandth") << FieldValue(Money{1}) << "0,0001" << "0.0001";
+    QTest::newRow("money below zero") << FieldValue(Money{-5000}) << "-0,5" << "-0.5";
+    QTest::newRow("no money") << FieldValue(Money{0}) << "0" << "0";
     QTest::newRow("all the money there is") << FieldValue(Money{INT64_MIN}) << "-922337203685477,5808"
                                             << "-922337203685477.5808";
-    QTest::newRow("text that looks like a number") << FieldValue(QString("1.250")) << "1.250"
-                                                   << "1.250";
-    QTest::newRow("leading blank") << FieldValue(QString(" 5 Litrelik Kap")) << " 5 Litrelik Kap"
-                                   << " 5 Litrelik Kap";
-    QTest::newRow("empty text") << FieldValue(QString("")) << ""
-                                << "";
+    QTest::newRow("text that looks like a number") << FieldValue(QString("1.250")) << "1.250" << "1.250";
+    QTest::newRow("leading blank") << FieldValue(QString(" 5 Litrelik Kap")) << " 5 Litrelik Kap" << " 5 Litrelik Kap";
+    QTest::newRow("empty text") << FieldValue(QString("")) << "" << "";
     QTest::newRow("moment") << FieldValue::date(QDateTime({2024, 11, 5}, {14, 7, 33})) << "05.11.2024 14:07:33"
                             << "11/5/2024 2:07:33 PM";
-    QTest::newRow("midnight") << FieldValue::date(QDateTime({2024, 11, 5}, {0, 0})) << "05.11.2024"
-                              << "11/5/2024";
-    QTest::newRow("yes") << FieldValue(true) << "True"
-                         << "True";
-    QTest::newRow("no") << FieldValue(false) << "False"
-                        << "False";
+    QTest::newRow("midnight") << FieldValue::date(QDateTime({2024, 11, 5}, {0, 0})) << "05.11.2024" << "11/5/2024";
+    QTest::newRow("yes") << FieldValue(true) << "True" << "True";
+    QTest::newRow("no") << FieldValue(false) << "False" << "False";
+    // clang-format on
 }
 
 void TestFields::captionsShowValuesByTheMarksOfTheSettings()
