@@ -7,14 +7,14 @@ using namespace Qt::StringLiterals;
 
 namespace app {
 
-void beginAction(QWidget* where, const std::function<void()>& action)
+void beginAction(QWidget* where, const std::function<void()>& action, const QString& place)
 {
     if (!action) return;
     for (QWidget* above = where; above; above = above->parentWidget()) {
         if (auto* host = dynamic_cast<ActionHost*>(above)) {
             // The copy keeps the action alive even if it replaces the callback it came from.
             const std::function<void()> kept = action;
-            host->run(kept);
+            host->run(kept, place.isEmpty() ? where->objectName() : place);
             return;
         }
     }

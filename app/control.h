@@ -11,14 +11,15 @@ namespace app {
 class ActionHost {
 public:
     virtual ~ActionHost() = default;
-    /// Runs one whole action. Nothing it throws comes out again.
-    virtual void run(const std::function<void()>& action) = 0;
+    /// Runs one whole action. Nothing it throws comes out again. `place` is the control that began it.
+    virtual void run(const std::function<void()>& action, const QString& place = {}) = 0;
 };
 
 /// Runs `action` in the nearest host above `where`, or plainly when there is none. Controls call it for what the
 /// operator's hand did; what code does to a control runs its rule directly, so that an error travels to the
-/// statement that caused it. Does nothing for an empty action.
-void beginAction(QWidget* where, const std::function<void()>& action);
+/// statement that caused it. Does nothing for an empty action. The action is known by the name of `where`, or by
+/// `place`.
+void beginAction(QWidget* where, const std::function<void()>& action, const QString& place = {});
 
 /// True while a frame above the control is disabled. Such a control keeps its own Enabled value and its looks; it
 /// only gets no input.

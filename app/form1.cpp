@@ -3,6 +3,8 @@
 #include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
+#include "files/error.h"
+#include "files/own_bug.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
@@ -174,25 +176,37 @@ void Form1::activate(CaptionLabel* label)
     AktifLbl->setBackColor(colour::cyan);
 }
 
-std::optional<base::RuntimeError> Form1::errorOf(const std::function<void()>& action)
+std::optional<base::RuntimeError> Form1::errorOf(const std::function<void()>& action, const QString& place)
 {
     try {
         action();
-        return std::nullopt;
     } catch (const base::RuntimeError& error) {
         return error;
+    } catch (const files::Error& error) {
+        return base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        // Whatever else went wrong ends the action just the same; 5 is what the platform calls a call that failed.
-        return base::RuntimeError(base::errors::invalidCall, QString::fromUtf8(error.what()));
+        reportOwnBug(error, place);
     }
+    return std::nullopt;
 }
 
-void Form1::run(const std::function<void()>& action)
+void Form1::reportOwnBug(const std::exception& error, const QString& place)
+{
+    const QString sentence = QString::fromStdString(files::ownBug(place.toStdString(), error));
+    if (ownBugs_.contains(sentence)) return;
+    ownBugs_ << sentence;
+    log_.write(sentence);
+    note(sentence);
+}
+
+void Form1::run(const std::function<void()>& action, const QString& place)
 {
     ++actions_;
-    if (const auto error = errorOf(action)) surroundings_.prompt.errorReport(*error);
-    settle();
+    if (const auto error = errorOf(action, place)) surroundings_.prompt.errorReport(*error);
+    adjustPlaces();
     --actions_;
+    if (actions_ > 0) return;
+    checkInvariants();
     while (actions_ == 0 && !notes_.isEmpty()) surroundings_.prompt.exclamation(notes_.takeFirst());
 }
 

@@ -61,7 +61,15 @@ struct Surroundings {
 /// It owns every control and all state of the form for the life of the process. The pressing that is being entered
 /// exists only as the captions of these controls. A handler is control, underscore, event; handlers of one subject
 /// share one file (form1_*.cpp). Handlers throw base::RuntimeError; what the operator begins ends in run(), which
-/// shows the report, drops the rest of the action and leaves captions and database as they are at that moment.
+/// shows the report, drops the rest of the action and leaves captions and database as they are at that moment. Any
+/// other exception is our own bug: it is shown and logged as one, with the control that began the action.
+///
+/// Between two actions holds, and checkInvariants() asserts:
+/// 1. AktifKontrol is 0, 1 or 999.
+/// 2. A disabled station frame is not green, and at most one of the two is disabled.
+/// 3. AktifLbl is cyan and no other field is; before the first activation none is.
+/// 4. HakVar of a station, its Frame3 and the caption of its HakCmd say the same.
+/// 5. Dosya is disabled exactly while the report panel is open.
 class Form1 : public QWidget, public ActionHost {
     Q_OBJECT
 
@@ -75,7 +83,7 @@ public:
     /// and other programs' windows do not count.
     void activated();
 
-    void run(const std::function<void()>& action) override;
+    void run(const std::function<void()>& action, const QString& place = {}) override;
     /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
     void note(const QString& sentence);
 
@@ -235,8 +243,11 @@ private:
     void bindData();
     void wireScale();
     void wireReports();
-    /// Runs an action to its end; what it failed with, if it did. Nothing it throws comes out again.
-    static std::optional<base::RuntimeError> errorOf(const std::function<void()>& action);
+    /// Runs an action to its end; the operator's error that it failed with, if it did. Nothing it throws comes out.
+    std::optional<base::RuntimeError> errorOf(const std::function<void()>& action, const QString& place);
+    /// Shows and logs an exception that nobody expected; the same one once, however often it comes.
+    void reportOwnBug(const std::exception& error, const QString& place);
+    void checkInvariants() const;
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
@@ -266,8 +277,8 @@ private:
     void arrangeStation(int Index);
     void arrangeKeypad();
     void arrangeReportPanel();
-    /// Brings what follows from the state of the form in line with it, after each action.
-    void settle();
+    /// Brings the few places that depend on what is shown in line with it, after each action.
+    void adjustPlaces();
 
     Surroundings surroundings_;
     KeyboardState keyboard_;
@@ -278,6 +289,7 @@ private:
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     int actions_ = 0;                        ///< under way, one inside the other
     QStringList notes_;                      ///< to be shown when they have ended
+    QStringList ownBugs_;                    ///< reported since the start
     int scaleEvents_ = 0;
     QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
     int shownPort_ = 0;  ///< in the status line; 0 closed

@@ -68,7 +68,7 @@ void Form1::arrange()
     arrangeKeypad();
     for (int Index = 0; Index < Frame1.size(); ++Index) arrangeStation(Index);
     arrangeReportPanel();
-    settle();
+    adjustPlaces();
     if (Frame4->visible())
         moveListToPanel();
     else if (AktifKontrol < 2)
@@ -266,7 +266,7 @@ void Form1::moveListToPanel()
     dbListe1->setRoom(DBGrid1->width(), keypadTop_ - px(10));
 }
 
-void Form1::settle()
+void Form1::adjustPlaces()
 {
     // The save button stands in the name field of the station that is worked on, which makes room for it.
     const Scale px{scaleOf(size())};

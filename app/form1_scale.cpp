@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <QTcpSocket>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 namespace {
 
@@ -32,12 +34,12 @@ private:
 void Form1::wireScale()
 {
     TeraziComm = new scale::TeraziComm(scale::systemPorts(surroundings_.directory), scale::systemSerialDevice(), this);
-    TeraziComm->setObjectName(QStringLiteral("TeraziComm"));
+    TeraziComm->setObjectName(u"TeraziComm"_s);
     connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
     Winsock1 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
-    Winsock1->setObjectName(QStringLiteral("Winsock1"));
+    Winsock1->setObjectName(u"Winsock1"_s);
     Winsock2 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
-    Winsock2->setObjectName(QStringLiteral("Winsock2"));
+    Winsock2->setObjectName(u"Winsock2"_s);
     Bağlantı->onClick([this] { Bağlantı_Click(); });
     PortAyarlar->onClick([this] { PortAyarlar_Click(); });
 }
@@ -46,13 +48,14 @@ void Form1::scaleEvent()
 {
     ++scaleEvents_;
     // A scale that sends what is no weight does so many times a second: one report is enough until a good line comes.
-    const auto error = errorOf([this] { TeraziComm_OnComm(); });
+    const auto error = errorOf([this] { TeraziComm_OnComm(); }, u"TeraziComm"_s);
     const QString fault = error ? error->text() : QString();
     const bool known = fault == scaleFault_;
     scaleFault_ = fault;
     if (error && !known) surroundings_.prompt.errorReport(*error);
     showPortState();
-    settle();
+    adjustPlaces();
+    if (actions_ == 0) checkInvariants();
 }
 
 void Form1::TeraziComm_OnComm()
@@ -70,7 +73,7 @@ void Form1::PortAc()
     const SettingsStore& settings = surroundings_.settings;
     const auto stored = [&](const QString& key) { return settings.get(programTitle, propertiesSection, key, {}); };
 
-    if (const QString line = stored(QStringLiteral("Settings")); !line.isEmpty()) {
+    if (const QString line = stored(u"Settings"_s); !line.isEmpty()) {
         try {
             TeraziComm->setSettings(line);
         } catch (const base::RuntimeError& error) {
@@ -79,9 +82,9 @@ void Form1::PortAc()
         }
     }
     // A bad port number says nothing here; it shows, if at all, in a port that does not open.
-    if (const QString number = stored(QStringLiteral("CommPort")); !number.isEmpty())
+    if (const QString number = stored(u"CommPort"_s); !number.isEmpty())
         base::passOver([&] { TeraziComm->setCommPort(base::toInt16(number, surroundings_.regional)); });
-    if (const QString mode = stored(QStringLiteral("Handshaking")); !mode.isEmpty()) {
+    if (const QString mode = stored(u"Handshaking"_s); !mode.isEmpty()) {
         try {
             TeraziComm->setHandshaking(base::toInt32(mode, surroundings_.regional));
         } catch (const base::RuntimeError& error) {
@@ -114,7 +117,7 @@ void Form1::PortAyarlar_Click()
 void Form1::Bağlantı_Click()
 {
     Bağlantı->setChecked(!Bağlantı->checked());
-    surroundings_.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Baglan"), Bağlantı->checked());
+    surroundings_.settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, Bağlantı->checked());
     if (Bağlantı->checked()) {
         PortAc();
     } else if (TeraziComm->portOpen()) {

@@ -16,11 +16,13 @@
 #include <QScreen>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
 
-const QString layoutName = QStringLiteral("Mendrik");
+const QString layoutName = u"Mendrik"_s;
 
 } // namespace
 
@@ -34,16 +36,18 @@ void Form1::wireShell()
 
 void Form1::start()
 {
-    run([this] {
-        Form_Load();
-        slipRoad_.recover();
-    });
+    run(
+        [this] {
+            Form_Load();
+            slipRoad_.recover();
+        },
+        u"Form_Load"_s);
     // Before the window is seen, so that it does not jump; the activation finds it done.
     ActiveResize1.restore(layoutName, true, *this);
     show();
     setFocus(); // on no button: a stray key press must not push the first one
     // A database that would not open has been reported once by now.
-    if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); });
+    if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); }, u"DataHar"_s);
     activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
     QTimer::singleShot(0, this, [this] { showFacts(); });
@@ -55,7 +59,7 @@ void Form1::start()
 void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
-    base::passOver([&] { DataCari.database().open(mill::customerSearch(QStringLiteral("a"))); });
+    base::passOver([&] { DataCari.database().open(mill::customerSearch(u"a"_s)); });
     QStringList reasons;
     for (const QString& table : {mill::customerTable, mill::journalTable}) {
         // A table that is not there is reported by what opens it.
@@ -63,16 +67,15 @@ void Form1::getReady()
             if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) reasons << *why;
         });
     }
-    if (!reasons.isEmpty()) note(reasons.join(QStringLiteral("\n\n")));
+    if (!reasons.isEmpty()) note(reasons.join(u"\n\n"_s));
 }
 
 void Form1::showFacts()
 {
     status->setPrinter(surroundings_.printer.stateText());
     if (DataHar.hasRecordSet())
-        status->setDataFile(
-            QStringLiteral("Yag.mdb: %1 kayıt")
-                .arg(base::formatNumber(double(DataHar.recordSet().size()), u"#,##0", surroundings_.regional)));
+        status->setDataFile(u"Yag.mdb: %1 kayıt"_s.arg(
+            base::formatNumber(double(DataHar.recordSet().size()), u"#,##0", surroundings_.regional)));
 }
 
 void Form1::journalShrunk()
@@ -83,12 +86,12 @@ void Form1::journalShrunk()
 
 void Form1::activated()
 {
-    run([this] { Form_Activate(); });
+    run([this] { Form_Activate(); }, u"Form_Activate"_s);
 }
 
 void Form1::Form_Load()
 {
-    const QString file = surroundings_.directory + QDir::separator() + QStringLiteral("Yag.mdb");
+    const QString file = surroundings_.directory + QDir::separator() + u"Yag.mdb"_s;
     const QString found = base::findFile(surroundings_.directory, u"Yag.mdb").value_or(file);
     for (store::DataSource* source : {&DataCari, &DataHar, &GünData, &DataTmp}) source->setDatabaseName(found);
     AktifKontrol = 999;
@@ -107,15 +110,15 @@ void Form1::Form_Activate()
     DTPickerBas->setValue(today);
     DTPickerSon->setValue(today);
     const SettingsStore& settings = surroundings_.settings;
-    CapsDurum = settings.flag(surroundings_.executable, keypadSection, QStringLiteral("Caps"));
+    CapsDurum = settings.flag(surroundings_.executable, keypadSection, u"Caps"_s);
     showKeyCase();
     CapsAyarla(CapsDurum);
 
     AktifKontrol = 0;
     activate(TxtLbl[0]); // exactly one label is cyan, also after a dialog was opened from another field
 
-    Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, QStringLiteral("Baglan")));
-    Sayac->setChecked(settings.flag(programTitle, propertiesSection, QStringLiteral("Sayac")));
+    Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s));
+    Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s));
     if (Bağlantı->checked()) PortAc();
 }
 
@@ -130,7 +133,7 @@ void Form1::toggleCapitals()
 {
     CapsDurum = !CapsDurum;
     CapsAyarla(CapsDurum);
-    surroundings_.settings.saveFlag(surroundings_.executable, keypadSection, QStringLiteral("Caps"), CapsDurum);
+    surroundings_.settings.saveFlag(surroundings_.executable, keypadSection, u"Caps"_s, CapsDurum);
     showKeyCase();
 }
 
@@ -164,18 +167,18 @@ void Form1::Form_MouseUp()
 
 void Form1::closeEvent(QCloseEvent* event)
 {
-    run([this] { Form_QueryUnload(); });
+    run([this] { Form_QueryUnload(); }, u"Form_QueryUnload"_s);
     event->accept();
 }
 
 void Form1::mouseMoveEvent(QMouseEvent*)
 {
-    run([this] { Form_MouseMove(); });
+    run([this] { Form_MouseMove(); }, u"Form_MouseMove"_s);
 }
 
 void Form1::mouseReleaseEvent(QMouseEvent*)
 {
-    run([this] { Form_MouseUp(); });
+    run([this] { Form_MouseUp(); }, u"Form_MouseUp"_s);
 }
 
 } // namespace app

@@ -15,7 +15,7 @@ MenuItem::MenuItem(QWidget* where, const QString& name, const QString& caption)
     connect(this, &QAction::triggered, this, [this] {
         // The platform below has flipped the mark already; only the rule may.
         if (isCheckable()) QAction::setChecked(checked_);
-        if (!inDisabledMenu()) beginAction(where_, click_);
+        if (!inDisabledMenu()) beginAction(where_, click_, objectName());
     });
 }
 

@@ -81,7 +81,7 @@ void measureNote(const QString& folder)
 {
     store::SlipNotes notes(platform::systemDisk(), (folder + "/Yag.mdb").toStdU16String());
     store::SlipNote note;
-    note.customer = QStringLiteral("Ayşe Öztürk");
+    note.pressing.customer = QStringLiteral("Ayşe Öztürk");
     constexpr int times = 200;
     std::vector<double> taken;
     for (int i = 0; i < times; ++i) {

@@ -50,7 +50,7 @@ void RecordSet::open(std::shared_ptr<Engine> engine, Listing listing)
     visited_ = std::min(size(), 1);
 }
 
-void RecordSet::settleOn(int row)
+void RecordSet::moveOnto(int row)
 {
     at_ = row;
     onErased_ = false;
@@ -69,26 +69,26 @@ void RecordSet::checkCurrent() const
 void RecordSet::moveFirst()
 {
     if (size() == 0) throw base::runtimeError(base::errors::noCurrentRecord);
-    settleOn(0);
+    moveOnto(0);
 }
 
 void RecordSet::moveLast()
 {
     if (size() == 0) throw base::runtimeError(base::errors::noCurrentRecord);
     visited_ = size();
-    settleOn(size() - 1);
+    moveOnto(size() - 1);
 }
 
 void RecordSet::moveNext()
 {
     if (bof() || eof()) throw base::runtimeError(base::errors::noCurrentRecord);
-    settleOn(onErased_ ? at_ : at_ + 1);
+    moveOnto(onErased_ ? at_ : at_ + 1);
 }
 
 void RecordSet::moveTo(int row)
 {
     if (row < 0 || row >= size()) throw base::runtimeError(base::errors::noCurrentRecord);
-    settleOn(row);
+    moveOnto(row);
 }
 
 void RecordSet::findFirst(const QString& criteria)
@@ -104,7 +104,7 @@ void RecordSet::findFirst(const QString& criteria)
                                     [&](RowKey row) { return std::binary_search(wanted.begin(), wanted.end(), row); });
     if (first == listing_.rows.end()) return;
     noMatch_ = false;
-    settleOn(static_cast<int>(first - listing_.rows.begin()));
+    moveOnto(static_cast<int>(first - listing_.rows.begin()));
 }
 
 FieldValue RecordSet::field(int position)
@@ -134,10 +134,15 @@ void RecordSet::addNew()
 void RecordSet::edit()
 {
     checkCurrent();
-    // A row that is gone must fail here, not when it is written.
-    if (!listing_.fields.empty()) engine_->field(listing_, listing_.rows[static_cast<std::size_t>(at_)], 0);
+    checkNotDeleted(); // here, not when it is written
     writing_ = Writing::editing;
     written_.clear();
+}
+
+void RecordSet::checkNotDeleted() const
+{
+    // The engine tells by failing; the value is of no interest.
+    if (!listing_.fields.empty()) engine_->field(listing_, listing_.rows[static_cast<std::size_t>(at_)], 0);
 }
 
 const FieldInfo& RecordSet::beingWritten(int position) const

@@ -65,8 +65,9 @@ private:
     enum class Writing { nothing, adding, editing };
 
     void open(std::shared_ptr<Engine> engine, Listing listing);
-    void settleOn(int row);
+    void moveOnto(int row);
     void checkCurrent() const;
+    void checkNotDeleted() const; ///< error 3167 when the current row was deleted elsewhere
     const FieldInfo& beingWritten(int position) const;
     void checkLengths() const;
 

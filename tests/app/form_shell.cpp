@@ -1,4 +1,5 @@
 #include "app/setting_names.h"
+#include "files/error.h"
 #include "screen_fixture.h"
 #include <QtTest>
 
@@ -41,6 +42,7 @@ private slots:
     void windowDraggedOffComesBackAtTheNextRelease();
 
     void errorOfAnActionIsReportedAndTheScreenGoesOn();
+    void exceptionThatNobodyExpectedIsToldOnceAsOurOwnBug();
     void stationWithoutControlsIsError340();
 };
 
@@ -272,7 +274,7 @@ void FormShell::touchedFieldIsTheOneThatIsEdited()
     Form1& form = screen.form;
     form.start();
     form.TxtLbl[1]->setCaption(QStringLiteral("Ali"));
-    form.Frame3[1]->setVisible(true);
+    form.HakCmd_Click(1);
     form.KapFrm[1]->setVisible(true);
     auto* label = form.findChild<CaptionLabel*>(field);
     const Colour ground = label->backColor();
@@ -443,6 +445,30 @@ void FormShell::errorOfAnActionIsReportedAndTheScreenGoesOn()
     QCOMPARE(screen.prompt.errors, QList<int>{3021});
     QTest::mouseClick(form.TxtLbl[0], Qt::LeftButton);
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+}
+
+void FormShell::exceptionThatNobodyExpectedIsToldOnceAsOurOwnBug()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    form.start();
+    form.GünlükCmd->onClick([] { throw std::logic_error("no such place"); });
+    QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
+    QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
+    QCOMPARE(screen.prompt.errors, QList<int>{}); // not the operator's
+    QCOMPARE(screen.prompt.exclamations.size(), 1);
+    QVERIFY(screen.prompt.exclamations[0].contains(u"GünlükCmd"));
+    QVERIFY(screen.prompt.exclamations[0].contains(u"no such place"));
+    QFile log(screen.folder.filePath(QStringLiteral("presva.log")));
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    QCOMPARE(QString::fromUtf8(log.readAll()),
+             QStringLiteral("2025-11-20T14:05:00 ") + screen.prompt.exclamations[0] + u'\n');
+    // A fault of the engine has a sentence of its own.
+    form.GünlükCmd->onClick([] { throw files::Error(files::Fault::disk, "disk"); });
+    QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
+    QCOMPARE(screen.prompt.errors, QList<int>{base::errors::databaseFault});
+    form.run([&] { form.YeniCmd_Click(1); });
+    QCOMPARE(form.AktifKontrol, 1.0f);
 }
 
 void FormShell::stationWithoutControlsIsError340()
