@@ -101,7 +101,7 @@ private:
 };
 
 /// Lets everything happen that waits to happen, up to the pixels on the display.
-void settle()
+void finishPainting()
 {
     while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) {
     }
@@ -119,10 +119,10 @@ public:
         const QPoint middle = control->mapTo(&form_, control->rect().center());
         QTest::mouseMove(window, middle);
         QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, middle);
-        settle();
+        finishPainting();
         const Stopwatch clock;
         QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, middle);
-        settle();
+        finishPainting();
         return clock.read();
     }
 
@@ -230,7 +230,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, bool w
     });
     form.start();
     while (!watch.exposed) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    settle();
+    finishPainting();
     report("exposed", *watch.exposed);
     report("answers", life.read());
     if (!whole) return 0;

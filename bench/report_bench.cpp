@@ -183,7 +183,7 @@ public:
     /// Milliseconds from the action until the grid stands repainted on the screen.
     template <class Action> Stopwatch::Reading untilRepainted(Action&& action)
     {
-        settle();
+        finishPainting();
         const int before = paintings_->count;
         const Stopwatch watch;
         action();
@@ -233,7 +233,7 @@ private:
         form_->DTPickerSon->setValue(last);
         form_->AktifKontrol = station;
     }
-    static void settle()
+    static void finishPainting()
     {
         for (int i = 0; i < 20; ++i) QCoreApplication::processEvents();
         QGuiApplication::sync();

@@ -1,6 +1,7 @@
 #include "scale/frm_properties.h"
 
 #include "base/letters.h"
+#include "base/pass_over.h"
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGridLayout>
@@ -18,27 +19,12 @@ using namespace Qt::StringLiterals;
 
 namespace scale {
 
+using base::passOver;
+
 namespace {
 
 constexpr int touchHeight = 48; ///< pixels: what a finger hits without looking twice
 constexpr int portCount = 16;
-
-/// Lets a failing statement be skipped and remembers the error of the last one that failed.
-class Trap {
-public:
-    template <class Statement> void operator()(Statement&& statement)
-    {
-        try {
-            statement();
-        } catch (const base::RuntimeError& error) {
-            error_ = error;
-        }
-    }
-    const std::optional<base::RuntimeError>& error() const { return error_; }
-
-private:
-    std::optional<base::RuntimeError> error_;
-};
 
 QComboBox* dropDownList(const QString& name, QWidget* parent)
 {
@@ -230,65 +216,63 @@ bool frmProperties::applyPort()
     const int chosen = cboPort->currentIndex() + 1;
     if (chosen == before) return true;
 
-    Trap trap;
     const bool wasOpen = control_.portOpen();
-    if (wasOpen) trap([this] { control_.setPortOpen(false); });
-    trap([&] { control_.setCommPort(chosen); });
-    if (!trap.error() && wasOpen) trap([this] { control_.setPortOpen(true); });
-    if (!trap.error()) return true;
-
-    doors_.warn(trap.error()->text());
-    Trap()([&] { control_.setCommPort(before); });
+    const auto closing = wasOpen ? passOver([this] { control_.setPortOpen(false); }) : std::nullopt;
+    auto error = passOver([&] { control_.setCommPort(chosen); });
+    if (!error) error = closing;
+    if (!error && wasOpen) error = passOver([this] { control_.setPortOpen(true); });
+    if (!warned(error)) return true;
+    passOver([&] { control_.setCommPort(before); });
     return false;
 }
 
 bool frmProperties::applySettings()
 {
-    Trap trap;
-    trap([this] {
+    return !warned(passOver([this] {
         control_.setSettings(base::trimBlanks(cboSpeed->currentText()) + u',' + cboParity->currentText().left(1) +
                              u',' + base::trimBlanks(cboDataBits->currentText()) + u',' +
                              base::trimBlanks(cboStopBits->currentText()));
-    });
-    if (trap.error()) doors_.warn(trap.error()->text());
-    return !trap.error();
+    }));
 }
 
 bool frmProperties::applyFlow()
 {
-    Trap trap;
-    trap([this] { control_.setHandshaking(flow_); });
-    if (trap.error()) doors_.warn(trap.error()->text());
-    return !trap.error();
+    return !warned(passOver([this] { control_.setHandshaking(flow_); }));
 }
 
 bool frmProperties::openLine()
 {
     // Always, whatever the port was before the dialog. A closed port takes any settings; only the line itself knows
     // what it cannot do. That it is not there at all shows in the menu item's caption.
-    Trap trap;
-    trap([this] { control_.setPortOpen(true); });
-    if (!trap.error() || trap.error()->number() != errors::parametersRefused) return true;
-    doors_.warn(trap.error()->text());
-    return false;
+    const auto error = passOver([this] { control_.setPortOpen(true); });
+    return !error || error->number() != errors::parametersRefused || !warned(error);
 }
 
 void frmProperties::save()
 {
     // What the control reports, not what the lists say: the stored string is one that it accepted.
-    Trap trap;
-    trap([this] { doors_.save(u"Settings"_s, control_.settings()); });
-    trap([this] { doors_.save(u"CommPort"_s, QString::number(control_.commPort())); });
-    trap([this] { doors_.save(u"Handshaking"_s, QString::number(control_.handshaking())); });
-    trap([this] { doors_.save(u"Echo"_s, echo_ ? u"True"_s : u"False"_s); });
-    // The choice is in force, but it will be gone after the next start: that must not go unsaid.
-    if (trap.error()) doors_.warn(trap.error()->text());
+    const std::pair<QString, QString> texts[] = {
+        {u"Settings"_s, control_.settings()},
+        {u"CommPort"_s, QString::number(control_.commPort())},
+        {u"Handshaking"_s, QString::number(control_.handshaking())},
+        {u"Echo"_s, echo_ ? u"True"_s : u"False"_s},
+    };
+    std::optional<base::RuntimeError> last;
+    for (const auto& [key, text] : texts)
+        if (auto error = passOver([&] { doors_.save(key, text); })) last = std::move(error);
+    warned(last); // the choice is in force, but it will be gone after the next start: that must not go unsaid
+}
+
+bool frmProperties::warned(const std::optional<base::RuntimeError>& error) const
+{
+    if (error) doors_.warn(error->text());
+    return error.has_value();
 }
 
 QString runPortSettings(CommControl& control, const std::function<void()>& show)
 {
-    if (control.portOpen()) Trap()([&] { control.setPortOpen(false); });
-    Trap()(show);
+    if (control.portOpen()) passOver([&] { control.setPortOpen(false); });
+    passOver(show);
     return control.portOpen() ? u"Port Ayar Com="_s + QString::number(control.commPort()) : u"Port Ayarları"_s;
 }
 

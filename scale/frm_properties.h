@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QString>
 #include <functional>
+#include <optional>
 #include <vector>
 
 class QComboBox;
@@ -51,6 +52,8 @@ private:
     bool applyFlow();
     bool openLine();
     void save();
+    /// Shows an error, if there is one; true when there was.
+    bool warned(const std::optional<base::RuntimeError>& error) const;
     void showDevice();
 
     CommControl& control_;

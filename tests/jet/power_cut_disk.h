@@ -59,7 +59,7 @@ public:
         }
         for (const auto& [path, stored] : names) {
             Image bytes = stored->durable;
-            for (const Write& write : stored->pending) settle(bytes, write, luck);
+            for (const Write& write : stored->pending) landOrLose(bytes, write, luck);
             after->put(path, std::move(bytes));
         }
         return after;
@@ -145,7 +145,7 @@ private:
         std::copy(write.bytes.begin(), write.bytes.end(), bytes.begin() + static_cast<std::ptrdiff_t>(write.offset));
     }
 
-    static void settle(Image& bytes, const Write& write, std::mt19937& luck)
+    static void landOrLose(Image& bytes, const Write& write, std::mt19937& luck)
     {
         const auto fate = luck() % 8;
         if (fate < 3) {
@@ -233,7 +233,7 @@ private:
             } catch (...) {
                 // The system forgets what it could not write, and will report success the next time.
                 std::mt19937 luck(static_cast<std::uint32_t>(disk_.changes_));
-                for (const Write& write : stored_->pending) settle(stored_->durable, write, luck);
+                for (const Write& write : stored_->pending) landOrLose(stored_->durable, write, luck);
                 stored_->pending.clear();
                 throw;
             }

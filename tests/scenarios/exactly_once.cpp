@@ -90,7 +90,7 @@ class ExactlyOnce : public QObject {
         return false;
     }
 
-    /// Starts the counter and waits until it stands on the screen; what a crash left is settled by then.
+    /// Starts the counter and waits until it stands on the screen; what a crash left is recovered by then.
     std::unique_ptr<QProcess> start(const QList<int>& slips, QByteArray& said)
     {
         const bool noteIsOpen = QFile::exists(note());
@@ -197,7 +197,7 @@ private slots:
             if (QTest::currentTestFailed()) return;
         }
 
-        // The last start settles what the last kill left.
+        // The last start recovers what the last kill left.
         QByteArray said;
         const auto last = start({}, said);
         QVERIFY(last);
@@ -208,15 +208,15 @@ private slots:
 
         const QList<int> rows = stored(), slips = accepted();
         QFile log(counter->path("presva.log"));
-        const int settled = log.open(QIODevice::ReadOnly) ? static_cast<int>(log.readAll().count('\n')) : 0;
-        qInfo(
-            "%d kills: %d during the press, %d with an open note; %d notes settled; %d slips accepted, %d rows stored, "
-            "%d presses acknowledged; a press takes %lld ms; start at most %lld ms, with an open note %lld ms",
-            kills(), killedInThePress, killedWithANote, settled, int(slips.size()), int(rows.size()),
-            int(acknowledged.size()), pressMicroseconds / 1000, longestStart, longestRecovery);
+        const int recovered = log.open(QIODevice::ReadOnly) ? static_cast<int>(log.readAll().count('\n')) : 0;
+        qInfo("%d kills: %d during the press, %d with an open note; %d notes recovered; %d slips accepted, %d rows "
+              "stored, "
+              "%d presses acknowledged; a press takes %lld ms; start at most %lld ms, with an open note %lld ms",
+              kills(), killedInThePress, killedWithANote, recovered, int(slips.size()), int(rows.size()),
+              int(acknowledged.size()), pressMicroseconds / 1000, longestStart, longestRecovery);
         QCOMPARE(rows, slips);
         for (const int fee : acknowledged) QVERIFY2(rows.contains(fee), qPrintable(QString::number(fee)));
-        QVERIFY(settled <= killedWithANote); // a note that was not written whole is dropped without a word
+        QVERIFY(recovered <= killedWithANote); // a note that was not written whole is dropped without a word
         QVERIFY(killedWithANote >= enough);
     }
 };

@@ -335,7 +335,7 @@ void Database::dropIndex(std::u16string_view tableName, std::u16string_view inde
     State& state = *state_;
     Pager& pager = *state.pager;
     Table::State& table = state.stateOf(this->table(tableName));
-    table.settle();
+    table.rereadIfTakenBack();
     const auto logical = findNamed(table.definition.logicalIndexes, indexName,
                                    [](const LogicalIndex& each) -> const std::u16string& { return each.name; });
     if (!logical) {

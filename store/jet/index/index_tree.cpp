@@ -49,7 +49,7 @@ std::vector<std::size_t> cuts(const IndexPageImage& image, bool growing)
 }
 
 /// Several children: the last one belongs into the tail. One child: into an entry, which it must already have.
-void settleTail(IndexPageImage& node)
+void moveLastChildToTail(IndexPageImage& node)
 {
     if (node.tail != 0 || node.entries.size() < 2) return;
     node.tail = node.child(node.entries.size() - 1);
@@ -180,7 +180,7 @@ bool IndexTree::insert(std::span<const std::uint8_t> key, RowId row)
 /// refers to `page` stays right.
 std::vector<IndexTree::Branch> IndexTree::store(PageNo page, IndexPageImage& image, bool growing)
 {
-    if (!image.leaf) settleTail(image);
+    if (!image.leaf) moveLastChildToTail(image);
     if (image.fits()) {
         image.writeTo(pager_.write(page), tableDefinition_);
         return {};
@@ -209,7 +209,7 @@ std::vector<IndexTree::Branch> IndexTree::split(PageNo page, IndexPageImage& ima
         branches.push_back({Key(last.begin(), last.end()), cut});
         IndexPageImage part{image.leaf, image.level, previous, 0, 0, image.entries.part(from, to)};
         if (!image.leaf) {
-            settleTail(part);
+            moveLastChildToTail(part);
             // Nodes are linked among children of one parent only.
             const PageNo left = image.child(to - 1), right = image.child(to);
             if (isNode(left)) {

@@ -29,7 +29,7 @@ public:
     void close() noexcept;
     /// Puts kept pages over what was read from the file at `first`; pages before the end of `pages` are no longer
     /// kept from now on. Called by the reader, in the order of the pages.
-    State settle(PageNo first, std::span<std::uint8_t> pages);
+    State overlay(PageNo first, std::span<std::uint8_t> pages);
 
 private:
     const PageNo pages_;

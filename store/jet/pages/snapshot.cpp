@@ -31,7 +31,7 @@ void KeptPages::close() noexcept
     state_ = State::closed;
 }
 
-KeptPages::State KeptPages::settle(PageNo first, std::span<std::uint8_t> pages)
+KeptPages::State KeptPages::overlay(PageNo first, std::span<std::uint8_t> pages)
 {
     const std::lock_guard lock(mutex_);
     if (state_ != State::good) return state_;
@@ -65,7 +65,7 @@ PageNo Snapshot::readNext(std::span<std::uint8_t> into)
     // The file first, the kept pages second: the other way round a commit in between would slip through.
     if (file_->read(std::uint64_t{next_} * pageSize, pages) != pages.size())
         throw Error(Fault::cutShort, "Veritabanı dosyası kopyalanırken kısaldı; dosyayı denetleyin.");
-    switch (kept_->settle(next_, pages)) {
+    switch (kept_->overlay(next_, pages)) {
     case KeptPages::State::closed:
         throw Error(Fault::disk, "Veritabanı kopyalanırken kapatıldı; kopya yarım kaldı.");
     case KeptPages::State::incomplete:

@@ -221,7 +221,7 @@ std::span<const std::uint8_t> RowView::stored(std::size_t column) const
 
 RowCursor::RowCursor(const Table& table) : table_(&table), row_(table, {})
 {
-    table.state_->settle();
+    table.state_->rereadIfTakenBack();
     pages_ = table.state_->dataPages();
 }
 
@@ -271,7 +271,7 @@ const std::u16string& Table::name() const { return state_->name; }
 const std::vector<Column>& Table::columns() const { return state_->definition.columns; }
 const std::vector<Index>& Table::indexes() const
 {
-    state_->settle();
+    state_->rereadIfTakenBack();
     return state_->definition.indexes;
 }
 PageNo Table::definitionPage() const { return state_->definition.page; }
@@ -316,7 +316,7 @@ void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,
 
 std::optional<RowView> Table::row(RowId id) const
 {
-    state_->settle();
+    state_->rereadIfTakenBack();
     const auto found = state_->find(id);
     if (!found) return std::nullopt;
     return RowView(*this, found->bytes);
@@ -325,7 +325,7 @@ std::optional<RowView> Table::row(RowId id) const
 std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& low,
                                 const std::optional<Value>& high) const
 {
-    state_->settle();
+    state_->rereadIfTakenBack();
     const IndexColumn& leading = index.columns.front();
     const auto bound = [&](const std::optional<Value>& value) {
         Key key;

@@ -33,7 +33,7 @@ struct Table::State {
     void definitionChanged();
     /// Called first by everything that others call: the transaction that changed the definition may be over, and
     /// taken back.
-    void settle()
+    void rereadIfTakenBack()
     {
         if (definitionChangedAt && *definitionChangedAt != pager.changeCount()) readDefinition();
     }

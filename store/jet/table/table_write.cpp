@@ -233,7 +233,7 @@ std::string indexTitle(const Index& index)
 
 const std::optional<Refusal>& Table::State::refusal()
 {
-    settle();
+    rereadIfTakenBack();
     if (!verdict) verdict = verifyForWriting(*this);
     return *verdict;
 }
