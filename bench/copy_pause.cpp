@@ -31,8 +31,8 @@ void makeJournal(const std::filesystem::path& file)
     const auto database = jet::Database::open(platform::systemDisk(), file);
     jet::Transaction change(database->pager());
     jet::Table& journal = database->table(u"Hareket");
-    const auto customers = mill::customers();
-    mill::pressings([&](const mill::Pressing& p) {
+    const auto customers = long_mill::customers();
+    long_mill::pressings([&](const long_mill::Pressing& p) {
         journal.insert({{0, jet::DateTime{p.moment}}, {1, p.olives}, {2, p.oil}, {6, customers[p.customer].name}});
     });
     change.commit();

@@ -151,7 +151,7 @@ std::vector<Span> typeNames(app::Form1& form, std::size_t keys)
 {
     const Finger finger(form);
     std::vector<Span> times;
-    for (const mill::Customer& customer : mill::customers()) {
+    for (const long_mill::Customer& customer : long_mill::customers()) {
         // "ahmet yılmaz": without the village, whose stroke the keypad does not have.
         const QString name =
             QLocale(QLocale::Turkish).toLower(QString::fromStdU16String(customer.name).section(" / ", 0, 0));

@@ -15,15 +15,15 @@ namespace {
 void fill(jet::Database& database)
 {
     jet::Transaction change(database.pager());
-    const std::vector<mill::Customer> customers = mill::customers();
+    const std::vector<long_mill::Customer> customers = long_mill::customers();
     jet::Table& registerTable = database.table(u"Cari");
-    for (const mill::Customer& customer : customers)
+    for (const long_mill::Customer& customer : customers)
         registerTable.insert({{0, customer.name},
                               {1, static_cast<double>(customer.share)},
                               {2, customer.container},
                               {3, static_cast<double>(customer.fee) / 10000}});
     jet::Table& journal = database.table(u"Hareket");
-    mill::pressings([&](const mill::Pressing& pressing) {
+    long_mill::pressings([&](const long_mill::Pressing& pressing) {
         journal.insert({{0, jet::DateTime{pressing.moment}},
                         {1, pressing.olives},
                         {2, pressing.oil},

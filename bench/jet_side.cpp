@@ -19,7 +19,8 @@ using comparison::answer;
 
 constexpr const char* us = "presva";
 
-std::vector<jet::Assignment> fieldsOf(const mill::Pressing& pressing, const std::vector<mill::Customer>& customers)
+std::vector<jet::Assignment> fieldsOf(const long_mill::Pressing& pressing,
+                                      const std::vector<long_mill::Customer>& customers)
 {
     return {{0, jet::DateTime{pressing.moment}},
             {1, pressing.olives},
@@ -59,15 +60,15 @@ void make(const std::filesystem::path& path, bool indexed)
                                                      {u"Nakit", currency},
                                                      {u"CariHar", text, 50}},
                                                     journalIndexes, now);
-        const auto customers = mill::customers();
+        const auto customers = long_mill::customers();
         jet::Transaction registration(database->pager());
-        for (const mill::Customer& customer : customers)
+        for (const long_mill::Customer& customer : customers)
             register_.insert(
                 {{0, customer.name}, {1, customer.share}, {2, customer.container}, {3, jet::Currency{customer.fee}}});
         registration.commit();
         auto season = std::make_unique<jet::Transaction>(database->pager());
         std::size_t count = 0;
-        mill::pressings([&](const mill::Pressing& pressing) {
+        long_mill::pressings([&](const long_mill::Pressing& pressing) {
             journal.insert(fieldsOf(pressing, customers));
             if (++count % 20000 != 0) return;
             season->commit();
@@ -148,7 +149,7 @@ void searchesAfterChange(const std::filesystem::path& original)
             std::filesystem::path copy = original;
             copy.replace_filename("append.mdb");
             std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
-            const auto customers = mill::customers();
+            const auto customers = long_mill::customers();
             {
                 const auto database = jet::Database::open(platform::systemDisk(), copy);
                 jet::Table& journal = database->table(u"Hareket");
@@ -156,9 +157,9 @@ void searchesAfterChange(const std::filesystem::path& original)
                 double rows = 0;
                 for ([[maybe_unused]] auto _ : state) {
                     state.PauseTiming();
-                    journal.insert(fieldsOf(mill::nextPressing(random, 45300), customers));
+                    journal.insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
                     state.ResumeTiming();
-                    const jet::Selection found = jet::select(*database, search(mill::sixLetters));
+                    const jet::Selection found = jet::select(*database, search(long_mill::sixLetters));
                     readAll(found, 3);
                     rows = static_cast<double>(found.rows.size());
                 }
@@ -236,16 +237,16 @@ void appends(const std::string& task, const std::filesystem::path& original)
             std::filesystem::path copy = original;
             copy.replace_filename("append.mdb");
             std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
-            const auto customers = mill::customers();
+            const auto customers = long_mill::customers();
             {
                 const auto database = jet::Database::open(platform::systemDisk(), copy);
                 jet::Table& journal = database->table(u"Hareket");
                 std::mt19937 random(3);
                 double moment = 45300;
                 // The first write checks the whole table; it is a task of its own.
-                journal.insert(fieldsOf(mill::nextPressing(random, moment), customers));
+                journal.insert(fieldsOf(long_mill::nextPressing(random, moment), customers));
                 for ([[maybe_unused]] auto _ : state)
-                    journal.insert(fieldsOf(mill::nextPressing(random, moment += 0.001), customers));
+                    journal.insert(fieldsOf(long_mill::nextPressing(random, moment += 0.001), customers));
             }
             std::filesystem::remove(copy);
         })
@@ -297,8 +298,8 @@ void prepareJet(const Files& files)
 void registerJet(const Files& files)
 {
     const auto plain = std::make_shared<Session>(files.plain()), indexed = std::make_shared<Session>(files.indexed());
-    searches("search, two letters", mill::twoLetters, plain);
-    searches("search, six letters", mill::sixLetters, plain);
+    searches("search, two letters", long_mill::twoLetters, plain);
+    searches("search, six letters", long_mill::sixLetters, plain);
     searchesAfterChange(files.plain());
     listings("one month", plain);
     listings("one month, indexed", indexed);

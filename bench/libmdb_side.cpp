@@ -66,7 +66,7 @@ void searches(const std::string& task, const std::u16string& prefix, const std::
 {
     benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
         const Handle handle = open(path);
-        const std::string wanted = mill::utf8(prefix);
+        const std::string wanted = long_mill::utf8(prefix);
         double rows = 0;
         for ([[maybe_unused]] auto _ : state) {
             Scan scan(handle.get(), "Cari");
@@ -93,7 +93,8 @@ void passes(const std::string& task, bool allFields, const std::filesystem::path
             std::fill(std::begin(sum), std::end(sum), 0.0);
             while (scan.next()) {
                 if (std::strcmp(fields[0], "2017-11-01 00:00:00") < 0 ||
-                    std::strcmp(fields[0], "2017-11-30 23:59:59") > 0 || std::strcmp(fields[6], mill::totalsName) == 0)
+                    std::strcmp(fields[0], "2017-11-30 23:59:59") > 0 ||
+                    std::strcmp(fields[6], long_mill::totalsName) == 0)
                     continue;
                 ++rows;
                 constexpr std::size_t summed[4] = {1, 2, 4, 5};
@@ -154,8 +155,8 @@ void opens(const std::filesystem::path& path)
 
 void registerLibmdb(const Files& files)
 {
-    searches("search, two letters", mill::twoLetters, files.plain());
-    searches("search, six letters", mill::sixLetters, files.plain());
+    searches("search, two letters", long_mill::twoLetters, files.plain());
+    searches("search, six letters", long_mill::sixLetters, files.plain());
     passes("one month", true, files.plain());
     passes("four sums", false, files.plain());
     exports(files.plain());

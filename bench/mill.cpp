@@ -8,7 +8,7 @@
 #include <numeric>
 #include <string_view>
 
-namespace mill {
+namespace long_mill {
 namespace {
 
 constexpr std::array<std::u16string_view, 50> firstNames{
@@ -96,4 +96,4 @@ void pressings(const std::function<void(const Pressing&)>& visit)
 
 std::string utf8(const std::u16string& text) { return jet::toUtf8(text); }
 
-} // namespace mill
+} // namespace long_mill

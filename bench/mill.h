@@ -8,7 +8,7 @@
 #include <vector>
 
 /// A mill with a long life: invented customers and pressings, the same ones in every run.
-namespace mill {
+namespace long_mill {
 
 struct Customer {
     std::u16string name; ///< no two alike
@@ -46,4 +46,4 @@ inline constexpr const char* totalsName = "Toplamlar";
 
 std::string utf8(const std::u16string& text);
 
-} // namespace mill
+} // namespace long_mill

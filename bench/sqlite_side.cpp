@@ -58,7 +58,7 @@ private:
 
 constexpr const char* insertPressing = "INSERT INTO Hareket VALUES(?,?,?,?,?,?,?)";
 
-void insert(Connection& connection, const Statement& statement, const mill::Pressing& pressing,
+void insert(Connection& connection, const Statement& statement, const long_mill::Pressing& pressing,
             const std::vector<std::string>& names)
 {
     sqlite3_stmt* s = statement.get();
@@ -77,7 +77,7 @@ void insert(Connection& connection, const Statement& statement, const mill::Pres
 std::vector<std::string> customerNames()
 {
     std::vector<std::string> names;
-    for (const mill::Customer& customer : mill::customers()) names.push_back(mill::utf8(customer.name));
+    for (const long_mill::Customer& customer : long_mill::customers()) names.push_back(long_mill::utf8(customer.name));
     return names;
 }
 
@@ -96,8 +96,8 @@ void make(const std::filesystem::path& path, bool indexed)
             connection.run("CREATE UNIQUE INDEX CariUnvan ON Cari(Unvan); CREATE INDEX HareketTarih ON Hareket(Tarih)");
         connection.run("BEGIN");
         const Statement customerRow = connection.prepare("INSERT INTO Cari VALUES(?,?,?,?)");
-        for (const mill::Customer& customer : mill::customers()) {
-            const std::string name = mill::utf8(customer.name), container = mill::utf8(customer.container);
+        for (const long_mill::Customer& customer : long_mill::customers()) {
+            const std::string name = long_mill::utf8(customer.name), container = long_mill::utf8(customer.container);
             sqlite3_bind_text(customerRow.get(), 1, name.c_str(), -1, SQLITE_STATIC);
             sqlite3_bind_double(customerRow.get(), 2, static_cast<double>(customer.share));
             sqlite3_bind_text(customerRow.get(), 3, container.c_str(), -1, SQLITE_STATIC);
@@ -107,7 +107,8 @@ void make(const std::filesystem::path& path, bool indexed)
         }
         const Statement pressingRow = connection.prepare(insertPressing);
         const auto names = customerNames();
-        mill::pressings([&](const mill::Pressing& pressing) { insert(connection, pressingRow, pressing, names); });
+        long_mill::pressings(
+            [&](const long_mill::Pressing& pressing) { insert(connection, pressingRow, pressing, names); });
         connection.run("COMMIT");
     }
     std::filesystem::rename(unfinished, path);
@@ -157,8 +158,8 @@ void searches(const std::string& task, const std::u16string& prefix, const Share
     benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
         std::pair<double, double> found;
         for ([[maybe_unused]] auto _ : state) {
-            const Statement statement =
-                (**session).prepare("SELECT * FROM Cari WHERE Unvan LIKE '" + mill::utf8(prefix) + "%' ORDER BY Unvan");
+            const Statement statement = (**session).prepare("SELECT * FROM Cari WHERE Unvan LIKE '" +
+                                                            long_mill::utf8(prefix) + "%' ORDER BY Unvan");
             found = readAll(**session, statement, 3);
         }
         answer(task + " rows", them, found.second);
@@ -231,9 +232,9 @@ void appends(const std::string& task, const std::filesystem::path& original)
                 const Statement statement = connection.prepare(insertPressing);
                 std::mt19937 random(3);
                 double moment = 45300;
-                insert(connection, statement, mill::nextPressing(random, moment), names);
+                insert(connection, statement, long_mill::nextPressing(random, moment), names);
                 for ([[maybe_unused]] auto _ : state)
-                    insert(connection, statement, mill::nextPressing(random, moment += 0.001), names);
+                    insert(connection, statement, long_mill::nextPressing(random, moment += 0.001), names);
             }
             std::filesystem::remove(copy);
         })
@@ -277,8 +278,8 @@ void registerSqlite(const Files& files)
 {
     const auto plain = std::make_shared<Session>(files.sqlitePlain()),
                indexed = std::make_shared<Session>(files.sqliteIndexed());
-    searches("search, two letters", mill::twoLetters, plain);
-    searches("search, six letters", mill::sixLetters, plain);
+    searches("search, two letters", long_mill::twoLetters, plain);
+    searches("search, six letters", long_mill::sixLetters, plain);
     listings("one month", plain);
     listings("one month, indexed", indexed);
     fourSums("four sums", plain);
