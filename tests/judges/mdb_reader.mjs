@@ -1,4 +1,4 @@
-// Prints every user table of a database as mdb-reader sees it, for test_mdb_reader.cpp:
+// Prints every user table of a database as mdb-reader sees it, for mdb_reader.cpp:
 //     node mdb_reader.mjs NODE_MODULES DATABASE
 // One JSON object: table name -> rows, the first one the column names; every field a text in the form that
 // mdb-export has, Null is <NULL>.

@@ -237,4 +237,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(SnapshotTest)
-#include "test_snapshot.moc"
+#include "snapshot.moc"

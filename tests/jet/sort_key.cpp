@@ -239,4 +239,4 @@ void SortKey::foldingAgreesWithUnicodeElsewhere()
 }
 
 QTEST_APPLESS_MAIN(SortKey)
-#include "test_sort_key.moc"
+#include "sort_key.moc"

@@ -557,4 +557,4 @@ void TableRules::aStaleRowCountIsPutRightByTheFirstWrite()
 }
 
 QTEST_GUILESS_MAIN(TableRules)
-#include "test_table_rules.moc"
+#include "table_rules.moc"

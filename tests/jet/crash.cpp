@@ -131,4 +131,4 @@ void CrashTest::everyDiskFaultLeavesTheDatabaseWholeAndUsable()
 }
 
 QTEST_APPLESS_MAIN(CrashTest)
-#include "test_crash.moc"
+#include "crash.moc"

@@ -369,4 +369,4 @@ void CsvTest::longOutputIsWhole()
 }
 
 QTEST_APPLESS_MAIN(CsvTest)
-#include "test_csv.moc"
+#include "csv.moc"

@@ -443,4 +443,4 @@ void Schema::newTablesGetTheRightsOfTheFile()
 }
 
 QTEST_GUILESS_MAIN(Schema)
-#include "test_schema.moc"
+#include "schema.moc"

@@ -324,4 +324,4 @@ void NewDatabase::otherProgramsReadNewTables()
 }
 
 QTEST_GUILESS_MAIN(NewDatabase)
-#include "test_new_database.moc"
+#include "new_database.moc"

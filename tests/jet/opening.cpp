@@ -231,4 +231,4 @@ void Opening::filesOfOtherVersionsOfAccessAreRefused()
 }
 
 QTEST_GUILESS_MAIN(Opening)
-#include "test_opening.moc"
+#include "opening.moc"

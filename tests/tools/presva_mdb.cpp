@@ -450,4 +450,4 @@ void PresvaMdbTest::sampleDatabasesSurviveCompacting()
 }
 
 QTEST_GUILESS_MAIN(PresvaMdbTest)
-#include "test_presva_mdb.moc"
+#include "presva_mdb.moc"

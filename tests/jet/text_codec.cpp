@@ -104,4 +104,4 @@ void TextCodec::everyUnitComesBack()
 }
 
 QTEST_GUILESS_MAIN(TextCodec)
-#include "test_text_codec.moc"
+#include "text_codec.moc"

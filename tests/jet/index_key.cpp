@@ -258,4 +258,4 @@ void IndexKey::valuesOfAnotherTypeAreRefused()
 }
 
 QTEST_APPLESS_MAIN(IndexKey)
-#include "test_index_key.moc"
+#include "index_key.moc"

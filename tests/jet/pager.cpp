@@ -735,4 +735,4 @@ void PagerTest::commitWaitsForReadersAndGivesUpWhole()
 }
 
 QTEST_APPLESS_MAIN(PagerTest)
-#include "test_pager.moc"
+#include "pager.moc"

@@ -42,4 +42,4 @@ void ReadingSamples::everyTableReadsAsMdbtoolsReadsIt()
 }
 
 QTEST_GUILESS_MAIN(ReadingSamples)
-#include "test_reading_samples.moc"
+#include "reading_samples.moc"

@@ -386,4 +386,4 @@ void CheckTest::databasesOfOtherProgramsAreSound()
 }
 
 QTEST_APPLESS_MAIN(CheckTest)
-#include "test_check.moc"
+#include "check.moc"

@@ -833,4 +833,4 @@ void TestSql::answersAreTheSameByEveryWay()
 }
 
 QTEST_APPLESS_MAIN(TestSql)
-#include "test_sql.moc"
+#include "sql.moc"

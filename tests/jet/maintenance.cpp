@@ -231,4 +231,4 @@ void MaintenanceTest::remainsOfAPowerCutAreNoObstacle()
 }
 
 QTEST_APPLESS_MAIN(MaintenanceTest)
-#include "test_maintenance.moc"
+#include "maintenance.moc"

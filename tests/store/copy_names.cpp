@@ -78,4 +78,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(CopyNames)
-#include "test_copy_names.moc"
+#include "copy_names.moc"

@@ -384,4 +384,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(RescueTest)
-#include "test_rescue.moc"
+#include "rescue.moc"

@@ -627,4 +627,4 @@ void IndexTreeTest::damageIsReportedAndNeverFollowed()
 }
 
 QTEST_APPLESS_MAIN(IndexTreeTest)
-#include "test_index_tree.moc"
+#include "index_tree.moc"

@@ -231,4 +231,4 @@ void MdbReader::readsSamplesAfterChanges()
 }
 
 QTEST_GUILESS_MAIN(MdbReader)
-#include "test_mdb_reader.moc"
+#include "mdb_reader.moc"

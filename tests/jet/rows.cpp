@@ -211,4 +211,4 @@ void Rows::slotsOutsideThePageAreNotFollowed()
 }
 
 QTEST_GUILESS_MAIN(Rows)
-#include "test_rows.moc"
+#include "rows.moc"

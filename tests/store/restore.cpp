@@ -289,4 +289,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(Restore)
-#include "test_restore.moc"
+#include "restore.moc"

@@ -159,4 +159,4 @@ void TestLikePattern::manyStarsCostNoMoreThanPatternTimesText()
 }
 
 QTEST_APPLESS_MAIN(TestLikePattern)
-#include "test_like_pattern.moc"
+#include "like_pattern.moc"

@@ -218,4 +218,4 @@ void TestSqlParser::theSentenceShowsWhereReadingStopped()
 }
 
 QTEST_APPLESS_MAIN(TestSqlParser)
-#include "test_sql_parser.moc"
+#include "sql_parser.moc"

@@ -220,4 +220,4 @@ void RandomChanges::databasesMadeByAccessStayTrue()
 }
 
 QTEST_GUILESS_MAIN(RandomChanges)
-#include "test_random_changes.moc"
+#include "random_changes.moc"

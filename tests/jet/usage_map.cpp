@@ -439,4 +439,4 @@ void UsageMapTest::freeMapFarPastTheEndIsDamage()
 }
 
 QTEST_APPLESS_MAIN(UsageMapTest)
-#include "test_usage_map.moc"
+#include "usage_map.moc"

@@ -90,4 +90,4 @@ void SampleIndexes::everyEntryIsTheKeyOfItsRow()
 }
 
 QTEST_GUILESS_MAIN(SampleIndexes)
-#include "test_sample_indexes.moc"
+#include "sample_indexes.moc"
