@@ -1,19 +1,27 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
-#include "files/memory_disk.h"
 #include "store/jet/care/check.h"
+#include "files/memory_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/mixed_work.h"
-#include "tests/jet/samples.h"
+#include "tests/jet/sample_test.h"
+#include "tests/support/files.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
 
 using namespace jet;
 
 namespace {
+
+using testing::HasSubstr;
 
 const std::filesystem::path file = "Yag.mdb";
 
@@ -107,50 +115,37 @@ struct Patient {
 
 enum : std::size_t { number, name, code, day, amount, note };
 
-} // namespace
-
 /// One damage, and a word of the sentence that must name it.
-struct DamageCase {
+struct Damage {
     std::function<void(Patient&)> inflict;
     const char* sentence = "";
     bool isFault = true;
 };
-Q_DECLARE_METATYPE(DamageCase)
 
-class CheckTest : public QObject {
-    Q_OBJECT
-private slots:
-    void soundDatabaseHasNoFaultAndNoWarning();
-    void everyDamageIsNamed_data();
-    void everyDamageIsNamed();
-    void progressRunsFromZeroToHundred();
-    void manyFaultsAreCountedNotListed();
-    void databasesOfOtherProgramsAreSound_data();
-    void databasesOfOtherProgramsAreSound();
-};
-
-void CheckTest::soundDatabaseHasNoFaultAndNoWarning()
+TEST(Check, soundDatabaseHasNoFaultAndNoWarning)
 {
     Patient patient;
     const CheckResult result = checkDatabase(*patient.database);
-    QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
-    QVERIFY2(result.warnings.empty(), result.warnings.empty() ? "" : result.warnings.front().c_str());
-    QCOMPARE(result.pages, patient.pager().pageCount());
-    QCOMPARE(result.tables, 6U);
+    ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+    ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+    ASSERT_EQ(result.pages, patient.pager().pageCount());
+    ASSERT_EQ(result.tables, 6U);
     std::uint64_t rows = 0;
     for (const auto& [table, page] : patient.database->allTables()) rows += patient.database->table(table).rowCount();
-    QCOMPARE(result.rows, rows);
-    QVERIFY(result.indexEntries > 4 * patient.large().liveRows());
+    ASSERT_EQ(result.rows, rows);
+    ASSERT_GT(result.indexEntries, 4 * patient.large().liveRows());
 }
 
-void CheckTest::everyDamageIsNamed_data()
+class CheckDamage : public TableTest<Damage> {};
+
+RowTable<Damage> checkDamage()
 {
-    QTest::addColumn<DamageCase>("damage");
-    const auto fault = [](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
-        QTest::newRow(title) << DamageCase{std::move(inflict), sentence, true};
+    RowTable<Damage> table;
+    const auto fault = [&table](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
+        table.push_back({title, Damage{std::move(inflict), sentence, true}});
     };
-    const auto warning = [](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
-        QTest::newRow(title) << DamageCase{std::move(inflict), sentence, false};
+    const auto warning = [&table](const char* title, const char* sentence, std::function<void(Patient&)> inflict) {
+        table.push_back({title, Damage{std::move(inflict), sentence, false}});
     };
 
     // Who owns the pages
@@ -313,11 +308,14 @@ void CheckTest::everyDamageIsNamed_data()
     });
     fault("tree page of another table", "dizini",
           [](Patient& p) { p.poke(p.small().definition.indexes[0].root, 4, {2}); });
+    return table;
 }
 
-void CheckTest::everyDamageIsNamed()
+INSTANTIATE_TEST_SUITE_P(, CheckDamage, testing::ValuesIn(checkDamage()), RowName());
+
+TEST_P(CheckDamage, everyDamageIsNamed)
 {
-    QFETCH(DamageCase, damage);
+    const Damage& damage = row();
     Patient patient;
     {
         Transaction change(patient.pager());
@@ -331,22 +329,24 @@ void CheckTest::everyDamageIsNamed()
     const auto& sentences = damage.isFault ? result.faults : result.warnings;
     std::string all;
     for (const std::string& sentence : sentences) all += sentence + '\n';
-    QVERIFY2(all.find(damage.sentence) != std::string::npos, all.c_str());
-    if (!damage.isFault) QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
+    ASSERT_THAT(all, HasSubstr(damage.sentence));
+    if (!damage.isFault) {
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+    }
 }
 
-void CheckTest::progressRunsFromZeroToHundred()
+TEST(Check, progressRunsFromZeroToHundred)
 {
     Patient patient;
     std::vector<int> seen;
     checkDatabase(*patient.database, [&](int percent) { seen.push_back(percent); });
-    QVERIFY(seen.size() > 10);
-    QVERIFY(std::ranges::is_sorted(seen));
-    QCOMPARE(seen.back(), 100);
-    QVERIFY(seen.front() < 20);
+    ASSERT_GT(seen.size(), 10U);
+    ASSERT_TRUE(std::ranges::is_sorted(seen));
+    ASSERT_EQ(seen.back(), 100);
+    ASSERT_LT(seen.front(), 20);
 }
 
-void CheckTest::manyFaultsAreCountedNotListed()
+TEST(Check, manyFaultsAreCountedNotListed)
 {
     Patient patient;
     {
@@ -361,29 +361,21 @@ void CheckTest::manyFaultsAreCountedNotListed()
     }
     patient.states.clear();
     const CheckResult result = checkDatabase(*patient.database);
-    QCOMPARE(result.faults.size(), std::size_t{501});
-    QVERIFY2(result.faults.back().find("hata daha") != std::string::npos, result.faults.back().c_str());
+    ASSERT_EQ(result.faults.size(), 501U);
+    ASSERT_THAT(result.faults.back(), HasSubstr("hata daha"));
 }
 
-void CheckTest::databasesOfOtherProgramsAreSound_data()
-{
-    QTest::addColumn<QString>("path");
-    for (const QString& path : samples::databases()) QTest::newRow(qPrintable(path.section('/', -1))) << path;
-}
+class CheckSamples : public samples::Test {};
 
-void CheckTest::databasesOfOtherProgramsAreSound()
+INSTANTIATE_TEST_SUITE_P(, CheckSamples, testing::ValuesIn(samples::table()), RowName());
+
+TEST_P(CheckSamples, databasesOfOtherProgramsAreSound)
 {
-    if (!samples::present()) QSKIP(samples::absent);
-    QFETCH(QString, path);
-    QFile source(path);
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    const QByteArray bytes = source.readAll();
     files::MemoryDisk disk;
-    disk.content(file).assign(bytes.begin(), bytes.end());
+    disk.content(file) = bytesOfFile(row());
     const CheckResult result = checkDatabase(*Database::open(disk, file, Pager::Mode::readOnly));
-    QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
-    QVERIFY(result.tables >= 6);
+    ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+    ASSERT_GE(result.tables, 6U);
 }
 
-QTEST_APPLESS_MAIN(CheckTest)
-#include "check.moc"
+} // namespace

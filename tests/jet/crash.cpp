@@ -3,8 +3,12 @@
 #include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"
+#include "tests/support/fault.h"
+#include "tests/support/text.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace jet;
 
@@ -13,27 +17,11 @@ namespace {
 const std::filesystem::path file = "Yag.mdb";
 
 /// PRESVA_STOPS sets how many moments the power is cut at; the usual run tries fewer than a release does.
-int stops() { return std::max(1, qEnvironmentVariableIntValue("PRESVA_STOPS")); }
-constexpr int usualStops = 2500;
+int stops() { return std::max(1, numberFromEnvironment("PRESVA_STOPS", 2500)); }
 
-QByteArray firstFault(const CheckResult& result)
+TEST(Crash, powerCutAtAnyMomentKeepsEveryAcknowledgedChange)
 {
-    return result.ok() ? QByteArray() : QByteArray::fromStdString(result.faults.front());
-}
-
-} // namespace
-
-class CrashTest : public QObject {
-    Q_OBJECT
-private slots:
-    void powerCutAtAnyMomentKeepsEveryAcknowledgedChange();
-    void creatingADatabaseOrATableIsWholeOrNothing();
-    void everyDiskFaultLeavesTheDatabaseWholeAndUsable();
-};
-
-void CrashTest::powerCutAtAnyMomentKeepsEveryAcknowledgedChange()
-{
-    const int wanted = qEnvironmentVariableIsSet("PRESVA_STOPS") ? stops() : usualStops;
+    const int wanted = stops();
     PowerCutDisk disk;
     MixedWork::create(disk, file);
     MixedWork work(7);
@@ -52,12 +40,12 @@ void CrashTest::powerCutAtAnyMomentKeepsEveryAcknowledgedChange()
         const auto medium = disk.afterPowerCut(++luck);
         const auto recovered = Database::open(*medium, file);
         const MixedWork::Rows rows = MixedWork::read(*recovered);
-        QVERIFY2(rows == before || rows == after, qPrintable(QStringLiteral("stop %1").arg(tried)));
+        ASSERT_TRUE(rows == before || rows == after) << "stop " << tried;
         const CheckResult result = checkDatabase(*recovered);
-        QVERIFY2(result.ok(), firstFault(result));
-        QVERIFY2(result.warnings.empty(), result.warnings.empty() ? "" : result.warnings.front().c_str());
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
     };
-    while (tried < wanted && !QTest::currentTestFailed()) {
+    while (tried < wanted && !HasFailure()) {
         after = before;
         Transaction transaction(database->pager());
         work.change(*database, after);
@@ -74,11 +62,11 @@ void CrashTest::powerCutAtAnyMomentKeepsEveryAcknowledgedChange()
             database = Database::open(disk, file);
         }
     }
-    QVERIFY(!QTest::currentTestFailed());
-    QCOMPARE(MixedWork::read(*database), before);
+    ASSERT_FALSE(HasFailure());
+    ASSERT_EQ(MixedWork::read(*database), before);
 }
 
-void CrashTest::creatingADatabaseOrATableIsWholeOrNothing()
+TEST(Crash, creatingADatabaseOrATableIsWholeOrNothing)
 {
     PowerCutDisk disk;
     std::uint32_t luck = 0;
@@ -88,16 +76,16 @@ void CrashTest::creatingADatabaseOrATableIsWholeOrNothing()
         if (!medium->has(file)) return;
         const auto recovered = Database::open(*medium, file);
         const CheckResult result = checkDatabase(*recovered);
-        QVERIFY2(result.ok(), firstFault(result));
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
         const auto tables = recovered->tableNames();
-        QVERIFY(tables.empty() || tables == std::vector<std::u16string>{MixedWork::table});
+        ASSERT_TRUE(tables.empty() || tables == std::vector<std::u16string>{MixedWork::table});
         ++whole;
     };
     MixedWork::create(disk, file);
-    QVERIFY(whole > 5);
+    ASSERT_GT(whole, 5);
 }
 
-void CrashTest::everyDiskFaultLeavesTheDatabaseWholeAndUsable()
+TEST(Crash, everyDiskFaultLeavesTheDatabaseWholeAndUsable)
 {
     PowerCutDisk start;
     MixedWork::create(start, file);
@@ -116,19 +104,18 @@ void CrashTest::everyDiskFaultLeavesTheDatabaseWholeAndUsable()
                 transaction.commit();
                 rows = next;
             } catch (const Error& error) {
-                QCOMPARE(error.fault(), Fault::disk);
+                ASSERT_EQ(error.fault(), Fault::disk);
                 database.reset(); // as a person would: close, open, go on
                 database = Database::open(disk, file);
                 const MixedWork::Rows found = MixedWork::read(*database);
-                QVERIFY(found == rows || found == next);
+                ASSERT_TRUE(found == rows || found == next);
                 rows = found;
             }
-            QCOMPARE(MixedWork::read(*database), rows);
+            ASSERT_EQ(MixedWork::read(*database), rows);
         }
         const CheckResult result = checkDatabase(*database);
-        QVERIFY2(result.ok(), firstFault(result));
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
     }
 }
 
-QTEST_APPLESS_MAIN(CrashTest)
-#include "crash.moc"
+} // namespace

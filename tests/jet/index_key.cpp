@@ -1,7 +1,10 @@
-#include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
+#include "store/jet/format/doors.h"
+#include "tests/support/bytes.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QTest>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <limits>
@@ -12,10 +15,9 @@ using jet::ColumnType;
 using jet::Key;
 using jet::Value;
 
-Q_DECLARE_METATYPE(jet::Value)
-Q_DECLARE_METATYPE(jet::ColumnType)
-
 namespace {
+
+using testing::HasSubstr;
 
 Column column(ColumnType type)
 {
@@ -34,21 +36,6 @@ Key keyOf(ColumnType type, const Value& value, bool ascending)
     return key;
 }
 
-QByteArray hex(const Key& key)
-{
-    return QByteArray(reinterpret_cast<const char*>(key.data()), qsizetype(key.size())).toHex();
-}
-
-template <class Action> std::optional<jet::Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const jet::Error& error) {
-        return error.fault();
-    }
-    return std::nullopt;
-}
-
 jet::Bytes bytes(std::size_t count)
 {
     jet::Bytes bytes(count);
@@ -59,32 +46,19 @@ jet::Bytes bytes(std::size_t count)
 constexpr jet::Guid guid{
     {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}};
 
-} // namespace
-
-class IndexKey : public QObject {
-    Q_OBJECT
-
-private slots:
-    void everyTypeHasItsBytes_data();
-    void everyTypeHasItsBytes();
-    void orderOfKeysIsOrderOfValues_data();
-    void orderOfKeysIsOrderOfValues();
-    void keysOfSeveralColumnsStandOneAfterAnother();
-    void rowOfNullsHasNoEntryWhereNullsAreIgnored();
-    void unsureCharactersAreRefusedForWritingOnly();
-    void overlongKeysAreRefusedForWritingOnly();
-    void columnsWithoutOrderAreRefused();
-    void valuesOfAnotherTypeAreRefused();
+struct IndexKeyBytesRow {
+    ColumnType type;
+    Value value;
+    bool ascending;
+    std::string key;
 };
+class IndexKeyBytes : public TableTest<IndexKeyBytesRow> {};
 
-void IndexKey::everyTypeHasItsBytes_data()
+RowTable<IndexKeyBytesRow> indexKeyBytes()
 {
-    QTest::addColumn<ColumnType>("type");
-    QTest::addColumn<Value>("value");
-    QTest::addColumn<bool>("ascending");
-    QTest::addColumn<QByteArray>("key");
-    const auto row = [](const char* name, ColumnType type, Value value, bool ascending, const char* text) {
-        QTest::newRow(name) << type << value << ascending << QByteArray(text).replace(" ", "").toLower();
+    RowTable<IndexKeyBytesRow> table;
+    const auto row = [&table](const char* name, ColumnType type, Value value, bool ascending, const char* text) {
+        table.push_back({name, {type, value, ascending, plainHex(text)}});
     };
     using enum ColumnType;
     const bool up = true, down = false;
@@ -127,24 +101,29 @@ void IndexKey::everyTypeHasItsBytes_data()
     row("Numeric, negative", numeric, negative, up, "7F 00 FFFFFFFFFFFFFFFF FEFDFCFBFAF9F8F7");
     row("Numeric, descending", numeric, number, down, "80 FF FFFFFFFFFFFFFFFF FEFDFCFBFAF9F8F7");
     row("Numeric, negative and descending", numeric, negative, down, "80 00 0000000000000000 0102030405060708");
+    return table;
 }
 
-void IndexKey::everyTypeHasItsBytes()
+INSTANTIATE_TEST_SUITE_P(, IndexKeyBytes, testing::ValuesIn(indexKeyBytes()), RowName());
+
+TEST_P(IndexKeyBytes, everyTypeHasItsBytes)
 {
-    QFETCH(ColumnType, type);
-    QFETCH(Value, value);
-    QFETCH(bool, ascending);
-    QFETCH(QByteArray, key);
-    QCOMPARE(hex(keyOf(type, value, ascending)), key);
+    const auto& [type, value, ascending, key] = row();
+    ASSERT_EQ(hexOf(keyOf(type, value, ascending)), key);
 }
 
-void IndexKey::orderOfKeysIsOrderOfValues_data()
+struct IndexKeyOrderRow {
+    ColumnType type;
+    std::vector<Value> values;
+};
+class IndexKeyOrder : public TableTest<IndexKeyOrderRow> {};
+
+RowTable<IndexKeyOrderRow> indexKeyOrder()
 {
-    QTest::addColumn<ColumnType>("type");
-    QTest::addColumn<QList<Value>>("values");
+    RowTable<IndexKeyOrderRow> table;
     using enum ColumnType;
-    const auto row = [](const char* name, ColumnType type, QList<Value> values) {
-        QTest::newRow(name) << type << values;
+    const auto row = [&table](const char* name, ColumnType type, std::vector<Value> values) {
+        table.push_back({name, {type, values}});
     };
     constexpr double infinity = std::numeric_limits<double>::infinity();
     row("Byte", byte, {jet::Null{}, std::uint8_t{0}, std::uint8_t{127}, std::uint8_t{128}, std::uint8_t{255}});
@@ -165,49 +144,51 @@ void IndexKey::orderOfKeysIsOrderOfValues_data()
     row("Numeric", numeric,
         {jet::Null{}, scaled(true, 1, 0), scaled(true, 0, 7), scaled(false, 0, 0), scaled(false, 0, 9),
          scaled(false, 2, 1)});
+    return table;
 }
 
-void IndexKey::orderOfKeysIsOrderOfValues()
+INSTANTIATE_TEST_SUITE_P(, IndexKeyOrder, testing::ValuesIn(indexKeyOrder()), RowName());
+
+TEST_P(IndexKeyOrder, orderOfKeysIsOrderOfValues)
 {
-    QFETCH(ColumnType, type);
-    QFETCH(QList<Value>, values);
-    for (qsizetype i = 0; i + 1 < values.size(); ++i) {
-        QVERIFY2(keyOf(type, values[i], true) < keyOf(type, values[i + 1], true), qPrintable(QString::number(i)));
+    const auto& [type, values] = row();
+    for (std::size_t i = 0; i + 1 < values.size(); ++i) {
+        ASSERT_LT(keyOf(type, values[i], true), keyOf(type, values[i + 1], true)) << "value " << i;
         // In a descending index Numerics of both signs are in the wrong order, and so is an empty Binary: the format
         // has it so. Everything else is right.
         const auto* number = std::get_if<jet::Numeric>(&values[i]);
         if (number != nullptr && number->negative != std::get<jet::Numeric>(values[i + 1]).negative) continue;
         const auto* binary = std::get_if<jet::Bytes>(&values[i]);
         if (binary != nullptr && binary->empty()) continue;
-        QVERIFY2(keyOf(type, values[i + 1], false) < keyOf(type, values[i], false), qPrintable(QString::number(i)));
+        ASSERT_LT(keyOf(type, values[i + 1], false), keyOf(type, values[i], false)) << "value " << i;
     }
 }
 
-void IndexKey::keysOfSeveralColumnsStandOneAfterAnother()
+TEST(IndexKey, keysOfSeveralColumnsStandOneAfterAnother)
 {
     const std::vector<Column> columns{column(ColumnType::longInteger), column(ColumnType::text)};
     jet::Index index;
     index.columns = {{1, false}, {0, true}};
     const std::vector<Value> values{std::u16string(u"some"), std::int32_t{0}};
-    QCOMPARE(hex(*jet::indexKey(index, columns, values)), QByteArray("80949b9faefeff007f80000000"));
+    ASSERT_EQ(hexOf(*jet::indexKey(index, columns, values)), "80949b9faefeff007f80000000");
     const std::vector<Value> partlyNull{jet::Null{}, std::int32_t{49}};
     index.columns = {{1, true}, {0, true}};
-    QCOMPARE(hex(*jet::indexKey(index, columns, partlyNull)), QByteArray("007f80000031"));
+    ASSERT_EQ(hexOf(*jet::indexKey(index, columns, partlyNull)), "007f80000031");
 }
 
-void IndexKey::rowOfNullsHasNoEntryWhereNullsAreIgnored()
+TEST(IndexKey, rowOfNullsHasNoEntryWhereNullsAreIgnored)
 {
     const std::vector<Column> columns{column(ColumnType::longInteger), column(ColumnType::text)};
     jet::Index index;
     index.columns = {{0, true}, {1, true}};
     const std::vector<Value> nulls(2), partly{jet::Null{}, std::u16string(u"a")};
-    QCOMPARE(hex(*jet::indexKey(index, columns, nulls)), QByteArray("0000"));
+    ASSERT_EQ(hexOf(*jet::indexKey(index, columns, nulls)), "0000");
     index.ignoreNulls = true;
-    QVERIFY(!jet::indexKey(index, columns, nulls));
-    QVERIFY(jet::indexKey(index, columns, partly).has_value());
+    ASSERT_FALSE(jet::indexKey(index, columns, nulls));
+    ASSERT_TRUE(jet::indexKey(index, columns, partly).has_value());
 }
 
-void IndexKey::unsureCharactersAreRefusedForWritingOnly()
+TEST(IndexKey, unsureCharactersAreRefusedForWritingOnly)
 {
     Column name = column(ColumnType::text);
     name.collation = jet::turkish;
@@ -215,47 +196,46 @@ void IndexKey::unsureCharactersAreRefusedForWritingOnly()
     const auto append = [&](jet::KeyUse use) { jet::appendKey(key, name, std::u16string(u"Łódź"), true, use); };
     try {
         append(jet::KeyUse::write);
-        QFAIL("a key of unsure weight was made for writing");
+        FAIL() << "a key of unsure weight was made for writing";
     } catch (const jet::Error& error) {
-        QVERIFY(error.fault() == jet::Fault::indexNotWritable);
-        QVERIFY2(QString::fromUtf8(error.what()).contains("U+0141"), error.what());
-        QVERIFY2(QString::fromUtf8(error.what()).contains("Alan"), error.what());
+        ASSERT_EQ(error.fault(), jet::Fault::indexNotWritable);
+        ASSERT_THAT(error.what(), HasSubstr("U+0141"));
+        ASSERT_THAT(error.what(), HasSubstr("Alan"));
     }
     key.clear();
     append(jet::KeyUse::compare);
-    QCOMPARE(key.front(), std::uint8_t{0x7F});
+    ASSERT_EQ(key.front(), std::uint8_t{0x7F});
 }
 
-void IndexKey::overlongKeysAreRefusedForWritingOnly()
+TEST(IndexKey, overlongKeysAreRefusedForWritingOnly)
 {
     const std::vector<Column> columns{column(ColumnType::text)};
     jet::Index index;
     index.columns = {{0, true}};
     // 253 letters of two bytes: flag, 506 bytes, 01, 00 make 509.
     const std::vector<Value> tooLong{std::u16string(253, u'_')}, longest{std::u16string(252, u'_') + u"a"};
-    QVERIFY(faultOf([&] { jet::indexKey(index, columns, tooLong); }) == jet::Fault::indexNotWritable);
-    QCOMPARE(jet::indexKey(index, columns, tooLong, jet::KeyUse::compare)->size(), std::size_t{509});
-    QCOMPARE(jet::indexKey(index, columns, longest)->size(), jet::maxKeyBytes);
+    ASSERT_EQ(faultOf([&] { jet::indexKey(index, columns, tooLong); }), jet::Fault::indexNotWritable);
+    ASSERT_EQ(jet::indexKey(index, columns, tooLong, jet::KeyUse::compare)->size(), 509U);
+    ASSERT_EQ(jet::indexKey(index, columns, longest)->size(), jet::maxKeyBytes);
 }
 
-void IndexKey::columnsWithoutOrderAreRefused()
+TEST(IndexKey, columnsWithoutOrderAreRefused)
 {
     Key key;
     for (const ColumnType type : {ColumnType::ole, ColumnType::blob})
-        QVERIFY(faultOf([&] { jet::appendKey(key, column(type), jet::Bytes{1}, true); }) ==
-                jet::Fault::indexNotWritable);
+        ASSERT_TRUE(faultOf([&] { jet::appendKey(key, column(type), jet::Bytes{1}, true); }) ==
+                    jet::Fault::indexNotWritable);
     Column german = column(ColumnType::text);
     german.collation = {0x0407, 0};
-    QVERIFY(faultOf([&] { jet::appendKey(key, german, std::u16string(u"a"), true, jet::KeyUse::compare); }) ==
-            jet::Fault::indexNotWritable);
+    ASSERT_TRUE(faultOf([&] { jet::appendKey(key, german, std::u16string(u"a"), true, jet::KeyUse::compare); }) ==
+                jet::Fault::indexNotWritable);
 }
 
-void IndexKey::valuesOfAnotherTypeAreRefused()
+TEST(IndexKey, valuesOfAnotherTypeAreRefused)
 {
-    QVERIFY(faultOf([] { keyOf(ColumnType::longInteger, std::u16string(u"1"), true); }) == jet::Fault::badValue);
-    QVERIFY(faultOf([] { keyOf(ColumnType::text, 1.0, true); }) == jet::Fault::badValue);
-    QVERIFY(faultOf([] { keyOf(ColumnType::numeric, jet::Numeric{false, {}, 4}, true); }) == jet::Fault::badValue);
+    ASSERT_EQ(faultOf([] { keyOf(ColumnType::longInteger, std::u16string(u"1"), true); }), jet::Fault::badValue);
+    ASSERT_EQ(faultOf([] { keyOf(ColumnType::text, 1.0, true); }), jet::Fault::badValue);
+    ASSERT_EQ(faultOf([] { keyOf(ColumnType::numeric, jet::Numeric{false, {}, 4}, true); }), jet::Fault::badValue);
 }
 
-QTEST_APPLESS_MAIN(IndexKey)
-#include "index_key.moc"
+} // namespace

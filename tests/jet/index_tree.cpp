@@ -1,16 +1,18 @@
-#include <cstddef> // moc wants it before <compare>
-
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
+#include "tests/support/bytes.h"
+#include "tests/support/table.h"
 
 #include "store/jet/format/doors.h"
 #include "store/jet/index/index_page.h"
 #include "store/jet/index/index_tree.h"
 #include "store/jet/pages/row_page.h"
 
-#include <QTest>
+#include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <numeric>
 #include <random>
 #include <set>
@@ -67,13 +69,13 @@ Model contentOf(const jet::IndexTree& tree)
 }
 
 /// Everything that must be true of a sound tree; the first thing that is not, or nothing.
-QString firstFault(Workbench& bench, const Model& model)
+std::string firstFault(Workbench& bench, const Model& model)
 {
     std::vector<std::string> faults, warnings;
     std::vector<PageNo> pages;
     bench.tree->check(faults, warnings, pages);
-    if (!faults.empty()) return QString::fromStdString(faults.front());
-    if (!warnings.empty()) return QString::fromStdString(warnings.front());
+    if (!faults.empty()) return faults.front();
+    if (!warnings.empty()) return warnings.front();
     if (contentOf(*bench.tree) != model) return "the entries are not those that were put in";
     // Nothing lost, nothing owned twice: the pages that are not in the tree are free.
     std::vector<PageNo> free = jet::mapPages(*bench.pager, jet::freeMap);
@@ -121,27 +123,27 @@ void exercise(const MakeKey& makeKey, int batches, int batchSize, unsigned seed)
                 ++number;
                 const auto above = model.lower_bound({entry.first, RowId{}});
                 const bool isNew = above == model.end() || above->first != entry.first;
-                QCOMPARE(bench.tree->hasKey(entry.first, RowId{}), !isNew);
-                QCOMPARE(bench.tree->insert(entry.first, entry.second), isNew);
+                ASSERT_EQ(bench.tree->hasKey(entry.first, RowId{}), !isNew);
+                ASSERT_EQ(bench.tree->insert(entry.first, entry.second), isNew);
                 model.insert(entry);
                 known.push_back(entry);
             } else {
                 const std::size_t victim = random() % known.size();
-                QVERIFY(bench.tree->erase(known[victim].first, known[victim].second));
-                QVERIFY(!bench.tree->erase(known[victim].first, known[victim].second));
+                ASSERT_TRUE(bench.tree->erase(known[victim].first, known[victim].second));
+                ASSERT_FALSE(bench.tree->erase(known[victim].first, known[victim].second));
                 model.erase(known[victim]);
                 known[victim] = known.back();
                 known.pop_back();
             }
         }
         change.commit();
-        QCOMPARE(firstFault(bench, model), QString());
+        ASSERT_EQ(firstFault(bench, model), "");
     }
     jet::Transaction change(*bench.pager);
-    for (const auto& [key, row] : known) QVERIFY(bench.tree->erase(key, row));
+    for (const auto& [key, row] : known) ASSERT_TRUE(bench.tree->erase(key, row));
     change.commit();
-    QCOMPARE(firstFault(bench, {}), QString());
-    QCOMPARE(jet::mapPages(*bench.pager, {0, mapPage}), std::vector<PageNo>{root});
+    ASSERT_EQ(firstFault(bench, {}), "");
+    ASSERT_EQ(jet::mapPages(*bench.pager, {0, mapPage}), std::vector<PageNo>{root});
 }
 
 /// A tree of these keys in this order of insertion, one row each.
@@ -159,60 +161,28 @@ Model fill(Workbench& bench, const std::vector<Key>& keys)
 
 int levels(Workbench& bench) { return jet::IndexPage(*bench.pager, root, table).level() + 1; }
 
-QByteArray hex(std::span<const std::uint8_t> bytes)
-{
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size())).toHex();
-}
-
-} // namespace
-
-class IndexTreeTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void leafHasTheBytesThatAccessWrites();
-    void bulkBuiltTreeHasTheBytesThatAccessWrites();
-    void randomChangesKeepTheTreeTrue_data();
-    void randomChangesKeepTheTreeTrue();
-    void orderOfInsertionDoesNotMatter_data();
-    void orderOfInsertionDoesNotMatter();
-    void ascendingKeysLeaveFullPages();
-    void foreignKeyMayTakeTheCommonPrefixAway();
-    void massDeleteGivesPagesBackAndTheyAreUsedAgain();
-    void insertWithRoomChangesOnePage();
-    void equalKeysSpanLeaves();
-    void walkStartsAtTheFirstEntryNotBelow();
-    void sameEntryTwiceIsRefused();
-    void rebuildMakesTheSameTree_data();
-    void rebuildMakesTheSameTree();
-    void rebuildWorksOnAWreck();
-    void checkFindsEveryKindOfFault_data();
-    void checkFindsEveryKindOfFault();
-    void damageIsReportedAndNeverFollowed();
-};
-
-void IndexTreeTest::leafHasTheBytesThatAccessWrites()
+TEST(IndexTree, leafHasTheBytesThatAccessWrites)
 {
     Workbench bench;
     jet::Transaction change(*bench.pager);
     for (const std::uint8_t number : {2, 1, 4, 5, 3})
         bench.tree->insert(longKey(number), RowId{75, std::uint8_t(number - 1)});
     const auto page = bench.pager->read(root);
-    QCOMPARE(hex(page.first(27)), QByteArray("0401f30d0200000000000000000000000000000000000000000000"));
-    QCOMPARE(hex(page.subspan(27, 7)), QByteArray("00020408102000"));
-    QCOMPARE(hex(page.subspan(480, 46)), QByteArray("7f8000000100004b00"
-                                                    "7f8000000200004b01"
-                                                    "7f8000000300004b02"
-                                                    "7f8000000400004b03"
-                                                    "7f8000000500004b04"
-                                                    "00"));
+    ASSERT_EQ(hexOf(page.first(27)), "0401f30d0200000000000000000000000000000000000000000000");
+    ASSERT_EQ(hexOf(page.subspan(27, 7)), "00020408102000");
+    ASSERT_EQ(hexOf(page.subspan(480, 46)), "7f8000000100004b00"
+                                            "7f8000000200004b01"
+                                            "7f8000000300004b02"
+                                            "7f8000000400004b03"
+                                            "7f8000000500004b04"
+                                            "00");
     bench.tree->insert(longKey(6), RowId{75, 5});
-    QCOMPARE(hex(page.subspan(2, 2)), QByteArray("ea0d"));
-    QCOMPARE(page[27 + 6], std::uint8_t{0x40});
-    QCOMPARE(hex(page.subspan(480 + 45, 9)), QByteArray("7f8000000600004b05"));
+    ASSERT_EQ(hexOf(page.subspan(2, 2)), "ea0d");
+    ASSERT_EQ(page[27 + 6], std::uint8_t{0x40});
+    ASSERT_EQ(hexOf(page.subspan(480 + 45, 9)), "7f8000000600004b05");
 }
 
-void IndexTreeTest::bulkBuiltTreeHasTheBytesThatAccessWrites()
+TEST(IndexTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
 {
     // A descending Long with duplicates and two Nulls: 510 entries that share three bytes, then two that share nothing.
     Workbench bench;
@@ -226,42 +196,48 @@ void IndexTreeTest::bulkBuiltTreeHasTheBytesThatAccessWrites()
     entries.emplace_back(Key{0xFF}, RowId{20, 0x39});
     entries.emplace_back(Key{0xFF}, RowId{20, 0x3A});
     jet::Transaction change(*bench.pager);
-    QCOMPARE(bench.tree->rebuild(entries), 256u);
+    ASSERT_EQ(bench.tree->rebuild(entries), 256u);
     change.commit();
 
     const jet::IndexPage top(*bench.pager, root, table);
-    QVERIFY(!top.isLeaf());
-    QCOMPARE(top.count(), std::size_t{1});
-    QCOMPARE(hex(top.bytes().first(4)), QByteArray("0301130e"));
-    QCOMPARE(top.level(), std::uint8_t{1});
+    ASSERT_FALSE(top.isLeaf());
+    ASSERT_EQ(top.count(), 1U);
+    ASSERT_EQ(hexOf(top.bytes().first(4)), "0301130e");
+    ASSERT_EQ(top.level(), std::uint8_t{1});
     const jet::IndexPage left(*bench.pager, top.child(0), table), right(*bench.pager, top.tail(), table);
-    QCOMPARE(left.prefixBytes(), std::size_t{3});
-    QCOMPARE(left.count(), std::size_t{510});
-    QCOMPARE(jet::getU16(&left.bytes()[2]), std::uint16_t{553});
-    QCOMPARE(left.next(), top.tail());
-    QCOMPARE(right.previous(), top.child(0));
-    QCOMPARE(hex(right.bytes().subspan(480, 10)), QByteArray("ff00001439ff0000143a"));
+    ASSERT_EQ(left.prefixBytes(), 3U);
+    ASSERT_EQ(left.count(), 510U);
+    ASSERT_EQ(jet::getU16(&left.bytes()[2]), std::uint16_t{553});
+    ASSERT_EQ(left.next(), top.tail());
+    ASSERT_EQ(right.previous(), top.child(0));
+    ASSERT_EQ(hexOf(right.bytes().subspan(480, 10)), "ff00001439ff0000143a");
 }
 
-void IndexTreeTest::randomChangesKeepTheTreeTrue_data()
+struct IndexTreeHistoryRow {
+    int kind;
+    int batches;
+    int batchSize;
+};
+class IndexTreeHistory : public TableTest<IndexTreeHistoryRow> {};
+
+RowTable<IndexTreeHistoryRow> indexTreeHistory()
 {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("batches");
-    QTest::addColumn<int>("batchSize");
-    QTest::newRow("numbers") << 0 << 10 << 1500;
-    QTest::newRow("few distinct numbers") << 1 << 10 << 1000;
-    QTest::newRow("texts") << 2 << 10 << 700;
-    QTest::newRow("longest keys") << 3 << 12 << 150;
-    QTest::newRow("long common prefixes") << 4 << 10 << 500;
-    QTest::newRow("keys that other keys begin with") << 6 << 10 << 1000;
-    QTest::newRow("lengths of all kinds") << 5 << 12 << 300;
+    return {
+        {"numbers", {0, 10, 1500}},
+        {"few distinct numbers", {1, 10, 1000}},
+        {"texts", {2, 10, 700}},
+        {"longest keys", {3, 12, 150}},
+        {"long common prefixes", {4, 10, 500}},
+        {"keys that other keys begin with", {6, 10, 1000}},
+        {"lengths of all kinds", {5, 12, 300}},
+    };
 }
 
-void IndexTreeTest::randomChangesKeepTheTreeTrue()
+INSTANTIATE_TEST_SUITE_P(, IndexTreeHistory, testing::ValuesIn(indexTreeHistory()), RowName());
+
+TEST_P(IndexTreeHistory, randomChangesKeepTheTreeTrue)
 {
-    QFETCH(int, kind);
-    QFETCH(int, batches);
-    QFETCH(int, batchSize);
+    const auto& [kind, batches, batchSize] = row();
     const std::vector<MakeKey> kinds{
         [](std::mt19937& random, std::uint32_t) { return longKey(std::int32_t(random())); },
         [](std::mt19937& random, std::uint32_t) { return longKey(random() % 7); },
@@ -295,15 +271,20 @@ void IndexTreeTest::randomChangesKeepTheTreeTrue()
     exercise(kinds.at(std::size_t(kind)), batches, batchSize, 1);
 }
 
-void IndexTreeTest::orderOfInsertionDoesNotMatter_data()
+class IndexTreeOrder : public TableTest<std::string> {};
+
+RowTable<std::string> indexTreeOrder()
 {
-    QTest::addColumn<QString>("order");
-    for (const char* order : {"ascending", "descending", "from both ends", "shuffled"}) QTest::newRow(order) << order;
+    RowTable<std::string> table;
+    for (const char* order : {"ascending", "descending", "from both ends", "shuffled"}) table.push_back({order, order});
+    return table;
 }
 
-void IndexTreeTest::orderOfInsertionDoesNotMatter()
+INSTANTIATE_TEST_SUITE_P(, IndexTreeOrder, testing::ValuesIn(indexTreeOrder()), RowName());
+
+TEST_P(IndexTreeOrder, orderOfInsertionDoesNotMatter)
 {
-    QFETCH(QString, order);
+    const std::string& order = row();
     std::vector<std::uint32_t> numbers(1500);
     std::iota(numbers.begin(), numbers.end(), 0);
     if (order == "descending") std::ranges::reverse(numbers);
@@ -327,52 +308,52 @@ void IndexTreeTest::orderOfInsertionDoesNotMatter()
     std::ranges::sort(numbers);
     Workbench bench;
     const Model model = fill(bench, keys);
-    QCOMPARE(firstFault(bench, model), QString());
-    QVERIFY2(levels(bench) >= 3, qPrintable(QString::number(levels(bench))));
+    ASSERT_EQ(firstFault(bench, model), "");
+    ASSERT_GE(levels(bench), 3) << levels(bench);
     // And away again, from the left.
     jet::Transaction change(*bench.pager);
-    for (const auto& [key, row] : model) QVERIFY(bench.tree->erase(key, row));
+    for (const auto& [key, row] : model) ASSERT_TRUE(bench.tree->erase(key, row));
     change.commit();
-    QCOMPARE(firstFault(bench, {}), QString());
+    ASSERT_EQ(firstFault(bench, {}), "");
 }
 
-void IndexTreeTest::ascendingKeysLeaveFullPages()
+TEST(IndexTree, ascendingKeysLeaveFullPages)
 {
     Workbench bench;
     std::vector<Key> keys;
     for (std::int32_t i = 0; i < 40000; ++i) keys.push_back(longKey(i));
     const Model model = fill(bench, keys);
-    QCOMPARE(firstFault(bench, model), QString());
+    ASSERT_EQ(firstFault(bench, model), "");
     // Neighbouring numbers take 6 bytes an entry; half-full leaves would make twice as many pages.
     const auto pages = jet::mapPages(*bench.pager, {0, mapPage}).size();
-    QVERIFY2(pages < 40000 * 6 * 21 / 20 / jet::indexArea, qPrintable(QString::number(pages)));
-    QCOMPARE(levels(bench), 2);
+    ASSERT_LT(pages, 40000 * 6 * 21 / 20 / jet::indexArea) << std::to_string(pages);
+    ASSERT_EQ(levels(bench), 2);
 }
 
-void IndexTreeTest::foreignKeyMayTakeTheCommonPrefixAway()
+TEST(IndexTree, foreignKeyMayTakeTheCommonPrefixAway)
 {
     for (const std::uint8_t first : {0x10, 0x70}) {
         Workbench bench;
         std::vector<Key> keys;
         for (std::uint32_t i = 0; i < 300; ++i) keys.push_back(filledKey(96, 0x50, i));
         Model model = fill(bench, keys);
-        QCOMPARE(levels(bench), 1);
+        ASSERT_EQ(levels(bench), 1);
         jet::Transaction change(*bench.pager);
         const Key foreign = filledKey(96, first, 1);
         bench.tree->insert(foreign, RowId{9, 9});
         change.commit();
         model.emplace(foreign, RowId{9, 9});
-        QCOMPARE(firstFault(bench, model), QString());
-        QCOMPARE(levels(bench), 2);
+        ASSERT_EQ(firstFault(bench, model), "");
+        ASSERT_EQ(levels(bench), 2);
         jet::Transaction back(*bench.pager);
-        QVERIFY(bench.tree->erase(foreign, RowId{9, 9}));
+        ASSERT_TRUE(bench.tree->erase(foreign, RowId{9, 9}));
         back.commit();
         model.erase({foreign, RowId{9, 9}});
-        QCOMPARE(firstFault(bench, model), QString());
+        ASSERT_EQ(firstFault(bench, model), "");
     }
 }
 
-void IndexTreeTest::massDeleteGivesPagesBackAndTheyAreUsedAgain()
+TEST(IndexTree, massDeleteGivesPagesBackAndTheyAreUsedAgain)
 {
     Workbench bench;
     std::vector<Key> keys;
@@ -387,23 +368,23 @@ void IndexTreeTest::massDeleteGivesPagesBackAndTheyAreUsedAgain()
                 ++at;
                 continue;
             }
-            QVERIFY(bench.tree->erase(at->first, at->second));
+            ASSERT_TRUE(bench.tree->erase(at->first, at->second));
             at = model.erase(at);
         }
         change.commit();
-        QCOMPARE(firstFault(bench, model), QString());
-        QVERIFY(jet::mapPages(*bench.pager, {0, mapPage}).size() <= 4);
+        ASSERT_EQ(firstFault(bench, model), "");
+        ASSERT_LE(jet::mapPages(*bench.pager, {0, mapPage}).size(), 4);
         jet::Transaction again(*bench.pager);
         for (std::size_t i = 0; i < keys.size(); ++i)
             if (model.emplace(keys[i], rowNumber(std::uint32_t(i))).second)
                 bench.tree->insert(keys[i], rowNumber(std::uint32_t(i)));
         again.commit();
-        QCOMPARE(firstFault(bench, model), QString());
-        QVERIFY(bench.pager->pageCount() <= pages + pages / 10);
+        ASSERT_EQ(firstFault(bench, model), "");
+        ASSERT_LE(bench.pager->pageCount(), pages + pages / 10);
     }
 }
 
-void IndexTreeTest::insertWithRoomChangesOnePage()
+TEST(IndexTree, insertWithRoomChangesOnePage)
 {
     Workbench bench;
     std::vector<Key> keys;
@@ -414,38 +395,38 @@ void IndexTreeTest::insertWithRoomChangesOnePage()
     bench.tree->insert(longKey(25005), RowId{9, 9});
     change.commit();
     const PowerCutDisk::Image& after = bench.disk.content("a.mdb");
-    QCOMPARE(after.size(), before.size());
+    ASSERT_EQ(after.size(), before.size());
     int changed = 0;
     for (std::size_t at = 0; at < after.size(); at += jet::pageSize)
         changed += !std::equal(after.begin() + std::ptrdiff_t(at), after.begin() + std::ptrdiff_t(at + jet::pageSize),
                                before.begin() + std::ptrdiff_t(at));
-    QCOMPARE(changed, 1);
+    ASSERT_EQ(changed, 1);
 }
 
-void IndexTreeTest::equalKeysSpanLeaves()
+TEST(IndexTree, equalKeysSpanLeaves)
 {
     Workbench bench;
     fill(bench, std::vector<Key>(3000, longKey(5)));
-    QVERIFY(levels(bench) > 1);
-    QVERIFY(bench.tree->hasKey(longKey(5), RowId{}));
-    QVERIFY(!bench.tree->hasKey(longKey(4), RowId{}));
-    QVERIFY(!bench.tree->hasKey(longKey(6), RowId{}));
+    ASSERT_GT(levels(bench), 1);
+    ASSERT_TRUE(bench.tree->hasKey(longKey(5), RowId{}));
+    ASSERT_FALSE(bench.tree->hasKey(longKey(4), RowId{}));
+    ASSERT_FALSE(bench.tree->hasKey(longKey(6), RowId{}));
     jet::Transaction change(*bench.pager);
-    QVERIFY(!bench.tree->insert(longKey(5), RowId{1, 1}));
-    QVERIFY(bench.tree->insert(longKey(6), RowId{1, 1}));
-    QVERIFY(bench.tree->insert(longKey(4), RowId{1, 1}));
-    QVERIFY(bench.tree->hasKey(longKey(6), RowId{}));
+    ASSERT_FALSE(bench.tree->insert(longKey(5), RowId{1, 1}));
+    ASSERT_TRUE(bench.tree->insert(longKey(6), RowId{1, 1}));
+    ASSERT_TRUE(bench.tree->insert(longKey(4), RowId{1, 1}));
+    ASSERT_TRUE(bench.tree->hasKey(longKey(6), RowId{}));
     // A row does not collide with itself.
-    QVERIFY(!bench.tree->hasKey(longKey(6), RowId{1, 1}));
+    ASSERT_FALSE(bench.tree->hasKey(longKey(6), RowId{1, 1}));
     // Among 3000 others the last one in the last leaf still counts.
-    for (std::uint32_t i = 0; i + 1 < 3000; ++i) QVERIFY(bench.tree->erase(longKey(5), rowNumber(i)));
-    QVERIFY(bench.tree->erase(longKey(5), RowId{1, 1}));
-    QVERIFY(bench.tree->hasKey(longKey(5), RowId{}));
-    QVERIFY(!bench.tree->hasKey(longKey(5), rowNumber(2999)));
+    for (std::uint32_t i = 0; i + 1 < 3000; ++i) ASSERT_TRUE(bench.tree->erase(longKey(5), rowNumber(i)));
+    ASSERT_TRUE(bench.tree->erase(longKey(5), RowId{1, 1}));
+    ASSERT_TRUE(bench.tree->hasKey(longKey(5), RowId{}));
+    ASSERT_FALSE(bench.tree->hasKey(longKey(5), rowNumber(2999)));
     change.commit();
 }
 
-void IndexTreeTest::walkStartsAtTheFirstEntryNotBelow()
+TEST(IndexTree, walkStartsAtTheFirstEntryNotBelow)
 {
     Workbench bench;
     std::vector<Key> keys;
@@ -459,38 +440,45 @@ void IndexTreeTest::walkStartsAtTheFirstEntryNotBelow()
         });
         const std::int32_t first = from < 0 ? 0 : from + from % 2;
         const auto expected = std::size_t(std::clamp((8000 - first) / 2, 0, 3));
-        QCOMPARE(seen.size(), expected);
-        for (std::size_t i = 0; i < expected; ++i) QCOMPARE(seen[i], longKey(first + 2 * std::int32_t(i)));
+        ASSERT_EQ(seen.size(), expected);
+        for (std::size_t i = 0; i < expected; ++i) ASSERT_EQ(seen[i], longKey(first + 2 * std::int32_t(i)));
     }
 }
 
-void IndexTreeTest::sameEntryTwiceIsRefused()
+TEST(IndexTree, sameEntryTwiceIsRefused)
 {
     Workbench bench;
     jet::Transaction change(*bench.pager);
     bench.tree->insert(longKey(1), RowId{1, 1});
     try {
         bench.tree->insert(longKey(1), RowId{1, 1});
-        QFAIL("the entry was taken twice");
+        FAIL() << "the entry was taken twice";
     } catch (const jet::Error& error) {
-        QVERIFY(error.fault() == jet::Fault::damaged);
+        ASSERT_EQ(error.fault(), jet::Fault::damaged);
     }
 }
 
-void IndexTreeTest::rebuildMakesTheSameTree_data()
+struct IndexTreeRebuildRow {
+    int entries;
+    int keyLength;
+};
+class IndexTreeRebuild : public TableTest<IndexTreeRebuildRow> {};
+
+RowTable<IndexTreeRebuildRow> indexTreeRebuild()
 {
-    QTest::addColumn<int>("entries");
-    QTest::addColumn<int>("keyLength");
+    RowTable<IndexTreeRebuildRow> table;
     for (const int entries : {0, 1, 7, 8, 49, 50, 57, 400, 1000}) {
-        QTest::addRow("%d long keys", entries) << entries << 508;
-        QTest::addRow("%d short keys", entries * 20) << entries * 20 << 6;
+        table.push_back({std::to_string(entries) + " long keys", {entries, 508}});
+        table.push_back({std::to_string(entries * 20) + " short keys", {entries * 20, 6}});
     }
+    return table;
 }
 
-void IndexTreeTest::rebuildMakesTheSameTree()
+INSTANTIATE_TEST_SUITE_P(, IndexTreeRebuild, testing::ValuesIn(indexTreeRebuild()), RowName());
+
+TEST_P(IndexTreeRebuild, rebuildMakesTheSameTree)
 {
-    QFETCH(int, entries);
-    QFETCH(int, keyLength);
+    const auto& [entries, keyLength] = row();
     Workbench bench;
     fill(bench, {longKey(1), longKey(2), longKey(3)});
     std::vector<std::pair<Key, RowId>> sorted;
@@ -503,22 +491,22 @@ void IndexTreeTest::rebuildMakesTheSameTree()
     std::ranges::sort(sorted);
     for (int round = 0; round < 2; ++round) {
         jet::Transaction change(*bench.pager);
-        QCOMPARE(bench.tree->rebuild(sorted), std::uint32_t((entries + 1) / 2));
+        ASSERT_EQ(bench.tree->rebuild(sorted), std::uint32_t((entries + 1) / 2));
         change.commit();
-        QCOMPARE(firstFault(bench, Model(sorted.begin(), sorted.end())), QString());
+        ASSERT_EQ(firstFault(bench, Model(sorted.begin(), sorted.end())), "");
     }
     // It is a tree to go on with.
     Model model(sorted.begin(), sorted.end());
     jet::Transaction change(*bench.pager);
     for (std::size_t i = 0; i < sorted.size(); i += 3) {
-        QVERIFY(bench.tree->erase(sorted[i].first, sorted[i].second));
+        ASSERT_TRUE(bench.tree->erase(sorted[i].first, sorted[i].second));
         model.erase(sorted[i]);
     }
     change.commit();
-    QCOMPARE(firstFault(bench, model), QString());
+    ASSERT_EQ(firstFault(bench, model), "");
 }
 
-void IndexTreeTest::rebuildWorksOnAWreck()
+TEST(IndexTree, rebuildWorksOnAWreck)
 {
     Workbench bench;
     std::vector<Key> keys;
@@ -534,35 +522,42 @@ void IndexTreeTest::rebuildWorksOnAWreck()
     std::vector<std::string> faults, warnings;
     std::vector<PageNo> pages;
     bench.tree->check(faults, warnings, pages);
-    QVERIFY(faults.empty() && warnings.empty());
-    QCOMPARE(contentOf(*bench.tree), model);
+    ASSERT_TRUE(faults.empty() && warnings.empty());
+    ASSERT_EQ(contentOf(*bench.tree), model);
 }
 
-void IndexTreeTest::checkFindsEveryKindOfFault_data()
+struct IndexTreeFaultRow {
+    int offset;
+    bool inRoot;
+};
+class IndexTreeFault : public TableTest<IndexTreeFaultRow> {};
+
+RowTable<IndexTreeFaultRow> indexTreeFault()
 {
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<bool>("inRoot");
-    QTest::newRow("free field") << 2 << false;
-    QTest::newRow("owner") << 4 << false;
-    QTest::newRow("previous page") << 12 << false;
-    QTest::newRow("next page") << 16 << false;
-    QTest::newRow("tail of a leaf") << 20 << false;
-    QTest::newRow("level") << 26 << false;
-    QTest::newRow("end mask") << 29 << false;
-    QTest::newRow("entry") << 482 << false;
-    QTest::newRow("type") << 0 << false;
-    QTest::newRow("second byte") << 1 << false;
-    QTest::newRow("node's entry") << 480 + 4 << true;
-    QTest::newRow("node's child") << 480 + 12 << true;
-    QTest::newRow("node's tail") << 20 << true;
-    QTest::newRow("node's free field") << 2 << true;
-    QTest::newRow("root's neighbour") << 16 << true;
+    return {
+        {"free field", {2, false}},
+        {"owner", {4, false}},
+        {"previous page", {12, false}},
+        {"next page", {16, false}},
+        {"tail of a leaf", {20, false}},
+        {"level", {26, false}},
+        {"end mask", {29, false}},
+        {"entry", {482, false}},
+        {"type", {0, false}},
+        {"second byte", {1, false}},
+        {"node's entry", {480 + 4, true}},
+        {"node's child", {480 + 12, true}},
+        {"node's tail", {20, true}},
+        {"node's free field", {2, true}},
+        {"root's neighbour", {16, true}},
+    };
 }
 
-void IndexTreeTest::checkFindsEveryKindOfFault()
+INSTANTIATE_TEST_SUITE_P(, IndexTreeFault, testing::ValuesIn(indexTreeFault()), RowName());
+
+TEST_P(IndexTreeFault, checkFindsEveryKindOfFault)
 {
-    QFETCH(int, offset);
-    QFETCH(bool, inRoot);
+    const auto& [offset, inRoot] = row();
     Workbench bench;
     std::vector<Key> keys;
     for (std::int32_t i = 0; i < 3000; ++i) keys.push_back(longKey(i));
@@ -575,10 +570,10 @@ void IndexTreeTest::checkFindsEveryKindOfFault()
     std::vector<std::string> faults, warnings;
     std::vector<PageNo> pages;
     bench.tree->check(faults, warnings, pages);
-    QVERIFY(!faults.empty());
+    ASSERT_FALSE(faults.empty());
 }
 
-void IndexTreeTest::damageIsReportedAndNeverFollowed()
+TEST(IndexTree, damageIsReportedAndNeverFollowed)
 {
     // Long keys make three levels of few pages; every page of the tree gets its share of wrong bytes.
     Workbench bench;
@@ -589,7 +584,7 @@ void IndexTreeTest::damageIsReportedAndNeverFollowed()
         keys.push_back(std::move(key));
     }
     const Model model = fill(bench, keys);
-    QVERIFY(levels(bench) >= 3);
+    ASSERT_GE(levels(bench), 3);
     const std::vector<PageNo> pages = jet::mapPages(*bench.pager, {0, mapPage});
     std::mt19937 random(11);
     int reported = 0, harmless = 0;
@@ -605,7 +600,7 @@ void IndexTreeTest::damageIsReportedAndNeverFollowed()
                 ++harmless;
             } catch (const jet::Error& error) {
                 ++reported;
-                QVERIFY2(error.fault() == jet::Fault::damaged, error.what());
+                ASSERT_EQ(error.fault(), jet::Fault::damaged) << error.what();
             }
         };
         const Key& key = keys[random() % keys.size()];
@@ -621,10 +616,9 @@ void IndexTreeTest::damageIsReportedAndNeverFollowed()
         survive([&] { bench.tree->rebuild({model.begin(), model.end()}); });
         bench.pager->rollback();
     }
-    QVERIFY(reported > 1000);
-    QVERIFY(harmless > 1000);
-    QCOMPARE(firstFault(bench, model), QString());
+    ASSERT_GT(reported, 1000);
+    ASSERT_GT(harmless, 1000);
+    ASSERT_EQ(firstFault(bench, model), "");
 }
 
-QTEST_APPLESS_MAIN(IndexTreeTest)
-#include "index_tree.moc"
+} // namespace

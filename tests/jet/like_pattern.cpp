@@ -1,162 +1,157 @@
-#include "store/jet/format/doors.h"
 #include "store/jet/values/like_pattern.h"
+#include "store/jet/format/doors.h"
 #include "store/jet/values/sort_key.h"
+#include "store/jet/values/value.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QTest>
+#include <gmock/gmock.h>
 
 using jet::LikePattern;
 
-class TestLikePattern : public QObject {
-    Q_OBJECT
+namespace {
 
-private:
-    static std::u16string text(const QString& text) { return text.toStdU16String(); }
+using testing::HasSubstr;
 
-private Q_SLOTS:
-    void matchesWhatThePatternSays_data();
-    void matchesWhatThePatternSays();
-    void refusesPatternsThatCannotBeRead_data();
-    void refusesPatternsThatCannotBeRead();
-    void knowsWhatEveryMatchBeginsWith_data();
-    void knowsWhatEveryMatchBeginsWith();
-    void manyStarsCostNoMoreThanPatternTimesText();
+struct LikePatternMatchRow {
+    std::u16string pattern;
+    std::u16string name;
+    bool matches;
 };
+class LikePatternMatch : public TableTest<LikePatternMatchRow> {};
 
-void TestLikePattern::matchesWhatThePatternSays_data()
+RowTable<LikePatternMatchRow> likePatternMatch()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("matches");
-    // clang-format off
-    QTest::newRow("first letter")                  << "A*" << "Ali" << true;
-    QTest::newRow("letter case does not count")    << "A*" << "ali" << true;
-    QTest::newRow("another letter")                << "A*" << "Çağla" << false;
-    QTest::newRow("a letter with a circumflex is another letter") << "A*" << "Âdem" << false;
-    QTest::newRow("the star may stand for nothing") << "Ali*" << "Ali" << true;
-    QTest::newRow("a longer name of two words")    << "Ali*" << "Ali Veli" << true;
-    QTest::newRow("a longer name of one word")     << "Ali*" << "Alican" << true;
-    QTest::newRow("not in the middle")             << "Ali*" << "Veli Ali" << false;
-    QTest::newRow("not a shorter name")            << "Ali*" << "Al" << false;
-    QTest::newRow("capital dotted i is i")         << "Ali*" << "ALİ" << true;
-    QTest::newRow("capital dotless i is not i")    << "Ali*" << "ALI" << false;
-    QTest::newRow("dotless small")                 << "Işık*" << "ışık" << true;
-    QTest::newRow("dotless capital")               << "Işık*" << "IŞIK" << true;
-    QTest::newRow("dotted finds small i")          << "İs*" << "is" << true;
-    QTest::newRow("dotted does not find dotless")  << "İs*" << "Isparta" << false;
-    QTest::newRow("a typed star doubles")          << "A**" << "Ali" << true;
-    QTest::newRow("a typed star is a wildcard")    << "A*l*" << "Ahmet Veli" << true;
-    QTest::newRow("a comma is a comma")            << "5,*" << "5," << true;
-    QTest::newRow("percent is percent")            << "%*" << "%5" << true;
-    QTest::newRow("percent is no wildcard")        << "%*" << "Ali" << false;
-    QTest::newRow("underscore is underscore")      << "A_*" << "A_1" << true;
-    QTest::newRow("underscore is no wildcard")     << "A_*" << "Ali" << false;
-    QTest::newRow("number sign is a digit")        << "A#*" << "A1" << true;
-    QTest::newRow("number sign is no letter")      << "A#*" << "Ab" << false;
-    QTest::newRow("set, first")                    << "[AB]l*" << "Ali" << true;
-    QTest::newRow("set, second")                   << "[AB]l*" << "Bl" << true;
-    QTest::newRow("set, neither")                  << "[AB]l*" << "Cl" << false;
-    QTest::newRow("a typed blank is needed")       << "Ali *" << "Ali" << false;
-    QTest::newRow("a typed blank is found")        << "Ali *" << "Ali Veli" << true;
+    return {
+        {"first letter", {u"A*", u"Ali", true}},
+        {"letter case does not count", {u"A*", u"ali", true}},
+        {"another letter", {u"A*", u"Çağla", false}},
+        {"a letter with a circumflex is another letter", {u"A*", u"Âdem", false}},
+        {"the star may stand for nothing", {u"Ali*", u"Ali", true}},
+        {"a longer name of two words", {u"Ali*", u"Ali Veli", true}},
+        {"a longer name of one word", {u"Ali*", u"Alican", true}},
+        {"not in the middle", {u"Ali*", u"Veli Ali", false}},
+        {"not a shorter name", {u"Ali*", u"Al", false}},
+        {"capital dotted i is i", {u"Ali*", u"ALİ", true}},
+        {"capital dotless i is not i", {u"Ali*", u"ALI", false}},
+        {"dotless small", {u"Işık*", u"ışık", true}},
+        {"dotless capital", {u"Işık*", u"IŞIK", true}},
+        {"dotted finds small i", {u"İs*", u"is", true}},
+        {"dotted does not find dotless", {u"İs*", u"Isparta", false}},
+        {"a typed star doubles", {u"A**", u"Ali", true}},
+        {"a typed star is a wildcard", {u"A*l*", u"Ahmet Veli", true}},
+        {"a comma is a comma", {u"5,*", u"5,", true}},
+        {"percent is percent", {u"%*", u"%5", true}},
+        {"percent is no wildcard", {u"%*", u"Ali", false}},
+        {"underscore is underscore", {u"A_*", u"A_1", true}},
+        {"underscore is no wildcard", {u"A_*", u"Ali", false}},
+        {"number sign is a digit", {u"A#*", u"A1", true}},
+        {"number sign is no letter", {u"A#*", u"Ab", false}},
+        {"set, first", {u"[AB]l*", u"Ali", true}},
+        {"set, second", {u"[AB]l*", u"Bl", true}},
+        {"set, neither", {u"[AB]l*", u"Cl", false}},
+        {"a typed blank is needed", {u"Ali *", u"Ali", false}},
+        {"a typed blank is found", {u"Ali *", u"Ali Veli", true}},
 
-    QTest::newRow("question mark is one character") << "A?i" << "Ali" << true;
-    QTest::newRow("question mark is not nothing")  << "Al?i" << "Ali" << false;
-    QTest::newRow("question mark is not two")      << "A?" << "Ali" << false;
-    QTest::newRow("range")                         << "[a-c]*" << "Bekir" << true;
-    QTest::newRow("range goes by the alphabet")    << "[a-d]*" << "Çetin" << true;
-    QTest::newRow("range ends there")              << "[a-c]*" << "Çetin" << false;
-    QTest::newRow("range of digits")               << "[2-4]" << "3" << true;
-    QTest::newRow("range of digits, outside")      << "[2-4]" << "5" << false;
-    QTest::newRow("negated set")                   << "[!AB]*" << "Cemal" << true;
-    QTest::newRow("negated set, in it")            << "[!AB]*" << "bekir" << false;
-    QTest::newRow("negated set needs a character") << "[!AB]" << "" << false;
-    QTest::newRow("lone exclamation mark")         << "[!]" << "!" << true;
-    QTest::newRow("hyphen at an end")              << "[a-]x" << "-x" << true;
-    QTest::newRow("hyphen in front")               << "[-a]x" << "-x" << true;
-    QTest::newRow("wildcards in brackets are themselves") << "[*]*" << "*5" << true;
-    QTest::newRow("wildcards in brackets, other")  << "[*]*" << "Ali" << false;
-    QTest::newRow("an opening bracket in brackets") << "[[]a" << "[a" << true;
-    QTest::newRow("empty brackets are nothing")    << "A[]l*" << "Ali" << true;
-    QTest::newRow("a closing bracket alone")       << "a]b" << "A]B" << true;
-    QTest::newRow("no pattern, no text")           << "" << "" << true;
-    QTest::newRow("no pattern, some text")         << "" << "A" << false;
-    QTest::newRow("star alone, no text")           << "*" << "" << true;
-    QTest::newRow("end is anchored")               << "*li" << "Veli Ali" << true;
-    QTest::newRow("end is anchored, not there")    << "*li" << "Alican" << false;
-    QTest::newRow("the last star gives way")       << "*ab*ab" << "abxabyab" << true;
-    // clang-format on
+        {"question mark is one character", {u"A?i", u"Ali", true}},
+        {"question mark is not nothing", {u"Al?i", u"Ali", false}},
+        {"question mark is not two", {u"A?", u"Ali", false}},
+        {"range", {u"[a-c]*", u"Bekir", true}},
+        {"range goes by the alphabet", {u"[a-d]*", u"Çetin", true}},
+        {"range ends there", {u"[a-c]*", u"Çetin", false}},
+        {"range of digits", {u"[2-4]", u"3", true}},
+        {"range of digits, outside", {u"[2-4]", u"5", false}},
+        {"negated set", {u"[!AB]*", u"Cemal", true}},
+        {"negated set, in it", {u"[!AB]*", u"bekir", false}},
+        {"negated set needs a character", {u"[!AB]", u"", false}},
+        {"lone exclamation mark", {u"[!]", u"!", true}},
+        {"hyphen at an end", {u"[a-]x", u"-x", true}},
+        {"hyphen in front", {u"[-a]x", u"-x", true}},
+        {"wildcards in brackets are themselves", {u"[*]*", u"*5", true}},
+        {"wildcards in brackets, other", {u"[*]*", u"Ali", false}},
+        {"an opening bracket in brackets", {u"[[]a", u"[a", true}},
+        {"empty brackets are nothing", {u"A[]l*", u"Ali", true}},
+        {"a closing bracket alone", {u"a]b", u"A]B", true}},
+        {"no pattern, no text", {u"", u"", true}},
+        {"no pattern, some text", {u"", u"A", false}},
+        {"star alone, no text", {u"*", u"", true}},
+        {"end is anchored", {u"*li", u"Veli Ali", true}},
+        {"end is anchored, not there", {u"*li", u"Alican", false}},
+        {"the last star gives way", {u"*ab*ab", u"abxabyab", true}},
+    };
 }
 
-void TestLikePattern::matchesWhatThePatternSays()
+INSTANTIATE_TEST_SUITE_P(, LikePatternMatch, testing::ValuesIn(likePatternMatch()), RowName());
+
+TEST_P(LikePatternMatch, matchesWhatThePatternSays)
 {
-    QFETCH(QString, pattern);
-    QFETCH(QString, name);
-    QFETCH(bool, matches);
-    const LikePattern like(text(pattern));
-    QCOMPARE(like.matches(text(name)), matches);
-    QCOMPARE(like.matchesFolded(jet::foldTurkish(text(name))), matches);
+    const auto& [pattern, name, matches] = row();
+    const LikePattern like(pattern);
+    ASSERT_EQ(like.matches(name), matches);
+    ASSERT_EQ(like.matchesFolded(jet::foldTurkish(name)), matches);
 }
 
-void TestLikePattern::refusesPatternsThatCannotBeRead_data()
+class LikePatternRefusal : public TableTest<std::u16string> {};
+
+RowTable<std::u16string> likePatternRefusal()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::newRow("set not closed") << "[A*";
-    QTest::newRow("second set not closed") << "[A]l[";
-    QTest::newRow("range backwards") << "[c-a]*";
-    QTest::newRow("range backwards by the alphabet") << "[d-ç]*";
+    return {
+        {"set not closed", u"[A*"},
+        {"second set not closed", u"[A]l["},
+        {"range backwards", u"[c-a]*"},
+        {"range backwards by the alphabet", u"[d-ç]*"},
+    };
 }
 
-void TestLikePattern::refusesPatternsThatCannotBeRead()
+INSTANTIATE_TEST_SUITE_P(, LikePatternRefusal, testing::ValuesIn(likePatternRefusal()), RowName());
+
+TEST_P(LikePatternRefusal, refusesPatternsThatCannotBeRead)
 {
-    QFETCH(QString, pattern);
+    const std::u16string& pattern = row();
     try {
-        LikePattern like(text(pattern));
-        QFAIL("the pattern was taken");
+        LikePattern like(pattern);
+        FAIL() << "the pattern was taken";
     } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::syntax);
-        QVERIFY(QString::fromUtf8(error.what()).contains(pattern));
+        ASSERT_EQ(error.fault(), jet::Fault::syntax);
+        ASSERT_THAT(error.what(), HasSubstr(jet::toUtf8(pattern)));
     }
 }
 
-void TestLikePattern::knowsWhatEveryMatchBeginsWith_data()
+struct LikePatternPrefixRow {
+    std::u16string pattern;
+    std::u16string prefix;
+    bool prefixSearch;
+};
+class LikePatternPrefix : public TableTest<LikePatternPrefixRow> {};
+
+RowTable<LikePatternPrefixRow> likePatternPrefix()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<QString>("prefix");
-    QTest::addColumn<bool>("prefixSearch");
-    QTest::newRow("a typed name") << "Ali*"
-                                  << "ali" << true;
-    QTest::newRow("dotless i") << "Işık*"
-                               << "ışık" << true;
-    QTest::newRow("a star inside") << "A*l*"
-                                   << "a" << false;
-    QTest::newRow("two stars are one") << "A**"
-                                       << "a" << true;
-    QTest::newRow("a set") << "A[bc]*"
-                           << "a" << false;
-    QTest::newRow("no star") << "Ali"
-                             << "ali" << false;
-    QTest::newRow("star alone") << "*"
-                                << "" << true;
+    return {
+        {"a typed name", {u"Ali*", u"ali", true}}, {"dotless i", {u"Işık*", u"ışık", true}},
+        {"a star inside", {u"A*l*", u"a", false}}, {"two stars are one", {u"A**", u"a", true}},
+        {"a set", {u"A[bc]*", u"a", false}},       {"no star", {u"Ali", u"ali", false}},
+        {"star alone", {u"*", u"", true}},
+    };
 }
 
-void TestLikePattern::knowsWhatEveryMatchBeginsWith()
+INSTANTIATE_TEST_SUITE_P(, LikePatternPrefix, testing::ValuesIn(likePatternPrefix()), RowName());
+
+TEST_P(LikePatternPrefix, knowsWhatEveryMatchBeginsWith)
 {
-    QFETCH(QString, pattern);
-    QFETCH(QString, prefix);
-    QFETCH(bool, prefixSearch);
-    const LikePattern like(text(pattern));
-    QCOMPARE(QString::fromStdU16String(std::u16string(like.prefix())), prefix);
-    QCOMPARE(like.isPrefixSearch(), prefixSearch);
+    const auto& [pattern, prefix, prefixSearch] = row();
+    const LikePattern like(pattern);
+    ASSERT_EQ(like.prefix(), prefix);
+    ASSERT_EQ(like.isPrefixSearch(), prefixSearch);
 }
 
-void TestLikePattern::manyStarsCostNoMoreThanPatternTimesText()
+TEST(LikePattern, manyStarsCostNoMoreThanPatternTimesText)
 {
     std::u16string pattern;
     for (int i = 0; i < 60; ++i) pattern += u"*a";
     pattern += u"*b";
     const std::u16string name(255, u'a');
     // Trying every way to divide the text among the stars would not end in a lifetime.
-    QVERIFY(!LikePattern(pattern).matches(name));
+    ASSERT_FALSE(LikePattern(pattern).matches(name));
 }
 
-QTEST_APPLESS_MAIN(TestLikePattern)
-#include "like_pattern.moc"
+} // namespace

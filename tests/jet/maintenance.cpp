@@ -1,13 +1,14 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
+#include "store/jet/care/maintenance.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
-#include "store/jet/care/maintenance.h"
 #include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/power_cut_disk.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace jet;
 
@@ -51,36 +52,14 @@ void doCompact(Disk& disk)
 }
 void doCreate(Disk& disk) { mill::createDatabase(disk, result, turkish, DateTime{45000}); }
 
-} // namespace
-Q_DECLARE_METATYPE(Work)
+class MaintenanceWork : public TableTest<Work> {};
 
-class MaintenanceTest : public QObject {
-    Q_OBJECT
-private slots:
-    void backupHasEveryByteOfTheCommittedState();
-    void backupOfAnOpenDatabaseIsItsLastCommit();
-    void compactKeepsEveryRowAndShrinksTheFile();
-    void newDatabaseHasTheMillsTables();
-    void resultIsWholeOrAbsentAtEveryPowerCut_data();
-    void resultIsWholeOrAbsentAtEveryPowerCut();
-    void faultLeavesNothingBehind_data();
-    void faultLeavesNothingBehind();
-    void existingFileIsNeverReplaced_data();
-    void existingFileIsNeverReplaced();
-    void remainsOfAPowerCutAreNoObstacle_data();
-    void remainsOfAPowerCutAreNoObstacle();
+INSTANTIATE_TEST_SUITE_P(, MaintenanceWork,
+                         testing::ValuesIn(RowTable<Work>{
+                             {"backup", doBackup}, {"compact", doCompact}, {"create", doCreate}}),
+                         RowName());
 
-private:
-    void allWork()
-    {
-        QTest::addColumn<Work>("work");
-        QTest::newRow("backup") << Work(doBackup);
-        QTest::newRow("compact") << Work(doCompact);
-        QTest::newRow("create") << Work(doCreate);
-    }
-};
-
-void MaintenanceTest::backupHasEveryByteOfTheCommittedState()
+TEST(Maintenance, backupHasEveryByteOfTheCommittedState)
 {
     PowerCutDisk disk;
     disk.put(file, worked());
@@ -89,12 +68,12 @@ void MaintenanceTest::backupHasEveryByteOfTheCommittedState()
         const auto database = Database::open(disk, file, Pager::Mode::readOnly);
         backup(disk, *database, result, [&](int percent) { progress.push_back(percent); });
     }
-    QVERIFY(disk.content(result) == worked());
-    QVERIFY(std::ranges::is_sorted(progress));
-    QCOMPARE(progress.back(), 100);
+    ASSERT_EQ(disk.content(result), worked());
+    ASSERT_TRUE(std::ranges::is_sorted(progress));
+    ASSERT_EQ(progress.back(), 100);
 }
 
-void MaintenanceTest::backupOfAnOpenDatabaseIsItsLastCommit()
+TEST(Maintenance, backupOfAnOpenDatabaseIsItsLastCommit)
 {
     PowerCutDisk disk;
     disk.put(file, worked());
@@ -105,11 +84,11 @@ void MaintenanceTest::backupOfAnOpenDatabaseIsItsLastCommit()
         change.commit();
     }
     backup(disk, *database, result);
-    QVERIFY(disk.content(result) == disk.content(file));
-    QVERIFY(MixedWork::read(*Database::open(disk, result)).empty());
+    ASSERT_EQ(disk.content(result), disk.content(file));
+    ASSERT_TRUE(MixedWork::read(*Database::open(disk, result)).empty());
 }
 
-void MaintenanceTest::compactKeepsEveryRowAndShrinksTheFile()
+TEST(Maintenance, compactKeepsEveryRowAndShrinksTheFile)
 {
     PowerCutDisk disk;
     disk.put(file, worked());
@@ -131,37 +110,36 @@ void MaintenanceTest::compactKeepsEveryRowAndShrinksTheFile()
         change.commit();
     }
     doCompact(disk);
-    QVERIFY(isSound(disk, result));
-    QVERIFY(disk.content(result).size() < disk.content(file).size());
+    ASSERT_TRUE(isSound(disk, result));
+    ASSERT_LT(disk.content(result).size(), disk.content(file).size());
     const auto database = Database::open(disk, result);
-    QVERIFY(MixedWork::read(*database) == rows);
+    ASSERT_EQ(MixedWork::read(*database), rows);
     // Numbers go on where they were, and storage order is key order.
     const RowId next = database->table(MixedWork::table).insert({});
-    QVERIFY(database->table(MixedWork::table).row(next)->number(0).value() > rows.rbegin()->first);
+    ASSERT_GT(database->table(MixedWork::table).row(next)->number(0).value(), rows.rbegin()->first);
     std::int32_t last = 0;
     const auto old = Database::open(disk, file);
-    QCOMPARE(database->table(MixedWork::table).indexes().size(), old->table(MixedWork::table).indexes().size());
+    ASSERT_EQ(database->table(MixedWork::table).indexes().size(), old->table(MixedWork::table).indexes().size());
     database->table(MixedWork::table).forEachRow([&](RowId, const RowView& row) {
         const auto number = static_cast<std::int32_t>(row.number(0).value());
         if (number < last) last = INT32_MAX;
         last = std::max(last, number);
         return true;
     });
-    QVERIFY(last != INT32_MAX);
+    ASSERT_NE(last, INT32_MAX);
 }
 
-void MaintenanceTest::newDatabaseHasTheMillsTables()
+TEST(Maintenance, newDatabaseHasTheMillsTables)
 {
     PowerCutDisk disk;
     doCreate(disk);
-    QVERIFY(isSound(disk, result));
-    QCOMPARE(Database::open(disk, result)->tableNames(), (std::vector<std::u16string>{u"Cari", u"Hareket"}));
+    ASSERT_TRUE(isSound(disk, result));
+    ASSERT_EQ(Database::open(disk, result)->tableNames(), (std::vector<std::u16string>{u"Cari", u"Hareket"}));
 }
 
-void MaintenanceTest::resultIsWholeOrAbsentAtEveryPowerCut_data() { allWork(); }
-void MaintenanceTest::resultIsWholeOrAbsentAtEveryPowerCut()
+TEST_P(MaintenanceWork, resultIsWholeOrAbsentAtEveryPowerCut)
 {
-    QFETCH(Work, work);
+    const Work work = row();
     PowerCutDisk disk;
     disk.put(file, worked());
     std::uint32_t luck = 0;
@@ -169,66 +147,62 @@ void MaintenanceTest::resultIsWholeOrAbsentAtEveryPowerCut()
     disk.beforeEachChange = [&] {
         for (int i = 0; i < 3; ++i, ++cuts) {
             const auto medium = disk.afterPowerCut(++luck);
-            QVERIFY(medium->content(file) == worked());
-            QVERIFY(!medium->has(result) || isSound(*medium, result));
+            ASSERT_EQ(medium->content(file), worked());
+            ASSERT_TRUE(!medium->has(result) || isSound(*medium, result));
         }
     };
     work(disk);
-    QVERIFY(cuts > 10);
+    ASSERT_GT(cuts, 10);
     disk.beforeEachChange = nullptr;
-    for (int i = 0; i < 20; ++i) QVERIFY(isSound(*disk.afterPowerCut(++luck), result));
+    for (int i = 0; i < 20; ++i) ASSERT_TRUE(isSound(*disk.afterPowerCut(++luck), result));
 }
 
-void MaintenanceTest::faultLeavesNothingBehind_data() { allWork(); }
-void MaintenanceTest::faultLeavesNothingBehind()
+TEST_P(MaintenanceWork, faultLeavesNothingBehind)
 {
-    QFETCH(Work, work);
+    const Work work = row();
     for (int fault = 1;; ++fault) {
         PowerCutDisk disk;
         disk.put(file, worked());
         disk.failing = {fault};
         try {
             work(disk);
-            QVERIFY(fault > 4);
+            ASSERT_GT(fault, 4);
             return;
         } catch (const Error& error) {
-            QCOMPARE(error.fault(), Fault::disk);
+            ASSERT_EQ(error.fault(), Fault::disk);
         }
-        QVERIFY(disk.content(file) == worked());
-        QVERIFY(!disk.has(part));
+        ASSERT_EQ(disk.content(file), worked());
+        ASSERT_FALSE(disk.has(part));
         // Only the very last step, making the new name last, comes after the name is given.
-        QVERIFY(!disk.has(result) || isSound(disk, result));
+        ASSERT_TRUE(!disk.has(result) || isSound(disk, result));
     }
 }
 
-void MaintenanceTest::existingFileIsNeverReplaced_data() { allWork(); }
-void MaintenanceTest::existingFileIsNeverReplaced()
+TEST_P(MaintenanceWork, existingFileIsNeverReplaced)
 {
-    QFETCH(Work, work);
+    const Work work = row();
     PowerCutDisk disk;
     disk.put(file, worked());
     disk.put(result, {1, 2, 3});
     try {
         work(disk);
-        QFAIL("replaced");
+        FAIL() << "replaced";
     } catch (const Error& error) {
-        QCOMPARE(error.fault(), Fault::exists);
+        ASSERT_EQ(error.fault(), Fault::exists);
     }
-    QCOMPARE(disk.content(result), (PowerCutDisk::Image{1, 2, 3}));
-    QVERIFY(!disk.has(part));
+    ASSERT_EQ(disk.content(result), (PowerCutDisk::Image{1, 2, 3}));
+    ASSERT_FALSE(disk.has(part));
 }
 
-void MaintenanceTest::remainsOfAPowerCutAreNoObstacle_data() { allWork(); }
-void MaintenanceTest::remainsOfAPowerCutAreNoObstacle()
+TEST_P(MaintenanceWork, remainsOfAPowerCutAreNoObstacle)
 {
-    QFETCH(Work, work);
+    const Work work = row();
     PowerCutDisk disk;
     disk.put(file, worked());
     disk.put(part, PowerCutDisk::Image(1000000, 7));
     work(disk);
-    QVERIFY(isSound(disk, result));
-    QVERIFY(!disk.has(part));
+    ASSERT_TRUE(isSound(disk, result));
+    ASSERT_FALSE(disk.has(part));
 }
 
-QTEST_APPLESS_MAIN(MaintenanceTest)
-#include "maintenance.moc"
+} // namespace

@@ -1,91 +1,122 @@
 #pragma once
 
 #include "store/jet/table/table.h"
-
-#include <QDateTime>
-#include <QProcess>
-#include <QString>
-#include <QStringList>
-#include <QUuid>
+#include "tests/support/bytes.h"
+#include "tests/support/process.h"
+#include "tests/support/text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 /// Another program's view of a database: what the command-line tools of mdbtools print.
 namespace mdbtools {
 
-inline QString run(const QString& program, const QStringList& arguments)
+using Fields = std::vector<std::string>;
+
+inline std::string run(const std::string& program, const std::vector<std::string>& arguments)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LC_ALL", "C.UTF-8");
-    environment.insert("TZ", "UTC");
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit) {
-        throw std::runtime_error((program + " did not finish").toStdString());
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
+    const Outcome outcome =
+        ::run({.program = program, .arguments = arguments, .environment = {{"LC_ALL", "C.UTF-8"}, {"TZ", "UTC"}}});
+    if (outcome.code < 0) throw std::runtime_error(program + " did not finish");
+    return outcome.out;
 }
 
-inline QStringList tables(const QString& file)
+inline std::vector<std::string> tables(const std::filesystem::path& file)
 {
-    return run("mdb-tables", {"-1", file}).split('\n', Qt::SkipEmptyParts);
+    std::vector<std::string> names = split(run("mdb-tables", {"-1", file.string()}), "\n");
+    std::erase(names, "");
+    return names;
 }
 
 /// A table as text fields; the first row holds the column names. Null is `null`.
-inline const QString null = QStringLiteral("<NULL>");
-inline QList<QStringList> table(const QString& file, const QString& name)
+inline const std::string null = "<NULL>";
+inline std::vector<Fields> table(const std::filesystem::path& file, const std::string& name)
 {
-    const QString text = run("mdb-export", {"-Q", "-d", "<|>", "-R", "<#>", "-0", null, "-b", "hex", "-D",
-                                            "%Y-%m-%d %H:%M:%S", "-T", "%Y-%m-%d %H:%M:%S", file, name});
-    QList<QStringList> rows;
-    for (const QString& line : text.split("<#>")) rows << line.split("<|>");
-    rows.removeLast(); // behind the last row end
+    const std::string text = run("mdb-export", {"-Q", "-d", "<|>", "-R", "<#>", "-0", null, "-b", "hex", "-D",
+                                                "%Y-%m-%d %H:%M:%S", "-T", "%Y-%m-%d %H:%M:%S", file.string(), name});
+    std::vector<Fields> rows;
+    for (const std::string& line : split(text, "<#>")) rows.push_back(split(line, "<|>"));
+    rows.pop_back(); // behind the last row end
     return rows;
 }
 
 /// The day and second that a date value names, in the form asked of mdb-export above.
-inline QString printedDate(jet::DateTime date)
+inline std::string printedDate(jet::DateTime date)
 {
-    double days = 0;
-    const qint64 seconds = std::llround(std::fabs(std::modf(date.days, &days)) * 86400);
-    return QDateTime(QDate(1899, 12, 30).addDays(static_cast<qint64>(days)), QTime(0, 0), Qt::UTC)
-        .addSecs(seconds)
-        .toString("yyyy-MM-dd HH:mm:ss");
+    using namespace std::chrono;
+    double whole = 0;
+    const auto rest = seconds(std::llround(std::fabs(std::modf(date.days, &whole)) * 86400));
+    const sys_seconds moment = sys_days(1899y / December / 30) + days(static_cast<int>(whole)) + rest;
+    const auto day = floor<days>(moment);
+    const year_month_day calendar(day);
+    const hh_mm_ss clock(moment - day);
+    std::array<char, 40> text;
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(calendar.year()),
+                  static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
+                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()));
+    return text.data();
+}
+
+/// A GUID as people write it, without braces: its first three groups are stored lowest byte first.
+inline std::string shownGuid(const jet::Guid& guid)
+{
+    auto bytes = guid.bytes;
+    std::reverse(bytes.begin(), bytes.begin() + 4);
+    std::reverse(bytes.begin() + 4, bytes.begin() + 6);
+    std::reverse(bytes.begin() + 6, bytes.begin() + 8);
+    std::string shown = hexOf(bytes);
+    for (const std::size_t at : {20U, 16U, 12U, 8U}) shown.insert(at, "-");
+    return shown;
+}
+
+inline std::string capitals(std::string text)
+{
+    for (char& letter : text)
+        if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
+    return text;
 }
 
 /// Asked for bytes in hexadecimal, mdb-export prints the characters of a GUID so; it leaves one hyphen out.
-inline bool isGuid(const QString& printed, const jet::Guid& guid)
+inline bool isGuid(const std::string& printed, const jet::Guid& guid)
 {
-    QByteArray b(reinterpret_cast<const char*>(guid.bytes.data()), 16);
-    std::reverse(b.begin(), b.begin() + 4);
-    std::reverse(b.begin() + 4, b.begin() + 6);
-    std::reverse(b.begin() + 6, b.begin() + 8);
-    const QString shown = QString::fromLatin1(QByteArray::fromHex(printed.toLatin1()));
-    return QString(shown).remove('-') == QUuid::fromRfc4122(b).toString().toUpper().remove('-');
+    if (printed.size() % 2 != 0 || printed.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+        return false;
+    const auto characters = bytesOf(printed);
+    std::string shown(characters.begin(), characters.end());
+    std::erase(shown, '-');
+    std::string expected = capitals('{' + shownGuid(guid) + '}');
+    std::erase(expected, '-');
+    return shown == expected;
 }
 
 /// True when the field that mdb-export printed says what the value is; it prints empty ones as it prints Null.
-inline bool agrees(const QString& printed, const jet::Value& value, const jet::Column& column)
+inline bool agrees(const std::string& printed, const jet::Value& value, const jet::Column& column)
 {
     using jet::ColumnType;
     if (jet::isNull(value)) return printed == null;
     const auto closeTo = [&](double number, double share) {
-        bool isNumber = false;
-        const double other = printed.toDouble(&isNumber);
-        return isNumber && std::fabs(other - number) <= std::fabs(number) * share;
+        double other = 0;
+        const char* const end = printed.data() + printed.size();
+        const auto read = std::from_chars(printed.data(), end, other);
+        return read.ec == std::errc() && read.ptr == end && std::fabs(other - number) <= std::fabs(number) * share;
     };
     switch (column.type) {
     case ColumnType::boolean:
         return printed == (std::get<bool>(value) ? "1" : "0");
     case ColumnType::byte:
-        return printed == QString::number(std::get<std::uint8_t>(value));
+        return printed == std::to_string(std::get<std::uint8_t>(value));
     case ColumnType::integer:
-        return printed == QString::number(std::get<std::int16_t>(value));
+        return printed == std::to_string(std::get<std::int16_t>(value));
     case ColumnType::longInteger:
-        return printed == QString::number(std::get<std::int32_t>(value));
+        return printed == std::to_string(std::get<std::int32_t>(value));
     case ColumnType::currency:
         return closeTo(static_cast<double>(std::get<jet::Currency>(value).tenThousandths) / 1e4, 1e-14);
     case ColumnType::singleFloat:
@@ -95,7 +126,7 @@ inline bool agrees(const QString& printed, const jet::Value& value, const jet::C
     case ColumnType::text:
     case ColumnType::memo: {
         const auto& text = std::get<std::u16string>(value);
-        return printed == (text.empty() ? null : QString::fromStdU16String(text));
+        return printed == (text.empty() ? null : jet::toUtf8(text));
     }
     case ColumnType::dateTime:
         return printed == printedDate(std::get<jet::DateTime>(value));
@@ -111,69 +142,66 @@ inline bool agrees(const QString& printed, const jet::Value& value, const jet::C
     case ColumnType::binary:
     case ColumnType::ole:
     case ColumnType::blob: {
-        const auto& bytes = std::get<jet::Bytes>(value);
-        QByteArray raw(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+        jet::Bytes raw = std::get<jet::Bytes>(value);
         // It prints Binary fields up to the first zero byte.
-        if (column.type == ColumnType::binary && raw.contains('\0')) raw.truncate(raw.indexOf('\0'));
-        if (raw.isEmpty()) return printed.isEmpty() || printed == null;
-        return printed.compare(QString::fromLatin1(raw.toHex()), Qt::CaseInsensitive) == 0;
+        if (column.type == ColumnType::binary) raw.erase(std::ranges::find(raw, std::uint8_t{0}), raw.end());
+        if (raw.empty()) return printed.empty() || printed == null;
+        return capitals(printed) == capitals(hexOf(raw));
     }
     }
     return false;
 }
 
 /// The first field that the printed row (see table()) says differently, by its place in `names`, the first printed
-/// row; -1 when they agree.
-inline qsizetype firstDifference(const QStringList& names, const QStringList& printed, const jet::Table& table,
-                                 const jet::RowView& row)
+/// row; nothing when they agree.
+inline std::optional<std::size_t> firstDifference(const Fields& names, const Fields& printed, const jet::Table& table,
+                                                  const jet::RowView& row)
 {
-    for (qsizetype field = 0; field < names.size(); ++field) {
-        const auto column = table.columnNamed(names[field].toStdU16String());
+    for (std::size_t field = 0; field < names.size(); ++field) {
+        const auto column = table.columnNamed(jet::fromUtf8(names[field]));
         const bool there = column && field < printed.size();
         if (!there || !agrees(printed[field], row.value(*column), table.columns()[*column])) return field;
     }
-    return -1;
+    return std::nullopt;
 }
 
 /// What differs between a table and what mdb-export prints of it; empty when nothing does. A moved row may stand
 /// anywhere: mdb-export prints it where its body is.
-inline QString difference(const QString& file, const jet::Table& table)
+inline std::string difference(const std::filesystem::path& file, const jet::Table& table)
 {
-    const QString name = QString::fromStdU16String(table.name());
-    QList<QStringList> printed = mdbtools::table(file, name);
-    const QStringList names = printed.takeFirst();
-    if (names.size() != qsizetype(table.columns().size())) return name + ": other columns";
-    qsizetype rows = 0;
-    QString fault;
-    qsizetype at = 0;
-    std::vector<bool> taken(static_cast<std::size_t>(printed.size()));
+    const std::string name = jet::toUtf8(table.name());
+    std::vector<Fields> printed = mdbtools::table(file, name);
+    const Fields names = printed.at(0);
+    printed.erase(printed.begin());
+    if (names.size() != table.columns().size()) return name + ": other columns";
+    std::size_t rows = 0;
+    std::string fault;
+    std::size_t at = 0;
+    std::vector<bool> taken(printed.size());
     table.forEachRow([&](jet::RowId id, const jet::RowView& row) {
         ++rows;
-        while (at < printed.size() && taken[std::size_t(at)]) ++at;
-        qsizetype nearest = -1;
-        QString nearestText;
-        for (qsizetype i = at; i < printed.size(); ++i) {
-            if (taken[std::size_t(i)]) continue;
-            const qsizetype field = firstDifference(names, printed[i], table, row);
-            if (field < 0) {
-                taken[std::size_t(i)] = true;
+        while (at < printed.size() && taken[at]) ++at;
+        std::optional<std::size_t> nearest;
+        std::string nearestText;
+        for (std::size_t i = at; i < printed.size(); ++i) {
+            if (taken[i]) continue;
+            const auto field = firstDifference(names, printed[i], table, row);
+            if (!field) {
+                taken[i] = true;
                 return true;
             }
-            if (field > nearest) {
+            if (!nearest || *field > *nearest) {
                 nearest = field;
-                nearestText = printed[i].value(field);
+                nearestText = *field < printed[i].size() ? printed[i][*field] : std::string();
             }
         }
-        fault = QString("%1: the row at page %2 slot %3 is not among those printed; the nearest one has %4 = %5")
-                    .arg(name)
-                    .arg(id.page)
-                    .arg(id.slot)
-                    .arg(names.value(nearest), nearestText);
+        fault = name + ": the row at page " + std::to_string(id.page) + " slot " + std::to_string(id.slot) +
+                " is not among those printed";
+        if (nearest) fault += "; the nearest one has " + names[*nearest] + " = " + nearestText;
         return false;
     });
-    if (fault.isEmpty() && rows != printed.size()) {
-        fault = QString("%1: %2 rows, %3 printed").arg(name).arg(rows).arg(printed.size());
-    }
+    if (fault.empty() && rows != printed.size())
+        fault = name + ": " + std::to_string(rows) + " rows, " + std::to_string(printed.size()) + " printed";
     return fault;
 }
 

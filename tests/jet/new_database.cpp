@@ -1,63 +1,60 @@
-#include "mdbtools.h"
-#include "random_rows.h"
-
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
 #include "store/jet/format/doors.h"
+#include "tests/jet/mdbtools.h"
+#include "tests/jet/random_rows.h"
+#include "tests/support/bytes.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gmock/gmock.h>
+
+#include <memory>
 
 namespace {
 
+using testing::HasSubstr;
+
 constexpr const char* path = "yeni.mdb";
 
-QByteArray newFile(jet::Collation collation)
+/// A new file, its header made readable.
+jet::Bytes newFile(jet::Collation collation)
 {
     files::MemoryDisk disk;
     jet::Database::create(disk, path, collation, rows::created);
-    const files::MemoryDisk::Content& content = disk.content(path);
-    QByteArray bytes(reinterpret_cast<const char*>(content.data()), static_cast<qsizetype>(content.size()));
-    if (bytes.size() >= qsizetype(jet::pageSize)) {
-        jet::maskHeader(jet::PageBytes(reinterpret_cast<std::uint8_t*>(bytes.data()), jet::pageSize));
-    }
+    jet::Bytes bytes = disk.content(path);
+    if (bytes.size() >= jet::pageSize) jet::maskHeader(jet::PageBytes(bytes.data(), jet::pageSize));
     return bytes;
 }
 
-/// Bytes written as hexadecimal digits with blanks anywhere.
-QByteArray hex(const char* digits) { return QByteArray::fromHex(QByteArray(digits)); }
-
-} // namespace
-
-/// The file that the platform's own engine makes, compared where its content does not depend on the time.
-class NewDatabase : public QObject {
-    Q_OBJECT
-private slots:
-    void bytesAreThoseOfTheFormat_data();
-    void bytesAreThoseOfTheFormat();
-    void namesOfTheCatalogueAreIndexed_data();
-    void namesOfTheCatalogueAreIndexed();
-    void accountsBelongToTheHeader_data();
-    void accountsBelongToTheHeader();
-    void connectionCountersStartAtOneHundredHex();
-    void aNewFileIsSound_data();
-    void aNewFileIsSound();
-    void aSmallTableIsLaidOutAsThePlatformDoesIt();
-    void theNextRowAndEntryGoBehindTheOthers();
-    void aTakenPathIsLeftAlone();
-    void otherProgramsReadNewTables();
-};
-
-void NewDatabase::bytesAreThoseOfTheFormat_data()
+std::string hexAt(const jet::Bytes& file, std::size_t offset, std::size_t count)
 {
-    QTest::addColumn<int>("page");
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<QByteArray>("expected");
-    const auto row = [](const char* name, int page, int offset, const char* digits) {
-        QTest::newRow(name) << page << offset << hex(digits);
+    return hexOf(std::span(file).subspan(offset, count));
+}
+
+std::string repeated(const std::string& text, int times)
+{
+    std::string all;
+    for (int i = 0; i < times; ++i) all += text;
+    return all;
+}
+
+struct NewDatabaseBytesRow {
+    std::size_t page;
+    std::size_t offset;
+    std::string expected; // digits
+};
+class NewDatabaseBytes : public TableTest<NewDatabaseBytesRow> {};
+
+RowTable<NewDatabaseBytesRow> newDatabaseBytes()
+{
+    RowTable<NewDatabaseBytesRow> table;
+    const auto row = [&table](const char* name, std::size_t page, std::size_t offset, const char* digits) {
+        table.push_back({name, {page, offset, plainHex(digits)}});
     };
     row("header: signature", 0, 0, "00010000 5374616E64617264204A657420444200 01000000");
     row("header: maps", 0, 0x18, "00010000 01010000");
@@ -96,9 +93,10 @@ void NewDatabase::bytesAreThoseOfTheFormat_data()
     row("leaf of names", 7, 0, "04016F0D 02000000 00000000 00000000 00000000 00000000");
     row("leaf of ids", 8, 0, "0401D80D 02000000");
     row("leaf of rights", 9, 0, "0401900D 03000000");
-    for (int page = 10; page <= 13; ++page) {
-        QTest::addRow("empty leaf %d", page)
-            << page << 0 << hex("0401200E") + QByteArray(1, page == 10 ? 4 : 5) + QByteArray(3 + 4088, '\0');
+    for (std::size_t page = 10; page <= 13; ++page) {
+        const std::string owner = page == 10 ? "04" : "05";
+        table.push_back(
+            {"empty leaf " + std::to_string(page), {page, 0, plainHex("0401200E" + owner) + repeated("00", 3 + 4088)}});
     }
     row("catalogue: page head", 14, 0, "0101480D 02000000 00000000 0800");
     row("catalogue: first row", 14, 4096 - 75,
@@ -111,32 +109,38 @@ void NewDatabase::bytesAreThoseOfTheFormat_data()
     row("rights: end of the first row", 15, 4096 - 19 + 12, "0C00 0A00 0100 07");
     row("rights: an inheritable one", 15, 4096 - 19 * 5, "0400 0100000F FE000F00");
     row("rights: end of the inheritable one", 15, 4096 - 19 * 5 + 12, "0C00 0A00 0100 0F");
+    return table;
 }
 
-void NewDatabase::bytesAreThoseOfTheFormat()
+INSTANTIATE_TEST_SUITE_P(, NewDatabaseBytes, testing::ValuesIn(newDatabaseBytes()), RowName());
+
+TEST_P(NewDatabaseBytes, bytesAreThoseOfTheFormat)
 {
-    QFETCH(int, page);
-    QFETCH(int, offset);
-    QFETCH(QByteArray, expected);
-    const QByteArray file = newFile(jet::general);
-    QCOMPARE(file.size(), qsizetype(16 * jet::pageSize));
-    QCOMPARE(file.mid(page * qsizetype(jet::pageSize) + offset, expected.size()).toHex(' '), expected.toHex(' '));
+    const auto& [page, offset, expected] = row();
+    const jet::Bytes file = newFile(jet::general);
+    ASSERT_EQ(file.size(), 16 * jet::pageSize);
+    ASSERT_EQ(hexAt(file, page * jet::pageSize + offset, expected.size() / 2), expected);
 }
 
-void NewDatabase::namesOfTheCatalogueAreIndexed_data()
+class NewDatabaseOrder : public TableTest<bool> {};
+
+RowTable<bool> newDatabaseOrder()
 {
-    QTest::addColumn<bool>("isTurkish");
-    QTest::newRow("general order") << false;
-    QTest::newRow("Turkish order") << true;
+    return {
+        {"general order", false},
+        {"Turkish order", true},
+    };
 }
 
-void NewDatabase::namesOfTheCatalogueAreIndexed()
+INSTANTIATE_TEST_SUITE_P(, NewDatabaseOrder, testing::ValuesIn(newDatabaseOrder()), RowName());
+
+TEST_P(NewDatabaseOrder, namesOfTheCatalogueAreIndexed)
 {
-    QFETCH(bool, isTurkish);
-    const QByteArray entries = newFile(isTurkish ? jet::turkish : jet::general).mid(7 * 4096 + 480, 3616 - 0x0D6F);
-    QByteArray expected;
-    const auto entry = [&](const char* parent, const char* name, int slot) {
-        expected += hex("7F") + hex(parent) + hex("7F") + hex(name) + hex("0100 00000E") + QByteArray(1, char(slot));
+    const bool isTurkish = row();
+    const std::string entries = hexAt(newFile(isTurkish ? jet::turkish : jet::general), 7 * 4096 + 480, 3616 - 0x0D6F);
+    std::string expected;
+    const auto entry = [&](const std::string& parent, const std::string& name, std::uint8_t slot) {
+        expected += plainHex("7F" + parent + "7F" + name + "0100 00000E") + hexOf({&slot, 1});
     };
     entry("8F000000", "4F4A6D4A4C4A6B516B", 1);                 // Databases
     entry("8F000000", "69515E4A6D5964626B5759666B", 2);         // Relationships
@@ -146,64 +150,65 @@ void NewDatabase::namesOfTheCatalogueAreIndexed()
     entry("8F000001", "606B766B686F516959516B", 6);             // MSysQueries
     entry("8F000001", "606B766B69515E4A6D5964626B5759666B", 7); // MSysRelationships
     entry("8F000002", "606B766B4F4C", 3);                       // MSysDb
-    QCOMPARE(entries.toHex(), expected.toHex());
+    ASSERT_EQ(entries, expected);
 }
 
-void NewDatabase::accountsBelongToTheHeader_data()
+struct NewDatabaseAccountsRow {
+    bool isTurkish;
+    std::string codePage;
+    std::string header; // build, order, creation time
+    std::string passwordMask;
+    std::string engine;
+    std::string creator;
+};
+class NewDatabaseAccounts : public TableTest<NewDatabaseAccountsRow> {};
+
+RowTable<NewDatabaseAccountsRow> newDatabaseAccounts()
 {
-    QTest::addColumn<bool>("isTurkish");
-    QTest::addColumn<QByteArray>("codePage");
-    QTest::addColumn<QByteArray>("header"); // build, order, creation time
-    QTest::addColumn<QByteArray>("passwordMask");
-    QTest::addColumn<QByteArray>("engine");
-    QTest::addColumn<QByteArray>("creator");
-    QTest::newRow("general order") << false << hex("E404") << hex("A6110000 09040000 81AFD46B4FECE440")
-                                   << hex("62A70000") << hex("06EA") << hex("06ED");
-    QTest::newRow("Turkish order") << true << hex("E604") << hex("A6110000 1F040000 06A2B1B29F1DE640")
-                                   << hex("ECB00000") << hex("F589") << hex("F58E");
+    return {
+        {"general order",
+         {false, plainHex("E404"), plainHex("A6110000 09040000 81AFD46B4FECE440"), plainHex("62A70000"),
+          plainHex("06EA"), plainHex("06ED")}},
+        {"Turkish order",
+         {true, plainHex("E604"), plainHex("A6110000 1F040000 06A2B1B29F1DE640"), plainHex("ECB00000"),
+          plainHex("F589"), plainHex("F58E")}},
+    };
 }
 
-void NewDatabase::accountsBelongToTheHeader()
+INSTANTIATE_TEST_SUITE_P(, NewDatabaseAccounts, testing::ValuesIn(newDatabaseAccounts()), RowName());
+
+TEST_P(NewDatabaseAccounts, accountsBelongToTheHeader)
 {
-    QFETCH(bool, isTurkish);
-    QFETCH(QByteArray, codePage);
-    QFETCH(QByteArray, header);
-    QFETCH(QByteArray, passwordMask);
-    QFETCH(QByteArray, engine);
-    QFETCH(QByteArray, creator);
-    const QByteArray file = newFile(isTurkish ? jet::turkish : jet::general);
-    QCOMPARE(file.mid(0x3C, 2), codePage);
-    QCOMPARE(file.mid(0x42, 40), passwordMask.repeated(10));
-    QCOMPARE(file.mid(0x6A, 16).toHex(), header.toHex());
-    QCOMPARE(file.mid(15 * 4096 - 75 + 0x2C, 2), engine);
-    QCOMPARE(file.mid(16 * 4096 - 19 * 5 + 10, 2), creator);
+    const auto& [isTurkish, codePage, header, passwordMask, engine, creator] = row();
+    const jet::Bytes file = newFile(isTurkish ? jet::turkish : jet::general);
+    ASSERT_EQ(hexAt(file, 0x3C, 2), codePage);
+    ASSERT_EQ(hexAt(file, 0x42, 40), repeated(passwordMask, 10));
+    ASSERT_EQ(hexAt(file, 0x6A, 16), header);
+    ASSERT_EQ(hexAt(file, 15 * 4096 - 75 + 0x2C, 2), engine);
+    ASSERT_EQ(hexAt(file, 16 * 4096 - 19 * 5 + 10, 2), creator);
 }
 
-void NewDatabase::connectionCountersStartAtOneHundredHex()
+TEST(NewDatabase, connectionCountersStartAtOneHundredHex)
 {
-    const QByteArray file = newFile(jet::turkish);
-    QCOMPARE(file.mid(0xE00, 2), hex("0101"));
-    QCOMPARE(file.mid(0xE02, 510), hex("0001").repeated(255));
+    const jet::Bytes file = newFile(jet::turkish);
+    ASSERT_EQ(hexAt(file, 0xE00, 2), plainHex("0101"));
+    ASSERT_EQ(hexAt(file, 0xE02, 510), repeated(plainHex("0001"), 255));
 }
 
-void NewDatabase::aNewFileIsSound_data() { namesOfTheCatalogueAreIndexed_data(); }
-
-void NewDatabase::aNewFileIsSound()
+TEST_P(NewDatabaseOrder, aNewFileIsSound)
 {
-    QFETCH(bool, isTurkish);
+    const bool isTurkish = row();
     files::MemoryDisk disk;
     jet::Database::create(disk, path, isTurkish ? jet::turkish : jet::general, rows::created);
     const auto database = jet::Database::open(disk, path);
-    QVERIFY(database->collation() == (isTurkish ? jet::turkish : jet::general));
-    QCOMPARE(database->codePage(), std::uint16_t(isTurkish ? 1254 : 1252));
-    QCOMPARE(database->tableNames().size(), std::size_t(0));
-    QCOMPARE(database->allTables().size(), std::size_t(4));
+    ASSERT_EQ(database->collation(), isTurkish ? jet::turkish : jet::general);
+    ASSERT_EQ(database->codePage(), std::uint16_t(isTurkish ? 1254 : 1252));
+    ASSERT_EQ(database->tableNames().size(), 0U);
+    ASSERT_EQ(database->allTables().size(), 4U);
     const jet::CheckResult result = jet::checkDatabase(*database);
-    QVERIFY2(result.faults.empty(), result.faults.empty() ? "" : result.faults.front().c_str());
-    QVERIFY2(result.warnings.empty(), result.warnings.empty() ? "" : result.warnings.front().c_str());
+    ASSERT_TRUE(result.faults.empty()) << testing::PrintToString(result.faults);
+    ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
 }
-
-namespace {
 
 /// Five kinds of furniture under an AutoNumber: a table as it stands in a real file, there on pages 37 (definition),
 /// 38 (maps), 57 (index) and 75 (rows), here on 16, 17, 18 and 19.
@@ -221,87 +226,80 @@ struct Furniture {
             table.insert({{1, kind}});
         }
     }
-    QByteArray bytes(jet::PageNo page, std::size_t offset, qsizetype count)
+    std::string bytes(jet::PageNo page, std::size_t offset, std::size_t count)
     {
-        const jet::PageView view = database->pager().read(page);
-        return QByteArray(reinterpret_cast<const char*>(view.data() + offset), count);
+        return hexOf(database->pager().read(page).subspan(offset, count));
     }
 
     files::MemoryDisk disk;
     std::unique_ptr<jet::Database> database;
 };
 
-} // namespace
-
-void NewDatabase::aSmallTableIsLaidOutAsThePlatformDoesIt()
+TEST(NewDatabase, aSmallTableIsLaidOutAsThePlatformDoesIt)
 {
     Furniture furniture;
-    const QByteArray definition = hex("0201FD0E 00000000 FB000000 59060000 05000000 05000000 01000000"
-                                      "00000000 00000000 00000000 4E 0200 0100 0200 01000000 01000000"
-                                      "00110000 01110000 00000000 05000000 00000000"
-                                      "04 59060000 0000 0000 0000 09040000 07 00 00000000 0000 0400"
-                                      "0A 59060000 0100 0000 0100 09040000 02 01 00000000 0000 C800"
-                                      "0400 4E006F00 0E00 5500720075006E006C0065007200"
-                                      "83070000 0000 01 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00"
-                                      "02110000 12000000 00000000 89 0000000000"
-                                      "59060000 00000000 00000000 00 FFFFFFFF 00000000 04 04 01 00000000"
-                                      "1400 5000720069006D006100720079004B0065007900 FFFF");
-    QCOMPARE(definition.size(), qsizetype(0xFB));
-    QCOMPARE(furniture.bytes(16, 0, 0xFB).toHex(), definition.toHex());
-    QCOMPARE(furniture.bytes(17, 0, 20).toHex(' '), hex("01011D0F 00000000 00000000 0300 BB0F 760F 310F").toHex(' '));
-    QCOMPARE(furniture.bytes(17, 0xFBB, 9).toHex(), hex("00 00000000 00000800").toHex()); // data pages: 19
-    QCOMPARE(furniture.bytes(17, 0xF76, 9).toHex(), hex("00 00000000 00000800").toHex()); // with room: 19
-    QCOMPARE(furniture.bytes(17, 0xF31, 9).toHex(), hex("00 00000000 00000400").toHex()); // index: 18
-    QCOMPARE(furniture.bytes(19, 0, 24).toHex(' '),
-             hex("0101730F 10000000 00000000 0500 E90F D30F BA0F A20F 8B0F").toHex(' '));
-    QCOMPARE(furniture.bytes(19, 0xF8B, 4096 - 0xF8B).toHex(),
-             hex("0200 05000000 FFFE4469001F01006572 1000 0600 0100 03"
-                 "0200 04000000 FFFE4B6F6C74756B6C6172 1100 0600 0100 03"
-                 "0200 03000000 FFFE4B6170003101006C6172 1200 0600 0100 03"
-                 "0200 02000000 FFFE4D6173616C6172 0F00 0600 0100 03"
-                 "0200 01000000 FFFE446F6C61706C6172 1000 0600 0100 03")
-                 .toHex());
-    QCOMPARE(furniture.bytes(18, 0, 27).toHex(),
-             hex("0401F30D 10000000 00000000 00000000 00000000 00000000 0000 00").toHex());
-    QCOMPARE(furniture.bytes(18, 27, 8).toHex(), hex("0002040810200000").toHex());
-    QCOMPARE(furniture.bytes(18, 480, 46).toHex(), hex("7F80000001 000013 00 7F80000002 000013 01 7F80000003 000013 02"
-                                                       "7F80000004 000013 03 7F80000005 000013 04 00")
-                                                       .toHex());
+    const std::string definition =
+        plainHex("0201FD0E 00000000 FB000000 59060000 05000000 05000000 01000000"
+                 "00000000 00000000 00000000 4E 0200 0100 0200 01000000 01000000"
+                 "00110000 01110000 00000000 05000000 00000000"
+                 "04 59060000 0000 0000 0000 09040000 07 00 00000000 0000 0400"
+                 "0A 59060000 0100 0000 0100 09040000 02 01 00000000 0000 C800"
+                 "0400 4E006F00 0E00 5500720075006E006C0065007200"
+                 "83070000 0000 01 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00 FFFF00"
+                 "02110000 12000000 00000000 89 0000000000"
+                 "59060000 00000000 00000000 00 FFFFFFFF 00000000 04 04 01 00000000"
+                 "1400 5000720069006D006100720079004B0065007900 FFFF");
+    ASSERT_EQ(definition.size(), 2 * 0xFBU);
+    ASSERT_EQ(furniture.bytes(16, 0, 0xFB), definition);
+    ASSERT_EQ(furniture.bytes(17, 0, 20), plainHex("01011D0F 00000000 00000000 0300 BB0F 760F 310F"));
+    ASSERT_EQ(furniture.bytes(17, 0xFBB, 9), plainHex("00 00000000 00000800")); // data pages: 19
+    ASSERT_EQ(furniture.bytes(17, 0xF76, 9), plainHex("00 00000000 00000800")); // with room: 19
+    ASSERT_EQ(furniture.bytes(17, 0xF31, 9), plainHex("00 00000000 00000400")); // index: 18
+    ASSERT_EQ(furniture.bytes(19, 0, 24), plainHex("0101730F 10000000 00000000 0500 E90F D30F BA0F A20F 8B0F"));
+    ASSERT_EQ(furniture.bytes(19, 0xF8B, 4096 - 0xF8B),
+              plainHex("0200 05000000 FFFE4469001F01006572 1000 0600 0100 03"
+                       "0200 04000000 FFFE4B6F6C74756B6C6172 1100 0600 0100 03"
+                       "0200 03000000 FFFE4B6170003101006C6172 1200 0600 0100 03"
+                       "0200 02000000 FFFE4D6173616C6172 0F00 0600 0100 03"
+                       "0200 01000000 FFFE446F6C61706C6172 1000 0600 0100 03"));
+    ASSERT_EQ(furniture.bytes(18, 0, 27), plainHex("0401F30D 10000000 00000000 00000000 00000000 00000000 0000 00"));
+    ASSERT_EQ(furniture.bytes(18, 27, 8), plainHex("0002040810200000"));
+    ASSERT_EQ(furniture.bytes(18, 480, 46), plainHex("7F80000001 000013 00 7F80000002 000013 01 7F80000003 000013 02"
+                                                     "7F80000004 000013 03 7F80000005 000013 04 00"));
 }
 
-void NewDatabase::theNextRowAndEntryGoBehindTheOthers()
+TEST(NewDatabase, theNextRowAndEntryGoBehindTheOthers)
 {
     Furniture furniture;
     furniture.database->table(u"Urunler").insert({{1, u"Kitap"}});
-    QCOMPARE(furniture.bytes(19, 0, 26).toHex(' '),
-             hex("01015D0F 10000000 00000000 0600 E90F D30F BA0F A20F 8B0F 770F").toHex(' '));
-    QCOMPARE(furniture.bytes(19, 0xF77, 20).toHex(), hex("0200 06000000 FFFE4B69746170 0D00 0600 0100 03").toHex());
-    QCOMPARE(furniture.bytes(18, 2, 2), hex("EA0D"));
-    QCOMPARE(furniture.bytes(18, 480 + 45, 9).toHex(), hex("7F80000006 000013 05").toHex());
-    QCOMPARE(furniture.bytes(18, 27 + 6, 1), hex("40"));
-    QCOMPARE(furniture.bytes(16, 16, 8), hex("06000000 06000000"));
-    QCOMPARE(furniture.bytes(16, 67, 4), hex("06000000"));
+    ASSERT_EQ(furniture.bytes(19, 0, 26), plainHex("01015D0F 10000000 00000000 0600 E90F D30F BA0F A20F 8B0F 770F"));
+    ASSERT_EQ(furniture.bytes(19, 0xF77, 20), plainHex("0200 06000000 FFFE4B69746170 0D00 0600 0100 03"));
+    ASSERT_EQ(furniture.bytes(18, 2, 2), plainHex("EA0D"));
+    ASSERT_EQ(furniture.bytes(18, 480 + 45, 9), plainHex("7F80000006 000013 05"));
+    ASSERT_EQ(furniture.bytes(18, 27 + 6, 1), plainHex("40"));
+    ASSERT_EQ(furniture.bytes(16, 16, 8), plainHex("06000000 06000000"));
+    ASSERT_EQ(furniture.bytes(16, 67, 4), plainHex("06000000"));
 }
 
-void NewDatabase::aTakenPathIsLeftAlone()
+TEST(NewDatabase, aTakenPathIsLeftAlone)
 {
     files::MemoryDisk disk;
     disk.content(path) = {1, 2, 3};
     try {
         jet::Database::create(disk, path, jet::turkish, rows::created);
-        QFAIL("made a database where a file stands");
+        FAIL() << "made a database where a file stands";
     } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::exists);
+        ASSERT_EQ(error.fault(), jet::Fault::exists);
     }
-    QVERIFY(disk.content(path) == (files::MemoryDisk::Content{1, 2, 3}));
+    ASSERT_EQ(disk.content(path), (files::MemoryDisk::Content{1, 2, 3}));
 }
 
-void NewDatabase::otherProgramsReadNewTables()
+TEST(NewDatabase, otherProgramsReadNewTables)
 {
-    const QTemporaryDir folder;
-    const QString file = folder.filePath(path);
-    jet::Database::create(platform::systemDisk(), file.toStdString(), jet::turkish, rows::created);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString());
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / path;
+    jet::Database::create(platform::systemDisk(), file, jet::turkish, rows::created);
+    const auto database = jet::Database::open(platform::systemDisk(), file);
     using jet::ColumnType;
     jet::Table& table =
         database->createTable(u"Hareket",
@@ -313,15 +311,13 @@ void NewDatabase::otherProgramsReadNewTables()
                               {{.name = u"Tarih", .columns = {{u"Tarih", true}}}}, rows::created);
     database->createTable(u"Cari", {{.name = u"Unvan", .type = ColumnType::text, .size = 50}}, {}, rows::created);
     table.insert({{0, jet::DateTime{45000.25}}, {1, 12.5}, {2, 70}, {3, 1.25}, {4, u"Şükrü Iğdır"}});
-    QCOMPARE(mdbtools::tables(file), (QStringList{"Hareket", "Cari"}));
-    QCOMPARE(mdbtools::difference(file, table), QString());
-    const QString schema = mdbtools::run("mdb-schema", {file}).simplified();
-    QVERIFY2(schema.contains("CREATE TABLE [Hareket] ( [Tarih] DateTime, [Yağ] Double, [Nakit] Currency, "
-                             "[Sayı] Numeric (10, 2), [CariHar] Text (50) );"),
-             qPrintable(schema));
-    const QString indexes = mdbtools::run("mdb-schema", {file, "postgres"});
-    QVERIFY2(indexes.contains("CREATE INDEX \"hareket_tarih_idx\" ON \"hareket\" (\"tarih\")"), qPrintable(indexes));
+    ASSERT_EQ(mdbtools::tables(file), (std::vector<std::string>{"Hareket", "Cari"}));
+    ASSERT_EQ(mdbtools::difference(file, table), "");
+    const std::string schema = simplified(mdbtools::run("mdb-schema", {file.string()}));
+    ASSERT_THAT(schema, HasSubstr("CREATE TABLE [Hareket] ( [Tarih] DateTime, [Yağ] Double, [Nakit] Currency, "
+                                  "[Sayı] Numeric (10, 2), [CariHar] Text (50) );"));
+    const std::string indexes = mdbtools::run("mdb-schema", {file.string(), "postgres"});
+    ASSERT_THAT(indexes, HasSubstr("CREATE INDEX \"hareket_tarih_idx\" ON \"hareket\" (\"tarih\")"));
 }
 
-QTEST_GUILESS_MAIN(NewDatabase)
-#include "new_database.moc"
+} // namespace

@@ -1,20 +1,25 @@
-#include "random_rows.h"
-#include "samples.h"
-
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
 #include "store/jet/format/doors.h"
+#include "tests/jet/random_rows.h"
+#include "tests/jet/samples.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
-
-Q_DECLARE_METATYPE(jet::Fault)
+#include <map>
+#include <optional>
+#include <set>
 
 namespace {
+
+using testing::HasSubstr;
 
 using Content = files::MemoryDisk::Content;
 
@@ -46,33 +51,34 @@ void text(Content& content, std::size_t at, std::string_view text)
     std::copy(text.begin(), text.end(), content.begin() + std::ptrdiff_t(at));
 }
 
-} // namespace
-
-class Opening : public QObject {
-    Q_OBJECT
-private slots:
-    void whatIsNotADatabaseIsToldApart_data();
-    void whatIsNotADatabaseIsToldApart();
-    void pathsAreToldApart();
-    void aSecondProgramFindsTheFileInUse();
-    void everyRefusalHasItsOwnSentence();
-    void aHeaderWithoutAReadableTimeStillOpens();
-    void oneDamagedTableLeavesTheOthersReadable();
-    void namesAreFoundInAnyCase();
-    void anUnknownTableIsNamed();
-    void filesOfOtherVersionsOfAccessAreRefused_data();
-    void filesOfOtherVersionsOfAccessAreRefused();
-
-private:
-    std::map<jet::Fault, QString> sentences_;
+/// What opening a file was refused with.
+struct Refusal {
+    jet::Fault fault;
+    std::string sentence;
 };
 
-void Opening::whatIsNotADatabaseIsToldApart_data()
+/// Nothing when it was opened.
+std::optional<Refusal> refusalOf(jet::Disk& disk, const std::filesystem::path& file)
 {
-    QTest::addColumn<std::function<void(Content&)>>("spoil");
-    QTest::addColumn<jet::Fault>("fault");
-    const auto row = [](const char* name, jet::Fault fault, std::function<void(Content&)> spoil) {
-        QTest::newRow(name) << spoil << fault;
+    try {
+        jet::Database::open(disk, file);
+    } catch (const jet::Error& error) {
+        return Refusal{error.fault(), error.what()};
+    }
+    return std::nullopt;
+}
+
+struct OpeningRefusalRow {
+    std::function<void(Content&)> spoil;
+    jet::Fault fault;
+};
+class OpeningRefusal : public TableTest<OpeningRefusalRow> {};
+
+RowTable<OpeningRefusalRow> openingRefusal()
+{
+    RowTable<OpeningRefusalRow> table;
+    const auto row = [&table](const char* name, jet::Fault fault, std::function<void(Content&)> spoil) {
+        table.push_back({name, {spoil, fault}});
     };
     using jet::Fault;
     row("a text file", Fault::notADatabase, [](Content& c) { c.assign(70000, std::uint8_t{'a'}); });
@@ -92,78 +98,85 @@ void Opening::whatIsNotADatabaseIsToldApart_data()
         [](Content& c) { inHeader(c, [](jet::PageBytes page) { page[0x22] = 0x70; }); });
     row("a catalogue that is none", Fault::damaged, [](Content& c) { c[2 * jet::pageSize] = 1; });
     row("a catalogue without its columns", Fault::damaged, [](Content& c) { c[2 * jet::pageSize + 45] = 16; });
+    return table;
 }
 
-void Opening::whatIsNotADatabaseIsToldApart()
+INSTANTIATE_TEST_SUITE_P(, OpeningRefusal, testing::ValuesIn(openingRefusal()), RowName());
+
+TEST_P(OpeningRefusal, whatIsNotADatabaseIsToldApart)
 {
-    QFETCH(std::function<void(Content&)>, spoil);
-    QFETCH(jet::Fault, fault);
+    const auto& [spoil, fault] = row();
     files::MemoryDisk disk;
     disk.content("Yağ.mdb") = sound();
     spoil(disk.content("Yağ.mdb"));
-    try {
-        jet::Database::open(disk, "Yağ.mdb");
-        QFAIL("was opened");
-    } catch (const jet::Error& error) {
-        QVERIFY2(error.fault() == fault, error.what());
-        QVERIFY2(QString::fromUtf8(error.what()).contains("Yağ.mdb"), error.what());
-        sentences_.emplace(fault, QString::fromUtf8(error.what()));
-    }
+    const auto refusal = refusalOf(disk, "Yağ.mdb");
+    ASSERT_TRUE(refusal) << "was opened";
+    ASSERT_EQ(refusal->fault, fault) << refusal->sentence;
+    ASSERT_THAT(refusal->sentence, HasSubstr("Yağ.mdb"));
 }
 
-void Opening::pathsAreToldApart()
+TEST(Opening, pathsAreToldApart)
 {
-    const QTemporaryDir folder;
-    const auto faultOf = [&](const QString& file) {
-        try {
-            jet::Database::open(platform::systemDisk(), file.toStdString());
-        } catch (const jet::Error& error) {
-            sentences_.emplace(error.fault(), QString::fromUtf8(error.what()));
-            if (!QString::fromUtf8(error.what()).contains(file)) qWarning("no path in: %s", error.what());
-            return error.fault();
-        }
-        return jet::Fault::unsupported;
+    const TemporaryFolder folder;
+    const auto check = [](const std::filesystem::path& file, jet::Fault fault) {
+        const auto refusal = refusalOf(platform::systemDisk(), file);
+        ASSERT_TRUE(refusal) << "was opened";
+        ASSERT_EQ(refusal->fault, fault);
+        ASSERT_THAT(refusal->sentence, HasSubstr(file.string()));
     };
-    QCOMPARE(faultOf(folder.filePath("yok.mdb")), jet::Fault::notFound);
-    QCOMPARE(faultOf(folder.path()), jet::Fault::isFolder);
+    check(folder / "yok.mdb", jet::Fault::notFound);
+    check(folder.path(), jet::Fault::isFolder);
 }
 
-void Opening::aSecondProgramFindsTheFileInUse()
+TEST(Opening, aSecondProgramFindsTheFileInUse)
 {
-    const QTemporaryDir folder;
-    const std::string file = folder.filePath("Yag.mdb").toStdString();
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "Yag.mdb";
     jet::Database::create(platform::systemDisk(), file, jet::turkish, rows::created);
     const auto first = jet::Database::open(platform::systemDisk(), file);
-    try {
-        jet::Database::open(platform::systemDisk(), file);
-        QFAIL("two programs may write");
-    } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::inUse);
-        sentences_.emplace(error.fault(), QString::fromUtf8(error.what()));
-    }
+    const auto refusal = refusalOf(platform::systemDisk(), file);
+    ASSERT_TRUE(refusal) << "two programs may write";
+    ASSERT_EQ(refusal->fault, jet::Fault::inUse);
 }
 
-void Opening::everyRefusalHasItsOwnSentence()
+TEST(Opening, everyRefusalHasItsOwnSentence)
 {
-    QStringList different;
-    for (const auto& [fault, sentence] : sentences_) {
-        QVERIFY2(!different.contains(sentence), qPrintable(sentence));
-        QVERIFY2(sentence.endsWith('.'), qPrintable(sentence));
-        different << sentence;
+    std::map<jet::Fault, std::string> sentences;
+    const auto note = [&](const std::optional<Refusal>& refusal) {
+        ASSERT_TRUE(refusal) << "was opened";
+        sentences.emplace(refusal->fault, refusal->sentence);
+    };
+    for (const auto& [name, row] : openingRefusal()) {
+        files::MemoryDisk disk;
+        disk.content("Yağ.mdb") = sound();
+        row.spoil(disk.content("Yağ.mdb"));
+        note(refusalOf(disk, "Yağ.mdb"));
     }
-    QVERIFY(different.size() >= 8);
+    const TemporaryFolder folder;
+    note(refusalOf(platform::systemDisk(), folder / "yok.mdb"));
+    note(refusalOf(platform::systemDisk(), folder.path()));
+    jet::Database::create(platform::systemDisk(), folder / "Yag.mdb", jet::turkish, rows::created);
+    const auto first = jet::Database::open(platform::systemDisk(), folder / "Yag.mdb");
+    note(refusalOf(platform::systemDisk(), folder / "Yag.mdb"));
+
+    std::set<std::string> different;
+    for (const auto& [fault, sentence] : sentences) {
+        ASSERT_TRUE(different.insert(sentence).second) << sentence;
+        ASSERT_TRUE(sentence.ends_with('.')) << sentence;
+    }
+    ASSERT_GE(different.size(), 8U);
 }
 
-void Opening::aHeaderWithoutAReadableTimeStillOpens()
+TEST(Opening, aHeaderWithoutAReadableTimeStillOpens)
 {
     files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     inHeader(disk.content("a.mdb"),
              [](jet::PageBytes page) { std::fill_n(page.begin() + 0x72, 8, std::uint8_t{0xFF}); });
-    QVERIFY(jet::Database::open(disk, "a.mdb")->hasTable(u"Cari"));
+    ASSERT_TRUE(jet::Database::open(disk, "a.mdb")->hasTable(u"Cari"));
 }
 
-void Opening::oneDamagedTableLeavesTheOthersReadable()
+TEST(Opening, oneDamagedTableLeavesTheOthersReadable)
 {
     files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
@@ -175,60 +188,71 @@ void Opening::oneDamagedTableLeavesTheOthersReadable()
     }
     disk.content("a.mdb")[damaged * jet::pageSize + 8] = 0xFF;
     const auto database = jet::Database::open(disk, "a.mdb");
-    QCOMPARE(database->tableNames().size(), std::size_t(2));
+    ASSERT_EQ(database->tableNames().size(), 2U);
     int count = 0;
     database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView&) { return ++count > 0; });
-    QCOMPARE(count, 300);
-    QVERIFY_EXCEPTION_THROWN(database->table(u"Bozuk"), jet::Error);
+    ASSERT_EQ(count, 300);
+    ASSERT_THROW(database->table(u"Bozuk"), jet::Error);
 }
 
-void Opening::namesAreFoundInAnyCase()
+TEST(Opening, namesAreFoundInAnyCase)
 {
     files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
-    QVERIFY(database->hasTable(u"CARI"));
-    QVERIFY(database->hasTable(u"CARİ"));
-    QVERIFY(!database->hasTable(u"Car"));
-    QVERIFY(!database->hasTable(u"MSysObjects"));
-    QCOMPARE(&database->table(u"cari"), &database->table(u"Cari"));
-    QVERIFY(database->table(u"Cari").columnNamed(u"UNVAN") == std::optional<std::size_t>(0));
+    ASSERT_TRUE(database->hasTable(u"CARI"));
+    ASSERT_TRUE(database->hasTable(u"CARİ"));
+    ASSERT_FALSE(database->hasTable(u"Car"));
+    ASSERT_FALSE(database->hasTable(u"MSysObjects"));
+    ASSERT_EQ(&database->table(u"cari"), &database->table(u"Cari"));
+    ASSERT_EQ(database->table(u"Cari").columnNamed(u"UNVAN"), std::optional<std::size_t>(0));
 }
 
-void Opening::anUnknownTableIsNamed()
+TEST(Opening, anUnknownTableIsNamed)
 {
     files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
     try {
         database->table(u"Müşteri");
-        QFAIL("found it");
+        FAIL() << "found it";
     } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::noSuchTable);
-        QVERIFY(QString::fromUtf8(error.what()).contains("\"Müşteri\""));
+        ASSERT_EQ(error.fault(), jet::Fault::noSuchTable);
+        ASSERT_THAT(error.what(), HasSubstr("\"Müşteri\""));
     }
 }
 
-void Opening::filesOfOtherVersionsOfAccessAreRefused_data()
+struct OpeningOtherVersionsRow {
+    const char* file; // among the samples
+    jet::Fault fault;
+};
+class OpeningOtherVersions : public TableTest<OpeningOtherVersionsRow> {
+protected:
+    void SetUp() override
+    {
+        if (!samples::present()) GTEST_SKIP() << samples::absent;
+    }
+};
+
+RowTable<OpeningOtherVersionsRow> openingOtherVersions()
 {
-    if (!samples::present()) QSKIP(samples::absent);
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<jet::Fault>("fault");
-    QTest::newRow("Access 97") << samples::database("mdb/access97.mdb") << jet::Fault::oldFormat;
-    QTest::newRow("Access 2007") << samples::database("mdb/access2007.accdb") << jet::Fault::newFormat;
+    return {
+        {"Access 97", {"mdb/access97.mdb", jet::Fault::oldFormat}},
+        {"Access 2007", {"mdb/access2007.accdb", jet::Fault::newFormat}},
+    };
 }
 
-void Opening::filesOfOtherVersionsOfAccessAreRefused()
+INSTANTIATE_TEST_SUITE_P(, OpeningOtherVersions, testing::ValuesIn(openingOtherVersions()), RowName());
+
+TEST_P(OpeningOtherVersions, filesOfOtherVersionsOfAccessAreRefused)
 {
-    QFETCH(QString, file);
-    QFETCH(jet::Fault, fault);
+    const auto& [file, fault] = row();
     try {
-        jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
-        QFAIL("was opened");
+        jet::Database::open(platform::systemDisk(), samples::database(file), jet::Pager::Mode::readOnly);
+        FAIL() << "was opened";
     } catch (const jet::Error& error) {
-        QVERIFY2(error.fault() == fault, error.what());
+        ASSERT_EQ(error.fault(), fault) << error.what();
     }
 }
 
-QTEST_GUILESS_MAIN(Opening)
-#include "opening.moc"
+} // namespace

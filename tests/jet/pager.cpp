@@ -3,8 +3,15 @@
 #include "store/jet/format/doors.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <random>
 
 using namespace jet;
 
@@ -29,16 +36,6 @@ Content contentOf(Disk& disk)
 {
     Pager pager(disk, file, Pager::Mode::readWrite);
     return contentOf(pager);
-}
-
-template <class Action> std::optional<Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.fault();
-    }
-    return {};
 }
 
 void fill(Pager& pager, PageNo page, std::uint8_t with) { std::ranges::fill(pager.write(page), with); }
@@ -66,61 +63,19 @@ void change(Pager& pager, std::mt19937& random)
     }
 }
 
-} // namespace
-
-class PagerTest : public QObject {
-    Q_OBJECT
-private slots:
-    void readsWhatStandsInTheFile();
-    void viewsStayValidAndShowTheTransaction();
-    void rollbackRestoresPagesAndLength();
-    void leavingAScopeEarlyRollsBack();
-    void innerTransactionJoinsTheOuterOne();
-    void refusedInnerStepLeavesTheOuterOneWhole();
-    void halfInnerStepSpoilsTheOuterOne();
-    void commitNeedsExactlyThreeSyncs();
-    void commitWithoutChangesTouchesNothing();
-    void closingRemovesTheJournal();
-    void changeCountMovesWithCommitAndRollback();
-    void readOnlyFileIsNotWritten();
-    void wrongSizesAreNamed_data();
-    void wrongSizesAreNamed();
-    void missingPageIsDamage();
-    void largestFileIsTheLimit();
-
-    void everyPowerCutLeavesBeforeOrAfter_data();
-    void everyPowerCutLeavesBeforeOrAfter();
-    void longJournalIsPutBackWhole();
-    void everyPassingFaultLeavesTheStateBefore();
-    void everyLastingFaultLeavesTheStateBefore();
-    void fullDiskLeavesTheStateBefore();
-
-    void journalWithAnyWrongByteIsIgnored();
-    void journalBesideAReplacedDatabaseIsSetAside();
-    void journalBesideAnOlderCopyGivesTheStateItWasWrittenFor();
-    void journalOnAProtectedMediumIsAppliedInMemory();
-    void readerRepairsTheFileWhereItMay();
-
-    void foreignChangeAfterARepairIsNotTakenBack();
-
-    void secondWriterIsRefused();
-    void readerComesInBesideAnIdleWriter();
-    void commitWaitsForReadersAndGivesUpWhole();
-};
-
-void PagerTest::readsWhatStandsInTheFile()
+TEST(Pager, readsWhatStandsInTheFile)
 {
     PowerCutDisk disk;
     auto content = blankFile(200);
     for (PageNo page = 2; page < 200; ++page) content[page * pageSize + 5] = static_cast<std::uint8_t>(page);
     disk.put(file, content);
     Pager pager(disk, file, Pager::Mode::readWrite);
-    QVERIFY(pager.writable());
-    QCOMPARE(pager.pageCount(), 200U);
-    QCOMPARE(contentOf(pager), content);
+    ASSERT_TRUE(pager.writable());
+    ASSERT_EQ(pager.pageCount(), 200U);
+    ASSERT_EQ(contentOf(pager), content);
 }
 
-void PagerTest::viewsStayValidAndShowTheTransaction()
+TEST(Pager, viewsStayValidAndShowTheTransaction)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -129,13 +84,13 @@ void PagerTest::viewsStayValidAndShowTheTransaction()
     Transaction change(pager);
     fill(pager, 7, 9);
     pager.extendTo(5000);
-    QCOMPARE(view[100], 9);
+    ASSERT_EQ(view[100], 9);
     change.commit();
-    QCOMPARE(view[100], 9);
-    QCOMPARE(pager.read(7).data(), view.data());
+    ASSERT_EQ(view[100], 9);
+    ASSERT_EQ(pager.read(7).data(), view.data());
 }
 
-void PagerTest::rollbackRestoresPagesAndLength()
+TEST(Pager, rollbackRestoresPagesAndLength)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -146,15 +101,15 @@ void PagerTest::rollbackRestoresPagesAndLength()
     pager.extendTo(40);
     fill(pager, 39, 1);
     pager.rollback();
-    QCOMPARE(contentOf(pager), before);
+    ASSERT_EQ(contentOf(pager), before);
     Transaction again(pager);
     pager.extendTo(40);
-    QCOMPARE(pager.read(39)[0], 0);
+    ASSERT_EQ(pager.read(39)[0], 0);
     again.commit();
-    QCOMPARE(disk.content(file).size(), 40 * pageSize);
+    ASSERT_EQ(disk.content(file).size(), 40 * pageSize);
 }
 
-void PagerTest::leavingAScopeEarlyRollsBack()
+TEST(Pager, leavingAScopeEarlyRollsBack)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -165,11 +120,11 @@ void PagerTest::leavingAScopeEarlyRollsBack()
         throw std::runtime_error("left");
     } catch (const std::runtime_error&) {
     }
-    QVERIFY(!pager.inTransaction());
-    QCOMPARE(pager.read(3)[9], 0);
+    ASSERT_FALSE(pager.inTransaction());
+    ASSERT_EQ(pager.read(3)[9], 0);
 }
 
-void PagerTest::innerTransactionJoinsTheOuterOne()
+TEST(Pager, innerTransactionJoinsTheOuterOne)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -181,14 +136,14 @@ void PagerTest::innerTransactionJoinsTheOuterOne()
             fill(pager, 3, 1);
             inner.commit();
         }
-        QVERIFY(pager.inTransaction());
-        QCOMPARE(disk.content(file)[3 * pageSize], 0);
+        ASSERT_TRUE(pager.inTransaction());
+        ASSERT_EQ(disk.content(file)[3 * pageSize], 0);
         outer.commit();
     }
-    QCOMPARE(disk.content(file)[3 * pageSize], 1);
+    ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 
-void PagerTest::refusedInnerStepLeavesTheOuterOneWhole()
+TEST(Pager, refusedInnerStepLeavesTheOuterOneWhole)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -200,10 +155,10 @@ void PagerTest::refusedInnerStepLeavesTheOuterOneWhole()
         pager.read(4);
     }
     outer.commit();
-    QCOMPARE(disk.content(file)[3 * pageSize], 1);
+    ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 
-void PagerTest::halfInnerStepSpoilsTheOuterOne()
+TEST(Pager, halfInnerStepSpoilsTheOuterOne)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -216,17 +171,17 @@ void PagerTest::halfInnerStepSpoilsTheOuterOne()
             Transaction half(pager);
             fill(pager, 3, 2);
         }
-        QCOMPARE(faultOf([&] { outer.commit(); }), Fault::disk);
+        ASSERT_EQ(faultOf([&] { outer.commit(); }), Fault::disk);
     }
-    QCOMPARE(contentOf(pager), before);
-    QCOMPARE(disk.content(file), before);
+    ASSERT_EQ(contentOf(pager), before);
+    ASSERT_EQ(disk.content(file), before);
     Transaction next(pager);
     fill(pager, 3, 3);
     next.commit();
-    QCOMPARE(disk.content(file)[3 * pageSize], 3);
+    ASSERT_EQ(disk.content(file)[3 * pageSize], 3);
 }
 
-void PagerTest::commitNeedsExactlyThreeSyncs()
+TEST(Pager, commitNeedsExactlyThreeSyncs)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -238,11 +193,11 @@ void PagerTest::commitNeedsExactlyThreeSyncs()
         pager.extendTo(pager.pageCount() + 1);
         change.commit();
         // The first one makes the journal's name last as well.
-        QCOMPARE(disk.syncs() - before, i == 0 ? 4 : 3);
+        ASSERT_EQ(disk.syncs() - before, i == 0 ? 4 : 3);
     }
 }
 
-void PagerTest::commitWithoutChangesTouchesNothing()
+TEST(Pager, commitWithoutChangesTouchesNothing)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -251,11 +206,11 @@ void PagerTest::commitWithoutChangesTouchesNothing()
     fill(pager, 3, 1);
     fill(pager, 3, 0);
     change.commit();
-    QCOMPARE(disk.changes(), 0);
-    QVERIFY(!pager.inTransaction());
+    ASSERT_EQ(disk.changes(), 0);
+    ASSERT_FALSE(pager.inTransaction());
 }
 
-void PagerTest::closingRemovesTheJournal()
+TEST(Pager, closingRemovesTheJournal)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -264,12 +219,12 @@ void PagerTest::closingRemovesTheJournal()
         Transaction change(pager);
         fill(pager, 3, 1);
         change.commit();
-        QVERIFY(disk.has(journal));
+        ASSERT_TRUE(disk.has(journal));
     }
-    QVERIFY(!disk.has(journal));
+    ASSERT_FALSE(disk.has(journal));
 }
 
-void PagerTest::changeCountMovesWithCommitAndRollback()
+TEST(Pager, changeCountMovesWithCommitAndRollback)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -278,45 +233,50 @@ void PagerTest::changeCountMovesWithCommitAndRollback()
     {
         Transaction change(pager);
         fill(pager, 3, 1);
-        QCOMPARE(pager.changeCount(), start);
+        ASSERT_EQ(pager.changeCount(), start);
         change.commit();
     }
-    QCOMPARE(pager.changeCount(), start + 1);
+    ASSERT_EQ(pager.changeCount(), start + 1);
     {
         Transaction change(pager);
         fill(pager, 3, 2);
     }
-    QCOMPARE(pager.changeCount(), start + 2);
+    ASSERT_EQ(pager.changeCount(), start + 2);
     {
         Transaction nothing(pager);
     }
-    QCOMPARE(pager.changeCount(), start + 2);
+    ASSERT_EQ(pager.changeCount(), start + 2);
 }
 
-void PagerTest::readOnlyFileIsNotWritten()
+TEST(Pager, readOnlyFileIsNotWritten)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
     {
         Pager pager(disk, file, Pager::Mode::readOnly);
-        QVERIFY(!pager.writable());
-        QCOMPARE(faultOf([&] { pager.begin(); }), Fault::readOnly);
+        ASSERT_FALSE(pager.writable());
+        ASSERT_EQ(faultOf([&] { pager.begin(); }), Fault::readOnly);
     }
     disk.readOnly = true;
     Pager pager(disk, file, Pager::Mode::readWrite);
-    QVERIFY(!pager.writable());
-    QCOMPARE(faultOf([&] { Transaction change(pager); }), Fault::readOnly);
-    QVERIFY(!pager.inTransaction());
+    ASSERT_FALSE(pager.writable());
+    ASSERT_EQ(faultOf([&] { Transaction change(pager); }), Fault::readOnly);
+    ASSERT_FALSE(pager.inTransaction());
 }
 
-void PagerTest::wrongSizesAreNamed_data()
+struct PagerFileSizeRow {
+    int size;
+    int version;
+    bool signature;
+    int fault;
+};
+class PagerFileSize : public TableTest<PagerFileSizeRow> {};
+
+RowTable<PagerFileSizeRow> pagerFileSize()
 {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("version");
-    QTest::addColumn<bool>("signature");
-    QTest::addColumn<int>("fault");
-    const auto row = [](const char* name, int size, int version, bool signature, Fault fault) {
-        QTest::newRow(name) << size << version << signature << static_cast<int>(fault);
+    RowTable<PagerFileSizeRow> table;
+    const auto row = [&table](const char* name, int size, int version, bool signature, Fault fault) {
+        table.push_back({name, {size, version, signature, static_cast<int>(fault)}});
     };
     row("empty", 0, 1, false, Fault::notADatabase);
     row("a text", 100, 1, false, Fault::notADatabase);
@@ -326,53 +286,61 @@ void PagerTest::wrongSizesAreNamed_data()
     row("cut before page 16", 15 * 4096, 1, true, Fault::cutShort);
     row("half pages of Access 97", 35 * 2048, 0, true, Fault::oldFormat);
     row("small file of Access 97", 20 * 2048, 0, true, Fault::oldFormat);
+    return table;
 }
 
-void PagerTest::wrongSizesAreNamed()
+INSTANTIATE_TEST_SUITE_P(, PagerFileSize, testing::ValuesIn(pagerFileSize()), RowName());
+
+TEST_P(PagerFileSize, wrongSizesAreNamed)
 {
-    QFETCH(int, size);
-    QFETCH(int, version);
-    QFETCH(bool, signature);
-    QFETCH(int, fault);
+    const auto& size = row().size;
+    const auto& version = row().version;
+    const auto& signature = row().signature;
+    const auto& fault = row().fault;
     auto content = blankFile(32);
     content[20] = static_cast<std::uint8_t>(version);
     if (!signature) content[4] = 'x';
     content.resize(static_cast<std::size_t>(size));
     PowerCutDisk disk;
     disk.put(file, content);
-    QCOMPARE(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), static_cast<Fault>(fault));
+    ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), static_cast<Fault>(fault));
 }
 
-void PagerTest::missingPageIsDamage()
+TEST(Pager, missingPageIsDamage)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
     Pager pager(disk, file, Pager::Mode::readWrite);
-    QCOMPARE(faultOf([&] { pager.read(16); }), Fault::damaged);
-    QCOMPARE(faultOf([&] { pager.read(0xFFFFFFFF); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { pager.read(16); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { pager.read(0xFFFFFFFF); }), Fault::damaged);
     Transaction change(pager);
-    QCOMPARE(faultOf([&] { pager.write(16); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { pager.write(16); }), Fault::damaged);
 }
 
-void PagerTest::largestFileIsTheLimit()
+TEST(Pager, largestFileIsTheLimit)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
     Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction change(pager);
-    QCOMPARE(faultOf([&] { pager.extendTo(maxPages + 1); }), Fault::disk);
-    QCOMPARE(pager.pageCount(), 16U);
+    ASSERT_EQ(faultOf([&] { pager.extendTo(maxPages + 1); }), Fault::disk);
+    ASSERT_EQ(pager.pageCount(), 16U);
 }
 
-void PagerTest::everyPowerCutLeavesBeforeOrAfter_data()
+class PagerPowerCut : public TableTest<unsigned> {};
+
+RowTable<unsigned> pagerPowerCut()
 {
-    QTest::addColumn<unsigned>("seed");
-    for (unsigned seed = 1; seed <= 8; ++seed) QTest::addRow("seed %u", seed) << seed;
+    RowTable<unsigned> table;
+    for (unsigned seed = 1; seed <= 8; ++seed) table.push_back({"seed " + std::to_string(seed), seed});
+    return table;
 }
 
-void PagerTest::everyPowerCutLeavesBeforeOrAfter()
+INSTANTIATE_TEST_SUITE_P(, PagerPowerCut, testing::ValuesIn(pagerPowerCut()), RowName());
+
+TEST_P(PagerPowerCut, everyPowerCutLeavesBeforeOrAfter)
 {
-    QFETCH(unsigned, seed);
+    const unsigned seed = row();
     std::mt19937 random(seed);
     PowerCutDisk disk;
     disk.put(file, blankFile(20));
@@ -394,8 +362,8 @@ void PagerTest::everyPowerCutLeavesBeforeOrAfter()
                 const auto again = medium->afterPowerCut(++luck);
                 repairHolds = repairHolds && holds(*again);
             };
-            QVERIFY2(holds(*medium), qPrintable(QStringLiteral("cut at change %1").arg(disk.changes() + 1)));
-            QVERIFY(repairHolds);
+            ASSERT_TRUE(holds(*medium)) << "cut at change " << disk.changes() + 1;
+            ASSERT_TRUE(repairHolds);
             medium->beforeEachChange = nullptr;
             // The struck out journal must never come back beside what was committed since.
             Content next;
@@ -406,7 +374,7 @@ void PagerTest::everyPowerCutLeavesBeforeOrAfter()
                 next = contentOf(pager);
                 transaction.commit();
             }
-            for (int k = 0; k < 2; ++k) QVERIFY(contentOf(*medium->afterPowerCut(++luck)) == next);
+            for (int k = 0; k < 2; ++k) ASSERT_EQ(contentOf(*medium->afterPowerCut(++luck)), next);
         }
     };
     for (int session = 0; session < 3; ++session) {
@@ -423,11 +391,11 @@ void PagerTest::everyPowerCutLeavesBeforeOrAfter()
             before = after; // acknowledged: from now on nothing else will do
         }
     }
-    QVERIFY(!QTest::currentTestFailed());
-    QVERIFY2(cuts > 500, qPrintable(QString::number(cuts)));
+    ASSERT_FALSE(HasFailure());
+    ASSERT_GT(cuts, 500) << std::to_string(cuts);
 }
 
-void PagerTest::longJournalIsPutBackWhole()
+TEST(Pager, longJournalIsPutBackWhole)
 {
     PowerCutDisk disk;
     auto content = blankFile(400);
@@ -441,14 +409,14 @@ void PagerTest::longJournalIsPutBackWhole()
     const auto after = contentOf(pager);
     disk.beforeEachChange = [&] {
         const auto found = contentOf(*disk.afterPowerCut(static_cast<std::uint32_t>(disk.changes())));
-        QVERIFY(found == content || found == after);
+        ASSERT_TRUE(found == content || found == after);
     };
     transaction.commit();
     disk.beforeEachChange = nullptr;
-    QVERIFY(contentOf(*disk.afterPowerCut(1)) == after);
+    ASSERT_EQ(contentOf(*disk.afterPowerCut(1)), after);
 }
 
-void PagerTest::everyPassingFaultLeavesTheStateBefore()
+TEST(Pager, everyPassingFaultLeavesTheStateBefore)
 {
     for (int fault = 1;; ++fault) {
         PowerCutDisk disk;
@@ -471,28 +439,28 @@ void PagerTest::everyPassingFaultLeavesTheStateBefore()
                 }
             };
             failed = faultOf([&] { transaction.commit(); }).has_value();
-            QVERIFY2(whole, "a power cut while the failed commit was taken back");
+            ASSERT_TRUE(whole) << "a power cut while the failed commit was taken back";
             disk.beforeEachChange = nullptr;
-            QVERIFY(!pager.inTransaction());
-            QCOMPARE(contentOf(pager), failed ? before : after);
+            ASSERT_FALSE(pager.inTransaction());
+            ASSERT_EQ(contentOf(pager), failed ? before : after);
             for (std::uint32_t luck = 0; luck < 20; ++luck)
-                QCOMPARE(contentOf(*disk.afterPowerCut(luck)), failed ? before : after);
+                ASSERT_EQ(contentOf(*disk.afterPowerCut(luck)), failed ? before : after);
             // Work goes on as if nothing had happened.
             disk.failing.clear();
             Transaction next(pager);
             fill(pager, 5, 77);
             const auto last = contentOf(pager);
             next.commit();
-            for (std::uint32_t luck = 0; luck < 20; ++luck) QCOMPARE(contentOf(*disk.afterPowerCut(luck)), last);
+            for (std::uint32_t luck = 0; luck < 20; ++luck) ASSERT_EQ(contentOf(*disk.afterPowerCut(luck)), last);
         }
         if (!failed) {
-            QVERIFY(fault > 6);
+            ASSERT_GT(fault, 6);
             return;
         }
     }
 }
 
-void PagerTest::everyLastingFaultLeavesTheStateBefore()
+TEST(Pager, everyLastingFaultLeavesTheStateBefore)
 {
     for (int fault = 1;; ++fault) {
         PowerCutDisk disk;
@@ -505,25 +473,26 @@ void PagerTest::everyLastingFaultLeavesTheStateBefore()
         for (int i = 0; i < 4; ++i) change(pager, random);
         const auto after = contentOf(pager);
         if (!faultOf([&] { transaction.commit(); })) {
-            QVERIFY(fault > 6);
+            ASSERT_GT(fault, 6);
             return;
         }
         // A disk that cannot be told to forget the journal may keep either state, but never a mixture.
         const bool triedToStrikeOut = disk.content(file) == after;
         for (std::uint32_t luck = 0; luck < 50; ++luck) {
             const auto found = contentOf(*disk.afterPowerCut(luck));
-            QVERIFY(found == before || (triedToStrikeOut && found == after));
+            ASSERT_TRUE(found == before || (triedToStrikeOut && found == after));
         }
         // Either the pager still works on the old state, or it refuses everything.
         const auto refusal = faultOf([&] { pager.read(2); });
-        if (refusal)
-            QCOMPARE(refusal, Fault::disk);
-        else
-            QCOMPARE(contentOf(pager), before);
+        if (refusal) {
+            ASSERT_EQ(refusal, Fault::disk);
+        } else {
+            ASSERT_EQ(contentOf(pager), before);
+        }
     }
 }
 
-void PagerTest::fullDiskLeavesTheStateBefore()
+TEST(Pager, fullDiskLeavesTheStateBefore)
 {
     const std::size_t start = blankFile(20).size();
     bool committed = false;
@@ -544,19 +513,17 @@ void PagerTest::fullDiskLeavesTheStateBefore()
         }
         if (committed) break;
         ++refused;
-        QCOMPARE(contentOf(pager), before);
-        for (std::uint32_t luck = 0; luck < 20; ++luck) QCOMPARE(contentOf(*disk.afterPowerCut(luck)), before);
+        ASSERT_EQ(contentOf(pager), before);
+        for (std::uint32_t luck = 0; luck < 20; ++luck) ASSERT_EQ(contentOf(*disk.afterPowerCut(luck)), before);
         disk.capacity.reset();
         Transaction again(pager);
         fill(pager, 3, 1);
         again.commit();
-        QCOMPARE(disk.content(file)[3 * pageSize], 1);
-        QCOMPARE(disk.content(file).size(), before.size());
+        ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
+        ASSERT_EQ(disk.content(file).size(), before.size());
     }
-    QVERIFY(refused > 10);
+    ASSERT_GT(refused, 10);
 }
-
-namespace {
 
 /// The disk right before the journal of a commit is struck out: the new pages are in the file, the old ones can still
 /// come back.
@@ -583,16 +550,14 @@ std::unique_ptr<PowerCutDisk> stoppedBeforeTheEnd(Content& before, Content& afte
     return stopped;
 }
 
-} // namespace
-
-void PagerTest::journalWithAnyWrongByteIsIgnored()
+TEST(Pager, journalWithAnyWrongByteIsIgnored)
 {
     Content before;
     Content after;
     const auto stopped = stoppedBeforeTheEnd(before, after);
-    QVERIFY(stopped);
+    ASSERT_TRUE(stopped);
     const auto whole = stopped->content(journal);
-    QCOMPARE(contentOf(*stopped), before);
+    ASSERT_EQ(contentOf(*stopped), before);
     for (std::size_t at = 0; at < whole.size(); at += at < 560 ? 1 : 97) {
         if (at >= 40 && at < 512) continue;                                         // unused rest of the header block
         if (at >= 512 && (at - 512) % 4112 >= 4 && (at - 512) % 4112 < 8) continue; // unused field of a record
@@ -601,17 +566,17 @@ void PagerTest::journalWithAnyWrongByteIsIgnored()
         PowerCutDisk disk;
         disk.put(file, after);
         disk.put(journal, wrong);
-        QVERIFY2(contentOf(disk) == after, qPrintable(QString::number(at)));
+        ASSERT_EQ(contentOf(disk), after) << std::to_string(at);
     }
     for (const std::size_t size : {std::size_t{0}, std::size_t{40}, std::size_t{511}, whole.size() - 1}) {
         PowerCutDisk disk;
         disk.put(file, after);
         disk.put(journal, Content(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
-        QCOMPARE(contentOf(disk), after);
+        ASSERT_EQ(contentOf(disk), after);
     }
 }
 
-void PagerTest::journalBesideAReplacedDatabaseIsSetAside()
+TEST(Pager, journalBesideAReplacedDatabaseIsSetAside)
 {
     Content before;
     Content after;
@@ -624,14 +589,14 @@ void PagerTest::journalBesideAReplacedDatabaseIsSetAside()
         PowerCutDisk disk;
         disk.put(file, replaced);
         disk.put(journal, stopped->content(journal));
-        QCOMPARE(contentOf(disk), replaced);
-        QVERIFY(!disk.has(journal));
-        QVERIFY(disk.has("Yag.mdb-journal.old"));
-        QCOMPARE(contentOf(*disk.afterPowerCut(1)), replaced);
+        ASSERT_EQ(contentOf(disk), replaced);
+        ASSERT_FALSE(disk.has(journal));
+        ASSERT_TRUE(disk.has("Yag.mdb-journal.old"));
+        ASSERT_EQ(contentOf(*disk.afterPowerCut(1)), replaced);
     }
 }
 
-void PagerTest::journalBesideAnOlderCopyGivesTheStateItWasWrittenFor()
+TEST(Pager, journalBesideAnOlderCopyGivesTheStateItWasWrittenFor)
 {
     Content before;
     Content after;
@@ -642,10 +607,10 @@ void PagerTest::journalBesideAnOlderCopyGivesTheStateItWasWrittenFor()
     PowerCutDisk disk;
     disk.put(file, older);
     disk.put(journal, stopped->content(journal));
-    QCOMPARE(contentOf(disk), before);
+    ASSERT_EQ(contentOf(disk), before);
 }
 
-void PagerTest::journalOnAProtectedMediumIsAppliedInMemory()
+TEST(Pager, journalOnAProtectedMediumIsAppliedInMemory)
 {
     Content before;
     Content after;
@@ -653,49 +618,49 @@ void PagerTest::journalOnAProtectedMediumIsAppliedInMemory()
     stopped->readOnly = true;
     for (const auto mode : {Pager::Mode::readOnly, Pager::Mode::readWrite}) {
         Pager pager(*stopped, file, mode);
-        QVERIFY(!pager.writable());
-        QCOMPARE(contentOf(pager), before);
+        ASSERT_FALSE(pager.writable());
+        ASSERT_EQ(contentOf(pager), before);
     }
-    QCOMPARE(stopped->content(file), after);
+    ASSERT_EQ(stopped->content(file), after);
 }
 
-void PagerTest::readerRepairsTheFileWhereItMay()
+TEST(Pager, readerRepairsTheFileWhereItMay)
 {
     Content before;
     Content after;
     const auto stopped = stoppedBeforeTheEnd(before, after);
     Pager pager(*stopped, file, Pager::Mode::readOnly);
-    QCOMPARE(contentOf(pager), before);
-    QCOMPARE(stopped->content(file), before);
-    QCOMPARE(contentOf(*stopped->afterPowerCut(4)), before);
+    ASSERT_EQ(contentOf(pager), before);
+    ASSERT_EQ(stopped->content(file), before);
+    ASSERT_EQ(contentOf(*stopped->afterPowerCut(4)), before);
 }
 
-void PagerTest::foreignChangeAfterARepairIsNotTakenBack()
+TEST(Pager, foreignChangeAfterARepairIsNotTakenBack)
 {
     Content before;
     Content after;
     const auto stopped = stoppedBeforeTheEnd(before, after);
-    QCOMPARE(contentOf(*stopped), before);
+    ASSERT_EQ(contentOf(*stopped), before);
     // Another program, which knows no journal, changes a page that the journal held.
     const auto opened = stopped->open(file, Disk::Access::readWrite);
     opened->write(3 * pageSize + 10, std::vector<std::uint8_t>{42});
     opened->sync();
     const auto changed = stopped->content(file);
-    for (std::uint32_t luck = 0; luck < 50; ++luck) QCOMPARE(contentOf(*stopped->afterPowerCut(luck)), changed);
+    for (std::uint32_t luck = 0; luck < 50; ++luck) ASSERT_EQ(contentOf(*stopped->afterPowerCut(luck)), changed);
 }
 
-void PagerTest::secondWriterIsRefused()
+TEST(Pager, secondWriterIsRefused)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
     auto first = std::make_unique<Pager>(disk, file, Pager::Mode::readWrite);
-    QCOMPARE(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), Fault::inUse);
+    ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), Fault::inUse);
     first.reset();
     Pager second(disk, file, Pager::Mode::readWrite);
-    QVERIFY(second.writable());
+    ASSERT_TRUE(second.writable());
 }
 
-void PagerTest::readerComesInBesideAnIdleWriter()
+TEST(Pager, readerComesInBesideAnIdleWriter)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -704,14 +669,14 @@ void PagerTest::readerComesInBesideAnIdleWriter()
     fill(writer, 3, 1);
     {
         Pager reader(disk, file, Pager::Mode::readOnly);
-        QCOMPARE(reader.read(3)[0], 0);
+        ASSERT_EQ(reader.read(3)[0], 0);
     }
     change.commit();
     Pager reader(disk, file, Pager::Mode::readOnly);
-    QCOMPARE(reader.read(3)[0], 1);
+    ASSERT_EQ(reader.read(3)[0], 1);
 }
 
-void PagerTest::commitWaitsForReadersAndGivesUpWhole()
+TEST(Pager, commitWaitsForReadersAndGivesUpWhole)
 {
     PowerCutDisk disk;
     disk.put(file, blankFile());
@@ -721,18 +686,16 @@ void PagerTest::commitWaitsForReadersAndGivesUpWhole()
         Pager reader(disk, file, Pager::Mode::readOnly);
         Transaction change(writer);
         fill(writer, 3, 1);
-        QElapsedTimer waited;
-        waited.start();
-        QCOMPARE(faultOf([&] { change.commit(); }), Fault::inUse);
-        QVERIFY(waited.elapsed() >= 2000);
-        QCOMPARE(disk.changes(), 0);
-        QCOMPARE(contentOf(writer), before);
+        const auto start = std::chrono::steady_clock::now();
+        ASSERT_EQ(faultOf([&] { change.commit(); }), Fault::inUse);
+        ASSERT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+        ASSERT_EQ(disk.changes(), 0);
+        ASSERT_EQ(contentOf(writer), before);
     }
     Transaction change(writer);
     fill(writer, 3, 1);
     change.commit();
-    QCOMPARE(disk.content(file)[3 * pageSize], 1);
+    ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 
-QTEST_APPLESS_MAIN(PagerTest)
-#include "pager.moc"
+} // namespace

@@ -1,15 +1,18 @@
-#include "mdbtools.h"
-#include "random_rows.h"
-#include "samples.h"
+#include "tests/jet/mdbtools.h"
+#include "tests/jet/random_rows.h"
+#include "tests/jet/sample_test.h"
 
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "tests/support/files.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 
 namespace {
@@ -60,7 +63,7 @@ void changeAtRandom(jet::Table& table, Model& model, rows::Maker& maker, int ste
             const jet::RowId id = table.insert(values);
             model.emplace(id, valuesOf(table, table.row(id).value()));
             for (const jet::Assignment& each : values)
-                QVERIFY(model[id][each.column] == kept(columns[each.column], each.value));
+                ASSERT_EQ(model[id][each.column], kept(columns[each.column], each.value));
         } else if (action < 8) {
             std::vector<jet::Assignment> values;
             for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -75,49 +78,42 @@ void changeAtRandom(jet::Table& table, Model& model, rows::Maker& maker, int ste
     }
 }
 
-QByteArray faultsOf(jet::Database& database)
+std::string faultsOf(jet::Database& database)
 {
     const jet::CheckResult result = jet::checkDatabase(database);
-    QByteArray text;
+    std::string text;
     for (const std::string& fault : result.faults) text += fault + "; ";
     return text;
 }
 
 /// The opinion of a reader that shares nothing with the engine and recomputes every index entry; true without one.
-bool isTrue(const QString& file)
+bool isTrue(const std::filesystem::path& file)
 {
-    const QString judge = samples::folder() + "/judge/judge.py";
-    if (!QFile::exists(judge)) return true;
-    QProcess process;
-    process.start("python3", {judge, file});
-    return process.waitForFinished(120000) && process.exitCode() == 0;
+    const std::filesystem::path judge = samples::database("judge/judge.py");
+    if (!std::filesystem::exists(judge)) return true;
+    return run({.program = "python3", .arguments = {judge.string(), file.string()}, .limit = std::chrono::minutes(2)})
+               .code == 0;
 }
 
-} // namespace
-
-class RandomChanges : public QObject {
-    Q_OBJECT
-private slots:
-    void aThousandChangesLeaveWhatTheModelHolds_data();
-    void aThousandChangesLeaveWhatTheModelHolds();
-    void aTransactionTakenBackLeavesTheRowsOfBefore();
-    void mdbtoolsReadsWhatWasWritten();
-    void databasesMadeByAccessStayTrue_data();
-    void databasesMadeByAccessStayTrue();
+struct RandomChangesInOrderRow {
+    bool isTurkish;
+    unsigned seed;
 };
+class RandomChangesInOrder : public TableTest<RandomChangesInOrderRow> {};
 
-void RandomChanges::aThousandChangesLeaveWhatTheModelHolds_data()
+RowTable<RandomChangesInOrderRow> randomChangesInOrder()
 {
-    QTest::addColumn<bool>("isTurkish");
-    QTest::addColumn<unsigned>("seed");
-    QTest::newRow("general order") << false << 1u;
-    QTest::newRow("Turkish order") << true << 2u;
+    return {
+        {"general order", {false, 1}},
+        {"Turkish order", {true, 2}},
+    };
 }
 
-void RandomChanges::aThousandChangesLeaveWhatTheModelHolds()
+INSTANTIATE_TEST_SUITE_P(, RandomChangesInOrder, testing::ValuesIn(randomChangesInOrder()), RowName());
+
+TEST_P(RandomChangesInOrder, aThousandChangesLeaveWhatTheModelHolds)
 {
-    QFETCH(bool, isTurkish);
-    QFETCH(unsigned, seed);
+    const auto& [isTurkish, seed] = row();
     files::MemoryDisk disk;
     jet::Database::create(disk, path, isTurkish ? jet::turkish : jet::general, rows::created);
     Model model;
@@ -129,17 +125,17 @@ void RandomChanges::aThousandChangesLeaveWhatTheModelHolds()
             jet::Transaction change(database->pager());
             changeAtRandom(table, model, maker, 100);
             change.commit();
-            QVERIFY(modelOf(table) == model);
-            QCOMPARE(std::size_t(table.rowCount()), model.size());
+            ASSERT_EQ(modelOf(table), model);
+            ASSERT_EQ(table.rowCount(), model.size());
         }
-        QCOMPARE(faultsOf(*database), QByteArray());
+        ASSERT_EQ(faultsOf(*database), "");
     }
     const auto database = jet::Database::open(disk, path);
-    QVERIFY(modelOf(database->table(u"Deneme")) == model);
-    QCOMPARE(QString::fromStdString(database->table(u"Deneme").whyReadOnly().value_or("")), QString());
+    ASSERT_EQ(modelOf(database->table(u"Deneme")), model);
+    ASSERT_EQ(database->table(u"Deneme").whyReadOnly().value_or(""), "");
 }
 
-void RandomChanges::aTransactionTakenBackLeavesTheRowsOfBefore()
+TEST(RandomChanges, aTransactionTakenBackLeavesTheRowsOfBefore)
 {
     files::MemoryDisk disk;
     jet::Database::create(disk, path, jet::turkish, rows::created);
@@ -157,43 +153,39 @@ void RandomChanges::aTransactionTakenBackLeavesTheRowsOfBefore()
         } else {
             database->pager().rollback();
         }
-        QVERIFY(modelOf(table) == model);
-        QCOMPARE(std::size_t(table.rowCount()), model.size());
+        ASSERT_EQ(modelOf(table), model);
+        ASSERT_EQ(table.rowCount(), model.size());
     }
-    QCOMPARE(faultsOf(*database), QByteArray());
+    ASSERT_EQ(faultsOf(*database), "");
 }
 
-void RandomChanges::mdbtoolsReadsWhatWasWritten()
+TEST(RandomChanges, mdbtoolsReadsWhatWasWritten)
 {
-    const QTemporaryDir folder;
-    const QString file = folder.filePath(path);
-    jet::Database::create(platform::systemDisk(), file.toStdString(), jet::turkish, rows::created);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString());
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / path;
+    jet::Database::create(platform::systemDisk(), file, jet::turkish, rows::created);
+    const auto database = jet::Database::open(platform::systemDisk(), file);
     jet::Table& table = database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);
     rows::Maker maker(4);
     Model model;
     jet::Transaction change(database->pager());
     changeAtRandom(table, model, maker, 500);
     change.commit();
-    QCOMPARE(mdbtools::tables(file), QStringList{"Deneme"});
-    QCOMPARE(mdbtools::difference(file, table), QString());
+    ASSERT_EQ(mdbtools::tables(file), std::vector<std::string>{"Deneme"});
+    ASSERT_EQ(mdbtools::difference(file, table), "");
 }
 
-void RandomChanges::databasesMadeByAccessStayTrue_data()
-{
-    if (!samples::present()) QSKIP(samples::absent);
-    QTest::addColumn<QString>("file");
-    for (const QString& file : samples::databases()) QTest::newRow(qPrintable(QFileInfo(file).fileName())) << file;
-}
+class RandomChangesOfSamples : public samples::Test {};
 
-void RandomChanges::databasesMadeByAccessStayTrue()
+INSTANTIATE_TEST_SUITE_P(, RandomChangesOfSamples, testing::ValuesIn(samples::table()), RowName());
+
+TEST_P(RandomChangesOfSamples, databasesMadeByAccessStayTrue)
 {
-    QFETCH(QString, file);
-    const QTemporaryDir folder;
-    const QString copy = folder.filePath(path);
-    QVERIFY(QFile::copy(file, copy));
-    QVERIFY(QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner));
-    const auto database = jet::Database::open(platform::systemDisk(), copy.toStdString());
+    const std::filesystem::path& file = row();
+    const TemporaryFolder folder;
+    const std::filesystem::path copy = folder / path;
+    copyWritable(file, copy);
+    const auto database = jet::Database::open(platform::systemDisk(), copy);
     rows::Maker maker(5);
     for (const std::u16string& name : database->tableNames()) {
         jet::Table& table = database->table(name);
@@ -207,17 +199,18 @@ void RandomChanges::databasesMadeByAccessStayTrue()
                 // The tables have rules of their own: such a row is refused and the rest stays as it is.
                 const bool refused = error.fault() == jet::Fault::duplicate || error.fault() == jet::Fault::required ||
                                      error.fault() == jet::Fault::badValue;
-                QVERIFY2(refused, error.what());
+                ASSERT_TRUE(refused) << error.what();
             }
         }
         change.commit();
-        QVERIFY(modelOf(table) == model);
-        QCOMPARE(mdbtools::difference(copy, table), QString());
+        ASSERT_EQ(modelOf(table), model);
+        ASSERT_EQ(mdbtools::difference(copy, table), "");
     }
-    QCOMPARE(faultsOf(*database), QByteArray());
+    ASSERT_EQ(faultsOf(*database), "");
     // One of the files brings an entry that its own judge doubts.
-    if (isTrue(file)) QVERIFY(isTrue(copy));
+    if (isTrue(file)) {
+        ASSERT_TRUE(isTrue(copy));
+    }
 }
 
-QTEST_GUILESS_MAIN(RandomChanges)
-#include "random_changes.moc"
+} // namespace

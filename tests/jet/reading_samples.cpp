@@ -1,45 +1,32 @@
-#include "mdbtools.h"
-#include "samples.h"
+#include "tests/jet/mdbtools.h"
+#include "tests/jet/sample_test.h"
 
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gmock/gmock.h>
 
 namespace {
 
-QString text(std::u16string_view name) { return QString::fromUtf16(name.data(), static_cast<qsizetype>(name.size())); }
+using testing::Contains;
 
-} // namespace
+class ReadingSamples : public samples::Test {};
 
-class ReadingSamples : public QObject {
-    Q_OBJECT
-private slots:
-    void everyTableReadsAsMdbtoolsReadsIt_data();
-    void everyTableReadsAsMdbtoolsReadsIt();
-};
+INSTANTIATE_TEST_SUITE_P(, ReadingSamples, testing::ValuesIn(samples::table()), RowName());
 
-void ReadingSamples::everyTableReadsAsMdbtoolsReadsIt_data()
+TEST_P(ReadingSamples, everyTableReadsAsMdbtoolsReadsIt)
 {
-    if (!samples::present()) QSKIP(samples::absent);
-    QTest::addColumn<QString>("file");
-    for (const QString& file : samples::databases()) QTest::newRow(qPrintable(QFileInfo(file).fileName())) << file;
-}
+    const std::filesystem::path& file = row();
+    const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
+    std::vector<std::string> names;
+    for (const std::u16string& name : database->tableNames()) names.push_back(jet::toUtf8(name));
+    for (const std::string& name : mdbtools::tables(file)) ASSERT_THAT(names, Contains(name));
 
-void ReadingSamples::everyTableReadsAsMdbtoolsReadsIt()
-{
-    QFETCH(QString, file);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
-    QStringList names;
-    for (const std::u16string& name : database->tableNames()) names << text(name);
-    for (const QString& name : mdbtools::tables(file)) QVERIFY2(names.contains(name), qPrintable(name));
-
-    for (const QString& name : names) {
-        const jet::Table& table = database->table(name.toStdU16String());
-        const QString difference = mdbtools::difference(file, table);
-        QVERIFY2(difference.isEmpty(), qPrintable(difference));
+    for (const std::string& name : names) {
+        const jet::Table& table = database->table(jet::fromUtf8(name));
+        ASSERT_EQ(mdbtools::difference(file, table), "");
     }
 }
 
-QTEST_GUILESS_MAIN(ReadingSamples)
-#include "reading_samples.moc"
+} // namespace

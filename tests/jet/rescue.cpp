@@ -1,14 +1,16 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
+#include "store/jet/care/rescue.h"
 #include "files/memory_disk.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
-#include "store/jet/care/rescue.h"
 #include "store/jet/format/doors.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <map>
 #include <set>
 
 using namespace jet;
@@ -150,238 +152,262 @@ Damage blank(Pages pages, std::uint8_t byte = 0)
             pages};
 }
 
-} // namespace
-Q_DECLARE_METATYPE(Damage)
+RescueResult run(files::MemoryDisk& disk) { return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed); }
 
-class RescueTest : public QObject {
-    Q_OBJECT
+TEST(Rescue, theWorldHasMovedRowsAndLongValues)
+{
+    ASSERT_EQ(world().places.size(), world().rows.size());
+    ASSERT_TRUE(
+        std::ranges::any_of(world().places, [](const auto& each) { return each.second.head != each.second.body; }));
+    ASSERT_NE(world().notePage(), 0U);
+}
 
-    static RescueResult run(files::MemoryDisk& disk)
-    {
-        return rescue(disk, file, saved, DateTime{45000}, mill::tableNamed);
-    }
+TEST(Rescue, aSoundFileComesOutWhole)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    const RescueResult result = run(disk);
+    ASSERT_TRUE(result.whole()) << testing::PrintToString(result.losses);
+    ASSERT_EQ(disk.content(file), world().image);
+    const auto database = Database::open(disk, saved);
+    ASSERT_EQ(MixedWork::read(*database), world().rows);
+    ASSERT_EQ(database->table(MixedWork::table).indexes().size(), 4U);
+    ASSERT_TRUE(database->table(MixedWork::table).indexes()[0].primaryKey);
+    ASSERT_FALSE(database->table(MixedWork::table).whyReadOnly());
+}
 
-private slots:
-    void initTestCase()
-    {
-        QCOMPARE(world().places.size(), world().rows.size());
-        QVERIFY(
-            std::ranges::any_of(world().places, [](const auto& each) { return each.second.head != each.second.body; }));
-        QVERIFY(world().notePage() != 0);
-    }
+/// The damage as a function, so that the world is made only where one of them is tried.
+using DamageOf = Damage (*)(const World&);
+class RescueDamage : public TableTest<DamageOf> {};
 
-    void aSoundFileComesOutWhole()
-    {
-        files::MemoryDisk disk;
-        disk.content(file) = world().image;
-        const RescueResult result = run(disk);
-        QVERIFY2(result.whole(), result.whole() ? "" : result.losses.front().c_str());
-        QVERIFY(disk.content(file) == world().image);
-        const auto database = Database::open(disk, saved);
-        QVERIFY(MixedWork::read(*database) == world().rows);
-        QCOMPARE(database->table(MixedWork::table).indexes().size(), std::size_t{4});
-        QVERIFY(database->table(MixedWork::table).indexes()[0].primaryKey);
-        QVERIFY(!database->table(MixedWork::table).whyReadOnly());
-    }
+Damage cutAfter(const World& w, PageNo cut)
+{
+    Damage end;
+    end.inflict = [cut](Image& image) { image.resize(cut * pageSize + 11); };
+    for (PageNo page = cut; page < w.image.size() / pageSize; ++page) end.gone.insert(page);
+    end.rowsOfMillMayBeGone = true;
+    return end;
+}
 
-    void everyRowOutsideTheDamageSurvives_data()
-    {
-        QTest::addColumn<Damage>("damage");
-        const World& w = world();
-        const PageNo pages = static_cast<PageNo>(w.image.size() / pageSize);
-        QTest::newRow("a page of rows zeroed") << blank({w.fullestPage()});
-        QTest::newRow("a page of rows full of junk") << blank({w.fullestPage()}, 0xEE);
-        QTest::newRow("a page of long values zeroed") << blank({w.notePage()});
-        QTest::newRow("index pages zeroed") << blank(w.roots);
-        QTest::newRow("index pages full of junk") << blank(w.roots, 0xEE);
-        QTest::newRow("the page of the usage maps zeroed") << blank({w.mapPage()});
-        QTest::newRow("the page of the usage maps full of junk") << blank({w.mapPage()}, 0xEE);
-        QTest::newRow("the map of free pages zeroed") << blank({1});
-        QTest::newRow("the header zeroed") << blank({0});
-        QTest::newRow("the header full of junk") << blank({0}, 0xEE);
-        QTest::newRow("the catalogue's definition zeroed") << blank({2});
+RowTable<DamageOf> rescueDamage()
+{
+    return {
+        {"a page of rows zeroed", [](const World& w) { return blank({w.fullestPage()}); }},
+        {"a page of rows full of junk", [](const World& w) { return blank({w.fullestPage()}, 0xEE); }},
+        {"a page of long values zeroed", [](const World& w) { return blank({w.notePage()}); }},
+        {"index pages zeroed", [](const World& w) { return blank(w.roots); }},
+        {"index pages full of junk", [](const World& w) { return blank(w.roots, 0xEE); }},
+        {"the page of the usage maps zeroed", [](const World& w) { return blank({w.mapPage()}); }},
+        {"the page of the usage maps full of junk", [](const World& w) { return blank({w.mapPage()}, 0xEE); }},
+        {"the map of free pages zeroed", [](const World&) { return blank({1}); }},
+        {"the header zeroed", [](const World&) { return blank({0}); }},
+        {"the header full of junk", [](const World&) { return blank({0}, 0xEE); }},
+        {"the catalogue's definition zeroed", [](const World&) { return blank({2}); }},
+        {"the catalogue's rows zeroed",
+         [](const World& w) {
+             Damage rowsOfCatalogue = blank(w.cataloguePages());
+             rowsOfCatalogue.namesAreGone = true;
+             return rowsOfCatalogue;
+         }},
+        {"header, free map and catalogue gone",
+         [](const World& w) {
+             Damage wholeCatalogue = blank(w.cataloguePages());
+             wholeCatalogue.inflict = [inflict = wholeCatalogue.inflict](Image& image) {
+                 inflict(image);
+                 for (const PageNo page : {0, 1, 2}) fill(image, page, 0);
+             };
+             wholeCatalogue.namesAreGone = true;
+             return wholeCatalogue;
+         }},
+        {"the table's definition zeroed",
+         [](const World& w) {
+             Damage definition = blank({w.definitions[0]});
+             definition.tableIsGone = true;
+             return definition;
+         }},
+        {"a page of rows says another owner",
+         [](const World& w) {
+             Damage owner = blank({});
+             owner.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize + 5] ^= 0x40; };
+             return owner;
+         }},
+        {"a page of rows says another type",
+         [](const World& w) {
+             Damage type = blank({});
+             type.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize] = 0x5A; };
+             return type;
+         }},
+        {"the table's map cleared",
+         [](const World& w) {
+             Damage map = blank({});
+             map.inflict = [&w](Image& image) {
+                 // The row of the table's own map: its bits go, one page after the other.
+                 const unsigned slot = image[w.definitions[0] * pageSize + 55];
+                 const std::size_t at = slotStart(image, w.mapPage(), slot);
+                 std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 5), 16, std::uint8_t{0});
+             };
+             return map;
+         }},
+        {"cut after three quarters",
+         [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize * 3 / 4)); }},
+        {"cut in the middle",
+         [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize / 2)); }},
+    };
+}
 
-        Damage rowsOfCatalogue = blank(w.cataloguePages());
-        rowsOfCatalogue.namesAreGone = true;
-        QTest::newRow("the catalogue's rows zeroed") << rowsOfCatalogue;
-        Damage wholeCatalogue = blank(w.cataloguePages());
-        wholeCatalogue.inflict = [inflict = wholeCatalogue.inflict](Image& image) {
-            inflict(image);
-            for (const PageNo page : {0, 1, 2}) fill(image, page, 0);
-        };
-        wholeCatalogue.namesAreGone = true;
-        QTest::newRow("header, free map and catalogue gone") << wholeCatalogue;
+INSTANTIATE_TEST_SUITE_P(, RescueDamage, testing::ValuesIn(rescueDamage()), RowName());
 
-        Damage definition = blank({w.definitions[0]});
-        definition.tableIsGone = true;
-        QTest::newRow("the table's definition zeroed") << definition;
+TEST_P(RescueDamage, everyRowOutsideTheDamageSurvives)
+{
+    const World& w = world();
+    const Damage damage = row()(w);
+    files::MemoryDisk disk;
+    disk.content(file) = w.image;
+    damage.inflict(disk.content(file));
+    const Image damaged = disk.content(file);
+    const RescueResult result = run(disk);
+    ASSERT_EQ(disk.content(file), damaged);
 
-        Damage owner = blank({});
-        owner.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize + 5] ^= 0x40; };
-        QTest::newRow("a page of rows says another owner") << owner;
-        Damage type = blank({});
-        type.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize] = 0x5A; };
-        QTest::newRow("a page of rows says another type") << type;
-        Damage map = blank({});
-        map.inflict = [&w](Image& image) {
-            // The row of the table's own map: its bits go, one page after the other.
-            const unsigned slot = image[w.definitions[0] * pageSize + 55];
-            const std::size_t at = slotStart(image, w.mapPage(), slot);
-            std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 5), 16, std::uint8_t{0});
-        };
-        QTest::newRow("the table's map cleared") << map;
-
-        for (const PageNo cut : {pages * 3 / 4, pages / 2}) {
-            Damage end;
-            end.inflict = [cut](Image& image) { image.resize(cut * pageSize + 11); };
-            for (PageNo page = cut; page < pages; ++page) end.gone.insert(page);
-            end.rowsOfMillMayBeGone = true;
-            QTest::addRow("cut after page %u", cut) << end;
-        }
-    }
-    void everyRowOutsideTheDamageSurvives()
-    {
-        QFETCH(Damage, damage);
-        const World& w = world();
-        files::MemoryDisk disk;
-        disk.content(file) = w.image;
-        damage.inflict(disk.content(file));
-        const Image damaged = disk.content(file);
-        const RescueResult result = run(disk);
-        QVERIFY(disk.content(file) == damaged);
-
-        const auto database = Database::open(disk, saved);
-        QVERIFY(checkDatabase(*database).ok());
-        const auto rowsOf = [&](const char16_t* table) {
-            int rows = 0;
-            database->table(table).forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
-            return rows;
-        };
-        if (!damage.rowsOfMillMayBeGone) {
-            QCOMPARE(rowsOf(u"Cari"), customers);
-            QCOMPARE(rowsOf(u"Hareket"), pressings);
-        }
-        if (damage.tableIsGone) {
-            QVERIFY(!database->hasTable(MixedWork::table));
-            QVERIFY(!result.whole());
-            return;
-        }
-
-        MixedWork::Rows expected;
-        bool anythingLost = false;
-        for (const auto& [number, row] : w.rows) {
-            const Place& place = w.places.at(number);
-            if (damage.gone.contains(place.body)) {
-                anythingLost = true;
-                continue;
-            }
-            expected[number] = row;
-            if (std::ranges::any_of(place.note, [&](PageNo page) { return damage.gone.contains(page); })) {
-                expected[number].note.clear();
-                anythingLost = true;
-            }
-        }
-        QVERIFY(!anythingLost || !result.whole());
-        const auto found = std::ranges::find_if(result.tables, [&](const RescueResult::Table& table) {
-            return table.nameInvented == damage.namesAreGone && table.name != u"Cari" && table.name != u"Hareket";
-        });
-        QVERIFY(found != result.tables.end());
-        QCOMPARE(found->rows, std::uint64_t{expected.size()});
-        if (damage.namesAreGone) return;
-        const MixedWork::Rows read = MixedWork::read(*database);
-        QCOMPARE(read.size(), expected.size());
-        QVERIFY(read == expected);
-    }
-
-    void aPageThatStandsTwiceGivesItsRowsTwice()
-    {
-        const World& w = world();
-        const PageNo target = w.fullestPage();
-        PageNo source = 0;
-        for (const auto& [number, place] : w.places)
-            if (place.body != target && place.head == place.body && place.note.empty()) source = place.body;
-        files::MemoryDisk disk;
-        disk.content(file) = w.image;
-        Image& image = disk.content(file);
-        std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(source * pageSize), pageSize,
-                    image.begin() + static_cast<std::ptrdiff_t>(target * pageSize));
-        const RescueResult result = run(disk);
-        QVERIFY(!result.whole());
-        // Two rows with one number: the rule of the primary key is lost, no row is.
-        const auto database = Database::open(disk, saved);
-        QVERIFY(!database->table(MixedWork::table).indexes()[0].unique);
-        const MixedWork::Rows read = MixedWork::read(*database);
-        for (const auto& [number, row] : w.rows) {
-            const Place& place = w.places.at(number);
-            if (place.body != target && place.head != target) QVERIFY(read.contains(number) && read.at(number) == row);
-        }
-    }
-
-    void aRunningProgramsLastCommitIsSaved()
-    {
-        files::MemoryDisk disk;
-        disk.content(file) = world().image;
-        const auto database = Database::open(disk, file);
-        Image before = disk.content(file);
-        QVERIFY(before == world().image);
-        database->table(u"Cari").insert({{0, std::u16string(u"Yeni")}});
-        const Image after = disk.content(file);
-        QVERIFY(after != before);
-        const RescueResult result = run(disk);
-        QVERIFY(result.whole());
+    const auto database = Database::open(disk, saved);
+    ASSERT_TRUE(checkDatabase(*database).ok());
+    const auto rowsOf = [&](const char16_t* table) {
         int rows = 0;
-        Database::open(disk, saved)->table(u"Cari").forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
-        QCOMPARE(rows, customers + 1);
+        database->table(table).forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
+        return rows;
+    };
+    if (!damage.rowsOfMillMayBeGone) {
+        ASSERT_EQ(rowsOf(u"Cari"), customers);
+        ASSERT_EQ(rowsOf(u"Hareket"), pressings);
+    }
+    if (damage.tableIsGone) {
+        ASSERT_FALSE(database->hasTable(MixedWork::table));
+        ASSERT_FALSE(result.whole());
+        return;
     }
 
-    void otherFilesAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("text") << QByteArray("Merhaba ").repeated(20000);
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("zeros") << QByteArray(200000, '\0');
-    }
-    void otherFilesAreRefused()
-    {
-        QFETCH(QByteArray, bytes);
-        files::MemoryDisk disk;
-        disk.content(file) = Image(bytes.begin(), bytes.end());
-        try {
-            run(disk);
-            QFAIL("rescued");
-        } catch (const Error& error) {
-            QCOMPARE(error.fault(), Fault::notADatabase);
+    MixedWork::Rows expected;
+    bool anythingLost = false;
+    for (const auto& [number, row] : w.rows) {
+        const Place& place = w.places.at(number);
+        if (damage.gone.contains(place.body)) {
+            anythingLost = true;
+            continue;
         }
-        QVERIFY(!disk.exists(saved) && !disk.exists("Kurtarilan.mdb.part"));
-    }
-
-    void anExistingFileIsNotReplaced()
-    {
-        files::MemoryDisk disk;
-        disk.content(file) = world().image;
-        disk.content(saved) = {1, 2, 3};
-        try {
-            run(disk);
-            QFAIL("replaced");
-        } catch (const Error& error) {
-            QCOMPARE(error.fault(), Fault::exists);
+        expected[number] = row;
+        if (std::ranges::any_of(place.note, [&](PageNo page) { return damage.gone.contains(page); })) {
+            expected[number].note.clear();
+            anythingLost = true;
         }
-        QVERIFY((disk.content(saved) == Image{1, 2, 3}));
     }
+    ASSERT_TRUE(!anythingLost || !result.whole());
+    const auto found = std::ranges::find_if(result.tables, [&](const RescueResult::Table& table) {
+        return table.nameInvented == damage.namesAreGone && table.name != u"Cari" && table.name != u"Hareket";
+    });
+    ASSERT_NE(found, result.tables.end());
+    ASSERT_EQ(found->rows, std::uint64_t{expected.size()});
+    if (damage.namesAreGone) return;
+    const MixedWork::Rows read = MixedWork::read(*database);
+    ASSERT_EQ(read.size(), expected.size());
+    ASSERT_EQ(read, expected);
+}
 
-    void aSurveyCountsWhatARescueSaves()
-    {
-        files::MemoryDisk disk;
-        disk.content(file) = world().image;
-        fill(disk.content(file), world().fullestPage(), 0);
-        const RescueResult counted = survey(disk, file, mill::tableNamed);
-        QVERIFY(!disk.exists(saved));
-        const RescueResult done = run(disk);
-        QCOMPARE(counted.tables.size(), done.tables.size());
-        for (std::size_t i = 0; i < done.tables.size(); ++i) QCOMPARE(counted.tables[i].rows, done.tables[i].rows);
-        QVERIFY(counted.losses == done.losses);
+TEST(Rescue, aPageThatStandsTwiceGivesItsRowsTwice)
+{
+    const World& w = world();
+    const PageNo target = w.fullestPage();
+    PageNo source = 0;
+    for (const auto& [number, place] : w.places)
+        if (place.body != target && place.head == place.body && place.note.empty()) source = place.body;
+    files::MemoryDisk disk;
+    disk.content(file) = w.image;
+    Image& image = disk.content(file);
+    std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(source * pageSize), pageSize,
+                image.begin() + static_cast<std::ptrdiff_t>(target * pageSize));
+    const RescueResult result = run(disk);
+    ASSERT_FALSE(result.whole());
+    // Two rows with one number: the rule of the primary key is lost, no row is.
+    const auto database = Database::open(disk, saved);
+    ASSERT_FALSE(database->table(MixedWork::table).indexes()[0].unique);
+    const MixedWork::Rows read = MixedWork::read(*database);
+    for (const auto& [number, row] : w.rows) {
+        const Place& place = w.places.at(number);
+        if (place.body != target && place.head != target) {
+            ASSERT_TRUE(read.contains(number) && read.at(number) == row);
+        }
     }
-};
+}
 
-QTEST_GUILESS_MAIN(RescueTest)
-#include "rescue.moc"
+TEST(Rescue, aRunningProgramsLastCommitIsSaved)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    const auto database = Database::open(disk, file);
+    Image before = disk.content(file);
+    ASSERT_EQ(before, world().image);
+    database->table(u"Cari").insert({{0, std::u16string(u"Yeni")}});
+    const Image after = disk.content(file);
+    ASSERT_NE(after, before);
+    const RescueResult result = run(disk);
+    ASSERT_TRUE(result.whole());
+    int rows = 0;
+    Database::open(disk, saved)->table(u"Cari").forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
+    ASSERT_EQ(rows, customers + 1);
+}
+
+class RescueOtherFiles : public TableTest<Image> {};
+
+RowTable<Image> rescueOtherFiles()
+{
+    Image text;
+    for (int i = 0; i < 20000; ++i)
+        for (const char letter : std::string_view("Merhaba ")) text.push_back(static_cast<std::uint8_t>(letter));
+    return {
+        {"text", text},
+        {"empty", {}},
+        {"zeros", Image(200000, 0)},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, RescueOtherFiles, testing::ValuesIn(rescueOtherFiles()), RowName());
+
+TEST_P(RescueOtherFiles, otherFilesAreRefused)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = row();
+    try {
+        run(disk);
+        FAIL() << "rescued";
+    } catch (const Error& error) {
+        ASSERT_EQ(error.fault(), Fault::notADatabase);
+    }
+    ASSERT_TRUE(!disk.exists(saved) && !disk.exists("Kurtarilan.mdb.part"));
+}
+
+TEST(Rescue, anExistingFileIsNotReplaced)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    disk.content(saved) = {1, 2, 3};
+    try {
+        run(disk);
+        FAIL() << "replaced";
+    } catch (const Error& error) {
+        ASSERT_EQ(error.fault(), Fault::exists);
+    }
+    ASSERT_EQ(disk.content(saved), (Image{1, 2, 3}));
+}
+
+TEST(Rescue, aSurveyCountsWhatARescueSaves)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    fill(disk.content(file), world().fullestPage(), 0);
+    const RescueResult counted = survey(disk, file, mill::tableNamed);
+    ASSERT_FALSE(disk.exists(saved));
+    const RescueResult done = run(disk);
+    ASSERT_EQ(counted.tables.size(), done.tables.size());
+    for (std::size_t i = 0; i < done.tables.size(); ++i) ASSERT_EQ(counted.tables[i].rows, done.tables[i].rows);
+    ASSERT_EQ(counted.losses, done.losses);
+}
+
+} // namespace

@@ -1,24 +1,17 @@
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/row_codec.h"
+#include "tests/support/bytes.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <optional>
 
 namespace {
 
 using jet::ColumnType;
-
-jet::Bytes bytes(const char* digits)
-{
-    const QByteArray raw = QByteArray::fromHex(digits);
-    return {raw.begin(), raw.end()};
-}
-
-QByteArray digits(std::span<const std::uint8_t> bytes)
-{
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())).toHex(' ');
-}
 
 /// A Long, a Boolean, a variable Double and a text; once there was a further variable column between the last two.
 jet::RowLayout layout()
@@ -37,178 +30,164 @@ jet::RowLayout layout()
 
 using Page = std::array<std::uint8_t, jet::pageSize>;
 
-} // namespace
-
-class Rows : public QObject {
-    Q_OBJECT
-private slots:
-    void aRowIsFixedFieldsThenVariableOnesThenTheirPlaces();
-    void aRowOfBooleansIsLongEnoughToBecomeAPointer();
-    void fieldsOfColumnsThatCameLaterAreNull();
-    void damagedRowsAreToldApart_data();
-    void damagedRowsAreToldApart();
-    void rowsGrowFromTheEndOfThePage();
-    void replacingARowMovesTheRowsBelowIt_data();
-    void replacingARowMovesTheRowsBelowIt();
-    void aDeadSlotGivesItsBytesBackAndKeepsItsNumber();
-    void aFullSlotTableTakesNoMoreRows();
-    void slotsOutsideThePageAreNotFollowed_data();
-    void slotsOutsideThePageAreNotFollowed();
-};
-
-void Rows::aRowIsFixedFieldsThenVariableOnesThenTheirPlaces()
+TEST(RowPage, aRowIsFixedFieldsThenVariableOnesThenTheirPlaces)
 {
-    const std::vector<std::optional<jet::Bytes>> fields{bytes("01020304"), jet::Bytes(), std::nullopt,
-                                                        bytes("41004200")};
+    const std::vector<std::optional<jet::Bytes>> fields{bytesOf("01020304"), jet::Bytes(), std::nullopt,
+                                                        bytesOf("41004200")};
     jet::Bytes row;
     jet::encodeRow(layout(), fields, row);
-    QCOMPARE(digits(row), digits(bytes("0500 01020304 41004200 0A00 0600 0600 0600 0300 13")));
-    QVERIFY(jet::rowDamage(layout(), row) == nullptr);
-    QCOMPARE(digits(*jet::fieldBytes(layout(), 0, row)), digits(bytes("01020304")));
-    QVERIFY(jet::fieldBytes(layout(), 1, row).has_value());
-    QVERIFY(!jet::fieldBytes(layout(), 2, row).has_value());
-    QCOMPARE(digits(*jet::fieldBytes(layout(), 3, row)), digits(bytes("41004200")));
+    ASSERT_EQ(hexOf(row), plainHex("0500 01020304 41004200 0A00 0600 0600 0600 0300 13"));
+    ASSERT_EQ(jet::rowDamage(layout(), row), nullptr);
+    ASSERT_EQ(hexOf(*jet::fieldBytes(layout(), 0, row)), plainHex("01020304"));
+    ASSERT_TRUE(jet::fieldBytes(layout(), 1, row).has_value());
+    ASSERT_FALSE(jet::fieldBytes(layout(), 2, row).has_value());
+    ASSERT_EQ(hexOf(*jet::fieldBytes(layout(), 3, row)), plainHex("41004200"));
 }
 
-void Rows::aRowOfBooleansIsLongEnoughToBecomeAPointer()
+TEST(RowPage, aRowOfBooleansIsLongEnoughToBecomeAPointer)
 {
     jet::RowLayout booleans;
     booleans.columnsEver = 1;
     booleans.fields = {{.type = ColumnType::boolean, .fixed = true}};
     jet::Bytes row;
     jet::encodeRow(booleans, std::vector<std::optional<jet::Bytes>>{jet::Bytes()}, row);
-    QCOMPARE(digits(row), digits(bytes("0100 00 01")));
-    QVERIFY(jet::fieldBytes(booleans, 0, row).has_value());
+    ASSERT_EQ(hexOf(row), plainHex("0100 00 01"));
+    ASSERT_TRUE(jet::fieldBytes(booleans, 0, row).has_value());
 }
 
-void Rows::fieldsOfColumnsThatCameLaterAreNull()
+TEST(RowPage, fieldsOfColumnsThatCameLaterAreNull)
 {
     // Written when the table had two columns, none of them variable but one place for such reserved.
-    const jet::Bytes row = bytes("0200 01020304 0600 0600 0100 03");
-    QVERIFY(jet::rowDamage(layout(), row) == nullptr);
-    QVERIFY(jet::fieldBytes(layout(), 0, row).has_value());
-    QVERIFY(!jet::fieldBytes(layout(), 2, row).has_value());
-    QVERIFY(!jet::fieldBytes(layout(), 3, row).has_value());
+    const jet::Bytes row = bytesOf("0200 01020304 0600 0600 0100 03");
+    ASSERT_EQ(jet::rowDamage(layout(), row), nullptr);
+    ASSERT_TRUE(jet::fieldBytes(layout(), 0, row).has_value());
+    ASSERT_FALSE(jet::fieldBytes(layout(), 2, row).has_value());
+    ASSERT_FALSE(jet::fieldBytes(layout(), 3, row).has_value());
 }
 
-void Rows::damagedRowsAreToldApart_data()
+class RowDamage : public TableTest<std::string> {};
+
+RowTable<std::string> rowDamage()
 {
-    QTest::addColumn<QByteArray>("row");
-    QTest::newRow("no bytes") << QByteArray();
-    QTest::newRow("two bytes") << QByteArray("0500");
-    QTest::newRow("no columns") << QByteArray("0000 01020304 0600 0600 0100 00");
-    QTest::newRow("more columns than the table ever had") << QByteArray("0600 01020304 0600 0600 0600 0600 0300 00");
-    QTest::newRow("shorter than its bitmap") << QByteArray("0500 00");
-    QTest::newRow("more variable fields than the table ever had")
-        << QByteArray("0500 01020304 0600 0600 0600 0600 0600 0400 01");
-    QTest::newRow("table of places longer than the row") << QByteArray("0500 0600 0300 01");
-    QTest::newRow("a variable field inside the fixed ones") << QByteArray("0500 01020304 0600 0600 0600 0400 0300 01");
-    QTest::newRow("places descend") << QByteArray("0500 01020304 41004200 0A00 0600 0800 0600 0300 11");
-    QTest::newRow("the last field ends behind the row")
-        << QByteArray("0500 01020304 41004200 FF00 0600 0600 0600 0300 11");
-    QTest::newRow("the last field ends inside the table")
-        << QByteArray("0500 01020304 41004200 0C00 0600 0600 0600 0300 11");
-    QTest::newRow("a Double of four bytes") << QByteArray("0500 01020304 41004200 0A00 0A00 0A00 0600 0300 05");
+    return {
+        {"no bytes", ""},
+        {"two bytes", "0500"},
+        {"no columns", "0000 01020304 0600 0600 0100 00"},
+        {"more columns than the table ever had", "0600 01020304 0600 0600 0600 0600 0300 00"},
+        {"shorter than its bitmap", "0500 00"},
+        {"more variable fields than the table ever had", "0500 01020304 0600 0600 0600 0600 0600 0400 01"},
+        {"table of places longer than the row", "0500 0600 0300 01"},
+        {"a variable field inside the fixed ones", "0500 01020304 0600 0600 0600 0400 0300 01"},
+        {"places descend", "0500 01020304 41004200 0A00 0600 0800 0600 0300 11"},
+        {"the last field ends behind the row", "0500 01020304 41004200 FF00 0600 0600 0600 0300 11"},
+        {"the last field ends inside the table", "0500 01020304 41004200 0C00 0600 0600 0600 0300 11"},
+        {"a Double of four bytes", "0500 01020304 41004200 0A00 0A00 0A00 0600 0300 05"},
+    };
 }
 
-void Rows::damagedRowsAreToldApart()
-{
-    QFETCH(QByteArray, row);
-    QVERIFY(jet::rowDamage(layout(), bytes(row.constData())) != nullptr);
-}
+INSTANTIATE_TEST_SUITE_P(, RowDamage, testing::ValuesIn(rowDamage()), RowName());
 
-void Rows::rowsGrowFromTheEndOfThePage()
+TEST_P(RowDamage, damagedRowsAreToldApart) { ASSERT_NE(jet::rowDamage(layout(), bytesOf(row())), nullptr); }
+
+TEST(RowPage, rowsGrowFromTheEndOfThePage)
 {
     Page page{};
     jet::initRowPage(page, 37);
-    QCOMPARE(jet::freeBytes(page), std::size_t(4096 - 14));
-    QCOMPARE(int(jet::appendRow(page, bytes("AABBCC"), jet::RowKind::ordinary)), 0);
-    QCOMPARE(int(jet::appendRow(page, bytes("DDEE"), jet::RowKind::body)), 1);
-    QCOMPARE(digits(std::span(page).first(18)), digits(bytes("0101 E90F 25000000 00000000 0200 FD0F FB8F")));
-    QCOMPARE(digits(std::span(page).last(5)), digits(bytes("DDEE AABBCC")));
-    QVERIFY(jet::slotAt(page, 1)->body());
-    QVERIFY(jet::slotAt(page, 0)->live());
+    ASSERT_EQ(jet::freeBytes(page), std::size_t(4096 - 14));
+    ASSERT_EQ(int(jet::appendRow(page, bytesOf("AABBCC"), jet::RowKind::ordinary)), 0);
+    ASSERT_EQ(int(jet::appendRow(page, bytesOf("DDEE"), jet::RowKind::body)), 1);
+    ASSERT_EQ(hexOf(std::span(page).first(18)), plainHex("0101 E90F 25000000 00000000 0200 FD0F FB8F"));
+    ASSERT_EQ(hexOf(std::span(page).last(5)), plainHex("DDEE AABBCC"));
+    ASSERT_TRUE(jet::slotAt(page, 1)->body());
+    ASSERT_TRUE(jet::slotAt(page, 0)->live());
 }
 
-void Rows::replacingARowMovesTheRowsBelowIt_data()
+class RowReplacement : public TableTest<std::string> {};
+
+RowTable<std::string> rowReplacement()
 {
-    QTest::addColumn<QByteArray>("changed");
-    QTest::newRow("longer") << QByteArray("0102030405060708");
-    QTest::newRow("shorter") << QByteArray("01");
-    QTest::newRow("as long") << QByteArray("010203");
-    QTest::newRow("nothing") << QByteArray();
+    return {
+        {"longer", "0102030405060708"},
+        {"shorter", "01"},
+        {"as long", "010203"},
+        {"nothing", ""},
+    };
 }
 
-void Rows::replacingARowMovesTheRowsBelowIt()
+INSTANTIATE_TEST_SUITE_P(, RowReplacement, testing::ValuesIn(rowReplacement()), RowName());
+
+TEST_P(RowReplacement, replacingARowMovesTheRowsBelowIt)
 {
-    QFETCH(QByteArray, changed);
+    const std::string& changed = row();
     Page page{};
     jet::initRowPage(page, 37);
     for (const char* row : {"AABB", "CCDDEE", "FF", "99887766"}) {
-        jet::appendRow(page, bytes(row), jet::RowKind::ordinary);
+        jet::appendRow(page, bytesOf(row), jet::RowKind::ordinary);
     }
     const std::size_t before = jet::freeBytes(page);
-    const jet::Bytes row = bytes(changed.constData());
-    QVERIFY(jet::fitsSlot(page, 1, row.size()));
+    const jet::Bytes row = bytesOf(changed);
+    ASSERT_TRUE(jet::fitsSlot(page, 1, row.size()));
     jet::replaceRow(page, 1, row);
-    QVERIFY(jet::slotsInOrder(page));
-    QCOMPARE(jet::freeBytes(page), before + 3 - row.size());
-    QCOMPARE(std::size_t(jet::getU16(page.data() + 2)), jet::freeBytes(page));
-    QCOMPARE(digits(jet::slotBytes(page, *jet::slotAt(page, 0))), digits(bytes("AABB")));
-    QCOMPARE(digits(jet::slotBytes(page, *jet::slotAt(page, 1))), digits(row));
-    QCOMPARE(digits(jet::slotBytes(page, *jet::slotAt(page, 2))), digits(bytes("FF")));
-    QCOMPARE(digits(jet::slotBytes(page, *jet::slotAt(page, 3))), digits(bytes("99887766")));
+    ASSERT_TRUE(jet::slotsInOrder(page));
+    ASSERT_EQ(jet::freeBytes(page), before + 3 - row.size());
+    ASSERT_EQ(std::size_t(jet::getU16(page.data() + 2)), jet::freeBytes(page));
+    ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 0))), plainHex("AABB"));
+    ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 1))), hexOf(row));
+    ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 2))), plainHex("FF"));
+    ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 3))), plainHex("99887766"));
 }
 
-void Rows::aDeadSlotGivesItsBytesBackAndKeepsItsNumber()
+TEST(RowPage, aDeadSlotGivesItsBytesBackAndKeepsItsNumber)
 {
     Page page{};
     jet::initRowPage(page, 37);
-    jet::appendRow(page, bytes("AABBCCDD"), jet::RowKind::ordinary);
-    jet::appendRow(page, bytes("EEFF"), jet::RowKind::body);
+    jet::appendRow(page, bytesOf("AABBCCDD"), jet::RowKind::ordinary);
+    jet::appendRow(page, bytesOf("EEFF"), jet::RowKind::body);
     jet::killSlot(page, 0);
-    QVERIFY(jet::slotAt(page, 0)->dead());
-    QVERIFY(jet::slotAt(page, 1)->body());
-    QVERIFY(!jet::allSlotsDead(page));
-    QCOMPARE(digits(std::span(page).last(2)), digits(bytes("EEFF")));
-    QCOMPARE(int(jet::appendRow(page, bytes("11"), jet::RowKind::ordinary)), 2);
+    ASSERT_TRUE(jet::slotAt(page, 0)->dead());
+    ASSERT_TRUE(jet::slotAt(page, 1)->body());
+    ASSERT_FALSE(jet::allSlotsDead(page));
+    ASSERT_EQ(hexOf(std::span(page).last(2)), plainHex("EEFF"));
+    ASSERT_EQ(int(jet::appendRow(page, bytesOf("11"), jet::RowKind::ordinary)), 2);
     jet::killAllSlots(page);
-    QVERIFY(jet::allSlotsDead(page));
-    QCOMPARE(jet::freeBytes(page), std::size_t(4096 - 14 - 6));
-    QCOMPARE(digits(std::span(page).subspan(14, 6)), digits(bytes("00D0 00D0 00D0")));
+    ASSERT_TRUE(jet::allSlotsDead(page));
+    ASSERT_EQ(jet::freeBytes(page), std::size_t(4096 - 14 - 6));
+    ASSERT_EQ(hexOf(std::span(page).subspan(14, 6)), plainHex("00D0 00D0 00D0"));
 }
 
-void Rows::aFullSlotTableTakesNoMoreRows()
+TEST(RowPage, aFullSlotTableTakesNoMoreRows)
 {
     Page page{};
     jet::initRowPage(page, 37);
     for (unsigned slot = 0; slot < jet::maxSlots; ++slot) {
-        QVERIFY(jet::roomForRow(page) > 0);
-        jet::appendRow(page, bytes("AABB"), jet::RowKind::ordinary);
+        ASSERT_GT(jet::roomForRow(page), 0);
+        jet::appendRow(page, bytesOf("AABB"), jet::RowKind::ordinary);
         jet::killSlot(page, slot);
     }
-    QCOMPARE(jet::roomForRow(page), std::size_t(0));
+    ASSERT_EQ(jet::roomForRow(page), 0U);
 }
 
-void Rows::slotsOutsideThePageAreNotFollowed_data()
+class RowSlots : public TableTest<std::string> {};
+
+RowTable<std::string> rowSlots()
 {
-    QTest::addColumn<QByteArray>("slotTable");
-    QTest::newRow("an offset inside the table") << QByteArray("1000 0F00");
-    QTest::newRow("an offset behind the page") << QByteArray("0100 0118");
-    QTest::newRow("offsets that ascend") << QByteArray("0200 000F 010F");
-    QTest::newRow("more slots than a row id can name") << QByteArray("0101 F00F");
-    QTest::newRow("a slot table longer than the page") << QByteArray("FFFF F00F");
+    return {
+        {"an offset inside the table", "1000 0F00"},        {"an offset behind the page", "0100 0118"},
+        {"offsets that ascend", "0200 000F 010F"},          {"more slots than a row id can name", "0101 F00F"},
+        {"a slot table longer than the page", "FFFF F00F"},
+    };
 }
 
-void Rows::slotsOutsideThePageAreNotFollowed()
+INSTANTIATE_TEST_SUITE_P(, RowSlots, testing::ValuesIn(rowSlots()), RowName());
+
+TEST_P(RowSlots, slotsOutsideThePageAreNotFollowed)
 {
-    QFETCH(QByteArray, slotTable);
+    const std::string& slotTable = row();
     Page page{};
     jet::initRowPage(page, 37);
-    const jet::Bytes table = bytes(slotTable.constData());
+    const jet::Bytes table = bytesOf(slotTable);
     std::copy(table.begin(), table.end(), page.begin() + 12);
-    QVERIFY(!jet::slotsInOrder(page));
+    ASSERT_FALSE(jet::slotsInOrder(page));
 }
 
-QTEST_GUILESS_MAIN(Rows)
-#include "rows.moc"
+} // namespace

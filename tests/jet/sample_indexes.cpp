@@ -1,10 +1,11 @@
-#include "samples.h"
+#include "tests/jet/sample_test.h"
 
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/index/index_key.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
 #include <set>
 
@@ -37,57 +38,41 @@ Entries entriesOnDisk(const jet::IndexTree& tree)
 
 /// One row of all characters from 1 to 255 was appended to a sample by another program, which counts Æ, Þ and ß as one
 /// position: its single entry is not what Access writes.
-std::size_t foreignEntries(const QString& file, const jet::Table& table, const jet::Index& index)
+std::size_t foreignEntries(const std::filesystem::path& file, const jet::Table& table, const jet::Index& index)
 {
-    return QFileInfo(file).fileName() == "unicodeComp-2003.mdb" && table.name() == u"Table" &&
-                   index.names.front() == u"Unicode"
+    return file.filename() == "unicodeComp-2003.mdb" && table.name() == u"Table" && index.names.front() == u"Unicode"
                ? 1
                : 0;
 }
 
-} // namespace
+class SampleIndexes : public samples::Test {};
 
-class SampleIndexes : public QObject {
-    Q_OBJECT
+INSTANTIATE_TEST_SUITE_P(, SampleIndexes, testing::ValuesIn(samples::table()), RowName());
 
-private slots:
-    void everyEntryIsTheKeyOfItsRow_data();
-    void everyEntryIsTheKeyOfItsRow();
-};
-
-void SampleIndexes::everyEntryIsTheKeyOfItsRow_data()
+TEST_P(SampleIndexes, everyEntryIsTheKeyOfItsRow)
 {
-    if (!samples::present()) QSKIP(samples::absent);
-    QTest::addColumn<QString>("file");
-    for (const QString& file : samples::databases()) QTest::newRow(qPrintable(QFileInfo(file).fileName())) << file;
-}
-
-void SampleIndexes::everyEntryIsTheKeyOfItsRow()
-{
-    QFETCH(QString, file);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
+    const std::filesystem::path& file = row();
+    const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
     std::size_t entries = 0;
     for (const auto& [name, page] : database->allTables()) {
         const jet::Table& table = database->table(name);
         for (const jet::Index& index : table.indexes()) {
-            const QString place =
-                QString::fromStdU16String(name) + '.' + QString::fromStdU16String(index.names.front());
+            const std::string place = jet::toUtf8(name) + '.' + jet::toUtf8(index.names.front());
             const jet::IndexTree tree(database->pager(), index.root, page, index.ownedPages);
             std::vector<std::string> faults, warnings;
             std::vector<jet::PageNo> pages;
             tree.check(faults, warnings, pages);
-            QVERIFY2(faults.empty() && warnings.empty(), qPrintable(place));
+            ASSERT_TRUE(faults.empty() && warnings.empty()) << place;
 
             const Entries expected = entriesByRows(table, index), found = entriesOnDisk(tree);
-            QCOMPARE(found.size(), expected.size());
+            ASSERT_EQ(found.size(), expected.size());
             std::size_t different = 0;
             for (const auto& entry : expected) different += !found.contains(entry);
-            QVERIFY2(different == foreignEntries(file, table, index), qPrintable(place));
+            ASSERT_EQ(different, foreignEntries(file, table, index)) << place;
             entries += found.size();
         }
     }
-    QVERIFY(entries > 0);
+    ASSERT_GT(entries, 0U);
 }
 
-QTEST_GUILESS_MAIN(SampleIndexes)
-#include "sample_indexes.moc"
+} // namespace

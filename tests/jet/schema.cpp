@@ -1,16 +1,20 @@
-#include "random_rows.h"
-#include "samples.h"
-
 #include "files/memory_disk.h"
-#include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
+#include "tests/jet/random_rows.h"
+#include "tests/support/bytes.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <sstream>
 
 namespace {
+
+using testing::HasSubstr;
 
 using jet::ColumnType;
 
@@ -27,9 +31,9 @@ struct Fixture {
         database.reset();
         database = jet::Database::open(disk, path);
     }
-    QByteArray faults() const
+    std::string faults() const
     {
-        QByteArray text;
+        std::string text;
         const jet::CheckResult result = jet::checkDatabase(*database);
         for (const std::string& fault : result.faults) text += fault + "; ";
         for (const std::string& warning : result.warnings) text += warning + "; ";
@@ -41,58 +45,23 @@ struct Fixture {
     std::unique_ptr<jet::Database> database;
 };
 
-template <class Action> std::optional<jet::Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const jet::Error& error) {
-        return error.fault();
-    }
-    return std::nullopt;
-}
-
 jet::NewColumn number(std::u16string name) { return {.name = std::move(name), .type = ColumnType::longInteger}; }
 
-std::u16string numbered(const char16_t* name, int i)
-{
-    std::u16string text = name;
-    for (const QChar c : QString::number(i)) text += c.unicode();
-    return text;
-}
+std::u16string numbered(const char16_t* name, int i) { return name + jet::fromUtf8(std::to_string(i)); }
 
-} // namespace
-
-class Schema : public QObject {
-    Q_OBJECT
-private slots:
-    void tablesThatCannotBeAreRefused_data();
-    void tablesThatCannotBeAreRefused();
-    void aTakenNameIsRefusedInAnyCase();
-    void aRefusedTableLeavesNothing();
-    void theWidestTableWorks();
-    void aTableTakenBackIsGone();
-    void anIndexIsDropped();
-    void anIndexTakenBackIsThereAgain();
-    void droppingUnknownIndexesIsRefused();
-    void anIndexThatDisagreesKeepsTheTableFromBeingWritten_data();
-    void anIndexThatDisagreesKeepsTheTableFromBeingWritten();
-    void droppingTheIndexThatDisagreesMakesTheTableWritable();
-    void damagedTablesAreReadButNotWritten_data();
-    void damagedTablesAreReadButNotWritten();
-    void relationshipsKeepTablesFromBeingWritten();
-    void systemTablesAreReadOnly();
-    void aFileOpenedForReadingIsNotWritten();
-    void newTablesGetTheRightsOfTheFile();
+struct SchemaRefusalRow {
+    std::u16string name;
+    std::vector<jet::NewColumn> columns;
+    std::vector<jet::NewIndex> indexes;
 };
+class SchemaRefusal : public TableTest<SchemaRefusalRow> {};
 
-void Schema::tablesThatCannotBeAreRefused_data()
+RowTable<SchemaRefusalRow> schemaRefusal()
 {
-    QTest::addColumn<std::u16string>("name");
-    QTest::addColumn<std::vector<jet::NewColumn>>("columns");
-    QTest::addColumn<std::vector<jet::NewIndex>>("indexes");
-    const auto row = [](const char* what, const std::u16string& name, const std::vector<jet::NewColumn>& columns,
-                        const std::vector<jet::NewIndex>& indexes = {}) {
-        QTest::newRow(what) << name << columns << indexes;
+    RowTable<SchemaRefusalRow> table;
+    const auto row = [&table](const char* what, const std::u16string& name, const std::vector<jet::NewColumn>& columns,
+                              const std::vector<jet::NewIndex>& indexes = {}) {
+        table.push_back({what, {name, columns, indexes}});
     };
     const std::vector<jet::NewColumn> one{number(u"A")};
     row("no name", u"", one);
@@ -136,47 +105,50 @@ void Schema::tablesThatCannotBeAreRefused_data()
     std::vector<jet::NewColumn> fat;
     for (int i = 0; i < 255; ++i) fat.push_back({.name = numbered(u"A", i), .type = ColumnType::guid});
     row("columns that do not fit a row", u"T", fat);
+    return table;
 }
 
-void Schema::tablesThatCannotBeAreRefused()
+INSTANTIATE_TEST_SUITE_P(, SchemaRefusal, testing::ValuesIn(schemaRefusal()), RowName());
+
+TEST_P(SchemaRefusal, tablesThatCannotBeAreRefused)
 {
-    QFETCH(std::u16string, name);
-    QFETCH(std::vector<jet::NewColumn>, columns);
-    QFETCH(std::vector<jet::NewIndex>, indexes);
+    const auto& name = row().name;
+    const auto& columns = row().columns;
+    const auto& indexes = row().indexes;
     Fixture fixture;
     const auto before = fixture.disk.content(path);
-    QVERIFY(faultOf([&] { fixture.database->createTable(name, columns, indexes, rows::created); }) ==
-            jet::Fault::unsupported);
-    QVERIFY(fixture.database->tableNames().empty());
-    QVERIFY(fixture.disk.content(path) == before);
+    ASSERT_TRUE(faultOf([&] { fixture.database->createTable(name, columns, indexes, rows::created); }) ==
+                jet::Fault::unsupported);
+    ASSERT_TRUE(fixture.database->tableNames().empty());
+    ASSERT_EQ(fixture.disk.content(path), before);
 }
 
-void Schema::aTakenNameIsRefusedInAnyCase()
+TEST(Schema, aTakenNameIsRefusedInAnyCase)
 {
     Fixture fixture;
     fixture.database->createTable(u"Cari", {number(u"A")}, {}, rows::created);
     for (const char16_t* name : {u"Cari", u"cari", u"CARI", u"CARİ", u"MSysObjects"}) {
-        QVERIFY(faultOf([&] { fixture.database->createTable(name, {number(u"A")}, {}, rows::created); }) ==
-                jet::Fault::exists);
+        ASSERT_TRUE(faultOf([&] { fixture.database->createTable(name, {number(u"A")}, {}, rows::created); }) ==
+                    jet::Fault::exists);
     }
-    QCOMPARE(fixture.database->tableNames().size(), std::size_t(1));
+    ASSERT_EQ(fixture.database->tableNames().size(), 1U);
 }
 
-void Schema::aRefusedTableLeavesNothing()
+TEST(Schema, aRefusedTableLeavesNothing)
 {
     Fixture fixture;
     jet::Transaction change(fixture.database->pager());
     fixture.database->createTable(u"Bir", {number(u"A")}, {}, rows::created);
-    QVERIFY(faultOf([&] { fixture.database->createTable(u"BİR", {number(u"A")}, {}, rows::created); }) ==
-            jet::Fault::exists);
+    ASSERT_TRUE(faultOf([&] { fixture.database->createTable(u"BİR", {number(u"A")}, {}, rows::created); }) ==
+                jet::Fault::exists);
     fixture.database->createTable(u"İki", {number(u"A")}, {}, rows::created);
     change.commit();
     fixture.reopen();
-    QVERIFY(fixture.database->tableNames() == (std::vector<std::u16string>{u"Bir", u"İki"}));
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.database->tableNames(), (std::vector<std::u16string>{u"Bir", u"İki"}));
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::theWidestTableWorks()
+TEST(Schema, theWidestTableWorks)
 {
     // 255 columns, 32 indexes and more maps than one page holds: the definition spans several pages.
     Fixture fixture;
@@ -194,17 +166,17 @@ void Schema::theWidestTableWorks()
     fixture.database->createTable(u"Geniş", columns, indexes, rows::created);
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Geniş");
-    QCOMPARE(table.columns().size(), std::size_t(255));
-    QCOMPARE(table.indexes().size(), std::size_t(32));
+    ASSERT_EQ(table.columns().size(), 255U);
+    ASSERT_EQ(table.indexes().size(), 32U);
     for (int i = 0; i < 30; ++i) {
         const jet::RowId id = table.insert({{1, i}, {5, std::u16string(100, u'ş')}, {250, u"son"}, {4, true}});
-        QVERIFY(table.row(id)->value(250) == jet::Value(std::u16string(u"son")));
-        QVERIFY(table.row(id)->value(4) == jet::Value(true));
+        ASSERT_EQ(table.row(id)->value(250), jet::Value(std::u16string(u"son")));
+        ASSERT_EQ(table.row(id)->value(4), jet::Value(true));
     }
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::aTableTakenBackIsGone()
+TEST(Schema, aTableTakenBackIsGone)
 {
     Fixture fixture;
     const auto before = fixture.disk.content(path);
@@ -212,16 +184,16 @@ void Schema::aTableTakenBackIsGone()
         jet::Transaction change(fixture.database->pager());
         jet::Table& table = fixture.database->createTable(u"Cari", {number(u"A")}, {}, rows::created);
         table.insert({{0, 1}});
-        QVERIFY(fixture.database->hasTable(u"Cari"));
+        ASSERT_TRUE(fixture.database->hasTable(u"Cari"));
     }
-    QVERIFY(!fixture.database->hasTable(u"Cari"));
+    ASSERT_FALSE(fixture.database->hasTable(u"Cari"));
     jet::Table& again = fixture.database->createTable(u"Başka", {number(u"B")}, {}, rows::created);
-    QCOMPARE(QString::fromStdU16String(again.columns().front().name), QString("B"));
-    QCOMPARE(again.rowCount(), 0u);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(again.columns().front().name, u"B");
+    ASSERT_EQ(again.rowCount(), 0u);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::anIndexIsDropped()
+TEST(Schema, anIndexIsDropped)
 {
     Fixture fixture;
     jet::Table& table = fixture.database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);
@@ -230,22 +202,22 @@ void Schema::anIndexIsDropped()
     fill.commit();
     const jet::PageNo pages = fixture.database->pager().pageCount();
     fixture.database->dropIndex(u"Deneme", u"adgeri");
-    QCOMPARE(table.indexes().size(), std::size_t(4));
+    ASSERT_EQ(table.indexes().size(), 4U);
     for (const jet::Index& index : table.indexes()) {
-        QVERIFY(index.names.front() != u"AdGeri");
-        QVERIFY(!table.range(index, {}, {}).empty() || index.ignoreNulls);
+        ASSERT_NE(index.names.front(), u"AdGeri");
+        ASSERT_TRUE(!table.range(index, {}, {}).empty() || index.ignoreNulls);
     }
     table.insert({{9, u"Ad"}});
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
     // Its pages serve others.
     fixture.database->createTable(u"Başka", {number(u"A")}, {{.name = u"A", .columns = {{u"A", true}}}}, rows::created);
-    QCOMPARE(fixture.database->pager().pageCount(), pages);
+    ASSERT_EQ(fixture.database->pager().pageCount(), pages);
     fixture.reopen();
-    QCOMPARE(fixture.database->table(u"Deneme").indexes().size(), std::size_t(4));
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.database->table(u"Deneme").indexes().size(), 4U);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::anIndexTakenBackIsThereAgain()
+TEST(Schema, anIndexTakenBackIsThereAgain)
 {
     Fixture fixture;
     jet::Table& table = fixture.database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);
@@ -253,23 +225,21 @@ void Schema::anIndexTakenBackIsThereAgain()
         jet::Transaction change(fixture.database->pager());
         fixture.database->dropIndex(u"Deneme", u"Tarih");
         table.insert({{8, jet::DateTime{1}}});
-        QCOMPARE(table.indexes().size(), std::size_t(4));
+        ASSERT_EQ(table.indexes().size(), 4U);
     }
-    QCOMPARE(table.indexes().size(), std::size_t(5));
+    ASSERT_EQ(table.indexes().size(), 5U);
     table.insert({{8, jet::DateTime{2}}});
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::droppingUnknownIndexesIsRefused()
+TEST(Schema, droppingUnknownIndexesIsRefused)
 {
     Fixture fixture;
     fixture.database->createTable(u"Deneme", {number(u"A")}, {}, rows::created);
-    QVERIFY(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"Tarih"); }) == jet::Fault::noSuchTable);
-    QVERIFY(faultOf([&] { fixture.database->dropIndex(u"Yok", u"Tarih"); }) == jet::Fault::noSuchTable);
-    QVERIFY(faultOf([&] { fixture.database->dropIndex(u"MSysObjects", u"Id"); }) == jet::Fault::unsupported);
+    ASSERT_EQ(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"Tarih"); }), jet::Fault::noSuchTable);
+    ASSERT_EQ(faultOf([&] { fixture.database->dropIndex(u"Yok", u"Tarih"); }), jet::Fault::noSuchTable);
+    ASSERT_EQ(faultOf([&] { fixture.database->dropIndex(u"MSysObjects", u"Id"); }), jet::Fault::unsupported);
 }
-
-namespace {
 
 /// A table with an index on its only column and the rows 0 .. 9.
 jet::Table& tenNumbers(Fixture& fixture)
@@ -280,24 +250,29 @@ jet::Table& tenNumbers(Fixture& fixture)
     return table;
 }
 
-} // namespace
+struct SchemaWrongIndexRow {
+    int offset;
+    int value;
+};
+class SchemaWrongIndex : public TableTest<SchemaWrongIndexRow> {};
 
-void Schema::anIndexThatDisagreesKeepsTheTableFromBeingWritten_data()
+RowTable<SchemaWrongIndexRow> schemaWrongIndex()
 {
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<int>("value");
-    QTest::newRow("another key") << 480 + 9 * 9 + 4 << 99;
-    QTest::newRow("a key out of order") << 480 + 4 << 7;
-    QTest::newRow("an entry for a row that is not there") << 480 + 9 * 9 + 8 << 44;
-    QTest::newRow("an entry too few") << 27 + 11 << 0;
-    QTest::newRow("an index page of another table") << 4 << 2;
-    QTest::newRow("no index page") << 0 << 1;
+    return {
+        {"another key", {480 + 9 * 9 + 4, 99}},
+        {"a key out of order", {480 + 4, 7}},
+        {"an entry for a row that is not there", {480 + 9 * 9 + 8, 44}},
+        {"an entry too few", {27 + 11, 0}},
+        {"an index page of another table", {4, 2}},
+        {"no index page", {0, 1}},
+    };
 }
 
-void Schema::anIndexThatDisagreesKeepsTheTableFromBeingWritten()
+INSTANTIATE_TEST_SUITE_P(, SchemaWrongIndex, testing::ValuesIn(schemaWrongIndex()), RowName());
+
+TEST_P(SchemaWrongIndex, anIndexThatDisagreesKeepsTheTableFromBeingWritten)
 {
-    QFETCH(int, offset);
-    QFETCH(int, value);
+    const auto [offset, value] = row();
     Fixture fixture;
     const jet::PageNo root = tenNumbers(fixture).indexes().front().root;
     fixture.database.reset();
@@ -306,21 +281,20 @@ void Schema::anIndexThatDisagreesKeepsTheTableFromBeingWritten()
     jet::Table& table = fixture.database->table(u"Deneme");
     int count = 0;
     table.forEachRow([&](jet::RowId, const jet::RowView&) { return ++count > 0; });
-    QCOMPARE(count, 10);
+    ASSERT_EQ(count, 10);
     const auto before = fixture.disk.content(path);
     try {
         table.insert({{0, 5}});
-        QFAIL("was written");
+        FAIL() << "was written";
     } catch (const jet::Error& error) {
-        QCOMPARE(error.fault(), jet::Fault::indexNotWritable);
-        const QString sentence = QString::fromUtf8(error.what());
-        QVERIFY2(sentence.contains("presva-mdb drop-index \"tablolar.mdb\" \"Deneme\" \"A\""), error.what());
-        QCOMPARE(sentence.toStdString(), table.whyReadOnly().value_or(""));
+        ASSERT_EQ(error.fault(), jet::Fault::indexNotWritable);
+        ASSERT_THAT(error.what(), HasSubstr("presva-mdb drop-index \"tablolar.mdb\" \"Deneme\" \"A\""));
+        ASSERT_EQ(error.what(), table.whyReadOnly().value_or(""));
     }
-    QVERIFY(fixture.disk.content(path) == before);
+    ASSERT_EQ(fixture.disk.content(path), before);
 }
 
-void Schema::droppingTheIndexThatDisagreesMakesTheTableWritable()
+TEST(Schema, droppingTheIndexThatDisagreesMakesTheTableWritable)
 {
     Fixture fixture;
     const jet::PageNo root = tenNumbers(fixture).indexes().front().root;
@@ -328,32 +302,40 @@ void Schema::droppingTheIndexThatDisagreesMakesTheTableWritable()
     fixture.page(root)[480 + 4] = 7;
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
-    QVERIFY(table.whyReadOnly().has_value());
+    ASSERT_TRUE(table.whyReadOnly().has_value());
     fixture.database->dropIndex(u"Deneme", u"A");
-    QVERIFY(!table.whyReadOnly().has_value());
+    ASSERT_FALSE(table.whyReadOnly().has_value());
     table.insert({{0, 5}});
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void Schema::damagedTablesAreReadButNotWritten_data()
+struct SchemaDamageRow {
+    bool onDataPage; // else on the page of the maps
+    int offset;
+    int value;
+    int readable;
+};
+class SchemaDamage : public TableTest<SchemaDamageRow> {};
+
+RowTable<SchemaDamageRow> schemaDamage()
 {
-    QTest::addColumn<bool>("onDataPage"); // else on the page of the maps
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<int>("readable");
-    QTest::newRow("a row with more columns than the table") << true << 4096 - 7 << 9 << 9;
-    QTest::newRow("a slot outside the page") << true << 15 << 0x1F << 8;
-    QTest::newRow("a page of another table in the map") << false << 0xFBB + 5 << 0x04 << 10;
-    QTest::newRow("a map of an unknown kind") << false << 0xFBB << 7 << 10;
-    QTest::newRow("room on a page that is not the table's") << false << 0xF76 + 5 << 0x10 << 10;
+    return {
+        {"a row with more columns than the table", {true, 4096 - 7, 9, 9}},
+        {"a slot outside the page", {true, 15, 0x1F, 8}},
+        {"a page of another table in the map", {false, 0xFBB + 5, 0x04, 10}},
+        {"a map of an unknown kind", {false, 0xFBB, 7, 10}},
+        {"room on a page that is not the table's", {false, 0xF76 + 5, 0x10, 10}},
+    };
 }
 
-void Schema::damagedTablesAreReadButNotWritten()
+INSTANTIATE_TEST_SUITE_P(, SchemaDamage, testing::ValuesIn(schemaDamage()), RowName());
+
+TEST_P(SchemaDamage, damagedTablesAreReadButNotWritten)
 {
-    QFETCH(bool, onDataPage);
-    QFETCH(int, offset);
-    QFETCH(int, value);
-    QFETCH(int, readable);
+    const auto& onDataPage = row().onDataPage;
+    const auto& offset = row().offset;
+    const auto& value = row().value;
+    const auto& readable = row().readable;
     Fixture fixture;
     jet::PageNo definition = 0;
     jet::PageNo data = 0;
@@ -370,17 +352,17 @@ void Schema::damagedTablesAreReadButNotWritten()
     int damaged = 0;
     table.scan([&](jet::RowId, const jet::RowView&) { return ++count > 0; },
                [&](jet::RowId, const std::string&) { ++damaged; });
-    QCOMPARE(count, readable);
-    QCOMPARE(damaged, 10 - readable);
+    ASSERT_EQ(count, readable);
+    ASSERT_EQ(damaged, 10 - readable);
     if (damaged > 0) {
-        QVERIFY(faultOf([&] { table.forEachRow([](jet::RowId, const jet::RowView&) { return true; }); }) ==
-                jet::Fault::damaged);
+        ASSERT_TRUE(faultOf([&] { table.forEachRow([](jet::RowId, const jet::RowView&) { return true; }); }) ==
+                    jet::Fault::damaged);
     }
-    QVERIFY(faultOf([&] { table.insert({{0, 5}}); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { table.eraseAll(); }) == jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { table.insert({{0, 5}}); }), jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { table.eraseAll(); }), jet::Fault::readOnly);
 }
 
-void Schema::relationshipsKeepTablesFromBeingWritten()
+TEST(Schema, relationshipsKeepTablesFromBeingWritten)
 {
     Fixture fixture;
     const jet::PageNo definition = tenNumbers(fixture).definitionPage();
@@ -389,16 +371,16 @@ void Schema::relationshipsKeepTablesFromBeingWritten()
     fixture.page(definition)[63 + 12 + 25 + 4 + 52 + 23] = 2;
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
-    QVERIFY(table.indexes().front().relationship);
-    QVERIFY(faultOf([&] { table.insert({{0, 5}}); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"A"); }) == jet::Fault::unsupported);
+    ASSERT_TRUE(table.indexes().front().relationship);
+    ASSERT_EQ(faultOf([&] { table.insert({{0, 5}}); }), jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"A"); }), jet::Fault::unsupported);
 }
 
-void Schema::systemTablesAreReadOnly()
+TEST(Schema, systemTablesAreReadOnly)
 {
     Fixture fixture;
     jet::Table& objects = fixture.database->table(u"MSysObjects");
-    QCOMPARE(objects.rowCount(), 8u);
+    ASSERT_EQ(objects.rowCount(), 8u);
     const jet::RowId first = [&] {
         jet::RowId id;
         objects.forEachRow([&](jet::RowId each, const jet::RowView&) {
@@ -407,40 +389,41 @@ void Schema::systemTablesAreReadOnly()
         });
         return id;
     }();
-    QVERIFY(faultOf([&] { objects.insert({}); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { objects.update(first, {}); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { objects.erase(first); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { objects.eraseAll(); }) == jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { objects.insert({}); }), jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { objects.update(first, {}); }), jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { objects.erase(first); }), jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { objects.eraseAll(); }), jet::Fault::readOnly);
 }
 
-void Schema::aFileOpenedForReadingIsNotWritten()
+TEST(Schema, aFileOpenedForReadingIsNotWritten)
 {
     Fixture fixture;
     tenNumbers(fixture);
     fixture.database.reset();
     fixture.database = jet::Database::open(fixture.disk, path, jet::Pager::Mode::readOnly);
     jet::Table& table = fixture.database->table(u"Deneme");
-    QVERIFY(faultOf([&] { table.insert({{0, 5}}); }) == jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { fixture.database->createTable(u"B", {number(u"A")}, {}, rows::created); }) ==
-            jet::Fault::readOnly);
-    QVERIFY(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"A"); }) == jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { table.insert({{0, 5}}); }), jet::Fault::readOnly);
+    ASSERT_TRUE(faultOf([&] { fixture.database->createTable(u"B", {number(u"A")}, {}, rows::created); }) ==
+                jet::Fault::readOnly);
+    ASSERT_EQ(faultOf([&] { fixture.database->dropIndex(u"Deneme", u"A"); }), jet::Fault::readOnly);
 }
 
-void Schema::newTablesGetTheRightsOfTheFile()
+TEST(Schema, newTablesGetTheRightsOfTheFile)
 {
     Fixture fixture;
     const jet::Table& made = fixture.database->createTable(u"Deneme", {number(u"A")}, {}, rows::created);
     const jet::Table& rights = fixture.database->table(u"MSysACEs");
-    QByteArrayList found;
+    std::vector<std::string> found;
     rights.forEachRow([&](jet::RowId, const jet::RowView& row) {
         if (row.number(*rights.columnNamed(u"ObjectId")) != double(made.definitionPage())) return true;
         const auto account = std::get<jet::Bytes>(row.value(*rights.columnNamed(u"SID")));
-        found << QByteArray(reinterpret_cast<const char*>(account.data()), qsizetype(account.size())).toHex() + ' ' +
-                     QByteArray::number(qulonglong(*row.number(*rights.columnNamed(u"ACM"))), 16);
+        std::ostringstream shown;
+        shown << hexOf(account) << ' ' << std::hex
+              << static_cast<std::uint64_t>(*row.number(*rights.columnNamed(u"ACM")));
+        found.push_back(shown.str());
         return true;
     });
-    QCOMPARE(found, (QByteArrayList{"f48b f00fe", "f58b ffeff"}));
+    ASSERT_EQ(found, (std::vector<std::string>{"f48b f00fe", "f58b ffeff"}));
 }
 
-QTEST_GUILESS_MAIN(Schema)
-#include "schema.moc"
+} // namespace

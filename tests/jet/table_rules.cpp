@@ -1,21 +1,24 @@
-#include "random_rows.h"
-
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/properties.h"
 #include "store/jet/format/doors.h"
+#include "tests/jet/random_rows.h"
+#include "tests/support/bytes.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <set>
 
-Q_DECLARE_METATYPE(jet::Value)
-Q_DECLARE_METATYPE(jet::ColumnType)
-
 namespace {
+
+using testing::HasSubstr;
 
 using jet::ColumnType;
 using jet::Value;
@@ -31,18 +34,18 @@ struct Fixture {
         table = &database->createTable(u"Deneme", columns, indexes, rows::created);
     }
     Value field(jet::RowId id, std::size_t column) const { return table->row(id).value().value(column); }
-    QByteArray allBytes() const
+    jet::Bytes allBytes() const
     {
-        QByteArray bytes;
+        jet::Bytes bytes;
         for (jet::PageNo page = 0; page < database->pager().pageCount(); ++page) {
             const jet::PageView view = database->pager().read(page);
-            bytes.append(reinterpret_cast<const char*>(view.data()), qsizetype(view.size()));
+            bytes.insert(bytes.end(), view.begin(), view.end());
         }
         return bytes;
     }
-    QByteArray faults() const
+    std::string faults() const
     {
-        QByteArray text;
+        std::string text;
         for (const std::string& fault : jet::checkDatabase(*database).faults) text += fault + "; ";
         return text;
     }
@@ -52,61 +55,23 @@ struct Fixture {
     jet::Table* table = nullptr;
 };
 
-/// The fault that an action throws; nothing when it does not.
-template <class Action> std::optional<jet::Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const jet::Error& error) {
-        return error.fault();
-    }
-    return std::nullopt;
-}
-
 jet::Numeric numeric(std::uint32_t units, std::uint8_t scale, bool negative = false)
 {
     return {.negative = negative, .magnitude = {0, 0, 0, units}, .scale = scale};
 }
 
-} // namespace
-
-class TableRules : public QObject {
-    Q_OBJECT
-private slots:
-    void valuesBecomeTheColumnsType_data();
-    void valuesBecomeTheColumnsType();
-    void valuesThatDoNotFitAreRefused_data();
-    void valuesThatDoNotFitAreRefused();
-    void aRefusedValueIsNamedWithItsColumn();
-    void unsetColumnsKeepTheirBytes();
-    void autoNumbersRunOnFromTheHighest();
-    void aRowMayBe4060BytesLong();
-    void requiredFieldsAreNotLeftEmpty();
-    void requiredComesFromTheTablesProperties();
-    void aUniqueIndexRefusesItsKeyTwice();
-    void lettersThatDifferInCaseAreOneKey();
-    void rowsWithoutAnyKeyFieldDoNotCollide();
-    void anIgnoreNullsIndexLeavesEmptyRowsOut();
-    void aRefusedChangeLeavesEveryByte();
-    void aRefusedChangeLeavesTheOpenTransactionAsItWas();
-    void movedRowsKeepTheirPlace();
-    void longTextsLeaveTheRowAndComeBack();
-    void deletingGivesLongTextsPagesBack();
-    void deletedRowsAreGone();
-    void aNewRowNeverTakesADeletedRowsPlace();
-    void emptyingTheTableLeavesNothing();
-    void rangesFollowTheIndex_data();
-    void rangesFollowTheIndex();
-    void aStaleRowCountIsPutRightByTheFirstWrite();
+struct TableRulesValueRow {
+    ColumnType type;
+    Value given;
+    Value kept;
 };
+class TableRulesValue : public TableTest<TableRulesValueRow> {};
 
-void TableRules::valuesBecomeTheColumnsType_data()
+RowTable<TableRulesValueRow> tableRulesValue()
 {
-    QTest::addColumn<ColumnType>("type");
-    QTest::addColumn<Value>("given");
-    QTest::addColumn<Value>("kept");
-    const auto row = [](const char* name, ColumnType type, Value given, Value kept) {
-        QTest::newRow(name) << type << given << kept;
+    RowTable<TableRulesValueRow> table;
+    const auto row = [&table](const char* name, ColumnType type, Value given, Value kept) {
+        table.push_back({name, {type, given, kept}});
     };
     row("half to the even neighbour below", ColumnType::longInteger, 2.5, std::int32_t{2});
     row("half to the even neighbour above", ColumnType::longInteger, 3.5, std::int32_t{4});
@@ -132,26 +97,34 @@ void TableRules::valuesBecomeTheColumnsType_data()
     row("negative Double to exact decimal", ColumnType::numeric, -12.3456, numeric(12346, 3, true));
     row("money to exact decimal", ColumnType::numeric, jet::Currency{-15}, numeric(2, 3, true));
     row("exact decimal with more places", ColumnType::numeric, numeric(7, 0), numeric(7000, 3));
+    return table;
 }
 
-void TableRules::valuesBecomeTheColumnsType()
+INSTANTIATE_TEST_SUITE_P(, TableRulesValue, testing::ValuesIn(tableRulesValue()), RowName());
+
+TEST_P(TableRulesValue, valuesBecomeTheColumnsType)
 {
-    QFETCH(ColumnType, type);
-    QFETCH(Value, given);
-    QFETCH(Value, kept);
+    const auto& [type, given, kept] = row();
     Fixture fixture({{.name = u"Alan", .type = type, .precision = 18, .scale = 3}});
     const jet::RowId id = fixture.table->insert({{0, given}});
-    QVERIFY(fixture.field(id, 0) == kept);
+    ASSERT_EQ(fixture.field(id, 0), kept);
     const jet::RowId other = fixture.table->insert({});
     fixture.table->update(other, {{0, given}});
-    QVERIFY(fixture.field(other, 0) == kept);
+    ASSERT_EQ(fixture.field(other, 0), kept);
 }
 
-void TableRules::valuesThatDoNotFitAreRefused_data()
+struct TableRulesRefusalRow {
+    ColumnType type;
+    Value given;
+};
+class TableRulesRefusal : public TableTest<TableRulesRefusalRow> {};
+
+RowTable<TableRulesRefusalRow> tableRulesRefusal()
 {
-    QTest::addColumn<ColumnType>("type");
-    QTest::addColumn<Value>("given");
-    const auto row = [](const char* name, ColumnType type, Value given) { QTest::newRow(name) << type << given; };
+    RowTable<TableRulesRefusalRow> table;
+    const auto row = [&table](const char* name, ColumnType type, Value given) {
+        table.push_back({name, {type, given}});
+    };
     row("Byte below zero", ColumnType::byte, -0.6);
     row("Byte too large", ColumnType::byte, std::int32_t{256});
     row("Integer too large", ColumnType::integer, 32767.5);
@@ -172,31 +145,34 @@ void TableRules::valuesThatDoNotFitAreRefused_data()
     row("bytes too long", ColumnType::binary, jet::Bytes(11));
     row("bytes for a text", ColumnType::text, jet::Bytes(1));
     row("bytes longer than a page", ColumnType::ole, jet::Bytes(4077));
+    return table;
 }
 
-void TableRules::valuesThatDoNotFitAreRefused()
+INSTANTIATE_TEST_SUITE_P(, TableRulesRefusal, testing::ValuesIn(tableRulesRefusal()), RowName());
+
+TEST_P(TableRulesRefusal, valuesThatDoNotFitAreRefused)
 {
-    QFETCH(ColumnType, type);
-    QFETCH(Value, given);
+    const auto& type = row().type;
+    const auto& given = row().given;
     Fixture fixture({{.name = u"Alan", .type = type, .size = 10, .precision = 8, .scale = 2}});
     const jet::RowId id = fixture.table->insert({});
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, given}}); }) == jet::Fault::badValue);
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{0, given}}); }) == jet::Fault::badValue);
-    QCOMPARE(fixture.table->rowCount(), 1u);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, given}}); }), jet::Fault::badValue);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{0, given}}); }), jet::Fault::badValue);
+    ASSERT_EQ(fixture.table->rowCount(), 1U);
 }
 
-void TableRules::aRefusedValueIsNamedWithItsColumn()
+TEST(TableRules, aRefusedValueIsNamedWithItsColumn)
 {
     Fixture fixture({{.name = u"Yağ", .type = ColumnType::byte}});
     try {
         fixture.table->insert({{0, 1000.0}});
-        QFAIL("took 1000 as a Byte");
+        FAIL() << "took 1000 as a Byte";
     } catch (const jet::Error& error) {
-        QVERIFY2(QString::fromUtf8(error.what()).contains("\"Deneme\" tablosunun \"Yağ\" alanına"), error.what());
+        ASSERT_THAT(error.what(), HasSubstr("\"Deneme\" tablosunun \"Yağ\" alanına"));
     }
 }
 
-void TableRules::unsetColumnsKeepTheirBytes()
+TEST(TableRules, unsetColumnsKeepTheirBytes)
 {
     Fixture fixture(rows::everyType());
     rows::Maker maker(11);
@@ -205,39 +181,41 @@ void TableRules::unsetColumnsKeepTheirBytes()
         std::vector<jet::Assignment> values;
         for (std::size_t i = 1; i < columns.size(); ++i) values.push_back({i, maker.value(columns[i])});
         const jet::RowId id = fixture.table->insert(values);
-        std::vector<QByteArray> before;
+        std::vector<jet::Bytes> before;
         const auto stored = [&](std::size_t column) {
             const auto bytes = fixture.table->row(id).value().stored(column);
-            return QByteArray(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size()));
+            return jet::Bytes(bytes.begin(), bytes.end());
         };
         for (std::size_t i = 0; i < columns.size(); ++i) before.push_back(stored(i));
         const std::size_t changed = 1 + static_cast<std::size_t>(maker.below(int(columns.size()) - 1));
         fixture.table->update(id, {{changed, maker.value(columns[changed])}});
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            if (i != changed) QCOMPARE(stored(i), before[i]);
+            if (i != changed) {
+                ASSERT_EQ(stored(i), before[i]);
+            }
         }
     }
 }
 
-void TableRules::autoNumbersRunOnFromTheHighest()
+TEST(TableRules, autoNumbersRunOnFromTheHighest)
 {
     Fixture fixture({{.name = u"No", .type = ColumnType::longInteger, .autoNumber = true},
                      {.name = u"Ad", .type = ColumnType::text, .size = 10}});
-    QVERIFY(fixture.field(fixture.table->insert({{1, u"a"}}), 0) == Value(1));
-    QVERIFY(fixture.field(fixture.table->insert({{0, 10}}), 0) == Value(10));
+    ASSERT_EQ(fixture.field(fixture.table->insert({{1, u"a"}}), 0), Value(1));
+    ASSERT_EQ(fixture.field(fixture.table->insert({{0, 10}}), 0), Value(10));
     const jet::RowId last = fixture.table->insert({});
-    QVERIFY(fixture.field(last, 0) == Value(11));
+    ASSERT_EQ(fixture.field(last, 0), Value(11));
     fixture.table->erase(last);
-    QVERIFY(fixture.field(fixture.table->insert({}), 0) == Value(12));
-    QVERIFY(fixture.field(fixture.table->insert({{0, 3}}), 0) == Value(3));
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(12));
+    ASSERT_EQ(fixture.field(fixture.table->insert({{0, 3}}), 0), Value(3));
     const jet::RowId next = fixture.table->insert({});
-    QVERIFY(fixture.field(next, 0) == Value(13));
+    ASSERT_EQ(fixture.field(next, 0), Value(13));
     fixture.table->update(next, {{0, 20}});
-    QVERIFY(fixture.field(fixture.table->insert({}), 0) == Value(21));
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(21));
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::aRowMayBe4060BytesLong()
+TEST(TableRules, aRowMayBe4060BytesLong)
 {
     std::vector<jet::NewColumn> columns;
     for (int i = 0; i < 9; ++i) {
@@ -255,133 +233,141 @@ void TableRules::aRowMayBe4060BytesLong()
     };
     const int room = (4060 - 26 - 7 * 510) / 2;
     const jet::RowId id = fixture.table->insert(texts(room));
-    QCOMPARE(fixture.table->row(id)->bytes().size(), std::size_t(4060));
-    QVERIFY(faultOf([&] { fixture.table->insert(texts(room + 1)); }) == jet::Fault::badValue);
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{8, std::u16string(u"ş")}}); }) == jet::Fault::badValue);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.table->row(id)->bytes().size(), 4060U);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert(texts(room + 1)); }), jet::Fault::badValue);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{8, std::u16string(u"ş")}}); }), jet::Fault::badValue);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::requiredFieldsAreNotLeftEmpty()
+TEST(TableRules, requiredFieldsAreNotLeftEmpty)
 {
     Fixture fixture(
         {{.name = u"Unvan", .type = ColumnType::text, .size = 20}, {.name = u"Kap", .type = ColumnType::byte}},
         {{.name = u"PrimaryKey", .columns = {{u"Unvan", true}}, .primaryKey = true},
          {.name = u"Kap", .columns = {{u"Kap", true}}, .required = true}});
-    QVERIFY(faultOf([&] { fixture.table->insert({{1, 5}}); }) == jet::Fault::required);
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, u"Ali"}}); }) == jet::Fault::required);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{1, 5}}); }), jet::Fault::required);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, u"Ali"}}); }), jet::Fault::required);
     const jet::RowId id = fixture.table->insert({{0, u"Ali"}, {1, 5}});
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{1, Value()}}); }) == jet::Fault::required);
-    QVERIFY(fixture.field(id, 1) == Value(std::uint8_t{5}));
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{1, Value()}}); }), jet::Fault::required);
+    ASSERT_EQ(fixture.field(id, 1), Value(std::uint8_t{5}));
 }
 
-void TableRules::requiredComesFromTheTablesProperties()
+TEST(TableRules, requiredComesFromTheTablesProperties)
 {
-    const auto text = [](const QString& s) {
-        const auto* units = reinterpret_cast<const char*>(s.utf16());
-        QByteArray bytes(units, s.size() * 2);
-        return QByteArray(1, char(bytes.size())) + QByteArray(1, '\0') + bytes;
+    const auto joined = [](std::initializer_list<jet::Bytes> parts) {
+        jet::Bytes all;
+        for (const jet::Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+        return all;
     };
-    const auto sized = [](QByteArray body, int headLength, const QByteArray& kind) {
-        const qsizetype length = body.size() + headLength + kind.size();
-        QByteArray head(headLength, '\0');
-        head[0] = char(length & 0xFF);
-        head[1] = char(length >> 8);
-        return head + kind + body;
+    const auto text = [&](std::u16string_view letters) {
+        jet::Bytes bytes{static_cast<std::uint8_t>(2 * letters.size()), 0};
+        for (const char16_t letter : letters) {
+            bytes.push_back(static_cast<std::uint8_t>(letter & 0xFF));
+            bytes.push_back(static_cast<std::uint8_t>(letter >> 8));
+        }
+        return bytes;
     };
-    const auto column = [&](const QString& name, char required) {
-        const QByteArray record = sized(QByteArray::fromHex("00010100 0100") + QByteArray(1, required), 2, {});
-        return sized(sized(text(name), 4, {}) + record, 4, QByteArray::fromHex("0100"));
+    const auto sized = [&](const jet::Bytes& body, std::size_t headLength, const jet::Bytes& kind) {
+        const std::size_t length = body.size() + headLength + kind.size();
+        jet::Bytes head(headLength, 0);
+        head[0] = static_cast<std::uint8_t>(length & 0xFF);
+        head[1] = static_cast<std::uint8_t>(length >> 8);
+        return joined({head, kind, body});
     };
-    const QByteArray block = QByteArray("MR2\0", 4) +
-                             sized(text("Description") + text("Required"), 4, QByteArray::fromHex("8000")) +
-                             column("Unvan", '\xFF') + column("Kap", '\0');
-    const auto names = [](const QByteArray& bytes) {
-        return jet::requiredColumns({reinterpret_cast<const std::uint8_t*>(bytes.data()), std::size_t(bytes.size())});
+    const auto column = [&](std::u16string_view name, std::uint8_t required) {
+        const jet::Bytes record = sized(joined({bytesOf("00010100 0100"), {required}}), 2, {});
+        return sized(joined({sized(text(name), 4, {}), record}), 4, bytesOf("0100"));
     };
-    QVERIFY(names(block) == std::vector<std::u16string>{u"Unvan"});
-    for (qsizetype length = 0; length < block.size(); ++length) QVERIFY(names(block.left(length)).size() <= 1);
-    QVERIFY(names("KKD\0").empty());
+    const jet::Bytes block = joined({{'M', 'R', '2', 0},
+                                     sized(joined({text(u"Description"), text(u"Required")}), 4, bytesOf("8000")),
+                                     column(u"Unvan", 0xFF),
+                                     column(u"Kap", 0)});
+    ASSERT_EQ(jet::requiredColumns(block), std::vector<std::u16string>{u"Unvan"});
+    for (std::size_t length = 0; length < block.size(); ++length)
+        ASSERT_LE(jet::requiredColumns(std::span(block).first(length)).size(), 1U);
+    ASSERT_TRUE(jet::requiredColumns(jet::Bytes{'K', 'K', 'D', 0}).empty());
 }
 
-void TableRules::aUniqueIndexRefusesItsKeyTwice()
+TEST(TableRules, aUniqueIndexRefusesItsKeyTwice)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}, {.name = u"B", .type = ColumnType::longInteger}},
                     {{.name = u"AB", .columns = {{u"A", true}, {u"B", false}}, .unique = true}});
     const jet::RowId first = fixture.table->insert({{0, 1}, {1, 2}});
     const jet::RowId second = fixture.table->insert({{0, 1}, {1, 3}});
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, 1}, {1, 3}}); }) == jet::Fault::duplicate);
-    QVERIFY(faultOf([&] { fixture.table->update(first, {{1, 3}}); }) == jet::Fault::duplicate);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, 1}, {1, 3}}); }), jet::Fault::duplicate);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(first, {{1, 3}}); }), jet::Fault::duplicate);
     fixture.table->update(second, {{1, 3}}); // its own key is no other row's
     fixture.table->insert({{0, 1}});
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, 1}}); }) == jet::Fault::duplicate);
-    QCOMPARE(fixture.table->rowCount(), 3u);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, 1}}); }), jet::Fault::duplicate);
+    ASSERT_EQ(fixture.table->rowCount(), 3U);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::lettersThatDifferInCaseAreOneKey()
+TEST(TableRules, lettersThatDifferInCaseAreOneKey)
 {
     Fixture fixture({{.name = u"Ad", .type = ColumnType::text, .size = 20}},
                     {{.name = u"Ad", .columns = {{u"Ad", true}}, .unique = true}});
     fixture.table->insert({{0, u"sınır"}});
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, u"SINIR"}}); }) == jet::Fault::duplicate);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, u"SINIR"}}); }), jet::Fault::duplicate);
     fixture.table->insert({{0, u"SİNİR"}});
-    QCOMPARE(fixture.table->rowCount(), 2u);
+    ASSERT_EQ(fixture.table->rowCount(), 2U);
 }
 
-void TableRules::rowsWithoutAnyKeyFieldDoNotCollide()
+TEST(TableRules, rowsWithoutAnyKeyFieldDoNotCollide)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}, {.name = u"B", .type = ColumnType::longInteger}},
                     {{.name = u"AB", .columns = {{u"A", true}, {u"B", true}}, .unique = true}});
     fixture.table->insert({});
     fixture.table->insert({});
-    QCOMPARE(fixture.table->rowCount(), 2u);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.table->rowCount(), 2U);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::anIgnoreNullsIndexLeavesEmptyRowsOut()
+TEST(TableRules, anIgnoreNullsIndexLeavesEmptyRowsOut)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}},
                     {{.name = u"A", .columns = {{u"A", true}}, .ignoreNulls = true}});
     const jet::Index& index = fixture.table->indexes().front();
     const jet::RowId empty = fixture.table->insert({});
     fixture.table->insert({{0, 5}});
-    QCOMPARE(fixture.table->range(index, {}, {}).size(), std::size_t(1));
+    ASSERT_EQ(fixture.table->range(index, {}, {}).size(), 1U);
     fixture.table->update(empty, {{0, 1}});
-    QCOMPARE(fixture.table->range(index, {}, {}).size(), std::size_t(2));
+    ASSERT_EQ(fixture.table->range(index, {}, {}).size(), 2U);
     fixture.table->update(empty, {{0, Value()}});
     fixture.table->erase(empty);
-    QCOMPARE(fixture.table->range(index, {}, {}).size(), std::size_t(1));
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.table->range(index, {}, {}).size(), 1U);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::aRefusedChangeLeavesEveryByte()
+TEST(TableRules, aRefusedChangeLeavesEveryByte)
 {
     Fixture fixture(rows::everyType(), rows::someIndexes());
     const jet::RowId id = fixture.table->insert({{0, 1}, {10, std::u16string(1000, u'x')}});
-    const QByteArray before = fixture.allBytes();
-    QVERIFY(faultOf([&] {
-                fixture.table->insert({{0, 1}, {10, std::u16string(500, u'y')}});
-            }) == jet::Fault::duplicate);
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{10, Value()}, {0, Value()}}); }) == jet::Fault::required);
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{10, Value()}, {2, 300}}); }) == jet::Fault::badValue);
-    QVERIFY(faultOf([&] { fixture.table->update({id.page, 77}, {{2, 3}}); }) == jet::Fault::noSuchRow);
-    QVERIFY(faultOf([&] { fixture.table->erase({id.page + 1, 0}); }) == jet::Fault::noSuchRow);
-    QVERIFY(fixture.allBytes() == before);
+    const jet::Bytes before = fixture.allBytes();
+    ASSERT_EQ(faultOf([&] {
+                  fixture.table->insert({{0, 1}, {10, std::u16string(500, u'y')}});
+              }),
+              jet::Fault::duplicate);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{10, Value()}, {0, Value()}}); }), jet::Fault::required);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{10, Value()}, {2, 300}}); }), jet::Fault::badValue);
+    ASSERT_EQ(faultOf([&] { fixture.table->update({id.page, 77}, {{2, 3}}); }), jet::Fault::noSuchRow);
+    ASSERT_EQ(faultOf([&] { fixture.table->erase({id.page + 1, 0}); }), jet::Fault::noSuchRow);
+    ASSERT_EQ(fixture.allBytes(), before);
 }
 
-void TableRules::aRefusedChangeLeavesTheOpenTransactionAsItWas()
+TEST(TableRules, aRefusedChangeLeavesTheOpenTransactionAsItWas)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}},
                     {{.name = u"A", .columns = {{u"A", true}}, .unique = true}});
     jet::Transaction change(fixture.database->pager());
     fixture.table->insert({{0, 1}});
-    QVERIFY(faultOf([&] { fixture.table->insert({{0, 1}}); }) == jet::Fault::duplicate);
+    ASSERT_EQ(faultOf([&] { fixture.table->insert({{0, 1}}); }), jet::Fault::duplicate);
     fixture.table->insert({{0, 2}});
     change.commit();
-    QCOMPARE(fixture.table->rowCount(), 2u);
+    ASSERT_EQ(fixture.table->rowCount(), 2U);
 }
 
-void TableRules::movedRowsKeepTheirPlace()
+TEST(TableRules, movedRowsKeepTheirPlace)
 {
     Fixture fixture(
         {{.name = u"No", .type = ColumnType::longInteger}, {.name = u"Ad", .type = ColumnType::text, .size = 255}},
@@ -395,8 +381,8 @@ void TableRules::movedRowsKeepTheirPlace()
             at += same ? 1 : 1000;
             return true;
         });
-        QCOMPARE(at, 100);
-        QCOMPARE(fixture.faults(), QByteArray());
+        ASSERT_EQ(at, 100);
+        ASSERT_EQ(fixture.faults(), "");
     };
     for (const std::size_t length : {250, 255, 10, 200, 0}) {
         const std::u16string text(length, u'ş');
@@ -404,25 +390,25 @@ void TableRules::movedRowsKeepTheirPlace()
         check(text);
     }
     for (const jet::RowId id : ids) fixture.table->erase(id);
-    QCOMPARE(fixture.table->rowCount(), 0u);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.table->rowCount(), 0U);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::longTextsLeaveTheRowAndComeBack()
+TEST(TableRules, longTextsLeaveTheRowAndComeBack)
 {
     Fixture fixture({{.name = u"Not", .type = ColumnType::memo}});
     for (const std::size_t length : {0, 1, 30, 62, 63, 64, 65, 1000, 2037}) {
         const std::u16string text(length, u'ğ');
         const jet::RowId id = fixture.table->insert({{0, text}});
-        QVERIFY(fixture.field(id, 0) == Value(text));
+        ASSERT_EQ(fixture.field(id, 0), Value(text));
         std::u16string read;
-        QVERIFY(fixture.table->row(id)->text(0, read));
-        QCOMPARE(read, text);
+        ASSERT_TRUE(fixture.table->row(id)->text(0, read));
+        ASSERT_EQ(read, text);
     }
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::deletingGivesLongTextsPagesBack()
+TEST(TableRules, deletingGivesLongTextsPagesBack)
 {
     Fixture fixture({{.name = u"Not", .type = ColumnType::memo}});
     const auto fill = [&] {
@@ -437,40 +423,40 @@ void TableRules::deletingGivesLongTextsPagesBack()
     fill();
     fixture.table->eraseAll();
     fill();
-    QCOMPARE(fixture.database->pager().pageCount(), pages);
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.database->pager().pageCount(), pages);
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::deletedRowsAreGone()
+TEST(TableRules, deletedRowsAreGone)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}});
     const jet::RowId id = fixture.table->insert({{0, 1}});
     fixture.table->erase(id);
-    QVERIFY(!fixture.table->row(id).has_value());
-    QVERIFY(faultOf([&] { fixture.table->erase(id); }) == jet::Fault::noSuchRow);
-    QVERIFY(faultOf([&] { fixture.table->update(id, {{0, 2}}); }) == jet::Fault::noSuchRow);
-    QVERIFY(!fixture.table->row({0, 0}).has_value());
-    QVERIFY(!fixture.table->row({1, 0}).has_value());
-    QVERIFY(!fixture.table->row({99999, 0}).has_value());
+    ASSERT_FALSE(fixture.table->row(id).has_value());
+    ASSERT_EQ(faultOf([&] { fixture.table->erase(id); }), jet::Fault::noSuchRow);
+    ASSERT_EQ(faultOf([&] { fixture.table->update(id, {{0, 2}}); }), jet::Fault::noSuchRow);
+    ASSERT_FALSE(fixture.table->row({0, 0}).has_value());
+    ASSERT_FALSE(fixture.table->row({1, 0}).has_value());
+    ASSERT_FALSE(fixture.table->row({99999, 0}).has_value());
 }
 
-void TableRules::aNewRowNeverTakesADeletedRowsPlace()
+TEST(TableRules, aNewRowNeverTakesADeletedRowsPlace)
 {
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}});
     std::set<jet::RowId> seen;
     for (int i = 0; i < 600; ++i) {
         const jet::RowId id = fixture.table->insert({{0, i}});
-        QVERIFY(seen.insert(id).second);
+        ASSERT_TRUE(seen.insert(id).second);
         if (i % 100 == 99) {
             fixture.table->eraseAll();
         } else {
             fixture.table->erase(id);
         }
     }
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::emptyingTheTableLeavesNothing()
+TEST(TableRules, emptyingTheTableLeavesNothing)
 {
     Fixture fixture(rows::everyType(), rows::someIndexes());
     rows::Maker maker(12);
@@ -482,41 +468,46 @@ void TableRules::emptyingTheTableLeavesNothing()
         fixture.table->insert(values);
     }
     fixture.table->eraseAll();
-    QCOMPARE(fixture.table->rowCount(), 0u);
+    ASSERT_EQ(fixture.table->rowCount(), 0U);
     fixture.table->forEachRow([](jet::RowId, const jet::RowView&) {
-        QTest::qFail("a row is left", __FILE__, __LINE__);
+        ADD_FAILURE() << "a row is left";
         return true;
     });
     for (const jet::Index& index : fixture.table->indexes()) {
-        QVERIFY(fixture.table->range(index, {}, {}).empty());
+        ASSERT_TRUE(fixture.table->range(index, {}, {}).empty());
     }
-    QVERIFY(fixture.field(fixture.table->insert({}), 0) == Value(301));
-    QCOMPARE(fixture.faults(), QByteArray());
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(301));
+    ASSERT_EQ(fixture.faults(), "");
 }
 
-void TableRules::rangesFollowTheIndex_data()
+struct TableRulesRangeRow {
+    bool ascending;
+    std::optional<int> low;
+    std::optional<int> high;
+    std::vector<int> found; // 0 stands for Null
+};
+class TableRulesRange : public TableTest<TableRulesRangeRow> {};
+
+RowTable<TableRulesRangeRow> tableRulesRange()
 {
-    QTest::addColumn<bool>("ascending");
-    QTest::addColumn<std::optional<int>>("low");
-    QTest::addColumn<std::optional<int>>("high");
-    QTest::addColumn<std::vector<int>>("found"); // 0 stands for Null
+    RowTable<TableRulesRangeRow> table;
     const std::optional<int> open;
-    QTest::newRow("both ends") << true << std::optional(2) << std::optional(3) << std::vector{2, 2, 3};
-    QTest::newRow("open above") << true << std::optional(3) << open << std::vector{3, 5};
-    QTest::newRow("open below") << true << open << std::optional(2) << std::vector{0, 1, 2, 2};
-    QTest::newRow("everything") << true << open << open << std::vector{0, 1, 2, 2, 3, 5};
-    QTest::newRow("nothing there") << true << std::optional(4) << std::optional(4) << std::vector<int>{};
-    QTest::newRow("descending, both ends") << false << std::optional(2) << std::optional(3) << std::vector{3, 2, 2};
-    QTest::newRow("descending, open above") << false << std::optional(3) << open << std::vector{5, 3};
-    QTest::newRow("descending, open below") << false << open << std::optional(2) << std::vector{2, 2, 1, 0};
+    table.push_back({"both ends", {true, std::optional(2), std::optional(3), std::vector{2, 2, 3}}});
+    table.push_back({"open above", {true, std::optional(3), open, std::vector{3, 5}}});
+    table.push_back({"open below", {true, open, std::optional(2), std::vector{0, 1, 2, 2}}});
+    table.push_back({"everything", {true, open, open, std::vector{0, 1, 2, 2, 3, 5}}});
+    table.push_back({"nothing there", {true, std::optional(4), std::optional(4), std::vector<int>{}}});
+    table.push_back({"descending, both ends", {false, std::optional(2), std::optional(3), std::vector{3, 2, 2}}});
+    table.push_back({"descending, open above", {false, std::optional(3), open, std::vector{5, 3}}});
+    table.push_back({"descending, open below", {false, open, std::optional(2), std::vector{2, 2, 1, 0}}});
+    return table;
 }
 
-void TableRules::rangesFollowTheIndex()
+INSTANTIATE_TEST_SUITE_P(, TableRulesRange, testing::ValuesIn(tableRulesRange()), RowName());
+
+TEST_P(TableRulesRange, rangesFollowTheIndex)
 {
-    QFETCH(bool, ascending);
-    QFETCH(std::optional<int>, low);
-    QFETCH(std::optional<int>, high);
-    QFETCH(std::vector<int>, found);
+    const auto& [ascending, low, high, found] = row();
     Fixture fixture({{.name = u"A", .type = ColumnType::longInteger}, {.name = u"B", .type = ColumnType::longInteger}},
                     {{.name = u"AB", .columns = {{u"A", ascending}, {u"B", true}}}});
     for (const int a : {5, 2, 0, 3, 2, 1}) fixture.table->insert({{0, a == 0 ? Value() : Value(a)}, {1, 100 - a}});
@@ -525,10 +516,10 @@ void TableRules::rangesFollowTheIndex()
     for (const jet::RowId id : fixture.table->range(fixture.table->indexes().front(), bound(low), bound(high))) {
         values.push_back(int(fixture.table->row(id)->number(0).value_or(0)));
     }
-    QCOMPARE(values, found);
+    ASSERT_EQ(values, found);
 }
 
-void TableRules::aStaleRowCountIsPutRightByTheFirstWrite()
+TEST(TableRules, aStaleRowCountIsPutRightByTheFirstWrite)
 {
     files::MemoryDisk disk;
     jet::PageNo definition = 0;
@@ -543,18 +534,17 @@ void TableRules::aStaleRowCountIsPutRightByTheFirstWrite()
     disk.content(path)[definition * jet::pageSize + 16] = 77;
     const auto database = jet::Database::open(disk, path);
     jet::Table& table = database->table(u"Deneme");
-    QCOMPARE(table.rowCount(), 77u);
+    ASSERT_EQ(table.rowCount(), 77U);
     {
         jet::Transaction takenBack(database->pager());
         table.insert({{0, 5}});
-        QCOMPARE(table.rowCount(), 6u);
+        ASSERT_EQ(table.rowCount(), 6U);
     }
-    QCOMPARE(table.rowCount(), 77u);
+    ASSERT_EQ(table.rowCount(), 77U);
     table.insert({{0, 5}});
-    QCOMPARE(table.rowCount(), 6u);
+    ASSERT_EQ(table.rowCount(), 6U);
     table.insert({{0, 6}});
-    QCOMPARE(table.rowCount(), 7u);
+    ASSERT_EQ(table.rowCount(), 7U);
 }
 
-QTEST_GUILESS_MAIN(TableRules)
-#include "table_rules.moc"
+} // namespace

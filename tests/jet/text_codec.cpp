@@ -1,41 +1,23 @@
 #include "store/jet/values/text_codec.h"
+#include "tests/support/bytes.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
 namespace {
 
-jet::Bytes bytes(const char* digits)
-{
-    const QByteArray raw = QByteArray::fromHex(digits);
-    return {raw.begin(), raw.end()};
-}
-
-QByteArray digits(const jet::Bytes& bytes)
-{
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())).toHex();
-}
-
-} // namespace
-
-class TextCodec : public QObject {
-    Q_OBJECT
-private slots:
-    void textIsStoredAsThePlatformStoresIt_data();
-    void textIsStoredAsThePlatformStoresIt();
-    void everyStoredFormIsRead_data();
-    void everyStoredFormIsRead();
-    void aTextWithoutAnyFormIsRefused();
-    void everyUnitComesBack_data();
-    void everyUnitComesBack();
+struct TextCodecStoredRow {
+    std::u16string text;
+    bool compressible;
+    std::string stored;
 };
+class TextCodecStored : public TableTest<TextCodecStoredRow> {};
 
-void TextCodec::textIsStoredAsThePlatformStoresIt_data()
+RowTable<TextCodecStoredRow> textCodecStored()
 {
-    QTest::addColumn<std::u16string>("text");
-    QTest::addColumn<bool>("compressible");
-    QTest::addColumn<QByteArray>("stored");
-    const auto row = [](const char* name, const std::u16string& text, bool compressible, const char* hex) {
-        QTest::newRow(name) << text << compressible << QByteArray(hex).replace(' ', "").toLower();
+    RowTable<TextCodecStoredRow> table;
+    const auto row = [&table](const char* name, const std::u16string& text, bool compressible, const char* hex) {
+        table.push_back({name, {text, compressible, plainHex(hex)}});
     };
     row("empty", u"", true, "");
     row("two letters stay plain", u"Al", true, "41006C00");
@@ -47,61 +29,73 @@ void TextCodec::textIsStoredAsThePlatformStoresIt_data()
     row("longer than plain", u"\u015F\u0131\u011F", true, "5F0131011F01");
     row("a unit that ends in 00", u"abcd\u0100", true, "61006200630064000001");
     row("a mark that looks compressed", u"\uFEFFab", false, "FFFE 00 FFFE 00 6162");
+    return table;
 }
 
-void TextCodec::textIsStoredAsThePlatformStoresIt()
+INSTANTIATE_TEST_SUITE_P(, TextCodecStored, testing::ValuesIn(textCodecStored()), RowName());
+
+TEST_P(TextCodecStored, textIsStoredAsThePlatformStoresIt)
 {
-    QFETCH(std::u16string, text);
-    QFETCH(bool, compressible);
-    QFETCH(QByteArray, stored);
+    const auto& [text, compressible, stored] = row();
     const auto encoded = jet::encodeText(text, compressible);
-    QVERIFY(encoded.has_value());
-    QCOMPARE(digits(*encoded), stored);
+    ASSERT_TRUE(encoded.has_value());
+    ASSERT_EQ(hexOf(*encoded), stored);
     std::u16string back;
     jet::decodeText(*encoded, back);
-    QCOMPARE(back, text);
+    ASSERT_EQ(back, text);
 }
 
-void TextCodec::everyStoredFormIsRead_data()
+struct TextCodecReadRow {
+    std::string stored;
+    std::u16string text;
+};
+class TextCodecRead : public TableTest<TextCodecReadRow> {};
+
+RowTable<TextCodecReadRow> textCodecRead()
 {
-    QTest::addColumn<QByteArray>("stored");
-    QTest::addColumn<std::u16string>("text");
-    QTest::newRow("nothing") << QByteArray("") << std::u16string();
-    QTest::newRow("half a unit is left out") << QByteArray("4100 42") << std::u16string(u"A");
-    QTest::newRow("compressed, nothing behind the mark") << QByteArray("FFFE") << std::u16string();
-    QTest::newRow("compressed, ends inside a pair") << QByteArray("FFFE 41 00 5F") << std::u16string(u"A");
-    QTest::newRow("two changes of mode in a row") << QByteArray("FFFE 41 00 00 42") << std::u16string(u"AB");
-    QTest::newRow("lone surrogate") << QByteArray("00D8") << std::u16string(1, char16_t(0xD800));
+    return {
+        {"nothing", {"", u""}},
+        {"half a unit is left out", {"4100 42", u"A"}},
+        {"compressed, nothing behind the mark", {"FFFE", u""}},
+        {"compressed, ends inside a pair", {"FFFE 41 00 5F", u"A"}},
+        {"two changes of mode in a row", {"FFFE 41 00 00 42", u"AB"}},
+        {"lone surrogate", {"00D8", std::u16string(1, char16_t(0xD800))}},
+    };
 }
 
-void TextCodec::everyStoredFormIsRead()
+INSTANTIATE_TEST_SUITE_P(, TextCodecRead, testing::ValuesIn(textCodecRead()), RowName());
+
+TEST_P(TextCodecRead, everyStoredFormIsRead)
 {
-    QFETCH(QByteArray, stored);
-    QFETCH(std::u16string, text);
+    const auto& [stored, text] = row();
     std::u16string back = u"before";
-    jet::decodeText(bytes(stored.constData()), back);
-    QCOMPARE(back, text);
+    jet::decodeText(bytesOf(stored), back);
+    ASSERT_EQ(back, text);
 }
 
-void TextCodec::aTextWithoutAnyFormIsRefused() { QVERIFY(!jet::encodeText(u"\uFEFFa\u0100", true)); }
+TEST(TextCodec, aTextWithoutAnyFormIsRefused) { ASSERT_FALSE(jet::encodeText(u"\uFEFFa\u0100", true)); }
 
-void TextCodec::everyUnitComesBack_data()
+class TextCodecUnits : public TableTest<bool> {};
+
+RowTable<bool> textCodecUnits()
 {
-    QTest::addColumn<bool>("compressible");
-    QTest::newRow("compressed where possible") << true;
-    QTest::newRow("plain") << false;
+    return {
+        {"compressed where possible", true},
+        {"plain", false},
+    };
 }
 
-void TextCodec::everyUnitComesBack()
+INSTANTIATE_TEST_SUITE_P(, TextCodecUnits, testing::ValuesIn(textCodecUnits()), RowName());
+
+TEST_P(TextCodecUnits, everyUnitComesBack)
 {
-    QFETCH(bool, compressible);
+    const bool compressible = row();
     std::u16string back;
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
         const std::u16string text{u'a', char16_t(unit), u'b', u'c'};
         jet::decodeText(jet::encodeText(text, compressible).value(), back);
-        QVERIFY2(back == text, qPrintable(QString::number(unit, 16)));
+        ASSERT_EQ(back, text) << std::hex << unit;
     }
 }
 
-QTEST_GUILESS_MAIN(TextCodec)
-#include "text_codec.moc"
+} // namespace

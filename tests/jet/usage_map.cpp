@@ -1,12 +1,12 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
 #include "store/jet/pages/usage_map.h"
 
 #include "store/jet/format/doors.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/power_cut_disk.h"
+#include "tests/support/fault.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <optional>
@@ -18,16 +18,6 @@ using namespace jet;
 namespace {
 
 const std::filesystem::path file = "Yag.mdb";
-
-template <class Action> std::optional<Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.fault();
-    }
-    return {};
-}
 
 /// A database open for changes, as long as the object lives.
 struct Opened {
@@ -75,71 +65,43 @@ bool freeFieldHolds(Pager& pager, PageNo number)
     return getU16(&page[2]) == getU16(&page[14 + 2 * (rows - 1)]) - (14 + 2 * rows);
 }
 
-} // namespace
-
-class UsageMapTest : public QObject {
-    Q_OBJECT
-private slots:
-    void lowestFreePageIsTakenAndZeroed();
-    void freedPageIsTakenAgain();
-    void takenPagesComeBackWithARollback();
-    void freedPageKeepsItsTombstone();
-    void secondFreeIsDamage();
-    void freeMapGrowsInStepsOf32Pages_data();
-    void freeMapGrowsInStepsOf32Pages();
-    void everyPageHasOneUseInAVeryLargeFile();
-    void mapFollowsARandomHistory_data();
-    void mapFollowsARandomHistory();
-    void farPageRebasesAnInlineMap();
-    void widerSpreadTurnsAMapIntoAReference();
-    void clearingNeverShrinksAMap();
-    void bitsPastTheEndAreLeftOut();
-    void freeMapOfAnotherProgramMayStartHigher();
-    void mapOfAnotherProgramMayStartAnywhere();
-    void pagesReservedPastTheEndAreSkipped();
-    void damagedMapsAreNamed_data();
-    void damagedMapsAreNamed();
-    void freeMapThatOffersTheHeaderIsDamage();
-    void freeMapFarPastTheEndIsDamage();
-};
-
-void UsageMapTest::lowestFreePageIsTakenAndZeroed()
+TEST(UsageMap, lowestFreePageIsTakenAndZeroed)
 {
     auto content = blankFile(20);
     content[4096 + 0x0FBB + 5 + 1] |= 1; // page 8 is free
     std::fill_n(content.begin() + 8 * 4096, 4096, std::uint8_t{0xEE});
     Opened db(content);
-    QCOMPARE(allocatePage(*db.pager), 8U);
-    QVERIFY(std::ranges::all_of(db.pager->read(8), [](std::uint8_t byte) { return byte == 0; }));
-    QCOMPARE(allocatePage(*db.pager), 20U);
-    QCOMPARE(allocatePage(*db.pager), 21U);
-    QCOMPARE(db.pager->pageCount(), 22U);
-    QCOMPARE(mapPages(*db.pager, freeMap), std::vector<PageNo>());
+    ASSERT_EQ(allocatePage(*db.pager), 8U);
+    ASSERT_TRUE(std::ranges::all_of(db.pager->read(8), [](std::uint8_t byte) { return byte == 0; }));
+    ASSERT_EQ(allocatePage(*db.pager), 20U);
+    ASSERT_EQ(allocatePage(*db.pager), 21U);
+    ASSERT_EQ(db.pager->pageCount(), 22U);
+    ASSERT_EQ(mapPages(*db.pager, freeMap), std::vector<PageNo>());
 }
 
-void UsageMapTest::freedPageIsTakenAgain()
+TEST(UsageMap, freedPageIsTakenAgain)
 {
     Opened db;
-    for (PageNo page = 16; page < 40; ++page) QCOMPARE(allocatePage(*db.pager), page);
+    for (PageNo page = 16; page < 40; ++page) ASSERT_EQ(allocatePage(*db.pager), page);
     freePage(*db.pager, 30);
     freePage(*db.pager, 17);
-    QCOMPARE(mapPages(*db.pager, freeMap), (std::vector<PageNo>{17, 30}));
-    QCOMPARE(allocatePage(*db.pager), 17U);
-    QCOMPARE(allocatePage(*db.pager), 30U);
-    QCOMPARE(allocatePage(*db.pager), 40U);
+    ASSERT_EQ(mapPages(*db.pager, freeMap), (std::vector<PageNo>{17, 30}));
+    ASSERT_EQ(allocatePage(*db.pager), 17U);
+    ASSERT_EQ(allocatePage(*db.pager), 30U);
+    ASSERT_EQ(allocatePage(*db.pager), 40U);
 }
 
-void UsageMapTest::takenPagesComeBackWithARollback()
+TEST(UsageMap, takenPagesComeBackWithARollback)
 {
     Opened db;
     for (int i = 0; i < 1000; ++i) allocatePage(*db.pager);
     db.pager->rollback();
-    QCOMPARE(db.pager->pageCount(), 16U);
+    ASSERT_EQ(db.pager->pageCount(), 16U);
     Transaction again(*db.pager);
-    QCOMPARE(allocatePage(*db.pager), 16U);
+    ASSERT_EQ(allocatePage(*db.pager), 16U);
 }
 
-void UsageMapTest::freedPageKeepsItsTombstone()
+TEST(UsageMap, freedPageKeepsItsTombstone)
 {
     Opened db;
     const PageNo blank = allocatePage(*db.pager);
@@ -149,47 +111,54 @@ void UsageMapTest::freedPageKeepsItsTombstone()
         freePage(*db.pager, page, page == table ? PageType::droppedTable : PageType::blank);
     }
     const auto head = [&](PageNo page) { return getU32(db.pager->read(page).data()); };
-    QCOMPARE(head(blank), 0U);
-    QCOMPARE(head(table), 0x02020208U);
+    ASSERT_EQ(head(blank), 0U);
+    ASSERT_EQ(head(table), 0x02020208U);
 }
 
-void UsageMapTest::secondFreeIsDamage()
+TEST(UsageMap, secondFreeIsDamage)
 {
     Opened db;
     const PageNo page = allocatePage(*db.pager);
     freePage(*db.pager, page);
-    QCOMPARE(faultOf([&] { freePage(*db.pager, page); }), Fault::damaged);
-    QCOMPARE(faultOf([&] { freePage(*db.pager, 0); }), Fault::damaged);
-    QCOMPARE(faultOf([&] { freePage(*db.pager, 1); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { freePage(*db.pager, page); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { freePage(*db.pager, 0); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { freePage(*db.pager, 1); }), Fault::damaged);
 }
 
-void UsageMapTest::freeMapGrowsInStepsOf32Pages_data()
+struct UsageMapGrowthRow {
+    PageNo pages;
+    std::size_t length;
+};
+class UsageMapGrowth : public TableTest<UsageMapGrowthRow> {};
+
+RowTable<UsageMapGrowthRow> usageMapGrowth()
 {
-    // Sizes of files that the platform itself made.
-    QTest::addColumn<PageNo>("pages");
-    QTest::addColumn<std::size_t>("length");
-    QTest::newRow("new") << PageNo{512} << std::size_t{69};
-    QTest::newRow("743 pages") << PageNo{743} << std::size_t{101};
-    QTest::newRow("772 pages") << PageNo{772} << std::size_t{105};
-    QTest::newRow("1006 pages") << PageNo{1006} << std::size_t{133};
-    QTest::newRow("longest inline") << PageNo{32032} << std::size_t{4009};
+    return {
+        // Sizes of files that the platform itself made.
+        {"new", {PageNo{512}, 69}},
+        {"743 pages", {PageNo{743}, 101}},
+        {"772 pages", {PageNo{772}, 105}},
+        {"1006 pages", {PageNo{1006}, 133}},
+        {"longest inline", {PageNo{32032}, 4009}},
+    };
 }
 
-void UsageMapTest::freeMapGrowsInStepsOf32Pages()
+INSTANTIATE_TEST_SUITE_P(, UsageMapGrowth, testing::ValuesIn(usageMapGrowth()), RowName());
+
+TEST_P(UsageMapGrowth, freeMapGrowsInStepsOf32Pages)
 {
-    QFETCH(PageNo, pages);
-    QFETCH(std::size_t, length);
+    const auto& [pages, length] = row();
     Opened db;
-    for (PageNo page = 16; page < pages; ++page) QCOMPARE(allocatePage(*db.pager), page);
-    QCOMPARE(rowLength(*db.pager, freeMap), length);
-    QVERIFY(!isReference(*db.pager, freeMap));
-    QVERIFY(freeFieldHolds(*db.pager, 1));
+    for (PageNo page = 16; page < pages; ++page) ASSERT_EQ(allocatePage(*db.pager), page);
+    ASSERT_EQ(rowLength(*db.pager, freeMap), length);
+    ASSERT_FALSE(isReference(*db.pager, freeMap));
+    ASSERT_TRUE(freeFieldHolds(*db.pager, 1));
     const MapRef second{1, 1};
-    QCOMPARE(rowLength(*db.pager, second), std::size_t{69});
-    QCOMPARE(mapPages(*db.pager, second), std::vector<PageNo>());
+    ASSERT_EQ(rowLength(*db.pager, second), 69U);
+    ASSERT_EQ(mapPages(*db.pager, second), std::vector<PageNo>());
 }
 
-void UsageMapTest::everyPageHasOneUseInAVeryLargeFile()
+TEST(UsageMap, everyPageHasOneUseInAVeryLargeFile)
 {
     Opened db;
     Pager& pager = *db.pager;
@@ -201,9 +170,9 @@ void UsageMapTest::everyPageHasOneUseInAVeryLargeFile()
         mapSet(pager, owned, page);
         if (i % 3 == 0) mapSet(pager, room, page);
     }
-    QVERIFY(isReference(pager, freeMap));
-    QVERIFY(isReference(pager, owned));
-    QVERIFY(pager.pageCount() > 70000);
+    ASSERT_TRUE(isReference(pager, freeMap));
+    ASSERT_TRUE(isReference(pager, owned));
+    ASSERT_GT(pager.pageCount(), 70000);
 
     std::vector<int> uses(pager.pageCount());
     for (PageNo page = 0; page < 16; ++page) ++uses[page];
@@ -211,42 +180,47 @@ void UsageMapTest::everyPageHasOneUseInAVeryLargeFile()
     for (const auto& map : {freeMap, owned, room})
         for (const PageNo page : mapBitmapPages(pager, map)) ++uses[page];
     const auto pages = mapPages(pager, owned);
-    QCOMPARE(pages.size(), std::size_t{70000});
-    QVERIFY(std::ranges::is_sorted(pages));
+    ASSERT_EQ(pages.size(), 70000U);
+    ASSERT_TRUE(std::ranges::is_sorted(pages));
     for (const PageNo page : pages) {
         ++uses[page];
-        QCOMPARE(pager.read(page)[0], 1);
+        ASSERT_EQ(pager.read(page)[0], 1);
     }
     for (const PageNo page : mapPages(pager, freeMap)) ++uses[page];
-    QVERIFY(std::ranges::all_of(uses, [](int n) { return n == 1; }));
+    ASSERT_TRUE(std::ranges::all_of(uses, [](int n) { return n == 1; }));
     const auto withRoom = mapPages(pager, room);
-    QVERIFY(std::ranges::includes(pages, withRoom));
-    QCOMPARE(withRoom.size(), std::size_t{23334});
+    ASSERT_TRUE(std::ranges::includes(pages, withRoom));
+    ASSERT_EQ(withRoom.size(), 23334U);
 
     // It all can be given back and taken again, in order.
     for (std::size_t i = 0; i < pages.size(); i += 2) {
         mapClear(pager, owned, pages[i]);
         freePage(pager, pages[i]);
     }
-    QCOMPARE(mapPages(pager, owned).size(), std::size_t{35000});
-    for (std::size_t i = 0; i < pages.size(); i += 2) QCOMPARE(allocatePage(pager), pages[i]);
+    ASSERT_EQ(mapPages(pager, owned).size(), 35000U);
+    for (std::size_t i = 0; i < pages.size(); i += 2) ASSERT_EQ(allocatePage(pager), pages[i]);
 }
 
-void UsageMapTest::mapFollowsARandomHistory_data()
+struct UsageMapHistoryRow {
+    PageNo from;
+    PageNo to;
+};
+class UsageMapHistory : public TableTest<UsageMapHistoryRow> {};
+
+RowTable<UsageMapHistoryRow> usageMapHistory()
 {
-    QTest::addColumn<PageNo>("from");
-    QTest::addColumn<PageNo>("to");
-    QTest::newRow("low pages") << PageNo{20} << PageNo{400};
-    QTest::newRow("narrow and high") << PageNo{33000} << PageNo{33500};
-    QTest::newRow("just too wide") << PageNo{1000} << PageNo{1521};
-    QTest::newRow("over two bitmaps") << PageNo{32000} << PageNo{34000};
-    QTest::newRow("whole file") << PageNo{2} << PageNo{39000};
+    return {
+        {"low pages", {PageNo{20}, PageNo{400}}},        {"narrow and high", {PageNo{33000}, PageNo{33500}}},
+        {"just too wide", {PageNo{1000}, PageNo{1521}}}, {"over two bitmaps", {PageNo{32000}, PageNo{34000}}},
+        {"whole file", {PageNo{2}, PageNo{39000}}},
+    };
 }
 
-void UsageMapTest::mapFollowsARandomHistory()
+INSTANTIATE_TEST_SUITE_P(, UsageMapHistory, testing::ValuesIn(usageMapHistory()), RowName());
+
+TEST_P(UsageMapHistory, mapFollowsARandomHistory)
 {
-    QFETCH(PageNo, from);
-    QFETCH(PageNo, to);
+    const auto& [from, to] = row();
     for (unsigned seed = 1; seed <= 2; ++seed) {
         Opened db;
         Pager& pager = *db.pager;
@@ -263,46 +237,46 @@ void UsageMapTest::mapFollowsARandomHistory()
                 mapClear(pager, map, page);
                 model.erase(page);
             }
-            QVERIFY(mapHas(pager, map, page) == model.contains(page));
+            ASSERT_EQ(mapHas(pager, map, page), model.contains(page));
         }
-        QCOMPARE(mapPages(pager, map), std::vector<PageNo>(model.begin(), model.end()));
-        for (const std::uint8_t other : {2, 4}) QCOMPARE(mapPages(pager, {other, map.page}), std::vector<PageNo>());
-        QVERIFY(freeFieldHolds(pager, map.page));
+        ASSERT_EQ(mapPages(pager, map), std::vector<PageNo>(model.begin(), model.end()));
+        for (const std::uint8_t other : {2, 4}) ASSERT_EQ(mapPages(pager, {other, map.page}), std::vector<PageNo>());
+        ASSERT_TRUE(freeFieldHolds(pager, map.page));
     }
 }
 
-void UsageMapTest::farPageRebasesAnInlineMap()
+TEST(UsageMap, farPageRebasesAnInlineMap)
 {
     Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 921);
-    QVERIFY(!isReference(*db.pager, map));
+    ASSERT_FALSE(isReference(*db.pager, map));
     const auto page = db.pager->read(map.page);
-    QCOMPARE(getU32(&page[4096 - 69 + 1]), 920U);
+    ASSERT_EQ(getU32(&page[4096 - 69 + 1]), 920U);
     mapSet(*db.pager, map, 916);
-    QCOMPARE(getU32(&page[4096 - 69 + 1]), 912U);
-    QCOMPARE(mapPages(*db.pager, map), (std::vector<PageNo>{916, 921}));
+    ASSERT_EQ(getU32(&page[4096 - 69 + 1]), 912U);
+    ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{916, 921}));
 }
 
-void UsageMapTest::widerSpreadTurnsAMapIntoAReference()
+TEST(UsageMap, widerSpreadTurnsAMapIntoAReference)
 {
     Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 100);
-    QVERIFY(mapBitmapPages(*db.pager, map).empty());
+    ASSERT_TRUE(mapBitmapPages(*db.pager, map).empty());
     mapSet(*db.pager, map, 900);
-    QVERIFY(isReference(*db.pager, map));
-    QCOMPARE(rowLength(*db.pager, map), std::size_t{69});
-    QCOMPARE(mapPages(*db.pager, map), (std::vector<PageNo>{100, 900}));
+    ASSERT_TRUE(isReference(*db.pager, map));
+    ASSERT_EQ(rowLength(*db.pager, map), 69U);
+    ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{100, 900}));
     const auto bitmaps = mapBitmapPages(*db.pager, map);
-    QCOMPARE(bitmaps.size(), std::size_t{1});
-    QCOMPARE(getU32(db.pager->read(bitmaps[0]).data()), 0x00000105U);
-    QVERIFY(!mapHas(*db.pager, freeMap, bitmaps[0]));
+    ASSERT_EQ(bitmaps.size(), 1U);
+    ASSERT_EQ(getU32(db.pager->read(bitmaps[0]).data()), 0x00000105U);
+    ASSERT_FALSE(mapHas(*db.pager, freeMap, bitmaps[0]));
 }
 
-void UsageMapTest::clearingNeverShrinksAMap()
+TEST(UsageMap, clearingNeverShrinksAMap)
 {
     Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
@@ -312,20 +286,20 @@ void UsageMapTest::clearingNeverShrinksAMap()
     mapClear(*db.pager, map, 100);
     mapClear(*db.pager, map, 900);
     mapClear(*db.pager, map, 35000); // lies in no bitmap
-    QVERIFY(isReference(*db.pager, map));
-    QCOMPARE(mapPages(*db.pager, map), std::vector<PageNo>());
+    ASSERT_TRUE(isReference(*db.pager, map));
+    ASSERT_EQ(mapPages(*db.pager, map), std::vector<PageNo>());
 }
 
-void UsageMapTest::bitsPastTheEndAreLeftOut()
+TEST(UsageMap, bitsPastTheEndAreLeftOut)
 {
     Opened db;
-    QCOMPARE(mapPages(*db.pager, freeMap), std::vector<PageNo>());
-    QVERIFY(mapHas(*db.pager, freeMap, 16));
-    QVERIFY(mapHas(*db.pager, freeMap, 511));
-    QVERIFY(!mapHas(*db.pager, freeMap, 512));
+    ASSERT_EQ(mapPages(*db.pager, freeMap), std::vector<PageNo>());
+    ASSERT_TRUE(mapHas(*db.pager, freeMap, 16));
+    ASSERT_TRUE(mapHas(*db.pager, freeMap, 511));
+    ASSERT_FALSE(mapHas(*db.pager, freeMap, 512));
 }
 
-void UsageMapTest::freeMapOfAnotherProgramMayStartHigher()
+TEST(UsageMap, freeMapOfAnotherProgramMayStartHigher)
 {
     auto content = blankFile(100);
     std::uint8_t* const row = &content[4096 + 0x0FBB];
@@ -335,36 +309,36 @@ void UsageMapTest::freeMapOfAnotherProgramMayStartHigher()
         if (page != 90)
             row[5 + (page - 64) / 8] = static_cast<std::uint8_t>(row[5 + (page - 64) / 8] & ~(1U << page % 8));
     Opened db(content);
-    QCOMPARE(allocatePage(*db.pager), 90U);
-    QCOMPARE(allocatePage(*db.pager), 100U);
+    ASSERT_EQ(allocatePage(*db.pager), 90U);
+    ASSERT_EQ(allocatePage(*db.pager), 100U);
     // A page below the start was in use; giving it back needs a map that reaches so low.
     freePage(*db.pager, 20);
-    QVERIFY(mapHas(*db.pager, freeMap, 20));
+    ASSERT_TRUE(mapHas(*db.pager, freeMap, 20));
     freePage(*db.pager, 90);
-    QCOMPARE(mapPages(*db.pager, freeMap), (std::vector<PageNo>{20, 90}));
-    QCOMPARE(allocatePage(*db.pager), 20U);
-    QCOMPARE(allocatePage(*db.pager), 90U);
+    ASSERT_EQ(mapPages(*db.pager, freeMap), (std::vector<PageNo>{20, 90}));
+    ASSERT_EQ(allocatePage(*db.pager), 20U);
+    ASSERT_EQ(allocatePage(*db.pager), 90U);
     const PageNo next = allocatePage(*db.pager);
-    QCOMPARE(next, db.pager->pageCount() - 1);
-    for (const PageNo bitmap : mapBitmapPages(*db.pager, freeMap)) QVERIFY(bitmap != next && bitmap > 100);
+    ASSERT_EQ(next, db.pager->pageCount() - 1);
+    for (const PageNo bitmap : mapBitmapPages(*db.pager, freeMap)) ASSERT_TRUE(bitmap != next && bitmap > 100);
 }
 
-void UsageMapTest::mapOfAnotherProgramMayStartAnywhere()
+TEST(UsageMap, mapOfAnotherProgramMayStartAnywhere)
 {
     Opened db;
     const MapRef map{0, mapPage(*db.pager, 1)};
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     putU32(&db.pager->write(map.page)[4096 - 69 + 1], 27);
     db.pager->write(map.page)[4096 - 69 + 5] = 0b101;
-    QCOMPARE(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29}));
+    ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29}));
     mapSet(*db.pager, map, 538);
-    QCOMPARE(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29, 538}));
+    ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29, 538}));
     mapClear(*db.pager, map, 29);
     mapSet(*db.pager, map, 539);
-    QCOMPARE(mapPages(*db.pager, map), (std::vector<PageNo>{27, 538, 539}));
+    ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{27, 538, 539}));
 }
 
-void UsageMapTest::pagesReservedPastTheEndAreSkipped()
+TEST(UsageMap, pagesReservedPastTheEndAreSkipped)
 {
     auto content = blankFile(20);
     for (PageNo page = 20; page < 32; ++page) {
@@ -372,71 +346,72 @@ void UsageMapTest::pagesReservedPastTheEndAreSkipped()
         byte = static_cast<std::uint8_t>(byte & ~(1U << page % 8));
     }
     Opened db(content);
-    QCOMPARE(allocatePage(*db.pager), 32U);
-    QCOMPARE(db.pager->pageCount(), 33U);
+    ASSERT_EQ(allocatePage(*db.pager), 32U);
+    ASSERT_EQ(db.pager->pageCount(), 33U);
 }
 
-void UsageMapTest::damagedMapsAreNamed_data()
+struct UsageMapDamageRow {
+    std::ptrdiff_t offset;
+    std::vector<std::uint8_t> bytes;
+};
+class UsageMapDamage : public TableTest<UsageMapDamageRow> {};
+
+RowTable<UsageMapDamageRow> usageMapDamage()
 {
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<QByteArray>("bytes");
-    const auto bytes = [](std::initializer_list<int> list) {
-        QByteArray array;
-        for (const int byte : list) array.append(static_cast<char>(byte));
-        return array;
+    return {
+        // The map is slot 1 of page 16: its row is at 0xF76, its slot at 16.
+        {"no row page", {0, {4}}},
+        {"fewer slots", {12, {1, 0}}},
+        {"slots past the page", {12, {0xFF, 0xFF}}},
+        {"dead slot", {16, {0x76, 0xCF}}},
+        {"row in the slot table", {16, {0x05, 0x00}}},
+        {"row after its predecessor", {16, {0xC0, 0x0F}}},
+        {"predecessor past the page", {14, {0xFF, 0x1F}}},
+        {"empty row", {16, {0xBB, 0x0F}}},
+        {"row of four bytes", {16, {0xB7, 0x0F}}},
+        {"unknown type", {0xF76, {2}}},
+        {"start far outside", {0xF77, {0xF8, 0xFF, 0xFF, 0xFF}}},
+        {"bitmap that does not exist", {0xF76, {1, 0, 0, 1, 0}}},
+        {"bitmap of another type", {0xF76, {1, 1, 0, 0, 0}}},
+        {"one bitmap twice", {0xF76, {1, 17, 0, 0, 0, 17, 0, 0, 0}}},
     };
-    // The map is slot 1 of page 16: its row is at 0xF76, its slot at 16.
-    QTest::newRow("no row page") << 0 << bytes({4});
-    QTest::newRow("fewer slots") << 12 << bytes({1, 0});
-    QTest::newRow("slots past the page") << 12 << bytes({0xFF, 0xFF});
-    QTest::newRow("dead slot") << 16 << bytes({0x76, 0xCF});
-    QTest::newRow("row in the slot table") << 16 << bytes({0x05, 0x00});
-    QTest::newRow("row after its predecessor") << 16 << bytes({0xC0, 0x0F});
-    QTest::newRow("predecessor past the page") << 14 << bytes({0xFF, 0x1F});
-    QTest::newRow("empty row") << 16 << bytes({0xBB, 0x0F});
-    QTest::newRow("row of four bytes") << 16 << bytes({0xB7, 0x0F});
-    QTest::newRow("unknown type") << 0xF76 << bytes({2});
-    QTest::newRow("start far outside") << 0xF77 << bytes({0xF8, 0xFF, 0xFF, 0xFF});
-    QTest::newRow("bitmap that does not exist") << 0xF76 << bytes({1, 0, 0, 1, 0});
-    QTest::newRow("bitmap of another type") << 0xF76 << bytes({1, 1, 0, 0, 0});
-    QTest::newRow("one bitmap twice") << 0xF76 << bytes({1, 17, 0, 0, 0, 17, 0, 0, 0});
 }
 
-void UsageMapTest::damagedMapsAreNamed()
+INSTANTIATE_TEST_SUITE_P(, UsageMapDamage, testing::ValuesIn(usageMapDamage()), RowName());
+
+TEST_P(UsageMapDamage, damagedMapsAreNamed)
 {
-    QFETCH(int, offset);
-    QFETCH(QByteArray, bytes);
+    const auto& [offset, bytes] = row();
     Opened db;
     Pager& pager = *db.pager;
     const MapRef map{1, mapPage(pager, 3)};
-    QCOMPARE(map.page, 16U);
+    ASSERT_EQ(map.page, 16U);
     const PageNo bitmap = allocatePage(pager);
     pager.write(bitmap)[0] = 5;
     std::copy(bytes.begin(), bytes.end(), pager.write(map.page).begin() + offset);
-    QCOMPARE(faultOf([&] { mapPages(pager, map); }), Fault::damaged);
-    QCOMPARE(faultOf([&] {
-                 mapBitmapPages(pager, map);
-                 mapHas(pager, map, 40000);
-             }),
-             Fault::damaged);
+    ASSERT_EQ(faultOf([&] { mapPages(pager, map); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] {
+                  mapBitmapPages(pager, map);
+                  mapHas(pager, map, 40000);
+              }),
+              Fault::damaged);
 }
 
-void UsageMapTest::freeMapThatOffersTheHeaderIsDamage()
+TEST(UsageMap, freeMapThatOffersTheHeaderIsDamage)
 {
     auto content = blankFile();
     content[4096 + 0x0FBB + 5] = 1;
     Opened db(content);
-    QCOMPARE(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
 }
 
-void UsageMapTest::freeMapFarPastTheEndIsDamage()
+TEST(UsageMap, freeMapFarPastTheEndIsDamage)
 {
     auto content = blankFile();
     putU32(&content[4096 + 0x0FBB + 1], 400000);
     Opened db(content);
-    QCOMPARE(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
-    QCOMPARE(db.pager->pageCount(), 16U);
+    ASSERT_EQ(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
+    ASSERT_EQ(db.pager->pageCount(), 16U);
 }
 
-QTEST_APPLESS_MAIN(UsageMapTest)
-#include "usage_map.moc"
+} // namespace

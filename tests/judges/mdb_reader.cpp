@@ -1,142 +1,142 @@
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/random_rows.h"
-#include "tests/jet/samples.h"
+#include "tests/jet/sample_test.h"
+#include "tests/support/bytes.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <system_error>
 
 namespace {
 
 /// Where npm put mdb-reader: the folder that PRESVA_NODE_MODULES names, else where scripts/ensure-judges puts it, else
 /// the global one. Empty: nowhere.
-QString modules()
+std::filesystem::path modules()
 {
-    QStringList folders{qEnvironmentVariable("PRESVA_NODE_MODULES"), QStringLiteral(PRESVA_INSTALLED_JUDGES)};
-    QProcess npm;
-    npm.start("npm", {"root", "-g"});
-    if (npm.waitForFinished(30000)) folders << QString::fromUtf8(npm.readAllStandardOutput()).trimmed();
-    for (const QString& folder : folders)
-        if (!folder.isEmpty() && QFileInfo::exists(folder + "/mdb-reader/package.json")) return folder;
+    const char* const named = std::getenv("PRESVA_NODE_MODULES");
+    std::vector<std::string> folders{named == nullptr ? "" : named, PRESVA_INSTALLED_JUDGES};
+    try {
+        folders.push_back(simplified(run({.program = "npm", .arguments = {"root", "-g"}}).out));
+    } catch (const std::system_error&) {
+        // No npm, no global folder.
+    }
+    for (const std::filesystem::path folder : folders)
+        if (!folder.empty() && std::filesystem::exists(folder / "mdb-reader/package.json")) return folder;
     return {};
 }
 
-const char* const absent =
-    "needs Node.js and the npm package mdb-reader: scripts/ensure-judges installs it";
-
-/// Every user table as mdb-reader sees it, in the form of mdbtools::table().
-using Tables = QMap<QString, QList<QStringList>>;
-Tables read(const QString& modules, const QString& file)
+bool nodeIsThere()
 {
-    QProcess node;
-    node.start("node", {QStringLiteral(PRESVA_JUDGES "/mdb_reader.mjs"), modules, file});
-    if (!node.waitForFinished(120000) || node.exitCode() != 0)
-        throw std::runtime_error("mdb-reader: " + node.readAllStandardError().toStdString());
-    const QJsonObject all = QJsonDocument::fromJson(node.readAllStandardOutput()).object();
-    Tables tables;
-    for (auto table = all.begin(); table != all.end(); ++table) {
-        for (const QJsonValue& line : table.value().toArray()) {
-            QStringList fields;
-            for (const QJsonValue& field : line.toArray()) fields << field.toString();
-            tables[table.key()] << fields;
+    try {
+        return run({.program = "node", .arguments = {"--version"}}).code == 0;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+const char* const absent = "needs Node.js and the npm package mdb-reader: scripts/ensure-judges installs it";
+
+using Fields = std::vector<std::u16string>;
+
+std::u16string unitsOf(std::string_view digits)
+{
+    const auto bytes = bytesOf(digits);
+    std::u16string units(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < units.size(); ++i)
+        units[i] = static_cast<char16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
+    return units;
+}
+
+/// Every user table as mdb-reader sees it, the first row its column names (the form is told in mdb_reader.mjs).
+std::map<std::u16string, std::vector<Fields>> read(const std::filesystem::path& file)
+{
+    const Outcome outcome = run({.program = "node",
+                                 .arguments = {PRESVA_JUDGES "/mdb_reader.mjs", modules(), file},
+                                 .limit = std::chrono::minutes(2)});
+    if (outcome.code != 0) throw std::runtime_error("mdb-reader: " + outcome.err);
+    std::map<std::u16string, std::vector<Fields>> tables;
+    std::vector<Fields>* rows = nullptr;
+    for (const std::string& line : split(outcome.out, "\n")) {
+        if (line.starts_with("table ")) {
+            rows = &tables[unitsOf(line.substr(6))];
+        } else if (line.starts_with("row ")) {
+            Fields& fields = rows->emplace_back();
+            for (const std::string& field : split(line.substr(4), " ")) fields.push_back(unitsOf(field));
         }
     }
     return tables;
 }
 
 /// True when the printed field says what the value is, to the last letter and byte.
-bool agrees(const QString& printed, const jet::Value& value, const jet::Column& column)
+bool agrees(const std::u16string& printed, const jet::Value& value, const jet::Column& column)
 {
-    if (const auto* text = std::get_if<std::u16string>(&value)) return printed == QString::fromStdU16String(*text);
-    if (const auto* bytes = std::get_if<jet::Bytes>(&value)) {
-        const QByteArray raw(reinterpret_cast<const char*>(bytes->data()), qsizetype(bytes->size()));
-        return printed == QString::fromLatin1(raw.toHex());
-    }
-    if (const auto* guid = std::get_if<jet::Guid>(&value)) {
-        QByteArray shown(reinterpret_cast<const char*>(guid->bytes.data()), 16);
-        std::reverse(shown.begin(), shown.begin() + 4);
-        std::reverse(shown.begin() + 4, shown.begin() + 6);
-        std::reverse(shown.begin() + 6, shown.begin() + 8);
-        return printed == QUuid::fromRfc4122(shown).toString(QUuid::WithoutBraces);
-    }
-    return mdbtools::agrees(printed, value, column);
+    if (const auto* text = std::get_if<std::u16string>(&value)) return printed == *text;
+    const std::string plain = jet::toUtf8(printed);
+    if (const auto* bytes = std::get_if<jet::Bytes>(&value)) return plain == hexOf(*bytes);
+    if (const auto* guid = std::get_if<jet::Guid>(&value)) return plain == mdbtools::shownGuid(*guid);
+    return mdbtools::agrees(plain, value, column);
 }
 
-/// The first field that the printed row says differently, by its place in `names`; -1 when they agree.
-qsizetype firstDifference(const QStringList& names, const QStringList& printed, const jet::Table& table,
-                          const jet::RowView& row)
+/// The first field that the printed row says differently, by its place in `names`; nothing when they agree.
+std::optional<std::size_t> firstDifference(const Fields& names, const Fields& printed, const jet::Table& table,
+                                           const jet::RowView& row)
 {
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        const auto column = table.columnNamed(names[i].toStdU16String());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto column = table.columnNamed(names[i]);
         if (!column || i >= printed.size() || !agrees(printed[i], row.value(*column), table.columns()[*column]))
             return i;
     }
-    return -1;
+    return std::nullopt;
 }
 
 /// What differs between a table and the printed rows, whatever their order; empty when nothing does.
-QString difference(const jet::Table& table, QList<QStringList> printed)
+std::string difference(const jet::Table& table, std::vector<Fields> printed)
 {
-    const QStringList names = printed.takeFirst();
-    QString fault;
-    const auto rows = printed.size();
-    qsizetype seen = 0;
+    const Fields names = printed.at(0);
+    printed.erase(printed.begin());
+    std::string fault;
+    const std::size_t rows = printed.size();
+    std::size_t seen = 0;
     table.forEachRow([&](jet::RowId id, const jet::RowView& row) {
         ++seen;
-        qsizetype nearest = -1, best = -1;
-        for (qsizetype i = 0; i < printed.size(); ++i) {
-            const qsizetype field = firstDifference(names, printed[i], table, row);
-            if (field < 0) {
-                printed.removeAt(i);
+        std::optional<std::size_t> nearest;
+        std::size_t best = 0;
+        for (std::size_t i = 0; i < printed.size(); ++i) {
+            const auto field = firstDifference(names, printed[i], table, row);
+            if (!field) {
+                printed.erase(printed.begin() + static_cast<std::ptrdiff_t>(i));
                 return true;
             }
-            if (field > best) {
-                best = field;
+            if (!nearest || *field > best) {
+                best = *field;
                 nearest = i;
             }
         }
-        fault = QString("the row at page %1 slot %2 is not among those printed").arg(id.page).arg(id.slot);
-        if (nearest >= 0)
-            fault += QString("; the nearest one has %1 = %2").arg(names[best], printed[nearest].value(best));
+        fault = "the row at page " + std::to_string(id.page) + " slot " + std::to_string(id.slot) +
+                " is not among those printed";
+        if (nearest)
+            fault += "; the nearest one has " + jet::toUtf8(names[best]) + " = " +
+                     (best < printed[*nearest].size() ? jet::toUtf8(printed[*nearest][best]) : "");
         return false;
     });
-    if (fault.isEmpty() && seen != rows) fault = QString("%1 rows, %2 printed").arg(seen).arg(rows);
+    if (fault.empty() && seen != rows) fault = std::to_string(seen) + " rows, " + std::to_string(rows) + " printed";
     return fault;
 }
 
-} // namespace
-
-class MdbReader : public QObject {
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void readsADatabaseMadeHere_data();
-    void readsADatabaseMadeHere();
-    void readsSamplesAfterChanges_data();
-    void readsSamplesAfterChanges();
-
-private:
-    void change(jet::Database& database, unsigned seed);
-    void compare(const QString& file);
-    QString modules_;
-};
-
-void MdbReader::initTestCase()
-{
-    if (QStandardPaths::findExecutable("node").isEmpty()) QSKIP(absent);
-    modules_ = modules();
-    if (modules_.isEmpty()) QSKIP(absent);
-}
-
 /// Inserts, updates and deletes in every table that may be written.
-void MdbReader::change(jet::Database& database, unsigned seed)
+void change(jet::Database& database, unsigned seed)
 {
     rows::Maker maker(seed);
     for (const std::u16string& name : database.tableNames()) {
@@ -174,34 +174,43 @@ void MdbReader::change(jet::Database& database, unsigned seed)
     }
 }
 
-void MdbReader::compare(const QString& file)
+void compare(const std::filesystem::path& file)
 {
-    const Tables printed = read(modules_, file);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
+    const auto printed = read(file);
+    const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
     for (const std::u16string& name : database->tableNames()) {
-        const QString title = QString::fromStdU16String(name);
-        QVERIFY2(printed.contains(title), qPrintable(title));
-        const QString fault = difference(database->table(name), printed[title]);
-        QVERIFY2(fault.isEmpty(), qPrintable(title + ": " + fault));
+        ASSERT_TRUE(printed.contains(name)) << jet::toUtf8(name);
+        ASSERT_EQ(difference(database->table(name), printed.at(name)), "") << jet::toUtf8(name);
     }
 }
 
-void MdbReader::readsADatabaseMadeHere_data()
+class MdbReaderMadeHere : public TableTest<bool> {
+protected:
+    void SetUp() override
+    {
+        if (!nodeIsThere() || modules().empty()) GTEST_SKIP() << absent;
+    }
+};
+
+RowTable<bool> mdbReaderMadeHere()
 {
-    QTest::addColumn<bool>("turkish");
-    QTest::newRow("General order") << false;
-    QTest::newRow("Turkish order") << true;
+    return {
+        {"General order", false},
+        {"Turkish order", true},
+    };
 }
 
-void MdbReader::readsADatabaseMadeHere()
+INSTANTIATE_TEST_SUITE_P(, MdbReaderMadeHere, testing::ValuesIn(mdbReaderMadeHere()), RowName());
+
+TEST_P(MdbReaderMadeHere, readsADatabaseMadeHere)
 {
-    QFETCH(bool, turkish);
-    const QTemporaryDir folder;
-    const QString file = folder.filePath("deneme.mdb");
+    const bool turkish = row();
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "deneme.mdb";
     files::Disk& disk = platform::systemDisk();
-    jet::Database::create(disk, file.toStdString(), turkish ? jet::turkish : jet::general, rows::created);
+    jet::Database::create(disk, file, turkish ? jet::turkish : jet::general, rows::created);
     {
-        const auto database = jet::Database::open(disk, file.toStdString());
+        const auto database = jet::Database::open(disk, file);
         database->createTable(u"Hepsi", rows::everyType(), rows::someIndexes(), rows::created);
         database->createTable(u"Dizinsiz", rows::everyType(), {}, rows::created);
         for (unsigned seed = 1; seed <= 3; ++seed) change(*database, seed);
@@ -209,26 +218,27 @@ void MdbReader::readsADatabaseMadeHere()
     compare(file);
 }
 
-void MdbReader::readsSamplesAfterChanges_data()
-{
-    if (!samples::present()) QSKIP(samples::absent);
-    QTest::addColumn<QString>("file");
-    for (const QString& file : samples::databases()) QTest::newRow(qPrintable(QFileInfo(file).fileName())) << file;
-}
-
-void MdbReader::readsSamplesAfterChanges()
-{
-    QFETCH(QString, file);
-    const QTemporaryDir folder;
-    const QString copy = folder.filePath(QFileInfo(file).fileName());
-    QVERIFY(QFile::copy(file, copy));
-    QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
+class MdbReaderSamples : public samples::Test {
+protected:
+    void SetUp() override
     {
-        const auto database = jet::Database::open(platform::systemDisk(), copy.toStdString());
+        if (!nodeIsThere() || modules().empty()) GTEST_SKIP() << absent;
+        samples::Test::SetUp();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, MdbReaderSamples, testing::ValuesIn(samples::table()), RowName());
+
+TEST_P(MdbReaderSamples, readsSamplesAfterChanges)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path copy = folder / row().filename();
+    copyWritable(row(), copy);
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), copy);
         change(*database, 5);
     }
     compare(copy);
 }
 
-QTEST_GUILESS_MAIN(MdbReader)
-#include "mdb_reader.moc"
+} // namespace

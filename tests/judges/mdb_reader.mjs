@@ -1,7 +1,8 @@
 // Prints every user table of a database as mdb-reader sees it, for mdb_reader.cpp:
 //     node mdb_reader.mjs NODE_MODULES DATABASE
-// One JSON object: table name -> rows, the first one the column names; every field a text in the form that
-// mdb-export has, Null is <NULL>.
+// One line "table NAME" for each table, then one line "row FIELD FIELD ..." for its column names and for each of its
+// rows. Every field is a text in the form that mdb-export has, Null is <NULL>; and every text is written as its UTF-16
+// code units in hexadecimal, low byte first, so that nothing in it can be mistaken for the end of a field.
 import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import { pathToFileURL } from "node:url";
@@ -22,10 +23,13 @@ const text = (value) => {
 };
 
 const reader = new MDBReader(readFileSync(file));
-const tables = {};
+const plain = (value) => Buffer.from(value, "utf16le").toString("hex");
+const lines = [];
 for (const name of reader.getTableNames()) {
     const table = reader.getTable(name);
     const columns = table.getColumnNames();
-    tables[name] = [columns, ...table.getData().map((row) => columns.map((column) => text(row[column])))];
+    lines.push("table " + plain(name));
+    lines.push("row " + columns.map(plain).join(" "));
+    for (const row of table.getData()) lines.push("row " + columns.map((column) => plain(text(row[column]))).join(" "));
 }
-process.stdout.write(JSON.stringify(tables));
+process.stdout.write(lines.join("\n") + "\n");

@@ -1,17 +1,17 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
 #include "files/error.h"
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/support/files.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
+#include <random>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,7 +22,7 @@ namespace {
 /// PRESVA_KILLS sets how often; the usual run kills less often than a release does.
 int kills()
 {
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_KILLS");
+    const int wanted = numberFromEnvironment("PRESVA_KILLS", 60);
     return wanted > 0 ? wanted : 60;
 }
 
@@ -46,24 +46,10 @@ int kills()
     }
 }
 
-std::vector<std::uint8_t> contentOf(const std::filesystem::path& file)
+TEST(KilledWriter, killedProcessLosesNothingThatItAcknowledged)
 {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-} // namespace
-
-class KilledWriterTest : public QObject {
-    Q_OBJECT
-private slots:
-    void killedProcessLosesNothingThatItAcknowledged();
-};
-
-void KilledWriterTest::killedProcessLosesNothingThatItAcknowledged()
-{
-    const QTemporaryDir folder;
-    const std::filesystem::path file = folder.filePath("Yag.mdb").toStdString();
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder / "Yag.mdb";
     MixedWork::create(platform::systemDisk(), file);
     std::mt19937 random(11);
     int interrupted = 0;
@@ -71,12 +57,12 @@ void KilledWriterTest::killedProcessLosesNothingThatItAcknowledged()
     for (int round = 1; round <= kills(); ++round) {
         const auto seed = static_cast<unsigned>(round);
         files::MemoryDisk twin;
-        twin.content("Yag.mdb") = contentOf(file);
+        twin.content("Yag.mdb") = bytesOfFile(file);
 
         int ends[2];
-        QCOMPARE(::pipe(ends), 0);
+        ASSERT_EQ(::pipe(ends), 0);
         const pid_t child = ::fork();
-        QVERIFY(child >= 0);
+        ASSERT_GE(child, 0);
         if (child == 0) {
             ::close(ends[0]);
             workForEver(file, seed, ends[1]);
@@ -86,7 +72,7 @@ void KilledWriterTest::killedProcessLosesNothingThatItAcknowledged()
         ::kill(child, SIGKILL);
         int status = 0;
         ::waitpid(child, &status, 0);
-        QVERIFY(WIFSIGNALED(status));
+        ASSERT_TRUE(WIFSIGNALED(status));
         std::size_t done = 0;
         char bytes[256];
         for (ssize_t count = 0; (count = ::read(ends[0], bytes, sizeof bytes)) > 0;)
@@ -106,14 +92,13 @@ void KilledWriterTest::killedProcessLosesNothingThatItAcknowledged()
 
         const auto database = Database::open(platform::systemDisk(), file);
         const MixedWork::Rows found = MixedWork::read(*database);
-        QVERIFY2(found == rows || found == next, qPrintable(QStringLiteral("round %1").arg(round)));
+        ASSERT_TRUE(found == rows || found == next) << "round " << round;
         const CheckResult result = checkDatabase(*database);
-        QVERIFY2(result.ok(), result.ok() ? "" : result.faults.front().c_str());
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
     }
     // Kills that came before the first change prove nothing.
-    QVERIFY(acknowledged > static_cast<std::size_t>(kills()));
-    QVERIFY(interrupted > kills() / 4);
+    ASSERT_GT(acknowledged, static_cast<std::size_t>(kills()));
+    ASSERT_GT(interrupted, kills() / 4);
 }
 
-QTEST_APPLESS_MAIN(KilledWriterTest)
-#include "killed_writer.moc"
+} // namespace

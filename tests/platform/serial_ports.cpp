@@ -1,107 +1,96 @@
 #include "platform/serial_ports.h"
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include "tests/support/files.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
+
+#include <gtest/gtest.h>
 
 using namespace platform;
-using namespace Qt::StringLiterals;
-
-/// Which device answers to which port number, over folders that stand for the program's directory and the system.
-class SerialPorts : public QObject {
-    Q_OBJECT
-
-private slots:
-    void numbersFindTheirDevice_data();
-    void numbersFindTheirDevice();
-    void linkToAnUnpluggedAdapterKeepsItsNumber();
-    void linksAreFollowedToTheRealDevice();
-};
 
 namespace {
 
-void touch(const QString& path, const QByteArray& content = {})
+void touch(const std::filesystem::path& path, std::string_view content = {})
 {
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
+    std::filesystem::create_directories(path.parent_path());
+    writeFile(path, content);
 }
 
-SerialPortPlaces placesIn(const QTemporaryDir& root)
+SerialPortPlaces placesIn(const TemporaryFolder& root)
 {
     SerialPortPlaces places;
-    places.programDirectory = root.filePath(u"program"_s).toStdString();
-    places.devices = root.filePath(u"dev"_s).toStdString();
-    places.classes = root.filePath(u"class"_s).toStdString();
+    places.programDirectory = root / "program";
+    places.devices = root / "dev";
+    places.classes = root / "class";
     return places;
 }
 
-} // namespace
+using Names = std::vector<std::string>;
 
-void SerialPorts::numbersFindTheirDevice_data()
+struct SerialPortsNumberRow {
+    Names fitted;   // mainboard ports that exist
+    Names unfitted; // nodes without a port behind them
+    Names adapters;
+    int number;
+    std::string device;
+};
+/// Which device answers to which port number, over folders that stand for the program's directory and the system.
+class SerialPortsNumber : public TableTest<SerialPortsNumberRow> {};
+
+RowTable<SerialPortsNumberRow> serialPortsNumber()
 {
-    QTest::addColumn<QStringList>("fitted");   // mainboard ports that exist
-    QTest::addColumn<QStringList>("unfitted"); // nodes without a port behind them
-    QTest::addColumn<QStringList>("adapters");
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("device");
-    const QStringList none;
-    const QStringList four = {u"ttyS0"_s, u"ttyS1"_s, u"ttyS2"_s, u"ttyS3"_s};
-    const QStringList usb = {u"ttyACM0"_s, u"ttyUSB10"_s, u"ttyUSB2"_s, u"ttyUSB0"_s};
-    QTest::newRow("first mainboard port") << four << none << none << 1 << u"ttyS0"_s;
-    QTest::newRow("fourth mainboard port") << four << none << none << 4 << u"ttyS3"_s;
-    QTest::newRow("node without a port") << none << four << none << 1 << QString();
-    QTest::newRow("first adapter") << four << none << usb << 5 << u"ttyUSB0"_s;
-    QTest::newRow("adapters in the order of their numbers") << four << none << usb << 7 << u"ttyUSB10"_s;
-    QTest::newRow("modems after adapters") << four << none << usb << 8 << u"ttyACM0"_s;
-    QTest::newRow("adapter renamed when it was plugged in again")
-        << none << four << QStringList{u"ttyUSB1"_s} << 5 << u"ttyUSB1"_s;
-    QTest::newRow("no such adapter") << none << none << usb << 9 << QString();
-    QTest::newRow("a fitted fifth port goes before adapters")
-        << QStringList{u"ttyS4"_s} << none << usb << 5 << u"ttyS4"_s;
-    QTest::newRow("number 0") << four << none << usb << 0 << QString();
-    QTest::newRow("number 17") << QStringList{u"ttyS16"_s} << none << usb << 17 << QString();
+    RowTable<SerialPortsNumberRow> table;
+    const Names none;
+    const Names four = {"ttyS0", "ttyS1", "ttyS2", "ttyS3"};
+    const Names usb = {"ttyACM0", "ttyUSB10", "ttyUSB2", "ttyUSB0"};
+    table.push_back({"first mainboard port", {four, none, none, 1, "ttyS0"}});
+    table.push_back({"fourth mainboard port", {four, none, none, 4, "ttyS3"}});
+    table.push_back({"node without a port", {none, four, none, 1, ""}});
+    table.push_back({"first adapter", {four, none, usb, 5, "ttyUSB0"}});
+    table.push_back({"adapters in the order of their numbers", {four, none, usb, 7, "ttyUSB10"}});
+    table.push_back({"modems after adapters", {four, none, usb, 8, "ttyACM0"}});
+    table.push_back({"adapter renamed when it was plugged in again", {none, four, Names{"ttyUSB1"}, 5, "ttyUSB1"}});
+    table.push_back({"no such adapter", {none, none, usb, 9, ""}});
+    table.push_back({"a fitted fifth port goes before adapters", {Names{"ttyS4"}, none, usb, 5, "ttyS4"}});
+    table.push_back({"number 0", {four, none, usb, 0, ""}});
+    table.push_back({"number 17", {Names{"ttyS16"}, none, usb, 17, ""}});
+    return table;
 }
 
-void SerialPorts::numbersFindTheirDevice()
+INSTANTIATE_TEST_SUITE_P(, SerialPortsNumber, testing::ValuesIn(serialPortsNumber()), RowName());
+
+TEST_P(SerialPortsNumber, numbersFindTheirDevice)
 {
-    QFETCH(QStringList, fitted);
-    QFETCH(QStringList, unfitted);
-    QFETCH(QStringList, adapters);
-    QFETCH(int, number);
-    QFETCH(QString, device);
-    const QTemporaryDir root;
-    QVERIFY(QDir(root.path()).mkpath(u"dev"_s));
-    for (const QString& name : fitted + unfitted + adapters) touch(root.filePath("dev/"_L1 + name));
-    for (const QString& name : fitted) touch(root.filePath("class/"_L1 + name + "/type"_L1), "4\n");
-    for (const QString& name : unfitted) touch(root.filePath("class/"_L1 + name + "/type"_L1), "0\n");
+    const auto& [fitted, unfitted, adapters, number, device] = row();
+    const TemporaryFolder root;
+    std::filesystem::create_directories(root / "dev");
+    for (const Names& names : {fitted, unfitted, adapters})
+        for (const std::string& name : names) touch(root / "dev" / name);
+    for (const std::string& name : fitted) touch(root / "class" / name / "type", "4\n");
+    for (const std::string& name : unfitted) touch(root / "class" / name / "type", "0\n");
 
     const auto found = serialPort(number, placesIn(root));
-    QCOMPARE(found ? QString::fromStdString(found->filename().string()) : QString(), device);
+    ASSERT_EQ(found ? found->filename().string() : "", device);
 }
 
-void SerialPorts::linkToAnUnpluggedAdapterKeepsItsNumber()
+TEST(SerialPorts, linkToAnUnpluggedAdapterKeepsItsNumber)
 {
-    const QTemporaryDir root;
-    touch(root.filePath(u"dev/ttyUSB0"_s));
-    QVERIFY(QDir(root.path()).mkpath(u"program"_s));
-    const QString link = root.filePath(u"program/com5"_s);
-    QVERIFY(QFile::link(root.filePath(u"dev/serial/by-id/usb-scale"_s), link));
-    QCOMPARE(QString::fromStdString(serialPort(5, placesIn(root)).value().string()), link);
-    QVERIFY(!serialPort(6, placesIn(root)).has_value());
+    const TemporaryFolder root;
+    touch(root / "dev/ttyUSB0");
+    std::filesystem::create_directories(root / "program");
+    const std::filesystem::path link = root / "program/com5";
+    std::filesystem::create_symlink(root / "dev/serial/by-id/usb-scale", link);
+    ASSERT_EQ(serialPort(5, placesIn(root)).value(), link);
+    ASSERT_FALSE(serialPort(6, placesIn(root)).has_value());
 }
 
-void SerialPorts::linksAreFollowedToTheRealDevice()
+TEST(SerialPorts, linksAreFollowedToTheRealDevice)
 {
-    const QTemporaryDir root;
-    touch(root.filePath(u"dev/ttyUSB3"_s));
-    QVERIFY(QDir(root.path()).mkpath(u"program"_s));
-    QVERIFY(QFile::link(root.filePath(u"dev/ttyUSB3"_s), root.filePath(u"program/com3"_s)));
+    const TemporaryFolder root;
+    touch(root / "dev/ttyUSB3");
+    std::filesystem::create_directories(root / "program");
+    std::filesystem::create_symlink(root / "dev/ttyUSB3", root / "program/com3");
     const auto found = serialPort(3, placesIn(root)).value();
-    QCOMPARE(QString::fromStdString(realDevice(found).string()),
-             QFileInfo(root.filePath(u"dev/ttyUSB3"_s)).canonicalFilePath());
+    ASSERT_EQ(realDevice(found), std::filesystem::canonical(root / "dev/ttyUSB3"));
 }
 
-QTEST_APPLESS_MAIN(SerialPorts)
-#include "serial_ports.moc"
+} // namespace

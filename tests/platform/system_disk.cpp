@@ -3,13 +3,17 @@
 #include "files/error.h"
 #include "store/jet/pages/pager.h"
 #include "tests/jet/blank_file.h"
+#include "tests/support/fault.h"
+#include "tests/support/files.h"
+#include "tests/support/temporary_folder.h"
 
-#include <QtTest>
+#include <gmock/gmock.h>
 
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -20,15 +24,7 @@ using platform::systemDisk;
 
 namespace {
 
-template <class Action> std::optional<Fault> faultOf(Action&& action)
-{
-    try {
-        action();
-    } catch (const Error& error) {
-        return error.fault();
-    }
-    return {};
-}
+using testing::StartsWith;
 
 /// Another program: a child process that does something, says so, and ends when the object does.
 class OtherProgram {
@@ -37,7 +33,7 @@ public:
     {
         int said[2];
         int told[2];
-        if (::pipe(said) != 0 || ::pipe(told) != 0) qFatal("no pipe");
+        if (::pipe(said) != 0 || ::pipe(told) != 0) throw std::runtime_error("no pipe");
         child_ = ::fork();
         if (child_ == 0) {
             ::close(said[0]);
@@ -88,93 +84,62 @@ bool asOrdinaryAccount(const std::function<bool()>& action)
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-} // namespace
-
-class SystemDiskTest : public QObject {
-    Q_OBJECT
-private slots:
-    void init();
-    void cleanup();
-
-    void readsAndWritesWhereTold();
-    void readEndsWithTheFile();
-    void newFileMustBeNew();
-    void refusalsCarryTheirFaultAndThePath();
-    void protectedFilesAreNamed();
-    void pipeInTheFilesPlaceIsRefused();
-    void renameReplaces();
-    void realPathFollowsLinks();
-    void journalStandsBesideTheRealFile();
-
-    void anotherProgramsWriterIsNoticed();
-    void lockEndsWithTheProgram();
-    void readersShareAndCommitExcludes();
-    void refusedLockLeavesTheHeldOne();
-    void openSessionOfAccessIsNoticed();
-    void leftoverLockFileOfAccessIsHarmless();
-    void protectedFileOpensForReading();
-    void fileThatMayNotGrowKeepsItsState();
-
-private:
-    std::filesystem::path path(const char* name) const
-    {
-        return std::filesystem::path(folder_->path().toStdString()) / name;
-    }
+/// Each test has a folder of its own.
+class SystemDisk : public testing::Test {
+protected:
+    std::filesystem::path path(const char* name) const { return folder_ / name; }
     std::filesystem::path blank(const char* name) const
     {
-        const auto content = blankFile();
-        std::ofstream(path(name), std::ios::binary)
-            .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+        writeFile(path(name), blankFile());
         return path(name);
     }
-    std::unique_ptr<QTemporaryDir> folder_;
+
+private:
+    TemporaryFolder folder_;
 };
 
-void SystemDiskTest::init() { folder_ = std::make_unique<QTemporaryDir>(); }
-void SystemDiskTest::cleanup() { folder_.reset(); }
-
-void SystemDiskTest::readsAndWritesWhereTold()
+TEST_F(SystemDisk, readsAndWritesWhereTold)
 {
     const auto opened = systemDisk().open(path("a"), Disk::Access::createNew);
     opened->write(5, std::vector<std::uint8_t>{1, 2, 3});
-    QCOMPARE(opened->size(), 8U);
+    ASSERT_EQ(opened->size(), 8U);
     std::vector<std::uint8_t> bytes(4);
-    QCOMPARE(opened->read(3, bytes), 4U);
-    QCOMPARE(bytes, (std::vector<std::uint8_t>{0, 0, 1, 2}));
+    ASSERT_EQ(opened->read(3, bytes), 4U);
+    ASSERT_EQ(bytes, (std::vector<std::uint8_t>{0, 0, 1, 2}));
     opened->truncate(6);
-    QCOMPARE(opened->size(), 6U);
+    ASSERT_EQ(opened->size(), 6U);
     opened->sync();
     systemDisk().syncFolder(path("a").parent_path());
 }
 
-void SystemDiskTest::readEndsWithTheFile()
+TEST_F(SystemDisk, readEndsWithTheFile)
 {
     const auto opened = systemDisk().open(blank("a"), Disk::Access::readOnly);
     std::vector<std::uint8_t> bytes(100);
-    QCOMPARE(opened->read(16 * pageSize - 30, bytes), 30U);
-    QCOMPARE(opened->read(16 * pageSize + 30, bytes), 0U);
+    ASSERT_EQ(opened->read(16 * pageSize - 30, bytes), 30U);
+    ASSERT_EQ(opened->read(16 * pageSize + 30, bytes), 0U);
 }
 
-void SystemDiskTest::newFileMustBeNew()
+TEST_F(SystemDisk, newFileMustBeNew)
 {
     blank("a");
-    QCOMPARE(faultOf([&] { systemDisk().open(path("a"), Disk::Access::createNew); }), Fault::exists);
-    QVERIFY(systemDisk().exists(path("a")));
+    ASSERT_EQ(faultOf([&] { systemDisk().open(path("a"), Disk::Access::createNew); }), Fault::exists);
+    ASSERT_TRUE(systemDisk().exists(path("a")));
     systemDisk().remove(path("a"));
-    QVERIFY(!systemDisk().exists(path("a")));
+    ASSERT_FALSE(systemDisk().exists(path("a")));
     systemDisk().open(path("a"), Disk::Access::createNew);
-    QVERIFY(systemDisk().exists(path("a")));
+    ASSERT_TRUE(systemDisk().exists(path("a")));
 }
 
-void SystemDiskTest::refusalsCarryTheirFaultAndThePath()
+TEST_F(SystemDisk, refusalsCarryTheirFaultAndThePath)
 {
     const auto check = [&](Fault fault, const std::filesystem::path& file, auto&& action) {
         try {
             action();
-            QFAIL("nothing was refused");
+            FAIL() << "nothing was refused";
         } catch (const Error& error) {
-            QCOMPARE(error.fault(), fault);
-            QVERIFY2(std::string(error.what()).find("'" + file.string() + "'") == 0, error.what());
+            ASSERT_EQ(error.fault(), fault);
+            ASSERT_THAT(error.what(), StartsWith("'" + file.string() + "'"));
         }
     };
     auto& disk = systemDisk();
@@ -190,50 +155,50 @@ void SystemDiskTest::refusalsCarryTheirFaultAndThePath()
           [&] { disk.open(path(std::string(300, 'a').c_str()), Disk::Access::readOnly); });
 }
 
-void SystemDiskTest::protectedFilesAreNamed()
+TEST_F(SystemDisk, protectedFilesAreNamed)
 {
     blank("file");
     ::chmod(path("file").c_str(), 0444);
     ::chmod(path("").c_str(), 0555);
-    QVERIFY(asOrdinaryAccount([&] {
+    ASSERT_TRUE(asOrdinaryAccount([&] {
         return faultOf([&] { systemDisk().open(path("file"), Disk::Access::readWrite); }) == Fault::noPermission &&
                faultOf([&] { systemDisk().open(path("new"), Disk::Access::createNew); }) == Fault::noPermission &&
                faultOf([&] { systemDisk().remove(path("file")); }) == Fault::noPermission &&
                !faultOf([&] { systemDisk().open(path("file"), Disk::Access::readOnly); });
     }));
     ::chmod(path("file").c_str(), 0);
-    QVERIFY(asOrdinaryAccount([&] {
+    ASSERT_TRUE(asOrdinaryAccount([&] {
         return faultOf([&] { systemDisk().open(path("file"), Disk::Access::readOnly); }) == Fault::noPermission;
     }));
     ::chmod(path("").c_str(), 0755);
 }
 
-void SystemDiskTest::pipeInTheFilesPlaceIsRefused()
+TEST_F(SystemDisk, pipeInTheFilesPlaceIsRefused)
 {
-    QCOMPARE(::mkfifo(path("pipe").c_str(), 0644), 0);
-    QCOMPARE(faultOf([&] { systemDisk().open(path("pipe"), Disk::Access::readOnly); }), Fault::disk);
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0644), 0);
+    ASSERT_EQ(faultOf([&] { systemDisk().open(path("pipe"), Disk::Access::readOnly); }), Fault::disk);
 }
 
-void SystemDiskTest::renameReplaces()
+TEST_F(SystemDisk, renameReplaces)
 {
     blank("a");
     systemDisk().open(path("b"), Disk::Access::createNew);
     systemDisk().rename(path("a"), path("b"));
-    QVERIFY(!systemDisk().exists(path("a")));
-    QCOMPARE(systemDisk().open(path("b"), Disk::Access::readOnly)->size(), 16 * pageSize);
+    ASSERT_FALSE(systemDisk().exists(path("a")));
+    ASSERT_EQ(systemDisk().open(path("b"), Disk::Access::readOnly)->size(), 16 * pageSize);
 }
 
-void SystemDiskTest::realPathFollowsLinks()
+TEST_F(SystemDisk, realPathFollowsLinks)
 {
     const auto file = std::filesystem::canonical(blank("a"));
     std::filesystem::create_symlink("a", path("b"));
     std::filesystem::create_symlink("b", path("c"));
-    QCOMPARE(systemDisk().realPath(path("c")), file);
-    QCOMPARE(systemDisk().realPath(path("a")), file);
-    QCOMPARE(systemDisk().realPath(path("none")), path("none"));
+    ASSERT_EQ(systemDisk().realPath(path("c")), file);
+    ASSERT_EQ(systemDisk().realPath(path("a")), file);
+    ASSERT_EQ(systemDisk().realPath(path("none")), path("none"));
 }
 
-void SystemDiskTest::journalStandsBesideTheRealFile()
+TEST_F(SystemDisk, journalStandsBesideTheRealFile)
 {
     std::filesystem::create_directory(path("data"));
     std::filesystem::rename(blank("a"), path("data/a"));
@@ -242,36 +207,36 @@ void SystemDiskTest::journalStandsBesideTheRealFile()
     Transaction change(pager);
     pager.write(3)[0] = 1;
     change.commit();
-    QVERIFY(systemDisk().exists(path("data/a-journal")));
-    QVERIFY(!systemDisk().exists(path("link-journal")));
+    ASSERT_TRUE(systemDisk().exists(path("data/a-journal")));
+    ASSERT_FALSE(systemDisk().exists(path("link-journal")));
 }
 
-void SystemDiskTest::anotherProgramsWriterIsNoticed()
+TEST_F(SystemDisk, anotherProgramsWriterIsNoticed)
 {
     const auto file = blank("a");
     const OtherProgram other([&] { new Pager(systemDisk(), file, Pager::Mode::readWrite); });
-    QVERIFY(other.done());
-    QCOMPARE(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readWrite); }), Fault::inUse);
+    ASSERT_TRUE(other.done());
+    ASSERT_EQ(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readWrite); }), Fault::inUse);
     Pager reader(systemDisk(), file, Pager::Mode::readOnly);
-    QCOMPARE(reader.pageCount(), 16U);
+    ASSERT_EQ(reader.pageCount(), 16U);
 }
 
-void SystemDiskTest::lockEndsWithTheProgram()
+TEST_F(SystemDisk, lockEndsWithTheProgram)
 {
     const auto file = blank("a");
     {
         const OtherProgram other([&] { new Pager(systemDisk(), file, Pager::Mode::readWrite); });
-        QVERIFY(other.done());
+        ASSERT_TRUE(other.done());
     }
     Pager pager(systemDisk(), file, Pager::Mode::readWrite);
-    QVERIFY(pager.writable());
+    ASSERT_TRUE(pager.writable());
 }
 
-void SystemDiskTest::readersShareAndCommitExcludes()
+TEST_F(SystemDisk, readersShareAndCommitExcludes)
 {
     const auto file = blank("a");
     const auto writer = systemDisk().open(file, Disk::Access::readWrite);
-    QVERIFY(writer->lock(File::Lock::writer));
+    ASSERT_TRUE(writer->lock(File::Lock::writer));
     {
         const auto lockedReader = [&] {
             static std::unique_ptr<File> kept = systemDisk().open(file, Disk::Access::readOnly);
@@ -279,37 +244,37 @@ void SystemDiskTest::readersShareAndCommitExcludes()
         };
         const OtherProgram one(lockedReader);
         const OtherProgram two(lockedReader);
-        QVERIFY(one.done() && two.done());
-        QVERIFY(!writer->lock(File::Lock::commit));
+        ASSERT_TRUE(one.done() && two.done());
+        ASSERT_FALSE(writer->lock(File::Lock::commit));
     }
-    QVERIFY(writer->lock(File::Lock::commit));
+    ASSERT_TRUE(writer->lock(File::Lock::commit));
     const auto reader = systemDisk().open(file, Disk::Access::readOnly);
-    QVERIFY(!reader->lock(File::Lock::reader));
-    QVERIFY(writer->lock(File::Lock::writer));
-    QVERIFY(reader->lock(File::Lock::reader));
+    ASSERT_FALSE(reader->lock(File::Lock::reader));
+    ASSERT_TRUE(writer->lock(File::Lock::writer));
+    ASSERT_TRUE(reader->lock(File::Lock::reader));
     const auto second = systemDisk().open(file, Disk::Access::readWrite);
-    QVERIFY(!second->lock(File::Lock::writer));
-    QVERIFY(writer->lock(File::Lock::none));
-    QVERIFY(second->lock(File::Lock::writer));
+    ASSERT_FALSE(second->lock(File::Lock::writer));
+    ASSERT_TRUE(writer->lock(File::Lock::none));
+    ASSERT_TRUE(second->lock(File::Lock::writer));
 }
 
-void SystemDiskTest::refusedLockLeavesTheHeldOne()
+TEST_F(SystemDisk, refusedLockLeavesTheHeldOne)
 {
     const auto file = blank("a");
     const auto writer = systemDisk().open(file, Disk::Access::readWrite);
     const auto reader = systemDisk().open(file, Disk::Access::readWrite);
     const auto third = systemDisk().open(file, Disk::Access::readWrite);
-    QVERIFY(reader->lock(File::Lock::reader));
-    QVERIFY(writer->lock(File::Lock::writer));
-    QVERIFY(!writer->lock(File::Lock::commit));
-    QVERIFY(!third->lock(File::Lock::writer));
-    QVERIFY(writer->lock(File::Lock::none));
+    ASSERT_TRUE(reader->lock(File::Lock::reader));
+    ASSERT_TRUE(writer->lock(File::Lock::writer));
+    ASSERT_FALSE(writer->lock(File::Lock::commit));
+    ASSERT_FALSE(third->lock(File::Lock::writer));
+    ASSERT_TRUE(writer->lock(File::Lock::none));
     // A refused commit from nothing holds nothing.
-    QVERIFY(!third->lock(File::Lock::commit));
-    QVERIFY(writer->lock(File::Lock::writer));
+    ASSERT_FALSE(third->lock(File::Lock::commit));
+    ASSERT_TRUE(writer->lock(File::Lock::writer));
 }
 
-void SystemDiskTest::openSessionOfAccessIsNoticed()
+TEST_F(SystemDisk, openSessionOfAccessIsNoticed)
 {
     const auto file = blank("Yag.mdb");
     std::ofstream(path("Yag.ldb")) << std::string(64, '\0');
@@ -325,38 +290,38 @@ void SystemDiskTest::openSessionOfAccessIsNoticed()
     };
     {
         const OtherProgram access(lockUserByte);
-        QVERIFY(access.done());
-        QCOMPARE(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readWrite); }), Fault::inUse);
-        QCOMPARE(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readOnly); }), Fault::inUse);
+        ASSERT_TRUE(access.done());
+        ASSERT_EQ(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readWrite); }), Fault::inUse);
+        ASSERT_EQ(faultOf([&] { Pager(systemDisk(), file, Pager::Mode::readOnly); }), Fault::inUse);
     }
-    QVERIFY(Pager(systemDisk(), file, Pager::Mode::readWrite).writable());
+    ASSERT_TRUE(Pager(systemDisk(), file, Pager::Mode::readWrite).writable());
 }
 
-void SystemDiskTest::leftoverLockFileOfAccessIsHarmless()
+TEST_F(SystemDisk, leftoverLockFileOfAccessIsHarmless)
 {
     const auto file = blank("Yag.mdb");
     std::ofstream(path("Yag.ldb")) << std::string(64, 'x');
-    QVERIFY(Pager(systemDisk(), file, Pager::Mode::readWrite).writable());
-    QVERIFY(systemDisk().exists(path("Yag.ldb")));
+    ASSERT_TRUE(Pager(systemDisk(), file, Pager::Mode::readWrite).writable());
+    ASSERT_TRUE(systemDisk().exists(path("Yag.ldb")));
 }
 
-void SystemDiskTest::protectedFileOpensForReading()
+TEST_F(SystemDisk, protectedFileOpensForReading)
 {
     const auto file = blank("a");
     ::chmod(file.c_str(), 0444);
     ::chmod(path("").c_str(), 0755);
-    QVERIFY(asOrdinaryAccount([&] {
+    ASSERT_TRUE(asOrdinaryAccount([&] {
         Pager pager(systemDisk(), file, Pager::Mode::readWrite);
         return !pager.writable() && pager.pageCount() == 16;
     }));
 }
 
-void SystemDiskTest::fileThatMayNotGrowKeepsItsState()
+TEST_F(SystemDisk, fileThatMayNotGrowKeepsItsState)
 {
     const auto file = blank("a");
     ::chmod(path("").c_str(), 0777);
     ::chmod(file.c_str(), 0666);
-    QVERIFY(asOrdinaryAccount([&] {
+    ASSERT_TRUE(asOrdinaryAccount([&] {
         ::signal(SIGXFSZ, SIG_IGN);
         const auto limitTo = [](rlim_t bytes) {
             const struct rlimit limit = {bytes, RLIM_INFINITY};
@@ -379,5 +344,4 @@ void SystemDiskTest::fileThatMayNotGrowKeepsItsState()
     }));
 }
 
-QTEST_APPLESS_MAIN(SystemDiskTest)
-#include "system_disk.moc"
+} // namespace

@@ -86,9 +86,10 @@ void SampleReports::everyMonthAddsUp()
     QFETCH(QString, sample);
     QTemporaryDir directory;
     const QString database = directory.filePath(u"Yag.mdb"_s);
-    QVERIFY(QFile::copy(samples::database(u"data/"_s + sample + u".mdb"_s), database));
+    const std::filesystem::path original = samples::database("data/" + sample.toStdString());
+    QVERIFY(QFile::copy(QString::fromStdString(original.string() + ".mdb"), database));
     QVERIFY(QFile::setPermissions(database, QFile::ReadOwner | QFile::WriteOwner));
-    const std::vector<Pressing> pressings = pressingsOf(samples::database(u"data/"_s + sample + u".hareket.tsv"_s));
+    const std::vector<Pressing> pressings = pressingsOf(QString::fromStdString(original.string() + ".hareket.tsv"));
     QVERIFY(pressings.size() > 2000);
 
     store::JetDatabases databases(platform::systemDisk());

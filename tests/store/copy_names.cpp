@@ -1,81 +1,78 @@
-#include <cstddef> // moc needs it ahead of <compare>
-
 #include "store/copy_names.h"
+#include "tests/support/table.h"
 
-#include <QtTest>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <set>
 
 using namespace store;
 
-class CopyNames : public QObject {
-    Q_OBJECT
+namespace {
 
-    static std::string dayName(int index) { return copyName({2025, 1 + index / 28, 1 + index % 28}); }
+std::string dayName(int index) { return copyName({2025, 1 + index / 28, 1 + index % 28}); }
 
-private slots:
-    void aNameIsReadBackAsItWasWritten()
-    {
-        const CopyTime day{2025, 11, 20};
-        QCOMPARE(copyName(day), std::string("Yag-2025-11-20.mdb"));
-        QVERIFY(copyTime("Yag-2025-11-20.mdb") == day);
-        const CopyTime moment{2025, 11, 20, false, 14, 5, 1};
-        QCOMPARE(copyName(moment), std::string("Yag-2025-11-20-140501.mdb"));
-        QVERIFY(copyTime("Yag-2025-11-20-140501.mdb") == moment);
-    }
+TEST(CopyNames, aNameIsReadBackAsItWasWritten)
+{
+    const CopyTime day{2025, 11, 20};
+    ASSERT_EQ(copyName(day), "Yag-2025-11-20.mdb");
+    ASSERT_EQ(copyTime("Yag-2025-11-20.mdb"), day);
+    const CopyTime moment{2025, 11, 20, false, 14, 5, 1};
+    ASSERT_EQ(copyName(moment), "Yag-2025-11-20-140501.mdb");
+    ASSERT_EQ(copyTime("Yag-2025-11-20-140501.mdb"), moment);
+}
 
-    void otherNamesAreNotOurs_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const char* name :
-             {"Yag.mdb", "Yag-.mdb", "Yag-2025-11-20", "Yag-2025-11-20.mdb.part", "yag-2025-11-20.mdb",
-              "Yag-2025-11-2.mdb", "Yag-2025-11-200.mdb", "Yag-2025-13-01.mdb", "Yag-2025-02-29.mdb",
-              "Yag-2025-11-20-1405.mdb", "Yag-2025-11-20-240000.mdb", "Yag-2025-11-20-140560.mdb",
-              "Yag-2025-11-20 kopyası.mdb", "Yag-onceki-2025-11-20-140501.mdb", "aYag-2025-11-20.mdb", "-.mdb", ".mdb"})
-            QTest::newRow(name) << name;
-    }
-    void otherNamesAreNotOurs()
-    {
-        QFETCH(QString, name);
-        QVERIFY(!copyTime(name.toStdU16String()));
-    }
+class CopyNamesOfOthers : public TableTest<std::string> {};
 
-    void theNewestThirtyStay()
-    {
-        std::vector<std::filesystem::path> names = {"Yag.mdb", "okubeni.txt", "Yag-2025-11-20.mdb.part"};
-        for (int i = 0; i < 40; ++i) names.emplace_back(dayName(i));
-        const auto removed = copiesToRemove(names, dayName(39));
-        std::set<std::filesystem::path> expected;
-        for (int i = 0; i < 10; ++i) expected.insert(dayName(i));
-        QVERIFY(std::set(removed.begin(), removed.end()) == expected);
-    }
+RowTable<std::string> copyNamesOfOthers()
+{
+    RowTable<std::string> table;
+    for (const char* name :
+         {"Yag.mdb", "Yag-.mdb", "Yag-2025-11-20", "Yag-2025-11-20.mdb.part", "yag-2025-11-20.mdb", "Yag-2025-11-2.mdb",
+          "Yag-2025-11-200.mdb", "Yag-2025-13-01.mdb", "Yag-2025-02-29.mdb", "Yag-2025-11-20-1405.mdb",
+          "Yag-2025-11-20-240000.mdb", "Yag-2025-11-20-140560.mdb", "Yag-2025-11-20 kopyası.mdb",
+          "Yag-onceki-2025-11-20-140501.mdb", "aYag-2025-11-20.mdb", "-.mdb", ".mdb"})
+        table.push_back({name, name});
+    return table;
+}
 
-    void nothingGoesBeforeThereAreMoreThanThirty()
-    {
-        std::vector<std::filesystem::path> names;
-        for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
-        QVERIFY(copiesToRemove(names, dayName(29)).empty());
-    }
+INSTANTIATE_TEST_SUITE_P(, CopyNamesOfOthers, testing::ValuesIn(copyNamesOfOthers()), NumberedRowName());
 
-    void deletionsDoNotPushOutTheCopiesOfDays()
-    {
-        std::vector<std::filesystem::path> names;
-        for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
-        for (int i = 0; i < 50; ++i) names.emplace_back(copyName({2025, 11, 20, false, 14, i, 0}));
-        const auto removed = copiesToRemove(names, copyName({2025, 11, 20, false, 14, 49, 0}));
-        QCOMPARE(removed.size(), std::size_t{20});
-        QVERIFY(std::ranges::all_of(removed, [](const auto& name) { return !copyTime(name)->ofDay; }));
-    }
+TEST_P(CopyNamesOfOthers, otherNamesAreNotOurs) { ASSERT_FALSE(copyTime(row())); }
 
-    void theCopyJustMadeStaysWhenTheClockWasPutBack()
-    {
-        std::vector<std::filesystem::path> names = {copyName({2000, 1, 1})};
-        for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
-        const auto removed = copiesToRemove(names, copyName({2000, 1, 1}));
-        QVERIFY(removed == std::vector<std::filesystem::path>{dayName(0)});
-    }
-};
+TEST(CopyNames, theNewestThirtyStay)
+{
+    std::vector<std::filesystem::path> names = {"Yag.mdb", "okubeni.txt", "Yag-2025-11-20.mdb.part"};
+    for (int i = 0; i < 40; ++i) names.emplace_back(dayName(i));
+    const auto removed = copiesToRemove(names, dayName(39));
+    std::set<std::filesystem::path> expected;
+    for (int i = 0; i < 10; ++i) expected.insert(dayName(i));
+    ASSERT_EQ(std::set(removed.begin(), removed.end()), expected);
+}
 
-QTEST_GUILESS_MAIN(CopyNames)
-#include "copy_names.moc"
+TEST(CopyNames, nothingGoesBeforeThereAreMoreThanThirty)
+{
+    std::vector<std::filesystem::path> names;
+    for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
+    ASSERT_TRUE(copiesToRemove(names, dayName(29)).empty());
+}
+
+TEST(CopyNames, deletionsDoNotPushOutTheCopiesOfDays)
+{
+    std::vector<std::filesystem::path> names;
+    for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
+    for (int i = 0; i < 50; ++i) names.emplace_back(copyName({2025, 11, 20, false, 14, i, 0}));
+    const auto removed = copiesToRemove(names, copyName({2025, 11, 20, false, 14, 49, 0}));
+    ASSERT_EQ(removed.size(), 20U);
+    ASSERT_TRUE(std::ranges::all_of(removed, [](const auto& name) { return !copyTime(name)->ofDay; }));
+}
+
+TEST(CopyNames, theCopyJustMadeStaysWhenTheClockWasPutBack)
+{
+    std::vector<std::filesystem::path> names = {copyName({2000, 1, 1})};
+    for (int i = 0; i < 30; ++i) names.emplace_back(dayName(i));
+    const auto removed = copiesToRemove(names, copyName({2000, 1, 1}));
+    ASSERT_EQ(removed, std::vector<std::filesystem::path>{dayName(0)});
+}
+
+} // namespace

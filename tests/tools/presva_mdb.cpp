@@ -1,317 +1,303 @@
-#include <cstddef> // moc stumbles over <compare> without it
-
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/samples.h"
+#include "tests/support/bytes.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace {
 
-struct Outcome {
-    int code = -1;
-    QString out;
-    QString err;
-};
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
-} // namespace
+using Arguments = std::vector<std::string>;
 
-/// The program itself, from outside.
-class PresvaMdbTest : public QObject {
-    Q_OBJECT
-private slots:
-    void init();
-
-    void everyCommandHasHelp_data();
-    void everyCommandHasHelp();
-    void misuseIsOneLineAndExitCodeOne_data();
-    void misuseIsOneLineAndExitCodeOne();
-    void createdDatabaseHasBothTablesInOrder_data();
-    void createdDatabaseHasBothTablesInOrder();
-    void createNeverReplacesAFile();
-    void exportAndImportAreOpposites();
-    void importTakesColumnsByName();
-    void importLoadsAllRowsOrNone_data();
-    void importLoadsAllRowsOrNone();
-    void importReadsStandardInput();
-    void sqlPrintsRowsSumsAndCounts();
-    void checkNamesTheFault();
-    void backupIsACopyThatOpens();
-    void compactDropsTheRoomOfDeletedRows();
-    void compactRefusesToLoseAQuery();
-    void aDamagedFileIsSavedAsFarAsItCanBeRead();
-    void restoreListsTheCopiesAndPutsOneBack();
-    void restoreLeavesARunningProgramAlone();
-    void dropIndexTakesTheIndexAway();
-    void fileInUseIsRefused();
-    void sampleDatabasesAreSoundAndExportWhole();
-    void sampleDatabasesSurviveCompacting();
-
-private:
-    Outcome run(const QStringList& arguments, const QByteArray& input = {})
+/// The program itself, from outside, in a folder of the test's own.
+class Tool {
+protected:
+    static Outcome run(const Arguments& arguments, const std::string& input = {})
     {
-        QProcess process;
-        process.start(PRESVA_MDB, arguments);
-        process.write(input);
-        process.closeWriteChannel();
-        if (!process.waitForFinished(60000)) return {};
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input});
     }
-    QString path(const QString& name) const { return folder_->filePath(name); }
-    void write(const QString& name, const QByteArray& content)
-    {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-    }
-    QString created(const QString& name = "Yag.mdb", const QString& collation = "turkish")
+    std::filesystem::path folder() const { return folder_.path(); }
+    std::string path(const std::string& name) const { return folder_ / name; }
+    std::string created(const std::string& name = "Yag.mdb", const std::string& collation = "turkish") const
     {
         const Outcome outcome = run({"create", path(name), "--collation", collation});
-        if (outcome.code != 0) qWarning("%s", qPrintable(outcome.err));
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
         return path(name);
     }
-    void verifySound(const QString& file)
+    static void verifySound(const std::string& file)
     {
         const Outcome outcome = run({"check", file});
-        QVERIFY2(outcome.code == 0, qPrintable(outcome.out + outcome.err));
+        ASSERT_EQ(outcome.code, 0) << outcome.out + outcome.err;
     }
 
-    std::unique_ptr<QTemporaryDir> folder_;
+private:
+    TemporaryFolder folder_;
 };
 
-void PresvaMdbTest::init() { folder_ = std::make_unique<QTemporaryDir>(); }
+class PresvaMdb : public testing::Test, protected Tool {};
 
-void PresvaMdbTest::everyCommandHasHelp_data()
+std::vector<std::string> sortedLines(const std::string& text)
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("all") << QStringList{"--help"};
+    std::vector<std::string> lines = split(text, "\r\n");
+    std::ranges::sort(lines);
+    return lines;
+}
+
+class PresvaMdbHelp : public TableTest<Arguments>, protected Tool {};
+
+RowTable<Arguments> presvaMdbHelp()
+{
+    RowTable<Arguments> table;
+    table.push_back({"all", {"--help"}});
     for (const char* name :
          {"create", "info", "check", "export", "import", "sql", "compact", "rescue", "backup", "restore", "drop-index"})
-        QTest::newRow(name) << QStringList{name, "--help"};
+        table.push_back({name, {name, "--help"}});
+    return table;
 }
 
-void PresvaMdbTest::everyCommandHasHelp()
+INSTANTIATE_TEST_SUITE_P(, PresvaMdbHelp, testing::ValuesIn(presvaMdbHelp()), RowName());
+
+TEST_P(PresvaMdbHelp, everyCommandHasHelp)
 {
-    QFETCH(QStringList, arguments);
+    const Arguments& arguments = row();
     const Outcome outcome = run(arguments);
-    QCOMPARE(outcome.code, 0);
-    QVERIFY(outcome.out.contains("Kullanım:"));
-    QVERIFY(outcome.out.contains("presva-mdb " + (arguments.size() > 1 ? arguments[0] : QString())));
-    QCOMPARE(outcome.err, QString());
+    ASSERT_EQ(outcome.code, 0);
+    ASSERT_THAT(outcome.out, HasSubstr("Kullanım:"));
+    ASSERT_THAT(outcome.out, HasSubstr("presva-mdb " + (arguments.size() > 1 ? arguments[0] : "")));
+    ASSERT_EQ(outcome.err, "");
 }
 
-void PresvaMdbTest::misuseIsOneLineAndExitCodeOne_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("nothing") << QStringList{};
-    QTest::newRow("unknown command") << QStringList{"aç"};
-    QTest::newRow("no file") << QStringList{"info"};
-    QTest::newRow("too many") << QStringList{"info", "a", "b"};
-    QTest::newRow("missing file") << QStringList{"info", "/yok/Yag.mdb"};
-    QTest::newRow("missing file to check") << QStringList{"check", "yok.mdb"};
-    QTest::newRow("folder") << QStringList{"check", "/"};
-    QTest::newRow("no database") << QStringList{"info", PRESVA_MDB};
-    QTest::newRow("unknown collation") << QStringList{"create", "x.mdb", "--collation", "greek"};
-    QTest::newRow("half an option") << QStringList{"create", "x.mdb", "--collation"};
-}
+class PresvaMdbMisuse : public TableTest<Arguments>, protected Tool {};
 
-void PresvaMdbTest::misuseIsOneLineAndExitCodeOne()
+RowTable<Arguments> presvaMdbMisuse()
 {
-    QFETCH(QStringList, arguments);
-    const Outcome outcome = run(arguments);
-    QCOMPARE(outcome.code, 1);
-    QCOMPARE(outcome.out, QString());
-    QCOMPARE(outcome.err.count('\n'), 1);
-    QVERIFY(outcome.err.startsWith("presva-mdb: "));
-    QVERIFY(outcome.err.size() > 30);
-}
-
-void PresvaMdbTest::createdDatabaseHasBothTablesInOrder_data()
-{
-    QTest::addColumn<QString>("collation");
-    QTest::newRow("Turkish") << "turkish";
-    QTest::newRow("General") << "general";
-}
-
-void PresvaMdbTest::createdDatabaseHasBothTablesInOrder()
-{
-    QFETCH(QString, collation);
-    const QString file = created("Yag.mdb", collation);
-    verifySound(file);
-    const auto database = jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
-    QCOMPARE(database->collation(), collation == "turkish" ? jet::turkish : jet::general);
-    QCOMPARE(database->tableNames(), (std::vector<std::u16string>{u"Cari", u"Hareket"}));
-    const auto columns = [&](const char16_t* table) {
-        QStringList names;
-        for (const jet::Column& column : database->table(table).columns())
-            names << QString::fromStdU16String(column.name) + ':' + QString::number(static_cast<int>(column.type)) +
-                         (column.type == jet::ColumnType::text ? '(' + QString::number(column.length / 2) + ')' : "");
-        return names.join(' ');
+    return {
+        {"nothing", {}},
+        {"unknown command", {"aç"}},
+        {"no file", {"info"}},
+        {"too many", {"info", "a", "b"}},
+        {"missing file", {"info", "/yok/Yag.mdb"}},
+        {"missing file to check", {"check", "yok.mdb"}},
+        {"folder", {"check", "/"}},
+        {"no database", {"info", PRESVA_MDB}},
+        {"unknown collation", {"create", "x.mdb", "--collation", "greek"}},
+        {"half an option", {"create", "x.mdb", "--collation"}},
     };
-    QCOMPARE(columns(u"Cari"), "Unvan:10(100) Yuzde:7 Kap:10(50) Nakit:7");
-    QCOMPARE(columns(u"Hareket"), "Tarih:8 Zeytin:7 Yağ:7 Yuzde:7 HakTut:7 Nakit:7 CariHar:10(100)");
-    QCOMPARE(database->table(u"Cari").indexes().size(), std::size_t{0});
+}
+
+INSTANTIATE_TEST_SUITE_P(, PresvaMdbMisuse, testing::ValuesIn(presvaMdbMisuse()), RowName());
+
+TEST_P(PresvaMdbMisuse, misuseIsOneLineAndExitCodeOne)
+{
+    const Arguments& arguments = row();
+    const Outcome outcome = run(arguments);
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_EQ(outcome.out, "");
+    ASSERT_EQ(countOf("\n", outcome.err), 1);
+    ASSERT_THAT(outcome.err, StartsWith("presva-mdb: "));
+    ASSERT_GT(outcome.err.size(), 30U);
+}
+
+class PresvaMdbCreate : public TableTest<std::string>, protected Tool {};
+
+RowTable<std::string> presvaMdbCreate()
+{
+    return {
+        {"Turkish", "turkish"},
+        {"General", "general"},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, PresvaMdbCreate, testing::ValuesIn(presvaMdbCreate()), RowName());
+
+TEST_P(PresvaMdbCreate, createdDatabaseHasBothTablesInOrder)
+{
+    const std::string& collation = row();
+    const std::string file = created("Yag.mdb", collation);
+    verifySound(file);
+    const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
+    ASSERT_EQ(database->collation(), collation == "turkish" ? jet::turkish : jet::general);
+    ASSERT_EQ(database->tableNames(), (std::vector<std::u16string>{u"Cari", u"Hareket"}));
+    const auto columns = [&](const char16_t* table) {
+        std::string all;
+        for (const jet::Column& column : database->table(table).columns()) {
+            all += (all.empty() ? "" : " ") + jet::toUtf8(column.name) + ':' +
+                   std::to_string(static_cast<int>(column.type));
+            if (column.type == jet::ColumnType::text) all += '(' + std::to_string(column.length / 2) + ')';
+        }
+        return all;
+    };
+    ASSERT_EQ(columns(u"Cari"), "Unvan:10(100) Yuzde:7 Kap:10(50) Nakit:7");
+    ASSERT_EQ(columns(u"Hareket"), "Tarih:8 Zeytin:7 Yağ:7 Yuzde:7 HakTut:7 Nakit:7 CariHar:10(100)");
+    ASSERT_EQ(database->table(u"Cari").indexes().size(), 0U);
     const auto& indexes = database->table(u"Hareket").indexes();
-    QCOMPARE(indexes.size(), std::size_t{1});
-    QCOMPARE(indexes[0].columns.at(0).column, std::size_t{0});
-    QVERIFY(!indexes[0].unique);
-    QCOMPARE(QDir(folder_->path()).entryList(QDir::Files | QDir::Hidden), QStringList{"Yag.mdb"});
+    ASSERT_EQ(indexes.size(), 1U);
+    ASSERT_EQ(indexes[0].columns.at(0).column, 0U);
+    ASSERT_FALSE(indexes[0].unique);
+    ASSERT_EQ(filesIn(folder()), std::vector<std::string>{"Yag.mdb"});
 }
 
-void PresvaMdbTest::createNeverReplacesAFile()
+TEST_F(PresvaMdb, createNeverReplacesAFile)
 {
-    write("Yag.mdb", "mine");
-    QCOMPARE(run({"create", path("Yag.mdb")}).code, 1);
-    QFile file(path("Yag.mdb"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("mine"));
+    writeFile(path("Yag.mdb"), "mine");
+    ASSERT_EQ(run({"create", path("Yag.mdb")}).code, 1);
+    ASSERT_EQ(textOfFile(path("Yag.mdb")), "mine");
 }
 
-void PresvaMdbTest::exportAndImportAreOpposites()
+TEST_F(PresvaMdb, exportAndImportAreOpposites)
 {
-    const QByteArray rows = "Tarih,Zeytin,Yağ,Yuzde,HakTut,Nakit,CariHar\r\n"
-                            "2025-11-20T14:05:00,1250,262.5,12.5,32.8125,0,Şükrü Ağaoğlu\r\n"
-                            "2025-11-21T00:00:00,0.1,,,,,\"Ali, \"\"Deli\"\" Veli\"\r\n"
-                            ",,,,,,\"\"\r\n"
-                            "1899-12-29T06:00:00,-5,1e+300,0.3333333333333333,0,0,  İlk \r\n";
-    write("rows.csv", rows);
-    const QString file = created();
+    const std::string rows = "Tarih,Zeytin,Yağ,Yuzde,HakTut,Nakit,CariHar\r\n"
+                             "2025-11-20T14:05:00,1250,262.5,12.5,32.8125,0,Şükrü Ağaoğlu\r\n"
+                             "2025-11-21T00:00:00,0.1,,,,,\"Ali, \"\"Deli\"\" Veli\"\r\n"
+                             ",,,,,,\"\"\r\n"
+                             "1899-12-29T06:00:00,-5,1e+300,0.3333333333333333,0,0,  İlk \r\n";
+    writeFile(path("rows.csv"), rows);
+    const std::string file = created();
     const Outcome loaded = run({"import", file, "Hareket", path("rows.csv")});
-    QVERIFY2(loaded.code == 0, qPrintable(loaded.err));
-    QCOMPARE(loaded.out, "4 satır yüklendi.\n");
-    QCOMPARE(loaded.err, QString());
+    ASSERT_EQ(loaded.code, 0) << loaded.err;
+    ASSERT_EQ(loaded.out, "4 satır yüklendi.\n");
+    ASSERT_EQ(loaded.err, "");
     verifySound(file);
     const Outcome exported = run({"export", file, "hareket"});
-    QCOMPARE(exported.code, 0);
-    QCOMPARE(exported.out.toUtf8(), rows);
+    ASSERT_EQ(exported.code, 0);
+    ASSERT_EQ(exported.out, rows);
 }
 
-void PresvaMdbTest::importTakesColumnsByName()
+TEST_F(PresvaMdb, importTakesColumnsByName)
 {
-    write("rows.csv", "Nakit,unvan\n70,Ali\n");
-    const QString file = created();
-    QCOMPARE(run({"import", file, "Cari", path("rows.csv")}).code, 0);
-    QCOMPARE(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,70\r\n");
+    writeFile(path("rows.csv"), "Nakit,unvan\n70,Ali\n");
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", path("rows.csv")}).code, 0);
+    ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,70\r\n");
 }
 
-void PresvaMdbTest::importLoadsAllRowsOrNone_data()
+struct PresvaMdbImportRow {
+    std::string csv;
+    std::string named;
+};
+class PresvaMdbImport : public TableTest<PresvaMdbImportRow>, protected Tool {};
+
+RowTable<PresvaMdbImportRow> presvaMdbImport()
 {
-    QTest::addColumn<QByteArray>("csv");
-    QTest::addColumn<QString>("named");
-    QTest::newRow("wrong number") << QByteArray("Unvan,Nakit\nAli,1\nVeli,bir\n") << "3. satırı: 'Nakit'";
-    QTest::newRow("too long") << QByteArray("Unvan\nAli\n" + QByteArray(101, 'x') + "\n") << "3. satırı";
-    QTest::newRow("field missing") << QByteArray("Unvan,Nakit\nAli,1\nVeli\n") << "3. satırı";
-    QTest::newRow("open quote") << QByteArray("Unvan\nAli\n\"Veli\n") << "3. satır";
-    QTest::newRow("unknown column") << QByteArray("Unvan,Adres\nAli,Edremit\n") << "'Adres'";
-    QTest::newRow("column twice") << QByteArray("Unvan,UNVAN\nAli,Ali\n") << "'UNVAN'";
-    QTest::newRow("empty file") << QByteArray() << "boş";
+    return {
+        {"wrong number", {"Unvan,Nakit\nAli,1\nVeli,bir\n", "3. satırı: 'Nakit'"}},
+        {"too long", {"Unvan\nAli\n" + std::string(101, 'x') + "\n", "3. satırı"}},
+        {"field missing", {"Unvan,Nakit\nAli,1\nVeli\n", "3. satırı"}},
+        {"open quote", {"Unvan\nAli\n\"Veli\n", "3. satır"}},
+        {"unknown column", {"Unvan,Adres\nAli,Edremit\n", "'Adres'"}},
+        {"column twice", {"Unvan,UNVAN\nAli,Ali\n", "'UNVAN'"}},
+        {"empty file", {"", "boş"}},
+    };
 }
 
-void PresvaMdbTest::importLoadsAllRowsOrNone()
+INSTANTIATE_TEST_SUITE_P(, PresvaMdbImport, testing::ValuesIn(presvaMdbImport()), RowName());
+
+TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
 {
-    QFETCH(QByteArray, csv);
-    QFETCH(QString, named);
-    write("rows.csv", csv);
-    const QString file = created();
+    const auto& [csv, named] = row();
+    writeFile(path("rows.csv"), csv);
+    const std::string file = created();
     const Outcome outcome = run({"import", file, "Cari", path("rows.csv")});
-    QCOMPARE(outcome.code, 1);
-    QVERIFY2(outcome.err.contains(named), qPrintable(outcome.err));
-    QCOMPARE(outcome.err.count('\n'), 1);
-    QCOMPARE(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr(named));
+    ASSERT_EQ(countOf("\n", outcome.err), 1);
+    ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
     verifySound(file);
 }
 
-void PresvaMdbTest::importReadsStandardInput()
+TEST_F(PresvaMdb, importReadsStandardInput)
 {
-    const QString file = created();
-    QCOMPARE(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").out, "2 satır yüklendi.\n");
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").out, "2 satır yüklendi.\n");
 }
 
-void PresvaMdbTest::sqlPrintsRowsSumsAndCounts()
+TEST_F(PresvaMdb, sqlPrintsRowsSumsAndCounts)
 {
-    const QString file = created();
-    QCOMPARE(run({"import", file, "Cari", "-"}, "Unvan,Nakit\nVeli,20\nAli,10.5\nÇetin,\n").code, 0);
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan,Nakit\nVeli,20\nAli,10.5\nÇetin,\n").code, 0);
     const Outcome rows = run({"sql", file, "Select Nakit, Unvan From Cari Order By Unvan Asc"});
-    QVERIFY2(rows.code == 0, qPrintable(rows.err));
-    QCOMPARE(rows.out, "Nakit,Unvan\r\n10.5,Ali\r\n,Çetin\r\n20,Veli\r\n");
+    ASSERT_EQ(rows.code, 0) << rows.err;
+    ASSERT_EQ(rows.out, "Nakit,Unvan\r\n10.5,Ali\r\n,Çetin\r\n20,Veli\r\n");
     const Outcome sum = run({"sql", file, "Select Sum(Nakit) From Cari"});
-    QCOMPARE(sum.out.section("\r\n", 1, 1), "30.5");
-    QCOMPARE(run({"sql", file, "  delete From Cari Where Unvan='Ali'"}).out, "1 satır silindi.\n");
-    QCOMPARE(run({"sql", file, "Select Unvan From Cari"}).out, "Unvan\r\nVeli\r\nÇetin\r\n");
+    ASSERT_EQ(split(sum.out, "\r\n").at(1), "30.5");
+    ASSERT_EQ(run({"sql", file, "  delete From Cari Where Unvan='Ali'"}).out, "1 satır silindi.\n");
+    ASSERT_EQ(run({"sql", file, "Select Unvan From Cari"}).out, "Unvan\r\nVeli\r\nÇetin\r\n");
     const Outcome wrong = run({"sql", file, "Select From"});
-    QCOMPARE(wrong.code, 1);
-    QCOMPARE(wrong.err.count('\n'), 1);
+    ASSERT_EQ(wrong.code, 1);
+    ASSERT_EQ(countOf("\n", wrong.err), 1);
 }
 
-void PresvaMdbTest::checkNamesTheFault()
+TEST_F(PresvaMdb, checkNamesTheFault)
 {
-    const QString file = created();
-    QCOMPARE(run({"import", file, "Hareket", "-"}, "Tarih\n2025-11-20\n2025-11-21\n").code, 0);
-    QFile raw(file);
-    QVERIFY(raw.open(QIODevice::ReadWrite));
-    QByteArray bytes = raw.readAll();
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Hareket", "-"}, "Tarih\n2025-11-20\n2025-11-21\n").code, 0);
+    std::vector<std::uint8_t> bytes = bytesOfFile(file);
     // The entry of 2025-11-21 (its key) in the leaf of the index on Tarih.
-    const qsizetype at = bytes.indexOf(QByteArray::fromHex("7fc0e673c000000000"));
-    QVERIFY(at > 0);
-    bytes[at + 5] = 1;
-    raw.seek(0);
-    raw.write(bytes);
-    raw.close();
+    const auto entry = std::ranges::search(bytes, bytesOf("7fc0e673c000000000"));
+    ASSERT_FALSE(entry.empty());
+    entry.begin()[5] = 1;
+    writeFile(file, bytes);
     const Outcome outcome = run({"check", file});
-    QCOMPARE(outcome.code, 1);
-    QVERIFY2(outcome.out.contains("HATA: ") && outcome.out.contains("Tarih"), qPrintable(outcome.out));
-    QVERIFY(outcome.out.contains("Dosya bozuk: 1 hata."));
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.out, AllOf(HasSubstr("HATA: "), HasSubstr("Tarih")));
+    ASSERT_THAT(outcome.out, HasSubstr("Dosya bozuk: 1 hata."));
 }
 
-void PresvaMdbTest::backupIsACopyThatOpens()
+TEST_F(PresvaMdb, backupIsACopyThatOpens)
 {
-    const QString file = created();
-    QCOMPARE(run({"import", file, "Cari", "-"}, "Unvan\nAli\n").code, 0);
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\n").code, 0);
     const Outcome outcome = run({"backup", file, path("copy.mdb")});
-    QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
     verifySound(path("copy.mdb"));
-    QCOMPARE(run({"export", path("copy.mdb"), "Cari"}).out, run({"export", file, "Cari"}).out);
-    QCOMPARE(run({"backup", file, path("copy.mdb")}).code, 1);
-    QCOMPARE(run({"backup", file, file}).code, 1);
-    QCOMPARE(QDir(folder_->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name),
-             (QStringList{"Yag.mdb", "copy.mdb"}));
+    ASSERT_EQ(run({"export", path("copy.mdb"), "Cari"}).out, run({"export", file, "Cari"}).out);
+    ASSERT_EQ(run({"backup", file, path("copy.mdb")}).code, 1);
+    ASSERT_EQ(run({"backup", file, file}).code, 1);
+    ASSERT_EQ(filesIn(folder()), (std::vector<std::string>{"Yag.mdb", "copy.mdb"}));
 }
 
-void PresvaMdbTest::compactDropsTheRoomOfDeletedRows()
+TEST_F(PresvaMdb, compactDropsTheRoomOfDeletedRows)
 {
-    const QString file = created();
-    QByteArray rows = "Tarih,CariHar\n";
+    const std::string file = created();
+    std::string rows = "Tarih,CariHar\n";
     for (int i = 0; i < 5000; ++i)
         rows +=
-            "2025-11-" + QByteArray::number(1 + i % 30).rightJustified(2, '0') + ",Ali " + QByteArray::number(i) + "\n";
-    QCOMPARE(run({"import", file, "Hareket", "-"}, rows).code, 0);
-    QCOMPARE(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").code, 0);
-    QCOMPARE(run({"sql", file, "DELETE FROM Hareket Where CariHar Like 'Ali 1*'"}).code, 0);
+            (i % 30 < 9 ? "2025-11-0" : "2025-11-") + std::to_string(1 + i % 30) + ",Ali " + std::to_string(i) + "\n";
+    ASSERT_EQ(run({"import", file, "Hareket", "-"}, rows).code, 0);
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").code, 0);
+    ASSERT_EQ(run({"sql", file, "DELETE FROM Hareket Where CariHar Like 'Ali 1*'"}).code, 0);
     const Outcome outcome = run({"compact", file, path("small.mdb")});
-    QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
     verifySound(path("small.mdb"));
-    QVERIFY(QFileInfo(path("small.mdb")).size() < QFileInfo(file).size());
+    ASSERT_LT(std::filesystem::file_size(path("small.mdb")), std::filesystem::file_size(file));
     for (const char* table : {"Cari", "Hareket"}) {
-        auto before = run({"export", file, table}).out.split("\r\n");
-        auto after = run({"export", path("small.mdb"), table}).out.split("\r\n");
-        before.sort();
-        after.sort();
-        QCOMPARE(after, before);
+        const Outcome before = run({"export", file, table});
+        const Outcome after = run({"export", path("small.mdb"), table});
+        ASSERT_EQ(sortedLines(after.out), sortedLines(before.out));
     }
-    QCOMPARE(run({"compact", file, path("small.mdb")}).code, 1);
+    ASSERT_EQ(run({"compact", file, path("small.mdb")}).code, 1);
 }
 
-void PresvaMdbTest::compactRefusesToLoseAQuery()
+TEST_F(PresvaMdb, compactRefusesToLoseAQuery)
 {
-    const QString file = created();
+    const std::string file = created();
     {
         // A query as the catalogue lists it.
-        const auto database = jet::Database::open(platform::systemDisk(), file.toStdString());
+        const auto database = jet::Database::open(platform::systemDisk(), file);
         const jet::Table& listed = database->table(u"MSysObjects");
         jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
         objects.systemObjects = &listed;
@@ -322,132 +308,124 @@ void PresvaMdbTest::compactRefusesToLoseAQuery()
                                                     {column(u"Type"), std::int16_t{5}}});
     }
     const Outcome outcome = run({"compact", file, path("small.mdb")});
-    QCOMPARE(outcome.code, 1);
-    QVERIFY2(outcome.err.contains("Sorgu1"), qPrintable(outcome.err));
-    QVERIFY(!QFileInfo::exists(path("small.mdb")));
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr("Sorgu1"));
+    ASSERT_FALSE(std::filesystem::exists(path("small.mdb")));
 }
 
-void PresvaMdbTest::aDamagedFileIsSavedAsFarAsItCanBeRead()
+TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)
 {
-    const QString file = created();
-    QByteArray rows = "CariHar\r\n";
-    for (int i = 0; i < 500; ++i) rows += "Ali " + QByteArray::number(i) + "\r\n";
-    write("satir.csv", rows);
-    QCOMPARE(run({"import", file, "Hareket", path("satir.csv")}).code, 0);
-    QCOMPARE(run({"rescue", file, path("saglam.mdb")}).code, 0);
+    const std::string file = created();
+    std::string rows = "CariHar\r\n";
+    for (int i = 0; i < 500; ++i) rows += "Ali " + std::to_string(i) + "\r\n";
+    writeFile(path("satir.csv"), rows);
+    ASSERT_EQ(run({"import", file, "Hareket", path("satir.csv")}).code, 0);
+    ASSERT_EQ(run({"rescue", file, path("saglam.mdb")}).code, 0);
     verifySound(path("saglam.mdb"));
 
     // The last page of rows is gone.
-    QFile damaged(file);
-    QVERIFY(damaged.open(QIODevice::ReadWrite));
-    QByteArray bytes = damaged.readAll();
-    qsizetype page = bytes.size() / 4096 - 1;
+    std::vector<std::uint8_t> bytes = bytesOfFile(file);
+    std::size_t page = bytes.size() / 4096 - 1;
     while (bytes[page * 4096] != 1) --page;
     const int lost = bytes[page * 4096 + 12]; // its slots
-    damaged.seek(page * 4096);
-    damaged.write(QByteArray(4096, '\0'));
-    damaged.close();
+    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(page * 4096), 4096, std::uint8_t{0});
+    writeFile(file, bytes);
 
-    const QString saved = QString("Hareket %1 satır").arg(500 - lost);
+    const std::string saved = "Hareket " + std::to_string(500 - lost) + " satır";
     const Outcome checked = run({"check", file});
-    QCOMPARE(checked.code, 1);
-    QVERIFY2(checked.out.contains("HATA") && checked.out.contains("Kurtarılabilecek: ") && checked.out.contains(saved),
-             qPrintable(checked.out));
+    ASSERT_EQ(checked.code, 1);
+    ASSERT_THAT(checked.out, AllOf(HasSubstr("HATA"), HasSubstr("Kurtarılabilecek: "), HasSubstr(saved)));
     for (const char* command : {"rescue", "compact"}) {
-        const QString to = path(QString(command) + ".mdb");
+        const std::string to = path(std::string(command) + ".mdb");
         const Outcome done = run({command, file, to});
-        QVERIFY2(done.code == 2, qPrintable(done.out + done.err));
-        QVERIFY2(done.out.contains("Kayıp: ") && done.out.contains(saved), qPrintable(done.out));
+        ASSERT_EQ(done.code, 2) << done.out + done.err;
+        ASSERT_THAT(done.out, AllOf(HasSubstr("Kayıp: "), HasSubstr(saved)));
         verifySound(to);
-        QCOMPARE(run({"sql", to, "Select * From Hareket"}).out.count("Ali"), 500 - lost);
+        ASSERT_EQ(countOf("Ali", run({"sql", to, "Select * From Hareket"}).out), 500 - lost);
     }
-    QCOMPARE(run({"rescue", file, path("rescue.mdb")}).code, 1); // it is there already
+    ASSERT_EQ(run({"rescue", file, path("rescue.mdb")}).code, 1); // it is there already
 }
 
-void PresvaMdbTest::restoreListsTheCopiesAndPutsOneBack()
+TEST_F(PresvaMdb, restoreListsTheCopiesAndPutsOneBack)
 {
-    const QString file = created();
-    const QString directory = folder_->path();
-    QCOMPARE(run({"restore", directory}).code, 1);
-    write("bir.csv", "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
-    QCOMPARE(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
-    QVERIFY(QDir().mkdir(path("Yedek")));
-    QCOMPARE(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
-    QCOMPARE(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
+    const std::string file = created();
+    const std::string directory = folder();
+    ASSERT_EQ(run({"restore", directory}).code, 1);
+    writeFile(path("bir.csv"), "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
+    ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
+    ASSERT_TRUE(std::filesystem::create_directory(path("Yedek")));
+    ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
+    ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
 
     const Outcome listed = run({"restore", directory});
-    QCOMPARE(listed.code, 0);
-    const QStringList lines = listed.out.split('\n');
-    QCOMPARE(lines[1].simplified(), "Yag-2025-11-20.mdb 20.11.2025 0 1 20.11.2025 14:05");
+    ASSERT_EQ(listed.code, 0);
+    ASSERT_EQ(simplified(split(listed.out, "\n").at(1)), "Yag-2025-11-20.mdb 20.11.2025 0 1 20.11.2025 14:05");
 
     const Outcome done = run({"restore", directory, "2025-11-20"});
-    QVERIFY2(done.code == 0, qPrintable(done.err));
-    QVERIFY(run({"sql", file, "Select * From Hareket"}).out.count("Ali") == 1);
-    const QStringList kept = QDir(directory).entryList({"Yag-onceki-*.mdb"});
-    QCOMPARE(kept.size(), 1);
-    QVERIFY(done.out.contains(kept[0]));
-    QVERIFY(run({"sql", path(kept[0]), "Select * From Hareket"}).out.count("Ali") == 2);
+    ASSERT_EQ(done.code, 0) << done.err;
+    ASSERT_EQ(countOf("Ali", run({"sql", file, "Select * From Hareket"}).out), 1);
+    std::vector<std::string> kept = filesIn(directory);
+    std::erase_if(kept,
+                  [](const std::string& name) { return !name.starts_with("Yag-onceki-") || !name.ends_with(".mdb"); });
+    ASSERT_EQ(kept.size(), 1U);
+    ASSERT_THAT(done.out, HasSubstr(kept[0]));
+    ASSERT_EQ(countOf("Ali", run({"sql", path(kept[0]), "Select * From Hareket"}).out), 2);
 }
 
-void PresvaMdbTest::restoreLeavesARunningProgramAlone()
+TEST_F(PresvaMdb, restoreLeavesARunningProgramAlone)
 {
-    const QString file = created();
-    QVERIFY(QDir().mkdir(path("Yedek")));
-    QCOMPARE(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
-    const auto running = jet::Database::open(platform::systemDisk(), file.toStdString());
-    const Outcome refused = run({"restore", folder_->path(), "2025-11-20"});
-    QCOMPARE(refused.code, 1);
-    QVERIFY2(refused.err.contains("kullanılıyor"), qPrintable(refused.err));
+    const std::string file = created();
+    ASSERT_TRUE(std::filesystem::create_directory(path("Yedek")));
+    ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
+    const auto running = jet::Database::open(platform::systemDisk(), file);
+    const Outcome refused = run({"restore", folder(), "2025-11-20"});
+    ASSERT_EQ(refused.code, 1);
+    ASSERT_THAT(refused.err, HasSubstr("kullanılıyor"));
 }
 
-void PresvaMdbTest::dropIndexTakesTheIndexAway()
+TEST_F(PresvaMdb, dropIndexTakesTheIndexAway)
 {
-    const QString file = created();
-    QVERIFY(run({"info", file}).out.contains("dizin Tarih (Tarih)"));
-    QCOMPARE(run({"drop-index", file, "Hareket", "Yok"}).code, 1);
-    QCOMPARE(run({"drop-index", file, "Hareket", "Tarih"}).code, 0);
-    QVERIFY(!run({"info", file}).out.contains("dizin"));
+    const std::string file = created();
+    ASSERT_THAT(run({"info", file}).out, HasSubstr("dizin Tarih (Tarih)"));
+    ASSERT_EQ(run({"drop-index", file, "Hareket", "Yok"}).code, 1);
+    ASSERT_EQ(run({"drop-index", file, "Hareket", "Tarih"}).code, 0);
+    ASSERT_THAT(run({"info", file}).out, Not(HasSubstr("dizin")));
     verifySound(file);
 }
 
-void PresvaMdbTest::fileInUseIsRefused()
+TEST_F(PresvaMdb, fileInUseIsRefused)
 {
-    const QString file = created();
-    const auto held = jet::Database::open(platform::systemDisk(), file.toStdString());
-    QCOMPARE(run({"import", file, "Cari", "-"}, "Unvan\nAli\n").code, 1);
-    QCOMPARE(run({"export", file, "Cari"}).code, 0);
+    const std::string file = created();
+    const auto held = jet::Database::open(platform::systemDisk(), file);
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\n").code, 1);
+    ASSERT_EQ(run({"export", file, "Cari"}).code, 0);
 }
 
-void PresvaMdbTest::sampleDatabasesAreSoundAndExportWhole()
+TEST_F(PresvaMdb, sampleDatabasesAreSoundAndExportWhole)
 {
-    if (!samples::present()) QSKIP(samples::absent);
-    for (const QString& file : samples::databases()) {
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    for (const std::filesystem::path& file : samples::databases()) {
         verifySound(file);
-        const auto database =
-            jet::Database::open(platform::systemDisk(), file.toStdString(), jet::Pager::Mode::readOnly);
+        const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
         for (const std::u16string& name : database->tableNames()) {
-            const Outcome outcome = run({"export", file, QString::fromStdU16String(name)});
-            QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
+            const Outcome outcome = run({"export", file, jet::toUtf8(name)});
+            ASSERT_EQ(outcome.code, 0) << outcome.err;
         }
     }
 }
 
-void PresvaMdbTest::sampleDatabasesSurviveCompacting()
+TEST_F(PresvaMdb, sampleDatabasesSurviveCompacting)
 {
-    if (!samples::present()) QSKIP(samples::absent);
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
     for (const char* name : {"data/yag-a.mdb", "data/yag-b.mdb", "data/yag-tr.mdb"}) {
-        const QString small = path(QString(name).section('/', 1));
+        const std::string small = path(samples::database(name).filename());
         const Outcome outcome = run({"compact", samples::database(name), small});
-        QVERIFY2(outcome.code == 0, qPrintable(outcome.err));
+        ASSERT_EQ(outcome.code, 0) << outcome.err;
         verifySound(small);
-        const Outcome rows = run({"export", small, "Hareket"});
-        auto after = rows.out.split("\r\n");
-        auto before = run({"export", samples::database(name), "Hareket"}).out.split("\r\n");
-        after.sort();
-        before.sort();
-        QCOMPARE(after, before);
+        const Outcome after = run({"export", small, "Hareket"});
+        const Outcome before = run({"export", samples::database(name), "Hareket"});
+        ASSERT_EQ(sortedLines(after.out), sortedLines(before.out));
     }
 }
 
-QTEST_GUILESS_MAIN(PresvaMdbTest)
-#include "presva_mdb.moc"
+} // namespace
