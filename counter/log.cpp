@@ -2,10 +2,12 @@
 
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 namespace counter {
 
 Log::Log(const QString& directory, std::function<QDateTime()> now)
-    : path_(directory + QStringLiteral("/presva.log")), now_(std::move(now))
+    : path_(directory + u"/presva.log"_s), now_(std::move(now))
 {
 }
 

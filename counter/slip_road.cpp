@@ -4,6 +4,8 @@
 #include "mill/queries.h"
 #include "print/header_file.h"
 
+using namespace Qt::StringLiterals;
+
 namespace counter {
 namespace {
 
@@ -46,7 +48,7 @@ bool writePressing(store::RecordSet& journal, const store::SlipNote& slip, const
 
 QString described(const store::SlipNote& slip)
 {
-    return QStringLiteral("fiş %1 (%2, %3 kg)").arg(slip.job).arg(slip.pressing.customer, slip.pressing.olives);
+    return u"fiş %1 (%2, %3 kg)"_s.arg(slip.job).arg(slip.pressing.customer, slip.pressing.olives);
 }
 
 } // namespace
@@ -134,13 +136,13 @@ void SlipRoad::recover()
     if (!at_.printer.taken(slip->job)) {
         at_.printer.cancel(slip->job);
         at_.notes.strike();
-        return at_.log.write(described(*slip) + QStringLiteral(": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"));
+        return at_.log.write(described(*slip) + u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
     const QString database = at_.customers.databaseName();
     const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
     if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore) {
         at_.notes.strike();
-        return at_.log.write(described(*slip) + QStringLiteral(": basılmış ve kaydedilmiş"));
+        return at_.log.write(described(*slip) + u": basılmış ve kaydedilmiş"_s);
     }
     // Sources of its own: what the screen has searched is another customer's, and its place must stay.
     store::DataSource customers(at_.databases);
@@ -153,7 +155,7 @@ void SlipRoad::recover()
     }
     book(customers, journal, *slip, at_.regional);
     at_.notes.strike();
-    at_.log.write(described(*slip) + QStringLiteral(": basılmış, kaydı şimdi yapıldı"));
+    at_.log.write(described(*slip) + u": basılmış, kaydı şimdi yapıldı"_s);
 }
 
 } // namespace counter

@@ -4,6 +4,8 @@
 #include "base/numbers.h"
 #include "mill/queries.h"
 
+using namespace Qt::StringLiterals;
+
 namespace pressing {
 
 const std::array<QString, keyCount>& keyCaptions()
@@ -17,12 +19,12 @@ const std::array<QString, keyCount>& keyCaptions()
 
 QString letterCaption(int key, const QString& now, bool capitals)
 {
-    if (key == keys::dotlessI) return capitals ? QStringLiteral("I") : QStringLiteral("ı");
-    if (key == keys::dottedI) return capitals ? QStringLiteral("İ") : QStringLiteral("i");
+    if (key == keys::dotlessI) return capitals ? u"I"_s : u"ı"_s;
+    if (key == keys::dottedI) return capitals ? u"İ"_s : u"i"_s;
     return capitals ? base::upperCase(now) : base::lowerCase(now);
 }
 
-QString caseKeyCaption(bool capitals) { return capitals ? QStringLiteral("AB") : QStringLiteral("ab"); }
+QString caseKeyCaption(bool capitals) { return capitals ? u"AB"_s : u"ab"_s; }
 
 void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
 {

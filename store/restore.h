@@ -29,7 +29,7 @@ std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path
 struct Restored {
     std::filesystem::path database;
     std::filesystem::path aside; ///< where the file that was there is now; empty when there was none
-    bool slipOpen = false; ///< a slip is on its way: the next start books it, in the database that is there then
+    bool slipOpen = false;       ///< a slip is on its way: the next start books it, in the database that is there then
 };
 
 /// Makes a copy the mill's database. `copy` is its file name, or the date in it ("2025-11-20", "2025-11-20-140501").
