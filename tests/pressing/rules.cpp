@@ -1,8 +1,26 @@
 #include "paper_screen.h"
+#include "pressing/quantities.h"
 
 #include <QtTest>
+#include <functional>
+#include <type_traits>
 
 using pressing::Field;
+using pressing::Kilogram, pressing::Litre, pressing::Percent, pressing::Lira;
+
+namespace {
+
+template <class A, class B> constexpr bool haveDifference = std::is_invocable_v<std::minus<>, A, B>;
+template <class A, class B> constexpr bool haveProduct = std::is_invocable_v<std::multiplies<>, A, B>;
+
+// Only what means something can be written.
+static_assert(std::is_same_v<decltype(Kilogram{} - Kilogram{}), Kilogram>);
+static_assert(std::is_same_v<decltype(Kilogram{} * Percent{}), Kilogram>);
+static_assert(!haveDifference<Kilogram, Litre> && !haveDifference<Kilogram, Percent> && !haveDifference<Litre, Lira>);
+static_assert(!haveProduct<Kilogram, Kilogram> && !haveProduct<Litre, Percent> && !haveProduct<Lira, Percent>);
+static_assert(!std::is_convertible_v<Kilogram, Litre> && !std::is_convertible_v<double, Kilogram>);
+
+} // namespace
 
 /// What follows from one display of a station having changed.
 class Rules : public QObject {

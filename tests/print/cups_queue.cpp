@@ -409,11 +409,11 @@ private slots:
     void aSlipComesOutOfTheQueueAsItWasComposed()
     {
         print::Slip slip;
-        slip.customer = "Ahmet Yılmaz";
-        slip.olives = "1.000";
-        slip.oil = "850";
-        slip.fee = "1.250";
-        slip.containerKind = 1;
+        slip.pressing.customer = "Ahmet Yılmaz";
+        slip.pressing.olives = "1.000";
+        slip.pressing.oil = "850";
+        slip.pressing.fee = "1.250";
+        slip.countContainers = [] { return 10.0; };
         slip.now = QDateTime(QDate(2024, 11, 5), QTime(14, 7));
         QueueTarget queue = target();
         Printer printer(queue);
