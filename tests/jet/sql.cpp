@@ -493,7 +493,7 @@ RowTable<bool> sqlOrderOfDates()
 
 INSTANTIATE_TEST_SUITE_P(, SqlOrderOfDates, testing::ValuesIn(sqlOrderOfDates()), RowName());
 
-TEST_P(SqlOrderOfDates, journalInOrderOfDates)
+TEST_P(SqlOrderOfDates, theJournalComesInOrderOfItsDates)
 {
     const bool indexes = row();
     Mill mill({.indexes = indexes});
