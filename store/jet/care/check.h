@@ -14,7 +14,7 @@ struct CheckResult {
     std::vector<std::string> warnings; ///< harmless: leaked pages, stale row counts
     std::uint32_t pages = 0;
     std::uint32_t tables = 0;
-    std::uint64_t rows = 0;
+    std::uint64_t rows = 0; ///< sound ones
     std::uint64_t indexEntries = 0;
     bool ok() const { return faults.empty(); }
 };

@@ -1,31 +1,16 @@
 #include "store/jet/care/check_report.h"
 
-#include <algorithm>
-
 namespace jet {
-
-void CheckReport::add(std::vector<std::string>& list, std::uint64_t& leftOut, std::string sentence)
-{
-    if (list.size() < mostSentences)
-        list.push_back(std::move(sentence));
-    else
-        ++leftOut;
-}
-
-void CheckReport::step(std::uint64_t count)
-{
-    done_ += count;
-    const int percent = static_cast<int>(std::min<std::uint64_t>(99, done_ * 100 / std::max<std::uint64_t>(steps_, 1)));
-    if (percent <= percent_) return;
-    percent_ = percent;
-    if (progress_) progress_(percent);
-}
 
 void CheckReport::finish()
 {
-    if (faultsLeftOut_ > 0) result_.faults.push_back("... ve " + std::to_string(faultsLeftOut_) + " hata daha.");
-    if (warningsLeftOut_ > 0) result_.warnings.push_back("... ve " + std::to_string(warningsLeftOut_) + " uyarı daha.");
-    if (progress_) progress_(100);
+    const auto tell = [](const Sentences& sentences, std::vector<std::string>& into, const char* what) {
+        into = sentences.list();
+        if (sentences.leftOut() > 0) into.push_back("... ve " + std::to_string(sentences.leftOut()) + what);
+    };
+    tell(faults_, result_.faults, " hata daha.");
+    tell(warnings_, result_.warnings, " uyarı daha.");
+    progress_.finish();
 }
 
 PageOwners::Owner PageOwners::add(std::string what)

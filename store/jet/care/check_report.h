@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/jet/care/check.h"
+#include "store/jet/care/report.h"
 #include "store/jet/format/doors.h"
 
 #include <cstdint>
@@ -12,16 +13,16 @@
 /// What the parts of the integrity check share. Private to checkDatabase.
 namespace jet {
 
-/// Collects sentences. A badly damaged file has a fault in every row: past a few hundred they are only counted.
+/// Collects what is found.
 class CheckReport {
 public:
     CheckReport(CheckResult& result, std::uint64_t steps, const std::function<void(int)>& progress)
-        : result_(result), steps_(steps), progress_(progress)
+        : result_(result), progress_(progress, steps)
     {
     }
 
-    void fault(std::string sentence) { add(result_.faults, faultsLeftOut_, std::move(sentence)); }
-    void warning(std::string sentence) { add(result_.warnings, warningsLeftOut_, std::move(sentence)); }
+    void fault(std::string sentence) { faults_.add(std::move(sentence)); }
+    void warning(std::string sentence) { warnings_.add(std::move(sentence)); }
     /// Runs a part of the check. What contradicts the format so much that the part cannot go on is a fault of the
     /// file; a disk that cannot be read is not, and ends the check.
     template <class Part> bool attempt(Part&& part)
@@ -36,23 +37,19 @@ public:
         }
     }
     /// One page or so of work done.
-    void step(std::uint64_t count = 1);
-    /// Says how many sentences were left out, and 100 percent.
+    void step(std::uint64_t count = 1) { progress_.step(count); }
+    /// Brings the sentences into the result, how many were left out, and says 100 percent.
     void finish();
 
     CheckResult& result() { return result_; }
 
 private:
     static constexpr std::size_t mostSentences = 500;
-    static void add(std::vector<std::string>& list, std::uint64_t& leftOut, std::string sentence);
 
     CheckResult& result_;
-    std::uint64_t steps_;
-    const std::function<void(int)>& progress_;
-    std::uint64_t done_ = 0;
-    int percent_ = -1;
-    std::uint64_t faultsLeftOut_ = 0;
-    std::uint64_t warningsLeftOut_ = 0;
+    Progress progress_;
+    Sentences faults_{mostSentences};
+    Sentences warnings_{mostSentences};
 };
 
 /// Who has each page of the file. Every page in use belongs to exactly one owner; the pages of usage maps are shared

@@ -104,7 +104,6 @@ public:
         for (const LongValueMaps& maps : table_.definition.longValues)
             if (!maps.owned.none()) report_.attempt([&] { checkLongValueMaps(maps); });
         checkRows();
-        checkMovedRows();
         for (const LongValueMaps& maps : table_.definition.longValues) checkLongValuesUsed(maps);
         for (const Index& index : table_.definition.indexes) checkIndex(index);
         checkNumbers();
@@ -170,9 +169,9 @@ private:
         const TableDefinition& definition = table_.definition;
         report_.attempt([&] { checkMapPlace(definition.owned, owner); });
         report_.attempt([&] { checkMapPlace(definition.freeSpace, owner); });
-        dataPages_ = jet::mapPages(pager_, definition.owned);
-        for (const PageNo page : dataPages_) owners_.claim(owner, page);
-        checkSubset(definition.freeSpace, dataPages_, "tablonun");
+        dataPages_ = table_.dataPages();
+        for (const PageNo page : *dataPages_) owners_.claim(owner, page);
+        checkSubset(definition.freeSpace, *dataPages_, "tablonun");
     }
 
     void checkLongValueMaps(const LongValueMaps& maps)
@@ -197,63 +196,52 @@ private:
         report_.step(values.pages.size());
     }
 
+    /// Hears what the walk over the rows finds.
+    struct Receiver : RowReceiver {
+        explicit Receiver(TableCheck& receiving) : check(receiving) {}
+        void page(PageNo number, PageView page)
+        {
+            check.report_.step();
+            const std::string wrong = rowPageFault(page);
+            if (!wrong.empty()) check.fault(number, wrong);
+        }
+        void body(RowId place) { bodies.push_back(place); }
+        void foreignPage(PageNo page) { damagedPage(page, foreignPageClause); }
+        void damagedPage(PageNo page, const char* what)
+        {
+            check.report_.step();
+            check.fault(page, what);
+        }
+        void damagedRow(RowId head, const char* what)
+        {
+            ++check.live_;
+            check.fault(head, what);
+        }
+        TableCheck& check;
+        std::vector<RowId> bodies;
+    };
+
     void checkRows()
     {
-        for (const PageNo page : dataPages_) rows_.addPage(page);
+        for (const PageNo page : *dataPages_) rows_.addPage(page);
         rows_.seal();
-        for (const PageNo number : dataPages_) {
-            report_.step();
-            const PageView page = pager_.read(number);
-            if (!isRowPage(page, table_.definition.page)) {
-                fault(number, "tablonun haritasında, ama tablonun veri sayfası değil");
-                continue;
-            }
-            const std::string wrong = rowPageFault(page);
-            if (!wrong.empty()) fault(number, wrong);
-            const unsigned count = slotCount(page).value_or(0);
-            for (unsigned i = 0; i < count; ++i) {
-                const auto slot = slotAt(page, i, count);
-                if (!slot || slot->dead()) continue;
-                const RowId id{number, static_cast<std::uint8_t>(i)};
-                if (slot->body())
-                    bodies_.push_back(id);
-                else
-                    checkRow(id, page, *slot);
-            }
+        Receiver receiver(*this);
+        RowWalk walk(table_.reader(), dataPages_);
+        while (walk.next(receiver)) {
+            ++live_;
+            ++report_.result().rows;
+            rows_.insert(walk.head());
+            if (walk.body() != walk.head() && !std::ranges::binary_search(*dataPages_, walk.body().page))
+                fault(walk.body(), "taşınmış satırın sayfası tablonun haritasında yok");
+            for (std::size_t column = 0; column < columns().size(); ++column)
+                if (const auto field = table_.field(column, walk.bytes()))
+                    report_.attempt([&] { checkField(walk.head(), column, *field); });
         }
-        report_.result().rows += live_;
-    }
-
-    void checkRow(RowId id, PageView page, Slot slot)
-    {
-        ++live_;
-        std::span<const std::uint8_t> bytes = slotBytes(page, slot);
-        if (slot.pointer) {
-            const auto body = pointerOf(page, slot);
-            if (!body || body->page == 0 || body->page >= pager_.pageCount() ||
-                !isRowPage(pager_.read(body->page), table_.definition.page)) {
-                fault(id, "taşındığı yer geçersiz");
-                return;
-            }
-            const PageView bodyPage = pager_.read(body->page);
-            const auto target = slotAt(bodyPage, body->slot);
-            if (!target || !target->body()) {
-                fault(id, "taşındığı yerde satır yok");
-                return;
-            }
-            targets_.push_back(*body);
-            bytes = slotBytes(bodyPage, *target);
-        }
-        if (const char* wrong = rowDamage(table_.layout, bytes)) {
-            fault(id, wrong);
-            return;
-        }
-        rows_.insert(id);
-        for (std::size_t column = 0; column < columns().size(); ++column) {
-            const auto field = table_.field(column, bytes);
-            if (!field) continue;
-            report_.attempt([&] { checkField(id, column, *field); });
-        }
+        std::erase_if(receiver.bodies, [&](RowId body) { return walk.reached(body); });
+        if (!receiver.bodies.empty())
+            report_.warning(name_ + ": " + std::to_string(receiver.bodies.size()) +
+                            " taşınmış satıra hiçbir yerden gelinmiyor (ilki " +
+                            std::to_string(receiver.bodies.front().page) + ". sayfada); yer kaplar, zararı yoktur.");
     }
 
     void checkField(RowId id, std::size_t column, std::span<const std::uint8_t> bytes)
@@ -289,24 +277,6 @@ private:
         default:
             break;
         }
-    }
-
-    void checkMovedRows()
-    {
-        std::sort(bodies_.begin(), bodies_.end());
-        std::sort(targets_.begin(), targets_.end());
-        for (auto twice = std::adjacent_find(targets_.begin(), targets_.end()); twice != targets_.end();
-             twice = std::adjacent_find(twice + 1, targets_.end()))
-            fault(*twice, "taşınmış satıra iki yerden geliniyor");
-        std::vector<RowId> lost;
-        std::set_difference(bodies_.begin(), bodies_.end(), targets_.begin(), targets_.end(), std::back_inserter(lost));
-        if (!lost.empty())
-            report_.warning(name_ + ": " + std::to_string(lost.size()) +
-                            " taşınmış satıra hiçbir yerden gelinmiyor (ilki " + std::to_string(lost.front().page) +
-                            ". sayfada); yer kaplar, zararı yoktur.");
-        for (const RowId& target : targets_)
-            if (!std::binary_search(dataPages_.begin(), dataPages_.end(), target.page))
-                fault(target, "taşınmış satırın sayfası tablonun haritasında yok");
     }
 
     void checkLongValuesUsed(const LongValueMaps& maps)
@@ -386,7 +356,7 @@ private:
             report_.attempt([&] {
                 const auto found = table_.find(row);
                 if (!found) return;
-                readValues(index, found->bytes, values);
+                table_.keyValues(index, found->bytes, values);
                 const auto nulls = std::ranges::count_if(values, [](const Value& value) { return isNull(value); });
                 if (index.required && nulls > 0) wrong(row, "zorunlu bir alanı boş bırakıyor");
                 const bool allNull = nulls == static_cast<std::ptrdiff_t>(values.size());
@@ -412,7 +382,7 @@ private:
             report_.attempt([&] {
                 if (index.ignoreNulls) {
                     const auto found = table_.find(row);
-                    readValues(index, found->bytes, values);
+                    table_.keyValues(index, found->bytes, values);
                     if (std::ranges::all_of(values, [](const Value& value) { return isNull(value); })) return;
                 }
                 wrong(row, "dizinde yok");
@@ -428,12 +398,6 @@ private:
         if (stored < distinct)
             report_.warning(which + ": ayrı anahtar sayısı " + std::to_string(stored) + " yazılı, " +
                             std::to_string(distinct) + " anahtar var; zararı yoktur.");
-    }
-
-    void readValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& values)
-    {
-        values.clear();
-        for (const IndexColumn& column : index.columns) values.push_back(table_.value(column.column, row));
     }
 
     void checkNumbers()
@@ -456,11 +420,9 @@ private:
     CheckReport& report_;
     Table::State table_;
     std::string name_;
-    std::vector<PageNo> dataPages_;
-    RowSet rows_; ///< live and sound
-    std::uint64_t live_ = 0;
-    std::vector<RowId> bodies_;
-    std::vector<RowId> targets_;
+    std::shared_ptr<const std::vector<PageNo>> dataPages_ = std::make_shared<std::vector<PageNo>>();
+    RowSet rows_;                                      ///< the sound ones
+    std::uint64_t live_ = 0;                           ///< with the damaged ones
     std::map<std::size_t, LongValues> longValues_;     ///< by column
     std::vector<std::optional<std::int32_t>> largest_; ///< of AutoNumber columns
 };

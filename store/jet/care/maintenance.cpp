@@ -2,6 +2,7 @@
 
 #include "files/part_file.h"
 #include "store/jet/care/check.h"
+#include "store/jet/care/report.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/table/table_state.h"
@@ -19,25 +20,6 @@ constexpr PageNo pagesPerWrite = 64;
 constexpr PageNo pagesPerSync = 16 * pagesPerWrite; ///< 4 MiB
 constexpr std::uint64_t rowsPerStep = 1000;
 constexpr double localTable = 1;
-
-class Progress {
-public:
-    Progress(const std::function<void(int)>& tell, std::uint64_t steps) : tell_(tell), steps_(steps) {}
-    void step(std::uint64_t count = 1)
-    {
-        done_ += count;
-        const int percent = static_cast<int>(steps_ == 0 ? 100 : std::min<std::uint64_t>(100, done_ * 100 / steps_));
-        if (percent == percent_) return;
-        percent_ = percent;
-        if (tell_) tell_(percent);
-    }
-
-private:
-    const std::function<void(int)>& tell_;
-    std::uint64_t steps_;
-    std::uint64_t done_ = 0;
-    int percent_ = -1;
-};
 
 // ---- what compacting would lose ----
 
@@ -234,6 +216,7 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
             told.step(end - first);
         }
         file->sync();
+        told.finish();
     }
     {
         const auto copy = Database::open(disk, part.path(), Pager::Mode::readOnly);
@@ -290,6 +273,7 @@ void compact(Disk& disk, Database& database, const std::filesystem::path& to, Da
         Transaction change(fresh->pager());
         for (const std::u16string& name : tables) {
             const Table& from = database.table(name);
+            from.requireSoundRows();
             Table& target = fresh->createTable(name, newColumns(from), newIndexes(from), now);
             copyRows(from, target, told);
         }
@@ -307,6 +291,7 @@ void compact(Disk& disk, Database& database, const std::filesystem::path& to, Da
                             quotedName(name) +
                                 " tablosunun satırları yeni dosyaya eksiksiz geçmedi. Dosyayı denetleyin.");
     }
+    told.finish();
     part.publish();
 }
 

@@ -6,6 +6,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/field_codec.h"
+#include "store/jet/rows/long_value.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ struct Columns {
     std::vector<std::size_t> from; ///< position in the definition
 };
 
-Columns columnsOf(const FoundTable& table, const std::string& title, Losses& losses)
+Columns columnsOf(const FoundTable& table, const std::string& title, Sentences& losses)
 {
     constexpr std::uint16_t longestText = 255;
     constexpr std::uint16_t longestBinary = 510;
@@ -135,7 +136,7 @@ public:
 
     RescueResult finish()
     {
-        result_.losses = losses_.sentences();
+        result_.losses = losses_.list();
         result_.lossesLeftOut = losses_.leftOut();
         return std::move(result_);
     }
@@ -165,7 +166,7 @@ private:
                   std::span<const std::uint8_t> bytes)
     {
         try {
-            return salvage_.value(layout, column, bytes);
+            return fieldValue(salvage_.pager(), layout, column, bytes);
         } catch (const Error& error) {
             if (error.fault() == Fault::disk) throw;
             loseField(i, row, column, error.what());
@@ -180,7 +181,7 @@ private:
 
     void saveTable(Database& database, std::size_t i, DateTime now)
     {
-        const Losses before = losses_;
+        const Sentences before = losses_;
         const Columns columns = columnsOf(found(i), title(i), losses_);
         if (columns.fresh.empty()) return;
         for (Rules rules = Rules::kept;;) {
@@ -252,14 +253,14 @@ private:
     {
         for (std::size_t i = 0; i < result_.tables.size(); ++i) {
             const RescueResult::Table& table = result_.tables[i];
-            if (table.rows < table.promised && !losses_.none())
+            if (table.rows < table.promised && !losses_.list().empty())
                 losses_.add(title(i) + ": tanımına göre " + std::to_string(table.promised) + " satırı olmalıydı, " +
                             std::to_string(table.rows) + " satır okunabildi.");
         }
     }
 
     const TableNames& nameOf_;
-    Losses losses_;
+    Sentences losses_{1000};
     Salvage salvage_;
     RescueResult result_;
 };

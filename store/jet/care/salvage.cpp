@@ -7,8 +7,8 @@
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/journal.h"
 #include "store/jet/pages/row_page.h"
-#include "store/jet/rows/field_codec.h"
 #include "store/jet/rows/long_value.h"
+#include "store/jet/rows/row_walk.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/values/names.h"
 
@@ -38,16 +38,6 @@ TableDefinition catalogueOfANewFile()
     return readTableDefinition(pager, readHeader(pager).catalogue);
 }
 
-/// Bits of a map for pages that the file no longer has.
-bool leadsPastTheEnd(Pager& pager, MapRef map)
-{
-    constexpr PageNo farEnough = 32768;
-    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
-    for (PageNo page = pager.pageCount(); page < end; ++page)
-        if (mapHas(pager, map, page)) return true;
-    return false;
-}
-
 bool saysNumber(const Value& value, double& number)
 {
     if (const auto* whole = std::get_if<std::int32_t>(&value))
@@ -61,15 +51,8 @@ bool saysNumber(const Value& value, double& number)
 
 } // namespace
 
-void Losses::add(std::string sentence)
-{
-    if (sentences_.size() < mostSentences)
-        sentences_.push_back(std::move(sentence));
-    else
-        ++leftOut_;
-}
-
-Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Losses& losses) : losses_(losses), collation_(turkish)
+Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Sentences& losses)
+    : losses_(losses), collation_(turkish)
 {
     readFile(disk, file);
     pager_ = std::make_unique<Pager>(memory_, inMemory, Pager::Mode::readWrite);
@@ -184,8 +167,8 @@ void Salvage::readCatalogue(PageNo page)
 {
     FoundTable objects;
     try {
-        std::string lost;
-        objects.definition = salvageTableDefinition(*pager_, page, lost);
+        // Neither its indexes nor what else may be wrong with it matters here: its rows are read all the same.
+        objects.definition = readTableDefinition(*pager_, page, [](DefinitionPart, const Error&) {});
         definitions_.insert(objects.definition.chain.begin(), objects.definition.chain.end());
     } catch (const Error& error) {
         if (isFatal(error)) throw;
@@ -209,14 +192,14 @@ void Salvage::readCatalogue(PageNo page)
     forEachRow(objects, "nesne listesi", [&](RowId row, const RowLayout& layout, std::span<const std::uint8_t> bytes) {
         try {
             double number = 0, kind = 0, marks = 0;
-            const Value text = value(layout, *name, bytes);
+            const Value text = fieldValue(*pager_, layout, *name, bytes);
             const auto* title = std::get_if<std::u16string>(&text);
-            if (!title || !saysNumber(value(layout, *type, bytes), kind)) return;
-            saysNumber(value(layout, *flags, bytes), marks);
+            if (!title || !saysNumber(fieldValue(*pager_, layout, *type, bytes), kind)) return;
+            saysNumber(fieldValue(*pager_, layout, *flags, bytes), marks);
             const bool user = isUserObject(static_cast<std::uint32_t>(static_cast<std::int64_t>(marks)));
             const char* foreign = foreignKind(static_cast<int>(kind));
             if (foreign && user) losses_.add(quotedName(*title) + " adlı " + foreign + " aktarılmadı.");
-            if (kind != localTable || !saysNumber(value(layout, *id, bytes), number)) return;
+            if (kind != localTable || !saysNumber(fieldValue(*pager_, layout, *id, bytes), number)) return;
             const auto definition = static_cast<PageNo>(static_cast<std::int64_t>(number));
             if (user)
                 listed.emplace_back(definition, *title);
@@ -240,8 +223,14 @@ void Salvage::addTable(PageNo page, std::u16string name)
     }
     FoundTable table;
     std::string lost;
+    const auto lose = [&](DefinitionPart part, const Error& error) {
+        // A damaged map is told of when it is read.
+        if (part == DefinitionPart::pages) lost = ": tanımının bir kısmı okunamadı. ";
+        if (part == DefinitionPart::indexes) lost = ": dizinleri okunamadı. ";
+        if (part != DefinitionPart::maps) lost += error.what();
+    };
     try {
-        table.definition = salvageTableDefinition(*pager_, page, lost);
+        table.definition = readTableDefinition(*pager_, page, lose);
     } catch (const Error& error) {
         if (isFatal(error)) throw;
         losses_.add(title + ": tanımı okunamadı; satırları okunamıyor. " + error.what());
@@ -249,33 +238,33 @@ void Salvage::addTable(PageNo page, std::u16string name)
     }
     definitions_.insert(table.definition.chain.begin(), table.definition.chain.end());
     if (table.definition.system) return;
-    if (!lost.empty()) losses_.add(title + ": dizinleri okunamadı. " + lost);
+    if (!lost.empty()) losses_.add(title + lost);
     table.name = std::move(name);
     table.rowsPromised = getU32(pager_->read(page).data() + definitionField::rowCount);
     tables_.push_back(std::move(table));
 }
 
-/// The pages of a table by its map and by what the pages say themselves: where one is damaged the other helps.
-std::vector<PageNo> Salvage::pagesOf(const FoundTable& table, const std::string& title, bool& pagesLost)
+Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& title)
 {
     const PageNo owner = table.definition.page;
-    std::vector<bool> chosen(pager_->pageCount());
+    RowPages pages{std::make_shared<std::vector<PageNo>>(), std::vector<bool>(pager_->pageCount())};
     const auto anothers = [&](std::uint32_t other) {
         return other == longValueOwner || (other != owner && definitions_.contains(other));
     };
     try {
         if (!table.definition.owned.none()) {
-            if (leadsPastTheEnd(*pager_, table.definition.owned)) {
-                pagesLost = true;
+            if (mapLeadsPastTheEnd(*pager_, table.definition.owned)) {
+                pages.someLost = true;
                 losses_.add(title + ": bazı sayfaları dosyada yok, dosyanın sonu eksik; satırları kayıp.");
             }
             for (const PageNo page : mapPages(*pager_, table.definition.owned)) {
                 const PageView view = pager_->read(page);
                 const bool rows = view[0] == static_cast<std::uint8_t>(PageType::row);
                 if ((rows && !anothers(rowPageOwner(view))) || (!rows && rowPageOwner(view) == owner)) {
-                    chosen[page] = true;
+                    pages.byMap[page] = true;
+                    pages.list->push_back(page);
                 } else {
-                    pagesLost = true;
+                    pages.someLost = true;
                     losses_.add(title + ", " + pageName(page) + ": satır sayfası olmalıydı, değil; satırları kayıp.");
                 }
             }
@@ -284,83 +273,53 @@ std::vector<PageNo> Salvage::pagesOf(const FoundTable& table, const std::string&
         if (isFatal(error)) throw;
         losses_.add(title + ": sayfalarının haritası okunamadı; satırları bütün dosyada arandı.");
     }
-    std::vector<PageNo> pages;
     for (PageNo page = 1; page < pager_->pageCount(); ++page)
-        if (chosen[page] || (!free_[page] && isRowPage(pager_->read(page), owner))) pages.push_back(page);
+        if (!pages.byMap[page] && !free_[page] && isRowPage(pager_->read(page), owner)) pages.list->push_back(page);
     return pages;
 }
+
+namespace {
+
+/// Says what the walk over a table's rows does not find.
+struct LossReceiver : RowReceiver {
+    LossReceiver(Sentences& sentences, const std::string& tableTitle) : losses(sentences), title(tableTitle) {}
+    void body(RowId place) { bodies.push_back(place); }
+    void damagedPage(PageNo page, const char* what)
+    {
+        pagesLost = true;
+        losses.add(title + ", " + pageName(page) + ": " + what + "; satırları kayıp.");
+    }
+    void damagedRow(RowId head, const char* what) { losses.add(title + ", " + rowName(head) + ": " + what + "."); }
+
+    Sentences& losses;
+    const std::string& title;
+    bool pagesLost = false;
+    std::vector<RowId> bodies;
+};
+
+} // namespace
 
 void Salvage::forEachRow(const FoundTable& table, const std::string& title,
                          const std::function<void(RowId, const RowLayout&, std::span<const std::uint8_t>)>& visit)
 {
     const RowLayout layout = table.definition.layout();
-    bool pagesLost = false;
-    const std::vector<PageNo> pages = pagesOf(table, title, pagesLost);
-    const std::set<PageNo> ours(pages.begin(), pages.end());
-    std::set<RowId> reached; ///< bodies of moved rows
+    const RowPages pages = pagesOf(table, title);
+    const RowReader reader(*pager_, table.definition.page, layout, &pages.byMap);
+    LossReceiver receiver(losses_, title);
+    RowWalk walk(reader, pages.list);
     std::uint64_t found = 0;
-    const auto give = [&](RowId head, PageView page, Slot slot) {
-        const auto bytes = slotBytes(page, slot);
-        if (const char* what = rowDamage(layout, bytes))
-            losses_.add(title + ", " + rowName(head) + ": " + what + ".");
-        else {
-            ++found;
-            visit(head, layout, bytes);
-        }
-    };
-    const auto giveMoved = [&](RowId head, Slot slot) {
-        constexpr int mostSteps = 4;
-        PageView page = pager_->read(head.page);
-        for (int step = 0; slot.pointer && step < mostSteps; ++step) {
-            const std::optional<RowId> next = pointerOf(page, slot);
-            if (!next || !ours.contains(next->page)) break;
-            page = pager_->read(next->page);
-            const std::optional<Slot> target = slotAt(page, next->slot);
-            if (!target || !(target->body() || (target->live() && target->pointer))) break;
-            slot = *target;
-            if (target->body() && reached.insert(*next).second) return give(head, page, slot);
-        }
-        losses_.add(title + ", " + rowName(head) + ": taşındığı yerde satır yok.");
-    };
-    for (const PageNo number : pages) {
-        const PageView page = pager_->read(number);
-        const std::optional<unsigned> slots = slotCount(page);
-        if (!slots) {
-            pagesLost = true;
-            losses_.add(title + ", " + pageName(number) + ": satır sayısı sayfaya uymuyor; satırları kayıp.");
-            continue;
-        }
-        for (unsigned i = 0; i < std::min(*slots, maxSlots + 1); ++i) {
-            const RowId head{number, static_cast<std::uint8_t>(i)};
-            const std::optional<Slot> slot = slotAt(page, i, *slots);
-            if (!slot)
-                losses_.add(title + ", " + rowName(head) + ": yeri sayfaya uymuyor.");
-            else if (slot->live() && slot->pointer)
-                giveMoved(head, *slot);
-            else if (slot->live())
-                give(head, page, *slot);
-        }
-    }
+    for (; walk.next(receiver); ++found) visit(walk.head(), layout, walk.bytes());
     // Moved rows whose first place is lost. In a sound table a body that nobody points to is a deleted one.
-    if (!pagesLost && found >= table.rowsPromised) return;
-    for (const PageNo number : pages) {
-        const PageView page = pager_->read(number);
-        for (unsigned i = 0; i < slotCount(page).value_or(0); ++i) {
-            const RowId place{number, static_cast<std::uint8_t>(i)};
-            const std::optional<Slot> slot = slotAt(page, i);
-            if (slot && slot->body() && !reached.contains(place)) give(place, page, *slot);
-        }
+    if (!pages.someLost && !receiver.pagesLost && found >= table.rowsPromised) return;
+    for (const RowId place : receiver.bodies) {
+        if (walk.reached(place)) continue;
+        const PageView page = pager_->read(place.page);
+        const RowReader::Row row = reader.read(place, page, *slotAt(page, place.slot));
+        if (row.damage != nullptr)
+            receiver.damagedRow(place, row.damage);
+        else
+            visit(place, layout, row.bytes);
     }
-}
-
-Value Salvage::value(const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row)
-{
-    const FieldPlace& place = layout.fields[column];
-    const auto bytes = fieldBytes(layout, column, row);
-    if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
-    const bool isLong = place.type == ColumnType::memo || place.type == ColumnType::ole;
-    return decodeValue(place.type, place.scale,
-                       isLong ? readLongValue(*pager_, *bytes) : Bytes(bytes->begin(), bytes->end()));
 }
 
 } // namespace jet

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/memory_disk.h"
+#include "store/jet/care/report.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/rows/table_definition.h"
 
@@ -15,20 +16,6 @@
 /// Reading a database that is too damaged to be opened: whatever of it still makes sense. Private to rescue().
 namespace jet {
 
-/// What could not be read, in sentences. Past a few hundred they are only counted.
-class Losses {
-public:
-    void add(std::string sentence);
-    const std::vector<std::string>& sentences() const { return sentences_; }
-    std::uint64_t leftOut() const { return leftOut_; }
-    bool none() const { return sentences_.empty(); }
-
-private:
-    static constexpr std::size_t mostSentences = 1000;
-    std::vector<std::string> sentences_;
-    std::uint64_t leftOut_ = 0;
-};
-
 /// A table as far as it is known.
 struct FoundTable {
     std::u16string name; ///< empty when the catalogue does not tell
@@ -39,11 +26,11 @@ struct FoundTable {
 /// A copy of a damaged file in memory, and the tables found in it. The file itself is never changed.
 class Salvage {
 public:
-    /// Reads all of the file that the disk gives; a page that cannot be read counts as lost. A journal that a crash
-    /// left beside it is applied to the copy. Throws notFound, isFolder, noPermission, inUse; oldFormat, newFormat,
-    /// password and encoded for files that are not damaged but another kind; notADatabase when nothing of a table is
-    /// in it.
-    Salvage(Disk& disk, const std::filesystem::path& file, Losses& losses);
+    /// Reads all of the file that the disk gives; `losses` hears what could not be read, now and later; a page that
+    /// cannot be read counts as lost. A journal that a crash left beside it is applied to the copy. Throws notFound,
+    /// isFolder, noPermission, inUse; oldFormat, newFormat, password and encoded for files that are not damaged but
+    /// another kind; notADatabase when nothing of a table is in it.
+    Salvage(Disk& disk, const std::filesystem::path& file, Sentences& losses);
 
     Collation collation() const { return collation_; }
     const std::vector<FoundTable>& tables() const { return tables_; }
@@ -51,8 +38,7 @@ public:
     /// Calls `visit` with the bytes of every sound row of a table, moved rows where they stand now.
     void forEachRow(const FoundTable& table, const std::string& title,
                     const std::function<void(RowId, const RowLayout&, std::span<const std::uint8_t>)>& visit);
-    /// The field's value. Throws damaged when it cannot be read.
-    Value value(const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row);
+    Pager& pager() const { return *pager_; }
 
 private:
     void readFile(Disk& disk, const std::filesystem::path& file);
@@ -61,9 +47,16 @@ private:
     void findTables();
     void readCatalogue(PageNo page);
     void addTable(PageNo page, std::u16string name);
-    std::vector<PageNo> pagesOf(const FoundTable& table, const std::string& title, bool& pagesLost);
+    /// The pages of a table by its map, and behind them those that only say so themselves: where one is damaged the
+    /// other helps.
+    struct RowPages {
+        std::shared_ptr<std::vector<PageNo>> list;
+        std::vector<bool> byMap; ///< by page number
+        bool someLost = false;
+    };
+    RowPages pagesOf(const FoundTable& table, const std::string& title);
 
-    Losses& losses_;
+    Sentences& losses_;
     files::MemoryDisk memory_;
     std::unique_ptr<Pager> pager_;
     Collation collation_;

@@ -9,21 +9,6 @@
 #include <algorithm>
 
 namespace jet {
-namespace {
-
-/// Bits of a table's map past the end of the file: what an interrupted copy leaves behind. Writing to such a file
-/// would put new pages where the lost ones were.
-bool lostPages(Pager& pager, MapRef map)
-{
-    constexpr PageNo farEnough = 32768;
-    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
-    for (PageNo page = pager.pageCount(); page < end; ++page) {
-        if (mapHas(pager, map, page)) return true;
-    }
-    return false;
-}
-
-} // namespace
 
 const std::vector<CatalogueEntry>& Database::State::catalogue()
 {
@@ -112,7 +97,8 @@ std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path
         if (!entry.user) continue;
         try {
             const Table::State& table = state.stateOf(state.open(entry));
-            if (!lostPages(*state.pager, table.definition.owned)) continue;
+            // Writing to a file whose end is missing would put new pages where the lost ones were.
+            if (!mapLeadsPastTheEnd(*state.pager, table.definition.owned)) continue;
         } catch (const Error& error) {
             // A damaged table does not keep the others from being read; whoever asks for it gets the fault.
             if (error.fault() == Fault::damaged) continue;

@@ -322,6 +322,15 @@ std::vector<PageNo> mapPages(Pager& pager, MapRef map)
     return pages;
 }
 
+bool mapLeadsPastTheEnd(Pager& pager, MapRef map)
+{
+    constexpr PageNo farEnough = 32768;
+    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
+    for (PageNo page = pager.pageCount(); page < end; ++page)
+        if (mapHas(pager, map, page)) return true;
+    return false;
+}
+
 std::vector<PageNo> mapBitmapPages(Pager& pager, MapRef map)
 {
     std::vector<PageNo> pages;

@@ -21,6 +21,9 @@ inline constexpr MapRef freeMap{0, 1};
 /// Page numbers set in the map, ascending. Bits past the end of the file are left out.
 /// Throws damaged when the map's bytes contradict the format.
 std::vector<PageNo> mapPages(Pager& pager, MapRef map);
+/// The map has bits for pages behind the end of the file, not much further than a file grows between two copies of it:
+/// the mark of a file whose end is missing. Throws damaged as mapPages.
+bool mapLeadsPastTheEnd(Pager& pager, MapRef map);
 bool mapHas(Pager& pager, MapRef map, PageNo page);
 /// Sets a page's bit; grows, re-bases or converts the map when the page lies outside its range. In a transaction.
 void mapSet(Pager& pager, MapRef map, PageNo page);

@@ -3,9 +3,11 @@
 #include "store/jet/format/format.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
+#include "store/jet/rows/field_codec.h"
 
 #include <algorithm>
 #include <cassert>
+#include <set>
 #include <vector>
 
 namespace jet {
@@ -42,15 +44,16 @@ std::span<const std::uint8_t> pieceAt(Pager& pager, RowId place)
     return slotBytes(page, *slot);
 }
 
-/// Visits the pieces of a chain; each gets the piece's place and data. Bounded by the length that is promised.
+/// Visits the pieces of a chain; each gets the piece's place and data. No piece comes twice.
 template <class Visit> void walkChain(Pager& pager, const Reference& reference, Visit&& visit)
 {
+    std::set<RowId> seen;
     RowId place = reference.first;
     std::size_t delivered = 0;
     while (delivered < reference.length && place.page != 0) {
         const std::span<const std::uint8_t> piece = pieceAt(pager, place);
-        // An empty piece would let a circle of them go on for ever.
         if (piece.size() <= nextPointer) throwDamaged(pager, place.page, "bir uzun alanın parçası boş");
+        if (!seen.insert(place).second) throwDamaged(pager, place.page, "bir uzun alan kendine dönüyor");
         const RowId next{getU24(piece.data() + 1), piece[0]};
         visit(place, piece.subspan(nextPointer));
         delivered += piece.size() - nextPointer;
@@ -68,11 +71,6 @@ std::vector<RowId> placesOf(Pager& pager, const Reference& reference)
         places.push_back(reference.first);
     } else if (reference.kind == Kind::chain) {
         walkChain(pager, reference, [&](RowId place, auto) { places.push_back(place); });
-        std::vector<RowId> sorted = places;
-        std::sort(sorted.begin(), sorted.end());
-        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) {
-            throwDamaged(pager, reference.first.page, "bir uzun alan kendine dönüyor");
-        }
     }
     return places;
 }
@@ -130,10 +128,6 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
         break;
     }
     case Kind::chain:
-        // A chain cannot deliver more than the file holds; more than that is not worth beginning to collect.
-        if (place.length > std::size_t{pager.pageCount()} * pageSize) {
-            throwDamaged(pager, place.first.page, "bir uzun alan dosyadan uzun");
-        }
         walkChain(pager, place, [&](RowId, std::span<const std::uint8_t> piece) {
             data.insert(data.end(), piece.begin(), piece.end());
         });
@@ -143,6 +137,15 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
         throwDamaged(pager, place.first.page, "bir uzun alanın türü bilinmiyor");
     }
     return data;
+}
+
+Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row)
+{
+    const FieldPlace& place = layout.fields[column];
+    const auto bytes = fieldBytes(layout, column, row);
+    if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
+    if (!isLongValue(place.type)) return decodeValue(place.type, place.scale, *bytes);
+    return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
 }
 
 std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference)

@@ -2,6 +2,7 @@
 
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
+#include "store/jet/rows/row_codec.h"
 #include "store/jet/values/value.h"
 
 #include <cstdint>
@@ -19,6 +20,9 @@ inline constexpr std::size_t longValueReference = 12; ///< bytes of a reference 
 
 /// The value's bytes. Throws damaged.
 Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
+
+/// The value of any field of a sound row, read from wherever it stands. Throws damaged.
+Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row);
 
 /// Where the parts of a value stand outside its row, in order; none for one that lies in the row. Throws damaged.
 std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference);

@@ -275,32 +275,52 @@ const LongValueMaps* TableDefinition::longValuesOf(std::size_t column) const
     return nullptr;
 }
 
-DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page)
+namespace {
+
+/// Reads a part. What is damaged in it the receiver hears; where there is none, it ends the reading.
+template <class Part> bool readPart(DefinitionPart name, const DefinitionReceiver& receiver, Part&& part)
 {
-    DefinitionBytes joined;
-    PageNo next = page;
-    do {
-        checkPage(pager, next);
-        const PageView view = pager.read(next);
-        const bool first = joined.chain.empty();
-        const bool visited = std::find(joined.chain.begin(), joined.chain.end(), next) != joined.chain.end();
-        if (view[0] != static_cast<std::uint8_t>(PageType::tableDefinition) || visited ||
-            joined.chain.size() == longestChain) {
-            throwDamaged(pager, next, "tablo tanımının sayfa zinciri bozuk");
-        }
-        joined.chain.push_back(next);
-        joined.bytes.insert(joined.bytes.end(), view.begin() + (first ? 0 : pageOwnBytes), view.end());
-        next = getU32(view.data() + 4);
-    } while (next != 0);
-    const std::size_t length = getU32(joined.bytes.data() + definitionField::length);
-    if (length < fixedPart || length > joined.bytes.size()) {
-        throwDamaged(pager, page, "tablo tanımının uzunluğu sayfalarına uymuyor");
+    try {
+        part();
+        return true;
+    } catch (const Error& error) {
+        if (!receiver || (error.fault() != Fault::damaged && error.fault() != Fault::cutShort)) throw;
+        receiver(name, error);
+        return false;
     }
-    joined.bytes.resize(length);
-    return joined;
 }
 
-namespace {
+/// The chain's pages and its bytes joined.
+struct DefinitionBytes {
+    std::vector<PageNo> chain;
+    Bytes bytes;
+};
+
+DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page, const DefinitionReceiver& receiver = {})
+{
+    DefinitionBytes joined;
+    const bool whole = readPart(DefinitionPart::pages, receiver, [&] {
+        for (PageNo next = page; next != 0;) {
+            checkPage(pager, next);
+            const PageView view = pager.read(next);
+            if (view[0] != static_cast<std::uint8_t>(PageType::tableDefinition) ||
+                std::ranges::find(joined.chain, next) != joined.chain.end() || joined.chain.size() == longestChain)
+                throwDamaged(pager, next, "tablo tanımının sayfa zinciri bozuk");
+            joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : pageOwnBytes),
+                                view.end());
+            joined.chain.push_back(next);
+            next = getU32(view.data() + 4);
+        }
+    });
+    if (joined.chain.empty()) throwDamaged(pager, page, "tablo tanımı değil");
+    const std::size_t length = getU32(joined.bytes.data() + definitionField::length);
+    if (length >= fixedPart && length <= joined.bytes.size())
+        joined.bytes.resize(length);
+    else if (whole)
+        readPart(DefinitionPart::pages, receiver,
+                 [&] { throwDamaged(pager, page, "tablo tanımının uzunluğu sayfalarına uymuyor"); });
+    return joined;
+}
 
 /// The numbers at the head of a definition.
 struct Counts {
@@ -378,58 +398,25 @@ void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefini
     if (reader.left() != 0) reader.fail("tablo tanımının sonunda fazlalık var");
 }
 
-/// The pages of a chain up to where it breaks. The first one is a page of a definition.
-DefinitionBytes definitionAsFarAsItGoes(Pager& pager, PageNo page)
-{
-    DefinitionBytes joined;
-    for (PageNo next = page; next != 0 && next < pager.pageCount() && joined.chain.size() < longestChain;) {
-        const PageView view = pager.read(next);
-        const bool visited = std::find(joined.chain.begin(), joined.chain.end(), next) != joined.chain.end();
-        if (view[0] != static_cast<std::uint8_t>(PageType::tableDefinition) || visited) break;
-        joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : pageOwnBytes), view.end());
-        joined.chain.push_back(next);
-        next = getU32(view.data() + 4);
-    }
-    if (joined.chain.empty()) throwDamaged(pager, page, "tablo tanımı değil");
-    const std::size_t length = getU32(joined.bytes.data() + definitionField::length);
-    if (length >= fixedPart && length < joined.bytes.size()) joined.bytes.resize(length);
-    return joined;
-}
-
 } // namespace
 
-TableDefinition readTableDefinition(Pager& pager, PageNo page)
+TableDefinition readTableDefinition(Pager& pager, PageNo page, const DefinitionReceiver& receiver)
 {
-    DefinitionBytes joined = readDefinitionBytes(pager, page);
+    DefinitionBytes joined = readDefinitionBytes(pager, page, receiver);
     Reader reader(pager, page, joined.bytes);
     TableDefinition table;
     table.page = page;
     table.chain = std::move(joined.chain);
     const Counts counts = readHead(reader, table);
-    checkTableMap(pager, reader, table.owned);
-    checkTableMap(pager, reader, table.freeSpace);
+    readPart(DefinitionPart::maps, receiver, [&] {
+        checkTableMap(pager, reader, table.owned);
+        checkTableMap(pager, reader, table.freeSpace);
+    });
     readColumns(reader, counts, table);
-    readIndexes(pager, reader, counts, table);
-    return table;
-}
-
-TableDefinition salvageTableDefinition(Pager& pager, PageNo page, std::string& lost)
-{
-    DefinitionBytes joined = definitionAsFarAsItGoes(pager, page);
-    Reader reader(pager, page, joined.bytes);
-    TableDefinition table;
-    table.page = page;
-    table.chain = std::move(joined.chain);
-    const Counts counts = readHead(reader, table);
-    readColumns(reader, counts, table);
-    try {
-        readIndexes(pager, reader, counts, table);
-    } catch (const Error& error) {
-        if (error.fault() == Fault::disk) throw;
+    if (!readPart(DefinitionPart::indexes, receiver, [&] { readIndexes(pager, reader, counts, table); })) {
         table.indexes.clear();
         table.logicalIndexes.clear();
         table.longValues.clear();
-        lost = error.what();
     }
     return table;
 }

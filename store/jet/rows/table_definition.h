@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/format/doors.h"
 #include "store/jet/format/format.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
@@ -8,6 +9,7 @@
 #include "store/jet/rows/row_codec.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +37,8 @@ struct LongValueMaps {
     MapRef freeSpace;
 };
 
-/// A parsed definition. Everything in it has been checked against the format and against the file's length.
+/// A parsed definition. Everything in it has been checked against the format and against the file's length, but for
+/// what a receiver was told.
 struct TableDefinition {
     PageNo page = 0;           ///< the first page
     std::vector<PageNo> chain; ///< all pages, `page` first
@@ -53,19 +56,19 @@ struct TableDefinition {
     const LongValueMaps* longValuesOf(std::size_t column) const; ///< null when the column has no maps
 };
 
-/// The chain's pages and its bytes joined. Throws damaged, and cutShort when the chain leads past the end of the file.
-struct DefinitionBytes {
-    std::vector<PageNo> chain;
-    Bytes bytes;
+/// What of a definition can be damaged while its columns can still be read.
+enum class DefinitionPart {
+    pages,   ///< the chain ends too early; what follows is read of the bytes that there are
+    maps,    ///< the table's own maps are not where the definition says
+    indexes, ///< none is read, and no map of long values
 };
-DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page);
+/// Hears what is damaged, as the Error (damaged or cutShort) that a reader who needs all of it should throw.
+using DefinitionReceiver = std::function<void(DefinitionPart, const Error&)>;
 
-/// Throws damaged, and cutShort when the definition leads past the end of the file.
-TableDefinition readTableDefinition(Pager& pager, PageNo page);
-
-/// What can be read of a damaged definition: its columns at least, and maps that nobody has looked at. Where its
-/// indexes cannot be read it has none, and `lost` says why. Throws damaged when there are no columns to be read.
-TableDefinition salvageTableDefinition(Pager& pager, PageNo page, std::string& lost);
+/// Reads the definition that begins on that page. Without a receiver the first damage ends the reading: throws damaged,
+/// and cutShort when the definition leads past the end of the file. A receiver that returns gets what there is.
+/// Throws damaged in any case when there are no columns to be read.
+TableDefinition readTableDefinition(Pager& pager, PageNo page, const DefinitionReceiver& receiver = {});
 
 /// The bytes of a definition that describes a table without rows.
 Bytes buildTableDefinition(const TableDefinition& definition, Collation collation);

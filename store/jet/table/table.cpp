@@ -13,9 +13,6 @@
 namespace jet {
 namespace {
 
-/// A moved row is one step away; a few more are followed, a circle is not.
-constexpr int mostSteps = 4;
-
 /// For a table whose owned map cannot be read: every page that says it belongs to the table and is not free.
 std::vector<PageNo> pagesByOwner(Pager& pager, PageNo definition)
 {
@@ -83,48 +80,11 @@ void Table::State::dataPageAdded(PageNo page)
     pages->insert(std::upper_bound(pages->begin(), pages->end(), page), page);
 }
 
-Table::State::Found Table::State::follow(RowId head, Slot slot)
+std::optional<RowReader::Row> Table::State::find(RowId head)
 {
-    RowId at = head;
-    PageView page = pager.read(at.page);
-    for (int step = 0; slot.pointer; ++step) {
-        const std::optional<RowId> next = pointerOf(page, slot);
-        if (!next || step == mostSteps || next->page == 0 || next->page >= pager.pageCount()) {
-            throwDamaged(pager, at.page, "taşınmış bir satırın yeri geçersiz");
-        }
-        at = *next;
-        page = pager.read(at.page);
-        const std::optional<Slot> target = slotAt(page, at.slot);
-        if (!isRowPage(page, definition.page) || !target || !(target->body() || (target->live() && target->pointer))) {
-            throwDamaged(pager, at.page, "taşınmış bir satır yerinde değil");
-        }
-        slot = *target;
-    }
-    return {at, slotBytes(page, slot)};
-}
-
-std::optional<Table::State::Found> Table::State::find(RowId head)
-{
-    if (head.page == 0 || head.page >= pager.pageCount()) return std::nullopt;
-    const PageView page = pager.read(head.page);
-    if (!isRowPage(page, definition.page)) return std::nullopt;
-    const std::optional<unsigned> count = slotCount(page);
-    if (!count || head.slot >= *count) return std::nullopt;
-    const std::optional<Slot> slot = slotAt(page, head.slot, *count);
-    if (!slot) throwDamaged(pager, head.page, "bir satırın yeri sayfaya uymuyor");
-    if (!slot->live()) return std::nullopt;
-    const Found found = follow(head, *slot);
-    if (const char* what = rowDamage(layout, found.bytes)) throwDamaged(pager, found.body.page, what);
-    return found;
-}
-
-Value Table::State::value(std::size_t column, std::span<const std::uint8_t> row)
-{
-    const FieldPlace& place = layout.fields[column];
-    const auto bytes = field(column, row);
-    if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
-    if (!isLongValue(place.type)) return decodeValue(place.type, place.scale, *bytes);
-    return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
+    const std::optional<RowReader::Row> row = reader().find(head);
+    if (row && row->damage != nullptr) ThrowAtDamage(pager).damagedRow(head, row->damage);
+    return row;
 }
 
 void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into)
@@ -136,14 +96,7 @@ void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> r
 std::uint32_t Table::State::liveRows()
 {
     std::uint32_t count = 0;
-    for (const PageNo number : *dataPages()) {
-        const PageView page = pager.read(number);
-        const unsigned slots = isRowPage(page, definition.page) ? slotCount(page).value_or(0) : 0;
-        for (unsigned slot = 0; slot < slots; ++slot) {
-            const std::optional<Slot> entry = slotAt(page, slot, slots);
-            if (entry && entry->live()) ++count;
-        }
-    }
+    for (RowWalk rows = walk(); rows.next(ThrowAtDamage(pager));) ++count;
     return count;
 }
 
@@ -219,47 +172,16 @@ std::span<const std::uint8_t> RowView::stored(std::size_t column) const
 
 // ---- RowCursor ----
 
-RowCursor::RowCursor(const Table& table) : table_(&table), row_(table, {})
+RowCursor::RowCursor(const Table& table)
+    : walk_((table.state_->rereadIfTakenBack(), table.state_->walk())), row_(table, {})
 {
-    table.state_->rereadIfTakenBack();
-    pages_ = table.state_->dataPages();
-}
-
-/// Goes on to the next page that holds rows of the table.
-bool RowCursor::openPage()
-{
-    Table::State& table = *table_->state_;
-    while (nextPage_ < pages_->size()) {
-        const PageNo number = (*pages_)[nextPage_++];
-        const PageView page = table.pager.read(number);
-        if (!isRowPage(page, table.definition.page)) continue;
-        id_ = {number, 0};
-        page_ = page.data();
-        slot_ = 0;
-        const std::optional<unsigned> count = slotCount(page);
-        slotCount_ = count.value_or(0);
-        if (!count) throwDamaged(table.pager, number, "satır sayısı sayfaya uymuyor");
-        return true;
-    }
-    return false;
 }
 
 bool RowCursor::next()
 {
-    Table::State& table = *table_->state_;
-    for (;;) {
-        while (slot_ < slotCount_) {
-            const PageView page(page_, pageSize);
-            id_.slot = static_cast<std::uint8_t>(slot_);
-            const std::optional<Slot> slot = slotAt(page, slot_++, slotCount_);
-            if (!slot) throwDamaged(table.pager, id_.page, "bir satırın yeri sayfaya uymuyor");
-            if (!slot->live()) continue;
-            row_.bytes_ = slot->pointer ? table.follow(id_, *slot).bytes : slotBytes(page, *slot);
-            if (const char* what = rowDamage(table.layout, row_.bytes_)) throwDamaged(table.pager, id_.page, what);
-            return true;
-        }
-        if (!openPage()) return false;
-    }
+    if (!walk_.next(ThrowAtDamage(walk_.reader().pager()))) return false;
+    row_.bytes_ = walk_.bytes();
+    return true;
 }
 
 // ---- Table ----

@@ -3,6 +3,7 @@
 #include "store/jet/format/format.h"
 #include "store/jet/rows/column.h"
 #include "store/jet/rows/index.h"
+#include "store/jet/rows/row_walk.h"
 #include "store/jet/values/value.h"
 
 #include <functional>
@@ -63,19 +64,11 @@ public:
     /// Steps to the next row; false behind the last one. Throws damaged for a row whose bytes contradict the format:
     /// id() then names it, and the next call goes on behind it.
     bool next();
-    RowId id() const { return id_; }
+    RowId id() const { return walk_.head(); }
     const RowView& row() const { return row_; }
 
 private:
-    bool openPage();
-
-    const Table* table_;
-    std::shared_ptr<const std::vector<PageNo>> pages_;
-    std::size_t nextPage_ = 0;
-    const std::uint8_t* page_ = nullptr;
-    unsigned slot_ = 0;
-    unsigned slotCount_ = 0;
-    RowId id_;
+    RowWalk walk_;
     RowView row_;
 };
 
@@ -109,6 +102,8 @@ public:
             if (!visit(cursor.id(), cursor.row())) return;
         }
     }
+    /// Throws damaged where a row is not sound, or where a damaged map leaves in doubt whether a walk finds them all.
+    void requireSoundRows() const;
     /// The row at that place; nothing when it is not (or no longer) there. Throws damaged.
     std::optional<RowView> row(RowId id) const;
 

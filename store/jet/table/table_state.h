@@ -4,7 +4,8 @@
 #include "store/jet/index/index_key.h"
 #include "store/jet/index/index_tree.h"
 #include "store/jet/pages/pager.h"
-#include "store/jet/pages/row_page.h"
+#include "store/jet/rows/long_value.h"
+#include "store/jet/rows/row_walk.h"
 #include "store/jet/rows/table_definition.h"
 #include "store/jet/table/change_log.h"
 #include "store/jet/table/table.h"
@@ -43,19 +44,19 @@ struct Table::State {
     std::shared_ptr<const std::vector<PageNo>> dataPages();
     /// A page that was given to the table in the open transaction.
     void dataPageAdded(PageNo page);
-    /// Where the bytes of a live slot stand, through the pointer of a moved row. `body` is where that leads.
-    struct Found {
-        RowId body;
-        std::span<const std::uint8_t> bytes;
-    };
-    Found follow(RowId head, Slot slot);
-    /// The checked row at that place; nothing when it is not there. Throws damaged.
-    std::optional<Found> find(RowId head);
+    RowReader reader() { return {pager, definition.page, layout}; }
+    RowWalk walk() { return {reader(), dataPages()}; }
+    /// The sound row at that place; nothing when it is not there. Throws damaged.
+    std::optional<RowReader::Row> find(RowId head);
     std::optional<std::span<const std::uint8_t>> field(std::size_t column, std::span<const std::uint8_t> row) const
     {
         return fieldBytes(layout, column, row);
     }
-    Value value(std::size_t column, std::span<const std::uint8_t> row);
+    Value value(std::size_t column, std::span<const std::uint8_t> row)
+    {
+        return fieldValue(pager, layout, column, row);
+    }
+    /// Counts them on the pages. Throws damaged.
     std::uint32_t liveRows();
 
     // ---- indexes ----

@@ -11,6 +11,23 @@
 namespace jet {
 namespace {
 
+struct Strict : ThrowAtDamage {
+    using ThrowAtDamage::ThrowAtDamage;
+    void foreignPage(PageNo page) const { damagedPage(page, foreignPageClause); }
+};
+
+/// Visits every row; throws damaged at the first thing that casts doubt on a row or on there being no more of them.
+/// Not by the cursor's list of pages: where the map is damaged that list is a guess, good for reading only.
+template <class Visit> void forEachRowOrThrow(Table::State& table, Visit&& visit)
+{
+    const auto pages = std::make_shared<std::vector<PageNo>>(mapPages(table.pager, table.definition.owned));
+    for (RowWalk rows(table.reader(), pages); rows.next(Strict(table.pager));) {
+        if (rows.body() != rows.head() && !std::ranges::binary_search(*pages, rows.body().page))
+            throwDamaged(table.pager, rows.body().page, "taşınmış bir satır başka bir yerde duruyor");
+        visit(rows.bytes());
+    }
+}
+
 /// Verifies one table; stops at the first thing that stands against writing.
 class Verifier {
 public:
@@ -65,39 +82,17 @@ private:
                       "");
     }
 
-    /// Every row of every page decodes, and every moved body has one head. Counts what the indexes must agree with.
+    /// Every row of every page decodes. Counts what the indexes must agree with.
     void checkRows()
     {
         const TableDefinition& definition = table_.definition;
-        // Not through the cursor's list: where the map is damaged that list is a guess, good for reading only.
-        const std::vector<PageNo> pages = mapPages(pager_, definition.owned);
         owned_.assign(pager_.pageCount(), false);
-        for (const PageNo page : pages) owned_[page] = true;
+        for (const PageNo page : mapPages(pager_, definition.owned)) owned_[page] = true;
         for (const PageNo page : mapPages(pager_, definition.freeSpace)) {
             if (!owned_[page]) throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
         }
         withoutEntry_.assign(definition.indexes.size(), 0);
-        std::vector<RowId> bodies;
-        for (const PageNo number : pages) {
-            const PageView page = pager_.read(number);
-            if (!isRowPage(page, definition.page) || !slotsInOrder(page)) {
-                throwDamaged(pager_, number, "tablonun sayfası değil ya da satırları sırasız");
-            }
-            const unsigned count = *slotCount(page);
-            for (unsigned slot = 0; slot < count; ++slot) {
-                const Slot entry = *slotAt(page, slot, count);
-                if (!entry.live()) continue;
-                const RowId head{number, static_cast<std::uint8_t>(slot)};
-                const Table::State::Found found = table_.follow(head, entry);
-                if (const char* what = rowDamage(table_.layout, found.bytes)) throwDamaged(pager_, number, what);
-                if (found.body != head) bodies.push_back(found.body);
-                checkRow(found.bytes);
-            }
-        }
-        for (const RowId body : bodies) {
-            if (!owned_[body.page]) throwDamaged(pager_, body.page, "taşınmış bir satır başka bir yerde duruyor");
-        }
-        refuseTwice(bodies, "iki satırın aynı yerde gövdesi var");
+        forEachRowOrThrow(table_, [&](std::span<const std::uint8_t> row) { checkRow(row); });
         refuseTwice(longValues_, "iki uzun alan aynı yeri paylaşıyor");
         const std::uint8_t* head = pager_.read(definition.page).data();
         table_.countIsStale = getU32(head + definitionField::rowCount) != rows_;
@@ -154,7 +149,7 @@ private:
             // The tree's own check has seen that the entries ascend, so none of them comes twice.
             tree.walk({}, [&](std::span<const std::uint8_t> key, RowId id) {
                 const bool inTable = id.page < owned_.size() && owned_[id.page];
-                const std::optional<Table::State::Found> found = inTable ? table_.find(id) : std::nullopt;
+                const std::optional<RowReader::Row> found = inTable ? table_.find(id) : std::nullopt;
                 if (!found) {
                     fault = "bir girişin kaydı yok";
                     return false;
@@ -186,6 +181,12 @@ private:
 };
 
 } // namespace
+
+void Table::requireSoundRows() const
+{
+    state_->rereadIfTakenBack();
+    forEachRowOrThrow(*state_, [](std::span<const std::uint8_t>) {});
+}
 
 std::optional<Refusal> verifyForWriting(Table::State& table) { return Verifier(table).run(); }
 

@@ -290,7 +290,7 @@ RowId Table::State::insert(std::span<const Assignment> values)
 void Table::State::update(RowId id, std::span<const Assignment> values)
 {
     checkWritable();
-    const std::optional<Found> found = find(id);
+    const std::optional<RowReader::Row> found = find(id);
     if (!found) throwMissing(*this);
     const Bytes old(found->bytes.begin(), found->bytes.end());
     const std::vector<Column>& columns = definition.columns;
@@ -363,7 +363,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
 void Table::State::erase(RowId id)
 {
     checkWritable();
-    const std::optional<Found> found = find(id);
+    const std::optional<RowReader::Row> found = find(id);
     if (!found) throwMissing(*this);
     const Bytes old(found->bytes.begin(), found->bytes.end());
 

@@ -1,0 +1,46 @@
+#include "store/jet/rows/row_walk.h"
+
+#include "store/jet/pages/damage.h"
+
+#include <string>
+
+namespace jet {
+
+std::optional<RowReader::Row> RowReader::find(RowId head) const
+{
+    if (head.page == 0 || head.page >= pager_->pageCount()) return std::nullopt;
+    const PageView page = pager_->read(head.page);
+    if (!holdsRows(head.page, page)) return std::nullopt;
+    const std::optional<unsigned> count = slotCount(page);
+    if (!count || head.slot >= *count) return std::nullopt;
+    const std::optional<Slot> slot = slotAt(page, head.slot, *count);
+    if (!slot) return Row{head, {}, slotDamage};
+    if (!slot->live()) return std::nullopt;
+    return read(head, page, *slot);
+}
+
+void RowReader::followPointer(Row& row, PageView page, Slot slot) const
+{
+    const std::optional<RowId> place = pointerOf(page, slot);
+    if (!place || place->page == 0 || place->page >= pager_->pageCount()) {
+        row.damage = "satırın taşındığı yer geçersiz";
+        return;
+    }
+    const PageView bodyPage = pager_->read(place->page);
+    const std::optional<Slot> body = slotAt(bodyPage, place->slot);
+    if (!holdsRows(place->page, bodyPage) || !body || !body->body()) {
+        row.damage = "satırın taşındığı yerde satır yok";
+        return;
+    }
+    row.body = *place;
+    row.bytes = slotBytes(bodyPage, *body);
+}
+
+void ThrowAtDamage::damagedPage(PageNo page, const char* what) const { throwDamaged(pager_, page, what); }
+
+void ThrowAtDamage::damagedRow(RowId head, const char* what) const
+{
+    throwDamaged(pager_, head.page, std::to_string(head.slot) + ". satır, " + what);
+}
+
+} // namespace jet
