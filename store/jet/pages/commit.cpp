@@ -226,8 +226,8 @@ void Commit::assertState() const
     if (stage_ == Stage::inFile) assert(fileHolds(changed_) && fileHolds(appended_));
     if (stage_ == Stage::idle && struckOut_) assert(!readJournal(*journal_));
     if (stage_ != Stage::idle || !digest_ || memory_.countBefore() > mostPagesDigestedTwice) return;
-    for (PageNo first = 0; first < memory_.countBefore(); first += PageMemory::pagesPerExtent)
-        if (memory_.loaded(first, first + 1).empty()) return;
+    for (PageNo page = 0; page < memory_.countBefore(); ++page)
+        if (memory_.loaded(page, page + 1).empty()) return;
     assert(*digest_ == digestOfFile());
 #endif
 }

@@ -3,6 +3,7 @@
 #include "store/jet/pages/pager_failing.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstring>
 #include <string>
@@ -30,19 +31,38 @@ void PageMemory::throwNoSuchPage(PageNo page) const
                                     " sayfa var); yedeğini geri yükleyin.");
 }
 
-void PageMemory::load(PageNo extent)
+void PageMemory::load(PageNo page)
 {
-    auto memory = std::make_unique_for_overwrite<std::uint8_t[]>(extentSize);
-    readExtent(extent, std::span(memory.get(), extentSize));
-    extents_[extent] = std::move(memory);
+    Extent& extent = extents_[page / pagesPerExtent];
+    if (!extent.bytes) extent.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(extentSize);
+    const PageNo end = readAhead(page);
+    readFile(page, end, extent.bytes.get() + std::size_t{page % pagesPerExtent} * pageSize);
+    for (PageNo each = page; each < end; ++each) extent.loaded |= std::uint64_t{1} << each % pagesPerExtent;
 }
 
-/// The pages of an extent that the file holds.
-void PageMemory::readExtent(PageNo extent, std::span<std::uint8_t> into)
+/// How far to read when that page is missing: as many pages as stand in memory right before it, once more. Never over a
+/// page that is there, which may have been written.
+PageNo PageMemory::readAhead(PageNo page) const
 {
-    const PageNo first = extent * pagesPerExtent;
-    const PageNo pages = first < countBefore_ ? std::min(pagesPerExtent, countBefore_ - first) : 0;
-    const auto part = into.first(pages * pageSize);
+    const Extent& extent = extents_[page / pagesPerExtent];
+    const PageNo place = page % pagesPerExtent;
+    PageNo wanted = 1;
+    if (place > 0)
+        wanted += static_cast<PageNo>(std::countl_one(extent.loaded << (pagesPerExtent - place)));
+    else if (page > 0 && ~extents_[page / pagesPerExtent - 1].loaded == 0)
+        wanted = pagesPerExtent;
+    const PageNo last = page - place + pagesPerExtent;
+    const PageNo limit = std::max(page + 1, std::min({page + wanted, last, countBefore_}));
+    PageNo end = page + 1;
+    while (end < limit && !extent.has(end)) ++end;
+    return end;
+}
+
+/// What the file holds of these pages; the transaction's new ones are the caller's to fill.
+void PageMemory::readFile(PageNo first, PageNo end, std::uint8_t* into)
+{
+    const PageNo pages = first < countBefore_ ? std::min(end, countBefore_) - first : 0;
+    const std::span part(into, pages * pageSize);
     if (pages != 0 && file_.read(std::uint64_t{first} * pageSize, part) != part.size())
         throw Error(Fault::cutShort, inQuotes(path_) + " açıkken kısalmış, " + std::to_string(first) +
                                          ". sayfadan sonrası okunamadı; programı kapatıp dosyayı denetleyin.");
@@ -51,13 +71,13 @@ void PageMemory::readExtent(PageNo extent, std::span<std::uint8_t> into)
 PageView PageMemory::look(PageNo page, PassingBuffer& buffer)
 {
     if (page >= count_) throwNoSuchPage(page);
-    const PageNo extent = page / pagesPerExtent;
-    if (extents_[extent]) return PageView(bytes(page), pageSize);
-    if (buffer.extent != extent) {
+    const PageNo number = page / pagesPerExtent;
+    if (extents_[number].has(page)) return PageView(bytes(page), pageSize);
+    if (buffer.extent != number) {
         buffer.extent.reset();
         buffer.bytes.resize(extentSize);
-        readExtent(extent, buffer.bytes);
-        buffer.extent = extent;
+        readFile(number * pagesPerExtent, (number + 1) * pagesPerExtent, buffer.bytes.data());
+        buffer.extent = number;
     }
     return PageView(&buffer.bytes[std::size_t{page % pagesPerExtent} * pageSize], pageSize);
 }
@@ -65,9 +85,10 @@ PageView PageMemory::look(PageNo page, PassingBuffer& buffer)
 std::span<const std::uint8_t> PageMemory::loaded(PageNo page, PageNo end) const
 {
     assert(page < end && end <= count_ && page / pagesPerExtent == (end - 1) / pagesPerExtent);
-    const std::uint8_t* const extent = extents_[page / pagesPerExtent].get();
-    if (extent == nullptr) return {};
-    return {extent + std::size_t{page % pagesPerExtent} * pageSize, (end - page) * pageSize};
+    const Extent& extent = extents_[page / pagesPerExtent];
+    for (PageNo each = page; each < end; ++each)
+        if (!extent.has(each)) return {};
+    return {extent.bytes.get() + std::size_t{page % pagesPerExtent} * pageSize, (end - page) * pageSize};
 }
 
 PageBytes PageMemory::write(PageNo page)
@@ -139,7 +160,7 @@ void PageMemory::assertState([[maybe_unused]] bool thorough) const
     if (!thorough) return;
     std::size_t images = 0;
     for (const TouchedPage& one : touched_) {
-        assert(one.page < count_ && isTouched_[one.page] && extents_[one.page / pagesPerExtent]);
+        assert(one.page < count_ && isTouched_[one.page] && extents_[one.page / pagesPerExtent].has(one.page));
         assert((one.image != nullptr) == (one.page < countBefore_));
         if (one.image != nullptr) ++images;
     }

@@ -20,7 +20,8 @@ struct TouchedPage {
 
 /// The pages of a file in memory, and what the open transaction has written over. Private to the Pager.
 ///
-/// Pages are read when first asked for, in extents, and stay: a view is valid until the end of the memory.
+/// Pages are read when first asked for and stay: a view is valid until the end of the memory. Whoever asks for one page
+/// after the other gets them read ahead, more each time; whoever jumps gets what he asks for.
 class PageMemory {
 public:
     /// `pages` as they stand in the file. `path` is for sentences.
@@ -52,8 +53,8 @@ public:
     /// The pages written since the last accept() or takeBack(), each once, in the order of their first change.
     std::span<const TouchedPage> touched() const { return touched_; }
     bool isTouched(PageNo page) const { return isTouched_[page]; }
-    /// The pages from `page` on that stand in memory one behind the other, `end` not included; empty where they were
-    /// never asked for. Both lie in one extent.
+    /// The pages from `page` to before `end`, of one extent, as they stand in memory one behind the other; empty where
+    /// one of them was never asked for.
     std::span<const std::uint8_t> loaded(PageNo page, PageNo end) const;
 
     /// What was written stands in the file now.
@@ -70,20 +71,27 @@ private:
     static constexpr std::size_t extentSize = pagesPerExtent * pageSize;
     static PageNo extentsFor(PageNo pages) { return (pages + pagesPerExtent - 1) / pagesPerExtent; }
 
+    struct Extent {
+        std::unique_ptr<std::uint8_t[]> bytes; ///< null: none of its pages was asked for yet
+        std::uint64_t loaded = 0;              ///< a bit for each page
+        bool has(PageNo page) const { return (loaded >> page % pagesPerExtent & 1) != 0; }
+    };
+
     std::uint8_t* bytes(PageNo page)
     {
-        const PageNo extent = page / pagesPerExtent;
-        if (!extents_[extent]) load(extent);
-        return extents_[extent].get() + std::size_t{page % pagesPerExtent} * pageSize;
+        Extent& extent = extents_[page / pagesPerExtent];
+        if (!extent.has(page)) load(page);
+        return extent.bytes.get() + std::size_t{page % pagesPerExtent} * pageSize;
     }
-    void load(PageNo extent);
-    void readExtent(PageNo extent, std::span<std::uint8_t> into);
+    void load(PageNo page);
+    PageNo readAhead(PageNo page) const;
+    void readFile(PageNo first, PageNo end, std::uint8_t* into);
     void touch(PageNo page);
     void forgetTouched() noexcept;
 
     File& file_;
     const std::filesystem::path& path_;
-    std::vector<std::unique_ptr<std::uint8_t[]>> extents_; ///< null: not loaded yet
+    std::vector<Extent> extents_;
     PageNo count_;
     PageNo countBefore_;
     std::vector<TouchedPage> touched_;

@@ -325,9 +325,19 @@ std::vector<PageNo> mapPages(Pager& pager, MapRef map)
 bool mapLeadsPastTheEnd(Pager& pager, MapRef map)
 {
     constexpr PageNo farEnough = 32768;
-    const PageNo end = std::min(maxPages, pager.pageCount() + farEnough);
-    for (PageNo page = pager.pageCount(); page < end; ++page)
-        if (mapHas(pager, map, page)) return true;
+    const PageNo begin = pager.pageCount();
+    const PageNo end = std::min(maxPages, begin + farEnough);
+    const Row row = rowOf(pager, map);
+    // `first` is the page of the first bit.
+    const auto hasBit = [&](std::span<const std::uint8_t> bitmap, std::uint64_t first) {
+        const PageNo bit = nextBit(bitmap, begin > first ? static_cast<PageNo>(begin - first) : 0);
+        return bit < bitmap.size() * 8 && first + bit < end;
+    };
+    if (row.kind == Kind::inlined) return hasBit(row.bitmap(), row.start());
+    for (std::size_t k = begin / pagesPerBitmap; k < row.entries() && k * pagesPerBitmap < end; ++k)
+        if (row.entry(k) != 0 &&
+            hasBit(bitmapPage(pager, row, k).subspan(bitmapHead), std::uint64_t{k} * pagesPerBitmap))
+            return true;
     return false;
 }
 

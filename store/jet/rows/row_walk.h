@@ -94,11 +94,17 @@ private:
     const Pager& pager_;
 };
 
+/// What becomes of the pages that a walk reads.
+enum class PageUse {
+    keep, ///< they stay in memory, and the bytes of a row as long as any view of a page
+    pass, ///< they are looked at in passing: the bytes of a row are good until the next step
+};
+
 /// Walks the rows of some pages in the order of the pages and their slots. The pages must not be changed meanwhile.
 class RowWalk {
 public:
-    RowWalk(RowReader reader, std::shared_ptr<const std::vector<PageNo>> pages)
-        : reader_(reader), pages_(std::move(pages))
+    RowWalk(RowReader reader, std::shared_ptr<const std::vector<PageNo>> pages, PageUse use = PageUse::keep)
+        : reader_(reader), pages_(std::move(pages)), use_(use)
     {
     }
 
@@ -141,7 +147,8 @@ private:
     template <class Receiver> void openPage(Receiver& receiver)
     {
         const PageNo number = (*pages_)[nextPage_++];
-        const PageView page = reader_.pager().read(number);
+        Pager& pager = reader_.pager();
+        const PageView page = use_ == PageUse::keep ? pager.read(number) : pager.look(number, passing_);
         head_ = {number, 0};
         if (!reader_.holdsRows(number, page)) {
             receiver.foreignPage(number);
@@ -160,6 +167,8 @@ private:
 
     RowReader reader_;
     std::shared_ptr<const std::vector<PageNo>> pages_;
+    PageUse use_;
+    PassingBuffer passing_;
     std::size_t nextPage_ = 0;
     const std::uint8_t* page_ = nullptr;
     unsigned slot_ = 0;
