@@ -49,7 +49,7 @@ void EqualRows::follow(const Table& table, Known& known) const
 void EqualRows::read(const Table& table, Known& known) const
 {
     known.rows.clear();
-    table.forEachRow([&](RowId id, const RowView& view) {
+    table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
         if (view.textIs(column_, known.text)) known.rows.push_back(id);
         return true;
     });

@@ -22,21 +22,49 @@ bool keyIsCertain(std::u16string_view text, Collation collation)
     return key && key->certainty == Certainty::certain;
 }
 
-/// The entries of a date index that can belong to the period; a little more at both ends, as milliseconds decide and
-/// not the last bits of a fraction.
-std::vector<RowId> rowsOfPeriod(const Table& table, const Index& index, const Condition::Period& period)
+/// Between these stored numbers lies every date of the period; a little more at both ends, as milliseconds decide and
+/// not the last bits of a fraction. Nothing where the period is open.
+struct StoredBounds {
+    std::optional<double> low, high;
+};
+
+StoredBounds storedBounds(const Condition::Period& period)
 {
     constexpr double perDay = 86'400'000;
     constexpr double slack = 1 / perDay;
-    std::optional<Value> low, high;
+    StoredBounds bounds;
     if (period.from != std::numeric_limits<std::int64_t>::min()) {
         double days = static_cast<double>(period.from) / perDay - slack;
         if (days < 1) days -= 2; // around day zero and before it, stored numbers run backwards within a day
-        low = DateTime{days};
+        bounds.low = days;
     }
     if (period.to != std::numeric_limits<std::int64_t>::max())
-        high = DateTime{static_cast<double>(period.to) / perDay + slack};
-    return table.range(index, low, high);
+        bounds.high = static_cast<double>(period.to) / perDay + slack;
+    return bounds;
+}
+
+/// The entries of a date index that can belong to the period.
+std::vector<RowId> rowsOfPeriod(const Table& table, const Index& index, const Condition::Period& period)
+{
+    const auto value = [](const std::optional<double>& days) {
+        return days ? std::optional<Value>(DateTime{*days}) : std::nullopt;
+    };
+    const StoredBounds bounds = storedBounds(period);
+    return table.range(index, value(bounds.low), value(bounds.high));
+}
+
+/// The pages on which rows of the condition's period can stand; nothing when that may be all of them.
+PageList pagesOfPeriod(Table& table, const Condition& condition)
+{
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    for (std::size_t column = 0; column < table.columns().size(); ++column) {
+        const auto period = condition.requiredPeriod(column);
+        if (!period) continue;
+        const StoredBounds bounds = storedBounds(*period);
+        return TableMemory::of(table).dates(column).pages(table, bounds.low.value_or(-infinite),
+                                                          bounds.high.value_or(infinite));
+    }
+    return nullptr;
 }
 
 /// Rows among which are all that meet the condition; nothing when only reading the whole table can tell.
@@ -74,10 +102,14 @@ void eachRow(Table& table, const std::optional<Condition>& condition,
     std::optional<std::vector<RowId>> rows;
     if (condition) rows = candidates(table, *condition);
     if (!rows) {
-        table.forEachRow([&](RowId id, const RowView& row) {
+        const auto visitIfMet = [&](RowId id, const RowView& row) {
             if (!condition || (*condition)(row)) visit(id, row);
             return true;
-        });
+        };
+        if (const auto pages = condition ? pagesOfPeriod(table, *condition) : nullptr)
+            table.forEachRow(pages, visitIfMet);
+        else
+            table.forEachRow(visitIfMet);
         return;
     }
     // In the order of the file, so that each page is visited once. The index of a journal mostly gives them so.

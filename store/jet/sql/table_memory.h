@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/sql/date_ranges.h"
 #include "store/jet/sql/equal_rows.h"
 #include "store/jet/sql/text_order.h"
 
@@ -21,10 +22,12 @@ public:
         return static_cast<TableMemory&>(*companion); // nobody else makes one
     }
     TextOrder& order(std::size_t column) { return orders_.try_emplace(column, column).first->second; }
+    DateRanges& dates(std::size_t column) { return dates_.try_emplace(column, column).first->second; }
     EqualRows& equal(std::size_t column) { return equals_.try_emplace(column, column).first->second; }
 
 private:
     std::map<std::size_t, TextOrder> orders_;
+    std::map<std::size_t, DateRanges> dates_;
     std::map<std::size_t, EqualRows> equals_;
 };
 

@@ -84,7 +84,7 @@ void TextOrder::build(const Table& table)
     keys_.clear();
     texts_.clear();
     wasted_ = 0;
-    table.forEachRow([this](RowId id, const RowView& view) {
+    table.passRows(table.dataPages(), [this](RowId id, const RowView& view) {
         entries_.push_back(entry(id, view));
         return true;
     });

@@ -58,7 +58,8 @@ void Table::State::readDefinition()
 
 std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
 {
-    if (!pages || pagesAt != pager.changeCount()) {
+    forgetPagesOfEndedTransaction();
+    if (!pages) {
         std::vector<PageNo> owned;
         try {
             owned = mapPages(pager, definition.owned);
@@ -67,17 +68,26 @@ std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
             owned = pagesByOwner(pager, definition.page);
         }
         pages = std::make_shared<std::vector<PageNo>>(std::move(owned));
-        pagesAt = pager.changeCount();
     }
     return pages;
 }
 
 void Table::State::dataPageAdded(PageNo page)
 {
-    if (!pages || pagesAt != pager.changeCount()) return;
+    forgetPagesOfEndedTransaction();
+    pageAddedAt = pager.changeCount();
+    if (!pages) return;
     // A cursor that is under way keeps the list that it began with.
     if (pages.use_count() > 1) pages = std::make_shared<std::vector<PageNo>>(*pages);
     pages->insert(std::upper_bound(pages->begin(), pages->end(), page), page);
+}
+
+/// Pages come to a table and never leave it, but for those that a rollback takes away again.
+void Table::State::forgetPagesOfEndedTransaction()
+{
+    if (!pageAddedAt || *pageAddedAt == pager.changeCount()) return;
+    pages.reset();
+    pageAddedAt.reset();
 }
 
 std::optional<RowReader::Row> Table::State::find(RowId head)
@@ -177,6 +187,11 @@ RowCursor::RowCursor(const Table& table)
 {
 }
 
+RowCursor::RowCursor(const Table& table, PageList pages, PageUse use)
+    : walk_((table.state_->rereadIfTakenBack(), table.state_->reader()), std::move(pages), use), row_(table, {})
+{
+}
+
 bool RowCursor::next()
 {
     if (!walk_.next(ThrowAtDamage(walk_.reader().pager()))) return false;
@@ -236,6 +251,24 @@ void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,
     }
 }
 
+PageList Table::dataPages() const
+{
+    state_->rereadIfTakenBack();
+    return state_->dataPages();
+}
+
+std::vector<NumberRange> Table::numberRanges(std::size_t column, const PageList& pages) const
+{
+    state_->rereadIfTakenBack();
+    std::vector<NumberRange> ranges(pages->size());
+    std::size_t at = 0;
+    for (RowWalk rows(state_->reader(), pages, PageUse::pass); rows.next(ThrowAtDamage(state_->pager));) {
+        while ((*pages)[at] != rows.head().page) ++at;
+        if (const std::optional<double> number = RowView(*this, rows.bytes()).number(column)) ranges[at].take(*number);
+    }
+    return ranges;
+}
+
 std::optional<RowView> Table::row(RowId id) const
 {
     state_->rereadIfTakenBack();
@@ -285,30 +318,24 @@ void Table::checkUserTable() const
 RowId Table::insert(std::span<const Assignment> values)
 {
     checkUserTable();
-    const std::uint64_t during = state_->pager.changeCount();
-    const RowId id = state_->insert(values);
-    state_->changes.touched(id, during);
-    return id;
+    return state_->insert(values);
 }
 
 void Table::update(RowId id, std::span<const Assignment> values)
 {
     checkUserTable();
-    state_->changes.touched(id, state_->pager.changeCount());
     state_->update(id, values);
 }
 
 void Table::erase(RowId id)
 {
     checkUserTable();
-    state_->changes.touched(id, state_->pager.changeCount());
     state_->erase(id);
 }
 
 void Table::eraseAll()
 {
     checkUserTable();
-    state_->changes.everything(state_->pager.changeCount());
     state_->eraseAll();
 }
 

@@ -4,6 +4,7 @@
 #include "store/jet/rows/column.h"
 #include "store/jet/rows/index.h"
 #include "store/jet/rows/row_walk.h"
+#include "store/jet/table/number_range.h"
 #include "store/jet/values/value.h"
 
 #include <functional>
@@ -56,11 +57,16 @@ private:
     std::span<const std::uint8_t> bytes_;
 };
 
+/// Pages of a table, ascending.
+using PageList = std::shared_ptr<const std::vector<PageNo>>;
+
 /// Walks the live rows of a table in storage order, page by page, without allocating. The table must not be changed
 /// meanwhile; collect row ids first, then change.
 class RowCursor {
 public:
     explicit RowCursor(const Table& table);
+    /// The rows whose heads stand on these data pages of the table.
+    RowCursor(const Table& table, PageList pages, PageUse use = PageUse::keep);
     /// Steps to the next row; false behind the last one. Throws damaged for a row whose bytes contradict the format:
     /// id() then names it, and the next call goes on behind it.
     bool next();
@@ -95,15 +101,25 @@ public:
     void scan(const std::function<bool(RowId, const RowView&)>& visit,
               const std::function<void(RowId, const std::string&)>& damaged = {}) const;
     /// The same for loops where every nanosecond counts: `visit(RowId, const RowView&)` returns false to stop.
-    template <class Visit> void forEachRow(Visit&& visit) const
+    template <class Visit> void forEachRow(Visit&& visit) const { visitRows(RowCursor(*this), visit); }
+    /// The same on some of the data pages.
+    template <class Visit> void forEachRow(const PageList& pages, Visit&& visit) const
     {
-        RowCursor cursor(*this);
-        while (cursor.next()) {
-            if (!visit(cursor.id(), cursor.row())) return;
-        }
+        visitRows(RowCursor(*this, pages), visit);
+    }
+    /// The same for those who read much to learn a little: the pages do not stay in memory, and a row is good until
+    /// `visit` returns.
+    template <class Visit> void passRows(const PageList& pages, Visit&& visit) const
+    {
+        visitRows(RowCursor(*this, pages, PageUse::pass), visit);
     }
     /// Throws damaged where a row is not sound, or where a damaged map leaves in doubt whether a walk finds them all.
     void requireSoundRows() const;
+    /// The pages that hold rows, ascending. Rows that are added later may stand on others.
+    PageList dataPages() const;
+    /// For each of these data pages, ascending, the numbers of a column in the rows whose heads stand there. Reads the
+    /// pages in passing. Throws damaged.
+    std::vector<NumberRange> numberRanges(std::size_t column, const PageList& pages) const;
     /// The row at that place; nothing when it is not (or no longer) there. Throws damaged.
     std::optional<RowView> row(RowId id) const;
 
@@ -152,6 +168,12 @@ private:
     friend class RowCursor;
     friend class RowView;
     explicit Table(std::unique_ptr<State> state);
+    template <class Visit> static void visitRows(RowCursor cursor, Visit& visit)
+    {
+        while (cursor.next()) {
+            if (!visit(cursor.id(), cursor.row())) return;
+        }
+    }
     void checkUserTable() const;
     std::unique_ptr<State> state_;
 };

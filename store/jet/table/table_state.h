@@ -93,8 +93,8 @@ struct Table::State {
     std::optional<std::uint64_t> countSettledAt;   ///< change count of the transaction that put it right
 
     std::shared_ptr<std::vector<PageNo>> pages;
-    std::uint64_t pagesAt = 0; ///< change count
-    PageNo lastPage = 0;       ///< where the last row went, 0 when unknown
+    std::optional<std::uint64_t> pageAddedAt; ///< change count of the transaction that added one of them
+    PageNo lastPage = 0;                      ///< where the last row went, 0 when unknown
     std::uint64_t lastPageAt = 0;
     std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
 
@@ -103,6 +103,7 @@ struct Table::State {
 
 private:
     void readDefinition();
+    void forgetPagesOfEndedTransaction();
 };
 
 /// How people find an index of a table again: by the first of its names.

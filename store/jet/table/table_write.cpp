@@ -283,6 +283,7 @@ RowId Table::State::insert(std::span<const Assignment> values)
     applyEntries(*this, entries, id);
     countRows(*this, 1);
     if (autoNumber) raiseAutoNumber(*this, *autoNumber);
+    changes.touched(id, pager.changeCount());
     change.commit();
     return id;
 }
@@ -333,6 +334,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
     }
 
     Transaction change(pager);
+    changes.touched(id, pager.changeCount());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto reference = field(i, old);
         if (assigned[i] && reference && isLongValue(columns[i].type)) freeLongValue(*this, i, *reference);
@@ -375,6 +377,7 @@ void Table::State::erase(RowId id)
     }
 
     Transaction change(pager);
+    changes.touched(id, pager.changeCount());
     applyEntries(*this, entries, id);
     for (std::size_t i = 0; i < definition.columns.size(); ++i) {
         const auto reference = field(i, old);
@@ -390,6 +393,7 @@ void Table::State::eraseAll()
 {
     checkWritable();
     Transaction change(pager);
+    changes.everything(pager.changeCount());
     for (const PageNo page : *dataPages()) {
         const PageView view = pager.read(page);
         if (!isRowPage(view, definition.page)) continue;
