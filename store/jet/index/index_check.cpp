@@ -23,7 +23,9 @@ public:
     {
     }
 
-    void run(PageNo root)
+    using LeafEntry = std::function<void(std::span<const std::uint8_t> key, RowId row)>;
+
+    void run(PageNo root, const LeafEntry& leafEntry)
     {
         std::vector<std::vector<Place>> levels{{Place{root, 0, {}}}};
         while (!levels.back().empty()) {
@@ -33,7 +35,7 @@ public:
         }
         levels.pop_back();
         for (std::size_t depth = 0; depth < levels.size(); ++depth)
-            checkLevelBytes(levels[depth], levels.size() - 1 - depth);
+            checkLevelBytes(levels[depth], levels.size() - 1 - depth, leafEntry);
         checkPromises(levels);
     }
 
@@ -86,7 +88,7 @@ private:
         return true;
     }
 
-    void checkLevelBytes(const std::vector<Place>& level, std::size_t height)
+    void checkLevelBytes(const std::vector<Place>& level, std::size_t height, const LeafEntry& leafEntry)
     {
         Key previous, entry;
         for (std::size_t at = 0; at < level.size(); ++at) {
@@ -103,7 +105,8 @@ private:
             for (std::size_t i = 0; i < view.count(); ++i) {
                 view.copyEntry(i, entry);
                 if (!previous.empty() && compareEntries(previous, entry) >= 0) fault(page, "girişler sırasız");
-                previous = entry;
+                if (height == 0 && leafEntry) leafEntry(Entry(entry).first(entry.size() - rowIdBytes), rowOf(entry));
+                std::swap(previous, entry);
             }
             checkLinks(level, at, view);
         }
@@ -155,12 +158,12 @@ private:
 
 } // namespace
 
-void IndexTree::check(std::vector<std::string>& faults, std::vector<std::string>& warnings,
-                      std::vector<PageNo>& pages) const
+void IndexTree::check(std::vector<std::string>& faults, std::vector<std::string>& warnings, std::vector<PageNo>& pages,
+                      const std::function<void(std::span<const std::uint8_t> key, RowId row)>& leafEntry) const
 {
     Checker checker(pager_, tableDefinition_, faults, warnings, pages);
     try {
-        checker.run(root_);
+        checker.run(root_, leafEntry);
         checker.checkMap(owned_, root_);
     } catch (const Error& error) {
         if (error.fault() != Fault::damaged && error.fault() != Fault::cutShort) throw;

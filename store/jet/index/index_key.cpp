@@ -175,6 +175,45 @@ void appendKey(Key& key, const Column& column, const Value& value, bool ascendin
     if (!ascending) invertFrom(key, begin);
 }
 
+bool appendStoredKey(Key& key, const Column& column, const std::optional<std::span<const std::uint8_t>>& stored,
+                     bool ascending)
+{
+    bool floating = false;
+    switch (column.type) {
+    case ColumnType::byte:
+    case ColumnType::integer:
+    case ColumnType::longInteger:
+    case ColumnType::currency:
+        break;
+    case ColumnType::singleFloat:
+    case ColumnType::doubleFloat:
+    case ColumnType::dateTime:
+        floating = true;
+        break;
+    default:
+        return false;
+    }
+    if (!stored) {
+        key.push_back(ascending ? nullAscending : nullDescending);
+        return true;
+    }
+    std::uint64_t bits = 0;
+    for (std::size_t i = stored->size(); i-- > 0;) bits = bits << 8 | (*stored)[i];
+    const std::size_t length = stored->size() * 8;
+    const std::uint64_t sign = std::uint64_t{1} << (length - 1);
+    if (floating && (bits & sign) != 0)
+        bits = ~bits;
+    else if (column.type != ColumnType::byte)
+        bits ^= sign;
+    if (!ascending) bits = ~bits;
+    key.push_back(ascending ? valueAscending : valueDescending);
+    for (std::size_t shift = length; shift != 0;) {
+        shift -= 8;
+        key.push_back(static_cast<std::uint8_t>(bits >> shift));
+    }
+    return true;
+}
+
 bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
               KeyUse use)
 {

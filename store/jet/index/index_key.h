@@ -26,6 +26,10 @@ enum class KeyUse {
 /// Throws indexNotWritable when there is no key: no weights for the column's collating order, a column type that has
 /// none, and for writing a character of unsure weight. Throws badValue for a value of another type than the column's.
 void appendKey(Key& key, const Column& column, const Value& value, bool ascending, KeyUse use = KeyUse::write);
+/// The same for comparing, from the field's bytes as they are stored (nothing: Null), for types whose values are one
+/// number. False for the other types; then nothing was appended.
+bool appendStoredKey(Key& key, const Column& column, const std::optional<std::span<const std::uint8_t>>& stored,
+                     bool ascending);
 
 /// The whole key of a row in an index, from a value for each index column in index order.
 /// Nothing when the row has no entry (ignore-nulls index, all columns Null).

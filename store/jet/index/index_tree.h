@@ -57,7 +57,9 @@ public:
     /// Looks at the tree's own shape: depth, links, order, node entries against children, free fields, owned map.
     /// Appends one Turkish sentence each to `faults` and, for what does no harm (pages in the map that are not in the
     /// tree, empty leaves), to `warnings`; `pages` receives every page of the tree that could be reached.
-    void check(std::vector<std::string>& faults, std::vector<std::string>& warnings, std::vector<PageNo>& pages) const;
+    /// `leafEntry` hears every entry of the leaves; what it heard is worth nothing where a fault was found.
+    void check(std::vector<std::string>& faults, std::vector<std::string>& warnings, std::vector<PageNo>& pages,
+               const std::function<void(std::span<const std::uint8_t> key, RowId row)>& leafEntry = {}) const;
 
 private:
     struct Path;

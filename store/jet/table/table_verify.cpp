@@ -1,5 +1,6 @@
 #include "store/jet/table/table_state.h"
 
+#include "store/jet/index/entry_sum.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/row_codec.h"
@@ -21,12 +22,20 @@ struct Strict : ThrowAtDamage {
 template <class Visit> void forEachRowOrThrow(Table::State& table, Visit&& visit)
 {
     const auto pages = std::make_shared<std::vector<PageNo>>(mapPages(table.pager, table.definition.owned));
-    for (RowWalk rows(table.reader(), pages); rows.next(Strict(table.pager));) {
+    for (RowWalk rows(table.reader(), pages, PageUse::pass); rows.next(Strict(table.pager));) {
         if (rows.body() != rows.head() && !std::ranges::binary_search(*pages, rows.body().page))
             throwDamaged(table.pager, rows.body().page, "taşınmış bir satır başka bir yerde duruyor");
-        visit(rows.bytes());
+        visit(rows.head(), rows.bytes());
     }
 }
+
+/// What the rows demand of one index.
+struct Demand {
+    const Index* index = nullptr;
+    EntrySum entries;
+    std::uint64_t rowsWithoutEntry = 0; ///< that an ignore-nulls index leaves out
+    bool certain = true;                ///< false when a key could not be made
+};
 
 /// Verifies one table; stops at the first thing that stands against writing.
 class Verifier {
@@ -56,8 +65,8 @@ public:
             if (error.fault() != Fault::damaged) throw;
             return refuse(Fault::readOnly, "bozuk bir yeri var. " + std::string(error.what()), "");
         }
-        for (const Index& index : table_.definition.indexes) {
-            if (const std::optional<std::string> fault = indexFault(index)) return refuseIndex(index, *fault);
+        for (const Demand& demand : demands_) {
+            if (const std::optional<std::string> fault = indexFault(demand)) return refuseIndex(*demand.index, *fault);
         }
         if (const std::optional<PageNo> page = contestedPage(table_, indexPages_)) {
             return refuse(Fault::readOnly, "bozuk: " + std::to_string(*page) +
@@ -91,8 +100,10 @@ private:
         for (const PageNo page : mapPages(pager_, definition.freeSpace)) {
             if (!owned_[page]) throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
         }
-        withoutEntry_.assign(definition.indexes.size(), 0);
-        forEachRowOrThrow(table_, [&](std::span<const std::uint8_t> row) { checkRow(row); });
+        for (const Index& index : definition.indexes) demands_.push_back({&index, {}, 0, true});
+        for (std::size_t i = 0; i < definition.columns.size(); ++i)
+            if (definition.columns[i].autoNumber) autoNumbers_.push_back(i);
+        forEachRowOrThrow(table_, [&](RowId head, std::span<const std::uint8_t> row) { checkRow(head, row); });
         refuseTwice(longValues_, "iki uzun alan aynı yeri paylaşıyor");
         const std::uint8_t* head = pager_.read(definition.page).data();
         table_.countIsStale = getU32(head + definitionField::rowCount) != rows_;
@@ -105,26 +116,17 @@ private:
         if (twice != places.end()) throwDamaged(pager_, twice->page, what);
     }
 
-    void checkRow(std::span<const std::uint8_t> row)
+    void checkRow(RowId head, std::span<const std::uint8_t> row)
     {
-        const TableDefinition& definition = table_.definition;
         ++rows_;
-        for (const Index& index : definition.indexes) {
-            if (!index.ignoreNulls) continue;
-            const bool allNull = std::all_of(index.columns.begin(), index.columns.end(), [&](const IndexColumn& each) {
-                return definition.columns[each.column].type != ColumnType::boolean && !table_.field(each.column, row);
-            });
-            if (allNull) ++withoutEntry_[index.number];
-        }
-        for (std::size_t i = 0; i < definition.columns.size(); ++i) {
-            if (definition.columns[i].autoNumber) {
-                if (const auto bytes = table_.field(i, row)) {
-                    table_.highestAutoNumber =
-                        std::max(table_.highestAutoNumber, static_cast<std::int32_t>(getU32(bytes->data())));
-                }
+        for (Demand& demand : demands_) addEntry(demand, head, row);
+        for (const std::size_t column : autoNumbers_) {
+            if (const auto bytes = table_.field(column, row)) {
+                table_.highestAutoNumber =
+                    std::max(table_.highestAutoNumber, static_cast<std::int32_t>(getU32(bytes->data())));
             }
         }
-        for (const LongValueMaps& maps : definition.longValues) {
+        for (const LongValueMaps& maps : table_.definition.longValues) {
             const auto reference = table_.field(maps.column, row);
             // A value inside its row has no place.
             if (reference && reference->size() >= 8 && getU24(reference->data() + 5) != 0) {
@@ -133,17 +135,59 @@ private:
         }
     }
 
-    /// What is wrong with an index; nothing when every entry is the one that its row should have, and none is missing.
-    std::optional<std::string> indexFault(const Index& index)
+    void addEntry(Demand& demand, RowId head, std::span<const std::uint8_t> row)
     {
-        const IndexTree tree = table_.tree(index);
+        const Index& index = *demand.index;
+        const std::vector<Column>& columns = table_.definition.columns;
+        if (index.ignoreNulls && std::ranges::all_of(index.columns, [&](const IndexColumn& each) {
+                return columns[each.column].type != ColumnType::boolean && !table_.field(each.column, row);
+            })) {
+            ++demand.rowsWithoutEntry;
+            return;
+        }
+        if (demand.certain && makeKey(index, row))
+            demand.entries.add(key_, head);
+        else
+            demand.certain = false;
+    }
+
+    /// The row's key into key_; false where there is none. What is wrong then is found out entry by entry.
+    bool makeKey(const Index& index, std::span<const std::uint8_t> row)
+    {
+        const std::vector<Column>& columns = table_.definition.columns;
+        key_.clear();
+        const bool isPlain = std::ranges::all_of(index.columns, [&](const IndexColumn& each) {
+            return appendStoredKey(key_, columns[each.column], table_.field(each.column, row), each.ascending);
+        });
+        if (isPlain) return true;
+        try {
+            table_.keyValues(index, row, values_);
+            return indexKey(key_, index, columns, values_, KeyUse::compare);
+        } catch (const Error& error) {
+            if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
+            return false;
+        }
+    }
+
+    /// What is wrong with an index; nothing when every entry is the one that its row should have, and none is missing.
+    std::optional<std::string> indexFault(const Demand& demand)
+    {
         std::vector<std::string> faults;
         std::vector<std::string> warnings;
-        tree.check(faults, warnings, indexPages_);
+        EntrySum found;
+        const IndexTree tree = table_.tree(*demand.index);
+        tree.check(faults, warnings, indexPages_,
+                   [&found](std::span<const std::uint8_t> key, RowId row) { found.add(key, row); });
         if (!faults.empty()) return faults.front();
+        if (demand.certain && found == demand.entries) return std::nullopt;
+        return entryFault(tree, demand);
+    }
+
+    /// The same entry by entry, each with its row.
+    std::optional<std::string> entryFault(const IndexTree& tree, const Demand& demand)
+    {
         std::optional<std::string> fault;
         std::uint64_t entries = 0;
-        std::vector<Value> values;
         Key expected;
         try {
             // The tree's own check has seen that the entries ascend, so none of them comes twice.
@@ -154,8 +198,8 @@ private:
                     fault = "bir girişin kaydı yok";
                     return false;
                 }
-                table_.keyValues(index, found->bytes, values);
-                if (!indexKey(expected, index, table_.definition.columns, values, KeyUse::compare) ||
+                table_.keyValues(*demand.index, found->bytes, values_);
+                if (!indexKey(expected, *demand.index, table_.definition.columns, values_, KeyUse::compare) ||
                     !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
                     fault = "bir giriş kaydından hesaplanandan farklı";
                     return false;
@@ -167,7 +211,7 @@ private:
             if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
             return error.what();
         }
-        if (!fault && entries != rows_ - withoutEntry_[index.number]) fault = "bazı kayıtların girişi yok";
+        if (!fault && entries != rows_ - demand.rowsWithoutEntry) fault = "bazı kayıtların girişi yok";
         return fault;
     }
 
@@ -175,9 +219,12 @@ private:
     Pager& pager_;
     std::vector<bool> owned_; ///< by page: a data page of the table
     std::uint64_t rows_ = 0;
-    std::vector<std::uint64_t> withoutEntry_; ///< by index: rows that an ignore-nulls index leaves out
-    std::vector<RowId> longValues_;           ///< where values outside their rows begin
+    std::vector<Demand> demands_;
+    std::vector<std::size_t> autoNumbers_; ///< positions of the AutoNumber columns
+    std::vector<RowId> longValues_;        ///< where values outside their rows begin
     std::vector<PageNo> indexPages_;
+    Key key_;
+    std::vector<Value> values_;
 };
 
 } // namespace
@@ -185,7 +232,7 @@ private:
 void Table::requireSoundRows() const
 {
     state_->rereadIfTakenBack();
-    forEachRowOrThrow(*state_, [](std::span<const std::uint8_t>) {});
+    forEachRowOrThrow(*state_, [](RowId, std::span<const std::uint8_t>) {});
 }
 
 std::optional<Refusal> verifyForWriting(Table::State& table) { return Verifier(table).run(); }
