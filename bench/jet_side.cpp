@@ -264,6 +264,37 @@ void firstWrites(const std::string& task, const std::filesystem::path& original)
     })->Unit(benchmark::kMillisecond);
 }
 
+/// The first pressing after opening: the check of the table, the digest of the file for the journal, three syncs.
+void firstAppends(const std::string& task, const std::filesystem::path& original)
+{
+    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+        std::filesystem::path copy = original;
+        copy.replace_filename("append.mdb");
+        std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+        const auto customers = long_mill::customers();
+        std::mt19937 random(5);
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), copy);
+            database->table(u"Hareket").insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
+        }
+        std::filesystem::remove(copy);
+    })->Unit(benchmark::kMillisecond);
+}
+
+/// What any engine has to do before it knows something about a file: bring its bytes into memory.
+void readings(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("read all pages", us).c_str(), [=](benchmark::State& state) {
+        const auto file = platform::systemDisk().open(path, files::Disk::Access::readOnly);
+        std::vector<std::uint8_t> buffer(64 * jet::pageSize);
+        for ([[maybe_unused]] auto _ : state) {
+            std::uint64_t at = 0;
+            while (const std::size_t count = file->read(at, buffer)) at += count;
+            benchmark::DoNotOptimize(at);
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
 void opens(const std::filesystem::path& path)
 {
     benchmark::RegisterBenchmark(comparison::name("open, first row", us).c_str(), [=](benchmark::State& state) {
@@ -306,9 +337,11 @@ void registerJet(const Files& files)
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
     exports(plain);
+    readings(files.plain());
     opens(files.plain());
     firstWrites("first write", files.plain());
     firstWrites("first write, indexed", files.indexed());
+    firstAppends("first append", files.plain());
     appends("append", files.plain());
     appends("append, indexed", files.indexed());
 }
