@@ -82,10 +82,15 @@ void Player::step()
 {
     while (!failed_ && next_ < commands_.size()) {
         const Command command = commands_[next_++];
-        // Should the command open a dialog, it returns only when that is closed: what follows is played inside.
+        // Should the command open a dialog, it returns only when that is closed: what follows is played inside. A
+        // dialog that was open before is no reason: the command may be about to close it.
         QTimer inside;
-        connect(&inside, &QTimer::timeout, this, [this, depth = running_ + 1] {
-            if (running_ == depth && QApplication::activeModalWidget()) step();
+        const auto opened = [before = QApplication::activeModalWidget()] {
+            const QWidget* now = QApplication::activeModalWidget();
+            return now && now != before;
+        };
+        connect(&inside, &QTimer::timeout, this, [this, opened, depth = running_ + 1] {
+            if (running_ == depth && opened()) step();
         });
         inside.start(5);
         ++running_;
