@@ -232,7 +232,7 @@ RowTable<Damage> checkDamage()
         const auto [page, at] = p.fieldWhere(day, [](auto) { return true; });
         p.poke(page, at, {0, 0, 0, 0, 0, 0, 0xF0, 0x7F});
     });
-    fault("counter below the largest number", "sayaç", [](Patient& p) {
+    warning("counter below the largest number", "sayaç", [](Patient& p) {
         p.poke(p.large().definition.page, 20, {3, 0});
     });
 

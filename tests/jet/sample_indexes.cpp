@@ -3,10 +3,12 @@
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/index/index_key.h"
+#include "store/jet/values/sort_key.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -45,6 +47,17 @@ std::size_t foreignEntries(const std::filesystem::path& file, const jet::Table& 
                : 0;
 }
 
+/// The order of some languages' letters is not known: an index of such a text is read and never written, and its keys
+/// cannot be worked out.
+bool keysAreKnown(const jet::Table& table, const jet::Index& index)
+{
+    jet::Key key;
+    return std::ranges::all_of(index.columns, [&](const jet::IndexColumn& part) {
+        const jet::Column& column = table.columns()[part.column];
+        return column.type != jet::ColumnType::text || jet::appendTextKey(key, u"a", column.collation).has_value();
+    });
+}
+
 class SampleIndexes : public samples::Test {};
 
 INSTANTIATE_TEST_SUITE_P(, SampleIndexes, testing::ValuesIn(samples::table()), RowName());
@@ -64,6 +77,7 @@ TEST_P(SampleIndexes, everyEntryIsTheKeyOfItsRow)
             tree.check(faults, warnings, pages);
             ASSERT_TRUE(faults.empty() && warnings.empty()) << place;
 
+            if (!keysAreKnown(table, index)) continue;
             const Entries expected = entriesByRows(table, index), found = entriesOnDisk(tree);
             ASSERT_EQ(found.size(), expected.size());
             std::size_t different = 0;

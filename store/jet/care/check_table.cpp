@@ -410,9 +410,9 @@ private:
         const auto last = static_cast<std::int32_t>(getU32(&page[definitionField::lastAutoNumber]));
         for (std::size_t column = 0; column < columns().size(); ++column)
             if (largest_[column] && *largest_[column] > last)
-                report_.fault(name_ + ", " + quotedName(columns()[column].name) + " alanı: verilmiş en büyük sayı " +
-                              std::to_string(*largest_[column]) + ", sayaç ise " + std::to_string(last) +
-                              " gösteriyor.");
+                report_.warning(name_ + ", " + quotedName(columns()[column].name) + " alanı: verilmiş en büyük sayı " +
+                                std::to_string(*largest_[column]) + ", sayaç ise " + std::to_string(last) +
+                                " gösteriyor; ilk eklemede düzelir.");
     }
 
     Pager& pager_;

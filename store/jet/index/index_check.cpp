@@ -123,7 +123,8 @@ private:
         if (!linked(view.next(), at + 1 < level.size(), at + 1)) fault(level[at].page, "sonraki sayfaya bağı yanlış");
     }
 
-    /// From the leaves upwards: every entry of a node is the last one under its child.
+    /// From the leaves upwards: every entry of a node is not less than the last one under its child (the rows it was
+    /// made for may be gone) and less than the first one under the next.
     void checkPromises(const std::vector<std::vector<Place>>& levels)
     {
         std::vector<Key> lastBelow;
@@ -141,8 +142,8 @@ private:
                     if (!lastBelow[i].empty()) last[children[i].parent] = lastBelow[i];
             }
             for (std::size_t at = 0; at < level.size(); ++at)
-                if (level[at].promised && !last[at].empty() && *level[at].promised != last[at])
-                    fault(level[at].page, "üstündeki düğümün girişi, altındaki son giriş değil");
+                if (level[at].promised && !last[at].empty() && compareEntries(*level[at].promised, last[at]) < 0)
+                    fault(level[at].page, "üstündeki düğümün girişi, altındaki son girişten küçük");
             lastBelow = std::move(last);
         }
     }

@@ -89,7 +89,8 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
     prefix_ = getU16(&page_[at::prefix]);
 
     const std::size_t suffix = rowIdBytes + (leaf_ ? 0 : childPageBytes);
-    std::size_t begin = 0, least = prefix_ + suffix;
+    // Only a leaf's prefix reaches into the row ids; at least one byte of each entry is its own.
+    std::size_t begin = 0, least = leaf_ ? std::max(prefix_ + 1, suffix) : prefix_ + suffix;
     for (std::size_t base = 0; base < maskBytes; base += 8) {
         std::uint64_t bits = 0;
         if (base + 8 <= maskBytes) {
@@ -102,9 +103,10 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
             const std::size_t end = base * 8 + static_cast<std::size_t>(std::countr_zero(bits));
             if (end < begin + least || end > indexArea)
                 throwDamaged(pager, page, "dizin girişlerinin sınırları tutarsız");
+            if (leaf_ && end - begin < suffix + (count_ == 0 ? prefix_ : 0)) prefixReachesRows_ = true;
             ends_[count_++] = static_cast<std::uint16_t>(end);
             begin = end;
-            least = suffix;
+            least = !leaf_ ? suffix : prefix_ + 1 < suffix ? suffix - prefix_ : 1;
         }
     }
 }
@@ -133,6 +135,14 @@ bool IndexPage::entryIs(std::size_t i, Entry entry) const
 
 bool IndexPage::ascends() const
 {
+    if (prefixReachesRows_) {
+        Key before, entry;
+        for (std::size_t i = 0; i < count_; ++i, std::swap(before, entry)) {
+            copyEntry(i, entry);
+            if (i > 0 && compareEntries(before, entry) >= 0) return false;
+        }
+        return true;
+    }
     // What stands before the rest is common to all.
     for (std::size_t i = 1; i < count_; ++i)
         if (compareEntries(rest(i - 1), rest(i)) >= 0) return false;
@@ -142,6 +152,19 @@ bool IndexPage::ascends() const
 std::size_t IndexPage::lowerBound(Entry entry) const
 {
     if (count_ == 0) return 0;
+    if (prefixReachesRows_) {
+        Key each;
+        std::size_t low = 0, high = count_;
+        while (low < high) {
+            const std::size_t middle = (low + high) / 2;
+            copyEntry(middle, each);
+            if (compareEntries(each, entry) < 0)
+                low = middle + 1;
+            else
+                high = middle;
+        }
+        return low;
+    }
     const std::size_t keyBytes = entry.size() - rowIdBytes;
     const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area, prefix_));
     if (order != 0) return order < 0 ? 0 : count_;
@@ -165,6 +188,7 @@ PageNo IndexPage::child(std::size_t i) const
 bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
 {
     assert(leaf_);
+    if (prefixReachesRows_) return false;
     if (prefix_ > 0) {
         const bool alike =
             i > 0 && entry.size() >= prefix_ + rowIdBytes && std::memcmp(entry.data(), &page_[at::area], prefix_) == 0;
@@ -244,7 +268,8 @@ bool RunFit::add(Entry entry)
 
 IndexPageImage IndexPageImage::of(const IndexPage& page)
 {
-    IndexPageImage image{page.isLeaf(), page.level(), page.previous(), page.next(), page.tail(), {}};
+    IndexPageImage image{page.isLeaf(), page.level(), page.previous(),         page.next(),
+                         page.tail(),   {},           page.prefixReachesRows()};
     Key entry;
     for (std::size_t i = 0; i < page.count(); ++i) {
         page.copyEntry(i, entry);
@@ -268,7 +293,7 @@ void IndexPageImage::insertChild(std::size_t i, Entry last, PageNo child)
 
 bool IndexPageImage::fits() const
 {
-    RunFit fit(suffixBytes());
+    RunFit fit(suffixBytes(), sharesRows);
     for (std::size_t i = 0; i < entries.size(); ++i)
         if (!fit.add(entries[i])) return false;
     return true;
@@ -276,7 +301,7 @@ bool IndexPageImage::fits() const
 
 void IndexPageImage::writeTo(PageBytes page, PageNo tableDefinition) const
 {
-    RunFit fit(suffixBytes());
+    RunFit fit(suffixBytes(), sharesRows);
     for (std::size_t i = 0; i < entries.size(); ++i) {
         [[maybe_unused]] const bool fitted = fit.add(entries[i]);
         assert(fitted);

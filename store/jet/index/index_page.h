@@ -18,10 +18,10 @@
 /// A node with several children keeps the last one in `tail`, with no entry.
 namespace jet {
 
-inline constexpr std::size_t indexArea = 3616;   ///< bytes for entries on a page
-inline constexpr std::size_t rowIdBytes = 4;     ///< behind the key of every entry
-inline constexpr std::size_t childPageBytes = 4; ///< behind the row id in nodes
-inline constexpr std::size_t maxIndexEntries = indexArea / rowIdBytes;
+inline constexpr std::size_t indexArea = 3616;            ///< bytes for entries on a page
+inline constexpr std::size_t rowIdBytes = 4;              ///< behind the key of every entry
+inline constexpr std::size_t childPageBytes = 4;          ///< behind the row id in nodes
+inline constexpr std::size_t maxIndexEntries = indexArea; // one stored byte each, at the least
 
 using Entry = std::span<const std::uint8_t>;
 
@@ -55,6 +55,8 @@ public:
     PageNo next() const { return getU32(&page_[index_layout::next]); }
     PageNo tail() const { return getU32(&page_[index_layout::tail]); }
     std::size_t prefixBytes() const { return prefix_; }
+    /// In a leaf of one repeated key the shared prefix may reach into the row ids.
+    bool prefixReachesRows() const { return prefixReachesRows_; }
     std::size_t usedBytes() const { return count_ == 0 ? 0 : ends_[count_ - 1]; }
     PageView bytes() const { return page_; }
 
@@ -84,6 +86,7 @@ private:
     std::size_t count_ = 0;
     std::size_t prefix_ = 0;
     bool leaf_ = true;
+    bool prefixReachesRows_ = false;
 };
 
 /// Entries in full length, child pages included, in memory.
@@ -109,7 +112,8 @@ private:
 class RunFit {
 public:
     /// `suffixBytes`: what follows the key in each entry.
-    explicit RunFit(std::size_t suffixBytes) : suffix_(suffixBytes) {}
+    /// `sharesRows`: the common prefix may reach into the suffix, all but its last byte.
+    explicit RunFit(std::size_t suffixBytes, bool sharesRows = false) : suffix_(sharesRows ? 1 : suffixBytes) {}
     /// Takes one more entry at the end; false (and not taken) when the run would not fit any more.
     bool add(Entry entry);
     std::size_t count() const { return count_; }
@@ -128,6 +132,7 @@ struct IndexPageImage {
     std::uint8_t level = 0;
     PageNo previous = 0, next = 0, tail = 0;
     EntryList entries;
+    bool sharesRows = false; ///< the page was stored with a prefix that reaches into the row ids
 
     static IndexPageImage of(const IndexPage& page);
     std::size_t suffixBytes() const { return rowIdBytes + (leaf ? 0 : childPageBytes); }

@@ -22,7 +22,8 @@ struct IndexPageImage;
 ///
 /// Invariants of a tree that is true:
 ///  1. The entries of a page ascend, and are less than those of the next page of the level.
-///  2. A node's entry is the last entry of that child's subtree. The last of several children has none.
+///  2. A node's entry is not less than the last entry of that child's subtree: we write that entry, other writers may
+///     leave a larger one. The last of several children has none.
 ///  3. All leaves are equally deep. A page's level is its height above them; other writers leave that of a node at 0.
 ///  4. Leaves are linked from left to right and back across the whole tree.
 ///  5. A page's number of free bytes is that of its entries, stored without the prefix that all of them share.
