@@ -123,29 +123,61 @@ private:
         if (!linked(view.next(), at + 1 < level.size(), at + 1)) fault(level[at].page, "sonraki sayfaya bağı yanlış");
     }
 
+    /// The least and the greatest entry under a page; empty when there is none.
+    struct Below {
+        Key first, last;
+    };
+
     /// From the leaves upwards: every entry of a node is not less than the last one under its child (the rows it was
     /// made for may be gone) and less than the first one under the next.
     void checkPromises(const std::vector<std::vector<Place>>& levels)
     {
-        std::vector<Key> lastBelow;
+        std::vector<Below> below = underLeaves(levels.back());
         for (std::size_t depth = levels.size(); depth-- > 0;) {
-            const std::vector<Place>& level = levels[depth];
-            std::vector<Key> last(level.size());
-            if (depth + 1 == levels.size()) {
-                for (std::size_t at = 0; at < level.size(); ++at) {
-                    const IndexPage view(pager_, level[at].page, tableDefinition_);
-                    if (view.count() > 0) view.copyEntry(view.count() - 1, last[at]);
-                }
-            } else {
-                const std::vector<Place>& children = levels[depth + 1];
-                for (std::size_t i = 0; i < children.size(); ++i)
-                    if (!lastBelow[i].empty()) last[children[i].parent] = lastBelow[i];
-            }
-            for (std::size_t at = 0; at < level.size(); ++at)
-                if (level[at].promised && !last[at].empty() && compareEntries(*level[at].promised, last[at]) < 0)
-                    fault(level[at].page, "üstündeki düğümün girişi, altındaki son girişten küçük");
-            lastBelow = std::move(last);
+            checkPromises(levels[depth], below);
+            if (depth > 0) below = underNodes(levels[depth], below, levels[depth - 1].size());
         }
+    }
+
+    void checkPromises(const std::vector<Place>& level, const std::vector<Below>& below)
+    {
+        const Key* firstBehind = nullptr;
+        for (std::size_t at = level.size(); at-- > 0;) {
+            if (below[at].first.empty()) continue;
+            if (const std::optional<Key>& promised = level[at].promised) {
+                if (compareEntries(*promised, below[at].last) < 0)
+                    fault(level[at].page, "üstündeki düğümün girişi, altındaki son girişten küçük");
+                if (firstBehind != nullptr && compareEntries(*promised, *firstBehind) >= 0)
+                    fault(level[at].page, "üstündeki düğümün girişi, sonraki sayfanın ilk girişinden küçük değil");
+            }
+            firstBehind = &below[at].first;
+        }
+    }
+
+    std::vector<Below> underLeaves(const std::vector<Place>& leaves)
+    {
+        std::vector<Below> below(leaves.size());
+        for (std::size_t at = 0; at < leaves.size(); ++at) {
+            const IndexPage view(pager_, leaves[at].page, tableDefinition_);
+            if (view.count() == 0) continue;
+            view.copyEntry(0, below[at].first);
+            view.copyEntry(view.count() - 1, below[at].last);
+        }
+        return below;
+    }
+
+    /// What lies under the @p parents pages of the level above, by what lies under the pages of @p level.
+    static std::vector<Below> underNodes(const std::vector<Place>& level, const std::vector<Below>& below,
+                                         std::size_t parents)
+    {
+        std::vector<Below> above(parents);
+        for (std::size_t at = 0; at < level.size(); ++at) {
+            if (below[at].first.empty()) continue;
+            Below& parent = above[level[at].parent];
+            if (parent.first.empty()) parent.first = below[at].first;
+            parent.last = below[at].last;
+        }
+        return above;
     }
 
     Pager& pager_;
