@@ -3,7 +3,7 @@
 //
 // The usual run kills a few times. Many, with the figures on standard output:
 //
-//     PRESVA_KILLS=500 build/tests/exactly_once
+//     PRESVA_KILLS=500 build/test/tests/exactly_once
 
 #include <cstddef> // moc stumbles over <compare> without it
 

@@ -4,7 +4,7 @@
 //
 // The usual run is a busy day. A whole season, with the figures on standard output:
 //
-//     PRESVA_SEASON=20000 xvfb-run -a build/tests/season
+//     PRESVA_SEASON=20000 xvfb-run -a build/test/tests/season
 
 #include "base/error.h"
 #include "base/patterns.h"
