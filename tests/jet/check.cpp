@@ -1,6 +1,7 @@
 #include "store/jet/care/check.h"
 #include "files/memory_disk.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
@@ -300,8 +301,10 @@ RowTable<Damage> checkDamage()
           [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x88}); });
     fault("entry that an index without empty rows has", "boş olduğu hâlde",
           [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x82}); });
-    warning("too few distinct keys", "ayrı anahtar",
-            [](Patient& p) { p.poke(p.small().definition.page, definitionField::distinctKeys(0), {1}); });
+    warning("too few distinct keys", "ayrı anahtar", [](Patient& p) {
+        namespace statistics = definition_layout::statistics;
+        p.poke(p.small().definition.page, statistics::at(0) + statistics::distinctKeys.begin, {1});
+    });
     fault("tree with a broken link", "dizini", [](Patient& p) {
         const PageNo root = p.large().definition.indexes[1].root;
         p.poke(root, 24, {0xFF, 0x01});

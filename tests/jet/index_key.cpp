@@ -1,5 +1,6 @@
 #include "store/jet/index/index_key.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/key_layout.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -216,7 +217,7 @@ TEST(IndexKey, overlongKeysAreRefusedForWritingOnly)
     const std::vector<Value> tooLong{std::u16string(253, u'_')}, longest{std::u16string(252, u'_') + u"a"};
     ASSERT_EQ(faultOf([&] { jet::indexKey(index, columns, tooLong); }), jet::Fault::indexNotWritable);
     ASSERT_EQ(jet::indexKey(index, columns, tooLong, jet::KeyUse::compare)->size(), 509U);
-    ASSERT_EQ(jet::indexKey(index, columns, longest)->size(), jet::maxKeyBytes);
+    ASSERT_EQ(jet::indexKey(index, columns, longest)->size(), jet::key_layout::longest);
 }
 
 TEST(IndexKey, columnsWithoutOrderAreRefused)

@@ -2,6 +2,8 @@
 
 #include "store/jet/care/check_report.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/catalogue.h"
@@ -14,10 +16,8 @@ namespace jet {
 
 namespace {
 
-constexpr std::int32_t tablesContainer = 0x0F000001;
 constexpr double localTable = 1;
 constexpr double container = 3;
-constexpr MapRef secondGlobalMap{1, 1};
 
 class DatabaseCheck {
 public:
@@ -71,11 +71,11 @@ private:
             [&](RowId, const RowView& row) {
                 const double kind = row.number(type).value_or(0);
                 const auto number = static_cast<std::int32_t>(row.number(id).value_or(0));
-                if (kind == container && number == tablesContainer) hasContainer = true;
+                if (kind == container && number == static_cast<std::int32_t>(tablesContainer)) hasContainer = true;
                 if (kind != localTable) return true;
                 text.clear();
                 row.text(name, text);
-                if (text.empty() || text.size() > 64) {
+                if (text.empty() || text.size() > limits::name) {
                     report_.fault("Nesne listesindeki " + std::to_string(number) + ". tablonun adı geçersiz.");
                     return true;
                 }

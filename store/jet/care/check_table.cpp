@@ -1,4 +1,8 @@
 #include "store/jet/care/check_report.h"
+#include "store/jet/format/definition_layout.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/format/row_page_layout.h"
+#include "store/jet/format/value_layout.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
@@ -17,29 +21,25 @@ namespace jet {
 
 namespace {
 
-constexpr double firstDay = -657434.0;
-constexpr double dayAfterLast = 2958466.0;
-constexpr std::size_t longestText = 255; ///< UTF-16 units
-
 /// What is wrong with the bytes of a text, as a Turkish clause; null when they are sound.
 const char* textFault(std::span<const std::uint8_t> bytes, std::size_t mostUnits)
 {
     std::size_t units = 0;
-    if (bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
+    if (text_layout::isCompressed(bytes)) {
         bool pairs = false;
-        for (std::size_t i = 2; i < bytes.size();) {
-            if (bytes[i] == 0) {
+        for (std::size_t i = text_layout::compressedMark.size(); i < bytes.size();) {
+            if (bytes[i] == text_layout::change) {
                 pairs = !pairs;
                 ++i;
             } else {
                 if (pairs && i + 1 == bytes.size()) return "metin bir harfin ortasında bitiyor";
-                i += pairs ? 2 : 1;
+                i += pairs ? text_layout::unitBytes : 1;
                 ++units;
             }
         }
     } else {
-        if (bytes.size() % 2 != 0) return "metin bir harfin ortasında bitiyor";
-        units = bytes.size() / 2;
+        if (bytes.size() % text_layout::unitBytes != 0) return "metin bir harfin ortasında bitiyor";
+        units = bytes.size() / text_layout::unitBytes;
     }
     return units > mostUnits ? "metin 255 harften uzun" : nullptr;
 }
@@ -129,15 +129,16 @@ private:
     {
         const auto owner = owners_.add(owned("tanımı"));
         const auto& chain = table_.definition.chain;
-        std::size_t left = getU32(&pager_.read(chain.front())[definitionField::length]);
+        std::size_t left = definition_layout::head::length.get(pager_.read(chain.front()));
         for (std::size_t i = 0; i < chain.size(); ++i) {
             const PageView page = pager_.read(chain[i]);
             owners_.claim(owner, chain[i]);
-            if (page[1] != 1) fault(chain[i], "tanım sayfasının ikinci baytı 1 değil");
-            const std::size_t room = i == 0 ? pageSize : pageSize - 8;
+            if (page_layout::mark.get(page) != page_layout::markInUse)
+                fault(chain[i], "tanım sayfasının ikinci baytı 1 değil");
+            const std::size_t room = i == 0 ? pageSize : pageSize - definition_layout::page::ownBytes;
             const std::size_t rest = room - std::min(room, left);
             left -= std::min(room, left);
-            if (getU16(&page[2]) != (rest > 8 ? rest - 8 : 0))
+            if (page_layout::freeBytes.get(page) != definition_layout::page::freeBytesOf(rest))
                 report_.warning(name_ + ", " + std::to_string(chain[i]) + ". sayfa: tanımın boş alan sayısı yanlış.");
         }
     }
@@ -185,7 +186,7 @@ private:
         for (const PageNo page : values.pages) {
             owners_.claim(owner, page);
             const PageView view = pager_.read(page);
-            if (!isRowPage(view, longValueOwner)) {
+            if (!isRowPage(view, row_page_layout::longValueOwner)) {
                 fault(page, column + " haritasında, ama uzun alan sayfası değil");
                 continue;
             }
@@ -250,11 +251,11 @@ private:
         const auto wrong = [&](const std::string& clause) { fault(id, quotedName(what.name) + " alanı: " + clause); };
         switch (what.type) {
         case ColumnType::text:
-            if (const char* clause = textFault(bytes, longestText)) wrong(clause);
+            if (const char* clause = textFault(bytes, limits::text)) wrong(clause);
             break;
         case ColumnType::dateTime: {
             const double days = std::get<DateTime>(decodeValue(what.type, what.scale, bytes)).days;
-            if (!(days >= firstDay && days < dayAfterLast)) wrong("tarih 100-9999 yılları dışında");
+            if (!(days >= limits::firstDay && days < limits::dayAfterLast)) wrong("tarih 100-9999 yılları dışında");
             break;
         }
         case ColumnType::longInteger:
@@ -293,7 +294,7 @@ private:
         std::uint64_t lost = 0;
         for (const PageNo page : values.pages) {
             const PageView view = pager_.read(page);
-            if (!isRowPage(view, longValueOwner)) continue;
+            if (!isRowPage(view, row_page_layout::longValueOwner)) continue;
             const unsigned count = slotCount(view).value_or(0);
             for (unsigned i = 0; i < count; ++i) {
                 const auto slot = slotAt(view, i, count);
@@ -394,7 +395,7 @@ private:
                 " girişin anahtarı yeniden hesaplanamadı (sıralaması bilinmeyen harfler); yalnızca yerlerine "
                 "bakıldı.");
         const std::uint32_t stored =
-            getU32(&pager_.read(table_.definition.page)[definitionField::distinctKeys(index.number)]);
+            definition_layout::statistics::getDistinctKeys(pager_.read(table_.definition.page), index.number);
         if (stored < distinct)
             report_.warning(which + ": ayrı anahtar sayısı " + std::to_string(stored) + " yazılı, " +
                             std::to_string(distinct) + " anahtar var; zararı yoktur.");
@@ -403,11 +404,11 @@ private:
     void checkNumbers()
     {
         const PageView page = pager_.read(table_.definition.page);
-        const std::uint32_t count = getU32(&page[definitionField::rowCount]);
+        const std::uint32_t count = definition_layout::head::rowCount.get(page);
         if (count != live_)
             report_.warning(name_ + ": tanımda " + std::to_string(count) + " satır yazılı, " + std::to_string(live_) +
                             " satır var; ilk yazışta düzelir.");
-        const auto last = static_cast<std::int32_t>(getU32(&page[definitionField::lastAutoNumber]));
+        const auto last = static_cast<std::int32_t>(definition_layout::head::lastAutoNumber.get(page));
         for (std::size_t column = 0; column < columns().size(); ++column)
             if (largest_[column] && *largest_[column] > last)
                 report_.warning(name_ + ", " + quotedName(columns()[column].name) + " alanı: verilmiş en büyük sayı " +
@@ -431,14 +432,14 @@ private:
 
 std::string rowPageFault(PageView page)
 {
-    if (page[1] != 1) return "ikinci baytı 1 değil";
+    if (row_page_layout::mark.get(page) != page_layout::markInUse) return "ikinci baytı 1 değil";
     const auto count = slotCount(page);
     if (!count) return "satır sayısı sayfaya uymuyor";
     if (!slotsInOrder(page)) return "satırların yerleri sayfaya uymuyor";
     const std::size_t free = freeBytes(page);
-    if (getU16(&page[2]) != free)
-        return "boş alan sayısı yanlış (" + std::to_string(getU16(&page[2])) + " yazılı, " + std::to_string(free) +
-               " olmalı)";
+    const std::size_t written = row_page_layout::freeBytes.get(page);
+    if (written != free)
+        return "boş alan sayısı yanlış (" + std::to_string(written) + " yazılı, " + std::to_string(free) + " olmalı)";
     return {};
 }
 

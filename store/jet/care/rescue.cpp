@@ -4,6 +4,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/care/salvage.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/limits.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/field_codec.h"
 #include "store/jet/rows/long_value.h"
@@ -29,9 +30,6 @@ struct Columns {
 
 Columns columnsOf(const FoundTable& table, const std::string& title, Sentences& losses)
 {
-    constexpr std::uint16_t longestText = 255;
-    constexpr std::uint16_t longestBinary = 510;
-    constexpr std::uint8_t mostDigits = 28;
     Columns columns;
     bool hasCounter = false;
     for (std::size_t i = 0; i < table.definition.columns.size(); ++i) {
@@ -52,12 +50,12 @@ Columns columnsOf(const FoundTable& table, const std::string& title, Sentences& 
             losses.add(title + ": adı okunamayan bir alanın adı " + quotedName(fresh.name) + " oldu.");
         fresh.type = column.type;
         if (column.type == ColumnType::text)
-            fresh.size = column.length / 2 == 0 || column.length / 2 > longestText
-                             ? longestText
+            fresh.size = column.length / 2 == 0 || column.length / 2 > limits::text
+                             ? limits::text
                              : static_cast<std::uint16_t>(column.length / 2);
         else if (column.type == ColumnType::binary)
-            fresh.size = column.length == 0 ? longestBinary : std::min(column.length, longestBinary);
-        fresh.precision = column.precision == 0 ? mostDigits : std::min(column.precision, mostDigits);
+            fresh.size = column.length == 0 ? limits::binary : std::min(column.length, limits::binary);
+        fresh.precision = column.precision == 0 ? limits::digits : std::min(column.precision, limits::digits);
         fresh.scale = std::min(column.scale, fresh.precision);
         fresh.autoNumber = column.autoNumber && !std::exchange(hasCounter, hasCounter || column.autoNumber);
         columns.fresh.push_back(std::move(fresh));

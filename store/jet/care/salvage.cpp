@@ -157,7 +157,7 @@ void Salvage::findTables()
     // Definitions that the catalogue does not list, in a file that has lost part of it.
     for (PageNo page = 1; page < pager_->pageCount(); ++page) {
         if (free_[page] || definitions_.contains(page)) continue;
-        if (pager_->read(page)[0] != static_cast<std::uint8_t>(PageType::tableDefinition)) continue;
+        if (!isPageOf(pager_->read(page), PageType::tableDefinition)) continue;
         addTable(page, {});
     }
 }
@@ -240,7 +240,7 @@ void Salvage::addTable(PageNo page, std::u16string name)
     if (table.definition.system) return;
     if (!lost.empty()) losses_.add(title + lost);
     table.name = std::move(name);
-    table.rowsPromised = getU32(pager_->read(page).data() + definitionField::rowCount);
+    table.rowsPromised = definition_layout::head::rowCount.get(pager_->read(page));
     tables_.push_back(std::move(table));
 }
 
@@ -249,7 +249,7 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
     const PageNo owner = table.definition.page;
     RowPages pages{std::make_shared<std::vector<PageNo>>(), std::vector<bool>(pager_->pageCount())};
     const auto anothers = [&](std::uint32_t other) {
-        return other == longValueOwner || (other != owner && definitions_.contains(other));
+        return other == row_page_layout::longValueOwner || (other != owner && definitions_.contains(other));
     };
     try {
         if (!table.definition.owned.none()) {
@@ -259,7 +259,7 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
             }
             for (const PageNo page : mapPages(*pager_, table.definition.owned)) {
                 const PageView view = pager_->read(page);
-                const bool rows = view[0] == static_cast<std::uint8_t>(PageType::row);
+                const bool rows = isPageOf(view, PageType::row);
                 if ((rows && !anothers(rowPageOwner(view))) || (!rows && rowPageOwner(view) == owner)) {
                     pages.byMap[page] = true;
                     pages.list->push_back(page);

@@ -1,5 +1,7 @@
 #include "store/jet/database/definition_plan.h"
 
+#include "store/jet/format/value_layout.h"
+
 #include <algorithm>
 #include <tuple>
 
@@ -104,7 +106,7 @@ Column plannedColumn(const NewColumn& wanted, Collation collation)
     column.autoNumber = wanted.autoNumber;
     switch (wanted.type) {
     case ColumnType::text:
-        column.length = static_cast<std::uint16_t>(wanted.size * 2);
+        column.length = static_cast<std::uint16_t>(wanted.size * text_layout::unitBytes);
         break;
     case ColumnType::binary:
         column.length = wanted.size;
@@ -129,8 +131,8 @@ Column plannedColumn(const NewColumn& wanted, Collation collation)
 
 std::size_t shortestRowOf(const TableDefinition& definition)
 {
-    const std::size_t table = definition.variableEver > 0 ? 4 + 2 * std::size_t{definition.variableEver} : 0;
-    return definition.layout().fixedEnd + table + (definition.columnsEver + std::size_t{7}) / 8;
+    const std::size_t table = definition.variableEver > 0 ? row_layout::tableBytes(definition.variableEver) : 0;
+    return definition.layout().fixedEnd + table + row_layout::bitmapBytes(definition.columnsEver);
 }
 
 } // namespace jet

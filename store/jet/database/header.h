@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdint>
 
-/// Page 0. Bytes 18..97 are obscured with a fixed key stream; fields are named by what they say underneath it.
+/// Page 0 (format/header_layout.h draws it).
 namespace jet {
 
 struct Header {

@@ -17,8 +17,6 @@ using Account = std::array<std::uint8_t, 2>;
 Value bytesOf(const Account& account) { return Bytes(account.begin(), account.end()); }
 Value numberOf(std::uint32_t bits) { return static_cast<std::int32_t>(bits); }
 
-constexpr std::uint32_t rootContainer = 0x0F000000;
-
 struct SystemObject {
     std::uint32_t id;
     std::uint32_t parent;

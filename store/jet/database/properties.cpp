@@ -1,6 +1,6 @@
 #include "store/jet/database/properties.h"
 
-#include "store/jet/format/format.h"
+#include "store/jet/format/properties_layout.h"
 #include "store/jet/values/text_codec.h"
 
 #include <algorithm>
@@ -12,9 +12,7 @@ namespace {
 
 using Span = std::span<const std::uint8_t>;
 
-constexpr std::array<std::uint8_t, 4> signature{'M', 'R', '2', 0};
-constexpr unsigned namesBlock = 0x0080;
-constexpr unsigned columnBlock = 0x0001;
+namespace at = properties_layout;
 
 /// The next `count` bytes of `rest`, which moves on; nothing when there are fewer.
 std::optional<Span> take(Span& rest, std::size_t count)
@@ -28,9 +26,9 @@ std::optional<Span> take(Span& rest, std::size_t count)
 /// A text with its length in bytes in front.
 std::optional<std::u16string> takeText(Span& rest)
 {
-    const auto length = take(rest, 2);
+    const auto length = take(rest, at::textLength.size);
     if (!length) return std::nullopt;
-    const auto bytes = take(rest, getU16(length->data()));
+    const auto bytes = take(rest, at::textLength.get(*length));
     if (!bytes) return std::nullopt;
     return utf16Text(*bytes);
 }
@@ -44,17 +42,16 @@ std::vector<std::u16string> readNames(Span rest)
 
 bool marksRequired(Span records, const std::vector<std::u16string>& names)
 {
-    constexpr std::size_t recordHead = 8;
-    while (const auto length = take(records, 2)) {
-        const std::size_t whole = getU16(length->data());
-        if (whole < recordHead) return false;
-        const auto record = take(records, whole - 2);
+    while (records.size() >= at::record::length.size) {
+        const std::size_t whole = at::record::length.get(records);
+        if (whole < at::record::head) return false;
+        const auto record = take(records, whole);
         if (!record) return false;
-        const std::size_t name = getU16(record->data() + 2);
-        const std::size_t dataLength = getU16(record->data() + 4);
-        const Span data = record->subspan(6);
-        if (name < names.size() && names[name] == u"Required" && dataLength <= data.size()) {
-            return std::any_of(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(dataLength),
+        const std::size_t name = at::record::name.get(*record);
+        const std::size_t valueLength = at::record::valueLength.get(*record);
+        const Span value = record->subspan(at::record::head);
+        if (name < names.size() && names[name] == u"Required" && valueLength <= value.size()) {
+            return std::any_of(value.begin(), value.begin() + static_cast<std::ptrdiff_t>(valueLength),
                                [](std::uint8_t byte) { return byte != 0; });
         }
     }
@@ -66,18 +63,18 @@ bool marksRequired(Span records, const std::vector<std::u16string>& names)
 std::vector<std::u16string> requiredColumns(Span properties)
 {
     std::vector<std::u16string> required;
-    const auto head = take(properties, signature.size());
-    if (!head || !std::equal(signature.begin(), signature.end(), head->begin())) return required;
+    const auto begin = take(properties, at::signature.size());
+    if (!begin || !std::ranges::equal(at::signature, *begin)) return required;
     std::vector<std::u16string> names;
-    while (const auto blockHead = take(properties, 6)) {
-        const std::size_t length = getU32(blockHead->data());
-        if (length < 6) break;
-        auto block = take(properties, length - 6);
+    while (const auto head = take(properties, at::block::head)) {
+        const std::size_t length = at::block::length.get(*head);
+        if (length < at::block::head) break;
+        auto block = take(properties, length - at::block::head);
         if (!block) break;
-        const unsigned kind = getU16(blockHead->data() + 4);
-        if (kind == namesBlock) names = readNames(*block);
-        if (kind != columnBlock) continue;
-        const auto nameHead = take(*block, 4);
+        const unsigned kind = at::block::kind.get(*head);
+        if (kind == at::block::names) names = readNames(*block);
+        if (kind != at::block::column) continue;
+        const auto nameHead = take(*block, at::block::beforeColumnName);
         if (!nameHead) break;
         const auto column = takeText(*block);
         if (column && marksRequired(*block, names)) required.push_back(*column);

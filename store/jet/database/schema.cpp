@@ -3,6 +3,9 @@
 #include "store/jet/database/database_state.h"
 #include "store/jet/database/definition_plan.h"
 #include "store/jet/database/system_tables.h"
+#include "store/jet/format/index_layout.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
@@ -15,15 +18,6 @@
 namespace jet {
 namespace {
 
-constexpr std::size_t mostColumns = 255;
-constexpr std::size_t mostIndexes = 32;
-constexpr std::size_t mostIndexColumns = 10;
-constexpr std::size_t mapRow = 69;
-constexpr std::uint8_t mapsPerPage = 57;
-constexpr unsigned longestText = 255;
-constexpr unsigned longestBinary = 510;
-constexpr unsigned mostDigits = 28;
-
 /// Throws unless such a table can be made. Nothing has been written before.
 class PlanCheck {
 public:
@@ -35,8 +29,8 @@ public:
     void run() const
     {
         if (const char* fault = nameFault(table_)) refuse(fault);
-        if (columns_.empty() || columns_.size() > mostColumns) refuse("tablonun 1 ile 255 arasında sütunu olmalı");
-        if (indexes_.size() > mostIndexes) refuse("tablonun en çok 32 dizini olabilir");
+        if (columns_.empty() || columns_.size() > limits::columns) refuse("tablonun 1 ile 255 arasında sütunu olmalı");
+        if (indexes_.size() > limits::indexes) refuse("tablonun en çok 32 dizini olabilir");
         std::size_t autoNumbers = 0;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const NewColumn& column = columns_[i];
@@ -68,14 +62,14 @@ private:
     void checkColumn(const NewColumn& column) const
     {
         if (const char* fault = nameFault(column.name)) refuse(quotedName(column.name) + " sütunu: " + fault);
-        if (column.type == ColumnType::text && (column.size < 1 || column.size > longestText)) {
+        if (column.type == ColumnType::text && (column.size < 1 || column.size > limits::text)) {
             refuse(quotedName(column.name) + " sütunu 1 ile 255 karakter arasında olmalı");
         }
-        if (column.type == ColumnType::binary && (column.size < 1 || column.size > longestBinary)) {
+        if (column.type == ColumnType::binary && (column.size < 1 || column.size > limits::binary)) {
             refuse(quotedName(column.name) + " sütunu 1 ile 510 bayt arasında olmalı");
         }
         if (column.type == ColumnType::numeric &&
-            (column.precision < 1 || column.precision > mostDigits || column.scale > column.precision)) {
+            (column.precision < 1 || column.precision > limits::digits || column.scale > column.precision)) {
             refuse(quotedName(column.name) + " sütunu en çok 28 basamaklı olabilir");
         }
         if (column.type == ColumnType::blob) refuse(quotedName(column.name) + " sütununun türü desteklenmiyor");
@@ -87,7 +81,7 @@ private:
     void checkIndex(const NewIndex& index) const
     {
         if (const char* fault = nameFault(index.name)) refuse(quotedName(index.name) + " dizini: " + fault);
-        if (index.columns.empty() || index.columns.size() > mostIndexColumns) {
+        if (index.columns.empty() || index.columns.size() > limits::indexColumns) {
             refuse(quotedName(index.name) + " dizininin 1 ile 10 arasında sütunu olmalı");
         }
         std::set<std::u16string> used;
@@ -112,13 +106,13 @@ public:
 
     MapRef add()
     {
-        if (page_ == 0 || used_ == mapsPerPage) {
+        if (page_ == 0 || used_ == usage_map_layout::newRowsPerPage) {
             page_ = allocatePage(pager_);
             used_ = 0;
-            initRowPage(pager_.write(page_), 0);
+            initRowPage(pager_.write(page_), row_page_layout::mapOwner);
         }
         ++used_;
-        const std::array<std::uint8_t, mapRow> empty{};
+        const std::array<std::uint8_t, usage_map_layout::newRow> empty{};
         return {appendRow(pager_.write(page_), empty, RowKind::ordinary), page_};
     }
 
@@ -212,10 +206,9 @@ std::vector<PageNo> ownIndexPages(const Table::State& table, const Index& index)
     std::vector<PageNo> pages;
     for (const PageNo page : mapOf(index)) {
         const PageView view = pager.read(page);
-        const bool indexPage = view[0] == static_cast<std::uint8_t>(PageType::indexNode) ||
-                               view[0] == static_cast<std::uint8_t>(PageType::indexLeaf);
+        const bool indexPage = isPageOf(view, PageType::indexNode) || isPageOf(view, PageType::indexLeaf);
         const bool own = tree.contains(page) && !taken.contains(page) && !mapHas(pager, freeMap, page);
-        if (indexPage && own && getU32(view.data() + 4) == table.definition.page) pages.push_back(page);
+        if (indexPage && own && index_layout::owner.get(view) == table.definition.page) pages.push_back(page);
     }
     return pages;
 }
@@ -305,7 +298,7 @@ Table& Database::createTable(const std::u16string& name, const std::vector<NewCo
     std::vector<Column> planned;
     for (const NewColumn& column : columns) planned.push_back(plannedColumn(column, order));
     TableDefinition table = planDefinition(std::move(planned), indexes, false, order);
-    if (shortestRowOf(table) > maxRowLength) {
+    if (shortestRowOf(table) > limits::row) {
         throw Error(Fault::unsupported, quotedName(name) + " tablosu oluşturulamaz: sütunları bir satıra sığmıyor.");
     }
     // Both tables are verified before anything is written: a refusal then leaves an open transaction as it was.

@@ -2,6 +2,9 @@
 
 #include "store/jet/database/definition_plan.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/definition_layout.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/format/usage_map_layout.h"
 #include "store/jet/index/index_tree.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/table_definition.h"
@@ -16,8 +19,6 @@ namespace {
 constexpr PageNo pageCount = 16;
 constexpr PageNo mapPage = 6;
 constexpr PageNo firstIndexPage = 7;
-constexpr std::size_t mapRow = 69; ///< type, start page, 64 bytes of bits
-constexpr std::size_t mapHead = 5;
 
 struct SystemTable {
     std::vector<NewColumn> columns;
@@ -27,8 +28,8 @@ struct SystemTable {
 
 NewColumn number(const char16_t* name) { return {.name = name, .type = ColumnType::longInteger}; }
 NewColumn field(const char16_t* name, ColumnType type) { return {.name = name, .type = type}; }
-NewColumn text(const char16_t* name) { return {.name = name, .type = ColumnType::text, .size = 255}; }
-NewColumn binary(const char16_t* name) { return {.name = name, .type = ColumnType::binary, .size = 510}; }
+NewColumn text(const char16_t* name) { return {.name = name, .type = ColumnType::text, .size = limits::text}; }
+NewColumn binary(const char16_t* name) { return {.name = name, .type = ColumnType::binary, .size = limits::binary}; }
 
 SystemTable objects()
 {
@@ -78,7 +79,7 @@ public:
     {
         buildHeader(page(0), collation_);
         buildFreeMap();
-        initRowPage(page(mapPage), 0);
+        initRowPage(page(mapPage), row_page_layout::mapOwner);
         const std::array tables{objects(), accessRights(), queries(), relationships()};
         for (std::size_t i = 0; i < tables.size(); ++i) {
             addTable(firstSystemTable + static_cast<PageNo>(i), tables[i]);
@@ -91,11 +92,11 @@ private:
 
     void buildFreeMap()
     {
-        const PageBytes holder = page(1);
-        initRowPage(holder, 1);
-        std::array<std::uint8_t, mapRow> row{};
+        const PageBytes holder = page(freeMap.page);
+        initRowPage(holder, freeMap.page);
+        std::array<std::uint8_t, usage_map_layout::newRow> row{};
         // A set bit is a free page; everything past the sixteen pages of the file is.
-        std::fill(row.begin() + mapHead + pageCount / 8, row.end(), std::uint8_t{0xFF});
+        std::fill(row.begin() + usage_map_layout::inlineBits + pageCount / 8, row.end(), std::uint8_t{0xFF});
         appendRow(holder, row, RowKind::ordinary);
         // The second map of the header is empty in every file; what it is for is not known.
         row.fill(0);
@@ -104,8 +105,8 @@ private:
 
     MapRef addMap(PageNo owned)
     {
-        std::array<std::uint8_t, mapRow> row{};
-        if (owned != 0) row[mapHead + owned / 8] = static_cast<std::uint8_t>(1u << owned % 8);
+        std::array<std::uint8_t, usage_map_layout::newRow> row{};
+        if (owned != 0) row[usage_map_layout::inlineBits + owned / 8] = static_cast<std::uint8_t>(1u << owned % 8);
         return {appendRow(page(mapPage), row, RowKind::ordinary), mapPage};
     }
 
@@ -139,7 +140,7 @@ private:
         const Bytes definition = buildTableDefinition(table, collation_);
         const PageBytes into = page(definitionPage);
         std::copy(definition.begin(), definition.end(), into.begin());
-        putU16(into.data() + 2, static_cast<std::uint32_t>(pageSize - 8 - definition.size()));
+        page_layout::freeBytes.put(into, definition_layout::page::freeBytesOf(pageSize - definition.size()));
     }
 
     Collation collation_;

@@ -2,11 +2,15 @@
 
 #include <cstddef> // before <compare>: moc of Qt 6.4 stumbles otherwise
 
+#include "store/jet/format/field.h"
+
 #include <compare>
 #include <cstdint>
 #include <span>
 
-/// Numbers of the file format, named once. All are on disk: never renumber. docs/mdb-format.md draws the pages.
+/// What all pages have in common. Every kind of page has a header of its own beside this one, with a drawing of its
+/// bytes; past this folder there are only names. All numbers are on disk: never renumber. docs/mdb-format.md tells how
+/// the pages hang together.
 namespace jet {
 
 inline constexpr std::size_t pageSize = 4096;
@@ -28,6 +32,32 @@ enum class PageType : std::uint8_t {
     emptiedRow = 9,
 };
 
+/// Every page in use but page 0 begins alike:
+///
+///     0      1      2            4
+///     | type | mark | free bytes | what the kind says ...
+///
+namespace page_layout {
+inline constexpr Number<0, 1> type;
+inline constexpr Number<1, 1> mark;      ///< always 1
+inline constexpr Number<2, 2> freeBytes; ///< of a usage bitmap: 0
+inline constexpr std::size_t head = 4;
+static_assert(fill<0, head>(type, mark, freeBytes));
+
+inline constexpr std::uint8_t markInUse = 1;
+} // namespace page_layout
+
+inline bool isPageOf(PageView page, PageType type)
+{
+    return page_layout::type.get(page) == static_cast<std::uint8_t>(type);
+}
+/// Writes the first two bytes of a page in use.
+inline void stampPage(std::span<std::uint8_t> page, PageType type)
+{
+    page_layout::type.put(page, static_cast<std::uint8_t>(type));
+    page_layout::mark.put(page, page_layout::markInUse);
+}
+
 /// A row's place for ever: page and slot of its head. Index entries contain it.
 struct RowId {
     PageNo page = 0;
@@ -35,36 +65,40 @@ struct RowId {
     auto operator<=>(const RowId&) const = default;
 };
 
-inline std::uint16_t getU16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | p[1] << 8); }
-inline std::uint32_t getU24(const std::uint8_t* p)
-{
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16;
-}
-inline std::uint32_t getU32(const std::uint8_t* p) { return getU24(p) | static_cast<std::uint32_t>(p[3]) << 24; }
-inline std::uint64_t getU64(const std::uint8_t* p)
-{
-    return getU32(p) | static_cast<std::uint64_t>(getU32(p + 4)) << 32;
-}
-inline void putU16(std::uint8_t* p, std::uint32_t v)
-{
-    p[0] = static_cast<std::uint8_t>(v);
-    p[1] = static_cast<std::uint8_t>(v >> 8);
-}
-inline void putU24(std::uint8_t* p, std::uint32_t v)
-{
-    putU16(p, v);
-    p[2] = static_cast<std::uint8_t>(v >> 16);
-}
-inline void putU32(std::uint8_t* p, std::uint32_t v)
-{
-    putU24(p, v);
-    p[3] = static_cast<std::uint8_t>(v >> 24);
-}
-inline void putU64(std::uint8_t* p, std::uint64_t v)
-{
-    putU32(p, static_cast<std::uint32_t>(v));
-    putU32(p + 4, static_cast<std::uint32_t>(v >> 32));
-}
+/// Where a usage map stands: a slot of a row page.
+struct MapRef {
+    std::uint8_t slot = 0;
+    PageNo page = 0;
+    bool none() const { return page == 0; }
+    auto operator<=>(const MapRef&) const = default;
+};
+
+/// A row or a map as other bytes point to it:
+///
+///     0      1                4
+///     | slot | page, 3 bytes  |
+///
+template <std::size_t Begin, class Target> struct Pointer : Area<Begin, 4> {
+    static constexpr Number<Begin, 1> slot{};
+    static constexpr Number<Begin + 1, 3> page{};
+    static_assert(fill<Begin, Begin + 4>(slot, page));
+
+    static Target get(const std::uint8_t* record)
+    {
+        Target target;
+        target.slot = slot.get(record);
+        target.page = page.get(record);
+        return target;
+    }
+    static void put(std::uint8_t* record, Target target)
+    {
+        slot.put(record, target.slot);
+        page.put(record, target.page);
+    }
+    static Target get(std::span<const std::uint8_t> record) { return get(record.data()); }
+    static void put(std::span<std::uint8_t> record, Target target) { put(record.data(), target); }
+};
+template <std::size_t Begin> using RowPointer = Pointer<Begin, RowId>;
+template <std::size_t Begin> using MapPointer = Pointer<Begin, MapRef>;
 
 } // namespace jet

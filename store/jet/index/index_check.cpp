@@ -94,8 +94,8 @@ private:
         for (std::size_t at = 0; at < level.size(); ++at) {
             const PageNo page = level[at].page;
             const IndexPage view(pager_, page, tableDefinition_);
-            if (view.bytes()[1] != 1) fault(page, "ikinci baytı 1 değil");
-            if (getU16(&view.bytes()[index_layout::free]) != indexArea - view.usedBytes())
+            if (index_layout::mark.get(view.bytes()) != page_layout::markInUse) fault(page, "ikinci baytı 1 değil");
+            if (index_layout::freeBytes.get(view.bytes()) != indexArea - view.usedBytes())
                 fault(page, "boş alan sayısı yanlış");
             if (view.isLeaf() && view.tail() != 0) fault(page, "yaprağın kuyruğu var");
             if (view.isLeaf() && view.count() == 0 && level.size() > 1)

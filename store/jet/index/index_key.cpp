@@ -1,5 +1,6 @@
 #include "store/jet/index/index_key.h"
 
+#include "store/jet/format/key_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 
@@ -11,10 +12,7 @@
 namespace jet {
 namespace {
 
-constexpr std::uint8_t nullAscending = 0x00, nullDescending = 0xFF;
-constexpr std::uint8_t valueAscending = 0x7F, valueDescending = 0x80;
-constexpr std::size_t binaryGroup = 8;
-constexpr std::uint8_t moreGroups = 0x09;
+namespace at = key_layout;
 
 [[noreturn]] void cannotIndex(const Column& column, const std::string& why)
 {
@@ -59,19 +57,17 @@ template <class Unsigned> Unsigned orderedFloat(Unsigned bits)
     return (bits & sign) != 0 ? static_cast<Unsigned>(~bits) : static_cast<Unsigned>(bits ^ sign);
 }
 
-/// Groups of eight bytes. A full group with more to come is followed by 09, the last one is filled up with zeros and
-/// followed by its count. Descending turns all of it except the 09s; no bytes, no payload.
 void appendGroups(Key& key, std::span<const std::uint8_t> bytes, bool ascending)
 {
     while (!bytes.empty()) {
         const std::size_t begin = key.size();
-        const std::size_t count = std::min(bytes.size(), binaryGroup);
+        const std::size_t count = std::min(bytes.size(), at::binaryGroup);
         key.insert(key.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
         bytes = bytes.subspan(count);
-        key.resize(begin + binaryGroup);
+        key.resize(begin + at::binaryGroup);
         if (bytes.empty()) key.push_back(static_cast<std::uint8_t>(count));
         if (!ascending) invertFrom(key, begin);
-        if (!bytes.empty()) key.push_back(moreGroups);
+        if (!bytes.empty()) key.push_back(at::moreGroups);
     }
 }
 
@@ -79,9 +75,8 @@ void appendGroups(Key& key, std::span<const std::uint8_t> bytes, bool ascending)
 void appendGuid(Key& key, const Guid& guid, bool ascending)
 {
     auto bytes = guid.bytes;
-    std::reverse(bytes.begin(), bytes.begin() + 4);
-    std::reverse(bytes.begin() + 4, bytes.begin() + 6);
-    std::reverse(bytes.begin() + 6, bytes.begin() + 8);
+    for (std::size_t part = 1; part < at::guidParts.size(); ++part)
+        std::reverse(bytes.begin() + at::guidParts[part - 1], bytes.begin() + at::guidParts[part]);
     appendGroups(key, bytes, ascending);
 }
 
@@ -89,7 +84,7 @@ void appendGuid(Key& key, const Guid& guid, bool ascending)
 /// the format does.
 void appendNumeric(Key& key, const Numeric& number, bool ascending)
 {
-    key.push_back(number.negative ? 0x00 : 0xFF);
+    key.push_back(number.negative ? at::negativeNumeric : at::positiveNumeric);
     const std::size_t begin = key.size();
     for (const std::uint32_t word : number.magnitude) appendBigEndian(key, word);
     if (number.negative == ascending) invertFrom(key, begin);
@@ -113,7 +108,7 @@ void appendText(Key& key, const Column& column, std::u16string_view text, bool a
         cannotIndex(column, unsureCharacter(text, column.collation));
     if (!ascending) {
         invertFrom(key, begin);
-        key.push_back(0x00);
+        key.push_back(at::text::end);
     }
 }
 
@@ -122,14 +117,14 @@ void appendText(Key& key, const Column& column, std::u16string_view text, bool a
 void appendKey(Key& key, const Column& column, const Value& value, bool ascending, KeyUse use)
 {
     if (isNull(value) && column.type != ColumnType::boolean) {
-        key.push_back(ascending ? nullAscending : nullDescending);
+        key.push_back(ascending ? at::nullAscending : at::nullDescending);
         return;
     }
-    key.push_back(ascending ? valueAscending : valueDescending);
+    key.push_back(ascending ? at::valueAscending : at::valueDescending);
     const std::size_t begin = key.size();
     switch (column.type) {
     case ColumnType::boolean:
-        key.push_back(!isNull(value) && as<bool>(value, column) ? 0x00 : 0xFF);
+        key.push_back(!isNull(value) && as<bool>(value, column) ? at::trueByte : at::falseByte);
         break;
     case ColumnType::byte:
         key.push_back(as<std::uint8_t>(value, column));
@@ -222,9 +217,9 @@ bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, 
     if (index.ignoreNulls && std::ranges::all_of(values, isNull)) return false;
     for (std::size_t i = 0; i < index.columns.size(); ++i)
         appendKey(key, columns[index.columns[i].column], values[i], index.columns[i].ascending, use);
-    if (use == KeyUse::write && key.size() > maxKeyBytes)
+    if (use == KeyUse::write && key.size() > at::longest)
         cannotIndex(columns[index.columns.front().column],
-                    "dizin anahtarı " + std::to_string(maxKeyBytes) + " bayttan uzun olurdu");
+                    "dizin anahtarı " + std::to_string(at::longest) + " bayttan uzun olurdu");
     return true;
 }
 

@@ -7,13 +7,8 @@
 #include <optional>
 #include <span>
 
-/// From the values of a row to the bytes of its index entry. A key is the keys of the index columns one after
-/// another: 00 (descending FF) for Null, else a flag byte 7F (80) and a payload whose unsigned byte comparison is the
-/// order of the values; a descending payload is the inverted one. docs/mdb-format.md has the table of payloads.
+/// From the values of a row to the bytes of its index entry (format/key_layout.h has the table of payloads).
 namespace jet {
-
-/// Keys longer than this are never written: what Access makes of them differs between its versions.
-inline constexpr std::size_t maxKeyBytes = 508;
 
 /// What a key is wanted for.
 enum class KeyUse {
@@ -33,7 +28,7 @@ bool appendStoredKey(Key& key, const Column& column, const std::optional<std::sp
 
 /// The whole key of a row in an index, from a value for each index column in index order.
 /// Nothing when the row has no entry (ignore-nulls index, all columns Null).
-/// Throws as appendKey, and indexNotWritable for writing a key over maxKeyBytes.
+/// Throws as appendKey, and indexNotWritable for writing a key over key_layout::longest.
 std::optional<Key> indexKey(const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
                             KeyUse use = KeyUse::write);
 

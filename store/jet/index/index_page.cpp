@@ -12,13 +12,7 @@ namespace {
 
 namespace at = index_layout;
 
-constexpr std::size_t maskBytes = at::area - at::mask;
-
-std::uint32_t getU32BigEndian(const std::uint8_t* p)
-{
-    return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
-           static_cast<std::uint32_t>(p[2]) << 8 | p[3];
-}
+constexpr std::size_t maskBytes = at::mask.size;
 
 int compareBytes(Entry a, Entry b)
 {
@@ -37,9 +31,9 @@ std::size_t commonBytes(Entry a, Entry b)
 
 void writeMask(PageBytes page, std::span<const std::uint16_t> ends)
 {
-    std::memset(&page[at::mask], 0, maskBytes);
+    std::memset(&page[at::mask.begin], 0, maskBytes);
     for (const std::uint16_t end : ends)
-        page[at::mask + end / 8] = static_cast<std::uint8_t>(page[at::mask + end / 8] | 1U << end % 8);
+        page[at::mask.begin + end / 8] = static_cast<std::uint8_t>(page[at::mask.begin + end / 8] | 1U << end % 8);
 }
 
 } // namespace
@@ -81,12 +75,11 @@ Key nodeEntryOf(Entry last, PageNo child)
 
 IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(pager.read(page))
 {
-    const std::uint8_t type = page_[0];
-    leaf_ = type == static_cast<std::uint8_t>(PageType::indexLeaf);
-    if (!leaf_ && type != static_cast<std::uint8_t>(PageType::indexNode))
+    leaf_ = isPageOf(page_, PageType::indexLeaf);
+    if (!leaf_ && !isPageOf(page_, PageType::indexNode))
         throwDamaged(pager, page, "burada bir dizin sayfası olmalıydı");
-    if (getU32(&page_[at::owner]) != tableDefinition) throwDamaged(pager, page, "dizin sayfası başka bir tablonun");
-    prefix_ = getU16(&page_[at::prefix]);
+    if (at::owner.get(page_) != tableDefinition) throwDamaged(pager, page, "dizin sayfası başka bir tablonun");
+    prefix_ = at::prefix.get(page_);
 
     const std::size_t suffix = rowIdBytes + (leaf_ ? 0 : childPageBytes);
     // Only a leaf's prefix reaches into the row ids; at least one byte of each entry is its own.
@@ -94,10 +87,10 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
     for (std::size_t base = 0; base < maskBytes; base += 8) {
         std::uint64_t bits = 0;
         if (base + 8 <= maskBytes) {
-            bits = getU64(&page_[at::mask + base]);
+            bits = getU64(&page_[at::mask.begin + base]);
         } else {
             for (std::size_t i = base; i < maskBytes; ++i)
-                bits |= static_cast<std::uint64_t>(page_[at::mask + i]) << (i - base) * 8;
+                bits |= static_cast<std::uint64_t>(page_[at::mask.begin + i]) << (i - base) * 8;
         }
         for (; bits != 0; bits &= bits - 1) {
             const std::size_t end = base * 8 + static_cast<std::size_t>(std::countr_zero(bits));
@@ -114,13 +107,13 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
 Entry IndexPage::rest(std::size_t i) const
 {
     const std::size_t from = begin(i) + (i == 0 ? prefix_ : 0);
-    return page_.subspan(at::area + from, ends_[i] - from - (leaf_ ? 0 : childPageBytes));
+    return page_.subspan(at::area.begin + from, ends_[i] - from - (leaf_ ? 0 : childPageBytes));
 }
 
 void IndexPage::copyEntry(std::size_t i, Key& into) const
 {
     const Entry tailBytes = rest(i);
-    const std::uint8_t* shared = &page_[at::area];
+    const std::uint8_t* shared = &page_[at::area.begin];
     into.resize(prefix_ + tailBytes.size());
     std::memcpy(into.data(), shared, prefix_);
     std::memcpy(into.data() + prefix_, tailBytes.data(), tailBytes.size());
@@ -129,7 +122,8 @@ void IndexPage::copyEntry(std::size_t i, Key& into) const
 bool IndexPage::entryIs(std::size_t i, Entry entry) const
 {
     const Entry tailBytes = rest(i);
-    return entry.size() == prefix_ + tailBytes.size() && std::memcmp(entry.data(), &page_[at::area], prefix_) == 0 &&
+    return entry.size() == prefix_ + tailBytes.size() &&
+           std::memcmp(entry.data(), &page_[at::area.begin], prefix_) == 0 &&
            std::memcmp(entry.data() + prefix_, tailBytes.data(), tailBytes.size()) == 0;
 }
 
@@ -166,7 +160,7 @@ std::size_t IndexPage::lowerBound(Entry entry) const
         return low;
     }
     const std::size_t keyBytes = entry.size() - rowIdBytes;
-    const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area, prefix_));
+    const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area.begin, prefix_));
     if (order != 0) return order < 0 ? 0 : count_;
     const Entry wanted = entry.subspan(prefix_);
     std::size_t low = 0, high = count_;
@@ -182,7 +176,7 @@ std::size_t IndexPage::lowerBound(Entry entry) const
 
 PageNo IndexPage::child(std::size_t i) const
 {
-    return i == count_ ? tail() : getU32BigEndian(&page_[at::area + ends_[i] - childPageBytes]);
+    return i == count_ ? tail() : getU32BigEndian(&page_[at::area.begin + ends_[i] - childPageBytes]);
 }
 
 bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
@@ -190,8 +184,8 @@ bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
     assert(leaf_);
     if (prefixReachesRows_) return false;
     if (prefix_ > 0) {
-        const bool alike =
-            i > 0 && entry.size() >= prefix_ + rowIdBytes && std::memcmp(entry.data(), &page_[at::area], prefix_) == 0;
+        const bool alike = i > 0 && entry.size() >= prefix_ + rowIdBytes &&
+                           std::memcmp(entry.data(), &page_[at::area.begin], prefix_) == 0;
         if (!alike) return false;
         entry = entry.subspan(prefix_);
     }
@@ -199,7 +193,7 @@ bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
     if (used + entry.size() > indexArea) return false;
 
     const std::size_t from = begin(i);
-    std::uint8_t* area = &page[at::area];
+    std::uint8_t* area = &page[at::area.begin];
     std::memmove(area + from + entry.size(), area + from, used - from);
     std::memcpy(area + from, entry.data(), entry.size());
     std::array<std::uint16_t, maxIndexEntries> ends;
@@ -207,7 +201,7 @@ bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
     ends[i] = static_cast<std::uint16_t>(from + entry.size());
     for (std::size_t k = i; k < count_; ++k) ends[k + 1] = static_cast<std::uint16_t>(ends_[k] + entry.size());
     writeMask(page, std::span(ends).first(count_ + 1));
-    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - used - entry.size()));
+    at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - used - entry.size()));
     return true;
 }
 
@@ -216,14 +210,14 @@ bool IndexPage::eraseInPlace(PageBytes page, std::size_t i) const
     assert(leaf_);
     if (prefix_ > 0) return false;
     const std::size_t used = usedBytes(), from = begin(i), length = ends_[i] - from;
-    std::uint8_t* area = &page[at::area];
+    std::uint8_t* area = &page[at::area.begin];
     std::memmove(area + from, area + ends_[i], used - ends_[i]);
     std::memset(area + used - length, 0, length);
     std::array<std::uint16_t, maxIndexEntries> ends;
     std::copy_n(ends_.begin(), i, ends.begin());
     for (std::size_t k = i + 1; k < count_; ++k) ends[k - 1] = static_cast<std::uint16_t>(ends_[k] - length);
     writeMask(page, std::span(ends).first(count_ - 1));
-    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - used + length));
+    at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - used + length));
     return true;
 }
 
@@ -307,24 +301,23 @@ void IndexPageImage::writeTo(PageBytes page, PageNo tableDefinition) const
         assert(fitted);
     }
     std::ranges::fill(page, std::uint8_t{0});
-    page[0] = static_cast<std::uint8_t>(leaf ? PageType::indexLeaf : PageType::indexNode);
-    page[1] = 1;
-    putU32(&page[at::owner], tableDefinition);
-    putU32(&page[at::previous], previous);
-    putU32(&page[at::next], next);
-    putU32(&page[at::tail], tail);
-    putU16(&page[at::prefix], static_cast<std::uint32_t>(fit.prefix()));
-    page[at::level] = level;
+    stampPage(page, leaf ? PageType::indexLeaf : PageType::indexNode);
+    at::owner.put(page, tableDefinition);
+    at::previous.put(page, previous);
+    at::next.put(page, next);
+    at::tail.put(page, tail);
+    at::prefix.put(page, static_cast<std::uint32_t>(fit.prefix()));
+    at::level.put(page, level);
     std::array<std::uint16_t, maxIndexEntries> ends;
     std::size_t end = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const Entry stored = entries[i].subspan(i == 0 ? 0 : fit.prefix());
-        std::memcpy(&page[at::area + end], stored.data(), stored.size());
+        std::memcpy(&page[at::area.begin + end], stored.data(), stored.size());
         end += stored.size();
         ends[i] = static_cast<std::uint16_t>(end);
     }
     writeMask(page, std::span(ends).first(entries.size()));
-    putU16(&page[at::free], static_cast<std::uint32_t>(indexArea - end));
+    at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - end));
 }
 
 void initIndexLeaf(PageBytes page, PageNo tableDefinition) { IndexPageImage{}.writeTo(page, tableDefinition); }

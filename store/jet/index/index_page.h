@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/format/index_layout.h"
 #include "store/jet/index/index_tree.h"
 
 #include <array>
@@ -7,29 +8,16 @@
 #include <span>
 #include <vector>
 
-/// Pages of an index tree.
-///
-///     offset 0            12        16    20    24      26     27          480
-///     | type .. owner ... | previous | next | tail | prefix | level | end mask | entry area, 3616 bytes |
-///
-/// Bit i of the mask says that an entry ends at byte i of the entry area. Every entry but the first is stored without
-/// the page's prefix: that many first bytes of the first entry. A leaf's entry is key bytes and row id (page in three
-/// bytes, slot), a node's entry is the last entry of a child with the child's page after it; all big-endian.
-/// A node with several children keeps the last one in `tail`, with no entry.
+/// Pages of an index tree (format/index_layout.h draws them). A node with several children keeps the last one in
+/// `tail`, with no entry; its other entries are each the last entry of a child.
 namespace jet {
 
-inline constexpr std::size_t indexArea = 3616;            ///< bytes for entries on a page
-inline constexpr std::size_t rowIdBytes = 4;              ///< behind the key of every entry
-inline constexpr std::size_t childPageBytes = 4;          ///< behind the row id in nodes
-inline constexpr std::size_t maxIndexEntries = indexArea; // one stored byte each, at the least
+using index_layout::childPageBytes;
+using index_layout::rowIdBytes;
+inline constexpr std::size_t indexArea = index_layout::area.size; ///< bytes for entries on a page
+inline constexpr std::size_t maxIndexEntries = indexArea;         // one stored byte each, at the least
 
 using Entry = std::span<const std::uint8_t>;
-
-/// Offsets of the fields above.
-namespace index_layout {
-inline constexpr std::size_t free = 2, owner = 4, zero = 8, previous = 12, next = 16, tail = 20, prefix = 24,
-                             level = 26, mask = 27, area = 480;
-}
 
 /// Key bytes and row id joined.
 Key entryOf(std::span<const std::uint8_t> key, RowId row);
@@ -50,10 +38,10 @@ public:
 
     bool isLeaf() const { return leaf_; }
     std::size_t count() const { return count_; }
-    std::uint8_t level() const { return page_[index_layout::level]; }
-    PageNo previous() const { return getU32(&page_[index_layout::previous]); }
-    PageNo next() const { return getU32(&page_[index_layout::next]); }
-    PageNo tail() const { return getU32(&page_[index_layout::tail]); }
+    std::uint8_t level() const { return index_layout::level.get(page_); }
+    PageNo previous() const { return index_layout::previous.get(page_); }
+    PageNo next() const { return index_layout::next.get(page_); }
+    PageNo tail() const { return index_layout::tail.get(page_); }
     std::size_t prefixBytes() const { return prefix_; }
     /// In a leaf of one repeated key the shared prefix may reach into the row ids.
     bool prefixReachesRows() const { return prefixReachesRows_; }

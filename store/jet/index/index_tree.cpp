@@ -350,13 +350,13 @@ void IndexTree::dropPage(PageNo page)
 void IndexTree::setNext(PageNo page, PageNo next)
 {
     isNode(page); // a link on a damaged page may lead anywhere: only pages of this table are written to
-    putU32(&pager_.write(page)[index_layout::next], next);
+    index_layout::next.put(pager_.write(page), next);
 }
 
 void IndexTree::setPrevious(PageNo page, PageNo previous)
 {
     isNode(page);
-    putU32(&pager_.write(page)[index_layout::previous], previous);
+    index_layout::previous.put(pager_.write(page), previous);
 }
 
 void IndexTree::link(PageNo left, PageNo right)
@@ -418,7 +418,7 @@ std::uint32_t IndexTree::rebuild(const std::vector<std::pair<Key, RowId>>& sorte
         level.push_back({Key(last.begin(), last.end()), page});
         leaf.previous = previous;
         leaf.writeTo(pager_.write(page), tableDefinition_);
-        if (previous != 0) putU32(&pager_.write(previous)[index_layout::next], page);
+        if (previous != 0) index_layout::next.put(pager_.write(previous), page);
         previous = page;
         leaf = {};
         fit = RunFit(rowIdBytes);
@@ -511,7 +511,7 @@ void IndexTree::assertPage([[maybe_unused]] PageNo page, [[maybe_unused]] std::s
     assert(view.ascends());                                                            // 1
     assert(view.isLeaf() || view.children() > 0);                                      // 2
     assert(view.level() == height || (height > 0 && view.level() == 0));               // 3
-    assert(getU16(&view.bytes()[index_layout::free]) == indexArea - view.usedBytes()); // 5
+    assert(index_layout::freeBytes.get(view.bytes()) == indexArea - view.usedBytes()); // 5
     assert(mapHas(pager_, owned_, page));                                              // 6
 #endif
 }

@@ -8,11 +8,8 @@
 #include <span>
 #include <vector>
 
-/// The rollback journal: old contents of the pages that a commit is about to overwrite. Private to the Pager.
-///
-///     0    header block, 512 bytes: magic, salt, pages of the database before, number of records,
-///          digest of the pages that are not in the journal, checksum of all this
-///     512  records of 4112 bytes: page number u32, 0 u32, checksum u64, the 4096 bytes of the page
+/// The rollback journal: old contents of the pages that a commit is about to overwrite (format/journal_layout.h draws
+/// it). Private to the Pager.
 ///
 /// A journal counts only when the header and every record verify. Otherwise it was never synced as a whole, and then no
 /// page of the database had been touched yet. Zeros over the header strike it out.

@@ -1,5 +1,6 @@
 #include "store/jet/pages/pager.h"
 
+#include "store/jet/format/header_layout.h"
 #include "store/jet/pages/commit.h"
 #include "store/jet/pages/left_over_journal.h"
 #include "store/jet/pages/page_memory.h"
@@ -34,13 +35,13 @@ PageNo pagesOf(File& file, const std::filesystem::path& path)
 {
     const std::uint64_t size = file.size();
     if (size % pageSize != 0 || size < pagesOfEmptyDatabase * pageSize) {
-        constexpr std::string_view signature("Standard Jet DB\0", 16);
-        std::array<std::uint8_t, 21> head{};
+        namespace at = header_layout;
+        std::array<std::uint8_t, at::version.end> head{};
         file.read(0, head);
-        if (!std::equal(signature.begin(), signature.end(), head.begin() + 4))
+        if (!at::isText(at::signature.of(std::span(head)), at::jetSignature))
             throw Error(Fault::notADatabase, inQuotes(path) + " bir Access veritabanı değil; doğru dosyayı seçin.");
         // Access 97 used pages of half the size, and smaller files.
-        if (head[20] == 0)
+        if (at::version.get(head) < at::jet4)
             throw Error(Fault::oldFormat, inQuotes(path) + " Access 97 veya daha eski biçimde; Access ile 2000-2003 "
                                                            "biçimine dönüştürün.");
         throw Error(Fault::cutShort, inQuotes(path) + " yarım kalmış, sonu eksik (" + std::to_string(size) +

@@ -7,22 +7,20 @@
 namespace jet {
 namespace {
 
-constexpr std::uint16_t pointerFlag = 0x4000;
-constexpr std::uint16_t hiddenFlag = 0x8000;
-constexpr std::uint16_t offsetMask = 0x1FFF;
+namespace at = row_page_layout;
 
-unsigned slotsOf(PageView page) { return getU16(page.data() + 12); }
+unsigned slotsOf(PageView page) { return at::slotCount.get(page); }
 
-std::uint8_t* entryOf(PageBytes page, unsigned slot) { return page.data() + rowPageHeader + 2 * slot; }
+std::uint8_t* entryOf(PageBytes page, unsigned slot) { return page.data() + at::slotAt(slot); }
 
 std::uint16_t lowestRow(PageView page)
 {
     const unsigned count = slotsOf(page);
     if (count == 0) return pageSize;
-    return getU16(page.data() + rowPageHeader + 2 * (count - 1)) & offsetMask;
+    return getU16(page.data() + at::slotAt(count - 1)) & at::offsetMask;
 }
 
-void storeFree(PageBytes page) { putU16(page.data() + 2, static_cast<std::uint32_t>(freeBytes(page))); }
+void storeFree(PageBytes page) { at::freeBytes.put(page, static_cast<std::uint32_t>(freeBytes(page))); }
 
 /// Gives the slot `length` bytes; the old content up to the shorter of both is kept at the row's start.
 void resizeSlot(PageBytes page, unsigned slot, std::size_t length)
@@ -31,14 +29,14 @@ void resizeSlot(PageBytes page, unsigned slot, std::size_t length)
     const unsigned count = slotsOf(page);
     const std::uint16_t lowest = lowestRow(page);
     const std::ptrdiff_t shift = static_cast<std::ptrdiff_t>(old.length) - static_cast<std::ptrdiff_t>(length);
-    assert(lowest + shift >= static_cast<std::ptrdiff_t>(rowPageHeader + 2 * count));
+    assert(lowest + shift >= static_cast<std::ptrdiff_t>(at::slotsEnd(count)));
     // The row's first bytes move with the rows below it; what is cut off or added is at its end.
     const std::size_t kept = std::min<std::size_t>(old.length, length);
     std::memmove(page.data() + lowest + shift, page.data() + lowest, old.offset + kept - lowest);
     for (unsigned k = slot; k < count; ++k) {
         const std::uint16_t raw = getU16(entryOf(page, k));
-        const auto offset = static_cast<std::uint16_t>((raw & offsetMask) + shift);
-        putU16(entryOf(page, k), static_cast<std::uint16_t>((raw & ~offsetMask) | offset));
+        const auto offset = static_cast<std::uint16_t>((raw & at::offsetMask) + shift);
+        putU16(entryOf(page, k), static_cast<std::uint16_t>((raw & ~at::offsetMask) | offset));
     }
     // The emptied stretch is zeroed so that files do not carry remains of deleted rows.
     if (shift > 0) std::fill_n(page.begin() + lowest, shift, std::uint8_t{0});
@@ -49,9 +47,8 @@ void resizeSlot(PageBytes page, unsigned slot, std::size_t length)
 
 std::optional<RowId> pointerOf(PageView page, Slot slot)
 {
-    if (slot.length < 4) return std::nullopt;
-    const std::uint8_t* p = page.data() + slot.offset;
-    return RowId{getU24(p + 1), p[0]};
+    if (slot.length < at::pointer.size) return std::nullopt;
+    return at::pointer.get(slotBytes(page, slot));
 }
 
 bool slotsInOrder(PageView page)
@@ -66,7 +63,7 @@ bool slotsInOrder(PageView page)
 
 std::size_t freeBytes(PageView page)
 {
-    const std::size_t used = rowPageHeader + 2 * slotsOf(page);
+    const std::size_t used = at::slotsEnd(slotsOf(page));
     const std::size_t lowest = lowestRow(page);
     return lowest > used ? lowest - used : 0;
 }
@@ -74,15 +71,14 @@ std::size_t freeBytes(PageView page)
 std::size_t roomForRow(PageView page)
 {
     const std::size_t room = freeBytes(page);
-    return slotsOf(page) >= maxSlots || room < 2 ? 0 : room - 2;
+    return slotsOf(page) >= limits::slots || room < at::slotBytes ? 0 : room - at::slotBytes;
 }
 
 void initRowPage(PageBytes page, std::uint32_t owner)
 {
     std::fill(page.begin(), page.end(), std::uint8_t{0});
-    page[0] = static_cast<std::uint8_t>(PageType::row);
-    page[1] = 1;
-    putU32(page.data() + 4, owner);
+    stampPage(page, PageType::row);
+    at::owner.put(page, owner);
     storeFree(page);
 }
 
@@ -92,8 +88,8 @@ std::uint8_t appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKin
     const unsigned slot = slotsOf(page);
     const auto offset = static_cast<std::uint16_t>(lowestRow(page) - row.size());
     std::copy(row.begin(), row.end(), page.begin() + offset);
-    putU16(page.data() + 12, slot + 1);
-    putU16(entryOf(page, slot), static_cast<std::uint16_t>(offset | (kind == RowKind::body ? hiddenFlag : 0)));
+    at::slotCount.put(page, slot + 1);
+    putU16(entryOf(page, slot), static_cast<std::uint16_t>(offset | (kind == RowKind::body ? at::hiddenFlag : 0)));
     storeFree(page);
     return static_cast<std::uint8_t>(slot);
 }
@@ -113,24 +109,23 @@ void replaceRow(PageBytes page, unsigned slot, std::span<const std::uint8_t> row
 void pointSlot(PageBytes page, unsigned slot, RowId body)
 {
     const Slot head = *slotAt(page, slot);
-    assert(head.length >= 4);
-    page[head.offset] = body.slot;
-    putU24(page.data() + head.offset + 1, body.page);
-    putU16(entryOf(page, slot), head.offset | pointerFlag);
+    assert(head.length >= at::pointer.size);
+    at::pointer.put(page.subspan(head.offset), body);
+    putU16(entryOf(page, slot), head.offset | at::pointerFlag);
 }
 
 void killSlot(PageBytes page, unsigned slot)
 {
     resizeSlot(page, slot, 0);
     std::uint8_t* entry = entryOf(page, slot);
-    putU16(entry, getU16(entry) | pointerFlag | hiddenFlag);
+    putU16(entry, getU16(entry) | at::deadFlags);
 }
 
 void killAllSlots(PageBytes page)
 {
     const unsigned count = slotsOf(page);
-    for (unsigned k = 0; k < count; ++k) putU16(entryOf(page, k), pageSize | pointerFlag | hiddenFlag);
-    std::fill(page.begin() + static_cast<std::ptrdiff_t>(rowPageHeader + 2 * count), page.end(), std::uint8_t{0});
+    for (unsigned k = 0; k < count; ++k) putU16(entryOf(page, k), pageSize | at::deadFlags);
+    std::fill(page.begin() + static_cast<std::ptrdiff_t>(at::slotsEnd(count)), page.end(), std::uint8_t{0});
     storeFree(page);
 }
 
@@ -138,8 +133,8 @@ bool allSlotsDead(PageView page)
 {
     const unsigned count = slotsOf(page);
     for (unsigned k = 0; k < count; ++k) {
-        const std::uint16_t raw = getU16(page.data() + rowPageHeader + 2 * k);
-        if ((raw & (pointerFlag | hiddenFlag)) != (pointerFlag | hiddenFlag)) return false;
+        const std::uint16_t raw = getU16(page.data() + at::slotAt(k));
+        if ((raw & at::deadFlags) != at::deadFlags) return false;
     }
     return true;
 }

@@ -1,60 +1,52 @@
 #pragma once
 
-#include "store/jet/format/format.h"
+#include "store/jet/format/row_page_layout.h"
 
 #include <cstdint>
 #include <optional>
 #include <span>
 
-/// Row pages: data pages, pages of long values and of usage maps.
-///
-///     0  type 01, 01 | 2  free bytes | 4  owner | 8  stamp | 12  slots | 14  2 bytes for each slot ...
-///     ... free bytes ... | row of the last slot | ... | row of slot 1 | row of slot 0 |  4096
-///
-/// Rows lie in slot order from the end of the page downwards, so a row ends where the row of the slot before it
-/// starts. A slot's number never changes and is never used again: index entries contain it.
+/// Row pages: data pages, pages of long values and of usage maps (format/row_page_layout.h draws them). A slot's number
+/// never changes and is never used again: index entries contain it.
 namespace jet {
-
-inline constexpr std::size_t rowPageHeader = 14;
-inline constexpr std::size_t maxRowLength = 4060;
-inline constexpr unsigned maxSlots = 255;
-inline constexpr std::uint32_t longValueOwner = 0x4C41564C; ///< "LVAL" where a data page names its table
 
 /// One entry of a page's slot table.
 struct Slot {
     std::uint16_t offset = 0; ///< within the page
     std::uint16_t length = 0;
-    bool pointer = false; ///< flag 4000: the first four bytes name the slot and page where the row's body stands
-    bool hidden = false;  ///< flag 8000: alone the body of a moved row, with `pointer` a dead slot
+    bool pointer = false; ///< the first bytes name the slot and page where the row's body stands
+    bool hidden = false;  ///< alone the body of a moved row, with `pointer` a dead slot
     bool live() const { return !hidden; }
     bool body() const { return hidden && !pointer; }
     bool dead() const { return hidden && pointer; }
 };
 
-inline std::uint32_t rowPageOwner(PageView page) { return getU32(page.data() + 4); }
+inline std::uint32_t rowPageOwner(PageView page) { return row_page_layout::owner.get(page); }
 inline bool isRowPage(PageView page, std::uint32_t owner)
 {
-    return page[0] == static_cast<std::uint8_t>(PageType::row) && rowPageOwner(page) == owner;
+    return isPageOf(page, PageType::row) && rowPageOwner(page) == owner;
 }
 
 /// The number of slots; nothing when the table would not fit the page or its slots could not be addressed.
 inline std::optional<unsigned> slotCount(PageView page)
 {
-    const unsigned count = getU16(page.data() + 12);
-    if (count > maxSlots + 1) return std::nullopt;
+    const unsigned count = row_page_layout::slotCount.get(page);
+    if (count > limits::slots + 1) return std::nullopt;
     return count;
 }
 
 /// The slot, or nothing when its bytes lie outside the room for rows. `slot` is below `count`, the page's slotCount.
 inline std::optional<Slot> slotAt(PageView page, unsigned slot, unsigned count)
 {
-    constexpr std::uint16_t offsetMask = 0x1FFF;
-    const std::uint8_t* entry = page.data() + rowPageHeader + 2 * slot;
+    namespace at = row_page_layout;
+    const std::uint8_t* entry = page.data() + at::slotAt(slot);
     const std::uint16_t raw = getU16(entry);
-    const std::uint16_t offset = raw & offsetMask;
-    const std::uint16_t end = slot == 0 ? static_cast<std::uint16_t>(pageSize) : getU16(entry - 2) & offsetMask;
-    if (offset > end || end > pageSize || offset < rowPageHeader + 2 * count) return std::nullopt;
-    return Slot{offset, static_cast<std::uint16_t>(end - offset), (raw & 0x4000) != 0, (raw & 0x8000) != 0};
+    const std::uint16_t offset = raw & at::offsetMask;
+    const std::uint16_t end =
+        slot == 0 ? static_cast<std::uint16_t>(pageSize) : getU16(entry - at::slotBytes) & at::offsetMask;
+    if (offset > end || end > pageSize || offset < at::slotsEnd(count)) return std::nullopt;
+    return Slot{offset, static_cast<std::uint16_t>(end - offset), (raw & at::pointerFlag) != 0,
+                (raw & at::hiddenFlag) != 0};
 }
 
 /// Nothing where there is no such slot, or a damaged one.
@@ -90,7 +82,7 @@ std::uint8_t appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKin
 bool fitsSlot(PageView page, unsigned slot, std::size_t length);
 /// Gives the slot a row of any length that fitsSlot; the rows below it move, all slots keep their flags.
 void replaceRow(PageBytes page, unsigned slot, std::span<const std::uint8_t> row);
-/// Makes the slot a pointer to a body elsewhere. Its length stays, at least 4 bytes.
+/// Makes the slot a pointer to a body elsewhere. Its length stays, at least row_layout::shortest.
 void pointSlot(PageBytes page, unsigned slot, RowId body);
 /// Takes the slot's bytes out of the page and marks it dead.
 void killSlot(PageBytes page, unsigned slot);

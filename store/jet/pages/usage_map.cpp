@@ -1,6 +1,7 @@
 #include "store/jet/pages/usage_map.h"
 
 #include "store/jet/format/doors.h"
+#include "store/jet/format/row_page_layout.h"
 
 #include <algorithm>
 #include <bit>
@@ -13,20 +14,9 @@ namespace jet {
 
 namespace {
 
-// A map is a row of a row page:
-//
-//     inline     00, first page u32 (the platform's own is a multiple of 8), bitmap to the end of the row
-//     reference  01, then u32 page numbers: entry k is a bitmap page for pages k*32736 .. k*32736+32735, 0 = none set
-//
-// A bitmap page is 05 01 00 00 and 4092 bytes of bitmap.
+namespace at = usage_map_layout;
+namespace row_page = row_page_layout;
 
-constexpr std::size_t slotCountAt = 12;
-constexpr std::size_t slotTableAt = 14;
-constexpr std::uint16_t slotOffsetMask = 0x1FFF;
-constexpr std::size_t inlineHead = 5;
-constexpr std::size_t bitmapHead = 4;
-constexpr PageNo pagesPerBitmap = (pageSize - bitmapHead) * 8;
-constexpr std::size_t growthStep = 4;  ///< bytes that the platform lengthens an inline map by
 constexpr PageNo firstAllocatable = 2; ///< header and page 1 are never free
 /// A free map may have gaps past the end of the file: batches of 32 pages reserved and never written. A larger one is
 /// damage, and filling it would make a giant of the file.
@@ -47,18 +37,18 @@ struct Place {
 
 Place placeOf(PageView page, MapRef map)
 {
-    if (page[0] != static_cast<std::uint8_t>(PageType::row)) damaged(map, "sayfa bir satır sayfası değil");
-    const std::size_t slots = getU16(&page[slotCountAt]);
-    if (map.slot >= slots || slotTableAt + 2 * slots > pageSize) damaged(map, "böyle bir yuva yok");
-    const auto slot = [&](std::size_t i) { return getU16(&page[slotTableAt + 2 * i]); };
+    if (!isPageOf(page, PageType::row)) damaged(map, "sayfa bir satır sayfası değil");
+    const std::size_t slots = row_page::slotCount.get(page);
+    if (map.slot >= slots || row_page::slotsEnd(slots) > pageSize) damaged(map, "böyle bir yuva yok");
+    const auto slot = [&](std::size_t i) { return getU16(&page[row_page::slotAt(i)]); };
     const std::size_t offset = slot(map.slot);
-    const std::size_t end = map.slot == 0 ? pageSize : slot(map.slot - 1U) & slotOffsetMask;
-    if (offset > slotOffsetMask) damaged(map, "yuva silinmiş");
-    if (offset < slotTableAt + 2 * slots || offset > end || end > pageSize) damaged(map, "satırın yeri bozuk");
+    const std::size_t end = map.slot == 0 ? pageSize : slot(map.slot - 1U) & row_page::offsetMask;
+    if (offset > row_page::offsetMask) damaged(map, "yuva silinmiş");
+    if (offset < row_page::slotsEnd(slots) || offset > end || end > pageSize) damaged(map, "satırın yeri bozuk");
     return {offset, end - offset};
 }
 
-enum class Kind : std::uint8_t { inlined = 0, reference = 1 };
+enum class Kind : std::uint8_t { inlined = at::inlineKind, reference = at::referenceKind };
 
 /// A map's row, read and checked. A view of the page: valid until the row moves.
 struct Row {
@@ -66,12 +56,12 @@ struct Row {
     Kind kind{};
     std::span<const std::uint8_t> bytes;
 
-    PageNo start() const { return getU32(&bytes[1]); }
-    std::span<const std::uint8_t> bitmap() const { return bytes.subspan(inlineHead); }
+    PageNo start() const { return at::firstPage.get(bytes); }
+    std::span<const std::uint8_t> bitmap() const { return bytes.subspan(at::inlineBits); }
     PageNo capacity() const { return static_cast<PageNo>(bitmap().size() * 8); }
     bool covers(PageNo page) const { return page >= start() && page - start() < capacity(); }
-    std::size_t entries() const { return (bytes.size() - 1) / 4; }
-    PageNo entry(std::size_t k) const { return getU32(&bytes[1 + 4 * k]); }
+    std::size_t entries() const { return (bytes.size() - at::entries) / at::entryBytes; }
+    PageNo entry(std::size_t k) const { return getU32(&bytes[at::entryAt(k)]); }
 };
 
 Row rowOf(Pager& pager, MapRef map)
@@ -80,9 +70,10 @@ Row rowOf(Pager& pager, MapRef map)
     const Place place = placeOf(page, map);
     Row row{map, {}, page.subspan(place.offset, place.length)};
     if (row.bytes.empty()) damaged(map, "satır boş");
-    if (row.bytes[0] > 1) damaged(map, "türü bilinmiyor");
-    row.kind = static_cast<Kind>(row.bytes[0]);
-    if (row.kind == Kind::inlined && row.bytes.size() < inlineHead) damaged(map, "satır kısa");
+    const std::uint8_t kind = at::kind.get(row.bytes);
+    if (kind > at::referenceKind) damaged(map, "türü bilinmiyor");
+    row.kind = static_cast<Kind>(kind);
+    if (row.kind == Kind::inlined && row.bytes.size() < at::inlineBits) damaged(map, "satır kısa");
     if (row.kind == Kind::inlined && row.start() >= maxPages) damaged(map, "ilk sayfası dosyanın çok dışında");
     return row;
 }
@@ -101,8 +92,7 @@ PageView bitmapPage(Pager& pager, const Row& row, std::size_t k)
         if (row.entry(i) == number) damaged(row.ref, "aynı bit sayfası iki kez geçiyor");
     if (number >= pager.pageCount()) damaged(row.ref, "olmayan bir bit sayfasına başvuruyor");
     const PageView page = pager.read(number);
-    if (page[0] != static_cast<std::uint8_t>(PageType::usageBitmap))
-        damaged(row.ref, std::to_string(number) + ". sayfa bit sayfası değil");
+    if (!isPageOf(page, PageType::usageBitmap)) damaged(row.ref, std::to_string(number) + ". sayfa bit sayfası değil");
     return page;
 }
 
@@ -149,7 +139,7 @@ template <class Visit> void forEachSet(Pager& pager, const Row& row, Visit&& vis
     }
     for (std::size_t k = 0; k < row.entries(); ++k)
         if (row.entry(k) != 0 &&
-            !walk(bitmapPage(pager, row, k).subspan(bitmapHead), std::uint64_t{k} * pagesPerBitmap))
+            !walk(bitmapPage(pager, row, k).subspan(at::pageBits), std::uint64_t{k} * at::pagesPerBitmap))
             return;
 }
 
@@ -158,17 +148,16 @@ std::span<std::uint8_t> initBitmap(Pager& pager, PageNo page)
 {
     const PageBytes bytes = pager.write(page);
     std::memset(bytes.data(), 0, pageSize);
-    bytes[0] = static_cast<std::uint8_t>(PageType::usageBitmap);
-    bytes[1] = 1;
-    return bytes.subspan(bitmapHead);
+    stampPage(bytes, PageType::usageBitmap);
+    return bytes.subspan(at::pageBits);
 }
 
 /// The place of entry k in a reference map's row, for a page number that it can hold.
 void setEntry(Pager& pager, MapRef map, std::size_t k, PageNo bitmap)
 {
     const auto row = writableRow(pager, map);
-    if (1 + 4 * (k + 1) > row.size()) damaged(map, "satır bu kadar sayfa için kısa");
-    putU32(&row[1 + 4 * k], bitmap);
+    if (at::entryAt(k + 1) > row.size()) damaged(map, "satır bu kadar sayfa için kısa");
+    putU32(&row[at::entryAt(k)], bitmap);
 }
 
 /// Lengthens a map's row by `extra` zero bytes where its page has room: lower rows move down.
@@ -176,23 +165,23 @@ bool lengthen(Pager& pager, MapRef map, std::size_t extra)
 {
     const PageView before = pager.read(map.page);
     const Place place = placeOf(before, map);
-    const std::size_t slots = getU16(&before[slotCountAt]);
+    const std::size_t slots = row_page::slotCount.get(before);
     std::size_t lowest = place.offset;
     for (std::size_t i = map.slot; i < slots; ++i) {
-        const std::size_t offset = getU16(&before[slotTableAt + 2 * i]) & slotOffsetMask;
-        if (offset > lowest || offset < slotTableAt + 2 * slots) damaged(map, "sayfanın yuvaları bozuk");
+        const std::size_t offset = getU16(&before[row_page::slotAt(i)]) & row_page::offsetMask;
+        if (offset > lowest || offset < row_page::slotsEnd(slots)) damaged(map, "sayfanın yuvaları bozuk");
         lowest = offset;
     }
-    const std::size_t tableEnd = slotTableAt + 2 * slots;
+    const std::size_t tableEnd = row_page::slotsEnd(slots);
     if (lowest - tableEnd < extra) return false;
     const PageBytes page = pager.write(map.page);
     std::memmove(&page[lowest - extra], &page[lowest], place.end() - lowest);
     std::memset(&page[place.end() - extra], 0, extra);
     for (std::size_t i = map.slot; i < slots; ++i) {
-        std::uint8_t* const slot = &page[slotTableAt + 2 * i];
+        std::uint8_t* const slot = &page[row_page::slotAt(i)];
         putU16(slot, getU16(slot) - static_cast<std::uint32_t>(extra));
     }
-    putU16(&page[2], static_cast<std::uint32_t>(lowest - extra - tableEnd));
+    row_page::freeBytes.put(page, static_cast<std::uint32_t>(lowest - extra - tableEnd));
     return true;
 }
 
@@ -207,13 +196,13 @@ std::optional<PageNo> firstFree(Pager& pager, const Row& row, PageNo from)
         if (bit < row.capacity()) return start + bit;
         return {};
     }
-    for (std::size_t k = from / pagesPerBitmap; k < row.entries(); ++k) {
-        const auto first = static_cast<std::uint64_t>(k) * pagesPerBitmap;
+    for (std::size_t k = from / at::pagesPerBitmap; k < row.entries(); ++k) {
+        const auto first = static_cast<std::uint64_t>(k) * at::pagesPerBitmap;
         if (first >= maxPages) break;
         if (row.entry(k) == 0) continue;
-        const PageNo bit = nextBit(bitmapPage(pager, row, k).subspan(bitmapHead),
+        const PageNo bit = nextBit(bitmapPage(pager, row, k).subspan(at::pageBits),
                                    from > first ? from - static_cast<PageNo>(first) : 0);
-        if (bit < pagesPerBitmap) return static_cast<PageNo>(first + bit);
+        if (bit < at::pagesPerBitmap) return static_cast<PageNo>(first + bit);
     }
     return {};
 }
@@ -224,8 +213,8 @@ std::span<std::uint8_t> addFreeBitmap(Pager& pager, std::size_t k, PageNo page)
 {
     pager.extendTo(page + 1);
     const auto bitmap = initBitmap(pager, page);
-    const auto first = static_cast<PageNo>(k * pagesPerBitmap);
-    for (PageNo bit = 0; bit < pagesPerBitmap; ++bit)
+    const auto first = static_cast<PageNo>(k * at::pagesPerBitmap);
+    for (PageNo bit = 0; bit < at::pagesPerBitmap; ++bit)
         if (first + bit >= pager.pageCount()) putBit(bitmap, bit, true);
     setEntry(pager, freeMap, k, page);
     return bitmap;
@@ -237,26 +226,26 @@ void setBit(Pager& pager, MapRef map, PageNo page)
     const Row row = rowOf(pager, map);
     if (row.kind == Kind::inlined) {
         if (row.covers(page)) {
-            putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), true);
+            putBit(writableRow(pager, map).subspan(at::inlineBits), page - row.start(), true);
             return;
         }
         auto pages = mapPages(pager, map);
         pages.push_back(page);
         const auto [least, most] = std::minmax_element(pages.begin(), pages.end());
-        const PageNo start = *least & ~7U;
+        const PageNo start = *least / at::firstPageStep * at::firstPageStep;
         const bool fits = *most - start < row.capacity();
         const auto bytes = writableRow(pager, map);
         std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
         if (fits) {
-            putU32(&bytes[1], start);
-            for (const PageNo one : pages) putBit(bytes.subspan(inlineHead), one - start, true);
+            at::firstPage.put(bytes, start);
+            for (const PageNo one : pages) putBit(bytes.subspan(at::inlineBits), one - start, true);
             return;
         }
-        bytes[0] = static_cast<std::uint8_t>(Kind::reference);
+        at::kind.put(bytes, at::referenceKind);
         for (const PageNo one : pages) setBit(pager, map, one);
         return;
     }
-    const std::size_t k = page / pagesPerBitmap;
+    const std::size_t k = page / at::pagesPerBitmap;
     if (k >= row.entries()) damaged(map, "satır bu kadar sayfa için kısa");
     if (row.entry(k) == 0) {
         const PageNo bitmap = allocatePage(pager);
@@ -264,17 +253,17 @@ void setBit(Pager& pager, MapRef map, PageNo page)
         setEntry(pager, map, k, bitmap);
     }
     bitmapPage(pager, rowOf(pager, map), k);
-    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(bitmapHead), page % pagesPerBitmap, true);
+    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(at::pageBits), page % at::pagesPerBitmap, true);
 }
 
 /// Turns the inline free map into a reference map. What it knew as free stays so.
 void convertFreeMap(Pager& pager)
 {
     const std::vector<PageNo> free = mapPages(pager, freeMap);
-    const std::size_t ranges = (pager.pageCount() - 1) / pagesPerBitmap + 1;
+    const std::size_t ranges = (pager.pageCount() - 1) / at::pagesPerBitmap + 1;
     const auto row = writableRow(pager, freeMap);
     std::fill(row.begin(), row.end(), std::uint8_t{0});
-    row[0] = static_cast<std::uint8_t>(Kind::reference);
+    at::kind.put(row, at::referenceKind);
     for (std::size_t k = 0; k < ranges; ++k) addFreeBitmap(pager, k, pager.pageCount());
     for (const PageNo page : free) setBit(pager, freeMap, page);
     pager.setFreeSearchStart(0);
@@ -288,25 +277,25 @@ void growFreeMap(Pager& pager)
     if (row.kind == Kind::inlined) {
         const PageNo start = row.start();
         const PageNo first = start + row.capacity();
-        if (first >= maxPages || !lengthen(pager, freeMap, growthStep)) {
+        if (first >= maxPages || !lengthen(pager, freeMap, at::growthStep)) {
             convertFreeMap(pager);
             return;
         }
         // Pages of the file that the map did not cover are in somebody's use.
-        const auto bitmap = writableRow(pager, freeMap).subspan(inlineHead);
-        for (PageNo page = std::max(first, next); page < first + growthStep * 8; ++page)
+        const auto bitmap = writableRow(pager, freeMap).subspan(at::inlineBits);
+        for (PageNo page = std::max(first, next); page < first + at::growthStep * 8; ++page)
             putBit(bitmap, page - start, true);
         return;
     }
-    const std::size_t k = next / pagesPerBitmap;
+    const std::size_t k = next / at::pagesPerBitmap;
     if (k >= row.entries() || row.entry(k) == 0) {
         addFreeBitmap(pager, k, next);
         return;
     }
     // Pages that another program reserved past the end of the file and never wrote.
     bitmapPage(pager, row, k);
-    const auto bitmap = pager.write(row.entry(k)).subspan(bitmapHead);
-    for (PageNo bit = next % pagesPerBitmap; bit < pagesPerBitmap; ++bit) putBit(bitmap, bit, true);
+    const auto bitmap = pager.write(row.entry(k)).subspan(at::pageBits);
+    for (PageNo bit = next % at::pagesPerBitmap; bit < at::pagesPerBitmap; ++bit) putBit(bitmap, bit, true);
 }
 
 } // namespace
@@ -334,9 +323,9 @@ bool mapLeadsPastTheEnd(Pager& pager, MapRef map)
         return bit < bitmap.size() * 8 && first + bit < end;
     };
     if (row.kind == Kind::inlined) return hasBit(row.bitmap(), row.start());
-    for (std::size_t k = begin / pagesPerBitmap; k < row.entries() && k * pagesPerBitmap < end; ++k)
+    for (std::size_t k = begin / at::pagesPerBitmap; k < row.entries() && k * at::pagesPerBitmap < end; ++k)
         if (row.entry(k) != 0 &&
-            hasBit(bitmapPage(pager, row, k).subspan(bitmapHead), std::uint64_t{k} * pagesPerBitmap))
+            hasBit(bitmapPage(pager, row, k).subspan(at::pageBits), std::uint64_t{k} * at::pagesPerBitmap))
             return true;
     return false;
 }
@@ -358,9 +347,9 @@ bool mapHas(Pager& pager, MapRef map, PageNo page)
 {
     const Row row = rowOf(pager, map);
     if (row.kind == Kind::inlined) return row.covers(page) && bitAt(row.bitmap(), page - row.start());
-    const std::size_t k = page / pagesPerBitmap;
+    const std::size_t k = page / at::pagesPerBitmap;
     if (k >= row.entries() || row.entry(k) == 0) return false;
-    return bitAt(bitmapPage(pager, row, k).subspan(bitmapHead), page % pagesPerBitmap);
+    return bitAt(bitmapPage(pager, row, k).subspan(at::pageBits), page % at::pagesPerBitmap);
 }
 
 void mapSet(Pager& pager, MapRef map, PageNo page)
@@ -374,9 +363,10 @@ void mapClear(Pager& pager, MapRef map, PageNo page)
     if (!mapHas(pager, map, page)) return;
     const Row row = rowOf(pager, map);
     if (row.kind == Kind::inlined)
-        putBit(writableRow(pager, map).subspan(inlineHead), page - row.start(), false);
+        putBit(writableRow(pager, map).subspan(at::inlineBits), page - row.start(), false);
     else
-        putBit(pager.write(row.entry(page / pagesPerBitmap)).subspan(bitmapHead), page % pagesPerBitmap, false);
+        putBit(pager.write(row.entry(page / at::pagesPerBitmap)).subspan(at::pageBits), page % at::pagesPerBitmap,
+               false);
 }
 
 PageNo allocatePage(Pager& pager)
@@ -403,9 +393,9 @@ void freePage(Pager& pager, PageNo page, PageType tombstone)
         damaged(freeMap, std::to_string(page) + ". sayfa ikinci kez boşaltılıyor");
     const PageBytes bytes = pager.write(page);
     if (tombstone == PageType::blank)
-        std::memset(bytes.data(), 0, 4);
+        std::memset(bytes.data(), 0, page_layout::head);
     else
-        bytes[0] = static_cast<std::uint8_t>(tombstone);
+        page_layout::type.put(bytes, static_cast<std::uint8_t>(tombstone));
 
     // A map that another program based higher, or never lengthened, has no bit for the page.
     for (;;) {
@@ -418,9 +408,9 @@ void freePage(Pager& pager, PageNo page, PageType tombstone)
     }
     const Row row = rowOf(pager, freeMap);
     if (row.kind == Kind::reference &&
-        (page / pagesPerBitmap >= row.entries() || row.entry(page / pagesPerBitmap) == 0)) {
+        (page / at::pagesPerBitmap >= row.entries() || row.entry(page / at::pagesPerBitmap) == 0)) {
         // Nothing is known of its range: the page becomes the range's bitmap instead, which needs no further page.
-        addFreeBitmap(pager, page / pagesPerBitmap, page);
+        addFreeBitmap(pager, page / at::pagesPerBitmap, page);
         return;
     }
     mapSet(pager, freeMap, page);

@@ -1,22 +1,12 @@
 #pragma once
 
-#include "store/jet/format/format.h"
+#include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/pager.h"
 
 #include <vector>
 
+/// Usage maps: which pages somebody owns, may still fill, or nobody has (format/usage_map_layout.h draws them).
 namespace jet {
-
-/// Where a usage map stands: a slot of a row page.
-struct MapRef {
-    std::uint8_t slot = 0;
-    PageNo page = 0;
-    bool none() const { return page == 0; }
-    auto operator<=>(const MapRef&) const = default;
-};
-
-/// The global map: the pages that may be allocated. A set bit means free here, owned everywhere else.
-inline constexpr MapRef freeMap{0, 1};
 
 /// Page numbers set in the map, ascending. Bits past the end of the file are left out.
 /// Throws damaged when the map's bytes contradict the format.

@@ -1,7 +1,8 @@
 #include "store/jet/rows/field_codec.h"
 
 #include "store/jet/format/doors.h"
-#include "store/jet/format/format.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/format/value_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/long_value.h"
 #include "store/jet/values/decimal.h"
@@ -16,17 +17,14 @@
 namespace jet {
 namespace {
 
-constexpr double firstDay = -657434.0;     ///< 1 January 100
-constexpr double dayAfterLast = 2958466.0; ///< 1 January 10000
-constexpr std::size_t longestText = 255;
 constexpr double currencyUnits = 10000.0;
 
 Numeric readNumeric(std::span<const std::uint8_t> bytes, std::uint8_t scale)
 {
     Numeric number;
-    number.negative = bytes[0] != 0;
+    number.negative = numeric_layout::sign.get(bytes) != 0;
     number.scale = scale;
-    for (std::size_t word = 0; word < 4; ++word) number.magnitude[word] = getU32(bytes.data() + 1 + 4 * word);
+    for (std::size_t word = 0; word < 4; ++word) number.magnitude[word] = getU32(&bytes[numeric_layout::wordAt(word)]);
     return number;
 }
 
@@ -92,7 +90,7 @@ public:
         case ColumnType::binary:
             return binary(column_.length);
         case ColumnType::ole:
-            return binary(longestOnePage);
+            return binary(long_value_layout::longestOnePage);
         case ColumnType::blob:
             break;
         }
@@ -140,7 +138,7 @@ private:
     Value dateTime() const
     {
         const double days = finite();
-        if (days < firstDay || days >= dayAfterLast) fail("tarih 100 ile 9999 yılları arasında olmalı");
+        if (days < limits::firstDay || days >= limits::dayAfterLast) fail("tarih 100 ile 9999 yılları arasında olmalı");
         return DateTime{days};
     }
     Value numeric() const
@@ -159,7 +157,7 @@ private:
     Value text() const
     {
         auto whole = same<std::u16string>("bu alana metin yazılır");
-        const std::size_t room = std::min<std::size_t>(column_.length / 2, longestText);
+        const std::size_t room = std::min<std::size_t>(column_.length / text_layout::unitBytes, limits::text);
         if (std::get<std::u16string>(whole).size() > room) {
             fail("metin en çok " + std::to_string(room) + " karakter olabilir");
         }
@@ -211,16 +209,17 @@ public:
     }
     Bytes operator()(const Numeric& value) const
     {
-        Bytes bytes(17, 0);
-        bytes[0] = value.negative ? 0x80 : 0;
-        for (std::size_t word = 0; word < 4; ++word) putU32(bytes.data() + 1 + 4 * word, value.magnitude[word]);
+        Bytes bytes(numeric_layout::bytes, 0);
+        numeric_layout::sign.put(bytes, value.negative ? numeric_layout::minus : 0);
+        for (std::size_t word = 0; word < 4; ++word)
+            putU32(&bytes[numeric_layout::wordAt(word)], value.magnitude[word]);
         return bytes;
     }
     Bytes operator()(const std::u16string& value) const
     {
         if (column_.fixed) {
             std::u16string padded = value;
-            padded.resize(column_.length / 2, u' ');
+            padded.resize(column_.length / text_layout::unitBytes, u' ');
             Bytes bytes;
             appendUtf16(bytes, padded);
             return bytes;
@@ -244,7 +243,7 @@ Value decodeValue(ColumnType type, std::uint8_t scale, std::span<const std::uint
     case ColumnType::boolean:
         return true;
     case ColumnType::byte:
-        return p[0];
+        return *p;
     case ColumnType::integer:
         return static_cast<std::int16_t>(getU16(p));
     case ColumnType::longInteger:
@@ -294,7 +293,7 @@ std::optional<double> decodeNumber(const FieldPlace& field, std::span<const std:
     case ColumnType::integer:
         return static_cast<std::int16_t>(getU16(p));
     case ColumnType::byte:
-        return p[0];
+        return *p;
     case ColumnType::boolean:
         return -1.0;
     case ColumnType::numeric:

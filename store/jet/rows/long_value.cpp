@@ -1,6 +1,6 @@
 #include "store/jet/rows/long_value.h"
 
-#include "store/jet/format/format.h"
+#include "store/jet/format/row_page_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/field_codec.h"
@@ -13,10 +13,10 @@
 namespace jet {
 namespace {
 
-constexpr std::uint32_t lengthMask = 0x3FFFFFFF;
-constexpr std::size_t nextPointer = 4; ///< in front of each piece of a chain
+namespace at = long_value_layout;
+using row_page_layout::longValueOwner;
 
-enum class Kind : unsigned { chain = 0, onePage = 1, inRow = 2, unknown = 3 };
+enum class Kind : unsigned { chain = at::chainKind, onePage = at::onePageKind, inRow = at::inRowKind, unknown };
 
 struct Reference {
     std::size_t length = 0;
@@ -27,9 +27,9 @@ struct Reference {
 Reference readReference(const Pager& pager, std::span<const std::uint8_t> bytes)
 {
     if (bytes.empty()) return {};
-    if (bytes.size() < longValueReference) throwDamaged(pager, 0, "bir uzun alanın başvurusu kısa");
-    const std::uint32_t head = getU32(bytes.data());
-    return {head & lengthMask, static_cast<Kind>(head >> 30), {getU24(bytes.data() + 5), bytes[4]}};
+    if (bytes.size() < at::reference) throwDamaged(pager, 0, "bir uzun alanın başvurusu kısa");
+    const std::uint32_t head = at::lengthAndKind.get(bytes);
+    return {head & at::lengthMask, static_cast<Kind>(head >> at::kindShift), at::place.get(bytes)};
 }
 
 std::span<const std::uint8_t> pieceAt(Pager& pager, RowId place)
@@ -52,11 +52,11 @@ template <class Visit> void walkChain(Pager& pager, const Reference& reference, 
     std::size_t delivered = 0;
     while (delivered < reference.length && place.page != 0) {
         const std::span<const std::uint8_t> piece = pieceAt(pager, place);
-        if (piece.size() <= nextPointer) throwDamaged(pager, place.page, "bir uzun alanın parçası boş");
+        if (piece.size() <= at::piece) throwDamaged(pager, place.page, "bir uzun alanın parçası boş");
         if (!seen.insert(place).second) throwDamaged(pager, place.page, "bir uzun alan kendine dönüyor");
-        const RowId next{getU24(piece.data() + 1), piece[0]};
-        visit(place, piece.subspan(nextPointer));
-        delivered += piece.size() - nextPointer;
+        const RowId next = at::nextPiece.get(piece);
+        visit(place, piece.subspan(at::piece));
+        delivered += piece.size() - at::piece;
         place = next;
     }
     if (delivered < reference.length) throwDamaged(pager, reference.first.page, "bir uzun alan yarım kalmış");
@@ -100,8 +100,9 @@ PageNo pageWithRoom(Pager& pager, MapRef owned, MapRef freeSpace, std::size_t le
 
 Bytes emptyField(Kind kind, std::size_t length)
 {
-    Bytes field(longValueReference, 0);
-    putU32(field.data(), static_cast<std::uint32_t>(length) | static_cast<std::uint32_t>(kind) << 30);
+    Bytes field(at::reference, 0);
+    at::lengthAndKind.put(field, static_cast<std::uint32_t>(length) | static_cast<std::uint32_t>(kind)
+                                                                          << at::kindShift);
     return field;
 }
 
@@ -114,7 +115,7 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
     switch (place.kind) {
     case Kind::inRow: {
         if (bytes.empty()) return data;
-        const std::span<const std::uint8_t> rest = bytes.subspan(longValueReference);
+        const std::span<const std::uint8_t> rest = bytes.subspan(at::reference);
         if (place.length > rest.size()) throwDamaged(pager, 0, "bir uzun alan satırından uzun");
         data.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(place.length));
         break;
@@ -148,6 +149,13 @@ Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std:
     return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
 }
 
+std::optional<RowId> longValuePlace(std::span<const std::uint8_t> reference)
+{
+    const RowId place = at::place.get(reference);
+    if (place.page == 0) return std::nullopt;
+    return place;
+}
+
 std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference)
 {
     return placesOf(pager, readReference(pager, reference));
@@ -155,7 +163,7 @@ std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> r
 
 Bytes longValueInRow(std::span<const std::uint8_t> data)
 {
-    assert(data.size() <= longestInline);
+    assert(data.size() <= at::longestInRow);
     Bytes field = emptyField(Kind::inRow, data.size());
     field.insert(field.end(), data.begin(), data.end());
     return field;
@@ -163,12 +171,11 @@ Bytes longValueInRow(std::span<const std::uint8_t> data)
 
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
 {
-    assert(data.size() <= longestOnePage && !owned.none() && !freeSpace.none());
+    assert(data.size() <= at::longestOnePage && !owned.none() && !freeSpace.none());
     const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
     const std::uint8_t slot = appendRow(pager.write(page), data, RowKind::ordinary);
     Bytes field = emptyField(Kind::onePage, data.size());
-    field[4] = slot;
-    putU24(field.data() + 5, page);
+    at::place.put(field, RowId{page, slot});
     return field;
 }
 

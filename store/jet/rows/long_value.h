@@ -1,22 +1,19 @@
 #pragma once
 
+#include "store/jet/format/long_value_layout.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
 #include "store/jet/rows/row_codec.h"
 #include "store/jet/values/value.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
-/// Memo and OLE values. A row holds a reference of 12 bytes: the length with the kind in its two highest bits, the
-/// place, and a stamp; a short value follows it there and then, a longer one is a row of a page of the column's own,
-/// the longest are chains of such rows.
+/// Memo and OLE values: short ones in their row, longer ones as a row of a page of the column's own, the longest as
+/// chains of such rows (format/long_value_layout.h draws them).
 namespace jet {
-
-inline constexpr std::size_t longestInline = 64;      ///< bytes kept in the row itself
-inline constexpr std::size_t longestOnePage = 4076;   ///< bytes that one page holds
-inline constexpr std::size_t longValueReference = 12; ///< bytes of a reference in a row
 
 /// The value's bytes. Throws damaged.
 Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
@@ -24,14 +21,17 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
 /// The value of any field of a sound row, read from wherever it stands. Throws damaged.
 Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row);
 
+/// Where a value begins outside its row; nothing for one that lies in the row. The field is at least a reference long.
+std::optional<RowId> longValuePlace(std::span<const std::uint8_t> reference);
+
 /// Where the parts of a value stand outside its row, in order; none for one that lies in the row. Throws damaged.
 std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference);
 
-/// The field of a value short enough for its row: at most longestInline bytes.
+/// The field of a value short enough for its row: at most long_value_layout::longestInRow bytes.
 Bytes longValueInRow(std::span<const std::uint8_t> data);
 
-/// Stores a longer value, of at most longestOnePage bytes, on a page of its column and returns its field for the row.
-/// `owned` and `freeSpace` are the column's maps. In a transaction.
+/// Stores a longer value, of at most long_value_layout::longestOnePage bytes, on a page of its column and returns its
+/// field for the row. `owned` and `freeSpace` are the column's maps. In a transaction.
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data);
 
 /// Frees what a reference holds outside its row; pages that become empty are given back. In a transaction.

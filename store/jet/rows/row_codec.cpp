@@ -1,6 +1,7 @@
 #include "store/jet/rows/row_codec.h"
 
-#include "store/jet/format/format.h"
+#include "store/jet/format/long_value_layout.h"
+#include "store/jet/format/value_layout.h"
 
 #include <algorithm>
 #include <cassert>
@@ -8,14 +9,13 @@
 namespace jet {
 namespace {
 
-constexpr std::size_t shortestRow = 4;
-constexpr std::size_t referenceLength = 12; ///< of a long value
+namespace at = row_layout;
 
 /// Where the fixed fields end in a row that knows only the first `columns` column ids.
 std::size_t fixedEndFor(const RowLayout& layout, unsigned columns)
 {
     if (columns >= layout.columnsEver) return layout.fixedEnd;
-    std::size_t end = 2;
+    std::size_t end = at::fixedFields;
     for (const FieldPlace& field : layout.fields) {
         if (field.fixed && field.type != ColumnType::boolean && field.id < columns) {
             end = std::max<std::size_t>(end, field.offset + field.length);
@@ -30,7 +30,7 @@ bool lengthFits(const RowLayout& layout, const FieldPlace& field, std::span<cons
     const auto bytes = fieldBytes(field, layout.variableEver > 0, row);
     if (!bytes) return true;
     if (isLongValue(field.type)) {
-        return bytes->empty() || bytes->size() >= referenceLength;
+        return bytes->empty() || bytes->size() >= long_value_layout::reference;
     }
     return bytes->size() == exactLength(field.type);
 }
@@ -52,9 +52,9 @@ std::size_t exactLength(ColumnType type)
     case ColumnType::dateTime:
         return 8;
     case ColumnType::guid:
-        return 16;
+        return guidBytes;
     case ColumnType::numeric:
-        return 17;
+        return numeric_layout::bytes;
     default:
         return 0;
     }
@@ -67,24 +67,24 @@ bool hasFreeLength(ColumnType type)
 
 const char* rowDamage(const RowLayout& layout, std::span<const std::uint8_t> row)
 {
-    if (row.size() < 3) return "satır çok kısa";
-    const unsigned columns = getU16(row.data());
+    if (row.size() < at::fixedFields + at::bitmapBytes(1)) return "satır çok kısa";
+    const unsigned columns = at::columnCount.get(row);
     if (columns == 0 || columns > layout.columnsEver) return "satırın sütun sayısı tabloya uymuyor";
-    const std::size_t bitmapLength = (columns + 7) / 8;
+    const std::size_t bitmapLength = at::bitmapBytes(columns);
     const std::size_t fixedEnd = fixedEndFor(layout, columns);
     if (layout.variableEver == 0) {
         return fixedEnd + bitmapLength > row.size() ? "satır, sabit alanlarından kısa" : nullptr;
     }
-    if (row.size() < 2 + bitmapLength + 4) return "satır çok kısa";
-    const std::uint8_t* count = row.data() + row.size() - bitmapLength - 2;
-    const unsigned variables = getU16(count);
+    if (row.size() < at::fixedFields + bitmapLength + at::tableBytes(0)) return "satır çok kısa";
+    const std::uint8_t* bitmap = row.data() + row.size() - bitmapLength;
+    const unsigned variables = getU16(at::variableCount(bitmap));
     if (variables > layout.variableEver) return "satırın değişken alan sayısı tabloya uymuyor";
-    const std::size_t tableLength = 2 * (static_cast<std::size_t>(variables) + 1) + 2;
-    if (row.size() < 2 + bitmapLength + tableLength) return "satırın alan tablosu satırdan uzun";
+    const std::size_t tableLength = at::tableBytes(variables);
+    if (row.size() < at::fixedFields + bitmapLength + tableLength) return "satırın alan tablosu satırdan uzun";
     const std::size_t tableStart = row.size() - bitmapLength - tableLength;
     std::size_t last = fixedEnd;
     for (unsigned k = 0; k <= variables; ++k) {
-        const std::size_t offset = getU16(count - 2 - 2 * static_cast<std::ptrdiff_t>(k));
+        const std::size_t offset = getU16(at::start(bitmap, k));
         if (offset < last) return "satırın alan yerleri sırasız";
         last = offset;
     }
@@ -99,9 +99,9 @@ void encodeRow(const RowLayout& layout, std::span<const std::optional<Bytes>> fi
 {
     assert(fields.size() == layout.fields.size());
     row.assign(layout.fixedEnd, 0);
-    putU16(row.data(), layout.columnsEver);
+    at::columnCount.put(row, layout.columnsEver);
 
-    Bytes bitmap((layout.columnsEver + std::size_t{7}) / 8, 0);
+    Bytes bitmap(at::bitmapBytes(layout.columnsEver), 0);
     std::vector<std::size_t> byVariableIndex(layout.variableEver, layout.fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const FieldPlace& place = layout.fields[i];
@@ -125,15 +125,15 @@ void encodeRow(const RowLayout& layout, std::span<const std::optional<Bytes>> fi
             if (field < fields.size()) row.insert(row.end(), fields[field]->begin(), fields[field]->end());
         }
         offsets.push_back(row.size());
-        table.resize(2 * offsets.size() + 2);
-        for (std::size_t k = 0; k < offsets.size(); ++k) {
-            putU16(table.data() + 2 * k, static_cast<std::uint32_t>(offsets[offsets.size() - 1 - k]));
-        }
-        putU16(table.data() + 2 * offsets.size(), layout.variableEver);
+        table.resize(at::tableBytes(layout.variableEver));
+        std::uint8_t* entry = table.data();
+        for (auto offset = offsets.rbegin(); offset != offsets.rend(); ++offset, entry += at::startBytes)
+            putU16(entry, static_cast<std::uint32_t>(*offset));
+        putU16(entry, layout.variableEver);
     }
     // Padding stands between the fields and the offset table: both are found from their own end of the row.
     const std::size_t length = row.size() + table.size() + bitmap.size();
-    if (length < shortestRow) row.resize(row.size() + shortestRow - length, 0);
+    if (length < at::shortest) row.resize(row.size() + at::shortest - length, 0);
     row.insert(row.end(), table.begin(), table.end());
     row.insert(row.end(), bitmap.begin(), bitmap.end());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/format/row_layout.h"
 #include "store/jet/values/value.h"
 
 #include <cstddef>
@@ -8,13 +9,7 @@
 #include <span>
 #include <vector>
 
-/// The bytes of one row:
-///
-///     column count NC | fixed fields | variable fields | [padding] | end, offsets backwards, count VC | null bitmap
-///
-/// NC and VC are those of the table when the row was written; the table may have got more columns since. The bitmap
-/// has a bit for every column id, 1 for a field that is not Null; a Boolean is nothing but its bit. The offset table
-/// is there only if the table ever had a variable column.
+/// The bytes of one row, as format/row_layout.h draws them.
 namespace jet {
 
 /// Where a column's field stands in a row. Computed once for each table, read for each field.
@@ -33,7 +28,7 @@ struct RowLayout {
     std::vector<std::size_t> lengthChecked; ///< variable fields of types whose values have a length of their own
     std::uint16_t columnsEver = 0;          ///< columns ever defined: NC of new rows
     std::uint16_t variableEver = 0;         ///< variable columns ever defined: VC of new rows
-    std::uint16_t fixedEnd = 2;             ///< where the fixed fields end, from the start of the row
+    std::uint16_t fixedEnd = row_layout::fixedFields; ///< where the fixed fields end, from the start of the row
 };
 
 /// The length that every value of the type has; 0 for types of any length and for Boolean, which has no bytes.
@@ -49,19 +44,19 @@ const char* rowDamage(const RowLayout& layout, std::span<const std::uint8_t> row
 inline std::optional<std::span<const std::uint8_t>> fieldBytes(const FieldPlace& field, bool hasVariable,
                                                                std::span<const std::uint8_t> row)
 {
+    namespace at = row_layout;
     const std::uint8_t* begin = row.data();
-    const unsigned columns = begin[0] | static_cast<unsigned>(begin[1]) << 8;
+    const unsigned columns = at::columnCount.get(begin);
     if (field.id >= columns) return std::nullopt;
-    const std::uint8_t* bitmap = begin + row.size() - (columns + 7) / 8;
-    if ((bitmap[field.id >> 3] >> (field.id & 7) & 1) == 0) return std::nullopt;
+    const std::uint8_t* bitmap = begin + row.size() - at::bitmapBytes(columns);
+    if (!at::bit(bitmap, field.id)) return std::nullopt;
     if (field.type == ColumnType::boolean) return std::span<const std::uint8_t>{};
     if (field.fixed) return std::span<const std::uint8_t>(begin + field.offset, field.length);
     if (!hasVariable) return std::nullopt;
-    const unsigned variables = bitmap[-2] | static_cast<unsigned>(bitmap[-1]) << 8;
-    if (field.variableIndex >= variables) return std::nullopt;
-    const std::uint8_t* entry = bitmap - 4 - 2 * static_cast<std::ptrdiff_t>(field.variableIndex);
-    const unsigned start = entry[0] | static_cast<unsigned>(entry[1]) << 8;
-    const unsigned end = entry[-2] | static_cast<unsigned>(entry[-1]) << 8;
+    if (field.variableIndex >= getU16(at::variableCount(bitmap))) return std::nullopt;
+    const std::uint8_t* entry = at::start(bitmap, field.variableIndex);
+    const unsigned start = getU16(entry);
+    const unsigned end = getU16(entry - at::startBytes);
     return std::span<const std::uint8_t>(begin + start, end - start);
 }
 
@@ -72,7 +67,7 @@ inline std::optional<std::span<const std::uint8_t>> fieldBytes(const RowLayout& 
 }
 
 /// A new row from the bytes of each of the layout's fields (nothing: Null, or false). Bytes of a fixed field have its
-/// length. The row is at least 4 bytes long, so that it can become a pointer; its greatest length is the caller's to
+/// length. The row is at least row_layout::shortest bytes long; its greatest length is the caller's to
 /// check.
 void encodeRow(const RowLayout& layout, std::span<const std::optional<Bytes>> fields, Bytes& row);
 

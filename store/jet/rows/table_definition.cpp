@@ -1,5 +1,8 @@
 #include "store/jet/rows/table_definition.h"
 
+#include "store/jet/format/limits.h"
+#include "store/jet/format/row_layout.h"
+#include "store/jet/format/value_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/values/text_codec.h"
@@ -10,31 +13,9 @@
 namespace jet {
 namespace {
 
-constexpr std::size_t pageOwnBytes = 8;
-constexpr std::size_t fixedPart = 63;
-constexpr std::size_t statisticsRecord = 12;
-constexpr std::size_t columnRecord = 25;
-constexpr std::size_t physicalRecord = 52;
-constexpr std::size_t logicalRecord = 28;
-constexpr std::uint32_t definitionMagic = 0x659;
-constexpr std::size_t mostColumns = 255;
-constexpr std::size_t mostIndexes = 255;
-constexpr std::size_t longestName = 128; ///< bytes
-constexpr std::size_t longestChain = 64; ///< pages; the greatest definition needs fewer
-constexpr std::uint16_t noColumn = 0xFFFF;
-constexpr std::uint8_t relationshipKind = 2;
+namespace at = definition_layout;
 
-namespace columnFlag {
-constexpr unsigned fixed = 0x01;
-constexpr unsigned autoNumber = 0x04;
-constexpr unsigned compressible = 0x01; ///< among the extended flags
-} // namespace columnFlag
-
-namespace indexFlag {
-constexpr unsigned unique = 0x01;
-constexpr unsigned ignoreNulls = 0x02;
-constexpr unsigned required = 0x08;
-} // namespace indexFlag
+constexpr std::uint8_t relationshipKind = static_cast<std::uint8_t>(LogicalIndex::Kind::relationship);
 
 /// Reads a definition's bytes in order; throws damaged at their end.
 class Reader {
@@ -50,11 +31,19 @@ public:
         at_ += count;
         return bytes_.data() + at_ - count;
     }
-    std::uint16_t u16() { return getU16(take(2)); }
+    /// The next record of long value maps; null at the end of their list.
+    const std::uint8_t* longValueMaps()
+    {
+        const std::uint8_t* record = take(at::longValueMaps::columnId.size);
+        if (at::longValueMaps::columnId.get(record) == at::noColumn) return nullptr;
+        take(at::longValueMaps::bytes - at::longValueMaps::columnId.size);
+        return record;
+    }
     std::u16string name()
     {
-        const std::size_t length = u16();
-        if (length % 2 != 0 || length > longestName) fail("tablo tanımında bozuk bir ad var");
+        const std::size_t length = at::nameLength.get(take(at::nameLengthBytes));
+        if (length % text_layout::unitBytes != 0 || length > limits::name * text_layout::unitBytes)
+            fail("tablo tanımında bozuk bir ad var");
         return utf16Text({take(length), length});
     }
     std::size_t position() const { return at_; }
@@ -76,21 +65,13 @@ void checkPage(const Pager& pager, PageNo page)
                                      " sayfada bitiyor. Dosyanın tam bir kopyasını kullanın.");
 }
 
-MapRef mapRef(const std::uint8_t* p) { return {p[0], getU24(p + 1)}; }
-
-void putMapRef(std::uint8_t* p, MapRef map)
-{
-    p[0] = map.slot;
-    putU24(p + 1, map.page);
-}
-
 /// A map that the table cannot be read without.
 void checkTableMap(Pager& pager, const Reader& reader, MapRef map)
 {
     checkPage(pager, map.page);
     const PageView page = pager.read(map.page);
     const auto slot = slotAt(page, map.slot);
-    if (map.none() || page[0] != static_cast<std::uint8_t>(PageType::row) || !slot || slot->dead()) {
+    if (map.none() || !isPageOf(page, PageType::row) || !slot || slot->dead()) {
         reader.fail("tablonun sayfa haritası yerinde değil");
     }
 }
@@ -98,29 +79,31 @@ void checkTableMap(Pager& pager, const Reader& reader, MapRef map)
 Column readColumn(const Reader& reader, const std::uint8_t* p, std::uint16_t columnsEver, std::uint16_t variableEver)
 {
     Column column;
-    column.type = static_cast<ColumnType>(p[0]);
-    column.id = getU16(p + 5);
-    column.variableIndex = getU16(p + 7);
-    column.ordinal = getU16(p + 9);
+    namespace field = at::column;
+    column.type = static_cast<ColumnType>(field::type.get(p));
+    column.id = field::id.get(p);
+    column.variableIndex = field::variableIndex.get(p);
+    column.ordinal = field::ordinal.get(p);
     if (column.type == ColumnType::numeric) {
-        column.precision = p[11];
-        column.scale = p[12];
+        column.precision = field::precision.get(p);
+        column.scale = field::scale.get(p);
     } else if (column.type == ColumnType::text || column.type == ColumnType::memo) {
-        column.collation = {getU16(p + 11), p[14]};
+        column.collation = {field::lcid.get(p), field::collationVersion.get(p)};
     }
-    column.fixed = (p[15] & columnFlag::fixed) != 0;
-    column.autoNumber = (p[15] & columnFlag::autoNumber) != 0 && column.type == ColumnType::longInteger;
-    column.compressible = (p[16] & columnFlag::compressible) != 0;
-    column.fixedOffset = getU16(p + 21);
-    column.length = getU16(p + 23);
+    const unsigned flags = field::flags.get(p);
+    column.fixed = (flags & field::fixedFlag) != 0;
+    column.autoNumber = (flags & field::autoNumberFlag) != 0 && column.type == ColumnType::longInteger;
+    column.compressible = (field::moreFlags.get(p) & field::compressibleFlag) != 0;
+    column.fixedOffset = field::fixedOffset.get(p);
+    column.length = field::length.get(p);
 
     if (column.id >= columnsEver) reader.fail("bir sütunun numarası tablo tanımına uymuyor");
     if (column.fixed) {
         const std::size_t exact = exactLength(column.type);
-        const bool halfCharacter = column.type == ColumnType::text && column.length % 2 != 0;
+        const bool halfCharacter = column.type == ColumnType::text && column.length % text_layout::unitBytes != 0;
         if (isLongValue(column.type) || halfCharacter || (exact != 0 && column.length != exact))
             reader.fail("bir sütunun uzunluğu türüne uymuyor");
-        if (column.type != ColumnType::boolean && column.fixedOffset + column.length > static_cast<int>(maxRowLength)) {
+        if (column.type != ColumnType::boolean && column.fixedOffset + column.length > static_cast<int>(limits::row)) {
             reader.fail("bir sütun satıra sığmıyor");
         }
     } else if (column.type != ColumnType::boolean && column.variableIndex >= variableEver) {
@@ -145,28 +128,32 @@ void checkColumns(const Reader& reader, const std::vector<Column>& columns)
 Index readPhysicalIndex(const Reader& reader, const std::uint8_t* p, const std::vector<Column>& columns)
 {
     Index index;
-    for (std::size_t k = 0; k < 10; ++k) {
-        const std::uint16_t id = getU16(p + 4 + 3 * k);
-        if (id == noColumn) continue;
+    namespace field = at::physicalIndex;
+    for (std::size_t k = 0; k < field::mostColumns; ++k) {
+        const std::uint8_t* part = p + field::columnAt(k);
+        const std::uint16_t id = field::columnId.get(part);
+        if (id == at::noColumn) continue;
         const auto column =
             std::find_if(columns.begin(), columns.end(), [id](const Column& each) { return each.id == id; });
         if (column == columns.end()) reader.fail("bir dizin olmayan bir sütunu gösteriyor");
-        index.columns.push_back({static_cast<std::size_t>(column - columns.begin()), (p[6 + 3 * k] & 1) != 0});
+        index.columns.push_back({static_cast<std::size_t>(column - columns.begin()),
+                                 (field::columnOrder.get(part) & field::ascending) != 0});
     }
     if (index.columns.empty()) reader.fail("bir dizinin sütunu yok");
-    index.ownedPages = mapRef(p + 34);
-    index.root = getU32(p + 38);
-    index.unique = (p[46] & indexFlag::unique) != 0;
-    index.ignoreNulls = (p[46] & indexFlag::ignoreNulls) != 0;
-    index.required = (p[46] & indexFlag::required) != 0;
+    index.ownedPages = field::owned.get(p);
+    index.root = field::root.get(p);
+    const unsigned flags = field::flags.get(p);
+    index.unique = (flags & field::uniqueFlag) != 0;
+    index.ignoreNulls = (flags & field::ignoreNullsFlag) != 0;
+    index.required = (flags & field::requiredFlag) != 0;
     return index;
 }
 
 void putName(Bytes& out, std::u16string_view name)
 {
     const std::size_t start = out.size();
-    out.resize(start + 2);
-    putU16(out.data() + start, static_cast<std::uint32_t>(name.size() * 2));
+    out.resize(start + at::nameLengthBytes);
+    at::nameLength.put(out.data() + start, static_cast<std::uint32_t>(name.size() * text_layout::unitBytes));
     appendUtf16(out, name);
 }
 
@@ -179,59 +166,63 @@ std::uint8_t* addRecord(Bytes& out, std::size_t length)
 
 unsigned columnFlags(const Column& column, bool system)
 {
-    unsigned flags = 0x02;
-    if (column.fixed) flags |= columnFlag::fixed;
-    if (column.autoNumber) flags |= columnFlag::autoNumber;
-    if (system) flags |= 0x10;
-    // The two columns that hold account numbers carry a mark of their own.
-    if (system && (column.name == u"Owner" || column.name == u"SID")) flags |= 0x20;
+    namespace field = at::column;
+    unsigned flags = field::alwaysFlag;
+    if (column.fixed) flags |= field::fixedFlag;
+    if (column.autoNumber) flags |= field::autoNumberFlag;
+    if (system) flags |= field::systemFlag;
+    if (system && (column.name == u"Owner" || column.name == u"SID")) flags |= field::accountFlag;
     return flags;
 }
 
 void putColumn(std::uint8_t* p, const Column& column, std::size_t variablesBefore, bool system, Collation collation)
 {
-    p[0] = static_cast<std::uint8_t>(column.type);
-    putU32(p + 1, definitionMagic);
-    putU16(p + 5, column.id);
-    putU16(p + 7, static_cast<std::uint32_t>(column.fixed ? variablesBefore : column.variableIndex));
-    putU16(p + 9, column.ordinal);
+    namespace field = at::column;
+    field::type.put(p, static_cast<std::uint8_t>(column.type));
+    field::magic.put(p, at::magicNumber);
+    field::id.put(p, column.id);
+    field::variableIndex.put(p, static_cast<std::uint32_t>(column.fixed ? variablesBefore : column.variableIndex));
+    field::ordinal.put(p, column.ordinal);
     if (column.type == ColumnType::numeric) {
-        p[11] = column.precision;
-        p[12] = column.scale;
+        field::precision.put(p, column.precision);
+        field::scale.put(p, column.scale);
     } else {
-        putU16(p + 11, collation.lcid);
-        p[14] = collation.version;
+        field::lcid.put(p, collation.lcid);
+        field::collationVersion.put(p, collation.version);
     }
-    p[15] = static_cast<std::uint8_t>(columnFlags(column, system));
-    p[16] = column.compressible ? columnFlag::compressible : 0;
-    putU16(p + 21, column.fixed ? column.fixedOffset : 0);
-    putU16(p + 23, column.length);
+    field::flags.put(p, columnFlags(column, system));
+    field::moreFlags.put(p, column.compressible ? field::compressibleFlag : 0);
+    field::fixedOffset.put(p, column.fixed ? column.fixedOffset : 0);
+    field::length.put(p, column.length);
 }
 
 void putPhysicalIndex(std::uint8_t* p, const Index& index, const std::vector<Column>& columns)
 {
-    putU32(p, 0x783);
-    for (std::size_t k = 0; k < 10; ++k) {
+    namespace field = at::physicalIndex;
+    field::magic.put(p, at::indexMagicNumber);
+    for (std::size_t k = 0; k < field::mostColumns; ++k) {
         const bool used = k < index.columns.size();
-        putU16(p + 4 + 3 * k, used ? columns[index.columns[k].column].id : noColumn);
-        p[6 + 3 * k] = used && index.columns[k].ascending ? 1 : 0;
+        std::uint8_t* part = p + field::columnAt(k);
+        field::columnId.put(part, used ? columns[index.columns[k].column].id : at::noColumn);
+        field::columnOrder.put(part, used && index.columns[k].ascending ? field::ascending : 0);
     }
-    putMapRef(p + 34, index.ownedPages);
-    putU32(p + 38, index.root);
-    p[46] = static_cast<std::uint8_t>(0x80u | (index.unique ? indexFlag::unique : 0u) |
-                                      (index.ignoreNulls ? indexFlag::ignoreNulls : 0u) |
-                                      (index.required ? indexFlag::required : 0u));
+    field::owned.put(p, index.ownedPages);
+    field::root.put(p, index.root);
+    field::flags.put(p, field::alwaysFlag | (index.unique ? field::uniqueFlag : 0u) |
+                            (index.ignoreNulls ? field::ignoreNullsFlag : 0u) |
+                            (index.required ? field::requiredFlag : 0u));
 }
 
 void putLogicalIndex(std::uint8_t* p, const LogicalIndex& index)
 {
-    putU32(p, definitionMagic);
-    putU32(p + 4, index.id);
-    putU32(p + 8, static_cast<std::uint32_t>(index.physical));
-    putU32(p + 13, 0xFFFFFFFF);
-    p[21] = 4;
-    p[22] = 4;
-    p[23] = static_cast<std::uint8_t>(index.kind);
+    namespace field = at::logicalIndex;
+    field::magic.put(p, at::magicNumber);
+    field::id.put(p, index.id);
+    field::physical.put(p, static_cast<std::uint32_t>(index.physical));
+    field::partner.put(p, field::noPartner);
+    field::cascadeUpdates.put(p, field::noRelationship);
+    field::cascadeDeletes.put(p, field::noRelationship);
+    field::kind.put(p, static_cast<std::uint8_t>(index.kind));
 }
 
 /// Columns' variable neighbours with a lower id.
@@ -256,7 +247,7 @@ RowLayout TableDefinition::layout() const
         place.id = column.id;
         place.variableIndex = column.variableIndex;
         if (column.fixed && column.type != ColumnType::boolean) {
-            place.offset = static_cast<std::uint16_t>(2 + column.fixedOffset);
+            place.offset = static_cast<std::uint16_t>(row_layout::fixedFields + column.fixedOffset);
             place.length = column.length;
             layout.fixedEnd =
                 std::max<std::uint16_t>(layout.fixedEnd, static_cast<std::uint16_t>(place.offset + place.length));
@@ -303,18 +294,19 @@ DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page, const DefinitionR
         for (PageNo next = page; next != 0;) {
             checkPage(pager, next);
             const PageView view = pager.read(next);
-            if (view[0] != static_cast<std::uint8_t>(PageType::tableDefinition) ||
-                std::ranges::find(joined.chain, next) != joined.chain.end() || joined.chain.size() == longestChain)
+            if (!isPageOf(view, PageType::tableDefinition) ||
+                std::ranges::find(joined.chain, next) != joined.chain.end() ||
+                joined.chain.size() == limits::definitionPages)
                 throwDamaged(pager, next, "tablo tanımının sayfa zinciri bozuk");
-            joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : pageOwnBytes),
+            joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : at::page::ownBytes),
                                 view.end());
             joined.chain.push_back(next);
-            next = getU32(view.data() + 4);
+            next = at::page::next.get(view);
         }
     });
     if (joined.chain.empty()) throwDamaged(pager, page, "tablo tanımı değil");
-    const std::size_t length = getU32(joined.bytes.data() + definitionField::length);
-    if (length >= fixedPart && length <= joined.bytes.size())
+    const std::size_t length = at::head::length.get(joined.bytes);
+    if (length >= at::head::bytes && length <= joined.bytes.size())
         joined.bytes.resize(length);
     else if (whole)
         readPart(DefinitionPart::pages, receiver,
@@ -331,25 +323,28 @@ struct Counts {
 
 Counts readHead(Reader& reader, TableDefinition& table)
 {
-    const std::uint8_t* head = reader.take(fixedPart);
-    table.system = head[40] == 0x53;
-    table.columnsEver = getU16(head + 41);
-    table.variableEver = getU16(head + 43);
-    const Counts counts{getU16(head + 45), getU32(head + 47), getU32(head + 51)};
-    if (counts.columns > mostColumns || counts.logical > mostIndexes || counts.physical > mostIndexes ||
-        counts.columns > table.columnsEver || table.variableEver > table.columnsEver || counts.columns == 0) {
+    const std::uint8_t* head = reader.take(at::head::bytes);
+    table.system = at::head::kind.get(head) == at::head::systemTable;
+    table.columnsEver = at::head::columnsEver.get(head);
+    table.variableEver = at::head::variableEver.get(head);
+    const Counts counts{at::head::columns.get(head), at::head::logicalIndexes.get(head),
+                        at::head::physicalIndexes.get(head)};
+    if (counts.columns > limits::columns || counts.logical > limits::indexesRead ||
+        counts.physical > limits::indexesRead || counts.columns > table.columnsEver ||
+        table.variableEver > table.columnsEver || counts.columns == 0) {
         reader.fail("tablo tanımındaki sayılar tutarsız");
     }
-    table.owned = mapRef(head + 55);
-    table.freeSpace = mapRef(head + 59);
+    table.owned = at::head::owned.get(head);
+    table.freeSpace = at::head::freeSpace.get(head);
     return counts;
 }
 
 void readColumns(Reader& reader, const Counts& counts, TableDefinition& table)
 {
-    reader.take(statisticsRecord * counts.physical);
+    reader.take(at::statistics::bytes * counts.physical);
     for (std::size_t i = 0; i < counts.columns; ++i) {
-        table.columns.push_back(readColumn(reader, reader.take(columnRecord), table.columnsEver, table.variableEver));
+        table.columns.push_back(
+            readColumn(reader, reader.take(at::column::bytes), table.columnsEver, table.variableEver));
     }
     for (Column& column : table.columns) column.name = reader.name();
     checkColumns(reader, table.columns);
@@ -360,21 +355,22 @@ void readColumns(Reader& reader, const Counts& counts, TableDefinition& table)
 void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefinition& table)
 {
     for (std::size_t i = 0; i < counts.physical; ++i) {
-        Index index = readPhysicalIndex(reader, reader.take(physicalRecord), table.columns);
+        Index index = readPhysicalIndex(reader, reader.take(at::physicalIndex::bytes), table.columns);
         checkPage(pager, index.root);
         checkPage(pager, index.ownedPages.page);
         index.number = i;
         table.indexes.push_back(std::move(index));
     }
     for (std::size_t i = 0; i < counts.logical; ++i) {
-        const std::uint8_t* p = reader.take(logicalRecord);
+        const std::uint8_t* p = reader.take(at::logicalIndex::bytes);
         LogicalIndex logical;
-        logical.id = getU32(p + 4);
-        logical.physical = getU32(p + 8);
-        if (logical.physical >= counts.physical || p[23] > relationshipKind) {
+        logical.id = at::logicalIndex::id.get(p);
+        logical.physical = at::logicalIndex::physical.get(p);
+        const std::uint8_t kind = at::logicalIndex::kind.get(p);
+        if (logical.physical >= counts.physical || kind > relationshipKind) {
             reader.fail("bir dizin adı olmayan bir dizini gösteriyor");
         }
-        logical.kind = static_cast<LogicalIndex::Kind>(p[23]);
+        logical.kind = static_cast<LogicalIndex::Kind>(kind);
         table.logicalIndexes.push_back(std::move(logical));
     }
     for (LogicalIndex& logical : table.logicalIndexes) {
@@ -384,13 +380,14 @@ void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefini
         if (logical.kind == LogicalIndex::Kind::primaryKey) index.primaryKey = true;
         if (logical.kind == LogicalIndex::Kind::relationship) index.relationship = true;
     }
-    for (std::uint16_t id = reader.u16(); id != noColumn; id = reader.u16()) {
-        const std::uint8_t* p = reader.take(8);
+    while (const std::uint8_t* p = reader.longValueMaps()) {
+        const std::uint16_t id = at::longValueMaps::columnId.get(p);
         const auto column = std::find_if(table.columns.begin(), table.columns.end(),
                                          [id](const Column& each) { return each.id == id; });
         // Maps of a deleted column stay in the list; nothing refers to them any more.
         if (column == table.columns.end()) continue;
-        const LongValueMaps maps{static_cast<std::size_t>(column - table.columns.begin()), mapRef(p), mapRef(p + 4)};
+        const LongValueMaps maps{static_cast<std::size_t>(column - table.columns.begin()),
+                                 at::longValueMaps::owned.get(p), at::longValueMaps::freeSpace.get(p)};
         checkPage(pager, maps.owned.page);
         checkPage(pager, maps.freeSpace.page);
         table.longValues.push_back(maps);
@@ -423,44 +420,45 @@ TableDefinition readTableDefinition(Pager& pager, PageNo page, const DefinitionR
 
 Bytes buildTableDefinition(const TableDefinition& table, Collation collation)
 {
-    Bytes out(fixedPart, 0);
-    out[0] = static_cast<std::uint8_t>(PageType::tableDefinition);
-    out[1] = 1;
-    putU32(out.data() + 12, definitionMagic);
-    putU32(out.data() + 24, 1);
-    out[40] = table.system ? 0x53 : 0x4E;
-    putU16(out.data() + 41, table.columnsEver);
-    putU16(out.data() + 43, table.variableEver);
-    putU16(out.data() + 45, static_cast<std::uint32_t>(table.columns.size()));
-    putU32(out.data() + 47, static_cast<std::uint32_t>(table.logicalIndexes.size()));
-    putU32(out.data() + 51, static_cast<std::uint32_t>(table.indexes.size()));
-    putMapRef(out.data() + 55, table.owned);
-    putMapRef(out.data() + 59, table.freeSpace);
+    Bytes out(at::head::bytes, 0);
+    stampPage(out, PageType::tableDefinition);
+    at::head::magic.put(out, at::magicNumber);
+    at::head::autoNumberStep.put(out, at::head::autoNumberStepValue);
+    at::head::kind.put(out, table.system ? at::head::systemTable : at::head::userTable);
+    at::head::columnsEver.put(out, table.columnsEver);
+    at::head::variableEver.put(out, table.variableEver);
+    at::head::columns.put(out, static_cast<std::uint32_t>(table.columns.size()));
+    at::head::logicalIndexes.put(out, static_cast<std::uint32_t>(table.logicalIndexes.size()));
+    at::head::physicalIndexes.put(out, static_cast<std::uint32_t>(table.indexes.size()));
+    at::head::owned.put(out, table.owned);
+    at::head::freeSpace.put(out, table.freeSpace);
 
-    addRecord(out, statisticsRecord * table.indexes.size());
+    addRecord(out, at::statistics::bytes * table.indexes.size());
     for (const Column& column : table.columns) {
-        putColumn(addRecord(out, columnRecord), column, variablesBefore(table.columns, column.id), table.system,
+        putColumn(addRecord(out, at::column::bytes), column, variablesBefore(table.columns, column.id), table.system,
                   collation);
     }
     for (const Column& column : table.columns) putName(out, column.name);
-    for (const Index& index : table.indexes) putPhysicalIndex(addRecord(out, physicalRecord), index, table.columns);
-    for (const LogicalIndex& index : table.logicalIndexes) putLogicalIndex(addRecord(out, logicalRecord), index);
+    for (const Index& index : table.indexes)
+        putPhysicalIndex(addRecord(out, at::physicalIndex::bytes), index, table.columns);
+    for (const LogicalIndex& index : table.logicalIndexes)
+        putLogicalIndex(addRecord(out, at::logicalIndex::bytes), index);
     for (const LogicalIndex& index : table.logicalIndexes) putName(out, index.name);
     for (const LongValueMaps& maps : table.longValues) {
-        std::uint8_t* p = addRecord(out, 10);
-        putU16(p, table.columns[maps.column].id);
-        putMapRef(p + 2, maps.owned);
-        putMapRef(p + 6, maps.freeSpace);
+        std::uint8_t* p = addRecord(out, at::longValueMaps::bytes);
+        at::longValueMaps::columnId.put(p, table.columns[maps.column].id);
+        at::longValueMaps::owned.put(p, maps.owned);
+        at::longValueMaps::freeSpace.put(p, maps.freeSpace);
     }
-    putU16(addRecord(out, 2), noColumn);
-    putU32(out.data() + definitionField::length, static_cast<std::uint32_t>(out.size()));
+    at::longValueMaps::columnId.put(addRecord(out, at::longValueMaps::columnId.size), at::noColumn);
+    at::head::length.put(out, static_cast<std::uint32_t>(out.size()));
     return out;
 }
 
 std::size_t definitionPages(std::size_t length)
 {
     if (length <= pageSize) return 1;
-    constexpr std::size_t perPage = pageSize - pageOwnBytes;
+    constexpr std::size_t perPage = pageSize - at::page::ownBytes;
     return 1 + (length - pageSize + perPage - 1) / perPage;
 }
 
@@ -469,16 +467,15 @@ void writeDefinitionBytes(Pager& pager, const std::vector<PageNo>& chain, const 
     std::size_t at = 0;
     for (std::size_t i = 0; i < chain.size(); ++i) {
         const PageBytes page = pager.write(chain[i]);
-        const std::size_t start = i == 0 ? 0 : pageOwnBytes;
+        const std::size_t start = i == 0 ? 0 : at::page::ownBytes;
         const std::size_t count = std::min(pageSize - start, bytes.size() - at);
         std::fill(page.begin(), page.end(), std::uint8_t{0});
         std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), count, page.begin() + start);
         at += count;
         const std::size_t left = pageSize - start - count;
-        page[0] = static_cast<std::uint8_t>(PageType::tableDefinition);
-        page[1] = 1;
-        putU16(page.data() + 2, static_cast<std::uint32_t>(left > pageOwnBytes ? left - pageOwnBytes : 0));
-        putU32(page.data() + 4, i + 1 < chain.size() ? chain[i + 1] : 0);
+        stampPage(page, PageType::tableDefinition);
+        page_layout::freeBytes.put(page, at::page::freeBytesOf(left));
+        at::page::next.put(page, i + 1 < chain.size() ? chain[i + 1] : 0);
     }
 }
 
@@ -490,27 +487,28 @@ Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& table, std::si
     const auto copy = [&](const std::uint8_t* from, std::size_t count) { out.insert(out.end(), from, from + count); };
 
     Reader reader(pager, table.page, old);
-    copy(reader.take(fixedPart), fixedPart);
+    copy(reader.take(at::head::bytes), at::head::bytes);
     for (std::size_t i = 0; i < physicalCount; ++i) {
-        const std::uint8_t* record = reader.take(statisticsRecord);
-        if (i != physical) copy(record, statisticsRecord);
+        const std::uint8_t* record = reader.take(at::statistics::bytes);
+        if (i != physical) copy(record, at::statistics::bytes);
     }
     const std::size_t columnsStart = reader.position();
-    reader.take(columnRecord * table.columns.size());
+    reader.take(at::column::bytes * table.columns.size());
     for (std::size_t i = 0; i < table.columns.size(); ++i) reader.name();
     copy(old.data() + columnsStart, reader.position() - columnsStart);
     for (std::size_t i = 0; i < physicalCount; ++i) {
-        const std::uint8_t* record = reader.take(physicalRecord);
-        if (i != physical) copy(record, physicalRecord);
+        const std::uint8_t* record = reader.take(at::physicalIndex::bytes);
+        if (i != physical) copy(record, at::physicalIndex::bytes);
     }
     std::size_t logicalLeft = 0;
     for (const LogicalIndex& logical : table.logicalIndexes) {
-        const std::uint8_t* record = reader.take(logicalRecord);
+        const std::uint8_t* record = reader.take(at::logicalIndex::bytes);
         if (logical.physical == physical) continue;
-        copy(record, logicalRecord);
+        copy(record, at::logicalIndex::bytes);
         // The physical indexes behind the dropped one move up by one place.
         if (logical.physical > physical) {
-            putU32(out.data() + out.size() - logicalRecord + 8, static_cast<std::uint32_t>(logical.physical - 1));
+            at::logicalIndex::physical.put(out.data() + out.size() - at::logicalIndex::bytes,
+                                           static_cast<std::uint32_t>(logical.physical - 1));
         }
         ++logicalLeft;
     }
@@ -521,9 +519,9 @@ Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& table, std::si
     }
     copy(old.data() + reader.position(), reader.left());
 
-    putU32(out.data() + definitionField::length, static_cast<std::uint32_t>(out.size()));
-    putU32(out.data() + 47, static_cast<std::uint32_t>(logicalLeft));
-    putU32(out.data() + 51, static_cast<std::uint32_t>(physicalCount - 1));
+    at::head::length.put(out, static_cast<std::uint32_t>(out.size()));
+    at::head::logicalIndexes.put(out, static_cast<std::uint32_t>(logicalLeft));
+    at::head::physicalIndexes.put(out, static_cast<std::uint32_t>(physicalCount - 1));
     return out;
 }
 

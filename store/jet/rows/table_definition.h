@@ -1,7 +1,7 @@
 #pragma once
 
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
-#include "store/jet/format/format.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
 #include "store/jet/rows/column.h"
@@ -14,16 +14,12 @@
 #include <string>
 #include <vector>
 
-/// A table's definition: a chain of pages that holds one run of bytes. Each page has 8 bytes of its own; the first
-/// page counts whole, of the others only what follows those 8. Any record may straddle two pages.
-///
-///     fixed part (63 bytes) | 12 bytes for each physical index | 25 for each column | column names
-///     | 52 for each physical index | 28 for each logical index | index names | 10 for each Memo/OLE column | FFFF
+/// A table's definition (format/definition_layout.h draws it), parsed and built.
 namespace jet {
 
 /// A name under which a physical index is known, and what it is for.
 struct LogicalIndex {
-    enum class Kind : std::uint8_t { ordinary = 0, primaryKey = 1, relationship = 2 };
+    enum class Kind : std::uint8_t { ordinary = 0, primaryKey = 1, relationship = 2 }; ///< on disk
     std::u16string name;
     std::uint32_t id = 0;     ///< unique in the table; partners in other tables refer to it
     std::size_t physical = 0; ///< place of the physical index
@@ -79,14 +75,5 @@ std::size_t definitionPages(std::size_t length);
 
 /// The bytes of the same definition without one physical index, its statistics and all its names.
 Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& definition, std::size_t physical);
-
-/// Places of the numbers that change with the rows, all in the chain's first page.
-namespace definitionField {
-inline constexpr std::size_t length = 8;
-inline constexpr std::size_t rowCount = 16;
-inline constexpr std::size_t lastAutoNumber = 20;
-inline constexpr std::size_t statistics = 63; ///< 12 bytes for each physical index
-inline constexpr std::size_t distinctKeys(std::size_t index) { return statistics + 12 * index + 4; }
-} // namespace definitionField
 
 } // namespace jet

@@ -229,7 +229,7 @@ std::unique_ptr<TableCompanion>& Table::companion() const { return state_->compa
 
 std::uint32_t Table::rowCount() const
 {
-    return getU32(state_->pager.read(state_->definition.page).data() + definitionField::rowCount);
+    return definition_layout::head::rowCount.get(state_->pager.read(state_->definition.page));
 }
 
 void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,

@@ -3,6 +3,7 @@
 #include "store/jet/index/entry_sum.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/pages/damage.h"
+#include "store/jet/rows/long_value.h"
 #include "store/jet/rows/row_codec.h"
 #include "store/jet/table/page_owners.h"
 #include "store/jet/values/names.h"
@@ -105,8 +106,7 @@ private:
             if (definition.columns[i].autoNumber) autoNumbers_.push_back(i);
         forEachRowOrThrow(table_, [&](RowId head, std::span<const std::uint8_t> row) { checkRow(head, row); });
         refuseTwice(longValues_, "iki uzun alan aynı yeri paylaşıyor");
-        const std::uint8_t* head = pager_.read(definition.page).data();
-        table_.countIsStale = getU32(head + definitionField::rowCount) != rows_;
+        table_.countIsStale = definition_layout::head::rowCount.get(pager_.read(definition.page)) != rows_;
     }
 
     void refuseTwice(std::vector<RowId>& places, std::string_view what) const
@@ -129,9 +129,8 @@ private:
         for (const LongValueMaps& maps : table_.definition.longValues) {
             const auto reference = table_.field(maps.column, row);
             // A value inside its row has no place.
-            if (reference && reference->size() >= 8 && getU24(reference->data() + 5) != 0) {
-                longValues_.push_back({getU24(reference->data() + 5), (*reference)[4]});
-            }
+            if (!reference || reference->size() < long_value_layout::reference) continue;
+            if (const auto place = longValuePlace(*reference)) longValues_.push_back(*place);
         }
     }
 

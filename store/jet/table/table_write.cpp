@@ -12,11 +12,14 @@
 namespace jet {
 namespace {
 
+namespace statistics = definition_layout::statistics;
+using definition_layout::head::lastAutoNumber;
+using definition_layout::head::rowCount;
+
 using Fields = std::vector<std::optional<Bytes>>;
 
 /// A page with less room than this is not worth finding again.
 constexpr std::size_t worthListing = pageSize / 8;
-constexpr std::size_t pointerLength = 4;
 
 /// A value too long for its row, to be stored once all rules have been checked.
 struct Outside {
@@ -60,16 +63,17 @@ void setField(const Table::State& table, Draft& draft, std::size_t position, con
     }
     field = encodeValue(value, column, table.name);
     if (!isLongValue(column.type)) return;
-    if (field->size() > longestOnePage) {
-        throwBadValue(table.name, column, "en çok " + std::to_string(longestOnePage) + " bayt saklanabilir");
+    if (field->size() > long_value_layout::longestOnePage) {
+        throwBadValue(table.name, column,
+                      "en çok " + std::to_string(long_value_layout::longestOnePage) + " bayt saklanabilir");
     }
-    if (field->size() > longestInline) {
+    if (field->size() > long_value_layout::longestInRow) {
         const LongValueMaps* maps = table.definition.longValuesOf(position);
         if (maps == nullptr || maps->freeSpace.none()) {
             throwBadValue(table.name, column, "alanın uzun değerler için yeri yok");
         }
         draft.outside.push_back({position, std::move(*field)});
-        field = Bytes(longValueReference);
+        field = Bytes(long_value_layout::reference);
         return;
     }
     field = longValueInRow(*field);
@@ -78,10 +82,10 @@ void setField(const Table::State& table, Draft& draft, std::size_t position, con
 void encodeDraft(const Table::State& table, Draft& draft)
 {
     encodeRow(table.layout, draft.fields, draft.bytes);
-    if (draft.bytes.size() <= maxRowLength) return;
+    if (draft.bytes.size() <= limits::row) return;
     throw Error(Fault::badValue, quotedName(table.name) +
                                      " tablosuna yazılacak kayıt çok uzun: " + std::to_string(draft.bytes.size()) +
-                                     " bayt, en çok " + std::to_string(maxRowLength) + " bayt olabilir.");
+                                     " bayt, en çok " + std::to_string(limits::row) + " bayt olabilir.");
 }
 
 /// The key of new values; a value that this index cannot take is refused by name.
@@ -184,9 +188,9 @@ void applyEntries(Table::State& table, const std::vector<EntryChange>& changes, 
             throwDamaged(table.pager, change.index->root, "bir kaydın dizin girişi yok");
         }
         if (change.after && tree.insert(*change.after, row)) {
-            std::uint8_t* counter =
-                table.pager.write(table.definition.page).data() + definitionField::distinctKeys(change.index->number);
-            putU32(counter, getU32(counter) + 1);
+            const PageBytes page = table.pager.write(table.definition.page);
+            const std::size_t index = change.index->number;
+            statistics::putDistinctKeys(page, index, statistics::getDistinctKeys(page, index) + 1);
         }
     }
 }
@@ -196,22 +200,21 @@ void countRows(Table::State& table, std::int32_t difference)
 {
     if (difference == 0 && !table.countIsStale) return;
     Pager& pager = table.pager;
-    std::uint8_t* count = pager.write(table.definition.page).data() + definitionField::rowCount;
+    const PageBytes page = pager.write(table.definition.page);
     if (table.countIsStale && table.countSettledAt != pager.changeCount()) {
         // The change itself is in the pages already, so what is counted here includes it.
         const std::uint32_t rows = table.liveRows();
-        table.countIsStale = getU32(count) + static_cast<std::uint32_t>(difference) != rows;
+        table.countIsStale = rowCount.get(page) + static_cast<std::uint32_t>(difference) != rows;
         table.countSettledAt = pager.changeCount();
-        putU32(count, rows);
+        rowCount.put(page, rows);
         return;
     }
-    putU32(count, getU32(count) + static_cast<std::uint32_t>(difference));
+    rowCount.put(page, rowCount.get(page) + static_cast<std::uint32_t>(difference));
 }
 
 std::int32_t nextAutoNumber(Table::State& table, const Column& column)
 {
-    const auto stored = static_cast<std::int32_t>(
-        getU32(table.pager.read(table.definition.page).data() + definitionField::lastAutoNumber));
+    const auto stored = static_cast<std::int32_t>(lastAutoNumber.get(table.pager.read(table.definition.page)));
     const std::int32_t last = std::max(stored, table.highestAutoNumber);
     if (last == std::numeric_limits<std::int32_t>::max()) throwBadValue(table.name, column, "otomatik sayılar tükendi");
     return last + 1;
@@ -219,8 +222,9 @@ std::int32_t nextAutoNumber(Table::State& table, const Column& column)
 
 void raiseAutoNumber(Table::State& table, std::int32_t used)
 {
-    std::uint8_t* last = table.pager.write(table.definition.page).data() + definitionField::lastAutoNumber;
-    if (used > static_cast<std::int32_t>(getU32(last))) putU32(last, static_cast<std::uint32_t>(used));
+    const PageBytes page = table.pager.write(table.definition.page);
+    if (used > static_cast<std::int32_t>(lastAutoNumber.get(page)))
+        lastAutoNumber.put(page, static_cast<std::uint32_t>(used));
 }
 
 } // namespace
@@ -345,7 +349,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         replaceRow(pager.write(body.page), body.slot, draft.bytes);
         roomGained(*this, body.page);
     } else {
-        if (slotAt(pager.read(id.page), id.slot)->length < pointerLength) {
+        if (slotAt(pager.read(id.page), id.slot)->length < row_page_layout::pointer.size) {
             // Only a row of nothing but Booleans is that short, and it never grows.
             throwDamaged(pager, id.page, "bir satır taşınamayacak kadar kısa");
         }
@@ -406,7 +410,7 @@ void Table::State::eraseAll()
         eraseAllLongValues(pager, maps.owned, maps.freeSpace);
     }
     for (const Index& index : definition.indexes) tree(index).rebuild({});
-    putU32(pager.write(definition.page).data() + definitionField::rowCount, 0);
+    definition_layout::head::rowCount.put(pager.write(definition.page), 0);
     change.commit();
 }
 

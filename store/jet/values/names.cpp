@@ -1,5 +1,6 @@
 #include "store/jet/values/names.h"
 
+#include "store/jet/format/limits.h"
 #include "store/jet/values/sort_key.h"
 #include "store/jet/values/value.h"
 
@@ -7,8 +8,6 @@
 
 namespace jet {
 namespace {
-
-constexpr std::size_t longestName = 64;
 
 bool sameEnglish(std::u16string_view a, std::u16string_view b)
 {
@@ -28,7 +27,7 @@ std::string quotedName(std::u16string_view name) { return '"' + toUtf8(name) + '
 
 const char* nameFault(std::u16string_view name)
 {
-    if (name.empty() || name.size() > longestName) return "ad 1 ile 64 karakter arasında olmalı";
+    if (name.empty() || name.size() > limits::name) return "ad 1 ile 64 karakter arasında olmalı";
     if (name.front() == u' ') return "ad boşlukla başlayamaz";
     const bool forbidden = std::any_of(name.begin(), name.end(), [](char16_t c) {
         return c < u' ' || std::u16string_view(u".!`[]").find(c) != std::u16string_view::npos;

@@ -1,5 +1,6 @@
 #include "store/jet/values/sort_key.h"
 
+#include "store/jet/format/key_layout.h"
 #include "store/jet/values/sort_weights.h"
 
 #include <algorithm>
@@ -11,7 +12,8 @@ namespace {
 using weights::Kind;
 using weights::Run;
 
-constexpr std::uint8_t noDiacritic = 0x02;
+namespace at = key_layout::text;
+using at::noDiacritic;
 constexpr std::uint8_t noKanaMark = 3; // the flag that is dropped from the end
 
 /// The weight of one code unit.
@@ -99,7 +101,7 @@ const Weights* weightsOf(Collation collation)
     return nullptr;
 }
 
-/// What of a text is indexed: its first 255 units, then without the spaces at the end.
+/// What of a text is indexed: its first units, then without the spaces at the end.
 std::u16string_view indexedPart(std::u16string_view text)
 {
     text = text.substr(0, textKeyUnits);
@@ -107,16 +109,16 @@ std::u16string_view indexedPart(std::u16string_view text)
     return text;
 }
 
-/// Three flags to a byte, in bits 5-4, 3-2 and 1-0 under a set top bit.
 void appendKana(std::vector<std::uint8_t>& key, std::span<const std::uint8_t> flags)
 {
     while (!flags.empty() && flags.back() == noKanaMark) flags = flags.first(flags.size() - 1);
-    for (std::size_t i = 0; i < flags.size(); i += 3) {
-        unsigned packed = 0x80;
-        for (std::size_t k = 0; k < 3 && i + k < flags.size(); ++k) packed |= unsigned{flags[i + k]} << (4 - 2 * k);
+    for (std::size_t i = 0; i < flags.size(); i += at::kanaPerByte) {
+        unsigned packed = at::kanaByte;
+        for (std::size_t k = 0; k < at::kanaPerByte && i + k < flags.size(); ++k)
+            packed |= unsigned{flags[i + k]} << at::kanaBits * (at::kanaPerByte - 1 - k);
         key.push_back(static_cast<std::uint8_t>(packed));
     }
-    key.insert(key.end(), {0xFF, 0x02, 0x80, 0xFF, 0x80});
+    key.insert(key.end(), at::kanaEnd.begin(), at::kanaEnd.end());
 }
 
 } // namespace
@@ -130,7 +132,7 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
 
     // Room for the worst text: three weights for a unit, and a combining mark ahead of all letters.
     std::array<std::uint8_t, textKeyUnits * 3 + 1> diacritics;
-    std::array<std::uint8_t, textKeyUnits * 4> records;
+    std::array<std::uint8_t, textKeyUnits * at::signBytes> records;
     std::array<std::uint8_t, textKeyUnits> kana;
     std::size_t diacriticCount = 0, recordBytes = 0, kanaCount = 0;
     unsigned position = 0;
@@ -154,10 +156,10 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
             if (weight.kana != 0) kana[kanaCount++] = weight.kana;
             break;
         case Kind::unprintable: {
-            const unsigned place = 0x8000 | (4 * position + 7);
+            const unsigned place = at::signPlace | (at::signPlaceStep * position + at::signPlaceStart);
             records[recordBytes++] = static_cast<std::uint8_t>(place >> 8);
             records[recordBytes++] = static_cast<std::uint8_t>(place);
-            records[recordBytes++] = 0x06;
+            records[recordBytes++] = at::signMark;
             records[recordBytes++] = static_cast<std::uint8_t>(weight.primary);
             break;
         }
@@ -175,19 +177,19 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
         }
     }
 
-    key.push_back(0x01);
+    key.push_back(at::partEnd);
     while (diacriticCount > 0 && diacritics[diacriticCount - 1] <= noDiacritic) --diacriticCount;
     key.insert(key.end(), diacritics.begin(), diacritics.begin() + static_cast<std::ptrdiff_t>(diacriticCount));
-    if (kanaCount > 0 || recordBytes > 0) key.insert(key.end(), {0x01, 0x01});
+    if (kanaCount > 0 || recordBytes > 0) key.insert(key.end(), {at::partEnd, at::partEnd});
     if (kanaCount > 0) {
         appendKana(key, std::span(kana).first(kanaCount));
-        if (recordBytes > 0) key.push_back(0xFF);
+        if (recordBytes > 0) key.push_back(at::betweenKanaAndSigns);
     }
     if (recordBytes > 0) {
-        key.push_back(0x01);
+        key.push_back(at::partEnd);
         key.insert(key.end(), records.begin(), records.begin() + static_cast<std::ptrdiff_t>(recordBytes));
     }
-    key.push_back(0x00);
+    key.push_back(at::end);
     return certain ? Certainty::certain : Certainty::uncertain;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/jet/format/limits.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -32,9 +34,9 @@ struct TextKey {
 bool hasWeights(Collation collation);
 
 /// Keys are equal exactly when the two texts are equal to a unique index: letter case, trailing spaces, characters
-/// without weight and everything behind the 255th code unit do not count. Unsigned byte comparison of keys is the
+/// without weight and everything behind textKeyUnits code units do not count. Unsigned byte comparison of keys is the
 /// collating order.
-inline constexpr std::size_t textKeyUnits = 255;
+inline constexpr std::size_t textKeyUnits = limits::text;
 
 /// The ascending payload of an index key on that text. Without weights for the collation: nothing.
 std::optional<TextKey> textKey(std::u16string_view text, Collation collation);
