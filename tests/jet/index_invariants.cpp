@@ -101,7 +101,7 @@ TEST_F(VerifiedTree, stopsTheProgramWhenItsLeavesAreNotLinkedAnyMore)
     for (std::uint32_t number = 0; number < 600; ++number) tree_->insert(key(number), row(number));
     const PageNo leaf = IndexPage(*pager_, root, table).child(0);
     ASSERT_TRUE(IndexPage(*pager_, leaf, table).isLeaf());
-    putU32(&pager_->write(leaf)[index_layout::next], root);
+    index_layout::next.put(pager_->write(leaf), root);
     EXPECT_DEATH(tree_->erase(key(1), row(1)), "Assertion");
 }
 
@@ -111,7 +111,7 @@ TEST_F(VerifiedTree, isLeftAloneByAssertsWhereNobodyVerifiedIt)
     Transaction change(*pager_);
     for (std::uint32_t number = 0; number < 600; ++number) unverified.insert(key(number), row(number));
     const PageNo leaf = IndexPage(*pager_, root, table).child(0);
-    putU32(&pager_->write(leaf)[index_layout::next], root);
+    index_layout::next.put(pager_->write(leaf), root);
     EXPECT_TRUE(unverified.erase(key(1), row(1)));
 }
 #endif

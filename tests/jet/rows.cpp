@@ -159,7 +159,7 @@ TEST(RowPage, aFullSlotTableTakesNoMoreRows)
 {
     Page page{};
     jet::initRowPage(page, 37);
-    for (unsigned slot = 0; slot < jet::limits::slots; ++slot) {
+    for (unsigned slot = 0; slot < jet::limits::slotsOnPage; ++slot) {
         ASSERT_GT(jet::roomForRow(page), 0);
         jet::appendRow(page, bytesOf("AABB"), jet::RowKind::ordinary);
         jet::killSlot(page, slot);

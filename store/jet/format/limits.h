@@ -16,7 +16,7 @@ inline constexpr std::uint16_t text = 255; ///< characters of a Text field; what
 inline constexpr std::uint16_t binary = 510;       ///< bytes
 inline constexpr std::uint8_t digits = 28;         ///< of a Numeric
 inline constexpr std::size_t row = 4060;           ///< bytes
-inline constexpr unsigned slots = 255;             ///< on a page, dead ones included
+inline constexpr unsigned slotsOnPage = 255;       ///< on a page, dead ones included
 inline constexpr std::size_t definitionPages = 64; ///< the greatest definition needs fewer
 
 inline constexpr double firstDay = -657434.0;     ///< 1 January 100

@@ -37,8 +37,8 @@ inline constexpr auto freeBytes = page_layout::freeBytes;
 inline constexpr Number<4, 4> owner;
 inline constexpr Number<8, 4> stamp;
 inline constexpr Number<12, 2> slotCount;
-inline constexpr std::size_t slots = 14;
-static_assert(fill<0, slots>(type, mark, freeBytes, owner, stamp, slotCount));
+inline constexpr std::size_t slotTable = 14;
+static_assert(fill<0, slotTable>(type, mark, freeBytes, owner, stamp, slotCount));
 
 inline constexpr std::size_t slotBytes = 2;
 inline constexpr std::uint16_t hiddenFlag = 0x8000;
@@ -48,7 +48,7 @@ inline constexpr std::uint16_t offsetMask = 0x1FFF;
 static_assert((offsetMask & pageSize) == pageSize && (offsetMask & deadFlags) == 0);
 
 /// Where the table of that many slots ends: nothing of a row lies below it.
-constexpr std::size_t slotsEnd(std::size_t count) { return slots + slotBytes * count; }
+constexpr std::size_t slotsEnd(std::size_t count) { return slotTable + slotBytes * count; }
 /// Where a slot stands in the page.
 constexpr std::size_t slotAt(std::size_t slot) { return slotsEnd(slot); }
 

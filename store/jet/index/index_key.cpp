@@ -189,7 +189,7 @@ bool appendStoredKey(Key& key, const Column& column, const std::optional<std::sp
         return false;
     }
     if (!stored) {
-        key.push_back(ascending ? nullAscending : nullDescending);
+        key.push_back(ascending ? key_layout::nullAscending : key_layout::nullDescending);
         return true;
     }
     std::uint64_t bits = 0;
@@ -201,7 +201,7 @@ bool appendStoredKey(Key& key, const Column& column, const std::optional<std::sp
     else if (column.type != ColumnType::byte)
         bits ^= sign;
     if (!ascending) bits = ~bits;
-    key.push_back(ascending ? valueAscending : valueDescending);
+    key.push_back(ascending ? key_layout::valueAscending : key_layout::valueDescending);
     for (std::size_t shift = length; shift != 0;) {
         shift -= 8;
         key.push_back(static_cast<std::uint8_t>(bits >> shift));

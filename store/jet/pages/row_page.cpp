@@ -71,7 +71,7 @@ std::size_t freeBytes(PageView page)
 std::size_t roomForRow(PageView page)
 {
     const std::size_t room = freeBytes(page);
-    return slotsOf(page) >= limits::slots || room < at::slotBytes ? 0 : room - at::slotBytes;
+    return slotsOf(page) >= limits::slotsOnPage || room < at::slotBytes ? 0 : room - at::slotBytes;
 }
 
 void initRowPage(PageBytes page, std::uint32_t owner)

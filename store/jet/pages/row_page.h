@@ -31,7 +31,7 @@ inline bool isRowPage(PageView page, std::uint32_t owner)
 inline std::optional<unsigned> slotCount(PageView page)
 {
     const unsigned count = row_page_layout::slotCount.get(page);
-    if (count > limits::slots + 1) return std::nullopt;
+    if (count > limits::slotsOnPage + 1) return std::nullopt;
     return count;
 }
 
