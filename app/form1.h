@@ -268,7 +268,7 @@ private:
     void periodChanged(reports::Picker changed);
     /// The grid marks the current row of its listing, if that has rows.
     void showGridPosition();
-    /// The listing of the grid as a statement; any error cancels it without a word.
+    /// The listing of the grid as a statement; any error cancels it without a box.
     void printStatement();
     /// A weight cannot be typed before a customer is named.
     void askForCustomerFirst(int Index);

@@ -8,6 +8,8 @@
 
 #include <QCoreApplication>
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 namespace {
@@ -177,6 +179,7 @@ void Form1::KapatCmd_Click(int Index)
 
 void Form1::printStatement()
 {
+    status->setNotice({});
     print::Printer printer(surroundings_.printer, surroundings_.now);
     try {
         // A copy of the listing is walked, so that the grid stays where it is.
@@ -204,11 +207,15 @@ void Form1::printStatement()
             return !rows.eof();
         };
         statement.value = [&rows](const QString& field) { return printable(rows.field(fieldNamed(rows, field))); };
-        print::composeStatement(printer, statement, surroundings_.regional);
+        const QStringList leftOut = print::composeStatement(printer, statement, surroundings_.regional);
         printer.endDoc();
+        if (!leftOut.isEmpty())
+            status->setNotice(u"Döküme sığmayan sütunlar: %1. Sütunları daraltın ya da daha geniş kâğıt seçin."_s.arg(
+                leftOut.join(u", "_s)));
     } catch (const base::RuntimeError&) {
         printer.killDoc();
     }
+    showFacts();
 }
 
 } // namespace app

@@ -36,6 +36,13 @@ void StatusLine::weightArrived()
     if (isVisible() && !ageing_.isActive()) tick();
 }
 
+void StatusLine::setNotice(const QString& sentence)
+{
+    if (notice_ == sentence) return;
+    notice_ = sentence;
+    refresh();
+}
+
 void StatusLine::setPrinter(const QString& fact)
 {
     if (printer_ == fact) return;
@@ -72,7 +79,9 @@ QString StatusLine::scaleFact() const
 
 QString StatusLine::text() const
 {
-    QStringList facts{scaleFact()};
+    QStringList facts;
+    if (!notice_.isEmpty()) facts << notice_;
+    facts << scaleFact();
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
     return facts.join(u"   ·   "_s);

@@ -19,6 +19,8 @@ public:
     void portClosed();
     /// A weight has just arrived.
     void weightArrived();
+    /// What the operator should know of the last slip or statement; it stands first. Empty: nothing.
+    void setNotice(const QString& sentence);
     void setPrinter(const QString& fact);
     void setDataFile(const QString& fact);
 
@@ -37,6 +39,7 @@ private:
     int port_ = 0;
     QElapsedTimer sinceWeight_;
     QTimer ageing_;
+    QString notice_;
     QString printer_;
     QString dataFile_;
 };

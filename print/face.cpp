@@ -71,13 +71,15 @@ QString availableFace(const QString& asked)
     return asked;
 }
 
-QFont printFont(const QString& face, double points, bool bold, bool italic, bool underline)
+QFont printFont(const QString& face, double points, bool bold, bool italic, bool underline, int stretch)
 {
     QFont font(face);
     font.setPointSizeF(points);
     font.setBold(bold);
     font.setItalic(italic);
     font.setUnderline(underline);
+    // Said only where it is wanted: a font that was never stretched keeps the exact widths of its face.
+    if (stretch != fullWidth) font.setStretch(stretch);
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;
 }

@@ -69,6 +69,14 @@ void Printer::setFontUnderline(bool on)
     changeFont();
 }
 
+void Printer::setFontStretch(int percent)
+{
+    paper();
+    if (percent < 1 || percent > fullWidth) throw base::runtimeError(base::errors::invalidProperty);
+    stretch_ = percent;
+    changeFont();
+}
+
 void Printer::setFontCharset(int /*charset*/) { paper(); }
 
 void Printer::changeFont()
@@ -82,7 +90,7 @@ void Printer::changeFont()
 const QFontMetricsF& Printer::metrics()
 {
     if (!metrics_) {
-        font_ = printFont(availableFace(fontName_), fontSize_, bold_, italic_, underline_);
+        font_ = printFont(availableFace(fontName_), fontSize_, bold_, italic_, underline_, stretch_);
         metrics_ = metricsInTwips(*font_);
     }
     return *metrics_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/face.h"
 #include "print/layout.h"
 #include "print/print_target.h"
 #include <QDateTime>
@@ -36,6 +37,9 @@ public:
     void setFontBold(bool on);
     void setFontItalic(bool on);
     void setFontUnderline(bool on);
+    /// Width of the letters in percent of their own: 1 to 100; error 380 for anything else.
+    int fontStretch() const { return stretch_; }
+    void setFontStretch(int percent);
     /// Begins the job like any property, and no more: the texts are Unicode, and every face used has the Turkish
     /// letters.
     void setFontCharset(int charset);
@@ -93,6 +97,7 @@ private:
     bool bold_ = false;
     bool italic_ = false;
     bool underline_ = false;
+    int stretch_ = fullWidth;
     std::optional<QFont> font_; ///< of the properties above, built when it is needed
     std::optional<QFontMetricsF> metrics_;
     std::optional<std::size_t> fontIndex_; ///< of font_ in layout_.fonts

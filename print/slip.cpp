@@ -29,6 +29,25 @@ void printSection(Printer& printer, const QString& name, const QString& rule)
     printLeft(printer, rule);
 }
 
+void printCustomer(Printer& printer, const QString& customer)
+{
+    const QString greeting = u"Sayın; "_s;
+    const NarrowLetters narrow(printer, greeting + customer, printer.pageWidth() - leftMargin);
+    printer.setCurrentX(leftMargin);
+    printer.printStay(greeting);
+    printer.print(customer);
+}
+
+void printLabelAndUnderlinedValue(Printer& printer, const QString& label, const QString& value)
+{
+    const NarrowLetters narrow(printer, label + u' ' + value, printer.pageWidth() - leftMargin - rightMargin);
+    printer.setCurrentX(leftMargin);
+    printer.printStay(label);
+    printer.setFontUnderline(true);
+    printRight(printer, value);
+    printer.setFontUnderline(false);
+}
+
 void printAmount(Printer& printer, const QString& amount)
 {
     printer.setFontUnderline(true);
@@ -48,9 +67,7 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
 
     gap(printer, dateGap);
     printCentred(printer, base::formatDate(slip.now, u"dd mmmm yyyy dddd hh:mm", regional));
-    printer.setCurrentX(leftMargin);
-    printer.printStay(u"Sayın; "_s);
-    printer.print(slip.pressing.customer);
+    printCustomer(printer, slip.pressing.customer);
     gap(printer);
     printLeft(printer, ruleOf(printer, u'='));
 
@@ -64,11 +81,7 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
     gap(printer);
     // The label says KG and the value LT: that is how the mills know this line.
     const QString oil = base::formatQuantity(slip.pressing.oil, u"#,##0.00 LT", regional);
-    printer.setCurrentX(leftMargin);
-    printer.printStay(u"Sıkılan Zeytin Yağı KG"_s);
-    printer.setFontUnderline(true);
-    printRight(printer, oil);
-    printer.setFontUnderline(false);
+    printLabelAndUnderlinedValue(printer, u"Sıkılan Zeytin Yağı KG"_s, oil);
 
     printSection(printer, u"HAK EDİŞ"_s, rule);
     gap(printer);

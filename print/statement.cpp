@@ -6,6 +6,7 @@
 #include "print/head.h"
 #include "print/placement.h"
 #include <QMetaType>
+#include <algorithm>
 #include <numeric>
 
 using namespace Qt::StringLiterals;
@@ -18,13 +19,45 @@ constexpr double ruleOffset = 30;
 constexpr double cellPadding = 30;
 constexpr int rightAligned = 1;
 
+/// The columns of the table as they stand on the paper: the visible ones that fit, in twips of the paper.
+struct PrintedColumns {
+    std::vector<StatementColumn> columns;
+    double factor = 1; ///< of letters and columns, at most 1
+    double width = 0;
+    QStringList leftOut; ///< captions
+};
+
+PrintedColumns fitted(Printer& printer, const std::vector<StatementColumn>& all)
+{
+    const double room = printer.scaleWidth();
+    double wanted = 0;
+    for (const StatementColumn& column : all)
+        if (column.visible) wanted += column.width;
+
+    PrintedColumns result;
+    if (wanted > room)
+        result.factor = std::max(room / wanted, std::min(1.0, double(smallestLetters) / double(printer.fontSize())));
+    for (StatementColumn column : all) {
+        if (!column.visible) continue;
+        column.left *= result.factor;
+        column.width *= result.factor;
+        // Half a twip: the factor was made from the same widths, and a sum of them may come out a hair above the room.
+        if (result.leftOut.isEmpty() && result.width + column.width <= room + 0.5) {
+            result.width += column.width;
+            result.columns.push_back(std::move(column));
+        } else {
+            result.leftOut += column.caption.trimmed();
+        }
+    }
+    return result;
+}
+
 /// The table on the page that is being printed.
 class Table {
 public:
-    Table(Printer& printer, const std::vector<StatementColumn>& columns) : printer_(printer), columns_(columns)
+    Table(Printer& printer, const PrintedColumns& printed)
+        : printer_(printer), columns_(printed.columns), width_(printed.width)
     {
-        for (const StatementColumn& column : columns_)
-            if (column.visible) width_ += column.width;
         left_ = (printer_.scaleWidth() - width_) / 2;
     }
 
@@ -59,7 +92,6 @@ public:
     {
         double x = left_;
         for (const StatementColumn& column : columns_) {
-            if (!column.visible) continue;
             printer_.line(x, top_, x, printer_.currentY());
             x += column.width;
         }
@@ -82,8 +114,8 @@ private:
 
     Printer& printer_;
     const std::vector<StatementColumn>& columns_;
+    double width_;
     double left_ = 0;
-    double width_ = 0;
     double top_ = 0;
 };
 
@@ -129,26 +161,29 @@ QString formattedText(const QVariant& value, const QString& pattern, const base:
     return text.isEmpty() ? text : base::formatQuantity(text, pattern, regional);
 }
 
-void printCell(Printer& printer, const StatementColumn& column, double tableLeft, const QVariant& value,
+void printCell(Printer& printer, const StatementColumn& column, double tableLeft, double factor, const QVariant& value,
                const base::Regional& regional)
 {
     const double left = tableLeft + column.left;
+    const double padding = cellPadding * factor;
     if (column.alignment == rightAligned) {
         const QString text = formattedText(value, column.numberFormat, regional);
-        printer.setCurrentX(left + column.width - printer.textWidth(text) - cellPadding);
+        // A number is never cut, and never runs into the column before it.
+        const NarrowLetters narrow(printer, text, column.width - 2 * padding);
+        printer.setCurrentX(left + column.width - printer.textWidth(text) - padding);
         printer.printStay(text);
         return;
     }
     const QString text = cutToFit(printer, plainText(value, regional), column.width);
-    printer.setCurrentX(left + cellPadding);
+    printer.setCurrentX(left + padding);
     printer.printStay(text);
 }
 
 void printCaptions(Printer& printer, const std::vector<StatementColumn>& columns, double tableLeft)
 {
     for (const StatementColumn& column : columns) {
-        if (!column.visible) continue;
         const QString caption = column.caption.trimmed();
+        const NarrowLetters narrow(printer, caption, column.width);
         printer.setCurrentX(tableLeft + column.left + (column.width - printer.textWidth(caption)) / 2);
         printer.printStay(caption);
     }
@@ -171,7 +206,7 @@ QString cutToFit(Printer& printer, const QString& text, double width)
     return text.first(fits);
 }
 
-void composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional)
+QStringList composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional)
 {
     printer.setTitle(u"Cari Hesap Dökümü"_s);
     printHead(printer, statement.font, statement.headerItems, regional);
@@ -183,17 +218,20 @@ void composeStatement(Printer& printer, const Statement& statement, const base::
     gap(printer, dateGap);
     printCentred(printer, base::formatDate(statement.firstDay.startOfDay(), u"dd mmmm yyyy dddd", regional));
 
-    Table table(printer, statement.columns);
+    const PrintedColumns printed = fitted(printer, statement.columns);
+    printer.setFontSize(static_cast<float>(printer.fontSize() * printed.factor));
+    Table table(printer, printed);
     table.open();
-    printCaptions(printer, statement.columns, table.left());
+    printCaptions(printer, printed.columns, table.left());
     table.endRow();
     while (statement.nextRecord()) {
         table.makeRoom();
-        for (const StatementColumn& column : statement.columns)
-            if (column.visible) printCell(printer, column, table.left(), statement.value(column.field), regional);
+        for (const StatementColumn& column : printed.columns)
+            printCell(printer, column, table.left(), printed.factor, statement.value(column.field), regional);
         table.endRow();
     }
     table.close();
+    return printed.leftOut;
 }
 
 } // namespace print

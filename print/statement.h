@@ -39,12 +39,20 @@ struct Statement {
     std::function<QVariant(const QString& field)> value;
 };
 
-/// Composes the statement into a job that the caller ends or kills. Throws base::RuntimeError at the first thing that
-/// fails; what nextRecord and value throw passes through.
+/// In points: what can still be read on paper.
+inline constexpr float smallestLetters = 5;
+
+/// Composes the statement into a job that the caller ends or kills, and returns the captions of the columns that are
+/// not on it because the paper is too narrow for them. Throws base::RuntimeError at the first thing that fails; what
+/// nextRecord and value throw passes through.
 ///
 /// A listing longer than a page goes on at the top of the next one: a record is never cut by a page edge, and on every
 /// page the part of the table that stands there is closed by rules and column lines. Captions are printed once.
-void composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional);
+///
+/// A table wider than the paper is printed smaller as a whole, letters and columns by one factor, down to letters of
+/// `smallestLetters` points. Where even that is too wide, the columns at the right that do not fit as a whole are left
+/// out: nothing is cut through.
+QStringList composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional);
 
 /// The text as far as it fits: last characters are dropped while it is wider than the width.
 QString cutToFit(Printer& printer, const QString& text, double width);

@@ -11,6 +11,7 @@ private slots:
     void openPortWaitsForItsFirstWeight();
     void ageOfTheLastWeightGrows();
     void factsStandSideBySide();
+    void noticeStandsFirst();
     void idleLineHasNoTimer();
 };
 
@@ -50,6 +51,17 @@ void StatusLineTest::factsStandSideBySide()
     line.setDataFile(QStringLiteral("Yag.mdb: 6.201 kayıt"));
     QVERIFY(line.text().contains(QStringLiteral("Yazıcı: hazır (Fis80)")));
     QVERIFY(line.text().endsWith(QStringLiteral("Yag.mdb: 6.201 kayıt")));
+}
+
+void StatusLineTest::noticeStandsFirst()
+{
+    StatusLine line(nullptr);
+    line.setPrinter(QStringLiteral("Yazıcı: hazır (Fis80)"));
+    const QString facts = line.text();
+    line.setNotice(QStringLiteral("Fiş yazılmadı."));
+    QCOMPARE(line.accessibleName(), QStringLiteral("Fiş yazılmadı.   ·   ") + facts);
+    line.setNotice({});
+    QCOMPARE(line.accessibleName(), facts);
 }
 
 void StatusLineTest::idleLineHasNoTimer()

@@ -83,6 +83,56 @@ private slots:
         QCOMPARE(printer.currentY(), 300 + printer.textHeight());
     }
 
+    void aLineWiderThanThePaperIsSetInNarrowerLetters_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("letters");
+        for (const int letters : {60, 100, 255}) {
+            QTest::addRow("left, %d letters", letters) << 0 << letters;
+            QTest::addRow("centred, %d letters", letters) << 1 << letters;
+            QTest::addRow("right, %d letters", letters) << 2 << letters;
+            QTest::addRow("label and value, %d letters", letters) << 3 << letters;
+        }
+    }
+    void aLineWiderThanThePaperIsSetInNarrowerLetters()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, letters);
+        const QString text(letters, u'm');
+        print::Printer printer(target);
+        switch (kind) {
+        case 0:
+            print::printLeft(printer, text);
+            break;
+        case 1:
+            print::printCentred(printer, text);
+            break;
+        case 2:
+            print::printRight(printer, text);
+            break;
+        default:
+            print::printLabelAndValue(printer, text, "75 AD");
+            break;
+        }
+        const print::PlacedText line = placed(printer.layout(), text);
+        QVERIFY(printer.layout().fonts[line.font].stretch() < 100);
+        QVERIFY(line.x >= 0);
+        QVERIFY(endOf(printer.layout(), line) <= printer.pageWidth());
+        if (kind == 3) QVERIFY(endOf(printer.layout(), line) <= placed(printer.layout(), "75 AD").x);
+        // The next line has its usual letters again.
+        print::printLeft(printer, "b");
+        QCOMPARE(printer.fontStretch(), 100);
+        QCOMPARE(placed(printer.layout(), "b").font, std::size_t(1));
+    }
+
+    void aLineThatFitsKeepsItsLetters()
+    {
+        print::Printer printer(target);
+        print::printCentred(printer, "TEŞEKKÜR EDERİZ");
+        print::printLabelAndValue(printer, "DOLDURULAN KAP", "75 AD");
+        QCOMPARE(printer.layout().fonts.size(), std::size_t(1));
+    }
+
     void gapsComeOnTopOfTheLine()
     {
         print::Printer printer(target);

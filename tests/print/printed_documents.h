@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/face.h"
 #include "print/printer.h"
 #include <QDateTime>
 #include <QFile>
@@ -59,6 +60,12 @@ inline QStringList textsOf(const print::Layout& layout)
     for (const print::Page& page : layout.pages)
         for (const print::PlacedText& placed : page.texts) texts.append(placed.text);
     return texts;
+}
+
+/// Where a placed text ends, in twips from the left: measured in the font that it is set in.
+inline double endOf(const print::Layout& layout, const print::PlacedText& text)
+{
+    return text.x + print::metricsInTwips(layout.fonts[text.font]).horizontalAdvance(text.text);
 }
 
 /// The first text of that content; fails the test if there is none.

@@ -359,6 +359,35 @@ private slots:
         }
     }
 
+    void nothingStandsBeyondTheEdge_data()
+    {
+        QTest::addColumn<int>("millimetres");
+        QTest::addColumn<QString>("size");
+        for (const int millimetres : {44, 58, 80, 210})
+            for (const char* size : {"8", "12", "20"})
+                QTest::addRow("%d mm, %s points", millimetres, size) << millimetres << size;
+    }
+    void nothingStandsBeyondTheEdge()
+    {
+        QFETCH(int, millimetres);
+        QFETCH(QString, size);
+        target.sheet.width = millimetres * 72 * 10 / 254;
+        Slip slip = shareSlip();
+        slip.font.size = size;
+        slip.pressing.customer =
+            "Şükrü Çağlayangilzadeoğlu İbrahim Ağa ve Kardeşleri Zeytincilik Kooperatifi Başkanlığı";
+        slip.headerItems = {"Mendrik Zeytinyağı Fabrikası Üretim ve Pazarlama Limited Şirketi Ayvalık Şubesi"};
+        slip.pressing.olives = "123.456.789,00";
+        Printer printer(target);
+        print::composeSlip(printer, slip, turkish);
+        for (const print::PlacedText& text : printer.layout().pages.front().texts) {
+            QVERIFY2(text.x >= 0, qPrintable(text.text));
+            QVERIFY2(endOf(printer.layout(), text) <= printer.pageWidth() + 0.5, qPrintable(text.text));
+        }
+        const print::PlacedText label = placed(printer.layout(), "Sıkılacak Zeytin KG");
+        QVERIFY(endOf(printer.layout(), label) <= placed(printer.layout(), "123.456.789,00 KG").x);
+    }
+
     void containersAreCountedFromTheOilThatIsFilled_data()
     {
         QTest::addColumn<bool>("share");

@@ -183,6 +183,73 @@ private slots:
         QCOMPARE(placed(printer.layout(), "05 Kasım 2024 Salı").y, name.y + bold + 60);
     }
 
+    void aTableWiderThanThePaperIsPrintedSmallerAsAWhole_data()
+    {
+        QTest::addColumn<double>("paper"); ///< points
+        QTest::addColumn<QString>("size");
+        QTest::newRow("A4") << 595.0 << "12";
+        QTest::newRow("A5") << 420.0 << "12";
+        QTest::newRow("A6") << 298.0 << "12";
+        QTest::newRow("A5, small letters") << 420.0 << "10";
+    }
+    void aTableWiderThanThePaperIsPrintedSmallerAsAWhole()
+    {
+        QFETCH(double, paper);
+        QFETCH(QString, size);
+        target.sheet.width = int(paper);
+        records = {record("Veli")};
+        Statement statement = journal();
+        statement.font.size = size;
+        for (StatementColumn& column : statement.columns) column.left *= 1.9, column.width *= 1.9;
+        Printer printer(target);
+        const QStringList leftOut = print::composeStatement(printer, statement, turkish);
+        const print::Layout& layout = printer.layout();
+        const double factor = std::min(1.0, printer.pageWidth() / (6300 * 1.9));
+        QCOMPARE(leftOut, QStringList());
+        const double left = (printer.pageWidth() - 6300 * 1.9 * factor) / 2;
+        const print::PlacedText cell = placed(layout, "Veli");
+        QVERIFY(qAbs(cell.x - (left + 4100 * 1.9 * factor + pad * factor)) < 0.01);
+        QVERIFY(qAbs(layout.fonts[cell.font].pointSizeF() - size.toDouble() * factor) < 0.01);
+        for (const print::PlacedText& text : layout.pages.front().texts) {
+            QVERIFY(text.x >= 0);
+            QVERIFY(endOf(layout, text) <= printer.pageWidth());
+        }
+        for (const print::PlacedLine& line : layout.pages.front().lines) {
+            QVERIFY(line.x1 > -0.01);
+            QVERIFY(line.x2 < printer.pageWidth() + 0.01);
+        }
+    }
+
+    void columnsThatDoNotFitInReadableLettersAreNamedAndNotCutThrough()
+    {
+        target.sheet = print::Paper::slipRoll80();
+        records = {record("Veli")};
+        Statement statement = journal();
+        Printer printer(target);
+        QCOMPARE(print::composeStatement(printer, statement, turkish), QStringList());
+        printer.killDoc();
+        for (StatementColumn& column : statement.columns) column.left *= 1.4, column.width *= 1.4;
+        at = -1;
+        QCOMPARE(print::composeStatement(printer, statement, turkish), QStringList{"Cari"});
+        const print::Layout& layout = printer.layout();
+        QVERIFY(!textsOf(layout).contains("Veli"));
+        QCOMPARE(layout.fonts[placed(layout, "12,75").font].pointSizeF(), 5.0);
+        QCOMPARE(linesOn(layout.pages[0]).columns.size(), std::size_t(4));
+    }
+
+    void aNumberWiderThanItsColumnIsSetInNarrowerLetters()
+    {
+        records = {record("Veli")};
+        records[0]["Zeytin"] = 123456789012.0;
+        Printer printer(target);
+        print::composeStatement(printer, journal(), turkish);
+        const print::Layout& layout = printer.layout();
+        const double left = (printer.pageWidth() - 6300) / 2.0;
+        const print::PlacedText number = placed(layout, "123.456.789.012,00");
+        QVERIFY(number.x >= left + 1900);
+        QVERIFY(qAbs(endOf(layout, number) - (left + 3200 - pad)) < 1);
+    }
+
     void hiddenColumnsLeaveTheTableToTheVisibleOnes()
     {
         records = {record("Veli")};
