@@ -82,8 +82,9 @@ int numberOf(ipp_t* collection, const char* name)
     return attribute ? ippGetInteger(attribute, 0) : 0;
 }
 
-/// A printer that says one of these before a job is sent would let the job wait, and print it when nobody expects it.
-/// The severity behind the word is not looked at: drivers report an empty roll as error, warning and report alike.
+/// A printer that stands still, or stands in the middle of a job, and says one of these would let the job wait, and
+/// print it when nobody expects it. An idle one is ready: what it says then is what its last job left behind. The
+/// severity behind the word is not looked at: drivers report an empty roll as error, warning and report alike.
 QueueCondition conditionOf(ipp_t* answer)
 {
     struct Reason {
@@ -106,13 +107,14 @@ QueueCondition conditionOf(ipp_t* answer)
     ipp_attribute_t* accepting = ippFindAttribute(answer, "printer-is-accepting-jobs", IPP_TAG_BOOLEAN);
     if (accepting && !ippGetBoolean(accepting, 0)) return QueueCondition::rejecting;
     ipp_attribute_t* state = ippFindAttribute(answer, "printer-state", IPP_TAG_ENUM);
-    if (state && ippGetInteger(state, 0) == IPP_PSTATE_STOPPED) return QueueCondition::stopped;
+    const int now = state ? ippGetInteger(state, 0) : IPP_PSTATE_IDLE;
+    if (now == IPP_PSTATE_IDLE) return QueueCondition::ready;
 
     ipp_attribute_t* said = ippFindAttribute(answer, "printer-state-reasons", IPP_TAG_KEYWORD);
     for (int i = 0; said && i < ippGetCount(said); ++i)
         for (const Reason& reason : reasons)
             if (startsWithWord(ippGetString(said, i, nullptr), reason.word)) return reason.condition;
-    return QueueCondition::ready;
+    return now == IPP_PSTATE_STOPPED ? QueueCondition::stopped : QueueCondition::ready;
 }
 
 /// Half a millimetre: the same width comes back rounded to points from one place and to inches from another.

@@ -183,6 +183,9 @@ public:
     {
         return write(path("reasons-" + name), reasons.toUtf8()) && addQueue(name, Paper::roll80, "complainer:/" + name);
     }
+    /// Jobs of that complaining queue stay at the printer until it is let go.
+    bool holdComplainer(const QString& name) { return write(path("hold-" + name), "1"); }
+    bool letComplainerGo(const QString& name) { return QFile::remove(path("hold-" + name)); }
     /// The options that came with the jobs of complaining queues, one job after the other.
     QStringList complainersJobs() const
     {
@@ -285,6 +288,9 @@ private:
                "for reason in $(cat " +
                own +
                "reasons-$queue); do echo \"STATE: +$reason\" >&2; done\n"
+               "while [ -e " +
+               own +
+               "hold-$queue ]; do sleep 0.1; done\n"
                "exit 0\n";
     }
 

@@ -323,7 +323,7 @@ private slots:
         QVERIFY(QFile::remove(qEnvironmentVariable("HOME") + "/.cups/lpoptions"));
     }
 
-    void aPrinterThatComplainsBeforehandIsAnError_data()
+    void aPrinterStuckInAJobThatComplainsIsAnError_data()
     {
         QTest::addColumn<QString>("reasons");
         QTest::addColumn<QueueCondition>("condition");
@@ -336,21 +336,31 @@ private slots:
         QTest::newRow("among others") << "toner-low-warning media-empty-error" << QueueCondition::mediaEmpty;
         QTest::newRow("paper runs low") << "media-low-warning" << QueueCondition::ready;
     }
-    void aPrinterThatComplainsBeforehandIsAnError()
+    void aPrinterStuckInAJobThatComplainsIsAnError()
     {
         QFETCH(QString, reasons);
         QFETCH(QueueCondition, condition);
         QVERIFY2(cups->addComplainingQueue("complaining", reasons), qPrintable(cups->whyNot()));
+        QVERIFY(cups->holdComplainer("complaining"));
         const qsizetype before = cups->complainersJobs().size();
-        // The printer speaks only while it prints, and nothing takes back what it said.
         QCOMPARE(printOn("complaining"), 0);
         QTRY_COMPARE(cups->complainersJobs().size(), before + 1);
         QTRY_COMPARE(this->condition("complaining"), condition);
+        if (condition != QueueCondition::ready) QCOMPARE(printOn("complaining"), base::errors::printer);
+        QCOMPARE(cups->complainersJobs().size(), before + 1);
+
+        // The job is through. What the printer said stays behind, and nobody takes it back: the queue is used.
+        QVERIFY(cups->letComplainerGo("complaining"));
         QTRY_COMPARE(cups->openJobs().size(), 0);
-        const bool ready = condition == QueueCondition::ready;
-        QCOMPARE(printOn("complaining"), ready ? 0 : base::errors::printer);
+        QTRY_COMPARE(this->condition("complaining"), QueueCondition::ready);
+        QCOMPARE(printOn("complaining"), 0);
+        QTRY_COMPARE(cups->complainersJobs().size(), before + 2);
         QTRY_COMPARE(cups->openJobs().size(), 0);
-        QCOMPARE(cups->complainersJobs().size(), before + (ready ? 2 : 1));
+
+        // Stopped, the reason tells more than that it is stopped.
+        QVERIFY(cups->stop("complaining"));
+        QCOMPARE(this->condition("complaining"),
+                 condition == QueueCondition::ready ? QueueCondition::stopped : condition);
         QVERIFY(cups->removeQueue("complaining"));
     }
 
