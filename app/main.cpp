@@ -9,6 +9,7 @@
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
+#include "print/queue_or_folder.h"
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
 
@@ -20,9 +21,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Slips go to the system's default queue, or into a folder as PDF files.
-std::unique_ptr<print::PrintTarget> printTarget(const QString& folder)
+/// Slips go into a folder as PDF files; else to the system's default queue, or where there is none into the other
+/// folder, if one is named.
+std::unique_ptr<print::PrintTarget> printTarget(const QString& folder, const QString& withoutQueue)
 {
+    if (folder.isEmpty() && !withoutQueue.isEmpty()) return print::queueOrFolder(withoutQueue);
     if (folder.isEmpty()) return std::make_unique<print::QueueTarget>();
     QDir().mkpath(folder);
     return std::make_unique<print::FolderTarget>(folder);
@@ -47,14 +50,16 @@ int main(int argc, char** argv)
                                  QCoreApplication::applicationDirPath());
     const QCommandLineOption printTo(u"print-to"_s, u"fişler yazıcı yerine bu klasöre PDF olarak yazılır"_s,
                                      u"KLASÖR"_s);
-    parser.addOptions({dir, printTo});
+    const QCommandLineOption printElse(u"print-else"_s,
+                                       u"varsayılan yazıcı yoksa fişler bu klasöre PDF olarak yazılır"_s, u"KLASÖR"_s);
+    parser.addOptions({dir, printTo, printElse});
     parser.process(application);
 
     app::MessageBoxes boxes;
     app::SettingsStore settings;
     store::JetDatabases databases(platform::systemDisk());
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
-    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo));
+    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), parser.value(printElse));
     const QString directory = QDir(parser.value(dir)).absolutePath();
     store::SlipNotes slips(platform::systemDisk(), (directory + u"/Yag.mdb"_s).toStdU16String());
     store::Backups backups(platform::systemDisk(), directory.toStdU16String());

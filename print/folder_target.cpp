@@ -22,8 +22,8 @@ base::RuntimeError printerError(const std::exception& reason)
 
 } // namespace
 
-FolderTarget::FolderTarget(const QString& folder, const Paper& paper)
-    : folder_(QFile::encodeName(folder).toStdString()), paper_(paper)
+FolderTarget::FolderTarget(const QString& folder, const Paper& paper, Make make)
+    : folder_(QFile::encodeName(folder).toStdString()), paper_(paper), make_(make)
 {
 }
 
@@ -32,6 +32,7 @@ FolderTarget::~FolderTarget() = default;
 Paper FolderTarget::paper()
 {
     std::error_code error;
+    if (make_ == Make::yes) std::filesystem::create_directories(folder_, error);
     if (!std::filesystem::is_directory(folder_, error))
         throw base::RuntimeError(base::errors::printer,
                                  u"Printer error: no folder "_s + QString::fromStdString(folder_.string()));
@@ -100,10 +101,12 @@ bool FolderTarget::taken(int job) noexcept
 
 QString FolderTarget::stateText() noexcept
 {
-    const QString folder = QFile::decodeName(folder_.string().c_str());
+    // Its last part: where the data lie is the mill's own business, and the line is short.
+    const QString folder = QFile::decodeName(folder_.filename().string().c_str());
     std::error_code error;
-    return std::filesystem::is_directory(folder_, error) ? u"Yazıcı: %1 klasörü"_s.arg(folder)
-                                                         : u"Yazıcı: %1 klasörü yok"_s.arg(folder);
+    return make_ == Make::yes || std::filesystem::is_directory(folder_, error)
+               ? u"Yazıcı: %1 klasörü"_s.arg(folder)
+               : u"Yazıcı: %1 klasörü yok"_s.arg(folder);
 }
 
 } // namespace print

@@ -13,10 +13,12 @@ class NewFile;
 namespace print {
 
 /// Prints into a folder: each job becomes a PDF under its number, 0001.pdf, 0002.pdf ... No file is ever replaced, and
-/// a file is there only when it is whole and on the disk. The folder must exist. Several processes may share it.
+/// a file is there only when it is whole and on the disk. Several processes may share the folder.
 class FolderTarget : public PrintTarget {
 public:
-    explicit FolderTarget(const QString& folder, const Paper& paper = Paper::slipRoll80());
+    /// A folder that is not there: an error of every job, or made for the first one.
+    enum class Make { no, yes };
+    explicit FolderTarget(const QString& folder, const Paper& paper = Paper::slipRoll80(), Make make = Make::no);
     ~FolderTarget() override;
 
     Paper paper() override;
@@ -35,6 +37,7 @@ private:
 
     std::filesystem::path folder_;
     Paper paper_;
+    Make make_;
     std::map<int, std::unique_ptr<platform::NewFile>> open_; ///< jobs that are created and not finished
 };
 

@@ -137,9 +137,18 @@ private slots:
         FolderTarget target(folder->filePath("missing"));
         QCOMPARE(errorOf([&] { target.paper(); }), base::errors::printer);
         QCOMPARE(errorOf([&] { target.createJob({}); }), base::errors::printer);
-        QCOMPARE(target.stateText(), QString("Yazıcı: %1 klasörü yok").arg(folder->filePath("missing")));
+        QCOMPARE(target.stateText(), "Yazıcı: missing klasörü yok");
         FolderTarget there(folder->path());
-        QCOMPARE(there.stateText(), QString("Yazıcı: %1 klasörü").arg(folder->path()));
+        QCOMPARE(there.stateText(), QString("Yazıcı: %1 klasörü").arg(QFileInfo(folder->path()).fileName()));
+    }
+
+    void aFolderThatIsMadeForTheFirstSlipIsSaidToBeReady()
+    {
+        FolderTarget target(folder->filePath("fis"), print::Paper::slipRoll80(), FolderTarget::Make::yes);
+        QCOMPARE(target.stateText(), "Yazıcı: fis klasörü");
+        QVERIFY(!QFile::exists(folder->filePath("fis")));
+        QCOMPARE(target.submit(document(target)), 1);
+        QVERIFY(QFile::exists(folder->filePath("fis/0001.pdf")));
     }
 };
 
