@@ -1,8 +1,8 @@
 #include "app/listing_grid.h"
 
+#include "app/drag_scroll.h"
 #include "app/painting.h"
 #include <QPainter>
-#include <QScroller>
 #include <QStyledItemDelegate>
 #include <algorithm>
 
@@ -87,12 +87,7 @@ ListingGrid::ListingGrid(QWidget* parent) : Control(parent), headings_(new Listi
     painting::widenScrollBars(*this);
     headings_->onDragged([this](int column) { columnDragged(column); });
 
-    QScroller::grabGesture(viewport(), QScroller::LeftMouseButtonGesture);
-    QScrollerProperties feel = QScroller::scroller(viewport())->scrollerProperties();
-    for (const auto metric :
-         {QScrollerProperties::HorizontalOvershootPolicy, QScrollerProperties::VerticalOvershootPolicy})
-        feel.setScrollMetric(metric, QScrollerProperties::OvershootAlwaysOff);
-    QScroller::scroller(viewport())->setScrollerProperties(feel);
+    dragToScroll(*this);
 }
 
 void ListingGrid::setTextSizes(int headingPixels, int valuePixels, int rowPixels)

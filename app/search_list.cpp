@@ -1,25 +1,94 @@
 #include "app/search_list.h"
 #include "app/colour.h"
+#include "app/drag_scroll.h"
 #include "app/painting.h"
 #include "app/search_list_access.h"
 #include "base/error.h"
+#include <QAbstractListModel>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QScrollBar>
+#include <QScroller>
+#include <QStyledItemDelegate>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace app {
 
+/// The rows as the view knows them: how many there are, and the text of one when it is asked for.
+class TextRows : public QAbstractListModel {
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    void setSource(std::function<int()> count, std::function<QString(int)> text)
+    {
+        countRows_ = std::move(count);
+        rowText_ = std::move(text);
+    }
+    void refill()
+    {
+        beginResetModel();
+        count_ = countRows_ ? countRows_() : 0;
+        endResetModel();
+    }
+    QString text(int row) const { return rowText_ ? rowText_(row) : QString(); } ///< throws for a row that is gone
+
+    int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : count_; }
+    QVariant data(const QModelIndex& index, int role) const override
+    {
+        if (role != Qt::DisplayRole || !index.isValid()) return {};
+        try {
+            return text(index.row());
+        } catch (const base::RuntimeError&) {
+            // Asked while painting or by a reader for the blind: there is no action that could report it.
+            return {};
+        }
+    }
+
+private:
+    std::function<int()> countRows_;
+    std::function<QString(int)> rowText_;
+    int count_ = 0;
+};
+
 namespace {
 
 constexpr int borderWidth = 3;   // heavy: the list lies over other fields
 constexpr int dragDistance = 10; // pixels; a finger trembles less than that in a tap
+const QColor lineBetween(0xCF, 0xD8, 0xDC);
+
+/// A row: one line of text above a thin line, on the ground of what it is: pressed, chosen or neither.
+class RowPainter : public QStyledItemDelegate {
+public:
+    explicit RowPainter(SearchList* list) : QStyledItemDelegate(list), list_(list) {}
+
+    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override { return {0, list_->rowHeight()}; }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const QRect line(0, option.rect.top(), list_->viewport()->width(), option.rect.height());
+        const bool pressed = list_->isPressed(index.row());
+        const bool chosen = list_->isChosen(index.row()) && !pressed;
+        if (pressed)
+            painter->fillRect(line, painted(colour::yellow, list_->palette()));
+        else if (chosen)
+            painter->fillRect(line, painting::chosen);
+        painter->setFont(option.font);
+        painter->setPen(chosen ? QColor(Qt::white) : painting::ink);
+        painter->drawText(
+            line.adjusted(14, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
+            painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight, line.width() - 22));
+        painter->setPen(lineBetween);
+        painter->drawLine(line.bottomLeft(), line.bottomRight());
+    }
+
+private:
+    SearchList* list_;
+};
 
 } // namespace
 
-SearchList::SearchList(QWidget* parent) : Control(parent)
+SearchList::SearchList(QWidget* parent) : Control(parent), rows_(new TextRows(this))
 {
     describeSearchLists();
     setFocusPolicy(Qt::NoFocus);
@@ -30,52 +99,51 @@ SearchList::SearchList(QWidget* parent) : Control(parent)
     setPalette(border);
     painting::widenScrollBars(*this);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setSelectionMode(QAbstractItemView::NoSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setUniformItemSizes(true);
     setAttribute(Qt::WA_NoMousePropagation);
     setAccessibleName(u"Müşteri listesi"_s);
-    verticalScrollBar()->setSingleStep(rowHeight_);
-    glide_.setEasingCurve(QEasingCurve::OutCubic);
-    connect(&glide_, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant& value) { verticalScrollBar()->setValue(value.toInt()); });
-    connect(verticalScrollBar(), &QScrollBar::valueChanged, viewport(), qOverload<>(&QWidget::update));
+    setItemDelegate(new RowPainter(this));
+    setModel(rows_);
+    dragToScroll(*this);
+    QScroller* scroller = QScroller::scroller(viewport());
+    QScrollerProperties feel = scroller->scrollerProperties();
+    feel.setScrollMetric(QScrollerProperties::DragStartDistance, dragDistance / scroller->pixelPerMeter().y());
+    feel.setScrollMetric(QScrollerProperties::MousePressEventDelay, 0); // a touched row shows it at once
+    feel.setScrollMetric(QScrollerProperties::MaximumClickThroughVelocity, 0);
+    scroller->setScrollerProperties(feel);
+    connect(scroller, &QScroller::stateChanged, this, [this](QScroller::State state) {
+        if (state != QScroller::Pressed) press(-1);
+    });
+    connect(this, &QListView::clicked, this, [this](const QModelIndex& index) { pick(index.row()); });
 }
 
 void SearchList::setRows(std::function<int()> count, std::function<QString(int)> text)
 {
-    countRows_ = std::move(count);
-    rowText_ = std::move(text);
+    rows_->setSource(std::move(count), std::move(text));
     refill();
 }
 
 void SearchList::refill()
 {
-    glide_.stop();
-    dragging_ = false;
-    downRow_ = -1;
+    QScroller::scroller(viewport())->stop();
+    pressed_ = -1;
     chosen_ = -1;
-    count_ = countRows_ ? countRows_() : 0;
+    rows_->refill();
     verticalScrollBar()->setValue(0);
     fitHeight();
-    updateRange();
-    viewport()->update();
 }
 
-QString SearchList::rowText(int row) const
-{
-    if (!rowText_) return {};
-    try {
-        return rowText_(row);
-    } catch (const base::RuntimeError&) {
-        // Asked while painting or by a reader for the blind: there is no action that could report it.
-        return {};
-    }
-}
+int SearchList::rowCount() const { return rows_->rowCount(); }
+QString SearchList::rowText(int row) const { return rows_->index(row).data().toString(); }
 
 void SearchList::setRowHeight(int pixels)
 {
     rowHeight_ = std::max(pixels, 1);
-    verticalScrollBar()->setSingleStep(rowHeight_);
+    scheduleDelayedItemsLayout();
     fitHeight();
-    updateRange();
 }
 
 void SearchList::setRoom(int width, int bottom)
@@ -89,21 +157,8 @@ void SearchList::fitHeight()
 {
     if (bottom_ < 0) return;
     const int room = std::max(bottom_ - y(), rowHeight_ + 2 * borderWidth);
-    const qint64 needed = static_cast<qint64>(std::max(count_, 1)) * rowHeight_ + 2 * borderWidth;
+    const qint64 needed = static_cast<qint64>(std::max(rowCount(), 1)) * rowHeight_ + 2 * borderWidth;
     resize(width(), static_cast<int>(std::min<qint64>(room, needed)));
-}
-
-void SearchList::updateRange()
-{
-    const qint64 over = static_cast<qint64>(count_) * rowHeight_ - viewport()->height();
-    verticalScrollBar()->setPageStep(viewport()->height());
-    verticalScrollBar()->setRange(0, static_cast<int>(std::clamp<qint64>(over, 0, std::numeric_limits<int>::max())));
-}
-
-int SearchList::rowAt(int y) const
-{
-    const int row = (y + verticalScrollBar()->value()) / rowHeight_;
-    return y >= 0 && row < count_ ? row : -1;
 }
 
 void SearchList::choose(int row)
@@ -116,134 +171,65 @@ void SearchList::choose(int row)
 
 void SearchList::showChosen()
 {
-    if (chosen_ >= 0) verticalScrollBar()->setValue(chosen_ * rowHeight_ - (viewport()->height() - rowHeight_) / 2);
+    if (chosen_ >= 0) scrollTo(rows_->index(chosen_), PositionAtCenter);
 }
 
 void SearchList::pick(int row)
 {
-    if (row < 0 || row >= count_ || !rowText_) return;
+    if (row < 0 || row >= rowCount()) return;
     if (chosen_ >= 0) chosen_ = row;
+    viewport()->update();
     beginAction(this, [this, row] {
-        text_ = rowText_(row);
+        text_ = rows_->text(row);
         if (const auto click = click_) click();
     });
+}
+
+void SearchList::press(int row)
+{
+    if (pressed_ == row) return;
+    pressed_ = row;
+    viewport()->update();
 }
 
 bool SearchList::event(QEvent* event)
 {
     if (isInput(event) && inputBlocked(this)) return true;
-    return QAbstractScrollArea::event(event);
+    return Control::event(event);
 }
 
 bool SearchList::viewportEvent(QEvent* event)
 {
-    switch (event->type()) {
-    case QEvent::MouseButtonPress:
-    case QEvent::MouseButtonDblClick:
-        mousePressed(*static_cast<QMouseEvent*>(event));
-        return true;
-    case QEvent::MouseMove:
-        mouseDragged(*static_cast<QMouseEvent*>(event));
-        return true;
-    case QEvent::MouseButtonRelease:
-        mouseReleased(*static_cast<QMouseEvent*>(event));
-        return true;
-    default:
-        return QAbstractScrollArea::viewportEvent(event);
-    }
+    if (isInput(event) && inputBlocked(this)) return true;
+    return Control::viewportEvent(event);
 }
 
-void SearchList::mousePressed(const QMouseEvent& mouse)
+void SearchList::mousePressEvent(QMouseEvent* event)
 {
-    const QPoint at = mouse.position().toPoint();
-    // A touch on a gliding list only stops it, as on every telephone.
-    const bool stopping = glide_.state() == QAbstractAnimation::Running;
-    glide_.stop();
-    downAt_ = at;
-    downScroll_ = verticalScrollBar()->value();
-    downRow_ = stopping ? -1 : rowAt(at.y());
-    dragging_ = false;
-    speed_ = 0;
-    lastY_ = at.y();
-    lastMove_ = mouse.timestamp();
-    viewport()->update();
+    press(indexAt(event->position().toPoint()).row());
+    Control::mousePressEvent(event);
 }
 
-void SearchList::mouseDragged(const QMouseEvent& mouse)
-{
-    const QPoint at = mouse.position().toPoint();
-    if (!dragging_ && std::abs(at.y() - downAt_.y()) > dragDistance) {
-        dragging_ = true;
-        downRow_ = -1;
-        viewport()->update();
-    }
-    if (!dragging_) return;
-    const quint64 now = mouse.timestamp();
-    if (now > lastMove_) {
-        speed_ = 0.6 * speed_ + 0.4 * (at.y() - lastY_) / static_cast<double>(now - lastMove_);
-        lastMove_ = now;
-        lastY_ = at.y();
-    }
-    verticalScrollBar()->setValue(downScroll_ - (at.y() - downAt_.y()));
-}
+void SearchList::mouseDoubleClickEvent(QMouseEvent* event) { mousePressEvent(event); }
 
-void SearchList::mouseReleased(const QMouseEvent& mouse)
+void SearchList::mouseReleaseEvent(QMouseEvent* event)
 {
-    const QPoint at = mouse.position().toPoint();
-    const int row = downRow_;
-    downRow_ = -1;
-    viewport()->update();
-    if (dragging_) {
-        dragging_ = false;
-        const bool flung = mouse.timestamp() - lastMove_ < 80 && std::abs(speed_) > 0.3;
-        if (flung) {
-            glide_.setStartValue(verticalScrollBar()->value());
-            glide_.setEndValue(std::clamp(verticalScrollBar()->value() - static_cast<int>(speed_ * 400),
-                                          verticalScrollBar()->minimum(), verticalScrollBar()->maximum()));
-            glide_.setDuration(700);
-            glide_.start();
-        }
-        return;
-    }
-    if (row >= 0 && row == rowAt(at.y())) pick(row);
+    press(-1);
+    Control::mouseReleaseEvent(event);
 }
 
 void SearchList::keyPressEvent(QKeyEvent* event) { event->ignore(); }
 
 void SearchList::resizeEvent(QResizeEvent* event)
 {
-    QAbstractScrollArea::resizeEvent(event);
-    updateRange();
+    Control::resizeEvent(event);
     showChosen();
 }
 
 void SearchList::moveEvent(QMoveEvent* event)
 {
-    QAbstractScrollArea::moveEvent(event);
+    Control::moveEvent(event);
     fitHeight();
-}
-
-void SearchList::paintEvent(QPaintEvent*)
-{
-    QPainter painter(viewport());
-    painter.fillRect(viewport()->rect(), Qt::white);
-    if (!rowText_) return;
-    const int scroll = verticalScrollBar()->value();
-    const int first = scroll / rowHeight_;
-    for (int row = first; row < count_; ++row) {
-        const QRect line(0, row * rowHeight_ - scroll, viewport()->width(), rowHeight_);
-        if (line.top() > viewport()->height()) break;
-        const bool chosen = row == chosen_;
-        if (row == downRow_)
-            painter.fillRect(line, painted(colour::yellow, palette()));
-        else if (chosen)
-            painter.fillRect(line, painting::chosen);
-        painter.setPen(chosen && row != downRow_ ? QColor(Qt::white) : painting::ink);
-        painter.drawText(line.adjusted(14, 0, -8, 0), Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
-                         painter.fontMetrics().elidedText(rowText(row), Qt::ElideRight, line.width() - 22));
-        painter.setPen(QColor(0xCF, 0xD8, 0xDC));
-        painter.drawLine(line.bottomLeft(), line.bottomRight());
-    }
 }
 
 } // namespace app

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "app/control.h"
-#include <QAbstractScrollArea>
-#include <QVariantAnimation>
+#include <QListView>
+#include <functional>
 
 namespace app {
+
+class TextRows;
 
 /// The list of matching customers. It asks for the texts of the rows that it paints and for nothing else, so a
 /// register of any size costs the same. Dragging scrolls, a tap picks.
@@ -12,7 +14,7 @@ namespace app {
 /// The rows are seen through two callbacks; they must answer until others are set. After the rows behind them have
 /// changed, call refill(). A row that was deleted meanwhile makes `text` throw base::RuntimeError: it is shown empty,
 /// and picking it ends in that error.
-class SearchList : public Control<QAbstractScrollArea> {
+class SearchList : public Control<QListView> {
     Q_OBJECT
 
 public:
@@ -31,46 +33,38 @@ public:
     /// Marks a row as the chosen one and scrolls to it; runs no click. -1 for none.
     void choose(int row);
 
-    int rowCount() const { return count_; }
+    int rowCount() const;
     QString rowText(int row) const; ///< as it is shown
     void setRowHeight(int pixels);
     int rowHeight() const { return rowHeight_; }
     /// The list reaches at most from its top to that line of its container, and is never taller than its rows need.
     void setRoom(int width, int bottom);
 
+    bool isPressed(int row) const { return row == pressed_; } ///< a finger rests on that row
+    bool isChosen(int row) const { return row == chosen_; }
+
 protected:
     bool event(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void mousePressed(const QMouseEvent& mouse);
-    void mouseDragged(const QMouseEvent& mouse);
-    void mouseReleased(const QMouseEvent& mouse);
     void showChosen();
     void fitHeight();
-    void updateRange();
-    int rowAt(int y) const;
+    void press(int row);
 
-    std::function<int()> countRows_;
-    std::function<QString(int)> rowText_;
+    TextRows* rows_;
     std::function<void()> click_;
     QString text_;
-    int count_ = 0;
     int chosen_ = -1;
+    int pressed_ = -1;
     int rowHeight_ = 48;
     int bottom_ = -1;
-    int downRow_ = -1;
-    QPoint downAt_;
-    int downScroll_ = 0;
-    bool dragging_ = false;
-    quint64 lastMove_ = 0; // the events' own time, in milliseconds
-    int lastY_ = 0;
-    double speed_ = 0; // pixels per millisecond, of the finger
-    QVariantAnimation glide_;
 };
 
 } // namespace app
