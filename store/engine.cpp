@@ -2,13 +2,17 @@
 
 #include "base/error.h"
 
+using namespace Qt::StringLiterals;
+
 namespace store {
 namespace {
 
-const QString provider = QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;");
-const QString dataSource = QStringLiteral("Data Source=");
+const QString provider = u"Provider=Microsoft.Jet.OLEDB.4.0;"_s;
+const QString dataSource = u"Data Source="_s;
 
 } // namespace
+
+bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
 std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }
 

@@ -80,6 +80,10 @@ public:
     /// outermost one decides.
     virtual std::unique_ptr<ChangeScope> change() = 0;
 
+    /// Does a part, some milliseconds, of what the first search by first letters of that field would wait for; true
+    /// when nothing is left of it. Searches answer meanwhile.
+    virtual bool prepareSearch(const QString& table, const QString& field);
+
     /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first
     /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
     virtual std::optional<QString> whyReadOnly(const QString& table);

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace store {
 namespace {
 
@@ -204,8 +206,7 @@ public:
         return passing([&] {
             const QString text = source.trimmed();
             const bool query = text.startsWith(QLatin1String("select "), Qt::CaseInsensitive);
-            const jet::Selection found =
-                jet::select(*database_, u16(query ? text : QStringLiteral("Select * From [%1]").arg(text)));
+            const jet::Selection found = jet::select(*database_, u16(query ? text : u"Select * From [%1]"_s.arg(text)));
             if (!found.table) throw jet::Error(jet::Fault::unsupported, "Toplam sorgusu bir listeye bağlanamaz.");
             Listing listing;
             listing.table = qt(found.table->name());
@@ -279,6 +280,11 @@ public:
     std::unique_ptr<ChangeScope> change() override
     {
         return passing([&] { return std::make_unique<JetScope>(database_->pager()); });
+    }
+
+    bool prepareSearch(const QString& table, const QString& field) override
+    {
+        return passing([&] { return jet::prepareOrder(*database_, u16(table), u16(field)); });
     }
 
     std::optional<QString> whyReadOnly(const QString& table) override

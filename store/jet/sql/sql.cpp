@@ -16,6 +16,9 @@ namespace {
 using sql::Condition;
 using sql::Statement;
 
+/// A table of more rows is no register of names; its texts would take too much room.
+constexpr std::uint32_t mostRemembered = 400'000;
+
 std::optional<Condition> conditionOf(const Table& table, const Statement& statement)
 {
     if (!statement.where) return std::nullopt;
@@ -57,13 +60,11 @@ Selection aggregates(Table& table, const Statement& statement)
 std::optional<std::size_t> rememberedOrder(const Table& table, const Statement& statement,
                                            const std::optional<Condition>& condition)
 {
-    // A table of more rows is no register of names; its texts would take too much room.
-    constexpr std::uint32_t mostRows = 400'000;
     if (statement.order.size() != 1 || statement.order.front().descending) return std::nullopt;
     const std::size_t column = fieldOf(table, statement.order.front().field);
     if (table.columns()[column].type != ColumnType::text) return std::nullopt;
     if (condition && condition->requiredPattern(column) == nullptr) return std::nullopt;
-    if (table.hasUncommittedChanges() || table.rowCount() > mostRows) return std::nullopt;
+    if (table.hasUncommittedChanges() || table.rowCount() > mostRemembered) return std::nullopt;
     return column;
 }
 
@@ -109,6 +110,15 @@ Selection select(Database& database, std::u16string_view sql)
     for (const std::size_t field : selection.fields) selection.columns.push_back(table.columns()[field].name);
     selection.rows = rowsInOrder(table, statement);
     return selection;
+}
+
+bool prepareOrder(Database& database, std::u16string_view tableName, std::u16string_view field)
+{
+    constexpr std::size_t rowsOfAPart = 4000;
+    const Table& table = database.table(tableName);
+    const std::size_t column = fieldOf(table, std::u16string(field));
+    if (table.columns()[column].type != ColumnType::text || table.rowCount() > mostRemembered) return true;
+    return TableMemory::of(table).order(column).prepare(table, rowsOfAPart);
 }
 
 std::size_t execute(Database& database, std::u16string_view sql)

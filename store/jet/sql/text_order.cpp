@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace jet {
 namespace {
@@ -40,6 +41,7 @@ std::vector<RowId> TextOrder::rows(const Table& table)
 
 std::vector<RowId> TextOrder::rows(const Table& table, const LikePattern& pattern)
 {
+    if (preparing_) return search(table, pattern);
     follow(table);
     const std::vector<std::uint8_t> beginning = orderKeyPrefix(pattern.prefix());
     const auto placeOf = [&](const Entry& entry) {
@@ -71,36 +73,118 @@ void TextOrder::follow(const Table& table)
         const std::optional<RowView> view = table.row(id);
         if (!view) continue;
         const Entry added = entry(id, *view);
-        const auto less = [this](const Entry& left, const Entry& right) { return before(left, right); };
-        entries_.insert(std::ranges::upper_bound(entries_, added, less), added);
+        entries_.insert(std::ranges::upper_bound(entries_, added, inOrder()), added);
     }
     seen_ = table.changes().now();
+}
+
+/// What rows() gives, by reading the whole table: only the texts that match get a key and are put in order.
+std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern) const
+{
+    TextOrder found(column_);
+    table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
+        if (found.foldedText(view) && pattern.matchesFolded(found.buffer_))
+            found.entries_.push_back(found.entryOfText(id));
+        return true;
+    });
+    std::ranges::sort(found.entries_, found.inOrder());
+    std::vector<RowId> result;
+    result.reserve(found.entries_.size());
+    for (const Entry& each : found.entries_) result.push_back(each.row);
+    return result;
+}
+
+bool TextOrder::prepare(const Table& table, std::size_t rows)
+{
+    if (built_) return true;
+    if (table.hasUncommittedChanges()) return false;
+    const bool begun = std::exchange(preparing_, false); // stays so when a damaged row stops the reading
+    if (!begun) {
+        clear();
+        seen_ = table.changes().now(); // what is written from now on is followed when all is read
+        table.passRows(table.dataPages(), [this](RowId id, const RowView&) {
+            all_.push_back(id);
+            return true;
+        });
+        preparing_ = true;
+        return false;
+    }
+
+    runs_.push_back(entries_.size());
+    for (const std::size_t end = std::min(read_ + rows, all_.size()); read_ < end; ++read_)
+        if (const std::optional<RowView> view = table.row(all_[read_])) entries_.push_back(entry(all_[read_], *view));
+    std::sort(entries_.begin() + static_cast<std::ptrdiff_t>(runs_.back()), entries_.end(), inOrder());
+    preparing_ = read_ < all_.size();
+    mergeRuns(preparing_);
+    if (preparing_) return false;
+    all_ = {};
+    runs_ = {};
+    built_ = true;
+    return true;
+}
+
+/// Merges the last runs of the entries into one; while others are still to come only those that are about as long, so
+/// that no entry is moved more often than the number of runs doubles.
+void TextOrder::mergeRuns(bool moreToCome)
+{
+    const auto at = [this](std::size_t place) { return entries_.begin() + static_cast<std::ptrdiff_t>(place); };
+    while (runs_.size() > 1) {
+        const std::size_t last = runs_.back();
+        const std::size_t first = runs_[runs_.size() - 2];
+        if (moreToCome && last - first > entries_.size() - last) return;
+        std::inplace_merge(at(first), at(last), entries_.end(), inOrder());
+        runs_.pop_back();
+    }
+}
+
+void TextOrder::clear()
+{
+    entries_.clear();
+    keys_.clear();
+    texts_.clear();
+    wasted_ = 0;
+    all_.clear();
+    read_ = 0;
+    runs_.clear();
 }
 
 void TextOrder::build(const Table& table)
 {
     built_ = false; // stays so when a damaged row stops the reading
-    entries_.clear();
-    keys_.clear();
-    texts_.clear();
-    wasted_ = 0;
+    preparing_ = false;
+    clear();
     table.passRows(table.dataPages(), [this](RowId id, const RowView& view) {
         entries_.push_back(entry(id, view));
         return true;
     });
-    std::ranges::sort(entries_, [this](const Entry& left, const Entry& right) { return before(left, right); });
+    std::ranges::sort(entries_, inOrder());
     seen_ = table.changes().now();
     built_ = true;
 }
 
+/// Puts the text of a row into buffer_, folded; false for Null.
+bool TextOrder::foldedText(const RowView& view)
+{
+    if (!view.text(column_, buffer_)) return false;
+    for (char16_t& unit : buffer_) unit = foldTurkish(unit);
+    return true;
+}
+
 TextOrder::Entry TextOrder::entry(RowId row, const RowView& view)
+{
+    if (foldedText(view)) return entryOfText(row);
+    Entry result;
+    result.row = row;
+    result.keyAt = static_cast<std::uint32_t>(keys_.size());
+    return result;
+}
+
+/// Of the text in buffer_.
+TextOrder::Entry TextOrder::entryOfText(RowId row)
 {
     Entry result;
     result.row = row;
     result.keyAt = static_cast<std::uint32_t>(keys_.size());
-    if (!view.text(column_, buffer_)) return result;
-
-    for (char16_t& unit : buffer_) unit = foldTurkish(unit);
     appendFoldedOrderKey(keys_, buffer_);
     result.keyLength = static_cast<std::uint32_t>(keys_.size()) - result.keyAt;
     result.head = headOf(std::span(keys_).subspan(result.keyAt));

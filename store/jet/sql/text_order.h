@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,10 +17,17 @@ namespace jet {
 /// no longer than its result is. Built when first asked, afterwards it follows the table's change log; a saved row
 /// costs a few moves, not a new reading. Null stands first, equal texts stand in row order.
 ///
+/// Building takes as long as many searches together. Whoever cannot wait for it has it built in parts with prepare();
+/// as long as that goes on, a search puts only the texts that it finds in order.
+///
 /// About 100 bytes for each row. Not to be asked while Table::hasUncommittedChanges(): they may be taken back.
 class TextOrder {
 public:
     explicit TextOrder(std::size_t column) : column_(column) {}
+
+    /// Does a part of the building, of at most that many rows; true when nothing is left of it. Does nothing while
+    /// there are uncommitted changes.
+    bool prepare(const Table& table, std::size_t rows);
 
     std::vector<RowId> rows(const Table& table);
     /// The rows whose text matches, in order.
@@ -40,8 +48,14 @@ private:
 
     void follow(const Table& table);
     void build(const Table& table);
+    void clear();
+    void mergeRuns(bool moreToCome);
+    std::vector<RowId> search(const Table& table, const LikePattern& pattern) const;
+    bool foldedText(const RowView& view);
     Entry entry(RowId row, const RowView& view);
+    Entry entryOfText(RowId row);
     bool before(const Entry& left, const Entry& right) const;
+    auto inOrder() const { return std::bind_front(&TextOrder::before, this); }
     std::u16string_view folded(const Entry& entry) const;
 
     std::size_t column_;
@@ -51,7 +65,13 @@ private:
     std::vector<std::uint8_t> keys_;
     std::u16string texts_;
     std::size_t wasted_ = 0; ///< entries whose bytes still lie in the stores
-    std::u16string buffer_;
+    std::u16string buffer_;  ///< the text that was folded last
+
+    // While it is being prepared: the rows, how many of them are entries, and where each sorted run of these begins.
+    bool preparing_ = false;
+    std::vector<RowId> all_;
+    std::size_t read_ = 0;
+    std::vector<std::size_t> runs_;
 };
 
 } // namespace jet
