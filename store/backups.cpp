@@ -9,6 +9,8 @@
 #include <QThread>
 #include <exception>
 
+using namespace Qt::StringLiterals;
+
 namespace store {
 namespace {
 
@@ -109,9 +111,9 @@ void Backups::failed(const QString& reason)
     if (failureTold_) return;
     failureTold_ = true;
     const QString sentence =
-        QStringLiteral("Yedek alınamadı: %1\n\nKlasör: %2\nProgram çalışmaya devam eder, ancak sorun giderilene kadar "
-                       "yeni yedek olmayacak. Diskte yer olduğunu ve klasöre yazılabildiğini denetleyin.")
-            .arg(reason, shown(folder_));
+        u"Yedek alınamadı: %1\n\nKlasör: %2\nProgram çalışmaya devam eder, ancak sorun giderilene kadar "
+        "yeni yedek olmayacak. Diskte yer olduğunu ve klasöre yazılabildiğini denetleyin."_s.arg(reason,
+                                                                                                 shown(folder_));
     // Queued: the operator's action comes to its end first.
     QMetaObject::invokeMethod(
         &receiver_,
