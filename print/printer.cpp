@@ -27,22 +27,27 @@ std::size_t indexOf(const QFont& font, std::vector<QFont>& fonts)
 
 Printer::Printer(PrintTarget& target, Clock clock) : target_(target), clock_(std::move(clock)), fontName_(u"Arial"_s) {}
 
-const Paper& Printer::paper()
+void Printer::beginJob()
 {
     if (!paper_) paper_ = target_.paper();
+}
+
+const Paper& Printer::paper()
+{
+    beginJob();
     return *paper_;
 }
 
 void Printer::setFontName(const QString& name)
 {
-    paper();
+    beginJob();
     fontName_ = name;
     changeFont();
 }
 
 void Printer::setFontSize(float points)
 {
-    paper();
+    beginJob();
     if (!(points > 0) || points > largestSize) throw base::runtimeError(base::errors::invalidProperty);
     fontSize_ = points;
     changeFont();
@@ -50,34 +55,34 @@ void Printer::setFontSize(float points)
 
 void Printer::setFontBold(bool on)
 {
-    paper();
+    beginJob();
     bold_ = on;
     changeFont();
 }
 
 void Printer::setFontItalic(bool on)
 {
-    paper();
+    beginJob();
     italic_ = on;
     changeFont();
 }
 
 void Printer::setFontUnderline(bool on)
 {
-    paper();
+    beginJob();
     underline_ = on;
     changeFont();
 }
 
 void Printer::setFontStretch(int percent)
 {
-    paper();
+    beginJob();
     if (percent < 1 || percent > fullWidth) throw base::runtimeError(base::errors::invalidProperty);
     stretch_ = percent;
     changeFont();
 }
 
-void Printer::setFontCharset(int /*charset*/) { paper(); }
+void Printer::setFontCharset(int /*charset*/) { beginJob(); }
 
 void Printer::changeFont()
 {
@@ -109,26 +114,26 @@ int Printer::pageHeight() { return paper().printableHeight(); }
 
 double Printer::textWidth(const QString& text)
 {
-    paper();
+    beginJob();
     if (!measured_ || measured_->text != text) measured_ = Measured{text, metrics().horizontalAdvance(text)};
     return measured_->width;
 }
 
 double Printer::textHeight()
 {
-    paper();
+    beginJob();
     return metrics().lineSpacing();
 }
 
 void Printer::setCurrentX(double x)
 {
-    paper();
+    beginJob();
     x_ = x;
 }
 
 void Printer::setCurrentY(double y)
 {
-    paper();
+    beginJob();
     y_ = y;
 }
 
@@ -146,7 +151,7 @@ void Printer::place(const QString& text)
 
 void Printer::print(const QString& text)
 {
-    paper();
+    beginJob();
     started_ = true;
     place(text);
     printLine();
@@ -154,7 +159,7 @@ void Printer::print(const QString& text)
 
 void Printer::printStay(const QString& text)
 {
-    paper();
+    beginJob();
     started_ = true;
     place(text);
     x_ += textWidth(text);
@@ -162,7 +167,7 @@ void Printer::printStay(const QString& text)
 
 void Printer::printLine()
 {
-    paper();
+    beginJob();
     started_ = true;
     x_ = 0;
     y_ += textHeight();
@@ -171,7 +176,7 @@ void Printer::printLine()
 
 void Printer::line(double x1, double y1, double x2, double y2)
 {
-    paper();
+    beginJob();
     started_ = true;
     layout_.pages.back().lines.push_back({x1, y1, x2, y2});
     layout_.height = std::max({layout_.height, y1, y2});
@@ -179,7 +184,7 @@ void Printer::line(double x1, double y1, double x2, double y2)
 
 void Printer::newPage()
 {
-    paper();
+    beginJob();
     started_ = true;
     layout_.pages.emplace_back();
     x_ = 0;

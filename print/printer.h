@@ -82,6 +82,8 @@ public:
     const Layout& layout() const { return layout_; }
 
 private:
+    /// Asks the target for its paper unless it has been asked for this job; error 482 without one.
+    void beginJob();
     const Paper& paper();
     void changeFont();
     const QFontMetricsF& metrics();
