@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 // Where the controls stand. Everything is laid out for 1024 x 768 and grows with the window; nothing that a finger has
 // to hit gets smaller than 48 pixels there. The numbers in this file are pixels of that size.
 
@@ -45,16 +47,14 @@ void Form1::arrange()
     const int exitWidth = px(64);
     setText(menuStrip, px(17), false);
     setText(Dosya, px(19), false);
-    menuStrip->setStyleSheet(QStringLiteral("QMenuBar{background:#FFFFFF;border-bottom:1px solid #B0BABF;spacing:0;}"
-                                            "QMenuBar::item{padding:%1px %2px;color:#10181C;background:transparent;}"
-                                            "QMenuBar::item:selected{background:#D5E3EA;}"
-                                            "QMenuBar::item:disabled{color:#5A6469;}")
-                                 .arg((menuHeight - px(17) * 13 / 10) / 2)
+    menuStrip->setStyleSheet(u"QMenuBar{background:#FFFFFF;border-bottom:1px solid #B0BABF;spacing:0;}"
+                             "QMenuBar::item{padding:%1px %2px;color:#10181C;background:transparent;}"
+                             "QMenuBar::item:selected{background:#D5E3EA;}"
+                             "QMenuBar::item:disabled{color:#5A6469;}"_s.arg((menuHeight - px(17) * 13 / 10) / 2)
                                  .arg(px(13)));
-    Dosya->setStyleSheet(QStringLiteral("QMenu{background:#FFFFFF;border:1px solid #78909C;}"
-                                        "QMenu::item{padding:%1px %2px;color:#10181C;}"
-                                        "QMenu::item:selected{background:#D5E3EA;}")
-                             .arg(px(14))
+    Dosya->setStyleSheet(u"QMenu{background:#FFFFFF;border:1px solid #78909C;}"
+                         "QMenu::item{padding:%1px %2px;color:#10181C;}"
+                         "QMenu::item:selected{background:#D5E3EA;}"_s.arg(px(14))
                              .arg(px(24)));
     menuStrip->setGeometry(0, 0, width() - exitWidth, menuHeight);
     Frame2->setGeometry(width() - exitWidth, 0, exitWidth, menuHeight);
