@@ -201,6 +201,7 @@ void Form1::reportOwnBug(const std::exception& error, const QString& place)
 
 void Form1::run(const std::function<void()>& action, const QString& place)
 {
+    preparation_.touched();
     ++actions_;
     if (const auto error = errorOf(action, place)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();

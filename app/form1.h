@@ -11,6 +11,7 @@
 #include "app/keyboard_state.h"
 #include "app/listing_grid.h"
 #include "app/menu_item.h"
+#include "app/preparation.h"
 #include "app/prompt.h"
 #include "app/screen_layout.h"
 #include "app/search_list.h"
@@ -36,6 +37,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+
+namespace scale {
+struct PropertiesDoors;
+}
 
 namespace app {
 
@@ -251,6 +256,7 @@ private:
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
+    scale::PropertiesDoors propertiesDoors();
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
@@ -258,10 +264,14 @@ private:
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;
-    /// What the first letter, slip and report of the day would wait for is done while nobody waits: the order of the
-    /// names, the check of the tables. A database that takes no pressings is told now, not with a customer at the
-    /// counter.
+    /// Returns when the window is on the display: what takes long at a start is done behind it.
+    void waitUntilSeen();
+    /// What the first letter, slip and dialog of the day would wait for is done while nobody waits: the order of the
+    /// names, the check of the tables, what is drawn with fonts that were not needed so far. A database that takes no
+    /// pressings is told now, not with a customer at the counter.
     void getReady();
+    void composeSampleSlip();
+    void drawSampleDialogs();
     /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.
     void copyBeforeDeletion();
     /// A date of the panel became another one: the days in order, and the report.
@@ -288,8 +298,9 @@ private:
     counter::SlipRoad slipRoad_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     int actions_ = 0;                        ///< under way, one inside the other
-    QStringList notes_;                      ///< to be shown when they have ended
-    QStringList ownBugs_;                    ///< reported since the start
+    Preparation preparation_{[this] { return actions_ == 0; }};
+    QStringList notes_;   ///< to be shown when they have ended
+    QStringList ownBugs_; ///< reported since the start
     int scaleEvents_ = 0;
     QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
     int shownPort_ = 0;  ///< in the status line; 0 closed

@@ -96,16 +96,21 @@ void Form1::PortAc()
     showPortState();
 }
 
+scale::PropertiesDoors Form1::propertiesDoors()
+{
+    scale::PropertiesDoors doors;
+    doors.ports = scale::systemPorts(surroundings_.directory);
+    doors.save = [this](const QString& key, const QString& text) {
+        surroundings_.settings.save(programTitle, propertiesSection, key, text);
+    };
+    doors.warn = [this](const QString& text) { surroundings_.prompt.exclamation(text); };
+    return doors;
+}
+
 void Form1::PortAyarlar_Click()
 {
     const QString caption = scale::runPortSettings(*TeraziComm, [this] {
-        scale::PropertiesDoors doors;
-        doors.ports = scale::systemPorts(surroundings_.directory);
-        doors.save = [this](const QString& key, const QString& text) {
-            surroundings_.settings.save(programTitle, propertiesSection, key, text);
-        };
-        doors.warn = [this](const QString& text) { surroundings_.prompt.exclamation(text); };
-        scale::frmProperties dialog(*TeraziComm, doors, this);
+        scale::frmProperties dialog(*TeraziComm, propertiesDoors(), this);
         dialog.Form_Load();
         dialog.exec();
         activated();

@@ -15,6 +15,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QTimer>
+#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -46,28 +47,23 @@ void Form1::start()
     ActiveResize1.restore(layoutName, true, *this);
     show();
     setFocus(); // on no button: a stray key press must not push the first one
+    activated();
+    waitUntilSeen();
     // A database that would not open has been reported once by now.
     if (DataCari.hasRecordSet()) run([this] { DataHar.refresh(); }, u"DataHar"_s);
-    activated();
     // Asking the scheduler may take a moment; the operator can type meanwhile.
     QTimer::singleShot(0, this, [this] { showFacts(); });
-    // Later than the window's first picture.
-    constexpr int untilSeen = 200; // milliseconds
-    QTimer::singleShot(untilSeen, this, [this] { getReady(); });
+    getReady();
 }
 
-void Form1::getReady()
+void Form1::waitUntilSeen()
 {
-    if (!DataCari.hasRecordSet()) return; // reported already
-    base::passOver([&] { DataCari.database().open(mill::customerSearch(u"a"_s)); });
-    QStringList reasons;
-    for (const QString& table : {mill::customerTable, mill::journalTable}) {
-        // A table that is not there is reported by what opens it.
-        base::passOver([&] {
-            if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) reasons << *why;
-        });
-    }
-    if (!reasons.isEmpty()) note(reasons.join(u"\n\n"_s));
+    constexpr int longest = 250; // milliseconds; a window that starts minimised is never seen
+    QTimer patience;
+    patience.setSingleShot(true);
+    patience.start(longest);
+    while (!windowHandle()->isExposed() && patience.isActive())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
 }
 
 void Form1::showFacts()

@@ -74,4 +74,12 @@ std::optional<FontChoice> MessageBoxes::chooseFont(const FontChoice& preset)
     return dialog.choice();
 }
 
+void MessageBoxes::getReady()
+{
+    // Drawn once and thrown away: fonts, icons and style are at hand from then on.
+    messageBox(owner_, QMessageBox::Critical, programTitle, programTitle, ok, ok)->grab();
+    messageBox(owner_, QMessageBox::Warning, programTitle, programTitle, ok)->grab();
+    FontDialog({u"Arial"_s}, owner_).grab();
+}
+
 } // namespace app

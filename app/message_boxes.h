@@ -17,6 +17,7 @@ public:
     void errorReport(const base::RuntimeError& error) override;
     bool yesNo(const QString& text, const QString& title) override;
     std::optional<FontChoice> chooseFont(const FontChoice& preset) override;
+    void getReady() override;
 
 private:
     QWidget* owner_;

@@ -30,6 +30,9 @@ public:
     virtual bool yesNo(const QString& text, const QString& title) = 0;
     /// The font dialog, opened on `preset`; nothing when it was cancelled.
     virtual std::optional<FontChoice> chooseFont(const FontChoice& preset) = 0;
+
+    /// Does beforehand, some milliseconds, what the first box of each kind would make its reader wait for.
+    virtual void getReady() {}
 };
 
 } // namespace app

@@ -1,0 +1,83 @@
+// What the first letter, slip and dialog of the day would wait for, done beforehand.
+
+#include "app/form1.h"
+#include "base/pass_over.h"
+#include "mill/queries.h"
+#include "print/folder_target.h"
+#include "print/header_file.h"
+#include "print/slip.h"
+#include "scale/frm_properties.h"
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace app {
+
+namespace {
+
+const QString customerName = QString::fromUtf16(mill::Cari::fields[mill::Cari::Unvan].data());
+
+} // namespace
+
+void Form1::getReady()
+{
+    if (!DataCari.hasRecordSet()) return; // reported already
+    preparation_.add([this] {
+        bool done = true;
+        base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, customerName); });
+        return done;
+    });
+    const auto reasons = std::make_shared<QStringList>();
+    for (const QString& table : {mill::customerTable, mill::journalTable})
+        preparation_.addForLater([this, table, reasons] {
+            // A table that is not there is reported by what opens it.
+            base::passOver([&] {
+                if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) *reasons << *why;
+            });
+            return true;
+        });
+    preparation_.addForLater([this, reasons] {
+        if (!reasons->isEmpty()) note(reasons->join(u"\n\n"_s));
+        return true;
+    });
+    preparation_.addForLater([this] {
+        base::passOver([this] { composeSampleSlip(); });
+        return true;
+    });
+    preparation_.addForLater([this] {
+        surroundings_.prompt.getReady();
+        return true;
+    });
+    preparation_.addForLater([this] {
+        base::passOver([this] { drawSampleDialogs(); });
+        return true;
+    });
+    preparation_.begin();
+}
+
+void Form1::composeSampleSlip()
+{
+    // For a folder, so that no printer is asked; it writes nothing before a job is created.
+    print::FolderTarget nowhere(surroundings_.directory);
+    print::Printer printer(nowhere, surroundings_.now);
+    print::Slip sample;
+    sample.pressing = {mill::customerPrompt, u"1"_s, u"1"_s, u"1"_s, u"1"_s, u"1"_s, {}};
+    sample.handedOver = u"1"_s;
+    sample.now = surroundings_.now();
+    sample.font = printFont();
+    sample.headerItems = print::headerItems(surroundings_.directory);
+    sample.countContainers = [] { return 5.0; };
+    print::composeSlip(printer, sample, surroundings_.regional);
+    printer.takeDoc();
+}
+
+void Form1::drawSampleDialogs()
+{
+    dbListe1->grab();
+    scale::frmProperties port(*TeraziComm, propertiesDoors(), this);
+    port.Form_Load();
+    port.grab();
+}
+
+} // namespace app
