@@ -33,8 +33,6 @@ QString customerCriteria(const QString& name) { return u"Unvan="_s + refusing(na
 
 QString customerNamed(const QString& name) { return u"Select * From Cari Where Unvan="_s + doubling(name); }
 
-QString pressingsOf(const QString& customer) { return u"Select * From Hareket Where CariHar="_s + doubling(customer); }
-
 QString deletePressingsOf(const QString& customer)
 {
     return u"DELETE FROM Hareket Where CariHar="_s + refusing(customer);

@@ -30,7 +30,6 @@ inline const QString deleteCustomers = u"DELETE FROM Cari"_s;
 // ---- The journal ----
 
 inline const QString wholeJournal = u"Select * From Hareket Order By Tarih Asc;"_s;
-QString pressingsOf(const QString& customer);       ///< doubles
 QString deletePressingsOf(const QString& customer); ///< refuses
 inline const QString deletePressings = u"DELETE FROM Hareket"_s;
 

@@ -106,13 +106,17 @@ void SlipNotes::strike()
 
 int pressingsAt(Engine& engine, const QString& customer, double moment)
 {
-    const Listing journal = engine.open(mill::pressingsOf(customer));
+    // Asked by the day, not by the name: every other customer would be a new question to the whole journal.
     constexpr double halfSecond = 0.5 / 86400.0;
+    const auto dayOf = [](double days) { return FieldValue(DateDays{days}).moment().date(); };
+    const Listing ofTheDay = engine.open(
+        mill::pressingsWhere(mill::periodCondition(dayOf(moment - halfSecond), dayOf(moment + halfSecond))));
     int count = 0;
-    for (const RowKey row : journal.rows) {
-        const FieldValue date = engine.field(journal, row, mill::Hareket::Tarih);
+    for (const RowKey row : ofTheDay.rows) {
+        const FieldValue date = engine.field(ofTheDay, row, mill::Hareket::Tarih);
         const auto* days = std::get_if<DateDays>(&date.raw());
-        if (days && std::fabs(days->days - moment) < halfSecond) ++count;
+        if (!days || std::fabs(days->days - moment) >= halfSecond) continue;
+        if (engine.field(ofTheDay, row, mill::Hareket::CariHar).text() == customer) ++count;
     }
     return count;
 }
