@@ -53,8 +53,9 @@ private:
 
 namespace {
 
-constexpr int borderWidth = 3;   // heavy: the list lies over other fields
-constexpr int dragDistance = 10; // pixels; a finger trembles less than that in a tap
+constexpr int borderWidth = 3;     // heavy: the list lies over other fields
+constexpr int dragDistance = 10;   // pixels; a finger trembles less than that in a tap
+constexpr int restBeforeLift = 80; // ms; a finger that has lain still for as long throws nothing when it lifts
 const QColor lineBetween(0xCF, 0xD8, 0xDC);
 
 /// A row: one line of text above a thin line, on the ground of what it is: pressed, chosen or neither.
@@ -114,8 +115,15 @@ SearchList::SearchList(QWidget* parent) : Control(parent), rows_(new TextRows(th
     feel.setScrollMetric(QScrollerProperties::MousePressEventDelay, 0); // a touched row shows it at once
     feel.setScrollMetric(QScrollerProperties::MaximumClickThroughVelocity, 0);
     scroller->setScrollerProperties(feel);
-    connect(scroller, &QScroller::stateChanged, this, [this](QScroller::State state) {
+    connect(scroller, &QScroller::stateChanged, this, [this, scroller](QScroller::State state) {
         if (state != QScroller::Pressed) press(-1);
+        // QScroller goes on with the speed of the last move, however long ago that was.
+        if (state == QScroller::Scrolling && sinceDragged_.isValid() && sinceDragged_.elapsed() >= restBeforeLift)
+            QMetaObject::invokeMethod(
+                scroller, [scroller] { scroller->stop(); }, Qt::QueuedConnection);
+    });
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this, scroller] {
+        if (scroller->state() == QScroller::Dragging) sinceDragged_.start();
     });
     connect(this, &QListView::clicked, this, [this](const QModelIndex& index) { pick(index.row()); });
 }

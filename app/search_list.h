@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/control.h"
+#include <QElapsedTimer>
 #include <QListView>
 #include <functional>
 
@@ -65,6 +66,7 @@ private:
     int pressed_ = -1;
     int rowHeight_ = 48;
     int bottom_ = -1;
+    QElapsedTimer sinceDragged_; ///< since the finger last moved the rows
 };
 
 } // namespace app

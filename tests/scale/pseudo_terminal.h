@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QTemporaryDir>
 #include <fcntl.h>
 #include <pty.h>
 #include <stdexcept>
@@ -19,7 +20,9 @@ public:
         cfmakeraw(&raw);
         if (openpty(&master_, &slave, name, &raw, nullptr) != 0) throw std::runtime_error("openpty");
         ::close(slave);
-        path_ = QString::fromLatin1(name);
+        // A name of its own: the system gives the number of a terminal that has gone to the next test at once.
+        path_ = folder_.filePath("ttyScale");
+        if (::symlink(name, path_.toLocal8Bit().constData()) != 0) throw std::runtime_error("symlink");
     }
     ~PseudoTerminal() { pullOut(); }
     PseudoTerminal(const PseudoTerminal&) = delete;
@@ -34,11 +37,14 @@ public:
     /// The cable is out: the device node goes, and whoever holds it open reads nothing any more.
     void pullOut()
     {
-        if (master_ >= 0) ::close(master_);
+        if (master_ < 0) return;
+        ::unlink(path_.toLocal8Bit().constData());
+        ::close(master_);
         master_ = -1;
     }
 
 private:
+    QTemporaryDir folder_;
     int master_ = -1;
     QString path_;
 };
