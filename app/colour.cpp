@@ -23,7 +23,8 @@ double luminance(const QColor& colour)
 QColor painted(Colour stored, const QPalette& palette)
 {
     if (stored & 0x80000000u) return palette.color(QPalette::Active, QPalette::Button);
-    return QColor(stored & 0xFF, (stored >> 8) & 0xFF, (stored >> 16) & 0xFF);
+    const auto part = [stored](int bits) { return static_cast<int>(stored >> bits & 0xFF); };
+    return QColor(part(0), part(8), part(16));
 }
 
 double contrast(const QColor& one, const QColor& other)

@@ -106,7 +106,8 @@ void DropDownList::paintEvent(QPaintEvent*)
     painter.setPen(painting::ink);
     painter.setFont(
         painting::fitted(painting::sized(font(), valuePixels_, true), currentText(), valuePixels_, text.width()));
-    painter.drawText(text, (title_.isEmpty() ? Qt::AlignVCenter : Qt::AlignBottom) | Qt::AlignLeft, currentText());
+    const Qt::Alignment place = (title_.isEmpty() ? Qt::AlignVCenter : Qt::AlignBottom) | Qt::AlignLeft;
+    painter.drawText(text, static_cast<int>(place), currentText());
 
     const QPointF tip(inner.right() - arrow / 2.0,
                       title_.isEmpty() ? rect().center().y() + arrow / 4.0 : inner.bottom() - valuePixels_ * 0.3);

@@ -34,10 +34,10 @@ QFont fitted(QFont font, const QString& text, int pixels, int width)
     return font;
 }
 
-void lineOfText(QPainter& painter, const QRect& area, int flags, const QString& text)
+void lineOfText(QPainter& painter, const QRect& area, Qt::Alignment place, const QString& text)
 {
     const QString shown = painter.fontMetrics().elidedText(text, Qt::ElideLeft, area.width());
-    painter.drawText(area, flags | Qt::TextSingleLine, shown);
+    painter.drawText(area, static_cast<int>(place) | Qt::TextSingleLine, shown);
 }
 
 void widenScrollBars(QAbstractScrollArea& area)

@@ -25,7 +25,7 @@ void box(QPainter& painter, const QRect& area, const QColor& fill, const QColor&
 QFont fitted(QFont font, const QString& text, int pixels, int width);
 
 /// One line, shortened at its start with an ellipsis when it does not fit: of what is being typed the end matters.
-void lineOfText(QPainter& painter, const QRect& area, int flags, const QString& text);
+void lineOfText(QPainter& painter, const QRect& area, Qt::Alignment place, const QString& text);
 
 /// Scroll bars for fingers: wide, without arrows.
 void widenScrollBars(QAbstractScrollArea& area);

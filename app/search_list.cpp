@@ -165,7 +165,7 @@ void SearchList::fitHeight()
 {
     if (bottom_ < 0) return;
     const int room = std::max(bottom_ - y(), rowHeight_ + 2 * borderWidth);
-    const qint64 needed = static_cast<qint64>(std::max(rowCount(), 1)) * rowHeight_ + 2 * borderWidth;
+    const qint64 needed = static_cast<qint64>(std::max(rowCount(), 1)) * rowHeight_ + qint64{2} * borderWidth;
     resize(width(), static_cast<int>(std::min<qint64>(room, needed)));
 }
 

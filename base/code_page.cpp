@@ -61,7 +61,7 @@ QString decodeEditedText(QByteArrayView bytes)
         std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     if (!plain) {
         QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-        const QString text = decoder.decode(bytes);
+        QString text = decoder.decode(bytes);
         if (!decoder.hasError()) return text;
     }
     return fromCodePage(bytes);

@@ -148,7 +148,7 @@ QString formatDate(const QDateTime& value, QStringView pattern, const Regional& 
 
 QString dateToText(const QDateTime& value, const Regional& regional)
 {
-    const QString date = formatDate(value, regional.shortDate, regional);
+    QString date = formatDate(value, regional.shortDate, regional);
     if (value.time() == QTime(0, 0)) return date;
     return date + u' ' + formatDate(value, regional.longTime, regional);
 }

@@ -81,7 +81,7 @@ QString SeqReader::next()
     const qsizetype from = at_;
     const auto closes = [quoted](QChar c) { return isLineEnd(c) || c == (quoted ? u'"' : u','); };
     while (!atEnd() && !closes(text_[at_])) ++at_;
-    const QString item = text_.mid(from, at_ - from);
+    QString item = text_.mid(from, at_ - from);
 
     while (!atEnd() && text_[at_] != u',' && !isLineEnd(text_[at_])) ++at_;
     skipSeparator();

@@ -42,7 +42,7 @@ bool writePressing(store::RecordSet& journal, const store::SlipNote& slip, const
         {Hareket::Zeytin, pressing.olives},      {Hareket::Yağ, pressing.oil},   {Hareket::Yuzde, pressing.percentage},
         {Hareket::HakTut, pressing.entitlement}, {Hareket::Nakit, pressing.fee}, {Hareket::CariHar, pressing.customer},
     };
-    for (const auto& [field, text] : texts) passOver([&] { journal.setField(field, text, regional); });
+    for (const auto& entry : texts) passOver([&] { journal.setField(entry.first, entry.second, regional); });
     return !passOver([&] { journal.update(); });
 }
 

@@ -5,12 +5,12 @@
 
 namespace files {
 
-std::string ownBug(std::string_view action, const std::exception& error, const std::source_location& place)
+std::string ownBug(std::string_view action, const std::exception& error, const char* file, int line)
 {
     // The folders of whoever built the program tell nobody anything.
-    const std::string file = std::filesystem::path(place.file_name()).filename().string();
+    const std::string name = std::filesystem::path(file).filename().string();
     return "Programda bir hata var: " + std::string(action) + " sırasında beklenmeyen bir durum oluştu (" +
-           typeid(error).name() + ": " + error.what() + "; " + file + ':' + std::to_string(place.line()) +
+           typeid(error).name() + ": " + error.what() + "; " + name + ':' + std::to_string(line) +
            "). İşlem yarıda bırakıldı; bu satırı programı yapanlara iletin.";
 }
 

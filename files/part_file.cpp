@@ -13,7 +13,7 @@ std::filesystem::path partOf(std::filesystem::path to) { return to += ".part"; }
 
 } // namespace
 
-PartFile::PartFile(Disk& disk, std::filesystem::path to) : PartFile(disk, to, partOf(to)) {}
+PartFile::PartFile(Disk& disk, const std::filesystem::path& to) : PartFile(disk, to, partOf(to)) {}
 
 PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part)
     : disk_(disk), to_(std::move(to)), part_(std::move(part))

@@ -11,7 +11,7 @@ namespace files {
 class PartFile {
 public:
     /// Throws exists. What a power cut left of an earlier attempt is removed.
-    PartFile(Disk& disk, std::filesystem::path to);
+    PartFile(Disk& disk, const std::filesystem::path& to);
     /// The same under another name than "<to>.part", in the same folder.
     PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part);
     ~PartFile();

@@ -15,6 +15,7 @@ constexpr std::uint16_t longestContainer = 50; ///< characters of a container's 
 template <std::size_t count> std::vector<jet::NewColumn> numbers(const std::array<std::u16string_view, count>& names)
 {
     std::vector<jet::NewColumn> columns;
+    columns.reserve(count);
     for (const std::u16string_view name : names)
         columns.push_back({std::u16string(name), jet::ColumnType::doubleFloat});
     return columns;

@@ -135,7 +135,9 @@ public:
     bool lock(Lock wanted) override
     {
         const bool writer = wanted == Lock::writer || wanted == Lock::commit;
-        const short readers = wanted == Lock::commit ? F_WRLCK : wanted == Lock::reader ? F_RDLCK : F_UNLCK;
+        const auto readers = static_cast<short>(wanted == Lock::commit   ? F_WRLCK
+                                                : wanted == Lock::reader ? F_RDLCK
+                                                                         : F_UNLCK);
         // Take before giving up: a refused change leaves the lock that was held.
         if (writer && !set(F_WRLCK, writerByte)) return false;
         if (!set(readers, readersByte)) {

@@ -13,7 +13,8 @@ namespace pressing {
 template <class Unit> struct Quantity {
     double value = 0;
 
-    auto operator<=>(const Quantity&) const = default;
+    // What a defaulted comparison compares with 0 is taken for a pointer.
+    auto operator<=>(const Quantity&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
     friend Quantity operator-(Quantity whole, Quantity part) { return {whole.value - part.value}; }
     friend Quantity operator*(Quantity whole, double factor) { return {whole.value * factor}; }
     /// How many times one fits into the other: an error of the caller for a part of 0.

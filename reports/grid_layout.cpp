@@ -65,7 +65,7 @@ std::optional<QString> layoutText(const QString& directory, const QString& view)
     QFile file(*path);
     if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
     // A layout is a few lines; a file longer than this is not one of ours, whatever follows.
-    constexpr qint64 longest = 1024 * 1024;
+    constexpr qint64 longest = 1 << 20;
     const QByteArray bytes = file.read(longest);
     if (file.error() != QFileDevice::NoError) return std::nullopt;
     return QString::fromLatin1(bytes);
@@ -91,7 +91,7 @@ GridColumns defaultColumns(const std::vector<GridField>& fields)
 
 QString centredHeading(const GridColumn& column, const TextWidth& textWidth)
 {
-    const QString heading = base::trimBlanks(column.caption);
+    QString heading = base::trimBlanks(column.caption);
     const double blank = textWidth(u" "_s);
     const auto half = static_cast<float>((static_cast<double>(column.width) - textWidth(heading)) / 2);
     if (!column.visible || !(blank > 0) || !(half > 0)) return heading;

@@ -258,8 +258,8 @@ void frmProperties::save()
         {u"Echo"_s, echo_ ? u"True"_s : u"False"_s},
     };
     std::optional<base::RuntimeError> last;
-    for (const auto& [key, text] : texts)
-        if (auto error = passOver([&] { doors_.save(key, text); })) last = std::move(error);
+    for (const auto& entry : texts)
+        if (auto error = passOver([&] { doors_.save(entry.first, entry.second); })) last = std::move(error);
     warned(last); // the choice is in force, but it will be gone after the next start: that must not go unsaid
 }
 
