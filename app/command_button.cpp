@@ -1,5 +1,6 @@
 #include "app/command_button.h"
 #include "app/painting.h"
+#include <QCoreApplication>
 #include <QPainterPath>
 
 namespace app {
@@ -89,6 +90,14 @@ void CommandButton::paintEvent(QPaintEvent*)
     }
 }
 
+ButtonAtWork::ButtonAtWork(CommandButton& button) : button_(button) { button_.setEnabled(false); }
+
+ButtonAtWork::~ButtonAtWork()
+{
+    QCoreApplication::processEvents();
+    button_.setEnabled(true);
+}
+
 CheckButton::CheckButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
 
 void CheckButton::setValue(bool on)
@@ -137,9 +146,16 @@ void OptionButton::setValue(bool on)
     }
 }
 
+void OptionButton::choose()
+{
+    turnOn();
+    runClick();
+}
+
 void OptionButton::pressed()
 {
-    if (turnOn()) CommandButton::pressed();
+    turnOn();
+    CommandButton::pressed();
 }
 
 void OptionButton::paintEvent(QPaintEvent*)

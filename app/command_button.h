@@ -26,6 +26,19 @@ private:
     bool main_ = false;
 };
 
+/// The work of a button that prints. Until it ends the button is disabled, and so meets every further tap, those that
+/// still wait when it ends included: they are dropped. Whatever happens, the button comes back.
+class ButtonAtWork {
+public:
+    explicit ButtonAtWork(CommandButton& button);
+    ~ButtonAtWork();
+    ButtonAtWork(const ButtonAtWork&) = delete;
+    ButtonAtWork& operator=(const ButtonAtWork&) = delete;
+
+private:
+    CommandButton& button_;
+};
+
 /// A button that stays down. Whenever its value changes, by the operator or by code, its click runs once; an error
 /// of a click that code caused comes out of setValue().
 class CheckButton : public CommandButton {
@@ -48,7 +61,8 @@ private:
 };
 
 /// One of several choices: turning one on turns the other option buttons of the same container off.
-/// The click runs once when the button goes on, by hand or by code; never when it is on already or goes off.
+/// The click runs once when the button goes on, by hand or by code, and at every press by hand: what is chosen is
+/// applied again. It never runs when the button goes off.
 class OptionButton : public CommandButton {
     Q_OBJECT
 
@@ -57,12 +71,15 @@ public:
 
     bool value() const { return value_; }
     void setValue(bool on);
+    /// As a press: on, and the click runs, on already or not.
+    void choose();
 
 protected:
     void pressed() override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// Whether it was off.
     bool turnOn();
     bool value_ = false;
 };

@@ -274,6 +274,15 @@ private:
     void drawSampleDialogs();
     /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.
     void copyBeforeDeletion();
+    reports::ReportQuestion reportQuestion() const;
+    /// The grid lists a whole table, or the whole journal, under the headings of its view.
+    void listWhole(const QString& source);
+    /// The grid lists the report of the name that stands in the panel, with "RAPOR" chosen: under the customers' option
+    /// it could not stay.
+    void listNamedReport();
+    /// Before a statement: a name that was typed and not picked, or that the grid does not list, gets its report. False
+    /// when there is no such customer; the status line says so.
+    bool listNamedCustomer();
     /// A date of the panel became another one: the days in order, and the report.
     void periodChanged(reports::Picker changed);
     /// The grid marks the current row of its listing, if that has rows.

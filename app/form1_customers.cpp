@@ -73,8 +73,7 @@ void Form1::dbListe1_Click()
     AktifLbl->setCaption(dbListe1->text());
     dbListe1->setVisible(false);
     if (Frame4->visible()) {
-        RaporYenile();
-        DBGrid1->setVisible(true);
+        listNamedReport();
     } else {
         Label3_Click(station());
     }

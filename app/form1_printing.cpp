@@ -7,8 +7,6 @@
 #include "pressing/containers.h"
 #include "pressing/rules.h"
 
-#include <QCoreApplication>
-
 using namespace Qt::StringLiterals;
 
 namespace app {
@@ -24,17 +22,7 @@ print::PrintFont Form1::printFont() const
 
 void Form1::YazCmd_Click(int Index)
 {
-    YazCmd[Index]->setEnabled(false);
-    // Whatever happens below, the button comes back; taps made meanwhile meet it disabled and are dropped.
-    struct ButtonBack {
-        CommandButton& button;
-        ~ButtonBack()
-        {
-            QCoreApplication::processEvents();
-            button.setEnabled(true);
-        }
-    } buttonBack{*YazCmd[Index]};
-
+    const ButtonAtWork printing(*YazCmd[Index]);
     const int current = station();
     print::Slip slip;
     slip.pressing = pressing::pressingAt(*counter_, current);

@@ -5,8 +5,7 @@
 #include "print/header_file.h"
 #include "print/statement.h"
 #include "reports/period_report.h"
-
-#include <QCoreApplication>
+#include "reports/statement_rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,13 +22,6 @@ QVariant printable(const store::FieldValue& value)
     if (value.isText()) return value.text();
     if (value.isDate()) return value.moment();
     return value.number() ? QVariant(*value.number()) : QVariant();
-}
-
-int fieldNamed(const store::RecordSet& rows, const QString& name)
-{
-    for (std::size_t i = 0; i < rows.fields().size(); ++i)
-        if (rows.fields()[i].name == name) return static_cast<int>(i);
-    throw base::runtimeError(base::errors::noSuchField);
 }
 
 } // namespace
@@ -65,10 +57,7 @@ void Form1::GünlükCmd_Click()
     dbListe1->setVisible(false); // it was of the name at a station
     activate(GünLbl);
     AktifLbl->setCaption(QString());
-    const bool customersShown = Option1[customersView]->value();
-    Option1[customersView]->setValue(true);
-    // Chosen since the last time, the option does not click; customers may have come or gone meanwhile.
-    if (customersShown) VeriYenile(GünData);
+    Option1[customersView]->choose();
     moveListToPanel();
 }
 
@@ -91,14 +80,15 @@ void Form1::Option1_Click(int Index)
 {
     GridGorunum = QString::number(Index);
     const bool report = Index == reportView;
-    GünData.setRecordSource(report ? mill::wholeJournal : mill::customerTable);
-    if (!report) {
-        GünLbl->setCaption(QString());
-        // Emptying the name ran the report, which listed something else.
-        GünData.setRecordSource(mill::customerTable);
-    }
+    if (!report) GünLbl->setCaption(QString());
     GünLbl->setVisible(report);
     DTPickerSon->setVisible(report);
+    listWhole(report ? mill::wholeJournal : mill::customerTable);
+}
+
+void Form1::listWhole(const QString& source)
+{
+    GünData.setRecordSource(source);
     VeriYenile(GünData);
     IzgaraDuzenle();
     IzgaraYukle();
@@ -116,16 +106,22 @@ void Form1::periodChanged(reports::Picker changed)
     RaporYenile();
 }
 
+reports::ReportQuestion Form1::reportQuestion() const
+{
+    return {{DTPickerBas->value(), DTPickerSon->value()},
+            Frame4->visible(),
+            Option1[reportView]->value(),
+            GünLbl->caption(),
+            AktifLbl->caption()};
+}
+
 void Form1::RaporYenile()
 {
-    reports::RaporYenile({{DTPickerBas->value(), DTPickerSon->value()},
-                          Frame4->visible(),
-                          Option1[reportView]->value(),
-                          GünLbl->caption(),
-                          AktifLbl->caption()},
-                         {GünData, surroundings_.databases, surroundings_.now(), letWeightsIn});
+    reports::RaporYenile(reportQuestion(), {GünData, surroundings_.databases, surroundings_.now(), letWeightsIn});
     gridRows_->rowsChanged();
     showGridPosition();
+    // Pressings under "CARİLER" would be taken for customers.
+    if (Frame4->visible() && Option1[customersView]->value()) listWhole(mill::customerTable);
 }
 
 void Form1::GünData_Reposition()
@@ -166,8 +162,10 @@ void Form1::IzgaraKaydet(int column)
 
 void Form1::KapatCmd_Click(int Index)
 {
+    status->setNotice({});
     if (Index != 0) {
-        printStatement();
+        const ButtonAtWork printing(*KapatCmd[Index]);
+        if (listNamedCustomer()) printStatement();
         return;
     }
     Frame4->setVisible(false);
@@ -177,15 +175,38 @@ void Form1::KapatCmd_Click(int Index)
     moveListToStation(station());
 }
 
+bool Form1::listNamedCustomer()
+{
+    const QString name = GünLbl->caption();
+    if (!Frame4->visible() || name.isEmpty()) return true;
+    const bool picked = DBGrid1->visible();
+    if (picked && GünData.recordSource() == mill::pressingsWhere(reports::reportCondition(reportQuestion())))
+        return true;
+
+    if (DataCari.database().open(mill::customerNamed(name)).rows.empty()) {
+        status->setNotice(u"Döküm yazılmadı: “%1” adında müşteri yok. Adı listeden seçin."_s.arg(name));
+        return false;
+    }
+    dbListe1->setVisible(false);
+    listNamedReport();
+    return true;
+}
+
+void Form1::listNamedReport()
+{
+    Option1[reportView]->setValue(true);
+    RaporYenile();
+    DBGrid1->setVisible(true);
+}
+
 void Form1::printStatement()
 {
-    status->setNotice({});
     print::Printer printer(surroundings_.printer, surroundings_.now);
     try {
         // A copy of the listing is walked, so that the grid stays where it is.
         DataTmp.setRecordSource(GünData.recordSource());
         VeriYenile(DataTmp);
-        store::RecordSet& rows = DataTmp.recordSet();
+        reports::StatementRows rows(DataTmp.recordSet(), GünData.recordSet());
 
         print::Statement statement;
         double left = 0;
@@ -200,13 +221,8 @@ void Form1::printStatement()
         statement.firstDay = DTPickerBas->value();
         statement.headerItems = print::headerItems(surroundings_.directory);
         statement.font = printFont();
-        bool begun = false;
-        statement.nextRecord = [&rows, &begun] {
-            if (rows.recordCount() == 0) return false;
-            if (std::exchange(begun, true)) rows.moveNext();
-            return !rows.eof();
-        };
-        statement.value = [&rows](const QString& field) { return printable(rows.field(fieldNamed(rows, field))); };
+        statement.nextRecord = [&rows] { return rows.next(); };
+        statement.value = [&rows](const QString& field) { return printable(rows.value(field)); };
         const QStringList leftOut = print::composeStatement(printer, statement, surroundings_.regional);
         printer.endDoc();
         if (!leftOut.isEmpty())

@@ -219,6 +219,7 @@ QStringList composeStatement(Printer& printer, const Statement& statement, const
     printCentred(printer, base::formatDate(statement.firstDay.startOfDay(), u"dd mmmm yyyy dddd", regional));
 
     const PrintedColumns printed = fitted(printer, statement.columns);
+    if (printed.columns.empty() && !printed.leftOut.isEmpty()) return printed.leftOut;
     printer.setFontSize(static_cast<float>(printer.fontSize() * printed.factor));
     Table table(printer, printed);
     table.open();

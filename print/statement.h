@@ -51,7 +51,7 @@ inline constexpr float smallestLetters = 5;
 ///
 /// A table wider than the paper is printed smaller as a whole, letters and columns by one factor, down to letters of
 /// `smallestLetters` points. Where even that is too wide, the columns at the right that do not fit as a whole are left
-/// out: nothing is cut through.
+/// out: nothing is cut through. Where that is all of them, no table is printed.
 QStringList composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional);
 
 /// The text as far as it fits: last characters are dropped while it is wider than the width.

@@ -48,8 +48,14 @@ void RaporYenile(const ReportQuestion& question, const ReportTools& tools)
 {
     store::DataSource& listing = tools.listing;
     const QString condition = reportCondition(question);
+    const QString before = listing.recordSource();
     listing.setRecordSource(mill::pressingsWhere(condition));
-    store::VeriYenile(listing, tools.processEvents);
+    try {
+        store::VeriYenile(listing, tools.processEvents);
+    } catch (const base::RuntimeError&) {
+        listing.setRecordSource(before); // what it lists still
+        throw;
+    }
 
     try {
         replaceTotals(condition, tools);

@@ -146,6 +146,9 @@ void Player::perform(const Command& command)
     else if (word == "message") {
         if (!prompt_.lastMessage().contains(a[0]))
             throw Failure{u"expected a message with '%1', found '%2'"_s.arg(a[0], prompt_.lastMessage())};
+    } else if (word == "status") {
+        if (const QString line = form_->status->text(); !line.contains(a[0]))
+            throw Failure{u"expected '%1' in the status line, found '%2'"_s.arg(a[0], line)};
     } else if (word == "expect")
         expect(a[0], a[1], a[2]);
     else if (word == "cell")

@@ -79,7 +79,7 @@ private slots:
     void checkButtonSetToItsValueDoesNothing();
     void pressFlipsACheckButtonOnce();
     void onlyOneOptionIsOn();
-    void optionThatIsOnAlreadyDoesNotClick();
+    void optionThatIsOnAlreadyClicksAgainUnderTheHandOnly();
     void optionTurnedOffByAnotherDoesNotClick();
     void disabledButtonDoesNotClick();
 
@@ -490,7 +490,7 @@ void Controls::onlyOneOptionIsOn()
     QVERIFY(!customers.value());
 }
 
-void Controls::optionThatIsOnAlreadyDoesNotClick()
+void Controls::optionThatIsOnAlreadyClicksAgainUnderTheHandOnly()
 {
     Host host;
     OptionButton customers(&host), report(&host);
@@ -498,8 +498,12 @@ void Controls::optionThatIsOnAlreadyDoesNotClick()
     customers.onClick([&] { ++clicks; });
     customers.setValue(true);
     customers.setValue(true);
-    QTest::mouseClick(&customers, Qt::LeftButton);
     QCOMPARE(clicks, 1);
+    QTest::mouseClick(&customers, Qt::LeftButton);
+    QCOMPARE(clicks, 2);
+    customers.choose(); // by code, as by hand
+    QCOMPARE(clicks, 3);
+    QVERIFY(customers.value());
 }
 
 void Controls::optionTurnedOffByAnotherDoesNotClick()

@@ -1,11 +1,13 @@
 #include "tests/app/panel_world.h"
 
 #include "mill/queries.h"
+#include "tests/doors/fake_printer.h"
 #include "tools/scenario_world.h"
 #include <QHeaderView>
 #include <QPointingDevice>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QTouchEvent>
 
 using namespace Qt::StringLiterals;
@@ -24,6 +26,11 @@ private slots:
 
     void buttonOpensTheCustomers();
     void openedAgainItShowsTheCustomersOfNow();
+    void openedAfterAReportItShowsTheCustomers();
+    void dayUnderTheCustomersChangesNoListing();
+    void chosenViewTappedAgainIsAppliedAgain_data();
+    void chosenViewTappedAgainIsAppliedAgain();
+    void nameUnderTheCustomersGetsItsReport();
     void reportViewListsTheWholeJournal();
     void goingBackToTheCustomersEmptiesTheName();
     void typedNameShowsMatchesInsteadOfTheGrid();
@@ -54,8 +61,17 @@ private slots:
     void closingGivesTheStationBack();
     void statementPrintsWhatTheGridShows_data();
     void statementPrintsWhatTheGridShows();
+    void sumsAreTheStatementsLastRow_data();
+    void sumsAreTheStatementsLastRow();
+    void typedNameIsReportedBeforeItIsPrinted_data();
+    void typedNameIsReportedBeforeItIsPrinted();
+    void unknownNameIsNotPrinted_data();
+    void unknownNameIsNotPrinted();
+    void wholeJournalIsNotPrintedUnderACustomersName();
+    void secondTapDuringAStatementIsDropped();
+    void columnsThatDoNotFitAreNamed();
     void statementNeedsAChosenView();
-    void statementWithoutAPrinterIsSilent();
+    void failedStatementShowsThePrintersState();
     void millionRowsFormOnlyWhatIsSeen();
 
 private:
@@ -71,6 +87,8 @@ private:
     int edgeOf(int column);
     void drag(int from, int to);
     QStringList totalsRows();
+    /// The text of the printout of that number, 1 to 9.
+    QString printed(int number) const;
 
     std::unique_ptr<PanelWorld> world_;
     std::unique_ptr<app::Form1> form_;
@@ -163,6 +181,12 @@ void ReportPanel::drag(int from, int to)
     QTest::mouseRelease(headingArea(), Qt::LeftButton, {}, {to, y});
 }
 
+QString ReportPanel::printed(int number) const
+{
+    const QString file = u"printed/000%1.pdf"_s.arg(number);
+    return scenario::textOfPdf(world_->fileContent(file)).value_or(QString());
+}
+
 QStringList ReportPanel::totalsRows()
 {
     const auto engine = world_->databases.open(world_->folder.filePath(u"Yag.mdb"_s));
@@ -214,6 +238,84 @@ void ReportPanel::openedAgainItShowsTheCustomersOfNow()
     press(form().GünlükCmd);
     QCOMPARE(shown().size(), 4);
     QCOMPARE(shown().last(), u"Zehra|||"_s);
+}
+
+namespace {
+
+const QStringList customers{u"Ayşe|8,5| 5 Litrelik Kap|1250"_s, u"Ali Veli|12|10 Litrelik Kap|0"_s, u"Ali|||"_s};
+
+} // namespace
+
+void ReportPanel::openedAfterAReportItShowsTheCustomers()
+{
+    openReport();
+    setDays(QDate(2025, 2, 3), QDate(2025, 2, 28));
+    type(u"ali"_s);
+    form().dbListe1->pick(0);
+    press(form().KapatCmd[0]);
+    press(form().GünlükCmd);
+    QVERIFY(form().Option1[0]->value());
+    QCOMPARE(form().GünLbl->caption(), QString());
+    QCOMPARE(headings().first(), u"Ünvan"_s);
+    QCOMPARE(shown(), customers);
+}
+
+void ReportPanel::dayUnderTheCustomersChangesNoListing()
+{
+    openReport();
+    setDays(QDate(2025, 2, 3), QDate(2025, 2, 28));
+    QCOMPARE(totalsRows().size(), 1);
+    press(form().Option1[0]);
+    setDays(QDate(2025, 2, 2), QDate(2025, 2, 28));
+    // The report was run, and lists nobody's pressings: the old sums are gone.
+    QCOMPARE(totalsRows(), QStringList());
+    QCOMPARE(form().GünData.recordSource(), u"Cari"_s);
+    QCOMPARE(headings().first(), u"Ünvan"_s);
+    QCOMPARE(shown(), customers);
+    // After a dialog the days are set as well.
+    form().activated();
+    QCOMPARE(shown(), customers);
+}
+
+void ReportPanel::chosenViewTappedAgainIsAppliedAgain_data()
+{
+    QTest::addColumn<int>("view");
+    QTest::newRow("customers") << 0;
+    QTest::newRow("report") << 1;
+}
+
+void ReportPanel::chosenViewTappedAgainIsAppliedAgain()
+{
+    QFETCH(int, view);
+    openReport();
+    press(form().Option1[view]);
+    const int rows = int(shown().size());
+    world_->addCustomer(u"Zehra"_s);
+    world_->addPressing({u"2025-02-05T09:00:00"_s, 1.0, 1.0, 1.0, 1.0, 0.0, u"Zehra"_s});
+    type(u"a"_s);
+    QVERIFY(!form().DBGrid1->visible());
+    press(form().Option1[view]);
+    QCOMPARE(form().GünData.recordSource(), view == 0 ? mill::customerTable : mill::wholeJournal);
+    QCOMPARE(shown().size(), rows + 1);
+    QCOMPARE(form().GünLbl->caption(), view == 0 ? QString() : u"A"_s);
+    QCOMPARE(form().DBGrid1->visible(), view == 0);
+}
+
+void ReportPanel::nameUnderTheCustomersGetsItsReport()
+{
+    start();
+    press(form().GünlükCmd);
+    setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+    type(u"ali"_s);
+    form().dbListe1->pick(0);
+    QVERIFY(form().Option1[1]->value());
+    QCOMPARE(form().GridGorunum, u"1"_s);
+    QVERIFY(form().GünLbl->visible());
+    QVERIFY(form().DBGrid1->visible());
+    QVERIFY(!form().dbListe1->visible());
+    QCOMPARE(headings().value(6), u"Cari"_s);
+    QCOMPARE(shown(),
+             (QStringList{aliOnThe2nd, aliOnThe4th, u"04.02.2025 18:30:15|1.734,50|400,50||38,00|0,00|Toplamlar"_s}));
 }
 
 void ReportPanel::reportViewListsTheWholeJournal()
@@ -339,9 +441,15 @@ void ReportPanel::withoutAStationDaysDoNothing()
 {
     openReport();
     const QDate today = form().DTPickerSon->value();
+    const QDate first = form().DTPickerBas->value();
     form().AktifKontrol = 999;
     form().run([&] { form().DTPickerBas->setValue(today.addDays(5)); });
     QCOMPARE(form().DTPickerSon->value(), today);
+    QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
+    form().run([&] { form().DTPickerBas->setValue(first); });
+    form().run([&] { form().DTPickerSon->setValue(first.addDays(-5)); });
+    QCOMPARE(form().DTPickerBas->value(), first);
+    QCOMPARE(form().DTPickerSon->value(), first.addDays(-5));
     QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
     form().AktifKontrol = 0;
 }
@@ -706,13 +814,156 @@ void ReportPanel::statementNeedsAChosenView()
     QCOMPARE(world_->printedFiles(), QStringList());
 }
 
-void ReportPanel::statementWithoutAPrinterIsSilent()
+void ReportPanel::sumsAreTheStatementsLastRow_data()
+{
+    QTest::addColumn<QDate>("first");
+    QTest::addColumn<QDate>("last");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("end"); ///< of the table
+    const QDate second(2025, 2, 2);
+    const QDate third(2025, 2, 3);
+    QTest::newRow("of all") << second << third << QString()
+                            << u"Ayşe 04.02.2025 18:30:15 2.234,50 500,25 26,00 150,00"_s;
+    QTest::newRow("of one") << second << third << u"Ali"_s
+                            << u"8,5 26,00 0,00 Ali 04.02.2025 18:30:15 1.234,50 300,00 26,00 0,00"_s;
+    QTest::newRow("with today") << third << QDate(2025, 2, 4) << QString()
+                                << u"Ali 04.02.2025 18:30:15 1.500,00 300,75 12,00 150,00"_s;
+}
+
+void ReportPanel::sumsAreTheStatementsLastRow()
+{
+    QFETCH(QDate, first);
+    QFETCH(QDate, last);
+    QFETCH(QString, name);
+    QFETCH(QString, end);
+    world_->putFile(u"Grid1.txt"_s, QByteArray("1650,#TRUE#\r\n").repeated(7));
+    openReport();
+    setDays(first, last);
+    if (!name.isEmpty()) {
+        type(u"ali"_s);
+        form().dbListe1->pick(0);
+    }
+    press(form().KapatCmd[1]);
+    if (!scenario::textOfPdf(world_->fileContent(u"printed/0001.pdf"_s))) QSKIP("pdftotext is not installed");
+    QVERIFY2(printed(1).simplified().endsWith(end + u" Toplamlar"_s), qPrintable(printed(1)));
+    QCOMPARE(totalsRows().size(), 1);
+}
+
+void ReportPanel::typedNameIsReportedBeforeItIsPrinted_data()
+{
+    QTest::addColumn<bool>("underTheCustomers");
+    QTest::newRow("in the report") << false;
+    QTest::newRow("under the customers") << true;
+}
+
+void ReportPanel::typedNameIsReportedBeforeItIsPrinted()
+{
+    QFETCH(bool, underTheCustomers);
+    openReport();
+    setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+    if (underTheCustomers) press(form().Option1[0]);
+    type(u"ali"_s);
+    press(form().KapatCmd[1]);
+    QVERIFY(form().Option1[1]->value());
+    QCOMPARE(form().GridGorunum, u"1"_s);
+    QVERIFY(form().GünLbl->visible());
+    QVERIFY(form().DBGrid1->visible());
+    QVERIFY(!form().dbListe1->visible());
+    QCOMPARE(shown(),
+             (QStringList{aliOnThe2nd, aliOnThe4th, u"04.02.2025 18:30:15|1.734,50|400,50||38,00|0,00|Toplamlar"_s}));
+    QCOMPARE(world_->printedFiles(), QStringList{u"0001.pdf"_s});
+    if (!scenario::textOfPdf(world_->fileContent(u"printed/0001.pdf"_s))) QSKIP("pdftotext is not installed");
+    QVERIFY2(printed(1).contains(u"Cari Hesap Dökümü Ali "_s), qPrintable(printed(1)));
+    QVERIFY(printed(1).contains(u"1.734,50"_s));
+    QVERIFY(!printed(1).contains(u"Ayşe"_s));
+}
+
+void ReportPanel::unknownNameIsNotPrinted_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::newRow("nobody's") << u"zeki"_s;
+    QTest::newRow("the beginning of two") << u"al"_s;
+    QTest::newRow("the sums'") << u"toplamlar"_s;
+}
+
+void ReportPanel::unknownNameIsNotPrinted()
+{
+    QFETCH(QString, typed);
+    openReport();
+    setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+    const QStringList totals = totalsRows();
+    type(typed);
+    const QString name = form().GünLbl->caption();
+    press(form().KapatCmd[1]);
+    QCOMPARE(world_->printedFiles(), QStringList());
+    QVERIFY2(form().status->text().startsWith(u"Döküm yazılmadı: “%1” adında müşteri yok."_s.arg(name)),
+             qPrintable(form().status->text()));
+    QCOMPARE(form().GünLbl->caption(), name);
+    QCOMPARE(totalsRows(), totals);
+    press(form().KapatCmd[0]);
+    QVERIFY(!form().status->text().contains(u"yazılmadı"_s));
+}
+
+void ReportPanel::wholeJournalIsNotPrintedUnderACustomersName()
+{
+    openReport();
+    setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+    type(u"ali"_s);
+    form().dbListe1->pick(0);
+    press(form().Option1[1]);
+    QCOMPARE(shown().size(), 4); // everybody's
+    QCOMPARE(form().GünLbl->caption(), u"Ali"_s);
+    press(form().KapatCmd[1]);
+    QCOMPARE(shown().size(), 3);
+    if (!scenario::textOfPdf(world_->fileContent(u"printed/0001.pdf"_s))) QSKIP("pdftotext is not installed");
+    QVERIFY(!printed(1).contains(u"Ayşe"_s));
+}
+
+void ReportPanel::secondTapDuringAStatementIsDropped()
+{
+    FakePrinter printer;
+    printer.sheet = print::Paper::a4();
+    form_ = std::make_unique<app::Form1>(world_->World::surroundings(world_->databases, printer, world_->slips));
+    form_->start();
+    QVERIFY(QTest::qWaitForWindowExposed(form_.get()));
+    press(form().GünlükCmd);
+    int taps = 0;
+    // The tap waits in the queue while the statement is printed, as a finger's does.
+    printer.before = [&](FakePrinter::Step step) {
+        if (step != FakePrinter::Step::send || taps > 0) return;
+        ++taps;
+        QTimer::singleShot(0, &form(), [this] { press(form().KapatCmd[1]); });
+    };
+    press(form().KapatCmd[1]);
+    QCoreApplication::processEvents();
+    QCOMPARE(taps, 1);
+    QCOMPARE(printer.sent.size(), 1);
+    press(form().KapatCmd[1]); // it is back
+    QCOMPARE(printer.sent.size(), 2);
+}
+
+void ReportPanel::columnsThatDoNotFitAreNamed()
+{
+    world_->putFile(u"Grid1.txt"_s, QByteArray("4000,#TRUE#\r\n").repeated(7));
+    openReport();
+    press(form().KapatCmd[1]);
+    QVERIFY2(form().status->text().startsWith(u"Döküme sığmayan sütunlar: Hak Ediş, Nakit, Cari."_s),
+             qPrintable(form().status->text()));
+    press(form().Option1[0]); // four columns fit
+    press(form().KapatCmd[1]);
+    QCOMPARE(world_->printedFiles().size(), 2);
+    QVERIFY(!form().status->text().contains(u"sığmayan"_s));
+}
+
+void ReportPanel::failedStatementShowsThePrintersState()
 {
     openReport();
     QVERIFY(QDir(world_->folder.filePath(u"printed"_s)).removeRecursively());
+    QVERIFY(!form().status->text().contains(u"Yazıcı: printed klasörü yok"_s));
     press(form().KapatCmd[1]);
     QVERIFY(form().Frame4->visible());
     QCOMPARE(shown().size(), 3);
+    QVERIFY2(form().status->text().contains(u"Yazıcı: printed klasörü yok"_s), qPrintable(form().status->text()));
 }
 
 namespace {
