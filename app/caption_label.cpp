@@ -46,15 +46,20 @@ CaptionLabel::CaptionLabel(QWidget* parent, const QString& caption) : Control(pa
 void CaptionLabel::setCaption(const QString& caption)
 {
     if (caption_ == caption) return;
-    caption_ = caption;
-    refreshSpokenName();
-    fitCaption();
-    update();
+    showCaption(caption);
     // A copy: the rule may set this very caption again, or replace the rule.
     if (const auto change = change_) {
         const NestedChange nested;
         change();
     }
+}
+
+void CaptionLabel::showCaption(const QString& caption)
+{
+    caption_ = caption;
+    refreshSpokenName();
+    fitCaption();
+    update();
 }
 
 void CaptionLabel::setBackColor(Colour stored)

@@ -20,6 +20,8 @@ public:
 
     const QString& caption() const { return caption_; }
     void setCaption(const QString& caption);
+    /// Shows a caption; its change does not run.
+    void showCaption(const QString& caption);
     Colour backColor() const { return backColor_; }
     void setBackColor(Colour stored);
 

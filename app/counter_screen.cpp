@@ -41,6 +41,11 @@ void CounterScreen::setCaption(Field field, int station, const QString& text)
     labelOf(form_, field, station).setCaption(text);
 }
 
+void CounterScreen::putBack(Field field, int station, const QString& text)
+{
+    labelOf(form_, field, station).showCaption(text);
+}
+
 bool CounterScreen::isHighlighted(Field field, int station) const
 {
     return labelOf(form_, field, station).backColor() == colour::cyan;
@@ -49,7 +54,9 @@ bool CounterScreen::isHighlighted(Field field, int station) const
 QString CounterScreen::activeName() const { return Form1::controlName(form_.AktifLbl); }
 QString CounterScreen::activeCaption() const { return form_.AktifLbl->caption(); }
 void CounterScreen::setActiveCaption(const QString& text) { form_.AktifLbl->setCaption(text); }
+void CounterScreen::edit(Field field, int station) { form_.activate(&labelOf(form_, field, station)); }
 int CounterScreen::currentStation() const { return form_.station(); }
+bool CounterScreen::printingEnabled(int station) const { return form_.YazCmd[station]->enabled(); }
 void CounterScreen::enablePrinting(int station, bool enabled) { form_.YazCmd[station]->setEnabled(enabled); }
 QString CounterScreen::entitlementCaption(int station) const { return form_.HakCmd[station]->caption(); }
 
@@ -67,6 +74,7 @@ void CounterScreen::setEntitlementTaken(int station, bool taken)
 }
 
 int CounterScreen::containerKind(int station) const { return form_.Combo1[station]->listIndex(); }
+void CounterScreen::setContainerKind(int station, int kind) { form_.Combo1[station]->setListIndex(kind); }
 float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }
 void CounterScreen::setContainers(int station, float count) { form_.kapSayisi(station) = count; }
 

@@ -15,11 +15,14 @@ public:
     const base::Regional& regional() const override;
     QString caption(pressing::Field field, int station) const override;
     void setCaption(pressing::Field field, int station, const QString& text) override;
+    void putBack(pressing::Field field, int station, const QString& text) override;
     bool isHighlighted(pressing::Field field, int station) const override;
     QString activeName() const override;
     QString activeCaption() const override;
     void setActiveCaption(const QString& text) override;
+    void edit(pressing::Field field, int station) override;
     int currentStation() const override;
+    bool printingEnabled(int station) const override;
     void enablePrinting(int station, bool enabled) override;
     QString entitlementCaption(int station) const override;
     void setEntitlementCaption(int station, const QString& text) override;
@@ -28,6 +31,7 @@ public:
     bool entitlementTaken(int station) const override;
     void setEntitlementTaken(int station, bool taken) override;
     int containerKind(int station) const override;
+    void setContainerKind(int station, int kind) override;
     float containers(int station) const override;
     void setContainers(int station, float count) override;
     void centreContainerCaption(int station) override;

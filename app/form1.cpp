@@ -3,10 +3,12 @@
 #include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
+#include "base/pass_over.h"
 #include "files/error.h"
 #include "files/own_bug.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
+#include "pressing/fraction.h"
 #include "pressing/keypad.h"
 #include "pressing/station_screen.h"
 #include <exception>
@@ -171,8 +173,14 @@ int Form1::station() const { return base::toInt16(static_cast<double>(AktifKontr
 
 void Form1::activate(CaptionLabel* label)
 {
-    if (AktifLbl) AktifLbl->setBackColor(colour::white);
+    if (AktifLbl && AktifLbl != label) {
+        // What the field shows has been reported already where it is no number.
+        base::passOver([this] { pressing::finishFraction(*counter_); });
+        AktifLbl->setBackColor(colour::white);
+    }
     AktifLbl = label;
+    const bool isName = label == GünLbl || label == TxtLbl[0] || label == TxtLbl[1];
+    if (!isName) dbListe1->setVisible(false);
     AktifLbl->setBackColor(colour::cyan);
 }
 

@@ -21,6 +21,7 @@
 #include "counter/log.h"
 #include "counter/register.h"
 #include "counter/slip_road.h"
+#include "pressing/kept_displays.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
 #include "print/printer.h"
@@ -70,11 +71,18 @@ struct Surroundings {
 /// other exception is our own bug: it is shown and logged as one, with the control that began the action.
 ///
 /// Between two actions holds, and checkInvariants() asserts:
-/// 1. AktifKontrol is 0, 1 or 999.
-/// 2. A disabled station frame is not green, and at most one of the two is disabled.
-/// 3. AktifLbl is cyan and no other field is; before the first activation none is.
+/// 1. AktifKontrol is 999 until the first activation, and 0 or 1 from then on.
+/// 2. From then on exactly one station works, the one of AktifKontrol: its frame is green and enabled. The other is
+///    button face and disabled.
+/// 3. AktifLbl is cyan and no other field is; before the first activation none is. It can be seen, the name filter of
+///    the report panel apart, which the view of the customers hides. While the panel is open, it is that filter.
 /// 4. HakVar of a station, its Frame3 and the caption of its HakCmd say the same.
 /// 5. Dosya is disabled exactly while the report panel is open.
+/// 6. Kaydet is visible only over a name at the working station, never over the prompt or the report panel.
+/// 7. The search list is visible only while a name is edited: the working station's, or the panel's.
+/// 8. Verilen is Label3 less HakTut of its station, as long as both show numbers.
+/// 9. A record carries one pay: while Frame3 is shown the fee is 0, while it is hidden HakTut is. An empty display is
+/// 0.
 class Form1 : public QWidget, public ActionHost {
     Q_OBJECT
 
@@ -217,11 +225,14 @@ public:
 
     const Surroundings& surroundings() const { return surroundings_; }
 
+    /// Makes a station the one that works: frames, active label, list's place; whatever worked before.
+    void workAt(int Index);
     /// The search list opens over that station's displays, below the customer's name.
     void moveListToStation(int Index);
     /// The search list opens over the grid of the report panel, below the name.
     void moveListToPanel();
-    /// Makes a label the one that is edited: the old one white, the new one cyan.
+    /// Makes a label the one that is edited: the old one white, the new one cyan. A fraction left unfinished in the old
+    /// one goes, and names found go where no name is edited.
     void activate(CaptionLabel* label);
     /// Upper or lower case captions on the keys, after CapsDurum.
     void showKeyCase();
@@ -253,6 +264,14 @@ private:
     /// Shows and logs an exception that nobody expected; the same one once, however often it comes.
     void reportOwnBug(const std::exception& error, const QString& place);
     void checkInvariants() const;
+    /// Of the invariants, those about one station's figures.
+    void checkPay(int Index) const;
+    /// After the activation, which gives the name of the first station the keys.
+    void panelTakesItsLabelBack();
+    /// No name is being typed any more: neither names found nor `Kaydet` are shown.
+    void endNameTyping();
+    /// `Kaydet` says what it does with the name that the working station shows.
+    void captionKaydet();
     /// One event of the line, as an action: its error is reported once, not at every line of a scale that errs.
     void scaleEvent();
     void showPortState();
@@ -306,7 +325,8 @@ private:
     counter::Register register_;
     counter::SlipRoad slipRoad_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
-    int actions_ = 0;                        ///< under way, one inside the other
+    std::optional<pressing::KeptTerms> termsBeforePanel_;
+    int actions_ = 0; ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
     QStringList notes_;   ///< to be shown when they have ended
     QStringList ownBugs_; ///< reported since the start

@@ -4,6 +4,7 @@
 #include "app/form1.h"
 #include "base/pass_over.h"
 #include "mill/queries.h"
+#include "pressing/kept_displays.h"
 #include "pressing/rules.h"
 
 #include <QGuiApplication>
@@ -35,31 +36,50 @@ void Form1::bindData()
 
 void Form1::YeniCmd_Click(int Index)
 {
-    Frame1[station()]->setBackColor(colour::buttonFace);
-    Frame1[station()]->setEnabled(false);
-    Frame1[Index]->setBackColor(colour::green);
-    Frame1[Index]->setEnabled(true);
+    workAt(Index);
+    endNameTyping();
+}
+
+void Form1::workAt(int Index)
+{
+    for (int i = 0; i < Frame1.size(); ++i) {
+        Frame1[i]->setBackColor(i == Index ? colour::green : colour::buttonFace);
+        Frame1[i]->setEnabled(i == Index);
+    }
+    // While the old station is still the current one: leaving its field may work a share out.
     activate(TxtLbl[Index]);
     AktifKontrol = static_cast<float>(Index);
     moveListToStation(Index);
+}
+
+void Form1::endNameTyping()
+{
+    dbListe1->setVisible(false);
+    Kaydet->setVisible(false);
+}
+
+void Form1::captionKaydet()
+{
+    bool known = false;
+    passOver([&] { known = register_.isCurrent(TxtLbl[station()]->caption()); });
+    Kaydet->setCaption(known ? deleteCaption : saveCaption);
 }
 
 void Form1::TxtLbl_Click(int Index) { activate(TxtLbl[Index]); }
 
 void Form1::TxtLbl_Change(int Index)
 {
+    // A name that nobody is typing (the prompt comes back while a weight is active) is searched nowhere.
+    if (AktifLbl != TxtLbl[Index] || AktifLbl->caption() == mill::customerPrompt) return endNameTyping();
     if (AktifLbl->caption().isEmpty()) {
-        pressing::customerCleared(*counter_, Index);
-        dbListe1->setVisible(false);
-        Kaydet->setVisible(false);
-        return;
+        endNameTyping(); // first: a display that is no number may end the clearing
+        return pressing::customerCleared(*counter_, Index);
     }
     searchCustomers(AktifLbl->caption());
 
     // Events ran during the search: the text is read afresh.
-    const QString typed = AktifLbl->caption();
-    Kaydet->setCaption(register_.isCurrent(typed) ? deleteCaption : saveCaption);
-    Kaydet->setVisible(!typed.isEmpty());
+    captionKaydet();
+    Kaydet->setVisible(!AktifLbl->caption().isEmpty());
 }
 
 void Form1::searchCustomers(const QString& typed)
@@ -86,20 +106,25 @@ void Form1::DataCari_Reposition()
     // A field that is empty, or that its display does not take, leaves that display as it is.
     const counter::Terms terms = register_.termsOfCurrent();
     const int current = station();
-    if (terms.percentage) passOver([&] { Haklbl[current]->setCaption(*terms.percentage); });
+    const auto show = [this](FieldLabel* display, const QString& term) {
+        passOver([&] { pressing::allOrNothing(*counter_, [&] { display->setCaption(term); }); });
+    };
+    if (terms.percentage) show(Haklbl[current], *terms.percentage);
     if (terms.container) passOver([&] { Combo1[current]->setText(*terms.container); });
-    if (terms.fee) passOver([&] { NakitLbl[current]->setCaption(*terms.fee); });
+    if (terms.fee) show(NakitLbl[current], *terms.fee);
 }
 
 void Form1::Kaydet_Click()
 {
     if (Kaydet->caption() != deleteCaption) {
+        dbListe1->setVisible(false);
         register_.add(TxtLbl[station()]->caption());
         Kaydet->setCaption(deleteCaption);
         return;
     }
 
     if (!surroundings_.prompt.yesNo(u"Kayıt Silinecek Eminmisiniz..!"_s, u"Kayıt Silme"_s)) return;
+    register_.makeCurrent(TxtLbl[station()]->caption()); // the one that is shown, or nobody
     activate(TxtLbl[station()]);
     AktifLbl->setCaption(QString());
     copyBeforeDeletion();

@@ -4,7 +4,9 @@
 #include "app/form1.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
+#include "base/pass_over.h"
 #include "pressing/containers.h"
+#include "pressing/fraction.h"
 #include "pressing/rules.h"
 
 using namespace Qt::StringLiterals;
@@ -24,16 +26,21 @@ void Form1::YazCmd_Click(int Index)
 {
     const ButtonAtWork printing(*YazCmd[Index]);
     const int current = station();
+    dbListe1->setVisible(false); // a name picked after the slip would be another one
+    base::passOver([this] { pressing::finishFraction(*counter_); });
     print::Slip slip;
     slip.pressing = pressing::pressingAt(*counter_, current);
     slip.handedOver = Verilen[current]->caption();
     slip.shareInOil = pressing::entitlementOfCurrent(*counter_);
     slip.font = printFont();
     slip.countContainers = [this, current] { return pressing::countContainers(*counter_, current).value; };
-    if (slipRoad_.printAndBook(std::move(slip))) {
-        if (surroundings_.backups) surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
-        KapFrm[Index]->setVisible(Sayac->checked());
-    }
+    status->setNotice({});
+    const counter::SlipOutcome outcome = slipRoad_.printAndBook(std::move(slip));
+    if (outcome.stored && surroundings_.backups)
+        surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
+    if (outcome.printed) KapFrm[Index]->setVisible(Sayac->checked());
+    captionKaydet(); // the name may have become a customer's
+    status->setNotice(outcome.notice);
     showFacts();
 }
 

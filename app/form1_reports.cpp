@@ -1,11 +1,14 @@
 // The report panel: its two views, the period and the name, the grid's columns, the statement.
 
+#include "app/counter_screen.h"
 #include "app/form1.h"
 #include "mill/queries.h"
 #include "print/header_file.h"
 #include "print/statement.h"
 #include "reports/period_report.h"
 #include "reports/statement_rows.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -52,9 +55,10 @@ void Form1::wireReports()
 
 void Form1::GünlükCmd_Click()
 {
+    if (!Frame4->visible()) termsBeforePanel_.emplace(*counter_);
     Frame4->setVisible(true);
     Dosya->setEnabled(false);
-    dbListe1->setVisible(false); // it was of the name at a station
+    endNameTyping(); // it was of the name at a station
     activate(GünLbl);
     AktifLbl->setCaption(QString());
     Option1[customersView]->choose();
@@ -172,6 +176,7 @@ void Form1::KapatCmd_Click(int Index)
     dbListe1->setVisible(false);
     Dosya->setEnabled(true);
     activate(TxtLbl[station()]);
+    if (termsBeforePanel_) std::exchange(termsBeforePanel_, std::nullopt)->putBack(*counter_);
     moveListToStation(station());
 }
 

@@ -1,9 +1,11 @@
 // The scale's line: opening the port from the settings, weights into the working station.
 
+#include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/setting_names.h"
 #include "base/numbers.h"
 #include "base/pass_over.h"
+#include "pressing/kept_displays.h"
 #include "scale/frm_properties.h"
 #include "scale/weight_line.h"
 
@@ -18,14 +20,18 @@ namespace {
 /// The current station as the scale sees it.
 class WorkingStation : public scale::ScaleStation {
 public:
-    WorkingStation(Form1& form, int index) : form_(form), index_(index) {}
+    WorkingStation(Form1& form, CounterScreen& counter, int index) : form_(form), counter_(counter), index_(index) {}
     QString customer() const override { return form_.TxtLbl[index_]->caption(); }
     QString weight() const override { return form_.Label2[index_]->caption(); }
-    void setWeight(const QString& caption) override { form_.Label2[index_]->setCaption(caption); }
+    void setWeight(const QString& caption) override
+    {
+        pressing::allOrNothing(counter_, [&] { form_.Label2[index_]->setCaption(caption); });
+    }
     bool isEnabled() const override { return form_.Frame1[index_]->enabled(); }
 
 private:
     Form1& form_;
+    CounterScreen& counter_;
     int index_;
 };
 
@@ -60,7 +66,7 @@ void Form1::scaleEvent()
 
 void Form1::TeraziComm_OnComm()
 {
-    WorkingStation working(*this, station());
+    WorkingStation working(*this, *counter_, station());
     if (TeraziComm->commEvent() == scale::events::received) status->weightArrived();
     scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
 }

@@ -40,7 +40,7 @@ void Form1::start()
     run(
         [this] {
             Form_Load();
-            slipRoad_.recover();
+            status->setNotice(slipRoad_.recover());
         },
         u"Form_Load"_s);
     // Before the window is seen, so that it does not jump; the activation finds it done.
@@ -82,7 +82,13 @@ void Form1::journalShrunk()
 
 void Form1::activated()
 {
-    run([this] { Form_Activate(); }, u"Form_Activate"_s);
+    run(
+        [this] {
+            const auto error = base::passOver([this] { Form_Activate(); });
+            panelTakesItsLabelBack(); // also when a step has failed
+            if (error) throw base::RuntimeError(*error);
+        },
+        u"Form_Activate"_s);
 }
 
 void Form1::Form_Load()
@@ -110,12 +116,20 @@ void Form1::Form_Activate()
     showKeyCase();
     CapsAyarla(CapsDurum);
 
-    AktifKontrol = 0;
-    activate(TxtLbl[0]); // exactly one label is cyan, also after a dialog was opened from another field
+    workAt(0); // exactly one label is cyan, also after a dialog was opened from another field
+    endNameTyping();
 
     Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s));
     Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s));
     if (Bağlantı->checked()) PortAc();
+}
+
+void Form1::panelTakesItsLabelBack()
+{
+    if (!Frame4->visible()) return;
+    activate(GünLbl);
+    moveListToPanel();
+    DBGrid1->setVisible(true); // the names found lay over it
 }
 
 void Form1::showKeyCase()

@@ -1,7 +1,11 @@
 #include "counter/register.h"
 
 #include "base/pass_over.h"
+#include "counter/booking.h"
+#include "mill/customer_name.h"
 #include "mill/queries.h"
+
+using namespace Qt::StringLiterals;
 
 namespace counter {
 
@@ -35,8 +39,22 @@ Terms Register::termsOfCurrent()
     return {text(Cari::Yuzde), text(Cari::Kap), text(Cari::Nakit)};
 }
 
+void Register::makeCurrent(const QString& name)
+{
+    if (makeNamedCurrent(customers_, name)) return;
+    throw base::RuntimeError(base::errors::recordDeleted,
+                             u"“%1” adıyla kayıtlı müşteri yok; hiçbir şey silinmedi."_s.arg(name));
+}
+
 void Register::add(const QString& name)
 {
+    if (const std::optional<QString> why = mill::whyNoCustomer(name))
+        throw base::RuntimeError(base::errors::invalidCall, *why);
+    // One row for each customer, also where the search has another one in front.
+    if (!customers_.database().open(mill::customerNamed(name)).rows.empty()) {
+        makeNamedCurrent(customers_, name);
+        return;
+    }
     // Before anything is added: a name that the search could never find again is not saved.
     const QString criteria = mill::customerCriteria(name);
     store::RecordSet& customers = customers_.recordSet();

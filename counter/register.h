@@ -27,7 +27,12 @@ public:
     bool isCurrent(const QString& name);
     Terms termsOfCurrent();
 
-    /// Adds a customer with nothing but the name, and makes it current.
+    /// Makes the customer of exactly that name the current one without recalling the terms. Error 3167 when there is
+    /// none: whoever wants to delete it deletes nobody.
+    void makeCurrent(const QString& name);
+
+    /// Makes the customer of exactly that name the current one; a new one is added with nothing but the name. Error 5
+    /// for a name that no customer can have.
     void add(const QString& name);
     /// Deletes the current customer and all of the customer's pressings: both or neither.
     void eraseCurrent();

@@ -1,6 +1,8 @@
 #include "counter/slip_road.h"
 
 #include "base/pass_over.h"
+#include "counter/booking.h"
+#include "mill/customer_name.h"
 #include "mill/queries.h"
 #include "print/header_file.h"
 
@@ -10,41 +12,6 @@ namespace counter {
 namespace {
 
 using base::passOver;
-using mill::Cari, mill::Hareket;
-
-void writeTerms(store::RecordSet& customers, const mill::Pressing& pressing, const base::Regional& regional)
-{
-    // No current record, or one that is gone, counts as another customer: the name is added.
-    bool another = true;
-    passOver([&] { another = customers.field(Cari::Unvan).text() != pressing.customer; });
-    if (another) {
-        passOver([&] { customers.addNew(); });
-        passOver([&] { customers.setField(Cari::Unvan, pressing.customer, regional); });
-    } else {
-        passOver([&] { customers.edit(); });
-    }
-    passOver([&] { customers.setField(Cari::Yuzde, pressing.percentage, regional); });
-    passOver([&] { customers.setField(Cari::Kap, pressing.container, regional); });
-    passOver([&] { customers.setField(Cari::Nakit, pressing.fee, regional); });
-    passOver([&] {
-        customers.update();
-        // The same name again must find this row, without recalling what it just stored.
-        if (another) customers.makeAddedCurrent();
-    });
-}
-
-bool writePressing(store::RecordSet& journal, const store::SlipNote& slip, const base::Regional& regional)
-{
-    const mill::Pressing& pressing = slip.pressing;
-    passOver([&] { journal.addNew(); });
-    passOver([&] { journal.setField(Hareket::Tarih, store::DateDays{slip.moment}); });
-    const std::pair<Hareket::Field, const QString&> texts[] = {
-        {Hareket::Zeytin, pressing.olives},      {Hareket::Yağ, pressing.oil},   {Hareket::Yuzde, pressing.percentage},
-        {Hareket::HakTut, pressing.entitlement}, {Hareket::Nakit, pressing.fee}, {Hareket::CariHar, pressing.customer},
-    };
-    for (const auto& entry : texts) passOver([&] { journal.setField(entry.first, entry.second, regional); });
-    return !passOver([&] { journal.update(); });
-}
 
 QString described(const store::SlipNote& slip)
 {
@@ -53,43 +20,42 @@ QString described(const store::SlipNote& slip)
 
 } // namespace
 
-bool book(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
-          const base::Regional& regional)
-{
-    bool booked = false;
-    passOver([&] {
-        store::Change change(customers.database());
-        bool added = false;
-        passOver([&] { writeTerms(customers.recordSet(), slip.pressing, regional); });
-        passOver([&] { added = writePressing(journal.recordSet(), slip, regional); });
-        change.commit();
-        booked = added;
-    });
-    return booked;
-}
-
-bool SlipRoad::printAndBook(print::Slip slip)
+SlipOutcome SlipRoad::printAndBook(print::Slip slip)
 {
     // The slip would leave and its pressing be lost.
     if (at_.journal.hasRecordSet())
         if (const std::optional<QString> why = at_.journal.database().whyReadOnly(mill::journalTable))
             throw base::RuntimeError(base::errors::readOnlyDatabase, *why);
 
-    const std::optional<store::SlipNote> note = print(std::move(slip));
-    if (!note) return false;
-    if (book(at_.customers, at_.journal, *note, at_.regional)) passOver([&] { at_.notes.strike(); });
-    return true;
+    SlipOutcome outcome;
+    const std::optional<store::SlipNote> note = print(std::move(slip), outcome.notice);
+    if (!note) return outcome;
+    outcome.printed = true;
+    outcome.stored = book(at_.customers, at_.journal, *note, at_.regional);
+    if (outcome.stored) {
+        passOver([&] { at_.notes.strike(); });
+    } else {
+        outcome.notice = described(*note) + u" basıldı, kaydı yapılamadı; notu duruyor, yeniden denenecek"_s;
+        at_.log.write(outcome.notice);
+    }
+    return outcome;
 }
 
-std::optional<store::SlipNote> SlipRoad::print(print::Slip slip)
+std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice)
 {
+    const auto refused = [&](const QString& why) {
+        notice = u"Fiş basılmadı: "_s + why;
+        return std::nullopt;
+    };
+    if (const std::optional<QString> why = mill::whyNoCustomer(slip.pressing.customer)) return refused(*why);
+
     print::Printer printer(at_.printer, at_.now);
     try {
         // Without an open journal the pressing would be lost: then no slip either.
         if (!at_.journal.hasRecordSet()) at_.journal.refresh();
-        passOver([&] {
-            if (at_.notes.open()) recover();
-        });
+        // A note has one place. The one before must have left it, or its pressing would be lost.
+        if (const auto error = passOver([&] { notice = recover(); }))
+            return refused(u"önceki fişin kaydı bekliyor. "_s + error->text());
         slip.now = at_.now();
         slip.headerItems = print::headerItems(at_.directory);
         print::composeSlip(printer, slip, at_.regional);
@@ -99,6 +65,14 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip)
         // The job comes first: its number stands in the note before a page leaves, so that a start after a crash can
         // ask the printer what became of the slip.
         store::SlipNote note = noteOf(slip.pressing);
+        std::optional<QString> why;
+        if (const auto error =
+                passOver([&] { why = whyNotBooked(at_.databases, at_.journal.databaseName(), note, at_.regional); }))
+            why = error->text();
+        if (why) {
+            printer.killDoc();
+            return refused(*why);
+        }
         note.job = at_.printer.createJob(*document);
         try {
             at_.notes.write(note);
@@ -128,22 +102,29 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing)
     return note;
 }
 
-void SlipRoad::recover()
+QString SlipRoad::recover()
 {
     const std::optional<store::SlipNote> slip = at_.notes.open();
-    if (!slip) return at_.notes.strike();
-
+    if (!slip) {
+        at_.notes.strike();
+        return {};
+    }
+    const auto settled = [&](const QString& what) {
+        at_.notes.strike();
+        at_.log.write(described(*slip) + what);
+        return QString();
+    };
     if (!at_.printer.taken(slip->job)) {
         at_.printer.cancel(slip->job);
-        at_.notes.strike();
-        return at_.log.write(described(*slip) + u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
+        return settled(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
     const QString database = at_.customers.databaseName();
     const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
-    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore) {
-        at_.notes.strike();
-        return at_.log.write(described(*slip) + u": basılmış ve kaydedilmiş"_s);
-    }
+    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
+        return settled(u": basılmış ve kaydedilmiş"_s);
+    // The next report would take such a row away.
+    if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAside(*slip, *why);
+
     // Sources of its own: what the screen has searched is another customer's, and its place must stay.
     store::DataSource customers(at_.databases);
     store::DataSource journal(at_.databases);
@@ -153,9 +134,18 @@ void SlipRoad::recover()
         source->setDatabaseName(database);
         source->refresh();
     }
-    book(customers, journal, *slip, at_.regional);
-    at_.notes.strike();
-    at_.log.write(described(*slip) + u": basılmış, kaydı şimdi yapıldı"_s);
+    if (book(customers, journal, *slip, at_.regional)) return settled(u": basılmış, kaydı şimdi yapıldı"_s);
+    if (const auto why = whyNotBooked(at_.databases, database, *slip, at_.regional)) return setAside(*slip, *why);
+    throw base::RuntimeError(base::errors::databaseFault,
+                             described(*slip) + u" basılmış, kaydı yapılamadı; notu duruyor, yeniden denenecek."_s);
+}
+
+QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)
+{
+    const QString notice =
+        described(slip) + u": basılmış, kaydedilemiyor (%1); notu: %2"_s.arg(why, at_.notes.setAside());
+    at_.log.write(notice);
+    return notice;
 }
 
 } // namespace counter

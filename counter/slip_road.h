@@ -26,37 +26,45 @@ struct SlipPlaces {
     std::function<QDateTime()> now;
 };
 
-/// The road of a slip: composed, given a job's number, noted beside the database, sent, booked, and its note struck
-/// out.
+/// What became of a slip.
+struct SlipOutcome {
+    bool printed = false;
+    bool stored = false;
+    /// What the operator is told beside the printer's state: why it was not printed or not stored, or what became of an
+    /// earlier one. Empty when there is nothing to say; a slip that fails while it is composed or printed says nothing.
+    QString notice;
+};
+
+/// The road of a slip: composed, tried against the tables, given a job's number, noted beside the database, sent,
+/// booked, and its note struck out.
 ///
 /// What holds, wherever the program or the power stops: as many pressings are booked as slips were taken over by the
 /// printer, once recover() has run. The note is on the disk before a page leaves, and leaves the disk only after the
-/// pressing is in the journal or the slip is known not to be printed.
+/// pressing is in the journal or the slip is known not to be printed. One that no table takes is never printed; where
+/// one was nevertheless (the tables have changed since), its note is kept as a file of its own.
 class SlipRoad {
 public:
     explicit SlipRoad(SlipPlaces places) : at_(std::move(places)) {}
 
-    /// Prints the slip and books its pressing; its moment and header lines are filled in here. False when it could not
-    /// be printed, for whatever reason: then nothing is booked. A printed pressing that the disk refuses keeps its
-    /// note. Throws error 3027 for a journal that takes no rows, before anything is printed.
-    bool printAndBook(print::Slip slip);
+    /// Prints the slip and books its pressing; its moment and header lines are filled in here. What could not be
+    /// stored is not printed, and what is not printed is not booked. A printed pressing that the disk refuses keeps its
+    /// note, and no further slip is printed until that one is booked. Throws error 3027 for a journal that takes no
+    /// rows, before anything is printed.
+    SlipOutcome printAndBook(print::Slip slip);
 
     /// Takes up the note that a stop in the middle of a slip has left: a slip that the printer took over is booked,
-    /// once; any other job is cancelled and nothing is booked. Either way one line is logged, and the note is gone.
-    void recover();
+    /// once; any other job is cancelled and nothing is booked. One that no table takes is set aside. Each way one line
+    /// is logged, and the note is out of the way. What the operator should know of it, if anything. Throws when the
+    /// printer or the disk does not answer for the moment: the note stays.
+    QString recover();
 
 private:
     /// What is to be booked; nothing when the slip could not be printed.
-    std::optional<store::SlipNote> print(print::Slip slip);
+    std::optional<store::SlipNote> print(print::Slip slip, QString& notice);
     store::SlipNote noteOf(const mill::Pressing& pressing);
+    QString setAside(const store::SlipNote& slip, const QString& why);
 
     SlipPlaces at_;
 };
-
-/// Writes what a printed slip leaves behind: the customer's terms into the register and the pressing into the journal,
-/// in one change. A field that does not take its text is passed over; the others are written. False when the pressing
-/// is not in the journal afterwards.
-bool book(store::DataSource& customers, store::DataSource& journal, const store::SlipNote& slip,
-          const base::Regional& regional);
 
 } // namespace counter

@@ -3,6 +3,7 @@
 #include "base/letters.h"
 #include "base/numbers.h"
 #include "mill/queries.h"
+#include "pressing/kept_displays.h"
 
 using namespace Qt::StringLiterals;
 
@@ -26,7 +27,9 @@ QString letterCaption(int key, const QString& now, bool capitals)
 
 QString caseKeyCaption(bool capitals) { return capitals ? u"AB"_s : u"ab"_s; }
 
-void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
+namespace {
+
+void press(StationScreen& screen, KeypadScreen& keypad, int key)
 {
     if (!keypad.stationFrameEnabled() && !keypad.reportPanelShown()) return;
 
@@ -60,6 +63,13 @@ void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
         break;
     }
     if (!keypad.capitals()) keypad.IlkHarfBuyut();
+}
+
+} // namespace
+
+void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key)
+{
+    allOrNothing(screen, [&] { press(screen, keypad, key); });
 }
 
 } // namespace pressing

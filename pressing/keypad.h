@@ -39,7 +39,8 @@ public:
     virtual void IlkHarfBuyut() = 0;              ///< title case on the active label
 };
 
-/// `Label1` clicked. An error of a display's rule ends the click where it is.
+/// `Label1` clicked. An error of a display's rule ends the click where it is; a figure too large to go on with is not
+/// taken at all.
 void keyPressed(StationScreen& screen, KeypadScreen& keypad, int key);
 
 } // namespace pressing

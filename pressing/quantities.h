@@ -1,22 +1,32 @@
 #pragma once
 
+#include "base/error.h"
 #include "base/numbers.h"
 
 #include <cstddef> // moc wants it ahead of <compare>
 
+#include <cmath>
 #include <compare>
 
 /// Amounts that carry their unit. Only what means something can be written: oil less oil is oil, a share of oil is oil,
-/// and a kilogram becomes a litre only where somebody says so.
+/// and a kilogram becomes a litre only where somebody says so. A result
+/// too large for a number is error 6.
 namespace pressing {
+
+/// The number itself; error 6 for one that is too large to be one.
+inline double inRange(double number)
+{
+    if (!std::isfinite(number)) throw base::runtimeError(base::errors::overflow);
+    return number;
+}
 
 template <class Unit> struct Quantity {
     double value = 0;
 
     // What a defaulted comparison compares with 0 is taken for a pointer.
     auto operator<=>(const Quantity&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
-    friend Quantity operator-(Quantity whole, Quantity part) { return {whole.value - part.value}; }
-    friend Quantity operator*(Quantity whole, double factor) { return {whole.value * factor}; }
+    friend Quantity operator-(Quantity whole, Quantity part) { return {inRange(whole.value - part.value)}; }
+    friend Quantity operator*(Quantity whole, double factor) { return {inRange(whole.value * factor)}; }
     /// How many times one fits into the other: an error of the caller for a part of 0.
     friend double operator/(Quantity whole, Quantity part) { return whole.value / part.value; }
 };
@@ -26,7 +36,7 @@ using Litre = Quantity<struct LitreUnit>;
 using Percent = Quantity<struct PercentUnit>;
 using Lira = Quantity<struct LiraUnit>;
 
-inline Kilogram operator*(Kilogram whole, Percent share) { return {whole.value * share.value / 100.0}; }
+inline Kilogram operator*(Kilogram whole, Percent share) { return {inRange(whole.value * share.value) / 100.0}; }
 
 template <class Unit> bool isFractional(Quantity<Unit> amount) { return base::isFractional(amount.value); }
 

@@ -3,6 +3,8 @@
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/displays.h"
+#include "pressing/fraction.h"
+#include "pressing/kept_displays.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +34,29 @@ Kilogram share(const StationScreen& screen, int station)
     return oil * read(screen, displays::percentage, station);
 }
 
+/// What is left for the customer.
+void showHandedOver(StationScreen& screen, int station)
+{
+    const Kilogram oil = read(screen, displays::oil, station);
+    show(screen, displays::handedOver, station, handedOutFor(oil - read(screen, displays::entitlement, station)));
+}
+
+/// What was typed becomes a percentage: five characters, two digits before the mark.
+void cutToPercentage(StationScreen& screen)
+{
+    if (screen.activeCaption().isEmpty()) screen.setActiveCaption(zero);
+    if (screen.activeCaption().size() > 5) screen.setActiveCaption(screen.activeCaption().left(5));
+    const auto unfinished = unfinishedFraction(screen.activeCaption(), percentageDecimals, u"#0", screen.regional());
+    if (unfinished && unfinished->whole.size() <= 2) return screen.setActiveCaption(unfinished->shown);
+
+    const Percent typed{base::displayValue(screen.activeCaption(), screen.regional())};
+    if (!isFractional(typed) && screen.activeCaption().size() > 2)
+        screen.setActiveCaption(screen.activeCaption().left(2));
+    const QString text = screen.activeCaption();
+    const bool hasMark = text.contains(u'.') || text.contains(u',');
+    screen.setActiveCaption(formatWithoutMark(text, hasMark ? u"#0.##" : u"#0", screen.regional()));
+}
+
 } // namespace
 
 void olivesChanged(StationScreen& screen, int station)
@@ -48,8 +73,9 @@ void oilChanged(StationScreen& screen, int station)
     zeroIfEmpty(screen, Field::Label3, station);
     const Kilogram oil = reformat(screen, displays::oil, station, u"#,##0.###");
     if (!isFractional(oil)) screen.setCaption(Field::HakTut, station, zero);
+    showHandedOver(screen, station); // the entitlement may have been 0 before
 
-    if (!entitlementOfCurrent(screen)) return;
+    if (!entitlementOfCurrent(screen) || !screen.entitlementShown(station)) return;
     const int current = screen.currentStation();
     const bool nothingPressed = read(screen, displays::olives, current) <= Kilogram{0};
     show(screen, displays::entitlement, station, nothingPressed ? Kilogram{0} : share(screen, current));
@@ -59,14 +85,9 @@ void percentageChanged(StationScreen& screen, int station)
 {
     if (!screen.isHighlighted(Field::Haklbl, station)) return;
 
-    if (screen.activeCaption().isEmpty()) screen.setActiveCaption(zero);
-    if (screen.activeCaption().size() > 5) screen.setActiveCaption(screen.activeCaption().left(5));
-    const Percent typed{base::displayValue(screen.activeCaption(), screen.regional())};
-    if (!isFractional(typed) && screen.activeCaption().size() > 2)
-        screen.setActiveCaption(screen.activeCaption().left(2));
-    const QString text = screen.activeCaption();
-    const bool hasMark = text.contains(u'.') || text.contains(u',');
-    screen.setActiveCaption(base::formatNumber(text, hasMark ? u"#0.##" : u"#0", screen.regional()));
+    cutToPercentage(screen);
+    // One pay for each record: nothing typed gives the mill oil that it does not take.
+    if (!screen.entitlementShown(station)) return screen.setCaption(Field::HakTut, station, zero);
 
     const int current = screen.currentStation();
     const Kilogram oil = read(screen, displays::oil, current);
@@ -75,21 +96,33 @@ void percentageChanged(StationScreen& screen, int station)
          noOil ? Kilogram{0} : oil * read(screen, displays::percentage, current));
 }
 
-void entitlementChanged(StationScreen& screen, int station)
-{
-    const Kilogram oil = read(screen, displays::oil, station);
-    show(screen, displays::handedOver, station, handedOutFor(oil - read(screen, displays::entitlement, station)));
-}
+void entitlementChanged(StationScreen& screen, int station) { showHandedOver(screen, station); }
 
 void feeChanged(StationScreen& screen, int station)
 {
     zeroIfEmpty(screen, Field::NakitLbl, station);
+    // One pay for each record: while the mill takes oil there is no fee, whatever was typed or recalled.
+    if (screen.entitlementShown(station)) screen.setCaption(Field::NakitLbl, station, zero);
+
+    const QString fee = screen.caption(Field::NakitLbl, station);
+    const bool typedHere = screen.isHighlighted(Field::NakitLbl, station);
+    if (typedHere)
+        if (const auto unfinished = unfinishedFraction(fee, feeDecimals, u"#,##0", screen.regional()))
+            return screen.setActiveCaption(unfinished->shown);
+
     const bool fractional = isFractional(read(screen, displays::fee, station));
     screen.setActiveCaption(
-        base::formatNumber(screen.activeCaption(), fractional ? u"#,##0.###" : u"#,##0", screen.regional()));
+        formatWithoutMark(screen.activeCaption(), fractional ? u"#,##0.###" : u"#,##0", screen.regional()));
 }
 
-void entitlementSwitched(StationScreen& screen, int station)
+void shareWorkedOut(StationScreen& screen, int station)
+{
+    show(screen, displays::entitlement, station, share(screen, station));
+}
+
+namespace {
+
+void flipEntitlement(StationScreen& screen, int station)
 {
     // HakVar follows the frame only when the rule ends (also by an error): the captions that change on the way are
     // worked out under the mode before the press.
@@ -103,12 +136,21 @@ void entitlementSwitched(StationScreen& screen, int station)
         screen.setEntitlementCaption(station, entitlementOn);
         screen.showEntitlement(station, true);
         screen.setCaption(Field::NakitLbl, screen.currentStation(), zero);
-        show(screen, displays::entitlement, station, share(screen, station));
+        shareWorkedOut(screen, station);
     } else {
         screen.setCaption(Field::HakTut, station, zero);
         screen.setEntitlementCaption(station, entitlementOff);
         screen.showEntitlement(station, false);
+        // What is edited must be seen: the other pay takes its place.
+        if (screen.isHighlighted(Field::Haklbl, station)) screen.edit(Field::NakitLbl, station);
     }
+}
+
+} // namespace
+
+void entitlementSwitched(StationScreen& screen, int station)
+{
+    allOrNothing(screen, [&] { flipEntitlement(screen, station); });
 }
 
 void switchEntitlementOff(StationScreen& screen, int station)

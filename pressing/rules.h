@@ -5,7 +5,7 @@
 
 /// How the quantities of a pressing follow from one another. One function for each display that can change; each is
 /// called when that display's caption has changed. Texts that are not numbers raise error 13 and leave the captions
-/// set so far as they are; an empty display counts as 0.
+/// set so far as they are; an empty display counts as 0. A product that is too large is error 6.
 namespace pressing {
 
 using namespace Qt::StringLiterals;
@@ -19,15 +19,20 @@ inline constexpr double oilPerOlives = 0.9;
 /// `Label2`: reformats the weight, presets the oil, enables printing when there is something to press.
 void olivesChanged(StationScreen& screen, int station);
 /// `Label3`: a whole oil figure clears the entitlement and a fractional one keeps it, until the mill's share, where it
-/// is taken in oil, is worked out afresh.
+/// is taken in oil, is worked out afresh. What is left for the customer follows at every step.
 void oilChanged(StationScreen& screen, int station);
-/// `Haklbl`: only while it is being edited. Cuts what was typed to a percentage and works out the entitlement.
+/// `Haklbl`: only while it is being edited. Cuts what was typed to a percentage, where a fraction may be unfinished,
+/// and works out the entitlement; "0" where none is taken.
 void percentageChanged(StationScreen& screen, int station);
 /// `HakTut`: what is left for the customer; negative when the mill's share exceeds the oil.
 void entitlementChanged(StationScreen& screen, int station);
-/// `NakitLbl`: decides by the fee, reformats the label being edited, whichever it is.
+/// `NakitLbl`: decides by the fee, reformats the label being edited, whichever it is. A fee whose fraction is being
+/// typed stays as it is, and none stands beside an entitlement that is taken.
 void feeChanged(StationScreen& screen, int station);
-/// `HakCmd` pressed: the mill takes oil instead of money, or no longer does.
+/// The entitlement by the oil and the percentage that stand there.
+void shareWorkedOut(StationScreen& screen, int station);
+/// `HakCmd` pressed: the mill takes oil instead of money, or no longer does. Where the percentage was being edited and
+/// goes out of sight, the fee is edited instead. Overflow changes nothing.
 void entitlementSwitched(StationScreen& screen, int station);
 /// `HakCmd` set to off by the program: runs the switch's own rule when it is on.
 void switchEntitlementOff(StationScreen& screen, int station);

@@ -41,6 +41,8 @@ public:
 
     virtual QString caption(Field field, int station) const = 0;
     virtual void setCaption(Field field, int station, const QString& text) = 0;
+    /// Shows a caption as it was a moment ago; no rule runs.
+    virtual void putBack(Field field, int station, const QString& text) = 0;
     /// The label is the cyan one, being edited.
     virtual bool isHighlighted(Field field, int station) const = 0;
 
@@ -48,10 +50,13 @@ public:
     virtual QString activeName() const = 0; ///< control name without index, such as "Label2"
     virtual QString activeCaption() const = 0;
     virtual void setActiveCaption(const QString& text) = 0;
+    /// Makes a display the one that the keypad edits.
+    virtual void edit(Field field, int station) = 0;
 
     virtual int currentStation() const = 0; ///< `AktifKontrol` as a whole number; 999 while none is current
 
-    virtual void enablePrinting(int station, bool enabled) = 0; ///< `YazCmd`
+    virtual bool printingEnabled(int station) const = 0; ///< `YazCmd`
+    virtual void enablePrinting(int station, bool enabled) = 0;
 
     virtual QString entitlementCaption(int station) const = 0; ///< `HakCmd`
     virtual void setEntitlementCaption(int station, const QString& text) = 0;
@@ -62,7 +67,8 @@ public:
     virtual void setEntitlementTaken(int station, bool taken) = 0;
 
     virtual int containerKind(int station) const = 0; ///< list position in `Combo1`; -1 when nothing is chosen
-    virtual float containers(int station) const = 0;  ///< `KapSayisi`
+    virtual void setContainerKind(int station, int kind) = 0;
+    virtual float containers(int station) const = 0; ///< `KapSayisi`
     virtual void setContainers(int station, float count) = 0;
     virtual void centreContainerCaption(int station) = 0;
     virtual void showContainerPanel(int station, bool shown) = 0; ///< `KapFrm`

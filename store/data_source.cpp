@@ -19,11 +19,16 @@ Engine& DataSource::database()
 
 void DataSource::refresh()
 {
+    refreshQuietly();
+    if (records_.size() > 0 && reposition_) reposition_();
+}
+
+void DataSource::refreshQuietly()
+{
     Listing listing = database().open(recordSource_);
     records_.open(engine_, std::move(listing));
     open_ = true;
     if (refreshed_) refreshed_();
-    if (records_.size() > 0 && reposition_) reposition_();
 }
 
 RecordSet& DataSource::recordSet()

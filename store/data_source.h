@@ -18,6 +18,8 @@ public:
 
     /// Runs the record source again. When that fails the set before it stays.
     void refresh();
+    /// The same without a word about which row is current now: nothing is recalled by it.
+    void refreshQuietly();
     bool hasRecordSet() const { return open_; }
     RecordSet& recordSet(); ///< error 91 before the first refresh
 

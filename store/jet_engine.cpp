@@ -36,6 +36,8 @@ int numberOf(jet::Fault fault)
         return base::errors::querySyntax;
     case Fault::badValue:
         return base::errors::dataConversion;
+    case Fault::required:
+        return base::errors::fieldRequired;
     case Fault::duplicate:
         return base::errors::duplicateKey;
     case Fault::readOnly:

@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cmath>
+#include <string>
 #include <vector>
 
 namespace store {
@@ -99,6 +100,22 @@ void SlipNotes::strike()
         if (!disk_.exists(path_)) return;
         disk_.remove(path_);
         disk_.syncFolder(path_.parent_path());
+    } catch (const files::Error& error) {
+        throw failed(error);
+    }
+}
+
+QString SlipNotes::setAside()
+{
+    try {
+        std::filesystem::path aside;
+        for (int number = 1; aside.empty() || disk_.exists(aside); ++number) {
+            aside = path_;
+            aside += "-" + std::to_string(number);
+        }
+        disk_.rename(path_, aside);
+        disk_.syncFolder(path_.parent_path());
+        return QString::fromStdU16String(aside.filename().u16string());
     } catch (const files::Error& error) {
         throw failed(error);
     }

@@ -34,6 +34,9 @@ public:
     void write(const SlipNote& note); ///< error 3000 when the disk refuses
     std::optional<SlipNote> open() const;
     void strike();
+    /// The open note leaves its place, which the next one needs, and stays as a file of its own: "<database>-slip-1",
+    /// -2 ... The file's name. Error 3000 when the disk refuses.
+    QString setAside();
 
 private:
     files::Disk& disk_;

@@ -17,9 +17,32 @@ public:
     }
 
     QString refused;    ///< table whose rows cannot be inserted or updated
-    QStringList writes; ///< what was written, in order: "insert Cari" ...
+    QStringList writes; ///< what was written and not taken back, in order: "insert Cari" ...
 
 private:
+    class WatchedScope : public store::ChangeScope {
+    public:
+        WatchedScope(std::unique_ptr<store::ChangeScope> behind, QStringList& writes)
+            : behind_(std::move(behind)), writes_(writes), before_(writes.size())
+        {
+        }
+        ~WatchedScope() override
+        {
+            if (!committed_) writes_.resize(before_);
+        }
+        void commit() override
+        {
+            behind_->commit();
+            committed_ = true;
+        }
+
+    private:
+        std::unique_ptr<store::ChangeScope> behind_;
+        QStringList& writes_;
+        qsizetype before_;
+        bool committed_ = false;
+    };
+
     class Watched : public store::Engine {
     public:
         Watched(std::shared_ptr<store::Engine> behind, WatchedDatabases& watch)
@@ -56,7 +79,10 @@ private:
             return behind_->execute(sql);
         }
         QList<store::FieldValue> aggregate(const QString& sql) override { return behind_->aggregate(sql); }
-        std::unique_ptr<store::ChangeScope> change() override { return behind_->change(); }
+        std::unique_ptr<store::ChangeScope> change() override
+        {
+            return std::make_unique<WatchedScope>(behind_->change(), watch_.writes);
+        }
         std::optional<QString> whyReadOnly(const QString& table) override { return behind_->whyReadOnly(table); }
 
     private:

@@ -184,6 +184,7 @@ void FormLayout::reportPanelCoversTheStationsOnly()
     Form1& form = screen.form;
     form.Frame4->setVisible(true);
     form.Dosya->setEnabled(false); // as it is while the panel is open
+    form.activate(form.GünLbl);
     for (int i = 0; i < 2; ++i) {
         QVERIFY(form.Frame4->geometry().contains(form.Frame1[i]->geometry()));
         QCOMPARE(form.childAt(form.Frame1[i]->geometry().center())->window(), &form);
@@ -207,7 +208,8 @@ void FormLayout::saveButtonStandsBesideTheName()
     form.start();
     for (int i = 0; i < 2; ++i) {
         form.run([&] {
-            form.AktifKontrol = static_cast<float>(i);
+            form.workAt(i);
+            form.TxtLbl[i]->showCaption(QStringLiteral("Ali"));
             form.Kaydet->setVisible(true);
         });
         const QRect name = onForm(form, form.TxtLbl[i]);

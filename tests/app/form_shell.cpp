@@ -106,8 +106,9 @@ void FormShell::activationPutsEverythingToItsStart()
     form.start();
     form.Combo1[0]->setListIndex(2);
     form.Combo1[1]->setListIndex(-1);
-    form.AktifKontrol = 1;
-    form.activate(form.TxtLbl[1]);
+    QTest::mouseClick(form.YeniCmd[1], Qt::LeftButton);
+    form.Kaydet->setVisible(true);
+    form.dbListe1->setVisible(true);
     screen.clock.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
 
     form.activated();
@@ -117,6 +118,12 @@ void FormShell::activationPutsEverythingToItsStart()
     QCOMPARE(form.DTPickerSon->value(), QDate(2025, 11, 21));
     QCOMPARE(form.AktifKontrol, 0.0f);
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+    QVERIFY(form.Frame1[0]->enabled() && !form.Frame1[1]->enabled());
+    QCOMPARE(form.Frame1[0]->backColor(), colour::green);
+    QCOMPARE(form.Frame1[1]->backColor(), colour::buttonFace);
+    QCOMPARE(form.dbListe1->Left(), form.Frame1[0]->Left() + form.HakCmd[0]->Left());
+    QVERIFY(!form.Kaydet->visible());
+    QVERIFY(!form.dbListe1->visible());
 }
 
 void FormShell::activationTakesTheKeypadCaseFromTheSettings_data()
@@ -273,15 +280,16 @@ void FormShell::touchedFieldIsTheOneThatIsEdited()
     Screen screen;
     Form1& form = screen.form;
     form.start();
+    QTest::mouseClick(form.YeniCmd[1], Qt::LeftButton);
     form.TxtLbl[1]->setCaption(QStringLiteral("Ali"));
     form.HakCmd_Click(1);
     form.KapFrm[1]->setVisible(true);
     auto* label = form.findChild<CaptionLabel*>(field);
     const Colour ground = label->backColor();
     QTest::mouseClick(label, Qt::LeftButton);
-    QCOMPARE(form.AktifLbl, edited ? label : form.TxtLbl[0]);
+    QCOMPARE(form.AktifLbl, edited ? label : form.TxtLbl[1]);
     QCOMPARE(label->backColor(), edited ? colour::cyan : ground);
-    QCOMPARE(form.TxtLbl[0]->backColor(), edited ? colour::white : colour::cyan);
+    QCOMPARE(form.TxtLbl[1]->backColor(), form.AktifLbl == form.TxtLbl[1] ? colour::cyan : colour::white);
 }
 
 void FormShell::nextKeyTakesTheHighlightAndTheExitButtonsColourBack()

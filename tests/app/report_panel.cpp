@@ -442,16 +442,22 @@ void ReportPanel::withoutAStationDaysDoNothing()
     openReport();
     const QDate today = form().DTPickerSon->value();
     const QDate first = form().DTPickerBas->value();
-    form().AktifKontrol = 999;
-    form().run([&] { form().DTPickerBas->setValue(today.addDays(5)); });
+    // Inside the actions: no station works only until the first activation.
+    const auto withoutAStation = [&](app::DatePicker* picker, const QDate& day) {
+        form().run([&] {
+            form().AktifKontrol = 999;
+            picker->setValue(day);
+            form().AktifKontrol = 0;
+        });
+    };
+    withoutAStation(form().DTPickerBas, today.addDays(5));
     QCOMPARE(form().DTPickerSon->value(), today);
     QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
-    form().run([&] { form().DTPickerBas->setValue(first); });
-    form().run([&] { form().DTPickerSon->setValue(first.addDays(-5)); });
+    withoutAStation(form().DTPickerBas, first);
+    withoutAStation(form().DTPickerSon, first.addDays(-5));
     QCOMPARE(form().DTPickerBas->value(), first);
     QCOMPARE(form().DTPickerSon->value(), first.addDays(-5));
     QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
-    form().AktifKontrol = 0;
 }
 
 void ReportPanel::hiddenPanelReportsTheNameAtTheStation()

@@ -61,7 +61,7 @@ private slots:
     void weightsGoToTheStationThatIsWorkedOn();
     void otherRegionalSettingsGroupTheirWay();
     void clearedNameLeavesLineAndWeightAlone();
-    void disabledStationKeepsItsWeight();
+    void afterADialogTheFirstStationWeighs();
     void badLinesAreReportedOnceUntilAGoodOne();
     void weightDoesNotTouchTheKeypadsField();
     void keypadTypesOverAWeight();
@@ -262,16 +262,17 @@ void ScalePort::clearedNameLeavesLineAndWeightAlone()
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
 }
 
-void ScalePort::disabledStationKeepsItsWeight()
+void ScalePort::afterADialogTheFirstStationWeighs()
 {
     WeighingCounter counter;
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
     Counter::click(form.YeniCmd[1]);
-    form.activated(); // station 0 is current and not enabled
+    form.activated();
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
+    QCOMPARE(form.Label2[1]->caption(), QStringLiteral("0"));
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
 }
 

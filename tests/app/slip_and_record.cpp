@@ -27,11 +27,17 @@ private slots:
     void panelFollowsTheCounterSwitch();
     void differentNameAddsAndTheSameNameEdits();
     void customerDeletedMeanwhileIsAddedAgain();
-    void customerThatCannotBeStoredLeavesThePressing();
-    void customerThatAnIndexRefusesLeavesThePressing();
-    void pressingThatCannotBeStoredLeavesTheTerms();
+    void tableThatTakesNoRowPrintsNoSlip_data();
+    void tableThatTakesNoRowPrintsNoSlip();
+    void customerThatFailsBehindThePrinterLeavesThePressing();
+    void customerThatAnIndexRefusesGetsNoSlip();
+    void pressingThatFailsBehindThePrinterKeepsItsNote();
     void fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip();
-    void fieldThatTakesNoTextKeepsWhatItHad();
+    void fieldThatTakesNoTextPrintsNoSlip();
+    void saveButtonKnowsTheCustomerThatASlipHasAdded();
+    void markLeftDanglingIsGoneFromTheSlip();
+    void slipOfANameThatIsNotCurrentAddsNoSecondRow();
+    void openListClosesAtTheSlip();
     void fontDialogIsPresetAndStored_data();
     void fontDialogIsPresetAndStored();
     void cancelledFontDialogStoresNothing();
@@ -330,13 +336,44 @@ void SlipAndRecord::customerDeletedMeanwhileIsAddedAgain()
     QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
 }
 
-void SlipAndRecord::customerThatCannotBeStoredLeavesThePressing()
+void SlipAndRecord::tableThatTakesNoRowPrintsNoSlip_data()
+{
+    QTest::addColumn<QString>("table");
+    QTest::newRow("customers") << QStringLiteral("Cari");
+    QTest::newRow("journal") << QStringLiteral("Hareket");
+}
+
+void SlipAndRecord::tableThatTakesNoRowPrintsNoSlip()
+{
+    QFETCH(QString, table);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    counter.watched.refused = table;
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 0);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QVERIFY(form.YazCmd[0]->enabled());
+    QVERIFY(!counter.notes.open());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QVERIFY2(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: ")), qPrintable(form.status->text()));
+    counter.watched.refused.clear();
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QVERIFY(!form.status->text().contains(QStringLiteral("basılmadı")));
+}
+
+void SlipAndRecord::customerThatFailsBehindThePrinterLeavesThePressing()
 {
     Counter counter;
     Form1& form = counter.form;
     form.start();
     counter.pressingOf(QStringLiteral("ali"));
-    counter.watched.refused = QStringLiteral("Cari");
+    counter.paper.before = [&](FakePrinter::Step step) {
+        if (step == FakePrinter::Step::send) counter.watched.refused = QStringLiteral("Cari");
+    };
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
     QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
@@ -346,7 +383,7 @@ void SlipAndRecord::customerThatCannotBeStoredLeavesThePressing()
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
-void SlipAndRecord::customerThatAnIndexRefusesLeavesThePressing()
+void SlipAndRecord::customerThatAnIndexRefusesGetsNoSlip()
 {
     Counter counter;
     const std::filesystem::path path = counter.file().toStdU16String();
@@ -379,27 +416,45 @@ void SlipAndRecord::customerThatAnIndexRefusesLeavesThePressing()
     counter.pressingOf(QStringLiteral("ali")); // Ali: another name than ALi to the rule, the same to the index
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"ALi|5|-|-"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.paper.sent.size(), 0);
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: ")));
+    QVERIFY(form.status->text().contains(QStringLiteral("Unvan")));
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(jet::checkDatabase(*jet::Database::open(counter.disk, path)).ok());
 }
 
-void SlipAndRecord::pressingThatCannotBeStoredLeavesTheTerms()
+void SlipAndRecord::pressingThatFailsBehindThePrinterKeepsItsNote()
 {
     Counter counter;
     Form1& form = counter.form;
     counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
     form.start();
     counter.pressingOf(QStringLiteral("ali"));
-    counter.watched.refused = QStringLiteral("Hareket");
+    counter.paper.before = [&](FakePrinter::Step step) {
+        if (step == FakePrinter::Step::send) counter.watched.refused = QStringLiteral("Hareket");
+    };
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
     QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QVERIFY(counter.notes.open());
+    QVERIFY(form.status->text().contains(QStringLiteral("kaydı yapılamadı")));
     QVERIFY(form.KapFrm[0]->visible());
     QVERIFY(form.YazCmd[0]->enabled());
     QCOMPARE(counter.prompt.errors, QList<int>{});
+
+    // While the table refuses, nothing more is printed; then both are stored.
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QVERIFY(form.status->text().contains(QStringLiteral("önceki fişin kaydı bekliyor")));
+    counter.paper.before = {};
+    counter.watched.refused.clear();
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 2);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QVERIFY(!counter.notes.open());
 }
 
 void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
@@ -422,7 +477,7 @@ void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
     QVERIFY(!form.KapFrm[0]->visible());
 }
 
-void SlipAndRecord::fieldThatTakesNoTextKeepsWhatItHad()
+void SlipAndRecord::fieldThatTakesNoTextPrintsNoSlip()
 {
     Counter counter;
     Form1& form = counter.form;
@@ -432,8 +487,75 @@ void SlipAndRecord::fieldThatTakesNoTextKeepsWhatItHad()
     form.Haklbl[0]->onChange({});
     form.Haklbl[0]->setCaption(QStringLiteral("1e")); // cash does not print it
     Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 0);
     QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|12|10 Litrelik Kap|100"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList{"20.11.2025 14:05:00|1000|900|-|0|100|Ali"});
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: Cari tablosunun Yuzde alanı “1e”")));
+}
+
+void SlipAndRecord::saveButtonKnowsTheCustomerThatASlipHasAdded()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(form.Kaydet->visible());
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+}
+
+void SlipAndRecord::markLeftDanglingIsGoneFromTheSlip()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.NakitLbl[0]);
+    counter.keys(QStringLiteral("1250,"));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.250,"));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.250"));
+    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|1250|Ali")));
+    counter.keys(QStringLiteral(",50"));
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(counter.rows(QStringLiteral("Hareket")).last().endsWith(QStringLiteral("|1250,5|Ali")));
+}
+
+void SlipAndRecord::slipOfANameThatIsNotCurrentAddsNoSecondRow()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"), 5.0, QStringLiteral("20 Litrelik Kap"), 10.0);
+    counter.addCustomer(QStringLiteral("Veli"), 7.0, QStringLiteral("20 Litrelik Kap"), 20.0);
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.NakitLbl[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("99"));
+    Counter::click(form.YeniCmd[1]);
+    counter.keys(QStringLiteral("veli")); // the search of the other station
+    Counter::click(form.YeniCmd[0]);
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.rows(QStringLiteral("Cari")),
+             (QStringList{"Ali|5|20 Litrelik Kap|99", "Veli|7|20 Litrelik Kap|20"}));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("99")); // looked up, not recalled
+}
+
+void SlipAndRecord::openListClosesAtTheSlip()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali Veli"));
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.TxtLbl[0]);
+    counter.key(QStringLiteral("Geri Sil"));
+    QVERIFY(form.dbListe1->visible());
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(!form.dbListe1->visible());
+    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|Al")));
 }
 
 void SlipAndRecord::fontDialogIsPresetAndStored_data()

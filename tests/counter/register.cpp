@@ -1,5 +1,5 @@
 #include "counter/register.h"
-#include "mill/names.h"
+#include "mill/queries.h"
 #include "tests/store/mill_file.h"
 #include "tests/support/outcome.h"
 
@@ -43,6 +43,10 @@ private slots:
     void withoutACurrentCustomerNobodyIsDeleted();
     void everythingCanBeDeletedAndThePressingsAlone();
     void aNameWithAnApostropheChangesNothing();
+    void aNameThatIsThereIsMadeCurrentAndNotAddedAgain();
+    void aNameThatNoCustomerCanHaveIsNotAdded_data();
+    void aNameThatNoCustomerCanHaveIsNotAdded();
+    void theNamedCustomerIsMadeCurrentWithoutARecall();
 };
 
 void TestRegister::theFirstCustomerFoundIsCurrent()
@@ -119,6 +123,59 @@ void TestRegister::aNameWithAnApostropheChangesNothing()
     QCOMPARE(errorOf([&] { books.customersBook.search("O'N"); }), errors::querySyntax);
     QCOMPARE(errorOf([&] { books.customersBook.add("O'Neil"); }), errors::querySyntax);
     QCOMPARE(books.customers().size(), 3);
+}
+
+void TestRegister::aNameThatIsThereIsMadeCurrentAndNotAddedAgain()
+{
+    Books books;
+    books.customersBook.search("A");
+    books.customersBook.add("Can");
+    QVERIFY(books.customersBook.isCurrent("Can"));
+    QCOMPARE(books.customers().size(), 3);
+}
+
+void TestRegister::aNameThatNoCustomerCanHaveIsNotAdded_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("refused");
+    QTest::newRow("totals row") << "Toplamlar" << true;
+    QTest::newRow("another word to the report") << "toplamlar" << false;
+    QTest::newRow("prompt") << "Müşteri Seçin" << true;
+    QTest::newRow("prompt and a blank") << "Müşteri Seçin " << true;
+    QTest::newRow("empty") << "" << true;
+    QTest::newRow("blank") << " " << true;
+    QTest::newRow("begins like it") << "Toplamlar Ali" << false;
+}
+
+void TestRegister::aNameThatNoCustomerCanHaveIsNotAdded()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, refused);
+    Books books;
+    books.customersBook.search("A");
+    const auto add = [&] { books.customersBook.add(name); };
+    if (refused)
+        QCOMPARE(errorOf(add), errors::invalidCall);
+    else
+        add();
+    QCOMPARE(books.customers().size(), refused ? 3 : 4);
+    // What is refused is what the report's own condition would take for its totals row, and no other.
+    addRow(books, "Hareket", {FieldValue(), 1.0, 1.0, 1.0, 1.0, 1.0, name});
+    const auto taken = books.source.database().execute(mill::deleteTotals);
+    QCOMPARE(taken > 0, name == "Toplamlar");
+}
+
+void TestRegister::theNamedCustomerIsMadeCurrentWithoutARecall()
+{
+    Books books;
+    books.customersBook.search("A");
+    int recalls = 0;
+    books.source.onReposition([&] { ++recalls; });
+    books.customersBook.makeCurrent("Can");
+    QVERIFY(books.customersBook.isCurrent("Can"));
+    books.customersBook.makeCurrent("Can");
+    QCOMPARE(recalls, 0);
+    QCOMPARE(errorOf([&] { books.customersBook.makeCurrent("can"); }), errors::recordDeleted);
 }
 
 QTEST_APPLESS_MAIN(TestRegister)

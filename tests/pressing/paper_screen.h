@@ -4,6 +4,7 @@
 #include "base/letters.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
+#include "pressing/fraction.h"
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
 
@@ -76,6 +77,7 @@ public:
             break;
         }
     }
+    void putBack(Field field, int station, const QString& text) override { put(field, text, station); }
     bool isHighlighted(Field field, int station) const override
     {
         return field == activeField && station == activeStation;
@@ -83,7 +85,13 @@ public:
     QString activeName() const override { return pressing::nameOf(activeField); }
     QString activeCaption() const override { return caption(activeField, activeStation); }
     void setActiveCaption(const QString& text) override { setCaption(activeField, activeStation, text); }
+    void edit(Field field, int station) override
+    {
+        pressing::finishFraction(*this);
+        putActive(field, station);
+    }
     int currentStation() const override { return current; }
+    bool printingEnabled(int station) const override { return printing.at(check(station)); }
     void enablePrinting(int station, bool enabled) override { printing.at(check(station)) = enabled; }
     QString entitlementCaption(int station) const override { return switchCaption.at(check(station)); }
     void setEntitlementCaption(int station, const QString& text) override { switchCaption.at(check(station)) = text; }
@@ -92,6 +100,7 @@ public:
     bool entitlementTaken(int station) const override { return taken.at(check(station)); }
     void setEntitlementTaken(int station, bool on) override { taken.at(check(station)) = on; }
     int containerKind(int station) const override { return kind.at(check(station)); }
+    void setContainerKind(int station, int position) override { kind.at(check(station)) = position; }
     float containers(int station) const override { return count.at(check(station)); }
     void setContainers(int station, float n) override { count.at(check(station)) = n; }
     void centreContainerCaption(int station) override { ++centred.at(check(station)); }

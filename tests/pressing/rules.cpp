@@ -1,4 +1,5 @@
 #include "paper_screen.h"
+#include "pressing/kept_displays.h"
 #include "pressing/quantities.h"
 
 #include <QtTest>
@@ -128,8 +129,10 @@ private slots:
         QTest::newRow("three digits") << "123" << "12";
         QTest::newRow("five characters stay") << "12,345" << "12,34";
         QTest::newRow("two decimals") << "12,75" << "12,75";
-        QTest::newRow("dangling mark") << "12," << "12";
-        QTest::newRow("zero decimal") << "12,0" << "12";
+        QTest::newRow("mark that waits for its digit") << "12," << "12,";
+        QTest::newRow("zero that waits for its digit") << "12,0" << "12,0";
+        QTest::newRow("zero decimals") << "12,00" << "12";
+        QTest::newRow("mark behind too many digits") << "123," << "12";
         QTest::newRow("cut to a whole") << "12,004" << "12";
         QTest::newRow("emptied") << "" << "0";
         // clang-format on
@@ -141,6 +144,140 @@ private slots:
         screen.putActive(Field::Haklbl);
         screen.setCaption(Field::Haklbl, 0, text);
         QTEST(shown(Field::Haklbl), "percentage");
+    }
+
+    void oilHandedOverFollowsOilAndEntitlementAlike()
+    {
+        screen.setCaption(Field::Label3, 0, "850");
+        QCOMPARE(shown(Field::Verilen), "850"); // nothing is taken, and nothing of it has changed
+        screen.setCaption(Field::HakTut, 0, "102");
+        QCOMPARE(shown(Field::Verilen), "748");
+        screen.setCaption(Field::Label3, 0, "900,5");
+        QCOMPARE(shown(Field::Verilen), "799");
+        screen.setCaption(Field::Label3, 1, "10");
+        QCOMPARE(shown(Field::Verilen, 1), "10");
+        QCOMPARE(shown(Field::Verilen), "799");
+    }
+
+    void noFeeStandsBesideAnEntitlement_data()
+    {
+        QTest::addColumn<QString>("fee"); // typed or recalled
+        for (const char* fee : {"5", "12,5", "", "5a", "1.250,"}) QTest::newRow(fee) << fee;
+    }
+    void noFeeStandsBesideAnEntitlement()
+    {
+        QFETCH(QString, fee);
+        screen.put(Field::NakitLbl, "0");
+        screen.putEntitlement(true);
+        screen.putActive(Field::NakitLbl);
+        screen.setCaption(Field::NakitLbl, 0, fee);
+        QCOMPARE(shown(Field::NakitLbl), "0");
+    }
+
+    void nothingTypedGivesAnEntitlementThatIsNotTaken()
+    {
+        screen.put(Field::Label2, "1.000");
+        screen.put(Field::Label3, "900");
+        screen.put(Field::HakTut, "0");
+        screen.putActive(Field::Haklbl);
+        screen.setCaption(Field::Haklbl, 0, "12");
+        QCOMPARE(shown(Field::HakTut), "0");
+        // The other station takes one and is the current one; this one does not.
+        screen.putEntitlement(true, 1);
+        screen.put(Field::Label2, "500", 1);
+        screen.put(Field::Label3, "450", 1);
+        screen.put(Field::Haklbl, "10", 1);
+        screen.current = 1;
+        screen.setCaption(Field::Label3, 0, "800");
+        QCOMPARE(shown(Field::HakTut), "0");
+    }
+
+    void switchingOffWhileThePercentageIsEditedEditsTheFee()
+    {
+        screen.put(Field::Label3, "900");
+        screen.putEntitlement(true);
+        screen.putActive(Field::Haklbl);
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(screen.activeField, Field::NakitLbl);
+        QCOMPARE(screen.activeStation, 0);
+        pressing::entitlementSwitched(screen, 0);
+        screen.putActive(Field::Label3);
+        pressing::entitlementSwitched(screen, 0);
+        QCOMPARE(screen.activeField, Field::Label3);
+    }
+
+    void aProductTooLargeForANumberChangesNothing_data()
+    {
+        QTest::addColumn<int>("what");
+        QTest::newRow("oil typed") << 0;
+        QTest::newRow("percentage typed") << 1;
+        QTest::newRow("switch pressed") << 2;
+        QTest::newRow("digits without end") << 3;
+    }
+    void aProductTooLargeForANumberChangesNothing()
+    {
+        QFETCH(int, what);
+        const QString huge = "1" + QString(306, '0'); // times 99 it is no number any more
+        screen.put(Field::Label2, "1.000");
+        screen.put(Field::Haklbl, what == 1 ? "9" : "99");
+        screen.put(Field::HakTut, "0");
+        screen.put(Field::NakitLbl, what == 2 ? "250" : "0");
+        screen.putEntitlement(what != 2);
+        screen.put(Field::Label3, what == 0 ? huge : what == 3 ? "1" + QString(308, '0') : huge + "0");
+        screen.put(Field::Verilen, "7");
+        screen.printing[0] = true;
+        screen.putActive(what == 1 ? Field::Haklbl : Field::Label3);
+        QStringList before;
+        for (const Field field : pressing::allFields) before << shown(field);
+        try {
+            if (what == 2)
+                pressing::entitlementSwitched(screen, 0);
+            else
+                pressing::keyPressed(screen, screen, what == 1 ? 37 : 36); // 9, 0
+            QFAIL("no error");
+        } catch (const base::RuntimeError& error) {
+            QCOMPARE(error.number(), base::errors::overflow);
+        }
+        QStringList after;
+        for (const Field field : pressing::allFields) after << shown(field);
+        QCOMPARE(after, before);
+        QCOMPARE(screen.frame3[0], what != 2);
+        QCOMPARE(screen.taken[0], what != 2);
+        QCOMPARE(screen.switchCaption[0], what != 2 ? pressing::entitlementOn : pressing::entitlementOff);
+        QVERIFY(screen.printing[0]);
+    }
+
+    void termsThatASearchElsewhereRecalledAreTakenBack()
+    {
+        screen.put(Field::Label3, "900");
+        screen.put(Field::Haklbl, "10");
+        screen.put(Field::HakTut, "90");
+        screen.put(Field::Verilen, "810");
+        screen.put(Field::NakitLbl, "0");
+        screen.putEntitlement(true);
+        screen.put(Field::NakitLbl, "250", 1);
+        screen.kind = {2, 3};
+        const pressing::KeptTerms kept(screen);
+        for (int station = 0; station < 2; ++station) {
+            screen.setCaption(Field::Haklbl, station, "33");
+            screen.put(Field::NakitLbl, "77", station);
+            screen.kind[station] = 0;
+        }
+        kept.putBack(screen);
+        QCOMPARE(shown(Field::Haklbl), "10");
+        QCOMPARE(shown(Field::HakTut), "90");
+        QCOMPARE(shown(Field::NakitLbl), "0");
+        QCOMPARE(shown(Field::NakitLbl, 1), "250");
+        QCOMPARE(screen.kind, (std::array{2, 3}));
+
+        // A weight has come meanwhile: the share of it is this customer's.
+        screen.put(Field::Label2, "2.000");
+        screen.setCaption(Field::Haklbl, 0, "33");
+        screen.setCaption(Field::Label3, 0, "1800");
+        QCOMPARE(shown(Field::HakTut), "594");
+        kept.putBack(screen);
+        QCOMPARE(shown(Field::HakTut), "180");
+        QCOMPARE(shown(Field::Verilen), "1.620");
     }
 
     void percentageRecalledWhileAnotherFieldIsEditedChangesNothingElse()

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "base/error.h"
+#include "pressing/station_screen.h"
+
+#include <array>
+#include <utility>
+
+/// What the stations show at one moment, for when it has to stand there again.
+namespace pressing {
+
+/// Every display of both stations, and the switch.
+class KeptDisplays {
+public:
+    explicit KeptDisplays(const StationScreen& screen);
+    void putBack(StationScreen& screen) const;
+
+private:
+    struct Station {
+        std::array<QString, allFields.size()> captions;
+        QString entitlementCaption;
+        bool entitlementShown = false, entitlementTaken = false, printing = false;
+    };
+    std::array<Station, stationCount> stations_;
+};
+
+/// Runs an action whose products may become too large: then error 6 comes out, and the displays are as they were.
+template <class Action> void allOrNothing(StationScreen& screen, Action&& action)
+{
+    const KeptDisplays before(screen);
+    try {
+        std::forward<Action>(action)();
+    } catch (const base::RuntimeError& error) {
+        if (error.number() == base::errors::overflow) before.putBack(screen);
+        throw;
+    }
+}
+
+/// What a search recalls into a station: kept when the report panel opens, where names are searched for another reason.
+class KeptTerms {
+public:
+    explicit KeptTerms(const StationScreen& screen);
+    /// The terms stand there as they did. Where another weight has come meanwhile, the mill's share of it is worked out
+    /// by them.
+    void putBack(StationScreen& screen) const;
+
+private:
+    struct Station {
+        QString percentage, fee, oil;
+        int container = -1;
+    };
+    std::array<Station, stationCount> stations_;
+};
+
+} // namespace pressing
