@@ -1,6 +1,7 @@
 #include "pressing/containers.h"
 
 #include "base/error.h"
+#include "base/numbers.h"
 #include "pressing/displays.h"
 
 #include <cmath>
@@ -36,26 +37,25 @@ Litre countContainers(StationScreen& screen, int station)
     const double count = base::truncate(handedOutFor(read(screen, displays::oil, station)) / size);
     if (std::abs(count) > std::numeric_limits<float>::max()) throw base::runtimeError(base::errors::overflow);
     screen.setContainers(station, static_cast<float>(count));
-    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station)));
+    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station), screen.regional()));
     return size;
 }
 
-QString containerCaption(float count)
+QString containerCaption(float count, const base::Regional& regional)
 {
-    // A count has no decimals, so the separators of the regional settings never show.
-    return QString::number(static_cast<double>(count), 'g', 7) + u" Kap"_s;
+    return base::numberToText(count, regional) + u" Kap"_s;
 }
 
 void containerFilled(StationScreen& screen, int station)
 {
     if (screen.containers(station) <= 0) return;
     screen.setContainers(station, screen.containers(station) - 1);
-    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station)));
+    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station), screen.regional()));
 }
 
 void containerCaptionChanged(StationScreen& screen, int station)
 {
-    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station)));
+    screen.setCaption(Field::Label4, station, containerCaption(screen.containers(station), screen.regional()));
     screen.centreContainerCaption(station);
     if (screen.containers(station) == 0) screen.showContainerPanel(station, false);
 }

@@ -14,8 +14,8 @@ const QStringList& containerNames(); ///< as they are shown and booked
 QString containerName(int kind);     ///< empty when none is chosen
 Litre containerSize(int kind);       ///< error 13 when none is chosen
 
-/// "3 Kap": the count without grouping.
-QString containerCaption(float count);
+/// "3 Kap": the count without grouping; from ten million on in powers of ten, as every single-precision number.
+QString containerCaption(float count, const base::Regional& regional);
 
 /// The slip has come to the containers: the station's oil fills so many whole ones of its kind, all of them still to
 /// fill. The size of one. Error 13 when no kind is chosen or the oil is no number; an empty oil display counts as 0.

@@ -175,7 +175,7 @@ void customerCleared(StationScreen& screen, int station)
     screen.enablePrinting(station, false);
     screen.showContainerPanel(station, false);
     screen.setContainers(station, 0);
-    screen.setCaption(Field::Label4, station, containerCaption(0));
+    screen.setCaption(Field::Label4, station, containerCaption(0, screen.regional()));
 }
 
 bool wantsCustomerFirst(const StationScreen& screen, int station)

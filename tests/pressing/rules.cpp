@@ -485,8 +485,12 @@ private slots:
 
     void aContainerCaptionIsTheCountUngrouped()
     {
-        QCOMPARE(pressing::containerCaption(0), "0 Kap");
-        QCOMPARE(pressing::containerCaption(1234), "1234 Kap");
+        const base::Regional turkish = base::Regional::turkish();
+        QCOMPARE(pressing::containerCaption(0, turkish), "0 Kap");
+        QCOMPARE(pressing::containerCaption(1234, turkish), "1234 Kap");
+        QCOMPARE(pressing::containerCaption(9'999'999, turkish), "9999999 Kap");
+        QCOMPARE(pressing::containerCaption(63'180'000, turkish), "6,318E+07 Kap");
+        QCOMPARE(pressing::containerCaption(63'180'000, base::Regional::english()), "6.318E+07 Kap");
         screen.setContainers(0, 3);
         screen.setCaption(Field::Label4, 0, "something");
         QCOMPARE(shown(Field::Label4), "3 Kap");
