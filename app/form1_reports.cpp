@@ -55,11 +55,11 @@ void Form1::wireReports()
 
 void Form1::GünlükCmd_Click()
 {
+    activate(GünLbl); // before anything is kept: a fraction that was left unfinished must not come back
     if (!Frame4->visible()) termsBeforePanel_.emplace(*counter_);
     Frame4->setVisible(true);
     Dosya->setEnabled(false);
     endNameTyping(); // it was of the name at a station
-    activate(GünLbl);
     AktifLbl->setCaption(QString());
     Option1[customersView]->choose();
     moveListToPanel();

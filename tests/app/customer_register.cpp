@@ -34,6 +34,7 @@ private slots:
     void entitlementFollowsTheStation();
     void deletingTakesTheCustomerWhoIsShown();
     void deletingAfterAnotherSearchTakesNobodyElse();
+    void aFractionLeftOpenStaysGoneWhenThePanelCloses();
     void saveButtonIsSeenOnlyOverANameThatIsTyped_data();
     void saveButtonIsSeenOnlyOverANameThatIsTyped();
     void savingClosesTheList();
@@ -491,6 +492,19 @@ void CustomerRegister::deletingAfterAnotherSearchTakesNobodyElse()
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
     QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|-|-|-"});
+}
+
+void CustomerRegister::aFractionLeftOpenStaysGoneWhenThePanelCloses()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    Counter::click(form.NakitLbl[0]);
+    counter.keys(QStringLiteral("12,"));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12,"));
+    Counter::click(form.GünlükCmd);
+    Counter::click(form.KapatCmd[0]);
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12"));
 }
 
 void CustomerRegister::saveButtonIsSeenOnlyOverANameThatIsTyped_data()
