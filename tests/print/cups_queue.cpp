@@ -3,6 +3,7 @@
 #include "tests/support/outcome.h"
 
 #include "platform/print_queue.h"
+#include "print/queue_or_folder.h"
 #include "print/queue_target.h"
 #include "print/slip.h"
 
@@ -25,7 +26,7 @@ class Cups : public QObject {
         return platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()})->state().condition;
     }
     /// The run-time error of printing one line, 0 if it was printed.
-    int printOn(QueueTarget& target) const
+    int printOn(print::PrintTarget& target) const
     {
         Printer printer(target);
         const int error = errorOf([&] {
@@ -321,6 +322,28 @@ private slots:
         QCOMPARE(printOn(), 0);
         QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
         QVERIFY(QFile::remove(qEnvironmentVariable("HOME") + "/.cups/lpoptions"));
+    }
+
+    void withoutAQueueSlipsBecomeFilesUntilThereIsOne()
+    {
+        QTemporaryDir folder;
+        const auto files = [&] { return QDir(folder.filePath("fis")).entryList(QDir::Files); };
+        const auto queueOrFolder = print::queueOrFolder(folder.filePath("fis"));
+        QVERIFY(cups->removeQueue("slip"));
+        QCOMPARE(queueOrFolder->stateText(), "Yazıcı: fis klasörü");
+        QCOMPARE(printOn(*queueOrFolder), 0);
+        QCOMPARE(files(), QStringList{"0001.pdf"});
+
+        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        QCOMPARE(queueOrFolder->stateText(), "Yazıcı: slip");
+        QCOMPARE(printOn(*queueOrFolder), 0);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+
+        // It was there once: without it nothing is printed, into no file either.
+        QVERIFY(cups->removeQueue("slip"));
+        QCOMPARE(printOn(*queueOrFolder), base::errors::printer);
+        QCOMPARE(files(), QStringList{"0001.pdf"});
     }
 
     void aPrinterStuckInAJobThatComplainsIsAnError_data()
