@@ -184,14 +184,14 @@ bool Form1::listNamedCustomer()
 {
     const QString name = GünLbl->caption();
     if (!Frame4->visible() || name.isEmpty()) return true;
-    const bool picked = DBGrid1->visible();
-    if (picked && GünData.recordSource() == mill::pressingsWhere(reports::reportCondition(reportQuestion())))
-        return true;
-
     if (DataCari.database().open(mill::customerNamed(name)).rows.empty()) {
         status->setNotice(u"Döküm yazılmadı: “%1” adında müşteri yok. Adı listeden seçin."_s.arg(name));
         return false;
     }
+    // A typed name may stand above what an earlier question has listed.
+    const bool listed = DBGrid1->visible() && Option1[reportView]->value() &&
+                        GünData.recordSource() == mill::pressingsWhere(reports::reportCondition(reportQuestion()));
+    if (listed) return true;
     dbListe1->setVisible(false);
     listNamedReport();
     return true;
