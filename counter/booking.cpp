@@ -126,7 +126,7 @@ std::optional<QString> whyNotBooked(store::Databases& databases, const QString& 
                                     const base::Regional& regional)
 {
     const QString& customer = slip.pressing.customer;
-    if (const std::optional<QString> why = mill::whyNoCustomer(customer)) return why;
+    if (std::optional<QString> why = mill::whyNoCustomer(customer)) return why;
 
     // Sources of its own: what the screen has searched stays where it is.
     store::DataSource customers(databases), journal(databases);

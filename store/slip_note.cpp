@@ -68,7 +68,7 @@ std::optional<SlipNote> SlipNotes::open() const
     try {
         if (!disk_.exists(path_)) return std::nullopt;
         const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::readOnly);
-        constexpr std::uint64_t longest = 64 * 1024;
+        constexpr std::uint64_t longest = 65536;
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(std::min(file->size(), longest)));
         bytes.resize(file->read(0, bytes));
         const QByteArray sealed(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
