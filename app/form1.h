@@ -276,6 +276,8 @@ private:
     void scaleEvent();
     void showPortState();
     scale::PropertiesDoors propertiesDoors();
+    /// Stored settings of the port that cannot be used: told, and the port stays closed.
+    void refusePort(const base::RuntimeError& error);
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
@@ -331,8 +333,9 @@ private:
     QStringList notes_;   ///< to be shown when they have ended
     QStringList ownBugs_; ///< reported since the start
     int scaleEvents_ = 0;
-    QString scaleFault_; ///< what the last bad line was reported as; empty after a good one
-    int shownPort_ = 0;  ///< in the status line; 0 closed
+    bool scaleFaultTold_ = false; ///< in a box, since the operator last acted on the port
+    QString portFault_;           ///< why the stored settings of the port could not be used; empty: they could
+    int shownPort_ = 0;           ///< in the status line; 0 closed
     int keypadTop_ = 0;
 };
 

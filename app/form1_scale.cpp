@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QTcpSocket>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -42,6 +43,7 @@ void Form1::wireScale()
     TeraziComm = new scale::TeraziComm(scale::systemPorts(surroundings_.directory), scale::systemSerialDevice(), this);
     TeraziComm->setObjectName(u"TeraziComm"_s);
     connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
+    connect(TeraziComm, &scale::TeraziComm::stateChanged, this, [this] { showPortState(); });
     Winsock1 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
     Winsock1->setObjectName(u"Winsock1"_s);
     Winsock2 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
@@ -53,13 +55,16 @@ void Form1::wireScale()
 void Form1::scaleEvent()
 {
     ++scaleEvents_;
-    // A scale that sends what is no weight does so many times a second: one report is enough until a good line comes.
+    const bool received = TeraziComm->commEvent() == scale::events::received;
     const auto error = errorOf([this] { TeraziComm_OnComm(); }, u"TeraziComm"_s);
-    const QString fault = error ? error->text() : QString();
-    const bool known = fault == scaleFault_;
-    scaleFault_ = fault;
-    if (error && !known) surroundings_.prompt.errorReport(*error);
-    showPortState();
+    // A text that comes a second time raises nothing: it is on the screen already, and still no weight.
+    if (error || !base::isNumeric(Label2[station()]->caption(), surroundings_.regional))
+        status->lineNotUnderstood();
+    else if (received)
+        status->weightArrived();
+    // A scale that sends what is no weight does so many times a second: one box is enough until the operator has acted
+    // on the port. More lines arrive while the box stands.
+    if (error && !std::exchange(scaleFaultTold_, true)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();
     if (actions_ == 0) checkInvariants();
 }
@@ -67,12 +72,12 @@ void Form1::scaleEvent()
 void Form1::TeraziComm_OnComm()
 {
     WorkingStation working(*this, *counter_, station());
-    if (TeraziComm->commEvent() == scale::events::received) status->weightArrived();
     scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
 }
 
 void Form1::PortAc()
 {
+    portFault_.clear();
     base::passOver([&] {
         if (TeraziComm->portOpen()) TeraziComm->setPortOpen(false);
     });
@@ -83,8 +88,7 @@ void Form1::PortAc()
         try {
             TeraziComm->setSettings(line);
         } catch (const base::RuntimeError& error) {
-            surroundings_.prompt.exclamation(error.text());
-            return showPortState();
+            return refusePort(error);
         }
     }
     // A bad port number says nothing here; it shows, if at all, in a port that does not open.
@@ -94,12 +98,17 @@ void Form1::PortAc()
         try {
             TeraziComm->setHandshaking(base::toInt32(mode, surroundings_.regional));
         } catch (const base::RuntimeError& error) {
-            surroundings_.prompt.exclamation(error.text());
-            return showPortState();
+            return refusePort(error);
         }
     }
     base::passOver([&] { TeraziComm->setPortOpen(true); });
+}
+
+void Form1::refusePort(const base::RuntimeError& error)
+{
+    portFault_ = u"port ayarları geçersiz"_s;
     showPortState();
+    surroundings_.prompt.exclamation(error.text());
 }
 
 scale::PropertiesDoors Form1::propertiesDoors()
@@ -115,6 +124,7 @@ scale::PropertiesDoors Form1::propertiesDoors()
 
 void Form1::PortAyarlar_Click()
 {
+    scaleFaultTold_ = false;
     const QString caption = scale::runPortSettings(*TeraziComm, [this] {
         scale::frmProperties dialog(*TeraziComm, propertiesDoors(), this);
         dialog.Form_Load();
@@ -122,30 +132,32 @@ void Form1::PortAyarlar_Click()
         activated();
     });
     PortAyarlar->setCaption(caption);
-    showPortState();
 }
 
 void Form1::Bağlantı_Click()
 {
+    scaleFaultTold_ = false;
     Bağlantı->setChecked(!Bağlantı->checked());
     surroundings_.settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, Bağlantı->checked());
     if (Bağlantı->checked()) {
         PortAc();
-    } else if (TeraziComm->portOpen()) {
+    } else {
+        portFault_.clear();
+        // Also where it is closed: why it would not open is nobody's question any more.
         TeraziComm->setPortOpen(false);
-        showPortState();
     }
 }
 
 void Form1::showPortState()
 {
     const int port = TeraziComm->portOpen() ? TeraziComm->commPort() : 0;
-    if (port == shownPort_) return;
-    shownPort_ = port;
-    if (port)
+    if (port != 0) portFault_.clear();
+    if (port == 0)
+        status->portClosed(portFault_.isEmpty() ? scale::whyClosed(TeraziComm->commPort(), TeraziComm->trouble())
+                                                : portFault_);
+    else if (port != shownPort_)
         status->portOpened(port);
-    else
-        status->portClosed();
+    shownPort_ = port;
 }
 
 } // namespace app

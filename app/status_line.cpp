@@ -18,13 +18,15 @@ StatusLine::StatusLine(QWidget* parent) : QWidget(parent), ageing_(this)
 void StatusLine::portOpened(int port)
 {
     port_ = port;
+    understood_ = true;
     sinceWeight_.invalidate();
     refresh();
 }
 
-void StatusLine::portClosed()
+void StatusLine::portClosed(const QString& why)
 {
     port_ = 0;
+    whyClosed_ = why;
     ageing_.stop();
     refresh();
 }
@@ -32,8 +34,15 @@ void StatusLine::portClosed()
 void StatusLine::weightArrived()
 {
     sinceWeight_.start();
+    understood_ = true;
     refresh();
     if (isVisible() && !ageing_.isActive()) tick();
+}
+
+void StatusLine::lineNotUnderstood()
+{
+    understood_ = false;
+    refresh();
 }
 
 void StatusLine::setNotice(const QString& sentence)
@@ -68,8 +77,9 @@ void StatusLine::tick()
 
 QString StatusLine::scaleFact() const
 {
-    if (!port_) return u"Terazi: bağlı değil"_s;
+    if (!port_) return whyClosed_.isEmpty() ? u"Terazi: bağlı değil"_s : u"Terazi: "_s + whyClosed_;
     const QString port = u"Com%1: "_s.arg(port_);
+    if (!understood_) return port + u"gelen satır ağırlık değil"_s;
     if (!sinceWeight_.isValid()) return port + u"tartım bekleniyor"_s;
     const qint64 seconds = sinceWeight_.elapsed() / 1000;
     if (seconds < 1) return port + u"tartım geliyor"_s;

@@ -16,9 +16,12 @@ public:
     explicit StatusLine(QWidget* parent);
 
     void portOpened(int port);
-    void portClosed();
+    /// `why` says in a few words why the port is closed although it was to be open; empty: nobody wants it open.
+    void portClosed(const QString& why = {});
     /// A weight has just arrived.
     void weightArrived();
+    /// What has just arrived is no weight.
+    void lineNotUnderstood();
     /// What the operator should know of the last slip or statement; it stands first. Empty: nothing.
     void setNotice(const QString& sentence);
     void setPrinter(const QString& fact);
@@ -37,6 +40,8 @@ private:
     QString scaleFact() const;
 
     int port_ = 0;
+    QString whyClosed_;
+    bool understood_ = true; ///< the last line
     QElapsedTimer sinceWeight_;
     QTimer ageing_;
     QString notice_;

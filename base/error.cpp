@@ -21,6 +21,7 @@ RuntimeError runtimeError(int number)
         std::pair{errors::fileNotFound, "File not found"},
         std::pair{errors::inputPastEnd, "Input past end of file"},
         std::pair{errors::deviceUnavailable, "Device unavailable"},
+        std::pair{errors::permissionDenied, "Permission denied"},
         std::pair{errors::pathAccess, "Path/File access error"},
         std::pair{errors::notSet, "Object variable or With block variable not set"},
         std::pair{errors::invalidNull, "Invalid use of Null"},

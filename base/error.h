@@ -33,6 +33,7 @@ inline constexpr int outOfStack = 28;
 inline constexpr int fileNotFound = 53;
 inline constexpr int inputPastEnd = 62;
 inline constexpr int deviceUnavailable = 68;
+inline constexpr int permissionDenied = 70;
 inline constexpr int pathAccess = 75;
 inline constexpr int notSet = 91;
 inline constexpr int invalidNull = 94;

@@ -44,7 +44,7 @@ inline constexpr int received = 2;
 inline constexpr int readError = 8020;
 } // namespace events
 
-/// Numbers of the control's errors; 380 and 68 are shared with everybody else (base::errors).
+/// Numbers of the control's errors; 380, 68 and 70 are shared with everybody else (base::errors).
 namespace errors {
 inline constexpr int notWhileOpen = 8000;
 inline constexpr int invalidPortNumber = 8002;
@@ -59,5 +59,9 @@ inline constexpr int noControlBlock = 8021;
 
 /// The error of that number with its sentence.
 base::RuntimeError commError(int number);
+
+/// Why that port is closed although it was to be open, by the number of the error that closed it: a few words for the
+/// status line. Empty for an error that closes no port.
+QString whyClosed(int port, int error);
 
 } // namespace scale

@@ -146,6 +146,10 @@ void frmProperties::build()
 
 void frmProperties::Form_Load()
 {
+    portBefore_ = control_.commPort();
+    settingsBefore_ = control_.settings();
+    flowBefore_ = control_.handshaking();
+    openBefore_ = control_.portOpen();
     fill();
     preset();
     // Only now: the name of the chosen port's device may need more room.
@@ -203,10 +207,25 @@ void frmProperties::optEcho_Click(int Index) { echo_ = Index == 1; }
 
 void frmProperties::cmdCancel_Click() { reject(); }
 
+void frmProperties::reject()
+{
+    // A refused "Tamam" may have left some of its choices behind.
+    if (control_.commPort() != portBefore_) {
+        if (control_.portOpen()) passOver([this] { control_.setPortOpen(false); });
+        passOver([this] { control_.setCommPort(portBefore_); });
+    }
+    if (control_.settings() != settingsBefore_) passOver([this] { control_.setSettings(settingsBefore_); });
+    if (control_.handshaking() != flowBefore_) passOver([this] { control_.setHandshaking(flowBefore_); });
+    if (control_.portOpen() != openBefore_) passOver([this] { control_.setPortOpen(openBefore_); });
+    QDialog::reject();
+}
+
 void frmProperties::cmdOK_Click()
 {
-    if (!applyPort() || !applySettings() || !applyFlow() || !openLine()) return;
+    if (!applyPort() || !applySettings() || !applyFlow()) return;
     save();
+    // Always, whatever the port was before the dialog. One that does not open is told by the status line.
+    passOver([this] { control_.setPortOpen(true); });
     accept();
 }
 
@@ -238,14 +257,6 @@ bool frmProperties::applySettings()
 bool frmProperties::applyFlow()
 {
     return !warned(passOver([this] { control_.setHandshaking(flow_); }));
-}
-
-bool frmProperties::openLine()
-{
-    // Always, whatever the port was before the dialog. A closed port takes any settings; only the line itself knows
-    // what it cannot do. That it is not there at all shows in the menu item's caption.
-    const auto error = passOver([this] { control_.setPortOpen(true); });
-    return !error || error->number() != errors::parametersRefused || !warned(error);
 }
 
 void frmProperties::save()

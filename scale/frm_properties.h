@@ -23,8 +23,10 @@ struct PropertiesDoors {
 };
 
 /// The settings of the scale's port: reads the control, applies the operator's choice to it and stores what the control
-/// then reports. Nothing is applied or saved before "Tamam"; an assignment that the control rejects, or settings that
-/// the line cannot do, are shown with the error's own text and leave the dialog open.
+/// then reports. Nothing is applied or saved before "Tamam", which saves, then opens the port, then closes the dialog.
+/// An assignment that the control rejects is shown with the error's own text and leaves the dialog open; a port that
+/// does not open is not: the status line says why. Cancelling, by the button or by Esc, gives the control back the
+/// number, settings, flow control and open state that it had when the dialog was loaded.
 ///
 /// Every control carries its name as object name, those of a row of buttons with their index ("optFlow(0)").
 class frmProperties : public QDialog {
@@ -43,6 +45,8 @@ public:
     void optFlow_Click(int Index);
     void optEcho_Click(int Index);
 
+    void reject() override;
+
 private:
     void build();
     void fill();
@@ -50,7 +54,6 @@ private:
     bool applyPort();
     bool applySettings();
     bool applyFlow();
-    bool openLine();
     void save();
     /// Shows an error, if there is one; true when there was.
     bool warned(const std::optional<base::RuntimeError>& error) const;
@@ -60,6 +63,11 @@ private:
     PropertiesDoors doors_;
     int flow_ = 0;      ///< chosen flow-control mode
     bool echo_ = false; ///< stored only; every opening of the dialog starts with it off
+
+    int portBefore_ = 0; ///< of the control when the dialog was loaded, as the next three
+    QString settingsBefore_;
+    int flowBefore_ = 0;
+    bool openBefore_ = false;
 
     QComboBox* cboPort = nullptr;
     QComboBox* cboSpeed = nullptr;

@@ -133,7 +133,7 @@ private:
             return errors::invalidPortNumber;
         case QSerialPort::PermissionError: {
             const QFileInfo node(path);
-            return node.isReadable() && node.isWritable() ? errors::inUse : base::errors::deviceUnavailable;
+            return node.isReadable() && node.isWritable() ? errors::inUse : base::errors::permissionDenied;
         }
         case QSerialPort::OpenError:
         case QSerialPort::ResourceError:

@@ -20,8 +20,9 @@ public:
     std::function<void()> arrived; ///< bytes can be read
     std::function<void()> failed;  ///< reading broke down: the device is gone or its driver gave up
 
-    /// 8002 without such a device, 8010 if another program holds it, 68 without the right to use it, 8015 if it refuses
-    /// the parameters. What had arrived before is discarded: it would be shown as the first weight.
+    /// 8002 without such a device, 8010 if another program holds it, 70 without the right to use it, 68 if it does not
+    /// answer, 8015 if it refuses the parameters. What had arrived before is discarded: it would be shown as the first
+    /// weight.
     virtual void open(const QString& path, const LineSettings& settings, FlowControl flow) = 0;
     /// To the open device; 8015 if it refuses, and then it keeps what it had.
     virtual void apply(const LineSettings& settings, FlowControl flow) = 0;

@@ -3,6 +3,7 @@
 #include "base/code_page.h"
 #include "platform/serial_ports.h"
 #include <QFile>
+#include <QScopeGuard>
 #include <chrono>
 #include <utility>
 
@@ -14,7 +15,9 @@ namespace {
 
 constexpr auto pauseAfterLine = 5ms;
 constexpr auto latestAfterLine = 50ms;
-constexpr auto silence = 100ms;
+constexpr auto longestPauseInALine = 250ms;
+constexpr auto adapterDelay = 50ms; ///< what a USB adapter and the system may hold bytes back for
+constexpr auto unreadLife = 2s;
 
 /// Nobody may be reading (no customer chosen yet): what waits is kept up to here, and the newest is dropped.
 constexpr qsizetype receiveCapacity = 4096;
@@ -35,16 +38,12 @@ PortFinder systemPorts(const QString& programDirectory)
 TeraziComm::TeraziComm(PortFinder ports, std::unique_ptr<SerialDevice> device, QObject* parent)
     : QObject(parent), ports_(std::move(ports)), device_(std::move(device))
 {
-    for (QTimer* timer : {&quiet_, &deadline_}) {
+    for (QTimer* timer : {&quiet_, &lastCall_, &deadline_}) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
     }
-    connect(&quiet_, &QTimer::timeout, this, [this] {
-        if (pending_.contains('\r'))
-            announceLines();
-        else
-            announceAll();
-    });
+    connect(&quiet_, &QTimer::timeout, this, &TeraziComm::quietEnded);
+    connect(&lastCall_, &QTimer::timeout, this, &TeraziComm::silenceEnded);
     connect(&deadline_, &QTimer::timeout, this, &TeraziComm::announceLines);
     device_->arrived = [this] { gather(); };
     device_->failed = [this] {
@@ -98,7 +97,9 @@ void TeraziComm::setHandshaking(int mode)
 void TeraziComm::setPortOpen(bool wanted)
 {
     if (wanted && portOpen()) throw commError(errors::alreadyOpen);
-    trouble_.clear();
+    touched_ = true;
+    const auto told = qScopeGuard([this] { emit stateChanged(); });
+    trouble_ = 0;
     if (wanted)
         open();
     else
@@ -110,6 +111,7 @@ void TeraziComm::open()
     ++session_;
     failing_ = false;
     lineFeedMayFollow_ = false;
+    wholeLines_ = false;
     if (raising_ == 0) readErrorRaised_ = false;
     try {
         const auto path = ports_(commPort_);
@@ -118,25 +120,45 @@ void TeraziComm::open()
         device_->open(*path, settings_, flow_);
     } catch (const base::RuntimeError& error) {
         close();
-        trouble_ = error.text();
+        trouble_ = error.number();
         throw;
     }
+    quiet_.start(silence());
 }
 
 void TeraziComm::close()
 {
     ++session_;
     quiet_.stop();
+    lastCall_.stop();
     deadline_.stop();
     device_->close();
     pending_.clear();
     received_.clear();
 }
 
+std::chrono::milliseconds TeraziComm::silence() const
+{
+    const int bits = 1 + settings_.dataBits + (settings_.parity == 'n' ? 0 : 1) + 2;
+    const std::chrono::milliseconds character((1000 * bits + settings_.speed - 1) / settings_.speed);
+    return longestPauseInALine + 2 * character + adapterDelay;
+}
+
 QString TeraziComm::input()
 {
     if (!portOpen()) throw commError(errors::onlyWhileOpen);
-    return base::fromCodePage(std::exchange(received_, {}));
+    forgetOldBursts();
+    QByteArray bytes;
+    for (const Burst& burst : std::exchange(received_, {})) bytes += burst.bytes;
+    return base::fromCodePage(bytes);
+}
+
+int TeraziComm::inBufferCount() const
+{
+    qsizetype count = 0;
+    for (const Burst& burst : received_)
+        if (!burst.forgotten.hasExpired()) count += burst.bytes.size();
+    return static_cast<int>(count);
 }
 
 int TeraziComm::outBufferCount() const { return portOpen() ? device_->bytesToWrite() : 0; }
@@ -158,6 +180,9 @@ void TeraziComm::gather()
     QByteArray bytes = device_->readAll();
     if (bytes.isEmpty()) return;
     readErrorRaised_ = false;
+    lastCall_.stop();
+    if (!wholeLines_) passTail(bytes);
+    if (bytes.isEmpty()) return;
     if (std::exchange(lineFeedMayFollow_, false) && pending_.isEmpty() && bytes.startsWith('\n')) bytes.remove(0, 1);
     if (bytes.isEmpty()) return;
     pending_ += bytes;
@@ -168,8 +193,41 @@ void TeraziComm::gather()
     } else if (pending_.size() >= receiveCapacity) {
         announceAll();
     } else {
-        quiet_.start(silence);
+        quiet_.start(silence());
     }
+}
+
+/// Takes out of `bytes` what may belong to a line that was under way when the port was opened.
+void TeraziComm::passTail(QByteArray& bytes)
+{
+    const qsizetype end = bytes.indexOf('\r');
+    if (end < 0) {
+        quiet_.start(silence());
+        return bytes.clear();
+    }
+    quiet_.stop();
+    wholeLines_ = true;
+    lineFeedMayFollow_ = true;
+    bytes.remove(0, end + 1);
+}
+
+void TeraziComm::quietEnded()
+{
+    if (pending_.contains('\r'))
+        announceLines();
+    else
+        lastCall_.start(0ms);
+}
+
+void TeraziComm::silenceEnded()
+{
+    wholeLines_ = true;
+    if (!pending_.isEmpty()) announceAll();
+}
+
+void TeraziComm::forgetOldBursts()
+{
+    while (!received_.empty() && received_.front().forgotten.hasExpired()) received_.pop_front();
 }
 
 void TeraziComm::announceLines()
@@ -190,19 +248,39 @@ void TeraziComm::announce(qsizetype count)
 {
     quiet_.stop();
     deadline_.stop();
-    received_ += pending_.first(count);
-    received_.truncate(receiveCapacity);
+    forgetOldBursts();
+    // A half line that nobody read is not the beginning of this one.
+    if (!received_.empty() && !received_.back().bytes.contains('\r')) received_.pop_back();
+    // A burst that does not fit is dropped whole: cut short, it would be a wrong weight.
+    if (inBufferCount() + count <= receiveCapacity)
+        received_.push_back({pending_.first(count), QDeadlineTimer(unreadLife)});
     pending_.remove(0, count);
-    if (!pending_.isEmpty()) quiet_.start(silence);
+    if (!pending_.isEmpty()) quiet_.start(silence());
     raise(events::received);
 }
 
 void TeraziComm::lineFailed()
 {
     close();
-    trouble_ = commError(errors::readFailed).text();
+    trouble_ = errors::readFailed;
+    emit stateChanged();
     if (std::exchange(readErrorRaised_, true)) return;
+    touched_ = false;
     raise(events::readError);
+    if (!touched_) openAgainUnseen();
+}
+
+void TeraziComm::openAgainUnseen()
+{
+    ++raising_; // still this read error: the next one, before a byte, is the last
+    try {
+        open();
+        trouble_ = 0;
+    } catch (const base::RuntimeError&) {
+        // The adapter is still gone; trouble() says so.
+    }
+    --raising_;
+    emit stateChanged();
 }
 
 void TeraziComm::raise(int event)

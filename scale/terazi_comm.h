@@ -4,10 +4,13 @@
 #include "scale/line_settings.h"
 #include "scale/serial_device.h"
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,16 +26,23 @@ PortFinder systemPorts(const QString& programDirectory);
 ///
 /// A serial line delivers fragments of any size. The control gathers them and raises OnComm() with code 2 when a
 /// carriage return is in and the line pauses, at the latest 50 ms after the carriage return for a stream without
-/// pauses, or when bytes have waited through 100 ms of silence. With complete lines only these are handed out: a line
-/// of which the beginning is in counts as not yet arrived, so no half weight is ever read as a whole one, and a line
-/// feed that comes late still belongs to the carriage return before it.
+/// pauses, or when bytes without a carriage return have waited through silence(). With complete lines only these are
+/// handed out: a line of which the beginning is in counts as not yet arrived, so no half weight is ever read as a whole
+/// one, and a line feed that comes late still belongs to the carriage return before it.
+///
+/// A port may be opened while the scale is in the middle of a line. What arrives then, up to its carriage return, is
+/// dropped; a line that begins after silence() is taken (see hearsWholeLines).
+///
+/// Nobody may be reading: what has been announced for 2 seconds is dropped, so that the next line read is never an old
+/// one.
 ///
 /// The first trouble of an open line closes the port and raises OnComm() once, with code 8020, when the event loop runs
-/// next. A handler may open the port again; if the line breaks again before it delivered a byte, the port closes for
-/// good and in silence, so a dying adapter can neither loop nor keep the processor busy.
+/// next. A handler may open the port again; where no handler touches the port, the control opens it again by itself,
+/// once. If the line breaks again before it delivered a byte, the port closes for good and without an event, so a dying
+/// adapter can neither loop nor keep the processor busy.
 ///
-/// Timers run only while bytes wait: an idle control uses no processor time. Design-time state: port 1, "9600,n,8,1",
-/// no flow control, closed.
+/// Timers run only while bytes wait, and for one silence() after opening: an idle control uses no processor time.
+/// Design-time state: port 1, "9600,n,8,1", no flow control, closed.
 class TeraziComm : public QObject, public CommControl {
     Q_OBJECT
 
@@ -50,22 +60,43 @@ public:
     bool portOpen() const override { return device_->isOpen(); }
     void setPortOpen(bool open) override;
     QString input() override;
-    int inBufferCount() const override { return static_cast<int>(received_.size()); }
+    int inBufferCount() const override;
     int outBufferCount() const override;
     void setInBufferCount(int count) override;
     void setOutBufferCount(int count) override;
     int commEvent() const override { return commEvent_; }
 
-    /// Why the port is closed although it was to be open; empty otherwise.
-    QString trouble() const { return trouble_; }
+    // ---- Facts for the status line, which nothing depends on ----
+
+    /// The number of the error that closed the port although it was to be open; 0 otherwise.
+    int trouble() const { return trouble_; }
+    /// The silence that ends a line without a carriage return: longer than the 250 ms that a scale may pause inside a
+    /// line and than two characters take at the port's speed.
+    std::chrono::milliseconds silence() const;
+    /// False from the opening until either silence() has passed or a carriage return has arrived: until then what
+    /// arrives may be the tail of a line that was under way already.
+    bool hearsWholeLines() const { return wholeLines_; }
 
 signals:
     void OnComm();
+    /// The port was opened or closed, or would not open.
+    void stateChanged();
 
 private:
+    /// Bytes announced together.
+    struct Burst {
+        QByteArray bytes;
+        QDeadlineTimer forgotten; ///< unread until then, it is dropped
+    };
+
     void open();
     void close();
+    void openAgainUnseen();
     void gather();
+    void passTail(QByteArray& bytes);
+    void quietEnded();
+    void silenceEnded();
+    void forgetOldBursts();
     void announceLines();
     void announceAll();
     void announce(qsizetype count);
@@ -78,17 +109,20 @@ private:
     LineSettings settings_;
     FlowControl flow_ = FlowControl::none;
     int commEvent_ = 0;
-    QString trouble_;
+    int trouble_ = 0;
 
-    QByteArray pending_;  ///< arrived, not announced yet
-    QByteArray received_; ///< announced, waiting for input()
+    QByteArray pending_;         ///< arrived, not announced yet
+    std::deque<Burst> received_; ///< announced, waiting for input()
+    bool wholeLines_ = false;
     bool lineFeedMayFollow_ = false;
     QTimer quiet_{this};    ///< restarted by every fragment
+    QTimer lastCall_{this}; ///< after silence: what arrived while the program was busy gets its turn first
     QTimer deadline_{this}; ///< started by the first carriage return that waits
 
     int session_ = 0; ///< one for each opening: what was queued for an earlier one is void
     bool failing_ = false;
     bool readErrorRaised_ = false; ///< and no byte has come since
+    bool touched_ = false;         ///< setPortOpen was called since the last read error
     int raising_ = 0;              ///< depth of handlers that are running
 };
 

@@ -133,6 +133,12 @@ void Player::perform(const Command& command)
         key(a[0]);
     else if (word == "scale")
         scale(a[0]);
+    else if (word == "send")
+        send(a[0]);
+    else if (word == "unplug")
+        unplug();
+    else if (word == "plug")
+        plug();
     else if (word == "pick")
         pick(a[0]);
     else if (word == "choose")
@@ -262,10 +268,42 @@ void Player::scale(const QString& text)
 {
     if (!line_->open()) throw Failure{u"there is no line: com1 of the folder is taken"_s};
     if (!form_->TeraziComm->portOpen()) throw Failure{u"the port is closed"_s};
+    // A line that comes right after the opening might be the tail of one under way, and would be dropped.
+    if (!QTest::qWaitFor([&] { return form_->TeraziComm->hearsWholeLines(); }, 2000))
+        throw Failure{u"the line does not come to rest"_s};
     const int before = form_->scaleEvents();
     line_->send(unescape(text));
     if (!QTest::qWaitFor([&] { return form_->scaleEvents() != before; }, 2000))
         throw Failure{u"the scale's bytes did not arrive"_s};
+    letTimePass(0);
+}
+
+void Player::send(const QString& text)
+{
+    if (!line_->open()) throw Failure{u"there is no line: com1 of the folder is taken"_s};
+    line_->send(unescape(text));
+}
+
+void Player::unplug()
+{
+    if (!line_->open()) throw Failure{u"there is no line that could be unplugged"_s};
+    const int before = form_->scaleEvents();
+    line_->unplug();
+    waitForBrokenLine(before);
+}
+
+void Player::plug()
+{
+    const bool breaks = line_->open() && form_->TeraziComm->portOpen();
+    const int before = form_->scaleEvents();
+    if (!line_->plug()) throw Failure{u"there is no line: com1 of the folder is taken"_s};
+    if (breaks) waitForBrokenLine(before);
+}
+
+void Player::waitForBrokenLine(int eventsBefore)
+{
+    const auto noticed = [&] { return form_->scaleEvents() != eventsBefore || !form_->TeraziComm->portOpen(); };
+    if (!QTest::qWaitFor(noticed, 5000)) throw Failure{u"nobody has noticed that the line broke"_s};
     letTimePass(0);
 }
 

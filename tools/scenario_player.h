@@ -49,6 +49,10 @@ private:
     void key(const QString& caption);
     void keys(const QString& text);
     void scale(const QString& text);
+    void send(const QString& text);
+    void unplug();
+    void plug();
+    void waitForBrokenLine(int eventsBefore);
     void pick(const QString& text);
     void choose(const QString& control, const QString& entry);
     void menu(const QString& item);

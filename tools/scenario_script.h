@@ -25,7 +25,7 @@ struct ScriptError {
 /// given. Throws ScriptError for an unknown command or a missing argument.
 std::vector<Command> parse(const QString& text, const QString& file);
 
-/// \r \n \t \\ and \xNN of a `scale` command, as bytes. Throws ScriptError for another escape.
+/// \r \n \t \\ and \xNN of `scale` and `send`, as bytes. Throws ScriptError for another escape.
 QByteArray unescape(const QString& text);
 
 } // namespace scenario

@@ -63,29 +63,44 @@ ScaleLine::ScaleLine(const QString& directory)
 {
     const QString link = directory + u"/com1"_s;
     if (QFileInfo(link).isSymLink() || QFile::exists(link)) return;
-    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (master < 0) return;
-    termios raw{};
-    if (::grantpt(master) != 0 || ::unlockpt(master) != 0 || ::tcgetattr(master, &raw) != 0) {
-        ::close(master);
-        return;
-    }
-    ::cfmakeraw(&raw);
-    ::tcsetattr(master, TCSANOW, &raw);
-    char name[128];
-    if (::ptsname_r(master, name, sizeof name) != 0 || !QFile::link(QFile::decodeName(name), link)) {
-        ::close(master);
-        return;
-    }
-    master_ = master;
     link_ = link;
+    plug();
 }
 
 ScaleLine::~ScaleLine()
 {
-    if (master_ < 0) return;
+    if (!link_.isEmpty()) QFile::remove(link_);
+    unplug();
+}
+
+bool ScaleLine::plug()
+{
+    if (link_.isEmpty()) return false;
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (master < 0) return false;
+    termios raw{};
+    char name[128];
+    if (::grantpt(master) != 0 || ::unlockpt(master) != 0 || ::tcgetattr(master, &raw) != 0 ||
+        ::ptsname_r(master, name, sizeof name) != 0) {
+        ::close(master);
+        return false;
+    }
+    ::cfmakeraw(&raw);
+    ::tcsetattr(master, TCSANOW, &raw);
     QFile::remove(link_);
-    ::close(master_);
+    if (!QFile::link(QFile::decodeName(name), link_)) {
+        ::close(master);
+        return false;
+    }
+    unplug();
+    master_ = master;
+    return true;
+}
+
+void ScaleLine::unplug()
+{
+    if (master_ >= 0) ::close(master_);
+    master_ = -1;
 }
 
 void ScaleLine::send(const QByteArray& bytes)

@@ -76,10 +76,15 @@ public:
 
     bool open() const { return master_ >= 0; }
     void send(const QByteArray& bytes);
+    /// The cable is out: the link leads nowhere until plug().
+    void unplug();
+    /// Lays a new line; one that is still there breaks when the new one is ready. False if it cannot be laid, or if
+    /// com1 is somebody else's.
+    bool plug();
 
 private:
     int master_ = -1;
-    QString link_;
+    QString link_; ///< empty: com1 is somebody else's
 };
 
 /// The text of a PDF as one line, blanks folded; asks pdftotext. Nothing when that is not installed.

@@ -143,6 +143,7 @@ void Monkey::hearScale()
                                              "1234KG\r"};
     Form1& form = counter_.form;
     if (!form.TeraziComm->portOpen()) return;
+    (void)QTest::qWaitFor([&] { return form.TeraziComm->hearsWholeLines(); }, 2000);
     const int before = form.scaleEvents();
     const QByteArray burst = bursts[any(static_cast<int>(bursts.size()))];
     action_ = QStringLiteral("scale ") + QString::fromLatin1(burst);

@@ -1,8 +1,14 @@
 #include "app/setting_names.h"
+#include "scale/frm_properties.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/pseudo_terminal.h"
 
+#include <QApplication>
+#include <QComboBox>
 #include <QFile>
+#include <QPushButton>
+#include <QTimer>
+#include <functional>
 
 using namespace app;
 
@@ -30,13 +36,40 @@ struct WeighingCounter : Counter {
     /// The line says this, and the screen has dealt with it.
     void hear(PseudoTerminal& line, const QByteArray& bytes)
     {
+        QTRY_VERIFY(form.TeraziComm->hearsWholeLines());
         const int before = form.scaleEvents();
         line.send(bytes);
         QTRY_COMPARE(form.scaleEvents(), before + 1);
     }
 
+    /// Opens the port's dialog, does this to it and waits until it is closed.
+    void inPortDialog(const std::function<void(scale::frmProperties&)>& act)
+    {
+        bool seen = false;
+        QTimer::singleShot(0, &form, [&] {
+            auto* const dialog = qobject_cast<scale::frmProperties*>(QApplication::activeModalWidget());
+            QVERIFY(dialog);
+            seen = true;
+            act(*dialog);
+        });
+        form.PortAyarlar->trigger();
+        QVERIFY(seen && !QApplication::activeModalWidget());
+    }
+
     PseudoTerminal first, third;
 };
+
+/// The ways out of the port's dialog that apply nothing.
+using Leaving = std::function<void(scale::frmProperties&)>;
+
+void addLeavings()
+{
+    QTest::addColumn<Leaving>("leave");
+    const auto row = [](const char* name, const Leaving& leave) { QTest::newRow(name) << leave; };
+    row("İptal", [](auto& dialog) { dialog.template findChild<QPushButton*>("cmdCancel")->click(); });
+    row("Esc", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    row("its window's cross", [](auto& dialog) { dialog.close(); });
+}
 
 } // namespace
 
@@ -57,12 +90,26 @@ private slots:
     void unusableSettingsAreReportedAndThePortStaysClosed();
     void settingsAreReadAgainAtEachOpening();
     void missingPortIsSilent();
+    void busyPortIsSilent();
+    void loadingAloneOpensNoPort();
+    void choicesStoredBetweenTwoActivationsHoldFromTheSecond();
+
+    void leavingTheDialogRunsTheActivation_data();
+    void leavingTheDialogRunsTheActivation();
+    void leavingTheDialogReopensTheConnectedPort_data();
+    void leavingTheDialogReopensTheConnectedPort();
+    void cancelledDialogLeavesAnUnconnectedPortClosed();
+    void choiceOfTheDialogIsInForceAtOnce();
 
     void weightsGoToTheStationThatIsWorkedOn();
     void otherRegionalSettingsGroupTheirWay();
     void clearedNameLeavesLineAndWeightAlone();
     void afterADialogTheFirstStationWeighs();
-    void badLinesAreReportedOnceUntilAGoodOne();
+    void brokenLineComesBackAlsoWithoutAName();
+    void brokenLineComesBackThroughTheForm();
+    void closedPortIsToldWithItsReason_data();
+    void closedPortIsToldWithItsReason();
+    void badLinesAreReportedOnceUntilTheOperatorActsOnThePort();
     void weightDoesNotTouchTheKeypadsField();
     void keypadTypesOverAWeight();
 };
@@ -217,6 +264,137 @@ void ScalePort::missingPortIsSilent()
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
+void ScalePort::busyPortIsSilent()
+{
+    WeighingCounter counter;
+    scale::TeraziComm other(scale::systemPorts(counter.folder.path()));
+    other.setPortOpen(true);
+    counter.store("Baglan", QStringLiteral("True"));
+    counter.form.start();
+    QVERIFY(!counter.form.TeraziComm->portOpen());
+    QCOMPARE(counter.prompt.exclamations, QStringList());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QVERIFY(
+        counter.form.status->text().startsWith(QStringLiteral("Terazi: Com1 açılamadı, başka bir program kullanıyor")));
+
+    other.setPortOpen(false);
+    counter.form.activated();
+    counter.hear(counter.first, "  100kg\r");
+    QCOMPARE(counter.form.Label2[0]->caption(), QStringLiteral("100"));
+}
+
+void ScalePort::loadingAloneOpensNoPort()
+{
+    WeighingCounter counter;
+    counter.store("Baglan", QStringLiteral("True"));
+    counter.form.Form_Load();
+    QVERIFY(!counter.form.TeraziComm->portOpen());
+    QVERIFY(!counter.form.Bağlantı->checked());
+    counter.form.activated();
+    QVERIFY(counter.form.TeraziComm->portOpen());
+}
+
+void ScalePort::choicesStoredBetweenTwoActivationsHoldFromTheSecond()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    QVERIFY(!form.TeraziComm->portOpen());
+    for (const bool on : {true, false}) {
+        const bool open = form.TeraziComm->portOpen();
+        counter.settings.saveFlag(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), on);
+        counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Baglan"), on);
+        QCOMPARE(form.CapsDurum, !on);
+        QCOMPARE(form.Bağlantı->checked(), !on);
+        QCOMPARE(form.TeraziComm->portOpen(), open);
+        form.activated();
+        QCOMPARE(form.CapsDurum, on);
+        QCOMPARE(form.Label1[47]->caption(), on ? QStringLiteral("AB") : QStringLiteral("ab"));
+        QCOMPARE(form.Bağlantı->checked(), on);
+        // An unchecked item opens no port, and closes none either: that is for the item itself.
+        QVERIFY(form.TeraziComm->portOpen());
+    }
+}
+
+void ScalePort::leavingTheDialogRunsTheActivation_data() { addLeavings(); }
+
+void ScalePort::leavingTheDialogRunsTheActivation()
+{
+    QFETCH(Leaving, leave);
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    Counter::click(form.YeniCmd[1]);
+    for (DropDownList* list : form.Combo1) list->setListIndex(2);
+    form.DTPickerSon->setValue(QDate(2025, 11, 3));
+    form.DTPickerBas->setValue(QDate(2025, 11, 2));
+    counter.inPortDialog(leave);
+    QCOMPARE(form.AktifKontrol, 0.0f);
+    QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+    for (const DropDownList* list : form.Combo1) QCOMPARE(list->listIndex(), 0);
+    QCOMPARE(form.DTPickerBas->value(), counter.clock.now.date());
+    QCOMPARE(form.DTPickerSon->value(), counter.clock.now.date());
+}
+
+void ScalePort::leavingTheDialogReopensTheConnectedPort_data() { addLeavings(); }
+
+void ScalePort::leavingTheDialogReopensTheConnectedPort()
+{
+    QFETCH(Leaving, leave);
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("CommPort", QStringLiteral("3"));
+    form.start();
+    counter.inPortDialog([&](scale::frmProperties& dialog) {
+        QVERIFY(!form.TeraziComm->portOpen());
+        QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+        dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(0);
+        leave(dialog);
+    });
+    QVERIFY(form.TeraziComm->portOpen());
+    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayar Com=3"));
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Com3: ")));
+    QCOMPARE(counter.stored("CommPort"), QStringLiteral("3"));
+    counter.hear(counter.third, "  70kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+}
+
+void ScalePort::cancelledDialogLeavesAnUnconnectedPortClosed()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.inPortDialog([](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdCancel")->click(); });
+    QVERIFY(!form.TeraziComm->portOpen());
+    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayarları"));
+    QCOMPARE(counter.stored("CommPort"), QStringLiteral("-"));
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+}
+
+void ScalePort::choiceOfTheDialogIsInForceAtOnce()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.inPortDialog([](scale::frmProperties& dialog) {
+        dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(2);
+        dialog.findChild<QPushButton*>("cmdOK")->click();
+    });
+    QVERIFY(!form.Bağlantı->checked());
+    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayar Com=3"));
+    counter.hear(counter.third, "  70kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+
+    // What the port was closed for is told at once, and only there.
+    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com3"))));
+    QVERIFY(QFile::link(QStringLiteral("/dev/nobody-there"), counter.folder.filePath(QStringLiteral("com3"))));
+    counter.inPortDialog([](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdOK")->click(); });
+    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayarları"));
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: Com3 açılamadı, aygıt takılı değil")));
+    QCOMPARE(counter.prompt.exclamations, QStringList());
+}
+
 void ScalePort::weightsGoToTheStationThatIsWorkedOn()
 {
     WeighingCounter counter;
@@ -257,9 +435,96 @@ void ScalePort::clearedNameLeavesLineAndWeightAlone()
     QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
     QVERIFY(form.TeraziComm->inBufferCount() > 0);
     counter.keys(QStringLiteral("a"));
-    counter.hear(counter.first, "  200kg\r"); // the line that waited is the first one of the burst
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
+    QTest::qWait(2100);
+    counter.hear(counter.first, "  200kg\r"); // what waited is too old to be a weight
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
+}
+
+void ScalePort::brokenLineComesBackThroughTheForm()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Bağlantı->trigger();
+    counter.hear(counter.first, "  100kg\r");
+    PseudoTerminal next;
+    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    counter.plugIn(next, 1);
+    const int before = form.scaleEvents();
+    counter.first.pullOut();
+    QTRY_COMPARE(form.scaleEvents(), before + 1);
+    QVERIFY(form.TeraziComm->portOpen());
+    counter.hear(next, "  200kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+
+    // The second break finds no device; the status line says so at once, and nothing else does.
+    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::link(QStringLiteral("/dev/nobody-there"), counter.folder.filePath(QStringLiteral("com1"))));
+    next.pullOut();
+    QTRY_VERIFY(!form.TeraziComm->portOpen());
+    QTRY_VERIFY(form.status->text().startsWith(QStringLiteral("Terazi: Com1 açılamadı, aygıt takılı değil")));
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(counter.prompt.exclamations, QStringList());
+}
+
+void ScalePort::brokenLineComesBackAlsoWithoutAName()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Bağlantı->trigger();
+    counter.key(QStringLiteral("Sil"));
+    PseudoTerminal next;
+    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    counter.plugIn(next, 1);
+    const int before = form.scaleEvents();
+    counter.first.pullOut();
+    QTRY_COMPARE(form.scaleEvents(), before + 1);
+    QVERIFY(form.TeraziComm->portOpen());
+    counter.keys(QStringLiteral("a"));
+    counter.hear(next, "  200kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
+}
+
+void ScalePort::closedPortIsToldWithItsReason_data()
+{
+    QTest::addColumn<QString>("link");
+    QTest::addColumn<QString>("settings");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("missing") << "/dev/nobody-there"
+                             << ""
+                             << "Terazi: Com3 açılamadı, aygıt takılı değil";
+    QTest::newRow("no scale at all") << "/dev/null"
+                                     << ""
+                                     << "Terazi: Com3 açılamadı";
+    QTest::newRow("settings that the line refuses") << ""
+                                                    << "9600,e,7,1"
+                                                    << "Terazi: Com3 açılamadı, hat ayarları uymuyor";
+    QTest::newRow("settings that are none") << ""
+                                            << "9600"
+                                            << "Terazi: port ayarları geçersiz";
+}
+
+void ScalePort::closedPortIsToldWithItsReason()
+{
+    QFETCH(QString, link);
+    QFETCH(QString, settings);
+    QFETCH(QString, told);
+    WeighingCounter counter;
+    counter.store("CommPort", QStringLiteral("3"));
+    if (!settings.isEmpty()) counter.store("Settings", settings);
+    if (!link.isEmpty()) {
+        QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com3"))));
+        QVERIFY(QFile::link(link, counter.folder.filePath(QStringLiteral("com3"))));
+    }
+    counter.form.start();
+    counter.form.Bağlantı->trigger();
+    QVERIFY(!counter.form.TeraziComm->portOpen());
+    QVERIFY2(counter.form.status->text().startsWith(told), qPrintable(counter.form.status->text()));
+    counter.form.Bağlantı->trigger();
+    QVERIFY(counter.form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
 }
 
 void ScalePort::afterADialogTheFirstStationWeighs()
@@ -276,7 +541,7 @@ void ScalePort::afterADialogTheFirstStationWeighs()
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
 }
 
-void ScalePort::badLinesAreReportedOnceUntilAGoodOne()
+void ScalePort::badLinesAreReportedOnceUntilTheOperatorActsOnThePort()
 {
     WeighingCounter counter;
     Form1& form = counter.form;
@@ -285,10 +550,20 @@ void ScalePort::badLinesAreReportedOnceUntilAGoodOne()
     for (int i = 0; i < 3; ++i) counter.hear(counter.first, "Net 10" + QByteArray::number(i) + "kg\r");
     QCOMPARE(form.Label2[0]->caption(), QStringLiteral("Net 102\r"));
     QCOMPARE(counter.prompt.errors, QList<int>{13});
+    QVERIFY(form.status->text().contains(QStringLiteral("gelen satır ağırlık değil")));
     counter.hear(counter.first, "  100kg\r");
-    counter.hear(counter.first, "Net 100kg\r");
-    QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
+    QVERIFY(!form.status->text().contains(QStringLiteral("gelen satır ağırlık değil")));
+    for (int i = 0; i < 2; ++i) { // the second is the text that is shown already
+        counter.hear(counter.first, "Net 100kg\r");
+        QCOMPARE(counter.prompt.errors, QList<int>{13});
+        QVERIFY(form.status->text().contains(QStringLiteral("gelen satır ağırlık değil")));
+    }
     QVERIFY(form.TeraziComm->portOpen());
+
+    form.Bağlantı->trigger();
+    form.Bağlantı->trigger();
+    counter.hear(counter.first, "Net 101kg\r");
+    QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
 }
 
 void ScalePort::weightDoesNotTouchTheKeypadsField()

@@ -9,6 +9,7 @@ class StatusLineTest : public QObject {
 private slots:
     void closedPortIsSaidSo();
     void openPortWaitsForItsFirstWeight();
+    void whatIsNoWeightIsSaidUntilAWeightComes();
     void ageOfTheLastWeightGrows();
     void factsStandSideBySide();
     void noticeStandsFirst();
@@ -22,6 +23,8 @@ void StatusLineTest::closedPortIsSaidSo()
     line.portOpened(3);
     line.portClosed();
     QCOMPARE(line.text(), QStringLiteral("Terazi: bağlı değil"));
+    line.portClosed(QStringLiteral("Com3 açılamadı, aygıt takılı değil"));
+    QCOMPARE(line.text(), QStringLiteral("Terazi: Com3 açılamadı, aygıt takılı değil"));
 }
 
 void StatusLineTest::openPortWaitsForItsFirstWeight()
@@ -31,6 +34,20 @@ void StatusLineTest::openPortWaitsForItsFirstWeight()
     QCOMPARE(line.text(), QStringLiteral("Com3: tartım bekleniyor"));
     line.weightArrived();
     QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
+}
+
+void StatusLineTest::whatIsNoWeightIsSaidUntilAWeightComes()
+{
+    StatusLine line(nullptr);
+    line.portOpened(3);
+    line.lineNotUnderstood();
+    QCOMPARE(line.text(), QStringLiteral("Com3: gelen satır ağırlık değil"));
+    line.weightArrived();
+    QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
+    line.lineNotUnderstood();
+    line.portClosed();
+    line.portOpened(3);
+    QCOMPARE(line.text(), QStringLiteral("Com3: tartım bekleniyor"));
 }
 
 void StatusLineTest::ageOfTheLastWeightGrows()

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QStringList>
+#include <functional>
 #include <utility>
 
 /// A control over no line at all: it writes down what is done to it and fails where a test wants it to.
@@ -33,6 +34,7 @@ public:
     bool portOpen() const override { return open; }
     void setPortOpen(bool wanted) override
     {
+        if (wanted && onOpen) onOpen();
         step(wanted ? QStringLiteral("open") : QStringLiteral("close"));
         if (wanted && open) throw scale::commError(scale::errors::alreadyOpen);
         open = wanted;
@@ -55,6 +57,7 @@ public:
     QString burst; ///< what can be read
     int event = scale::events::received;
 
+    std::function<void()> onOpen; ///< what a test wants to see when the port is to be opened
     QStringList steps;            ///< in their order: port=3, settings=..., flow=0, open, close, in=0, out=0
     QHash<QString, int> failures; ///< step and the error it raises; its property stays as it was
 

@@ -41,8 +41,11 @@ private slots:
     void unchosenParityIsRefused();
     void fourDataBitsAreRefused();
     void refusedFlowSavesNothing();
-    void settingsThatTheLineRefusesSaveNothing();
+    void failedOpeningIsSilent_data();
     void failedOpeningIsSilent();
+    void choiceIsSavedBeforeThePortIsOpened();
+    void cancelAfterARefusalGivesTheControlBack_data();
+    void cancelAfterARefusalGivesTheControlBack();
     void portThatIsStillOpenStaysOpen();
     void failedSavingIsToldAndTheRestIsSaved();
     void cancelChangesNothing();
@@ -348,33 +351,67 @@ void FrmPropertiesTest::refusedFlowSavesNothing()
     QVERIFY(!closed());
 }
 
-void FrmPropertiesTest::settingsThatTheLineRefusesSaveNothing()
+void FrmPropertiesTest::failedOpeningIsSilent_data()
 {
-    // A closed port takes them; opened, the line says that it cannot.
-    control_.failures[u"open"_s] = errors::parametersRefused;
-    load();
-    choose("cboStopBits", u"1.5"_s);
-    ok();
-    QCOMPARE(control_.steps, (QStringList{u"settings=9600,N,8,1.5"_s, u"flow=0"_s, u"open"_s}));
-    QCOMPARE(warnings_, QStringList{commError(errors::parametersRefused).text()});
-    QCOMPARE(saved_, QStringList());
-    QVERIFY(!control_.open && !closed());
-
-    control_.failures.clear();
-    choose("cboStopBits", u"1"_s);
-    ok();
-    QCOMPARE(saved_.first(), u"Settings=9600,n,8,1"_s);
-    QVERIFY(control_.open && closed());
+    QTest::addColumn<int>("error");
+    for (const int error : {errors::invalidPortNumber, errors::inUse, errors::parametersRefused})
+        QTest::addRow("%d", error) << error;
 }
 
 void FrmPropertiesTest::failedOpeningIsSilent()
 {
-    control_.failures[u"open"_s] = errors::invalidPortNumber;
+    QFETCH(int, error);
+    control_.failures[u"open"_s] = error;
     load();
     ok();
     QCOMPARE(warnings_, QStringList());
     QCOMPARE(saved_.size(), 4);
+    QVERIFY(!control_.open && closed());
+}
+
+void FrmPropertiesTest::choiceIsSavedBeforeThePortIsOpened()
+{
+    load();
+    control_.onOpen = [this] { QCOMPARE(saved_.size(), 4); };
+    ok();
+    QVERIFY(control_.open && closed());
+}
+
+void FrmPropertiesTest::cancelAfterARefusalGivesTheControlBack_data()
+{
+    QTest::addColumn<QString>("refused");
+    QTest::addColumn<bool>("escape");
+    QTest::newRow("settings, button") << "settings=4800,E,8,2" << false;
+    QTest::newRow("settings, Esc") << "settings=4800,E,8,2" << true;
+    QTest::newRow("flow, button") << "flow=1" << false;
+    QTest::newRow("flow, Esc") << "flow=1" << true;
+}
+
+void FrmPropertiesTest::cancelAfterARefusalGivesTheControlBack()
+{
+    QFETCH(QString, refused);
+    QFETCH(bool, escape);
+    control_.failures[refused] = base::errors::invalidProperty;
+    load();
+    choose("cboPort", u"Com7"_s);
+    choose("cboSpeed", u"4800"_s);
+    choose("cboParity", u"Even"_s);
+    choose("cboStopBits", u"2"_s);
+    option(u"optFlow(1)"_s)->click();
+    ok();
+    QCOMPARE(warnings_.size(), 1);
+    QVERIFY(!closed());
+    QCOMPARE(control_.port, 7);
+    if (escape)
+        QTest::keyClick(dialog_.get(), Qt::Key_Escape);
+    else
+        dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
     QVERIFY(closed());
+    QCOMPARE(control_.port, 2);
+    QCOMPARE(control_.line, u"9600,n,8,1"_s);
+    QCOMPARE(control_.flow, 0);
+    QVERIFY(!control_.open);
+    QCOMPARE(saved_, QStringList());
 }
 
 void FrmPropertiesTest::portThatIsStillOpenStaysOpen()

@@ -10,7 +10,11 @@
 #include <QThread>
 #include <QTimer>
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace scale;
 using namespace Qt::StringLiterals;
@@ -45,6 +49,25 @@ void expectIdleness()
     QVERIFY2(used < 0.02, qPrintable(u"%1 s in two seconds"_s.arg(used)));
 }
 
+/// An ordinary user's rights as long as it lives: root may open what it likes.
+class OrdinaryUser {
+public:
+    OrdinaryUser()
+    {
+        constexpr uid_t nobody = 65534;
+        if (root_ && ::setresuid(nobody, nobody, 0) != 0) throw std::runtime_error("setresuid");
+    }
+    ~OrdinaryUser()
+    {
+        if (root_ && ::setresuid(0, 0, 0) != 0) std::abort();
+    }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+private:
+    const bool root_ = ::geteuid() == 0;
+};
+
 } // namespace
 
 /// The control and the handler on real lines of this machine.
@@ -62,6 +85,7 @@ private slots:
     void portOpensAgainAfterReplugging();
     void idleLineWakesNobody();
     void missingAndBusyDevicesAreTold();
+    void missingRightIsToldAsSuch();
     void parametersThatTheLineRefusesAreTold();
     void everySpeedOfTheDialogOpens();
 
@@ -71,6 +95,12 @@ private:
         terminal_ = std::make_unique<PseudoTerminal>();
         QFile::remove(link_);
         QVERIFY(QFile::link(terminal_->path(), link_));
+    }
+    /// Opens the port and waits until what comes is a line of its own.
+    static void openQuietLine(TeraziComm& control)
+    {
+        control.setPortOpen(true);
+        QTRY_VERIFY(control.hearsWholeLines());
     }
     std::unique_ptr<TeraziComm> newControl() const
     {
@@ -104,7 +134,7 @@ void ScaleLine::weightsArriveFromALink()
     const auto control = newControl();
     KeepingStation station;
     handle(*control, station);
-    control->setPortOpen(true);
+    openQuietLine(*control);
     terminal_->send("  1234kg\r");
     QTRY_COMPARE(station.weight(), u"1.234"_s);
     terminal_->send("ST,GS,+");
@@ -120,10 +150,10 @@ void ScaleLine::bytesFromBeforeOpeningAreDiscarded()
     KeepingStation station;
     handle(*control, station);
     terminal_->send("  9999kg\r");
-    control->setPortOpen(true);
+    openQuietLine(*control);
     terminal_->send("   500kg\r");
     QTRY_VERIFY(!station.shown.isEmpty());
-    QTest::qWait(150);
+    QTest::qWait(400);
     QCOMPARE(station.shown, QStringList{u"500"_s});
 }
 
@@ -132,7 +162,7 @@ void ScaleLine::fiftyLinesASecondAreShownWhole()
     const auto control = newControl();
     KeepingStation station;
     handle(*control, station);
-    control->setPortOpen(true);
+    openQuietLine(*control);
     std::unique_ptr<QThread> scale(QThread::create([this] {
         for (int weight = 1001; weight <= 1100; ++weight) {
             terminal_->send(u"  %1kg\r\n"_s.arg(weight).toLatin1());
@@ -159,11 +189,11 @@ void ScaleLine::streamWithoutPausesShowsNoHalfWeight()
     // A busy machine may hold the playing thread up for longer than a scale ever pauses; such a round proves nothing.
     qint64 longestPause = 0;
     QStringList shown;
-    for (int round = 0; round < 10 && (round == 0 || longestPause > 60); ++round) {
+    for (int round = 0; round < 10 && (round == 0 || longestPause > 250); ++round) {
         const auto control = newControl();
         KeepingStation station;
         handle(*control, station);
-        control->setPortOpen(true);
+        openQuietLine(*control);
         longestPause = 0;
         std::unique_ptr<QThread> scale(QThread::create([this, &longestPause] {
             const QByteArray line = "  1234kg\r";
@@ -179,7 +209,7 @@ void ScaleLine::streamWithoutPausesShowsNoHalfWeight()
         QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 20000);
         shown = station.shown;
     }
-    QVERIFY2(longestPause <= 60, "this machine was too busy ten times");
+    QVERIFY2(longestPause <= 250, "this machine was too busy ten times");
     QVERIFY(!shown.isEmpty());
     QCOMPARE(QSet<QString>(shown.begin(), shown.end()), QSet<QString>{u"1.234"_s});
 }
@@ -189,7 +219,7 @@ void ScaleLine::pulledCableIsOneReadErrorAndNoWork()
     const auto control = newControl();
     KeepingStation station;
     handle(*control, station);
-    control->setPortOpen(true);
+    openQuietLine(*control);
     terminal_->send("   500kg\r");
     QTRY_COMPARE(station.weight(), u"500"_s);
 
@@ -210,7 +240,7 @@ void ScaleLine::portOpensAgainAfterReplugging()
     KeepingStation station;
     handle(*control, station);
     for (int round = 1; round <= 3; ++round) {
-        control->setPortOpen(true);
+        openQuietLine(*control);
         terminal_->send(QByteArray::number(100 * round) + "kg\r");
         QTRY_COMPARE(station.weight(), QString::number(100 * round));
         terminal_->pullOut();
@@ -252,17 +282,30 @@ void ScaleLine::missingAndBusyDevicesAreTold()
     QCOMPARE(errorOf(*first), errors::invalidPortNumber);
 }
 
+void ScaleLine::missingRightIsToldAsSuch()
+{
+    QCOMPARE(::chmod(qPrintable(folder_->path()), 0755), 0); // the way to the device stays open
+    QCOMPARE(::chmod(qPrintable(terminal_->path()), 0), 0);
+    const auto control = newControl();
+    {
+        const OrdinaryUser user;
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
+    }
+    QCOMPARE(control->trouble(), base::errors::permissionDenied);
+    QCOMPARE(whyClosed(3, control->trouble()), u"Com3 açılamadı, kullanma izni yok"_s);
+}
+
 void ScaleLine::parametersThatTheLineRefusesAreTold()
 {
     // A pseudo-terminal has 8 bits and no parity, and its driver says so.
     const auto control = newControl();
     control->setSettings(u"9600,E,7,1"_s);
     QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
-    QCOMPARE(control->trouble(), commError(errors::parametersRefused).text());
+    QCOMPARE(control->trouble(), errors::parametersRefused);
     QVERIFY(!control->portOpen());
 
     control->setSettings(u"9600,N,8,1"_s);
-    control->setPortOpen(true);
+    openQuietLine(*control);
     QSignalSpy spy(control.get(), &TeraziComm::OnComm);
     QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setSettings(u"9600,E,7,1"_s));
     QCOMPARE(control->settings(), u"9600,n,8,1"_s);
@@ -278,7 +321,7 @@ void ScaleLine::everySpeedOfTheDialogOpens()
     for (const int speed :
          {110, 300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 28800, 38400, 56000, 57600, 115200, 128000, 256000}) {
         control->setSettings(u"%1,N,8,2"_s.arg(speed));
-        control->setPortOpen(true);
+        openQuietLine(*control);
         QSignalSpy spy(control.get(), &TeraziComm::OnComm);
         terminal_->send("   500kg\r");
         QVERIFY2(spy.wait(1000), qPrintable(QString::number(speed)));
