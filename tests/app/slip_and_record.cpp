@@ -32,6 +32,8 @@ private slots:
     void customerThatFailsBehindThePrinterLeavesThePressing();
     void customerThatAnIndexRefusesGetsNoSlip();
     void pressingThatFailsBehindThePrinterKeepsItsNote();
+    void pressingThatCanNeverBeStoredIsToldAtTheStartAndBlocksNothing();
+    void customerOfASlipThatWasRefusedIsFoundByNoSearch();
     void fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip();
     void fieldThatTakesNoTextPrintsNoSlip();
     void saveButtonKnowsTheCustomerThatASlipHasAdded();
@@ -455,6 +457,45 @@ void SlipAndRecord::pressingThatFailsBehindThePrinterKeepsItsNote()
     QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
     QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
     QVERIFY(!counter.notes.open());
+}
+
+void SlipAndRecord::pressingThatCanNeverBeStoredIsToldAtTheStartAndBlocksNothing()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    const print::Document document{"%PDF-1.4", QStringLiteral("Fiş"), {}, print::Paper::slipRoll80()};
+    const int job = counter.paper.createJob(document);
+    counter.paper.sendAndFinish(job, document);
+    counter.notes.write({job, 45981.5, {"Toplamlar", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
+    form.start();
+    QVERIFY2(form.status->text().contains(QStringLiteral("basılmış, kaydedilemiyor")), qPrintable(form.status->text()));
+    QVERIFY(form.status->text().contains(QStringLiteral("Yag.mdb-slip-1")));
+    QVERIFY(!counter.notes.open());
+    counter.pressingOf(QStringLiteral("ali"));
+    Counter::click(form.YazCmd[0]);
+    QCOMPARE(counter.paper.sent.size(), 2);
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+}
+
+void SlipAndRecord::customerOfASlipThatWasRefusedIsFoundByNoSearch()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ayşe"));
+    form.start();
+    counter.pressingOf(QStringLiteral("ali")); // the search knows the register's order from here on
+    counter.watched.refused = QStringLiteral("Hareket");
+    Counter::click(form.YazCmd[0]); // the customer's row was tried, and taken back
+    QCOMPARE(counter.paper.sent.size(), 0);
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    Counter::click(form.TxtLbl[0]);
+    counter.key(QStringLiteral("Sil"));
+    counter.keys(QStringLiteral("a"));
+    QCOMPARE(form.dbListe1->rowCount(), 1);
+    counter.keys(QStringLiteral("li"));
+    QVERIFY(!form.dbListe1->visible());
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
 }
 
 void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
