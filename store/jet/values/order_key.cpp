@@ -19,6 +19,9 @@ void appendOrderKey(std::vector<std::uint8_t>& key, std::u16string_view text)
 void appendFoldedOrderKey(std::vector<std::uint8_t>& key, std::u16string_view folded)
 {
     appendTextKey(key, folded, turkish);
+    // The key leaves out the spaces at the end. A name still stands before the same one with spaces behind it.
+    const std::size_t spaces = folded.size() - (folded.find_last_not_of(u' ') + 1);
+    key.push_back(static_cast<std::uint8_t>(std::min<std::size_t>(spaces, 0xFF)));
 }
 
 std::vector<std::uint8_t> orderKeyPrefix(std::u16string_view beginning)

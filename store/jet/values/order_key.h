@@ -7,7 +7,7 @@
 namespace jet {
 
 /// The bytes by which queries order texts, whatever the collation of the file: Turkish alphabet, letter case without
-/// weight. Unsigned byte comparison of the keys is the order.
+/// weight, a shorter text before a longer one that begins so. Unsigned byte comparison of the keys is the order.
 ///
 /// The text is folded first, although the alphabet has no case of its own: for a few letters far from here the two
 /// cases weigh differently, and the search by first letters must find both cases side by side.
