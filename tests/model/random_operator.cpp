@@ -1,0 +1,209 @@
+#include "tests/model/random_operator.h"
+
+#include <array>
+
+namespace model {
+namespace {
+
+/// Names that begin one another, differ by a letter's dot or by capitals only, or hold the search's own sign.
+const std::array<Text, 12> names = {u"ali",     u"ali veli", u"ali can", u"ayşe", u"ışık", u"ismail",
+                                    u"ömer öz", u"a*",       u"çelik",   u"alii", u"bb 5", u"toplamlar"};
+const std::array<Text, 10> weights = {u"1000", u"1", u"5", u"350", u"0", u"1235", u"12345", u"77", u"1005", u"999999"};
+const std::array<Text, 9> percentages = {u"12", u"12,5", u"12,75", u"12,345", u"123", u"0,05", u"9,999", u"1e", u"10,"};
+const std::array<Text, 9> fees = {u"100", u"1250,50", u"1250,05", u"12,5", u"0", u"125t", u"7,", u"1e3", u"0,001"};
+
+} // namespace
+
+void RandomOperator::type(const Text& text)
+{
+    planned_.push_back({Act::key, clear, 0, {}});
+    for (const char16_t c : text) {
+        int index = c == u' ' ? space : -1;
+        for (int key = 0; index < 0 && key < keyCount; ++key)
+            if (keyText(key, false) == Text(1, c)) index = key;
+        planned_.push_back({Act::key, index, 0, {}});
+    }
+}
+
+Touch RandomOperator::slip(int station) { return {Act::slip, station, any(10) < 7 ? 0 : 1 + any(3), {}}; }
+
+Text RandomOperator::burst()
+{
+    static const std::array<Text, 12> bursts = {
+        u"  1234kg\r", u"   500kg\r   510kg\r", u"  1234 kg\r\n", u"0kg\r",    u"   -20kg\r",      u"  12,5kg\r",
+        u"1234KG\r",   u"Net 12kg\r",           u"1234.5kg\r",    u"1kgkg2\r", u"00123456789kg\r", u"kg\r"};
+    if (any(40) == 0) return u"  12"; // the rest of the line never comes
+    return any(3) ? bursts[static_cast<std::size_t>(any(5))] : bursts[static_cast<std::size_t>(any(12))];
+}
+
+/// A pressing as it should be done, or another piece of work that takes several touches.
+void RandomOperator::plan(const Counter& seen)
+{
+    const int station = any(2);
+    const auto one = [this](const auto& texts) {
+        return texts[static_cast<std::size_t>(any(static_cast<int>(texts.size())))];
+    };
+    if (seen.panel) {
+        if (any(3)) type(one(names));
+        planned_.push_back({Act::pick, any(3), 0, {}});
+        if (any(2)) planned_.push_back({Act::closePanel, 0, 0, {}});
+        return;
+    }
+    planned_.push_back({Act::newCustomer, station, 0, {}});
+    if (any(6)) {
+        type(one(names));
+        if (any(2)) planned_.push_back({Act::pick, any(3), 0, {}});
+        if (any(3) == 0) planned_.push_back({Act::save, 0, any(2), {}});
+    }
+    if (any(4)) {
+        planned_.push_back({Act::olives, station, 0, {}});
+        type(one(weights));
+    } else {
+        planned_.push_back({Act::line, 0, 0, burst()});
+    }
+    if (any(2)) {
+        planned_.push_back({Act::oil, station, 0, {}});
+        type(one(weights));
+    }
+    const bool share = any(2) == 0;
+    if (share != seen.stations[static_cast<std::size_t>(station)].share && any(4))
+        planned_.push_back({Act::share, station, 0, {}});
+    planned_.push_back({share ? Act::percentage : Act::fee, station, 0, {}});
+    if (any(3)) type(share ? one(percentages) : one(fees));
+    if (any(4) == 0) planned_.push_back({Act::newCustomer, any(2), 0, {}});
+    planned_.push_back(slip(station));
+}
+
+Touch RandomOperator::anything(const Counter& seen)
+{
+    const int station = any(4) ? seen.working : any(2);
+    switch (any(64)) {
+    case 0:
+    case 1:
+    case 2:
+        return {Act::newCustomer, any(2), 0, {}};
+    case 3:
+        return {Act::name, station, 0, {}};
+    case 4:
+    case 5:
+    case 6:
+        return {Act::olives, station, 0, {}};
+    case 7:
+    case 8:
+        return {Act::oil, station, 0, {}};
+    case 9:
+    case 10:
+        return {Act::percentage, station, 0, {}};
+    case 11:
+    case 12:
+        return {Act::fee, station, 0, {}};
+    case 13:
+    case 14:
+        return {Act::share, station, 0, {}};
+    case 15:
+        return {any(2) ? Act::entitlement : Act::left, station, 0, {}};
+    case 16:
+    case 17:
+    case 18:
+        return {Act::pick, any(4), 0, {}};
+    case 19:
+    case 20:
+        return {Act::save, 0, any(2), {}};
+    case 21:
+    case 22:
+    case 23:
+    case 24:
+        return slip(station);
+    case 25:
+        return {any(2) ? Act::containerFilled : Act::containersDropped, station, 0, {}};
+    case 26:
+        return {Act::container, station, any(9) - 1 < 0 ? -1 : any(4), {}};
+    case 27:
+        return {Act::panel, 0, 0, {}};
+    case 28:
+    case 29:
+        return {Act::closePanel, 0, 0, {}};
+    case 30:
+        return {Act::option, any(2), 0, {}};
+    case 31:
+        return {Act::filter, 0, 0, {}};
+    case 32:
+        return {any(2) ? Act::firstDay : Act::lastDay, any(5) - 2, 0, {}};
+    case 33:
+        return {Act::statement, 0, 0, {}};
+    case 34:
+        if (any(8) == 0) return {any(3) ? Act::deletePressings : Act::deleteEverybody, 0, 0, {}};
+        return {Act::key, clear, 0, {}};
+    case 35:
+        return {Act::counts, 0, 0, {}};
+    case 36:
+        if (any(3)) return {Act::key, letterCase, 0, {}};
+        if (any(3)) return {Act::fontDialog, 0, 0, {}};
+        if (any(2)) return {Act::portDialog, 0, 0, {}};
+        planned_.push_front({Act::connection, 0, 0, {}});
+        return planned_.front();
+    case 37:
+        if (any(12) == 0) return {Act::restart, 0, 0, {}};
+        return {Act::key, letterCase, 0, {}};
+    case 38:
+    case 39:
+        return {Act::line, 0, 0, burst()};
+    case 40:
+        return {Act::key, clear, 0, {}};
+    case 41:
+    case 42:
+        return {Act::key, backspace, 0, {}};
+    default:
+        return {Act::key, any(keyCount), 0, {}};
+    }
+}
+
+Touch RandomOperator::next(const Counter& seen)
+{
+    // Names that are numbers are written anew by a fee that comes back, and begin other searches: the walks of the
+    // rules go through them one by one.
+    const bool atName = seen.active == Field::name || seen.active == Field::filter;
+    const bool beginsAName = atName && (trimmed(seen.activeText()).empty() || seen.activeText() == prompt);
+    if (planned_.empty() && any(6) == 0) plan(seen);
+    Touch touch;
+    if (!planned_.empty() && any(12)) {
+        touch = planned_.front();
+        planned_.pop_front();
+    } else {
+        touch = anything(seen);
+    }
+    const bool figure =
+        touch.act == Act::key && touch.at >= 32 && touch.at <= 45 && touch.at != backspace && touch.at != space;
+    if (beginsAName && figure) touch.at = any(32);
+    if (atName && touch.act == Act::key && seen.activeText().size() > 40) touch.at = clear;
+    if (!atName && touch.act == Act::key && seen.activeText().size() > 14) touch.at = clear;
+    return touch;
+}
+
+std::string described(const Touch& touch)
+{
+    static const std::array<const char*, 31> words = {"Yeni Müşteri",   "tap name",    "tap olives",   "tap oil",
+                                                      "tap percentage", "tap fee",     "tap switch",   "tap share",
+                                                      "tap left",       "key",         "pick row",     "Kaydet",
+                                                      "Fiş Yaz",        "container -", "containers x", "container kind",
+                                                      "Günlük",         "Kapat",       "option",       "tap filter",
+                                                      "first day",      "last day",    "Yazdır",       "Carileri Sil",
+                                                      "Hesapları Sil",  "Sayac",       "font dialog",  "port dialog",
+                                                      "Bağlantı",       "line",        "restart"};
+    std::string text = words.at(static_cast<std::size_t>(touch.act));
+    if (touch.act == Act::key) {
+        const Text key = keyText(touch.at, true);
+        text += " " + (touch.at == backspace    ? "Geri Sil"
+                       : touch.at == space      ? "Boşluk"
+                       : touch.at == clear      ? "Sil"
+                       : touch.at == letterCase ? "AB"
+                                                : utf8(key));
+    } else if (touch.act == Act::line) {
+        text += " '" + utf8(touch.burst) + "'";
+    } else {
+        text += " " + std::to_string(touch.at) + "/" + std::to_string(touch.chance);
+    }
+    return text;
+}
+
+} // namespace model

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "tests/model/counter_model.h"
+
+#include <deque>
+#include <random>
+#include <string>
+
+namespace model {
+
+enum class Act {
+    newCustomer,
+    name,
+    olives,
+    oil,
+    percentage,
+    fee,
+    share,
+    entitlement,
+    left,
+    key,
+    pick,
+    save,
+    slip,
+    containerFilled,
+    containersDropped,
+    container,
+    panel,
+    closePanel,
+    option,
+    filter,
+    firstDay,
+    lastDay,
+    statement,
+    deleteEverybody,
+    deletePressings,
+    counts,
+    fontDialog,
+    portDialog,
+    connection,
+    line,
+    restart
+};
+
+/// One thing that an operator does.
+struct Touch {
+    Act act = Act::key;
+    int at = 0;     ///< station, key, row, kind or day, as the act needs
+    int chance = 0; ///< an answer, a fault of the printer
+    Text burst;     ///< of the scale
+};
+
+std::string described(const Touch& touch);
+
+/// Somebody in a hurry: now and then a pressing from beginning to end, and anything at all in between.
+class RandomOperator {
+public:
+    explicit RandomOperator(unsigned seed) : chance_(seed) {}
+    Touch next(const Counter& seen);
+
+private:
+    int any(int below) { return static_cast<int>(chance_() % static_cast<unsigned>(below)); }
+    Touch anything(const Counter& seen);
+    void plan(const Counter& seen);
+    void type(const Text& text);
+    Touch slip(int station);
+    Text burst();
+
+    std::mt19937 chance_;
+    std::deque<Touch> planned_;
+};
+
+} // namespace model
