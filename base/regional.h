@@ -25,7 +25,7 @@ struct Regional {
     /// 1.234,50 and 05.11.2024, Turkish names, currency TL.
     static Regional turkish();
     /// 1,234.50 and 11/5/2024, English names, currency $.
-    static Regional english();
+    static Regional english(); // for tests: the other marks and names that every conversion is tried with
 };
 
 } // namespace base

@@ -16,9 +16,19 @@ std::filesystem::path partOf(std::filesystem::path to) { return to += ".part"; }
 PartFile::PartFile(Disk& disk, const std::filesystem::path& to) : PartFile(disk, to, partOf(to)) {}
 
 PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part)
+    : PartFile(disk, std::move(to), std::move(part), Target::absent)
+{
+}
+
+PartFile PartFile::replacing(Disk& disk, const std::filesystem::path& to)
+{
+    return PartFile(disk, to, partOf(to), Target::any);
+}
+
+PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part, Target target)
     : disk_(disk), to_(std::move(to)), part_(std::move(part))
 {
-    refuseToReplace();
+    if (target == Target::absent) refuseToReplace();
     removePart();
 }
 
@@ -35,6 +45,11 @@ PartFile::~PartFile()
 void PartFile::publish()
 {
     refuseToReplace();
+    replace();
+}
+
+void PartFile::replace()
+{
     disk_.rename(part_, to_);
     published_ = true;
     disk_.syncFolder(to_.parent_path());

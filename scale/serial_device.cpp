@@ -50,9 +50,8 @@ QSerialPort::FlowControl flowOf(FlowControl flow)
     case FlowControl::software:
         return QSerialPort::SoftwareControl;
     case FlowControl::hardware:
+    case FlowControl::both: // the library has no combination; the wires decide
         return QSerialPort::HardwareControl;
-    case FlowControl::both:
-        return QSerialPort::HardwareControl; // the library has no combination; the wires decide
     }
     return QSerialPort::NoFlowControl;
 }

@@ -21,7 +21,7 @@ struct CopyTime {
     int year = 0, month = 0, day = 0;
     bool ofDay = true; ///< no time of day in the name
     int hour = 0, minute = 0, second = 0;
-    auto operator<=>(const CopyTime&) const = default;
+    auto operator<=>(const CopyTime&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
 };
 
 std::string copyName(const CopyTime& time);

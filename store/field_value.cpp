@@ -32,7 +32,8 @@ QString amountToText(Money amount, const base::Regional& regional)
 FieldValue FieldValue::date(const QDateTime& moment)
 {
     const double day = static_cast<double>(dayZero.daysTo(moment.date()));
-    const double time = moment.time().msecsSinceStartOfDay() / 1000 / secondsOfDay;
+    const int wholeSeconds = moment.time().msecsSinceStartOfDay() / 1000;
+    const double time = wholeSeconds / secondsOfDay;
     return DateDays{day < 0 ? day - time : day + time};
 }
 

@@ -213,25 +213,14 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
     // the old one.
     const Hold hold(disk, database);
     const bool present = disk.exists(database);
-    const Path part = withSuffix(database, ".part");
-    if (disk.exists(part)) disk.remove(part);
-    try {
-        copyBytes(disk, from, part);
-        refuseUnsound(disk, part, from);
-        if (present) {
-            result.aside = freeName(disk, database, now);
-            setAside(disk, database, result.aside);
-        }
-    } catch (...) {
-        try {
-            if (disk.exists(part)) disk.remove(part);
-        } catch (const files::Error&) {
-            // The next attempt removes it.
-        }
-        throw;
+    auto part = files::PartFile::replacing(disk, database);
+    copyBytes(disk, from, part.path());
+    refuseUnsound(disk, part.path(), from);
+    if (present) {
+        result.aside = freeName(disk, database, now);
+        setAside(disk, database, result.aside);
     }
-    disk.rename(part, database);
-    disk.syncFolder(database.parent_path());
+    part.replace();
     // A journal that still stands here belonged to the old file, and is kept beside that.
     const Path journal = withSuffix(database, "-journal");
     if (present && disk.exists(journal)) disk.remove(journal);

@@ -205,7 +205,7 @@ TEST(IndexTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
     ASSERT_EQ(hexOf(top.bytes().first(4)), "0301130e");
     ASSERT_EQ(top.level(), std::uint8_t{1});
     const jet::IndexPage left(*bench.pager, top.child(0), table), right(*bench.pager, top.tail(), table);
-    ASSERT_EQ(left.prefixBytes(), 3U);
+    ASSERT_EQ(jet::index_layout::prefix.get(left.bytes()), 3U);
     ASSERT_EQ(left.count(), 510U);
     ASSERT_EQ(jet::getU16(&left.bytes()[2]), std::uint16_t{553});
     ASSERT_EQ(left.next(), top.tail());

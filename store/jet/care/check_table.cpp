@@ -321,8 +321,11 @@ private:
         std::vector<PageNo> pages;
         const IndexTree tree = table_.tree(index);
         report_.attempt([&] { tree.check(faults, warnings, pages); });
-        for (const std::string& sentence : faults) report_.fault(which + ": " + sentence);
-        for (const std::string& sentence : warnings) report_.warning(which + ": " + sentence);
+        const auto ofIndex = [&](const std::string& sentence) {
+            return std::string(which).append(": ").append(sentence);
+        };
+        for (const std::string& sentence : faults) report_.fault(ofIndex(sentence));
+        for (const std::string& sentence : warnings) report_.warning(ofIndex(sentence));
         for (const PageNo page : pages) owners_.claim(owner, page);
         report_.step(pages.size());
         report_.attempt([&] { checkEntries(index, tree, which); });

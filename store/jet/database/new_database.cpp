@@ -1,6 +1,7 @@
 #include "store/jet/database/database.h"
 
 #include "files/memory_disk.h"
+#include "files/part_file.h"
 #include "store/jet/database/database_state.h"
 #include "store/jet/database/header.h"
 #include "store/jet/database/system_tables.h"
@@ -62,14 +63,6 @@ constexpr Right systemRights[]{
     {relationshipsContainer, &AccountSet::users, 0x000FFFFF, true},
 };
 
-/// The file beside the wanted one under which it is written before it gets its name.
-std::filesystem::path unfinished(const std::filesystem::path& path)
-{
-    std::filesystem::path name = path;
-    name += ".yeni";
-    return name;
-}
-
 } // namespace
 
 void Database::State::addSystemRows(const AccountSet& accounts, DateTime now)
@@ -102,8 +95,7 @@ void Database::create(Disk& disk, const std::filesystem::path& path, Collation c
                                             " için istenen sıralama düzeni desteklenmiyor; genel ya da "
                                             "Türkçe düzen kullanılabilir.");
     }
-    if (disk.exists(path))
-        throw Error(Fault::exists, files::quotedPath(path) + " dosyası zaten var; başka bir ad seçin.");
+    files::PartFile part(disk, path);
 
     // The rows of the catalogue are ordinary rows with ordinary indexes: the engine writes them itself, on pages in
     // memory, and the disk gets the finished file.
@@ -117,18 +109,12 @@ void Database::create(Disk& disk, const std::filesystem::path& path, Collation c
         change.commit();
     }
 
-    const std::filesystem::path part = unfinished(path);
-    if (disk.exists(part)) disk.remove(part);
-    try {
-        const std::unique_ptr<File> file = disk.open(part, Disk::Access::createNew);
+    {
+        const std::unique_ptr<File> file = disk.open(part.path(), Disk::Access::createNew);
         file->write(0, memory.content(path));
         file->sync();
-    } catch (...) {
-        if (disk.exists(part)) disk.remove(part);
-        throw;
     }
-    disk.rename(part, path);
-    disk.syncFolder(path.parent_path());
+    part.publish();
 }
 
 } // namespace jet

@@ -296,6 +296,7 @@ Table& Database::createTable(const std::u16string& name, const std::vector<NewCo
     checkNameIsFree(*state.systemObjects, name, order);
 
     std::vector<Column> planned;
+    planned.reserve(columns.size());
     for (const NewColumn& column : columns) planned.push_back(plannedColumn(column, order));
     TableDefinition table = planDefinition(std::move(planned), indexes, false, order);
     if (shortestRowOf(table) > limits::row) {

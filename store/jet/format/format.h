@@ -62,7 +62,7 @@ inline void stampPage(std::span<std::uint8_t> page, PageType type)
 struct RowId {
     PageNo page = 0;
     std::uint8_t slot = 0;
-    auto operator<=>(const RowId&) const = default;
+    auto operator<=>(const RowId&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
 };
 
 /// Where a usage map stands: a slot of a row page.
@@ -70,7 +70,7 @@ struct MapRef {
     std::uint8_t slot = 0;
     PageNo page = 0;
     bool none() const { return page == 0; }
-    auto operator<=>(const MapRef&) const = default;
+    auto operator<=>(const MapRef&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
 };
 
 /// A row or a map as other bytes point to it:

@@ -42,7 +42,6 @@ public:
     PageNo previous() const { return index_layout::previous.get(page_); }
     PageNo next() const { return index_layout::next.get(page_); }
     PageNo tail() const { return index_layout::tail.get(page_); }
-    std::size_t prefixBytes() const { return prefix_; }
     /// In a leaf of one repeated key the shared prefix may reach into the row ids.
     bool prefixReachesRows() const { return prefixReachesRows_; }
     std::size_t usedBytes() const { return count_ == 0 ? 0 : ends_[count_ - 1]; }

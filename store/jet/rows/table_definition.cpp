@@ -298,8 +298,8 @@ DefinitionBytes readDefinitionBytes(Pager& pager, PageNo page, const DefinitionR
                 std::ranges::find(joined.chain, next) != joined.chain.end() ||
                 joined.chain.size() == limits::definitionPages)
                 throwDamaged(pager, next, "tablo tanımının sayfa zinciri bozuk");
-            joined.bytes.insert(joined.bytes.end(), view.begin() + (joined.chain.empty() ? 0 : at::page::ownBytes),
-                                view.end());
+            const std::span<const std::uint8_t> own = view.subspan(joined.chain.empty() ? 0 : at::page::ownBytes);
+            joined.bytes.insert(joined.bytes.end(), own.begin(), own.end());
             joined.chain.push_back(next);
             next = at::page::next.get(view);
         }
@@ -470,7 +470,7 @@ void writeDefinitionBytes(Pager& pager, const std::vector<PageNo>& chain, const 
         const std::size_t start = i == 0 ? 0 : at::page::ownBytes;
         const std::size_t count = std::min(pageSize - start, bytes.size() - at);
         std::fill(page.begin(), page.end(), std::uint8_t{0});
-        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), count, page.begin() + start);
+        std::ranges::copy(std::span(bytes).subspan(at, count), page.subspan(start).begin());
         at += count;
         const std::size_t left = pageSize - start - count;
         stampPage(page, PageType::tableDefinition);

@@ -47,7 +47,6 @@ LikePattern::LikePattern(std::u16string_view pattern)
 
     std::size_t fixed = 0;
     while (fixed < elements_.size() && elements_[fixed].kind == Kind::unit) prefix_ += elements_[fixed++].unit;
-    prefixSearch_ = fixed + 1 == elements_.size() && elements_[fixed].kind == Kind::run;
 }
 
 /// Reads the set whose "[" stands at `open`; returns the place of its "]".

@@ -27,8 +27,6 @@ public:
 
     /// What the folded form of every matching text begins with; may be empty.
     std::u16string_view prefix() const { return prefix_; }
-    /// The pattern is that prefix and a star: whatever begins so matches.
-    bool isPrefixSearch() const { return prefixSearch_; }
 
 private:
     enum class Kind : std::uint8_t { unit, any, digit, set, run };
@@ -54,7 +52,6 @@ private:
     std::vector<Element> elements_;
     std::vector<Set> sets_;
     std::u16string prefix_;
-    bool prefixSearch_ = false;
 };
 
 } // namespace jet
