@@ -27,7 +27,7 @@ Path databaseIn(files::Disk& disk, const Path& directory)
                                [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
         return text;
     };
-    const Path usual = directory / "Yag.mdb";
+    Path usual = directory / "Yag.mdb";
     if (disk.exists(usual)) return usual;
     for (const Path& name : disk.names(directory)) {
         const std::u8string utf8 = name.u8string();

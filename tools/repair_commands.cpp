@@ -50,7 +50,7 @@ std::string shown(const store::CopyTime& time, bool seconds)
 }
 
 /// Bytes of padding to the left or right of a text without letters outside ASCII.
-std::string padded(std::string text, int width, bool right)
+std::string padded(const std::string& text, int width, bool right)
 {
     const auto missing = static_cast<std::size_t>(std::max(0, width - static_cast<int>(text.size())));
     return right ? std::string(missing, ' ') + text : text + std::string(missing, ' ');

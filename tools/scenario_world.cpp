@@ -22,7 +22,7 @@ QString AnsweringPrompt::answer(const QString& message, const QStringList& capti
         if (fault_.isEmpty()) fault_ = u"a message box that nobody answers: "_s + message;
         return captions.last();
     }
-    const QString given = answers_.dequeue().arguments[0];
+    QString given = answers_.dequeue().arguments[0];
     if (!captions.contains(given)) {
         if (fault_.isEmpty())
             fault_ = u"the box has no button '%1' but %2"_s.arg(given, captions.join(QLatin1String(", ")));

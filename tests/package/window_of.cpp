@@ -16,7 +16,7 @@ std::vector<Window> childrenOf(Display* display, Window window)
     Window* children = nullptr;
     unsigned int count = 0;
     if (XQueryTree(display, window, &root, &parent, &children, &count) == 0) return {};
-    const std::vector<Window> result(children, children + count);
+    std::vector<Window> result(children, children + count);
     if (children != nullptr) XFree(children);
     return result;
 }

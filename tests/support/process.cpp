@@ -52,13 +52,14 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
         const std::string entry = *each;
         if (!changes.contains(entry.substr(0, entry.find('=')))) all.push_back(entry);
     }
-    for (const auto& [name, value] : changes) all.push_back(name + '=' + value);
+    for (const auto& [name, value] : changes) all.push_back(std::string(name).append(1, '=').append(value));
     return all;
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts)
 {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) pointers.push_back(text.data());
     pointers.push_back(nullptr);
     return pointers;

@@ -58,8 +58,8 @@ char16_t smallLetter(char16_t unit)
 /// Most texts hold nothing but these.
 constexpr std::array<char16_t, 0x80> asciiFold = [] {
     std::array<char16_t, 0x80> fold{};
-    for (char16_t unit = 0; unit < fold.size(); ++unit)
-        fold[unit] = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+    for (std::size_t unit = 0; unit < fold.size(); ++unit)
+        fold[unit] = static_cast<char16_t>(unit >= u'A' && unit <= u'Z' ? unit + 32 : unit);
     fold[u'I'] = u'ı';
     return fold;
 }();
