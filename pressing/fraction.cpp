@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace pressing {
 namespace {
 
@@ -21,7 +23,7 @@ std::optional<UnfinishedFraction> unfinishedFraction(const QString& text, int de
     if (mark < 0 || zeros >= decimals) return std::nullopt;
     if (zeros == 0 ? !isMark(text[mark]) : text[mark] != regional.decimal) return std::nullopt;
 
-    const QString before = mark == 0 ? QStringLiteral("0") : text.left(mark);
+    const QString before = mark == 0 ? u"0"_s : text.left(mark);
     const bool digits = std::all_of(before.begin(), before.end(),
                                     [&](QChar c) { return (c >= u'0' && c <= u'9') || c == regional.group; });
     if (!digits || !base::isNumeric(before, regional)) return std::nullopt;

@@ -72,7 +72,7 @@ int FolderTarget::createJob(const Document&)
                 if (error.code() != std::errc::file_exists) throw;
             }
         }
-    } catch (const std::exception& error) {
+    } catch (const std::system_error& error) {
         throw printerError(error);
     }
 }
@@ -86,7 +86,7 @@ void FolderTarget::sendAndFinish(int job, const Document& document)
         platform::NewFile& file = *node.mapped();
         file.write(std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size()))));
         file.publish();
-    } catch (const std::exception& error) {
+    } catch (const std::system_error& error) {
         throw printerError(error);
     }
 }

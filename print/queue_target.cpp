@@ -115,7 +115,7 @@ int QueueTarget::createJob(const Document& document)
 {
     try {
         return queue_->createJob({name_, document.title.toStdString(), mediaOf(document)});
-    } catch (const std::exception& error) {
+    } catch (const platform::PrintError& error) {
         throw printerError(QString::fromUtf8(error.what()));
     }
 }
@@ -133,9 +133,12 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
             left = left.subspan(now.size());
         }
         queue_->finishDocument();
-    } catch (const std::exception& error) {
+    } catch (const platform::PrintError& error) {
         queue_->cancelJob(job);
         throw printerError(QString::fromUtf8(error.what()));
+    } catch (...) {
+        queue_->cancelJob(job); // our own bug, and told as such; half a document is not printed for it
+        throw;
     }
 }
 

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "files/disk.h"
 #include "files/error.h"
+#include "files/own_bug.h"
 #include "store/copy_names.h"
 #include "store/engine.h"
 
@@ -23,6 +24,14 @@ CopyTime timeOfMoment(const QDateTime& moment)
     const QDate day = moment.date();
     const QTime time = moment.time();
     return {day.year(), day.month(), day.day(), false, time.hour(), time.minute(), time.second()};
+}
+
+/// Why there is no copy: the disk's or the engine's own sentence, or one that says that the program is to blame.
+QString reasonOf(const std::exception& error)
+{
+    const bool expected = dynamic_cast<const files::Error*>(&error) != nullptr ||
+                          dynamic_cast<const base::RuntimeError*>(&error) != nullptr;
+    return QString::fromUtf8(expected ? std::string(error.what()) : files::ownBug("yedek alma", error));
 }
 
 QString shown(const std::filesystem::path& path) { return QString::fromStdU16String(path.u16string()); }
@@ -66,7 +75,7 @@ void Backups::pressingStored(Engine& engine, const QDateTime& now)
                 make(*snapshot, to, [] { return !QThread::currentThread()->isInterruptionRequested(); });
             } catch (const std::exception& error) {
                 if (QThread::currentThread()->isInterruptionRequested()) return;
-                QMetaObject::invokeMethod(&receiver_, [this, now, reason = QString::fromUtf8(error.what())] {
+                QMetaObject::invokeMethod(&receiver_, [this, now, reason = reasonOf(error)] {
                     failedAt_ = now;
                     failed(reason);
                 });
@@ -76,7 +85,7 @@ void Backups::pressingStored(Engine& engine, const QDateTime& now)
         worker_->start(QThread::IdlePriority);
     } catch (const std::exception& error) {
         failedAt_ = now;
-        failed(QString::fromUtf8(error.what()));
+        failed(reasonOf(error));
     }
 }
 
@@ -89,7 +98,7 @@ void Backups::beforeDeletion(Engine& engine, const QDateTime& now)
             to = folder_ / copyName(timeOfMoment(moment));
         make(*engine.snapshot(), to, [] { return true; });
     } catch (const std::exception& error) {
-        failed(QString::fromUtf8(error.what()));
+        failed(reasonOf(error));
     }
 }
 
