@@ -59,11 +59,16 @@ std::pair<std::string, int> digitsOf(double value)
 std::optional<double> numberIn(const Text& text)
 {
     std::size_t at = 0;
-    bool negative = false, sign = false, bracket = false;
+    bool negative = false, sign = false, bracket = false, currency = false;
     const auto skip = [&](bool before) {
         for (; at < text.size(); ++at) {
             const char16_t c = text[at];
             if (isSpace(c)) continue;
+            if (!currency && text.compare(at, 2, u"TL") == 0) {
+                currency = true;
+                ++at;
+                continue;
+            }
             if ((c == u'-' || c == u'+') && !sign && !(before && bracket)) {
                 sign = true;
                 negative = negative || c == u'-';

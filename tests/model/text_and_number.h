@@ -13,8 +13,8 @@ struct Error {
     int number;
 };
 
-/// What a caption says as a number: digits with "." between groups and "," before decimals, perhaps signed, in brackets
-/// or with an exponent, blanks and line ends around it.
+/// What a caption says as a number: digits with "." between groups and "," before decimals, perhaps signed, in
+/// brackets, with an exponent or in TL, blanks and line ends around it.
 std::optional<double> numberIn(const Text& text);
 /// The same of a display, where nothing counts as 0; error 13 for what is no number.
 double valueOf(const Text& display);
