@@ -44,7 +44,9 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip)
 std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice)
 {
     const auto refused = [&](const QString& why) {
-        notice = u"Fiş basılmadı: "_s + why;
+        // What was said of an earlier slip stands before it.
+        if (!notice.isEmpty()) notice += u" · "_s;
+        notice += u"Fiş basılmadı: "_s + why;
         return std::nullopt;
     };
     if (const std::optional<QString> why = mill::whyNoCustomer(slip.pressing.customer)) return refused(*why);
@@ -52,7 +54,8 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice
     print::Printer printer(at_.printer, at_.now);
     try {
         // Without an open journal the pressing would be lost: then no slip either.
-        if (!at_.journal.hasRecordSet()) at_.journal.refresh();
+        if (!at_.journal.hasRecordSet())
+            if (const auto error = passOver([&] { at_.journal.refresh(); })) return refused(error->text());
         // A note has one place. The one before must have left it, or its pressing would be lost.
         if (const auto error = passOver([&] { notice = recover(); }))
             return refused(u"önceki fişin kaydı bekliyor. "_s + error->text());
@@ -64,21 +67,22 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice
 
         // The job comes first: its number stands in the note before a page leaves, so that a start after a crash can
         // ask the printer what became of the slip.
-        store::SlipNote note = noteOf(slip.pressing);
+        store::SlipNote note;
         std::optional<QString> why;
-        if (const auto error =
-                passOver([&] { why = whyNotBooked(at_.databases, at_.journal.databaseName(), note, at_.regional); }))
+        if (const auto error = passOver([&] {
+                note = noteOf(slip.pressing);
+                why = whyNotBooked(at_.databases, at_.journal.databaseName(), note, at_.regional);
+            }))
             why = error->text();
         if (why) {
             printer.killDoc();
             return refused(*why);
         }
         note.job = at_.printer.createJob(*document);
-        try {
-            at_.notes.write(note);
-        } catch (const base::RuntimeError&) {
+        if (const auto error = passOver([&] { at_.notes.write(note); })) {
             at_.printer.cancel(note.job);
-            throw;
+            printer.killDoc();
+            return refused(error->text());
         }
         try {
             at_.printer.sendAndFinish(note.job, *document);
@@ -114,7 +118,12 @@ QString SlipRoad::recover()
         at_.log.write(described(*slip) + what);
         return QString();
     };
-    if (!at_.printer.taken(slip->job)) {
+    bool taken = false;
+    if (const auto error = passOver([&] { taken = at_.printer.taken(slip->job); }))
+        throw base::RuntimeError(base::errors::printer, described(*slip) +
+                                                            u" basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden "
+                                                            "sorulacak."_s);
+    if (!taken) {
         at_.printer.cancel(slip->job);
         return settled(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }

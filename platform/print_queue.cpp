@@ -301,7 +301,7 @@ public:
         }
     }
 
-    bool documentTaken(int job) noexcept override
+    std::optional<bool> documentTaken(int job) noexcept override
     {
         try {
             const Connection connection(connect());
@@ -313,7 +313,10 @@ public:
             ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", std::size(wanted),
                           nullptr, wanted);
             const Message answer(cupsDoRequest(connection.get(), request, "/"));
-            if (!answer || ippGetStatusCode(answer.get()) > IPP_STATUS_OK_CONFLICTING) return false;
+            if (!answer) return std::nullopt;
+            const ipp_status_t status = ippGetStatusCode(answer.get());
+            if (status == IPP_STATUS_ERROR_NOT_FOUND || status == IPP_STATUS_ERROR_GONE) return false;
+            if (status > IPP_STATUS_OK_CONFLICTING) return std::nullopt;
 
             ipp_attribute_t* documents = ippFindAttribute(answer.get(), "number-of-documents", IPP_TAG_INTEGER);
             if (!documents || ippGetInteger(documents, 0) < 1) return false;
@@ -321,7 +324,7 @@ public:
             ipp_attribute_t* reasons = ippFindAttribute(answer.get(), "job-state-reasons", IPP_TAG_KEYWORD);
             return !reasons || !ippContainsString(reasons, "job-incoming");
         } catch (const std::exception&) {
-            return false;
+            return std::nullopt;
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -79,8 +80,8 @@ public:
     virtual void finishDocument() = 0; ///< from here on the job belongs to the print system
     virtual void cancelJob(int job) noexcept = 0;
     /// The print system has the whole document of that job, of whatever process and whether printed yet or not. False
-    /// when it has not, knows no such job, or does not answer.
-    virtual bool documentTaken(int job) noexcept = 0;
+    /// when it has not or knows no such job; nothing when it does not answer, or not to the question.
+    virtual std::optional<bool> documentTaken(int job) noexcept = 0;
 };
 
 /// Empty texts: the user's own choice and set-up, as every other program on this machine has it.

@@ -183,20 +183,23 @@ public:
         control(static_cast<DWORD>(job), JOB_CONTROL_DELETE);
     }
 
-    bool documentTaken(int job) noexcept override
+    std::optional<bool> documentTaken(int job) noexcept override
     {
         try {
             const Printer printer = openQueue();
-            if (!printer) return false;
+            if (!printer) return std::nullopt;
             DWORD size = 0;
             ::GetJobW(printer.get(), static_cast<DWORD>(job), 1, nullptr, 0, &size);
             std::vector<BYTE> answer(size);
-            if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size))
-                return false;
+            if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size)) {
+                // That is how the spooler says that it knows no such job.
+                if (::GetLastError() == ERROR_INVALID_PARAMETER) return false;
+                return std::nullopt;
+            }
             const DWORD status = reinterpret_cast<const JOB_INFO_1W*>(answer.data())->Status;
             return (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
         } catch (const std::exception&) {
-            return false;
+            return std::nullopt;
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "platform/new_file.h"
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <algorithm>
@@ -23,7 +24,7 @@ base::RuntimeError printerError(const std::exception& reason)
 } // namespace
 
 FolderTarget::FolderTarget(const QString& folder, const Paper& paper, Make make)
-    : folder_(QFile::encodeName(folder).toStdString()), paper_(paper), make_(make)
+    : folder_(QFile::encodeName(QDir(folder).absolutePath()).toStdString()), paper_(paper), make_(make)
 {
 }
 
@@ -93,10 +94,13 @@ void FolderTarget::sendAndFinish(int job, const Document& document)
 
 void FolderTarget::cancel(int job) noexcept { open_.erase(job); }
 
-bool FolderTarget::taken(int job) noexcept
+bool FolderTarget::taken(int job)
 {
     std::error_code error;
-    return std::filesystem::is_regular_file(pathOf(job), error);
+    const auto status = std::filesystem::status(pathOf(job), error);
+    // No folder, no file: then it was not. A disk that cannot be read says neither.
+    if (status.type() == std::filesystem::file_type::none) throw printerError(std::system_error(error));
+    return std::filesystem::is_regular_file(status);
 }
 
 QString FolderTarget::stateText() noexcept

@@ -25,7 +25,7 @@ public:
     int createJob(const Document& document) override;
     void sendAndFinish(int job, const Document& document) override;
     void cancel(int job) noexcept override; ///< only before the job was finished: a printed page cannot be taken back
-    bool taken(int job) noexcept override;
+    bool taken(int job) override;
     QString stateText() noexcept override;
 
     /// The file of a job, printed or not.

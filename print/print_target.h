@@ -35,8 +35,9 @@ public:
     virtual void cancel(int job) noexcept = 0;
 
     /// The whole document of that job has been taken over, printed yet or not. Asked after a crash about a number that
-    /// an earlier run wrote down. False also when nothing of the job is known any more.
-    virtual bool taken(int job) noexcept = 0;
+    /// an earlier run wrote down. False also when nothing of the job is known any more. Throws when that cannot be
+    /// asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the paper.
+    virtual bool taken(int job) = 0;
 
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -144,7 +145,12 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
 
 void QueueTarget::cancel(int job) noexcept { queue_->cancelJob(job); }
 
-bool QueueTarget::taken(int job) noexcept { return queue_->documentTaken(job); }
+bool QueueTarget::taken(int job)
+{
+    const std::optional<bool> taken = queue_->documentTaken(job);
+    if (!taken) throw printerError(u"yazıcı sistemi yanıt vermiyor"_s);
+    return *taken;
+}
 
 QString QueueTarget::stateText() noexcept
 {

@@ -237,6 +237,25 @@ private slots:
         QVERIFY(mill.log()[0].endsWith("basılmış, kaydı şimdi yapıldı"));
     }
 
+    void aNoteStaysWhileThePrinterCannotBeAsked()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(true)));
+        mill.printer.silent = true;
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.recover());
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Veli"));
+        QVERIFY(!outcome.printed);
+        QVERIFY2(outcome.notice.contains("yazıcıya sorulamıyor"), qPrintable(outcome.notice));
+        QVERIFY(mill.notes.open());
+        QCOMPARE(mill.log(), QStringList());
+        QCOMPARE(mill.rows("Hareket"), 0);
+
+        mill.printer.silent = false;
+        QVERIFY(mill.road.printAndBook(mill.slip("Veli")).stored);
+        QCOMPARE(mill.rows("Hareket"), 2);
+        QVERIFY(!mill.notes.open());
+    }
+
     void aNoteLeftOverIsTakenUpBeforeTheNextSlip()
     {
         Mill mill;

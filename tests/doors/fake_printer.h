@@ -39,13 +39,18 @@ public:
         waiting.erase(job);
         cancelled << job;
     }
-    bool taken(int job) noexcept override { return sent.contains(job); }
+    bool taken(int job) override
+    {
+        if (silent) throw base::runtimeError(base::errors::printer);
+        return sent.contains(job);
+    }
     QString stateText() noexcept override { return {}; }
 
     print::Paper sheet = print::Paper::slipRoll80();
     std::optional<Step> failAt;       ///< every job fails there
     std::function<void(Step)> before; ///< runs before each step; what it throws is that step's failure
     bool keepsDocuments = true;
+    bool silent = false; ///< cannot be asked what became of a job
 
     std::vector<print::Document> printed; ///< what was taken over
     QList<int> sent;                      ///< the numbers of what was taken over

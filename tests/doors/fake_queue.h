@@ -59,7 +59,7 @@ public:
         spool_.calls << QStringLiteral("cancel %1").arg(job);
         spool_.cancelled.insert(job);
     }
-    bool documentTaken(int job) noexcept override { return spool_.taken.contains(job); }
+    std::optional<bool> documentTaken(int job) noexcept override { return spool_.taken.contains(job); }
 
 private:
     template <class Action> void step(const char* name, Action&& action)

@@ -228,14 +228,20 @@ private slots:
         const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
         const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
         const int job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
-        QVERIFY(!asker->documentTaken(job));
+        QVERIFY(asker->documentTaken(job) == false);
         queue->startDocument();
         const std::string head = "%PDF-1.4\n";
         queue->write(std::as_bytes(std::span(head)));
-        QVERIFY(!asker->documentTaken(job));
+        QVERIFY(asker->documentTaken(job) == false);
         queue->finishDocument();
-        QTRY_VERIFY(asker->documentTaken(job));
-        QVERIFY(!asker->documentTaken(job + 1000));
+        QTRY_VERIFY(asker->documentTaken(job) == true);
+        QVERIFY(asker->documentTaken(job + 1000) == false);
+    }
+
+    void aSchedulerThatIsAwaySaysNeitherYesNorNo()
+    {
+        const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString() + ".absent"});
+        QVERIFY(!asker->documentTaken(1).has_value());
     }
 
     void aJobWhoseSenderDiesIsNotTaken()
@@ -250,7 +256,7 @@ private slots:
             queue->write(std::as_bytes(std::span(head)));
         } // the connection goes with the sender
         QTest::qWait(300);
-        QVERIFY(!asker->documentTaken(job));
+        QVERIFY(asker->documentTaken(job) == false);
         asker->cancelJob(job);
         nothingArrives();
     }

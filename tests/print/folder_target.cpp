@@ -140,6 +140,8 @@ private slots:
         QCOMPARE(target.stateText(), "Yazıcı: missing klasörü yok");
         FolderTarget there(folder->path());
         QCOMPARE(there.stateText(), QString("Yazıcı: %1 klasörü").arg(QFileInfo(folder->path()).fileName()));
+        FolderTarget withSlash(folder->path() + u'/');
+        QCOMPARE(withSlash.stateText(), there.stateText());
     }
 
     void aFolderThatIsMadeForTheFirstSlipIsSaidToBeReady()
