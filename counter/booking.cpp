@@ -1,9 +1,11 @@
 #include "counter/booking.h"
 
+#include "base/numbers.h"
 #include "base/pass_over.h"
 #include "mill/customer_name.h"
 #include "mill/queries.h"
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -69,6 +71,15 @@ bool isOfTheFile(int error, store::Engine& database, const QString& table)
            (error == readOnlyDatabase && database.whyReadOnly(table));
 }
 
+/// The field would round what is on the paper.
+bool wouldRound(const store::FieldInfo& field, const QString& text, const base::Regional& regional)
+{
+    const bool ofNumbers = field.kind == store::FieldKind::number || field.kind == store::FieldKind::money;
+    if (!ofNumbers || !field.whole) return false;
+    const double number = base::toDouble(text, regional);
+    return number != std::nearbyint(number);
+}
+
 /// Sets the fields of the row that is being written, and writes it. Why it cannot be, by the first field that refuses.
 std::optional<QString> whyNotWritten(store::DataSource& source, const QString& table, const Texts& texts,
                                      const base::Regional& regional)
@@ -82,6 +93,8 @@ std::optional<QString> whyNotWritten(store::DataSource& source, const QString& t
         const store::FieldInfo& info = rows.fields()[position];
         if (passOver([&] { rows.setField(field, text, regional); }))
             return u"%1 tablosunun %2 alanı “%3” değerini almıyor."_s.arg(table, info.name, text);
+        if (wouldRound(info, text, regional))
+            return u"%1 tablosunun %2 alanı tam sayı alır, “%3” değil."_s.arg(table, info.name, text);
         if (info.kind == store::FieldKind::text && info.size > 0 && text.size() > info.size)
             return u"%1 tablosunun %2 alanı en çok %3 harf alır, “%4” %5 harf."_s.arg(table, info.name)
                 .arg(info.size)

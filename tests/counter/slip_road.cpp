@@ -22,11 +22,35 @@ mill::Pressing pressingOf(const QString& customer)
     return {customer, "1.000", "850", "12", "102", "0", "10 Litrelik Kap"};
 }
 
+constexpr jet::DateTime made{45981};
+
+void makeOwn(const std::string& path) { mill::createDatabase(platform::systemDisk(), path, jet::turkish, made); }
+
+/// As somebody else may have made it: percentages are whole numbers.
+void makeWithWholePercentages(const std::string& path)
+{
+    jet::Database::create(platform::systemDisk(), path, jet::turkish, made);
+    const auto database = jet::Database::open(platform::systemDisk(), path);
+    std::vector<jet::NewColumn> columns;
+    for (const std::u16string_view name : Cari::fields)
+        columns.push_back({std::u16string(name), jet::ColumnType::text, 50});
+    columns[Cari::Yuzde].type = jet::ColumnType::longInteger;
+    database->createTable(std::u16string(Cari::table), columns, {}, made);
+    columns.clear();
+    for (const std::u16string_view name : Hareket::fields)
+        columns.push_back({std::u16string(name), jet::ColumnType::doubleFloat});
+    columns[Hareket::Tarih].type = jet::ColumnType::dateTime;
+    columns[Hareket::Yuzde].type = jet::ColumnType::longInteger;
+    columns[Hareket::CariHar].type = jet::ColumnType::text;
+    columns[Hareket::CariHar].size = 50;
+    database->createTable(std::u16string(Hareket::table), columns, {}, made);
+}
+
 /// A mill without a screen: its database in a folder, a printer that can fail.
 struct Mill {
-    Mill()
+    explicit Mill(void (*makeDatabase)(const std::string& path) = makeOwn)
     {
-        mill::createDatabase(platform::systemDisk(), database().toStdString(), jet::turkish, jet::DateTime{45981});
+        makeDatabase(database().toStdString());
         engine = databases.open(database());
         for (auto* source : {&customers, &journal}) source->setDatabaseName(database());
         customers.setRecordSource("Cari");
@@ -173,6 +197,18 @@ private slots:
         QCOMPARE(mill.rows("Cari"), 0);
         QCOMPARE(mill.rows("Hareket"), 0);
         QVERIFY(!mill.notes.open());
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+    }
+
+    void aFieldThatWouldRoundStopsTheSlip()
+    {
+        Mill mill(makeWithWholePercentages);
+        print::Slip slip = mill.slip("Ali");
+        slip.pressing.percentage = "12,5";
+        const counter::SlipOutcome outcome = mill.road.printAndBook(slip);
+        QVERIFY(!outcome.printed);
+        QCOMPARE(outcome.notice, "Fiş basılmadı: Cari tablosunun Yuzde alanı tam sayı alır, “12,5” değil.");
+        QCOMPARE(mill.rows("Hareket"), 0);
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
     }
 
