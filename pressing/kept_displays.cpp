@@ -33,8 +33,9 @@ KeptTerms::KeptTerms(const StationScreen& screen)
 {
     for (int station = 0; station < stationCount; ++station)
         stations_[static_cast<std::size_t>(station)] = {
-            screen.caption(Field::Haklbl, station), screen.caption(Field::NakitLbl, station),
-            screen.caption(Field::Label3, station), screen.containerKind(station)};
+            screen.caption(Field::Haklbl, station),  screen.caption(Field::NakitLbl, station),
+            screen.caption(Field::Label3, station),  screen.caption(Field::HakTut, station),
+            screen.caption(Field::Verilen, station), screen.containerKind(station)};
 }
 
 void KeptTerms::putBack(StationScreen& screen) const
@@ -44,8 +45,13 @@ void KeptTerms::putBack(StationScreen& screen) const
         screen.putBack(Field::Haklbl, station, kept.percentage);
         screen.putBack(Field::NakitLbl, station, kept.fee);
         screen.setContainerKind(station, kept.container);
-        if (screen.entitlementShown(station) && screen.caption(Field::Label3, station) != kept.oil)
+        if (screen.caption(Field::Label3, station) == kept.oil) {
+            // The weight may have come and gone: its share was then worked out by the terms of whoever was searched.
+            screen.putBack(Field::HakTut, station, kept.entitlement);
+            screen.putBack(Field::Verilen, station, kept.left);
+        } else if (screen.entitlementShown(station)) {
             base::passOver([&] { shareWorkedOut(screen, station); });
+        }
     }
 }
 

@@ -40,13 +40,13 @@ template <class Action> void allOrNothing(StationScreen& screen, Action&& action
 class KeptTerms {
 public:
     explicit KeptTerms(const StationScreen& screen);
-    /// The terms stand there as they did. Where another weight has come meanwhile, the mill's share of it is worked out
-    /// by them.
+    /// The terms stand there as they did, and the mill's share with them. Where another weight stands there now, its
+    /// share is worked out by these terms.
     void putBack(StationScreen& screen) const;
 
 private:
     struct Station {
-        QString percentage, fee, oil;
+        QString percentage, fee, oil, entitlement, left;
         int container = -1;
     };
     std::array<Station, stationCount> stations_;

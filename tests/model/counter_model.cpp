@@ -417,7 +417,8 @@ void Counter::openPanel()
     if (!panel) {
         kept_.emplace();
         for (std::size_t i = 0; i < 2; ++i)
-            (*kept_)[i] = {stations[i].percentage, stations[i].fee, stations[i].oil, stations[i].container};
+            (*kept_)[i] = {stations[i].percentage,  stations[i].fee,  stations[i].oil,
+                           stations[i].entitlement, stations[i].left, stations[i].container};
     }
     panel = true;
     active = Field::filter;
@@ -437,7 +438,13 @@ void Counter::closePanel()
         at.percentage = was.percentage;
         at.fee = was.fee;
         at.container = was.container;
-        if (!at.share || at.oil == was.oil) continue;
+        // What stood there stands there again, also where the weight went to and fro meanwhile.
+        if (at.oil == was.oil) {
+            at.entitlement = was.entitlement;
+            at.left = was.left;
+            continue;
+        }
+        if (!at.share) continue;
         // Another weight has come meanwhile: its share is that of these terms. What is no number was told before.
         if (!at.percentage.empty() && !numberIn(at.percentage)) continue;
         at.entitlement = whole(valueOf(at.oil) * valueOf(at.percentage) / 100);

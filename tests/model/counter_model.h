@@ -120,7 +120,7 @@ private:
     Customer* named(const Text& name);
 
     struct Kept {
-        Text percentage, fee, oil;
+        Text percentage, fee, oil, entitlement, left;
         int container;
     };
     std::optional<std::array<Kept, 2>> kept_; ///< since the panel was opened

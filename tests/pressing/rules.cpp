@@ -270,7 +270,18 @@ private slots:
         QCOMPARE(shown(Field::NakitLbl, 1), "250");
         QCOMPARE(screen.kind, (std::array{2, 3}));
 
-        // A weight has come meanwhile: the share of it is this customer's.
+        // A weight has come and gone: the share that the other terms made of it goes as well.
+        screen.put(Field::Label2, "1.000");
+        screen.setCaption(Field::Haklbl, 0, "33");
+        screen.setCaption(Field::Label3, 0, "901");
+        screen.setCaption(Field::Label3, 0, "900");
+        QCOMPARE(shown(Field::HakTut), "297");
+        kept.putBack(screen);
+        QCOMPARE(shown(Field::Haklbl), "10");
+        QCOMPARE(shown(Field::HakTut), "90");
+        QCOMPARE(shown(Field::Verilen), "810");
+
+        // Another weight stands there now: the share of it is this customer's.
         screen.put(Field::Label2, "2.000");
         screen.setCaption(Field::Haklbl, 0, "33");
         screen.setCaption(Field::Label3, 0, "1800");
