@@ -182,6 +182,7 @@ public:
     void GünLbl_Click();
     void GünLbl_Change();
     void dbListe1_Click();
+    void takePicked(const QString& name);
     void DataCari_Reposition();
     void Kaydet_Click();
     void GünlükCmd_Click();

@@ -90,14 +90,24 @@ void Form1::searchCustomers(const QString& typed)
 
 void Form1::dbListe1_Click()
 {
-    AktifLbl->setCaption(dbListe1->text());
+    const QString picked = dbListe1->text();
+    if (!Frame4->visible()) return takePicked(picked);
+    AktifLbl->setCaption(picked);
     dbListe1->setVisible(false);
-    if (Frame4->visible()) {
-        listNamedReport();
-    } else {
-        Label3_Click(station());
-    }
+    listNamedReport();
     Kaydet->setVisible(false);
+}
+
+void Form1::takePicked(const QString& name)
+{
+    // Whatever becomes of the search for it: the names found before are not this one's, nor is "Kaydet".
+    endNameTyping();
+    const auto ended = qScopeGuard([this] { endNameTyping(); });
+    const auto error = passOver([&] { AktifLbl->setCaption(name); });
+    // The search may have another customer in front, or have failed: the terms are those of whoever is shown.
+    if (register_.turnTo(TxtLbl[station()]->caption())) DataCari_Reposition();
+    if (error) throw base::RuntimeError(*error);
+    Label3_Click(station());
 }
 
 void Form1::DataCari_Reposition()
@@ -145,6 +155,8 @@ void Form1::CariSil_Click()
 {
     copyBeforeDeletion();
     register_.eraseAll();
+    dbListe1->setVisible(false);
+    captionKaydet(); // there is nobody left under the name that is shown
     journalShrunk();
 }
 

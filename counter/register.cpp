@@ -46,6 +46,13 @@ void Register::makeCurrent(const QString& name)
                              u"“%1” adıyla kayıtlı müşteri yok; hiçbir şey silinmedi."_s.arg(name));
 }
 
+bool Register::turnTo(const QString& name)
+{
+    bool wasCurrent = false;
+    base::passOver([&] { wasCurrent = isCurrent(name); });
+    return !wasCurrent && makeNamedCurrent(customers_, name);
+}
+
 void Register::add(const QString& name)
 {
     if (const std::optional<QString> why = mill::whyNoCustomer(name))

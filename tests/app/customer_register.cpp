@@ -13,8 +13,11 @@ private slots:
 
     void switchingStationsMovesColoursKeypadAndList();
     void openListOutlivesTheRowsThatItShows();
-    void pickedNameThatBreaksTheSearchIsReportedAndChangesNothing_data();
-    void pickedNameThatBreaksTheSearchIsReportedAndChangesNothing();
+    void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing_data();
+    void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing();
+    void pickedCustomerBringsTheOwnTerms_data();
+    void pickedCustomerBringsTheOwnTerms();
+    void deletingEverybodyLeavesNobodyToPickOrDelete();
     void starInANameDeletesExactlyThatName();
     void savingStoresTheNameAloneAndRecallsNothing();
     void nameTooLongForTheRegisterIsNotSaved();
@@ -79,41 +82,119 @@ void CustomerRegister::openListOutlivesTheRowsThatItShows()
     counter.keys(QStringLiteral("a"));
     QVERIFY(form.dbListe1->visible());
     QCOMPARE(form.dbListe1->rowCount(), 2);
-    form.CariSil->trigger();
-    QVERIFY(!form.dbListe1->grab().isNull()); // painting a row that is gone
+    counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
+    QVERIFY(!form.dbListe1->grab().isNull());                           // painting a row that is gone
     QCOMPARE(counter.prompt.errors, QList<int>{});
     form.dbListe1->pick(0);
     QCOMPARE(counter.prompt.errors, QList<int>{3167});
     QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
 }
 
-void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndChangesNothing_data()
+void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndWritesNothing_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("apostrophe") << QStringLiteral("Ali O'Neil");
     QTest::newRow("opened bracket") << QStringLiteral("Ali [x");
 }
 
-void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndChangesNothing()
+void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndWritesNothing()
 {
     QFETCH(QString, name);
     Counter counter;
     Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Al"), 20.0, QStringLiteral("20 Litrelik Kap"), 100.0);
     counter.addCustomer(name, 5.0, QStringLiteral("10 Litrelik Kap"), 50.0);
     form.start();
     counter.keys(QStringLiteral("al"));
     counter.pick(name);
     QCOMPARE(counter.prompt.errors, QList<int>{3075});
     QCOMPARE(form.TxtLbl[0]->caption(), name);
-    QVERIFY(form.dbListe1->visible());
+    // The terms are that customer's, and nothing of the other one can be picked, saved or deleted over the name.
+    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("5"));
+    QCOMPARE(form.Combo1[0]->text(), QStringLiteral("10 Litrelik Kap"));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("50"));
+    QVERIFY(!form.dbListe1->visible());
+    QVERIFY(!form.Kaydet->visible());
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
     QCOMPARE(counter.watched.writes, QStringList());
 
     // The screen goes on: another name is found.
     counter.key(QStringLiteral("Sil"));
     counter.keys(QStringLiteral("a"));
-    QCOMPARE(form.dbListe1->rowCount(), 1);
+    QCOMPARE(form.dbListe1->rowCount(), 2);
     QCOMPARE(counter.prompt.errors.size(), 1);
+}
+
+void CustomerRegister::pickedCustomerBringsTheOwnTerms_data()
+{
+    QTest::addColumn<QString>("first"); // of the two, in the list
+    QTest::addColumn<QString>("picked");
+    QTest::addColumn<QString>("typed");
+    QTest::newRow("first of the list") << "Ali Veli"
+                                       << "Ali"
+                                       << "ali";
+    QTest::newRow("other capitals") << "Ali Veli"
+                                    << "ALİ VELİ"
+                                    << "ali";
+    QTest::newRow("other capitals, typed in full") << "Ali Veli"
+                                                   << "ALİ VELİ"
+                                                   << "ali veli";
+    QTest::newRow("a sign for any digit") << "Ali 25"
+                                          << "Ali #2"
+                                          << "ali";
+    QTest::newRow("a sign for any digit, nobody else") << "Ali"
+                                                       << "Ali #2"
+                                                       << "ali";
+    QTest::newRow("a sign for any letter") << "Ali Can"
+                                           << "Ali ?an"
+                                           << "ali";
+    QTest::newRow("a sign for some letters") << "Ali b"
+                                             << "Ali [b]"
+                                             << "ali";
+    QTest::newRow("a sign for anything") << "Ali Can"
+                                         << "Ali*"
+                                         << "ali";
+}
+
+void CustomerRegister::pickedCustomerBringsTheOwnTerms()
+{
+    QFETCH(QString, first);
+    QFETCH(QString, picked);
+    QFETCH(QString, typed);
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(first, 10.0, QStringLiteral("10 Litrelik Kap"), 100.0);
+    counter.addCustomer(picked, 20.0, QStringLiteral("20 Litrelik Kap"), 200.0);
+    form.start();
+    counter.keys(typed);
+    counter.pick(picked);
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(form.TxtLbl[0]->caption(), picked);
+    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("20"));
+    QCOMPARE(form.Combo1[0]->text(), QStringLiteral("20 Litrelik Kap"));
+    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), picked);
+    QCOMPARE(form.AktifLbl, form.Label3[0]);
+    QVERIFY(!form.dbListe1->visible());
+    QVERIFY(!form.Kaydet->visible());
+}
+
+void CustomerRegister::deletingEverybodyLeavesNobodyToPickOrDelete()
+{
+    Counter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("Ali"));
+    form.start();
+    counter.keys(QStringLiteral("ali"));
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    form.CariSil->trigger();
+    QVERIFY(!form.dbListe1->visible());
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    Counter::click(form.Kaydet); // the name that is shown can be saved again
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    QCOMPARE(counter.prompt.questions, QStringList());
+    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|-|-|-"});
+    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
 }
 
 void CustomerRegister::starInANameDeletesExactlyThatName()
@@ -210,7 +291,7 @@ void CustomerRegister::deletingWithoutACurrentCustomerIsReported()
     counter.addCustomer(QStringLiteral("Ali"));
     form.start();
     counter.keys(QStringLiteral("ali"));
-    form.CariSil->trigger();
+    counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
     counter.addPressing(QStringLiteral("Ali"));
     QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
     counter.prompt.answer = true;

@@ -47,6 +47,7 @@ private slots:
     void aNameThatNoCustomerCanHaveIsNotAdded_data();
     void aNameThatNoCustomerCanHaveIsNotAdded();
     void theNamedCustomerIsMadeCurrentWithoutARecall();
+    void turningToACustomerTellsWhetherItWasAnother();
 };
 
 void TestRegister::theFirstCustomerFoundIsCurrent()
@@ -176,6 +177,19 @@ void TestRegister::theNamedCustomerIsMadeCurrentWithoutARecall()
     books.customersBook.makeCurrent("Can");
     QCOMPARE(recalls, 0);
     QCOMPARE(errorOf([&] { books.customersBook.makeCurrent("can"); }), errors::recordDeleted);
+}
+
+void TestRegister::turningToACustomerTellsWhetherItWasAnother()
+{
+    Books books;
+    addRow(books, "Cari", {QString("O'Neil"), 5.0});
+    books.customersBook.search("Ali");
+    QVERIFY(!books.customersBook.turnTo("Ali"));
+    QVERIFY(books.customersBook.turnTo("Ali Veli"));
+    QVERIFY(books.customersBook.isCurrent("Ali Veli"));
+    QVERIFY(books.customersBook.turnTo("O'Neil"));
+    QCOMPARE(books.customersBook.termsOfCurrent().percentage, "5");
+    QVERIFY(!books.customersBook.turnTo("ali"));
 }
 
 QTEST_APPLESS_MAIN(TestRegister)

@@ -311,10 +311,13 @@ void Counter::pick(int row)
 {
     if (!listOpen || row >= static_cast<int>(found.size())) return;
     const Text picked = found.at(static_cast<std::size_t>(row));
-    if (picked.empty()) throw Error{3167};
     put(active, picked);
     endTyping();
-    if (!panel) tapWeight(working, Field::oil);
+    if (panel) return;
+    // Another name, the same but for its capitals, may have been found first: its terms are not the picked one's.
+    const Customer* customer = named(picked);
+    if (customer && (found.empty() || found.front() != picked)) recall(*customer);
+    tapWeight(working, Field::oil);
 }
 
 void Counter::save(bool yes)
@@ -340,7 +343,8 @@ void Counter::deleteEverybody()
 {
     customers.clear();
     journal.clear();
-    for (Text& name : found) name.clear(); // an open list shows rows that are gone as empty ones
+    found.clear();
+    listOpen = saveDeletes = false;
 }
 
 // ---- Slip and containers ----
