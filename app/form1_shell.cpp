@@ -109,8 +109,9 @@ void Form1::Form_Activate()
     ActiveResize1.restore(layoutName, true, *this);
     for (DropDownList* list : Combo1) list->setListIndex(0);
     const QDate today = surroundings_.now().date();
-    DTPickerBas->setValue(today);
-    DTPickerSon->setValue(today);
+    // Another day runs the report, which a name may make fail. The counter gets ready all the same; then it is told.
+    const auto firstDayFailed = base::passOver([&] { DTPickerBas->setValue(today); });
+    const auto lastDayFailed = base::passOver([&] { DTPickerSon->setValue(today); });
     const SettingsStore& settings = surroundings_.settings;
     CapsDurum = settings.flag(surroundings_.executable, keypadSection, u"Caps"_s);
     showKeyCase();
@@ -122,6 +123,7 @@ void Form1::Form_Activate()
     Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s));
     Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s));
     if (Bağlantı->checked()) PortAc();
+    if (const auto& error = firstDayFailed ? firstDayFailed : lastDayFailed) throw base::RuntimeError(*error);
 }
 
 void Form1::panelTakesItsLabelBack()

@@ -82,6 +82,8 @@ private slots:
 
     void checkedConnectItemOpensThePortAtEveryActivation();
     void activationOpensTheOpenPortAfresh();
+    void activationGoesOnWhereTheReportOfTheNewDayFails_data();
+    void activationGoesOnWhereTheReportOfTheNewDayFails();
     void uncheckedConnectItemLeavesThePortClosed();
     void connectItemOpensAndCloses();
     void storedPortIsOpened_data();
@@ -139,6 +141,50 @@ void ScalePort::activationOpensTheOpenPortAfresh()
     QVERIFY(form.TeraziComm->portOpen());
     QCOMPARE(form.TeraziComm->commPort(), 3); // an open port would have refused the number
     counter.hear(counter.third, "  70kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+}
+
+void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails_data()
+{
+    QTest::addColumn<bool>("panel");
+    QTest::newRow("name at the second station") << false;
+    QTest::newRow("name in the report panel") << true;
+}
+
+void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails()
+{
+    QFETCH(bool, panel);
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    counter.addCustomer(QStringLiteral("O'Neil"));
+    counter.store("Baglan", QStringLiteral("True"));
+    form.start();
+    Counter::click(form.YeniCmd[1]);
+    CaptionLabel* edited = form.TxtLbl[0];
+    if (panel) {
+        Counter::click(form.GünlükCmd);
+        Counter::click(form.Option1[1]);
+        edited = form.GünLbl;
+    }
+    counter.key(QStringLiteral("o"));
+    counter.pick(QStringLiteral("O'Neil"));
+    form.dbListe1->setVisible(true);
+    form.Kaydet->setVisible(!panel);
+    counter.prompt.errors.clear();
+
+    counter.clock.pass(qint64(12) * 60 * 60); // past midnight
+    counter.inPortDialog([](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdCancel")->click(); });
+    QCOMPARE(counter.prompt.errors, QList<int>{3075});
+    QCOMPARE(form.DTPickerBas->value(), counter.clock.now.date());
+    QCOMPARE(form.DTPickerSon->value(), counter.clock.now.date());
+    QCOMPARE(form.AktifKontrol, 0.0f);
+    QVERIFY(form.Frame1[0]->enabled() && !form.Frame1[1]->enabled());
+    QCOMPARE(form.AktifLbl, edited);
+    QVERIFY(!form.Kaydet->visible());
+    QVERIFY(!form.dbListe1->visible());
+    QVERIFY(form.Bağlantı->checked());
+    QVERIFY(form.TeraziComm->portOpen());
+    counter.hear(counter.first, "  70kg\r");
     QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
 }
 
