@@ -40,8 +40,9 @@
 #include <optional>
 
 namespace scale {
+enum class Heard;
 struct PropertiesDoors;
-}
+} // namespace scale
 
 namespace app {
 
@@ -172,7 +173,7 @@ public:
     void KapCmd_Click(int Index);
 
     // The scale and its dialog.
-    void TeraziComm_OnComm();
+    scale::Heard TeraziComm_OnComm();
     void PortAyarlar_Click();
 
     // The customer register.

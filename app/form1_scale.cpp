@@ -55,13 +55,13 @@ void Form1::wireScale()
 void Form1::scaleEvent()
 {
     ++scaleEvents_;
-    const bool received = TeraziComm->commEvent() == scale::events::received;
-    const auto error = errorOf([this] { TeraziComm_OnComm(); }, u"TeraziComm"_s);
+    auto heard = scale::Heard::nothing;
+    const auto error = errorOf([&] { heard = TeraziComm_OnComm(); }, u"TeraziComm"_s);
     // A text that comes a second time raises nothing: it is on the screen already, and still no weight.
-    if (error || !base::isNumeric(Label2[station()]->caption(), surroundings_.regional))
-        status->lineNotUnderstood();
-    else if (received)
+    if (heard == scale::Heard::line && base::isNumeric(Label2[station()]->caption(), surroundings_.regional))
         status->weightArrived();
+    else if (error || heard != scale::Heard::nothing)
+        status->lineNotUnderstood();
     // A scale that sends what is no weight does so many times a second: one box is enough until the operator has acted
     // on the port. More lines arrive while the box stands.
     if (error && !std::exchange(scaleFaultTold_, true)) surroundings_.prompt.errorReport(*error);
@@ -69,10 +69,10 @@ void Form1::scaleEvent()
     if (actions_ == 0) checkInvariants();
 }
 
-void Form1::TeraziComm_OnComm()
+scale::Heard Form1::TeraziComm_OnComm()
 {
     WorkingStation working(*this, *counter_, station());
-    scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
+    return scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
 }
 
 void Form1::PortAc()

@@ -52,20 +52,22 @@ QString weightField(QStringView burst)
     return burst.first(end + 1).toString().remove(u"kg"_s).right(fieldWidth);
 }
 
-void onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
-                  const std::function<void()>& processEvents)
+Heard onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
+                   const std::function<void()>& processEvents)
 {
-    if (station.customer().isEmpty()) return;
+    if (station.customer().isEmpty()) return Heard::nothing;
     const EmptiedBuffers emptied(control);
     switch (control.commEvent()) {
-    case events::received:
-        showWeight(control.input(), station, regional);
-        break;
+    case events::received: {
+        const QString burst = control.input();
+        showWeight(burst, station, regional);
+        return burst.contains(u'\r') ? Heard::line : Heard::halfLine;
+    }
     case events::readError:
         reopen(control, processEvents);
-        break;
+        return Heard::nothing;
     default:
-        break;
+        return Heard::nothing;
     }
 }
 

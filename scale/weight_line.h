@@ -24,10 +24,17 @@ public:
     virtual bool isEnabled() const = 0; ///< the station's frame takes input
 };
 
+/// What an event of the serial control has brought to the working station.
+enum class Heard {
+    nothing,  ///< no bytes, or no name at the station: nothing was looked at
+    halfLine, ///< bytes without a carriage return
+    line      ///< a line; whether it is a weight, the station's rules say
+};
+
 /// What happens at every event of the serial control: the newest weight goes, formatted, into the station; a read error
 /// closes the port and opens it again (a failure to open stays silent). Both buffers are emptied afterwards, also when
 /// the station's rules threw. With no text at all in the name label nothing happens, to the buffers neither.
-void onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
-                  const std::function<void()>& processEvents);
+Heard onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
+                   const std::function<void()>& processEvents);
 
 } // namespace scale

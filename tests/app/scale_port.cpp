@@ -111,6 +111,8 @@ private slots:
     void brokenLineComesBackThroughTheForm();
     void closedPortIsToldWithItsReason_data();
     void closedPortIsToldWithItsReason();
+    void halfLineIsNoWeight();
+    void lineThatCameBackIsNotJudgedByAnOldText();
     void badLinesAreReportedOnceUntilTheOperatorActsOnThePort();
     void weightDoesNotTouchTheKeypadsField();
     void keypadTypesOverAWeight();
@@ -479,6 +481,7 @@ void ScalePort::clearedNameLeavesLineAndWeightAlone()
     QCOMPARE(form.TxtLbl[0]->caption(), QString());
     counter.hear(counter.first, "  100kg\r");
     QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: tartım bekleniyor")));
     QVERIFY(form.TeraziComm->inBufferCount() > 0);
     counter.keys(QStringLiteral("a"));
     QTest::qWait(2100);
@@ -571,6 +574,41 @@ void ScalePort::closedPortIsToldWithItsReason()
     QVERIFY2(counter.form.status->text().startsWith(told), qPrintable(counter.form.status->text()));
     counter.form.Bağlantı->trigger();
     QVERIFY(counter.form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+}
+
+void ScalePort::halfLineIsNoWeight()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Bağlantı->trigger();
+    counter.hear(counter.first, "  100kg");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: gelen satır ağırlık değil")));
+    QCOMPARE(counter.prompt.errors, QList<int>{});
+    counter.hear(counter.first, "  100kg\r");
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
+    QVERIFY(!form.status->text().contains(QStringLiteral("gelen satır ağırlık değil")));
+}
+
+void ScalePort::lineThatCameBackIsNotJudgedByAnOldText()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    form.Bağlantı->trigger();
+    counter.hear(counter.first, "Net 12kg\r");
+    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: gelen satır ağırlık değil")));
+    PseudoTerminal next;
+    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    counter.plugIn(next, 1);
+    const int before = form.scaleEvents();
+    counter.first.pullOut();
+    QTRY_COMPARE(form.scaleEvents(), before + 1);
+    QVERIFY(form.TeraziComm->portOpen());
+    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("Net 12\r"));
+    QVERIFY2(form.status->text().startsWith(QStringLiteral("Com1: tartım bekleniyor")),
+             qPrintable(form.status->text()));
 }
 
 void ScalePort::afterADialogTheFirstStationWeighs()

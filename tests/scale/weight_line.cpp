@@ -57,6 +57,8 @@ private slots:
     void otherEventsOnlyEmptyTheBuffers();
     void readErrorReopensThePort();
     void failedReopeningIsSilent();
+    void eventTellsWhatItBrought_data();
+    void eventTellsWhatItBrought();
 };
 
 void WeightLine::fieldIsTheEndOfTheFirstLine_data()
@@ -255,6 +257,36 @@ void WeightLine::failedReopeningIsSilent()
     onScaleEvent(control, station, station.regional, [] {});
     QVERIFY(!control.open);
     QCOMPARE(control.steps, (QStringList{u"close"_s, u"open"_s} + emptied));
+}
+
+void WeightLine::eventTellsWhatItBrought_data()
+{
+    QTest::addColumn<int>("event");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("burst");
+    QTest::addColumn<Heard>("heard");
+    QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << Heard::line;
+    QTest::newRow("a text that is shown already") << events::received << u"Ali"_s << u"Net\r"_s << Heard::line;
+    QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << Heard::halfLine;
+    QTest::newRow("no name") << events::received << QString() << u"   500kg\r"_s << Heard::nothing;
+    QTest::newRow("read error") << events::readError << u"Ali"_s << QString() << Heard::nothing;
+    QTest::newRow("another event") << 1009 << u"Ali"_s << u"   500kg\r"_s << Heard::nothing;
+}
+
+void WeightLine::eventTellsWhatItBrought()
+{
+    QFETCH(int, event);
+    QFETCH(QString, name);
+    QFETCH(QString, burst);
+    PaperStation station(base::Regional::turkish());
+    station.name = name;
+    station.caption = u"Net\r"_s;
+    FakeCommControl control;
+    control.event = event;
+    control.open = true;
+    control.burst = burst;
+    const Heard heard = onScaleEvent(control, station, station.regional, [] {});
+    QTEST(heard, "heard");
 }
 
 QTEST_APPLESS_MAIN(WeightLine)
