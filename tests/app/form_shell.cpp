@@ -39,6 +39,7 @@ private slots:
     void everyWayOutSavesTheLayoutAndAsksNothing_data();
     void everyWayOutSavesTheLayoutAndAsksNothing();
     void leavingWritesNoSetting();
+    void windowComesBackToItsStoredPlace();
     void windowDraggedOffComesBackAtTheNextRelease();
 
     void errorOfAnActionIsReportedAndTheScreenGoesOn();
@@ -422,6 +423,25 @@ void FormShell::leavingWritesNoSetting()
                  QStringLiteral("-"));
     QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), QStringLiteral("-")),
              QStringLiteral("-"));
+}
+
+void FormShell::windowComesBackToItsStoredPlace()
+{
+    Screen screen;
+    Form1& form = screen.form;
+    const QList<std::pair<const char*, const char*>> place = {
+        {"Left", "40"}, {"Top", "50"}, {"Width", "1000"}, {"Height", "700"}, {"Maximized", "False"}};
+    for (const auto& [key, text] : place)
+        screen.settings.save(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QString::fromLatin1(key),
+                             QString::fromLatin1(text));
+    form.start();
+    QTRY_COMPARE(form.geometry(), QRect(40, 50, 1000, 700));
+    QVERIFY(!form.isMaximized());
+    // Only the first activation puts it there: later the operator may have moved it.
+    form.setGeometry(60, 70, 1010, 720);
+    form.activated();
+    QTest::qWait(50);
+    QCOMPARE(form.geometry(), QRect(60, 70, 1010, 720));
 }
 
 void FormShell::windowDraggedOffComesBackAtTheNextRelease()

@@ -1,6 +1,7 @@
 #include "app/setting_names.h"
 #include "scale/frm_properties.h"
 #include "tests/app/counter_world.h"
+#include "tests/scale/ordinary_user.h"
 #include "tests/scale/pseudo_terminal.h"
 
 #include <QApplication>
@@ -9,6 +10,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <functional>
+#include <sys/stat.h>
 
 using namespace app;
 
@@ -111,6 +113,7 @@ private slots:
     void brokenLineComesBackThroughTheForm();
     void closedPortIsToldWithItsReason_data();
     void closedPortIsToldWithItsReason();
+    void missingRightToThePortIsTold();
     void halfLineIsNoWeight();
     void lineThatCameBackIsNotJudgedByAnOldText();
     void badLinesAreReportedOnceUntilTheOperatorActsOnThePort();
@@ -547,7 +550,7 @@ void ScalePort::closedPortIsToldWithItsReason_data()
                              << "Terazi: Com3 açılamadı, aygıt takılı değil";
     QTest::newRow("no scale at all") << "/dev/null"
                                      << ""
-                                     << "Terazi: Com3 açılamadı";
+                                     << "Terazi: Com3 açılamadı, hat ayarları uymuyor";
     QTest::newRow("settings that the line refuses") << ""
                                                     << "9600,e,7,1"
                                                     << "Terazi: Com3 açılamadı, hat ayarları uymuyor";
@@ -574,6 +577,26 @@ void ScalePort::closedPortIsToldWithItsReason()
     QVERIFY2(counter.form.status->text().startsWith(told), qPrintable(counter.form.status->text()));
     counter.form.Bağlantı->trigger();
     QVERIFY(counter.form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+}
+
+void ScalePort::missingRightToThePortIsTold()
+{
+    WeighingCounter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.store("Baglan", QStringLiteral("True"));
+    QCOMPARE(::chmod(qPrintable(counter.folder.path()), 0755), 0); // the way to the device stays open
+    QCOMPARE(::chmod(qPrintable(counter.first.path()), 0), 0);
+    {
+        const OrdinaryUser user;
+        form.activated();
+    }
+    QVERIFY(form.Bağlantı->checked());
+    QVERIFY(!form.TeraziComm->portOpen());
+    QVERIFY2(form.status->text().startsWith(QStringLiteral("Terazi: Com1 açılamadı, kullanma izni yok")),
+             qPrintable(form.status->text()));
+    QCOMPARE(counter.prompt.exclamations, QStringList());
+    QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
 void ScalePort::halfLineIsNoWeight()

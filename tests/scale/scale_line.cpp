@@ -1,5 +1,6 @@
 #include "scale/terazi_comm.h"
 #include "scale/weight_line.h"
+#include "tests/scale/ordinary_user.h"
 #include "tests/scale/pseudo_terminal.h"
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
@@ -10,11 +11,8 @@
 #include <QThread>
 #include <QTimer>
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
-#include <stdexcept>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace scale;
 using namespace Qt::StringLiterals;
@@ -48,25 +46,6 @@ void expectIdleness()
     QCOMPARE_LT(awake.size(), 10);
     QVERIFY2(used < 0.02, qPrintable(u"%1 s in two seconds"_s.arg(used)));
 }
-
-/// An ordinary user's rights as long as it lives: root may open what it likes.
-class OrdinaryUser {
-public:
-    OrdinaryUser()
-    {
-        constexpr uid_t nobody = 65534;
-        if (root_ && ::setresuid(nobody, nobody, 0) != 0) throw std::runtime_error("setresuid");
-    }
-    ~OrdinaryUser()
-    {
-        if (root_ && ::setresuid(0, 0, 0) != 0) std::abort();
-    }
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-
-private:
-    const bool root_ = ::geteuid() == 0;
-};
 
 } // namespace
 
