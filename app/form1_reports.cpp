@@ -228,6 +228,7 @@ void Form1::printStatement()
         statement.font = printFont();
         statement.nextRecord = [&rows] { return rows.next(); };
         statement.value = [&rows](const QString& field) { return printable(rows.value(field)); };
+        statement.onSums = [&rows] { return rows.onSums(); };
         const QStringList leftOut = print::composeStatement(printer, statement, surroundings_.regional);
         printer.endDoc();
         if (!leftOut.isEmpty())

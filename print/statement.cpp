@@ -3,11 +3,14 @@
 #include "base/error.h"
 #include "base/numbers.h"
 #include "base/patterns.h"
+#include "mill/names.h"
+#include "mill/queries.h"
 #include "print/head.h"
 #include "print/placement.h"
 #include <QMetaType>
 #include <algorithm>
 #include <numeric>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -179,6 +182,20 @@ void printCell(Printer& printer, const StatementColumn& column, double tableLeft
     printer.printStay(text);
 }
 
+/// The place in `columns` that names a row of sums: none while the customers' names are printed, they do it themselves.
+std::optional<std::size_t> namesSums(const std::vector<StatementColumn>& columns)
+{
+    constexpr std::u16string_view nameField = mill::Hareket::fields[mill::Hareket::CariHar];
+    const auto showsNames = [&](const StatementColumn& column) {
+        return QStringView(column.field) == QStringView(nameField);
+    };
+    if (std::ranges::any_of(columns, showsNames)) return std::nullopt;
+    const auto text =
+        std::ranges::find_if(columns, [](const auto& column) { return column.alignment != rightAligned; });
+    if (text == columns.end()) return std::nullopt;
+    return static_cast<std::size_t>(text - columns.begin());
+}
+
 void printCaptions(Printer& printer, const std::vector<StatementColumn>& columns, double tableLeft)
 {
     for (const StatementColumn& column : columns) {
@@ -225,10 +242,15 @@ QStringList composeStatement(Printer& printer, const Statement& statement, const
     table.open();
     printCaptions(printer, printed.columns, table.left());
     table.endRow();
+    const std::optional<std::size_t> naming = namesSums(printed.columns);
     while (statement.nextRecord()) {
         table.makeRoom();
-        for (const StatementColumn& column : printed.columns)
-            printCell(printer, column, table.left(), printed.factor, statement.value(column.field), regional);
+        const bool sums = naming && statement.onSums && statement.onSums();
+        for (std::size_t i = 0; i < printed.columns.size(); ++i) {
+            const StatementColumn& column = printed.columns[i];
+            const QVariant value = sums && i == *naming ? QVariant(mill::totalsName) : statement.value(column.field);
+            printCell(printer, column, table.left(), printed.factor, value, regional);
+        }
         table.endRow();
     }
     table.close();

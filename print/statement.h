@@ -37,6 +37,8 @@ struct Statement {
     /// Of the present record: nothing for Null, a text, an int, a float or a double, a QDateTime. Throws if the listing
     /// has no such field.
     std::function<QVariant(const QString& field)> value;
+    /// Whether the present record is the sums of a listing. Empty: the listing has none.
+    std::function<bool()> onSums;
 };
 
 /// In points: what can still be read on paper.
@@ -52,6 +54,9 @@ inline constexpr float smallestLetters = 5;
 /// A table wider than the paper is printed smaller as a whole, letters and columns by one factor, down to letters of
 /// `smallestLetters` points. Where even that is too wide, the columns at the right that do not fit as a whole are left
 /// out: nothing is cut through. Where that is all of them, no table is printed.
+///
+/// Sums whose name's column is not printed are named in the first printed column that is not aligned to the right,
+/// instead of what it would show.
 QStringList composeStatement(Printer& printer, const Statement& statement, const base::Regional& regional);
 
 /// The text as far as it fits: last characters are dropped while it is wider than the width.

@@ -14,10 +14,14 @@ int fieldNamed(const store::RecordSet& rows, const QString& name)
     throw base::runtimeError(base::errors::noSuchField);
 }
 
+using mill::Hareket;
+
+/// Customers are no pressings, and have no name of sums.
+bool listsPressings(const store::RecordSet& rows) { return rows.fields().size() > Hareket::CariHar; }
+
 bool endsWithSums(store::RecordSet& shown)
 {
-    using mill::Hareket;
-    if (shown.size() == 0 || shown.fields().size() <= Hareket::CariHar) return false;
+    if (shown.size() == 0 || !listsPressings(shown)) return false;
     return shown.fieldAt(shown.size() - 1, Hareket::CariHar).text() == mill::totalsName;
 }
 
@@ -43,6 +47,12 @@ store::FieldValue StatementRows::value(const QString& field)
 {
     if (at_ == At::sums) return shown_.fieldAt(shown_.size() - 1, fieldNamed(shown_, field));
     return rows_.field(fieldNamed(rows_, field));
+}
+
+bool StatementRows::onSums()
+{
+    if (at_ != At::rows) return at_ == At::sums;
+    return listsPressings(rows_) && rows_.field(Hareket::CariHar).text() == mill::totalsName;
 }
 
 } // namespace reports

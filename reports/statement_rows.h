@@ -16,6 +16,8 @@ public:
     bool next();
     /// Of the present row; error 3265 if the listing has no such field.
     store::FieldValue value(const QString& field);
+    /// Whether the present row is sums: those that come last, or old ones among the pressings.
+    bool onSums();
 
 private:
     enum class At { beginning, rows, sums, end };

@@ -237,6 +237,35 @@ private slots:
         QCOMPARE(linesOn(layout.pages[0]).columns.size(), std::size_t(4));
     }
 
+    void sumsWithoutTheColumnOfNamesAreNamedInTheFirstTextColumn_data()
+    {
+        QTest::addColumn<QList<int>>("hidden");
+        QTest::addColumn<double>("factor");
+        QTest::addColumn<bool>("named"); ///< in place of the moment
+        QTest::newRow("the names are printed") << QList<int>{} << 1.0 << false;
+        QTest::newRow("the names are hidden") << QList<int>{3} << 1.0 << true;
+        QTest::newRow("the names do not fit") << QList<int>{} << 1.4 << true;
+    }
+    void sumsWithoutTheColumnOfNamesAreNamedInTheFirstTextColumn()
+    {
+        QFETCH(QList<int>, hidden);
+        QFETCH(double, factor);
+        QFETCH(bool, named);
+        target.sheet = print::Paper::slipRoll80();
+        records = {record("Veli"), record("Toplamlar")};
+        Statement statement = journal();
+        statement.onSums = [this] { return at == 1; };
+        for (const int column : hidden) statement.columns[std::size_t(column)].visible = false;
+        for (StatementColumn& column : statement.columns) column.left *= factor, column.width *= factor;
+        Printer printer(target);
+        print::composeStatement(printer, statement, turkish);
+        const QStringList moment = {"05.11.2024 14:07:33"}, numbers = {"1.234,50", "12,75"};
+        const QStringList rows =
+            named ? moment + numbers + QStringList{"Toplamlar"} + numbers
+                  : moment + numbers + QStringList{"Veli"} + moment + numbers + QStringList{"Toplamlar"};
+        QCOMPARE(textsOf(printer.layout()).last(rows.size()), rows);
+    }
+
     void aNumberWiderThanItsColumnIsSetInNarrowerLetters()
     {
         records = {record("Veli")};

@@ -17,6 +17,7 @@ private slots:
     void sumsOfAReportComeLast();
     void listingWithoutSumsHasNone();
     void oldSumsAmongTheJournalStayWhereTheGridShowsThem();
+    void sumsAreKnownAsSums();
     void gridStaysWhereItIs();
     void fieldThatTheListingLacksIsAnError();
 
@@ -97,6 +98,23 @@ void StatementRowsTest::oldSumsAmongTheJournalStayWhereTheGridShowsThem()
     store::VeriYenile(*grid_, {});
     // Moved to the end they would be taken for the sums of the whole journal.
     QCOMPARE(walked(), (QStringList{u"02 100 Ali"_s, u"03 200 Ayşe"_s, u"04 300 Toplamlar"_s, u"04 300 Ali"_s}));
+}
+
+void StatementRowsTest::sumsAreKnownAsSums()
+{
+    const auto known = [this] {
+        copy_->setRecordSource(grid_->recordSource());
+        store::VeriYenile(*copy_, {});
+        reports::StatementRows rows(copy_->recordSet(), grid_->recordSet());
+        QList<bool> all;
+        while (rows.next()) all += rows.onSums();
+        return all;
+    };
+    report(2, 3);
+    QCOMPARE(known(), (QList<bool>{false, false, true}));
+    grid_->setRecordSource(mill::wholeJournal);
+    store::VeriYenile(*grid_, {});
+    QCOMPARE(known(), (QList<bool>{false, false, true, false}));
 }
 
 void StatementRowsTest::gridStaysWhereItIs()
