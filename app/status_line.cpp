@@ -8,6 +8,12 @@ namespace app {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+constexpr int margin = 12; ///< pixels at the left and the right
+
+} // namespace
+
 StatusLine::StatusLine(QWidget* parent) : QWidget(parent), ageing_(this)
 {
     ageing_.setSingleShot(true);
@@ -119,12 +125,21 @@ void StatusLine::hideEvent(QHideEvent* event)
 
 void StatusLine::paintEvent(QPaintEvent*)
 {
+    // A long notice gives way, not the facts behind it. Its middle goes: what was refused stands at its beginning, and
+    // the file or the thing to do at its end.
+    QString shown = text();
+    const int room = width() - 2 * margin;
+    if (!notice_.isEmpty()) {
+        const QString facts = shown.sliced(notice_.size());
+        const int left = room - fontMetrics().horizontalAdvance(facts);
+        shown = fontMetrics().elidedText(notice_, Qt::ElideMiddle, left) + facts;
+    }
     QPainter painter(this);
     painter.setPen(painting::softLine);
     painter.drawLine(0, 0, width(), 0);
     painter.setPen(painting::ink);
-    painter.drawText(rect().adjusted(12, 1, -12, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                     painter.fontMetrics().elidedText(text(), Qt::ElideRight, width() - 24));
+    painter.drawText(rect().adjusted(margin, 1, -margin, 0), Qt::AlignVCenter | Qt::AlignLeft,
+                     painter.fontMetrics().elidedText(shown, Qt::ElideRight, room));
 }
 
 } // namespace app

@@ -13,6 +13,8 @@ private slots:
     void ageOfTheLastWeightGrows();
     void factsStandSideBySide();
     void noticeStandsFirst();
+    void aLongNoticeLeavesTheFactsWhole_data();
+    void aLongNoticeLeavesTheFactsWhole();
     void idleLineHasNoTimer();
 };
 
@@ -79,6 +81,43 @@ void StatusLineTest::noticeStandsFirst()
     QCOMPARE(line.accessibleName(), QStringLiteral("Fiş yazılmadı.   ·   ") + facts);
     line.setNotice({});
     QCOMPARE(line.accessibleName(), facts);
+}
+
+void StatusLineTest::aLongNoticeLeavesTheFactsWhole_data()
+{
+    QTest::addColumn<int>("width");
+    for (const int width : {800, 1024, 1366}) QTest::addRow("%d pixels", width) << width;
+}
+
+void StatusLineTest::aLongNoticeLeavesTheFactsWhole()
+{
+    QFETCH(int, width);
+    constexpr int margins = 24;
+    StatusLine line(nullptr);
+    line.resize(width, 28);
+    line.portClosed(QStringLiteral("Com3 açılamadı, kullanma izni yok"));
+    line.setPrinter(QStringLiteral("Yazıcı: hazır (Fis80)"));
+    line.setDataFile(QStringLiteral("Yag.mdb: 6.201 kayıt"));
+    const QFontMetrics letters = line.fontMetrics();
+    const QString facts = QStringLiteral("   ·   ") + line.text();
+    const QString file = QStringLiteral("notu: Yag.mdb-slip-1");
+    const QString notice =
+        QStringLiteral("fiş 5 (Toplamlar, 123.456 kg): basılmış, kaydedilemiyor (“Toplamlar” raporun toplam satırının "
+                       "adıdır; başka bir ad yazın, bu satır her raporda yeniden yapılır ve eskisi silinir); ") +
+        file;
+    QVERIFY(letters.horizontalAdvance(notice + facts) > width - margins);
+    line.setNotice(notice);
+    const QImage painted = line.grab().toImage();
+
+    // The same as a notice that is short enough: nothing but the notice has given way, and the file is still there.
+    const QString fitting =
+        letters.elidedText(notice, Qt::ElideMiddle, width - margins - letters.horizontalAdvance(facts));
+    QVERIFY(letters.horizontalAdvance(fitting + facts) <= width - margins);
+    if (width >= 1024) QVERIFY2(fitting.endsWith(file), qPrintable(fitting));
+    line.setNotice(fitting);
+    QCOMPARE(painted, line.grab().toImage());
+    line.setNotice(QStringLiteral("Fiş yazılmadı."));
+    QVERIFY(painted != line.grab().toImage());
 }
 
 void StatusLineTest::idleLineHasNoTimer()
