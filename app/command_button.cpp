@@ -2,6 +2,7 @@
 #include "app/painting.h"
 #include <QCoreApplication>
 #include <QPainterPath>
+#include <utility>
 
 namespace app {
 
@@ -53,6 +54,14 @@ void CommandButton::setMain(bool main)
     update();
 }
 
+void CommandButton::setEnabled(bool enabled)
+{
+    if (enabledAfterWork_)
+        enabledAfterWork_ = enabled;
+    else
+        QWidget::setEnabled(enabled);
+}
+
 void CommandButton::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -90,12 +99,17 @@ void CommandButton::paintEvent(QPaintEvent*)
     }
 }
 
-ButtonAtWork::ButtonAtWork(CommandButton& button) : button_(button) { button_.setEnabled(false); }
+ButtonAtWork::ButtonAtWork(CommandButton& button) : button_(button)
+{
+    button_.enabledAfterWork_.reset();
+    button_.setEnabled(false);
+    button_.enabledAfterWork_ = true;
+}
 
 ButtonAtWork::~ButtonAtWork()
 {
     QCoreApplication::processEvents();
-    button_.setEnabled(true);
+    button_.setEnabled(std::exchange(button_.enabledAfterWork_, std::nullopt).value_or(true));
 }
 
 CheckButton::CheckButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}

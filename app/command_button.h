@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/caption_label.h"
+#include <optional>
 
 namespace app {
 
@@ -16,18 +17,26 @@ public:
     /// The button that ends a piece of work ("Fiş Yaz"): it is drawn to be found first.
     void setMain(bool main);
 
+    /// Hides QWidget's own: what is set while the button is at work holds from the end of the work on.
+    void setEnabled(bool enabled);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     /// The button is drawn as switched on.
     virtual bool isChosen() const { return false; }
 
 private:
+    friend class ButtonAtWork;
+
     Picture picture_;
     bool main_ = false;
+    std::optional<bool> enabledAfterWork_; ///< only while it is at work
 };
 
 /// The work of a button that prints. Until it ends the button is disabled, and so meets every further tap, those that
-/// still wait when it ends included: they are dropped. Whatever happens, the button comes back.
+/// still wait when it ends included: they are dropped. Whatever happens, the button comes back, unless something has
+/// disabled it meanwhile: a tap elsewhere that waited may have cleared the very customer, a line of the scale the
+/// weight.
 class ButtonAtWork {
 public:
     explicit ButtonAtWork(CommandButton& button);

@@ -22,6 +22,8 @@ private slots:
     void slipGoesOutAfterTheFaultIsMended();
     void secondTapDuringASlipIsDropped();
     void buttonStaysDisabledUntilTheSlipIsDone();
+    void buttonComesBackAsTheWeightOfMeanwhileWantsIt_data();
+    void buttonComesBackAsTheWeightOfMeanwhileWantsIt();
     void buttonNamesThePanelAndTheStationNamesTheFigures();
     void panelFollowsTheCounterSwitch_data();
     void panelFollowsTheCounterSwitch();
@@ -250,6 +252,57 @@ void SlipAndRecord::buttonStaysDisabledUntilTheSlipIsDone()
     QVERIFY(!enabledInside);
     QVERIFY(otherInside);
     QVERIFY(form.YazCmd[0]->enabled());
+}
+
+void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt_data()
+{
+    QTest::addColumn<QString>("meanwhile");
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("nothing") << QString() << true;
+    QTest::newRow("the customer was cleared") << QStringLiteral("clear") << false;
+    QTest::newRow("the scale was emptied") << QStringLiteral("0") << false;
+    QTest::newRow("the next load came") << QStringLiteral("500") << true;
+    QTest::newRow("a line that is no weight came") << QStringLiteral("Net 12kg") << true;
+}
+
+void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt()
+{
+    QFETCH(QString, meanwhile);
+    QFETCH(bool, enabled);
+    Counter counter;
+    Form1& form = counter.form;
+    form.start();
+    counter.pressingOf(QStringLiteral("ali"));
+    // What comes waits in the queue while the slip is composed; a second tap on the button waits behind it.
+    bool came = false;
+    bool enabledInside = false;
+    counter.paper.before = [&](FakePrinter::Step step) {
+        if (step != FakePrinter::Step::paper || came) return;
+        QTimer::singleShot(0, &form, [&] {
+            came = true;
+            if (meanwhile == u"clear") {
+                Counter::click(form.TxtLbl[0]);
+                counter.key(QStringLiteral("Sil"));
+            } else if (!meanwhile.isEmpty()) {
+                form.run([&] { form.Label2[0]->setCaption(meanwhile); });
+            }
+            enabledInside = form.YazCmd[0]->enabled();
+            Counter::click(form.YazCmd[0]);
+        });
+    };
+    Counter::click(form.YazCmd[0]);
+    QVERIFY(came);
+    QVERIFY(!enabledInside);
+    QCOMPARE(counter.paper.sent.size(), 1);
+    QCOMPARE(form.YazCmd[0]->enabled(), enabled);
+    if (meanwhile == u"clear") QCOMPARE(form.TxtLbl[0]->caption(), QString());
+
+    // Later the rule of the weight has the button again.
+    form.run([&] { form.Label2[0]->setCaption(QStringLiteral("0")); });
+    QVERIFY(!form.YazCmd[0]->enabled());
+    form.run([&] { form.Label2[0]->setCaption(QStringLiteral("750")); });
+    QVERIFY(form.YazCmd[0]->enabled());
+    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
 }
 
 void SlipAndRecord::buttonNamesThePanelAndTheStationNamesTheFigures()
