@@ -26,6 +26,8 @@ bool inputBlocked(const QWidget* control)
     for (const QWidget* above = control->parentWidget(); above; above = above->parentWidget()) {
         const auto* frame = qobject_cast<const ControlFrame*>(above);
         if (frame && !frame->enabled()) return true;
+        const auto* host = dynamic_cast<const ActionHost*>(above);
+        if (host && host->covers(*control)) return true;
     }
     return false;
 }

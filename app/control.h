@@ -13,6 +13,8 @@ public:
     virtual ~ActionHost() = default;
     /// Runs one whole action. Nothing it throws comes out again. `place` is the control that began it.
     virtual void run(const std::function<void()>& action, const QString& place = {}) = 0;
+    /// Whether something lies over the control, which then gets no input: neither by touch nor by keyboard.
+    virtual bool covers(const QWidget& /*control*/) const { return false; }
 };
 
 /// Runs `action` in the nearest host above `where`, or plainly when there is none. Controls call it for what the
@@ -21,8 +23,8 @@ public:
 /// `place`.
 void beginAction(QWidget* where, const std::function<void()>& action, const QString& place = {});
 
-/// True while a frame above the control is disabled. Such a control keeps its own Enabled value and its looks; it
-/// only gets no input.
+/// True while a frame above the control is disabled, or the screen covers it. Such a control keeps its own Enabled
+/// value and its looks; it only gets no input.
 bool inputBlocked(const QWidget* control);
 
 /// True for the mouse, touch, wheel and key events that a blocked control must not see.

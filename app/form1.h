@@ -98,6 +98,8 @@ public:
     void activated();
 
     void run(const std::function<void()>& action, const QString& place = {}) override;
+    /// The report panel lies over both stations: while it is open, nothing reaches them.
+    bool covers(const QWidget& control) const override;
     /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
     void note(const QString& sentence);
 
@@ -250,6 +252,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    /// Tab goes on past what gets no input.
+    bool focusNextPrevChild(bool next) override;
 
 private:
     void createMenus();

@@ -59,6 +59,7 @@ void Form1::GünlükCmd_Click()
     if (!Frame4->visible()) termsBeforePanel_.emplace(*counter_);
     Frame4->setVisible(true);
     Dosya->setEnabled(false);
+    if (const QWidget* focused = focusWidget(); focused && inputBlocked(focused)) setFocus();
     endNameTyping(); // it was of the name at a station
     AktifLbl->setCaption(QString());
     Option1[customersView]->choose();

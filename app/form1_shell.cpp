@@ -16,6 +16,7 @@
 #include <QScreen>
 #include <QTimer>
 #include <QWindow>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -181,6 +182,25 @@ void Form1::closeEvent(QCloseEvent* event)
 {
     run([this] { Form_QueryUnload(); }, u"Form_QueryUnload"_s);
     event->accept();
+}
+
+bool Form1::covers(const QWidget& control) const
+{
+    if (!Frame4->visible()) return false;
+    const auto belongs = [&](const QWidget* part) { return part == &control || part->isAncestorOf(&control); };
+    return std::ranges::any_of(Frame1, belongs) || std::ranges::any_of(YeniCmd, belongs) ||
+           std::ranges::any_of(KapFrm, belongs);
+}
+
+bool Form1::focusNextPrevChild(bool next)
+{
+    // Once round at the most.
+    for (auto left = findChildren<QWidget*>().size(); left > 0; --left) {
+        if (!QWidget::focusNextPrevChild(next)) return false;
+        if (const QWidget* reached = focusWidget(); !reached || !inputBlocked(reached)) return true;
+    }
+    setFocus();
+    return true;
 }
 
 void Form1::mouseMoveEvent(QMouseEvent*)

@@ -241,12 +241,12 @@ void Player::clickWidget(QWidget* widget, const QString& name)
     if (!widget) throw Failure{u"'%1' cannot be clicked"_s.arg(name)};
     if (!widget->isVisible()) throw Failure{u"'%1' is not on the screen"_s.arg(name)};
     if (!widget->isEnabled()) throw Failure{u"'%1' is disabled"_s.arg(name)};
-    if (app::inputBlocked(widget)) throw Failure{u"'%1' lies in a disabled frame"_s.arg(name)};
     QWidget* top = widget->window();
     const QPoint middle = widget->mapTo(top, widget->rect().center());
     QWidget* there = top->childAt(middle);
     while (there && there != widget) there = there->parentWidget();
     if (!there || !top->rect().contains(middle)) throw Failure{u"'%1' is covered"_s.arg(name)};
+    if (app::inputBlocked(widget)) throw Failure{u"'%1' lies in a disabled frame"_s.arg(name)};
     QTest::mouseMove(top->windowHandle(), middle);
     QTest::mouseClick(top->windowHandle(), Qt::LeftButton, Qt::NoModifier, middle);
     letTimePass(0);

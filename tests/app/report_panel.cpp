@@ -58,6 +58,9 @@ private slots:
     void layoutThatCannotBeKeptIsReported();
     void dragScrollsTheRows_data();
     void dragScrollsTheRows();
+    void keyboardReachesNoStationBehindThePanel();
+    void coveredStationDoesNothing_data();
+    void coveredStationDoesNothing();
     void closingGivesTheStationBack();
     void statementPrintsWhatTheGridShows_data();
     void statementPrintsWhatTheGridShows();
@@ -738,6 +741,81 @@ void ReportPanel::dragScrollsTheRows()
     const int whenLetGo = grid.verticalScrollBar()->value();
     QTRY_VERIFY(grid.verticalScrollBar()->value() > whenLetGo); // it glides on
     QCOMPARE(form().GünData.recordSet().position(), 0);
+}
+
+void ReportPanel::keyboardReachesNoStationBehindThePanel()
+{
+    start();
+    type(u"ali"_s);
+    press(form().Label2[0]);
+    type(u"1000"_s);
+    form().Sayac->trigger();
+    form().run([&] { form().KapFrm[0]->setVisible(true); });
+    form().YazCmd[0]->setFocus();
+    QVERIFY(form().YazCmd[0]->hasFocus());
+    press(form().GünlükCmd);
+    QVERIFY(!form().YazCmd[0]->hasFocus());
+
+    // Round in both directions: the panel's own buttons are reached, and nothing that lies behind it.
+    for (const Qt::Key direction : {Qt::Key_Tab, Qt::Key_Backtab}) {
+        QStringList reached;
+        for (int step = 0; step < 30; ++step) {
+            QTest::keyClick(form().focusWidget() ? form().focusWidget() : &form(), direction);
+            reached << form().focusWidget()->objectName();
+            QVERIFY2(!app::inputBlocked(form().focusWidget()), qPrintable(reached.join(u' ')));
+        }
+        QVERIFY2(reached.contains(u"Option1(1)"_s), qPrintable(reached.join(u' ')));
+        QVERIFY2(reached.contains(u"KapatCmd(0)"_s), qPrintable(reached.join(u' ')));
+    }
+
+    // And the station has its keys back when the panel closes.
+    press(form().KapatCmd[0]);
+    QStringList reached;
+    for (int step = 0; step < 30; ++step) {
+        QTest::keyClick(form().focusWidget(), Qt::Key_Tab);
+        reached << form().focusWidget()->objectName();
+    }
+    QVERIFY2(reached.contains(u"YazCmd(0)"_s), qPrintable(reached.join(u' ')));
+    QVERIFY2(!reached.contains(u"YazCmd(1)"_s), qPrintable(reached.join(u' ')));
+}
+
+void ReportPanel::coveredStationDoesNothing_data()
+{
+    QTest::addColumn<QString>("control");
+    for (const char* control : {"YazCmd(0)", "HakCmd(0)", "YeniCmd(1)", "Combo1(0)", "KapCmd(0)", "NakitLbl(0)"})
+        QTest::newRow(control) << QString::fromLatin1(control);
+}
+
+void ReportPanel::coveredStationDoesNothing()
+{
+    QFETCH(QString, control);
+    start();
+    type(u"ali"_s);
+    press(form().Label2[0]);
+    type(u"1000"_s);
+    form().run([&] { form().KapFrm[0]->setVisible(true); });
+    press(form().GünlükCmd);
+    const int container = form().Combo1[0]->listIndex();
+
+    auto* covered = form().findChild<QWidget*>(control);
+    QVERIFY(covered);
+    const auto everyWay = [&] {
+        covered->setFocus(); // as a program that reads the screen aloud may do
+        QTest::keyClick(covered, Qt::Key_Space);
+        QTest::keyClick(covered, Qt::Key_Down);
+        press(covered);
+        if (auto* button = qobject_cast<QAbstractButton*>(covered)) button->click();
+    };
+    everyWay();
+    QVERIFY(form().Frame4->visible());
+    QCOMPARE(form().AktifLbl, static_cast<app::CaptionLabel*>(form().GünLbl));
+    QCOMPARE(form().AktifKontrol, 0.0f);
+    QVERIFY(!form().HakVar[0]);
+    QCOMPARE(form().Combo1[0]->listIndex(), container);
+    QVERIFY(form().KapFrm[0]->visible());
+    QCOMPARE(world_->printedFiles(), QStringList());
+    const auto books = world_->databases.open(world_->file());
+    QCOMPARE(books->open(u"Hareket"_s).rows.size(), std::size_t{3});
 }
 
 void ReportPanel::closingGivesTheStationBack()
