@@ -151,8 +151,7 @@ QString SlipRoad::recover()
 
 QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)
 {
-    QString notice =
-        described(slip) + u": basılmış, kaydedilemiyor (%1); notu: %2"_s.arg(why, at_.notes.setAside());
+    QString notice = described(slip) + u": basılmış, kaydedilemiyor (%1); notu: %2"_s.arg(why, at_.notes.setAside());
     at_.log.write(notice);
     return notice;
 }
