@@ -117,10 +117,16 @@ SearchList::SearchList(QWidget* parent) : Control(parent), rows_(new TextRows(th
     scroller->setScrollerProperties(feel);
     connect(scroller, &QScroller::stateChanged, this, [this, scroller](QScroller::State state) {
         if (state != QScroller::Pressed) press(-1);
+        if (state == QScroller::Dragging) sinceDragged_.start();
         // QScroller goes on with the speed of the last move, however long ago that was.
         if (state == QScroller::Scrolling && sinceDragged_.isValid() && sinceDragged_.elapsed() >= restBeforeLift)
             QMetaObject::invokeMethod(
-                scroller, [scroller] { scroller->stop(); }, Qt::QueuedConnection);
+                scroller,
+                [this, scroller, lifted = verticalScrollBar()->value()] {
+                    scroller->stop();
+                    verticalScrollBar()->setValue(lifted); // a step of the throw may have come first
+                },
+                Qt::QueuedConnection);
     });
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this, scroller] {
         if (scroller->state() == QScroller::Dragging) sinceDragged_.start();

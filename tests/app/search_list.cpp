@@ -78,7 +78,8 @@ void SearchListTest::dragScrollsAndPicksNothing()
     filled.drag(100);
     QTRY_COMPARE(filled.list.verticalScrollBar()->value(), 150);
     // A finger that rests before it lifts does not fling.
-    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100), 100);
+    QTest::qWait(120);
+    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
     QTest::qWait(50);
     QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
     QCOMPARE(clicks, 0);
