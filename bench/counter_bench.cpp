@@ -265,7 +265,7 @@ void openDialogs(app::Form1& form)
         finishPainting();
     };
     // The name of somebody who is registered: its button asks before it deletes.
-    const QString known = QString::fromStdU16String(mill::customers().front().name);
+    const QString known = QString::fromStdU16String(long_mill::customers().front().name);
     form.run([&] { form.TxtLbl[0]->setCaption(known); });
     finishPainting();
     twice("box", "box-again", [&] { finger.tap(form.Kaydet); });
