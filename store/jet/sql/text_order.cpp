@@ -33,10 +33,7 @@ int place(std::span<const std::uint8_t> key, std::span<const std::uint8_t> begin
 std::vector<RowId> TextOrder::rows(const Table& table)
 {
     follow(table);
-    std::vector<RowId> result;
-    result.reserve(entries_.size());
-    for (const Entry& entry : entries_) result.push_back(entry.row);
-    return result;
+    return inTheirOrder();
 }
 
 std::vector<RowId> TextOrder::rows(const Table& table, const LikePattern& pattern)
@@ -78,19 +75,34 @@ void TextOrder::follow(const Table& table)
     seen_ = table.changes().now();
 }
 
-/// What rows() gives, by reading the whole table: only the texts that match get a key and are put in order.
+/// What rows() gives while the order is being prepared: only the texts that match get a key and are put in order. They
+/// come from memory; from the table itself once that has changed since its texts were learned.
 std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern) const
 {
     TextOrder found(column_);
-    table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
-        if (found.foldedText(view) && pattern.matchesFolded(found.buffer_))
-            found.entries_.push_back(found.entryOfText(id));
-        return true;
-    });
+    const auto add = [&found](RowId row) { found.entries_.push_back(found.entryOfText(row)); };
+    const auto changes = table.changes().since(seen_);
+    if (changes && changes->empty()) {
+        for (const Entry& each : entries_)
+            if (each.textAt != null && pattern.matchesFolded(folded(each))) {
+                found.buffer_ = folded(each);
+                add(each.row);
+            }
+    } else {
+        table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
+            if (found.foldedText(view) && pattern.matchesFolded(found.buffer_)) add(id);
+            return true;
+        });
+    }
     std::ranges::sort(found.entries_, found.inOrder());
+    return found.inTheirOrder();
+}
+
+std::vector<RowId> TextOrder::inTheirOrder() const
+{
     std::vector<RowId> result;
-    result.reserve(found.entries_.size());
-    for (const Entry& each : found.entries_) result.push_back(each.row);
+    result.reserve(entries_.size());
+    for (const Entry& each : entries_) result.push_back(each.row);
     return result;
 }
 
@@ -98,41 +110,43 @@ bool TextOrder::prepare(const Table& table, std::size_t rows)
 {
     if (built_) return true;
     if (table.hasUncommittedChanges()) return false;
-    const bool begun = std::exchange(preparing_, false); // stays so when a damaged row stops the reading
-    if (!begun) {
-        clear();
-        seen_ = table.changes().now(); // what is written from now on is followed when all is read
-        table.passRows(table.dataPages(), [this](RowId id, const RowView&) {
-            all_.push_back(id);
-            return true;
-        });
+    if (!preparing_) {
+        learnTexts(table);
         preparing_ = true;
         return false;
     }
-
-    runs_.push_back(entries_.size());
-    for (const std::size_t end = std::min(read_ + rows, all_.size()); read_ < end; ++read_)
-        if (const std::optional<RowView> view = table.row(all_[read_])) entries_.push_back(entry(all_[read_], *view));
-    std::sort(entries_.begin() + static_cast<std::ptrdiff_t>(runs_.back()), entries_.end(), inOrder());
-    preparing_ = read_ < all_.size();
+    runs_.push_back(keyed_);
+    for (const std::size_t end = std::min(keyed_ + rows, entries_.size()); keyed_ < end; ++keyed_)
+        giveKey(entries_[keyed_]);
+    std::sort(placed(runs_.back()), placed(keyed_), inOrder());
+    preparing_ = keyed_ < entries_.size();
     mergeRuns(preparing_);
     if (preparing_) return false;
-    all_ = {};
     runs_ = {};
     built_ = true;
     return true;
+}
+
+/// Every row becomes an entry that has no key yet.
+void TextOrder::learnTexts(const Table& table)
+{
+    clear();
+    seen_ = table.changes().now(); // what is written from now on is followed when all is in order
+    table.passRows(table.dataPages(), [this](RowId id, const RowView& view) {
+        entries_.push_back(foldedText(view) ? textOf(id) : Entry{.row = id});
+        return true;
+    });
 }
 
 /// Merges the last runs of the entries into one; while others are still to come only those that are about as long, so
 /// that no entry is moved more often than the number of runs doubles.
 void TextOrder::mergeRuns(bool moreToCome)
 {
-    const auto at = [this](std::size_t place) { return entries_.begin() + static_cast<std::ptrdiff_t>(place); };
     while (runs_.size() > 1) {
         const std::size_t last = runs_.back();
         const std::size_t first = runs_[runs_.size() - 2];
-        if (moreToCome && last - first > entries_.size() - last) return;
-        std::inplace_merge(at(first), at(last), entries_.end(), inOrder());
+        if (moreToCome && last - first > keyed_ - last) return;
+        std::inplace_merge(placed(first), placed(last), placed(keyed_), inOrder());
         runs_.pop_back();
     }
 }
@@ -143,8 +157,7 @@ void TextOrder::clear()
     keys_.clear();
     texts_.clear();
     wasted_ = 0;
-    all_.clear();
-    read_ = 0;
+    keyed_ = 0;
     runs_.clear();
 }
 
@@ -152,13 +165,9 @@ void TextOrder::build(const Table& table)
 {
     built_ = false; // stays so when a damaged row stops the reading
     preparing_ = false;
-    clear();
-    table.passRows(table.dataPages(), [this](RowId id, const RowView& view) {
-        entries_.push_back(entry(id, view));
-        return true;
-    });
+    learnTexts(table);
+    for (Entry& each : entries_) giveKey(each);
     std::ranges::sort(entries_, inOrder());
-    seen_ = table.changes().now();
     built_ = true;
 }
 
@@ -173,25 +182,34 @@ bool TextOrder::foldedText(const RowView& view)
 TextOrder::Entry TextOrder::entry(RowId row, const RowView& view)
 {
     if (foldedText(view)) return entryOfText(row);
-    Entry result;
-    result.row = row;
-    result.keyAt = static_cast<std::uint32_t>(keys_.size());
-    return result;
+    return {.row = row};
 }
 
 /// Of the text in buffer_.
 TextOrder::Entry TextOrder::entryOfText(RowId row)
 {
-    Entry result;
-    result.row = row;
-    result.keyAt = static_cast<std::uint32_t>(keys_.size());
-    appendFoldedOrderKey(keys_, buffer_);
-    result.keyLength = static_cast<std::uint32_t>(keys_.size()) - result.keyAt;
-    result.head = headOf(std::span(keys_).subspan(result.keyAt));
+    Entry result = textOf(row);
+    giveKey(result);
+    return result;
+}
+
+/// Of the text in buffer_, without a key.
+TextOrder::Entry TextOrder::textOf(RowId row)
+{
+    Entry result{.row = row};
     result.textAt = static_cast<std::uint32_t>(texts_.size());
     result.textLength = static_cast<std::uint32_t>(buffer_.size());
     texts_ += buffer_;
     return result;
+}
+
+void TextOrder::giveKey(Entry& entry)
+{
+    entry.keyAt = static_cast<std::uint32_t>(keys_.size());
+    if (entry.textAt == null) return;
+    appendFoldedOrderKey(keys_, folded(entry));
+    entry.keyLength = static_cast<std::uint32_t>(keys_.size()) - entry.keyAt;
+    entry.head = headOf(std::span(keys_).subspan(entry.keyAt));
 }
 
 bool TextOrder::before(const Entry& left, const Entry& right) const

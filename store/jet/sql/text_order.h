@@ -18,15 +18,15 @@ namespace jet {
 /// costs a few moves, not a new reading. Null stands first, equal texts stand in row order.
 ///
 /// Building takes as long as many searches together. Whoever cannot wait for it has it built in parts with prepare();
-/// as long as that goes on, a search puts only the texts that it finds in order.
+/// its first part learns the texts. As long as it goes on, a search puts only the texts that it finds in order.
 ///
 /// About 100 bytes for each row. Not to be asked while Table::hasUncommittedChanges(): they may be taken back.
 class TextOrder {
 public:
     explicit TextOrder(std::size_t column) : column_(column) {}
 
-    /// Does a part of the building, of at most that many rows; true when nothing is left of it. Does nothing while
-    /// there are uncommitted changes.
+    /// Does a part of the building: reads all texts, or puts at most that many rows in order. True when nothing is left
+    /// of it. Does nothing while there are uncommitted changes.
     bool prepare(const Table& table, std::size_t rows);
 
     std::vector<RowId> rows(const Table& table);
@@ -39,7 +39,7 @@ private:
     /// comparisons without a look into the store.
     struct Entry {
         std::array<std::uint64_t, 2> head{};
-        RowId row;
+        RowId row{};
         std::uint32_t keyAt = 0;
         std::uint32_t keyLength = 0;
         std::uint32_t textAt = null;
@@ -52,9 +52,14 @@ private:
     void mergeRuns(bool moreToCome);
     std::vector<RowId> search(const Table& table, const LikePattern& pattern) const;
     bool foldedText(const RowView& view);
+    void learnTexts(const Table& table);
+    std::vector<RowId> inTheirOrder() const;
     Entry entry(RowId row, const RowView& view);
     Entry entryOfText(RowId row);
+    Entry textOf(RowId row);
+    void giveKey(Entry& entry);
     bool before(const Entry& left, const Entry& right) const;
+    auto placed(std::size_t place) { return entries_.begin() + static_cast<std::ptrdiff_t>(place); }
     auto inOrder() const { return std::bind_front(&TextOrder::before, this); }
     std::u16string_view folded(const Entry& entry) const;
 
@@ -67,10 +72,9 @@ private:
     std::size_t wasted_ = 0; ///< entries whose bytes still lie in the stores
     std::u16string buffer_;  ///< the text that was folded last
 
-    // While it is being prepared: the rows, how many of them are entries, and where each sorted run of these begins.
+    // While it is being prepared: how many of the entries have their key, and where each sorted run of these begins.
     bool preparing_ = false;
-    std::vector<RowId> all_;
-    std::size_t read_ = 0;
+    std::size_t keyed_ = 0;
     std::vector<std::size_t> runs_;
 };
 
