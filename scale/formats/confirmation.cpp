@@ -1,0 +1,107 @@
+#include "scale/formats/confirmation.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace scale {
+
+namespace {
+
+constexpr std::size_t soundAfter = 200;
+constexpr std::size_t remembered = 16;
+constexpr std::ptrdiff_t oftenEnough = 4;
+constexpr std::ptrdiff_t oftenEnoughChecked = 2;
+
+std::string saidBy(const Reading& reading)
+{
+    constexpr std::string_view rests = "?sm";
+    return toText(reading.kilograms) + rests[static_cast<std::size_t>(reading.rest)];
+}
+
+} // namespace
+
+void Confirmation::countFrame()
+{
+    ++framesInBurst_;
+    if (++framesInARow_ >= soundAfter) trust_ = Trust::sound;
+}
+
+bool Confirmation::cameOften(const std::string& said, bool checked) const
+{
+    switch (trust_) {
+    case Trust::sound:
+        return true;
+    case Trust::beginning:
+        return checked || (recent_.size() > 1 && recent_[recent_.size() - 2] == said);
+    case Trust::disturbed:
+        break;
+    }
+    return std::ranges::count(recent_, said) >= (checked ? oftenEnoughChecked : oftenEnough);
+}
+
+void Confirmation::hear(Reading reading, bool checked)
+{
+    std::string said = saidBy(reading);
+    recent_.push_back(said);
+    if (recent_.size() > remembered) recent_.pop_front();
+    countFrame();
+    waiting_.push_back({std::move(reading), said, false});
+    if (trust_ == Trust::sound) {
+        for (Waiting& one : waiting_) one.counts = true;
+    } else if (cameOften(said, checked)) {
+        for (Waiting& one : waiting_) one.counts = one.counts || one.said == said;
+    }
+    // A weight that has gone out of memory can come often enough no more.
+    if (trust_ == Trust::disturbed)
+        while (waiting_.size() > remembered && !waiting_.front().counts) waiting_.pop_front();
+}
+
+void Confirmation::hearOther() { countFrame(); }
+
+void Confirmation::hearNoise()
+{
+    framesInARow_ = 0;
+    noiseInBurst_ = true;
+    if (trust_ == Trust::disturbed) return;
+    trust_ = Trust::disturbed;
+    const std::size_t kept = std::min(waiting_.size(), remembered);
+    const auto old = waiting_.end() - static_cast<std::ptrdiff_t>(kept);
+    waiting_.erase(std::remove_if(waiting_.begin(), old, [](const Waiting& one) { return !one.counts; }), old);
+}
+
+void Confirmation::fallSilent()
+{
+    const bool alone = framesInBurst_ == 1 && !noiseInBurst_ && !recent_.empty();
+    if (trust_ == Trust::disturbed && alone && recent_.back() == lastAlone_) {
+        trust_ = Trust::beginning;
+        framesInARow_ = 0;
+        waiting_.erase(waiting_.begin(), waiting_.end() - std::min<std::ptrdiff_t>(1, std::ssize(waiting_)));
+    }
+    lastAlone_ = alone ? recent_.back() : std::string();
+    framesInBurst_ = 0;
+    noiseInBurst_ = false;
+    if (trust_ == Trust::disturbed) {
+        std::erase_if(waiting_, [](const Waiting& one) { return !one.counts; });
+    } else {
+        for (Waiting& one : waiting_) one.counts = true;
+    }
+}
+
+std::vector<Reading> Confirmation::take()
+{
+    std::vector<Reading> taken;
+    if (keep_ == Keep::newest) {
+        const auto newest = std::ranges::find_if(waiting_.rbegin(), waiting_.rend(), &Waiting::counts);
+        if (newest == waiting_.rend()) return taken;
+        taken.push_back(std::move(newest->reading));
+        waiting_.erase(waiting_.begin(), newest.base());
+        return taken;
+    }
+    while (!waiting_.empty() && waiting_.front().counts) {
+        taken.push_back(std::move(waiting_.front().reading));
+        waiting_.pop_front();
+    }
+    return taken;
+}
+
+} // namespace scale

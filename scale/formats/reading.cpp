@@ -1,0 +1,89 @@
+#include "scale/formats/reading.h"
+
+#include <algorithm>
+
+namespace scale {
+
+std::string_view sentenceOf(Refusal refusal)
+{
+    switch (refusal) {
+    case Refusal::overload:
+        return "terazi aşırı yük bildiriyor";
+    case Refusal::underload:
+        return "terazi eksik yük bildiriyor";
+    case Refusal::invalid:
+        return "terazi ağırlığı geçersiz bildiriyor";
+    case Refusal::tare:
+        return "gelen satır dara, ağırlık değil";
+    case Refusal::wrongChecksum:
+        return "satırın sağlaması tutmuyor";
+    case Refusal::unknownUnit:
+        return "satırda tanınan bir birim yok";
+    case Refusal::unknownBytes:
+        return "satır seçilen biçimde değil";
+    case Refusal::halfLine:
+        return "satır yarım kaldı";
+    case Refusal::unconfirmed:
+        return "hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor";
+    }
+    return {};
+}
+
+Decimal shortened(Decimal number)
+{
+    while (number.decimals > 0 && number.digits % 10 == 0) {
+        number.digits /= 10;
+        --number.decimals;
+    }
+    for (; number.decimals < 0; ++number.decimals) number.digits *= 10;
+    return number;
+}
+
+Decimal inKilograms(Decimal weight, Unit unit)
+{
+    switch (unit) {
+    case Unit::kilogram:
+        break;
+    case Unit::gram:
+        weight.decimals += 3;
+        break;
+    case Unit::tonne:
+        weight.decimals -= 3;
+        break;
+    case Unit::pound:
+        // The international pound of 1959 is this by definition.
+        weight.digits *= 45359237;
+        weight.decimals += 8;
+        break;
+    }
+    return shortened(weight);
+}
+
+std::string toText(Decimal number)
+{
+    number = shortened(number);
+    const bool negative = number.digits < 0;
+    std::string text = std::to_string(negative ? -number.digits : number.digits);
+    if (number.decimals > 0) {
+        const auto places = static_cast<std::size_t>(number.decimals);
+        if (text.size() <= places) text.insert(0, places + 1 - text.size(), '0');
+        text.insert(text.size() - places, 1, '.');
+    }
+    return negative ? '-' + text : text;
+}
+
+std::optional<std::string> counterLine(const Reading& reading, char decimalMark)
+{
+    constexpr std::size_t room = 7; // of the eight characters that count one is the carriage return
+    std::string text = toText(reading.kilograms);
+    const std::size_t point = text.find('.');
+    if (std::min(point, text.size()) > room) return std::nullopt;
+    if (point != std::string::npos) {
+        text[point] = decimalMark;
+        text.resize(std::min(text.size(), room));
+        if (text.back() == decimalMark) text.pop_back();
+    }
+    return text + "kg\r";
+}
+
+} // namespace scale
