@@ -46,15 +46,18 @@ struct PropertiesDoors;
 
 namespace app {
 
+using namespace Qt::StringLiterals;
+
 class CounterScreen;
 
 /// What the screen needs from outside. All of it outlives the screen.
 struct Surroundings {
     Prompt& prompt;
     SettingsStore& settings;
-    base::Regional regional; ///< how this user writes numbers and dates
-    QString directory;       ///< the program's directory, where Yag.mdb lies
-    QString executable;      ///< the program file's name as it is at run time, without extension
+    base::Regional regional;     ///< how this user writes numbers and dates
+    QString directory;           ///< the program's directory, where Yag.mdb lies
+    QString devices = u"/dev"_s; ///< where the system keeps its devices
+    QString executable;          ///< the program file's name as it is at run time, without extension
     store::Databases& databases;
     print::PrintTarget& printer;
     store::SlipNotes& slips;           ///< the note of a slip that is on its way
@@ -282,6 +285,9 @@ private:
     void scaleEvent();
     void showPortState();
     scale::PropertiesDoors propertiesDoors();
+    /// Where serial devices are looked for, and where is kept which adapter a port number stands for.
+    platform::SerialPortPlaces portPlaces() const;
+    scale::AdapterMemory adapterMemory();
     /// Stored settings of the port that cannot be used: told, and the port stays closed.
     void refusePort(const base::RuntimeError& error);
     /// The printer's state and the size of the journal, in the status line.

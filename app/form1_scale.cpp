@@ -10,6 +10,7 @@
 #include "scale/weight_line.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTcpSocket>
 #include <utility>
 
@@ -40,8 +41,12 @@ private:
 
 void Form1::wireScale()
 {
-    TeraziComm = new scale::TeraziComm(scale::systemPorts(surroundings_.directory), scale::systemSerialDevice(), this);
+    TeraziComm =
+        new scale::TeraziComm(scale::systemPorts(portPlaces(), adapterMemory()), scale::systemSerialDevice(), this);
     TeraziComm->setObjectName(u"TeraziComm"_s);
+    connect(TeraziComm, &scale::TeraziComm::deviceOpened, this, [this](int number, const QString& path) {
+        base::passOver([&] { scale::rememberAdapter(number, path, portPlaces(), adapterMemory()); });
+    });
     connect(TeraziComm, &scale::TeraziComm::OnComm, this, [this] { scaleEvent(); });
     connect(TeraziComm, &scale::TeraziComm::stateChanged, this, [this] { showPortState(); });
     Winsock1 = new scale::DrainSocket(std::make_unique<QTcpSocket>(), this);
@@ -50,6 +55,22 @@ void Form1::wireScale()
     Winsock2->setObjectName(u"Winsock2"_s);
     Bağlantı->onClick([this] { Bağlantı_Click(); });
     PortAyarlar->onClick([this] { PortAyarlar_Click(); });
+}
+
+platform::SerialPortPlaces Form1::portPlaces() const
+{
+    platform::SerialPortPlaces places;
+    places.programDirectory = QFile::encodeName(surroundings_.directory).toStdString();
+    places.devices = QFile::encodeName(surroundings_.devices).toStdString();
+    return places;
+}
+
+scale::AdapterMemory Form1::adapterMemory()
+{
+    return {[this] { return surroundings_.settings.get(programTitle, propertiesSection, u"Adaptor"_s, {}); },
+            [this](const QString& text) {
+                surroundings_.settings.save(programTitle, propertiesSection, u"Adaptor"_s, text);
+            }};
 }
 
 void Form1::scaleEvent()
@@ -114,7 +135,7 @@ void Form1::refusePort(const base::RuntimeError& error)
 scale::PropertiesDoors Form1::propertiesDoors()
 {
     scale::PropertiesDoors doors;
-    doors.ports = scale::systemPorts(surroundings_.directory);
+    doors.ports = scale::systemPorts(portPlaces(), adapterMemory());
     doors.save = [this](const QString& key, const QString& text) {
         surroundings_.settings.save(programTitle, propertiesSection, key, text);
     };
@@ -150,11 +171,13 @@ void Form1::Bağlantı_Click()
 
 void Form1::showPortState()
 {
-    const int port = TeraziComm->portOpen() ? TeraziComm->commPort() : 0;
-    if (port != 0) portFault_.clear();
-    if (port == 0)
-        status->portClosed(portFault_.isEmpty() ? scale::whyClosed(TeraziComm->commPort(), TeraziComm->trouble())
-                                                : portFault_);
+    const int number = TeraziComm->commPort();
+    const int port = TeraziComm->isPluggedIn() ? number : 0;
+    if (TeraziComm->portOpen()) portFault_.clear();
+    if (TeraziComm->portOpen() && port == 0)
+        status->portClosed(scale::whySilent(number, TeraziComm->whyNotBack()));
+    else if (port == 0)
+        status->portClosed(portFault_.isEmpty() ? scale::whyClosed(number, TeraziComm->trouble()) : portFault_);
     else if (port != shownPort_)
         status->portOpened(port);
     shownPort_ = port;

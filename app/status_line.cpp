@@ -85,8 +85,8 @@ QString StatusLine::scaleFact() const
 {
     if (!port_) return whyClosed_.isEmpty() ? u"Terazi: bağlı değil"_s : u"Terazi: "_s + whyClosed_;
     const QString port = u"Com%1: "_s.arg(port_);
-    if (!understood_) return port + u"gelen satır ağırlık değil"_s;
-    if (!sinceWeight_.isValid()) return port + u"tartım bekleniyor"_s;
+    if (!understood_) return port + u"tanınmayan satır"_s;
+    if (!sinceWeight_.isValid()) return port + u"bağlı, tartım bekleniyor"_s;
     const qint64 seconds = sinceWeight_.elapsed() / 1000;
     if (seconds < 1) return port + u"tartım geliyor"_s;
     if (seconds < 60) return port + u"son tartım %1 sn önce"_s.arg(seconds);

@@ -1,10 +1,12 @@
 #include "platform/serial_ports.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <fstream>
 #include <string>
 #include <system_error>
+#include <termios.h>
 #include <tuple>
 #include <vector>
 
@@ -50,23 +52,85 @@ std::vector<std::string> usbAdapters(const fs::path& devices)
     return names;
 }
 
+/// The port of the mainboard that has this number, if it is fitted.
+std::optional<fs::path> mainboardPort(int number, const SerialPortPlaces& places)
+{
+    const std::string name = "ttyS" + std::to_string(number - 1);
+    std::error_code ignored;
+    if (!fs::exists(places.devices / name, ignored) || !isFitted(places.classes, name)) return std::nullopt;
+    return places.devices / name;
+}
+
+bool isSameDevice(const fs::path& one, const fs::path& other)
+{
+    std::error_code missing;
+    const fs::path node = fs::canonical(one, missing);
+    return !missing && node == fs::canonical(other, missing);
+}
+
+/// The link to that device in one folder of devices/serial, as a name below devices/serial.
+std::optional<std::string> linkTo(const fs::path& device, const std::string& folder, const SerialPortPlaces& places)
+{
+    std::error_code ignored;
+    for (const fs::directory_entry& link : fs::directory_iterator(places.devices / "serial" / folder, ignored))
+        if (isSameDevice(link.path(), device)) return folder + '/' + link.path().filename().string();
+    return std::nullopt;
+}
+
+bool isRemembered(const fs::path& device, const SerialPortPlaces& places, const RememberedAdapters& remembered)
+{
+    return std::any_of(remembered.begin(), remembered.end(), [&](const auto& adapter) {
+        return isSameDevice(places.devices / "serial" / adapter.second, device);
+    });
+}
+
+/// The adapter that nobody remembers and that stands at this number when they are counted through from Com5 on.
+std::optional<fs::path> countedAdapter(int number, const SerialPortPlaces& places, const RememberedAdapters& remembered)
+{
+    int counted = firstUsbPort;
+    for (const std::string& name : usbAdapters(places.devices)) {
+        if (isRemembered(places.devices / name, places, remembered)) continue;
+        while (remembered.contains(counted)) ++counted;
+        if (counted == number) return places.devices / name;
+        ++counted;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
-std::optional<fs::path> serialPort(int number, const SerialPortPlaces& places)
+std::optional<fs::path> serialPort(int number, const SerialPortPlaces& places, const RememberedAdapters& remembered)
 {
     if (number < firstSerialPort || number > lastSerialPort) return std::nullopt;
     std::error_code ignored;
     const fs::path link = places.programDirectory / ("com" + std::to_string(number));
     if (fs::symlink_status(link, ignored).type() == fs::file_type::symlink) return link;
+    if (auto fitted = mainboardPort(number, places)) return fitted;
+    if (const auto known = remembered.find(number); known != remembered.end())
+        return places.devices / "serial" / known->second;
+    return countedAdapter(number, places, remembered);
+}
 
-    const std::string fitted = "ttyS" + std::to_string(number - 1);
-    if (fs::exists(places.devices / fitted, ignored) && isFitted(places.classes, fitted))
-        return places.devices / fitted;
-
+std::optional<std::string> stableName(const fs::path& device, const SerialPortPlaces& places)
+{
     const std::vector<std::string> adapters = usbAdapters(places.devices);
-    const int adapter = number - firstUsbPort;
-    if (adapter < 0 || adapter >= static_cast<int>(adapters.size())) return std::nullopt;
-    return places.devices / adapters[static_cast<std::size_t>(adapter)];
+    const bool allHaveTheirOwn = std::all_of(adapters.begin(), adapters.end(), [&](const std::string& adapter) {
+        return linkTo(places.devices / adapter, "by-id", places).has_value();
+    });
+    if (auto name = linkTo(device, allHaveTheirOwn ? "by-id" : "by-path", places)) return name;
+    return linkTo(device, allHaveTheirOwn ? "by-path" : "by-id", places);
+}
+
+bool isThere(const fs::path& device)
+{
+    std::error_code ignored;
+    return fs::status(device, ignored).type() != fs::file_type::not_found;
+}
+
+bool isHungUp(OpenLine line)
+{
+    termios settings{};
+    return ::tcgetattr(line, &settings) != 0 && errno == EIO;
 }
 
 fs::path realDevice(const fs::path& path)

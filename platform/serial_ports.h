@@ -1,7 +1,9 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
+#include <string>
 
 namespace platform {
 
@@ -16,16 +18,41 @@ struct SerialPortPlaces {
     std::filesystem::path classes = "/sys/class/tty"; ///< what the system knows about them
 };
 
+/// Which adapter a port number stands for, by the adapter's stable name.
+using RememberedAdapters = std::map<int, std::string>;
+
 /// The device behind port number n; nothing if there is none.
 ///
 /// A link "comN" in the program's directory decides, even while its device is unplugged: it is how a mill ties a number
 /// to one certain adapter (/dev/serial/by-id/...). Otherwise Com n is the n-th port of the mainboard, if that port is
-/// really fitted, and Com5 to Com16 are the USB adapters that are plugged in, in the order of their names.
-/// On Windows Com n is COMn, fitted or not.
-std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& places);
+/// really fitted; otherwise the adapter that is remembered for it, even while it is unplugged. The USB adapters that
+/// nobody remembers are those of the numbers from Com5 on that are left, in the order of the adapters' names.
+/// On Windows Com n is COMn, fitted or not, unless an adapter that is remembered has another number by now.
+std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& places,
+                                                const RememberedAdapters& remembered = {});
+
+/// The name by which an adapter is found again whatever node it gets: that of its link below devices/serial,
+/// "by-id/..." as a rule. Adapters of one make without serial numbers share one such name: while two of them are
+/// plugged in, it is the socket's, "by-path/...". On Windows the adapter's place in the system's list of devices, which
+/// holds its serial number. Nothing for a device without such a name, as the ports of the mainboard are.
+std::optional<std::string> stableName(const std::filesystem::path& device, const SerialPortPlaces& places);
 
 /// The device that a path stands for after all links, for showing to people.
 std::filesystem::path realDevice(const std::filesystem::path& path);
+
+/// Whether a device is there now; one that must not be looked at is.
+bool isThere(const std::filesystem::path& device);
+
+/// An open line as the system knows it.
+#ifdef _WIN32
+using OpenLine = void*;
+#else
+using OpenLine = int;
+#endif
+
+/// The system has given the open line up: its adapter is gone. A line whose adapter is there and whose reading fails is
+/// not hung up.
+bool isHungUp(OpenLine line);
 
 /// How one and a half stop bits, which only lines of 5 data bits have, are asked for: a terminal line of such bytes is
 /// told "two" and sends one and a half; elsewhere there is a word of its own for it.

@@ -1,13 +1,97 @@
 #include "platform/serial_ports.h"
 
 #include <string>
+#include <vector>
+#include <windows.h>
 
 namespace platform {
 
-std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& /*places*/)
+namespace {
+
+/// What the system knows of every device that was ever plugged in; below it a bus, a make, and the device with its
+/// serial number.
+const std::string deviceList = R"(SYSTEM\CurrentControlSet\Enum\)";
+constexpr const char* buses[] = {"USB", "FTDIBUS"};
+
+/// A key of the machine's registry, open for reading; not open where there is none.
+class Key {
+public:
+    explicit Key(const std::string& path)
+    {
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &key_) != ERROR_SUCCESS) key_ = nullptr;
+    }
+    ~Key()
+    {
+        if (key_ != nullptr) RegCloseKey(key_);
+    }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+
+    std::vector<std::string> children() const
+    {
+        std::vector<std::string> names;
+        char name[256]; // the longest name of a key, with its end
+        for (DWORD at = 0; key_ != nullptr; ++at) {
+            DWORD length = sizeof name;
+            if (RegEnumKeyExA(key_, at, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+            names.emplace_back(name, length);
+        }
+        return names;
+    }
+
+private:
+    HKEY key_ = nullptr;
+};
+
+/// "COM5"; empty for what is no port.
+std::string portOf(const std::string& device)
+{
+    char text[32] = {};
+    DWORD bytes = sizeof text - 1;
+    const std::string key = deviceList + device + R"(\Device Parameters)";
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, key.c_str(), "PortName", RRF_RT_REG_SZ, nullptr, text, &bytes) !=
+        ERROR_SUCCESS)
+        return {};
+    return text;
+}
+
+} // namespace
+
+std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& /*places*/,
+                                                const RememberedAdapters& remembered)
 {
     if (number < firstSerialPort || number > lastSerialPort) return std::nullopt;
+    if (const auto known = remembered.find(number); known != remembered.end())
+        if (const std::string port = portOf(known->second); !port.empty()) return port;
     return std::filesystem::path("COM" + std::to_string(number));
+}
+
+std::optional<std::string> stableName(const std::filesystem::path& device, const SerialPortPlaces& /*places*/)
+{
+    const std::string port = device.string();
+    std::optional<std::string> found;
+    for (const std::string bus : buses)
+        for (const std::string& make : Key(deviceList + bus).children())
+            for (const std::string& serial : Key(deviceList + bus + '\\' + make).children()) {
+                const std::string name = bus + '\\' + make + '\\' + serial;
+                if (portOf(name) != port) continue;
+                if (found) return std::nullopt; // one of the two is a device of former times
+                found = name;
+            }
+    return found;
+}
+
+bool isThere(const std::filesystem::path& device)
+{
+    char target[256]; // more than any name of a device's driver
+    return QueryDosDeviceA(device.string().c_str(), target, sizeof target) != 0;
+}
+
+bool isHungUp(OpenLine line)
+{
+    DCB settings{};
+    settings.DCBlength = sizeof settings;
+    return GetCommState(line, &settings) == 0;
 }
 
 std::filesystem::path realDevice(const std::filesystem::path& path) { return path; }

@@ -36,11 +36,17 @@ QString whyClosed(int port, int error)
         std::pair{base::errors::permissionDenied, "açılamadı, kullanma izni yok"},
         std::pair{base::errors::deviceUnavailable, "açılamadı, aygıt yanıt vermiyor"},
         std::pair{errors::parametersRefused, "açılamadı, hat ayarları uymuyor"},
-        std::pair{errors::readFailed, "koptu, kabloyu denetleyin"},
+        std::pair{errors::readFailed, "okunamadı, çeviriciyi denetleyin"},
     };
     for (const auto& [known, reason] : reasons)
         if (known == error) return u"Com%1 %2"_s.arg(port).arg(QString::fromUtf8(reason));
     return {};
+}
+
+QString whySilent(int port, int error)
+{
+    const QString why = error == 0 ? QString() : whyClosed(port, error);
+    return (why.isEmpty() ? u"Com%1 kablo çıktı"_s.arg(port) : why) + u" (bekleniyor)"_s;
 }
 
 } // namespace scale

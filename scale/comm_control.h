@@ -64,4 +64,8 @@ base::RuntimeError commError(int number);
 /// status line. Empty for an error that closes no port.
 QString whyClosed(int port, int error);
 
+/// Why an open port is silent although its device should be there, by the number of the error that keeps the device
+/// from being opened; 0: its plug is out. A few words for the status line.
+QString whySilent(int port, int error);
+
 } // namespace scale

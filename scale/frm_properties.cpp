@@ -165,7 +165,7 @@ void frmProperties::fill()
     addEntries(cboPort, ports);
     for (int number = 1; number <= portCount; ++number) {
         const auto device = doors_.ports(number);
-        cboPort->setItemData(number - 1, device.value_or(u"Bağlı aygıt yok"_s), Qt::ToolTipRole);
+        cboPort->setItemData(number - 1, device ? shownDevice(device->path) : u"Bağlı aygıt yok"_s, Qt::ToolTipRole);
     }
     addEntries(cboSpeed,
                {u"110"_s, u"300"_s, u"600"_s, u"1200"_s, u"2400"_s, u"4800"_s, u"9600"_s, u"14400"_s, u"19200"_s,

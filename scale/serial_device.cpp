@@ -1,8 +1,9 @@
 #include "scale/serial_device.h"
 
 #include "platform/serial_ports.h"
-
 #include "scale/comm_control.h"
+#include "scale/port_numbers.h"
+#include <QFile>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QObject>
@@ -64,27 +65,33 @@ public:
             if (arrived) arrived();
         });
         QObject::connect(&port_, &QSerialPort::errorOccurred, &port_, [this](QSerialPort::SerialPortError error) {
-            if (configured_ && error != QSerialPort::NoError && failed) failed();
+            if (!configured_ || error == QSerialPort::NoError) return;
+            if (isGone())
+                tell(gone);
+            else
+                tell(failed);
         });
         // An unplugged adapter shows as a read that returns nothing, which not every version of the library reports.
         QObject::connect(&node_, &QFileSystemWatcher::fileChanged, &port_, [this](const QString& path) {
-            if (configured_ && !QFileInfo::exists(path) && failed) failed();
+            if (configured_ && !isThere(path)) tell(gone);
         });
     }
 
     void open(const QString& path, const LineSettings& settings, FlowControl flow) override
     {
-        port_.setPortName(path);
+        const QString node = shownDevice(path);
+        if (!isThere(node)) throw commError(errors::invalidPortNumber);
+        port_.setPortName(node);
         port_.clearError();
         set(settings, flow);
-        if (!port_.open(QIODevice::ReadWrite)) throw commError(numberOf(port_.error(), path));
+        if (!port_.open(QIODevice::ReadWrite)) throw commError(numberOf(port_.error(), node));
         // Opening answers yes as soon as any one parameter took; asked again one by one, the line tells which did not.
         if (!set(settings, flow)) {
             port_.close();
             throw commError(errors::parametersRefused);
         }
         port_.clear();
-        node_.addPath(path);
+        node_.addPath(node);
         settings_ = settings;
         flow_ = flow;
         configured_ = true;
@@ -115,6 +122,14 @@ public:
     void discardOutput() override { port_.clear(QSerialPort::Output); }
 
 private:
+    static void tell(const std::function<void()>& callback)
+    {
+        if (callback) callback();
+    }
+
+    static bool isThere(const QString& node) { return platform::isThere(QFile::encodeName(node).toStdString()); }
+    bool isGone() const { return platform::isHungUp(port_.handle()) || !isThere(node_.files().value(0)); }
+
     bool set(const LineSettings& settings, FlowControl flow)
     {
         const bool speed = port_.setBaudRate(settings.speed);

@@ -2,7 +2,6 @@
 
 #include "base/code_page.h"
 #include "platform/serial_ports.h"
-#include <QFile>
 #include <QScopeGuard>
 #include <chrono>
 #include <utility>
@@ -24,19 +23,8 @@ constexpr qsizetype receiveCapacity = 4096;
 
 } // namespace
 
-PortFinder systemPorts(const QString& programDirectory)
-{
-    platform::SerialPortPlaces places;
-    places.programDirectory = QFile::encodeName(programDirectory).toStdString();
-    return [places](int number) -> std::optional<QString> {
-        const auto path = platform::serialPort(number, places);
-        if (!path) return std::nullopt;
-        return QFile::decodeName(QByteArray::fromStdString(platform::realDevice(*path).string()));
-    };
-}
-
 TeraziComm::TeraziComm(PortFinder ports, std::unique_ptr<SerialDevice> device, QObject* parent)
-    : QObject(parent), ports_(std::move(ports)), device_(std::move(device))
+    : QObject(parent), line_(std::move(ports), std::move(device))
 {
     for (QTimer* timer : {&quiet_, &lastCall_, &deadline_}) {
         timer->setSingleShot(true);
@@ -45,8 +33,12 @@ TeraziComm::TeraziComm(PortFinder ports, std::unique_ptr<SerialDevice> device, Q
     connect(&quiet_, &QTimer::timeout, this, &TeraziComm::quietEnded);
     connect(&lastCall_, &QTimer::timeout, this, &TeraziComm::silenceEnded);
     connect(&deadline_, &QTimer::timeout, this, &TeraziComm::announceLines);
-    device_->arrived = [this] { gather(); };
-    device_->failed = [this] {
+    line_.arrived = [this] { gather(); };
+    line_.pulled = [this] { plugPulled(); };
+    line_.back = [this] { plugBack(); };
+    line_.refused = [this] { emit stateChanged(); };
+    line_.opened = [this](int number, const QString& path) { emit deviceOpened(number, path); };
+    line_.failed = [this] {
         if (failing_) return;
         failing_ = true;
         // Not here: the library is in the middle of reading, and a close would come back as the next error.
@@ -61,9 +53,9 @@ TeraziComm::TeraziComm(PortFinder ports, std::unique_ptr<SerialDevice> device, Q
 
 TeraziComm::~TeraziComm()
 {
-    device_->arrived = nullptr;
-    device_->failed = nullptr;
-    device_->close();
+    line_.arrived = nullptr;
+    line_.failed = nullptr;
+    line_.close();
 }
 
 void TeraziComm::setCommPort(int number)
@@ -78,10 +70,7 @@ void TeraziComm::setSettings(const QString& text)
 {
     const auto parsed = parseLineSettings(text);
     if (!parsed) throw commError(base::errors::invalidProperty);
-    if (portOpen()) {
-        if (!isFeasible(*parsed)) throw commError(errors::parametersRefused);
-        device_->apply(*parsed, flow_);
-    }
+    if (portOpen()) line_.apply(*parsed, flow_);
     settings_ = *parsed;
 }
 
@@ -90,7 +79,7 @@ void TeraziComm::setHandshaking(int mode)
     if (mode < static_cast<int>(FlowControl::none) || mode > static_cast<int>(FlowControl::both))
         throw commError(base::errors::invalidProperty);
     const auto flow = static_cast<FlowControl>(mode);
-    if (portOpen()) device_->apply(settings_, flow);
+    if (portOpen()) line_.apply(settings_, flow);
     flow_ = flow;
 }
 
@@ -110,31 +99,55 @@ void TeraziComm::open()
 {
     ++session_;
     failing_ = false;
-    lineFeedMayFollow_ = false;
     wholeLines_ = false;
     if (raising_ == 0) readErrorRaised_ = false;
     try {
-        const auto path = ports_(commPort_);
-        if (!path) throw commError(errors::invalidPortNumber);
-        if (!isFeasible(settings_)) throw commError(errors::parametersRefused);
-        device_->open(*path, settings_, flow_);
+        line_.open(commPort_, settings_, flow_);
     } catch (const base::RuntimeError& error) {
         close();
         trouble_ = error.number();
         throw;
     }
-    quiet_.start(silence());
+    if (isPluggedIn()) listenAfresh();
 }
 
 void TeraziComm::close()
 {
     ++session_;
+    line_.close();
+    dropPending();
+    received_.clear();
+}
+
+/// What comes now may be the tail of a line that is under way.
+void TeraziComm::listenAfresh()
+{
+    lineFeedMayFollow_ = false;
+    wholeLines_ = false;
+    quiet_.start(silence());
+}
+
+void TeraziComm::dropPending()
+{
     quiet_.stop();
     lastCall_.stop();
     deadline_.stop();
-    device_->close();
     pending_.clear();
-    received_.clear();
+}
+
+void TeraziComm::plugPulled()
+{
+    ++session_; // an error that was told on the way out is none
+    failing_ = false;
+    wholeLines_ = false;
+    dropPending();
+    emit stateChanged();
+}
+
+void TeraziComm::plugBack()
+{
+    listenAfresh();
+    emit stateChanged();
 }
 
 std::chrono::milliseconds TeraziComm::silence() const
@@ -161,7 +174,7 @@ int TeraziComm::inBufferCount() const
     return static_cast<int>(count);
 }
 
-int TeraziComm::outBufferCount() const { return portOpen() ? device_->bytesToWrite() : 0; }
+int TeraziComm::outBufferCount() const { return line_.bytesToWrite(); }
 
 void TeraziComm::setInBufferCount(int count)
 {
@@ -172,12 +185,12 @@ void TeraziComm::setInBufferCount(int count)
 void TeraziComm::setOutBufferCount(int count)
 {
     if (count != 0) throw commError(base::errors::invalidProperty);
-    if (portOpen()) device_->discardOutput();
+    line_.discardOutput();
 }
 
 void TeraziComm::gather()
 {
-    QByteArray bytes = device_->readAll();
+    QByteArray bytes = line_.readAll();
     if (bytes.isEmpty()) return;
     readErrorRaised_ = false;
     lastCall_.stop();

@@ -2,7 +2,9 @@
 
 #include "scale/comm_control.h"
 #include "scale/line_settings.h"
+#include "scale/port_numbers.h"
 #include "scale/serial_device.h"
+#include "scale/serial_line.h"
 #include <QByteArray>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -16,11 +18,6 @@
 #include <optional>
 
 namespace scale {
-
-/// Finds the device of a port number; nothing if there is none.
-using PortFinder = std::function<std::optional<QString>(int number)>;
-/// The devices of this machine; the program's directory may hold links "com1" to "com16".
-PortFinder systemPorts(const QString& programDirectory);
 
 /// The serial control of the scale.
 ///
@@ -36,13 +33,15 @@ PortFinder systemPorts(const QString& programDirectory);
 /// Nobody may be reading: what has been announced for 2 seconds is dropped, so that the next line read is never an old
 /// one.
 ///
-/// The first trouble of an open line closes the port and raises OnComm() once, with code 8020, when the event loop runs
-/// next. A handler may open the port again; where no handler touches the port, the control opens it again by itself,
-/// once. If the line breaks again before it delivered a byte, the port closes for good and without an event, so a dying
-/// adapter can neither loop nor keep the processor busy.
+/// A plug that is pulled closes nothing and raises nothing: see SerialLine. What of a line was in by then is dropped.
 ///
-/// Timers run only while bytes wait, and for one silence() after opening: an idle control uses no processor time.
-/// Design-time state: port 1, "9600,n,8,1", no flow control, closed.
+/// The first read error of an open line closes the port and raises OnComm() once, with code 8020, when the event loop
+/// runs next. A handler may open the port again; where no handler touches the port, the control opens it again by
+/// itself, once. If reading fails again before the line delivered a byte, the port closes for good and without an
+/// event, so a dying adapter can neither loop nor keep the processor busy.
+///
+/// Timers run only while bytes wait, while the plug is out, and for one silence() after opening: an idle control uses
+/// no processor time. Design-time state: port 1, "9600,n,8,1", no flow control, closed.
 class TeraziComm : public QObject, public CommControl {
     Q_OBJECT
 
@@ -57,7 +56,7 @@ public:
     void setSettings(const QString& text) override;
     int handshaking() const override { return static_cast<int>(flow_); }
     void setHandshaking(int mode) override;
-    bool portOpen() const override { return device_->isOpen(); }
+    bool portOpen() const override { return line_.isOpen(); }
     void setPortOpen(bool open) override;
     QString input() override;
     int inBufferCount() const override;
@@ -70,6 +69,10 @@ public:
 
     /// The number of the error that closed the port although it was to be open; 0 otherwise.
     int trouble() const { return trouble_; }
+    /// False while the port is closed, and while it is open and its plug is out.
+    bool isPluggedIn() const { return line_.isPluggedIn(); }
+    /// While the plug is out: the error that keeps the device from being opened although it is back; 0 otherwise.
+    int whyNotBack() const { return line_.whyNotBack(); }
     /// The silence that ends a line without a carriage return: longer than the 250 ms that a scale may pause inside a
     /// line and than two characters take at the port's speed.
     std::chrono::milliseconds silence() const;
@@ -79,8 +82,10 @@ public:
 
 signals:
     void OnComm();
-    /// The port was opened or closed, or would not open.
+    /// The port was opened or closed, or would not open; its plug was pulled, or is in again.
     void stateChanged();
+    /// This is the device that was opened for a port number.
+    void deviceOpened(int number, const QString& path);
 
 private:
     /// Bytes announced together.
@@ -92,6 +97,10 @@ private:
     void open();
     void close();
     void openAgainUnseen();
+    void plugPulled();
+    void plugBack();
+    void listenAfresh();
+    void dropPending();
     void gather();
     void passTail(QByteArray& bytes);
     void quietEnded();
@@ -103,8 +112,7 @@ private:
     void lineFailed();
     void raise(int event);
 
-    PortFinder ports_;
-    std::unique_ptr<SerialDevice> device_;
+    SerialLine line_;
     int commPort_ = 1;
     LineSettings settings_;
     FlowControl flow_ = FlowControl::none;

@@ -287,23 +287,23 @@ void Player::send(const QString& text)
 void Player::unplug()
 {
     if (!line_->open()) throw Failure{u"there is no line that could be unplugged"_s};
-    const int before = form_->scaleEvents();
+    const bool wasPluggedIn = form_->TeraziComm->isPluggedIn();
     line_->unplug();
-    waitForBrokenLine(before);
+    if (wasPluggedIn) waitForPlug(false);
 }
 
 void Player::plug()
 {
-    const bool breaks = line_->open() && form_->TeraziComm->portOpen();
-    const int before = form_->scaleEvents();
+    const bool breaks = line_->open() && form_->TeraziComm->isPluggedIn();
     if (!line_->plug()) throw Failure{u"there is no line: com1 of the folder is taken"_s};
-    if (breaks) waitForBrokenLine(before);
+    if (breaks) waitForPlug(false);
+    if (form_->TeraziComm->portOpen()) waitForPlug(true);
 }
 
-void Player::waitForBrokenLine(int eventsBefore)
+void Player::waitForPlug(bool in)
 {
-    const auto noticed = [&] { return form_->scaleEvents() != eventsBefore || !form_->TeraziComm->portOpen(); };
-    if (!QTest::qWaitFor(noticed, 5000)) throw Failure{u"nobody has noticed that the line broke"_s};
+    if (!QTest::qWaitFor([&] { return form_->TeraziComm->isPluggedIn() == in; }, 2000))
+        throw Failure{in ? u"the line does not come back"_s : u"nobody has noticed that the plug is out"_s};
     letTimePass(0);
 }
 

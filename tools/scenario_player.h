@@ -52,7 +52,7 @@ private:
     void send(const QString& text);
     void unplug();
     void plug();
-    void waitForBrokenLine(int eventsBefore);
+    void waitForPlug(bool in);
     void pick(const QString& text);
     void choose(const QString& control, const QString& entry);
     void menu(const QString& item);

@@ -42,6 +42,8 @@ struct World {
     FakeKeyboard keyboard;
     FakeClock clock;
 
+    /// The folder that stands for the system's devices: none, until a test plugs some in.
+    QString devices() const { return folder.filePath(QStringLiteral("dev")); }
     QString file() const { return folder.filePath(QStringLiteral("Yag.mdb")); }
 
     app::Surroundings surroundings() { return surroundings(databases, printer, slips); }
@@ -53,6 +55,7 @@ struct World {
                 .settings = settings,
                 .regional = regional,
                 .directory = folder.path(),
+                .devices = devices(),
                 .executable = QStringLiteral("presva"),
                 .databases = books,
                 .printer = target,

@@ -33,7 +33,7 @@ void StatusLineTest::openPortWaitsForItsFirstWeight()
 {
     StatusLine line(nullptr);
     line.portOpened(3);
-    QCOMPARE(line.text(), QStringLiteral("Com3: tartım bekleniyor"));
+    QCOMPARE(line.text(), QStringLiteral("Com3: bağlı, tartım bekleniyor"));
     line.weightArrived();
     QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
 }
@@ -43,13 +43,13 @@ void StatusLineTest::whatIsNoWeightIsSaidUntilAWeightComes()
     StatusLine line(nullptr);
     line.portOpened(3);
     line.lineNotUnderstood();
-    QCOMPARE(line.text(), QStringLiteral("Com3: gelen satır ağırlık değil"));
+    QCOMPARE(line.text(), QStringLiteral("Com3: tanınmayan satır"));
     line.weightArrived();
     QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
     line.lineNotUnderstood();
     line.portClosed();
     line.portOpened(3);
-    QCOMPARE(line.text(), QStringLiteral("Com3: tartım bekleniyor"));
+    QCOMPARE(line.text(), QStringLiteral("Com3: bağlı, tartım bekleniyor"));
 }
 
 void StatusLineTest::ageOfTheLastWeightGrows()

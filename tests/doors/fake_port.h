@@ -11,6 +11,8 @@ class FakePort : public scale::SerialDevice {
 public:
     void open(const QString& path, const scale::LineSettings& settings, scale::FlowControl flow) override
     {
+        ++tries;
+        if (isOut) throw scale::commError(scale::errors::invalidPortNumber);
         apply(settings, flow);
         opened += path;
         open_ = true;
@@ -28,6 +30,11 @@ public:
     int bytesToWrite() const override { return toWrite; }
     void discardOutput() override { toWrite = 0; }
 
+    void pullPlug()
+    {
+        isOut = true;
+        gone();
+    }
     void deliver(const QByteArray& bytes)
     {
         waiting_ += bytes;
@@ -36,9 +43,11 @@ public:
 
     int refusal = 0;           ///< the error that opening and applying raise; 0: none
     bool breaksAtOnce = false; ///< as soon as it is open
+    bool isOut = false;        ///< the plug
     int toWrite = 0;           ///< bytes
 
     QStringList opened; ///< the paths
+    int tries = 0;      ///< to open it
     scale::LineSettings used;
     scale::FlowControl usedFlow = scale::FlowControl::none;
 

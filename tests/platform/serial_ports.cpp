@@ -3,7 +3,10 @@
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
+#include <cstdlib>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace platform;
 
@@ -81,6 +84,73 @@ TEST(SerialPorts, linkToAnUnpluggedAdapterKeepsItsNumber)
     std::filesystem::create_symlink(root / "dev/serial/by-id/usb-scale", link);
     ASSERT_EQ(serialPort(5, placesIn(root)).value(), link);
     ASSERT_FALSE(serialPort(6, placesIn(root)).has_value());
+}
+
+/// Adapters that are plugged in, with their links below serial/.
+void plug(const TemporaryFolder& root, const std::string& node, const Names& links)
+{
+    touch(root / "dev" / node);
+    for (const std::string& link : links) {
+        const std::filesystem::path place = root / "dev/serial" / link;
+        std::filesystem::create_directories(place.parent_path());
+        std::filesystem::remove(place);
+        std::filesystem::create_symlink(root / "dev" / node, place);
+    }
+}
+
+TEST(SerialPorts, rememberedAdapterKeepsItsNumberWhateverNodeItHas)
+{
+    const TemporaryFolder root;
+    const auto node = [&](int number) {
+        const auto found = serialPort(number, placesIn(root), {{5, "by-id/usb-A"}, {7, "by-id/usb-B"}});
+        return found ? realDevice(*found).filename().string() : "";
+    };
+    plug(root, "ttyUSB0", {"by-id/usb-A"});
+    plug(root, "ttyUSB1", {"by-id/usb-B"});
+    plug(root, "ttyUSB2", {"by-id/usb-New"});
+    EXPECT_EQ(node(5), "ttyUSB0");
+    EXPECT_EQ(node(6), "ttyUSB2"); // what nobody remembers gets the numbers that are left
+    EXPECT_EQ(node(7), "ttyUSB1");
+    EXPECT_EQ(node(8), "");
+
+    plug(root, "ttyUSB0", {"by-id/usb-B"});
+    plug(root, "ttyUSB1", {"by-id/usb-A"});
+    EXPECT_EQ(node(5), "ttyUSB1");
+    EXPECT_EQ(node(7), "ttyUSB0");
+
+    std::filesystem::remove(root / "dev/ttyUSB1");
+    EXPECT_EQ(node(5), "usb-A"); // its plug is out, and no other adapter takes its place
+    EXPECT_EQ(node(6), "ttyUSB2");
+}
+
+TEST(SerialPorts, adapterIsNamedByItsMakeAndNumberUnlessAnotherHasTheSameName)
+{
+    const TemporaryFolder root;
+    plug(root, "ttyUSB0", {"by-path/pci-1", "by-id/usb-CH340"});
+    touch(root / "dev/ttyS0");
+    EXPECT_EQ(stableName(root / "dev/ttyUSB0", placesIn(root)), "by-id/usb-CH340");
+    EXPECT_EQ(stableName(root / "dev/ttyS0", placesIn(root)), std::nullopt);
+
+    plug(root, "ttyUSB1", {"by-path/pci-2", "by-id/usb-CH340"}); // takes the link of the first
+    EXPECT_EQ(stableName(root / "dev/ttyUSB0", placesIn(root)), "by-path/pci-1");
+    EXPECT_EQ(stableName(root / "dev/ttyUSB1", placesIn(root)), "by-path/pci-2");
+}
+
+TEST(SerialPorts, lineIsHungUpWhenItsOtherEndHasGone)
+{
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(::grantpt(master), 0);
+    ASSERT_EQ(::unlockpt(master), 0);
+    const std::string name = ::ptsname(master);
+    const int line = ::open(name.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(line, 0);
+    EXPECT_FALSE(isHungUp(line));
+    EXPECT_TRUE(isThere(name));
+    ::close(master);
+    EXPECT_TRUE(isHungUp(line));
+    EXPECT_FALSE(isThere(name));
+    ::close(line);
 }
 
 TEST(SerialPorts, linksAreFollowedToTheRealDevice)

@@ -57,9 +57,9 @@ private:
     void load()
     {
         PropertiesDoors doors;
-        doors.ports = [](int number) -> std::optional<QString> {
+        doors.ports = [](int number) -> std::optional<PortDevice> {
             if (number > 6) return std::nullopt;
-            return u"/dev/ttyS%1"_s.arg(number - 1);
+            return PortDevice{u"/dev/ttyS%1"_s.arg(number - 1)};
         };
         doors.save = [this](const QString& key, const QString& text) {
             if (key == failingKey_) throw base::runtimeError(base::errors::pathAccess);

@@ -1,6 +1,7 @@
 #include "scale/terazi_comm.h"
 #include "scale/weight_line.h"
 #include "tests/scale/ordinary_user.h"
+#include "tests/scale/played_devices.h"
 #include "tests/scale/pseudo_terminal.h"
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
@@ -60,8 +61,11 @@ private slots:
     void bytesFromBeforeOpeningAreDiscarded();
     void fiftyLinesASecondAreShownWhole();
     void streamWithoutPausesShowsNoHalfWeight();
-    void pulledCableIsOneReadErrorAndNoWork();
-    void portOpensAgainAfterReplugging();
+    void pulledPlugIsSilenceAndNoWork();
+    void plugThatIsBackBringsWeightsAgain();
+    void adapterKeepsItsNumberOnAnyNode();
+    void adapterThatWasThereAllTheTimeIsAnothers();
+    void rememberedAdapterCanBeOpenedBeforeItIsPluggedIn();
     void idleLineWakesNobody();
     void missingAndBusyDevicesAreTold();
     void missingRightIsToldAsSuch();
@@ -193,7 +197,7 @@ void ScaleLine::streamWithoutPausesShowsNoHalfWeight()
     QCOMPARE(QSet<QString>(shown.begin(), shown.end()), QSet<QString>{u"1.234"_s});
 }
 
-void ScaleLine::pulledCableIsOneReadErrorAndNoWork()
+void ScaleLine::pulledPlugIsSilenceAndNoWork()
 {
     const auto control = newControl();
     KeepingStation station;
@@ -203,29 +207,126 @@ void ScaleLine::pulledCableIsOneReadErrorAndNoWork()
     QTRY_COMPARE(station.weight(), u"500"_s);
 
     QSignalSpy spy(control.get(), &TeraziComm::OnComm);
+    terminal_->send("   5");
     terminal_->pullOut();
-    QTRY_COMPARE(spy.size(), 1);
-    QCOMPARE(control->commEvent(), 8020);
-    QVERIFY(!control->portOpen()); // the one reopening found no device
+    QTRY_VERIFY(!control->isPluggedIn());
+    QVERIFY(control->portOpen());
 
     expectIdleness();
-    QCOMPARE(spy.size(), 1);
+    QVERIFY(spy.isEmpty());
     QCOMPARE(station.shown, QStringList{u"500"_s});
 }
 
-void ScaleLine::portOpensAgainAfterReplugging()
+void ScaleLine::plugThatIsBackBringsWeightsAgain()
 {
     const auto control = newControl();
     KeepingStation station;
     handle(*control, station);
+    openQuietLine(*control);
     for (int round = 1; round <= 3; ++round) {
-        openQuietLine(*control);
+        QTRY_VERIFY(control->hearsWholeLines());
         terminal_->send(QByteArray::number(100 * round) + "kg\r");
         QTRY_COMPARE(station.weight(), QString::number(100 * round));
         terminal_->pullOut();
-        QTRY_VERIFY(!control->portOpen());
+        QTRY_VERIFY(!control->isPluggedIn());
         plugIn();
     }
+}
+
+void ScaleLine::adapterKeepsItsNumberOnAnyNode()
+{
+    PlayedDevices devices(folder_->filePath(u"dev"_s));
+    QString memory;
+    const auto open = [&] {
+        auto control = std::make_unique<TeraziComm>(systemPorts(devices.places(), devices.memory(memory)));
+        QObject::connect(control.get(), &TeraziComm::deviceOpened, this, [&](int number, const QString& path) {
+            rememberAdapter(number, path, devices.places(), devices.memory(memory));
+        });
+        control->setCommPort(6);
+        return control;
+    };
+    const auto first = std::make_unique<PseudoTerminal>();
+    auto second = std::make_unique<PseudoTerminal>();
+    devices.plug(*first, "ttyUSB0", "usb-Terazi_A1");
+    devices.plug(*second, "ttyUSB1", "usb-Terazi_B2");
+    auto control = open();
+    KeepingStation station;
+    handle(*control, station);
+    openQuietLine(*control);
+    QCOMPARE(memory, u"6=by-id/usb-Terazi_B2"_s);
+    second->send("  200kg\r");
+    QTRY_COMPARE(station.weight(), u"200"_s);
+
+    // Out and in again as another node, while another adapter has taken its own.
+    PseudoTerminal third;
+    devices.pull("ttyUSB1", "usb-Terazi_B2");
+    second->pullOut();
+    QTRY_VERIFY(!control->isPluggedIn());
+    devices.plug(third, "ttyUSB1", "usb-Terazi_C3");
+    second = std::make_unique<PseudoTerminal>();
+    devices.plug(*second, "ttyUSB2", "usb-Terazi_B2");
+    QTRY_VERIFY(control->isPluggedIn());
+    QTRY_VERIFY(control->hearsWholeLines());
+    third.send("  300kg\r");
+    second->send("  210kg\r");
+    QTRY_COMPARE(station.weight(), u"210"_s);
+    control.reset();
+
+    // The next morning the two have each other's node.
+    devices.pull("ttyUSB0", "usb-Terazi_A1");
+    devices.pull("ttyUSB2", "usb-Terazi_B2");
+    devices.plug(*second, "ttyUSB0", "usb-Terazi_B2");
+    devices.plug(*first, "ttyUSB2", "usb-Terazi_A1");
+    control = open();
+    handle(*control, station);
+    openQuietLine(*control);
+    first->send("  100kg\r");
+    second->send("  220kg\r");
+    QTRY_COMPARE(station.weight(), u"220"_s);
+    QCOMPARE(station.shown, (QStringList{u"200"_s, u"210"_s, u"220"_s}));
+}
+
+void ScaleLine::adapterThatWasThereAllTheTimeIsAnothers()
+{
+    // Adapters without a name of their own are counted, and the count of one that stays changes when another goes.
+    PlayedDevices devices(folder_->filePath(u"dev"_s));
+    auto first = std::make_unique<PseudoTerminal>();
+    PseudoTerminal second;
+    devices.plug(*first, "ttyUSB0");
+    devices.plug(second, "ttyUSB1");
+    TeraziComm control(systemPorts(devices.places()));
+    control.setCommPort(5);
+    KeepingStation station;
+    handle(control, station);
+    openQuietLine(control);
+    first->send("  100kg\r");
+    QTRY_COMPARE(station.weight(), u"100"_s);
+    devices.pull("ttyUSB0");
+    first->pullOut();
+    QTRY_VERIFY(!control.isPluggedIn());
+    QTest::qWait(1000);
+    QVERIFY(!control.isPluggedIn());
+    QCOMPARE(control.whyNotBack(), 0);
+
+    first = std::make_unique<PseudoTerminal>();
+    devices.plug(*first, "ttyUSB0");
+    QTRY_VERIFY(control.isPluggedIn());
+    QTRY_VERIFY(control.hearsWholeLines());
+    first->send("  110kg\r");
+    QTRY_COMPARE(station.weight(), u"110"_s);
+}
+
+void ScaleLine::rememberedAdapterCanBeOpenedBeforeItIsPluggedIn()
+{
+    PlayedDevices devices(folder_->filePath(u"dev"_s));
+    QString memory = u"5=by-id/usb-Terazi_A1"_s;
+    TeraziComm control(systemPorts(devices.places(), devices.memory(memory)));
+    control.setCommPort(5);
+    control.setPortOpen(true);
+    QVERIFY(control.portOpen() && !control.isPluggedIn());
+    PseudoTerminal first;
+    devices.plug(first, "ttyUSB0", "usb-Terazi_A1");
+    QTRY_VERIFY(control.isPluggedIn());
 }
 
 void ScaleLine::idleLineWakesNobody()
@@ -255,10 +356,12 @@ void ScaleLine::missingAndBusyDevicesAreTold()
     second->setPortOpen(false);
 
     terminal_->pullOut();
-    QCOMPARE(errorOf(*first), errors::invalidPortNumber);
+    const auto third = newControl(); // of a program that has never seen the device
+    QCOMPARE(errorOf(*third), errors::invalidPortNumber);
     QFile::remove(link_);
     QVERIFY(QFile::link(folder_->filePath(u"nothing"_s), link_));
-    QCOMPARE(errorOf(*first), errors::invalidPortNumber);
+    QCOMPARE(errorOf(*third), errors::invalidPortNumber);
+    QVERIFY(!third->portOpen());
 }
 
 void ScaleLine::missingRightIsToldAsSuch()

@@ -28,10 +28,10 @@ template <class Preparation, class Action> qint64 fastestOf(int runs, Preparatio
     return fastest;
 }
 
-std::optional<QString> numbered(int number)
+std::optional<PortDevice> numbered(int number)
 {
     if (number == 9) return std::nullopt;
-    return u"/dev/com%1"_s.arg(number);
+    return PortDevice{u"/dev/com%1"_s.arg(number)};
 }
 
 } // namespace
@@ -80,6 +80,11 @@ private slots:
     void lineThatBreaksAgainStaysClosed();
     void lineThatDeliveredMayBreakAgain();
     void openingByHandForgetsEarlierErrors();
+    void pulledPlugLeavesThePortOpenAndSilent();
+    void halfALineFromBeforeThePlugWasPulledIsDropped();
+    void settingsWhileThePlugIsOutHoldWhenItIsBack();
+    void readErrorOnTheWayOutIsNone();
+    void readErrorWhoseDeviceIsGoneByThenWaitsForThePlug();
 
 private:
     /// What comes from now on is a line of its own.
@@ -462,12 +467,12 @@ void TeraziCommTest::brokenLineThatNobodyTouchesIsOpenedAgainOnce()
 void TeraziCommTest::lineThatCannotBeOpenedAgainIsToldWithItsReason()
 {
     control_->setPortOpen(true);
-    device_->refusal = errors::invalidPortNumber;
+    device_->refusal = errors::inUse;
     QSignalSpy told(control_.get(), &TeraziComm::stateChanged);
     device_->failed();
     QTRY_COMPARE(told.size(), 2);
     QVERIFY(!control_->portOpen());
-    QCOMPARE(control_->trouble(), errors::invalidPortNumber);
+    QCOMPARE(control_->trouble(), errors::inUse);
 }
 
 void TeraziCommTest::tailOfALineUnderWayAtOpeningIsNoLine_data()
@@ -616,6 +621,85 @@ void TeraziCommTest::openingByHandForgetsEarlierErrors()
     control_->setPortOpen(true);
     device_->failed();
     QTRY_COMPARE(spy.size(), 2);
+}
+
+void TeraziCommTest::pulledPlugLeavesThePortOpenAndSilent()
+{
+    openQuietLine();
+    QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+    QSignalSpy told(control_.get(), &TeraziComm::stateChanged);
+    device_->pullPlug();
+    QVERIFY(told.wait(1000));
+    QVERIFY(control_->portOpen() && !control_->isPluggedIn());
+    QCOMPARE(control_->trouble(), 0);
+    QCOMPARE(outcomeOf([&] { control_->setPortOpen(true); }), u"E8005"_s);
+    QCOMPARE(outcomeOf([&] { control_->setCommPort(2); }), u"E8000"_s);
+    QCOMPARE(control_->input(), QString());
+    QCOMPARE(control_->outBufferCount(), 0);
+    control_->setOutBufferCount(0);
+
+    device_->isOut = false;
+    QVERIFY(told.wait(2000));
+    QVERIFY(control_->portOpen() && control_->isPluggedIn());
+    QVERIFY(raised.isEmpty());
+    device_->deliver("34kg\r   510kg\r"); // the scale was in the middle of a line when the plug came
+    QTRY_COMPARE(raised.size(), 1);
+    QCOMPARE(control_->commEvent(), 2);
+    QCOMPARE(control_->input(), u"   510kg\r"_s);
+}
+
+void TeraziCommTest::halfALineFromBeforeThePlugWasPulledIsDropped()
+{
+    openQuietLine();
+    QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+    device_->deliver("  12");
+    device_->pullPlug();
+    QTRY_VERIFY(!control_->isPluggedIn());
+    device_->isOut = false;
+    QTRY_VERIFY(control_->hearsWholeLines());
+    QVERIFY(raised.isEmpty()); // alone it would have emptied the weight
+    device_->deliver("34kg\r");
+    QTRY_COMPARE(raised.size(), 1);
+    QCOMPARE(control_->input(), u"34kg\r"_s);
+}
+
+void TeraziCommTest::settingsWhileThePlugIsOutHoldWhenItIsBack()
+{
+    openQuietLine();
+    device_->pullPlug();
+    QTRY_VERIFY(!control_->isPluggedIn());
+    control_->setSettings(u"4800,E,7,1"_s);
+    control_->setHandshaking(1);
+    QCOMPARE(outcomeOf([&] { control_->setSettings(u"9600,N,8,1.5"_s); }), u"E8015"_s);
+    device_->isOut = false;
+    QTRY_VERIFY(control_->isPluggedIn());
+    QCOMPARE(device_->used.text(), u"4800,e,7,1"_s);
+    QCOMPARE(device_->usedFlow, FlowControl::software);
+}
+
+void TeraziCommTest::readErrorOnTheWayOutIsNone()
+{
+    openQuietLine();
+    QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+    device_->pullPlug();
+    for (int i = 0; i < 10; ++i) device_->failed();
+    QTRY_VERIFY(!control_->isPluggedIn());
+    QTest::qWait(20);
+    QVERIFY(raised.isEmpty());
+    QVERIFY(control_->portOpen());
+}
+
+void TeraziCommTest::readErrorWhoseDeviceIsGoneByThenWaitsForThePlug()
+{
+    openQuietLine();
+    QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+    device_->failed(); // some drivers fail a moment before the system takes the device away
+    device_->isOut = true;
+    QTRY_COMPARE(raised.size(), 1);
+    QCOMPARE(control_->commEvent(), 8020);
+    QVERIFY(control_->portOpen() && !control_->isPluggedIn());
+    device_->isOut = false;
+    QTRY_VERIFY(control_->isPluggedIn());
 }
 
 QTEST_GUILESS_MAIN(TeraziCommTest)

@@ -1,0 +1,76 @@
+#include "scale/port_numbers.h"
+
+#include <QFile>
+#include <QStringList>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace scale {
+
+namespace {
+
+std::filesystem::path pathOf(const QString& text) { return QFile::encodeName(text).toStdString(); }
+
+QString textOf(const std::filesystem::path& path)
+{
+    return QFile::decodeName(QByteArray::fromStdString(path.string()));
+}
+
+/// A link "comN" is what the mill itself says of a number, and lies in the program's directory.
+bool isLinkOfTheMill(const std::filesystem::path& path, const platform::SerialPortPlaces& places)
+{
+    return path.parent_path() == places.programDirectory;
+}
+
+/// "5=by-id/usb-... 6=by-id/usb-...": names of devices hold no blanks.
+platform::RememberedAdapters remembered(const AdapterMemory& memory)
+{
+    platform::RememberedAdapters adapters;
+    if (!memory.read) return adapters;
+    for (const QString& entry : memory.read().split(u' ', Qt::SkipEmptyParts)) {
+        const qsizetype end = entry.indexOf(u'=');
+        const int number = entry.left(end).toInt();
+        if (end > 0 && end + 1 < entry.size() && number >= platform::firstSerialPort &&
+            number <= platform::lastSerialPort)
+            adapters[number] = entry.sliced(end + 1).toStdString();
+    }
+    return adapters;
+}
+
+} // namespace
+
+PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory)
+{
+    return [places = std::move(places), memory = std::move(memory)](int number) -> std::optional<PortDevice> {
+        const platform::RememberedAdapters adapters = remembered(memory);
+        const auto path = platform::serialPort(number, places, adapters);
+        if (!path) return std::nullopt;
+        return PortDevice{textOf(*path), adapters.contains(number) && !isLinkOfTheMill(*path, places)};
+    };
+}
+
+PortFinder systemPorts(const QString& programDirectory)
+{
+    platform::SerialPortPlaces places;
+    places.programDirectory = pathOf(programDirectory);
+    return systemPorts(std::move(places));
+}
+
+void rememberAdapter(int number, const QString& path, const platform::SerialPortPlaces& places,
+                     const AdapterMemory& memory)
+{
+    platform::RememberedAdapters adapters = remembered(memory);
+    if (adapters.contains(number) || isLinkOfTheMill(pathOf(path), places)) return;
+    const auto name = platform::stableName(pathOf(path), places);
+    if (!name || name->find(' ') != std::string::npos) return;
+    adapters[number] = *name;
+    QStringList entries;
+    for (const auto& [known, adapter] : adapters)
+        entries += QString::number(known) + u'=' + QString::fromStdString(adapter);
+    memory.write(entries.join(u' '));
+}
+
+QString shownDevice(const QString& path) { return textOf(platform::realDevice(pathOf(path))); }
+
+} // namespace scale
