@@ -19,9 +19,9 @@ std::u16string u16(const QString& text) { return text.toStdU16String(); }
 QString qt(std::u16string_view text) { return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size())); }
 
 static_assert(jet::maxPages <= 1U << 24, "a row key has 24 bits for the page, 8 for the slot");
-RowKey keyOf(jet::RowId id) { return static_cast<RowKey>(id.page) << 8 | id.slot; }
+RowKey keyOf(jet::RowId id) { return id.packed(); }
 
-jet::RowId idOf(RowKey key) { return {static_cast<jet::PageNo>(key >> 8), static_cast<std::uint8_t>(key & 0xFF)}; }
+jet::RowId idOf(RowKey key) { return jet::RowId::unpacked(static_cast<std::uint32_t>(key)); }
 
 int numberOf(jet::Fault fault)
 {

@@ -72,7 +72,7 @@ struct Patient {
         for (const PageNo page : mapPages(pager(), large().definition.owned)) {
             const PageView view = pager().read(page);
             for (unsigned i = 0; i < *slotCount(view); ++i)
-                if (wanted(*slotAt(view, i))) return {page, static_cast<std::uint8_t>(i)};
+                if (wanted(*slotAt(view, SlotNo(i)))) return {page, SlotNo(i)};
         }
         throw std::logic_error("no such slot");
     }
@@ -103,7 +103,7 @@ struct Patient {
         std::optional<RowId> found;
         const Table& rights = database->table(u"MSysACEs");
         rights.forEachRow([&](RowId id, const RowView& row) {
-            if (row.number(*rights.columnNamed(u"ObjectId")) == double(definition)) found = id;
+            if (row.number(*rights.columnNamed(u"ObjectId")) == double(definition.number())) found = id;
             return true;
         });
         return found.value();
@@ -157,7 +157,8 @@ RowTable<Damage> checkDamage()
     warning("page of nobody", "ne boş ne de birinin", [](Patient& p) { allocatePage(p.pager()); });
     fault("one map for two tables", "haritanın iki sahibi var", [](Patient& p) {
         const MapRef map = p.large().definition.owned;
-        p.poke(p.small().definition.page, 55, {map.slot, int(map.page & 255), int(map.page >> 8), 0});
+        p.poke(p.small().definition.page, 55,
+               {map.slot.number(), int(map.page.number() & 255), int(map.page.number() >> 8), 0});
     });
     fault("list of roomy pages with a foreign one", "yer olan sayfaları arasında",
           [](Patient& p) { mapSet(p.pager(), p.small().definition.freeSpace, p.dataPage(p.large())); });
@@ -212,7 +213,7 @@ RowTable<Damage> checkDamage()
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
         const RowId other = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
         p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset,
-               {other.slot, int(other.page & 255), int(other.page >> 8), 0});
+               {other.slot.number(), int(other.page.number() & 255), int(other.page.number() >> 8), 0});
     });
     fault("moved row with two heads", "iki yerden geliniyor", [](Patient& p) {
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
@@ -246,7 +247,7 @@ RowTable<Damage> checkDamage()
     fault("value in a dead slot", "uzun alanın satırı yok", [=](Patient& p) {
         const auto [page, at] = p.fieldWhere(note, isOutside);
         const auto bytes = p.pager().read(page).subspan(at, 12);
-        killSlot(p.pager().write(getU24(&bytes[5])), bytes[4]);
+        killSlot(p.pager().write(PageNo(getU24(&bytes[5]))), SlotNo(bytes[4]));
     });
     fault("value of two rows", "iki değere ait", [=](Patient& p) {
         std::set<std::uint32_t> seen;
@@ -357,7 +358,7 @@ TEST(Check, manyFaultsAreCountedNotListed)
         for (const PageNo page : mapPages(patient.pager(), patient.large().definition.owned))
             for (unsigned slot = 0; slot < *slotCount(patient.pager().read(page)); ++slot) {
                 // The slot of a row that is gone may stand at the very end of the page, with no byte to change.
-                const auto offset = slotAt(patient.pager().read(page), slot)->offset;
+                const auto offset = slotAt(patient.pager().read(page), SlotNo(slot))->offset;
                 if (offset < pageSize) patient.poke(page, offset, {99});
             }
         change.commit();

@@ -42,7 +42,7 @@ protected:
         for (unsigned i = 0; i < 4; ++i) key[1 + i] = static_cast<std::uint8_t>(number >> (24 - 8 * i));
         return key;
     }
-    static RowId row(std::uint32_t number) { return {100 + number / 200, static_cast<std::uint8_t>(number % 200)}; }
+    static RowId row(std::uint32_t number) { return {PageNo(100 + number / 200), SlotNo(number % 200)}; }
     std::vector<std::string> faults() const
     {
         std::vector<std::string> faults, warnings;

@@ -18,15 +18,17 @@
 #include <set>
 
 using jet::Key;
+using jet::PageCount;
 using jet::PageNo;
 using jet::RowId;
+using jet::SlotNo;
 
 namespace {
 
 constexpr PageNo table = 2; ///< no definition there, only its number counts
 constexpr PageNo mapPage = 3;
 constexpr PageNo root = 4;
-constexpr PageNo pagesBefore = 16;
+constexpr PageCount pagesBefore = 16;
 
 /// A file with one empty index, kept in memory.
 struct Workbench {
@@ -102,7 +104,7 @@ Key filledKey(std::size_t length, std::uint8_t fill, std::uint32_t number)
     return key;
 }
 
-RowId rowNumber(std::uint32_t number) { return {100 + number / 200, std::uint8_t(number % 200)}; }
+RowId rowNumber(std::uint32_t number) { return {PageNo(100 + number / 200), SlotNo(number % 200)}; }
 
 using MakeKey = std::function<Key(std::mt19937&, std::uint32_t)>;
 
@@ -166,7 +168,7 @@ TEST(IndexTree, leafHasTheBytesThatAccessWrites)
     Workbench bench;
     jet::Transaction change(*bench.pager);
     for (const std::uint8_t number : {2, 1, 4, 5, 3})
-        bench.tree->insert(longKey(number), RowId{75, std::uint8_t(number - 1)});
+        bench.tree->insert(longKey(number), RowId{75, SlotNo(number - 1U)});
     const auto page = bench.pager->read(root);
     ASSERT_EQ(hexOf(page.first(27)), "0401f30d0200000000000000000000000000000000000000000000");
     ASSERT_EQ(hexOf(page.subspan(27, 7)), "00020408102000");
@@ -191,7 +193,7 @@ TEST(IndexTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
         const std::uint32_t bits = ~((19 + (509 - i) / 2) ^ 0x80000000U);
         entries.emplace_back(
             Key{0x80, std::uint8_t(bits >> 24), std::uint8_t(bits >> 16), std::uint8_t(bits >> 8), std::uint8_t(bits)},
-            RowId{17 + i / 250, std::uint8_t(i % 250)});
+            RowId{PageNo(17 + i / 250), SlotNo(i % 250)});
     }
     entries.emplace_back(Key{0xFF}, RowId{20, 0x39});
     entries.emplace_back(Key{0xFF}, RowId{20, 0x3A});
@@ -359,7 +361,7 @@ TEST(IndexTree, massDeleteGivesPagesBackAndTheyAreUsedAgain)
     std::vector<Key> keys;
     for (std::int32_t i = 0; i < 10000; ++i) keys.push_back(longKey(i * 7919 % 10000));
     Model model = fill(bench, keys);
-    const PageNo pages = bench.pager->pageCount();
+    const PageCount pages = bench.pager->pageCount();
     for (int round = 0; round < 3; ++round) {
         jet::Transaction change(*bench.pager);
         // All but a few in the middle.

@@ -195,8 +195,8 @@ inline std::string difference(const std::filesystem::path& file, const jet::Tabl
                 nearestText = *field < printed[i].size() ? printed[i][*field] : std::string();
             }
         }
-        fault = name + ": the row at page " + std::to_string(id.page) + " slot " + std::to_string(id.slot) +
-                " is not among those printed";
+        fault = name + ": the row at page " + std::to_string(id.page.number()) + " slot " +
+                std::to_string(id.slot.number()) + " is not among those printed";
         if (nearest) fault += "; the nearest one has " + names[*nearest] + " = " + nearestText;
         return false;
     });

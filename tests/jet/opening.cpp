@@ -186,7 +186,7 @@ TEST(Opening, oneDamagedTableLeavesTheOthersReadable)
         damaged = database->createTable(u"Bozuk", {{.name = u"A", .type = jet::ColumnType::byte}}, {}, rows::created)
                       .definitionPage();
     }
-    disk.content("a.mdb")[damaged * jet::pageSize + 8] = 0xFF;
+    disk.content("a.mdb")[jet::positionOf(damaged) + 8] = 0xFF;
     const auto database = jet::Database::open(disk, "a.mdb");
     ASSERT_EQ(database->tableNames().size(), 2U);
     int count = 0;

@@ -25,7 +25,7 @@ using Content = std::vector<std::uint8_t>;
 Content contentOf(Pager& pager)
 {
     Content content;
-    for (PageNo page = 0; page < pager.pageCount(); ++page) {
+    for (PageNo page = 0; pager.has(page); ++page) {
         const auto view = pager.read(page);
         content.insert(content.end(), view.begin(), view.end());
     }
@@ -54,7 +54,7 @@ void change(Pager& pager, std::mt19937& random)
             fill(pager, somePage(), static_cast<std::uint8_t>(random()));
         } else if (kind == 6) {
             pager.extendTo(pager.pageCount() + 1 + random() % 3);
-            fill(pager, pager.pageCount() - 1, static_cast<std::uint8_t>(random()));
+            fill(pager, PageNo(pager.pageCount() - 1), static_cast<std::uint8_t>(random()));
         } else {
             const auto bytes = pager.write(somePage());
             bytes[7] ^= 1;
@@ -67,7 +67,7 @@ TEST(Pager, readsWhatStandsInTheFile)
 {
     PowerCutDisk disk;
     auto content = blankFile(200);
-    for (PageNo page = 2; page < 200; ++page) content[page * pageSize + 5] = static_cast<std::uint8_t>(page);
+    for (PageNo page = 2; page < 200; ++page) content[positionOf(page) + 5] = static_cast<std::uint8_t>(page.number());
     disk.put(file, content);
     Pager pager(disk, file, Pager::Mode::readWrite);
     ASSERT_TRUE(pager.writable());
@@ -312,7 +312,7 @@ TEST(Pager, missingPageIsDamage)
     disk.put(file, blankFile());
     Pager pager(disk, file, Pager::Mode::readWrite);
     ASSERT_EQ(faultOf([&] { pager.read(16); }), Fault::damaged);
-    ASSERT_EQ(faultOf([&] { pager.read(0xFFFFFFFF); }), Fault::damaged);
+    ASSERT_EQ(faultOf([&] { pager.read(PageNo(0xFFFFFFFFU)); }), Fault::damaged);
     Transaction change(pager);
     ASSERT_EQ(faultOf([&] { pager.write(16); }), Fault::damaged);
 }
@@ -404,7 +404,7 @@ TEST(Pager, longJournalIsPutBackWhole)
     Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction transaction(pager);
     for (PageNo page = 2; page < 400; ++page)
-        if (page % 5 != 0) fill(pager, page, static_cast<std::uint8_t>(page));
+        if (page.number() % 5 != 0) fill(pager, page, static_cast<std::uint8_t>(page.number()));
     pager.extendTo(700);
     const auto after = contentOf(pager);
     disk.beforeEachChange = [&] {
@@ -583,7 +583,7 @@ TEST(Pager, journalBesideAReplacedDatabaseIsSetAside)
     const auto stopped = stoppedBeforeTheEnd(before, after);
     auto other = before;
     other[12 * pageSize + 44] = 5; // one page differs that the journal knows nothing of
-    for (const PageNo pages : {18U, 20U, 22U, 40U}) {
+    for (const PageCount pages : {18U, 20U, 22U, 40U}) {
         auto replaced = other;
         replaced.resize(pages * pageSize);
         PowerCutDisk disk;

@@ -13,10 +13,11 @@ namespace {
 const std::filesystem::path file = "Yag.mdb";
 
 /// A file whose pages say their numbers.
-PowerCutDisk& numbered(PowerCutDisk& disk, PageNo pages)
+PowerCutDisk& numbered(PowerCutDisk& disk, PageCount pages)
 {
     auto content = blankFile(pages);
-    for (PageNo page = 2; page < pages; ++page) content[page * pageSize + 100] = static_cast<std::uint8_t>(page);
+    for (PageNo page = 2; page < PageNo(pages); ++page)
+        content[positionOf(page) + 100] = static_cast<std::uint8_t>(page.number());
     disk.put(file, content);
     return disk;
 }
@@ -29,7 +30,7 @@ TEST(PassingLooks, showEveryPageInWhateverOrder)
     Pager pager(numbered(disk, 200), file, Pager::Mode::readOnly);
     PassingBuffer buffer;
     for (const PageNo page : {PageNo{2}, PageNo{199}, PageNo{63}, PageNo{64}, PageNo{3}})
-        EXPECT_EQ(pager.look(page, buffer)[100], page);
+        EXPECT_EQ(pager.look(page, buffer)[100], page.number());
     pager.read(150);
     EXPECT_EQ(pager.look(150, buffer)[100], 150);
     EXPECT_EQ(pager.look(4, buffer)[100], 4);

@@ -34,7 +34,7 @@ std::uint32_t u32At(const Image& image, std::size_t at)
 }
 std::size_t slotStart(const Image& image, PageNo page, unsigned slot)
 {
-    return page * pageSize + (u16At(image, page * pageSize + 14 + 2 * slot) & 0x1FFF);
+    return positionOf(page) + (u16At(image, positionOf(page) + 14 + 2 * slot) & 0x1FFF);
 }
 
 /// Where a row of the big table stands.
@@ -70,17 +70,18 @@ struct World {
             definitions.push_back(database->table(each).definitionPage());
         database->table(MixedWork::table).forEachRow([&](RowId id, const RowView& row) {
             Place place{id.page, id.page, {}};
-            const std::size_t entry = id.page * pageSize + 14 + 2 * std::size_t{id.slot};
-            if (u16At(image, entry) & 0x4000) place.body = u24At(image, slotStart(image, id.page, id.slot) + 1);
+            const std::size_t entry = positionOf(id.page) + 14 + 2 * std::size_t{id.slot.number()};
+            if (u16At(image, entry) & 0x4000)
+                place.body = PageNo(u24At(image, slotStart(image, id.page, id.slot.number()) + 1));
             const auto stored = row.stored(5);
             if (stored.size() >= 12 && (stored[3] & 0x80) == 0) {
-                PageNo page = getU24(&stored[5]);
+                PageNo page(getU24(&stored[5]));
                 unsigned slot = stored[4];
                 for (const bool chain = (stored[3] & 0x40) == 0; page != 0;) {
                     place.note.insert(page);
                     const std::size_t piece = slotStart(image, page, slot);
                     slot = image[piece];
-                    page = chain ? u24At(image, piece + 1) : 0;
+                    page = PageNo(chain ? u24At(image, piece + 1) : 0);
                 }
             }
             places[static_cast<int>(row.number(0).value())] = place;
@@ -107,13 +108,13 @@ struct World {
             if (!place.note.empty()) return *place.note.begin();
         return 0;
     }
-    PageNo mapPage() const { return u24At(image, definitions[0] * pageSize + 56); }
+    PageNo mapPage() const { return PageNo(u24At(image, positionOf(definitions[0]) + 56)); }
     /// The page with the rows of the catalogue, which belong to the definition on page 2.
     Pages cataloguePages() const
     {
         Pages pages;
-        for (PageNo page = 3; page < image.size() / pageSize; ++page)
-            if (image[page * pageSize] == 1 && u32At(image, page * pageSize + 4) == 2) pages.insert(page);
+        for (PageNo page = 3; page < PageNo(image.size() / pageSize); ++page)
+            if (image[positionOf(page)] == 1 && u32At(image, positionOf(page) + 4) == 2) pages.insert(page);
         return pages;
     }
 
@@ -141,7 +142,7 @@ struct Damage {
 
 void fill(Image& image, PageNo page, std::uint8_t byte)
 {
-    std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(page * pageSize), pageSize, byte);
+    std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(positionOf(page)), pageSize, byte);
 }
 
 Damage blank(Pages pages, std::uint8_t byte = 0)
@@ -159,7 +160,7 @@ TEST(Rescue, theWorldHasMovedRowsAndLongValues)
     ASSERT_EQ(world().places.size(), world().rows.size());
     ASSERT_TRUE(
         std::ranges::any_of(world().places, [](const auto& each) { return each.second.head != each.second.body; }));
-    ASSERT_NE(world().notePage(), 0U);
+    ASSERT_NE(world().notePage(), PageNo(0));
 }
 
 TEST(Rescue, aSoundFileComesOutWhole)
@@ -183,8 +184,8 @@ class RescueDamage : public TableTest<DamageOf> {};
 Damage cutAfter(const World& w, PageNo cut)
 {
     Damage end;
-    end.inflict = [cut](Image& image) { image.resize(cut * pageSize + 11); };
-    for (PageNo page = cut; page < w.image.size() / pageSize; ++page) end.gone.insert(page);
+    end.inflict = [cut](Image& image) { image.resize(positionOf(cut) + 11); };
+    for (PageNo page = cut; page < PageNo(w.image.size() / pageSize); ++page) end.gone.insert(page);
     end.rowsOfMillMayBeGone = true;
     return end;
 }
@@ -214,7 +215,7 @@ RowTable<DamageOf> rescueDamage()
              Damage wholeCatalogue = blank(w.cataloguePages());
              wholeCatalogue.inflict = [inflict = wholeCatalogue.inflict](Image& image) {
                  inflict(image);
-                 for (const PageNo page : {0, 1, 2}) fill(image, page, 0);
+                 for (const PageNo page : std::initializer_list<PageNo>{0, 1, 2}) fill(image, page, 0);
              };
              wholeCatalogue.namesAreGone = true;
              return wholeCatalogue;
@@ -228,13 +229,13 @@ RowTable<DamageOf> rescueDamage()
         {"a page of rows says another owner",
          [](const World& w) {
              Damage owner = blank({});
-             owner.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize + 5] ^= 0x40; };
+             owner.inflict = [page = w.fullestPage()](Image& image) { image[positionOf(page) + 5] ^= 0x40; };
              return owner;
          }},
         {"a page of rows says another type",
          [](const World& w) {
              Damage type = blank({});
-             type.inflict = [page = w.fullestPage()](Image& image) { image[page * pageSize] = 0x5A; };
+             type.inflict = [page = w.fullestPage()](Image& image) { image[positionOf(page)] = 0x5A; };
              return type;
          }},
         {"the table's map cleared",
@@ -242,7 +243,7 @@ RowTable<DamageOf> rescueDamage()
              Damage map = blank({});
              map.inflict = [&w](Image& image) {
                  // The row of the table's own map: its bits go, one page after the other.
-                 const unsigned slot = image[w.definitions[0] * pageSize + 55];
+                 const unsigned slot = image[positionOf(w.definitions[0]) + 55];
                  const std::size_t at = slotStart(image, w.mapPage(), slot);
                  std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 5), 16, std::uint8_t{0});
              };
@@ -321,8 +322,8 @@ TEST(Rescue, aPageThatStandsTwiceGivesItsRowsTwice)
     files::MemoryDisk disk;
     disk.content(file) = w.image;
     Image& image = disk.content(file);
-    std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(source * pageSize), pageSize,
-                image.begin() + static_cast<std::ptrdiff_t>(target * pageSize));
+    std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(positionOf(source)), pageSize,
+                image.begin() + static_cast<std::ptrdiff_t>(positionOf(target)));
     const RescueResult result = run(disk);
     ASSERT_FALSE(result.whole());
     // Two rows with one number: the rule of the primary key is lost, no row is.

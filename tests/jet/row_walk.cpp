@@ -35,39 +35,38 @@ std::u16string letters(std::size_t count) { return std::u16string(count, u'ş');
 
 /// A row's place, and the file's bytes as the test itself reads and writes them: no verdict here comes from the code
 /// that is tested.
-struct Place {
-    PageNo page = 0;
-    unsigned slot = 0;
-    auto operator<=>(const Place&) const = default;
-};
+using Place = RowId;
 
 class Bytes {
 public:
     explicit Bytes(Image& image) : image_(image) {}
 
-    std::uint8_t& byte(PageNo page, std::size_t at) { return image_[page * pageSize + at]; }
+    std::uint8_t& byte(PageNo page, std::size_t at) { return image_[positionOf(page) + at]; }
     unsigned word(PageNo page, std::size_t at) { return byte(page, at) | unsigned{byte(page, at + 1)} << 8; }
     void setWord(PageNo page, std::size_t at, unsigned value)
     {
         byte(page, at) = static_cast<std::uint8_t>(value);
         byte(page, at + 1) = static_cast<std::uint8_t>(value >> 8);
     }
-    PageNo pageNumber(PageNo page, std::size_t at) { return word(page, at) | PageNo{byte(page, at + 2)} << 16; }
+    PageNo pageNumber(PageNo page, std::size_t at)
+    {
+        return PageNo(word(page, at) | unsigned{byte(page, at + 2)} << 16);
+    }
 
-    unsigned slot(Place place) { return word(place.page, 14 + 2 * place.slot); }
-    void setSlot(Place place, unsigned value) { setWord(place.page, 14 + 2 * place.slot, value); }
+    unsigned slot(Place place) { return word(place.page, 14 + 2 * place.slot.number()); }
+    void setSlot(Place place, unsigned value) { setWord(place.page, 14 + 2 * place.slot.number(), value); }
     std::size_t start(Place place) { return slot(place) & 0x1FFF; }
-    Place target(Place head) { return {pageNumber(head.page, start(head) + 1), byte(head.page, start(head))}; }
+    Place target(Place head) { return {pageNumber(head.page, start(head) + 1), SlotNo(byte(head.page, start(head)))}; }
     /// Makes the slot a pointer.
     void point(Place head, Place to)
     {
         setSlot(head, static_cast<unsigned>(start(head)) | 0x4000);
-        byte(head.page, start(head)) = static_cast<std::uint8_t>(to.slot);
-        setWord(head.page, start(head) + 1, to.page);
-        byte(head.page, start(head) + 3) = static_cast<std::uint8_t>(to.page >> 16);
+        byte(head.page, start(head)) = static_cast<std::uint8_t>(to.slot.number());
+        setWord(head.page, start(head) + 1, to.page.number());
+        byte(head.page, start(head) + 3) = static_cast<std::uint8_t>(to.page.number() >> 16);
     }
     /// Where the table's own map stands: the row and its first byte.
-    Place ownedMap(PageNo definition) { return {pageNumber(definition, 56), byte(definition, 55)}; }
+    Place ownedMap(PageNo definition) { return {pageNumber(definition, 56), SlotNo(byte(definition, 55))}; }
 
 private:
     Image& image_;
@@ -90,7 +89,7 @@ struct World {
                     made.update(places[static_cast<std::size_t>(n)], {{1, letters(250)}});
                 definitions.push_back(made.definitionPage());
                 heads.emplace_back();
-                for (const RowId id : places) heads.back().push_back({id.page, id.slot});
+                for (const RowId id : places) heads.back().push_back(id);
             }
         }
         image = disk.content(file);
@@ -205,7 +204,7 @@ const RowTable<Damage> damages = {
          // An inline map: bytes of bits behind its type and first page.
          const Place map = b.ownedMap(w.definitions[0]);
          const PageNo first = b.pageNumber(map.page, b.start(map) + 1);
-         const PageNo bit = w.body(moved).page - first;
+         const unsigned bit = w.body(moved).page - first;
          b.byte(map.page, b.start(map) + 5 + bit / 8) &= static_cast<std::uint8_t>(~(1U << bit % 8));
      }, {}}},
     {"map of pages unreadable", {[](Bytes& b, const World& w) {
@@ -262,13 +261,11 @@ protected:
         database = Database::open(disk, file);
         database->table(table).scan(
             [&](RowId id, const RowView& row) {
-                shown.insert({id.page, id.slot});
+                shown.insert(id);
                 numbers.insert(static_cast<int>(row.number(0).value()));
                 return true;
             },
-            [&](RowId id, const std::string&) {
-                reported.insert({id.page, id.slot});
-            });
+            [&](RowId id, const std::string&) { reported.insert(id); });
     }
     /// Heads of the rows that must be shown.
     std::set<Place> soundHeads() const
@@ -287,8 +284,8 @@ protected:
     }
     static bool names(const std::string& sentences, Place row, const char* between)
     {
-        return sentences.find(std::to_string(row.page) + ". sayfa" + between + std::to_string(row.slot) + ". satır") !=
-               std::string::npos;
+        return sentences.find(std::to_string(row.page.number()) + ". sayfa" + between +
+                              std::to_string(row.slot.number()) + ". satır") != std::string::npos;
     }
 
     const Verdict& verdict = row().verdict;
@@ -308,11 +305,10 @@ TEST_P(RowsOfADamagedFile, areShownByACursorWhereTheyAreSound)
 TEST_P(RowsOfADamagedFile, areFoundByTheirPlacesWhereTheyAreSound)
 {
     const Table& rows = database->table(table);
-    for (const Place head : shown)
-        EXPECT_TRUE(rows.row({head.page, static_cast<std::uint8_t>(head.slot)})) << head.slot;
+    for (const Place head : shown) EXPECT_TRUE(rows.row(head)) << head.slot.number();
     if (verdict.twoHeads) return;
     for (const int n : verdict.damaged) {
-        const RowId head{world().head(n).page, static_cast<std::uint8_t>(world().head(n).slot)};
+        const RowId head = world().head(n);
         EXPECT_THROW(rows.row(head), Error) << n;
     }
 }
@@ -323,8 +319,9 @@ TEST_P(RowsOfADamagedFile, areSoundToTheCheckWhereACursorShowsThem)
     const std::string faults = joined(result.faults);
     EXPECT_EQ(result.ok(), verdict.file == File::sound) << faults;
     EXPECT_EQ(result.rows - world().systemRows - rowsOnAPage, shown.size()) << faults;
-    for (const Place head : damagedHeads()) EXPECT_TRUE(names(faults, head, ": ")) << head.slot << '\n' << faults;
-    for (const Place head : shown) EXPECT_FALSE(names(faults, head, ": ")) << head.slot << '\n' << faults;
+    for (const Place head : damagedHeads())
+        EXPECT_TRUE(names(faults, head, ": ")) << head.slot.number() << '\n' << faults;
+    for (const Place head : shown) EXPECT_FALSE(names(faults, head, ": ")) << head.slot.number() << '\n' << faults;
 }
 
 TEST_P(RowsOfADamagedFile, areNotWrittenBesideDamage)
@@ -356,8 +353,9 @@ TEST_P(RowsOfADamagedFile, areSavedByARescueAndNeverCalledLostWhereTheyAreSound)
     std::multiset<int> expected = numbers;
     expected.insert(verdict.rescuedMore.begin(), verdict.rescuedMore.end());
     EXPECT_EQ(numbersIn(*Database::open(disk, saved)), expected) << losses;
-    for (const Place head : damagedHeads()) EXPECT_TRUE(names(losses, head, ", ")) << head.slot << '\n' << losses;
-    for (const Place head : shown) EXPECT_FALSE(names(losses, head, ", ")) << head.slot << '\n' << losses;
+    for (const Place head : damagedHeads())
+        EXPECT_TRUE(names(losses, head, ", ")) << head.slot.number() << '\n' << losses;
+    for (const Place head : shown) EXPECT_FALSE(names(losses, head, ", ")) << head.slot.number() << '\n' << losses;
     EXPECT_TRUE(result.whole() || verdict.file == File::damaged) << losses;
 }
 
@@ -381,7 +379,7 @@ const RowTable<DefinitionDamage> definitionDamages = {
     {"end cut off", {[](Bytes& b, PageNo d) { b.setWord(d, 8, lengthOf(b, d) - 2); }}},
     {"longer than its pages", {[](Bytes& b, PageNo d) { b.setWord(d, 8, 9000); }}},
     {"remains at the end", {[](Bytes& b, PageNo d) { b.setWord(d, 8, lengthOf(b, d) + 1); }}},
-    {"pages in a ring", {[](Bytes& b, PageNo d) { b.setWord(d, 4, d); }}},
+    {"pages in a ring", {[](Bytes& b, PageNo d) { b.setWord(d, 4, d.number()); }}},
     {"next page of another type", {[](Bytes& b, PageNo d) { b.setWord(d, 4, 1); }}},
     {"next page past the end of the file", {[](Bytes& b, PageNo d) { b.setWord(d, 4, 5000); }, true, Fault::cutShort}},
     {"map in a slot that is none", {[](Bytes& b, PageNo d) { b.byte(d, 55) = 250; }}},
@@ -435,9 +433,9 @@ TEST(LongValueWhoseChainTurnsBack, isReadByNobody)
     Image& image = disk.content(file);
     Bytes bytes(image);
     // A chain of one piece that names itself as the next, and has fewer bytes than are promised.
-    const Place piece{reference[5] | PageNo{reference[6]} << 8, reference[4]};
-    bytes.byte(piece.page, bytes.start(piece)) = static_cast<std::uint8_t>(piece.slot);
-    bytes.setWord(piece.page, bytes.start(piece) + 1, piece.page);
+    const Place piece{PageNo(reference[5] | unsigned{reference[6]} << 8), SlotNo(reference[4])};
+    bytes.byte(piece.page, bytes.start(piece)) = static_cast<std::uint8_t>(piece.slot.number());
+    bytes.setWord(piece.page, bytes.start(piece) + 1, piece.page.number());
     bytes.byte(piece.page, bytes.start(piece) + 3) = 0;
     const auto at = std::search(image.begin(), image.end(), reference.begin(), reference.end());
     ASSERT_NE(at, image.end());

@@ -94,8 +94,8 @@ TEST(RowPage, rowsGrowFromTheEndOfThePage)
     Page page{};
     jet::initRowPage(page, 37);
     ASSERT_EQ(jet::freeBytes(page), std::size_t(4096 - 14));
-    ASSERT_EQ(int(jet::appendRow(page, bytesOf("AABBCC"), jet::RowKind::ordinary)), 0);
-    ASSERT_EQ(int(jet::appendRow(page, bytesOf("DDEE"), jet::RowKind::body)), 1);
+    ASSERT_EQ(jet::appendRow(page, bytesOf("AABBCC"), jet::RowKind::ordinary), jet::SlotNo(0));
+    ASSERT_EQ(jet::appendRow(page, bytesOf("DDEE"), jet::RowKind::body), jet::SlotNo(1));
     ASSERT_EQ(hexOf(std::span(page).first(18)), plainHex("0101 E90F 25000000 00000000 0200 FD0F FB8F"));
     ASSERT_EQ(hexOf(std::span(page).last(5)), plainHex("DDEE AABBCC"));
     ASSERT_TRUE(jet::slotAt(page, 1)->body());
@@ -148,7 +148,7 @@ TEST(RowPage, aDeadSlotGivesItsBytesBackAndKeepsItsNumber)
     ASSERT_TRUE(jet::slotAt(page, 1)->body());
     ASSERT_FALSE(jet::allSlotsDead(page));
     ASSERT_EQ(hexOf(std::span(page).last(2)), plainHex("EEFF"));
-    ASSERT_EQ(int(jet::appendRow(page, bytesOf("11"), jet::RowKind::ordinary)), 2);
+    ASSERT_EQ(jet::appendRow(page, bytesOf("11"), jet::RowKind::ordinary), jet::SlotNo(2));
     jet::killAllSlots(page);
     ASSERT_TRUE(jet::allSlotsDead(page));
     ASSERT_EQ(jet::freeBytes(page), std::size_t(4096 - 14 - 6));
@@ -162,7 +162,7 @@ TEST(RowPage, aFullSlotTableTakesNoMoreRows)
     for (unsigned slot = 0; slot < jet::limits::slotsOnPage; ++slot) {
         ASSERT_GT(jet::roomForRow(page), 0);
         jet::appendRow(page, bytesOf("AABB"), jet::RowKind::ordinary);
-        jet::killSlot(page, slot);
+        jet::killSlot(page, jet::SlotNo(slot));
     }
     ASSERT_EQ(jet::roomForRow(page), 0U);
 }

@@ -39,7 +39,7 @@ struct Fixture {
         for (const std::string& warning : result.warnings) text += warning + "; ";
         return text;
     }
-    std::uint8_t* page(jet::PageNo number) { return disk.content(path).data() + number * jet::pageSize; }
+    std::uint8_t* page(jet::PageNo number) { return disk.content(path).data() + jet::positionOf(number); }
 
     files::MemoryDisk disk;
     std::unique_ptr<jet::Database> database;
@@ -200,7 +200,7 @@ TEST(Schema, anIndexIsDropped)
     jet::Transaction fill(fixture.database->pager());
     for (int i = 0; i < 2000; ++i) table.insert({{8, jet::DateTime{i * 1.5}}, {9, numbered(u"Ad ", i)}});
     fill.commit();
-    const jet::PageNo pages = fixture.database->pager().pageCount();
+    const jet::PageCount pages = fixture.database->pager().pageCount();
     fixture.database->dropIndex(u"Deneme", u"adgeri");
     ASSERT_EQ(table.indexes().size(), 4U);
     for (const jet::Index& index : table.indexes()) {
@@ -415,7 +415,7 @@ TEST(Schema, newTablesGetTheRightsOfTheFile)
     const jet::Table& rights = fixture.database->table(u"MSysACEs");
     std::vector<std::string> found;
     rights.forEachRow([&](jet::RowId, const jet::RowView& row) {
-        if (row.number(*rights.columnNamed(u"ObjectId")) != double(made.definitionPage())) return true;
+        if (row.number(*rights.columnNamed(u"ObjectId")) != double(made.definitionPage().number())) return true;
         const auto account = std::get<jet::Bytes>(row.value(*rights.columnNamed(u"SID")));
         std::ostringstream shown;
         shown << hexOf(account) << ' ' << std::hex

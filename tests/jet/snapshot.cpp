@@ -43,11 +43,11 @@ struct Worked {
     std::unique_ptr<Database> database;
 };
 
-PowerCutDisk::Image readAll(Snapshot& snapshot, PageNo pagesAtOnce, const std::function<void()>& between)
+PowerCutDisk::Image readAll(Snapshot& snapshot, PageCount pagesAtOnce, const std::function<void()>& between)
 {
     PowerCutDisk::Image all;
     std::vector<std::uint8_t> buffer(pagesAtOnce * pageSize);
-    while (const PageNo count = snapshot.readNext(buffer)) {
+    while (const PageCount count = snapshot.readNext(buffer)) {
         all.insert(all.end(), buffer.begin(), buffer.begin() + count * pageSize);
         between();
     }
@@ -85,7 +85,7 @@ TEST_P(SnapshotSlices, everyPageIsThatOfTheMomentWhateverIsCommittedMeanwhile)
         const PowerCutDisk::Image moment = world.disk.content(file);
         const auto snapshot = world.database->pager().snapshot();
         world.change(3);
-        const auto copy = readAll(*snapshot, static_cast<PageNo>(pagesAtOnce), [&] { world.change(2); });
+        const auto copy = readAll(*snapshot, static_cast<PageCount>(pagesAtOnce), [&] { world.change(2); });
         ASSERT_NE(world.disk.content(file), moment);
         ASSERT_EQ(copy, moment);
     }
@@ -142,7 +142,7 @@ TEST(Snapshot, aDatabaseThatIsClosedMeanwhileEndsTheCopy)
     Worked world(2);
     const auto snapshot = world.database->pager().snapshot();
     std::vector<std::uint8_t> page(pageSize);
-    ASSERT_EQ(snapshot->readNext(page), PageNo{1});
+    ASSERT_EQ(snapshot->readNext(page), PageCount{1});
     world.database.reset();
     ASSERT_EQ(faultOf([&] { snapshot->readNext(page); }), Fault::disk);
 }

@@ -37,7 +37,7 @@ struct Fixture {
     jet::Bytes allBytes() const
     {
         jet::Bytes bytes;
-        for (jet::PageNo page = 0; page < database->pager().pageCount(); ++page) {
+        for (jet::PageNo page = 0; database->pager().has(page); ++page) {
             const jet::PageView view = database->pager().read(page);
             bytes.insert(bytes.end(), view.begin(), view.end());
         }
@@ -417,7 +417,7 @@ TEST(TableRules, deletingGivesLongTextsPagesBack)
         return ids;
     };
     for (const jet::RowId id : fill()) fixture.table->erase(id);
-    const jet::PageNo pages = fixture.database->pager().pageCount();
+    const jet::PageCount pages = fixture.database->pager().pageCount();
     const std::vector<jet::RowId> ids = fill();
     for (const jet::RowId id : ids) fixture.table->update(id, {{0, u"kısa"}});
     fill();
@@ -531,7 +531,7 @@ TEST(TableRules, aStaleRowCountIsPutRightByTheFirstWrite)
         for (int i = 0; i < 5; ++i) table.insert({{0, i}});
         definition = table.definitionPage();
     }
-    disk.content(path)[definition * jet::pageSize + 16] = 77;
+    disk.content(path)[jet::positionOf(definition) + 16] = 77;
     const auto database = jet::Database::open(disk, path);
     jet::Table& table = database->table(u"Deneme");
     ASSERT_EQ(table.rowCount(), 77U);

@@ -47,14 +47,14 @@ PageNo mapPage(Pager& pager, std::size_t count)
 std::size_t rowLength(Pager& pager, MapRef map)
 {
     const auto page = pager.read(map.page);
-    const std::size_t end = map.slot == 0 ? pageSize : getU16(&page[12U + 2U * map.slot]) & 0x1FFF;
-    return end - (getU16(&page[14U + 2U * map.slot]) & 0x1FFFU);
+    const std::size_t end = map.slot == 0 ? pageSize : getU16(&page[12U + 2U * map.slot.number()]) & 0x1FFF;
+    return end - (getU16(&page[14U + 2U * map.slot.number()]) & 0x1FFFU);
 }
 
 bool isReference(Pager& pager, MapRef map)
 {
     const auto page = pager.read(map.page);
-    return page[getU16(&page[14U + 2U * map.slot]) & 0x1FFF] == 1;
+    return page[getU16(&page[14U + 2U * map.slot.number()]) & 0x1FFF] == 1;
 }
 
 /// Free field = lowest row offset - end of the slot table.
@@ -71,10 +71,10 @@ TEST(UsageMap, lowestFreePageIsTakenAndZeroed)
     content[4096 + 0x0FBB + 5 + 1] |= 1; // page 8 is free
     std::fill_n(content.begin() + 8 * 4096, 4096, std::uint8_t{0xEE});
     Opened db(content);
-    ASSERT_EQ(allocatePage(*db.pager), 8U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(8));
     ASSERT_TRUE(std::ranges::all_of(db.pager->read(8), [](std::uint8_t byte) { return byte == 0; }));
-    ASSERT_EQ(allocatePage(*db.pager), 20U);
-    ASSERT_EQ(allocatePage(*db.pager), 21U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(20));
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(21));
     ASSERT_EQ(db.pager->pageCount(), 22U);
     ASSERT_EQ(mapPages(*db.pager, freeMap), std::vector<PageNo>());
 }
@@ -86,9 +86,9 @@ TEST(UsageMap, freedPageIsTakenAgain)
     freePage(*db.pager, 30);
     freePage(*db.pager, 17);
     ASSERT_EQ(mapPages(*db.pager, freeMap), (std::vector<PageNo>{17, 30}));
-    ASSERT_EQ(allocatePage(*db.pager), 17U);
-    ASSERT_EQ(allocatePage(*db.pager), 30U);
-    ASSERT_EQ(allocatePage(*db.pager), 40U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(17));
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(30));
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(40));
 }
 
 TEST(UsageMap, takenPagesComeBackWithARollback)
@@ -98,7 +98,7 @@ TEST(UsageMap, takenPagesComeBackWithARollback)
     db.pager->rollback();
     ASSERT_EQ(db.pager->pageCount(), 16U);
     Transaction again(*db.pager);
-    ASSERT_EQ(allocatePage(*db.pager), 16U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(16));
 }
 
 TEST(UsageMap, freedPageKeepsItsTombstone)
@@ -175,18 +175,18 @@ TEST(UsageMap, everyPageHasOneUseInAVeryLargeFile)
     ASSERT_GT(pager.pageCount(), 70000);
 
     std::vector<int> uses(pager.pageCount());
-    for (PageNo page = 0; page < 16; ++page) ++uses[page];
-    ++uses[owned.page];
+    for (PageNo page = 0; page < 16; ++page) ++uses[page.number()];
+    ++uses[owned.page.number()];
     for (const auto& map : {freeMap, owned, room})
-        for (const PageNo page : mapBitmapPages(pager, map)) ++uses[page];
+        for (const PageNo page : mapBitmapPages(pager, map)) ++uses[page.number()];
     const auto pages = mapPages(pager, owned);
     ASSERT_EQ(pages.size(), 70000U);
     ASSERT_TRUE(std::ranges::is_sorted(pages));
     for (const PageNo page : pages) {
-        ++uses[page];
+        ++uses[page.number()];
         ASSERT_EQ(pager.read(page)[0], 1);
     }
-    for (const PageNo page : mapPages(pager, freeMap)) ++uses[page];
+    for (const PageNo page : mapPages(pager, freeMap)) ++uses[page.number()];
     ASSERT_TRUE(std::ranges::all_of(uses, [](int n) { return n == 1; }));
     const auto withRoom = mapPages(pager, room);
     ASSERT_TRUE(std::ranges::includes(pages, withRoom));
@@ -240,7 +240,8 @@ TEST_P(UsageMapHistory, mapFollowsARandomHistory)
             ASSERT_EQ(mapHas(pager, map, page), model.contains(page));
         }
         ASSERT_EQ(mapPages(pager, map), std::vector<PageNo>(model.begin(), model.end()));
-        for (const std::uint8_t other : {2, 4}) ASSERT_EQ(mapPages(pager, {other, map.page}), std::vector<PageNo>());
+        for (const SlotNo other : std::initializer_list<SlotNo>{2, 4})
+            ASSERT_EQ(mapPages(pager, {other, map.page}), std::vector<PageNo>());
         ASSERT_TRUE(freeFieldHolds(pager, map.page));
     }
 }
@@ -307,19 +308,20 @@ TEST(UsageMap, freeMapOfAnotherProgramMayStartHigher)
     std::fill_n(row + 5, 64, std::uint8_t{0xFF});
     for (PageNo page = 64; page < 100; ++page)
         if (page != 90)
-            row[5 + (page - 64) / 8] = static_cast<std::uint8_t>(row[5 + (page - 64) / 8] & ~(1U << page % 8));
+            row[5 + (page - PageNo(64)) / 8] =
+                static_cast<std::uint8_t>(row[5 + (page - PageNo(64)) / 8] & ~(1U << page.number() % 8));
     Opened db(content);
-    ASSERT_EQ(allocatePage(*db.pager), 90U);
-    ASSERT_EQ(allocatePage(*db.pager), 100U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(90));
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(100));
     // A page below the start was in use; giving it back needs a map that reaches so low.
     freePage(*db.pager, 20);
     ASSERT_TRUE(mapHas(*db.pager, freeMap, 20));
     freePage(*db.pager, 90);
     ASSERT_EQ(mapPages(*db.pager, freeMap), (std::vector<PageNo>{20, 90}));
-    ASSERT_EQ(allocatePage(*db.pager), 20U);
-    ASSERT_EQ(allocatePage(*db.pager), 90U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(20));
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(90));
     const PageNo next = allocatePage(*db.pager);
-    ASSERT_EQ(next, db.pager->pageCount() - 1);
+    ASSERT_EQ(next, PageNo(db.pager->pageCount() - 1));
     for (const PageNo bitmap : mapBitmapPages(*db.pager, freeMap)) ASSERT_TRUE(bitmap != next && bitmap > 100);
 }
 
@@ -342,11 +344,11 @@ TEST(UsageMap, pagesReservedPastTheEndAreSkipped)
 {
     auto content = blankFile(20);
     for (PageNo page = 20; page < 32; ++page) {
-        auto& byte = content[4096 + 0x0FBB + 5 + page / 8];
-        byte = static_cast<std::uint8_t>(byte & ~(1U << page % 8));
+        auto& byte = content[4096 + 0x0FBB + 5 + page.number() / 8];
+        byte = static_cast<std::uint8_t>(byte & ~(1U << page.number() % 8));
     }
     Opened db(content);
-    ASSERT_EQ(allocatePage(*db.pager), 32U);
+    ASSERT_EQ(allocatePage(*db.pager), PageNo(32));
     ASSERT_EQ(db.pager->pageCount(), 33U);
 }
 
@@ -385,7 +387,7 @@ TEST_P(UsageMapDamage, damagedMapsAreNamed)
     Opened db;
     Pager& pager = *db.pager;
     const MapRef map{1, mapPage(pager, 3)};
-    ASSERT_EQ(map.page, 16U);
+    ASSERT_EQ(map.page, PageNo(16));
     const PageNo bitmap = allocatePage(pager);
     pager.write(bitmap)[0] = 5;
     std::copy(bytes.begin(), bytes.end(), pager.write(map.page).begin() + offset);

@@ -36,7 +36,7 @@ Dump dumpOf(jet::Database& database)
             if (journal && row.textIs(*journal, mill::totalsName.toStdU16String()))
                 dump.totals += bytes;
             else
-                dump.rows[{QString::fromStdU16String(name), std::uint64_t{id.page} << 8 | id.slot}] = bytes;
+                dump.rows[{QString::fromStdU16String(name), id.packed()}] = bytes;
             return true;
         });
     }

@@ -24,42 +24,43 @@ std::string PageOwners::nameOf(Owner owner) const { return owner == severalMaps 
 
 void PageOwners::claim(Owner owner, PageNo page)
 {
-    if (page >= owners_.size()) {
-        report_.fault("Dosyada olmayan " + std::to_string(page) + ". sayfaya başvuruluyor: " + nameOf(owner) + ".");
+    if (page >= PageNo(owners_.size())) {
+        report_.fault("Dosyada olmayan " + std::to_string(page.number()) + ". sayfaya başvuruluyor: " + nameOf(owner) +
+                      ".");
         return;
     }
-    if (owners_[page] != nobody) {
-        report_.fault(std::to_string(page) + ". sayfanın iki sahibi var: " + nameOf(owners_[page]) + " ve " +
-                      nameOf(owner) + ".");
+    if (owners_[page.number()] != nobody) {
+        report_.fault(std::to_string(page.number()) + ". sayfanın iki sahibi var: " + nameOf(owners_[page.number()]) +
+                      " ve " + nameOf(owner) + ".");
         return;
     }
-    owners_[page] = owner;
+    owners_[page.number()] = owner;
 }
 
 void PageOwners::claim(Owner owner, MapRef map)
 {
     const auto [place, isNew] = maps_.try_emplace(map, owner);
     if (!isNew)
-        report_.fault(std::to_string(map.page) + ". sayfadaki bir haritanın iki sahibi var: " + nameOf(place->second) +
-                      " ve " + nameOf(owner) + ".");
-    if (map.page >= owners_.size() || owners_[map.page] != severalMaps) claim(severalMaps, map.page);
+        report_.fault(std::to_string(map.page.number()) + ". sayfadaki bir haritanın iki sahibi var: " +
+                      nameOf(place->second) + " ve " + nameOf(owner) + ".");
+    if (map.page >= PageNo(owners_.size()) || owners_[map.page.number()] != severalMaps) claim(severalMaps, map.page);
 }
 
 void PageOwners::compareWithFree(const std::vector<PageNo>& free)
 {
     std::vector<bool> isFree(owners_.size());
     for (const PageNo page : free) {
-        isFree[page] = true;
-        if (owners_[page] != nobody)
-            report_.fault(std::to_string(page) + ". sayfa hem boş görünüyor hem sahibi var: " + nameOf(owners_[page]) +
-                          ".");
+        isFree[page.number()] = true;
+        if (owners_[page.number()] != nobody)
+            report_.fault(std::to_string(page.number()) +
+                          ". sayfa hem boş görünüyor hem sahibi var: " + nameOf(owners_[page.number()]) + ".");
     }
     constexpr std::size_t named = 8;
     std::size_t lost = 0;
     std::string some;
-    for (PageNo page = 0; page < owners_.size(); ++page) {
-        if (owners_[page] != nobody || isFree[page]) continue;
-        if (++lost <= named) some += (some.empty() ? "" : ", ") + std::to_string(page);
+    for (PageNo page = 0; page < PageNo(owners_.size()); ++page) {
+        if (owners_[page.number()] != nobody || isFree[page.number()]) continue;
+        if (++lost <= named) some += (some.empty() ? "" : ", ") + std::to_string(page.number());
     }
     if (lost > 0)
         report_.warning(std::to_string(lost) + " sayfa ne boş ne de birinin (" + some + (lost > named ? ", ..." : "") +

@@ -56,7 +56,7 @@ private:
 /// by the owners whose maps stand on them.
 class PageOwners {
 public:
-    PageOwners(PageNo pages, CheckReport& report) : owners_(pages, nobody), report_(report) {}
+    PageOwners(PageCount pages, CheckReport& report) : owners_(pages, nobody), report_(report) {}
 
     using Owner = std::uint16_t;
     /// `what` as a noun: "'Hareket' tablosunun verileri".

@@ -52,12 +52,12 @@ public:
     bool has(RowId row) const
     {
         const std::size_t at = indexOf(row.page);
-        return at < slots_.size() && slots_[at][row.slot];
+        return at < slots_.size() && slots_[at][row.slot.number()];
     }
     /// False when it was there already. Its page is one of the set's.
     bool insert(RowId row)
     {
-        auto slot = slots_[indexOf(row.page)][row.slot];
+        auto slot = slots_[indexOf(row.page)][row.slot.number()];
         if (slot) return false;
         slot = true;
         return true;
@@ -73,7 +73,7 @@ public:
     {
         for (std::size_t i = 0; i < pages_.size(); ++i)
             for (unsigned slot = 0; slot < slots_[i].size(); ++slot)
-                if (slots_[i][slot]) visit(RowId{pages_[i], static_cast<std::uint8_t>(slot)});
+                if (slots_[i][slot]) visit(RowId{pages_[i], SlotNo(slot)});
     }
 
 private:
@@ -121,9 +121,12 @@ private:
     std::string owned(const std::string& what) const { return name_ + "nun " + what; }
     void fault(PageNo page, const std::string& what)
     {
-        report_.fault(name_ + ", " + std::to_string(page) + ". sayfa: " + what + ".");
+        report_.fault(name_ + ", " + std::to_string(page.number()) + ". sayfa: " + what + ".");
     }
-    void fault(RowId row, const std::string& what) { fault(row.page, std::to_string(row.slot) + ". satır, " + what); }
+    void fault(RowId row, const std::string& what)
+    {
+        fault(row.page, std::to_string(row.slot.number()) + ". satır, " + what);
+    }
 
     void checkDefinition()
     {
@@ -139,7 +142,8 @@ private:
             const std::size_t rest = room - std::min(room, left);
             left -= std::min(room, left);
             if (page_layout::freeBytes.get(page) != definition_layout::page::freeBytesOf(rest))
-                report_.warning(name_ + ", " + std::to_string(chain[i]) + ". sayfa: tanımın boş alan sayısı yanlış.");
+                report_.warning(name_ + ", " + std::to_string(chain[i].number()) +
+                                ". sayfa: tanımın boş alan sayısı yanlış.");
         }
     }
 
@@ -242,7 +246,8 @@ private:
         if (!receiver.bodies.empty())
             report_.warning(name_ + ": " + std::to_string(receiver.bodies.size()) +
                             " taşınmış satıra hiçbir yerden gelinmiyor (ilki " +
-                            std::to_string(receiver.bodies.front().page) + ". sayfada); yer kaplar, zararı yoktur.");
+                            std::to_string(receiver.bodies.front().page.number()) +
+                            ". sayfada); yer kaplar, zararı yoktur.");
     }
 
     void checkField(RowId id, std::size_t column, std::span<const std::uint8_t> bytes)
@@ -296,9 +301,9 @@ private:
             const PageView view = pager_.read(page);
             if (!isRowPage(view, row_page_layout::longValueOwner)) continue;
             const unsigned count = slotCount(view).value_or(0);
-            for (unsigned i = 0; i < count; ++i) {
+            for (SlotNo i = 0; i < SlotNo(count); ++i) {
                 const auto slot = slotAt(view, i, count);
-                const RowId place{page, static_cast<std::uint8_t>(i)};
+                const RowId place{page, i};
                 if (slot && slot->live() && !std::binary_search(values.used.begin(), values.used.end(), place)) ++lost;
             }
         }
@@ -341,8 +346,8 @@ private:
         std::uint64_t unjudged = 0;
         std::uint32_t distinct = 0;
         const auto wrong = [&](RowId row, const std::string& clause) {
-            report_.fault(which + ": " + std::to_string(row.page) + ". sayfanın " + std::to_string(row.slot) +
-                          ". satırı " + clause + ".");
+            report_.fault(which + ": " + std::to_string(row.page.number()) + ". sayfanın " +
+                          std::to_string(row.slot.number()) + ". satırı " + clause + ".");
         };
         tree.walk({}, [&](std::span<const std::uint8_t> key, RowId row) {
             ++entries;

@@ -16,8 +16,8 @@ namespace jet {
 
 namespace {
 
-constexpr PageNo pagesPerWrite = 64;
-constexpr PageNo pagesPerSync = 16 * pagesPerWrite; ///< 4 MiB
+constexpr PageCount pagesPerWrite = 64;
+constexpr PageCount pagesPerSync = 16 * pagesPerWrite; ///< 4 MiB
 constexpr std::uint64_t rowsPerStep = 1000;
 constexpr double localTable = 1;
 
@@ -205,14 +205,14 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
         const auto file = disk.open(part.path(), Disk::Access::createNew);
         Progress told(progress, pager.pageCount());
         std::vector<std::uint8_t> buffer;
-        for (PageNo first = 0; first < pager.pageCount(); first += pagesPerWrite) {
-            const PageNo end = std::min(first + pagesPerWrite, pager.pageCount());
+        for (PageNo first = 0; pager.has(first); first += pagesPerWrite) {
+            const PageNo end = std::min(first + pagesPerWrite, PageNo(pager.pageCount()));
             buffer.clear();
             for (PageNo page = first; page < end; ++page) {
                 const PageView view = pager.read(page);
                 buffer.insert(buffer.end(), view.begin(), view.end());
             }
-            file->write(std::uint64_t{first} * pageSize, buffer);
+            file->write(positionOf(first), buffer);
             told.step(end - first);
         }
         file->sync();
@@ -230,16 +230,16 @@ void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, con
             const std::function<void(int)>& progress)
 {
     files::PartFile copy(disk, to, part);
-    const PageNo pages = snapshot.pageCount();
+    const PageCount pages = snapshot.pageCount();
     Progress told(progress, std::uint64_t{pages} * 2);
     {
         const auto file = disk.open(copy.path(), Disk::Access::createNew);
         std::vector<std::uint8_t> buffer(pagesPerWrite * pageSize);
         PageNo done = 0;
-        while (const PageNo count = snapshot.readNext(buffer)) {
-            file->write(std::uint64_t{done} * pageSize, std::span(buffer).first(count * pageSize));
+        while (const PageCount count = snapshot.readNext(buffer)) {
+            file->write(positionOf(done), std::span(buffer).first(count * pageSize));
             done += count;
-            if (done % pagesPerSync == 0) file->sync();
+            if (done.number() % pagesPerSync == 0) file->sync();
             told.step(count);
         }
         file->sync();

@@ -153,10 +153,10 @@ private:
     {
         const TableDefinition& definition = found(i).definition;
         std::u16string name = nameOf_ ? nameOf_(definition.columns) : std::u16string();
-        if (name.empty() || taken(name)) name = u"Tablo_" + number(definition.page);
+        if (name.empty() || taken(name)) name = u"Tablo_" + number(definition.page.number());
         result_.tables[i].name = std::move(name);
         result_.tables[i].nameInvented = true;
-        losses_.add("Adı okunamayan bir tablonun (" + std::to_string(definition.page) + ". sayfa) adı " +
+        losses_.add("Adı okunamayan bir tablonun (" + std::to_string(definition.page.number()) + ". sayfa) adı " +
                     quotedName(result_.tables[i].name) + " oldu.");
     }
 
@@ -173,7 +173,8 @@ private:
     }
     void loseField(std::size_t i, RowId row, std::size_t column, const std::string& why)
     {
-        losses_.add(title(i) + ", " + std::to_string(row.page) + ". sayfa, " + std::to_string(row.slot) + ". satır, " +
+        losses_.add(title(i) + ", " + std::to_string(row.page.number()) + ". sayfa, " +
+                    std::to_string(row.slot.number()) + ". satır, " +
                     quotedName(found(i).definition.columns[column].name) + " alanı: " + why);
     }
 
@@ -234,8 +235,8 @@ private:
                 const auto bad =
                     std::ranges::find_if(values, [&](const Assignment& each) { return !fits(target, each); });
                 if (bad == values.end()) {
-                    losses_.add(title(i) + ", " + std::to_string(row.page) + ". sayfa, " + std::to_string(row.slot) +
-                                ". satır: " + error.what());
+                    losses_.add(title(i) + ", " + std::to_string(row.page.number()) + ". sayfa, " +
+                                std::to_string(row.slot.number()) + ". satır: " + error.what());
                     return;
                 }
                 loseField(i, row, columns.from[bad->column], error.what());

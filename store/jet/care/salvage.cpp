@@ -19,12 +19,12 @@ namespace jet {
 namespace {
 
 const std::filesystem::path inMemory = "salvage.mdb";
-constexpr PageNo smallestFile = 16;
+constexpr PageCount smallestFile = 16;
 constexpr PageNo usualCatalogue = 2; ///< where every file known so far has it
 constexpr double localTable = 1;
 
-std::string pageName(PageNo page) { return std::to_string(page) + ". sayfa"; }
-std::string rowName(RowId row) { return pageName(row.page) + ", " + std::to_string(row.slot) + ". satır"; }
+std::string pageName(PageNo page) { return std::to_string(page.number()) + ". sayfa"; }
+std::string rowName(RowId row) { return pageName(row.page) + ", " + std::to_string(row.slot.number()) + ". satır"; }
 
 /// What ends a rescue: not the damage, but the machine.
 bool isFatal(const Error& error) { return error.fault() == Fault::disk; }
@@ -143,7 +143,7 @@ void Salvage::readFreePages()
 {
     free_.assign(pager_->pageCount(), false);
     try {
-        for (const PageNo page : mapPages(*pager_, freeMap)) free_[page] = true;
+        for (const PageNo page : mapPages(*pager_, freeMap)) free_[page.number()] = true;
     } catch (const Error& error) {
         if (isFatal(error)) throw;
         losses_.add("Boş sayfaların haritası okunamadı; silinmiş satırlar geri gelmiş olabilir.");
@@ -152,11 +152,11 @@ void Salvage::readFreePages()
 
 void Salvage::findTables()
 {
-    if (catalogue_ >= pager_->pageCount()) catalogue_ = usualCatalogue;
+    if (!pager_->has(catalogue_)) catalogue_ = usualCatalogue;
     readCatalogue(catalogue_);
     // Definitions that the catalogue does not list, in a file that has lost part of it.
-    for (PageNo page = 1; page < pager_->pageCount(); ++page) {
-        if (free_[page] || definitions_.contains(page)) continue;
+    for (PageNo page = 1; pager_->has(page); ++page) {
+        if (free_[page.number()] || definitions_.contains(page)) continue;
         if (!isPageOf(pager_->read(page), PageType::tableDefinition)) continue;
         addTable(page, {});
     }
@@ -217,7 +217,7 @@ void Salvage::readCatalogue(PageNo page)
 void Salvage::addTable(PageNo page, std::u16string name)
 {
     const std::string title = name.empty() ? pageName(page) : quotedName(name) + " tablosu";
-    if (page == 0 || page >= pager_->pageCount()) {
+    if (page == 0 || !pager_->has(page)) {
         losses_.add(title + ": tanımının sayfası dosyada yok; satırları okunamıyor.");
         return;
     }
@@ -248,7 +248,7 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
 {
     const PageNo owner = table.definition.page;
     RowPages pages{std::make_shared<std::vector<PageNo>>(), std::vector<bool>(pager_->pageCount())};
-    const auto anothers = [&](std::uint32_t other) {
+    const auto anothers = [&](PageNo other) {
         return other == row_page_layout::longValueOwner || (other != owner && definitions_.contains(other));
     };
     try {
@@ -261,7 +261,7 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
                 const PageView view = pager_->read(page);
                 const bool rows = isPageOf(view, PageType::row);
                 if ((rows && !anothers(rowPageOwner(view))) || (!rows && rowPageOwner(view) == owner)) {
-                    pages.byMap[page] = true;
+                    pages.byMap[page.number()] = true;
                     pages.list->push_back(page);
                 } else {
                     pages.someLost = true;
@@ -273,8 +273,9 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
         if (isFatal(error)) throw;
         losses_.add(title + ": sayfalarının haritası okunamadı; satırları bütün dosyada arandı.");
     }
-    for (PageNo page = 1; page < pager_->pageCount(); ++page)
-        if (!pages.byMap[page] && !free_[page] && isRowPage(pager_->read(page), owner)) pages.list->push_back(page);
+    for (PageNo page = 1; pager_->has(page); ++page)
+        if (!pages.byMap[page.number()] && !free_[page.number()] && isRowPage(pager_->read(page), owner))
+            pages.list->push_back(page);
     return pages;
 }
 

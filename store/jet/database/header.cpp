@@ -110,7 +110,7 @@ Header readHeader(Pager& pager)
     header.catalogue = at::catalogue.get(page);
     header.codePage = at::codePage.get(page);
     header.collation = {at::collation.get(page), at::collationVersion.get(page)};
-    if (header.freePages.page != at::globalMapsPage || header.catalogue == 0 || header.catalogue >= pager.pageCount()) {
+    if (header.freePages.page != at::globalMapsPage || header.catalogue == 0 || !pager.has(header.catalogue)) {
         throwDamaged(pager, 0, "başlık sayfasındaki sayfa numaraları geçersiz");
     }
     return header;

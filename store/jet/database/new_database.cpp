@@ -31,10 +31,10 @@ constexpr SystemObject systemObjectRows[]{
     {databasesContainer, rootContainer, u"Databases", 3},
     {relationshipsContainer, rootContainer, u"Relationships", 3},
     {msysDb, databasesContainer, u"MSysDb", 2},
-    {firstSystemTable, tablesContainer, u"MSysObjects", 1},
-    {firstSystemTable + 1, tablesContainer, u"MSysACEs", 1},
-    {firstSystemTable + 2, tablesContainer, u"MSysQueries", 1},
-    {firstSystemTable + 3, tablesContainer, u"MSysRelationships", 1},
+    {firstSystemTable.number(), tablesContainer, u"MSysObjects", 1},
+    {(firstSystemTable + 1).number(), tablesContainer, u"MSysACEs", 1},
+    {(firstSystemTable + 2).number(), tablesContainer, u"MSysQueries", 1},
+    {(firstSystemTable + 3).number(), tablesContainer, u"MSysRelationships", 1},
 };
 
 struct Right {

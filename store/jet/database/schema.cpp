@@ -255,7 +255,7 @@ void Database::State::addRights(PageNo definition)
 
     const Bytes admin = administrator();
     // The accounts of a file are masked alike, so their differences are the same in every file.
-    Bytes creator = ownerOf(*systemObjects, firstSystemTable);
+    Bytes creator = ownerOf(*systemObjects, firstSystemTable.number());
     creator.back() ^= 0x07;
 
     std::vector<Right> inherited{{admin, 0}};
@@ -271,7 +271,7 @@ void Database::State::addRights(PageNo definition)
         return true;
     });
     for (const Right& right : inherited) {
-        addRow(rights, {{u"ObjectId", static_cast<std::int32_t>(definition)},
+        addRow(rights, {{u"ObjectId", static_cast<std::int32_t>(definition.number())},
                         {u"SID", right.account},
                         {u"ACM", static_cast<std::int32_t>(right.mask)},
                         {u"FInheritable", false}});
@@ -309,7 +309,7 @@ Table& Database::createTable(const std::u16string& name, const std::vector<NewCo
 
     Transaction change(*state.pager);
     writeNewTable(*state.pager, table, order);
-    state.addRow(*state.systemObjects, {{u"Id", static_cast<std::int32_t>(table.page)},
+    state.addRow(*state.systemObjects, {{u"Id", static_cast<std::int32_t>(table.page.number())},
                                         {u"ParentId", static_cast<std::int32_t>(tablesContainer)},
                                         {u"Name", name},
                                         {u"Type", std::int16_t{1}},

@@ -16,7 +16,7 @@
 namespace jet {
 namespace {
 
-constexpr PageNo pageCount = 16;
+constexpr PageCount pageCount = 16;
 constexpr PageNo mapPage = 6;
 constexpr PageNo firstIndexPage = 7;
 
@@ -82,13 +82,13 @@ public:
         initRowPage(page(mapPage), row_page_layout::mapOwner);
         const std::array tables{objects(), accessRights(), queries(), relationships()};
         for (std::size_t i = 0; i < tables.size(); ++i) {
-            addTable(firstSystemTable + static_cast<PageNo>(i), tables[i]);
+            addTable(firstSystemTable + static_cast<PageCount>(i), tables[i]);
         }
         return std::move(bytes_);
     }
 
 private:
-    PageBytes page(PageNo number) { return PageBytes(bytes_.data() + number * pageSize, pageSize); }
+    PageBytes page(PageNo number) { return PageBytes(bytes_.data() + positionOf(number), pageSize); }
 
     void buildFreeMap()
     {
@@ -106,7 +106,9 @@ private:
     MapRef addMap(PageNo owned)
     {
         std::array<std::uint8_t, usage_map_layout::newRow> row{};
-        if (owned != 0) row[usage_map_layout::inlineBits + owned / 8] = static_cast<std::uint8_t>(1u << owned % 8);
+        if (owned != 0)
+            row[usage_map_layout::inlineBits + owned.number() / 8] =
+                static_cast<std::uint8_t>(1u << owned.number() % 8);
         return {appendRow(page(mapPage), row, RowKind::ordinary), mapPage};
     }
 
@@ -131,7 +133,8 @@ private:
             each->freeSpace = addMap(0);
         }
         for (Index& index : table.indexes) {
-            index.root = nextIndexPage_++;
+            index.root = nextIndexPage_;
+            ++nextIndexPage_;
             index.ownedPages = addMap(index.root);
             initIndexLeaf(page(index.root), definitionPage);
         }

@@ -19,7 +19,7 @@
 namespace jet::definition_layout {
 
 namespace page {
-inline constexpr Number<4, 4> next;
+inline constexpr PageField<4> next;
 inline constexpr std::size_t ownBytes = 8;
 static_assert(fill<0, ownBytes>(page_layout::type, page_layout::mark, page_layout::freeBytes, next));
 /// What is written as free bytes of a page with `left` bytes behind the definition.
@@ -156,7 +156,7 @@ namespace physicalIndex {
 inline constexpr Number<0, 4> magic;
 inline constexpr Area<4, 30> columns;
 inline constexpr MapPointer<34> owned;
-inline constexpr Number<38, 4> root;
+inline constexpr PageField<38> root;
 inline constexpr Number<42, 4> unused;
 inline constexpr Number<46, 1> flags;
 inline constexpr Area<47, 5> zero;

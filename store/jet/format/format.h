@@ -3,6 +3,7 @@
 #include <cstddef> // before <compare>: moc of Qt 6.4 stumbles otherwise
 
 #include "store/jet/format/field.h"
+#include "store/jet/format/ordinal.h"
 
 #include <compare>
 #include <cstdint>
@@ -14,10 +15,17 @@
 namespace jet {
 
 inline constexpr std::size_t pageSize = 4096;
-/// 2 GiB: the largest file that the format's tools accept.
-inline constexpr std::uint32_t maxPages = 524288;
 
-using PageNo = std::uint32_t; ///< 24 bits in rows and index entries
+using PageNo = Ordinal<struct PageKind, std::uint32_t>; ///< 24 bits in rows and index entries; 0, the header, is "none"
+using PageCount = std::uint32_t;
+using SlotNo = Ordinal<struct SlotKind, std::uint16_t>; ///< a row's number on its page, 8 bits in rows and entries
+
+/// 2 GiB: the largest file that the format's tools accept.
+inline constexpr PageCount maxPages = 524288;
+
+/// Where the page begins in the file, in bytes.
+constexpr std::uint64_t positionOf(PageNo page) { return std::uint64_t{page.number()} * pageSize; }
+
 using PageView = std::span<const std::uint8_t, pageSize>;
 using PageBytes = std::span<std::uint8_t, pageSize>;
 
@@ -61,17 +69,30 @@ inline void stampPage(std::span<std::uint8_t> page, PageType type)
 /// A row's place for ever: page and slot of its head. Index entries contain it.
 struct RowId {
     PageNo page = 0;
-    std::uint8_t slot = 0;
+    SlotNo slot = 0;
+    /// As index entries hold it: the page above, the slot in the lowest byte.
+    constexpr std::uint32_t packed() const { return page.number() << 8 | slot.number(); }
+    static constexpr RowId unpacked(std::uint32_t id) { return {PageNo(id >> 8), SlotNo(id & 0xFF)}; }
     auto operator<=>(const RowId&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
 };
 
 /// Where a usage map stands: a slot of a row page.
 struct MapRef {
-    std::uint8_t slot = 0;
+    SlotNo slot = 0;
     PageNo page = 0;
     bool none() const { return page == 0; }
     auto operator<=>(const MapRef&) const = default; // NOLINT(modernize-use-nullptr) there is no pointer here
 };
+
+/// A page or a slot as other bytes name it.
+template <std::size_t Begin, std::size_t Size, class Type> struct OrdinalField : Area<Begin, Size> {
+    static Type get(const std::uint8_t* record) { return Type(Number<Begin, Size>::get(record)); }
+    static void put(std::uint8_t* record, Type one) { Number<Begin, Size>::put(record, one.number()); }
+    static Type get(std::span<const std::uint8_t> record) { return get(record.data()); }
+    static void put(std::span<std::uint8_t> record, Type one) { put(record.data(), one); }
+};
+template <std::size_t Begin, std::size_t Size = 4> using PageField = OrdinalField<Begin, Size, PageNo>;
+template <std::size_t Begin> using SlotField = OrdinalField<Begin, 1, SlotNo>;
 
 /// A row or a map as other bytes point to it:
 ///
@@ -79,8 +100,8 @@ struct MapRef {
 ///     | slot | page, 3 bytes  |
 ///
 template <std::size_t Begin, class Target> struct Pointer : Area<Begin, 4> {
-    static constexpr Number<Begin, 1> slot{};
-    static constexpr Number<Begin + 1, 3> page{};
+    static constexpr SlotField<Begin> slot{};
+    static constexpr PageField<Begin + 1, 3> page{};
     static_assert(fill<Begin, Begin + 4>(slot, page));
 
     static Target get(const std::uint8_t* record)

@@ -34,7 +34,7 @@ inline constexpr Area<0x04, 16> signature;
 inline constexpr Number<0x14, 4> version;
 inline constexpr MapPointer<0x18> freeMap;
 inline constexpr MapPointer<0x1C> otherMap;
-inline constexpr Number<0x20, 4> catalogue;
+inline constexpr PageField<0x20> catalogue;
 inline constexpr Area<0x24, 12> otherSystemTables;
 inline constexpr Area<0x30, 12> unused1;
 inline constexpr Number<0x3C, 2> codePage;
@@ -85,7 +85,7 @@ static_assert(catalogue.size + otherSystemTables.size == systemTables * catalogu
 /// Names a system table's page in the header, by its number from 0.
 inline void putSystemTable(PageBytes page, unsigned table)
 {
-    putU32(&page[catalogue.begin + catalogue.size * table], firstSystemTable + table);
+    putU32(&page[catalogue.begin + catalogue.size * table], (firstSystemTable + table).number());
 }
 
 /// The bytes are exactly that text.

@@ -27,11 +27,11 @@ namespace jet::index_layout {
 inline constexpr auto type = page_layout::type;
 inline constexpr auto mark = page_layout::mark;
 inline constexpr auto freeBytes = page_layout::freeBytes;
-inline constexpr Number<4, 4> owner;
+inline constexpr PageField<4> owner;
 inline constexpr Number<8, 4> zero;
-inline constexpr Number<12, 4> previous;
-inline constexpr Number<16, 4> next;
-inline constexpr Number<20, 4> tail;
+inline constexpr PageField<12> previous;
+inline constexpr PageField<16> next;
+inline constexpr PageField<20> tail;
 inline constexpr Number<24, 2> prefix;
 inline constexpr Number<26, 1> level;
 inline constexpr Area<27, 453> mask;

@@ -37,7 +37,7 @@ static_assert(fill<0, head>(magic, salt, pagesBefore, records, othersDigest, che
 inline constexpr std::array<std::uint8_t, magic.size> magicText{'P', 'r', 's', 'v', 'J', 'r', 'n', '1'};
 
 namespace record {
-inline constexpr Number<0, 4> page;
+inline constexpr PageField<0> page;
 inline constexpr Number<4, 4> zero;
 inline constexpr Number<8, 8> checksum;
 inline constexpr Area<16, pageSize> image;

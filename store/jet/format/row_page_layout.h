@@ -34,7 +34,7 @@ namespace jet::row_page_layout {
 inline constexpr auto type = page_layout::type;
 inline constexpr auto mark = page_layout::mark;
 inline constexpr auto freeBytes = page_layout::freeBytes;
-inline constexpr Number<4, 4> owner;
+inline constexpr PageField<4> owner;
 inline constexpr Number<8, 4> stamp;
 inline constexpr Number<12, 2> slotCount;
 inline constexpr std::size_t slotTable = 14;
@@ -50,13 +50,14 @@ static_assert((offsetMask & pageSize) == pageSize && (offsetMask & deadFlags) ==
 /// Where the table of that many slots ends: nothing of a row lies below it.
 constexpr std::size_t slotsEnd(std::size_t count) { return slotTable + slotBytes * count; }
 /// Where a slot stands in the page.
-constexpr std::size_t slotAt(std::size_t slot) { return slotsEnd(slot); }
+constexpr std::size_t slotAt(SlotNo slot) { return slotsEnd(slot.number()); }
 
 /// What the row of a pointer begins with.
 inline constexpr RowPointer<0> pointer;
 static_assert(limits::row + slotsEnd(1) <= pageSize);
 
-inline constexpr std::uint32_t longValueOwner = 0x4C41564C; ///< "LVAL"
-inline constexpr std::uint32_t mapOwner = 0;
+/// Owners that are no definition: no file has a page of that number, and 0 is the header.
+inline constexpr PageNo longValueOwner{std::uint32_t{0x4C41564C}}; ///< "LVAL"
+inline constexpr PageNo mapOwner = 0;
 
 } // namespace jet::row_page_layout

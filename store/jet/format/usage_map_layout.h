@@ -21,10 +21,10 @@ inline constexpr Number<0, 1> kind;
 inline constexpr std::uint8_t inlineKind = 0, referenceKind = 1;
 
 /// Of an inline map. The format's own programs let it start at a multiple of 8.
-inline constexpr Number<1, 4> firstPage;
+inline constexpr PageField<1> firstPage;
 inline constexpr std::size_t inlineBits = 5;
 static_assert(fill<0, inlineBits>(kind, firstPage));
-inline constexpr PageNo firstPageStep = 8;
+inline constexpr PageCount firstPageStep = 8;
 
 /// Of a reference map.
 inline constexpr std::size_t entryBytes = 4;
@@ -34,7 +34,7 @@ constexpr std::size_t entryAt(std::size_t k) { return entries + entryBytes * k; 
 
 /// Of a page of bits.
 inline constexpr std::size_t pageBits = page_layout::head;
-inline constexpr PageNo pagesPerBitmap = (pageSize - pageBits) * 8;
+inline constexpr PageCount pagesPerBitmap = (pageSize - pageBits) * 8;
 static_assert(pagesPerBitmap == 32736);
 
 /// A new map: 512 pages, or a list of 17 pages of bits. 57 of them go on a page.

@@ -8,7 +8,7 @@ namespace jet {
 void EntrySum::add(std::span<const std::uint8_t> key, RowId row)
 {
     constexpr std::uint64_t factor = 0x9FB21C651E98DF25U;
-    std::uint64_t hash = (std::uint64_t{row.page} << 8 | row.slot) + 1;
+    std::uint64_t hash = std::uint64_t{row.packed()} + 1;
     const auto take = [&hash](std::uint64_t word) { hash = std::rotl((hash ^ word) * factor, 29); };
     take(key.size());
     constexpr std::size_t step = sizeof(std::uint64_t);

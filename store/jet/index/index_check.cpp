@@ -48,14 +48,14 @@ public:
             if (!std::ranges::binary_search(mapped, page)) fault(page, "dizinin sayfa haritasında yok");
         for (const PageNo page : mapped)
             if (!std::ranges::binary_search(tree, page))
-                warnings_.push_back(
-                    sentence(page, "haritada var, ama kökü " + std::to_string(root) + " olan dizinin ağacında yok"));
+                warnings_.push_back(sentence(page, "haritada var, ama kökü " + std::to_string(root.number()) +
+                                                       " olan dizinin ağacında yok"));
     }
 
 private:
     static std::string sentence(PageNo page, const std::string& what)
     {
-        return "Dizin sayfası " + std::to_string(page) + ": " + what + ".";
+        return "Dizin sayfası " + std::to_string(page.number()) + ": " + what + ".";
     }
     void fault(PageNo page, const std::string& what) { faults_.push_back(sentence(page, what)); }
 

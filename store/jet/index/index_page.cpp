@@ -43,8 +43,9 @@ Key entryOf(std::span<const std::uint8_t> key, RowId row)
     Key entry;
     entry.reserve(key.size() + rowIdBytes);
     entry.assign(key.begin(), key.end());
-    entry.insert(entry.end(), {static_cast<std::uint8_t>(row.page >> 16), static_cast<std::uint8_t>(row.page >> 8),
-                               static_cast<std::uint8_t>(row.page), row.slot});
+    entry.insert(entry.end(),
+                 {static_cast<std::uint8_t>(row.page.number() >> 16), static_cast<std::uint8_t>(row.page.number() >> 8),
+                  static_cast<std::uint8_t>(row.page.number()), static_cast<std::uint8_t>(row.slot.number())});
     return entry;
 }
 
@@ -55,11 +56,7 @@ int compareEntries(Entry a, Entry b)
                       : std::memcmp(a.data() + a.size() - rowIdBytes, b.data() + b.size() - rowIdBytes, rowIdBytes);
 }
 
-RowId rowOf(Entry entry)
-{
-    const std::uint32_t id = getU32BigEndian(entry.data() + entry.size() - rowIdBytes);
-    return {id >> 8, static_cast<std::uint8_t>(id)};
-}
+RowId rowOf(Entry entry) { return RowId::unpacked(getU32BigEndian(entry.data() + entry.size() - rowIdBytes)); }
 
 Key nodeEntryOf(Entry last, PageNo child)
 {
@@ -68,7 +65,7 @@ Key nodeEntryOf(Entry last, PageNo child)
     entry.assign(last.begin(), last.end());
     for (unsigned shift = 32; shift != 0;) {
         shift -= 8;
-        entry.push_back(static_cast<std::uint8_t>(child >> shift));
+        entry.push_back(static_cast<std::uint8_t>(child.number() >> shift));
     }
     return entry;
 }
@@ -176,7 +173,7 @@ std::size_t IndexPage::lowerBound(Entry entry) const
 
 PageNo IndexPage::child(std::size_t i) const
 {
-    return i == count_ ? tail() : getU32BigEndian(&page_[at::area.begin + ends_[i] - childPageBytes]);
+    return i == count_ ? tail() : PageNo(getU32BigEndian(&page_[at::area.begin + ends_[i] - childPageBytes]));
 }
 
 bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
@@ -277,7 +274,7 @@ IndexPageImage IndexPageImage::of(const IndexPage& page)
 
 PageNo IndexPageImage::child(std::size_t i) const
 {
-    return i == entries.size() ? tail : getU32BigEndian(entries[i].data() + entries[i].size() - childPageBytes);
+    return i == entries.size() ? tail : PageNo(getU32BigEndian(entries[i].data() + entries[i].size() - childPageBytes));
 }
 
 void IndexPageImage::insertChild(std::size_t i, Entry last, PageNo child)

@@ -101,7 +101,7 @@ void IndexTree::walk(Entry from, const std::function<bool(Entry, RowId)>& visit)
     PageNo page = descend(least, path);
     Key entry;
     bool first = true;
-    for (PageNo visited = 0; page != 0; ++visited) {
+    for (PageCount visited = 0; page != 0; ++visited) {
         if (visited > pager_.pageCount()) throwDamaged(pager_, page, cycle);
         const IndexPage leaf(pager_, page, tableDefinition_);
         if (!leaf.isLeaf()) throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");
@@ -130,7 +130,7 @@ bool IndexTree::differsFromNeighbours(PageNo leaf, std::size_t place, Entry key)
     Key entry;
     const auto nearest = [&](PageNo page, std::size_t from, bool toLeft) {
         entry.clear();
-        for (PageNo visited = 0; page != 0; ++visited) {
+        for (PageCount visited = 0; page != 0; ++visited) {
             if (visited > pager_.pageCount()) throwDamaged(pager_, page, cycle);
             const IndexPage view(pager_, page, tableDefinition_);
             if (!view.isLeaf()) throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");

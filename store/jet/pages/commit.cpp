@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t journalSizeKept = 1 << 20;
 /// The digest of a file of up to so many pages is computed anew to see whether the one kept is right.
-constexpr PageNo mostPagesDigestedTwice = 256;
+constexpr PageCount mostPagesDigestedTwice = 256;
 
 bool byPage(const TouchedPage& a, const TouchedPage& b) { return a.page < b.page; }
 
@@ -89,7 +89,7 @@ void Commit::disarm()
     });
     std::uint64_t sum = header_.othersDigest;
     for (const auto* part : {&changed_, &appended_})
-        for (const TouchedPage& one : *part) sum += pageHash(one.page, memory_.read(one.page));
+        for (const TouchedPage& one : *part) sum += pageHash(one.page.number(), memory_.read(one.page));
     digest_ = sum;
     stage_ = Stage::idle;
     backToWriter();
@@ -156,7 +156,7 @@ std::uint64_t Commit::digestWithout(std::span<const OldPage> pages)
 {
     if (!digest_) digest_ = digestOfFile();
     std::uint64_t sum = *digest_;
-    for (const OldPage& old : pages) sum -= pageHash(old.page, PageView(old.image, pageSize));
+    for (const OldPage& old : pages) sum -= pageHash(old.page.number(), PageView(old.image, pageSize));
     return sum;
 }
 
@@ -165,42 +165,44 @@ std::uint64_t Commit::digestOfFile() const
 {
     std::uint64_t sum = 0;
     std::vector<std::uint8_t> buffer;
-    for (PageNo first = 0; first < memory_.countBefore(); first += PageMemory::pagesPerExtent) {
-        const PageNo end = std::min(first + PageMemory::pagesPerExtent, memory_.countBefore());
+    const PageNo fileEnd(memory_.countBefore());
+    for (PageNo first = 0; first < fileEnd; first += PageMemory::pagesPerExtent) {
+        const PageNo end = std::min(first + PageMemory::pagesPerExtent, fileEnd);
         std::span<const std::uint8_t> bytes = memory_.loaded(first, end);
         if (bytes.empty()) {
             buffer.resize((end - first) * pageSize);
-            if (file_.read(std::uint64_t{first} * pageSize, buffer) != buffer.size()) memory_.throwNoSuchPage(first);
+            if (file_.read(positionOf(first), buffer) != buffer.size()) memory_.throwNoSuchPage(first);
             bytes = buffer;
         }
         for (PageNo page = first; page < end; ++page)
-            if (!memory_.isTouched(page)) sum += pageHash(page, PageView(&bytes[(page - first) * pageSize], pageSize));
+            if (!memory_.isTouched(page))
+                sum += pageHash(page.number(), PageView(&bytes[(page - first) * pageSize], pageSize));
     }
     for (const TouchedPage& one : memory_.touched())
-        if (one.image != nullptr) sum += pageHash(one.page, PageView(one.image, pageSize));
+        if (one.image != nullptr) sum += pageHash(one.page.number(), PageView(one.image, pageSize));
     return sum;
 }
 
 void Commit::writeRuns(std::span<const TouchedPage> sorted)
 {
-    constexpr PageNo perExtent = PageMemory::pagesPerExtent;
+    constexpr PageCount perExtent = PageMemory::pagesPerExtent;
     for (std::size_t i = 0; i < sorted.size();) {
         const PageNo first = sorted[i].page;
         PageNo end = first;
         // A run ends with its extent: the next one lies elsewhere in memory.
-        while (i < sorted.size() && sorted[i].page == end && end / perExtent == first / perExtent) {
+        while (i < sorted.size() && sorted[i].page == end && end.number() / perExtent == first.number() / perExtent) {
             ++i;
             ++end;
         }
-        file_.write(std::uint64_t{first} * pageSize, memory_.loaded(first, end));
+        file_.write(positionOf(first), memory_.loaded(first, end));
     }
 }
 
 bool Commit::putBack() noexcept
 {
     return succeeds([&] {
-        for (const OldPage& one : old_) file_.write(std::uint64_t{one.page} * pageSize, std::span(one.image, pageSize));
-        const std::uint64_t size = std::uint64_t{memory_.countBefore()} * pageSize;
+        for (const OldPage& one : old_) file_.write(positionOf(one.page), std::span(one.image, pageSize));
+        const std::uint64_t size = positionOf(PageNo(memory_.countBefore()));
         if (file_.size() > size) file_.truncate(size);
         file_.sync();
     });
@@ -226,7 +228,7 @@ void Commit::assertState() const
     if (stage_ == Stage::inFile) assert(fileHolds(changed_) && fileHolds(appended_));
     if (stage_ == Stage::idle && struckOut_) assert(!readJournal(*journal_));
     if (stage_ != Stage::idle || !digest_ || memory_.countBefore() > mostPagesDigestedTwice) return;
-    for (PageNo page = 0; page < memory_.countBefore(); ++page)
+    for (PageNo page = 0; page < PageNo(memory_.countBefore()); ++page)
         if (memory_.loaded(page, page + 1).empty()) return;
     assert(*digest_ == digestOfFile());
 #endif
@@ -251,8 +253,7 @@ bool Commit::fileHolds(std::span<const TouchedPage> pages) const
 {
     std::vector<std::uint8_t> bytes(pageSize);
     return std::ranges::all_of(pages, [&](const TouchedPage& one) {
-        return file_.read(std::uint64_t{one.page} * pageSize, bytes) == pageSize &&
-               std::ranges::equal(bytes, memory_.read(one.page));
+        return file_.read(positionOf(one.page), bytes) == pageSize && std::ranges::equal(bytes, memory_.read(one.page));
     });
 }
 

@@ -30,7 +30,7 @@ std::uint64_t headerChecksum(const std::uint8_t* bytes)
     return sum;
 }
 
-std::uint64_t recordSeed(std::uint64_t salt, PageNo page) { return mix(salt + page); }
+std::uint64_t recordSeed(std::uint64_t salt, PageNo page) { return mix(salt + page.number()); }
 
 PageView imageOf(const std::uint8_t* record) { return at::record::image.of(std::span(record, at::record::bytes)); }
 
@@ -106,7 +106,7 @@ std::optional<JournalHeader> readJournal(File& journal)
         for (std::size_t i = 0; i < count; ++i) {
             const std::uint8_t* record = &part[i * at::record::bytes];
             const PageNo page = at::record::page.get(record);
-            if (page >= header.pagesBefore) return {};
+            if (page >= PageNo(header.pagesBefore)) return {};
             if (at::record::checksum.get(record) != pageHash(recordSeed(header.salt, page), imageOf(record))) return {};
         }
     }

@@ -19,8 +19,8 @@ namespace jet {
 std::uint64_t pageHash(std::uint64_t seed, PageView page);
 
 struct JournalHeader {
-    std::uint64_t salt = 0;        ///< new for every commit: records of an earlier one never verify
-    std::uint32_t pagesBefore = 0; ///< length of the database to go back to
+    std::uint64_t salt = 0;    ///< new for every commit: records of an earlier one never verify
+    PageCount pagesBefore = 0; ///< length of the database to go back to
     std::uint32_t records = 0;
     std::uint64_t othersDigest = 0; ///< sum of pageHash(number, page) over pages below pagesBefore without a record
 };

@@ -20,9 +20,9 @@ public:
         incomplete, ///< there was no memory for an old page
     };
 
-    explicit KeptPages(PageNo pages) : pages_(pages) {}
+    explicit KeptPages(PageCount pages) : pages_(pages) {}
 
-    PageNo pageCount() const { return pages_; }
+    PageCount pageCount() const { return pages_; }
     /// The page is about to be overwritten in the file. Called by the Pager's thread.
     void keep(PageNo page, const std::uint8_t* image) noexcept;
     /// Called by the Pager's thread when it goes.
@@ -32,7 +32,7 @@ public:
     State overlay(PageNo first, std::span<std::uint8_t> pages);
 
 private:
-    const PageNo pages_;
+    const PageCount pages_;
     std::mutex mutex_;
     std::unordered_map<PageNo, std::unique_ptr<std::uint8_t[]>> images_;
     PageNo read_ = 0; ///< pages below are read already

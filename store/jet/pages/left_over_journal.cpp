@@ -11,7 +11,7 @@ namespace jet {
 
 namespace {
 
-constexpr PageNo pagesPerRead = 64;
+constexpr PageCount pagesPerRead = 64;
 constexpr auto longestWait = std::chrono::seconds(2);
 constexpr auto pause = std::chrono::milliseconds(10);
 
@@ -19,9 +19,8 @@ std::filesystem::path withSuffix(std::filesystem::path path, const char* suffix)
 
 void putBackFrom(File& file, File& journal, const JournalHeader& header)
 {
-    forEachOldPage(journal, header,
-                   [&](PageNo page, PageView image) { file.write(std::uint64_t{page} * pageSize, image); });
-    const std::uint64_t size = std::uint64_t{header.pagesBefore} * pageSize;
+    forEachOldPage(journal, header, [&](PageNo page, PageView image) { file.write(positionOf(page), image); });
+    const std::uint64_t size = positionOf(PageNo(header.pagesBefore));
     if (file.size() > size) file.truncate(size);
     file.sync();
 }
@@ -128,17 +127,19 @@ std::optional<LeftOverJournal::Unapplied> LeftOverJournal::settleAsReader(File& 
 
 bool LeftOverJournal::belongs(File& file, File& journal, const JournalHeader& header)
 {
-    if (file.size() < std::uint64_t{header.pagesBefore} * pageSize) return false;
+    if (file.size() < positionOf(PageNo(header.pagesBefore))) return false;
     std::vector<bool> inJournal(header.pagesBefore);
-    forEachOldPage(journal, header, [&](PageNo page, PageView) { inJournal[page] = true; });
+    forEachOldPage(journal, header, [&](PageNo page, PageView) { inJournal[page.number()] = true; });
     std::vector<std::uint8_t> buffer(pagesPerRead * pageSize);
     std::uint64_t sum = 0;
-    for (PageNo first = 0; first < header.pagesBefore; first += pagesPerRead) {
-        const PageNo pages = std::min(pagesPerRead, header.pagesBefore - first);
+    const PageNo end(header.pagesBefore);
+    for (PageNo first = 0; first < end; first += pagesPerRead) {
+        const PageCount pages = std::min(pagesPerRead, end - first);
         const std::span part(buffer.data(), pages * pageSize);
-        if (file.read(std::uint64_t{first} * pageSize, part) != part.size()) return false;
-        for (PageNo i = 0; i < pages; ++i)
-            if (!inJournal[first + i]) sum += pageHash(first + i, PageView(&part[i * pageSize], pageSize));
+        if (file.read(positionOf(first), part) != part.size()) return false;
+        for (PageCount i = 0; i < pages; ++i)
+            if (!inJournal[(first + i).number()])
+                sum += pageHash((first + i).number(), PageView(&part[i * pageSize], pageSize));
     }
     return sum == header.othersDigest;
 }

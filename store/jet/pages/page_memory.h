@@ -25,18 +25,18 @@ struct TouchedPage {
 class PageMemory {
 public:
     /// `pages` as they stand in the file. `path` is for sentences.
-    PageMemory(File& file, PageNo pages, const std::filesystem::path& path);
+    PageMemory(File& file, PageCount pages, const std::filesystem::path& path);
     ~PageMemory();
     PageMemory(const PageMemory&) = delete;
     PageMemory& operator=(const PageMemory&) = delete;
 
-    PageNo count() const { return count_; }             ///< those appended by the open transaction included
-    PageNo countBefore() const { return countBefore_; } ///< without them: what the file holds
+    PageCount count() const { return count_; }             ///< those appended by the open transaction included
+    PageCount countBefore() const { return countBefore_; } ///< without them: what the file holds
 
     /// Throws damaged where there is no such page, cutShort where the file has lost it.
     PageView read(PageNo page)
     {
-        if (page >= count_) throwNoSuchPage(page);
+        if (!has(page)) throwNoSuchPage(page);
         return PageView(bytes(page), pageSize);
     }
     /// The page for a look in passing: where it is not in memory it is read into `buffer` with those around it and not
@@ -46,13 +46,13 @@ public:
     PageBytes write(PageNo page);
     [[noreturn]] void throwNoSuchPage(PageNo page) const;
     /// Appends zero pages until there are `count`.
-    void extendTo(PageNo count);
+    void extendTo(PageCount count);
     /// Puts other content in the place of what the file holds, for good: for a medium that cannot be written.
     void replace(PageNo page, PageView content);
 
     /// The pages written since the last accept() or takeBack(), each once, in the order of their first change.
     std::span<const TouchedPage> touched() const { return touched_; }
-    bool isTouched(PageNo page) const { return isTouched_[page]; }
+    bool isTouched(PageNo page) const { return isTouched_[page.number()]; }
     /// The pages from `page` to before `end`, of one extent, as they stand in memory one behind the other; empty where
     /// one of them was never asked for.
     std::span<const std::uint8_t> loaded(PageNo page, PageNo end) const;
@@ -65,23 +65,29 @@ public:
     /// Asserts what must hold at any time; at `thorough` also what needs a look at every touched page.
     void assertState(bool thorough) const;
 
-    static constexpr PageNo pagesPerExtent = 64;
+    static constexpr PageCount pagesPerExtent = 64;
 
 private:
+    bool has(PageNo page) const { return page < PageNo(count_); }
+    bool wasThere(PageNo page) const { return page < PageNo(countBefore_); }
+
     static constexpr std::size_t extentSize = pagesPerExtent * pageSize;
-    static PageNo extentsFor(PageNo pages) { return (pages + pagesPerExtent - 1) / pagesPerExtent; }
+    static std::size_t extentsFor(PageCount pages) { return (pages + pagesPerExtent - 1) / pagesPerExtent; }
+
+    static std::size_t extentOf(PageNo page) { return page.number() / pagesPerExtent; }
+    static unsigned placeOf(PageNo page) { return page.number() % pagesPerExtent; } ///< in its extent
 
     struct Extent {
         std::unique_ptr<std::uint8_t[]> bytes; ///< null: none of its pages was asked for yet
         std::uint64_t loaded = 0;              ///< a bit for each page
-        bool has(PageNo page) const { return (loaded >> page % pagesPerExtent & 1) != 0; }
+        bool has(PageNo page) const { return (loaded >> placeOf(page) & 1) != 0; }
     };
 
     std::uint8_t* bytes(PageNo page)
     {
-        Extent& extent = extents_[page / pagesPerExtent];
+        Extent& extent = extents_[extentOf(page)];
         if (!extent.has(page)) load(page);
-        return extent.bytes.get() + std::size_t{page % pagesPerExtent} * pageSize;
+        return extent.bytes.get() + placeOf(page) * pageSize;
     }
     void load(PageNo page);
     PageNo readAhead(PageNo page) const;
@@ -92,8 +98,8 @@ private:
     File& file_;
     const std::filesystem::path& path_;
     std::vector<Extent> extents_;
-    PageNo count_;
-    PageNo countBefore_;
+    PageCount count_;
+    PageCount countBefore_;
     std::vector<TouchedPage> touched_;
     std::vector<bool> isTouched_;
     std::vector<std::unique_ptr<std::uint8_t[]>> imageChunks_;

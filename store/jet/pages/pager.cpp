@@ -18,7 +18,7 @@ namespace jet {
 
 namespace {
 
-constexpr PageNo pagesOfEmptyDatabase = 16;
+constexpr PageCount pagesOfEmptyDatabase = 16;
 
 /// A session of Access keeps a byte of its lock file locked for every user; the file alone, left over from a crash,
 /// says nothing.
@@ -31,7 +31,7 @@ void refuseIfAccessIsAtWork(Disk& disk, const std::filesystem::path& database)
 }
 
 /// The number of pages of a file that may be a database. Throws notADatabase, oldFormat, cutShort, unsupported.
-PageNo pagesOf(File& file, const std::filesystem::path& path)
+PageCount pagesOf(File& file, const std::filesystem::path& path)
 {
     const std::uint64_t size = file.size();
     if (size % pageSize != 0 || size < pagesOfEmptyDatabase * pageSize) {
@@ -49,7 +49,7 @@ PageNo pagesOf(File& file, const std::filesystem::path& path)
     }
     if (size / pageSize > maxPages)
         throw Error(Fault::unsupported, inQuotes(path) + " 2 GB sınırından büyük; bu biçimde böyle bir dosya olamaz.");
-    return static_cast<PageNo>(size / pageSize);
+    return static_cast<PageCount>(size / pageSize);
 }
 
 } // namespace
@@ -129,7 +129,7 @@ void Pager::State::assertState([[maybe_unused]] Look look) const
     if (open) assert(writable && stage != Commit::Stage::broken); // 2
     if (underWay) assert(open && !spoilt);                        // 2
     memory->assertState(look == Look::thorough);                  // 3
-    assert(freeSearchStart <= memory->count());                   // 6
+    assert(freeSearchStart <= PageNo(memory->count()));           // 6
     if (look == Look::thorough) writer->assertState();            // 4, 5
 #endif
 }
@@ -195,7 +195,7 @@ Pager::~Pager()
 
 const std::filesystem::path& Pager::path() const { return state_->path; }
 bool Pager::writable() const { return state_->writable; }
-PageNo Pager::pageCount() const { return state_->memory->count(); }
+PageCount Pager::pageCount() const { return state_->memory->count(); }
 
 PageView Pager::read(PageNo page)
 {
@@ -220,7 +220,7 @@ PageBytes Pager::write(PageNo page)
     return bytes;
 }
 
-void Pager::extendTo(PageNo count)
+void Pager::extendTo(PageCount count)
 {
     State& s = *state_;
     s.writer->refuseIfBroken();

@@ -55,7 +55,8 @@ public:
 
     const std::filesystem::path& path() const;
     bool writable() const;
-    PageNo pageCount() const; ///< pages in the file, those appended by the open transaction included
+    PageCount pageCount() const; ///< of the file, the pages appended by the open transaction included
+    bool has(PageNo page) const { return page < PageNo(pageCount()); }
 
     /// Throws damaged when there is no such page.
     PageView read(PageNo page);
@@ -66,7 +67,7 @@ public:
     /// The page for changing, in a transaction; its state before is kept. Throws readOnly or damaged.
     PageBytes write(PageNo page);
     /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.
-    void extendTo(PageNo count);
+    void extendTo(PageCount count);
 
     /// Throws readOnly when the file may not be written.
     void begin();

@@ -11,7 +11,7 @@ namespace jet {
 /// Room for pages that are looked at in passing (Pager::look).
 struct PassingBuffer {
     std::vector<std::uint8_t> bytes;
-    std::optional<PageNo> extent; ///< number of the extent whose pages it holds
+    std::optional<std::size_t> extent; ///< number of the extent whose pages it holds
 };
 
 } // namespace jet

@@ -11,19 +11,19 @@ namespace at = row_page_layout;
 
 unsigned slotsOf(PageView page) { return at::slotCount.get(page); }
 
-std::uint8_t* entryOf(PageBytes page, unsigned slot) { return page.data() + at::slotAt(slot); }
+std::uint8_t* entryOf(PageBytes page, SlotNo slot) { return page.data() + at::slotAt(slot); }
 
 std::uint16_t lowestRow(PageView page)
 {
     const unsigned count = slotsOf(page);
     if (count == 0) return pageSize;
-    return getU16(page.data() + at::slotAt(count - 1)) & at::offsetMask;
+    return getU16(page.data() + at::slotAt(SlotNo(count - 1))) & at::offsetMask;
 }
 
 void storeFree(PageBytes page) { at::freeBytes.put(page, static_cast<std::uint32_t>(freeBytes(page))); }
 
 /// Gives the slot `length` bytes; the old content up to the shorter of both is kept at the row's start.
-void resizeSlot(PageBytes page, unsigned slot, std::size_t length)
+void resizeSlot(PageBytes page, SlotNo slot, std::size_t length)
 {
     const Slot old = *slotAt(page, slot);
     const unsigned count = slotsOf(page);
@@ -33,7 +33,7 @@ void resizeSlot(PageBytes page, unsigned slot, std::size_t length)
     // The row's first bytes move with the rows below it; what is cut off or added is at its end.
     const std::size_t kept = std::min<std::size_t>(old.length, length);
     std::memmove(page.data() + lowest + shift, page.data() + lowest, old.offset + kept - lowest);
-    for (unsigned k = slot; k < count; ++k) {
+    for (SlotNo k = slot; k < SlotNo(count); ++k) {
         const std::uint16_t raw = getU16(entryOf(page, k));
         const auto offset = static_cast<std::uint16_t>((raw & at::offsetMask) + shift);
         putU16(entryOf(page, k), static_cast<std::uint16_t>((raw & ~at::offsetMask) | offset));
@@ -55,7 +55,7 @@ bool slotsInOrder(PageView page)
 {
     const std::optional<unsigned> count = slotCount(page);
     if (!count) return false;
-    for (unsigned k = 0; k < *count; ++k) {
+    for (SlotNo k = 0; k < SlotNo(*count); ++k) {
         if (!slotAt(page, k, *count)) return false;
     }
     return true;
@@ -74,7 +74,7 @@ std::size_t roomForRow(PageView page)
     return slotsOf(page) >= limits::slotsOnPage || room < at::slotBytes ? 0 : room - at::slotBytes;
 }
 
-void initRowPage(PageBytes page, std::uint32_t owner)
+void initRowPage(PageBytes page, PageNo owner)
 {
     std::fill(page.begin(), page.end(), std::uint8_t{0});
     stampPage(page, PageType::row);
@@ -82,31 +82,32 @@ void initRowPage(PageBytes page, std::uint32_t owner)
     storeFree(page);
 }
 
-std::uint8_t appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKind kind)
+SlotNo appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKind kind)
 {
     assert(row.size() <= roomForRow(page));
-    const unsigned slot = slotsOf(page);
+    const unsigned before = slotsOf(page);
+    const SlotNo slot(before);
     const auto offset = static_cast<std::uint16_t>(lowestRow(page) - row.size());
     std::copy(row.begin(), row.end(), page.begin() + offset);
-    at::slotCount.put(page, slot + 1);
+    at::slotCount.put(page, before + 1);
     putU16(entryOf(page, slot), static_cast<std::uint16_t>(offset | (kind == RowKind::body ? at::hiddenFlag : 0)));
     storeFree(page);
-    return static_cast<std::uint8_t>(slot);
+    return slot;
 }
 
-bool fitsSlot(PageView page, unsigned slot, std::size_t length)
+bool fitsSlot(PageView page, SlotNo slot, std::size_t length)
 {
     const std::optional<Slot> old = slotAt(page, slot);
     return old && length <= old->length + freeBytes(page);
 }
 
-void replaceRow(PageBytes page, unsigned slot, std::span<const std::uint8_t> row)
+void replaceRow(PageBytes page, SlotNo slot, std::span<const std::uint8_t> row)
 {
     resizeSlot(page, slot, row.size());
     std::copy(row.begin(), row.end(), page.begin() + slotAt(page, slot)->offset);
 }
 
-void pointSlot(PageBytes page, unsigned slot, RowId body)
+void pointSlot(PageBytes page, SlotNo slot, RowId body)
 {
     const Slot head = *slotAt(page, slot);
     assert(head.length >= at::pointer.size);
@@ -114,7 +115,7 @@ void pointSlot(PageBytes page, unsigned slot, RowId body)
     putU16(entryOf(page, slot), head.offset | at::pointerFlag);
 }
 
-void killSlot(PageBytes page, unsigned slot)
+void killSlot(PageBytes page, SlotNo slot)
 {
     resizeSlot(page, slot, 0);
     std::uint8_t* entry = entryOf(page, slot);
@@ -124,7 +125,7 @@ void killSlot(PageBytes page, unsigned slot)
 void killAllSlots(PageBytes page)
 {
     const unsigned count = slotsOf(page);
-    for (unsigned k = 0; k < count; ++k) putU16(entryOf(page, k), pageSize | at::deadFlags);
+    for (SlotNo k = 0; k < SlotNo(count); ++k) putU16(entryOf(page, k), pageSize | at::deadFlags);
     std::fill(page.begin() + static_cast<std::ptrdiff_t>(at::slotsEnd(count)), page.end(), std::uint8_t{0});
     storeFree(page);
 }
@@ -132,7 +133,7 @@ void killAllSlots(PageBytes page)
 bool allSlotsDead(PageView page)
 {
     const unsigned count = slotsOf(page);
-    for (unsigned k = 0; k < count; ++k) {
+    for (SlotNo k = 0; k < SlotNo(count); ++k) {
         const std::uint16_t raw = getU16(page.data() + at::slotAt(k));
         if ((raw & at::deadFlags) != at::deadFlags) return false;
     }

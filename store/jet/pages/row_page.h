@@ -21,8 +21,8 @@ struct Slot {
     bool dead() const { return hidden && pointer; }
 };
 
-inline std::uint32_t rowPageOwner(PageView page) { return row_page_layout::owner.get(page); }
-inline bool isRowPage(PageView page, std::uint32_t owner)
+inline PageNo rowPageOwner(PageView page) { return row_page_layout::owner.get(page); }
+inline bool isRowPage(PageView page, PageNo owner)
 {
     return isPageOf(page, PageType::row) && rowPageOwner(page) == owner;
 }
@@ -36,7 +36,7 @@ inline std::optional<unsigned> slotCount(PageView page)
 }
 
 /// The slot, or nothing when its bytes lie outside the room for rows. `slot` is below `count`, the page's slotCount.
-inline std::optional<Slot> slotAt(PageView page, unsigned slot, unsigned count)
+inline std::optional<Slot> slotAt(PageView page, SlotNo slot, unsigned count)
 {
     namespace at = row_page_layout;
     const std::uint8_t* entry = page.data() + at::slotAt(slot);
@@ -50,10 +50,10 @@ inline std::optional<Slot> slotAt(PageView page, unsigned slot, unsigned count)
 }
 
 /// Nothing where there is no such slot, or a damaged one.
-inline std::optional<Slot> slotAt(PageView page, unsigned slot)
+inline std::optional<Slot> slotAt(PageView page, SlotNo slot)
 {
     const std::optional<unsigned> count = slotCount(page);
-    if (!count || slot >= *count) return std::nullopt;
+    if (!count || slot >= SlotNo(*count)) return std::nullopt;
     return slotAt(page, slot, *count);
 }
 
@@ -75,17 +75,17 @@ std::size_t roomForRow(PageView page);
 
 enum class RowKind { ordinary, body };
 
-void initRowPage(PageBytes page, std::uint32_t owner);
+void initRowPage(PageBytes page, PageNo owner);
 /// Adds a row under a new slot. The caller has asked roomForRow.
-std::uint8_t appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKind kind);
+SlotNo appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKind kind);
 /// True when the slot's row may become `length` bytes long without leaving the page.
-bool fitsSlot(PageView page, unsigned slot, std::size_t length);
+bool fitsSlot(PageView page, SlotNo slot, std::size_t length);
 /// Gives the slot a row of any length that fitsSlot; the rows below it move, all slots keep their flags.
-void replaceRow(PageBytes page, unsigned slot, std::span<const std::uint8_t> row);
+void replaceRow(PageBytes page, SlotNo slot, std::span<const std::uint8_t> row);
 /// Makes the slot a pointer to a body elsewhere. Its length stays, at least row_layout::shortest.
-void pointSlot(PageBytes page, unsigned slot, RowId body);
+void pointSlot(PageBytes page, SlotNo slot, RowId body);
 /// Takes the slot's bytes out of the page and marks it dead.
-void killSlot(PageBytes page, unsigned slot);
+void killSlot(PageBytes page, SlotNo slot);
 /// The same for all slots of the page at once.
 void killAllSlots(PageBytes page);
 /// True when no slot of the page holds a row.

@@ -11,7 +11,7 @@ namespace jet {
 
 void KeptPages::keep(PageNo page, const std::uint8_t* image) noexcept
 {
-    if (page >= pages_) return;
+    if (page >= PageNo(pages_)) return;
     const std::lock_guard lock(mutex_);
     if (page < read_ || state_ != State::good || images_.contains(page)) return;
     try {
@@ -35,7 +35,7 @@ KeptPages::State KeptPages::overlay(PageNo first, std::span<std::uint8_t> pages)
 {
     const std::lock_guard lock(mutex_);
     if (state_ != State::good) return state_;
-    const auto end = static_cast<PageNo>(first + pages.size() / pageSize);
+    const PageNo end = first + static_cast<PageCount>(pages.size() / pageSize);
     if (!images_.empty()) {
         for (PageNo page = first; page < end; ++page) {
             const auto kept = images_.find(page);
@@ -55,15 +55,15 @@ Snapshot::Snapshot(std::unique_ptr<File> file, std::shared_ptr<KeptPages> kept)
 
 Snapshot::~Snapshot() = default;
 
-PageNo Snapshot::pageCount() const { return kept_->pageCount(); }
+PageCount Snapshot::pageCount() const { return kept_->pageCount(); }
 
-PageNo Snapshot::readNext(std::span<std::uint8_t> into)
+PageCount Snapshot::readNext(std::span<std::uint8_t> into)
 {
-    const PageNo count = std::min(static_cast<PageNo>(into.size() / pageSize), pageCount() - next_);
+    const PageCount count = std::min(static_cast<PageCount>(into.size() / pageSize), PageNo(pageCount()) - next_);
     if (count == 0) return 0;
     const auto pages = into.first(count * pageSize);
     // The file first, the kept pages second: the other way round a commit in between would slip through.
-    if (file_->read(std::uint64_t{next_} * pageSize, pages) != pages.size())
+    if (file_->read(positionOf(next_), pages) != pages.size())
         throw Error(Fault::cutShort, "Veritabanı dosyası kopyalanırken kısaldı; dosyayı denetleyin.");
     switch (kept_->overlay(next_, pages)) {
     case KeptPages::State::closed:

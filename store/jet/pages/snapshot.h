@@ -25,10 +25,10 @@ public:
     Snapshot(const Snapshot&) = delete;
     Snapshot& operator=(const Snapshot&) = delete;
 
-    PageNo pageCount() const;
+    PageCount pageCount() const;
     /// Reads the next pages in order, whole pages only, as many as fit; returns how many, 0 behind the last one.
     /// Throws disk when the database was closed meanwhile or its old pages could not be kept, cutShort.
-    PageNo readNext(std::span<std::uint8_t> into);
+    PageCount readNext(std::span<std::uint8_t> into);
 
 private:
     std::unique_ptr<File> file_;

@@ -10,7 +10,7 @@ SnapshotList::~SnapshotList()
         if (const auto kept = each.lock()) kept->close();
 }
 
-std::unique_ptr<Snapshot> SnapshotList::take(Disk& disk, const std::filesystem::path& database, PageNo pages)
+std::unique_ptr<Snapshot> SnapshotList::take(Disk& disk, const std::filesystem::path& database, PageCount pages)
 {
     auto kept = std::make_shared<KeptPages>(pages);
     auto snapshot = std::make_unique<Snapshot>(disk.open(database, Disk::Access::readOnly), kept);

@@ -21,7 +21,7 @@ public:
     SnapshotList& operator=(const SnapshotList&) = delete;
 
     /// One of the file as it is now, `pages` long. Throws disk.
-    std::unique_ptr<Snapshot> take(Disk& disk, const std::filesystem::path& database, PageNo pages);
+    std::unique_ptr<Snapshot> take(Disk& disk, const std::filesystem::path& database, PageCount pages);
     /// Leaves the images with the readers. Before the first of these pages is overwritten in the file.
     void keep(std::span<const TouchedPage> changed) noexcept;
 

@@ -20,12 +20,12 @@ namespace row_page = row_page_layout;
 constexpr PageNo firstAllocatable = 2; ///< header and page 1 are never free
 /// A free map may have gaps past the end of the file: batches of 32 pages reserved and never written. A larger one is
 /// damage, and filling it would make a giant of the file.
-constexpr PageNo largestGap = 1024;
+constexpr PageCount largestGap = 1024;
 
 [[noreturn]] void damaged(MapRef map, const std::string& what)
 {
-    throw Error(Fault::damaged, "Sayfa haritası hasarlı (sayfa " + std::to_string(map.page) + ", yuva " +
-                                    std::to_string(map.slot) + "): " + what + "; dosyayı denetleyin.");
+    throw Error(Fault::damaged, "Sayfa haritası hasarlı (sayfa " + std::to_string(map.page.number()) + ", yuva " +
+                                    std::to_string(map.slot.number()) + "): " + what + "; dosyayı denetleyin.");
 }
 
 /// Where a map's row lies in its page.
@@ -39,10 +39,10 @@ Place placeOf(PageView page, MapRef map)
 {
     if (!isPageOf(page, PageType::row)) damaged(map, "sayfa bir satır sayfası değil");
     const std::size_t slots = row_page::slotCount.get(page);
-    if (map.slot >= slots || row_page::slotsEnd(slots) > pageSize) damaged(map, "böyle bir yuva yok");
-    const auto slot = [&](std::size_t i) { return getU16(&page[row_page::slotAt(i)]); };
+    if (map.slot >= SlotNo(slots) || row_page::slotsEnd(slots) > pageSize) damaged(map, "böyle bir yuva yok");
+    const auto slot = [&](SlotNo i) { return getU16(&page[row_page::slotAt(i)]); };
     const std::size_t offset = slot(map.slot);
-    const std::size_t end = map.slot == 0 ? pageSize : slot(map.slot - 1U) & row_page::offsetMask;
+    const std::size_t end = map.slot == 0 ? pageSize : slot(SlotNo(map.slot.number() - 1U)) & row_page::offsetMask;
     if (offset > row_page::offsetMask) damaged(map, "yuva silinmiş");
     if (offset < row_page::slotsEnd(slots) || offset > end || end > pageSize) damaged(map, "satırın yeri bozuk");
     return {offset, end - offset};
@@ -58,10 +58,10 @@ struct Row {
 
     PageNo start() const { return at::firstPage.get(bytes); }
     std::span<const std::uint8_t> bitmap() const { return bytes.subspan(at::inlineBits); }
-    PageNo capacity() const { return static_cast<PageNo>(bitmap().size() * 8); }
+    PageCount capacity() const { return static_cast<PageCount>(bitmap().size() * 8); }
     bool covers(PageNo page) const { return page >= start() && page - start() < capacity(); }
     std::size_t entries() const { return (bytes.size() - at::entries) / at::entryBytes; }
-    PageNo entry(std::size_t k) const { return getU32(&bytes[at::entryAt(k)]); }
+    PageNo entry(std::size_t k) const { return PageNo(getU32(&bytes[at::entryAt(k)])); }
 };
 
 Row rowOf(Pager& pager, MapRef map)
@@ -74,7 +74,7 @@ Row rowOf(Pager& pager, MapRef map)
     if (kind > at::referenceKind) damaged(map, "türü bilinmiyor");
     row.kind = static_cast<Kind>(kind);
     if (row.kind == Kind::inlined && row.bytes.size() < at::inlineBits) damaged(map, "satır kısa");
-    if (row.kind == Kind::inlined && row.start() >= maxPages) damaged(map, "ilk sayfası dosyanın çok dışında");
+    if (row.kind == Kind::inlined && row.start() >= PageNo(maxPages)) damaged(map, "ilk sayfası dosyanın çok dışında");
     return row;
 }
 
@@ -90,15 +90,20 @@ PageView bitmapPage(Pager& pager, const Row& row, std::size_t k)
     const PageNo number = row.entry(k);
     for (std::size_t i = 0; i < k; ++i)
         if (row.entry(i) == number) damaged(row.ref, "aynı bit sayfası iki kez geçiyor");
-    if (number >= pager.pageCount()) damaged(row.ref, "olmayan bir bit sayfasına başvuruyor");
+    if (!pager.has(number)) damaged(row.ref, "olmayan bir bit sayfasına başvuruyor");
     const PageView page = pager.read(number);
-    if (!isPageOf(page, PageType::usageBitmap)) damaged(row.ref, std::to_string(number) + ". sayfa bit sayfası değil");
+    if (!isPageOf(page, PageType::usageBitmap))
+        damaged(row.ref, std::to_string(number.number()) + ". sayfa bit sayfası değil");
     return page;
 }
 
-bool bitAt(std::span<const std::uint8_t> bitmap, PageNo bit) { return (bitmap[bit / 8] >> bit % 8 & 1) != 0; }
+/// In a reference map: which page of bits tells of the page, and which bit of it.
+std::size_t bitmapOf(PageNo page) { return page.number() / at::pagesPerBitmap; }
+std::uint32_t bitOf(PageNo page) { return page.number() % at::pagesPerBitmap; }
 
-void putBit(std::span<std::uint8_t> bitmap, PageNo bit, bool on)
+bool bitAt(std::span<const std::uint8_t> bitmap, std::uint32_t bit) { return (bitmap[bit / 8] >> bit % 8 & 1) != 0; }
+
+void putBit(std::span<std::uint8_t> bitmap, std::uint32_t bit, bool on)
 {
     const auto mask = static_cast<std::uint8_t>(1U << bit % 8);
     if (on)
@@ -108,9 +113,9 @@ void putBit(std::span<std::uint8_t> bitmap, PageNo bit, bool on)
 }
 
 /// The first set bit at or after `from`; the bitmap's size in bits when there is none.
-PageNo nextBit(std::span<const std::uint8_t> bitmap, PageNo from)
+std::uint32_t nextBit(std::span<const std::uint8_t> bitmap, std::uint32_t from)
 {
-    const auto bits = static_cast<PageNo>(bitmap.size() * 8);
+    const auto bits = static_cast<std::uint32_t>(bitmap.size() * 8);
     if (from >= bits) return bits;
     std::size_t byte = from / 8;
     auto current = static_cast<std::uint8_t>(bitmap[byte] & (0xFFU << from % 8));
@@ -120,21 +125,21 @@ PageNo nextBit(std::span<const std::uint8_t> bitmap, PageNo from)
         if (byte >= bitmap.size()) return bits;
         current = bitmap[byte];
     }
-    return static_cast<PageNo>(byte * 8) + static_cast<PageNo>(std::countr_zero(current));
+    return static_cast<std::uint32_t>(byte * 8) + static_cast<std::uint32_t>(std::countr_zero(current));
 }
 
 /// Calls visit(page) for every set bit in ascending order until it returns false.
 template <class Visit> void forEachSet(Pager& pager, const Row& row, Visit&& visit)
 {
     const auto walk = [&](std::span<const std::uint8_t> bitmap, std::uint64_t first) {
-        const auto bits = static_cast<PageNo>(bitmap.size() * 8);
-        for (PageNo bit = nextBit(bitmap, 0); bit < bits; bit = nextBit(bitmap, bit + 1)) {
+        const auto bits = static_cast<std::uint32_t>(bitmap.size() * 8);
+        for (std::uint32_t bit = nextBit(bitmap, 0); bit < bits; bit = nextBit(bitmap, bit + 1)) {
             if (first + bit >= maxPages || !visit(static_cast<PageNo>(first + bit))) return false;
         }
         return true;
     };
     if (row.kind == Kind::inlined) {
-        walk(row.bitmap(), row.start());
+        walk(row.bitmap(), row.start().number());
         return;
     }
     for (std::size_t k = 0; k < row.entries(); ++k)
@@ -157,7 +162,7 @@ void setEntry(Pager& pager, MapRef map, std::size_t k, PageNo bitmap)
 {
     const auto row = writableRow(pager, map);
     if (at::entryAt(k + 1) > row.size()) damaged(map, "satır bu kadar sayfa için kısa");
-    putU32(&row[at::entryAt(k)], bitmap);
+    putU32(&row[at::entryAt(k)], bitmap.number());
 }
 
 /// Lengthens a map's row by `extra` zero bytes where its page has room: lower rows move down.
@@ -167,7 +172,7 @@ bool lengthen(Pager& pager, MapRef map, std::size_t extra)
     const Place place = placeOf(before, map);
     const std::size_t slots = row_page::slotCount.get(before);
     std::size_t lowest = place.offset;
-    for (std::size_t i = map.slot; i < slots; ++i) {
+    for (SlotNo i = map.slot; i < SlotNo(slots); ++i) {
         const std::size_t offset = getU16(&before[row_page::slotAt(i)]) & row_page::offsetMask;
         if (offset > lowest || offset < row_page::slotsEnd(slots)) damaged(map, "sayfanın yuvaları bozuk");
         lowest = offset;
@@ -177,7 +182,7 @@ bool lengthen(Pager& pager, MapRef map, std::size_t extra)
     const PageBytes page = pager.write(map.page);
     std::memmove(&page[lowest - extra], &page[lowest], place.end() - lowest);
     std::memset(&page[place.end() - extra], 0, extra);
-    for (std::size_t i = map.slot; i < slots; ++i) {
+    for (SlotNo i = map.slot; i < SlotNo(slots); ++i) {
         std::uint8_t* const slot = &page[row_page::slotAt(i)];
         putU16(slot, getU16(slot) - static_cast<std::uint32_t>(extra));
     }
@@ -192,16 +197,16 @@ std::optional<PageNo> firstFree(Pager& pager, const Row& row, PageNo from)
 {
     if (row.kind == Kind::inlined) {
         const PageNo start = row.start();
-        const PageNo bit = nextBit(row.bitmap(), from > start ? from - start : 0);
+        const std::uint32_t bit = nextBit(row.bitmap(), from > start ? from - start : 0);
         if (bit < row.capacity()) return start + bit;
         return {};
     }
-    for (std::size_t k = from / at::pagesPerBitmap; k < row.entries(); ++k) {
+    for (std::size_t k = from.number() / at::pagesPerBitmap; k < row.entries(); ++k) {
         const auto first = static_cast<std::uint64_t>(k) * at::pagesPerBitmap;
         if (first >= maxPages) break;
         if (row.entry(k) == 0) continue;
-        const PageNo bit = nextBit(bitmapPage(pager, row, k).subspan(at::pageBits),
-                                   from > first ? from - static_cast<PageNo>(first) : 0);
+        const std::uint32_t bit =
+            nextBit(bitmapPage(pager, row, k).subspan(at::pageBits), from > PageNo(first) ? from - PageNo(first) : 0);
         if (bit < at::pagesPerBitmap) return static_cast<PageNo>(first + bit);
     }
     return {};
@@ -211,11 +216,11 @@ std::optional<PageNo> firstFree(Pager& pager, const Row& row, PageNo from)
 /// `page`, which is in nobody's use.
 std::span<std::uint8_t> addFreeBitmap(Pager& pager, std::size_t k, PageNo page)
 {
-    pager.extendTo(page + 1);
+    pager.extendTo((page + 1).number());
     const auto bitmap = initBitmap(pager, page);
-    const auto first = static_cast<PageNo>(k * at::pagesPerBitmap);
-    for (PageNo bit = 0; bit < at::pagesPerBitmap; ++bit)
-        if (first + bit >= pager.pageCount()) putBit(bitmap, bit, true);
+    const PageNo first(k * at::pagesPerBitmap);
+    for (std::uint32_t bit = 0; bit < at::pagesPerBitmap; ++bit)
+        if (!pager.has(first + bit)) putBit(bitmap, bit, true);
     setEntry(pager, freeMap, k, page);
     return bitmap;
 }
@@ -232,7 +237,7 @@ void setBit(Pager& pager, MapRef map, PageNo page)
         auto pages = mapPages(pager, map);
         pages.push_back(page);
         const auto [least, most] = std::minmax_element(pages.begin(), pages.end());
-        const PageNo start = *least / at::firstPageStep * at::firstPageStep;
+        const PageNo start(least->number() / at::firstPageStep * at::firstPageStep);
         const bool fits = *most - start < row.capacity();
         const auto bytes = writableRow(pager, map);
         std::fill(bytes.begin(), bytes.end(), std::uint8_t{0});
@@ -245,7 +250,7 @@ void setBit(Pager& pager, MapRef map, PageNo page)
         for (const PageNo one : pages) setBit(pager, map, one);
         return;
     }
-    const std::size_t k = page / at::pagesPerBitmap;
+    const std::size_t k = bitmapOf(page);
     if (k >= row.entries()) damaged(map, "satır bu kadar sayfa için kısa");
     if (row.entry(k) == 0) {
         const PageNo bitmap = allocatePage(pager);
@@ -253,7 +258,7 @@ void setBit(Pager& pager, MapRef map, PageNo page)
         setEntry(pager, map, k, bitmap);
     }
     bitmapPage(pager, rowOf(pager, map), k);
-    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(at::pageBits), page % at::pagesPerBitmap, true);
+    putBit(pager.write(rowOf(pager, map).entry(k)).subspan(at::pageBits), bitOf(page), true);
 }
 
 /// Turns the inline free map into a reference map. What it knew as free stays so.
@@ -264,7 +269,7 @@ void convertFreeMap(Pager& pager)
     const auto row = writableRow(pager, freeMap);
     std::fill(row.begin(), row.end(), std::uint8_t{0});
     at::kind.put(row, at::referenceKind);
-    for (std::size_t k = 0; k < ranges; ++k) addFreeBitmap(pager, k, pager.pageCount());
+    for (std::size_t k = 0; k < ranges; ++k) addFreeBitmap(pager, k, PageNo(pager.pageCount()));
     for (const PageNo page : free) setBit(pager, freeMap, page);
     pager.setFreeSearchStart(0);
 }
@@ -273,11 +278,11 @@ void convertFreeMap(Pager& pager)
 void growFreeMap(Pager& pager)
 {
     const Row row = rowOf(pager, freeMap);
-    const PageNo next = pager.pageCount();
+    const PageNo next(pager.pageCount());
     if (row.kind == Kind::inlined) {
         const PageNo start = row.start();
         const PageNo first = start + row.capacity();
-        if (first >= maxPages || !lengthen(pager, freeMap, at::growthStep)) {
+        if (first >= PageNo(maxPages) || !lengthen(pager, freeMap, at::growthStep)) {
             convertFreeMap(pager);
             return;
         }
@@ -287,7 +292,7 @@ void growFreeMap(Pager& pager)
             putBit(bitmap, page - start, true);
         return;
     }
-    const std::size_t k = next / at::pagesPerBitmap;
+    const std::size_t k = bitmapOf(next);
     if (k >= row.entries() || row.entry(k) == 0) {
         addFreeBitmap(pager, k, next);
         return;
@@ -295,7 +300,7 @@ void growFreeMap(Pager& pager)
     // Pages that another program reserved past the end of the file and never wrote.
     bitmapPage(pager, row, k);
     const auto bitmap = pager.write(row.entry(k)).subspan(at::pageBits);
-    for (PageNo bit = next % at::pagesPerBitmap; bit < at::pagesPerBitmap; ++bit) putBit(bitmap, bit, true);
+    for (std::uint32_t bit = bitOf(next); bit < at::pagesPerBitmap; ++bit) putBit(bitmap, bit, true);
 }
 
 } // namespace
@@ -304,7 +309,7 @@ std::vector<PageNo> mapPages(Pager& pager, MapRef map)
 {
     std::vector<PageNo> pages;
     forEachSet(pager, rowOf(pager, map), [&](PageNo page) {
-        if (page >= pager.pageCount()) return false;
+        if (!pager.has(page)) return false;
         pages.push_back(page);
         return true;
     });
@@ -313,16 +318,16 @@ std::vector<PageNo> mapPages(Pager& pager, MapRef map)
 
 bool mapLeadsPastTheEnd(Pager& pager, MapRef map)
 {
-    constexpr PageNo farEnough = 32768;
-    const PageNo begin = pager.pageCount();
-    const PageNo end = std::min(maxPages, begin + farEnough);
+    constexpr PageCount farEnough = 32768;
+    const PageCount begin = pager.pageCount();
+    const PageCount end = std::min(maxPages, begin + farEnough);
     const Row row = rowOf(pager, map);
     // `first` is the page of the first bit.
     const auto hasBit = [&](std::span<const std::uint8_t> bitmap, std::uint64_t first) {
-        const PageNo bit = nextBit(bitmap, begin > first ? static_cast<PageNo>(begin - first) : 0);
+        const std::uint32_t bit = nextBit(bitmap, begin > first ? static_cast<PageCount>(begin - first) : 0);
         return bit < bitmap.size() * 8 && first + bit < end;
     };
-    if (row.kind == Kind::inlined) return hasBit(row.bitmap(), row.start());
+    if (row.kind == Kind::inlined) return hasBit(row.bitmap(), row.start().number());
     for (std::size_t k = begin / at::pagesPerBitmap; k < row.entries() && k * at::pagesPerBitmap < end; ++k)
         if (row.entry(k) != 0 &&
             hasBit(bitmapPage(pager, row, k).subspan(at::pageBits), std::uint64_t{k} * at::pagesPerBitmap))
@@ -347,14 +352,14 @@ bool mapHas(Pager& pager, MapRef map, PageNo page)
 {
     const Row row = rowOf(pager, map);
     if (row.kind == Kind::inlined) return row.covers(page) && bitAt(row.bitmap(), page - row.start());
-    const std::size_t k = page / at::pagesPerBitmap;
+    const std::size_t k = bitmapOf(page);
     if (k >= row.entries() || row.entry(k) == 0) return false;
-    return bitAt(bitmapPage(pager, row, k).subspan(at::pageBits), page % at::pagesPerBitmap);
+    return bitAt(bitmapPage(pager, row, k).subspan(at::pageBits), bitOf(page));
 }
 
 void mapSet(Pager& pager, MapRef map, PageNo page)
 {
-    assert(page != 0 && page < pager.pageCount());
+    assert(page != 0 && pager.has(page));
     setBit(pager, map, page);
 }
 
@@ -365,8 +370,7 @@ void mapClear(Pager& pager, MapRef map, PageNo page)
     if (row.kind == Kind::inlined)
         putBit(writableRow(pager, map).subspan(at::inlineBits), page - row.start(), false);
     else
-        putBit(pager.write(row.entry(page / at::pagesPerBitmap)).subspan(at::pageBits), page % at::pagesPerBitmap,
-               false);
+        putBit(pager.write(row.entry(bitmapOf(page))).subspan(at::pageBits), bitOf(page), false);
 }
 
 PageNo allocatePage(Pager& pager)
@@ -377,9 +381,9 @@ PageNo allocatePage(Pager& pager)
             growFreeMap(pager);
             continue;
         }
-        if (*found < firstAllocatable || *found > pager.pageCount() + largestGap)
-            damaged(freeMap, std::to_string(*found) + ". sayfa boş görünüyor");
-        pager.extendTo(*found + 1);
+        if (*found < firstAllocatable || *found > PageNo(pager.pageCount()) + largestGap)
+            damaged(freeMap, std::to_string(found->number()) + ". sayfa boş görünüyor");
+        pager.extendTo((*found + 1).number());
         mapClear(pager, freeMap, *found);
         pager.setFreeSearchStart(*found + 1);
         std::memset(pager.write(*found).data(), 0, pageSize);
@@ -390,7 +394,7 @@ PageNo allocatePage(Pager& pager)
 void freePage(Pager& pager, PageNo page, PageType tombstone)
 {
     if (page < firstAllocatable || mapHas(pager, freeMap, page))
-        damaged(freeMap, std::to_string(page) + ". sayfa ikinci kez boşaltılıyor");
+        damaged(freeMap, std::to_string(page.number()) + ". sayfa ikinci kez boşaltılıyor");
     const PageBytes bytes = pager.write(page);
     if (tombstone == PageType::blank)
         std::memset(bytes.data(), 0, page_layout::head);
@@ -407,10 +411,9 @@ void freePage(Pager& pager, PageNo page, PageType tombstone)
             growFreeMap(pager);
     }
     const Row row = rowOf(pager, freeMap);
-    if (row.kind == Kind::reference &&
-        (page / at::pagesPerBitmap >= row.entries() || row.entry(page / at::pagesPerBitmap) == 0)) {
+    if (row.kind == Kind::reference && (bitmapOf(page) >= row.entries() || row.entry(bitmapOf(page)) == 0)) {
         // Nothing is known of its range: the page becomes the range's bitmap instead, which needs no further page.
-        addFreeBitmap(pager, page / at::pagesPerBitmap, page);
+        addFreeBitmap(pager, bitmapOf(page), page);
         return;
     }
     mapSet(pager, freeMap, page);

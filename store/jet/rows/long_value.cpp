@@ -34,7 +34,7 @@ Reference readReference(const Pager& pager, std::span<const std::uint8_t> bytes)
 
 std::span<const std::uint8_t> pieceAt(Pager& pager, RowId place)
 {
-    if (place.page == 0 || place.page >= pager.pageCount()) {
+    if (place.page == 0 || !pager.has(place.page)) {
         throwDamaged(pager, place.page, "bir uzun alan olmayan bir sayfayı gösteriyor");
     }
     const PageView page = pager.read(place.page);
@@ -173,7 +173,7 @@ Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<con
 {
     assert(data.size() <= at::longestOnePage && !owned.none() && !freeSpace.none());
     const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
-    const std::uint8_t slot = appendRow(pager.write(page), data, RowKind::ordinary);
+    const SlotNo slot = appendRow(pager.write(page), data, RowKind::ordinary);
     Bytes field = emptyField(Kind::onePage, data.size());
     at::place.put(field, RowId{page, slot});
     return field;

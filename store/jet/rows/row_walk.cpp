@@ -8,11 +8,11 @@ namespace jet {
 
 std::optional<RowReader::Row> RowReader::find(RowId head) const
 {
-    if (head.page == 0 || head.page >= pager_->pageCount()) return std::nullopt;
+    if (head.page == 0 || !pager_->has(head.page)) return std::nullopt;
     const PageView page = pager_->read(head.page);
     if (!holdsRows(head.page, page)) return std::nullopt;
     const std::optional<unsigned> count = slotCount(page);
-    if (!count || head.slot >= *count) return std::nullopt;
+    if (!count || head.slot >= SlotNo(*count)) return std::nullopt;
     const std::optional<Slot> slot = slotAt(page, head.slot, *count);
     if (!slot) return Row{head, {}, slotDamage};
     if (!slot->live()) return std::nullopt;
@@ -22,7 +22,7 @@ std::optional<RowReader::Row> RowReader::find(RowId head) const
 void RowReader::followPointer(Row& row, PageView page, Slot slot) const
 {
     const std::optional<RowId> place = pointerOf(page, slot);
-    if (!place || place->page == 0 || place->page >= pager_->pageCount()) {
+    if (!place || place->page == 0 || !pager_->has(place->page)) {
         row.damage = "satırın taşındığı yer geçersiz";
         return;
     }
@@ -40,7 +40,7 @@ void ThrowAtDamage::damagedPage(PageNo page, const char* what) const { throwDama
 
 void ThrowAtDamage::damagedRow(RowId head, const char* what) const
 {
-    throwDamaged(pager_, head.page, std::to_string(head.slot) + ". satır, " + what);
+    throwDamaged(pager_, head.page, std::to_string(head.slot.number()) + ". satır, " + what);
 }
 
 } // namespace jet

@@ -54,7 +54,7 @@ public:
     std::optional<Row> find(RowId head) const;
     bool holdsRows(PageNo number, PageView page) const
     {
-        return isRowPage(page, definition_) || (trusted_ != nullptr && (*trusted_)[number]);
+        return isRowPage(page, definition_) || (trusted_ != nullptr && (*trusted_)[number.number()]);
     }
     Pager& pager() const { return *pager_; }
 
@@ -113,15 +113,16 @@ public:
     template <class Receiver> bool next(Receiver&& receiver)
     {
         for (;;) {
-            while (slot_ < slotCount_) {
+            while (slot_ < slotEnd_) {
                 const PageView page(page_, pageSize);
-                head_.slot = static_cast<std::uint8_t>(slot_);
-                const std::optional<Slot> slot = slotAt(page, slot_++, slotCount_);
+                head_.slot = slot_;
+                const std::optional<Slot> slot = slotAt(page, slot_, slotEnd_.number());
+                ++slot_;
                 if (!slot) {
                     receiver.damagedRow(head_, RowReader::slotDamage);
                 } else if (slot->live()) {
                     row_ = reader_.read(head_, page, *slot);
-                    if (slot->pointer && row_.body != head_ && !reached_.insert(keyOf(row_.body)).second)
+                    if (slot->pointer && row_.body != head_ && !reached_.insert(row_.body.packed()).second)
                         row_.damage = "satırın taşındığı yere iki yerden geliniyor";
                     if (row_.damage == nullptr) return true;
                     receiver.damagedRow(head_, row_.damage);
@@ -139,11 +140,9 @@ public:
     RowId body() const { return row_.body; }
     std::span<const std::uint8_t> bytes() const { return row_.bytes; }
     /// A head that the walk has passed leads there.
-    bool reached(RowId body) const { return reached_.contains(keyOf(body)); }
+    bool reached(RowId body) const { return reached_.contains(body.packed()); }
 
 private:
-    static std::uint32_t keyOf(RowId place) { return place.page << 8 | place.slot; }
-
     template <class Receiver> void openPage(Receiver& receiver)
     {
         const PageNo number = (*pages_)[nextPage_++];
@@ -162,7 +161,7 @@ private:
         receiver.page(number, page);
         page_ = page.data();
         slot_ = 0;
-        slotCount_ = *count;
+        slotEnd_ = SlotNo(*count);
     }
 
     RowReader reader_;
@@ -171,8 +170,8 @@ private:
     PassingBuffer passing_;
     std::size_t nextPage_ = 0;
     const std::uint8_t* page_ = nullptr;
-    unsigned slot_ = 0;
-    unsigned slotCount_ = 0;
+    SlotNo slot_ = 0;
+    SlotNo slotEnd_ = 0;
     RowId head_;
     RowReader::Row row_;
     std::unordered_set<std::uint32_t> reached_; ///< bodies

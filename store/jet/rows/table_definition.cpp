@@ -59,9 +59,10 @@ private:
 
 void checkPage(const Pager& pager, PageNo page)
 {
-    if (page < pager.pageCount()) return;
-    throw Error(Fault::cutShort, files::quotedPath(pager.path()) + " dosyası eksik: dosyada " + std::to_string(page) +
-                                     " numaralı sayfa olmalı, ama dosya " + std::to_string(pager.pageCount()) +
+    if (pager.has(page)) return;
+    throw Error(Fault::cutShort, files::quotedPath(pager.path()) + " dosyası eksik: dosyada " +
+                                     std::to_string(page.number()) + " numaralı sayfa olmalı, ama dosya " +
+                                     std::to_string(pager.pageCount()) +
                                      " sayfada bitiyor. Dosyanın tam bir kopyasını kullanın.");
 }
 

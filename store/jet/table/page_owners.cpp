@@ -59,35 +59,35 @@ std::optional<PageNo> contestedPage(const Table::State& table, const std::vector
     std::vector<Owner> owners(pager.pageCount(), Owner::nobody);
     owners[0] = Owner::other;
     owners[1] = Owner::other;
-    for (const PageNo page : mapPages(pager, freeMap)) owners[page] = Owner::other;
+    for (const PageNo page : mapPages(pager, freeMap)) owners[page.number()] = Owner::other;
 
     std::vector<PageNo> holders;
     for (const CatalogueEntry& entry : readCatalogue(*table.systemObjects)) {
         if (entry.definition == table.definition.page) continue;
         try {
             const TableDefinition other = readTableDefinition(pager, entry.definition);
-            for (const PageNo page : pagesOf(pager, other)) owners[page] = Owner::other;
+            for (const PageNo page : pagesOf(pager, other)) owners[page.number()] = Owner::other;
             addMapHolders(other, holders);
         } catch (const Error& error) {
             if (error.fault() != Fault::damaged && error.fault() != Fault::cutShort) throw;
         }
     }
     for (const PageNo page : holders) {
-        if (page != 0 && owners[page] == Owner::nobody) owners[page] = Owner::mapHolder;
+        if (page != 0 && owners[page.number()] == Owner::nobody) owners[page.number()] = Owner::mapHolder;
     }
     holders.clear();
     addMapHolders(table.definition, holders);
     for (const PageNo page : holders) {
         if (page == 0) continue;
-        if (owners[page] == Owner::other) return page;
-        owners[page] = Owner::mapHolder;
+        if (owners[page.number()] == Owner::other) return page;
+        owners[page.number()] = Owner::mapHolder;
     }
 
     std::vector<PageNo> mine = pagesOf(pager, table.definition);
     mine.insert(mine.end(), indexPages.begin(), indexPages.end());
     for (const PageNo page : mine) {
-        if (owners[page] != Owner::nobody) return page;
-        owners[page] = Owner::thisTable;
+        if (owners[page.number()] != Owner::nobody) return page;
+        owners[page.number()] = Owner::thisTable;
     }
     return std::nullopt;
 }

@@ -17,10 +17,10 @@ namespace {
 std::vector<PageNo> pagesByOwner(Pager& pager, PageNo definition)
 {
     std::vector<bool> isFree(pager.pageCount());
-    for (const PageNo page : mapPages(pager, freeMap)) isFree[page] = true;
+    for (const PageNo page : mapPages(pager, freeMap)) isFree[page.number()] = true;
     std::vector<PageNo> pages;
-    for (PageNo page = 1; page < pager.pageCount(); ++page) {
-        if (!isFree[page] && isRowPage(pager.read(page), definition)) pages.push_back(page);
+    for (PageNo page = 1; pager.has(page); ++page) {
+        if (!isFree[page.number()] && isRowPage(pager.read(page), definition)) pages.push_back(page);
     }
     return pages;
 }

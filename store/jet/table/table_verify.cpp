@@ -70,7 +70,7 @@ public:
             if (const std::optional<std::string> fault = indexFault(demand)) return refuseIndex(*demand.index, *fault);
         }
         if (const std::optional<PageNo> page = contestedPage(table_, indexPages_)) {
-            return refuse(Fault::readOnly, "bozuk: " + std::to_string(*page) +
+            return refuse(Fault::readOnly, "bozuk: " + std::to_string(page->number()) +
                                                " numaralı sayfanın iki sahibi var; dosyayı Access ile onarın");
         }
         return std::nullopt;
@@ -97,9 +97,10 @@ private:
     {
         const TableDefinition& definition = table_.definition;
         owned_.assign(pager_.pageCount(), false);
-        for (const PageNo page : mapPages(pager_, definition.owned)) owned_[page] = true;
+        for (const PageNo page : mapPages(pager_, definition.owned)) owned_[page.number()] = true;
         for (const PageNo page : mapPages(pager_, definition.freeSpace)) {
-            if (!owned_[page]) throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
+            if (!owned_[page.number()])
+                throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
         }
         for (const Index& index : definition.indexes) demands_.push_back({&index, {}, 0, true});
         for (std::size_t i = 0; i < definition.columns.size(); ++i)
@@ -191,7 +192,7 @@ private:
         try {
             // The tree's own check has seen that the entries ascend, so none of them comes twice.
             tree.walk({}, [&](std::span<const std::uint8_t> key, RowId id) {
-                const bool inTable = id.page < owned_.size() && owned_[id.page];
+                const bool inTable = id.page < PageNo(owned_.size()) && owned_[id.page.number()];
                 const std::optional<RowReader::Row> found = inTable ? table_.find(id) : std::nullopt;
                 if (!found) {
                     fault = "bir girişin kaydı yok";
