@@ -42,8 +42,9 @@ Form1::Form1(const Surroundings& surroundings)
       DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
       keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this)),
       log_(surroundings.directory, surroundings.now), register_(DataCari, surroundings.regional, letWeightsIn),
-      slipRoad_({DataCari, DataHar, surroundings.databases, surroundings.slips, surroundings.printer, log_,
-                 surroundings.regional, surroundings.directory, surroundings.now})
+      weightRecord_(surroundings.weights, log_, surroundings.now),
+      slipRoad_({DataCari, DataHar, surroundings.databases, surroundings.slips, weightRecord_, surroundings.printer,
+                 log_, surroundings.regional, surroundings.directory, surroundings.now})
 {
     setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
@@ -213,6 +214,7 @@ void Form1::run(const std::function<void()>& action, const QString& place)
     ++actions_;
     if (const auto error = errorOf(action, place)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();
+    status->setTypedWeights(typedMark());
     --actions_;
     if (actions_ > 0) return;
     checkInvariants();

@@ -21,7 +21,9 @@
 #include "counter/log.h"
 #include "counter/register.h"
 #include "counter/slip_road.h"
+#include "counter/weight_record.h"
 #include "pressing/kept_displays.h"
+#include "pressing/weight_origins.h"
 #include "print/print_font.h"
 #include "print/print_target.h"
 #include "print/printer.h"
@@ -31,6 +33,7 @@
 #include "store/backups.h"
 #include "store/data_source.h"
 #include "store/slip_note.h"
+#include "weights/weight_book.h"
 #include <QDateTime>
 #include <QMenu>
 #include <QMenuBar>
@@ -61,6 +64,7 @@ struct Surroundings {
     store::Databases& databases;
     print::PrintTarget& printer;
     store::SlipNotes& slips;           ///< the note of a slip that is on its way
+    weights::WeightBook& weights;      ///< one line for every stored pressing
     platform::Keyboard& keyboard;      ///< whose Caps Lock follows the keypad's case
     std::function<QDateTime()> now;    ///< the clock of pressings, slips and copies
     store::Backups* backups = nullptr; ///< the copies of the database; none: it is not copied
@@ -231,6 +235,7 @@ public:
     void IzgaraKaydet(int column);
 
     const Surroundings& surroundings() const { return surroundings_; }
+    pressing::WeightOrigins& origins() { return origins_; } ///< of the weights at both stations
 
     /// Makes a station the one that works: frames, active label, list's place; whatever worked before.
     void workAt(int Index);
@@ -305,8 +310,9 @@ private:
     void getReady();
     void composeSampleSlip();
     void drawSampleDialogs();
-    /// Returns when a copy of the database is complete, or has failed: rows are about to be deleted.
-    void copyBeforeDeletion();
+    /// Pressings of that customer are about to be deleted, or all: the book of weights is told. Returns when a copy of
+    /// the database is complete, or has failed.
+    void beforeDeletion(const std::optional<QString>& customer = {});
     reports::ReportQuestion reportQuestion() const;
     /// The grid lists a whole table, or the whole journal, under the headings of its view.
     void listWhole(const QString& source);
@@ -322,6 +328,8 @@ private:
     void showGridPosition();
     /// The listing of the grid as a statement; any error cancels it without a box.
     void printStatement();
+    /// What the status line says of the working station's typed weights.
+    QString typedMark() const;
     /// A weight cannot be typed before a customer is named.
     void askForCustomerFirst(int Index);
     /// Places every control for the window's present size.
@@ -337,7 +345,9 @@ private:
     std::unique_ptr<CounterScreen> counter_;
     counter::Log log_;
     counter::Register register_;
+    counter::WeightRecord weightRecord_;
     counter::SlipRoad slipRoad_;
+    pressing::WeightOrigins origins_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     std::optional<pressing::KeptTerms> termsBeforePanel_;
     int actions_ = 0; ///< under way, one inside the other

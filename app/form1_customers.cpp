@@ -135,15 +135,17 @@ void Form1::Kaydet_Click()
 
     if (!surroundings_.prompt.yesNo(u"Kayıt Silinecek Eminmisiniz..!"_s, u"Kayıt Silme"_s)) return;
     register_.makeCurrent(TxtLbl[station()]->caption()); // the one that is shown, or nobody
+    const QString name = TxtLbl[station()]->caption();
     activate(TxtLbl[station()]);
     AktifLbl->setCaption(QString());
-    copyBeforeDeletion();
+    beforeDeletion(name);
     register_.eraseCurrent();
     journalShrunk();
 }
 
-void Form1::copyBeforeDeletion()
+void Form1::beforeDeletion(const std::optional<QString>& customer)
 {
+    slipRoad_.beforeDeletion(customer);
     if (!surroundings_.backups) return;
     store::Engine& database = DataCari.database();
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
@@ -153,7 +155,7 @@ void Form1::copyBeforeDeletion()
 
 void Form1::CariSil_Click()
 {
-    copyBeforeDeletion();
+    beforeDeletion();
     register_.eraseAll();
     dbListe1->setVisible(false);
     captionKaydet(); // there is nobody left under the name that is shown
@@ -162,7 +164,7 @@ void Form1::CariSil_Click()
 
 void Form1::HesapSil_Click()
 {
-    copyBeforeDeletion();
+    beforeDeletion();
     register_.erasePressings();
     journalShrunk();
 }

@@ -76,8 +76,22 @@ void Form1::Label3_Click(int Index)
 void Form1::Haklbl_Click(int Index) { activate(Haklbl[Index]); }
 void Form1::NakitLbl_Click(int Index) { activate(NakitLbl[Index]); }
 
-void Form1::Label2_Change(int Index) { pressing::olivesChanged(*counter_, Index); }
-void Form1::Label3_Change(int Index) { pressing::oilChanged(*counter_, Index); }
+void Form1::Label2_Change(int Index)
+{
+    origins_.olivesChanged(Index, [&] { pressing::olivesChanged(*counter_, Index); });
+}
+
+QString Form1::typedMark() const
+{
+    return AktifKontrol == 999 ? QString() : pressing::typedMark(*counter_, origins_, station());
+}
+
+void Form1::Label3_Change(int Index)
+{
+    origins_.oilChanged(Index);
+    pressing::oilChanged(*counter_, Index);
+}
+
 void Form1::Haklbl_Change(int Index) { pressing::percentageChanged(*counter_, Index); }
 void Form1::HakTut_Change(int Index) { pressing::entitlementChanged(*counter_, Index); }
 void Form1::NakitLbl_Change(int Index) { pressing::feeChanged(*counter_, Index); }

@@ -35,7 +35,7 @@ void Form1::YazCmd_Click(int Index)
     slip.font = printFont();
     slip.countContainers = [this, current] { return pressing::countContainers(*counter_, current).value; };
     status->setNotice({});
-    const counter::SlipOutcome outcome = slipRoad_.printAndBook(std::move(slip));
+    const counter::SlipOutcome outcome = slipRoad_.printAndBook(std::move(slip), origins_.of(current));
     if (outcome.stored && surroundings_.backups)
         surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
     if (outcome.printed) KapFrm[Index]->setVisible(Sayac->checked());

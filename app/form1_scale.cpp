@@ -8,6 +8,7 @@
 #include "pressing/kept_displays.h"
 #include "scale/frm_properties.h"
 #include "scale/weight_line.h"
+#include "store/field_value.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -28,6 +29,11 @@ public:
     void setWeight(const QString& caption) override
     {
         pressing::allOrNothing(counter_, [&] { form_.Label2[index_]->setCaption(caption); });
+        // Without a carriage return it is no line, and what stands there now no weight of the scale's.
+        const QByteArray& line = form_.TeraziComm->lastLine();
+        const auto now = store::FieldValue::date(form_.surroundings().now());
+        if (line.endsWith('\r'))
+            form_.origins().weighed(index_, line.toStdString(), std::get<store::DateDays>(now.raw()).days);
     }
     bool isEnabled() const override { return form_.Frame1[index_]->enabled(); }
 
@@ -87,6 +93,7 @@ void Form1::scaleEvent()
     // on the port. More lines arrive while the box stands.
     if (error && !std::exchange(scaleFaultTold_, true)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();
+    status->setTypedWeights(typedMark());
     if (actions_ == 0) checkInvariants();
 }
 

@@ -154,7 +154,11 @@ void Form1::CapsAyarla(bool wanted) { keyboard_.CapsAyarla(wanted); }
 
 void Form1::IlkHarfBuyut() { AktifLbl->setCaption(app::IlkHarfBuyut(AktifLbl->caption())); }
 
-void Form1::Form_QueryUnload() { ActiveResize1.save(layoutName, true, *this); }
+void Form1::Form_QueryUnload()
+{
+    ActiveResize1.save(layoutName, true, *this);
+    weightRecord_.tellEnd();
+}
 
 void Form1::PrgExit_Click() { close(); }
 

@@ -62,6 +62,7 @@ int main(int argc, char** argv)
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), parser.value(printElse));
     const QString directory = QDir(parser.value(dir)).absolutePath();
     store::SlipNotes slips(platform::systemDisk(), (directory + u"/Yag.mdb"_s).toStdU16String());
+    weights::WeightBook weights(platform::systemDisk(), directory.toStdU16String());
     store::Backups backups(platform::systemDisk(), directory.toStdU16String());
     app::Form1 form({
         .prompt = boxes,
@@ -72,6 +73,7 @@ int main(int argc, char** argv)
         .databases = databases,
         .printer = *printer,
         .slips = slips,
+        .weights = weights,
         .keyboard = *keyboard,
         .now = [] { return QDateTime::currentDateTime(); },
         .backups = &backups,

@@ -58,6 +58,13 @@ void StatusLine::setNotice(const QString& sentence)
     refresh();
 }
 
+void StatusLine::setTypedWeights(const QString& mark)
+{
+    if (typedWeights_ == mark) return;
+    typedWeights_ = mark;
+    refresh();
+}
+
 void StatusLine::setPrinter(const QString& fact)
 {
     if (printer_ == fact) return;
@@ -98,6 +105,7 @@ QString StatusLine::text() const
     QStringList facts;
     if (!notice_.isEmpty()) facts << notice_;
     facts << scaleFact();
+    if (!typedWeights_.isEmpty()) facts << typedWeights_;
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
     return facts.join(u"   ·   "_s);

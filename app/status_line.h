@@ -22,6 +22,8 @@ public:
     void weightArrived();
     /// What has just arrived is no weight.
     void lineNotUnderstood();
+    /// Which weights of the working station were typed; empty: none.
+    void setTypedWeights(const QString& mark);
     /// What the operator should know of the last slip or statement; it stands first. Empty: nothing.
     void setNotice(const QString& sentence);
     void setPrinter(const QString& fact);
@@ -45,6 +47,7 @@ private:
     QElapsedTimer sinceWeight_;
     QTimer ageing_;
     QString notice_;
+    QString typedWeights_;
     QString printer_;
     QString dataFile_;
 };

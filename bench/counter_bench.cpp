@@ -298,6 +298,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
     store::JetDatabases databases(platform::systemDisk());
     print::FolderTarget printer(own.path());
     store::SlipNotes slips(platform::systemDisk(), (folder + "/Yag.mdb").toStdU16String());
+    weights::WeightBook weights(platform::systemDisk(), folder.toStdU16String());
     FakeKeyboard keyboard;
     keyboard.capsLock.reset(); // as on a machine whose Caps Lock cannot be read: the real one stays alone
     app::Form1 form({
@@ -309,6 +310,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
         .databases = databases,
         .printer = printer,
         .slips = slips,
+        .weights = weights,
         .keyboard = keyboard,
         .now = [] { return QDateTime::currentDateTime(); },
     });

@@ -163,6 +163,7 @@ public:
                                                                .databases = databases_,
                                                                .printer = printer,
                                                                .slips = slips_,
+                                                               .weights = weights_,
                                                                .keyboard = *keyboard_,
                                                                .now = [] { return QDateTime::currentDateTime(); }});
         form_->start();
@@ -245,6 +246,7 @@ private:
     app::SettingsStore settings_{settingsFolder_.path()};
     store::JetDatabases databases_{platform::systemDisk()};
     store::SlipNotes slips_{platform::systemDisk(), directory_ / "Yag.mdb"};
+    weights::WeightBook weights_{platform::systemDisk(), directory_};
     std::unique_ptr<platform::Keyboard> keyboard_ = platform::systemKeyboard();
     std::unique_ptr<app::Form1> form_;
     std::unique_ptr<Paintings> paintings_;

@@ -20,7 +20,7 @@ QString described(const store::SlipNote& slip)
 
 } // namespace
 
-SlipOutcome SlipRoad::printAndBook(print::Slip slip)
+SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& from)
 {
     // The slip would leave and its pressing be lost.
     if (at_.journal.hasRecordSet())
@@ -28,20 +28,24 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip)
             throw base::RuntimeError(base::errors::readOnlyDatabase, *why);
 
     SlipOutcome outcome;
-    const std::optional<store::SlipNote> note = print(std::move(slip), outcome.notice);
+    const std::optional<store::SlipNote> note = print(std::move(slip), from, outcome.notice);
     if (!note) return outcome;
     outcome.printed = true;
     outcome.stored = book(at_.customers, at_.journal, *note, at_.regional);
-    if (outcome.stored) {
-        passOver([&] { at_.notes.strike(); });
-    } else {
-        outcome.notice = described(*note) + u" basıldı, kaydı yapılamadı; notu duruyor, yeniden denenecek"_s;
+    const auto keepsItsNote = [&](const QString& why) {
+        outcome.notice = described(*note) + why + u"; notu duruyor, yeniden denenecek"_s;
         at_.log.write(outcome.notice);
-    }
+    };
+    if (!outcome.stored)
+        keepsItsNote(u" basıldı, kaydı yapılamadı"_s);
+    else if (passOver([&] { at_.weights.write(*note, at_.regional); }))
+        keepsItsNote(u" basıldı ve kaydedildi, tartım defterine yazılamadı"_s);
+    else
+        passOver([&] { at_.notes.strike(); });
     return outcome;
 }
 
-std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice)
+std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Provenance& from, QString& notice)
 {
     const auto refused = [&](const QString& why) {
         // What was said of an earlier slip stands before it.
@@ -70,7 +74,7 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice
         store::SlipNote note;
         std::optional<QString> why;
         if (const auto error = passOver([&] {
-                note = noteOf(slip.pressing);
+                note = noteOf(slip.pressing, from);
                 why = whyNotBooked(at_.databases, at_.journal.databaseName(), note, at_.regional);
             }))
             why = error->text();
@@ -97,17 +101,21 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, QString& notice
     }
 }
 
-store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing)
+store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Provenance& from)
 {
     store::SlipNote note;
     note.pressing = pressing;
     note.moment = std::get<store::DateDays>(store::FieldValue::date(at_.now()).raw()).days;
     note.sameBefore = store::pressingsAt(at_.journal.database(), pressing.customer, note.moment);
+    note.from = from;
+    note.bookPlace = at_.weights.place(note.moment);
+    if (at_.weights.isEmpty()) note.before = store::pressingCount(at_.journal.database());
     return note;
 }
 
 QString SlipRoad::recover()
 {
+    at_.weights.tellEndOfTheDay();
     const std::optional<store::SlipNote> slip = at_.notes.open();
     if (!slip) {
         at_.notes.strike();
@@ -117,6 +125,10 @@ QString SlipRoad::recover()
         at_.notes.strike();
         at_.log.write(described(*slip) + what);
         return QString();
+    };
+    const auto stored = [&](const QString& what) {
+        at_.weights.write(*slip, at_.regional);
+        return settled(what);
     };
     bool taken = false;
     if (const auto error = passOver([&] { taken = at_.printer.taken(slip->job); }))
@@ -130,7 +142,7 @@ QString SlipRoad::recover()
     const QString database = at_.customers.databaseName();
     const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
     if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
-        return settled(u": basılmış ve kaydedilmiş"_s);
+        return stored(u": basılmış ve kaydedilmiş"_s);
     // The next report would take such a row away.
     if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAside(*slip, *why);
 
@@ -143,10 +155,16 @@ QString SlipRoad::recover()
         source->setDatabaseName(database);
         source->refresh();
     }
-    if (book(customers, journal, *slip, at_.regional)) return settled(u": basılmış, kaydı şimdi yapıldı"_s);
+    if (book(customers, journal, *slip, at_.regional)) return stored(u": basılmış, kaydı şimdi yapıldı"_s);
     if (const auto why = whyNotBooked(at_.databases, database, *slip, at_.regional)) return setAside(*slip, *why);
     throw base::RuntimeError(base::errors::databaseFault,
                              described(*slip) + u" basılmış, kaydı yapılamadı; notu duruyor, yeniden denenecek."_s);
+}
+
+void SlipRoad::beforeDeletion(const std::optional<QString>& customer)
+{
+    passOver([&] { recover(); });
+    at_.weights.announceDeletion(customer);
 }
 
 QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)

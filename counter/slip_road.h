@@ -2,6 +2,7 @@
 
 #include "base/regional.h"
 #include "counter/log.h"
+#include "counter/weight_record.h"
 #include "print/print_target.h"
 #include "print/slip.h"
 #include "store/data_source.h"
@@ -19,6 +20,7 @@ struct SlipPlaces {
     store::DataSource& journal;   ///< `DataHar`
     store::Databases& databases;
     store::SlipNotes& notes;
+    WeightRecord& weights;
     print::PrintTarget& printer;
     Log& log;
     base::Regional regional;
@@ -36,12 +38,12 @@ struct SlipOutcome {
 };
 
 /// The road of a slip: composed, tried against the tables, given a job's number, noted beside the database, sent,
-/// booked, and its note struck out.
+/// booked, its line written into the book of weights, and its note struck out.
 ///
 /// What holds, wherever the program or the power stops: as many pressings are booked as slips were taken over by the
 /// printer, once recover() has run. The note is on the disk before a page leaves, and leaves the disk only after the
-/// pressing is in the journal or the slip is known not to be printed. One that no table takes is never printed; where
-/// one was nevertheless (the tables have changed since), its note is kept as a file of its own.
+/// pressing and its line are stored or the slip is known not to be printed. One that no table takes is never printed;
+/// where one was nevertheless (the tables have changed since), its note is kept as a file of its own.
 class SlipRoad {
 public:
     explicit SlipRoad(SlipPlaces places) : at_(std::move(places)) {}
@@ -50,7 +52,7 @@ public:
     /// stored is not printed, and what is not printed is not booked. A printed pressing that the disk refuses keeps its
     /// note, and no further slip is printed until that one is booked. Throws error 3027 for a journal that takes no
     /// rows, before anything is printed.
-    SlipOutcome printAndBook(print::Slip slip);
+    SlipOutcome printAndBook(print::Slip slip, const mill::Provenance& from = {});
 
     /// Takes up the note that a stop in the middle of a slip has left: a slip that the printer took over is booked,
     /// once; any other job is cancelled and nothing is booked. One that no table takes is set aside. Each way one line
@@ -58,10 +60,15 @@ public:
     /// printer or the disk does not answer for the moment: the note stays.
     QString recover();
 
+    /// The pressings of that customer are about to be deleted, or all: a printed slip that waits for its row or its
+    /// line gets them first, where that is possible now, and the book of weights is told. Error 3000 where it cannot
+    /// be.
+    void beforeDeletion(const std::optional<QString>& customer);
+
 private:
     /// What is to be booked; nothing when the slip could not be printed.
-    std::optional<store::SlipNote> print(print::Slip slip, QString& notice);
-    store::SlipNote noteOf(const mill::Pressing& pressing);
+    std::optional<store::SlipNote> print(print::Slip slip, const mill::Provenance& from, QString& notice);
+    store::SlipNote noteOf(const mill::Pressing& pressing, const mill::Provenance& from);
     QString setAside(const store::SlipNote& slip, const QString& why);
 
     SlipPlaces at_;

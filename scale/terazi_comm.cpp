@@ -163,6 +163,8 @@ QString TeraziComm::input()
     forgetOldBursts();
     QByteArray bytes;
     for (const Burst& burst : std::exchange(received_, {})) bytes += burst.bytes;
+    const qsizetype end = bytes.indexOf('\r');
+    lastLine_ = end < 0 ? bytes : bytes.first(end + 1);
     return base::fromCodePage(bytes);
 }
 

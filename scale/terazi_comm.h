@@ -73,6 +73,9 @@ public:
     bool isPluggedIn() const { return line_.isPluggedIn(); }
     /// While the plug is out: the error that keeps the device from being opened although it is back; 0 otherwise.
     int whyNotBack() const { return line_.whyNotBack(); }
+    /// The scale's own bytes behind the first line that input() gave last, its carriage return included; all of them
+    /// where there was none.
+    const QByteArray& lastLine() const { return lastLine_; }
     /// The silence that ends a line without a carriage return: longer than the 250 ms that a scale may pause inside a
     /// line and than two characters take at the port's speed.
     std::chrono::milliseconds silence() const;
@@ -121,6 +124,7 @@ private:
 
     QByteArray pending_;         ///< arrived, not announced yet
     std::deque<Burst> received_; ///< announced, waiting for input()
+    QByteArray lastLine_;        ///< of what input() gave last
     bool wholeLines_ = false;
     bool lineFeedMayFollow_ = false;
     QTimer quiet_{this};    ///< restarted by every fragment

@@ -16,9 +16,22 @@
 namespace store {
 namespace {
 
+QJsonObject fieldsOf(const mill::Weighing& from)
+{
+    return {{"source", static_cast<int>(from.source)},
+            {"bytes", QString::fromLatin1(QByteArray::fromStdString(from.bytes).toHex())},
+            {"moment", from.moment}};
+}
+
+mill::Weighing weighingOf(const QJsonObject& fields)
+{
+    return {static_cast<mill::WeightSource>(fields["source"].toInt()),
+            QByteArray::fromHex(fields["bytes"].toString().toLatin1()).toStdString(), fields["moment"].toDouble()};
+}
+
 QByteArray textOf(const SlipNote& note)
 {
-    const QJsonObject fields{
+    QJsonObject fields{
         {"job", note.job},
         {"moment", note.moment},
         {"olives", note.pressing.olives},
@@ -29,7 +42,12 @@ QByteArray textOf(const SlipNote& note)
         {"customer", note.pressing.customer},
         {"container", note.pressing.container},
         {"sameBefore", note.sameBefore},
+        {"station", note.from.station},
+        {"olivesFrom", fieldsOf(note.from.olives)},
+        {"oilFrom", fieldsOf(note.from.oil)},
+        {"bookPlace", static_cast<qint64>(note.bookPlace)},
     };
+    if (note.before) fields["before"] = static_cast<qint64>(*note.before);
     return QJsonDocument(fields).toJson(QJsonDocument::Compact);
 }
 
@@ -88,6 +106,10 @@ std::optional<SlipNote> SlipNotes::open() const
         note.pressing.customer = fields["customer"].toString();
         note.pressing.container = fields["container"].toString();
         note.sameBefore = fields["sameBefore"].toInt();
+        note.from = {fields["station"].toInt(1), weighingOf(fields["olivesFrom"].toObject()),
+                     weighingOf(fields["oilFrom"].toObject())};
+        note.bookPlace = static_cast<std::uint64_t>(fields["bookPlace"].toInteger());
+        if (fields.contains("before")) note.before = static_cast<std::uint64_t>(fields["before"].toInteger());
         return note;
     } catch (const files::Error& error) {
         throw failed(error);
@@ -135,6 +157,15 @@ int pressingsAt(Engine& engine, const QString& customer, double moment)
         if (!days || std::fabs(days->days - moment) >= halfSecond) continue;
         if (engine.field(ofTheDay, row, mill::Hareket::CariHar).text() == customer) ++count;
     }
+    return count;
+}
+
+std::uint64_t pressingCount(Engine& engine)
+{
+    const Listing journal = engine.open(mill::journalTable);
+    std::uint64_t count = 0;
+    for (const RowKey row : journal.rows)
+        if (engine.field(journal, row, mill::Hareket::CariHar).text() != mill::totalsName) ++count;
     return count;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "mill/pressing.h"
+#include "mill/weighing.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 
@@ -18,7 +20,11 @@ struct SlipNote {
     int job = 0;
     double moment = 0; ///< days since 1899-12-30: `Tarih` of the pressing
     mill::Pressing pressing;
-    int sameBefore = 0; ///< pressings of that customer at that moment before this one; nearly always 0
+    int sameBefore = 0;          ///< pressings of that customer at that moment before this one; nearly always 0
+    mill::Provenance from = {};  ///< of its weights
+    std::uint64_t bookPlace = 0; ///< where its line in the book of weights will begin
+    /// Pressings in the journal when the book of weights begins with this one.
+    std::optional<std::uint64_t> before = {};
 
     bool operator==(const SlipNote&) const = default;
 };
@@ -45,5 +51,7 @@ private:
 
 /// Pressings of that customer at that moment.
 int pressingsAt(Engine& engine, const QString& customer, double moment);
+/// All pressings of the journal, without the sums of a report.
+std::uint64_t pressingCount(Engine& engine);
 
 } // namespace store

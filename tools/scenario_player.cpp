@@ -60,6 +60,7 @@ Player::Player(const PlayerOptions& options) : options_(options), databases_(pla
     line_ = std::make_unique<ScaleLine>(options_.directory);
     slips_ = std::make_unique<store::SlipNotes>(platform::systemDisk(),
                                                 (options_.directory + u"/Yag.mdb"_s).toStdU16String());
+    weights_ = std::make_unique<weights::WeightBook>(platform::systemDisk(), options_.directory.toStdU16String());
     backups_ = std::make_unique<store::Backups>(platform::systemDisk(), options_.directory.toStdU16String());
     if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
 }
@@ -197,6 +198,7 @@ void Player::start()
         .databases = databases_,
         .printer = *printer_,
         .slips = *slips_,
+        .weights = *weights_,
         .keyboard = keyboard_,
         .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
         .backups = backups_.get(),

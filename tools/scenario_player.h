@@ -75,6 +75,7 @@ private:
     std::unique_ptr<app::SettingsStore> settings_;
     store::JetDatabases databases_;
     std::unique_ptr<store::SlipNotes> slips_;
+    std::unique_ptr<weights::WeightBook> weights_;
     std::unique_ptr<store::Backups> backups_;
     NoKeyboard keyboard_;
     AnsweringPrompt prompt_;

@@ -4,6 +4,7 @@
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_queue.h"
 #include "tests/jet/power_cut_disk.h"
+#include "weights/verification.h"
 
 #include <QtTest>
 
@@ -35,6 +36,7 @@ class CutAtTheSlip : public QObject {
             spool.state.paper.length = 20000;
             spool.state.paper.minLength = 5000;
             spool.state.paper.maxLength = 200000;
+            book = &onPower;
             form = std::make_unique<app::Form1>(surroundings(books, target, notes));
             form->start();
         }
@@ -56,6 +58,7 @@ class CutAtTheSlip : public QObject {
         std::function<void()> moment;
         store::JetDatabases books{power};
         store::SlipNotes notes{power, file()};
+        weights::WeightBook onPower{power, file().parent_path()};
         print::QueueTarget target{std::make_unique<FakeQueue>(spool, [this] { happened(); })};
         std::unique_ptr<app::Form1> form;
     };
@@ -78,6 +81,16 @@ class CutAtTheSlip : public QObject {
         return rows;
     }
 
+    /// Every row has its line in the book of weights, and the other way round; the book holds together.
+    static QString differenceOfTheBook(PowerCutDisk& disk, const std::filesystem::path& file)
+    {
+        const auto lines = weights::allLines(disk, file.parent_path());
+        if (const auto fault = weights::firstFault(lines)) return QString::fromStdString(weights::sentence(*fault));
+        const auto found = weights::differences(lines, jet::Database::open(disk, file)->table(u"Hareket"));
+        if (!found.empty()) return QString::fromStdString(found.front());
+        return lines.size() == pressings(disk, file) ? QString() : QStringLiteral("%1 lines").arg(lines.size());
+    }
+
     /// The next start; `moment` is called before each change of the disk that it makes.
     static void startAgain(Moment& world, const std::filesystem::path& file, const std::function<void()>& moment = {})
     {
@@ -89,7 +102,11 @@ class CutAtTheSlip : public QObject {
         customers.setDatabaseName(QString::fromStdU16String(file.u16string()));
         const QString folder = QString::fromStdU16String(file.parent_path().u16string());
         counter::Log log(folder, [] { return QDateTime(); });
-        counter::SlipRoad({customers, journal, books, notes, target, log, base::Regional::turkish(), folder, {}})
+        const auto now = [] { return QDateTime({2025, 11, 20}, {14, 30}); };
+        weights::WeightBook book(*world.disk, file.parent_path());
+        counter::WeightRecord record(book, log, now);
+        counter::SlipRoad(
+            {customers, journal, books, notes, record, target, log, base::Regional::turkish(), folder, now})
             .recover();
         world.disk->beforeEachChange = nullptr;
     }
@@ -137,10 +154,12 @@ private slots:
             recoveries += again.empty() ? 0 : 1;
             QVERIFY2(pressings(*world.disk, file) == world.spool.taken.size(), qPrintable(QString::number(i)));
             QVERIFY(!world.disk->has(std::filesystem::path(file) += "-slip"));
+            QCOMPARE(differenceOfTheBook(*world.disk, file), QString());
             for (Moment& second : again) {
                 startAgain(second, file);
                 QVERIFY2(pressings(*second.disk, file) == second.spool.taken.size(),
                          qPrintable(QString("%1, stopped again").arg(i)));
+                QCOMPARE(differenceOfTheBook(*second.disk, file), QString());
             }
             seen.insert(world.spool.taken.size());
         }
@@ -163,6 +182,7 @@ private slots:
             startAgain(world, mill.file());
             QVERIFY2(pressings(*world.disk, mill.file()) == world.spool.taken.size(),
                      qPrintable(QString::number(failing)));
+            QCOMPARE(differenceOfTheBook(*world.disk, mill.file()), QString());
             if (past) {
                 QVERIFY(failing > 8);
                 return;

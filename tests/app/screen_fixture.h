@@ -39,6 +39,8 @@ struct World {
     store::JetDatabases databases{disk};
     print::FolderTarget printer{folder.path()};
     store::SlipNotes slips{disk, file().toStdU16String()};
+    weights::WeightBook ownBook{disk, folder.path().toStdU16String()};
+    weights::WeightBook* book = &ownBook; ///< of weights; on another disk where a test wants it there
     FakeKeyboard keyboard;
     FakeClock clock;
 
@@ -60,6 +62,7 @@ struct World {
                 .databases = books,
                 .printer = target,
                 .slips = notes,
+                .weights = *book,
                 .keyboard = keyboard,
                 .now = clock.hands(),
                 .backups = backups};

@@ -7,12 +7,14 @@
 #include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/support/outcome.h"
+#include "weights/verification.h"
 
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QtTest>
 
 using base::Regional;
+using namespace Qt::StringLiterals;
 using ::mill::Cari, ::mill::Hareket;
 
 namespace {
@@ -78,6 +80,20 @@ struct Mill {
     }
     /// The note of a slip that a stop caught on its way.
     store::SlipNote note(int job) const { return {job, 45981.5, pressingOf("Işıl O'Hara"), 0}; }
+    /// The book of weights as it stands, and whether journal and log agree with it.
+    std::vector<weights::PlacedLine> lines()
+    {
+        return weights::allLines(platform::systemDisk(), folder.path().toStdString());
+    }
+    bool bookAgrees()
+    {
+        const auto all = lines();
+        const auto file =
+            jet::Database::open(platform::systemDisk(), database().toStdString(), jet::Pager::Mode::readOnly);
+        const std::string seen = log().join(u'\n').toStdString();
+        return !weights::firstFault(all) && !weights::firstFault(all, weights::loggedHeads(seen)) &&
+               weights::differences(all, file->table(u"Hareket")).empty();
+    }
     int job(bool sent)
     {
         const print::Document document{"%PDF-1.4", "Fiş", {}, print::Paper::slipRoll80()};
@@ -93,8 +109,10 @@ struct Mill {
     store::SlipNotes notes{platform::systemDisk(), database().toStdString()};
     FakePrinter printer;
     counter::Log written{folder.path(), clock.hands()};
-    counter::SlipRoad road{
-        {customers, journal, databases, notes, printer, written, Regional::turkish(), folder.path(), clock.hands()}};
+    weights::WeightBook book{platform::systemDisk(), folder.path().toStdString()};
+    counter::WeightRecord weights{book, written, clock.hands()};
+    counter::SlipRoad road{{customers, journal, databases, notes, weights, printer, written, Regional::turkish(),
+                            folder.path(), clock.hands()}};
     std::shared_ptr<store::Engine> engine;
 };
 
@@ -119,6 +137,123 @@ private slots:
         QCOMPARE(mill.engine->field(customers, customers.rows[0], 2).text(), "10 Litrelik Kap");
         QVERIFY(!mill.notes.open());
         QCOMPARE(mill.log(), QStringList());
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aStoredPressingHasItsLineInTheBookOfWeights()
+    {
+        Mill mill;
+        const mill::Provenance from{
+            2, {mill::WeightSource::scale, "  1000kg\r", 45981.5}, {mill::WeightSource::typed, {}, 0}};
+        QVERIFY(mill.road.printAndBook(mill.slip("Işıl O'Hara"), from).stored);
+        const auto lines = mill.lines();
+        QCOMPARE(lines.size(), std::size_t(1));
+        const auto line = std::get<weights::Pressing>(lines[0].line.value().fact);
+        QCOMPARE(weights::isoMoment(line.moment), "2025-11-20T14:05:00");
+        QCOMPARE(line.station, 2);
+        QCOMPARE(line.customer, "Işıl O'Hara");
+        QCOMPARE(line.olives, 1000.0);
+        QVERIFY(line.olivesFrom == from.olives);
+        QCOMPARE(line.oil, 850.0);
+        QVERIFY(line.oilFrom == from.oil);
+        QCOMPARE(line.percentage, 12.0);
+        QCOMPARE(line.entitlement, 102.0);
+        QCOMPARE(line.job, 1);
+        QCOMPARE(line.before.value(), std::uint64_t(0));
+    }
+
+    void theBookCountsWhatWasPressedBeforeIt()
+    {
+        Mill mill;
+        for (const char* customer : {"Ali", "Veli", "Toplamlar"})
+            counter::book(mill.customers, mill.journal, {0, 45000.5, pressingOf(customer), 0}, Regional::turkish());
+        for (int slip = 0; slip < 2; ++slip) QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        const auto lines = mill.lines();
+        QCOMPARE(std::get<weights::Pressing>(lines[0].line.value().fact).before.value(), std::uint64_t(2));
+        QVERIFY(!std::get<weights::Pressing>(lines[1].line.value().fact).before);
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aBookThatCannotBeWrittenStopsTheSlip()
+    {
+        Mill mill;
+        const QString book = mill.folder.filePath("Tartim.jsonl");
+        QVERIFY(QDir().mkpath(book));
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(!outcome.printed);
+        QVERIFY2(outcome.notice.startsWith("Fiş basılmadı: "), qPrintable(outcome.notice));
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QVERIFY(!mill.notes.open());
+        QVERIFY(QDir().rmdir(book));
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aLineThatCannotBeWrittenKeepsTheNoteAndTheNextSlipWaits()
+    {
+        Mill mill;
+        const QString book = mill.folder.filePath("Tartim.jsonl");
+        // In the middle of the slip: the note is on the disk, the paper is out.
+        mill.printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) QDir().mkpath(book);
+        };
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(outcome.stored);
+        QVERIFY2(outcome.notice.contains("tartım defterine yazılamadı; notu duruyor"), qPrintable(outcome.notice));
+        QVERIFY(mill.notes.open());
+        mill.printer.before = nullptr;
+        QVERIFY(!mill.road.printAndBook(mill.slip("Veli")).printed);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.beforeDeletion({}));
+        QCOMPARE(mill.rows("Hareket"), 1);
+
+        QVERIFY(QDir().rmdir(book));
+        QVERIFY(mill.road.printAndBook(mill.slip("Veli")).stored);
+        QCOMPARE(mill.lines().size(), std::size_t(2));
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aDeletionIsWrittenIntoTheBookBeforehand()
+    {
+        Mill mill;
+        mill.road.beforeDeletion(u"Ali"_s);
+        QCOMPARE(mill.lines().size(), std::size_t(0)); // of a book without pressings
+        for (const char* customer : {"Ali", "Veli", "Ali"}) QVERIFY(mill.road.printAndBook(mill.slip(customer)).stored);
+        mill.engine->execute("DELETE FROM Hareket Where CariHar='Ali'");
+        QVERIFY(!mill.bookAgrees());
+        mill.road.beforeDeletion(u"Ali"_s);
+        QVERIFY(mill.bookAgrees());
+        mill.engine->execute("DELETE FROM Hareket");
+        QVERIFY(!mill.bookAgrees());
+        mill.road.beforeDeletion({});
+        QVERIFY(mill.bookAgrees());
+        QCOMPARE(mill.lines().size(), std::size_t(5));
+    }
+
+    void aPrintedSlipIsBookedBeforeItsCustomerIsDeleted()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(true)));
+        mill.road.beforeDeletion(u"Işıl O'Hara"_s);
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QCOMPARE(mill.lines().size(), std::size_t(2));
+    }
+
+    void theLogSeesTheEndOfTheBookOnEveryDay()
+    {
+        Mill mill;
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        const std::string evening = mill.book.head().seal;
+        QCOMPARE(mill.log(), QStringList());
+        mill.clock.pass(86400);
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QCOMPARE(mill.log(), QStringList{"2025-11-21T14:05:00 tartım defterinin sonu: satır 2, özet " +
+                                         QString::fromStdString(evening)});
+        mill.weights.tellEnd();
+        mill.weights.tellEnd(); // and nothing new
+        QCOMPARE(mill.log().size(), 2);
+        QVERIFY(mill.bookAgrees());
     }
 
     void theNoteIsOnTheDiskBeforeAPageLeaves()
@@ -307,6 +442,14 @@ private slots:
         Mill mill;
         mill.notes.write(mill.note(7));
         QVERIFY(mill.notes.open() == mill.note(7));
+        store::SlipNote whole = mill.note(7);
+        whole.from = {2,
+                      {mill::WeightSource::scale, std::string("\0\xff kg\r", 6), 45981.25},
+                      {mill::WeightSource::computed, {}, 0}};
+        whole.bookPlace = 123456789012;
+        whole.before = 3;
+        mill.notes.write(whole);
+        QVERIFY(mill.notes.open() == whole);
         mill.notes.write(mill.note(8));
         QVERIFY(mill.notes.open() == mill.note(8));
         mill.notes.strike();
@@ -339,6 +482,7 @@ private slots:
         QCOMPARE(mill.rows("Hareket"), 1);
         QCOMPARE(mill.log(),
                  QStringList{"2025-11-20T14:05:00 fiş 1 (Işıl O'Hara, 1.000 kg): basılmış, kaydı şimdi yapıldı"});
+        QVERIFY(mill.bookAgrees());
     }
 
     void aSlipThatWasStoredBeforeTheCrashIsNotStoredAgain()
@@ -351,6 +495,7 @@ private slots:
         QCOMPARE(mill.rows("Hareket"), 1);
         QCOMPARE(mill.rows("Cari"), 1);
         QVERIFY(!mill.notes.open());
+        QVERIFY(mill.bookAgrees());
     }
 
     void aSlipThatNeverReachedThePrinterIsDropped()
@@ -362,6 +507,7 @@ private slots:
         QCOMPARE(mill.rows("Cari"), 0);
         QCOMPARE(mill.log().size(), 1);
         QVERIFY(!mill.notes.open());
+        QVERIFY(mill.bookAgrees());
     }
 
     void theSameCustomerTwiceInOneSecondIsTwoPressings()

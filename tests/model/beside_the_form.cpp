@@ -73,6 +73,7 @@ private:
     store::JetDatabases books_{platform::systemDisk()};
     FakePrinter paper_;
     store::SlipNotes notes_{platform::systemDisk(), file_.toStdU16String()};
+    weights::WeightBook weights_{platform::systemDisk(), folder_.path().toStdU16String()};
     FakeKeyboard keyboard_;
     FakeClock clock_;
     PseudoTerminal line_;
@@ -103,6 +104,7 @@ void Beside::open()
                                                  .databases = books_,
                                                  .printer = paper_,
                                                  .slips = notes_,
+                                                 .weights = weights_,
                                                  .keyboard = keyboard_,
                                                  .now = clock_.hands()});
     form_->setUpdatesEnabled(false); // how it is painted is looked at elsewhere

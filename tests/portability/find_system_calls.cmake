@@ -3,7 +3,7 @@
 # usage: cmake -D SOURCE=FOLDER -P find_system_calls.cmake
 set(found)
 set(looked_at 0)
-foreach(room app base files pressing print reports scale store tools)
+foreach(room app base files pressing print reports scale store tools weights)
     file(GLOB_RECURSE sources ${SOURCE}/${room}/*.cpp ${SOURCE}/${room}/*.h)
     list(FILTER sources EXCLUDE REGEX "/tools/(presva_scale|scenario_world)\\.cpp$")
     foreach(source ${sources})

@@ -63,8 +63,8 @@ RowTable<Arguments> presvaMdbHelp()
 {
     RowTable<Arguments> table;
     table.push_back({"all", {"--help"}});
-    for (const char* name :
-         {"create", "info", "check", "export", "import", "sql", "compact", "rescue", "backup", "restore", "drop-index"})
+    for (const char* name : {"create", "info", "check", "export", "import", "sql", "compact", "rescue", "backup",
+                             "restore", "weights", "drop-index"})
         table.push_back({name, {name, "--help"}});
     return table;
 }

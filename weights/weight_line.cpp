@@ -1,0 +1,206 @@
+#include "weights/weight_line.h"
+
+#include "platform/sha256.h"
+#include "store/jet/values/calendar.h"
+#include "weights/flat_json.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+
+namespace weights {
+
+const std::string noSeal(64, '0');
+
+namespace {
+
+constexpr std::string_view sealBegins = ",\"seal\":\"";
+constexpr std::string_view sealEnds = "\"}";
+constexpr std::size_t sealLength = 64;
+
+constexpr std::array<std::pair<mill::WeightSource, std::string_view>, 3> sources = {{
+    {mill::WeightSource::typed, "typed"},
+    {mill::WeightSource::computed, "computed"},
+    {mill::WeightSource::scale, "scale"},
+}};
+
+std::string hexOf(std::string_view bytes)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        text += digits[value >> 4U];
+        text += digits[value & 15U];
+    }
+    return text;
+}
+
+std::optional<std::string> bytesOf(std::string_view hex)
+{
+    const auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1; };
+    if (hex.size() % 2 != 0) return std::nullopt;
+    std::string bytes;
+    for (std::size_t i = 0; i < hex.size(); i += 2) {
+        if (digit(hex[i]) < 0 || digit(hex[i + 1]) < 0) return std::nullopt;
+        bytes += static_cast<char>(digit(hex[i]) * 16 + digit(hex[i + 1]));
+    }
+    return bytes;
+}
+
+std::string sealOf(std::string_view text)
+{
+    const std::array<std::uint8_t, 32> digest = platform::sha256(text);
+    return hexOf({reinterpret_cast<const char*>(digest.data()), digest.size()});
+}
+
+std::optional<double> moment(const std::string& iso)
+{
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, length = 0;
+    if (std::sscanf(iso.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &year, &month, &day, &hour, &minute, &second, &length) !=
+            6 ||
+        static_cast<std::size_t>(length) != iso.size())
+        return std::nullopt;
+    const auto found = jet::dateTime(year, month, day, hour, minute, second);
+    return found ? std::optional(found->days) : std::nullopt;
+}
+
+void put(FlatWriter& out, const std::string& name, double kilograms, const mill::Weighing& from)
+{
+    out.put(name, kilograms);
+    for (const auto& [source, word] : sources)
+        if (source == from.source) out.put(name + "By", word);
+    if (from.source != mill::WeightSource::scale) return;
+    out.put(name + "Bytes", hexOf(from.bytes));
+    out.put(name + "When", isoMoment(from.moment));
+}
+
+void put(FlatWriter& out, const Pressing& pressing)
+{
+    out.put("kind", "pressing");
+    out.put("when", isoMoment(pressing.moment));
+    out.put("station", static_cast<double>(pressing.station));
+    out.put("customer", pressing.customer);
+    put(out, "olives", pressing.olives, pressing.olivesFrom);
+    put(out, "oil", pressing.oil, pressing.oilFrom);
+    out.put("percentage", pressing.percentage);
+    out.put("entitlement", pressing.entitlement);
+    out.put("fee", pressing.fee);
+    out.put("job", static_cast<double>(pressing.job));
+    if (pressing.before) out.put("before", static_cast<double>(*pressing.before));
+}
+
+void put(FlatWriter& out, const Deletion& deletion)
+{
+    out.put("kind", "deletion");
+    out.put("when", isoMoment(deletion.moment));
+    if (deletion.customer) out.put("customer", *deletion.customer);
+}
+
+bool get(const FlatObject& in, const std::string& name, double& kilograms, mill::Weighing& from)
+{
+    const auto amount = in.number(name);
+    const auto by = in.text(name + "By");
+    if (!amount || !by) return false;
+    kilograms = *amount;
+    for (const auto& [source, word] : sources)
+        if (word == *by) from.source = source;
+    if (from.source != mill::WeightSource::scale) return true;
+    const auto bytes = in.text(name + "Bytes"), when = in.text(name + "When");
+    const auto raw = bytes ? bytesOf(*bytes) : std::nullopt;
+    const auto came = when ? moment(*when) : std::nullopt;
+    if (!raw || !came) return false;
+    from.bytes = *raw;
+    from.moment = *came;
+    return true;
+}
+
+std::optional<Fact> factOf(const FlatObject& in)
+{
+    const auto kind = in.text("kind"), when = in.text("when");
+    const auto at = when ? moment(*when) : std::nullopt;
+    if (!kind || !at) return std::nullopt;
+    if (*kind == "deletion") return Deletion{*at, in.text("customer")};
+    if (*kind != "pressing") return std::nullopt;
+
+    Pressing pressing;
+    pressing.moment = *at;
+    const auto station = in.number("station"), percentage = in.number("percentage"),
+               entitlement = in.number("entitlement"), fee = in.number("fee"), job = in.number("job"),
+               before = in.number("before");
+    const auto customer = in.text("customer");
+    if (!station || !percentage || !entitlement || !fee || !job || !customer) return std::nullopt;
+    if (!get(in, "olives", pressing.olives, pressing.olivesFrom)) return std::nullopt;
+    if (!get(in, "oil", pressing.oil, pressing.oilFrom)) return std::nullopt;
+    pressing.station = static_cast<int>(*station);
+    pressing.customer = *customer;
+    pressing.percentage = *percentage;
+    pressing.entitlement = *entitlement;
+    pressing.fee = *fee;
+    pressing.job = static_cast<int>(*job);
+    if (before) pressing.before = static_cast<std::uint64_t>(*before);
+    return pressing;
+}
+
+} // namespace
+
+double momentOf(const Fact& fact)
+{
+    return std::visit([](const auto& each) { return each.moment; }, fact);
+}
+
+std::string isoMoment(double moment)
+{
+    namespace chrono = std::chrono;
+    constexpr chrono::sys_days dayZero = chrono::year{1899} / 12 / 30;
+    constexpr std::int64_t perSecond = 1000;
+    const std::int64_t rounded = (jet::milliseconds(jet::DateTime{moment}) + perSecond / 2) / perSecond;
+    const auto at = chrono::sys_seconds(dayZero) + chrono::seconds(rounded);
+    const auto midnight = chrono::floor<chrono::days>(at);
+    const chrono::year_month_day date(midnight);
+    const chrono::hh_mm_ss time(at - midnight);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+std::string written(std::uint64_t number, const Fact& fact, const std::string& previous)
+{
+    FlatWriter out;
+    out.put("line", static_cast<double>(number));
+    std::visit([&](const auto& each) { put(out, each); }, fact);
+    out.put("previous", previous);
+    std::string text = out.begun();
+    const std::string seal = sealOf(text);
+    return text.append(sealBegins).append(seal).append(sealEnds);
+}
+
+std::optional<Line> read(std::string_view text)
+{
+    constexpr std::size_t sealPart = sealBegins.size() + sealLength + sealEnds.size();
+    if (text.size() < sealPart) return std::nullopt;
+    const std::size_t end = text.size() - sealPart;
+    const std::string_view part = text.substr(end);
+    if (!part.starts_with(sealBegins) || !part.ends_with(sealEnds)) return std::nullopt;
+    Line line;
+    line.seal = part.substr(sealBegins.size(), sealLength);
+    if (sealOf(text.substr(0, end)) != line.seal) return std::nullopt;
+
+    const auto object = FlatObject::read(text);
+    if (!object) return std::nullopt;
+    const auto number = object->number("line");
+    const auto previous = object->text("previous");
+    auto fact = factOf(*object);
+    if (!number || !previous || !fact) return std::nullopt;
+    line.number = static_cast<std::uint64_t>(*number);
+    line.previous = *previous;
+    line.fact = std::move(*fact);
+    // Nothing of ours: another order, another way of writing a number.
+    if (written(line.number, line.fact, line.previous) != text) return std::nullopt;
+    return line;
+}
+
+} // namespace weights
