@@ -1,5 +1,7 @@
 #include "pressing/weight_origins.h"
 
+#include "base/numbers.h"
+
 using namespace Qt::StringLiterals;
 
 namespace pressing {
@@ -28,7 +30,9 @@ QString typedMark(const StationScreen& screen, const WeightOrigins& origins, int
     QStringList typed;
     const auto look = [&](const mill::Weighing& weighing, Field field, const QString& name) {
         const QString shown = screen.caption(field, station);
-        if (weighing.source == WeightSource::typed && !shown.isEmpty() && shown != u"0"_s) typed << name;
+        const bool isWeight =
+            base::isNumeric(shown, screen.regional()) && base::displayValue(shown, screen.regional()) != 0;
+        if (weighing.source == WeightSource::typed && isWeight) typed << name;
     };
     look(from.olives, Field::Label2, u"zeytin"_s);
     look(from.oil, Field::Label3, u"yağ"_s);

@@ -156,7 +156,9 @@ void Player::perform(const Command& command)
     } else if (word == "status") {
         if (const QString line = form_->status->text(); !line.contains(a[0]))
             throw Failure{u"expected '%1' in the status line, found '%2'"_s.arg(a[0], line)};
-    } else if (word == "expect")
+    } else if (word == "line")
+        line(a[0]);
+    else if (word == "expect")
         expect(a[0], a[1], a[2]);
     else if (word == "cell")
         cell(a[0].toInt(), a[1].toInt(), a[2]);
@@ -451,6 +453,14 @@ void Player::setting(const QString& section, const QString& key, const QString& 
     const QString application = section == QLatin1String("SizeKlv") ? u"presva"_s : u"Mendrik Presva"_s;
     const QString found = settings_->get(application, section, key, u"(none)"_s);
     if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
+}
+
+void Player::line(const QString& text)
+{
+    QFile book(QDir(options_.directory).filePath(u"Tartim.jsonl"_s));
+    if (!book.open(QIODevice::ReadOnly)) throw Failure{u"there is no book of weights"_s};
+    const QString last = QString::fromUtf8(book.readAll()).trimmed().section(u'\n', -1);
+    if (!last.contains(text)) throw Failure{u"expected a last line with '%1', found '%2'"_s.arg(text, last)};
 }
 
 void Player::await(const QString& file)

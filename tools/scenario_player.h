@@ -63,6 +63,7 @@ private:
     void report(const QString& first, const QString& last, const QString& customer);
     void printHas(const QString& text);
     void setting(const QString& section, const QString& key, const QString& value);
+    void line(const QString& text);
     void await(const QString& file);
     void shot(const QString& name);
 

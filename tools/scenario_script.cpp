@@ -14,7 +14,7 @@ const QHash<QString, int>& arity()
         {"click", 1},     {"keys", 1},    {"key", 1},      {"scale", 1},  {"pick", 1},   {"choose", 2}, {"menu", 1},
         {"date", 2},      {"answer", 1},  {"message", 1},  {"expect", 3}, {"cell", 3},   {"table", 2},  {"printed", 1},
         {"print-has", 1}, {"setting", 3}, {"activate", 0}, {"close", 0},  {"start", 0},  {"shot", 1},   {"wait", 1},
-        {"await", 1},     {"report", 3},  {"status", 1},   {"send", 1},   {"unplug", 0}, {"plug", 0},
+        {"await", 1},     {"report", 3},  {"status", 1},   {"send", 1},   {"unplug", 0}, {"plug", 0},   {"line", 1},
     };
     return counts;
 }

@@ -61,6 +61,8 @@ public:
 
     /// The database holds together.
     bool sound() const { return runTool({"check", databasePath()}); }
+    /// The book of weights holds together, and agrees with journal and log.
+    bool bookAgrees() const { return runTool({"weights", folder_.path(), "--verify"}); }
 
 private:
     static bool runTool(const QStringList& arguments)

@@ -1,5 +1,6 @@
-// Every slip that the print system accepted is one row of the journal, and there is no other row: the counter is
-// killed at random moments around "Fiş Yaz", with a real print scheduler behind it.
+// Every slip that the print system accepted is one row of the journal and one line of the book of weights, and there is
+// no other row or line: the counter is killed at random moments around "Fiş Yaz", with a real print scheduler behind
+// it.
 //
 // The usual run kills a few times. Many, with the figures on standard output:
 //
@@ -13,6 +14,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "tests/print/cups_fixture.h"
+#include "weights/verification.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -157,6 +159,16 @@ class ExactlyOnce : public QObject {
         std::ranges::sort(found);
         return found;
     }
+    /// The fees in the book of weights; -3 for a line that does not hold.
+    QList<int> lines() const
+    {
+        QList<int> found;
+        for (const auto& each :
+             weights::allLines(platform::systemDisk(), QFileInfo(counter->databasePath()).path().toStdString()))
+            found << (each.line ? static_cast<int>(std::get<weights::Pressing>(each.line->fact).fee) : -3);
+        std::ranges::sort(found);
+        return found;
+    }
     QList<int> accepted()
     {
         QList<int> found;
@@ -208,13 +220,15 @@ private slots:
 
         const QList<int> rows = stored(), slips = accepted();
         QFile log(counter->path("presva.log"));
-        const int recovered = log.open(QIODevice::ReadOnly) ? static_cast<int>(log.readAll().count('\n')) : 0;
+        const int recovered = log.open(QIODevice::ReadOnly) ? static_cast<int>(log.readAll().count(" fiş ")) : 0;
         qInfo("%d kills: %d during the press, %d with an open note; %d notes recovered; %d slips accepted, %d rows "
               "stored, "
               "%d presses acknowledged; a press takes %lld ms; start at most %lld ms, with an open note %lld ms",
               kills(), killedInThePress, killedWithANote, recovered, int(slips.size()), int(rows.size()),
               int(acknowledged.size()), pressMicroseconds / 1000, longestStart, longestRecovery);
         QCOMPARE(rows, slips);
+        QCOMPARE(lines(), rows);
+        QVERIFY(counter->bookAgrees());
         for (const int fee : acknowledged) QVERIFY2(rows.contains(fee), qPrintable(QString::number(fee)));
         QVERIFY(recovered <= killedWithANote); // a note that was not written whole is dropped without a word
         QVERIFY(killedWithANote >= enough);

@@ -6,6 +6,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/pages/journal.h"
+#include "weights/verification.h"
 
 #include <QElapsedTimer>
 #include <QMap>
@@ -100,7 +101,8 @@ class KilledAtTheSlip : public QObject {
 
     int fees = 1000;
     QSet<int> acknowledged;
-    int killed = 0, killedInThePress = 0, killedAfterThePaper = 0, openJournals = 0, storedUnheard = 0;
+    int killed = 0, killedInThePress = 0, killedAfterThePaper = 0, openJournals = 0, storedUnheard = 0,
+        waitingForTheirLine = 0;
 
     QString dialogue(const QList<Slip>& slips) const
     {
@@ -217,6 +219,8 @@ class KilledAtTheSlip : public QObject {
                  qPrintable(QString("%1 pressings, %2 slips").arg(books.pressings).arg(printed())));
         storedUnheard = books.pressings - static_cast<int>(acknowledged.size());
 
+        compareBookOfWeights(books.fees);
+
         // Terms and pressing are both there or both not: the fee of the terms is that of the last pressing.
         for (auto customer = books.customers.begin(); customer != books.customers.end(); ++customer) {
             QVERIFY2(customer->rows == 1, qPrintable(customer.key()));
@@ -224,6 +228,25 @@ class KilledAtTheSlip : public QObject {
         }
         for (auto pressing = books.lastFee.begin(); pressing != books.lastFee.end(); ++pressing)
             QVERIFY2(books.customers.contains(pressing.key()), qPrintable(pressing.key()));
+    }
+
+    /// Every pressing has its one line, and no other slip has; the last one may still wait for it, with its note.
+    void compareBookOfWeights(QSet<int> withoutLine)
+    {
+        const auto lines =
+            weights::allLines(platform::systemDisk(), QFileInfo(counter.databasePath()).path().toStdString());
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            if (!lines[i].line) {
+                QCOMPARE(i, lines.size() - 1); // cut by the kill
+                break;
+            }
+            const auto fee = static_cast<int>(std::get<weights::Pressing>(lines[i].line->fact).fee);
+            QVERIFY2(withoutLine.remove(fee), qPrintable(QString::number(fee)));
+        }
+        QVERIFY(withoutLine.size() <= 1);
+        if (withoutLine.isEmpty()) return;
+        QVERIFY(QFile::exists(counter.databasePath() + "-slip"));
+        ++waitingForTheirLine;
     }
 
     Slip slipOf(const QString& customer) { return {customer, ++fees}; }
@@ -264,11 +287,18 @@ private slots:
             }
         }
         qInfo("%d kills: %d between press and acknowledgement, %d of them with the slip on paper; %d left a journal to "
-              "roll back; %d pressings stored unheard, %d slips without a pressing; a press takes %lld ms, %lld ms of "
+              "roll back; %d pressings stored unheard, %d slips without a pressing; %d pressings that the next start "
+              "gave their line; a press takes %lld ms, %lld ms of "
               "them after the paper",
               killed, killedInThePress, killedAfterThePaper, openJournals, storedUnheard,
-              printed() - static_cast<int>(acknowledged.size()) - storedUnheard, pressMicroseconds / 1000,
-              storeMicroseconds / 1000);
+              printed() - static_cast<int>(acknowledged.size()) - storedUnheard, waitingForTheirLine,
+              pressMicroseconds / 1000, storeMicroseconds / 1000);
+
+        // The last start gives the last pressing its line.
+        fault = counter.play({}, {"--print-to", paper});
+        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QVERIFY(!QFile::exists(counter.databasePath() + "-slip"));
+        QVERIFY(counter.bookAgrees());
         QVERIFY(enough());
     }
 };
