@@ -190,7 +190,7 @@ template <class Integer> Integer narrowed(double value)
 
 QString plainText(double value, int significant, const Regional& regional)
 {
-    if (!std::isfinite(value)) return QLatin1String(std::isnan(value) ? "-1.#IND" : value > 0 ? "1.#INF" : "-1.#INF");
+    if (!std::isfinite(value)) return std::isnan(value) ? u"-1.#IND"_s : value > 0 ? u"1.#INF"_s : u"-1.#INF"_s;
     const Decimal number = decimalOf(value, significant);
     QString text;
     if (number.negative) text += u'-';
@@ -198,7 +198,7 @@ QString plainText(double value, int significant, const Regional& regional)
         text += QLatin1Char(number.digits.front());
         if (number.digits.size() > 1) text += regional.decimal + QString::fromLatin1(number.digits.substr(1));
         const int exponent = number.point - 1;
-        text += QLatin1String(exponent < 0 ? "E-" : "E+");
+        text += exponent < 0 ? u"E-"_s : u"E+"_s;
         return text + QString::number(std::abs(exponent)).rightJustified(2, u'0');
     }
     const std::string whole = wholeDigits(number);

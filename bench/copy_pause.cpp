@@ -21,6 +21,8 @@
 #include <algorithm>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 double ms(qint64 nanoseconds) { return double(nanoseconds) / 1e6; }
@@ -62,7 +64,7 @@ Gaps work(store::Engine& engine, const store::Listing& journal, const std::funct
     QTimer store;
     QObject::connect(&store, &QTimer::timeout, [&] {
         const qint64 from = clock.nsecsElapsed();
-        engine.insert(journal, {{1, store::FieldValue(1000.0)}, {6, store::FieldValue(QStringLiteral("Ali"))}});
+        engine.insert(journal, {{1, store::FieldValue(1000.0)}, {6, store::FieldValue(u"Ali"_s)}});
         gaps.longestStore = std::max(gaps.longestStore, ms(clock.nsecsElapsed() - from));
         ++gaps.stored;
     });
@@ -81,7 +83,7 @@ void measureNote(const QString& folder)
 {
     store::SlipNotes notes(platform::systemDisk(), (folder + "/Yag.mdb").toStdU16String());
     store::SlipNote note;
-    note.pressing.customer = QStringLiteral("Ayşe Öztürk");
+    note.pressing.customer = u"Ayşe Öztürk"_s;
     constexpr int times = 200;
     std::vector<double> taken;
     for (int i = 0; i < times; ++i) {
@@ -112,8 +114,8 @@ int main(int argc, char** argv)
 
     store::JetDatabases databases(platform::systemDisk());
     const auto engine = databases.open(file);
-    const store::Listing journal = engine->open(QStringLiteral("Hareket"));
-    engine->insert(journal, {{6, store::FieldValue(QStringLiteral("Ali"))}}); // the first one verifies the table
+    const store::Listing journal = engine->open(u"Hareket"_s);
+    engine->insert(journal, {{6, store::FieldValue(u"Ali"_s)}}); // the first one verifies the table
 
     QElapsedTimer clock;
     clock.start();
@@ -122,7 +124,7 @@ int main(int argc, char** argv)
     store::Backups backups(platform::systemDisk(), folder.toStdU16String());
     backups.onFailure([](const QString& sentence) { std::printf("%s\n", qPrintable(sentence)); });
     const QDateTime now = QDateTime::currentDateTime();
-    const QString copy = folder + now.date().toString(QStringLiteral("'/Yedek/Yag-'yyyy-MM-dd'.mdb'"));
+    const QString copy = folder + now.date().toString(u"'/Yedek/Yag-'yyyy-MM-dd'.mdb'"_s);
     clock.start();
     backups.pressingStored(*engine, now);
     std::printf("beginning the copy took %.2f ms\n", ms(clock.nsecsElapsed()));

@@ -36,6 +36,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 qint64 nanosecondsOf(clockid_t clock)
@@ -142,10 +144,7 @@ public:
             if (key->caption().trimmed() == caption) return key;
         return nullptr;
     }
-    app::KeyLabel* keyOf(QChar letter) const
-    {
-        return key(letter == u' ' ? QStringLiteral("Boşluk") : QString(letter));
-    }
+    app::KeyLabel* keyOf(QChar letter) const { return key(letter == u' ' ? u"Boşluk"_s : QString(letter)); }
 
     void type(const QString& text) const
     {
@@ -306,7 +305,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
         .settings = settings,
         .regional = base::Regional::turkish(),
         .directory = folder,
-        .executable = QStringLiteral("presva"),
+        .executable = u"presva"_s,
         .databases = databases,
         .printer = printer,
         .slips = slips,

@@ -39,8 +39,7 @@ void press(StationScreen& screen, KeypadScreen& keypad, int key)
     const QString keyText = keypad.keyCaption(key);
     const bool alwaysAccepted = key == keys::clear || key == keys::backspace || key == keys::doubleZero;
     // Told by the control's name: the two weights are Label2 and Label3, and take digits only.
-    if (screen.activeName().contains(QLatin1String("Label")) && !alwaysAccepted &&
-        !base::isNumeric(keyText, screen.regional()))
+    if (screen.activeName().contains("Label"_L1) && !alwaysAccepted && !base::isNumeric(keyText, screen.regional()))
         return;
 
     switch (key) {
@@ -56,7 +55,7 @@ void press(StationScreen& screen, KeypadScreen& keypad, int key)
         break;
     }
     case keys::space:
-        screen.setActiveCaption(screen.activeCaption() + QLatin1Char(' '));
+        screen.setActiveCaption(screen.activeCaption() + u' ');
         break;
     default:
         screen.setActiveCaption(screen.activeCaption() + keyText);

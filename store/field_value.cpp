@@ -20,11 +20,11 @@ QString amountToText(Money amount, const base::Regional& regional)
     const bool negative = amount.tenThousandths < 0;
     const auto bits = static_cast<std::uint64_t>(amount.tenThousandths);
     const std::uint64_t magnitude = negative ? 0 - bits : bits;
-    QString decimals = QString::number(magnitude % 10000).rightJustified(4, QLatin1Char('0'));
-    while (decimals.endsWith(QLatin1Char('0'))) decimals.chop(1);
+    QString decimals = QString::number(magnitude % 10000).rightJustified(4, u'0');
+    while (decimals.endsWith(u'0')) decimals.chop(1);
     QString text = QString::number(magnitude / 10000);
     if (!decimals.isEmpty()) text += regional.decimal + decimals;
-    return negative ? QLatin1Char('-') + text : text;
+    return negative ? u'-' + text : text;
 }
 
 } // namespace

@@ -207,7 +207,7 @@ public:
     {
         return passing([&] {
             const QString text = source.trimmed();
-            const bool query = text.startsWith(QLatin1String("select "), Qt::CaseInsensitive);
+            const bool query = text.startsWith("select "_L1, Qt::CaseInsensitive);
             const jet::Selection found = jet::select(*database_, u16(query ? text : u"Select * From [%1]"_s.arg(text)));
             if (!found.table) throw jet::Error(jet::Fault::unsupported, "Toplam sorgusu bir listeye bağlanamaz.");
             Listing listing;

@@ -119,7 +119,7 @@ void Player::fail(const Command& command, const QString& fault)
     if (failed_) return;
     failed_ = true;
     std::fprintf(stderr, "%s:%d: %s %s: %s\n", qPrintable(command.file), command.line, qPrintable(command.word),
-                 qPrintable(command.arguments.join(QLatin1Char(' '))), qPrintable(fault));
+                 qPrintable(command.arguments.join(u' ')), qPrintable(fault));
 }
 
 void Player::perform(const Command& command)
@@ -265,7 +265,7 @@ void Player::key(const QString& caption)
 
 void Player::keys(const QString& text)
 {
-    for (const QChar letter : text) key(letter == QLatin1Char(' ') ? u"Boşluk"_s : QString(letter));
+    for (const QChar letter : text) key(letter == u' ' ? u"Boşluk"_s : QString(letter));
 }
 
 void Player::scale(const QString& text)
@@ -361,7 +361,7 @@ QString Player::property(const QString& control, const QString& name) const
         if (name == "visible") return yesNo(item->isVisible());
     }
     if (auto* menu = qobject_cast<QMenu*>(object)) {
-        if (name == "caption" || name == "text") return menu->title().remove(QLatin1Char('&'));
+        if (name == "caption" || name == "text") return menu->title().remove(u'&');
         if (name == "enabled") return yesNo(menu->isEnabled());
     }
     auto* widget = qobject_cast<QWidget*>(object);
@@ -396,7 +396,7 @@ QString Player::property(const QString& control, const QString& name) const
         if (name == "columns") return QString::number(grid->model() ? grid->model()->columnCount() : 0);
     }
     if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
-        if (name == "caption" || name == "text") return button->text().remove(QLatin1Char('&'));
+        if (name == "caption" || name == "text") return button->text().remove(u'&');
         if (name == "checked") return yesNo(button->isChecked());
     }
     if (name == "enabled") return yesNo(!widget->testAttribute(Qt::WA_ForceDisabled));
@@ -450,7 +450,7 @@ void Player::printHas(const QString& text)
 
 void Player::setting(const QString& section, const QString& key, const QString& value)
 {
-    const QString application = section == QLatin1String("SizeKlv") ? u"presva"_s : u"Mendrik Presva"_s;
+    const QString application = section == "SizeKlv"_L1 ? u"presva"_s : u"Mendrik Presva"_s;
     const QString found = settings_->get(application, section, key, u"(none)"_s);
     if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
 }
@@ -478,7 +478,7 @@ void Player::shot(const QString& name)
         QPainter painter(&picture);
         painter.drawPixmap(form_->mapFromGlobal(dialog->pos()), dialog->grab());
     }
-    const QString path = options_.shots + QLatin1Char('/') + name + u".png"_s;
+    const QString path = options_.shots + u'/' + name + u".png"_s;
     if (!picture.save(path)) throw Failure{u"the picture %1 could not be written"_s.arg(path)};
 }
 

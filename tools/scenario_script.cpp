@@ -21,20 +21,19 @@ const QHash<QString, int>& arity()
 
 QString unquoted(const QString& text)
 {
-    if (text.size() >= 2 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"')))
-        return text.mid(1, text.size() - 2);
+    if (text.size() >= 2 && text.startsWith(u'"') && text.endsWith(u'"')) return text.mid(1, text.size() - 2);
     return text;
 }
 
 /// Cuts the next word off the front; a quoted one may hold blanks.
 QString takeWord(QString& rest)
 {
-    qsizetype end = rest.startsWith(QLatin1Char('"')) ? rest.indexOf(QLatin1Char('"'), 1) + 1 : 0;
-    if (end <= 0) end = rest.indexOf(QLatin1Char(' '));
+    qsizetype end = rest.startsWith(u'"') ? rest.indexOf(u'"', 1) + 1 : 0;
+    if (end <= 0) end = rest.indexOf(u' ');
     if (end < 0) end = rest.size();
     const QString word = rest.left(end);
     rest = rest.mid(end);
-    while (rest.startsWith(QLatin1Char(' '))) rest.remove(0, 1);
+    while (rest.startsWith(u' ')) rest.remove(0, 1);
     return unquoted(word);
 }
 
@@ -44,11 +43,11 @@ std::vector<Command> parse(const QString& text, const QString& file)
 {
     std::vector<Command> commands;
     int number = 0;
-    for (QString line : text.split(QLatin1Char('\n'))) {
+    for (QString line : text.split(u'\n')) {
         ++number;
-        if (line.endsWith(QLatin1Char('\r'))) line.chop(1);
+        if (line.endsWith(u'\r')) line.chop(1);
         QString rest = line.trimmed();
-        if (rest.isEmpty() || rest.startsWith(QLatin1Char('#'))) continue;
+        if (rest.isEmpty() || rest.startsWith(u'#')) continue;
 
         Command command{file, number, takeWord(rest), {}};
         const auto known = arity().find(command.word);

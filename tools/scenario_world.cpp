@@ -24,8 +24,7 @@ QString AnsweringPrompt::answer(const QString& message, const QStringList& capti
     }
     QString given = answers_.dequeue().arguments[0];
     if (!captions.contains(given)) {
-        if (fault_.isEmpty())
-            fault_ = u"the box has no button '%1' but %2"_s.arg(given, captions.join(QLatin1String(", ")));
+        if (fault_.isEmpty()) fault_ = u"the box has no button '%1' but %2"_s.arg(given, captions.join(", "_L1));
         return captions.last();
     }
     return given;
@@ -42,13 +41,13 @@ void AnsweringPrompt::errorReport(const base::RuntimeError& error) { answer(erro
 
 bool AnsweringPrompt::yesNo(const QString& text, const QString& title)
 {
-    return answer(title + QLatin1String(": ") + text, {u"Evet"_s, u"Hayır"_s}) == QLatin1String("Evet");
+    return answer(title + ": "_L1 + text, {u"Evet"_s, u"Hayır"_s}) == "Evet"_L1;
 }
 
 std::optional<app::FontChoice> AnsweringPrompt::chooseFont(const app::FontChoice& preset)
 {
     const QString message = u"Yazı Tipi: %1 %2"_s.arg(preset.name).arg(preset.size);
-    if (answer(message, {u"Tamam"_s, u"İptal"_s}) == QLatin1String("Tamam")) return preset;
+    if (answer(message, {u"Tamam"_s, u"İptal"_s}) == "Tamam"_L1) return preset;
     return std::nullopt;
 }
 

@@ -12,6 +12,8 @@
 #include <QMouseEvent>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 namespace {
@@ -123,7 +125,7 @@ void Controls::storedColourIsPainted()
 {
     QFETCH(quint32, stored);
     QTEST(painted(stored, QPalette()), "shown");
-    FieldLabel label(nullptr, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    FieldLabel label(nullptr, FieldLabel::Kind::figure, u"Yüzde"_s);
     label.resize(200, 80);
     label.setBackColor(stored);
     QCOMPARE(label.backColor(), stored);
@@ -151,19 +153,19 @@ void Controls::inkIsReadableOnEveryColour()
 
 void Controls::changeRunsInsideTheAssignment()
 {
-    CaptionLabel label(nullptr, QStringLiteral("0"));
+    CaptionLabel label(nullptr, u"0"_s);
     QString seen;
     label.onChange([&] { seen = label.caption(); });
-    label.setCaption(QStringLiteral("12"));
-    QCOMPARE(seen, QStringLiteral("12"));
+    label.setCaption(u"12"_s);
+    QCOMPARE(seen, u"12"_s);
 }
 
 void Controls::sameCaptionChangesNothing()
 {
-    CaptionLabel label(nullptr, QStringLiteral("0"));
+    CaptionLabel label(nullptr, u"0"_s);
     int changes = 0;
     label.onChange([&] { ++changes; });
-    label.setCaption(QStringLiteral("0"));
+    label.setCaption(u"0"_s);
     QCOMPARE(changes, 0);
 }
 
@@ -172,17 +174,17 @@ void Controls::errorOfAChangeComesOutOfTheAssignment()
     Host host;
     CaptionLabel label(&host);
     label.onChange([] { throw base::runtimeError(base::errors::typeMismatch); });
-    QCOMPARE(errorOf([&] { label.setCaption(QStringLiteral("abc")); }), 13);
-    QCOMPARE(label.caption(), QStringLiteral("abc"));
+    QCOMPARE(errorOf([&] { label.setCaption(u"abc"_s); }), 13);
+    QCOMPARE(label.caption(), u"abc"_s);
     QVERIFY(host.errors.isEmpty());
 }
 
 void Controls::captionGivenAtCreationFiresNothing()
 {
-    CaptionLabel label(nullptr, QStringLiteral("Müşteri Seçin"));
+    CaptionLabel label(nullptr, u"Müşteri Seçin"_s);
     int changes = 0;
     label.onChange([&] { ++changes; });
-    QCOMPARE(label.caption(), QStringLiteral("Müşteri Seçin"));
+    QCOMPARE(label.caption(), u"Müşteri Seçin"_s);
     QCOMPARE(changes, 0);
 }
 
@@ -194,42 +196,42 @@ void Controls::captionIsPlainText()
         return label.grab().toImage();
     };
     // A mnemonic would swallow the ampersand, rich text the tag: then these pairs would look the same.
-    QVERIFY(picture(QStringLiteral("Ali & Veli")) != picture(QStringLiteral("Ali  Veli")));
-    QVERIFY(picture(QStringLiteral("<b>Ali</b>")) != picture(QStringLiteral("Ali")));
+    QVERIFY(picture(u"Ali & Veli"_s) != picture(u"Ali  Veli"_s));
+    QVERIFY(picture(u"<b>Ali</b>"_s) != picture(u"Ali"_s));
     Host host;
-    CaptionLabel label(&host, QStringLiteral("&Ali"));
+    CaptionLabel label(&host, u"&Ali"_s);
     QVERIFY(label.shortcut().isEmpty());
 }
 
 void Controls::autoSizedLabelHasItsNewWidthInItsChange()
 {
-    CaptionLabel label(nullptr, QStringLiteral("0 Kap"));
+    CaptionLabel label(nullptr, u"0 Kap"_s);
     label.setAutoSize(true);
     const int before = label.Width();
     int inside = 0;
     label.onChange([&] { inside = label.Width(); });
-    label.setCaption(QStringLiteral("12345 Kap"));
+    label.setCaption(u"12345 Kap"_s);
     QVERIFY(inside > before);
     QCOMPARE(inside, label.Width());
 }
 
 void Controls::rulesMaySetTheirOwnCaption()
 {
-    CaptionLabel label(nullptr, QStringLiteral("0"));
+    CaptionLabel label(nullptr, u"0"_s);
     int runs = 0;
     label.onChange([&] {
         ++runs;
-        if (label.caption().isEmpty()) label.setCaption(QStringLiteral("0"));
+        if (label.caption().isEmpty()) label.setCaption(u"0"_s);
     });
     label.setCaption(QString());
-    QCOMPARE(label.caption(), QStringLiteral("0"));
+    QCOMPARE(label.caption(), u"0"_s);
     QCOMPARE(runs, 2);
 }
 
 void Controls::secondPressOfADoubleTapCounts()
 {
     Host host;
-    KeyLabel key(&host, QStringLiteral("4"));
+    KeyLabel key(&host, u"4"_s);
     int clicks = 0;
     key.onClick([&] { ++clicks; });
     send(&key, QEvent::MouseButtonPress, Qt::LeftButton);
@@ -242,7 +244,7 @@ void Controls::secondPressOfADoubleTapCounts()
 void Controls::pressThatLeavesTheLabelDoesNotCount()
 {
     Host host;
-    KeyLabel key(&host, QStringLiteral("4"));
+    KeyLabel key(&host, u"4"_s);
     int clicks = 0;
     key.onClick([&] { ++clicks; });
     QTest::mousePress(&key, Qt::LeftButton);
@@ -264,9 +266,9 @@ void Controls::clickIsAnActionOfTheScreen()
 void Controls::labelsNeverTakeTheFocus()
 {
     Host host;
-    CommandButton button(&host, QStringLiteral("Fiş Yaz"));
-    KeyLabel key(&host, QStringLiteral("4"));
-    FieldLabel field(&host, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    CommandButton button(&host, u"Fiş Yaz"_s);
+    KeyLabel key(&host, u"4"_s);
+    FieldLabel field(&host, FieldLabel::Kind::figure, u"Yüzde"_s);
     host.show();
     button.setFocus();
     QTest::mouseClick(&key, Qt::LeftButton);
@@ -277,28 +279,28 @@ void Controls::labelsNeverTakeTheFocus()
 void Controls::assistiveToolsFindAButton()
 {
     Host host;
-    FieldLabel field(&host, FieldLabel::Kind::figure, QStringLiteral(" Yüzde %"), QStringLiteral("12"));
+    FieldLabel field(&host, FieldLabel::Kind::figure, u" Yüzde %"_s, u"12"_s);
     CommandButton exit(&host, {}, CommandButton::Picture::exit);
-    exit.setSpokenName(QStringLiteral("Çıkış"));
+    exit.setSpokenName(u"Çıkış"_s);
     int clicks = 0;
     field.onClick([&] { ++clicks; });
 
     QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(&field);
     QVERIFY(spoken);
     QCOMPARE(spoken->role(), QAccessible::Button);
-    QCOMPARE(spoken->text(QAccessible::Name), QStringLiteral("Yüzde %: 12"));
-    field.setCaption(QStringLiteral("15"));
-    QCOMPARE(spoken->text(QAccessible::Name), QStringLiteral("Yüzde %: 15"));
+    QCOMPARE(spoken->text(QAccessible::Name), u"Yüzde %: 12"_s);
+    field.setCaption(u"15"_s);
+    QCOMPARE(spoken->text(QAccessible::Name), u"Yüzde %: 15"_s);
     spoken->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QTRY_COMPARE(clicks, 1); // the press is shown for a moment first
-    QCOMPARE(QAccessible::queryAccessibleInterface(&exit)->text(QAccessible::Name), QStringLiteral("Çıkış"));
+    QCOMPARE(QAccessible::queryAccessibleInterface(&exit)->text(QAccessible::Name), u"Çıkış"_s);
 }
 
 void Controls::twoFingersTypeAtOnce()
 {
     Host host;
     host.resize(200, 100);
-    KeyLabel one(&host, QStringLiteral("1")), two(&host, QStringLiteral("2"));
+    KeyLabel one(&host, u"1"_s), two(&host, u"2"_s);
     one.setGeometry(0, 0, 60, 60);
     two.setGeometry(100, 0, 60, 60);
     QString typed;
@@ -312,30 +314,30 @@ void Controls::twoFingersTypeAtOnce()
     QTest::touchEvent(&host, screen).stationary(0).press(1, QPoint(130, 30), &host);
     QTest::touchEvent(&host, screen).release(0, QPoint(30, 30), &host).stationary(1);
     QTest::touchEvent(&host, screen).release(1, QPoint(130, 30), &host);
-    QCOMPARE(typed, QStringLiteral("12"));
+    QCOMPARE(typed, u"12"_s);
 }
 
 void Controls::liftedFingerEndsTheHighlight()
 {
     Host host;
-    KeyLabel key(&host, QStringLiteral("1"));
+    KeyLabel key(&host, u"1"_s);
     key.resize(60, 60);
     QStringList seen;
-    key.onMouseMove([&] { seen << QStringLiteral("over"); });
-    key.onClick([&] { seen << QStringLiteral("click"); });
-    key.onFingerUp([&] { seen << QStringLiteral("up"); });
+    key.onMouseMove([&] { seen << u"over"_s; });
+    key.onClick([&] { seen << u"click"_s; });
+    key.onFingerUp([&] { seen << u"up"_s; });
     host.show();
     QVERIFY(QTest::qWaitForWindowExposed(&host));
     QPointingDevice* screen = QTest::createTouchDevice();
     QTest::touchEvent(&host, screen).press(0, QPoint(30, 30), &host);
     QTest::touchEvent(&host, screen).release(0, QPoint(30, 30), &host);
-    QCOMPARE(seen, (QStringList{QStringLiteral("over"), QStringLiteral("click"), QStringLiteral("up")}));
+    QCOMPARE(seen, (QStringList{u"over"_s, u"click"_s, u"up"_s}));
 }
 
 void Controls::mouseReleaseKeepsTheHighlight()
 {
     Host host;
-    KeyLabel key(&host, QStringLiteral("1"));
+    KeyLabel key(&host, u"1"_s);
     int lifted = 0;
     key.onFingerUp([&] { ++lifted; });
     QTest::mouseClick(&key, Qt::LeftButton);
@@ -346,8 +348,8 @@ void Controls::disabledFrameKeepsInputFromItsControls()
 {
     Host host;
     ControlFrame frame(&host, ControlFrame::Look::station), group(&frame, ControlFrame::Look::group);
-    FieldLabel field(&group, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
-    CheckButton check(&frame, QStringLiteral("Hak Ediş Yok"));
+    FieldLabel field(&group, FieldLabel::Kind::figure, u"Yüzde"_s);
+    CheckButton check(&frame, u"Hak Ediş Yok"_s);
     int clicks = 0;
     field.onClick([&] { ++clicks; });
     field.onMouseMove([&] { ++clicks; });
@@ -372,7 +374,7 @@ void Controls::disabledFrameKeepsInputFromItsControls()
 void Controls::disabledFrameLeavesOwnValuesAlone()
 {
     ControlFrame frame(nullptr, ControlFrame::Look::station);
-    CommandButton print(&frame, QStringLiteral("Fiş Yaz")), other(&frame);
+    CommandButton print(&frame, u"Fiş Yaz"_s), other(&frame);
     other.setEnabled(false);
     print.resize(200, 60);
     const QImage before = print.grab().toImage();
@@ -388,20 +390,20 @@ void Controls::disabledFrameLeavesOwnValuesAlone()
 void Controls::codeChangesControlsOfADisabledFrame()
 {
     ControlFrame frame(nullptr, ControlFrame::Look::station);
-    FieldLabel field(&frame, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    FieldLabel field(&frame, FieldLabel::Kind::figure, u"Yüzde"_s);
     int changes = 0;
     field.onChange([&] { ++changes; });
     frame.setEnabled(false);
-    field.setCaption(QStringLiteral("5"));
+    field.setCaption(u"5"_s);
     QCOMPARE(changes, 1);
-    QCOMPARE(field.caption(), QStringLiteral("5"));
+    QCOMPARE(field.caption(), u"5"_s);
 }
 
 void Controls::hiddenFrameLeavesOwnVisibilityAlone()
 {
     Host host; // never shown, as before the first activation
     ControlFrame frame(&host, ControlFrame::Look::station), group(&frame, ControlFrame::Look::group);
-    FieldLabel field(&group, FieldLabel::Kind::figure, QStringLiteral("Yüzde"));
+    FieldLabel field(&group, FieldLabel::Kind::figure, u"Yüzde"_s);
     QVERIFY(group.visible());
     group.setVisible(false);
     QVERIFY(!group.visible());
@@ -419,7 +421,7 @@ void Controls::frameClickNeedsTheBareFrame()
     Host host;
     ControlFrame frame(&host, ControlFrame::Look::panel);
     frame.resize(200, 60);
-    CaptionLabel count(&frame, QStringLiteral("3 Kap"));
+    CaptionLabel count(&frame, u"3 Kap"_s);
     count.setGeometry(0, 0, 80, 60);
     int frameClicks = 0, countClicks = 0;
     frame.onClick([&] { ++frameClicks; });
@@ -435,7 +437,7 @@ void Controls::frameClickNeedsTheBareFrame()
 void Controls::assistivePressIsBlockedToo()
 {
     ControlFrame frame(nullptr, ControlFrame::Look::station);
-    CommandButton print(&frame, QStringLiteral("Fiş Yaz"));
+    CommandButton print(&frame, u"Fiş Yaz"_s);
     int clicks = 0;
     print.onClick([&] { ++clicks; });
     frame.setEnabled(false);
@@ -446,7 +448,7 @@ void Controls::assistivePressIsBlockedToo()
 void Controls::checkButtonTurnedOffByCodeRunsItsClick()
 {
     Host host;
-    CheckButton check(&host, QStringLiteral("Hak Ediş Yok"));
+    CheckButton check(&host, u"Hak Ediş Yok"_s);
     check.setValue(true);
     int clicks = 0;
     check.onClick([&] {
@@ -483,7 +485,7 @@ void Controls::pressFlipsACheckButtonOnce()
 void Controls::onlyOneOptionIsOn()
 {
     Host host;
-    OptionButton customers(&host, QStringLiteral("CARİLER")), report(&host, QStringLiteral("RAPOR"));
+    OptionButton customers(&host, u"CARİLER"_s), report(&host, u"RAPOR"_s);
     customers.setValue(true);
     QTest::mouseClick(&report, Qt::LeftButton);
     QVERIFY(report.value());
@@ -520,7 +522,7 @@ void Controls::optionTurnedOffByAnotherDoesNotClick()
 void Controls::disabledButtonDoesNotClick()
 {
     Host host;
-    CommandButton print(&host, QStringLiteral("Fiş Yaz"));
+    CommandButton print(&host, u"Fiş Yaz"_s);
     int clicks = 0;
     print.onClick([&] { ++clicks; });
     print.setEnabled(false);
@@ -540,8 +542,7 @@ void Controls::dropDownTakesIndexesOfItsEntries_data()
     QTest::newRow("past the last") << 4 << 380;
 }
 
-const QStringList containers = {QStringLiteral(" 5 Litrelik Kap"), QStringLiteral("10 Litrelik Kap"),
-                                QStringLiteral("15 Litrelik Kap"), QStringLiteral("20 Litrelik Kap")};
+const QStringList containers = {u" 5 Litrelik Kap"_s, u"10 Litrelik Kap"_s, u"15 Litrelik Kap"_s, u"20 Litrelik Kap"_s};
 
 void Controls::dropDownTakesIndexesOfItsEntries()
 {
@@ -558,10 +559,10 @@ void Controls::dropDownTakesTextsOfItsEntries_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("index");
     QTest::addColumn<int>("error");
-    QTest::newRow("entry") << QStringLiteral("15 Litrelik Kap") << 2 << 0;
-    QTest::newRow("entry with its blank") << QStringLiteral(" 5 Litrelik Kap") << 0 << 0;
-    QTest::newRow("entry without its blank") << QStringLiteral("5 Litrelik Kap") << 1 << 383;
-    QTest::newRow("other case") << QStringLiteral("10 litrelik kap") << 1 << 383;
+    QTest::newRow("entry") << u"15 Litrelik Kap"_s << 2 << 0;
+    QTest::newRow("entry with its blank") << u" 5 Litrelik Kap"_s << 0 << 0;
+    QTest::newRow("entry without its blank") << u"5 Litrelik Kap"_s << 1 << 383;
+    QTest::newRow("other case") << u"10 litrelik kap"_s << 1 << 383;
     QTest::newRow("empty") << QString() << 1 << 383;
 }
 
@@ -599,7 +600,7 @@ void Controls::wheelDoesNotTurnTheDropDown()
 void Controls::anotherDayFiresTheChange()
 {
     Host host;
-    DatePicker day(&host, QStringLiteral("İlk gün"), base::Regional::turkish());
+    DatePicker day(&host, u"İlk gün"_s, base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     QList<QDate> seen;
     day.onChange([&] {
@@ -614,8 +615,8 @@ void Controls::dayIsShownAsTheUserWritesDates_data()
 {
     QTest::addColumn<bool>("english");
     QTest::addColumn<QString>("shown");
-    QTest::newRow("Turkish") << false << QStringLiteral("06.11.2024");
-    QTest::newRow("English") << true << QStringLiteral("11/6/2024");
+    QTest::newRow("Turkish") << false << u"06.11.2024"_s;
+    QTest::newRow("English") << true << u"11/6/2024"_s;
 }
 
 void Controls::dayIsShownAsTheUserWritesDates()
@@ -628,7 +629,7 @@ void Controls::dayIsShownAsTheUserWritesDates()
 
 void Controls::sameDayFiresNothing()
 {
-    DatePicker day(nullptr, QStringLiteral("İlk gün"), base::Regional::turkish());
+    DatePicker day(nullptr, u"İlk gün"_s, base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     int changes = 0;
     day.onChange([&] { ++changes; });
@@ -638,7 +639,7 @@ void Controls::sameDayFiresNothing()
 
 void Controls::invalidDayIsRefused()
 {
-    DatePicker day(nullptr, QStringLiteral("İlk gün"), base::Regional::turkish());
+    DatePicker day(nullptr, u"İlk gün"_s, base::Regional::turkish());
     day.setValue(QDate(2024, 11, 5));
     QCOMPARE(errorOf([&] { day.setValue(QDate(2024, 2, 30)); }), 380);
     QCOMPARE(day.value(), QDate(2024, 11, 5));
@@ -647,7 +648,7 @@ void Controls::invalidDayIsRefused()
 void Controls::menuMarkStaysUntilTheRuleChangesIt()
 {
     Host host;
-    MenuItem item(&host, QStringLiteral("Sayac"), QStringLiteral("Sayaç"));
+    MenuItem item(&host, u"Sayac"_s, u"Sayaç"_s);
     item.setHasCheckMark(true);
     QList<bool> seen;
     item.onClick([&] { seen << item.checked(); });
@@ -662,21 +663,21 @@ void Controls::menuMarkStaysUntilTheRuleChangesIt()
     QVERIFY(!item.checked());
     QCOMPARE(seen, QList<bool>{false});
     QCOMPARE(host.actions, 3);
-    QCOMPARE(item.caption(), QStringLiteral("Sayaç"));
+    QCOMPARE(item.caption(), u"Sayaç"_s);
 }
 
 void Controls::menuCaptionKeepsAnAmpersand()
 {
     Host host;
-    MenuItem item(&host, QStringLiteral("PortAyarlar"), QStringLiteral("A&B"));
-    QCOMPARE(item.caption(), QStringLiteral("A&B"));
-    QCOMPARE(item.text(), QStringLiteral("A&&B"));
+    MenuItem item(&host, u"PortAyarlar"_s, u"A&B"_s);
+    QCOMPARE(item.caption(), u"A&B"_s);
+    QCOMPARE(item.text(), u"A&&B"_s);
 }
 
 void Controls::disabledMenuItemDoesNotClick()
 {
     Host host;
-    MenuItem item(&host, QStringLiteral("CariSil"), QStringLiteral("Carileri Sil"));
+    MenuItem item(&host, u"CariSil"_s, u"Carileri Sil"_s);
     item.onClick([] {});
     item.setEnabled(false);
     item.trigger();
@@ -687,7 +688,7 @@ void Controls::itemOfADisabledMenuCannotBeChosen()
 {
     Host host;
     QMenu menu(&host);
-    MenuItem item(&host, QStringLiteral("CariSil"), QStringLiteral("Carileri Sil"));
+    MenuItem item(&host, u"CariSil"_s, u"Carileri Sil"_s);
     menu.addAction(&item);
     menu.setEnabled(false);
     item.trigger();
@@ -739,13 +740,13 @@ void Controls::indexWithoutControlIsError340()
     ControlArray<CaptionLabel, 2> labels;
     labels[0] = &one;
     labels[1] = &two;
-    QCOMPARE(errorOf([&] { labels[999]->setCaption(QStringLiteral("1")); }), 340);
-    QCOMPARE(errorOf([&] { labels[-1]->setCaption(QStringLiteral("1")); }), 340);
+    QCOMPARE(errorOf([&] { labels[999]->setCaption(u"1"_s); }), 340);
+    QCOMPARE(errorOf([&] { labels[-1]->setCaption(u"1"_s); }), 340);
     try {
         labels[2]->setCaption(QString());
         QFAIL("no error");
     } catch (const base::RuntimeError& error) {
-        QCOMPARE(error.text(), QStringLiteral("Control array element '2' doesn't exist"));
+        QCOMPARE(error.text(), u"Control array element '2' doesn't exist"_s);
     }
 }
 

@@ -6,6 +6,8 @@
 #include <QTest>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 /// The mill's database, whose every write can be watched and made to fail.
 class WatchedDatabases : public store::Databases {
 public:
@@ -108,12 +110,11 @@ struct Counter : World {
     void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
                      store::FieldValue Nakit = {})
     {
-        addRow(books, QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
+        addRow(books, u"Cari"_s, {name, Yuzde, Kap, Nakit});
     }
     void addPressing(const QString& name)
     {
-        addRow(books, QStringLiteral("Hareket"),
-               {store::FieldValue::date(clock.now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
+        addRow(books, u"Hareket"_s, {store::FieldValue::date(clock.now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
     }
 
     /// The rows of a table, each as its fields between bars; Null is "-".
@@ -126,7 +127,7 @@ struct Counter : World {
             QStringList fields;
             for (int i = 0; i < static_cast<int>(listing.fields.size()); ++i) {
                 const store::FieldValue value = engine->field(listing, row, i);
-                fields << (value.isNull() ? QStringLiteral("-") : value.toCell(base::Regional::turkish()));
+                fields << (value.isNull() ? u"-"_s : value.toCell(base::Regional::turkish()));
             }
             all << fields.join(u'|');
         }
@@ -136,7 +137,7 @@ struct Counter : World {
     /// Keypad keys, one after another, by their captions; a blank is the space key.
     void keys(const QString& text)
     {
-        for (const QChar letter : text) key(letter == u' ' ? QStringLiteral("Boşluk") : QString(letter));
+        for (const QChar letter : text) key(letter == u' ' ? u"Boşluk"_s : QString(letter));
     }
     void key(const QString& caption)
     {
@@ -156,11 +157,11 @@ struct Counter : World {
     void pressingOf(const QString& name)
     {
         click(form.YeniCmd[0]);
-        key(QStringLiteral("Sil"));
+        key(u"Sil"_s);
         keys(name);
         click(form.Label2[0]);
-        key(QStringLiteral("Sil"));
-        keys(QStringLiteral("1000"));
+        key(u"Sil"_s);
+        keys(u"1000"_s);
     }
 
     FakePrinter paper;

@@ -2,6 +2,8 @@
 #include "pressing/rules.h"
 #include "tests/app/counter_world.h"
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 /// Customers at the real screen: typed, found, picked, saved and deleted.
@@ -76,10 +78,10 @@ void CustomerRegister::openListOutlivesTheRowsThatItShows()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
-    counter.addCustomer(QStringLiteral("Ayşe"));
+    counter.addCustomer(u"Ali"_s);
+    counter.addCustomer(u"Ayşe"_s);
     form.start();
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     QVERIFY(form.dbListe1->visible());
     QCOMPARE(form.dbListe1->rowCount(), 2);
     counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
@@ -87,14 +89,14 @@ void CustomerRegister::openListOutlivesTheRowsThatItShows()
     QCOMPARE(counter.prompt.errors, QList<int>{});
     form.dbListe1->pick(0);
     QCOMPARE(counter.prompt.errors, QList<int>{3167});
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
+    QCOMPARE(form.TxtLbl[0]->caption(), u"A"_s);
 }
 
 void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndWritesNothing_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("apostrophe") << QStringLiteral("Ali O'Neil");
-    QTest::newRow("opened bracket") << QStringLiteral("Ali [x");
+    QTest::newRow("apostrophe") << u"Ali O'Neil"_s;
+    QTest::newRow("opened bracket") << u"Ali [x"_s;
 }
 
 void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndWritesNothing()
@@ -102,25 +104,25 @@ void CustomerRegister::pickedNameThatBreaksTheSearchIsReportedAndWritesNothing()
     QFETCH(QString, name);
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Al"), 20.0, QStringLiteral("20 Litrelik Kap"), 100.0);
-    counter.addCustomer(name, 5.0, QStringLiteral("10 Litrelik Kap"), 50.0);
+    counter.addCustomer(u"Al"_s, 20.0, u"20 Litrelik Kap"_s, 100.0);
+    counter.addCustomer(name, 5.0, u"10 Litrelik Kap"_s, 50.0);
     form.start();
-    counter.keys(QStringLiteral("al"));
+    counter.keys(u"al"_s);
     counter.pick(name);
     QCOMPARE(counter.prompt.errors, QList<int>{3075});
     QCOMPARE(form.TxtLbl[0]->caption(), name);
     // The terms are that customer's, and nothing of the other one can be picked, saved or deleted over the name.
-    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("5"));
-    QCOMPARE(form.Combo1[0]->text(), QStringLiteral("10 Litrelik Kap"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("50"));
+    QCOMPARE(form.Haklbl[0]->caption(), u"5"_s);
+    QCOMPARE(form.Combo1[0]->text(), u"10 Litrelik Kap"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"50"_s);
     QVERIFY(!form.dbListe1->visible());
     QVERIFY(!form.Kaydet->visible());
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
     QCOMPARE(counter.watched.writes, QStringList());
 
     // The screen goes on: another name is found.
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("a"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"a"_s);
     QCOMPARE(form.dbListe1->rowCount(), 2);
     QCOMPARE(counter.prompt.errors.size(), 1);
 }
@@ -163,16 +165,16 @@ void CustomerRegister::pickedCustomerBringsTheOwnTerms()
     QFETCH(QString, typed);
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(first, 10.0, QStringLiteral("10 Litrelik Kap"), 100.0);
-    counter.addCustomer(picked, 20.0, QStringLiteral("20 Litrelik Kap"), 200.0);
+    counter.addCustomer(first, 10.0, u"10 Litrelik Kap"_s, 100.0);
+    counter.addCustomer(picked, 20.0, u"20 Litrelik Kap"_s, 200.0);
     form.start();
     counter.keys(typed);
     counter.pick(picked);
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QCOMPARE(form.TxtLbl[0]->caption(), picked);
-    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("20"));
-    QCOMPARE(form.Combo1[0]->text(), QStringLiteral("20 Litrelik Kap"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(form.Haklbl[0]->caption(), u"20"_s);
+    QCOMPARE(form.Combo1[0]->text(), u"20 Litrelik Kap"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"200"_s);
     QCOMPARE(form.DataCari.recordSet().field(0).text(), picked);
     QCOMPARE(form.AktifLbl, form.Label3[0]);
     QVERIFY(!form.dbListe1->visible());
@@ -183,18 +185,18 @@ void CustomerRegister::deletingEverybodyLeavesNobodyToPickOrDelete()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.keys(QStringLiteral("ali"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.keys(u"ali"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     form.CariSil->trigger();
     QVERIFY(!form.dbListe1->visible());
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.Kaydet); // the name that is shown can be saved again
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QCOMPARE(counter.prompt.questions, QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|-|-|-"});
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
 }
 
 void CustomerRegister::starInANameDeletesExactlyThatName()
@@ -206,31 +208,31 @@ void CustomerRegister::starInANameDeletesExactlyThatName()
         counter.addPressing(QString::fromUtf8(name));
     }
     form.start();
-    counter.keys(QStringLiteral("a*"));
+    counter.keys(u"a*"_s);
     QCOMPARE(form.dbListe1->rowCount(), 3);
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
     QCOMPARE(counter.prompt.errors, QList<int>{});
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+    QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
 }
 
 void CustomerRegister::savingStoresTheNameAloneAndRecallsNothing()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali Veli"), 12.0, QStringLiteral("10 Litrelik Kap"), 100.0);
+    counter.addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
     form.start();
-    counter.keys(QStringLiteral("ali"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    counter.keys(u"ali"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.Label2[0]); // the name is saved, whichever field is active
     Counter::click(form.Kaydet);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{"Ali Veli|12|10 Litrelik Kap|100", "Ali|-|-|-"}));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
-    QCOMPARE(form.DataCari.recordSet().field(0).text(), QStringLiteral("Ali"));
-    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("12"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("100"));
+    QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali Veli|12|10 Litrelik Kap|100", "Ali|-|-|-"}));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Ali"_s);
+    QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"100"_s);
     QVERIFY(counter.prompt.questions.isEmpty());
 }
 
@@ -240,46 +242,46 @@ void CustomerRegister::nameTooLongForTheRegisterIsNotSaved()
     Form1& form = counter.form;
     form.start();
     form.run([&] { form.TxtLbl[0]->setCaption(QString(101, u'A')); });
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.Kaydet);
     QCOMPARE(counter.prompt.errors, QList<int>{3163});
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
 }
 
 void CustomerRegister::deletingClearsTheStationFirstAndTakesPressingsBeforeTheCustomer()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
-    counter.addCustomer(QStringLiteral("Ali Veli"));
-    counter.addPressing(QStringLiteral("Ali"));
-    counter.addPressing(QStringLiteral("Ali Veli"));
+    counter.addCustomer(u"Ali"_s);
+    counter.addCustomer(u"Ali Veli"_s);
+    counter.addPressing(u"Ali"_s);
+    counter.addPressing(u"Ali Veli"_s);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     form.KapFrm[0]->setVisible(true);
     form.kapSayisi(0) = 4;
 
     Counter::click(form.Kaydet);
-    QCOMPARE(counter.prompt.questions, QStringList{QStringLiteral("Kayıt Silme|Kayıt Silinecek Eminmisiniz..!")});
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("Ali"));
+    QCOMPARE(counter.prompt.questions, QStringList{u"Kayıt Silme|Kayıt Silinecek Eminmisiniz..!"_s});
+    QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
     QCOMPARE(form.AktifLbl, form.Label2[0]);
     QCOMPARE(counter.watched.writes, QStringList());
 
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
     QCOMPARE(counter.watched.writes, (QStringList{"DELETE FROM Hareket Where CariHar='Ali'", "erase Cari"}));
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali Veli|-|-|-"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali Veli|-|-|-"});
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
     QCOMPARE(form.TxtLbl[0]->caption(), QString());
     QCOMPARE(form.TxtLbl[0]->backColor(), colour::cyan);
     QCOMPARE(form.Label2[0]->backColor(), colour::white);
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
+    QCOMPARE(form.Label2[0]->caption(), u"0"_s);
     QVERIFY(!form.YazCmd[0]->enabled());
     QVERIFY(!form.KapFrm[0]->visible());
     QCOMPARE(form.kapSayisi(0), 0.0f);
-    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("0 Kap"));
+    QCOMPARE(form.Label4[0]->caption(), u"0 Kap"_s);
     QVERIFY(!form.Kaydet->visible());
     QVERIFY(!form.dbListe1->visible());
 }
@@ -288,17 +290,17 @@ void CustomerRegister::deletingWithoutACurrentCustomerIsReported()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.keys(QStringLiteral("ali"));
+    counter.keys(u"ali"_s);
     counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
-    counter.addPressing(QStringLiteral("Ali"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.addPressing(u"Ali"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
     QCOMPARE(counter.prompt.errors, QList<int>{3167});
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("Ali"));
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
 }
 
 void CustomerRegister::termsAreRecalledOneByOne_data()
@@ -332,16 +334,16 @@ void CustomerRegister::termsAreRecalledOneByOne()
     const auto number = [](const QVariant& value) {
         return value.isValid() ? store::FieldValue(value.toDouble()) : store::FieldValue();
     };
-    counter.addCustomer(QStringLiteral("Ali"), number(yuzde),
+    counter.addCustomer(u"Ali"_s, number(yuzde),
                         kap.isValid() ? store::FieldValue(kap.toString()) : store::FieldValue(), number(nakit));
     form.start();
     Counter::click(form.YeniCmd[1]);
-    counter.key(QStringLiteral("z")); // clears the prompt, which resets the station
-    form.Haklbl[1]->setCaption(QStringLiteral("7"));
+    counter.key(u"z"_s); // clears the prompt, which resets the station
+    form.Haklbl[1]->setCaption(u"7"_s);
     form.Combo1[1]->setListIndex(3);
-    form.NakitLbl[1]->setCaption(QStringLiteral("30"));
+    form.NakitLbl[1]->setCaption(u"30"_s);
     const QStringList idle = {form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()};
-    form.run([&] { form.TxtLbl[1]->setCaption(QStringLiteral("A")); });
+    form.run([&] { form.TxtLbl[1]->setCaption(u"A"_s); });
     QTEST((QStringList{form.Haklbl[1]->caption(), form.Combo1[1]->text(), form.NakitLbl[1]->caption()}), "shown");
     QCOMPARE((QStringList{form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()}), idle);
     QCOMPARE(counter.prompt.errors, QList<int>{});
@@ -351,14 +353,14 @@ void CustomerRegister::nameThatReadsAsANumberIsReformattedByItsFee()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("5"), 12.0, QStringLiteral("10 Litrelik Kap"), 12.5);
+    counter.addCustomer(u"5"_s, 12.0, u"10 Litrelik Kap"_s, 12.5);
     form.start();
-    counter.key(QStringLiteral("5"));
+    counter.key(u"5"_s);
     // The recalled fee is fractional: the fee's rule writes the active label, which is the name, with that pattern.
     // It leaves no mark behind that nobody has typed.
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12,5"));
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("5"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"12,5"_s);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
@@ -367,16 +369,16 @@ void CustomerRegister::namesThatReformatOneAnotherComeToAnEnd()
     Counter counter;
     Form1& form = counter.form;
     // One fee is written with decimals and the other one without: no mark goes to and fro between the names.
-    counter.addCustomer(QStringLiteral("5"), {}, {}, 12.5);
-    counter.addCustomer(QStringLiteral("5,"), {}, {}, 10.0);
+    counter.addCustomer(u"5"_s, {}, {}, 12.5);
+    counter.addCustomer(u"5,"_s, {}, {}, 10.0);
     form.start();
-    counter.key(QStringLiteral("5"));
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("5"));
-    counter.key(QStringLiteral(","));
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("5"));
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("a"));
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("A"));
+    counter.key(u"5"_s);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
+    counter.key(u","_s);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
+    counter.key(u"Sil"_s);
+    counter.keys(u"a"_s);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"A"_s);
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
@@ -384,16 +386,16 @@ void CustomerRegister::choosingAWeightClosesTheList()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     QVERIFY(form.dbListe1->visible());
     Counter::click(form.Label3[0]); // no name can be picked into it any more
     QVERIFY(!form.dbListe1->visible());
     QVERIFY(form.Kaydet->visible()); // the name that was typed can still be saved
     Counter::click(form.TxtLbl[0]);
     QVERIFY(!form.dbListe1->visible());
-    counter.keys(QStringLiteral("l"));
+    counter.keys(u"l"_s);
     QVERIFY(form.dbListe1->visible());
 }
 
@@ -404,10 +406,10 @@ void CustomerRegister::weightWithoutACustomerAsksForOne_data()
     QTest::addColumn<bool>("asks");
     for (const bool oil : {false, true}) {
         const QByteArray field = oil ? "oil, " : "olives, ";
-        QTest::newRow((field + "prompt").constData()) << QStringLiteral("Müşteri Seçin") << oil << true;
+        QTest::newRow((field + "prompt").constData()) << u"Müşteri Seçin"_s << oil << true;
         QTest::newRow((field + "empty").constData()) << QString() << oil << true;
-        QTest::newRow((field + "blank is a name").constData()) << QStringLiteral(" ") << oil << false;
-        QTest::newRow((field + "name").constData()) << QStringLiteral("Ali") << oil << false;
+        QTest::newRow((field + "blank is a name").constData()) << u" "_s << oil << false;
+        QTest::newRow((field + "name").constData()) << u"Ali"_s << oil << false;
     }
 }
 
@@ -433,11 +435,11 @@ void CustomerRegister::emptyRegisterShowsNoList()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     QVERIFY(!form.dbListe1->visible());
     QVERIFY(form.Kaydet->visible());
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
-    counter.key(QStringLiteral("Geri Sil"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
+    counter.key(u"Geri Sil"_s);
     QVERIFY(!form.Kaydet->visible());
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
@@ -446,23 +448,23 @@ void CustomerRegister::statusLineCountsThePressingsThatAreLeft()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
-    for (int i = 0; i < 3; ++i) counter.addPressing(QStringLiteral("Ali"));
-    counter.addPressing(QStringLiteral("Veli"));
+    counter.addCustomer(u"Ali"_s);
+    for (int i = 0; i < 3; ++i) counter.addPressing(u"Ali"_s);
+    counter.addPressing(u"Veli"_s);
     form.start();
-    const auto shown = [&] { return form.status->text().section(QStringLiteral("Yag.mdb: "), 1); };
-    QTRY_COMPARE(shown(), QStringLiteral("4 kayıt"));
-    counter.pressingOf(QStringLiteral("ali"));
+    const auto shown = [&] { return form.status->text().section(u"Yag.mdb: "_s, 1); };
+    QTRY_COMPARE(shown(), u"4 kayıt"_s);
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(shown(), QStringLiteral("5 kayıt"));
+    QCOMPARE(shown(), u"5 kayıt"_s);
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
-    QCOMPARE(shown(), QStringLiteral("1 kayıt"));
+    QCOMPARE(shown(), u"1 kayıt"_s);
     form.HesapSil->trigger();
-    QCOMPARE(shown(), QStringLiteral("0 kayıt"));
-    counter.pressingOf(QStringLiteral("ali"));
+    QCOMPARE(shown(), u"0 kayıt"_s);
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(shown(), QStringLiteral("1 kayıt"));
+    QCOMPARE(shown(), u"1 kayıt"_s);
 }
 
 void CustomerRegister::clearedNameTurnsTheEntitlementOff()
@@ -470,11 +472,11 @@ void CustomerRegister::clearedNameTurnsTheEntitlementOff()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
     QVERIFY(form.HakCmd[0]->value() && form.HakVar[0]);
     Counter::click(form.TxtLbl[0]);
-    counter.key(QStringLiteral("Sil"));
+    counter.key(u"Sil"_s);
     QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
     QVERIFY(!form.HakCmd[0]->value());
     QVERIFY(!form.HakVar[0]);
@@ -488,20 +490,20 @@ void CustomerRegister::switchWhoseRuleFailsStaysOn()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali Veli"));
+    counter.addCustomer(u"Ali Veli"_s);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
     Counter::click(form.Haklbl[0]);
-    counter.keys(QStringLiteral("10"));
+    counter.keys(u"10"_s);
     Counter::click(form.Label3[0]);
-    form.run([&] { form.Label3[0]->setCaption(QStringLiteral("Ali Veli")); }); // a name where the oil should be
+    form.run([&] { form.Label3[0]->setCaption(u"Ali Veli"_s); }); // a name where the oil should be
     Counter::click(form.HakCmd[0]);
     QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
     QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
     QVERIFY(form.HakCmd[0]->value());
     QVERIFY(form.HakVar[0] && form.Frame3[0]->visible());
-    counter.key(QStringLiteral("Sil"));
+    counter.key(u"Sil"_s);
     Counter::click(form.HakCmd[0]);
     QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
     QVERIFY(!form.HakCmd[0]->value());
@@ -513,21 +515,21 @@ void CustomerRegister::entitlementFollowsTheStation()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
     Counter::click(form.Haklbl[0]);
-    counter.keys(QStringLiteral("10"));
-    QCOMPARE(form.HakTut[0]->caption(), QStringLiteral("90"));
+    counter.keys(u"10"_s);
+    QCOMPARE(form.HakTut[0]->caption(), u"90"_s);
     Counter::click(form.YeniCmd[1]);
-    counter.keys(QStringLiteral("b"));
+    counter.keys(u"b"_s);
     Counter::click(form.Label3[1]);
-    counter.keys(QStringLiteral("500"));
-    QCOMPARE(form.HakTut[1]->caption(), QStringLiteral("0")); // the other station's share does not reach here
+    counter.keys(u"500"_s);
+    QCOMPARE(form.HakTut[1]->caption(), u"0"_s); // the other station's share does not reach here
     Counter::click(form.YeniCmd[0]);
     Counter::click(form.Label3[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("500"));
-    QCOMPARE(form.HakTut[0]->caption(), QStringLiteral("50"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"500"_s);
+    QCOMPARE(form.HakTut[0]->caption(), u"50"_s);
 }
 
 void CustomerRegister::deletingTakesTheCustomerWhoIsShown()
@@ -539,40 +541,40 @@ void CustomerRegister::deletingTakesTheCustomerWhoIsShown()
         counter.addPressing(QString::fromUtf8(name));
     }
     form.start();
-    counter.keys(QStringLiteral("ali"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.keys(u"ali"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     // Whatever makes another row the current one, the name on the screen is what counts.
     form.DataCari.setRecordSource(mill::customerTable);
     form.DataCari.refresh();
     form.DataCari.recordSet().moveLast();
-    QCOMPARE(form.DataCari.recordSet().field(0).text(), QStringLiteral("Veli"));
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Veli"_s);
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Veli|-|-|-"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
-    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|Veli")));
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Veli|-|-|-"});
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+    QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Veli"_s));
 }
 
 void CustomerRegister::deletingAfterAnotherSearchTakesNobodyElse()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
-    counter.addCustomer(QStringLiteral("Veli"));
+    counter.addCustomer(u"Ali"_s);
+    counter.addCustomer(u"Veli"_s);
     form.start();
-    counter.keys(QStringLiteral("veli"));
+    counter.keys(u"veli"_s);
     Counter::click(form.GünlükCmd);
     QVERIFY(!form.Kaydet->visible());
     Counter::click(form.Option1[1]);
-    counter.keys(QStringLiteral("ali")); // the panel's search
+    counter.keys(u"ali"_s); // the panel's search
     Counter::click(form.KapatCmd[0]);
     QVERIFY(!form.Kaydet->visible());
-    counter.key(QStringLiteral("Geri Sil"));
-    counter.keys(QStringLiteral("i"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    counter.key(u"Geri Sil"_s);
+    counter.keys(u"i"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
     counter.prompt.answer = true;
     Counter::click(form.Kaydet);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|-|-|-"});
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
 }
 
 void CustomerRegister::aFractionLeftOpenStaysGoneWhenThePanelCloses()
@@ -581,11 +583,11 @@ void CustomerRegister::aFractionLeftOpenStaysGoneWhenThePanelCloses()
     Form1& form = counter.form;
     form.start();
     Counter::click(form.NakitLbl[0]);
-    counter.keys(QStringLiteral("12,"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12,"));
+    counter.keys(u"12,"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"12,"_s);
     Counter::click(form.GünlükCmd);
     Counter::click(form.KapatCmd[0]);
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("12"));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"12"_s);
 }
 
 void CustomerRegister::saveButtonIsSeenOnlyOverANameThatIsTyped_data()
@@ -600,18 +602,18 @@ void CustomerRegister::saveButtonIsSeenOnlyOverANameThatIsTyped()
     QFETCH(QString, after);
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.keys(QStringLiteral("al"));
+    counter.keys(u"al"_s);
     QVERIFY(form.Kaydet->visible());
     QVERIFY(form.dbListe1->visible());
     if (after == u"other station") Counter::click(form.YeniCmd[1]);
     if (after == u"same station") Counter::click(form.YeniCmd[0]);
     if (after == u"panel") Counter::click(form.GünlükCmd);
     if (after == u"dialog") form.activated();
-    if (after == u"pick") counter.pick(QStringLiteral("Ali"));
+    if (after == u"pick") counter.pick(u"Ali"_s);
     if (after == u"prompt") {
-        counter.key(QStringLiteral("Sil"));
+        counter.key(u"Sil"_s);
         Counter::click(form.Label2[0]);
         QCOMPARE(form.TxtLbl[0]->caption(), mill::customerPrompt);
     }
@@ -623,13 +625,13 @@ void CustomerRegister::savingClosesTheList()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali Veli"));
+    counter.addCustomer(u"Ali Veli"_s);
     form.start();
-    counter.keys(QStringLiteral("ali"));
+    counter.keys(u"ali"_s);
     QVERIFY(form.dbListe1->visible());
     Counter::click(form.Kaydet);
     QVERIFY(!form.dbListe1->visible());
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
 }
 
 void CustomerRegister::savingANameThatIsThereAddsNoSecondRow()
@@ -637,23 +639,23 @@ void CustomerRegister::savingANameThatIsThereAddsNoSecondRow()
     Counter counter;
     Form1& form = counter.form;
     // Equal letters in another case stand first, and are another name.
-    counter.addCustomer(QStringLiteral("ALİ"));
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"ALİ"_s);
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.keys(QStringLiteral("ali"));
-    QCOMPARE(form.DataCari.recordSet().field(0).text(), QStringLiteral("ALİ"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    counter.keys(u"ali"_s);
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), u"ALİ"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.Kaydet);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 2);
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
-    QCOMPARE(form.DataCari.recordSet().field(0).text(), QStringLiteral("Ali"));
+    QCOMPARE(counter.rows(u"Cari"_s).size(), 2);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+    QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Ali"_s);
 }
 
 void CustomerRegister::namesThatNoCustomerCanHaveAreNotSaved_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("totals row") << QStringLiteral("Toplamlar");
-    QTest::newRow("blanks") << QStringLiteral("  ");
+    QTest::newRow("totals row") << u"Toplamlar"_s;
+    QTest::newRow("blanks") << u"  "_s;
 }
 
 void CustomerRegister::namesThatNoCustomerCanHaveAreNotSaved()
@@ -666,13 +668,13 @@ void CustomerRegister::namesThatNoCustomerCanHaveAreNotSaved()
     QCOMPARE(form.TxtLbl[0]->caption(), name);
     Counter::click(form.Kaydet);
     QCOMPARE(counter.prompt.errors, QList<int>{base::errors::invalidCall});
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 0);
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: ")));
+    QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: "_s));
     QCOMPARE(counter.prompt.errors.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
 }
 
 void CustomerRegister::promptThatComesBackSearchesNobody()
@@ -680,10 +682,10 @@ void CustomerRegister::promptThatComesBackSearchesNobody()
     Counter counter;
     Form1& form = counter.form;
     // A weight of 0 is the active text while the prompt comes back.
-    counter.addCustomer(QStringLiteral("0"), 33.0, QStringLiteral("20 Litrelik Kap"), 77.0);
+    counter.addCustomer(u"0"_s, 33.0, u"20 Litrelik Kap"_s, 77.0);
     form.start();
-    counter.keys(QStringLiteral("x"));
-    counter.key(QStringLiteral("Sil"));
+    counter.keys(u"x"_s);
+    counter.key(u"Sil"_s);
     const QStringList before = {form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()};
     Counter::click(form.Label2[0]);
     QCOMPARE(form.TxtLbl[0]->caption(), mill::customerPrompt);
@@ -694,19 +696,19 @@ void CustomerRegister::feeRecalledBesideAnEntitlementIsZeroAgain()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"), 12.0, QStringLiteral("10 Litrelik Kap"), 250.0);
+    counter.addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 250.0);
     form.start();
-    counter.pressingOf(QStringLiteral("a")); // recalls the fee already
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("250"));
+    counter.pressingOf(u"a"_s); // recalls the fee already
+    QCOMPARE(form.NakitLbl[0]->caption(), u"250"_s);
     Counter::click(form.HakCmd[0]);
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("0"));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
     Counter::click(form.TxtLbl[0]);
-    counter.keys(QStringLiteral("li"));
-    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("12"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("0"));
+    counter.keys(u"li"_s);
+    QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
     Counter::click(form.NakitLbl[0]);
-    counter.keys(QStringLiteral("99"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("0"));
+    counter.keys(u"99"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
@@ -715,16 +717,16 @@ void CustomerRegister::switchingOffWhileThePercentageIsEditedEditsTheFee()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
     Counter::click(form.Haklbl[0]);
-    counter.keys(QStringLiteral("12,"));
+    counter.keys(u"12,"_s);
     Counter::click(form.HakCmd[0]);
     QCOMPARE(form.AktifLbl, form.NakitLbl[0]);
-    QCOMPARE(form.Haklbl[0]->caption(), QStringLiteral("12"));
-    counter.keys(QStringLiteral("5"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("5"));
-    QCOMPARE(form.HakTut[0]->caption(), QStringLiteral("0"));
+    QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
+    counter.keys(u"5"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"5"_s);
+    QCOMPARE(form.HakTut[0]->caption(), u"0"_s);
 }
 
 void CustomerRegister::figureTooLargeChangesNothing()
@@ -732,17 +734,17 @@ void CustomerRegister::figureTooLargeChangesNothing()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
     Counter::click(form.Haklbl[0]);
-    counter.keys(QStringLiteral("99"));
+    counter.keys(u"99"_s);
     Counter::click(form.Label3[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("1"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"1"_s);
     QString before;
     for (int i = 0; i < 400 && counter.prompt.errors.isEmpty(); ++i) {
         before = form.Label3[0]->caption() + u'|' + form.HakTut[0]->caption() + u'|' + form.Verilen[0]->caption();
-        counter.key(QStringLiteral("0"));
+        counter.key(u"0"_s);
     }
     QCOMPARE(counter.prompt.errors, QList<int>{6});
     QCOMPARE(form.Label3[0]->caption() + u'|' + form.HakTut[0]->caption() + u'|' + form.Verilen[0]->caption(), before);
@@ -753,12 +755,12 @@ void CustomerRegister::handedOverIsOilLessEntitlement()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
-    QCOMPARE(form.Verilen[0]->caption(), QStringLiteral("900")); // before any entitlement was switched on
+    counter.pressingOf(u"ali"_s);
+    QCOMPARE(form.Verilen[0]->caption(), u"900"_s); // before any entitlement was switched on
     Counter::click(form.Label3[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("850"));
-    QCOMPARE(form.Verilen[0]->caption(), QStringLiteral("850"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"850"_s);
+    QCOMPARE(form.Verilen[0]->caption(), u"850"_s);
 }
 
 QTEST_MAIN(CustomerRegister)

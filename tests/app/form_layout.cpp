@@ -2,6 +2,8 @@
 #include <QHeaderView>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class FormLayout : public QObject {
@@ -90,10 +92,9 @@ void FormLayout::everythingTouchedIsLargeEnough()
     pressed << form.Option1[0] << form.Option1[1] << form.KapatCmd[0] << form.KapatCmd[1] << form.DTPickerBas
             << form.DTPickerSon << form.Kaydet;
     for (QWidget* control : pressed)
-        QVERIFY2(control->width() >= least && control->height() >= least, qPrintable(QStringLiteral("%1 is %2 x %3")
-                                                                                         .arg(control->objectName())
-                                                                                         .arg(control->width())
-                                                                                         .arg(control->height())));
+        QVERIFY2(
+            control->width() >= least && control->height() >= least,
+            qPrintable(u"%1 is %2 x %3"_s.arg(control->objectName()).arg(control->width()).arg(control->height())));
     for (FieldLabel* field : form.findChildren<FieldLabel*>())
         QVERIFY2(field->height() >= 44 && field->width() >= 80, qPrintable(field->objectName()));
     for (CommandButton* cross : form.KapCmd) QVERIFY(cross->width() >= 44 && cross->height() >= 44);
@@ -113,7 +114,7 @@ void FormLayout::nothingOverlapsOrLeavesItsContainer()
         QVERIFY2(all[i]->parentWidget()->rect().contains(all[i]->geometry()), qPrintable(all[i]->objectName()));
         for (int j = i + 1; j < all.size(); ++j)
             QVERIFY2(!one.intersects(onForm(form, all[j])),
-                     qPrintable(all[i]->objectName() + QStringLiteral(" and ") + all[j]->objectName()));
+                     qPrintable(all[i]->objectName() + u" and "_s + all[j]->objectName()));
     }
     for (int i = 0; i < 2; ++i)
         for (QWidget* other : {static_cast<QWidget*>(form.YazCmd[i]), static_cast<QWidget*>(form.HakCmd[i])})
@@ -160,7 +161,7 @@ void FormLayout::searchListLeavesTheNameFree()
 {
     SizedScreen screen;
     Form1& form = screen.form;
-    form.dbListe1->setRows([] { return 1000; }, [](int) { return QStringLiteral("Ali"); });
+    form.dbListe1->setRows([] { return 1000; }, [](int) { return u"Ali"_s; });
     form.dbListe1->setVisible(true);
     for (int i = 0; i < 2; ++i) {
         form.moveListToStation(i);
@@ -209,7 +210,7 @@ void FormLayout::saveButtonStandsBesideTheName()
     for (int i = 0; i < 2; ++i) {
         form.run([&] {
             form.workAt(i);
-            form.TxtLbl[i]->showCaption(QStringLiteral("Ali"));
+            form.TxtLbl[i]->showCaption(u"Ali"_s);
             form.Kaydet->setVisible(true);
         });
         const QRect name = onForm(form, form.TxtLbl[i]);
@@ -227,8 +228,8 @@ void FormLayout::containerCountIsCentredByTheFirstPanel()
     Form1& form = screen.form;
     form.start();
     form.kapSayisi(1) = 1234;
-    form.Label4[1]->setCaption(QStringLiteral("?"));
-    QCOMPARE(form.Label4[1]->caption(), QStringLiteral("1234 Kap"));
+    form.Label4[1]->setCaption(u"?"_s);
+    QCOMPARE(form.Label4[1]->caption(), u"1234 Kap"_s);
     const double centred = (form.KapFrm[0]->Width() - form.Label4[1]->Width()) / 2.0;
     QVERIFY(std::abs(form.Label4[1]->Left() - centred) <= twips::perPixel);
     QVERIFY(!form.Label4[1]->geometry().intersects(form.KapCmd[1]->geometry()));
@@ -238,8 +239,8 @@ void FormLayout::captionsFit()
 {
     SizedScreen screen;
     Form1& form = screen.form;
-    form.HakCmd[0]->setCaption(QStringLiteral("Hak Ediş Var"));
-    form.Kaydet->setCaption(QStringLiteral("Kaydı Sil"));
+    form.HakCmd[0]->setCaption(u"Hak Ediş Var"_s);
+    form.Kaydet->setCaption(u"Kaydı Sil"_s);
     for (CommandButton* button : form.findChildren<CommandButton*>()) {
         const int needed = button->fontMetrics().horizontalAdvance(button->caption());
         QVERIFY2(needed <= button->width() - 8, qPrintable(button->objectName() + u' ' + button->caption()));
@@ -249,7 +250,7 @@ void FormLayout::captionsFit()
             key->rect().adjusted(4, 0, -4, 0), Qt::AlignCenter | Qt::TextWordWrap, key->caption().trimmed());
         QVERIFY2(key->rect().contains(needed), qPrintable(key->caption()));
     }
-    form.PortAyarlar->setCaption(QStringLiteral("Port Ayar Com=16"));
+    form.PortAyarlar->setCaption(u"Port Ayar Com=16"_s);
     QVERIFY(form.menuStrip->sizeHint().width() <= form.menuStrip->width());
 }
 

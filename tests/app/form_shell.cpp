@@ -3,6 +3,8 @@
 #include "screen_fixture.h"
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class FormShell : public QObject {
@@ -53,7 +55,7 @@ void FormShell::loadBindsAllSourcesAndNoStation()
     screen.form.Form_Load();
     for (store::DataSource* source :
          {&screen.form.DataCari, &screen.form.DataHar, &screen.form.GünData, &screen.form.DataTmp})
-        QCOMPARE(source->databaseName(), screen.folder.filePath(QStringLiteral("Yag.mdb")));
+        QCOMPARE(source->databaseName(), screen.folder.filePath(u"Yag.mdb"_s));
     QCOMPARE(screen.form.AktifKontrol, 999.0f);
     QVERIFY(screen.form.DataCari.hasRecordSet());
     QVERIFY(!screen.form.GünData.hasRecordSet());
@@ -63,7 +65,7 @@ void FormShell::loadBindsAllSourcesAndNoStation()
 void FormShell::missingDatabaseIsReportedAndTheScreenStays()
 {
     Screen screen;
-    screen.disk.remove(screen.folder.filePath(QStringLiteral("Yag.mdb")).toStdU16String());
+    screen.disk.remove(screen.folder.filePath(u"Yag.mdb"_s).toStdU16String());
     screen.form.start();
     QVERIFY(screen.prompt.errors.contains(3024));
     QVERIFY(screen.form.isVisible());
@@ -82,22 +84,22 @@ void FormShell::controlsCarryTheirNames()
           "HesapSil",    "Bağlantı",    "PortAyarlar", "YazFont",   "Sayac",      "PrgExit",     "TeraziComm",
           "Winsock1",    "Winsock2"})
         QVERIFY2(screen.form.findChild<QObject*>(QString::fromUtf8(name)), name);
-    QCOMPARE(Form1::controlName(screen.form.Label2[1]), QStringLiteral("Label2"));
-    QCOMPARE(Form1::controlName(screen.form.GünLbl), QStringLiteral("GünLbl"));
+    QCOMPARE(Form1::controlName(screen.form.Label2[1]), u"Label2"_s);
+    QCOMPARE(Form1::controlName(screen.form.GünLbl), u"GünLbl"_s);
 
-    QCOMPARE(screen.form.Frame1[0]->caption(), QStringLiteral(" Birinci Kontrol "));
-    QCOMPARE(screen.form.Frame1[1]->caption(), QStringLiteral(" İkinci Kontrol "));
-    QCOMPARE(screen.form.Label2[0]->title(), QStringLiteral(" Sıkılacak Zeytin KG"));
-    QCOMPARE(screen.form.Label3[0]->title(), QStringLiteral(" Sıkılan Zeytin Yağı KG"));
-    QCOMPARE(screen.form.NakitLbl[0]->title(), QStringLiteral("Zeytin Sıkma TL"));
-    QCOMPARE(screen.form.Verilen[0]->title(), QStringLiteral(" Verilen Lt"));
-    QCOMPARE(screen.form.TxtLbl[1]->caption(), QStringLiteral("Müşteri Seçin"));
-    QCOMPARE(screen.form.Label4[1]->caption(), QStringLiteral("0 Kap"));
-    QCOMPARE(screen.form.HakCmd[0]->caption(), QStringLiteral("Hak Ediş Yok"));
+    QCOMPARE(screen.form.Frame1[0]->caption(), u" Birinci Kontrol "_s);
+    QCOMPARE(screen.form.Frame1[1]->caption(), u" İkinci Kontrol "_s);
+    QCOMPARE(screen.form.Label2[0]->title(), u" Sıkılacak Zeytin KG"_s);
+    QCOMPARE(screen.form.Label3[0]->title(), u" Sıkılan Zeytin Yağı KG"_s);
+    QCOMPARE(screen.form.NakitLbl[0]->title(), u"Zeytin Sıkma TL"_s);
+    QCOMPARE(screen.form.Verilen[0]->title(), u" Verilen Lt"_s);
+    QCOMPARE(screen.form.TxtLbl[1]->caption(), u"Müşteri Seçin"_s);
+    QCOMPARE(screen.form.Label4[1]->caption(), u"0 Kap"_s);
+    QCOMPARE(screen.form.HakCmd[0]->caption(), u"Hak Ediş Yok"_s);
     QVERIFY(!screen.form.Frame3[0]->visible());
     QVERIFY(!screen.form.KapFrm[0]->visible());
     QVERIFY(!screen.form.YazCmd[0]->enabled());
-    QCOMPARE(screen.form.windowTitle(), QStringLiteral("Mendrik Presva"));
+    QCOMPARE(screen.form.windowTitle(), u"Mendrik Presva"_s);
 }
 
 void FormShell::activationPutsEverythingToItsStart()
@@ -132,8 +134,8 @@ void FormShell::activationTakesTheKeypadCaseFromTheSettings_data()
     QTest::addColumn<bool>("capitals");
     QTest::addColumn<QString>("caseKey");
     QTest::addColumn<QString>("keys"); // of indexes 0, 10, 11, 27
-    QTest::newRow("capitals") << true << QStringLiteral("AB") << QStringLiteral("AIİY");
-    QTest::newRow("small") << false << QStringLiteral("ab") << QStringLiteral("aıiy");
+    QTest::newRow("capitals") << true << u"AB"_s << u"AIİY"_s;
+    QTest::newRow("small") << false << u"ab"_s << u"aıiy"_s;
 }
 
 void FormShell::activationTakesTheKeypadCaseFromTheSettings()
@@ -141,7 +143,7 @@ void FormShell::activationTakesTheKeypadCaseFromTheSettings()
     QFETCH(bool, capitals);
     Screen screen;
     Form1& form = screen.form;
-    screen.settings.saveFlag(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), capitals);
+    screen.settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, capitals);
     screen.keyboard.capsLock = !capitals;
     form.start();
     QCOMPARE(form.CapsDurum, capitals);
@@ -165,7 +167,7 @@ void FormShell::activationLeavesExactlyOneCyanLabel()
     QStringList cyan;
     for (const auto* field : form.findChildren<FieldLabel*>())
         if (field->backColor() == colour::cyan) cyan << field->objectName();
-    QCOMPARE(cyan, QStringList{QStringLiteral("TxtLbl(0)")});
+    QCOMPARE(cyan, QStringList{u"TxtLbl(0)"_s});
 }
 
 void FormShell::freshInstallationOpensNoPort()
@@ -175,7 +177,7 @@ void FormShell::freshInstallationOpensNoPort()
     QVERIFY(!screen.form.Bağlantı->checked());
     QVERIFY(!screen.form.Sayac->checked());
     QVERIFY(!screen.form.TeraziComm->portOpen());
-    QCOMPARE(screen.form.Label1[47]->caption(), QStringLiteral("ab"));
+    QCOMPARE(screen.form.Label1[47]->caption(), u"ab"_s);
     QVERIFY(screen.prompt.errors.isEmpty());
     QVERIFY(screen.prompt.exclamations.isEmpty());
 }
@@ -186,9 +188,9 @@ void FormShell::damagedSettingStopsTheActivationThere_data()
     QTest::addColumn<QString>("section");
     QTest::addColumn<QString>("key");
     QTest::addColumn<float>("station");
-    QTest::newRow("Caps") << QStringLiteral("presva") << keypadSection << QStringLiteral("Caps") << 999.0f;
-    QTest::newRow("Baglan") << programTitle << propertiesSection << QStringLiteral("Baglan") << 0.0f;
-    QTest::newRow("Sayac") << programTitle << propertiesSection << QStringLiteral("Sayac") << 0.0f;
+    QTest::newRow("Caps") << u"presva"_s << keypadSection << u"Caps"_s << 999.0f;
+    QTest::newRow("Baglan") << programTitle << propertiesSection << u"Baglan"_s << 0.0f;
+    QTest::newRow("Sayac") << programTitle << propertiesSection << u"Sayac"_s << 0.0f;
 }
 
 void FormShell::damagedSettingStopsTheActivationThere()
@@ -197,7 +199,7 @@ void FormShell::damagedSettingStopsTheActivationThere()
     QFETCH(QString, section);
     QFETCH(QString, key);
     Screen screen;
-    screen.settings.save(application, section, key, QStringLiteral("1"));
+    screen.settings.save(application, section, key, u"1"_s);
     screen.form.start();
     QCOMPARE(screen.prompt.errors, QList<int>{13});
     QTEST(screen.form.AktifKontrol, "station");
@@ -207,7 +209,7 @@ void FormShell::menuMarksComeFromTheSettings()
 {
     Screen screen;
     screen.form.start();
-    screen.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    screen.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
     QVERIFY(!screen.form.Sayac->checked());
     screen.form.activated();
     QVERIFY(screen.form.Sayac->checked());
@@ -230,16 +232,14 @@ void FormShell::connectItemIsKeptAtOnce()
 {
     Screen screen;
     screen.form.start();
-    const auto kept = [&] {
-        return screen.settings.get(programTitle, propertiesSection, QStringLiteral("Baglan"), QString());
-    };
+    const auto kept = [&] { return screen.settings.get(programTitle, propertiesSection, u"Baglan"_s, QString()); };
     QCOMPARE(kept(), QString());
     screen.form.Bağlantı->trigger();
     QVERIFY(screen.form.Bağlantı->checked());
-    QCOMPARE(kept(), QStringLiteral("True"));
+    QCOMPARE(kept(), u"True"_s);
     screen.form.Bağlantı->trigger();
     QVERIFY(!screen.form.Bağlantı->checked());
-    QCOMPARE(kept(), QStringLiteral("False"));
+    QCOMPARE(kept(), u"False"_s);
 }
 
 void FormShell::caseKeyIsKeptAtOnceAndTakesCapsLockAlong()
@@ -251,11 +251,9 @@ void FormShell::caseKeyIsKeptAtOnceAndTakesCapsLockAlong()
         QTest::mouseClick(form.Label1[47], Qt::LeftButton);
         QCOMPARE(form.CapsDurum, capitals);
         QCOMPARE(screen.keyboard.capsLock, capitals);
-        QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), {}),
-                 capitals ? QStringLiteral("True") : QStringLiteral("False"));
-        QCOMPARE(form.Label1[47]->caption(), capitals ? QStringLiteral("AB") : QStringLiteral("ab"));
-        QCOMPARE(form.Label1[10]->caption() + form.Label1[11]->caption(),
-                 capitals ? QStringLiteral("Iİ") : QStringLiteral("ıi"));
+        QCOMPARE(screen.settings.get(u"presva"_s, keypadSection, u"Caps"_s, {}), capitals ? u"True"_s : u"False"_s);
+        QCOMPARE(form.Label1[47]->caption(), capitals ? u"AB"_s : u"ab"_s);
+        QCOMPARE(form.Label1[10]->caption() + form.Label1[11]->caption(), capitals ? u"Iİ"_s : u"ıi"_s);
     }
     QCOMPARE(screen.keyboard.presses, 2);
 }
@@ -282,7 +280,7 @@ void FormShell::touchedFieldIsTheOneThatIsEdited()
     Form1& form = screen.form;
     form.start();
     QTest::mouseClick(form.YeniCmd[1], Qt::LeftButton);
-    form.TxtLbl[1]->setCaption(QStringLiteral("Ali"));
+    form.TxtLbl[1]->setCaption(u"Ali"_s);
     form.HakCmd_Click(1);
     form.KapFrm[1]->setVisible(true);
     auto* label = form.findChild<CaptionLabel*>(field);
@@ -348,7 +346,7 @@ void FormShell::closeButtonDropsTheContainers()
     form.start();
     form.KapSayisi = {5, 7};
     for (ControlFrame* panel : form.KapFrm) panel->setVisible(true);
-    form.Label4[station]->setCaption(QStringLiteral("?"));
+    form.Label4[station]->setCaption(u"?"_s);
     const QString shown = form.Label4[station]->caption();
     QTest::mouseClick(form.KapCmd[station], Qt::LeftButton);
     QCOMPARE(form.kapSayisi(station), 0.0f);
@@ -373,21 +371,21 @@ void FormShell::containerPanelAnswersOnAnIdleStation()
     Form1& form = screen.form;
     form.start();
     form.kapSayisi(1) = 3;
-    form.Label4[1]->setCaption(QStringLiteral("?"));
+    form.Label4[1]->setCaption(u"?"_s);
     form.KapFrm[1]->setVisible(true);
     form.Frame1[1]->setEnabled(false);
-    QCOMPARE(form.Label4[1]->caption(), QStringLiteral("3 Kap"));
+    QCOMPARE(form.Label4[1]->caption(), u"3 Kap"_s);
     QTest::mouseClick(form.Label4[1], Qt::LeftButton);
     QTest::mouseClick(form.KapFrm[1], Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
-    QCOMPARE(form.Label4[1]->caption(), QStringLiteral("1 Kap"));
+    QCOMPARE(form.Label4[1]->caption(), u"1 Kap"_s);
 }
 
 void FormShell::everyWayOutSavesTheLayoutAndAsksNothing_data()
 {
     QTest::addColumn<QString>("way");
-    QTest::newRow("menu item") << QStringLiteral("PrgExit");
-    QTest::newRow("picture button") << QStringLiteral("Command1");
-    QTest::newRow("close box") << QStringLiteral("close");
+    QTest::newRow("menu item") << u"PrgExit"_s;
+    QTest::newRow("picture button") << u"Command1"_s;
+    QTest::newRow("close box") << u"close"_s;
 }
 
 void FormShell::everyWayOutSavesTheLayoutAndAsksNothing()
@@ -405,11 +403,8 @@ void FormShell::everyWayOutSavesTheLayoutAndAsksNothing()
     else
         form.close();
     QVERIFY(!form.isVisible());
-    QCOMPARE(screen.settings.get(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QStringLiteral("Left"), {}),
-             QString::number(form.geometry().x()));
-    QCOMPARE(
-        screen.settings.get(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QStringLiteral("Width"), {}),
-        QString::number(form.width()));
+    QCOMPARE(screen.settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Left"_s, {}), QString::number(form.geometry().x()));
+    QCOMPARE(screen.settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Width"_s, {}), QString::number(form.width()));
     QVERIFY(screen.prompt.questions.isEmpty());
 }
 
@@ -419,10 +414,8 @@ void FormShell::leavingWritesNoSetting()
     screen.form.start();
     screen.form.close();
     for (const char* key : {"Baglan", "Sayac", "Settings", "Font"})
-        QCOMPARE(screen.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-")),
-                 QStringLiteral("-"));
-    QCOMPARE(screen.settings.get(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), QStringLiteral("-")),
-             QStringLiteral("-"));
+        QCOMPARE(screen.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
+    QCOMPARE(screen.settings.get(u"presva"_s, keypadSection, u"Caps"_s, u"-"_s), u"-"_s);
 }
 
 void FormShell::windowComesBackToItsStoredPlace()
@@ -432,8 +425,7 @@ void FormShell::windowComesBackToItsStoredPlace()
     const QList<std::pair<const char*, const char*>> place = {
         {"Left", "40"}, {"Top", "50"}, {"Width", "1000"}, {"Height", "700"}, {"Maximized", "False"}};
     for (const auto& [key, text] : place)
-        screen.settings.save(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QString::fromLatin1(key),
-                             QString::fromLatin1(text));
+        screen.settings.save(u"Mendrik"_s, u"ActiveResize"_s, QString::fromLatin1(key), QString::fromLatin1(text));
     form.start();
     QTRY_COMPARE(form.geometry(), QRect(40, 50, 1000, 700));
     QVERIFY(!form.isMaximized());
@@ -487,10 +479,9 @@ void FormShell::exceptionThatNobodyExpectedIsToldOnceAsOurOwnBug()
     QCOMPARE(screen.prompt.exclamations.size(), 1);
     QVERIFY(screen.prompt.exclamations[0].contains(u"GünlükCmd"));
     QVERIFY(screen.prompt.exclamations[0].contains(u"no such place"));
-    QFile log(screen.folder.filePath(QStringLiteral("presva.log")));
+    QFile log(screen.folder.filePath(u"presva.log"_s));
     QVERIFY(log.open(QIODevice::ReadOnly));
-    QCOMPARE(QString::fromUtf8(log.readAll()),
-             QStringLiteral("2025-11-20T14:05:00 ") + screen.prompt.exclamations[0] + u'\n');
+    QCOMPARE(QString::fromUtf8(log.readAll()), u"2025-11-20T14:05:00 "_s + screen.prompt.exclamations[0] + u'\n');
     // A fault of the engine has a sentence of its own.
     form.GünlükCmd->onClick([] { throw files::Error(files::Fault::disk, "disk"); });
     QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);

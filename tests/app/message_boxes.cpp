@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class MessageBoxesTest : public QObject {
@@ -42,8 +44,8 @@ QPushButton* button(const QString& caption)
     return nullptr;
 }
 
-const QString question = QStringLiteral("Kayıt Silinecek Eminmisiniz..!");
-const QString title = QStringLiteral("Kayıt Silme");
+const QString question = u"Kayıt Silinecek Eminmisiniz..!"_s;
+const QString title = u"Kayıt Silme"_s;
 
 } // namespace
 
@@ -51,8 +53,8 @@ void MessageBoxesTest::questionIsAnsweredByItsButtons_data()
 {
     QTest::addColumn<QString>("caption");
     QTest::addColumn<bool>("yes");
-    QTest::newRow("Evet") << QStringLiteral("Evet") << true;
-    QTest::newRow("Hayır") << QStringLiteral("Hayır") << false;
+    QTest::newRow("Evet") << u"Evet"_s << true;
+    QTest::newRow("Hayır") << u"Hayır"_s << false;
     QTest::newRow("close box") << QString() << false;
 }
 
@@ -86,7 +88,7 @@ void MessageBoxesTest::enterMeansNo()
         QTest::keyClick(openBox(), Qt::Key_Return);
     });
     QCOMPARE(boxes.yesNo(question, title), false);
-    QCOMPARE(preferred, QStringLiteral("Hayır"));
+    QCOMPARE(preferred, u"Hayır"_s);
 }
 
 void MessageBoxesTest::noteIsTitledWithTheProgram()
@@ -98,12 +100,12 @@ void MessageBoxesTest::noteIsTitledWithTheProgram()
         shownTitle = openBox()->windowTitle();
         icon = openBox()->icon();
         caption = openBox()->buttons().constFirst()->text();
-        button(QStringLiteral("Tamam"))->click();
+        button(u"Tamam"_s)->click();
     });
-    boxes.exclamation(QStringLiteral("Geçersiz ayar"));
-    QCOMPARE(shownTitle, QStringLiteral("Mendrik Presva"));
+    boxes.exclamation(u"Geçersiz ayar"_s);
+    QCOMPARE(shownTitle, u"Mendrik Presva"_s);
     QCOMPARE(icon, QMessageBox::Warning);
-    QCOMPARE(caption, QStringLiteral("Tamam"));
+    QCOMPARE(caption, u"Tamam"_s);
 }
 
 void MessageBoxesTest::errorReportNamesNumberAndText()
@@ -115,7 +117,7 @@ void MessageBoxesTest::errorReportNamesNumberAndText()
         openBox()->close();
     });
     boxes.errorReport(base::runtimeError(base::errors::typeMismatch));
-    QCOMPARE(shown, QStringLiteral("Run-time error '13':\n\nType mismatch"));
+    QCOMPARE(shown, u"Run-time error '13':\n\nType mismatch"_s);
 }
 
 void MessageBoxesTest::secondReportIsOnlyLogged()
@@ -135,16 +137,14 @@ void MessageBoxesTest::secondReportIsOnlyLogged()
 
 void MessageBoxesTest::boxesShowPlainText()
 {
-    const auto box =
-        messageBox(nullptr, QMessageBox::Warning, title, QStringLiteral("<b>Ali</b>"), QStringLiteral("Tamam"));
+    const auto box = messageBox(nullptr, QMessageBox::Warning, title, u"<b>Ali</b>"_s, u"Tamam"_s);
     QCOMPARE(box->textFormat(), Qt::PlainText);
-    QCOMPARE(box->text(), QStringLiteral("<b>Ali</b>"));
+    QCOMPARE(box->text(), u"<b>Ali</b>"_s);
 }
 
 void MessageBoxesTest::buttonsAreLargeEnoughForAFinger()
 {
-    const auto box =
-        messageBox(nullptr, QMessageBox::Critical, title, question, QStringLiteral("Evet"), QStringLiteral("Hayır"));
+    const auto box = messageBox(nullptr, QMessageBox::Critical, title, question, u"Evet"_s, u"Hayır"_s);
     box->show();
     for (QAbstractButton* candidate : box->buttons()) {
         QVERIFY(candidate->height() >= 48);
@@ -154,9 +154,9 @@ void MessageBoxesTest::buttonsAreLargeEnoughForAFinger()
 
 void MessageBoxesTest::fontDialogOpensOnThePreset()
 {
-    FontDialog dialog({QStringLiteral("Nowhere Installed"), 10.5f, true, false}, nullptr);
-    QCOMPARE(dialog.choice().name, QStringLiteral("Nowhere Installed"));
-    QCOMPARE(dialog.faces->text(), QStringLiteral("Nowhere Installed"));
+    FontDialog dialog({u"Nowhere Installed"_s, 10.5f, true, false}, nullptr);
+    QCOMPARE(dialog.choice().name, u"Nowhere Installed"_s);
+    QCOMPARE(dialog.faces->text(), u"Nowhere Installed"_s);
     QCOMPARE(dialog.choice().size, 10.5f);
     QVERIFY(dialog.bold->value());
     QVERIFY(!dialog.italic->value());
@@ -174,9 +174,9 @@ void MessageBoxesTest::fontDialogGivesWhatWasTouched()
         QTest::mouseClick(dialog->italic, Qt::LeftButton);
         QTest::mouseClick(dialog->ok, Qt::LeftButton);
     });
-    const auto chosen = boxes.chooseFont({QStringLiteral("Arial"), 10, false, true});
+    const auto chosen = boxes.chooseFont({u"Arial"_s, 10, false, true});
     QVERIFY(chosen);
-    QCOMPARE(chosen->name, QStringLiteral("DejaVu Sans"));
+    QCOMPARE(chosen->name, u"DejaVu Sans"_s);
     QCOMPARE(chosen->size, 10.5f);
     QVERIFY(chosen->bold);
     QVERIFY(!chosen->italic);
@@ -190,12 +190,12 @@ void MessageBoxesTest::cancelledFontDialogGivesNothing()
         QTest::mouseClick(dialog->larger, Qt::LeftButton);
         QTest::mouseClick(dialog->cancel, Qt::LeftButton);
     });
-    QVERIFY(!boxes.chooseFont({QStringLiteral("Arial"), 8, false, false}));
+    QVERIFY(!boxes.chooseFont({u"Arial"_s, 8, false, false}));
 }
 
 void MessageBoxesTest::fontSizeStaysPrintable()
 {
-    FontDialog dialog({QStringLiteral("Arial"), 5, false, false}, nullptr);
+    FontDialog dialog({u"Arial"_s, 5, false, false}, nullptr);
     for (int press = 0; press < 10; ++press) QTest::mouseClick(dialog.smaller, Qt::LeftButton);
     QCOMPARE(dialog.choice().size, 4.0f);
 }

@@ -8,6 +8,8 @@
 #include <QFile>
 #include <random>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 namespace {
@@ -45,7 +47,7 @@ private:
     void look();
     void fail(const QString& what)
     {
-        if (trouble_.isEmpty()) trouble_ = QStringLiteral("after action %1 (%2): %3").arg(count_).arg(action_, what);
+        if (trouble_.isEmpty()) trouble_ = u"after action %1 (%2): %3"_s.arg(count_).arg(action_, what);
     }
     void must(bool holds, const char* what)
     {
@@ -72,7 +74,7 @@ bool Monkey::tap(QWidget* control)
     if (!control->isVisibleTo(&form)) return false;
     const QWidget* there = form.childAt(control->mapTo(&form, control->rect().center()));
     if (!there || (there != control && !control->isAncestorOf(there))) return false;
-    action_ = QStringLiteral("tap ") + control->objectName();
+    action_ = u"tap "_s + control->objectName();
     if (auto* label = qobject_cast<CaptionLabel*>(control)) action_ += u' ' + label->caption();
     QTest::mouseClick(control, Qt::LeftButton);
     return true;
@@ -116,7 +118,7 @@ void Monkey::pick()
     Form1& form = counter_.form;
     if (!form.dbListe1->visible() || form.dbListe1->rowCount() == 0) return;
     const int row = any(form.dbListe1->rowCount());
-    action_ = QStringLiteral("pick ") + form.dbListe1->rowText(row);
+    action_ = u"pick "_s + form.dbListe1->rowText(row);
     form.dbListe1->pick(row);
 }
 
@@ -131,7 +133,7 @@ void Monkey::programSets()
     QString text = texts[any(static_cast<int>(texts.size()))];
     if (any(2)) {
         field = form.Label2[form.station()];
-        text = QStringLiteral("1000");
+        text = u"1000"_s;
     }
     action_ = field->objectName() + u'=' + text;
     form.run([&] { field->setCaption(text); });
@@ -146,9 +148,9 @@ void Monkey::hearScale()
     (void)QTest::qWaitFor([&] { return form.TeraziComm->hearsWholeLines(); }, 2000);
     const int before = form.scaleEvents();
     const QByteArray burst = bursts[any(static_cast<int>(bursts.size()))];
-    action_ = QStringLiteral("scale ") + QString::fromLatin1(burst);
+    action_ = u"scale "_s + QString::fromLatin1(burst);
     line_.send(burst);
-    if (!QTest::qWaitFor([&] { return form.scaleEvents() > before; }, 2000)) fail(QStringLiteral("no event"));
+    if (!QTest::qWaitFor([&] { return form.scaleEvents() > before; }, 2000)) fail(u"no event"_s);
 }
 
 void Monkey::act()
@@ -159,7 +161,7 @@ void Monkey::act()
     // The journal has room for names of 100 letters, and no more.
     Form1& form = counter_.form;
     for (FieldLabel* name : form.TxtLbl)
-        if (name->caption().size() > 90) form.run([&] { name->setCaption(QStringLiteral("Ali")); });
+        if (name->caption().size() > 90) form.run([&] { name->setCaption(u"Ali"_s); });
 }
 
 void Monkey::tryOne()
@@ -232,29 +234,29 @@ void Monkey::tryOne()
         break;
     }
     case 22:
-        action_ = QStringLiteral("container");
+        action_ = u"container"_s;
         form.run([&] { form.Combo1[station]->setListIndex(any(5) - 1); });
         break;
     case 23:
         if (any(3)) break;
-        action_ = QStringLiteral("Sayac");
+        action_ = u"Sayac"_s;
         form.Sayac->trigger();
         break;
     case 24:
         if (any(3)) break;
-        action_ = QStringLiteral("Bağlantı");
+        action_ = u"Bağlantı"_s;
         form.Bağlantı->trigger();
         break;
     case 25:
         if (any(4) == 0 && form.Dosya->isEnabled()) {
-            action_ = QStringLiteral("bulk delete");
+            action_ = u"bulk delete"_s;
             (any(2) ? form.CariSil : form.HesapSil)->trigger();
             ledger_.pressings.clear();
         }
         break;
     case 26:
         if (any(6) == 0) {
-            action_ = QStringLiteral("font dialog");
+            action_ = u"font dialog"_s;
             form.YazFont->trigger();
             ledger_.working = 0;
         }
@@ -266,11 +268,11 @@ void Monkey::tryOne()
         hearScale();
         break;
     case 29:
-        action_ = QStringLiteral("mouse");
+        action_ = u"mouse"_s;
         hover(form.Label1[any(form.Label1.size())]);
         break;
     case 30:
-        action_ = QStringLiteral("resize");
+        action_ = u"resize"_s;
         form.resize(960 + any(400), 640 + any(300));
         break;
     case 31:
@@ -282,7 +284,7 @@ void Monkey::tryOne()
     case 35:
     case 36:
         // The letters that the customers' names are made of, and digits.
-        key(QStringLiteral("alişıabo5*1 2 0")[any(15)]);
+        key(u"alişıabo5*1 2 0"_s[any(15)]);
         break;
     default:
         tap(form.Label1[any(form.Label1.size())]);
@@ -299,7 +301,7 @@ void Monkey::key(QChar letter)
 QStringList Monkey::journal()
 {
     const auto engine = databases_.open(counter_.file());
-    const store::Listing listing = engine->open(QStringLiteral("Hareket"));
+    const store::Listing listing = engine->open(u"Hareket"_s);
     QStringList names;
     for (const store::RowKey row : listing.rows) {
         const QString name = engine->field(listing, row, 6).text();
@@ -338,7 +340,7 @@ void Monkey::look()
         must(form.Frame1[i]->enabled() == works, "which station takes input");
         must(form.Frame1[i]->backColor() == (works ? colour::green : colour::buttonFace), "colour of a station");
         must(form.kapSayisi(i) == std::trunc(form.kapSayisi(i)), "half a container");
-        must(form.Label4[i]->caption().endsWith(QStringLiteral(" Kap")), "caption of the containers");
+        must(form.Label4[i]->caption().endsWith(u" Kap"_s), "caption of the containers");
         must(!form.Combo1[i]->text().isEmpty() || form.Combo1[i]->listIndex() == -1, "container list");
     }
     must(!form.dbListe1->visible() || form.dbListe1->rowCount() > 0, "an empty list is shown");
@@ -346,7 +348,7 @@ void Monkey::look()
     // Errors that a person can cause; the rest would be the program's own.
     static const QSet<int> expected = {5, 6, 13, 28, 3021, 3075, 3163, 3167};
     for (const int number : counter_.prompt.errors)
-        if (!expected.contains(number)) fail(QStringLiteral("error %1").arg(number));
+        if (!expected.contains(number)) fail(u"error %1"_s.arg(number));
     counter_.prompt.errors.clear();
     must(counter_.prompt.exclamations.isEmpty(), "a message about the port");
     if (count_ % 25 == 0) must(!form.grab().isNull(), "the screen cannot be painted");
@@ -356,9 +358,9 @@ void Monkey::look()
 void Monkey::play(int actions)
 {
     Form1& form = counter_.form;
-    QFile::link(line_.path(), counter_.folder.filePath(QStringLiteral("com1")));
+    QFile::link(line_.path(), counter_.folder.filePath(u"com1"_s));
     for (const char* name : {"Ali", "Ali Veli", "Ayşe", "Işık", "İsmail", "5", "A*", "B [x", "O'Neil"})
-        counter_.addCustomer(QString::fromUtf8(name), 12.5, QStringLiteral("10 Litrelik Kap"), 12.5);
+        counter_.addCustomer(QString::fromUtf8(name), 12.5, u"10 Litrelik Kap"_s, 12.5);
     form.start();
     for (count_ = 1; count_ <= actions && trouble_.isEmpty(); ++count_) {
         act();
@@ -368,7 +370,7 @@ void Monkey::play(int actions)
     stored.sort();
     ledger_.pressings.sort();
     if (stored != ledger_.pressings)
-        fail(QStringLiteral("stored: %1; printed: %2").arg(stored.join(u','), ledger_.pressings.join(u',')));
+        fail(u"stored: %1; printed: %2"_s.arg(stored.join(u','), ledger_.pressings.join(u',')));
     const auto reader = jet::Database::open(disk_, path(), jet::Pager::Mode::readOnly);
     for (const std::string& fault : jet::checkDatabase(*reader).faults) fail(QString::fromStdString(fault));
 }

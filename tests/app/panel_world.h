@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 /// A screen's world with customers and pressings, layout files, and a printer with A4 paper, whose pages a listing
 /// fits on.
 struct PanelWorld : World {
@@ -16,7 +18,7 @@ struct PanelWorld : World {
 
     PanelWorld()
     {
-        QDir(folder.path()).mkdir(QStringLiteral("printed"));
+        QDir(folder.path()).mkdir(u"printed"_s);
         clock.now = QDateTime(QDate(2025, 2, 4), QTime(18, 30, 15));
     }
 
@@ -25,12 +27,12 @@ struct PanelWorld : World {
     void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
                      store::FieldValue Nakit = {})
     {
-        addRow(databases, QStringLiteral("Cari"), {name, Yuzde, Kap, Nakit});
+        addRow(databases, u"Cari"_s, {name, Yuzde, Kap, Nakit});
     }
 
     void addPressing(const PressingRow& row)
     {
-        addRow(databases, QStringLiteral("Hareket"),
+        addRow(databases, u"Hareket"_s,
                {store::FieldValue::date(QDateTime::fromString(row.moment, Qt::ISODate)), row.Zeytin, row.Yağ, row.Yuzde,
                 row.HakTut, row.Nakit, row.name});
     }
@@ -39,7 +41,7 @@ struct PanelWorld : World {
     QStringList messages() const
     {
         QStringList all = prompt.exclamations + prompt.questions;
-        for (const int number : prompt.errors) all += QStringLiteral("E%1").arg(number);
+        for (const int number : prompt.errors) all += u"E%1"_s.arg(number);
         return all;
     }
 
@@ -56,8 +58,8 @@ struct PanelWorld : World {
     }
     QStringList printedFiles() const
     {
-        return QDir(folder.filePath(QStringLiteral("printed"))).entryList({QStringLiteral("*.pdf")}, QDir::Files);
+        return QDir(folder.filePath(u"printed"_s)).entryList({u"*.pdf"_s}, QDir::Files);
     }
 
-    print::FolderTarget pages{folder.filePath(QStringLiteral("printed")), print::Paper::a4()};
+    print::FolderTarget pages{folder.filePath(u"printed"_s), print::Paper::a4()};
 };

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <ctime>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 namespace {
@@ -38,9 +40,9 @@ void PulledPlug::weightsComeBackWithinTwoSecondsEachTime()
     Counter counter;
     PlayedDevices devices(counter.devices());
     auto line = std::make_unique<PseudoTerminal>();
-    devices.plug(*line, QStringLiteral("ttyUSB0"), adapter);
-    counter.settings.save(programTitle, propertiesSection, QStringLiteral("CommPort"), QStringLiteral("5"));
-    counter.settings.save(programTitle, propertiesSection, QStringLiteral("Baglan"), QStringLiteral("True"));
+    devices.plug(*line, u"ttyUSB0"_s, adapter);
+    counter.settings.save(programTitle, propertiesSection, u"CommPort"_s, u"5"_s);
+    counter.settings.save(programTitle, propertiesSection, u"Baglan"_s, u"True"_s);
     Form1& form = counter.form;
     form.start();
     QVERIFY(form.TeraziComm->isPluggedIn());
@@ -64,12 +66,11 @@ void PulledPlug::weightsComeBackWithinTwoSecondsEachTime()
         slowest = std::max(slowest, clock.elapsed());
 
         line->send("   7"); // 7 of 700
-        devices.pull(QStringLiteral("ttyUSB%1").arg((pull - 1) % 3), adapter);
+        devices.pull(u"ttyUSB%1"_s.arg((pull - 1) % 3), adapter);
         line->pullOut();
         QTRY_VERIFY(!form.TeraziComm->isPluggedIn());
         QVERIFY(form.TeraziComm->portOpen());
-        QVERIFY2(form.status->text().contains(QStringLiteral("Com5 kablo çıktı (bekleniyor)")),
-                 qPrintable(form.status->text()));
+        QVERIFY2(form.status->text().contains(u"Com5 kablo çıktı (bekleniyor)"_s), qPrintable(form.status->text()));
         const double before = processorTime();
         clock.start();
         QTest::qWait(pull % 10 == 0 ? 2000 : 20 * (pull % 10)); // a loose contact, and a plug left out for a while
@@ -78,13 +79,13 @@ void PulledPlug::weightsComeBackWithinTwoSecondsEachTime()
         QCOMPARE(form.Label2[0]->caption(), shown);
 
         line = std::make_unique<PseudoTerminal>();
-        devices.plug(*line, QStringLiteral("ttyUSB%1").arg(pull % 3), adapter);
+        devices.plug(*line, u"ttyUSB%1"_s.arg(pull % 3), adapter);
     }
     qInfo("%d pulls: weights back after %lld ms at the latest; %.1f %% of the processor while the plug was out",
           pulls(), static_cast<long long>(slowest), 100 * worked / waited);
     QVERIFY2(slowest < 2000, qPrintable(QString::number(slowest)));
     // A loop that never rests would take all of it.
-    QVERIFY2(worked < 0.1 * waited, qPrintable(QStringLiteral("%1 s in %2 s").arg(worked).arg(waited)));
+    QVERIFY2(worked < 0.1 * waited, qPrintable(u"%1 s in %2 s"_s.arg(worked).arg(waited)));
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QCOMPARE(counter.prompt.exclamations, QStringList());
 }

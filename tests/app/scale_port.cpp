@@ -12,6 +12,8 @@
 #include <functional>
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 namespace {
@@ -25,7 +27,7 @@ struct WeighingCounter : Counter {
     }
     void plugIn(const PseudoTerminal& line, int port) const
     {
-        QVERIFY(QFile::link(line.path(), folder.filePath(QStringLiteral("com%1").arg(port))));
+        QVERIFY(QFile::link(line.path(), folder.filePath(u"com%1"_s.arg(port))));
     }
     void store(const char* key, const QString& text)
     {
@@ -33,7 +35,7 @@ struct WeighingCounter : Counter {
     }
     QString stored(const char* key) const
     {
-        return settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-"));
+        return settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s);
     }
     /// The line says this, and the screen has dealt with it.
     void hear(PseudoTerminal& line, const QByteArray& bytes)
@@ -50,7 +52,7 @@ struct WeighingCounter : Counter {
         line.pullOut();
         QTRY_VERIFY(!form.TeraziComm->isPluggedIn());
         QVERIFY(form.TeraziComm->portOpen());
-        QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: Com1 kablo çıktı (bekleniyor)")));
+        QVERIFY(form.status->text().startsWith(u"Terazi: Com1 kablo çıktı (bekleniyor)"_s));
     }
 
     /// Opens the port's dialog, does this to it and waits until it is closed.
@@ -134,7 +136,7 @@ void ScalePort::checkedConnectItemOpensThePortAtEveryActivation()
 {
     WeighingCounter counter;
     Form1& form = counter.form;
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     form.start();
     QVERIFY(form.Bağlantı->checked());
     QVERIFY(form.TeraziComm->portOpen());
@@ -148,14 +150,14 @@ void ScalePort::activationOpensTheOpenPortAfresh()
 {
     WeighingCounter counter;
     Form1& form = counter.form;
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     form.start();
-    counter.store("CommPort", QStringLiteral("3"));
+    counter.store("CommPort", u"3"_s);
     form.activated();
     QVERIFY(form.TeraziComm->portOpen());
     QCOMPARE(form.TeraziComm->commPort(), 3); // an open port would have refused the number
     counter.hear(counter.third, "  70kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+    QCOMPARE(form.Label2[0]->caption(), u"70"_s);
 }
 
 void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails_data()
@@ -170,8 +172,8 @@ void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails()
     QFETCH(bool, panel);
     WeighingCounter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("O'Neil"));
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.addCustomer(u"O'Neil"_s);
+    counter.store("Baglan", u"True"_s);
     form.start();
     Counter::click(form.YeniCmd[1]);
     CaptionLabel* edited = form.TxtLbl[0];
@@ -180,8 +182,8 @@ void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails()
         Counter::click(form.Option1[1]);
         edited = form.GünLbl;
     }
-    counter.key(QStringLiteral("o"));
-    counter.pick(QStringLiteral("O'Neil"));
+    counter.key(u"o"_s);
+    counter.pick(u"O'Neil"_s);
     form.dbListe1->setVisible(true);
     form.Kaydet->setVisible(!panel);
     counter.prompt.errors.clear();
@@ -199,14 +201,14 @@ void ScalePort::activationGoesOnWhereTheReportOfTheNewDayFails()
     QVERIFY(form.Bağlantı->checked());
     QVERIFY(form.TeraziComm->portOpen());
     counter.hear(counter.first, "  70kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+    QCOMPARE(form.Label2[0]->caption(), u"70"_s);
 }
 
 void ScalePort::uncheckedConnectItemLeavesThePortClosed()
 {
     WeighingCounter counter;
-    counter.store("Baglan", QStringLiteral("False"));
-    counter.store("Settings", QStringLiteral("nonsense"));
+    counter.store("Baglan", u"False"_s);
+    counter.store("Settings", u"nonsense"_s);
     counter.form.start();
     QVERIFY(!counter.form.TeraziComm->portOpen());
     QCOMPARE(counter.prompt.exclamations, QStringList());
@@ -221,7 +223,7 @@ void ScalePort::connectItemOpensAndCloses()
         form.Bağlantı->trigger();
         QCOMPARE(form.Bağlantı->checked(), connected);
         QCOMPARE(form.TeraziComm->portOpen(), connected);
-        QCOMPARE(counter.stored("Baglan"), connected ? QStringLiteral("True") : QStringLiteral("False"));
+        QCOMPARE(counter.stored("Baglan"), connected ? u"True"_s : u"False"_s);
     }
 }
 
@@ -252,10 +254,10 @@ void ScalePort::storedPortIsOpened()
     if (!Settings.isEmpty()) counter.store("Settings", Settings);
     if (!CommPort.isEmpty()) counter.store("CommPort", CommPort);
     if (!Handshaking.isEmpty()) counter.store("Handshaking", Handshaking);
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     counter.form.start();
     QVERIFY(line.portOpen());
-    QTEST(QStringLiteral("%1 %2 %3").arg(line.commPort()).arg(line.settings()).arg(line.handshaking()), "opened");
+    QTEST(u"%1 %2 %3"_s.arg(line.commPort()).arg(line.settings()).arg(line.handshaking()), "opened");
     QCOMPARE(counter.prompt.exclamations, QStringList());
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
@@ -286,7 +288,7 @@ void ScalePort::unusableSettingsAreReportedAndThePortStaysClosed()
     form.Bağlantı->trigger();
     QVERIFY(form.TeraziComm->portOpen());
     counter.store(key.toLatin1(), text);
-    counter.store("CommPort", QStringLiteral("3"));
+    counter.store("CommPort", u"3"_s);
     form.activated();
     const QString sentence = error == 380 ? scale::commError(error).text() : base::runtimeError(error).text();
     QCOMPARE(counter.prompt.exclamations, QStringList{sentence});
@@ -303,20 +305,20 @@ void ScalePort::settingsAreReadAgainAtEachOpening()
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
-    QCOMPARE(form.TeraziComm->settings(), QStringLiteral("9600,n,8,1"));
+    QCOMPARE(form.TeraziComm->settings(), u"9600,n,8,1"_s);
     form.Bağlantı->trigger();
-    counter.store("Settings", QStringLiteral("4800,n,8,1"));
+    counter.store("Settings", u"4800,n,8,1"_s);
     form.Bağlantı->trigger();
-    QCOMPARE(form.TeraziComm->settings(), QStringLiteral("4800,n,8,1"));
+    QCOMPARE(form.TeraziComm->settings(), u"4800,n,8,1"_s);
 }
 
 void ScalePort::missingPortIsSilent()
 {
     WeighingCounter counter;
-    counter.store("CommPort", QStringLiteral("3"));
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com3"))));
-    QVERIFY(QFile::link(QStringLiteral("/dev/nobody-there"), counter.folder.filePath(QStringLiteral("com3"))));
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("CommPort", u"3"_s);
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com3"_s)));
+    QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com3"_s)));
+    counter.store("Baglan", u"True"_s);
     counter.form.start();
     QVERIFY(!counter.form.TeraziComm->portOpen());
     QVERIFY(counter.form.Bağlantı->checked());
@@ -329,24 +331,23 @@ void ScalePort::busyPortIsSilent()
     WeighingCounter counter;
     scale::TeraziComm other(scale::systemPorts(counter.folder.path()));
     other.setPortOpen(true);
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     counter.form.start();
     QVERIFY(!counter.form.TeraziComm->portOpen());
     QCOMPARE(counter.prompt.exclamations, QStringList());
     QCOMPARE(counter.prompt.errors, QList<int>{});
-    QVERIFY(
-        counter.form.status->text().startsWith(QStringLiteral("Terazi: Com1 açılamadı, başka bir program kullanıyor")));
+    QVERIFY(counter.form.status->text().startsWith(u"Terazi: Com1 açılamadı, başka bir program kullanıyor"_s));
 
     other.setPortOpen(false);
     counter.form.activated();
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(counter.form.Label2[0]->caption(), QStringLiteral("100"));
+    QCOMPARE(counter.form.Label2[0]->caption(), u"100"_s);
 }
 
 void ScalePort::loadingAloneOpensNoPort()
 {
     WeighingCounter counter;
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     counter.form.Form_Load();
     QVERIFY(!counter.form.TeraziComm->portOpen());
     QVERIFY(!counter.form.Bağlantı->checked());
@@ -362,14 +363,14 @@ void ScalePort::choicesStoredBetweenTwoActivationsHoldFromTheSecond()
     QVERIFY(!form.TeraziComm->portOpen());
     for (const bool on : {true, false}) {
         const bool open = form.TeraziComm->portOpen();
-        counter.settings.saveFlag(QStringLiteral("presva"), keypadSection, QStringLiteral("Caps"), on);
-        counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Baglan"), on);
+        counter.settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, on);
+        counter.settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, on);
         QCOMPARE(form.CapsDurum, !on);
         QCOMPARE(form.Bağlantı->checked(), !on);
         QCOMPARE(form.TeraziComm->portOpen(), open);
         form.activated();
         QCOMPARE(form.CapsDurum, on);
-        QCOMPARE(form.Label1[47]->caption(), on ? QStringLiteral("AB") : QStringLiteral("ab"));
+        QCOMPARE(form.Label1[47]->caption(), on ? u"AB"_s : u"ab"_s);
         QCOMPARE(form.Bağlantı->checked(), on);
         // An unchecked item opens no port, and closes none either: that is for the item itself.
         QVERIFY(form.TeraziComm->portOpen());
@@ -403,21 +404,21 @@ void ScalePort::leavingTheDialogReopensTheConnectedPort()
     QFETCH(Leaving, leave);
     WeighingCounter counter;
     Form1& form = counter.form;
-    counter.store("Baglan", QStringLiteral("True"));
-    counter.store("CommPort", QStringLiteral("3"));
+    counter.store("Baglan", u"True"_s);
+    counter.store("CommPort", u"3"_s);
     form.start();
     counter.inPortDialog([&](scale::frmProperties& dialog) {
         QVERIFY(!form.TeraziComm->portOpen());
-        QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+        QVERIFY(form.status->text().startsWith(u"Terazi: bağlı değil"_s));
         dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(0);
         leave(dialog);
     });
     QVERIFY(form.TeraziComm->portOpen());
-    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayar Com=3"));
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Com3: ")));
-    QCOMPARE(counter.stored("CommPort"), QStringLiteral("3"));
+    QCOMPARE(form.PortAyarlar->caption(), u"Port Ayar Com=3"_s);
+    QVERIFY(form.status->text().startsWith(u"Com3: "_s));
+    QCOMPARE(counter.stored("CommPort"), u"3"_s);
     counter.hear(counter.third, "  70kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+    QCOMPARE(form.Label2[0]->caption(), u"70"_s);
 }
 
 void ScalePort::cancelledDialogLeavesAnUnconnectedPortClosed()
@@ -427,9 +428,9 @@ void ScalePort::cancelledDialogLeavesAnUnconnectedPortClosed()
     form.start();
     counter.inPortDialog([](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdCancel")->click(); });
     QVERIFY(!form.TeraziComm->portOpen());
-    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayarları"));
-    QCOMPARE(counter.stored("CommPort"), QStringLiteral("-"));
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+    QCOMPARE(form.PortAyarlar->caption(), u"Port Ayarları"_s);
+    QCOMPARE(counter.stored("CommPort"), u"-"_s);
+    QVERIFY(form.status->text().startsWith(u"Terazi: bağlı değil"_s));
 }
 
 void ScalePort::choiceOfTheDialogIsInForceAtOnce()
@@ -442,18 +443,18 @@ void ScalePort::choiceOfTheDialogIsInForceAtOnce()
         dialog.findChild<QPushButton*>("cmdOK")->click();
     });
     QVERIFY(!form.Bağlantı->checked());
-    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayar Com=3"));
+    QCOMPARE(form.PortAyarlar->caption(), u"Port Ayar Com=3"_s);
     counter.hear(counter.third, "  70kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("70"));
+    QCOMPARE(form.Label2[0]->caption(), u"70"_s);
 
     // What the port was closed for is told at once, and only there.
-    QVERIFY(QFile::link(QStringLiteral("/dev/nobody-there"), counter.folder.filePath(QStringLiteral("com4"))));
+    QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com4"_s)));
     counter.inPortDialog([](scale::frmProperties& dialog) {
         dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(3);
         dialog.findChild<QPushButton*>("cmdOK")->click();
     });
-    QCOMPARE(form.PortAyarlar->caption(), QStringLiteral("Port Ayarları"));
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: Com4 açılamadı, aygıt takılı değil")));
+    QCOMPARE(form.PortAyarlar->caption(), u"Port Ayarları"_s);
+    QVERIFY(form.status->text().startsWith(u"Terazi: Com4 açılamadı, aygıt takılı değil"_s));
     QCOMPARE(counter.prompt.exclamations, QStringList());
 }
 
@@ -464,13 +465,13 @@ void ScalePort::weightsGoToTheStationThatIsWorkedOn()
     form.start();
     form.Bağlantı->trigger();
     counter.hear(counter.first, "  1234kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("1.234")); // nobody is chosen yet, and weighing goes on
-    QCOMPARE(form.Label3[0]->caption(), QStringLiteral("1.111"));
+    QCOMPARE(form.Label2[0]->caption(), u"1.234"_s); // nobody is chosen yet, and weighing goes on
+    QCOMPARE(form.Label3[0]->caption(), u"1.111"_s);
     QVERIFY(form.YazCmd[0]->enabled());
     Counter::click(form.YeniCmd[1]);
     counter.hear(counter.first, "   500kg\r   510kg\r");
-    QCOMPARE(form.Label2[1]->caption(), QStringLiteral("500"));
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("1.234"));
+    QCOMPARE(form.Label2[1]->caption(), u"500"_s);
+    QCOMPARE(form.Label2[0]->caption(), u"1.234"_s);
     QVERIFY(form.YazCmd[1]->enabled());
 }
 
@@ -481,8 +482,8 @@ void ScalePort::otherRegionalSettingsGroupTheirWay()
     form.start();
     form.Bağlantı->trigger();
     counter.hear(counter.first, "1234.5kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("1,235"));
-    QCOMPARE(form.Label3[0]->caption(), QStringLiteral("1,112"));
+    QCOMPARE(form.Label2[0]->caption(), u"1,235"_s);
+    QCOMPARE(form.Label3[0]->caption(), u"1,112"_s);
 }
 
 void ScalePort::clearedNameLeavesLineAndWeightAlone()
@@ -491,16 +492,16 @@ void ScalePort::clearedNameLeavesLineAndWeightAlone()
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
-    counter.key(QStringLiteral("Sil"));
+    counter.key(u"Sil"_s);
     QCOMPARE(form.TxtLbl[0]->caption(), QString());
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: bağlı, tartım bekleniyor")));
+    QCOMPARE(form.Label2[0]->caption(), u"0"_s);
+    QVERIFY(form.status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s));
     QVERIFY(form.TeraziComm->inBufferCount() > 0);
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     QTest::qWait(2100);
     counter.hear(counter.first, "  200kg\r"); // what waited is too old to be a weight
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(form.Label2[0]->caption(), u"200"_s);
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
 }
 
@@ -512,26 +513,26 @@ void ScalePort::pulledPlugComesBackThroughTheForm()
     form.Bağlantı->trigger();
     counter.hear(counter.first, "  100kg\r");
     PseudoTerminal next;
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
     counter.plugIn(next, 1);
     const int before = form.scaleEvents();
     counter.pullOut(counter.first);
     counter.hear(next, "  200kg\r");
     QCOMPARE(form.scaleEvents(), before + 1);
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(form.Label2[0]->caption(), u"200"_s);
 
     // The plug stays out; the status line says so at once, and nothing else does, whatever dialog comes and goes.
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
-    QVERIFY(QFile::link(QStringLiteral("/dev/nobody-there"), counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
+    QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com1"_s)));
     counter.pullOut(next);
     form.activated();
     QVERIFY(form.TeraziComm->portOpen());
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Terazi: Com1 kablo çıktı (bekleniyor)")));
+    QVERIFY(form.status->text().startsWith(u"Terazi: Com1 kablo çıktı (bekleniyor)"_s));
     PseudoTerminal last;
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
     counter.plugIn(last, 1);
     counter.hear(last, "  300kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("300"));
+    QCOMPARE(form.Label2[0]->caption(), u"300"_s);
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QCOMPARE(counter.prompt.exclamations, QStringList());
 }
@@ -542,14 +543,14 @@ void ScalePort::pulledPlugComesBackAlsoWithoutAName()
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
-    counter.key(QStringLiteral("Sil"));
+    counter.key(u"Sil"_s);
     PseudoTerminal next;
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
     counter.plugIn(next, 1);
     counter.pullOut(counter.first);
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     counter.hear(next, "  200kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("200"));
+    QCOMPARE(form.Label2[0]->caption(), u"200"_s);
 }
 
 void ScalePort::closedPortIsToldWithItsReason_data()
@@ -577,18 +578,18 @@ void ScalePort::closedPortIsToldWithItsReason()
     QFETCH(QString, settings);
     QFETCH(QString, told);
     WeighingCounter counter;
-    counter.store("CommPort", QStringLiteral("3"));
+    counter.store("CommPort", u"3"_s);
     if (!settings.isEmpty()) counter.store("Settings", settings);
     if (!link.isEmpty()) {
-        QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com3"))));
-        QVERIFY(QFile::link(link, counter.folder.filePath(QStringLiteral("com3"))));
+        QVERIFY(QFile::remove(counter.folder.filePath(u"com3"_s)));
+        QVERIFY(QFile::link(link, counter.folder.filePath(u"com3"_s)));
     }
     counter.form.start();
     counter.form.Bağlantı->trigger();
     QVERIFY(!counter.form.TeraziComm->portOpen());
     QVERIFY2(counter.form.status->text().startsWith(told), qPrintable(counter.form.status->text()));
     counter.form.Bağlantı->trigger();
-    QVERIFY(counter.form.status->text().startsWith(QStringLiteral("Terazi: bağlı değil")));
+    QVERIFY(counter.form.status->text().startsWith(u"Terazi: bağlı değil"_s));
 }
 
 void ScalePort::missingRightToThePortIsTold()
@@ -596,7 +597,7 @@ void ScalePort::missingRightToThePortIsTold()
     WeighingCounter counter;
     Form1& form = counter.form;
     form.start();
-    counter.store("Baglan", QStringLiteral("True"));
+    counter.store("Baglan", u"True"_s);
     QCOMPARE(::chmod(qPrintable(counter.folder.path()), 0755), 0); // the way to the device stays open
     QCOMPARE(::chmod(qPrintable(counter.first.path()), 0), 0);
     {
@@ -605,7 +606,7 @@ void ScalePort::missingRightToThePortIsTold()
     }
     QVERIFY(form.Bağlantı->checked());
     QVERIFY(!form.TeraziComm->portOpen());
-    QVERIFY2(form.status->text().startsWith(QStringLiteral("Terazi: Com1 açılamadı, kullanma izni yok")),
+    QVERIFY2(form.status->text().startsWith(u"Terazi: Com1 açılamadı, kullanma izni yok"_s),
              qPrintable(form.status->text()));
     QCOMPARE(counter.prompt.exclamations, QStringList());
     QCOMPARE(counter.prompt.errors, QList<int>{});
@@ -618,12 +619,12 @@ void ScalePort::halfLineIsNoWeight()
     form.start();
     form.Bağlantı->trigger();
     counter.hear(counter.first, "  100kg");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("0"));
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: tanınmayan satır")));
+    QCOMPARE(form.Label2[0]->caption(), u"0"_s);
+    QVERIFY(form.status->text().startsWith(u"Com1: tanınmayan satır"_s));
     QCOMPARE(counter.prompt.errors, QList<int>{});
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
-    QVERIFY(!form.status->text().contains(QStringLiteral("tanınmayan satır")));
+    QCOMPARE(form.Label2[0]->caption(), u"100"_s);
+    QVERIFY(!form.status->text().contains(u"tanınmayan satır"_s));
 }
 
 void ScalePort::lineThatCameBackIsNotJudgedByAnOldText()
@@ -633,15 +634,14 @@ void ScalePort::lineThatCameBackIsNotJudgedByAnOldText()
     form.start();
     form.Bağlantı->trigger();
     counter.hear(counter.first, "Net 12kg\r");
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Com1: tanınmayan satır")));
+    QVERIFY(form.status->text().startsWith(u"Com1: tanınmayan satır"_s));
     PseudoTerminal next;
-    QVERIFY(QFile::remove(counter.folder.filePath(QStringLiteral("com1"))));
+    QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
     counter.plugIn(next, 1);
     counter.pullOut(counter.first);
     QTRY_VERIFY(form.TeraziComm->isPluggedIn());
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("Net 12\r"));
-    QVERIFY2(form.status->text().startsWith(QStringLiteral("Com1: bağlı, tartım bekleniyor")),
-             qPrintable(form.status->text()));
+    QCOMPARE(form.Label2[0]->caption(), u"Net 12\r"_s);
+    QVERIFY2(form.status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s), qPrintable(form.status->text()));
 }
 
 void ScalePort::afterADialogTheFirstStationWeighs()
@@ -653,8 +653,8 @@ void ScalePort::afterADialogTheFirstStationWeighs()
     Counter::click(form.YeniCmd[1]);
     form.activated();
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
-    QCOMPARE(form.Label2[1]->caption(), QStringLiteral("0"));
+    QCOMPARE(form.Label2[0]->caption(), u"100"_s);
+    QCOMPARE(form.Label2[1]->caption(), u"0"_s);
     QCOMPARE(form.TeraziComm->inBufferCount(), 0);
 }
 
@@ -665,15 +665,15 @@ void ScalePort::badLinesAreReportedOnceUntilTheOperatorActsOnThePort()
     form.start();
     form.Bağlantı->trigger();
     for (int i = 0; i < 3; ++i) counter.hear(counter.first, "Net 10" + QByteArray::number(i) + "kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("Net 102\r"));
+    QCOMPARE(form.Label2[0]->caption(), u"Net 102\r"_s);
     QCOMPARE(counter.prompt.errors, QList<int>{13});
-    QVERIFY(form.status->text().contains(QStringLiteral("tanınmayan satır")));
+    QVERIFY(form.status->text().contains(u"tanınmayan satır"_s));
     counter.hear(counter.first, "  100kg\r");
-    QVERIFY(!form.status->text().contains(QStringLiteral("tanınmayan satır")));
+    QVERIFY(!form.status->text().contains(u"tanınmayan satır"_s));
     for (int i = 0; i < 2; ++i) { // the second is the text that is shown already
         counter.hear(counter.first, "Net 100kg\r");
         QCOMPARE(counter.prompt.errors, QList<int>{13});
-        QVERIFY(form.status->text().contains(QStringLiteral("tanınmayan satır")));
+        QVERIFY(form.status->text().contains(u"tanınmayan satır"_s));
     }
     QVERIFY(form.TeraziComm->portOpen());
 
@@ -689,12 +689,12 @@ void ScalePort::weightDoesNotTouchTheKeypadsField()
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
-    counter.keys(QStringLiteral("al"));
+    counter.keys(u"al"_s);
     counter.hear(counter.first, "  100kg\r");
     QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-    counter.keys(QStringLiteral("i"));
-    QCOMPARE(form.TxtLbl[0]->caption(), QStringLiteral("Ali"));
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
+    counter.keys(u"i"_s);
+    QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
+    QCOMPARE(form.Label2[0]->caption(), u"100"_s);
 }
 
 void ScalePort::keypadTypesOverAWeight()
@@ -703,14 +703,14 @@ void ScalePort::keypadTypesOverAWeight()
     Form1& form = counter.form;
     form.start();
     form.Bağlantı->trigger();
-    counter.keys(QStringLiteral("a"));
+    counter.keys(u"a"_s);
     Counter::click(form.Label2[0]);
     counter.hear(counter.first, "  100kg\r");
-    counter.keys(QStringLiteral("5"));
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("1.005"));
+    counter.keys(u"5"_s);
+    QCOMPARE(form.Label2[0]->caption(), u"1.005"_s);
     counter.hear(counter.first, "  100kg\r");
-    QCOMPARE(form.Label2[0]->caption(), QStringLiteral("100"));
-    QCOMPARE(form.Label3[0]->caption(), QStringLiteral("90"));
+    QCOMPARE(form.Label2[0]->caption(), u"100"_s);
+    QCOMPARE(form.Label3[0]->caption(), u"90"_s);
 }
 
 QTEST_MAIN(ScalePort)

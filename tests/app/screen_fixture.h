@@ -14,6 +14,8 @@
 #include <QMouseEvent>
 #include <QTemporaryDir>
 
+using namespace Qt::StringLiterals;
+
 /// The pointer moves over a control. The real one stays where it is: on an X server its moves arrive when they like.
 inline void hover(QWidget* control, QPoint at = {-1, -1})
 {
@@ -45,8 +47,8 @@ struct World {
     FakeClock clock;
 
     /// The folder that stands for the system's devices: none, until a test plugs some in.
-    QString devices() const { return folder.filePath(QStringLiteral("dev")); }
-    QString file() const { return folder.filePath(QStringLiteral("Yag.mdb")); }
+    QString devices() const { return folder.filePath(u"dev"_s); }
+    QString file() const { return folder.filePath(u"Yag.mdb"_s); }
 
     app::Surroundings surroundings() { return surroundings(databases, printer, slips); }
     /// With other databases, another printer, another place for the slip's note, and copies.
@@ -58,7 +60,7 @@ struct World {
                 .regional = regional,
                 .directory = folder.path(),
                 .devices = devices(),
-                .executable = QStringLiteral("presva"),
+                .executable = u"presva"_s,
                 .databases = books,
                 .printer = target,
                 .slips = notes,

@@ -3,6 +3,8 @@
 #include <QScrollBar>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class SearchListTest : public QObject {
@@ -33,7 +35,7 @@ struct Filled {
         list.setRows([this] { return count; },
                      [this](int row) {
                          asked << row;
-                         return QStringLiteral("Ali %1").arg(row);
+                         return u"Ali %1"_s.arg(row);
                      });
         count = rows;
         list.refill();
@@ -64,7 +66,7 @@ void SearchListTest::tapPicksTheRowUnderIt()
     QString picked;
     filled.list.onClick([&] { picked = filled.list.text(); });
     QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(125));
-    QCOMPARE(picked, QStringLiteral("Ali 2"));
+    QCOMPARE(picked, u"Ali 2"_s);
 }
 
 void SearchListTest::dragScrollsAndPicksNothing()
@@ -84,7 +86,7 @@ void SearchListTest::dragScrollsAndPicksNothing()
     QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
     QCOMPARE(clicks, 0);
     QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(10));
-    QCOMPARE(filled.list.text(), QStringLiteral("Ali 3"));
+    QCOMPARE(filled.list.text(), u"Ali 3"_s);
 }
 
 void SearchListTest::quickDragGlidesOn()
@@ -137,7 +139,7 @@ void SearchListTest::refillInsideTheClickIsFine()
         filled.list.setVisible(false);
     });
     QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
-    QCOMPARE(filled.list.text(), QStringLiteral("Ali 4"));
+    QCOMPARE(filled.list.text(), u"Ali 4"_s);
     QCOMPARE(filled.list.rowCount(), 1);
     QVERIFY(!filled.list.visible());
 }
@@ -192,7 +194,7 @@ void SearchListTest::assistiveToolsReadAndPickRows()
     QCOMPARE(list->childCount(), 100000);
     QAccessibleInterface* row = list->child(3);
     QCOMPARE(row->role(), QAccessible::ListItem);
-    QCOMPARE(row->text(QAccessible::Name), QStringLiteral("Ali 3"));
+    QCOMPARE(row->text(QAccessible::Name), u"Ali 3"_s);
     QCOMPARE(list->indexOfChild(row), 3);
     QCOMPARE(row->parent(), list);
     QVERIFY(!row->state().offscreen);
@@ -200,7 +202,7 @@ void SearchListTest::assistiveToolsReadAndPickRows()
     const QPoint inside = row->rect().center();
     QCOMPARE(list->childAt(inside.x(), inside.y()), row);
     row->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    QCOMPARE(picked, QStringLiteral("Ali 3"));
+    QCOMPARE(picked, u"Ali 3"_s);
 }
 
 void SearchListTest::rowOfAnEarlierFillingIsInvalid()

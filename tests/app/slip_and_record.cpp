@@ -3,6 +3,8 @@
 #include "tests/app/counter_world.h"
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 /// "Fiş Yaz" at the real screen: what is printed is stored, what is not is not, and the button always comes back.
@@ -74,24 +76,24 @@ void SlipAndRecord::printedPressingIsStoredFieldByField()
     Counter counter(english ? base::Regional::english() : base::Regional::turkish());
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ışıl"));
-    counter.keys(QStringLiteral("5"));
+    counter.pressingOf(u"ışıl"_s);
+    counter.keys(u"5"_s);
     form.Combo1[0]->setListIndex(1);
     Counter::click(form.HakCmd[0]);
     Counter::click(form.Haklbl[0]);
-    counter.keys(QStringLiteral("1,75"));
+    counter.keys(u"1,75"_s);
     Counter::click(form.Label3[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("1500"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"1500"_s);
     QTEST((QStringList{form.Haklbl[0]->caption(), form.Label3[0]->caption(), form.HakTut[0]->caption(),
                        form.Verilen[0]->caption()}),
           "shown");
     counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList{"20.11.2025 14:05:07|10005|1500|1,75|26|0|Işıl"});
-    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("150 Kap"));
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList{"20.11.2025 14:05:07|10005|1500|1,75|26|0|Işıl"});
+    QCOMPARE(form.Label4[0]->caption(), u"150 Kap"_s);
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(!counter.notes.open());
 }
@@ -101,7 +103,7 @@ void SlipAndRecord::nothingIsWrittenBeforeThePrinterHasTheSlip()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     int steps = 0;
     counter.paper.before = [&](FakePrinter::Step) {
         ++steps;
@@ -127,15 +129,15 @@ void SlipAndRecord::slipThatIsNotPrintedLeavesNothing()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
     form.activated();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     const auto setting = [&](const char* key) {
-        counter.settings.save(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("sekiz"));
+        counter.settings.save(programTitle, propertiesSection, QString::fromLatin1(key), u"sekiz"_s);
     };
     const auto caption = [&](FieldLabel* field) {
         field->onChange({});
-        field->setCaption(QStringLiteral("1234KG"));
+        field->setCaption(u"1234KG"_s);
     };
     const auto share = [&] {
         Counter::click(form.HakCmd[0]);
@@ -160,8 +162,8 @@ void SlipAndRecord::slipThatIsNotPrintedLeavesNothing()
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent, QList<int>{});
     QCOMPARE(counter.watched.writes, QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
     QCOMPARE(captions(form, 0), before);
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(!form.KapFrm[0]->visible());
@@ -175,8 +177,8 @@ void SlipAndRecord::countOnTheScreenStaysWhenALaterLineFails_data()
 {
     QTest::addColumn<bool>("container");
     QTest::addColumn<QString>("count");
-    QTest::newRow("before the containers") << false << QStringLiteral("0 Kap");
-    QTest::newRow("after the containers") << true << QStringLiteral("180 Kap");
+    QTest::newRow("before the containers") << false << u"0 Kap"_s;
+    QTest::newRow("after the containers") << true << u"180 Kap"_s;
 }
 
 void SlipAndRecord::countOnTheScreenStaysWhenALaterLineFails()
@@ -185,9 +187,9 @@ void SlipAndRecord::countOnTheScreenStaysWhenALaterLineFails()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.HakCmd[0]);
-    form.Verilen[0]->setCaption(QStringLiteral("?"));
+    form.Verilen[0]->setCaption(u"?"_s);
     if (!container) form.Combo1[0]->setListIndex(-1);
     Counter::click(form.YazCmd[0]);
     QTEST(form.Label4[0]->caption(), "count");
@@ -199,7 +201,7 @@ void SlipAndRecord::slipGoesOutAfterTheFaultIsMended()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     for (const auto fault : {FakePrinter::Step::paper, FakePrinter::Step::create, FakePrinter::Step::send}) {
         counter.paper.failAt = fault;
         Counter::click(form.YazCmd[0]);
@@ -207,8 +209,8 @@ void SlipAndRecord::slipGoesOutAfterTheFaultIsMended()
     counter.paper.failAt.reset();
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
 }
 
 void SlipAndRecord::secondTapDuringASlipIsDropped()
@@ -216,7 +218,7 @@ void SlipAndRecord::secondTapDuringASlipIsDropped()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     int taps = 0;
     // The tap waits in the queue while the slip is composed, as a finger's does.
     counter.paper.before = [&](FakePrinter::Step step) {
@@ -230,9 +232,9 @@ void SlipAndRecord::secondTapDuringASlipIsDropped()
     QCoreApplication::processEvents();
     QCOMPARE(taps, 1);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
 }
 
 void SlipAndRecord::buttonStaysDisabledUntilTheSlipIsDone()
@@ -240,7 +242,7 @@ void SlipAndRecord::buttonStaysDisabledUntilTheSlipIsDone()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     bool enabledInside = true;
     bool otherInside = false;
     form.YazCmd[1]->setEnabled(true);
@@ -259,10 +261,10 @@ void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt_data()
     QTest::addColumn<QString>("meanwhile");
     QTest::addColumn<bool>("enabled");
     QTest::newRow("nothing") << QString() << true;
-    QTest::newRow("the customer was cleared") << QStringLiteral("clear") << false;
-    QTest::newRow("the scale was emptied") << QStringLiteral("0") << false;
-    QTest::newRow("the next load came") << QStringLiteral("500") << true;
-    QTest::newRow("a line that is no weight came") << QStringLiteral("Net 12kg") << true;
+    QTest::newRow("the customer was cleared") << u"clear"_s << false;
+    QTest::newRow("the scale was emptied") << u"0"_s << false;
+    QTest::newRow("the next load came") << u"500"_s << true;
+    QTest::newRow("a line that is no weight came") << u"Net 12kg"_s << true;
 }
 
 void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt()
@@ -272,7 +274,7 @@ void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     // What comes waits in the queue while the slip is composed; a second tap on the button waits behind it.
     bool came = false;
     bool enabledInside = false;
@@ -282,7 +284,7 @@ void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt()
             came = true;
             if (meanwhile == u"clear") {
                 Counter::click(form.TxtLbl[0]);
-                counter.key(QStringLiteral("Sil"));
+                counter.key(u"Sil"_s);
             } else if (!meanwhile.isEmpty()) {
                 form.run([&] { form.Label2[0]->setCaption(meanwhile); });
             }
@@ -298,24 +300,24 @@ void SlipAndRecord::buttonComesBackAsTheWeightOfMeanwhileWantsIt()
     if (meanwhile == u"clear") QCOMPARE(form.TxtLbl[0]->caption(), QString());
 
     // Later the rule of the weight has the button again.
-    form.run([&] { form.Label2[0]->setCaption(QStringLiteral("0")); });
+    form.run([&] { form.Label2[0]->setCaption(u"0"_s); });
     QVERIFY(!form.YazCmd[0]->enabled());
-    form.run([&] { form.Label2[0]->setCaption(QStringLiteral("750")); });
+    form.run([&] { form.Label2[0]->setCaption(u"750"_s); });
     QVERIFY(form.YazCmd[0]->enabled());
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
 }
 
 void SlipAndRecord::buttonNamesThePanelAndTheStationNamesTheFigures()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     form.run([&] { form.YazCmd_Click(1); });
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
-    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|Ali")));
-    QCOMPARE(form.Label4[0]->caption(), QStringLiteral("180 Kap"));
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+    QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Ali"_s));
+    QCOMPARE(form.Label4[0]->caption(), u"180 Kap"_s);
     QCOMPARE(form.kapSayisi(0), 180.0f);
     QCOMPARE(form.kapSayisi(1), 0.0f);
     QVERIFY(form.KapFrm[1]->visible());
@@ -329,10 +331,10 @@ void SlipAndRecord::panelFollowsTheCounterSwitch_data()
     QTest::addColumn<QString>("oil");
     QTest::addColumn<bool>("before");
     QTest::addColumn<bool>("shown");
-    QTest::newRow("counted") << true << QStringLiteral("850") << false << true;
-    QTest::newRow("not counted") << false << QStringLiteral("850") << true << false;
-    QTest::newRow("nothing to fill, counted") << true << QStringLiteral("4") << false << true;
-    QTest::newRow("nothing to fill, not counted") << false << QStringLiteral("4") << true << false;
+    QTest::newRow("counted") << true << u"850"_s << false << true;
+    QTest::newRow("not counted") << false << u"850"_s << true << false;
+    QTest::newRow("nothing to fill, counted") << true << u"4"_s << false << true;
+    QTest::newRow("nothing to fill, not counted") << false << u"4"_s << true << false;
 }
 
 void SlipAndRecord::panelFollowsTheCounterSwitch()
@@ -344,9 +346,9 @@ void SlipAndRecord::panelFollowsTheCounterSwitch()
     Form1& form = counter.form;
     form.start();
     if (counting) form.Sayac->trigger();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.Label3[0]);
-    counter.key(QStringLiteral("Sil"));
+    counter.key(u"Sil"_s);
     counter.keys(oil);
     form.KapFrm[0]->setVisible(before);
     Counter::click(form.YazCmd[0]);
@@ -358,44 +360,44 @@ void SlipAndRecord::differentNameAddsAndTheSameNameEdits()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali Veli"), 5.0, QStringLiteral("20 Litrelik Kap"), 10.0);
+    counter.addCustomer(u"Ali Veli"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.NakitLbl[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("100"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"100"_s);
     form.Combo1[0]->setListIndex(0);
     Counter::click(form.YazCmd[0]);
-    const QString untouched = QStringLiteral("Ali Veli|5|20 Litrelik Kap|10");
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{untouched, "Ali|5| 5 Litrelik Kap|100"}));
+    const QString untouched = u"Ali Veli|5|20 Litrelik Kap|10"_s;
+    QCOMPARE(counter.rows(u"Cari"_s), (QStringList{untouched, "Ali|5| 5 Litrelik Kap|100"}));
 
-    counter.keys(QStringLiteral("0"));
+    counter.keys(u"0"_s);
     form.Combo1[0]->setListIndex(2);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), (QStringList{untouched, "Ali|5|15 Litrelik Kap|1000"}));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.000")); // nothing was recalled by it
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
+    QCOMPARE(counter.rows(u"Cari"_s), (QStringList{untouched, "Ali|5|15 Litrelik Kap|1000"}));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"1.000"_s); // nothing was recalled by it
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
 }
 
 void SlipAndRecord::customerDeletedMeanwhileIsAddedAgain()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"));
+    counter.addCustomer(u"Ali"_s);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     form.CariSil->trigger();
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
 }
 
 void SlipAndRecord::tableThatTakesNoRowPrintsNoSlip_data()
 {
     QTest::addColumn<QString>("table");
-    QTest::newRow("customers") << QStringLiteral("Cari");
-    QTest::newRow("journal") << QStringLiteral("Hareket");
+    QTest::newRow("customers") << u"Cari"_s;
+    QTest::newRow("journal") << u"Hareket"_s;
 }
 
 void SlipAndRecord::tableThatTakesNoRowPrintsNoSlip()
@@ -404,20 +406,20 @@ void SlipAndRecord::tableThatTakesNoRowPrintsNoSlip()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     counter.watched.refused = table;
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 0);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(!counter.notes.open());
     QCOMPARE(counter.prompt.errors, QList<int>{});
-    QVERIFY2(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: ")), qPrintable(form.status->text()));
+    QVERIFY2(form.status->text().startsWith(u"Fiş basılmadı: "_s), qPrintable(form.status->text()));
     counter.watched.refused.clear();
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QVERIFY(!form.status->text().contains(QStringLiteral("basılmadı")));
+    QVERIFY(!form.status->text().contains(u"basılmadı"_s));
 }
 
 void SlipAndRecord::customerThatFailsBehindThePrinterLeavesThePressing()
@@ -425,14 +427,14 @@ void SlipAndRecord::customerThatFailsBehindThePrinterLeavesThePressing()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     counter.paper.before = [&](FakePrinter::Step step) {
-        if (step == FakePrinter::Step::send) counter.watched.refused = QStringLiteral("Cari");
+        if (step == FakePrinter::Step::send) counter.watched.refused = u"Cari"_s;
     };
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList());
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList());
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(!counter.notes.open());
     QCOMPARE(counter.prompt.errors, QList<int>{});
@@ -465,16 +467,16 @@ void SlipAndRecord::customerThatAnIndexRefusesGetsNoSlip()
                                text(u"CariHar")},
                               {}, {});
     }
-    counter.addCustomer(QStringLiteral("ALi"), 5.0);
+    counter.addCustomer(u"ALi"_s, 5.0);
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali")); // Ali: another name than ALi to the rule, the same to the index
+    counter.pressingOf(u"ali"_s); // Ali: another name than ALi to the rule, the same to the index
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"ALi|5|-|-"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"ALi|5|-|-"});
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
     QCOMPARE(counter.paper.sent.size(), 0);
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: ")));
-    QVERIFY(form.status->text().contains(QStringLiteral("Unvan")));
+    QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: "_s));
+    QVERIFY(form.status->text().contains(u"Unvan"_s));
     QCOMPARE(counter.prompt.errors, QList<int>{});
     QVERIFY(form.YazCmd[0]->enabled());
     QVERIFY(jet::checkDatabase(*jet::Database::open(counter.disk, path)).ok());
@@ -484,17 +486,17 @@ void SlipAndRecord::pressingThatFailsBehindThePrinterKeepsItsNote()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.settings.saveFlag(programTitle, propertiesSection, QStringLiteral("Sayac"), true);
+    counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     counter.paper.before = [&](FakePrinter::Step step) {
-        if (step == FakePrinter::Step::send) counter.watched.refused = QStringLiteral("Hareket");
+        if (step == FakePrinter::Step::send) counter.watched.refused = u"Hareket"_s;
     };
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
     QVERIFY(counter.notes.open());
-    QVERIFY(form.status->text().contains(QStringLiteral("kaydı yapılamadı")));
+    QVERIFY(form.status->text().contains(u"kaydı yapılamadı"_s));
     QVERIFY(form.KapFrm[0]->visible());
     QVERIFY(form.YazCmd[0]->enabled());
     QCOMPARE(counter.prompt.errors, QList<int>{});
@@ -502,13 +504,13 @@ void SlipAndRecord::pressingThatFailsBehindThePrinterKeepsItsNote()
     // While the table refuses, nothing more is printed; then both are stored.
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 1);
-    QVERIFY(form.status->text().contains(QStringLiteral("önceki fişin kaydı bekliyor")));
+    QVERIFY(form.status->text().contains(u"önceki fişin kaydı bekliyor"_s));
     counter.paper.before = {};
     counter.watched.refused.clear();
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 2);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 2);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
+    QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
     QVERIFY(!counter.notes.open());
 }
 
@@ -516,18 +518,18 @@ void SlipAndRecord::pressingThatCanNeverBeStoredIsToldAtTheStartAndBlocksNothing
 {
     Counter counter;
     Form1& form = counter.form;
-    const print::Document document{"%PDF-1.4", QStringLiteral("Fiş"), {}, print::Paper::slipRoll80()};
+    const print::Document document{"%PDF-1.4", u"Fiş"_s, {}, print::Paper::slipRoll80()};
     const int job = counter.paper.createJob(document);
     counter.paper.sendAndFinish(job, document);
     counter.notes.write({job, 45981.5, {"Toplamlar", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
     form.start();
-    QVERIFY2(form.status->text().contains(QStringLiteral("basılmış, kaydedilemiyor")), qPrintable(form.status->text()));
-    QVERIFY(form.status->text().contains(QStringLiteral("Yag.mdb-slip-1")));
+    QVERIFY2(form.status->text().contains(u"basılmış, kaydedilemiyor"_s), qPrintable(form.status->text()));
+    QVERIFY(form.status->text().contains(u"Yag.mdb-slip-1"_s));
     QVERIFY(!counter.notes.open());
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 2);
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")).size(), 1);
+    QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
 
@@ -535,20 +537,20 @@ void SlipAndRecord::customerOfASlipThatWasRefusedIsFoundByNoSearch()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ayşe"));
+    counter.addCustomer(u"Ayşe"_s);
     form.start();
-    counter.pressingOf(QStringLiteral("ali")); // the search knows the register's order from here on
-    counter.watched.refused = QStringLiteral("Hareket");
+    counter.pressingOf(u"ali"_s); // the search knows the register's order from here on
+    counter.watched.refused = u"Hareket"_s;
     Counter::click(form.YazCmd[0]); // the customer's row was tried, and taken back
     QCOMPARE(counter.paper.sent.size(), 0);
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.TxtLbl[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("a"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"a"_s);
     QCOMPARE(form.dbListe1->rowCount(), 1);
-    counter.keys(QStringLiteral("li"));
+    counter.keys(u"li"_s);
     QVERIFY(!form.dbListe1->visible());
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
 }
 
 void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
@@ -562,8 +564,8 @@ void SlipAndRecord::fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
     Form1& form = counter.form;
     form.start();
     QTRY_COMPARE(counter.prompt.exclamations.size(), 1);
-    QVERIFY(counter.prompt.exclamations[0].contains(QStringLiteral("tablosuna yazılamaz")));
-    counter.pressingOf(QStringLiteral("ali"));
+    QVERIFY(counter.prompt.exclamations[0].contains(u"tablosuna yazılamaz"_s));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 0);
     QCOMPARE(counter.prompt.errors, QList<int>{base::errors::readOnlyDatabase});
@@ -575,16 +577,16 @@ void SlipAndRecord::fieldThatTakesNoTextPrintsNoSlip()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"), 12.0, QStringLiteral("10 Litrelik Kap"), 100.0);
+    counter.addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     form.Haklbl[0]->onChange({});
-    form.Haklbl[0]->setCaption(QStringLiteral("1e")); // cash does not print it
+    form.Haklbl[0]->setCaption(u"1e"_s); // cash does not print it
     Counter::click(form.YazCmd[0]);
     QCOMPARE(counter.paper.sent.size(), 0);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")), QStringList{"Ali|12|10 Litrelik Kap|100"});
-    QCOMPARE(counter.rows(QStringLiteral("Hareket")), QStringList());
-    QVERIFY(form.status->text().startsWith(QStringLiteral("Fiş basılmadı: Cari tablosunun Yuzde alanı “1e”")));
+    QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|12|10 Litrelik Kap|100"});
+    QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
+    QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: Cari tablosunun Yuzde alanı “1e”"_s));
 }
 
 void SlipAndRecord::saveButtonKnowsTheCustomerThatASlipHasAdded()
@@ -592,12 +594,12 @@ void SlipAndRecord::saveButtonKnowsTheCustomerThatASlipHasAdded()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydet"));
+    counter.pressingOf(u"ali"_s);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
     Counter::click(form.YazCmd[0]);
     QVERIFY(form.Kaydet->visible());
-    QCOMPARE(form.Kaydet->caption(), QStringLiteral("Kaydı Sil"));
-    QCOMPARE(counter.rows(QStringLiteral("Cari")).size(), 1);
+    QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+    QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
 }
 
 void SlipAndRecord::markLeftDanglingIsGoneFromTheSlip()
@@ -605,59 +607,58 @@ void SlipAndRecord::markLeftDanglingIsGoneFromTheSlip()
     Counter counter;
     Form1& form = counter.form;
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.NakitLbl[0]);
-    counter.keys(QStringLiteral("1250,"));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.250,"));
+    counter.keys(u"1250,"_s);
+    QCOMPARE(form.NakitLbl[0]->caption(), u"1.250,"_s);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("1.250"));
-    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|1250|Ali")));
-    counter.keys(QStringLiteral(",50"));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"1.250"_s);
+    QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|1250|Ali"_s));
+    counter.keys(u",50"_s);
     Counter::click(form.YazCmd[0]);
-    QVERIFY(counter.rows(QStringLiteral("Hareket")).last().endsWith(QStringLiteral("|1250,5|Ali")));
+    QVERIFY(counter.rows(u"Hareket"_s).last().endsWith(u"|1250,5|Ali"_s));
 }
 
 void SlipAndRecord::slipOfANameThatIsNotCurrentAddsNoSecondRow()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali"), 5.0, QStringLiteral("20 Litrelik Kap"), 10.0);
-    counter.addCustomer(QStringLiteral("Veli"), 7.0, QStringLiteral("20 Litrelik Kap"), 20.0);
+    counter.addCustomer(u"Ali"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
+    counter.addCustomer(u"Veli"_s, 7.0, u"20 Litrelik Kap"_s, 20.0);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.NakitLbl[0]);
-    counter.key(QStringLiteral("Sil"));
-    counter.keys(QStringLiteral("99"));
+    counter.key(u"Sil"_s);
+    counter.keys(u"99"_s);
     Counter::click(form.YeniCmd[1]);
-    counter.keys(QStringLiteral("veli")); // the search of the other station
+    counter.keys(u"veli"_s); // the search of the other station
     Counter::click(form.YeniCmd[0]);
     Counter::click(form.YazCmd[0]);
-    QCOMPARE(counter.rows(QStringLiteral("Cari")),
-             (QStringList{"Ali|5|20 Litrelik Kap|99", "Veli|7|20 Litrelik Kap|20"}));
-    QCOMPARE(form.NakitLbl[0]->caption(), QStringLiteral("99")); // looked up, not recalled
+    QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali|5|20 Litrelik Kap|99", "Veli|7|20 Litrelik Kap|20"}));
+    QCOMPARE(form.NakitLbl[0]->caption(), u"99"_s); // looked up, not recalled
 }
 
 void SlipAndRecord::openListClosesAtTheSlip()
 {
     Counter counter;
     Form1& form = counter.form;
-    counter.addCustomer(QStringLiteral("Ali Veli"));
+    counter.addCustomer(u"Ali Veli"_s);
     form.start();
-    counter.pressingOf(QStringLiteral("ali"));
+    counter.pressingOf(u"ali"_s);
     Counter::click(form.TxtLbl[0]);
-    counter.key(QStringLiteral("Geri Sil"));
+    counter.key(u"Geri Sil"_s);
     QVERIFY(form.dbListe1->visible());
     Counter::click(form.YazCmd[0]);
     QVERIFY(!form.dbListe1->visible());
-    QVERIFY(counter.rows(QStringLiteral("Hareket")).first().endsWith(QStringLiteral("|Al")));
+    QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Al"_s));
 }
 
 void SlipAndRecord::fontDialogIsPresetAndStored_data()
 {
     QTest::addColumn<bool>("english");
     QTest::addColumn<QString>("stored");
-    QTest::newRow("Turkish") << false << QStringLiteral("10,5");
-    QTest::newRow("English") << true << QStringLiteral("10.5");
+    QTest::newRow("Turkish") << false << u"10,5"_s;
+    QTest::newRow("English") << true << u"10.5"_s;
 }
 
 void SlipAndRecord::fontDialogIsPresetAndStored()
@@ -667,23 +668,23 @@ void SlipAndRecord::fontDialogIsPresetAndStored()
     Form1& form = counter.form;
     form.start();
     form.Combo1[0]->setListIndex(3);
-    counter.prompt.font = FontChoice{QStringLiteral("Courier New"), 10.5f, true, false};
+    counter.prompt.font = FontChoice{u"Courier New"_s, 10.5f, true, false};
     form.YazFont->trigger();
     QCOMPARE(counter.prompt.fontPresets.size(), 1);
-    QCOMPARE(counter.prompt.fontPresets[0].name, QStringLiteral("Arial"));
+    QCOMPARE(counter.prompt.fontPresets[0].name, u"Arial"_s);
     QCOMPARE(counter.prompt.fontPresets[0].size, 8.0f);
     QVERIFY(!counter.prompt.fontPresets[0].bold && !counter.prompt.fontPresets[0].italic);
     const auto kept = [&](const char* key) {
-        return counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-"));
+        return counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s);
     };
-    QCOMPARE(kept("Font"), QStringLiteral("Courier New"));
+    QCOMPARE(kept("Font"), u"Courier New"_s);
     QTEST(kept("Size"), "stored");
-    QCOMPARE(kept("Bold"), QStringLiteral("True"));
-    QCOMPARE(kept("Ital"), QStringLiteral("False"));
+    QCOMPARE(kept("Bold"), u"True"_s);
+    QCOMPARE(kept("Ital"), u"False"_s);
     QCOMPARE(form.Combo1[0]->listIndex(), 0); // a dialog has closed: the screen was activated
 
     form.YazFont->trigger();
-    QCOMPARE(counter.prompt.fontPresets[1].name, QStringLiteral("Courier New"));
+    QCOMPARE(counter.prompt.fontPresets[1].name, u"Courier New"_s);
     QCOMPARE(counter.prompt.fontPresets[1].size, 10.5f);
     QVERIFY(counter.prompt.fontPresets[1].bold);
 }
@@ -697,8 +698,7 @@ void SlipAndRecord::cancelledFontDialogStoresNothing()
     form.YazFont->trigger();
     QCOMPARE(counter.prompt.fontPresets.size(), 1);
     for (const char* key : {"Font", "Size", "Bold", "Ital"})
-        QCOMPARE(counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), QStringLiteral("-")),
-                 QStringLiteral("-"));
+        QCOMPARE(counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
     QCOMPARE(form.Combo1[0]->listIndex(), 0);
     QCOMPARE(counter.prompt.errors, QList<int>{});
 }
@@ -709,7 +709,7 @@ void SlipAndRecord::damagedFontSizeOpensNoDialog()
     Form1& form = counter.form;
     form.start();
     form.Combo1[0]->setListIndex(3);
-    counter.settings.save(programTitle, propertiesSection, QStringLiteral("Size"), QStringLiteral("sekiz"));
+    counter.settings.save(programTitle, propertiesSection, u"Size"_s, u"sekiz"_s);
     form.YazFont->trigger();
     QVERIFY(counter.prompt.fontPresets.isEmpty());
     QCOMPARE(counter.prompt.errors, QList<int>{});
@@ -724,8 +724,7 @@ void SlipAndRecord::counterSwitchIsKeptAtOnce()
     for (const bool on : {true, false}) {
         form.Sayac->trigger();
         QCOMPARE(form.Sayac->checked(), on);
-        QCOMPARE(counter.settings.get(programTitle, propertiesSection, QStringLiteral("Sayac"), {}),
-                 on ? QStringLiteral("True") : QStringLiteral("False"));
+        QCOMPARE(counter.settings.get(programTitle, propertiesSection, u"Sayac"_s, {}), on ? u"True"_s : u"False"_s);
     }
 }
 

@@ -1,6 +1,8 @@
 #include "app/status_line.h"
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class StatusLineTest : public QObject {
@@ -21,21 +23,21 @@ private slots:
 void StatusLineTest::closedPortIsSaidSo()
 {
     StatusLine line(nullptr);
-    QCOMPARE(line.text(), QStringLiteral("Terazi: bağlı değil"));
+    QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
     line.portOpened(3);
     line.portClosed();
-    QCOMPARE(line.text(), QStringLiteral("Terazi: bağlı değil"));
-    line.portClosed(QStringLiteral("Com3 açılamadı, aygıt takılı değil"));
-    QCOMPARE(line.text(), QStringLiteral("Terazi: Com3 açılamadı, aygıt takılı değil"));
+    QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
+    line.portClosed(u"Com3 açılamadı, aygıt takılı değil"_s);
+    QCOMPARE(line.text(), u"Terazi: Com3 açılamadı, aygıt takılı değil"_s);
 }
 
 void StatusLineTest::openPortWaitsForItsFirstWeight()
 {
     StatusLine line(nullptr);
     line.portOpened(3);
-    QCOMPARE(line.text(), QStringLiteral("Com3: bağlı, tartım bekleniyor"));
+    QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
     line.weightArrived();
-    QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
+    QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
 }
 
 void StatusLineTest::whatIsNoWeightIsSaidUntilAWeightComes()
@@ -43,13 +45,13 @@ void StatusLineTest::whatIsNoWeightIsSaidUntilAWeightComes()
     StatusLine line(nullptr);
     line.portOpened(3);
     line.lineNotUnderstood();
-    QCOMPARE(line.text(), QStringLiteral("Com3: tanınmayan satır"));
+    QCOMPARE(line.text(), u"Com3: tanınmayan satır"_s);
     line.weightArrived();
-    QCOMPARE(line.text(), QStringLiteral("Com3: tartım geliyor"));
+    QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
     line.lineNotUnderstood();
     line.portClosed();
     line.portOpened(3);
-    QCOMPARE(line.text(), QStringLiteral("Com3: bağlı, tartım bekleniyor"));
+    QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
 }
 
 void StatusLineTest::ageOfTheLastWeightGrows()
@@ -58,27 +60,27 @@ void StatusLineTest::ageOfTheLastWeightGrows()
     line.show();
     line.portOpened(1);
     line.weightArrived();
-    QTRY_COMPARE_WITH_TIMEOUT(line.accessibleName(), QStringLiteral("Com1: son tartım 1 sn önce"), 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(line.accessibleName(), u"Com1: son tartım 1 sn önce"_s, 3000);
     line.weightArrived();
-    QCOMPARE(line.accessibleName(), QStringLiteral("Com1: tartım geliyor"));
+    QCOMPARE(line.accessibleName(), u"Com1: tartım geliyor"_s);
 }
 
 void StatusLineTest::factsStandSideBySide()
 {
     StatusLine line(nullptr);
-    line.setPrinter(QStringLiteral("Yazıcı: hazır (Fis80)"));
-    line.setDataFile(QStringLiteral("Yag.mdb: 6.201 kayıt"));
-    QVERIFY(line.text().contains(QStringLiteral("Yazıcı: hazır (Fis80)")));
-    QVERIFY(line.text().endsWith(QStringLiteral("Yag.mdb: 6.201 kayıt")));
+    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
+    line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
+    QVERIFY(line.text().contains(u"Yazıcı: hazır (Fis80)"_s));
+    QVERIFY(line.text().endsWith(u"Yag.mdb: 6.201 kayıt"_s));
 }
 
 void StatusLineTest::noticeStandsFirst()
 {
     StatusLine line(nullptr);
-    line.setPrinter(QStringLiteral("Yazıcı: hazır (Fis80)"));
+    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
     const QString facts = line.text();
-    line.setNotice(QStringLiteral("Fiş yazılmadı."));
-    QCOMPARE(line.accessibleName(), QStringLiteral("Fiş yazılmadı.   ·   ") + facts);
+    line.setNotice(u"Fiş yazılmadı."_s);
+    QCOMPARE(line.accessibleName(), u"Fiş yazılmadı.   ·   "_s + facts);
     line.setNotice({});
     QCOMPARE(line.accessibleName(), facts);
 }
@@ -95,15 +97,15 @@ void StatusLineTest::aLongNoticeLeavesTheFactsWhole()
     constexpr int margins = 24;
     StatusLine line(nullptr);
     line.resize(width, 28);
-    line.portClosed(QStringLiteral("Com3 açılamadı, kullanma izni yok"));
-    line.setPrinter(QStringLiteral("Yazıcı: hazır (Fis80)"));
-    line.setDataFile(QStringLiteral("Yag.mdb: 6.201 kayıt"));
+    line.portClosed(u"Com3 açılamadı, kullanma izni yok"_s);
+    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
+    line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
     const QFontMetrics letters = line.fontMetrics();
-    const QString facts = QStringLiteral("   ·   ") + line.text();
-    const QString file = QStringLiteral("notu: Yag.mdb-slip-1");
+    const QString facts = u"   ·   "_s + line.text();
+    const QString file = u"notu: Yag.mdb-slip-1"_s;
     const QString notice =
-        QStringLiteral("fiş 5 (Toplamlar, 123.456 kg): basılmış, kaydedilemiyor (“Toplamlar” raporun toplam satırının "
-                       "adıdır; başka bir ad yazın, bu satır her raporda yeniden yapılır ve eskisi silinir); ") +
+        u"fiş 5 (Toplamlar, 123.456 kg): basılmış, kaydedilemiyor (“Toplamlar” raporun toplam satırının "
+        "adıdır; başka bir ad yazın, bu satır her raporda yeniden yapılır ve eskisi silinir); "_s +
         file;
     QVERIFY(letters.horizontalAdvance(notice + facts) > width - margins);
     line.setNotice(notice);
@@ -116,7 +118,7 @@ void StatusLineTest::aLongNoticeLeavesTheFactsWhole()
     if (width >= 1024) QVERIFY2(fitting.endsWith(file), qPrintable(fitting));
     line.setNotice(fitting);
     QCOMPARE(painted, line.grab().toImage());
-    line.setNotice(QStringLiteral("Fiş yazılmadı."));
+    line.setNotice(u"Fiş yazılmadı."_s);
     QVERIFY(painted != line.grab().toImage());
 }
 

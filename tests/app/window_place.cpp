@@ -5,6 +5,8 @@
 #include <QWidget>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace app;
 
 class WindowPlaceTest : public QObject {
@@ -52,19 +54,19 @@ struct Store {
     void keep(int left, int top, int width, int height)
     {
         const auto save = [&](const char* key, const QString& text) {
-            settings.save(QStringLiteral("Mendrik"), QStringLiteral("ActiveResize"), QString::fromLatin1(key), text);
+            settings.save(u"Mendrik"_s, u"ActiveResize"_s, QString::fromLatin1(key), text);
         };
         save("Left", QString::number(left));
         save("Top", QString::number(top));
         save("Width", QString::number(width));
         save("Height", QString::number(height));
-        save("Maximized", QStringLiteral("False"));
+        save("Maximized", u"False"_s);
     }
 };
 
 QRect room() { return QGuiApplication::primaryScreen()->availableGeometry(); }
 
-const QString mendrik = QStringLiteral("Mendrik");
+const QString mendrik = u"Mendrik"_s;
 
 } // namespace
 
@@ -115,7 +117,7 @@ void WindowPlaceTest::damagedLayoutCountsAsNone()
 {
     Store store;
     store.keep(40, 50, 500, 400);
-    store.settings.save(mendrik, QStringLiteral("ActiveResize"), QStringLiteral("Width"), QStringLiteral("abc"));
+    store.settings.save(mendrik, u"ActiveResize"_s, u"Width"_s, u"abc"_s);
     QWidget window;
     ScreenLayout(store.settings).restore(mendrik, true, window);
     QVERIFY(window.isMaximized());
@@ -126,7 +128,7 @@ void WindowPlaceTest::placeIsKeptPerApplicationName()
     Store store;
     store.keep(40, 50, 500, 400);
     QWidget window;
-    ScreenLayout(store.settings).restore(QStringLiteral("Other"), true, window);
+    ScreenLayout(store.settings).restore(u"Other"_s, true, window);
     QVERIFY(window.isMaximized());
 }
 

@@ -8,19 +8,21 @@
 #include <functional>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 /// A control over no line at all: it writes down what is done to it and fails where a test wants it to.
 class FakeCommControl : public scale::CommControl {
 public:
     int commPort() const override { return port; }
     void setCommPort(int number) override
     {
-        step(QStringLiteral("port=%1").arg(number));
+        step(u"port=%1"_s.arg(number));
         port = number;
     }
     QString settings() const override { return line; }
     void setSettings(const QString& text) override
     {
-        step(QStringLiteral("settings=%1").arg(text));
+        step(u"settings=%1"_s.arg(text));
         const auto parsed = scale::parseLineSettings(text);
         if (!parsed) throw scale::commError(base::errors::invalidProperty);
         line = parsed->text();
@@ -28,14 +30,14 @@ public:
     int handshaking() const override { return flow; }
     void setHandshaking(int mode) override
     {
-        step(QStringLiteral("flow=%1").arg(mode));
+        step(u"flow=%1"_s.arg(mode));
         flow = mode;
     }
     bool portOpen() const override { return open; }
     void setPortOpen(bool wanted) override
     {
         if (wanted && onOpen) onOpen();
-        step(wanted ? QStringLiteral("open") : QStringLiteral("close"));
+        step(wanted ? u"open"_s : u"close"_s);
         if (wanted && open) throw scale::commError(scale::errors::alreadyOpen);
         open = wanted;
     }
@@ -44,14 +46,14 @@ public:
     int outBufferCount() const override { return 0; }
     void setInBufferCount(int count) override
     {
-        step(QStringLiteral("in=%1").arg(count));
+        step(u"in=%1"_s.arg(count));
         burst.clear();
     }
-    void setOutBufferCount(int count) override { step(QStringLiteral("out=%1").arg(count)); }
+    void setOutBufferCount(int count) override { step(u"out=%1"_s.arg(count)); }
     int commEvent() const override { return event; }
 
     int port = 2;
-    QString line = QStringLiteral("9600,n,8,1");
+    QString line = u"9600,n,8,1"_s;
     int flow = 0;
     bool open = false;
     QString burst; ///< what can be read

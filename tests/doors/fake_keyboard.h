@@ -4,6 +4,8 @@
 
 #include <QString>
 
+using namespace Qt::StringLiterals;
+
 /// A keyboard with nothing but a Caps Lock key. It notes what is sent to it and, like a real one, turns the lock over
 /// at each press.
 class FakeKeyboard : public platform::Keyboard {
@@ -14,7 +16,7 @@ public:
     }
     void send(std::uint32_t key, std::uint32_t flags) override
     {
-        sent += QStringLiteral("%1/%2 ").arg(key).arg(flags);
+        sent += u"%1/%2 "_s.arg(key).arg(flags);
         if (key != platform::capsLockKey || (flags & platform::keyUp)) return;
         ++presses;
         if (capsLock) capsLock = !*capsLock;

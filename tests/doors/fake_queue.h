@@ -7,6 +7,8 @@
 #include <functional>
 #include <set>
 
+using namespace Qt::StringLiterals;
+
 /// What the print system knows; it outlives the program that prints. A copy is the print system at that moment.
 struct FakeSpool {
     platform::QueueState state; ///< of its queue
@@ -56,7 +58,7 @@ public:
     }
     void cancelJob(int job) noexcept override
     {
-        spool_.calls << QStringLiteral("cancel %1").arg(job);
+        spool_.calls << u"cancel %1"_s.arg(job);
         spool_.cancelled.insert(job);
     }
     std::optional<bool> documentTaken(int job) noexcept override { return spool_.taken.contains(job); }

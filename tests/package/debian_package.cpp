@@ -122,8 +122,8 @@ private:
 
 void DebianPackage::initTestCase()
 {
-    const Outcome cpack =
-        run(QStringLiteral(PRESVA_CPACK), {u"--config"_s, QStringLiteral(PRESVA_CPACK_CONFIG), u"-B"_s, built_.path()});
+    const Outcome cpack = run(QString::fromUtf8(PRESVA_CPACK),
+                              {u"--config"_s, QString::fromUtf8(PRESVA_CPACK_CONFIG), u"-B"_s, built_.path()});
     const QStringList packages = QDir(built_.path()).entryList({u"*.deb"_s});
     QVERIFY2(cpack.code == 0 && packages.size() == 1, qPrintable(cpack.out));
     package_ = built_.filePath(packages.first());
@@ -204,7 +204,7 @@ void DebianPackage::saysWhatItIsAndWhatItNeeds()
         return run(u"dpkg-deb"_s, {u"--field"_s, package_, QString::fromLatin1(name)}).out.trimmed();
     };
     QCOMPARE(field("Package"), u"mendrik-presva"_s);
-    QCOMPARE(field("Version"), QStringLiteral(PRESVA_VERSION));
+    QCOMPARE(field("Version"), QString::fromUtf8(PRESVA_VERSION));
     QVERIFY(field("Maintainer").contains(u'@'));
     QVERIFY(field("Description").contains(u'\n'));
     // The libraries are found by Debian's own tool; the rest is what only running would show.
@@ -316,7 +316,7 @@ void DebianPackage::manualPageOfTheProgramNamesEveryOption()
 
 void DebianPackage::everyTextNamesTheSameVersion()
 {
-    const QString version = QStringLiteral(PRESVA_VERSION);
+    const QString version = QString::fromUtf8(PRESVA_VERSION);
     const QString log = run(u"gzip"_s, {u"-dc"_s, inRoot(u"usr/share/doc/mendrik-presva/changelog.gz"_s)}).out;
     QVERIFY2(log.startsWith(u"mendrik-presva (%1)"_s.arg(version)), qPrintable(log));
     const QByteArray catalogue = contentOf(inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s));

@@ -12,6 +12,8 @@
 #include <array>
 #include <map>
 
+using namespace Qt::StringLiterals;
+
 /// A screen without a window: captions in an array, change events run at once and are written down with their nesting.
 class PaperScreen : public pressing::StationScreen, public pressing::KeypadScreen {
 public:
@@ -46,7 +48,7 @@ public:
     {
         QString& now = captions_.at(check(station))[int(field)];
         if (now == text) return;
-        events_ << QStringLiteral("%1 %2 %3>%4").arg(++depth_).arg(pressing::nameOf(field), now, text);
+        events_ << u"%1 %2 %3>%4"_s.arg(++depth_).arg(pressing::nameOf(field), now, text);
         now = text;
         struct Leave {
             int& depth;

@@ -3,6 +3,8 @@
 #include <QtTest>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using pressing::Field;
@@ -13,12 +15,12 @@ struct Row {
 
 QList<Row> walkRows()
 {
-    QFile file(QStringLiteral(WALKS_FILE));
+    QFile file(QString::fromUtf8(WALKS_FILE));
     if (!file.open(QIODevice::ReadOnly)) return {};
     QList<Row> rows;
-    for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
-        if (line.isEmpty() || line.startsWith(QLatin1Char('#'))) continue;
-        QStringList c = line.split(QLatin1Char('\t'));
+    for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+        if (line.isEmpty() || line.startsWith(u'#')) continue;
+        QStringList c = line.split(u'\t');
         while (c.size() < 5) c << QString();
         rows << Row{c[0], c[1], c[2], c[3], c[4]};
     }
@@ -42,8 +44,7 @@ int keyOf(const QString& text)
 
 bool isEnglish(const QString& name)
 {
-    return name.startsWith(QLatin1String("WI")) ||
-           (name.size() == 4 && (name.startsWith(QLatin1String("WM1")) || name.startsWith(QLatin1String("WN1"))));
+    return name.startsWith("WI"_L1) || (name.size() == 4 && (name.startsWith("WM1"_L1) || name.startsWith("WN1"_L1)));
 }
 
 /// A Turkish figure as English settings write it, and the other way round.
@@ -133,8 +134,8 @@ private slots:
         QFETCH(QString, walk);
         QFETCH(bool, otherMarks);
         const auto written = [&](const QString& text) { return otherMarks ? mirrored(text) : text; };
-        const bool english = walk.endsWith(QLatin1String(" en"));
-        const QString name = walk.section(QLatin1Char(' '), 0, 0);
+        const bool english = walk.endsWith(" en"_L1);
+        const QString name = walk.section(u' ', 0, 0);
         PaperScreen screen(english || otherMarks ? base::Regional::english() : base::Regional::turkish());
         start(screen, english ? name + "11" : name);
         for (Field field : pressing::allFields) screen.put(field, written(screen.caption(field, 0)));
@@ -153,10 +154,10 @@ private slots:
                 typeMismatch = true;
             }
             QVERIFY2(typeMismatch == (row.end == "E13"), qPrintable(row.name));
-            const QString events = screen.takeEvents().join(QLatin1Char(';'));
+            const QString events = screen.takeEvents().join(u';');
             QVERIFY2(events == written(row.events),
                      qPrintable(row.name + "\n found    " + events + "\n expected " + written(row.events)));
-            for (const QString& after : row.after.split(QLatin1Char(';'))) {
+            for (const QString& after : row.after.split(u';')) {
                 const QString label = after.section('=', 0, 0), text = written(after.section('=', 1));
                 const QString found = screen.caption(fieldNamed(label), 0);
                 QVERIFY2(found == text, qPrintable(row.name + ": " + label + " is " + found + ", not " + text));

@@ -9,6 +9,8 @@
 #include <array>
 #include <map>
 
+using namespace Qt::StringLiterals;
+
 /// A journal on paper: an engine that holds the table `Hareket` in memory, answers exactly the statements of a report
 /// and of the panel, writes down what it was asked and can fail at any call. What it knows of SQL are the texts as they
 /// are specified, so a report that words them differently fails here.
@@ -43,7 +45,7 @@ public:
     std::vector<Row> totals() const { return chosen(true); }
     std::vector<Row> pressings() const { return chosen(false); }
 
-    inline static const QString file = QStringLiteral("/mill\\Yag.mdb");
+    inline static const QString file = u"/mill\\Yag.mdb"_s;
 
 private:
     std::vector<Row> chosen(bool totals) const
@@ -64,8 +66,8 @@ private:
     std::vector<store::RowKey> meeting(const QString& condition) const
     {
         static const QRegularExpression form(
-            QStringLiteral("^Tarih>=#(\\d\\d)/(\\d\\d)/(\\d{4}) 00:00:00# And "
-                           "Tarih<=#(\\d\\d)/(\\d\\d)/(\\d{4}) 23:59:59#(?: And CariHar='([^']*)')?$"));
+            u"^Tarih>=#(\\d\\d)/(\\d\\d)/(\\d{4}) 00:00:00# And "
+            "Tarih<=#(\\d\\d)/(\\d\\d)/(\\d{4}) 23:59:59#(?: And CariHar='([^']*)')?$"_s);
         const QRegularExpressionMatch match = form.match(condition);
         if (!match.hasMatch()) throw base::runtimeError(base::errors::querySyntax);
         const auto number = [&](int group) { return match.captured(group).toInt(); };
@@ -88,20 +90,19 @@ private:
 
         store::Listing open(const QString& source) override
         {
-            paper_.called(QStringLiteral("open ") + source);
+            paper_.called(u"open "_s + source);
             using enum store::FieldKind;
-            store::Listing listing{QStringLiteral("Hareket"),
-                                   {{QStringLiteral("Tarih"), date},
-                                    {QStringLiteral("Zeytin"), number},
-                                    {QStringLiteral("Yağ"), number},
-                                    {QStringLiteral("Yuzde"), number},
-                                    {QStringLiteral("HakTut"), number},
-                                    {QStringLiteral("Nakit"), money},
-                                    {QStringLiteral("CariHar"), text, 50}},
+            store::Listing listing{u"Hareket"_s,
+                                   {{u"Tarih"_s, date},
+                                    {u"Zeytin"_s, number},
+                                    {u"Yağ"_s, number},
+                                    {u"Yuzde"_s, number},
+                                    {u"HakTut"_s, number},
+                                    {u"Nakit"_s, money},
+                                    {u"CariHar"_s, text, 50}},
                                    {}};
-            static const QRegularExpression form(
-                QStringLiteral("^Select \\* From Hareket where (.*) Order By Tarih Asc$"));
-            if (source == QStringLiteral("Select * From Hareket Order By Tarih Asc;")) {
+            static const QRegularExpression form(u"^Select \\* From Hareket where (.*) Order By Tarih Asc$"_s);
+            if (source == u"Select * From Hareket Order By Tarih Asc;"_s) {
                 for (const auto& [key, row] : paper_.rows) listing.rows.push_back(key);
             } else if (const auto match = form.match(source); match.hasMatch()) {
                 listing.rows = paper_.meeting(match.captured(1));
@@ -124,7 +125,7 @@ private:
 
         store::RowKey insert(const store::Listing&, const store::Assignments& values) override
         {
-            paper_.called(QStringLiteral("insert"));
+            paper_.called(u"insert"_s);
             Row row;
             for (const auto& [position, value] : values) row.at(static_cast<std::size_t>(position)) = value;
             paper_.rows[++paper_.last_] = row;
@@ -133,41 +134,40 @@ private:
 
         void update(const store::Listing&, store::RowKey key, const store::Assignments& values) override
         {
-            paper_.called(QStringLiteral("update"));
+            paper_.called(u"update"_s);
             for (const auto& [position, value] : values)
                 paper_.rows.at(key).at(static_cast<std::size_t>(position)) = value;
         }
 
         void erase(const store::Listing&, store::RowKey row) override
         {
-            paper_.called(QStringLiteral("erase"));
+            paper_.called(u"erase"_s);
             paper_.rows.erase(row);
         }
 
         std::vector<store::RowKey> matching(const store::Listing&, const QString& criteria) override
         {
-            paper_.called(QStringLiteral("find ") + criteria);
-            if (criteria != QStringLiteral("CariHar='Toplamlar'")) throw base::runtimeError(base::errors::querySyntax);
+            paper_.called(u"find "_s + criteria);
+            if (criteria != u"CariHar='Toplamlar'"_s) throw base::runtimeError(base::errors::querySyntax);
             std::vector<store::RowKey> found;
             for (const auto& [key, row] : paper_.rows)
-                if (row[6].text() == QStringLiteral("Toplamlar")) found.push_back(key);
+                if (row[6].text() == u"Toplamlar"_s) found.push_back(key);
             return found;
         }
 
         std::size_t execute(const QString& sql) override
         {
             paper_.called(sql);
-            if (sql != QStringLiteral("DELETE FROM Hareket WHERE CariHar='Toplamlar'"))
+            if (sql != u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s)
                 throw base::runtimeError(base::errors::querySyntax);
-            return std::erase_if(paper_.rows,
-                                 [](const auto& row) { return row.second[6].text() == QStringLiteral("Toplamlar"); });
+            return std::erase_if(paper_.rows, [](const auto& row) { return row.second[6].text() == u"Toplamlar"_s; });
         }
 
         QList<store::FieldValue> aggregate(const QString& sql) override
         {
             paper_.called(sql);
-            const QString head = QStringLiteral("Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket "
-                                                "Where CariHar<>'Toplamlar' And ");
+            const QString head = u"Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket "
+                                 "Where CariHar<>'Toplamlar' And "_s;
             if (!sql.startsWith(head)) throw base::runtimeError(base::errors::querySyntax);
             QList<store::FieldValue> sums;
             for (const std::size_t column : {1, 2, 4, 5}) {
@@ -175,7 +175,7 @@ private:
                 for (const store::RowKey key : paper_.meeting(sql.mid(head.size()))) {
                     const Row& row = paper_.rows.at(key);
                     // A name that is Null is not known to differ from the reserved one.
-                    if (row[6].isNull() || row[6].text() == QStringLiteral("Toplamlar")) continue;
+                    if (row[6].isNull() || row[6].text() == u"Toplamlar"_s) continue;
                     if (const auto number = row[column].number()) sum = sum.number().value_or(0) + *number;
                 }
                 sums += sum;
@@ -185,7 +185,7 @@ private:
 
         std::unique_ptr<store::ChangeScope> change() override
         {
-            paper_.called(QStringLiteral("begin"));
+            paper_.called(u"begin"_s);
             return std::make_unique<Scope>(paper_);
         }
 
@@ -199,7 +199,7 @@ private:
             }
             void commit() override
             {
-                paper_.called(QStringLiteral("commit"));
+                paper_.called(u"commit"_s);
                 done_ = true;
             }
 

@@ -28,7 +28,7 @@ private:
     /// Starts the tool on Com1 of the folder and opens the port as soon as the link is there.
     void play(const QStringList& arguments)
     {
-        tool_.start(QStringLiteral(PRESVA_SCALE), QStringList{u"--link"_s, link_} + arguments);
+        tool_.start(QString::fromUtf8(PRESVA_SCALE), QStringList{u"--link"_s, link_} + arguments);
         QTRY_VERIFY(QFile::exists(link_) || tool_.state() == QProcess::NotRunning);
         connect(&control_, &TeraziComm::OnComm, this, [this] {
             if (control_.commEvent() == events::received) return void(fields_ += weightField(control_.input()));
@@ -127,7 +127,7 @@ void ScaleTool::mistakesAreToldAndLeaveNoLink_data()
 void ScaleTool::mistakesAreToldAndLeaveNoLink()
 {
     QFETCH(QStringList, arguments);
-    tool_.start(QStringLiteral(PRESVA_SCALE), QStringList{u"--link"_s, link_} + arguments);
+    tool_.start(QString::fromUtf8(PRESVA_SCALE), QStringList{u"--link"_s, link_} + arguments);
     QVERIFY(tool_.waitForFinished(5000));
     QCOMPARE(tool_.exitCode(), 1);
     QVERIFY(tool_.readAllStandardError().startsWith("presva-scale: "));
@@ -140,7 +140,7 @@ void ScaleTool::somebodysFileIsNotReplaced()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("mine");
     file.close();
-    tool_.start(QStringLiteral(PRESVA_SCALE), {u"--link"_s, link_});
+    tool_.start(QString::fromUtf8(PRESVA_SCALE), {u"--link"_s, link_});
     QVERIFY(tool_.waitForFinished(5000));
     QCOMPARE(tool_.exitCode(), 1);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -149,7 +149,7 @@ void ScaleTool::somebodysFileIsNotReplaced()
 
 void ScaleTool::helpIsTurkish()
 {
-    tool_.start(QStringLiteral(PRESVA_SCALE), {u"--help"_s});
+    tool_.start(QString::fromUtf8(PRESVA_SCALE), {u"--help"_s});
     QVERIFY(tool_.waitForFinished(5000));
     QCOMPARE(tool_.exitCode(), 0);
     const QString text = QString::fromUtf8(tool_.readAllStandardOutput());

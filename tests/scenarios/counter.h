@@ -11,6 +11,8 @@
 #include <memory>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// A mill's counter as a process of its own: presva-scenario on one database in a temporary folder, under Turkish
 /// settings. Build paths come from the build system (PRESVA_SCENARIO, PRESVA_MDB).
 class Counter {
@@ -48,12 +50,12 @@ public:
     QString play(const QString& scenario, const QStringList& options = {}) const
     {
         const std::unique_ptr<QProcess> process = start(scenario, options);
-        return process ? outcome(*process) : QStringLiteral("presva-scenario does not start");
+        return process ? outcome(*process) : u"presva-scenario does not start"_s;
     }
     static QString outcome(QProcess& process)
     {
         if (process.state() != QProcess::NotRunning && !process.waitForFinished(300000))
-            return QStringLiteral("presva-scenario does not end");
+            return u"presva-scenario does not end"_s;
         const QString said = QString::fromUtf8(process.readAllStandardError());
         if (process.exitStatus() != QProcess::NormalExit) return "presva-scenario crashed: " + said;
         return process.exitCode() == 0 ? QString() : "presva-scenario: " + said;

@@ -8,9 +8,11 @@
 #include <QSet>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString today = QStringLiteral("2031-11-20"); // after every pressing that a database may hold already
+const QString today = u"2031-11-20"_s; // after every pressing that a database may hold already
 const QStringList atNoon = {"--now", today + " 12:00:00"};
 
 QString contentOf(const QString& path)
@@ -65,12 +67,12 @@ QString dayAfter(const QSet<QString>& known, qsizetype customers, qsizetype pres
 }
 
 /// A customer with a tonne of olives, up to the press on "Fiş Yaz".
-const QString pressing = QStringLiteral("click YeniCmd(0)\n"
-                                        "key Sil\n"
-                                        "keys ali\n"
-                                        "click Label2(0)\n"
-                                        "keys 1000\n"
-                                        "click YazCmd(0)\n");
+const QString pressing = u"click YeniCmd(0)\n"
+                         "key Sil\n"
+                         "keys ali\n"
+                         "click Label2(0)\n"
+                         "keys 1000\n"
+                         "click YazCmd(0)\n"_s;
 
 QString printedAndStored(int count)
 {
@@ -143,9 +145,9 @@ private slots:
             const auto isIt = [&](qsizetype row) {
                 for (qsizetype i = 0; i < columns.size(); ++i) {
                     const QString found = journal.text(row, columns[i]);
-                    const bool same = i == name                            ? found == pressing[i]
-                                      : pressing[i] == QStringLiteral("*") ? true
-                                                                           : found.toDouble() == pressing[i].toDouble();
+                    const bool same = i == name               ? found == pressing[i]
+                                      : pressing[i] == u"*"_s ? true
+                                                              : found.toDouble() == pressing[i].toDouble();
                     if (!same) return false;
                 }
                 return true;

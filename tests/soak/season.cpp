@@ -36,6 +36,8 @@
 #include <random>
 #include <set>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A busy day; PRESVA_SEASON sets another number of pressings.
@@ -51,7 +53,7 @@ const QDate seasonStart(2025, 10, 1);
 double residentMemory()
 {
     ::malloc_trim(0);
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file(u"/proc/self/statm"_s);
     if (!file.open(QIODevice::ReadOnly)) return 0;
     return file.readAll().split(' ').value(1).toDouble() * static_cast<double>(::sysconf(_SC_PAGESIZE)) / 1e6;
 }
@@ -59,7 +61,7 @@ double residentMemory()
 int descriptors()
 {
     return static_cast<int>(
-        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
+        QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
 class Dice {
@@ -172,11 +174,11 @@ public:
     {
         for (app::KeyLabel* key : form->Label1)
             if (key->caption().trimmed() == caption) return tap(key);
-        QFAIL(qPrintable(QStringLiteral("the keypad has no ") + caption));
+        QFAIL(qPrintable(u"the keypad has no "_s + caption));
     }
     void type(const QString& text) const
     {
-        for (const QChar letter : text) key(letter == u' ' ? QStringLiteral("Boşluk") : QString(letter));
+        for (const QChar letter : text) key(letter == u' ' ? u"Boşluk"_s : QString(letter));
     }
 
     // ---- The scale --------------------------------------------------------------------------------------------
@@ -190,8 +192,8 @@ public:
     void plugIn()
     {
         terminal_ = std::make_unique<PseudoTerminal>();
-        QFile::remove(path(QStringLiteral("com1")));
-        QVERIFY(QFile::link(terminal_->path(), path(QStringLiteral("com1"))));
+        QFile::remove(path(u"com1"_s));
+        QVERIFY(QFile::link(terminal_->path(), path(u"com1"_s)));
     }
 };
 
@@ -205,7 +207,7 @@ struct Needs {
 
 Needs needsNow(const Mill& mill)
 {
-    const double file = static_cast<double>(QFileInfo(mill.path(QStringLiteral("Yag.mdb"))).size()) / 1e6;
+    const double file = static_cast<double>(QFileInfo(mill.path(u"Yag.mdb"_s)).size()) / 1e6;
     return {residentMemory() - file, file, descriptors()};
 }
 
@@ -258,7 +260,7 @@ void Season::takeCustomer(Mill& mill, int station)
     app::Form1& form = *mill.form;
     mill.tap(form.YeniCmd[station]);
     if (mill.dice.oneIn(3)) return; // the same one brings more
-    mill.key(QStringLiteral("Sil"));
+    mill.key(u"Sil"_s);
     const QString name = firstNames[mill.dice.upTo(10)] + u' ' + lastNames[mill.dice.upTo(10)];
     if (mill.dice.oneIn(2)) {
         mill.type(name.left(4));
@@ -267,7 +269,7 @@ void Season::takeCustomer(Mill& mill, int station)
             letEverythingHappen();
             return;
         }
-        mill.key(QStringLiteral("Sil"));
+        mill.key(u"Sil"_s);
     }
     mill.type(name);
     if (form.dbListe1->isVisible()) {
@@ -276,8 +278,7 @@ void Season::takeCustomer(Mill& mill, int station)
         letEverythingHappen();
         return;
     }
-    if (mill.dice.oneIn(4) && form.Kaydet->isVisible() && form.Kaydet->caption() == QStringLiteral("Kaydet"))
-        mill.tap(form.Kaydet);
+    if (mill.dice.oneIn(4) && form.Kaydet->isVisible() && form.Kaydet->caption() == u"Kaydet"_s) mill.tap(form.Kaydet);
 }
 
 void Season::weigh(Mill& mill, int station, int olives)
@@ -308,7 +309,7 @@ void Season::weigh(Mill& mill, int station, int olives)
     }
     if (form.Label2[station]->caption() != shown) {
         mill.tap(form.Label2[station]);
-        mill.key(QStringLiteral("Sil"));
+        mill.key(u"Sil"_s);
         mill.type(QString::number(olives));
     }
     QCOMPARE(form.Label2[station]->caption(), shown);
@@ -321,7 +322,7 @@ void Season::agreeOnPay(Mill& mill, int station)
     if (share != form.HakCmd[station]->value()) mill.tap(form.HakCmd[station]);
     QCOMPARE(form.HakVar[static_cast<std::size_t>(station)], share);
     mill.tap(share ? form.Haklbl[station] : form.NakitLbl[station]);
-    mill.key(QStringLiteral("Sil"));
+    mill.key(u"Sil"_s);
     mill.type(QString::number(share ? mill.dice.between(5, 15) : mill.dice.between(100, 900)));
 }
 
@@ -348,14 +349,13 @@ void Season::press(Mill& mill)
     if (mill.clock.now.time() > QTime(20, 0)) mill.clock.now = QDateTime(mill.clock.now.date().addDays(1), QTime(8, 0));
 
     takeCustomer(mill, station);
-    if (form.TxtLbl[station]->caption().trimmed().isEmpty() ||
-        form.TxtLbl[station]->caption() == QStringLiteral("Müşteri Seçin"))
-        mill.type(QStringLiteral("deniz"));
+    if (form.TxtLbl[station]->caption().trimmed().isEmpty() || form.TxtLbl[station]->caption() == u"Müşteri Seçin"_s)
+        mill.type(u"deniz"_s);
     const int olives = mill.dice.between(50, 9999);
     weigh(mill, station, olives);
     const int oil = std::max(10, olives / mill.dice.between(3, 7));
     mill.tap(form.Label3[station]);
-    mill.key(QStringLiteral("Sil"));
+    mill.key(u"Sil"_s);
     mill.type(QString::number(oil));
     agreeOnPay(mill, station);
     if (mill.dice.oneIn(100)) mill.refusals = mill.dice.between(1, 3);
@@ -386,7 +386,7 @@ void Season::report(Mill& mill)
     }
     store::RecordSet& rows = form.GünData.recordSet();
     QCOMPARE(static_cast<std::size_t>(rows.size()), mill.books.size() + 1);
-    QCOMPARE(rows.fieldAt(rows.size() - 1, 6).text(), QStringLiteral("Toplamlar"));
+    QCOMPARE(rows.fieldAt(rows.size() - 1, 6).text(), u"Toplamlar"_s);
     QCOMPARE(rows.fieldAt(rows.size() - 1, 1).number().value_or(-1), olives);
     QCOMPARE(rows.fieldAt(rows.size() - 1, 5).number().value_or(-1), fees);
 
@@ -442,7 +442,7 @@ void Season::plugIn(Mill& mill)
 
 void Season::compareWithJournal(Mill& mill)
 {
-    const std::filesystem::path file = mill.path(QStringLiteral("Yag.mdb")).toStdU16String();
+    const std::filesystem::path file = mill.path(u"Yag.mdb"_s).toStdU16String();
     const auto database = jet::Database::open(platform::systemDisk(), file);
     const auto text = [](const jet::RowView& row, std::size_t column) {
         return QString::fromStdU16String(std::get<std::u16string>(row.value(column)));
@@ -451,7 +451,7 @@ void Season::compareWithJournal(Mill& mill)
     std::multiset<QString> totals;
     database->table(u"Hareket").forEachRow([&](jet::RowId, const jet::RowView& row) {
         const auto figure = [&](std::size_t column) { return row.number(column).value_or(0); };
-        if (const QString name = text(row, 6); name == QStringLiteral("Toplamlar"))
+        if (const QString name = text(row, 6); name == u"Toplamlar"_s)
             totals.insert(name);
         else
             stored.push_back({name, static_cast<int>(figure(1)), figure(2), figure(4), figure(5)});
@@ -482,7 +482,7 @@ void Season::lookAtCopies(Mill& mill)
 {
     // One of each day at the counter, as long as there is room for them.
     const QDir folder(mill.path(QString::fromLatin1(store::copyFolder)));
-    const QStringList copies = folder.entryList({QStringLiteral("*")}, QDir::Files, QDir::Name);
+    const QStringList copies = folder.entryList({u"*"_s}, QDir::Files, QDir::Name);
     QCOMPARE(static_cast<std::size_t>(copies.size()), std::min(mill.days.size(), store::copiesKept));
     for (const QString& copy : {copies.first(), copies.last()}) {
         const auto database = jet::Database::open(platform::systemDisk(), folder.filePath(copy).toStdU16String(),
@@ -547,8 +547,7 @@ void Season::everyPressingIsAccountedForAndNothingGrows()
     QCOMPARE(mill.paper.sent.size(), static_cast<int>(mill.books.size()) + statements_);
     QVERIFY(mill.books.size() + static_cast<std::size_t>(mill.refused) >= static_cast<std::size_t>(wanted));
     QCOMPARE(now.descriptors, then.descriptors);
-    QVERIFY2(now.memory < then.memory * 1.05,
-             qPrintable(QStringLiteral("%1 MB, then %2 MB").arg(then.memory).arg(now.memory)));
+    QVERIFY2(now.memory < then.memory * 1.05, qPrintable(u"%1 MB, then %2 MB"_s.arg(then.memory).arg(now.memory)));
 }
 
 QTEST_MAIN(Season)

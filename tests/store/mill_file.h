@@ -13,10 +13,12 @@
 #include <memory>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// A mill's database file in memory, opened the way the screen opens it.
 class MillFile {
 public:
-    static inline const QString path = QStringLiteral("Yag.mdb");
+    static inline const QString path = u"Yag.mdb"_s;
 
     MillFile()
     {
@@ -67,10 +69,10 @@ inline QStringList texts(store::RecordSet& set, int field)
     for (int row = 0; row < set.size(); ++row) {
         try {
             const store::FieldValue value = set.fieldAt(row, field);
-            result << (value.isNull() ? QStringLiteral("-") : value.toCell(base::Regional::turkish()));
+            result << (value.isNull() ? u"-"_s : value.toCell(base::Regional::turkish()));
         } catch (const base::RuntimeError& error) {
             if (error.number() != base::errors::recordDeleted) throw;
-            result << QStringLiteral("#");
+            result << u"#"_s;
         }
     }
     return result;

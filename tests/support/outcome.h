@@ -5,6 +5,8 @@
 #include <QString>
 #include <type_traits>
 
+using namespace Qt::StringLiterals;
+
 /// The number of the run-time error that an action ends with; 0 if it ends well.
 template <class Action> int errorOf(Action&& action)
 {
@@ -22,11 +24,11 @@ template <class Action> QString outcomeOf(Action&& action)
     try {
         if constexpr (std::is_void_v<std::invoke_result_t<Action>>) {
             action();
-            return QStringLiteral("done");
+            return u"done"_s;
         } else {
             return action();
         }
     } catch (const base::RuntimeError& error) {
-        return QStringLiteral("E%1").arg(error.number());
+        return u"E%1"_s.arg(error.number());
     }
 }
