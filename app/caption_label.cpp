@@ -69,7 +69,7 @@ void CaptionLabel::setBackColor(Colour stored)
     update();
 }
 
-void CaptionLabel::onMouseMove(std::function<void()> move)
+void CaptionLabel::onMouseMove(Action move)
 {
     move_ = std::move(move);
     setMouseTracking(static_cast<bool>(move_));

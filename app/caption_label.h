@@ -25,13 +25,13 @@ public:
     Colour backColor() const { return backColor_; }
     void setBackColor(Colour stored);
 
-    void onChange(std::function<void()> change) { change_ = std::move(change); }
+    void onChange(Action change) { change_ = std::move(change); }
     /// One call for each press, the second of a quick double tap included.
-    void onClick(std::function<void()> click) { click_ = std::move(click); }
+    void onClick(Action click) { click_ = std::move(click); }
     /// The pointer, or a finger, moves over the label.
-    void onMouseMove(std::function<void()> move);
+    void onMouseMove(Action move);
     /// A finger (not the mouse) was lifted from the label.
-    void onFingerUp(std::function<void()> up) { fingerUp_ = std::move(up); }
+    void onFingerUp(Action up) { fingerUp_ = std::move(up); }
 
     /// What assistive tools call the label. Without one, its caption.
     void setSpokenName(const QString& name);
@@ -61,10 +61,10 @@ private:
     bool autoSize_ = false;
     int widest_ = QWIDGETSIZE_MAX;
     bool byFinger_ = false;
-    std::function<void()> change_;
-    std::function<void()> click_;
-    std::function<void()> move_;
-    std::function<void()> fingerUp_;
+    Action change_;
+    Action click_;
+    Action move_;
+    Action fingerUp_;
 };
 
 } // namespace app

@@ -7,13 +7,13 @@ using namespace Qt::StringLiterals;
 
 namespace app {
 
-void beginAction(QWidget* where, const std::function<void()>& action, const QString& place)
+void beginAction(QWidget* where, const Action& action, const QString& place)
 {
     if (!action) return;
     for (QWidget* above = where; above; above = above->parentWidget()) {
         if (auto* host = dynamic_cast<ActionHost*>(above)) {
             // The copy keeps the action alive even if it replaces the callback it came from.
-            const std::function<void()> kept = action;
+            const Action kept = action;
             host->run(kept, place.isEmpty() ? where->objectName() : place);
             return;
         }

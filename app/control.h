@@ -4,15 +4,38 @@
 #include <QWidget>
 #include <array>
 #include <functional>
+#include <utility>
 
 namespace app {
+
+/// What follows when the operator touches a control: the handler, and the line that gave it to the control. An
+/// exception that nobody expected does not say where it came from; its report names this line.
+class Action {
+public:
+    Action() = default;
+    template <class Handler>
+    Action(Handler handler, const char* file = __builtin_FILE(), int line = __builtin_LINE())
+        : handler_(std::move(handler)), file_(file), line_(line)
+    {
+    }
+
+    explicit operator bool() const { return static_cast<bool>(handler_); }
+    void operator()() const { handler_(); }
+    const char* file() const { return file_; }
+    int line() const { return line_; }
+
+private:
+    std::function<void()> handler_;
+    const char* file_ = "";
+    int line_ = 0;
+};
 
 /// Where the operator's actions begin and end. The screen is one; tests may be another.
 class ActionHost {
 public:
     virtual ~ActionHost() = default;
     /// Runs one whole action. Nothing it throws comes out again. `place` is the control that began it.
-    virtual void run(const std::function<void()>& action, const QString& place = {}) = 0;
+    virtual void run(const Action& action, const QString& place = {}) = 0;
     /// Whether something lies over the control, which then gets no input: neither by touch nor by keyboard.
     virtual bool covers(const QWidget& /*control*/) const { return false; }
 };
@@ -21,7 +44,7 @@ public:
 /// operator's hand did; what code does to a control runs its rule directly, so that an error travels to the
 /// statement that caused it. Does nothing for an empty action. The action is known by the name of `where`, or by
 /// `place`.
-void beginAction(QWidget* where, const std::function<void()>& action, const QString& place = {});
+void beginAction(QWidget* where, const Action& action, const QString& place = {});
 
 /// True while a frame above the control is disabled, or the screen covers it. Such a control keeps its own Enabled
 /// value and its looks; it only gets no input.

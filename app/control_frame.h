@@ -28,7 +28,7 @@ public:
     void setEnabled(bool enabled);
 
     /// Called once for each press that the operator ends over the frame's bare surface.
-    void onClick(std::function<void()> click) { click_ = std::move(click); }
+    void onClick(Action click) { click_ = std::move(click); }
 
     /// Height of the headline of a station, set by the layout; the controls start below it.
     void setHeadline(int height);
@@ -43,7 +43,7 @@ private:
     Colour backColor_ = colour::buttonFace;
     bool enabled_ = true;
     int headline_ = 0;
-    std::function<void()> click_;
+    Action click_;
 };
 
 } // namespace app

@@ -18,7 +18,7 @@ public:
     QDate value() const { return value_; }
     void setValue(QDate day); ///< error 380 for an invalid date
 
-    void onChange(std::function<void()> change) { changed_ = std::move(change); }
+    void onChange(Action change) { changed_ = std::move(change); }
     void setTextSizes(int titlePixels, int valuePixels);
 
 protected:
@@ -33,7 +33,7 @@ private:
     QDate value_;
     int titlePixels_ = 14;
     int valuePixels_ = 20;
-    std::function<void()> changed_;
+    Action changed_;
 };
 
 } // namespace app

@@ -34,7 +34,7 @@ FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner
         update();
     });
 
-    const auto button = [this](const QString& caption, const char* name, const std::function<void()>& click) {
+    const auto button = [this](const QString& caption, const char* name, const Action& click) {
         auto* made = new CommandButton(this, caption);
         made->setObjectName(QString::fromLatin1(name));
         made->onClick(click);

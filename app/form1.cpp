@@ -5,7 +5,6 @@
 #include "base/numbers.h"
 #include "base/pass_over.h"
 #include "files/error.h"
-#include "files/own_bug.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/fraction.h"
@@ -41,10 +40,11 @@ Form1::Form1(const Surroundings& surroundings)
     : DataCari(surroundings.databases), DataHar(surroundings.databases), GünData(surroundings.databases),
       DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
       keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this)),
-      log_(surroundings.directory, surroundings.now), register_(DataCari, surroundings.regional, letWeightsIn),
-      weightRecord_(surroundings.weights, log_, surroundings.now),
+      ownBugs_(counter::Log(surroundings.directory, surroundings.now)),
+      register_(DataCari, surroundings.regional, letWeightsIn),
+      weightRecord_(surroundings.weights, counter::Log(surroundings.directory, surroundings.now), surroundings.now),
       slipRoad_({DataCari, DataHar, surroundings.databases, surroundings.slips, weightRecord_, surroundings.printer,
-                 log_, surroundings.regional, surroundings.directory, surroundings.now})
+                 surroundings.backups, surroundings.regional, surroundings.directory, surroundings.now})
 {
     setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
@@ -185,7 +185,7 @@ void Form1::activate(CaptionLabel* label)
     AktifLbl->setBackColor(colour::cyan);
 }
 
-std::optional<base::RuntimeError> Form1::errorOf(const std::function<void()>& action, const QString& place)
+std::optional<base::RuntimeError> Form1::errorOf(const Action& action, const QString& place)
 {
     try {
         action();
@@ -194,21 +194,12 @@ std::optional<base::RuntimeError> Form1::errorOf(const std::function<void()>& ac
     } catch (const files::Error& error) {
         return base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        reportOwnBug(error, place);
+        if (const auto sentence = ownBugs_.heard(error, place, action.file(), action.line())) note(*sentence);
     }
     return std::nullopt;
 }
 
-void Form1::reportOwnBug(const std::exception& error, const QString& place)
-{
-    const QString sentence = QString::fromStdString(files::ownBug(place.toStdString(), error));
-    if (ownBugs_.contains(sentence)) return;
-    ownBugs_ << sentence;
-    log_.write(sentence);
-    note(sentence);
-}
-
-void Form1::run(const std::function<void()>& action, const QString& place)
+void Form1::run(const Action& action, const QString& place)
 {
     preparation_.touched();
     ++actions_;

@@ -18,7 +18,7 @@
 #include "app/status_line.h"
 #include "base/error.h"
 #include "base/regional.h"
-#include "counter/log.h"
+#include "counter/own_bugs.h"
 #include "counter/register.h"
 #include "counter/slip_road.h"
 #include "counter/weight_record.h"
@@ -104,7 +104,7 @@ public:
     /// and other programs' windows do not count.
     void activated();
 
-    void run(const std::function<void()>& action, const QString& place = {}) override;
+    void run(const Action& action, const QString& place = {}) override;
     /// The report panel lies over both stations: while it is open, nothing reaches them.
     bool covers(const QWidget& control) const override;
     /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
@@ -274,9 +274,7 @@ private:
     void wireScale();
     void wireReports();
     /// Runs an action to its end; the operator's error that it failed with, if it did. Nothing it throws comes out.
-    std::optional<base::RuntimeError> errorOf(const std::function<void()>& action, const QString& place);
-    /// Shows and logs an exception that nobody expected; the same one once, however often it comes.
-    void reportOwnBug(const std::exception& error, const QString& place);
+    std::optional<base::RuntimeError> errorOf(const Action& action, const QString& place);
     void checkInvariants() const;
     /// Of the invariants, those about one station's figures.
     void checkPay(int Index) const;
@@ -343,7 +341,7 @@ private:
     Surroundings surroundings_;
     KeyboardState keyboard_;
     std::unique_ptr<CounterScreen> counter_;
-    counter::Log log_;
+    counter::OwnBugs ownBugs_;
     counter::Register register_;
     counter::WeightRecord weightRecord_;
     counter::SlipRoad slipRoad_;
@@ -352,8 +350,7 @@ private:
     std::optional<pressing::KeptTerms> termsBeforePanel_;
     int actions_ = 0; ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
-    QStringList notes_;   ///< to be shown when they have ended
-    QStringList ownBugs_; ///< reported since the start
+    QStringList notes_; ///< to be shown when they have ended
     int scaleEvents_ = 0;
     bool scaleFaultTold_ = false; ///< in a box, since the operator last acted on the port
     QString portFault_;           ///< why the stored settings of the port could not be used; empty: they could

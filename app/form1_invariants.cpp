@@ -68,7 +68,8 @@ void Form1::checkPay([[maybe_unused]] int Index) const
 
     // 8
     if (oil && entitlement && left)
-        assert(*left == base::displayValue(base::formatNumber(*oil - *entitlement, u"#,##0", regional), regional));
+        assert(*left ==
+               base::displayValue(base::formatNumber(*oil - *entitlement, base::wholePattern, regional), regional));
 
     // 9
     if (Frame3[Index]->visible()) assert(!fee || *fee == 0);

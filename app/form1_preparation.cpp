@@ -14,18 +14,13 @@ using namespace Qt::StringLiterals;
 
 namespace app {
 
-namespace {
-
-const QString customerName = QString::fromUtf16(mill::Cari::fields[mill::Cari::Unvan].data());
-
-} // namespace
-
 void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
     preparation_.add([this] {
         bool done = true;
-        base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, customerName); });
+        const QString name = mill::text(mill::Cari::fields[mill::Cari::Unvan]);
+        base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, name); });
         return done;
     });
     const auto reasons = std::make_shared<QStringList>();

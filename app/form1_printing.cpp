@@ -36,8 +36,6 @@ void Form1::YazCmd_Click(int Index)
     slip.countContainers = [this, current] { return pressing::countContainers(*counter_, current).value; };
     status->setNotice({});
     const counter::SlipOutcome outcome = slipRoad_.printAndBook(std::move(slip), origins_.of(current));
-    if (outcome.stored && surroundings_.backups)
-        surroundings_.backups->pressingStored(DataHar.database(), surroundings_.now());
     if (outcome.printed) KapFrm[Index]->setVisible(Sayac->checked());
     captionKaydet(); // the name may have become a customer's
     status->setNotice(outcome.notice);

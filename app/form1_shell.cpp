@@ -71,8 +71,9 @@ void Form1::showFacts()
 {
     status->setPrinter(surroundings_.printer.stateText());
     if (DataHar.hasRecordSet())
-        status->setDataFile(u"Yag.mdb: %1 kayıt"_s.arg(
-            base::formatNumber(double(DataHar.recordSet().size()), u"#,##0", surroundings_.regional)));
+        status->setDataFile(u"%1: %2 kayıt"_s.arg(
+            mill::text(mill::databaseFile),
+            base::formatNumber(double(DataHar.recordSet().size()), base::wholePattern, surroundings_.regional)));
 }
 
 void Form1::journalShrunk()
@@ -94,8 +95,9 @@ void Form1::activated()
 
 void Form1::Form_Load()
 {
-    const QString file = surroundings_.directory + QDir::separator() + u"Yag.mdb"_s;
-    const QString found = base::findFile(surroundings_.directory, u"Yag.mdb").value_or(file);
+    const QString name = mill::text(mill::databaseFile);
+    const QString found =
+        base::findFile(surroundings_.directory, name).value_or(surroundings_.directory + QDir::separator() + name);
     for (store::DataSource* source : {&DataCari, &DataHar, &GünData, &DataTmp}) source->setDatabaseName(found);
     AktifKontrol = 999;
     VeriYenile(DataCari);

@@ -6,6 +6,7 @@
 #include "app/setting_names.h"
 #include "app/settings_store.h"
 #include "app/theme.h"
+#include "mill/queries.h"
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
@@ -61,7 +62,8 @@ int main(int argc, char** argv)
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), parser.value(printElse));
     const QString directory = QDir(parser.value(dir)).absolutePath();
-    store::SlipNotes slips(platform::systemDisk(), (directory + u"/Yag.mdb"_s).toStdU16String());
+    store::SlipNotes slips(platform::systemDisk(),
+                           (directory + u'/' + mill::text(mill::databaseFile)).toStdU16String());
     weights::WeightBook weights(platform::systemDisk(), directory.toStdU16String());
     store::Backups backups(platform::systemDisk(), directory.toStdU16String());
     app::Form1 form({

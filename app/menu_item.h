@@ -22,7 +22,7 @@ public:
     void setChecked(bool checked);
     /// Shows the entry as one that can carry a check mark.
     void setHasCheckMark(bool has);
-    void onClick(std::function<void()> click) { click_ = std::move(click); }
+    void onClick(Action click) { click_ = std::move(click); }
 
 private:
     void show();
@@ -31,7 +31,7 @@ private:
     QWidget* where_;
     QString caption_;
     bool checked_ = false;
-    std::function<void()> click_;
+    Action click_;
 };
 
 } // namespace app

@@ -27,7 +27,7 @@ public:
 
     const QString& text() const { return text_; } ///< the entry picked last
     /// The operator picked an entry; text() is that entry. Called as an action of the screen.
-    void onClick(std::function<void()> click) { click_ = std::move(click); }
+    void onClick(Action click) { click_ = std::move(click); }
     /// Picks a row as a tap does. Does nothing for a row that is not there.
     void pick(int row);
 
@@ -60,7 +60,7 @@ private:
     void press(int row);
 
     TextRows* rows_;
-    std::function<void()> click_;
+    Action click_;
     QString text_;
     int chosen_ = -1;
     int pressed_ = -1;

@@ -18,6 +18,8 @@ namespace base {
 // the pattern has one, even if no decimal follows ("850," for 850 with "#,##0.###"), and the minus sign whenever the
 // value is below zero, even if every shown digit is 0 ("-0").
 
+inline constexpr QStringView wholePattern = u"#,##0"; ///< of amounts without a fraction
+
 QString formatNumber(double value, QStringView pattern, const Regional& regional);
 
 /// A caption: a numeric text is formatted, any other text (the empty one too) comes back unchanged, without the tail.

@@ -34,7 +34,7 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& fro
     outcome.stored = book(at_.customers, at_.journal, *note, at_.regional);
     const auto keepsItsNote = [&](const QString& why) {
         outcome.notice = described(*note) + why + u"; notu duruyor, yeniden denenecek"_s;
-        at_.log.write(outcome.notice);
+        log_.write(outcome.notice);
     };
     if (!outcome.stored)
         keepsItsNote(u" basıldı, kaydı yapılamadı"_s);
@@ -42,6 +42,7 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& fro
         keepsItsNote(u" basıldı ve kaydedildi, tartım defterine yazılamadı"_s);
     else
         passOver([&] { at_.notes.strike(); });
+    if (outcome.stored && at_.backups) at_.backups->pressingStored(at_.journal.database(), at_.now());
     return outcome;
 }
 
@@ -121,14 +122,14 @@ QString SlipRoad::recover()
         at_.notes.strike();
         return {};
     }
-    const auto settled = [&](const QString& what) {
+    const auto closed = [&](const QString& what) {
         at_.notes.strike();
-        at_.log.write(described(*slip) + what);
+        log_.write(described(*slip) + what);
         return QString();
     };
     const auto stored = [&](const QString& what) {
         at_.weights.write(*slip, at_.regional);
-        return settled(what);
+        return closed(what);
     };
     bool taken = false;
     if (const auto error = passOver([&] { taken = at_.printer.taken(slip->job); }))
@@ -137,7 +138,7 @@ QString SlipRoad::recover()
                                                             "sorulacak."_s);
     if (!taken) {
         at_.printer.cancel(slip->job);
-        return settled(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
+        return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
     const QString database = at_.customers.databaseName();
     const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
@@ -170,7 +171,7 @@ void SlipRoad::beforeDeletion(const std::optional<QString>& customer)
 QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)
 {
     QString notice = described(slip) + u": basılmış, kaydedilemiyor (%1); notu: %2"_s.arg(why, at_.notes.setAside());
-    at_.log.write(notice);
+    log_.write(notice);
     return notice;
 }
 

@@ -5,6 +5,7 @@
 #include "counter/weight_record.h"
 #include "print/print_target.h"
 #include "print/slip.h"
+#include "store/backups.h"
 #include "store/data_source.h"
 #include "store/slip_note.h"
 
@@ -22,7 +23,7 @@ struct SlipPlaces {
     store::SlipNotes& notes;
     WeightRecord& weights;
     print::PrintTarget& printer;
-    Log& log;
+    store::Backups* backups; ///< the copies of the database; none: it is not copied
     base::Regional regional;
     QString directory; ///< where the mill's own header lines lie
     std::function<QDateTime()> now;
@@ -38,7 +39,7 @@ struct SlipOutcome {
 };
 
 /// The road of a slip: composed, tried against the tables, given a job's number, noted beside the database, sent,
-/// booked, its line written into the book of weights, and its note struck out.
+/// booked, its line written into the book of weights, its note struck out, and the day's copy begun.
 ///
 /// What holds, wherever the program or the power stops: as many pressings are booked as slips were taken over by the
 /// printer, once recover() has run. The note is on the disk before a page leaves, and leaves the disk only after the
@@ -46,12 +47,12 @@ struct SlipOutcome {
 /// where one was nevertheless (the tables have changed since), its note is kept as a file of its own.
 class SlipRoad {
 public:
-    explicit SlipRoad(SlipPlaces places) : at_(std::move(places)) {}
+    explicit SlipRoad(SlipPlaces places) : at_(std::move(places)), log_(at_.directory, at_.now) {}
 
-    /// Prints the slip and books its pressing; its moment and header lines are filled in here. What could not be
-    /// stored is not printed, and what is not printed is not booked. A printed pressing that the disk refuses keeps its
-    /// note, and no further slip is printed until that one is booked. Throws error 3027 for a journal that takes no
-    /// rows, before anything is printed.
+    /// Prints the slip and books its pressing, of which the day's copy may begin; its moment and header lines are
+    /// filled in here. What could not be stored is not printed, and what is not printed is not booked. A printed
+    /// pressing that the disk refuses keeps its note, and no further slip is printed until that one is booked. Throws
+    /// error 3027 for a journal that takes no rows, before anything is printed.
     SlipOutcome printAndBook(print::Slip slip, const mill::Provenance& from = {});
 
     /// Takes up the note that a stop in the middle of a slip has left: a slip that the printer took over is booked,
@@ -72,6 +73,7 @@ private:
     QString setAside(const store::SlipNote& slip, const QString& why);
 
     SlipPlaces at_;
+    Log log_;
 };
 
 } // namespace counter

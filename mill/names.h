@@ -8,6 +8,9 @@
 /// Fields are addressed by their position far more often than by name: the order is part of the file, never reorder.
 namespace mill {
 
+/// The database of a mill, in the program's directory.
+inline constexpr std::u16string_view databaseFile = u"Yag.mdb";
+
 /// The customer register: one row for each customer, with the terms last used.
 struct Cari {
     static constexpr std::u16string_view table = u"Cari";

@@ -10,6 +10,9 @@ namespace {
 
 constexpr QChar quote = u'\'';
 
+QString name(Cari::Field field) { return text(Cari::fields[field]); }
+QString name(Hareket::Field field) { return text(Hareket::fields[field]); }
+
 QString refusing(const QString& name)
 {
     if (name.contains(quote))
@@ -26,35 +29,47 @@ QString doubling(QString name) { return quote + name.replace(quote, u"''"_s) + q
 
 QString customerSearch(const QString& typed)
 {
-    return u"Select * From Cari where Unvan Like "_s + refusing(typed).chopped(1) + u"*' Order By Unvan Asc"_s;
+    return u"Select * From "_s + customerTable + u" where "_s + name(Cari::Unvan) + u" Like "_s +
+           refusing(typed).chopped(1) + u"*' Order By "_s + name(Cari::Unvan) + u" Asc"_s;
 }
 
-QString customerCriteria(const QString& name) { return u"Unvan="_s + refusing(name); }
+QString customerCriteria(const QString& customer) { return name(Cari::Unvan) + u'=' + refusing(customer); }
 
-QString customerNamed(const QString& name) { return u"Select * From Cari Where Unvan="_s + doubling(name); }
+QString customerNamed(const QString& customer)
+{
+    return u"Select * From "_s + customerTable + u" Where "_s + name(Cari::Unvan) + u'=' + doubling(customer);
+}
 
 QString deletePressingsOf(const QString& customer)
 {
-    return u"DELETE FROM Hareket Where CariHar="_s + refusing(customer);
+    return deletePressings + u" Where "_s + name(Hareket::CariHar) + u'=' + refusing(customer);
 }
 
 QString periodCondition(QDate first, QDate last)
 {
-    return u"Tarih>="_s + base::dateLiteral(first, u"00:00:00") + u" And Tarih<="_s +
+    const QString date = name(Hareket::Tarih);
+    return date + u">="_s + base::dateLiteral(first, u"00:00:00") + u" And "_s + date + u"<="_s +
            base::dateLiteral(last, u"23:59:59");
 }
 
-QString andOfCustomer(const QString& name) { return u" And CariHar="_s + refusing(name); }
+QString andOfCustomer(const QString& customer)
+{
+    return u" And "_s + name(Hareket::CariHar) + u'=' + refusing(customer);
+}
 
 QString pressingsWhere(const QString& condition)
 {
-    return u"Select * From Hareket where "_s + condition + u" Order By Tarih Asc"_s;
+    return u"Select * From "_s + journalTable + u" where "_s + condition + u" Order By "_s + name(Hareket::Tarih) +
+           u" Asc"_s;
 }
 
 QString sumsWhere(const QString& condition)
 {
-    return u"Select Sum(Zeytin),Sum(Yağ),Sum(HakTut),Sum(Nakit) FROM Hareket Where CariHar<>'Toplamlar' And "_s +
-           condition;
+    QStringList sums;
+    for (const auto field : {Hareket::Zeytin, Hareket::Yağ, Hareket::HakTut, Hareket::Nakit})
+        sums << u"Sum("_s + name(field) + u')';
+    return u"Select "_s + sums.join(u',') + u" FROM "_s + journalTable + u" Where "_s + name(Hareket::CariHar) +
+           u"<>'"_s + totalsName + u"' And "_s + condition;
 }
 
 } // namespace mill

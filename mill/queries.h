@@ -15,34 +15,38 @@ namespace mill {
 
 using namespace Qt::StringLiterals;
 
-inline const QString customerTable = QString::fromStdU16String(std::u16string(Cari::table));
-inline const QString journalTable = QString::fromStdU16String(std::u16string(Hareket::table));
-inline const QString totalsName = QString::fromStdU16String(std::u16string(reserved::totals));
-inline const QString customerPrompt = QString::fromStdU16String(std::u16string(reserved::prompt));
+/// One of the names of mill/names.h as Qt holds texts.
+inline QString text(std::u16string_view name) { return QStringView(name).toString(); }
+
+inline const QString customerTable = text(Cari::table);
+inline const QString journalTable = text(Hareket::table);
+inline const QString totalsName = text(reserved::totals);
+inline const QString customerPrompt = text(reserved::prompt);
 
 // ---- The register ----
 
-QString customerSearch(const QString& typed);  ///< names that begin with what was typed, in name order; refuses
-QString customerCriteria(const QString& name); ///< Unvan='name'; refuses
-QString customerNamed(const QString& name);    ///< the rows of exactly that name; doubles
-inline const QString deleteCustomers = u"DELETE FROM Cari"_s;
+QString customerSearch(const QString& typed);      ///< names that begin with what was typed, in name order; refuses
+QString customerCriteria(const QString& customer); ///< Unvan='name'; refuses
+QString customerNamed(const QString& customer);    ///< the rows of exactly that name; doubles
+inline const QString deleteCustomers = u"DELETE FROM "_s + customerTable;
 
 // ---- The journal ----
 
-inline const QString wholeJournal = u"Select * From Hareket Order By Tarih Asc;"_s;
+inline const QString wholeJournal =
+    u"Select * From "_s + journalTable + u" Order By "_s + text(Hareket::fields[Hareket::Tarih]) + u" Asc;"_s;
 QString deletePressingsOf(const QString& customer); ///< refuses
-inline const QString deletePressings = u"DELETE FROM Hareket"_s;
+inline const QString deletePressings = u"DELETE FROM "_s + journalTable;
 
 // ---- The report ----
 
 /// "Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#": both days whole, month first, whatever the regional
 /// settings say.
 QString periodCondition(QDate first, QDate last);
-QString andOfCustomer(const QString& name); ///< " And CariHar='name'"; refuses
+QString andOfCustomer(const QString& customer); ///< " And CariHar='name'"; refuses
 QString pressingsWhere(const QString& condition);
 /// The four sums in the order of the journal's fields; the totals row of an earlier report never counts.
 QString sumsWhere(const QString& condition);
-inline const QString deleteTotals = u"DELETE FROM Hareket WHERE CariHar='Toplamlar'"_s;
-inline const QString totalsCriteria = u"CariHar='Toplamlar'"_s;
+inline const QString totalsCriteria = text(Hareket::fields[Hareket::CariHar]) + u"='"_s + totalsName + u'\'';
+inline const QString deleteTotals = deletePressings + u" WHERE "_s + totalsCriteria;
 
 } // namespace mill

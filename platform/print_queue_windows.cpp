@@ -217,7 +217,7 @@ private:
         }
     }
 
-    /// Whoever goes on to the next job, or leaves, has settled the last one: it may leave the list.
+    /// Whoever goes on to the next job, or leaves, is done with the last one: it may leave the list.
     void letGoOfPrinted() noexcept
     {
         if (printed_ != 0) control(std::exchange(printed_, 0), releaseJob);

@@ -29,7 +29,8 @@ template <class Amount> Amount read(const StationScreen& screen, Display<Amount>
 
 /// Shows an amount in that pattern, and lets everything follow that follows from it.
 template <class Amount>
-void show(StationScreen& screen, Display<Amount> display, int station, Amount amount, QStringView pattern = u"#,##0")
+void show(StationScreen& screen, Display<Amount> display, int station, Amount amount,
+          QStringView pattern = base::wholePattern)
 {
     screen.setCaption(display.field, station, base::formatNumber(amount.value, pattern, screen.regional()));
 }

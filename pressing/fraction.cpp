@@ -44,7 +44,7 @@ void finishFraction(StationScreen& screen)
     const bool percentage = screen.activeName() == nameOf(Field::Haklbl);
     if (!percentage && screen.activeName() != nameOf(Field::NakitLbl)) return;
     const auto unfinished = unfinishedFraction(screen.activeCaption(), percentage ? percentageDecimals : feeDecimals,
-                                               percentage ? u"#0" : u"#,##0", screen.regional());
+                                               percentage ? percentPattern : base::wholePattern, screen.regional());
     if (unfinished) screen.setActiveCaption(unfinished->whole);
 }
 

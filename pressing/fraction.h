@@ -8,8 +8,11 @@
 /// be the first of two: such a text is shown as it stands and counts as the whole number before its mark.
 namespace pressing {
 
-inline constexpr int percentageDecimals = 2; ///< of the pattern "#0.##"
-inline constexpr int feeDecimals = 3;        ///< of the pattern "#,##0.###"
+inline constexpr QStringView percentPattern = u"#0"; ///< of a whole percentage
+inline constexpr QStringView percentFractionPattern = u"#0.##";
+inline constexpr QStringView fractionPattern = u"#,##0.###"; ///< of oil and fee
+inline constexpr int percentageDecimals = 2;                 ///< of percentFractionPattern
+inline constexpr int feeDecimals = 3;                        ///< of fractionPattern
 
 /// A whole number, a mark, and zeros behind it, fewer than the pattern has decimals.
 struct UnfinishedFraction {

@@ -23,7 +23,7 @@ template <class Amount>
 Amount reformat(StationScreen& screen, Display<Amount> display, int station, QStringView fractionalPattern)
 {
     const Amount amount = read(screen, display, station);
-    show(screen, display, station, amount, isFractional(amount) ? fractionalPattern : u"#,##0");
+    show(screen, display, station, amount, isFractional(amount) ? fractionalPattern : base::wholePattern);
     return amount;
 }
 
@@ -46,7 +46,8 @@ void cutToPercentage(StationScreen& screen)
 {
     if (screen.activeCaption().isEmpty()) screen.setActiveCaption(zero);
     if (screen.activeCaption().size() > 5) screen.setActiveCaption(screen.activeCaption().left(5));
-    const auto unfinished = unfinishedFraction(screen.activeCaption(), percentageDecimals, u"#0", screen.regional());
+    const auto unfinished =
+        unfinishedFraction(screen.activeCaption(), percentageDecimals, percentPattern, screen.regional());
     if (unfinished && unfinished->whole.size() <= 2) return screen.setActiveCaption(unfinished->shown);
 
     const Percent typed{base::displayValue(screen.activeCaption(), screen.regional())};
@@ -54,7 +55,8 @@ void cutToPercentage(StationScreen& screen)
         screen.setActiveCaption(screen.activeCaption().left(2));
     const QString text = screen.activeCaption();
     const bool hasMark = text.contains(u'.') || text.contains(u',');
-    screen.setActiveCaption(formatWithoutMark(text, hasMark ? u"#0.##" : u"#0", screen.regional()));
+    screen.setActiveCaption(
+        formatWithoutMark(text, hasMark ? percentFractionPattern : percentPattern, screen.regional()));
 }
 
 } // namespace
@@ -71,7 +73,7 @@ void olivesChanged(StationScreen& screen, int station)
 void oilChanged(StationScreen& screen, int station)
 {
     zeroIfEmpty(screen, Field::Label3, station);
-    const Kilogram oil = reformat(screen, displays::oil, station, u"#,##0.###");
+    const Kilogram oil = reformat(screen, displays::oil, station, fractionPattern);
     if (!isFractional(oil)) screen.setCaption(Field::HakTut, station, zero);
     showHandedOver(screen, station); // the entitlement may have been 0 before
 
@@ -107,12 +109,12 @@ void feeChanged(StationScreen& screen, int station)
     const QString fee = screen.caption(Field::NakitLbl, station);
     const bool typedHere = screen.isHighlighted(Field::NakitLbl, station);
     if (typedHere)
-        if (const auto unfinished = unfinishedFraction(fee, feeDecimals, u"#,##0", screen.regional()))
+        if (const auto unfinished = unfinishedFraction(fee, feeDecimals, base::wholePattern, screen.regional()))
             return screen.setActiveCaption(unfinished->shown);
 
     const bool fractional = isFractional(read(screen, displays::fee, station));
-    screen.setActiveCaption(
-        formatWithoutMark(screen.activeCaption(), fractional ? u"#,##0.###" : u"#,##0", screen.regional()));
+    screen.setActiveCaption(formatWithoutMark(screen.activeCaption(), fractional ? fractionPattern : base::wholePattern,
+                                              screen.regional()));
 }
 
 void shareWorkedOut(StationScreen& screen, int station)

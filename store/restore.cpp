@@ -22,16 +22,15 @@ Path withSuffix(Path path, const std::string& suffix) { return path += suffix; }
 /// The database of a directory, whatever the case of its name; as it would be named where there is none.
 Path databaseIn(files::Disk& disk, const Path& directory)
 {
-    const auto lower = [](std::string text) {
+    const auto lower = [](std::u16string text) {
         std::ranges::transform(text, text.begin(),
-                               [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+                               [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c - u'A' + u'a') : c; });
         return text;
     };
-    Path usual = directory / "Yag.mdb";
+    Path usual = directory / mill::databaseFile;
     if (disk.exists(usual)) return usual;
     for (const Path& name : disk.names(directory)) {
-        const std::u8string utf8 = name.u8string();
-        if (lower(std::string(utf8.begin(), utf8.end())) == "yag.mdb") return directory / name;
+        if (lower(name.u16string()) == lower(std::u16string(mill::databaseFile))) return directory / name;
     }
     return usual;
 }
@@ -89,7 +88,7 @@ public:
     {
         if (!disk.exists(database)) return;
         try {
-            pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // settles a journal
+            pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // puts a journal right
             if (!pager_->writable())
                 throw files::Error(files::Fault::noPermission,
                                    files::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");

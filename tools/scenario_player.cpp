@@ -1,6 +1,7 @@
 #include "tools/scenario_player.h"
 
 #include "base/letters.h"
+#include "mill/queries.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
@@ -58,8 +59,7 @@ Player::Player(const PlayerOptions& options) : options_(options), databases_(pla
     }
     printer_ = std::make_unique<WatchedTarget>(std::move(target));
     line_ = std::make_unique<ScaleLine>(options_.directory);
-    slips_ = std::make_unique<store::SlipNotes>(platform::systemDisk(),
-                                                (options_.directory + u"/Yag.mdb"_s).toStdU16String());
+    slips_ = std::make_unique<store::SlipNotes>(platform::systemDisk(), databaseFile().toStdU16String());
     weights_ = std::make_unique<weights::WeightBook>(platform::systemDisk(), options_.directory.toStdU16String());
     backups_ = std::make_unique<store::Backups>(platform::systemDisk(), options_.directory.toStdU16String());
     if (options_.now.isValid()) clockOffset_ = QDateTime::currentDateTime().msecsTo(options_.now);
@@ -422,10 +422,12 @@ void Player::cell(int row, int column, const QString& value)
     if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
 }
 
+QString Player::databaseFile() const { return options_.directory + u'/' + mill::text(mill::databaseFile); }
+
 void Player::table(const QString& name, int count)
 {
     const std::shared_ptr<store::Engine> database =
-        databases_.open(form_ ? form_->DataCari.databaseName() : options_.directory + "/Yag.mdb");
+        databases_.open(form_ ? form_->DataCari.databaseName() : databaseFile());
     const std::size_t found = database->open(name).rows.size();
     if (found != static_cast<std::size_t>(count)) throw Failure{u"expected %1 rows, found %2"_s.arg(count).arg(found)};
 }

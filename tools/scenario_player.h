@@ -67,6 +67,7 @@ private:
     void await(const QString& file);
     void shot(const QString& name);
 
+    QString databaseFile() const;
     QWidget* window() const; ///< the dialog in front, or the screen
     QObject* find(const QString& control) const;
     QString property(const QString& control, const QString& property) const;

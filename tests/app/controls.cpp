@@ -21,7 +21,7 @@ namespace {
 /// A window that runs actions as the screen does: it notes the error and goes on.
 class Host : public QWidget, public ActionHost {
 public:
-    void run(const std::function<void()>& action, const QString&) override
+    void run(const Action& action, const QString&) override
     {
         ++actions;
         try {

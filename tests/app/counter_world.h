@@ -2,7 +2,7 @@
 
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_printer.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include <QTest>
 #include <functional>
 

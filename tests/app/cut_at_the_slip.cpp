@@ -3,7 +3,7 @@
 #include "store/jet/care/check.h"
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_queue.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include "weights/verification.h"
 
 #include <QtTest>
@@ -101,12 +101,11 @@ class CutAtTheSlip : public QObject {
         store::DataSource customers(books), journal(books);
         customers.setDatabaseName(QString::fromStdU16String(file.u16string()));
         const QString folder = QString::fromStdU16String(file.parent_path().u16string());
-        counter::Log log(folder, [] { return QDateTime(); });
         const auto now = [] { return QDateTime({2025, 11, 20}, {14, 30}); };
         weights::WeightBook book(*world.disk, file.parent_path());
-        counter::WeightRecord record(book, log, now);
+        counter::WeightRecord record(book, counter::Log(folder, [] { return QDateTime(); }), now);
         counter::SlipRoad(
-            {customers, journal, books, notes, record, target, log, base::Regional::turkish(), folder, now})
+            {customers, journal, books, notes, record, target, nullptr, base::Regional::turkish(), folder, now})
             .recover();
         world.disk->beforeEachChange = nullptr;
     }

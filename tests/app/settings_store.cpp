@@ -2,12 +2,12 @@
 #include "app/setting_names.h"
 #include "base/error.h"
 #include "base/numbers.h"
+#include "tests/doors/fake_registry.h"
 #include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-#include <map>
 #include <utility>
 
 using namespace app;
@@ -18,24 +18,6 @@ namespace {
 
 const QString title = programTitle;
 const QString properties = u"Properties"_s;
-
-/// A registry in memory, which can be told to refuse.
-class PaperRegistry final : public platform::Registry {
-public:
-    std::optional<std::u16string> text(const std::u16string& branch, const std::u16string& name) override
-    {
-        const auto found = texts.find({branch, name});
-        return found == texts.end() ? std::nullopt : std::optional(found->second);
-    }
-    void setText(const std::u16string& branch, const std::u16string& name, const std::u16string& text) override
-    {
-        if (refusing) throw platform::RegistryError("set value: error 5");
-        texts[{branch, name}] = text;
-    }
-
-    std::map<std::pair<std::u16string, std::u16string>, std::u16string> texts;
-    bool refusing = false;
-};
 
 } // namespace
 
@@ -303,8 +285,8 @@ void SettingsStoreTest::folderThatCannotBeMadeIsAnError()
 
 void SettingsStoreTest::registryTakesThePlaceOfFiles()
 {
-    auto owned = std::make_unique<PaperRegistry>();
-    PaperRegistry& registry = *owned;
+    auto owned = std::make_unique<FakeRegistry>();
+    FakeRegistry& registry = *owned;
     SettingsStore store(std::move(owned));
     const std::pair place(u"Software\\VB and VBA Program Settings\\Mendrik Presva\\Properties"s, u"Settings"s);
 
@@ -320,7 +302,7 @@ void SettingsStoreTest::registryTakesThePlaceOfFiles()
 
 void SettingsStoreTest::refusalOfTheRegistryIsAnError()
 {
-    auto registry = std::make_unique<PaperRegistry>();
+    auto registry = std::make_unique<FakeRegistry>();
     registry->refusing = true;
     SettingsStore store(std::move(registry));
     QCOMPARE(outcomeOf([&] {

@@ -108,10 +108,10 @@ struct Mill {
     store::DataSource customers{databases}, journal{databases};
     store::SlipNotes notes{platform::systemDisk(), database().toStdString()};
     FakePrinter printer;
-    counter::Log written{folder.path(), clock.hands()};
+    store::Backups backups{platform::systemDisk(), folder.path().toStdU16String()};
     weights::WeightBook book{platform::systemDisk(), folder.path().toStdString()};
-    counter::WeightRecord weights{book, written, clock.hands()};
-    counter::SlipRoad road{{customers, journal, databases, notes, weights, printer, written, Regional::turkish(),
+    counter::WeightRecord weights{book, counter::Log(folder.path(), clock.hands()), clock.hands()};
+    counter::SlipRoad road{{customers, journal, databases, notes, weights, printer, &backups, Regional::turkish(),
                             folder.path(), clock.hands()}};
     std::shared_ptr<store::Engine> engine;
 };
@@ -254,6 +254,20 @@ private slots:
         mill.weights.tellEnd(); // and nothing new
         QCOMPARE(mill.log().size(), 2);
         QVERIFY(mill.bookAgrees());
+    }
+
+    void theFirstSlipOfADayBeginsItsCopy()
+    {
+        Mill mill;
+        mill.printer.failAt = FakePrinter::Step::send;
+        QVERIFY(!mill.road.printAndBook(mill.slip("Ali")).stored);
+        mill.backups.wait();
+        const QString copy = mill.folder.filePath("Yedek/Yag-2025-11-20.mdb");
+        QVERIFY(!QFile::exists(copy));
+        mill.printer.failAt.reset();
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        mill.backups.wait();
+        QVERIFY(QFile::exists(copy));
     }
 
     void theNoteIsOnTheDiskBeforeAPageLeaves()

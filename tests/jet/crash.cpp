@@ -1,8 +1,8 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/jet/mixed_work.h"
-#include "tests/jet/power_cut_disk.h"
 #include "tests/support/fault.h"
 #include "tests/support/text.h"
 

@@ -1,5 +1,5 @@
+#include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
-#include "tests/jet/power_cut_disk.h"
 #include "tests/support/bytes.h"
 #include "tests/support/table.h"
 

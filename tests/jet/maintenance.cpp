@@ -2,8 +2,8 @@
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/format/doors.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/jet/mixed_work.h"
-#include "tests/jet/power_cut_disk.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "store/jet/pages/pager.h"
 
 #include "store/jet/format/doors.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
-#include "tests/jet/power_cut_disk.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 

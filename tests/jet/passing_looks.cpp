@@ -1,7 +1,7 @@
 #include "store/jet/pages/pager.h"
 
+#include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
-#include "tests/jet/power_cut_disk.h"
 #include "tests/support/fault.h"
 
 #include <gtest/gtest.h>

@@ -7,7 +7,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include <QTest>
 
 using namespace reports;

@@ -4,7 +4,7 @@
 #include "reports/period_report.h"
 #include "store/jet/care/check.h"
 #include "store/jet_engine.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include <QTest>
 
 using namespace reports;

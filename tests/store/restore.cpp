@@ -4,7 +4,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/pages/journal.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "files/disk.h"
-#include "store/jet/format/doors.h"
 
 #include <algorithm>
 #include <cstring>
