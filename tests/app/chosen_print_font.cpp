@@ -53,121 +53,119 @@ class ChosenPrintFont : public QObject {
 private slots:
     void initTestCase() { applyTheme(*qApp); }
     void standsOnTheSlip_data() { choices(); }
-    void standsOnTheSlip();
+
+    void standsOnTheSlip()
+    {
+        NEEDS_PDF_TOOLS;
+        QFETCH(bool, bold);
+        Counter counter;
+        prepare(counter);
+        counter.pressingOf(u"ali"_s);
+        Counter::click(counter.form.YazCmd[0]);
+        QCOMPARE(counter.paper.printed.size(), std::size_t(1));
+        const QByteArray& pdf = counter.paper.printed.front().pdf;
+        // The head is bold whatever was chosen, one line for each item, and nothing for the empty line.
+        QCOMPARE(linesOf(pdf).first(3),
+                 (QStringList{u"Mendrik Fabrikasi"_s, u"Ayvalik"_s, u"Zeytin Yolu 5, Merkez"_s}));
+        checkLine(pdf, u"Mendrik Fabrikasi"_s, true);
+        checkLine(pdf, u"Zeytin Yolu 5, Merkez"_s, true);
+        checkLine(pdf, u"20 Kasım 2025 Perşembe 14:05"_s, bold);
+        checkLine(pdf, u"Sıkılacak Zeytin KG"_s, bold);
+        checkLine(pdf, u"0 TL"_s, bold, 6);
+        checkLine(pdf, u"Bilgi Fişidir Mali Değer Taşımaz"_s, bold, -5);
+    }
+
     void standsOnTheStatement_data() { choices(); }
-    void standsOnTheStatement();
+
+    void standsOnTheStatement()
+    {
+        NEEDS_PDF_TOOLS;
+        QFETCH(bool, bold);
+        Counter counter;
+        prepare(counter);
+        Form1& form = counter.form;
+        QFile columns(counter.folder.filePath(u"Grid1.txt"_s)); // the table fits in letters of any of the sizes
+        QVERIFY(columns.open(QIODevice::WriteOnly));
+        columns.write(
+            "2800,#TRUE#\r\n1500,#TRUE#\r\n1400,#TRUE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1500,#TRUE#\r\n");
+        columns.close();
+        Counter::click(form.GünlükCmd);
+        Counter::click(form.Option1[1]);
+        form.run([&] { form.DTPickerBas->setValue(QDate(2025, 11, 3)); });
+        Counter::click(form.KapatCmd[1]);
+        QCOMPARE(counter.paper.printed.size(), std::size_t(1));
+        const QByteArray& pdf = counter.paper.printed.front().pdf;
+        QCOMPARE(linesOf(pdf).first(5), (QStringList{u"Mendrik Fabrikasi"_s, u"Ayvalik"_s, u"Zeytin Yolu 5, Merkez"_s,
+                                                     u"Cari Hesap Dökümü"_s, u"03 Kasım 2025 Pazartesi"_s}));
+        checkLine(pdf, u"Ayvalik"_s, true);
+        checkLine(pdf, u"Cari Hesap Dökümü"_s, true);
+        checkLine(pdf, u"03 Kasım 2025 Pazartesi"_s, bold);
+        checkLine(pdf, u"Giren Zeytin"_s, bold);
+        checkLine(pdf, u"Ali"_s, bold);
+        checkLine(pdf, u"Toplamlar"_s, bold);
+    }
 
 private:
-    static void choices();
+    static void choices()
+    {
+        QTest::addColumn<QString>("face");
+        QTest::addColumn<double>("size");
+        QTest::addColumn<bool>("bold");
+        QTest::addColumn<bool>("italic");
+        QTest::newRow("as at first") << u"Arial"_s << 8.0 << false << false;
+        QTest::newRow("another face") << u"Times New Roman"_s << 9.0 << false << false;
+        QTest::newRow("half points") << u"Arial"_s << 10.5 << false << false;
+        QTest::newRow("bold") << u"Arial"_s << 8.0 << true << false;
+        QTest::newRow("italic") << u"Courier New"_s << 7.0 << false << true;
+        QTest::newRow("bold and italic") << u"Times New Roman"_s << 9.0 << true << true;
+    }
+
     /// The font is chosen as an operator does it; the mill's lines and a customer are there.
-    static void prepare(Counter& counter);
+
+    static void prepare(Counter& counter)
+    {
+        QFETCH(QString, face);
+        QFETCH(double, size);
+        QFETCH(bool, bold);
+        QFETCH(bool, italic);
+        QFile header(counter.folder.filePath(u"Presva.Txt"_s));
+        QVERIFY(header.open(QIODevice::WriteOnly));
+        header.write("Mendrik Fabrikasi, Ayvalik\r\n\r\n\"Zeytin Yolu 5, Merkez\"\r\n");
+        header.close();
+        counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5));
+        counter.paper.sheet = print::Paper::a4(); // nothing is wider
+        counter.addCustomer(u"Ali"_s);
+        counter.addPressing(u"Ali"_s);
+        counter.form.start();
+        counter.prompt.font = FontChoice{face, static_cast<float>(size), bold, italic};
+        counter.form.YazFont->trigger();
+    }
+
     /// The line of the page with that text in it; fails the test if it is not there.
-    static PrintedLine lineOf(const QByteArray& pdf, const QString& text);
+
+    static PrintedLine lineOf(const QByteArray& pdf, const QString& text)
+    {
+        const QList<PrintedLine> lines = printedLines(pdf);
+        for (const PrintedLine& line : lines)
+            if (line.text.contains(text)) return line;
+        QTest::qFail(qPrintable(u"not printed: "_s + text), __FILE__, __LINE__);
+        return {};
+    }
+
     /// The line is in the chosen face and italic as chosen, that many points larger than chosen.
-    static void checkLine(const QByteArray& pdf, const QString& text, bool bold, double larger = 0);
+
+    static void checkLine(const QByteArray& pdf, const QString& text, bool bold, double larger = 0)
+    {
+        QFETCH(QString, face);
+        QFETCH(double, size);
+        QFETCH(bool, italic);
+        const PrintedLine line = lineOf(pdf, text);
+        QCOMPARE(line.family, print::availableFace(face).remove(u' '));
+        QVERIFY2(qAbs(line.points - (size + larger)) <= 0.2, qPrintable(u"%1: %2"_s.arg(text).arg(line.points)));
+        QCOMPARE(line.bold, bold);
+        QCOMPARE(line.italic, italic);
+    }
 };
-
-void ChosenPrintFont::choices()
-{
-    QTest::addColumn<QString>("face");
-    QTest::addColumn<double>("size");
-    QTest::addColumn<bool>("bold");
-    QTest::addColumn<bool>("italic");
-    QTest::newRow("as at first") << u"Arial"_s << 8.0 << false << false;
-    QTest::newRow("another face") << u"Times New Roman"_s << 9.0 << false << false;
-    QTest::newRow("half points") << u"Arial"_s << 10.5 << false << false;
-    QTest::newRow("bold") << u"Arial"_s << 8.0 << true << false;
-    QTest::newRow("italic") << u"Courier New"_s << 7.0 << false << true;
-    QTest::newRow("bold and italic") << u"Times New Roman"_s << 9.0 << true << true;
-}
-
-void ChosenPrintFont::prepare(Counter& counter)
-{
-    QFETCH(QString, face);
-    QFETCH(double, size);
-    QFETCH(bool, bold);
-    QFETCH(bool, italic);
-    QFile header(counter.folder.filePath(u"Presva.Txt"_s));
-    QVERIFY(header.open(QIODevice::WriteOnly));
-    header.write("Mendrik Fabrikasi, Ayvalik\r\n\r\n\"Zeytin Yolu 5, Merkez\"\r\n");
-    header.close();
-    counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5));
-    counter.paper.sheet = print::Paper::a4(); // nothing is wider
-    counter.addCustomer(u"Ali"_s);
-    counter.addPressing(u"Ali"_s);
-    counter.form.start();
-    counter.prompt.font = FontChoice{face, static_cast<float>(size), bold, italic};
-    counter.form.YazFont->trigger();
-}
-
-PrintedLine ChosenPrintFont::lineOf(const QByteArray& pdf, const QString& text)
-{
-    const QList<PrintedLine> lines = printedLines(pdf);
-    for (const PrintedLine& line : lines)
-        if (line.text.contains(text)) return line;
-    QTest::qFail(qPrintable(u"not printed: "_s + text), __FILE__, __LINE__);
-    return {};
-}
-
-void ChosenPrintFont::checkLine(const QByteArray& pdf, const QString& text, bool bold, double larger)
-{
-    QFETCH(QString, face);
-    QFETCH(double, size);
-    QFETCH(bool, italic);
-    const PrintedLine line = lineOf(pdf, text);
-    QCOMPARE(line.family, print::availableFace(face).remove(u' '));
-    QVERIFY2(qAbs(line.points - (size + larger)) <= 0.2, qPrintable(u"%1: %2"_s.arg(text).arg(line.points)));
-    QCOMPARE(line.bold, bold);
-    QCOMPARE(line.italic, italic);
-}
-
-void ChosenPrintFont::standsOnTheSlip()
-{
-    NEEDS_PDF_TOOLS;
-    QFETCH(bool, bold);
-    Counter counter;
-    prepare(counter);
-    counter.pressingOf(u"ali"_s);
-    Counter::click(counter.form.YazCmd[0]);
-    QCOMPARE(counter.paper.printed.size(), std::size_t(1));
-    const QByteArray& pdf = counter.paper.printed.front().pdf;
-    // The head is bold whatever was chosen, one line for each item, and nothing for the empty line.
-    QCOMPARE(linesOf(pdf).first(3), (QStringList{u"Mendrik Fabrikasi"_s, u"Ayvalik"_s, u"Zeytin Yolu 5, Merkez"_s}));
-    checkLine(pdf, u"Mendrik Fabrikasi"_s, true);
-    checkLine(pdf, u"Zeytin Yolu 5, Merkez"_s, true);
-    checkLine(pdf, u"20 Kasım 2025 Perşembe 14:05"_s, bold);
-    checkLine(pdf, u"Sıkılacak Zeytin KG"_s, bold);
-    checkLine(pdf, u"0 TL"_s, bold, 6);
-    checkLine(pdf, u"Bilgi Fişidir Mali Değer Taşımaz"_s, bold, -5);
-}
-
-void ChosenPrintFont::standsOnTheStatement()
-{
-    NEEDS_PDF_TOOLS;
-    QFETCH(bool, bold);
-    Counter counter;
-    prepare(counter);
-    Form1& form = counter.form;
-    QFile columns(counter.folder.filePath(u"Grid1.txt"_s)); // the table fits in letters of any of the sizes
-    QVERIFY(columns.open(QIODevice::WriteOnly));
-    columns.write(
-        "2800,#TRUE#\r\n1500,#TRUE#\r\n1400,#TRUE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1500,#TRUE#\r\n");
-    columns.close();
-    Counter::click(form.GünlükCmd);
-    Counter::click(form.Option1[1]);
-    form.run([&] { form.DTPickerBas->setValue(QDate(2025, 11, 3)); });
-    Counter::click(form.KapatCmd[1]);
-    QCOMPARE(counter.paper.printed.size(), std::size_t(1));
-    const QByteArray& pdf = counter.paper.printed.front().pdf;
-    QCOMPARE(linesOf(pdf).first(5), (QStringList{u"Mendrik Fabrikasi"_s, u"Ayvalik"_s, u"Zeytin Yolu 5, Merkez"_s,
-                                                 u"Cari Hesap Dökümü"_s, u"03 Kasım 2025 Pazartesi"_s}));
-    checkLine(pdf, u"Ayvalik"_s, true);
-    checkLine(pdf, u"Cari Hesap Dökümü"_s, true);
-    checkLine(pdf, u"03 Kasım 2025 Pazartesi"_s, bold);
-    checkLine(pdf, u"Giren Zeytin"_s, bold);
-    checkLine(pdf, u"Ali"_s, bold);
-    checkLine(pdf, u"Toplamlar"_s, bold);
-}
 
 QTEST_MAIN(ChosenPrintFont)
 #include "chosen_print_font.moc"

@@ -5,17 +5,6 @@
 
 using app::Preparation;
 
-class PreparationTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void partsRunInOrderUntilTheirWorkIsDone();
-    void onlyTheFirstPartRunsAtOnce();
-    void workForLaterWaitsUntilNothingIsTouched();
-    void nothingRunsDuringAnAction();
-    void messageOfAPartHoldsTheOthersBack();
-};
-
 namespace {
 
 /// A preparation that notes what it did.
@@ -35,75 +24,80 @@ struct Noted {
 
 } // namespace
 
-void PreparationTest::partsRunInOrderUntilTheirWorkIsDone()
-{
-    Noted noted;
-    noted.preparation.add(noted.work(u'a', 3));
-    noted.preparation.add(noted.work(u'b', 1));
-    noted.preparation.addForLater(noted.work(u'c', 2));
-    noted.preparation.begin();
-    QTRY_VERIFY(noted.preparation.isDone());
-    QCOMPARE(noted.done, "aaabcc");
-}
+class PreparationTest : public QObject {
+    Q_OBJECT
 
-void PreparationTest::onlyTheFirstPartRunsAtOnce()
-{
-    Noted noted;
-    noted.preparation.add(noted.work(u'a', 3));
-    noted.preparation.begin();
-    QCOMPARE(noted.done, "a");
-    QTRY_COMPARE(noted.done, "aaa");
-}
-
-void PreparationTest::workForLaterWaitsUntilNothingIsTouched()
-{
-    Noted noted;
-    QElapsedTimer rest;
-    qint64 rested = 0;
-    noted.preparation.add(noted.work(u'a', 2));
-    noted.preparation.addForLater([&] {
-        rested = rest.elapsed();
-        return true;
-    });
-    rest.start();
-    noted.preparation.begin();
-    for (int i = 0; i < 50 && !noted.preparation.isDone(); ++i) {
-        rest.start();
-        noted.preparation.touched();
-        QTest::qWait(10);
+private slots:
+    void partsRunInOrderUntilTheirWorkIsDone()
+    {
+        Noted noted;
+        noted.preparation.add(noted.work(u'a', 3));
+        noted.preparation.add(noted.work(u'b', 1));
+        noted.preparation.addForLater(noted.work(u'c', 2));
+        noted.preparation.begin();
+        QTRY_VERIFY(noted.preparation.isDone());
+        QCOMPARE(noted.done, "aaabcc");
     }
-    QTRY_VERIFY(noted.preparation.isDone());
-    QVERIFY2(rested >= 300, qPrintable(QString::number(rested)));
-    QCOMPARE(noted.done, "aa");
-}
 
-void PreparationTest::nothingRunsDuringAnAction()
-{
-    Noted noted;
-    noted.acting = true;
-    noted.preparation.add(noted.work(u'a', 1));
-    noted.preparation.begin();
-    QTest::qWait(50);
-    QCOMPARE(noted.done, "");
-    noted.acting = false;
-    QTRY_COMPARE(noted.done, "a");
-}
+    void onlyTheFirstPartRunsAtOnce()
+    {
+        Noted noted;
+        noted.preparation.add(noted.work(u'a', 3));
+        noted.preparation.begin();
+        QCOMPARE(noted.done, "a");
+        QTRY_COMPARE(noted.done, "aaa");
+    }
 
-void PreparationTest::messageOfAPartHoldsTheOthersBack()
-{
-    Noted noted;
-    QEventLoop message;
-    noted.preparation.add([&] {
-        noted.done += u'(';
-        QTimer::singleShot(50, &message, &QEventLoop::quit);
-        message.exec();
-        noted.done += u')';
-        return true;
-    });
-    noted.preparation.add(noted.work(u'b', 1));
-    noted.preparation.begin();
-    QTRY_COMPARE(noted.done, "()b");
-}
+    void workForLaterWaitsUntilNothingIsTouched()
+    {
+        Noted noted;
+        QElapsedTimer rest;
+        qint64 rested = 0;
+        noted.preparation.add(noted.work(u'a', 2));
+        noted.preparation.addForLater([&] {
+            rested = rest.elapsed();
+            return true;
+        });
+        rest.start();
+        noted.preparation.begin();
+        for (int i = 0; i < 50 && !noted.preparation.isDone(); ++i) {
+            rest.start();
+            noted.preparation.touched();
+            QTest::qWait(10);
+        }
+        QTRY_VERIFY(noted.preparation.isDone());
+        QVERIFY2(rested >= 300, qPrintable(QString::number(rested)));
+        QCOMPARE(noted.done, "aa");
+    }
+
+    void nothingRunsDuringAnAction()
+    {
+        Noted noted;
+        noted.acting = true;
+        noted.preparation.add(noted.work(u'a', 1));
+        noted.preparation.begin();
+        QTest::qWait(50);
+        QCOMPARE(noted.done, "");
+        noted.acting = false;
+        QTRY_COMPARE(noted.done, "a");
+    }
+
+    void messageOfAPartHoldsTheOthersBack()
+    {
+        Noted noted;
+        QEventLoop message;
+        noted.preparation.add([&] {
+            noted.done += u'(';
+            QTimer::singleShot(50, &message, &QEventLoop::quit);
+            message.exec();
+            noted.done += u')';
+            return true;
+        });
+        noted.preparation.add(noted.work(u'b', 1));
+        noted.preparation.begin();
+        QTRY_COMPARE(noted.done, "()b");
+    }
+};
 
 QTEST_GUILESS_MAIN(PreparationTest)
 #include "preparation.moc"

@@ -7,24 +7,6 @@ using namespace Qt::StringLiterals;
 
 using namespace app;
 
-class SearchListTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void tapPicksTheRowUnderIt();
-    void dragScrollsAndPicksNothing();
-    void quickDragGlidesOn();
-    void onlyShownRowsAreAskedFor();
-    void refillGoesBackToTheTop();
-    void refillInsideTheClickIsFine();
-    void rowThatIsNotThereCannotBePicked();
-    void listIsNoTallerThanItsRows();
-    void listEndsAboveTheLineGiven();
-    void rowsAreTallEnoughForAFinger();
-    void assistiveToolsReadAndPickRows();
-    void rowOfAnEarlierFillingIsInvalid();
-};
-
 namespace {
 
 struct Filled {
@@ -60,161 +42,166 @@ struct Filled {
 
 } // namespace
 
-void SearchListTest::tapPicksTheRowUnderIt()
-{
-    Filled filled(10);
-    QString picked;
-    filled.list.onClick([&] { picked = filled.list.text(); });
-    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(125));
-    QCOMPARE(picked, u"Ali 2"_s);
-}
+class SearchListTest : public QObject {
+    Q_OBJECT
 
-void SearchListTest::dragScrollsAndPicksNothing()
-{
-    Filled filled(100);
-    int clicks = 0;
-    filled.list.onClick([&] { ++clicks; });
-    QWidget* surface = filled.list.viewport();
-    QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(250));
-    filled.drag(200);
-    filled.drag(100);
-    QTRY_COMPARE(filled.list.verticalScrollBar()->value(), 150);
-    // A finger that rests before it lifts does not fling.
-    QTest::qWait(120);
-    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
-    QTest::qWait(50);
-    QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
-    QCOMPARE(clicks, 0);
-    QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(10));
-    QCOMPARE(filled.list.text(), u"Ali 3"_s);
-}
-
-void SearchListTest::quickDragGlidesOn()
-{
-    Filled filled(1000);
-    QWidget* surface = filled.list.viewport();
-    QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(280));
-    for (int y = 260; y >= 60; y -= 40) {
-        QTest::qWait(8);
-        filled.drag(y);
+private slots:
+    void tapPicksTheRowUnderIt()
+    {
+        Filled filled(10);
+        QString picked;
+        filled.list.onClick([&] { picked = filled.list.text(); });
+        QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(125));
+        QCOMPARE(picked, u"Ali 2"_s);
     }
-    const int lifted = filled.list.verticalScrollBar()->value();
-    QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(60));
-    QTRY_VERIFY(filled.list.verticalScrollBar()->value() > lifted + 20);
-    // Touching a gliding list stops it and picks nothing.
-    int clicks = 0;
-    filled.list.onClick([&] { ++clicks; });
-    QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
-    QCOMPARE(clicks, 0);
-}
 
-void SearchListTest::onlyShownRowsAreAskedFor()
-{
-    Filled filled(100000);
-    filled.asked.clear();
-    filled.list.refill();
-    filled.list.grab();
-    QVERIFY2(filled.asked.size() <= 8, qPrintable(QString::number(filled.asked.size())));
-    filled.list.verticalScrollBar()->setValue(filled.list.verticalScrollBar()->maximum());
-    filled.asked.clear();
-    filled.list.grab();
-    QCOMPARE(filled.asked.last(), 99999);
-    QVERIFY(filled.asked.size() <= 8);
-}
+    void dragScrollsAndPicksNothing()
+    {
+        Filled filled(100);
+        int clicks = 0;
+        filled.list.onClick([&] { ++clicks; });
+        QWidget* surface = filled.list.viewport();
+        QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(250));
+        filled.drag(200);
+        filled.drag(100);
+        QTRY_COMPARE(filled.list.verticalScrollBar()->value(), 150);
+        // A finger that rests before it lifts does not fling.
+        QTest::qWait(120);
+        QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
+        QTest::qWait(50);
+        QCOMPARE(filled.list.verticalScrollBar()->value(), 150);
+        QCOMPARE(clicks, 0);
+        QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(10));
+        QCOMPARE(filled.list.text(), u"Ali 3"_s);
+    }
 
-void SearchListTest::refillGoesBackToTheTop()
-{
-    Filled filled(100);
-    filled.list.verticalScrollBar()->setValue(500);
-    filled.list.refill();
-    QCOMPARE(filled.list.verticalScrollBar()->value(), 0);
-}
+    void quickDragGlidesOn()
+    {
+        Filled filled(1000);
+        QWidget* surface = filled.list.viewport();
+        QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, filled.at(280));
+        for (int y = 260; y >= 60; y -= 40) {
+            QTest::qWait(8);
+            filled.drag(y);
+        }
+        const int lifted = filled.list.verticalScrollBar()->value();
+        QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, filled.at(60));
+        QTRY_VERIFY(filled.list.verticalScrollBar()->value() > lifted + 20);
+        // Touching a gliding list stops it and picks nothing.
+        int clicks = 0;
+        filled.list.onClick([&] { ++clicks; });
+        QTest::mouseClick(surface, Qt::LeftButton, Qt::NoModifier, filled.at(100));
+        QCOMPARE(clicks, 0);
+    }
 
-void SearchListTest::refillInsideTheClickIsFine()
-{
-    Filled filled(10);
-    filled.list.onClick([&] {
-        filled.count = 1;
+    void onlyShownRowsAreAskedFor()
+    {
+        Filled filled(100000);
+        filled.asked.clear();
         filled.list.refill();
-        filled.list.setVisible(false);
-    });
-    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
-    QCOMPARE(filled.list.text(), u"Ali 4"_s);
-    QCOMPARE(filled.list.rowCount(), 1);
-    QVERIFY(!filled.list.visible());
-}
+        filled.list.grab();
+        QVERIFY2(filled.asked.size() <= 8, qPrintable(QString::number(filled.asked.size())));
+        filled.list.verticalScrollBar()->setValue(filled.list.verticalScrollBar()->maximum());
+        filled.asked.clear();
+        filled.list.grab();
+        QCOMPARE(filled.asked.last(), 99999);
+        QVERIFY(filled.asked.size() <= 8);
+    }
 
-void SearchListTest::rowThatIsNotThereCannotBePicked()
-{
-    Filled filled(2);
-    int clicks = 0;
-    filled.list.onClick([&] { ++clicks; });
-    QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
-    filled.list.pick(2);
-    filled.list.pick(-1);
-    QCOMPARE(clicks, 0);
-}
+    void refillGoesBackToTheTop()
+    {
+        Filled filled(100);
+        filled.list.verticalScrollBar()->setValue(500);
+        filled.list.refill();
+        QCOMPARE(filled.list.verticalScrollBar()->value(), 0);
+    }
 
-void SearchListTest::listIsNoTallerThanItsRows()
-{
-    Filled filled(2);
-    filled.list.move(0, 20);
-    filled.list.setRoom(300, 400);
-    QCOMPARE(filled.list.viewport()->height(), 100);
-    filled.count = 100;
-    filled.list.refill();
-    QCOMPARE(filled.list.geometry().bottom(), 399);
-}
+    void refillInsideTheClickIsFine()
+    {
+        Filled filled(10);
+        filled.list.onClick([&] {
+            filled.count = 1;
+            filled.list.refill();
+            filled.list.setVisible(false);
+        });
+        QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
+        QCOMPARE(filled.list.text(), u"Ali 4"_s);
+        QCOMPARE(filled.list.rowCount(), 1);
+        QVERIFY(!filled.list.visible());
+    }
 
-void SearchListTest::listEndsAboveTheLineGiven()
-{
-    Filled filled(100);
-    filled.list.setRoom(300, 400);
-    filled.list.setTop(twips::fromPixels(150));
-    QCOMPARE(filled.list.geometry().bottom(), 399);
-}
+    void rowThatIsNotThereCannotBePicked()
+    {
+        Filled filled(2);
+        int clicks = 0;
+        filled.list.onClick([&] { ++clicks; });
+        QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(225));
+        filled.list.pick(2);
+        filled.list.pick(-1);
+        QCOMPARE(clicks, 0);
+    }
 
-void SearchListTest::rowsAreTallEnoughForAFinger()
-{
-    Filled filled(10);
-    filled.asked.clear();
-    for (int y = 5; y < 300; y += 10)
-        QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(y));
-    QCOMPARE(filled.asked.count(0), 5); // 50 pixels of them belong to the first row
-}
+    void listIsNoTallerThanItsRows()
+    {
+        Filled filled(2);
+        filled.list.move(0, 20);
+        filled.list.setRoom(300, 400);
+        QCOMPARE(filled.list.viewport()->height(), 100);
+        filled.count = 100;
+        filled.list.refill();
+        QCOMPARE(filled.list.geometry().bottom(), 399);
+    }
 
-void SearchListTest::assistiveToolsReadAndPickRows()
-{
-    Filled filled(100000);
-    QString picked;
-    filled.list.onClick([&] { picked = filled.list.text(); });
-    QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&filled.list);
-    QVERIFY(list);
-    QCOMPARE(list->role(), QAccessible::List);
-    QCOMPARE(list->childCount(), 100000);
-    QAccessibleInterface* row = list->child(3);
-    QCOMPARE(row->role(), QAccessible::ListItem);
-    QCOMPARE(row->text(QAccessible::Name), u"Ali 3"_s);
-    QCOMPARE(list->indexOfChild(row), 3);
-    QCOMPARE(row->parent(), list);
-    QVERIFY(!row->state().offscreen);
-    QVERIFY(list->child(99999)->state().offscreen);
-    const QPoint inside = row->rect().center();
-    QCOMPARE(list->childAt(inside.x(), inside.y()), row);
-    row->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    QCOMPARE(picked, u"Ali 3"_s);
-}
+    void listEndsAboveTheLineGiven()
+    {
+        Filled filled(100);
+        filled.list.setRoom(300, 400);
+        filled.list.setTop(twips::fromPixels(150));
+        QCOMPARE(filled.list.geometry().bottom(), 399);
+    }
 
-void SearchListTest::rowOfAnEarlierFillingIsInvalid()
-{
-    Filled filled(10);
-    QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&filled.list)->child(7);
-    QVERIFY(row->isValid());
-    filled.count = 3;
-    filled.list.refill();
-    QVERIFY(!row->isValid());
-    QCOMPARE(row->text(QAccessible::Name), QString());
-}
+    void rowsAreTallEnoughForAFinger()
+    {
+        Filled filled(10);
+        filled.asked.clear();
+        for (int y = 5; y < 300; y += 10)
+            QTest::mouseClick(filled.list.viewport(), Qt::LeftButton, Qt::NoModifier, filled.at(y));
+        QCOMPARE(filled.asked.count(0), 5); // 50 pixels of them belong to the first row
+    }
+
+    void assistiveToolsReadAndPickRows()
+    {
+        Filled filled(100000);
+        QString picked;
+        filled.list.onClick([&] { picked = filled.list.text(); });
+        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&filled.list);
+        QVERIFY(list);
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(list->childCount(), 100000);
+        QAccessibleInterface* row = list->child(3);
+        QCOMPARE(row->role(), QAccessible::ListItem);
+        QCOMPARE(row->text(QAccessible::Name), u"Ali 3"_s);
+        QCOMPARE(list->indexOfChild(row), 3);
+        QCOMPARE(row->parent(), list);
+        QVERIFY(!row->state().offscreen);
+        QVERIFY(list->child(99999)->state().offscreen);
+        const QPoint inside = row->rect().center();
+        QCOMPARE(list->childAt(inside.x(), inside.y()), row);
+        row->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(picked, u"Ali 3"_s);
+    }
+
+    void rowOfAnEarlierFillingIsInvalid()
+    {
+        Filled filled(10);
+        QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&filled.list)->child(7);
+        QVERIFY(row->isValid());
+        filled.count = 3;
+        filled.list.refill();
+        QVERIFY(!row->isValid());
+        QCOMPARE(row->text(QAccessible::Name), QString());
+    }
+};
 
 QTEST_MAIN(SearchListTest)
 #include "search_list.moc"

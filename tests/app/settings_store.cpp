@@ -26,31 +26,248 @@ class SettingsStoreTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void absentKeysGiveTheirDefaults_data();
-    void absentKeysGiveTheirDefaults();
-    void emptyTextIsNotTheDefault();
-    void emptyFlagOrSizeIsAConversionError();
-    void textsComeBackLetterForLetter_data();
-    void textsComeBackLetterForLetter();
-    void portStringTypedIntoTheFileIsOneText_data();
-    void portStringTypedIntoTheFileIsOneText();
-    void fontSizeIsReadByTheSettingsOfTheDay();
-    void portNumberHasNoBlank();
-    void renamedExecutableLosesOnlyTheKeypadChoice();
-    void flagsAreStoredInEnglish();
-    void onlyTheTwoWordsAreFlags_data();
-    void onlyTheTwoWordsAreFlags();
-    void namesAreFoundIgnoringLetterCase();
-    void changesByHandCountAtOnce();
-    void previousStateStaysBesideTheFile();
-    void damagedFileIsPutAsideAndThePreviousOneGoesOn_data();
-    void damagedFileIsPutAsideAndThePreviousOneGoesOn();
-    void damagedFileWithoutPreviousCopyIsKept();
-    void failedSavingIsAnErrorAndChangesNothing();
-    void folderThatCannotBeMadeIsAnError();
-    void registryTakesThePlaceOfFiles();
-    void refusalOfTheRegistryIsAnError();
+    void init()
+    {
+        folder_ = std::make_unique<QTemporaryDir>();
+        store_ = std::make_unique<SettingsStore>(folder_->path());
+    }
+
+    void absentKeysGiveTheirDefaults_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("otherwise");
+        QTest::newRow("font") << u"Font"_s << u"Arial"_s;
+        QTest::newRow("size") << u"Size"_s << u"8"_s;
+        for (const char* key : {"Settings", "CommPort", "Handshaking"})
+            QTest::newRow(key) << QString::fromLatin1(key) << QString();
+    }
+
+    void absentKeysGiveTheirDefaults()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, otherwise);
+        QCOMPARE(store_->get(title, properties, key, otherwise), otherwise);
+        for (const auto& flag : {u"Baglan"_s, u"Sayac"_s, u"Bold"_s, u"Ital"_s})
+            QVERIFY(!store_->flag(title, properties, flag));
+        QVERIFY(!store_->flag(executableName(), u"SizeKlv"_s, u"Caps"_s));
+        QVERIFY2(QDir(folder_->path()).isEmpty(), "reading must not write");
+    }
+
+    void emptyTextIsNotTheDefault()
+    {
+        store_->save(title, properties, u"Settings"_s, QString());
+        store_->save(title, properties, u"Font"_s, QString());
+        QCOMPARE(store_->get(title, properties, u"Settings"_s, u"x"_s), QString());
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), QString());
+    }
+
+    void emptyFlagOrSizeIsAConversionError()
+    {
+        store_->save(title, properties, u"Baglan"_s, QString());
+        store_->save(title, properties, u"Size"_s, QString());
+        QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Baglan"_s)); }), u"E13"_s);
+        QCOMPARE(outcomeOf([&] {
+                     const QString size = store_->get(title, properties, u"Size"_s, u"8"_s);
+                     return QString::number(base::toSingle(size, base::Regional::turkish()));
+                 }),
+                 u"E13"_s);
+    }
+
+    void textsComeBackLetterForLetter_data()
+    {
+        QTest::addColumn<QString>("text");
+        for (const char* text : {"9600,n,8,1", "10,5", "True", "3", " leading and trailing ", "Yağ \"İşi\"; = # %",
+                                 "@Invalid()", "a\\nb", "iki\nsatır", ",", "Ş,ğ", "@", "[Properties]"})
+            QTest::newRow(text) << QString::fromUtf8(text);
+    }
+
+    void textsComeBackLetterForLetter()
+    {
+        QFETCH(QString, text);
+        store_->save(title, properties, u"Settings"_s, text);
+        QCOMPARE(store_->get(title, properties, u"Settings"_s, u"absent"_s), text);
+        QCOMPARE(SettingsStore(folder_->path()).get(title, properties, u"Settings"_s, u"absent"_s), text);
+    }
+
+    void portStringTypedIntoTheFileIsOneText_data()
+    {
+        QTest::addColumn<QByteArray>("start");
+        QTest::newRow("unquoted") << "[Properties]\nSettings=9600,n,8,1"_ba;
+        QTest::newRow("quoted") << "[Properties]\nSettings=\"9600,n,8,1\""_ba;
+        QTest::newRow("with a byte-order mark") << "\xEF\xBB\xBF[Properties]\nSettings=9600,n,8,1"_ba;
+    }
+
+    void portStringTypedIntoTheFileIsOneText()
+    {
+        QFETCH(QByteArray, start);
+        write(start + "\nCommPort=3\nBaglan=True\n");
+        QCOMPARE(store_->get(title, properties, u"Settings"_s, QString()), u"9600,n,8,1"_s);
+        QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"3"_s);
+        QVERIFY(store_->flag(title, properties, u"Baglan"_s));
+    }
+
+    void fontSizeIsReadByTheSettingsOfTheDay()
+    {
+        store_->save(title, properties, u"Size"_s, base::numberToText(10.5F, base::Regional::turkish()));
+        const QString stored = store_->get(title, properties, u"Size"_s, u"8"_s);
+        QCOMPARE(stored, u"10,5"_s);
+        QCOMPARE(base::toSingle(stored, base::Regional::turkish()), 10.5F);
+        QCOMPARE(base::toSingle(stored, base::Regional::english()), 105.0F);
+    }
+
+    void portNumberHasNoBlank()
+    {
+        store_->save(title, properties, u"CommPort"_s, base::numberToText(3, base::Regional::turkish()));
+        QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"3"_s);
+    }
+
+    void renamedExecutableLosesOnlyTheKeypadChoice()
+    {
+        store_->saveFlag(u"presva"_s, u"SizeKlv"_s, u"Caps"_s, true);
+        store_->save(title, properties, u"Font"_s, u"Courier"_s);
+        QVERIFY(store_->flag(u"presva"_s, u"SizeKlv"_s, u"Caps"_s));
+        QVERIFY(!store_->flag(u"presva2"_s, u"SizeKlv"_s, u"Caps"_s));
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
+    }
+
+    void flagsAreStoredInEnglish()
+    {
+        store_->saveFlag(title, properties, u"Baglan"_s, true);
+        store_->saveFlag(title, properties, u"Sayac"_s, false);
+        QCOMPARE(store_->get(title, properties, u"Baglan"_s, QString()), u"True"_s);
+        QCOMPARE(store_->get(title, properties, u"Sayac"_s, QString()), u"False"_s);
+        QVERIFY(content(file()).contains("Baglan=True"));
+    }
+
+    void onlyTheTwoWordsAreFlags_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("True") << u"True"_s << u"True"_s;
+        QTest::newRow("False") << u"False"_s << u"False"_s;
+        QTest::newRow("small letters") << u"true"_s << u"True"_s;
+        QTest::newRow("capitals") << u"FALSE"_s << u"False"_s;
+        for (const char* text : {"1", "0", "-1", "0,5", "", "Doğru", "Yanlış", "#TRUE#", "evet", "abc", " True "})
+            QTest::newRow(qPrintable(u"refused: "_s + QString::fromUtf8(text))) << QString::fromUtf8(text) << u"E13"_s;
+    }
+
+    void onlyTheTwoWordsAreFlags()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        store_->save(title, properties, u"Sayac"_s, text);
+        QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Sayac"_s)); }), expected);
+    }
+
+    void namesAreFoundIgnoringLetterCase()
+    {
+        write("[properties]\nCOMMPORT=4\n");
+        QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"4"_s);
+        store_->save(title, properties, u"CommPort"_s, u"5"_s);
+        QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"5"_s);
+        QCOMPARE(content(file()).toLower().count("commport"), 1);
+    }
+
+    void changesByHandCountAtOnce()
+    {
+        store_->save(title, properties, u"Font"_s, u"Arial"_s);
+        QCOMPARE(store_->get(title, properties, u"Font"_s, QString()), u"Arial"_s);
+        write("[Properties]\nFont=Courier New\n");
+        QCOMPARE(store_->get(title, properties, u"Font"_s, QString()), u"Courier New"_s);
+    }
+
+    void previousStateStaysBesideTheFile()
+    {
+        store_->save(title, properties, u"Font"_s, u"Arial"_s);
+        const QByteArray before = content(file());
+        store_->save(title, properties, u"Font"_s, u"Courier"_s);
+        QCOMPARE(content(file() + ".previous"_L1), before);
+    }
+
+    void damagedFileIsPutAsideAndThePreviousOneGoesOn_data()
+    {
+        QTest::addColumn<QByteArray>("damage");
+        QTest::newRow("zeros after a hard stop") << QByteArray(512, '\0');
+        QTest::newRow("nothing left") << QByteArray();
+        QTest::newRow("no settings at all") << "<html>not mine</html>\n"_ba;
+    }
+
+    void damagedFileIsPutAsideAndThePreviousOneGoesOn()
+    {
+        QFETCH(QByteArray, damage);
+        store_->save(title, properties, u"Font"_s, u"Courier"_s);
+        store_->save(title, properties, u"Size"_s, u"12"_s);
+        write(damage);
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
+        QCOMPARE(content(file()), damage);
+
+        store_->saveFlag(title, properties, u"Bold"_s, true);
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
+        QVERIFY(store_->flag(title, properties, u"Bold"_s));
+        QCOMPARE(content(file() + ".damaged"_L1), damage);
+    }
+
+    void damagedFileWithoutPreviousCopyIsKept()
+    {
+        write("<html>not mine</html>\n");
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Arial"_s);
+        store_->save(title, properties, u"Font"_s, u"Courier"_s);
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
+        QCOMPARE(content(file() + ".damaged"_L1), "<html>not mine</html>\n"_ba);
+    }
+
+    void failedSavingIsAnErrorAndChangesNothing()
+    {
+        QVERIFY(
+            QDir().mkpath(file())); // a folder where the file should be: neither readable nor writable, even for root
+        QCOMPARE(outcomeOf([&] {
+                     store_->save(title, properties, u"Font"_s, u"Courier"_s);
+                     return u"saved"_s;
+                 }),
+                 u"E75"_s);
+        QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Arial"_s);
+        QVERIFY(QDir(file()).isEmpty());
+    }
+
+    void folderThatCannotBeMadeIsAnError()
+    {
+        write("a file, not a folder");
+        SettingsStore inFile(file() + "/below"_L1);
+        QCOMPARE(outcomeOf([&] {
+                     inFile.save(title, properties, u"Font"_s, u"Courier"_s);
+                     return u"saved"_s;
+                 }),
+                 u"E75"_s);
+    }
+
+    void registryTakesThePlaceOfFiles()
+    {
+        auto owned = std::make_unique<FakeRegistry>();
+        FakeRegistry& registry = *owned;
+        SettingsStore store(std::move(owned));
+        const std::pair place(u"Software\\VB and VBA Program Settings\\Mendrik Presva\\Properties"s, u"Settings"s);
+
+        QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), u"absent"_s);
+        store.save(title, properties, u"Settings"_s, u"9600,n,8,1"_s);
+        QCOMPARE(registry.texts.size(), std::size_t{1});
+        QVERIFY(registry.texts.at(place) == u"9600,n,8,1");
+        registry.texts[place] = u"";
+        QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), QString());
+        store.saveFlag(title, properties, u"Baglan"_s, true);
+        QVERIFY(store.flag(title, properties, u"Baglan"_s));
+    }
+
+    void refusalOfTheRegistryIsAnError()
+    {
+        auto registry = std::make_unique<FakeRegistry>();
+        registry->refusing = true;
+        SettingsStore store(std::move(registry));
+        QCOMPARE(outcomeOf([&] {
+                     store.save(title, properties, u"Settings"_s, u"1"_s);
+                     return u"saved"_s;
+                 }),
+                 u"E75"_s);
+    }
 
 private:
     QString file() const { return folder_->filePath(u"Mendrik Presva.ini"_s); }
@@ -69,248 +286,6 @@ private:
     std::unique_ptr<QTemporaryDir> folder_;
     std::unique_ptr<SettingsStore> store_;
 };
-
-void SettingsStoreTest::init()
-{
-    folder_ = std::make_unique<QTemporaryDir>();
-    store_ = std::make_unique<SettingsStore>(folder_->path());
-}
-
-void SettingsStoreTest::absentKeysGiveTheirDefaults_data()
-{
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("otherwise");
-    QTest::newRow("font") << u"Font"_s << u"Arial"_s;
-    QTest::newRow("size") << u"Size"_s << u"8"_s;
-    for (const char* key : {"Settings", "CommPort", "Handshaking"})
-        QTest::newRow(key) << QString::fromLatin1(key) << QString();
-}
-
-void SettingsStoreTest::absentKeysGiveTheirDefaults()
-{
-    QFETCH(QString, key);
-    QFETCH(QString, otherwise);
-    QCOMPARE(store_->get(title, properties, key, otherwise), otherwise);
-    for (const auto& flag : {u"Baglan"_s, u"Sayac"_s, u"Bold"_s, u"Ital"_s})
-        QVERIFY(!store_->flag(title, properties, flag));
-    QVERIFY(!store_->flag(executableName(), u"SizeKlv"_s, u"Caps"_s));
-    QVERIFY2(QDir(folder_->path()).isEmpty(), "reading must not write");
-}
-
-void SettingsStoreTest::emptyTextIsNotTheDefault()
-{
-    store_->save(title, properties, u"Settings"_s, QString());
-    store_->save(title, properties, u"Font"_s, QString());
-    QCOMPARE(store_->get(title, properties, u"Settings"_s, u"x"_s), QString());
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), QString());
-}
-
-void SettingsStoreTest::emptyFlagOrSizeIsAConversionError()
-{
-    store_->save(title, properties, u"Baglan"_s, QString());
-    store_->save(title, properties, u"Size"_s, QString());
-    QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Baglan"_s)); }), u"E13"_s);
-    QCOMPARE(outcomeOf([&] {
-                 const QString size = store_->get(title, properties, u"Size"_s, u"8"_s);
-                 return QString::number(base::toSingle(size, base::Regional::turkish()));
-             }),
-             u"E13"_s);
-}
-
-void SettingsStoreTest::textsComeBackLetterForLetter_data()
-{
-    QTest::addColumn<QString>("text");
-    for (const char* text : {"9600,n,8,1", "10,5", "True", "3", " leading and trailing ", "Yağ \"İşi\"; = # %",
-                             "@Invalid()", "a\\nb", "iki\nsatır", ",", "Ş,ğ", "@", "[Properties]"})
-        QTest::newRow(text) << QString::fromUtf8(text);
-}
-
-void SettingsStoreTest::textsComeBackLetterForLetter()
-{
-    QFETCH(QString, text);
-    store_->save(title, properties, u"Settings"_s, text);
-    QCOMPARE(store_->get(title, properties, u"Settings"_s, u"absent"_s), text);
-    QCOMPARE(SettingsStore(folder_->path()).get(title, properties, u"Settings"_s, u"absent"_s), text);
-}
-
-void SettingsStoreTest::portStringTypedIntoTheFileIsOneText_data()
-{
-    QTest::addColumn<QByteArray>("start");
-    QTest::newRow("unquoted") << "[Properties]\nSettings=9600,n,8,1"_ba;
-    QTest::newRow("quoted") << "[Properties]\nSettings=\"9600,n,8,1\""_ba;
-    QTest::newRow("with a byte-order mark") << "\xEF\xBB\xBF[Properties]\nSettings=9600,n,8,1"_ba;
-}
-
-void SettingsStoreTest::portStringTypedIntoTheFileIsOneText()
-{
-    QFETCH(QByteArray, start);
-    write(start + "\nCommPort=3\nBaglan=True\n");
-    QCOMPARE(store_->get(title, properties, u"Settings"_s, QString()), u"9600,n,8,1"_s);
-    QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"3"_s);
-    QVERIFY(store_->flag(title, properties, u"Baglan"_s));
-}
-
-void SettingsStoreTest::fontSizeIsReadByTheSettingsOfTheDay()
-{
-    store_->save(title, properties, u"Size"_s, base::numberToText(10.5F, base::Regional::turkish()));
-    const QString stored = store_->get(title, properties, u"Size"_s, u"8"_s);
-    QCOMPARE(stored, u"10,5"_s);
-    QCOMPARE(base::toSingle(stored, base::Regional::turkish()), 10.5F);
-    QCOMPARE(base::toSingle(stored, base::Regional::english()), 105.0F);
-}
-
-void SettingsStoreTest::portNumberHasNoBlank()
-{
-    store_->save(title, properties, u"CommPort"_s, base::numberToText(3, base::Regional::turkish()));
-    QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"3"_s);
-}
-
-void SettingsStoreTest::renamedExecutableLosesOnlyTheKeypadChoice()
-{
-    store_->saveFlag(u"presva"_s, u"SizeKlv"_s, u"Caps"_s, true);
-    store_->save(title, properties, u"Font"_s, u"Courier"_s);
-    QVERIFY(store_->flag(u"presva"_s, u"SizeKlv"_s, u"Caps"_s));
-    QVERIFY(!store_->flag(u"presva2"_s, u"SizeKlv"_s, u"Caps"_s));
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-}
-
-void SettingsStoreTest::flagsAreStoredInEnglish()
-{
-    store_->saveFlag(title, properties, u"Baglan"_s, true);
-    store_->saveFlag(title, properties, u"Sayac"_s, false);
-    QCOMPARE(store_->get(title, properties, u"Baglan"_s, QString()), u"True"_s);
-    QCOMPARE(store_->get(title, properties, u"Sayac"_s, QString()), u"False"_s);
-    QVERIFY(content(file()).contains("Baglan=True"));
-}
-
-void SettingsStoreTest::onlyTheTwoWordsAreFlags_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("True") << u"True"_s << u"True"_s;
-    QTest::newRow("False") << u"False"_s << u"False"_s;
-    QTest::newRow("small letters") << u"true"_s << u"True"_s;
-    QTest::newRow("capitals") << u"FALSE"_s << u"False"_s;
-    for (const char* text : {"1", "0", "-1", "0,5", "", "Doğru", "Yanlış", "#TRUE#", "evet", "abc", " True "})
-        QTest::newRow(qPrintable(u"refused: "_s + QString::fromUtf8(text))) << QString::fromUtf8(text) << u"E13"_s;
-}
-
-void SettingsStoreTest::onlyTheTwoWordsAreFlags()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, expected);
-    store_->save(title, properties, u"Sayac"_s, text);
-    QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Sayac"_s)); }), expected);
-}
-
-void SettingsStoreTest::namesAreFoundIgnoringLetterCase()
-{
-    write("[properties]\nCOMMPORT=4\n");
-    QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"4"_s);
-    store_->save(title, properties, u"CommPort"_s, u"5"_s);
-    QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"5"_s);
-    QCOMPARE(content(file()).toLower().count("commport"), 1);
-}
-
-void SettingsStoreTest::changesByHandCountAtOnce()
-{
-    store_->save(title, properties, u"Font"_s, u"Arial"_s);
-    QCOMPARE(store_->get(title, properties, u"Font"_s, QString()), u"Arial"_s);
-    write("[Properties]\nFont=Courier New\n");
-    QCOMPARE(store_->get(title, properties, u"Font"_s, QString()), u"Courier New"_s);
-}
-
-void SettingsStoreTest::previousStateStaysBesideTheFile()
-{
-    store_->save(title, properties, u"Font"_s, u"Arial"_s);
-    const QByteArray before = content(file());
-    store_->save(title, properties, u"Font"_s, u"Courier"_s);
-    QCOMPARE(content(file() + ".previous"_L1), before);
-}
-
-void SettingsStoreTest::damagedFileIsPutAsideAndThePreviousOneGoesOn_data()
-{
-    QTest::addColumn<QByteArray>("damage");
-    QTest::newRow("zeros after a hard stop") << QByteArray(512, '\0');
-    QTest::newRow("nothing left") << QByteArray();
-    QTest::newRow("no settings at all") << "<html>not mine</html>\n"_ba;
-}
-
-void SettingsStoreTest::damagedFileIsPutAsideAndThePreviousOneGoesOn()
-{
-    QFETCH(QByteArray, damage);
-    store_->save(title, properties, u"Font"_s, u"Courier"_s);
-    store_->save(title, properties, u"Size"_s, u"12"_s);
-    write(damage);
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-    QCOMPARE(content(file()), damage);
-
-    store_->saveFlag(title, properties, u"Bold"_s, true);
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-    QVERIFY(store_->flag(title, properties, u"Bold"_s));
-    QCOMPARE(content(file() + ".damaged"_L1), damage);
-}
-
-void SettingsStoreTest::damagedFileWithoutPreviousCopyIsKept()
-{
-    write("<html>not mine</html>\n");
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Arial"_s);
-    store_->save(title, properties, u"Font"_s, u"Courier"_s);
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-    QCOMPARE(content(file() + ".damaged"_L1), "<html>not mine</html>\n"_ba);
-}
-
-void SettingsStoreTest::failedSavingIsAnErrorAndChangesNothing()
-{
-    QVERIFY(QDir().mkpath(file())); // a folder where the file should be: neither readable nor writable, even for root
-    QCOMPARE(outcomeOf([&] {
-                 store_->save(title, properties, u"Font"_s, u"Courier"_s);
-                 return u"saved"_s;
-             }),
-             u"E75"_s);
-    QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Arial"_s);
-    QVERIFY(QDir(file()).isEmpty());
-}
-
-void SettingsStoreTest::folderThatCannotBeMadeIsAnError()
-{
-    write("a file, not a folder");
-    SettingsStore inFile(file() + "/below"_L1);
-    QCOMPARE(outcomeOf([&] {
-                 inFile.save(title, properties, u"Font"_s, u"Courier"_s);
-                 return u"saved"_s;
-             }),
-             u"E75"_s);
-}
-
-void SettingsStoreTest::registryTakesThePlaceOfFiles()
-{
-    auto owned = std::make_unique<FakeRegistry>();
-    FakeRegistry& registry = *owned;
-    SettingsStore store(std::move(owned));
-    const std::pair place(u"Software\\VB and VBA Program Settings\\Mendrik Presva\\Properties"s, u"Settings"s);
-
-    QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), u"absent"_s);
-    store.save(title, properties, u"Settings"_s, u"9600,n,8,1"_s);
-    QCOMPARE(registry.texts.size(), std::size_t{1});
-    QVERIFY(registry.texts.at(place) == u"9600,n,8,1");
-    registry.texts[place] = u"";
-    QCOMPARE(store.get(title, properties, u"Settings"_s, u"absent"_s), QString());
-    store.saveFlag(title, properties, u"Baglan"_s, true);
-    QVERIFY(store.flag(title, properties, u"Baglan"_s));
-}
-
-void SettingsStoreTest::refusalOfTheRegistryIsAnError()
-{
-    auto registry = std::make_unique<FakeRegistry>();
-    registry->refusing = true;
-    SettingsStore store(std::move(registry));
-    QCOMPARE(outcomeOf([&] {
-                 store.save(title, properties, u"Settings"_s, u"1"_s);
-                 return u"saved"_s;
-             }),
-             u"E75"_s);
-}
 
 QTEST_GUILESS_MAIN(SettingsStoreTest)
 #include "settings_store.moc"

@@ -9,137 +9,127 @@ class StatusLineTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void closedPortIsSaidSo();
-    void openPortWaitsForItsFirstWeight();
-    void whatIsNoWeightIsSaidUntilAWeightComes();
-    void ageOfTheLastWeightGrows();
-    void factsStandSideBySide();
-    void noticeStandsFirst();
-    void aLongNoticeLeavesTheFactsWhole_data();
-    void aLongNoticeLeavesTheFactsWhole();
-    void idleLineHasNoTimer();
+    void closedPortIsSaidSo()
+    {
+        StatusLine line(nullptr);
+        QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
+        line.portOpened(3);
+        line.portClosed();
+        QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
+        line.portClosed(u"Com3 açılamadı, aygıt takılı değil"_s);
+        QCOMPARE(line.text(), u"Terazi: Com3 açılamadı, aygıt takılı değil"_s);
+    }
+
+    void openPortWaitsForItsFirstWeight()
+    {
+        StatusLine line(nullptr);
+        line.portOpened(3);
+        QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
+        line.weightArrived();
+        QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
+    }
+
+    void whatIsNoWeightIsSaidUntilAWeightComes()
+    {
+        StatusLine line(nullptr);
+        line.portOpened(3);
+        line.lineNotUnderstood();
+        QCOMPARE(line.text(), u"Com3: tanınmayan satır"_s);
+        line.weightArrived();
+        QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
+        line.lineNotUnderstood();
+        line.portClosed();
+        line.portOpened(3);
+        QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
+    }
+
+    void ageOfTheLastWeightGrows()
+    {
+        StatusLine line(nullptr);
+        line.show();
+        line.portOpened(1);
+        line.weightArrived();
+        QTRY_COMPARE_WITH_TIMEOUT(line.accessibleName(), u"Com1: son tartım 1 sn önce"_s, 3000);
+        line.weightArrived();
+        QCOMPARE(line.accessibleName(), u"Com1: tartım geliyor"_s);
+    }
+
+    void factsStandSideBySide()
+    {
+        StatusLine line(nullptr);
+        line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
+        line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
+        QVERIFY(line.text().contains(u"Yazıcı: hazır (Fis80)"_s));
+        QVERIFY(line.text().endsWith(u"Yag.mdb: 6.201 kayıt"_s));
+    }
+
+    void noticeStandsFirst()
+    {
+        StatusLine line(nullptr);
+        line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
+        const QString facts = line.text();
+        line.setNotice(u"Fiş yazılmadı."_s);
+        QCOMPARE(line.accessibleName(), u"Fiş yazılmadı.   ·   "_s + facts);
+        line.setNotice({});
+        QCOMPARE(line.accessibleName(), facts);
+    }
+
+    void aLongNoticeLeavesTheFactsWhole_data()
+    {
+        QTest::addColumn<int>("width");
+        for (const int width : {800, 1024, 1366}) QTest::addRow("%d pixels", width) << width;
+    }
+
+    void aLongNoticeLeavesTheFactsWhole()
+    {
+        QFETCH(int, width);
+        constexpr int margins = 24;
+        StatusLine line(nullptr);
+        line.resize(width, 28);
+        line.portClosed(u"Com3 açılamadı, kullanma izni yok"_s);
+        line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
+        line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
+        const QFontMetrics letters = line.fontMetrics();
+        const QString facts = u"   ·   "_s + line.text();
+        const QString file = u"notu: Yag.mdb-slip-1"_s;
+        const QString notice =
+            u"fiş 5 (Toplamlar, 123.456 kg): basılmış, kaydedilemiyor (“Toplamlar” raporun toplam satırının "
+            "adıdır; başka bir ad yazın, bu satır her raporda yeniden yapılır ve eskisi silinir); "_s +
+            file;
+        QVERIFY(letters.horizontalAdvance(notice + facts) > width - margins);
+        line.setNotice(notice);
+        const QImage painted = line.grab().toImage();
+
+        // The same as a notice that is short enough: nothing but the notice has given way, and the file is still there.
+        const QString fitting =
+            letters.elidedText(notice, Qt::ElideMiddle, width - margins - letters.horizontalAdvance(facts));
+        QVERIFY(letters.horizontalAdvance(fitting + facts) <= width - margins);
+        if (width >= 1024) QVERIFY2(fitting.endsWith(file), qPrintable(fitting));
+        line.setNotice(fitting);
+        QCOMPARE(painted, line.grab().toImage());
+        line.setNotice(u"Fiş yazılmadı."_s);
+        QVERIFY(painted != line.grab().toImage());
+    }
+
+    void idleLineHasNoTimer()
+    {
+        StatusLine line(nullptr);
+        line.show();
+        const auto* timer = line.findChild<QTimer*>();
+        const auto ageing = [&] { return timer && timer->isActive(); };
+        QVERIFY(!ageing());
+        line.portOpened(1);
+        QVERIFY(!ageing());
+        line.weightArrived();
+        QVERIFY(ageing());
+        line.hide();
+        QVERIFY(!ageing());
+        line.show();
+        QVERIFY(ageing());
+        line.portClosed();
+        QVERIFY(!ageing());
+    }
 };
-
-void StatusLineTest::closedPortIsSaidSo()
-{
-    StatusLine line(nullptr);
-    QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
-    line.portOpened(3);
-    line.portClosed();
-    QCOMPARE(line.text(), u"Terazi: bağlı değil"_s);
-    line.portClosed(u"Com3 açılamadı, aygıt takılı değil"_s);
-    QCOMPARE(line.text(), u"Terazi: Com3 açılamadı, aygıt takılı değil"_s);
-}
-
-void StatusLineTest::openPortWaitsForItsFirstWeight()
-{
-    StatusLine line(nullptr);
-    line.portOpened(3);
-    QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
-    line.weightArrived();
-    QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
-}
-
-void StatusLineTest::whatIsNoWeightIsSaidUntilAWeightComes()
-{
-    StatusLine line(nullptr);
-    line.portOpened(3);
-    line.lineNotUnderstood();
-    QCOMPARE(line.text(), u"Com3: tanınmayan satır"_s);
-    line.weightArrived();
-    QCOMPARE(line.text(), u"Com3: tartım geliyor"_s);
-    line.lineNotUnderstood();
-    line.portClosed();
-    line.portOpened(3);
-    QCOMPARE(line.text(), u"Com3: bağlı, tartım bekleniyor"_s);
-}
-
-void StatusLineTest::ageOfTheLastWeightGrows()
-{
-    StatusLine line(nullptr);
-    line.show();
-    line.portOpened(1);
-    line.weightArrived();
-    QTRY_COMPARE_WITH_TIMEOUT(line.accessibleName(), u"Com1: son tartım 1 sn önce"_s, 3000);
-    line.weightArrived();
-    QCOMPARE(line.accessibleName(), u"Com1: tartım geliyor"_s);
-}
-
-void StatusLineTest::factsStandSideBySide()
-{
-    StatusLine line(nullptr);
-    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
-    line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
-    QVERIFY(line.text().contains(u"Yazıcı: hazır (Fis80)"_s));
-    QVERIFY(line.text().endsWith(u"Yag.mdb: 6.201 kayıt"_s));
-}
-
-void StatusLineTest::noticeStandsFirst()
-{
-    StatusLine line(nullptr);
-    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
-    const QString facts = line.text();
-    line.setNotice(u"Fiş yazılmadı."_s);
-    QCOMPARE(line.accessibleName(), u"Fiş yazılmadı.   ·   "_s + facts);
-    line.setNotice({});
-    QCOMPARE(line.accessibleName(), facts);
-}
-
-void StatusLineTest::aLongNoticeLeavesTheFactsWhole_data()
-{
-    QTest::addColumn<int>("width");
-    for (const int width : {800, 1024, 1366}) QTest::addRow("%d pixels", width) << width;
-}
-
-void StatusLineTest::aLongNoticeLeavesTheFactsWhole()
-{
-    QFETCH(int, width);
-    constexpr int margins = 24;
-    StatusLine line(nullptr);
-    line.resize(width, 28);
-    line.portClosed(u"Com3 açılamadı, kullanma izni yok"_s);
-    line.setPrinter(u"Yazıcı: hazır (Fis80)"_s);
-    line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
-    const QFontMetrics letters = line.fontMetrics();
-    const QString facts = u"   ·   "_s + line.text();
-    const QString file = u"notu: Yag.mdb-slip-1"_s;
-    const QString notice =
-        u"fiş 5 (Toplamlar, 123.456 kg): basılmış, kaydedilemiyor (“Toplamlar” raporun toplam satırının "
-        "adıdır; başka bir ad yazın, bu satır her raporda yeniden yapılır ve eskisi silinir); "_s +
-        file;
-    QVERIFY(letters.horizontalAdvance(notice + facts) > width - margins);
-    line.setNotice(notice);
-    const QImage painted = line.grab().toImage();
-
-    // The same as a notice that is short enough: nothing but the notice has given way, and the file is still there.
-    const QString fitting =
-        letters.elidedText(notice, Qt::ElideMiddle, width - margins - letters.horizontalAdvance(facts));
-    QVERIFY(letters.horizontalAdvance(fitting + facts) <= width - margins);
-    if (width >= 1024) QVERIFY2(fitting.endsWith(file), qPrintable(fitting));
-    line.setNotice(fitting);
-    QCOMPARE(painted, line.grab().toImage());
-    line.setNotice(u"Fiş yazılmadı."_s);
-    QVERIFY(painted != line.grab().toImage());
-}
-
-void StatusLineTest::idleLineHasNoTimer()
-{
-    StatusLine line(nullptr);
-    line.show();
-    const auto* timer = line.findChild<QTimer*>();
-    const auto ageing = [&] { return timer && timer->isActive(); };
-    QVERIFY(!ageing());
-    line.portOpened(1);
-    QVERIFY(!ageing());
-    line.weightArrived();
-    QVERIFY(ageing());
-    line.hide();
-    QVERIFY(!ageing());
-    line.show();
-    QVERIFY(ageing());
-    line.portClosed();
-    QVERIFY(!ageing());
-}
 
 QTEST_MAIN(StatusLineTest)
 #include "status_line.moc"

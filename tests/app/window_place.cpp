@@ -9,42 +9,6 @@ using namespace Qt::StringLiterals;
 
 using namespace app;
 
-class WindowPlaceTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void releaseKeepsTheWindowOnTheScreen_data();
-    void releaseKeepsTheWindowOnTheScreen();
-
-    void firstStartTakesTheWholeScreen();
-    void windowComesBackWhereItWasLeft();
-    void laterRestoresKeepTheOperatorsPlace();
-    void windowOfALargerScreenIsBroughtBack();
-    void damagedLayoutCountsAsNone();
-    void placeIsKeptPerApplicationName();
-};
-
-void WindowPlaceTest::releaseKeepsTheWindowOnTheScreen_data()
-{
-    QTest::addColumn<QList<double>>("before");
-    QTest::addColumn<QList<double>>("after"); // left and top
-    QTest::newRow("left edge off") << QList<double>{-150, 300, 9000, 6000} << QList<double>{0, 300};
-    QTest::newRow("right edge off") << QList<double>{9000, 300, 9000, 6000} << QList<double>{6360, 300};
-    QTest::newRow("bottom within 400") << QList<double>{300, 5200, 9000, 6000} << QList<double>{300, 0};
-    QTest::newRow("bottom exactly 400 away") << QList<double>{300, 5120, 9000, 6000} << QList<double>{300, 5120};
-    QTest::newRow("bottom one twip nearer") << QList<double>{300, 5121, 9000, 6000} << QList<double>{300, 0};
-    QTest::newRow("top edge off") << QList<double>{300, -90, 9000, 6000} << QList<double>{300, -90};
-    QTest::newRow("wider than the screen") << QList<double>{-10, 0, 16000, 6000} << QList<double>{-640, 0};
-}
-
-void WindowPlaceTest::releaseKeepsTheWindowOnTheScreen()
-{
-    QFETCH(QList<double>, before);
-    QFETCH(QList<double>, after);
-    const WindowPlace kept = keptOnScreen({before[0], before[1], before[2], before[3]}, 15360, 11520);
-    QCOMPARE(kept, (WindowPlace{after[0], after[1], before[2], before[3]}));
-}
-
 namespace {
 
 struct Store {
@@ -70,67 +34,93 @@ const QString mendrik = u"Mendrik"_s;
 
 } // namespace
 
-void WindowPlaceTest::firstStartTakesTheWholeScreen()
-{
-    Store store;
-    QWidget window;
-    ScreenLayout(store.settings).restore(mendrik, true, window);
-    QVERIFY(window.isMaximized());
-    QCOMPARE(window.size(), room().size());
-}
+class WindowPlaceTest : public QObject {
+    Q_OBJECT
 
-void WindowPlaceTest::windowComesBackWhereItWasLeft()
-{
-    Store store;
-    QWidget first;
-    first.setGeometry(40, 50, 500, 400);
-    ScreenLayout(store.settings).save(mendrik, true, first);
-    QWidget second;
-    ScreenLayout(store.settings).restore(mendrik, true, second);
-    QCOMPARE(second.geometry(), QRect(40, 50, 500, 400));
-    QVERIFY(!second.isMaximized());
-}
+private slots:
+    void releaseKeepsTheWindowOnTheScreen_data()
+    {
+        QTest::addColumn<QList<double>>("before");
+        QTest::addColumn<QList<double>>("after"); // left and top
+        QTest::newRow("left edge off") << QList<double>{-150, 300, 9000, 6000} << QList<double>{0, 300};
+        QTest::newRow("right edge off") << QList<double>{9000, 300, 9000, 6000} << QList<double>{6360, 300};
+        QTest::newRow("bottom within 400") << QList<double>{300, 5200, 9000, 6000} << QList<double>{300, 0};
+        QTest::newRow("bottom exactly 400 away") << QList<double>{300, 5120, 9000, 6000} << QList<double>{300, 5120};
+        QTest::newRow("bottom one twip nearer") << QList<double>{300, 5121, 9000, 6000} << QList<double>{300, 0};
+        QTest::newRow("top edge off") << QList<double>{300, -90, 9000, 6000} << QList<double>{300, -90};
+        QTest::newRow("wider than the screen") << QList<double>{-10, 0, 16000, 6000} << QList<double>{-640, 0};
+    }
 
-void WindowPlaceTest::laterRestoresKeepTheOperatorsPlace()
-{
-    Store store;
-    store.keep(40, 50, 500, 400);
-    QWidget window;
-    ScreenLayout layout(store.settings);
-    layout.restore(mendrik, true, window);
-    window.setGeometry(60, 70, 450, 350);
-    layout.restore(mendrik, true, window);
-    QCOMPARE(window.geometry(), QRect(60, 70, 450, 350));
-}
+    void releaseKeepsTheWindowOnTheScreen()
+    {
+        QFETCH(QList<double>, before);
+        QFETCH(QList<double>, after);
+        const WindowPlace kept = keptOnScreen({before[0], before[1], before[2], before[3]}, 15360, 11520);
+        QCOMPARE(kept, (WindowPlace{after[0], after[1], before[2], before[3]}));
+    }
 
-void WindowPlaceTest::windowOfALargerScreenIsBroughtBack()
-{
-    Store store;
-    store.keep(5000, 3000, 3000, 2000);
-    QWidget window;
-    window.setMinimumSize(960, 640); // more than this screen has
-    ScreenLayout(store.settings).restore(mendrik, true, window);
-    QVERIFY(room().contains(window.geometry()));
-}
+    void firstStartTakesTheWholeScreen()
+    {
+        Store store;
+        QWidget window;
+        ScreenLayout(store.settings).restore(mendrik, true, window);
+        QVERIFY(window.isMaximized());
+        QCOMPARE(window.size(), room().size());
+    }
 
-void WindowPlaceTest::damagedLayoutCountsAsNone()
-{
-    Store store;
-    store.keep(40, 50, 500, 400);
-    store.settings.save(mendrik, u"ActiveResize"_s, u"Width"_s, u"abc"_s);
-    QWidget window;
-    ScreenLayout(store.settings).restore(mendrik, true, window);
-    QVERIFY(window.isMaximized());
-}
+    void windowComesBackWhereItWasLeft()
+    {
+        Store store;
+        QWidget first;
+        first.setGeometry(40, 50, 500, 400);
+        ScreenLayout(store.settings).save(mendrik, true, first);
+        QWidget second;
+        ScreenLayout(store.settings).restore(mendrik, true, second);
+        QCOMPARE(second.geometry(), QRect(40, 50, 500, 400));
+        QVERIFY(!second.isMaximized());
+    }
 
-void WindowPlaceTest::placeIsKeptPerApplicationName()
-{
-    Store store;
-    store.keep(40, 50, 500, 400);
-    QWidget window;
-    ScreenLayout(store.settings).restore(u"Other"_s, true, window);
-    QVERIFY(window.isMaximized());
-}
+    void laterRestoresKeepTheOperatorsPlace()
+    {
+        Store store;
+        store.keep(40, 50, 500, 400);
+        QWidget window;
+        ScreenLayout layout(store.settings);
+        layout.restore(mendrik, true, window);
+        window.setGeometry(60, 70, 450, 350);
+        layout.restore(mendrik, true, window);
+        QCOMPARE(window.geometry(), QRect(60, 70, 450, 350));
+    }
+
+    void windowOfALargerScreenIsBroughtBack()
+    {
+        Store store;
+        store.keep(5000, 3000, 3000, 2000);
+        QWidget window;
+        window.setMinimumSize(960, 640); // more than this screen has
+        ScreenLayout(store.settings).restore(mendrik, true, window);
+        QVERIFY(room().contains(window.geometry()));
+    }
+
+    void damagedLayoutCountsAsNone()
+    {
+        Store store;
+        store.keep(40, 50, 500, 400);
+        store.settings.save(mendrik, u"ActiveResize"_s, u"Width"_s, u"abc"_s);
+        QWidget window;
+        ScreenLayout(store.settings).restore(mendrik, true, window);
+        QVERIFY(window.isMaximized());
+    }
+
+    void placeIsKeptPerApplicationName()
+    {
+        Store store;
+        store.keep(40, 50, 500, 400);
+        QWidget window;
+        ScreenLayout(store.settings).restore(u"Other"_s, true, window);
+        QVERIFY(window.isMaximized());
+    }
+};
 
 QTEST_MAIN(WindowPlaceTest)
 #include "window_place.moc"

@@ -26,44 +26,42 @@ class RegionalSettings : public QObject {
     Q_OBJECT
 
 private slots:
-    void categoriesOfTheEnvironmentDecide_data();
-    void categoriesOfTheEnvironmentDecide();
+    void categoriesOfTheEnvironmentDecide_data()
+    {
+        QTest::addColumn<QStringList>("environment");
+        QTest::addColumn<QString>("expected");
+        const QString turkish = sample(Regional::turkish());
+        const QString turkishDate = turkish.section(u'|', 1);
+        QTest::newRow("Turkish") << QStringList{u"LANG=tr_TR.UTF-8"_s} << turkish;
+        QTest::newRow("Turkish with English numbers")
+            << QStringList{u"LANG=tr_TR.UTF-8"_s, u"LC_NUMERIC=en_US.UTF-8"_s} << u"1,234,567.50|"_s + turkishDate;
+        QTest::newRow("English") << QStringList{u"LANG=en_US.UTF-8"_s}
+                                 << u"1,234,567.50|05 November 2024 Tuesday 14:07|11/5/24 14:07:33"_s;
+        QTest::newRow("English with Turkish numbers")
+            << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_NUMERIC=tr_TR.UTF-8"_s}
+            << u"1.234.567,50|05 November 2024 Tuesday 14:07|11/5/24 14:07:33"_s;
+        QTest::newRow("English with Turkish dates")
+            << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_TIME=tr_TR.UTF-8"_s} << u"1,234,567.50|"_s + turkishDate;
+        QTest::newRow("all categories at once")
+            << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_NUMERIC=en_US.UTF-8"_s, u"LC_ALL=tr_TR.UTF-8"_s} << turkish;
+    }
+
+    void categoriesOfTheEnvironmentDecide()
+    {
+        QFETCH(QStringList, environment);
+        QFETCH(QString, expected);
+        QProcessEnvironment clean = QProcessEnvironment::systemEnvironment();
+        for (const QString& name : clean.keys())
+            if (name.startsWith("LC_"_L1) || name == "LANG"_L1 || name == "LANGUAGE"_L1) clean.remove(name);
+        for (const QString& entry : environment) clean.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+
+        QProcess process;
+        process.setProcessEnvironment(clean);
+        process.start(QCoreApplication::applicationFilePath(), {u"--sample"_s});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), expected);
+    }
 };
-
-void RegionalSettings::categoriesOfTheEnvironmentDecide_data()
-{
-    QTest::addColumn<QStringList>("environment");
-    QTest::addColumn<QString>("expected");
-    const QString turkish = sample(Regional::turkish());
-    const QString turkishDate = turkish.section(u'|', 1);
-    QTest::newRow("Turkish") << QStringList{u"LANG=tr_TR.UTF-8"_s} << turkish;
-    QTest::newRow("Turkish with English numbers")
-        << QStringList{u"LANG=tr_TR.UTF-8"_s, u"LC_NUMERIC=en_US.UTF-8"_s} << u"1,234,567.50|"_s + turkishDate;
-    QTest::newRow("English") << QStringList{u"LANG=en_US.UTF-8"_s}
-                             << u"1,234,567.50|05 November 2024 Tuesday 14:07|11/5/24 14:07:33"_s;
-    QTest::newRow("English with Turkish numbers") << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_NUMERIC=tr_TR.UTF-8"_s}
-                                                  << u"1.234.567,50|05 November 2024 Tuesday 14:07|11/5/24 14:07:33"_s;
-    QTest::newRow("English with Turkish dates")
-        << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_TIME=tr_TR.UTF-8"_s} << u"1,234,567.50|"_s + turkishDate;
-    QTest::newRow("all categories at once")
-        << QStringList{u"LANG=en_US.UTF-8"_s, u"LC_NUMERIC=en_US.UTF-8"_s, u"LC_ALL=tr_TR.UTF-8"_s} << turkish;
-}
-
-void RegionalSettings::categoriesOfTheEnvironmentDecide()
-{
-    QFETCH(QStringList, environment);
-    QFETCH(QString, expected);
-    QProcessEnvironment clean = QProcessEnvironment::systemEnvironment();
-    for (const QString& name : clean.keys())
-        if (name.startsWith("LC_"_L1) || name == "LANG"_L1 || name == "LANGUAGE"_L1) clean.remove(name);
-    for (const QString& entry : environment) clean.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
-
-    QProcess process;
-    process.setProcessEnvironment(clean);
-    process.start(QCoreApplication::applicationFilePath(), {u"--sample"_s});
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), expected);
-}
 
 int main(int argc, char** argv)
 {

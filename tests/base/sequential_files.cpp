@@ -14,182 +14,169 @@ class SequentialFiles : public QObject {
     Q_OBJECT
 
 private slots:
-    void linesAreWrittenTheSameUnderAllSettings_data();
-    void linesAreWrittenTheSameUnderAllSettings();
-    void commasAndLineEndsOutsideQuotesEndItems_data();
-    void commasAndLineEndsOutsideQuotesEndItems();
-    void readingPastTheEndIsAnError();
-    void damagedLayoutLinesAreRefused_data();
-    void damagedLayoutLinesAreRefused();
-    void writtenWidthsAreReadBack();
-    void linesEndInAnyStyle();
-    void filesAreFoundIgnoringLetterCase_data();
-    void filesAreFoundIgnoringLetterCase();
-    void exactNameIsPreferred();
+    void linesAreWrittenTheSameUnderAllSettings_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("shown") << SeqWriter().number(1440.0F).flag(true).line() << u"1440,#TRUE#\r\n"_s;
+        QTest::newRow("seven digits") << SeqWriter().number(1739.9055F).flag(true).line() << u"1739.906,#TRUE#\r\n"_s;
+        QTest::newRow("hidden") << SeqWriter().number(1200.5F).flag(false).line() << u"1200.5,#FALSE#\r\n"_s;
+        QTest::newRow("zero") << SeqWriter().number(0.0F).flag(false).line() << u"0,#FALSE#\r\n"_s;
+        QTest::newRow("below one") << SeqWriter().number(0.5F).flag(true).line() << u".5,#TRUE#\r\n"_s;
+        QTest::newRow("below zero") << SeqWriter().number(-0.5).line() << u"-.5\r\n"_s;
+        QTest::newRow("double") << SeqWriter().number(1739.9055).line() << u"1739.9055\r\n"_s;
+        QTest::newRow("text") << SeqWriter().text(u"a\"b").line() << u"\"a\"b\"\r\n"_s;
+        QTest::newRow("nothing") << SeqWriter().null().text(u"x").line() << u"#NULL#,\"x\"\r\n"_s;
+    }
+
+    void linesAreWrittenTheSameUnderAllSettings()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, expected);
+        QCOMPARE(line, expected);
+    }
+
+    void commasAndLineEndsOutsideQuotesEndItems_data()
+    {
+        QTest::addColumn<QString>("content");
+        QTest::addColumn<QStringList>("items");
+        QTest::newRow("one line") << u"Yağ Fabrikası\r\n"_s << QStringList{u"Yağ Fabrikası"_s};
+        QTest::newRow("comma divides") << u"Ad, Şehir\r\n"_s << QStringList{u"Ad"_s, u"Şehir"_s};
+        QTest::newRow("quotes keep a comma") << u"\"Ad, Şehir\"\r\n"_s << QStringList{u"Ad, Şehir"_s};
+        QTest::newRow("empty line is an item") << u"a\r\n\r\nb\r\n"_s << QStringList{u"a"_s, u""_s, u"b"_s};
+        QTest::newRow("no line end") << u"a"_s << QStringList{u"a"_s};
+        QTest::newRow("empty file") << QString() << QStringList{};
+        QTest::newRow("trailing comma") << u"a,b,\r\n"_s << QStringList{u"a"_s, u"b"_s, u""_s};
+        QTest::newRow("leading comma") << u",a\r\n"_s << QStringList{u""_s, u"a"_s};
+        QTest::newRow("trailing blanks stay") << u"  a  \r\n"_s << QStringList{u"a  "_s};
+        QTest::newRow("inner quotes stay") << u"x \"y\" z\r\n"_s << QStringList{u"x \"y\" z"_s};
+        QTest::newRow("text behind quotes is lost") << u"\"a\" b,c\r\n"_s << QStringList{u"a"_s, u"c"_s};
+        QTest::newRow("line end closes quotes") << u"\"a\r\nb\"\r\n"_s << QStringList{u"a"_s, u"b\""_s};
+        QTest::newRow("empty quotes") << u"\"\"\r\n"_s << QStringList{u""_s};
+        QTest::newRow("end-of-file byte") << u"a\x1A"
+                                             "b"_s
+                                          << QStringList{u"a"_s};
+        QTest::newRow("file form of nothing") << u"#NULL#\r\n"_s << QStringList{u"#NULL#"_s};
+        QTest::newRow("carriage returns alone") << u"a\rb\r"_s << QStringList{u"a"_s, u"b"_s};
+        QTest::newRow("line feeds alone") << u"a\nb\n"_s << QStringList{u"a"_s, u"b"_s};
+        QTest::newRow("only blanks") << u"   "_s << QStringList{u""_s};
+    }
+
+    void commasAndLineEndsOutsideQuotesEndItems()
+    {
+        QFETCH(QString, content);
+        QFETCH(QStringList, items);
+        SeqReader reader(content);
+        QStringList read;
+        while (!reader.atEnd()) read += reader.next();
+        QCOMPARE(read, items);
+    }
+
+    void readingPastTheEndIsAnError()
+    {
+        SeqReader reader(u"a\r\n"_s);
+        QCOMPARE(reader.next(), u"a"_s);
+        QVERIFY(reader.atEnd());
+        QCOMPARE(outcomeOf([&] { return reader.next(); }), u"E62"_s);
+    }
+
+    void damagedLayoutLinesAreRefused_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("plain") << u"1440,#TRUE#"_s << u"1440 shown"_s;
+        QTest::newRow("hidden") << u"1200,#FALSE#"_s << u"1200 hidden"_s;
+        QTest::newRow("blank before the flag") << u"1440, #TRUE#"_s << u"1440 shown"_s;
+        QTest::newRow("small letters") << u"1440,#true#"_s << u"1440 shown"_s;
+        QTest::newRow("no zero before the stop") << u".5,#TRUE#"_s << u"0.5 shown"_s;
+        QTest::newRow("zero before the stop") << u"0.5,#TRUE#"_s << u"0.5 shown"_s;
+        QTest::newRow("half a twip") << u"1200.5,#TRUE#"_s << u"1200.5 shown"_s;
+        QTest::newRow("exponent") << u"1E+03,#TRUE#"_s << u"1000 shown"_s;
+        QTest::newRow("decimal comma") << u"1440,5,#TRUE#"_s << u"refused"_s;
+        QTest::newRow("letters") << u"abc,#TRUE#"_s << u"refused"_s;
+        QTest::newRow("number alone") << u"1440"_s << u"refused"_s;
+        QTest::newRow("empty") << QString() << u"refused"_s;
+        QTest::newRow("number as flag") << u"1440,1"_s << u"refused"_s;
+        QTest::newRow("negative") << u"-5,#TRUE#"_s << u"refused"_s;
+        QTest::newRow("no number") << u",#TRUE#"_s << u"refused"_s;
+        QTest::newRow("infinite") << u"inf,#TRUE#"_s << u"refused"_s;
+        QTest::newRow("too large") << u"1E999,#TRUE#"_s << u"refused"_s;
+        QTest::newRow("two signs") << u"+-5,#TRUE#"_s << u"refused"_s;
+    }
+
+    void damagedLayoutLinesAreRefused()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, expected);
+        const auto read = parseNumberAndFlag(line);
+        const QString result =
+            read ? QString::number(read->number) + (read->flag ? " shown"_L1 : " hidden"_L1) : u"refused"_s;
+        QCOMPARE(result, expected);
+    }
+
+    void writtenWidthsAreReadBack()
+    {
+        for (const float width : {0.0F, 0.5F, 975.5F, 1440.0F, 1739.906F, 123456.0F, 2e8F}) {
+            const QString line = SeqWriter().number(width).flag(true).line();
+            const auto read = parseNumberAndFlag(seqLines(line).value(0));
+            QVERIFY2(read && read->flag, qPrintable(line));
+            QCOMPARE(static_cast<float>(read->number), width);
+        }
+    }
+
+    void linesEndInAnyStyle()
+    {
+        QCOMPARE(seqLines(u"a\r\nb\rc\nd"), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
+        QCOMPARE(seqLines(u"a\r\n\r\nb\r\n"), (QStringList{u"a"_s, u""_s, u"b"_s}));
+        QCOMPARE(seqLines(u"a\r\n\x1A junk\r\n"), QStringList{u"a"_s});
+        QCOMPARE(seqLines(u""), QStringList{});
+    }
+
+    void filesAreFoundIgnoringLetterCase_data()
+    {
+        QTest::addColumn<QString>("onDisk");
+        QTest::addColumn<QString>("wanted");
+        QTest::addColumn<bool>("found");
+        QTest::newRow("same") << u"Presva.Txt"_s << u"Presva.Txt"_s << true;
+        QTest::newRow("small letters on disk") << u"presva.txt"_s << u"Presva.Txt"_s << true;
+        QTest::newRow("capitals on disk") << u"YAG.MDB"_s << u"Yag.mdb"_s << true;
+        QTest::newRow("leading separator") << u"Grid0.txt"_s << u"\\Grid0.txt"_s << true;
+        QTest::newRow("star") << u"Grid1.txt"_s << u"grid*.txt"_s << true;
+        QTest::newRow("question mark") << u"Grid1.txt"_s << u"grid?.txt"_s << true;
+        QTest::newRow("question mark needs a character") << u"Grid.txt"_s << u"grid?.txt"_s << false;
+        QTest::newRow("longer name") << u"Grid0.txt.bak"_s << u"Grid0.txt"_s << false;
+        QTest::newRow("shorter name") << u"Grid0"_s << u"Grid0.txt"_s << false;
+        QTest::newRow("a stop is a stop") << u"Grid0xtxt"_s << u"Grid0.txt"_s << false;
+        QTest::newRow("folder") << u"Grid0.txt/"_s << u"Grid0.txt"_s << false;
+        QTest::newRow("empty name") << u"Grid0.txt"_s << u"\\"_s << false;
+    }
+
+    void filesAreFoundIgnoringLetterCase()
+    {
+        QFETCH(QString, onDisk);
+        QFETCH(QString, wanted);
+        QFETCH(bool, found);
+        const QTemporaryDir folder;
+        if (onDisk.endsWith(u'/')) {
+            QVERIFY(QDir(folder.path()).mkdir(onDisk.chopped(1)));
+        } else {
+            QFile file(folder.filePath(onDisk));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        const auto path = findFile(folder.path(), wanted);
+        QCOMPARE(path.value_or(QString()), found ? folder.filePath(onDisk) : QString());
+    }
+
+    void exactNameIsPreferred()
+    {
+        const QTemporaryDir folder;
+        for (const auto& name : {u"PRESVA.TXT"_s, u"Presva.Txt"_s, u"presva.txt"_s}) {
+            QFile file(folder.filePath(name));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        }
+        QCOMPARE(findFile(folder.path(), u"Presva.Txt").value_or(QString()), folder.filePath(u"Presva.Txt"_s));
+    }
 };
-
-void SequentialFiles::linesAreWrittenTheSameUnderAllSettings_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("shown") << SeqWriter().number(1440.0F).flag(true).line() << u"1440,#TRUE#\r\n"_s;
-    QTest::newRow("seven digits") << SeqWriter().number(1739.9055F).flag(true).line() << u"1739.906,#TRUE#\r\n"_s;
-    QTest::newRow("hidden") << SeqWriter().number(1200.5F).flag(false).line() << u"1200.5,#FALSE#\r\n"_s;
-    QTest::newRow("zero") << SeqWriter().number(0.0F).flag(false).line() << u"0,#FALSE#\r\n"_s;
-    QTest::newRow("below one") << SeqWriter().number(0.5F).flag(true).line() << u".5,#TRUE#\r\n"_s;
-    QTest::newRow("below zero") << SeqWriter().number(-0.5).line() << u"-.5\r\n"_s;
-    QTest::newRow("double") << SeqWriter().number(1739.9055).line() << u"1739.9055\r\n"_s;
-    QTest::newRow("text") << SeqWriter().text(u"a\"b").line() << u"\"a\"b\"\r\n"_s;
-    QTest::newRow("nothing") << SeqWriter().null().text(u"x").line() << u"#NULL#,\"x\"\r\n"_s;
-}
-
-void SequentialFiles::linesAreWrittenTheSameUnderAllSettings()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, expected);
-    QCOMPARE(line, expected);
-}
-
-void SequentialFiles::commasAndLineEndsOutsideQuotesEndItems_data()
-{
-    QTest::addColumn<QString>("content");
-    QTest::addColumn<QStringList>("items");
-    QTest::newRow("one line") << u"Yağ Fabrikası\r\n"_s << QStringList{u"Yağ Fabrikası"_s};
-    QTest::newRow("comma divides") << u"Ad, Şehir\r\n"_s << QStringList{u"Ad"_s, u"Şehir"_s};
-    QTest::newRow("quotes keep a comma") << u"\"Ad, Şehir\"\r\n"_s << QStringList{u"Ad, Şehir"_s};
-    QTest::newRow("empty line is an item") << u"a\r\n\r\nb\r\n"_s << QStringList{u"a"_s, u""_s, u"b"_s};
-    QTest::newRow("no line end") << u"a"_s << QStringList{u"a"_s};
-    QTest::newRow("empty file") << QString() << QStringList{};
-    QTest::newRow("trailing comma") << u"a,b,\r\n"_s << QStringList{u"a"_s, u"b"_s, u""_s};
-    QTest::newRow("leading comma") << u",a\r\n"_s << QStringList{u""_s, u"a"_s};
-    QTest::newRow("trailing blanks stay") << u"  a  \r\n"_s << QStringList{u"a  "_s};
-    QTest::newRow("inner quotes stay") << u"x \"y\" z\r\n"_s << QStringList{u"x \"y\" z"_s};
-    QTest::newRow("text behind quotes is lost") << u"\"a\" b,c\r\n"_s << QStringList{u"a"_s, u"c"_s};
-    QTest::newRow("line end closes quotes") << u"\"a\r\nb\"\r\n"_s << QStringList{u"a"_s, u"b\""_s};
-    QTest::newRow("empty quotes") << u"\"\"\r\n"_s << QStringList{u""_s};
-    QTest::newRow("end-of-file byte") << u"a\x1A"
-                                         "b"_s
-                                      << QStringList{u"a"_s};
-    QTest::newRow("file form of nothing") << u"#NULL#\r\n"_s << QStringList{u"#NULL#"_s};
-    QTest::newRow("carriage returns alone") << u"a\rb\r"_s << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("line feeds alone") << u"a\nb\n"_s << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("only blanks") << u"   "_s << QStringList{u""_s};
-}
-
-void SequentialFiles::commasAndLineEndsOutsideQuotesEndItems()
-{
-    QFETCH(QString, content);
-    QFETCH(QStringList, items);
-    SeqReader reader(content);
-    QStringList read;
-    while (!reader.atEnd()) read += reader.next();
-    QCOMPARE(read, items);
-}
-
-void SequentialFiles::readingPastTheEndIsAnError()
-{
-    SeqReader reader(u"a\r\n"_s);
-    QCOMPARE(reader.next(), u"a"_s);
-    QVERIFY(reader.atEnd());
-    QCOMPARE(outcomeOf([&] { return reader.next(); }), u"E62"_s);
-}
-
-void SequentialFiles::damagedLayoutLinesAreRefused_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("plain") << u"1440,#TRUE#"_s << u"1440 shown"_s;
-    QTest::newRow("hidden") << u"1200,#FALSE#"_s << u"1200 hidden"_s;
-    QTest::newRow("blank before the flag") << u"1440, #TRUE#"_s << u"1440 shown"_s;
-    QTest::newRow("small letters") << u"1440,#true#"_s << u"1440 shown"_s;
-    QTest::newRow("no zero before the stop") << u".5,#TRUE#"_s << u"0.5 shown"_s;
-    QTest::newRow("zero before the stop") << u"0.5,#TRUE#"_s << u"0.5 shown"_s;
-    QTest::newRow("half a twip") << u"1200.5,#TRUE#"_s << u"1200.5 shown"_s;
-    QTest::newRow("exponent") << u"1E+03,#TRUE#"_s << u"1000 shown"_s;
-    QTest::newRow("decimal comma") << u"1440,5,#TRUE#"_s << u"refused"_s;
-    QTest::newRow("letters") << u"abc,#TRUE#"_s << u"refused"_s;
-    QTest::newRow("number alone") << u"1440"_s << u"refused"_s;
-    QTest::newRow("empty") << QString() << u"refused"_s;
-    QTest::newRow("number as flag") << u"1440,1"_s << u"refused"_s;
-    QTest::newRow("negative") << u"-5,#TRUE#"_s << u"refused"_s;
-    QTest::newRow("no number") << u",#TRUE#"_s << u"refused"_s;
-    QTest::newRow("infinite") << u"inf,#TRUE#"_s << u"refused"_s;
-    QTest::newRow("too large") << u"1E999,#TRUE#"_s << u"refused"_s;
-    QTest::newRow("two signs") << u"+-5,#TRUE#"_s << u"refused"_s;
-}
-
-void SequentialFiles::damagedLayoutLinesAreRefused()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, expected);
-    const auto read = parseNumberAndFlag(line);
-    const QString result =
-        read ? QString::number(read->number) + (read->flag ? " shown"_L1 : " hidden"_L1) : u"refused"_s;
-    QCOMPARE(result, expected);
-}
-
-void SequentialFiles::writtenWidthsAreReadBack()
-{
-    for (const float width : {0.0F, 0.5F, 975.5F, 1440.0F, 1739.906F, 123456.0F, 2e8F}) {
-        const QString line = SeqWriter().number(width).flag(true).line();
-        const auto read = parseNumberAndFlag(seqLines(line).value(0));
-        QVERIFY2(read && read->flag, qPrintable(line));
-        QCOMPARE(static_cast<float>(read->number), width);
-    }
-}
-
-void SequentialFiles::linesEndInAnyStyle()
-{
-    QCOMPARE(seqLines(u"a\r\nb\rc\nd"), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
-    QCOMPARE(seqLines(u"a\r\n\r\nb\r\n"), (QStringList{u"a"_s, u""_s, u"b"_s}));
-    QCOMPARE(seqLines(u"a\r\n\x1A junk\r\n"), QStringList{u"a"_s});
-    QCOMPARE(seqLines(u""), QStringList{});
-}
-
-void SequentialFiles::filesAreFoundIgnoringLetterCase_data()
-{
-    QTest::addColumn<QString>("onDisk");
-    QTest::addColumn<QString>("wanted");
-    QTest::addColumn<bool>("found");
-    QTest::newRow("same") << u"Presva.Txt"_s << u"Presva.Txt"_s << true;
-    QTest::newRow("small letters on disk") << u"presva.txt"_s << u"Presva.Txt"_s << true;
-    QTest::newRow("capitals on disk") << u"YAG.MDB"_s << u"Yag.mdb"_s << true;
-    QTest::newRow("leading separator") << u"Grid0.txt"_s << u"\\Grid0.txt"_s << true;
-    QTest::newRow("star") << u"Grid1.txt"_s << u"grid*.txt"_s << true;
-    QTest::newRow("question mark") << u"Grid1.txt"_s << u"grid?.txt"_s << true;
-    QTest::newRow("question mark needs a character") << u"Grid.txt"_s << u"grid?.txt"_s << false;
-    QTest::newRow("longer name") << u"Grid0.txt.bak"_s << u"Grid0.txt"_s << false;
-    QTest::newRow("shorter name") << u"Grid0"_s << u"Grid0.txt"_s << false;
-    QTest::newRow("a stop is a stop") << u"Grid0xtxt"_s << u"Grid0.txt"_s << false;
-    QTest::newRow("folder") << u"Grid0.txt/"_s << u"Grid0.txt"_s << false;
-    QTest::newRow("empty name") << u"Grid0.txt"_s << u"\\"_s << false;
-}
-
-void SequentialFiles::filesAreFoundIgnoringLetterCase()
-{
-    QFETCH(QString, onDisk);
-    QFETCH(QString, wanted);
-    QFETCH(bool, found);
-    const QTemporaryDir folder;
-    if (onDisk.endsWith(u'/')) {
-        QVERIFY(QDir(folder.path()).mkdir(onDisk.chopped(1)));
-    } else {
-        QFile file(folder.filePath(onDisk));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    }
-    const auto path = findFile(folder.path(), wanted);
-    QCOMPARE(path.value_or(QString()), found ? folder.filePath(onDisk) : QString());
-}
-
-void SequentialFiles::exactNameIsPreferred()
-{
-    const QTemporaryDir folder;
-    for (const auto& name : {u"PRESVA.TXT"_s, u"Presva.Txt"_s, u"presva.txt"_s}) {
-        QFile file(folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    }
-    QCOMPARE(findFile(folder.path(), u"Presva.Txt").value_or(QString()), folder.filePath(u"Presva.Txt"_s));
-}
 
 QTEST_APPLESS_MAIN(SequentialFiles)
 #include "sequential_files.moc"

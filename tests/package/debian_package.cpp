@@ -59,34 +59,317 @@ class DebianPackage : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        const Outcome cpack = run(QString::fromUtf8(PRESVA_CPACK),
+                                  {u"--config"_s, QString::fromUtf8(PRESVA_CPACK_CONFIG), u"-B"_s, built_.path()});
+        const QStringList packages = QDir(built_.path()).entryList({u"*.deb"_s});
+        QVERIFY2(cpack.code == 0 && packages.size() == 1, qPrintable(cpack.out));
+        package_ = built_.filePath(packages.first());
 
-    void saysWhatItIsAndWhatItNeeds();
-    void runsNothingWhenInstalledOrRemoved();
-    void filesLieWhereTheSystemLooksForThem_data();
-    void filesLieWhereTheSystemLooksForThem();
-    void debiansCriticFindsNoFault();
-    void menuEntryIsValidAndLeadsToTheProgram();
-    void softwareCatalogueEntryIsValid();
-    void manualPagesAreClean_data();
-    void manualPagesAreClean();
-    void manualPageOfTheToolNamesEveryCommand();
-    void manualPageOfTheProgramNamesEveryOption();
-    void everyTextNamesTheSameVersion();
-    void guideAndReadmeReachTheirPictures_data();
-    void guideAndReadmeReachTheirPictures();
+        const QDir root(root_.path());
+        for (const char* folder : {"info", "updates", "triggers"})
+            QVERIFY(root.mkpath(u"var/lib/dpkg/"_s + QLatin1StringView(folder)));
+        for (const char* file : {"status", "available"})
+            QVERIFY(QFile(root.filePath(u"var/lib/dpkg/"_s + QLatin1StringView(file))).open(QIODevice::WriteOnly));
+        const Outcome installed = dpkg({u"--install"_s, package_});
+        QVERIFY2(installed.code == 0, qPrintable(installed.out));
 
-    void firstStartMakesADatabaseAndShowsTheCounter();
-    void laterStartKeepsWhatIsStored();
-    void namedFolderIsUsedAndNothingIsMadeElsewhere_data();
-    void namedFolderIsUsedAndNothingIsMadeElsewhere();
-    void existingDatabaseIsCopiedByOneOption();
-    void copyNeverTakesThePlaceOfADatabase();
-    void misuseIsOneLine_data();
-    void misuseIsOneLine();
-    void removalTakesTheProgramAndLeavesTheData();
+        server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s,
+                                  u"tcp"_s, u"-noreset"_s});
+        QVERIFY2(server_.waitForStarted() && server_.waitForReadyRead(20000),
+                 "There is no virtual X server (Xvfb) here.");
+        display_ = u':' + QString::fromLatin1(server_.readLine()).trimmed();
+    }
+
+    void init() { home_ = std::make_unique<QTemporaryDir>(root_.filePath(u"home-XXXXXX"_s)); }
+
+    void cleanupTestCase()
+    {
+        server_.terminate();
+        server_.waitForFinished();
+    }
+
+    void saysWhatItIsAndWhatItNeeds()
+    {
+        const auto field = [this](const char* name) {
+            return run(u"dpkg-deb"_s, {u"--field"_s, package_, QString::fromLatin1(name)}).out.trimmed();
+        };
+        QCOMPARE(field("Package"), u"mendrik-presva"_s);
+        QCOMPARE(field("Version"), QString::fromUtf8(PRESVA_VERSION));
+        QVERIFY(field("Maintainer").contains(u'@'));
+        QVERIFY(field("Description").contains(u'\n'));
+        // The libraries are found by Debian's own tool; the rest is what only running would show.
+        for (const char* needed : {"libqt6widgets6", "libqt6serialport6", "libcups2", "libx11-6", "libc6",
+                                   "fonts-liberation", "fonts-dejavu-core", "qt6-translations-l10n"})
+            QVERIFY2(field("Depends").contains(QLatin1StringView(needed)), needed);
+        QVERIFY(!field("Depends").contains("libqt6test"_L1));
+    }
+
+    void runsNothingWhenInstalledOrRemoved()
+    {
+        const QDir control(root_.filePath(u"var/lib/dpkg/info"_s));
+        QCOMPARE(control.entryList({u"mendrik-presva.*"_s}, QDir::Files),
+                 (QStringList{u"mendrik-presva.list"_s, u"mendrik-presva.md5sums"_s}));
+    }
+
+    void filesLieWhereTheSystemLooksForThem_data()
+    {
+        QTest::addColumn<bool>("program");
+        for (const char* path :
+             {"bin/mendrik-presva", "bin/presva-mdb", "bin/presva-scale", "lib/mendrik-presva/presva"})
+            QTest::newRow(path) << true;
+        for (const char* path :
+             {"share/applications/org.mendrik.Presva.desktop", "share/metainfo/org.mendrik.Presva.metainfo.xml",
+              "share/icons/hicolor/scalable/apps/org.mendrik.Presva.svg", "share/man/man1/mendrik-presva.1.gz",
+              "share/man/man1/presva-mdb.1.gz", "share/man/man1/presva-scale.1.gz",
+              "share/doc/mendrik-presva/copyright", "share/doc/mendrik-presva/changelog.gz",
+              "share/doc/mendrik-presva/README.md", "share/doc/mendrik-presva/docs/kullanim.html"})
+            QTest::newRow(path) << false;
+    }
+
+    void filesLieWhereTheSystemLooksForThem()
+    {
+        QFETCH(bool, program);
+        const QFileInfo file(inRoot(u"usr/"_s + QString::fromLatin1(QTest::currentDataTag())));
+        QVERIFY(file.isFile() && file.size() > 0);
+        constexpr auto everybodyRuns = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+        constexpr auto othersWrite = QFile::WriteGroup | QFile::WriteOther;
+        QCOMPARE(file.permissions() & everybodyRuns, program ? everybodyRuns : QFile::Permissions());
+        QVERIFY(!(file.permissions() & othersWrite) && file.permission(QFile::ReadOther));
+    }
+
+    void debiansCriticFindsNoFault()
+    {
+        const Outcome lintian = run(u"lintian"_s, {u"--fail-on"_s, u"error,warning"_s, u"--allow-root"_s, package_});
+        QVERIFY2(lintian.code == 0, qPrintable(lintian.out));
+    }
+
+    void menuEntryIsValidAndLeadsToTheProgram()
+    {
+        const QString entry = inRoot(u"usr/share/applications/org.mendrik.Presva.desktop"_s);
+        const Outcome validator = run(u"desktop-file-validate"_s, {entry});
+        QVERIFY2(validator.code == 0 && validator.out.isEmpty(), qPrintable(validator.out));
+
+        const QString text = QString::fromUtf8(contentOf(entry));
+        static const QRegularExpression exec(u"^Exec=(\\S+)"_s, QRegularExpression::MultilineOption);
+        QVERIFY(QFileInfo(inRoot(u"usr/bin/"_s + exec.match(text).captured(1))).isExecutable());
+        static const QRegularExpression guide(u"^Exec=xdg-open /(\\S+)"_s, QRegularExpression::MultilineOption);
+        QVERIFY(QFileInfo::exists(inRoot(guide.match(text).captured(1))));
+        static const QRegularExpression icon(u"^Icon=(\\S+)"_s, QRegularExpression::MultilineOption);
+        const QString icons = inRoot(u"usr/share/icons/hicolor/scalable/apps/"_s);
+        QVERIFY(contentOf(icons + icon.match(text).captured(1) + u".svg"_s).contains("<svg"));
+    }
+
+    void softwareCatalogueEntryIsValid()
+    {
+        const Outcome validator =
+            run(u"appstreamcli"_s, {u"validate"_s, u"--no-net"_s, u"--no-color"_s,
+                                    inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s)});
+        QVERIFY2(validator.code == 0, qPrintable(validator.out));
+    }
+
+    void manualPagesAreClean_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (const QString& file : QDir(inRoot(u"usr/share/man/man1"_s)).entryList(QDir::Files))
+            QTest::newRow(qPrintable(file)) << inRoot(u"usr/share/man/man1/"_s + file);
+    }
+
+    void manualPagesAreClean()
+    {
+        QFETCH(QString, file);
+        const Outcome lint = run(u"mandoc"_s, {u"-T"_s, u"lint"_s, u"-W"_s, u"warning"_s, file});
+        QVERIFY2(lint.code == 0 && lint.out.isEmpty(), qPrintable(lint.out));
+    }
+
+    void manualPageOfTheToolNamesEveryCommand()
+    {
+        const QString page = manualPage(u"presva-mdb"_s);
+        static const QRegularExpression command(u"^    (presva-mdb [a-z-]+)"_s, QRegularExpression::MultilineOption);
+        int commands = 0;
+        for (auto it = command.globalMatch(tool({u"--help"_s}).out); it.hasNext(); ++commands) {
+            const QString name = it.next().captured(1);
+            QVERIFY2(page.contains(name), qPrintable(name));
+        }
+        QVERIFY(commands > 5);
+    }
+
+    void manualPageOfTheProgramNamesEveryOption()
+    {
+        const QString page = manualPage(u"mendrik-presva"_s);
+        static const QRegularExpression option(u"^  (--[a-z-]+)"_s, QRegularExpression::MultilineOption);
+        int options = 0;
+        for (auto it = option.globalMatch(run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--help"_s}).out); it.hasNext();
+             ++options) {
+            const QString name = it.next().captured(1);
+            QVERIFY2(page.contains(name), qPrintable(name));
+        }
+        QVERIFY(options > 2);
+    }
+
+    void everyTextNamesTheSameVersion()
+    {
+        const QString version = QString::fromUtf8(PRESVA_VERSION);
+        const QString log = run(u"gzip"_s, {u"-dc"_s, inRoot(u"usr/share/doc/mendrik-presva/changelog.gz"_s)}).out;
+        QVERIFY2(log.startsWith(u"mendrik-presva (%1)"_s.arg(version)), qPrintable(log));
+        const QByteArray catalogue = contentOf(inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s));
+        QVERIFY(QString::fromUtf8(catalogue).contains(u"<release version=\"%1\""_s.arg(version)));
+        for (const char* text : {"README.md", "docs/kullanim.html"}) {
+            const QString document = inRoot(u"usr/share/doc/mendrik-presva/"_s + QLatin1StringView(text));
+            QVERIFY2(QString::fromUtf8(contentOf(document)).contains(u"mendrik-presva_%1_"_s.arg(version)), text);
+        }
+        // Also without a screen.
+        const Outcome said = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--version"_s});
+        QVERIFY2(said.out.contains(version), qPrintable(said.out));
+    }
+
+    void guideAndReadmeReachTheirPictures_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QRegularExpression>("link");
+        const QString documents = inRoot(u"usr/share/doc/mendrik-presva/"_s);
+        QTest::newRow("guide") << documents + u"docs/kullanim.html"_s
+                               << QRegularExpression(u"(?:src|href)=\"([^\"]+)\""_s);
+        QTest::newRow("README") << documents + u"README.md"_s << QRegularExpression(u"\\]\\((?!http)([^)]+)\\)"_s);
+    }
+
+    void guideAndReadmeReachTheirPictures()
+    {
+        QFETCH(QString, file);
+        QFETCH(QRegularExpression, link);
+        int pictures = 0;
+        for (auto it = link.globalMatch(QString::fromUtf8(contentOf(file))); it.hasNext();) {
+            const QString target = it.next().captured(1);
+            QVERIFY2(QFileInfo::exists(QFileInfo(file).dir().filePath(target)), qPrintable(target));
+            if (target.endsWith(".png"_L1)) ++pictures;
+        }
+        QVERIFY(pictures > 0);
+    }
+
+    void firstStartMakesADatabaseAndShowsTheCounter()
+    {
+        const QString failure = startAndClose();
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
+
+        const Outcome check = tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s});
+        QVERIFY2(check.code == 0, qPrintable(check.out));
+        QVERIFY(rowsOf(dataFolder() + u"/Yag.mdb"_s).startsWith("Unvan,"_L1));
+        // Without a printer the mill can work all the same: slips become files.
+        QVERIFY(commandLine_.contains(dataFolder() + u"/fis"_s));
+        QVERIFY(!QFileInfo::exists(dataFolder() + u"/fis"_s)); // made for the first slip
+        // Nothing is left lying about in the home folder.
+        for (const QString& file : filesBelow(home_->path()))
+            QVERIFY2(file.startsWith(".local/share/mendrik-presva/"_L1) || file.startsWith(".config/"_L1) ||
+                         file.startsWith(".cache/"_L1),
+                     qPrintable(file));
+    }
+
+    void laterStartKeepsWhatIsStored()
+    {
+        const QString database = dataFolder() + u"/Yag.mdb"_s;
+        QVERIFY(QDir().mkpath(dataFolder()));
+        QCOMPARE(tool({u"create"_s, database}).code, 0);
+        QFile customers(home_->filePath(u"customers.csv"_s));
+        QVERIFY(customers.open(QIODevice::WriteOnly));
+        customers.write("Unvan\nAyşe Yılmaz\n");
+        customers.close();
+        const Outcome imported = tool({u"import"_s, database, u"Cari"_s, customers.fileName()});
+        QVERIFY2(imported.code == 0, qPrintable(imported.out));
+        const QString before = rowsOf(database);
+        QVERIFY(before.contains(u"Ayşe Yılmaz"_s));
+
+        const QString failure = startAndClose({u"--print-to"_s, home_->filePath(u"paper"_s)});
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(rowsOf(database), before);
+        QVERIFY(QFileInfo(home_->filePath(u"paper"_s)).isDir());
+        QVERIFY(!QFileInfo::exists(dataFolder() + u"/fis"_s));
+    }
+
+    void namedFolderIsUsedAndNothingIsMadeElsewhere_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<bool>("oneWord");
+        QTest::newRow("two words") << u"mill"_s << false;
+        QTest::newRow("one word") << u"mill"_s << true;
+        QTest::newRow("blanks and Turkish letters") << u"Zeytin Yağı 'İş'"_s << false;
+    }
+
+    void namedFolderIsUsedAndNothingIsMadeElsewhere()
+    {
+        QFETCH(QString, folder);
+        QFETCH(bool, oneWord);
+        const QString path = home_->filePath(folder);
+        QVERIFY(QDir().mkpath(path));
+        QCOMPARE(tool({u"create"_s, path + u"/Yag.mdb"_s}).code, 0);
+
+        const QString failure =
+            startAndClose(oneWord ? QStringList{u"--dir="_s + path} : QStringList{u"--dir"_s, path});
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
+        QVERIFY(!QFileInfo::exists(dataFolder()));
+    }
+
+    void existingDatabaseIsCopiedByOneOption()
+    {
+        const QString old = home_->filePath(u"Yag.mdb"_s);
+        QCOMPARE(tool({u"create"_s, old}).code, 0);
+        const QByteArray before = contentOf(old);
+
+        const QString failure = startAndClose({u"--copy-from"_s, old});
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s}).code, 0);
+        QCOMPARE(contentOf(old), before);
+    }
+
+    void copyNeverTakesThePlaceOfADatabase()
+    {
+        const QString old = home_->filePath(u"Yag.mdb"_s);
+        const QString present = dataFolder() + u"/Yag.mdb"_s;
+        QVERIFY(QDir().mkpath(dataFolder()));
+        QCOMPARE(tool({u"create"_s, old}).code, 0);
+        QCOMPARE(tool({u"create"_s, present}).code, 0);
+        const QByteArray before = contentOf(present);
+
+        const Outcome copy = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--copy-from="_s + old}, ofTheUser());
+        QCOMPARE(copy.code, 1);
+        QVERIFY2(copy.out.contains(present), qPrintable(copy.out));
+        QCOMPARE(contentOf(present), before);
+    }
+
+    void misuseIsOneLine_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("no folder") << QStringList{u"--dir"_s};
+        QTest::newRow("empty folder") << QStringList{u"--dir="_s};
+        QTest::newRow("no file") << QStringList{u"--copy-from"_s};
+        QTest::newRow("absent file") << QStringList{u"--copy-from"_s, u"/absent/Yag.mdb"_s};
+    }
+
+    void misuseIsOneLine()
+    {
+        QFETCH(QStringList, arguments);
+        const Outcome misuse = run(inRoot(u"usr/bin/mendrik-presva"_s), arguments, ofTheUser());
+        QCOMPARE(misuse.code, 1);
+        QCOMPARE(misuse.out.count(u'\n'), 1);
+        QVERIFY(!QFileInfo::exists(dataFolder() + u"/Yag.mdb"_s));
+    }
+
+    void removalTakesTheProgramAndLeavesTheData()
+    {
+        const QString failure = startAndClose();
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        const QByteArray database = contentOf(dataFolder() + u"/Yag.mdb"_s);
+        const QStringList files = filesBelow(home_->path());
+        QVERIFY(!database.isEmpty());
+
+        const Outcome removed = dpkg({u"--purge"_s, u"mendrik-presva"_s});
+        QVERIFY2(removed.code == 0, qPrintable(removed.out));
+        QVERIFY(!QFileInfo::exists(inRoot(u"usr"_s)));
+        QCOMPARE(filesBelow(home_->path()), files);
+        QCOMPARE(contentOf(dataFolder() + u"/Yag.mdb"_s), database);
+    }
 
 private:
     QString inRoot(const QString& path) const { return root_.filePath(path); }
@@ -106,9 +389,57 @@ private:
         return run(u"mandoc"_s, {u"-T"_s, u"utf8"_s, file}).out.remove(struckOver);
     }
     QString rowsOf(const QString& database) const { return tool({u"export"_s, database, u"Cari"_s}).out; }
-    QProcessEnvironment ofTheUser() const;
+
+    QProcessEnvironment ofTheUser() const
+    {
+        QProcessEnvironment environment;
+        environment.insert(u"HOME"_s, home_->path());
+        environment.insert(u"PATH"_s, inRoot(u"usr/bin"_s) + u":/usr/bin:/bin"_s);
+        environment.insert(u"DISPLAY"_s, display_);
+        environment.insert(u"LANG"_s, u"tr_TR.UTF-8"_s);
+        // This machine may have a printer; the user's has none.
+        environment.insert(u"CUPS_SERVER"_s, home_->filePath(u"no-scheduler"_s));
+        return environment;
+    }
+
     /// Starts the program, waits for its window, closes it by its button. Empty when all that went well.
-    QString startAndClose(const QStringList& arguments = {});
+
+    QString startAndClose(const QStringList& arguments = {})
+    {
+        QProcess counter;
+        counter.setProcessEnvironment(ofTheUser());
+        counter.setProcessChannelMode(QProcess::MergedChannels);
+        counter.start(inRoot(u"usr/bin/mendrik-presva"_s), arguments);
+        if (!counter.waitForStarted()) return u"does not start"_s;
+
+        // The launcher becomes the program, so that the process is the same.
+        WindowOf window(display_, counter.processId());
+        QElapsedTimer patience;
+        patience.start();
+        while (!window.isShown() && counter.state() == QProcess::Running && patience.elapsed() < 20000)
+            QTest::qWait(50);
+        if (!window.isShown()) {
+            counter.kill();
+            counter.waitForFinished();
+            return u"shows no window: "_s + QString::fromUtf8(counter.readAll());
+        }
+        // It is shown a moment before it is painted.
+        do {
+            QTest::qWait(100);
+            picture_ = window.picture();
+        } while (!holdsKeypad(picture_) && patience.elapsed() < 20000);
+        commandLine_ = QString::fromUtf8(contentOf(u"/proc/%1/cmdline"_s.arg(counter.processId()))).split(u'\0');
+
+        window.close();
+        if (!counter.waitForFinished(20000)) {
+            counter.kill();
+            counter.waitForFinished();
+            return u"does not end when its window is closed"_s;
+        }
+        if (counter.exitStatus() != QProcess::NormalExit || counter.exitCode() != 0)
+            return u"ends with a failure: "_s + QString::fromUtf8(counter.readAll());
+        return {};
+    }
 
     QTemporaryDir built_;
     QTemporaryDir root_;
@@ -119,361 +450,6 @@ private:
     QStringList commandLine_; ///< of the program that was started last
     QImage picture_;          ///< of its window
 };
-
-void DebianPackage::initTestCase()
-{
-    const Outcome cpack = run(QString::fromUtf8(PRESVA_CPACK),
-                              {u"--config"_s, QString::fromUtf8(PRESVA_CPACK_CONFIG), u"-B"_s, built_.path()});
-    const QStringList packages = QDir(built_.path()).entryList({u"*.deb"_s});
-    QVERIFY2(cpack.code == 0 && packages.size() == 1, qPrintable(cpack.out));
-    package_ = built_.filePath(packages.first());
-
-    const QDir root(root_.path());
-    for (const char* folder : {"info", "updates", "triggers"})
-        QVERIFY(root.mkpath(u"var/lib/dpkg/"_s + QLatin1StringView(folder)));
-    for (const char* file : {"status", "available"})
-        QVERIFY(QFile(root.filePath(u"var/lib/dpkg/"_s + QLatin1StringView(file))).open(QIODevice::WriteOnly));
-    const Outcome installed = dpkg({u"--install"_s, package_});
-    QVERIFY2(installed.code == 0, qPrintable(installed.out));
-
-    server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s,
-                              u"tcp"_s, u"-noreset"_s});
-    QVERIFY2(server_.waitForStarted() && server_.waitForReadyRead(20000), "There is no virtual X server (Xvfb) here.");
-    display_ = u':' + QString::fromLatin1(server_.readLine()).trimmed();
-}
-
-void DebianPackage::init() { home_ = std::make_unique<QTemporaryDir>(root_.filePath(u"home-XXXXXX"_s)); }
-
-void DebianPackage::cleanupTestCase()
-{
-    server_.terminate();
-    server_.waitForFinished();
-}
-
-QProcessEnvironment DebianPackage::ofTheUser() const
-{
-    QProcessEnvironment environment;
-    environment.insert(u"HOME"_s, home_->path());
-    environment.insert(u"PATH"_s, inRoot(u"usr/bin"_s) + u":/usr/bin:/bin"_s);
-    environment.insert(u"DISPLAY"_s, display_);
-    environment.insert(u"LANG"_s, u"tr_TR.UTF-8"_s);
-    // This machine may have a printer; the user's has none.
-    environment.insert(u"CUPS_SERVER"_s, home_->filePath(u"no-scheduler"_s));
-    return environment;
-}
-
-QString DebianPackage::startAndClose(const QStringList& arguments)
-{
-    QProcess counter;
-    counter.setProcessEnvironment(ofTheUser());
-    counter.setProcessChannelMode(QProcess::MergedChannels);
-    counter.start(inRoot(u"usr/bin/mendrik-presva"_s), arguments);
-    if (!counter.waitForStarted()) return u"does not start"_s;
-
-    // The launcher becomes the program, so that the process is the same.
-    WindowOf window(display_, counter.processId());
-    QElapsedTimer patience;
-    patience.start();
-    while (!window.isShown() && counter.state() == QProcess::Running && patience.elapsed() < 20000) QTest::qWait(50);
-    if (!window.isShown()) {
-        counter.kill();
-        counter.waitForFinished();
-        return u"shows no window: "_s + QString::fromUtf8(counter.readAll());
-    }
-    // It is shown a moment before it is painted.
-    do {
-        QTest::qWait(100);
-        picture_ = window.picture();
-    } while (!holdsKeypad(picture_) && patience.elapsed() < 20000);
-    commandLine_ = QString::fromUtf8(contentOf(u"/proc/%1/cmdline"_s.arg(counter.processId()))).split(u'\0');
-
-    window.close();
-    if (!counter.waitForFinished(20000)) {
-        counter.kill();
-        counter.waitForFinished();
-        return u"does not end when its window is closed"_s;
-    }
-    if (counter.exitStatus() != QProcess::NormalExit || counter.exitCode() != 0)
-        return u"ends with a failure: "_s + QString::fromUtf8(counter.readAll());
-    return {};
-}
-
-void DebianPackage::saysWhatItIsAndWhatItNeeds()
-{
-    const auto field = [this](const char* name) {
-        return run(u"dpkg-deb"_s, {u"--field"_s, package_, QString::fromLatin1(name)}).out.trimmed();
-    };
-    QCOMPARE(field("Package"), u"mendrik-presva"_s);
-    QCOMPARE(field("Version"), QString::fromUtf8(PRESVA_VERSION));
-    QVERIFY(field("Maintainer").contains(u'@'));
-    QVERIFY(field("Description").contains(u'\n'));
-    // The libraries are found by Debian's own tool; the rest is what only running would show.
-    for (const char* needed : {"libqt6widgets6", "libqt6serialport6", "libcups2", "libx11-6", "libc6",
-                               "fonts-liberation", "fonts-dejavu-core", "qt6-translations-l10n"})
-        QVERIFY2(field("Depends").contains(QLatin1StringView(needed)), needed);
-    QVERIFY(!field("Depends").contains("libqt6test"_L1));
-}
-
-void DebianPackage::runsNothingWhenInstalledOrRemoved()
-{
-    const QDir control(root_.filePath(u"var/lib/dpkg/info"_s));
-    QCOMPARE(control.entryList({u"mendrik-presva.*"_s}, QDir::Files),
-             (QStringList{u"mendrik-presva.list"_s, u"mendrik-presva.md5sums"_s}));
-}
-
-void DebianPackage::filesLieWhereTheSystemLooksForThem_data()
-{
-    QTest::addColumn<bool>("program");
-    for (const char* path : {"bin/mendrik-presva", "bin/presva-mdb", "bin/presva-scale", "lib/mendrik-presva/presva"})
-        QTest::newRow(path) << true;
-    for (const char* path :
-         {"share/applications/org.mendrik.Presva.desktop", "share/metainfo/org.mendrik.Presva.metainfo.xml",
-          "share/icons/hicolor/scalable/apps/org.mendrik.Presva.svg", "share/man/man1/mendrik-presva.1.gz",
-          "share/man/man1/presva-mdb.1.gz", "share/man/man1/presva-scale.1.gz", "share/doc/mendrik-presva/copyright",
-          "share/doc/mendrik-presva/changelog.gz", "share/doc/mendrik-presva/README.md",
-          "share/doc/mendrik-presva/docs/kullanim.html"})
-        QTest::newRow(path) << false;
-}
-
-void DebianPackage::filesLieWhereTheSystemLooksForThem()
-{
-    QFETCH(bool, program);
-    const QFileInfo file(inRoot(u"usr/"_s + QString::fromLatin1(QTest::currentDataTag())));
-    QVERIFY(file.isFile() && file.size() > 0);
-    constexpr auto everybodyRuns = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
-    constexpr auto othersWrite = QFile::WriteGroup | QFile::WriteOther;
-    QCOMPARE(file.permissions() & everybodyRuns, program ? everybodyRuns : QFile::Permissions());
-    QVERIFY(!(file.permissions() & othersWrite) && file.permission(QFile::ReadOther));
-}
-
-void DebianPackage::debiansCriticFindsNoFault()
-{
-    const Outcome lintian = run(u"lintian"_s, {u"--fail-on"_s, u"error,warning"_s, u"--allow-root"_s, package_});
-    QVERIFY2(lintian.code == 0, qPrintable(lintian.out));
-}
-
-void DebianPackage::menuEntryIsValidAndLeadsToTheProgram()
-{
-    const QString entry = inRoot(u"usr/share/applications/org.mendrik.Presva.desktop"_s);
-    const Outcome validator = run(u"desktop-file-validate"_s, {entry});
-    QVERIFY2(validator.code == 0 && validator.out.isEmpty(), qPrintable(validator.out));
-
-    const QString text = QString::fromUtf8(contentOf(entry));
-    static const QRegularExpression exec(u"^Exec=(\\S+)"_s, QRegularExpression::MultilineOption);
-    QVERIFY(QFileInfo(inRoot(u"usr/bin/"_s + exec.match(text).captured(1))).isExecutable());
-    static const QRegularExpression guide(u"^Exec=xdg-open /(\\S+)"_s, QRegularExpression::MultilineOption);
-    QVERIFY(QFileInfo::exists(inRoot(guide.match(text).captured(1))));
-    static const QRegularExpression icon(u"^Icon=(\\S+)"_s, QRegularExpression::MultilineOption);
-    const QString icons = inRoot(u"usr/share/icons/hicolor/scalable/apps/"_s);
-    QVERIFY(contentOf(icons + icon.match(text).captured(1) + u".svg"_s).contains("<svg"));
-}
-
-void DebianPackage::softwareCatalogueEntryIsValid()
-{
-    const Outcome validator = run(u"appstreamcli"_s, {u"validate"_s, u"--no-net"_s, u"--no-color"_s,
-                                                      inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s)});
-    QVERIFY2(validator.code == 0, qPrintable(validator.out));
-}
-
-void DebianPackage::manualPagesAreClean_data()
-{
-    QTest::addColumn<QString>("file");
-    for (const QString& file : QDir(inRoot(u"usr/share/man/man1"_s)).entryList(QDir::Files))
-        QTest::newRow(qPrintable(file)) << inRoot(u"usr/share/man/man1/"_s + file);
-}
-
-void DebianPackage::manualPagesAreClean()
-{
-    QFETCH(QString, file);
-    const Outcome lint = run(u"mandoc"_s, {u"-T"_s, u"lint"_s, u"-W"_s, u"warning"_s, file});
-    QVERIFY2(lint.code == 0 && lint.out.isEmpty(), qPrintable(lint.out));
-}
-
-void DebianPackage::manualPageOfTheToolNamesEveryCommand()
-{
-    const QString page = manualPage(u"presva-mdb"_s);
-    static const QRegularExpression command(u"^    (presva-mdb [a-z-]+)"_s, QRegularExpression::MultilineOption);
-    int commands = 0;
-    for (auto it = command.globalMatch(tool({u"--help"_s}).out); it.hasNext(); ++commands) {
-        const QString name = it.next().captured(1);
-        QVERIFY2(page.contains(name), qPrintable(name));
-    }
-    QVERIFY(commands > 5);
-}
-
-void DebianPackage::manualPageOfTheProgramNamesEveryOption()
-{
-    const QString page = manualPage(u"mendrik-presva"_s);
-    static const QRegularExpression option(u"^  (--[a-z-]+)"_s, QRegularExpression::MultilineOption);
-    int options = 0;
-    for (auto it = option.globalMatch(run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--help"_s}).out); it.hasNext();
-         ++options) {
-        const QString name = it.next().captured(1);
-        QVERIFY2(page.contains(name), qPrintable(name));
-    }
-    QVERIFY(options > 2);
-}
-
-void DebianPackage::everyTextNamesTheSameVersion()
-{
-    const QString version = QString::fromUtf8(PRESVA_VERSION);
-    const QString log = run(u"gzip"_s, {u"-dc"_s, inRoot(u"usr/share/doc/mendrik-presva/changelog.gz"_s)}).out;
-    QVERIFY2(log.startsWith(u"mendrik-presva (%1)"_s.arg(version)), qPrintable(log));
-    const QByteArray catalogue = contentOf(inRoot(u"usr/share/metainfo/org.mendrik.Presva.metainfo.xml"_s));
-    QVERIFY(QString::fromUtf8(catalogue).contains(u"<release version=\"%1\""_s.arg(version)));
-    for (const char* text : {"README.md", "docs/kullanim.html"}) {
-        const QString document = inRoot(u"usr/share/doc/mendrik-presva/"_s + QLatin1StringView(text));
-        QVERIFY2(QString::fromUtf8(contentOf(document)).contains(u"mendrik-presva_%1_"_s.arg(version)), text);
-    }
-    // Also without a screen.
-    const Outcome said = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--version"_s});
-    QVERIFY2(said.out.contains(version), qPrintable(said.out));
-}
-
-void DebianPackage::guideAndReadmeReachTheirPictures_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QRegularExpression>("link");
-    const QString documents = inRoot(u"usr/share/doc/mendrik-presva/"_s);
-    QTest::newRow("guide") << documents + u"docs/kullanim.html"_s << QRegularExpression(u"(?:src|href)=\"([^\"]+)\""_s);
-    QTest::newRow("README") << documents + u"README.md"_s << QRegularExpression(u"\\]\\((?!http)([^)]+)\\)"_s);
-}
-
-void DebianPackage::guideAndReadmeReachTheirPictures()
-{
-    QFETCH(QString, file);
-    QFETCH(QRegularExpression, link);
-    int pictures = 0;
-    for (auto it = link.globalMatch(QString::fromUtf8(contentOf(file))); it.hasNext();) {
-        const QString target = it.next().captured(1);
-        QVERIFY2(QFileInfo::exists(QFileInfo(file).dir().filePath(target)), qPrintable(target));
-        if (target.endsWith(".png"_L1)) ++pictures;
-    }
-    QVERIFY(pictures > 0);
-}
-
-void DebianPackage::firstStartMakesADatabaseAndShowsTheCounter()
-{
-    const QString failure = startAndClose();
-    QVERIFY2(failure.isEmpty(), qPrintable(failure));
-    QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
-
-    const Outcome check = tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s});
-    QVERIFY2(check.code == 0, qPrintable(check.out));
-    QVERIFY(rowsOf(dataFolder() + u"/Yag.mdb"_s).startsWith("Unvan,"_L1));
-    // Without a printer the mill can work all the same: slips become files.
-    QVERIFY(commandLine_.contains(dataFolder() + u"/fis"_s));
-    QVERIFY(!QFileInfo::exists(dataFolder() + u"/fis"_s)); // made for the first slip
-    // Nothing is left lying about in the home folder.
-    for (const QString& file : filesBelow(home_->path()))
-        QVERIFY2(file.startsWith(".local/share/mendrik-presva/"_L1) || file.startsWith(".config/"_L1) ||
-                     file.startsWith(".cache/"_L1),
-                 qPrintable(file));
-}
-
-void DebianPackage::laterStartKeepsWhatIsStored()
-{
-    const QString database = dataFolder() + u"/Yag.mdb"_s;
-    QVERIFY(QDir().mkpath(dataFolder()));
-    QCOMPARE(tool({u"create"_s, database}).code, 0);
-    QFile customers(home_->filePath(u"customers.csv"_s));
-    QVERIFY(customers.open(QIODevice::WriteOnly));
-    customers.write("Unvan\nAyşe Yılmaz\n");
-    customers.close();
-    const Outcome imported = tool({u"import"_s, database, u"Cari"_s, customers.fileName()});
-    QVERIFY2(imported.code == 0, qPrintable(imported.out));
-    const QString before = rowsOf(database);
-    QVERIFY(before.contains(u"Ayşe Yılmaz"_s));
-
-    const QString failure = startAndClose({u"--print-to"_s, home_->filePath(u"paper"_s)});
-    QVERIFY2(failure.isEmpty(), qPrintable(failure));
-    QCOMPARE(rowsOf(database), before);
-    QVERIFY(QFileInfo(home_->filePath(u"paper"_s)).isDir());
-    QVERIFY(!QFileInfo::exists(dataFolder() + u"/fis"_s));
-}
-
-void DebianPackage::namedFolderIsUsedAndNothingIsMadeElsewhere_data()
-{
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<bool>("oneWord");
-    QTest::newRow("two words") << u"mill"_s << false;
-    QTest::newRow("one word") << u"mill"_s << true;
-    QTest::newRow("blanks and Turkish letters") << u"Zeytin Yağı 'İş'"_s << false;
-}
-
-void DebianPackage::namedFolderIsUsedAndNothingIsMadeElsewhere()
-{
-    QFETCH(QString, folder);
-    QFETCH(bool, oneWord);
-    const QString path = home_->filePath(folder);
-    QVERIFY(QDir().mkpath(path));
-    QCOMPARE(tool({u"create"_s, path + u"/Yag.mdb"_s}).code, 0);
-
-    const QString failure = startAndClose(oneWord ? QStringList{u"--dir="_s + path} : QStringList{u"--dir"_s, path});
-    QVERIFY2(failure.isEmpty(), qPrintable(failure));
-    QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
-    QVERIFY(!QFileInfo::exists(dataFolder()));
-}
-
-void DebianPackage::existingDatabaseIsCopiedByOneOption()
-{
-    const QString old = home_->filePath(u"Yag.mdb"_s);
-    QCOMPARE(tool({u"create"_s, old}).code, 0);
-    const QByteArray before = contentOf(old);
-
-    const QString failure = startAndClose({u"--copy-from"_s, old});
-    QVERIFY2(failure.isEmpty(), qPrintable(failure));
-    QCOMPARE(tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s}).code, 0);
-    QCOMPARE(contentOf(old), before);
-}
-
-void DebianPackage::copyNeverTakesThePlaceOfADatabase()
-{
-    const QString old = home_->filePath(u"Yag.mdb"_s);
-    const QString present = dataFolder() + u"/Yag.mdb"_s;
-    QVERIFY(QDir().mkpath(dataFolder()));
-    QCOMPARE(tool({u"create"_s, old}).code, 0);
-    QCOMPARE(tool({u"create"_s, present}).code, 0);
-    const QByteArray before = contentOf(present);
-
-    const Outcome copy = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--copy-from="_s + old}, ofTheUser());
-    QCOMPARE(copy.code, 1);
-    QVERIFY2(copy.out.contains(present), qPrintable(copy.out));
-    QCOMPARE(contentOf(present), before);
-}
-
-void DebianPackage::misuseIsOneLine_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("no folder") << QStringList{u"--dir"_s};
-    QTest::newRow("empty folder") << QStringList{u"--dir="_s};
-    QTest::newRow("no file") << QStringList{u"--copy-from"_s};
-    QTest::newRow("absent file") << QStringList{u"--copy-from"_s, u"/absent/Yag.mdb"_s};
-}
-
-void DebianPackage::misuseIsOneLine()
-{
-    QFETCH(QStringList, arguments);
-    const Outcome misuse = run(inRoot(u"usr/bin/mendrik-presva"_s), arguments, ofTheUser());
-    QCOMPARE(misuse.code, 1);
-    QCOMPARE(misuse.out.count(u'\n'), 1);
-    QVERIFY(!QFileInfo::exists(dataFolder() + u"/Yag.mdb"_s));
-}
-
-void DebianPackage::removalTakesTheProgramAndLeavesTheData()
-{
-    const QString failure = startAndClose();
-    QVERIFY2(failure.isEmpty(), qPrintable(failure));
-    const QByteArray database = contentOf(dataFolder() + u"/Yag.mdb"_s);
-    const QStringList files = filesBelow(home_->path());
-    QVERIFY(!database.isEmpty());
-
-    const Outcome removed = dpkg({u"--purge"_s, u"mendrik-presva"_s});
-    QVERIFY2(removed.code == 0, qPrintable(removed.out));
-    QVERIFY(!QFileInfo::exists(inRoot(u"usr"_s)));
-    QCOMPARE(filesBelow(home_->path()), files);
-    QCOMPARE(contentOf(dataFolder() + u"/Yag.mdb"_s), database);
-}
 
 QTEST_GUILESS_MAIN(DebianPackage)
 #include "debian_package.moc"

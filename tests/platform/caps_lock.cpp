@@ -10,12 +10,58 @@ class CapsLock : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void pressAndReleaseTurnTheLockOver();
-    void releaseAloneChangesNothing();
-    void otherKeysAreUnknownAndUntouched();
-    void withoutAnXServerNothingIsKnown();
+    void init()
+    {
+        display_ = XOpenDisplay(nullptr);
+        if (display_ == nullptr) QSKIP("There is no X server here; ./test starts a virtual one.");
+        XkbLockModifiers(display_, XkbUseCoreKbd, LockMask, 0);
+        XSync(display_, 0);
+    }
+
+    void cleanup()
+    {
+        if (display_ == nullptr) return;
+        XkbLockModifiers(display_, XkbUseCoreKbd, LockMask, 0);
+        XCloseDisplay(display_);
+        display_ = nullptr;
+    }
+
+    void pressAndReleaseTurnTheLockOver()
+    {
+        QVERIFY(!light());
+        QVERIFY(!keyboard_->toggled(capsLockKey).value());
+        press();
+        QVERIFY(light());
+        QVERIFY(keyboard_->toggled(capsLockKey).value());
+        press();
+        QVERIFY(!light());
+        QVERIFY(!keyboard_->toggled(capsLockKey).value());
+    }
+
+    void releaseAloneChangesNothing()
+    {
+        keyboard_->send(capsLockKey, keyUp);
+        QVERIFY(!light());
+    }
+
+    void otherKeysAreUnknownAndUntouched()
+    {
+        constexpr std::uint32_t numLock = 144;
+        QVERIFY(!keyboard_->toggled(numLock).has_value());
+        keyboard_->send(numLock, 0);
+        QVERIFY(!light());
+    }
+
+    void withoutAnXServerNothingIsKnown()
+    {
+        const QByteArray display = qgetenv("DISPLAY");
+        qputenv("DISPLAY", ":9876");
+        const auto toggled = keyboard_->toggled(capsLockKey);
+        press();
+        qputenv("DISPLAY", display);
+        QVERIFY(!toggled.has_value());
+        QVERIFY(!light());
+    }
 
 private:
     /// The light is a second witness of the server, on a connection of its own.
@@ -34,59 +80,6 @@ private:
     Display* display_ = nullptr;
     std::unique_ptr<Keyboard> keyboard_ = systemKeyboard();
 };
-
-void CapsLock::init()
-{
-    display_ = XOpenDisplay(nullptr);
-    if (display_ == nullptr) QSKIP("There is no X server here; ./test starts a virtual one.");
-    XkbLockModifiers(display_, XkbUseCoreKbd, LockMask, 0);
-    XSync(display_, 0);
-}
-
-void CapsLock::cleanup()
-{
-    if (display_ == nullptr) return;
-    XkbLockModifiers(display_, XkbUseCoreKbd, LockMask, 0);
-    XCloseDisplay(display_);
-    display_ = nullptr;
-}
-
-void CapsLock::pressAndReleaseTurnTheLockOver()
-{
-    QVERIFY(!light());
-    QVERIFY(!keyboard_->toggled(capsLockKey).value());
-    press();
-    QVERIFY(light());
-    QVERIFY(keyboard_->toggled(capsLockKey).value());
-    press();
-    QVERIFY(!light());
-    QVERIFY(!keyboard_->toggled(capsLockKey).value());
-}
-
-void CapsLock::releaseAloneChangesNothing()
-{
-    keyboard_->send(capsLockKey, keyUp);
-    QVERIFY(!light());
-}
-
-void CapsLock::otherKeysAreUnknownAndUntouched()
-{
-    constexpr std::uint32_t numLock = 144;
-    QVERIFY(!keyboard_->toggled(numLock).has_value());
-    keyboard_->send(numLock, 0);
-    QVERIFY(!light());
-}
-
-void CapsLock::withoutAnXServerNothingIsKnown()
-{
-    const QByteArray display = qgetenv("DISPLAY");
-    qputenv("DISPLAY", ":9876");
-    const auto toggled = keyboard_->toggled(capsLockKey);
-    press();
-    qputenv("DISPLAY", display);
-    QVERIFY(!toggled.has_value());
-    QVERIFY(!light());
-}
 
 QTEST_APPLESS_MAIN(CapsLock)
 #include "caps_lock.moc"

@@ -110,113 +110,106 @@ class ReportCrashes : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow_data();
-    void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        for (const bool indexed : {false, true}) {
+            PowerCutDisk disk;
+            fill(disk, indexed);
+            filled_[indexed] = disk.content(file);
+        }
+    }
+
+    void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow_data()
+    {
+        QTest::addColumn<bool>("indexed");
+        QTest::addColumn<int>("question");
+        QTest::addColumn<QStringList>("totals"); ///< moments of the totals rows that are there before
+        const std::vector<std::pair<const char*, QStringList>> states = {
+            {"no totals", {}},
+            {"totals in the period", {u"2025-02-03T10:20:30"_s}},
+            {"totals of another period", {u"2024-11-03T10:20:30"_s}},
+            {"a second totals row by a foreign hand", {u"2025-02-03T10:20:30"_s, u"2025-02-02T10:00:00"_s}},
+        };
+        for (const bool indexed : {false, true})
+            for (int i = 0; i < questions.size(); ++i)
+                for (const auto& [name, totals] : states)
+                    QTest::addRow("%s, %s%s", questions[i].name, name, indexed ? ", indexed" : "")
+                        << indexed << i << totals;
+    }
+
+    void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow()
+    {
+        QFETCH(bool, indexed);
+        QFETCH(int, question);
+        QFETCH(QStringList, totals);
+        PowerCutDisk disk;
+        disk.put(file, filled_[indexed]);
+        {
+            store::JetDatabases databases(disk);
+            const auto engine = databases.open(fileName);
+            for (const QString& moment : totals) add(*engine, moment, 7, mill::totalsName);
+        }
+        // Twice the same: the second time the totals row of the first is there.
+        for (const int minute : {30, 31}) {
+            reportWithStops(disk, questions[question], minute);
+            if (QTest::currentTestFailed()) whole_ = false;
+            if (!whole_) return;
+        }
+    }
+
+    void cleanupTestCase()
+    {
+        if (!whole_) return;
+        qInfo("%u stops: %d left the totals of before, %d those of the report", stops_, leftOld_, leftNew_);
+        QVERIFY(stops_ >= 500);
+        QVERIFY(leftOld_ > 100);
+        QVERIFY(leftNew_ > 100);
+    }
 
 private:
-    void reportWithStops(PowerCutDisk& disk, const Asked& asked, int minute);
+    /// One report with the power cut before each change of the medium; each time the file is looked at as the next
+    /// start finds it, and again after another report there.
+    void reportWithStops(PowerCutDisk& disk, const Asked& asked, int minute)
+    {
+        const Dump before = dumpOf(*jet::Database::open(disk, file));
+        const Dump after = [&] {
+            PowerCutDisk undisturbed;
+            undisturbed.put(file, disk.content(file));
+            report(undisturbed, asked, minute);
+            return dumpOf(*jet::Database::open(undisturbed, file));
+        }();
+        QVERIFY(after.rows == before.rows);
+        QVERIFY(after.totals.size() <= 1);
+
+        disk.beforeEachChange = [&] {
+            const auto medium = disk.afterPowerCut(++stops_);
+            {
+                const auto recovered = jet::Database::open(*medium, file);
+                const Dump found = dumpOf(*recovered);
+                QVERIFY(found.rows == before.rows);
+                QVERIFY(found.totals == before.totals || found.totals == after.totals);
+                QCOMPARE(firstFault(*recovered), QByteArray());
+                if (before.totals != after.totals) ++(found.totals == before.totals ? leftOld_ : leftNew_);
+            }
+            report(*medium, questions[static_cast<qsizetype>(stops_) % questions.size()], 59);
+            const auto next = jet::Database::open(*medium, file);
+            const Dump found = dumpOf(*next);
+            QVERIFY(found.rows == before.rows);
+            QVERIFY(found.totals.size() <= 1);
+            QCOMPARE(firstFault(*next), QByteArray());
+        };
+        report(disk, asked, minute);
+        disk.beforeEachChange = {};
+        const Dump found = dumpOf(*jet::Database::open(disk, file));
+        QVERIFY(found.rows == before.rows);
+        QVERIFY(found.totals == after.totals);
+    }
 
     std::map<bool, PowerCutDisk::Image> filled_; ///< by whether the journal has an index
     std::uint32_t stops_ = 0;
     int leftOld_ = 0, leftNew_ = 0;
     bool whole_ = true;
 };
-
-void ReportCrashes::initTestCase()
-{
-    for (const bool indexed : {false, true}) {
-        PowerCutDisk disk;
-        fill(disk, indexed);
-        filled_[indexed] = disk.content(file);
-    }
-}
-
-void ReportCrashes::stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow_data()
-{
-    QTest::addColumn<bool>("indexed");
-    QTest::addColumn<int>("question");
-    QTest::addColumn<QStringList>("totals"); ///< moments of the totals rows that are there before
-    const std::vector<std::pair<const char*, QStringList>> states = {
-        {"no totals", {}},
-        {"totals in the period", {u"2025-02-03T10:20:30"_s}},
-        {"totals of another period", {u"2024-11-03T10:20:30"_s}},
-        {"a second totals row by a foreign hand", {u"2025-02-03T10:20:30"_s, u"2025-02-02T10:00:00"_s}},
-    };
-    for (const bool indexed : {false, true})
-        for (int i = 0; i < questions.size(); ++i)
-            for (const auto& [name, totals] : states)
-                QTest::addRow("%s, %s%s", questions[i].name, name, indexed ? ", indexed" : "")
-                    << indexed << i << totals;
-}
-
-void ReportCrashes::stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow()
-{
-    QFETCH(bool, indexed);
-    QFETCH(int, question);
-    QFETCH(QStringList, totals);
-    PowerCutDisk disk;
-    disk.put(file, filled_[indexed]);
-    {
-        store::JetDatabases databases(disk);
-        const auto engine = databases.open(fileName);
-        for (const QString& moment : totals) add(*engine, moment, 7, mill::totalsName);
-    }
-    // Twice the same: the second time the totals row of the first is there.
-    for (const int minute : {30, 31}) {
-        reportWithStops(disk, questions[question], minute);
-        if (QTest::currentTestFailed()) whole_ = false;
-        if (!whole_) return;
-    }
-}
-
-/// One report with the power cut before each change of the medium; each time the file is looked at as the next start
-/// finds it, and again after another report there.
-void ReportCrashes::reportWithStops(PowerCutDisk& disk, const Asked& asked, int minute)
-{
-    const Dump before = dumpOf(*jet::Database::open(disk, file));
-    const Dump after = [&] {
-        PowerCutDisk undisturbed;
-        undisturbed.put(file, disk.content(file));
-        report(undisturbed, asked, minute);
-        return dumpOf(*jet::Database::open(undisturbed, file));
-    }();
-    QVERIFY(after.rows == before.rows);
-    QVERIFY(after.totals.size() <= 1);
-
-    disk.beforeEachChange = [&] {
-        const auto medium = disk.afterPowerCut(++stops_);
-        {
-            const auto recovered = jet::Database::open(*medium, file);
-            const Dump found = dumpOf(*recovered);
-            QVERIFY(found.rows == before.rows);
-            QVERIFY(found.totals == before.totals || found.totals == after.totals);
-            QCOMPARE(firstFault(*recovered), QByteArray());
-            if (before.totals != after.totals) ++(found.totals == before.totals ? leftOld_ : leftNew_);
-        }
-        report(*medium, questions[static_cast<qsizetype>(stops_) % questions.size()], 59);
-        const auto next = jet::Database::open(*medium, file);
-        const Dump found = dumpOf(*next);
-        QVERIFY(found.rows == before.rows);
-        QVERIFY(found.totals.size() <= 1);
-        QCOMPARE(firstFault(*next), QByteArray());
-    };
-    report(disk, asked, minute);
-    disk.beforeEachChange = {};
-    const Dump found = dumpOf(*jet::Database::open(disk, file));
-    QVERIFY(found.rows == before.rows);
-    QVERIFY(found.totals == after.totals);
-}
-
-void ReportCrashes::cleanupTestCase()
-{
-    if (!whole_) return;
-    qInfo("%u stops: %d left the totals of before, %d those of the report", stops_, leftOld_, leftNew_);
-    QVERIFY(stops_ >= 500);
-    QVERIFY(leftOld_ > 100);
-    QVERIFY(leftNew_ > 100);
-}
 
 QTEST_GUILESS_MAIN(ReportCrashes)
 #include "report_crashes.moc"

@@ -77,105 +77,101 @@ class ReportFiles : public QObject {
     Q_OBJECT
 
 private slots:
-    void reportWritesOneTotalsRowIntoTheFile();
-    void plainJournalShowsTotalsAtTheirOwnMoment();
-    void everyPowerCutLeavesOneTotalsRow();
-    void fullDiskLeavesTheOldTotalsRow();
-};
-
-void ReportFiles::reportWritesOneTotalsRowIntoTheFile()
-{
-    PowerCutDisk disk;
-    fill(disk);
-    const Journal before = journalOf(disk);
-    QCOMPARE(before.totals, QStringList{oldTotals});
-    for (int run = 0; run < 3; ++run) {
-        report(disk);
-        QCOMPARE(journalOf(disk).totals, QStringList{newTotals});
+    void reportWritesOneTotalsRowIntoTheFile()
+    {
+        PowerCutDisk disk;
+        fill(disk);
+        const Journal before = journalOf(disk);
+        QCOMPARE(before.totals, QStringList{oldTotals});
+        for (int run = 0; run < 3; ++run) {
+            report(disk);
+            QCOMPARE(journalOf(disk).totals, QStringList{newTotals});
+            QCOMPARE(journalOf(disk).pressings, before.pressings);
+        }
+        report(disk, u"Nobody"_s);
+        QCOMPARE(journalOf(disk).totals, QStringList());
         QCOMPARE(journalOf(disk).pressings, before.pressings);
+        const auto database = jet::Database::open(disk, file);
+        QVERIFY(jet::checkDatabase(*database).ok());
     }
-    report(disk, u"Nobody"_s);
-    QCOMPARE(journalOf(disk).totals, QStringList());
-    QCOMPARE(journalOf(disk).pressings, before.pressings);
-    const auto database = jet::Database::open(disk, file);
-    QVERIFY(jet::checkDatabase(*database).ok());
-}
 
-void ReportFiles::plainJournalShowsTotalsAtTheirOwnMoment()
-{
-    PowerCutDisk disk;
-    fill(disk);
-    report(disk);
-    store::JetDatabases databases(disk);
-    store::DataSource journal(databases);
-    journal.setDatabaseName(fileName);
-    journal.setRecordSource(mill::wholeJournal);
-    journal.refresh();
-    store::RecordSet& rows = journal.recordSet();
-    QCOMPARE(rows.size(), 33);
-    QCOMPARE(rows.fieldAt(30, 6).text(), mill::totalsName);
-    QCOMPARE(rows.fieldAt(31, 6).text(), u"Ayşe"_s);
-}
+    void plainJournalShowsTotalsAtTheirOwnMoment()
+    {
+        PowerCutDisk disk;
+        fill(disk);
+        report(disk);
+        store::JetDatabases databases(disk);
+        store::DataSource journal(databases);
+        journal.setDatabaseName(fileName);
+        journal.setRecordSource(mill::wholeJournal);
+        journal.refresh();
+        store::RecordSet& rows = journal.recordSet();
+        QCOMPARE(rows.size(), 33);
+        QCOMPARE(rows.fieldAt(30, 6).text(), mill::totalsName);
+        QCOMPARE(rows.fieldAt(31, 6).text(), u"Ayşe"_s);
+    }
 
-void ReportFiles::everyPowerCutLeavesOneTotalsRow()
-{
-    PowerCutDisk whole;
-    fill(whole);
-    const Journal before = journalOf(whole);
+    void everyPowerCutLeavesOneTotalsRow()
+    {
+        PowerCutDisk whole;
+        fill(whole);
+        const Journal before = journalOf(whole);
 
-    // The power goes before each change of the medium that a report makes, with different luck for what was on its way.
-    int cuts = 0;
-    int withOld = 0;
-    int withNew = 0;
-    const auto disk = whole.afterPowerCut(0); // everything had been synced
-    disk->beforeEachChange = [&] {
-        for (const std::uint32_t luck : {1U, 2U, 3U, 4U}) {
-            const auto after = disk->afterPowerCut(1000U * static_cast<unsigned>(++cuts) + luck);
-            const Journal journal = journalOf(*after);
-            QCOMPARE(journal.pressings, before.pressings);
-            QCOMPARE(journal.totals.size(), 1);
-            withOld += journal.totals.first() == oldTotals;
-            withNew += journal.totals.first() == newTotals;
-            const auto database = jet::Database::open(*after, file);
-            QVERIFY(jet::checkDatabase(*database).ok());
-        }
-    };
-    report(*disk);
-    QVERIFY(cuts > 10);
-    QCOMPARE(withOld + withNew, cuts);
-    QVERIFY(withOld > 0);
-    QVERIFY(withNew > 0);
-    QCOMPARE(journalOf(*disk->afterPowerCut(7)).totals, QStringList{newTotals});
-}
-
-void ReportFiles::fullDiskLeavesTheOldTotalsRow()
-{
-    PowerCutDisk whole;
-    fill(whole);
-    const Journal before = journalOf(whole);
-    const int changes = [&] {
-        const auto disk = whole.afterPowerCut(0);
+        // The power goes before each change of the medium that a report makes, with different luck for what was on its
+        // way.
+        int cuts = 0;
+        int withOld = 0;
+        int withNew = 0;
+        const auto disk = whole.afterPowerCut(0); // everything had been synced
+        disk->beforeEachChange = [&] {
+            for (const std::uint32_t luck : {1U, 2U, 3U, 4U}) {
+                const auto after = disk->afterPowerCut(1000U * static_cast<unsigned>(++cuts) + luck);
+                const Journal journal = journalOf(*after);
+                QCOMPARE(journal.pressings, before.pressings);
+                QCOMPARE(journal.totals.size(), 1);
+                withOld += journal.totals.first() == oldTotals;
+                withNew += journal.totals.first() == newTotals;
+                const auto database = jet::Database::open(*after, file);
+                QVERIFY(jet::checkDatabase(*database).ok());
+            }
+        };
         report(*disk);
-        return disk->changes();
-    }();
-    int failures = 0;
-    for (int failing = 1; failing <= changes; ++failing) {
-        const auto disk = whole.afterPowerCut(0);
-        disk->failing = {failing};
-        bool failed = false;
-        try {
-            report(*disk);
-        } catch (const base::RuntimeError&) {
-            failed = true;
-        }
-        failures += failed;
-        disk->failing.clear();
-        const Journal journal = journalOf(*disk);
-        QCOMPARE(journal.pressings, before.pressings);
-        QCOMPARE(journal.totals, QStringList{failed ? oldTotals : newTotals});
+        QVERIFY(cuts > 10);
+        QCOMPARE(withOld + withNew, cuts);
+        QVERIFY(withOld > 0);
+        QVERIFY(withNew > 0);
+        QCOMPARE(journalOf(*disk->afterPowerCut(7)).totals, QStringList{newTotals});
     }
-    QVERIFY(failures > 0);
-}
+
+    void fullDiskLeavesTheOldTotalsRow()
+    {
+        PowerCutDisk whole;
+        fill(whole);
+        const Journal before = journalOf(whole);
+        const int changes = [&] {
+            const auto disk = whole.afterPowerCut(0);
+            report(*disk);
+            return disk->changes();
+        }();
+        int failures = 0;
+        for (int failing = 1; failing <= changes; ++failing) {
+            const auto disk = whole.afterPowerCut(0);
+            disk->failing = {failing};
+            bool failed = false;
+            try {
+                report(*disk);
+            } catch (const base::RuntimeError&) {
+                failed = true;
+            }
+            failures += failed;
+            disk->failing.clear();
+            const Journal journal = journalOf(*disk);
+            QCOMPARE(journal.pressings, before.pressings);
+            QCOMPARE(journal.totals, QStringList{failed ? oldTotals : newTotals});
+        }
+        QVERIFY(failures > 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(ReportFiles)
 #include "report_files.moc"

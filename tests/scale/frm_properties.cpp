@@ -19,39 +19,403 @@ public:
     static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
 
 private slots:
-    void init();
-    void listsHoldTheirEntriesInOrder();
-    void stateOfTheControlIsPreset_data();
-    void stateOfTheControlIsPreset();
-    void unknownSpeedStopsLoading();
-    void everyFlowModePresetsItsButton();
-    void echoStartsOff();
-    void dialogStandsInTheMiddleOfTheScreen();
-    void everythingIsLargeEnoughForAFinger();
-    void deviceOfTheChosenPortIsShown();
-    void choiceBecomesASettingsString_data();
-    void choiceBecomesASettingsString();
-    void okAppliesSavesOpensAndCloses();
-    void unchangedPortIsNotTouched();
-    void changedPortIsReopenedIfItWasOpen();
-    void refusedPortNumberKeepsTheOldOne();
-    void failedCloseIsReported();
-    void failedReopeningKeepsTheOldNumberAndClosed();
-    void refusedSettingsSaveNothing();
-    void unchosenParityIsRefused();
-    void fourDataBitsAreRefused();
-    void refusedFlowSavesNothing();
-    void failedOpeningIsSilent_data();
-    void failedOpeningIsSilent();
-    void choiceIsSavedBeforeThePortIsOpened();
-    void cancelAfterARefusalGivesTheControlBack_data();
-    void cancelAfterARefusalGivesTheControlBack();
-    void portThatIsStillOpenStaysOpen();
-    void failedSavingIsToldAndTheRestIsSaved();
-    void cancelChangesNothing();
-    void clickedFlowAndEchoAreApplied();
-    void menuItemClosesShowsAndNamesThePort();
-    void menuItemPassesFailuresOver();
+    void init()
+    {
+        dialog_.reset();
+        control_ = FakeCommControl();
+        saved_.clear();
+        warnings_.clear();
+        failingKey_.clear();
+    }
+
+    void listsHoldTheirEntriesInOrder()
+    {
+        load();
+        const auto entries = [this](const char* name) {
+            QStringList texts;
+            for (int i = 0; i < list(name)->count(); ++i) texts += list(name)->itemText(i);
+            return texts.join(u' ');
+        };
+        QCOMPARE(entries("cboPort"),
+                 u"Com1 Com2 Com3 Com4 Com5 Com6 Com7 Com8 Com9 Com10 Com11 Com12 Com13 Com14 Com15 "
+                 "Com16"_s);
+        QCOMPARE(entries("cboSpeed"),
+                 u"110 300 600 1200 2400 4800 9600 14400 19200 28800 38400 56000 57600 115200 128000 "
+                 "256000"_s);
+        QCOMPARE(entries("cboDataBits"), u"4 5 6 7 8"_s);
+        QCOMPARE(entries("cboParity"), u"Even Odd None Mark Space"_s);
+        QCOMPARE(entries("cboStopBits"), u"1 1.5 2"_s);
+        QStringList flows;
+        for (int i = 0; i < 4; ++i) flows += option(u"optFlow(%1)"_s.arg(i))->text();
+        QCOMPARE(flows.join(u' '), u"Yok Xon/Xoff RTS Xon/RTS"_s);
+    }
+
+    void stateOfTheControlIsPreset_data()
+    {
+        QTest::addColumn<QString>("reported");
+        QTest::addColumn<QString>("speed");
+        QTest::addColumn<QString>("parity");
+        QTest::addColumn<QString>("dataBits");
+        QTest::addColumn<QString>("stopBits");
+        QTest::newRow("usual") << u"9600,n,8,1"_s << u"9600"_s << u"None"_s << u"8"_s << u"1"_s;
+        QTest::newRow("one and a half") << u"9600,n,8,1.5"_s << u"9600"_s << u"None"_s << u"8"_s << u"1.5"_s;
+        QTest::newRow("even") << u"115200,e,7,2"_s << u"115200"_s << u"Even"_s << u"7"_s << u"2"_s;
+        QTest::newRow("odd") << u"110,o,5,1.5"_s << u"110"_s << u"Odd"_s << u"5"_s << u"1.5"_s;
+        QTest::newRow("mark") << u"256000,m,8,1"_s << u"256000"_s << u"Mark"_s << u"8"_s << u"1"_s;
+        QTest::newRow("space") << u"300,s,8,1"_s << u"300"_s << u"Space"_s << u"8"_s << u"1"_s;
+        QTest::newRow("capital letter is not recognised")
+            << u"9600,N,8,1"_s << u"9600"_s << QString() << u"8"_s << u"1"_s;
+    }
+
+    void stateOfTheControlIsPreset()
+    {
+        QFETCH(QString, reported);
+        QFETCH(QString, speed);
+        QFETCH(QString, parity);
+        QFETCH(QString, dataBits);
+        QFETCH(QString, stopBits);
+        control_.line = reported;
+        control_.port = 16;
+        load();
+        QCOMPARE(list("cboSpeed")->currentText(), speed);
+        QCOMPARE(list("cboParity")->currentText(), parity);
+        QCOMPARE(list("cboDataBits")->currentText(), dataBits);
+        QCOMPARE(list("cboStopBits")->currentText(), stopBits);
+        QCOMPARE(list("cboPort")->currentText(), u"Com16"_s);
+    }
+
+    void unknownSpeedStopsLoading()
+    {
+        control_.line = u"12345,n,8,1"_s;
+        QCOMPARE(outcomeOf([this] { load(); }), u"E383"_s);
+    }
+
+    void everyFlowModePresetsItsButton()
+    {
+        for (int mode = 0; mode < 4; ++mode) {
+            control_.flow = mode;
+            load();
+            QVERIFY(option(u"optFlow(%1)"_s.arg(mode))->isChecked());
+            ok();
+            QVERIFY(control_.steps.contains(u"flow=%1"_s.arg(mode)));
+        }
+    }
+
+    void echoStartsOff()
+    {
+        load();
+        QVERIFY(option(u"optEcho(0)"_s)->isChecked());
+        QVERIFY(!option(u"optEcho(1)"_s)->isChecked());
+        ok();
+        QCOMPARE(saved_.last(), u"Echo=False"_s);
+    }
+
+    void dialogStandsInTheMiddleOfTheScreen()
+    {
+        load();
+        const QRect screen = dialog_->screen()->geometry();
+        QCOMPARE(dialog_->x(), (screen.width() - dialog_->width()) / 2);
+        QCOMPARE(dialog_->y(), (screen.height() - dialog_->height()) / 2);
+        QVERIFY2(dialog_->height() <= 700 && dialog_->width() <= 1000, "it must fit a 1024 x 768 screen");
+    }
+
+    void everythingIsLargeEnoughForAFinger()
+    {
+        load();
+        QList<QWidget*> targets;
+        for (auto* widget : dialog_->findChildren<QComboBox*>()) targets += widget;
+        for (auto* widget : dialog_->findChildren<QRadioButton*>()) targets += widget;
+        for (auto* widget : dialog_->findChildren<QPushButton*>()) targets += widget;
+        QCOMPARE(targets.size(), 5 + 6 + 2);
+        for (const QWidget* target : targets)
+            QVERIFY2(target->height() >= 48 && target->width() >= 48, qPrintable(target->objectName()));
+        for (int i = 0; i < 16; ++i) QVERIFY(list("cboPort")->itemData(i, Qt::SizeHintRole).toSize().height() >= 48);
+    }
+
+    void deviceOfTheChosenPortIsShown()
+    {
+        load();
+        QCOMPARE(list("cboPort")->toolTip(), u"/dev/ttyS1"_s);
+        choose("cboPort", u"Com5"_s);
+        QCOMPARE(list("cboPort")->toolTip(), u"/dev/ttyS4"_s);
+        choose("cboPort", u"Com9"_s);
+        QCOMPARE(list("cboPort")->toolTip(), u"Bağlı aygıt yok"_s);
+    }
+
+    void choiceBecomesASettingsString_data()
+    {
+        QTest::addColumn<QStringList>("choice");
+        QTest::addColumn<QString>("assigned");
+        QTest::newRow("usual") << QStringList{u"9600"_s, u"None"_s, u"8"_s, u"1"_s} << u"9600,N,8,1"_s;
+        QTest::newRow("even") << QStringList{u"115200"_s, u"Even"_s, u"7"_s, u"1.5"_s} << u"115200,E,7,1.5"_s;
+        QTest::newRow("space") << QStringList{u"110"_s, u"Space"_s, u"5"_s, u"2"_s} << u"110,S,5,2"_s;
+    }
+
+    void choiceBecomesASettingsString()
+    {
+        QFETCH(QStringList, choice);
+        QFETCH(QString, assigned);
+        load();
+        choose("cboSpeed", choice[0]);
+        choose("cboParity", choice[1]);
+        choose("cboDataBits", choice[2]);
+        choose("cboStopBits", choice[3]);
+        ok();
+        QVERIFY(control_.steps.contains("settings="_L1 + assigned));
+        QVERIFY(closed());
+    }
+
+    void okAppliesSavesOpensAndCloses()
+    {
+        load();
+        choose("cboPort", u"Com7"_s);
+        ok();
+        QCOMPARE(control_.steps, (QStringList{u"port=7"_s, u"settings=9600,N,8,1"_s, u"flow=0"_s, u"open"_s}));
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=7"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
+        QCOMPARE(warnings_, QStringList());
+        QVERIFY(control_.open);
+        QVERIFY(closed());
+    }
+
+    void unchangedPortIsNotTouched()
+    {
+        control_.open = true;
+        load();
+        ok();
+        QVERIFY(!control_.steps.contains(u"close"_s));
+        QVERIFY(!control_.steps.contains(u"port=2"_s));
+    }
+
+    void changedPortIsReopenedIfItWasOpen()
+    {
+        control_.open = true;
+        load();
+        choose("cboPort", u"Com3"_s);
+        ok();
+        QCOMPARE(control_.steps.mid(0, 3), (QStringList{u"close"_s, u"port=3"_s, u"open"_s}));
+        QVERIFY(control_.open && closed());
+    }
+
+    void refusedPortNumberKeepsTheOldOne()
+    {
+        control_.open = true;
+        control_.failures[u"port=3"_s] = errors::invalidPortNumber;
+        load();
+        choose("cboPort", u"Com3"_s);
+        ok();
+        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
+        QCOMPARE(warnings_, QStringList{u"Geçersiz bağlantı noktası numarası"_s});
+        QCOMPARE(saved_, QStringList());
+        QVERIFY(!control_.open && !closed());
+    }
+
+    void failedCloseIsReported()
+    {
+        control_.open = true;
+        control_.failures[u"close"_s] = errors::notOpen;
+        load();
+        choose("cboPort", u"Com3"_s);
+        ok();
+        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
+        QCOMPARE(warnings_, QStringList{u"Aygıt açık değil"_s});
+        QVERIFY(!closed());
+    }
+
+    void failedReopeningKeepsTheOldNumberAndClosed()
+    {
+        control_.open = true;
+        control_.failures[u"open"_s] = errors::inUse;
+        load();
+        choose("cboPort", u"Com3"_s);
+        ok();
+        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"open"_s, u"port=2"_s}));
+        QCOMPARE(warnings_, QStringList{u"Aygıt kullanılamıyor (başka bir program kullanıyor)"_s});
+        QCOMPARE(control_.port, 2);
+        QVERIFY(!control_.open && !closed());
+    }
+
+    void refusedSettingsSaveNothing()
+    {
+        control_.failures[u"settings=9600,N,8,1"_s] = base::errors::invalidProperty;
+        load();
+        choose("cboPort", u"Com3"_s);
+        ok();
+        QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
+        QCOMPARE(saved_, QStringList());
+        QCOMPARE(control_.port, 3); // what step one changed stays changed
+        QVERIFY(!closed());
+
+        control_.failures.clear(); // and the operator can correct the choice
+        ok();
+        QCOMPARE(saved_.size(), 4);
+        QVERIFY(closed());
+    }
+
+    void unchosenParityIsRefused()
+    {
+        control_.line = u"9600,N,8,1"_s;
+        load();
+        ok();
+        QCOMPARE(control_.steps, QStringList{u"settings=9600,,8,1"_s});
+        QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
+        QVERIFY(!closed());
+    }
+
+    void fourDataBitsAreRefused()
+    {
+        load();
+        choose("cboDataBits", u"4"_s);
+        ok();
+        QCOMPARE(control_.steps, QStringList{u"settings=9600,N,4,1"_s});
+        QCOMPARE(warnings_.size(), 1);
+        QCOMPARE(saved_, QStringList());
+        QVERIFY(!closed());
+    }
+
+    void refusedFlowSavesNothing()
+    {
+        control_.failures[u"flow=2"_s] = base::errors::invalidProperty;
+        load();
+        choose("cboSpeed", u"4800"_s);
+        option(u"optFlow(2)"_s)->click();
+        ok();
+        QCOMPARE(warnings_.size(), 1);
+        QCOMPARE(saved_, QStringList());
+        QCOMPARE(control_.line, u"4800,n,8,1"_s); // what step two changed stays changed
+        QVERIFY(!closed());
+    }
+
+    void failedOpeningIsSilent_data()
+    {
+        QTest::addColumn<int>("error");
+        for (const int error : {errors::invalidPortNumber, errors::inUse, errors::parametersRefused})
+            QTest::addRow("%d", error) << error;
+    }
+
+    void failedOpeningIsSilent()
+    {
+        QFETCH(int, error);
+        control_.failures[u"open"_s] = error;
+        load();
+        ok();
+        QCOMPARE(warnings_, QStringList());
+        QCOMPARE(saved_.size(), 4);
+        QVERIFY(!control_.open && closed());
+    }
+
+    void choiceIsSavedBeforeThePortIsOpened()
+    {
+        load();
+        control_.onOpen = [this] { QCOMPARE(saved_.size(), 4); };
+        ok();
+        QVERIFY(control_.open && closed());
+    }
+
+    void cancelAfterARefusalGivesTheControlBack_data()
+    {
+        QTest::addColumn<QString>("refused");
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("settings, button") << "settings=4800,E,8,2" << false;
+        QTest::newRow("settings, Esc") << "settings=4800,E,8,2" << true;
+        QTest::newRow("flow, button") << "flow=1" << false;
+        QTest::newRow("flow, Esc") << "flow=1" << true;
+    }
+
+    void cancelAfterARefusalGivesTheControlBack()
+    {
+        QFETCH(QString, refused);
+        QFETCH(bool, escape);
+        control_.failures[refused] = base::errors::invalidProperty;
+        load();
+        choose("cboPort", u"Com7"_s);
+        choose("cboSpeed", u"4800"_s);
+        choose("cboParity", u"Even"_s);
+        choose("cboStopBits", u"2"_s);
+        option(u"optFlow(1)"_s)->click();
+        ok();
+        QCOMPARE(warnings_.size(), 1);
+        QVERIFY(!closed());
+        QCOMPARE(control_.port, 7);
+        if (escape)
+            QTest::keyClick(dialog_.get(), Qt::Key_Escape);
+        else
+            dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
+        QVERIFY(closed());
+        QCOMPARE(control_.port, 2);
+        QCOMPARE(control_.line, u"9600,n,8,1"_s);
+        QCOMPARE(control_.flow, 0);
+        QVERIFY(!control_.open);
+        QCOMPARE(saved_, QStringList());
+    }
+
+    void portThatIsStillOpenStaysOpen()
+    {
+        control_.open = true;
+        load();
+        ok();
+        QCOMPARE(control_.steps.last(), u"open"_s);
+        QCOMPARE(warnings_, QStringList());
+        QVERIFY(control_.open && closed());
+    }
+
+    void failedSavingIsToldAndTheRestIsSaved()
+    {
+        failingKey_ = u"CommPort"_s;
+        load();
+        ok();
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
+        QCOMPARE(warnings_.size(), 1);
+        QVERIFY(control_.open && closed());
+    }
+
+    void cancelChangesNothing()
+    {
+        load();
+        choose("cboPort", u"Com3"_s);
+        option(u"optFlow(1)"_s)->click();
+        dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
+        QCOMPARE(control_.steps, QStringList());
+        QCOMPARE(saved_, QStringList());
+        QVERIFY(closed());
+    }
+
+    void clickedFlowAndEchoAreApplied()
+    {
+        load();
+        option(u"optFlow(3)"_s)->click();
+        option(u"optEcho(1)"_s)->click();
+        ok();
+        QCOMPARE(control_.flow, 3);
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=2"_s, u"Handshaking=3"_s, u"Echo=True"_s}));
+    }
+
+    void menuItemClosesShowsAndNamesThePort()
+    {
+        control_.open = true;
+        QString caption = runPortSettings(control_, [this] { control_.steps += u"shown"_s; });
+        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"shown"_s}));
+        QCOMPARE(caption, u"Port Ayarları"_s);
+        caption = runPortSettings(control_, [this] {
+            load();
+            choose("cboPort", u"Com7"_s);
+            ok();
+        });
+        QCOMPARE(caption, u"Port Ayar Com=7"_s);
+    }
+
+    void menuItemPassesFailuresOver()
+    {
+        control_.open = true;
+        control_.failures[u"close"_s] = errors::notOpen;
+        QString caption = runPortSettings(control_, [this] { control_.steps += u"shown"_s; });
+        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"shown"_s}));
+        QCOMPARE(caption, u"Port Ayar Com=2"_s);
+
+        control_ = FakeCommControl();
+        control_.line = u"12345,n,8,1"_s;
+        caption = runPortSettings(control_, [this] { load(); });
+        QCOMPARE(caption, u"Port Ayarları"_s);
+    }
 
 private:
     void load()
@@ -87,401 +451,6 @@ private:
     QStringList warnings_;
     QString failingKey_;
 };
-
-void FrmPropertiesTest::init()
-{
-    dialog_.reset();
-    control_ = FakeCommControl();
-    saved_.clear();
-    warnings_.clear();
-    failingKey_.clear();
-}
-
-void FrmPropertiesTest::listsHoldTheirEntriesInOrder()
-{
-    load();
-    const auto entries = [this](const char* name) {
-        QStringList texts;
-        for (int i = 0; i < list(name)->count(); ++i) texts += list(name)->itemText(i);
-        return texts.join(u' ');
-    };
-    QCOMPARE(entries("cboPort"), u"Com1 Com2 Com3 Com4 Com5 Com6 Com7 Com8 Com9 Com10 Com11 Com12 Com13 Com14 Com15 "
-                                 "Com16"_s);
-    QCOMPARE(entries("cboSpeed"), u"110 300 600 1200 2400 4800 9600 14400 19200 28800 38400 56000 57600 115200 128000 "
-                                  "256000"_s);
-    QCOMPARE(entries("cboDataBits"), u"4 5 6 7 8"_s);
-    QCOMPARE(entries("cboParity"), u"Even Odd None Mark Space"_s);
-    QCOMPARE(entries("cboStopBits"), u"1 1.5 2"_s);
-    QStringList flows;
-    for (int i = 0; i < 4; ++i) flows += option(u"optFlow(%1)"_s.arg(i))->text();
-    QCOMPARE(flows.join(u' '), u"Yok Xon/Xoff RTS Xon/RTS"_s);
-}
-
-void FrmPropertiesTest::stateOfTheControlIsPreset_data()
-{
-    QTest::addColumn<QString>("reported");
-    QTest::addColumn<QString>("speed");
-    QTest::addColumn<QString>("parity");
-    QTest::addColumn<QString>("dataBits");
-    QTest::addColumn<QString>("stopBits");
-    QTest::newRow("usual") << u"9600,n,8,1"_s << u"9600"_s << u"None"_s << u"8"_s << u"1"_s;
-    QTest::newRow("one and a half") << u"9600,n,8,1.5"_s << u"9600"_s << u"None"_s << u"8"_s << u"1.5"_s;
-    QTest::newRow("even") << u"115200,e,7,2"_s << u"115200"_s << u"Even"_s << u"7"_s << u"2"_s;
-    QTest::newRow("odd") << u"110,o,5,1.5"_s << u"110"_s << u"Odd"_s << u"5"_s << u"1.5"_s;
-    QTest::newRow("mark") << u"256000,m,8,1"_s << u"256000"_s << u"Mark"_s << u"8"_s << u"1"_s;
-    QTest::newRow("space") << u"300,s,8,1"_s << u"300"_s << u"Space"_s << u"8"_s << u"1"_s;
-    QTest::newRow("capital letter is not recognised") << u"9600,N,8,1"_s << u"9600"_s << QString() << u"8"_s << u"1"_s;
-}
-
-void FrmPropertiesTest::stateOfTheControlIsPreset()
-{
-    QFETCH(QString, reported);
-    QFETCH(QString, speed);
-    QFETCH(QString, parity);
-    QFETCH(QString, dataBits);
-    QFETCH(QString, stopBits);
-    control_.line = reported;
-    control_.port = 16;
-    load();
-    QCOMPARE(list("cboSpeed")->currentText(), speed);
-    QCOMPARE(list("cboParity")->currentText(), parity);
-    QCOMPARE(list("cboDataBits")->currentText(), dataBits);
-    QCOMPARE(list("cboStopBits")->currentText(), stopBits);
-    QCOMPARE(list("cboPort")->currentText(), u"Com16"_s);
-}
-
-void FrmPropertiesTest::unknownSpeedStopsLoading()
-{
-    control_.line = u"12345,n,8,1"_s;
-    QCOMPARE(outcomeOf([this] { load(); }), u"E383"_s);
-}
-
-void FrmPropertiesTest::everyFlowModePresetsItsButton()
-{
-    for (int mode = 0; mode < 4; ++mode) {
-        control_.flow = mode;
-        load();
-        QVERIFY(option(u"optFlow(%1)"_s.arg(mode))->isChecked());
-        ok();
-        QVERIFY(control_.steps.contains(u"flow=%1"_s.arg(mode)));
-    }
-}
-
-void FrmPropertiesTest::echoStartsOff()
-{
-    load();
-    QVERIFY(option(u"optEcho(0)"_s)->isChecked());
-    QVERIFY(!option(u"optEcho(1)"_s)->isChecked());
-    ok();
-    QCOMPARE(saved_.last(), u"Echo=False"_s);
-}
-
-void FrmPropertiesTest::dialogStandsInTheMiddleOfTheScreen()
-{
-    load();
-    const QRect screen = dialog_->screen()->geometry();
-    QCOMPARE(dialog_->x(), (screen.width() - dialog_->width()) / 2);
-    QCOMPARE(dialog_->y(), (screen.height() - dialog_->height()) / 2);
-    QVERIFY2(dialog_->height() <= 700 && dialog_->width() <= 1000, "it must fit a 1024 x 768 screen");
-}
-
-void FrmPropertiesTest::everythingIsLargeEnoughForAFinger()
-{
-    load();
-    QList<QWidget*> targets;
-    for (auto* widget : dialog_->findChildren<QComboBox*>()) targets += widget;
-    for (auto* widget : dialog_->findChildren<QRadioButton*>()) targets += widget;
-    for (auto* widget : dialog_->findChildren<QPushButton*>()) targets += widget;
-    QCOMPARE(targets.size(), 5 + 6 + 2);
-    for (const QWidget* target : targets)
-        QVERIFY2(target->height() >= 48 && target->width() >= 48, qPrintable(target->objectName()));
-    for (int i = 0; i < 16; ++i) QVERIFY(list("cboPort")->itemData(i, Qt::SizeHintRole).toSize().height() >= 48);
-}
-
-void FrmPropertiesTest::deviceOfTheChosenPortIsShown()
-{
-    load();
-    QCOMPARE(list("cboPort")->toolTip(), u"/dev/ttyS1"_s);
-    choose("cboPort", u"Com5"_s);
-    QCOMPARE(list("cboPort")->toolTip(), u"/dev/ttyS4"_s);
-    choose("cboPort", u"Com9"_s);
-    QCOMPARE(list("cboPort")->toolTip(), u"Bağlı aygıt yok"_s);
-}
-
-void FrmPropertiesTest::choiceBecomesASettingsString_data()
-{
-    QTest::addColumn<QStringList>("choice");
-    QTest::addColumn<QString>("assigned");
-    QTest::newRow("usual") << QStringList{u"9600"_s, u"None"_s, u"8"_s, u"1"_s} << u"9600,N,8,1"_s;
-    QTest::newRow("even") << QStringList{u"115200"_s, u"Even"_s, u"7"_s, u"1.5"_s} << u"115200,E,7,1.5"_s;
-    QTest::newRow("space") << QStringList{u"110"_s, u"Space"_s, u"5"_s, u"2"_s} << u"110,S,5,2"_s;
-}
-
-void FrmPropertiesTest::choiceBecomesASettingsString()
-{
-    QFETCH(QStringList, choice);
-    QFETCH(QString, assigned);
-    load();
-    choose("cboSpeed", choice[0]);
-    choose("cboParity", choice[1]);
-    choose("cboDataBits", choice[2]);
-    choose("cboStopBits", choice[3]);
-    ok();
-    QVERIFY(control_.steps.contains("settings="_L1 + assigned));
-    QVERIFY(closed());
-}
-
-void FrmPropertiesTest::okAppliesSavesOpensAndCloses()
-{
-    load();
-    choose("cboPort", u"Com7"_s);
-    ok();
-    QCOMPARE(control_.steps, (QStringList{u"port=7"_s, u"settings=9600,N,8,1"_s, u"flow=0"_s, u"open"_s}));
-    QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=7"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
-    QCOMPARE(warnings_, QStringList());
-    QVERIFY(control_.open);
-    QVERIFY(closed());
-}
-
-void FrmPropertiesTest::unchangedPortIsNotTouched()
-{
-    control_.open = true;
-    load();
-    ok();
-    QVERIFY(!control_.steps.contains(u"close"_s));
-    QVERIFY(!control_.steps.contains(u"port=2"_s));
-}
-
-void FrmPropertiesTest::changedPortIsReopenedIfItWasOpen()
-{
-    control_.open = true;
-    load();
-    choose("cboPort", u"Com3"_s);
-    ok();
-    QCOMPARE(control_.steps.mid(0, 3), (QStringList{u"close"_s, u"port=3"_s, u"open"_s}));
-    QVERIFY(control_.open && closed());
-}
-
-void FrmPropertiesTest::refusedPortNumberKeepsTheOldOne()
-{
-    control_.open = true;
-    control_.failures[u"port=3"_s] = errors::invalidPortNumber;
-    load();
-    choose("cboPort", u"Com3"_s);
-    ok();
-    QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
-    QCOMPARE(warnings_, QStringList{u"Geçersiz bağlantı noktası numarası"_s});
-    QCOMPARE(saved_, QStringList());
-    QVERIFY(!control_.open && !closed());
-}
-
-void FrmPropertiesTest::failedCloseIsReported()
-{
-    control_.open = true;
-    control_.failures[u"close"_s] = errors::notOpen;
-    load();
-    choose("cboPort", u"Com3"_s);
-    ok();
-    QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
-    QCOMPARE(warnings_, QStringList{u"Aygıt açık değil"_s});
-    QVERIFY(!closed());
-}
-
-void FrmPropertiesTest::failedReopeningKeepsTheOldNumberAndClosed()
-{
-    control_.open = true;
-    control_.failures[u"open"_s] = errors::inUse;
-    load();
-    choose("cboPort", u"Com3"_s);
-    ok();
-    QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"open"_s, u"port=2"_s}));
-    QCOMPARE(warnings_, QStringList{u"Aygıt kullanılamıyor (başka bir program kullanıyor)"_s});
-    QCOMPARE(control_.port, 2);
-    QVERIFY(!control_.open && !closed());
-}
-
-void FrmPropertiesTest::refusedSettingsSaveNothing()
-{
-    control_.failures[u"settings=9600,N,8,1"_s] = base::errors::invalidProperty;
-    load();
-    choose("cboPort", u"Com3"_s);
-    ok();
-    QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
-    QCOMPARE(saved_, QStringList());
-    QCOMPARE(control_.port, 3); // what step one changed stays changed
-    QVERIFY(!closed());
-
-    control_.failures.clear(); // and the operator can correct the choice
-    ok();
-    QCOMPARE(saved_.size(), 4);
-    QVERIFY(closed());
-}
-
-void FrmPropertiesTest::unchosenParityIsRefused()
-{
-    control_.line = u"9600,N,8,1"_s;
-    load();
-    ok();
-    QCOMPARE(control_.steps, QStringList{u"settings=9600,,8,1"_s});
-    QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
-    QVERIFY(!closed());
-}
-
-void FrmPropertiesTest::fourDataBitsAreRefused()
-{
-    load();
-    choose("cboDataBits", u"4"_s);
-    ok();
-    QCOMPARE(control_.steps, QStringList{u"settings=9600,N,4,1"_s});
-    QCOMPARE(warnings_.size(), 1);
-    QCOMPARE(saved_, QStringList());
-    QVERIFY(!closed());
-}
-
-void FrmPropertiesTest::refusedFlowSavesNothing()
-{
-    control_.failures[u"flow=2"_s] = base::errors::invalidProperty;
-    load();
-    choose("cboSpeed", u"4800"_s);
-    option(u"optFlow(2)"_s)->click();
-    ok();
-    QCOMPARE(warnings_.size(), 1);
-    QCOMPARE(saved_, QStringList());
-    QCOMPARE(control_.line, u"4800,n,8,1"_s); // what step two changed stays changed
-    QVERIFY(!closed());
-}
-
-void FrmPropertiesTest::failedOpeningIsSilent_data()
-{
-    QTest::addColumn<int>("error");
-    for (const int error : {errors::invalidPortNumber, errors::inUse, errors::parametersRefused})
-        QTest::addRow("%d", error) << error;
-}
-
-void FrmPropertiesTest::failedOpeningIsSilent()
-{
-    QFETCH(int, error);
-    control_.failures[u"open"_s] = error;
-    load();
-    ok();
-    QCOMPARE(warnings_, QStringList());
-    QCOMPARE(saved_.size(), 4);
-    QVERIFY(!control_.open && closed());
-}
-
-void FrmPropertiesTest::choiceIsSavedBeforeThePortIsOpened()
-{
-    load();
-    control_.onOpen = [this] { QCOMPARE(saved_.size(), 4); };
-    ok();
-    QVERIFY(control_.open && closed());
-}
-
-void FrmPropertiesTest::cancelAfterARefusalGivesTheControlBack_data()
-{
-    QTest::addColumn<QString>("refused");
-    QTest::addColumn<bool>("escape");
-    QTest::newRow("settings, button") << "settings=4800,E,8,2" << false;
-    QTest::newRow("settings, Esc") << "settings=4800,E,8,2" << true;
-    QTest::newRow("flow, button") << "flow=1" << false;
-    QTest::newRow("flow, Esc") << "flow=1" << true;
-}
-
-void FrmPropertiesTest::cancelAfterARefusalGivesTheControlBack()
-{
-    QFETCH(QString, refused);
-    QFETCH(bool, escape);
-    control_.failures[refused] = base::errors::invalidProperty;
-    load();
-    choose("cboPort", u"Com7"_s);
-    choose("cboSpeed", u"4800"_s);
-    choose("cboParity", u"Even"_s);
-    choose("cboStopBits", u"2"_s);
-    option(u"optFlow(1)"_s)->click();
-    ok();
-    QCOMPARE(warnings_.size(), 1);
-    QVERIFY(!closed());
-    QCOMPARE(control_.port, 7);
-    if (escape)
-        QTest::keyClick(dialog_.get(), Qt::Key_Escape);
-    else
-        dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
-    QVERIFY(closed());
-    QCOMPARE(control_.port, 2);
-    QCOMPARE(control_.line, u"9600,n,8,1"_s);
-    QCOMPARE(control_.flow, 0);
-    QVERIFY(!control_.open);
-    QCOMPARE(saved_, QStringList());
-}
-
-void FrmPropertiesTest::portThatIsStillOpenStaysOpen()
-{
-    control_.open = true;
-    load();
-    ok();
-    QCOMPARE(control_.steps.last(), u"open"_s);
-    QCOMPARE(warnings_, QStringList());
-    QVERIFY(control_.open && closed());
-}
-
-void FrmPropertiesTest::failedSavingIsToldAndTheRestIsSaved()
-{
-    failingKey_ = u"CommPort"_s;
-    load();
-    ok();
-    QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
-    QCOMPARE(warnings_.size(), 1);
-    QVERIFY(control_.open && closed());
-}
-
-void FrmPropertiesTest::cancelChangesNothing()
-{
-    load();
-    choose("cboPort", u"Com3"_s);
-    option(u"optFlow(1)"_s)->click();
-    dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
-    QCOMPARE(control_.steps, QStringList());
-    QCOMPARE(saved_, QStringList());
-    QVERIFY(closed());
-}
-
-void FrmPropertiesTest::clickedFlowAndEchoAreApplied()
-{
-    load();
-    option(u"optFlow(3)"_s)->click();
-    option(u"optEcho(1)"_s)->click();
-    ok();
-    QCOMPARE(control_.flow, 3);
-    QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=2"_s, u"Handshaking=3"_s, u"Echo=True"_s}));
-}
-
-void FrmPropertiesTest::menuItemClosesShowsAndNamesThePort()
-{
-    control_.open = true;
-    QString caption = runPortSettings(control_, [this] { control_.steps += u"shown"_s; });
-    QCOMPARE(control_.steps, (QStringList{u"close"_s, u"shown"_s}));
-    QCOMPARE(caption, u"Port Ayarları"_s);
-    caption = runPortSettings(control_, [this] {
-        load();
-        choose("cboPort", u"Com7"_s);
-        ok();
-    });
-    QCOMPARE(caption, u"Port Ayar Com=7"_s);
-}
-
-void FrmPropertiesTest::menuItemPassesFailuresOver()
-{
-    control_.open = true;
-    control_.failures[u"close"_s] = errors::notOpen;
-    QString caption = runPortSettings(control_, [this] { control_.steps += u"shown"_s; });
-    QCOMPARE(control_.steps, (QStringList{u"close"_s, u"shown"_s}));
-    QCOMPARE(caption, u"Port Ayar Com=2"_s);
-
-    control_ = FakeCommControl();
-    control_.line = u"12345,n,8,1"_s;
-    caption = runPortSettings(control_, [this] { load(); });
-    QCOMPARE(caption, u"Port Ayarları"_s);
-}
 
 QTEST_MAIN(FrmPropertiesTest)
 #include "frm_properties.moc"

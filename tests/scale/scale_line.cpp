@@ -55,22 +55,314 @@ class ScaleLine : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void weightsArriveFromALink();
-    void bytesFromBeforeOpeningAreDiscarded();
-    void fiftyLinesASecondAreShownWhole();
-    void streamWithoutPausesShowsNoHalfWeight();
-    void pulledPlugIsSilenceAndNoWork();
-    void plugThatIsBackBringsWeightsAgain();
-    void adapterKeepsItsNumberOnAnyNode();
-    void adapterThatWasThereAllTheTimeIsAnothers();
-    void rememberedAdapterCanBeOpenedBeforeItIsPluggedIn();
-    void idleLineWakesNobody();
-    void missingAndBusyDevicesAreTold();
-    void missingRightIsToldAsSuch();
-    void parametersThatTheLineRefusesAreTold();
-    void everySpeedOfTheDialogOpens();
+    void init()
+    {
+        folder_ = std::make_unique<QTemporaryDir>();
+        link_ = folder_->filePath(u"com3"_s);
+        plugIn();
+    }
+
+    void cleanup() { terminal_.reset(); }
+
+    void weightsArriveFromALink()
+    {
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        terminal_->send("  1234kg\r");
+        QTRY_COMPARE(station.weight(), u"1.234"_s);
+        terminal_->send("ST,GS,+");
+        QTest::qWait(20);
+        terminal_->send("   567kg\r\n");
+        QTRY_COMPARE(station.weight(), u"567"_s);
+        QCOMPARE(station.shown, (QStringList{u"1.234"_s, u"567"_s}));
+    }
+
+    void bytesFromBeforeOpeningAreDiscarded()
+    {
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        terminal_->send("  9999kg\r");
+        openQuietLine(*control);
+        terminal_->send("   500kg\r");
+        QTRY_VERIFY(!station.shown.isEmpty());
+        QTest::qWait(400);
+        QCOMPARE(station.shown, QStringList{u"500"_s});
+    }
+
+    void fiftyLinesASecondAreShownWhole()
+    {
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        std::unique_ptr<QThread> scale(QThread::create([this] {
+            for (int weight = 1001; weight <= 1100; ++weight) {
+                terminal_->send(u"  %1kg\r\n"_s.arg(weight).toLatin1());
+                QThread::msleep(20);
+            }
+        }));
+        const double before = processorTime();
+        scale->start();
+        QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 10000);
+        QTest::qWait(100);
+        qInfo("processor time for 100 lines in two seconds: %.0f ms", 1000 * (processorTime() - before));
+        // Two lines may share an event on a busy machine, then the second one is dropped: that is the rule, half lines
+        // are not.
+        QVERIFY2(station.shown.size() >= 50, qPrintable(QString::number(station.shown.size())));
+        QCOMPARE(station.shown.first(), u"1.001"_s);
+        for (const QString& weight : station.shown) {
+            const double value = QLocale(QLocale::Turkish).toDouble(weight);
+            QVERIFY2(value >= 1001 && value <= 1100, qPrintable(weight));
+        }
+    }
+
+    void streamWithoutPausesShowsNoHalfWeight()
+    {
+        // A busy machine may hold the playing thread up for longer than a scale ever pauses; such a round proves
+        // nothing.
+        qint64 longestPause = 0;
+        QStringList shown;
+        for (int round = 0; round < 10 && (round == 0 || longestPause > 250); ++round) {
+            const auto control = newControl();
+            KeepingStation station;
+            handle(*control, station);
+            openQuietLine(*control);
+            longestPause = 0;
+            std::unique_ptr<QThread> scale(QThread::create([this, &longestPause] {
+                const QByteArray line = "  1234kg\r";
+                QElapsedTimer clock;
+                for (int i = 0; i < 100 * line.size(); ++i) {
+                    clock.start();
+                    terminal_->send(line.mid(i % line.size(), 1));
+                    QThread::msleep(1);
+                    longestPause = std::max(longestPause, clock.elapsed());
+                }
+            }));
+            scale->start();
+            QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 20000);
+            shown = station.shown;
+        }
+        QVERIFY2(longestPause <= 250, "this machine was too busy ten times");
+        QVERIFY(!shown.isEmpty());
+        QCOMPARE(QSet<QString>(shown.begin(), shown.end()), QSet<QString>{u"1.234"_s});
+    }
+
+    void pulledPlugIsSilenceAndNoWork()
+    {
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        terminal_->send("   500kg\r");
+        QTRY_COMPARE(station.weight(), u"500"_s);
+
+        QSignalSpy spy(control.get(), &TeraziComm::OnComm);
+        terminal_->send("   5");
+        terminal_->pullOut();
+        QTRY_VERIFY(!control->isPluggedIn());
+        QVERIFY(control->portOpen());
+
+        expectIdleness();
+        QVERIFY(spy.isEmpty());
+        QCOMPARE(station.shown, QStringList{u"500"_s});
+    }
+
+    void plugThatIsBackBringsWeightsAgain()
+    {
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        for (int round = 1; round <= 3; ++round) {
+            QTRY_VERIFY(control->hearsWholeLines());
+            terminal_->send(QByteArray::number(100 * round) + "kg\r");
+            QTRY_COMPARE(station.weight(), QString::number(100 * round));
+            terminal_->pullOut();
+            QTRY_VERIFY(!control->isPluggedIn());
+            plugIn();
+        }
+    }
+
+    void adapterKeepsItsNumberOnAnyNode()
+    {
+        PlayedDevices devices(folder_->filePath(u"dev"_s));
+        QString memory;
+        const auto open = [&] {
+            auto control = std::make_unique<TeraziComm>(systemPorts(devices.places(), devices.memory(memory)));
+            QObject::connect(control.get(), &TeraziComm::deviceOpened, this, [&](int number, const QString& path) {
+                rememberAdapter(number, path, devices.places(), devices.memory(memory));
+            });
+            control->setCommPort(6);
+            return control;
+        };
+        const auto first = std::make_unique<PseudoTerminal>();
+        auto second = std::make_unique<PseudoTerminal>();
+        devices.plug(*first, "ttyUSB0", "usb-Terazi_A1");
+        devices.plug(*second, "ttyUSB1", "usb-Terazi_B2");
+        auto control = open();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        QCOMPARE(memory, u"6=by-id/usb-Terazi_B2"_s);
+        second->send("  200kg\r");
+        QTRY_COMPARE(station.weight(), u"200"_s);
+
+        // Out and in again as another node, while another adapter has taken its own.
+        PseudoTerminal third;
+        devices.pull("ttyUSB1", "usb-Terazi_B2");
+        second->pullOut();
+        QTRY_VERIFY(!control->isPluggedIn());
+        devices.plug(third, "ttyUSB1", "usb-Terazi_C3");
+        second = std::make_unique<PseudoTerminal>();
+        devices.plug(*second, "ttyUSB2", "usb-Terazi_B2");
+        QTRY_VERIFY(control->isPluggedIn());
+        QTRY_VERIFY(control->hearsWholeLines());
+        third.send("  300kg\r");
+        second->send("  210kg\r");
+        QTRY_COMPARE(station.weight(), u"210"_s);
+        control.reset();
+
+        // The next morning the two have each other's node.
+        devices.pull("ttyUSB0", "usb-Terazi_A1");
+        devices.pull("ttyUSB2", "usb-Terazi_B2");
+        devices.plug(*second, "ttyUSB0", "usb-Terazi_B2");
+        devices.plug(*first, "ttyUSB2", "usb-Terazi_A1");
+        control = open();
+        handle(*control, station);
+        openQuietLine(*control);
+        first->send("  100kg\r");
+        second->send("  220kg\r");
+        QTRY_COMPARE(station.weight(), u"220"_s);
+        QCOMPARE(station.shown, (QStringList{u"200"_s, u"210"_s, u"220"_s}));
+    }
+
+    void adapterThatWasThereAllTheTimeIsAnothers()
+    {
+        // Adapters without a name of their own are counted, and the count of one that stays changes when another goes.
+        PlayedDevices devices(folder_->filePath(u"dev"_s));
+        auto first = std::make_unique<PseudoTerminal>();
+        PseudoTerminal second;
+        devices.plug(*first, "ttyUSB0");
+        devices.plug(second, "ttyUSB1");
+        TeraziComm control(systemPorts(devices.places()));
+        control.setCommPort(5);
+        KeepingStation station;
+        handle(control, station);
+        openQuietLine(control);
+        first->send("  100kg\r");
+        QTRY_COMPARE(station.weight(), u"100"_s);
+        devices.pull("ttyUSB0");
+        first->pullOut();
+        QTRY_VERIFY(!control.isPluggedIn());
+        QTest::qWait(1000);
+        QVERIFY(!control.isPluggedIn());
+        QCOMPARE(control.whyNotBack(), 0);
+
+        first = std::make_unique<PseudoTerminal>();
+        devices.plug(*first, "ttyUSB0");
+        QTRY_VERIFY(control.isPluggedIn());
+        QTRY_VERIFY(control.hearsWholeLines());
+        first->send("  110kg\r");
+        QTRY_COMPARE(station.weight(), u"110"_s);
+    }
+
+    void rememberedAdapterCanBeOpenedBeforeItIsPluggedIn()
+    {
+        PlayedDevices devices(folder_->filePath(u"dev"_s));
+        QString memory = u"5=by-id/usb-Terazi_A1"_s;
+        TeraziComm control(systemPorts(devices.places(), devices.memory(memory)));
+        control.setCommPort(5);
+        control.setPortOpen(true);
+        QVERIFY(control.portOpen() && !control.isPluggedIn());
+        PseudoTerminal first;
+        devices.plug(first, "ttyUSB0", "usb-Terazi_A1");
+        QTRY_VERIFY(control.isPluggedIn());
+    }
+
+    void idleLineWakesNobody()
+    {
+        const auto control = newControl();
+        control->setPortOpen(true);
+        expectIdleness();
+    }
+
+    void missingAndBusyDevicesAreTold()
+    {
+        const auto errorOf = [](TeraziComm& control) {
+            try {
+                control.setPortOpen(true);
+            } catch (const base::RuntimeError& error) {
+                return error.number();
+            }
+            return 0;
+        };
+        const auto first = newControl();
+        const auto second = newControl();
+        QCOMPARE(errorOf(*first), 0);
+        QCOMPARE(errorOf(*second), errors::inUse);
+        QVERIFY(!second->portOpen());
+        first->setPortOpen(false);
+        QCOMPARE(errorOf(*second), 0);
+        second->setPortOpen(false);
+
+        terminal_->pullOut();
+        const auto third = newControl(); // of a program that has never seen the device
+        QCOMPARE(errorOf(*third), errors::invalidPortNumber);
+        QFile::remove(link_);
+        QVERIFY(QFile::link(folder_->filePath(u"nothing"_s), link_));
+        QCOMPARE(errorOf(*third), errors::invalidPortNumber);
+        QVERIFY(!third->portOpen());
+    }
+
+    void missingRightIsToldAsSuch()
+    {
+        QCOMPARE(::chmod(qPrintable(folder_->path()), 0755), 0); // the way to the device stays open
+        QCOMPARE(::chmod(qPrintable(terminal_->path()), 0), 0);
+        const auto control = newControl();
+        {
+            const OrdinaryUser user;
+            QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
+        }
+        QCOMPARE(control->trouble(), base::errors::permissionDenied);
+        QCOMPARE(whyClosed(3, control->trouble()), u"Com3 açılamadı, kullanma izni yok"_s);
+    }
+
+    void parametersThatTheLineRefusesAreTold()
+    {
+        // A pseudo-terminal has 8 bits and no parity, and its driver says so.
+        const auto control = newControl();
+        control->setSettings(u"9600,E,7,1"_s);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
+        QCOMPARE(control->trouble(), errors::parametersRefused);
+        QVERIFY(!control->portOpen());
+
+        control->setSettings(u"9600,N,8,1"_s);
+        openQuietLine(*control);
+        QSignalSpy spy(control.get(), &TeraziComm::OnComm);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setSettings(u"9600,E,7,1"_s));
+        QCOMPARE(control->settings(), u"9600,n,8,1"_s);
+        terminal_->send("   500kg\r");
+        QVERIFY(spy.wait(1000));
+        QCOMPARE(control->commEvent(), 2);
+        QCOMPARE(control->input(), u"   500kg\r"_s);
+    }
+
+    void everySpeedOfTheDialogOpens()
+    {
+        const auto control = newControl();
+        for (const int speed : {110, 300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 28800, 38400, 56000, 57600, 115200,
+                                128000, 256000}) {
+            control->setSettings(u"%1,N,8,2"_s.arg(speed));
+            openQuietLine(*control);
+            QSignalSpy spy(control.get(), &TeraziComm::OnComm);
+            terminal_->send("   500kg\r");
+            QVERIFY2(spy.wait(1000), qPrintable(QString::number(speed)));
+            control->setPortOpen(false);
+        }
+    }
 
 private:
     void plugIn()
@@ -102,314 +394,6 @@ private:
     QString link_;
     std::unique_ptr<PseudoTerminal> terminal_;
 };
-
-void ScaleLine::init()
-{
-    folder_ = std::make_unique<QTemporaryDir>();
-    link_ = folder_->filePath(u"com3"_s);
-    plugIn();
-}
-
-void ScaleLine::cleanup() { terminal_.reset(); }
-
-void ScaleLine::weightsArriveFromALink()
-{
-    const auto control = newControl();
-    KeepingStation station;
-    handle(*control, station);
-    openQuietLine(*control);
-    terminal_->send("  1234kg\r");
-    QTRY_COMPARE(station.weight(), u"1.234"_s);
-    terminal_->send("ST,GS,+");
-    QTest::qWait(20);
-    terminal_->send("   567kg\r\n");
-    QTRY_COMPARE(station.weight(), u"567"_s);
-    QCOMPARE(station.shown, (QStringList{u"1.234"_s, u"567"_s}));
-}
-
-void ScaleLine::bytesFromBeforeOpeningAreDiscarded()
-{
-    const auto control = newControl();
-    KeepingStation station;
-    handle(*control, station);
-    terminal_->send("  9999kg\r");
-    openQuietLine(*control);
-    terminal_->send("   500kg\r");
-    QTRY_VERIFY(!station.shown.isEmpty());
-    QTest::qWait(400);
-    QCOMPARE(station.shown, QStringList{u"500"_s});
-}
-
-void ScaleLine::fiftyLinesASecondAreShownWhole()
-{
-    const auto control = newControl();
-    KeepingStation station;
-    handle(*control, station);
-    openQuietLine(*control);
-    std::unique_ptr<QThread> scale(QThread::create([this] {
-        for (int weight = 1001; weight <= 1100; ++weight) {
-            terminal_->send(u"  %1kg\r\n"_s.arg(weight).toLatin1());
-            QThread::msleep(20);
-        }
-    }));
-    const double before = processorTime();
-    scale->start();
-    QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 10000);
-    QTest::qWait(100);
-    qInfo("processor time for 100 lines in two seconds: %.0f ms", 1000 * (processorTime() - before));
-    // Two lines may share an event on a busy machine, then the second one is dropped: that is the rule, half lines are
-    // not.
-    QVERIFY2(station.shown.size() >= 50, qPrintable(QString::number(station.shown.size())));
-    QCOMPARE(station.shown.first(), u"1.001"_s);
-    for (const QString& weight : station.shown) {
-        const double value = QLocale(QLocale::Turkish).toDouble(weight);
-        QVERIFY2(value >= 1001 && value <= 1100, qPrintable(weight));
-    }
-}
-
-void ScaleLine::streamWithoutPausesShowsNoHalfWeight()
-{
-    // A busy machine may hold the playing thread up for longer than a scale ever pauses; such a round proves nothing.
-    qint64 longestPause = 0;
-    QStringList shown;
-    for (int round = 0; round < 10 && (round == 0 || longestPause > 250); ++round) {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
-        longestPause = 0;
-        std::unique_ptr<QThread> scale(QThread::create([this, &longestPause] {
-            const QByteArray line = "  1234kg\r";
-            QElapsedTimer clock;
-            for (int i = 0; i < 100 * line.size(); ++i) {
-                clock.start();
-                terminal_->send(line.mid(i % line.size(), 1));
-                QThread::msleep(1);
-                longestPause = std::max(longestPause, clock.elapsed());
-            }
-        }));
-        scale->start();
-        QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 20000);
-        shown = station.shown;
-    }
-    QVERIFY2(longestPause <= 250, "this machine was too busy ten times");
-    QVERIFY(!shown.isEmpty());
-    QCOMPARE(QSet<QString>(shown.begin(), shown.end()), QSet<QString>{u"1.234"_s});
-}
-
-void ScaleLine::pulledPlugIsSilenceAndNoWork()
-{
-    const auto control = newControl();
-    KeepingStation station;
-    handle(*control, station);
-    openQuietLine(*control);
-    terminal_->send("   500kg\r");
-    QTRY_COMPARE(station.weight(), u"500"_s);
-
-    QSignalSpy spy(control.get(), &TeraziComm::OnComm);
-    terminal_->send("   5");
-    terminal_->pullOut();
-    QTRY_VERIFY(!control->isPluggedIn());
-    QVERIFY(control->portOpen());
-
-    expectIdleness();
-    QVERIFY(spy.isEmpty());
-    QCOMPARE(station.shown, QStringList{u"500"_s});
-}
-
-void ScaleLine::plugThatIsBackBringsWeightsAgain()
-{
-    const auto control = newControl();
-    KeepingStation station;
-    handle(*control, station);
-    openQuietLine(*control);
-    for (int round = 1; round <= 3; ++round) {
-        QTRY_VERIFY(control->hearsWholeLines());
-        terminal_->send(QByteArray::number(100 * round) + "kg\r");
-        QTRY_COMPARE(station.weight(), QString::number(100 * round));
-        terminal_->pullOut();
-        QTRY_VERIFY(!control->isPluggedIn());
-        plugIn();
-    }
-}
-
-void ScaleLine::adapterKeepsItsNumberOnAnyNode()
-{
-    PlayedDevices devices(folder_->filePath(u"dev"_s));
-    QString memory;
-    const auto open = [&] {
-        auto control = std::make_unique<TeraziComm>(systemPorts(devices.places(), devices.memory(memory)));
-        QObject::connect(control.get(), &TeraziComm::deviceOpened, this, [&](int number, const QString& path) {
-            rememberAdapter(number, path, devices.places(), devices.memory(memory));
-        });
-        control->setCommPort(6);
-        return control;
-    };
-    const auto first = std::make_unique<PseudoTerminal>();
-    auto second = std::make_unique<PseudoTerminal>();
-    devices.plug(*first, "ttyUSB0", "usb-Terazi_A1");
-    devices.plug(*second, "ttyUSB1", "usb-Terazi_B2");
-    auto control = open();
-    KeepingStation station;
-    handle(*control, station);
-    openQuietLine(*control);
-    QCOMPARE(memory, u"6=by-id/usb-Terazi_B2"_s);
-    second->send("  200kg\r");
-    QTRY_COMPARE(station.weight(), u"200"_s);
-
-    // Out and in again as another node, while another adapter has taken its own.
-    PseudoTerminal third;
-    devices.pull("ttyUSB1", "usb-Terazi_B2");
-    second->pullOut();
-    QTRY_VERIFY(!control->isPluggedIn());
-    devices.plug(third, "ttyUSB1", "usb-Terazi_C3");
-    second = std::make_unique<PseudoTerminal>();
-    devices.plug(*second, "ttyUSB2", "usb-Terazi_B2");
-    QTRY_VERIFY(control->isPluggedIn());
-    QTRY_VERIFY(control->hearsWholeLines());
-    third.send("  300kg\r");
-    second->send("  210kg\r");
-    QTRY_COMPARE(station.weight(), u"210"_s);
-    control.reset();
-
-    // The next morning the two have each other's node.
-    devices.pull("ttyUSB0", "usb-Terazi_A1");
-    devices.pull("ttyUSB2", "usb-Terazi_B2");
-    devices.plug(*second, "ttyUSB0", "usb-Terazi_B2");
-    devices.plug(*first, "ttyUSB2", "usb-Terazi_A1");
-    control = open();
-    handle(*control, station);
-    openQuietLine(*control);
-    first->send("  100kg\r");
-    second->send("  220kg\r");
-    QTRY_COMPARE(station.weight(), u"220"_s);
-    QCOMPARE(station.shown, (QStringList{u"200"_s, u"210"_s, u"220"_s}));
-}
-
-void ScaleLine::adapterThatWasThereAllTheTimeIsAnothers()
-{
-    // Adapters without a name of their own are counted, and the count of one that stays changes when another goes.
-    PlayedDevices devices(folder_->filePath(u"dev"_s));
-    auto first = std::make_unique<PseudoTerminal>();
-    PseudoTerminal second;
-    devices.plug(*first, "ttyUSB0");
-    devices.plug(second, "ttyUSB1");
-    TeraziComm control(systemPorts(devices.places()));
-    control.setCommPort(5);
-    KeepingStation station;
-    handle(control, station);
-    openQuietLine(control);
-    first->send("  100kg\r");
-    QTRY_COMPARE(station.weight(), u"100"_s);
-    devices.pull("ttyUSB0");
-    first->pullOut();
-    QTRY_VERIFY(!control.isPluggedIn());
-    QTest::qWait(1000);
-    QVERIFY(!control.isPluggedIn());
-    QCOMPARE(control.whyNotBack(), 0);
-
-    first = std::make_unique<PseudoTerminal>();
-    devices.plug(*first, "ttyUSB0");
-    QTRY_VERIFY(control.isPluggedIn());
-    QTRY_VERIFY(control.hearsWholeLines());
-    first->send("  110kg\r");
-    QTRY_COMPARE(station.weight(), u"110"_s);
-}
-
-void ScaleLine::rememberedAdapterCanBeOpenedBeforeItIsPluggedIn()
-{
-    PlayedDevices devices(folder_->filePath(u"dev"_s));
-    QString memory = u"5=by-id/usb-Terazi_A1"_s;
-    TeraziComm control(systemPorts(devices.places(), devices.memory(memory)));
-    control.setCommPort(5);
-    control.setPortOpen(true);
-    QVERIFY(control.portOpen() && !control.isPluggedIn());
-    PseudoTerminal first;
-    devices.plug(first, "ttyUSB0", "usb-Terazi_A1");
-    QTRY_VERIFY(control.isPluggedIn());
-}
-
-void ScaleLine::idleLineWakesNobody()
-{
-    const auto control = newControl();
-    control->setPortOpen(true);
-    expectIdleness();
-}
-
-void ScaleLine::missingAndBusyDevicesAreTold()
-{
-    const auto errorOf = [](TeraziComm& control) {
-        try {
-            control.setPortOpen(true);
-        } catch (const base::RuntimeError& error) {
-            return error.number();
-        }
-        return 0;
-    };
-    const auto first = newControl();
-    const auto second = newControl();
-    QCOMPARE(errorOf(*first), 0);
-    QCOMPARE(errorOf(*second), errors::inUse);
-    QVERIFY(!second->portOpen());
-    first->setPortOpen(false);
-    QCOMPARE(errorOf(*second), 0);
-    second->setPortOpen(false);
-
-    terminal_->pullOut();
-    const auto third = newControl(); // of a program that has never seen the device
-    QCOMPARE(errorOf(*third), errors::invalidPortNumber);
-    QFile::remove(link_);
-    QVERIFY(QFile::link(folder_->filePath(u"nothing"_s), link_));
-    QCOMPARE(errorOf(*third), errors::invalidPortNumber);
-    QVERIFY(!third->portOpen());
-}
-
-void ScaleLine::missingRightIsToldAsSuch()
-{
-    QCOMPARE(::chmod(qPrintable(folder_->path()), 0755), 0); // the way to the device stays open
-    QCOMPARE(::chmod(qPrintable(terminal_->path()), 0), 0);
-    const auto control = newControl();
-    {
-        const OrdinaryUser user;
-        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
-    }
-    QCOMPARE(control->trouble(), base::errors::permissionDenied);
-    QCOMPARE(whyClosed(3, control->trouble()), u"Com3 açılamadı, kullanma izni yok"_s);
-}
-
-void ScaleLine::parametersThatTheLineRefusesAreTold()
-{
-    // A pseudo-terminal has 8 bits and no parity, and its driver says so.
-    const auto control = newControl();
-    control->setSettings(u"9600,E,7,1"_s);
-    QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setPortOpen(true));
-    QCOMPARE(control->trouble(), errors::parametersRefused);
-    QVERIFY(!control->portOpen());
-
-    control->setSettings(u"9600,N,8,1"_s);
-    openQuietLine(*control);
-    QSignalSpy spy(control.get(), &TeraziComm::OnComm);
-    QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control->setSettings(u"9600,E,7,1"_s));
-    QCOMPARE(control->settings(), u"9600,n,8,1"_s);
-    terminal_->send("   500kg\r");
-    QVERIFY(spy.wait(1000));
-    QCOMPARE(control->commEvent(), 2);
-    QCOMPARE(control->input(), u"   500kg\r"_s);
-}
-
-void ScaleLine::everySpeedOfTheDialogOpens()
-{
-    const auto control = newControl();
-    for (const int speed :
-         {110, 300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 28800, 38400, 56000, 57600, 115200, 128000, 256000}) {
-        control->setSettings(u"%1,N,8,2"_s.arg(speed));
-        openQuietLine(*control);
-        QSignalSpy spy(control.get(), &TeraziComm::OnComm);
-        terminal_->send("   500kg\r");
-        QVERIFY2(spy.wait(1000), qPrintable(QString::number(speed)));
-        control->setPortOpen(false);
-    }
-}
 
 QTEST_GUILESS_MAIN(ScaleLine)
 #include "scale_line.moc"

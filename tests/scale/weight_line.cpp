@@ -43,251 +43,234 @@ class WeightLine : public QObject {
     Q_OBJECT
 
 private slots:
-    void fieldIsTheEndOfTheFirstLine_data();
-    void fieldIsTheEndOfTheFirstLine();
-    void weightReachesTheStation_data();
-    void weightReachesTheStation();
-    void sameWeightAgainFiresNoChange();
-    void repeatedRawFieldIsNotFormattedAgain();
-    void unreadableLineIsShownAndEmptiesTheBuffers_data();
-    void unreadableLineIsShownAndEmptiesTheBuffers();
-    void disabledStationKeepsItsWeight();
-    void withoutAnyNameNothingIsTouched();
-    void designCaptionStillTakesWeights();
-    void otherEventsOnlyEmptyTheBuffers();
-    void readErrorReopensThePort();
-    void failedReopeningIsSilent();
-    void eventTellsWhatItBrought_data();
-    void eventTellsWhatItBrought();
-};
-
-void WeightLine::fieldIsTheEndOfTheFirstLine_data()
-{
-    QTest::addColumn<QString>("burst");
-    QTest::addColumn<QString>("field");
-    QTest::newRow("padded") << u"  1234kg\r"_s << u"  1234\r"_s;
-    QTest::newRow("blank before the unit") << u"  1234 kg\r\n"_s << u"  1234 \r"_s;
-    QTest::newRow("line feed of the line before") << u"\n  1234kg\r"_s << u"\n  1234\r"_s;
-    QTest::newRow("second line dropped") << u"   500kg\r   510kg\r"_s << u"   500\r"_s;
-    QTest::newRow("no line yet") << u"12"_s << QString();
-    QTest::newRow("rest of a line") << u"34kg\r"_s << u"34\r"_s;
-    QTest::newRow("nothing") << QString() << QString();
-    QTest::newRow("status before the weight") << u"ST,GS,+  1234kg\r"_s << u"+  1234\r"_s;
-    QTest::newRow("wider than the field") << u"00123456789kg\r"_s << u"3456789\r"_s;
-    QTest::newRow("capitals stay") << u"1234KG\r"_s << u"1234KG\r"_s;
-    QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
-    QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
-    QTest::newRow("words before the weight") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
-    QTest::newRow("unit twice") << u"1kgkg2\r"_s << u"12\r"_s;
-    QTest::newRow("unit before the weight") << u"kg  1234\r"_s << u"  1234\r"_s;
-    QTest::newRow("unit around the unit") << u"1kkgg2\r"_s << u"1kg2\r"_s;
-    QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
-}
-
-void WeightLine::fieldIsTheEndOfTheFirstLine()
-{
-    QFETCH(QString, burst);
-    QFETCH(QString, field);
-    QCOMPARE(weightField(burst), field);
-}
-
-void WeightLine::weightReachesTheStation_data()
-{
-    QTest::addColumn<bool>("turkish");
-    QTest::addColumn<QString>("burst");
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
-    QTest::newRow("padded") << true << u"  1234kg\r"_s << u"0"_s << u"1.234"_s;
-    QTest::newRow("padded, English") << false << u"  1234kg\r"_s << u"0"_s << u"1,234"_s;
-    QTest::newRow("blank before the unit") << true << u"  1234 kg\r\n"_s << u"0"_s << u"1.234"_s;
-    QTest::newRow("line feed first") << true << u"\n  1234kg\r"_s << u"0"_s << u"1.234"_s;
-    QTest::newRow("two lines") << true << u"   500kg\r   510kg\r"_s << u"1.000"_s << u"500"_s;
-    QTest::newRow("half a line") << true << u"12"_s << u"1.000"_s << u"0"_s;
-    QTest::newRow("other half") << true << u"34kg\r"_s << u"0"_s << u"34"_s;
-    QTest::newRow("no data") << true << QString() << u"1.000"_s << u"0"_s;
-    QTest::newRow("status before the weight") << true << u"ST,GS,+  1234kg\r"_s << u"0"_s << u"1.234"_s;
-    QTest::newRow("wider than the field") << true << u"00123456789kg\r"_s << u"0"_s << u"3.456.789"_s;
-    QTest::newRow("full stop groups") << true << u"  12.5kg\r"_s << u"0"_s << u"125"_s;
-    QTest::newRow("full stop divides, English") << false << u"  12.5kg\r"_s << u"0"_s << u"13"_s;
-    QTest::newRow("comma divides") << true << u"  12,5kg\r"_s << u"0"_s << u"13"_s;
-    QTest::newRow("full stop and thousands") << true << u"1234.5kg\r"_s << u"0"_s << u"12.345"_s;
-    QTest::newRow("below zero") << true << u"   -20kg\r"_s << u"1.000"_s << u"-20"_s;
-    QTest::newRow("zero") << true << u"  0kg\r"_s << u"1.000"_s << u"0"_s;
-    QTest::newRow("rounds to zero") << true << u"0,4kg\r"_s << u"5"_s << u"0"_s;
-    QTest::newRow("unit twice") << true << u"1kgkg2\r"_s << u"0"_s << u"12"_s;
-}
-
-void WeightLine::weightReachesTheStation()
-{
-    QFETCH(bool, turkish);
-    QFETCH(QString, burst);
-    QFETCH(QString, before);
-    QFETCH(QString, after);
-    PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
-    station.caption = before;
-    FakeCommControl control;
-    control.burst = burst;
-    onScaleEvent(control, station, station.regional, [] {});
-    QCOMPARE(station.caption, after);
-    QCOMPARE(control.steps, emptied);
-}
-
-void WeightLine::sameWeightAgainFiresNoChange()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.234"_s;
-    FakeCommControl control;
-    control.burst = u"  1234kg\r"_s;
-    onScaleEvent(control, station, station.regional, [] {});
-    QCOMPARE(station.caption, u"1.234"_s);
-    QCOMPARE(station.changes, 0);
-}
-
-void WeightLine::repeatedRawFieldIsNotFormattedAgain()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1234KG\r"_s;
-    FakeCommControl control;
-    control.burst = u"1234KG\r"_s;
-    onScaleEvent(control, station, station.regional, [] {}); // would throw if the caption were set anew
-    QCOMPARE(station.changes, 0);
-}
-
-void WeightLine::unreadableLineIsShownAndEmptiesTheBuffers_data()
-{
-    QTest::addColumn<QString>("burst");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("capitals") << u"1234KG\r"_s << u"1234KG\r"_s;
-    QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
-    QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
-    QTest::newRow("words") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
-    QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
-}
-
-void WeightLine::unreadableLineIsShownAndEmptiesTheBuffers()
-{
-    QFETCH(QString, burst);
-    QFETCH(QString, shown);
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    FakeCommControl control;
-    control.burst = burst;
-    QVERIFY_THROWS_EXCEPTION(base::RuntimeError, onScaleEvent(control, station, station.regional, [] {}));
-    QCOMPARE(station.caption, shown);
-    QCOMPARE(control.steps, emptied);
-
-    control.burst = u"  1234kg\r"_s; // the next good line repairs the caption
-    onScaleEvent(control, station, station.regional, [] {});
-    QCOMPARE(station.caption, u"1.234"_s);
-}
-
-void WeightLine::disabledStationKeepsItsWeight()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    station.enabled = false;
-    FakeCommControl control;
-    control.burst = u"  1234kg\r"_s;
-    onScaleEvent(control, station, station.regional, [] {});
-    QCOMPARE(station.caption, u"1.000"_s);
-    QCOMPARE(control.steps, emptied);
-}
-
-void WeightLine::withoutAnyNameNothingIsTouched()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    station.name.clear();
-    FakeCommControl control;
-    control.burst = u"  1234kg\r"_s;
-    for (const int event : {events::received, events::readError, 1009}) {
-        control.event = event;
-        onScaleEvent(control, station, station.regional, [] { QFAIL("no events are to be processed"); });
-        QCOMPARE(control.steps, QStringList());
-        QCOMPARE(control.burst, u"  1234kg\r"_s);
-        QCOMPARE(station.caption, u"1.000"_s);
+    void fieldIsTheEndOfTheFirstLine_data()
+    {
+        QTest::addColumn<QString>("burst");
+        QTest::addColumn<QString>("field");
+        QTest::newRow("padded") << u"  1234kg\r"_s << u"  1234\r"_s;
+        QTest::newRow("blank before the unit") << u"  1234 kg\r\n"_s << u"  1234 \r"_s;
+        QTest::newRow("line feed of the line before") << u"\n  1234kg\r"_s << u"\n  1234\r"_s;
+        QTest::newRow("second line dropped") << u"   500kg\r   510kg\r"_s << u"   500\r"_s;
+        QTest::newRow("no line yet") << u"12"_s << QString();
+        QTest::newRow("rest of a line") << u"34kg\r"_s << u"34\r"_s;
+        QTest::newRow("nothing") << QString() << QString();
+        QTest::newRow("status before the weight") << u"ST,GS,+  1234kg\r"_s << u"+  1234\r"_s;
+        QTest::newRow("wider than the field") << u"00123456789kg\r"_s << u"3456789\r"_s;
+        QTest::newRow("capitals stay") << u"1234KG\r"_s << u"1234KG\r"_s;
+        QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
+        QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
+        QTest::newRow("words before the weight") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
+        QTest::newRow("unit twice") << u"1kgkg2\r"_s << u"12\r"_s;
+        QTest::newRow("unit before the weight") << u"kg  1234\r"_s << u"  1234\r"_s;
+        QTest::newRow("unit around the unit") << u"1kkgg2\r"_s << u"1kg2\r"_s;
+        QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
     }
-}
 
-void WeightLine::designCaptionStillTakesWeights()
-{
-    PaperStation station(base::Regional::turkish());
-    station.name = u"Müşteri Seçin"_s;
-    FakeCommControl control;
-    control.burst = u"   500kg\r"_s;
-    onScaleEvent(control, station, station.regional, [] {});
-    QCOMPARE(station.caption, u"500"_s);
-}
+    void fieldIsTheEndOfTheFirstLine()
+    {
+        QFETCH(QString, burst);
+        QFETCH(QString, field);
+        QCOMPARE(weightField(burst), field);
+    }
 
-void WeightLine::otherEventsOnlyEmptyTheBuffers()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    for (const int event : {0, 1, 3, 7, 1001, 1004, 1009, 1011}) {
+    void weightReachesTheStation_data()
+    {
+        QTest::addColumn<bool>("turkish");
+        QTest::addColumn<QString>("burst");
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("after");
+        QTest::newRow("padded") << true << u"  1234kg\r"_s << u"0"_s << u"1.234"_s;
+        QTest::newRow("padded, English") << false << u"  1234kg\r"_s << u"0"_s << u"1,234"_s;
+        QTest::newRow("blank before the unit") << true << u"  1234 kg\r\n"_s << u"0"_s << u"1.234"_s;
+        QTest::newRow("line feed first") << true << u"\n  1234kg\r"_s << u"0"_s << u"1.234"_s;
+        QTest::newRow("two lines") << true << u"   500kg\r   510kg\r"_s << u"1.000"_s << u"500"_s;
+        QTest::newRow("half a line") << true << u"12"_s << u"1.000"_s << u"0"_s;
+        QTest::newRow("other half") << true << u"34kg\r"_s << u"0"_s << u"34"_s;
+        QTest::newRow("no data") << true << QString() << u"1.000"_s << u"0"_s;
+        QTest::newRow("status before the weight") << true << u"ST,GS,+  1234kg\r"_s << u"0"_s << u"1.234"_s;
+        QTest::newRow("wider than the field") << true << u"00123456789kg\r"_s << u"0"_s << u"3.456.789"_s;
+        QTest::newRow("full stop groups") << true << u"  12.5kg\r"_s << u"0"_s << u"125"_s;
+        QTest::newRow("full stop divides, English") << false << u"  12.5kg\r"_s << u"0"_s << u"13"_s;
+        QTest::newRow("comma divides") << true << u"  12,5kg\r"_s << u"0"_s << u"13"_s;
+        QTest::newRow("full stop and thousands") << true << u"1234.5kg\r"_s << u"0"_s << u"12.345"_s;
+        QTest::newRow("below zero") << true << u"   -20kg\r"_s << u"1.000"_s << u"-20"_s;
+        QTest::newRow("zero") << true << u"  0kg\r"_s << u"1.000"_s << u"0"_s;
+        QTest::newRow("rounds to zero") << true << u"0,4kg\r"_s << u"5"_s << u"0"_s;
+        QTest::newRow("unit twice") << true << u"1kgkg2\r"_s << u"0"_s << u"12"_s;
+    }
+
+    void weightReachesTheStation()
+    {
+        QFETCH(bool, turkish);
+        QFETCH(QString, burst);
+        QFETCH(QString, before);
+        QFETCH(QString, after);
+        PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
+        station.caption = before;
         FakeCommControl control;
-        control.event = event;
+        control.burst = burst;
+        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(station.caption, after);
+        QCOMPARE(control.steps, emptied);
+    }
+
+    void sameWeightAgainFiresNoChange()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.234"_s;
+        FakeCommControl control;
+        control.burst = u"  1234kg\r"_s;
+        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(station.caption, u"1.234"_s);
+        QCOMPARE(station.changes, 0);
+    }
+
+    void repeatedRawFieldIsNotFormattedAgain()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1234KG\r"_s;
+        FakeCommControl control;
+        control.burst = u"1234KG\r"_s;
+        onScaleEvent(control, station, station.regional, [] {}); // would throw if the caption were set anew
+        QCOMPARE(station.changes, 0);
+    }
+
+    void unreadableLineIsShownAndEmptiesTheBuffers_data()
+    {
+        QTest::addColumn<QString>("burst");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("capitals") << u"1234KG\r"_s << u"1234KG\r"_s;
+        QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
+        QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
+        QTest::newRow("words") << u"Net 1234kg\r"_s << u"et 1234\r"_s;
+        QTest::newRow("control character") << u"\x02 1234kg\r"_s << u"\x02 1234\r"_s;
+    }
+
+    void unreadableLineIsShownAndEmptiesTheBuffers()
+    {
+        QFETCH(QString, burst);
+        QFETCH(QString, shown);
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        FakeCommControl control;
+        control.burst = burst;
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, onScaleEvent(control, station, station.regional, [] {}));
+        QCOMPARE(station.caption, shown);
+        QCOMPARE(control.steps, emptied);
+
+        control.burst = u"  1234kg\r"_s; // the next good line repairs the caption
+        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(station.caption, u"1.234"_s);
+    }
+
+    void disabledStationKeepsItsWeight()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        station.enabled = false;
+        FakeCommControl control;
         control.burst = u"  1234kg\r"_s;
         onScaleEvent(control, station, station.regional, [] {});
         QCOMPARE(station.caption, u"1.000"_s);
         QCOMPARE(control.steps, emptied);
     }
-}
 
-void WeightLine::readErrorReopensThePort()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    FakeCommControl control;
-    control.event = events::readError;
-    control.open = true;
-    control.burst = u"  1234kg\r"_s;
-    onScaleEvent(control, station, station.regional, [&] { control.steps += u"events"_s; });
-    QCOMPARE(control.steps, (QStringList{u"close"_s, u"events"_s, u"open"_s} + emptied));
-    QCOMPARE(station.caption, u"1.000"_s);
-}
+    void withoutAnyNameNothingIsTouched()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        station.name.clear();
+        FakeCommControl control;
+        control.burst = u"  1234kg\r"_s;
+        for (const int event : {events::received, events::readError, 1009}) {
+            control.event = event;
+            onScaleEvent(control, station, station.regional, [] { QFAIL("no events are to be processed"); });
+            QCOMPARE(control.steps, QStringList());
+            QCOMPARE(control.burst, u"  1234kg\r"_s);
+            QCOMPARE(station.caption, u"1.000"_s);
+        }
+    }
 
-void WeightLine::failedReopeningIsSilent()
-{
-    PaperStation station(base::Regional::turkish());
-    station.caption = u"1.000"_s;
-    FakeCommControl control;
-    control.event = events::readError;
-    control.open = true;
-    control.failures[u"open"_s] = errors::invalidPortNumber;
-    onScaleEvent(control, station, station.regional, [] {});
-    QVERIFY(!control.open);
-    QCOMPARE(control.steps, (QStringList{u"close"_s, u"open"_s} + emptied));
-}
+    void designCaptionStillTakesWeights()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.name = u"Müşteri Seçin"_s;
+        FakeCommControl control;
+        control.burst = u"   500kg\r"_s;
+        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(station.caption, u"500"_s);
+    }
 
-void WeightLine::eventTellsWhatItBrought_data()
-{
-    QTest::addColumn<int>("event");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("burst");
-    QTest::addColumn<Heard>("heard");
-    QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << Heard::line;
-    QTest::newRow("a text that is shown already") << events::received << u"Ali"_s << u"Net\r"_s << Heard::line;
-    QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << Heard::halfLine;
-    QTest::newRow("no name") << events::received << QString() << u"   500kg\r"_s << Heard::nothing;
-    QTest::newRow("read error") << events::readError << u"Ali"_s << QString() << Heard::nothing;
-    QTest::newRow("another event") << 1009 << u"Ali"_s << u"   500kg\r"_s << Heard::nothing;
-}
+    void otherEventsOnlyEmptyTheBuffers()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        for (const int event : {0, 1, 3, 7, 1001, 1004, 1009, 1011}) {
+            FakeCommControl control;
+            control.event = event;
+            control.burst = u"  1234kg\r"_s;
+            onScaleEvent(control, station, station.regional, [] {});
+            QCOMPARE(station.caption, u"1.000"_s);
+            QCOMPARE(control.steps, emptied);
+        }
+    }
 
-void WeightLine::eventTellsWhatItBrought()
-{
-    QFETCH(int, event);
-    QFETCH(QString, name);
-    QFETCH(QString, burst);
-    PaperStation station(base::Regional::turkish());
-    station.name = name;
-    station.caption = u"Net\r"_s;
-    FakeCommControl control;
-    control.event = event;
-    control.open = true;
-    control.burst = burst;
-    const Heard heard = onScaleEvent(control, station, station.regional, [] {});
-    QTEST(heard, "heard");
-}
+    void readErrorReopensThePort()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        FakeCommControl control;
+        control.event = events::readError;
+        control.open = true;
+        control.burst = u"  1234kg\r"_s;
+        onScaleEvent(control, station, station.regional, [&] { control.steps += u"events"_s; });
+        QCOMPARE(control.steps, (QStringList{u"close"_s, u"events"_s, u"open"_s} + emptied));
+        QCOMPARE(station.caption, u"1.000"_s);
+    }
+
+    void failedReopeningIsSilent()
+    {
+        PaperStation station(base::Regional::turkish());
+        station.caption = u"1.000"_s;
+        FakeCommControl control;
+        control.event = events::readError;
+        control.open = true;
+        control.failures[u"open"_s] = errors::invalidPortNumber;
+        onScaleEvent(control, station, station.regional, [] {});
+        QVERIFY(!control.open);
+        QCOMPARE(control.steps, (QStringList{u"close"_s, u"open"_s} + emptied));
+    }
+
+    void eventTellsWhatItBrought_data()
+    {
+        QTest::addColumn<int>("event");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("burst");
+        QTest::addColumn<Heard>("heard");
+        QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << Heard::line;
+        QTest::newRow("a text that is shown already") << events::received << u"Ali"_s << u"Net\r"_s << Heard::line;
+        QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << Heard::halfLine;
+        QTest::newRow("no name") << events::received << QString() << u"   500kg\r"_s << Heard::nothing;
+        QTest::newRow("read error") << events::readError << u"Ali"_s << QString() << Heard::nothing;
+        QTest::newRow("another event") << 1009 << u"Ali"_s << u"   500kg\r"_s << Heard::nothing;
+    }
+
+    void eventTellsWhatItBrought()
+    {
+        QFETCH(int, event);
+        QFETCH(QString, name);
+        QFETCH(QString, burst);
+        PaperStation station(base::Regional::turkish());
+        station.name = name;
+        station.caption = u"Net\r"_s;
+        FakeCommControl control;
+        control.event = event;
+        control.open = true;
+        control.burst = burst;
+        const Heard heard = onScaleEvent(control, station, station.regional, [] {});
+        QTEST(heard, "heard");
+    }
+};
 
 QTEST_APPLESS_MAIN(WeightLine)
 #include "weight_line.moc"

@@ -8,27 +8,6 @@
 using store::FieldValue;
 namespace errors = base::errors;
 
-class TestDataSource : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void refreshingAnnouncesTheFirstRow();
-    void refreshingAnEmptySetAnnouncesNone();
-    void listsRefillBeforeTheFirstRowIsAnnounced();
-    void exactCountVisitsTheLastRowAndReturns();
-    void exactCountOfAnEmptySetMovesNowhere();
-    void pendingEventsRunBeforeTheQuery();
-    void savingANameAnnouncesOneRow();
-    void deletingAnnouncesNothing();
-    void findingWithoutAMatchAnnouncesNothing();
-    void aFailedRefreshKeepsTheOldSet_data();
-    void aFailedRefreshKeepsTheOldSet();
-    void noRecordSetBeforeTheFirstRefresh();
-    void aMissingFileIsReportedWhenItIsOpened();
-    void everySourceSeesTheSameFile();
-    void aHandlerMayRefreshTheSourceItHearsFrom();
-};
-
 namespace {
 
 void fill(MillFile& file, const QStringList& names)
@@ -38,202 +17,208 @@ void fill(MillFile& file, const QStringList& names)
 
 } // namespace
 
-void TestDataSource::refreshingAnnouncesTheFirstRow()
-{
-    MillFile file;
-    fill(file, {"Ali", "Can"});
-    OpenSource cari(file, "Cari");
-    QStringList announced;
-    cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
-    cari.refresh();
-    QCOMPARE(announced, QStringList{"Ali"});
-    cari.recordSet().moveLast();
-    cari.recordSet().moveFirst();
-    cari.recordSet().moveNext();
-    QCOMPARE(announced, (QStringList{"Ali", "Can", "Ali", "Can"}));
-}
+class TestDataSource : public QObject {
+    Q_OBJECT
 
-void TestDataSource::refreshingAnEmptySetAnnouncesNone()
-{
-    MillFile file;
-    OpenSource cari(file, "Cari");
-    int announced = 0, refilled = 0;
-    cari.onReposition([&] { ++announced; });
-    cari.onRefresh([&] { ++refilled; });
-    cari.refresh();
-    QCOMPARE(announced, 0);
-    QCOMPARE(refilled, 1);
-}
+private Q_SLOTS:
 
-void TestDataSource::listsRefillBeforeTheFirstRowIsAnnounced()
-{
-    MillFile file;
-    fill(file, {"Ali"});
-    OpenSource cari(file, "Cari");
-    QStringList heard;
-    cari.onReposition([&] { heard << "row"; });
-    cari.onRefresh([&] { heard << QString::number(cari.recordSet().size()); });
-    cari.refresh();
-    QCOMPARE(heard, (QStringList{"1", "row"}));
-}
+    void refreshingAnnouncesTheFirstRow()
+    {
+        MillFile file;
+        fill(file, {"Ali", "Can"});
+        OpenSource cari(file, "Cari");
+        QStringList announced;
+        cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
+        cari.refresh();
+        QCOMPARE(announced, QStringList{"Ali"});
+        cari.recordSet().moveLast();
+        cari.recordSet().moveFirst();
+        cari.recordSet().moveNext();
+        QCOMPARE(announced, (QStringList{"Ali", "Can", "Ali", "Can"}));
+    }
 
-void TestDataSource::exactCountVisitsTheLastRowAndReturns()
-{
-    MillFile file;
-    fill(file, {"Ali", "Can", "Veli"});
-    OpenSource cari(file, "Cari");
-    QStringList announced;
-    cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
-    store::VeriYenile(cari, {});
-    QCOMPARE(announced, (QStringList{"Ali", "Veli", "Ali"}));
-    QCOMPARE(cari.recordSet().recordCount(), 3);
-    QCOMPARE(cari.recordSet().position(), 0);
-}
+    void refreshingAnEmptySetAnnouncesNone()
+    {
+        MillFile file;
+        OpenSource cari(file, "Cari");
+        int announced = 0, refilled = 0;
+        cari.onReposition([&] { ++announced; });
+        cari.onRefresh([&] { ++refilled; });
+        cari.refresh();
+        QCOMPARE(announced, 0);
+        QCOMPARE(refilled, 1);
+    }
 
-void TestDataSource::exactCountOfAnEmptySetMovesNowhere()
-{
-    MillFile file;
-    OpenSource cari(file, "Cari");
-    int announced = 0;
-    cari.onReposition([&] { ++announced; });
-    store::VeriYenile(cari, [] {});
-    QCOMPARE(announced, 0);
-    QCOMPARE(cari.recordSet().recordCount(), 0);
-}
+    void listsRefillBeforeTheFirstRowIsAnnounced()
+    {
+        MillFile file;
+        fill(file, {"Ali"});
+        OpenSource cari(file, "Cari");
+        QStringList heard;
+        cari.onReposition([&] { heard << "row"; });
+        cari.onRefresh([&] { heard << QString::number(cari.recordSet().size()); });
+        cari.refresh();
+        QCOMPARE(heard, (QStringList{"1", "row"}));
+    }
 
-void TestDataSource::pendingEventsRunBeforeTheQuery()
-{
-    MillFile file;
-    fill(file, {"Ali"});
-    OpenSource cari(file, "Cari");
-    store::VeriYenile(cari, [&] {
-        fill(file, {"Can"});
-        cari.setRecordSource(mill::customerSearch("C"));
-    });
-    QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
-}
-
-void TestDataSource::savingANameAnnouncesOneRow()
-{
-    MillFile file;
-    fill(file, {"Ali", "Can"});
-    OpenSource cari(file, "Cari");
-    QStringList announced;
-    cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
-    cari.recordSet().addNew();
-    cari.recordSet().setField(0, FieldValue(QString("Bora")));
-    cari.recordSet().update();
-    cari.recordSet().edit();
-    cari.recordSet().update();
-    QCOMPARE(announced, QStringList{});
-    cari.recordSet().findFirst(mill::customerCriteria("Bora"));
-    QCOMPARE(announced, QStringList{"Bora"});
-}
-
-void TestDataSource::deletingAnnouncesNothing()
-{
-    MillFile file;
-    fill(file, {"Ali", "Can"});
-    OpenSource cari(file, "Cari");
-    int announced = 0;
-    cari.onReposition([&] { ++announced; });
-    cari.recordSet().erase();
-    QCOMPARE(announced, 0);
-}
-
-void TestDataSource::findingWithoutAMatchAnnouncesNothing()
-{
-    MillFile file;
-    fill(file, {"Ali"});
-    OpenSource cari(file, "Cari");
-    int announced = 0;
-    cari.onReposition([&] { ++announced; });
-    cari.recordSet().findFirst(mill::customerCriteria("Veli"));
-    cari.recordSet().moveNext(); // behind the last row: nothing is current
-    QCOMPARE(announced, 0);
-}
-
-void TestDataSource::aFailedRefreshKeepsTheOldSet_data()
-{
-    QTest::addColumn<QString>("recordSource");
-    QTest::newRow("an apostrophe") << "Select * From Cari where Unvan Like 'O'N*' Order By Unvan Asc";
-    QTest::newRow("an unclosed set") << mill::customerSearch("[A");
-    QTest::newRow("an aggregate") << "Select Sum(Nakit) From Cari";
-    QTest::newRow("no such table") << "Yok";
-    QTest::newRow("an action") << "DELETE FROM Cari";
-    QTest::newRow("nothing") << "";
-}
-
-void TestDataSource::aFailedRefreshKeepsTheOldSet()
-{
-    QFETCH(QString, recordSource);
-    MillFile file;
-    fill(file, {"Ali", "Can"});
-    OpenSource cari(file, "Cari");
-    cari.recordSet().moveLast();
-    int heard = 0;
-    cari.onReposition([&] { ++heard; });
-    cari.onRefresh([&] { ++heard; });
-    cari.setRecordSource(recordSource);
-    QVERIFY(errorOf([&] { cari.refresh(); }) != 0);
-    QCOMPARE(heard, 0);
-    QCOMPARE(cari.recordSet().field(0).text(), "Can");
-    QCOMPARE(cari.recordSet().recordCount(), 2);
-    QCOMPARE(texts(cari.recordSet(), 0), (QStringList{"Ali", "Can"}));
-}
-
-void TestDataSource::noRecordSetBeforeTheFirstRefresh()
-{
-    MillFile file;
-    store::DataSource source(file.databases);
-    QVERIFY(!source.hasRecordSet());
-    QCOMPARE(errorOf([&] { source.recordSet(); }), errors::notSet);
-}
-
-void TestDataSource::aMissingFileIsReportedWhenItIsOpened()
-{
-    MillFile file;
-    store::DataSource source(file.databases);
-    source.setDatabaseName("Baska.mdb");
-    source.setRecordSource("Cari");
-    QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
-    QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
-    // Once it is there, the same source finds it.
-    file.disk.content("Baska.mdb") = file.disk.content("Yag.mdb");
-    source.refresh();
-    QVERIFY(source.hasRecordSet());
-}
-
-void TestDataSource::everySourceSeesTheSameFile()
-{
-    MillFile file;
-    OpenSource one(file, "Cari"), other(file, "Cari");
-    QVERIFY(&one.database() == &other.database());
-    QVERIFY(file.databases.connect(store::connectionText(MillFile::path)).get() == &one.database());
-    one.recordSet().addNew();
-    one.recordSet().setField(0, FieldValue(QString("Ali")));
-    one.recordSet().update();
-    other.refresh();
-    QCOMPARE(texts(other.recordSet(), 0), QStringList{"Ali"});
-}
-
-void TestDataSource::aHandlerMayRefreshTheSourceItHearsFrom()
-{
-    MillFile file;
-    fill(file, {"Ali", "Can", "Veli"});
-    OpenSource cari(file, "Cari");
-    bool nested = false;
-    cari.onReposition([&] {
-        if (nested || cari.recordSet().field(0).text() != "Veli") return;
-        nested = true;
-        cari.setRecordSource(mill::customerSearch("C"));
+    void exactCountVisitsTheLastRowAndReturns()
+    {
+        MillFile file;
+        fill(file, {"Ali", "Can", "Veli"});
+        OpenSource cari(file, "Cari");
+        QStringList announced;
+        cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
         store::VeriYenile(cari, {});
-    });
-    store::VeriYenile(cari, {});
-    QVERIFY(nested);
-    QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
-    QCOMPARE(cari.recordSet().field(0).text(), "Can");
-}
+        QCOMPARE(announced, (QStringList{"Ali", "Veli", "Ali"}));
+        QCOMPARE(cari.recordSet().recordCount(), 3);
+        QCOMPARE(cari.recordSet().position(), 0);
+    }
+
+    void exactCountOfAnEmptySetMovesNowhere()
+    {
+        MillFile file;
+        OpenSource cari(file, "Cari");
+        int announced = 0;
+        cari.onReposition([&] { ++announced; });
+        store::VeriYenile(cari, [] {});
+        QCOMPARE(announced, 0);
+        QCOMPARE(cari.recordSet().recordCount(), 0);
+    }
+
+    void pendingEventsRunBeforeTheQuery()
+    {
+        MillFile file;
+        fill(file, {"Ali"});
+        OpenSource cari(file, "Cari");
+        store::VeriYenile(cari, [&] {
+            fill(file, {"Can"});
+            cari.setRecordSource(mill::customerSearch("C"));
+        });
+        QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
+    }
+
+    void savingANameAnnouncesOneRow()
+    {
+        MillFile file;
+        fill(file, {"Ali", "Can"});
+        OpenSource cari(file, "Cari");
+        QStringList announced;
+        cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
+        cari.recordSet().addNew();
+        cari.recordSet().setField(0, FieldValue(QString("Bora")));
+        cari.recordSet().update();
+        cari.recordSet().edit();
+        cari.recordSet().update();
+        QCOMPARE(announced, QStringList{});
+        cari.recordSet().findFirst(mill::customerCriteria("Bora"));
+        QCOMPARE(announced, QStringList{"Bora"});
+    }
+
+    void deletingAnnouncesNothing()
+    {
+        MillFile file;
+        fill(file, {"Ali", "Can"});
+        OpenSource cari(file, "Cari");
+        int announced = 0;
+        cari.onReposition([&] { ++announced; });
+        cari.recordSet().erase();
+        QCOMPARE(announced, 0);
+    }
+
+    void findingWithoutAMatchAnnouncesNothing()
+    {
+        MillFile file;
+        fill(file, {"Ali"});
+        OpenSource cari(file, "Cari");
+        int announced = 0;
+        cari.onReposition([&] { ++announced; });
+        cari.recordSet().findFirst(mill::customerCriteria("Veli"));
+        cari.recordSet().moveNext(); // behind the last row: nothing is current
+        QCOMPARE(announced, 0);
+    }
+
+    void aFailedRefreshKeepsTheOldSet_data()
+    {
+        QTest::addColumn<QString>("recordSource");
+        QTest::newRow("an apostrophe") << "Select * From Cari where Unvan Like 'O'N*' Order By Unvan Asc";
+        QTest::newRow("an unclosed set") << mill::customerSearch("[A");
+        QTest::newRow("an aggregate") << "Select Sum(Nakit) From Cari";
+        QTest::newRow("no such table") << "Yok";
+        QTest::newRow("an action") << "DELETE FROM Cari";
+        QTest::newRow("nothing") << "";
+    }
+
+    void aFailedRefreshKeepsTheOldSet()
+    {
+        QFETCH(QString, recordSource);
+        MillFile file;
+        fill(file, {"Ali", "Can"});
+        OpenSource cari(file, "Cari");
+        cari.recordSet().moveLast();
+        int heard = 0;
+        cari.onReposition([&] { ++heard; });
+        cari.onRefresh([&] { ++heard; });
+        cari.setRecordSource(recordSource);
+        QVERIFY(errorOf([&] { cari.refresh(); }) != 0);
+        QCOMPARE(heard, 0);
+        QCOMPARE(cari.recordSet().field(0).text(), "Can");
+        QCOMPARE(cari.recordSet().recordCount(), 2);
+        QCOMPARE(texts(cari.recordSet(), 0), (QStringList{"Ali", "Can"}));
+    }
+
+    void noRecordSetBeforeTheFirstRefresh()
+    {
+        MillFile file;
+        store::DataSource source(file.databases);
+        QVERIFY(!source.hasRecordSet());
+        QCOMPARE(errorOf([&] { source.recordSet(); }), errors::notSet);
+    }
+
+    void aMissingFileIsReportedWhenItIsOpened()
+    {
+        MillFile file;
+        store::DataSource source(file.databases);
+        source.setDatabaseName("Baska.mdb");
+        source.setRecordSource("Cari");
+        QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
+        QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
+        // Once it is there, the same source finds it.
+        file.disk.content("Baska.mdb") = file.disk.content("Yag.mdb");
+        source.refresh();
+        QVERIFY(source.hasRecordSet());
+    }
+
+    void everySourceSeesTheSameFile()
+    {
+        MillFile file;
+        OpenSource one(file, "Cari"), other(file, "Cari");
+        QVERIFY(&one.database() == &other.database());
+        QVERIFY(file.databases.connect(store::connectionText(MillFile::path)).get() == &one.database());
+        one.recordSet().addNew();
+        one.recordSet().setField(0, FieldValue(QString("Ali")));
+        one.recordSet().update();
+        other.refresh();
+        QCOMPARE(texts(other.recordSet(), 0), QStringList{"Ali"});
+    }
+
+    void aHandlerMayRefreshTheSourceItHearsFrom()
+    {
+        MillFile file;
+        fill(file, {"Ali", "Can", "Veli"});
+        OpenSource cari(file, "Cari");
+        bool nested = false;
+        cari.onReposition([&] {
+            if (nested || cari.recordSet().field(0).text() != "Veli") return;
+            nested = true;
+            cari.setRecordSource(mill::customerSearch("C"));
+            store::VeriYenile(cari, {});
+        });
+        store::VeriYenile(cari, {});
+        QVERIFY(nested);
+        QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
+        QCOMPARE(cari.recordSet().field(0).text(), "Can");
+    }
+};
 
 QTEST_APPLESS_MAIN(TestDataSource)
 #include "data_source.moc"

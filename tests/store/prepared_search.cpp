@@ -8,17 +8,6 @@
 using namespace Qt::StringLiterals;
 using store::FieldValue;
 
-/// The order of the names is learned in parts, and searches are answered meanwhile.
-class PreparedSearch : public QObject {
-    Q_OBJECT
-
-private slots:
-    void answersAreTheSameBeforeDuringAndAfter();
-    void changesMadeMeanwhileAreFound();
-    void openChangesPutItOff();
-    void onlyTextsHaveAnOrderToLearn();
-};
-
 namespace {
 
 constexpr int customers = 9000; // five parts, and one that reads the texts
@@ -69,60 +58,67 @@ std::vector<std::vector<store::RowKey>> answers(MillFile& file)
 
 } // namespace
 
-void PreparedSearch::answersAreTheSameBeforeDuringAndAfter()
-{
-    Register mill;
-    const auto expected = answers(mill);
-    int parts = 0;
-    for (bool done = false; !done; ++parts) {
-        done = mill.prepare();
+/// The order of the names is learned in parts, and searches are answered meanwhile.
+class PreparedSearch : public QObject {
+    Q_OBJECT
+
+private slots:
+    void answersAreTheSameBeforeDuringAndAfter()
+    {
+        Register mill;
+        const auto expected = answers(mill);
+        int parts = 0;
+        for (bool done = false; !done; ++parts) {
+            done = mill.prepare();
+            for (std::size_t i = 0; i < expected.size(); ++i) QCOMPARE(mill.found(typed[qsizetype(i)]), expected[i]);
+        }
+        QCOMPARE(parts, 6);
+        QVERIFY(mill.prepare());
+    }
+
+    void changesMadeMeanwhileAreFound()
+    {
+        Register mill;
+        const auto engine = mill.held;
+        const store::Listing listing = engine->open(u"Cari"_s);
+        do {
+            for (int i = 0; i < 20; ++i) {
+                mill.keys.push_back(engine->insert(listing, {{0, mill.name()}}));
+                engine->update(listing, mill.keys[static_cast<std::size_t>(mill.pick(customers / 2))],
+                               {{0, mill.name()}});
+                const auto gone = mill.keys.begin() + customers / 2 + mill.pick(customers / 4);
+                engine->erase(listing, *gone);
+                mill.keys.erase(gone);
+            }
+            store::JetDatabases fresh(mill.disk);
+            QCOMPARE(mill.found(u"a"_s), fresh.open(MillFile::path)->open(mill::customerSearch(u"a"_s)).rows);
+        } while (!mill.prepare());
+        const auto expected = answers(mill);
         for (std::size_t i = 0; i < expected.size(); ++i) QCOMPARE(mill.found(typed[qsizetype(i)]), expected[i]);
     }
-    QCOMPARE(parts, 6);
-    QVERIFY(mill.prepare());
-}
 
-void PreparedSearch::changesMadeMeanwhileAreFound()
-{
-    Register mill;
-    const auto engine = mill.held;
-    const store::Listing listing = engine->open(u"Cari"_s);
-    do {
-        for (int i = 0; i < 20; ++i) {
-            mill.keys.push_back(engine->insert(listing, {{0, mill.name()}}));
-            engine->update(listing, mill.keys[static_cast<std::size_t>(mill.pick(customers / 2))], {{0, mill.name()}});
-            const auto gone = mill.keys.begin() + customers / 2 + mill.pick(customers / 4);
-            engine->erase(listing, *gone);
-            mill.keys.erase(gone);
-        }
-        store::JetDatabases fresh(mill.disk);
-        QCOMPARE(mill.found(u"a"_s), fresh.open(MillFile::path)->open(mill::customerSearch(u"a"_s)).rows);
-    } while (!mill.prepare());
-    const auto expected = answers(mill);
-    for (std::size_t i = 0; i < expected.size(); ++i) QCOMPARE(mill.found(typed[qsizetype(i)]), expected[i]);
-}
-
-void PreparedSearch::openChangesPutItOff()
-{
-    Register mill;
-    const auto engine = mill.held;
-    const store::Listing listing = engine->open(u"Cari"_s);
+    void openChangesPutItOff()
     {
-        const store::Change change(*engine);
-        engine->insert(listing, {{0, u"Ahmet"_s}});
-        for (int i = 0; i < 10; ++i) QVERIFY(!mill.prepare());
-        QCOMPARE(mill.found(u"ahm"_s).size(), 1U);
+        Register mill;
+        const auto engine = mill.held;
+        const store::Listing listing = engine->open(u"Cari"_s);
+        {
+            const store::Change change(*engine);
+            engine->insert(listing, {{0, u"Ahmet"_s}});
+            for (int i = 0; i < 10; ++i) QVERIFY(!mill.prepare());
+            QCOMPARE(mill.found(u"ahm"_s).size(), 1U);
+        }
+        while (!mill.prepare()) continue;
+        QCOMPARE(mill.found(u"ahm"_s).size(), 0U);
     }
-    while (!mill.prepare()) continue;
-    QCOMPARE(mill.found(u"ahm"_s).size(), 0U);
-}
 
-void PreparedSearch::onlyTextsHaveAnOrderToLearn()
-{
-    MillFile file;
-    QVERIFY(file.engine()->prepareSearch(u"Hareket"_s, u"Tarih"_s));
-    QVERIFY_THROWS_EXCEPTION(base::RuntimeError, file.engine()->prepareSearch(u"Hareket"_s, u"Yok"_s));
-}
+    void onlyTextsHaveAnOrderToLearn()
+    {
+        MillFile file;
+        QVERIFY(file.engine()->prepareSearch(u"Hareket"_s, u"Tarih"_s));
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, file.engine()->prepareSearch(u"Hareket"_s, u"Yok"_s));
+    }
+};
 
 QTEST_APPLESS_MAIN(PreparedSearch)
 #include "prepared_search.moc"
