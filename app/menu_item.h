@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/control.h"
 #include <QAction>
 #include <functional>
 

@@ -1,5 +1,6 @@
 #include "tests/app/counter_world.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 
 #include <QRegularExpression>
 
@@ -108,10 +109,7 @@ private slots:
 private:
     static void choices()
     {
-        QTest::addColumn<QString>("face");
-        QTest::addColumn<double>("size");
-        QTest::addColumn<bool>("bold");
-        QTest::addColumn<bool>("italic");
+        addColumns<QString, double, bool, bool>("face", "size", "bold", "italic");
         QTest::newRow("as at first") << u"Arial"_s << 8.0 << false << false;
         QTest::newRow("another face") << u"Times New Roman"_s << 9.0 << false << false;
         QTest::newRow("half points") << u"Arial"_s << 10.5 << false << false;

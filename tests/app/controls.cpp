@@ -6,6 +6,7 @@
 #include "app/key_label.h"
 #include "app/menu_item.h"
 #include "base/error.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QAccessible>
 #include <QMenu>
@@ -52,8 +53,7 @@ class Controls : public QObject {
 private slots:
     void storedColourIsPainted_data()
     {
-        QTest::addColumn<quint32>("stored");
-        QTest::addColumn<QColor>("shown");
+        addColumns<quint32, QColor>("stored", "shown");
         QTest::newRow("cyan") << quint32(0xFFFF00) << QColor(0, 255, 255);
         QTest::newRow("yellow") << quint32(0x00FFFF) << QColor(255, 255, 0);
         QTest::newRow("white") << quint32(0xFFFFFF) << QColor(255, 255, 255);
@@ -474,8 +474,7 @@ private slots:
 
     void dropDownTakesIndexesOfItsEntries_data()
     {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<int>("error");
+        addColumns<int, int>("index", "error");
         QTest::newRow("first") << 0 << 0;
         QTest::newRow("last") << 3 << 0;
         QTest::newRow("none") << -1 << 0;
@@ -495,9 +494,7 @@ private slots:
 
     void dropDownTakesTextsOfItsEntries_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<int>("error");
+        addColumns<QString, int, int>("text", "index", "error");
         QTest::newRow("entry") << u"15 Litrelik Kap"_s << 2 << 0;
         QTest::newRow("entry with its blank") << u" 5 Litrelik Kap"_s << 0 << 0;
         QTest::newRow("entry without its blank") << u"5 Litrelik Kap"_s << 1 << 383;
@@ -552,8 +549,7 @@ private slots:
 
     void dayIsShownAsTheUserWritesDates_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<QString>("shown");
+        addColumns<bool, QString>("english", "shown");
         QTest::newRow("Turkish") << false << u"06.11.2024"_s;
         QTest::newRow("English") << true << u"11/6/2024"_s;
     }
@@ -640,8 +636,7 @@ private slots:
 
     void pixelsAreFifteenTwips_data()
     {
-        QTest::addColumn<int>("pixels");
-        QTest::addColumn<int>("twips");
+        addColumns<int, int>("pixels", "twips");
         QTest::newRow("one") << 1 << 15;
         QTest::newRow("64") << 64 << 960;
         QTest::newRow("1024") << 1024 << 15360;

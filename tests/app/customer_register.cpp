@@ -1,6 +1,7 @@
 #include "mill/queries.h"
 #include "pressing/rules.h"
 #include "tests/app/counter_world.h"
+#include "tests/support/columns.h"
 
 using namespace Qt::StringLiterals;
 
@@ -10,46 +11,47 @@ using namespace app;
 class CustomerRegister : public QObject {
     Q_OBJECT
 
+    std::optional<Counter> counter;
+    Form1* form = nullptr; ///< its screen
+
 private slots:
+    void init() { form = &counter.emplace().form; }
+    void cleanup() { counter.reset(); }
     void initTestCase() { applyTheme(*qApp); }
 
     void switchingStationsMovesColoursKeypadAndList()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
+        form->start();
         for (const int station : {0, 1, 0, 0, 1}) {
             // The first station works from the start.
-            if (station == 1 || form.station() == 1) Counter::click(form.YeniCmd[station]);
-            QCOMPARE(form.AktifKontrol, static_cast<float>(station));
-            QCOMPARE(form.Frame1[station]->backColor(), colour::green);
-            QVERIFY(form.Frame1[station]->enabled());
-            QCOMPARE(form.Frame1[1 - station]->backColor(), colour::buttonFace);
-            QVERIFY(!form.Frame1[1 - station]->enabled());
-            QCOMPARE(form.AktifLbl, form.TxtLbl[station]);
-            QCOMPARE(form.TxtLbl[station]->backColor(), colour::cyan);
-            QCOMPARE(form.TxtLbl[1 - station]->backColor(), colour::white);
-            QCOMPARE(form.dbListe1->Left(), form.Frame1[station]->Left() + form.HakCmd[station]->Left());
-            QCOMPARE(form.dbListe1->Top(), form.Frame1[station]->Top() + form.Label2[station]->Top());
+            if (station == 1 || form->station() == 1) Counter::click(form->YeniCmd[station]);
+            QCOMPARE(form->AktifKontrol, static_cast<float>(station));
+            QCOMPARE(form->Frame1[station]->backColor(), colour::green);
+            QVERIFY(form->Frame1[station]->enabled());
+            QCOMPARE(form->Frame1[1 - station]->backColor(), colour::buttonFace);
+            QVERIFY(!form->Frame1[1 - station]->enabled());
+            QCOMPARE(form->AktifLbl, form->TxtLbl[station]);
+            QCOMPARE(form->TxtLbl[station]->backColor(), colour::cyan);
+            QCOMPARE(form->TxtLbl[1 - station]->backColor(), colour::white);
+            QCOMPARE(form->dbListe1->Left(), form->Frame1[station]->Left() + form->HakCmd[station]->Left());
+            QCOMPARE(form->dbListe1->Top(), form->Frame1[station]->Top() + form->Label2[station]->Top());
         }
     }
 
     void openListOutlivesTheRowsThatItShows()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        counter.addCustomer(u"Ayşe"_s);
-        form.start();
-        counter.keys(u"a"_s);
-        QVERIFY(form.dbListe1->visible());
-        QCOMPARE(form.dbListe1->rowCount(), 2);
-        counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
-        QVERIFY(!form.dbListe1->grab().isNull());                           // painting a row that is gone
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        form.dbListe1->pick(0);
-        QCOMPARE(counter.prompt.errors, QList<int>{3167});
-        QCOMPARE(form.TxtLbl[0]->caption(), u"A"_s);
+        counter->addCustomer(u"Ali"_s);
+        counter->addCustomer(u"Ayşe"_s);
+        form->start();
+        counter->keys(u"a"_s);
+        QVERIFY(form->dbListe1->visible());
+        QCOMPARE(form->dbListe1->rowCount(), 2);
+        counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
+        QVERIFY(!form->dbListe1->grab().isNull());                            // painting a row that is gone
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        form->dbListe1->pick(0);
+        QCOMPARE(counter->prompt.errors, QList<int>{3167});
+        QCOMPARE(form->TxtLbl[0]->caption(), u"A"_s);
     }
 
     void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing_data()
@@ -62,60 +64,41 @@ private slots:
     void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing()
     {
         QFETCH(QString, name);
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Al"_s, 20.0, u"20 Litrelik Kap"_s, 100.0);
-        counter.addCustomer(name, 5.0, u"10 Litrelik Kap"_s, 50.0);
-        form.start();
-        counter.keys(u"al"_s);
-        counter.pick(name);
-        QCOMPARE(counter.prompt.errors, QList<int>{3075});
-        QCOMPARE(form.TxtLbl[0]->caption(), name);
+        counter->addCustomer(u"Al"_s, 20.0, u"20 Litrelik Kap"_s, 100.0);
+        counter->addCustomer(name, 5.0, u"10 Litrelik Kap"_s, 50.0);
+        form->start();
+        counter->keys(u"al"_s);
+        counter->pick(name);
+        QCOMPARE(counter->prompt.errors, QList<int>{3075});
+        QCOMPARE(form->TxtLbl[0]->caption(), name);
         // The terms are that customer's, and nothing of the other one can be picked, saved or deleted over the name.
-        QCOMPARE(form.Haklbl[0]->caption(), u"5"_s);
-        QCOMPARE(form.Combo1[0]->text(), u"10 Litrelik Kap"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"50"_s);
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(!form.Kaydet->visible());
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-        QCOMPARE(counter.watched.writes, QStringList());
+        QCOMPARE(form->Haklbl[0]->caption(), u"5"_s);
+        QCOMPARE(form->Combo1[0]->text(), u"10 Litrelik Kap"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"50"_s);
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(!form->Kaydet->visible());
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        QCOMPARE(counter->watched.writes, QStringList());
 
         // The screen goes on: another name is found.
-        counter.key(u"Sil"_s);
-        counter.keys(u"a"_s);
-        QCOMPARE(form.dbListe1->rowCount(), 2);
-        QCOMPARE(counter.prompt.errors.size(), 1);
+        counter->key(u"Sil"_s);
+        counter->keys(u"a"_s);
+        QCOMPARE(form->dbListe1->rowCount(), 2);
+        QCOMPARE(counter->prompt.errors.size(), 1);
     }
 
     void pickedCustomerBringsTheOwnTerms_data()
     {
         QTest::addColumn<QString>("first"); // of the two, in the list
-        QTest::addColumn<QString>("picked");
-        QTest::addColumn<QString>("typed");
-        QTest::newRow("first of the list") << "Ali Veli"
-                                           << "Ali"
-                                           << "ali";
-        QTest::newRow("other capitals") << "Ali Veli"
-                                        << "ALİ VELİ"
-                                        << "ali";
-        QTest::newRow("other capitals, typed in full") << "Ali Veli"
-                                                       << "ALİ VELİ"
-                                                       << "ali veli";
-        QTest::newRow("a sign for any digit") << "Ali 25"
-                                              << "Ali #2"
-                                              << "ali";
-        QTest::newRow("a sign for any digit, nobody else") << "Ali"
-                                                           << "Ali #2"
-                                                           << "ali";
-        QTest::newRow("a sign for any letter") << "Ali Can"
-                                               << "Ali ?an"
-                                               << "ali";
-        QTest::newRow("a sign for some letters") << "Ali b"
-                                                 << "Ali [b]"
-                                                 << "ali";
-        QTest::newRow("a sign for anything") << "Ali Can"
-                                             << "Ali*"
-                                             << "ali";
+        addColumns<QString, QString>("picked", "typed");
+        QTest::newRow("first of the list") << u"Ali Veli"_s << u"Ali"_s << u"ali"_s;
+        QTest::newRow("other capitals") << u"Ali Veli"_s << u"ALİ VELİ"_s << u"ali"_s;
+        QTest::newRow("other capitals, typed in full") << u"Ali Veli"_s << u"ALİ VELİ"_s << u"ali veli"_s;
+        QTest::newRow("a sign for any digit") << u"Ali 25"_s << u"Ali #2"_s << u"ali"_s;
+        QTest::newRow("a sign for any digit, nobody else") << u"Ali"_s << u"Ali #2"_s << u"ali"_s;
+        QTest::newRow("a sign for any letter") << u"Ali Can"_s << u"Ali ?an"_s << u"ali"_s;
+        QTest::newRow("a sign for some letters") << u"Ali b"_s << u"Ali [b]"_s << u"ali"_s;
+        QTest::newRow("a sign for anything") << u"Ali Can"_s << u"Ali*"_s << u"ali"_s;
     }
 
     void pickedCustomerBringsTheOwnTerms()
@@ -123,152 +106,137 @@ private slots:
         QFETCH(QString, first);
         QFETCH(QString, picked);
         QFETCH(QString, typed);
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(first, 10.0, u"10 Litrelik Kap"_s, 100.0);
-        counter.addCustomer(picked, 20.0, u"20 Litrelik Kap"_s, 200.0);
-        form.start();
-        counter.keys(typed);
-        counter.pick(picked);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(form.TxtLbl[0]->caption(), picked);
-        QCOMPARE(form.Haklbl[0]->caption(), u"20"_s);
-        QCOMPARE(form.Combo1[0]->text(), u"20 Litrelik Kap"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"200"_s);
-        QCOMPARE(form.DataCari.recordSet().field(0).text(), picked);
-        QCOMPARE(form.AktifLbl, form.Label3[0]);
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(!form.Kaydet->visible());
+        counter->addCustomer(first, 10.0, u"10 Litrelik Kap"_s, 100.0);
+        counter->addCustomer(picked, 20.0, u"20 Litrelik Kap"_s, 200.0);
+        form->start();
+        counter->keys(typed);
+        counter->pick(picked);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(form->TxtLbl[0]->caption(), picked);
+        QCOMPARE(form->Haklbl[0]->caption(), u"20"_s);
+        QCOMPARE(form->Combo1[0]->text(), u"20 Litrelik Kap"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"200"_s);
+        QCOMPARE(form->DataCari.recordSet().field(0).text(), picked);
+        QCOMPARE(form->AktifLbl, form->Label3[0]);
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(!form->Kaydet->visible());
     }
 
     void deletingEverybodyLeavesNobodyToPickOrDelete()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.keys(u"ali"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        form.CariSil->trigger();
-        QVERIFY(!form.dbListe1->visible());
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.Kaydet); // the name that is shown can be saved again
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(counter.prompt.questions, QStringList());
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        form->CariSil->trigger();
+        QVERIFY(!form->dbListe1->visible());
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->Kaydet); // the name that is shown can be saved again
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->prompt.questions, QStringList());
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
     }
 
     void starInANameDeletesExactlyThatName()
     {
-        Counter counter;
-        Form1& form = counter.form;
         for (const char* name : {"A*", "Ali", "Ayşe"}) {
-            counter.addCustomer(QString::fromUtf8(name));
-            counter.addPressing(QString::fromUtf8(name));
+            counter->addCustomer(QString::fromUtf8(name));
+            counter->addPressing(QString::fromUtf8(name));
         }
-        form.start();
-        counter.keys(u"a*"_s);
-        QCOMPARE(form.dbListe1->rowCount(), 3);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
+        form->start();
+        counter->keys(u"a*"_s);
+        QCOMPARE(form->dbListe1->rowCount(), 3);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->rows(u"Cari"_s), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
     }
 
     void savingStoresTheNameAloneAndRecallsNothing()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
-        form.start();
-        counter.keys(u"ali"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.Label2[0]); // the name is saved, whichever field is active
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali Veli|12|10 Litrelik Kap|100", "Ali|-|-|-"}));
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Ali"_s);
-        QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"100"_s);
-        QVERIFY(counter.prompt.questions.isEmpty());
+        counter->addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
+        form->start();
+        counter->keys(u"ali"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->Label2[0]); // the name is saved, whichever field is active
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->rows(u"Cari"_s), (QStringList{"Ali Veli|12|10 Litrelik Kap|100", "Ali|-|-|-"}));
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        QCOMPARE(form->DataCari.recordSet().field(0).text(), u"Ali"_s);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"100"_s);
+        QVERIFY(counter->prompt.questions.isEmpty());
     }
 
     void nameTooLongForTheRegisterIsNotSaved()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.run([&] { form.TxtLbl[0]->setCaption(QString(101, u'A')); });
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.prompt.errors, QList<int>{3163});
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
+        form->start();
+        form->run([&] { form->TxtLbl[0]->setCaption(QString(101, u'A')); });
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->prompt.errors, QList<int>{3163});
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
     }
 
     void deletingClearsTheStationFirstAndTakesPressingsBeforeTheCustomer()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        counter.addCustomer(u"Ali Veli"_s);
-        counter.addPressing(u"Ali"_s);
-        counter.addPressing(u"Ali Veli"_s);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        form.KapFrm[0]->setVisible(true);
-        form.kapSayisi(0) = 4;
+        counter->addCustomer(u"Ali"_s);
+        counter->addCustomer(u"Ali Veli"_s);
+        counter->addPressing(u"Ali"_s);
+        counter->addPressing(u"Ali Veli"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        form->KapFrm[0]->setVisible(true);
+        form->kapSayisi(0) = 4;
 
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.prompt.questions, QStringList{u"Kayıt Silme|Kayıt Silinecek Eminmisiniz..!"_s});
-        QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
-        QCOMPARE(form.AktifLbl, form.Label2[0]);
-        QCOMPARE(counter.watched.writes, QStringList());
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->prompt.questions, QStringList{u"Kayıt Silme|Kayıt Silinecek Eminmisiniz..!"_s});
+        QCOMPARE(form->TxtLbl[0]->caption(), u"Ali"_s);
+        QCOMPARE(form->AktifLbl, form->Label2[0]);
+        QCOMPARE(counter->watched.writes, QStringList());
 
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.watched.writes, (QStringList{"DELETE FROM Hareket Where CariHar='Ali'", "erase Cari"}));
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali Veli|-|-|-"});
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-        QCOMPARE(form.TxtLbl[0]->caption(), QString());
-        QCOMPARE(form.TxtLbl[0]->backColor(), colour::cyan);
-        QCOMPARE(form.Label2[0]->backColor(), colour::white);
-        QCOMPARE(form.Label2[0]->caption(), u"0"_s);
-        QVERIFY(!form.YazCmd[0]->enabled());
-        QVERIFY(!form.KapFrm[0]->visible());
-        QCOMPARE(form.kapSayisi(0), 0.0f);
-        QCOMPARE(form.Label4[0]->caption(), u"0 Kap"_s);
-        QVERIFY(!form.Kaydet->visible());
-        QVERIFY(!form.dbListe1->visible());
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->watched.writes, (QStringList{"DELETE FROM Hareket Where CariHar='Ali'", "erase Cari"}));
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali Veli|-|-|-"});
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        QCOMPARE(form->TxtLbl[0]->caption(), QString());
+        QCOMPARE(form->TxtLbl[0]->backColor(), colour::cyan);
+        QCOMPARE(form->Label2[0]->backColor(), colour::white);
+        QCOMPARE(form->Label2[0]->caption(), u"0"_s);
+        QVERIFY(!form->YazCmd[0]->enabled());
+        QVERIFY(!form->KapFrm[0]->visible());
+        QCOMPARE(form->kapSayisi(0), 0.0f);
+        QCOMPARE(form->Label4[0]->caption(), u"0 Kap"_s);
+        QVERIFY(!form->Kaydet->visible());
+        QVERIFY(!form->dbListe1->visible());
     }
 
     void deletingWithoutACurrentCustomerIsReported()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.keys(u"ali"_s);
-        counter.books.open(counter.file())->execute(mill::deleteCustomers); // somebody else's program
-        counter.addPressing(u"Ali"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.prompt.errors, QList<int>{3167});
-        QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
+        counter->addPressing(u"Ali"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->prompt.errors, QList<int>{3167});
+        QCOMPARE(form->TxtLbl[0]->caption(), u"Ali"_s);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
     }
 
     void termsAreRecalledOneByOne_data()
     {
         using store::FieldValue;
         QTest::addColumn<QVariant>("yuzde"); // invalid: Null
-        QTest::addColumn<QVariant>("kap");
-        QTest::addColumn<QVariant>("nakit");
+        addColumns<QVariant, QVariant>("kap", "nakit");
         QTest::addColumn<QStringList>("shown"); // percentage, container, fee; before: 7, 20 litres, 30
         const QVariant null;
         QTest::newRow("all") << QVariant(12.0) << QVariant("10 Litrelik Kap") << QVariant(100.0)
@@ -290,81 +258,73 @@ private slots:
         QFETCH(QVariant, yuzde);
         QFETCH(QVariant, kap);
         QFETCH(QVariant, nakit);
-        Counter counter;
-        Form1& form = counter.form;
         const auto number = [](const QVariant& value) {
             return value.isValid() ? store::FieldValue(value.toDouble()) : store::FieldValue();
         };
-        counter.addCustomer(u"Ali"_s, number(yuzde),
-                            kap.isValid() ? store::FieldValue(kap.toString()) : store::FieldValue(), number(nakit));
-        form.start();
-        Counter::click(form.YeniCmd[1]);
-        counter.key(u"z"_s); // clears the prompt, which resets the station
-        form.Haklbl[1]->setCaption(u"7"_s);
-        form.Combo1[1]->setListIndex(3);
-        form.NakitLbl[1]->setCaption(u"30"_s);
-        const QStringList idle = {form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()};
-        form.run([&] { form.TxtLbl[1]->setCaption(u"A"_s); });
-        QTEST((QStringList{form.Haklbl[1]->caption(), form.Combo1[1]->text(), form.NakitLbl[1]->caption()}), "shown");
-        QCOMPARE((QStringList{form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()}), idle);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        counter->addCustomer(u"Ali"_s, number(yuzde),
+                             kap.isValid() ? store::FieldValue(kap.toString()) : store::FieldValue(), number(nakit));
+        form->start();
+        Counter::click(form->YeniCmd[1]);
+        counter->key(u"z"_s); // clears the prompt, which resets the station
+        form->Haklbl[1]->setCaption(u"7"_s);
+        form->Combo1[1]->setListIndex(3);
+        form->NakitLbl[1]->setCaption(u"30"_s);
+        const QStringList idle = {form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()};
+        form->run([&] { form->TxtLbl[1]->setCaption(u"A"_s); });
+        QTEST((QStringList{form->Haklbl[1]->caption(), form->Combo1[1]->text(), form->NakitLbl[1]->caption()}),
+              "shown");
+        QCOMPARE((QStringList{form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()}),
+                 idle);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void nameThatReadsAsANumberIsReformattedByItsFee()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"5"_s, 12.0, u"10 Litrelik Kap"_s, 12.5);
-        form.start();
-        counter.key(u"5"_s);
+        counter->addCustomer(u"5"_s, 12.0, u"10 Litrelik Kap"_s, 12.5);
+        form->start();
+        counter->key(u"5"_s);
         // The recalled fee is fractional: the fee's rule writes the active label, which is the name, with that pattern.
         // It leaves no mark behind that nobody has typed.
-        QCOMPARE(form.NakitLbl[0]->caption(), u"12,5"_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        QCOMPARE(form->NakitLbl[0]->caption(), u"12,5"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void namesThatReformatOneAnotherComeToAnEnd()
     {
-        Counter counter;
-        Form1& form = counter.form;
         // One fee is written with decimals and the other one without: no mark goes to and fro between the names.
-        counter.addCustomer(u"5"_s, {}, {}, 12.5);
-        counter.addCustomer(u"5,"_s, {}, {}, 10.0);
-        form.start();
-        counter.key(u"5"_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
-        counter.key(u","_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), u"5"_s);
-        counter.key(u"Sil"_s);
-        counter.keys(u"a"_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), u"A"_s);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        counter->addCustomer(u"5"_s, {}, {}, 12.5);
+        counter->addCustomer(u"5,"_s, {}, {}, 10.0);
+        form->start();
+        counter->key(u"5"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
+        counter->key(u","_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
+        counter->key(u"Sil"_s);
+        counter->keys(u"a"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"A"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void choosingAWeightClosesTheList()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.keys(u"a"_s);
-        QVERIFY(form.dbListe1->visible());
-        Counter::click(form.Label3[0]); // no name can be picked into it any more
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(form.Kaydet->visible()); // the name that was typed can still be saved
-        Counter::click(form.TxtLbl[0]);
-        QVERIFY(!form.dbListe1->visible());
-        counter.keys(u"l"_s);
-        QVERIFY(form.dbListe1->visible());
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->keys(u"a"_s);
+        QVERIFY(form->dbListe1->visible());
+        Counter::click(form->Label3[0]); // no name can be picked into it any more
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(form->Kaydet->visible()); // the name that was typed can still be saved
+        Counter::click(form->TxtLbl[0]);
+        QVERIFY(!form->dbListe1->visible());
+        counter->keys(u"l"_s);
+        QVERIFY(form->dbListe1->visible());
     }
 
     void weightWithoutACustomerAsksForOne_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("oil");
-        QTest::addColumn<bool>("asks");
+        addColumns<QString, bool, bool>("name", "oil", "asks");
         for (const bool oil : {false, true}) {
             const QByteArray field = oil ? "oil, " : "olives, ";
             QTest::newRow((field + "prompt").constData()) << u"Müşteri Seçin"_s << oil << true;
@@ -379,176 +339,158 @@ private slots:
         QFETCH(QString, name);
         QFETCH(bool, oil);
         QFETCH(bool, asks);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.run([&] { form.TxtLbl[0]->setCaption(name); });
-        FieldLabel* field = oil ? form.Label3[0] : form.Label2[0];
+        form->start();
+        form->run([&] { form->TxtLbl[0]->setCaption(name); });
+        FieldLabel* field = oil ? form->Label3[0] : form->Label2[0];
         Counter::click(field);
-        QCOMPARE(form.AktifLbl, asks ? form.TxtLbl[0] : field);
-        QCOMPARE(form.AktifLbl->backColor(), colour::cyan);
-        QCOMPARE(form.TxtLbl[0]->caption(), asks ? mill::customerPrompt : name);
+        QCOMPARE(form->AktifLbl, asks ? form->TxtLbl[0] : field);
+        QCOMPARE(form->AktifLbl->backColor(), colour::cyan);
+        QCOMPARE(form->TxtLbl[0]->caption(), asks ? mill::customerPrompt : name);
         QCOMPARE(field->backColor(), asks ? colour::white : colour::cyan);
     }
 
     void emptyRegisterShowsNoList()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.keys(u"a"_s);
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(form.Kaydet->visible());
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        counter.key(u"Geri Sil"_s);
-        QVERIFY(!form.Kaydet->visible());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        form->start();
+        counter->keys(u"a"_s);
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(form->Kaydet->visible());
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        counter->key(u"Geri Sil"_s);
+        QVERIFY(!form->Kaydet->visible());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void statusLineCountsThePressingsThatAreLeft()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        for (int i = 0; i < 3; ++i) counter.addPressing(u"Ali"_s);
-        counter.addPressing(u"Veli"_s);
-        form.start();
-        const auto shown = [&] { return form.status->text().section(u"Yag.mdb: "_s, 1); };
+        counter->addCustomer(u"Ali"_s);
+        for (int i = 0; i < 3; ++i) counter->addPressing(u"Ali"_s);
+        counter->addPressing(u"Veli"_s);
+        form->start();
+        const auto shown = [&] { return form->status->text().section(u"Yag.mdb: "_s, 1); };
         QTRY_COMPARE(shown(), u"4 kayıt"_s);
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.YazCmd[0]);
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->YazCmd[0]);
         QCOMPARE(shown(), u"5 kayıt"_s);
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
         QCOMPARE(shown(), u"1 kayıt"_s);
-        form.HesapSil->trigger();
+        form->HesapSil->trigger();
         QCOMPARE(shown(), u"0 kayıt"_s);
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.YazCmd[0]);
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->YazCmd[0]);
         QCOMPARE(shown(), u"1 kayıt"_s);
     }
 
     void clearedNameTurnsTheEntitlementOff()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        QVERIFY(form.HakCmd[0]->value() && form.HakVar[0]);
-        Counter::click(form.TxtLbl[0]);
-        counter.key(u"Sil"_s);
-        QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
-        QVERIFY(!form.HakCmd[0]->value());
-        QVERIFY(!form.HakVar[0]);
-        QVERIFY(!form.Frame3[0]->visible());
-        Counter::click(form.HakCmd[0]);
-        QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
-        QVERIFY(form.HakVar[0]);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        QVERIFY(form->HakCmd[0]->value() && form->HakVar[0]);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"Sil"_s);
+        QCOMPARE(form->HakCmd[0]->caption(), pressing::entitlementOff);
+        QVERIFY(!form->HakCmd[0]->value());
+        QVERIFY(!form->HakVar[0]);
+        QVERIFY(!form->Frame3[0]->visible());
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(form->HakCmd[0]->caption(), pressing::entitlementOn);
+        QVERIFY(form->HakVar[0]);
     }
 
     void switchWhoseRuleFailsStaysOn()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali Veli"_s);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        Counter::click(form.Haklbl[0]);
-        counter.keys(u"10"_s);
-        Counter::click(form.Label3[0]);
-        form.run([&] { form.Label3[0]->setCaption(u"Ali Veli"_s); }); // a name where the oil should be
-        Counter::click(form.HakCmd[0]);
-        QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
-        QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOn);
-        QVERIFY(form.HakCmd[0]->value());
-        QVERIFY(form.HakVar[0] && form.Frame3[0]->visible());
-        counter.key(u"Sil"_s);
-        Counter::click(form.HakCmd[0]);
-        QCOMPARE(form.HakCmd[0]->caption(), pressing::entitlementOff);
-        QVERIFY(!form.HakCmd[0]->value());
-        QVERIFY(!form.HakVar[0]);
+        counter->addCustomer(u"Ali Veli"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"10"_s);
+        Counter::click(form->Label3[0]);
+        form->run([&] { form->Label3[0]->setCaption(u"Ali Veli"_s); }); // a name where the oil should be
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(counter->prompt.errors, (QList<int>{13, 13}));
+        QCOMPARE(form->HakCmd[0]->caption(), pressing::entitlementOn);
+        QVERIFY(form->HakCmd[0]->value());
+        QVERIFY(form->HakVar[0] && form->Frame3[0]->visible());
+        counter->key(u"Sil"_s);
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(form->HakCmd[0]->caption(), pressing::entitlementOff);
+        QVERIFY(!form->HakCmd[0]->value());
+        QVERIFY(!form->HakVar[0]);
     }
 
     void entitlementFollowsTheStation()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        Counter::click(form.Haklbl[0]);
-        counter.keys(u"10"_s);
-        QCOMPARE(form.HakTut[0]->caption(), u"90"_s);
-        Counter::click(form.YeniCmd[1]);
-        counter.keys(u"b"_s);
-        Counter::click(form.Label3[1]);
-        counter.keys(u"500"_s);
-        QCOMPARE(form.HakTut[1]->caption(), u"0"_s); // the other station's share does not reach here
-        Counter::click(form.YeniCmd[0]);
-        Counter::click(form.Label3[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"500"_s);
-        QCOMPARE(form.HakTut[0]->caption(), u"50"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"10"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"90"_s);
+        Counter::click(form->YeniCmd[1]);
+        counter->keys(u"b"_s);
+        Counter::click(form->Label3[1]);
+        counter->keys(u"500"_s);
+        QCOMPARE(form->HakTut[1]->caption(), u"0"_s); // the other station's share does not reach here
+        Counter::click(form->YeniCmd[0]);
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"500"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"50"_s);
     }
 
     void deletingTakesTheCustomerWhoIsShown()
     {
-        Counter counter;
-        Form1& form = counter.form;
         for (const char* name : {"Ali", "Veli"}) {
-            counter.addCustomer(QString::fromUtf8(name));
-            counter.addPressing(QString::fromUtf8(name));
+            counter->addCustomer(QString::fromUtf8(name));
+            counter->addPressing(QString::fromUtf8(name));
         }
-        form.start();
-        counter.keys(u"ali"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
         // Whatever makes another row the current one, the name on the screen is what counts.
-        form.DataCari.setRecordSource(mill::customerTable);
-        form.DataCari.refresh();
-        form.DataCari.recordSet().moveLast();
-        QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Veli"_s);
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Veli|-|-|-"});
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Veli"_s));
+        form->DataCari.setRecordSource(mill::customerTable);
+        form->DataCari.refresh();
+        form->DataCari.recordSet().moveLast();
+        QCOMPARE(form->DataCari.recordSet().field(0).text(), u"Veli"_s);
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Veli|-|-|-"});
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        QVERIFY(counter->rows(u"Hareket"_s).first().endsWith(u"|Veli"_s));
     }
 
     void deletingAfterAnotherSearchTakesNobodyElse()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        counter.addCustomer(u"Veli"_s);
-        form.start();
-        counter.keys(u"veli"_s);
-        Counter::click(form.GünlükCmd);
-        QVERIFY(!form.Kaydet->visible());
-        Counter::click(form.Option1[1]);
-        counter.keys(u"ali"_s); // the panel's search
-        Counter::click(form.KapatCmd[0]);
-        QVERIFY(!form.Kaydet->visible());
-        counter.key(u"Geri Sil"_s);
-        counter.keys(u"i"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        counter.prompt.answer = true;
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
+        counter->addCustomer(u"Ali"_s);
+        counter->addCustomer(u"Veli"_s);
+        form->start();
+        counter->keys(u"veli"_s);
+        Counter::click(form->GünlükCmd);
+        QVERIFY(!form->Kaydet->visible());
+        Counter::click(form->Option1[1]);
+        counter->keys(u"ali"_s); // the panel's search
+        Counter::click(form->KapatCmd[0]);
+        QVERIFY(!form->Kaydet->visible());
+        counter->key(u"Geri Sil"_s);
+        counter->keys(u"i"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->prompt.answer = true;
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
     }
 
     void aFractionLeftOpenStaysGoneWhenThePanelCloses()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        Counter::click(form.NakitLbl[0]);
-        counter.keys(u"12,"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"12,"_s);
-        Counter::click(form.GünlükCmd);
-        Counter::click(form.KapatCmd[0]);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"12"_s);
+        form->start();
+        Counter::click(form->NakitLbl[0]);
+        counter->keys(u"12,"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"12,"_s);
+        Counter::click(form->GünlükCmd);
+        Counter::click(form->KapatCmd[0]);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"12"_s);
     }
 
     void saveButtonIsSeenOnlyOverANameThatIsTyped_data()
@@ -561,55 +503,49 @@ private slots:
     void saveButtonIsSeenOnlyOverANameThatIsTyped()
     {
         QFETCH(QString, after);
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.keys(u"al"_s);
-        QVERIFY(form.Kaydet->visible());
-        QVERIFY(form.dbListe1->visible());
-        if (after == u"other station") Counter::click(form.YeniCmd[1]);
-        if (after == u"same station") Counter::click(form.YeniCmd[0]);
-        if (after == u"panel") Counter::click(form.GünlükCmd);
-        if (after == u"dialog") form.activated();
-        if (after == u"pick") counter.pick(u"Ali"_s);
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->keys(u"al"_s);
+        QVERIFY(form->Kaydet->visible());
+        QVERIFY(form->dbListe1->visible());
+        if (after == u"other station") Counter::click(form->YeniCmd[1]);
+        if (after == u"same station") Counter::click(form->YeniCmd[0]);
+        if (after == u"panel") Counter::click(form->GünlükCmd);
+        if (after == u"dialog") form->activated();
+        if (after == u"pick") counter->pick(u"Ali"_s);
         if (after == u"prompt") {
-            counter.key(u"Sil"_s);
-            Counter::click(form.Label2[0]);
-            QCOMPARE(form.TxtLbl[0]->caption(), mill::customerPrompt);
+            counter->key(u"Sil"_s);
+            Counter::click(form->Label2[0]);
+            QCOMPARE(form->TxtLbl[0]->caption(), mill::customerPrompt);
         }
-        QVERIFY(!form.Kaydet->visible());
-        QVERIFY(!form.dbListe1->visible());
+        QVERIFY(!form->Kaydet->visible());
+        QVERIFY(!form->dbListe1->visible());
     }
 
     void savingClosesTheList()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali Veli"_s);
-        form.start();
-        counter.keys(u"ali"_s);
-        QVERIFY(form.dbListe1->visible());
-        Counter::click(form.Kaydet);
-        QVERIFY(!form.dbListe1->visible());
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->addCustomer(u"Ali Veli"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        QVERIFY(form->dbListe1->visible());
+        Counter::click(form->Kaydet);
+        QVERIFY(!form->dbListe1->visible());
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
     }
 
     void savingANameThatIsThereAddsNoSecondRow()
     {
-        Counter counter;
-        Form1& form = counter.form;
         // Equal letters in another case stand first, and are another name.
-        counter.addCustomer(u"ALİ"_s);
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.keys(u"ali"_s);
-        QCOMPARE(form.DataCari.recordSet().field(0).text(), u"ALİ"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.rows(u"Cari"_s).size(), 2);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        QCOMPARE(form.DataCari.recordSet().field(0).text(), u"Ali"_s);
+        counter->addCustomer(u"ALİ"_s);
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        QCOMPARE(form->DataCari.recordSet().field(0).text(), u"ALİ"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 2);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        QCOMPARE(form->DataCari.recordSet().field(0).text(), u"Ali"_s);
     }
 
     void namesThatNoCustomerCanHaveAreNotSaved_data()
@@ -622,107 +558,97 @@ private slots:
     void namesThatNoCustomerCanHaveAreNotSaved()
     {
         QFETCH(QString, name);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(name.toLower());
-        QCOMPARE(form.TxtLbl[0]->caption(), name);
-        Counter::click(form.Kaydet);
-        QCOMPARE(counter.prompt.errors, QList<int>{base::errors::invalidCall});
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 0);
-        QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: "_s));
-        QCOMPARE(counter.prompt.errors.size(), 1);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
+        form->start();
+        counter->pressingOf(name.toLower());
+        QCOMPARE(form->TxtLbl[0]->caption(), name);
+        Counter::click(form->Kaydet);
+        QCOMPARE(counter->prompt.errors, QList<int>{base::errors::invalidCall});
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 0);
+        QVERIFY(form->status->text().startsWith(u"Fiş basılmadı: "_s));
+        QCOMPARE(counter->prompt.errors.size(), 1);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
     }
 
     void promptThatComesBackSearchesNobody()
     {
-        Counter counter;
-        Form1& form = counter.form;
         // A weight of 0 is the active text while the prompt comes back.
-        counter.addCustomer(u"0"_s, 33.0, u"20 Litrelik Kap"_s, 77.0);
-        form.start();
-        counter.keys(u"x"_s);
-        counter.key(u"Sil"_s);
-        const QStringList before = {form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()};
-        Counter::click(form.Label2[0]);
-        QCOMPARE(form.TxtLbl[0]->caption(), mill::customerPrompt);
-        QCOMPARE((QStringList{form.Haklbl[0]->caption(), form.Combo1[0]->text(), form.NakitLbl[0]->caption()}), before);
+        counter->addCustomer(u"0"_s, 33.0, u"20 Litrelik Kap"_s, 77.0);
+        form->start();
+        counter->keys(u"x"_s);
+        counter->key(u"Sil"_s);
+        const QStringList before = {form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()};
+        Counter::click(form->Label2[0]);
+        QCOMPARE(form->TxtLbl[0]->caption(), mill::customerPrompt);
+        QCOMPARE((QStringList{form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()}),
+                 before);
     }
 
     void feeRecalledBesideAnEntitlementIsZeroAgain()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 250.0);
-        form.start();
-        counter.pressingOf(u"a"_s); // recalls the fee already
-        QCOMPARE(form.NakitLbl[0]->caption(), u"250"_s);
-        Counter::click(form.HakCmd[0]);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
-        Counter::click(form.TxtLbl[0]);
-        counter.keys(u"li"_s);
-        QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
-        Counter::click(form.NakitLbl[0]);
-        counter.keys(u"99"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"0"_s);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        counter->addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 250.0);
+        form->start();
+        counter->pressingOf(u"a"_s); // recalls the fee already
+        QCOMPARE(form->NakitLbl[0]->caption(), u"250"_s);
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->keys(u"li"_s);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
+        Counter::click(form->NakitLbl[0]);
+        counter->keys(u"99"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void switchingOffWhileThePercentageIsEditedEditsTheFee()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        Counter::click(form.Haklbl[0]);
-        counter.keys(u"12,"_s);
-        Counter::click(form.HakCmd[0]);
-        QCOMPARE(form.AktifLbl, form.NakitLbl[0]);
-        QCOMPARE(form.Haklbl[0]->caption(), u"12"_s);
-        counter.keys(u"5"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"5"_s);
-        QCOMPARE(form.HakTut[0]->caption(), u"0"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"12,"_s);
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(form->AktifLbl, form->NakitLbl[0]);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+        counter->keys(u"5"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"5"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"0"_s);
     }
 
     void figureTooLargeChangesNothing()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        Counter::click(form.Haklbl[0]);
-        counter.keys(u"99"_s);
-        Counter::click(form.Label3[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"1"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"99"_s);
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"1"_s);
         QString before;
-        for (int i = 0; i < 400 && counter.prompt.errors.isEmpty(); ++i) {
-            before = form.Label3[0]->caption() + u'|' + form.HakTut[0]->caption() + u'|' + form.Verilen[0]->caption();
-            counter.key(u"0"_s);
+        for (int i = 0; i < 400 && counter->prompt.errors.isEmpty(); ++i) {
+            before =
+                form->Label3[0]->caption() + u'|' + form->HakTut[0]->caption() + u'|' + form->Verilen[0]->caption();
+            counter->key(u"0"_s);
         }
-        QCOMPARE(counter.prompt.errors, QList<int>{6});
-        QCOMPARE(form.Label3[0]->caption() + u'|' + form.HakTut[0]->caption() + u'|' + form.Verilen[0]->caption(),
+        QCOMPARE(counter->prompt.errors, QList<int>{6});
+        QCOMPARE(form->Label3[0]->caption() + u'|' + form->HakTut[0]->caption() + u'|' + form->Verilen[0]->caption(),
                  before);
     }
 
     void handedOverIsOilLessEntitlement()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        QCOMPARE(form.Verilen[0]->caption(), u"900"_s); // before any entitlement was switched on
-        Counter::click(form.Label3[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"850"_s);
-        QCOMPARE(form.Verilen[0]->caption(), u"850"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        QCOMPARE(form->Verilen[0]->caption(), u"900"_s); // before any entitlement was switched on
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"850"_s);
+        QCOMPARE(form->Verilen[0]->caption(), u"850"_s);
     }
 };
 

@@ -1,7 +1,9 @@
 #include "app/setting_names.h"
 #include "files/error.h"
 #include "screen_fixture.h"
+#include "tests/support/columns.h"
 #include <QtTest>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -10,35 +12,36 @@ using namespace app;
 class FormShell : public QObject {
     Q_OBJECT
 
+    std::optional<Screen> screen;
+    Form1* form = nullptr; ///< its screen
+
 private slots:
+    void init() { form = &screen.emplace().form; }
+    void cleanup() { screen.reset(); }
     void initTestCase() { applyTheme(*qApp); }
 
     void loadBindsAllSourcesAndNoStation()
     {
-        Screen screen;
-        screen.form.Form_Load();
-        for (store::DataSource* source :
-             {&screen.form.DataCari, &screen.form.DataHar, &screen.form.GünData, &screen.form.DataTmp})
-            QCOMPARE(source->databaseName(), screen.folder.filePath(u"Yag.mdb"_s));
-        QCOMPARE(screen.form.AktifKontrol, 999.0f);
-        QVERIFY(screen.form.DataCari.hasRecordSet());
-        QVERIFY(!screen.form.GünData.hasRecordSet());
-        QVERIFY(!screen.form.AktifLbl);
+        form->Form_Load();
+        for (store::DataSource* source : {&form->DataCari, &form->DataHar, &form->GünData, &form->DataTmp})
+            QCOMPARE(source->databaseName(), screen->folder.filePath(u"Yag.mdb"_s));
+        QCOMPARE(form->AktifKontrol, 999.0f);
+        QVERIFY(form->DataCari.hasRecordSet());
+        QVERIFY(!form->GünData.hasRecordSet());
+        QVERIFY(!form->AktifLbl);
     }
 
     void missingDatabaseIsReportedAndTheScreenStays()
     {
-        Screen screen;
-        screen.disk.remove(screen.folder.filePath(u"Yag.mdb"_s).toStdU16String());
-        screen.form.start();
-        QVERIFY(screen.prompt.errors.contains(3024));
-        QVERIFY(screen.form.isVisible());
-        QCOMPARE(screen.form.AktifKontrol, 0.0f);
+        screen->disk.remove(screen->folder.filePath(u"Yag.mdb"_s).toStdU16String());
+        form->start();
+        QVERIFY(screen->prompt.errors.contains(3024));
+        QVERIFY(form->isVisible());
+        QCOMPARE(form->AktifKontrol, 0.0f);
     }
 
     void controlsCarryTheirNames()
     {
-        Screen screen;
         for (const char* name :
              {"TxtLbl(0)",   "TxtLbl(1)",   "Label2(0)",   "Label3(1)", "Label4(1)",  "Haklbl(0)",   "HakTut(1)",
               "Verilen(0)",  "NakitLbl(1)", "HakCmd(0)",   "Frame1(1)", "Frame3(0)",  "Combo1(1)",   "KapFrm(0)",
@@ -47,56 +50,53 @@ private slots:
               "GünLbl",      "DBGrid1",     "dbListe1",    "Kaydet",    "GünlükCmd",  "Dosya",       "CariSil",
               "HesapSil",    "Bağlantı",    "PortAyarlar", "YazFont",   "Sayac",      "PrgExit",     "TeraziComm",
               "Winsock1",    "Winsock2"})
-            QVERIFY2(screen.form.findChild<QObject*>(QString::fromUtf8(name)), name);
-        QCOMPARE(Form1::controlName(screen.form.Label2[1]), u"Label2"_s);
-        QCOMPARE(Form1::controlName(screen.form.GünLbl), u"GünLbl"_s);
+            QVERIFY2(form->findChild<QObject*>(QString::fromUtf8(name)), name);
+        QCOMPARE(Form1::controlName(form->Label2[1]), u"Label2"_s);
+        QCOMPARE(Form1::controlName(form->GünLbl), u"GünLbl"_s);
 
-        QCOMPARE(screen.form.Frame1[0]->caption(), u" Birinci Kontrol "_s);
-        QCOMPARE(screen.form.Frame1[1]->caption(), u" İkinci Kontrol "_s);
-        QCOMPARE(screen.form.Label2[0]->title(), u" Sıkılacak Zeytin KG"_s);
-        QCOMPARE(screen.form.Label3[0]->title(), u" Sıkılan Zeytin Yağı KG"_s);
-        QCOMPARE(screen.form.NakitLbl[0]->title(), u"Zeytin Sıkma TL"_s);
-        QCOMPARE(screen.form.Verilen[0]->title(), u" Verilen Lt"_s);
-        QCOMPARE(screen.form.TxtLbl[1]->caption(), u"Müşteri Seçin"_s);
-        QCOMPARE(screen.form.Label4[1]->caption(), u"0 Kap"_s);
-        QCOMPARE(screen.form.HakCmd[0]->caption(), u"Hak Ediş Yok"_s);
-        QVERIFY(!screen.form.Frame3[0]->visible());
-        QVERIFY(!screen.form.KapFrm[0]->visible());
-        QVERIFY(!screen.form.YazCmd[0]->enabled());
-        QCOMPARE(screen.form.windowTitle(), u"Mendrik Presva"_s);
+        QCOMPARE(form->Frame1[0]->caption(), u" Birinci Kontrol "_s);
+        QCOMPARE(form->Frame1[1]->caption(), u" İkinci Kontrol "_s);
+        QCOMPARE(form->Label2[0]->title(), u" Sıkılacak Zeytin KG"_s);
+        QCOMPARE(form->Label3[0]->title(), u" Sıkılan Zeytin Yağı KG"_s);
+        QCOMPARE(form->NakitLbl[0]->title(), u"Zeytin Sıkma TL"_s);
+        QCOMPARE(form->Verilen[0]->title(), u" Verilen Lt"_s);
+        QCOMPARE(form->TxtLbl[1]->caption(), u"Müşteri Seçin"_s);
+        QCOMPARE(form->Label4[1]->caption(), u"0 Kap"_s);
+        QCOMPARE(form->HakCmd[0]->caption(), u"Hak Ediş Yok"_s);
+        QVERIFY(!form->Frame3[0]->visible());
+        QVERIFY(!form->KapFrm[0]->visible());
+        QVERIFY(!form->YazCmd[0]->enabled());
+        QCOMPARE(form->windowTitle(), u"Mendrik Presva"_s);
     }
 
     void activationPutsEverythingToItsStart()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.Combo1[0]->setListIndex(2);
-        form.Combo1[1]->setListIndex(-1);
-        QTest::mouseClick(form.YeniCmd[1], Qt::LeftButton);
-        form.Kaydet->setVisible(true);
-        form.dbListe1->setVisible(true);
-        screen.clock.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
+        form->start();
+        form->Combo1[0]->setListIndex(2);
+        form->Combo1[1]->setListIndex(-1);
+        QTest::mouseClick(form->YeniCmd[1], Qt::LeftButton);
+        form->Kaydet->setVisible(true);
+        form->dbListe1->setVisible(true);
+        screen->clock.now = QDateTime(QDate(2025, 11, 21), QTime(8, 0));
 
-        form.activated();
-        QCOMPARE(form.Combo1[0]->listIndex(), 0);
-        QCOMPARE(form.Combo1[1]->listIndex(), 0);
-        QCOMPARE(form.DTPickerBas->value(), QDate(2025, 11, 21));
-        QCOMPARE(form.DTPickerSon->value(), QDate(2025, 11, 21));
-        QCOMPARE(form.AktifKontrol, 0.0f);
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-        QVERIFY(form.Frame1[0]->enabled() && !form.Frame1[1]->enabled());
-        QCOMPARE(form.Frame1[0]->backColor(), colour::green);
-        QCOMPARE(form.Frame1[1]->backColor(), colour::buttonFace);
-        QCOMPARE(form.dbListe1->Left(), form.Frame1[0]->Left() + form.HakCmd[0]->Left());
-        QVERIFY(!form.Kaydet->visible());
-        QVERIFY(!form.dbListe1->visible());
+        form->activated();
+        QCOMPARE(form->Combo1[0]->listIndex(), 0);
+        QCOMPARE(form->Combo1[1]->listIndex(), 0);
+        QCOMPARE(form->DTPickerBas->value(), QDate(2025, 11, 21));
+        QCOMPARE(form->DTPickerSon->value(), QDate(2025, 11, 21));
+        QCOMPARE(form->AktifKontrol, 0.0f);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        QVERIFY(form->Frame1[0]->enabled() && !form->Frame1[1]->enabled());
+        QCOMPARE(form->Frame1[0]->backColor(), colour::green);
+        QCOMPARE(form->Frame1[1]->backColor(), colour::buttonFace);
+        QCOMPARE(form->dbListe1->Left(), form->Frame1[0]->Left() + form->HakCmd[0]->Left());
+        QVERIFY(!form->Kaydet->visible());
+        QVERIFY(!form->dbListe1->visible());
     }
 
     void activationTakesTheKeypadCaseFromTheSettings_data()
     {
-        QTest::addColumn<bool>("capitals");
-        QTest::addColumn<QString>("caseKey");
+        addColumns<bool, QString>("capitals", "caseKey");
         QTest::addColumn<QString>("keys"); // of indexes 0, 10, 11, 27
         QTest::newRow("capitals") << true << u"AB"_s << u"AIİY"_s;
         QTest::newRow("small") << false << u"ab"_s << u"aıiy"_s;
@@ -105,53 +105,45 @@ private slots:
     void activationTakesTheKeypadCaseFromTheSettings()
     {
         QFETCH(bool, capitals);
-        Screen screen;
-        Form1& form = screen.form;
-        screen.settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, capitals);
-        screen.keyboard.capsLock = !capitals;
-        form.start();
-        QCOMPARE(form.CapsDurum, capitals);
-        QTEST(form.Label1[47]->caption(), "caseKey");
-        QTEST(form.Label1[0]->caption() + form.Label1[10]->caption() + form.Label1[11]->caption() +
-                  form.Label1[27]->caption(),
+        screen->settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, capitals);
+        screen->keyboard.capsLock = !capitals;
+        form->start();
+        QCOMPARE(form->CapsDurum, capitals);
+        QTEST(form->Label1[47]->caption(), "caseKey");
+        QTEST(form->Label1[0]->caption() + form->Label1[10]->caption() + form->Label1[11]->caption() +
+                  form->Label1[27]->caption(),
               "keys");
-        QCOMPARE(screen.keyboard.capsLock, capitals);
-        QCOMPARE(screen.keyboard.presses, 1);
-        form.activated();
-        QCOMPARE(screen.keyboard.presses, 1);
+        QCOMPARE(screen->keyboard.capsLock, capitals);
+        QCOMPARE(screen->keyboard.presses, 1);
+        form->activated();
+        QCOMPARE(screen->keyboard.presses, 1);
     }
 
     void activationLeavesExactlyOneCyanLabel()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.activate(form.Haklbl[1]);
-        form.activated();
+        form->start();
+        form->activate(form->Haklbl[1]);
+        form->activated();
         QStringList cyan;
-        for (const auto* field : form.findChildren<FieldLabel*>())
+        for (const auto* field : form->findChildren<FieldLabel*>())
             if (field->backColor() == colour::cyan) cyan << field->objectName();
         QCOMPARE(cyan, QStringList{u"TxtLbl(0)"_s});
     }
 
     void freshInstallationOpensNoPort()
     {
-        Screen screen;
-        screen.form.start();
-        QVERIFY(!screen.form.Bağlantı->checked());
-        QVERIFY(!screen.form.Sayac->checked());
-        QVERIFY(!screen.form.TeraziComm->portOpen());
-        QCOMPARE(screen.form.Label1[47]->caption(), u"ab"_s);
-        QVERIFY(screen.prompt.errors.isEmpty());
-        QVERIFY(screen.prompt.exclamations.isEmpty());
+        form->start();
+        QVERIFY(!form->Bağlantı->checked());
+        QVERIFY(!form->Sayac->checked());
+        QVERIFY(!form->TeraziComm->portOpen());
+        QCOMPARE(form->Label1[47]->caption(), u"ab"_s);
+        QVERIFY(screen->prompt.errors.isEmpty());
+        QVERIFY(screen->prompt.exclamations.isEmpty());
     }
 
     void damagedSettingStopsTheActivationThere_data()
     {
-        QTest::addColumn<QString>("application");
-        QTest::addColumn<QString>("section");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<float>("station");
+        addColumns<QString, QString, QString, float>("application", "section", "key", "station");
         QTest::newRow("Caps") << u"presva"_s << keypadSection << u"Caps"_s << 999.0f;
         QTest::newRow("Baglan") << programTitle << propertiesSection << u"Baglan"_s << 0.0f;
         QTest::newRow("Sayac") << programTitle << propertiesSection << u"Sayac"_s << 0.0f;
@@ -162,70 +154,64 @@ private slots:
         QFETCH(QString, application);
         QFETCH(QString, section);
         QFETCH(QString, key);
-        Screen screen;
-        screen.settings.save(application, section, key, u"1"_s);
-        screen.form.start();
-        QCOMPARE(screen.prompt.errors, QList<int>{13});
-        QTEST(screen.form.AktifKontrol, "station");
+        screen->settings.save(application, section, key, u"1"_s);
+        form->start();
+        QCOMPARE(screen->prompt.errors, QList<int>{13});
+        QTEST(form->AktifKontrol, "station");
     }
 
     void menuMarksComeFromTheSettings()
     {
-        Screen screen;
-        screen.form.start();
-        screen.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
-        QVERIFY(!screen.form.Sayac->checked());
-        screen.form.activated();
-        QVERIFY(screen.form.Sayac->checked());
+        form->start();
+        screen->settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
+        QVERIFY(!form->Sayac->checked());
+        form->activated();
+        QVERIFY(form->Sayac->checked());
     }
 
     void otherWindowsDoNotActivate()
     {
-        Screen screen;
-        screen.form.start();
-        screen.form.Combo1[0]->setListIndex(3);
+        form->start();
+        form->Combo1[0]->setListIndex(3);
         QEvent leave(QEvent::WindowDeactivate), back(QEvent::WindowActivate);
-        QCoreApplication::sendEvent(&screen.form, &leave);
-        QCoreApplication::sendEvent(&screen.form, &back);
-        screen.form.hide();
-        screen.form.show();
-        QCOMPARE(screen.form.Combo1[0]->listIndex(), 3);
+        QCoreApplication::sendEvent(form, &leave);
+        QCoreApplication::sendEvent(form, &back);
+        form->hide();
+        form->show();
+        QCOMPARE(form->Combo1[0]->listIndex(), 3);
     }
 
     void connectItemIsKeptAtOnce()
     {
-        Screen screen;
-        screen.form.start();
-        const auto kept = [&] { return screen.settings.get(programTitle, propertiesSection, u"Baglan"_s, QString()); };
+        form->start();
+        const auto kept = [&] { return screen->settings.get(programTitle, propertiesSection, u"Baglan"_s, QString()); };
         QCOMPARE(kept(), QString());
-        screen.form.Bağlantı->trigger();
-        QVERIFY(screen.form.Bağlantı->checked());
+        form->Bağlantı->trigger();
+        QVERIFY(form->Bağlantı->checked());
         QCOMPARE(kept(), u"True"_s);
-        screen.form.Bağlantı->trigger();
-        QVERIFY(!screen.form.Bağlantı->checked());
+        form->Bağlantı->trigger();
+        QVERIFY(!form->Bağlantı->checked());
         QCOMPARE(kept(), u"False"_s);
     }
 
     void caseKeyIsKeptAtOnceAndTakesCapsLockAlong()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
+        form->start();
         for (const bool capitals : {true, false}) {
-            QTest::mouseClick(form.Label1[47], Qt::LeftButton);
-            QCOMPARE(form.CapsDurum, capitals);
-            QCOMPARE(screen.keyboard.capsLock, capitals);
-            QCOMPARE(screen.settings.get(u"presva"_s, keypadSection, u"Caps"_s, {}), capitals ? u"True"_s : u"False"_s);
-            QCOMPARE(form.Label1[47]->caption(), capitals ? u"AB"_s : u"ab"_s);
-            QCOMPARE(form.Label1[10]->caption() + form.Label1[11]->caption(), capitals ? u"Iİ"_s : u"ıi"_s);
+            QTest::mouseClick(form->Label1[47], Qt::LeftButton);
+            QCOMPARE(form->CapsDurum, capitals);
+            QCOMPARE(screen->keyboard.capsLock, capitals);
+            QCOMPARE(screen->settings.get(u"presva"_s, keypadSection, u"Caps"_s, {}),
+                     capitals ? u"True"_s : u"False"_s);
+            QCOMPARE(form->Label1[47]->caption(), capitals ? u"AB"_s : u"ab"_s);
+            QCOMPARE(form->Label1[10]->caption() + form->Label1[11]->caption(), capitals ? u"Iİ"_s : u"ıi"_s);
         }
-        QCOMPARE(screen.keyboard.presses, 2);
+        QCOMPARE(screen->keyboard.presses, 2);
     }
 
     void touchedFieldIsTheOneThatIsEdited_data()
     {
-        QTest::addColumn<QString>("field");
-        QTest::addColumn<bool>("edited");
+        addColumns<QString, bool>("field", "edited");
         QTest::newRow("name") << "TxtLbl(1)" << true;
         QTest::newRow("olives") << "Label2(1)" << true;
         QTest::newRow("oil") << "Label3(1)" << true;
@@ -240,59 +226,51 @@ private slots:
     {
         QFETCH(QString, field);
         QFETCH(bool, edited);
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        QTest::mouseClick(form.YeniCmd[1], Qt::LeftButton);
-        form.TxtLbl[1]->setCaption(u"Ali"_s);
-        form.HakCmd_Click(1);
-        form.KapFrm[1]->setVisible(true);
-        auto* label = form.findChild<CaptionLabel*>(field);
+        form->start();
+        QTest::mouseClick(form->YeniCmd[1], Qt::LeftButton);
+        form->TxtLbl[1]->setCaption(u"Ali"_s);
+        form->HakCmd_Click(1);
+        form->KapFrm[1]->setVisible(true);
+        auto* label = form->findChild<CaptionLabel*>(field);
         const Colour ground = label->backColor();
         QTest::mouseClick(label, Qt::LeftButton);
-        QCOMPARE(form.AktifLbl, edited ? label : form.TxtLbl[1]);
+        QCOMPARE(form->AktifLbl, edited ? label : form->TxtLbl[1]);
         QCOMPARE(label->backColor(), edited ? colour::cyan : ground);
-        QCOMPARE(form.TxtLbl[1]->backColor(), form.AktifLbl == form.TxtLbl[1] ? colour::cyan : colour::white);
+        QCOMPARE(form->TxtLbl[1]->backColor(), form->AktifLbl == form->TxtLbl[1] ? colour::cyan : colour::white);
     }
 
     void bareFormEndsTheHighlight()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        hover(form.Label1[13]);
-        QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
-        QCOMPARE(form.SonTus, 13.0f);
-        hover(&form, QPoint(2, form.height() / 2));
-        QCOMPARE(form.Label1[13]->backColor(), colour::cyan);
+        form->start();
+        hover(form->Label1[13]);
+        QCOMPARE(form->Label1[13]->backColor(), colour::yellow);
+        QCOMPARE(form->SonTus, 13.0f);
+        hover(form, QPoint(2, form->height() / 2));
+        QCOMPARE(form->Label1[13]->backColor(), colour::cyan);
     }
 
     void nextKeyTakesTheHighlightAndTheExitButtonsColourBack()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        hover(form.Label1[3]);
-        form.Command1->setBackColor(colour::white);
-        hover(form.Label1[3], QPoint(4, 4)); // yellow already: nothing is recoloured
-        QCOMPARE(form.Command1->backColor(), colour::white);
-        hover(form.Label1[48]);
-        QCOMPARE(form.Label1[3]->backColor(), colour::cyan);
-        QCOMPARE(form.Label1[48]->backColor(), colour::yellow);
-        QCOMPARE(form.Command1->backColor(), colour::cyan);
-        QCOMPARE(form.SonTus, 48.0f);
+        form->start();
+        hover(form->Label1[3]);
+        form->Command1->setBackColor(colour::white);
+        hover(form->Label1[3], QPoint(4, 4)); // yellow already: nothing is recoloured
+        QCOMPARE(form->Command1->backColor(), colour::white);
+        hover(form->Label1[48]);
+        QCOMPARE(form->Label1[3]->backColor(), colour::cyan);
+        QCOMPARE(form->Label1[48]->backColor(), colour::yellow);
+        QCOMPARE(form->Command1->backColor(), colour::cyan);
+        QCOMPARE(form->SonTus, 48.0f);
     }
 
     void controlsDoNotActAsTheBareForm()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        hover(form.Label1[13]);
-        hover(form.Frame1[0], QPoint(5, form.Frame1[0]->height() - 5));
-        hover(form.YazCmd[1]);
-        hover(form.KapCmd[1]);
-        QCOMPARE(form.Label1[13]->backColor(), colour::yellow);
+        form->start();
+        hover(form->Label1[13]);
+        hover(form->Frame1[0], QPoint(5, form->Frame1[0]->height() - 5));
+        hover(form->YazCmd[1]);
+        hover(form->KapCmd[1]);
+        QCOMPARE(form->Label1[13]->backColor(), colour::yellow);
     }
 
     void closeButtonDropsTheContainers_data()
@@ -305,43 +283,38 @@ private slots:
     void closeButtonDropsTheContainers()
     {
         QFETCH(int, station);
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.KapSayisi = {5, 7};
-        for (ControlFrame* panel : form.KapFrm) panel->setVisible(true);
-        form.Label4[station]->setCaption(u"?"_s);
-        const QString shown = form.Label4[station]->caption();
-        QTest::mouseClick(form.KapCmd[station], Qt::LeftButton);
-        QCOMPARE(form.kapSayisi(station), 0.0f);
-        QVERIFY(!form.KapFrm[station]->visible());
-        QCOMPARE(form.Label4[station]->caption(), shown);
-        QVERIFY(form.KapFrm[1 - station]->visible());
-        QVERIFY(form.kapSayisi(1 - station) > 0);
+        form->start();
+        form->KapSayisi = {5, 7};
+        for (ControlFrame* panel : form->KapFrm) panel->setVisible(true);
+        form->Label4[station]->setCaption(u"?"_s);
+        const QString shown = form->Label4[station]->caption();
+        QTest::mouseClick(form->KapCmd[station], Qt::LeftButton);
+        QCOMPARE(form->kapSayisi(station), 0.0f);
+        QVERIFY(!form->KapFrm[station]->visible());
+        QCOMPARE(form->Label4[station]->caption(), shown);
+        QVERIFY(form->KapFrm[1 - station]->visible());
+        QVERIFY(form->kapSayisi(1 - station) > 0);
     }
 
     void otherContainerIndexIsOutOfBounds()
     {
-        Screen screen;
-        screen.form.start();
-        screen.form.run([&] { screen.form.KapCmd_Click(2); });
-        screen.form.run([&] { screen.form.KapCmd_Click(-1); });
-        QCOMPARE(screen.prompt.errors, (QList<int>{9, 9}));
+        form->start();
+        form->run([&] { form->KapCmd_Click(2); });
+        form->run([&] { form->KapCmd_Click(-1); });
+        QCOMPARE(screen->prompt.errors, (QList<int>{9, 9}));
     }
 
     void containerPanelAnswersOnAnIdleStation()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.kapSayisi(1) = 3;
-        form.Label4[1]->setCaption(u"?"_s);
-        form.KapFrm[1]->setVisible(true);
-        form.Frame1[1]->setEnabled(false);
-        QCOMPARE(form.Label4[1]->caption(), u"3 Kap"_s);
-        QTest::mouseClick(form.Label4[1], Qt::LeftButton);
-        QTest::mouseClick(form.KapFrm[1], Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
-        QCOMPARE(form.Label4[1]->caption(), u"1 Kap"_s);
+        form->start();
+        form->kapSayisi(1) = 3;
+        form->Label4[1]->setCaption(u"?"_s);
+        form->KapFrm[1]->setVisible(true);
+        form->Frame1[1]->setEnabled(false);
+        QCOMPARE(form->Label4[1]->caption(), u"3 Kap"_s);
+        QTest::mouseClick(form->Label4[1], Qt::LeftButton);
+        QTest::mouseClick(form->KapFrm[1], Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+        QCOMPARE(form->Label4[1]->caption(), u"1 Kap"_s);
     }
 
     void everyWayOutSavesTheLayoutAndAsksNothing_data()
@@ -355,112 +328,100 @@ private slots:
     void everyWayOutSavesTheLayoutAndAsksNothing()
     {
         QFETCH(QString, way);
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.setWindowState(Qt::WindowNoState);
-        form.setGeometry(12, 34, 1000, 700);
+        form->start();
+        form->setWindowState(Qt::WindowNoState);
+        form->setGeometry(12, 34, 1000, 700);
         if (way == u"PrgExit")
-            form.PrgExit->trigger();
+            form->PrgExit->trigger();
         else if (way == u"Command1")
-            QTest::mouseClick(form.Command1, Qt::LeftButton);
+            QTest::mouseClick(form->Command1, Qt::LeftButton);
         else
-            form.close();
-        QVERIFY(!form.isVisible());
-        QCOMPARE(screen.settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Left"_s, {}),
-                 QString::number(form.geometry().x()));
-        QCOMPARE(screen.settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Width"_s, {}), QString::number(form.width()));
-        QVERIFY(screen.prompt.questions.isEmpty());
+            form->close();
+        QVERIFY(!form->isVisible());
+        QCOMPARE(screen->settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Left"_s, {}),
+                 QString::number(form->geometry().x()));
+        QCOMPARE(screen->settings.get(u"Mendrik"_s, u"ActiveResize"_s, u"Width"_s, {}), QString::number(form->width()));
+        QVERIFY(screen->prompt.questions.isEmpty());
     }
 
     void leavingWritesNoSetting()
     {
-        Screen screen;
-        screen.form.start();
-        screen.form.close();
+        form->start();
+        form->close();
         for (const char* key : {"Baglan", "Sayac", "Settings", "Font"})
-            QCOMPARE(screen.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
-        QCOMPARE(screen.settings.get(u"presva"_s, keypadSection, u"Caps"_s, u"-"_s), u"-"_s);
+            QCOMPARE(screen->settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
+        QCOMPARE(screen->settings.get(u"presva"_s, keypadSection, u"Caps"_s, u"-"_s), u"-"_s);
     }
 
     void windowComesBackToItsStoredPlace()
     {
-        Screen screen;
-        Form1& form = screen.form;
         const QList<std::pair<const char*, const char*>> place = {
             {"Left", "40"}, {"Top", "50"}, {"Width", "1000"}, {"Height", "700"}, {"Maximized", "False"}};
         for (const auto& [key, text] : place)
-            screen.settings.save(u"Mendrik"_s, u"ActiveResize"_s, QString::fromLatin1(key), QString::fromLatin1(text));
-        form.start();
-        QTRY_COMPARE(form.geometry(), QRect(40, 50, 1000, 700));
-        QVERIFY(!form.isMaximized());
+            screen->settings.save(u"Mendrik"_s, u"ActiveResize"_s, QString::fromLatin1(key), QString::fromLatin1(text));
+        form->start();
+        QTRY_COMPARE(form->geometry(), QRect(40, 50, 1000, 700));
+        QVERIFY(!form->isMaximized());
         // Only the first activation puts it there: later the operator may have moved it.
-        form.setGeometry(60, 70, 1010, 720);
-        form.activated();
+        form->setGeometry(60, 70, 1010, 720);
+        form->activated();
         QTest::qWait(50);
-        QCOMPARE(form.geometry(), QRect(60, 70, 1010, 720));
+        QCOMPARE(form->geometry(), QRect(60, 70, 1010, 720));
     }
 
     void windowDraggedOffComesBackAtTheNextRelease()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.setWindowState(Qt::WindowNoState);
-        form.setMinimumSize(0, 0);
-        form.resize(500, 300);
-        form.move(-40, 100);
-        QTRY_COMPARE(form.frameGeometry().x(), -40);
-        QTest::mouseClick(&form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form.height() / 2));
-        QTRY_COMPARE(form.frameGeometry().topLeft(), QPoint(0, 100));
-        form.move(20, form.screen()->geometry().height() - 310);
-        QTest::mouseClick(form.Frame1[0], Qt::LeftButton); // a control is not the bare form
-        QCOMPARE(form.frameGeometry().y(), form.screen()->geometry().height() - 310);
-        QTest::mouseClick(&form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form.height() / 2));
-        QTRY_COMPARE(form.frameGeometry().topLeft(), QPoint(20, 0));
+        form->start();
+        form->setWindowState(Qt::WindowNoState);
+        form->setMinimumSize(0, 0);
+        form->resize(500, 300);
+        form->move(-40, 100);
+        QTRY_COMPARE(form->frameGeometry().x(), -40);
+        QTest::mouseClick(form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form->height() / 2));
+        QTRY_COMPARE(form->frameGeometry().topLeft(), QPoint(0, 100));
+        form->move(20, form->screen()->geometry().height() - 310);
+        QTest::mouseClick(form->Frame1[0], Qt::LeftButton); // a control is not the bare form
+        QCOMPARE(form->frameGeometry().y(), form->screen()->geometry().height() - 310);
+        QTest::mouseClick(form, Qt::LeftButton, Qt::NoModifier, QPoint(1, form->height() / 2));
+        QTRY_COMPARE(form->frameGeometry().topLeft(), QPoint(20, 0));
     }
 
     void errorOfAnActionIsReportedAndTheScreenGoesOn()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.Label2[0]->onClick([] { throw base::runtimeError(base::errors::noCurrentRecord); });
-        QTest::mouseClick(form.Label2[0], Qt::LeftButton);
-        QCOMPARE(screen.prompt.errors, QList<int>{3021});
-        QTest::mouseClick(form.TxtLbl[0], Qt::LeftButton);
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
+        form->start();
+        form->Label2[0]->onClick([] { throw base::runtimeError(base::errors::noCurrentRecord); });
+        QTest::mouseClick(form->Label2[0], Qt::LeftButton);
+        QCOMPARE(screen->prompt.errors, QList<int>{3021});
+        QTest::mouseClick(form->TxtLbl[0], Qt::LeftButton);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
     }
 
     void exceptionThatNobodyExpectedIsToldOnceAsOurOwnBug()
     {
-        Screen screen;
-        Form1& form = screen.form;
-        form.start();
-        form.GünlükCmd->onClick([] { throw std::logic_error("no such place"); });
-        QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
-        QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
-        QCOMPARE(screen.prompt.errors, QList<int>{}); // not the operator's
-        QCOMPARE(screen.prompt.exclamations.size(), 1);
-        QVERIFY(screen.prompt.exclamations[0].contains(u"GünlükCmd"));
-        QVERIFY(screen.prompt.exclamations[0].contains(u"no such place"));
-        QFile log(screen.folder.filePath(u"presva.log"_s));
+        form->start();
+        form->GünlükCmd->onClick([] { throw std::logic_error("no such place"); });
+        QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);
+        QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);
+        QCOMPARE(screen->prompt.errors, QList<int>{}); // not the operator's
+        QCOMPARE(screen->prompt.exclamations.size(), 1);
+        QVERIFY(screen->prompt.exclamations[0].contains(u"GünlükCmd"));
+        QVERIFY(screen->prompt.exclamations[0].contains(u"no such place"));
+        QFile log(screen->folder.filePath(u"presva.log"_s));
         QVERIFY(log.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(log.readAll()), u"2025-11-20T14:05:00 "_s + screen.prompt.exclamations[0] + u'\n');
+        QCOMPARE(QString::fromUtf8(log.readAll()), u"2025-11-20T14:05:00 "_s + screen->prompt.exclamations[0] + u'\n');
         // A fault of the engine has a sentence of its own.
-        form.GünlükCmd->onClick([] { throw files::Error(files::Fault::disk, "disk"); });
-        QTest::mouseClick(form.GünlükCmd, Qt::LeftButton);
-        QCOMPARE(screen.prompt.errors, QList<int>{base::errors::databaseFault});
-        form.run([&] { form.YeniCmd_Click(1); });
-        QCOMPARE(form.AktifKontrol, 1.0f);
+        form->GünlükCmd->onClick([] { throw files::Error(files::Fault::disk, "disk"); });
+        QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);
+        QCOMPARE(screen->prompt.errors, QList<int>{base::errors::databaseFault});
+        form->run([&] { form->YeniCmd_Click(1); });
+        QCOMPARE(form->AktifKontrol, 1.0f);
     }
 
     void stationWithoutControlsIsError340()
     {
-        Screen screen;
-        screen.form.Form_Load();
-        screen.form.run([&] { screen.form.TxtLbl[screen.form.station()]->setCaption(QString()); });
-        QCOMPARE(screen.prompt.errors, QList<int>{340});
+        form->Form_Load();
+        form->run([&] { form->TxtLbl[form->station()]->setCaption(QString()); });
+        QCOMPARE(screen->prompt.errors, QList<int>{340});
     }
 };
 

@@ -1,6 +1,7 @@
 #include "app/keyboard_state.h"
 #include "base/letters.h"
 #include "tests/doors/fake_keyboard.h"
+#include "tests/support/columns.h"
 #include <QTest>
 #include <X11/Xlib.h> // after Qt: Xlib's macros break its headers
 #include <memory>
@@ -104,8 +105,7 @@ private slots:
 
     void firstLetterBecomesACapital_data()
     {
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("caption", "expected");
         // clang-format off
         static const char* const rows[][2] = {
             {"ahmet yılmaz", "Ahmet Yılmaz"}, {"ışık", "Işık"}, {"istanbul ili", "İstanbul ili"},
@@ -130,8 +130,7 @@ private slots:
 
     void namesGrowKeyByKey_data()
     {
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<QStringList>("captions");
+        addColumns<QString, QStringList>("keys", "captions");
         QTest::newRow("ist") << u"ist"_s << QStringList{u"İ"_s, u"İs"_s, u"İst"_s};
         QTest::newRow("ışık") << u"ışık"_s << QStringList{u"I"_s, u"Iş"_s, u"Işı"_s, u"Işık"_s};
         QTest::newRow("ömer öz") << u"ömer öz"_s << QStringList{u"Ö"_s,     u"Öm"_s,     u"Öme"_s,    u"Ömer"_s,

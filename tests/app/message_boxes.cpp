@@ -3,6 +3,7 @@
 #include "app/font_dialog.h"
 #include "app/search_list.h"
 #include "base/error.h"
+#include "tests/support/columns.h"
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
@@ -36,8 +37,7 @@ class MessageBoxesTest : public QObject {
 private slots:
     void questionIsAnsweredByItsButtons_data()
     {
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<bool>("yes");
+        addColumns<QString, bool>("caption", "yes");
         QTest::newRow("Evet") << u"Evet"_s << true;
         QTest::newRow("Hayır") << u"Hayır"_s << false;
         QTest::newRow("close box") << QString() << false;

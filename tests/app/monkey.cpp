@@ -4,6 +4,7 @@
 #include "store/jet/care/check.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/pseudo_terminal.h"
+#include "tests/support/columns.h"
 
 #include <QFile>
 #include <random>
@@ -386,8 +387,7 @@ private slots:
 
     void anyOrderOfTouchesLeavesTheScreenAndTheBooksWhole_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<bool>("realFile");
+        addColumns<bool, bool>("english", "realFile");
         // PRESVA_SEEDS lets it go on for longer than the usual run.
         const int wanted = qEnvironmentVariableIntValue("PRESVA_SEEDS");
         const int seeds = wanted > 0 ? wanted : 8;

@@ -2,6 +2,7 @@
 
 #include "mill/queries.h"
 #include "tests/doors/fake_printer.h"
+#include "tests/support/columns.h"
 #include "tools/scenario_world.h"
 #include <QHeaderView>
 #include <QPointingDevice>
@@ -302,10 +303,7 @@ private slots:
 
     void changedDayReordersAndReports_data()
     {
-        QTest::addColumn<bool>("firstChanged");
-        QTest::addColumn<QDate>("day");
-        QTest::addColumn<QDate>("first");
-        QTest::addColumn<QDate>("last");
+        addColumns<bool, QDate, QDate, QDate>("firstChanged", "day", "first", "last");
         QTest::addColumn<int>("rows"); // the totals row included
         const QDate second(2025, 2, 2);
         const QDate third(2025, 2, 3);
@@ -781,9 +779,7 @@ private slots:
 
     void sumsAreTheStatementsLastRow_data()
     {
-        QTest::addColumn<QDate>("first");
-        QTest::addColumn<QDate>("last");
-        QTest::addColumn<QString>("name");
+        addColumns<QDate, QDate, QString>("first", "last", "name");
         QTest::addColumn<QString>("end"); ///< of the table
         const QDate second(2025, 2, 2);
         const QDate third(2025, 2, 3);

@@ -3,6 +3,7 @@
 #include "tests/app/counter_world.h"
 #include "tests/scale/ordinary_user.h"
 #include "tests/scale/pseudo_terminal.h"
+#include "tests/support/columns.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -10,6 +11,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <functional>
+#include <optional>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -90,35 +92,38 @@ void addLeavings()
 class ScalePort : public QObject {
     Q_OBJECT
 
+    std::optional<WeighingCounter> counter;
+    Form1* form = nullptr; ///< its screen
+
+    void open(const base::Regional& regional = base::Regional::turkish()) { form = &counter.emplace(regional).form; }
+
 private slots:
+    void init() { open(); }
+    void cleanup() { counter.reset(); }
     void initTestCase() { applyTheme(*qApp); }
 
     void checkedConnectItemOpensThePortAtEveryActivation()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        counter.store("Baglan", u"True"_s);
-        form.start();
-        QVERIFY(form.Bağlantı->checked());
-        QVERIFY(form.TeraziComm->portOpen());
-        form.TeraziComm->setPortOpen(false);
-        form.activated();
-        QVERIFY(form.TeraziComm->portOpen());
-        QCOMPARE(counter.prompt.exclamations, QStringList());
+        counter->store("Baglan", u"True"_s);
+        form->start();
+        QVERIFY(form->Bağlantı->checked());
+        QVERIFY(form->TeraziComm->portOpen());
+        form->TeraziComm->setPortOpen(false);
+        form->activated();
+        QVERIFY(form->TeraziComm->portOpen());
+        QCOMPARE(counter->prompt.exclamations, QStringList());
     }
 
     void activationOpensTheOpenPortAfresh()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        counter.store("Baglan", u"True"_s);
-        form.start();
-        counter.store("CommPort", u"3"_s);
-        form.activated();
-        QVERIFY(form.TeraziComm->portOpen());
-        QCOMPARE(form.TeraziComm->commPort(), 3); // an open port would have refused the number
-        counter.hear(counter.third, "  70kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"70"_s);
+        counter->store("Baglan", u"True"_s);
+        form->start();
+        counter->store("CommPort", u"3"_s);
+        form->activated();
+        QVERIFY(form->TeraziComm->portOpen());
+        QCOMPARE(form->TeraziComm->commPort(), 3); // an open port would have refused the number
+        counter->hear(counter->third, "  70kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"70"_s);
     }
 
     void activationGoesOnWhereTheReportOfTheNewDayFails_data()
@@ -131,69 +136,62 @@ private slots:
     void activationGoesOnWhereTheReportOfTheNewDayFails()
     {
         QFETCH(bool, panel);
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"O'Neil"_s);
-        counter.store("Baglan", u"True"_s);
-        form.start();
-        Counter::click(form.YeniCmd[1]);
-        CaptionLabel* edited = form.TxtLbl[0];
+        counter->addCustomer(u"O'Neil"_s);
+        counter->store("Baglan", u"True"_s);
+        form->start();
+        Counter::click(form->YeniCmd[1]);
+        CaptionLabel* edited = form->TxtLbl[0];
         if (panel) {
-            Counter::click(form.GünlükCmd);
-            Counter::click(form.Option1[1]);
-            edited = form.GünLbl;
+            Counter::click(form->GünlükCmd);
+            Counter::click(form->Option1[1]);
+            edited = form->GünLbl;
         }
-        counter.key(u"o"_s);
-        counter.pick(u"O'Neil"_s);
-        form.dbListe1->setVisible(true);
-        form.Kaydet->setVisible(!panel);
-        counter.prompt.errors.clear();
+        counter->key(u"o"_s);
+        counter->pick(u"O'Neil"_s);
+        form->dbListe1->setVisible(true);
+        form->Kaydet->setVisible(!panel);
+        counter->prompt.errors.clear();
 
-        counter.clock.pass(qint64(12) * 60 * 60); // past midnight
-        counter.inPortDialog(
+        counter->clock.pass(qint64(12) * 60 * 60); // past midnight
+        counter->inPortDialog(
             [](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdCancel")->click(); });
-        QCOMPARE(counter.prompt.errors, QList<int>{3075});
-        QCOMPARE(form.DTPickerBas->value(), counter.clock.now.date());
-        QCOMPARE(form.DTPickerSon->value(), counter.clock.now.date());
-        QCOMPARE(form.AktifKontrol, 0.0f);
-        QVERIFY(form.Frame1[0]->enabled() && !form.Frame1[1]->enabled());
-        QCOMPARE(form.AktifLbl, edited);
-        QVERIFY(!form.Kaydet->visible());
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(form.Bağlantı->checked());
-        QVERIFY(form.TeraziComm->portOpen());
-        counter.hear(counter.first, "  70kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"70"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{3075});
+        QCOMPARE(form->DTPickerBas->value(), counter->clock.now.date());
+        QCOMPARE(form->DTPickerSon->value(), counter->clock.now.date());
+        QCOMPARE(form->AktifKontrol, 0.0f);
+        QVERIFY(form->Frame1[0]->enabled() && !form->Frame1[1]->enabled());
+        QCOMPARE(form->AktifLbl, edited);
+        QVERIFY(!form->Kaydet->visible());
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(form->Bağlantı->checked());
+        QVERIFY(form->TeraziComm->portOpen());
+        counter->hear(counter->first, "  70kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"70"_s);
     }
 
     void uncheckedConnectItemLeavesThePortClosed()
     {
-        WeighingCounter counter;
-        counter.store("Baglan", u"False"_s);
-        counter.store("Settings", u"nonsense"_s);
-        counter.form.start();
-        QVERIFY(!counter.form.TeraziComm->portOpen());
-        QCOMPARE(counter.prompt.exclamations, QStringList());
+        counter->store("Baglan", u"False"_s);
+        counter->store("Settings", u"nonsense"_s);
+        form->start();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QCOMPARE(counter->prompt.exclamations, QStringList());
     }
 
     void connectItemOpensAndCloses()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
+        form->start();
         for (const bool connected : {true, false, true}) {
-            form.Bağlantı->trigger();
-            QCOMPARE(form.Bağlantı->checked(), connected);
-            QCOMPARE(form.TeraziComm->portOpen(), connected);
-            QCOMPARE(counter.stored("Baglan"), connected ? u"True"_s : u"False"_s);
+            form->Bağlantı->trigger();
+            QCOMPARE(form->Bağlantı->checked(), connected);
+            QCOMPARE(form->TeraziComm->portOpen(), connected);
+            QCOMPARE(counter->stored("Baglan"), connected ? u"True"_s : u"False"_s);
         }
     }
 
     void storedPortIsOpened_data()
     {
-        QTest::addColumn<QString>("Settings");
-        QTest::addColumn<QString>("CommPort");
-        QTest::addColumn<QString>("Handshaking");
+        addColumns<QString, QString, QString>("Settings", "CommPort", "Handshaking");
         QTest::addColumn<QString>("opened"); // number, settings, flow control
         // clang-format off
         QTest::newRow("nothing stored") << "" << "" << "" << "1 9600,n,8,1 0";
@@ -211,24 +209,21 @@ private slots:
         QFETCH(QString, Settings);
         QFETCH(QString, CommPort);
         QFETCH(QString, Handshaking);
-        WeighingCounter counter;
-        scale::TeraziComm& line = *counter.form.TeraziComm;
-        if (!Settings.isEmpty()) counter.store("Settings", Settings);
-        if (!CommPort.isEmpty()) counter.store("CommPort", CommPort);
-        if (!Handshaking.isEmpty()) counter.store("Handshaking", Handshaking);
-        counter.store("Baglan", u"True"_s);
-        counter.form.start();
+        scale::TeraziComm& line = *form->TeraziComm;
+        if (!Settings.isEmpty()) counter->store("Settings", Settings);
+        if (!CommPort.isEmpty()) counter->store("CommPort", CommPort);
+        if (!Handshaking.isEmpty()) counter->store("Handshaking", Handshaking);
+        counter->store("Baglan", u"True"_s);
+        form->start();
         QVERIFY(line.portOpen());
         QTEST(u"%1 %2 %3"_s.arg(line.commPort()).arg(line.settings()).arg(line.handshaking()), "opened");
-        QCOMPARE(counter.prompt.exclamations, QStringList());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void unusableSettingsAreReportedAndThePortStaysClosed_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("error");
+        addColumns<QString, QString, int>("key", "text", "error");
         QTest::addColumn<int>("port"); // afterwards; 3 is stored
         // clang-format off
         QTest::newRow("settings string") << "Settings" << "9600,X,8,1" << 380 << 1;
@@ -244,98 +239,89 @@ private slots:
         QFETCH(QString, key);
         QFETCH(QString, text);
         QFETCH(int, error);
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        QVERIFY(form.TeraziComm->portOpen());
-        counter.store(key.toLatin1(), text);
-        counter.store("CommPort", u"3"_s);
-        form.activated();
+        form->start();
+        form->Bağlantı->trigger();
+        QVERIFY(form->TeraziComm->portOpen());
+        counter->store(key.toLatin1(), text);
+        counter->store("CommPort", u"3"_s);
+        form->activated();
         const QString sentence = error == 380 ? scale::commError(error).text() : base::runtimeError(error).text();
-        QCOMPARE(counter.prompt.exclamations, QStringList{sentence});
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QVERIFY(!form.TeraziComm->portOpen());
-        QTEST(form.TeraziComm->commPort(), "port");
-        QVERIFY(form.Bağlantı->checked());
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]); // the activation itself is done
+        QCOMPARE(counter->prompt.exclamations, QStringList{sentence});
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QVERIFY(!form->TeraziComm->portOpen());
+        QTEST(form->TeraziComm->commPort(), "port");
+        QVERIFY(form->Bağlantı->checked());
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]); // the activation itself is done
     }
 
     void settingsAreReadAgainAtEachOpening()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        QCOMPARE(form.TeraziComm->settings(), u"9600,n,8,1"_s);
-        form.Bağlantı->trigger();
-        counter.store("Settings", u"4800,n,8,1"_s);
-        form.Bağlantı->trigger();
-        QCOMPARE(form.TeraziComm->settings(), u"4800,n,8,1"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        QCOMPARE(form->TeraziComm->settings(), u"9600,n,8,1"_s);
+        form->Bağlantı->trigger();
+        counter->store("Settings", u"4800,n,8,1"_s);
+        form->Bağlantı->trigger();
+        QCOMPARE(form->TeraziComm->settings(), u"4800,n,8,1"_s);
     }
 
     void missingPortIsSilent()
     {
-        WeighingCounter counter;
-        counter.store("CommPort", u"3"_s);
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com3"_s)));
-        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com3"_s)));
-        counter.store("Baglan", u"True"_s);
-        counter.form.start();
-        QVERIFY(!counter.form.TeraziComm->portOpen());
-        QVERIFY(counter.form.Bağlantı->checked());
-        QCOMPARE(counter.prompt.exclamations, QStringList());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        counter->store("CommPort", u"3"_s);
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com3"_s)));
+        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter->folder.filePath(u"com3"_s)));
+        counter->store("Baglan", u"True"_s);
+        form->start();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QVERIFY(form->Bağlantı->checked());
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void busyPortIsSilent()
     {
-        WeighingCounter counter;
-        scale::TeraziComm other(scale::systemPorts(counter.folder.path()));
+        scale::TeraziComm other(scale::systemPorts(counter->folder.path()));
         other.setPortOpen(true);
-        counter.store("Baglan", u"True"_s);
-        counter.form.start();
-        QVERIFY(!counter.form.TeraziComm->portOpen());
-        QCOMPARE(counter.prompt.exclamations, QStringList());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QVERIFY(counter.form.status->text().startsWith(u"Terazi: Com1 açılamadı, başka bir program kullanıyor"_s));
+        counter->store("Baglan", u"True"_s);
+        form->start();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QVERIFY(form->status->text().startsWith(u"Terazi: Com1 açılamadı, başka bir program kullanıyor"_s));
 
         other.setPortOpen(false);
-        counter.form.activated();
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(counter.form.Label2[0]->caption(), u"100"_s);
+        form->activated();
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"100"_s);
     }
 
     void loadingAloneOpensNoPort()
     {
-        WeighingCounter counter;
-        counter.store("Baglan", u"True"_s);
-        counter.form.Form_Load();
-        QVERIFY(!counter.form.TeraziComm->portOpen());
-        QVERIFY(!counter.form.Bağlantı->checked());
-        counter.form.activated();
-        QVERIFY(counter.form.TeraziComm->portOpen());
+        counter->store("Baglan", u"True"_s);
+        form->Form_Load();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QVERIFY(!form->Bağlantı->checked());
+        form->activated();
+        QVERIFY(form->TeraziComm->portOpen());
     }
 
     void choicesStoredBetweenTwoActivationsHoldFromTheSecond()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        QVERIFY(!form.TeraziComm->portOpen());
+        form->start();
+        QVERIFY(!form->TeraziComm->portOpen());
         for (const bool on : {true, false}) {
-            const bool open = form.TeraziComm->portOpen();
-            counter.settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, on);
-            counter.settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, on);
-            QCOMPARE(form.CapsDurum, !on);
-            QCOMPARE(form.Bağlantı->checked(), !on);
-            QCOMPARE(form.TeraziComm->portOpen(), open);
-            form.activated();
-            QCOMPARE(form.CapsDurum, on);
-            QCOMPARE(form.Label1[47]->caption(), on ? u"AB"_s : u"ab"_s);
-            QCOMPARE(form.Bağlantı->checked(), on);
+            const bool open = form->TeraziComm->portOpen();
+            counter->settings.saveFlag(u"presva"_s, keypadSection, u"Caps"_s, on);
+            counter->settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, on);
+            QCOMPARE(form->CapsDurum, !on);
+            QCOMPARE(form->Bağlantı->checked(), !on);
+            QCOMPARE(form->TeraziComm->portOpen(), open);
+            form->activated();
+            QCOMPARE(form->CapsDurum, on);
+            QCOMPARE(form->Label1[47]->caption(), on ? u"AB"_s : u"ab"_s);
+            QCOMPARE(form->Bağlantı->checked(), on);
             // An unchecked item opens no port, and closes none either: that is for the item itself.
-            QVERIFY(form.TeraziComm->portOpen());
+            QVERIFY(form->TeraziComm->portOpen());
         }
     }
 
@@ -344,19 +330,17 @@ private slots:
     void leavingTheDialogRunsTheActivation()
     {
         QFETCH(Leaving, leave);
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        Counter::click(form.YeniCmd[1]);
-        for (DropDownList* list : form.Combo1) list->setListIndex(2);
-        form.DTPickerSon->setValue(QDate(2025, 11, 3));
-        form.DTPickerBas->setValue(QDate(2025, 11, 2));
-        counter.inPortDialog(leave);
-        QCOMPARE(form.AktifKontrol, 0.0f);
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-        for (const DropDownList* list : form.Combo1) QCOMPARE(list->listIndex(), 0);
-        QCOMPARE(form.DTPickerBas->value(), counter.clock.now.date());
-        QCOMPARE(form.DTPickerSon->value(), counter.clock.now.date());
+        form->start();
+        Counter::click(form->YeniCmd[1]);
+        for (DropDownList* list : form->Combo1) list->setListIndex(2);
+        form->DTPickerSon->setValue(QDate(2025, 11, 3));
+        form->DTPickerBas->setValue(QDate(2025, 11, 2));
+        counter->inPortDialog(leave);
+        QCOMPARE(form->AktifKontrol, 0.0f);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        for (const DropDownList* list : form->Combo1) QCOMPARE(list->listIndex(), 0);
+        QCOMPARE(form->DTPickerBas->value(), counter->clock.now.date());
+        QCOMPARE(form->DTPickerSon->value(), counter->clock.now.date());
     }
 
     void leavingTheDialogReopensTheConnectedPort_data() { addLeavings(); }
@@ -364,189 +348,165 @@ private slots:
     void leavingTheDialogReopensTheConnectedPort()
     {
         QFETCH(Leaving, leave);
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        counter.store("Baglan", u"True"_s);
-        counter.store("CommPort", u"3"_s);
-        form.start();
-        counter.inPortDialog([&](scale::frmProperties& dialog) {
-            QVERIFY(!form.TeraziComm->portOpen());
-            QVERIFY(form.status->text().startsWith(u"Terazi: bağlı değil"_s));
+        counter->store("Baglan", u"True"_s);
+        counter->store("CommPort", u"3"_s);
+        form->start();
+        counter->inPortDialog([&](scale::frmProperties& dialog) {
+            QVERIFY(!form->TeraziComm->portOpen());
+            QVERIFY(form->status->text().startsWith(u"Terazi: bağlı değil"_s));
             dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(0);
             leave(dialog);
         });
-        QVERIFY(form.TeraziComm->portOpen());
-        QCOMPARE(form.PortAyarlar->caption(), u"Port Ayar Com=3"_s);
-        QVERIFY(form.status->text().startsWith(u"Com3: "_s));
-        QCOMPARE(counter.stored("CommPort"), u"3"_s);
-        counter.hear(counter.third, "  70kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"70"_s);
+        QVERIFY(form->TeraziComm->portOpen());
+        QCOMPARE(form->PortAyarlar->caption(), u"Port Ayar Com=3"_s);
+        QVERIFY(form->status->text().startsWith(u"Com3: "_s));
+        QCOMPARE(counter->stored("CommPort"), u"3"_s);
+        counter->hear(counter->third, "  70kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"70"_s);
     }
 
     void cancelledDialogLeavesAnUnconnectedPortClosed()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.inPortDialog(
+        form->start();
+        counter->inPortDialog(
             [](scale::frmProperties& dialog) { dialog.findChild<QPushButton*>("cmdCancel")->click(); });
-        QVERIFY(!form.TeraziComm->portOpen());
-        QCOMPARE(form.PortAyarlar->caption(), u"Port Ayarları"_s);
-        QCOMPARE(counter.stored("CommPort"), u"-"_s);
-        QVERIFY(form.status->text().startsWith(u"Terazi: bağlı değil"_s));
+        QVERIFY(!form->TeraziComm->portOpen());
+        QCOMPARE(form->PortAyarlar->caption(), u"Port Ayarları"_s);
+        QCOMPARE(counter->stored("CommPort"), u"-"_s);
+        QVERIFY(form->status->text().startsWith(u"Terazi: bağlı değil"_s));
     }
 
     void choiceOfTheDialogIsInForceAtOnce()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.inPortDialog([](scale::frmProperties& dialog) {
+        form->start();
+        counter->inPortDialog([](scale::frmProperties& dialog) {
             dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(2);
             dialog.findChild<QPushButton*>("cmdOK")->click();
         });
-        QVERIFY(!form.Bağlantı->checked());
-        QCOMPARE(form.PortAyarlar->caption(), u"Port Ayar Com=3"_s);
-        counter.hear(counter.third, "  70kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"70"_s);
+        QVERIFY(!form->Bağlantı->checked());
+        QCOMPARE(form->PortAyarlar->caption(), u"Port Ayar Com=3"_s);
+        counter->hear(counter->third, "  70kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"70"_s);
 
         // What the port was closed for is told at once, and only there.
-        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com4"_s)));
-        counter.inPortDialog([](scale::frmProperties& dialog) {
+        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter->folder.filePath(u"com4"_s)));
+        counter->inPortDialog([](scale::frmProperties& dialog) {
             dialog.findChild<QComboBox*>("cboPort")->setCurrentIndex(3);
             dialog.findChild<QPushButton*>("cmdOK")->click();
         });
-        QCOMPARE(form.PortAyarlar->caption(), u"Port Ayarları"_s);
-        QVERIFY(form.status->text().startsWith(u"Terazi: Com4 açılamadı, aygıt takılı değil"_s));
-        QCOMPARE(counter.prompt.exclamations, QStringList());
+        QCOMPARE(form->PortAyarlar->caption(), u"Port Ayarları"_s);
+        QVERIFY(form->status->text().startsWith(u"Terazi: Com4 açılamadı, aygıt takılı değil"_s));
+        QCOMPARE(counter->prompt.exclamations, QStringList());
     }
 
     void weightsGoToTheStationThatIsWorkedOn()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "  1234kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"1.234"_s); // nobody is chosen yet, and weighing goes on
-        QCOMPARE(form.Label3[0]->caption(), u"1.111"_s);
-        QVERIFY(form.YazCmd[0]->enabled());
-        Counter::click(form.YeniCmd[1]);
-        counter.hear(counter.first, "   500kg\r   510kg\r");
-        QCOMPARE(form.Label2[1]->caption(), u"500"_s);
-        QCOMPARE(form.Label2[0]->caption(), u"1.234"_s);
-        QVERIFY(form.YazCmd[1]->enabled());
+        form->start();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "  1234kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"1.234"_s); // nobody is chosen yet, and weighing goes on
+        QCOMPARE(form->Label3[0]->caption(), u"1.111"_s);
+        QVERIFY(form->YazCmd[0]->enabled());
+        Counter::click(form->YeniCmd[1]);
+        counter->hear(counter->first, "   500kg\r   510kg\r");
+        QCOMPARE(form->Label2[1]->caption(), u"500"_s);
+        QCOMPARE(form->Label2[0]->caption(), u"1.234"_s);
+        QVERIFY(form->YazCmd[1]->enabled());
     }
 
     void otherRegionalSettingsGroupTheirWay()
     {
-        WeighingCounter counter(base::Regional::english());
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "1234.5kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"1,235"_s);
-        QCOMPARE(form.Label3[0]->caption(), u"1,112"_s);
+        open(base::Regional::english());
+        form->start();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "1234.5kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"1,235"_s);
+        QCOMPARE(form->Label3[0]->caption(), u"1,112"_s);
     }
 
     void clearedNameLeavesLineAndWeightAlone()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.key(u"Sil"_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), QString());
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"0"_s);
-        QVERIFY(form.status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s));
-        QVERIFY(form.TeraziComm->inBufferCount() > 0);
-        counter.keys(u"a"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        counter->key(u"Sil"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), QString());
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"0"_s);
+        QVERIFY(form->status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s));
+        QVERIFY(form->TeraziComm->inBufferCount() > 0);
+        counter->keys(u"a"_s);
         QTest::qWait(2100);
-        counter.hear(counter.first, "  200kg\r"); // what waited is too old to be a weight
-        QCOMPARE(form.Label2[0]->caption(), u"200"_s);
-        QCOMPARE(form.TeraziComm->inBufferCount(), 0);
+        counter->hear(counter->first, "  200kg\r"); // what waited is too old to be a weight
+        QCOMPARE(form->Label2[0]->caption(), u"200"_s);
+        QCOMPARE(form->TeraziComm->inBufferCount(), 0);
     }
 
     void afterADialogTheFirstStationWeighs()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        Counter::click(form.YeniCmd[1]);
-        form.activated();
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"100"_s);
-        QCOMPARE(form.Label2[1]->caption(), u"0"_s);
-        QCOMPARE(form.TeraziComm->inBufferCount(), 0);
+        form->start();
+        form->Bağlantı->trigger();
+        Counter::click(form->YeniCmd[1]);
+        form->activated();
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"100"_s);
+        QCOMPARE(form->Label2[1]->caption(), u"0"_s);
+        QCOMPARE(form->TeraziComm->inBufferCount(), 0);
     }
 
     void pulledPlugComesBackAlsoWithoutAName()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.key(u"Sil"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        counter->key(u"Sil"_s);
         PseudoTerminal next;
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
-        counter.plugIn(next, 1);
-        counter.pullOut(counter.first);
-        counter.keys(u"a"_s);
-        counter.hear(next, "  200kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"200"_s);
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com1"_s)));
+        counter->plugIn(next, 1);
+        counter->pullOut(counter->first);
+        counter->keys(u"a"_s);
+        counter->hear(next, "  200kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"200"_s);
     }
 
     void pulledPlugComesBackThroughTheForm()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "  100kg\r");
+        form->start();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "  100kg\r");
         PseudoTerminal next;
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
-        counter.plugIn(next, 1);
-        const int before = form.scaleEvents();
-        counter.pullOut(counter.first);
-        counter.hear(next, "  200kg\r");
-        QCOMPARE(form.scaleEvents(), before + 1);
-        QCOMPARE(form.Label2[0]->caption(), u"200"_s);
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com1"_s)));
+        counter->plugIn(next, 1);
+        const int before = form->scaleEvents();
+        counter->pullOut(counter->first);
+        counter->hear(next, "  200kg\r");
+        QCOMPARE(form->scaleEvents(), before + 1);
+        QCOMPARE(form->Label2[0]->caption(), u"200"_s);
 
         // The plug stays out; the status line says so at once, and nothing else does, whatever dialog comes and goes.
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
-        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter.folder.filePath(u"com1"_s)));
-        counter.pullOut(next);
-        form.activated();
-        QVERIFY(form.TeraziComm->portOpen());
-        QVERIFY(form.status->text().startsWith(u"Terazi: Com1 kablo çıktı (bekleniyor)"_s));
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com1"_s)));
+        QVERIFY(QFile::link(u"/dev/nobody-there"_s, counter->folder.filePath(u"com1"_s)));
+        counter->pullOut(next);
+        form->activated();
+        QVERIFY(form->TeraziComm->portOpen());
+        QVERIFY(form->status->text().startsWith(u"Terazi: Com1 kablo çıktı (bekleniyor)"_s));
         PseudoTerminal last;
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
-        counter.plugIn(last, 1);
-        counter.hear(last, "  300kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"300"_s);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(counter.prompt.exclamations, QStringList());
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com1"_s)));
+        counter->plugIn(last, 1);
+        counter->hear(last, "  300kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"300"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->prompt.exclamations, QStringList());
     }
 
     void closedPortIsToldWithItsReason_data()
     {
-        QTest::addColumn<QString>("link");
-        QTest::addColumn<QString>("settings");
-        QTest::addColumn<QString>("told");
-        QTest::newRow("missing") << "/dev/nobody-there"
-                                 << ""
-                                 << "Terazi: Com3 açılamadı, aygıt takılı değil";
-        QTest::newRow("no scale at all") << "/dev/null"
-                                         << ""
-                                         << "Terazi: Com3 açılamadı, hat ayarları uymuyor";
-        QTest::newRow("settings that the line refuses") << ""
-                                                        << "9600,e,7,1"
-                                                        << "Terazi: Com3 açılamadı, hat ayarları uymuyor";
-        QTest::newRow("settings that are none") << ""
-                                                << "9600"
-                                                << "Terazi: port ayarları geçersiz";
+        addColumns<QString, QString, QString>("link", "settings", "told");
+        QTest::newRow("missing") << u"/dev/nobody-there"_s << QString()
+                                 << u"Terazi: Com3 açılamadı, aygıt takılı değil"_s;
+        QTest::newRow("no scale at all") << u"/dev/null"_s << QString()
+                                         << u"Terazi: Com3 açılamadı, hat ayarları uymuyor"_s;
+        QTest::newRow("settings that the line refuses")
+            << QString() << u"9600,e,7,1"_s << u"Terazi: Com3 açılamadı, hat ayarları uymuyor"_s;
+        QTest::newRow("settings that are none") << QString() << u"9600"_s << u"Terazi: port ayarları geçersiz"_s;
     }
 
     void closedPortIsToldWithItsReason()
@@ -554,126 +514,114 @@ private slots:
         QFETCH(QString, link);
         QFETCH(QString, settings);
         QFETCH(QString, told);
-        WeighingCounter counter;
-        counter.store("CommPort", u"3"_s);
-        if (!settings.isEmpty()) counter.store("Settings", settings);
+        counter->store("CommPort", u"3"_s);
+        if (!settings.isEmpty()) counter->store("Settings", settings);
         if (!link.isEmpty()) {
-            QVERIFY(QFile::remove(counter.folder.filePath(u"com3"_s)));
-            QVERIFY(QFile::link(link, counter.folder.filePath(u"com3"_s)));
+            QVERIFY(QFile::remove(counter->folder.filePath(u"com3"_s)));
+            QVERIFY(QFile::link(link, counter->folder.filePath(u"com3"_s)));
         }
-        counter.form.start();
-        counter.form.Bağlantı->trigger();
-        QVERIFY(!counter.form.TeraziComm->portOpen());
-        QVERIFY2(counter.form.status->text().startsWith(told), qPrintable(counter.form.status->text()));
-        counter.form.Bağlantı->trigger();
-        QVERIFY(counter.form.status->text().startsWith(u"Terazi: bağlı değil"_s));
+        form->start();
+        form->Bağlantı->trigger();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QVERIFY2(form->status->text().startsWith(told), qPrintable(form->status->text()));
+        form->Bağlantı->trigger();
+        QVERIFY(form->status->text().startsWith(u"Terazi: bağlı değil"_s));
     }
 
     void missingRightToThePortIsTold()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.store("Baglan", u"True"_s);
-        QCOMPARE(::chmod(qPrintable(counter.folder.path()), 0755), 0); // the way to the device stays open
-        QCOMPARE(::chmod(qPrintable(counter.first.path()), 0), 0);
+        form->start();
+        counter->store("Baglan", u"True"_s);
+        QCOMPARE(::chmod(qPrintable(counter->folder.path()), 0755), 0); // the way to the device stays open
+        QCOMPARE(::chmod(qPrintable(counter->first.path()), 0), 0);
         {
             const OrdinaryUser user;
-            form.activated();
+            form->activated();
         }
-        QVERIFY(form.Bağlantı->checked());
-        QVERIFY(!form.TeraziComm->portOpen());
-        QVERIFY2(form.status->text().startsWith(u"Terazi: Com1 açılamadı, kullanma izni yok"_s),
-                 qPrintable(form.status->text()));
-        QCOMPARE(counter.prompt.exclamations, QStringList());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        QVERIFY(form->Bağlantı->checked());
+        QVERIFY(!form->TeraziComm->portOpen());
+        QVERIFY2(form->status->text().startsWith(u"Terazi: Com1 açılamadı, kullanma izni yok"_s),
+                 qPrintable(form->status->text()));
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void halfLineIsNoWeight()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "  100kg");
-        QCOMPARE(form.Label2[0]->caption(), u"0"_s);
-        QVERIFY(form.status->text().startsWith(u"Com1: tanınmayan satır"_s));
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"100"_s);
-        QVERIFY(!form.status->text().contains(u"tanınmayan satır"_s));
+        form->start();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "  100kg");
+        QCOMPARE(form->Label2[0]->caption(), u"0"_s);
+        QVERIFY(form->status->text().startsWith(u"Com1: tanınmayan satır"_s));
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"100"_s);
+        QVERIFY(!form->status->text().contains(u"tanınmayan satır"_s));
     }
 
     void lineThatCameBackIsNotJudgedByAnOldText()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "Net 12kg\r");
-        QVERIFY(form.status->text().startsWith(u"Com1: tanınmayan satır"_s));
+        form->start();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "Net 12kg\r");
+        QVERIFY(form->status->text().startsWith(u"Com1: tanınmayan satır"_s));
         PseudoTerminal next;
-        QVERIFY(QFile::remove(counter.folder.filePath(u"com1"_s)));
-        counter.plugIn(next, 1);
-        counter.pullOut(counter.first);
-        QTRY_VERIFY(form.TeraziComm->isPluggedIn());
-        QCOMPARE(form.Label2[0]->caption(), u"Net 12\r"_s);
-        QVERIFY2(form.status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s), qPrintable(form.status->text()));
+        QVERIFY(QFile::remove(counter->folder.filePath(u"com1"_s)));
+        counter->plugIn(next, 1);
+        counter->pullOut(counter->first);
+        QTRY_VERIFY(form->TeraziComm->isPluggedIn());
+        QCOMPARE(form->Label2[0]->caption(), u"Net 12\r"_s);
+        QVERIFY2(form->status->text().startsWith(u"Com1: bağlı, tartım bekleniyor"_s),
+                 qPrintable(form->status->text()));
     }
 
     void badLinesAreReportedOnceUntilTheOperatorActsOnThePort()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        for (int i = 0; i < 3; ++i) counter.hear(counter.first, "Net 10" + QByteArray::number(i) + "kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"Net 102\r"_s);
-        QCOMPARE(counter.prompt.errors, QList<int>{13});
-        QVERIFY(form.status->text().contains(u"tanınmayan satır"_s));
-        counter.hear(counter.first, "  100kg\r");
-        QVERIFY(!form.status->text().contains(u"tanınmayan satır"_s));
+        form->start();
+        form->Bağlantı->trigger();
+        for (int i = 0; i < 3; ++i) counter->hear(counter->first, "Net 10" + QByteArray::number(i) + "kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"Net 102\r"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{13});
+        QVERIFY(form->status->text().contains(u"tanınmayan satır"_s));
+        counter->hear(counter->first, "  100kg\r");
+        QVERIFY(!form->status->text().contains(u"tanınmayan satır"_s));
         for (int i = 0; i < 2; ++i) { // the second is the text that is shown already
-            counter.hear(counter.first, "Net 100kg\r");
-            QCOMPARE(counter.prompt.errors, QList<int>{13});
-            QVERIFY(form.status->text().contains(u"tanınmayan satır"_s));
+            counter->hear(counter->first, "Net 100kg\r");
+            QCOMPARE(counter->prompt.errors, QList<int>{13});
+            QVERIFY(form->status->text().contains(u"tanınmayan satır"_s));
         }
-        QVERIFY(form.TeraziComm->portOpen());
+        QVERIFY(form->TeraziComm->portOpen());
 
-        form.Bağlantı->trigger();
-        form.Bağlantı->trigger();
-        counter.hear(counter.first, "Net 101kg\r");
-        QCOMPARE(counter.prompt.errors, (QList<int>{13, 13}));
+        form->Bağlantı->trigger();
+        form->Bağlantı->trigger();
+        counter->hear(counter->first, "Net 101kg\r");
+        QCOMPARE(counter->prompt.errors, (QList<int>{13, 13}));
     }
 
     void weightDoesNotTouchTheKeypadsField()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.keys(u"al"_s);
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(form.AktifLbl, form.TxtLbl[0]);
-        counter.keys(u"i"_s);
-        QCOMPARE(form.TxtLbl[0]->caption(), u"Ali"_s);
-        QCOMPARE(form.Label2[0]->caption(), u"100"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        counter->keys(u"al"_s);
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        counter->keys(u"i"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"Ali"_s);
+        QCOMPARE(form->Label2[0]->caption(), u"100"_s);
     }
 
     void keypadTypesOverAWeight()
     {
-        WeighingCounter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Bağlantı->trigger();
-        counter.keys(u"a"_s);
-        Counter::click(form.Label2[0]);
-        counter.hear(counter.first, "  100kg\r");
-        counter.keys(u"5"_s);
-        QCOMPARE(form.Label2[0]->caption(), u"1.005"_s);
-        counter.hear(counter.first, "  100kg\r");
-        QCOMPARE(form.Label2[0]->caption(), u"100"_s);
-        QCOMPARE(form.Label3[0]->caption(), u"90"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        counter->keys(u"a"_s);
+        Counter::click(form->Label2[0]);
+        counter->hear(counter->first, "  100kg\r");
+        counter->keys(u"5"_s);
+        QCOMPARE(form->Label2[0]->caption(), u"1.005"_s);
+        counter->hear(counter->first, "  100kg\r");
+        QCOMPARE(form->Label2[0]->caption(), u"100"_s);
+        QCOMPARE(form->Label3[0]->caption(), u"90"_s);
     }
 };
 

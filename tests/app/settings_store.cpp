@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "base/numbers.h"
 #include "tests/doors/fake_registry.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
@@ -34,8 +35,7 @@ private slots:
 
     void absentKeysGiveTheirDefaults_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("otherwise");
+        addColumns<QString, QString>("key", "otherwise");
         QTest::newRow("font") << u"Font"_s << u"Arial"_s;
         QTest::newRow("size") << u"Size"_s << u"8"_s;
         for (const char* key : {"Settings", "CommPort", "Handshaking"})
@@ -141,8 +141,7 @@ private slots:
 
     void onlyTheTwoWordsAreFlags_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("text", "expected");
         QTest::newRow("True") << u"True"_s << u"True"_s;
         QTest::newRow("False") << u"False"_s << u"False"_s;
         QTest::newRow("small letters") << u"true"_s << u"True"_s;

@@ -1,7 +1,9 @@
 #include "app/setting_names.h"
 #include "store/jet/care/check.h"
 #include "tests/app/counter_world.h"
+#include "tests/support/columns.h"
 #include <QTimer>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -22,7 +24,14 @@ QStringList captions(const Form1& form, int station)
 class SlipAndRecord : public QObject {
     Q_OBJECT
 
+    std::optional<Counter> counter;
+    Form1* form = nullptr; ///< its screen
+
+    void open(const base::Regional& regional = base::Regional::turkish()) { form = &counter.emplace(regional).form; }
+
 private slots:
+    void init() { open(); }
+    void cleanup() { counter.reset(); }
     void initTestCase() { applyTheme(*qApp); }
 
     void printedPressingIsStoredFieldByField_data()
@@ -36,46 +45,43 @@ private slots:
     void printedPressingIsStoredFieldByField()
     {
         QFETCH(bool, english);
-        Counter counter(english ? base::Regional::english() : base::Regional::turkish());
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ışıl"_s);
-        counter.keys(u"5"_s);
-        form.Combo1[0]->setListIndex(1);
-        Counter::click(form.HakCmd[0]);
-        Counter::click(form.Haklbl[0]);
-        counter.keys(u"1,75"_s);
-        Counter::click(form.Label3[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"1500"_s);
-        QTEST((QStringList{form.Haklbl[0]->caption(), form.Label3[0]->caption(), form.HakTut[0]->caption(),
-                           form.Verilen[0]->caption()}),
+        open(english ? base::Regional::english() : base::Regional::turkish());
+        form->start();
+        counter->pressingOf(u"ışıl"_s);
+        counter->keys(u"5"_s);
+        form->Combo1[0]->setListIndex(1);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"1,75"_s);
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"1500"_s);
+        QTEST((QStringList{form->Haklbl[0]->caption(), form->Label3[0]->caption(), form->HakTut[0]->caption(),
+                           form->Verilen[0]->caption()}),
               "shown");
-        counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList{"20.11.2025 14:05:07|10005|1500|1,75|26|0|Işıl"});
-        QCOMPARE(form.Label4[0]->caption(), u"150 Kap"_s);
-        QVERIFY(form.YazCmd[0]->enabled());
-        QVERIFY(!counter.notes.open());
+        counter->clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5, 7, 900));
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Işıl|1,75|10 Litrelik Kap|0"});
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList{"20.11.2025 14:05:07|10005|1500|1,75|26|0|Işıl"});
+        QCOMPARE(form->Label4[0]->caption(), u"150 Kap"_s);
+        QVERIFY(form->YazCmd[0]->enabled());
+        QVERIFY(!counter->notes.open());
     }
 
     void nothingIsWrittenBeforeThePrinterHasTheSlip()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
         int steps = 0;
-        counter.paper.before = [&](FakePrinter::Step) {
+        counter->paper.before = [&](FakePrinter::Step) {
             ++steps;
-            QCOMPARE(counter.watched.writes, QStringList());
-            QVERIFY(counter.paper.sent.isEmpty());
+            QCOMPARE(counter->watched.writes, QStringList());
+            QVERIFY(counter->paper.sent.isEmpty());
         };
-        Counter::click(form.YazCmd[0]);
+        Counter::click(form->YazCmd[0]);
         QCOMPARE(steps, 3);
-        QCOMPARE(counter.watched.writes, (QStringList{"insert Cari", "insert Hareket"}));
+        QCOMPARE(counter->watched.writes, (QStringList{"insert Cari", "insert Hareket"}));
     }
 
     void slipThatIsNotPrintedLeavesNothing_data()
@@ -90,57 +96,54 @@ private slots:
     void slipThatIsNotPrintedLeavesNothing()
     {
         QFETCH(QString, fault);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
-        form.activated();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
+        form->activated();
+        counter->pressingOf(u"ali"_s);
         const auto setting = [&](const char* key) {
-            counter.settings.save(programTitle, propertiesSection, QString::fromLatin1(key), u"sekiz"_s);
+            counter->settings.save(programTitle, propertiesSection, QString::fromLatin1(key), u"sekiz"_s);
         };
         const auto caption = [&](FieldLabel* field) {
             field->onChange({});
             field->setCaption(u"1234KG"_s);
         };
         const auto share = [&] {
-            Counter::click(form.HakCmd[0]);
-            QVERIFY(form.HakVar[0]);
+            Counter::click(form->HakCmd[0]);
+            QVERIFY(form->HakVar[0]);
         };
-        if (fault == u"no printer") counter.paper.failAt = FakePrinter::Step::paper;
-        if (fault == u"job refused") counter.paper.failAt = FakePrinter::Step::create;
-        if (fault == u"pages refused") counter.paper.failAt = FakePrinter::Step::send;
-        if (fault == u"note not written") counter.noteDisk.capacity = 0;
+        if (fault == u"no printer") counter->paper.failAt = FakePrinter::Step::paper;
+        if (fault == u"job refused") counter->paper.failAt = FakePrinter::Step::create;
+        if (fault == u"pages refused") counter->paper.failAt = FakePrinter::Step::send;
+        if (fault == u"note not written") counter->noteDisk.capacity = 0;
         if (fault == u"font size") setting("Size");
         if (fault == u"bold flag") setting("Bold");
         if (fault == u"italic flag") setting("Ital");
-        if (fault == u"weight") caption(form.Label2[0]);
-        if (fault == u"oil") caption(form.Label3[0]);
-        if (fault == u"fee") caption(form.NakitLbl[0]);
+        if (fault == u"weight") caption(form->Label2[0]);
+        if (fault == u"oil") caption(form->Label3[0]);
+        if (fault == u"fee") caption(form->NakitLbl[0]);
         if (fault == u"share" || fault == u"handed over") share();
-        if (fault == u"share") caption(form.HakTut[0]);
-        if (fault == u"handed over") caption(form.Verilen[0]);
-        if (fault == u"container") form.Combo1[0]->setListIndex(-1);
-        const QStringList before = captions(form, 0);
+        if (fault == u"share") caption(form->HakTut[0]);
+        if (fault == u"handed over") caption(form->Verilen[0]);
+        if (fault == u"container") form->Combo1[0]->setListIndex(-1);
+        const QStringList before = captions(*form, 0);
 
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent, QList<int>{});
-        QCOMPARE(counter.watched.writes, QStringList());
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
-        QCOMPARE(captions(form, 0), before);
-        QVERIFY(form.YazCmd[0]->enabled());
-        QVERIFY(!form.KapFrm[0]->visible());
-        QVERIFY(!counter.notes.open());
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent, QList<int>{});
+        QCOMPARE(counter->watched.writes, QStringList());
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
+        QCOMPARE(captions(*form, 0), before);
+        QVERIFY(form->YazCmd[0]->enabled());
+        QVERIFY(!form->KapFrm[0]->visible());
+        QVERIFY(!counter->notes.open());
         // Without a word.
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(counter.prompt.exclamations, QStringList());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->prompt.exclamations, QStringList());
     }
 
     void countOnTheScreenStaysWhenALaterLineFails_data()
     {
-        QTest::addColumn<bool>("container");
-        QTest::addColumn<QString>("count");
+        addColumns<bool, QString>("container", "count");
         QTest::newRow("before the containers") << false << u"0 Kap"_s;
         QTest::newRow("after the containers") << true << u"180 Kap"_s;
     }
@@ -148,82 +151,73 @@ private slots:
     void countOnTheScreenStaysWhenALaterLineFails()
     {
         QFETCH(bool, container);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.HakCmd[0]);
-        form.Verilen[0]->setCaption(u"?"_s);
-        if (!container) form.Combo1[0]->setListIndex(-1);
-        Counter::click(form.YazCmd[0]);
-        QTEST(form.Label4[0]->caption(), "count");
-        QVERIFY(counter.paper.sent.isEmpty());
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->HakCmd[0]);
+        form->Verilen[0]->setCaption(u"?"_s);
+        if (!container) form->Combo1[0]->setListIndex(-1);
+        Counter::click(form->YazCmd[0]);
+        QTEST(form->Label4[0]->caption(), "count");
+        QVERIFY(counter->paper.sent.isEmpty());
     }
 
     void slipGoesOutAfterTheFaultIsMended()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
         for (const auto fault : {FakePrinter::Step::paper, FakePrinter::Step::create, FakePrinter::Step::send}) {
-            counter.paper.failAt = fault;
-            Counter::click(form.YazCmd[0]);
+            counter->paper.failAt = fault;
+            Counter::click(form->YazCmd[0]);
         }
-        counter.paper.failAt.reset();
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+        counter->paper.failAt.reset();
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
     }
 
     void secondTapDuringASlipIsDropped()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
         int taps = 0;
         // The tap waits in the queue while the slip is composed, as a finger's does.
-        counter.paper.before = [&](FakePrinter::Step step) {
+        counter->paper.before = [&](FakePrinter::Step step) {
             if (step != FakePrinter::Step::paper || taps > 0) return;
-            QTimer::singleShot(0, &form, [&] {
+            QTimer::singleShot(0, form, [&] {
                 ++taps;
-                Counter::click(form.YazCmd[0]);
+                Counter::click(form->YazCmd[0]);
             });
         };
-        Counter::click(form.YazCmd[0]);
+        Counter::click(form->YazCmd[0]);
         QCoreApplication::processEvents();
         QCOMPARE(taps, 1);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
     }
 
     void buttonStaysDisabledUntilTheSlipIsDone()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
         bool enabledInside = true;
         bool otherInside = false;
-        form.YazCmd[1]->setEnabled(true);
-        counter.paper.before = [&](FakePrinter::Step) {
-            enabledInside = form.YazCmd[0]->enabled();
-            otherInside = form.YazCmd[1]->enabled();
+        form->YazCmd[1]->setEnabled(true);
+        counter->paper.before = [&](FakePrinter::Step) {
+            enabledInside = form->YazCmd[0]->enabled();
+            otherInside = form->YazCmd[1]->enabled();
         };
-        Counter::click(form.YazCmd[0]);
+        Counter::click(form->YazCmd[0]);
         QVERIFY(!enabledInside);
         QVERIFY(otherInside);
-        QVERIFY(form.YazCmd[0]->enabled());
+        QVERIFY(form->YazCmd[0]->enabled());
     }
 
     void buttonComesBackAsTheWeightOfMeanwhileWantsIt_data()
     {
-        QTest::addColumn<QString>("meanwhile");
-        QTest::addColumn<bool>("enabled");
+        addColumns<QString, bool>("meanwhile", "enabled");
         QTest::newRow("nothing") << QString() << true;
         QTest::newRow("the customer was cleared") << u"clear"_s << false;
         QTest::newRow("the scale was emptied") << u"0"_s << false;
@@ -235,66 +229,59 @@ private slots:
     {
         QFETCH(QString, meanwhile);
         QFETCH(bool, enabled);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
         // What comes waits in the queue while the slip is composed; a second tap on the button waits behind it.
         bool came = false;
         bool enabledInside = false;
-        counter.paper.before = [&](FakePrinter::Step step) {
+        counter->paper.before = [&](FakePrinter::Step step) {
             if (step != FakePrinter::Step::paper || came) return;
-            QTimer::singleShot(0, &form, [&] {
+            QTimer::singleShot(0, form, [&] {
                 came = true;
                 if (meanwhile == u"clear") {
-                    Counter::click(form.TxtLbl[0]);
-                    counter.key(u"Sil"_s);
+                    Counter::click(form->TxtLbl[0]);
+                    counter->key(u"Sil"_s);
                 } else if (!meanwhile.isEmpty()) {
-                    form.run([&] { form.Label2[0]->setCaption(meanwhile); });
+                    form->run([&] { form->Label2[0]->setCaption(meanwhile); });
                 }
-                enabledInside = form.YazCmd[0]->enabled();
-                Counter::click(form.YazCmd[0]);
+                enabledInside = form->YazCmd[0]->enabled();
+                Counter::click(form->YazCmd[0]);
             });
         };
-        Counter::click(form.YazCmd[0]);
+        Counter::click(form->YazCmd[0]);
         QVERIFY(came);
         QVERIFY(!enabledInside);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(form.YazCmd[0]->enabled(), enabled);
-        if (meanwhile == u"clear") QCOMPARE(form.TxtLbl[0]->caption(), QString());
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(form->YazCmd[0]->enabled(), enabled);
+        if (meanwhile == u"clear") QCOMPARE(form->TxtLbl[0]->caption(), QString());
 
         // Later the rule of the weight has the button again.
-        form.run([&] { form.Label2[0]->setCaption(u"0"_s); });
-        QVERIFY(!form.YazCmd[0]->enabled());
-        form.run([&] { form.Label2[0]->setCaption(u"750"_s); });
-        QVERIFY(form.YazCmd[0]->enabled());
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+        form->run([&] { form->Label2[0]->setCaption(u"0"_s); });
+        QVERIFY(!form->YazCmd[0]->enabled());
+        form->run([&] { form->Label2[0]->setCaption(u"750"_s); });
+        QVERIFY(form->YazCmd[0]->enabled());
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
     }
 
     void buttonNamesThePanelAndTheStationNamesTheFigures()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        form.run([&] { form.YazCmd_Click(1); });
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Ali"_s));
-        QCOMPARE(form.Label4[0]->caption(), u"180 Kap"_s);
-        QCOMPARE(form.kapSayisi(0), 180.0f);
-        QCOMPARE(form.kapSayisi(1), 0.0f);
-        QVERIFY(form.KapFrm[1]->visible());
-        QVERIFY(!form.KapFrm[0]->visible());
-        QVERIFY(form.YazCmd[1]->enabled());
+        counter->settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        form->run([&] { form->YazCmd_Click(1); });
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        QVERIFY(counter->rows(u"Hareket"_s).first().endsWith(u"|Ali"_s));
+        QCOMPARE(form->Label4[0]->caption(), u"180 Kap"_s);
+        QCOMPARE(form->kapSayisi(0), 180.0f);
+        QCOMPARE(form->kapSayisi(1), 0.0f);
+        QVERIFY(form->KapFrm[1]->visible());
+        QVERIFY(!form->KapFrm[0]->visible());
+        QVERIFY(form->YazCmd[1]->enabled());
     }
 
     void panelFollowsTheCounterSwitch_data()
     {
-        QTest::addColumn<bool>("counting");
-        QTest::addColumn<QString>("oil");
-        QTest::addColumn<bool>("before");
-        QTest::addColumn<bool>("shown");
+        addColumns<bool, QString, bool, bool>("counting", "oil", "before", "shown");
         QTest::newRow("counted") << true << u"850"_s << false << true;
         QTest::newRow("not counted") << false << u"850"_s << true << false;
         QTest::newRow("nothing to fill, counted") << true << u"4"_s << false << true;
@@ -306,55 +293,49 @@ private slots:
         QFETCH(bool, counting);
         QFETCH(QString, oil);
         QFETCH(bool, before);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        if (counting) form.Sayac->trigger();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.Label3[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(oil);
-        form.KapFrm[0]->setVisible(before);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QTEST(form.KapFrm[0]->visible(), "shown");
+        form->start();
+        if (counting) form->Sayac->trigger();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(oil);
+        form->KapFrm[0]->setVisible(before);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QTEST(form->KapFrm[0]->visible(), "shown");
     }
 
     void differentNameAddsAndTheSameNameEdits()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali Veli"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.NakitLbl[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"100"_s);
-        form.Combo1[0]->setListIndex(0);
-        Counter::click(form.YazCmd[0]);
+        counter->addCustomer(u"Ali Veli"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->NakitLbl[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"100"_s);
+        form->Combo1[0]->setListIndex(0);
+        Counter::click(form->YazCmd[0]);
         const QString untouched = u"Ali Veli|5|20 Litrelik Kap|10"_s;
-        QCOMPARE(counter.rows(u"Cari"_s), (QStringList{untouched, "Ali|5| 5 Litrelik Kap|100"}));
+        QCOMPARE(counter->rows(u"Cari"_s), (QStringList{untouched, "Ali|5| 5 Litrelik Kap|100"}));
 
-        counter.keys(u"0"_s);
-        form.Combo1[0]->setListIndex(2);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.rows(u"Cari"_s), (QStringList{untouched, "Ali|5|15 Litrelik Kap|1000"}));
-        QCOMPARE(form.NakitLbl[0]->caption(), u"1.000"_s); // nothing was recalled by it
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
+        counter->keys(u"0"_s);
+        form->Combo1[0]->setListIndex(2);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->rows(u"Cari"_s), (QStringList{untouched, "Ali|5|15 Litrelik Kap|1000"}));
+        QCOMPARE(form->NakitLbl[0]->caption(), u"1.000"_s); // nothing was recalled by it
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
     }
 
     void customerDeletedMeanwhileIsAddedAgain()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        form.CariSil->trigger();
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
+        counter->addCustomer(u"Ali"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        form->CariSil->trigger();
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
     }
 
     void tableThatTakesNoRowPrintsNoSlip_data()
@@ -367,52 +348,47 @@ private slots:
     void tableThatTakesNoRowPrintsNoSlip()
     {
         QFETCH(QString, table);
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        counter.watched.refused = table;
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 0);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
-        QVERIFY(form.YazCmd[0]->enabled());
-        QVERIFY(!counter.notes.open());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QVERIFY2(form.status->text().startsWith(u"Fiş basılmadı: "_s), qPrintable(form.status->text()));
-        counter.watched.refused.clear();
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QVERIFY(!form.status->text().contains(u"basılmadı"_s));
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        counter->watched.refused = table;
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 0);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
+        QVERIFY(form->YazCmd[0]->enabled());
+        QVERIFY(!counter->notes.open());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QVERIFY2(form->status->text().startsWith(u"Fiş basılmadı: "_s), qPrintable(form->status->text()));
+        counter->watched.refused.clear();
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QVERIFY(!form->status->text().contains(u"basılmadı"_s));
     }
 
     void customerThatFailsBehindThePrinterLeavesThePressing()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        counter.paper.before = [&](FakePrinter::Step step) {
-            if (step == FakePrinter::Step::send) counter.watched.refused = u"Cari"_s;
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        counter->paper.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) counter->watched.refused = u"Cari"_s;
         };
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList());
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        QVERIFY(form.YazCmd[0]->enabled());
-        QVERIFY(!counter.notes.open());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList());
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        QVERIFY(form->YazCmd[0]->enabled());
+        QVERIFY(!counter->notes.open());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void customerThatAnIndexRefusesGetsNoSlip()
     {
-        Counter counter;
-        const std::filesystem::path path = counter.file().toStdU16String();
-        counter.disk.remove(path);
-        jet::Database::create(counter.disk, path, jet::turkish, {});
+        const std::filesystem::path path = counter->file().toStdU16String();
+        counter->disk.remove(path);
+        jet::Database::create(counter->disk, path, jet::turkish, {});
         {
             // As the mills' own files have it: no two customers of one name, letter case aside.
-            const auto database = jet::Database::open(counter.disk, path);
+            const auto database = jet::Database::open(counter->disk, path);
             jet::NewIndex oneOfEach;
             oneOfEach.name = u"Unvan";
             oneOfEach.columns = {{u"Unvan", true}};
@@ -431,90 +407,83 @@ private slots:
                                    text(u"CariHar")},
                                   {}, {});
         }
-        counter.addCustomer(u"ALi"_s, 5.0);
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s); // Ali: another name than ALi to the rule, the same to the index
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"ALi|5|-|-"});
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
-        QCOMPARE(counter.paper.sent.size(), 0);
-        QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: "_s));
-        QVERIFY(form.status->text().contains(u"Unvan"_s));
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QVERIFY(form.YazCmd[0]->enabled());
-        QVERIFY(jet::checkDatabase(*jet::Database::open(counter.disk, path)).ok());
+        counter->addCustomer(u"ALi"_s, 5.0);
+        form->start();
+        counter->pressingOf(u"ali"_s); // Ali: another name than ALi to the rule, the same to the index
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"ALi|5|-|-"});
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
+        QCOMPARE(counter->paper.sent.size(), 0);
+        QVERIFY(form->status->text().startsWith(u"Fiş basılmadı: "_s));
+        QVERIFY(form->status->text().contains(u"Unvan"_s));
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QVERIFY(form->YazCmd[0]->enabled());
+        QVERIFY(jet::checkDatabase(*jet::Database::open(counter->disk, path)).ok());
     }
 
     void pressingThatFailsBehindThePrinterKeepsItsNote()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        counter.paper.before = [&](FakePrinter::Step step) {
-            if (step == FakePrinter::Step::send) counter.watched.refused = u"Hareket"_s;
+        counter->settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, true);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        counter->paper.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) counter->watched.refused = u"Hareket"_s;
         };
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
-        QVERIFY(counter.notes.open());
-        QVERIFY(form.status->text().contains(u"kaydı yapılamadı"_s));
-        QVERIFY(form.KapFrm[0]->visible());
-        QVERIFY(form.YazCmd[0]->enabled());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
+        QVERIFY(counter->notes.open());
+        QVERIFY(form->status->text().contains(u"kaydı yapılamadı"_s));
+        QVERIFY(form->KapFrm[0]->visible());
+        QVERIFY(form->YazCmd[0]->enabled());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
 
         // While the table refuses, nothing more is printed; then both are stored.
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 1);
-        QVERIFY(form.status->text().contains(u"önceki fişin kaydı bekliyor"_s));
-        counter.paper.before = {};
-        counter.watched.refused.clear();
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 2);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 2);
-        QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
-        QVERIFY(!counter.notes.open());
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 1);
+        QVERIFY(form->status->text().contains(u"önceki fişin kaydı bekliyor"_s));
+        counter->paper.before = {};
+        counter->watched.refused.clear();
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 2);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
+        QVERIFY(!counter->notes.open());
     }
 
     void pressingThatCanNeverBeStoredIsToldAtTheStartAndBlocksNothing()
     {
-        Counter counter;
-        Form1& form = counter.form;
         const print::Document document{"%PDF-1.4", u"Fiş"_s, {}, print::Paper::slipRoll80()};
-        const int job = counter.paper.createJob(document);
-        counter.paper.sendAndFinish(job, document);
-        counter.notes.write({job, 45981.5, {"Toplamlar", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
-        form.start();
-        QVERIFY2(form.status->text().contains(u"basılmış, kaydedilemiyor"_s), qPrintable(form.status->text()));
-        QVERIFY(form.status->text().contains(u"Yag.mdb-slip-1"_s));
-        QVERIFY(!counter.notes.open());
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 2);
-        QCOMPARE(counter.rows(u"Hareket"_s).size(), 1);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+        const int job = counter->paper.createJob(document);
+        counter->paper.sendAndFinish(job, document);
+        counter->notes.write({job, 45981.5, {"Toplamlar", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
+        form->start();
+        QVERIFY2(form->status->text().contains(u"basılmış, kaydedilemiyor"_s), qPrintable(form->status->text()));
+        QVERIFY(form->status->text().contains(u"Yag.mdb-slip-1"_s));
+        QVERIFY(!counter->notes.open());
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 2);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void customerOfASlipThatWasRefusedIsFoundByNoSearch()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ayşe"_s);
-        form.start();
-        counter.pressingOf(u"ali"_s); // the search knows the register's order from here on
-        counter.watched.refused = u"Hareket"_s;
-        Counter::click(form.YazCmd[0]); // the customer's row was tried, and taken back
-        QCOMPARE(counter.paper.sent.size(), 0);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.TxtLbl[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"a"_s);
-        QCOMPARE(form.dbListe1->rowCount(), 1);
-        counter.keys(u"li"_s);
-        QVERIFY(!form.dbListe1->visible());
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
+        counter->addCustomer(u"Ayşe"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s); // the search knows the register's order from here on
+        counter->watched.refused = u"Hareket"_s;
+        Counter::click(form->YazCmd[0]); // the customer's row was tried, and taken back
+        QCOMPARE(counter->paper.sent.size(), 0);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"a"_s);
+        QCOMPARE(form->dbListe1->rowCount(), 1);
+        counter->keys(u"li"_s);
+        QVERIFY(!form->dbListe1->visible());
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
     }
 
     void fileThatTakesNoPressingIsToldAtTheStartAndPrintsNoSlip()
@@ -522,10 +491,10 @@ private slots:
         PowerCutDisk disk;
         store::JetDatabases books{disk};
         Counter counter(base::Regional::turkish(), books);
+        Form1& form = counter.form;
         const std::filesystem::path path = counter.file().toStdU16String();
         disk.put(path, counter.disk.content(path));
         disk.readOnly = true;
-        Form1& form = counter.form;
         form.start();
         QTRY_COMPARE(counter.prompt.exclamations.size(), 1);
         QVERIFY(counter.prompt.exclamations[0].contains(u"tablosuna yazılamaz"_s));
@@ -539,88 +508,77 @@ private slots:
 
     void fieldThatTakesNoTextPrintsNoSlip()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        form.Haklbl[0]->onChange({});
-        form.Haklbl[0]->setCaption(u"1e"_s); // cash does not print it
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.paper.sent.size(), 0);
-        QCOMPARE(counter.rows(u"Cari"_s), QStringList{"Ali|12|10 Litrelik Kap|100"});
-        QCOMPARE(counter.rows(u"Hareket"_s), QStringList());
-        QVERIFY(form.status->text().startsWith(u"Fiş basılmadı: Cari tablosunun Yuzde alanı “1e”"_s));
+        counter->addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        form->Haklbl[0]->onChange({});
+        form->Haklbl[0]->setCaption(u"1e"_s); // cash does not print it
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->paper.sent.size(), 0);
+        QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali|12|10 Litrelik Kap|100"});
+        QCOMPARE(counter->rows(u"Hareket"_s), QStringList());
+        QVERIFY(form->status->text().startsWith(u"Fiş basılmadı: Cari tablosunun Yuzde alanı “1e”"_s));
     }
 
     void saveButtonKnowsTheCustomerThatASlipHasAdded()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        QCOMPARE(form.Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form.YazCmd[0]);
-        QVERIFY(form.Kaydet->visible());
-        QCOMPARE(form.Kaydet->caption(), u"Kaydı Sil"_s);
-        QCOMPARE(counter.rows(u"Cari"_s).size(), 1);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
+        Counter::click(form->YazCmd[0]);
+        QVERIFY(form->Kaydet->visible());
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
     }
 
     void markLeftDanglingIsGoneFromTheSlip()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.NakitLbl[0]);
-        counter.keys(u"1250,"_s);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"1.250,"_s);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(form.NakitLbl[0]->caption(), u"1.250"_s);
-        QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|1250|Ali"_s));
-        counter.keys(u",50"_s);
-        Counter::click(form.YazCmd[0]);
-        QVERIFY(counter.rows(u"Hareket"_s).last().endsWith(u"|1250,5|Ali"_s));
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->NakitLbl[0]);
+        counter->keys(u"1250,"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"1.250,"_s);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"1.250"_s);
+        QVERIFY(counter->rows(u"Hareket"_s).first().endsWith(u"|1250|Ali"_s));
+        counter->keys(u",50"_s);
+        Counter::click(form->YazCmd[0]);
+        QVERIFY(counter->rows(u"Hareket"_s).last().endsWith(u"|1250,5|Ali"_s));
     }
 
     void slipOfANameThatIsNotCurrentAddsNoSecondRow()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
-        counter.addCustomer(u"Veli"_s, 7.0, u"20 Litrelik Kap"_s, 20.0);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.NakitLbl[0]);
-        counter.key(u"Sil"_s);
-        counter.keys(u"99"_s);
-        Counter::click(form.YeniCmd[1]);
-        counter.keys(u"veli"_s); // the search of the other station
-        Counter::click(form.YeniCmd[0]);
-        Counter::click(form.YazCmd[0]);
-        QCOMPARE(counter.rows(u"Cari"_s), (QStringList{"Ali|5|20 Litrelik Kap|99", "Veli|7|20 Litrelik Kap|20"}));
-        QCOMPARE(form.NakitLbl[0]->caption(), u"99"_s); // looked up, not recalled
+        counter->addCustomer(u"Ali"_s, 5.0, u"20 Litrelik Kap"_s, 10.0);
+        counter->addCustomer(u"Veli"_s, 7.0, u"20 Litrelik Kap"_s, 20.0);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->NakitLbl[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"99"_s);
+        Counter::click(form->YeniCmd[1]);
+        counter->keys(u"veli"_s); // the search of the other station
+        Counter::click(form->YeniCmd[0]);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->rows(u"Cari"_s), (QStringList{"Ali|5|20 Litrelik Kap|99", "Veli|7|20 Litrelik Kap|20"}));
+        QCOMPARE(form->NakitLbl[0]->caption(), u"99"_s); // looked up, not recalled
     }
 
     void openListClosesAtTheSlip()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        counter.addCustomer(u"Ali Veli"_s);
-        form.start();
-        counter.pressingOf(u"ali"_s);
-        Counter::click(form.TxtLbl[0]);
-        counter.key(u"Geri Sil"_s);
-        QVERIFY(form.dbListe1->visible());
-        Counter::click(form.YazCmd[0]);
-        QVERIFY(!form.dbListe1->visible());
-        QVERIFY(counter.rows(u"Hareket"_s).first().endsWith(u"|Al"_s));
+        counter->addCustomer(u"Ali Veli"_s);
+        form->start();
+        counter->pressingOf(u"ali"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"Geri Sil"_s);
+        QVERIFY(form->dbListe1->visible());
+        Counter::click(form->YazCmd[0]);
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(counter->rows(u"Hareket"_s).first().endsWith(u"|Al"_s));
     }
 
     void fontDialogIsPresetAndStored_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<QString>("stored");
+        addColumns<bool, QString>("english", "stored");
         QTest::newRow("Turkish") << false << u"10,5"_s;
         QTest::newRow("English") << true << u"10.5"_s;
     }
@@ -628,67 +586,60 @@ private slots:
     void fontDialogIsPresetAndStored()
     {
         QFETCH(bool, english);
-        Counter counter(english ? base::Regional::english() : base::Regional::turkish());
-        Form1& form = counter.form;
-        form.start();
-        form.Combo1[0]->setListIndex(3);
-        counter.prompt.font = FontChoice{u"Courier New"_s, 10.5f, true, false};
-        form.YazFont->trigger();
-        QCOMPARE(counter.prompt.fontPresets.size(), 1);
-        QCOMPARE(counter.prompt.fontPresets[0].name, u"Arial"_s);
-        QCOMPARE(counter.prompt.fontPresets[0].size, 8.0f);
-        QVERIFY(!counter.prompt.fontPresets[0].bold && !counter.prompt.fontPresets[0].italic);
+        open(english ? base::Regional::english() : base::Regional::turkish());
+        form->start();
+        form->Combo1[0]->setListIndex(3);
+        counter->prompt.font = FontChoice{u"Courier New"_s, 10.5f, true, false};
+        form->YazFont->trigger();
+        QCOMPARE(counter->prompt.fontPresets.size(), 1);
+        QCOMPARE(counter->prompt.fontPresets[0].name, u"Arial"_s);
+        QCOMPARE(counter->prompt.fontPresets[0].size, 8.0f);
+        QVERIFY(!counter->prompt.fontPresets[0].bold && !counter->prompt.fontPresets[0].italic);
         const auto kept = [&](const char* key) {
-            return counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s);
+            return counter->settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s);
         };
         QCOMPARE(kept("Font"), u"Courier New"_s);
         QTEST(kept("Size"), "stored");
         QCOMPARE(kept("Bold"), u"True"_s);
         QCOMPARE(kept("Ital"), u"False"_s);
-        QCOMPARE(form.Combo1[0]->listIndex(), 0); // a dialog has closed: the screen was activated
+        QCOMPARE(form->Combo1[0]->listIndex(), 0); // a dialog has closed: the screen was activated
 
-        form.YazFont->trigger();
-        QCOMPARE(counter.prompt.fontPresets[1].name, u"Courier New"_s);
-        QCOMPARE(counter.prompt.fontPresets[1].size, 10.5f);
-        QVERIFY(counter.prompt.fontPresets[1].bold);
+        form->YazFont->trigger();
+        QCOMPARE(counter->prompt.fontPresets[1].name, u"Courier New"_s);
+        QCOMPARE(counter->prompt.fontPresets[1].size, 10.5f);
+        QVERIFY(counter->prompt.fontPresets[1].bold);
     }
 
     void cancelledFontDialogStoresNothing()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Combo1[0]->setListIndex(3);
-        form.YazFont->trigger();
-        QCOMPARE(counter.prompt.fontPresets.size(), 1);
+        form->start();
+        form->Combo1[0]->setListIndex(3);
+        form->YazFont->trigger();
+        QCOMPARE(counter->prompt.fontPresets.size(), 1);
         for (const char* key : {"Font", "Size", "Bold", "Ital"})
-            QCOMPARE(counter.settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
-        QCOMPARE(form.Combo1[0]->listIndex(), 0);
-        QCOMPARE(counter.prompt.errors, QList<int>{});
+            QCOMPARE(counter->settings.get(programTitle, propertiesSection, QString::fromLatin1(key), u"-"_s), u"-"_s);
+        QCOMPARE(form->Combo1[0]->listIndex(), 0);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
     void damagedFontSizeOpensNoDialog()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
-        form.Combo1[0]->setListIndex(3);
-        counter.settings.save(programTitle, propertiesSection, u"Size"_s, u"sekiz"_s);
-        form.YazFont->trigger();
-        QVERIFY(counter.prompt.fontPresets.isEmpty());
-        QCOMPARE(counter.prompt.errors, QList<int>{});
-        QCOMPARE(form.Combo1[0]->listIndex(), 3); // no dialog was there to come back from
+        form->start();
+        form->Combo1[0]->setListIndex(3);
+        counter->settings.save(programTitle, propertiesSection, u"Size"_s, u"sekiz"_s);
+        form->YazFont->trigger();
+        QVERIFY(counter->prompt.fontPresets.isEmpty());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(form->Combo1[0]->listIndex(), 3); // no dialog was there to come back from
     }
 
     void counterSwitchIsKeptAtOnce()
     {
-        Counter counter;
-        Form1& form = counter.form;
-        form.start();
+        form->start();
         for (const bool on : {true, false}) {
-            form.Sayac->trigger();
-            QCOMPARE(form.Sayac->checked(), on);
-            QCOMPARE(counter.settings.get(programTitle, propertiesSection, u"Sayac"_s, {}),
+            form->Sayac->trigger();
+            QCOMPARE(form->Sayac->checked(), on);
+            QCOMPARE(counter->settings.get(programTitle, propertiesSection, u"Sayac"_s, {}),
                      on ? u"True"_s : u"False"_s);
         }
     }

@@ -1,4 +1,5 @@
 #include "base/code_page.h"
+#include "tests/support/columns.h"
 #include <QSet>
 #include <QTest>
 
@@ -21,8 +22,7 @@ private slots:
 
     void turkishBytesAreTurkishLetters_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text");
+        addColumns<QByteArray, QString>("bytes", "text");
         QTest::newRow("G with breve") << "\xD0\xF0"_ba << u"Ğğ"_s;
         QTest::newRow("dotted capital, dotless small") << "\xDD\xFD"_ba << u"İı"_s;
         QTest::newRow("S with cedilla") << "\xDE\xFE"_ba << u"Şş"_s;
@@ -49,8 +49,7 @@ private slots:
 
     void editedFilesAreDecodedByTheirMarkOrShape_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text");
+        addColumns<QByteArray, QString>("bytes", "text");
         QTest::newRow("code page") << "\x59\x61\xF0"_ba << u"Yağ"_s;
         QTest::newRow("marked UTF-8") << "\xEF\xBB\xBF\x59\x61\xC4\x9F"_ba << u"Yağ"_s;
         QTest::newRow("unmarked UTF-8") << "\x59\x61\xC4\x9F"_ba << u"Yağ"_s;

@@ -1,4 +1,5 @@
 #include "base/patterns.h"
+#include "tests/support/columns.h"
 #include <QTest>
 
 using namespace base;
@@ -11,9 +12,7 @@ class DatePatterns : public QObject {
 private slots:
     void datesAreWrittenByTheirPattern_data()
     {
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, QString>("value", "pattern", "expected");
         const QString slip = u"dd mmmm yyyy dddd hh:mm"_s;
         const QString day = u"dd mmmm yyyy dddd"_s;
         QTest::newRow("afternoon") << u"2024-11-05T14:07"_s << slip << u"05 Kasım 2024 Salı 14:07"_s;

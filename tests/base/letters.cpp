@@ -1,5 +1,6 @@
 #include "base/letters.h"
 #include "tests/base/row_name.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 
@@ -13,9 +14,7 @@ class Letters : public QObject {
 private slots:
     void lettersKeepTheTurkishTwins_data()
     {
-        QTest::addColumn<QString>("letters");
-        QTest::addColumn<QString>("upper");
-        QTest::addColumn<QString>("lower");
+        addColumns<QString, QString, QString>("letters", "upper", "lower");
         QTest::newRow("dotted small") << u"i"_s << u"I"_s << u"i"_s;
         QTest::newRow("dotless capital") << u"I"_s << u"I"_s << u"i"_s;
         QTest::newRow("dotless small") << u"ı"_s << u"ı"_s << u"ı"_s;
@@ -57,8 +56,7 @@ private slots:
 
     void properCaseStartsWordsAfterWhiteSpaceOnly_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("text", "expected");
         // clang-format off
         static const char* const rows[][2] = {
             {"ahmet yılmaz", "Ahmet Yılmaz"}, {"ışık", "ışık"}, {"istanbul ili", "Istanbul Ili"},

@@ -1,6 +1,7 @@
 #include "base/numbers.h"
 #include "base/patterns.h"
 #include "tests/base/row_name.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 #include <cmath>
@@ -59,9 +60,7 @@ private slots:
             {"Standard", "1234,5", "1.234,50"}, {"", "1.250", "1.250"},
         };
         // clang-format on
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, QString>("pattern", "text", "expected");
         for (const Row& row : rows) {
             const QString text = QString::fromUtf8(row.text);
             QTest::newRow(QByteArray(row.pattern) + " of " + rowName(text))
@@ -79,9 +78,7 @@ private slots:
 
     void valuesTakeThePattern_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<QString>("expected");
+        addColumns<double, QString, QString>("value", "pattern", "expected");
         QTest::newRow("pieces below half") << 2.35 << u"#,##0 AD"_s << u"2 AD"_s;
         QTest::newRow("pieces at half") << 2.5 << u"#,##0 AD"_s << u"3 AD"_s;
         QTest::newRow("no piece") << 0.4 << u"#,##0 AD"_s << u"0 AD"_s;
@@ -105,9 +102,7 @@ private slots:
 
     void englishSettingsUseEnglishMarks_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, QString>("text", "pattern", "expected");
         QTest::newRow("mark without decimals") << u"850"_s << u"#,##0.###"_s << u"850."_s;
         QTest::newRow("a comma groups") << u"1,"_s << u"#0.##"_s << u"1."_s;
         QTest::newRow("a full stop divides") << u"1234.5"_s << u"#,##0"_s << u"1,235"_s;
@@ -124,10 +119,7 @@ private slots:
 
     void productsJustBelowHalfRoundUp_data()
     {
-        QTest::addColumn<QString>("percentage");
-        QTest::addColumn<QString>("oil");
-        QTest::addColumn<double>("product");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, double, QString>("percentage", "oil", "product", "expected");
         QTest::newRow("28.5") << u"2,28"_s << u"1.250"_s << 28.499999999999996 << u"29"_s;
         QTest::newRow("34.5 of 1500") << u"2,3"_s << u"1.500"_s << 34.49999999999999 << u"35"_s;
         QTest::newRow("61.5") << u"4,1"_s << u"1.500"_s << 61.49999999999999 << u"62"_s;
@@ -151,8 +143,7 @@ private slots:
 
     void oilPresetsAreNineTenthsOfTheOlives_data()
     {
-        QTest::addColumn<QString>("olives");
-        QTest::addColumn<QString>("oil");
+        addColumns<QString, QString>("olives", "oil");
         QTest::newRow("1.000") << u"1.000"_s << u"900"_s;
         QTest::newRow("1.234,50") << u"1.234,50"_s << u"1.111"_s;
         QTest::newRow("1.235") << u"1.235"_s << u"1.112"_s;
@@ -176,8 +167,7 @@ private slots:
 
     void slipQuantitiesMustBeNumbers_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("text", "expected");
         QTest::newRow("number") << u"1.000"_s << u"1.000,00 KG"_s;
         QTest::newRow("empty") << QString() << u"0,00 KG"_s;
         QTest::newRow("letters") << u"abc"_s << u"E13"_s;

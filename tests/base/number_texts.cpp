@@ -1,5 +1,6 @@
 #include "base/numbers.h"
 #include "tests/base/row_name.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 #include <cmath>
@@ -63,9 +64,7 @@ private slots:
             {"1.000,", "1000", "1"}, {"٣", "E13", "E13"}, {"\u00A0" "5", "E13", "E13"},
         };
         // clang-format on
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("settings");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, QString>("text", "settings", "expected");
         for (const Row& row : rows) {
             const QString text = QString::fromUtf8(row.text);
             QTest::newRow("TR " + rowName(text)) << text << u"TR"_s << QString::fromLatin1(row.turkish);
@@ -85,8 +84,7 @@ private slots:
 
     void newCurrencySymbolReplacesTheOldOne_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("text", "expected");
         QTest::newRow("old symbol behind") << u"5 TL"_s << u"E13"_s;
         QTest::newRow("old symbol before") << u"TL5"_s << u"E13"_s;
         QTest::newRow("new symbol before") << u"₺5"_s << u"5"_s;
@@ -104,8 +102,7 @@ private slots:
 
     void integersRoundHalfToEven_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<QString>("expected");
+        addColumns<double, QString>("value", "expected");
         QTest::newRow("0.5") << 0.5 << u"0"_s;
         QTest::newRow("1.5") << 1.5 << u"2"_s;
         QTest::newRow("2.5") << 2.5 << u"2"_s;
@@ -129,9 +126,7 @@ private slots:
 
     void textsBecomeIntegersOfTheirWidthOrAnError_data()
     {
-        QTest::addColumn<int>("bits");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<int, QString, QString>("bits", "text", "expected");
         QTest::newRow("whole") << 16 << u"3"_s << u"3"_s;
         QTest::newRow("decimals round") << 16 << u"3,7"_s << u"4"_s;
         QTest::newRow("a full stop groups") << 16 << u"3.7"_s << u"37"_s;
@@ -155,9 +150,7 @@ private slots:
 
     void textsBecomeSinglesByTheMarksOfTheSettings_data()
     {
-        QTest::addColumn<QString>("settings");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString, QString>("settings", "text", "expected");
         QTest::newRow("default font size") << u"TR"_s << u"8"_s << u"8"_s;
         QTest::newRow("half a point") << u"TR"_s << u"10,5"_s << u"10.5"_s;
         QTest::newRow("stored under Turkish, read under English settings") << u"EN"_s << u"10,5"_s << u"105"_s;
@@ -194,9 +187,7 @@ private slots:
 
     void numbersAreWrittenWithoutGroups_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<QString>("turkish");
-        QTest::addColumn<QString>("english");
+        addColumns<double, QString, QString>("value", "turkish", "english");
         QTest::newRow("zero") << 0.0 << u"0"_s << u"0"_s;
         QTest::newRow("negative zero") << -0.0 << u"0"_s << u"0"_s;
         QTest::newRow("half") << 12.5 << u"12,5"_s << u"12.5"_s;
@@ -226,9 +217,7 @@ private slots:
 
     void singlesCarrySevenDigits_data()
     {
-        QTest::addColumn<float>("value");
-        QTest::addColumn<QString>("turkish");
-        QTest::addColumn<QString>("english");
+        addColumns<float, QString, QString>("value", "turkish", "english");
         QTest::newRow("whole") << 3.0F << u"3"_s << u"3"_s;
         QTest::newRow("tenth") << 0.1F << u"0,1"_s << u"0.1"_s;
         QTest::newRow("third") << 1.0F / 3 << u"0,3333333"_s << u"0.3333333"_s;
@@ -258,9 +247,7 @@ private slots:
 
     void wholePartsAreCutTowardZeroAndFractionsSeenOnBothSides_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<double>("towardZero");
-        QTest::addColumn<bool>("fractional");
+        addColumns<double, double, bool>("value", "towardZero", "fractional");
         QTest::newRow("3.7") << 3.7 << 3.0 << true;
         QTest::newRow("-3.7") << -3.7 << -3.0 << true;
         QTest::newRow("-0.4") << -0.4 << 0.0 << true;
@@ -282,8 +269,7 @@ private slots:
 
     void booleansAreEnglishWordsOrNumbers_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("text", "expected");
         QTest::newRow("True") << u"True"_s << u"yes"_s;
         QTest::newRow("False") << u"False"_s << u"no"_s;
         QTest::newRow("true") << u"true"_s << u"yes"_s;

@@ -1,5 +1,6 @@
 #include "base/patterns.h"
 #include "base/regional.h"
+#include "tests/support/columns.h"
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTest>
@@ -28,8 +29,7 @@ class RegionalSettings : public QObject {
 private slots:
     void categoriesOfTheEnvironmentDecide_data()
     {
-        QTest::addColumn<QStringList>("environment");
-        QTest::addColumn<QString>("expected");
+        addColumns<QStringList, QString>("environment", "expected");
         const QString turkish = sample(Regional::turkish());
         const QString turkishDate = turkish.section(u'|', 1);
         QTest::newRow("Turkish") << QStringList{u"LANG=tr_TR.UTF-8"_s} << turkish;

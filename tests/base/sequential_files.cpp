@@ -1,5 +1,6 @@
 #include "base/code_page.h"
 #include "base/sequential.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
@@ -16,8 +17,7 @@ class SequentialFiles : public QObject {
 private slots:
     void linesAreWrittenTheSameUnderAllSettings_data()
     {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("line", "expected");
         QTest::newRow("shown") << SeqWriter().number(1440.0F).flag(true).line() << u"1440,#TRUE#\r\n"_s;
         QTest::newRow("seven digits") << SeqWriter().number(1739.9055F).flag(true).line() << u"1739.906,#TRUE#\r\n"_s;
         QTest::newRow("hidden") << SeqWriter().number(1200.5F).flag(false).line() << u"1200.5,#FALSE#\r\n"_s;
@@ -38,8 +38,7 @@ private slots:
 
     void commasAndLineEndsOutsideQuotesEndItems_data()
     {
-        QTest::addColumn<QString>("content");
-        QTest::addColumn<QStringList>("items");
+        addColumns<QString, QStringList>("content", "items");
         QTest::newRow("one line") << u"Yağ Fabrikası\r\n"_s << QStringList{u"Yağ Fabrikası"_s};
         QTest::newRow("comma divides") << u"Ad, Şehir\r\n"_s << QStringList{u"Ad"_s, u"Şehir"_s};
         QTest::newRow("quotes keep a comma") << u"\"Ad, Şehir\"\r\n"_s << QStringList{u"Ad, Şehir"_s};
@@ -82,8 +81,7 @@ private slots:
 
     void damagedLayoutLinesAreRefused_data()
     {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("expected");
+        addColumns<QString, QString>("line", "expected");
         QTest::newRow("plain") << u"1440,#TRUE#"_s << u"1440 shown"_s;
         QTest::newRow("hidden") << u"1200,#FALSE#"_s << u"1200 hidden"_s;
         QTest::newRow("blank before the flag") << u"1440, #TRUE#"_s << u"1440 shown"_s;
@@ -134,9 +132,7 @@ private slots:
 
     void filesAreFoundIgnoringLetterCase_data()
     {
-        QTest::addColumn<QString>("onDisk");
-        QTest::addColumn<QString>("wanted");
-        QTest::addColumn<bool>("found");
+        addColumns<QString, QString, bool>("onDisk", "wanted", "found");
         QTest::newRow("same") << u"Presva.Txt"_s << u"Presva.Txt"_s << true;
         QTest::newRow("small letters on disk") << u"presva.txt"_s << u"Presva.Txt"_s << true;
         QTest::newRow("capitals on disk") << u"YAG.MDB"_s << u"Yag.mdb"_s << true;

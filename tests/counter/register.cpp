@@ -1,6 +1,7 @@
 #include "counter/register.h"
 #include "mill/queries.h"
 #include "tests/store/mill_file.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include <QTest>
@@ -123,8 +124,7 @@ private slots:
 
     void aNameThatNoCustomerCanHaveIsNotAdded_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("refused");
+        addColumns<QString, bool>("name", "refused");
         QTest::newRow("totals row") << "Toplamlar" << true;
         QTest::newRow("another word to the report") << "toplamlar" << false;
         QTest::newRow("prompt") << "Müşteri Seçin" << true;

@@ -6,12 +6,15 @@
 #include "store/jet_engine.h"
 #include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_printer.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include "weights/verification.h"
 
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QtTest>
+
+using namespace Qt::StringLiterals;
 
 using base::Regional;
 using namespace Qt::StringLiterals;
@@ -312,22 +315,18 @@ private slots:
 
     void whatNoTableTakesIsNotPrinted_data()
     {
-        QTest::addColumn<QString>("customer");
-        QTest::addColumn<QString>("percentage");
+        addColumns<QString, QString>("customer", "percentage");
         QTest::addColumn<QString>("notice"); // begins like this
         const QString prefix = "Fiş basılmadı: ";
         QTest::newRow("name too long") << QString(101, 'A') << "12"
                                        << prefix + "Cari tablosunun Unvan alanı en çok 100 harf alır";
-        QTest::newRow("no number") << "Ali"
-                                   << "1e" << prefix + "Cari tablosunun Yuzde alanı “1e” değerini almıyor.";
-        QTest::newRow("totals row") << "Toplamlar"
-                                    << "12" << prefix + "“Toplamlar” raporun toplam satırının adıdır";
-        QTest::newRow("prompt") << "Müşteri Seçin"
-                                << "12" << prefix + "Müşteri seçilmedi.";
-        QTest::newRow("nobody") << ""
-                                << "12" << prefix + "Müşterinin adı boş.";
-        QTest::newRow("blanks") << "  "
-                                << "12" << prefix + "Müşterinin adı boş.";
+        QTest::newRow("no number") << u"Ali"_s << u"1e"_s
+                                   << prefix + "Cari tablosunun Yuzde alanı “1e” değerini almıyor.";
+        QTest::newRow("totals row") << u"Toplamlar"_s << u"12"_s
+                                    << prefix + "“Toplamlar” raporun toplam satırının adıdır";
+        QTest::newRow("prompt") << u"Müşteri Seçin"_s << u"12"_s << prefix + "Müşteri seçilmedi.";
+        QTest::newRow("nobody") << QString() << u"12"_s << prefix + "Müşterinin adı boş.";
+        QTest::newRow("blanks") << u"  "_s << u"12"_s << prefix + "Müşterinin adı boş.";
     }
     void whatNoTableTakesIsNotPrinted()
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/disk.h"
+#include "files/error.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,6 @@
 #include "mill/queries.h"
 #include "tests/store/mill_file.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include <QTest>
@@ -36,9 +37,7 @@ private Q_SLOTS:
 
     void periodCoversBothDaysWhole_data()
     {
-        QTest::addColumn<QDate>("first");
-        QTest::addColumn<QDate>("last");
-        QTest::addColumn<QString>("condition");
+        addColumns<QDate, QDate, QString>("first", "last", "condition");
         QTest::newRow("two days") << QDate(2024, 11, 5) << QDate(2024, 11, 6)
                                   << u"Tarih>=#11/05/2024 00:00:00# And Tarih<=#11/06/2024 23:59:59#"_s;
         QTest::newRow("one day, month before day")

@@ -1,4 +1,5 @@
 #include "tests/package/window_of.h"
+#include "tests/support/columns.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -226,8 +227,7 @@ private slots:
 
     void guideAndReadmeReachTheirPictures_data()
     {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QRegularExpression>("link");
+        addColumns<QString, QRegularExpression>("file", "link");
         const QString documents = inRoot(u"usr/share/doc/mendrik-presva/"_s);
         QTest::newRow("guide") << documents + u"docs/kullanim.html"_s
                                << QRegularExpression(u"(?:src|href)=\"([^\"]+)\""_s);
@@ -289,8 +289,7 @@ private slots:
 
     void namedFolderIsUsedAndNothingIsMadeElsewhere_data()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<bool>("oneWord");
+        addColumns<QString, bool>("folder", "oneWord");
         QTest::newRow("two words") << u"mill"_s << false;
         QTest::newRow("one word") << u"mill"_s << true;
         QTest::newRow("blanks and Turkish letters") << u"Zeytin Yağı 'İş'"_s << false;

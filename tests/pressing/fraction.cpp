@@ -1,4 +1,5 @@
 #include "paper_screen.h"
+#include "tests/support/columns.h"
 
 #include <QtTest>
 
@@ -23,8 +24,7 @@ private slots:
     {
         QTest::addColumn<bool>("english");
         QTest::addColumn<bool>("percentage"); // otherwise the fee
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<QString>("shown");
+        addColumns<QString, QString>("keys", "shown");
         QTest::addColumn<QString>("left"); // shown when another field has been chosen
         // clang-format off
         QTest::newRow("two digits and a half") << false << true << "12,5" << "12,5" << "12,5";

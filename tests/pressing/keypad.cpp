@@ -1,4 +1,5 @@
 #include "paper_screen.h"
+#include "tests/support/columns.h"
 
 #include <QtTest>
 
@@ -104,8 +105,7 @@ private slots:
 
     void weightsTakeDigitsOnly_data()
     {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("oil");
+        addColumns<int, QString>("key", "oil");
         QTest::newRow("digit") << 44 << "8.502";
         QTest::newRow("double zero") << keys::doubleZero << "85.000";
         QTest::newRow("backspace") << keys::backspace << "85";

@@ -1,6 +1,7 @@
 #include "paper_screen.h"
 #include "pressing/kept_displays.h"
 #include "pressing/quantities.h"
+#include "tests/support/columns.h"
 
 #include <QtTest>
 #include <functional>
@@ -35,8 +36,7 @@ private slots:
 
     void aDayAtTheCounterIsWorkedOutAsOnPaper_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<QString>("tonne");
+        addColumns<bool, QString>("english", "tonne");
         QTest::newRow("Turkish") << false << "1.000";
         QTest::newRow("English") << true << "1,000";
     }
@@ -58,9 +58,7 @@ private slots:
 
     void oilIsPresetToNineTenthsOfTheOlives_data()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("olives");
-        QTest::addColumn<QString>("oil");
+        addColumns<QString, QString, QString>("typed", "olives", "oil");
         // clang-format off
         QTest::newRow("round") << "1000" << "1.000" << "900";
         QTest::newRow("fraction") << "1.234,5" << "1.234,50" << "1.111";
@@ -86,8 +84,7 @@ private slots:
 
     void noOlivesKeepTheOilAndDisablePrinting_data()
     {
-        QTest::addColumn<QString>("olives");
-        QTest::addColumn<bool>("printing");
+        addColumns<QString, bool>("olives", "printing");
         QTest::newRow("zero") << "0" << false;
         QTest::newRow("emptied") << "" << false;
         QTest::newRow("negative can be printed") << "-20" << true;
@@ -123,8 +120,7 @@ private slots:
 
     void percentageSetAtOnceIsCut_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("percentage");
+        addColumns<QString, QString>("text", "percentage");
         // clang-format off
         QTest::newRow("three digits") << "123" << "12";
         QTest::newRow("five characters stay") << "12,345" << "12,34";
@@ -302,9 +298,7 @@ private slots:
 
     void productsJustBelowAHalfRoundUp_data()
     {
-        QTest::addColumn<QString>("percentage");
-        QTest::addColumn<QString>("oil");
-        QTest::addColumn<QString>("entitlement");
+        addColumns<QString, QString, QString>("percentage", "oil", "entitlement");
         // clang-format off
         QTest::newRow("2,28") << "2,28" << "1.250" << "29";
         QTest::newRow("2,3") << "2,3" << "1.500" << "35";
@@ -407,9 +401,7 @@ private slots:
 
     void aSlipCountsTheWholeContainersThatTheOilFills_data()
     {
-        QTest::addColumn<QString>("oil");
-        QTest::addColumn<int>("litres");
-        QTest::addColumn<QString>("shown");
+        addColumns<QString, int, QString>("oil", "litres", "shown");
         QTest::newRow("half a container left over") << "23,5" << 10 << "2 Kap";
         QTest::newRow("half of the last one") << "25" << 10 << "2 Kap";
         QTest::newRow("fives") << "53" << 5 << "10 Kap";
@@ -434,8 +426,7 @@ private slots:
 
     void withoutAContainerKindOrANumberThereIsNoCount_data()
     {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("oil");
+        addColumns<int, QString>("kind", "oil");
         QTest::newRow("none chosen") << -1 << "850";
         QTest::newRow("behind the list") << 4 << "850";
         QTest::newRow("oil is no number") << 1 << "abc";

@@ -1,4 +1,5 @@
 #include "paper_screen.h"
+#include "tests/support/columns.h"
 
 #include <QtTest>
 #include <functional>
@@ -112,8 +113,7 @@ class Walks : public QObject {
 private slots:
     void everyKeyLeavesTheseCaptionsAndEvents_data()
     {
-        QTest::addColumn<QString>("walk");
-        QTest::addColumn<bool>("otherMarks");
+        addColumns<QString, bool>("walk", "otherMarks");
         QStringList seen;
         for (const Row& row : walkRows()) {
             QString walk = row.name.left(2);

@@ -1,5 +1,6 @@
 #include "cups_fixture.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "platform/print_queue.h"
@@ -132,10 +133,7 @@ private slots:
 
     void aRollIsToldFromSheetsByWhatTheQueueAccepts_data()
     {
-        QTest::addColumn<CupsFixture::Paper>("paper");
-        QTest::addColumn<bool>("roll");
-        QTest::addColumn<int>("width");
-        QTest::addColumn<int>("printable");
+        addColumns<CupsFixture::Paper, bool, int, int>("paper", "roll", "width", "printable");
         QTest::newRow("80 mm") << CupsFixture::Paper::roll80 << true << 226 << 226 * 20 - 2 * 220;
         QTest::newRow("58 mm") << CupsFixture::Paper::roll58 << true << 163 << 163 * 20 - 2 * 281;
         QTest::newRow("narrow sheets") << CupsFixture::Paper::narrow80 << false << 227 << 227 * 20 - 2 * 220;
@@ -158,8 +156,7 @@ private slots:
 
     void aRollWithoutFreeLengthsGetsTheShortestThatIsEnough_data()
     {
-        QTest::addColumn<int>("lines");
-        QTest::addColumn<int>("height");
+        addColumns<int, int>("lines", "height");
         QTest::newRow("a slip") << 30 << 595;
         QTest::newRow("a long listing") << 200 << 9286;
     }
@@ -354,8 +351,7 @@ private slots:
 
     void aPrinterStuckInAJobThatComplainsIsAnError_data()
     {
-        QTest::addColumn<QString>("reasons");
-        QTest::addColumn<QueueCondition>("condition");
+        addColumns<QString, QueueCondition>("reasons", "condition");
         QTest::newRow("no paper") << "media-empty-error" << QueueCondition::mediaEmpty;
         QTest::newRow("no paper, as a warning") << "media-empty-warning" << QueueCondition::mediaEmpty;
         QTest::newRow("wants paper") << "media-needed" << QueueCondition::mediaEmpty;

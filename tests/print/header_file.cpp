@@ -1,4 +1,5 @@
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 
 #include "print/header_file.h"
 
@@ -19,8 +20,7 @@ class HeaderFile : public QObject {
 private slots:
     void commasAndLineEndsOutsideQuotesEndItems_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QStringList>("items");
+        addColumns<QByteArray, QStringList>("content", "items");
         QTest::newRow("a line") << QByteArray("Ya\xF0 Fabrikas\xFD\r\n") << QStringList{"Yağ Fabrikası"};
         QTest::newRow("a comma ends an item") << QByteArray("Ad, \xDE"
                                                             "ehir\r\n")

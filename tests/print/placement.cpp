@@ -1,5 +1,6 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 
 #include "print/placement.h"
 
@@ -14,10 +15,7 @@ private slots:
 
     void aCentredTextHasEqualRoomOnBothSidesAndAFlushRightOneTheMargin_data()
     {
-        QTest::addColumn<int>("page");
-        QTest::addColumn<double>("text");
-        QTest::addColumn<double>("centred");
-        QTest::addColumn<double>("right");
+        addColumns<int, double, double, double>("page", "text", "centred", "right");
         QTest::newRow("even") << 4000 << 1000.0 << 1500.0 << 2880.0;
         QTest::newRow("odd: halves are kept") << 4000 << 1001.0 << 1499.5 << 2879.0;
         QTest::newRow("wider than the page") << 4000 << 4400.0 << -200.0 << -520.0;
@@ -34,9 +32,7 @@ private slots:
 
     void aRuleIsTheShortestThatReachesThePageWithItsSlack_data()
     {
-        QTest::addColumn<double>("character");
-        QTest::addColumn<int>("page");
-        QTest::addColumn<int>("length");
+        addColumns<double, int, int>("character", "page", "length");
         QTest::newRow("not quite") << 100.0 << 4000 << 39;
         QTest::newRow("just reached") << 100.0 << 4050 << 39;
         QTest::newRow("one twip short") << 100.0 << 4051 << 40;
@@ -85,8 +81,7 @@ private slots:
 
     void aLineWiderThanThePaperIsSetInNarrowerLetters_data()
     {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<int>("letters");
+        addColumns<int, int>("kind", "letters");
         for (const int letters : {60, 100, 255}) {
             QTest::addRow("left, %d letters", letters) << 0 << letters;
             QTest::addRow("centred, %d letters", letters) << 1 << letters;

@@ -1,8 +1,11 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "print/face.h"
+
+using namespace Qt::StringLiterals;
 
 using print::Paper;
 using print::Printer;
@@ -370,22 +373,14 @@ private slots:
 
     void aFaceThatIsMissingOrHasNoTurkishLettersIsReplaced_data()
     {
-        QTest::addColumn<QString>("asked");
-        QTest::addColumn<QString>("used");
-        QTest::newRow("missing") << "No Such Face"
-                                 << "Liberation Sans";
-        QTest::newRow("Arial's widths") << "Arial"
-                                        << "Liberation Sans";
-        QTest::newRow("Times' widths") << "times new roman"
-                                       << "Liberation Serif";
-        QTest::newRow("Courier's widths") << "Courier New"
-                                          << "Liberation Mono";
-        QTest::newRow("signs only") << "Standard Symbols PS"
-                                    << "Liberation Sans";
-        QTest::newRow("empty name") << ""
-                                    << "Liberation Sans";
-        QTest::newRow("there") << "Liberation Mono"
-                               << "Liberation Mono";
+        addColumns<QString, QString>("asked", "used");
+        QTest::newRow("missing") << u"No Such Face"_s << u"Liberation Sans"_s;
+        QTest::newRow("Arial's widths") << u"Arial"_s << u"Liberation Sans"_s;
+        QTest::newRow("Times' widths") << u"times new roman"_s << u"Liberation Serif"_s;
+        QTest::newRow("Courier's widths") << u"Courier New"_s << u"Liberation Mono"_s;
+        QTest::newRow("signs only") << u"Standard Symbols PS"_s << u"Liberation Sans"_s;
+        QTest::newRow("empty name") << QString() << u"Liberation Sans"_s;
+        QTest::newRow("there") << u"Liberation Mono"_s << u"Liberation Mono"_s;
     }
     void aFaceThatIsMissingOrHasNoTurkishLettersIsReplaced()
     {

@@ -1,5 +1,6 @@
 #include "tests/doors/fake_queue.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "print/queue_target.h"
@@ -87,8 +88,7 @@ private slots:
 
     void whateverStepFailsTheJobIsCancelledByItsNumber_data()
     {
-        QTest::addColumn<QString>("step");
-        QTest::addColumn<QStringList>("calls");
+        addColumns<QString, QStringList>("step", "calls");
         QTest::newRow("create") << "create" << QStringList{"create"};
         QTest::newRow("start") << "start" << QStringList{"create", "start", "cancel 42"};
         QTest::newRow("write") << "write" << QStringList{"create", "start", "write", "cancel 42"};
@@ -116,8 +116,7 @@ private slots:
 
     void aPrinterThatCannotPrintIsNotEvenAskedToTakeAJob_data()
     {
-        QTest::addColumn<QueueCondition>("condition");
-        QTest::addColumn<QString>("text");
+        addColumns<QueueCondition, QString>("condition", "text");
         QTest::newRow("no scheduler") << QueueCondition::noScheduler << "Yazıcı: yazdırma servisi yanıt vermiyor";
         QTest::newRow("no queue") << QueueCondition::noQueue << "Yazıcı: varsayılan yazıcı yok";
         QTest::newRow("unknown") << QueueCondition::unknownQueue << "Yazıcı: slip bulunamadı";
@@ -146,10 +145,7 @@ private slots:
 
     void readsThePaperOfTheQueue_data()
     {
-        QTest::addColumn<QueuePaper>("queue");
-        QTest::addColumn<bool>("roll");
-        QTest::addColumn<int>("width");
-        QTest::addColumn<int>("longest");
+        addColumns<QueuePaper, bool, int, int>("queue", "roll", "width", "longest");
         QueuePaper wide = roll80();
         wide.maxWidth = 21000;
         QTest::newRow("80 mm roll in a wide printer") << wide << true << 227 << 5669;

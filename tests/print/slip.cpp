@@ -1,5 +1,6 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "print/face.h"
@@ -66,16 +67,9 @@ class SlipTest : public QObject {
         return error;
     }
 
-    static QStringList vendorAndEnd()
-    {
-        return {"-",
-                "TEŞEKKÜR EDERİZ",
-                "YİNE BEKLERİZ",
-                "Bilgi Fişidir Mali Değer Taşımaz",
-                "Mendrik Presva",
-                "Tel: 0 850 000 00 00 - 0 850 000 00 01",
-                "Zeytin Sokak No: 1"};
-    }
+    static constexpr auto vendorAndEnd =
+        "-|TEŞEKKÜR EDERİZ|YİNE BEKLERİZ|Bilgi Fişidir Mali Değer Taşımaz|Mendrik Presva|"
+        "Tel: 0 850 000 00 00 - 0 850 000 00 01|Zeytin Sokak No: 1";
 
 private slots:
     void init() { target = FakePrinter(); }
@@ -84,62 +78,23 @@ private slots:
     {
         Slip slip = shareSlip();
         slip.headerItems = {"Mendrik Yağ Fabrikası", "Ayvalık"};
-        QCOMPARE(textsOfSlip(slip), QStringList({"Mendrik Yağ Fabrikası",
-                                                 "Ayvalık",
-                                                 "05 Kasım 2024 Salı 14:07",
-                                                 "Sayın; ",
-                                                 "Ahmet Yılmaz",
-                                                 "=",
-                                                 "SIKIM AŞAMASI",
-                                                 "-",
-                                                 "Sıkılacak Zeytin KG",
-                                                 "1.000,00 KG",
-                                                 "Sıkılan Zeytin Yağı KG",
-                                                 "850,00 LT",
-                                                 "-",
-                                                 "HAK EDİŞ",
-                                                 "-",
-                                                 "%12 Sıkılan Zeytin Yağı Miktarı",
-                                                 "102 KG",
-                                                 "-",
-                                                 "TESLİMAT",
-                                                 "-",
-                                                 "Dolan Kap Boyutu",
-                                                 "20 LT",
-                                                 "Yaklaşık Dolum Miktarı",
-                                                 "748 LT",
-                                                 "DOLDURULAN KAP",
-                                                 "37 AD"}) +
-                                        vendorAndEnd());
+        QCOMPARE(
+            textsOfSlip(slip).join(u'|'),
+            QString("Mendrik Yağ Fabrikası|Ayvalık|05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|"
+                    "Sıkılacak Zeytin KG|1.000,00 KG|Sıkılan Zeytin Yağı KG|850,00 LT|-|HAK EDİŞ|-|"
+                    "%12 Sıkılan Zeytin Yağı Miktarı|102 KG|-|TESLİMAT|-|Dolan Kap Boyutu|20 LT|"
+                    "Yaklaşık Dolum Miktarı|748 LT|DOLDURULAN KAP|37 AD|") +
+                vendorAndEnd);
     }
 
     void cashPrintsTheFeeAndFillsAllTheOil()
     {
-        QCOMPARE(textsOfSlip(cashSlip()), QStringList({"05 Kasım 2024 Salı 14:07",
-                                                       "Sayın; ",
-                                                       "Ahmet Yılmaz",
-                                                       "=",
-                                                       "SIKIM AŞAMASI",
-                                                       "-",
-                                                       "Sıkılacak Zeytin KG",
-                                                       "1.000,00 KG",
-                                                       "Sıkılan Zeytin Yağı KG",
-                                                       "23,50 LT",
-                                                       "-",
-                                                       "HAK EDİŞ",
-                                                       "-",
-                                                       "Sıkılan Zetin Yağı Bedeli",
-                                                       "1.250 TL",
-                                                       "-",
-                                                       "TESLİMAT",
-                                                       "-",
-                                                       "Dolan Kap Boyutu",
-                                                       "10 LT",
-                                                       "Yaklaşık Dolum Miktarı",
-                                                       "24 LT",
-                                                       "DOLDURULAN KAP",
-                                                       "2 AD"}) +
-                                              vendorAndEnd());
+        QCOMPARE(
+            textsOfSlip(cashSlip()).join(u'|'),
+            QString("05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG|1.000,00 KG|"
+                    "Sıkılan Zeytin Yağı KG|23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
+                    "Dolan Kap Boyutu|10 LT|Yaklaşık Dolum Miktarı|24 LT|DOLDURULAN KAP|2 AD|") +
+                vendorAndEnd);
     }
 
     void thePaperCarriesWhatWasComposed()
@@ -149,11 +104,12 @@ private slots:
         QStringList lines = linesOf(target.printed.front().pdf);
         for (QString& line : lines)
             if (isRule(line)) line.truncate(1);
-        QCOMPARE(lines, QStringList({"05 Kasım 2024 Salı 14:07", "Sayın; Ahmet Yılmaz", "=", "SIKIM AŞAMASI", "-",
-                                     "Sıkılacak Zeytin KG 1.000,00 KG", "Sıkılan Zeytin Yağı KG 23,50 LT", "-",
-                                     "HAK EDİŞ", "-", "Sıkılan Zetin Yağı Bedeli", "1.250 TL", "-", "TESLİMAT", "-",
-                                     "Dolan Kap Boyutu 10 LT", "Yaklaşık Dolum Miktarı 24 LT", "DOLDURULAN KAP 2 AD"}) +
-                            vendorAndEnd());
+        QCOMPARE(
+            lines.join(u'|'),
+            QString("05 Kasım 2024 Salı 14:07|Sayın; Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG 1.000,00 KG|"
+                    "Sıkılan Zeytin Yağı KG 23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
+                    "Dolan Kap Boyutu 10 LT|Yaklaşık Dolum Miktarı 24 LT|DOLDURULAN KAP 2 AD|") +
+                vendorAndEnd);
         QCOMPARE(target.printed.front().title, "Bilgi Fişi");
     }
 
@@ -292,10 +248,7 @@ private slots:
 
     void sizesGrowForTheAmountAndShrinkForTheEnd_data()
     {
-        QTest::addColumn<QString>("size");
-        QTest::addColumn<double>("text");
-        QTest::addColumn<double>("amount");
-        QTest::addColumn<double>("end");
+        addColumns<QString, double, double, double>("size", "text", "amount", "end");
         QTest::newRow("eight") << "8" << 8.0 << 14.0 << 3.0;
         QTest::newRow("half points") << "10,5" << 10.5 << 16.5 << 5.5;
         QTest::newRow("end of at least one point") << "5" << 5.0 << 11.0 << 1.0;
@@ -321,8 +274,7 @@ private slots:
 
     void theMillsLinesAreBoldWhateverTheSettingSays_data()
     {
-        QTest::addColumn<QString>("setting");
-        QTest::addColumn<bool>("rest");
+        addColumns<QString, bool>("setting", "rest");
         QTest::newRow("off") << "False" << false;
         QTest::newRow("on") << "True" << true;
     }
@@ -361,8 +313,7 @@ private slots:
 
     void nothingStandsBeyondTheEdge_data()
     {
-        QTest::addColumn<int>("millimetres");
-        QTest::addColumn<QString>("size");
+        addColumns<int, QString>("millimetres", "size");
         for (const int millimetres : {44, 58, 80, 210})
             for (const char* size : {"8", "12", "20"})
                 QTest::addRow("%d mm, %s points", millimetres, size) << millimetres << size;
@@ -390,12 +341,8 @@ private slots:
 
     void containersAreCountedFromTheOilThatIsFilled_data()
     {
-        QTest::addColumn<bool>("share");
-        QTest::addColumn<QString>("oil");
-        QTest::addColumn<QString>("handedOver");
-        QTest::addColumn<int>("litres");
-        QTest::addColumn<QString>("filled");
-        QTest::addColumn<QString>("count");
+        addColumns<bool, QString, QString, int, QString, QString>("share", "oil", "handedOver", "litres", "filled",
+                                                                  "count");
         // clang-format off
         QTest::newRow("L40") << false << "23,5" << "" << 10 << "24 LT" << "2 AD";
         QTest::newRow("L41") << false << "25" << "" << 10 << "25 LT" << "3 AD";
@@ -449,10 +396,7 @@ private slots:
 
     void aTextThatIsNoNumberEndsTheSlip_data()
     {
-        QTest::addColumn<QString mill::Pressing::*>("text");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<bool>("share");
-        QTest::addColumn<bool>("counted");
+        addColumns<QString mill::Pressing::*, QString, bool, bool>("text", "value", "share", "counted");
         QTest::newRow("olives as the scale sent them") << &mill::Pressing::olives << "1234KG\r" << true << false;
         QTest::newRow("olives") << &mill::Pressing::olives << "abc" << true << false;
         QTest::newRow("oil") << &mill::Pressing::oil << "abc" << false << false;
@@ -502,10 +446,7 @@ private slots:
 
     void damagedFontSettingsEndTheSlip_data()
     {
-        QTest::addColumn<QString>("size");
-        QTest::addColumn<QString>("bold");
-        QTest::addColumn<QString>("italic");
-        QTest::addColumn<int>("error");
+        addColumns<QString, QString, QString, int>("size", "bold", "italic", "error");
         // clang-format off
         QTest::newRow("size in words") << "sekiz" << "False" << "False" << base::errors::typeMismatch;
         QTest::newRow("no size") << "" << "False" << "False" << base::errors::typeMismatch;

@@ -1,10 +1,13 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/print/printed_documents.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "print/face.h"
 #include "print/statement.h"
 #include <map>
+
+using namespace Qt::StringLiterals;
 
 using base::Regional;
 using print::Printer;
@@ -239,8 +242,7 @@ private slots:
 
     void sumsWithoutTheColumnOfNamesAreNamedInTheFirstTextColumn_data()
     {
-        QTest::addColumn<QList<int>>("hidden");
-        QTest::addColumn<double>("factor");
+        addColumns<QList<int>, double>("hidden", "factor");
         QTest::addColumn<bool>("named"); ///< in place of the moment
         QTest::newRow("the names are printed") << QList<int>{} << 1.0 << false;
         QTest::newRow("the names are hidden") << QList<int>{3} << 1.0 << true;
@@ -349,10 +351,7 @@ private slots:
 
     void showsValuesByTheirKind_data()
     {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<QString>("plain");
-        QTest::addColumn<QString>("formatted");
+        addColumns<QVariant, QString, QString, QString>("value", "format", "plain", "formatted");
         // clang-format off
         QTest::newRow("single") << QVariant(0.1f) << "Standard" << "0,1" << "0,10";
         QTest::newRow("double") << QVariant(1234.5) << "Standard" << "1234,5" << "1.234,50";
@@ -363,9 +362,7 @@ private slots:
         QTest::newRow("numeric text") << QVariant("1250") << "Standard" << "1250" << "1.250,00";
         QTest::newRow("empty text") << QVariant("") << "Standard" << "" << "";
         QTest::newRow("moment") << QVariant(day()) << "" << "05.11.2024 14:07:33" << "05.11.2024 14:07:33";
-        QTest::newRow("day") << QVariant(QDateTime(QDate(2024, 11, 5), QTime(0, 0))) << ""
-                             << "05.11.2024"
-                             << "05.11.2024";
+        QTest::newRow("day") << QVariant(QDateTime(QDate(2024, 11, 5), QTime(0, 0))) << QString() << u"05.11.2024"_s << u"05.11.2024"_s;
         // clang-format on
     }
     void showsValuesByTheirKind()

@@ -1,6 +1,7 @@
 #include "reports/grid_layout.h"
 
 #include "base/error.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QDir>
 #include <QFile>
@@ -79,11 +80,7 @@ private slots:
 
     void headingsAreCentredByBlanks_data()
     {
-        QTest::addColumn<float>("width");
-        QTest::addColumn<Alignment>("alignment");
-        QTest::addColumn<bool>("visible");
-        QTest::addColumn<int>("before");
-        QTest::addColumn<int>("behind");
+        addColumns<float, Alignment, bool, int, int>("width", "alignment", "visible", "before", "behind");
         QTest::newRow("left") << 2000.0F << Alignment::left << true << 10 << 0;
         QTest::newRow("right") << 2000.0F << Alignment::right << true << 0 << 10;
         QTest::newRow("centre") << 2000.0F << Alignment::centre << true << 0 << 0;
@@ -125,10 +122,7 @@ private slots:
 
     void viewsGiveHeadingsAndFormats_data()
     {
-        QTest::addColumn<QString>("view");
-        QTest::addColumn<bool>("ofJournal");
-        QTest::addColumn<QStringList>("expectedHeadings");
-        QTest::addColumn<QStringList>("expectedFormats");
+        addColumns<QString, bool, QStringList, QStringList>("view", "ofJournal", "expectedHeadings", "expectedFormats");
         const QStringList journalHeadings{u"Tarih"_s,    u"Giren Zeytin"_s, u"Çıkan Yağ"_s, u"Yuzde"_s,
                                           u"Hak Ediş"_s, u"Nakit"_s,        u"Cari"_s};
         const QString standard = u"Standard"_s;

@@ -2,6 +2,7 @@
 
 #include "reports/period.h"
 #include "tests/reports/paper_journal.h"
+#include "tests/support/columns.h"
 #include <QSignalSpy>
 #include <QTest>
 
@@ -36,8 +37,7 @@ private slots:
 
     void cellsFollowFormatsAndSettings_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<bool>("dressed");
+        addColumns<bool, bool>("english", "dressed");
         QTest::addColumn<QString>("pressing"); // without its moment
         QTest::addColumn<QString>("totals");
         QTest::newRow("plain, Turkish") << false << false << u"1234,5|850|12|0|12,5|Ali & <b>Veli</b>"_s

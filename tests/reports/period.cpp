@@ -1,5 +1,6 @@
 #include "reports/period.h"
 
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 
@@ -20,10 +21,7 @@ class ReportTexts : public QObject {
 private slots:
     void onlyThePanelsReportWithoutANameIsOfAllCustomers_data()
     {
-        QTest::addColumn<bool>("panelShown");
-        QTest::addColumn<bool>("reportSelected");
-        QTest::addColumn<QString>("nameFilter");
-        QTest::addColumn<bool>("ofOneCustomer");
+        addColumns<bool, bool, QString, bool>("panelShown", "reportSelected", "nameFilter", "ofOneCustomer");
         QTest::newRow("report, no name") << true << true << QString() << false;
         QTest::newRow("report, a name") << true << true << u"Ali"_s << true;
         QTest::newRow("report, a blank is a name") << true << true << u" "_s << true;
@@ -47,8 +45,7 @@ private slots:
 
     void namesAreSplicedAsTyped_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("outcome");
+        addColumns<QString, QString>("name", "outcome");
         for (const QString& name : {u"Ali Veli"_s, u" ali "_s, u"%1"_s, u"A*[b]#?"_s, u"\"x\""_s, u"İşçi -- Oğlu"_s})
             QTest::newRow(qPrintable(name)) << name << twoDaysCondition + u" And CariHar='"_s + name + u"'"_s;
         QTest::newRow("apostrophe") << u"O'N"_s << u"E3075"_s;
@@ -63,9 +60,7 @@ private slots:
 
     void changedPickerDragsTheOtherOne_data()
     {
-        QTest::addColumn<Period>("shown");
-        QTest::addColumn<bool>("firstChanged");
-        QTest::addColumn<Period>("expected");
+        addColumns<Period, bool, Period>("shown", "firstChanged", "expected");
         const QDate early(2024, 11, 5);
         const QDate late(2024, 11, 9);
         QTest::newRow("first behind last") << Period{late, early} << true << Period{late, late};

@@ -8,6 +8,7 @@
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/support/columns.h"
 #include <QTest>
 
 using namespace reports;
@@ -121,8 +122,7 @@ private slots:
 
     void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow_data()
     {
-        QTest::addColumn<bool>("indexed");
-        QTest::addColumn<int>("question");
+        addColumns<bool, int>("indexed", "question");
         QTest::addColumn<QStringList>("totals"); ///< moments of the totals rows that are there before
         const std::vector<std::pair<const char*, QStringList>> states = {
             {"no totals", {}},

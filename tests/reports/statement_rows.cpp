@@ -2,6 +2,7 @@
 
 #include "reports/period_report.h"
 #include "tests/reports/paper_journal.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 
@@ -26,10 +27,7 @@ private slots:
 
     void sumsOfAReportComeLast_data()
     {
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("last");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QStringList>("rows");
+        addColumns<int, int, QString, QStringList>("first", "last", "name", "rows");
         QTest::newRow("a period that is over")
             << 2 << 3 << QString() << QStringList{u"02 100 Ali"_s, u"03 200 Ayşe"_s, u"04 300 Toplamlar"_s};
         QTest::newRow("a period with today in it, and a later pressing")

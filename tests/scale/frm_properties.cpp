@@ -1,5 +1,6 @@
 #include "scale/frm_properties.h"
 #include "tests/doors/fake_comm_control.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QComboBox>
 #include <QLabel>
@@ -52,11 +53,7 @@ private slots:
 
     void stateOfTheControlIsPreset_data()
     {
-        QTest::addColumn<QString>("reported");
-        QTest::addColumn<QString>("speed");
-        QTest::addColumn<QString>("parity");
-        QTest::addColumn<QString>("dataBits");
-        QTest::addColumn<QString>("stopBits");
+        addColumns<QString, QString, QString, QString, QString>("reported", "speed", "parity", "dataBits", "stopBits");
         QTest::newRow("usual") << u"9600,n,8,1"_s << u"9600"_s << u"None"_s << u"8"_s << u"1"_s;
         QTest::newRow("one and a half") << u"9600,n,8,1.5"_s << u"9600"_s << u"None"_s << u"8"_s << u"1.5"_s;
         QTest::newRow("even") << u"115200,e,7,2"_s << u"115200"_s << u"Even"_s << u"7"_s << u"2"_s;
@@ -144,8 +141,7 @@ private slots:
 
     void choiceBecomesASettingsString_data()
     {
-        QTest::addColumn<QStringList>("choice");
-        QTest::addColumn<QString>("assigned");
+        addColumns<QStringList, QString>("choice", "assigned");
         QTest::newRow("usual") << QStringList{u"9600"_s, u"None"_s, u"8"_s, u"1"_s} << u"9600,N,8,1"_s;
         QTest::newRow("even") << QStringList{u"115200"_s, u"Even"_s, u"7"_s, u"1.5"_s} << u"115200,E,7,1.5"_s;
         QTest::newRow("space") << QStringList{u"110"_s, u"Space"_s, u"5"_s, u"2"_s} << u"110,S,5,2"_s;
@@ -313,8 +309,7 @@ private slots:
 
     void cancelAfterARefusalGivesTheControlBack_data()
     {
-        QTest::addColumn<QString>("refused");
-        QTest::addColumn<bool>("escape");
+        addColumns<QString, bool>("refused", "escape");
         QTest::newRow("settings, button") << "settings=4800,E,8,2" << false;
         QTest::newRow("settings, Esc") << "settings=4800,E,8,2" << true;
         QTest::newRow("flow, button") << "flow=1" << false;

@@ -1,4 +1,5 @@
 #include "scale/line_settings.h"
+#include "tests/support/columns.h"
 #include <QTest>
 
 using namespace scale;
@@ -11,8 +12,7 @@ class LineSettingsTest : public QObject {
 private slots:
     void properStringsAreReportedWithASmallLetter_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("reported");
+        addColumns<QString, QString>("text", "reported");
         QTest::newRow("capital") << u"9600,N,8,1"_s << u"9600,n,8,1"_s;
         QTest::newRow("small") << u"9600,n,8,1"_s << u"9600,n,8,1"_s;
         QTest::newRow("even") << u"115200,E,7,2"_s << u"115200,e,7,2"_s;
@@ -64,8 +64,7 @@ private slots:
 
     void stopBitsDependOnTheDataBits_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("feasible");
+        addColumns<QString, bool>("text", "feasible");
         QTest::newRow("8 and 1") << u"9600,n,8,1"_s << true;
         QTest::newRow("8 and 2") << u"9600,n,8,2"_s << true;
         QTest::newRow("8 and 1.5") << u"9600,n,8,1.5"_s << false;

@@ -1,5 +1,6 @@
 #include "scale/terazi_comm.h"
 #include "scale/weight_line.h"
+#include "tests/support/columns.h"
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -25,8 +26,7 @@ private slots:
 
     void shapesArriveAsWeightFields_data()
     {
-        QTest::addColumn<QString>("shape");
-        QTest::addColumn<QString>("field");
+        addColumns<QString, QString>("shape", "field");
         QTest::newRow("padded") << u"padded"_s << u"  1234\r"_s;
         QTest::newRow("crlf") << u"crlf"_s << u"  1234 \r"_s;
         QTest::newRow("sign") << u"sign"_s << u"+  1234\r"_s;

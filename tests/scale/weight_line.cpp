@@ -1,6 +1,7 @@
 #include "scale/weight_line.h"
 #include "base/numbers.h"
 #include "tests/doors/fake_comm_control.h"
+#include "tests/support/columns.h"
 #include <QTest>
 
 using namespace scale;
@@ -45,8 +46,7 @@ class WeightLine : public QObject {
 private slots:
     void fieldIsTheEndOfTheFirstLine_data()
     {
-        QTest::addColumn<QString>("burst");
-        QTest::addColumn<QString>("field");
+        addColumns<QString, QString>("burst", "field");
         QTest::newRow("padded") << u"  1234kg\r"_s << u"  1234\r"_s;
         QTest::newRow("blank before the unit") << u"  1234 kg\r\n"_s << u"  1234 \r"_s;
         QTest::newRow("line feed of the line before") << u"\n  1234kg\r"_s << u"\n  1234\r"_s;
@@ -75,10 +75,7 @@ private slots:
 
     void weightReachesTheStation_data()
     {
-        QTest::addColumn<bool>("turkish");
-        QTest::addColumn<QString>("burst");
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("after");
+        addColumns<bool, QString, QString, QString>("turkish", "burst", "before", "after");
         QTest::newRow("padded") << true << u"  1234kg\r"_s << u"0"_s << u"1.234"_s;
         QTest::newRow("padded, English") << false << u"  1234kg\r"_s << u"0"_s << u"1,234"_s;
         QTest::newRow("blank before the unit") << true << u"  1234 kg\r\n"_s << u"0"_s << u"1.234"_s;
@@ -137,8 +134,7 @@ private slots:
 
     void unreadableLineIsShownAndEmptiesTheBuffers_data()
     {
-        QTest::addColumn<QString>("burst");
-        QTest::addColumn<QString>("shown");
+        addColumns<QString, QString>("burst", "shown");
         QTest::newRow("capitals") << u"1234KG\r"_s << u"1234KG\r"_s;
         QTest::newRow("only the unit") << u"kg\r"_s << u"\r"_s;
         QTest::newRow("only an end") << u"\r"_s << u"\r"_s;
@@ -243,10 +239,7 @@ private slots:
 
     void eventTellsWhatItBrought_data()
     {
-        QTest::addColumn<int>("event");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("burst");
-        QTest::addColumn<Heard>("heard");
+        addColumns<int, QString, QString, Heard>("event", "name", "burst", "heard");
         QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << Heard::line;
         QTest::newRow("a text that is shown already") << events::received << u"Ali"_s << u"Net\r"_s << Heard::line;
         QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << Heard::halfLine;

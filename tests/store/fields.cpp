@@ -1,4 +1,5 @@
 #include "tests/store/mill_file.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include <QTest>
@@ -44,9 +45,7 @@ private Q_SLOTS:
 
     void captionsShowValuesByTheMarksOfTheSettings_data()
     {
-        QTest::addColumn<FieldValue>("value");
-        QTest::addColumn<QString>("inTurkish");
-        QTest::addColumn<QString>("inEnglish");
+        addColumns<FieldValue, QString, QString>("value", "inTurkish", "inEnglish");
         // clang-format off
         QTest::newRow("decimals") << FieldValue(12.75) << "12,75" << "12.75";
         QTest::newRow("not grouped") << FieldValue(1250.0) << "1250" << "1250";
@@ -86,8 +85,7 @@ private Q_SLOTS:
 
     void captionsBecomeValuesOfTheFieldsKind_data()
     {
-        QTest::addColumn<int>("field");
-        QTest::addColumn<QString>("caption");
+        addColumns<int, QString>("field", "caption");
         QTest::addColumn<QString>("stored"); // as a Turkish caption; empty: refused with 3421
         // clang-format off
         const auto row = [](const char* tag, int field, const char* caption, const char* stored) {
@@ -248,8 +246,7 @@ private Q_SLOTS:
 
     void faultsHaveTheNumbersOfTheScreen_data()
     {
-        QTest::addColumn<QString>("sql");
-        QTest::addColumn<int>("number");
+        addColumns<QString, int>("sql", "number");
         QTest::newRow("an apostrophe") << "DELETE FROM Cari Where Unvan='O'Neil'" << errors::querySyntax;
         QTest::newRow("not an action") << "Select * From Cari" << errors::databaseFault;
         QTest::newRow("no such table") << "DELETE FROM Yok" << errors::databaseFault;
