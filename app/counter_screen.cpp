@@ -9,25 +9,13 @@ using pressing::Field;
 
 CaptionLabel& labelOf(const Form1& form, Field field, int station)
 {
-    switch (field) {
-    case Field::TxtLbl:
-        return *form.TxtLbl[station];
-    case Field::Label2:
-        return *form.Label2[station];
-    case Field::Label3:
-        return *form.Label3[station];
-    case Field::Label4:
-        return *form.Label4[station];
-    case Field::Haklbl:
-        return *form.Haklbl[station];
-    case Field::HakTut:
-        return *form.HakTut[station];
-    case Field::Verilen:
-        return *form.Verilen[station];
-    case Field::NakitLbl:
-        return *form.NakitLbl[station];
-    }
-    throwNoControl(station);
+    if (field == Field::Label4) return *form.Label4[station];
+    // In the order of the fields.
+    static constexpr ControlArray<FieldLabel, 2> Form1::*displays[] = {&Form1::TxtLbl,  &Form1::Label2,  &Form1::Label3,
+                                                                       nullptr,         &Form1::Haklbl,  &Form1::HakTut,
+                                                                       &Form1::Verilen, &Form1::NakitLbl};
+    static_assert(std::size(displays) == pressing::allFields.size());
+    return *(form.*displays[static_cast<std::size_t>(field)])[station];
 }
 
 } // namespace

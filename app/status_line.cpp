@@ -53,7 +53,6 @@ void StatusLine::lineNotUnderstood()
 
 void StatusLine::setNotice(const QString& sentence)
 {
-    if (notice_ == sentence) return;
     notice_ = sentence;
     refresh();
 }
@@ -67,14 +66,12 @@ void StatusLine::setTypedWeights(const QString& mark)
 
 void StatusLine::setPrinter(const QString& fact)
 {
-    if (printer_ == fact) return;
     printer_ = fact;
     refresh();
 }
 
 void StatusLine::setDataFile(const QString& fact)
 {
-    if (dataFile_ == fact) return;
     dataFile_ = fact;
     refresh();
 }

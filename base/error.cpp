@@ -15,7 +15,6 @@ RuntimeError runtimeError(int number)
         std::pair{errors::invalidCall, "Invalid procedure call or argument"},
         std::pair{errors::overflow, "Overflow"},
         std::pair{errors::subscript, "Subscript out of range"},
-        std::pair{errors::divisionByZero, "Division by zero"},
         std::pair{errors::typeMismatch, "Type mismatch"},
         std::pair{errors::outOfStack, "Out of stack space"},
         std::pair{errors::fileNotFound, "File not found"},

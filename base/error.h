@@ -27,7 +27,6 @@ namespace errors {
 inline constexpr int invalidCall = 5;
 inline constexpr int overflow = 6;
 inline constexpr int subscript = 9;
-inline constexpr int divisionByZero = 11;
 inline constexpr int typeMismatch = 13;
 inline constexpr int outOfStack = 28;
 inline constexpr int fileNotFound = 53;

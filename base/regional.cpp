@@ -51,23 +51,16 @@ Regional Regional::system()
     // Dates stand below one another in printed columns: where the month has two digits, the day gets them too.
     if (regional.shortDate == "d.mm.yyyy"_L1) regional.shortDate = u"dd.mm.yyyy"_s;
     regional.timeSeparator = separatorOf(locale.timeFormat(QLocale::ShortFormat), u':');
-    regional.longTime = u"hh:nn:ss"_s;
     return regional;
 }
 
 Regional Regional::turkish()
 {
     Regional regional;
-    regional.group = u'.';
-    regional.decimal = u',';
     regional.currency = u"TL"_s;
-    regional.timeSeparator = u':';
-    regional.dateSeparator = u'.';
     regional.months = {u"Ocak"_s,   u"Şubat"_s,   u"Mart"_s,  u"Nisan"_s, u"Mayıs"_s, u"Haziran"_s,
                        u"Temmuz"_s, u"Ağustos"_s, u"Eylül"_s, u"Ekim"_s,  u"Kasım"_s, u"Aralık"_s};
     regional.days = {u"Pazartesi"_s, u"Salı"_s, u"Çarşamba"_s, u"Perşembe"_s, u"Cuma"_s, u"Cumartesi"_s, u"Pazar"_s};
-    regional.shortDate = u"dd.mm.yyyy"_s;
-    regional.longTime = u"hh:nn:ss"_s;
     return regional;
 }
 
@@ -77,13 +70,11 @@ Regional Regional::english()
     regional.group = u',';
     regional.decimal = u'.';
     regional.currency = u"$"_s;
-    regional.timeSeparator = u':';
     regional.dateSeparator = u'/';
     regional.months = {u"January"_s, u"February"_s, u"March"_s,     u"April"_s,   u"May"_s,      u"June"_s,
                        u"July"_s,    u"August"_s,   u"September"_s, u"October"_s, u"November"_s, u"December"_s};
     regional.days = {u"Monday"_s, u"Tuesday"_s, u"Wednesday"_s, u"Thursday"_s, u"Friday"_s, u"Saturday"_s, u"Sunday"_s};
     regional.shortDate = u"m/d/yyyy"_s;
-    regional.longTime = u"hh:nn:ss"_s;
     return regional;
 }
 

@@ -14,12 +14,18 @@ namespace {
 
 constexpr Litre sizes[] = {{5}, {10}, {15}, {20}};
 
+QStringList namesOfSizes()
+{
+    QStringList names;
+    for (const Litre size : sizes) names << u"%1 Litrelik Kap"_s.arg(size.value, 2);
+    return names;
+}
+
 } // namespace
 
 const QStringList& containerNames()
 {
-    static const QStringList names = {u" 5 Litrelik Kap"_s, u"10 Litrelik Kap"_s, u"15 Litrelik Kap"_s,
-                                      u"20 Litrelik Kap"_s};
+    static const QStringList names = namesOfSizes();
     return names;
 }
 

@@ -6,25 +6,10 @@ namespace pressing {
 
 QString nameOf(Field field)
 {
-    switch (field) {
-    case Field::TxtLbl:
-        return u"TxtLbl"_s;
-    case Field::Label2:
-        return u"Label2"_s;
-    case Field::Label3:
-        return u"Label3"_s;
-    case Field::Label4:
-        return u"Label4"_s;
-    case Field::Haklbl:
-        return u"Haklbl"_s;
-    case Field::HakTut:
-        return u"HakTut"_s;
-    case Field::Verilen:
-        return u"Verilen"_s;
-    case Field::NakitLbl:
-        return u"NakitLbl"_s;
-    }
-    return {};
+    static const QString names[] = {u"TxtLbl"_s, u"Label2"_s, u"Label3"_s,  u"Label4"_s,
+                                    u"Haklbl"_s, u"HakTut"_s, u"Verilen"_s, u"NakitLbl"_s};
+    static_assert(std::size(names) == allFields.size());
+    return names[static_cast<std::size_t>(field)];
 }
 
 } // namespace pressing

@@ -34,26 +34,18 @@ int twipsOfMargin(int hundredths) { return static_cast<int>(std::ceil(hundredths
 
 QString describe(QueueCondition condition, const QString& queue)
 {
-    switch (condition) {
-    case QueueCondition::ready:
-        return u"Yazıcı: %1"_s.arg(queue);
-    case QueueCondition::noScheduler:
-        return u"Yazıcı: yazdırma servisi yanıt vermiyor"_s;
-    case QueueCondition::noQueue:
-        return u"Yazıcı: varsayılan yazıcı yok"_s;
-    case QueueCondition::unknownQueue:
-        return u"Yazıcı: %1 bulunamadı"_s.arg(queue);
-    case QueueCondition::rejecting:
-        return u"Yazıcı: %1 iş kabul etmiyor"_s.arg(queue);
-    case QueueCondition::stopped:
-        return u"Yazıcı: %1 durduruldu"_s.arg(queue);
-    case QueueCondition::mediaEmpty:
-        return u"Yazıcı: %1 kâğıt bitti"_s.arg(queue);
-    case QueueCondition::coverOpen:
-        return u"Yazıcı: %1 kapağı açık"_s.arg(queue);
-    case QueueCondition::offline:
-        return u"Yazıcı: %1 bağlı değil"_s.arg(queue);
-    }
+    const std::pair<QueueCondition, QString> sentences[] = {
+        {QueueCondition::noScheduler, u"Yazıcı: yazdırma servisi yanıt vermiyor"_s},
+        {QueueCondition::noQueue, u"Yazıcı: varsayılan yazıcı yok"_s},
+        {QueueCondition::unknownQueue, u"Yazıcı: %1 bulunamadı"_s.arg(queue)},
+        {QueueCondition::rejecting, u"Yazıcı: %1 iş kabul etmiyor"_s.arg(queue)},
+        {QueueCondition::stopped, u"Yazıcı: %1 durduruldu"_s.arg(queue)},
+        {QueueCondition::mediaEmpty, u"Yazıcı: %1 kâğıt bitti"_s.arg(queue)},
+        {QueueCondition::coverOpen, u"Yazıcı: %1 kapağı açık"_s.arg(queue)},
+        {QueueCondition::offline, u"Yazıcı: %1 bağlı değil"_s.arg(queue)},
+    };
+    for (const auto& [known, sentence] : sentences)
+        if (known == condition) return sentence;
     return u"Yazıcı: %1"_s.arg(queue);
 }
 

@@ -21,7 +21,6 @@ base::RuntimeError commError(int number)
         std::pair{errors::parametersRefused, "Bağlantı ayarları aygıta uygulanamadı"},
         std::pair{errors::onlyWhileOpen, "Bu işlem yalnızca bağlantı noktası açıkken yapılabilir"},
         std::pair{errors::readFailed, "Aygıttan okuma hatası"},
-        std::pair{errors::noControlBlock, "Aygıtın denetim bilgisi alınamadı"},
     };
     for (const auto& [known, text] : texts)
         if (known == number) return {number, QString::fromUtf8(text)};

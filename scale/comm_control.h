@@ -54,7 +54,6 @@ inline constexpr int notOpen = 8012;
 inline constexpr int parametersRefused = 8015;
 inline constexpr int onlyWhileOpen = 8018;
 inline constexpr int readFailed = 8020;
-inline constexpr int noControlBlock = 8021;
 } // namespace errors
 
 /// The error of that number with its sentence.

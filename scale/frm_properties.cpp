@@ -2,6 +2,7 @@
 
 #include "base/letters.h"
 #include "base/pass_over.h"
+#include "scale/line_settings.h"
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGridLayout>
@@ -167,9 +168,9 @@ void frmProperties::fill()
         const auto device = doors_.ports(number);
         cboPort->setItemData(number - 1, device ? shownDevice(device->path) : u"Bağlı aygıt yok"_s, Qt::ToolTipRole);
     }
-    addEntries(cboSpeed,
-               {u"110"_s, u"300"_s, u"600"_s, u"1200"_s, u"2400"_s, u"4800"_s, u"9600"_s, u"14400"_s, u"19200"_s,
-                u"28800"_s, u"38400"_s, u"56000"_s, u"57600"_s, u"115200"_s, u"128000"_s, u"256000"_s});
+    QStringList rates;
+    for (const int speed : speeds) rates += QString::number(speed);
+    addEntries(cboSpeed, rates);
     addEntries(cboDataBits, {u"4"_s, u"5"_s, u"6"_s, u"7"_s, u"8"_s});
     addEntries(cboParity, {u"Even"_s, u"Odd"_s, u"None"_s, u"Mark"_s, u"Space"_s});
     addEntries(cboStopBits, {u"1"_s, u"1.5"_s, u"2"_s});

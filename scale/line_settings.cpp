@@ -2,16 +2,13 @@
 
 #include <QList>
 #include <algorithm>
-#include <array>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace scale {
 
 namespace {
-
-constexpr std::array speeds = {110,   300,   600,   1200,  2400,  4800,   9600,   14400,
-                               19200, 28800, 38400, 56000, 57600, 115200, 128000, 256000};
 
 std::optional<int> speedOf(QStringView text)
 {
@@ -20,25 +17,14 @@ std::optional<int> speedOf(QStringView text)
     return std::nullopt;
 }
 
+constexpr std::pair<StopBits, QLatin1StringView> stopBitTexts[] = {
+    {StopBits::one, "1"_L1}, {StopBits::oneAndHalf, "1.5"_L1}, {StopBits::two, "2"_L1}};
+
 std::optional<StopBits> stopBitsOf(QStringView text)
 {
-    if (text == "1"_L1) return StopBits::one;
-    if (text == "1.5"_L1) return StopBits::oneAndHalf;
-    if (text == "2"_L1) return StopBits::two;
+    for (const auto& [stopBits, written] : stopBitTexts)
+        if (text == written) return stopBits;
     return std::nullopt;
-}
-
-QLatin1StringView textOf(StopBits stopBits)
-{
-    switch (stopBits) {
-    case StopBits::one:
-        return "1"_L1;
-    case StopBits::oneAndHalf:
-        return "1.5"_L1;
-    case StopBits::two:
-        return "2"_L1;
-    }
-    return {};
 }
 
 } // namespace
@@ -46,7 +32,7 @@ QLatin1StringView textOf(StopBits stopBits)
 QString LineSettings::text() const
 {
     return QString::number(speed) + u',' + QLatin1Char(parity) + u',' + QString::number(dataBits) + u',' +
-           textOf(stopBits);
+           stopBitTexts[static_cast<std::size_t>(stopBits)].second;
 }
 
 std::optional<LineSettings> parseLineSettings(QStringView text)

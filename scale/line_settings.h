@@ -2,9 +2,14 @@
 
 #include <QString>
 #include <QStringView>
+#include <array>
 #include <optional>
 
 namespace scale {
+
+/// The speeds that the dialog offers and a settings string may name, baud.
+inline constexpr std::array speeds = {110,   300,   600,   1200,  2400,  4800,   9600,   14400,
+                                      19200, 28800, 38400, 56000, 57600, 115200, 128000, 256000};
 
 enum class StopBits { one, oneAndHalf, two };
 

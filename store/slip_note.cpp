@@ -11,7 +11,10 @@
 #include <QJsonObject>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace store {
 namespace {
@@ -29,33 +32,43 @@ mill::Weighing weighingOf(const QJsonObject& fields)
             QByteArray::fromHex(fields["bytes"].toString().toLatin1()).toStdString(), fields["moment"].toDouble()};
 }
 
+/// The pressing's part of a note; the names are those in the file.
+constexpr std::pair<QLatin1StringView, QString mill::Pressing::*> pressingFields[] = {
+    {"olives"_L1, &mill::Pressing::olives},
+    {"oil"_L1, &mill::Pressing::oil},
+    {"percentage"_L1, &mill::Pressing::percentage},
+    {"entitlement"_L1, &mill::Pressing::entitlement},
+    {"fee"_L1, &mill::Pressing::fee},
+    {"customer"_L1, &mill::Pressing::customer},
+    {"container"_L1, &mill::Pressing::container},
+};
+
 QByteArray textOf(const SlipNote& note)
 {
     QJsonObject fields{
         {"job", note.job},
         {"moment", note.moment},
-        {"olives", note.pressing.olives},
-        {"oil", note.pressing.oil},
-        {"percentage", note.pressing.percentage},
-        {"entitlement", note.pressing.entitlement},
-        {"fee", note.pressing.fee},
-        {"customer", note.pressing.customer},
-        {"container", note.pressing.container},
         {"sameBefore", note.sameBefore},
         {"station", note.from.station},
         {"olivesFrom", fieldsOf(note.from.olives)},
         {"oilFrom", fieldsOf(note.from.oil)},
         {"bookPlace", static_cast<qint64>(note.bookPlace)},
     };
+    for (const auto& [name, field] : pressingFields) fields[name] = note.pressing.*field;
     if (note.before) fields["before"] = static_cast<qint64>(*note.before);
     return QJsonDocument(fields).toJson(QJsonDocument::Compact);
 }
 
 QByteArray sealOf(const QByteArray& text) { return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex(); }
 
-base::RuntimeError failed(const files::Error& error)
+/// What the disk refuses is error 3000.
+template <class Work> auto onDisk(Work&& work)
 {
-    return {base::errors::databaseFault, QString::fromUtf8(error.what())};
+    try {
+        return work();
+    } catch (const files::Error& error) {
+        throw base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
+    }
 }
 
 } // namespace
@@ -67,7 +80,7 @@ SlipNotes::SlipNotes(files::Disk& disk, std::filesystem::path database) : disk_(
 
 void SlipNotes::write(const SlipNote& note)
 {
-    try {
+    onDisk([&] {
         if (disk_.exists(path_)) disk_.remove(path_);
         const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::createNew);
         const QByteArray text = textOf(note);
@@ -76,14 +89,12 @@ void SlipNotes::write(const SlipNote& note)
             0, {reinterpret_cast<const std::uint8_t*>(sealed.constData()), static_cast<std::size_t>(sealed.size())});
         file->sync();
         disk_.syncFolder(path_.parent_path());
-    } catch (const files::Error& error) {
-        throw failed(error);
-    }
+    });
 }
 
 std::optional<SlipNote> SlipNotes::open() const
 {
-    try {
+    return onDisk([&]() -> std::optional<SlipNote> {
         if (!disk_.exists(path_)) return std::nullopt;
         const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::readOnly);
         constexpr std::uint64_t longest = 65536;
@@ -98,38 +109,28 @@ std::optional<SlipNote> SlipNotes::open() const
         SlipNote note;
         note.job = fields["job"].toInt();
         note.moment = fields["moment"].toDouble();
-        note.pressing.olives = fields["olives"].toString();
-        note.pressing.oil = fields["oil"].toString();
-        note.pressing.percentage = fields["percentage"].toString();
-        note.pressing.entitlement = fields["entitlement"].toString();
-        note.pressing.fee = fields["fee"].toString();
-        note.pressing.customer = fields["customer"].toString();
-        note.pressing.container = fields["container"].toString();
+        for (const auto& [name, field] : pressingFields) note.pressing.*field = fields[name].toString();
         note.sameBefore = fields["sameBefore"].toInt();
         note.from = {fields["station"].toInt(1), weighingOf(fields["olivesFrom"].toObject()),
                      weighingOf(fields["oilFrom"].toObject())};
         note.bookPlace = static_cast<std::uint64_t>(fields["bookPlace"].toInteger());
         if (fields.contains("before")) note.before = static_cast<std::uint64_t>(fields["before"].toInteger());
         return note;
-    } catch (const files::Error& error) {
-        throw failed(error);
-    }
+    });
 }
 
 void SlipNotes::strike()
 {
-    try {
+    onDisk([&] {
         if (!disk_.exists(path_)) return;
         disk_.remove(path_);
         disk_.syncFolder(path_.parent_path());
-    } catch (const files::Error& error) {
-        throw failed(error);
-    }
+    });
 }
 
 QString SlipNotes::setAside()
 {
-    try {
+    return onDisk([&] {
         std::filesystem::path aside;
         for (int number = 1; aside.empty() || disk_.exists(aside); ++number) {
             aside = path_;
@@ -138,9 +139,7 @@ QString SlipNotes::setAside()
         disk_.rename(path_, aside);
         disk_.syncFolder(path_.parent_path());
         return QString::fromStdU16String(aside.filename().u16string());
-    } catch (const files::Error& error) {
-        throw failed(error);
-    }
+    });
 }
 
 int pressingsAt(Engine& engine, const QString& customer, double moment)

@@ -12,6 +12,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace tools {
 
@@ -466,38 +467,20 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
 
 std::string typeName(const jet::Column& column)
 {
-    switch (column.type) {
-    case ColumnType::boolean:
-        return "Yes/No";
-    case ColumnType::byte:
-        return "Byte";
-    case ColumnType::integer:
-        return "Integer";
-    case ColumnType::longInteger:
-        return column.autoNumber ? "AutoNumber" : "Long";
-    case ColumnType::currency:
-        return "Currency";
-    case ColumnType::singleFloat:
-        return "Single";
-    case ColumnType::doubleFloat:
-        return "Double";
-    case ColumnType::dateTime:
-        return "Date/Time";
-    case ColumnType::binary:
-        return "Binary(" + std::to_string(column.length) + ")";
-    case ColumnType::text:
-        return "Text(" + std::to_string(column.length / 2) + ")";
-    case ColumnType::ole:
-        return "OLE";
-    case ColumnType::memo:
-        return "Memo";
-    case ColumnType::guid:
-        return "GUID";
-    case ColumnType::numeric:
+    const auto sized = [](const char* name, int size) { return name + ("(" + std::to_string(size)) + ")"; };
+    if (column.type == ColumnType::longInteger && column.autoNumber) return "AutoNumber";
+    if (column.type == ColumnType::binary) return sized("Binary", column.length);
+    if (column.type == ColumnType::text) return sized("Text", column.length / 2);
+    if (column.type == ColumnType::numeric)
         return "Decimal(" + std::to_string(column.precision) + "," + std::to_string(column.scale) + ")";
-    case ColumnType::blob:
-        return "Blob";
-    }
+    static constexpr std::pair<ColumnType, const char*> names[] = {
+        {ColumnType::boolean, "Yes/No"},     {ColumnType::byte, "Byte"},          {ColumnType::integer, "Integer"},
+        {ColumnType::longInteger, "Long"},   {ColumnType::currency, "Currency"},  {ColumnType::singleFloat, "Single"},
+        {ColumnType::doubleFloat, "Double"}, {ColumnType::dateTime, "Date/Time"}, {ColumnType::ole, "OLE"},
+        {ColumnType::memo, "Memo"},          {ColumnType::guid, "GUID"},          {ColumnType::blob, "Blob"},
+    };
+    for (const auto& [type, name] : names)
+        if (type == column.type) return name;
     return "?";
 }
 

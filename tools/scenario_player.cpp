@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QPainter>
 #include <QPixmap>
 #include <QTableView>
@@ -43,6 +44,16 @@ void echo(const Command& command)
 {
     std::printf("%d: %s\n", command.line, qUtf8Printable((QStringList(command.word) + command.arguments).join(u' ')));
     std::fflush(stdout);
+}
+
+void same(const QString& found, const QString& expected)
+{
+    if (found != expected) throw Failure{u"expected '%1', found '%2'"_s.arg(expected, found)};
+}
+
+void contains(const QString& found, const QString& part, const QString& what)
+{
+    if (!found.contains(part)) throw Failure{u"expected %1 with '%2', found '%3'"_s.arg(what, part, found)};
 }
 
 } // namespace
@@ -124,68 +135,39 @@ void Player::fail(const Command& command, const QString& fault)
 
 void Player::perform(const Command& command)
 {
-    const QString& word = command.word;
-    const QStringList& a = command.arguments;
-    if (word == "click")
-        click(a[0]);
-    else if (word == "keys")
-        keys(a[0]);
-    else if (word == "key")
-        key(a[0]);
-    else if (word == "scale")
-        scale(a[0]);
-    else if (word == "send")
-        send(a[0]);
-    else if (word == "unplug")
-        unplug();
-    else if (word == "plug")
-        plug();
-    else if (word == "pick")
-        pick(a[0]);
-    else if (word == "choose")
-        choose(a[0], a[1]);
-    else if (word == "menu")
-        menu(a[0]);
-    else if (word == "date")
-        date(a[0], a[1]);
-    else if (word == "answer")
-        prompt_.answerNext(command);
-    else if (word == "message") {
-        if (!prompt_.lastMessage().contains(a[0]))
-            throw Failure{u"expected a message with '%1', found '%2'"_s.arg(a[0], prompt_.lastMessage())};
-    } else if (word == "status") {
-        if (const QString line = form_->status->text(); !line.contains(a[0]))
-            throw Failure{u"expected '%1' in the status line, found '%2'"_s.arg(a[0], line)};
-    } else if (word == "line")
-        line(a[0]);
-    else if (word == "expect")
-        expect(a[0], a[1], a[2]);
-    else if (word == "cell")
-        cell(a[0].toInt(), a[1].toInt(), a[2]);
-    else if (word == "table")
-        table(a[0], a[1].toInt());
-    else if (word == "report")
-        report(a[0], a[1], a[2]);
-    else if (word == "printed") {
-        if (printer_->printed() != a[0].toInt())
-            throw Failure{u"expected %1 printouts, found %2"_s.arg(a[0]).arg(printer_->printed())};
-    } else if (word == "print-has")
-        printHas(a[0]);
-    else if (word == "setting")
-        setting(a[0], a[1], a[2]);
-    else if (word == "activate")
-        form_->activated();
-    else if (word == "close")
-        close();
-    else if (word == "start")
-        start();
-    else if (word == "shot")
-        shot(a[0]);
-    else if (word == "wait")
-        letTimePass(a[0].toInt());
-    else if (word == "await")
-        await(a[0]);
+    using Arguments = const QStringList&;
+    static const QHash<QString, void (*)(Player&, Arguments)> commands = {
+        {"click", [](Player& p, Arguments a) { p.click(a[0]); }},
+        {"keys", [](Player& p, Arguments a) { p.keys(a[0]); }},
+        {"key", [](Player& p, Arguments a) { p.key(a[0]); }},
+        {"scale", [](Player& p, Arguments a) { p.scale(a[0]); }},
+        {"send", [](Player& p, Arguments a) { p.send(a[0]); }},
+        {"unplug", [](Player& p, Arguments) { p.unplug(); }},
+        {"plug", [](Player& p, Arguments) { p.plug(); }},
+        {"pick", [](Player& p, Arguments a) { p.pick(a[0]); }},
+        {"choose", [](Player& p, Arguments a) { p.choose(a[0], a[1]); }},
+        {"menu", [](Player& p, Arguments a) { p.menu(a[0]); }},
+        {"date", [](Player& p, Arguments a) { p.date(a[0], a[1]); }},
+        {"message", [](Player& p, Arguments a) { contains(p.prompt_.lastMessage(), a[0], u"a message"_s); }},
+        {"status", [](Player& p, Arguments a) { contains(p.form_->status->text(), a[0], u"a status line"_s); }},
+        {"line", [](Player& p, Arguments a) { p.line(a[0]); }},
+        {"expect", [](Player& p, Arguments a) { p.expect(a[0], a[1], a[2]); }},
+        {"cell", [](Player& p, Arguments a) { p.cell(a[0].toInt(), a[1].toInt(), a[2]); }},
+        {"table", [](Player& p, Arguments a) { p.table(a[0], a[1].toInt()); }},
+        {"report", [](Player& p, Arguments a) { p.report(a[0], a[1], a[2]); }},
+        {"printed", [](Player& p, Arguments a) { same(QString::number(p.printer_->printed()), a[0]); }},
+        {"print-has", [](Player& p, Arguments a) { p.printHas(a[0]); }},
+        {"setting", [](Player& p, Arguments a) { p.setting(a[0], a[1], a[2]); }},
+        {"activate", [](Player& p, Arguments) { p.form_->activated(); }},
+        {"close", [](Player& p, Arguments) { p.close(); }},
+        {"start", [](Player& p, Arguments) { p.start(); }},
+        {"shot", [](Player& p, Arguments a) { p.shot(a[0]); }},
+        {"wait", [](Player&, Arguments a) { letTimePass(a[0].toInt()); }},
+        {"await", [](Player& p, Arguments a) { p.await(a[0]); }},
+    };
     // A question without an answer must not stay open: it was answered with "no" and is a fault.
+    if (command.word == "answer") return prompt_.answerNext(command);
+    commands[command.word](*this, command.arguments);
 }
 
 void Player::start()
@@ -407,8 +389,7 @@ QString Player::property(const QString& control, const QString& name) const
 void Player::expect(const QString& control, const QString& name, const QString& value)
 {
     const QString found = property(control, name);
-    const bool same = name == "background" ? found.compare(value, Qt::CaseInsensitive) == 0 : found == value;
-    if (!same) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
+    same(name == "background" ? found.toLower() : found, name == "background" ? value.toLower() : value);
 }
 
 void Player::cell(int row, int column, const QString& value)
@@ -418,8 +399,7 @@ void Player::cell(int row, int column, const QString& value)
     const int at = row < 0 ? model->rowCount() + row : row;
     if (at < 0 || at >= model->rowCount() || column < 0 || column >= model->columnCount())
         throw Failure{u"the grid has %1 rows and %2 columns"_s.arg(model->rowCount()).arg(model->columnCount())};
-    const QString found = model->index(at, column).data().toString();
-    if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
+    same(model->index(at, column).data().toString(), value);
 }
 
 QString Player::databaseFile() const { return options_.directory + u'/' + mill::text(mill::databaseFile); }
@@ -446,23 +426,20 @@ void Player::printHas(const QString& text)
 {
     const std::optional<QString> printed = textOfPdf(printer_->lastPdf());
     if (!printed) throw Failure{u"pdftotext (Debian package poppler-utils) is needed to read a printout"_s};
-    if (!printed->contains(text.simplified()))
-        throw Failure{u"expected a printout with '%1', found '%2'"_s.arg(text, *printed)};
+    contains(*printed, text.simplified(), u"a printout"_s);
 }
 
 void Player::setting(const QString& section, const QString& key, const QString& value)
 {
     const QString application = section == "SizeKlv"_L1 ? u"presva"_s : u"Mendrik Presva"_s;
-    const QString found = settings_->get(application, section, key, u"(none)"_s);
-    if (found != value) throw Failure{u"expected '%1', found '%2'"_s.arg(value, found)};
+    same(settings_->get(application, section, key, u"(none)"_s), value);
 }
 
 void Player::line(const QString& text)
 {
     QFile book(QDir(options_.directory).filePath(u"Tartim.jsonl"_s));
     if (!book.open(QIODevice::ReadOnly)) throw Failure{u"there is no book of weights"_s};
-    const QString last = QString::fromUtf8(book.readAll()).trimmed().section(u'\n', -1);
-    if (!last.contains(text)) throw Failure{u"expected a last line with '%1', found '%2'"_s.arg(text, last)};
+    contains(QString::fromUtf8(book.readAll()).trimmed().section(u'\n', -1), text, u"a last line"_s);
 }
 
 void Player::await(const QString& file)

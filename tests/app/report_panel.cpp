@@ -19,9 +19,7 @@ const QString ayseOnThe3rd = u"03.02.2025 10:00:00|1.000,00|200,25|0|0,00|150,00
 const QString aliOnThe4th = u"04.02.2025 09:00:00|500,00|100,50|12|12,00|0,00|Ali"_s;
 const QString aliOnThe2nd = u"02.02.2025 10:00:00|1.234,50|300,00|8,5|26,00|0,00|Ali"_s;
 
-
 const QStringList customers{u"Ayşe|8,5| 5 Litrelik Kap|1250"_s, u"Ali Veli|12|10 Litrelik Kap|0"_s, u"Ali|||"_s};
-
 
 /// A journal of a million pressings that nobody stored: each value is worked out when it is asked for.
 class EndlessJournal : public store::Databases {

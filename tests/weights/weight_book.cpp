@@ -1,6 +1,6 @@
 #include "weights/weight_book.h"
 #include "files/error.h"
-#include "tests/jet/power_cut_disk.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/weights/season.h"
 #include "weights/verification.h"
 
