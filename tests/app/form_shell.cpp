@@ -399,6 +399,7 @@ private slots:
     void exceptionThatNobodyExpectedIsToldOnceAsOurOwnBug()
     {
         form->start();
+        const int wired = __LINE__ + 1;
         form->GünlükCmd->onClick([] { throw std::logic_error("no such place"); });
         QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);
         QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);
@@ -406,6 +407,7 @@ private slots:
         QCOMPARE(screen->prompt.exclamations.size(), 1);
         QVERIFY(screen->prompt.exclamations[0].contains(u"GünlükCmd"));
         QVERIFY(screen->prompt.exclamations[0].contains(u"no such place"));
+        QVERIFY(screen->prompt.exclamations[0].contains(u"form_shell.cpp:%1)"_s.arg(wired)));
         QFile log(screen->folder.filePath(u"presva.log"_s));
         QVERIFY(log.open(QIODevice::ReadOnly));
         QCOMPARE(QString::fromUtf8(log.readAll()), u"2025-11-20T14:05:00 "_s + screen->prompt.exclamations[0] + u'\n');
