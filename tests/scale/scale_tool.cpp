@@ -80,7 +80,7 @@ private slots:
         QVERIFY(tool_.waitForFinished(5000));
         QCOMPARE(tool_.exitStatus(), QProcess::NormalExit);
         QVERIFY(!QFile(link_).exists() && !QFileInfo(link_).isSymLink());
-        QTRY_VERIFY(!control_.portOpen());
+        QTRY_VERIFY(!control_.isPluggedIn());
     }
 
     void mistakesAreToldAndLeaveNoLink_data()
