@@ -124,7 +124,7 @@ std::string difference(const jet::Table& table, std::vector<Fields> printed)
                 nearest = i;
             }
         }
-        fault = "the row at page " + std::to_string(id.page) + " slot " + std::to_string(id.slot) +
+        fault = "the row at page " + std::to_string(id.page.number()) + " slot " + std::to_string(id.slot.number()) +
                 " is not among those printed";
         if (nearest)
             fault += "; the nearest one has " + jet::toUtf8(names[best]) + " = " +

@@ -74,7 +74,7 @@ class KilledInTheReport : public QObject {
             if (row.textIs(6, u"Toplamlar"))
                 ++totals;
             else
-                rows[quint64{id.page} << 8 | id.slot] =
+                rows[id.packed()] =
                     QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
             return true;
         });
