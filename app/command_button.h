@@ -82,6 +82,8 @@ public:
     void setValue(bool on);
     /// As a press: on, and the click runs, on already or not.
     void choose();
+    /// On, and the others off; no click runs.
+    void showChosen() { turnOn(); }
 
 protected:
     void pressed() override;

@@ -83,7 +83,8 @@ struct Surroundings {
 /// 2. From then on exactly one station works, the one of AktifKontrol: its frame is green and enabled. The other is
 ///    button face and disabled.
 /// 3. AktifLbl is cyan and no other field is; before the first activation none is. It can be seen, the name filter of
-///    the report panel apart, which the view of the customers hides. While the panel is open, it is that filter.
+///    the report panel apart, which the view of the customers hides while it is empty. While the panel is open, it is
+///    that filter.
 /// 4. HakVar of a station, its Frame3 and the caption of its HakCmd say the same.
 /// 5. Dosya is disabled exactly while the report panel is open.
 /// 6. Kaydet is visible only over a name at the working station, never over the prompt or the report panel.
@@ -312,11 +313,12 @@ private:
     /// the database is complete, or has failed.
     void beforeDeletion(const std::optional<QString>& customer = {});
     reports::ReportQuestion reportQuestion() const;
+    /// The view of that option: its flag, and what of the panel is seen in it.
+    void showView(int Index);
     /// The grid lists a whole table, or the whole journal, under the headings of its view.
     void listWhole(const QString& source);
-    /// The grid lists the report of the name that stands in the panel, with "RAPOR" chosen: under the customers' option
-    /// it could not stay.
-    void listNamedReport();
+    /// The grid in the place of the names found, which lie over it.
+    void showGridForNames();
     /// Before a statement: a name that was typed and not picked, or that the grid does not list, gets its report. False
     /// when there is no such customer; the status line says so.
     bool listNamedCustomer();

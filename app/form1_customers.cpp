@@ -94,7 +94,8 @@ void Form1::dbListe1_Click()
     if (!Frame4->visible()) return takePicked(picked);
     AktifLbl->setCaption(picked);
     dbListe1->setVisible(false);
-    listNamedReport();
+    RaporYenile();
+    showGridForNames();
     Kaydet->setVisible(false);
 }
 

@@ -28,7 +28,10 @@ void Form1::checkInvariants() const
     // 3
     for (const FieldLabel* field : findChildren<const FieldLabel*>())
         assert((field->backColor() == colour::cyan) == (field == AktifLbl));
-    if (activated && Frame4->visible()) assert(AktifLbl == GünLbl);
+    if (activated && Frame4->visible()) {
+        assert(AktifLbl == GünLbl);
+        assert(GünLbl->visible() || GünLbl->caption().isEmpty());
+    }
     for (int i = 0; i < Frame3.size(); ++i) assert(AktifLbl != Haklbl[i] || Frame3[i]->visible());
     if (activated && AktifLbl != GünLbl) assert(AktifLbl->visible());
 

@@ -72,10 +72,15 @@ void Form1::GünLbl_Change()
 {
     if (AktifLbl->caption().isEmpty()) {
         // Nothing is searched any more: the report takes the place of the names found.
-        dbListe1->setVisible(false);
-        DBGrid1->setVisible(true);
+        showGridForNames();
         RaporYenile();
         return;
+    }
+    // A name is the report's: under the customers' option it would filter unseen. The journal itself is listed when
+    // the grid is seen again: a letter must not wait for it.
+    if (Option1[customersView]->value()) {
+        Option1[reportView]->showChosen();
+        showView(reportView);
     }
     DBGrid1->setVisible(false);
     searchCustomers(AktifLbl->caption());
@@ -83,12 +88,28 @@ void Form1::GünLbl_Change()
 
 void Form1::Option1_Click(int Index)
 {
-    GridGorunum = QString::number(Index);
+    showView(Index);
     const bool report = Index == reportView;
     if (!report) GünLbl->setCaption(QString());
-    GünLbl->setVisible(report);
-    DTPickerSon->setVisible(report);
     listWhole(report ? mill::wholeJournal : mill::customerTable);
+    showGridForNames();
+}
+
+void Form1::showView(int Index)
+{
+    GridGorunum = QString::number(Index);
+    GünLbl->setVisible(Index == reportView);
+    DTPickerSon->setVisible(Index == reportView);
+}
+
+void Form1::panelTakesItsLabelBack()
+{
+    if (!Frame4->visible()) return;
+    activate(GünLbl);
+    moveListToPanel();
+    const bool report = Option1[reportView]->value();
+    if (report && GünData.recordSource() == mill::customerTable) listWhole(mill::wholeJournal);
+    showGridForNames();
 }
 
 void Form1::listWhole(const QString& source)
@@ -109,6 +130,7 @@ void Form1::periodChanged(reports::Picker changed)
     DTPickerBas->setValue(period.first);
     DTPickerSon->setValue(period.last);
     RaporYenile();
+    showGridForNames();
 }
 
 reports::ReportQuestion Form1::reportQuestion() const
@@ -190,18 +212,18 @@ bool Form1::listNamedCustomer()
         return false;
     }
     // A typed name may stand above what an earlier question has listed.
-    const bool listed = DBGrid1->visible() && Option1[reportView]->value() &&
+    const bool listed = DBGrid1->visible() &&
                         GünData.recordSource() == mill::pressingsWhere(reports::reportCondition(reportQuestion()));
     if (listed) return true;
     dbListe1->setVisible(false);
-    listNamedReport();
+    RaporYenile();
+    showGridForNames();
     return true;
 }
 
-void Form1::listNamedReport()
+void Form1::showGridForNames()
 {
-    Option1[reportView]->setValue(true);
-    RaporYenile();
+    dbListe1->setVisible(false);
     DBGrid1->setVisible(true);
 }
 

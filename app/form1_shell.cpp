@@ -129,14 +129,6 @@ void Form1::Form_Activate()
     if (const auto& error = firstDayFailed ? firstDayFailed : lastDayFailed) throw base::RuntimeError(*error);
 }
 
-void Form1::panelTakesItsLabelBack()
-{
-    if (!Frame4->visible()) return;
-    activate(GünLbl);
-    moveListToPanel();
-    DBGrid1->setVisible(true); // the names found lay over it
-}
-
 void Form1::showKeyCase()
 {
     Label1[pressing::keys::letterCase]->setCaption(pressing::caseKeyCaption(CapsDurum));

@@ -187,20 +187,69 @@ private slots:
         const int rows = int(shown().size());
         world_->addCustomer(u"Zehra"_s);
         world_->addPressing({u"2025-02-05T09:00:00"_s, 1.0, 1.0, 1.0, 1.0, 0.0, u"Zehra"_s});
-        type(u"a"_s);
-        QVERIFY(!form().DBGrid1->visible());
         press(form().Option1[view]);
         QCOMPARE(form().GünData.recordSource(), view == 0 ? mill::customerTable : mill::wholeJournal);
         QCOMPARE(shown().size(), rows + 1);
-        QCOMPARE(form().GünLbl->caption(), view == 0 ? QString() : u"A"_s);
-        QCOMPARE(form().DBGrid1->visible(), view == 0);
+        QVERIFY(form().DBGrid1->visible());
     }
 
-    void nameUnderTheCustomersGetsItsReport()
+    void namesFoundCloseWhereAListingIsAskedFor_data()
+    {
+        addColumns<QString, QString, int>("typed", "asked", "rows"); // a report's totals row included
+        for (const char* typed : {"ali", "zz"})
+            for (const char* asked : {"RAPOR", "first day", "last day"}) {
+                const bool ali = QString::fromLatin1(typed) == u"ali";
+                const int rows = QString::fromLatin1(asked) == u"RAPOR" ? 4 : ali ? 2 : 0;
+                QTest::addRow("%s, %s", typed, asked)
+                    << QString::fromLatin1(typed) << QString::fromLatin1(asked) << rows;
+            }
+    }
+    void namesFoundCloseWhereAListingIsAskedFor()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, asked);
+        openReport();
+        setDays(QDate(2025, 2, 2), QDate(2025, 2, 4));
+        type(typed);
+        QVERIFY(!form().DBGrid1->visible());
+        if (asked == u"RAPOR") press(form().Option1[1]);
+        if (asked == u"first day") form().run([&] { form().DTPickerBas->setValue(QDate(2025, 2, 4)); });
+        if (asked == u"last day") form().run([&] { form().DTPickerSon->setValue(QDate(2025, 2, 2)); });
+        QVERIFY(form().DBGrid1->visible());
+        QVERIFY(!form().dbListe1->visible());
+        QTEST(int(shown().size()), "rows");
+        // The name stands as it was typed, and can be typed on.
+        QCOMPARE(form().GünLbl->caption().toLower(), typed);
+        type(u"x"_s);
+        QVERIFY(!form().DBGrid1->visible());
+    }
+
+    void nameUnderTheCustomersChoosesTheReport()
     {
         start();
         press(form().GünlükCmd);
         setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        QVERIFY(!form().GünLbl->visible());
+        type(u"a"_s);
+        // What is typed can be seen, and the options say what Yazdır would print.
+        QVERIFY(form().Option1[1]->value() && !form().Option1[0]->value());
+        QVERIFY(form().GünLbl->visible());
+        QVERIFY(form().DTPickerSon->visible());
+        QCOMPARE(form().GünLbl->caption(), u"A"_s);
+        QVERIFY(form().dbListe1->visible());
+        QVERIFY(!form().DBGrid1->visible());
+        press(form().Label1[33]);
+        QCOMPARE(shown().size(), 4); // everybody's report, and its sums
+        setDays(QDate(2025, 2, 4), QDate(2025, 2, 4));
+        press(form().Option1[0]);
+        type(u"ali"_s);
+        // After a dialog the grid is seen again, and lists what the option says.
+        form().activated();
+        QVERIFY(form().DBGrid1->visible() && !form().dbListe1->visible());
+        QCOMPARE(form().GünData.recordSource(), mill::wholeJournal);
+        QCOMPARE(headings().value(6), u"Cari"_s);
+        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        press(form().Option1[0]);
         type(u"ali"_s);
         form().dbListe1->pick(0);
         QVERIFY(form().Option1[1]->value());
