@@ -111,22 +111,28 @@ void Form1::Form_Activate()
 {
     ActiveResize1.restore(layoutName, true, *this);
     for (DropDownList* list : Combo1) list->setListIndex(0);
+    // Another day runs the report, which a name may make fail, and a stored choice may be damaged. The counter gets
+    // ready all the same; then the first of it is told.
+    std::optional<base::RuntimeError> failed;
+    const auto goOn = [&failed](const auto& step) {
+        const auto error = base::passOver(step);
+        if (error && !failed) failed.emplace(*error);
+    };
     const QDate today = surroundings_.now().date();
-    // Another day runs the report, which a name may make fail. The counter gets ready all the same; then it is told.
-    const auto firstDayFailed = base::passOver([&] { DTPickerBas->setValue(today); });
-    const auto lastDayFailed = base::passOver([&] { DTPickerSon->setValue(today); });
+    goOn([&] { DTPickerBas->setValue(today); });
+    goOn([&] { DTPickerSon->setValue(today); });
     const SettingsStore& settings = surroundings_.settings;
-    CapsDurum = settings.flag(surroundings_.executable, keypadSection, u"Caps"_s);
+    goOn([&] { CapsDurum = settings.flag(surroundings_.executable, keypadSection, u"Caps"_s); });
     showKeyCase();
     CapsAyarla(CapsDurum);
 
     workAt(0); // exactly one label is cyan, also after a dialog was opened from another field
     endNameTyping();
 
-    Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s));
-    Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s));
+    goOn([&] { Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s)); });
+    goOn([&] { Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s)); });
     if (Bağlantı->checked()) PortAc();
-    if (const auto& error = firstDayFailed ? firstDayFailed : lastDayFailed) throw base::RuntimeError(*error);
+    if (failed) throw base::RuntimeError(*failed);
 }
 
 void Form1::showKeyCase()

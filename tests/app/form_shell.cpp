@@ -141,23 +141,35 @@ private slots:
         QVERIFY(screen->prompt.exclamations.isEmpty());
     }
 
-    void damagedSettingStopsTheActivationThere_data()
+    void damagedSettingIsToldAndTheCounterGetsReady_data()
     {
-        addColumns<QString, QString, QString, float>("application", "section", "key", "station");
-        QTest::newRow("Caps") << u"presva"_s << keypadSection << u"Caps"_s << 999.0f;
-        QTest::newRow("Baglan") << programTitle << propertiesSection << u"Baglan"_s << 0.0f;
-        QTest::newRow("Sayac") << programTitle << propertiesSection << u"Sayac"_s << 0.0f;
+        addColumns<QString, QString, QString>("application", "section", "key");
+        QTest::newRow("Caps") << u"presva"_s << keypadSection << u"Caps"_s;
+        QTest::newRow("Baglan") << programTitle << propertiesSection << u"Baglan"_s;
+        QTest::newRow("Sayac") << programTitle << propertiesSection << u"Sayac"_s;
     }
 
-    void damagedSettingStopsTheActivationThere()
+    void damagedSettingIsToldAndTheCounterGetsReady()
     {
         QFETCH(QString, application);
         QFETCH(QString, section);
         QFETCH(QString, key);
+        for (const QString& sound : {u"Sayac"_s, u"Baglan"_s})
+            screen->settings.saveFlag(programTitle, propertiesSection, sound, true);
         screen->settings.save(application, section, key, u"1"_s);
         form->start();
         QCOMPARE(screen->prompt.errors, QList<int>{13});
-        QTEST(form->AktifKontrol, "station");
+        QCOMPARE(form->AktifKontrol, 0.0f);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        QVERIFY(form->Frame1[0]->enabled() && !form->Frame1[1]->enabled());
+        // What is damaged counts as never stored; the other choices hold.
+        QVERIFY(!form->CapsDurum);
+        QCOMPARE(form->Label1[0]->caption(), u"a"_s);
+        QCOMPARE(form->Bağlantı->checked(), key != u"Baglan");
+        QCOMPARE(form->Sayac->checked(), key != u"Sayac");
+        QTest::mouseClick(form->Label1[0], Qt::LeftButton);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"A"_s);
+        QCOMPARE(screen->prompt.errors.size(), 1);
     }
 
     void menuMarksComeFromTheSettings()
