@@ -1,5 +1,6 @@
 #include "counter/register.h"
 
+#include "base/numbers.h"
 #include "base/pass_over.h"
 #include "counter/booking.h"
 #include "mill/customer_name.h"
@@ -36,7 +37,13 @@ Terms Register::termsOfCurrent()
         base::passOver([&] { caption = customers_.recordSet().field(field).toCaption(regional_); });
         return caption;
     };
-    return {text(Cari::Yuzde), text(Cari::Kap), text(Cari::Nakit)};
+    // A file of somebody else's may hold texts there.
+    const auto figure = [&](Cari::Field field) {
+        std::optional<QString> caption = text(field);
+        if (caption && !caption->isEmpty() && !base::isNumeric(*caption, regional_)) caption.reset();
+        return caption;
+    };
+    return {figure(Cari::Yuzde), text(Cari::Kap), figure(Cari::Nakit)};
 }
 
 void Register::makeCurrent(const QString& name)

@@ -8,7 +8,8 @@
 
 namespace counter {
 
-/// What the register knows of a customer's last pressing; nothing for what it does not know.
+/// What the register knows of a customer's last pressing; nothing for what it does not know, nor for a percentage or a
+/// fee that is no number.
 struct Terms {
     std::optional<QString> percentage, container, fee;
 };

@@ -604,6 +604,47 @@ private slots:
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
+    void percentageRecalledBesideAnEntitlementLeavesTheShareUntilAFigureIsTouched()
+    {
+        counter->addCustomer(u"Can"_s, 12.0, u"10 Litrelik Kap"_s, 0.0);
+        form->start();
+        counter->pressingOf(u"bo"_s);
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->Haklbl[0]);
+        counter->keys(u"10"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"90"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"Geri Sil"_s);
+        counter->key(u"Geri Sil"_s); // the name is empty: the station begins anew
+        QCOMPARE(form->HakTut[0]->caption(), u"0"_s);
+        QVERIFY(!form->Frame3[0]->visible());
+
+        // Switched on before the name: the share is that of the weight that comes, by the terms that came with the
+        // name.
+        Counter::click(form->HakCmd[0]);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"c"_s);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+        Counter::click(form->Label2[0]);
+        counter->keys(u"1000"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"108"_s);
+
+        // A percentage that comes with a name typed over a finished pressing changes no other figure by itself.
+        Counter::click(form->Haklbl[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"20"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"a"_s);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"180"_s);
+        QCOMPARE(form->Verilen[0]->caption(), u"720"_s);
+        Counter::click(form->Label3[0]);
+        counter->key(u"Sil"_s);
+        counter->keys(u"900"_s);
+        QCOMPARE(form->HakTut[0]->caption(), u"108"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+    }
+
     void switchingOffWhileThePercentageIsEditedEditsTheFee()
     {
         form->start();

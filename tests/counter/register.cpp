@@ -64,6 +64,29 @@ private slots:
         QCOMPARE(terms.fee, "250");
     }
 
+    void termsThatAreNoNumbersAreNotRecalled()
+    {
+        // A file of somebody else's: every field is a text.
+        MillFile file([](jet::Database& database) {
+            std::vector<jet::NewColumn> columns;
+            for (const std::u16string_view name : Cari::fields)
+                columns.push_back({std::u16string(name), jet::ColumnType::text, 50});
+            database.createTable(std::u16string(Cari::table), columns, {}, MillFile::now);
+        });
+        addRow(file, "Cari", {QString("Ali"), QString("on iki"), QString("Bidon"), QString("yok")});
+        addRow(file, "Cari", {QString("Can"), QString("12,5"), QString("Bidon"), QString("1.250,50")});
+        OpenSource source(file, "Cari");
+        counter::Register book{source, base::Regional::turkish(), [] {}};
+        book.search("Ali");
+        counter::Terms terms = book.termsOfCurrent();
+        QVERIFY(!terms.percentage && !terms.fee);
+        QCOMPARE(terms.container, "Bidon");
+        book.search("Can");
+        terms = book.termsOfCurrent();
+        QCOMPARE(terms.percentage, "12,5");
+        QCOMPARE(terms.fee, "1.250,50");
+    }
+
     void anAddedCustomerIsCurrentAndHasOnlyAName()
     {
         Books books;
