@@ -130,8 +130,8 @@ void StatusLine::hideEvent(QHideEvent* event)
 
 void StatusLine::paintEvent(QPaintEvent*)
 {
-    // A long notice gives way, not the facts behind it. Its middle goes: what was refused stands at its beginning, and
-    // the file or the thing to do at its end.
+    // A long notice gives way, not the facts behind it. Its middle goes: what was refused, or the file, stands at its
+    // beginning, and the thing to do at its end.
     QString shown = text();
     const int room = width() - 2 * margin;
     if (!notice_.isEmpty()) {

@@ -118,10 +118,7 @@ QString SlipRoad::recover()
 {
     at_.weights.tellEndOfTheDay();
     const std::optional<store::SlipNote> slip = at_.notes.open();
-    if (!slip) {
-        at_.notes.strike();
-        return {};
-    }
+    if (!slip) return at_.notes.unreadable() ? setAsideUnread() : QString();
     const auto closed = [&](const QString& what) {
         at_.notes.strike();
         log_.write(described(*slip) + what);
@@ -170,7 +167,16 @@ void SlipRoad::beforeDeletion(const std::optional<QString>& customer)
 
 QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)
 {
-    QString notice = described(slip) + u": basılmış, kaydedilemiyor (%1); notu: %2"_s.arg(why, at_.notes.setAside());
+    QString notice =
+        u"%1: %2 basılmış, kaydedilemiyor (%3); sıkımı elle girin"_s.arg(at_.notes.setAside(), described(slip), why);
+    log_.write(notice);
+    return notice;
+}
+
+QString SlipRoad::setAsideUnread()
+{
+    QString notice =
+        u"%1: yarım kalmış bir fişin notu okunamıyor; fişi basıldıysa sıkımı elle girin"_s.arg(at_.notes.setAside());
     log_.write(notice);
     return notice;
 }

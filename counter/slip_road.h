@@ -44,7 +44,8 @@ struct SlipOutcome {
 /// What holds, wherever the program or the power stops: as many pressings are booked as slips were taken over by the
 /// printer, once recover() has run. The note is on the disk before a page leaves, and leaves the disk only after the
 /// pressing and its line are stored or the slip is known not to be printed. One that no table takes is never printed;
-/// where one was nevertheless (the tables have changed since), its note is kept as a file of its own.
+/// where one was nevertheless (the tables have changed since), its note is kept as a file of its own, and so is a note
+/// that cannot be read.
 class SlipRoad {
 public:
     explicit SlipRoad(SlipPlaces places) : at_(std::move(places)), log_(at_.directory, at_.now) {}
@@ -56,9 +57,9 @@ public:
     SlipOutcome printAndBook(print::Slip slip, const mill::Provenance& from = {});
 
     /// Takes up the note that a stop in the middle of a slip has left: a slip that the printer took over is booked,
-    /// once; any other job is cancelled and nothing is booked. One that no table takes is set aside. Each way one line
-    /// is logged, and the note is out of the way. What the operator should know of it, if anything. Throws when the
-    /// printer or the disk does not answer for the moment: the note stays.
+    /// once; any other job is cancelled and nothing is booked. One that no table takes, or that cannot be read, is set
+    /// aside. Each way one line is logged, and the note is out of the way. What the operator should know of it, if
+    /// anything. Throws when the printer or the disk does not answer for the moment: the note stays.
     QString recover();
 
     /// The pressings of that customer are about to be deleted, or all: a printed slip that waits for its row or its
@@ -71,6 +72,7 @@ private:
     std::optional<store::SlipNote> print(print::Slip slip, const mill::Provenance& from, QString& notice);
     store::SlipNote noteOf(const mill::Pressing& pressing, const mill::Provenance& from);
     QString setAside(const store::SlipNote& slip, const QString& why);
+    QString setAsideUnread();
 
     SlipPlaces at_;
     Log log_;

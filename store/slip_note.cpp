@@ -1,6 +1,7 @@
 #include "store/slip_note.h"
 
 #include "base/error.h"
+#include "base/pass_over.h"
 #include "files/disk.h"
 #include "files/error.h"
 #include "mill/queries.h"
@@ -80,6 +81,14 @@ SlipNotes::SlipNotes(files::Disk& disk, std::filesystem::path database) : disk_(
 
 void SlipNotes::write(const SlipNote& note)
 {
+    const auto refused = base::passOver([&] { writeWhole(note); });
+    if (!refused) return;
+    base::passOver([this] { strike(); });
+    throw base::RuntimeError(*refused);
+}
+
+void SlipNotes::writeWhole(const SlipNote& note)
+{
     onDisk([&] {
         if (disk_.exists(path_)) disk_.remove(path_);
         const std::unique_ptr<files::File> file = disk_.open(path_, files::Disk::Access::createNew);
@@ -90,6 +99,11 @@ void SlipNotes::write(const SlipNote& note)
         file->sync();
         disk_.syncFolder(path_.parent_path());
     });
+}
+
+bool SlipNotes::unreadable() const
+{
+    return onDisk([&] { return disk_.exists(path_); }) && !open();
 }
 
 std::optional<SlipNote> SlipNotes::open() const

@@ -32,19 +32,23 @@ struct SlipNote {
 /// The one open note, kept beside the database while a slip is being sent: "<database>-slip".
 ///
 /// What holds: write() returns when the note would survive a power cut; strike() when its absence would. A note that
-/// cannot be read whole (a power cut while it was written) counts as none: its slip had not been sent yet.
+/// cannot be read whole is no open one. A power cut while it was written leaves one, before its slip is sent, and so
+/// does a disk that forgets, after it.
 class SlipNotes {
 public:
     SlipNotes(files::Disk& disk, std::filesystem::path database);
 
-    void write(const SlipNote& note); ///< error 3000 when the disk refuses
+    void write(const SlipNote& note); ///< error 3000 when the disk refuses; then it leaves no half of it, if it can
     std::optional<SlipNote> open() const;
+    bool unreadable() const; ///< there is a note, and it cannot be read whole
     void strike();
-    /// The open note leaves its place, which the next one needs, and stays as a file of its own: "<database>-slip-1",
+    /// The note leaves its place, which the next one needs, and stays as a file of its own: "<database>-slip-1",
     /// -2 ... The file's name. Error 3000 when the disk refuses.
     QString setAside();
 
 private:
+    void writeWhole(const SlipNote& note);
+
     files::Disk& disk_;
     std::filesystem::path path_;
 };

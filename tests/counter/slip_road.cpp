@@ -6,6 +6,7 @@
 #include "store/jet_engine.h"
 #include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_printer.h"
+#include "tests/doors/power_cut_disk.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include "weights/verification.h"
@@ -13,6 +14,7 @@
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -31,29 +33,45 @@ constexpr jet::DateTime made{45981};
 
 void makeOwn(const std::string& path) { mill::createDatabase(platform::systemDisk(), path, jet::turkish, made); }
 
-/// As somebody else may have made it: percentages are whole numbers.
-void makeWithWholePercentages(const std::string& path)
-{
-    jet::Database::create(platform::systemDisk(), path, jet::turkish, made);
-    const auto database = jet::Database::open(platform::systemDisk(), path);
-    std::vector<jet::NewColumn> columns;
-    for (const std::u16string_view name : Cari::fields)
-        columns.push_back({std::u16string(name), jet::ColumnType::text, 50});
-    columns[Cari::Yuzde].type = jet::ColumnType::longInteger;
-    database->createTable(std::u16string(Cari::table), columns, {}, made);
-    columns.clear();
-    for (const std::u16string_view name : Hareket::fields)
-        columns.push_back({std::u16string(name), jet::ColumnType::doubleFloat});
-    columns[Hareket::Tarih].type = jet::ColumnType::dateTime;
-    columns[Hareket::Yuzde].type = jet::ColumnType::longInteger;
-    columns[Hareket::CariHar].type = jet::ColumnType::text;
-    columns[Hareket::CariHar].size = 50;
-    database->createTable(std::u16string(Hareket::table), columns, {}, made);
-}
+/// Two tables as somebody else may have made them.
+struct Foreign {
+    struct Plan {
+        std::vector<jet::NewColumn> columns;
+        std::vector<jet::NewIndex> indexes;
+
+        void addRequiredField()
+        {
+            columns.push_back({u"Adres", jet::ColumnType::text, 50});
+            indexes.push_back({.name = u"Adres", .columns = {{u"Adres", true}}, .required = true});
+        }
+    };
+    using Change = std::function<void(Foreign&)>;
+
+    explicit Foreign(const Change& change)
+    {
+        for (const std::u16string_view name : Cari::fields)
+            customers.columns.push_back({std::u16string(name), jet::ColumnType::text, 50});
+        for (const std::u16string_view name : Hareket::fields)
+            journal.columns.push_back({std::u16string(name), jet::ColumnType::doubleFloat});
+        journal.columns[Hareket::Tarih].type = jet::ColumnType::dateTime;
+        journal.columns[Hareket::CariHar].type = jet::ColumnType::text;
+        journal.columns[Hareket::CariHar].size = 50;
+        change(*this);
+    }
+    void make(const std::string& path) const
+    {
+        jet::Database::create(platform::systemDisk(), path, jet::turkish, made);
+        const auto database = jet::Database::open(platform::systemDisk(), path);
+        database->createTable(std::u16string(Cari::table), customers.columns, customers.indexes, made);
+        database->createTable(std::u16string(Hareket::table), journal.columns, journal.indexes, made);
+    }
+
+    Plan customers, journal;
+};
 
 /// A mill without a screen: its database in a folder, a printer that can fail.
 struct Mill {
-    explicit Mill(void (*makeDatabase)(const std::string& path) = makeOwn)
+    explicit Mill(const std::function<void(const std::string& path)>& makeDatabase = makeOwn)
     {
         makeDatabase(database().toStdString());
         engine = databases.open(database());
@@ -348,9 +366,61 @@ private slots:
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
     }
 
+    void aForeignTableSaysWhichFieldKeepsTheSlipBackAndWhy_data()
+    {
+        QTest::addColumn<Foreign::Change>("change");
+        QTest::addColumn<QString>("reason");
+        const auto row = [](const char* name, const Foreign::Change& change, const char* reason) {
+            QTest::newRow(name) << change << QString::fromUtf8(reason);
+        };
+        row(
+            "short container field", [](Foreign& tables) { tables.customers.columns[Cari::Kap].size = 8; },
+            "Cari tablosunun Kap alanı en çok 8 harf alır, “10 Litrelik Kap” 15 harf.");
+        row(
+            "short name in the journal", [](Foreign& tables) { tables.journal.columns[Hareket::CariHar].size = 3; },
+            "Hareket tablosunun CariHar alanı en çok 3 harf alır, “Işıl” 4 harf.");
+        row(
+            "customers without their last column", [](Foreign& tables) { tables.customers.columns.pop_back(); },
+            "Cari tablosunun 4. alanı yok.");
+        row(
+            "journal without its last column", [](Foreign& tables) { tables.journal.columns.pop_back(); },
+            "Hareket tablosunun 7. alanı yok.");
+        row(
+            "column of another type",
+            [](Foreign& tables) { tables.journal.columns[Hareket::Nakit].type = jet::ColumnType::guid; },
+            "Hareket tablosunun Nakit alanı “0” değerini almıyor.");
+        row(
+            "customer's field that must be filled", [](Foreign& tables) { tables.customers.addRequiredField(); },
+            "Adres");
+        row(
+            "pressing's field that must be filled", [](Foreign& tables) { tables.journal.addRequiredField(); },
+            "Adres");
+    }
+    void aForeignTableSaysWhichFieldKeepsTheSlipBackAndWhy()
+    {
+        QFETCH(Foreign::Change, change);
+        QFETCH(QString, reason);
+        const Foreign foreign(change);
+        Mill mill([&](const std::string& path) { foreign.make(path); });
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Işıl"));
+        QVERIFY(!outcome.printed && !outcome.stored);
+        QVERIFY2(outcome.notice.startsWith("Fiş basılmadı: "), qPrintable(outcome.notice));
+        QVERIFY2(outcome.notice.contains(reason), qPrintable(outcome.notice));
+        QCOMPARE(mill.printer.sent, QList<int>{});
+        QCOMPARE(mill.printer.waiting.size(), std::size_t(0));
+        QCOMPARE(mill.rows("Cari"), 0);
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QVERIFY(!mill.notes.open() && !mill.notes.unreadable());
+    }
+
     void aFieldThatWouldRoundStopsTheSlip()
     {
-        Mill mill(makeWithWholePercentages);
+        const Foreign foreign([](Foreign& tables) {
+            for (jet::NewColumn* column :
+                 {&tables.customers.columns[Cari::Yuzde], &tables.journal.columns[Hareket::Yuzde]})
+                column->type = jet::ColumnType::longInteger;
+        });
+        Mill mill([&](const std::string& path) { foreign.make(path); });
         print::Slip slip = mill.slip("Ali");
         slip.pressing.percentage = "12,5";
         const counter::SlipOutcome outcome = mill.road.printAndBook(slip);
@@ -399,15 +469,14 @@ private slots:
         QVERIFY(QFile::exists(mill.database() + "-slip-2"));
         QCOMPARE(mill.rows("Hareket"), 0);
         QCOMPARE(mill.log().size(), 2);
-        QVERIFY2(mill.log()[1].contains("fiş 2 (Toplamlar, 1.000 kg): basılmış, kaydedilemiyor"),
+        QVERIFY2(mill.log()[1].contains("Yag.mdb-slip-2: fiş 2 (Toplamlar, 1.000 kg) basılmış, kaydedilemiyor"),
                  qPrintable(mill.log()[1]));
-        QVERIFY(mill.log()[1].endsWith("notu: Yag.mdb-slip-2"));
 
         // The next slip finds such a note too: it goes out all the same, and says so.
         mill.notes.write({mill.job(true), 45981.5, pressingOf("Toplamlar"), 0});
         const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
         QVERIFY(outcome.stored);
-        QVERIFY2(outcome.notice.endsWith("notu: Yag.mdb-slip-3"), qPrintable(outcome.notice));
+        QVERIFY2(outcome.notice.startsWith("Yag.mdb-slip-3: "), qPrintable(outcome.notice));
     }
 
     void aPressingWithAFieldThatIsNoNumberIsBookedWithoutIt()
@@ -469,13 +538,44 @@ private slots:
         QVERIFY(!mill.notes.open());
     }
 
-    void aNoteThatIsNotWholeCountsAsNone()
+    void aNoteThatIsNotWholeIsKeptAsAFileAndBlocksNothing()
     {
         Mill mill;
-        mill.notes.write(mill.note(7));
+        mill.notes.write(mill.note(mill.job(true)));
         QFile file(mill.database() + "-slip");
         QVERIFY(file.resize(file.size() - 1));
         QVERIFY(!mill.notes.open());
+        QVERIFY(mill.notes.unreadable());
+        const QString notice = mill.road.recover();
+        QVERIFY2(notice.startsWith("Yag.mdb-slip-1: ") && notice.contains("okunamıyor"), qPrintable(notice));
+        QVERIFY(QFile::exists(mill.database() + "-slip-1"));
+        QVERIFY(!mill.notes.unreadable());
+        QVERIFY2(mill.log().size() == 1 && mill.log()[0].endsWith(notice), qPrintable(mill.log().join(u'|')));
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QCOMPARE(mill.road.recover(), "");
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QCOMPARE(mill.log().size(), 1);
+    }
+
+    void aNoteThatTheDiskRefusesLeavesNoHalf()
+    {
+        PowerCutDisk disk;
+        const std::filesystem::path note = "Yag.mdb-slip";
+        store::SlipNotes notes(disk, "Yag.mdb");
+        for (int failing = 1;; ++failing) {
+            disk.failing = {disk.changes() + failing};
+            bool refused = false;
+            try {
+                notes.write({failing, 45981.5, pressingOf("Ali"), 0});
+            } catch (const base::RuntimeError&) {
+                refused = true;
+            }
+            disk.failing.clear();
+            QCOMPARE(disk.has(note), !refused);
+            if (refused) continue;
+            QVERIFY(failing > 2);
+            return;
+        }
     }
 
     void aSlipThatThePrinterTookIsStoredOnce()

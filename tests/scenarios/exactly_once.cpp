@@ -230,7 +230,7 @@ private slots:
         QCOMPARE(lines(), rows);
         QVERIFY(counter->bookAgrees());
         for (const int fee : acknowledged) QVERIFY2(rows.contains(fee), qPrintable(QString::number(fee)));
-        QVERIFY(recovered <= killedWithANote); // a note that was not written whole is dropped without a word
+        QVERIFY(recovered <= killedWithANote); // no note is settled twice
         QVERIFY(killedWithANote >= enough);
     }
 };
