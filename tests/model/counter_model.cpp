@@ -114,9 +114,18 @@ void Counter::finishFraction()
         put(active, written(*numberIn(open->number), 0, 0, !percentage));
 }
 
+void Counter::leaveField()
+{
+    try {
+        finishFraction();
+    } catch (const Error&) {
+        // It was told when it was typed.
+    }
+}
+
 void Counter::choose(Field field)
 {
-    if (field != active) finishFraction();
+    if (field != active) leaveField();
     active = field;
     if (field != Field::name) listOpen = false;
 }
@@ -125,7 +134,7 @@ void Counter::endTyping() { listOpen = saveShown = false; }
 
 void Counter::newCustomer(int station)
 {
-    finishFraction();
+    leaveField();
     working = station;
     active = Field::name;
     endTyping();
@@ -161,7 +170,7 @@ void Counter::tapSwitch(int station)
     }
     now().share = true;
     put(Field::fee, zero);
-    put(&Station::entitlement, whole(valueOf(now().oil) * valueOf(now().percentage) / 100));
+    put(&Station::entitlement, whole(product(valueOf(now().oil), valueOf(now().percentage)) / 100));
 }
 
 void Counter::shareOff()
@@ -193,7 +202,7 @@ void Counter::oilChanged()
     put(&Station::entitlement, now().entitlement);
     if (!now().share) return;
     const bool nothing = valueOf(now().olives) <= 0;
-    put(&Station::entitlement, nothing ? zero : whole(oil * valueOf(now().percentage) / 100));
+    put(&Station::entitlement, nothing ? zero : whole(product(oil, valueOf(now().percentage)) / 100));
 }
 
 void Counter::percentageChanged()
@@ -210,7 +219,7 @@ void Counter::percentageChanged()
         put(Field::percentage, asPercentage(now().percentage));
     }
     const double oil = valueOf(now().oil);
-    const double share = oil <= 0 || !now().share ? 0 : oil * valueOf(now().percentage) / 100;
+    const double share = oil <= 0 || !now().share ? 0 : product(oil, valueOf(now().percentage)) / 100;
     put(&Station::entitlement, whole(share));
 }
 
@@ -252,14 +261,19 @@ void Counter::reset()
 
 void Counter::filterChanged()
 {
-    if (filter.empty())
-        listOpen = false;
-    else
-        search(filter);
+    if (filter.empty()) {
+        showGrid();
+        return report();
+    }
+    // A name that is typed is seen.
+    if (!reportChosen) chooseOption(1);
+    gridShown = false;
+    search(filter);
 }
 
 void Counter::search(const Text& typed)
 {
+    if (typed.find(u'\'') != Text::npos) throw Error{3075};
     std::vector<const Customer*> matches;
     for (const Customer& customer : customers)
         if (beginsWith(customer.name, typed)) matches.push_back(&customer);
@@ -311,12 +325,26 @@ void Counter::pick(int row)
 {
     if (!listOpen || row >= static_cast<int>(found.size())) return;
     const Text picked = found.at(static_cast<std::size_t>(row));
-    put(active, picked);
+    if (panel) {
+        put(active, picked);
+        listOpen = false;
+        report();
+        return showGrid();
+    }
+    const std::vector<Text> before = found;
+    std::optional<Error> failed;
+    try {
+        put(active, picked);
+    } catch (const Error& error) {
+        failed = error;
+    }
     endTyping();
-    if (panel) return;
-    // Another name, the same but for its capitals, may have been found first: its terms are not the picked one's.
+    // Another name, the same but for its capitals, may have been found first, or nobody: the terms are the picked
+    // one's.
     const Customer* customer = named(picked);
-    if (customer && (found.empty() || found.front() != picked)) recall(*customer);
+    const std::vector<Text>& search = failed ? before : found;
+    if (customer && (search.empty() || search.front() != picked)) recall(*customer);
+    if (failed) throw Error(*failed);
     tapWeight(working, Field::oil);
 }
 
@@ -361,7 +389,7 @@ void Counter::slip(int station, PrinterFault fault)
 {
     if (station != working || !now().mayPrint) return;
     listOpen = false;
-    finishFraction();
+    leaveField();
     Station& at = now();
     if (isNoCustomer(at.name) || fault == PrinterFault::paper) return;
     try {
@@ -379,24 +407,35 @@ void Counter::slip(int station, PrinterFault fault)
         slip.size = plain(size) + u" LT";
         slip.litres = whole(litres) + u" LT";
         slip.containers = whole(litres / size) + u" AD";
-        const Pressing pressing{
-            at.name,        valueOf(at.olives), valueOf(at.oil), valueOf(at.percentage), valueOf(at.entitlement),
-            valueOf(at.fee)};
+        const Pressing pressing{at.name,
+                                valueOf(at.olives),
+                                valueOf(at.oil),
+                                valueOf(at.percentage),
+                                valueOf(at.entitlement),
+                                valueOf(at.fee),
+                                today};
         if (fault != PrinterFault::none) return;
 
         slips.push_back(slip);
-        journal.push_back(pressing);
-        if (!named(at.name)) customers.push_back({at.name, {}, {}, {}});
-        Customer& customer = *named(at.name);
-        customer.percentage = pressing.percentage;
-        customer.container = containerKinds.at(static_cast<std::size_t>(at.container));
-        customer.fee = pressing.fee;
+        book(pressing, containerKinds.at(static_cast<std::size_t>(at.container)));
         at.countFrame = countsShown;
         saveDeletes = true;
     } catch (const Error&) {
         // What is no number is neither printed nor stored, and said in the status line alone.
     }
 }
+
+void Counter::book(const Pressing& pressing, const Text& container)
+{
+    journal.push_back(pressing);
+    if (!named(pressing.name)) customers.push_back({pressing.name, {}, {}, {}});
+    Customer& customer = *named(pressing.name);
+    customer.percentage = pressing.percentage;
+    customer.container = container;
+    customer.fee = pressing.fee;
+}
+
+void Counter::noteTaken(const Pressing& pressing, const Text& container) { book(pressing, container); }
 
 void Counter::containerFilled(int station)
 {
@@ -417,7 +456,7 @@ void Counter::containersDropped(int station)
 
 void Counter::openPanel()
 {
-    finishFraction();
+    leaveField();
     if (!panel) {
         kept_.emplace();
         for (std::size_t i = 0; i < 2; ++i)
@@ -428,6 +467,7 @@ void Counter::openPanel()
     active = Field::filter;
     endTyping();
     put(Field::filter, Text());
+    chooseOption(0);
 }
 
 void Counter::closePanel()
@@ -450,31 +490,113 @@ void Counter::closePanel()
         }
         if (!at.share) continue;
         // Another weight has come meanwhile: its share is that of these terms. What is no number was told before.
-        if (!at.percentage.empty() && !numberIn(at.percentage)) continue;
-        at.entitlement = whole(valueOf(at.oil) * valueOf(at.percentage) / 100);
-        at.left = whole(valueOf(at.oil) - valueOf(at.entitlement));
+        try {
+            at.entitlement = whole(product(valueOf(at.oil), valueOf(at.percentage)) / 100);
+            at.left = whole(valueOf(at.oil) - valueOf(at.entitlement));
+        } catch (const Error&) {
+        }
     }
     kept_.reset();
 }
 
-void Counter::clearFilter()
+void Counter::showGrid()
 {
-    if (panel) put(Field::filter, Text());
+    gridShown = true;
+    listOpen = false;
+}
+
+void Counter::chooseOption(int option)
+{
+    if (!panel) return;
+    reportChosen = option == 1;
+    if (option == 0) put(Field::filter, Text());
+    listing = {reportChosen ? Listing::Of::journal : Listing::Of::customers, 0, 0, {}};
+    showGrid();
+}
+
+void Counter::changeDay(bool first, int day)
+{
+    int& changed = first ? firstDay : lastDay;
+    if (changed == day) return;
+    changed = day;
+    if (firstDay > lastDay) (first ? lastDay : firstDay) = day;
+    report();
+    showGrid();
+}
+
+void Counter::report()
+{
+    const bool named = !panel || !reportChosen || !filter.empty();
+    if (named && activeText().find(u'\'') != Text::npos) throw Error{3075};
+    if (panel && !reportChosen)
+        listing = {};
+    else
+        listing = {Listing::Of::report, firstDay, lastDay, filter};
 }
 
 void Counter::statement()
 {
     // A name that was typed and not picked is reported first, where the names found lie.
-    if (panel && named(filter)) listOpen = false;
+    if (!panel || filter.empty() || !named(filter)) return;
+    if (gridShown && listing == Listing{Listing::Of::report, firstDay, lastDay, filter}) return;
+    listOpen = false;
+    report();
+    showGrid();
+}
+
+std::vector<Text> Counter::gridRows() const
+{
+    std::vector<Text> rows;
+    const auto bars = [](const Text& row, const Text& cell) { return row + u'|' + cell; };
+    if (listing.of == Listing::Of::customers) {
+        for (const Customer& customer : customers)
+            rows.push_back(bars(bars(bars(customer.name, customer.percentage ? plain(*customer.percentage) : Text()),
+                                     customer.container.value_or(Text())),
+                                customer.fee ? plain(*customer.fee) : Text()));
+        return rows;
+    }
+    const auto amount = [](double value) { return written(value, 2, 2, true); };
+    Pressing sums{.name = totals};
+    for (const Pressing& pressing : journal) {
+        const bool inside = pressing.day >= listing.firstDay && pressing.day <= listing.lastDay &&
+                            (listing.name.empty() || pressing.name == listing.name);
+        if (listing.of == Listing::Of::report && !inside) continue;
+        rows.push_back(
+            bars(bars(bars(bars(bars(amount(pressing.olives), amount(pressing.oil)), plain(pressing.percentage)),
+                           amount(pressing.entitlement)),
+                      amount(pressing.fee)),
+                 pressing.name));
+        sums.olives += pressing.olives;
+        sums.oil += pressing.oil;
+        sums.entitlement += pressing.entitlement;
+        sums.fee += pressing.fee;
+    }
+    if (listing.of == Listing::Of::report && !rows.empty())
+        rows.push_back(
+            bars(bars(bars(bars(bars(amount(sums.olives), amount(sums.oil)), Text()), amount(sums.entitlement)),
+                      amount(sums.fee)),
+                 totals));
+    return rows;
 }
 
 void Counter::dialogClosed()
 {
-    finishFraction();
+    // The days first, while the label that was edited is still the one whose name is asked for.
+    std::optional<Error> failed;
+    for (const bool first : {true, false}) {
+        try {
+            changeDay(first, today);
+        } catch (const Error& error) {
+            if (!failed) failed = error;
+        }
+    }
+    leaveField();
     working = 0;
     active = panel ? Field::filter : Field::name;
     endTyping();
+    gridShown = true;
     for (Station& station : stations) station.container = 0;
+    if (failed) throw Error(*failed);
 }
 
 void Counter::restarted()
@@ -484,6 +606,10 @@ void Counter::restarted()
     working = 0;
     active = Field::name;
     panel = listOpen = saveShown = saveDeletes = false;
+    reportChosen = false;
+    firstDay = lastDay = today;
+    listing = {};
+    gridShown = true;
     filter.clear();
     found.clear();
     kept_.reset();

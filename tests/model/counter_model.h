@@ -27,7 +27,7 @@ struct Customer {
 struct Pressing {
     Text name;
     double olives = 0, oil = 0, percentage = 0, entitlement = 0, fee = 0;
-    auto operator<=>(const Pressing&) const = default;
+    int day = 0;
 };
 
 struct Station {
@@ -46,6 +46,15 @@ struct Slip {
     Text customer, olives, oil, terms, pay, size, litres, containers;
 };
 
+/// What the grid of the report panel lists.
+struct Listing {
+    enum class Of { customers, journal, report };
+    Of of = Of::customers;
+    int firstDay = 0, lastDay = 0; ///< of a report
+    Text name;                     ///< of a report; empty: everybody's
+    bool operator==(const Listing&) const = default;
+};
+
 /// Where a slip fails, if it does.
 enum class PrinterFault { none, paper, job, sending };
 
@@ -58,6 +67,10 @@ public:
     bool capitals = false;
     bool panel = false; ///< the report panel is open
     Text filter;
+    bool reportChosen = false; ///< "RAPOR", not "CARİLER"
+    int firstDay = 0, lastDay = 0;
+    Listing listing;
+    bool gridShown = true; ///< in the panel, and no names over it
     bool listOpen = false;
     std::vector<Text> found; ///< what the last search listed
     bool saveShown = false;
@@ -69,6 +82,9 @@ public:
     std::vector<Pressing> journal; ///< without the report's totals
 
     std::vector<Slip> slips; ///< since the beginning
+
+    int today = 0;    ///< the clock's day
+    int setAside = 0; ///< notes of slips that were kept as files
 
     // What the operator does. Error for what is reported in a box.
     void newCustomer(int station);
@@ -85,13 +101,19 @@ public:
     void chooseContainer(int station, int kind) { stations.at(std::size_t(station)).container = kind; }
     void openPanel();
     void closePanel();
-    void clearFilter();
+    void chooseOption(int option);
+    void changeDay(bool first, int day);
     void statement();
     void deleteEverybody();
     void deletePressings() { journal.clear(); }
     void dialogClosed(); ///< the activation
     void restarted();
     void line(const Text& burst);
+    /// A note that is found at a start: its slip was printed.
+    void noteTaken(const Pressing& pressing, const Text& container);
+
+    /// The rows of the grid as they stand there; of the journal without the sums of the last report.
+    std::vector<Text> gridRows() const;
 
     Station& now() { return stations.at(std::size_t(working)); }
     const Station& now() const { return stations.at(std::size_t(working)); }
@@ -105,11 +127,15 @@ private:
     void put(Caption caption, const Text& text);
     void choose(Field field);
     void finishFraction();
+    void leaveField();
     void endTyping();
     void search(const Text& typed);
     void recall(const Customer& customer);
     void nameChanged();
     void filterChanged();
+    void report();
+    void showGrid();
+    void book(const Pressing& pressing, const Text& container);
     void olivesChanged();
     void oilChanged();
     void percentageChanged();

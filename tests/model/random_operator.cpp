@@ -5,9 +5,11 @@
 namespace model {
 namespace {
 
-/// Names that begin one another, differ by a letter's dot or by capitals only, or hold the search's own sign.
-const std::array<Text, 12> names = {u"ali",     u"ali veli", u"ali can", u"ayşe", u"ışık", u"ismail",
-                                    u"ömer öz", u"a*",       u"çelik",   u"alii", u"bb 5", u"toplamlar"};
+/// Names that begin one another, differ by a letter's dot or by capitals only, hold the search's own sign, or find the
+/// customers whose names no key can type.
+const std::array<Text, 15> names = {u"ali",    u"ali veli",  u"ali can", u"ayşe",  u"ışık",
+                                    u"ismail", u"ömer öz",   u"a*",      u"çelik", u"alii",
+                                    u"bb 5",   u"toplamlar", u"o",       u"can",   u"bü"};
 const std::array<Text, 10> weights = {u"1000", u"1", u"5", u"350", u"0", u"1235", u"12345", u"77", u"1005", u"999999"};
 const std::array<Text, 9> percentages = {u"12", u"12,5", u"12,75", u"12,345", u"123", u"0,05", u"9,999", u"1e", u"10,"};
 const std::array<Text, 9> fees = {u"100", u"1250,50", u"1250,05", u"12,5", u"0", u"125t", u"7,", u"1e3", u"0,001"};
@@ -25,13 +27,36 @@ void RandomOperator::type(const Text& text)
     }
 }
 
-Touch RandomOperator::slip(int station) { return {Act::slip, station, any(10) < 7 ? 0 : 1 + any(3), {}}; }
+Touch RandomOperator::slip(int station)
+{
+    Touch slip{Act::slip, station, any(10) < 7 ? 0 : 1 + any(3), {}};
+    for (int taps = any(4) ? 0 : 1 + any(2); taps > 0; --taps) slip.meanwhile.push_back(meanwhile(station));
+    return slip;
+}
+
+/// A finger that does not wait for the printer.
+Touch RandomOperator::meanwhile(int station)
+{
+    switch (any(6)) {
+    case 0:
+    case 1:
+        return {Act::slip, station, 0, {}};
+    case 2:
+        return {Act::newCustomer, any(2), 0, {}};
+    case 3:
+        return {Act::name, station, 0, {}};
+    case 4:
+        return {Act::olives, station, 0, {}};
+    default:
+        return {Act::key, any(3) ? clear : any(32), 0, {}};
+    }
+}
 
 Text RandomOperator::burst()
 {
     static const std::array<Text, 12> bursts = {
         u"  1234kg\r", u"   500kg\r   510kg\r", u"  1234 kg\r\n", u"0kg\r",    u"   -20kg\r",      u"  12,5kg\r",
-        u"1234KG\r",   u"Net 12kg\r",           u"1234.5kg\r",    u"1kgkg2\r", u"00123456789kg\r", u"kg\r"};
+        u"1234KG\r",   u"Net 12kg\r",           u"1234.5kg\r",    u"1kgkg2\r", u"00123456789kg\r", u"9e308kg\r"};
     if (any(40) == 0) return u"  12"; // the rest of the line never comes
     return any(3) ? bursts[static_cast<std::size_t>(any(5))] : bursts[static_cast<std::size_t>(any(12))];
 }
@@ -143,7 +168,7 @@ Touch RandomOperator::anything(const Counter& seen)
         planned_.push_front({Act::connection, 0, 0, {}});
         return planned_.front();
     case 37:
-        if (any(12) == 0) return {Act::restart, 0, 0, {}};
+        if (any(12) == 0) return {Act::restart, 0, any(2) ? 0 : any(notesFound), {}};
         return {Act::key, letterCase, 0, {}};
     case 38:
     case 39:
@@ -191,6 +216,7 @@ std::string described(const Touch& touch)
                                                       "Hesapları Sil",  "Sayac",       "font dialog",  "port dialog",
                                                       "Bağlantı",       "line",        "restart"};
     std::string text = words.at(static_cast<std::size_t>(touch.act));
+    for (const Touch& tap : touch.meanwhile) text += " [" + described(tap) + "]";
     if (touch.act == Act::key) {
         const Text key = keyText(touch.at, true);
         text += " " + (touch.at == backspace    ? "Geri Sil"

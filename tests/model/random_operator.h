@@ -5,6 +5,7 @@
 #include <deque>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace model {
 
@@ -45,10 +46,15 @@ enum class Act {
 /// One thing that an operator does.
 struct Touch {
     Act act = Act::key;
-    int at = 0;     ///< station, key, row, kind or day, as the act needs
-    int chance = 0; ///< an answer, a fault of the printer
-    Text burst;     ///< of the scale
+    int at = 0;                        ///< station, key, row, kind or day, as the act needs
+    int chance = 0;                    ///< an answer, a fault of the printer
+    Text burst;                        ///< of the scale
+    std::vector<Touch> meanwhile = {}; ///< what is tapped while a slip is printed
 };
+
+/// What a start may find of a slip, as a restart's chance says: nothing, one of two that were printed, one that was
+/// not, one that cannot be read, and one that no table takes.
+inline constexpr int notesFound = 6;
 
 std::string described(const Touch& touch);
 
@@ -64,6 +70,7 @@ private:
     void plan(const Counter& seen);
     void type(const Text& text);
     Touch slip(int station);
+    Touch meanwhile(int station);
     Text burst();
 
     std::mt19937 chance_;

@@ -25,7 +25,7 @@ char16_t turkishLower(char16_t c)
 /// Its place among all characters of the keypad.
 int rank(char16_t c)
 {
-    const Text signs = u" *,";
+    const Text signs = u" #*,";
     if (const auto at = signs.find(c); at != Text::npos) return static_cast<int>(at);
     if (isDigit(c)) return 10 + (c - u'0');
     const auto at = alphabet.find(turkishLower(c));
@@ -40,7 +40,10 @@ bool matches(const Text& name, std::size_t n, const Text& pattern, std::size_t p
             if (matches(name, skip, pattern, p + 1)) return true;
         return false;
     }
-    return n < name.size() && rank(name[n]) == rank(pattern[p]) && matches(name, n + 1, pattern, p + 1);
+    if (n == name.size()) return false;
+    // "#" in a name that was picked is the search's sign for a digit.
+    const bool fits = pattern[p] == u'#' ? isDigit(name[n]) : rank(name[n]) == rank(pattern[p]);
+    return fits && matches(name, n + 1, pattern, p + 1);
 }
 
 /// The 15 significant digits and the power of ten of the first one.
@@ -169,6 +172,12 @@ Text plain(double value, int digits)
     return result;
 }
 
+double product(double a, double b)
+{
+    if (std::isinf(a * b)) throw Error{6};
+    return a * b;
+}
+
 Text whole(double value) { return written(value, 0, 0, true); }
 
 char16_t upper(char16_t c)
@@ -211,8 +220,10 @@ Text trimmed(const Text& text)
     return first == Text::npos ? Text() : text.substr(first, text.find_last_not_of(u' ') - first + 1);
 }
 
-int compareNames(const Text& a, const Text& b)
+int compareNames(Text a, Text b)
 {
+    std::erase(a, u'\'');
+    std::erase(b, u'\'');
     for (std::size_t i = 0; i < a.size() && i < b.size(); ++i)
         if (rank(a[i]) != rank(b[i])) return rank(a[i]) - rank(b[i]);
     return static_cast<int>(a.size()) - static_cast<int>(b.size());

@@ -25,7 +25,8 @@ Text written(double value, int fewest, int most, bool groups);
 /// A number from the database in a caption, without groups; a count has 7 digits.
 Text plain(double value, int digits = 15);
 
-Text whole(double value); ///< "#,##0"
+Text whole(double value);           ///< "#,##0"
+double product(double a, double b); ///< error 6 for one that no number can be
 
 // Letters. i and I belong together, ı and İ stand alone, as the keypad and the title case see them.
 Text properCase(const Text& text);
@@ -36,9 +37,9 @@ char16_t lower(char16_t letter);
 Text trimmed(const Text& text);
 
 // Names, as the register compares them: Turkish letters, capital and small alike.
-/// Negative, 0 or positive.
-int compareNames(const Text& a, const Text& b);
-/// `pattern` begins the name; "*" in it stands for anything.
+/// Negative, 0 or positive. An apostrophe does not count.
+int compareNames(Text a, Text b);
+/// `pattern` begins the name; "*" in it stands for anything, "#" for a digit.
 bool beginsWith(const Text& name, const Text& pattern);
 
 std::string utf8(const Text& text);
