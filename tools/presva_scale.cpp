@@ -1,45 +1,50 @@
-// Plays a weighing scale on a pseudo-terminal, for trying the program without one.
+// Plays a weighing scale on a pseudo-terminal, reads one that is played or real, and shows what a line brings.
+
+#include "platform/serial_ports.h"
+#include "tools/scale_listener.h"
+#include "tools/scale_player.h"
+#include "tools/scale_terminal.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <poll.h>
-#include <pty.h>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <termios.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace tools;
 using std::chrono::milliseconds;
 
 constexpr std::string_view help =
     R"(presva-scale: terazi yerine geçer; bir sanal seri hattan ağırlık gönderir.
+Gerçek bir teraziyi de dinler ve gelen satırları okur.
 
 Kullanım: presva-scale [seçenekler]
+          presva-scale --listen PORT [--settings AYAR] [--seconds N]
+          presva-scale --read AD | --formats
 
+Terazi yerine:
   --link YOL        hattın adı: bu yolda bir bağ kurulur (varsayılan: com1).
                     Programın klasöründeki "com3" bağı, programda Com3 demektir.
   --weight A,B,...  gönderilecek kilolar, sırayla ve baştan (varsayılan: 1234)
   --rate N          saniyede kaç satır (varsayılan: 5)
   --count N         bu kadar satırdan sonra bitir (varsayılan: durdurulana dek)
-  --shape BİÇİM     satırın biçimi (varsayılan: padded):
+  --format AD       satırlar bu terazi biçiminde (adlar: --formats)
+  --curve           her kilo yüklenir, salınır, durur, indirilir; terazi boşalır
+  --noise N         baytların yüzde N'i bozulur
+  --cut N           satırların yüzde N'i ortasında kesilir
+  --pull N          her N satırda bir fiş satırın ortasında çekilir, bir saniye
+                    sonra başka bir aygıt adıyla geri takılır
+  --shape BİÇİM     --format yerine, satırın biçimi (varsayılan: padded):
                       padded      "  1234kg" CR
                       crlf        "  1234 kg" CR LF
                       sign        "ST,GS,+  1234kg" CR LF
@@ -52,42 +57,46 @@ Kullanım: presva-scale [seçenekler]
   --replay DOSYA    dosyadaki satırları zamanında gönder, sonra bitir. Her satır:
                       başlangıçtan beri milisaniye, bir boşluk, gönderilecek metin
                       (\r \n \t \\ ve \xHH yazılabilir; # ile başlayan satır atlanır)
+
+Gerçek terazi:
+  --listen PORT     gelen baytları, tanınan biçimi, tartımları ve sonunda hattın
+                    durumunu göster. PORT bir aygıtın ya da bağın yolu, ya da com1
+                    ile com16 arası bir ad.
+  --settings AYAR   hız, eşlik, veri ve dur biti (varsayılan: 9600,n,8,1)
+  --seconds N       bu kadar dinle (varsayılan: 60)
+  --formats         bilinen terazi biçimlerinin adları, her satırda bir
+  --read AD         baytları standart girdiden oku; sayılan her tartım bir satır:
+                    kilo (noktalı), sekme, stable, moving, gross, net ya da unknown.
+                    AD yerine auto: biçim gelenden tanınır, kesin değilse susulur.
+                    Bozuk hatta bir ağırlık ancak yeniden gelince sayılır.
+
   --help            bu metin
+
+Bitiş kodu: 0 tamam; 1 yanlış çağrı, açılamayan dosya ya da port; 2 --listen bir
+biçim tanıyamadı.
 
 Örnek:
   presva-scale --link ~/.local/share/mendrik-presva/com3 --weight 1200,1210,1225 --rate 8
 Durdurmak için Ctrl+C; bağ o zaman silinir.
 )";
 
-volatile std::sig_atomic_t stopped = 0;
-
-/// One piece of text and how long after the piece before it is sent.
-struct Piece {
-    milliseconds wait{0};
-    std::string bytes;
-};
-
-/// A mistake in the arguments or the replayed file, told in Turkish.
-struct Mistake : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-int numberOf(std::string_view text, int smallest)
-{
-    int value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || value < smallest)
-        throw Mistake("Sayı bekleniyordu: " + std::string(text));
-    return value;
-}
-
 struct Options {
     std::filesystem::path link = "com1";
-    std::vector<std::string> weights = {"1234"};
+    std::vector<std::string> weights;
     int rate = 5;
     std::optional<int> count;
     std::string shape = "padded";
+    const scale::LineFormat* format = nullptr;
+    bool curve = false;
+    int noise = 0;
+    int cut = 0;
+    int pull = 0;
     std::optional<std::filesystem::path> replay;
+    std::optional<std::string> listen;
+    std::string settings = "9600,n,8,1";
+    int seconds = 60;
+    bool read = false; ///< in `format`; without one, recognised
+    bool formats = false;
     bool help = false;
 };
 
@@ -102,218 +111,195 @@ std::vector<std::string> parts(const std::string& text)
     return result;
 }
 
+const scale::LineFormat* formatNamed(const std::string& name)
+{
+    if (const scale::LineFormat* const format = scale::lineFormatNamed(name)) return format;
+    throw Mistake("Bilinmeyen terazi biçimi: " + name + " (adlar: presva-scale --formats)");
+}
+
+int percentOf(const std::string& text)
+{
+    const int percent = numberOf(text, 0);
+    if (percent > 100) throw Mistake("Yüzde 100'den fazla olamaz: " + text);
+    return percent;
+}
+
+/// Those without a value of their own. False for any other.
+bool setSwitch(Options& options, const std::string& name)
+{
+    if (name == "--help" || name == "-h")
+        options.help = true;
+    else if (name == "--formats")
+        options.formats = true;
+    else if (name == "--curve")
+        options.curve = true;
+    else
+        return false;
+    return true;
+}
+
+void setOption(Options& options, const std::string& name, const std::string& value)
+{
+    if (name == "--link")
+        options.link = value;
+    else if (name == "--weight")
+        options.weights = parts(value);
+    else if (name == "--rate")
+        options.rate = numberOf(value, 1);
+    else if (name == "--count")
+        options.count = numberOf(value, 0);
+    else if (name == "--shape")
+        options.shape = value;
+    else if (name == "--format")
+        options.format = formatNamed(value);
+    else if (name == "--noise")
+        options.noise = percentOf(value);
+    else if (name == "--cut")
+        options.cut = percentOf(value);
+    else if (name == "--pull")
+        options.pull = numberOf(value, 1);
+    else if (name == "--replay")
+        options.replay = value;
+    else if (name == "--listen")
+        options.listen = value;
+    else if (name == "--settings")
+        options.settings = value;
+    else if (name == "--seconds")
+        options.seconds = numberOf(value, 1);
+    else if (name == "--read") {
+        options.read = true;
+        options.format = value == "auto" ? nullptr : formatNamed(value);
+    } else
+        throw Mistake("Bilinmeyen seçenek: " + name);
+}
+
 Options readOptions(int argc, char** argv)
 {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
-        if (name == "--help" || name == "-h") {
-            options.help = true;
-            return options;
-        }
+        if (setSwitch(options, name)) continue;
         if (i + 1 == argc) throw Mistake("Bilinmeyen ya da eksik seçenek: " + name);
-        const std::string value = argv[++i];
-        if (name == "--link")
-            options.link = value;
-        else if (name == "--weight")
-            options.weights = parts(value);
-        else if (name == "--rate")
-            options.rate = numberOf(value, 1);
-        else if (name == "--count")
-            options.count = numberOf(value, 0);
-        else if (name == "--shape")
-            options.shape = value;
-        else if (name == "--replay")
-            options.replay = value;
-        else
-            throw Mistake("Bilinmeyen seçenek: " + name);
+        setOption(options, name, argv[++i]);
     }
+    if (options.weights.empty()) options.weights = {options.format ? usualWeight(*options.format) : "1234"};
     return options;
 }
 
-/// The line's master end. A slave end of our own stays open, so that the program may come and go.
-class Line {
+/// A path as it stands where there is one; else the device of Com1 to Com16.
+std::filesystem::path deviceNamed(const std::string& name)
+{
+    if (std::filesystem::exists(name)) return name;
+    int number = 0;
+    const std::string_view digits = std::string_view(name).substr(std::min<std::size_t>(3, name.size()));
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    const bool isNumber = !digits.empty() && read.ec == std::errc() && read.ptr == digits.data() + digits.size();
+    if ((name.starts_with("com") || name.starts_with("Com")) && isNumber) {
+        platform::SerialPortPlaces places;
+        const char* const home = std::getenv("HOME");
+        places.programDirectory = std::filesystem::path(home ? home : "") / ".local/share/mendrik-presva";
+        if (const auto device = platform::serialPort(number, places)) return *device;
+    }
+    throw Mistake("Böyle bir port yok: " + name);
+}
+
+/// Plays what the options ask for. A plug that is pulled takes its line along, in the middle of a text.
+class Play {
 public:
-    explicit Line(std::filesystem::path link) : link_(std::move(link))
+    explicit Play(const Options& options) : options_(options)
     {
-        termios raw = {};
-        cfmakeraw(&raw);
-        char name[64] = {};
-        if (openpty(&master_, &slave_, name, &raw, nullptr) != 0) throw Mistake("Sanal hat açılamadı.");
-        fcntl(master_, F_SETFL, O_NONBLOCK);
-        path_ = name;
-        // Only our own kind of thing is replaced, never somebody's file.
-        if (std::filesystem::is_symlink(link_)) std::filesystem::remove(link_);
-        std::filesystem::create_symlink(path_, link_);
-    }
-    ~Line()
-    {
-        std::error_code ignored;
-        if (std::filesystem::read_symlink(link_, ignored) == path_) std::filesystem::remove(link_, ignored);
-        close(slave_);
-        close(master_);
-    }
-    Line(const Line&) = delete;
-    Line& operator=(const Line&) = delete;
-
-    const std::string& path() const { return path_; }
-
-    /// A wire does not wait: what nobody reads in time is lost.
-    void send(std::string_view bytes) const
-    {
-        while (!bytes.empty()) {
-            const ssize_t sent = write(master_, bytes.data(), bytes.size());
-            if (sent < 0 && errno == EINTR) continue;
-            if (sent <= 0) return;
-            bytes.remove_prefix(static_cast<std::size_t>(sent));
-        }
+        // Mistakes first, so that no link is left behind by one.
+        loads_ = playedLoads(options.weights, options.curve);
+        for (const PlayedLoad& load : loads_) line(load);
+        random_.seed(1);
+        if (options.replay) replay_ = readReplay(*options.replay);
     }
 
-    /// What the program sends to its scale is of no interest, but must not fill the line up.
-    void waitUntil(Clock::time_point moment) const
+    void run()
     {
-        while (stopped == 0) {
-            const auto left = std::chrono::ceil<milliseconds>(moment - Clock::now());
-            if (left.count() <= 0) return;
-            pollfd wanted = {master_, POLLIN, 0};
-            if (poll(&wanted, 1, static_cast<int>(left.count())) > 0) {
-                char answer[256];
-                if (read(master_, answer, sizeof answer) < 0 && errno != EAGAIN && errno != EINTR) return;
+        plugIn();
+        moment_ = Clock::now();
+        if (options_.replay) {
+            send(replay_);
+        } else {
+            for (int i = 0; !isStopped() && (!options_.count || i < *options_.count); ++i) {
+                const bool pulled = options_.pull > 0 && i % options_.pull == options_.pull - 1;
+                std::vector<SentPiece> pieces = line(loads_[static_cast<std::size_t>(i) % loads_.size()]);
+                if (pulled) pieces.back().bytes.resize(pieces.back().bytes.size() / 2);
+                send(pieces);
+                if (pulled) replug();
             }
         }
+        // Time for the program to read the last line before the cable goes.
+        plug_->waitUntil(Clock::now() + milliseconds(200));
     }
 
 private:
-    std::filesystem::path link_;
-    std::string path_;
-    int master_ = -1;
-    int slave_ = -1;
+    void plugIn()
+    {
+        plug_.emplace(options_.link);
+        std::printf("%s -> %s\n", options_.link.c_str(), plug_->path().c_str());
+        std::fflush(stdout);
+    }
+
+    void replug()
+    {
+        constexpr milliseconds out{1000};
+        plug_->waitUntil(Clock::now() + milliseconds(50)); // time to read the half line
+        plug_.reset();
+        // Takes the name that has become free, so that the line comes back under another one.
+        const PlayedLine other({});
+        other.waitUntil(Clock::now() + out);
+        plugIn();
+        moment_ = Clock::now();
+    }
+
+    std::vector<SentPiece> line(const PlayedLoad& load)
+    {
+        const milliseconds period{1000 / std::min(options_.rate, 1000)};
+        std::vector<SentPiece> pieces = options_.format
+                                            ? std::vector<SentPiece>{{period, lineOfFormat(*options_.format, load)}}
+                                            : lineOfShape(options_.shape, load.weight, period, random_);
+        for (SentPiece& piece : pieces) piece.bytes = noisy(std::move(piece.bytes), options_.noise, random_);
+        if (std::uniform_int_distribution<int>(0, 99)(random_) < options_.cut) {
+            std::string& bytes = pieces.back().bytes;
+            bytes.resize(std::uniform_int_distribution<std::size_t>(0, bytes.size() - 1)(random_));
+        }
+        return pieces;
+    }
+
+    void send(const std::vector<SentPiece>& pieces)
+    {
+        for (const SentPiece& piece : pieces) {
+            moment_ += piece.wait;
+            plug_->waitUntil(moment_);
+            if (isStopped()) return;
+            plug_->send(piece.bytes);
+        }
+    }
+
+    const Options& options_;
+    std::vector<PlayedLoad> loads_;
+    std::vector<SentPiece> replay_;
+    std::mt19937 random_{1}; // the same garbage every time: a finding can be repeated
+    std::optional<PlayedLine> plug_;
+    Clock::time_point moment_;
 };
 
-std::string padded(const std::string& weight, std::size_t width)
+int run(const Options& options)
 {
-    return weight.size() < width ? std::string(width - weight.size(), ' ') + weight : weight;
-}
-
-std::string garbage(std::mt19937& random)
-{
-    std::uniform_int_distribution<int> length(1, 30);
-    std::uniform_int_distribution<int> byte(0, 255);
-    std::string text;
-    for (int i = length(random); i > 0; --i) text += static_cast<char>(byte(random));
-    return text + '\r';
-}
-
-/// One line of the scale; `period` is the time between two lines.
-std::vector<Piece> lineOf(const std::string& shape, const std::string& weight, milliseconds period,
-                          std::mt19937& random)
-{
-    const std::string plain = padded(weight, 6) + "kg\r";
-    if (shape == "padded") return {{period, plain}};
-    if (shape == "crlf") return {{period, padded(weight, 6) + " kg\r\n"}};
-    if (shape == "sign") {
-        const bool negative = weight.starts_with('-');
-        const std::string digits = padded(negative ? weight.substr(1) : weight, 6);
-        return {{period, "ST,GS," + std::string(negative ? "-" : "+") + digits + "kg\r\n"}};
-    }
-    if (shape == "unit-first") return {{period, "kg" + padded(weight, 6) + "\r"}};
-    if (shape == "capitals") return {{period, padded(weight, 6) + "KG\r"}};
-    if (shape == "garbage") return {{period, garbage(random)}};
-    if (shape == "burst") return {{period, plain + plain + plain + plain + plain}};
-    if (shape == "pause") {
-        const std::size_t middle = plain.size() / 2;
-        constexpr milliseconds inside{60};
-        return {{std::max(period - inside, milliseconds(1)), plain.substr(0, middle)}, {inside, plain.substr(middle)}};
-    }
-    if (shape == "half") return {{period, padded(weight, 6)}};
-    throw Mistake("Bilinmeyen biçim: " + shape);
-}
-
-std::string unescaped(const std::string& text)
-{
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            result += text[i];
-            continue;
-        }
-        switch (text[++i]) {
-        case 'r':
-            result += '\r';
-            break;
-        case 'n':
-            result += '\n';
-            break;
-        case 't':
-            result += '\t';
-            break;
-        case 'x': {
-            int byte = 0;
-            const char* const from = text.data() + i + 1;
-            const char* const to = text.data() + std::min(i + 3, text.size());
-            const auto read = std::from_chars(from, to, byte, 16);
-            if (read.ptr != from + 2) throw Mistake("\\x ardından iki hane gerekir: " + text);
-            result += static_cast<char>(byte);
-            i += 2;
-            break;
-        }
-        default:
-            result += text[i];
-        }
-    }
-    return result;
-}
-
-std::vector<Piece> readReplay(const std::filesystem::path& path)
-{
-    std::ifstream file(path);
-    if (!file) throw Mistake("Dosya okunamıyor: " + path.string());
-    std::vector<Piece> pieces;
-    milliseconds before{0};
-    for (std::string line; std::getline(file, line);) {
-        if (line.ends_with('\r')) line.pop_back();
-        if (line.empty() || line.starts_with('#')) continue;
-        const std::size_t blank = std::min(line.find_first_of(" \t"), line.size());
-        const milliseconds moment{numberOf(std::string_view(line).substr(0, blank), 0)};
-        if (moment < before) throw Mistake("Zaman geri gidiyor: " + line);
-        pieces.push_back({moment - before, unescaped(line.substr(std::min(blank + 1, line.size())))});
-        before = moment;
-    }
-    return pieces;
-}
-
-void play(const Line& line, const std::vector<Piece>& pieces, Clock::time_point& moment)
-{
-    for (const Piece& piece : pieces) {
-        moment += piece.wait;
-        line.waitUntil(moment);
-        if (stopped != 0) return;
-        line.send(piece.bytes);
-    }
-}
-
-void run(const Options& options)
-{
-    // Mistakes first, so that no link is left behind by one.
-    std::mt19937 random(1); // the same garbage every time: a finding can be repeated
-    const milliseconds period{1000 / std::min(options.rate, 1000)};
-    lineOf(options.shape, options.weights.front(), period, random);
-    const std::vector<Piece> replay = options.replay ? readReplay(*options.replay) : std::vector<Piece>();
-
-    const Line line(options.link);
-    std::printf("%s -> %s\n", options.link.c_str(), line.path().c_str());
-    std::fflush(stdout);
-    Clock::time_point moment = Clock::now();
-    if (options.replay) {
-        play(line, replay, moment);
+    if (options.help) {
+        std::fputs(help.data(), stdout);
+    } else if (options.formats) {
+        for (const scale::LineFormat& format : scale::lineFormats()) std::printf("%s\n", format.name.c_str());
+    } else if (options.read) {
+        readStandardInput(options.format);
+    } else if (options.listen) {
+        return listenTo(deviceNamed(*options.listen), options.settings, std::chrono::seconds(options.seconds)) ? 0 : 2;
     } else {
-        for (int i = 0; stopped == 0 && (!options.count || i < *options.count); ++i) {
-            const std::string& weight = options.weights[static_cast<std::size_t>(i) % options.weights.size()];
-            play(line, lineOf(options.shape, weight, period, random), moment);
-        }
+        Play(options).run();
     }
-    // Time for the program to read the last line before the cable goes.
-    line.waitUntil(Clock::now() + milliseconds(200));
+    return 0;
 }
 
 } // namespace
@@ -322,16 +308,8 @@ int main(int argc, char** argv)
 {
     try {
         const Options options = readOptions(argc, argv);
-        if (options.help) {
-            std::fputs(help.data(), stdout);
-            return 0;
-        }
-        struct sigaction action = {};
-        action.sa_handler = [](int) { stopped = 1; };
-        sigaction(SIGINT, &action, nullptr);
-        sigaction(SIGTERM, &action, nullptr);
-        run(options);
-        return 0;
+        stopOnSignals();
+        return run(options);
     } catch (const std::exception& mistake) {
         std::fprintf(stderr, "presva-scale: %s\nYardım için: presva-scale --help\n", mistake.what());
         return 1;

@@ -23,7 +23,7 @@ std::string saidBy(const Reading& reading)
 void Confirmation::countFrame()
 {
     ++framesInBurst_;
-    if (++framesInARow_ >= soundAfter) trust_ = Trust::sound;
+    if (++framesInARow_ >= soundAfter) trust_ = keep_ == Keep::every ? Trust::sound : Trust::usual;
 }
 
 bool Confirmation::cameOften(const std::string& said, bool checked) const
@@ -31,7 +31,7 @@ bool Confirmation::cameOften(const std::string& said, bool checked) const
     switch (trust_) {
     case Trust::sound:
         return true;
-    case Trust::beginning:
+    case Trust::usual:
         return checked || (recent_.size() > 1 && recent_[recent_.size() - 2] == said);
     case Trust::disturbed:
         break;
@@ -73,7 +73,7 @@ void Confirmation::fallSilent()
 {
     const bool alone = framesInBurst_ == 1 && !noiseInBurst_ && !recent_.empty();
     if (trust_ == Trust::disturbed && alone && recent_.back() == lastAlone_) {
-        trust_ = Trust::beginning;
+        trust_ = Trust::usual;
         framesInARow_ = 0;
         waiting_.erase(waiting_.begin(), waiting_.end() - std::min<std::ptrdiff_t>(1, std::ssize(waiting_)));
     }

@@ -12,22 +12,25 @@ namespace scale {
 /// Which of the weights that whole frames say count.
 ///
 /// A byte that the line has changed can turn one digit into another, and most formats have no checksum that would show
-/// it; an exclusive or shows only every second bit of what two changed bytes do. But where one byte in a hundred is
-/// changed, most frames that are hit are frames no more, so a disturbed line tells on itself within a few frames. From
-/// that moment on, and until 200 whole frames have come in a row, a weight counts only when it makes 4 of the last 16
-/// (2 where a checksum stands behind it).
+/// it; a sum or an exclusive or misses some pairs of changed bytes. So a weight counts when its frame has a checksum,
+/// when the frame before said the same, or when the line falls silent behind it (a scale that prints on a key).
 ///
-/// When the listening begins nothing is known of the line yet: a weight counts when the frame before said the same,
-/// when a checksum stands behind it, when the line falls silent behind it, or when 200 whole frames have come. After
-/// that every frame counts at once.
+/// Where one byte in a hundred is changed even that is not enough. But most frames that are hit are frames no more, so
+/// a disturbed line tells on itself: from the first noise on, and until 200 whole frames have come in a row, a weight
+/// counts only when it makes 4 of the last 16 (2 where a checksum stands behind it). Frames that come one by one, each
+/// between two silences, count there when two of them say the same, and then the line is trusted again.
 ///
-/// Frames that come one by one, each between two silences (a scale that prints on a key), count each by itself; after
-/// noise two of them must say the same, and then the line is trusted as at the beginning.
+/// What no reader can see: a load that lies there for many lines, of which four or more are changed to the same other
+/// weight within 16.
 class Confirmation {
 public:
     enum class Keep {
-        newest, ///< for a screen: a weight that counts does away with older ones that still wait
-        every,  ///< for a list: all that count, in their order, the later ones waiting for the earlier
+        /// For a screen: a weight that counts does away with older ones that still wait.
+        newest,
+        /// For a list: all that count, in their order, the later ones waiting for the earlier. 200 whole frames in a
+        /// row
+        /// vouch for each other here, so that also weights that change from line to line are listed.
+        every,
     };
 
     explicit Confirmation(Keep keep) : keep_(keep) {}
@@ -45,7 +48,7 @@ public:
     bool isDisturbed() const { return trust_ == Trust::disturbed; }
 
 private:
-    enum class Trust { beginning, disturbed, sound };
+    enum class Trust { usual, disturbed, sound };
     struct Waiting {
         Reading reading;
         std::string said; ///< weight and rest: what must come again
@@ -56,7 +59,7 @@ private:
     bool cameOften(const std::string& said, bool checked) const;
 
     Keep keep_;
-    Trust trust_ = Trust::beginning;
+    Trust trust_ = Trust::usual;
     std::size_t framesInARow_ = 0;
     std::deque<std::string> recent_; ///< what the last frames said, the newest last
     std::deque<Waiting> waiting_;

@@ -30,11 +30,12 @@ std::optional<Decimal> weightOf(const Piece& piece, std::string_view bytes)
     if (!piece.allows('z')) i = std::min(field.find_first_not_of(' '), field.size());
     Decimal number;
     bool negative = false;
-    if (piece.allows('-') && i < field.size() && (field[i] == '-' || field[i] == '+')) {
-        negative = field[i] == '-';
+    if (piece.allows('-') && i < field.size() && field[i] == '-') {
+        negative = true;
         ++i;
         if (!piece.allows('z')) i = std::min(field.find_first_not_of(' ', i), field.size());
     }
+    if (piece.allows('b') && i + 1 < field.size() && field[i] == '0' && isDigit(field[i + 1])) return std::nullopt;
     bool mark = false;
     std::size_t digits = 0;
     for (; i < field.size(); ++i) {

@@ -111,17 +111,26 @@ void Framer::reportPassed(bool beforeFrame, std::vector<Framed>& found)
     Framed framed;
     framed.refusal = std::exchange(almost_, std::nullopt).value_or(Refusal::unknownBytes);
     const bool restOfALine = frames_ == 0 && passed_ <= mostBeforeTheFirst && framed.refusal == Refusal::unknownBytes;
-    framed.isNoise = !restOfALine && !(beforeFrame && brokeOff());
+    framed.isNoise = !restOfALine && !(beforeFrame && frames_ > 0 && brokeOff());
     framed.bytes = std::exchange(noFrame_, {});
     found.push_back(std::move(framed));
 }
 
-/// The bytes passed over are the beginning of a frame and nothing else.
+/// The bytes passed over are the beginning of a frame and nothing else, or that and a whole frame that it ran into.
 bool Framer::brokeOff() const
 {
-    return std::ranges::any_of(format_.frames, [&](const Frame& frame) {
-        return matchFrame(frame, noFrame_, false, format_.unit, format_.rest).outcome == Match::Outcome::needsMore;
-    });
+    const auto matches = [&](std::string_view bytes, Match::Outcome outcome) {
+        return std::ranges::any_of(format_.frames, [&](const Frame& frame) {
+            const Match match = matchFrame(frame, bytes, false, format_.unit, format_.rest);
+            return match.outcome == outcome && (outcome != Match::Outcome::yes || match.length == bytes.size());
+        });
+    };
+    const std::string_view passed = noFrame_;
+    for (std::size_t head = passed.size(); head > 0; --head)
+        if (matches(passed.substr(0, head), Match::Outcome::needsMore) &&
+            (head == passed.size() || matches(passed.substr(head), Match::Outcome::yes)))
+            return true;
+    return false;
 }
 
 } // namespace scale

@@ -1,7 +1,6 @@
 #include "scale/formats/recogniser.h"
 
 #include <algorithm>
-#include <set>
 
 namespace scale {
 
@@ -13,6 +12,7 @@ struct Candidate {
     const LineFormat* format = nullptr;
     std::vector<Reading> readings;
     bool checked = false;
+    bool readsAll = false; ///< but for a cut frame at either end
 };
 
 bool sameReadings(const std::vector<Reading>& a, const std::vector<Reading>& b)
@@ -35,7 +35,7 @@ std::optional<Candidate> candidateOf(const LineFormat& format, std::string_view 
     Framer framer(format);
     std::vector<Framed> framed = framer.read(stream);
     for (Framed& last : framer.silence()) framed.push_back(std::move(last));
-    Candidate candidate{&format, {}, true};
+    Candidate candidate{&format, {}, true, false};
     std::size_t longest = 0;
     for (Framed& one : framed) {
         if (one.isFrame) longest = std::max(longest, one.bytes.size());
@@ -44,12 +44,12 @@ std::optional<Candidate> candidateOf(const LineFormat& format, std::string_view 
         candidate.readings.push_back(std::move(*one.reading));
     }
     if (candidate.readings.empty()) return std::nullopt;
-    if (candidate.readings.size() < sureAfter && !beginsUnmistakably(format) && framer.framesRead() < sureAfter &&
-        framer.bytesPassed() > 0)
-        return std::nullopt;
+    // The first frame may be the end of another format's line; the second began where a line ended.
+    if (framer.framesRead() < 2 && !beginsUnmistakably(format)) return std::nullopt;
     // A frame cut at either end is no frame, and some noise may be; what makes up more is another format.
     const std::size_t strange = framer.bytesPassed() - std::min(framer.bytesPassed(), 2 * longest);
     if (framer.bytesPassed() >= framer.bytesRead() || strange * 2 > framer.bytesRead()) return std::nullopt;
+    candidate.readsAll = strange == 0;
     return candidate;
 }
 
@@ -57,13 +57,6 @@ bool saysSomething(const std::vector<Reading>& readings)
 {
     return readings.size() >= sureAfter &&
            std::ranges::any_of(readings, [](const Reading& one) { return one.kilograms.digits != 0; });
-}
-
-bool saysDifferentThings(const std::vector<Reading>& readings)
-{
-    std::set<std::string> weights;
-    for (const Reading& reading : readings) weights.insert(toText(reading.kilograms));
-    return weights.size() > 1;
 }
 
 } // namespace
@@ -76,6 +69,8 @@ Recognised recognise(std::string_view stream)
             candidates.push_back(std::move(*candidate));
     if (std::ranges::any_of(candidates, &Candidate::checked))
         std::erase_if(candidates, [](const Candidate& one) { return !one.checked; });
+    if (std::ranges::any_of(candidates, &Candidate::readsAll))
+        std::erase_if(candidates, [](const Candidate& one) { return !one.readsAll; });
 
     Recognised found;
     for (const Candidate& candidate : candidates) found.candidates.push_back(candidate.format);
@@ -84,8 +79,7 @@ Recognised recognise(std::string_view stream)
     const bool agreed =
         std::ranges::all_of(candidates, [&](const Candidate& one) { return sameReadings(one.readings, readings); });
     if (!agreed) return found;
-    if (candidates.size() == 1 || (saysSomething(readings) && saysDifferentThings(readings)))
-        found.format = candidates.front().format;
+    if (candidates.size() == 1) found.format = candidates.front().format;
     found.isSure = found.format && saysSomething(readings);
     found.readings = std::move(readings);
     return found;

@@ -18,16 +18,16 @@ struct Recognised {
     const LineFormat* format = nullptr;
     /// All formats that read it, those that lose against another one left out.
     std::vector<const LineFormat*> candidates;
-    std::vector<Reading> readings; ///< by the format, or by all candidates where they say the same
+    std::vector<Reading> readings; ///< by the format, or by all candidates where they say the same; else none
     /// Enough was seen to fill in a setting: five frames with a weight, one of them other than zero.
     bool isSure = false;
 };
 
 /// Which formats read the stream. A format is a candidate when its frames make up most of it, a cut frame at either end
-/// aside; so it is found on a line with some noise, too. One with a checksum that fits wins over those without. Where
-/// candidates are left that read different weights, nothing is recognised; where they all read the same in five frames
-/// with different weights, the first of the table stands for them.
-/// One frame is enough where it cannot be the end of another format's line; otherwise it takes five.
+/// aside; so it is found on a line with some noise, too. One with a checksum that fits wins over those without, and one
+/// that reads all of it over those that leave something out. Where more than one is left none is recognised: also
+/// where they say the same so far, as "=" frames do forwards and backwards of a zero or a palindrome.
+/// One frame is enough where it cannot be the end of another format's line; otherwise it takes two.
 Recognised recognise(std::string_view stream);
 
 /// What the screen would show for a burst that reaches the control as it is.

@@ -1,4 +1,5 @@
 #include "scale/formats/format_table.h"
+#include "scale/formats/frame_writer.h"
 #include "scale/formats/line_reader.h"
 #include "tests/formats/played_lines.h"
 
@@ -91,6 +92,23 @@ TEST_P(EachFormat, findsTheNextLinesBehindHalfALine)
                 for (const std::string& weight : got)
                     EXPECT_THAT(undamaged, testing::Contains(weight)) << visible(stream);
             }
+}
+
+TEST_P(EachFormat, canBePlayedStandingAndMoving)
+{
+    for (const Rest rest : {Rest::stable, Rest::moving}) {
+        const std::optional<std::string> tens = frameFor(format(), {12'340, 1}, rest);
+        const std::optional<std::string> grams = frameFor(format(), {1234, 3}, rest);
+        ASSERT_TRUE(tens || grams);
+        const std::vector<std::string> read = weightsOf(format(), tens ? *tens : *grams);
+        if (read.empty()) {
+            EXPECT_EQ(rest, Rest::moving); // the unit is left out then
+            continue;
+        }
+        const std::string kilograms = tens ? "1234" : "1.234";
+        EXPECT_THAT(read, testing::AnyOf(testing::ElementsAre(kilograms + restName(rest)),
+                                         testing::ElementsAre(kilograms + " unknown")));
+    }
 }
 
 TEST(FormatTable, holdsAtLeastTwentyFiveFormatsWithNamesOfTheirOwn)

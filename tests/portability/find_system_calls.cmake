@@ -5,7 +5,7 @@ set(found)
 set(looked_at 0)
 foreach(room app base files pressing print reports scale store tools weights)
     file(GLOB_RECURSE sources ${SOURCE}/${room}/*.cpp ${SOURCE}/${room}/*.h)
-    list(FILTER sources EXCLUDE REGEX "/tools/(presva_scale|scenario_world)\\.cpp$")
+    list(FILTER sources EXCLUDE REGEX "/tools/(scale_terminal|scenario_world)\\.cpp$")
     foreach(source ${sources})
         math(EXPR looked_at "${looked_at} + 1")
         file(STRINGS ${source} lines REGEX
