@@ -8,6 +8,7 @@ namespace scale {
 namespace {
 
 constexpr std::size_t soundAfter = 200;
+constexpr std::ptrdiff_t inARow = 3;
 constexpr std::size_t remembered = 16;
 constexpr std::ptrdiff_t oftenEnough = 4;
 constexpr std::ptrdiff_t oftenEnoughChecked = 2;
@@ -30,13 +31,22 @@ bool Confirmation::cameOften(const std::string& said, bool checked) const
 {
     switch (trust_) {
     case Trust::sound:
-        return true;
     case Trust::usual:
-        return checked || (recent_.size() > 1 && recent_[recent_.size() - 2] == said);
+        return checked ||
+               (std::ssize(recent_) >= inARow && std::all_of(recent_.end() - inARow, recent_.end(),
+                                                             [&](const std::string& one) { return one == said; }));
     case Trust::disturbed:
         break;
     }
     return std::ranges::count(recent_, said) >= (checked ? oftenEnoughChecked : oftenEnough);
+}
+
+/// Of the last five weights the one in the middle is another than the rest.
+bool Confirmation::standsAlone() const
+{
+    if (recent_.size() < 5) return false;
+    const auto last = recent_.rbegin();
+    return last[0] == last[1] && last[0] == last[3] && last[0] == last[4] && last[0] != last[2];
 }
 
 void Confirmation::hear(Reading reading, bool checked)
@@ -45,9 +55,11 @@ void Confirmation::hear(Reading reading, bool checked)
     recent_.push_back(said);
     if (recent_.size() > remembered) recent_.pop_front();
     countFrame();
-    waiting_.push_back({std::move(reading), said, false});
+    waiting_.push_back({std::move(reading), said, ++heard_, false});
+    if (standsAlone())
+        std::erase_if(waiting_, [&](const Waiting& one) { return one.place + 2 == heard_ && !one.counts; });
     if (trust_ == Trust::sound) {
-        for (Waiting& one : waiting_) one.counts = true;
+        for (Waiting& one : waiting_) one.counts = one.counts || checked || one.place + 2 <= heard_;
     } else if (cameOften(said, checked)) {
         for (Waiting& one : waiting_) one.counts = one.counts || one.said == said;
     }

@@ -13,7 +13,7 @@ namespace scale {
 ///
 /// A byte that the line has changed can turn one digit into another, and most formats have no checksum that would show
 /// it; a sum or an exclusive or misses some pairs of changed bytes. So a weight counts when its frame has a checksum,
-/// when the frame before said the same, or when the line falls silent behind it (a scale that prints on a key).
+/// when the two frames before said the same, or when the line falls silent behind it (a scale that prints on a key).
 ///
 /// Where one byte in a hundred is changed even that is not enough. But most frames that are hit are frames no more, so
 /// a disturbed line tells on itself: from the first noise on, and until 200 whole frames have come in a row, a weight
@@ -52,10 +52,12 @@ private:
     struct Waiting {
         Reading reading;
         std::string said; ///< weight and rest: what must come again
+        std::size_t place = 0;
         bool counts = false;
     };
 
     void countFrame();
+    bool standsAlone() const;
     bool cameOften(const std::string& said, bool checked) const;
 
     Keep keep_;
@@ -63,6 +65,7 @@ private:
     std::size_t framesInARow_ = 0;
     std::deque<std::string> recent_; ///< what the last frames said, the newest last
     std::deque<Waiting> waiting_;
+    std::size_t heard_ = 0; ///< weights in all
     std::size_t framesInBurst_ = 0; ///< since the last silence
     bool noiseInBurst_ = false;
     std::string lastAlone_; ///< what the last frame between two silences said

@@ -87,8 +87,7 @@ std::string written(const Frame& frame, const Wanted& wanted)
             bytes += choiceFor(piece, wanted);
             break;
         case Piece::Kind::unit:
-            bytes += std::string_view("kg  ").substr(0, std::min<std::size_t>(piece.length, 2));
-            bytes.append(piece.length - std::min<std::size_t>(piece.length, 2), ' ');
+            bytes += piece.length == 1 ? "g" : "kg" + std::string(piece.length - 2, ' ');
             break;
         case Piece::Kind::decimals:
             bytes += static_cast<char>('0' + wanted.decimals);
@@ -112,20 +111,33 @@ std::string written(const Frame& frame, const Wanted& wanted)
     return bytes;
 }
 
-} // namespace
+/// There is no room for "kg", or the format is all in grams.
+bool saysGrams(const Frame& frame, const LineFormat& format)
+{
+    return format.unit == Unit::gram || std::ranges::any_of(frame.pieces, [](const Piece& piece) {
+               return piece.kind == Piece::Kind::unit && piece.length == 1;
+           });
+}
 
-std::optional<std::string> frameFor(const LineFormat& format, Decimal kilograms, Rest rest)
+Wanted wantedOf(Decimal kilograms, Rest rest, bool inGrams)
 {
     Decimal shown = shortened(kilograms);
-    if (format.unit == Unit::gram) shown = shortened({shown.digits, shown.decimals - 3});
+    if (inGrams) shown = shortened({shown.digits, shown.decimals - 3});
     Wanted wanted;
     wanted.negative = shown.digits < 0;
     wanted.decimals = static_cast<std::size_t>(shown.decimals);
     wanted.digits = toText({wanted.negative ? -shown.digits : shown.digits, shown.decimals});
     wanted.rest = rest;
+    return wanted;
+}
+
+} // namespace
+
+std::optional<std::string> frameFor(const LineFormat& format, Decimal kilograms, Rest rest)
+{
     std::optional<std::string> withoutUnit;
     for (const Frame& frame : format.frames) {
-        const std::string bytes = written(frame, wanted);
+        const std::string bytes = written(frame, wantedOf(kilograms, rest, saysGrams(frame, format)));
         // What does not read back as it was meant is a frame that cannot say it.
         const Match match = matchFrame(frame, bytes, true, format.unit, format.rest);
         if (match.outcome != Match::Outcome::yes || match.length != bytes.size()) continue;
