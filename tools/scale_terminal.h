@@ -21,8 +21,8 @@ struct Mistake : std::runtime_error {
 void stopOnSignals();
 bool isStopped();
 
-/// The scale's end of a pseudo-terminal that a link names, or nobody when the link is empty. A slave end of our own stays open, so that the program may
-/// come and go.
+/// The scale's end of a pseudo-terminal that a link names, or nobody when the link is empty. A slave end of our own
+/// stays open, so that the program may come and go.
 class PlayedLine {
 public:
     explicit PlayedLine(std::filesystem::path link);

@@ -65,7 +65,7 @@ private:
     std::size_t framesInARow_ = 0;
     std::deque<std::string> recent_; ///< what the last frames said, the newest last
     std::deque<Waiting> waiting_;
-    std::size_t heard_ = 0; ///< weights in all
+    std::size_t heard_ = 0;         ///< weights in all
     std::size_t framesInBurst_ = 0; ///< since the last silence
     bool noiseInBurst_ = false;
     std::string lastAlone_; ///< what the last frame between two silences said
