@@ -29,11 +29,10 @@ public:
     void setWeight(const QString& caption) override
     {
         pressing::allOrNothing(counter_, [&] { form_.Label2[index_]->setCaption(caption); });
-        // Without a carriage return it is no line, and what stands there now no weight of the scale's.
-        const QByteArray& line = form_.TeraziComm->lastLine();
+        if (caption.isEmpty()) return; // half a line, which clears the weight
         const auto now = store::FieldValue::date(form_.surroundings().now());
-        if (line.endsWith('\r'))
-            form_.origins().weighed(index_, line.toStdString(), std::get<store::DateDays>(now.raw()).days);
+        form_.origins().weighed(index_, form_.TeraziComm->lastLine().toStdString(),
+                                std::get<store::DateDays>(now.raw()).days);
     }
     bool isEnabled() const override { return form_.Frame1[index_]->enabled(); }
 
