@@ -414,6 +414,32 @@ private slots:
         QVERIFY(form->YazCmd[1]->enabled());
     }
 
+    void aTypedWeightIsMarkedAndAWeighedOneIsNot()
+    {
+        form->start();
+        form->Bağlantı->trigger();
+        const auto marked = [&] { return form->status->text().contains(u"✎ elle: zeytin"_s); };
+        counter->hear(counter->first, "  1234kg\r");
+        QCOMPARE(form->origins().of(0).olives.bytes, std::string("  1234kg\r"));
+        QVERIFY(!marked());
+        counter->keys(u"ali"_s);
+        Counter::click(form->Label2[0]);
+        counter->keys(u"5"_s);
+        QCOMPARE(form->Label2[0]->caption(), u"12.345"_s);
+        QVERIFY(marked());
+        Counter::click(form->YeniCmd[1]);
+        QVERIFY(!marked()); // the other station's
+        Counter::click(form->YeniCmd[0]);
+        QVERIFY(marked());
+        counter->hear(counter->first, "   500kg\r   510kg\r");
+        QCOMPARE(form->origins().of(0).olives.bytes, std::string("   500kg\r"));
+        QVERIFY(!marked());
+        counter->hear(counter->first, "  600");
+        QCOMPARE(form->Label2[0]->caption(), u"0"_s);
+        QCOMPARE(form->origins().of(0).olives.bytes, std::string());
+        QVERIFY(!marked()); // a weight of 0 is none
+    }
+
     void otherRegionalSettingsGroupTheirWay()
     {
         open(base::Regional::english());
