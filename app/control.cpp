@@ -13,7 +13,7 @@ void beginAction(QWidget* where, const Action& action, const QString& place)
     for (QWidget* above = where; above; above = above->parentWidget()) {
         if (auto* host = dynamic_cast<ActionHost*>(above)) {
             // The copy keeps the action alive even if it replaces the callback it came from.
-            const Action kept = action;
+            const Action kept = action; // NOLINT(performance-unnecessary-copy-initialization) see above
             host->run(kept, place.isEmpty() ? where->objectName() : place);
             return;
         }
