@@ -464,7 +464,7 @@ QString Beside::screen() const
 {
     const Form1& form = *form_;
     for (int index = 0; index < 2; ++index)
-        if (const QString trouble = station(index); !trouble.isEmpty()) return trouble;
+        if (QString trouble = station(index); !trouble.isEmpty()) return trouble;
 
     Difference difference;
     difference.look(u"working station"_s, QString::number(form.AktifKontrol), QString::number(model_.working));
@@ -604,7 +604,7 @@ QString Beside::tables()
         expected << QStringList{q(customer.name), number(customer.percentage),
                                 customer.container ? q(*customer.container) : u"-"_s, number(customer.fee)}
                         .join(u'|');
-    if (const QString trouble = compare(u"Cari"_s, stored, expected); !trouble.isEmpty()) return trouble;
+    if (QString trouble = compare(u"Cari"_s, stored, expected); !trouble.isEmpty()) return trouble;
 
     stored.clear();
     expected.clear();
@@ -638,11 +638,11 @@ QString Beside::touch(const Touch& touch)
     model_.today = day();
     if (!toTheForm(touch)) return {};
     ++reached_;
-    if (const QString trouble = errors(touch, toTheModel(touch)); !trouble.isEmpty()) return trouble;
-    if (const QString trouble = screen(); !trouble.isEmpty()) return trouble;
+    if (QString trouble = errors(touch, toTheModel(touch)); !trouble.isEmpty()) return trouble;
+    if (QString trouble = screen(); !trouble.isEmpty()) return trouble;
     const bool writes = touch.act != Act::key || model_.panel || touches_ % 16 == 0;
     if (!writes) return {};
-    if (const QString trouble = notes(); !trouble.isEmpty()) return trouble;
+    if (QString trouble = notes(); !trouble.isEmpty()) return trouble;
     return tables();
 }
 
