@@ -135,7 +135,7 @@ Wanted wantedOf(Decimal kilograms, Rest rest, bool inGrams)
 
 std::optional<std::string> frameFor(const LineFormat& format, Decimal kilograms, Rest rest)
 {
-    std::optional<std::string> withoutUnit;
+    std::optional<std::string> withoutWeight;
     for (const Frame& frame : format.frames) {
         const std::string bytes = written(frame, wantedOf(kilograms, rest, saysGrams(frame, format)));
         // What does not read back as it was meant is a frame that cannot say it.
@@ -144,9 +144,11 @@ std::optional<std::string> frameFor(const LineFormat& format, Decimal kilograms,
         if (match.reading && match.reading->kilograms == shortened(kilograms) &&
             (match.reading->rest == rest || match.reading->rest == Rest::unknown))
             return bytes;
-        if (match.refusal == Refusal::unknownUnit && rest == Rest::moving && !withoutUnit) withoutUnit = bytes;
+        const bool saysNoWeight = match.refusal == Refusal::unknownUnit || match.refusal == Refusal::invalid;
+        if (saysNoWeight && rest == Rest::moving && format.rest == Rest::stable && !withoutWeight)
+            withoutWeight = bytes;
     }
-    return withoutUnit;
+    return withoutWeight;
 }
 
 } // namespace scale

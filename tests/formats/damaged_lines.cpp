@@ -123,7 +123,7 @@ std::string lost(std::string bytes, Random& random)
     return bytes;
 }
 
-std::string doubled(std::string bytes, Random& random)
+std::string doubled(const std::string& bytes, Random& random)
 {
     std::string result;
     for (const char byte : bytes) result.append(isHit(random) ? 2 : 1, byte);

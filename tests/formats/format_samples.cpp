@@ -102,7 +102,7 @@ TEST_P(EachFormat, canBePlayedStandingAndMoving)
         ASSERT_TRUE(tens || grams);
         const std::vector<std::string> read = weightsOf(format(), tens ? *tens : *grams);
         if (read.empty()) {
-            EXPECT_EQ(rest, Rest::moving); // the unit is left out then
+            EXPECT_EQ(rest, Rest::moving); // the frame says no weight, or no unit, then
             continue;
         }
         const std::string kilograms = tens ? "1234" : "1.234";
