@@ -43,7 +43,7 @@
 #include <optional>
 
 namespace scale {
-enum class Heard;
+enum class EventOutcome;
 struct PropertiesDoors;
 } // namespace scale
 
@@ -183,7 +183,7 @@ public:
     void KapCmd_Click(int Index);
 
     // The scale and its dialog.
-    scale::Heard TeraziComm_OnComm();
+    scale::EventOutcome TeraziComm_OnComm();
     void PortAyarlar_Click();
 
     // The customer register.
@@ -292,6 +292,7 @@ private:
     /// Where serial devices are looked for, and where is kept which adapter a port number stands for.
     platform::SerialPortPlaces portPlaces() const;
     scale::AdapterMemory adapterMemory();
+    scale::ReadingChoice storedReading() const;
     /// Stored settings of the port that cannot be used: told, and the port stays closed.
     void refusePort(const base::RuntimeError& error);
     /// The printer's state and the size of the journal, in the status line.

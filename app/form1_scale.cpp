@@ -29,7 +29,7 @@ public:
     void setWeight(const QString& caption) override
     {
         pressing::allOrNothing(counter_, [&] { form_.Label2[index_]->setCaption(caption); });
-        if (caption.isEmpty()) return; // half a line, which clears the weight
+        if (!form_.TeraziComm->lastLineIsWhole()) return; // half a line, which clears the weight
         const auto now = store::FieldValue::date(form_.surroundings().now());
         form_.origins().weighed(index_, form_.TeraziComm->lastLine().toStdString(),
                                 std::get<store::DateDays>(now.raw()).days);
@@ -49,6 +49,10 @@ void Form1::wireScale()
     TeraziComm =
         new scale::TeraziComm(scale::systemPorts(portPlaces(), adapterMemory()), scale::systemSerialDevice(), this);
     TeraziComm->setObjectName(u"TeraziComm"_s);
+    connect(TeraziComm, &scale::TeraziComm::understandingChanged, this, [this] {
+        status->setWhyNoWeight(TeraziComm->why());
+        status->setBetterFormat(TeraziComm->hint());
+    });
     connect(TeraziComm, &scale::TeraziComm::deviceOpened, this, [this](int number, const QString& path) {
         base::passOver([&] { scale::rememberAdapter(number, path, portPlaces(), adapterMemory()); });
     });
@@ -81,12 +85,12 @@ scale::AdapterMemory Form1::adapterMemory()
 void Form1::scaleEvent()
 {
     ++scaleEvents_;
-    auto heard = scale::Heard::nothing;
+    auto heard = scale::EventOutcome::nothing;
     const auto error = errorOf([&] { heard = TeraziComm_OnComm(); }, u"TeraziComm"_s);
     // A text that comes a second time raises nothing: it is on the screen already, and still no weight.
-    if (heard == scale::Heard::line && base::isNumeric(Label2[station()]->caption(), surroundings_.regional))
+    if (heard == scale::EventOutcome::line && base::isNumeric(Label2[station()]->caption(), surroundings_.regional))
         status->weightArrived();
-    else if (error || heard != scale::Heard::nothing)
+    else if (error || heard != scale::EventOutcome::nothing)
         status->lineNotUnderstood();
     // A scale that sends what is no weight does so many times a second: one box is enough until the operator has acted
     // on the port. More lines arrive while the box stands.
@@ -96,7 +100,7 @@ void Form1::scaleEvent()
     if (actions_ == 0) checkInvariants();
 }
 
-scale::Heard Form1::TeraziComm_OnComm()
+scale::EventOutcome Form1::TeraziComm_OnComm()
 {
     WorkingStation working(*this, *counter_, station());
     return scale::onScaleEvent(*TeraziComm, working, surroundings_.regional, [] { QCoreApplication::processEvents(); });
@@ -128,7 +132,22 @@ void Form1::PortAc()
             return refusePort(error);
         }
     }
+    const scale::ReadingChoice reading = storedReading();
+    // Read as it is, a line in a format that nobody knows would show another weight.
+    if (!reading.format.isEmpty() && !scale::formatOf(reading)) {
+        portFault_ = u"biçimi bilinmiyor (%1), Port Ayarları'ndan seçin"_s.arg(reading.format);
+        return showPortState();
+    }
+    TeraziComm->readAs(reading, surroundings_.regional);
     base::passOver([&] { TeraziComm->setPortOpen(true); });
+}
+
+scale::ReadingChoice Form1::storedReading() const
+{
+    const auto stored = [this](const QString& key) {
+        return surroundings_.settings.get(programTitle, propertiesSection, key, {});
+    };
+    return {stored(u"Bicim"_s), stored(u"Duran"_s) == flagText(true)};
 }
 
 void Form1::refusePort(const base::RuntimeError& error)
@@ -145,6 +164,10 @@ scale::PropertiesDoors Form1::propertiesDoors()
     doors.save = [this](const QString& key, const QString& text) {
         surroundings_.settings.save(programTitle, propertiesSection, key, text);
     };
+    doors.reading = storedReading();
+    doors.readAs = [this](const scale::ReadingChoice& choice) { TeraziComm->readAs(choice, surroundings_.regional); };
+    doors.regional = surroundings_.regional;
+    doors.devices = scale::systemSerialDevice;
     doors.warn = [this](const QString& text) { surroundings_.prompt.exclamation(text); };
     return doors;
 }

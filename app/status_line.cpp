@@ -51,6 +51,18 @@ void StatusLine::lineNotUnderstood()
     refresh();
 }
 
+void StatusLine::setWhyNoWeight(const QString& why)
+{
+    whyNoWeight_ = why;
+    refresh();
+}
+
+void StatusLine::setBetterFormat(const QString& title)
+{
+    betterFormat_ = title;
+    refresh();
+}
+
 void StatusLine::setNotice(const QString& sentence)
 {
     notice_ = sentence;
@@ -89,6 +101,7 @@ QString StatusLine::scaleFact() const
 {
     if (!port_) return whyClosed_.isEmpty() ? u"Terazi: bağlı değil"_s : u"Terazi: "_s + whyClosed_;
     const QString port = u"Com%1: "_s.arg(port_);
+    if (!whyNoWeight_.isEmpty()) return port + whyNoWeight_;
     if (!understood_) return port + u"tanınmayan satır"_s;
     if (!sinceWeight_.isValid()) return port + u"bağlı, tartım bekleniyor"_s;
     const qint64 seconds = sinceWeight_.elapsed() / 1000;
@@ -103,6 +116,8 @@ QString StatusLine::text() const
     if (!notice_.isEmpty()) facts << notice_;
     facts << scaleFact();
     if (!typedWeights_.isEmpty()) facts << typedWeights_;
+    if (port_ && !betterFormat_.isEmpty())
+        facts << u"satırlar “%1” biçiminde, Port Ayarları'ndan seçin"_s.arg(betterFormat_);
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
     return facts.join(u"   ·   "_s);

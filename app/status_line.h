@@ -24,6 +24,10 @@ public:
     void lineNotUnderstood();
     /// Which weights of the working station were typed; empty: none.
     void setTypedWeights(const QString& mark);
+    /// Why what arrives in the chosen format gives no weight; empty: it does.
+    void setWhyNoWeight(const QString& why);
+    /// The format that lines have which are taken as they are and show something else; empty: all is well.
+    void setBetterFormat(const QString& title);
     /// What the operator should know of the last slip or statement; it stands first. Empty: nothing.
     void setNotice(const QString& sentence);
     void setPrinter(const QString& fact);
@@ -44,6 +48,8 @@ private:
     int port_ = 0;
     QString whyClosed_;
     bool understood_ = true; ///< the last line
+    QString whyNoWeight_;
+    QString betterFormat_;
     QElapsedTimer sinceWeight_;
     QTimer ageing_;
     QString notice_;

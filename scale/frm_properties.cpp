@@ -2,9 +2,10 @@
 
 #include "base/letters.h"
 #include "base/pass_over.h"
+#include "scale/formats/format_table.h"
 #include "scale/line_settings.h"
+#include <QCheckBox>
 #include <QComboBox>
-#include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -13,10 +14,12 @@
 #include <QRadioButton>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <chrono>
 #include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace scale {
 
@@ -76,6 +79,29 @@ QGroupBox* optionGroup(const QString& title, const QString& name, const QStringL
     return group;
 }
 
+/// For texts that come from elsewhere and may be long: they must not make the dialog wider.
+QLabel* plainLabel(QWidget* parent)
+{
+    auto* const label = new QLabel(parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    return label;
+}
+
+/// What "Terazi Bul" says of a scale.
+QString sentenceOf(const FoundScale& scale)
+{
+    const QString where = u"Com%1, %2"_s.arg(scale.port).arg(scale.settings.text());
+    const QString weight = scale.weight.isEmpty() ? QString() : u": %1 kg"_s.arg(scale.weight);
+    if (!scale.candidates.empty())
+        return u"%1%2. Birden çok biçime uyuyor, yükü değiştirip yeniden arayın: %3"_s.arg(where, weight,
+                                                                                           titlesOf(scale.candidates));
+    const QString format = scale.format ? titleOf(*scale.format) : u"Olduğu gibi"_s;
+    return where + u", "_s + format + weight + (scale.sure ? QString() : u". Bir yük koyup karşılaştırın."_s);
+}
+
+QString flagText(bool value) { return value ? u"True"_s : u"False"_s; }
+
 QString portText(int number) { return u"Com"_s + QString::number(number); }
 
 } // namespace
@@ -85,28 +111,24 @@ frmProperties::frmProperties(CommControl& control, PropertiesDoors doors, QWidge
 {
     setObjectName(u"frmProperties"_s);
     setWindowTitle(u"Port Ayarları"_s);
+    listening_.setSingleShot(true);
+    listening_.setInterval(100ms);
+    connect(&listening_, &QTimer::timeout, this, &frmProperties::listenAgain);
     build();
 }
 
 void frmProperties::build()
 {
-    auto* const lists = new QFormLayout;
-    const auto add = [&](QComboBox*& list, const QString& name, const QString& label) {
-        list = dropDownList(name, this);
-        list->setAccessibleName(label);
-        auto* const caption = new QLabel(label, this);
-        caption->setMinimumHeight(touchHeight); // in the middle of its row
-        caption->setBuddy(list);
-        lists->addRow(caption, list);
-    };
-    add(cboPort, u"cboPort"_s, u"Bağlantı noktası"_s);
-    device_ = new QLabel(this);
-    device_->setTextFormat(Qt::PlainText);
-    lists->addRow(QString(), device_);
-    add(cboSpeed, u"cboSpeed"_s, u"Hız"_s);
-    add(cboDataBits, u"cboDataBits"_s, u"Veri bitleri"_s);
-    add(cboParity, u"cboParity"_s, u"Eşlik"_s);
-    add(cboStopBits, u"cboStopBits"_s, u"Dur bitleri"_s);
+    lists_ = new QGridLayout;
+    addList(cboPort, u"cboPort"_s, u"Bağlantı noktası"_s, 0, 0);
+    device_ = plainLabel(this);
+    lists_->addWidget(device_, 0, 2, 1, 2);
+    addList(cboSpeed, u"cboSpeed"_s, u"Hız"_s, 1, 0);
+    addList(cboDataBits, u"cboDataBits"_s, u"Veri bitleri"_s, 1, 2);
+    addList(cboParity, u"cboParity"_s, u"Eşlik"_s, 2, 0);
+    addList(cboStopBits, u"cboStopBits"_s, u"Dur bitleri"_s, 2, 2);
+    lists_->setColumnStretch(1, 1);
+    lists_->setColumnStretch(3, 1);
 
     auto* const flow =
         optionGroup(u"Akış denetimi"_s, u"optFlow"_s, {u"Yok"_s, u"Xon/Xoff"_s, u"RTS"_s, u"Xon/RTS"_s}, optFlow, this);
@@ -121,15 +143,20 @@ void frmProperties::build()
     cmdOK = button(u"cmdOK"_s, u"Tamam"_s);
     cmdOK->setDefault(true);
     cmdCancel = button(u"cmdCancel"_s, u"İptal"_s);
+    cmdBul = button(u"cmdBul"_s, u"Terazi Bul"_s);
     auto* const buttons = new QHBoxLayout;
+    buttons->addWidget(cmdBul);
     buttons->addStretch();
     buttons->addWidget(cmdOK);
     buttons->addWidget(cmdCancel);
 
+    auto* const groups = new QHBoxLayout;
+    groups->addWidget(flow);
+    groups->addWidget(echo);
     auto* const rows = new QVBoxLayout(this);
-    rows->addLayout(lists);
-    rows->addWidget(flow);
-    rows->addWidget(echo);
+    rows->addLayout(lists_);
+    rows->addLayout(groups);
+    rows->addWidget(readingGroup());
     rows->addLayout(buttons);
 
     for (std::size_t i = 0; i < optFlow.size(); ++i)
@@ -141,8 +168,59 @@ void frmProperties::build()
             if (on) optEcho_Click(static_cast<int>(i));
         });
     connect(cboPort, &QComboBox::currentIndexChanged, this, &frmProperties::showDevice);
+    for (QComboBox* list : {cboPort, cboSpeed, cboDataBits, cboParity, cboStopBits, cboBicim})
+        connect(list, &QComboBox::currentIndexChanged, this, &frmProperties::choiceChanged);
+    connect(cboBicim, &QComboBox::currentIndexChanged, this, &frmProperties::cboBicim_Click);
+    connect(chkDuran, &QCheckBox::toggled, this, &frmProperties::choiceChanged);
+    connect(cmdBul, &QPushButton::clicked, this, &frmProperties::cmdBul_Click);
     connect(cmdOK, &QPushButton::clicked, this, &frmProperties::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmProperties::cmdCancel_Click);
+}
+
+void frmProperties::addList(QComboBox*& list, const QString& name, const QString& label, int row, int column)
+{
+    list = dropDownList(name, this);
+    list->setAccessibleName(label);
+    auto* const caption = new QLabel(label, this);
+    caption->setBuddy(list);
+    lists_->addWidget(caption, row, column);
+    lists_->addWidget(list, row, column + 1);
+}
+
+/// How the line is read, and what arrives.
+QWidget* frmProperties::readingGroup()
+{
+    auto* const group = new QGroupBox(u"Gelen satırlar"_s, this);
+    auto* const grid = new QGridLayout(group);
+    cboBicim = dropDownList(u"cboBicim"_s, group);
+    auto* const caption = new QLabel(u"Terazi biçimi"_s, group);
+    caption->setBuddy(cboBicim);
+    cboBicim->setAccessibleName(caption->text());
+    chkDuran = new QCheckBox(u"Yalnız duran tartım"_s, group);
+    chkDuran->setObjectName(u"chkDuran"_s);
+    chkDuran->setMinimumHeight(touchHeight);
+    grid->addWidget(caption, 0, 0);
+    grid->addWidget(cboBicim, 0, 1);
+    grid->addWidget(chkDuran, 0, 2);
+    int row = 1;
+    const auto add = [&](QLabel*& label, const QString& name, const QString& text) {
+        label = plainLabel(group);
+        label->setObjectName(name);
+        label->setAccessibleName(text);
+        grid->addWidget(new QLabel(text, group), row, 0);
+        grid->addWidget(label, row, 1, 1, 2);
+        ++row;
+    };
+    add(gelen_, u"gelen"_s, u"Metin"_s);
+    add(bayt_, u"bayt"_s, u"Baytlar"_s);
+    add(tanınan_, u"taninan"_s, u"Tanınan"_s);
+    add(ekranda_, u"ekranda"_s, u"Ekranda"_s);
+    add(bulunan_, u"bulunan"_s, u"Bulunan"_s);
+    bulunan_->setWordWrap(true);
+    bulunan_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    bulunan_->setMinimumHeight(2 * bulunan_->fontMetrics().lineSpacing());
+    grid->setColumnStretch(1, 1);
+    return group;
 }
 
 void frmProperties::Form_Load()
@@ -174,6 +252,9 @@ void frmProperties::fill()
     addEntries(cboDataBits, {u"4"_s, u"5"_s, u"6"_s, u"7"_s, u"8"_s});
     addEntries(cboParity, {u"Even"_s, u"Odd"_s, u"None"_s, u"Mark"_s, u"Space"_s});
     addEntries(cboStopBits, {u"1"_s, u"1.5"_s, u"2"_s});
+    QStringList titles{u"Olduğu gibi"_s};
+    for (const LineFormat& format : lineFormats()) titles += titleOf(format);
+    addEntries(cboBicim, titles);
 }
 
 void frmProperties::preset()
@@ -193,6 +274,125 @@ void frmProperties::preset()
     flow_ = control_.handshaking();
     optFlow.at(static_cast<std::size_t>(flow_))->setChecked(true);
     optEcho[echo_ ? 1 : 0]->setChecked(true);
+
+    cboBicim->setCurrentIndex(entryOf(formatOf(doors_.reading)));
+    chkDuran->setChecked(doors_.reading.stillOnly);
+    cboBicim_Click();
+}
+
+int frmProperties::entryOf(const LineFormat* format)
+{
+    return format ? 1 + static_cast<int>(format - lineFormats().data()) : 0;
+}
+
+ReadingChoice frmProperties::chosenReading() const
+{
+    const int entry = cboBicim->currentIndex();
+    if (entry <= 0) return {};
+    return {QString::fromStdString(lineFormats().at(static_cast<std::size_t>(entry - 1)).name), chkDuran->isChecked()};
+}
+
+LineTrial frmProperties::chosen() const
+{
+    LineTrial trial;
+    trial.port = cboPort->currentIndex() + 1;
+    trial.flow = static_cast<FlowControl>(flow_);
+    trial.reading = chosenReading();
+    // A choice that is none is refused by "Tamam", with its reason; until then it is listened with what is usual.
+    trial.settings = parseLineSettings(chosenSettings()).value_or(LineSettings());
+    return trial;
+}
+
+QString frmProperties::chosenSettings() const
+{
+    return base::trimBlanks(cboSpeed->currentText()) + u',' + cboParity->currentText().left(1) + u',' +
+           base::trimBlanks(cboDataBits->currentText()) + u',' + base::trimBlanks(cboStopBits->currentText());
+}
+
+void frmProperties::cboBicim_Click()
+{
+    // As it is, nothing is looked at for stillness.
+    chkDuran->setEnabled(cboBicim->currentIndex() > 0);
+}
+
+void frmProperties::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    choiceChanged();
+}
+
+void frmProperties::choiceChanged()
+{
+    if (finder_ && finder_->isSearching()) return;
+    if (isVisible() && doors_.devices) listening_.start();
+}
+
+void frmProperties::listenAgain()
+{
+    if (control_.portOpen()) return; // it could not be closed, and the line is its own
+    if (!listener_) {
+        listener_ = std::make_unique<LineListener>(doors_.ports, doors_.devices, doors_.regional);
+        connect(listener_.get(), &LineListener::changed, this, &frmProperties::showWhatArrives);
+    }
+    listener_->listen(chosen());
+    showWhatArrives();
+}
+
+void frmProperties::leaveTheLine()
+{
+    listening_.stop();
+    if (listener_) listener_->stop();
+    if (!finder_ || !finder_->isSearching()) return;
+    finder_->stop();
+    cmdBul->setText(u"Terazi Bul"_s);
+    bulunan_->setText(u"Durduruldu."_s);
+}
+
+void frmProperties::showWhatArrives()
+{
+    constexpr qsizetype shownBytes = 24; // what fits into the width
+    const QByteArray last = listener_->bytes().right(shownBytes);
+    gelen_->setText(readable(last));
+    bayt_->setText(QString::fromLatin1(last.toHex(' ').toUpper()));
+    const QString trouble = listener_->trouble();
+    tanınan_->setText(listener_->recognised());
+    const QString shown = listener_->shown().isEmpty() ? u"-"_s : readable(listener_->shown().toLatin1());
+    ekranda_->setText(trouble.isEmpty() ? shown : u"%1  (%2)"_s.arg(shown, trouble));
+}
+
+void frmProperties::cmdBul_Click()
+{
+    const bool searching = finder_ && finder_->isSearching();
+    leaveTheLine();
+    if (searching || !doors_.devices) return choiceChanged();
+    if (!finder_) {
+        finder_ = std::make_unique<ScaleFinder>(doors_.ports, doors_.devices, doors_.regional);
+        const auto end = [this](const QString& sentence) {
+            cmdBul->setText(u"Terazi Bul"_s);
+            bulunan_->setText(sentence);
+            choiceChanged();
+        };
+        connect(finder_.get(), &ScaleFinder::progress, bulunan_, &QLabel::setText);
+        connect(finder_.get(), &ScaleFinder::notFound, this, end);
+        connect(finder_.get(), &ScaleFinder::found, this, [this, end](const FoundScale& scale) {
+            takeFound(scale);
+            end(sentenceOf(scale));
+        });
+    }
+    cmdBul->setText(u"Durdur"_s);
+    finder_->start();
+}
+
+void frmProperties::takeFound(const FoundScale& found)
+{
+    chooseIndex(cboPort, found.port - 1);
+    chooseText(cboSpeed, QString::number(found.settings.speed));
+    chooseText(cboDataBits, QString::number(found.settings.dataBits));
+    cboParity->setCurrentIndex(static_cast<int>(u"eonms"_s.indexOf(QLatin1Char(found.settings.parity))));
+    chooseText(cboStopBits, found.settings.stopBits == StopBits::two ? u"2"_s : u"1"_s);
+    optFlow.at(0)->setChecked(true);
+    // Which of several it is, the operator knows: a guess would be a wrong weight.
+    if (found.candidates.empty()) cboBicim->setCurrentIndex(entryOf(found.format));
 }
 
 void frmProperties::showDevice()
@@ -210,6 +410,7 @@ void frmProperties::cmdCancel_Click() { reject(); }
 
 void frmProperties::reject()
 {
+    leaveTheLine();
     // A refused "Tamam" may have left some of its choices behind.
     if (control_.commPort() != portBefore_) {
         if (control_.portOpen()) passOver([this] { control_.setPortOpen(false); });
@@ -223,8 +424,10 @@ void frmProperties::reject()
 
 void frmProperties::cmdOK_Click()
 {
-    if (!applyPort() || !applySettings() || !applyFlow()) return;
+    leaveTheLine();
+    if (!applyPort() || !applySettings() || !applyFlow()) return choiceChanged();
     save();
+    if (doors_.readAs) doors_.readAs(chosenReading());
     // Always, whatever the port was before the dialog. One that does not open is told by the status line.
     passOver([this] { control_.setPortOpen(true); });
     accept();
@@ -248,11 +451,7 @@ bool frmProperties::applyPort()
 
 bool frmProperties::applySettings()
 {
-    return !warned(passOver([this] {
-        control_.setSettings(base::trimBlanks(cboSpeed->currentText()) + u',' + cboParity->currentText().left(1) +
-                             u',' + base::trimBlanks(cboDataBits->currentText()) + u',' +
-                             base::trimBlanks(cboStopBits->currentText()));
-    }));
+    return !warned(passOver([this] { control_.setSettings(chosenSettings()); }));
 }
 
 bool frmProperties::applyFlow()
@@ -267,7 +466,9 @@ void frmProperties::save()
         {u"Settings"_s, control_.settings()},
         {u"CommPort"_s, QString::number(control_.commPort())},
         {u"Handshaking"_s, QString::number(control_.handshaking())},
-        {u"Echo"_s, echo_ ? u"True"_s : u"False"_s},
+        {u"Echo"_s, flagText(echo_)},
+        {u"Bicim"_s, chosenReading().format},
+        {u"Duran"_s, flagText(chosenReading().stillOnly)},
     };
     std::optional<base::RuntimeError> last;
     for (const auto& entry : texts)

@@ -1,7 +1,10 @@
 #include "scale/terazi_comm.h"
 
 #include "base/code_page.h"
+#include "base/patterns.h"
 #include "platform/serial_ports.h"
+#include "scale/formats/recogniser.h"
+#include "scale/weight_line.h"
 #include <QScopeGuard>
 #include <chrono>
 #include <utility>
@@ -116,6 +119,7 @@ void TeraziComm::close()
     ++session_;
     line_.close();
     dropPending();
+    forgetUnderstanding();
     received_.clear();
 }
 
@@ -124,7 +128,19 @@ void TeraziComm::listenAfresh()
 {
     lineFeedMayFollow_ = false;
     wholeLines_ = false;
+    forgetUnderstanding();
+    if (const LineFormat* const format = formatOf(choice_))
+        formatted_ = std::make_unique<FormattedLine>(*format, choice_.stillOnly, regional_->decimal);
     quiet_.start(silence());
+}
+
+void TeraziComm::forgetUnderstanding()
+{
+    formatted_.reset();
+    overheard_.clear();
+    sinceLook_.start();
+    const QString told = std::exchange(hint_, {}) + std::exchange(toldWhy_, {});
+    if (!told.isEmpty()) emit understandingChanged();
 }
 
 void TeraziComm::dropPending()
@@ -141,6 +157,7 @@ void TeraziComm::plugPulled()
     failing_ = false;
     wholeLines_ = false;
     dropPending();
+    forgetUnderstanding();
     emit stateChanged();
 }
 
@@ -157,14 +174,23 @@ std::chrono::milliseconds TeraziComm::silence() const
     return longestPauseInALine + 2 * character + adapterDelay;
 }
 
+void TeraziComm::readAs(const ReadingChoice& choice, const base::Regional& regional)
+{
+    choice_ = choice;
+    regional_ = regional;
+}
+
 QString TeraziComm::input()
 {
     if (!portOpen()) throw commError(errors::onlyWhileOpen);
     forgetOldBursts();
+    const std::deque<Burst> bursts = std::exchange(received_, {});
     QByteArray bytes;
-    for (const Burst& burst : std::exchange(received_, {})) bytes += burst.bytes;
+    for (const Burst& burst : bursts) bytes += burst.bytes;
     const qsizetype end = bytes.indexOf('\r');
+    lastLineIsWhole_ = end >= 0;
     lastLine_ = end < 0 ? bytes : bytes.first(end + 1);
+    if (!bursts.empty() && !bursts.front().frame.isEmpty()) lastLine_ = bursts.front().frame;
     return base::fromCodePage(bytes);
 }
 
@@ -196,6 +222,8 @@ void TeraziComm::gather()
     if (bytes.isEmpty()) return;
     readErrorRaised_ = false;
     lastCall_.stop();
+    if (formatted_) return gatherFrames(bytes);
+    lookForAFormat(bytes);
     if (!wholeLines_) passTail(bytes);
     if (bytes.isEmpty()) return;
     if (std::exchange(lineFeedMayFollow_, false) && pending_.isEmpty() && bytes.startsWith('\n')) bytes.remove(0, 1);
@@ -210,6 +238,55 @@ void TeraziComm::gather()
     } else {
         quiet_.start(silence());
     }
+}
+
+void TeraziComm::gatherFrames(const QByteArray& bytes)
+{
+    wholeLines_ = true;
+    holdWeight(formatted_->read(bytes));
+    quiet_.start(silence());
+}
+
+/// Not announced from here: the library is in the middle of reading.
+void TeraziComm::holdWeight(const QByteArray& line)
+{
+    if (!line.isEmpty()) {
+        pending_ = line; // the one before was not even announced, and is an old weight by now
+        deadline_.start(0ms);
+    }
+    tellUnderstanding();
+}
+
+void TeraziComm::announceWeight()
+{
+    const QByteArray line = std::exchange(pending_, {});
+    if (line.isEmpty()) return;
+    handOut(line, formatted_->frame());
+    // Whoever listens may have closed the port.
+    if (formatted_ && !received_.empty()) formatted_->notTaken();
+}
+
+void TeraziComm::lookForAFormat(const QByteArray& bytes)
+{
+    constexpr qsizetype enough = 1024; // five frames of the longest format, several times over
+    constexpr qint64 betweenLooks = 2000;
+    if (!regional_) return;
+    overheard_ = (overheard_ + bytes).right(enough);
+    if (sinceLook_.elapsed() < betweenLooks) return;
+    sinceLook_.start();
+    const auto shown = [this](std::string_view burst) {
+        const QByteArray part(burst.data(), static_cast<qsizetype>(burst.size()));
+        return base::formatNumber(weightField(base::fromCodePage(part)), u"#,##0", *regional_).toStdString();
+    };
+    const LineFormat* const format = shownWronglyAsItIs(
+        {overheard_.constData(), static_cast<std::size_t>(overheard_.size())}, regional_->decimal.toLatin1(), shown);
+    const QString hint = format ? titleOf(*format) : QString();
+    if (std::exchange(hint_, hint) != hint) emit understandingChanged();
+}
+
+void TeraziComm::tellUnderstanding()
+{
+    if (std::exchange(toldWhy_, why()) != why()) emit understandingChanged();
 }
 
 /// Takes out of `bytes` what may belong to a line that was under way when the port was opened.
@@ -228,7 +305,7 @@ void TeraziComm::passTail(QByteArray& bytes)
 
 void TeraziComm::quietEnded()
 {
-    if (pending_.contains('\r'))
+    if (!formatted_ && pending_.contains('\r'))
         announceLines();
     else
         lastCall_.start(0ms);
@@ -237,6 +314,7 @@ void TeraziComm::quietEnded()
 void TeraziComm::silenceEnded()
 {
     wholeLines_ = true;
+    if (formatted_) return holdWeight(formatted_->silence());
     if (!pending_.isEmpty()) announceAll();
 }
 
@@ -247,6 +325,7 @@ void TeraziComm::forgetOldBursts()
 
 void TeraziComm::announceLines()
 {
+    if (formatted_) return announceWeight();
     qsizetype end = pending_.lastIndexOf('\r') + 1;
     if (end < pending_.size() && pending_[end] == '\n') ++end;
     lineFeedMayFollow_ = end == pending_.size() && pending_.endsWith('\r');
@@ -263,14 +342,20 @@ void TeraziComm::announce(qsizetype count)
 {
     quiet_.stop();
     deadline_.stop();
+    const QByteArray bytes = pending_.first(count);
+    pending_.remove(0, count);
+    if (!pending_.isEmpty()) quiet_.start(silence());
+    handOut(bytes, {});
+}
+
+void TeraziComm::handOut(const QByteArray& bytes, const QByteArray& frame)
+{
     forgetOldBursts();
     // A half line that nobody read is not the beginning of this one.
     if (!received_.empty() && !received_.back().bytes.contains('\r')) received_.pop_back();
     // A burst that does not fit is dropped whole: cut short, it would be a wrong weight.
-    if (inBufferCount() + count <= receiveCapacity)
-        received_.push_back({pending_.first(count), QDeadlineTimer(unreadLife)});
-    pending_.remove(0, count);
-    if (!pending_.isEmpty()) quiet_.start(silence());
+    if (inBufferCount() + bytes.size() <= receiveCapacity)
+        received_.push_back({bytes, frame, QDeadlineTimer(unreadLife)});
     raise(events::received);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "base/regional.h"
 #include "scale/comm_control.h"
+#include "scale/formatted_line.h"
 #include "scale/line_settings.h"
 #include "scale/port_numbers.h"
 #include "scale/serial_device.h"
@@ -40,6 +42,10 @@ namespace scale {
 /// itself, once. If reading fails again before the line delivered a byte, the port closes for good and without an
 /// event, so a dying adapter can neither loop nor keep the processor busy.
 ///
+/// By readAs() the line is read in a format. Then a weight that counts is handed out by itself, as a line of the shape
+/// that handlers know, as soon as its frame is in; all of the above about fragments and tails is the format's business.
+/// As it is, the stream is looked at as well, at the most every two seconds while bytes come: see hint().
+///
 /// Timers run only while bytes wait, while the plug is out, and for one silence() after opening: an idle control uses
 /// no processor time. Design-time state: port 1, "9600,n,8,1", no flow control, closed.
 class TeraziComm : public QObject, public CommControl {
@@ -65,6 +71,10 @@ public:
     void setOutBufferCount(int count) override;
     int commEvent() const override { return commEvent_; }
 
+    /// How what arrives is read from the next opening on; as it is, where the table has no such format. The regional
+    /// settings tell the decimal mark, and what the screen would show.
+    void readAs(const ReadingChoice& choice, const base::Regional& regional);
+
     // ---- Facts for the status line, which nothing depends on ----
 
     /// The number of the error that closed the port although it was to be open; 0 otherwise.
@@ -74,8 +84,13 @@ public:
     /// While the plug is out: the error that keeps the device from being opened although it is back; 0 otherwise.
     int whyNotBack() const { return line_.whyNotBack(); }
     /// The scale's own bytes behind the first line that input() gave last, its carriage return included; all of them
-    /// where there was none.
+    /// where there was none. Where a format is read, the frame of that weight.
     const QByteArray& lastLine() const { return lastLine_; }
+    bool lastLineIsWhole() const { return lastLineIsWhole_; } ///< it ended with a carriage return, or is a frame
+    /// With a format: why what came last gave no weight; empty while weights come.
+    QString why() const { return formatted_ ? formatted_->why() : QString(); }
+    /// As it is: the title of the format that the stream is in, where the screen shows something else than it says.
+    const QString& hint() const { return hint_; }
     /// The silence that ends a line without a carriage return: longer than the 250 ms that a scale may pause inside a
     /// line and than two characters take at the port's speed.
     std::chrono::milliseconds silence() const;
@@ -89,11 +104,14 @@ signals:
     void stateChanged();
     /// This is the device that was opened for a port number.
     void deviceOpened(int number, const QString& path);
+    /// why() or hint() is another.
+    void understandingChanged();
 
 private:
     /// Bytes announced together.
     struct Burst {
         QByteArray bytes;
+        QByteArray frame;         ///< of a format; empty: the bytes are the scale's own
         QDeadlineTimer forgotten; ///< unread until then, it is dropped
     };
 
@@ -105,6 +123,12 @@ private:
     void listenAfresh();
     void dropPending();
     void gather();
+    void gatherFrames(const QByteArray& bytes);
+    void holdWeight(const QByteArray& line);
+    void announceWeight();
+    void lookForAFormat(const QByteArray& bytes);
+    void tellUnderstanding();
+    void forgetUnderstanding();
     void passTail(QByteArray& bytes);
     void quietEnded();
     void silenceEnded();
@@ -112,6 +136,7 @@ private:
     void announceLines();
     void announceAll();
     void announce(qsizetype count);
+    void handOut(const QByteArray& bytes, const QByteArray& frame);
     void lineFailed();
     void raise(int event);
 
@@ -125,6 +150,14 @@ private:
     QByteArray pending_;         ///< arrived, not announced yet
     std::deque<Burst> received_; ///< announced, waiting for input()
     QByteArray lastLine_;        ///< of what input() gave last
+    bool lastLineIsWhole_ = false;
+    ReadingChoice choice_;
+    std::optional<base::Regional> regional_;   ///< of the choice; nothing: there was none
+    std::unique_ptr<FormattedLine> formatted_; ///< of an open line that is read in a format
+    QByteArray overheard_;                     ///< the last of a stream that is taken as it is
+    QElapsedTimer sinceLook_;                  ///< at that stream
+    QString hint_;
+    QString toldWhy_;
     bool wholeLines_ = false;
     bool lineFeedMayFollow_ = false;
     QTimer quiet_{this};    ///< restarted by every fragment

@@ -52,22 +52,22 @@ QString weightField(QStringView burst)
     return burst.first(end + 1).toString().remove(u"kg"_s).right(fieldWidth);
 }
 
-Heard onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
-                   const std::function<void()>& processEvents)
+EventOutcome onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
+                          const std::function<void()>& processEvents)
 {
-    if (station.customer().isEmpty()) return Heard::nothing;
+    if (station.customer().isEmpty()) return EventOutcome::nothing;
     const EmptiedBuffers emptied(control);
     switch (control.commEvent()) {
     case events::received: {
         const QString burst = control.input();
         showWeight(burst, station, regional);
-        return burst.contains(u'\r') ? Heard::line : Heard::halfLine;
+        return burst.contains(u'\r') ? EventOutcome::line : EventOutcome::halfLine;
     }
     case events::readError:
         reopen(control, processEvents);
-        return Heard::nothing;
+        return EventOutcome::nothing;
     default:
-        return Heard::nothing;
+        return EventOutcome::nothing;
     }
 }
 

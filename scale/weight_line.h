@@ -25,7 +25,7 @@ public:
 };
 
 /// What an event of the serial control has brought to the working station.
-enum class Heard {
+enum class EventOutcome {
     nothing,  ///< no bytes, or no name at the station: nothing was looked at
     halfLine, ///< bytes without a carriage return
     line      ///< a line; whether it is a weight, the station's rules say
@@ -34,7 +34,7 @@ enum class Heard {
 /// What happens at every event of the serial control: the newest weight goes, formatted, into the station; a read error
 /// closes the port and opens it again (a failure to open stays silent). Both buffers are emptied afterwards, also when
 /// the station's rules threw. With no text at all in the name label nothing happens, to the buffers neither.
-Heard onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
-                   const std::function<void()>& processEvents);
+EventOutcome onScaleEvent(CommControl& control, ScaleStation& station, const base::Regional& regional,
+                          const std::function<void()>& processEvents);
 
 } // namespace scale

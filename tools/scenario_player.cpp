@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QHash>
+#include <QLabel>
 #include <QPainter>
 #include <QPixmap>
 #include <QTableView>
@@ -381,6 +382,8 @@ QString Player::property(const QString& control, const QString& name) const
         if (name == "caption" || name == "text") return button->text().remove(u'&');
         if (name == "checked") return yesNo(button->isChecked());
     }
+    if (auto* label = qobject_cast<QLabel*>(widget))
+        if (name == "text" || name == "caption") return label->text();
     if (name == "enabled") return yesNo(!widget->testAttribute(Qt::WA_ForceDisabled));
     if (name == "caption" || name == "text") return widget->windowTitle();
     throw Failure{u"'%1' has no property '%2'"_s.arg(control, name)};

@@ -554,6 +554,20 @@ private slots:
         QVERIFY(form->status->text().startsWith(u"Terazi: bağlı değil"_s));
     }
 
+    void formatThatNobodyKnowsLeavesThePortClosed()
+    {
+        counter->store("Bicim", u"no-such-format"_s);
+        form->start();
+        form->Bağlantı->trigger();
+        QVERIFY(!form->TeraziComm->portOpen());
+        QVERIFY2(form->status->text().startsWith(u"Terazi: biçimi bilinmiyor (no-such-format)"_s),
+                 qPrintable(form->status->text()));
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+        counter->store("Bicim", QString());
+        form->activated();
+        QVERIFY(form->TeraziComm->portOpen());
+    }
+
     void missingRightToThePortIsTold()
     {
         form->start();

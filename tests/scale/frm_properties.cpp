@@ -1,7 +1,10 @@
 #include "scale/frm_properties.h"
+#include "scale/formats/format_table.h"
 #include "tests/doors/fake_comm_control.h"
+#include "tests/doors/fake_port.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -11,6 +14,22 @@
 
 using namespace scale;
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A line that tells how many of its kind there are.
+class CountedPort : public FakePort {
+public:
+    explicit CountedPort(int& count) : count_(count) { ++count_; }
+    ~CountedPort() override { --count_; }
+    CountedPort(const CountedPort&) = delete;
+    CountedPort& operator=(const CountedPort&) = delete;
+
+private:
+    int& count_;
+};
+
+} // namespace
 
 /// The port settings dialog over a recording control.
 class FrmPropertiesTest : public QObject {
@@ -27,6 +46,10 @@ private slots:
         saved_.clear();
         warnings_.clear();
         failingKey_.clear();
+        reading_ = {};
+        listens_ = false;
+        refusal_ = 0;
+        line_ = nullptr;
     }
 
     void listsHoldTheirEntriesInOrder()
@@ -104,7 +127,7 @@ private slots:
         QVERIFY(option(u"optEcho(0)"_s)->isChecked());
         QVERIFY(!option(u"optEcho(1)"_s)->isChecked());
         ok();
-        QCOMPARE(saved_.last(), u"Echo=False"_s);
+        QVERIFY(saved_.contains(u"Echo=False"_s));
     }
 
     void dialogStandsInTheMiddleOfTheScreen()
@@ -123,7 +146,8 @@ private slots:
         for (auto* widget : dialog_->findChildren<QComboBox*>()) targets += widget;
         for (auto* widget : dialog_->findChildren<QRadioButton*>()) targets += widget;
         for (auto* widget : dialog_->findChildren<QPushButton*>()) targets += widget;
-        QCOMPARE(targets.size(), 5 + 6 + 2);
+        for (auto* widget : dialog_->findChildren<QCheckBox*>()) targets += widget;
+        QCOMPARE(targets.size(), 6 + 6 + 3 + 1);
         for (const QWidget* target : targets)
             QVERIFY2(target->height() >= 48 && target->width() >= 48, qPrintable(target->objectName()));
         for (int i = 0; i < 16; ++i) QVERIFY(list("cboPort")->itemData(i, Qt::SizeHintRole).toSize().height() >= 48);
@@ -166,8 +190,10 @@ private slots:
         load();
         choose("cboPort", u"Com7"_s);
         ok();
-        QCOMPARE(control_.steps, (QStringList{u"port=7"_s, u"settings=9600,N,8,1"_s, u"flow=0"_s, u"open"_s}));
-        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=7"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
+        QCOMPARE(control_.steps,
+                 (QStringList{u"port=7"_s, u"settings=9600,N,8,1"_s, u"flow=0"_s, u"read as "_s, u"open"_s}));
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=7"_s, u"Handshaking=0"_s, u"Echo=False"_s,
+                                      u"Bicim="_s, u"Duran=False"_s}));
         QCOMPARE(warnings_, QStringList());
         QVERIFY(control_.open);
         QVERIFY(closed());
@@ -243,7 +269,7 @@ private slots:
 
         control_.failures.clear(); // and the operator can correct the choice
         ok();
-        QCOMPARE(saved_.size(), 4);
+        QCOMPARE(saved_.size(), 6);
         QVERIFY(closed());
     }
 
@@ -295,14 +321,14 @@ private slots:
         load();
         ok();
         QCOMPARE(warnings_, QStringList());
-        QCOMPARE(saved_.size(), 4);
+        QCOMPARE(saved_.size(), 6);
         QVERIFY(!control_.open && closed());
     }
 
     void choiceIsSavedBeforeThePortIsOpened()
     {
         load();
-        control_.onOpen = [this] { QCOMPARE(saved_.size(), 4); };
+        control_.onOpen = [this] { QCOMPARE(saved_.size(), 6); };
         ok();
         QVERIFY(control_.open && closed());
     }
@@ -358,7 +384,8 @@ private slots:
         failingKey_ = u"CommPort"_s;
         load();
         ok();
-        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"Handshaking=0"_s, u"Echo=False"_s}));
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"Handshaking=0"_s, u"Echo=False"_s, u"Bicim="_s,
+                                      u"Duran=False"_s}));
         QCOMPARE(warnings_.size(), 1);
         QVERIFY(control_.open && closed());
     }
@@ -381,7 +408,8 @@ private slots:
         option(u"optEcho(1)"_s)->click();
         ok();
         QCOMPARE(control_.flow, 3);
-        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=2"_s, u"Handshaking=3"_s, u"Echo=True"_s}));
+        QCOMPARE(saved_, (QStringList{u"Settings=9600,n,8,1"_s, u"CommPort=2"_s, u"Handshaking=3"_s, u"Echo=True"_s,
+                                      u"Bicim="_s, u"Duran=False"_s}));
     }
 
     void menuItemClosesShowsAndNamesThePort()
@@ -412,6 +440,118 @@ private slots:
         QCOMPARE(caption, u"Port Ayarları"_s);
     }
 
+    void formatsAreListedAsItIsFirst()
+    {
+        load();
+        QCOMPARE(list("cboBicim")->itemText(0), u"Olduğu gibi"_s);
+        QCOMPARE(list("cboBicim")->currentIndex(), 0);
+        QCOMPARE(list("cboBicim")->count(), 1 + static_cast<int>(lineFormats().size()));
+        QVERIFY(!dialog_->findChild<QCheckBox*>(u"chkDuran"_s)->isChecked());
+    }
+
+    void storedFormatIsPreset_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<bool>("stillOnly");
+        QTest::addColumn<int>("entry");
+        QTest::newRow("as it is") << QString() << false << 0;
+        QTest::newRow("the first") << QString::fromStdString(lineFormats().front().name) << true << 1;
+        QTest::newRow("the last") << QString::fromStdString(lineFormats().back().name) << false
+                                  << static_cast<int>(lineFormats().size());
+        QTest::newRow("one that nobody knows") << u"no-such-format"_s << false << 0;
+    }
+
+    void storedFormatIsPreset()
+    {
+        QFETCH(QString, format);
+        QFETCH(bool, stillOnly);
+        reading_ = {format, stillOnly};
+        load();
+        QTEST(list("cboBicim")->currentIndex(), "entry");
+        QCOMPARE(dialog_->findChild<QCheckBox*>(u"chkDuran"_s)->isChecked(), stillOnly);
+    }
+
+    void stillWeightsAreAFormatsChoiceOnly()
+    {
+        reading_ = {u"st-gs"_s, true};
+        load();
+        auto* const still = dialog_->findChild<QCheckBox*>(u"chkDuran"_s);
+        QVERIFY(still->isEnabled() && still->isChecked());
+        list("cboBicim")->setCurrentIndex(0);
+        QVERIFY(!still->isEnabled());
+        ok();
+        QVERIFY(saved_.contains(u"Bicim="_s));
+        QVERIFY(saved_.contains(u"Duran=False"_s));
+    }
+
+    void formatIsSavedAndInForceWhenThePortOpens()
+    {
+        load();
+        choose("cboBicim", QString::fromStdString(lineFormatNamed("st-gs")->title));
+        dialog_->findChild<QCheckBox*>(u"chkDuran"_s)->click();
+        ok();
+        QCOMPARE(saved_.mid(4), (QStringList{u"Bicim=st-gs"_s, u"Duran=True"_s}));
+        QCOMPARE(control_.steps.mid(control_.steps.size() - 2), (QStringList{u"read as st-gs"_s, u"open"_s}));
+    }
+
+    void cancelLeavesTheFormat()
+    {
+        load();
+        choose("cboBicim", QString::fromStdString(lineFormatNamed("st-gs")->title));
+        dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
+        QCOMPARE(control_.steps, QStringList());
+        QCOMPARE(saved_, QStringList());
+    }
+
+    void whatArrivesIsShownAsTheScreenWouldShowIt()
+    {
+        listens_ = true;
+        load();
+        const auto text = [this](const char* name) {
+            return dialog_->findChild<QLabel*>(QLatin1StringView(name))->text();
+        };
+        const auto stream = [&] {
+            QTRY_VERIFY(line_ && line_->isOpen());
+            for (const int kilograms : {1235, 1236, 1237, 1238, 1239, 1240, 1240, 1240})
+                line_->deliver("ST,GS,+0" + QByteArray::number(kilograms) + ".5kg\r\n");
+        };
+        stream();
+        // The first whole line of the burst counts, and a full stop groups: this is what the screen would show.
+        QTRY_COMPARE(text("ekranda"), u"12.365"_s);
+        QVERIFY(text("gelen").endsWith(u"ST,GS,+01240.5kg<CR><LF>"_s));
+        QVERIFY(text("bayt").endsWith(u"35 6B 67 0D 0A"_s));
+        QTRY_VERIFY2(text("taninan").endsWith(u": 1240,5 kg"_s), qPrintable(text("taninan")));
+
+        line_ = nullptr;
+        choose("cboBicim", QString::fromStdString(lineFormatNamed("st-gs")->title));
+        stream();
+        QTRY_COMPARE(text("ekranda"), u"1.241"_s);
+        line_->deliver("OL,GS,+     . kg\r\n");
+        QTRY_COMPARE(text("ekranda"), u"1.241  (terazi aşırı yük bildiriyor)"_s);
+        QCOMPARE(control_.steps, QStringList());
+        QVERIFY(!control_.open);
+    }
+
+    void lineIsLeftBeforeTheControlOpensIt()
+    {
+        listens_ = true;
+        load();
+        QTRY_VERIFY(line_ && line_->isOpen());
+        QCOMPARE(listening_, 1);
+        control_.onOpen = [this] { QCOMPARE(listening_, 0); };
+        ok();
+        QVERIFY(control_.open && closed());
+    }
+
+    void lineThatCannotBeListenedToIsToldWithItsReason()
+    {
+        listens_ = true;
+        refusal_ = errors::inUse;
+        load();
+        QTRY_COMPARE(dialog_->findChild<QLabel*>(u"ekranda"_s)->text(),
+                     u"-  (Com2 açılamadı, başka bir program kullanıyor)"_s);
+    }
+
 private:
     void load()
     {
@@ -425,6 +565,16 @@ private:
             saved_ += key + u'=' + text;
         };
         doors.warn = [this](const QString& text) { warnings_ += text; };
+        doors.reading = reading_;
+        doors.readAs = [this](const ReadingChoice& choice) { control_.steps += u"read as "_s + choice.format; };
+        doors.regional = base::Regional::turkish();
+        if (listens_)
+            doors.devices = [this] {
+                auto device = std::make_unique<CountedPort>(listening_);
+                device->refusal = refusal_;
+                line_ = device.get();
+                return device;
+            };
         dialog_ = std::make_unique<frmProperties>(control_, doors);
         dialog_->setResult(-1);
         dialog_->Form_Load();
@@ -445,6 +595,11 @@ private:
     QStringList saved_;
     QStringList warnings_;
     QString failingKey_;
+    ReadingChoice reading_;
+    bool listens_ = false;
+    int refusal_ = 0;
+    int listening_ = 0;        ///< devices that the dialog has
+    FakePort* line_ = nullptr; ///< that the dialog listened to last
 };
 
 QTEST_MAIN(FrmPropertiesTest)

@@ -34,6 +34,24 @@ public:
         if (::write(master_, bytes.constData(), static_cast<std::size_t>(bytes.size())) != bytes.size())
             throw std::runtime_error("write");
     }
+    /// Whoever has opened the line has set this speed, in bits a second.
+    bool isAtSpeed(int speed) const
+    {
+        termios settings = {};
+        if (tcgetattr(master_, &settings) != 0) return false;
+        switch (speed) {
+        case 1200:
+            return cfgetospeed(&settings) == B1200;
+        case 4800:
+            return cfgetospeed(&settings) == B4800;
+        case 9600:
+            return cfgetospeed(&settings) == B9600;
+        case 19200:
+            return cfgetospeed(&settings) == B19200;
+        default:
+            throw std::runtime_error("speed");
+        }
+    }
     /// The cable is out: the device node goes, and whoever holds it open reads nothing any more.
     void pullOut()
     {

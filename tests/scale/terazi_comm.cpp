@@ -621,6 +621,119 @@ private slots:
         QTRY_VERIFY(control_->isPluggedIn());
     }
 
+    void weightsOfAFormatBecomeLinesThatHandlersKnow()
+    {
+        control_->readAs({u"st-gs"_s, false}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        const QByteArray frame = "ST,GS,+01240.5kg\r\n";
+        device_->deliver(frame + frame);
+        device_->deliver(frame.first(9)); // three that say the same count; the third comes in pieces
+        QVERIFY(raised.isEmpty());
+        device_->deliver(frame.sliced(9));
+        QTRY_COMPARE(raised.size(), 1);
+        QCOMPARE(control_->commEvent(), 2);
+        QCOMPARE(control_->input(), u"1240,5kg\r"_s);
+        QCOMPARE(control_->lastLine(), frame);
+        QCOMPARE(control_->why(), QString());
+
+        QSignalSpy told(control_.get(), &TeraziComm::understandingChanged);
+        device_->deliver("OL,GS,+     . kg\r\n");
+        QTRY_COMPARE(told.size(), 1);
+        QCOMPARE(control_->why(), u"terazi aşırı yük bildiriyor"_s);
+        QTest::qWait(400);
+        QCOMPARE(raised.size(), 1); // overload is no line at all
+        for (int i = 0; i < 3; ++i) device_->deliver(frame);
+        QTRY_COMPARE(control_->why(), QString());
+
+        // What the next opening reads is chosen anew.
+        control_->setPortOpen(false);
+        control_->readAs({}, base::Regional::turkish());
+        openQuietLine();
+        device_->deliver(frame);
+        QTRY_VERIFY(control_->inBufferCount() > 0);
+        QCOMPARE(control_->input(), u"ST,GS,+01240.5kg\r\n"_s);
+    }
+
+    void decimalMarkIsTheUsers()
+    {
+        control_->readAs({u"st-gs"_s, false}, base::Regional::english());
+        openQuietLine();
+        for (int i = 0; i < 3; ++i) device_->deliver("ST,GS,+01240.5kg\r\n");
+        QTRY_VERIFY(control_->inBufferCount() > 0);
+        QCOMPARE(control_->input(), u"1240.5kg\r"_s);
+    }
+
+    void stillWeightComesOncePerLoad()
+    {
+        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QStringList heard;
+        connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
+        const auto stream = [&](const char* frame) {
+            for (int i = 0; i < 10; ++i) {
+                device_->deliver(frame);
+                QTest::qWait(60);
+            }
+        };
+        stream("US,GS,+0000700kg\r\n");
+        stream("ST,GS,+0001240kg\r\n");
+        stream("ST,GS,+0001240kg\r\n");
+        QCOMPARE(heard, QStringList{u"1240kg\r"_s});
+        stream("ST,GS,+0000000kg\r\n");
+        stream("ST,GS,+0000980kg\r\n");
+        QCOMPARE(heard, (QStringList{u"1240kg\r"_s, u"980kg\r"_s}));
+    }
+
+    void stillWeightThatNobodyReadComesAgain()
+    {
+        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        const auto stream = [&] {
+            for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001240kg\r\n");
+        };
+        stream();
+        QTRY_COMPARE(raised.size(), 1); // no customer's name: the handler leaves it
+        stream();
+        QTRY_COMPARE(raised.size(), 2);
+        QVERIFY(control_->input().startsWith(u"1240kg\r"_s));
+    }
+
+    void streamThatShowsSomethingElseAsItIsIsNamed_data()
+    {
+        QTest::addColumn<QByteArray>("frame");
+        QTest::addColumn<QByteArray>("next");
+        QTest::addColumn<QString>("format");
+        QTest::newRow("decimal point") << QByteArray("ST,GS,+01240.5kg\r\n") << QByteArray("ST,GS,+01250.5kg\r\n")
+                                       << "st-gs";
+        QTest::newRow("minus cut off") << QByteArray("ST,GS,-0000050kg\r\n") << QByteArray("ST,GS,-0000051kg\r\n")
+                                       << "st-gs";
+        QTest::newRow("shown as it says")
+            << QByteArray("ST,GS,+0001240kg\r\n") << QByteArray("ST,GS,+0001250kg\r\n") << "";
+        QTest::newRow("the counter's own") << QByteArray("  1240kg\r") << QByteArray("  1250kg\r") << "";
+    }
+
+    void streamThatShowsSomethingElseAsItIsIsNamed()
+    {
+        QFETCH(QByteArray, frame);
+        QFETCH(QByteArray, next);
+        QFETCH(QString, format);
+        control_->readAs({}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        for (int i = 0; i < 50; ++i) {
+            device_->deliver(i % 10 == 9 ? next : frame);
+            QTest::qWait(50);
+        }
+        QVERIFY(!raised.isEmpty()); // nothing is changed by itself
+        QVERIFY(control_->input().startsWith(QString::fromLatin1(frame.first(4))));
+        const QString title = format.isEmpty() ? QString() : titleOf(*formatOf({format, false}));
+        QCOMPARE(control_->hint(), title);
+        control_->setPortOpen(false);
+        QCOMPARE(control_->hint(), QString());
+    }
+
 private:
     /// What comes from now on is a line of its own.
     void openQuietLine()

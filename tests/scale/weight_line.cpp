@@ -239,13 +239,14 @@ private slots:
 
     void eventTellsWhatItBrought_data()
     {
-        addColumns<int, QString, QString, Heard>("event", "name", "burst", "heard");
-        QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << Heard::line;
-        QTest::newRow("a text that is shown already") << events::received << u"Ali"_s << u"Net\r"_s << Heard::line;
-        QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << Heard::halfLine;
-        QTest::newRow("no name") << events::received << QString() << u"   500kg\r"_s << Heard::nothing;
-        QTest::newRow("read error") << events::readError << u"Ali"_s << QString() << Heard::nothing;
-        QTest::newRow("another event") << 1009 << u"Ali"_s << u"   500kg\r"_s << Heard::nothing;
+        addColumns<int, QString, QString, EventOutcome>("event", "name", "burst", "heard");
+        QTest::newRow("a line") << events::received << u"Ali"_s << u"   500kg\r"_s << EventOutcome::line;
+        QTest::newRow("a text that is shown already")
+            << events::received << u"Ali"_s << u"Net\r"_s << EventOutcome::line;
+        QTest::newRow("no carriage return") << events::received << u"Ali"_s << u"   500kg"_s << EventOutcome::halfLine;
+        QTest::newRow("no name") << events::received << QString() << u"   500kg\r"_s << EventOutcome::nothing;
+        QTest::newRow("read error") << events::readError << u"Ali"_s << QString() << EventOutcome::nothing;
+        QTest::newRow("another event") << 1009 << u"Ali"_s << u"   500kg\r"_s << EventOutcome::nothing;
     }
 
     void eventTellsWhatItBrought()
@@ -260,7 +261,7 @@ private slots:
         control.event = event;
         control.open = true;
         control.burst = burst;
-        const Heard heard = onScaleEvent(control, station, station.regional, [] {});
+        const EventOutcome heard = onScaleEvent(control, station, station.regional, [] {});
         QTEST(heard, "heard");
     }
 };

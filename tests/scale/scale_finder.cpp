@@ -1,0 +1,248 @@
+#include "scale/scale_finder.h"
+
+#include "scale/comm_control.h"
+#include "scale/formats/format_table.h"
+#include "scale/formats/frame_writer.h"
+#include "scale/formats/framer.h"
+#include "tests/scale/played_devices.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <memory>
+#include <vector>
+
+using namespace scale;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// How a played scale sends: its speed and what becomes of a byte of 7 bits.
+enum class Bits { eightBits, sevenEven, sevenOdd };
+
+/// A scale on a pseudo-terminal that streams ten frames a second. Speed is nothing to such a line, so the scale looks
+/// at the speed that the listener has set: at another one than its own it sends what such a line would bring, nonsense.
+class PlayedScale {
+public:
+    PlayedScale(const LineFormat& format, int speed, Bits frame = Bits::eightBits)
+        : format_(&format), speed_(speed), frame_(frame)
+    {
+        QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { sendOne(); });
+        timer_.start(100ms);
+    }
+
+    PseudoTerminal line;
+    QByteArray plain; ///< lines to send in place of the format's
+    std::string sent; ///< at the scale's own speed
+
+private:
+    void sendOne()
+    {
+        // A load put on, swinging, standing.
+        const std::int64_t weight = 100 + 7 * (count_++ % 20);
+        std::optional<std::string> bytes;
+        for (const Decimal kilograms : {Decimal{weight, 0}, Decimal{weight, 1}, Decimal{weight, 2}})
+            for (const Rest rest : {Rest::stable, Rest::unknown, Rest::moving})
+                if (!bytes) bytes = frameFor(*format_, kilograms, rest);
+        if (!plain.isEmpty()) bytes = plain.toStdString();
+        if (!bytes) return;
+        if (line.isAtSpeed(speed_)) sent += *bytes;
+        if (!line.isAtSpeed(speed_)) {
+            for (char& byte : *bytes) byte = static_cast<char>((byte * 37 + count_ * 11) | 0x81);
+        } else if (frame_ != Bits::eightBits) {
+            for (char& byte : *bytes) {
+                const bool odd = std::popcount(static_cast<unsigned char>(byte)) % 2 != 0;
+                if (odd == (frame_ == Bits::sevenEven)) byte = static_cast<char>(byte | 0x80);
+            }
+        }
+        line.send(QByteArray::fromStdString(*bytes));
+    }
+
+    const LineFormat* format_;
+    int speed_;
+    Bits frame_;
+    std::int64_t count_ = 0;
+    QTimer timer_;
+};
+
+/// A search on one played line, all its own, so that many can run beside each other.
+struct Search {
+    Search(const QString& folder, const LineFormat& format, int speed, Bits frame = Bits::eightBits)
+        : devices(folder), played(format, speed, frame),
+          finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish())
+    {
+        devices.plug(played.line, "ttyUSB0");
+        QObject::connect(&finder, &ScaleFinder::found, &finder, [this](const FoundScale& scale) { found = scale; });
+        QObject::connect(&finder, &ScaleFinder::notFound, &finder,
+                         [this](const QString& sentence) { lost = sentence; });
+        clock.start();
+        finder.start();
+    }
+    bool over() const { return !finder.isSearching(); }
+
+    PlayedDevices devices;
+    PlayedScale played;
+    ScaleFinder finder;
+    QElapsedTimer clock;
+    std::optional<FoundScale> found;
+    QString lost;
+};
+
+std::vector<std::string> weightsOf(const LineFormat& format, std::string_view stream)
+{
+    Framer framer(format);
+    std::vector<std::string> weights;
+    for (const Framed& framed : framer.read(stream))
+        if (framed.reading) weights.push_back(toText(framed.reading->kilograms));
+    return weights;
+}
+
+/// The scale was found as its format, or as one that reads the same weights from what it has sent: some makers share
+/// one frame. Where that leaves several, it is one of them.
+bool isFoundAs(const LineFormat& format, const FoundScale& found, std::string_view sent)
+{
+    if (!found.format) return std::ranges::find(found.candidates, &format) != found.candidates.end();
+    const std::vector<std::string> weights = weightsOf(format, sent);
+    return !weights.empty() && weightsOf(*found.format, sent) == weights;
+}
+
+} // namespace
+
+/// "Terazi Bul" on played lines.
+class ScaleFinderTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void everyFormatIsFoundAtEverySpeed();
+    void linesOfSevenBitsTellTheirFrame_data();
+    void linesOfSevenBitsTellTheirFrame();
+    void countersOwnLinesAreFoundAsTheyAre();
+    void silentLineIsTold();
+    void nothingPluggedInIsTold();
+    void stoppedSearchLeavesTheLine();
+
+private:
+    QTemporaryDir folder_;
+};
+
+void ScaleFinderTest::everyFormatIsFoundAtEverySpeed()
+{
+    // PRESVA_SPEEDS: four speeds for every format, otherwise one for each in turn.
+    const bool allSpeeds = qEnvironmentVariableIsSet("PRESVA_SPEEDS");
+    constexpr std::array speeds = {9600, 4800, 19200, 1200};
+    struct Wanted {
+        const LineFormat* format;
+        int speed;
+        std::unique_ptr<Search> search;
+    };
+    std::vector<Wanted> wanted;
+    for (std::size_t i = 0; i < lineFormats().size(); ++i)
+        for (std::size_t s = 0; s < speeds.size(); ++s)
+            if (allSpeeds || s == i % speeds.size()) wanted.push_back({&lineFormats()[i], speeds[s], nullptr});
+    // So many beside each other as a busy machine plays in time.
+    constexpr std::size_t together = 12;
+    qint64 slowest = 0;
+    int exact = 0;
+    QStringList missed;
+    for (std::size_t from = 0; from < wanted.size(); from += together) {
+        const auto first = wanted.begin() + static_cast<std::ptrdiff_t>(from);
+        const auto last = wanted.begin() + static_cast<std::ptrdiff_t>(std::min(from + together, wanted.size()));
+        for (auto one = first; one != last; ++one)
+            one->search = std::make_unique<Search>(
+                folder_.filePath(u"%1-%2"_s.arg(QString::fromStdString(one->format->name)).arg(one->speed)),
+                *one->format, one->speed);
+        for (auto one = first; one != last; ++one) {
+            QTRY_VERIFY_WITH_TIMEOUT(one->search->over(), 60000);
+            slowest = std::max(slowest, one->search->clock.elapsed());
+            const auto& found = one->search->found;
+            if (found && found->settings.speed == one->speed && found->port == 5 &&
+                isFoundAs(*one->format, *found, one->search->played.sent))
+                exact += found->format == one->format ? 1 : 0;
+            else
+                missed += u"%1 at %2 (%3)"_s.arg(QString::fromStdString(one->format->name))
+                              .arg(one->speed)
+                              .arg(found ? found->settings.text() + u' ' +
+                                               (found->format ? titleOf(*found->format) : titlesOf(found->candidates))
+                                         : one->search->lost);
+            one->search.reset();
+        }
+    }
+    qInfo("%zu searches, %lld found, %d of them as the one format, the others as one of several; the slowest took %lld "
+          "ms",
+          wanted.size(), static_cast<long long>(wanted.size()) - missed.size(), exact, static_cast<long long>(slowest));
+    QVERIFY2(missed.isEmpty(), qPrintable(missed.join(u"; "_s)));
+    QVERIFY2(slowest < 60000, qPrintable(QString::number(slowest)));
+}
+
+void ScaleFinderTest::linesOfSevenBitsTellTheirFrame_data()
+{
+    QTest::addColumn<int>("frame");
+    QTest::addColumn<QString>("settings");
+    QTest::newRow("even") << static_cast<int>(Bits::sevenEven) << "4800,e,7,1";
+    QTest::newRow("odd") << static_cast<int>(Bits::sevenOdd) << "4800,o,7,1";
+}
+
+void ScaleFinderTest::linesOfSevenBitsTellTheirFrame()
+{
+    QFETCH(int, frame);
+    Search search(folder_.filePath(QLatin1StringView(QTest::currentDataTag())), *lineFormatNamed("st-gs"), 4800,
+                  static_cast<Bits>(frame));
+    QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
+    QVERIFY2(search.found, qPrintable(search.lost));
+    QTEST(search.found->settings.text(), "settings");
+    QVERIFY(isFoundAs(*lineFormatNamed("st-gs"), *search.found, search.played.sent));
+}
+
+void ScaleFinderTest::countersOwnLinesAreFoundAsTheyAre()
+{
+    Search search(folder_.filePath(u"plain"_s), *lineFormatNamed("st-gs"), 9600);
+    search.played.plain = "  1240kg\r";
+    QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
+    QVERIFY2(search.found, qPrintable(search.lost));
+    QCOMPARE(search.found->weight, u"1240"_s);
+    QVERIFY(!search.found->format && search.found->candidates.empty());
+}
+
+void ScaleFinderTest::silentLineIsTold()
+{
+    PlayedDevices devices(folder_.filePath(u"silent"_s));
+    PseudoTerminal line;
+    devices.plug(line, "ttyUSB0");
+    ScaleFinder finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish(), {20ms, 50ms});
+    QSignalSpy lost(&finder, &ScaleFinder::notFound);
+    finder.start();
+    QVERIFY(lost.wait(10000));
+    QVERIFY2(lost.first().first().toString().startsWith(u"Hiçbir porttan bayt gelmedi"_s),
+             qPrintable(lost.first().first().toString()));
+}
+
+void ScaleFinderTest::nothingPluggedInIsTold()
+{
+    PlayedDevices devices(folder_.filePath(u"nothing"_s));
+    ScaleFinder finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish());
+    QSignalSpy lost(&finder, &ScaleFinder::notFound);
+    finder.start();
+    QTRY_COMPARE(lost.size(), 1);
+    QVERIFY(lost.first().first().toString().startsWith(u"Açılabilen bir port yok"_s));
+}
+
+void ScaleFinderTest::stoppedSearchLeavesTheLine()
+{
+    Search search(folder_.filePath(u"stopped"_s), *lineFormatNamed("st-gs"), 1200);
+    QTest::qWait(300);
+    QVERIFY(search.finder.isSearching());
+    search.finder.stop();
+    QVERIFY(!search.finder.isSearching());
+    const auto device = systemSerialDevice();
+    device->open(search.played.line.path(), {}, FlowControl::none); // nobody holds it any more
+    QVERIFY(device->isOpen());
+    QTest::qWait(200);
+    QVERIFY(!search.found && search.lost.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(ScaleFinderTest)
+#include "scale_finder.moc"
