@@ -88,7 +88,7 @@ class CutAtTheSlip : public QObject {
         if (const auto fault = weights::firstFault(lines)) return QString::fromStdString(weights::sentence(*fault));
         const auto found = weights::differences(lines, jet::Database::open(disk, file)->table(u"Hareket"));
         if (!found.empty()) return QString::fromStdString(found.front());
-        return lines.size() == pressings(disk, file) ? QString() : QStringLiteral("%1 lines").arg(lines.size());
+        return lines.size() == pressings(disk, file) ? QString() : u"%1 lines"_s.arg(lines.size());
     }
 
     /// The next start; `moment` is called before each change of the disk that it makes.
