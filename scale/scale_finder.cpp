@@ -95,7 +95,7 @@ void ScaleFinder::start()
         left_.push_back(number);
     }
     const auto behind = std::ranges::find_if(left_, [this](int number) { return number > lastFound_; });
-    std::ranges::rotate(left_, behind);
+    std::rotate(left_.begin(), behind, left_.end());
     searching_ = true;
     anyBytes_ = false;
     anyPort_ = false;

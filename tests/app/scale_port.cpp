@@ -419,10 +419,10 @@ private slots:
         form->start();
         form->Bağlantı->trigger();
         const auto marked = [&] { return form->status->text().contains(u"✎ elle: zeytin"_s); };
+        counter->keys(u"ali"_s); // a name typed over the prompt empties the weight
         counter->hear(counter->first, "  1234kg\r");
         QCOMPARE(form->origins().of(0).olives.bytes, std::string("  1234kg\r"));
         QVERIFY(!marked());
-        counter->keys(u"ali"_s);
         Counter::click(form->Label2[0]);
         counter->keys(u"5"_s);
         QCOMPARE(form->Label2[0]->caption(), u"12.345"_s);
