@@ -15,8 +15,6 @@ class NewFile {
 public:
     /// Throws std::errc::file_exists if the file, or somebody's hidden file for it, is there.
     explicit NewFile(const std::filesystem::path& path);
-    NewFile(NewFile&& other) noexcept;
-    NewFile& operator=(NewFile&&) = delete;
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile();

@@ -31,11 +31,6 @@ NewFile::NewFile(const std::filesystem::path& path) : path_(path)
     }
 }
 
-NewFile::NewFile(NewFile&& other) noexcept
-    : path_(std::move(other.path_)), hidden_(std::exchange(other.hidden_, {})), file_(std::exchange(other.file_, -1))
-{
-}
-
 NewFile::~NewFile() { discard(); }
 
 void NewFile::discard() noexcept
