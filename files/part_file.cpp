@@ -26,9 +26,9 @@ PartFile PartFile::replacing(Disk& disk, const std::filesystem::path& to)
 }
 
 PartFile::PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part, Target target)
-    : disk_(disk), to_(std::move(to)), part_(std::move(part))
+    : disk_(disk), to_(std::move(to)), part_(std::move(part)), target_(target)
 {
-    if (target == Target::absent) refuseToReplace();
+    refuseToReplace();
     removePart();
 }
 
@@ -45,11 +45,6 @@ PartFile::~PartFile()
 void PartFile::publish()
 {
     refuseToReplace();
-    replace();
-}
-
-void PartFile::replace()
-{
     disk_.rename(part_, to_);
     published_ = true;
     disk_.syncFolder(to_.parent_path());
@@ -65,7 +60,7 @@ void PartFile::removePart()
 
 void PartFile::refuseToReplace()
 {
-    if (disk_.exists(to_))
+    if (target_ == Target::absent && disk_.exists(to_))
         throw Error(Fault::exists, quotedPath(to_) + " zaten var. Başka bir ad seçin ya da o dosyayı kaldırın.");
 }
 

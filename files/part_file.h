@@ -7,8 +7,7 @@
 namespace files {
 
 /// The name "<to>.part" for a file in the making, and the step that gives it its own: whoever sees `to` sees it whole.
-/// Leaving without publish() or replace() removes what was made. A file that is there already is replaced by nothing
-/// but replace().
+/// Leaving without publish() removes what was made. A file that is there already is replaced only where that was said.
 class PartFile {
 public:
     /// Throws exists. What a power cut left of an earlier attempt is removed.
@@ -23,22 +22,21 @@ public:
 
     const std::filesystem::path& path() const { return part_; }
     /// The content must be synced and the file closed. Returns when the name would survive a power cut.
-    /// Throws exists when somebody made a file of that name meanwhile, disk.
+    /// Where a file is replaced, either of the two bears the name at every moment; else throws exists when somebody
+    /// made one of that name meanwhile. Throws disk.
     void publish();
-    /// The same for a file that takes the place of the one that is there: at every moment either of them bears the
-    /// name.
-    void replace();
 
 private:
     enum class Target { absent, any };
     PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part, Target target);
 
-    void refuseToReplace();
-    void removePart(); ///< with the journal of its changes
+    void refuseToReplace(); ///< where there must be no file of the name
+    void removePart();      ///< with the journal of its changes
 
     Disk& disk_;
     std::filesystem::path to_;
     std::filesystem::path part_;
+    Target target_;
     bool published_ = false;
 };
 

@@ -219,7 +219,7 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
         result.aside = freeName(disk, database, now);
         setAside(disk, database, result.aside);
     }
-    part.replace();
+    part.publish();
     // A journal that still stands here belonged to the old file, and is kept beside that.
     const Path journal = withSuffix(database, "-journal");
     if (present && disk.exists(journal)) disk.remove(journal);
