@@ -39,18 +39,17 @@ double doubleOf(const Numeric& number)
 /// Any number, date or Boolean as a double.
 struct ToDouble {
     std::optional<double> operator()(bool value) const { return value ? -1.0 : 0.0; }
-    std::optional<double> operator()(std::uint8_t value) const { return value; }
-    std::optional<double> operator()(std::int16_t value) const { return value; }
-    std::optional<double> operator()(std::int32_t value) const { return value; }
-    std::optional<double> operator()(float value) const { return value; }
-    std::optional<double> operator()(double value) const { return value; }
     std::optional<double> operator()(Currency value) const
     {
         return static_cast<double>(value.tenThousandths) / currencyUnits;
     }
     std::optional<double> operator()(DateTime value) const { return value.days; }
     std::optional<double> operator()(const Numeric& value) const { return doubleOf(value); }
-    template <class Other> std::optional<double> operator()(const Other&) const { return std::nullopt; }
+    template <class Other> std::optional<double> operator()(const Other& value) const
+    {
+        if constexpr (std::is_arithmetic_v<Other>) return value;
+        return std::nullopt;
+    }
 };
 
 class Converter {

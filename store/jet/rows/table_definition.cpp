@@ -486,21 +486,21 @@ Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& table, std::si
     const std::size_t physicalCount = table.indexes.size();
     Bytes out;
     const auto copy = [&](const std::uint8_t* from, std::size_t count) { out.insert(out.end(), from, from + count); };
+    const auto copyOthers = [&](Reader& from, std::size_t bytes) {
+        for (std::size_t i = 0; i < physicalCount; ++i) {
+            const std::uint8_t* record = from.take(bytes);
+            if (i != physical) copy(record, bytes);
+        }
+    };
 
     Reader reader(pager, table.page, old);
     copy(reader.take(at::head::bytes), at::head::bytes);
-    for (std::size_t i = 0; i < physicalCount; ++i) {
-        const std::uint8_t* record = reader.take(at::statistics::bytes);
-        if (i != physical) copy(record, at::statistics::bytes);
-    }
+    copyOthers(reader, at::statistics::bytes);
     const std::size_t columnsStart = reader.position();
     reader.take(at::column::bytes * table.columns.size());
     for (std::size_t i = 0; i < table.columns.size(); ++i) reader.name();
     copy(old.data() + columnsStart, reader.position() - columnsStart);
-    for (std::size_t i = 0; i < physicalCount; ++i) {
-        const std::uint8_t* record = reader.take(at::physicalIndex::bytes);
-        if (i != physical) copy(record, at::physicalIndex::bytes);
-    }
+    copyOthers(reader, at::physicalIndex::bytes);
     std::size_t logicalLeft = 0;
     for (const LogicalIndex& logical : table.logicalIndexes) {
         const std::uint8_t* record = reader.take(at::logicalIndex::bytes);

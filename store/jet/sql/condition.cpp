@@ -56,40 +56,13 @@ template <class T> bool compares(const T& left, Comparison comparison, const T& 
     return false;
 }
 
-Comparison opposite(Comparison comparison)
-{
-    switch (comparison) {
-    case Comparison::equal:
-        return Comparison::unequal;
-    case Comparison::unequal:
-        return Comparison::equal;
-    case Comparison::less:
-        return Comparison::greaterOrEqual;
-    case Comparison::lessOrEqual:
-        return Comparison::greater;
-    case Comparison::greater:
-        return Comparison::lessOrEqual;
-    case Comparison::greaterOrEqual:
-        return Comparison::less;
-    }
-    return comparison;
-}
+Comparison opposite(Comparison comparison) { return static_cast<Comparison>(7U ^ static_cast<unsigned>(comparison)); }
 
 /// The comparison that says the same with its sides exchanged.
 Comparison mirrored(Comparison comparison)
 {
-    switch (comparison) {
-    case Comparison::less:
-        return Comparison::greater;
-    case Comparison::lessOrEqual:
-        return Comparison::greaterOrEqual;
-    case Comparison::greater:
-        return Comparison::less;
-    case Comparison::greaterOrEqual:
-        return Comparison::lessOrEqual;
-    default:
-        return comparison;
-    }
+    const auto outcomes = static_cast<unsigned>(comparison);
+    return static_cast<Comparison>((outcomes & 1U) << 2 | (outcomes & 2U) | outcomes >> 2);
 }
 
 bool isEquality(Comparison comparison) { return comparison == Comparison::equal || comparison == Comparison::unequal; }
@@ -183,7 +156,8 @@ std::vector<Condition::Node> Condition::readyGroup(const Expression& expression,
             parts.push_back(std::move(inner));
         }
     }
-    std::ranges::stable_partition(parts, [](const std::vector<Node>& part) { return isQuick(part.front().test); });
+    std::stable_partition(parts.begin(), parts.end(),
+                          [](const std::vector<Node>& part) { return isQuick(part.front().test); });
 
     std::vector<Node> nodes(1);
     nodes.front().test = kind;

@@ -14,7 +14,7 @@ PageList pagesOf(std::span<const RowId> rows, const std::vector<PageNo>& ofTable
     pages->reserve(rows.size());
     for (const RowId& row : rows) pages->push_back(row.page);
     std::ranges::sort(*pages);
-    pages->erase(std::ranges::unique(*pages).begin(), pages->end());
+    pages->erase(std::unique(pages->begin(), pages->end()), pages->end());
     std::erase_if(*pages, [&](PageNo page) { return !std::ranges::binary_search(ofTable, page); });
     return pages;
 }
@@ -49,7 +49,7 @@ PageList DateRanges::pages(const Table& table, double low, double high)
     }
     if (unsure > 0) {
         std::ranges::sort(*found);
-        found->erase(std::ranges::unique(*found).begin(), found->end());
+        found->erase(std::unique(found->begin(), found->end()), found->end());
     }
     return found;
 }

@@ -436,39 +436,24 @@ std::optional<Comparison> Parser::takeComparison()
 Operand Parser::operand()
 {
     Operand result;
-    bool negative = false;
-    const bool sign = isMark(u"-") || isMark(u"+");
-    if (sign) {
-        negative = isMark(u"-");
+    const bool negative = isMark(u"-");
+    if (negative || isMark(u"+")) {
         advance();
         if (token_.kind != Kind::number) fail("işaretten sonra bir sayı bekleniyordu.");
     }
-    switch (token_.kind) {
-    case Kind::number:
-        result.value = negative ? -std::get<double>(token_.value) : std::get<double>(token_.value);
-        advance();
-        return result;
-    case Kind::date:
-        result.value = token_.value;
-        advance();
-        return result;
-    case Kind::text:
+    if (token_.kind == Kind::text) {
         result.value = std::move(token_.content);
-        advance();
-        return result;
-    default:
-        break;
-    }
-    if (takeWord("null")) return result;
-    if (takeWord("true")) {
-        result.value = true;
-        return result;
-    }
-    if (takeWord("false")) {
-        result.value = false;
+    } else if (negative) {
+        result.value = -std::get<double>(token_.value);
+    } else if (token_.kind == Kind::number || token_.kind == Kind::date) {
+        result.value = token_.value;
+    } else if (isWord("true") || isWord("false")) {
+        result.value = isWord("true");
+    } else if (!isWord("null")) {
+        result.field = needName("alan adı ya da değer");
         return result;
     }
-    result.field = needName("alan adı ya da değer");
+    advance();
     return result;
 }
 

@@ -18,7 +18,15 @@ struct Operand {
     bool isField() const { return !field.empty(); }
 };
 
-enum class Comparison { equal, unequal, less, lessOrEqual, greater, greaterOrEqual };
+/// Each is the set of outcomes it is met by: the left side less, equal, greater.
+enum class Comparison : unsigned {
+    less = 1,
+    equal = 2,
+    greater = 4,
+    lessOrEqual = less | equal,
+    unequal = less | greater,
+    greaterOrEqual = equal | greater,
+};
 
 /// A condition. And, Or and Not have parts; the others compare `left`.
 struct Expression {

@@ -64,7 +64,7 @@ void TextOrder::follow(const Table& table)
 
     std::vector<RowId> ids(touched->begin(), touched->end());
     std::ranges::sort(ids);
-    ids.erase(std::ranges::unique(ids).begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     wasted_ += std::erase_if(entries_, [&](const Entry& entry) { return std::ranges::binary_search(ids, entry.row); });
     for (const RowId id : ids) {
         const std::optional<RowView> view = table.row(id);

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +35,7 @@ public:
     std::vector<RowId> rows(const Table& table, const LikePattern& pattern);
 
 private:
-    static constexpr std::uint32_t null = 0xFFFFFFFF;
+    static constexpr std::uint32_t null = std::numeric_limits<std::uint32_t>::max();
     /// Key and folded text lie in the two stores. The first bytes of the key stand in `head`: they decide most
     /// comparisons without a look into the store.
     struct Entry {

@@ -49,26 +49,8 @@ int continuationBytes(unsigned char lead)
 
 bool isKnown(ColumnType type)
 {
-    switch (type) {
-    case ColumnType::boolean:
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::dateTime:
-    case ColumnType::binary:
-    case ColumnType::text:
-    case ColumnType::ole:
-    case ColumnType::memo:
-    case ColumnType::guid:
-    case ColumnType::numeric:
-        return true;
-    case ColumnType::blob:
-        break;
-    }
-    return false;
+    return (type >= ColumnType::boolean && type <= ColumnType::memo) || type == ColumnType::guid ||
+           type == ColumnType::numeric;
 }
 
 std::string toUtf8(std::u16string_view text)
