@@ -1,6 +1,5 @@
 #include "mill/tables.h"
 
-#include "files/part_file.h"
 #include "mill/names.h"
 
 #include <algorithm>
@@ -61,10 +60,7 @@ std::u16string tableNamed(const std::vector<jet::Column>& columns)
 void createDatabase(files::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)
 {
     // A database without its two tables would open, and fail the mill later.
-    files::PartFile part(disk, path);
-    jet::Database::create(disk, part.path(), collation, now);
-    createTables(*jet::Database::open(disk, part.path()), now);
-    part.publish();
+    jet::Database::create(disk, path, collation, now, [now](jet::Database& database) { createTables(database, now); });
 }
 
 } // namespace mill

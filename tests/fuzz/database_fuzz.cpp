@@ -14,6 +14,9 @@
 #include "store/jet/care/check.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
+#include "store/jet/format/index_layout.h"
+#include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
 
@@ -31,6 +34,8 @@
 namespace {
 
 using jet::pageSize;
+namespace definition = jet::definition_layout;
+namespace index_page = jet::index_layout;
 using Content = std::vector<std::uint8_t>;
 
 const std::filesystem::path file = "Yag.mdb";
@@ -145,33 +150,39 @@ private:
     {
         const std::size_t number = somePage();
         std::uint8_t* const bytes = page(number);
-        const auto target = static_cast<std::uint32_t>(below(4) == 0 ? number : below(4) == 0 ? random_() : somePage());
-        switch (bytes[0]) {
-        case 2:
+        const jet::PageNo target(below(4) == 0 ? number : below(4) == 0 ? random_() : somePage());
+        switch (static_cast<jet::PageType>(*bytes)) {
+        case jet::PageType::tableDefinition:
             if (below(2) == 0)
-                jet::putU32(bytes + 4, target);
+                definition::page::next.put(bytes, target);
+            else if (below(2) == 0)
+                definition::head::owned.page.put(bytes, target);
             else
-                jet::putU24(bytes + 55 + 4 * below(2) + 1, target);
+                definition::head::freeSpace.page.put(bytes, target);
             break;
-        case 3:
-        case 4: {
-            constexpr std::size_t links[] = {4, 12, 16, 20};
+        case jet::PageType::indexNode:
+        case jet::PageType::indexLeaf: {
+            constexpr std::size_t links[] = {index_page::owner.begin, index_page::previous.begin,
+                                             index_page::next.begin, index_page::tail.begin};
             if (below(3) > 0)
-                jet::putU32(bytes + links[below(4)], target);
+                jet::putU32(bytes + links[below(4)], target.number());
             else
-                jet::putU32(bytes + 480 + below(600), target << 8);
+                jet::putU32(bytes + index_page::area.begin + below(600), target.number() << 8);
             break;
         }
-        default:
-            jet::putU24(bytes + 200 + below(pageSize - 210), target);
+        default: {
+            const std::size_t at = 200 + below(pageSize - 210);
+            jet::putU24(bytes + at, target.number());
+        }
         }
     }
     void wrongSlot()
     {
         std::uint8_t* const bytes = page(somePage());
-        std::uint8_t* const slot = bytes + 14 + 2 * below(40);
-        jet::putU16(slot,
-                    below(2) == 0 ? static_cast<std::uint32_t>(random_()) : jet::getU16(slot) ^ (0x4000U << below(2)));
+        std::uint8_t* const slot = bytes + jet::row_page_layout::slotAt(jet::SlotNo(below(40)));
+        jet::putU16(slot, below(2) == 0
+                              ? static_cast<std::uint32_t>(random_())
+                              : jet::getU16(slot) ^ (unsigned{jet::row_page_layout::pointerFlag} << below(2)));
     }
     void wrongNumber()
     {

@@ -3,6 +3,11 @@
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/index_layout.h"
+#include "store/jet/format/key_layout.h"
+#include "store/jet/format/long_value_layout.h"
+#include "store/jet/format/system_objects.h"
+#include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/mixed_work.h"
@@ -23,6 +28,9 @@ using namespace jet;
 namespace {
 
 using testing::HasSubstr;
+
+namespace at = long_value_layout;
+using namespace definition_layout;
 
 const std::filesystem::path file = "Yag.mdb";
 
@@ -66,6 +74,11 @@ struct Patient {
     {
         for (const int byte : bytes) pager().write(page)[at++] = static_cast<std::uint8_t>(byte);
     }
+    template <class Field, class Value> void put(PageNo page, Field, Value value, std::size_t record = 0)
+    {
+        Field::put(pager().write(page).subspan(record), value);
+    }
+    std::size_t startOf(RowId row) { return slotAt(pager().read(row.page), row.slot)->offset; }
     /// The first slot of the large table for which `wanted` holds.
     template <class Wanted> RowId slotWhere(Wanted&& wanted)
     {
@@ -94,9 +107,14 @@ struct Patient {
     std::size_t indexRecord(Table::State& table, std::size_t number)
     {
         const PageView page = pager().read(table.definition.page);
-        for (std::size_t at = 63, seen = 0; at + 52 < pageSize; ++at)
-            if (getU32(&page[at]) == 0x783 && seen++ == number) return at;
+        for (std::size_t at = head::bytes, seen = 0; at + physicalIndex::bytes < pageSize; ++at)
+            if (physicalIndex::magic.get(&page[at]) == indexMagicNumber && seen++ == number) return at;
         throw std::logic_error("no such index");
+    }
+    /// Of the small table's index.
+    void putFlags(unsigned flag)
+    {
+        put(small().definition.page, physicalIndex::flags, physicalIndex::alwaysFlag | flag, indexRecord(small(), 0));
     }
     RowId rightsOf(PageNo definition)
     {
@@ -157,21 +175,25 @@ RowTable<Damage> checkDamage()
     warning("page of nobody", "ne boş ne de birinin", [](Patient& p) { allocatePage(p.pager()); });
     fault("one map for two tables", "haritanın iki sahibi var", [](Patient& p) {
         const MapRef map = p.large().definition.owned;
-        p.poke(p.small().definition.page, 55,
-               {map.slot.number(), int(map.page.number() & 255), int(map.page.number() >> 8), 0});
+        p.put(p.small().definition.page, head::owned, map);
     });
     fault("list of roomy pages with a foreign one", "yer olan sayfaları arasında",
           [](Patient& p) { mapSet(p.pager(), p.small().definition.freeSpace, p.dataPage(p.large())); });
-    fault("map page of another kind", "harita", [](Patient& p) { p.poke(p.small().definition.owned.page, 4, {9}); });
-    warning("bits in the second global map", "ikinci haritada", [](Patient& p) { p.poke(1, 0xF80, {1}); });
-    fault("free map page with a wrong count", "1. sayfa: boş alan", [](Patient& p) { p.poke(1, 2, {1, 1}); });
+    fault("map page of another kind", "harita",
+          [](Patient& p) { p.put(p.small().definition.owned.page, row_page_layout::owner, PageNo(9)); });
+    warning("bits in the second global map", "ikinci haritada", [](Patient& p) {
+        p.poke(1, p.startOf({1, secondGlobalMap.slot}) + usage_map_layout::inlineBits + 5, {1});
+    });
+    fault("free map page with a wrong count", "1. sayfa: boş alan",
+          [](Patient& p) { p.put(1, page_layout::freeBytes, 257); });
 
     // Definitions and the catalogue
     fault("definition without its mark", "tanım sayfasının ikinci baytı",
-          [](Patient& p) { p.poke(p.small().definition.page, 1, {0}); });
+          [](Patient& p) { p.put(p.small().definition.page, page_layout::mark, 0); });
     warning("free count of a definition", "tanımın boş alan",
-            [](Patient& p) { p.poke(p.small().definition.page, 2, {1}); });
-    fault("definition of another type", "tablo tanımı", [](Patient& p) { p.poke(p.small().definition.page, 0, {1}); });
+            [](Patient& p) { p.put(p.small().definition.page, page_layout::freeBytes, 1); });
+    fault("definition of another type", "tablo tanımı",
+          [](Patient& p) { p.put(p.small().definition.page, page_layout::type, 1); });
     fault("table without rights", "erişim hakları yok", [](Patient& p) {
         auto& rights = p.state(u"MSysACEs");
         const PageNo definition = p.small().definition.page;
@@ -181,39 +203,37 @@ RowTable<Damage> checkDamage()
         std::optional<RowId> container;
         const Table& objects = p.database->table(u"MSysObjects");
         objects.forEachRow([&](RowId id, const RowView& row) {
-            if (row.number(*objects.columnNamed(u"Id")) == double(0x0F000001)) container = id;
+            if (row.number(*objects.columnNamed(u"Id")) == double(tablesContainer)) container = id;
             return true;
         });
         p.state(u"MSysObjects").erase(*container);
     });
 
     // Row pages
-    fault("page of another owner", "tablonun veri sayfası değil", [](Patient& p) {
-        p.poke(p.dataPage(p.large()), 4, {2, 0});
-    });
-    fault("wrong free count", "boş alan sayısı yanlış", [](Patient& p) {
-        p.poke(p.dataPage(p.large()), 2, {0xEE, 7});
-    });
+    fault("page of another owner", "tablonun veri sayfası değil",
+          [](Patient& p) { p.put(p.dataPage(p.large()), row_page_layout::owner, PageNo(2)); });
+    fault("wrong free count", "boş alan sayısı yanlış",
+          [](Patient& p) { p.put(p.dataPage(p.large()), page_layout::freeBytes, 2030); });
     fault("slots out of order", "yerleri sayfaya uymuyor", [](Patient& p) {
-        p.poke(p.dataPage(p.large()), 14, {0xFF, 0x1F});
+        p.poke(p.dataPage(p.large()), row_page_layout::slotAt(0), {255, 31});
     });
-    fault("too many slots", "sayfaya uymuyor", [](Patient& p) { p.poke(p.dataPage(p.large()), 12, {0xFF, 0xFF}); });
+    fault("too many slots", "sayfaya uymuyor",
+          [](Patient& p) { p.put(p.dataPage(p.large()), row_page_layout::slotCount, 65535); });
 
     // Rows
     fault("row with too many columns", "sütun sayısı", [](Patient& p) {
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
-        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset, {77});
+        p.poke(row.page, p.startOf(row), {77});
     });
-    warning("wrong row count", "satır yazılı", [](Patient& p) { p.poke(p.large().definition.page, 16, {1, 0}); });
+    warning("wrong row count", "satır yazılı", [](Patient& p) { p.put(p.large().definition.page, head::rowCount, 1); });
     fault("moved row that leads nowhere", "taşındığı yer", [](Patient& p) {
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
-        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset, {0, 0xFF, 0xFF, 0xFF});
+        p.put(row.page, row_page_layout::pointer, RowId{farthestPage, 0}, p.startOf(row));
     });
     fault("moved row that leads to an ordinary one", "taşındığı yerde satır yok", [](Patient& p) {
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
         const RowId other = p.slotWhere([](Slot slot) { return slot.live() && !slot.pointer; });
-        p.poke(row.page, slotAt(p.pager().read(row.page), row.slot)->offset,
-               {other.slot.number(), int(other.page.number() & 255), int(other.page.number() >> 8), 0});
+        p.put(row.page, row_page_layout::pointer, other, p.startOf(row));
     });
     fault("moved row with two heads", "iki yerden geliniyor", [](Patient& p) {
         const RowId row = p.slotWhere([](Slot slot) { return slot.live() && slot.pointer; });
@@ -234,29 +254,31 @@ RowTable<Damage> checkDamage()
         const auto [page, at] = p.fieldWhere(day, [](auto) { return true; });
         p.poke(page, at, {0, 0, 0, 0, 0, 0, 0xF0, 0x7F});
     });
-    warning("counter below the largest number", "sayaç", [](Patient& p) {
-        p.poke(p.large().definition.page, 20, {3, 0});
-    });
+    warning("counter below the largest number", "sayaç",
+            [](Patient& p) { p.put(p.large().definition.page, head::lastAutoNumber, 3); });
 
     // Values outside their rows
-    const auto isOutside = [](std::span<const std::uint8_t> bytes) { return (bytes[3] & 0xC0) == 0x40; };
+    const auto isOutside = [](std::span<const std::uint8_t> bytes) {
+        return at::lengthAndKind.get(bytes) >> at::kindShift == at::onePageKind;
+    };
     fault("value on a missing page", "uzun alan", [=](Patient& p) {
         const auto [page, at] = p.fieldWhere(note, isOutside);
-        p.poke(page, at + 5, {0xFF, 0xFF, 0x0F});
+        p.poke(page, at + at::place.page.begin, {255, 255, 15});
     });
     fault("value in a dead slot", "uzun alanın satırı yok", [=](Patient& p) {
         const auto [page, at] = p.fieldWhere(note, isOutside);
-        const auto bytes = p.pager().read(page).subspan(at, 12);
-        killSlot(p.pager().write(PageNo(getU24(&bytes[5]))), SlotNo(bytes[4]));
+        const RowId value = at::place.get(p.pager().read(page).subspan(at));
+        killSlot(p.pager().write(value.page), value.slot);
     });
     fault("value of two rows", "iki değere ait", [=](Patient& p) {
-        std::set<std::uint32_t> seen;
+        std::set<RowId> seen;
         const auto first = p.fieldWhere(note, isOutside);
         const auto second = p.fieldWhere(note, [&](auto bytes) {
-            return isOutside(bytes) && seen.insert(getU32(&bytes[4])).second && seen.size() == 2;
+            return isOutside(bytes) && seen.insert(at::place.get(bytes)).second && seen.size() == 2;
         });
         const auto from = p.pager().read(first.first);
-        for (int i = 0; i < 12; ++i) p.poke(second.first, second.second + i, {from[first.second + i]});
+        for (std::size_t i = 0; i < at::reference; ++i)
+            p.poke(second.first, second.second + i, {from[first.second + i]});
     });
     warning("value of no row", "hiçbir satır kullanmıyor", [=](Patient& p) {
         const auto [page, at] = p.fieldWhere(note, isOutside);
@@ -277,41 +299,41 @@ RowTable<Damage> checkDamage()
         p.large().tree(p.large().definition.indexes[1]).erase(key, row);
     });
     fault("entry without a row", "öyle sağlam bir satır yok", [](Patient& p) {
-        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 1, 0}, RowId{p.dataPage(p.large()), 254});
+        p.large()
+            .tree(p.large().definition.indexes[1])
+            .insert(Key{key_layout::valueAscending, 1, 0}, RowId{p.dataPage(p.large()), 254});
     });
     fault("entry for a missing page", "öyle sağlam bir satır yok", [](Patient& p) {
-        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 1, 0}, RowId{0xFFFFFF, 0});
+        p.large()
+            .tree(p.large().definition.indexes[1])
+            .insert(Key{key_layout::valueAscending, 1, 0}, RowId{farthestPage, 0});
     });
     fault("two entries for a row", "iki giriş var", [=](Patient& p) {
         const auto [key, row] = firstEntry(p, 1);
-        p.large().tree(p.large().definition.indexes[1]).insert(Key{0x7F, 0xEE, 1, 0}, row);
+        p.large().tree(p.large().definition.indexes[1]).insert(Key{key_layout::valueAscending, 238, 1, 0}, row);
     });
     fault("key of another value", "yazılı anahtar", [=](Patient& p) {
         const auto [key, row] = firstEntry(p, 1);
         const IndexTree tree = p.large().tree(p.large().definition.indexes[1]);
         IndexTree(tree).erase(key, row);
-        IndexTree(tree).insert(Key{0x7F, 0xEE, 1, 0}, row);
+        IndexTree(tree).insert(Key{key_layout::valueAscending, 238, 1, 0}, row);
     });
     fault("field changed behind the index's back", "yazılı anahtar", [](Patient& p) {
         const auto [page, at] = p.fieldWhere(day, [](auto) { return true; });
         p.poke(page, at, {0, 0, 0, 0, 0, 0, 0xF0, 0x40});
     });
-    fault("equal keys in a unique index", "benzersiz",
-          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x81}); });
-    fault("empty field of a required index", "zorunlu",
-          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x88}); });
+    fault("equal keys in a unique index", "benzersiz", [](Patient& p) { p.putFlags(physicalIndex::uniqueFlag); });
+    fault("empty field of a required index", "zorunlu", [](Patient& p) { p.putFlags(physicalIndex::requiredFlag); });
     fault("entry that an index without empty rows has", "boş olduğu hâlde",
-          [](Patient& p) { p.poke(p.small().definition.page, p.indexRecord(p.small(), 0) + 46, {0x82}); });
-    warning("too few distinct keys", "ayrı anahtar", [](Patient& p) {
-        namespace statistics = definition_layout::statistics;
-        p.poke(p.small().definition.page, statistics::at(0) + statistics::distinctKeys.begin, {1});
-    });
+          [](Patient& p) { p.putFlags(physicalIndex::ignoreNullsFlag); });
+    warning("too few distinct keys", "ayrı anahtar",
+            [](Patient& p) { p.put(p.small().definition.page, statistics::distinctKeys, 1, statistics::at(0)); });
     fault("tree with a broken link", "dizini", [](Patient& p) {
         const PageNo root = p.large().definition.indexes[1].root;
-        p.poke(root, 24, {0xFF, 0x01});
+        p.put(root, index_layout::prefix, 511);
     });
     fault("tree page of another table", "dizini",
-          [](Patient& p) { p.poke(p.small().definition.indexes[0].root, 4, {2}); });
+          [](Patient& p) { p.put(p.small().definition.indexes[0].root, index_layout::owner, PageNo(2)); });
     return table;
 }
 

@@ -22,6 +22,7 @@ using jet::PageCount;
 using jet::PageNo;
 using jet::RowId;
 using jet::SlotNo;
+namespace at = jet::index_layout;
 
 namespace {
 
@@ -170,18 +171,18 @@ TEST(IndexTree, leafHasTheBytesThatAccessWrites)
     for (const std::uint8_t number : {2, 1, 4, 5, 3})
         bench.tree->insert(longKey(number), RowId{75, SlotNo(number - 1U)});
     const auto page = bench.pager->read(root);
-    ASSERT_EQ(hexOf(page.first(27)), "0401f30d0200000000000000000000000000000000000000000000");
-    ASSERT_EQ(hexOf(page.subspan(27, 7)), "00020408102000");
-    ASSERT_EQ(hexOf(page.subspan(480, 46)), "7f8000000100004b00"
-                                            "7f8000000200004b01"
-                                            "7f8000000300004b02"
-                                            "7f8000000400004b03"
-                                            "7f8000000500004b04"
-                                            "00");
+    ASSERT_EQ(hexOf(page.first(at::mask.begin)), "0401f30d0200000000000000000000000000000000000000000000");
+    ASSERT_EQ(hexOf(page.subspan(at::mask.begin, 7)), "00020408102000");
+    ASSERT_EQ(hexOf(at::area.of(page).first<46>()), "7f8000000100004b00"
+                                                    "7f8000000200004b01"
+                                                    "7f8000000300004b02"
+                                                    "7f8000000400004b03"
+                                                    "7f8000000500004b04"
+                                                    "00");
     bench.tree->insert(longKey(6), RowId{75, 5});
-    ASSERT_EQ(hexOf(page.subspan(2, 2)), "ea0d");
-    ASSERT_EQ(page[27 + 6], std::uint8_t{0x40});
-    ASSERT_EQ(hexOf(page.subspan(480 + 45, 9)), "7f8000000600004b05");
+    ASSERT_EQ(at::freeBytes.get(page), 3562);
+    ASSERT_EQ(at::mask.of(page)[6], std::uint8_t{64});
+    ASSERT_EQ(hexOf(at::area.of(page).subspan<45, 9>()), "7f8000000600004b05");
 }
 
 TEST(IndexTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
@@ -204,15 +205,15 @@ TEST(IndexTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
     const jet::IndexPage top(*bench.pager, root, table);
     ASSERT_FALSE(top.isLeaf());
     ASSERT_EQ(top.count(), 1U);
-    ASSERT_EQ(hexOf(top.bytes().first(4)), "0301130e");
+    ASSERT_EQ(hexOf(top.bytes().first(jet::page_layout::head)), "0301130e");
     ASSERT_EQ(top.level(), std::uint8_t{1});
     const jet::IndexPage left(*bench.pager, top.child(0), table), right(*bench.pager, top.tail(), table);
-    ASSERT_EQ(jet::index_layout::prefix.get(left.bytes()), 3U);
+    ASSERT_EQ(at::prefix.get(left.bytes()), 3U);
     ASSERT_EQ(left.count(), 510U);
-    ASSERT_EQ(jet::getU16(&left.bytes()[2]), std::uint16_t{553});
+    ASSERT_EQ(at::freeBytes.get(left.bytes()), 553);
     ASSERT_EQ(left.next(), top.tail());
     ASSERT_EQ(right.previous(), top.child(0));
-    ASSERT_EQ(hexOf(right.bytes().subspan(480, 10)), "ff00001439ff0000143a");
+    ASSERT_EQ(hexOf(at::area.of(right.bytes()).first<10>()), "ff00001439ff0000143a");
 }
 
 struct IndexTreeHistoryRow {
@@ -222,20 +223,17 @@ struct IndexTreeHistoryRow {
 };
 class IndexTreeHistory : public TableTest<IndexTreeHistoryRow> {};
 
-RowTable<IndexTreeHistoryRow> indexTreeHistory()
-{
-    return {
-        {"numbers", {0, 10, 1500}},
-        {"few distinct numbers", {1, 10, 1000}},
-        {"texts", {2, 10, 700}},
-        {"longest keys", {3, 12, 150}},
-        {"long common prefixes", {4, 10, 500}},
-        {"keys that other keys begin with", {6, 10, 1000}},
-        {"lengths of all kinds", {5, 12, 300}},
-    };
-}
+const RowTable<IndexTreeHistoryRow> indexTreeHistory = {
+    {"numbers", {0, 10, 1500}},
+    {"few distinct numbers", {1, 10, 1000}},
+    {"texts", {2, 10, 700}},
+    {"longest keys", {3, 12, 150}},
+    {"long common prefixes", {4, 10, 500}},
+    {"keys that other keys begin with", {6, 10, 1000}},
+    {"lengths of all kinds", {5, 12, 300}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, IndexTreeHistory, testing::ValuesIn(indexTreeHistory()), RowName());
+INSTANTIATE_TEST_SUITE_P(, IndexTreeHistory, testing::ValuesIn(indexTreeHistory), RowName());
 
 TEST_P(IndexTreeHistory, randomChangesKeepTheTreeTrue)
 {
@@ -516,7 +514,10 @@ TEST(IndexTree, rebuildWorksOnAWreck)
     const Model model = fill(bench, keys);
     jet::Transaction wreck(*bench.pager);
     // The root's first child is the root itself.
-    jet::putU32(&bench.pager->write(root)[480 + 9], 0x04000000);
+    const auto child =
+        at::area.of(bench.pager->write(root)).subspan(keys[0].size() + at::rowIdBytes, at::childPageBytes);
+    std::ranges::fill(child, std::uint8_t{0});
+    child.back() = std::uint8_t(root.number());
     wreck.commit();
     jet::Transaction repair(*bench.pager);
     bench.tree->rebuild({model.begin(), model.end()});
@@ -529,33 +530,30 @@ TEST(IndexTree, rebuildWorksOnAWreck)
 }
 
 struct IndexTreeFaultRow {
-    int offset;
+    std::size_t offset;
     bool inRoot;
 };
 class IndexTreeFault : public TableTest<IndexTreeFaultRow> {};
 
-RowTable<IndexTreeFaultRow> indexTreeFault()
-{
-    return {
-        {"free field", {2, false}},
-        {"owner", {4, false}},
-        {"previous page", {12, false}},
-        {"next page", {16, false}},
-        {"tail of a leaf", {20, false}},
-        {"level", {26, false}},
-        {"end mask", {29, false}},
-        {"entry", {482, false}},
-        {"type", {0, false}},
-        {"second byte", {1, false}},
-        {"node's entry", {480 + 4, true}},
-        {"node's child", {480 + 12, true}},
-        {"node's tail", {20, true}},
-        {"node's free field", {2, true}},
-        {"root's neighbour", {16, true}},
-    };
-}
+const RowTable<IndexTreeFaultRow> indexTreeFault = {
+    {"free field", {at::freeBytes.begin, false}},
+    {"owner", {at::owner.begin, false}},
+    {"previous page", {at::previous.begin, false}},
+    {"next page", {at::next.begin, false}},
+    {"tail of a leaf", {at::tail.begin, false}},
+    {"level", {at::level.begin, false}},
+    {"end mask", {at::mask.begin + 2, false}},
+    {"entry", {at::area.begin + 2, false}},
+    {"type", {at::type.begin, false}},
+    {"second byte", {at::mark.begin, false}},
+    {"node's entry", {at::area.begin + 4, true}},
+    {"node's child", {at::area.begin + 12, true}},
+    {"node's tail", {at::tail.begin, true}},
+    {"node's free field", {at::freeBytes.begin, true}},
+    {"root's neighbour", {at::next.begin, true}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, IndexTreeFault, testing::ValuesIn(indexTreeFault()), RowName());
+INSTANTIATE_TEST_SUITE_P(, IndexTreeFault, testing::ValuesIn(indexTreeFault), RowName());
 
 TEST_P(IndexTreeFault, checkFindsEveryKindOfFault)
 {
@@ -566,8 +564,8 @@ TEST_P(IndexTreeFault, checkFindsEveryKindOfFault)
     const Model model = fill(bench, keys);
     const PageNo second = jet::IndexPage(*bench.pager, root, table).child(1);
     jet::Transaction change(*bench.pager);
-    std::uint8_t& byte = bench.pager->write(inRoot ? root : second)[std::size_t(offset)];
-    byte = std::uint8_t(byte ^ 0x05);
+    std::uint8_t& byte = bench.pager->write(inRoot ? root : second)[offset];
+    byte = std::uint8_t(byte ^ 5);
     change.commit();
     std::vector<std::string> faults, warnings;
     std::vector<PageNo> pages;

@@ -20,68 +20,65 @@ struct LikePatternMatchRow {
 };
 class LikePatternMatch : public TableTest<LikePatternMatchRow> {};
 
-RowTable<LikePatternMatchRow> likePatternMatch()
-{
-    return {
-        {"first letter", {u"A*", u"Ali", true}},
-        {"letter case does not count", {u"A*", u"ali", true}},
-        {"another letter", {u"A*", u"Çağla", false}},
-        {"a letter with a circumflex is another letter", {u"A*", u"Âdem", false}},
-        {"the star may stand for nothing", {u"Ali*", u"Ali", true}},
-        {"a longer name of two words", {u"Ali*", u"Ali Veli", true}},
-        {"a longer name of one word", {u"Ali*", u"Alican", true}},
-        {"not in the middle", {u"Ali*", u"Veli Ali", false}},
-        {"not a shorter name", {u"Ali*", u"Al", false}},
-        {"capital dotted i is i", {u"Ali*", u"ALİ", true}},
-        {"capital dotless i is not i", {u"Ali*", u"ALI", false}},
-        {"dotless small", {u"Işık*", u"ışık", true}},
-        {"dotless capital", {u"Işık*", u"IŞIK", true}},
-        {"dotted finds small i", {u"İs*", u"is", true}},
-        {"dotted does not find dotless", {u"İs*", u"Isparta", false}},
-        {"a typed star doubles", {u"A**", u"Ali", true}},
-        {"a typed star is a wildcard", {u"A*l*", u"Ahmet Veli", true}},
-        {"a comma is a comma", {u"5,*", u"5,", true}},
-        {"percent is percent", {u"%*", u"%5", true}},
-        {"percent is no wildcard", {u"%*", u"Ali", false}},
-        {"underscore is underscore", {u"A_*", u"A_1", true}},
-        {"underscore is no wildcard", {u"A_*", u"Ali", false}},
-        {"number sign is a digit", {u"A#*", u"A1", true}},
-        {"number sign is no letter", {u"A#*", u"Ab", false}},
-        {"set, first", {u"[AB]l*", u"Ali", true}},
-        {"set, second", {u"[AB]l*", u"Bl", true}},
-        {"set, neither", {u"[AB]l*", u"Cl", false}},
-        {"a typed blank is needed", {u"Ali *", u"Ali", false}},
-        {"a typed blank is found", {u"Ali *", u"Ali Veli", true}},
+const RowTable<LikePatternMatchRow> likePatternMatch = {
+    {"first letter", {u"A*", u"Ali", true}},
+    {"letter case does not count", {u"A*", u"ali", true}},
+    {"another letter", {u"A*", u"Çağla", false}},
+    {"a letter with a circumflex is another letter", {u"A*", u"Âdem", false}},
+    {"the star may stand for nothing", {u"Ali*", u"Ali", true}},
+    {"a longer name of two words", {u"Ali*", u"Ali Veli", true}},
+    {"a longer name of one word", {u"Ali*", u"Alican", true}},
+    {"not in the middle", {u"Ali*", u"Veli Ali", false}},
+    {"not a shorter name", {u"Ali*", u"Al", false}},
+    {"capital dotted i is i", {u"Ali*", u"ALİ", true}},
+    {"capital dotless i is not i", {u"Ali*", u"ALI", false}},
+    {"dotless small", {u"Işık*", u"ışık", true}},
+    {"dotless capital", {u"Işık*", u"IŞIK", true}},
+    {"dotted finds small i", {u"İs*", u"is", true}},
+    {"dotted does not find dotless", {u"İs*", u"Isparta", false}},
+    {"a typed star doubles", {u"A**", u"Ali", true}},
+    {"a typed star is a wildcard", {u"A*l*", u"Ahmet Veli", true}},
+    {"a comma is a comma", {u"5,*", u"5,", true}},
+    {"percent is percent", {u"%*", u"%5", true}},
+    {"percent is no wildcard", {u"%*", u"Ali", false}},
+    {"underscore is underscore", {u"A_*", u"A_1", true}},
+    {"underscore is no wildcard", {u"A_*", u"Ali", false}},
+    {"number sign is a digit", {u"A#*", u"A1", true}},
+    {"number sign is no letter", {u"A#*", u"Ab", false}},
+    {"set, first", {u"[AB]l*", u"Ali", true}},
+    {"set, second", {u"[AB]l*", u"Bl", true}},
+    {"set, neither", {u"[AB]l*", u"Cl", false}},
+    {"a typed blank is needed", {u"Ali *", u"Ali", false}},
+    {"a typed blank is found", {u"Ali *", u"Ali Veli", true}},
 
-        {"question mark is one character", {u"A?i", u"Ali", true}},
-        {"question mark is not nothing", {u"Al?i", u"Ali", false}},
-        {"question mark is not two", {u"A?", u"Ali", false}},
-        {"range", {u"[a-c]*", u"Bekir", true}},
-        {"range goes by the alphabet", {u"[a-d]*", u"Çetin", true}},
-        {"range ends there", {u"[a-c]*", u"Çetin", false}},
-        {"range of digits", {u"[2-4]", u"3", true}},
-        {"range of digits, outside", {u"[2-4]", u"5", false}},
-        {"negated set", {u"[!AB]*", u"Cemal", true}},
-        {"negated set, in it", {u"[!AB]*", u"bekir", false}},
-        {"negated set needs a character", {u"[!AB]", u"", false}},
-        {"lone exclamation mark", {u"[!]", u"!", true}},
-        {"hyphen at an end", {u"[a-]x", u"-x", true}},
-        {"hyphen in front", {u"[-a]x", u"-x", true}},
-        {"wildcards in brackets are themselves", {u"[*]*", u"*5", true}},
-        {"wildcards in brackets, other", {u"[*]*", u"Ali", false}},
-        {"an opening bracket in brackets", {u"[[]a", u"[a", true}},
-        {"empty brackets are nothing", {u"A[]l*", u"Ali", true}},
-        {"a closing bracket alone", {u"a]b", u"A]B", true}},
-        {"no pattern, no text", {u"", u"", true}},
-        {"no pattern, some text", {u"", u"A", false}},
-        {"star alone, no text", {u"*", u"", true}},
-        {"end is anchored", {u"*li", u"Veli Ali", true}},
-        {"end is anchored, not there", {u"*li", u"Alican", false}},
-        {"the last star gives way", {u"*ab*ab", u"abxabyab", true}},
-    };
-}
+    {"question mark is one character", {u"A?i", u"Ali", true}},
+    {"question mark is not nothing", {u"Al?i", u"Ali", false}},
+    {"question mark is not two", {u"A?", u"Ali", false}},
+    {"range", {u"[a-c]*", u"Bekir", true}},
+    {"range goes by the alphabet", {u"[a-d]*", u"Çetin", true}},
+    {"range ends there", {u"[a-c]*", u"Çetin", false}},
+    {"range of digits", {u"[2-4]", u"3", true}},
+    {"range of digits, outside", {u"[2-4]", u"5", false}},
+    {"negated set", {u"[!AB]*", u"Cemal", true}},
+    {"negated set, in it", {u"[!AB]*", u"bekir", false}},
+    {"negated set needs a character", {u"[!AB]", u"", false}},
+    {"lone exclamation mark", {u"[!]", u"!", true}},
+    {"hyphen at an end", {u"[a-]x", u"-x", true}},
+    {"hyphen in front", {u"[-a]x", u"-x", true}},
+    {"wildcards in brackets are themselves", {u"[*]*", u"*5", true}},
+    {"wildcards in brackets, other", {u"[*]*", u"Ali", false}},
+    {"an opening bracket in brackets", {u"[[]a", u"[a", true}},
+    {"empty brackets are nothing", {u"A[]l*", u"Ali", true}},
+    {"a closing bracket alone", {u"a]b", u"A]B", true}},
+    {"no pattern, no text", {u"", u"", true}},
+    {"no pattern, some text", {u"", u"A", false}},
+    {"star alone, no text", {u"*", u"", true}},
+    {"end is anchored", {u"*li", u"Veli Ali", true}},
+    {"end is anchored, not there", {u"*li", u"Alican", false}},
+    {"the last star gives way", {u"*ab*ab", u"abxabyab", true}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternMatch, testing::ValuesIn(likePatternMatch()), RowName());
+INSTANTIATE_TEST_SUITE_P(, LikePatternMatch, testing::ValuesIn(likePatternMatch), RowName());
 
 TEST_P(LikePatternMatch, matchesWhatThePatternSays)
 {
@@ -93,17 +90,14 @@ TEST_P(LikePatternMatch, matchesWhatThePatternSays)
 
 class LikePatternRefusal : public TableTest<std::u16string> {};
 
-RowTable<std::u16string> likePatternRefusal()
-{
-    return {
-        {"set not closed", u"[A*"},
-        {"second set not closed", u"[A]l["},
-        {"range backwards", u"[c-a]*"},
-        {"range backwards by the alphabet", u"[d-ç]*"},
-    };
-}
+const RowTable<std::u16string> likePatternRefusal = {
+    {"set not closed", u"[A*"},
+    {"second set not closed", u"[A]l["},
+    {"range backwards", u"[c-a]*"},
+    {"range backwards by the alphabet", u"[d-ç]*"},
+};
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternRefusal, testing::ValuesIn(likePatternRefusal()), RowName());
+INSTANTIATE_TEST_SUITE_P(, LikePatternRefusal, testing::ValuesIn(likePatternRefusal), RowName());
 
 TEST_P(LikePatternRefusal, refusesPatternsThatCannotBeRead)
 {
@@ -124,17 +118,14 @@ struct LikePatternPrefixRow {
 };
 class LikePatternPrefix : public TableTest<LikePatternPrefixRow> {};
 
-RowTable<LikePatternPrefixRow> likePatternPrefix()
-{
-    return {
-        {"a typed name", {u"Ali*", u"ali", true}}, {"dotless i", {u"Işık*", u"ışık", true}},
-        {"a star inside", {u"A*l*", u"a", false}}, {"two stars are one", {u"A**", u"a", true}},
-        {"a set", {u"A[bc]*", u"a", false}},       {"no star", {u"Ali", u"ali", false}},
-        {"star alone", {u"*", u"", true}},
-    };
-}
+const RowTable<LikePatternPrefixRow> likePatternPrefix = {
+    {"a typed name", {u"Ali*", u"ali", true}}, {"dotless i", {u"Işık*", u"ışık", true}},
+    {"a star inside", {u"A*l*", u"a", false}}, {"two stars are one", {u"A**", u"a", true}},
+    {"a set", {u"A[bc]*", u"a", false}},       {"no star", {u"Ali", u"ali", false}},
+    {"star alone", {u"*", u"", true}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternPrefix, testing::ValuesIn(likePatternPrefix()), RowName());
+INSTANTIATE_TEST_SUITE_P(, LikePatternPrefix, testing::ValuesIn(likePatternPrefix), RowName());
 
 TEST_P(LikePatternPrefix, knowsWhatEveryMatchBeginsWith)
 {

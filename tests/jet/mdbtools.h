@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/format/key_layout.h"
 #include "store/jet/table/table.h"
 #include "tests/support/bytes.h"
 #include "tests/support/process.h"
@@ -69,9 +70,8 @@ inline std::string printedDate(jet::DateTime date)
 inline std::string shownGuid(const jet::Guid& guid)
 {
     auto bytes = guid.bytes;
-    std::reverse(bytes.begin(), bytes.begin() + 4);
-    std::reverse(bytes.begin() + 4, bytes.begin() + 6);
-    std::reverse(bytes.begin() + 6, bytes.begin() + 8);
+    constexpr auto& parts = jet::key_layout::guidParts;
+    for (std::size_t i = 1; i < parts.size(); ++i) std::reverse(&bytes[parts[i - 1]], &bytes[parts[i]]);
     std::string shown = hexOf(bytes);
     for (const std::size_t at : {20U, 16U, 12U, 8U}) shown.insert(at, "-");
     return shown;

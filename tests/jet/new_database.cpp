@@ -124,15 +124,12 @@ TEST_P(NewDatabaseBytes, bytesAreThoseOfTheFormat)
 
 class NewDatabaseOrder : public TableTest<bool> {};
 
-RowTable<bool> newDatabaseOrder()
-{
-    return {
-        {"general order", false},
-        {"Turkish order", true},
-    };
-}
+const RowTable<bool> newDatabaseOrder = {
+    {"general order", false},
+    {"Turkish order", true},
+};
 
-INSTANTIATE_TEST_SUITE_P(, NewDatabaseOrder, testing::ValuesIn(newDatabaseOrder()), RowName());
+INSTANTIATE_TEST_SUITE_P(, NewDatabaseOrder, testing::ValuesIn(newDatabaseOrder), RowName());
 
 TEST_P(NewDatabaseOrder, namesOfTheCatalogueAreIndexed)
 {
@@ -163,19 +160,16 @@ struct NewDatabaseAccountsRow {
 };
 class NewDatabaseAccounts : public TableTest<NewDatabaseAccountsRow> {};
 
-RowTable<NewDatabaseAccountsRow> newDatabaseAccounts()
-{
-    return {
-        {"general order",
-         {false, plainHex("E404"), plainHex("A6110000 09040000 81AFD46B4FECE440"), plainHex("62A70000"),
-          plainHex("06EA"), plainHex("06ED")}},
-        {"Turkish order",
-         {true, plainHex("E604"), plainHex("A6110000 1F040000 06A2B1B29F1DE640"), plainHex("ECB00000"),
-          plainHex("F589"), plainHex("F58E")}},
-    };
-}
+const RowTable<NewDatabaseAccountsRow> newDatabaseAccounts = {
+    {"general order",
+     {false, plainHex("E404"), plainHex("A6110000 09040000 81AFD46B4FECE440"), plainHex("62A70000"), plainHex("06EA"),
+      plainHex("06ED")}},
+    {"Turkish order",
+     {true, plainHex("E604"), plainHex("A6110000 1F040000 06A2B1B29F1DE640"), plainHex("ECB00000"), plainHex("F589"),
+      plainHex("F58E")}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, NewDatabaseAccounts, testing::ValuesIn(newDatabaseAccounts()), RowName());
+INSTANTIATE_TEST_SUITE_P(, NewDatabaseAccounts, testing::ValuesIn(newDatabaseAccounts), RowName());
 
 TEST_P(NewDatabaseAccounts, accountsBelongToTheHeader)
 {

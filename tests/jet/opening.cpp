@@ -2,7 +2,9 @@
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/header_layout.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/samples.h"
 #include "tests/support/fault.h"
@@ -36,6 +38,8 @@ Content sound()
     change.commit();
     return disk.content("a.mdb");
 }
+
+namespace at = jet::header_layout;
 
 /// Changes the readable bytes of the header.
 void inHeader(Content& content, const std::function<void(jet::PageBytes)>& change)
@@ -74,34 +78,34 @@ struct OpeningRefusalRow {
 };
 class OpeningRefusal : public TableTest<OpeningRefusalRow> {};
 
-RowTable<OpeningRefusalRow> openingRefusal()
-{
-    RowTable<OpeningRefusalRow> table;
-    const auto row = [&table](const char* name, jet::Fault fault, std::function<void(Content&)> spoil) {
-        table.push_back({name, {spoil, fault}});
-    };
-    using jet::Fault;
-    row("a text file", Fault::notADatabase, [](Content& c) { c.assign(70000, std::uint8_t{'a'}); });
-    row("a page full of zeros", Fault::notADatabase,
-        [](Content& c) { std::fill(c.begin(), c.end(), std::uint8_t{0}); });
-    row("Access 97", Fault::oldFormat, [](Content& c) { c[0x14] = 0; });
-    row("Access 2010 by its version", Fault::newFormat, [](Content& c) { c[0x14] = 3; });
-    row("Access 2007 by its signature", Fault::newFormat, [](Content& c) { text(c, 4, "Standard ACE DB"); });
-    row("Money by its signature", Fault::notADatabase, [](Content& c) { text(c, 4, "MSISAM Database"); });
-    row("a password", Fault::password, [](Content& c) { inHeader(c, [](jet::PageBytes page) { page[0x42] ^= 'x'; }); });
-    row("encoded pages", Fault::encoded, [](Content& c) { inHeader(c, [](jet::PageBytes page) { page[0x3E] = 1; }); });
-    row("cut inside a page", Fault::cutShort, [](Content& c) { c.resize(c.size() - 100); });
-    row("cut before its last page", Fault::cutShort, [](Content& c) { c.resize(c.size() - jet::pageSize); });
-    row("cut before the pages of its table", Fault::cutShort, [](Content& c) { c.resize(16 * jet::pageSize); });
-    row("cut before the pages of the system", Fault::cutShort, [](Content& c) { c.resize(5 * jet::pageSize); });
-    row("a header that leads nowhere", Fault::damaged,
-        [](Content& c) { inHeader(c, [](jet::PageBytes page) { page[0x22] = 0x70; }); });
-    row("a catalogue that is none", Fault::damaged, [](Content& c) { c[2 * jet::pageSize] = 1; });
-    row("a catalogue without its columns", Fault::damaged, [](Content& c) { c[2 * jet::pageSize + 45] = 16; });
-    return table;
-}
+using jet::Fault;
+const RowTable<OpeningRefusalRow> openingRefusal = {
+    {"a text file", {[](Content& c) { c.assign(70000, std::uint8_t{'a'}); }, Fault::notADatabase}},
+    {"a page full of zeros", {[](Content& c) { std::fill(c.begin(), c.end(), std::uint8_t{0}); }, Fault::notADatabase}},
+    {"Access 97", {[](Content& c) { at::version.put(c, 0); }, Fault::oldFormat}},
+    {"Access 2010 by its version", {[](Content& c) { at::version.put(c, 3); }, Fault::newFormat}},
+    {"Access 2007 by its signature",
+     {[](Content& c) { text(c, at::signature.begin, "Standard ACE DB"); }, Fault::newFormat}},
+    {"Money by its signature",
+     {[](Content& c) { text(c, at::signature.begin, "MSISAM Database"); }, Fault::notADatabase}},
+    {"a password",
+     {[](Content& c) { inHeader(c, [](jet::PageBytes page) { at::password.of(page)[0] ^= 'x'; }); }, Fault::password}},
+    {"encoded pages",
+     {[](Content& c) { inHeader(c, [](jet::PageBytes page) { at::encodingKey.put(page, 1); }); }, Fault::encoded}},
+    {"cut inside a page", {[](Content& c) { c.resize(c.size() - 100); }, Fault::cutShort}},
+    {"cut before its last page", {[](Content& c) { c.resize(c.size() - jet::pageSize); }, Fault::cutShort}},
+    {"cut before the pages of its table", {[](Content& c) { c.resize(16 * jet::pageSize); }, Fault::cutShort}},
+    {"cut before the pages of the system", {[](Content& c) { c.resize(5 * jet::pageSize); }, Fault::cutShort}},
+    {"a header that leads nowhere",
+     {[](Content& c) { inHeader(c, [](jet::PageBytes page) { at::catalogue.put(page, jet::PageNo(7340034U)); }); },
+      Fault::damaged}},
+    {"a catalogue that is none",
+     {[](Content& c) { jet::page_layout::type.put(&c[jet::positionOf(2)], 1); }, Fault::damaged}},
+    {"a catalogue without its columns",
+     {[](Content& c) { jet::definition_layout::head::columns.put(&c[jet::positionOf(2)], 16); }, Fault::damaged}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, OpeningRefusal, testing::ValuesIn(openingRefusal()), RowName());
+INSTANTIATE_TEST_SUITE_P(, OpeningRefusal, testing::ValuesIn(openingRefusal), RowName());
 
 TEST_P(OpeningRefusal, whatIsNotADatabaseIsToldApart)
 {
@@ -146,7 +150,7 @@ TEST(Opening, everyRefusalHasItsOwnSentence)
         ASSERT_TRUE(refusal) << "was opened";
         sentences.emplace(refusal->fault, refusal->sentence);
     };
-    for (const auto& [name, row] : openingRefusal()) {
+    for (const auto& [name, row] : openingRefusal) {
         files::MemoryDisk disk;
         disk.content("Yağ.mdb") = sound();
         row.spoil(disk.content("Yağ.mdb"));
@@ -172,7 +176,7 @@ TEST(Opening, aHeaderWithoutAReadableTimeStillOpens)
     files::MemoryDisk disk;
     disk.content("a.mdb") = sound();
     inHeader(disk.content("a.mdb"),
-             [](jet::PageBytes page) { std::fill_n(page.begin() + 0x72, 8, std::uint8_t{0xFF}); });
+             [](jet::PageBytes page) { std::ranges::fill(at::creationTime.of(page), std::uint8_t{0xFF}); });
     ASSERT_TRUE(jet::Database::open(disk, "a.mdb")->hasTable(u"Cari"));
 }
 
@@ -186,7 +190,7 @@ TEST(Opening, oneDamagedTableLeavesTheOthersReadable)
         damaged = database->createTable(u"Bozuk", {{.name = u"A", .type = jet::ColumnType::byte}}, {}, rows::created)
                       .definitionPage();
     }
-    disk.content("a.mdb")[jet::positionOf(damaged) + 8] = 0xFF;
+    jet::definition_layout::head::length.put(&disk.content("a.mdb")[jet::positionOf(damaged)], 255);
     const auto database = jet::Database::open(disk, "a.mdb");
     ASSERT_EQ(database->tableNames().size(), 2U);
     int count = 0;
@@ -234,15 +238,12 @@ protected:
     }
 };
 
-RowTable<OpeningOtherVersionsRow> openingOtherVersions()
-{
-    return {
-        {"Access 97", {"mdb/access97.mdb", jet::Fault::oldFormat}},
-        {"Access 2007", {"mdb/access2007.accdb", jet::Fault::newFormat}},
-    };
-}
+const RowTable<OpeningOtherVersionsRow> openingOtherVersions = {
+    {"Access 97", {"mdb/access97.mdb", jet::Fault::oldFormat}},
+    {"Access 2007", {"mdb/access2007.accdb", jet::Fault::newFormat}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, OpeningOtherVersions, testing::ValuesIn(openingOtherVersions()), RowName());
+INSTANTIATE_TEST_SUITE_P(, OpeningOtherVersions, testing::ValuesIn(openingOtherVersions), RowName());
 
 TEST_P(OpeningOtherVersions, filesOfOtherVersionsOfAccessAreRefused)
 {

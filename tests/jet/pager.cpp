@@ -1,4 +1,5 @@
 #include "store/jet/pages/pager.h"
+#include "store/jet/format/header_layout.h"
 
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
@@ -63,6 +64,19 @@ void change(Pager& pager, std::mt19937& random)
     }
 }
 
+class OpenPager : public testing::Test {
+protected:
+    void commitFilled(PageNo page, std::uint8_t with)
+    {
+        Transaction change(pager);
+        fill(pager, page, with);
+        change.commit();
+    }
+
+    PowerCutDisk disk;
+    Pager pager{(disk.put(file, blankFile()), disk), file, Pager::Mode::readWrite};
+};
+
 TEST(Pager, readsWhatStandsInTheFile)
 {
     PowerCutDisk disk;
@@ -75,11 +89,8 @@ TEST(Pager, readsWhatStandsInTheFile)
     ASSERT_EQ(contentOf(pager), content);
 }
 
-TEST(Pager, viewsStayValidAndShowTheTransaction)
+TEST_F(OpenPager, viewsStayValidAndShowTheTransaction)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     const auto view = pager.read(7);
     Transaction change(pager);
     fill(pager, 7, 9);
@@ -90,11 +101,8 @@ TEST(Pager, viewsStayValidAndShowTheTransaction)
     ASSERT_EQ(pager.read(7).data(), view.data());
 }
 
-TEST(Pager, rollbackRestoresPagesAndLength)
+TEST_F(OpenPager, rollbackRestoresPagesAndLength)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     const auto before = contentOf(pager);
     pager.begin();
     fill(pager, 3, 1);
@@ -109,11 +117,8 @@ TEST(Pager, rollbackRestoresPagesAndLength)
     ASSERT_EQ(disk.content(file).size(), 40 * pageSize);
 }
 
-TEST(Pager, leavingAScopeEarlyRollsBack)
+TEST_F(OpenPager, leavingAScopeEarlyRollsBack)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     try {
         Transaction change(pager);
         fill(pager, 3, 1);
@@ -124,11 +129,8 @@ TEST(Pager, leavingAScopeEarlyRollsBack)
     ASSERT_EQ(pager.read(3)[9], 0);
 }
 
-TEST(Pager, innerTransactionJoinsTheOuterOne)
+TEST_F(OpenPager, innerTransactionJoinsTheOuterOne)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     {
         Transaction outer(pager);
         {
@@ -143,11 +145,8 @@ TEST(Pager, innerTransactionJoinsTheOuterOne)
     ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 
-TEST(Pager, refusedInnerStepLeavesTheOuterOneWhole)
+TEST_F(OpenPager, refusedInnerStepLeavesTheOuterOneWhole)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction outer(pager);
     fill(pager, 3, 1);
     {
@@ -158,11 +157,8 @@ TEST(Pager, refusedInnerStepLeavesTheOuterOneWhole)
     ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 
-TEST(Pager, halfInnerStepSpoilsTheOuterOne)
+TEST_F(OpenPager, halfInnerStepSpoilsTheOuterOne)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     const auto before = contentOf(pager);
     {
         Transaction outer(pager);
@@ -175,17 +171,12 @@ TEST(Pager, halfInnerStepSpoilsTheOuterOne)
     }
     ASSERT_EQ(contentOf(pager), before);
     ASSERT_EQ(disk.content(file), before);
-    Transaction next(pager);
-    fill(pager, 3, 3);
-    next.commit();
+    commitFilled(3, 3);
     ASSERT_EQ(disk.content(file)[3 * pageSize], 3);
 }
 
-TEST(Pager, commitNeedsExactlyThreeSyncs)
+TEST_F(OpenPager, commitNeedsExactlyThreeSyncs)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     for (int i = 0; i < 4; ++i) {
         const int before = disk.syncs();
         Transaction change(pager);
@@ -197,11 +188,8 @@ TEST(Pager, commitNeedsExactlyThreeSyncs)
     }
 }
 
-TEST(Pager, commitWithoutChangesTouchesNothing)
+TEST_F(OpenPager, commitWithoutChangesTouchesNothing)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction change(pager);
     fill(pager, 3, 1);
     fill(pager, 3, 0);
@@ -224,11 +212,8 @@ TEST(Pager, closingRemovesTheJournal)
     ASSERT_FALSE(disk.has(journal));
 }
 
-TEST(Pager, changeCountMovesWithCommitAndRollback)
+TEST_F(OpenPager, changeCountMovesWithCommitAndRollback)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     const auto start = pager.changeCount();
     {
         Transaction change(pager);
@@ -268,60 +253,45 @@ struct PagerFileSizeRow {
     int size;
     int version;
     bool signature;
-    int fault;
+    Fault fault;
 };
 class PagerFileSize : public TableTest<PagerFileSizeRow> {};
 
-RowTable<PagerFileSizeRow> pagerFileSize()
-{
-    RowTable<PagerFileSizeRow> table;
-    const auto row = [&table](const char* name, int size, int version, bool signature, Fault fault) {
-        table.push_back({name, {size, version, signature, static_cast<int>(fault)}});
-    };
-    row("empty", 0, 1, false, Fault::notADatabase);
-    row("a text", 100, 1, false, Fault::notADatabase);
-    row("a long text", 70001, 1, false, Fault::notADatabase);
-    row("cut in a page", 70001, 1, true, Fault::cutShort);
-    row("cut in the header", 24, 1, true, Fault::cutShort);
-    row("cut before page 16", 15 * 4096, 1, true, Fault::cutShort);
-    row("half pages of Access 97", 35 * 2048, 0, true, Fault::oldFormat);
-    row("small file of Access 97", 20 * 2048, 0, true, Fault::oldFormat);
-    return table;
-}
+const RowTable<PagerFileSizeRow> pagerFileSize = {
+    {"empty", {0, 1, false, Fault::notADatabase}},
+    {"a text", {100, 1, false, Fault::notADatabase}},
+    {"a long text", {70001, 1, false, Fault::notADatabase}},
+    {"cut in a page", {70001, 1, true, Fault::cutShort}},
+    {"cut in the header", {24, 1, true, Fault::cutShort}},
+    {"cut before page 16", {15 * 4096, 1, true, Fault::cutShort}},
+    {"half pages of Access 97", {35 * 2048, 0, true, Fault::oldFormat}},
+    {"small file of Access 97", {20 * 2048, 0, true, Fault::oldFormat}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, PagerFileSize, testing::ValuesIn(pagerFileSize()), RowName());
+INSTANTIATE_TEST_SUITE_P(, PagerFileSize, testing::ValuesIn(pagerFileSize), RowName());
 
 TEST_P(PagerFileSize, wrongSizesAreNamed)
 {
-    const auto& size = row().size;
-    const auto& version = row().version;
-    const auto& signature = row().signature;
-    const auto& fault = row().fault;
+    const auto& [size, version, signature, fault] = row();
     auto content = blankFile(32);
-    content[20] = static_cast<std::uint8_t>(version);
-    if (!signature) content[4] = 'x';
+    header_layout::version.put(content, static_cast<std::uint32_t>(version));
+    if (!signature) content[header_layout::signature.begin] = 'x';
     content.resize(static_cast<std::size_t>(size));
     PowerCutDisk disk;
     disk.put(file, content);
-    ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), static_cast<Fault>(fault));
+    ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), fault);
 }
 
-TEST(Pager, missingPageIsDamage)
+TEST_F(OpenPager, missingPageIsDamage)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     ASSERT_EQ(faultOf([&] { pager.read(16); }), Fault::damaged);
     ASSERT_EQ(faultOf([&] { pager.read(PageNo(0xFFFFFFFFU)); }), Fault::damaged);
     Transaction change(pager);
     ASSERT_EQ(faultOf([&] { pager.write(16); }), Fault::damaged);
 }
 
-TEST(Pager, largestFileIsTheLimit)
+TEST_F(OpenPager, largestFileIsTheLimit)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
-    Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction change(pager);
     ASSERT_EQ(faultOf([&] { pager.extendTo(maxPages + 1); }), Fault::disk);
     ASSERT_EQ(pager.pageCount(), 16U);
@@ -527,12 +497,19 @@ TEST(Pager, fullDiskLeavesTheStateBefore)
 
 /// The disk right before the journal of a commit is struck out: the new pages are in the file, the old ones can still
 /// come back.
-std::unique_ptr<PowerCutDisk> stoppedBeforeTheEnd(Content& before, Content& after)
+class StoppedCommit : public testing::Test {
+protected:
+    void SetUp() override;
+
+    Content before = blankFile(20);
+    Content after;
+    PowerCutDisk stopped;
+};
+
+void StoppedCommit::SetUp()
 {
     PowerCutDisk disk;
-    disk.put(file, blankFile(20));
-    before = disk.content(file);
-    std::unique_ptr<PowerCutDisk> stopped;
+    disk.put(file, before);
     Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction transaction(pager);
     fill(pager, 3, 1);
@@ -540,24 +517,18 @@ std::unique_ptr<PowerCutDisk> stoppedBeforeTheEnd(Content& before, Content& afte
     pager.extendTo(22);
     after = contentOf(pager);
     disk.beforeEachChange = [&] {
-        if (disk.content(file) == after && !stopped) {
-            stopped = std::make_unique<PowerCutDisk>();
-            stopped->put(file, disk.content(file));
-            stopped->put(journal, disk.content(journal));
-        }
+        if (disk.content(file) != after || stopped.has(file)) return;
+        stopped.put(file, disk.content(file));
+        stopped.put(journal, disk.content(journal));
     };
     transaction.commit();
-    return stopped;
+    ASSERT_TRUE(stopped.has(journal));
 }
 
-TEST(Pager, journalWithAnyWrongByteIsIgnored)
+TEST_F(StoppedCommit, journalWithAnyWrongByteIsIgnored)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
-    ASSERT_TRUE(stopped);
-    const auto whole = stopped->content(journal);
-    ASSERT_EQ(contentOf(*stopped), before);
+    const auto whole = stopped.content(journal);
+    ASSERT_EQ(contentOf(stopped), before);
     for (std::size_t at = 0; at < whole.size(); at += at < 560 ? 1 : 97) {
         if (at >= 40 && at < 512) continue;                                         // unused rest of the header block
         if (at >= 512 && (at - 512) % 4112 >= 4 && (at - 512) % 4112 < 8) continue; // unused field of a record
@@ -576,11 +547,8 @@ TEST(Pager, journalWithAnyWrongByteIsIgnored)
     }
 }
 
-TEST(Pager, journalBesideAReplacedDatabaseIsSetAside)
+TEST_F(StoppedCommit, journalBesideAReplacedDatabaseIsSetAside)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
     auto other = before;
     other[12 * pageSize + 44] = 5; // one page differs that the journal knows nothing of
     for (const PageCount pages : {18U, 20U, 22U, 40U}) {
@@ -588,7 +556,7 @@ TEST(Pager, journalBesideAReplacedDatabaseIsSetAside)
         replaced.resize(pages * pageSize);
         PowerCutDisk disk;
         disk.put(file, replaced);
-        disk.put(journal, stopped->content(journal));
+        disk.put(journal, stopped.content(journal));
         ASSERT_EQ(contentOf(disk), replaced);
         ASSERT_FALSE(disk.has(journal));
         ASSERT_TRUE(disk.has("Yag.mdb-journal.old"));
@@ -596,57 +564,45 @@ TEST(Pager, journalBesideAReplacedDatabaseIsSetAside)
     }
 }
 
-TEST(Pager, journalBesideAnOlderCopyGivesTheStateItWasWrittenFor)
+TEST_F(StoppedCommit, journalBesideAnOlderCopyGivesTheStateItWasWrittenFor)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
     // Differs only where the journal holds the whole page: putting it back makes a state that did exist.
     auto older = before;
     older[9 * pageSize + 44] = 5;
     PowerCutDisk disk;
     disk.put(file, older);
-    disk.put(journal, stopped->content(journal));
+    disk.put(journal, stopped.content(journal));
     ASSERT_EQ(contentOf(disk), before);
 }
 
-TEST(Pager, journalOnAProtectedMediumIsAppliedInMemory)
+TEST_F(StoppedCommit, journalOnAProtectedMediumIsAppliedInMemory)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
-    stopped->readOnly = true;
+    stopped.readOnly = true;
     for (const auto mode : {Pager::Mode::readOnly, Pager::Mode::readWrite}) {
-        Pager pager(*stopped, file, mode);
+        Pager pager(stopped, file, mode);
         ASSERT_FALSE(pager.writable());
         ASSERT_EQ(contentOf(pager), before);
     }
-    ASSERT_EQ(stopped->content(file), after);
+    ASSERT_EQ(stopped.content(file), after);
 }
 
-TEST(Pager, readerRepairsTheFileWhereItMay)
+TEST_F(StoppedCommit, readerRepairsTheFileWhereItMay)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
-    Pager pager(*stopped, file, Pager::Mode::readOnly);
+    Pager pager(stopped, file, Pager::Mode::readOnly);
     ASSERT_EQ(contentOf(pager), before);
-    ASSERT_EQ(stopped->content(file), before);
-    ASSERT_EQ(contentOf(*stopped->afterPowerCut(4)), before);
+    ASSERT_EQ(stopped.content(file), before);
+    ASSERT_EQ(contentOf(*stopped.afterPowerCut(4)), before);
 }
 
-TEST(Pager, foreignChangeAfterARepairIsNotTakenBack)
+TEST_F(StoppedCommit, foreignChangeAfterARepairIsNotTakenBack)
 {
-    Content before;
-    Content after;
-    const auto stopped = stoppedBeforeTheEnd(before, after);
-    ASSERT_EQ(contentOf(*stopped), before);
+    ASSERT_EQ(contentOf(stopped), before);
     // Another program, which knows no journal, changes a page that the journal held.
-    const auto opened = stopped->open(file, Disk::Access::readWrite);
+    const auto opened = stopped.open(file, Disk::Access::readWrite);
     opened->write(3 * pageSize + 10, std::vector<std::uint8_t>{42});
     opened->sync();
-    const auto changed = stopped->content(file);
-    for (std::uint32_t luck = 0; luck < 50; ++luck) ASSERT_EQ(contentOf(*stopped->afterPowerCut(luck)), changed);
+    const auto changed = stopped.content(file);
+    for (std::uint32_t luck = 0; luck < 50; ++luck) ASSERT_EQ(contentOf(*stopped.afterPowerCut(luck)), changed);
 }
 
 TEST(Pager, secondWriterIsRefused)

@@ -101,15 +101,12 @@ struct RandomChangesInOrderRow {
 };
 class RandomChangesInOrder : public TableTest<RandomChangesInOrderRow> {};
 
-RowTable<RandomChangesInOrderRow> randomChangesInOrder()
-{
-    return {
-        {"general order", {false, 1}},
-        {"Turkish order", {true, 2}},
-    };
-}
+const RowTable<RandomChangesInOrderRow> randomChangesInOrder = {
+    {"general order", {false, 1}},
+    {"Turkish order", {true, 2}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RandomChangesInOrder, testing::ValuesIn(randomChangesInOrder()), RowName());
+INSTANTIATE_TEST_SUITE_P(, RandomChangesInOrder, testing::ValuesIn(randomChangesInOrder), RowName());
 
 TEST_P(RandomChangesInOrder, aThousandChangesLeaveWhatTheModelHolds)
 {

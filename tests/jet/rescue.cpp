@@ -2,7 +2,11 @@
 #include "files/memory_disk.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/long_value_layout.h"
+#include "store/jet/format/usage_map_layout.h"
+#include "store/jet/pages/row_page.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/support/table.h"
 
@@ -26,15 +30,13 @@ constexpr int customers = 60;
 constexpr int pressings = 1500;
 
 /// The test's own look at a page, so that what must survive is not told by the code that is tested.
-std::uint32_t u16At(const Image& image, std::size_t at) { return image[at] | image[at + 1] << 8; }
-std::uint32_t u24At(const Image& image, std::size_t at) { return u16At(image, at) | image[at + 2] << 16; }
-std::uint32_t u32At(const Image& image, std::size_t at)
+const std::uint8_t* slotOf(const Image& image, RowId row)
 {
-    return u24At(image, at) | static_cast<std::uint32_t>(image[at + 3]) << 24;
+    return &image[positionOf(row.page) + row_page_layout::slotAt(row.slot)];
 }
-std::size_t slotStart(const Image& image, PageNo page, unsigned slot)
+std::size_t startOf(const Image& image, RowId row)
 {
-    return positionOf(page) + (u16At(image, positionOf(page) + 14 + 2 * slot) & 0x1FFF);
+    return positionOf(row.page) + (getU16(slotOf(image, row)) & row_page_layout::offsetMask);
 }
 
 /// Where a row of the big table stands.
@@ -70,18 +72,15 @@ struct World {
             definitions.push_back(database->table(each).definitionPage());
         database->table(MixedWork::table).forEachRow([&](RowId id, const RowView& row) {
             Place place{id.page, id.page, {}};
-            const std::size_t entry = positionOf(id.page) + 14 + 2 * std::size_t{id.slot.number()};
-            if (u16At(image, entry) & 0x4000)
-                place.body = PageNo(u24At(image, slotStart(image, id.page, id.slot.number()) + 1));
+            if ((getU16(slotOf(image, id)) & row_page_layout::pointerFlag) != 0)
+                place.body = row_page_layout::pointer.get(&image[startOf(image, id)]).page;
+            namespace at = long_value_layout;
             const auto stored = row.stored(5);
-            if (stored.size() >= 12 && (stored[3] & 0x80) == 0) {
-                PageNo page(getU24(&stored[5]));
-                unsigned slot = stored[4];
-                for (const bool chain = (stored[3] & 0x40) == 0; page != 0;) {
-                    place.note.insert(page);
-                    const std::size_t piece = slotStart(image, page, slot);
-                    slot = image[piece];
-                    page = PageNo(chain ? u24At(image, piece + 1) : 0);
+            const auto kind = stored.empty() ? at::inRowKind : at::lengthAndKind.get(stored) >> at::kindShift;
+            if (kind == at::chainKind || kind == at::onePageKind) {
+                for (RowId piece = at::place.get(stored); piece.page != 0;) {
+                    place.note.insert(piece.page);
+                    piece = kind == at::chainKind ? at::nextPiece.get(&image[startOf(image, piece)]) : RowId{};
                 }
             }
             places[static_cast<int>(row.number(0).value())] = place;
@@ -108,13 +107,18 @@ struct World {
             if (!place.note.empty()) return *place.note.begin();
         return 0;
     }
-    PageNo mapPage() const { return PageNo(u24At(image, positionOf(definitions[0]) + 56)); }
+    RowId ownedMap() const
+    {
+        const MapRef map = definition_layout::head::owned.get(&image[positionOf(definitions[0])]);
+        return {map.page, map.slot};
+    }
+    PageNo mapPage() const { return ownedMap().page; }
     /// The page with the rows of the catalogue, which belong to the definition on page 2.
     Pages cataloguePages() const
     {
         Pages pages;
         for (PageNo page = 3; page < PageNo(image.size() / pageSize); ++page)
-            if (image[positionOf(page)] == 1 && u32At(image, positionOf(page) + 4) == 2) pages.insert(page);
+            if (isRowPage(PageView(&image[positionOf(page)], pageSize), 2)) pages.insert(page);
         return pages;
     }
 
@@ -190,73 +194,72 @@ Damage cutAfter(const World& w, PageNo cut)
     return end;
 }
 
-RowTable<DamageOf> rescueDamage()
-{
-    return {
-        {"a page of rows zeroed", [](const World& w) { return blank({w.fullestPage()}); }},
-        {"a page of rows full of junk", [](const World& w) { return blank({w.fullestPage()}, 0xEE); }},
-        {"a page of long values zeroed", [](const World& w) { return blank({w.notePage()}); }},
-        {"index pages zeroed", [](const World& w) { return blank(w.roots); }},
-        {"index pages full of junk", [](const World& w) { return blank(w.roots, 0xEE); }},
-        {"the page of the usage maps zeroed", [](const World& w) { return blank({w.mapPage()}); }},
-        {"the page of the usage maps full of junk", [](const World& w) { return blank({w.mapPage()}, 0xEE); }},
-        {"the map of free pages zeroed", [](const World&) { return blank({1}); }},
-        {"the header zeroed", [](const World&) { return blank({0}); }},
-        {"the header full of junk", [](const World&) { return blank({0}, 0xEE); }},
-        {"the catalogue's definition zeroed", [](const World&) { return blank({2}); }},
-        {"the catalogue's rows zeroed",
-         [](const World& w) {
-             Damage rowsOfCatalogue = blank(w.cataloguePages());
-             rowsOfCatalogue.namesAreGone = true;
-             return rowsOfCatalogue;
-         }},
-        {"header, free map and catalogue gone",
-         [](const World& w) {
-             Damage wholeCatalogue = blank(w.cataloguePages());
-             wholeCatalogue.inflict = [inflict = wholeCatalogue.inflict](Image& image) {
-                 inflict(image);
-                 for (const PageNo page : std::initializer_list<PageNo>{0, 1, 2}) fill(image, page, 0);
-             };
-             wholeCatalogue.namesAreGone = true;
-             return wholeCatalogue;
-         }},
-        {"the table's definition zeroed",
-         [](const World& w) {
-             Damage definition = blank({w.definitions[0]});
-             definition.tableIsGone = true;
-             return definition;
-         }},
-        {"a page of rows says another owner",
-         [](const World& w) {
-             Damage owner = blank({});
-             owner.inflict = [page = w.fullestPage()](Image& image) { image[positionOf(page) + 5] ^= 0x40; };
-             return owner;
-         }},
-        {"a page of rows says another type",
-         [](const World& w) {
-             Damage type = blank({});
-             type.inflict = [page = w.fullestPage()](Image& image) { image[positionOf(page)] = 0x5A; };
-             return type;
-         }},
-        {"the table's map cleared",
-         [](const World& w) {
-             Damage map = blank({});
-             map.inflict = [&w](Image& image) {
-                 // The row of the table's own map: its bits go, one page after the other.
-                 const unsigned slot = image[positionOf(w.definitions[0]) + 55];
-                 const std::size_t at = slotStart(image, w.mapPage(), slot);
-                 std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 5), 16, std::uint8_t{0});
-             };
-             return map;
-         }},
-        {"cut after three quarters",
-         [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize * 3 / 4)); }},
-        {"cut in the middle",
-         [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize / 2)); }},
-    };
-}
+const RowTable<DamageOf> rescueDamage = {
+    {"a page of rows zeroed", [](const World& w) { return blank({w.fullestPage()}); }},
+    {"a page of rows full of junk", [](const World& w) { return blank({w.fullestPage()}, 0xEE); }},
+    {"a page of long values zeroed", [](const World& w) { return blank({w.notePage()}); }},
+    {"index pages zeroed", [](const World& w) { return blank(w.roots); }},
+    {"index pages full of junk", [](const World& w) { return blank(w.roots, 0xEE); }},
+    {"the page of the usage maps zeroed", [](const World& w) { return blank({w.mapPage()}); }},
+    {"the page of the usage maps full of junk", [](const World& w) { return blank({w.mapPage()}, 0xEE); }},
+    {"the map of free pages zeroed", [](const World&) { return blank({1}); }},
+    {"the header zeroed", [](const World&) { return blank({0}); }},
+    {"the header full of junk", [](const World&) { return blank({0}, 0xEE); }},
+    {"the catalogue's definition zeroed", [](const World&) { return blank({2}); }},
+    {"the catalogue's rows zeroed",
+     [](const World& w) {
+         Damage rowsOfCatalogue = blank(w.cataloguePages());
+         rowsOfCatalogue.namesAreGone = true;
+         return rowsOfCatalogue;
+     }},
+    {"header, free map and catalogue gone",
+     [](const World& w) {
+         Damage wholeCatalogue = blank(w.cataloguePages());
+         wholeCatalogue.inflict = [inflict = wholeCatalogue.inflict](Image& image) {
+             inflict(image);
+             for (const PageNo page : std::initializer_list<PageNo>{0, 1, 2}) fill(image, page, 0);
+         };
+         wholeCatalogue.namesAreGone = true;
+         return wholeCatalogue;
+     }},
+    {"the table's definition zeroed",
+     [](const World& w) {
+         Damage definition = blank({w.definitions[0]});
+         definition.tableIsGone = true;
+         return definition;
+     }},
+    {"a page of rows says another owner",
+     [](const World& w) {
+         Damage owner = blank({});
+         owner.inflict = [page = w.fullestPage()](Image& image) {
+             image[positionOf(page) + row_page_layout::owner.begin] ^= 64;
+         };
+         return owner;
+     }},
+    {"a page of rows says another type",
+     [](const World& w) {
+         Damage type = blank({});
+         type.inflict = [page = w.fullestPage()](Image& image) {
+             page_layout::type.put(&image[positionOf(page)], 0x5A);
+         };
+         return type;
+     }},
+    {"the table's map cleared",
+     [](const World& w) {
+         Damage map = blank({});
+         map.inflict = [&w](Image& image) {
+             // The row of the table's own map: its bits go, one page after the other.
+             std::fill_n(&image[startOf(image, w.ownedMap()) + usage_map_layout::inlineBits], 16, std::uint8_t{0});
+         };
+         return map;
+     }},
+    {"cut after three quarters",
+     [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize * 3 / 4)); }},
+    {"cut in the middle",
+     [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize / 2)); }},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RescueDamage, testing::ValuesIn(rescueDamage()), RowName());
+INSTANTIATE_TEST_SUITE_P(, RescueDamage, testing::ValuesIn(rescueDamage), RowName());
 
 TEST_P(RescueDamage, everyRowOutsideTheDamageSurvives)
 {

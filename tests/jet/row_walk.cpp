@@ -5,6 +5,10 @@
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
+#include "store/jet/format/long_value_layout.h"
+#include "store/jet/format/row_page_layout.h"
+#include "store/jet/format/usage_map_layout.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +26,7 @@ using namespace jet;
 
 using Image = std::vector<std::uint8_t>;
 using Numbers = std::set<int>;
+namespace head = definition_layout::head;
 
 const std::filesystem::path file = "Yag.mdb";
 const std::filesystem::path saved = "Kurtarilan.mdb";
@@ -42,31 +47,32 @@ public:
     explicit Bytes(Image& image) : image_(image) {}
 
     std::uint8_t& byte(PageNo page, std::size_t at) { return image_[positionOf(page) + at]; }
-    unsigned word(PageNo page, std::size_t at) { return byte(page, at) | unsigned{byte(page, at + 1)} << 8; }
-    void setWord(PageNo page, std::size_t at, unsigned value)
+    template <class Field> auto get(PageNo page, Field) { return Field::get(&byte(page, page_layout::type.begin)); }
+    template <class Field, class Value> void put(PageNo page, Field, Value value)
     {
-        byte(page, at) = static_cast<std::uint8_t>(value);
-        byte(page, at + 1) = static_cast<std::uint8_t>(value >> 8);
-    }
-    PageNo pageNumber(PageNo page, std::size_t at)
-    {
-        return PageNo(word(page, at) | unsigned{byte(page, at + 2)} << 16);
+        Field::put(&byte(page, page_layout::type.begin), value);
     }
 
-    unsigned slot(Place place) { return word(place.page, 14 + 2 * place.slot.number()); }
-    void setSlot(Place place, unsigned value) { setWord(place.page, 14 + 2 * place.slot.number(), value); }
-    std::size_t start(Place place) { return slot(place) & 0x1FFF; }
-    Place target(Place head) { return {pageNumber(head.page, start(head) + 1), SlotNo(byte(head.page, start(head)))}; }
+    unsigned slot(Place place) { return getU16(&byte(place.page, row_page_layout::slotAt(place.slot))); }
+    void setSlot(Place place, std::size_t value)
+    {
+        putU16(&byte(place.page, row_page_layout::slotAt(place.slot)), static_cast<std::uint32_t>(value));
+    }
+    std::size_t start(Place place) { return slot(place) & row_page_layout::offsetMask; }
+    std::uint8_t* row(Place place) { return &byte(place.page, start(place)); }
+    Place target(Place head) { return row_page_layout::pointer.get(row(head)); }
     /// Makes the slot a pointer.
     void point(Place head, Place to)
     {
-        setSlot(head, static_cast<unsigned>(start(head)) | 0x4000);
-        byte(head.page, start(head)) = static_cast<std::uint8_t>(to.slot.number());
-        setWord(head.page, start(head) + 1, to.page.number());
-        byte(head.page, start(head) + 3) = static_cast<std::uint8_t>(to.page.number() >> 16);
+        setSlot(head, start(head) | row_page_layout::pointerFlag);
+        row_page_layout::pointer.put(row(head), to);
     }
     /// Where the table's own map stands: the row and its first byte.
-    Place ownedMap(PageNo definition) { return {pageNumber(definition, 56), SlotNo(byte(definition, 55))}; }
+    Place ownedMap(PageNo definition)
+    {
+        const MapRef map = get(definition, head::owned);
+        return {map.page, map.slot};
+    }
 
 private:
     Image& image_;
@@ -95,7 +101,7 @@ struct World {
         image = disk.content(file);
         Bytes bytes(image);
         for (const Place head : heads[0]) {
-            const bool moved = (bytes.slot(head) & 0x4000) != 0;
+            const bool moved = (bytes.slot(head) & row_page_layout::pointerFlag) != 0;
             bodies.push_back(moved ? bytes.target(head) : head);
         }
         systemRows = checkDatabase(*Database::open(disk, file)).rows - 2 * rowsOnAPage;
@@ -182,11 +188,11 @@ const RowTable<Damage> damages = {
      }, {.damaged = {atHome, alsoAtHome}}}},
     {"pointer to an ordinary row", {[](Bytes& b, const World& w) { b.point(w.head(moved), w.head(atHome)); },
      {.damaged = {moved}, .rescuedMore = {moved}}}},
-    {"pointer to a dead slot", {[](Bytes& b, const World& w) { b.setSlot(w.body(moved), b.slot(w.body(moved)) | 0xC000); },
+    {"pointer to a dead slot", {[](Bytes& b, const World& w) { b.setSlot(w.body(moved), b.slot(w.body(moved)) | row_page_layout::deadFlags); },
      {.damaged = {moved}}}},
     {"pointer behind the last slot", {[](Bytes& b, const World& w) { b.point(w.head(atHome), {w.body(moved).page, 200}); },
      {.damaged = {atHome}}}},
-    {"pointer past the end of the file", {[](Bytes& b, const World& w) { b.point(w.head(atHome), {0xFFFFFF, 0}); },
+    {"pointer past the end of the file", {[](Bytes& b, const World& w) { b.point(w.head(atHome), {farthestPage, 0}); },
      {.damaged = {atHome}}}},
     {"pointer to the header", {[](Bytes& b, const World& w) { b.point(w.head(atHome), {0, 0}); },
      {.damaged = {atHome}}}},
@@ -194,42 +200,42 @@ const RowTable<Damage> damages = {
      {.damaged = {atHome}}}},
     {"pointer to the definition", {[](Bytes& b, const World& w) { b.point(w.head(atHome), {w.definitions[0], 0}); },
      {.damaged = {atHome}}}},
-    {"body that is marked as a row", {[](Bytes& b, const World& w) { b.setSlot(w.body(moved), b.slot(w.body(moved)) & 0x1FFF); },
+    {"body that is marked as a row", {[](Bytes& b, const World& w) { b.setSlot(w.body(moved), b.slot(w.body(moved)) & row_page_layout::offsetMask); },
      {.damaged = {moved}, .shownAsTheirOwn = {moved}}}},
-    {"body that nobody leads to", {[](Bytes& b, const World& w) { b.setSlot(w.head(moved), b.slot(w.head(moved)) | 0xC000); },
+    {"body that nobody leads to", {[](Bytes& b, const World& w) { b.setSlot(w.head(moved), b.slot(w.head(moved)) | row_page_layout::deadFlags); },
      {.file = File::sound, .gone = {moved}, .rescuedMore = {moved}}}},
 
     // Pages
     {"page of bodies outside the map", {[](Bytes& b, const World& w) {
          // An inline map: bytes of bits behind its type and first page.
          const Place map = b.ownedMap(w.definitions[0]);
-         const PageNo first = b.pageNumber(map.page, b.start(map) + 1);
+         const PageNo first = usage_map_layout::firstPage.get(b.row(map));
          const unsigned bit = w.body(moved).page - first;
-         b.byte(map.page, b.start(map) + 5 + bit / 8) &= static_cast<std::uint8_t>(~(1U << bit % 8));
+         b.row(map)[usage_map_layout::inlineBits + bit / 8] &= static_cast<std::uint8_t>(~(1U << bit % 8));
      }, {}}},
     {"map of pages unreadable", {[](Bytes& b, const World& w) {
          const Place map = b.ownedMap(w.definitions[0]);
-         b.byte(map.page, b.start(map)) = 9;
+         *b.row(map) = 9;
      }, {}}},
-    {"page of another type", {[](Bytes& b, const World& w) { b.byte(w.head(0).page, 0) = 0x5A; },
+    {"page of another type", {[](Bytes& b, const World& w) { b.put(w.head(0).page, page_layout::type, 0x5A); },
      {.gone = everybody(), .rescuedMore = everybody()}}},
-    {"page of an unknown owner", {[](Bytes& b, const World& w) { b.byte(w.head(0).page, 5) ^= 0x40; },
+    {"page of an unknown owner", {[](Bytes& b, const World& w) { b.byte(w.head(0).page, row_page_layout::owner.begin) ^= 64; },
      {.gone = everybody(), .rescuedMore = everybody()}}},
-    {"count of slots too large", {[](Bytes& b, const World& w) { b.setWord(w.head(0).page, 12, 0xFFFF); },
+    {"count of slots too large", {[](Bytes& b, const World& w) { b.put(w.head(0).page, row_page_layout::slotCount, 0xFFFF); },
      {.gone = everybody(), .rescuedMore = movedRows(), .homePage = true}}},
 
     // Slots and rows
-    {"slot beyond the page", {[](Bytes& b, const World& w) { b.setSlot(w.head(rowsOnAPage - 1), 0x1FFF); },
+    {"slot beyond the page", {[](Bytes& b, const World& w) { b.setSlot(w.head(rowsOnAPage - 1), row_page_layout::offsetMask); },
      {.damaged = {rowsOnAPage - 1}}}},
     {"slot inside the table of slots", {[](Bytes& b, const World& w) { b.setSlot(w.head(rowsOnAPage - 1), 16); },
      {.damaged = {rowsOnAPage - 1}}}},
-    {"row with too many columns", {[](Bytes& b, const World& w) { b.byte(w.head(atHome).page, b.start(w.head(atHome))) = 77; },
+    {"row with too many columns", {[](Bytes& b, const World& w) { *b.row(w.head(atHome)) = 77; },
      {.damaged = {atHome}}}},
-    {"body with too many columns", {[](Bytes& b, const World& w) { b.byte(w.body(moved).page, b.start(w.body(moved))) = 77; },
+    {"body with too many columns", {[](Bytes& b, const World& w) { *b.row(w.body(moved)) = 77; },
      {.damaged = {moved}}}},
     {"pointer without room for one", {[](Bytes& b, const World& w) {
          const Place last = w.head(rowsOnAPage - 1);
-         b.setSlot(last, static_cast<unsigned>(b.start(w.head(rowsOnAPage - 2)) - 2) | 0x4000);
+         b.setSlot(last, (b.start(w.head(rowsOnAPage - 2)) - 2) | row_page_layout::pointerFlag);
      }, {.damaged = {rowsOnAPage - 1}}}},
 };
 // clang-format on
@@ -369,21 +375,21 @@ struct DefinitionDamage {
     Fault fault = Fault::damaged;
 };
 
-unsigned lengthOf(Bytes& b, PageNo definition) { return b.word(definition, 8); }
+unsigned lengthOf(Bytes& b, PageNo definition) { return b.get(definition, head::length); }
 
 // clang-format off
 const RowTable<DefinitionDamage> definitionDamages = {
-    {"page of another type", {[](Bytes& b, PageNo d) { b.byte(d, 0) = 1; }, false}},
-    {"no columns", {[](Bytes& b, PageNo d) { b.setWord(d, 45, 0); }, false}},
-    {"column names cut off", {[](Bytes& b, PageNo d) { b.setWord(d, 8, lengthOf(b, d) - 6); }, false}},
-    {"end cut off", {[](Bytes& b, PageNo d) { b.setWord(d, 8, lengthOf(b, d) - 2); }}},
-    {"longer than its pages", {[](Bytes& b, PageNo d) { b.setWord(d, 8, 9000); }}},
-    {"remains at the end", {[](Bytes& b, PageNo d) { b.setWord(d, 8, lengthOf(b, d) + 1); }}},
-    {"pages in a ring", {[](Bytes& b, PageNo d) { b.setWord(d, 4, d.number()); }}},
-    {"next page of another type", {[](Bytes& b, PageNo d) { b.setWord(d, 4, 1); }}},
-    {"next page past the end of the file", {[](Bytes& b, PageNo d) { b.setWord(d, 4, 5000); }, true, Fault::cutShort}},
-    {"map in a slot that is none", {[](Bytes& b, PageNo d) { b.byte(d, 55) = 250; }}},
-    {"map on a page that is none", {[](Bytes& b, PageNo d) { b.setWord(d, 56, 5000); }, true, Fault::cutShort}},
+    {"page of another type", {[](Bytes& b, PageNo d) { b.put(d, page_layout::type, 1); }, false}},
+    {"no columns", {[](Bytes& b, PageNo d) { b.put(d, head::columns, 0); }, false}},
+    {"column names cut off", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) - 6); }, false}},
+    {"end cut off", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) - 2); }}},
+    {"longer than its pages", {[](Bytes& b, PageNo d) { b.put(d, head::length, 9000); }}},
+    {"remains at the end", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) + 1); }}},
+    {"pages in a ring", {[](Bytes& b, PageNo d) { b.put(d, definition_layout::page::next, d); }}},
+    {"next page of another type", {[](Bytes& b, PageNo d) { b.put(d, definition_layout::page::next, PageNo(1)); }}},
+    {"next page past the end of the file", {[](Bytes& b, PageNo d) { b.put(d, definition_layout::page::next, PageNo(5000)); }, true, Fault::cutShort}},
+    {"map in a slot that is none", {[](Bytes& b, PageNo d) { b.put(d, head::owned.slot, SlotNo(250U)); }}},
+    {"map on a page that is none", {[](Bytes& b, PageNo d) { b.put(d, head::owned.page, PageNo(5000)); }, true, Fault::cutShort}},
 };
 // clang-format on
 
@@ -433,15 +439,12 @@ TEST(LongValueWhoseChainTurnsBack, isReadByNobody)
     Image& image = disk.content(file);
     Bytes bytes(image);
     // A chain of one piece that names itself as the next, and has fewer bytes than are promised.
-    const Place piece{PageNo(reference[5] | unsigned{reference[6]} << 8), SlotNo(reference[4])};
-    bytes.byte(piece.page, bytes.start(piece)) = static_cast<std::uint8_t>(piece.slot.number());
-    bytes.setWord(piece.page, bytes.start(piece) + 1, piece.page.number());
-    bytes.byte(piece.page, bytes.start(piece) + 3) = 0;
+    namespace value = long_value_layout;
+    const Place piece = value::place.get(reference);
+    value::nextPiece.put(bytes.row(piece), piece);
     const auto at = std::search(image.begin(), image.end(), reference.begin(), reference.end());
     ASSERT_NE(at, image.end());
-    at[0] = static_cast<std::uint8_t>(1000 & 0xFF);
-    at[1] = 1000 >> 8;
-    at[3] = 0;
+    value::lengthAndKind.put(&*at, 1000 | value::chainKind << value::kindShift);
 
     {
         const auto database = Database::open(disk, file);

@@ -67,25 +67,22 @@ TEST(RowPage, fieldsOfColumnsThatCameLaterAreNull)
 
 class RowDamage : public TableTest<std::string> {};
 
-RowTable<std::string> rowDamage()
-{
-    return {
-        {"no bytes", ""},
-        {"two bytes", "0500"},
-        {"no columns", "0000 01020304 0600 0600 0100 00"},
-        {"more columns than the table ever had", "0600 01020304 0600 0600 0600 0600 0300 00"},
-        {"shorter than its bitmap", "0500 00"},
-        {"more variable fields than the table ever had", "0500 01020304 0600 0600 0600 0600 0600 0400 01"},
-        {"table of places longer than the row", "0500 0600 0300 01"},
-        {"a variable field inside the fixed ones", "0500 01020304 0600 0600 0600 0400 0300 01"},
-        {"places descend", "0500 01020304 41004200 0A00 0600 0800 0600 0300 11"},
-        {"the last field ends behind the row", "0500 01020304 41004200 FF00 0600 0600 0600 0300 11"},
-        {"the last field ends inside the table", "0500 01020304 41004200 0C00 0600 0600 0600 0300 11"},
-        {"a Double of four bytes", "0500 01020304 41004200 0A00 0A00 0A00 0600 0300 05"},
-    };
-}
+const RowTable<std::string> rowDamage = {
+    {"no bytes", ""},
+    {"two bytes", "0500"},
+    {"no columns", "0000 01020304 0600 0600 0100 00"},
+    {"more columns than the table ever had", "0600 01020304 0600 0600 0600 0600 0300 00"},
+    {"shorter than its bitmap", "0500 00"},
+    {"more variable fields than the table ever had", "0500 01020304 0600 0600 0600 0600 0600 0400 01"},
+    {"table of places longer than the row", "0500 0600 0300 01"},
+    {"a variable field inside the fixed ones", "0500 01020304 0600 0600 0600 0400 0300 01"},
+    {"places descend", "0500 01020304 41004200 0A00 0600 0800 0600 0300 11"},
+    {"the last field ends behind the row", "0500 01020304 41004200 FF00 0600 0600 0600 0300 11"},
+    {"the last field ends inside the table", "0500 01020304 41004200 0C00 0600 0600 0600 0300 11"},
+    {"a Double of four bytes", "0500 01020304 41004200 0A00 0A00 0A00 0600 0300 05"},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RowDamage, testing::ValuesIn(rowDamage()), RowName());
+INSTANTIATE_TEST_SUITE_P(, RowDamage, testing::ValuesIn(rowDamage), RowName());
 
 TEST_P(RowDamage, damagedRowsAreToldApart) { ASSERT_NE(jet::rowDamage(layout(), bytesOf(row())), nullptr); }
 
@@ -104,17 +101,14 @@ TEST(RowPage, rowsGrowFromTheEndOfThePage)
 
 class RowReplacement : public TableTest<std::string> {};
 
-RowTable<std::string> rowReplacement()
-{
-    return {
-        {"longer", "0102030405060708"},
-        {"shorter", "01"},
-        {"as long", "010203"},
-        {"nothing", ""},
-    };
-}
+const RowTable<std::string> rowReplacement = {
+    {"longer", "0102030405060708"},
+    {"shorter", "01"},
+    {"as long", "010203"},
+    {"nothing", ""},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RowReplacement, testing::ValuesIn(rowReplacement()), RowName());
+INSTANTIATE_TEST_SUITE_P(, RowReplacement, testing::ValuesIn(rowReplacement), RowName());
 
 TEST_P(RowReplacement, replacingARowMovesTheRowsBelowIt)
 {
@@ -130,7 +124,7 @@ TEST_P(RowReplacement, replacingARowMovesTheRowsBelowIt)
     jet::replaceRow(page, 1, row);
     ASSERT_TRUE(jet::slotsInOrder(page));
     ASSERT_EQ(jet::freeBytes(page), before + 3 - row.size());
-    ASSERT_EQ(std::size_t(jet::getU16(page.data() + 2)), jet::freeBytes(page));
+    ASSERT_EQ(std::size_t(jet::row_page_layout::freeBytes.get(page)), jet::freeBytes(page));
     ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 0))), plainHex("AABB"));
     ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 1))), hexOf(row));
     ASSERT_EQ(hexOf(jet::slotBytes(page, *jet::slotAt(page, 2))), plainHex("FF"));
@@ -169,16 +163,13 @@ TEST(RowPage, aFullSlotTableTakesNoMoreRows)
 
 class RowSlots : public TableTest<std::string> {};
 
-RowTable<std::string> rowSlots()
-{
-    return {
-        {"an offset inside the table", "1000 0F00"},        {"an offset behind the page", "0100 0118"},
-        {"offsets that ascend", "0200 000F 010F"},          {"more slots than a row id can name", "0101 F00F"},
-        {"a slot table longer than the page", "FFFF F00F"},
-    };
-}
+const RowTable<std::string> rowSlots = {
+    {"an offset inside the table", "1000 0F00"},        {"an offset behind the page", "0100 0118"},
+    {"offsets that ascend", "0200 000F 010F"},          {"more slots than a row id can name", "0101 F00F"},
+    {"a slot table longer than the page", "FFFF F00F"},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RowSlots, testing::ValuesIn(rowSlots()), RowName());
+INSTANTIATE_TEST_SUITE_P(, RowSlots, testing::ValuesIn(rowSlots), RowName());
 
 TEST_P(RowSlots, slotsOutsideThePageAreNotFollowed)
 {
@@ -186,7 +177,7 @@ TEST_P(RowSlots, slotsOutsideThePageAreNotFollowed)
     Page page{};
     jet::initRowPage(page, 37);
     const jet::Bytes table = bytesOf(slotTable);
-    std::copy(table.begin(), table.end(), page.begin() + 12);
+    std::copy(table.begin(), table.end(), page.begin() + jet::row_page_layout::slotCount.begin);
     ASSERT_FALSE(jet::slotsInOrder(page));
 }
 

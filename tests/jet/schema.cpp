@@ -1,7 +1,12 @@
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/index_layout.h"
+#include "store/jet/format/row_page_layout.h"
+#include "store/jet/format/usage_map_layout.h"
+#include "store/jet/format/value_layout.h"
 #include "tests/jet/random_rows.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
@@ -13,6 +18,8 @@
 #include <sstream>
 
 namespace {
+
+namespace at = jet::index_layout;
 
 using testing::HasSubstr;
 
@@ -251,20 +258,21 @@ jet::Table& tenNumbers(Fixture& fixture)
 }
 
 struct SchemaWrongIndexRow {
-    int offset;
+    std::size_t offset;
     int value;
 };
 class SchemaWrongIndex : public TableTest<SchemaWrongIndexRow> {};
 
 RowTable<SchemaWrongIndexRow> schemaWrongIndex()
 {
+    constexpr std::size_t entryBytes = 9;
     return {
-        {"another key", {480 + 9 * 9 + 4, 99}},
-        {"a key out of order", {480 + 4, 7}},
-        {"an entry for a row that is not there", {480 + 9 * 9 + 8, 44}},
-        {"an entry too few", {27 + 11, 0}},
-        {"an index page of another table", {4, 2}},
-        {"no index page", {0, 1}},
+        {"another key", {at::area.begin + 9 * entryBytes + 4, 99}},
+        {"a key out of order", {at::area.begin + 4, 7}},
+        {"an entry for a row that is not there", {at::area.begin + 9 * entryBytes + 8, 44}},
+        {"an entry too few", {at::mask.begin + 11, 0}},
+        {"an index page of another table", {at::owner.begin, 2}},
+        {"no index page", {at::type.begin, 1}},
     };
 }
 
@@ -299,7 +307,7 @@ TEST(Schema, droppingTheIndexThatDisagreesMakesTheTableWritable)
     Fixture fixture;
     const jet::PageNo root = tenNumbers(fixture).indexes().front().root;
     fixture.database.reset();
-    fixture.page(root)[480 + 4] = 7;
+    fixture.page(root)[at::area.begin + 4] = 7;
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
     ASSERT_TRUE(table.whyReadOnly().has_value());
@@ -311,7 +319,7 @@ TEST(Schema, droppingTheIndexThatDisagreesMakesTheTableWritable)
 
 struct SchemaDamageRow {
     bool onDataPage; // else on the page of the maps
-    int offset;
+    std::size_t offset;
     int value;
     int readable;
 };
@@ -319,12 +327,14 @@ class SchemaDamage : public TableTest<SchemaDamageRow> {};
 
 RowTable<SchemaDamageRow> schemaDamage()
 {
+    using namespace jet::usage_map_layout;
+    constexpr std::size_t firstMap = jet::pageSize - newRow, secondMap = firstMap - newRow, bits = inlineBits;
     return {
-        {"a row with more columns than the table", {true, 4096 - 7, 9, 9}},
-        {"a slot outside the page", {true, 15, 0x1F, 8}},
-        {"a page of another table in the map", {false, 0xFBB + 5, 0x04, 10}},
-        {"a map of an unknown kind", {false, 0xFBB, 7, 10}},
-        {"room on a page that is not the table's", {false, 0xF76 + 5, 0x10, 10}},
+        {"a row with more columns than the table", {true, jet::pageSize - 7, 9, 9}},
+        {"a slot outside the page", {true, jet::row_page_layout::slotAt(0) + 1, 31, 8}},
+        {"a page of another table in the map", {false, firstMap + bits, 4, 10}},
+        {"a map of an unknown kind", {false, firstMap, 7, 10}},
+        {"room on a page that is not the table's", {false, secondMap + bits, 16, 10}},
     };
 }
 
@@ -332,10 +342,7 @@ INSTANTIATE_TEST_SUITE_P(, SchemaDamage, testing::ValuesIn(schemaDamage()), RowN
 
 TEST_P(SchemaDamage, damagedTablesAreReadButNotWritten)
 {
-    const auto& onDataPage = row().onDataPage;
-    const auto& offset = row().offset;
-    const auto& value = row().value;
-    const auto& readable = row().readable;
+    const auto& [onDataPage, offset, value, readable] = row();
     Fixture fixture;
     jet::PageNo definition = 0;
     jet::PageNo data = 0;
@@ -367,8 +374,12 @@ TEST(Schema, relationshipsKeepTablesFromBeingWritten)
     Fixture fixture;
     const jet::PageNo definition = tenNumbers(fixture).definitionPage();
     fixture.database.reset();
-    // The one logical index: behind 63 bytes, its statistics, the column with its name, and the physical index.
-    fixture.page(definition)[63 + 12 + 25 + 4 + 52 + 23] = 2;
+    // The one logical index: behind the head, its statistics, the column with its name of one letter, and the physical
+    // index.
+    using namespace jet::definition_layout;
+    constexpr std::size_t name = nameLengthBytes + jet::text_layout::unitBytes;
+    logicalIndex::kind.put(fixture.page(definition) + statistics::at(1) + column::bytes + name + physicalIndex::bytes,
+                           2);
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
     ASSERT_TRUE(table.indexes().front().relationship);

@@ -54,28 +54,15 @@ PowerCutDisk::Image readAll(Snapshot& snapshot, PageCount pagesAtOnce, const std
     return all;
 }
 
-Fault faultOf(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const Error& error) {
-        return error.fault();
-    }
-    return Fault::syntax; // which none of these calls can give
-}
-
 class SnapshotSlices : public TableTest<int> {};
 
-RowTable<int> snapshotSlices()
-{
-    return {
-        {"page by page", 1},
-        {"in slices", 7},
-        {"all at once", 4096},
-    };
-}
+const RowTable<int> snapshotSlices = {
+    {"page by page", 1},
+    {"in slices", 7},
+    {"all at once", 4096},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SnapshotSlices, testing::ValuesIn(snapshotSlices()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SnapshotSlices, testing::ValuesIn(snapshotSlices), RowName());
 
 TEST_P(SnapshotSlices, everyPageIsThatOfTheMomentWhateverIsCommittedMeanwhile)
 {

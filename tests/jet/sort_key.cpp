@@ -81,16 +81,13 @@ struct SortKeyWeightsRow {
 };
 class SortKeyWeights : public TableTest<SortKeyWeightsRow> {};
 
-RowTable<SortKeyWeightsRow> sortKeyWeights()
-{
-    return {
-        // Digests of the keys of "A?B" for every code unit, made by another program from the tables of weights.
-        {"General", {false, 0x505d442bb150cd47}},
-        {"Turkish", {true, 0x121043d4a1569a08}},
-    };
-}
+const RowTable<SortKeyWeightsRow> sortKeyWeights = {
+    // Digests of the keys of "A?B" for every code unit, made by another program from the tables of weights.
+    {"General", {false, 0x505d442bb150cd47}},
+    {"Turkish", {true, 0x121043d4a1569a08}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyWeights, testing::ValuesIn(sortKeyWeights()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SortKeyWeights, testing::ValuesIn(sortKeyWeights), RowName());
 
 TEST_P(SortKeyWeights, everyCodeUnitHasItsWeight)
 {
@@ -161,23 +158,20 @@ struct SortKeyCertaintyRow {
 };
 class SortKeyCertainty : public TableTest<SortKeyCertaintyRow> {};
 
-RowTable<SortKeyCertaintyRow> sortKeyCertainty()
-{
-    return {
-        {"Turkish name", {u"Çiğdem Öğüt-Işık", true, true}},
-        {"all of code page 1254", {u"é â î û € … ™ ß Æ", true, true}},
-        {"Greek", {u"Ωμέγα", true, false}},
-        {"Polish", {u"Łódź", true, false}},
-        {"combining mark", {u"g\u0306", true, false}},
-        {"surrogates", {u"\U0001F600", false, false}},
-        {"never listed", {u"\u0378", false, false}},
-        {"measured as ignored", {u"\u1F76", true, false}},
-        {"diacritic bytes that overflow", {u"\u00E4" + std::u16string(40, u'\u0306'), false, false}},
-        {"unsure unit behind the 255th", {std::u16string(255, u'a') + u"\U0001F600", true, true}},
-    };
-}
+const RowTable<SortKeyCertaintyRow> sortKeyCertainty = {
+    {"Turkish name", {u"Çiğdem Öğüt-Işık", true, true}},
+    {"all of code page 1254", {u"é â î û € … ™ ß Æ", true, true}},
+    {"Greek", {u"Ωμέγα", true, false}},
+    {"Polish", {u"Łódź", true, false}},
+    {"combining mark", {u"g\u0306", true, false}},
+    {"surrogates", {u"\U0001F600", false, false}},
+    {"never listed", {u"\u0378", false, false}},
+    {"measured as ignored", {u"\u1F76", true, false}},
+    {"diacritic bytes that overflow", {u"\u00E4" + std::u16string(40, u'\u0306'), false, false}},
+    {"unsure unit behind the 255th", {std::u16string(255, u'a') + u"\U0001F600", true, true}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyCertainty, testing::ValuesIn(sortKeyCertainty()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SortKeyCertainty, testing::ValuesIn(sortKeyCertainty), RowName());
 
 TEST_P(SortKeyCertainty, onlyKnownWeightsAreCertain)
 {
@@ -205,18 +199,15 @@ struct SortKeyFoldingRow {
 };
 class SortKeyFolding : public TableTest<SortKeyFoldingRow> {};
 
-RowTable<SortKeyFoldingRow> sortKeyFolding()
-{
-    return {
-        {"i with and without dot", {u"IıİiIŞIK", u"ııiiışık"}},
-        {"alphabet", {u"ABCÇDEFGĞHIİJKLMNOÖPRSŞTUÜVYZ", u"abcçdefgğhıijklmnoöprsştuüvyz"}},
-        {"foreign letters", {u"QWXÂÎÛÉÑØŁŸ ΩΆ ДЁЖ", u"qwxâîûéñøłÿ ωά дёж"}},
-        {"no letters", {u"12-'_%[]\u00D7\u00F7 漢", u"12-'_%[]\u00D7\u00F7 漢"}},
-        {"empty", {u"", u""}},
-    };
-}
+const RowTable<SortKeyFoldingRow> sortKeyFolding = {
+    {"i with and without dot", {u"IıİiIŞIK", u"ııiiışık"}},
+    {"alphabet", {u"ABCÇDEFGĞHIİJKLMNOÖPRSŞTUÜVYZ", u"abcçdefgğhıijklmnoöprsştuüvyz"}},
+    {"foreign letters", {u"QWXÂÎÛÉÑØŁŸ ΩΆ ДЁЖ", u"qwxâîûéñøłÿ ωά дёж"}},
+    {"no letters", {u"12-'_%[]\u00D7\u00F7 漢", u"12-'_%[]\u00D7\u00F7 漢"}},
+    {"empty", {u"", u""}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyFolding, testing::ValuesIn(sortKeyFolding()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SortKeyFolding, testing::ValuesIn(sortKeyFolding), RowName());
 
 TEST_P(SortKeyFolding, foldingPairsTurkishLetters)
 {

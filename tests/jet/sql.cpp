@@ -117,29 +117,26 @@ struct SqlSearchRow {
 };
 class SqlSearch : public TableTest<SqlSearchRow> {};
 
-RowTable<SqlSearchRow> sqlSearch()
-{
-    return {
-        {"one letter", {"A", {"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "A_1"}}},
-        {"a name", {"Ali", {"ali", "ALİ", "Ali ", "Ali Veli", "Alican"}}},
-        {"a name and a blank", {"Ali ", {"Ali ", "Ali Veli"}}},
-        {"nobody", {"Ali Vz", {}}},
-        {"another alphabet letter", {"Ç", {"çetin"}}},
-        {"dotless i", {"I", {"Isparta", "IŞIK", "ışık"}}},
-        {"dotted i", {"İs", {"is"}}},
-        {"typed star", {"A*l", {"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican"}}},
-        {"starts with a star",
-         {"*li", Texts{"Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "Veli Ali", "-Ali"}}},
-        {"a comma", {"5,", {"5,"}}},
-        {"percent", {"%", {"%5"}}},
-        {"underscore", {"A_", {"A_1"}}},
-        {"a set", {"[AB]l", {"ALI", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "Bl"}}},
-        {"a hyphen, which has no weight", {"-A", {"-Ali"}}},
-        {"double quote", {"\"", {}}},
-    };
-}
+const RowTable<SqlSearchRow> sqlSearch = {
+    {"one letter", {"A", {"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "A_1"}}},
+    {"a name", {"Ali", {"ali", "ALİ", "Ali ", "Ali Veli", "Alican"}}},
+    {"a name and a blank", {"Ali ", {"Ali ", "Ali Veli"}}},
+    {"nobody", {"Ali Vz", {}}},
+    {"another alphabet letter", {"Ç", {"çetin"}}},
+    {"dotless i", {"I", {"Isparta", "IŞIK", "ışık"}}},
+    {"dotted i", {"İs", {"is"}}},
+    {"typed star", {"A*l", {"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican"}}},
+    {"starts with a star",
+     {"*li", Texts{"Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "Veli Ali", "-Ali"}}},
+    {"a comma", {"5,", {"5,"}}},
+    {"percent", {"%", {"%5"}}},
+    {"underscore", {"A_", {"A_1"}}},
+    {"a set", {"[AB]l", {"ALI", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "Bl"}}},
+    {"a hyphen, which has no weight", {"-A", {"-Ali"}}},
+    {"double quote", {"\"", {}}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SqlSearch, testing::ValuesIn(sqlSearch()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SqlSearch, testing::ValuesIn(sqlSearch), RowName());
 
 TEST_P(SqlSearch, searchesByTheFirstLetters)
 {
@@ -162,16 +159,13 @@ TEST_P(SqlSearch, searchesByTheFirstLetters)
 
 class SqlOrderOfNames : public TableTest<std::string> {};
 
-RowTable<std::string> sqlOrderOfNames()
-{
-    return {
-        {"whole register", ""},
-        {"through a pattern", "where Unvan Like '*'"},
-        {"through another condition", "where Unvan<>'nobody'"},
-    };
-}
+const RowTable<std::string> sqlOrderOfNames = {
+    {"whole register", ""},
+    {"through a pattern", "where Unvan Like '*'"},
+    {"through another condition", "where Unvan<>'nobody'"},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SqlOrderOfNames, testing::ValuesIn(sqlOrderOfNames()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SqlOrderOfNames, testing::ValuesIn(sqlOrderOfNames), RowName());
 
 TEST_P(SqlOrderOfNames, namesComeInTurkishOrder)
 {
@@ -262,21 +256,18 @@ TEST(Sql, unreadablePatternsFail)
         jet::Fault::syntax);
 }
 
+class SqlByIndex : public TableTest<bool> {};
+
+const RowTable<bool> sqlByIndex = {
+    {"no index", false},
+    {"indexes", true},
+};
+
+INSTANTIATE_TEST_SUITE_P(, SqlByIndex, testing::ValuesIn(sqlByIndex), RowName());
+
 // ---- Comparisons ----------------------------------------------------------------------------------------------
 
-class SqlEquality : public TableTest<bool> {};
-
-RowTable<bool> sqlEquality()
-{
-    return {
-        {"no index", false},
-        {"index on the name", true},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, SqlEquality, testing::ValuesIn(sqlEquality()), RowName());
-
-TEST_P(SqlEquality, equalityOfNamesIsExact)
+TEST_P(SqlByIndex, equalityOfNamesIsExact)
 {
     const bool indexes = row();
     Mill mill({.indexes = indexes});
@@ -300,33 +291,30 @@ struct SqlNullRow {
 };
 class SqlNull : public TableTest<SqlNullRow> {};
 
-RowTable<SqlNullRow> sqlNull()
-{
-    return {
-        // Two rows: one with values, one with Null everywhere.
-        {"equal", {"CariHar='X'", 1}},
-        {"unequal", {"CariHar<>'Toplamlar'", 1}},
-        {"not equal", {"Not CariHar='Y'", 1}},
-        {"not unequal", {"Not CariHar<>'X'", 1}},
-        {"not like", {"Not CariHar Like 'Y*'", 1}},
-        {"number", {"Zeytin<>5", 1}},
-        {"not a number", {"Not Zeytin=5", 1}},
-        {"date", {"Tarih<>#1/1/2000#", 1}},
-        {"against Null", {"Zeytin=Null", 0}},
-        {"not against Null", {"Not Zeytin=Null", 0}},
-        {"unequal to Null", {"Zeytin<>Null", 0}},
-        {"is Null", {"Zeytin Is Null", 1}},
-        {"is not Null", {"Zeytin Is Not Null", 1}},
-        {"not is Null", {"Not Zeytin Is Null", 1}},
-        {"unknown or true", {"Zeytin=10 Or CariHar Is Null", 2}},
-        {"not (unknown and true)", {"Not (Zeytin=10 And CariHar='X')", 0}},
-        {"not (unknown and false)", {"Not (Zeytin=10 And Onay=True)", 2}},
-        {"two fields", {"Zeytin=Zeytin", 1}},
-        {"Booleans are never Null", {"Onay=False", 2}},
-    };
-}
+const RowTable<SqlNullRow> sqlNull = {
+    // Two rows: one with values, one with Null everywhere.
+    {"equal", {"CariHar='X'", 1}},
+    {"unequal", {"CariHar<>'Toplamlar'", 1}},
+    {"not equal", {"Not CariHar='Y'", 1}},
+    {"not unequal", {"Not CariHar<>'X'", 1}},
+    {"not like", {"Not CariHar Like 'Y*'", 1}},
+    {"number", {"Zeytin<>5", 1}},
+    {"not a number", {"Not Zeytin=5", 1}},
+    {"date", {"Tarih<>#1/1/2000#", 1}},
+    {"against Null", {"Zeytin=Null", 0}},
+    {"not against Null", {"Not Zeytin=Null", 0}},
+    {"unequal to Null", {"Zeytin<>Null", 0}},
+    {"is Null", {"Zeytin Is Null", 1}},
+    {"is not Null", {"Zeytin Is Not Null", 1}},
+    {"not is Null", {"Not Zeytin Is Null", 1}},
+    {"unknown or true", {"Zeytin=10 Or CariHar Is Null", 2}},
+    {"not (unknown and true)", {"Not (Zeytin=10 And CariHar='X')", 0}},
+    {"not (unknown and false)", {"Not (Zeytin=10 And Onay=True)", 2}},
+    {"two fields", {"Zeytin=Zeytin", 1}},
+    {"Booleans are never Null", {"Onay=False", 2}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SqlNull, testing::ValuesIn(sqlNull()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SqlNull, testing::ValuesIn(sqlNull), RowName());
 
 TEST_P(SqlNull, nullMeetsNoComparison)
 {
@@ -347,18 +335,15 @@ struct SqlSumsRow {
 };
 class SqlSums : public TableTest<SqlSumsRow> {};
 
-RowTable<SqlSumsRow> sqlSums()
-{
-    return {
-        {"no rows", {{}, -1000.0}},
-        {"two", {{1000, 500}, 1500.0}},
-        {"one is Null", {{1000, -1000}, 1000.0}},
-        {"all are Null", {{-1000, -1000}, -1000.0}},
-        {"cancelling out", {{-5, 5}, 0.0}},
-    };
-}
+const RowTable<SqlSumsRow> sqlSums = {
+    {"no rows", {{}, -1000.0}},
+    {"two", {{1000, 500}, 1500.0}},
+    {"one is Null", {{1000, -1000}, 1000.0}},
+    {"all are Null", {{-1000, -1000}, -1000.0}},
+    {"cancelling out", {{-5, 5}, 0.0}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SqlSums, testing::ValuesIn(sqlSums()), RowName());
+INSTANTIATE_TEST_SUITE_P(, SqlSums, testing::ValuesIn(sqlSums), RowName());
 
 TEST_P(SqlSums, sumsLeaveNullOut)
 {
@@ -481,19 +466,7 @@ TEST(Sql, aPeriodOfOldDaysGoesByTimeNotByStoredNumber)
     }
 }
 
-class SqlOrderOfDates : public TableTest<bool> {};
-
-RowTable<bool> sqlOrderOfDates()
-{
-    return {
-        {"no index", false},
-        {"index on the date", true},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, SqlOrderOfDates, testing::ValuesIn(sqlOrderOfDates()), RowName());
-
-TEST_P(SqlOrderOfDates, theJournalComesInOrderOfItsDates)
+TEST_P(SqlByIndex, theJournalComesInOrderOfItsDates)
 {
     const bool indexes = row();
     Mill mill({.indexes = indexes});
@@ -580,8 +553,7 @@ INSTANTIATE_TEST_SUITE_P(, SqlCondition, testing::ValuesIn(sqlCondition()), Numb
 
 TEST_P(SqlCondition, selectsTheRowsThatItDescribes)
 {
-    const auto& condition = row().condition;
-    const auto& customers = row().customers;
+    const auto& [condition, customers] = row();
     for (const bool indexes : {false, true}) {
         Mill mill({.indexes = indexes});
         mill.hareket().insert({{0, DateTime{45000}}, {1, 10.0}, {2, 1.0}, {6, u"Ali"}});
@@ -608,19 +580,7 @@ TEST_P(SqlCondition, selectsTheRowsThatItDescribes)
 
 // ---- Deleting -------------------------------------------------------------------------------------------------
 
-class SqlDelete : public TableTest<bool> {};
-
-RowTable<bool> sqlDelete()
-{
-    return {
-        {"no index", false},
-        {"indexes", true},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, SqlDelete, testing::ValuesIn(sqlDelete()), RowName());
-
-TEST_P(SqlDelete, deletesOnlyWhatTheConditionNames)
+TEST_P(SqlByIndex, deletesOnlyWhatTheConditionNames)
 {
     const bool indexes = row();
     Mill mill({.indexes = indexes});

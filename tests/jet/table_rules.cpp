@@ -2,7 +2,9 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/properties.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/limits.h"
 #include "tests/jet/random_rows.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
@@ -67,40 +69,34 @@ struct TableRulesValueRow {
 };
 class TableRulesValue : public TableTest<TableRulesValueRow> {};
 
-RowTable<TableRulesValueRow> tableRulesValue()
-{
-    RowTable<TableRulesValueRow> table;
-    const auto row = [&table](const char* name, ColumnType type, Value given, Value kept) {
-        table.push_back({name, {type, given, kept}});
-    };
-    row("half to the even neighbour below", ColumnType::longInteger, 2.5, std::int32_t{2});
-    row("half to the even neighbour above", ColumnType::longInteger, 3.5, std::int32_t{4});
-    row("negative half", ColumnType::longInteger, -2.5, std::int32_t{-2});
-    row("money to Long", ColumnType::longInteger, jet::Currency{25001}, std::int32_t{3});
-    row("exact decimal to Long", ColumnType::longInteger, numeric(1250, 3, true), std::int32_t{-1});
-    row("Long to Double", ColumnType::doubleFloat, std::int32_t{7}, 7.0);
-    row("Single to Double", ColumnType::doubleFloat, 0.5f, 0.5);
-    row("Double to Single", ColumnType::singleFloat, 0.1, 0.1f);
-    row("Double to money", ColumnType::currency, 1234.56785, jet::Currency{12345678});
-    row("Long to money", ColumnType::currency, std::int32_t{-3}, jet::Currency{-30000});
-    row("exact decimal to money", ColumnType::currency, numeric(123456789, 5), jet::Currency{12345679});
-    row("True is -1", ColumnType::integer, true, std::int16_t{-1});
-    row("any number is True", ColumnType::boolean, 0.25, true);
-    row("zero is False", ColumnType::boolean, std::int32_t{0}, false);
-    row("Null is False", ColumnType::boolean, Value(), false);
-    row("Null stays Null", ColumnType::doubleFloat, Value(), Value());
-    row("a number is a date by its days", ColumnType::dateTime, 45000.25, jet::DateTime{45000.25});
-    row("a date is a number by its days", ColumnType::doubleFloat, jet::DateTime{45000.25}, 45000.25);
-    row("Byte at its end", ColumnType::byte, 255.4, std::uint8_t{255});
-    row("Double to exact decimal by its 15 digits", ColumnType::numeric, 0.1, numeric(100, 3));
-    row("Double to exact decimal, half to even", ColumnType::numeric, 1.0005, numeric(1000, 3));
-    row("negative Double to exact decimal", ColumnType::numeric, -12.3456, numeric(12346, 3, true));
-    row("money to exact decimal", ColumnType::numeric, jet::Currency{-15}, numeric(2, 3, true));
-    row("exact decimal with more places", ColumnType::numeric, numeric(7, 0), numeric(7000, 3));
-    return table;
-}
+const RowTable<TableRulesValueRow> tableRulesValue = {
+    {"half to the even neighbour below", {ColumnType::longInteger, 2.5, std::int32_t{2}}},
+    {"half to the even neighbour above", {ColumnType::longInteger, 3.5, std::int32_t{4}}},
+    {"negative half", {ColumnType::longInteger, -2.5, std::int32_t{-2}}},
+    {"money to Long", {ColumnType::longInteger, jet::Currency{25001}, std::int32_t{3}}},
+    {"exact decimal to Long", {ColumnType::longInteger, numeric(1250, 3, true), std::int32_t{-1}}},
+    {"Long to Double", {ColumnType::doubleFloat, std::int32_t{7}, 7.0}},
+    {"Single to Double", {ColumnType::doubleFloat, 0.5f, 0.5}},
+    {"Double to Single", {ColumnType::singleFloat, 0.1, 0.1f}},
+    {"Double to money", {ColumnType::currency, 1234.56785, jet::Currency{12345678}}},
+    {"Long to money", {ColumnType::currency, std::int32_t{-3}, jet::Currency{-30000}}},
+    {"exact decimal to money", {ColumnType::currency, numeric(123456789, 5), jet::Currency{12345679}}},
+    {"True is -1", {ColumnType::integer, true, std::int16_t{-1}}},
+    {"any number is True", {ColumnType::boolean, 0.25, true}},
+    {"zero is False", {ColumnType::boolean, std::int32_t{0}, false}},
+    {"Null is False", {ColumnType::boolean, Value(), false}},
+    {"Null stays Null", {ColumnType::doubleFloat, Value(), Value()}},
+    {"a number is a date by its days", {ColumnType::dateTime, 45000.25, jet::DateTime{45000.25}}},
+    {"a date is a number by its days", {ColumnType::doubleFloat, jet::DateTime{45000.25}, 45000.25}},
+    {"Byte at its end", {ColumnType::byte, 255.4, std::uint8_t{255}}},
+    {"Double to exact decimal by its 15 digits", {ColumnType::numeric, 0.1, numeric(100, 3)}},
+    {"Double to exact decimal, half to even", {ColumnType::numeric, 1.0005, numeric(1000, 3)}},
+    {"negative Double to exact decimal", {ColumnType::numeric, -12.3456, numeric(12346, 3, true)}},
+    {"money to exact decimal", {ColumnType::numeric, jet::Currency{-15}, numeric(2, 3, true)}},
+    {"exact decimal with more places", {ColumnType::numeric, numeric(7, 0), numeric(7000, 3)}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, TableRulesValue, testing::ValuesIn(tableRulesValue()), RowName());
+INSTANTIATE_TEST_SUITE_P(, TableRulesValue, testing::ValuesIn(tableRulesValue), RowName());
 
 TEST_P(TableRulesValue, valuesBecomeTheColumnsType)
 {
@@ -119,36 +115,30 @@ struct TableRulesRefusalRow {
 };
 class TableRulesRefusal : public TableTest<TableRulesRefusalRow> {};
 
-RowTable<TableRulesRefusalRow> tableRulesRefusal()
-{
-    RowTable<TableRulesRefusalRow> table;
-    const auto row = [&table](const char* name, ColumnType type, Value given) {
-        table.push_back({name, {type, given}});
-    };
-    row("Byte below zero", ColumnType::byte, -0.6);
-    row("Byte too large", ColumnType::byte, std::int32_t{256});
-    row("Integer too large", ColumnType::integer, 32767.5);
-    row("Long too large", ColumnType::longInteger, 2147483648.0);
-    row("Long too small", ColumnType::longInteger, -2147483649.0);
-    row("Single too large", ColumnType::singleFloat, 1e39);
-    row("money too large", ColumnType::currency, 1e15);
-    row("not a number", ColumnType::doubleFloat, std::nan(""));
-    row("infinite", ColumnType::doubleFloat, std::numeric_limits<double>::infinity());
-    row("a date before the year 100", ColumnType::dateTime, -657435.0);
-    row("a date after the year 9999", ColumnType::dateTime, 2958466.0);
-    row("more digits than the column has", ColumnType::numeric, 1e6);
-    row("a text for a number", ColumnType::doubleFloat, std::u16string(u"12"));
-    row("a number for a text", ColumnType::text, 12.0);
-    row("a text too long", ColumnType::text, std::u16string(11, u'x'));
-    row("a memo longer than a page", ColumnType::memo, std::u16string(4090, u'x'));
-    row("a number for a GUID", ColumnType::guid, 1.0);
-    row("bytes too long", ColumnType::binary, jet::Bytes(11));
-    row("bytes for a text", ColumnType::text, jet::Bytes(1));
-    row("bytes longer than a page", ColumnType::ole, jet::Bytes(4077));
-    return table;
-}
+const RowTable<TableRulesRefusalRow> tableRulesRefusal = {
+    {"Byte below zero", {ColumnType::byte, -0.6}},
+    {"Byte too large", {ColumnType::byte, std::int32_t{256}}},
+    {"Integer too large", {ColumnType::integer, 32767.5}},
+    {"Long too large", {ColumnType::longInteger, 2147483648.0}},
+    {"Long too small", {ColumnType::longInteger, -2147483649.0}},
+    {"Single too large", {ColumnType::singleFloat, 1e39}},
+    {"money too large", {ColumnType::currency, 1e15}},
+    {"not a number", {ColumnType::doubleFloat, std::nan("")}},
+    {"infinite", {ColumnType::doubleFloat, std::numeric_limits<double>::infinity()}},
+    {"a date before the year 100", {ColumnType::dateTime, jet::limits::firstDay - 1}},
+    {"a date after the year 9999", {ColumnType::dateTime, jet::limits::dayAfterLast}},
+    {"more digits than the column has", {ColumnType::numeric, 1e6}},
+    {"a text for a number", {ColumnType::doubleFloat, std::u16string(u"12")}},
+    {"a number for a text", {ColumnType::text, 12.0}},
+    {"a text too long", {ColumnType::text, std::u16string(11, u'x')}},
+    {"a memo longer than a page", {ColumnType::memo, std::u16string(4090, u'x')}},
+    {"a number for a GUID", {ColumnType::guid, 1.0}},
+    {"bytes too long", {ColumnType::binary, jet::Bytes(11)}},
+    {"bytes for a text", {ColumnType::text, jet::Bytes(1)}},
+    {"bytes longer than a page", {ColumnType::ole, jet::Bytes(4077)}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, TableRulesRefusal, testing::ValuesIn(tableRulesRefusal()), RowName());
+INSTANTIATE_TEST_SUITE_P(, TableRulesRefusal, testing::ValuesIn(tableRulesRefusal), RowName());
 
 TEST_P(TableRulesRefusal, valuesThatDoNotFitAreRefused)
 {
@@ -261,17 +251,14 @@ TEST(TableRules, requiredComesFromTheTablesProperties)
     };
     const auto text = [&](std::u16string_view letters) {
         jet::Bytes bytes{static_cast<std::uint8_t>(2 * letters.size()), 0};
-        for (const char16_t letter : letters) {
-            bytes.push_back(static_cast<std::uint8_t>(letter & 0xFF));
-            bytes.push_back(static_cast<std::uint8_t>(letter >> 8));
-        }
+        for (const char16_t letter : letters)
+            bytes.insert(bytes.end(), {static_cast<std::uint8_t>(letter), static_cast<std::uint8_t>(letter >> 8)});
         return bytes;
     };
     const auto sized = [&](const jet::Bytes& body, std::size_t headLength, const jet::Bytes& kind) {
         const std::size_t length = body.size() + headLength + kind.size();
         jet::Bytes head(headLength, 0);
-        head[0] = static_cast<std::uint8_t>(length & 0xFF);
-        head[1] = static_cast<std::uint8_t>(length >> 8);
+        jet::putU16(head.data(), static_cast<std::uint32_t>(length));
         return joined({head, kind, body});
     };
     const auto column = [&](std::u16string_view name, std::uint8_t required) {
@@ -531,7 +518,7 @@ TEST(TableRules, aStaleRowCountIsPutRightByTheFirstWrite)
         for (int i = 0; i < 5; ++i) table.insert({{0, i}});
         definition = table.definitionPage();
     }
-    disk.content(path)[jet::positionOf(definition) + 16] = 77;
+    jet::definition_layout::head::rowCount.put(&disk.content(path)[jet::positionOf(definition)], 77);
     const auto database = jet::Database::open(disk, path);
     jet::Table& table = database->table(u"Deneme");
     ASSERT_EQ(table.rowCount(), 77U);

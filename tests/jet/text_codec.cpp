@@ -51,19 +51,16 @@ struct TextCodecReadRow {
 };
 class TextCodecRead : public TableTest<TextCodecReadRow> {};
 
-RowTable<TextCodecReadRow> textCodecRead()
-{
-    return {
-        {"nothing", {"", u""}},
-        {"half a unit is left out", {"4100 42", u"A"}},
-        {"compressed, nothing behind the mark", {"FFFE", u""}},
-        {"compressed, ends inside a pair", {"FFFE 41 00 5F", u"A"}},
-        {"two changes of mode in a row", {"FFFE 41 00 00 42", u"AB"}},
-        {"lone surrogate", {"00D8", std::u16string(1, char16_t(0xD800))}},
-    };
-}
+const RowTable<TextCodecReadRow> textCodecRead = {
+    {"nothing", {"", u""}},
+    {"half a unit is left out", {"4100 42", u"A"}},
+    {"compressed, nothing behind the mark", {"FFFE", u""}},
+    {"compressed, ends inside a pair", {"FFFE 41 00 5F", u"A"}},
+    {"two changes of mode in a row", {"FFFE 41 00 00 42", u"AB"}},
+    {"lone surrogate", {"00D8", std::u16string(1, char16_t(0xD800))}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, TextCodecRead, testing::ValuesIn(textCodecRead()), RowName());
+INSTANTIATE_TEST_SUITE_P(, TextCodecRead, testing::ValuesIn(textCodecRead), RowName());
 
 TEST_P(TextCodecRead, everyStoredFormIsRead)
 {
@@ -77,15 +74,12 @@ TEST(TextCodec, aTextWithoutAnyFormIsRefused) { ASSERT_FALSE(jet::encodeText(u"\
 
 class TextCodecUnits : public TableTest<bool> {};
 
-RowTable<bool> textCodecUnits()
-{
-    return {
-        {"compressed where possible", true},
-        {"plain", false},
-    };
-}
+const RowTable<bool> textCodecUnits = {
+    {"compressed where possible", true},
+    {"plain", false},
+};
 
-INSTANTIATE_TEST_SUITE_P(, TextCodecUnits, testing::ValuesIn(textCodecUnits()), RowName());
+INSTANTIATE_TEST_SUITE_P(, TextCodecUnits, testing::ValuesIn(textCodecUnits), RowName());
 
 TEST_P(TextCodecUnits, everyUnitComesBack)
 {

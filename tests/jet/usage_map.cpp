@@ -17,6 +17,8 @@ using namespace jet;
 
 namespace {
 
+namespace at = usage_map_layout;
+
 const std::filesystem::path file = "Yag.mdb";
 
 /// A database open for changes, as long as the object lives.
@@ -36,40 +38,31 @@ PageNo mapPage(Pager& pager, std::size_t count)
 {
     const PageNo page = allocatePage(pager);
     const auto bytes = pager.write(page);
-    bytes[0] = bytes[1] = 1;
-    putU16(&bytes[2], static_cast<std::uint32_t>(pageSize - 69 * count - 14 - 2 * count));
-    putU16(&bytes[12], static_cast<std::uint32_t>(count));
-    for (std::size_t k = 0; k < count; ++k)
-        putU16(&bytes[14 + 2 * k], static_cast<std::uint32_t>(pageSize - 69 * (k + 1)));
+    initRowPage(bytes, row_page_layout::mapOwner);
+    for (std::size_t k = 0; k < count; ++k) appendRow(bytes, std::array<std::uint8_t, at::newRow>{}, RowKind::ordinary);
     return page;
 }
 
-std::size_t rowLength(Pager& pager, MapRef map)
+std::span<const std::uint8_t> mapRow(Pager& pager, MapRef map)
 {
     const auto page = pager.read(map.page);
-    const std::size_t end = map.slot == 0 ? pageSize : getU16(&page[12U + 2U * map.slot.number()]) & 0x1FFF;
-    return end - (getU16(&page[14U + 2U * map.slot.number()]) & 0x1FFFU);
+    return slotBytes(page, slotAt(page, map.slot).value());
 }
 
-bool isReference(Pager& pager, MapRef map)
-{
-    const auto page = pager.read(map.page);
-    return page[getU16(&page[14U + 2U * map.slot.number()]) & 0x1FFF] == 1;
-}
+bool isReference(Pager& pager, MapRef map) { return at::kind.get(mapRow(pager, map)) == at::referenceKind; }
 
 /// Free field = lowest row offset - end of the slot table.
 bool freeFieldHolds(Pager& pager, PageNo number)
 {
     const auto page = pager.read(number);
-    const std::size_t rows = getU16(&page[12]);
-    return getU16(&page[2]) == getU16(&page[14 + 2 * (rows - 1)]) - (14 + 2 * rows);
+    return page_layout::freeBytes.get(page) == freeBytes(page);
 }
 
 TEST(UsageMap, lowestFreePageIsTakenAndZeroed)
 {
     auto content = blankFile(20);
-    content[4096 + 0x0FBB + 5 + 1] |= 1; // page 8 is free
-    std::fill_n(content.begin() + 8 * 4096, 4096, std::uint8_t{0xEE});
+    content[freeMapAt + at::inlineBits + 1] |= 1; // page 8 is free
+    std::ranges::fill(std::span(content).subspan(positionOf(8), pageSize), std::uint8_t{0xEE});
     Opened db(content);
     ASSERT_EQ(allocatePage(*db.pager), PageNo(8));
     ASSERT_TRUE(std::ranges::all_of(db.pager->read(8), [](std::uint8_t byte) { return byte == 0; }));
@@ -131,30 +124,24 @@ struct UsageMapGrowthRow {
 };
 class UsageMapGrowth : public TableTest<UsageMapGrowthRow> {};
 
-RowTable<UsageMapGrowthRow> usageMapGrowth()
-{
-    return {
-        // Sizes of files that the platform itself made.
-        {"new", {PageNo{512}, 69}},
-        {"743 pages", {PageNo{743}, 101}},
-        {"772 pages", {PageNo{772}, 105}},
-        {"1006 pages", {PageNo{1006}, 133}},
-        {"longest inline", {PageNo{32032}, 4009}},
-    };
-}
+const RowTable<UsageMapGrowthRow> usageMapGrowth = {
+    // Sizes of files that the platform itself made.
+    {"new", {PageNo{512}, 69}},          {"743 pages", {PageNo{743}, 101}},         {"772 pages", {PageNo{772}, 105}},
+    {"1006 pages", {PageNo{1006}, 133}}, {"longest inline", {PageNo{32032}, 4009}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, UsageMapGrowth, testing::ValuesIn(usageMapGrowth()), RowName());
+INSTANTIATE_TEST_SUITE_P(, UsageMapGrowth, testing::ValuesIn(usageMapGrowth), RowName());
 
 TEST_P(UsageMapGrowth, freeMapGrowsInStepsOf32Pages)
 {
     const auto& [pages, length] = row();
     Opened db;
     for (PageNo page = 16; page < pages; ++page) ASSERT_EQ(allocatePage(*db.pager), page);
-    ASSERT_EQ(rowLength(*db.pager, freeMap), length);
+    ASSERT_EQ(mapRow(*db.pager, freeMap).size(), length);
     ASSERT_FALSE(isReference(*db.pager, freeMap));
     ASSERT_TRUE(freeFieldHolds(*db.pager, 1));
     const MapRef second{1, 1};
-    ASSERT_EQ(rowLength(*db.pager, second), 69U);
+    ASSERT_EQ(mapRow(*db.pager, second).size(), 69U);
     ASSERT_EQ(mapPages(*db.pager, second), std::vector<PageNo>());
 }
 
@@ -166,7 +153,7 @@ TEST(UsageMap, everyPageHasOneUseInAVeryLargeFile)
     const MapRef room{1, owned.page};
     for (int i = 0; i < 70000; ++i) {
         const PageNo page = allocatePage(pager);
-        pager.write(page)[0] = 1;
+        page_layout::type.put(pager.write(page), 1);
         mapSet(pager, owned, page);
         if (i % 3 == 0) mapSet(pager, room, page);
     }
@@ -184,7 +171,7 @@ TEST(UsageMap, everyPageHasOneUseInAVeryLargeFile)
     ASSERT_TRUE(std::ranges::is_sorted(pages));
     for (const PageNo page : pages) {
         ++uses[page.number()];
-        ASSERT_EQ(pager.read(page)[0], 1);
+        ASSERT_EQ(page_layout::type.get(pager.read(page)), 1);
     }
     for (const PageNo page : mapPages(pager, freeMap)) ++uses[page.number()];
     ASSERT_TRUE(std::ranges::all_of(uses, [](int n) { return n == 1; }));
@@ -207,16 +194,13 @@ struct UsageMapHistoryRow {
 };
 class UsageMapHistory : public TableTest<UsageMapHistoryRow> {};
 
-RowTable<UsageMapHistoryRow> usageMapHistory()
-{
-    return {
-        {"low pages", {PageNo{20}, PageNo{400}}},        {"narrow and high", {PageNo{33000}, PageNo{33500}}},
-        {"just too wide", {PageNo{1000}, PageNo{1521}}}, {"over two bitmaps", {PageNo{32000}, PageNo{34000}}},
-        {"whole file", {PageNo{2}, PageNo{39000}}},
-    };
-}
+const RowTable<UsageMapHistoryRow> usageMapHistory = {
+    {"low pages", {PageNo{20}, PageNo{400}}},        {"narrow and high", {PageNo{33000}, PageNo{33500}}},
+    {"just too wide", {PageNo{1000}, PageNo{1521}}}, {"over two bitmaps", {PageNo{32000}, PageNo{34000}}},
+    {"whole file", {PageNo{2}, PageNo{39000}}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, UsageMapHistory, testing::ValuesIn(usageMapHistory()), RowName());
+INSTANTIATE_TEST_SUITE_P(, UsageMapHistory, testing::ValuesIn(usageMapHistory), RowName());
 
 TEST_P(UsageMapHistory, mapFollowsARandomHistory)
 {
@@ -253,10 +237,9 @@ TEST(UsageMap, farPageRebasesAnInlineMap)
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 921);
     ASSERT_FALSE(isReference(*db.pager, map));
-    const auto page = db.pager->read(map.page);
-    ASSERT_EQ(getU32(&page[4096 - 69 + 1]), 920U);
+    ASSERT_EQ(at::firstPage.get(mapRow(*db.pager, map)), PageNo(920));
     mapSet(*db.pager, map, 916);
-    ASSERT_EQ(getU32(&page[4096 - 69 + 1]), 912U);
+    ASSERT_EQ(at::firstPage.get(mapRow(*db.pager, map)), PageNo(912));
     ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{916, 921}));
 }
 
@@ -269,7 +252,7 @@ TEST(UsageMap, widerSpreadTurnsAMapIntoAReference)
     ASSERT_TRUE(mapBitmapPages(*db.pager, map).empty());
     mapSet(*db.pager, map, 900);
     ASSERT_TRUE(isReference(*db.pager, map));
-    ASSERT_EQ(rowLength(*db.pager, map), 69U);
+    ASSERT_EQ(mapRow(*db.pager, map).size(), 69U);
     ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{100, 900}));
     const auto bitmaps = mapBitmapPages(*db.pager, map);
     ASSERT_EQ(bitmaps.size(), 1U);
@@ -303,13 +286,13 @@ TEST(UsageMap, bitsPastTheEndAreLeftOut)
 TEST(UsageMap, freeMapOfAnotherProgramMayStartHigher)
 {
     auto content = blankFile(100);
-    std::uint8_t* const row = &content[4096 + 0x0FBB];
-    putU32(row + 1, 64);
-    std::fill_n(row + 5, 64, std::uint8_t{0xFF});
+    std::uint8_t* const row = &content[freeMapAt];
+    at::firstPage.put(row, 64);
+    std::uint8_t* const bits = row + at::inlineBits;
+    std::fill_n(bits, 64, std::uint8_t{0xFF});
     for (PageNo page = 64; page < 100; ++page)
         if (page != 90)
-            row[5 + (page - PageNo(64)) / 8] =
-                static_cast<std::uint8_t>(row[5 + (page - PageNo(64)) / 8] & ~(1U << page.number() % 8));
+            bits[(page - 64) / 8] = static_cast<std::uint8_t>(bits[(page - 64) / 8] & ~(1U << page.number() % 8));
     Opened db(content);
     ASSERT_EQ(allocatePage(*db.pager), PageNo(90));
     ASSERT_EQ(allocatePage(*db.pager), PageNo(100));
@@ -330,8 +313,9 @@ TEST(UsageMap, mapOfAnotherProgramMayStartAnywhere)
     Opened db;
     const MapRef map{0, mapPage(*db.pager, 1)};
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
-    putU32(&db.pager->write(map.page)[4096 - 69 + 1], 27);
-    db.pager->write(map.page)[4096 - 69 + 5] = 0b101;
+    std::uint8_t* const row = &db.pager->write(map.page)[pageSize - at::newRow];
+    at::firstPage.put(row, 27);
+    row[at::inlineBits] = 0b101;
     ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29}));
     mapSet(*db.pager, map, 538);
     ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{27, 29, 538}));
@@ -344,7 +328,7 @@ TEST(UsageMap, pagesReservedPastTheEndAreSkipped)
 {
     auto content = blankFile(20);
     for (PageNo page = 20; page < 32; ++page) {
-        auto& byte = content[4096 + 0x0FBB + 5 + page.number() / 8];
+        auto& byte = content[freeMapAt + at::inlineBits + page.number() / 8];
         byte = static_cast<std::uint8_t>(byte & ~(1U << page.number() % 8));
     }
     Opened db(content);
@@ -353,29 +337,31 @@ TEST(UsageMap, pagesReservedPastTheEndAreSkipped)
 }
 
 struct UsageMapDamageRow {
-    std::ptrdiff_t offset;
+    std::size_t offset;
     std::vector<std::uint8_t> bytes;
 };
 class UsageMapDamage : public TableTest<UsageMapDamageRow> {};
 
 RowTable<UsageMapDamageRow> usageMapDamage()
 {
+    // The map is slot 1 of page 16.
+    constexpr std::size_t slotCount = row_page_layout::slotCount.begin, slotBefore = row_page_layout::slotAt(0),
+                          slot = row_page_layout::slotAt(1), row = pageSize - 2 * at::newRow;
     return {
-        // The map is slot 1 of page 16: its row is at 0xF76, its slot at 16.
-        {"no row page", {0, {4}}},
-        {"fewer slots", {12, {1, 0}}},
-        {"slots past the page", {12, {0xFF, 0xFF}}},
-        {"dead slot", {16, {0x76, 0xCF}}},
-        {"row in the slot table", {16, {0x05, 0x00}}},
-        {"row after its predecessor", {16, {0xC0, 0x0F}}},
-        {"predecessor past the page", {14, {0xFF, 0x1F}}},
-        {"empty row", {16, {0xBB, 0x0F}}},
-        {"row of four bytes", {16, {0xB7, 0x0F}}},
-        {"unknown type", {0xF76, {2}}},
-        {"start far outside", {0xF77, {0xF8, 0xFF, 0xFF, 0xFF}}},
-        {"bitmap that does not exist", {0xF76, {1, 0, 0, 1, 0}}},
-        {"bitmap of another type", {0xF76, {1, 1, 0, 0, 0}}},
-        {"one bitmap twice", {0xF76, {1, 17, 0, 0, 0, 17, 0, 0, 0}}},
+        {"no row page", {page_layout::type.begin, {4}}},
+        {"fewer slots", {slotCount, {1, 0}}},
+        {"slots past the page", {slotCount, {255, 255}}},
+        {"dead slot", {slot, {118, 207}}},
+        {"row in the slot table", {slot, {5, 0}}},
+        {"row after its predecessor", {slot, {192, 15}}},
+        {"predecessor past the page", {slotBefore, {255, 31}}},
+        {"empty row", {slot, {187, 15}}},
+        {"row of four bytes", {slot, {183, 15}}},
+        {"unknown type", {row, {2}}},
+        {"start far outside", {row + at::firstPage.begin, {248, 255, 255, 255}}},
+        {"bitmap that does not exist", {row, {1, 0, 0, 1, 0}}},
+        {"bitmap of another type", {row, {1, 1, 0, 0, 0}}},
+        {"one bitmap twice", {row, {1, 17, 0, 0, 0, 17, 0, 0, 0}}},
     };
 }
 
@@ -389,8 +375,8 @@ TEST_P(UsageMapDamage, damagedMapsAreNamed)
     const MapRef map{1, mapPage(pager, 3)};
     ASSERT_EQ(map.page, PageNo(16));
     const PageNo bitmap = allocatePage(pager);
-    pager.write(bitmap)[0] = 5;
-    std::copy(bytes.begin(), bytes.end(), pager.write(map.page).begin() + offset);
+    page_layout::type.put(pager.write(bitmap), 5);
+    std::copy(bytes.begin(), bytes.end(), &pager.write(map.page)[offset]);
     ASSERT_EQ(faultOf([&] { mapPages(pager, map); }), Fault::damaged);
     ASSERT_EQ(faultOf([&] {
                   mapBitmapPages(pager, map);
@@ -402,7 +388,7 @@ TEST_P(UsageMapDamage, damagedMapsAreNamed)
 TEST(UsageMap, freeMapThatOffersTheHeaderIsDamage)
 {
     auto content = blankFile();
-    content[4096 + 0x0FBB + 5] = 1;
+    content[freeMapAt + at::inlineBits] = 1;
     Opened db(content);
     ASSERT_EQ(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
 }
@@ -410,7 +396,7 @@ TEST(UsageMap, freeMapThatOffersTheHeaderIsDamage)
 TEST(UsageMap, freeMapFarPastTheEndIsDamage)
 {
     auto content = blankFile();
-    putU32(&content[4096 + 0x0FBB + 1], 400000);
+    at::firstPage.put(&content[freeMapAt], PageNo(400000));
     Opened db(content);
     ASSERT_EQ(faultOf([&] { allocatePage(*db.pager); }), Fault::damaged);
     ASSERT_EQ(db.pager->pageCount(), 16U);

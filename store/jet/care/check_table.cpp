@@ -157,7 +157,8 @@ private:
         if (rowPageOwner(page) != 0) fault(map.page, "harita sayfasında başka bir sahip yazılı");
         for (const PageNo bitmap : mapBitmapPages(pager_, map)) {
             owners_.claim(owner, bitmap);
-            if (pager_.read(bitmap)[1] != 1) fault(bitmap, "bit sayfasının ikinci baytı 1 değil");
+            if (page_layout::mark.get(pager_.read(bitmap)) != page_layout::markInUse)
+                fault(bitmap, "bit sayfasının ikinci baytı 1 değil");
         }
     }
 

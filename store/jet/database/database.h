@@ -5,6 +5,7 @@
 #include "store/jet/table/table.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,8 +45,10 @@ public:
     /// Throws any of the first ten faults, or damaged when the catalogue cannot be read.
     static std::unique_ptr<Database> open(Disk& disk, const std::filesystem::path& path,
                                           Pager::Mode mode = Pager::Mode::readWrite);
-    /// Makes an empty database (system tables only), whole or not at all. Throws exists when the path is taken.
-    static void create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now);
+    /// Makes a database of the system tables and what `furnish` puts in, whole or not at all. Throws exists when the
+    /// path is taken.
+    static void create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now,
+                       const std::function<void(Database&)>& furnish = {});
     ~Database();
 
     Pager& pager();

@@ -116,24 +116,7 @@ Header readHeader(Pager& pager)
     return header;
 }
 
-const AccountSet& accountSet(Collation collation)
-{
-    static constexpr AccountSet generalSet{{0x81, 0xAF, 0xD4, 0x6B, 0x4F, 0xEC, 0xE4, 0x40},
-                                           {0x62, 0xA7, 0x00, 0x00},
-                                           0x11A6,
-                                           {0x06, 0xEA},
-                                           {0x07, 0xE8},
-                                           {0x06, 0xE8},
-                                           {0x06, 0xED}};
-    static constexpr AccountSet turkishSet{{0x06, 0xA2, 0xB1, 0xB2, 0x9F, 0x1D, 0xE6, 0x40},
-                                           {0xEC, 0xB0, 0x00, 0x00},
-                                           0x11A6,
-                                           {0xF5, 0x89},
-                                           {0xF4, 0x8B},
-                                           {0xF5, 0x8B},
-                                           {0xF5, 0x8E}};
-    return collation == turkish ? turkishSet : generalSet;
-}
+const AccountSet& accountSet(Collation collation) { return collation == turkish ? turkishAccounts : generalAccounts; }
 
 void buildHeader(PageBytes page, Collation collation)
 {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "store/jet/format/accounts.h"
 #include "store/jet/format/format.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
 #include "store/jet/values/sort_key.h"
 
-#include <array>
 #include <cstdint>
 
 /// Page 0 (format/header_layout.h draws it).
@@ -21,17 +21,6 @@ struct Header {
 /// Throws notADatabase, oldFormat, newFormat, password, encoded or damaged, each with the path.
 Header readHeader(Pager& pager);
 
-/// Account numbers that own the objects of a file. They fit only the creation time in the file's own header, so the
-/// two are always taken together from one of the sets that real files carry.
-struct AccountSet {
-    std::array<std::uint8_t, 8> creationTime{};
-    std::array<std::uint8_t, 4> passwordMask{};
-    std::uint32_t build = 0;
-    std::array<std::uint8_t, 2> engine{};
-    std::array<std::uint8_t, 2> admin{};
-    std::array<std::uint8_t, 2> users{};
-    std::array<std::uint8_t, 2> creator{};
-};
 /// The set for new files of that collation.
 const AccountSet& accountSet(Collation collation);
 

@@ -13,10 +13,11 @@
 namespace jet {
 namespace {
 
-using Account = std::array<std::uint8_t, 2>;
-
 Value bytesOf(const Account& account) { return Bytes(account.begin(), account.end()); }
 Value numberOf(std::uint32_t bits) { return static_cast<std::int32_t>(bits); }
+
+/// A system table in numbers of objects: they are the pages of their definitions.
+constexpr std::uint32_t pageOf(PageCount table) { return (firstSystemTable + table).number(); }
 
 struct SystemObject {
     std::uint32_t id;
@@ -31,10 +32,10 @@ constexpr SystemObject systemObjectRows[]{
     {databasesContainer, rootContainer, u"Databases", 3},
     {relationshipsContainer, rootContainer, u"Relationships", 3},
     {msysDb, databasesContainer, u"MSysDb", 2},
-    {firstSystemTable.number(), tablesContainer, u"MSysObjects", 1},
-    {(firstSystemTable + 1).number(), tablesContainer, u"MSysACEs", 1},
-    {(firstSystemTable + 2).number(), tablesContainer, u"MSysQueries", 1},
-    {(firstSystemTable + 3).number(), tablesContainer, u"MSysRelationships", 1},
+    {pageOf(0), tablesContainer, u"MSysObjects", 1},
+    {pageOf(1), tablesContainer, u"MSysACEs", 1},
+    {pageOf(2), tablesContainer, u"MSysQueries", 1},
+    {pageOf(3), tablesContainer, u"MSysRelationships", 1},
 };
 
 struct Right {
@@ -44,23 +45,26 @@ struct Right {
     bool inheritable;
 };
 
+constexpr std::uint32_t administer = rights::seeAndChangeRights;
+constexpr std::uint32_t allOfNewTables = rights::ofEveryObject | rights::designAndRows;
+
 constexpr Right systemRights[]{
-    {2, &AccountSet::admin, 0x00060000, false},
-    {3, &AccountSet::admin, 0x00060000, false},
-    {4, &AccountSet::admin, 0x00060000, false},
-    {5, &AccountSet::admin, 0x000E0000, false},
-    {tablesContainer, &AccountSet::creator, 0x000F00FE, true},
-    {tablesContainer, &AccountSet::admin, 0x00060001, false},
-    {relationshipsContainer, &AccountSet::creator, 0x000F00FE, true},
-    {relationshipsContainer, &AccountSet::admin, 0x00060001, false},
-    {databasesContainer, &AccountSet::admin, 0x00060000, false},
-    {msysDb, &AccountSet::admin, 0x0006000E, false},
-    {msysDb, &AccountSet::users, 0x0000000E, false},
-    {4, &AccountSet::users, 0x00000014, false},
-    {5, &AccountSet::users, 0x00000014, false},
-    {2, &AccountSet::users, 0x00000014, false},
-    {tablesContainer, &AccountSet::users, 0x000FFEFF, true},
-    {relationshipsContainer, &AccountSet::users, 0x000FFFFF, true},
+    {pageOf(0), &AccountSet::admin, administer, false},
+    {pageOf(1), &AccountSet::admin, administer, false},
+    {pageOf(2), &AccountSet::admin, administer, false},
+    {pageOf(3), &AccountSet::admin, administer | rights::changeOwner, false},
+    {tablesContainer, &AccountSet::creator, allOfNewTables, true},
+    {tablesContainer, &AccountSet::admin, administer | rights::makeObjects, false},
+    {relationshipsContainer, &AccountSet::creator, allOfNewTables, true},
+    {relationshipsContainer, &AccountSet::admin, administer | rights::makeObjects, false},
+    {databasesContainer, &AccountSet::admin, administer, false},
+    {msysDb, &AccountSet::admin, administer | rights::openAndAdminister, false},
+    {msysDb, &AccountSet::users, rights::openAndAdminister, false},
+    {pageOf(2), &AccountSet::users, rights::readDesignAndRows, false},
+    {pageOf(3), &AccountSet::users, rights::readDesignAndRows, false},
+    {pageOf(0), &AccountSet::users, rights::readDesignAndRows, false},
+    {tablesContainer, &AccountSet::users, rights::everything & ~rights::unusedBit, true},
+    {relationshipsContainer, &AccountSet::users, rights::everything, true},
 };
 
 } // namespace
@@ -76,7 +80,7 @@ void Database::State::addSystemRows(const AccountSet& accounts, DateTime now)
                                 {u"DateCreate", now},
                                 {u"DateUpdate", now},
                                 {u"Owner", bytesOf(owner)},
-                                {u"Flags", numberOf(0x80000000)}});
+                                {u"Flags", numberOf(systemObject)}});
     }
     catalogueChanged();
     Table& rights = rightsTable();
@@ -88,7 +92,8 @@ void Database::State::addSystemRows(const AccountSet& accounts, DateTime now)
     }
 }
 
-void Database::create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now)
+void Database::create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now,
+                      const std::function<void(Database&)>& furnish)
 {
     if (collation != general && collation != turkish) {
         throw Error(Fault::unsupported, files::quotedPath(path) +
@@ -107,6 +112,7 @@ void Database::create(Disk& disk, const std::filesystem::path& path, Collation c
         Transaction change(*state.pager);
         state.addSystemRows(accountSet(collation), now);
         change.commit();
+        if (furnish) furnish(*database);
     }
 
     {

@@ -3,6 +3,7 @@
 #include "store/jet/database/database_state.h"
 #include "store/jet/database/definition_plan.h"
 #include "store/jet/database/system_tables.h"
+#include "store/jet/format/accounts.h"
 #include "store/jet/format/index_layout.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/format/usage_map_layout.h"
@@ -254,9 +255,8 @@ void Database::State::addRights(PageNo definition)
     const std::size_t inheritable = systemColumn(rights, u"FInheritable", ColumnType::boolean);
 
     const Bytes admin = administrator();
-    // The accounts of a file are masked alike, so their differences are the same in every file.
     Bytes creator = ownerOf(*systemObjects, firstSystemTable.number());
-    creator.back() ^= 0x07;
+    creator.back() ^= engineToCreator;
 
     std::vector<Right> inherited{{admin, 0}};
     rights.forEachRow([&](RowId, const RowView& row) {

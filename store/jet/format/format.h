@@ -17,6 +17,7 @@ namespace jet {
 inline constexpr std::size_t pageSize = 4096;
 
 using PageNo = Ordinal<struct PageKind, std::uint32_t>; ///< 24 bits in rows and index entries; 0, the header, is "none"
+inline constexpr PageNo farthestPage{0xFFFFFFU}; ///< the greatest number that has room there; no file is that long
 using PageCount = std::uint32_t;
 using SlotNo = Ordinal<struct SlotKind, std::uint16_t>; ///< a row's number on its page, 8 bits in rows and entries
 

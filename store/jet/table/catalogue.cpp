@@ -1,6 +1,7 @@
 #include "store/jet/table/catalogue.h"
 
 #include "store/jet/format/doors.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 
@@ -10,8 +11,6 @@ namespace jet {
 namespace {
 
 constexpr double localTable = 1;
-/// Marks of the engine's own tables and of Access's helpers.
-constexpr std::uint32_t systemMarks = 0x80000002;
 
 Bytes propertiesOf(const RowView& row, std::size_t column)
 {
