@@ -20,7 +20,7 @@ void writeWhole(PowerCutDisk& disk)
     const auto opened = disk.open(file.path(), files::Disk::Access::createNew);
     opened->write(0, after);
     opened->sync();
-    file.replace();
+    file.publish();
 }
 
 } // namespace
