@@ -471,18 +471,16 @@ private:
         if (!mill.lineUp()) return;
         ++unplugged_;
         mill.pullOut();
-        QTRY_VERIFY(!mill.form->TeraziComm->portOpen());
+        QTRY_VERIFY(!mill.form->TeraziComm->isPluggedIn());
     }
 
     void plugIn(Mill& mill)
     {
         if (mill.lineUp()) return;
-        app::Form1& form = *mill.form;
         mill.plugIn();
-        for (int i = 0; i < 2; ++i) form.Bağlantı->trigger();
-        if (!form.TeraziComm->portOpen()) form.Bağlantı->trigger();
+        QTRY_VERIFY(mill.form->TeraziComm->isPluggedIn());
         letEverythingHappen();
-        QVERIFY(form.TeraziComm->portOpen());
+        QVERIFY(mill.form->TeraziComm->portOpen());
     }
 
     void compareWithJournal(Mill& mill)
