@@ -268,7 +268,7 @@ private slots:
             if (i % std::max(tenth, 1) == 0) {
                 const Needs now = needs();
                 std::printf("%6d pressings: %7.1f s, %6.2f MB and a file of %5.2f MB, %d descriptors\n", i,
-                            clock.elapsed() / 1000.0, now.memory, now.file, now.descriptors);
+                            static_cast<double>(clock.elapsed()) / 1000.0, now.memory, now.file, now.descriptors);
                 std::fflush(stdout);
             }
             if (QTest::currentTestFailed()) return;
@@ -440,7 +440,7 @@ private:
             letEverythingHappen();
             const auto before = mill.paper.sent.size();
             mill.tap(form.KapatCmd[1]);
-            statements_ += mill.paper.sent.size() - before;
+            statements_ += static_cast<int>(mill.paper.sent.size() - before);
         }
         mill.tap(form.KapatCmd[0]);
         QVERIFY(!form.Frame4->isVisible());
