@@ -146,7 +146,7 @@ void Form1::Kaydet_Click()
 
 void Form1::beforeDeletion(const std::optional<QString>& customer)
 {
-    slipRoad_.beforeDeletion(customer);
+    if (const QString notice = slipRoad_.beforeDeletion(customer); !notice.isEmpty()) status->setNotice(notice);
     if (!surroundings_.backups) return;
     store::Engine& database = DataCari.database();
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);

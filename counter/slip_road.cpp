@@ -18,6 +18,11 @@ QString described(const store::SlipNote& slip)
     return u"fiş %1 (%2, %3 kg)"_s.arg(slip.job).arg(slip.pressing.customer, slip.pressing.olives);
 }
 
+QString cannotBeAsked(const store::SlipNote& slip)
+{
+    return described(slip) + u" basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden sorulacak."_s;
+}
+
 } // namespace
 
 SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& from)
@@ -89,17 +94,31 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Pro
             printer.killDoc();
             return refused(error->text());
         }
-        try {
-            at_.printer.sendAndFinish(note.job, *document);
-        } catch (const base::RuntimeError&) {
-            at_.notes.strike();
-            throw;
+        if (!arrives(note, *document, notice)) {
+            printer.killDoc();
+            return std::nullopt;
         }
         return note;
     } catch (const base::RuntimeError&) {
         printer.killDoc();
         return std::nullopt;
     }
+}
+
+/// Sends the slip; whether the printer has it. Where that cannot be known the note stays and `notice` says so.
+bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& document, QString& notice)
+{
+    if (!passOver([&] { at_.printer.sendAndFinish(note.job, document); })) return true;
+    bool taken = false;
+    if (passOver([&] { taken = at_.printer.taken(note.job); })) {
+        notice = cannotBeAsked(note);
+        log_.write(notice);
+        return false;
+    }
+    if (taken) return true; // only its answer was lost
+    at_.printer.cancel(note.job);
+    at_.notes.strike();
+    return false;
 }
 
 store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Provenance& from)
@@ -130,17 +149,21 @@ QString SlipRoad::recover()
     };
     bool taken = false;
     if (const auto error = passOver([&] { taken = at_.printer.taken(slip->job); }))
-        throw base::RuntimeError(base::errors::printer, described(*slip) +
-                                                            u" basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden "
-                                                            "sorulacak."_s);
+        throw base::RuntimeError(base::errors::printer, cannotBeAsked(*slip));
+    const QString database = at_.customers.databaseName();
+    const auto isBooked = [&] {
+        const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
+        return store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore;
+    };
     if (!taken) {
+        // A printer forgets its jobs; what stands in the journal was printed.
+        bool booked = false;
+        passOver([&] { booked = isBooked(); });
+        if (booked) return stored(u": basılmış ve kaydedilmiş"_s);
         at_.printer.cancel(slip->job);
         return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
-    const QString database = at_.customers.databaseName();
-    const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
-    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
-        return stored(u": basılmış ve kaydedilmiş"_s);
+    if (isBooked()) return stored(u": basılmış ve kaydedilmiş"_s);
     // The next report would take such a row away.
     if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAside(*slip, *why);
 
@@ -159,10 +182,12 @@ QString SlipRoad::recover()
                              described(*slip) + u" basılmış, kaydı yapılamadı; notu duruyor, yeniden denenecek."_s);
 }
 
-void SlipRoad::beforeDeletion(const std::optional<QString>& customer)
+QString SlipRoad::beforeDeletion(const std::optional<QString>& customer)
 {
-    passOver([&] { recover(); });
+    QString notice;
+    passOver([&] { notice = recover(); });
     at_.weights.announceDeletion(customer);
+    return notice;
 }
 
 QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)

@@ -63,13 +63,14 @@ public:
     QString recover();
 
     /// The pressings of that customer are about to be deleted, or all: a printed slip that waits for its row or its
-    /// line gets them first, where that is possible now, and the book of weights is told. Error 3000 where it cannot
-    /// be.
-    void beforeDeletion(const std::optional<QString>& customer);
+    /// line gets them first, where that is possible now, and the book of weights is told. What the operator should know
+    /// of that slip, if anything. Error 3000 where the book cannot be told.
+    QString beforeDeletion(const std::optional<QString>& customer);
 
 private:
     /// What is to be booked; nothing when the slip could not be printed.
     std::optional<store::SlipNote> print(print::Slip slip, const mill::Provenance& from, QString& notice);
+    bool arrives(const store::SlipNote& note, const print::Document& document, QString& notice);
     store::SlipNote noteOf(const mill::Pressing& pressing, const mill::Provenance& from);
     QString setAside(const store::SlipNote& slip, const QString& why);
     QString setAsideUnread();

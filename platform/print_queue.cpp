@@ -284,8 +284,11 @@ public:
 
     void finishDocument() override
     {
-        const ipp_status_t status = cupsFinishDocument(job_.get(), ticket_.queue.c_str());
-        if (status > IPP_STATUS_OK_CONFLICTING) throw PrintError(lastError("finish document"));
+        // Not cupsFinishDocument: when no answer comes it gives the state of an earlier step, which may be a good one.
+        const std::string resource = "/printers/" + ticket_.queue;
+        const Message answer(cupsGetResponse(job_.get(), resource.c_str()));
+        if (!answer || ippGetStatusCode(answer.get()) > IPP_STATUS_OK_CONFLICTING)
+            throw PrintError(lastError("finish document"));
         job_.reset();
     }
 

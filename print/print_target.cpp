@@ -5,7 +5,12 @@ namespace print {
 int PrintTarget::submit(const Document& document)
 {
     const int job = createJob(document);
-    sendAndFinish(job, document);
+    try {
+        sendAndFinish(job, document);
+    } catch (...) {
+        cancel(job);
+        throw;
+    }
     return job;
 }
 

@@ -18,7 +18,7 @@ struct Document {
 ///
 /// A job has two steps so that its number can be written down before a single page leaves: createJob() makes the
 /// number, sendAndFinish() sends the pages and returns only after the queue has taken the whole job over. Between the
-/// two, and after a failure of the second, nothing is printed.
+/// two nothing is printed. After a failure of the second nobody knows: the answer alone may have been lost.
 class PrintTarget {
 public:
     virtual ~PrintTarget() = default;
@@ -28,21 +28,22 @@ public:
 
     /// A job without pages. `document` need not outlive the call. The number is positive.
     virtual int createJob(const Document& document) = 0;
-    /// If it throws, the job has been cancelled (as far as the queue can still be reached).
+    /// If it throws, taken() says whether the job arrived all the same, and it waits to be cancelled where it did not.
     virtual void sendAndFinish(int job, const Document& document) = 0;
     /// Takes back a job that was created, is being sent or waits in the queue. Never fails; an unknown number is
     /// ignored.
     virtual void cancel(int job) noexcept = 0;
 
-    /// The whole document of that job has been taken over, printed yet or not. Asked after a crash about a number that
-    /// an earlier run wrote down. False also when nothing of the job is known any more. Throws when that cannot be
-    /// asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the paper.
+    /// The whole document of that job has been taken over, printed yet or not. Asked after a failure, and after a crash
+    /// about a number that an earlier run wrote down. False also when nothing of the job is known any more. Throws when
+    /// that cannot be asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the
+    /// paper.
     virtual bool taken(int job) = 0;
 
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;
 
-    /// Both steps at once.
+    /// Both steps at once; a job that fails is cancelled.
     int submit(const Document& document);
 };
 

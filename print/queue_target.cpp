@@ -127,7 +127,6 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
         }
         queue_->finishDocument();
     } catch (const platform::PrintError& error) {
-        queue_->cancelJob(job);
         throw printerError(QString::fromUtf8(error.what()));
     } catch (...) {
         queue_->cancelJob(job); // our own bug, and told as such; half a document is not printed for it

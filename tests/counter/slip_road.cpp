@@ -161,6 +161,73 @@ private slots:
         QVERIFY(mill.bookAgrees());
     }
 
+    void aSlipWhoseAnswerGotLostIsBookedOnceThePrinterSaysSo()
+    {
+        Mill mill;
+        mill.printer.answersGetLost = true;
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QCOMPARE(mill.printer.cancelled, QList<int>());
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aSlipOfWhichNothingIsKnownWaitsWithItsNote_data()
+    {
+        QTest::addColumn<bool>("arrived");
+        QTest::newRow("it had arrived") << true;
+        QTest::newRow("it had not") << false;
+    }
+    void aSlipOfWhichNothingIsKnownWaitsWithItsNote()
+    {
+        QFETCH(const bool, arrived);
+        Mill mill;
+        (arrived ? mill.printer.answersGetLost : mill.printer.silent) = true;
+        if (!arrived) mill.printer.failAt = FakePrinter::Step::send;
+        mill.printer.silent = true;
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(!outcome.printed);
+        QVERIFY2(outcome.notice.endsWith("basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden sorulacak."),
+                 qPrintable(outcome.notice));
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QCOMPARE(mill.printer.cancelled, QList<int>());
+        QVERIFY(mill.notes.open());
+        QVERIFY(!mill.road.printAndBook(mill.slip("Veli")).printed);
+
+        mill.printer.silent = mill.printer.answersGetLost = false;
+        mill.printer.failAt.reset();
+        mill.road.recover();
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), arrived ? 1 : 0);
+        QCOMPARE(mill.printer.cancelled, arrived ? QList<int>() : QList<int>{1});
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aPressingInTheJournalCountsAlthoughThePrinterHasForgottenItsJob()
+    {
+        Mill mill;
+        const store::SlipNote note = mill.note(4711);
+        mill.notes.write(note);
+        counter::book(mill.customers, mill.journal, note, Regional::turkish());
+        QCOMPARE(mill.road.recover(), QString());
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QVERIFY(mill.log().first().endsWith("basılmış ve kaydedilmiş"));
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aNoteSetAsideBeforeADeletionIsTold()
+    {
+        Mill mill;
+        {
+            QFile torn(mill.database() + "-slip");
+            QVERIFY(torn.open(QIODevice::WriteOnly));
+            torn.write("half");
+        }
+        QVERIFY(mill.notes.unreadable());
+        QVERIFY(mill.road.beforeDeletion({}).contains("okunamıyor"));
+    }
+
     void aStoredPressingHasItsLineInTheBookOfWeights()
     {
         Mill mill;

@@ -33,6 +33,7 @@ public:
         if (!document.pdf.startsWith("%PDF")) throw base::runtimeError(base::errors::printer);
         sent << job;
         if (keepsDocuments) printed.push_back(document);
+        if (answersGetLost) throw base::runtimeError(base::errors::printer);
     }
     void cancel(int job) noexcept override
     {
@@ -50,7 +51,8 @@ public:
     std::optional<Step> failAt;       ///< every job fails there
     std::function<void(Step)> before; ///< runs before each step; what it throws is that step's failure
     bool keepsDocuments = true;
-    bool silent = false; ///< cannot be asked what became of a job
+    bool silent = false;         ///< cannot be asked what became of a job
+    bool answersGetLost = false; ///< takes the job over, and nobody hears of it
 
     std::vector<print::Document> printed; ///< what was taken over
     QList<int> sent;                      ///< the numbers of what was taken over

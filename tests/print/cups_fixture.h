@@ -150,6 +150,9 @@ public:
     /// For PrintQueueChoice::scheduler and the environment variable CUPS_SERVER.
     QString socketPath() const { return path("cups.sock"); }
 
+    /// The scheduler answers nothing until goOn(), and keeps its lines open.
+    void pause() { ::kill(static_cast<pid_t>(scheduler_.processId()), SIGSTOP); }
+    void goOn() { ::kill(static_cast<pid_t>(scheduler_.processId()), SIGCONT); }
     /// The scheduler dies without a word, as in a crash.
     void kill()
     {

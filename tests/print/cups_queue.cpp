@@ -418,6 +418,21 @@ private slots:
         nothingArrives();
     }
 
+    void aSchedulerThatFallsSilentOverTheDocumentHasNotTakenIt()
+    {
+        QueueTarget queue = target();
+        Printer printer(queue);
+        printer.print("a");
+        const auto document = printer.takeDoc();
+        const int job = queue.createJob(*document);
+        cups->pause();
+        const int error = errorOf([&] { queue.sendAndFinish(job, *document); });
+        cups->goOn();
+        QCOMPARE(error, base::errors::printer);
+        queue.cancel(job);
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+    }
+
     void aSchedulerThatNeverAnswersIsGivenUp()
     {
         SilentScheduler silent;
