@@ -53,7 +53,8 @@ std::optional<LineSettings> frameOfSevenBits(const QByteArray& bytes)
     return settings;
 }
 
-/// The number of the last of at least that many lines of the counter's own shape that say a number; nothing for others.
+/// The number of the last of at least that many lines of the counter's own shape that say a number; nothing for others,
+/// nor where a number has the group mark in it: the counter would pass over it, and show 125 for 12.5.
 std::optional<QString> plainWeight(const QByteArray& bytes, const base::Regional& regional)
 {
     QList<QByteArray> lines = bytes.split('\r');
@@ -63,7 +64,7 @@ std::optional<QString> plainWeight(const QByteArray& bytes, const base::Regional
     QString number;
     for (const QByteArray& line : lines) {
         number = weightField(base::fromCodePage(line + '\r'));
-        if (!base::isNumeric(number, regional)) return std::nullopt;
+        if (!base::isNumeric(number, regional) || number.contains(regional.group)) return std::nullopt;
     }
     return number.trimmed();
 }

@@ -351,6 +351,8 @@ void TeraziComm::announce(qsizetype count)
 void TeraziComm::handOut(const QByteArray& bytes, const QByteArray& frame)
 {
     forgetOldBursts();
+    // Of weights in a format the newest counts: the load that nobody read is no longer on the scale.
+    if (formatted_) received_.clear();
     // A half line that nobody read is not the beginning of this one.
     if (!received_.empty() && !received_.back().bytes.contains('\r')) received_.pop_back();
     // A burst that does not fit is dropped whole: cut short, it would be a wrong weight.

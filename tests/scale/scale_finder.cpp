@@ -121,6 +121,7 @@ private slots:
     void linesOfSevenBitsTellTheirFrame_data();
     void linesOfSevenBitsTellTheirFrame();
     void countersOwnLinesAreFoundAsTheyAre();
+    void linesThatTheCounterWouldMisreadAreNotFoundAsTheyAre();
     void silentLineIsTold();
     void nothingPluggedInIsTold();
     void stoppedSearchLeavesTheLine();
@@ -205,6 +206,15 @@ void ScaleFinderTest::countersOwnLinesAreFoundAsTheyAre()
     QVERIFY2(search.found, qPrintable(search.lost));
     QCOMPARE(search.found->weight, u"1240"_s);
     QVERIFY(!search.found->format && search.found->candidates.empty());
+}
+
+void ScaleFinderTest::linesThatTheCounterWouldMisreadAreNotFoundAsTheyAre()
+{
+    Search search(folder_.filePath(u"point"_s), *lineFormatNamed("st-gs"), 9600);
+    search.played.plain = "  12.5kg\r";
+    QTRY_VERIFY_WITH_TIMEOUT(search.over(), 90000);
+    QVERIFY(!search.found);
+    QVERIFY(!search.lost.isEmpty());
 }
 
 void ScaleFinderTest::silentLineIsTold()

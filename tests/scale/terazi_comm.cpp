@@ -655,6 +655,20 @@ private slots:
         QCOMPARE(control_->input(), u"ST,GS,+01240.5kg\r\n"_s);
     }
 
+    void newestWeightOfAFormatTakesThePlaceOfAnUnreadOne()
+    {
+        control_->readAs({u"st-gs"_s, false}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001000kg\r\n");
+        QTRY_VERIFY(control_->inBufferCount() > 0);
+        for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001200kg\r\n");
+        QTRY_VERIFY(raised.size() > 1);
+        QTest::qWait(50);
+        QCOMPARE(control_->input(), u"1200kg\r"_s);
+        QCOMPARE(control_->inBufferCount(), 0);
+    }
+
     void decimalMarkIsTheUsers()
     {
         control_->readAs({u"st-gs"_s, false}, base::Regional::english());
