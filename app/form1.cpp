@@ -208,6 +208,7 @@ void Form1::run(const Action& action, const QString& place)
     status->setTypedWeights(typedMark());
     --actions_;
     if (actions_ > 0) return;
+    preparation_.goOn();
     checkInvariants();
     while (actions_ == 0 && !notes_.isEmpty()) surroundings_.prompt.exclamation(notes_.takeFirst());
 }

@@ -26,12 +26,17 @@ void Preparation::begin()
     if (!timer_.isActive()) step();
 }
 
+void Preparation::goOn()
+{
+    if (!isDone() && !timer_.isActive()) timer_.start(pause);
+}
+
 void Preparation::step()
 {
-    // A part may show a message: the ones behind it wait until that is closed.
-    if (running_ || isDone()) return;
-    qint64 wait = works_.front().later ? stillness - sinceTouch_.elapsed() : 0;
-    if (!mayRun_()) wait = stillness;
+    // A part may show a message: the ones behind it wait until that is closed. An action that is under way calls
+    // goOn() when it has ended.
+    if (running_ || isDone() || !mayRun_()) return;
+    const qint64 wait = works_.front().later ? stillness - sinceTouch_.elapsed() : 0;
     if (wait <= 0) {
         running_ = true;
         if (works_.front().work()) works_.pop_front();

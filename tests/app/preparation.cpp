@@ -70,16 +70,26 @@ private slots:
         QCOMPARE(noted.done, "aa");
     }
 
-    void nothingRunsDuringAnAction()
+    void nothingRunsDuringAnActionAndTheNextPartAfterIt()
     {
         Noted noted;
         noted.acting = true;
-        noted.preparation.add(noted.work(u'a', 1));
+        noted.preparation.add([&, parts = noted.work(u'a', 2)]() mutable {
+            noted.acting = true; // an action begins before the next part
+            return parts();
+        });
         noted.preparation.begin();
         QTest::qWait(50);
         QCOMPARE(noted.done, "");
         noted.acting = false;
+        noted.preparation.goOn();
         QTRY_COMPARE(noted.done, "a");
+        QTest::qWait(50);
+        QCOMPARE(noted.done, "a");
+        noted.acting = false;
+        noted.preparation.goOn();
+        QTRY_VERIFY(noted.preparation.isDone());
+        QCOMPARE(noted.done, "aa");
     }
 
     void messageOfAPartHoldsTheOthersBack()

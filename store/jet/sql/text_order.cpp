@@ -33,7 +33,7 @@ int place(std::span<const std::uint8_t> key, std::span<const std::uint8_t> begin
 std::vector<RowId> TextOrder::rows(const Table& table)
 {
     follow(table);
-    return inTheirOrder();
+    return rowsOf(entries_);
 }
 
 std::vector<RowId> TextOrder::rows(const Table& table, const LikePattern& pattern)
@@ -75,34 +75,40 @@ void TextOrder::follow(const Table& table)
     seen_ = table.changes().now();
 }
 
-/// What rows() gives while the order is being prepared: only the texts that match get a key and are put in order. They
-/// come from memory; from the table itself once that has changed since its texts were learned.
-std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern) const
+/// What rows() gives while the order is being prepared: only the texts that match are put in order, and keep the key
+/// that they get. They come from memory; from the table itself once that has changed since its texts were learned.
+std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern)
 {
-    TextOrder found(column_);
-    const auto add = [&found](RowId row) { found.entries_.push_back(found.entryOfText(row)); };
     const auto changes = table.changes().since(seen_);
-    if (changes && changes->empty()) {
-        for (const Entry& each : entries_)
-            if (each.textAt != null && pattern.matchesFolded(folded(each))) {
-                found.buffer_ = folded(each);
-                add(each.row);
-            }
-    } else {
-        table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
-            if (found.foldedText(view) && pattern.matchesFolded(found.buffer_)) add(id);
-            return true;
-        });
+    if (!changes || !changes->empty()) return searchTable(table, pattern);
+    std::vector<Entry> found;
+    for (Entry& each : entries_) {
+        if (each.textAt == null || !folded(each).starts_with(pattern.prefix())) continue;
+        if (!pattern.matchesFolded(folded(each))) continue;
+        giveKey(each);
+        found.push_back(each);
     }
-    std::ranges::sort(found.entries_, found.inOrder());
-    return found.inTheirOrder();
+    std::ranges::sort(found, inOrder());
+    return rowsOf(found);
 }
 
-std::vector<RowId> TextOrder::inTheirOrder() const
+std::vector<RowId> TextOrder::searchTable(const Table& table, const LikePattern& pattern) const
+{
+    TextOrder found(column_);
+    table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
+        if (found.foldedText(view) && pattern.matchesFolded(found.buffer_))
+            found.entries_.push_back(found.entryOfText(id));
+        return true;
+    });
+    std::ranges::sort(found.entries_, found.inOrder());
+    return rowsOf(found.entries_);
+}
+
+std::vector<RowId> TextOrder::rowsOf(const std::vector<Entry>& entries)
 {
     std::vector<RowId> result;
-    result.reserve(entries_.size());
-    for (const Entry& each : entries_) result.push_back(each.row);
+    result.reserve(entries.size());
+    for (const Entry& each : entries) result.push_back(each.row);
     return result;
 }
 
@@ -205,6 +211,7 @@ TextOrder::Entry TextOrder::textOf(RowId row)
 
 void TextOrder::giveKey(Entry& entry)
 {
+    if (entry.keyLength > 0) return; // a search has asked for it before
     entry.keyAt = static_cast<std::uint32_t>(keys_.size());
     if (entry.textAt == null) return;
     appendFoldedOrderKey(keys_, folded(entry));

@@ -51,10 +51,11 @@ private:
     void build(const Table& table);
     void clear();
     void mergeRuns(bool moreToCome);
-    std::vector<RowId> search(const Table& table, const LikePattern& pattern) const;
+    std::vector<RowId> search(const Table& table, const LikePattern& pattern);
+    std::vector<RowId> searchTable(const Table& table, const LikePattern& pattern) const;
     bool foldedText(const RowView& view);
     void learnTexts(const Table& table);
-    std::vector<RowId> inTheirOrder() const;
+    static std::vector<RowId> rowsOf(const std::vector<Entry>& entries);
     Entry entry(RowId row, const RowView& view);
     Entry entryOfText(RowId row);
     Entry textOf(RowId row);
