@@ -194,7 +194,7 @@ std::optional<base::RuntimeError> Form1::errorOf(const Action& action, const QSt
     } catch (const files::Error& error) {
         return base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
-        if (const auto sentence = ownBugs_.heard(error, place, action.file(), action.line())) note(*sentence);
+        ownBug(error, place, action.file(), action.line());
     }
     return std::nullopt;
 }
@@ -211,6 +211,11 @@ void Form1::run(const Action& action, const QString& place)
     preparation_.goOn();
     checkInvariants();
     while (actions_ == 0 && !notes_.isEmpty()) surroundings_.prompt.exclamation(notes_.takeFirst());
+}
+
+void Form1::ownBug(const std::exception& error, const QString& action, const char* file, int line)
+{
+    if (const auto sentence = ownBugs_.heard(error, action, file, line)) note(*sentence);
 }
 
 void Form1::note(const QString& sentence)

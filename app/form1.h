@@ -110,6 +110,9 @@ public:
     bool covers(const QWidget& control) const override;
     /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
     void note(const QString& sentence);
+    /// Logs and tells a bug of our own that came from outside an action; `action` says what was being done.
+    void ownBug(const std::exception& error, const QString& action, const char* file = __builtin_FILE(),
+                int line = __builtin_LINE());
 
     /// The control that a name such as "Label2" or "Label2(1)" means is found by its object name; this is the part
     /// before the bracket.

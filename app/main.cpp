@@ -1,5 +1,6 @@
 // Mendrik Presva: starts the one screen on the database of the program's directory.
 
+#include "app/application.h"
 #include "app/form1.h"
 #include "app/keyboard_state.h"
 #include "app/message_boxes.h"
@@ -14,7 +15,6 @@
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
 
-#include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
 
@@ -37,7 +37,7 @@ std::unique_ptr<print::PrintTarget> printTarget(const QString& folder, const QSt
 int main(int argc, char** argv)
 {
     platform::keepLargeBlocksApart();
-    QApplication application(argc, argv);
+    app::Application application(argc, argv);
     QApplication::setApplicationDisplayName(app::programTitle);
     QApplication::setApplicationVersion(QString::fromUtf8(PRESVA_VERSION));
     QApplication::setDesktopFileName(u"org.mendrik.Presva"_s);
@@ -81,6 +81,11 @@ int main(int argc, char** argv)
         .backups = &backups,
     });
     boxes.setOwner(&form);
+    application.onUnexpected = [&form](const std::exception& error, const QString& receiver) {
+        form.ownBug(error, receiver);
+    };
     form.start();
-    return QApplication::exec();
+    const int code = QApplication::exec();
+    application.onUnexpected = nullptr; // the form goes first
+    return code;
 }

@@ -39,7 +39,14 @@ void Preparation::step()
     const qint64 wait = works_.front().later ? stillness - sinceTouch_.elapsed() : 0;
     if (wait <= 0) {
         running_ = true;
-        if (works_.front().work()) works_.pop_front();
+        try {
+            if (works_.front().work()) works_.pop_front();
+        } catch (...) { // for whoever guards the event loop; its work ends there, the others go on
+            works_.pop_front();
+            running_ = false;
+            goOn();
+            throw;
+        }
         running_ = false;
     }
     if (!isDone()) timer_.start(static_cast<int>(std::max<qint64>(wait, pause)));

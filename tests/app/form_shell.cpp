@@ -1,3 +1,4 @@
+#include "app/application.h"
 #include "app/setting_names.h"
 #include "files/error.h"
 #include "screen_fixture.h"
@@ -431,6 +432,22 @@ private slots:
         QCOMPARE(form->AktifKontrol, 1.0f);
     }
 
+    void exceptionOutsideAnActionIsOurOwnBugAndTheScreenGoesOn()
+    {
+        auto& application = static_cast<Application&>(*qApp);
+        application.onUnexpected = [this](const std::exception& error, const QString& receiver) {
+            form->ownBug(error, receiver);
+        };
+        form->start();
+        QTimer::singleShot(0, form, [] { throw std::bad_alloc(); });
+        QTRY_COMPARE(screen->prompt.exclamations.size(), 1);
+        QVERIFY(screen->prompt.exclamations[0].contains(u"bad_alloc"));
+        QCOMPARE(screen->prompt.errors, QList<int>{});
+        QTest::mouseClick(form->TxtLbl[0], Qt::LeftButton);
+        QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
+        application.onUnexpected = nullptr;
+    }
+
     void stationWithoutControlsIsError340()
     {
         form->Form_Load();
@@ -439,5 +456,10 @@ private slots:
     }
 };
 
-QTEST_MAIN(FormShell)
+int main(int argc, char** argv)
+{
+    Application application(argc, argv);
+    FormShell test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "form_shell.moc"

@@ -92,6 +92,16 @@ private slots:
         QCOMPARE(noted.done, "aa");
     }
 
+    void whatAPartThrowsEndsItsWorkAndNoOther()
+    {
+        Noted noted;
+        noted.preparation.add([]() -> bool { throw std::bad_alloc(); });
+        noted.preparation.add(noted.work(u'b', 2));
+        QVERIFY_THROWS_EXCEPTION(std::bad_alloc, noted.preparation.begin());
+        QTRY_COMPARE(noted.done, "bb");
+        QVERIFY(noted.preparation.isDone());
+    }
+
     void messageOfAPartHoldsTheOthersBack()
     {
         Noted noted;
