@@ -15,6 +15,7 @@ struct Place {
     std::optional<Key> promised; ///< last entry under the page, by the parent's entry; a tail has none
 };
 
+/// Looks at one page at a time, so that a check takes no more memory for a larger index.
 class Checker {
 public:
     Checker(Pager& pager, PageNo tableDefinition, std::vector<std::string>& faults, std::vector<std::string>& warnings,
@@ -62,7 +63,7 @@ private:
     /// Notes the pages of one level and finds the level below. False when there is no sense in going on.
     bool checkLevel(const std::vector<Place>& level, std::vector<Place>& below)
     {
-        const bool leaves = IndexPage(pager_, level.front().page, tableDefinition_).isLeaf();
+        const bool leaves = IndexPage(pager_, level.front().page, tableDefinition_, buffer_).isLeaf();
         for (std::size_t at = 0; at < level.size(); ++at) {
             const PageNo page = level[at].page;
             if (!seen_.insert(page).second) {
@@ -70,7 +71,7 @@ private:
                 return false;
             }
             pages_.push_back(page);
-            const IndexPage view(pager_, page, tableDefinition_);
+            const IndexPage view(pager_, page, tableDefinition_, buffer_);
             if (view.isLeaf() != leaves) {
                 fault(page, "yapraklar aynı derinlikte değil");
                 return false;
@@ -93,7 +94,7 @@ private:
         Key previous, entry;
         for (std::size_t at = 0; at < level.size(); ++at) {
             const PageNo page = level[at].page;
-            const IndexPage view(pager_, page, tableDefinition_);
+            const IndexPage view(pager_, page, tableDefinition_, buffer_);
             if (index_layout::mark.get(view.bytes()) != page_layout::markInUse) fault(page, "ikinci baytı 1 değil");
             if (index_layout::freeBytes.get(view.bytes()) != indexArea - view.usedBytes())
                 fault(page, "boş alan sayısı yanlış");
@@ -158,7 +159,7 @@ private:
     {
         std::vector<Below> below(leaves.size());
         for (std::size_t at = 0; at < leaves.size(); ++at) {
-            const IndexPage view(pager_, leaves[at].page, tableDefinition_);
+            const IndexPage view(pager_, leaves[at].page, tableDefinition_, buffer_);
             if (view.count() == 0) continue;
             view.copyEntry(0, below[at].first);
             view.copyEntry(view.count() - 1, below[at].last);
@@ -187,6 +188,7 @@ private:
     std::vector<PageNo>& pages_;
     std::size_t firstPage_ = pages_.size();
     std::set<PageNo> seen_;
+    PageBuffer buffer_; ///< of the page that is looked at
 };
 
 } // namespace

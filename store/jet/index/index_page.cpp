@@ -70,7 +70,7 @@ Key nodeEntryOf(Entry last, PageNo child)
     return entry;
 }
 
-IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(pager.read(page))
+IndexPage::IndexPage(const Pager& pager, PageNo page, PageNo tableDefinition, PageView bytes) : page_(bytes)
 {
     leaf_ = isPageOf(page_, PageType::indexLeaf);
     if (!leaf_ && !isPageOf(page_, PageType::indexNode))
@@ -78,9 +78,9 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
     if (at::owner.get(page_) != tableDefinition) throwDamaged(pager, page, "dizin sayfası başka bir tablonun");
     prefix_ = at::prefix.get(page_);
 
-    const std::size_t suffix = rowIdBytes + (leaf_ ? 0 : childPageBytes);
-    // Only a leaf's prefix reaches into the row ids; at least one byte of each entry is its own.
-    std::size_t begin = 0, least = leaf_ ? std::max(prefix_ + 1, suffix) : prefix_ + suffix;
+    const std::size_t child = leaf_ ? 0 : childPageBytes, suffix = rowIdBytes + child;
+    // At least one byte of each entry, a node's child page apart, is its own.
+    std::size_t begin = 0, least = std::max(prefix_ + 1 + child, suffix);
     for (std::size_t base = 0; base < maskBytes; base += 8) {
         std::uint64_t bits = 0;
         if (base + 8 <= maskBytes) {
@@ -93,10 +93,10 @@ IndexPage::IndexPage(Pager& pager, PageNo page, PageNo tableDefinition) : page_(
             const std::size_t end = base * 8 + static_cast<std::size_t>(std::countr_zero(bits));
             if (end < begin + least || end > indexArea)
                 throwDamaged(pager, page, "dizin girişlerinin sınırları tutarsız");
-            if (leaf_ && end - begin < suffix + (count_ == 0 ? prefix_ : 0)) prefixReachesRows_ = true;
+            if (end - begin < suffix + (count_ == 0 ? prefix_ : 0)) prefixReachesRows_ = true;
             ends_[count_++] = static_cast<std::uint16_t>(end);
             begin = end;
-            least = !leaf_ ? suffix : prefix_ + 1 < suffix ? suffix - prefix_ : 1;
+            least = std::max(child + 1, suffix - std::min(prefix_, suffix));
         }
     }
 }
@@ -284,7 +284,7 @@ void IndexPageImage::insertChild(std::size_t i, Entry last, PageNo child)
 
 bool IndexPageImage::fits() const
 {
-    RunFit fit(suffixBytes(), sharesRows);
+    RunFit fit(unsharedBytes());
     for (std::size_t i = 0; i < entries.size(); ++i)
         if (!fit.add(entries[i])) return false;
     return true;
@@ -292,7 +292,7 @@ bool IndexPageImage::fits() const
 
 void IndexPageImage::writeTo(PageBytes page, PageNo tableDefinition) const
 {
-    RunFit fit(suffixBytes(), sharesRows);
+    RunFit fit(unsharedBytes());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         [[maybe_unused]] const bool fitted = fit.add(entries[i]);
         assert(fitted);

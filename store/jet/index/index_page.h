@@ -34,7 +34,15 @@ Key nodeEntryOf(Entry last, PageNo child);
 class IndexPage {
 public:
     /// Throws damaged: no index page, one of another table, or bytes that contradict each other.
-    IndexPage(Pager& pager, PageNo page, PageNo tableDefinition);
+    IndexPage(Pager& pager, PageNo page, PageNo tableDefinition)
+        : IndexPage(pager, page, tableDefinition, pager.read(page))
+    {
+    }
+    /// The same, looked at in passing: valid until the next look with that buffer.
+    IndexPage(Pager& pager, PageNo page, PageNo tableDefinition, PageBuffer& buffer)
+        : IndexPage(pager, page, tableDefinition, pager.look(page, buffer))
+    {
+    }
 
     bool isLeaf() const { return leaf_; }
     std::size_t count() const { return count_; }
@@ -42,7 +50,7 @@ public:
     PageNo previous() const { return index_layout::previous.get(page_); }
     PageNo next() const { return index_layout::next.get(page_); }
     PageNo tail() const { return index_layout::tail.get(page_); }
-    /// In a leaf of one repeated key the shared prefix may reach into the row ids.
+    /// On a page of one repeated key the shared prefix may reach into the row ids.
     bool prefixReachesRows() const { return prefixReachesRows_; }
     std::size_t usedBytes() const { return count_ == 0 ? 0 : ends_[count_ - 1]; }
     PageView bytes() const { return page_; }
@@ -64,6 +72,7 @@ public:
     bool eraseInPlace(PageBytes page, std::size_t i) const;
 
 private:
+    IndexPage(const Pager& pager, PageNo page, PageNo tableDefinition, PageView bytes);
     std::size_t begin(std::size_t i) const { return i == 0 ? 0 : ends_[i - 1]; }
     /// The bytes of entry `i` behind the prefix, without a node's child page.
     Entry rest(std::size_t i) const;
@@ -98,9 +107,8 @@ private:
 /// Tells how far a run of ascending entries may reach before a page overflows, prefix compression included.
 class RunFit {
 public:
-    /// `suffixBytes`: what follows the key in each entry.
-    /// `sharesRows`: the common prefix may reach into the suffix, all but its last byte.
-    explicit RunFit(std::size_t suffixBytes, bool sharesRows = false) : suffix_(sharesRows ? 1 : suffixBytes) {}
+    /// `unsharedBytes`: how many at the end of each entry the common prefix leaves alone.
+    explicit RunFit(std::size_t unsharedBytes) : suffix_(unsharedBytes) {}
     /// Takes one more entry at the end; false (and not taken) when the run would not fit any more.
     bool add(Entry entry);
     std::size_t count() const { return count_; }
@@ -123,6 +131,8 @@ struct IndexPageImage {
 
     static IndexPageImage of(const IndexPage& page);
     std::size_t suffixBytes() const { return rowIdBytes + (leaf ? 0 : childPageBytes); }
+    /// What a prefix leaves alone: all behind the keys, or the last byte of the row ids and the child pages.
+    std::size_t unsharedBytes() const { return sharesRows ? suffixBytes() - rowIdBytes + 1 : suffixBytes(); }
     /// Key and row id of an entry.
     Entry ordered(std::size_t i) const { return entries[i].first(entries[i].size() - (leaf ? 0 : childPageBytes)); }
     PageNo child(std::size_t i) const;

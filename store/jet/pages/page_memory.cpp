@@ -83,6 +83,15 @@ PageView PageMemory::look(PageNo page, PassingBuffer& buffer)
     return PageView(&buffer.bytes[placeOf(page) * pageSize], pageSize);
 }
 
+PageView PageMemory::look(PageNo page, PageBuffer& buffer)
+{
+    if (!has(page)) throwNoSuchPage(page);
+    if (extents_[extentOf(page)].has(page)) return PageView(bytes(page), pageSize);
+    buffer.bytes.resize(pageSize);
+    readFile(page, page + 1, buffer.bytes.data());
+    return PageView(buffer.bytes.data(), pageSize);
+}
+
 std::span<const std::uint8_t> PageMemory::loaded(PageNo page, PageNo end) const
 {
     assert(page < end && end <= PageNo(count_) && placeOf(page) + (end - page) <= pagesPerExtent);

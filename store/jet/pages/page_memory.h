@@ -42,6 +42,8 @@ public:
     /// The page for a look in passing: where it is not in memory it is read into `buffer` with those around it and not
     /// kept. Valid until the next look with that buffer; the pages must not be written meanwhile. Throws as read().
     PageView look(PageNo page, PassingBuffer& buffer);
+    /// The same, alone.
+    PageView look(PageNo page, PageBuffer& buffer);
     /// The page for changing; what it holds now is kept when it is the transaction's first change. Throws as read().
     PageBytes write(PageNo page);
     [[noreturn]] void throwNoSuchPage(PageNo page) const;

@@ -209,6 +209,12 @@ PageView Pager::look(PageNo page, PassingBuffer& buffer)
     return state_->memory->look(page, buffer);
 }
 
+PageView Pager::look(PageNo page, PageBuffer& buffer)
+{
+    state_->writer->refuseIfBroken();
+    return state_->memory->look(page, buffer);
+}
+
 PageBytes Pager::write(PageNo page)
 {
     State& s = *state_;

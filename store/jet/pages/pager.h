@@ -64,6 +64,8 @@ public:
     /// stay there. Valid until the next look with that buffer; no page may be written between two looks with one
     /// buffer. Throws as read().
     PageView look(PageNo page, PassingBuffer& buffer);
+    /// The same for those who jump: no other page is read with it.
+    PageView look(PageNo page, PageBuffer& buffer);
     /// The page for changing, in a transaction; its state before is kept. Throws readOnly or damaged.
     PageBytes write(PageNo page);
     /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.

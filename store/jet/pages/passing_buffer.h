@@ -14,4 +14,9 @@ struct PassingBuffer {
     std::optional<std::size_t> extent; ///< number of the extent whose pages it holds
 };
 
+/// Room for one page that is looked at in passing, by those who jump.
+struct PageBuffer {
+    std::vector<std::uint8_t> bytes;
+};
+
 } // namespace jet
