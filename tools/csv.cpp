@@ -73,11 +73,7 @@ int CsvReader::percent() const { return text_.empty() ? 100 : static_cast<int>(a
 
 bool CsvReader::next(std::vector<CsvField>& record)
 {
-    // An empty line is no record.
-    while (at_ < text_.size() && atLineEnd()) {
-        if (text_[at_] == '\n' || text_.substr(at_, 2) != "\r\n") ++line_;
-        ++at_;
-    }
+    while (!emptyLinesCount_ && at_ < text_.size() && atLineEnd()) passLineEnd();
     if (at_ == text_.size()) return false;
     recordLine_ = line_;
     std::size_t count = 0;
@@ -88,7 +84,14 @@ bool CsvReader::next(std::vector<CsvField>& record)
         ++at_; // the comma
     }
     record.resize(count);
+    if (at_ < text_.size()) passLineEnd();
     return true;
+}
+
+void CsvReader::passLineEnd()
+{
+    at_ += text_.substr(at_, 2) == "\r\n" ? 2 : 1;
+    ++line_;
 }
 
 void CsvReader::readField(CsvField& field)

@@ -6,7 +6,8 @@
 #include <vector>
 
 /// Tables as comma-separated values (RFC 4180): UTF-8, lines end in CR LF, a field is quoted where it holds a comma, a
-/// quote or a line end. Null is an empty field, an empty text is a quoted empty field.
+/// quote or a line end. Null is an empty field, an empty text is a quoted empty field; in a table of one column Null is
+/// an empty line.
 namespace tools {
 
 /// Collects output and hands it to a file descriptor in large pieces. Throws files::Error (Fault::disk) when the
@@ -54,6 +55,9 @@ public:
     explicit CsvReader(std::string_view text);
     /// False behind the last record. Throws files::Error (Fault::syntax) with the line for a quote out of place.
     bool next(std::vector<CsvField>& record);
+    /// From here on an empty line is a record with one empty field, as a table of one column has it for Null; as a rule
+    /// it is none.
+    void countEmptyLines() { emptyLinesCount_ = true; }
     /// Line on which the record that next() gave last begins, from 1.
     std::size_t line() const { return recordLine_; }
     /// Share of the text read so far, 0..100.
@@ -61,12 +65,14 @@ public:
 
 private:
     void readField(CsvField& field);
+    void passLineEnd();
     bool atLineEnd() const { return at_ == text_.size() || text_[at_] == '\r' || text_[at_] == '\n'; }
 
     std::string_view text_;
     std::size_t at_ = 0;
     std::size_t line_ = 1;
     std::size_t recordLine_ = 0;
+    bool emptyLinesCount_ = false;
 };
 
 } // namespace tools

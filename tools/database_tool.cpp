@@ -55,9 +55,24 @@ int create(files::Disk& disk, Arguments arguments)
     return 0;
 }
 
+/// Those that can be read: what the definition says may be wrong.
+std::uint64_t countRows(const jet::Table& table)
+{
+    std::uint64_t rows = 0;
+    jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
+    for (;;) {
+        try {
+            if (!cursor.next()) return rows;
+            ++rows;
+        } catch (const jet::Error& error) {
+            if (error.fault() != jet::Fault::damaged) throw;
+        }
+    }
+}
+
 void describe(Output& out, const jet::Table& table)
 {
-    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(table.rowCount()) + " satır");
+    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(countRows(table)) + " satır");
     for (const jet::Column& column : table.columns())
         say(out, "    " + jet::toUtf8(column.name) + "  " + typeName(column) + (column.required ? ", zorunlu" : ""));
     for (const jet::Index& index : table.indexes()) {
@@ -129,7 +144,8 @@ int exportTable(files::Disk& disk, Arguments arguments)
         if (error.fault() != jet::Fault::damaged) throw error;
         if (damagedRows++ == 0) firstDamage = error.what();
     };
-    jet::RowCursor cursor(table);
+    // In passing: a table may be larger than memory.
+    jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
     const auto step = [&] {
         for (;;) {
             try {
@@ -188,6 +204,7 @@ int importTable(files::Disk& disk, Arguments arguments)
             misused("'" + field.text + "' sütunu CSV'nin ilk satırında iki kez geçiyor.");
         positions.push_back(*column);
     }
+    if (positions.size() == 1) reader.countEmptyLines();
 
     Progress progress("Yükleniyor");
     jet::Transaction change(database->pager());

@@ -213,10 +213,10 @@ jet::DateTime parseDate(std::string_view text)
             second = number(2);
         }
         if (text.starts_with('.')) {
-            text.remove_prefix(1);
-            const std::string_view digits = text;
-            const int part = number(text.size() > 9 ? 10 : std::max<std::size_t>(text.size(), 1));
-            fraction = part / std::pow(10.0, static_cast<double>(digits.size()));
+            const std::size_t digits = std::min(text.find_first_not_of("0123456789", 1), text.size());
+            if (digits == 1) refuse(whole, noDate);
+            fraction = parseNumber<double>("0" + std::string(text.substr(0, digits)), noDate);
+            text.remove_prefix(digits);
         }
     }
     const auto moment = jet::dateTime(year, month, day, hour, minute, second);

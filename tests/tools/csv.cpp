@@ -145,6 +145,24 @@ TEST_P(CsvRecords, recordsAreRead)
     ASSERT_EQ(recordsOf(text), records);
 }
 
+TEST(Csv, anEmptyLineIsARecordWhereItIsCounted)
+{
+    CsvReader reader("\na\n\n\"\"\r\n\r\nb\r\n\r\n");
+    std::vector<CsvField> record;
+    ASSERT_TRUE(reader.next(record)); // the heading, behind a line that counts for nothing
+    reader.countEmptyLines();
+    std::string seen;
+    std::vector<std::size_t> lines;
+    while (reader.next(record)) {
+        ASSERT_EQ(record.size(), 1U);
+        seen += record[0].quoted ? "(" + record[0].text + ")" : record[0].text + ".";
+        lines.push_back(reader.line());
+    }
+    ASSERT_EQ(seen, ".().b..");
+    ASSERT_EQ(lines, (std::vector<std::size_t>{3, 4, 5, 6, 7}));
+    ASSERT_EQ(reader.percent(), 100);
+}
+
 TEST(Csv, misplacedQuotesAreNamedWithTheirLine)
 {
     for (const char* text : {"a\nb\n\"c", "a\nb\n\"c\"d,e\n"}) {
@@ -304,6 +322,12 @@ RowTable<CsvValuesRow> csvValues()
     row("day", ColumnType::dateTime, "2025-11-20", jet::DateTime{45981});
     row("minute", ColumnType::dateTime, "2025-11-20 12:00", jet::DateTime{45981.5});
     row("half a second", ColumnType::dateTime, "1899-12-30T00:00:00.5", jet::DateTime{0.5 / 86400});
+    row("nine digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.999999999",
+        jet::DateTime{0.999999999 / 86400});
+    row("ten digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.9999999999",
+        jet::DateTime{0.9999999999 / 86400});
+    row("twenty digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.25000000000000000001",
+        jet::DateTime{0.25 / 86400});
     row("text", ColumnType::text, "Yağ", std::u16string(u"Yağ"));
     row("bytes", ColumnType::binary, "00fF", jet::Bytes{0, 255});
     row("guid", ColumnType::guid, "12345678-9ABC-DEF0-0102-030405060708",

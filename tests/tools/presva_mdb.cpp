@@ -177,6 +177,43 @@ TEST_F(PresvaMdb, exportAndImportAreOpposites)
     ASSERT_EQ(exported.out, rows);
 }
 
+TEST_F(PresvaMdb, aTableOfOneColumnKeepsItsNulls)
+{
+    const std::string file = created();
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        for (const char16_t* name : {u"Renk", u"Kopya"})
+            database->createTable(name, {{.name = u"Ad", .type = jet::ColumnType::text, .size = 20}}, {},
+                                  jet::DateTime{45000});
+        jet::Table& table = database->table(u"Renk");
+        for (const jet::Value& value : {jet::Value(u"mor"), jet::Value(), jet::Value(u""), jet::Value(), jet::Value()})
+            table.insert({{0, value}});
+    }
+    const Outcome exported = run({"export", file, "Renk"});
+    ASSERT_EQ(exported.out, "Ad\r\nmor\r\n\r\n\"\"\r\n\r\n\r\n");
+    const Outcome imported = run({"import", file, "Kopya", "-"}, exported.out);
+    ASSERT_EQ(imported.out, "5 satır yüklendi.\n") << imported.err;
+    ASSERT_EQ(run({"export", file, "Kopya"}).out, exported.out);
+}
+
+TEST_F(PresvaMdb, infoCountsTheRowsThatItCanShow)
+{
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\nAyşe\n").code, 0);
+    {
+        // The definition says something else, and one row cannot be read.
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        jet::Pager& pager = database->pager();
+        jet::Transaction change(pager);
+        const jet::Table& table = database->table(u"Cari");
+        jet::putU32(&pager.write(table.definitionPage())[16], 99);
+        const jet::PageBytes page = pager.write(table.dataPages()->front());
+        page[jet::getU16(&page[14])] = 77;
+        change.commit();
+    }
+    ASSERT_THAT(run({"info", file}).out, HasSubstr("Cari: 2 satır\n"));
+}
+
 TEST_F(PresvaMdb, importTakesColumnsByName)
 {
     writeFile(path("rows.csv"), "Nakit,unvan\n70,Ali\n");
