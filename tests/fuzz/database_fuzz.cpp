@@ -16,10 +16,12 @@
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/index_layout.h"
+#include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -36,6 +38,8 @@ namespace {
 using jet::pageSize;
 namespace definition = jet::definition_layout;
 namespace index_page = jet::index_layout;
+namespace long_value = jet::long_value_layout;
+namespace row_page = jet::row_page_layout;
 using Content = std::vector<std::uint8_t>;
 
 const std::filesystem::path file = "Yag.mdb";
@@ -172,17 +176,60 @@ private:
         }
         default: {
             const std::size_t at = 200 + below(pageSize - 210);
-            jet::putU24(bytes + at, target.number());
+            if (isPartOfLongValues(bytes) && below(4) > 0)
+                chainElsewhere(bytes);
+            else if (isPartOfLongValues(bytes) || below(4) > 0)
+                jet::putU24(bytes + at, target.number());
+            else
+                longValueElsewhere(bytes);
         }
         }
+    }
+    static bool isPartOfLongValues(const std::uint8_t* bytes)
+    {
+        return row_page::owner.get(bytes) == row_page::longValueOwner;
+    }
+    /// Where the row of one of the first slots begins; the page's end where it would lie behind that.
+    std::size_t someRow(const std::uint8_t* bytes)
+    {
+        const std::size_t slots = std::clamp<std::size_t>(row_page::slotCount.get(bytes), 1, 300);
+        const std::size_t at = jet::getU16(bytes + row_page::slotAt(jet::SlotNo(below(slots)))) & row_page::offsetMask;
+        return std::min(at, pageSize);
+    }
+    std::vector<std::size_t> longValuePages()
+    {
+        std::vector<std::size_t> found;
+        for (std::size_t each = 1; each < pages(); ++each)
+            if (isPartOfLongValues(page(each))) found.push_back(each);
+        return found;
+    }
+    /// Where a part of a long value says that the next one stands: another such page, often its own.
+    void chainElsewhere(std::uint8_t* bytes)
+    {
+        const std::vector<std::size_t> parts = longValuePages();
+        const std::size_t at = someRow(bytes);
+        if (at + long_value::piece > pageSize || parts.empty()) return;
+        long_value::nextPiece.slot.put(bytes + at, jet::SlotNo(below(4) == 0 ? below(5) : 0));
+        long_value::nextPiece.page.put(bytes + at, jet::PageNo(parts[below(parts.size())]));
+    }
+    /// What a row says of its long value: another length or kind, or a place that may be another value's.
+    void longValueElsewhere(std::uint8_t* bytes)
+    {
+        const std::vector<std::size_t> parts = longValuePages();
+        const std::size_t row = someRow(bytes);
+        const std::size_t at = row + below(40);
+        if (at + long_value::reference > pageSize || parts.empty()) return;
+        if (below(2) == 0)
+            long_value::lengthAndKind.put(bytes + at, static_cast<std::uint32_t>(random_()));
+        else
+            long_value::place.page.put(bytes + at, jet::PageNo(parts[below(parts.size())]));
     }
     void wrongSlot()
     {
         std::uint8_t* const bytes = page(somePage());
-        std::uint8_t* const slot = bytes + jet::row_page_layout::slotAt(jet::SlotNo(below(40)));
-        jet::putU16(slot, below(2) == 0
-                              ? static_cast<std::uint32_t>(random_())
-                              : jet::getU16(slot) ^ (unsigned{jet::row_page_layout::pointerFlag} << below(2)));
+        std::uint8_t* const slot = bytes + row_page::slotAt(jet::SlotNo(below(40)));
+        jet::putU16(slot, below(2) == 0 ? static_cast<std::uint32_t>(random_())
+                                        : jet::getU16(slot) ^ (unsigned{row_page::pointerFlag} << below(2)));
     }
     void wrongNumber()
     {

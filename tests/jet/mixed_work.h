@@ -81,8 +81,10 @@ public:
                 insert(to, rows);
             else if (kind < 78)
                 update(to, rows);
+            else if (kind < 99)
+                erase(to, rows, someRow(rows));
             else
-                erase(to, rows);
+                eraseRun(to, rows);
         }
     }
     void insert(jet::Table& to, Rows& rows)
@@ -118,6 +120,12 @@ private:
         const std::string text = std::to_string(number);
         return {text.begin(), text.end()};
     }
+    /// Mostly in its row; else on a page outside, or in a chain of pages.
+    std::u16string noteText()
+    {
+        const auto chance = random_() % 24;
+        return letters(chance == 0 ? 15000 : chance < 4 ? 900 : 20);
+    }
     Row newRow()
     {
         Row row;
@@ -125,7 +133,7 @@ private:
         row.code = u"K" + letters(6) + u"." + digits(++codes_) + u"." + digits(seed_);
         row.day = 40000 + static_cast<double>(random_() % 50000) / 8;
         row.amount = static_cast<double>(random_() % 100000) / 100;
-        row.note = letters(random_() % 8 == 0 ? 900 : 20);
+        row.note = noteText();
         return row;
     }
     static std::vector<jet::Assignment> assignments(const Row& row)
@@ -151,7 +159,7 @@ private:
             to.update(places_.at(chosen->first), {{name, row.name}});
             break;
         case 2:
-            row.note = letters(900);
+            row.note = noteText();
             to.update(places_.at(chosen->first), {{note, row.note}});
             break;
         default:
@@ -160,12 +168,18 @@ private:
         }
         chosen->second = row;
     }
-    void erase(jet::Table& to, Rows& rows)
+    /// The row behind it.
+    Rows::iterator erase(jet::Table& to, Rows& rows, Rows::iterator chosen)
     {
-        const auto chosen = someRow(rows);
         to.erase(places_.at(chosen->first));
         places_.erase(chosen->first);
-        rows.erase(chosen);
+        return rows.erase(chosen);
+    }
+    /// Neighbours, until whole pages are empty.
+    void eraseRun(jet::Table& to, Rows& rows)
+    {
+        auto row = someRow(rows);
+        for (int n = 40; n > 0 && row != rows.end(); --n) row = erase(to, rows, row);
     }
 
     std::mt19937 random_;

@@ -86,9 +86,9 @@ public:
         case ColumnType::text:
             return text(std::min(column.length / 2, oneIn(4) ? 120 : 20));
         case ColumnType::memo:
-            return text(oneIn(3) ? 1500 : 60);
+            return text(oneIn(12) ? 25000 : oneIn(3) ? 1500 : 60);
         case ColumnType::ole:
-            return bytes(oneIn(3) ? 4000 : 80);
+            return bytes(oneIn(12) ? 30000 : oneIn(3) ? 4000 : 80);
         case ColumnType::binary:
             return bytes(column.length);
         case ColumnType::guid: {

@@ -146,7 +146,7 @@ struct Content {
 Content contentOf(const Table& table, Progress& progress)
 {
     Content content;
-    table.forEachRow([&](RowId, const RowView& row) {
+    table.passRows(table.dataPages(), [&](RowId, const RowView& row) {
         Hasher hasher;
         for (std::size_t column = 0; column < table.columns().size(); ++column) std::visit(hasher, row.value(column));
         content.sum += hasher.sum();
@@ -205,11 +205,12 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
         const auto file = disk.open(part.path(), Disk::Access::createNew);
         Progress told(progress, pager.pageCount());
         std::vector<std::uint8_t> buffer;
+        PassingBuffer passing;
         for (PageNo first = 0; pager.has(first); first += pagesPerWrite) {
             const PageNo end = std::min(first + pagesPerWrite, PageNo(pager.pageCount()));
             buffer.clear();
             for (PageNo page = first; page < end; ++page) {
-                const PageView view = pager.read(page);
+                const PageView view = pager.look(page, passing);
                 buffer.insert(buffer.end(), view.begin(), view.end());
             }
             file->write(positionOf(first), buffer);

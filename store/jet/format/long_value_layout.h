@@ -36,5 +36,7 @@ static_assert(fill<0, piece>(nextPiece));
 inline constexpr std::size_t longestInRow = 64;     ///< bytes that the row itself takes
 inline constexpr std::size_t longestOnePage = 4076; ///< bytes that one row takes
 static_assert(longestOnePage <= pageSize - row_page_layout::slotsEnd(1));
+inline constexpr std::size_t longestPiece = longestOnePage - piece; ///< bytes of the value in one row of a chain
+inline constexpr std::size_t longest = lengthMask;                  ///< bytes of any value: 1 GiB less one
 
 } // namespace jet::long_value_layout

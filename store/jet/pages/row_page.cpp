@@ -74,11 +74,13 @@ std::size_t roomForRow(PageView page)
     return slotsOf(page) >= limits::slotsOnPage || room < at::slotBytes ? 0 : room - at::slotBytes;
 }
 
-void initRowPage(PageBytes page, PageNo owner)
+void initRowPage(PageBytes page, PageNo owner, unsigned deadSlots)
 {
     std::fill(page.begin(), page.end(), std::uint8_t{0});
     stampPage(page, PageType::row);
     at::owner.put(page, owner);
+    at::slotCount.put(page, deadSlots);
+    for (SlotNo k = 0; k < SlotNo(deadSlots); ++k) putU16(entryOf(page, k), pageSize | at::deadFlags);
     storeFree(page);
 }
 

@@ -75,7 +75,8 @@ std::size_t roomForRow(PageView page);
 
 enum class RowKind { ordinary, body };
 
-void initRowPage(PageBytes page, PageNo owner);
+/// `deadSlots`: so many slot numbers are not to be used any more.
+void initRowPage(PageBytes page, PageNo owner, unsigned deadSlots = 0);
 /// Adds a row under a new slot. The caller has asked roomForRow.
 SlotNo appendRow(PageBytes page, std::span<const std::uint8_t> row, RowKind kind);
 /// True when the slot's row may become `length` bytes long without leaving the page.
@@ -88,7 +89,7 @@ void pointSlot(PageBytes page, SlotNo slot, RowId body);
 void killSlot(PageBytes page, SlotNo slot);
 /// The same for all slots of the page at once.
 void killAllSlots(PageBytes page);
-/// True when no slot of the page holds a row.
+/// True when no slot of the page holds a row. Its slots can be counted.
 bool allSlotsDead(PageView page);
 
 } // namespace jet

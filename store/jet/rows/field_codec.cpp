@@ -89,7 +89,7 @@ public:
         case ColumnType::binary:
             return binary(column_.length);
         case ColumnType::ole:
-            return binary(long_value_layout::longestOnePage);
+            return binary(long_value_layout::longest);
         case ColumnType::blob:
             break;
         }

@@ -16,6 +16,9 @@ namespace {
 namespace at = long_value_layout;
 using row_page_layout::longValueOwner;
 
+/// A page with less room than this is not worth finding again.
+constexpr std::size_t worthListing = pageSize / 8;
+
 enum class Kind : unsigned { chain = at::chainKind, onePage = at::onePageKind, inRow = at::inRowKind, unknown };
 
 struct Reference {
@@ -32,26 +35,45 @@ Reference readReference(const Pager& pager, std::span<const std::uint8_t> bytes)
     return {head & at::lengthMask, static_cast<Kind>(head >> at::kindShift), at::place.get(bytes)};
 }
 
-std::span<const std::uint8_t> pieceAt(Pager& pager, RowId place)
-{
-    if (place.page == 0 || !pager.has(place.page)) {
-        throwDamaged(pager, place.page, "bir uzun alan olmayan bir sayfayı gösteriyor");
+/// Reads the pieces of values. A piece is good until the next one is read.
+class Pieces {
+public:
+    /// Pages go through `passing`; where there is none they stay in memory, but for values of that length that would
+    /// crowd others out.
+    Pieces(Pager& pager, PassingBuffer* passing, std::size_t length)
+        : pager_(pager), passing_(passing != nullptr || length < crowding ? passing : &own_)
+    {
     }
-    const PageView page = pager.read(place.page);
-    if (!isRowPage(page, longValueOwner)) throwDamaged(pager, place.page, "uzun alan sayfası değil");
-    const auto slot = slotAt(page, place.slot);
-    if (!slot || !slot->live()) throwDamaged(pager, place.page, "bir uzun alanın satırı yok");
-    return slotBytes(page, *slot);
-}
+
+    std::span<const std::uint8_t> at(RowId place)
+    {
+        if (place.page == 0 || !pager_.has(place.page)) {
+            throwDamaged(pager_, place.page, "bir uzun alan olmayan bir sayfayı gösteriyor");
+        }
+        const PageView page = passing_ != nullptr ? pager_.look(place.page, *passing_) : pager_.read(place.page);
+        if (!isRowPage(page, longValueOwner)) throwDamaged(pager_, place.page, "uzun alan sayfası değil");
+        const auto slot = slotAt(page, place.slot);
+        if (!slot || !slot->live()) throwDamaged(pager_, place.page, "bir uzun alanın satırı yok");
+        return slotBytes(page, *slot);
+    }
+
+private:
+    static constexpr std::size_t crowding = 256 * pageSize;
+
+    Pager& pager_;
+    PassingBuffer own_;
+    PassingBuffer* passing_;
+};
 
 /// Visits the pieces of a chain; each gets the piece's place and data. No piece comes twice.
-template <class Visit> void walkChain(Pager& pager, const Reference& reference, Visit&& visit)
+template <class Visit> void walkChain(Pager& pager, const Reference& reference, PassingBuffer* passing, Visit&& visit)
 {
+    Pieces pieces(pager, passing, reference.length);
     std::set<RowId> seen;
     RowId place = reference.first;
     std::size_t delivered = 0;
     while (delivered < reference.length && place.page != 0) {
-        const std::span<const std::uint8_t> piece = pieceAt(pager, place);
+        const std::span<const std::uint8_t> piece = pieces.at(place);
         if (piece.size() <= at::piece) throwDamaged(pager, place.page, "bir uzun alanın parçası boş");
         if (!seen.insert(place).second) throwDamaged(pager, place.page, "bir uzun alan kendine dönüyor");
         const RowId next = at::nextPiece.get(piece);
@@ -63,14 +85,14 @@ template <class Visit> void walkChain(Pager& pager, const Reference& reference, 
 }
 
 /// Where each piece stands, all checked before any of them is touched.
-std::vector<RowId> placesOf(Pager& pager, const Reference& reference)
+std::vector<RowId> placesOf(Pager& pager, const Reference& reference, PassingBuffer* passing)
 {
     std::vector<RowId> places;
     if (reference.kind == Kind::onePage) {
-        pieceAt(pager, reference.first);
+        Pieces(pager, passing, reference.length).at(reference.first);
         places.push_back(reference.first);
     } else if (reference.kind == Kind::chain) {
-        walkChain(pager, reference, [&](RowId place, auto) { places.push_back(place); });
+        walkChain(pager, reference, passing, [&](RowId place, auto) { places.push_back(place); });
     }
     return places;
 }
@@ -98,6 +120,33 @@ PageNo pageWithRoom(Pager& pager, MapRef owned, MapRef freeSpace, std::size_t le
     return page;
 }
 
+RowId writeOnePage(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
+{
+    const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
+    return {page, appendRow(pager.write(page), data, RowKind::ordinary)};
+}
+
+/// Each piece gets a page of its own, which takes nothing else: neither is it listed among those with room.
+RowId writeChain(Pager& pager, MapRef owned, std::span<const std::uint8_t> data)
+{
+    std::vector<PageNo> pages((data.size() + at::longestPiece - 1) / at::longestPiece);
+    for (PageNo& page : pages) {
+        page = allocatePage(pager);
+        mapSet(pager, owned, page);
+    }
+    Bytes piece;
+    for (std::size_t i = 0; i < pages.size(); ++i, data = data.subspan(std::min(at::longestPiece, data.size()))) {
+        piece.assign(at::piece, 0);
+        if (i + 1 < pages.size()) at::nextPiece.put(piece, RowId{pages[i + 1], 0});
+        const auto part = data.first(std::min(at::longestPiece, data.size()));
+        piece.insert(piece.end(), part.begin(), part.end());
+        const PageBytes page = pager.write(pages[i]);
+        initRowPage(page, longValueOwner);
+        appendRow(page, piece, RowKind::ordinary);
+    }
+    return {pages.front(), 0};
+}
+
 Bytes emptyField(Kind kind, std::size_t length)
 {
     Bytes field(at::reference, 0);
@@ -108,7 +157,7 @@ Bytes emptyField(Kind kind, std::size_t length)
 
 } // namespace
 
-Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
+Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes, PassingBuffer* passing)
 {
     const Reference place = readReference(pager, bytes);
     Bytes data;
@@ -121,7 +170,8 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
         break;
     }
     case Kind::onePage: {
-        const std::span<const std::uint8_t> piece = pieceAt(pager, place.first);
+        Pieces pieces(pager, passing, place.length);
+        const std::span<const std::uint8_t> piece = pieces.at(place.first);
         if (place.length > piece.size()) {
             throwDamaged(pager, place.first.page, "bir uzun alan yarım kalmış");
         }
@@ -129,7 +179,9 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
         break;
     }
     case Kind::chain:
-        walkChain(pager, place, [&](RowId, std::span<const std::uint8_t> piece) {
+        // No file delivers more than its own length: what a reference says of its value's is only a promise.
+        data.reserve(std::min(place.length + pageSize, std::size_t{pager.pageCount()} * pageSize));
+        walkChain(pager, place, passing, [&](RowId, std::span<const std::uint8_t> piece) {
             data.insert(data.end(), piece.begin(), piece.end());
         });
         data.resize(place.length);
@@ -140,25 +192,21 @@ Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> bytes)
     return data;
 }
 
-Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row)
+Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row,
+                 PassingBuffer* passing)
 {
     const FieldPlace& place = layout.fields[column];
     const auto bytes = fieldBytes(layout, column, row);
     if (!bytes) return place.type == ColumnType::boolean ? Value(false) : Value();
     if (!isLongValue(place.type)) return decodeValue(place.type, place.scale, *bytes);
-    return decodeValue(place.type, place.scale, readLongValue(pager, *bytes));
+    Bytes data = readLongValue(pager, *bytes, passing);
+    if (place.type == ColumnType::ole) return data;
+    return decodeValue(place.type, place.scale, data);
 }
 
-std::optional<RowId> longValuePlace(std::span<const std::uint8_t> reference)
+std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference, PassingBuffer* passing)
 {
-    const RowId place = at::place.get(reference);
-    if (place.page == 0) return std::nullopt;
-    return place;
-}
-
-std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference)
-{
-    return placesOf(pager, readReference(pager, reference));
+    return placesOf(pager, readReference(pager, reference), passing);
 }
 
 Bytes longValueInRow(std::span<const std::uint8_t> data)
@@ -171,21 +219,25 @@ Bytes longValueInRow(std::span<const std::uint8_t> data)
 
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data)
 {
-    assert(data.size() <= at::longestOnePage && !owned.none() && !freeSpace.none());
-    const PageNo page = pageWithRoom(pager, owned, freeSpace, data.size());
-    const SlotNo slot = appendRow(pager.write(page), data, RowKind::ordinary);
-    Bytes field = emptyField(Kind::onePage, data.size());
-    at::place.put(field, RowId{page, slot});
+    assert(data.size() <= at::longest && !owned.none() && !freeSpace.none());
+    Bytes field = emptyField(data.size() > at::longestOnePage ? Kind::chain : Kind::onePage, data.size());
+    at::place.put(field, data.size() > at::longestOnePage ? writeChain(pager, owned, data)
+                                                          : writeOnePage(pager, owned, freeSpace, data));
     return field;
 }
 
 void eraseLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> bytes)
 {
-    for (const RowId place : placesOf(pager, readReference(pager, bytes))) {
+    for (const RowId place : placesOf(pager, readReference(pager, bytes), nullptr)) {
+        if (!owned.none() && !mapHas(pager, owned, place.page))
+            throwDamaged(pager, place.page, "bir uzun alan başkasının sayfasını gösteriyor");
         if (!slotsInOrder(pager.read(place.page))) throwDamaged(pager, place.page, "satırlar sayfaya sığmıyor");
         const PageBytes page = pager.write(place.page);
         killSlot(page, place.slot);
-        if (allSlotsDead(page)) freeLongValuePage(pager, owned, freeSpace, place.page);
+        if (allSlotsDead(page))
+            freeLongValuePage(pager, owned, freeSpace, place.page);
+        else if (!freeSpace.none() && roomForRow(page) >= worthListing && !mapHas(pager, freeSpace, place.page))
+            mapSet(pager, freeSpace, place.page);
     }
 }
 

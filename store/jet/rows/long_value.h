@@ -15,23 +15,23 @@
 /// chains of such rows (format/long_value_layout.h draws them).
 namespace jet {
 
-/// The value's bytes. Throws damaged.
-Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference);
+/// The value's bytes. Throws damaged. Pages are read in passing where there is a buffer for that; those of a value of
+/// more than a megabyte always are.
+Bytes readLongValue(Pager& pager, std::span<const std::uint8_t> reference, PassingBuffer* passing = nullptr);
 
 /// The value of any field of a sound row, read from wherever it stands. Throws damaged.
-Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row);
-
-/// Where a value begins outside its row; nothing for one that lies in the row. The field is at least a reference long.
-std::optional<RowId> longValuePlace(std::span<const std::uint8_t> reference);
+Value fieldValue(Pager& pager, const RowLayout& layout, std::size_t column, std::span<const std::uint8_t> row,
+                 PassingBuffer* passing = nullptr);
 
 /// Where the parts of a value stand outside its row, in order; none for one that lies in the row. Throws damaged.
-std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference);
+std::vector<RowId> longValuePlaces(Pager& pager, std::span<const std::uint8_t> reference,
+                                   PassingBuffer* passing = nullptr);
 
 /// The field of a value short enough for its row: at most long_value_layout::longestInRow bytes.
 Bytes longValueInRow(std::span<const std::uint8_t> data);
 
-/// Stores a longer value, of at most long_value_layout::longestOnePage bytes, on a page of its column and returns its
-/// field for the row. `owned` and `freeSpace` are the column's maps. In a transaction.
+/// Stores a longer value, of at most long_value_layout::longest bytes, on pages of its column and returns its field for
+/// the row. `owned` and `freeSpace` are the column's maps. In a transaction.
 Bytes writeLongValue(Pager& pager, MapRef owned, MapRef freeSpace, std::span<const std::uint8_t> data);
 
 /// Frees what a reference holds outside its row; pages that become empty are given back. In a transaction.

@@ -19,14 +19,14 @@ std::optional<RowReader::Row> RowReader::find(RowId head) const
     return read(head, page, *slot);
 }
 
-void RowReader::followPointer(Row& row, PageView page, Slot slot) const
+void RowReader::followPointer(Row& row, PageView page, Slot slot, PageBuffer* passing) const
 {
     const std::optional<RowId> place = pointerOf(page, slot);
     if (!place || place->page == 0 || !pager_->has(place->page)) {
         row.damage = "satırın taşındığı yer geçersiz";
         return;
     }
-    const PageView bodyPage = pager_->read(place->page);
+    const PageView bodyPage = passing != nullptr ? pager_->look(place->page, *passing) : pager_->read(place->page);
     const std::optional<Slot> body = slotAt(bodyPage, place->slot);
     if (!holdsRows(place->page, bodyPage) || !body || !body->body()) {
         row.damage = "satırın taşındığı yerde satır yok";

@@ -41,11 +41,11 @@ public:
         std::span<const std::uint8_t> bytes;
         const char* damage = nullptr; ///< a Turkish clause; null for a sound row
     };
-    /// The row of a head, a live slot of a page of the table.
-    Row read(RowId head, PageView page, Slot slot) const
+    /// The row of a head, a live slot of a page of the table. A moved one is looked at through `passing` where given.
+    Row read(RowId head, PageView page, Slot slot, PageBuffer* passing = nullptr) const
     {
         Row row{head, slotBytes(page, slot)};
-        if (slot.pointer) followPointer(row, page, slot);
+        if (slot.pointer) followPointer(row, page, slot, passing);
         if (row.damage == nullptr) row.damage = rowDamage(*layout_, row.bytes);
         return row;
     }
@@ -59,7 +59,7 @@ public:
     Pager& pager() const { return *pager_; }
 
 private:
-    void followPointer(Row& row, PageView page, Slot slot) const;
+    void followPointer(Row& row, PageView page, Slot slot, PageBuffer* passing) const;
 
     Pager* pager_;
     const RowLayout* layout_;
@@ -121,7 +121,7 @@ public:
                 if (!slot) {
                     receiver.damagedRow(head_, RowReader::slotDamage);
                 } else if (slot->live()) {
-                    row_ = reader_.read(head_, page, *slot);
+                    row_ = reader_.read(head_, page, *slot, use_ == PageUse::pass ? &movedRow_ : nullptr);
                     if (slot->pointer && row_.body != head_ && !reached_.insert(row_.body.packed()).second)
                         row_.damage = "satırın taşındığı yere iki yerden geliniyor";
                     if (row_.damage == nullptr) return true;
@@ -168,6 +168,7 @@ private:
     std::shared_ptr<const std::vector<PageNo>> pages_;
     PageUse use_;
     PassingBuffer passing_;
+    PageBuffer movedRow_;
     std::size_t nextPage_ = 0;
     const std::uint8_t* page_ = nullptr;
     SlotNo slot_ = 0;

@@ -75,19 +75,25 @@ std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
 void Table::State::dataPageAdded(PageNo page)
 {
     forgetPagesOfEndedTransaction();
-    pageAddedAt = pager.changeCount();
+    pagesChangedAt = pager.changeCount();
     if (!pages) return;
     // A cursor that is under way keeps the list that it began with.
     if (pages.use_count() > 1) pages = std::make_shared<std::vector<PageNo>>(*pages);
     pages->insert(std::upper_bound(pages->begin(), pages->end(), page), page);
 }
 
-/// Pages come to a table and never leave it, but for those that a rollback takes away again.
+void Table::State::dataPagesRemoved()
+{
+    pagesChangedAt = pager.changeCount();
+    pages.reset();
+}
+
+/// A rollback takes pages away again, and brings others back.
 void Table::State::forgetPagesOfEndedTransaction()
 {
-    if (!pageAddedAt || *pageAddedAt == pager.changeCount()) return;
+    if (!pagesChangedAt || *pagesChangedAt == pager.changeCount()) return;
     pages.reset();
-    pageAddedAt.reset();
+    pagesChangedAt.reset();
 }
 
 std::optional<RowReader::Row> Table::State::find(RowId head)
@@ -97,10 +103,11 @@ std::optional<RowReader::Row> Table::State::find(RowId head)
     return row;
 }
 
-void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into)
+void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into,
+                             PassingBuffer* passing)
 {
     into.clear();
-    for (const IndexColumn& each : index.columns) into.push_back(value(each.column, row));
+    for (const IndexColumn& each : index.columns) into.push_back(value(each.column, row, passing));
 }
 
 std::uint32_t Table::State::liveRows()
@@ -132,7 +139,7 @@ bool RowView::isNull(std::size_t column) const
     return !table.field(column, bytes_);
 }
 
-Value RowView::value(std::size_t column) const { return table_->state_->value(column, bytes_); }
+Value RowView::value(std::size_t column) const { return table_->state_->value(column, bytes_, longValues_); }
 
 std::optional<double> RowView::number(std::size_t column) const
 {
@@ -156,7 +163,7 @@ bool RowView::text(std::size_t column, std::u16string& into) const
     const auto bytes = table.field(column, bytes_);
     if (!bytes) return false;
     if (table.layout.fields[column].type == ColumnType::memo) {
-        decodeText(readLongValue(table.pager, *bytes), into);
+        decodeText(readLongValue(table.pager, *bytes, longValues_), into);
     } else {
         requireText(table, column);
         decodeText(*bytes, into);
@@ -170,7 +177,7 @@ bool RowView::textIs(std::size_t column, std::u16string_view text) const
     const auto bytes = table.field(column, bytes_);
     if (!bytes) return false;
     if (table.layout.fields[column].type == ColumnType::memo)
-        return storedTextIs(readLongValue(table.pager, *bytes), text);
+        return storedTextIs(readLongValue(table.pager, *bytes, longValues_), text);
     requireText(table, column);
     return storedTextIs(*bytes, text);
 }
@@ -188,7 +195,8 @@ RowCursor::RowCursor(const Table& table)
 }
 
 RowCursor::RowCursor(const Table& table, PageList pages, PageUse use)
-    : walk_((table.state_->rereadIfTakenBack(), table.state_->reader()), std::move(pages), use), row_(table, {})
+    : walk_((table.state_->rereadIfTakenBack(), table.state_->reader()), std::move(pages), use), row_(table, {}),
+      use_(use)
 {
 }
 
@@ -197,6 +205,7 @@ RowCursor::RowCursor(const Table& table, PageList pages, PageUse use)
 {
     if (!walk_.next(ThrowAtDamage(walk_.reader().pager()))) return false;
     row_.bytes_ = walk_.bytes();
+    if (use_ == PageUse::pass) row_.longValues_ = &longValues_;
     return true;
 }
 
@@ -278,8 +287,8 @@ std::optional<RowView> Table::row(RowId id) const
     return RowView(*this, found->bytes);
 }
 
-std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& low,
-                                const std::optional<Value>& high) const
+std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& low, const std::optional<Value>& high,
+                                std::size_t most) const
 {
     state_->rereadIfTakenBack();
     const IndexColumn& leading = index.columns.front();
@@ -296,7 +305,7 @@ std::vector<RowId> Table::range(const Index& index, const std::optional<Value>& 
         const std::span<const std::uint8_t> head = key.first(std::min(key.size(), to.size()));
         if (std::lexicographical_compare(to.begin(), to.end(), head.begin(), head.end())) return false;
         rows.push_back(row);
-        return true;
+        return rows.size() < most;
     });
     return rows;
 }

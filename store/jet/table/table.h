@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <span>
@@ -55,6 +56,7 @@ private:
 
     const Table* table_;
     std::span<const std::uint8_t> bytes_;
+    PassingBuffer* longValues_ = nullptr; ///< where the table is read in passing
 };
 
 /// Pages of a table, ascending.
@@ -75,7 +77,9 @@ public:
 
 private:
     RowWalk walk_;
+    PassingBuffer longValues_;
     RowView row_;
+    PageUse use_ = PageUse::keep;
 };
 
 /// What somebody keeps beside a table to be asked less of it; it ends with the table.
@@ -127,10 +131,10 @@ public:
     /// order. Bounds are values for the leading index column; both ends are included. Null sorts before all values
     /// (behind them in a descending index), so an open low end brings the rows without a value too.
     /// A text key does not tell letter case or trailing blanks apart: look at the rows where that matters.
-    /// A bound is a value of the column's own type. Throws badValue, damaged, and indexNotWritable when the column's
-    /// collating order is unknown.
-    std::vector<RowId> range(const Index& index, const std::optional<Value>& low,
-                             const std::optional<Value>& high) const;
+    /// A bound is a value of the column's own type. Ends behind `most` rows. Throws badValue, damaged, and
+    /// indexNotWritable when the column's collating order is unknown.
+    std::vector<RowId> range(const Index& index, const std::optional<Value>& low, const std::optional<Value>& high,
+                             std::size_t most = std::numeric_limits<std::size_t>::max()) const;
 
     /// The rows written lately, for everything that is kept beside the table.
     const ChangeLog& changes() const;

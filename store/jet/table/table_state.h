@@ -10,6 +10,7 @@
 #include "store/jet/table/change_log.h"
 #include "store/jet/table/table.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,6 +45,8 @@ struct Table::State {
     std::shared_ptr<const std::vector<PageNo>> dataPages();
     /// A page that was given to the table in the open transaction.
     void dataPageAdded(PageNo page);
+    /// Pages that it gave back there.
+    void dataPagesRemoved();
     RowReader reader() { return {pager, definition.page, layout}; }
     RowWalk walk() { return {reader(), dataPages()}; }
     /// The sound row at that place; nothing when it is not there. Throws damaged.
@@ -52,9 +55,9 @@ struct Table::State {
     {
         return fieldBytes(layout, column, row);
     }
-    Value value(std::size_t column, std::span<const std::uint8_t> row)
+    Value value(std::size_t column, std::span<const std::uint8_t> row, PassingBuffer* passing = nullptr)
     {
-        return fieldValue(pager, layout, column, row);
+        return fieldValue(pager, layout, column, row, passing);
     }
     /// Counts them on the pages. Throws damaged.
     std::uint32_t liveRows();
@@ -67,7 +70,8 @@ struct Table::State {
                 verified ? IndexTree::Trust::verified : IndexTree::Trust::none};
     }
     /// The fields of a row that make up an index's key.
-    void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into);
+    void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into,
+                   PassingBuffer* passing = nullptr);
 
     // ---- writing (the rules are those of Table; the tables of the system may be written too) ----
     /// Throws unless the table may be written.
@@ -93,8 +97,11 @@ struct Table::State {
     std::optional<std::uint64_t> countSettledAt;   ///< change count of the transaction that put it right
 
     std::shared_ptr<std::vector<PageNo>> pages;
-    std::optional<std::uint64_t> pageAddedAt; ///< change count of the transaction that added one of them
-    PageNo lastPage = 0;                      ///< where the last row went, 0 when unknown
+    std::optional<std::uint64_t> pagesChangedAt; ///< change count of the transaction that added or removed one
+    std::vector<PageNo> emptyPages;              ///< with dead slots only at the verification
+    std::optional<std::uint64_t> emptyPagesAt;   ///< change count of the transaction that gave some of them back
+    std::map<PageNo, unsigned> slotsUsed;        ///< of pages given back since the file was opened
+    PageNo lastPage = 0;                         ///< where the last row went, 0 when unknown
     std::uint64_t lastPageAt = 0;
     std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
 
@@ -104,6 +111,7 @@ struct Table::State {
 private:
     void readDefinition();
     void forgetPagesOfEndedTransaction();
+    void giveBackEmptyPages();
 };
 
 /// How people find an index of a table again: by the first of its names.

@@ -1,10 +1,8 @@
 #include "store/jet/table/table_state.h"
 
-#include "store/jet/index/entry_sum.h"
-#include "store/jet/index/index_key.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/long_value.h"
-#include "store/jet/rows/row_codec.h"
+#include "store/jet/table/expected_entries.h"
 #include "store/jet/table/page_owners.h"
 #include "store/jet/values/names.h"
 
@@ -14,8 +12,14 @@ namespace jet {
 namespace {
 
 struct Strict : ThrowAtDamage {
-    using ThrowAtDamage::ThrowAtDamage;
+    explicit Strict(Table::State& ofTable) : ThrowAtDamage(ofTable.pager), table(ofTable) {}
     void foreignPage(PageNo page) const { damagedPage(page, foreignPageClause); }
+    /// Only before the first change: from then on somebody may hold the place of a row that stood there.
+    void page(PageNo number, PageView page)
+    {
+        if (!table.changes.lastDuring() && allSlotsDead(page)) table.emptyPages.push_back(number);
+    }
+    Table::State& table;
 };
 
 /// Visits every row; throws damaged at the first thing that casts doubt on a row or on there being no more of them.
@@ -23,20 +27,14 @@ struct Strict : ThrowAtDamage {
 template <class Visit> void forEachRowOrThrow(Table::State& table, Visit&& visit)
 {
     const auto pages = std::make_shared<std::vector<PageNo>>(mapPages(table.pager, table.definition.owned));
-    for (RowWalk rows(table.reader(), pages, PageUse::pass); rows.next(Strict(table.pager));) {
+    table.emptyPages.clear();
+    Strict receiver(table);
+    for (RowWalk rows(table.reader(), pages, PageUse::pass); rows.next(receiver);) {
         if (rows.body() != rows.head() && !std::ranges::binary_search(*pages, rows.body().page))
             throwDamaged(table.pager, rows.body().page, "taşınmış bir satır başka bir yerde duruyor");
         visit(rows.head(), rows.bytes());
     }
 }
-
-/// What the rows demand of one index.
-struct Demand {
-    const Index* index = nullptr;
-    EntrySum entries;
-    std::uint64_t rowsWithoutEntry = 0; ///< that an ignore-nulls index leaves out
-    bool certain = true;                ///< false when a key could not be made
-};
 
 /// Verifies one table; stops at the first thing that stands against writing.
 class Verifier {
@@ -66,8 +64,9 @@ public:
             if (error.fault() != Fault::damaged) throw;
             return refuse(Fault::readOnly, "bozuk bir yeri var. " + std::string(error.what()), "");
         }
-        for (const Demand& demand : demands_) {
-            if (const std::optional<std::string> fault = indexFault(demand)) return refuseIndex(*demand.index, *fault);
+        for (const ExpectedEntries& expected : expected_) {
+            if (const std::optional<std::string> fault = indexFault(expected))
+                return refuseIndex(expected.index(), *fault);
         }
         if (const std::optional<PageNo> page = contestedPage(table_, indexPages_)) {
             return refuse(Fault::readOnly, "bozuk: " + std::to_string(page->number()) +
@@ -102,7 +101,7 @@ private:
             if (!owned_[page.number()])
                 throwDamaged(pager_, page, "boş yer haritası tablonun olmayan bir sayfayı gösteriyor");
         }
-        for (const Index& index : definition.indexes) demands_.push_back({&index, {}, 0, true});
+        for (const Index& index : definition.indexes) expected_.emplace_back(table_, index, KeyUse::compare);
         for (std::size_t i = 0; i < definition.columns.size(); ++i)
             if (definition.columns[i].autoNumber) autoNumbers_.push_back(i);
         forEachRowOrThrow(table_, [&](RowId head, std::span<const std::uint8_t> row) { checkRow(head, row); });
@@ -120,7 +119,7 @@ private:
     void checkRow(RowId head, std::span<const std::uint8_t> row)
     {
         ++rows_;
-        for (Demand& demand : demands_) addEntry(demand, head, row);
+        for (ExpectedEntries& expected : expected_) expected.add(head, row, passing_);
         for (const std::size_t column : autoNumbers_) {
             if (const auto bytes = table_.field(column, row)) {
                 table_.highestAutoNumber =
@@ -129,62 +128,28 @@ private:
         }
         for (const LongValueMaps& maps : table_.definition.longValues) {
             const auto reference = table_.field(maps.column, row);
-            // A value inside its row has no place.
-            if (!reference || reference->size() < long_value_layout::reference) continue;
-            if (const auto place = longValuePlace(*reference)) longValues_.push_back(*place);
-        }
-    }
-
-    void addEntry(Demand& demand, RowId head, std::span<const std::uint8_t> row)
-    {
-        const Index& index = *demand.index;
-        const std::vector<Column>& columns = table_.definition.columns;
-        if (index.ignoreNulls && std::ranges::all_of(index.columns, [&](const IndexColumn& each) {
-                return columns[each.column].type != ColumnType::boolean && !table_.field(each.column, row);
-            })) {
-            ++demand.rowsWithoutEntry;
-            return;
-        }
-        if (demand.certain && makeKey(index, row))
-            demand.entries.add(key_, head);
-        else
-            demand.certain = false;
-    }
-
-    /// The row's key into key_; false where there is none. What is wrong then is found out entry by entry.
-    bool makeKey(const Index& index, std::span<const std::uint8_t> row)
-    {
-        const std::vector<Column>& columns = table_.definition.columns;
-        key_.clear();
-        const bool isPlain = std::ranges::all_of(index.columns, [&](const IndexColumn& each) {
-            return appendStoredKey(key_, columns[each.column], table_.field(each.column, row), each.ascending);
-        });
-        if (isPlain) return true;
-        try {
-            table_.keyValues(index, row, values_);
-            return indexKey(key_, index, columns, values_, KeyUse::compare);
-        } catch (const Error& error) {
-            if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
-            return false;
+            if (!reference) continue;
+            const std::vector<RowId> places = longValuePlaces(pager_, *reference, &passing_);
+            longValues_.insert(longValues_.end(), places.begin(), places.end());
         }
     }
 
     /// What is wrong with an index; nothing when every entry is the one that its row should have, and none is missing.
-    std::optional<std::string> indexFault(const Demand& demand)
+    std::optional<std::string> indexFault(const ExpectedEntries& expected)
     {
         std::vector<std::string> faults;
         std::vector<std::string> warnings;
         EntrySum found;
-        const IndexTree tree = table_.tree(*demand.index);
+        const IndexTree tree = table_.tree(expected.index());
         tree.check(faults, warnings, indexPages_,
                    [&found](std::span<const std::uint8_t> key, RowId row) { found.add(key, row); });
         if (!faults.empty()) return faults.front();
-        if (demand.certain && found == demand.entries) return std::nullopt;
-        return entryFault(tree, demand);
+        if (expected.are(found)) return std::nullopt;
+        return entryFault(tree, expected);
     }
 
     /// The same entry by entry, each with its row.
-    std::optional<std::string> entryFault(const IndexTree& tree, const Demand& demand)
+    std::optional<std::string> entryFault(const IndexTree& tree, const ExpectedEntries& wanted)
     {
         std::optional<std::string> fault;
         std::uint64_t entries = 0;
@@ -198,8 +163,8 @@ private:
                     fault = "bir girişin kaydı yok";
                     return false;
                 }
-                table_.keyValues(*demand.index, found->bytes, values_);
-                if (!indexKey(expected, *demand.index, table_.definition.columns, values_, KeyUse::compare) ||
+                table_.keyValues(wanted.index(), found->bytes, values_);
+                if (!indexKey(expected, wanted.index(), table_.definition.columns, values_, KeyUse::compare) ||
                     !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
                     fault = "bir giriş kaydından hesaplanandan farklı";
                     return false;
@@ -211,7 +176,7 @@ private:
             if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
             return error.what();
         }
-        if (!fault && entries != rows_ - demand.rowsWithoutEntry) fault = "bazı kayıtların girişi yok";
+        if (!fault && entries != rows_ - wanted.rowsWithoutEntry()) fault = "bazı kayıtların girişi yok";
         return fault;
     }
 
@@ -219,11 +184,11 @@ private:
     Pager& pager_;
     std::vector<bool> owned_; ///< by page: a data page of the table
     std::uint64_t rows_ = 0;
-    std::vector<Demand> demands_;
-    std::vector<std::size_t> autoNumbers_; ///< positions of the AutoNumber columns
-    std::vector<RowId> longValues_;        ///< where values outside their rows begin
+    std::vector<ExpectedEntries> expected_; ///< of each index
+    std::vector<std::size_t> autoNumbers_;  ///< positions of the AutoNumber columns
+    std::vector<RowId> longValues_;         ///< every part of the values outside their rows
+    PassingBuffer passing_;
     std::vector<PageNo> indexPages_;
-    Key key_;
     std::vector<Value> values_;
 };
 

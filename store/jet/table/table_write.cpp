@@ -24,7 +24,8 @@ constexpr std::size_t worthListing = pageSize / 8;
 /// A value too long for its row, to be stored once all rules have been checked.
 struct Outside {
     std::size_t column = 0;
-    Bytes data;
+    Bytes encoded; ///< empty where the caller's own bytes are stored as they are
+    std::span<const std::uint8_t> data;
 };
 
 /// A row on its way to the page.
@@ -52,31 +53,59 @@ struct EntryChange {
                 quotedName(table.name) + " tablosunun " + quotedName(column.name) + " alanı boş bırakılamaz.");
 }
 
-/// Puts a converted value into the draft; one that does not fit the row waits outside.
+/// The value in the type of its column, made in `into` where it has another one: a long value is not copied.
+const Value& inTypeOf(const Column& column, const Value& value, std::u16string_view table, Value& into)
+{
+    const bool isThere = column.type == ColumnType::memo  ? std::holds_alternative<std::u16string>(value)
+                         : column.type == ColumnType::ole ? std::holds_alternative<Bytes>(value)
+                                                          : false;
+    if (isThere) return value;
+    into = convertValue(value, column, table);
+    return into;
+}
+
+/// What an index looks at of a value.
+Value keyPart(const Value& value)
+{
+    const auto* text = std::get_if<std::u16string>(&value);
+    return text != nullptr && text->size() > limits::text ? Value(text->substr(0, limits::text)) : value;
+}
+
+/// Puts a Memo or OLE value into the draft; one that does not fit the row waits outside.
+void setLongField(const Table::State& table, Draft& draft, std::size_t position, const Value& value)
+{
+    const Column& column = table.definition.columns[position];
+    Outside outside{position, {}, {}};
+    if (const auto* bytes = std::get_if<Bytes>(&value)) {
+        outside.data = *bytes;
+    } else {
+        outside.encoded = encodeValue(value, column, table.name);
+        outside.data = outside.encoded;
+    }
+    if (outside.data.size() <= long_value_layout::longestInRow) {
+        draft.fields[position] = longValueInRow(outside.data);
+        return;
+    }
+    if (outside.data.size() > long_value_layout::longest)
+        throwBadValue(table.name, column,
+                      "en çok " + std::to_string(long_value_layout::longest) + " bayt saklanabilir");
+    const LongValueMaps* maps = table.definition.longValuesOf(position);
+    if (maps == nullptr || maps->owned.none() || maps->freeSpace.none())
+        throwBadValue(table.name, column, "alanın uzun değerler için yeri yok");
+    draft.fields[position] = Bytes(long_value_layout::reference);
+    draft.outside.push_back(std::move(outside));
+}
+
+/// Puts a converted value into the draft. A long one must live as long as the draft.
 void setField(const Table::State& table, Draft& draft, std::size_t position, const Value& value)
 {
     const Column& column = table.definition.columns[position];
-    std::optional<Bytes>& field = draft.fields[position];
-    if (isNull(value) || (column.type == ColumnType::boolean && !std::get<bool>(value))) {
-        field.reset();
-        return;
-    }
-    field = encodeValue(value, column, table.name);
-    if (!isLongValue(column.type)) return;
-    if (field->size() > long_value_layout::longestOnePage) {
-        throwBadValue(table.name, column,
-                      "en çok " + std::to_string(long_value_layout::longestOnePage) + " bayt saklanabilir");
-    }
-    if (field->size() > long_value_layout::longestInRow) {
-        const LongValueMaps* maps = table.definition.longValuesOf(position);
-        if (maps == nullptr || maps->freeSpace.none()) {
-            throwBadValue(table.name, column, "alanın uzun değerler için yeri yok");
-        }
-        draft.outside.push_back({position, std::move(*field)});
-        field = Bytes(long_value_layout::reference);
-        return;
-    }
-    field = longValueInRow(*field);
+    if (isNull(value) || (column.type == ColumnType::boolean && !std::get<bool>(value)))
+        draft.fields[position].reset();
+    else if (isLongValue(column.type))
+        setLongField(table, draft, position, value);
+    else
+        draft.fields[position] = encodeValue(value, column, table.name);
 }
 
 void encodeDraft(const Table::State& table, Draft& draft)
@@ -116,6 +145,29 @@ void checkRules(const Table::State& table, const Index& index, std::span<const V
                                       indexTitle(index) + " dizini yinelenen değer kabul etmez).");
 }
 
+/// A page for the table's rows. Whoever still holds the place of a row that is gone must find nothing there, never
+/// another row: a page that the table had before goes on with the next slot number.
+PageNo newDataPage(Table::State& table, std::size_t length)
+{
+    Pager& pager = table.pager;
+    std::vector<PageNo> full; // so many of its slots are used up that the row has no room
+    PageNo page = allocatePage(pager);
+    const auto slotsUsed = [&] {
+        const auto found = table.slotsUsed.find(page);
+        return found == table.slotsUsed.end() ? 0U : found->second;
+    };
+    while (row_page_layout::slotsEnd(slotsUsed() + 1) + length > pageSize) {
+        full.push_back(page);
+        page = allocatePage(pager);
+    }
+    for (const PageNo each : full) freePage(pager, each);
+    initRowPage(pager.write(page), table.definition.page, slotsUsed());
+    mapSet(pager, table.definition.owned, page);
+    mapSet(pager, table.definition.freeSpace, page);
+    table.dataPageAdded(page);
+    return page;
+}
+
 PageNo pageWithRoom(Table::State& table, std::size_t length)
 {
     Pager& pager = table.pager;
@@ -134,16 +186,19 @@ PageNo pageWithRoom(Table::State& table, std::size_t length)
             mapClear(pager, definition.freeSpace, *page);
         }
     }
-    if (chosen == 0) {
-        chosen = allocatePage(pager);
-        initRowPage(pager.write(chosen), definition.page);
-        mapSet(pager, definition.owned, chosen);
-        mapSet(pager, definition.freeSpace, chosen);
-        table.dataPageAdded(chosen);
-    }
+    if (chosen == 0) chosen = newDataPage(table, length);
     table.lastPage = chosen;
     table.lastPageAt = pager.changeCount();
     return chosen;
+}
+
+void giveBack(Table::State& table, PageNo page)
+{
+    mapClear(table.pager, table.definition.owned, page);
+    mapClear(table.pager, table.definition.freeSpace, page);
+    freePage(table.pager, page, PageType::emptiedRow);
+    if (table.lastPage == page) table.lastPage = 0;
+    table.dataPagesRemoved();
 }
 
 /// A page that has lost bytes may take rows again.
@@ -155,10 +210,23 @@ void roomGained(Table::State& table, PageNo page)
     }
 }
 
+/// What is made of a page that has lost rows: an empty one is given back. One with so many slots that few more fit must
+/// wait until the file is opened again and nobody holds the place of a row that stood there.
+void rowsGone(Table::State& table, PageNo page)
+{
+    constexpr unsigned mostSlots = limits::slotsOnPage / 2;
+    Pager& pager = table.pager;
+    const PageView view = pager.read(page);
+    const unsigned slots = row_page_layout::slotCount.get(view);
+    if (slots > mostSlots || !allSlotsDead(view)) return roomGained(table, page);
+    table.slotsUsed[page] = slots;
+    giveBack(table, page);
+}
+
 void killRow(Table::State& table, RowId place)
 {
     killSlot(table.pager.write(place.page), place.slot);
-    roomGained(table, place.page);
+    rowsGone(table, place.page);
 }
 
 /// Writes the values that wait outside, and the row with their places.
@@ -220,8 +288,10 @@ std::int32_t nextAutoNumber(Table::State& table, const Column& column)
     return last + 1;
 }
 
+/// Access leaves counters below the greatest number given; they are put right with the next one.
 void raiseAutoNumber(Table::State& table, std::int32_t used)
 {
+    used = std::max(used, table.highestAutoNumber);
     const PageBytes page = table.pager.write(table.definition.page);
     if (used > static_cast<std::int32_t>(lastAutoNumber.get(page)))
         lastAutoNumber.put(page, static_cast<std::uint32_t>(used));
@@ -242,6 +312,22 @@ const std::optional<Refusal>& Table::State::refusal()
     return *verdict;
 }
 
+/// Pages that other programs, or rows that came and went by the hundred, have left empty: some with each change, so
+/// that no change becomes long.
+void Table::State::giveBackEmptyPages()
+{
+    constexpr std::size_t atOnce = 32;
+    if (emptyPages.empty() || emptyPagesAt == pager.changeCount()) return;
+    emptyPagesAt = pager.changeCount();
+    // Those that an earlier change gave back for good are no longer the table's.
+    const auto stillEmpty = [this](PageNo page) {
+        const PageView view = pager.read(page);
+        return mapHas(pager, definition.owned, page) && isRowPage(view, definition.page) && allSlotsDead(view);
+    };
+    std::erase_if(emptyPages, [&](PageNo page) { return !stillEmpty(page); });
+    for (std::size_t i = 0; i < std::min(atOnce, emptyPages.size()); ++i) giveBack(*this, emptyPages[i]);
+}
+
 void Table::State::checkWritable()
 {
     if (const std::optional<Refusal>& why = refusal()) throw Error(why->fault, why->sentence);
@@ -251,22 +337,24 @@ RowId Table::State::insert(std::span<const Assignment> values)
 {
     checkWritable();
     const std::vector<Column>& columns = definition.columns;
-    std::vector<Value> row(columns.size());
+    std::vector<Value> converted(columns.size());
+    std::vector<const Value*> row;
+    for (const Value& value : converted) row.push_back(&value); // Null where nothing is assigned
     for (const Assignment& each : values) {
         assert(each.column < columns.size());
-        row[each.column] = convertValue(each.value, columns[each.column], name);
+        row[each.column] = &inTypeOf(columns[each.column], each.value, name, converted[each.column]);
     }
     std::optional<std::int32_t> autoNumber;
     Draft draft;
     draft.fields.resize(columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         if (columns[i].autoNumber) {
-            if (isNull(row[i])) row[i] = nextAutoNumber(*this, columns[i]);
-            autoNumber = std::get<std::int32_t>(row[i]);
+            if (isNull(*row[i])) converted[i] = nextAutoNumber(*this, columns[i]);
+            autoNumber = std::get<std::int32_t>(*row[i]);
         }
-        if (columns[i].type == ColumnType::boolean && isNull(row[i])) row[i] = false;
-        if (columns[i].required && isNull(row[i])) throwRequired(*this, columns[i]);
-        setField(*this, draft, i, row[i]);
+        if (columns[i].type == ColumnType::boolean && isNull(*row[i])) converted[i] = false;
+        if (columns[i].required && isNull(*row[i])) throwRequired(*this, columns[i]);
+        setField(*this, draft, i, *row[i]);
     }
     encodeDraft(*this, draft);
 
@@ -274,13 +362,14 @@ RowId Table::State::insert(std::span<const Assignment> values)
     std::vector<Value> keyed;
     for (const Index& index : definition.indexes) {
         keyed.clear();
-        for (const IndexColumn& each : index.columns) keyed.push_back(row[each.column]);
+        for (const IndexColumn& each : index.columns) keyed.push_back(keyPart(*row[each.column]));
         std::optional<Key> key = newKey(*this, index, keyed);
         checkRules(*this, index, keyed, key, RowId{});
         entries.push_back({&index, std::nullopt, std::move(key)});
     }
 
     Transaction change(pager);
+    giveBackEmptyPages();
     storeOutside(*this, draft);
     const PageNo page = pageWithRoom(*this, draft.bytes.size());
     const RowId id{page, appendRow(pager.write(page), draft.bytes, RowKind::ordinary)};
@@ -305,15 +394,16 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         const auto bytes = field(i, old);
         draft.fields.push_back(bytes ? std::optional<Bytes>(Bytes(bytes->begin(), bytes->end())) : std::nullopt);
     }
-    std::vector<std::optional<Value>> assigned(columns.size());
+    std::vector<Value> converted(columns.size());
+    std::vector<const Value*> assigned(columns.size());
     for (const Assignment& each : values) {
         assert(each.column < columns.size());
         const Column& column = columns[each.column];
-        Value value = convertValue(each.value, column, name);
+        const Value& value = inTypeOf(column, each.value, name, converted[each.column]);
         if (isNull(value) && (column.required || column.autoNumber)) throwRequired(*this, column);
         std::erase_if(draft.outside, [&](const Outside& waiting) { return waiting.column == each.column; });
         setField(*this, draft, each.column, value);
-        assigned[each.column] = std::move(value);
+        assigned[each.column] = &value;
     }
     encodeDraft(*this, draft);
 
@@ -322,12 +412,12 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
     std::vector<Value> after;
     for (const Index& index : definition.indexes) {
         const bool touched = std::any_of(index.columns.begin(), index.columns.end(),
-                                         [&](const IndexColumn& each) { return assigned[each.column].has_value(); });
+                                         [&](const IndexColumn& each) { return assigned[each.column] != nullptr; });
         if (!touched) continue;
         keyValues(index, old, before);
         after = before;
         for (std::size_t i = 0; i < after.size(); ++i) {
-            if (const auto& value = assigned[index.columns[i].column]) after[i] = *value;
+            if (const Value* const value = assigned[index.columns[i].column]) after[i] = keyPart(*value);
         }
         EntryChange change{&index, indexKey(index, columns, before, KeyUse::compare),
                            indexKey(index, columns, after, KeyUse::compare)};
@@ -341,7 +431,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
     changes.touched(id, pager.changeCount());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto reference = field(i, old);
-        if (assigned[i] && reference && isLongValue(columns[i].type)) freeLongValue(*this, i, *reference);
+        if (assigned[i] != nullptr && reference && isLongValue(columns[i].type)) freeLongValue(*this, i, *reference);
     }
     storeOutside(*this, draft);
     const RowId body = found->body;
@@ -361,7 +451,8 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
     applyEntries(*this, entries, id);
     countRows(*this, 0);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (columns[i].autoNumber && assigned[i]) raiseAutoNumber(*this, std::get<std::int32_t>(*assigned[i]));
+        if (columns[i].autoNumber && assigned[i] != nullptr)
+            raiseAutoNumber(*this, std::get<std::int32_t>(*assigned[i]));
     }
     change.commit();
 }
@@ -381,6 +472,7 @@ void Table::State::erase(RowId id)
     }
 
     Transaction change(pager);
+    giveBackEmptyPages();
     changes.touched(id, pager.changeCount());
     applyEntries(*this, entries, id);
     for (std::size_t i = 0; i < definition.columns.size(); ++i) {
@@ -398,13 +490,11 @@ void Table::State::eraseAll()
     checkWritable();
     Transaction change(pager);
     changes.everything(pager.changeCount());
-    for (const PageNo page : *dataPages()) {
-        const PageView view = pager.read(page);
-        if (!isRowPage(view, definition.page)) continue;
-        // Pages stay with the table and slot numbers are not used again: a row id that somebody still holds finds
-        // nothing, never another row.
+    const auto all = dataPages();
+    for (const PageNo page : *all) {
+        if (!isRowPage(pager.read(page), definition.page)) continue;
         killAllSlots(pager.write(page));
-        roomGained(*this, page);
+        rowsGone(*this, page);
     }
     for (const LongValueMaps& maps : definition.longValues) {
         eraseAllLongValues(pager, maps.owned, maps.freeSpace);
