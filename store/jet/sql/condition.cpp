@@ -401,6 +401,21 @@ std::optional<Condition::Period> Condition::requiredPeriod(std::size_t column) c
     return period;
 }
 
+std::optional<Condition::Span> Condition::requiredNumbers(std::size_t column) const
+{
+    std::optional<Span> span;
+    eachRequired([&](const Node& node) {
+        if (node.test != Test::number || node.column != column || node.comparison == Comparison::unequal) return;
+        if (!span) span.emplace();
+        const Comparison comparison = node.comparison;
+        if (comparison != Comparison::less && comparison != Comparison::lessOrEqual)
+            span->from = std::max(span->from, node.number);
+        if (comparison != Comparison::greater && comparison != Comparison::greaterOrEqual)
+            span->to = std::min(span->to, node.number);
+    });
+    return span;
+}
+
 const LikePattern* Condition::requiredPattern(std::size_t column) const
 {
     const LikePattern* pattern = nullptr;

@@ -43,6 +43,12 @@ public:
         std::int64_t to = std::numeric_limits<std::int64_t>::max();
     };
     std::optional<Period> requiredPeriod(std::size_t column) const;
+    /// The numbers between which a column of numbers must lie, both included.
+    struct Span {
+        double from = -std::numeric_limits<double>::infinity();
+        double to = std::numeric_limits<double>::infinity();
+    };
+    std::optional<Span> requiredNumbers(std::size_t column) const;
     /// The pattern that the column must match.
     const LikePattern* requiredPattern(std::size_t column) const;
     /// The condition is nothing but one such pattern.

@@ -1,5 +1,6 @@
 #include "store/jet/sql/row_source.h"
 
+#include "store/jet/sql/number_bounds.h"
 #include "store/jet/sql/table_memory.h"
 #include "store/jet/values/sort_key.h"
 
@@ -13,6 +14,17 @@ const Index* indexOn(const Table& table, std::size_t column)
 {
     for (const Index& index : table.indexes())
         if (index.columns.front().column == column && index.columns.front().ascending) return &index;
+    return nullptr;
+}
+
+/// The same for a column of numbers: whole ones have keys that are sure in either direction.
+const Index* indexOnNumber(const Table& table, std::size_t column)
+{
+    if (const Index* const ascending = indexOn(table, column)) return ascending;
+    const ColumnType type = table.columns()[column].type;
+    if (type != ColumnType::longInteger && type != ColumnType::integer && type != ColumnType::byte) return nullptr;
+    for (const Index& index : table.indexes())
+        if (index.columns.front().column == column) return &index;
     return nullptr;
 }
 
@@ -53,6 +65,19 @@ std::vector<RowId> rowsOfPeriod(const Table& table, const Index& index, const Co
     return table.range(index, value(bounds.low), value(bounds.high));
 }
 
+/// The rows whose number lies between the two, where an index tells and they are not many: visiting most of a table in
+/// the order of an index takes longer than reading it.
+std::optional<std::vector<RowId>> rowsOfNumbers(const Table& table, std::size_t column, Condition::Span span)
+{
+    const Index* const index = indexOnNumber(table, column);
+    const auto bounds = numberBounds(table.columns()[column].type, span);
+    if (index == nullptr || !bounds || (!bounds->low && !bounds->high)) return std::nullopt;
+    const std::size_t most = table.rowCount() / 8 + 64;
+    std::vector<RowId> rows = table.range(*index, bounds->low, bounds->high, most + 1);
+    if (rows.size() > most) return std::nullopt;
+    return rows;
+}
+
 /// The pages on which rows of the condition's period can stand; nothing when that may be all of them.
 PageList pagesOfPeriod(Table& table, const Condition& condition)
 {
@@ -82,6 +107,11 @@ std::optional<std::vector<RowId>> candidates(Table& table, const Condition& cond
             return table.range(*index, value, value);
         }
         if (memory.equal(column).knows(table, *text)) return memory.equal(column).rows(table, *text);
+    }
+    for (std::size_t column = 0; column < columns.size(); ++column) {
+        const auto span = condition.requiredNumbers(column);
+        if (!span) continue;
+        if (auto rows = rowsOfNumbers(table, column, *span)) return rows;
     }
     for (std::size_t column = 0; column < columns.size(); ++column) {
         const auto period = condition.requiredPeriod(column);
