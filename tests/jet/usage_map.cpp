@@ -260,6 +260,24 @@ TEST(UsageMap, widerSpreadTurnsAMapIntoAReference)
     ASSERT_FALSE(mapHas(*db.pager, freeMap, bitmaps[0]));
 }
 
+TEST(UsageMap, bitsLeftOverBehindTheEntriesOfAReferenceMapAreNoEntries)
+{
+    // A map that was inline and lengthened before it became a reference may keep bits where no file has pages.
+    Opened db;
+    const PageNo page = allocatePage(*db.pager);
+    initRowPage(db.pager->write(page), row_page_layout::mapOwner);
+    std::vector<std::uint8_t> row(at::entryAt(25), 0);
+    at::kind.put(row, at::referenceKind);
+    putU32(&row[at::entryAt(at::mostEntries)], maxPages);
+    putU32(&row[at::entryAt(24)], maxPages);
+    appendRow(db.pager->write(page), row, RowKind::ordinary);
+    const MapRef map{0, page};
+    ASSERT_EQ(mapPages(*db.pager, map), std::vector<PageNo>());
+    ASSERT_FALSE(mapLeadsPastTheEnd(*db.pager, map));
+    mapSet(*db.pager, map, page);
+    ASSERT_EQ(mapPages(*db.pager, map), std::vector<PageNo>{page});
+}
+
 TEST(UsageMap, clearingNeverShrinksAMap)
 {
     Opened db;

@@ -36,9 +36,12 @@ constexpr std::size_t entryAt(std::size_t k) { return entries + entryBytes * k; 
 inline constexpr std::size_t pageBits = page_layout::head;
 inline constexpr PageCount pagesPerBitmap = (pageSize - pageBits) * 8;
 static_assert(pagesPerBitmap == 32736);
+/// Entries that a file of any length needs; what a longer row holds behind them is left over from when it was inline.
+inline constexpr std::size_t mostEntries = (maxPages + pagesPerBitmap - 1) / pagesPerBitmap;
 
 /// A new map: 512 pages, or a list of 17 pages of bits. 57 of them go on a page.
 inline constexpr std::size_t newRow = 69;
+static_assert(entryAt(mostEntries) == newRow);
 inline constexpr std::size_t newRowsPerPage = 57;
 inline constexpr std::size_t growthStep = 4; ///< bytes that the format's own programs lengthen an inline map by
 

@@ -60,7 +60,7 @@ struct Row {
     std::span<const std::uint8_t> bitmap() const { return bytes.subspan(at::inlineBits); }
     PageCount capacity() const { return static_cast<PageCount>(bitmap().size() * 8); }
     bool covers(PageNo page) const { return page >= start() && page - start() < capacity(); }
-    std::size_t entries() const { return (bytes.size() - at::entries) / at::entryBytes; }
+    std::size_t entries() const { return std::min((bytes.size() - at::entries) / at::entryBytes, at::mostEntries); }
     PageNo entry(std::size_t k) const { return PageNo(getU32(&bytes[at::entryAt(k)])); }
 };
 
