@@ -47,6 +47,7 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& fro
         keepsItsNote(u" basıldı ve kaydedildi, tartım defterine yazılamadı"_s);
     else
         passOver([&] { at_.notes.strike(); });
+    if (outcome.notice.isEmpty()) outcome.notice = at_.weights.takeNotice();
     if (outcome.stored && at_.backups) at_.backups->pressingStored(at_.journal.database(), at_.now());
     return outcome;
 }
@@ -128,8 +129,10 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Pro
     note.moment = std::get<store::DateDays>(store::FieldValue::date(at_.now()).raw()).days;
     note.sameBefore = store::pressingsAt(at_.journal.database(), pressing.customer, note.moment);
     note.from = from;
-    note.bookPlace = at_.weights.place(note.moment);
-    if (at_.weights.isEmpty()) note.before = store::pressingCount(at_.journal.database());
+    const weights::NextLine line = at_.weights.place(note.moment);
+    note.bookPlace = line.place.offset;
+    note.bookSeal = line.place.seal;
+    if (line.head.number == 0) note.before = store::allPressings(at_.journal.database()).size();
     return note;
 }
 
@@ -186,7 +189,7 @@ QString SlipRoad::beforeDeletion(const std::optional<QString>& customer)
 {
     QString notice;
     passOver([&] { notice = recover(); });
-    at_.weights.announceDeletion(customer);
+    at_.weights.announceDeletion(customer, [&] { return store::allPressings(at_.journal.database()); });
     return notice;
 }
 

@@ -5,7 +5,7 @@
 #include "base/pass_over.h"
 #include "files/error.h"
 #include "store/field_value.h"
-#include "weights/verification.h"
+#include "weights/book_history.h"
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +34,12 @@ double numberOf(const QString& display, const base::Regional& regional)
 
 double daysOf(const QDateTime& moment) { return std::get<store::DateDays>(store::FieldValue::date(moment).raw()).days; }
 
+/// Bytes as a text of one line, whatever they are.
+QString readable(const std::string& bytes)
+{
+    return QString::fromLatin1(QByteArray::fromStdString(bytes).toPercentEncoding(" {}\":,;()+"));
+}
+
 weights::Pressing factOf(const store::SlipNote& slip, const base::Regional& regional)
 {
     const mill::Pressing& shown = slip.pressing;
@@ -60,36 +66,68 @@ WeightRecord::WeightRecord(weights::WeightBook& book, Log log, std::function<QDa
 {
 }
 
-bool WeightRecord::isEmpty()
-{
-    return onDisk([&] { return book_.head().number == 0; });
-}
-
-std::uint64_t WeightRecord::place(double moment)
+weights::NextLine WeightRecord::place(double moment)
 {
     tellEndOfTheDay();
     return onDisk([&] {
-        std::string cutOff;
-        const std::uint64_t place = book_.place(moment, cutOff);
-        if (!cutOff.empty())
-            log_.write(u"tartım defterinin yarım kalmış son satırı çıkarıldı: "_s + QString::fromUtf8(cutOff));
-        return place;
+        weights::NextLine next = book_.place(moment);
+        compareWithWhatWasSeen(next.head);
+        if (!next.cutOff.empty())
+            log_.write(u"tartım defterinin yarım kalmış son satırı çıkarıldı: "_s + readable(next.cutOff));
+        return next;
     });
 }
 
 void WeightRecord::write(const store::SlipNote& slip, const base::Regional& regional)
 {
-    onDisk([&] { book_.write(factOf(slip, regional), slip.bookPlace); });
+    const weights::WrittenLine written = onDisk([&] {
+        return writeLine(factOf(slip, regional), {slip.bookPlace, slip.bookSeal});
+    });
+    const std::uint64_t number = written.head.number;
+    if (number == 1 || number % weights::linesToALoggedHead == 0)
+        passOver([&] {
+            // The first is what a book taken away altogether is found by.
+            onDisk([&] {
+                tell(written.head, number == 1 ? weights::Keeping::synced : weights::Keeping::untilThePowerGoes);
+            });
+        });
 }
 
-void WeightRecord::announceDeletion(const std::optional<QString>& customer)
+weights::WrittenLine WeightRecord::writeLine(const weights::Fact& fact, const weights::Place& place)
 {
-    if (isEmpty()) return;
-    weights::Deletion deletion;
-    deletion.moment = daysOf(now_());
-    if (customer) deletion.customer = customer->toStdString();
-    const std::uint64_t at = place(deletion.moment);
-    onDisk([&] { book_.write(deletion, at); });
+    weights::WrittenLine written = book_.write(fact, place);
+    if (written.isAnotherBook) another(known_.value_or(weights::Head{0, place.seal, 0}));
+    if (!written.replaced.empty())
+        log_.write(u"tartım defterinin sonunda satır olmayan bir şey vardı, çıkarıldı: "_s +
+                   readable(written.replaced));
+    known_ = written.head;
+    return written;
+}
+
+void WeightRecord::announceDeletion(const std::optional<QString>& customer,
+                                    const std::function<std::vector<store::PressingKey>()>& journal)
+{
+    onDisk([&] {
+        if (book_.head().number == 0) return;
+        weights::Deletion deletion;
+        deletion.moment = daysOf(now_());
+        if (customer) deletion.customer = customer->toStdString();
+        std::vector<weights::JournalKey> left;
+        for (const store::PressingKey& each : journal())
+            if (weights::concerns(deletion, each.customer.toStdString()))
+                ++deletion.pressings;
+            else
+                left.push_back(weights::keyOf(each.moment, each.customer.toStdString()));
+        const weights::NextLine next = place(deletion.moment);
+        deletion.before = weights::olderThanTheBook(weights::allLines(book_.disk(), book_.folder()), left);
+        tell(writeLine(deletion, next.place).head, weights::Keeping::synced);
+    });
+}
+
+void WeightRecord::tell(const weights::Head& head, weights::Keeping keeping)
+{
+    weights::tellLog(book_.disk(), book_.folder(), daysOf(now_()), weights::logLine(head.number, head.seal), keeping);
+    toldOf_ = head.seal;
 }
 
 void WeightRecord::tellEndOfTheDay()
@@ -105,11 +143,33 @@ void WeightRecord::tellEnd()
     passOver([&] {
         onDisk([&] {
             const weights::Head head = book_.head();
+            compareWithWhatWasSeen(head);
             if (head.number == 0 || head.seal == toldOf_) return;
-            toldOf_ = head.seal;
-            log_.write(QString::fromStdString(weights::logLine(head.number, head.seal)));
+            tell(head, weights::Keeping::untilThePowerGoes);
         });
     });
+}
+
+void WeightRecord::compareWithWhatWasSeen(const weights::Head& now)
+{
+    weights::Head seen;
+    if (known_) {
+        seen = *known_;
+    } else {
+        const auto logged = weights::loggedHeads(book_.disk(), weights::logIn(book_.folder()));
+        if (!logged.empty()) seen = {logged.back().number, logged.back().seal, 0};
+    }
+    // A line behind it may be a restored copy's.
+    if (seen.number > 0 && seen.seal != now.seal && !book_.holds(seen.seal)) another(seen);
+    known_ = now;
+}
+
+void WeightRecord::another(const weights::Head& seen)
+{
+    notice_ = u"Tartım defteri programın bıraktığı gibi değil; presva-mdb weights --verify denetler"_s;
+    log_.write(u"tartım defteri programın bıraktığı gibi değil"_s);
+    // So that a verification knows the line too, which the log may not have seen yet.
+    if (seen.number > 0) passOver([&] { onDisk([&] { tell(seen, weights::Keeping::untilThePowerGoes); }); });
 }
 
 } // namespace counter

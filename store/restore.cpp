@@ -200,7 +200,8 @@ std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path
 }
 
 Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
-                     const CopyTime& now)
+                     const CopyTime& now,
+                     const std::function<void(const Path& next, const std::string& copy)>& announce)
 {
     const Path from = copyOf(disk, directory, copy);
     Restored result;
@@ -219,6 +220,7 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
         result.aside = freeName(disk, database, now);
         setAside(disk, database, result.aside);
     }
+    if (announce) announce(part.path(), from.filename().string());
     part.publish();
     // A journal that still stands here belonged to the old file, and is kept beside that.
     const Path journal = withSuffix(database, "-journal");

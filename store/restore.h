@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,9 +38,12 @@ struct Restored {
 /// At every moment the database is the old one or the new one, each whole; only where the old file cannot be read any
 /// more is it moved aside first. The copy itself stays. What was there is kept under a name of its own with `now` in
 /// it; a journal that a crash left beside it is applied first, or goes with it where that is not possible.
+/// `announce` gets the file that is about to become the database, checked and complete, while nobody else can open the
+/// old one; what it throws leaves the old one in its place.
 /// Throws notFound (no such copy), inUse (the program is running), damaged (the copy is not sound), noPermission, disk:
-/// then nothing was changed.
+/// then the database was not changed.
 Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
-                     const CopyTime& now);
+                     const CopyTime& now,
+                     const std::function<void(const std::filesystem::path& next, const std::string& copy)>& announce = {});
 
 } // namespace store

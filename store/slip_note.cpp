@@ -11,9 +11,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cmath>
-#include <string>
 #include <utility>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -54,6 +52,7 @@ QByteArray textOf(const SlipNote& note)
         {"olivesFrom", fieldsOf(note.from.olives)},
         {"oilFrom", fieldsOf(note.from.oil)},
         {"bookPlace", static_cast<qint64>(note.bookPlace)},
+        {"bookSeal", QString::fromStdString(note.bookSeal)},
     };
     for (const auto& [name, field] : pressingFields) fields[name] = note.pressing.*field;
     if (note.before) fields["before"] = static_cast<qint64>(*note.before);
@@ -128,6 +127,7 @@ std::optional<SlipNote> SlipNotes::open() const
         note.from = {fields["station"].toInt(1), weighingOf(fields["olivesFrom"].toObject()),
                      weighingOf(fields["oilFrom"].toObject())};
         note.bookPlace = static_cast<std::uint64_t>(fields["bookPlace"].toInteger());
+        note.bookSeal = fields["bookSeal"].toString().toStdString();
         if (fields.contains("before")) note.before = static_cast<std::uint64_t>(fields["before"].toInteger());
         return note;
     });
@@ -173,13 +173,18 @@ int pressingsAt(Engine& engine, const QString& customer, double moment)
     return count;
 }
 
-std::uint64_t pressingCount(Engine& engine)
+std::vector<PressingKey> allPressings(Engine& engine)
 {
     const Listing journal = engine.open(mill::journalTable);
-    std::uint64_t count = 0;
-    for (const RowKey row : journal.rows)
-        if (engine.field(journal, row, mill::Hareket::CariHar).text() != mill::totalsName) ++count;
-    return count;
+    std::vector<PressingKey> found;
+    for (const RowKey row : journal.rows) {
+        QString customer = engine.field(journal, row, mill::Hareket::CariHar).text();
+        if (customer == mill::totalsName) continue;
+        const FieldValue date = engine.field(journal, row, mill::Hareket::Tarih);
+        const auto* days = std::get_if<DateDays>(&date.raw());
+        found.push_back({days ? days->days : 0, std::move(customer)});
+    }
+    return found;
 }
 
 } // namespace store

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace files {
 class Disk;
@@ -25,6 +27,7 @@ struct SlipNote {
     std::uint64_t bookPlace = 0; ///< where its line in the book of weights will begin
     /// Pressings in the journal when the book of weights begins with this one.
     std::optional<std::uint64_t> before = {};
+    std::string bookSeal = {}; ///< seal of the line behind which its line will stand; empty: not known
 
     bool operator==(const SlipNote&) const = default;
 };
@@ -55,7 +58,13 @@ private:
 
 /// Pressings of that customer at that moment.
 int pressingsAt(Engine& engine, const QString& customer, double moment);
+
+/// A pressing of the journal, as far as one is told from the other.
+struct PressingKey {
+    double moment = 0; ///< days since 1899-12-30
+    QString customer;
+};
 /// All pressings of the journal, without the sums of a report.
-std::uint64_t pressingCount(Engine& engine);
+std::vector<PressingKey> allPressings(Engine& engine);
 
 } // namespace store

@@ -129,6 +129,7 @@ int exportTable(files::Disk& disk, Arguments arguments)
     const std::vector<jet::Column>& columns = table.columns();
     Output out(standardOutput);
     std::vector<std::u16string> names;
+    names.reserve(columns.size());
     for (const jet::Column& column : columns) names.push_back(column.name);
     putHeader(out, names);
 
@@ -336,13 +337,14 @@ constexpr Command commands[] = {
      "KLASÖR programın klasörüdür (Yag.mdb'nin durduğu yer); yedekler içindeki Yedek klasöründedir.\n"
      "KOPYA bir yedeğin adı ya da tarihidir: 2025-11-20 gibi. Yedek denetlenmeden hiçbir şeyin yerine geçmez;\n"
      "duran Yag.mdb silinmez, Yag-onceki-TARİH.mdb adıyla saklanır. Program kapalı olmalıdır.\n", 1, 2, restore},
-    {"weights", "KLASÖR [--day GÜN] [--customer AD] [--verify]", "tartım defterini listeler ya da denetler",
+    {"weights", "KLASÖR [--day GÜN] [--customer AD] [--verify [--log KOPYA]]", "tartım defterini listeler ya da denetler",
      "KLASÖR programın klasörüdür; tartım defteri içindeki Tartim.jsonl ve eski mevsimlerin dosyalarıdır.\n"
      "Her sıkımın satırı zeytini ve yağı, teraziden mi (terazinin gönderdiği baytlarla) elle mi geldiğini söyler.\n"
      "--day 2025-11-20 yalnızca o günü, --customer adı böyle başlayanları listeler.\n"
      "--verify ilk değiştirilmiş, silinmiş, ikinci kez yazılmış ya da araya sokulmuş satırı ve defterde satırıyla\n"
-     "uyuşmayan her sıkımı yazar; yalnızca hepsi uyuyorsa 0 ile biter. presva.log'daki gün sonlarıyla da\n"
-     "karşılaştırır; o dosyanın bir kopyasını başka yerde saklayın.\n", 1, 6, weights},
+     "uyuşmayan her sıkımı yazar; yalnızca hepsi uyuyorsa 0 ile biter. presva.log'un gördüğü özetlerle de\n"
+     "karşılaştırır: klasördeki her şeyi birlikte baştan yazan birini ancak o dosyanın başka yerde saklanan\n"
+     "bir kopyası gösterir, --log ile verilir.\n", 1, 8, weights},
     {"drop-index", "DOSYA TABLO DİZİN", "bir tablonun bir dizinini kaldırır", "", 3, 3, dropIndex},
 };
 // clang-format on

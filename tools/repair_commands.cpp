@@ -7,6 +7,7 @@
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
 #include "store/restore.h"
+#include "tools/weight_commands.h"
 
 #include <algorithm>
 #include <chrono>
@@ -185,7 +186,12 @@ int compactFile(files::Disk& disk, Arguments arguments)
 int restore(files::Disk& disk, Arguments arguments)
 {
     if (arguments.size() == 1) return list(disk, arguments[0]);
-    const store::Restored done = store::restoreCopy(disk, pathOf(arguments[0]), arguments[1], calendarTime(now()));
+    const jet::DateTime moment = now();
+    std::uint64_t line = 0;
+    const store::Restored done = store::restoreCopy(
+        disk, pathOf(arguments[0]), arguments[1], calendarTime(moment), [&](const auto& next, const std::string& copy) {
+            line = announceRestore(disk, pathOf(arguments[0]), next, moment.days, copy);
+        });
     const auto utf8 = [](const std::filesystem::path& path) {
         const std::u8string text = path.u8string();
         return std::string(text.begin(), text.end());
@@ -193,6 +199,7 @@ int restore(files::Disk& disk, Arguments arguments)
     Output out(standardOutput);
     say(out, "Geri yüklendi: " + arguments[1] + " -> " + utf8(done.database));
     if (!done.aside.empty()) say(out, "Önceki dosya saklandı: " + utf8(done.aside));
+    if (line > 0) say(out, "Tartım defterine yazıldı: " + std::to_string(line) + ". satır.");
     if (done.slipOpen)
         say(out, "Yarım kalmış bir fişin notu duruyor; program açılınca yazıcıya sorup kaydını bu dosyaya yapacak.");
     out.flush();

@@ -1,6 +1,7 @@
 #include "tools/weight_commands.h"
 
 #include "files/error.h"
+#include "files/quoted_path.h"
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/sort_key.h"
@@ -16,13 +17,14 @@
 namespace tools {
 namespace {
 
-using ::weights::Deletion, ::weights::Line, ::weights::Pressing, ::weights::PlacedLine;
+using ::weights::Deletion, ::weights::Line, ::weights::Pressing, ::weights::PlacedLine, ::weights::Restore;
 
 struct Wanted {
     std::filesystem::path folder;
     std::optional<std::string> day;         ///< 2025-11-20
     std::optional<std::u16string> customer; ///< folded; the beginning of a name
     bool verify = false;
+    std::optional<std::filesystem::path> log; ///< a copy of presva.log that was kept elsewhere
 };
 
 bool isDay(const std::string& text)
@@ -48,6 +50,8 @@ Wanted read(Arguments arguments)
             wanted.day = valueOf(i);
         else if (arguments[i] == "--customer")
             wanted.customer = jet::foldTurkish(jet::fromUtf8(valueOf(i)));
+        else if (arguments[i] == "--log")
+            wanted.log = pathOf(valueOf(i));
         else if (!folder)
             folder = arguments[i];
         else
@@ -57,6 +61,7 @@ Wanted read(Arguments arguments)
     if (wanted.day && !isDay(*wanted.day)) misused("--day 2025-11-20 gibi bir gün olmalı.");
     if (wanted.verify && (wanted.day || wanted.customer))
         misused("--verify bütün defteri denetler; --day ve --customer ile birlikte verilmez.");
+    if (wanted.log && !wanted.verify) misused("--log, --verify ile birlikte verilir.");
     wanted.folder = pathOf(*folder);
     return wanted;
 }
@@ -65,16 +70,13 @@ bool isWanted(const Line& line, const Wanted& wanted)
 {
     if (wanted.day && !::weights::isoMoment(::weights::momentOf(line.fact)).starts_with(*wanted.day)) return false;
     if (!wanted.customer) return true;
+    // What takes everybody's pressings away concerns this customer, too.
     const auto* pressing = std::get_if<Pressing>(&line.fact);
-    const std::string name = pressing ? pressing->customer : std::get<Deletion>(line.fact).customer.value_or("");
-    return jet::foldTurkish(jet::fromUtf8(name)).starts_with(*wanted.customer);
-}
-
-/// "20.11.2025 14:05:00".
-std::string shown(double moment)
-{
-    const std::string iso = ::weights::isoMoment(moment);
-    return iso.substr(8, 2) + "." + iso.substr(5, 2) + "." + iso.substr(0, 4) + " " + iso.substr(11);
+    const auto* deletion = std::get_if<Deletion>(&line.fact);
+    const std::optional<std::string> name = pressing   ? std::optional(pressing->customer)
+                                            : deletion ? deletion->customer
+                                                       : std::nullopt;
+    return !name || jet::foldTurkish(jet::fromUtf8(*name)).starts_with(*wanted.customer);
 }
 
 /// With the decimal comma.
@@ -113,7 +115,7 @@ std::string origin(const mill::Weighing& from)
     case mill::WeightSource::computed:
         return "hesap";
     case mill::WeightSource::scale:
-        return "terazi " + shown(from.moment).substr(11) + " \"" + visible(from.bytes) + "\"";
+        return "terazi " + ::weights::shownMoment(from.moment).substr(11) + " \"" + visible(from.bytes) + "\"";
     }
     return {};
 }
@@ -128,8 +130,11 @@ std::string described(const Pressing& pressing)
 
 std::string described(const Deletion& deletion)
 {
-    return deletion.customer ? "silme: " + *deletion.customer + ", bütün sıkımları" : "silme: bütün sıkımlar";
+    return "silme: " + deletion.customer.value_or("bütün cariler") + ", " + std::to_string(deletion.pressings) +
+           " sıkım";
 }
+
+std::string described(const Restore& restore) { return "yedekten dönüş: " + restore.copy; }
 
 int list(const std::vector<PlacedLine>& lines, const Wanted& wanted)
 {
@@ -142,45 +147,49 @@ int list(const std::vector<PlacedLine>& lines, const Wanted& wanted)
         if (!isWanted(*each.line, wanted)) continue;
         std::array<char, 24> number{};
         std::snprintf(number.data(), number.size(), "%6llu  ", static_cast<unsigned long long>(each.line->number));
-        say(out, number.data() + shown(::weights::momentOf(each.line->fact)) + "  " +
+        say(out, number.data() + ::weights::shownMoment(::weights::momentOf(each.line->fact)) + "  " +
                      std::visit([](const auto& fact) { return described(fact); }, each.line->fact));
     }
     out.flush();
     return 0;
 }
 
-std::string textOf(files::Disk& disk, const std::filesystem::path& path)
+/// The lines, and what they are compared with, as they stood together: the program may be writing meanwhile.
+int verify(files::Disk& disk, const Wanted& wanted)
 {
-    if (!disk.exists(path)) return {};
-    const auto file = disk.open(path, files::Disk::Access::readOnly);
-    std::string text(static_cast<std::size_t>(file->size()), '\0');
-    text.resize(file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()}));
-    return text;
-}
-
-int verify(files::Disk& disk, const std::vector<PlacedLine>& lines, const Wanted& wanted)
-{
-    const auto heads = ::weights::loggedHeads(textOf(disk, wanted.folder / "presva.log"));
-    const auto database = jet::Database::open(disk, wanted.folder / "Yag.mdb", jet::Pager::Mode::readOnly);
-    std::vector<std::string> faults;
-    if (const auto fault = firstFault(lines)) faults.push_back(sentence(*fault));
-    if (const auto fault = firstFault(lines, heads)) faults.push_back(sentence(*fault));
-    const auto differing = differences(lines, database->table(u"Hareket"));
-    faults.insert(faults.end(), differing.begin(), differing.end());
+    constexpr int attempts = 10;
+    std::vector<PlacedLine> lines = ::weights::allLines(disk, wanted.folder);
+    std::vector<::weights::LoggedHead> heads, kept;
+    if (wanted.log) {
+        kept = ::weights::loggedHeads(disk, *wanted.log);
+        if (kept.empty())
+            throw files::Error(files::Fault::notFound,
+                               files::quotedPath(*wanted.log) + " yok ya da defterin sonunu hiç görmemiş bir günlük.");
+    }
+    ::weights::Findings found;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        heads = ::weights::loggedHeads(disk, ::weights::logIn(wanted.folder));
+        if (wanted.log) heads.insert(heads.begin(), kept.begin(), kept.end());
+        const auto database = jet::Database::open(disk, wanted.folder / "Yag.mdb", jet::Pager::Mode::readOnly);
+        found = ::weights::verify(lines, heads, database->table(u"Hareket"));
+        std::vector<PlacedLine> after = ::weights::allLines(disk, wanted.folder);
+        const bool same = after.size() == lines.size();
+        lines = std::move(after);
+        if (same) break;
+    }
 
     Output out(standardOutput);
-    for (const std::string& each : faults) say(out, each);
+    for (const std::string& each : found.faults) say(out, each);
+    for (const std::string& each : found.remarks) say(out, "Bilgi: " + each);
     if (disk.exists(wanted.folder / "Yag.mdb-slip"))
-        say(out, "Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.");
-    if (heads.empty() && !lines.empty())
-        say(out, "presva.log defterin sonunu hiç görmemiş: baştan yazılmış bir defter anlaşılamaz.");
+        say(out, "Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.");
     const std::string counted =
-        std::to_string(lines.size()) + " satır, presva.log'da " + std::to_string(heads.size()) + " gün sonu";
-    say(out, faults.empty()
+        std::to_string(lines.size()) + " satır, presva.log'da " + std::to_string(heads.size()) + " özet";
+    say(out, found.faults.empty()
                  ? "Tartım defteri sağlam: " + counted + "."
-                 : "Tartım defteri sağlam değil: " + counted + ", " + std::to_string(faults.size()) + " bulgu.");
+                 : "Tartım defteri sağlam değil: " + counted + ", " + std::to_string(found.faults.size()) + " bulgu.");
     out.flush();
-    return faults.empty() ? 0 : 1;
+    return found.faults.empty() ? 0 : 1;
 }
 
 } // namespace
@@ -188,8 +197,28 @@ int verify(files::Disk& disk, const std::vector<PlacedLine>& lines, const Wanted
 int weights(files::Disk& disk, Arguments arguments)
 {
     const Wanted wanted = read(arguments);
-    const std::vector<PlacedLine> lines = ::weights::allLines(disk, wanted.folder);
-    return wanted.verify ? verify(disk, lines, wanted) : list(lines, wanted);
+    // A mistyped folder has neither, and would look like a mill that has not pressed yet.
+    if (!disk.exists(wanted.folder / "Yag.mdb") && ::weights::bookFiles(disk, wanted.folder).empty())
+        throw files::Error(files::Fault::notFound, files::quotedPath(wanted.folder) +
+                                                       " klasöründe ne Yag.mdb ne Tartim.jsonl var; programın veri "
+                                                       "klasörünü verin.");
+    return wanted.verify ? verify(disk, wanted) : list(::weights::allLines(disk, wanted.folder), wanted);
+}
+
+std::uint64_t announceRestore(files::Disk& disk, const std::filesystem::path& folder, const std::filesystem::path& next,
+                              double moment, const std::string& copy)
+{
+    ::weights::WeightBook book(disk, folder);
+    const ::weights::NextLine place = book.place(moment);
+    if (!place.cutOff.empty())
+        tellLog(disk, folder, moment, "tartım defterinin yarım kalmış son satırı çıkarıldı: " + visible(place.cutOff),
+                ::weights::Keeping::untilThePowerGoes);
+    const auto database = jet::Database::open(disk, next, jet::Pager::Mode::readOnly);
+    const auto fact = restoreOf(::weights::allLines(disk, folder), database->table(u"Hareket"), moment, copy);
+    if (!fact) return 0;
+    const ::weights::Head head = book.write(*fact, place.place).head;
+    tellLog(disk, folder, moment, ::weights::logLine(head.number, head.seal), ::weights::Keeping::synced);
+    return head.number;
 }
 
 } // namespace tools

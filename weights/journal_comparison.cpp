@@ -1,5 +1,7 @@
+#include "weights/book_history.h"
 #include "weights/verification.h"
 
+#include "files/quoted_path.h"
 #include "mill/names.h"
 #include "store/jet/table/table.h"
 #include "store/jet/values/calendar.h"
@@ -25,13 +27,6 @@ Figures figuresOf(const Pressing& pressing)
     return {pressing.olives, pressing.oil, pressing.percentage, pressing.entitlement, pressing.fee};
 }
 
-/// Who pressed and when. Two pressings may share it.
-struct Key {
-    std::int64_t milliseconds = 0;
-    std::u16string customer;
-    auto operator<=>(const Key&) const = default;
-};
-
 struct Row {
     double moment = 0;
     Figures figures;
@@ -55,26 +50,45 @@ std::string shown(std::optional<double> number)
     return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), *number).ptr};
 }
 
+/// Whether it is a pressing, and not the sums of a report.
+bool isPressing(const jet::RowView& row, std::string& customer)
+{
+    std::u16string text;
+    row.text(Hareket::CariHar, text);
+    if (text == mill::reserved::totals) return false;
+    customer = jet::toUtf8(text);
+    return true;
+}
+
+std::vector<JournalKey> keysOf(const jet::Table& journal)
+{
+    std::vector<JournalKey> keys;
+    std::string customer;
+    journal.forEachRow([&](jet::RowId, const jet::RowView& row) {
+        if (isPressing(row, customer)) keys.push_back(keyOf(row.number(Hareket::Tarih).value_or(0), customer));
+        return true;
+    });
+    return keys;
+}
+
+/// "5. satır", to which an ending may be added.
+std::string nthLine(const Line& line) { return std::to_string(line.number) + ". satır"; }
+
 /// The journal beside the book.
 class Comparison {
 public:
-    Comparison(const std::vector<PlacedLine>& lines, const jet::Table& journal) : journal_(journal)
+    Comparison(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal)
+        : history_(lines), entries_(history_.entries()), isThere_(entries_.size()), journal_(journal)
     {
-        std::set<std::string_view> texts; // a doubled line is one pressing
-        for (const PlacedLine& each : lines) {
-            if (!each.line || !texts.insert(each.text).second) continue;
-            if (const auto* deletion = std::get_if<Deletion>(&each.line->fact)) {
-                deletions_.push_back({each.line->number, *deletion});
-                continue;
+        for (std::size_t i = 0; i < entries_.size(); ++i)
+            if (const Pressing* pressing = pressingOf(entries_[i])) {
+                if (!first_) first_ = pressing;
+                lines_.emplace(keyOf(pressing->moment, pressing->customer), i);
             }
-            const auto& pressing = std::get<Pressing>(each.line->fact);
-            if (!first_) first_ = &pressing;
-            lines_.emplace(keyOf(pressing.moment, jet::fromUtf8(pressing.customer)), &*each.line);
-        }
+        for (const LoggedHead& head : heads) seen_.insert(head.seal);
+        std::string customer;
         journal.forEachRow([&](jet::RowId, const jet::RowView& row) {
-            std::u16string customer;
-            row.text(Hareket::CariHar, customer);
-            if (customer == mill::reserved::totals) return true;
+            if (!isPressing(row, customer)) return true;
             Row found{row.number(Hareket::Tarih).value_or(0), {}};
             for (std::size_t i = 0; i < figureFields.size(); ++i) found.figures[i] = row.number(figureFields[i]);
             rows_.emplace(keyOf(found.moment, customer), found);
@@ -82,26 +96,43 @@ public:
         });
     }
 
-    std::vector<std::string> run()
+    Findings run()
     {
-        if (!first_) return {};
-        std::set<Key> keys;
+        if (!first_) {
+            withoutABook();
+            return std::move(found_);
+        }
+        std::set<JournalKey> keys;
         for (const auto& each : lines_) keys.insert(each.first);
         for (const auto& each : rows_) keys.insert(each.first);
-        for (const Key& key : keys) compare(key);
+        for (const JournalKey& key : keys) compare(key);
+        for (std::size_t i = 0; i < entries_.size(); ++i)
+            if (pressingOf(entries_[i]) && !isThere_[i]) tellMissing(i);
+        for (const auto& [at, lost] : history_.lostBefore())
+            fault(nthLine(*entries_[at].line) + ": bu silmeden önce " + std::to_string(lost) +
+                  " sıkım defterden programsız çıkarılmıştı.");
         compareWhatWasThereBefore();
-        return std::move(sentences_);
+        tellWhatTookRows();
+        tellClocks();
+        return std::move(found_);
     }
 
 private:
-    static Key keyOf(double moment, const std::u16string& customer)
-    {
-        return {jet::milliseconds(jet::DateTime{moment}), customer};
-    }
+    void fault(std::string sentence) { found_.faults.push_back(std::move(sentence)); }
+    void remark(std::string sentence) { found_.remarks.push_back(std::move(sentence)); }
 
-    static std::string nameOf(const Key& key, double moment)
+    static std::string nameOf(const JournalKey& key, double moment) { return shownMoment(moment) + " " + key.customer; }
+
+    void withoutABook()
     {
-        return isoMoment(moment) + " " + jet::toUtf8(key.customer);
+        const double since = jet::dateTime(bookSince[0], bookSince[1], bookSince[2])->days;
+        const auto count = std::ranges::count_if(rows_, [&](const auto& row) { return row.second.moment >= since; });
+        if (count > 0)
+            fault("Tartım defterinde satır yok, defterde " + shownMoment(since).substr(0, 10) + " gününden beri " +
+                  std::to_string(count) + " sıkım var: " + files::quotedPath(currentName) +
+                  " silinmiş ya da boşaltılmış.");
+        else if (!rows_.empty())
+            remark("Defterdeki " + std::to_string(rows_.size()) + " sıkım tartım defterinden eski.");
     }
 
     /// The first field that differs.
@@ -116,73 +147,170 @@ private:
         return std::nullopt;
     }
 
-    void compare(const Key& key)
+    void compare(const JournalKey& key)
     {
-        std::vector<const Line*> lines;
+        std::vector<std::size_t> lines;
         std::vector<Row> rows;
         for (auto [at, end] = lines_.equal_range(key); at != end; ++at) lines.push_back(at->second);
         for (auto [at, end] = rows_.equal_range(key); at != end; ++at) rows.push_back(at->second);
         // Those that agree belong together; of the others the first with the first.
-        std::erase_if(lines, [&](const Line* line) {
+        std::erase_if(lines, [&](std::size_t line) {
             const auto same = std::ranges::find_if(
-                rows, [&](const Row& row) { return !difference(std::get<Pressing>(line->fact), row); });
+                rows, [&](const Row& row) { return !difference(*pressingOf(entries_[line]), row); });
             if (same == rows.end()) return false;
             rows.erase(same);
+            isThere_[line] = true;
             return true;
         });
-        std::size_t both = std::min(lines.size(), rows.size());
-        for (std::size_t i = 0; i < both; ++i) tellDifference(key, *lines[i], rows[i]);
-        for (std::size_t i = both; i < lines.size(); ++i)
-            if (!deletedBehind(*lines[i]))
-                sentences_.push_back(nameOf(key, momentOf(lines[i]->fact)) + ": " + std::to_string(lines[i]->number) +
-                                     ". satırı var, sıkımı defterde yok; programla silinmedi.");
+        const std::size_t both = std::min(lines.size(), rows.size());
+        for (std::size_t i = 0; i < both; ++i) {
+            isThere_[lines[i]] = true;
+            tellDifference(key, *entries_[lines[i]].line, rows[i]);
+        }
         for (std::size_t i = both; i < rows.size(); ++i) {
-            if (key.milliseconds < jet::milliseconds(jet::DateTime{first_->moment}))
-                ++before_;
+            if (rows[i].moment < first_->moment)
+                older_.push_back(key.customer);
             else
-                sentences_.push_back(nameOf(key, rows[i].moment) + ": defterde var, tartım satırı yok.");
+                fault(nameOf(key, rows[i].moment) + ": defterde var, tartım satırı yok.");
         }
     }
 
-    void tellDifference(const Key& key, const Line& line, const Row& row)
+    void tellDifference(const JournalKey& key, const Line& line, const Row& row)
     {
-        const std::size_t field = *difference(std::get<Pressing>(line.fact), row);
-        sentences_.push_back(nameOf(key, row.moment) + ": " + std::to_string(line.number) + ". satırıyla uyuşmuyor; " +
-                             jet::toUtf8(journal_.columns()[figureFields[field]].name) + " defterde " +
-                             shown(row.figures[field]) + ", satırda " +
-                             shown(figuresOf(std::get<Pressing>(line.fact))[field]) + ".");
+        const auto& pressing = std::get<Pressing>(line.fact);
+        const std::size_t field = *difference(pressing, row);
+        fault(nameOf(key, row.moment) + ": " + nthLine(line) + "ıyla uyuşmuyor; " +
+              jet::toUtf8(journal_.columns()[figureFields[field]].name) + " defterde " + shown(row.figures[field]) +
+              ", satırda " + shown(figuresOf(pressing)[field]) + ".");
     }
 
-    bool deletedBehind(const Line& line) const
+    bool isSeen(std::size_t entry) const { return seen_.empty() || seen_.contains(entries_[entry].line->seal); }
+
+    /// Whether something is left of what the deletion takes away: the program leaves nothing.
+    bool hasLeft(std::size_t deletion) const
     {
-        return std::ranges::any_of(deletions_, [&](const auto& deletion) {
-            const auto& customer = deletion.second.customer;
-            return deletion.first > line.number && (!customer || *customer == std::get<Pressing>(line.fact).customer);
-        });
+        for (std::size_t i = 0; i < deletion; ++i)
+            if (entries_[i].takenBy == deletion && isThere_[i]) return true;
+        return false;
+    }
+
+    /// The pressing of a line has no row.
+    void tellMissing(std::size_t at)
+    {
+        const Entry& entry = entries_[at];
+        const std::string begin = shownMoment(momentOf(entry.line->fact)) + " " + pressingOf(entry)->customer + ": " +
+                                  nthLine(*entry.line) + "ı var, sıkımı defterde yok; ";
+        if (!entry.takenBy) return fault(begin + "programla silinmedi.");
+        const std::size_t by = *entry.takenBy;
+        const std::string why = nthLine(*entries_[by].line);
+        const bool isDeletion = std::holds_alternative<Deletion>(entries_[by].line->fact);
+        if (!isSeen(by))
+            return fault(begin + why + (isDeletion ? "daki silmeyi" : "daki geri yüklemeyi") + " presva.log görmemiş.");
+        if (isDeletion && hasLeft(by))
+            return fault(begin + why + "daki silme hiç yapılmamış: başka sıkımları duruyor.");
+        ++takenRows_[by];
+    }
+
+    void tellWhatTookRows()
+    {
+        for (const auto& [by, count] : takenRows_) {
+            const Fact& fact = entries_[by].line->fact;
+            const std::string begin = nthLine(*entries_[by].line) + ": " + shownMoment(momentOf(fact));
+            if (const auto* restore = std::get_if<Restore>(&fact))
+                remark(begin + " yedekten dönüldü (" + restore->copy + "); satırı olan " + std::to_string(count) +
+                       " sıkım bu yedekte yoktu.");
+            else
+                remark(begin + " programla silindi (" + std::get<Deletion>(fact).customer.value_or("bütün cariler") +
+                       "): satırı olan " + std::to_string(count) + " sıkım.");
+        }
+        // One that took nothing away is worth a word as well.
+        for (std::size_t i = 0; i < entries_.size(); ++i)
+            if (const auto* restore = std::get_if<Restore>(&entries_[i].line->fact); restore && !takenRows_.contains(i))
+                remark(nthLine(*entries_[i].line) + ": " + shownMoment(restore->moment) + " yedekten dönüldü (" +
+                       restore->copy + ").");
+    }
+
+    void tellClocks()
+    {
+        constexpr double minute = 1.0 / (24 * 60);
+        const Pressing* before = nullptr;
+        for (const Entry& entry : entries_) {
+            const Pressing* pressing = pressingOf(entry);
+            if (!pressing) continue;
+            if (before && pressing->moment < before->moment - minute)
+                remark(nthLine(*entry.line) + ": bilgisayarın saati geri alınmış, " + shownMoment(before->moment) +
+                       " satırından sonra " + shownMoment(pressing->moment) + ".");
+            before = pressing;
+        }
+    }
+
+    /// Whether the journal's older rows are what that deletion or that copy has left of them.
+    bool happened(std::size_t at) const
+    {
+        const Fact& fact = entries_[at].line->fact;
+        if (!isSeen(at)) return false;
+        if (const auto* restore = std::get_if<Restore>(&fact)) return restore->before == older_.size();
+        const auto& deletion = std::get<Deletion>(fact);
+        return !hasLeft(at) &&
+               (deletion.before == older_.size() || std::ranges::none_of(older_, [&](const std::string& customer) {
+                    return concerns(deletion, customer);
+                }));
     }
 
     void compareWhatWasThereBefore()
     {
-        const std::uint64_t wanted = first_->before.value_or(0);
-        if (before_ > wanted || (before_ < wanted && deletions_.empty()))
-            sentences_.push_back(isoMoment(first_->moment) + " gününden, tartım defteri başlamadan önceki sıkımlar: " +
-                                 std::to_string(wanted) + " olmalı, " + std::to_string(before_) + " var.");
+        // The last that was said counts, unless what it announced did not happen.
+        std::uint64_t wanted = 0;
+        for (std::size_t i = entries_.size(); i-- > 0;) {
+            const Fact& fact = entries_[i].line->fact;
+            if (const auto* pressing = std::get_if<Pressing>(&fact)) {
+                if (!pressing->before) continue;
+                wanted = *pressing->before;
+                break;
+            }
+            const auto* deletion = std::get_if<Deletion>(&fact);
+            wanted = deletion ? deletion->before : std::get<Restore>(fact).before;
+            if (happened(i)) break;
+        }
+        const std::string begin =
+            shownMoment(first_->moment) + " gününden, tartım defteri başlamadan önceki sıkımlar: ";
+        if (older_.size() != wanted)
+            fault(begin + std::to_string(wanted) + " olmalı, " + std::to_string(older_.size()) + " var.");
+        else if (wanted > 0)
+            remark(begin + std::to_string(wanted) + ", satırları yok.");
     }
 
+    using Entry = BookHistory::Entry;
+
+    BookHistory history_;
+    const std::vector<Entry>& entries_;
+    std::vector<bool> isThere_; ///< by entry: the pressing has its row
     const jet::Table& journal_;
     const Pressing* first_ = nullptr;
-    std::multimap<Key, const Line*> lines_;
-    std::multimap<Key, Row> rows_;
-    std::vector<std::pair<std::uint64_t, Deletion>> deletions_;
-    std::uint64_t before_ = 0; ///< rows older than the first line
-    std::vector<std::string> sentences_;
+    std::set<std::string> seen_; ///< seals that the log has seen
+    std::multimap<JournalKey, std::size_t> lines_;
+    std::multimap<JournalKey, Row> rows_;
+    std::vector<std::string> older_; ///< customers of the rows older than the first line
+    std::map<std::size_t, std::uint64_t> takenRows_;
+    Findings found_;
 };
 
 } // namespace
 
-std::vector<std::string> differences(const std::vector<PlacedLine>& lines, const jet::Table& journal)
+Findings differences(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads,
+                     const jet::Table& journal)
 {
-    return Comparison(lines, journal).run();
+    return Comparison(lines, heads, journal).run();
+}
+
+std::optional<Restore> restoreOf(const std::vector<PlacedLine>& lines, const jet::Table& journalOfTheCopy,
+                                 double moment, std::string copy)
+{
+    const BookHistory history(lines);
+    if (std::ranges::none_of(history.entries(), [](const auto& entry) { return pressingOf(entry) != nullptr; }))
+        return std::nullopt;
+    const std::vector<JournalKey> keys = keysOf(journalOfTheCopy);
+    return Restore{moment, std::move(copy), history.lineOf(keys), olderThanTheBook(lines, keys)};
 }
 
 } // namespace weights

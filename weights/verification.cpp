@@ -1,34 +1,13 @@
 #include "weights/verification.h"
 
 #include "files/quoted_path.h"
-#include "weights/weight_book.h"
 
-#include <charconv>
+#include <algorithm>
+#include <iterator>
 #include <map>
-#include <memory>
+#include <set>
 
 namespace weights {
-
-std::vector<PlacedLine> allLines(files::Disk& disk, const std::filesystem::path& folder)
-{
-    std::vector<PlacedLine> lines;
-    for (const std::filesystem::path& path : bookFiles(disk, folder)) {
-        const auto file = disk.open(path, files::Disk::Access::readOnly);
-        std::string text(static_cast<std::size_t>(file->size()), '\0');
-        text.resize(file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()}));
-        std::size_t row = 0;
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t found = text.find('\n', begin);
-            const std::size_t end = found == std::string::npos ? text.size() : found;
-            PlacedLine line{path, ++row, text.substr(begin, end - begin), {}};
-            // Without its line end a line is not whole, whatever it says.
-            if (found != std::string::npos) line.line = read(line.text);
-            lines.push_back(std::move(line));
-            begin = end + 1;
-        }
-    }
-    return lines;
-}
 
 namespace {
 
@@ -51,6 +30,7 @@ std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines)
         const std::uint64_t number = i + 1; // up to here each line has been the next
         const std::optional<Line>& line = lines[i].line;
         if (!line) {
+            if (lines[i].isCutOff) return at(lines[i], Kind::cutOff, number, number);
             const bool goesOn = i + 1 < lines.size() && lines[i + 1].line && lines[i + 1].line->previous == seal;
             return at(lines[i], goesOn ? Kind::putBetween : Kind::altered, number, number);
         }
@@ -77,43 +57,9 @@ std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines)
     return std::nullopt;
 }
 
-namespace {
-
-constexpr std::string_view logBegins = "tartım defterinin sonu: satır ";
-constexpr std::string_view logMiddle = ", özet ";
-
-} // namespace
-
-std::string logLine(std::uint64_t number, const std::string& seal)
-{
-    return std::string(logBegins) + std::to_string(number) + std::string(logMiddle) + seal;
-}
-
-std::vector<LoggedHead> loggedHeads(std::string_view log)
-{
-    std::vector<LoggedHead> heads;
-    while (!log.empty()) {
-        const std::size_t end = std::min(log.find('\n'), log.size());
-        std::string_view line = log.substr(0, end);
-        log.remove_prefix(std::min(end + 1, log.size()));
-        const std::size_t begin = line.find(logBegins);
-        if (begin == std::string_view::npos) continue;
-        LoggedHead head;
-        head.moment = line.substr(0, line.find(' '));
-        line.remove_prefix(begin + logBegins.size());
-        const auto [rest, error] = std::from_chars(line.data(), line.data() + line.size(), head.number);
-        if (error != std::errc()) continue;
-        line.remove_prefix(static_cast<std::size_t>(rest - line.data()));
-        if (!line.starts_with(logMiddle)) continue;
-        head.seal = line.substr(logMiddle.size());
-        heads.push_back(std::move(head));
-    }
-    return heads;
-}
-
 std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads)
 {
-    std::map<std::uint64_t, std::string> logged;
+    std::map<std::uint64_t, std::string> logged; // where the log has two for one line, the first
     for (const LoggedHead& head : heads) logged.emplace(head.number, head.seal);
     std::map<std::uint64_t, const PlacedLine*> numbered;
     for (const PlacedLine& each : lines)
@@ -124,8 +70,8 @@ std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines, const
         if (found == numbered.end()) {
             const std::uint64_t last = lines.size();
             const std::uint64_t first = last < number ? last + 1 : number;
-            return ChainFault{Kind::removed, first, number, lines.empty() ? std::filesystem::path() : lines.back().file,
-                              lines.empty() ? 0 : lines.back().row + 1};
+            const std::size_t row = lines.empty() ? 1 : lines.back().row + 1;
+            return ChainFault{Kind::removed, first, number, lines.empty() ? currentName : lines.back().file, row};
         }
         if (found->second->line->seal != seal) return at(*found->second, Kind::rewritten, agreed + 1, number);
         agreed = number;
@@ -149,10 +95,51 @@ std::string sentence(const ChainFault& fault)
         return numbers + place + ": ikinci kez yazılmış.";
     case Kind::putBetween:
         return numbers + place + ": araya sokulmuş.";
+    case Kind::cutOff:
+        return numbers + place + ": yarım, satır sonu yok.";
     case Kind::rewritten:
         return numbers + place + ": presva.log'un gördüğü satırlar değil, yeniden yazılmış.";
     }
     return {};
+}
+
+namespace {
+
+/// What the log must have seen of a book with these lines.
+std::optional<std::string> gapOfTheLog(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads)
+{
+    if (lines.empty()) return std::nullopt;
+    if (heads.empty())
+        return "presva.log yok ya da defterin sonunu hiç görmemiş: baştan yazılmış bir defter anlaşılamaz.";
+    std::set<std::uint64_t> seen;
+    for (const LoggedHead& head : heads) seen.insert(head.number);
+    std::uint64_t last = 0;
+    const auto gap = [&](std::uint64_t end) {
+        return "presva.log " + std::to_string(last + 1) + "-" + std::to_string(end) +
+               ". satırların sonunu görmemiş: günlükten satır çıkarılmış ya da günlüğe yazılamamış.";
+    };
+    // The first line is told at once.
+    if (*seen.begin() > 1) return gap(*seen.begin() - 1);
+    for (const std::uint64_t number : seen) {
+        if (number - last > linesUnseenAtMost) return gap(number - 1);
+        last = number;
+    }
+    if (lines.size() > last + linesUnseenAtMost) return gap(lines.size());
+    return std::nullopt;
+}
+
+} // namespace
+
+Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal)
+{
+    Findings found;
+    if (const auto fault = firstFault(lines)) found.faults.push_back(sentence(*fault));
+    if (const auto fault = firstFault(lines, heads)) found.faults.push_back(sentence(*fault));
+    if (auto gap = gapOfTheLog(lines, heads)) found.faults.push_back(std::move(*gap));
+    Findings journals = differences(lines, heads, journal);
+    std::ranges::move(journals.faults, std::back_inserter(found.faults));
+    found.remarks = std::move(journals.remarks);
+    return found;
 }
 
 } // namespace weights

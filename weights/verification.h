@@ -1,7 +1,7 @@
 #pragma once
 
-#include "files/disk.h"
-#include "weights/weight_line.h"
+#include "weights/book_log.h"
+#include "weights/weight_book.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -15,17 +15,6 @@ class Table;
 
 namespace weights {
 
-/// A line as it stands in a file of the book.
-struct PlacedLine {
-    std::filesystem::path file;
-    std::size_t row = 0; ///< of that file, from 1
-    std::string text;
-    std::optional<Line> line; ///< nothing where it does not hold
-};
-
-/// Every line of the book, oldest first. Throws files::Error.
-std::vector<PlacedLine> allLines(files::Disk& disk, const std::filesystem::path& folder);
-
 /// The first thing that is wrong with the chain.
 struct ChainFault {
     enum class Kind {
@@ -33,6 +22,7 @@ struct ChainFault {
         removed,    ///< a line is missing
         doubled,    ///< the line stands in the book already
         putBetween, ///< the lines around it belong together
+        cutOff,     ///< the last line has no end
         rewritten,  ///< somewhere in these lines: the book holds together, and is not the one that presva.log saw
     };
     Kind kind{};
@@ -44,25 +34,32 @@ struct ChainFault {
 /// Walks the chain from the first line to the last.
 std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines);
 
-/// What the log says of the book's end on a day.
-struct LoggedHead {
-    std::string moment; ///< as it stands in the log
-    std::uint64_t number = 0;
-    std::string seal;
-};
-
-/// The line that presva.log gets about the book's end, without its moment, and all such lines of a log.
-std::string logLine(std::uint64_t number, const std::string& seal);
-std::vector<LoggedHead> loggedHeads(std::string_view log);
-
 /// Compares the ends that the log saw with the lines of the book.
 std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads);
 
-/// Compares every pressing of the journal with its line: a sentence for each that differs, that has no line, or whose
-/// row is gone though the program has not deleted it.
-std::vector<std::string> differences(const std::vector<PlacedLine>& lines, const jet::Table& journal);
-
 /// The fault in a sentence.
 std::string sentence(const ChainFault& fault);
+
+/// Sentences about what was found.
+struct Findings {
+    std::vector<std::string> faults;
+    std::vector<std::string> remarks; ///< what somebody should know who looks after the mill; nothing is wrong with it
+};
+
+/// Compares every pressing of the journal with its line: a fault for each that differs, that has no line, or whose row
+/// is gone though the program has neither deleted it nor put a copy without it in the database's place. Where there are
+/// heads, the log must have seen those lines that say so.
+Findings differences(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads,
+                     const jet::Table& journal);
+
+/// Everything that can be found: chain, log and journal.
+Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal);
+
+/// From this day on every pressing that the program stores has its line.
+constexpr int bookSince[] = {2026, 11, 23};
+
+/// What a copy that is about to take the place of the database says of the book; nothing for a book without pressings.
+std::optional<Restore> restoreOf(const std::vector<PlacedLine>& lines, const jet::Table& journalOfTheCopy,
+                                 double moment, std::string copy);
 
 } // namespace weights

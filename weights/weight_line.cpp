@@ -95,6 +95,26 @@ void put(FlatWriter& out, const Deletion& deletion)
     out.put("kind", "deletion");
     out.put("when", isoMoment(deletion.moment));
     if (deletion.customer) out.put("customer", *deletion.customer);
+    out.put("pressings", static_cast<double>(deletion.pressings));
+    out.put("before", static_cast<double>(deletion.before));
+}
+
+void put(FlatWriter& out, const Restore& restore)
+{
+    out.put("kind", "restore");
+    out.put("when", isoMoment(restore.moment));
+    out.put("copy", restore.copy);
+    out.put("upTo", static_cast<double>(restore.upTo));
+    out.put("before", static_cast<double>(restore.before));
+}
+
+/// A count that a line holds; nothing for anything else.
+std::optional<std::uint64_t> count(const FlatObject& in, const std::string& name)
+{
+    constexpr double most = 1e15; // exact as a double
+    const auto number = in.number(name);
+    if (!number || !(*number >= 0 && *number <= most)) return std::nullopt;
+    return static_cast<std::uint64_t>(*number);
 }
 
 bool get(const FlatObject& in, const std::string& name, double& kilograms, mill::Weighing& from)
@@ -120,14 +140,23 @@ std::optional<Fact> factOf(const FlatObject& in)
     const auto kind = in.text("kind"), when = in.text("when");
     const auto at = when ? moment(*when) : std::nullopt;
     if (!kind || !at) return std::nullopt;
-    if (*kind == "deletion") return Deletion{*at, in.text("customer")};
+    if (*kind == "deletion") {
+        const auto pressings = count(in, "pressings"), before = count(in, "before");
+        if (!pressings || !before) return std::nullopt;
+        return Deletion{*at, in.text("customer"), *pressings, *before};
+    }
+    if (*kind == "restore") {
+        const auto copy = in.text("copy");
+        const auto upTo = count(in, "upTo"), before = count(in, "before");
+        if (!copy || !upTo || !before) return std::nullopt;
+        return Restore{*at, *copy, *upTo, *before};
+    }
     if (*kind != "pressing") return std::nullopt;
 
     Pressing pressing;
     pressing.moment = *at;
-    const auto station = in.number("station"), percentage = in.number("percentage"),
-               entitlement = in.number("entitlement"), fee = in.number("fee"), job = in.number("job"),
-               before = in.number("before");
+    const auto station = count(in, "station"), job = count(in, "job"), before = count(in, "before");
+    const auto percentage = in.number("percentage"), entitlement = in.number("entitlement"), fee = in.number("fee");
     const auto customer = in.text("customer");
     if (!station || !percentage || !entitlement || !fee || !job || !customer) return std::nullopt;
     if (!get(in, "olives", pressing.olives, pressing.olivesFrom)) return std::nullopt;
@@ -138,7 +167,7 @@ std::optional<Fact> factOf(const FlatObject& in)
     pressing.entitlement = *entitlement;
     pressing.fee = *fee;
     pressing.job = static_cast<int>(*job);
-    if (before) pressing.before = static_cast<std::uint64_t>(*before);
+    pressing.before = before;
     return pressing;
 }
 
@@ -167,6 +196,12 @@ std::string isoMoment(double moment)
     return text;
 }
 
+std::string shownMoment(double moment)
+{
+    const std::string iso = isoMoment(moment);
+    return iso.substr(8, 2) + "." + iso.substr(5, 2) + "." + iso.substr(0, 4) + " " + iso.substr(11);
+}
+
 std::string written(std::uint64_t number, const Fact& fact, const std::string& previous)
 {
     FlatWriter out;
@@ -191,11 +226,11 @@ std::optional<Line> read(std::string_view text)
 
     const auto object = FlatObject::read(text);
     if (!object) return std::nullopt;
-    const auto number = object->number("line");
+    const auto number = count(*object, "line");
     const auto previous = object->text("previous");
     auto fact = factOf(*object);
     if (!number || !previous || !fact) return std::nullopt;
-    line.number = static_cast<std::uint64_t>(*number);
+    line.number = *number;
     line.previous = *previous;
     line.fact = std::move(*fact);
     // Nothing of ours: another order, another way of writing a number.

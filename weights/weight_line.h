@@ -35,11 +35,23 @@ struct Pressing {
 struct Deletion {
     double moment = 0;
     std::optional<std::string> customer;
+    std::uint64_t pressings = 0; ///< that it deletes
+    std::uint64_t before = 0;    ///< pressings older than the book that stay
 
     bool operator==(const Deletion&) const = default;
 };
 
-using Fact = std::variant<Pressing, Deletion>;
+/// A copy is about to take the place of the database.
+struct Restore {
+    double moment = 0;
+    std::string copy;         ///< its file name
+    std::uint64_t upTo = 0;   ///< the last line whose pressing the copy holds; 0: none
+    std::uint64_t before = 0; ///< pressings older than the book that the copy holds
+
+    bool operator==(const Restore&) const = default;
+};
+
+using Fact = std::variant<Pressing, Deletion, Restore>;
 
 double momentOf(const Fact& fact);
 
@@ -63,5 +75,7 @@ std::optional<Line> read(std::string_view text);
 
 /// "2025-11-20T14:05:00".
 std::string isoMoment(double moment);
+/// "20.11.2025 14:05:00".
+std::string shownMoment(double moment);
 
 } // namespace weights

@@ -85,8 +85,9 @@ class CutAtTheSlip : public QObject {
     static QString differenceOfTheBook(PowerCutDisk& disk, const std::filesystem::path& file)
     {
         const auto lines = weights::allLines(disk, file.parent_path());
-        if (const auto fault = weights::firstFault(lines)) return QString::fromStdString(weights::sentence(*fault));
-        const auto found = weights::differences(lines, jet::Database::open(disk, file)->table(u"Hareket"));
+        const auto found = weights::verify(lines, weights::loggedHeads(disk, weights::logIn(file.parent_path())),
+                                           jet::Database::open(disk, file)->table(u"Hareket"))
+                               .faults;
         if (!found.empty()) return QString::fromStdString(found.front());
         return lines.size() == pressings(disk, file) ? QString() : u"%1 lines"_s.arg(lines.size());
     }

@@ -84,11 +84,26 @@ struct Mill {
 
     QString database() const { return folder.filePath("Yag.mdb"); }
     int rows(const QString& table) { return int(engine->open(table).rows.size()); }
-    QStringList log() const
+    QStringList wholeLog() const
     {
         QFile file(folder.filePath("presva.log"));
         if (!file.open(QIODevice::ReadOnly)) return {};
         return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+    /// Without what it hears of the book's end.
+    QStringList log() const
+    {
+        QStringList lines = wholeLog();
+        lines.removeIf([](const QString& line) { return line.contains("tartım defterinin sonu:"); });
+        return lines;
+    }
+    QList<std::uint64_t> linesInTheLog() const
+    {
+        QList<std::uint64_t> numbers;
+        for (const auto& head :
+             weights::loggedHeads(platform::systemDisk(), weights::logIn(folder.path().toStdString())))
+            numbers << head.number;
+        return numbers;
     }
     print::Slip slip(const QString& customer)
     {
@@ -108,12 +123,12 @@ struct Mill {
     }
     bool bookAgrees()
     {
-        const auto all = lines();
         const auto file =
             jet::Database::open(platform::systemDisk(), database().toStdString(), jet::Pager::Mode::readOnly);
-        const std::string seen = log().join(u'\n').toStdString();
-        return !weights::firstFault(all) && !weights::firstFault(all, weights::loggedHeads(seen)) &&
-               weights::differences(all, file->table(u"Hareket")).empty();
+        return weights::verify(
+                   lines(), weights::loggedHeads(platform::systemDisk(), weights::logIn(folder.path().toStdString())),
+                   file->table(u"Hareket"))
+            .faults.empty();
     }
     int job(bool sent)
     {
@@ -306,15 +321,17 @@ private slots:
         mill.road.beforeDeletion(u"Ali"_s);
         QCOMPARE(mill.lines().size(), std::size_t(0)); // of a book without pressings
         for (const char* customer : {"Ali", "Veli", "Ali"}) QVERIFY(mill.road.printAndBook(mill.slip(customer)).stored);
-        mill.engine->execute("DELETE FROM Hareket Where CariHar='Ali'");
-        QVERIFY(!mill.bookAgrees());
+        QVERIFY(mill.bookAgrees());
         mill.road.beforeDeletion(u"Ali"_s);
+        QVERIFY(mill.bookAgrees());
+        mill.engine->execute("DELETE FROM Hareket Where CariHar='Ali'");
         QVERIFY(mill.bookAgrees());
         mill.engine->execute("DELETE FROM Hareket");
         QVERIFY(!mill.bookAgrees());
-        mill.road.beforeDeletion({});
-        QVERIFY(mill.bookAgrees());
+        mill.road.beforeDeletion({}); // announced too late
+        QVERIFY(!mill.bookAgrees());
         QCOMPARE(mill.lines().size(), std::size_t(5));
+        QCOMPARE(mill.linesInTheLog(), (QList<std::uint64_t>{1, 4, 5}));
     }
 
     void aPrintedSlipIsBookedBeforeItsCustomerIsDeleted()
@@ -327,21 +344,78 @@ private slots:
         QCOMPARE(mill.lines().size(), std::size_t(2));
     }
 
+    void aDeletionThatTheLogCannotHearOfIsStopped()
+    {
+        Mill mill;
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QVERIFY(QFile::remove(mill.folder.filePath("presva.log")) && QDir().mkpath(mill.folder.filePath("presva.log")));
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.beforeDeletion({}));
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored); // a slip does not wait for it
+    }
+
     void theLogSeesTheEndOfTheBookOnEveryDay()
     {
         Mill mill;
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
         const std::string evening = mill.book.head().seal;
-        QCOMPARE(mill.log(), QStringList());
+        QCOMPARE(mill.linesInTheLog(), QList<std::uint64_t>{1}); // the first at once
         mill.clock.pass(86400);
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
-        QCOMPARE(mill.log(), QStringList{"2025-11-21T14:05:00 tartım defterinin sonu: satır 2, özet " +
-                                         QString::fromStdString(evening)});
+        QCOMPARE(mill.wholeLog().last(),
+                 "2025-11-21T14:05:00 tartım defterinin sonu: satır 2, özet " + QString::fromStdString(evening));
         mill.weights.tellEnd();
         mill.weights.tellEnd(); // and nothing new
-        QCOMPARE(mill.log().size(), 2);
+        QCOMPARE(mill.linesInTheLog(), (QList<std::uint64_t>{1, 2, 3}));
+        for (int slip = 0; slip < 8; ++slip) QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QCOMPARE(mill.linesInTheLog(), (QList<std::uint64_t>{1, 2, 3, 10}));
         QVERIFY(mill.bookAgrees());
+    }
+
+    void aBookThatWasExchangedIsToldAndWhatItWasIsLogged_data()
+    {
+        QTest::addColumn<bool>("betweenTheSlips");
+        QTest::newRow("while the program runs") << true;
+        QTest::newRow("in the middle of a slip") << false;
+    }
+    void aBookThatWasExchangedIsToldAndWhatItWasIsLogged()
+    {
+        QFETCH(const bool, betweenTheSlips);
+        Mill mill;
+        const std::filesystem::path book = mill.folder.filePath("Tartim.jsonl").toStdString();
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        std::filesystem::copy_file(book, mill.folder.filePath("eski").toStdString());
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        const auto exchange = [&] {
+            std::filesystem::copy_file(mill.folder.filePath("eski").toStdString(), book,
+                                       std::filesystem::copy_options::overwrite_existing);
+        };
+        if (betweenTheSlips)
+            exchange();
+        else
+            mill.printer.before = [&](FakePrinter::Step step) {
+                if (step == FakePrinter::Step::send) exchange();
+            };
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(outcome.stored);
+        QVERIFY2(outcome.notice.contains("Tartım defteri programın bıraktığı gibi değil"), qPrintable(outcome.notice));
+        QCOMPARE(mill.lines().size(), std::size_t(2));
+        QCOMPARE(mill.linesInTheLog(), (QList<std::uint64_t>{1, 2})); // of the one that it left
+        QVERIFY(!mill.bookAgrees());
+        mill.printer.before = nullptr;
+        QCOMPARE(mill.road.printAndBook(mill.slip("Ali")).notice, QString()); // once
+    }
+
+    void aBookThatWasExchangedBeforeTheStartIsTold()
+    {
+        Mill mill;
+        for (int slip = 0; slip < 3; ++slip) QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        mill.weights.tellEnd();
+        QVERIFY(QFile::remove(mill.folder.filePath("Tartim.jsonl")));
+        counter::WeightRecord next(mill.book, counter::Log(mill.folder.path(), mill.clock.hands()), mill.clock.hands());
+        next.tellEndOfTheDay();
+        QVERIFY(next.takeNotice().contains("Tartım defteri"));
+        QVERIFY(!mill.bookAgrees());
     }
 
     void theFirstSlipOfADayBeginsItsCopy()

@@ -11,9 +11,8 @@
 
 namespace {
 
-using testing::AllOf;
+using testing::ContainsRegex;
 using testing::HasSubstr;
-using testing::Not;
 
 /// The folder of a mill with three pressings, one of them deleted by the program, and a log that saw the book's end.
 class Weights : public testing::Test {
@@ -25,12 +24,18 @@ protected:
         weights::Pressing ali = season::pressing(season::day(2025, 11, 20, 14, 5), "Ali", 1000, 4);
         ali.olivesFrom.bytes = "  1000kg\r\n";
         season::write(book, ali);
+        std::string log = logged(book);
         season::write(book, season::pressing(season::day(2025, 11, 20, 15), "Şükrü", 500.5, 3));
-        season::write(book, weights::Deletion{season::day(2025, 11, 20, 16), "Şükrü"});
+        season::write(book, weights::Deletion{season::day(2025, 11, 20, 16), "Şükrü", 1, 0});
+        log += logged(book);
         season::write(book, season::pressing(season::day(2025, 11, 21), "Ali", 700, 5));
-        writeFile(folder_ / "presva.log",
-                  "2025-11-21T18:00:00 " + weights::logLine(book.head().number, book.head().seal) + "\n");
+        log += logged(book);
+        writeFile(folder_ / "presva.log", log);
         store("2025-11-20T14:05:00,1000,900,12.75,108,0,Ali\n2025-11-21T12:00:00,700,630,12.75,108,0,Ali\n");
+    }
+    static std::string logged(weights::WeightBook& book)
+    {
+        return "2025-11-21T18:00:00 " + weights::logLine(book.head().number, book.head().seal) + "\n";
     }
     std::string file(const std::string& name) const { return folder_ / name; }
     void store(const std::string& rows) const
@@ -58,7 +63,7 @@ TEST_F(Weights, areListedWithWhereTheyComeFrom)
         "kg (hesap), %12,75, hak ediş 108 kg, 0 TL, fiş 4\n"
         "     2  20.11.2025 15:00:00  2. tezgâh  Şükrü: zeytin 500,5 kg (elle), yağ 450,45 kg (elle), %12,75, hak "
         "ediş 108 kg, 0 TL, fiş 3\n"
-        "     3  20.11.2025 16:00:00  silme: Şükrü, bütün sıkımları\n"
+        "     3  20.11.2025 16:00:00  silme: Şükrü, 1 sıkım\n"
         "     4  21.11.2025 12:00:00  2. tezgâh  Ali: zeytin 700 kg (terazi 12:00:00 \"  5kg\\r\"), yağ 630 kg "
         "(elle), %12,75, hak ediş 108 kg, 0 TL, fiş 5\n");
 }
@@ -92,14 +97,15 @@ TEST_F(Weights, areFilteredByDayAndCustomer)
 TEST_F(Weights, areVerifiedBesideJournalAndLog)
 {
     const Outcome sound = asked({"--verify"});
-    EXPECT_EQ(sound.out, "Tartım defteri sağlam: 4 satır, presva.log'da 1 gün sonu.\n");
+    EXPECT_EQ(sound.out, "Bilgi: 3. satır: 20.11.2025 16:00:00 programla silindi (Şükrü): satırı olan 1 sıkım.\n"
+                         "Tartım defteri sağlam: 4 satır, presva.log'da 3 özet.\n");
     EXPECT_EQ(sound.code, 0) << sound.err;
 
     store("2025-11-21T13:00:00,5000,630,12.75,108,0,Veli\n");
     const Outcome added = asked({"--verify"});
     EXPECT_EQ(added.code, 1);
-    EXPECT_THAT(added.out, HasSubstr("2025-11-21T13:00:00 Veli: defterde var, tartım satırı yok.\n"));
-    EXPECT_THAT(added.out, HasSubstr("sağlam değil: 4 satır, presva.log'da 1 gün sonu, 1 bulgu."));
+    EXPECT_THAT(added.out, HasSubstr("21.11.2025 13:00:00 Veli: defterde var, tartım satırı yok.\n"));
+    EXPECT_THAT(added.out, HasSubstr("sağlam değil: 4 satır, presva.log'da 3 özet, 1 bulgu."));
 }
 
 TEST_F(Weights, areVerifiedLineByLine)
@@ -121,11 +127,83 @@ TEST_F(Weights, areRewrittenNowhereUnseen)
     season::write(book, season::pressing(season::day(2025, 11, 21), "Ali", 700, 5));
     const Outcome outcome = asked({"--verify"});
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_THAT(outcome.out, HasSubstr("3-4. satırlar"));
+    EXPECT_THAT(outcome.out, HasSubstr("1. satır (\"Tartim.jsonl\", dosyanın 1. satırı): presva.log'un gördüğü"));
     std::filesystem::remove(file("presva.log"));
     const Outcome unseen = asked({"--verify"});
-    EXPECT_EQ(unseen.code, 0);
-    EXPECT_THAT(unseen.out, HasSubstr("presva.log defterin sonunu hiç görmemiş"));
+    EXPECT_EQ(unseen.code, 1);
+    EXPECT_THAT(unseen.out, HasSubstr("presva.log yok ya da defterin sonunu hiç görmemiş"));
+}
+
+TEST_F(Weights, nameACopyThatWasPutBackAndAreSoundAfterwards)
+{
+    const std::filesystem::path copies = file("Yedek");
+    std::filesystem::create_directory(copies);
+    std::filesystem::copy_file(file("Yag.mdb"), copies / "Yag-2025-11-21.mdb");
+    weights::WeightBook book(platform::systemDisk(), copies.parent_path());
+    season::write(book, season::pressing(season::day(2025, 11, 22), "Veli", 800, 6));
+    store("2025-11-22T12:00:00,800,720,12.75,108,0,Veli\n");
+    ASSERT_EQ(asked({"--verify"}).code, 0);
+
+    std::filesystem::copy_file(file("Yag.mdb"), file("today"));
+    std::filesystem::copy_file(copies / "Yag-2025-11-21.mdb", file("Yag.mdb"),
+                               std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(asked({"--verify"}).code, 1) << "by hand it is a row taken out";
+    std::filesystem::rename(file("today"), file("Yag.mdb"));
+
+    const Outcome restored = run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path(), "2025-11-21"}});
+    EXPECT_EQ(restored.code, 0) << restored.err;
+    EXPECT_THAT(restored.out, HasSubstr("Tartım defterine yazıldı: 6. satır.\n"));
+    const Outcome verified = asked({"--verify"});
+    EXPECT_EQ(verified.code, 0) << verified.out;
+    EXPECT_THAT(verified.out, ContainsRegex("Bilgi: 6. satır: [0-9. :]+ yedekten dönüldü \\(Yag-2025-11-21.mdb\\); "
+                                            "satırı olan 1 sıkım bu yedekte yoktu.\n"));
+    EXPECT_THAT(asked({}).out, HasSubstr("  yedekten dönüş: Yag-2025-11-21.mdb\n"));
+
+    // Nobody else's line is believed.
+    weights::WeightBook forger(platform::systemDisk(), copies.parent_path());
+    season::write(forger, season::pressing(season::day(2025, 11, 23), "Veli", 900, 7));
+    season::write(forger, weights::Restore{season::day(2025, 11, 24), "Yag-2025-11-21.mdb", 6, 0});
+    const Outcome forged = asked({"--verify"});
+    EXPECT_EQ(forged.code, 1);
+    EXPECT_THAT(forged.out, HasSubstr("8. satırdaki geri yüklemeyi presva.log görmemiş"));
+}
+
+TEST_F(Weights, letNoCopyBeBackWithoutTheirLine)
+{
+    const std::filesystem::path copies = file("Yedek");
+    std::filesystem::create_directory(copies);
+    std::filesystem::copy_file(file("Yag.mdb"), copies / "Yag-2025-11-21.mdb");
+    store("2025-11-22T12:00:00,800,720,12.75,108,0,Veli\n");
+    std::filesystem::remove(file("Tartim.jsonl"));
+    std::filesystem::create_directory(file("Tartim.jsonl"));
+    const std::string before = textOfFile(file("Yag.mdb"));
+    const Outcome refused = run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path(), "2025-11-21"}});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("Tartim.jsonl"));
+    EXPECT_EQ(textOfFile(file("Yag.mdb")), before);
+    EXPECT_EQ(asked({"--verify"}).code, 1);
+}
+
+TEST_F(Weights, refuseAFolderThatIsNoMill)
+{
+    const Outcome outcome = run({.program = PRESVA_MDB, .arguments = {"weights", file("baska")}});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("ne Yag.mdb ne Tartim.jsonl var"));
+}
+
+TEST_F(Weights, areComparedWithALogThatWasKeptElsewhere)
+{
+    std::filesystem::copy_file(file("presva.log"), file("kept"));
+    std::filesystem::remove(file("Tartim.jsonl"));
+    weights::WeightBook book(platform::systemDisk(), std::filesystem::path(file("Yag.mdb")).parent_path());
+    season::write(book, season::pressing(season::day(2025, 11, 20, 14, 5), "Ali", 1000, 4));
+    std::string log = logged(book);
+    season::write(book, season::pressing(season::day(2025, 11, 21), "Ali", 700, 5));
+    writeFile(file("presva.log"), log + logged(book));
+    EXPECT_EQ(asked({"--verify"}).code, 0) << "book and log were written anew together";
+    const Outcome outcome = asked({"--verify", "--log", file("kept")});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.out, HasSubstr("presva.log'un gördüğü satırlar değil, yeniden yazılmış"));
 }
 
 TEST_F(Weights, sayThatASlipIsOnItsWay)
@@ -140,6 +218,8 @@ TEST_F(Weights, refuseWhatTheyDoNotKnow)
                                                     {"--day", "20.11.2025"},
                                                     {"--day", "2025-11-31"},
                                                     {"--customer"},
+                                                    {"--log", "presva.log"},
+                                                    {"--verify", "--log", "presva.log"},
                                                     {"another"},
                                                     {"--verify", "--day", "2025-11-20"}}) {
         const Outcome outcome = asked(options);

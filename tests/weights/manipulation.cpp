@@ -53,20 +53,24 @@ public:
         for (int i = 0; i < older; ++i) add(*file, season::pressing(season::day(2025, 1, 5 + i), "Eski", 500, i));
         WeightBook book(disk, folder);
         std::mt19937 luck(7);
+        std::uint64_t veli = 0;
         const std::array<std::string, 5> names = {"Ali", "Veli", "Işıl", "O'Hara", "Şükrü Öz"};
         for (int job = 1; job <= pressings; ++job) {
             const double moment =
                 job <= pressings / 2 ? season::day(2025, 2, 1) + job / 100.0 : season::day(2025, 11, 1) + job / 100.0;
-            Pressing made = season::pressing(jet::DateTime{std::round(moment * 86400) / 86400}.days,
-                                             names[luck() % names.size()], 200 + luck() % 3000, job);
+            Pressing made =
+                season::pressing(jet::DateTime{std::round(moment * 86400) / 86400}.days, names[luck() % names.size()],
+                                 200 + static_cast<double>(luck() % 3000), job);
             if (job == 1) made.before = older;
             season::write(book, made);
             add(*file, made);
+            if (made.customer == "Veli") ++veli;
             if (job == 40) {
-                season::write(book, Deletion{made.moment, "Veli"});
+                season::write(book, Deletion{made.moment, "Veli", veli, older});
                 erase(*file, u"Veli");
             }
-            if (job % 20 == 0 || job == pressings) seen.push_back({"", book.head().number, book.head().seal});
+            if (job == 1 || job == 40 || book.head().number % linesToALoggedHead == 0 || job == pressings)
+                seen.push_back({"", book.head().number, book.head().seal});
         }
     }
 
@@ -108,7 +112,7 @@ Verdict verify(MemoryDisk& disk, const std::vector<LoggedHead>& seen)
 {
     const auto lines = allLines(disk, folder);
     const auto file = jet::Database::open(disk, database, jet::Pager::Mode::readOnly);
-    return {firstFault(lines), firstFault(lines, seen), differences(lines, file->table(u"Hareket"))};
+    return {firstFault(lines), firstFault(lines, seen), differences(lines, seen, file->table(u"Hareket")).faults};
 }
 
 /// One manipulation after the other, each of a mill that nobody has touched yet.
@@ -286,7 +290,7 @@ private:
         told.oil = *found.number(2);
         std::u16string customer;
         found.text(6, customer);
-        row = isoMoment(told.moment) + " " + jet::toUtf8(customer);
+        row = shownMoment(told.moment) + " " + jet::toUtf8(customer);
         switch (way) {
         case 12: { // a figure
             const std::size_t field = 1 + upTo(4);

@@ -31,9 +31,7 @@ inline weights::Pressing pressing(double moment, const std::string& customer, do
 
 inline void write(weights::WeightBook& book, const weights::Fact& fact)
 {
-    std::string cutOff;
-    const std::uint64_t place = book.place(weights::momentOf(fact), cutOff);
-    book.write(fact, place);
+    book.write(fact, book.place(weights::momentOf(fact)).place);
 }
 
 } // namespace season

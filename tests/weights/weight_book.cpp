@@ -1,6 +1,7 @@
 #include "weights/weight_book.h"
 #include "files/error.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/support/table.h"
 #include "tests/weights/season.h"
 #include "weights/verification.h"
 
@@ -25,9 +26,9 @@ std::vector<int> jobs(PowerCutDisk& disk)
 {
     std::vector<int> found;
     for (const PlacedLine& each : allLines(disk, folder))
-        found.push_back(!each.line                                          ? -1
-                        : std::holds_alternative<Deletion>(each.line->fact) ? 0
-                                                                            : std::get<Pressing>(each.line->fact).job);
+        found.push_back(!each.line                                           ? -1
+                        : !std::holds_alternative<Pressing>(each.line->fact) ? 0
+                                                                             : std::get<Pressing>(each.line->fact).job);
     return found;
 }
 
@@ -63,8 +64,7 @@ TEST(WeightBook, writesAFactOnceHoweverOftenItIsAsked)
     PowerCutDisk disk;
     WeightBook book(disk, folder);
     season::write(book, pressing(1));
-    std::string cutOff;
-    const auto place = book.place(pressing(2).moment, cutOff);
+    const Place place = book.place(pressing(2).moment).place;
     for (int time = 0; time < 3; ++time) {
         book.write(pressing(2), place);
         if (time == 0) season::write(book, Deletion{season::day(2025, 11, 21), {}});
@@ -82,16 +82,19 @@ TEST(WeightBook, makesALineWholeThatWasCutAnywhere)
     PowerCutDisk whole;
     WeightBook first(whole, folder);
     season::write(first, pressing(1));
-    const auto place = whole.content(current).size();
+    const Place place = first.place(pressing(2).moment).place;
+    ASSERT_EQ(place.offset, whole.content(current).size());
     season::write(first, pressing(2));
     const PowerCutDisk::Image all = whole.content(current);
-    for (std::size_t size = place; size <= all.size(); ++size)
+    for (std::size_t size = place.offset; size <= all.size(); ++size)
         for (const bool zeros : {false, true}) {
             PowerCutDisk disk;
             PowerCutDisk::Image cut(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(size));
             if (zeros) cut.resize(all.size());
             disk.put(current, cut);
-            WeightBook(disk, folder).write(pressing(2), place);
+            const WrittenLine written = WeightBook(disk, folder).write(pressing(2), place);
+            ASSERT_FALSE(written.isAnotherBook);
+            ASSERT_EQ(written.replaced, "");
             ASSERT_EQ(disk.content(current), all) << size;
         }
 }
@@ -106,10 +109,10 @@ TEST(WeightBook, takesAnAnnouncementOutThatWasCutAndSaysSo)
     PowerCutDisk::Image cut = disk.content(current);
     cut.resize(cut.size() - 5);
     disk.put(current, cut);
-    std::string cutOff;
-    EXPECT_EQ(book.place(season::day(2025, 11, 21), cutOff), one.size());
+    const NextLine next = book.place(season::day(2025, 11, 21));
+    EXPECT_EQ(next.place.offset, one.size());
     EXPECT_EQ(textOf(disk, current), one);
-    EXPECT_EQ(one + cutOff, std::string(cut.begin(), cut.end()));
+    EXPECT_EQ(one + next.cutOff, std::string(cut.begin(), cut.end()));
 }
 
 TEST(WeightBook, goesOnBehindALineThatWasTamperedWith)
@@ -157,29 +160,133 @@ TEST(WeightBook, leavesAFileAloneThatHasTheNameOfASeason)
     EXPECT_EQ(std::ranges::count(textOf(disk, current), '\n'), 2);
 }
 
+TEST(WeightBook, goesOnInTheOldFileWhereAnotherSeasonWouldStandBehindIt)
+{
+    PowerCutDisk disk;
+    WeightBook book(disk, folder);
+    int job = 0;
+    for (const double moment :
+         {season::day(2099, 3, 1), season::day(2100, 3, 1), season::day(2026, 3, 1), // a wrong clock
+          season::day(2026, 9, 1), season::day(2027, 9, 1)})
+        season::write(book, season::pressing(moment, "Ali", 100, ++job));
+    EXPECT_EQ(jobs(disk), (std::vector<int>{1, 2, 3, 4, 5}));
+    EXPECT_FALSE(firstFault(allLines(disk, folder)));
+}
+
+TEST(WeightBook, findsTheLineOfAWaitingNoteAcrossTheTurnOfASeason)
+{
+    for (const bool lineIsWritten : {false, true}) {
+        PowerCutDisk disk;
+        WeightBook book(disk, folder);
+        season::write(book, season::pressing(season::day(2026, 6, 29), "Ali", 100, 1));
+        const Pressing last = season::pressing(season::day(2026, 6, 30, 23, 59), "Ali", 100, 2);
+        const Place noted = book.place(last.moment).place;
+        if (lineIsWritten) book.write(last, noted);
+        season::write(book, Deletion{season::day(2026, 7, 1), "Veli"}); // July begins, and the note still waits
+        ASSERT_TRUE(disk.has(folder / "Tartim-2025-2026.jsonl"));
+        for (int time = 0; time < 2; ++time) EXPECT_FALSE(book.write(last, noted).isAnotherBook);
+        EXPECT_EQ(jobs(disk), lineIsWritten ? (std::vector<int>{1, 2, 0}) : (std::vector<int>{1, 0, 2}));
+        EXPECT_FALSE(firstFault(allLines(disk, folder)));
+    }
+}
+
+TEST(WeightBook, turnsNoTornLineIntoAnOldSeason)
+{
+    PowerCutDisk disk;
+    WeightBook book(disk, folder);
+    season::write(book, season::pressing(season::day(2026, 6, 29), "Ali", 100, 1));
+    const Pressing last = season::pressing(season::day(2026, 6, 30), "Ali", 100, 2);
+    const Place noted = book.place(last.moment).place;
+    book.write(last, noted);
+    PowerCutDisk::Image cut = disk.content(current);
+    cut.resize(cut.size() - 20);
+    disk.put(current, cut);
+    EXPECT_NE(book.place(season::day(2026, 7, 1)).cutOff, "");
+    book.write(last, noted);
+    EXPECT_EQ(jobs(disk), (std::vector<int>{1, 2}));
+    EXPECT_FALSE(firstFault(allLines(disk, folder)));
+}
+
+TEST(WeightBook, givesAWholeLastLineItsEndBack)
+{
+    PowerCutDisk disk;
+    WeightBook book(disk, folder);
+    for (const int job : {1, 2}) season::write(book, pressing(job));
+    const std::string whole = textOf(disk, current);
+    disk.put(current, {whole.begin(), whole.end() - 1});
+    const auto fault = firstFault(allLines(disk, folder));
+    ASSERT_TRUE(fault);
+    EXPECT_EQ(sentence(*fault), "2. satır (\"Tartim.jsonl\", dosyanın 2. satırı): yarım, satır sonu yok.");
+    EXPECT_EQ(book.place(pressing(3).moment).cutOff, "");
+    EXPECT_EQ(textOf(disk, current), whole);
+}
+
+/// What stands in the book's place then; nothing where it is gone.
+using Exchange = std::optional<std::string>;
+
+RowTable<Exchange> exchanges()
+{
+    PowerCutDisk other;
+    WeightBook book(other, folder);
+    for (int job = 11; job <= 16; ++job) season::write(book, pressing(job));
+    const std::string lines = textOf(other, current);
+    return {
+        {"nothing", std::nullopt},
+        {"an empty file", ""},
+        {"another book, longer", lines},
+        {"another book without its last line end", lines.substr(0, lines.size() - 1)},
+        {"another book, cut in a line", lines.substr(0, lines.size() - 300)},
+        {"a text", std::string(5000, 'x') + "\n" + std::string(700, 'y')},
+    };
+}
+
+TEST(WeightBook, losesNothingOfAFileThatWasExchangedUnderneath)
+{
+    for (const auto& [name, exchange] : exchanges())
+        for (const int before : {0, 1, 3}) {
+            PowerCutDisk disk;
+            WeightBook book(disk, folder);
+            for (int job = 1; job <= before; ++job) season::write(book, pressing(job));
+            const Place noted = book.place(pressing(9).moment).place;
+            if (disk.has(current)) disk.remove(current);
+            if (exchange) disk.put(current, {exchange->begin(), exchange->end()});
+            const WrittenLine written = book.write(pressing(9), noted);
+            EXPECT_TRUE(written.isAnotherBook || before == 0) << name << before;
+            const std::string text = textOf(disk, current);
+            if (exchange) {
+                EXPECT_TRUE(text.starts_with(*exchange) ||
+                            text.starts_with(exchange->substr(0, exchange->size() - written.replaced.size())))
+                    << name << before;
+                EXPECT_TRUE(written.replaced.empty() || exchange->ends_with(written.replaced)) << name << before;
+            }
+            const auto found = jobs(disk);
+            EXPECT_EQ(std::ranges::count(found, 9), 1) << name << before;
+            book.write(pressing(9), noted);
+            EXPECT_EQ(jobs(disk), found) << name << before;
+        }
+}
+
 TEST(WeightBook, refusesAPlaceWhereItCouldNotWrite)
 {
     PowerCutDisk disk;
     WeightBook book(disk, folder);
     season::write(book, pressing(1));
     disk.readOnly = true;
-    std::string cutOff;
-    EXPECT_THROW(book.place(pressing(2).moment, cutOff), files::Error);
+    EXPECT_THROW(book.place(pressing(2).moment), files::Error);
 }
 
 /// What the counter does around a pressing, on a disk that may stop anywhere: a note with fact and place, the line,
 /// the note struck out. `noted` stands for what survives of the note.
 struct Noted {
     Pressing fact;
-    std::uint64_t place = 0;
+    Place place;
 };
 
 void press(PowerCutDisk& disk, std::optional<Noted>& noted, int job)
 {
     WeightBook book(disk, folder);
-    std::string cutOff;
     Pressing fact = job < 4 ? pressing(job) : season::pressing(season::day(2026, 9, job), "Ali", 1000, job);
-    const auto place = book.place(fact.moment, cutOff);
+    const Place place = book.place(fact.moment).place;
     noted = Noted{fact, place};
     book.write(fact, place);
     noted.reset();

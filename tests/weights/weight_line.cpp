@@ -30,8 +30,9 @@ RowTable<Fact> facts()
         {"weighed", weighed()},
         {"typed", season::pressing(season::day(2024, 2, 29), "Ali", 1000, 3)},
         {"odd figures", odd},
-        {"deletion of all", Deletion{season::day(2025, 11, 20), {}}},
-        {"deletion of one", Deletion{season::day(2025, 11, 20), "Müşteri"}},
+        {"deletion of all", Deletion{season::day(2025, 11, 20), {}, 12, 3}},
+        {"deletion of one", Deletion{season::day(2025, 11, 20), "Müşteri", 2, 0}},
+        {"copy put back", Restore{season::day(2025, 11, 20), "Yag-2025-11-19.mdb", 17, 4}},
     };
 }
 
@@ -80,7 +81,7 @@ TEST(Line, isOneJsonObject)
 TEST(Line, ofAnotherWritingIsNotOurs)
 {
     // Sealed well enough, but with its numbers written otherwise: only what written() makes is a line.
-    const std::string text = written(1, Deletion{season::day(2025, 11, 20), {}}, noSeal);
+    const std::string text = written(1, Deletion{season::day(2025, 11, 20), {}, 0, 0}, noSeal);
     std::string other = text;
     other.replace(other.find("\"line\":1"), 8, "\"line\":1.0");
     EXPECT_FALSE(read(other));
