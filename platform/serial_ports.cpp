@@ -77,11 +77,27 @@ std::optional<std::string> linkTo(const fs::path& device, const std::string& fol
     return std::nullopt;
 }
 
+/// Two adapters that share a name have one link by that name, so one of them has none.
+bool namesAreShared(const SerialPortPlaces& places)
+{
+    const std::vector<std::string> adapters = usbAdapters(places.devices);
+    return std::any_of(adapters.begin(), adapters.end(), [&](const std::string& adapter) {
+        return !linkTo(places.devices / adapter, "by-id", places).has_value();
+    });
+}
+
+/// The link by which a remembered adapter is found.
+fs::path placeOf(const std::string& adapter, const SerialPortPlaces& places)
+{
+    const std::size_t stroke = std::min(adapter.find('|'), adapter.size());
+    const bool bySocket = stroke < adapter.size() && namesAreShared(places);
+    return places.devices / "serial" / (bySocket ? adapter.substr(stroke + 1) : adapter.substr(0, stroke));
+}
+
 bool isRemembered(const fs::path& device, const SerialPortPlaces& places, const RememberedAdapters& remembered)
 {
-    return std::any_of(remembered.begin(), remembered.end(), [&](const auto& adapter) {
-        return isSameDevice(places.devices / "serial" / adapter.second, device);
-    });
+    return std::any_of(remembered.begin(), remembered.end(),
+                       [&](const auto& adapter) { return isSameDevice(placeOf(adapter.second, places), device); });
 }
 
 /// The adapter that nobody remembers and that stands at this number when they are counted through from Com5 on.
@@ -106,19 +122,33 @@ std::optional<fs::path> serialPort(int number, const SerialPortPlaces& places, c
     const fs::path link = places.programDirectory / ("com" + std::to_string(number));
     if (fs::symlink_status(link, ignored).type() == fs::file_type::symlink) return link;
     if (auto fitted = mainboardPort(number, places)) return fitted;
-    if (const auto known = remembered.find(number); known != remembered.end())
-        return places.devices / "serial" / known->second;
+    if (const auto known = remembered.find(number); known != remembered.end()) return placeOf(known->second, places);
     return countedAdapter(number, places, remembered);
 }
 
 std::optional<std::string> stableName(const fs::path& device, const SerialPortPlaces& places)
 {
-    const std::vector<std::string> adapters = usbAdapters(places.devices);
-    const bool allHaveTheirOwn = std::all_of(adapters.begin(), adapters.end(), [&](const std::string& adapter) {
-        return linkTo(places.devices / adapter, "by-id", places).has_value();
-    });
-    if (auto name = linkTo(device, allHaveTheirOwn ? "by-id" : "by-path", places)) return name;
-    return linkTo(device, allHaveTheirOwn ? "by-path" : "by-id", places);
+    const bool shared = namesAreShared(places);
+    if (auto name = linkTo(device, shared ? "by-path" : "by-id", places)) return name;
+    return linkTo(device, shared ? "by-id" : "by-path", places);
+}
+
+std::optional<std::string> rememberedName(const fs::path& device, const SerialPortPlaces& places)
+{
+    const auto name = stableName(device, places);
+    const auto socket = linkTo(device, "by-path", places);
+    return name && socket && name != socket ? *name + '|' + *socket : name;
+}
+
+std::string stillRemembered(const std::string& adapter, const SerialPortPlaces& places)
+{
+    const std::size_t stroke = adapter.find('|');
+    return stroke != std::string::npos && namesAreShared(places) ? adapter.substr(stroke + 1) : adapter;
+}
+
+bool isOnMainboard(const fs::path& device)
+{
+    return device.filename().string().starts_with("ttyS") || realDevice(device).filename().string().starts_with("ttyS");
 }
 
 bool isThere(const fs::path& device)

@@ -18,7 +18,8 @@ struct SerialPortPlaces {
     std::filesystem::path classes = "/sys/class/tty"; ///< what the system knows about them
 };
 
-/// Which adapter a port number stands for, by the adapter's stable name.
+/// Which adapter a port number stands for: the adapter's stable name, and behind a stroke its socket's where both are
+/// known, "by-id/...|by-path/...".
 using RememberedAdapters = std::map<int, std::string>;
 
 /// The device behind port number n; nothing if there is none.
@@ -37,8 +38,18 @@ std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlac
 /// holds its serial number. Nothing for a device without such a name, as the ports of the mainboard are.
 std::optional<std::string> stableName(const std::filesystem::path& device, const SerialPortPlaces& places);
 
+/// What is to be remembered of an adapter: its stable name, and its socket for the day when a second one of that name
+/// is plugged in. Nothing for a device without a stable name.
+std::optional<std::string> rememberedName(const std::filesystem::path& device, const SerialPortPlaces& places);
+
+/// The same of an adapter that is remembered already: only its socket, where two adapters by now share a name.
+std::string stillRemembered(const std::string& adapter, const SerialPortPlaces& places);
+
 /// The device that a path stands for after all links, for showing to people.
 std::filesystem::path realDevice(const std::filesystem::path& path);
+
+/// The port is one of the mainboard's, not an adapter's; false where the system does not tell.
+bool isOnMainboard(const std::filesystem::path& device);
 
 /// Whether a device is there now; one that must not be looked at is.
 bool isThere(const std::filesystem::path& device);

@@ -81,6 +81,20 @@ std::optional<std::string> stableName(const std::filesystem::path& device, const
     return found;
 }
 
+std::optional<std::string> rememberedName(const std::filesystem::path& device, const SerialPortPlaces& places)
+{
+    return stableName(device, places);
+}
+
+std::string stillRemembered(const std::string& adapter, const SerialPortPlaces& /*places*/) { return adapter; }
+
+/// COM1 and COM2 by custom; an adapter may have any number.
+bool isOnMainboard(const std::filesystem::path& device)
+{
+    const std::string port = device.string();
+    return port == "COM1" || port == "COM2";
+}
+
 bool isThere(const std::filesystem::path& device)
 {
     char target[256]; // more than any name of a device's driver

@@ -46,7 +46,13 @@ PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory)
         const platform::RememberedAdapters adapters = remembered(memory);
         const auto path = platform::serialPort(number, places, adapters);
         if (!path) return std::nullopt;
-        return PortDevice{textOf(*path), adapters.contains(number) && !isLinkOfTheMill(*path, places)};
+        PortDevice device{textOf(*path)};
+        if (const auto known = adapters.find(number); known != adapters.end() && !isLinkOfTheMill(*path, places)) {
+            device.lasting = true;
+            const auto now = platform::rememberedName(*path, places);
+            device.moved = now && *now != known->second;
+        }
+        return device;
     };
 }
 
@@ -60,11 +66,13 @@ PortFinder systemPorts(const QString& programDirectory)
 void rememberAdapter(int number, const QString& path, const platform::SerialPortPlaces& places,
                      const AdapterMemory& memory)
 {
-    platform::RememberedAdapters adapters = remembered(memory);
-    if (adapters.contains(number) || isLinkOfTheMill(pathOf(path), places)) return;
-    const auto name = platform::stableName(pathOf(path), places);
-    if (!name || name->find(' ') != std::string::npos) return;
-    adapters[number] = *name;
+    if (isLinkOfTheMill(pathOf(path), places)) return;
+    const platform::RememberedAdapters before = remembered(memory);
+    platform::RememberedAdapters adapters = before;
+    for (auto& [known, adapter] : adapters) adapter = platform::stillRemembered(adapter, places);
+    const auto name = platform::rememberedName(pathOf(path), places);
+    if (name && name->find(' ') == std::string::npos) adapters[number] = *name;
+    if (adapters == before) return;
     QStringList entries;
     for (const auto& [known, adapter] : adapters)
         entries += QString::number(known) + u'=' + QString::fromStdString(adapter);

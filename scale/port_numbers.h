@@ -11,6 +11,7 @@ namespace scale {
 struct PortDevice {
     QString path;         ///< to be opened; may be a link that leads to another node after every plugging in
     bool lasting = false; ///< a certain adapter, which is the port's device also while its plug is out
+    bool moved = false;   ///< it is in another socket than it was remembered in, or another one of the same name is
 };
 
 /// Finds the device of a port number; nothing if there is none.
@@ -28,7 +29,8 @@ PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory =
 PortFinder systemPorts(const QString& programDirectory);
 
 /// The port of that number was opened, and this was its device: if that is an adapter with a name of its own, the
-/// number stands for it from now on, whatever node it gets.
+/// number stands for it from now on, whatever node it gets. Where two adapters share a name by now, each number keeps
+/// its adapter by the socket.
 void rememberAdapter(int number, const QString& path, const platform::SerialPortPlaces& places,
                      const AdapterMemory& memory);
 

@@ -1,6 +1,7 @@
 #include "scale/serial_line.h"
 
 #include "scale/comm_control.h"
+#include <QFile>
 #include <chrono>
 #include <utility>
 
@@ -12,6 +13,8 @@ namespace {
 
 /// Short beside the moment that a hand needs for a plug, long beside the work of looking for the device.
 constexpr auto betweenTries = 400ms;
+
+bool isThere(const QString& path) { return platform::isThere(QFile::encodeName(path).toStdString()); }
 
 void tell(const std::function<void()>& callback)
 {
@@ -66,7 +69,9 @@ void SerialLine::open(int number, const LineSettings& settings, FlowControl flow
 void SerialLine::plugIn()
 {
     const auto found = ports_(number_);
-    if (!found || (!found->lasting && others_.contains(found->path))) throw commError(errors::invalidPortNumber);
+    const bool isCertain = found && found->lasting && !found->moved;
+    if (!found || (!isCertain && others_.contains(shownDevice(found->path))))
+        throw commError(errors::invalidPortNumber);
     if (!isFeasible(settings_)) throw commError(errors::parametersRefused);
     ++session_;
     device_->open(found->path, settings_, flow_);
@@ -109,13 +114,17 @@ void SerialLine::plugPulled()
 {
     others_.clear();
     for (int number = platform::firstSerialPort; number <= platform::lastSerialPort; ++number)
-        if (const auto found = ports_(number); found && found->path != path_) others_.insert(found->path);
+        // Also what the number itself leads to by now, if that is an adapter of the same name in another socket.
+        if (const auto found = ports_(number); found && (found->path != path_ || found->moved) && isThere(found->path))
+            others_.insert(shownDevice(found->path));
     await();
     tell(pulled);
 }
 
 void SerialLine::tryAgain()
 {
+    // A node that has gone is free for ours.
+    others_.removeIf([](const QString& node) { return !isThere(node); });
     int why = 0;
     try {
         plugIn();

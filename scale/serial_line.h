@@ -18,7 +18,7 @@ namespace scale {
 ///
 /// Nothing is asked while the plug is in. While it is out, a few times a second is asked whether the device is back,
 /// never more often, so an adapter that comes and goes cannot keep the processor busy. A device that was there when the
-/// plug was pulled is another adapter's, and is left alone.
+/// plug was pulled is another adapter's, and is left alone: also one that shares the adapter's name.
 class SerialLine : public QObject {
 public:
     SerialLine(PortFinder ports, std::unique_ptr<SerialDevice> device);
@@ -60,7 +60,7 @@ private:
     FlowControl flow_ = FlowControl::none;
     QString path_;         ///< of the device that was opened last
     QSet<int> known_;      ///< numbers that have been open
-    QSet<QString> others_; ///< devices that were there when the plug was pulled
+    QSet<QString> others_; ///< nodes that were there when the plug was pulled, and still are
     QTimer retry_{this};
     int whyNotBack_ = 0;
     int session_ = 0; ///< one for each opening of a device: what was queued for an earlier one is void

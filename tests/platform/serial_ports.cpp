@@ -136,6 +136,24 @@ TEST(SerialPorts, adapterIsNamedByItsMakeAndNumberUnlessAnotherHasTheSameName)
     EXPECT_EQ(stableName(root / "dev/ttyUSB1", placesIn(root)), "by-path/pci-2");
 }
 
+TEST(SerialPorts, adapterIsFoundByItsSocketWhileAnotherHasTheSameName)
+{
+    const TemporaryFolder root;
+    const auto node = [&] {
+        const auto found = serialPort(5, placesIn(root), {{5, "by-id/usb-CH340|by-path/pci-1"}});
+        return found ? realDevice(*found).filename().string() : "";
+    };
+    plug(root, "ttyUSB0", {"by-path/pci-1", "by-id/usb-CH340"});
+    EXPECT_EQ(rememberedName(root / "dev/ttyUSB0", placesIn(root)), "by-id/usb-CH340|by-path/pci-1");
+    EXPECT_EQ(stillRemembered("by-id/usb-CH340|by-path/pci-1", placesIn(root)), "by-id/usb-CH340|by-path/pci-1");
+    EXPECT_EQ(node(), "ttyUSB0");
+
+    plug(root, "ttyUSB1", {"by-path/pci-2", "by-id/usb-CH340"}); // takes the link of the first
+    EXPECT_EQ(node(), "ttyUSB0");
+    EXPECT_EQ(rememberedName(root / "dev/ttyUSB1", placesIn(root)), "by-path/pci-2");
+    EXPECT_EQ(stillRemembered("by-id/usb-CH340|by-path/pci-1", placesIn(root)), "by-path/pci-1");
+}
+
 TEST(SerialPorts, lineIsHungUpWhenItsOtherEndHasGone)
 {
     const int master = ::posix_openpt(O_RDWR | O_NOCTTY);

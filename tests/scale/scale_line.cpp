@@ -269,6 +269,69 @@ private slots:
         QTRY_COMPARE(station.weight(), u"110"_s);
     }
 
+    void adapterOfTheSameNameIsAnothers()
+    {
+        // Two of one make without serial numbers: the name leads to the one that was plugged in last.
+        PlayedDevices devices(folder_->filePath(u"dev"_s));
+        const QString name = u"usb-1a86_USB_Serial"_s;
+        QString memory;
+        TeraziComm control(systemPorts(devices.places(), devices.memory(memory)));
+        QObject::connect(&control, &TeraziComm::deviceOpened, this, [&](int number, const QString& path) {
+            rememberAdapter(number, path, devices.places(), devices.memory(memory));
+        });
+        auto first = std::make_unique<PseudoTerminal>();
+        PseudoTerminal second;
+        devices.plug(*first, "ttyUSB0", name, "pci-1");
+        control.setCommPort(5);
+        KeepingStation station;
+        handle(control, station);
+        openQuietLine(control);
+        QCOMPARE(memory, u"5=by-id/usb-1a86_USB_Serial|by-path/pci-1"_s);
+        first->send("  100kg\r");
+        QTRY_COMPARE(station.weight(), u"100"_s);
+
+        devices.plug(second, "ttyUSB1", name, "pci-2");
+        devices.pull("ttyUSB0", name, "pci-1");
+        devices.nameTo("ttyUSB1", name); // as the system does now
+        first->pullOut();
+        QTRY_VERIFY(!control.isPluggedIn());
+        QTest::qWait(1000);
+        QVERIFY(!control.isPluggedIn());
+
+        // In the first socket again, whichever of the two the name leads to.
+        for (const char* const named : {"ttyUSB1", "ttyUSB0"}) {
+            first = std::make_unique<PseudoTerminal>();
+            devices.plug(*first, "ttyUSB0", {}, "pci-1");
+            devices.nameTo(named, name);
+            QTRY_VERIFY(control.isPluggedIn());
+            QTRY_VERIFY(control.hearsWholeLines());
+            second.send("  900kg\r");
+            first->send("  110kg\r");
+            QTRY_COMPARE(station.weight(), u"110"_s);
+            QCOMPARE(memory, u"5=by-path/pci-1"_s);
+            devices.pull("ttyUSB0", {}, "pci-1");
+            devices.nameTo("ttyUSB1", name);
+            first->pullOut();
+            QTRY_VERIFY(!control.isPluggedIn());
+        }
+    }
+
+    void adapterWithoutASecondOneIsFoundInAnySocket()
+    {
+        PlayedDevices devices(folder_->filePath(u"dev"_s));
+        QString memory = u"5=by-id/usb-1a86_USB_Serial|by-path/pci-1"_s;
+        TeraziComm control(systemPorts(devices.places(), devices.memory(memory)));
+        control.setCommPort(5);
+        PseudoTerminal line;
+        devices.plug(line, "ttyUSB0", "usb-1a86_USB_Serial", "pci-2");
+        control.setPortOpen(true);
+        QVERIFY(control.isPluggedIn());
+        rememberAdapter(5, u"/nobody-there"_s, devices.places(), devices.memory(memory));
+        QCOMPARE(memory, u"5=by-id/usb-1a86_USB_Serial|by-path/pci-1"_s);
+        rememberAdapter(5, folder_->filePath(u"dev/ttyUSB0"_s), devices.places(), devices.memory(memory));
+        QCOMPARE(memory, u"5=by-id/usb-1a86_USB_Serial|by-path/pci-2"_s);
+    }
+
     void rememberedAdapterCanBeOpenedBeforeItIsPluggedIn()
     {
         PlayedDevices devices(folder_->filePath(u"dev"_s));
