@@ -86,6 +86,20 @@ ScaleFinder::~ScaleFinder() { leave(); }
 void ScaleFinder::start()
 {
     stop();
+    left_ = portsThatAreThere();
+    portCount_ = std::max(1, static_cast<int>(left_.size()));
+    const auto last = std::ranges::find(left_, lastFound_, &Port::number);
+    if (last != left_.end()) std::rotate(left_.begin(), last + 1, left_.end());
+    searching_ = true;
+    anyBytes_ = false;
+    anyPort_ = false;
+    nextPort();
+}
+
+/// Adapters first: a scale hangs on one as a rule, and most ports of a mainboard on nothing.
+std::vector<ScaleFinder::Port> ScaleFinder::portsThatAreThere() const
+{
+    std::vector<Port> ports;
     QSet<QString> devices;
     for (int number = platform::firstSerialPort; number <= platform::lastSerialPort; ++number) {
         const auto found = ports_(number);
@@ -93,14 +107,10 @@ void ScaleFinder::start()
         const QString device = shownDevice(found->path); // one device may have two numbers
         if (devices.contains(device)) continue;
         devices.insert(device);
-        left_.push_back(number);
+        ports.push_back({number, platform::isOnMainboard(QFile::encodeName(found->path).toStdString())});
     }
-    const auto behind = std::ranges::find_if(left_, [this](int number) { return number > lastFound_; });
-    std::rotate(left_.begin(), behind, left_.end());
-    searching_ = true;
-    anyBytes_ = false;
-    anyPort_ = false;
-    nextPort();
+    std::ranges::stable_partition(ports, [](const Port& port) { return !port.onMainboard; });
+    return ports;
 }
 
 void ScaleFinder::stop()
@@ -109,6 +119,7 @@ void ScaleFinder::stop()
     searching_ = false;
     left_.clear();
     attempts_.clear();
+    hurried_.clear();
 }
 
 void ScaleFinder::nextPort()
@@ -121,8 +132,10 @@ void ScaleFinder::nextPort()
                                    : u"Bayt geldi, ama tanınan bir terazi değil."_s);
         return;
     }
-    port_ = left_.front();
+    port_ = left_.front().number;
     left_.erase(left_.begin());
+    bytesOnThisPort_ = false;
+    hurried_.clear();
     attempts_.clear();
     for (const int speed : usualSpeeds) attempts_.push_back({speed, 'n'});
     nextAttempt();
@@ -156,8 +169,14 @@ void ScaleFinder::listen()
         patienceEnds_.start(0ms);
         return;
     }
-    // By now it is known that bytes come.
-    patienceEnds_.start(attempt_.parity == 'n' ? patience_.silent : patience_.silent / 2);
+    patienceEnds_.start(patienceWithSilence());
+}
+
+std::chrono::milliseconds ScaleFinder::patienceWithSilence() const
+{
+    if (!bytesOnThisPort_) return std::max(patience_.shortest, patience_.silent / portCount_);
+    // With parity it is known that bytes come.
+    return attempt_.parity == 'n' ? patience_.silent : patience_.silent / 2;
 }
 
 void ScaleFinder::hear()
@@ -165,12 +184,17 @@ void ScaleFinder::hear()
     bytes_ += device_->readAll();
     if (bytes_.isEmpty()) return;
     anyBytes_ = true;
+    if (!std::exchange(bytesOnThisPort_, true)) {
+        patienceEnds_.start(patienceWithSilence());
+        attempts_.insert(attempts_.end(), hurried_.begin(), hurried_.end());
+    }
     if (!look_.isActive()) look_.start();
 }
 
 void ScaleFinder::timeIsUp()
 {
     if (recogniseBytes(true)) return;
+    if (!bytesOnThisPort_) hurried_.push_back(attempt_);
     // Where bytes come that nobody understands, the frame may be another.
     if (!bytes_.isEmpty() && attempt_.parity == 'n')
         for (const char parity : {'e', 'o'}) attempts_.push_back({attempt_.speed, parity});

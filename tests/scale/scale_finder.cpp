@@ -24,7 +24,7 @@ namespace {
 /// How a played scale sends: its speed and what becomes of a byte of 7 bits.
 enum class Bits { eightBits, sevenEven, sevenOdd };
 
-/// A scale on a pseudo-terminal that streams ten frames a second. Speed is nothing to such a line, so the scale looks
+/// A scale on a pseudo-terminal that streams 25 frames a second. Speed is nothing to such a line, so the scale looks
 /// at the speed that the listener has set: at another one than its own it sends what such a line would bring, nonsense.
 class PlayedScale {
 public:
@@ -32,7 +32,7 @@ public:
         : format_(&format), speed_(speed), frame_(frame)
     {
         QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { sendOne(); });
-        timer_.start(100ms);
+        timer_.start(40ms);
     }
 
     PseudoTerminal line;
@@ -69,13 +69,19 @@ private:
     QTimer timer_;
 };
 
+/// For scales that say more in a second than they would at a mill.
+constexpr FinderPatience quick{700ms, 2000ms, 100ms};
+
 /// A search on one played line, all its own, so that many can run beside each other.
 struct Search {
-    Search(const QString& folder, const LineFormat& format, int speed, Bits frame = Bits::eightBits)
+    Search(const QString& folder, const LineFormat& format, int speed, Bits frame = Bits::eightBits,
+           FinderPatience patience = quick, const QString& node = u"ttyUSB0"_s, const QStringList& silentNodes = {})
         : devices(folder), played(format, speed, frame),
-          finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish())
+          finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish(), patience)
     {
-        devices.plug(played.line, "ttyUSB0");
+        devices.plug(played.line, node);
+        for (const QString& silent : silentNodes)
+            devices.plug(*silentLines.emplace_back(std::make_unique<PseudoTerminal>()), silent);
         QObject::connect(&finder, &ScaleFinder::found, &finder, [this](const FoundScale& scale) { found = scale; });
         QObject::connect(&finder, &ScaleFinder::notFound, &finder,
                          [this](const QString& sentence) { lost = sentence; });
@@ -86,6 +92,7 @@ struct Search {
 
     PlayedDevices devices;
     PlayedScale played;
+    std::vector<std::unique_ptr<PseudoTerminal>> silentLines;
     ScaleFinder finder;
     QElapsedTimer clock;
     std::optional<FoundScale> found;
@@ -123,6 +130,9 @@ private slots:
     void countersOwnLinesAreFoundAsTheyAre();
     void linesThatTheCounterWouldMisreadAreNotFoundAsTheyAre();
     void silentLineIsTold();
+    void adapterIsFoundBesideFourSilentPorts();
+    void scaleOnAPortOfTheMainboardIsFoundBesideSilentOnes();
+    void silentPortsShareTheTimeOfOne();
     void nothingPluggedInIsTold();
     void stoppedSearchLeavesTheLine();
 
@@ -145,7 +155,7 @@ void ScaleFinderTest::everyFormatIsFoundAtEverySpeed()
         for (std::size_t s = 0; s < speeds.size(); ++s)
             if (allSpeeds || s == i % speeds.size()) wanted.push_back({&lineFormats()[i], speeds[s], nullptr});
     // So many beside each other as a busy machine plays in time.
-    constexpr std::size_t together = 12;
+    constexpr std::size_t together = 24;
     qint64 slowest = 0;
     int exact = 0;
     QStringList missed;
@@ -210,7 +220,7 @@ void ScaleFinderTest::countersOwnLinesAreFoundAsTheyAre()
 
 void ScaleFinderTest::linesThatTheCounterWouldMisreadAreNotFoundAsTheyAre()
 {
-    Search search(folder_.filePath(u"point"_s), *lineFormatNamed("st-gs"), 9600);
+    Search search(folder_.filePath(u"point"_s), *lineFormatNamed("st-gs"), 9600, Bits::eightBits, {200ms, 500ms, 50ms});
     search.played.plain = "  12.5kg\r";
     QTRY_VERIFY_WITH_TIMEOUT(search.over(), 90000);
     QVERIFY(!search.found);
@@ -228,6 +238,45 @@ void ScaleFinderTest::silentLineIsTold()
     QVERIFY(lost.wait(10000));
     QVERIFY2(lost.first().first().toString().startsWith(u"Hiçbir porttan bayt gelmedi"_s),
              qPrintable(lost.first().first().toString()));
+}
+
+void ScaleFinderTest::adapterIsFoundBesideFourSilentPorts()
+{
+    Search search(folder_.filePath(u"beside"_s), *lineFormatNamed("st-gs"), 4800, Bits::eightBits, {}, u"ttyUSB0"_s,
+                  {u"ttyS0"_s, u"ttyS1"_s, u"ttyS2"_s, u"ttyS3"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
+    QVERIFY2(search.found, qPrintable(search.lost));
+    QCOMPARE(search.found->port, 5);
+    // No time was spent on the others: at the most the patience for 9600, and some lines at 4800.
+    QVERIFY2(search.clock.elapsed() < 6000, qPrintable(QString::number(search.clock.elapsed())));
+}
+
+void ScaleFinderTest::scaleOnAPortOfTheMainboardIsFoundBesideSilentOnes()
+{
+    Search search(folder_.filePath(u"mainboard"_s), *lineFormatNamed("st-gs"), 4800, Bits::eightBits, quick, u"ttyS3"_s,
+                  {u"ttyS0"_s, u"ttyS1"_s, u"ttyS2"_s, u"ttyUSB0"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
+    QVERIFY2(search.found, qPrintable(search.lost));
+    QCOMPARE(search.found->port, 4);
+    QCOMPARE(search.found->settings.speed, 4800);
+}
+
+void ScaleFinderTest::silentPortsShareTheTimeOfOne()
+{
+    // A tenth of the usual patience.
+    const FinderPatience tenth{250ms, 600ms, 40ms};
+    PlayedDevices devices(folder_.filePath(u"shared"_s));
+    std::vector<std::unique_ptr<PseudoTerminal>> lines;
+    for (const char* const node : {"ttyS0", "ttyS1", "ttyS2", "ttyS3", "ttyUSB0"})
+        devices.plug(*lines.emplace_back(std::make_unique<PseudoTerminal>()), QLatin1StringView(node));
+    ScaleFinder finder(systemPorts(devices.places()), systemSerialDevice, base::Regional::turkish(), tenth);
+    QSignalSpy lost(&finder, &ScaleFinder::notFound);
+    QElapsedTimer clock;
+    clock.start();
+    finder.start();
+    QVERIFY(lost.wait(20000));
+    qInfo("five silent ports: %lld ms of a tenth of the usual patience", static_cast<long long>(clock.elapsed()));
+    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
 }
 
 void ScaleFinderTest::nothingPluggedInIsTold()
