@@ -3,11 +3,14 @@
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QString>
+#include <chrono>
 #include <memory>
+#include <vector>
 
 namespace scale {
 
 struct LineFormat;
+struct Heard;
 
 /// How what arrives from the scale is read.
 struct ReadingChoice {
@@ -35,10 +38,12 @@ public:
 
     /// The newest weight that these bytes have brought, as a line; empty where they brought none.
     QByteArray read(const QByteArray& bytes);
-    /// The same after no byte has come for longer than a scale pauses inside a line.
-    QByteArray silence();
+    /// The same after no byte has come for so long, which is longer than a scale pauses inside a line.
+    QByteArray silence(std::chrono::milliseconds length);
     /// Nobody has read the line that was given last: where only still weights count, the load has still to be taken.
     void notTaken();
+    /// The line was away for a while: nothing is known of its bytes, and the load that was taken last stays taken.
+    void beginAnew();
 
     const QByteArray& frame() const { return frame_; } ///< the scale's own bytes of the line that was given last
     /// Why what came last gave no weight, in Turkish; empty while weights come.
@@ -46,7 +51,8 @@ public:
 
 private:
     struct Parts;
-    template <class HeardList> QByteArray lineOf(const HeardList& heard);
+    QByteArray lineOf(const std::vector<Heard>& heard);
+    bool isToBeTaken(const Heard& heard);
 
     std::unique_ptr<Parts> parts_;
     bool stillOnly_;

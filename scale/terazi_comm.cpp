@@ -3,6 +3,7 @@
 #include "base/code_page.h"
 #include "base/patterns.h"
 #include "platform/serial_ports.h"
+#include "scale/formats/confirmation.h"
 #include "scale/formats/recogniser.h"
 #include "scale/weight_line.h"
 #include <QScopeGuard>
@@ -129,14 +130,20 @@ void TeraziComm::listenAfresh()
     lineFeedMayFollow_ = false;
     wholeLines_ = false;
     forgetUnderstanding();
-    if (const LineFormat* const format = formatOf(choice_))
-        formatted_ = std::make_unique<FormattedLine>(*format, choice_.stillOnly, regional_->decimal);
+    if (const LineFormat* const format = formatOf(choice_)) {
+        if (!resting_.line || resting_.port != commPort_ || resting_.choice != choice_)
+            resting_ = {commPort_, choice_,
+                        std::make_unique<FormattedLine>(*format, choice_.stillOnly, regional_->decimal)};
+        formatted_ = std::move(resting_.line);
+        formatted_->beginAnew();
+    }
+    sinceBytes_.start();
     quiet_.start(silence());
 }
 
 void TeraziComm::forgetUnderstanding()
 {
-    formatted_.reset();
+    if (formatted_) resting_.line = std::move(formatted_);
     overheard_.clear();
     sinceLook_.start();
     const QString told = std::exchange(hint_, {}) + std::exchange(toldWhy_, {});
@@ -243,6 +250,7 @@ void TeraziComm::gather()
 void TeraziComm::gatherFrames(const QByteArray& bytes)
 {
     wholeLines_ = true;
+    sinceBytes_.start();
     holdWeight(formatted_->read(bytes));
     quiet_.start(silence());
 }
@@ -314,8 +322,17 @@ void TeraziComm::quietEnded()
 void TeraziComm::silenceEnded()
 {
     wholeLines_ = true;
-    if (formatted_) return holdWeight(formatted_->silence());
+    if (formatted_) return formatSilenceEnded();
     if (!pending_.isEmpty()) announceAll();
+}
+
+/// A line in a format falls silent in three steps: half a line is given up, a print is over, and long silence.
+void TeraziComm::formatSilenceEnded()
+{
+    const std::chrono::milliseconds length(sinceBytes_.elapsed());
+    holdWeight(formatted_->silence(length));
+    for (const std::chrono::milliseconds next : {Confirmation::afterAPrint, Confirmation::betweenPrints})
+        if (length < next) return quiet_.start(next - length);
 }
 
 void TeraziComm::forgetOldBursts()

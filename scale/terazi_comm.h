@@ -44,10 +44,12 @@ namespace scale {
 ///
 /// By readAs() the line is read in a format. Then a weight that counts is handed out by itself, as a line of the shape
 /// that handlers know, as soon as its frame is in; all of the above about fragments and tails is the format's business.
+/// Which load was taken last is remembered over a pulled plug and a closed port, while port and choice stay the same.
 /// As it is, the stream is looked at as well, at the most every two seconds while bytes come: see hint().
 ///
-/// Timers run only while bytes wait, while the plug is out, and for one silence() after opening: an idle control uses
-/// no processor time. Design-time state: port 1, "9600,n,8,1", no flow control, closed.
+/// Timers run only while bytes wait, while the plug is out, for one silence() after opening, and where a format is read
+/// for five seconds after the last byte: an idle control uses no processor time. Design-time state: port 1,
+/// "9600,n,8,1", no flow control, closed.
 class TeraziComm : public QObject, public CommControl {
     Q_OBJECT
 
@@ -132,6 +134,7 @@ private:
     void passTail(QByteArray& bytes);
     void quietEnded();
     void silenceEnded();
+    void formatSilenceEnded();
     void forgetOldBursts();
     void announceLines();
     void announceAll();
@@ -154,13 +157,20 @@ private:
     ReadingChoice choice_;
     std::optional<base::Regional> regional_;   ///< of the choice; nothing: there was none
     std::unique_ptr<FormattedLine> formatted_; ///< of an open line that is read in a format
-    QByteArray overheard_;                     ///< the last of a stream that is taken as it is
-    QElapsedTimer sinceLook_;                  ///< at that stream
+    /// The one of a line that was read in a format and is away for a while.
+    struct {
+        int port = 0;
+        ReadingChoice choice;
+        std::unique_ptr<FormattedLine> line;
+    } resting_;
+    QByteArray overheard_;    ///< the last of a stream that is taken as it is
+    QElapsedTimer sinceLook_; ///< at that stream
     QString hint_;
     QString toldWhy_;
     bool wholeLines_ = false;
     bool lineFeedMayFollow_ = false;
-    QTimer quiet_{this};    ///< restarted by every fragment
+    QTimer quiet_{this}; ///< restarted by every fragment
+    QElapsedTimer sinceBytes_;
     QTimer lastCall_{this}; ///< after silence: what arrived while the program was busy gets its turn first
     QTimer deadline_{this}; ///< started by the first carriage return that waits
 

@@ -68,7 +68,11 @@ Gerçek terazi:
   --read AD         baytları standart girdiden oku; sayılan her tartım bir satır:
                     kilo (noktalı), sekme, stable, moving, gross, net ya da unknown.
                     AD yerine auto: biçim gelenden tanınır, kesin değilse susulur.
-                    Bozuk hatta bir ağırlık ancak yeniden gelince sayılır.
+                    Baytların zamanı yoktur, ara da görülmez: girdi bitince yazılır.
+                    Hepsi sağlam satırsa her tartım sayılır; iki ve iki eşit arasında
+                    tek kalan sayılmaz. Bir yeri bile bozuksa bir ağırlık ancak 16
+                    satırda dört (64'te altı) kez gelince sayılır; sağlama varsa iki
+                    (üç) kez. Canlı hat için: --listen
 
   --help            bu metin
 

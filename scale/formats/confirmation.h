@@ -1,74 +1,67 @@
 #pragma once
 
-#include "scale/formats/reading.h"
+#include "scale/formats/repetition.h"
 
+#include <chrono>
 #include <cstddef>
-#include <deque>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace scale {
 
-/// Which of the weights that whole frames say count.
+/// Which of the weights of a live line count, as its frames come in.
 ///
 /// A byte that the line has changed can turn one digit into another, and most formats have no checksum that would show
-/// it; a sum or an exclusive or misses some pairs of changed bytes. So a weight counts when its frame has a checksum,
-/// when the two frames before said the same, or when the line falls silent behind it (a scale that prints on a key).
+/// it. So a weight counts when three frames in a row say it. One with a checksum counts at once, after the first 16
+/// frames of a line have been whole.
 ///
-/// Where one byte in a hundred is changed even that is not enough. But most frames that are hit are frames no more, so
-/// a disturbed line tells on itself: from the first noise on, and until 200 whole frames have come in a row, a weight
-/// counts only when it makes 4 of the last 16 (2 where a checksum stands behind it). Frames that come one by one, each
-/// between two silences, count there when two of them say the same, and then the line is trusted again.
+/// A weight that comes alone, behind a key of the scale, can have no such proof. It counts when nothing follows for
+/// afterAPrint: by then a scale that streams, however slowly, would have said something. Two such prints are more than
+/// betweenPrints apart, or say the same; what comes more often is a slow stream, and needs its three frames.
 ///
-/// What no reader can see: a load that lies there for many lines, of which four or more are changed to the same other
-/// weight within 16.
+/// Most frames that are hit are frames no more, so a disturbed line tells on itself: from the first noise on, and until
+/// 200 whole frames have come in a row, a weight counts only when it comes often (Repetition::cameOften), or when three
+/// prints in a row say it.
+///
+/// What no reader can see: a single print without a checksum, one digit of which is changed, on a line that has shown
+/// no noise yet; a load that lies there for many lines, of which four or more are changed to the same other weight
+/// within 16.
 class Confirmation {
 public:
-    enum class Keep {
-        /// For a screen: a weight that counts does away with older ones that still wait.
-        newest,
-        /// For a list: all that count, in their order, the later ones waiting for the earlier. 200 whole frames in a
-        /// row
-        /// vouch for each other here, so that also weights that change from line to line are listed.
-        every,
-    };
+    static constexpr std::chrono::milliseconds afterAPrint{1000};
+    static constexpr std::chrono::milliseconds betweenPrints{5000};
 
-    explicit Confirmation(Keep keep) : keep_(keep) {}
-
-    void hear(Reading reading, bool checked);
+    /// True when this weight counts.
+    bool hear(const Reading& reading, bool checked);
     /// A whole frame that carries no weight.
     void hearOther();
     /// Bytes that belong to no frame.
     void hearNoise();
-    void fallSilent();
 
-    /// The weights that count by now and have not been taken yet, oldest first.
-    std::vector<Reading> take();
-    /// The line is disturbed: weights wait for others that say the same.
-    bool isDisturbed() const { return trust_ == Trust::disturbed; }
-
-private:
-    enum class Trust { usual, disturbed, sound };
-    struct Waiting {
+    /// A weight that came before a silence.
+    struct Print {
         Reading reading;
-        std::string said; ///< weight and rest: what must come again
-        std::size_t place = 0;
         bool counts = false;
     };
+    /// No byte has come for so long; to be told when afterAPrint and betweenPrints are over. Gives the weight that came
+    /// alone, once.
+    std::optional<Print> fallSilent(std::chrono::milliseconds length);
 
+    /// The line is disturbed: weights wait for others that say the same.
+    bool isDisturbed() const { return disturbed_; }
+
+private:
     void countFrame();
-    bool standsAlone() const;
-    bool cameOften(const std::string& said, bool checked) const;
 
-    Keep keep_;
-    Trust trust_ = Trust::usual;
-    std::size_t framesInARow_ = 0;
-    std::deque<std::string> recent_; ///< what the last frames said, the newest last
-    std::deque<Waiting> waiting_;
-    std::size_t heard_ = 0;         ///< weights in all
-    std::size_t framesInBurst_ = 0; ///< since the last silence
+    Repetition repetition_;
+    bool disturbed_ = false;
+    std::size_t framesInARow_ = 0;  ///< whole ones
+    std::size_t framesInBurst_ = 0; ///< since the last silence of afterAPrint
     bool noiseInBurst_ = false;
-    std::string lastAlone_; ///< what the last frame between two silences said
+    bool rested_ = true;             ///< no frame had come for betweenPrints when this burst began
+    std::optional<Reading> waiting_; ///< of this burst, the last that did not count
+    std::string lastPrint_;          ///< what it said
+    int equalPrints_ = 0;            ///< in a row
 };
 
 } // namespace scale

@@ -11,12 +11,20 @@ std::vector<Heard> LineReader::read(std::string_view bytes)
     return heard;
 }
 
-std::vector<Heard> LineReader::silence()
+std::vector<Heard> LineReader::silence(std::chrono::milliseconds length)
 {
     std::vector<Heard> heard;
     hear(framer_.silence(), heard);
-    confirmation_.fallSilent();
-    take(heard);
+    if (std::optional<Confirmation::Print> print = confirmation_.fallSilent(length)) {
+        Heard one;
+        one.alone = true;
+        one.bytes = print->reading.bytes;
+        if (print->counts)
+            one.reading = std::move(print->reading);
+        else
+            one.refusal = Refusal::unconfirmedPrint;
+        heard.push_back(std::move(one));
+    }
     return heard;
 }
 
@@ -24,24 +32,20 @@ void LineReader::hear(std::vector<Framed> framed, std::vector<Heard>& heard)
 {
     for (Framed& one : framed) {
         if (one.isNoise) confirmation_.hearNoise();
+        Heard told;
+        told.refusal = one.refusal;
+        told.bytes = std::move(one.bytes);
         if (one.reading) {
-            confirmation_.hear(std::move(*one.reading), one.checked);
-            const std::size_t before = heard.size();
-            take(heard);
-            if (heard.size() == before && isDisturbed())
-                heard.push_back({std::nullopt, Refusal::unconfirmed, std::move(one.bytes)});
-            continue;
+            if (confirmation_.hear(*one.reading, one.checked)) {
+                told.reading = std::move(one.reading);
+            } else {
+                told.unconfirmed = std::move(one.reading);
+                if (isDisturbed()) told.refusal = Refusal::unconfirmed;
+            }
+        } else if (one.isFrame) {
+            confirmation_.hearOther();
         }
-        if (one.isFrame) confirmation_.hearOther();
-        heard.push_back({std::nullopt, one.refusal, std::move(one.bytes)});
-    }
-}
-
-void LineReader::take(std::vector<Heard>& heard)
-{
-    for (Reading& reading : confirmation_.take()) {
-        std::string bytes = reading.bytes;
-        heard.push_back({std::move(reading), std::nullopt, std::move(bytes)});
+        heard.push_back(std::move(told));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "scale/formats/reading.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace scale {
 
@@ -25,6 +26,8 @@ std::string_view sentenceOf(Refusal refusal)
         return "satır yarım kaldı";
     case Refusal::unconfirmed:
         return "hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor";
+    case Refusal::unconfirmedPrint:
+        return "tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin";
     }
     return {};
 }
@@ -58,6 +61,8 @@ Decimal inKilograms(Decimal weight, Unit unit)
     }
     return shortened(weight);
 }
+
+double approximately(Decimal number) { return static_cast<double>(number.digits) * std::pow(10.0, -number.decimals); }
 
 std::string toText(Decimal number)
 {

@@ -43,10 +43,11 @@ enum class Refusal {
     invalid, ///< the scale itself says that it has no weight
     tare,    ///< a tare is no weight of a load
     wrongChecksum,
-    unknownUnit,  ///< a unit that is none of the four, or left out while the load moves
-    unknownBytes, ///< no frame of the format
-    halfLine,     ///< the line fell silent in the middle of a frame
-    unconfirmed,  ///< on a disturbed line only a weight that comes again counts
+    unknownUnit,      ///< a unit that is none of the four, or left out while the load moves
+    unknownBytes,     ///< no frame of the format
+    halfLine,         ///< the line fell silent in the middle of a frame
+    unconfirmed,      ///< on a disturbed line only a weight that comes again counts
+    unconfirmedPrint, ///< the same, of a line that came alone
 };
 
 /// For the status line, in Turkish (UTF-8), without a full stop.
@@ -60,6 +61,9 @@ std::string toText(Decimal number);
 
 /// The same number without zeros behind its mark.
 Decimal shortened(Decimal number);
+
+/// For comparing with a part of another weight; not for showing.
+double approximately(Decimal number);
 
 /// The line in which the counter's own scale would say the weight: digits, `decimalMark`, "kg", a carriage return.
 /// Decimals that do not fit into the seven characters that the counter keeps are cut off, never rounded: the counter

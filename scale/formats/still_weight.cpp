@@ -5,30 +5,45 @@ namespace scale {
 namespace {
 
 constexpr StillWeight::Time standsAfter{500};
+constexpr StillWeight::Time growsFor{60'000};
+constexpr double leastGrowth = 1.01;
+constexpr double mostLeft = 0.02;
 
-}
+} // namespace
 
-bool StillWeight::takes(const Reading& reading, Time now)
+void StillWeight::hear(const Reading& reading, Time now)
 {
     if (reading.rest == Rest::moving) {
         equalWeight_.reset();
-        return false;
-    }
-    if (equalWeight_ != reading.kilograms) {
+    } else if (equalWeight_ != reading.kilograms) {
         equalWeight_ = reading.kilograms;
         equalSince_ = now;
     }
-    const bool equalForLong = now - equalSince_ >= standsAfter;
-    if (reading.kilograms.digits <= 0) {
-        if (equalForLong || reading.rest == Rest::stable) taken_.reset();
-        return false;
-    }
-    if (reading.rest != Rest::stable && !equalForLong) return false;
-    if (taken_ == reading.kilograms) return false;
-    taken_ = reading.kilograms;
-    return true;
+    heard_ = now;
 }
 
-void StillWeight::reset() { *this = StillWeight(); }
+StillWeight::Verdict StillWeight::judge(const Reading& reading, bool alone)
+{
+    const bool equalForLong = equalWeight_ == reading.kilograms && heard_ - equalSince_ >= standsAfter;
+    if (reading.rest == Rest::moving || (reading.rest != Rest::stable && !equalForLong)) return Verdict::notStanding;
+    const double weight = approximately(reading.kilograms);
+    if (weight <= 0) {
+        last_ = before_ = {};
+        return Verdict::empty;
+    }
+    if (!last_.weight && weight <= last_.left) return Verdict::empty;
+    if (last_.weight == reading.kilograms) return Verdict::sameLoad;
+    if (last_.weight && !alone) {
+        const double taken = approximately(*last_.weight);
+        if (weight <= taken * mostLeft) {
+            last_ = before_ = {std::nullopt, taken * mostLeft, {}};
+            return Verdict::empty;
+        }
+        if (weight < taken * leastGrowth || heard_ - last_.at > growsFor) return Verdict::loadStays;
+    }
+    before_ = last_;
+    last_ = {reading.kilograms, 0, heard_};
+    return Verdict::taken;
+}
 
 } // namespace scale

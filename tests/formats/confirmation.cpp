@@ -10,108 +10,127 @@
 #include <vector>
 
 using namespace scale;
-using Keep = Confirmation::Keep;
+using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
 
 namespace {
 
 Reading weight(std::int64_t kilograms) { return {{kilograms, 0}, Rest::stable, Load::unknown, {}}; }
 
-Texts taken(Confirmation& confirmation)
-{
-    Texts texts;
-    for (const Reading& reading : confirmation.take()) texts.push_back(toText(reading.kilograms));
-    return texts;
-}
-
 /// What counts at once of these weights, one after the other without a pause.
 Texts heard(Confirmation& confirmation, const std::vector<std::int64_t>& weights, bool checked = false)
 {
     Texts all;
-    for (const std::int64_t kilograms : weights) {
-        confirmation.hear(weight(kilograms), checked);
-        for (const std::string& text : taken(confirmation)) all.push_back(text);
-    }
+    for (const std::int64_t kilograms : weights)
+        if (confirmation.hear(weight(kilograms), checked)) all.push_back(std::to_string(kilograms));
     return all;
+}
+
+/// What a silence of this length says of the weight before it: "1240", "1240?" for one that does not count.
+std::string silence(Confirmation& confirmation, std::chrono::milliseconds length)
+{
+    const std::optional<Confirmation::Print> print = confirmation.fallSilent(length);
+    return print ? toText(print->reading.kilograms) + (print->counts ? "" : "?") : "";
+}
+
+/// A weight printed on a key, long after anything else.
+std::string printed(Confirmation& confirmation, std::int64_t kilograms, bool noise = false)
+{
+    confirmation.hear(weight(kilograms), false);
+    if (noise) confirmation.hearNoise();
+    const std::string told = silence(confirmation, 1000ms);
+    EXPECT_EQ(silence(confirmation, 5000ms), "");
+    return told;
 }
 
 } // namespace
 
-TEST(ConfirmationOnAScreen, waitsForTheThirdLineThatSaysTheSame)
+TEST(Confirmation, waitsForTheThirdLineThatSaysTheSame)
 {
-    Confirmation confirmation(Keep::newest);
+    Confirmation confirmation;
     EXPECT_EQ(heard(confirmation, {1234, 1234, 1234, 1234}), (Texts{"1234", "1234"}));
-    EXPECT_EQ(heard(confirmation, {1734, 1234, 1234, 1234}), Texts{"1234"}); // one digit was changed once
+    EXPECT_EQ(heard(confirmation, {1734, 1240, 1240, 1240}), Texts{"1240"}); // one digit was changed once
 }
 
-TEST(ConfirmationOnAScreen, takesACheckedLineAtOnce)
+TEST(Confirmation, takesACheckedLineAtOnceBehindSixteenWholeOnes)
 {
-    Confirmation confirmation(Keep::newest);
-    EXPECT_EQ(heard(confirmation, {1234, 1240}, true), (Texts{"1234", "1240"}));
+    Confirmation confirmation;
+    EXPECT_EQ(heard(confirmation, {1234, 1240}, true), Texts());
+    EXPECT_EQ(heard(confirmation, {1240}, true), Texts{"1240"}); // twice is enough before that
+    for (int i = 0; i < 13; ++i) confirmation.hearOther();
+    EXPECT_EQ(heard(confirmation, {1300, 1310}, true), (Texts{"1300", "1310"}));
 }
 
-TEST(ConfirmationOnAScreen, takesTheLastLineBeforeASilence)
+TEST(Confirmation, takesAPrintWhenNothingFollows)
 {
-    Confirmation confirmation(Keep::newest);
-    EXPECT_EQ(heard(confirmation, {1234, 1240}), Texts());
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), Texts{"1240"});
-    EXPECT_EQ(taken(confirmation), Texts());
+    Confirmation confirmation;
+    EXPECT_EQ(heard(confirmation, {1240}), Texts());
+    EXPECT_EQ(silence(confirmation, 300ms), "");
+    EXPECT_EQ(silence(confirmation, 1000ms), "1240");
+    EXPECT_EQ(silence(confirmation, 5000ms), "");
+    EXPECT_EQ(printed(confirmation, 980), "980");
 }
 
-TEST(ConfirmationOnAScreen, neverTellsAnOldWeightAfterANewOne)
+TEST(Confirmation, takesTheLastWeightOfAPrint)
 {
-    Confirmation confirmation(Keep::newest);
-    EXPECT_EQ(heard(confirmation, {500, 900, 1234, 1234, 1234}), Texts{"1234"});
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), Texts());
+    Confirmation confirmation;
+    heard(confirmation, {1300, 1240}); // gross and net
+    EXPECT_EQ(silence(confirmation, 1000ms), "1240");
 }
 
-TEST(ConfirmationInAList, losesNoneOfAnUndisturbedStream)
+TEST(Confirmation, takesTheLinesOfASlowStreamForNoPrints)
 {
-    Confirmation confirmation(Keep::every);
-    Texts all = heard(confirmation, {500, 900, 1234, 1234, 1234, 1300});
-    EXPECT_EQ(all, Texts());
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), (Texts{"500", "900", "1234", "1234", "1234", "1300"}));
+    Confirmation confirmation;
+    for (const std::int64_t kilograms : {1234, 1240, 1234, 1240, 1250, 1250}) {
+        EXPECT_EQ(heard(confirmation, {kilograms}), Texts()) << kilograms;
+        EXPECT_EQ(silence(confirmation, 900ms), "");
+    }
+    EXPECT_EQ(heard(confirmation, {1250}), Texts{"1250"});
+    EXPECT_EQ(silence(confirmation, 1000ms), "");
 }
 
-TEST(ConfirmationInAList, needsNoSilenceBehindTwoHundredWholeLines)
+TEST(Confirmation, doubtsPrintsThatComeTooOften)
 {
-    Confirmation confirmation(Keep::every);
-    std::vector<std::int64_t> weights;
-    for (std::int64_t kilograms = 1; kilograms <= 250; ++kilograms) weights.push_back(kilograms);
-    EXPECT_EQ(heard(confirmation, weights).size(), 248u); // two more lines would show whether one stands alone
-}
-
-TEST(ConfirmationInAList, leavesOutWhatStandsAloneAmongOthers)
-{
-    Confirmation confirmation(Keep::every);
-    EXPECT_EQ(heard(confirmation, {1234, 1234, 1734, 1234, 1234, 1234}),
-              (Texts{"1234", "1234", "1234", "1234", "1234"}));
+    Confirmation confirmation;
+    heard(confirmation, {1234});
+    EXPECT_EQ(silence(confirmation, 1000ms), "1234");
+    heard(confirmation, {1240});
+    EXPECT_EQ(silence(confirmation, 1000ms), "1240?"); // 3 s later
+    heard(confirmation, {1240});
+    EXPECT_EQ(silence(confirmation, 1000ms), "1240"); // the key was pressed again
+    EXPECT_EQ(printed(confirmation, 1250), "1250?");
+    EXPECT_EQ(printed(confirmation, 1260), "1260"); // a long silence later
 }
 
 TEST(ConfirmationAfterNoise, wantsAWeightFourTimesAmongSixteen)
 {
-    Confirmation confirmation(Keep::newest);
+    Confirmation confirmation;
     confirmation.hearNoise();
     EXPECT_TRUE(confirmation.isDisturbed());
     EXPECT_EQ(heard(confirmation, {1234, 1234, 1234}), Texts());
     EXPECT_EQ(heard(confirmation, {1240, 1234}), Texts{"1234"});
     EXPECT_EQ(heard(confirmation, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}), Texts());
-    EXPECT_EQ(heard(confirmation, {1234, 1234, 1234, 1234}), Texts{"1234"});
+    EXPECT_EQ(heard(confirmation, {1240, 1240, 1240, 1240}), Texts{"1240"});
+}
+
+TEST(ConfirmationAfterNoise, wantsAWeightSixTimesAmongSixtyFour)
+{
+    Confirmation confirmation;
+    confirmation.hearNoise();
+    for (int round = 1; round < 6; ++round) EXPECT_EQ(heard(confirmation, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), Texts());
+    EXPECT_EQ(heard(confirmation, {7}), Texts{"7"});
 }
 
 TEST(ConfirmationAfterNoise, wantsACheckedWeightTwice)
 {
-    Confirmation confirmation(Keep::newest);
+    Confirmation confirmation;
     confirmation.hearNoise();
     EXPECT_EQ(heard(confirmation, {1234, 1240, 1234}, true), Texts{"1234"});
 }
 
 TEST(ConfirmationAfterNoise, endsWithTwoHundredWholeLines)
 {
-    Confirmation confirmation(Keep::newest);
+    Confirmation confirmation;
     confirmation.hearNoise();
     for (int i = 0; i < 199; ++i) confirmation.hearOther();
     EXPECT_TRUE(confirmation.isDisturbed());
@@ -119,20 +138,40 @@ TEST(ConfirmationAfterNoise, endsWithTwoHundredWholeLines)
     EXPECT_FALSE(confirmation.isDisturbed());
 }
 
-TEST(ConfirmationAfterNoise, believesTwoPrintedLinesThatSayTheSame)
+TEST(ConfirmationAfterNoise, believesThreePrintsThatSayTheSame)
 {
-    Confirmation confirmation(Keep::newest);
-    heard(confirmation, {1234});
-    confirmation.hearNoise();
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), Texts());
-    EXPECT_EQ(heard(confirmation, {1240}), Texts());
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), Texts());
-    EXPECT_EQ(heard(confirmation, {1240}), Texts());
-    confirmation.fallSilent();
-    EXPECT_EQ(taken(confirmation), Texts{"1240"});
-    EXPECT_FALSE(confirmation.isDisturbed());
+    Confirmation confirmation;
+    EXPECT_EQ(printed(confirmation, 1234, true), ""); // what was printed is not known
+    EXPECT_EQ(printed(confirmation, 1240), "1240?");
+    EXPECT_EQ(printed(confirmation, 1240), "1240?");
+    EXPECT_EQ(printed(confirmation, 1240), "1240");
+    EXPECT_EQ(printed(confirmation, 1250), "1250?");
+    EXPECT_EQ(printed(confirmation, 1250), "1250?");
+    EXPECT_EQ(printed(confirmation, 1250, true), "");
+    EXPECT_EQ(printed(confirmation, 1260), "1260?");
+}
+
+TEST(LineReader, tellsEveryWeightThatAFrameSays)
+{
+    LineReader reader(*lineFormatNamed("cas10"));
+    Texts told;
+    for (const char* const line :
+         {"00001300\r\n", "00001300\r\n", "00001260\r\n", "00001300\r\n", "00001300\r\n", "00001300\r\n"})
+        for (const Heard& one : reader.read(line))
+            told.push_back(one.reading ? toText(one.reading->kilograms) : toText(one.unconfirmed->kilograms) + "?");
+    EXPECT_EQ(told, (Texts{"1300?", "1300?", "1260?", "1300?", "1300", "1300"})); // four of the last 16 are enough
+}
+
+TEST(LineReader, tellsThatAPrintOfADisturbedLineWaits)
+{
+    LineReader reader(*lineFormatNamed("st-gs"));
+    reader.read("ST,GS,+0001200kg\r\nST,GX,+0001234kg\r\n");
+    reader.silence(Confirmation::betweenPrints);
+    reader.read("ST,GS,+0001234kg\r\n");
+    const std::vector<Heard> print = reader.silence(Confirmation::afterAPrint);
+    ASSERT_EQ(print.size(), 1u);
+    EXPECT_FALSE(print[0].reading.has_value());
+    EXPECT_EQ(print[0].refusal, Refusal::unconfirmedPrint);
 }
 
 TEST(LineReader, tellsThatADisturbedLineWaits)
@@ -161,12 +200,12 @@ TEST(LineReader, tellsAWrongChecksumAndAnUnknownUnit)
 {
     LineReader toledo(*lineFormatNamed("toledo-cont"));
     toledo.read("\x02*0   1234     0\r\x1E");
-    const std::vector<Heard> wrong = toledo.silence();
+    const std::vector<Heard> wrong = toledo.silence(300ms);
     ASSERT_EQ(wrong.size(), 1u);
     EXPECT_EQ(wrong[0].refusal, Refusal::wrongChecksum);
     LineReader unit(*lineFormatNamed("st-gs"));
     unit.read("ST,GS,+0001234oz\r\n");
-    const std::vector<Heard> unknown = unit.silence();
+    const std::vector<Heard> unknown = unit.silence(300ms);
     ASSERT_EQ(unknown.size(), 1u);
     EXPECT_EQ(unknown[0].refusal, Refusal::unknownUnit);
 }
@@ -175,7 +214,7 @@ TEST(LineReader, givesUpHalfALineInASilence)
 {
     LineReader reader(*lineFormatNamed("st-gs"));
     EXPECT_TRUE(reader.read("ST,GS,+00012").empty());
-    const std::vector<Heard> half = reader.silence();
+    const std::vector<Heard> half = reader.silence(Confirmation::afterAPrint);
     ASSERT_EQ(half.size(), 1u);
     EXPECT_EQ(half[0].refusal, Refusal::halfLine);
     EXPECT_TRUE(reader.read("34kg\r\n").empty());
@@ -185,7 +224,7 @@ TEST(LineReader, keepsTheBytesAndWhatTheyAreTheWeightOf)
 {
     LineReader reader(*lineFormatNamed("st-gs"));
     reader.read("ST,NT,+0001234kg\r\n");
-    const std::vector<Heard> heard = reader.silence();
+    const std::vector<Heard> heard = reader.silence(Confirmation::afterAPrint);
     ASSERT_EQ(heard.size(), 1u);
     ASSERT_TRUE(heard[0].reading.has_value());
     EXPECT_EQ(heard[0].reading->bytes, "ST,NT,+0001234kg\r\n");

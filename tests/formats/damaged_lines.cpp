@@ -4,23 +4,25 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <random>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using namespace scale;
 
 namespace {
 
-/// PRESVA_LINES=1000000: as many lines in all; 40,000 as a rule.
+/// PRESVA_LINES=1000000: as many lines in all; 160,000 as a rule. PRESVA_HITS: bytes that are hit, of 100,000.
 std::size_t linesInAll()
 {
     const char* const wanted = std::getenv("PRESVA_LINES");
-    return wanted ? std::strtoul(wanted, nullptr, 10) : 40'000;
+    return wanted ? std::strtoul(wanted, nullptr, 10) : 160'000;
 }
 
 using Random = std::mt19937;
@@ -99,9 +101,14 @@ Lines oneWeight(const LineFormat& format, std::size_t count, Random&)
     return played;
 }
 
-// What a line does to it. One byte in a hundred is hit.
+// What a line does to it. One byte in a hundred is hit, unless asked otherwise.
 
-bool isHit(Random& random) { return upTo(99, random) == 0; }
+bool isHit(Random& random)
+{
+    static const char* const wanted = std::getenv("PRESVA_HITS");
+    static const std::size_t hits = wanted ? std::strtoul(wanted, nullptr, 10) : 1000;
+    return upTo(99'999, random) < hits;
+}
 
 std::string replaced(std::string bytes, Random& random)
 {
@@ -156,27 +163,99 @@ struct Count {
     std::size_t undamaged = 0;
     std::size_t right = 0;
     std::size_t wrong = 0;
+
+    void add(const Count& other)
+    {
+        lines += other.lines;
+        undamaged += other.undamaged;
+        right += other.right;
+        wrong += other.wrong;
+    }
 };
 
-void measure(const LineFormat& format, const Lines& played, const Damage& damage, std::size_t speed, Random& random,
-             Count& count)
+// How what has arrived is read: the lines as they came, in pieces of so many bytes.
+
+using Weights = std::vector<std::string>;
+
+/// As a file.
+Weights atHand(const LineFormat& format, const std::vector<std::string>& arrived, std::size_t piece, Random&)
 {
     std::string stream;
-    for (const std::string& line : played.lines) {
-        const std::string arrived = damage(line, random);
-        ++count.lines;
-        if (arrived == line) ++count.undamaged;
-        stream += arrived;
+    for (const std::string& line : arrived) stream += line;
+    return weightsOf(format, stream, piece);
+}
+
+void keepCounted(const std::vector<Heard>& heard, Weights& weights)
+{
+    for (const Heard& one : heard)
+        if (one.reading) weights.push_back(textOf(*one.reading));
+}
+
+/// As the counter does, with a pause behind every so many lines, as long as one of a scale that streams slowly.
+Weights live(const LineFormat& format, const std::vector<std::string>& arrived, std::size_t piece,
+             std::size_t linesBetweenPauses)
+{
+    LineReader reader(format);
+    Weights weights;
+    std::size_t since = 0;
+    for (const std::string_view line : arrived) {
+        for (std::string_view rest = line; !rest.empty(); rest.remove_prefix(std::min(piece, rest.size())))
+            keepCounted(reader.read(rest.substr(0, piece)), weights);
+        if (++since < linesBetweenPauses) continue;
+        since = 0;
+        keepCounted(reader.silence(std::chrono::milliseconds(300)), weights);
     }
-    for (const std::string& weight : weightsOf(format, stream, burstAt(speed))) {
+    keepCounted(reader.silence(Confirmation::betweenPrints), weights);
+    return weights;
+}
+
+Weights liveWithoutPauses(const LineFormat& format, const std::vector<std::string>& arrived, std::size_t piece, Random&)
+{
+    return live(format, arrived, piece, arrived.size() + 1);
+}
+
+Weights liveLineByLine(const LineFormat& format, const std::vector<std::string>& arrived, std::size_t piece, Random&)
+{
+    return live(format, arrived, piece, 1);
+}
+
+Weights liveWithSomePauses(const LineFormat& format, const std::vector<std::string>& arrived, std::size_t piece,
+                           Random& random)
+{
+    return live(format, arrived, piece, 2 + upTo(8, random));
+}
+
+using Reader = Weights (*)(const LineFormat&, const std::vector<std::string>&, std::size_t, Random&);
+struct Way {
+    const char* name;
+    Reader read;
+};
+
+constexpr Way ways[] = {{"at hand", atHand},
+                        {"live", liveWithoutPauses},
+                        {"live, line by line", liveLineByLine},
+                        {"live, some pauses", liveWithSomePauses}};
+
+Count measure(const LineFormat& format, const Lines& played, const Damage& damage, const Way& way, std::size_t speed,
+              Random& random)
+{
+    Count count;
+    std::vector<std::string> arrived;
+    for (const std::string& line : played.lines) {
+        arrived.push_back(damage(line, random));
+        ++count.lines;
+        if (arrived.back() == line) ++count.undamaged;
+    }
+    for (const std::string& weight : way.read(format, arrived, burstAt(speed), random)) {
         const std::string kilograms = weight.substr(0, weight.find(' '));
         if (played.weights.contains(kilograms)) {
             ++count.right;
         } else {
             ++count.wrong;
-            if (count.wrong < 4) ADD_FAILURE() << format.name << " made " << weight << " at " << speed;
+            if (count.wrong < 4) ADD_FAILURE() << format.name << " made " << weight << ", " << way.name;
         }
     }
+    return count;
 }
 
 } // namespace
@@ -194,22 +273,21 @@ TEST_P(DisturbedLine, givesNoWeightThatNobodySent)
     const Kind kinds[] = {
         {"loads", loads}, {"samples", samples}, {"all different", allDifferent}, {"one weight", oneWeight}};
     const std::size_t speeds[] = {1200, 2400, 4800, 9600, 19'200, 38'400, 57'600, 115'200};
-    const std::size_t each = std::max<std::size_t>(20, linesInAll() / 5 / lineFormats().size() / std::size(kinds));
+    const std::size_t each =
+        std::max<std::size_t>(20, linesInAll() / 5 / lineFormats().size() / std::size(kinds) / std::size(ways));
     Random random(12);
     std::size_t speed = 0;
-    for (const Kind& kind : kinds) {
-        Count all;
-        for (const LineFormat& format : lineFormats()) {
-            Count count;
-            measure(format, kind.play(format, each, random), GetParam().damage, speeds[speed++ % std::size(speeds)],
-                    random, count);
-            EXPECT_EQ(count.wrong, 0u) << format.name;
-            all.lines += count.lines;
-            all.undamaged += count.undamaged;
-            all.right += count.right;
-            all.wrong += count.wrong;
+    for (const Way& way : ways)
+        for (const Kind& kind : kinds) {
+            Count all;
+            for (const LineFormat& format : lineFormats()) {
+                const Lines played = kind.play(format, each, random);
+                const Count count =
+                    measure(format, played, GetParam().damage, way, speeds[speed++ % std::size(speeds)], random);
+                EXPECT_EQ(count.wrong, 0u) << format.name;
+                all.add(count);
+            }
+            std::printf("%s, %s, %s: %zu lines, %zu undamaged, %zu right, %zu wrong\n", GetParam().name, way.name,
+                        kind.name, all.lines, all.undamaged, all.right, all.wrong);
         }
-        std::printf("%s, %s: %zu lines, %zu undamaged, %zu right, %zu wrong\n", GetParam().name, kind.name, all.lines,
-                    all.undamaged, all.right, all.wrong);
-    }
 }

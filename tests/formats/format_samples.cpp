@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -39,13 +40,28 @@ TEST_P(EachFormat, readsItsSamples)
     }
 }
 
+TEST_P(EachFormat, readsASampleThatIsPrintedOnAKey)
+{
+    for (const FormatSample& sample : format().samples) {
+        LineReader reader(format());
+        reader.read(sample.bytes);
+        reader.silence(std::chrono::milliseconds(300));
+        std::vector<std::string> counted;
+        for (const Heard& one : reader.silence(Confirmation::afterAPrint))
+            if (one.reading) counted.push_back(textOf(*one.reading));
+        std::vector<std::string> expected;
+        if (sample.kilograms != "none") expected.push_back(sample.kilograms + restName(sample.rest));
+        EXPECT_EQ(counted, expected) << visible(sample.bytes);
+    }
+}
+
 TEST_P(EachFormat, tellsWhyASampleGivesNoWeight)
 {
     for (const FormatSample& sample : format().samples) {
         if (sample.kilograms != "none") continue;
         LineReader reader(format());
         std::vector<Heard> heard = reader.read(sample.bytes);
-        for (Heard& last : reader.silence()) heard.push_back(std::move(last));
+        for (Heard& last : reader.silence(Confirmation::afterAPrint)) heard.push_back(std::move(last));
         ASSERT_EQ(heard.size(), 1u) << visible(sample.bytes);
         ASSERT_TRUE(heard.front().refusal.has_value());
         EXPECT_NE(*heard.front().refusal, Refusal::unknownBytes) << visible(sample.bytes);

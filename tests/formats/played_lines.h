@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scale/formats/line_reader.h"
+#include "scale/formats/transcript.h"
 
 #include <algorithm>
 #include <cctype>
@@ -41,19 +41,20 @@ inline std::string visible(std::string_view bytes)
     return text;
 }
 
-/// The weights that count of a stream that arrives in pieces of this size and then ends: "1240.5 moving".
+inline std::string textOf(const scale::Reading& reading) { return toText(reading.kilograms) + restName(reading.rest); }
+
+/// The weights of a stream that is there as a whole, given in pieces of this size: "1240.5 moving".
 inline std::vector<std::string> weightsOf(const scale::LineFormat& format, std::string_view stream,
                                           std::size_t size = std::string_view::npos)
 {
-    scale::LineReader reader(format, scale::Confirmation::Keep::every);
+    scale::Transcript transcript(format);
     std::vector<std::string> weights;
-    const auto keep = [&](const std::vector<scale::Heard>& heard) {
-        for (const scale::Heard& one : heard)
-            if (one.reading) weights.push_back(toText(one.reading->kilograms) + restName(one.reading->rest));
+    const auto keep = [&](const std::vector<scale::Reading>& readings) {
+        for (const scale::Reading& one : readings) weights.push_back(textOf(one));
     };
     for (; !stream.empty(); stream.remove_prefix(std::min(size, stream.size())))
-        keep(reader.read(stream.substr(0, size)));
-    keep(reader.silence());
+        keep(transcript.read(stream.substr(0, size)));
+    keep(transcript.end());
     return weights;
 }
 

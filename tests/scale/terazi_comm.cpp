@@ -714,6 +714,127 @@ private slots:
         QVERIFY(control_->input().startsWith(u"1240kg\r"_s));
     }
 
+    void stillWeightOutlivesAPulledPlugAndAClosedPort()
+    {
+        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QStringList heard;
+        connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
+        const auto deliver = [&](const char* frame) {
+            for (int i = 0; i < 4; ++i) device_->deliver(frame);
+            QTest::qWait(60);
+        };
+        deliver("ST,GS,+0001240kg\r\n");
+        QCOMPARE(heard, QStringList{u"1240kg\r"_s});
+        device_->pullPlug();
+        QTRY_VERIFY(!control_->isPluggedIn());
+        device_->isOut = false;
+        QTRY_VERIFY(control_->isPluggedIn());
+        deliver("ST,GS,+0001240kg\r\n");
+        control_->setPortOpen(false);
+        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        deliver("ST,GS,+0001240kg\r\n");
+        deliver("ST,GS,+0001239kg\r\n");
+        QCOMPARE(heard, QStringList{u"1240kg\r"_s});
+        deliver("ST,GS,+0000000kg\r\n");
+        deliver("ST,GS,+0001240kg\r\n");
+        QCOMPARE(heard.size(), 2);
+
+        // Another scale's load is another load.
+        control_->setPortOpen(false);
+        control_->setCommPort(control_->commPort() + 1);
+        openQuietLine();
+        deliver("ST,GS,+0001240kg\r\n");
+        QCOMPARE(heard.size(), 3);
+    }
+
+    void loadThatChangesBeforeTheScaleWasEmptyIsTold_data()
+    {
+        QTest::addColumn<QByteArray>("frame");
+        QTest::newRow("the display drifts") << QByteArray("ST,GS,+0001241kg\r\n");
+        QTest::newRow("half of the sacks are off") << QByteArray("ST,GS,+0000600kg\r\n");
+    }
+
+    void loadThatChangesBeforeTheScaleWasEmptyIsTold()
+    {
+        QFETCH(QByteArray, frame);
+        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QStringList heard;
+        connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
+        for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001240kg\r\n");
+        QTRY_COMPARE(heard.size(), 1);
+        for (int i = 0; i < 4; ++i) device_->deliver(frame);
+        QTRY_COMPARE(control_->why(), u"yük değişti ve alınmadı: yeni tartım terazi boşalınca alınır"_s);
+        QTest::qWait(100);
+        QCOMPARE(heard.size(), 1);
+    }
+
+    void loadThatSwingsIsNotTaken()
+    {
+        // No word for rest in this format: what counts are the turning points, three lines long.
+        control_->readAs({u"cas10"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        for (int round = 0; round < 2; ++round)
+            for (const int weight : {1300, 1300, 1300, 1260, 1180, 1100, 1060, 1060, 1060, 1100, 1180, 1260}) {
+                device_->deliver(QByteArray::number(weight).rightJustified(8, '0') + "\r\n");
+                QTest::qWait(95);
+            }
+        QVERIFY(raised.isEmpty());
+    }
+
+    void printOnAKeyComesWhenNothingFollows()
+    {
+        control_->readAs({u"cas10"_s, false}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        QElapsedTimer clock;
+        clock.start();
+        device_->deliver("00001300\r\n");
+        QTRY_COMPARE(raised.size(), 1);
+        QVERIFY2(clock.elapsed() >= 990, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(control_->input(), u"1300kg\r"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(activeTimers(), 0, 7000);
+        QCOMPARE(raised.size(), 1);
+    }
+
+    void printOnADisturbedLineIsAskedForAgain()
+    {
+        control_->readAs({u"cas10"_s, false}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        device_->deliver("00001300\r\n0000x300\r\n");
+        QTest::qWait(1200);
+        for (int print = 1; print <= 3; ++print) {
+            QVERIFY(raised.isEmpty());
+            device_->deliver("00001300\r\n");
+            if (print < 3)
+                QTRY_COMPARE(control_->why(),
+                             u"tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin"_s);
+            QTest::qWait(1200);
+        }
+        QCOMPARE(raised.size(), 1);
+        QCOMPARE(control_->input(), u"1300kg\r"_s);
+        QCOMPARE(control_->why(), QString());
+    }
+
+    void printThatMayNotStandIsAskedForAgain()
+    {
+        control_->readAs({u"cas10"_s, true}, base::Regional::turkish());
+        openQuietLine();
+        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        device_->deliver("00001300\r\n");
+        QTRY_COMPARE(control_->why(), u"tek satırdan durduğu bilinmez, aynı tartımı bir kez daha gönderin"_s);
+        QVERIFY(raised.isEmpty());
+        QTest::qWait(500); // for a hand at the key
+        device_->deliver("00001300\r\n");
+        QTRY_COMPARE(raised.size(), 1);
+        QCOMPARE(control_->input(), u"1300kg\r"_s);
+        QCOMPARE(control_->why(), QString());
+    }
+
     void streamThatShowsSomethingElseAsItIsIsNamed_data()
     {
         QTest::addColumn<QByteArray>("frame");
