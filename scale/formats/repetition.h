@@ -15,7 +15,6 @@ namespace scale {
 class Repetition {
 public:
     void hear(const Reading& reading);
-    void forget() { said_.clear(); }
 
     /// The last three said the same. Enough on a line that has shown no noise.
     bool cameInARow() const;

@@ -38,7 +38,7 @@ std::string printed(Confirmation& confirmation, std::int64_t kilograms, bool noi
 {
     confirmation.hear(weight(kilograms), false);
     if (noise) confirmation.hearNoise();
-    const std::string told = silence(confirmation, 1000ms);
+    std::string told = silence(confirmation, 1000ms);
     EXPECT_EQ(silence(confirmation, 5000ms), "");
     return told;
 }
