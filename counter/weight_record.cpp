@@ -156,8 +156,13 @@ void WeightRecord::compareWithWhatWasSeen(const weights::Head& now)
     if (known_) {
         seen = *known_;
     } else {
-        const auto logged = weights::loggedHeads(book_.disk(), weights::logIn(book_.folder()));
-        if (!logged.empty()) seen = {logged.back().number, logged.back().seal, 0};
+        // A log that cannot be read keeps nobody from working.
+        passOver([&] {
+            onDisk([&] {
+                const auto logged = weights::loggedHeads(book_.disk(), weights::logIn(book_.folder()));
+                if (!logged.empty()) seen = {logged.back().number, logged.back().seal, 0};
+            });
+        });
     }
     // A line behind it may be a restored copy's.
     if (seen.number > 0 && seen.seal != now.seal && !book_.holds(seen.seal)) another(seen);

@@ -42,8 +42,8 @@ struct Restored {
 /// old one; what it throws leaves the old one in its place.
 /// Throws notFound (no such copy), inUse (the program is running), damaged (the copy is not sound), noPermission, disk:
 /// then the database was not changed.
-Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
-                     const CopyTime& now,
-                     const std::function<void(const std::filesystem::path& next, const std::string& copy)>& announce = {});
+Restored
+restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy, const CopyTime& now,
+            const std::function<void(const std::filesystem::path& next, const std::string& copy)>& announce = {});
 
 } // namespace store

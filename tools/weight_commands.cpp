@@ -11,8 +11,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <optional>
+#include <thread>
 
 namespace tools {
 namespace {
@@ -158,6 +160,7 @@ int list(const std::vector<PlacedLine>& lines, const Wanted& wanted)
 int verify(files::Disk& disk, const Wanted& wanted)
 {
     constexpr int attempts = 10;
+    const std::filesystem::path slip = wanted.folder / "Yag.mdb-slip";
     std::vector<PlacedLine> lines = ::weights::allLines(disk, wanted.folder);
     std::vector<::weights::LoggedHead> heads, kept;
     if (wanted.log) {
@@ -175,14 +178,15 @@ int verify(files::Disk& disk, const Wanted& wanted)
         std::vector<PlacedLine> after = ::weights::allLines(disk, wanted.folder);
         const bool same = after.size() == lines.size();
         lines = std::move(after);
-        if (same) break;
+        // Between a row and its line a slip is on its way, for some milliseconds as a rule.
+        if (same && (found.faults.empty() || !disk.exists(slip))) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
 
     Output out(standardOutput);
     for (const std::string& each : found.faults) say(out, each);
     for (const std::string& each : found.remarks) say(out, "Bilgi: " + each);
-    if (disk.exists(wanted.folder / "Yag.mdb-slip"))
-        say(out, "Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.");
+    if (disk.exists(slip)) say(out, "Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.");
     const std::string counted =
         std::to_string(lines.size()) + " satır, presva.log'da " + std::to_string(heads.size()) + " özet";
     say(out, found.faults.empty()

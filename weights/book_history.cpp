@@ -42,11 +42,14 @@ bool concerns(const Deletion& deletion, const std::string& customer)
     return !deletion.customer || *deletion.customer == customer;
 }
 
-BookHistory::BookHistory(const std::vector<PlacedLine>& lines)
+BookHistory::BookHistory(const std::vector<PlacedLine>& lines, bool everyStep) : everyStep_(everyStep)
 {
     std::set<std::string_view> texts;
-    for (const PlacedLine& each : lines)
-        if (each.line && texts.insert(each.text).second) entries_.push_back({&*each.line, {}});
+    for (const PlacedLine& each : lines) {
+        if (!each.line || !texts.insert(each.text).second) continue;
+        entries_.push_back({&*each.line, {}});
+        everyStep_ = everyStep_ || std::holds_alternative<Restore>(each.line->fact);
+    }
     Taken taken;
     for (std::size_t at = 0; at < entries_.size(); ++at) {
         const Fact& fact = entries_[at].line->fact;
@@ -56,8 +59,11 @@ BookHistory::BookHistory(const std::vector<PlacedLine>& lines)
             take(at, *deletion, taken);
         else
             take(at, std::get<Restore>(fact), taken);
+        taken.resize(at + 1);
+        if (everyStep_ && !pressingOf(entries_[at])) after_[at] = taken;
     }
-    for (const auto& [at, by] : taken) entries_[at].takenBy = by;
+    for (std::size_t i = 0; i < taken.size(); ++i)
+        if (taken[i] > 0) entries_[i].takenBy = taken[i] - 1;
 }
 
 std::uint64_t BookHistory::lineOf(const std::vector<JournalKey>& rows) const
@@ -82,7 +88,7 @@ std::uint64_t BookHistory::lineOf(const std::vector<JournalKey>& rows) const
             const Taken& taken = after_.at(at);
             differing = 0;
             for (std::size_t i = 0; i < entries_.size(); ++i) {
-                const bool wanted = i < at && pressingOf(entries_[i]) && !taken.contains(i);
+                const bool wanted = i < at && pressingOf(entries_[i]) && taken[i] == 0;
                 if (wanted != isThere[i]) ++differing;
             }
         }
@@ -98,15 +104,14 @@ void BookHistory::take(std::size_t at, const Deletion& deletion, Taken& taken)
     std::uint64_t here = 0;
     for (std::size_t i = 0; i < at; ++i) {
         const Pressing* pressing = pressingOf(entries_[i]);
-        if (!pressing || taken.contains(i) || !concerns(deletion, pressing->customer)) continue;
-        taken[i] = at;
+        if (!pressing || taken[i] > 0 || !concerns(deletion, pressing->customer)) continue;
+        taken[i] = static_cast<std::uint32_t>(at + 1);
         ++here;
     }
     // What it took away is more than the lines where it took older ones as well; less where some were gone by then.
     const std::uint64_t older = before_ - std::min(before_, deletion.before);
     if (here + older > deletion.pressings) lostBefore_[at] = here + older - deletion.pressings;
     before_ = deletion.before;
-    after_[at] = taken;
 }
 
 void BookHistory::take(std::size_t at, const Restore& restore, Taken& taken)
@@ -116,12 +121,10 @@ void BookHistory::take(std::size_t at, const Restore& restore, Taken& taken)
     while (kept < at && entries_[kept].line->number <= restore.upTo) ++kept;
     const auto next = after_.lower_bound(kept);
     Taken then = next == after_.begin() ? Taken() : std::prev(next)->second;
-    std::erase_if(then, [&](const auto& each) { return each.first >= kept; });
-    for (std::size_t i = kept; i < at; ++i)
-        if (pressingOf(entries_[i])) then[i] = at;
+    then.resize(kept);
+    then.resize(at, static_cast<std::uint32_t>(at + 1));
     taken = std::move(then);
     before_ = restore.before;
-    after_[at] = taken;
 }
 
 } // namespace weights

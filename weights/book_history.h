@@ -27,7 +27,8 @@ std::uint64_t olderThanTheBook(const std::vector<PlacedLine>& lines, const std::
 /// and what took the others away. A line that stands in it twice counts once, one that does not hold not at all.
 class BookHistory {
 public:
-    explicit BookHistory(const std::vector<PlacedLine>& lines);
+    /// `everyStep`: lineOf() will be asked, which looks at the book behind each of its lines.
+    explicit BookHistory(const std::vector<PlacedLine>& lines, bool everyStep = false);
 
     struct Entry {
         const Line* line = nullptr;
@@ -41,12 +42,14 @@ public:
     std::uint64_t lineOf(const std::vector<JournalKey>& rows) const;
 
 private:
-    using Taken = std::map<std::size_t, std::size_t>; ///< by entry: what took it away
+    /// By entry, of those so far: one more than the entry that took its row away; 0: it has its row.
+    using Taken = std::vector<std::uint32_t>;
     void take(std::size_t at, const Deletion& deletion, Taken& taken);
     void take(std::size_t at, const Restore& restore, Taken& taken);
 
     std::vector<Entry> entries_;
-    std::map<std::size_t, Taken> after_; ///< each entry that took something away
+    bool everyStep_;
+    std::map<std::size_t, Taken> after_; ///< each entry that took something away; only where it will be asked for
     std::map<std::size_t, std::uint64_t> lostBefore_;
     std::uint64_t before_ = 0; ///< pressings older than the book, by what was said last
 };

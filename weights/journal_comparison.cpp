@@ -128,11 +128,11 @@ private:
         const double since = jet::dateTime(bookSince[0], bookSince[1], bookSince[2])->days;
         const auto count = std::ranges::count_if(rows_, [&](const auto& row) { return row.second.moment >= since; });
         if (count > 0)
-            fault("Tartım defterinde satır yok, defterde " + shownMoment(since).substr(0, 10) + " gününden beri " +
-                  std::to_string(count) + " sıkım var: " + files::quotedPath(currentName) +
+            fault("Tartım defterinde satır yok, oysa Hareket tablosunda " + shownMoment(since).substr(0, 10) +
+                  " gününden beri " + std::to_string(count) + " sıkım var: " + files::quotedPath(currentName) +
                   " silinmiş ya da boşaltılmış.");
         else if (!rows_.empty())
-            remark("Defterdeki " + std::to_string(rows_.size()) + " sıkım tartım defterinden eski.");
+            remark("Hareket tablosundaki " + std::to_string(rows_.size()) + " sıkım tartım defterinden eski.");
     }
 
     /// The first field that differs.
@@ -306,7 +306,7 @@ Findings differences(const std::vector<PlacedLine>& lines, const std::vector<Log
 std::optional<Restore> restoreOf(const std::vector<PlacedLine>& lines, const jet::Table& journalOfTheCopy,
                                  double moment, std::string copy)
 {
-    const BookHistory history(lines);
+    const BookHistory history(lines, true);
     if (std::ranges::none_of(history.entries(), [](const auto& entry) { return pressingOf(entry) != nullptr; }))
         return std::nullopt;
     const std::vector<JournalKey> keys = keysOf(journalOfTheCopy);

@@ -351,6 +351,10 @@ private slots:
         QVERIFY(QFile::remove(mill.folder.filePath("presva.log")) && QDir().mkpath(mill.folder.filePath("presva.log")));
         QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.beforeDeletion({}));
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored); // a slip does not wait for it
+
+        Mill next;
+        QVERIFY(QDir().mkpath(next.folder.filePath("presva.log")));
+        QVERIFY(next.road.printAndBook(next.slip("Ali")).stored);
     }
 
     void theLogSeesTheEndOfTheBookOnEveryDay()

@@ -130,8 +130,8 @@ public:
     /// False if this machine has no scheduler; then whyNot() says what is missing.
     bool start()
     {
-        for (const QString program :
-             {"cupsd", "lpadmin", "cupsdisable", "cupsenable", "cupsreject", "cupsaccept", "lpstat", "lpoptions"})
+        for (const QString program : {"cupsd", "lpadmin", "cupsdisable", "cupsenable", "cupsreject", "cupsaccept",
+                                      "lpstat", "lpoptions", "cancel"})
             if (find(program).isEmpty()) return refuse(program + " is not installed (packages cups, cups-client)");
         folder_ = std::make_unique<QTemporaryDir>("/tmp/presva-cups-XXXXXX");
         // The scheduler prints as a user without rights, who has to get through this folder.
@@ -216,6 +216,8 @@ public:
         run("lpstat", {"-W", "not-completed", "-o"}, &output);
         return output.split(u'\n', Qt::SkipEmptyParts);
     }
+    /// The scheduler knows nothing of any job any more, as after an administrator's tidying up; the paper stays.
+    bool forgetJobs() { return run("cancel", {"-a", "-x"}); }
     /// Prints a file through the system's own tool.
     bool printFile(const QString& queue, const QString& file) { return run("lp", {"-d", queue, file}); }
 

@@ -128,7 +128,7 @@ TEST(Verification, takesAJournalWithoutABookForAnOlderOneUpToTheBooksOwnDay)
     mill.row(noon, u"Ali", 500);
     mill.row(season::day(2026, 11, 22, 23, 59), u"Ali", 500);
     EXPECT_THAT(mill.found(), ElementsAre());
-    EXPECT_THAT(mill.findings().remarks, ElementsAre("Defterdeki 2 sıkım tartım defterinden eski."));
+    EXPECT_THAT(mill.findings().remarks, ElementsAre("Hareket tablosundaki 2 sıkım tartım defterinden eski."));
     EXPECT_FALSE(firstFault(allLines(mill.disk, folder)));
     mill.row(season::day(2026, 11, 23, 0), u"Ali", 500);
     mill.row(season::day(2027, 1, 1), u"Toplamlar", 500);
