@@ -326,8 +326,9 @@ constexpr Command commands[] = {
     {"sql", "DOSYA METİN", "bir Select sorgusunu ya da DELETE deyimini çalıştırır",
      "Select'in satırlarını CSV olarak, DELETE'in sildiği satırların sayısını yazar.\n", 2, 2, runSql},
     {"compact", "DOSYA ÇIKTI", "silinenlerden kalan boşlukları atarak yeni bir dosyaya yazar",
-     "ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz. DOSYA bozuksa okunabilen her satırı kurtarır,\n"
-     "kaybolanları yazar ve 2 ile biter (rescue gibi).\n", 2, 2, compactFile},
+     "Sorgular, formlar, raporlar, modüller, ilişkiler de yeni dosyaya geçer. ÇIKTI var olmayan bir dosya olmalı.\n"
+     "DOSYA'ya dokunmaz. DOSYA bozuksa okunabilen her satırı kurtarır, kaybolanları yazar ve 2 ile biter\n"
+     "(rescue gibi).\n", 2, 2, compactFile},
     {"rescue", "DOSYA ÇIKTI", "bozuk bir dosyanın okunabilen her satırını yeni bir dosyaya yazar",
      "Okunamayanları sayfa, satır ve alan adıyla yazar. Çıkış kodu: 0 her şey kurtarıldı, 2 kurtarılamayanlar var,\n"
      "1 hiçbir şey yazılmadı. ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, rescueFile},

@@ -170,7 +170,7 @@ int compactFile(files::Disk& disk, Arguments arguments)
         const jet::CheckResult result = jet::checkDatabase(*database);
         if (!result.ok()) throw files::Error(files::Fault::damaged, result.faults.front());
         Progress progress("Sıkıştırılıyor");
-        jet::compact(disk, *database, pathOf(arguments[1]), now(), std::ref(progress));
+        jet::compact(disk, *database, pathOf(arguments[1]), std::ref(progress));
         return 0;
     } catch (const files::Error& error) {
         if (!isDamage(error.fault()) || error.fault() == files::Fault::notADatabase) throw;

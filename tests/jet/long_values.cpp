@@ -139,7 +139,7 @@ TEST_F(LongValues, OfEveryLengthComeBack)
 
 TEST_F(LongValues, OfManyPagesStandAsAccessWritesThem)
 {
-    const Bytes bytes = someBytes(4072 * 3 + 5, 2);
+    const Bytes bytes = someBytes(at::longestPiece * 3 + 5, 2);
     const RowId row = table_->insert({{ole, bytes}});
     const auto view = table_->row(row);
     const auto reference = view->stored(ole);
@@ -251,7 +251,7 @@ TEST_F(LongValues, AreCarriedByCompactAndRescue)
         });
         return content;
     };
-    compact(disk_, *database_, other, rows::created);
+    compact(disk_, *database_, other);
     ASSERT_TRUE(contentOf(other) == expected);
     disk_.remove(other);
     database_.reset();
@@ -296,7 +296,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(DamagedChain, isNamedAndNeverWrittenOver)
 {
     const Damage& damage = GetParam().row;
-    const RowId row = table_->insert({{number, 7}, {ole, someBytes(4072 * 4, 1)}});
+    const RowId row = table_->insert({{number, 7}, {ole, someBytes(at::longestPiece * 4, 1)}});
     const RowId sound = table_->insert({{number, 8}, {ole, someBytes(9000, 2)}});
     std::vector<RowId> parts;
     for (const Part& part : chainOf(row, ole)) parts.push_back(part.place);
@@ -322,8 +322,8 @@ TEST_P(DamagedChain, isNamedAndNeverWrittenOver)
 TEST_F(LongValues, TwoThatShareAPartAreNotWritten)
 {
     // Deleting one of them would take the other one's part away.
-    const RowId one = table_->insert({{ole, someBytes(4072 * 3, 1)}});
-    const RowId two = table_->insert({{ole, someBytes(4072 * 3, 2)}});
+    const RowId one = table_->insert({{ole, someBytes(at::longestPiece * 3, 1)}});
+    const RowId two = table_->insert({{ole, someBytes(at::longestPiece * 3, 2)}});
     const auto first = chainOf(one, ole), second = chainOf(two, ole);
     pointTo(first[1].place, second[2].place);
     ASSERT_THAT(check().faults, testing::Contains(HasSubstr("iki değere ait")));
@@ -332,7 +332,7 @@ TEST_F(LongValues, TwoThatShareAPartAreNotWritten)
 
 TEST_F(LongValues, APromiseOfMoreThanTheFileHoldsTakesNoMemory)
 {
-    const RowId row = table_->insert({{ole, someBytes(4072 * 2, 1)}});
+    const RowId row = table_->insert({{ole, someBytes(at::longestPiece * 2, 1)}});
     const RowId place = row;
     const auto view = table_->row(row);
     const auto offset = static_cast<std::size_t>(view->stored(ole).data() - pager().read(place.page).data());

@@ -46,10 +46,7 @@ bool isSound(Disk& disk, const std::filesystem::path& path)
 using Work = void (*)(Disk&);
 
 void doBackup(Disk& disk) { backup(disk, *Database::open(disk, file, Pager::Mode::readOnly), result); }
-void doCompact(Disk& disk)
-{
-    compact(disk, *Database::open(disk, file, Pager::Mode::readOnly), result, DateTime{45000});
-}
+void doCompact(Disk& disk) { compact(disk, *Database::open(disk, file, Pager::Mode::readOnly), result); }
 void doCreate(Disk& disk) { mill::createDatabase(disk, result, turkish, DateTime{45000}); }
 
 class MaintenanceWork : public TableTest<Work> {};

@@ -104,7 +104,7 @@ struct World {
             const bool moved = (bytes.slot(head) & row_page_layout::pointerFlag) != 0;
             bodies.push_back(moved ? bytes.target(head) : head);
         }
-        systemRows = checkDatabase(*Database::open(disk, file)).rows - 2 * rowsOnAPage;
+        systemRows = checkDatabase(*Database::open(disk, file)).rows - std::uint64_t{2} * rowsOnAPage;
     }
 
     Place head(int number) const { return heads[0][static_cast<std::size_t>(number)]; }
@@ -339,12 +339,12 @@ TEST_P(RowsOfADamagedFile, areNotWrittenBesideDamage)
 TEST_P(RowsOfADamagedFile, areNotCompactedBesideDamage)
 {
     if (verdict.file == File::sound) {
-        compact(disk, *database, compacted, DateTime{45000});
+        compact(disk, *database, compacted);
         EXPECT_EQ(numbersIn(*Database::open(disk, compacted)), numbers);
         return;
     }
     try {
-        compact(disk, *database, compacted, DateTime{45000});
+        compact(disk, *database, compacted);
         FAIL() << "compacted";
     } catch (const Error& error) {
         EXPECT_EQ(error.fault(), Fault::damaged) << error.what();

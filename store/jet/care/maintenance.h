@@ -21,12 +21,12 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to,
 void backup(Disk& disk, Snapshot& snapshot, const std::filesystem::path& to, const std::filesystem::path& part,
             const std::function<void(int)>& progress = {});
 
-/// Writes a new database with the same tables, columns, indexes, table properties and collation, and the same rows in
-/// the order of the primary key (else in storage order), without the room that deletions left behind.
-/// The new file is checked and compared row by row before it gets its name.
-/// Throws exists, disk, damaged (the old file, or a row lost on the way), and unsupported where something else than
-/// tables would be lost: queries, forms, reports, linked tables, relationships between tables.
-void compact(Disk& disk, Database& database, const std::filesystem::path& to, DateTime now,
+/// Writes the database anew (care/rewrite.h): everything that is in it, the rows of each table in the order of the
+/// primary key (else in storage order), without the room that deletions left behind. The new file is checked and
+/// compared row by row before it gets its name.
+/// Throws exists, disk, damaged (the old file, or a row lost on the way), and unsupported where something could not be
+/// carried; that is known before anything is written.
+void compact(Disk& disk, Database& database, const std::filesystem::path& to,
              const std::function<void(int)>& progress = {});
 
 } // namespace jet

@@ -118,6 +118,17 @@ Header readHeader(Pager& pager)
 
 const AccountSet& accountSet(Collation collation) { return collation == turkish ? turkishAccounts : generalAccounts; }
 
+void copyHeader(PageBytes page, PageView old)
+{
+    std::ranges::copy(old, page.begin());
+    maskHeader(page);
+    at::freeMap.put(page, freeMap);
+    at::otherMap.put(page, secondGlobalMap);
+    for (unsigned table = 0; table < at::systemTables; ++table) at::putSystemTable(page, table);
+    at::encodingKey.put(page, 0);
+    maskHeader(page);
+}
+
 void buildHeader(PageBytes page, Collation collation)
 {
     const AccountSet& accounts = accountSet(collation);

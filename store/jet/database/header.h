@@ -21,6 +21,9 @@ struct Header {
 /// Throws notADatabase, oldFormat, newFormat, password, encoded or damaged, each with the path.
 Header readHeader(Pager& pager);
 
+/// Page 0 of a copy of that file: all that it says but a key of its pages, which are not encoded in the copy.
+void copyHeader(PageBytes page, PageView old);
+
 /// The set for new files of that collation.
 const AccountSet& accountSet(Collation collation);
 

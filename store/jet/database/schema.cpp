@@ -2,18 +2,17 @@
 
 #include "store/jet/database/database_state.h"
 #include "store/jet/database/definition_plan.h"
+#include "store/jet/database/new_maps.h"
 #include "store/jet/database/system_tables.h"
 #include "store/jet/format/accounts.h"
 #include "store/jet/format/index_layout.h"
 #include "store/jet/format/limits.h"
-#include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>
-#include <array>
 #include <set>
 
 namespace jet {
@@ -100,46 +99,11 @@ private:
     const std::vector<NewIndex>& indexes_;
 };
 
-/// Hands out rows for usage maps, on as many pages as they need.
-class MapPages {
-public:
-    explicit MapPages(Pager& pager) : pager_(pager) {}
-
-    MapRef add()
-    {
-        if (page_ == 0 || used_ == usage_map_layout::newRowsPerPage) {
-            page_ = allocatePage(pager_);
-            used_ = 0;
-            initRowPage(pager_.write(page_), row_page_layout::mapOwner);
-        }
-        ++used_;
-        const std::array<std::uint8_t, usage_map_layout::newRow> empty{};
-        return {appendRow(pager_.write(page_), empty, RowKind::ordinary), page_};
-    }
-
-private:
-    Pager& pager_;
-    PageNo page_ = 0;
-    std::uint8_t used_ = 0;
-};
-
 /// Gives the new table its pages and writes its definition.
 void writeNewTable(Pager& pager, TableDefinition& table, Collation collation)
 {
     table.page = allocatePage(pager);
-    MapPages maps(pager);
-    table.owned = maps.add();
-    table.freeSpace = maps.add();
-    for (Index& index : table.indexes) {
-        index.root = allocatePage(pager);
-        initIndexLeaf(pager.write(index.root), table.page);
-        index.ownedPages = maps.add();
-        mapSet(pager, index.ownedPages, index.root);
-    }
-    for (LongValueMaps& each : table.longValues) {
-        each.owned = maps.add();
-        each.freeSpace = maps.add();
-    }
+    NewMaps(pager).give(table);
     const Bytes bytes = buildTableDefinition(table, collation);
     table.chain = {table.page};
     while (table.chain.size() < definitionPages(bytes.size())) table.chain.push_back(allocatePage(pager));

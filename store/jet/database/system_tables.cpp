@@ -71,6 +71,20 @@ SystemTable relationships()
             {index(u"szRelationship"), index(u"szObject"), index(u"szReferencedObject")}};
 }
 
+/// The two maps of page 1: every page from `firstFree` on is free, within the file and behind it.
+void buildGlobalMaps(PageBytes holder, PageCount firstFree)
+{
+    initRowPage(holder, freeMap.page);
+    std::array<std::uint8_t, usage_map_layout::newRow> row{};
+    const std::span<std::uint8_t> bits = std::span(row).subspan(usage_map_layout::inlineBits);
+    for (std::size_t bit = firstFree; bit < bits.size() * 8; ++bit)
+        bits[bit / 8] = static_cast<std::uint8_t>(bits[bit / 8] | 1U << bit % 8);
+    appendRow(holder, row, RowKind::ordinary);
+    // The second map of the header is empty in every file; what it is for is not known.
+    row.fill(0);
+    appendRow(holder, row, RowKind::ordinary);
+}
+
 class BlankDatabase {
 public:
     explicit BlankDatabase(Collation collation) : collation_(collation), bytes_(pageCount * pageSize, 0) {}
@@ -78,7 +92,7 @@ public:
     std::vector<std::uint8_t> build()
     {
         buildHeader(page(0), collation_);
-        buildFreeMap();
+        buildGlobalMaps(page(freeMap.page), pageCount);
         initRowPage(page(mapPage), row_page_layout::mapOwner);
         const std::array tables{objects(), accessRights(), queries(), relationships()};
         for (std::size_t i = 0; i < tables.size(); ++i) {
@@ -89,19 +103,6 @@ public:
 
 private:
     PageBytes page(PageNo number) { return PageBytes(bytes_.data() + positionOf(number), pageSize); }
-
-    void buildFreeMap()
-    {
-        const PageBytes holder = page(freeMap.page);
-        initRowPage(holder, freeMap.page);
-        std::array<std::uint8_t, usage_map_layout::newRow> row{};
-        // A set bit is a free page; everything past the sixteen pages of the file is.
-        std::fill(row.begin() + usage_map_layout::inlineBits + pageCount / 8, row.end(), std::uint8_t{0xFF});
-        appendRow(holder, row, RowKind::ordinary);
-        // The second map of the header is empty in every file; what it is for is not known.
-        row.fill(0);
-        appendRow(holder, row, RowKind::ordinary);
-    }
 
     MapRef addMap(PageNo owned)
     {
@@ -154,5 +155,13 @@ private:
 } // namespace
 
 std::vector<std::uint8_t> blankDatabase(Collation collation) { return BlankDatabase(collation).build(); }
+
+std::vector<std::uint8_t> emptyPages(PageView header)
+{
+    std::vector<std::uint8_t> bytes(pageCount * pageSize, 0);
+    copyHeader(PageBytes(bytes.data(), pageSize), header);
+    buildGlobalMaps(PageBytes(&bytes[positionOf(freeMap.page)], pageSize), freeMap.page.number() + 1);
+    return bytes;
+}
 
 } // namespace jet

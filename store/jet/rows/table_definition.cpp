@@ -480,6 +480,45 @@ void writeDefinitionBytes(Pager& pager, const std::vector<PageNo>& chain, const 
     }
 }
 
+Bytes definitionElsewhere(Pager& pager, const TableDefinition& from, const TableDefinition& to,
+                          const std::function<PageNo(PageNo)>& partner)
+{
+    const Bytes old = readDefinitionBytes(pager, from.page).bytes;
+    Bytes out = old;
+    Reader reader(pager, from.page, old);
+    /// The next record of the copy.
+    const auto record = [&](std::size_t bytes) {
+        const std::size_t begin = reader.position();
+        reader.take(bytes);
+        return &out[begin];
+    };
+    std::uint8_t* const head = record(at::head::bytes);
+    at::head::owned.put(head, to.owned);
+    at::head::freeSpace.put(head, to.freeSpace);
+    reader.take(at::statistics::bytes * from.indexes.size() + at::column::bytes * from.columns.size());
+    for (std::size_t i = 0; i < from.columns.size(); ++i) reader.name();
+    for (const Index& index : to.indexes) {
+        std::uint8_t* const physical = record(at::physicalIndex::bytes);
+        at::physicalIndex::owned.put(physical, index.ownedPages);
+        at::physicalIndex::root.put(physical, index.root);
+    }
+    for (std::size_t i = 0; i < from.logicalIndexes.size(); ++i) {
+        std::uint8_t* const logical = record(at::logicalIndex::bytes);
+        const PageNo table(at::logicalIndex::partnerTable.get(logical));
+        if (table != 0) at::logicalIndex::partnerTable.put(logical, partner(table).number());
+    }
+    for (std::size_t i = 0; i < from.logicalIndexes.size(); ++i) reader.name();
+    for (;;) {
+        std::uint8_t* const maps = &out[reader.position()];
+        if (reader.longValueMaps() == nullptr) return out;
+        const std::uint16_t id = at::longValueMaps::columnId.get(maps);
+        const auto fresh = std::ranges::find_if(
+            to.longValues, [&](const LongValueMaps& each) { return to.columns[each.column].id == id; });
+        at::longValueMaps::owned.put(maps, fresh == to.longValues.end() ? MapRef{} : fresh->owned);
+        at::longValueMaps::freeSpace.put(maps, fresh == to.longValues.end() ? MapRef{} : fresh->freeSpace);
+    }
+}
+
 Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& table, std::size_t physical)
 {
     const Bytes old = readDefinitionBytes(pager, table.page).bytes;

@@ -73,6 +73,12 @@ Bytes buildTableDefinition(const TableDefinition& definition, Collation collatio
 void writeDefinitionBytes(Pager& pager, const std::vector<PageNo>& chain, const Bytes& bytes);
 std::size_t definitionPages(std::size_t length);
 
+/// The bytes of the definition `from` for a copy of the table that stands elsewhere: with the places of `to`, which has
+/// the same columns and indexes. `partner` tells where the copy of another table of a relationship begins. Columns that
+/// were deleted lose their maps.
+Bytes definitionElsewhere(Pager& pager, const TableDefinition& from, const TableDefinition& to,
+                          const std::function<PageNo(PageNo)>& partner);
+
 /// The bytes of the same definition without one physical index, its statistics and all its names.
 Bytes definitionWithoutIndex(Pager& pager, const TableDefinition& definition, std::size_t physical);
 
