@@ -3,8 +3,11 @@
 #include "bench/sides.h"
 
 #include "platform/system_disk.h"
+#include "store/jet/care/check.h"
+#include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
+#include "tools/database_tool.h"
 #include "tools/field_text.h"
 
 #include <cstdio>
@@ -77,6 +80,23 @@ void make(const std::filesystem::path& path, bool indexed)
         season->commit();
     }
     std::filesystem::rename(unfinished, path);
+}
+
+void makeKeyed(const std::filesystem::path& path)
+{
+    if (std::filesystem::exists(path)) return;
+    files::Disk& disk = platform::systemDisk();
+    const jet::DateTime now{45000};
+    jet::Database::create(disk, path, jet::turkish, now, [&](jet::Database& database) {
+        jet::Table& table = database.createTable(
+            u"Kimlik", {{u"No", jet::ColumnType::longInteger}, {u"Ad", jet::ColumnType::text, 50}},
+            {{.name = u"PrimaryKey", .columns = {{u"No", true}}, .unique = true, .primaryKey = true}}, now);
+        jet::Transaction change(database.pager());
+        std::int32_t number = 0;
+        for (const long_mill::Customer& customer : long_mill::customers())
+            table.insert({{0, ++number}, {1, customer.name}});
+        change.commit();
+    });
 }
 
 /// Opened when it is first needed, and kept.
@@ -185,6 +205,25 @@ void listings(const std::string& task, const SharedSession& session)
     })->Unit(benchmark::kMillisecond);
 }
 
+void wheresByKey(const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name("Where by key", us).c_str(), [=](benchmark::State& state) {
+        std::size_t key = 1;
+        std::u16string name;
+        for ([[maybe_unused]] auto _ : state) {
+            key = long_mill::keyAfter(key);
+            const std::string number = std::to_string(key);
+            const jet::Selection found = jet::select(**session, u"Select * From Kimlik Where No=" +
+                                                                    std::u16string(number.begin(), number.end()));
+            if (found.rows.size() != 1) throw std::runtime_error("no such customer");
+            found.table->row(found.rows.front())->text(1, name);
+        }
+        const jet::Selection last = jet::select(**session, u"Select * From Kimlik Where No=777");
+        last.table->row(last.rows.front())->text(1, name);
+        answer("name of 777", us, static_cast<double>(name.size()));
+    })->Unit(benchmark::kMillisecond);
+}
+
 double number(const jet::Value& value)
 {
     if (const auto* money = std::get_if<jet::Currency>(&value)) return static_cast<double>(money->tenThousandths) / 1e4;
@@ -281,6 +320,68 @@ void firstAppends(const std::string& task, const std::filesystem::path& original
     })->Unit(benchmark::kMillisecond);
 }
 
+/// Work on whole files: none of it keeps anything from one time to the next.
+void checks(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("check", us).c_str(), [=](benchmark::State& state) {
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
+            if (!jet::checkDatabase(*database).ok()) throw std::runtime_error("not sound");
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void compacts(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("compact", us).c_str(), [=](benchmark::State& state) {
+        std::filesystem::path to = path;
+        to.replace_filename("compact.mdb");
+        std::filesystem::remove(to);
+        for ([[maybe_unused]] auto _ : state) {
+            const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
+            jet::compact(platform::systemDisk(), *database, to);
+            state.PauseTiming();
+            std::filesystem::remove(to);
+            state.ResumeTiming();
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+/// What presva-mdb import does with the register of customers, into an empty table with an index.
+void imports(const Files& files)
+{
+    benchmark::RegisterBenchmark(comparison::name("import", us).c_str(), [=](benchmark::State& state) {
+        const std::filesystem::path to = files.folder / "import.mdb";
+        double fees = 0;
+        const int screen = ::dup(STDOUT_FILENO), nowhere = ::open("/dev/null", O_WRONLY);
+        for ([[maybe_unused]] auto _ : state) {
+            state.PauseTiming();
+            std::filesystem::remove(to);
+            using enum jet::ColumnType;
+            jet::Database::create(platform::systemDisk(), to, jet::turkish, {45000}, [](jet::Database& database) {
+                database.createTable(
+                    u"Cari", {{u"Unvan", text, 50}, {u"Yuzde", singleFloat}, {u"Kap", text, 50}, {u"Nakit", currency}},
+                    {{.name = u"Unvan", .columns = {{u"Unvan", true}}, .unique = true}}, {45000});
+            });
+            state.ResumeTiming();
+            ::dup2(nowhere, STDOUT_FILENO); // the tool says how many rows there were
+            const int code = tools::runDatabaseTool(
+                platform::systemDisk(), std::vector<std::string>{"import", to.string(), "Cari", files.customersCsv()});
+            ::dup2(screen, STDOUT_FILENO);
+            if (code != 0) throw std::runtime_error("not imported");
+        }
+        ::close(nowhere);
+        ::close(screen);
+        const auto database = jet::Database::open(platform::systemDisk(), to, jet::Pager::Mode::readOnly);
+        database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView& row) {
+            fees += row.number(3).value();
+            return true;
+        });
+        answer("import fees", us, fees);
+        std::filesystem::remove(to);
+    })->Unit(benchmark::kMillisecond);
+}
+
 /// What any engine has to do before it knows something about a file: bring its bytes into memory.
 void readings(const std::filesystem::path& path)
 {
@@ -324,6 +425,7 @@ void prepareJet(const Files& files)
 {
     make(files.plain(), false);
     make(files.indexed(), true);
+    makeKeyed(files.keyed());
 }
 
 void registerJet(const Files& files)
@@ -336,7 +438,11 @@ void registerJet(const Files& files)
     listings("one month, indexed", indexed);
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
+    wheresByKey(std::make_shared<Session>(files.keyed()));
     exports(plain);
+    imports(files);
+    checks(files.indexed());
+    compacts(files.indexed());
     readings(files.plain());
     opens(files.plain());
     firstWrites("first write", files.plain());

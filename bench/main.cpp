@@ -18,6 +18,7 @@ int main(int argc, char** argv)
     try {
         const sides::Files files{argv[1]};
         std::filesystem::create_directories(files.folder);
+        sides::prepareCsv(files);
         sides::prepareJet(files);
         sides::prepareSqlite(files);
         sides::registerJet(files);

@@ -46,4 +46,7 @@ inline constexpr const char* totalsName = "Toplamlar";
 
 std::string utf8(const std::u16string& text);
 
+/// The number of the customer that is asked for next, from 1 on: all over the register.
+inline std::size_t keyAfter(std::size_t key) { return (key + 61'803) % customerCount + 1; }
+
 } // namespace long_mill

@@ -10,10 +10,14 @@ struct Files {
     std::filesystem::path folder;
     std::filesystem::path plain() const { return folder / "plain.mdb"; }     ///< no indexes
     std::filesystem::path indexed() const { return folder / "indexed.mdb"; } ///< Unvan and Tarih indexed
+    std::filesystem::path keyed() const { return folder / "keyed.mdb"; }     ///< customers by number, a primary key
+    std::filesystem::path customersCsv() const { return folder / "cari.csv"; }
+    std::filesystem::path sqliteKeyed() const { return folder / "keyed.sqlite"; }
     std::filesystem::path sqlitePlain() const { return folder / "plain.sqlite"; }
     std::filesystem::path sqliteIndexed() const { return folder / "indexed.sqlite"; }
 };
 
+void prepareCsv(const Files& files);
 void prepareJet(const Files& files);
 void prepareSqlite(const Files& files);
 

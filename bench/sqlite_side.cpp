@@ -5,8 +5,11 @@
 #include <sqlite3.h>
 
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace sides {
 namespace {
@@ -114,6 +117,27 @@ void make(const std::filesystem::path& path, bool indexed)
     std::filesystem::rename(unfinished, path);
 }
 
+void makeKeyed(const std::filesystem::path& path)
+{
+    if (std::filesystem::exists(path)) return;
+    const std::filesystem::path unfinished = path.string() + ".part";
+    std::filesystem::remove(unfinished);
+    {
+        Connection connection(unfinished);
+        connection.run("CREATE TABLE Kimlik(No INTEGER PRIMARY KEY, Ad TEXT); BEGIN");
+        const Statement row = connection.prepare("INSERT INTO Kimlik VALUES(?,?)");
+        int number = 0;
+        for (const std::string& name : customerNames()) {
+            sqlite3_bind_int(row.get(), 1, ++number);
+            sqlite3_bind_text(row.get(), 2, name.c_str(), -1, SQLITE_STATIC);
+            connection.step(row);
+            sqlite3_reset(row.get());
+        }
+        connection.run("COMMIT");
+    }
+    std::filesystem::rename(unfinished, path);
+}
+
 class Session {
 public:
     explicit Session(std::filesystem::path path) : path_(std::move(path)) {}
@@ -195,6 +219,101 @@ void fourSums(const std::string& task, const SharedSession& session)
     })->Unit(benchmark::kMillisecond);
 }
 
+void wheresByKey(const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name("Where by key", them).c_str(), [=](benchmark::State& state) {
+        std::size_t key = 1;
+        const auto nameOf = [&](std::size_t number) {
+            const Statement statement = (**session).prepare("SELECT * FROM Kimlik WHERE No=" + std::to_string(number));
+            if (!(**session).step(statement)) throw std::runtime_error("no such customer");
+            return static_cast<double>(sqlite3_column_bytes16(statement.get(), 1)) / 2;
+        };
+        for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(nameOf(key = long_mill::keyAfter(key)));
+        answer("name of 777", them, nameOf(777));
+    })->Unit(benchmark::kMillisecond);
+}
+
+void checks(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("check", them).c_str(), [=](benchmark::State& state) {
+        for ([[maybe_unused]] auto _ : state) {
+            Connection connection(path);
+            const Statement statement = connection.prepare("PRAGMA integrity_check");
+            connection.step(statement);
+            if (reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0)) != std::string("ok"))
+                throw std::runtime_error("not sound");
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void compacts(const std::filesystem::path& path)
+{
+    benchmark::RegisterBenchmark(comparison::name("compact", them).c_str(), [=](benchmark::State& state) {
+        std::filesystem::path to = path;
+        to.replace_filename("compact.sqlite");
+        std::filesystem::remove(to);
+        for ([[maybe_unused]] auto _ : state) {
+            Connection(path).run(("VACUUM INTO '" + to.string() + "'").c_str());
+            state.PauseTiming();
+            std::filesystem::remove(to);
+            state.ResumeTiming();
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+/// The fields of a line that has no quotes.
+std::vector<std::string> fieldsOf(const std::string& line)
+{
+    std::vector<std::string> fields(1);
+    for (const char letter : line) {
+        if (letter == ',')
+            fields.emplace_back();
+        else
+            fields.back() += letter;
+    }
+    return fields;
+}
+
+void imports(const Files& files)
+{
+    benchmark::RegisterBenchmark(comparison::name("import", them).c_str(), [=](benchmark::State& state) {
+        const std::filesystem::path to = files.folder / "import.sqlite";
+        double fees = 0;
+        for ([[maybe_unused]] auto _ : state) {
+            state.PauseTiming();
+            std::filesystem::remove(to);
+            {
+                Connection connection(to);
+                connection.run("CREATE TABLE Cari(Unvan TEXT, Yuzde REAL, Kap TEXT, Nakit REAL);"
+                               "CREATE UNIQUE INDEX CariUnvan ON Cari(Unvan)");
+            }
+            state.ResumeTiming();
+            Connection connection(to);
+            connection.run("BEGIN");
+            const Statement row = connection.prepare("INSERT INTO Cari VALUES(?,?,?,?)");
+            std::ifstream csv(files.customersCsv());
+            std::string line;
+            std::getline(csv, line);
+            while (std::getline(csv, line)) {
+                const auto fields = fieldsOf(line);
+                for (int i = 0; i < 4; ++i)
+                    sqlite3_bind_text(row.get(), i + 1, fields[static_cast<std::size_t>(i)].c_str(), -1, SQLITE_STATIC);
+                connection.step(row);
+                sqlite3_reset(row.get());
+            }
+            connection.run("COMMIT");
+        }
+        {
+            Connection connection(to);
+            const Statement sum = connection.prepare("SELECT Sum(Nakit) FROM Cari");
+            connection.step(sum);
+            fees = sqlite3_column_double(sum.get(), 0);
+        }
+        answer("import fees", them, fees);
+        std::filesystem::remove(to);
+    })->Unit(benchmark::kMillisecond);
+}
+
 void exports(const SharedSession& session)
 {
     benchmark::RegisterBenchmark(comparison::name("export", them).c_str(), [=](benchmark::State& state) {
@@ -272,6 +391,7 @@ void prepareSqlite(const Files& files)
 {
     make(files.sqlitePlain(), false);
     make(files.sqliteIndexed(), true);
+    makeKeyed(files.sqliteKeyed());
 }
 
 void registerSqlite(const Files& files)
@@ -284,7 +404,11 @@ void registerSqlite(const Files& files)
     listings("one month, indexed", indexed);
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
+    wheresByKey(std::make_shared<Session>(files.sqliteKeyed()));
     exports(plain);
+    imports(files);
+    checks(files.sqliteIndexed());
+    compacts(files.sqliteIndexed());
     opens(files.sqlitePlain());
     appends("append", files.sqlitePlain());
     appends("append, indexed", files.sqliteIndexed());
