@@ -49,6 +49,7 @@ inline constexpr int readOnlyDatabase = 3027;
 inline constexpr int databaseInUse = 3045;
 inline constexpr int querySyntax = 3075;
 inline constexpr int fieldTooSmall = 3163;
+inline constexpr int changedElsewhere = 3197;
 inline constexpr int noSuchField = 3265;
 inline constexpr int fieldRequired = 3314;
 inline constexpr int recordDeleted = 3167;

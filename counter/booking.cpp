@@ -67,7 +67,7 @@ bool writePressing(store::RecordSet& journal, const store::SlipNote& slip, const
 bool isOfTheFile(int error, store::Engine& database, const QString& table)
 {
     using namespace base::errors;
-    return error == databaseFault || error == databaseMissing || error == databaseInUse ||
+    return error == databaseFault || error == databaseMissing || error == databaseInUse || error == changedElsewhere ||
            (error == readOnlyDatabase && database.whyReadOnly(table));
 }
 
@@ -124,14 +124,18 @@ bool book(store::DataSource& customers, store::DataSource& journal, const store:
           const base::Regional& regional)
 {
     bool booked = false;
-    passOver([&] {
-        store::Change change(customers.database());
-        bool added = false;
-        passOver([&] { writeTerms(customers, slip.pressing, regional); });
-        passOver([&] { added = writePressing(journal.recordSet(), slip, regional); });
-        change.commit();
-        booked = added;
-    });
+    const auto attempt = [&] {
+        return passOver([&] {
+            store::Change change(customers.database());
+            bool added = false;
+            passOver([&] { writeTerms(customers, slip.pressing, regional); });
+            passOver([&] { added = writePressing(journal.recordSet(), slip, regional); });
+            change.commit();
+            booked = added;
+        });
+    };
+    // Another program wrote at the same moment: once more, on what is there now.
+    if (const auto error = attempt(); error && error->number() == base::errors::changedElsewhere) attempt();
     return booked;
 }
 

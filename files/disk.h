@@ -4,10 +4,27 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace files {
+
+/// What shows from outside that a file is no longer what it was: two stamps of one file differ then.
+struct FileStamp {
+    std::uint64_t size = 0;
+    std::int64_t written = 0; ///< when its bytes were last written, in the system's own count
+    std::int64_t altered = 0; ///< when anything about it was last changed
+    bool underItsName = true; ///< false: its name is gone, or another file has it now
+    bool operator==(const FileStamp&) const = default;
+};
+
+/// Who works at a machine, in UTF-8; empty where the system does not say.
+struct Person {
+    std::string machine;
+    std::string user;
+};
 
 /// An open file of a Disk. Every call throws Error (Fault::disk unless said) when the system refuses.
 class File {
@@ -30,8 +47,24 @@ public:
         writer, ///< the one program that may write; readers may still come
         commit, ///< writer, and no reader present: held while changed pages go to the file
     };
-    /// Changes the lock; false when another program stands in the way (never waits).
+    /// Changes the lock; false when another program stands in the way (never waits). To a writer also a program that
+    /// knows nothing of these locks stands in the way, as far as the system tells: one that has the file open for
+    /// writing. While a commit lock is held, a program that is about to open the file waits where the system can have
+    /// it wait.
     virtual bool lock(Lock wanted) = 0;
+    /// True when another program holds the writer or the commit lock.
+    virtual bool writerElsewhere() { return false; }
+
+    virtual FileStamp stamp() { return {size()}; }
+
+    /// Takes bytes for this open file alone, wherever its end may be, until it is closed; false when another program
+    /// holds one of them. For files in which programs leave marks for each other.
+    virtual bool holdBytes(std::uint64_t /*first*/, std::uint64_t /*count*/) { return true; }
+    /// The first of these bytes that another program holds.
+    virtual std::optional<std::uint64_t> byteHeldElsewhere(std::uint64_t /*first*/, std::uint64_t /*count*/)
+    {
+        return {};
+    }
 };
 
 /// The door to the file system: the real one in platform/, a power-cut simulator in tests.
@@ -55,8 +88,10 @@ public:
     virtual std::vector<std::filesystem::path> names(const std::filesystem::path& folder) = 0;
     /// The path with every symbolic link followed, so that all who open one file find the same neighbours beside it.
     virtual std::filesystem::path realPath(const std::filesystem::path& path) { return path; }
-    /// True when another program holds a lock on any byte of that file, or has it open without sharing.
-    virtual bool heldElsewhere(const std::filesystem::path& /*path*/) { return false; }
+    /// An empty file without a name, for reading and writing; it is gone when it is closed, and at the latest when the
+    /// program ends. Throws disk.
+    virtual std::unique_ptr<File> scratch() = 0;
+    virtual Person person() { return {}; }
 };
 
 } // namespace files

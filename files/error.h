@@ -18,6 +18,7 @@ enum class Fault {
     encoded,          ///< pages are encoded
     cutShort,         ///< the file ends in the middle of a page, or before pages that every database has
     inUse,            ///< another program has it open
+    changedElsewhere, ///< another program has changed it since it was read; nothing was written
     noPermission,     ///< the system refuses access
     readOnly,         ///< a write to a file, table or index that may only be read
     damaged,          ///< bytes on a page contradict the format

@@ -63,6 +63,8 @@ std::vector<std::filesystem::path> MemoryDisk::names(const std::filesystem::path
     return found;
 }
 
+std::unique_ptr<File> MemoryDisk::scratch() { return std::make_unique<MemoryFile>(std::make_shared<Content>()); }
+
 MemoryDisk::Content& MemoryDisk::content(const std::filesystem::path& path)
 {
     std::shared_ptr<Content>& file = files_[path];

@@ -22,6 +22,7 @@ public:
     void syncFolder(const std::filesystem::path& /*folder*/) override {}
     void makeFolder(const std::filesystem::path& /*folder*/) override {}
     std::vector<std::filesystem::path> names(const std::filesystem::path& folder) override;
+    std::unique_ptr<File> scratch() override;
 
     /// The bytes of a file, made empty where there is none.
     Content& content(const std::filesystem::path& path);

@@ -1,13 +1,19 @@
 #include "platform/system_disk.h"
 
 #include "files/error.h"
+#include "platform/other_openers.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <fcntl.h>
+#include <pwd.h>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace platform {
@@ -19,6 +25,9 @@ using files::Fault;
 
 constexpr off_t writerByte = 0x80000001;
 constexpr off_t readersByte = 0x80000002;
+/// How long an open waits for a commit of another program to let go of the file.
+constexpr auto longestCommit = std::chrono::seconds(5);
+constexpr auto lookAgain = std::chrono::seconds(1);
 
 std::string quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
 
@@ -46,6 +55,9 @@ std::string quoted(const std::filesystem::path& path) { return "'" + path.string
     case EFBIG:
         throw Error(Fault::disk,
                     quoted(path) + ' ' + done + ": bu disk bu kadar büyük dosya tutamıyor; başka bir diske taşıyın.");
+    case EWOULDBLOCK:
+        throw Error(Fault::inUse,
+                    quoted(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
     default:
         throw Error(Fault::disk, quoted(path) + ' ' + done + ": disk hatası (" + std::generic_category().message(code) +
                                      "); diski denetleyip yeniden deneyin.");
@@ -78,6 +90,11 @@ struct flock byteRange(short kind, off_t start, off_t length)
     range.l_start = start;
     range.l_len = length;
     return range;
+}
+
+std::int64_t nanoseconds(const struct timespec& moment)
+{
+    return std::int64_t{moment.tv_sec} * 1'000'000'000 + moment.tv_nsec;
 }
 
 class SystemFile final : public files::File {
@@ -144,15 +161,69 @@ public:
             if (writer && held_ != Lock::writer && held_ != Lock::commit) set(F_UNLCK, writerByte);
             return false;
         }
+        if (writer && held_ != Lock::commit && !shutOutOthers(wanted)) {
+            set(static_cast<short>(held_ == Lock::reader ? F_RDLCK : F_UNLCK), readersByte);
+            if (held_ != Lock::writer) set(F_UNLCK, writerByte);
+            return false;
+        }
+        if (wanted != Lock::commit) letOthersIn();
         if (!writer) set(F_UNLCK, writerByte);
         held_ = wanted;
         return true;
     }
 
-private:
-    bool set(short kind, off_t byte)
+    bool writerElsewhere() override { return heldElsewhere(F_WRLCK, writerByte, 1).has_value(); }
+
+    files::FileStamp stamp() override
     {
-        struct flock range = byteRange(kind, byte, 1);
+        struct stat now = {};
+        if (::fstat(descriptor_.number(), &now) != 0) fail(path_, "okunamadı");
+        struct stat named = {};
+        const bool same =
+            ::stat(path_.c_str(), &named) == 0 && named.st_dev == now.st_dev && named.st_ino == now.st_ino;
+        return {static_cast<std::uint64_t>(now.st_size), nanoseconds(now.st_mtim), nanoseconds(now.st_ctim), same};
+    }
+
+    bool holdBytes(std::uint64_t first, std::uint64_t count) override
+    {
+        return set(F_WRLCK, static_cast<off_t>(first), static_cast<off_t>(count));
+    }
+
+    std::optional<std::uint64_t> byteHeldElsewhere(std::uint64_t first, std::uint64_t count) override
+    {
+        return heldElsewhere(F_WRLCK, static_cast<off_t>(first), static_cast<off_t>(count));
+    }
+
+private:
+    /// False when a program that knows nothing of our locks has the file open for writing.
+    bool shutOutOthers(Lock wanted)
+    {
+        leased_ = takeLease(descriptor_.number());
+        if (leased_) return true;
+        // Looking at all programs takes milliseconds: not twice for one action.
+        const auto now = std::chrono::steady_clock::now();
+        if (wanted == Lock::writer && aloneAt_ && now - *aloneAt_ < lookAgain) return true;
+        if (openForWritingElsewhere(descriptor_.number())) return false;
+        aloneAt_ = now;
+        return true;
+    }
+    void letOthersIn()
+    {
+        if (leased_) giveLeaseBack(descriptor_.number());
+        leased_ = false;
+    }
+
+    std::optional<std::uint64_t> heldElsewhere(short kind, off_t first, off_t count)
+    {
+        struct flock range = byteRange(kind, first, count);
+        if (::fcntl(descriptor_.number(), F_OFD_GETLK, &range) != 0) fail(path_, "denetlenemedi");
+        if (range.l_type == F_UNLCK) return {};
+        return static_cast<std::uint64_t>(std::max(range.l_start, first));
+    }
+
+    bool set(short kind, off_t first, off_t count = 1)
+    {
+        struct flock range = byteRange(kind, first, count);
         while (::fcntl(descriptor_.number(), F_OFD_SETLK, &range) != 0) {
             if (errno == EAGAIN || errno == EACCES) return false;
             if (errno != EINTR) fail(path_, "kilitlenemedi");
@@ -163,6 +234,8 @@ private:
     Descriptor descriptor_;
     std::filesystem::path path_;
     Lock held_ = Lock::none;
+    bool leased_ = false;
+    std::optional<std::chrono::steady_clock::time_point> aloneAt_; ///< the last look found no other writer
 };
 
 class SystemDisk final : public files::Disk {
@@ -174,7 +247,12 @@ public:
                                                        : O_RDWR | O_CREAT | O_EXCL;
         const char* const done = access == Access::createNew ? "oluşturulamadı" : "açılamadı";
         // Without O_NONBLOCK a named pipe in the file's place would stop the program for ever.
-        Descriptor descriptor(::open(path.c_str(), mode | O_CLOEXEC | O_NONBLOCK, 0666));
+        const auto deadline = std::chrono::steady_clock::now() + longestCommit;
+        int opened = -1;
+        while ((opened = ::open(path.c_str(), mode | O_CLOEXEC | O_NONBLOCK, 0666)) < 0 && errno == EWOULDBLOCK &&
+               std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        Descriptor descriptor(opened);
         if (descriptor.number() < 0) fail(path, done);
         struct stat status = {};
         if (::fstat(descriptor.number(), &status) != 0) fail(path, done);
@@ -237,14 +315,24 @@ public:
         return none ? path : real;
     }
 
-    bool heldElsewhere(const std::filesystem::path& path) override
+    std::unique_ptr<files::File> scratch() override
     {
-        // The question does not need the right to write; a file that cannot even be read tells us nothing.
-        const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-        if (descriptor.number() < 0) return errno != ENOENT;
-        struct flock range = byteRange(F_WRLCK, 0, 0);
-        if (::fcntl(descriptor.number(), F_OFD_GETLK, &range) != 0) fail(path, "denetlenemedi");
-        return range.l_type != F_UNLCK;
+        std::error_code none;
+        std::filesystem::path folder = std::filesystem::temp_directory_path(none);
+        if (none) folder = "/tmp";
+        std::string name = (folder / "presva-XXXXXX").string();
+        Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
+        if (descriptor.number() < 0) fail(folder, "içine geçici dosya konamadı");
+        ::unlink(name.c_str());
+        return std::make_unique<SystemFile>(std::move(descriptor), name);
+    }
+
+    files::Person person() override
+    {
+        std::array<char, 256> host = {};
+        ::gethostname(host.data(), host.size() - 1);
+        const struct passwd* const account = ::getpwuid(::geteuid());
+        return {host.data(), account != nullptr ? account->pw_name : ""};
     }
 };
 

@@ -90,7 +90,10 @@ OVERLAPPED placeAt(std::uint64_t offset)
 
 class SystemFile final : public files::File {
 public:
-    SystemFile(Handle handle, std::filesystem::path path) : handle_(std::move(handle)), path_(std::move(path)) {}
+    SystemFile(Handle handle, std::filesystem::path path, bool writable)
+        : handle_(std::move(handle)), path_(std::move(path)), writable_(writable)
+    {
+    }
 
     std::uint64_t size() override
     {
@@ -160,8 +163,50 @@ public:
         return true;
     }
 
+    bool writerElsewhere() override { return writer_ == Held::none && !freeNow(writerByte); }
+
+    files::FileStamp stamp() override
+    {
+        // Nobody else writes to what is open here for writing, nor takes its name; and the system puts off noting the
+        // times of our own writes.
+        if (writable_) return {size()};
+        FILE_BASIC_INFO times = {};
+        if (!GetFileInformationByHandleEx(handle_.get(), FileBasicInfo, &times, sizeof times)) fail(path_, "okunamadı");
+        return {size(), times.LastWriteTime.QuadPart, times.ChangeTime.QuadPart, true};
+    }
+
+    bool holdBytes(std::uint64_t first, std::uint64_t count) override
+    {
+        OVERLAPPED place = placeAt(first);
+        if (LockFileEx(handle_.get(), LOCKFILE_FAIL_IMMEDIATELY | LOCKFILE_EXCLUSIVE_LOCK, 0, static_cast<DWORD>(count),
+                       static_cast<DWORD>(count >> 32), &place))
+            return true;
+        if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING) return false;
+        fail(path_, "kilitlenemedi");
+    }
+
+    std::optional<std::uint64_t> byteHeldElsewhere(std::uint64_t first, std::uint64_t count) override
+    {
+        // The system does not tell whose a byte is: each is tried.
+        for (std::uint64_t byte = first; byte < first + count; ++byte)
+            if (!freeNow(byte)) return byte;
+        return {};
+    }
+
 private:
     enum class Held { none, shared, alone };
+
+    bool freeNow(std::uint64_t byte)
+    {
+        OVERLAPPED place = placeAt(byte);
+        if (!LockFileEx(handle_.get(), LOCKFILE_FAIL_IMMEDIATELY | LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place)) {
+            if (GetLastError() == ERROR_LOCK_VIOLATION || GetLastError() == ERROR_IO_PENDING) return false;
+            fail(path_, "denetlenemedi");
+        }
+        place = placeAt(byte);
+        UnlockFileEx(handle_.get(), 0, 1, 0, &place);
+        return true;
+    }
 
     bool hold(Held& now, std::uint64_t byte, Held wanted)
     {
@@ -184,6 +229,7 @@ private:
 
     Handle handle_;
     std::filesystem::path path_;
+    bool writable_;
     Held writer_ = Held::none;
     Held readers_ = Held::none;
 };
@@ -206,7 +252,7 @@ public:
                                   access == Access::createNew ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                                   nullptr));
         if (!handle.valid()) fail(path, done);
-        return std::make_unique<SystemFile>(std::move(handle), path);
+        return std::make_unique<SystemFile>(std::move(handle), path, access != Access::readOnly);
     }
 
     bool exists(const std::filesystem::path& path) override
@@ -256,12 +302,29 @@ public:
         return none ? path : real;
     }
 
-    bool heldElsewhere(const std::filesystem::path& path) override
+    std::unique_ptr<files::File> scratch() override
     {
-        // Denying everything succeeds only when nobody else has the file open.
-        const Handle handle(
-            CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        return !handle.valid() && GetLastError() != ERROR_FILE_NOT_FOUND;
+        std::wstring folder(MAX_PATH + 1, L'\0');
+        std::wstring name(MAX_PATH + 1, L'\0');
+        folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
+        if (folder.empty() || GetTempFileNameW(folder.c_str(), L"prs", 0, name.data()) == 0)
+            fail(folder, "içine geçici dosya konamadı");
+        Handle handle(CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+        if (!handle.valid()) fail(name, "oluşturulamadı");
+        return std::make_unique<SystemFile>(std::move(handle), name, true);
+    }
+
+    files::Person person() override
+    {
+        const auto text = [](BOOL(WINAPI * ask)(LPWSTR, LPDWORD)) {
+            std::wstring wide(256, L'\0');
+            auto length = static_cast<DWORD>(wide.size());
+            if (!ask(wide.data(), &length)) return std::string();
+            const auto utf8 = std::filesystem::path(wide.c_str()).u8string();
+            return std::string(utf8.begin(), utf8.end());
+        };
+        return {text(GetComputerNameW), text(GetUserNameW)};
     }
 };
 

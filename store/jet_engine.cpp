@@ -46,6 +46,8 @@ int numberOf(jet::Fault fault)
         return base::errors::readOnlyDatabase;
     case Fault::inUse:
         return base::errors::databaseInUse;
+    case Fault::changedElsewhere:
+        return base::errors::changedElsewhere;
     default:
         return base::errors::databaseFault;
     }
@@ -222,11 +224,20 @@ public:
 
     FieldValue field(const Listing& listing, RowKey row, int position) override
     {
-        return passing([&] {
+        const auto fetch = [&] {
             const jet::Table& table = tableOf(listing);
             const std::optional<jet::RowView> view = table.row(idOf(row));
             if (!view) throw base::runtimeError(base::errors::recordDeleted);
             return fieldOf(view->value(columnOf(table, listing, position)));
+        };
+        return passing([&] {
+            try {
+                return fetch();
+            } catch (const jet::Error& error) {
+                if (error.fault() != jet::Fault::changedElsewhere || database_->pager().inTransaction()) throw;
+            }
+            // A page had to be read, and the file is another now. Looking before every field would take too long.
+            return jet::onWhatIsThere(database_->pager(), fetch);
         });
     }
 
@@ -260,7 +271,10 @@ public:
     {
         return passing([&] {
             std::vector<RowKey> rows;
-            for (jet::RowId id : jet::Criteria(tableOf(listing), u16(criteria)).rows()) rows.push_back(keyOf(id));
+            jet::onWhatIsThere(database_->pager(), [&] {
+                rows.clear();
+                for (jet::RowId id : jet::Criteria(tableOf(listing), u16(criteria)).rows()) rows.push_back(keyOf(id));
+            });
             return rows;
         });
     }
@@ -281,7 +295,11 @@ public:
 
     std::unique_ptr<ChangeScope> change() override
     {
-        return passing([&] { return std::make_unique<JetScope>(database_->pager()); });
+        return passing([&] {
+            jet::Pager& pager = database_->pager();
+            if (!pager.inTransaction()) pager.lookAround();
+            return std::make_unique<JetScope>(pager);
+        });
     }
 
     bool prepareSearch(const QString& table, const QString& field) override
@@ -292,7 +310,8 @@ public:
     std::optional<QString> whyReadOnly(const QString& table) override
     {
         return passing([&]() -> std::optional<QString> {
-            const std::optional<std::string> why = database_->table(u16(table)).whyReadOnly();
+            const std::optional<std::string> why =
+                jet::onWhatIsThere(database_->pager(), [&] { return database_->table(u16(table)).whyReadOnly(); });
             return why ? std::optional(QString::fromStdString(*why)) : std::nullopt;
         });
     }

@@ -186,11 +186,10 @@ std::string wholeText(files::Disk& disk, const std::string& name)
     return text;
 }
 
-int importTable(files::Disk& disk, Arguments arguments)
+/// Adds the rows of a CSV, all or none; says how many.
+std::uint64_t addRows(jet::Database& database, Arguments arguments, const std::string& text)
 {
-    const std::string text = wholeText(disk, arguments[2]);
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]));
-    jet::Table& table = database->table(jet::fromUtf8(arguments[1]));
+    jet::Table& table = database.table(jet::fromUtf8(arguments[1]));
 
     CsvReader reader(text);
     std::vector<CsvField> record;
@@ -208,7 +207,7 @@ int importTable(files::Disk& disk, Arguments arguments)
     if (positions.size() == 1) reader.countEmptyLines();
 
     Progress progress("Yükleniyor");
-    jet::Transaction change(database->pager());
+    jet::Transaction change(database.pager());
     std::vector<jet::Assignment> values;
     std::uint64_t rows = 0;
     while (reader.next(record)) {
@@ -235,6 +234,15 @@ int importTable(files::Disk& disk, Arguments arguments)
         progress(reader.percent());
     }
     change.commit();
+    return rows;
+}
+
+int importTable(files::Disk& disk, Arguments arguments)
+{
+    const std::string text = wholeText(disk, arguments[2]);
+    const auto database = jet::Database::open(disk, pathOf(arguments[0]));
+    const std::uint64_t rows =
+        jet::onWhatIsThere(database->pager(), [&] { return addRows(*database, arguments, text); });
     Output out(standardOutput);
     say(out, std::to_string(rows) + " satır yüklendi.");
     out.flush();

@@ -2,6 +2,7 @@
 
 #include "files/disk.h"
 #include "files/error.h"
+#include "files/memory_disk.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,6 +19,9 @@
 /// medium as it may look after the lights went out: each write since the last sync got there whole, in part (sectors of
 /// 512 bytes, some perhaps with junk in them) or not at all, whatever came before or after it; names in order up to
 /// some point. Different seeds, different luck. A failed sync loses the cache for good, as on Linux.
+///
+/// The lock files beside databases hold nothing that must outlive a stop, and a failure to write one is passed over:
+/// they are no changes of the medium here, and do not fail with others.
 class PowerCutDisk final : public files::Disk {
 public:
     using Path = std::filesystem::path;
@@ -45,6 +49,9 @@ public:
     std::optional<int> failingFrom;      ///< this one and all after it fail
     std::optional<std::size_t> capacity; ///< bytes; a write past it fails with a full disk
     bool readOnly = false;               ///< as a write-protected medium
+    bool clockStands = false;            ///< no write shows in the stamp of a file
+    files::Person self;                  ///< who works here
+    bool noLockFiles = false;            ///< none can be made
 
     PowerCutDisk() = default;
     std::unique_ptr<PowerCutDisk> afterPowerCut(std::uint32_t seed) const
@@ -72,20 +79,21 @@ public:
         const auto found = names_.find(path);
         if (access == Access::createNew) {
             if (found != names_.end()) throw files::Error(files::Fault::exists, "zaten var");
-            change();
+            if (noLockFiles && isLockFile(path)) throw files::Error(files::Fault::noPermission, "izin yok");
+            change(path);
             auto stored = std::make_shared<Stored>();
             names_[path] = stored;
             pendingNames_.push_back([path, stored](Names& names) { names[path] = stored; });
-            return std::make_unique<OpenFile>(*this, stored, true);
+            return std::make_unique<OpenFile>(*this, stored, path, true);
         }
         if (found == names_.end()) throw files::Error(files::Fault::notFound, path.string() + " yok");
         if (access == Access::readWrite && readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
-        return std::make_unique<OpenFile>(*this, found->second, access == Access::readWrite);
+        return std::make_unique<OpenFile>(*this, found->second, path, access == Access::readWrite);
     }
     bool exists(const Path& path) override { return has(path); }
     void remove(const Path& path) override
     {
-        change();
+        change(path);
         if (names_.erase(path) == 0) throw files::Error(files::Fault::notFound, path.string() + " yok");
         pendingNames_.push_back([path](Names& names) { names.erase(path); });
     }
@@ -118,6 +126,10 @@ public:
         pendingNames_.clear();
     }
 
+    /// Nothing of such a file outlives its program, and so it costs no changes of the medium.
+    std::unique_ptr<files::File> scratch() override { return scratches_.scratch(); }
+    files::Person person() override { return self; }
+
 private:
     struct Write {
         std::uint64_t offset = 0;
@@ -128,9 +140,11 @@ private:
         Image live;                 ///< what programs see
         Image durable;              ///< what a power cut leaves for certain
         std::vector<Write> pending; ///< between the two, in order
+        std::int64_t writes = 0;
         const void* writer = nullptr;
         const void* committer = nullptr;
         std::set<const void*> readers;
+        std::map<std::uint64_t, const void*> heldBytes;
     };
     using Names = std::map<Path, std::shared_ptr<Stored>>;
     using NameChange = std::function<void(Names&)>;
@@ -169,8 +183,11 @@ private:
         }
     }
 
-    void change()
+    static bool isLockFile(const Path& path) { return path.extension() == ".ldb"; }
+
+    void change(const Path& path = {})
     {
+        if (isLockFile(path)) return;
         if (beforeEachChange) beforeEachChange();
         ++changes_;
         if (readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
@@ -181,14 +198,15 @@ private:
     std::size_t bytesUsed() const
     {
         std::size_t sum = 0;
-        for (const auto& [path, stored] : names_) sum += stored->live.size();
+        for (const auto& [path, stored] : names_)
+            if (!isLockFile(path)) sum += stored->live.size();
         return sum;
     }
 
     class OpenFile final : public files::File {
     public:
-        OpenFile(PowerCutDisk& disk, std::shared_ptr<Stored> stored, bool writable)
-            : disk_(disk), stored_(std::move(stored)), writable_(writable)
+        OpenFile(PowerCutDisk& disk, std::shared_ptr<Stored> stored, Path path, bool writable)
+            : disk_(disk), stored_(std::move(stored)), path_(std::move(path)), writable_(writable)
         {
         }
         ~OpenFile() override { release(); }
@@ -206,11 +224,11 @@ private:
         void write(std::uint64_t offset, std::span<const std::uint8_t> bytes) override
         {
             mustBeWritable();
-            disk_.change();
+            disk_.change(path_);
             Write write{offset, Image(bytes.begin(), bytes.end()), {}};
             const std::size_t end = offset + bytes.size();
             const std::size_t growth = end > stored_->live.size() ? end - stored_->live.size() : 0;
-            if (disk_.capacity && disk_.bytesUsed() + growth > *disk_.capacity) {
+            if (disk_.capacity && !isLockFile(path_) && disk_.bytesUsed() + growth > *disk_.capacity) {
                 // Like the system: what still fits is written.
                 const std::size_t room = *disk_.capacity - std::min(*disk_.capacity, disk_.bytesUsed());
                 const std::size_t fits = write.bytes.size() - std::min(write.bytes.size(), growth - room);
@@ -223,7 +241,7 @@ private:
         void truncate(std::uint64_t size) override
         {
             mustBeWritable();
-            disk_.change();
+            disk_.change(path_);
             perform({0, {}, size});
         }
         void sync() override
@@ -256,6 +274,25 @@ private:
             if (wanted == Lock::reader) s.readers.insert(this);
             return true;
         }
+        bool writerElsewhere() override { return stored_->writer != nullptr && stored_->writer != this; }
+        files::FileStamp stamp() override
+        {
+            const auto named = disk_.names_.find(path_);
+            return {size(), stored_->writes, 0, named != disk_.names_.end() && named->second == stored_};
+        }
+        bool holdBytes(std::uint64_t first, std::uint64_t count) override
+        {
+            if (byteHeldElsewhere(first, count)) return false;
+            for (std::uint64_t byte = first; byte < first + count; ++byte) stored_->heldBytes[byte] = this;
+            return true;
+        }
+        std::optional<std::uint64_t> byteHeldElsewhere(std::uint64_t first, std::uint64_t count) override
+        {
+            for (auto held = stored_->heldBytes.lower_bound(first);
+                 held != stored_->heldBytes.end() && held->first < first + count; ++held)
+                if (held->second != this) return held->first;
+            return {};
+        }
 
     private:
         void mustBeWritable() const
@@ -264,6 +301,7 @@ private:
         }
         void perform(Write write)
         {
+            if (!disk_.clockStands) ++stored_->writes;
             apply(stored_->live, write);
             stored_->pending.push_back(std::move(write));
         }
@@ -272,13 +310,16 @@ private:
             if (stored_->writer == this) stored_->writer = nullptr;
             if (stored_->committer == this) stored_->committer = nullptr;
             stored_->readers.erase(this);
+            std::erase_if(stored_->heldBytes, [this](const auto& held) { return held.second == this; });
         }
 
         PowerCutDisk& disk_;
         std::shared_ptr<Stored> stored_;
+        Path path_;
         bool writable_;
     };
 
+    files::MemoryDisk scratches_;
     Names names_;
     Names durableNames_;
     std::vector<NameChange> pendingNames_;

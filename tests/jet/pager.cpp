@@ -639,7 +639,8 @@ TEST(Pager, commitWaitsForReadersAndGivesUpWhole)
     Pager writer(disk, file, Pager::Mode::readWrite);
     const auto before = contentOf(writer);
     {
-        Pager reader(disk, file, Pager::Mode::readOnly);
+        const auto reader = disk.open(file, Disk::Access::readOnly);
+        ASSERT_TRUE(reader->lock(File::Lock::reader));
         Transaction change(writer);
         fill(writer, 3, 1);
         const auto start = std::chrono::steady_clock::now();

@@ -57,9 +57,11 @@ TEST(PassingLooks, leaveNothingInMemory)
     Pager pager(numbered(disk, 200), file, Pager::Mode::readOnly);
     PassingBuffer buffer;
     EXPECT_EQ(pager.look(70, buffer)[100], 70);
-    // No program does that beside us; it shows that the page is read again.
+    EXPECT_EQ(pager.read(71)[100], 71);
+    // Another program's change is met by whoever goes to the disk again; a page in memory would be given as it was.
     disk.open(file, Disk::Access::readWrite)->write(70 * pageSize + 100, std::vector<std::uint8_t>{9});
-    EXPECT_EQ(pager.read(70)[100], 9);
+    EXPECT_EQ(pager.read(71)[100], 71);
+    EXPECT_EQ(faultOf([&] { pager.read(70); }), Fault::changedElsewhere);
 }
 
 TEST(PassingLooks, refuseAPageThatIsNotThere)

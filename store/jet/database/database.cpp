@@ -12,9 +12,11 @@ namespace jet {
 
 const std::vector<CatalogueEntry>& Database::State::catalogue()
 {
-    if (changedAt_ && *changedAt_ != pager->changeCount()) {
+    const bool another = foreignChanges_ != pager->foreignChanges();
+    if (another || (changedAt_ && *changedAt_ != pager->changeCount())) {
         changedAt_.reset();
         entries_.reset();
+        foreignChanges_ = pager->foreignChanges();
     }
     if (!entries_) {
         entries_ = readCatalogue(*systemObjects);

@@ -42,8 +42,9 @@ struct Database::State {
 private:
     std::optional<std::vector<CatalogueEntry>> entries_;
     std::optional<std::uint64_t> changedAt_; ///< change count of the transaction that changed the catalogue
+    std::uint64_t foreignChanges_ = 0;       ///< of the pager, when the catalogue was read
     std::vector<std::unique_ptr<Table>> tables_;
-    /// Tables that a rollback took out of the catalogue: references to them are still out.
+    /// Tables that a rollback or another program took out of the catalogue: references to them are still out.
     std::vector<std::unique_ptr<Table>> retired_;
 };
 

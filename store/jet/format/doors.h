@@ -11,5 +11,6 @@ using files::Disk;
 using files::Error;
 using files::Fault;
 using files::File;
+using files::FileStamp;
 
 } // namespace jet

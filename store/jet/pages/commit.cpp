@@ -54,9 +54,26 @@ bool Commit::prepare()
     std::ranges::sort(changed_, byPage);
     std::ranges::sort(appended_, byPage);
     for (const TouchedPage& one : changed_) old_.push_back({one.page, one.image});
+    reachedFile_ = false;
     if (!lockPatiently(file_, File::Lock::commit)) throw inUse(database_);
     stage_ = Stage::prepared;
+    refuseIfChangedElsewhere();
     return true;
+}
+
+/// By what a program that knows nothing of our locks cannot help changing, and by the pages that would be overwritten:
+/// a clock may be too coarse to tell.
+void Commit::refuseIfChangedElsewhere() const
+{
+    if (file_.stamp() != memory_.stamp()) throw changedElsewhere(database_);
+    std::vector<std::uint8_t> bytes(pageSize);
+    const auto holds = [&](PageNo page, const std::uint8_t* image) {
+        return file_.read(positionOf(page), bytes) == pageSize && std::memcmp(bytes.data(), image, pageSize) == 0;
+    };
+    for (const TouchedPage& one : changed_)
+        if (!holds(one.page, one.image)) throw changedElsewhere(database_);
+    const std::span<const std::uint8_t> header = memory_.loaded(0, 1);
+    if (!header.empty() && !memory_.isTouched(0) && !holds(0, header.data())) throw changedElsewhere(database_);
 }
 
 void Commit::arm()
@@ -68,15 +85,19 @@ void Commit::arm()
     writeJournal(*journal_, header_, old_);
     journal_->sync();
     stage_ = Stage::armed;
+    // Syncing takes its time, and not every system keeps others from opening the file meanwhile.
+    if (file_.stamp() != memory_.stamp()) throw changedElsewhere(database_);
 }
 
 void Commit::writeFile()
 {
     assert(stage_ == Stage::armed);
+    reachedFile_ = true;
     // New pages first: a full disk then shows before an old page is overwritten.
     writeRuns(appended_);
     writeRuns(changed_);
     file_.sync();
+    memory_.setStamp(file_.stamp());
     stage_ = Stage::inFile;
 }
 
@@ -97,7 +118,8 @@ void Commit::disarm()
 
 void Commit::takeBack() noexcept
 {
-    switch (stage_) {
+    // A journal that counts beside a file that nothing was written to has nothing to put back.
+    switch (stage_ == Stage::armed && !reachedFile_ ? Stage::prepared : stage_) {
     case Stage::idle:
     case Stage::broken:
         return;
@@ -205,6 +227,7 @@ bool Commit::putBack() noexcept
         const std::uint64_t size = positionOf(PageNo(memory_.countBefore()));
         if (file_.size() > size) file_.truncate(size);
         file_.sync();
+        memory_.setStamp(file_.stamp());
     });
 }
 

@@ -15,7 +15,8 @@ namespace jet {
 /// Brings the pages of a transaction to the file, all or none, over a rollback journal. Private to the Pager, which
 /// takes the steps one after the other:
 ///
-///     prepare()    what is to be written, and the commit lock            nothing has reached the disk
+///     prepare()    what is to be written, the commit lock, and a look    nothing has reached the disk
+///                  whether the file is still the one that was read
 ///     arm()        the old pages into the journal, synced                the database is as it was
 ///     writeFile()  the new pages into the file, synced                   the journal leads back
 ///     disarm()     the journal struck out, synced: the change holds
@@ -45,7 +46,8 @@ public:
         if (broken_) throwBroken();
     }
 
-    /// False when the transaction has changed nothing. Throws inUse.
+    /// False when the transaction has changed nothing. Throws inUse, and changedElsewhere when another program has
+    /// written to the file since it was read.
     bool prepare();
     void arm();
     /// What writeFile() is about to overwrite.
@@ -53,12 +55,15 @@ public:
     void writeFile();
     void disarm();
     void takeBack() noexcept;
+    /// The file is another now: what was summed up of its pages is void.
+    void forgetDigest() { digest_.reset(); }
 
     /// Asserts what the stage promises about journal, file and digest.
     void assertState() const;
 
 private:
     [[noreturn]] void throwBroken() const;
+    void refuseIfChangedElsewhere() const;
     void openJournal();
     std::uint64_t digestWithout(std::span<const OldPage> pages);
     std::uint64_t digestOfFile() const;
@@ -76,6 +81,7 @@ private:
     PageMemory& memory_;
     std::unique_ptr<File> journal_; ///< from the first commit on
     bool struckOut_ = false;        ///< for certain
+    bool reachedFile_ = false;      ///< a page of this commit may stand in the file
 
     Stage stage_ = Stage::idle;
     std::optional<std::string> broken_; ///< why nothing may be done any more

@@ -61,8 +61,6 @@ std::unique_ptr<File> LeftOverJournal::openFound(Disk::Access access)
 
 void LeftOverJournal::settleAsWriter(File& file)
 {
-    // A writer holds its lock as long as it runs: waiting would be in vain.
-    if (!file.lock(File::Lock::writer)) throw inUse(database_);
     bool strikable = true;
     std::unique_ptr<File> found;
     try {

@@ -26,7 +26,7 @@ public:
     /// `database` is the path for opening and for sentences.
     LeftOverJournal(Disk& disk, const std::filesystem::path& database);
 
-    /// Takes the writer lock and keeps it. Throws inUse where another program holds it, disk.
+    /// With the writer lock held, which stays. Throws inUse where a reader does not leave, disk.
     void settleAsWriter(File& file);
 
     /// A journal that counts, beside a file that may not be written: whoever reads must put its pages in their places.

@@ -7,6 +7,7 @@
 #include <cassert>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace jet {
 
@@ -17,8 +18,9 @@ constexpr std::size_t chunksKept = 16;
 
 } // namespace
 
-PageMemory::PageMemory(File& file, PageCount pages, const std::filesystem::path& path)
-    : file_(file), path_(path), extents_(extentsFor(pages)), count_(pages), countBefore_(pages), isTouched_(pages)
+PageMemory::PageMemory(File& file, PageCount pages, const FileStamp& stamp, const std::filesystem::path& path)
+    : file_(file), stamp_(stamp), path_(path), extents_(extentsFor(pages)), count_(pages), countBefore_(pages),
+      isTouched_(pages)
 {
 }
 
@@ -66,6 +68,7 @@ void PageMemory::readFile(PageNo first, PageNo end, std::uint8_t* into)
     if (pages != 0 && file_.read(positionOf(first), part) != part.size())
         throw Error(Fault::cutShort, inQuotes(path_) + " açıkken kısalmış, " + std::to_string(first.number()) +
                                          ". sayfadan sonrası okunamadı; programı kapatıp dosyayı denetleyin.");
+    if (pages != 0 && file_.stamp() != stamp_) throw changedElsewhere(path_);
 }
 
 PageView PageMemory::look(PageNo page, PassingBuffer& buffer)
@@ -141,6 +144,16 @@ void PageMemory::accept() noexcept
 {
     countBefore_ = count_;
     forgetTouched();
+}
+
+void PageMemory::forget(PageCount pages, const FileStamp& stamp)
+{
+    assert(touched_.empty());
+    std::vector<Extent> none(extentsFor(pages));
+    isTouched_.assign(pages, false);
+    extents_ = std::move(none);
+    count_ = countBefore_ = pages;
+    stamp_ = stamp;
 }
 
 void PageMemory::takeBack() noexcept

@@ -24,8 +24,8 @@ struct TouchedPage {
 /// after the other gets them read ahead, more each time; whoever jumps gets what he asks for.
 class PageMemory {
 public:
-    /// `pages` as they stand in the file. `path` is for sentences.
-    PageMemory(File& file, PageCount pages, const std::filesystem::path& path);
+    /// `pages` as they stand in the file, which has that stamp. `path` is for sentences.
+    PageMemory(File& file, PageCount pages, const FileStamp& stamp, const std::filesystem::path& path);
     ~PageMemory();
     PageMemory(const PageMemory&) = delete;
     PageMemory& operator=(const PageMemory&) = delete;
@@ -33,7 +33,8 @@ public:
     PageCount count() const { return count_; }             ///< those appended by the open transaction included
     PageCount countBefore() const { return countBefore_; } ///< without them: what the file holds
 
-    /// Throws damaged where there is no such page, cutShort where the file has lost it.
+    /// Throws damaged where there is no such page, cutShort where the file has lost it, changedElsewhere when it had to
+    /// be read and the file is not the one that the other pages were read from.
     PageView read(PageNo page)
     {
         if (!has(page)) throwNoSuchPage(page);
@@ -61,6 +62,11 @@ public:
 
     /// What was written stands in the file now.
     void accept() noexcept;
+    /// The file as it was when the pages were read, or after this program's own last write.
+    const FileStamp& stamp() const { return stamp_; }
+    void setStamp(const FileStamp& stamp) { stamp_ = stamp; }
+    /// Forgets every page: the file is another now, of so many pages. Nothing may be touched.
+    void forget(PageCount pages, const FileStamp& stamp);
     /// Everything is as it was before the first change.
     void takeBack() noexcept;
 
@@ -98,6 +104,7 @@ private:
     void forgetTouched() noexcept;
 
     File& file_;
+    FileStamp stamp_;
     const std::filesystem::path& path_;
     std::vector<Extent> extents_;
     PageCount count_;

@@ -5,13 +5,17 @@
 #include "store/jet/pages/left_over_journal.h"
 #include "store/jet/pages/page_memory.h"
 #include "store/jet/pages/pager_failing.h"
+#include "store/jet/pages/reader_file.h"
+#include "store/jet/pages/session.h"
 #include "store/jet/pages/snapshot_list.h"
 
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <chrono>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace jet {
@@ -20,14 +24,19 @@ namespace {
 
 constexpr PageCount pagesOfEmptyDatabase = 16;
 
-/// A session of Access keeps a byte of its lock file locked for every user; the file alone, left over from a crash,
-/// says nothing.
-void refuseIfAccessIsAtWork(Disk& disk, const std::filesystem::path& database)
+/// Takes a step until another program is no longer in its way, or that has had two seconds to go.
+template <class Step> auto patiently(Step&& step)
 {
-    auto lockFile = disk.realPath(database);
-    lockFile.replace_extension(".ldb");
-    if (lockFile != disk.realPath(database) && disk.exists(lockFile) && disk.heldElsewhere(lockFile))
-        throw inUse(database);
+    constexpr auto longestWait = std::chrono::seconds(2);
+    constexpr auto pause = std::chrono::milliseconds(1);
+    const auto deadline = std::chrono::steady_clock::now() + longestWait;
+    for (;; std::this_thread::sleep_for(pause)) {
+        try {
+            return step();
+        } catch (const Error& error) {
+            if (error.fault() != Fault::inUse || std::chrono::steady_clock::now() >= deadline) throw;
+        }
+    }
 }
 
 /// The number of pages of a file that may be a database. Throws notADatabase, oldFormat, cutShort, unsupported.
@@ -62,19 +71,24 @@ struct Pager::State {
     std::filesystem::path path;
     bool writable = false;
     std::unique_ptr<File> file;
+    std::optional<Session> session; ///< of a writer
     std::optional<PageMemory> memory;
     std::optional<Commit> writer;
     SnapshotList snapshots;
 
     bool open = false; ///< a transaction
     bool spoilt = false;
+    bool alone = false; ///< others are kept out
     std::uint64_t changes = 0;
     std::uint64_t writes = 0;
+    std::uint64_t foreignChanges = 0;
     PageNo freeSearchStart = 0;
 
     State(Disk& d, std::filesystem::path p, Mode mode);
-    void openFile(Mode mode);
-    void settleJournal();
+    void openForWriting();
+    void openForReading();
+    void readPages(const std::optional<LeftOverJournal::Unapplied>& unapplied);
+    bool lookAround();
     void commit();
     void rollback() noexcept;
     void endTransaction() noexcept;
@@ -83,41 +97,79 @@ struct Pager::State {
 
 Pager::State::State(Disk& d, std::filesystem::path p, Mode mode) : disk(d), path(std::move(p))
 {
-    openFile(mode);
-    refuseIfAccessIsAtWork(disk, path);
-    settleJournal();
-    writer.emplace(disk, path, *file, *memory);
-}
-
-void Pager::State::openFile(Mode mode)
-{
     if (mode == Mode::readWrite) {
         try {
-            file = disk.open(path, Disk::Access::readWrite);
-            writable = true;
-            return;
+            openForWriting();
         } catch (const Error& error) {
             if (error.fault() != Fault::noPermission) throw;
         }
     }
-    file = disk.open(path, Disk::Access::readOnly);
+    if (!writable) openForReading();
+    writer.emplace(disk, path, *file, *memory);
 }
 
-void Pager::State::settleJournal()
+void Pager::State::openForWriting()
 {
-    LeftOverJournal leftOver(disk, path);
-    std::optional<LeftOverJournal::Unapplied> unapplied;
-    if (writable)
-        leftOver.settleAsWriter(*file);
-    else
-        unapplied = leftOver.settleAsReader(*file);
+    patiently([&] {
+        // Not kept open while another program has the lock: to that one's commits it would be a stranger's.
+        file.reset();
+        file = disk.open(path, Disk::Access::readWrite);
+        if (file->lock(File::Lock::writer)) return;
+        file.reset();
+        throw inUse(path, personAtWork(disk, path).value_or(files::Person{}));
+    });
+    writable = true;
+    patiently([&] { session.emplace(disk, path); });
+    LeftOverJournal(disk, path).settleAsWriter(*file);
+    readPages({});
+}
+
+void Pager::State::openForReading()
+{
+    file = disk.open(path, Disk::Access::readOnly);
+    const auto person = personAtWork(disk, path);
+    const bool strangers = person && !file->writerElsewhere();
+    // Whoever is at work there would not take it kindly if the file were put right under his hands.
+    if (strangers && disk.exists(journalPathOf(disk, path))) throw inUse(path, *person);
+    const auto unapplied = LeftOverJournal(disk, path).settleAsReader(*file);
+    auto reader = std::make_unique<ReaderFile>(disk, std::move(file), path);
+    if (strangers) reader->copyInAQuietMoment();
+    file = std::move(reader);
+    readPages(unapplied);
+}
+
+void Pager::State::readPages(const std::optional<LeftOverJournal::Unapplied>& unapplied)
+{
+    const FileStamp stamp = file->stamp();
     if (!unapplied || unapplied->header.pagesBefore == 0) {
-        memory.emplace(*file, pagesOf(*file, path), path);
+        memory.emplace(*file, pagesOf(*file, path), stamp, path);
         return;
     }
-    memory.emplace(*file, unapplied->header.pagesBefore, path);
+    memory.emplace(*file, unapplied->header.pagesBefore, stamp, path);
     forEachOldPage(*unapplied->journal, unapplied->header,
                    [this](PageNo page, PageView image) { memory->replace(page, image); });
+}
+
+bool Pager::State::lookAround()
+{
+    writer->refuseIfBroken();
+    assert(!open);
+    // A reader's pages are of one state; another one takes opening the file again.
+    if (!writable) return false;
+    const FileStamp stamp = file->stamp();
+    if (stamp == memory->stamp()) return false;
+    if (!stamp.underItsName)
+        throw Error(Fault::changedElsewhere, inQuotes(path) +
+                                                 " silinmiş ya da yerine başka bir dosya konmuş; programı kapatıp "
+                                                 "yeniden açın.");
+    memory->forget(pagesOf(*file, path), stamp);
+    writer->forgetDigest();
+    snapshots.close();
+    freeSearchStart = 0;
+    ++changes;
+    ++foreignChanges;
+    assertState();
+    return true;
 }
 
 void Pager::State::assertState([[maybe_unused]] Look look) const
@@ -247,6 +299,7 @@ void Pager::begin()
     assert(!s.open);
     if (!s.writable)
         throw Error(Fault::readOnly, inQuotes(s.path) + " yalnızca okunabiliyor; dosyanın yazma iznini denetleyin.");
+    if (!s.alone && !lockPatiently(*s.file, File::Lock::writer)) throw inUse(s.path);
     s.open = true;
     s.assertState();
 }
@@ -269,6 +322,24 @@ std::unique_ptr<Snapshot> Pager::snapshot()
 }
 
 std::uint64_t Pager::changeCount() const { return state_->changes; }
+bool Pager::lookAround() { return state_->lookAround(); }
+std::uint64_t Pager::foreignChanges() const { return state_->foreignChanges; }
+void Pager::keepOthersOut()
+{
+    State& s = *state_;
+    if (s.alone || s.writer->stage() == Commit::Stage::broken) return;
+    if (!lockPatiently(*s.file, File::Lock::commit)) throw inUse(s.path);
+    s.alone = true;
+}
+
+void Pager::letOthersIn() noexcept
+{
+    State& s = *state_;
+    if (!s.alone || s.writer->stage() == Commit::Stage::broken) return;
+    succeeds([&] { s.file->lock(File::Lock::writer); });
+    s.alone = false;
+}
+
 std::uint64_t Pager::writeCount() const { return state_->writes; }
 void Pager::spoil() noexcept { state_->spoilt = true; }
 PageNo Pager::freeSearchStart() const { return state_->freeSearchStart; }

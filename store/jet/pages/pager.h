@@ -20,6 +20,10 @@ namespace jet {
 ///   So a stop at any moment leaves the last committed state, put back by the next open.
 /// - The journal is applied only to the file it was written for: the pages it does not contain must be the ones that
 ///   stood beside it. Beside a database that was replaced meanwhile it is renamed to "<file>-journal.old".
+/// - Beside programs that know nothing of our locks: before a commit the file must be the one that the pages were read
+///   from, or nothing is written (changedElsewhere). lookAround() reads everything anew where it is another now.
+/// - The writer keeps others away by the lock file beside the database (Session). A reader sees one state of the file
+///   and keeps no writer waiting (ReaderFile).
 /// - commit() returns when the change would survive a power cut; when it throws, the transaction is over and the state
 ///   before begin() holds. Where even the old pages cannot be put back, the journal stays for the next open and every
 ///   further call on this Pager throws.
@@ -45,8 +49,9 @@ class Pager {
 public:
     enum class Mode { readOnly, readWrite };
 
-    /// Opens the file, settles a journal left by a crash, and takes the lock. Asked for readWrite on a file that may
-    /// only be read, it opens read-only (see writable()). Checks size only; the header is Database's.
+    /// Opens the file, settles a journal left by a crash, and takes the lock, for which it waits up to two seconds.
+    /// Asked for readWrite on a file that may only be read, it opens read-only (see writable()). Checks size only; the
+    /// header is Database's.
     /// Throws notFound, isFolder, noPermission, notADatabase, oldFormat, cutShort, inUse, disk.
     Pager(Disk& disk, std::filesystem::path path, Mode mode);
     ~Pager(); ///< rolls back an open transaction
@@ -71,9 +76,10 @@ public:
     /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.
     void extendTo(PageCount count);
 
-    /// Throws readOnly when the file may not be written.
+    /// Throws readOnly when the file may not be written; inUse when another program has had it open for writing for two
+    /// seconds.
     void begin();
-    /// Waits up to two seconds for readers of other programs to leave, then throws inUse.
+    /// Waits up to two seconds for other programs to leave, then throws inUse. Throws changedElsewhere.
     void commit();
     /// Nothing outside a transaction.
     void rollback() noexcept;
@@ -83,6 +89,17 @@ public:
     /// that takes no lock: the Pager's keeps other programs away. Throws readOnly where this Pager may not write,
     /// because then others may; disk.
     std::unique_ptr<Snapshot> snapshot();
+
+    /// Looks whether another program has changed the file, outside a transaction; then every page is forgotten, views
+    /// of pages are void, and the answer is true. Throws changedElsewhere where the file's name is another's now; what
+    /// a file of that length cannot be.
+    bool lookAround();
+    /// How often lookAround() has found that.
+    std::uint64_t foreignChanges() const;
+    /// Keeps other programs out of the file, as far as the system can, until the end of the next commit or until
+    /// letOthersIn(): what lookAround() finds then stays. Throws inUse as commit() does.
+    void keepOthersOut();
+    void letOthersIn() noexcept;
 
     /// Counts up with every committed change and with every rollback that took something back: callers' caches
     /// compare it.
@@ -100,6 +117,31 @@ private:
     struct State;
     std::unique_ptr<State> state_;
 };
+
+/// Runs an action on what the file holds now. Where another program changed the file before the action was written, the
+/// action runs once more; a second time it throws changedElsewhere. Inside a transaction, which was begun on pages that
+/// are read, it runs as it is.
+template <class Action> auto onWhatIsThere(Pager& pager, Action&& action)
+{
+    if (pager.inTransaction()) return action();
+    pager.lookAround();
+    try {
+        return action();
+    } catch (const Error& error) {
+        if (error.fault() != Fault::changedElsewhere || pager.inTransaction() || !pager.writable()) throw;
+    }
+    // A program that goes on and on must not be in the way again.
+    struct Alone {
+        explicit Alone(Pager& which) : pager(which) { pager.keepOthersOut(); }
+        ~Alone() { pager.letOthersIn(); }
+        Alone(const Alone&) = delete;
+        Alone& operator=(const Alone&) = delete;
+        Pager& pager;
+    };
+    const Alone alone(pager);
+    pager.lookAround();
+    return action();
+}
 
 /// All page writes of one action. Leaving the scope without commit() takes every one of them back.
 /// A transaction inside a transaction joins it: only the outermost one commits. An inner one that is left without

@@ -8,9 +8,20 @@ std::string inQuotes(const std::filesystem::path& path)
     return "'" + std::string(utf8.begin(), utf8.end()) + "'";
 }
 
-Error inUse(const std::filesystem::path& path)
+Error inUse(const std::filesystem::path& path, const files::Person& who)
 {
-    return {Fault::inUse, inQuotes(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin."};
+    std::string whose;
+    if (!who.machine.empty()) whose = who.machine + " bilgisayarında";
+    if (!who.user.empty()) whose += (whose.empty() ? "" : " ") + who.user;
+    if (!whose.empty()) whose = " (" + whose + ')';
+    return {Fault::inUse,
+            inQuotes(path) + " başka bir program tarafından kullanılıyor" + whose + "; onu kapatıp yeniden deneyin."};
+}
+
+Error changedElsewhere(const std::filesystem::path& path)
+{
+    return {Fault::changedElsewhere,
+            inQuotes(path) + " bu sırada başka bir program tarafından değiştirildi; işlemi yineleyin."};
 }
 
 } // namespace jet

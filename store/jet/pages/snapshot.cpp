@@ -67,7 +67,8 @@ PageCount Snapshot::readNext(std::span<std::uint8_t> into)
         throw Error(Fault::cutShort, "Veritabanı dosyası kopyalanırken kısaldı; dosyayı denetleyin.");
     switch (kept_->overlay(next_, pages)) {
     case KeptPages::State::closed:
-        throw Error(Fault::disk, "Veritabanı kopyalanırken kapatıldı; kopya yarım kaldı.");
+        throw Error(Fault::disk, "Veritabanı kopyalanırken kapatıldı ya da başka bir programca değiştirildi; kopya "
+                                 "yarım kaldı.");
     case KeptPages::State::incomplete:
         throw Error(Fault::disk, "Veritabanı kopyalanırken bellek yetmedi; başka programları kapatıp yeniden deneyin.");
     case KeptPages::State::good:

@@ -4,10 +4,13 @@
 
 namespace jet {
 
-SnapshotList::~SnapshotList()
+SnapshotList::~SnapshotList() { close(); }
+
+void SnapshotList::close() noexcept
 {
     for (const auto& each : readers_)
         if (const auto kept = each.lock()) kept->close();
+    readers_.clear();
 }
 
 std::unique_ptr<Snapshot> SnapshotList::take(Disk& disk, const std::filesystem::path& database, PageCount pages)

@@ -16,7 +16,7 @@ class KeptPages;
 class SnapshotList {
 public:
     SnapshotList() = default;
-    ~SnapshotList(); ///< their readers hear that the database was closed
+    ~SnapshotList(); ///< closes them
     SnapshotList(const SnapshotList&) = delete;
     SnapshotList& operator=(const SnapshotList&) = delete;
 
@@ -24,6 +24,8 @@ public:
     std::unique_ptr<Snapshot> take(Disk& disk, const std::filesystem::path& database, PageCount pages);
     /// Leaves the images with the readers. Before the first of these pages is overwritten in the file.
     void keep(std::span<const TouchedPage> changed) noexcept;
+    /// Nobody's pages can be kept any more: their readers hear of it.
+    void close() noexcept;
 
 private:
     std::vector<std::weak_ptr<KeptPages>> readers_;

@@ -94,7 +94,9 @@ std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
 
 } // namespace
 
-Selection select(Database& database, std::u16string_view sql)
+namespace {
+
+Selection selectNow(Database& database, std::u16string_view sql)
 {
     const Statement statement = sql::parseStatement(sql);
     if (statement.kind != Statement::Kind::select)
@@ -112,6 +114,13 @@ Selection select(Database& database, std::u16string_view sql)
     return selection;
 }
 
+} // namespace
+
+Selection select(Database& database, std::u16string_view sql)
+{
+    return onWhatIsThere(database.pager(), [&] { return selectNow(database, sql); });
+}
+
 bool prepareOrder(Database& database, std::u16string_view tableName, std::u16string_view field)
 {
     constexpr std::size_t rowsOfAPart = 2000;
@@ -121,7 +130,9 @@ bool prepareOrder(Database& database, std::u16string_view tableName, std::u16str
     return TableMemory::of(table).order(column).prepare(table, rowsOfAPart);
 }
 
-std::size_t execute(Database& database, std::u16string_view sql)
+namespace {
+
+std::size_t executeNow(Database& database, std::u16string_view sql)
 {
     const Statement statement = sql::parseStatement(sql);
     if (statement.kind != Statement::Kind::erase)
@@ -143,6 +154,13 @@ std::size_t execute(Database& database, std::u16string_view sql)
     table.scan([&count](RowId, const RowView&) { return ++count > 0; }, [](RowId, const std::string&) {});
     table.eraseAll();
     return count;
+}
+
+} // namespace
+
+std::size_t execute(Database& database, std::u16string_view sql)
+{
+    return onWhatIsThere(database.pager(), [&] { return executeNow(database, sql); });
 }
 
 // ---- Criteria -------------------------------------------------------------------------------------------------

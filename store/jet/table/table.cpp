@@ -54,6 +54,22 @@ void Table::State::readDefinition()
     definitionChangedAt.reset();
     verdict.reset();
     pages.reset();
+    foreignChanges = pager.foreignChanges();
+}
+
+/// Another program has changed the file.
+void Table::State::forgetAll()
+{
+    highestAutoNumber = 0;
+    countIsStale = false;
+    countSettledAt.reset();
+    pagesChangedAt.reset();
+    emptyPages.clear();
+    emptyPagesAt.reset();
+    lastPage = 0;
+    // Whoever learned something about the rows did so before: no transaction that is open now has written them.
+    changes.everything(pager.changeCount() - 1);
+    readDefinition();
 }
 
 std::shared_ptr<const std::vector<PageNo>> Table::State::dataPages()
@@ -215,7 +231,11 @@ Table::Table(std::unique_ptr<State> state) : state_(std::move(state)) {}
 Table::~Table() = default;
 
 const std::u16string& Table::name() const { return state_->name; }
-const std::vector<Column>& Table::columns() const { return state_->definition.columns; }
+const std::vector<Column>& Table::columns() const
+{
+    state_->rereadIfTakenBack();
+    return state_->definition.columns;
+}
 const std::vector<Index>& Table::indexes() const
 {
     state_->rereadIfTakenBack();
@@ -228,7 +248,11 @@ std::optional<std::size_t> Table::columnNamed(std::u16string_view name) const
     return findNamed(columns(), name, [](const Column& column) -> const std::u16string& { return column.name; });
 }
 
-const ChangeLog& Table::changes() const { return state_->changes; }
+const ChangeLog& Table::changes() const
+{
+    state_->rereadIfTakenBack();
+    return state_->changes;
+}
 
 bool Table::hasUncommittedChanges() const
 {
@@ -319,34 +343,74 @@ std::optional<std::string> Table::whyReadOnly() const
 
 // ---- changes: the engine itself writes the tables of the system, nobody else does ----
 
+namespace {
+
+/// What an action on one row goes by.
+class SameRow {
+public:
+    SameRow(Table::State& table, RowId id) : table_(table), id_(id) {}
+
+    /// Throws changedElsewhere when the row is another than at the first call.
+    void require()
+    {
+        Bytes now;
+        if (const auto row = table_.find(id_)) now.assign(row->bytes.begin(), row->bytes.end());
+        if (seen_ && *seen_ != now)
+            throw Error(Fault::changedElsewhere, quotedName(table_.name) +
+                                                     " tablosundaki kayıt bu sırada başka bir program tarafından "
+                                                     "değiştirildi; kayda yeniden bakıp işlemi yineleyin.");
+        seen_ = std::move(now);
+    }
+
+private:
+    Table::State& table_;
+    RowId id_;
+    std::optional<Bytes> seen_;
+};
+
+} // namespace
+
 void Table::checkUserTable() const
 {
+    state_->rereadIfTakenBack();
     if (!state_->definition.system) return;
     throw Error(Fault::readOnly, quotedName(name()) + " bir sistem tablosu; kayıtları değiştirilemez.");
 }
 
 RowId Table::insert(std::span<const Assignment> values)
 {
-    checkUserTable();
-    return state_->insert(values);
+    return onWhatIsThere(state_->pager, [&] {
+        checkUserTable();
+        return state_->insert(values);
+    });
 }
 
 void Table::update(RowId id, std::span<const Assignment> values)
 {
-    checkUserTable();
-    state_->update(id, values);
+    SameRow row(*state_, id);
+    onWhatIsThere(state_->pager, [&] {
+        checkUserTable();
+        row.require();
+        state_->update(id, values);
+    });
 }
 
 void Table::erase(RowId id)
 {
-    checkUserTable();
-    state_->erase(id);
+    SameRow row(*state_, id);
+    onWhatIsThere(state_->pager, [&] {
+        checkUserTable();
+        row.require();
+        state_->erase(id);
+    });
 }
 
 void Table::eraseAll()
 {
-    checkUserTable();
-    state_->eraseAll();
+    onWhatIsThere(state_->pager, [&] {
+        checkUserTable();
+        state_->eraseAll();
+    });
 }
 
 } // namespace jet

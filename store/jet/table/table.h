@@ -147,7 +147,9 @@ public:
     /// their column where numbers, dates and Booleans meet (halves to the even neighbour); a text is not a number.
     /// Columns without an assignment: Null on insert (AutoNumber: the next), unchanged byte for byte on update.
     /// All rules of columns and indexes are checked first: badValue, required and duplicate leave everything as it
-    /// was, inside an open transaction too. Throws also noSuchRow, readOnly, indexNotWritable, damaged, disk.
+    /// was, inside an open transaction too. A transaction of its own is made on what the file holds now, whatever other
+    /// programs have written to it; where one writes at the same moment it is made once more (onWhatIsThere).
+    /// Throws also noSuchRow, readOnly, indexNotWritable, damaged, disk, changedElsewhere.
     RowId insert(std::span<const Assignment> values);
     RowId insert(std::initializer_list<Assignment> values) { return insert(std::span(values.begin(), values.size())); }
     void update(RowId id, std::span<const Assignment> values);

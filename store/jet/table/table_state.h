@@ -34,9 +34,10 @@ struct Table::State {
     /// Reads the definition again, which was changed on its pages just now.
     void definitionChanged();
     /// Called first by everything that others call: the transaction that changed the definition may be over, and
-    /// taken back.
+    /// taken back, or the file may be another than it was.
     void rereadIfTakenBack()
     {
+        if (foreignChanges != pager.foreignChanges()) return forgetAll();
         if (definitionChangedAt && *definitionChangedAt != pager.changeCount()) readDefinition();
     }
 
@@ -103,6 +104,7 @@ struct Table::State {
     std::map<PageNo, unsigned> slotsUsed;        ///< of pages given back since the file was opened
     PageNo lastPage = 0;                         ///< where the last row went, 0 when unknown
     std::uint64_t lastPageAt = 0;
+    std::uint64_t foreignChanges = 0;                 ///< of the pager, when the definition was read
     std::optional<std::uint64_t> definitionChangedAt; ///< change count of the transaction that changed the definition
 
     ChangeLog changes; ///< every row that Table writes goes in here
@@ -110,6 +112,7 @@ struct Table::State {
 
 private:
     void readDefinition();
+    void forgetAll();
     void forgetPagesOfEndedTransaction();
     void giveBackEmptyPages();
 };
