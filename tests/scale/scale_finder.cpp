@@ -70,7 +70,7 @@ private:
 };
 
 /// For scales that say more in a second than they would at a mill.
-constexpr FinderPatience quick{700ms, 2000ms, 100ms};
+constexpr FinderPatience quick{1000ms, 3000ms, 100ms};
 
 /// A search on one played line, all its own, so that many can run beside each other.
 struct Search {
@@ -142,45 +142,55 @@ private:
 
 void ScaleFinderTest::everyFormatIsFoundAtEverySpeed()
 {
-    // PRESVA_SPEEDS: four speeds for every format, otherwise one for each in turn.
+    // PRESVA_SPEEDS: four speeds for every format and the usual patience, otherwise one for each in turn.
     const bool allSpeeds = qEnvironmentVariableIsSet("PRESVA_SPEEDS");
     constexpr std::array speeds = {9600, 4800, 19200, 1200};
     struct Wanted {
         const LineFormat* format;
         int speed;
-        std::unique_ptr<Search> search;
     };
     std::vector<Wanted> wanted;
     for (std::size_t i = 0; i < lineFormats().size(); ++i)
         for (std::size_t s = 0; s < speeds.size(); ++s)
-            if (allSpeeds || s == i % speeds.size()) wanted.push_back({&lineFormats()[i], speeds[s], nullptr});
+            if (allSpeeds || s == i % speeds.size()) wanted.push_back({&lineFormats()[i], speeds[s]});
     // So many beside each other as a busy machine plays in time.
     constexpr std::size_t together = 24;
+    struct Running {
+        Wanted wanted;
+        std::unique_ptr<Search> search;
+    };
+    std::vector<Running> running;
+    std::size_t begun = 0;
     qint64 slowest = 0;
     int exact = 0;
     QStringList missed;
-    for (std::size_t from = 0; from < wanted.size(); from += together) {
-        const auto first = wanted.begin() + static_cast<std::ptrdiff_t>(from);
-        const auto last = wanted.begin() + static_cast<std::ptrdiff_t>(std::min(from + together, wanted.size()));
-        for (auto one = first; one != last; ++one)
-            one->search = std::make_unique<Search>(
-                folder_.filePath(u"%1-%2"_s.arg(QString::fromStdString(one->format->name)).arg(one->speed)),
-                *one->format, one->speed);
-        for (auto one = first; one != last; ++one) {
-            QTRY_VERIFY_WITH_TIMEOUT(one->search->over(), 60000);
-            slowest = std::max(slowest, one->search->clock.elapsed());
-            const auto& found = one->search->found;
-            if (found && found->settings.speed == one->speed && found->port == 5 &&
-                isFoundAs(*one->format, *found, one->search->played.sent))
-                exact += found->format == one->format ? 1 : 0;
-            else
-                missed += u"%1 at %2 (%3)"_s.arg(QString::fromStdString(one->format->name))
-                              .arg(one->speed)
-                              .arg(found ? found->settings.text() + u' ' +
-                                               (found->format ? titleOf(*found->format) : titlesOf(found->candidates))
-                                         : one->search->lost);
-            one->search.reset();
+    const auto end = [&](const Running& one) {
+        slowest = std::max(slowest, one.search->clock.elapsed());
+        const LineFormat& format = *one.wanted.format;
+        const auto& found = one.search->found;
+        if (found && found->settings.speed == one.wanted.speed && found->port == 5 &&
+            isFoundAs(format, *found, one.search->played.sent))
+            exact += found->format == &format ? 1 : 0;
+        else
+            missed += u"%1 at %2 (%3)"_s.arg(QString::fromStdString(format.name))
+                          .arg(one.wanted.speed)
+                          .arg(found ? found->settings.text() + u' ' +
+                                           (found->format ? titleOf(*found->format) : titlesOf(found->candidates))
+                                     : one.search->lost);
+    };
+    while (begun < wanted.size() || !running.empty()) {
+        while (begun < wanted.size() && running.size() < together) {
+            const Wanted& next = wanted[begun++];
+            const QString folder =
+                folder_.filePath(u"%1-%2"_s.arg(QString::fromStdString(next.format->name)).arg(next.speed));
+            running.push_back({next, std::make_unique<Search>(folder, *next.format, next.speed, Bits::eightBits,
+                                                              allSpeeds ? FinderPatience() : quick)});
         }
+        const auto isOver = [](const Running& one) { return one.search->over(); };
+        QTRY_VERIFY_WITH_TIMEOUT(std::ranges::any_of(running, isOver), 60000);
+        for (const Running& one : running)
+            if (isOver(one)) end(one);
+        std::erase_if(running, isOver);
     }
     qInfo("%zu searches, %lld found, %d of them as the one format, the others as one of several; the slowest took %lld "
           "ms",
@@ -253,8 +263,8 @@ void ScaleFinderTest::adapterIsFoundBesideFourSilentPorts()
 
 void ScaleFinderTest::scaleOnAPortOfTheMainboardIsFoundBesideSilentOnes()
 {
-    Search search(folder_.filePath(u"mainboard"_s), *lineFormatNamed("st-gs"), 4800, Bits::eightBits, quick, u"ttyS3"_s,
-                  {u"ttyS0"_s, u"ttyS1"_s, u"ttyS2"_s, u"ttyUSB0"_s});
+    Search search(folder_.filePath(u"mainboard"_s), *lineFormatNamed("st-gs"), 4800, Bits::eightBits,
+                  {400ms, 2000ms, 40ms}, u"ttyS3"_s, {u"ttyS0"_s, u"ttyS1"_s, u"ttyS2"_s, u"ttyUSB0"_s});
     QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
     QVERIFY2(search.found, qPrintable(search.lost));
     QCOMPARE(search.found->port, 4);
