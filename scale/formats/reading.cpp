@@ -21,7 +21,7 @@ std::string_view sentenceOf(Refusal refusal)
     case Refusal::unknownUnit:
         return "satırda tanınan bir birim yok";
     case Refusal::unknownBytes:
-        return "satır seçilen biçimde değil";
+        return "tanınmayan satır, seçilen biçimde değil";
     case Refusal::halfLine:
         return "satır yarım kaldı";
     case Refusal::unconfirmed:

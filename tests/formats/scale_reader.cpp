@@ -117,6 +117,9 @@ TEST(ScaleReader, showsAPlayedScaleAndWhatItWasRecognisedAs)
     EXPECT_THAT(heard.out, HasSubstr("Tanındı: st-gs-dini"));
     EXPECT_THAT(heard.out, HasSubstr("1234.5 kg  stable"));
     EXPECT_THAT(heard.out, HasSubstr("53 54 2C 47 53")); // ST,GS
+    for (const char* const told :
+         {" bayt, ", " tartım (sn başına ", " satır sayılmadı, ", "0 satır okunmadı, ", "en uzun ara "})
+        EXPECT_THAT(heard.out, HasSubstr(told));
     EXPECT_EQ(player.end().code, 0);
 }
 
@@ -147,7 +150,7 @@ TEST(ScaleReader, damagesWhatItPlaysWhenAsked)
 {
     Player player({"--format", "st-gs", "--rate", "200", "--count", "200", "--noise", "1", "--cut", "5"});
     const Outcome heard = tool({"--listen", player.link(), "--seconds", "1"});
-    EXPECT_THAT(heard.out, HasSubstr("satır seçilen biçimde değil"));
+    EXPECT_THAT(heard.out, HasSubstr("tanınmayan satır, seçilen biçimde değil"));
     EXPECT_THAT(heard.out, HasSubstr("hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor"));
     EXPECT_THAT(heard.out, HasSubstr("1234 kg  stable"));
 }

@@ -49,6 +49,7 @@ private slots:
         reading_ = {};
         listens_ = false;
         refusal_ = 0;
+        onlyPort_ = 0;
         line_ = nullptr;
     }
 
@@ -552,11 +553,63 @@ private slots:
                      u"-  (Com2 açılamadı, başka bir program kullanıyor)"_s);
     }
 
+    void foundScaleFillsTheDialogInAndNothingElse()
+    {
+        listens_ = true;
+        onlyPort_ = 5;
+        load();
+        auto* const search = dialog_->findChild<QPushButton*>(u"cmdBul"_s);
+        auto* const told = dialog_->findChild<QLabel*>(u"bulunan"_s);
+        search->click();
+        QTRY_VERIFY(line_ && line_->isOpen());
+        QCOMPARE(search->text(), u"Durdur"_s);
+        QCOMPARE(told->text(), u"Com5, 9600,n,8,1 dinleniyor…"_s);
+        for (const int kilograms : {1235, 1236, 1237, 1238, 1239, 1240})
+            line_->deliver("ST,GS,+0" + QByteArray::number(kilograms) + ".5kg\r\n");
+        QTRY_COMPARE(search->text(), u"Terazi Bul"_s);
+        const QString title = QString::fromStdString(lineFormatNamed("st-gs")->title);
+        QCOMPARE(told->text(), u"Com5, 9600,n,8,1, %1: 1240,5 kg"_s.arg(title));
+        QCOMPARE(list("cboPort")->currentText(), u"Com5"_s);
+        QCOMPARE(list("cboSpeed")->currentText(), u"9600"_s);
+        QCOMPARE(list("cboBicim")->currentText(), title);
+        QCOMPARE(control_.steps, QStringList());
+        QCOMPARE(saved_, QStringList());
+
+        ok();
+        QVERIFY(saved_.contains(u"CommPort=5"_s) && saved_.contains(u"Bicim=st-gs"_s));
+        QVERIFY(control_.open);
+    }
+
+    void searchStopsAtATap()
+    {
+        listens_ = true;
+        onlyPort_ = 5;
+        load();
+        auto* const search = dialog_->findChild<QPushButton*>(u"cmdBul"_s);
+        search->click();
+        QTRY_VERIFY(line_ && line_->isOpen());
+        QCOMPARE(search->text(), u"Durdur"_s);
+        search->click();
+        QCOMPARE(search->text(), u"Terazi Bul"_s);
+        QCOMPARE(dialog_->findChild<QLabel*>(u"bulunan"_s)->text(), u"Durduruldu."_s);
+        QCOMPARE(list("cboPort")->currentText(), u"Com2"_s);
+        QCOMPARE(control_.steps, QStringList());
+        QCOMPARE(saved_, QStringList());
+
+        // Closing the dialog in the middle of a search stops it, too.
+        search->click();
+        dialog_->findChild<QPushButton*>(u"cmdCancel"_s)->click();
+        QCOMPARE(listening_, 0);
+        QCOMPARE(control_.steps, QStringList());
+    }
+
 private:
     void load()
     {
         PropertiesDoors doors;
-        doors.ports = [](int number) -> std::optional<PortDevice> {
+        doors.ports = [this](int number) -> std::optional<PortDevice> {
+            // What is searched must be there; this file always is.
+            if (onlyPort_ > 0) return number == onlyPort_ ? std::optional(PortDevice{u"/dev/null"_s}) : std::nullopt;
             if (number > 6) return std::nullopt;
             return PortDevice{u"/dev/ttyS%1"_s.arg(number - 1)};
         };
@@ -598,6 +651,7 @@ private:
     ReadingChoice reading_;
     bool listens_ = false;
     int refusal_ = 0;
+    int onlyPort_ = 0;         ///< the one that is there; 0: the first six
     int listening_ = 0;        ///< devices that the dialog has
     FakePort* line_ = nullptr; ///< that the dialog listened to last
 };

@@ -186,6 +186,26 @@ private slots:
         }
     }
 
+    void plugThatWasOutWhileNothingRanBringsWeightsAgain()
+    {
+        // A computer that stands by: the adapter goes and comes back as another device, and the program sees neither.
+        const auto control = newControl();
+        KeepingStation station;
+        handle(*control, station);
+        openQuietLine(*control);
+        terminal_->send("100kg\r");
+        QTRY_COMPARE(station.weight(), u"100"_s);
+        terminal_->pullOut();
+        plugIn();
+        QThread::sleep(2);
+        for (int i = 0; i < 40 && station.weight() != u"200"_s; ++i) {
+            terminal_->send("  200kg\r");
+            QTest::qWait(50);
+        }
+        QCOMPARE(station.weight(), u"200"_s);
+        QVERIFY(control->isPluggedIn());
+    }
+
     void adapterKeepsItsNumberOnAnyNode()
     {
         PlayedDevices devices(folder_->filePath(u"dev"_s));
