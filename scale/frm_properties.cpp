@@ -14,6 +14,7 @@
 #include <QRadioButton>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <utility>
@@ -27,14 +28,30 @@ using base::passOver;
 
 namespace {
 
-constexpr int touchHeight = 48; ///< pixels: what a finger hits without looking twice
 constexpr int portCount = 16;
+constexpr int usualText = 17; ///< pixels, on the smallest screen that the counter is made for
+
+/// Letters as large as on the screen behind, in pixels; so that the dialog still fits into it.
+int textFor(const QWidget* screen)
+{
+    constexpr int linesOfHeight = 45; // 768 / 17
+    constexpr int linesOfWidth = 60;  // 1024 / 17
+    if (!screen) return usualText;
+    return std::max(usualText, std::min(screen->height() / linesOfHeight, screen->width() / linesOfWidth));
+}
+
+/// What a finger hits without looking twice: 48 pixels where letters have 17.
+int touchFor(const QWidget* control)
+{
+    constexpr int usualTouch = 48;
+    return std::max(usualTouch, usualTouch * control->fontInfo().pixelSize() / usualText);
+}
 
 QComboBox* dropDownList(const QString& name, QWidget* parent)
 {
     auto* const list = new QComboBox(parent);
     list->setObjectName(name);
-    list->setMinimumHeight(touchHeight);
+    list->setMinimumHeight(touchFor(parent->window()));
     list->setMaxVisibleItems(8);
     return list;
 }
@@ -44,7 +61,7 @@ void addEntries(QComboBox* list, const QStringList& entries)
     list->clear();
     for (const QString& entry : entries) {
         list->addItem(entry);
-        list->setItemData(list->count() - 1, QSize(0, touchHeight), Qt::SizeHintRole);
+        list->setItemData(list->count() - 1, QSize(0, touchFor(list->window())), Qt::SizeHintRole);
     }
     list->setCurrentIndex(-1);
 }
@@ -71,7 +88,7 @@ QGroupBox* optionGroup(const QString& title, const QString& name, const QStringL
     for (const QString& caption : captions) {
         auto* const option = new QRadioButton(caption, group);
         option->setObjectName(u"%1(%2)"_s.arg(name).arg(options.size()));
-        option->setMinimumSize(2 * touchHeight, touchHeight);
+        option->setMinimumSize(2 * touchFor(parent->window()), touchFor(parent->window()));
         row->addWidget(option);
         options.push_back(option);
     }
@@ -111,6 +128,13 @@ frmProperties::frmProperties(CommControl& control, PropertiesDoors doors, QWidge
 {
     setObjectName(u"frmProperties"_s);
     setWindowTitle(u"Port Ayarları"_s);
+    const int letters = textFor(parent);
+    QFont usual = font();
+    usual.setPixelSize(letters);
+    setFont(usual);
+    // A till screen may run without a window manager, that is without window frames. Under a style sheet controls do
+    // not take over the dialog's font, so their letters stand in it as well.
+    setStyleSheet(u"#frmProperties{border:2px solid #003C5A;} QWidget{font-size:%1px;}"_s.arg(letters));
     listening_.setSingleShot(true);
     listening_.setInterval(100ms);
     connect(&listening_, &QTimer::timeout, this, &frmProperties::listenAgain);
@@ -137,7 +161,10 @@ void frmProperties::build()
     const auto button = [this](const QString& name, const QString& caption) {
         auto* const made = new QPushButton(caption, this);
         made->setObjectName(name);
-        made->setMinimumSize(3 * touchHeight, touchHeight);
+        made->setMinimumSize(3 * touchFor(this), touchFor(this));
+        QFont bold = font();
+        bold.setBold(true);
+        made->setFont(bold);
         return made;
     };
     cmdOK = button(u"cmdOK"_s, u"Tamam"_s);
@@ -198,7 +225,7 @@ QWidget* frmProperties::readingGroup()
     cboBicim->setAccessibleName(caption->text());
     chkDuran = new QCheckBox(u"Yalnız duran tartım"_s, group);
     chkDuran->setObjectName(u"chkDuran"_s);
-    chkDuran->setMinimumHeight(touchHeight);
+    chkDuran->setMinimumHeight(touchFor(this));
     grid->addWidget(caption, 0, 0);
     grid->addWidget(cboBicim, 0, 1);
     grid->addWidget(chkDuran, 0, 2);
@@ -350,7 +377,7 @@ void frmProperties::leaveTheLine()
 
 void frmProperties::showWhatArrives()
 {
-    constexpr qsizetype shownBytes = 24; // what fits into the width
+    constexpr qsizetype shownBytes = 22; // what fits into the width
     const QByteArray last = listener_->bytes().right(shownBytes);
     gelen_->setText(readable(last));
     bayt_->setText(QString::fromLatin1(last.toHex(' ').toUpper()));

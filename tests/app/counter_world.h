@@ -103,12 +103,12 @@ private:
 
 /// A counter that is open for work: the screen on an empty register, with a printer and a database that can fail.
 struct Counter : World {
-    explicit Counter(const base::Regional& regional = base::Regional::turkish()) : Counter(regional, databases) {}
+    explicit Counter(const base::Regional& regional = base::Regional::turkish()) : World(regional), books(databases) {}
     /// On other databases than the empty one in memory.
     Counter(const base::Regional& regional, store::Databases& books) : World(regional), books(books) {}
 
-    void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
-                     store::FieldValue Nakit = {})
+    void addCustomer(const QString& name, const store::FieldValue& Yuzde = {}, const store::FieldValue& Kap = {},
+                     const store::FieldValue& Nakit = {})
     {
         addRow(books, u"Cari"_s, {name, Yuzde, Kap, Nakit});
     }

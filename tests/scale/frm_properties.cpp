@@ -154,6 +154,23 @@ private slots:
         for (int i = 0; i < 16; ++i) QVERIFY(list("cboPort")->itemData(i, Qt::SizeHintRole).toSize().height() >= 48);
     }
 
+    void lettersAndFingersGrowWithTheScreenBehind()
+    {
+        QWidget screen;
+        screen.resize(1920, 1080);
+        PropertiesDoors doors;
+        doors.ports = [](int) { return std::nullopt; };
+        frmProperties dialog(control_, doors, &screen);
+        dialog.Form_Load();
+        dialog.show();
+        for (const QWidget* control : dialog.findChildren<QWidget*>())
+            if (!control->objectName().isEmpty() && !control->objectName().startsWith(u"qt_"_s))
+                QVERIFY2(control->fontInfo().pixelSize() == 24, qPrintable(control->objectName()));
+        QVERIFY(dialog.findChild<QPushButton*>(u"cmdOK"_s)->minimumHeight() >= 67);
+        QVERIFY(dialog.findChild<QComboBox*>(u"cboBicim"_s)->minimumHeight() >= 67);
+        QVERIFY2(dialog.height() <= 1080 && dialog.width() <= 1920, qPrintable(QString::number(dialog.height())));
+    }
+
     void deviceOfTheChosenPortIsShown()
     {
         load();
