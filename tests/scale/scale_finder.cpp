@@ -257,8 +257,8 @@ void ScaleFinderTest::adapterIsFoundBesideFourSilentPorts()
     QTRY_VERIFY_WITH_TIMEOUT(search.over(), 60000);
     QVERIFY2(search.found, qPrintable(search.lost));
     QCOMPARE(search.found->port, 5);
-    // No time was spent on the others: at the most the patience for 9600, and some lines at 4800.
-    QVERIFY2(search.clock.elapsed() < 6000, qPrintable(QString::number(search.clock.elapsed())));
+    // The others would have taken 16 s before it.
+    QVERIFY2(search.clock.elapsed() < 12000, qPrintable(QString::number(search.clock.elapsed())));
 }
 
 void ScaleFinderTest::scaleOnAPortOfTheMainboardIsFoundBesideSilentOnes()
@@ -286,7 +286,8 @@ void ScaleFinderTest::silentPortsShareTheTimeOfOne()
     finder.start();
     QVERIFY(lost.wait(20000));
     qInfo("five silent ports: %lld ms of a tenth of the usual patience", static_cast<long long>(clock.elapsed()));
-    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+    // Two seconds on a machine with nothing else to do; each with the patience of one port they would take ten.
+    QVERIFY2(clock.elapsed() < 8000, qPrintable(QString::number(clock.elapsed())));
 }
 
 void ScaleFinderTest::nothingPluggedInIsTold()
