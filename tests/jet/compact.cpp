@@ -8,6 +8,7 @@
 #include "store/jet/table/table_state.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/sample_test.h"
+#include "tests/support/fault.h"
 #include "tests/support/files.h"
 
 #include <gmock/gmock.h>
@@ -221,7 +222,10 @@ TEST_F(Compact, takesKeysOfAnUnknownOrderOver)
         ASSERT_EQ(at::lcid.get(&content[columnRecord(column)]), general.lcid);
         at::lcid.put(&content[columnRecord(column)], 0x0411);
     }
-    ASSERT_NE(opened(disk_, file)->table(u"Kişiler").whyReadOnly(), std::nullopt);
+    ASSERT_EQ(faultOf([&] {
+                  Database::open(disk_, file)->table(u"Kişiler").insert({{1, std::u16string(u"Yeni")}});
+              }),
+              Fault::indexNotWritable);
     compact(disk_, *opened(disk_, file), result);
     expectSameContent(disk_);
 }

@@ -1,6 +1,7 @@
 #include "store/jet/index/index_key.h"
 
 #include "store/jet/format/key_layout.h"
+#include "store/jet/index/known_texts.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 
@@ -209,14 +210,25 @@ bool appendStoredKey(Key& key, const Column& column, const std::optional<std::sp
     return true;
 }
 
+bool hasUnknownOrder(const Column& column)
+{
+    return (column.type == ColumnType::text || column.type == ColumnType::memo) && !hasWeights(column.collation);
+}
+
 bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
-              KeyUse use)
+              KeyUse use, const KnownTexts* known)
 {
     assert(values.size() == index.columns.size());
     key.clear();
     if (index.ignoreNulls && std::ranges::all_of(values, isNull)) return false;
-    for (std::size_t i = 0; i < index.columns.size(); ++i)
-        appendKey(key, columns[index.columns[i].column], values[i], index.columns[i].ascending, use);
+    for (std::size_t i = 0; i < index.columns.size(); ++i) {
+        const Column& column = columns[index.columns[i].column];
+        const std::u16string* const text = known != nullptr ? std::get_if<std::u16string>(&values[i]) : nullptr;
+        if (text == nullptr || !hasUnknownOrder(column))
+            appendKey(key, column, values[i], index.columns[i].ascending, use);
+        else if (!known->append(key, *text))
+            cannotIndex(column, "alanın sıralama düzeni tanınmıyor, bu metin de dizinde daha yok");
+    }
     if (use == KeyUse::write && key.size() > at::longest)
         cannotIndex(columns[index.columns.front().column],
                     "dizin anahtarı " + std::to_string(at::longest) + " bayttan uzun olurdu");
@@ -224,10 +236,10 @@ bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, 
 }
 
 std::optional<Key> indexKey(const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
-                            KeyUse use)
+                            KeyUse use, const KnownTexts* known)
 {
     Key key;
-    if (!indexKey(key, index, columns, values, use)) return std::nullopt;
+    if (!indexKey(key, index, columns, values, use, known)) return std::nullopt;
     return key;
 }
 

@@ -10,6 +10,8 @@
 /// From the values of a row to the bytes of its index entry (format/key_layout.h has the table of payloads).
 namespace jet {
 
+class KnownTexts;
+
 /// What a key is wanted for.
 enum class KeyUse {
     write,   ///< to go into a file: only keys that Access would make, byte for byte
@@ -28,12 +30,16 @@ bool appendStoredKey(Key& key, const Column& column, const std::optional<std::sp
 
 /// The whole key of a row in an index, from a value for each index column in index order.
 /// Nothing when the row has no entry (ignore-nulls index, all columns Null).
+/// `known`: keys of texts of an order without weights, where an index has one such column.
 /// Throws as appendKey, and indexNotWritable for writing a key over key_layout::longest.
 std::optional<Key> indexKey(const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
-                            KeyUse use = KeyUse::write);
+                            KeyUse use = KeyUse::write, const KnownTexts* known = nullptr);
 
 /// The same into `key` (replaced), whose room is used again; for keys by the hundred thousand. False: no entry.
 bool indexKey(Key& key, const Index& index, const std::vector<Column>& columns, std::span<const Value> values,
-              KeyUse use = KeyUse::write);
+              KeyUse use = KeyUse::write, const KnownTexts* known = nullptr);
+
+/// A column whose texts have keys that cannot be computed.
+bool hasUnknownOrder(const Column& column);
 
 } // namespace jet

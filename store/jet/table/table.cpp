@@ -53,6 +53,7 @@ void Table::State::readDefinition()
     layout = definition.layout();
     definitionChangedAt.reset();
     verdict.reset();
+    knownTexts.clear();
     pages.reset();
     foreignChanges = pager.foreignChanges();
 }

@@ -3,6 +3,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/index/index_tree.h"
+#include "store/jet/index/known_texts.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/rows/long_value.h"
 #include "store/jet/rows/row_walk.h"
@@ -74,6 +75,12 @@ struct Table::State {
     void keyValues(const Index& index, std::span<const std::uint8_t> row, std::vector<Value>& into,
                    PassingBuffer* passing = nullptr);
 
+    const KnownTexts* known(const Index& index) const
+    {
+        const auto found = knownTexts.find(index.number);
+        return found == knownTexts.end() ? nullptr : &found->second;
+    }
+
     // ---- writing (the rules are those of Table; the tables of the system may be written too) ----
     /// Throws unless the table may be written.
     void checkWritable();
@@ -93,6 +100,7 @@ struct Table::State {
     RowLayout layout;
 
     std::optional<std::optional<Refusal>> verdict; ///< of the one verification; empty before it
+    std::map<std::size_t, KnownTexts> knownTexts;  ///< of indexes with a text of an unknown order, at the verification
     std::int32_t highestAutoNumber = 0;            ///< at the verification; the definition may lag behind it
     bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
     std::optional<std::uint64_t> countSettledAt;   ///< change count of the transaction that put it right

@@ -148,6 +148,41 @@ private:
         return entryFault(tree, expected);
     }
 
+    /// Where one column of an index has an order that is not known, the entries tell the keys of their texts: what
+    /// stands between the keys of the columns before and behind it. A text with two keys leaves nothing to rely on.
+    void learnTexts(const IndexTree& tree, const Index& index)
+    {
+        const std::vector<Column>& columns = table_.definition.columns;
+        const auto isUnknown = [&](const IndexColumn& each) { return hasUnknownOrder(columns[each.column]); };
+        const auto unknown = std::ranges::find_if(index.columns, isUnknown);
+        if (std::ranges::count_if(index.columns, isUnknown) != 1) return;
+        const auto place = static_cast<std::size_t>(unknown - index.columns.begin());
+        KnownTexts texts(columns[unknown->column], unknown->ascending);
+        Key before;
+        Key behind;
+        bool isTrue = true;
+        tree.walk({}, [&](std::span<const std::uint8_t> key, RowId id) {
+            const bool inTable = id.page < PageNo(owned_.size()) && owned_[id.page.number()];
+            const std::optional<RowReader::Row> found = inTable ? table_.find(id) : std::nullopt;
+            if (!found) return false; // said entry by entry
+            table_.keyValues(index, found->bytes, values_);
+            const std::u16string* const text = std::get_if<std::u16string>(&values_[place]);
+            if (text == nullptr) return true;
+            before.clear();
+            behind.clear();
+            for (std::size_t i = 0; i < index.columns.size(); ++i)
+                if (i != place)
+                    appendKey(i < place ? before : behind, columns[index.columns[i].column], values_[i],
+                              index.columns[i].ascending, KeyUse::compare);
+            isTrue = key.size() > before.size() + behind.size() &&
+                     std::ranges::equal(key.first(before.size()), before) &&
+                     std::ranges::equal(key.last(behind.size()), behind) &&
+                     texts.learn(*text, key.subspan(before.size(), key.size() - before.size() - behind.size()));
+            return isTrue;
+        });
+        if (isTrue) table_.knownTexts.insert_or_assign(index.number, std::move(texts));
+    }
+
     /// The same entry by entry, each with its row.
     std::optional<std::string> entryFault(const IndexTree& tree, const ExpectedEntries& wanted)
     {
@@ -155,6 +190,7 @@ private:
         std::uint64_t entries = 0;
         Key expected;
         try {
+            learnTexts(tree, wanted.index());
             // The tree's own check has seen that the entries ascend, so none of them comes twice.
             tree.walk({}, [&](std::span<const std::uint8_t> key, RowId id) {
                 const bool inTable = id.page < PageNo(owned_.size()) && owned_[id.page.number()];
@@ -164,7 +200,8 @@ private:
                     return false;
                 }
                 table_.keyValues(wanted.index(), found->bytes, values_);
-                if (!indexKey(expected, wanted.index(), table_.definition.columns, values_, KeyUse::compare) ||
+                if (!indexKey(expected, wanted.index(), table_.definition.columns, values_, KeyUse::compare,
+                              table_.known(wanted.index())) ||
                     !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
                     fault = "bir giriş kaydından hesaplanandan farklı";
                     return false;

@@ -121,7 +121,7 @@ void encodeDraft(const Table::State& table, Draft& draft)
 std::optional<Key> newKey(const Table::State& table, const Index& index, std::span<const Value> values)
 {
     try {
-        return indexKey(index, table.definition.columns, values);
+        return indexKey(index, table.definition.columns, values, KeyUse::write, table.known(index));
     } catch (const Error& error) {
         if (error.fault() != Fault::indexNotWritable) throw;
         throw Error(error.fault(), quotedName(table.name) + " tablosunun " + indexTitle(index) +
@@ -339,6 +339,7 @@ RowId Table::State::insert(std::span<const Assignment> values)
     const std::vector<Column>& columns = definition.columns;
     std::vector<Value> converted(columns.size());
     std::vector<const Value*> row;
+    row.reserve(converted.size());
     for (const Value& value : converted) row.push_back(&value); // Null where nothing is assigned
     for (const Assignment& each : values) {
         assert(each.column < columns.size());
@@ -419,8 +420,8 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         for (std::size_t i = 0; i < after.size(); ++i) {
             if (const Value* const value = assigned[index.columns[i].column]) after[i] = keyPart(*value);
         }
-        EntryChange change{&index, indexKey(index, columns, before, KeyUse::compare),
-                           indexKey(index, columns, after, KeyUse::compare)};
+        EntryChange change{&index, indexKey(index, columns, before, KeyUse::compare, known(index)),
+                           indexKey(index, columns, after, KeyUse::compare, known(index))};
         if (change.before == change.after) continue;
         change.after = newKey(*this, index, after);
         checkRules(*this, index, after, change.after, id);
@@ -468,7 +469,8 @@ void Table::State::erase(RowId id)
     std::vector<Value> keyed;
     for (const Index& index : definition.indexes) {
         keyValues(index, old, keyed);
-        entries.push_back({&index, indexKey(index, definition.columns, keyed, KeyUse::compare), std::nullopt});
+        entries.push_back(
+            {&index, indexKey(index, definition.columns, keyed, KeyUse::compare, known(index)), std::nullopt});
     }
 
     Transaction change(pager);
