@@ -34,6 +34,9 @@ void CounterScreen::putBack(Field field, int station, const QString& text)
     labelOf(form_, field, station).showCaption(text);
 }
 
+const pressing::WeightOrigins& CounterScreen::origins() const { return form_.origins(); }
+void CounterScreen::putBack(const pressing::WeightOrigins& origins) { form_.origins() = origins; }
+
 bool CounterScreen::isHighlighted(Field field, int station) const
 {
     return labelOf(form_, field, station).backColor() == colour::cyan;

@@ -16,6 +16,8 @@ public:
     QString caption(pressing::Field field, int station) const override;
     void setCaption(pressing::Field field, int station, const QString& text) override;
     void putBack(pressing::Field field, int station, const QString& text) override;
+    const pressing::WeightOrigins& origins() const override;
+    void putBack(const pressing::WeightOrigins& origins) override;
     bool isHighlighted(pressing::Field field, int station) const override;
     QString activeName() const override;
     QString activeCaption() const override;

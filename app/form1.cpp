@@ -44,7 +44,8 @@ Form1::Form1(const Surroundings& surroundings)
       register_(DataCari, surroundings.regional, letWeightsIn),
       weightRecord_(surroundings.weights, counter::Log(surroundings.directory, surroundings.now), surroundings.now),
       slipRoad_({DataCari, DataHar, surroundings.databases, surroundings.slips, weightRecord_, surroundings.printer,
-                 surroundings.backups, surroundings.regional, surroundings.directory, surroundings.now})
+                 surroundings.backups, surroundings.regional, surroundings.directory, surroundings.now,
+                 [this](const QString& sentence) { status->keepUntilSeen(sentence); }})
 {
     setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
@@ -205,7 +206,7 @@ void Form1::run(const Action& action, const QString& place)
     ++actions_;
     if (const auto error = errorOf(action, place)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();
-    status->setTypedWeights(typedMark());
+    status->setMarks(stationMarks());
     --actions_;
     if (actions_ > 0) return;
     preparation_.goOn();

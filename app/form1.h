@@ -198,6 +198,8 @@ public:
     void dbListe1_Click();
     void takePicked(const QString& name);
     void DataCari_Reposition();
+    /// Into the working station; what is empty, or what its display does not take, leaves that display as it is.
+    void recall(const counter::Terms& terms);
     void Kaydet_Click();
     void GünlükCmd_Click();
     void CariSil_Click();
@@ -300,6 +302,8 @@ private:
     void refusePort(const base::RuntimeError& error);
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
+    /// What the operator must come to see, in a box; the status line no longer says it.
+    void showUnseen();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
     void journalShrunk();
     /// Lists the customers whose names begin with what was typed.
@@ -313,6 +317,8 @@ private:
     void getReady();
     void composeSampleSlip();
     void drawSampleDialogs();
+    /// No slip waits for its row, which would come back after a deletion; otherwise the status line says why.
+    bool mayDelete();
     /// Pressings of that customer are about to be deleted, or all: the book of weights is told. Returns when a copy of
     /// the database is complete, or has failed.
     void beforeDeletion(const std::optional<QString>& customer = {});
@@ -332,8 +338,8 @@ private:
     void showGridPosition();
     /// The listing of the grid as a statement; any error cancels it without a box.
     void printStatement();
-    /// What the status line says of the working station's typed weights.
-    QString typedMark() const;
+    /// What the status line says of the working station's figures.
+    QString stationMarks() const;
     /// A weight cannot be typed before a customer is named.
     void askForCustomerFirst(int Index);
     /// Places every control for the window's present size.
@@ -354,7 +360,8 @@ private:
     pressing::WeightOrigins origins_;
     reports::GridModel* gridRows_ = nullptr; ///< belongs to the grid
     std::optional<pressing::KeptTerms> termsBeforePanel_;
-    int actions_ = 0; ///< under way, one inside the other
+    bool recalling_ = false; ///< terms of the register are being shown
+    int actions_ = 0;        ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
     QStringList notes_; ///< to be shown when they have ended
     int scaleEvents_ = 0;

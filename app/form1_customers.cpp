@@ -9,6 +9,7 @@
 
 #include <QGuiApplication>
 #include <QScopeGuard>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -105,8 +106,10 @@ void Form1::takePicked(const QString& name)
     endNameTyping();
     const auto ended = qScopeGuard([this] { endNameTyping(); });
     const auto error = passOver([&] { AktifLbl->setCaption(name); });
-    // The search may have another customer in front, or have failed: the terms are those of whoever is shown.
-    if (register_.turnTo(TxtLbl[station()]->caption())) DataCari_Reposition();
+    // The search may have another customer in front, or have failed: the terms are those of whoever is shown. What the
+    // register does not know of that one is 0: what stands there was somebody else's.
+    const counter::Terms known = register_.termsOf(TxtLbl[station()]->caption());
+    recall({known.percentage.value_or(u"0"_s), known.container, known.fee.value_or(u"0"_s)});
     if (error) throw base::RuntimeError(*error);
     Label3_Click(station());
 }
@@ -114,8 +117,13 @@ void Form1::takePicked(const QString& name)
 void Form1::DataCari_Reposition()
 {
     if (AktifKontrol == 999 || !register_.hasFound()) return;
-    // A field that is empty, or that its display does not take, leaves that display as it is.
-    const counter::Terms terms = register_.termsOfCurrent();
+    recall(register_.termsOfCurrent());
+}
+
+void Form1::recall(const counter::Terms& terms)
+{
+    const bool outer = std::exchange(recalling_, true);
+    const auto ended = qScopeGuard([&] { recalling_ = outer; });
     const int current = station();
     const auto show = [this](FieldLabel* display, const QString& term) {
         passOver([&] { pressing::allOrNothing(*counter_, [&] { display->setCaption(term); }); });
@@ -135,6 +143,7 @@ void Form1::Kaydet_Click()
     }
 
     if (!surroundings_.prompt.yesNo(u"Kayıt Silinecek Eminmisiniz..!"_s, u"Kayıt Silme"_s)) return;
+    if (!mayDelete()) return;
     register_.makeCurrent(TxtLbl[station()]->caption()); // the one that is shown, or nobody
     const QString name = TxtLbl[station()]->caption();
     activate(TxtLbl[station()]);
@@ -144,9 +153,16 @@ void Form1::Kaydet_Click()
     journalShrunk();
 }
 
+bool Form1::mayDelete()
+{
+    const std::optional<QString> why = slipRoad_.settle();
+    status->setNotice(why ? u"Hiçbir şey silinmedi: "_s + *why : QString());
+    return !why;
+}
+
 void Form1::beforeDeletion(const std::optional<QString>& customer)
 {
-    if (const QString notice = slipRoad_.beforeDeletion(customer); !notice.isEmpty()) status->setNotice(notice);
+    slipRoad_.announceDeletion(customer);
     if (!surroundings_.backups) return;
     store::Engine& database = DataCari.database();
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
@@ -156,6 +172,7 @@ void Form1::beforeDeletion(const std::optional<QString>& customer)
 
 void Form1::CariSil_Click()
 {
+    if (!mayDelete()) return;
     beforeDeletion();
     register_.eraseAll();
     dbListe1->setVisible(false);
@@ -165,6 +182,7 @@ void Form1::CariSil_Click()
 
 void Form1::HesapSil_Click()
 {
+    if (!mayDelete()) return;
     beforeDeletion();
     register_.erasePressings();
     journalShrunk();

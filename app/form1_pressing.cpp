@@ -7,6 +7,8 @@
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
 
+using namespace Qt::StringLiterals;
+
 namespace app {
 
 void Form1::wireCounter()
@@ -81,9 +83,12 @@ void Form1::Label2_Change(int Index)
     origins_.olivesChanged(Index, [&] { pressing::olivesChanged(*counter_, Index); });
 }
 
-QString Form1::typedMark() const
+QString Form1::stationMarks() const
 {
-    return AktifKontrol == 999 ? QString() : pressing::typedMark(*counter_, origins_, station());
+    if (AktifKontrol == 999) return {};
+    QStringList marks{pressing::typedMark(*counter_, origins_, station()), pressing::shareMark(*counter_, station())};
+    marks.removeAll(QString());
+    return marks.join(u"   ·   "_s);
 }
 
 void Form1::Label3_Change(int Index)
@@ -94,7 +99,12 @@ void Form1::Label3_Change(int Index)
 
 void Form1::Haklbl_Change(int Index) { pressing::percentageChanged(*counter_, Index); }
 void Form1::HakTut_Change(int Index) { pressing::entitlementChanged(*counter_, Index); }
-void Form1::NakitLbl_Change(int Index) { pressing::feeChanged(*counter_, Index); }
+void Form1::NakitLbl_Change(int Index)
+{
+    if (recalling_) return pressing::feeRecalled(*counter_, Index);
+    pressing::feeChanged(*counter_, Index);
+}
+
 void Form1::HakCmd_Click(int Index) { pressing::entitlementSwitched(*counter_, Index); }
 
 void Form1::KapFrm_Click(int Index) { pressing::containerFilled(*counter_, Index); }

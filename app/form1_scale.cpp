@@ -96,7 +96,7 @@ void Form1::scaleEvent()
     // on the port. More lines arrive while the box stands.
     if (error && !std::exchange(scaleFaultTold_, true)) surroundings_.prompt.errorReport(*error);
     adjustPlaces();
-    status->setTypedWeights(typedMark());
+    status->setMarks(stationMarks());
     if (actions_ == 0) checkInvariants();
 }
 

@@ -32,6 +32,7 @@ void Form1::wireShell()
 {
     PrgExit->onClick([this] { PrgExit_Click(); });
     Command1->onClick([this] { Command1_Click(); });
+    status->onClick([this] { showUnseen(); });
     for (int Index = 0; Index < KapCmd.size(); ++Index) KapCmd[Index]->onClick([this, Index] { KapCmd_Click(Index); });
     for (KeyLabel* key : Label1) key->onFingerUp([this] { Form_MouseMove(); });
 }
@@ -41,7 +42,8 @@ void Form1::start()
     run(
         [this] {
             Form_Load();
-            status->setNotice(slipRoad_.recover());
+            slipRoad_.tellFilesSetAside();
+            slipRoad_.recover();
         },
         u"Form_Load"_s);
     // Before the window is seen, so that it does not jump; the activation finds it done.
@@ -74,6 +76,12 @@ void Form1::showFacts()
         status->setDataFile(u"%1: %2 kayıt"_s.arg(
             mill::text(mill::databaseFile),
             base::formatNumber(double(DataHar.recordSet().size()), base::wholePattern, surroundings_.regional)));
+}
+
+void Form1::showUnseen()
+{
+    const QStringList unseen = status->takeUnseen();
+    if (!unseen.isEmpty()) surroundings_.prompt.exclamation(unseen.join(u"\n\n"_s));
 }
 
 void Form1::journalShrunk()

@@ -1,6 +1,8 @@
 #include "app/status_line.h"
 #include "app/painting.h"
+#include <QMouseEvent>
 #include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -11,6 +13,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int margin = 12; ///< pixels at the left and the right
+const QString gap = u"   ·   "_s;
 
 } // namespace
 
@@ -69,10 +72,27 @@ void StatusLine::setNotice(const QString& sentence)
     refresh();
 }
 
-void StatusLine::setTypedWeights(const QString& mark)
+void StatusLine::keepUntilSeen(const QString& sentence)
 {
-    if (typedWeights_ == mark) return;
-    typedWeights_ = mark;
+    if (!unseen_.contains(sentence)) unseen_ << sentence;
+    refresh();
+}
+
+QStringList StatusLine::takeUnseen()
+{
+    const QStringList taken = std::exchange(unseen_, {});
+    refresh();
+    return taken;
+}
+
+void StatusLine::mousePressEvent(QMouseEvent*) {} // so that the release comes here too
+
+void StatusLine::mouseReleaseEvent(QMouseEvent*) { beginAction(this, click_); }
+
+void StatusLine::setMarks(const QString& mark)
+{
+    if (marks_ == mark) return;
+    marks_ = mark;
     refresh();
 }
 
@@ -110,17 +130,25 @@ QString StatusLine::scaleFact() const
     return port + u"son tartım %1 dk önce"_s.arg(seconds / 60);
 }
 
-QString StatusLine::text() const
+QStringList StatusLine::facts() const
 {
-    QStringList facts;
-    if (!notice_.isEmpty()) facts << notice_;
-    facts << scaleFact();
-    if (!typedWeights_.isEmpty()) facts << typedWeights_;
+    QStringList facts{scaleFact()};
+    if (!marks_.isEmpty()) facts << marks_;
     if (port_ && !betterFormat_.isEmpty())
         facts << u"satırlar “%1” biçiminde, Port Ayarları'ndan seçin"_s.arg(betterFormat_);
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
-    return facts.join(u"   ·   "_s);
+    return facts;
+}
+
+QString StatusLine::unseen() const { return u"⚠ Okumak için dokunun: "_s + unseen_.join(u" · "_s); }
+
+QString StatusLine::text() const
+{
+    QStringList all = facts();
+    if (!notice_.isEmpty()) all.prepend(notice_);
+    if (!unseen_.isEmpty()) all.prepend(unseen());
+    return all.join(gap);
 }
 
 void StatusLine::refresh()
@@ -145,15 +173,23 @@ void StatusLine::hideEvent(QHideEvent* event)
 
 void StatusLine::paintEvent(QPaintEvent*)
 {
-    // A long notice gives way, not the facts behind it. Its middle goes: what was refused, or the file, stands at its
-    // beginning, and the thing to do at its end.
-    QString shown = text();
+    // A long sentence gives way, not the facts behind it. Its middle goes: what was refused, or the file, stands at its
+    // beginning, and the thing to do at its end. What must be seen and what is said of the last slip share the room.
     const int room = width() - 2 * margin;
-    if (!notice_.isEmpty()) {
-        const QString facts = shown.sliced(notice_.size());
-        const int left = room - fontMetrics().horizontalAdvance(facts);
-        shown = fontMetrics().elidedText(notice_, Qt::ElideMiddle, left) + facts;
+    const auto widthOf = [this](const QString& text) { return fontMetrics().horizontalAdvance(text); };
+    QStringList sentences;
+    if (!unseen_.isEmpty()) sentences << unseen();
+    if (!notice_.isEmpty()) sentences << notice_;
+    QString shown;
+    int left = room - widthOf(facts().join(gap));
+    for (qsizetype more = sentences.size(); more > 0; --more) {
+        const QString sentence = sentences[sentences.size() - more];
+        const int share = left / static_cast<int>(more) - widthOf(gap);
+        const QString fitting = fontMetrics().elidedText(sentence, Qt::ElideMiddle, share) + gap;
+        left -= widthOf(fitting);
+        shown += fitting;
     }
+    shown += facts().join(gap);
     QPainter painter(this);
     painter.setPen(painting::softLine);
     painter.drawLine(0, 0, width(), 0);

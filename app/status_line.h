@@ -1,13 +1,16 @@
 #pragma once
 
+#include "app/control.h"
 #include <QElapsedTimer>
+#include <QStringList>
 #include <QTimer>
 #include <QWidget>
 
 namespace app {
 
 /// The quiet line at the bottom: facts about the scale, the printer and the data file; never a question, and it
-/// gates nothing. Setting a fact costs a repaint at most. The age of the last weight is counted by a timer that
+/// gates nothing. Setting a fact costs a repaint at most. What must be seen stands first until the line is tapped; all
+/// else is replaced by what is said next. The age of the last weight is counted by a timer that
 /// runs ever more slowly, only while a port is open and the line is shown.
 class StatusLine : public QWidget {
     Q_OBJECT
@@ -22,14 +25,19 @@ public:
     void weightArrived();
     /// What has just arrived is no weight.
     void lineNotUnderstood();
-    /// Which weights of the working station were typed; empty: none.
-    void setTypedWeights(const QString& mark);
+    /// What of the working station's figures deserves a second look; empty: nothing.
+    void setMarks(const QString& mark);
     /// Why what arrives in the chosen format gives no weight; empty: it does.
     void setWhyNoWeight(const QString& why);
     /// The format that lines have which are taken as they are and show something else; empty: all is well.
     void setBetterFormat(const QString& title);
-    /// What the operator should know of the last slip or statement; it stands first. Empty: nothing.
+    /// What the operator should know of the last slip or statement; it stands before the facts. Empty: nothing.
     void setNotice(const QString& sentence);
+    /// What the operator must come to see; it stands before everything else until it is taken.
+    void keepUntilSeen(const QString& sentence);
+    /// All of that, in the order in which it came; the line no longer says it.
+    QStringList takeUnseen();
+    void onClick(Action click) { click_ = std::move(click); }
     void setPrinter(const QString& fact);
     void setDataFile(const QString& fact);
 
@@ -39,11 +47,15 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     void refresh();
     void tick();
     QString scaleFact() const;
+    QStringList facts() const;
+    QString unseen() const;
 
     int port_ = 0;
     QString whyClosed_;
@@ -52,8 +64,10 @@ private:
     QString betterFormat_;
     QElapsedTimer sinceWeight_;
     QTimer ageing_;
+    QStringList unseen_;
     QString notice_;
-    QString typedWeights_;
+    Action click_;
+    QString marks_;
     QString printer_;
     QString dataFile_;
 };

@@ -53,12 +53,7 @@ void Register::makeCurrent(const QString& name)
                              u"“%1” adıyla kayıtlı müşteri yok; hiçbir şey silinmedi."_s.arg(name));
 }
 
-bool Register::turnTo(const QString& name)
-{
-    bool wasCurrent = false;
-    base::passOver([&] { wasCurrent = isCurrent(name); });
-    return !wasCurrent && makeNamedCurrent(customers_, name);
-}
+Terms Register::termsOf(const QString& name) { return makeNamedCurrent(customers_, name) ? termsOfCurrent() : Terms(); }
 
 void Register::add(const QString& name)
 {

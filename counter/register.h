@@ -32,9 +32,8 @@ public:
     /// none: whoever wants to delete it deletes nobody.
     void makeCurrent(const QString& name);
 
-    /// The same for whoever has to know whether another customer has become current by it: not when it was that one
-    /// already, nor when there is none.
-    bool turnTo(const QString& name);
+    /// Makes the customer of exactly that name the current one, where there is one, and says what is known of it.
+    Terms termsOf(const QString& name);
 
     /// Makes the customer of exactly that name the current one; a new one is added with nothing but the name. Error 5
     /// for a name that no customer can have.

@@ -55,9 +55,7 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& fro
 std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Provenance& from, QString& notice)
 {
     const auto refused = [&](const QString& why) {
-        // What was said of an earlier slip stands before it.
-        if (!notice.isEmpty()) notice += u" · "_s;
-        notice += u"Fiş basılmadı: "_s + why;
+        notice = u"Fiş basılmadı: "_s + why;
         return std::nullopt;
     };
     if (const std::optional<QString> why = mill::whyNoCustomer(slip.pressing.customer)) return refused(*why);
@@ -68,8 +66,7 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Pro
         if (!at_.journal.hasRecordSet())
             if (const auto error = passOver([&] { at_.journal.refresh(); })) return refused(error->text());
         // A note has one place. The one before must have left it, or its pressing would be lost.
-        if (const auto error = passOver([&] { notice = recover(); }))
-            return refused(u"önceki fişin kaydı bekliyor. "_s + error->text());
+        if (const std::optional<QString> why = settle()) return refused(*why);
         slip.now = at_.now();
         slip.headerItems = print::headerItems(at_.directory);
         print::composeSlip(printer, slip, at_.regional);
@@ -110,15 +107,18 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Pro
 bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& document, QString& notice)
 {
     if (!passOver([&] { at_.printer.sendAndFinish(note.job, document); })) return true;
-    bool taken = false;
+    auto taken = print::Taken::unknown;
     if (passOver([&] { taken = at_.printer.taken(note.job); })) {
         notice = cannotBeAsked(note);
         log_.write(notice);
         return false;
     }
-    if (taken) return true; // only its answer was lost
+    if (taken == print::Taken::yes) return true; // only its answer was lost
     at_.printer.cancel(note.job);
-    at_.notes.strike();
+    if (taken == print::Taken::no)
+        at_.notes.strike();
+    else
+        setAsideUnknown(note);
     return false;
 }
 
@@ -136,39 +136,38 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Pro
     return note;
 }
 
-QString SlipRoad::recover()
+void SlipRoad::recover()
 {
     at_.weights.tellEndOfTheDay();
     const std::optional<store::SlipNote> slip = at_.notes.open();
-    if (!slip) return at_.notes.unreadable() ? setAsideUnread() : QString();
+    if (!slip) {
+        if (at_.notes.unreadable())
+            setAside(u"yarım kalmış bir fişin notu okunamıyor; fişi basıldıysa sıkımı elle girin"_s);
+        return;
+    }
     const auto closed = [&](const QString& what) {
         at_.notes.strike();
         log_.write(described(*slip) + what);
-        return QString();
     };
     const auto stored = [&](const QString& what) {
         at_.weights.write(*slip, at_.regional);
-        return closed(what);
+        closed(what);
     };
-    bool taken = false;
-    if (const auto error = passOver([&] { taken = at_.printer.taken(slip->job); }))
+    auto taken = print::Taken::unknown;
+    if (passOver([&] { taken = at_.printer.taken(slip->job); }))
         throw base::RuntimeError(base::errors::printer, cannotBeAsked(*slip));
-    const QString database = at_.customers.databaseName();
-    const auto isBooked = [&] {
-        const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
-        return store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore;
-    };
-    if (!taken) {
-        // A printer forgets its jobs; what stands in the journal was printed.
-        bool booked = false;
-        passOver([&] { booked = isBooked(); });
-        if (booked) return stored(u": basılmış ve kaydedilmiş"_s);
+    if (taken == print::Taken::no) {
         at_.printer.cancel(slip->job);
         return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
-    if (isBooked()) return stored(u": basılmış ve kaydedilmiş"_s);
+    // A printer forgets its jobs; what stands in the journal was printed.
+    const QString database = at_.customers.databaseName();
+    const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
+    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
+        return stored(u": basılmış ve kaydedilmiş"_s);
+    if (taken == print::Taken::unknown) return setAsideUnknown(*slip);
     // The next report would take such a row away.
-    if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAside(*slip, *why);
+    if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAsideUnstorable(*slip, *why);
 
     // Sources of its own: what the screen has searched is another customer's, and its place must stay.
     store::DataSource customers(at_.databases);
@@ -180,33 +179,46 @@ QString SlipRoad::recover()
         source->refresh();
     }
     if (book(customers, journal, *slip, at_.regional)) return stored(u": basılmış, kaydı şimdi yapıldı"_s);
-    if (const auto why = whyNotBooked(at_.databases, database, *slip, at_.regional)) return setAside(*slip, *why);
+    if (const auto why = whyNotBooked(at_.databases, database, *slip, at_.regional))
+        return setAsideUnstorable(*slip, *why);
     throw base::RuntimeError(base::errors::databaseFault,
                              described(*slip) + u" basılmış, kaydı yapılamadı; notu duruyor, yeniden denenecek."_s);
 }
 
-QString SlipRoad::beforeDeletion(const std::optional<QString>& customer)
+std::optional<QString> SlipRoad::settle()
 {
-    QString notice;
-    passOver([&] { notice = recover(); });
+    if (const auto error = passOver([&] { recover(); })) return u"önceki fişin kaydı bekliyor. "_s + error->text();
+    return std::nullopt;
+}
+
+void SlipRoad::announceDeletion(const std::optional<QString>& customer)
+{
     at_.weights.announceDeletion(customer, [&] { return store::allPressings(at_.journal.database()); });
-    return notice;
 }
 
-QString SlipRoad::setAside(const store::SlipNote& slip, const QString& why)
+void SlipRoad::tellFilesSetAside()
 {
-    QString notice =
-        u"%1: %2 basılmış, kaydedilemiyor (%3); sıkımı elle girin"_s.arg(at_.notes.setAside(), described(slip), why);
-    log_.write(notice);
-    return notice;
+    const QStringList files = at_.notes.filesSetAside();
+    if (files.isEmpty()) return;
+    at_.tellSetAside(
+        u"%1: kaydedilmemiş fişlerin notları; sıkımı elle girdikten sonra dosyayı kaldırın"_s.arg(files.join(u", "_s)));
 }
 
-QString SlipRoad::setAsideUnread()
+void SlipRoad::setAside(const QString& what)
 {
-    QString notice =
-        u"%1: yarım kalmış bir fişin notu okunamıyor; fişi basıldıysa sıkımı elle girin"_s.arg(at_.notes.setAside());
+    const QString notice = at_.notes.setAside() + u": "_s + what;
     log_.write(notice);
-    return notice;
+    at_.tellSetAside(notice);
+}
+
+void SlipRoad::setAsideUnstorable(const store::SlipNote& slip, const QString& why)
+{
+    setAside(u"%1 basılmış, kaydedilemiyor (%2); sıkımı elle girin"_s.arg(described(slip), why));
+}
+
+void SlipRoad::setAsideUnknown(const store::SlipNote& slip)
+{
+    setAside(u"%1 basıldı mı bilinmiyor, yazıcı onu tanımıyor; basıldıysa sıkımı elle girin"_s.arg(described(slip)));
 }
 
 } // namespace counter

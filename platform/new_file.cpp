@@ -25,9 +25,14 @@ void syncFolder(const std::filesystem::path& folder)
 
 } // namespace
 
+std::filesystem::path NewFile::hiddenPath(const std::filesystem::path& path)
+{
+    return path.parent_path() / ("." + path.filename().string() + ".part");
+}
+
 NewFile::NewFile(const std::filesystem::path& path) : path_(path)
 {
-    std::filesystem::path hidden = path.parent_path() / ("." + path.filename().string() + ".part");
+    std::filesystem::path hidden = hiddenPath(path);
     file_ = ::open(hidden.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file_ < 0) fail(errno, hidden);
     hidden_ = std::move(hidden);

@@ -18,9 +18,14 @@ namespace {
 
 } // namespace
 
+std::filesystem::path NewFile::hiddenPath(const std::filesystem::path& path)
+{
+    return path.parent_path() / (L"." + path.filename().wstring() + L".part");
+}
+
 NewFile::NewFile(const std::filesystem::path& path) : path_(path)
 {
-    std::filesystem::path hidden = path.parent_path() / (L"." + path.filename().wstring() + L".part");
+    std::filesystem::path hidden = hiddenPath(path);
     file_ = ::_wopen(hidden.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
     if (file_ < 0) fail(errno, hidden);
     hidden_ = std::move(hidden);

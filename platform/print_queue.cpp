@@ -304,11 +304,11 @@ public:
         }
     }
 
-    std::optional<bool> documentTaken(int job) noexcept override
+    DocumentState documentState(int job) noexcept override
     {
         try {
             const Connection connection(connect());
-            static constexpr const char* wanted[] = {"job-state", "job-state-reasons", "number-of-documents"};
+            static constexpr const char* wanted[] = {"job-state-reasons", "number-of-documents", "job-k-octets"};
             ipp_t* request = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
             const std::string uri = "ipp://localhost/jobs/" + std::to_string(job);
             ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_URI, "job-uri", nullptr, uri.c_str());
@@ -316,18 +316,22 @@ public:
             ippAddStrings(request, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", std::size(wanted),
                           nullptr, wanted);
             const Message answer(cupsDoRequest(connection.get(), request, "/"));
-            if (!answer) return std::nullopt;
+            if (!answer) return DocumentState::noAnswer;
             const ipp_status_t status = ippGetStatusCode(answer.get());
-            if (status == IPP_STATUS_ERROR_NOT_FOUND || status == IPP_STATUS_ERROR_GONE) return false;
-            if (status > IPP_STATUS_OK_CONFLICTING) return std::nullopt;
+            if (status == IPP_STATUS_ERROR_NOT_FOUND || status == IPP_STATUS_ERROR_GONE) return DocumentState::unknown;
+            if (status > IPP_STATUS_OK_CONFLICTING) return DocumentState::noAnswer;
 
             ipp_attribute_t* documents = ippFindAttribute(answer.get(), "number-of-documents", IPP_TAG_INTEGER);
-            if (!documents || ippGetInteger(documents, 0) < 1) return false;
+            // Of a job that was printed the scheduler forgets the document after a day, but not how large it was.
+            ipp_attribute_t* size = ippFindAttribute(answer.get(), "job-k-octets", IPP_TAG_INTEGER);
+            if (!documents || !size) return DocumentState::unknown;
+            if (ippGetInteger(documents, 0) < 1 && ippGetInteger(size, 0) < 1) return DocumentState::notTaken;
             // A job whose document is still coming in is held for it.
             ipp_attribute_t* reasons = ippFindAttribute(answer.get(), "job-state-reasons", IPP_TAG_KEYWORD);
-            return !reasons || !ippContainsString(reasons, "job-incoming");
+            const bool incoming = reasons && ippContainsString(reasons, "job-incoming");
+            return incoming ? DocumentState::notTaken : DocumentState::taken;
         } catch (const std::exception&) {
-            return std::nullopt;
+            return DocumentState::noAnswer;
         }
     }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -63,6 +62,14 @@ struct JobTicket {
     std::string media; ///< the queue's word for a sheet, or Custom.WIDTHxHEIGHT in points
 };
 
+/// What the print system says of a job's document, of whatever process and whether printed yet or not.
+enum class DocumentState {
+    taken,    ///< it has the whole of it, or had: it may have printed it and thrown it away since
+    notTaken, ///< it has the job, and never had its whole document
+    unknown,  ///< it knows no such job, or no longer, or does not say enough of it
+    noAnswer,
+};
+
 /// The system's print queues, one job at a time: createJob, startDocument, write (often), finishDocument. Every step
 /// returns only after the print system has agreed to it and throws PrintError otherwise. No step waits for ever: a
 /// print system that stops answering is given up after seconds. A job that is created and not finished prints nothing
@@ -79,9 +86,7 @@ public:
     virtual void write(std::span<const std::byte> bytes) = 0;
     virtual void finishDocument() = 0; ///< from here on the job belongs to the print system
     virtual void cancelJob(int job) noexcept = 0;
-    /// The print system has the whole document of that job, of whatever process and whether printed yet or not. False
-    /// when it has not or knows no such job; nothing when it does not answer, or not to the question.
-    virtual std::optional<bool> documentTaken(int job) noexcept = 0;
+    virtual DocumentState documentState(int job) noexcept = 0;
 };
 
 /// Empty texts: the user's own choice and set-up, as every other program on this machine has it.

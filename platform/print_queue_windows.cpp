@@ -183,23 +183,23 @@ public:
         control(static_cast<DWORD>(job), JOB_CONTROL_DELETE);
     }
 
-    std::optional<bool> documentTaken(int job) noexcept override
+    DocumentState documentState(int job) noexcept override
     {
         try {
             const Printer printer = openQueue();
-            if (!printer) return std::nullopt;
+            if (!printer) return DocumentState::noAnswer;
             DWORD size = 0;
             ::GetJobW(printer.get(), static_cast<DWORD>(job), 1, nullptr, 0, &size);
             std::vector<BYTE> answer(size);
             if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size)) {
-                // That is how the spooler says that it knows no such job.
-                if (::GetLastError() == ERROR_INVALID_PARAMETER) return false;
-                return std::nullopt;
+                // That is how the spooler says that it knows no such job; it forgets each as soon as it is printed.
+                return ::GetLastError() == ERROR_INVALID_PARAMETER ? DocumentState::unknown : DocumentState::noAnswer;
             }
             const DWORD status = reinterpret_cast<const JOB_INFO_1W*>(answer.data())->Status;
-            return (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
+            const bool whole = (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
+            return whole ? DocumentState::taken : DocumentState::notTaken;
         } catch (const std::exception&) {
-            return std::nullopt;
+            return DocumentState::noAnswer;
         }
     }
 

@@ -5,7 +5,7 @@
 
 namespace pressing {
 
-KeptDisplays::KeptDisplays(const StationScreen& screen)
+KeptDisplays::KeptDisplays(const StationScreen& screen) : origins_(screen.origins())
 {
     for (int station = 0; station < stationCount; ++station) {
         Station& kept = stations_[static_cast<std::size_t>(station)];
@@ -27,6 +27,7 @@ void KeptDisplays::putBack(StationScreen& screen) const
         screen.setEntitlementTaken(station, kept.entitlementTaken);
         screen.enablePrinting(station, kept.printing);
     }
+    screen.putBack(origins_);
 }
 
 KeptTerms::KeptTerms(const StationScreen& screen)

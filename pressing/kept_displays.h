@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "pressing/station_screen.h"
+#include "pressing/weight_origins.h"
 
 #include <array>
 #include <utility>
@@ -9,7 +10,7 @@
 /// What the stations show at one moment, for when it has to stand there again.
 namespace pressing {
 
-/// Every display of both stations, and the switch.
+/// Every display of both stations, the switch, and where the weights come from.
 class KeptDisplays {
 public:
     explicit KeptDisplays(const StationScreen& screen);
@@ -22,6 +23,7 @@ private:
         bool entitlementShown = false, entitlementTaken = false, printing = false;
     };
     std::array<Station, stationCount> stations_;
+    WeightOrigins origins_;
 };
 
 /// Runs an action whose products may become too large: then error 6 comes out, and the displays are as they were.

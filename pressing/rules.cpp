@@ -1,5 +1,6 @@
 #include "pressing/rules.h"
 
+#include "base/pass_over.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/displays.h"
@@ -39,6 +40,13 @@ void showHandedOver(StationScreen& screen, int station)
 {
     const Kilogram oil = read(screen, displays::oil, station);
     show(screen, displays::handedOver, station, handedOutFor(oil - read(screen, displays::entitlement, station)));
+}
+
+/// An empty fee is 0, and so is every fee while the mill takes oil: a record carries one pay.
+void onePay(StationScreen& screen, int station)
+{
+    zeroIfEmpty(screen, Field::NakitLbl, station);
+    if (screen.entitlementShown(station)) screen.setCaption(Field::NakitLbl, station, zero);
 }
 
 /// What was typed becomes a percentage: five characters, two digits before the mark.
@@ -102,9 +110,7 @@ void entitlementChanged(StationScreen& screen, int station) { showHandedOver(scr
 
 void feeChanged(StationScreen& screen, int station)
 {
-    zeroIfEmpty(screen, Field::NakitLbl, station);
-    // One pay for each record: while the mill takes oil there is no fee, whatever was typed or recalled.
-    if (screen.entitlementShown(station)) screen.setCaption(Field::NakitLbl, station, zero);
+    onePay(screen, station);
 
     const QString fee = screen.caption(Field::NakitLbl, station);
     const bool typedHere = screen.isHighlighted(Field::NakitLbl, station);
@@ -115,6 +121,23 @@ void feeChanged(StationScreen& screen, int station)
     const bool fractional = isFractional(read(screen, displays::fee, station));
     screen.setActiveCaption(formatWithoutMark(screen.activeCaption(), fractional ? fractionPattern : base::wholePattern,
                                               screen.regional()));
+}
+
+void feeRecalled(StationScreen& screen, int station) { onePay(screen, station); }
+
+QString shareMark(const StationScreen& screen, int station)
+{
+    if (!screen.entitlementShown(station)) return {};
+    QString expected;
+    const auto notANumber = base::passOver([&] {
+        if (read(screen, displays::olives, station) <= Kilogram{0} ||
+            read(screen, displays::oil, station) <= Kilogram{0})
+            return;
+        expected = base::formatNumber(share(screen, station).value, base::wholePattern, screen.regional());
+    });
+    const QString shown = screen.caption(Field::HakTut, station);
+    if (notANumber || expected.isEmpty() || expected == (shown.isEmpty() ? zero : shown)) return {};
+    return u"hak ediş yüzdeye uymuyor"_s;
 }
 
 void shareWorkedOut(StationScreen& screen, int station)

@@ -29,6 +29,12 @@ void entitlementChanged(StationScreen& screen, int station);
 /// `NakitLbl`: decides by the fee, reformats the label being edited, whichever it is. A fee whose fraction is being
 /// typed stays as it is, and none stands beside an entitlement that is taken.
 void feeChanged(StationScreen& screen, int station);
+/// `NakitLbl` set by a recall. As feeChanged(), but what is edited meanwhile is a name and stays as it was written: one
+/// that reads as a number is no amount.
+void feeRecalled(StationScreen& screen, int station);
+/// What the status line says of a station whose entitlement is not that of its oil and percentage: a percentage that is
+/// recalled changes nothing else. Empty where they agree, and where none is taken.
+QString shareMark(const StationScreen& screen, int station);
 /// The entitlement by the oil and the percentage that stand there.
 void shareWorkedOut(StationScreen& screen, int station);
 /// `HakCmd` pressed: the mill takes oil instead of money, or no longer does. Where the percentage was being edited and

@@ -28,6 +28,8 @@ QString nameOf(Field field);
 
 inline constexpr int stationCount = 2;
 
+class WeightOrigins;
+
 /// What the rules need of the screen.
 ///
 /// setCaption and setActiveCaption run the changed label's own rule inside the assignment, to its end, and only when
@@ -43,6 +45,9 @@ public:
     virtual void setCaption(Field field, int station, const QString& text) = 0;
     /// Shows a caption as it was a moment ago; no rule runs.
     virtual void putBack(Field field, int station, const QString& text) = 0;
+    /// Where the weights of both stations come from.
+    virtual const WeightOrigins& origins() const = 0;
+    virtual void putBack(const WeightOrigins& origins) = 0;
     /// The label is the cyan one, being edited.
     virtual bool isHighlighted(Field field, int station) const = 0;
 

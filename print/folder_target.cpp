@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <span>
 #include <system_error>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -65,10 +66,11 @@ int FolderTarget::createJob(const Document&)
     try {
         for (int job = lastNumber() + 1;; ++job) {
             try {
-                open_[job] = std::make_unique<platform::NewFile>(pathOf(job));
+                auto file = std::make_unique<platform::NewFile>(pathOf(job));
+                open_[job] = std::move(file);
+                failed_.erase(job); // a number that was never used is given again
                 return job;
             } catch (const std::system_error& error) {
-                open_.erase(job);
                 // Taken by another process, or left over from a power cut: the next number is as good.
                 if (error.code() != std::errc::file_exists) throw;
             }
@@ -88,19 +90,25 @@ void FolderTarget::sendAndFinish(int job, const Document& document)
         file.write(std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size()))));
         file.publish();
     } catch (const std::system_error& error) {
+        failed_.insert(job);
         throw printerError(error);
     }
 }
 
 void FolderTarget::cancel(int job) noexcept { open_.erase(job); }
 
-bool FolderTarget::taken(int job)
+Taken FolderTarget::taken(int job)
 {
     std::error_code error;
-    const auto status = std::filesystem::status(pathOf(job), error);
-    // No folder, no file: then it was not. A disk that cannot be read says neither.
-    if (status.type() == std::filesystem::file_type::none) throw printerError(std::system_error(error));
-    return std::filesystem::is_regular_file(status);
+    const auto isThere = [&error](const std::filesystem::path& path) {
+        const auto status = std::filesystem::status(path, error);
+        // A disk that cannot be read says neither.
+        if (status.type() == std::filesystem::file_type::none) throw printerError(std::system_error(error));
+        return std::filesystem::is_regular_file(status);
+    };
+    if (failed_.contains(job)) return Taken::no; // a file of that number is somebody else's
+    if (isThere(pathOf(job))) return Taken::yes;
+    return isThere(platform::NewFile::hiddenPath(pathOf(job))) ? Taken::no : Taken::unknown;
 }
 
 QString FolderTarget::stateText() noexcept

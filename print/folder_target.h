@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 
 namespace platform {
 class NewFile;
@@ -25,7 +26,8 @@ public:
     int createJob(const Document& document) override;
     void sendAndFinish(int job, const Document& document) override;
     void cancel(int job) noexcept override; ///< only before the job was finished: a printed page cannot be taken back
-    bool taken(int job) override;
+    /// A file that is neither there nor on its way may have been moved away.
+    Taken taken(int job) override;
     QString stateText() noexcept override;
 
     /// The file of a job, printed or not.
@@ -39,6 +41,7 @@ private:
     Paper paper_;
     Make make_;
     std::map<int, std::unique_ptr<platform::NewFile>> open_; ///< jobs that are created and not finished
+    std::set<int> failed_;                                   ///< jobs that could not be finished
 };
 
 } // namespace print

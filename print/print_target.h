@@ -14,6 +14,13 @@ struct Document {
     Paper paper; ///< what it was composed for
 };
 
+/// Whether a target has taken over the whole document of a job, printed yet or not.
+enum class Taken {
+    yes,
+    no,      ///< it never had the whole of it, and prints nothing
+    unknown, ///< it knows nothing of the job, or no longer: it may have printed it
+};
+
 /// Where print jobs go: the system's print queue, or a folder. Everything that fails here is base::RuntimeError 482.
 ///
 /// A job has two steps so that its number can be written down before a single page leaves: createJob() makes the
@@ -34,11 +41,9 @@ public:
     /// ignored.
     virtual void cancel(int job) noexcept = 0;
 
-    /// The whole document of that job has been taken over, printed yet or not. Asked after a failure, and after a crash
-    /// about a number that an earlier run wrote down. False also when nothing of the job is known any more. Throws when
-    /// that cannot be asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the
-    /// paper.
-    virtual bool taken(int job) = 0;
+    /// Asked after a failure, and after a crash about a number that an earlier run wrote down. Throws when that cannot
+    /// be asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the paper.
+    virtual Taken taken(int job) = 0;
 
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;

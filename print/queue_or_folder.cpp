@@ -44,7 +44,7 @@ void QueueOrFolder::sendAndFinish(int job, const Document& document)
 
 void QueueOrFolder::cancel(int job) noexcept { targetOf(job).cancel(ownNumber(job)); }
 
-bool QueueOrFolder::taken(int job) { return targetOf(job).taken(ownNumber(job)); }
+Taken QueueOrFolder::taken(int job) { return targetOf(job).taken(ownNumber(job)); }
 
 QString QueueOrFolder::stateText() noexcept { return present().stateText(); }
 

@@ -26,7 +26,7 @@ public:
     int createJob(const Document& document) override;
     void sendAndFinish(int job, const Document& document) override;
     void cancel(int job) noexcept override;
-    bool taken(int job) override;
+    Taken taken(int job) override;
     QString stateText() noexcept override;
 
 private:

@@ -3,7 +3,6 @@
 #include "base/error.h"
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <span>
 #include <utility>
 
@@ -136,11 +135,19 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
 
 void QueueTarget::cancel(int job) noexcept { queue_->cancelJob(job); }
 
-bool QueueTarget::taken(int job)
+Taken QueueTarget::taken(int job)
 {
-    const std::optional<bool> taken = queue_->documentTaken(job);
-    if (!taken) throw printerError(u"yazıcı sistemi yanıt vermiyor"_s);
-    return *taken;
+    switch (queue_->documentState(job)) {
+    case platform::DocumentState::taken:
+        return Taken::yes;
+    case platform::DocumentState::notTaken:
+        return Taken::no;
+    case platform::DocumentState::unknown:
+        return Taken::unknown;
+    case platform::DocumentState::noAnswer:
+        break;
+    }
+    throw printerError(u"yazıcı sistemi yanıt vermiyor"_s);
 }
 
 QString QueueTarget::stateText() noexcept

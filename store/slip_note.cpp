@@ -156,6 +156,19 @@ QString SlipNotes::setAside()
     });
 }
 
+QStringList SlipNotes::filesSetAside() const
+{
+    return onDisk([&] {
+        const QString prefix = QString::fromStdU16String(path_.filename().u16string()) + u'-';
+        QStringList files;
+        for (const std::filesystem::path& file : disk_.names(path_.parent_path()))
+            if (const QString name = QString::fromStdU16String(file.u16string()); name.startsWith(prefix))
+                files << name;
+        files.sort();
+        return files;
+    });
+}
+
 int pressingsAt(Engine& engine, const QString& customer, double moment)
 {
     // Asked by the day, not by the name: every other customer would be a new question to the whole journal.

@@ -3,6 +3,7 @@
 #include "mill/pressing.h"
 #include "mill/weighing.h"
 
+#include <QStringList>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -48,6 +49,8 @@ public:
     /// The note leaves its place, which the next one needs, and stays as a file of its own: "<database>-slip-1",
     /// -2 ... The file's name. Error 3000 when the disk refuses.
     QString setAside();
+    /// The names of such files that lie beside the database, those of earlier days too.
+    QStringList filesSetAside() const;
 
 private:
     void writeWhole(const SlipNote& note);

@@ -53,7 +53,7 @@ public:
     int createJob(const print::Document& document) override { return target_->createJob(document); }
     void sendAndFinish(int job, const print::Document& document) override;
     void cancel(int job) noexcept override { target_->cancel(job); }
-    bool taken(int job) override { return target_->taken(job); }
+    print::Taken taken(int job) override { return target_->taken(job); }
     QString stateText() noexcept override { return target_->stateText(); }
 
     int printed() const { return printed_; }

@@ -278,20 +278,49 @@ private slots:
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
-    void nameThatReadsAsANumberIsReformattedByItsFee()
+    void aNameThatReadsAsANumberStaysThatCustomers_data()
     {
-        counter->addCustomer(u"5"_s, 12.0, u"10 Litrelik Kap"_s, 12.5);
-        form->start();
-        counter->key(u"5"_s);
-        // The recalled fee is fractional: the fee's rule writes the active label, which is the name, with that pattern.
-        // It leaves no mark behind that nobody has typed.
-        QCOMPARE(form->NakitLbl[0]->caption(), u"12,5"_s);
-        QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
-        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
-        QCOMPARE(counter->prompt.errors, QList<int>{});
+        addColumns<QString, double>("name", "fee"); // the fee comes back with the name, whole or not
+        QTest::newRow("thousands") << u"1000"_s << 250.0;
+        QTest::newRow("thousands, a fee with decimals") << u"1000"_s << 12.5;
+        QTest::newRow("digit") << u"5"_s << 12.5;
+        QTest::newRow("mark at its end") << u"5,"_s << 10.0;
+        QTest::newRow("telephone number") << u"05321112233"_s << 250.0;
+        QTest::newRow("decimals") << u"12,75"_s << 250.0;
     }
 
-    void namesThatReformatOneAnotherComeToAnEnd()
+    void aNameThatReadsAsANumberStaysThatCustomers()
+    {
+        QFETCH(QString, name);
+        QFETCH(double, fee);
+        counter->addCustomer(u"4"_s, 7.0, u"20 Litrelik Kap"_s, 1.0);
+        counter->addCustomer(name, 12.0, u"10 Litrelik Kap"_s, fee);
+        form->start();
+        counter->keys(name); // every key finds it, and brings its fee
+        QCOMPARE(form->TxtLbl[0]->caption(), name);
+        QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
+        counter->key(u"Sil"_s);
+        counter->keys(name.left(1));
+        counter->pick(name);
+        QCOMPARE(form->TxtLbl[0]->caption(), name);
+        QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+
+        // In the report panel, too: it is that customer's listing.
+        Counter::click(form->GünlükCmd);
+        counter->keys(name.left(1));
+        counter->pick(name);
+        QCOMPARE(form->GünLbl->caption(), name);
+        Counter::click(form->KapatCmd[0]);
+        Counter::click(form->Label2[0]);
+        counter->keys(u"700"_s);
+        Counter::click(form->YazCmd[0]);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 2);
+        QVERIFY2(counter->rows(u"Hareket"_s).value(0).endsWith(u'|' + name),
+                 qPrintable(counter->rows(u"Hareket"_s).join(u'\n')));
+    }
+
+    void namesThatAreNumbersAlikeAreFoundOneByOne()
     {
         // One fee is written with decimals and the other one without: no mark goes to and fro between the names.
         counter->addCustomer(u"5"_s, {}, {}, 12.5);
@@ -299,12 +328,104 @@ private slots:
         form->start();
         counter->key(u"5"_s);
         QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"12,5"_s);
         counter->key(u","_s);
-        QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
+        QCOMPARE(form->TxtLbl[0]->caption(), u"5,"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"10"_s);
         counter->key(u"Sil"_s);
         counter->keys(u"a"_s);
         QCOMPARE(form->TxtLbl[0]->caption(), u"A"_s);
         QCOMPARE(counter->prompt.errors, QList<int>{});
+    }
+
+    void nothingOfAnotherCustomerStaysWhenOneIsPicked_data()
+    {
+        using store::FieldValue;
+        QTest::addColumn<QVariant>("yuzde"); // invalid: Null
+        QTest::addColumn<QVariant>("nakit");
+        addColumns<QString, QString>("percentage", "fee");
+        const QVariant null;
+        QTest::newRow("never printed") << null << null << u"0"_s << u"0"_s;
+        QTest::newRow("no percentage") << null << QVariant(50.0) << u"0"_s << u"50"_s;
+        QTest::newRow("no fee") << QVariant(8.0) << null << u"8"_s << u"0"_s;
+        QTest::newRow("both") << QVariant(8.0) << QVariant(50.0) << u"8"_s << u"50"_s;
+    }
+
+    void nothingOfAnotherCustomerStaysWhenOneIsPicked()
+    {
+        QFETCH(QVariant, yuzde);
+        QFETCH(QVariant, nakit);
+        QFETCH(QString, percentage);
+        QFETCH(QString, fee);
+        const auto number = [](const QVariant& value) {
+            return value.isValid() ? store::FieldValue(value.toDouble()) : store::FieldValue();
+        };
+        counter->addCustomer(u"Ali"_s, number(yuzde), {}, number(nakit));
+        counter->addCustomer(u"Ali Veli"_s, 12.0, u"20 Litrelik Kap"_s, 200.0);
+        form->start();
+        for (const char* typed : {"a", "ali"}) { // in full, the pick finds it there already
+            counter->key(u"Sil"_s);
+            counter->keys(QString::fromUtf8(typed));
+            counter->pick(u"Ali Veli"_s);
+            QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
+            QCOMPARE(form->NakitLbl[0]->caption(), u"200"_s);
+            Counter::click(form->TxtLbl[0]);
+            counter->key(u"Sil"_s);
+            counter->keys(QString::fromUtf8(typed));
+            counter->pick(u"Ali"_s);
+            QCOMPARE(form->Haklbl[0]->caption(), percentage);
+            QCOMPARE(form->NakitLbl[0]->caption(), fee);
+            // The size of the containers that stand there is nobody's terms.
+            QCOMPARE(form->Combo1[0]->text(), u"20 Litrelik Kap"_s);
+            Counter::click(form->TxtLbl[0]);
+        }
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+    }
+
+    void nothingIsDeletedWhileAPrintedSlipWaitsForItsRow_data()
+    {
+        addColumns<QString, int>("button", "left"); // pressings, once the printer has answered and it is tapped again
+        QTest::newRow("Kaydı Sil") << u"Kaydet"_s << 1;
+        QTest::newRow("Carileri Sil") << u"CariSil"_s << 0;
+        QTest::newRow("Hesapları Sil") << u"HesapSil"_s << 0;
+    }
+
+    void nothingIsDeletedWhileAPrintedSlipWaitsForItsRow()
+    {
+        QFETCH(QString, button);
+        counter->addCustomer(u"Ali"_s, 12.0);
+        counter->addPressing(u"Ali"_s);
+        counter->addPressing(u"Veli"_s);
+        form->start();
+        counter->keys(u"ali"_s);
+        const print::Document document{"%PDF-1.4", u"Fiş"_s, {}, print::Paper::slipRoll80()};
+        const int job = counter->paper.createJob(document);
+        counter->paper.sendAndFinish(job, document);
+        counter->notes.write({job, 45981.5, {"Ali", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
+        counter->paper.silent = true;
+        counter->prompt.answer = true;
+        const auto tap = [&] {
+            if (auto* item = form->findChild<MenuItem*>(button))
+                item->trigger();
+            else
+                Counter::click(form->Kaydet);
+        };
+        tap();
+        QVERIFY2(form->status->text().startsWith(
+                     u"Hiçbir şey silinmedi: önceki fişin kaydı bekliyor. fiş 1 (Ali, 1.000 kg) basıldı mı"_s),
+                 qPrintable(form->status->text()));
+        QCOMPARE(form->TxtLbl[0]->caption(), u"Ali"_s);
+        QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
+        QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
+        QVERIFY(counter->notes.open());
+
+        // Once it answers, the row comes first, and goes with the others.
+        counter->paper.silent = false;
+        tap();
+        QVERIFY(!form->status->text().contains(u"silinmedi"_s));
+        QVERIFY(!counter->notes.open());
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QTEST(int(counter->rows(u"Hareket"_s).size()), "left");
     }
 
     void choosingAWeightClosesTheList()
@@ -638,10 +759,12 @@ private slots:
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"180"_s);
         QCOMPARE(form->Verilen[0]->caption(), u"720"_s);
+        QVERIFY(form->status->text().contains(u"hak ediş yüzdeye uymuyor"_s));
         Counter::click(form->Label3[0]);
         counter->key(u"Sil"_s);
         counter->keys(u"900"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"108"_s);
+        QVERIFY(!form->status->text().contains(u"uymuyor"_s));
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 

@@ -466,6 +466,18 @@ private slots:
         QCOMPARE(counter->paper.sent.size(), 2);
         QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
         QCOMPARE(counter->prompt.errors, QList<int>{});
+
+        // Nothing takes its place until somebody has seen it: no slip, no deletion, no panel.
+        form->HesapSil->trigger();
+        Counter::click(form->GünlükCmd);
+        Counter::click(form->KapatCmd[0]);
+        QVERIFY(form->status->text().startsWith(u"⚠ Okumak için dokunun: Yag.mdb-slip-1: fiş 1 (Toplamlar"_s));
+        Counter::click(form->status);
+        QCOMPARE(counter->prompt.exclamations.size(), 1);
+        QVERIFY(counter->prompt.exclamations[0].endsWith(u"sıkımı elle girin"_s));
+        QVERIFY(!form->status->text().contains(u"slip"_s));
+        Counter::click(form->status);
+        QCOMPARE(counter->prompt.exclamations.size(), 1);
     }
 
     void customerOfASlipThatWasRefusedIsFoundByNoSearch()

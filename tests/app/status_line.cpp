@@ -74,6 +74,43 @@ private slots:
         QCOMPARE(line.accessibleName(), facts);
     }
 
+    void whatMustBeSeenStaysUntilItIsTaken()
+    {
+        StatusLine line(nullptr);
+        int taps = 0;
+        line.onClick([&] { ++taps; });
+        line.keepUntilSeen(u"Yag.mdb-slip-1: bir"_s);
+        line.setNotice(u"Fiş basılmadı."_s);
+        line.keepUntilSeen(u"Yag.mdb-slip-2: iki"_s);
+        line.keepUntilSeen(u"Yag.mdb-slip-1: bir"_s); // said twice, kept once
+        line.setNotice({});
+        line.setNotice(u"Döküm yazılmadı."_s);
+        QVERIFY2(line.accessibleName().startsWith(u"⚠ Okumak için dokunun: Yag.mdb-slip-1: bir · Yag.mdb-slip-2: "
+                                                  "iki   ·   Döküm yazılmadı.   ·   "_s),
+                 qPrintable(line.accessibleName()));
+        QTest::mouseClick(&line, Qt::LeftButton);
+        QCOMPARE(taps, 1);
+        QCOMPARE(line.takeUnseen(), (QStringList{u"Yag.mdb-slip-1: bir"_s, u"Yag.mdb-slip-2: iki"_s}));
+        QVERIFY(line.accessibleName().startsWith(u"Döküm yazılmadı."_s));
+        QCOMPARE(line.takeUnseen(), QStringList());
+    }
+
+    void twoLongSentencesShareTheRoomAndLeaveTheFactsWhole()
+    {
+        StatusLine line(nullptr);
+        line.resize(1366, 28);
+        line.setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
+        const QString facts = line.text();
+        line.keepUntilSeen(u"Yag.mdb-slip-1: "_s + QString(300, u'x'));
+        line.setNotice(u"Fiş basılmadı: "_s + QString(300, u'y'));
+        const QImage both = line.grab().toImage();
+        line.setNotice(u"Fiş basılmadı: "_s + QString(299, u'y') + u'z');
+        QVERIFY(both != line.grab().toImage()); // its end is seen
+        line.setNotice(u"Fiş basılmadı: "_s + QString(300, u'y'));
+        line.setDataFile(u"Yag.mdb: 6.202 kayıt"_s);
+        QVERIFY(both != line.grab().toImage()); // and so are the facts
+    }
+
     void aLongNoticeLeavesTheFactsWhole_data()
     {
         QTest::addColumn<int>("width");

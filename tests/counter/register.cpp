@@ -188,17 +188,17 @@ private slots:
         QCOMPARE(errorOf([&] { books.customersBook.makeCurrent("can"); }), errors::recordDeleted);
     }
 
-    void turningToACustomerTellsWhetherItWasAnother()
+    void theTermsOfANameAreThatCustomersOrNobodys()
     {
         Books books;
         addRow(books, "Cari", {QString("O'Neil"), 5.0});
         books.customersBook.search("Ali");
-        QVERIFY(!books.customersBook.turnTo("Ali"));
-        QVERIFY(books.customersBook.turnTo("Ali Veli"));
+        QCOMPARE(books.customersBook.termsOf("Ali").percentage, "12");
+        QVERIFY(!books.customersBook.termsOf("Ali Veli").percentage);
         QVERIFY(books.customersBook.isCurrent("Ali Veli"));
-        QVERIFY(books.customersBook.turnTo("O'Neil"));
-        QCOMPARE(books.customersBook.termsOfCurrent().percentage, "5");
-        QVERIFY(!books.customersBook.turnTo("ali"));
+        QCOMPARE(books.customersBook.termsOf("O'Neil").percentage, "5");
+        const counter::Terms nobodys = books.customersBook.termsOf("ali");
+        QVERIFY(!nobodys.percentage && !nobodys.container && !nobodys.fee);
     }
 };
 

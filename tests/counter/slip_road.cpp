@@ -148,7 +148,8 @@ struct Mill {
     weights::WeightBook book{platform::systemDisk(), folder.path().toStdString()};
     counter::WeightRecord weights{book, counter::Log(folder.path(), clock.hands()), clock.hands()};
     counter::SlipRoad road{{customers, journal, databases, notes, weights, printer, &backups, Regional::turkish(),
-                            folder.path(), clock.hands()}};
+                            folder.path(), clock.hands(), [this](const QString& told) { setAside << told; }}};
+    QStringList setAside; ///< what was told of notes set aside
     std::shared_ptr<store::Engine> engine;
 };
 
@@ -224,11 +225,95 @@ private slots:
         const store::SlipNote note = mill.note(4711);
         mill.notes.write(note);
         counter::book(mill.customers, mill.journal, note, Regional::turkish());
-        QCOMPARE(mill.road.recover(), QString());
+        mill.road.recover();
+        QCOMPARE(mill.setAside, QStringList());
         QVERIFY(!mill.notes.open());
         QCOMPARE(mill.rows("Hareket"), 1);
         QVERIFY(mill.log().first().endsWith("basılmış ve kaydedilmiş"));
         QVERIFY(mill.bookAgrees());
+    }
+
+    void aPressingOfWhoseSlipThePrinterKnowsNothingIsSetAsideAndTold()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(4711));
+        mill.road.recover();
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), 0);
+        QCOMPARE(mill.printer.cancelled, QList<int>());
+        const QString told = "Yag.mdb-slip-1: fiş 4711 (Işıl O'Hara, 1.000 kg) basıldı mı bilinmiyor, yazıcı onu "
+                             "tanımıyor; basıldıysa sıkımı elle girin";
+        QCOMPARE(mill.setAside, QStringList{told});
+        QVERIFY2(mill.log().size() == 1 && mill.log()[0].endsWith(told), qPrintable(mill.log().join(u'|')));
+        QVERIFY(QFile::exists(mill.database() + "-slip-1"));
+
+        // It blocks nothing, and whatever is said of the next slip, this stays told.
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QCOMPARE(mill.setAside, QStringList{told});
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void aSlipWhosePrinterFailsAndForgetsIsSetAsideAtOnce()
+    {
+        Mill mill;
+        mill.printer.failAt = FakePrinter::Step::send;
+        mill.printer.forgetful = true;
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(!outcome.printed && !outcome.stored);
+        QCOMPARE(mill.setAside.size(), 1);
+        QVERIFY2(mill.setAside[0].startsWith("Yag.mdb-slip-1: fiş 1 (Ali, 1.000 kg) basıldı mı bilinmiyor"),
+                 qPrintable(mill.setAside[0]));
+        QCOMPARE(mill.printer.cancelled, QList<int>{1}); // should it wait somewhere after all
+        QVERIFY(!mill.notes.open());
+        QCOMPARE(mill.rows("Hareket"), 0);
+        mill.printer.failAt.reset();
+        QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
+        QVERIFY(mill.bookAgrees());
+    }
+
+    void whatIsSaidOfTheNextSlipTakesNothingFromWhatWasSetAside()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(4711));
+        mill.printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) QDir().mkpath(mill.folder.filePath("Tartim.jsonl"));
+        };
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(outcome.stored);
+        QVERIFY(outcome.notice.contains("tartım defterine yazılamadı"));
+        QCOMPARE(mill.setAside.size(), 1);
+    }
+
+    void aStartTellsOfEveryNoteThatLiesSetAside()
+    {
+        Mill mill;
+        mill.road.tellFilesSetAside();
+        QCOMPARE(mill.setAside, QStringList());
+        for (const int job : {4711, 4712}) {
+            mill.notes.write(mill.note(job));
+            mill.road.recover();
+        }
+        mill.notes.write(mill.note(mill.job(true))); // an open one is none
+        mill.setAside.clear();
+        mill.road.tellFilesSetAside();
+        QCOMPARE(mill.setAside, QStringList{"Yag.mdb-slip-1, Yag.mdb-slip-2: kaydedilmemiş fişlerin notları; sıkımı "
+                                            "elle girdikten sonra dosyayı kaldırın"});
+    }
+
+    void nothingIsDeletedWhileAPrintedSlipWaitsForThePrintersAnswer()
+    {
+        Mill mill;
+        mill.notes.write(mill.note(mill.job(true)));
+        mill.printer.silent = true;
+        const std::optional<QString> why = mill.road.settle();
+        QVERIFY2(why && why->startsWith("önceki fişin kaydı bekliyor. fiş 1 (Işıl O'Hara, 1.000 kg)"),
+                 qPrintable(why.value_or(QString())));
+        QVERIFY(mill.notes.open());
+        mill.printer.silent = false;
+        QVERIFY(!mill.road.settle());
+        QCOMPARE(mill.rows("Hareket"), 1);
+        QVERIFY(!mill.notes.open());
     }
 
     void aNoteSetAsideBeforeADeletionIsTold()
@@ -240,7 +325,8 @@ private slots:
             torn.write("half");
         }
         QVERIFY(mill.notes.unreadable());
-        QVERIFY(mill.road.beforeDeletion({}).contains("okunamıyor"));
+        QVERIFY(!mill.road.settle());
+        QVERIFY(mill.setAside.value(0).contains("okunamıyor"));
     }
 
     void aStoredPressingHasItsLineInTheBookOfWeights()
@@ -306,7 +392,7 @@ private slots:
         QVERIFY(mill.notes.open());
         mill.printer.before = nullptr;
         QVERIFY(!mill.road.printAndBook(mill.slip("Veli")).printed);
-        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.beforeDeletion({}));
+        QVERIFY(mill.road.settle());
         QCOMPARE(mill.rows("Hareket"), 1);
 
         QVERIFY(QDir().rmdir(book));
@@ -318,17 +404,17 @@ private slots:
     void aDeletionIsWrittenIntoTheBookBeforehand()
     {
         Mill mill;
-        mill.road.beforeDeletion(u"Ali"_s);
+        mill.road.announceDeletion(u"Ali"_s);
         QCOMPARE(mill.lines().size(), std::size_t(0)); // of a book without pressings
         for (const char* customer : {"Ali", "Veli", "Ali"}) QVERIFY(mill.road.printAndBook(mill.slip(customer)).stored);
         QVERIFY(mill.bookAgrees());
-        mill.road.beforeDeletion(u"Ali"_s);
+        mill.road.announceDeletion(u"Ali"_s);
         QVERIFY(mill.bookAgrees());
         mill.engine->execute("DELETE FROM Hareket Where CariHar='Ali'");
         QVERIFY(mill.bookAgrees());
         mill.engine->execute("DELETE FROM Hareket");
         QVERIFY(!mill.bookAgrees());
-        mill.road.beforeDeletion({}); // announced too late
+        mill.road.announceDeletion({}); // announced too late
         QVERIFY(!mill.bookAgrees());
         QCOMPARE(mill.lines().size(), std::size_t(5));
         QCOMPARE(mill.linesInTheLog(), (QList<std::uint64_t>{1, 4, 5}));
@@ -338,7 +424,8 @@ private slots:
     {
         Mill mill;
         mill.notes.write(mill.note(mill.job(true)));
-        mill.road.beforeDeletion(u"Işıl O'Hara"_s);
+        QVERIFY(!mill.road.settle());
+        mill.road.announceDeletion(u"Işıl O'Hara"_s);
         QVERIFY(!mill.notes.open());
         QCOMPARE(mill.rows("Hareket"), 1);
         QCOMPARE(mill.lines().size(), std::size_t(2));
@@ -349,7 +436,7 @@ private slots:
         Mill mill;
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
         QVERIFY(QFile::remove(mill.folder.filePath("presva.log")) && QDir().mkpath(mill.folder.filePath("presva.log")));
-        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.beforeDeletion({}));
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill.road.announceDeletion({}));
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored); // a slip does not wait for it
 
         Mill next;
@@ -621,7 +708,9 @@ private slots:
         mill.notes.write({mill.job(true), 45981.5, pressingOf("Toplamlar"), 0});
         const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
         QVERIFY(outcome.stored);
-        QVERIFY2(outcome.notice.startsWith("Yag.mdb-slip-3: "), qPrintable(outcome.notice));
+        QCOMPARE(outcome.notice, QString());
+        QVERIFY2(mill.setAside.last().startsWith("Yag.mdb-slip-3: "), qPrintable(mill.setAside.last()));
+        QCOMPARE(mill.setAside.size(), 3);
     }
 
     void aPressingWithAFieldThatIsNoNumberIsBookedWithoutIt()
@@ -691,13 +780,15 @@ private slots:
         QVERIFY(file.resize(file.size() - 1));
         QVERIFY(!mill.notes.open());
         QVERIFY(mill.notes.unreadable());
-        const QString notice = mill.road.recover();
+        mill.road.recover();
+        const QString notice = mill.setAside.value(0);
         QVERIFY2(notice.startsWith("Yag.mdb-slip-1: ") && notice.contains("okunamıyor"), qPrintable(notice));
         QVERIFY(QFile::exists(mill.database() + "-slip-1"));
         QVERIFY(!mill.notes.unreadable());
         QVERIFY2(mill.log().size() == 1 && mill.log()[0].endsWith(notice), qPrintable(mill.log().join(u'|')));
         QCOMPARE(mill.rows("Hareket"), 0);
-        QCOMPARE(mill.road.recover(), "");
+        mill.road.recover();
+        QCOMPARE(mill.setAside.size(), 1);
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
         QCOMPARE(mill.log().size(), 1);
     }

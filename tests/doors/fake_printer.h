@@ -40,10 +40,12 @@ public:
         waiting.erase(job);
         cancelled << job;
     }
-    bool taken(int job) override
+    print::Taken taken(int job) override
     {
         if (silent) throw base::runtimeError(base::errors::printer);
-        return sent.contains(job);
+        if (forgetful) return print::Taken::unknown;
+        if (sent.contains(job)) return print::Taken::yes;
+        return job <= last_ || waiting.contains(job) ? print::Taken::no : print::Taken::unknown;
     }
     QString stateText() noexcept override { return {}; }
 
@@ -52,6 +54,7 @@ public:
     std::function<void(Step)> before; ///< runs before each step; what it throws is that step's failure
     bool keepsDocuments = true;
     bool silent = false;         ///< cannot be asked what became of a job
+    bool forgetful = false;      ///< knows nothing of any job any more
     bool answersGetLost = false; ///< takes the job over, and nobody hears of it
 
     std::vector<print::Document> printed; ///< what was taken over

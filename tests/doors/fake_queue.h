@@ -61,7 +61,11 @@ public:
         spool_.calls << u"cancel %1"_s.arg(job);
         spool_.cancelled.insert(job);
     }
-    std::optional<bool> documentTaken(int job) noexcept override { return spool_.taken.contains(job); }
+    platform::DocumentState documentState(int job) noexcept override
+    {
+        using enum platform::DocumentState;
+        return spool_.taken.contains(job) ? taken : job <= spool_.jobs ? notTaken : unknown;
+    }
 
 private:
     template <class Action> void step(const char* name, Action&& action)

@@ -7,6 +7,7 @@
 #include "pressing/fraction.h"
 #include "pressing/keypad.h"
 #include "pressing/rules.h"
+#include "pressing/weight_origins.h"
 
 #include <QStringList>
 #include <array>
@@ -80,6 +81,8 @@ public:
         }
     }
     void putBack(Field field, int station, const QString& text) override { put(field, text, station); }
+    const pressing::WeightOrigins& origins() const override { return kept; }
+    void putBack(const pressing::WeightOrigins& origins) override { kept = origins; }
     bool isHighlighted(Field field, int station) const override
     {
         return field == activeField && station == activeStation;
@@ -123,6 +126,7 @@ public:
         if (titleCase) setActiveCaption(titleCase(activeCaption()));
     }
 
+    pressing::WeightOrigins kept; ///< where the weights come from, as far as a test says so
     Field activeField = Field::TxtLbl;
     int activeStation = 0;
     int current = 0;

@@ -296,6 +296,60 @@ private slots:
         QCOMPARE(shown(Field::HakTut), "");
     }
 
+    void aRecalledFeeLeavesTheNameThatIsEdited_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : {"1000", "5", "05321112233", "1e3", "Ali"}) QTest::newRow(name) << QString(name);
+    }
+    void aRecalledFeeLeavesTheNameThatIsEdited()
+    {
+        QFETCH(QString, name);
+        for (const char* fee : {"250", "12,5"}) {
+            screen.put(Field::TxtLbl, name);
+            screen.putActive(Field::TxtLbl);
+            screen.put(Field::NakitLbl, fee);
+            pressing::feeRecalled(screen, 0);
+            QCOMPARE(screen.caption(Field::TxtLbl, 0), name);
+            QCOMPARE(screen.caption(Field::NakitLbl, 0), fee);
+        }
+    }
+
+    void anEntitlementThatIsNotThatOfItsPercentageIsMarked_data()
+    {
+        QTest::addColumn<bool>("taken");
+        addColumns<QString, QString, QString, QString>("olives", "oil", "percentage", "entitlement");
+        QTest::addColumn<bool>("marked");
+        const auto row = [](const char* name, bool taken, const QStringList& shown, bool marked) {
+            QTest::newRow(name) << taken << shown[0] << shown[1] << shown[2] << shown[3] << marked;
+        };
+        row("as worked out", true, {"1.000", "900", "12", "108"}, false);
+        row("another percentage came", true, {"1.000", "900", "8", "108"}, true);
+        row("none came", true, {"1.000", "900", "0", "108"}, true);
+        row("one came where none was", true, {"1.000", "900", "12", "0"}, true);
+        row("nothing and nothing", true, {"1.000", "900", "", ""}, false);
+        row("a fraction waits for its digit", true, {"1.000", "900", "12,", "108"}, false);
+        row("no olives", true, {"0", "900", "12", "0"}, false);
+        row("no oil", true, {"1.000", "0", "12", "0"}, false);
+        row("no number", true, {"1.000", "900", "1e", "108"}, false);
+        row("paid in money", false, {"1.000", "900", "12", "0"}, false);
+    }
+    void anEntitlementThatIsNotThatOfItsPercentageIsMarked()
+    {
+        QFETCH(bool, taken);
+        QFETCH(QString, olives);
+        QFETCH(QString, oil);
+        QFETCH(QString, percentage);
+        QFETCH(QString, entitlement);
+        screen.putEntitlement(taken);
+        screen.put(Field::Label2, olives);
+        screen.put(Field::Label3, oil);
+        screen.put(Field::Haklbl, percentage);
+        screen.put(Field::HakTut, entitlement);
+        const QString mark = pressing::shareMark(screen, 0);
+        QFETCH(bool, marked);
+        QCOMPARE(mark, marked ? "hak ediş yüzdeye uymuyor" : "");
+    }
+
     void productsJustBelowAHalfRoundUp_data()
     {
         addColumns<QString, QString, QString>("percentage", "oil", "entitlement");

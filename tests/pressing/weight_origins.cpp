@@ -1,5 +1,6 @@
 #include "pressing/weight_origins.h"
 #include "paper_screen.h"
+#include "pressing/kept_displays.h"
 
 #include <QtTest>
 
@@ -32,7 +33,7 @@ public:
     }
     QString mark(int station = 0) const { return typedMark(*this, origins, station); }
 
-    WeightOrigins origins;
+    WeightOrigins& origins = kept;
 };
 
 } // namespace
@@ -64,6 +65,32 @@ private slots:
         screen.weigh("1000");
         QVERIFY(screen.origins.of(0).olives.source == WeightSource::scale);
         QCOMPARE(screen.mark(), QString());
+    }
+
+    void aFigureThatIsTakenBackComesFromWhereItCame_data()
+    {
+        QTest::addColumn<Field>("typedInto");
+        QTest::newRow("olives") << Field::Label2;
+        QTest::newRow("oil") << Field::Label3;
+        QTest::newRow("percentage") << Field::Haklbl;
+    }
+    void aFigureThatIsTakenBackComesFromWhereItCame()
+    {
+        QFETCH(Field, typedInto);
+        KeptScreen screen;
+        screen.weigh("1234");
+        screen.type(Field::Label3, "5");
+        const mill::Provenance before = screen.origins.of(0);
+        QVERIFY(before.olives.source == WeightSource::scale && before.oil.source == WeightSource::typed);
+        screen.putEntitlement(true);
+        screen.put(Field::Haklbl, "99");
+        screen.putActive(typedInto);
+        const QString tooMuch = typedInto == Field::Haklbl ? "1e308" : "9e307";
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError,
+                                 allOrNothing(screen, [&] { screen.setCaption(typedInto, 0, tooMuch); }));
+        QVERIFY(screen.origins.of(0).olives == before.olives);
+        QVERIFY(screen.origins.of(0).oil == before.oil);
+        QCOMPARE(screen.mark(), "✎ elle: yağ");
     }
 
     void theSameFigureTypedIsNotTheScales()

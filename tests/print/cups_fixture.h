@@ -218,6 +218,12 @@ public:
     }
     /// The scheduler knows nothing of any job any more, as after an administrator's tidying up; the paper stays.
     bool forgetJobs() { return run("cancel", {"-a", "-x"}); }
+    /// Whether the scheduler keeps the document of a job that was printed; it starts again for that.
+    bool keepDocuments(bool keep)
+    {
+        kill();
+        return writeSchedulersConfiguration(keep) && startAgain();
+    }
     /// Prints a file through the system's own tool.
     bool printFile(const QString& queue, const QString& file) { return run("lp", {"-d", queue, file}); }
 
@@ -265,18 +271,24 @@ private:
         // For its owner alone: the scheduler runs such a back end as itself, so that it may write its notes.
         QFile::setPermissions(complainer, QFile::Permissions(0x7700));
 
-        return write(path("cupsd.conf"),
-                     "Listen " + socketPath().toUtf8() +
-                         "\nLogLevel info\nMaxLogSize 0\nDirtyCleanInterval 0\nBrowsing Off\nDefaultAuthType None\n"
-                         "WebInterface No\nErrorPolicy retry-job\n"
-                         "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
-                         "<Policy default>\n  <Limit All>\n    Order allow,deny\n    Allow all\n"
-                         "  </Limit>\n</Policy>\n") &&
+        return writeSchedulersConfiguration(true) &&
                write(path("cups-files.conf"), "ServerRoot " + own + "root\nRequestRoot " + own + "spool\nCacheDir " +
                                                   own + "cache\nStateDir " + own + "state\nTempDir " + own +
                                                   "temp\nServerBin " + own + "bin\nErrorLog " + own +
                                                   "error_log\nAccessLog " + own + "access_log\nPageLog " + own +
                                                   "page_log\nSandboxing relaxed\n");
+    }
+
+    bool writeSchedulersConfiguration(bool keepsDocuments) const
+    {
+        return write(path("cupsd.conf"),
+                     "Listen " + socketPath().toUtf8() +
+                         "\nLogLevel info\nMaxLogSize 0\nDirtyCleanInterval 0\nBrowsing Off\nDefaultAuthType None\n"
+                         "WebInterface No\nErrorPolicy retry-job\nPreserveJobFiles " +
+                         (keepsDocuments ? "86400" : "No") +
+                         "\n<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
+                         "<Policy default>\n  <Limit All>\n    Order allow,deny\n    Allow all\n"
+                         "  </Limit>\n</Policy>\n");
     }
 
     /// Reads the job to its end, notes its options and complains.

@@ -8,6 +8,7 @@
 #include "print/queue_target.h"
 #include "print/slip.h"
 
+using platform::DocumentState;
 using platform::QueueCondition;
 using print::Printer;
 using print::QueueTarget;
@@ -225,20 +226,38 @@ private slots:
         const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
         const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
         const int job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
-        QVERIFY(asker->documentTaken(job) == false);
+        QVERIFY(asker->documentState(job) == DocumentState::notTaken);
         queue->startDocument();
         const std::string head = "%PDF-1.4\n";
         queue->write(std::as_bytes(std::span(head)));
-        QVERIFY(asker->documentTaken(job) == false);
+        QVERIFY(asker->documentState(job) == DocumentState::notTaken);
         queue->finishDocument();
-        QTRY_VERIFY(asker->documentTaken(job) == true);
-        QVERIFY(asker->documentTaken(job + 1000) == false);
+        QTRY_VERIFY(asker->documentState(job) == DocumentState::taken);
+        QVERIFY(asker->documentState(job + 1000) == DocumentState::unknown);
+    }
+
+    void aJobThatWasPrintedIsTakenAlsoWhenItsDocumentIsThrownAway()
+    {
+        QVERIFY(cups->keepDocuments(false));
+        QueueTarget queue = target("slip");
+        Printer printer(queue);
+        printer.print("a");
+        const auto document = printer.takeDoc();
+        const int job = queue.submit(*document);
+        QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
+        QTRY_COMPARE(cups->openJobs().size(), 0);
+        QVERIFY(queue.taken(job) == print::Taken::yes);
+
+        // And when its number is no longer known, nobody can tell.
+        QVERIFY(cups->forgetJobs());
+        QVERIFY(queue.taken(job) == print::Taken::unknown);
+        QVERIFY(cups->keepDocuments(true));
     }
 
     void aSchedulerThatIsAwaySaysNeitherYesNorNo()
     {
         const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString() + ".absent"});
-        QVERIFY(!asker->documentTaken(1).has_value());
+        QVERIFY(asker->documentState(1) == DocumentState::noAnswer);
     }
 
     void aJobWhoseSenderDiesIsNotTaken()
@@ -253,7 +272,7 @@ private slots:
             queue->write(std::as_bytes(std::span(head)));
         } // the connection goes with the sender
         QTest::qWait(300);
-        QVERIFY(asker->documentTaken(job) == false);
+        QVERIFY(asker->documentState(job) == DocumentState::notTaken);
         asker->cancelJob(job);
         nothingArrives();
     }

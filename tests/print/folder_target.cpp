@@ -132,6 +132,30 @@ private slots:
         QCOMPARE(files(), QStringList());
     }
 
+    void whatIsKnownOfAJobIsSaidAndNothingElse()
+    {
+        FolderTarget target(folder->path());
+        const print::Document slip = document(target);
+        const int printed = target.submit(slip);
+        const int begun = target.createJob(slip);
+        const int failed = target.createJob(slip);
+        put("0003.pdf", "somebody else's");
+        QCOMPARE(errorOf([&] { target.sendAndFinish(failed, slip); }), base::errors::printer);
+        QVERIFY(target.taken(printed) == print::Taken::yes);
+        QVERIFY(target.taken(begun) == print::Taken::no);
+        QVERIFY(target.taken(failed) == print::Taken::no);
+
+        // As a run that was killed leaves it to the next.
+        FolderTarget next(folder->path());
+        QVERIFY(next.taken(printed) == print::Taken::yes);
+        QVERIFY(next.taken(begun) == print::Taken::no);
+        QVERIFY(next.taken(4711) == print::Taken::unknown);
+        QVERIFY(QFile::remove(next.fileOf(printed)));
+        QVERIFY(next.taken(printed) == print::Taken::unknown);
+        FolderTarget moved(folder->filePath("missing"));
+        QVERIFY(moved.taken(printed) == print::Taken::unknown);
+    }
+
     void withoutTheFolderThereIsNoPrinter()
     {
         FolderTarget target(folder->filePath("missing"));

@@ -100,11 +100,12 @@ private slots:
         QVERIFY(file != job);
         const int unfinished = target->createJob(slip());
         target = newTarget(); // the next run; its queue knows of nothing
-        QVERIFY(target->taken(file));
+        QVERIFY(target->taken(file) == print::Taken::yes);
         QVERIFY(QFile::remove(folder->filePath("fis/0001.pdf")));
-        QVERIFY(!target->taken(file));
+        QVERIFY(target->taken(file) == print::Taken::unknown);
+        QVERIFY(target->taken(unfinished) == print::Taken::unknown);
         queue->waiting = {unfinished};
-        QVERIFY(!target->taken(unfinished));
+        QVERIFY(target->taken(unfinished) == print::Taken::no);
         target->cancel(unfinished);
         QVERIFY(queue->waiting.empty());
     }
