@@ -25,10 +25,11 @@ QString q(const model::Text& text) { return QString::fromStdU16String(text); }
 QString told(const Touch& touch) { return QString::fromStdString(model::described(touch)).replace(u'\r', "\\r"_L1); }
 QString yes(bool holds) { return holds ? u"yes"_s : u"no"_s; }
 
-/// Customers whose names no key can type, and a percentage that is too large for any share.
-const std::array<model::Customer, 3> foreigners = {{{u"O'Neil", 12.5, u"10 Litrelik Kap", 100.0},
+/// Customers whose names no key can type or that read as numbers, and a percentage that is too large for any share.
+const std::array<model::Customer, 4> foreigners = {{{u"O'Neil", 12.5, u"10 Litrelik Kap", 100.0},
                                                     {u"Can #2", 7.0, u" 5 Litrelik Kap", 0.0},
-                                                    {u"Büyük Bey", 1e308, u"20 Litrelik Kap", 0.0}}};
+                                                    {u"Büyük Bey", 1e308, u"20 Litrelik Kap", 0.0},
+                                                    {u"1000", 8.0, u"10 Litrelik Kap", 250.0}}};
 
 /// The end of a line that was under way when the port was opened.
 template <class Comm, class Until> bool passTail(Comm& comm, PseudoTerminal& line, const Until& until)
@@ -93,6 +94,7 @@ private:
     model::Counter model_;
     QList<Touch> tapped_;        ///< while the last slip was under way
     bool lineErrorTold_ = false; ///< since the port was last touched
+    int boxesExpected_ = 0;
     int reached_ = 0;
     int touches_ = 0;
 };
@@ -120,18 +122,19 @@ void Beside::prepareStart(int note)
             engine->open(u"Cari"_s),
             {{0, q(customer.name)}, {1, *customer.percentage}, {2, q(*customer.container)}, {3, *customer.fee}});
     }
-    if (note == 0) return;
+    if (note == 0 || model_.waiting) return;
 
-    const bool printed = note != 3, whole = note != 4, storable = note != 5;
+    const bool printed = note != 3, whole = note != 4, storable = note != 5, known = note != 6;
     const model::Text name = !storable ? model::totals : note == 2 ? u"O'Neil" : u"Ali Veli";
     const print::Document document{"%PDF-1.4", u"Not"_s, {}, print::Paper::slipRoll80()};
-    const int job = paper_.createJob(document);
-    if (printed) paper_.sendAndFinish(job, document);
+    const int created = paper_.createJob(document);
+    if (printed && known) paper_.sendAndFinish(created, document);
+    const int job = known ? created : created + 1'000'000;
     const double moment = std::get<store::DateDays>(store::FieldValue::date(clock_.now).raw()).days;
     notes_.write({job, moment, {q(name), u"1.000"_s, u"900"_s, u"12,5"_s, u"113"_s, u"0"_s, u"15 Litrelik Kap"_s}, 0});
     if (!whole) QFile::resize(file_ + "-slip", 40);
-    if (!whole || !storable)
-        ++model_.setAside;
+    if (!whole || !storable || !known)
+        model_.keptAsFile();
     else if (printed)
         model_.noteTaken({name, 1000, 900, 12.5, 113, 0, model_.today}, u"15 Litrelik Kap");
 }
@@ -168,9 +171,21 @@ bool Beside::tap(QWidget* control)
 bool Beside::slip(const Touch& touch)
 {
     using Step = FakePrinter::Step;
-    paper_.failAt.reset();
-    if (touch.chance != 0)
-        paper_.failAt = std::array{Step::paper, Step::create, Step::send}.at(std::size_t(touch.chance) - 1);
+    using model::PrinterFault;
+    const auto fault = static_cast<PrinterFault>(touch.chance);
+    const auto isOne = [&](std::initializer_list<PrinterFault> faults) {
+        return std::ranges::count(faults, fault) > 0;
+    };
+    if (fault == PrinterFault::paper) paper_.failAt = Step::paper;
+    if (fault == PrinterFault::job) paper_.failAt = Step::create;
+    if (isOne({PrinterFault::sending, PrinterFault::silent, PrinterFault::forgotten})) paper_.failAt = Step::send;
+    paper_.answersGetLost = isOne({PrinterFault::answerLost, PrinterFault::silentTaken, PrinterFault::forgottenTaken});
+    paper_.silent = isOne({PrinterFault::silent, PrinterFault::silentTaken});
+    paper_.forgetful = isOne({PrinterFault::forgotten, PrinterFault::forgottenTaken});
+    const auto mended = qScopeGuard([this] {
+        paper_.failAt.reset();
+        paper_.answersGetLost = paper_.silent = paper_.forgetful = false;
+    });
     // Taps wait in the queue while the slip is under way.
     QObject meanwhile;
     QTimer::singleShot(0, &meanwhile, [&] {
@@ -181,9 +196,7 @@ bool Beside::slip(const Touch& touch)
                 tapped_ << other;
         }
     });
-    const bool done = tap(form_->YazCmd[touch.at]);
-    paper_.failAt.reset();
-    return done;
+    return tap(form_->YazCmd[touch.at]);
 }
 
 bool Beside::menu(MenuItem* item)
@@ -255,6 +268,7 @@ bool Beside::toTheForm(const Touch& touch)
         return true;
     case Act::save:
         prompt_.answer = touch.chance != 0;
+        paper_.silent = touch.at != 0;
         return tap(form.Kaydet);
     case Act::slip:
         return slip(touch);
@@ -280,9 +294,13 @@ bool Beside::toTheForm(const Touch& touch)
     case Act::lastDay:
         return changeDay(touch);
     case Act::deleteEverybody:
+        paper_.silent = touch.at != 0;
         return form.Dosya->isEnabled() && menu(form.CariSil);
     case Act::deletePressings:
+        paper_.silent = touch.at != 0;
         return form.Dosya->isEnabled() && menu(form.HesapSil);
+    case Act::statusLine:
+        return tap(form.status);
     case Act::counts:
         return menu(form.Sayac);
     case Act::fontDialog:
@@ -352,7 +370,7 @@ void Beside::oneToTheModel(const Touch& touch)
         model_.pick(touch.at);
         break;
     case Act::save:
-        model_.save(touch.chance != 0);
+        model_.save(touch.chance != 0, touch.at == 0);
         break;
     case Act::slip:
         model_.slip(touch.at, static_cast<model::PrinterFault>(touch.chance));
@@ -380,10 +398,10 @@ void Beside::oneToTheModel(const Touch& touch)
         model_.changeDay(touch.act == Act::firstDay, model_.today + touch.at);
         break;
     case Act::deleteEverybody:
-        model_.deleteEverybody();
+        model_.deleteEverybody(touch.at == 0);
         break;
     case Act::deletePressings:
-        model_.deletePressings();
+        model_.deletePressings(touch.at == 0);
         break;
     case Act::counts:
         model_.countsShown = !model_.countsShown;
@@ -400,6 +418,9 @@ void Beside::oneToTheModel(const Touch& touch)
         break;
     case Act::statement:
         model_.statement();
+        break;
+    case Act::statusLine:
+        if (std::exchange(model_.unseen, 0) > 0) ++boxesExpected_;
         break;
     case Act::entitlement:
     case Act::left:
@@ -444,6 +465,18 @@ QString Beside::station(int index) const
     difference.quantity(where + "entitlement", form.HakTut[index]->caption(), at.entitlement);
     difference.quantity(where + "handed over", form.Verilen[index]->caption(), at.left);
     difference.quantity(where + "fee", form.NakitLbl[index]->caption(), at.fee);
+    const auto sourceOf = [](const mill::Weighing& weighing) {
+        return weighing.source == mill::WeightSource::scale      ? model::Source::scale
+               : weighing.source == mill::WeightSource::computed ? model::Source::rule
+                                                                 : model::Source::hand;
+    };
+    const mill::Provenance from = form_->origins().of(index);
+    const auto look = [&](const QString& what, model::Source form, model::Source model) {
+        static const std::array words = {u"a hand"_s, u"the scale"_s, u"a rule"_s};
+        difference.look(what, words.at(std::size_t(form)), words.at(std::size_t(model)));
+    };
+    look(where + "olives from", sourceOf(from.olives), at.olivesFrom);
+    look(where + "oil from", sourceOf(from.oil), at.oilFrom);
     difference.look(where + "share shown", form.Frame3[index]->visible(), at.share);
     difference.look(where + "share taken", form.HakVar.at(std::size_t(index)), at.share);
     difference.look(where + "switch", form.HakCmd[index]->caption(), at.share ? u"Hak Ediş Var"_s : u"Hak Ediş Yok"_s);
@@ -555,7 +588,8 @@ QString Beside::errors(const Touch& touch, QList<int> expected)
     if (touch.act == Act::portDialog || touch.act == Act::connection || touch.act == Act::restart)
         lineErrorTold_ = false;
     const QList<int> told = std::exchange(prompt_.errors, {});
-    if (!prompt_.exclamations.isEmpty()) return u"a message: "_s + prompt_.exclamations.join(u'|');
+    const QStringList boxes = std::exchange(prompt_.exclamations, {});
+    if (boxes.size() != std::exchange(boxesExpected_, 0)) return u"messages: "_s + boxes.join(u'|');
     if (told == expected) return {};
     const auto written = [](const QList<int>& errors) {
         QStringList numbers;
@@ -569,7 +603,14 @@ QString Beside::notes() const
 {
     const int kept = static_cast<int>(QDir(folder_.path()).entryList({u"Yag.mdb-slip-*"_s}, QDir::Files).size());
     if (kept != model_.setAside) return u"%1 notes kept as files, %2 in the model"_s.arg(kept).arg(model_.setAside);
-    return QFile::exists(file_ + "-slip") ? u"a note is left open"_s : QString();
+    if (QFile::exists(file_ + "-slip") != model_.waiting.has_value())
+        return model_.waiting ? u"a slip waits without its note"_s : u"a note is left open"_s;
+    // Each is told until somebody has tapped the line, whatever has been said since.
+    const QString line = form_->status->text();
+    if (line.startsWith(u"⚠"_s) != (model_.unseen > 0)) return u"the status line says: "_s + line;
+    for (int file = kept; file > kept - model_.unseen; --file)
+        if (!line.contains(u"Yag.mdb-slip-%1"_s.arg(file))) return u"the status line says: "_s + line;
+    return {};
 }
 
 QString Beside::tables()
@@ -636,7 +677,9 @@ QString Beside::touch(const Touch& touch)
     ++touches_;
     clock_.pass(20);
     model_.today = day();
-    if (!toTheForm(touch)) return {};
+    const bool done = toTheForm(touch);
+    paper_.silent = false;
+    if (!done) return {};
     ++reached_;
     if (QString trouble = errors(touch, toTheModel(touch)); !trouble.isEmpty()) return trouble;
     if (QString trouble = screen(); !trouble.isEmpty()) return trouble;

@@ -79,8 +79,10 @@ void Counter::put(Field field, const Text& written)
     case Field::name:
         return nameChanged();
     case Field::olives:
+        now().olivesFrom = Source::hand;
         return olivesChanged();
     case Field::oil:
+        now().oilFrom = inOlives_ ? Source::rule : Source::hand;
         return oilChanged();
     case Field::percentage:
         return percentageChanged();
@@ -189,7 +191,17 @@ void Counter::olivesChanged()
     if (now().olives.empty()) put(Field::olives, zero);
     const double olives = valueOf(now().olives);
     put(Field::olives, isWhole(olives) ? whole(olives) : written(olives, 2, 2, true));
-    if (olives > 0) put(Field::oil, whole(olives * 0.9));
+    if (olives > 0) {
+        const bool outer = inOlives_;
+        inOlives_ = true;
+        try {
+            put(Field::oil, whole(olives * 0.9));
+        } catch (const Error&) {
+            inOlives_ = outer;
+            throw;
+        }
+        inOlives_ = outer;
+    }
     now().mayPrint = olives != 0;
 }
 
@@ -226,6 +238,7 @@ void Counter::percentageChanged()
 void Counter::feeChanged()
 {
     if (now().fee.empty() || now().share) put(Field::fee, zero);
+    if (recalling_) return; // a name is edited, which is no amount
     if (active == Field::fee)
         if (const auto open = unfinished(now().fee, 3)) {
             put(Field::fee, whole(*numberIn(open->number)) + u',' + open->zeros);
@@ -296,7 +309,9 @@ void Counter::recall(const Customer& customer)
         const auto kind = std::find(containerKinds.begin(), containerKinds.end(), *customer.container);
         if (kind != containerKinds.end()) now().container = static_cast<int>(kind - containerKinds.begin());
     }
+    recalling_ = true;
     if (customer.fee) put(Field::fee, plain(*customer.fee));
+    recalling_ = false;
 }
 
 // ---- Keypad, list, register ----
@@ -331,7 +346,6 @@ void Counter::pick(int row)
         report();
         return showGrid();
     }
-    const std::vector<Text> before = found;
     std::optional<Error> failed;
     try {
         put(active, picked);
@@ -339,16 +353,17 @@ void Counter::pick(int row)
         failed = error;
     }
     endTyping();
-    // Another name, the same but for its capitals, may have been found first, or nobody: the terms are the picked
-    // one's.
+    // Whoever was found first, the terms are the picked one's, and 0 where none are known.
     const Customer* customer = named(picked);
-    const std::vector<Text>& search = failed ? before : found;
-    if (customer && (search.empty() || search.front() != picked)) recall(*customer);
+    Customer known = customer ? *customer : Customer{};
+    known.percentage = known.percentage.value_or(0);
+    known.fee = known.fee.value_or(0);
+    recall(known);
     if (failed) throw Error(*failed);
     tapWeight(working, Field::oil);
 }
 
-void Counter::save(bool yes)
+void Counter::save(bool yes, bool answers)
 {
     if (!saveShown) return;
     const Text name = now().name;
@@ -359,7 +374,7 @@ void Counter::save(bool yes)
         saveDeletes = true;
         return;
     }
-    if (!yes) return;
+    if (!yes || !settled(answers)) return;
     if (!named(name)) throw Error{3167};
     choose(Field::name);
     put(Field::name, Text());
@@ -367,8 +382,23 @@ void Counter::save(bool yes)
     std::erase_if(customers, [&](const Customer& customer) { return customer.name == name; });
 }
 
-void Counter::deleteEverybody()
+bool Counter::settled(bool answers)
 {
+    if (!waiting) return true;
+    if (!answers) return false;
+    if (waiting->arrived) book(waiting->pressing, waiting->container);
+    waiting.reset();
+    return true;
+}
+
+void Counter::deletePressings(bool answers)
+{
+    if (settled(answers)) journal.clear();
+}
+
+void Counter::deleteEverybody(bool answers)
+{
+    if (!settled(answers)) return;
     customers.clear();
     journal.clear();
     found.clear();
@@ -391,7 +421,14 @@ void Counter::slip(int station, PrinterFault fault)
     listOpen = false;
     leaveField();
     Station& at = now();
-    if (isNoCustomer(at.name) || fault == PrinterFault::paper) return;
+    const bool silent = fault == PrinterFault::silent || fault == PrinterFault::silentTaken;
+    const bool forgotten = fault == PrinterFault::forgotten || fault == PrinterFault::forgottenTaken;
+    if (isNoCustomer(at.name)) return;
+    if (forgotten && waiting) {
+        waiting.reset();
+        keptAsFile();
+    }
+    if (!settled(!silent) || fault == PrinterFault::paper) return;
     try {
         Slip slip;
         slip.customer = at.name;
@@ -414,10 +451,15 @@ void Counter::slip(int station, PrinterFault fault)
                                 valueOf(at.entitlement),
                                 valueOf(at.fee),
                                 today};
-        if (fault != PrinterFault::none) return;
+        const Text& container = containerKinds.at(static_cast<std::size_t>(at.container));
+        const bool arrived = fault == PrinterFault::silentTaken || fault == PrinterFault::forgottenTaken;
+        if (arrived) slips.push_back(slip);
+        if (silent) waiting = Waiting{pressing, container, arrived};
+        if (forgotten) keptAsFile();
+        if (fault != PrinterFault::none && fault != PrinterFault::answerLost) return;
 
         slips.push_back(slip);
-        book(pressing, containerKinds.at(static_cast<std::size_t>(at.container)));
+        book(pressing, container);
         at.countFrame = countsShown;
         saveDeletes = true;
     } catch (const Error&) {
@@ -433,6 +475,12 @@ void Counter::book(const Pressing& pressing, const Text& container)
     customer.percentage = pressing.percentage;
     customer.container = container;
     customer.fee = pressing.fee;
+}
+
+void Counter::keptAsFile()
+{
+    ++setAside;
+    ++unseen;
 }
 
 void Counter::noteTaken(const Pressing& pressing, const Text& container) { book(pressing, container); }
@@ -601,6 +649,8 @@ void Counter::dialogClosed()
 
 void Counter::restarted()
 {
+    settled(true);
+    unseen = setAside; // a start tells of all that lie there
     stations = {};
     for (Station& station : stations) station.olives = station.oil = zero;
     working = 0;
@@ -625,6 +675,7 @@ void Counter::line(const Text& burst)
     if (weight == now().olives) return;
     const auto value = numberIn(weight);
     put(Field::olives, value ? whole(*value) : weight);
+    if (end != Text::npos) now().olivesFrom = Source::scale;
 }
 
 } // namespace model

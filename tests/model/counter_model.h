@@ -15,6 +15,9 @@ inline const Text totals = u"Toplamlar";
 
 enum class Field { name, olives, oil, percentage, fee, filter };
 
+/// Who has put a weight there.
+enum class Source { hand, scale, rule };
+
 /// A row of the register. Nothing recalled from what was never stored.
 struct Customer {
     Text name;
@@ -33,6 +36,7 @@ struct Pressing {
 struct Station {
     Text name = prompt;
     Text olives, oil, percentage, entitlement, left, fee;
+    Source olivesFrom = Source::hand, oilFrom = Source::hand;
     bool share = false; ///< the mill is paid in oil: the switch is on, its frame shown
     int container = 0;  ///< place in the list, -1 for none
     float count = 0;    ///< containers still to fill
@@ -55,8 +59,25 @@ struct Listing {
     bool operator==(const Listing&) const = default;
 };
 
-/// Where a slip fails, if it does.
-enum class PrinterFault { none, paper, job, sending };
+/// Where a slip fails, if it does, and what the printer says of it then.
+enum class PrinterFault {
+    none,
+    paper,
+    job,
+    sending,
+    answerLost,     ///< it has the slip, and says so when it is asked
+    silentTaken,    ///< it has the slip, and says nothing
+    silent,         ///< it does not have it, and says nothing
+    forgotten,      ///< it does not have it, and knows nothing of it
+    forgottenTaken, ///< it has it, and knows nothing of it
+};
+
+/// A slip of which nobody knows yet whether it was printed.
+struct Waiting {
+    Pressing pressing;
+    Text container;
+    bool arrived = false;
+};
 
 class Counter {
 public:
@@ -85,6 +106,8 @@ public:
 
     int today = 0;    ///< the clock's day
     int setAside = 0; ///< notes of slips that were kept as files
+    int unseen = 0;   ///< of them, those of which the status line still tells
+    std::optional<Waiting> waiting;
 
     // What the operator does. Error for what is reported in a box.
     void newCustomer(int station);
@@ -94,7 +117,8 @@ public:
     void tapSwitch(int station);
     void key(int index);
     void pick(int row);
-    void save(bool yes);
+    /// What deletes asks the printer first, where a slip waits for its answer: `answers` says whether it gives one.
+    void save(bool yes, bool answers);
     void slip(int station, PrinterFault fault);
     void containerFilled(int station);
     void containersDropped(int station);
@@ -104,13 +128,14 @@ public:
     void chooseOption(int option);
     void changeDay(bool first, int day);
     void statement();
-    void deleteEverybody();
-    void deletePressings() { journal.clear(); }
+    void deleteEverybody(bool answers);
+    void deletePressings(bool answers);
     void dialogClosed(); ///< the activation
     void restarted();
     void line(const Text& burst);
     /// A note that is found at a start: its slip was printed.
     void noteTaken(const Pressing& pressing, const Text& container);
+    void keptAsFile();
 
     /// The rows of the grid as they stand there; of the journal without the sums of the last report.
     std::vector<Text> gridRows() const;
@@ -136,6 +161,7 @@ private:
     void report();
     void showGrid();
     void book(const Pressing& pressing, const Text& container);
+    bool settled(bool answers);
     void olivesChanged();
     void oilChanged();
     void percentageChanged();
@@ -150,6 +176,7 @@ private:
         int container;
     };
     std::optional<std::array<Kept, 2>> kept_; ///< since the panel was opened
+    bool recalling_ = false, inOlives_ = false;
 };
 
 /// The keypad as it is drawn; capitals or small.

@@ -5,11 +5,11 @@
 namespace model {
 namespace {
 
-/// Names that begin one another, differ by a letter's dot or by capitals only, hold the search's own sign, or find the
-/// customers whose names no key can type.
-const std::array<Text, 15> names = {u"ali",    u"ali veli",  u"ali can", u"ayşe",  u"ışık",
-                                    u"ismail", u"ömer öz",   u"a*",      u"çelik", u"alii",
-                                    u"bb 5",   u"toplamlar", u"o",       u"can",   u"bü"};
+/// Names that begin one another, differ by a letter's dot or by capitals only, hold the search's own sign, find the
+/// customers whose names no key can type, or read as numbers.
+const std::array<Text, 21> names = {u"ali", u"ali veli", u"ali can", u"ayşe", u"ışık",      u"ismail", u"ömer öz",
+                                    u"a*",  u"çelik",    u"alii",    u"bb 5", u"toplamlar", u"o",      u"can",
+                                    u"bü",  u"1000",     u"10",      u"5,",   u"12,75",     u"053",    u"1e3"};
 const std::array<Text, 10> weights = {u"1000", u"1", u"5", u"350", u"0", u"1235", u"12345", u"77", u"1005", u"999999"};
 const std::array<Text, 9> percentages = {u"12", u"12,5", u"12,75", u"12,345", u"123", u"0,05", u"9,999", u"1e", u"10,"};
 const std::array<Text, 9> fees = {u"100", u"1250,50", u"1250,05", u"12,5", u"0", u"125t", u"7,", u"1e3", u"0,001"};
@@ -29,7 +29,7 @@ void RandomOperator::type(const Text& text)
 
 Touch RandomOperator::slip(int station)
 {
-    Touch slip{Act::slip, station, any(10) < 7 ? 0 : 1 + any(3), {}};
+    Touch slip{Act::slip, station, any(10) < 7 ? 0 : 1 + any(8), {}};
     for (int taps = any(4) ? 0 : 1 + any(2); taps > 0; --taps) slip.meanwhile.push_back(meanwhile(station));
     return slip;
 }
@@ -78,7 +78,7 @@ void RandomOperator::plan(const Counter& seen)
     if (any(6)) {
         type(one(names));
         if (any(2)) planned_.push_back({Act::pick, any(3), 0, {}});
-        if (any(3) == 0) planned_.push_back({Act::save, 0, any(2), {}});
+        if (any(3) == 0) planned_.push_back({Act::save, any(4) ? 0 : 1, any(2), {}});
     }
     if (any(4)) {
         planned_.push_back({Act::olives, station, 0, {}});
@@ -133,7 +133,7 @@ Touch RandomOperator::anything(const Counter& seen)
         return {Act::pick, any(4), 0, {}};
     case 19:
     case 20:
-        return {Act::save, 0, any(2), {}};
+        return {Act::save, any(4) ? 0 : 1, any(2), {}};
     case 21:
     case 22:
     case 23:
@@ -157,8 +157,8 @@ Touch RandomOperator::anything(const Counter& seen)
     case 33:
         return {Act::statement, 0, 0, {}};
     case 34:
-        if (any(8) == 0) return {any(3) ? Act::deletePressings : Act::deleteEverybody, 0, 0, {}};
-        return {Act::key, clear, 0, {}};
+        if (any(8) == 0) return {any(3) ? Act::deletePressings : Act::deleteEverybody, any(3) ? 0 : 1, 0, {}};
+        return any(3) ? Touch{Act::key, clear, 0, {}} : Touch{Act::statusLine, 0, 0, {}};
     case 35:
         return {Act::counts, 0, 0, {}};
     case 36:
@@ -185,10 +185,7 @@ Touch RandomOperator::anything(const Counter& seen)
 
 Touch RandomOperator::next(const Counter& seen)
 {
-    // Names that are numbers are written anew by a fee that comes back, and begin other searches: the walks of the
-    // rules go through them one by one.
     const bool atName = seen.active == Field::name || seen.active == Field::filter;
-    const bool beginsAName = atName && (trimmed(seen.activeText()).empty() || seen.activeText() == prompt);
     if (planned_.empty() && any(6) == 0) plan(seen);
     Touch touch;
     if (!planned_.empty() && any(12)) {
@@ -197,9 +194,6 @@ Touch RandomOperator::next(const Counter& seen)
     } else {
         touch = anything(seen);
     }
-    const bool figure =
-        touch.act == Act::key && touch.at >= 32 && touch.at <= 45 && touch.at != backspace && touch.at != space;
-    if (beginsAName && figure) touch.at = any(32);
     if (atName && touch.act == Act::key && seen.activeText().size() > 40) touch.at = clear;
     if (!atName && touch.act == Act::key && seen.activeText().size() > 14) touch.at = clear;
     return touch;
@@ -207,14 +201,14 @@ Touch RandomOperator::next(const Counter& seen)
 
 std::string described(const Touch& touch)
 {
-    static const std::array<const char*, 31> words = {"Yeni Müşteri",   "tap name",    "tap olives",   "tap oil",
+    static const std::array<const char*, 32> words = {"Yeni Müşteri",   "tap name",    "tap olives",   "tap oil",
                                                       "tap percentage", "tap fee",     "tap switch",   "tap share",
                                                       "tap left",       "key",         "pick row",     "Kaydet",
                                                       "Fiş Yaz",        "container -", "containers x", "container kind",
                                                       "Günlük",         "Kapat",       "option",       "tap filter",
                                                       "first day",      "last day",    "Yazdır",       "Carileri Sil",
                                                       "Hesapları Sil",  "Sayac",       "font dialog",  "port dialog",
-                                                      "Bağlantı",       "line",        "restart"};
+                                                      "Bağlantı",       "line",        "status line",  "restart"};
     std::string text = words.at(static_cast<std::size_t>(touch.act));
     for (const Touch& tap : touch.meanwhile) text += " [" + described(tap) + "]";
     if (touch.act == Act::key) {

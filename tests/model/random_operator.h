@@ -40,6 +40,7 @@ enum class Act {
     portDialog,
     connection,
     line,
+    statusLine,
     restart
 };
 
@@ -53,8 +54,8 @@ struct Touch {
 };
 
 /// What a start may find of a slip, as a restart's chance says: nothing, one of two that were printed, one that was
-/// not, one that cannot be read, and one that no table takes.
-inline constexpr int notesFound = 6;
+/// not, one that cannot be read, one that no table takes, and one of which the printer knows nothing.
+inline constexpr int notesFound = 7;
 
 std::string described(const Touch& touch);
 

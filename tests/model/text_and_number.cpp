@@ -25,7 +25,7 @@ char16_t turkishLower(char16_t c)
 /// Its place among all characters of the keypad.
 int rank(char16_t c)
 {
-    const Text signs = u" #*,";
+    const Text signs = u" #*,.";
     if (const auto at = signs.find(c); at != Text::npos) return static_cast<int>(at);
     if (isDigit(c)) return 10 + (c - u'0');
     const auto at = alphabet.find(turkishLower(c));
