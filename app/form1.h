@@ -29,6 +29,7 @@
 #include "print/printer.h"
 #include "reports/period.h"
 #include "scale/drain_socket.h"
+#include "scale/serial_device.h"
 #include "scale/terazi_comm.h"
 #include "store/backups.h"
 #include "store/data_source.h"
@@ -68,6 +69,8 @@ struct Surroundings {
     platform::Keyboard& keyboard;      ///< whose Caps Lock follows the keypad's case
     std::function<QDateTime()> now;    ///< the clock of pressings, slips and copies
     store::Backups* backups = nullptr; ///< the copies of the database; none: it is not copied
+    /// Makes what a port is opened on.
+    std::function<std::unique_ptr<scale::SerialDevice>()> serialDevice = scale::systemSerialDevice;
 };
 
 /// The one working screen: two pressing stations, the keypad, the search list, the report panel.

@@ -47,7 +47,7 @@ private:
 void Form1::wireScale()
 {
     TeraziComm =
-        new scale::TeraziComm(scale::systemPorts(portPlaces(), adapterMemory()), scale::systemSerialDevice(), this);
+        new scale::TeraziComm(scale::systemPorts(portPlaces(), adapterMemory()), surroundings_.serialDevice(), this);
     TeraziComm->setObjectName(u"TeraziComm"_s);
     connect(TeraziComm, &scale::TeraziComm::understandingChanged, this, [this] {
         status->setWhyNoWeight(TeraziComm->why());
@@ -167,7 +167,7 @@ scale::PropertiesDoors Form1::propertiesDoors()
     doors.reading = storedReading();
     doors.readAs = [this](const scale::ReadingChoice& choice) { TeraziComm->readAs(choice, surroundings_.regional); };
     doors.regional = surroundings_.regional;
-    doors.devices = scale::systemSerialDevice;
+    doors.devices = surroundings_.serialDevice;
     doors.warn = [this](const QString& text) { surroundings_.prompt.exclamation(text); };
     return doors;
 }

@@ -1,6 +1,7 @@
 #include "app/setting_names.h"
 #include "scale/frm_properties.h"
 #include "tests/app/counter_world.h"
+#include "tests/doors/fake_port.h"
 #include "tests/scale/ordinary_user.h"
 #include "tests/scale/pseudo_terminal.h"
 #include "tests/support/columns.h"
@@ -521,6 +522,48 @@ private slots:
         QCOMPARE(form->Label2[0]->caption(), u"300"_s);
         QCOMPARE(counter->prompt.errors, QList<int>{});
         QCOMPARE(counter->prompt.exclamations, QStringList());
+    }
+
+    void readErrorReopensTheLineAndASecondOneIsToldAtOnce()
+    {
+        FakePort* line = nullptr;
+        Surroundings at = counter->surroundings(counter->watched, counter->paper, counter->notes);
+        at.serialDevice = [&] {
+            auto made = std::make_unique<FakePort>();
+            line = made.get();
+            return made;
+        };
+        Form1 screen(at);
+        screen.start();
+        screen.Bağlantı->trigger();
+        const auto says = [&](const QByteArray& bytes, const QString& weight) {
+            QTRY_VERIFY(screen.TeraziComm->hearsWholeLines());
+            line->deliver(bytes);
+            QTRY_COMPARE(screen.Label2[0]->caption(), weight);
+            QVERIFY(screen.status->text().startsWith(u"Com1: "_s));
+        };
+        says("  100kg\r", u"100"_s);
+
+        // The driver could not read, the adapter is there: closed and opened, and the weights go on.
+        line->failed();
+        QTRY_COMPARE(line->opened.size(), 2);
+        QVERIFY(screen.TeraziComm->portOpen());
+        says("  200kg\r", u"200"_s);
+
+        // It comes back broken, before any byte: the line is closed, and the status line says so and why.
+        line->breaksAtOnce = true;
+        line->failed();
+        QTRY_VERIFY(!screen.TeraziComm->portOpen());
+        QVERIFY2(screen.status->text().startsWith(u"Terazi: Com1 okunamadı"_s), qPrintable(screen.status->text()));
+        QCOMPARE(screen.Label2[0]->caption(), u"200"_s);
+        QCOMPARE(counter->prompt.errors, QList<int>{});
+        QCOMPARE(counter->prompt.exclamations, QStringList());
+
+        // Whoever acts on the port gets it back.
+        line->breaksAtOnce = false;
+        screen.Bağlantı->trigger();
+        screen.Bağlantı->trigger();
+        says("  300kg\r", u"300"_s);
     }
 
     void closedPortIsToldWithItsReason_data()

@@ -425,7 +425,7 @@ private slots:
     {
         screen.put(Field::Label3, "900");
         screen.put(Field::Haklbl, "1e");
-        QVERIFY_EXCEPTION_THROWN(pressing::entitlementSwitched(screen, 0), base::RuntimeError);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, pressing::entitlementSwitched(screen, 0));
         QVERIFY(screen.frame3[0]);
         QVERIFY(pressing::entitlementOfCurrent(screen));
     }
