@@ -10,6 +10,8 @@ namespace mill {
 
 /// The database of a mill, in the program's directory.
 inline constexpr std::u16string_view databaseFile = u"Yag.mdb";
+/// The note of a slip on its way, beside the database and under this name whatever the case of the database's own.
+inline constexpr std::u16string_view slipNoteFile = u"Yag.mdb-slip";
 
 /// The customer register: one row for each customer, with the terms last used.
 struct Cari {

@@ -1,6 +1,7 @@
 #include "store/restore.h"
 
 #include "files/error.h"
+#include "files/journal_name.h"
 #include "files/part_file.h"
 #include "files/quoted_path.h"
 #include "mill/names.h"
@@ -16,24 +17,6 @@ namespace store {
 namespace {
 
 using Path = std::filesystem::path;
-
-Path withSuffix(Path path, const std::string& suffix) { return path += suffix; }
-
-/// The database of a directory, whatever the case of its name; as it would be named where there is none.
-Path databaseIn(files::Disk& disk, const Path& directory)
-{
-    const auto lower = [](std::u16string text) {
-        std::ranges::transform(text, text.begin(),
-                               [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c - u'A' + u'a') : c; });
-        return text;
-    };
-    Path usual = directory / mill::databaseFile;
-    if (disk.exists(usual)) return usual;
-    for (const Path& name : disk.names(directory)) {
-        if (lower(name.u16string()) == lower(std::u16string(mill::databaseFile))) return directory / name;
-    }
-    return usual;
-}
 
 Path copyOf(files::Disk& disk, const Path& directory, const std::string& wanted)
 {
@@ -115,7 +98,7 @@ Path freeName(files::Disk& disk, const Path& database, CopyTime now)
     now.ofDay = false;
     const std::string stem = "Yag-onceki-" + Path(copyName(now)).stem().string().substr(4);
     Path name = database.parent_path() / (stem + ".mdb");
-    for (int i = 2; disk.exists(name) || disk.exists(withSuffix(name, "-journal")); ++i)
+    for (int i = 2; disk.exists(name) || disk.exists(files::journalOf(name)); ++i)
         name = database.parent_path() / (stem + "-" + std::to_string(i) + ".mdb");
     return name;
 }
@@ -123,13 +106,13 @@ Path freeName(files::Disk& disk, const Path& database, CopyTime now)
 /// Keeps what stands in the database's place under another name, with a journal that could not be applied.
 void setAside(files::Disk& disk, const Path& database, const Path& aside)
 {
-    const Path journal = withSuffix(database, "-journal");
+    const Path journal = files::journalOf(database);
     try {
         files::PartFile kept(disk, aside);
         copyBytes(disk, database, kept.path());
         kept.publish();
         if (!disk.exists(journal)) return;
-        files::PartFile keptJournal(disk, withSuffix(aside, "-journal"));
+        files::PartFile keptJournal(disk, files::journalOf(aside));
         copyBytes(disk, journal, keptJournal.path());
         keptJournal.publish();
     } catch (const files::Error& error) {
@@ -146,7 +129,7 @@ void setAside(files::Disk& disk, const Path& database, const Path& aside)
         }
         if (readable) throw;
         disk.rename(database, aside);
-        if (disk.exists(journal)) disk.rename(journal, withSuffix(aside, "-journal"));
+        if (disk.exists(journal)) disk.rename(journal, files::journalOf(aside));
         disk.syncFolder(aside.parent_path());
     }
 }
@@ -182,6 +165,21 @@ CopyFacts factsOf(files::Disk& disk, const Path& copy, const CopyTime& time)
 
 } // namespace
 
+std::filesystem::path databaseIn(files::Disk& disk, const std::filesystem::path& directory)
+{
+    const auto lower = [](std::u16string text) {
+        std::ranges::transform(text, text.begin(),
+                               [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c - u'A' + u'a') : c; });
+        return text;
+    };
+    Path usual = directory / mill::databaseFile;
+    if (disk.exists(usual)) return usual;
+    for (const Path& name : disk.names(directory)) {
+        if (lower(name.u16string()) == lower(std::u16string(mill::databaseFile))) return directory / name;
+    }
+    return usual;
+}
+
 std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path& directory)
 {
     const Path folder = directory / copyFolder;
@@ -206,7 +204,7 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
     const Path from = copyOf(disk, directory, copy);
     Restored result;
     result.database = databaseIn(disk, directory);
-    result.slipOpen = disk.exists(withSuffix(result.database, "-slip"));
+    result.slipOpen = disk.exists(directory / mill::slipNoteFile);
     const Path database = disk.realPath(result.database);
 
     // Held to the end, also while the new file takes the name: a program that starts meanwhile must not get hold of
@@ -223,7 +221,7 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
     if (announce) announce(part.path(), from.filename().string());
     part.publish();
     // A journal that still stands here belonged to the old file, and is kept beside that.
-    const Path journal = withSuffix(database, "-journal");
+    const Path journal = files::journalOf(database);
     if (present && disk.exists(journal)) disk.remove(journal);
     return result;
 }

@@ -24,6 +24,9 @@ struct CopyFacts {
     std::optional<std::string> unreadable; ///< why it could not be read to its end
 };
 
+/// The database of the program's directory, whatever the case of its name; as it would be named where there is none.
+std::filesystem::path databaseIn(files::Disk& disk, const std::filesystem::path& directory);
+
 /// The copies in the program's directory, newest first.
 std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path& directory);
 

@@ -75,7 +75,7 @@ template <class Work> auto onDisk(Work&& work)
 
 SlipNotes::SlipNotes(files::Disk& disk, std::filesystem::path database) : disk_(disk), path_(std::move(database))
 {
-    path_ += "-slip";
+    path_.replace_filename(mill::slipNoteFile);
 }
 
 void SlipNotes::write(const SlipNote& note)

@@ -33,7 +33,7 @@ struct SlipNote {
     bool operator==(const SlipNote&) const = default;
 };
 
-/// The one open note, kept beside the database while a slip is being sent: "<database>-slip".
+/// The one open note, kept beside the database while a slip is being sent: mill::slipNoteFile.
 ///
 /// What holds: write() returns when the note would survive a power cut; strike() when its absence would. A note that
 /// cannot be read whole is no open one. A power cut while it was written leaves one, before its slip is sent, and so
@@ -46,8 +46,8 @@ public:
     std::optional<SlipNote> open() const;
     bool unreadable() const; ///< there is a note, and it cannot be read whole
     void strike();
-    /// The note leaves its place, which the next one needs, and stays as a file of its own: "<database>-slip-1",
-    /// -2 ... The file's name. Error 3000 when the disk refuses.
+    /// The note leaves its place, which the next one needs, and stays as a file of its own, with "-1", "-2" ... behind
+    /// its name. The file's name. Error 3000 when the disk refuses.
     QString setAside();
     /// The names of such files that lie beside the database, those of earlier days too.
     QStringList filesSetAside() const;

@@ -2,9 +2,11 @@
 
 #include "files/error.h"
 #include "files/quoted_path.h"
+#include "mill/names.h"
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/sort_key.h"
+#include "store/restore.h"
 #include "weights/verification.h"
 #include "weights/weight_book.h"
 
@@ -160,7 +162,7 @@ int list(const std::vector<PlacedLine>& lines, const Wanted& wanted)
 int verify(files::Disk& disk, const Wanted& wanted)
 {
     constexpr int attempts = 10;
-    const std::filesystem::path slip = wanted.folder / "Yag.mdb-slip";
+    const std::filesystem::path slip = wanted.folder / mill::slipNoteFile;
     std::vector<PlacedLine> lines = ::weights::allLines(disk, wanted.folder);
     std::vector<::weights::LoggedHead> heads, kept;
     if (wanted.log) {
@@ -173,8 +175,9 @@ int verify(files::Disk& disk, const Wanted& wanted)
     for (int attempt = 0; attempt < attempts; ++attempt) {
         heads = ::weights::loggedHeads(disk, ::weights::logIn(wanted.folder));
         if (wanted.log) heads.insert(heads.begin(), kept.begin(), kept.end());
-        const auto database = jet::Database::open(disk, wanted.folder / "Yag.mdb", jet::Pager::Mode::readOnly);
-        found = ::weights::verify(lines, heads, database->table(u"Hareket"));
+        const auto database =
+            jet::Database::open(disk, store::databaseIn(disk, wanted.folder), jet::Pager::Mode::readOnly);
+        found = ::weights::verify(lines, heads, database->table(mill::Hareket::table));
         std::vector<PlacedLine> after = ::weights::allLines(disk, wanted.folder);
         const bool same = after.size() == lines.size();
         lines = std::move(after);
@@ -202,7 +205,7 @@ int weights(files::Disk& disk, Arguments arguments)
 {
     const Wanted wanted = read(arguments);
     // A mistyped folder has neither, and would look like a mill that has not pressed yet.
-    if (!disk.exists(wanted.folder / "Yag.mdb") && ::weights::bookFiles(disk, wanted.folder).empty())
+    if (!disk.exists(store::databaseIn(disk, wanted.folder)) && ::weights::bookFiles(disk, wanted.folder).empty())
         throw files::Error(files::Fault::notFound, files::quotedPath(wanted.folder) +
                                                        " klasöründe ne Yag.mdb ne Tartim.jsonl var; programın veri "
                                                        "klasörünü verin.");
@@ -218,7 +221,7 @@ std::uint64_t announceRestore(files::Disk& disk, const std::filesystem::path& fo
         tellLog(disk, folder, moment, "tartım defterinin yarım kalmış son satırı çıkarıldı: " + visible(place.cutOff),
                 ::weights::Keeping::untilThePowerGoes);
     const auto database = jet::Database::open(disk, next, jet::Pager::Mode::readOnly);
-    const auto fact = restoreOf(::weights::allLines(disk, folder), database->table(u"Hareket"), moment, copy);
+    const auto fact = restoreOf(::weights::allLines(disk, folder), database->table(mill::Hareket::table), moment, copy);
     if (!fact) return 0;
     const ::weights::Head head = book.write(*fact, place.place).head;
     tellLog(disk, folder, moment, ::weights::logLine(head.number, head.seal), ::weights::Keeping::synced);

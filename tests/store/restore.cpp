@@ -292,6 +292,15 @@ TEST(Restore, aDatabaseNamedInCapitalsIsFound)
     ASSERT_FALSE(disk.has(database));
 }
 
+TEST(Restore, anOpenSlipIsToldAlsoBesideADatabaseNamedInCapitals)
+{
+    PowerCutDisk disk;
+    disk.put(directory / "YAG.MDB", newMill());
+    disk.put(copy, oldMill());
+    disk.put(directory / "Yag.mdb-slip", {1, 2, 3});
+    ASSERT_TRUE(store::restoreCopy(disk, directory, "2025-11-20", now).slipOpen);
+}
+
 TEST(Restore, theListTellsWhatIsInEachCopy)
 {
     PowerCutDisk disk;

@@ -212,6 +212,12 @@ TEST_F(Weights, sayThatASlipIsOnItsWay)
     EXPECT_THAT(asked({"--verify"}).out, HasSubstr("Yolda bir fiş var"));
 }
 
+TEST_F(Weights, areVerifiedWithADatabaseNamedInCapitals)
+{
+    std::filesystem::rename(file("Yag.mdb"), file("YAG.MDB"));
+    EXPECT_EQ(asked({"--verify"}).code, 0);
+}
+
 TEST_F(Weights, refuseWhatTheyDoNotKnow)
 {
     for (const std::vector<std::string>& options : {std::vector<std::string>{"--day"},
