@@ -39,6 +39,8 @@ struct Hareket {
     };
     static constexpr std::array<std::u16string_view, 7> fields = {u"Tarih",  u"Zeytin", u"Yağ",    u"Yuzde",
                                                                   u"HakTut", u"Nakit",  u"CariHar"};
+    /// What the totals of a report sum up, in the order in which mill::sumsWhere() asks for it.
+    static constexpr std::array summed = {Zeytin, Yağ, HakTut, Nakit};
 };
 
 /// Names that no customer may have.

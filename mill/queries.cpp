@@ -66,8 +66,7 @@ QString pressingsWhere(const QString& condition)
 QString sumsWhere(const QString& condition)
 {
     QStringList sums;
-    for (const auto field : {Hareket::Zeytin, Hareket::Yağ, Hareket::HakTut, Hareket::Nakit})
-        sums << u"Sum("_s + name(field) + u')';
+    for (const auto field : Hareket::summed) sums << u"Sum("_s + name(field) + u')';
     return u"Select "_s + sums.join(u',') + u" FROM "_s + journalTable + u" Where "_s + name(Hareket::CariHar) +
            u"<>'"_s + totalsName + u"' And "_s + condition;
 }

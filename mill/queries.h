@@ -44,7 +44,7 @@ inline const QString deletePressings = u"DELETE FROM "_s + journalTable;
 QString periodCondition(QDate first, QDate last);
 QString andOfCustomer(const QString& customer); ///< " And CariHar='name'"; refuses
 QString pressingsWhere(const QString& condition);
-/// The four sums in the order of the journal's fields; the totals row of an earlier report never counts.
+/// The sums of Hareket::summed; the totals row of an earlier report never counts.
 QString sumsWhere(const QString& condition);
 inline const QString totalsCriteria = text(Hareket::fields[Hareket::CariHar]) + u"='"_s + totalsName + u'\'';
 inline const QString deleteTotals = deletePressings + u" WHERE "_s + totalsCriteria;

@@ -20,10 +20,7 @@ void writeTotals(store::RecordSet& rows, const QDateTime& now, const QList<store
         rows.edit();
     }
     rows.setField(Hareket::Tarih, store::FieldValue::date(now));
-    rows.setField(Hareket::Zeytin, sums.at(0));
-    rows.setField(Hareket::Yağ, sums.at(1));
-    rows.setField(Hareket::HakTut, sums.at(2));
-    rows.setField(Hareket::Nakit, sums.at(3));
+    for (qsizetype i = 0; const Hareket::Field field : Hareket::summed) rows.setField(field, sums.at(i++));
     rows.update();
 }
 
