@@ -43,17 +43,6 @@ std::optional<double> plainNumber(QStringView text)
     return value;
 }
 
-/// Numbers of a file are written as under settings with a full stop, and without the zero before it.
-template <class Number> QString fileNumber(Number value)
-{
-    Regional marks;
-    marks.decimal = u'.';
-    QString text = numberToText(value, marks);
-    if (text.startsWith("0."_L1)) text.remove(0, 1);
-    if (text.startsWith("-0."_L1)) text.remove(1, 1);
-    return text;
-}
-
 bool matches(QStringView pattern, QStringView name)
 {
     if (pattern.isEmpty()) return name.isEmpty();
@@ -120,20 +109,15 @@ std::optional<NumberAndFlag> parseNumberAndFlag(QStringView line)
     return NumberAndFlag{*number, shown};
 }
 
-SeqWriter& SeqWriter::item(const QString& text)
+QString numberAndFlagLine(float number, bool flag)
 {
-    if (!first_) line_ += u',';
-    first_ = false;
-    line_ += text;
-    return *this;
+    Regional marks;
+    marks.decimal = u'.';
+    QString text = numberToText(number, marks);
+    if (text.startsWith("0."_L1)) text.remove(0, 1);
+    if (text.startsWith("-0."_L1)) text.remove(1, 1);
+    return text + (flag ? ",#TRUE#\r\n"_L1 : ",#FALSE#\r\n"_L1);
 }
-
-SeqWriter& SeqWriter::number(double value) { return item(fileNumber(value)); }
-SeqWriter& SeqWriter::number(float value) { return item(fileNumber(value)); }
-SeqWriter& SeqWriter::flag(bool value) { return item(value ? u"#TRUE#"_s : u"#FALSE#"_s); }
-SeqWriter& SeqWriter::text(QStringView value) { return item(u'"' + value.toString() + u'"'); }
-SeqWriter& SeqWriter::null() { return item(u"#NULL#"_s); }
-QString SeqWriter::line() const { return line_ + "\r\n"_L1; }
 
 std::optional<QString> findFile(const QString& directory, QStringView name)
 {

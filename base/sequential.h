@@ -41,24 +41,9 @@ struct NumberAndFlag {
 /// Nothing for a line of any other shape: a damaged line is an answer, not a fault.
 std::optional<NumberAndFlag> parseNumberAndFlag(QStringView line);
 
-/// Writes one line: items with commas between them, CR LF at the end. Numbers have a full stop whatever the regional
-/// settings say, no zero before it and no blank; texts stand between quotes, which are not doubled inside.
-class SeqWriter {
-public:
-    SeqWriter& number(double value);
-    SeqWriter& number(float value);
-    SeqWriter& flag(bool value);
-    SeqWriter& text(QStringView value);
-    SeqWriter& null();
-
-    QString line() const; ///< with its line end
-
-private:
-    SeqWriter& item(const QString& text);
-
-    QString line_;
-    bool first_ = true;
-};
+/// The same line written, with CR LF at its end. The number has a full stop whatever the regional settings say, no zero
+/// before it and no blank.
+QString numberAndFlagLine(float number, bool flag);
 
 /// The path of an ordinary file of that name in the directory, ignoring letter case; nothing if there is none. Folders,
 /// hidden and special files do not count. The name may hold `*` and `?`; a leading separator is ignored. A name that

@@ -151,7 +151,7 @@ void IzgaraKaydet(GridColumns& columns, int column, const QString& view, const Q
     resized.caption = centredHeading(resized, textWidth);
 
     QString text;
-    for (const GridColumn& each : columns) text += base::SeqWriter().number(each.width).flag(each.visible).line();
+    for (const GridColumn& each : columns) text += base::numberAndFlagLine(each.width, each.visible);
 
     const QDir folder(directory);
     const QString name = layoutFileName(view);

@@ -18,15 +18,12 @@ private slots:
     void linesAreWrittenTheSameUnderAllSettings_data()
     {
         addColumns<QString, QString>("line", "expected");
-        QTest::newRow("shown") << SeqWriter().number(1440.0F).flag(true).line() << u"1440,#TRUE#\r\n"_s;
-        QTest::newRow("seven digits") << SeqWriter().number(1739.9055F).flag(true).line() << u"1739.906,#TRUE#\r\n"_s;
-        QTest::newRow("hidden") << SeqWriter().number(1200.5F).flag(false).line() << u"1200.5,#FALSE#\r\n"_s;
-        QTest::newRow("zero") << SeqWriter().number(0.0F).flag(false).line() << u"0,#FALSE#\r\n"_s;
-        QTest::newRow("below one") << SeqWriter().number(0.5F).flag(true).line() << u".5,#TRUE#\r\n"_s;
-        QTest::newRow("below zero") << SeqWriter().number(-0.5).line() << u"-.5\r\n"_s;
-        QTest::newRow("double") << SeqWriter().number(1739.9055).line() << u"1739.9055\r\n"_s;
-        QTest::newRow("text") << SeqWriter().text(u"a\"b").line() << u"\"a\"b\"\r\n"_s;
-        QTest::newRow("nothing") << SeqWriter().null().text(u"x").line() << u"#NULL#,\"x\"\r\n"_s;
+        QTest::newRow("shown") << numberAndFlagLine(1440, true) << u"1440,#TRUE#\r\n"_s;
+        QTest::newRow("seven digits") << numberAndFlagLine(1739.9055F, true) << u"1739.906,#TRUE#\r\n"_s;
+        QTest::newRow("hidden") << numberAndFlagLine(1200.5F, false) << u"1200.5,#FALSE#\r\n"_s;
+        QTest::newRow("zero") << numberAndFlagLine(0, false) << u"0,#FALSE#\r\n"_s;
+        QTest::newRow("below one") << numberAndFlagLine(0.5F, true) << u".5,#TRUE#\r\n"_s;
+        QTest::newRow("below zero") << numberAndFlagLine(-0.5F, true) << u"-.5,#TRUE#\r\n"_s;
     }
 
     void linesAreWrittenTheSameUnderAllSettings()
@@ -115,7 +112,7 @@ private slots:
     void writtenWidthsAreReadBack()
     {
         for (const float width : {0.0F, 0.5F, 975.5F, 1440.0F, 1739.906F, 123456.0F, 2e8F}) {
-            const QString line = SeqWriter().number(width).flag(true).line();
+            const QString line = numberAndFlagLine(width, true);
             const auto read = parseNumberAndFlag(seqLines(line).value(0));
             QVERIFY2(read && read->flag, qPrintable(line));
             QCOMPARE(static_cast<float>(read->number), width);
