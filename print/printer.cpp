@@ -38,59 +38,39 @@ const Paper& Printer::paper()
     return *paper_;
 }
 
-void Printer::setFontName(const QString& name)
+template <class Property> void Printer::change(Property& property, const Property& value)
 {
     beginJob();
-    fontName_ = name;
-    changeFont();
-}
-
-void Printer::setFontSize(float points)
-{
-    beginJob();
-    if (!(points > 0) || points > largestSize) throw base::runtimeError(base::errors::invalidProperty);
-    fontSize_ = points;
-    changeFont();
-}
-
-void Printer::setFontBold(bool on)
-{
-    beginJob();
-    bold_ = on;
-    changeFont();
-}
-
-void Printer::setFontItalic(bool on)
-{
-    beginJob();
-    italic_ = on;
-    changeFont();
-}
-
-void Printer::setFontUnderline(bool on)
-{
-    beginJob();
-    underline_ = on;
-    changeFont();
-}
-
-void Printer::setFontStretch(int percent)
-{
-    beginJob();
-    if (percent < 1 || percent > fullWidth) throw base::runtimeError(base::errors::invalidProperty);
-    stretch_ = percent;
-    changeFont();
-}
-
-void Printer::setFontCharset(int /*charset*/) { beginJob(); }
-
-void Printer::changeFont()
-{
+    property = value;
     font_.reset();
     metrics_.reset();
     measured_.reset();
     fontIndex_.reset();
 }
+
+void Printer::setFontName(const QString& name) { change(fontName_, name); }
+
+void Printer::setFontSize(float points)
+{
+    beginJob();
+    if (!(points > 0) || points > largestSize) throw base::runtimeError(base::errors::invalidProperty);
+    change(fontSize_, points);
+}
+
+void Printer::setFontBold(bool on) { change(bold_, on); }
+
+void Printer::setFontItalic(bool on) { change(italic_, on); }
+
+void Printer::setFontUnderline(bool on) { change(underline_, on); }
+
+void Printer::setFontStretch(int percent)
+{
+    beginJob();
+    if (percent < 1 || percent > fullWidth) throw base::runtimeError(base::errors::invalidProperty);
+    change(stretch_, percent);
+}
+
+void Printer::setFontCharset(int /*charset*/) { beginJob(); }
 
 const QFontMetricsF& Printer::metrics()
 {

@@ -85,7 +85,8 @@ private:
     /// Asks the target for its paper unless it has been asked for this job; error 482 without one.
     void beginJob();
     const Paper& paper();
-    void changeFont();
+    /// A property of the font; the next text needs another one.
+    template <class Property> void change(Property& property, const Property& value);
     const QFontMetricsF& metrics();
     std::size_t currentFont();
     void place(const QString& text);
