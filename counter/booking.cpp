@@ -148,7 +148,7 @@ std::optional<QString> whyNotBooked(store::Databases& databases, const QString& 
     // Sources of its own: what the screen has searched stays where it is.
     store::DataSource customers(databases), journal(databases);
     customers.setRecordSource(mill::customerNamed(customer));
-    // A day of the journal: a row is tried in it as well as among all.
+    // One day is enough: whether the table takes a row does not depend on which rows are listed.
     const QDate day = store::FieldValue(store::DateDays{slip.moment}).moment().date();
     journal.setRecordSource(mill::pressingsWhere(mill::periodCondition(day, day)));
     for (store::DataSource* source : {&customers, &journal}) {

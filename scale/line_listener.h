@@ -50,7 +50,7 @@ public:
     QString recognised() const { return recognised_; } ///< what the bytes look like, in words
 
 signals:
-    /// Any of the above is another; at the most ten times a second.
+    /// Any of the above has changed; at the most ten times a second.
     void changed();
 
 private:

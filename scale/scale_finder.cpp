@@ -53,8 +53,8 @@ std::optional<LineSettings> frameOfSevenBits(const QByteArray& bytes)
     return settings;
 }
 
-/// The number of the last of at least that many lines of the counter's own shape that say a number; nothing for others,
-/// nor where a number has the group mark in it: the counter would pass over it, and show 125 for 12.5.
+/// At least `fewestLines` lines of the counter's own shape, each a number: the last of them. Nothing if one has a group
+/// mark: the counter would read 12.5 as 125.
 std::optional<QString> plainWeight(const QByteArray& bytes, const base::Regional& regional)
 {
     QList<QByteArray> lines = bytes.split('\r');

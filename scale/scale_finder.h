@@ -12,8 +12,7 @@ struct FoundScale {
     int port = 0;
     LineSettings settings;
     const LineFormat* format = nullptr; ///< nothing: its lines are of the shape that the counter knows, as they are
-    /// Formats that what it said fits into and that would read something else of other weights; then there is no
-    /// format.
+    /// Formats that all read what was heard, but differ for other weights. Then `format` is empty.
     std::vector<const LineFormat*> candidates;
     QString weight;    ///< the last that it said, in kilograms; empty where the candidates differ
     bool sure = false; ///< otherwise it said too little, or nothing but zero

@@ -116,7 +116,7 @@ void Framer::reportPassed(bool beforeFrame, std::vector<Framed>& found)
     found.push_back(std::move(framed));
 }
 
-/// The bytes passed over are the beginning of a frame and nothing else, or that and a whole frame that it ran into.
+/// The bytes passed over are one cut-off frame, perhaps with a whole one behind it.
 bool Framer::brokeOff() const
 {
     const auto matches = [&](std::string_view bytes, Match::Outcome outcome) {

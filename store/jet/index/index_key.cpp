@@ -99,7 +99,7 @@ std::string unsureCharacter(std::u16string_view text, Collation collation)
     return sentence;
 }
 
-/// Descending text keeps its end mark findable: a 00 that is not turned follows the turned bytes.
+/// In descending text the bytes are inverted; a plain 00 behind them marks the end.
 void appendText(Key& key, const Column& column, std::u16string_view text, bool ascending, KeyUse use)
 {
     const std::size_t begin = key.size();

@@ -48,7 +48,7 @@ std::vector<std::size_t> cuts(const IndexPageImage& image, bool growing)
     return ends;
 }
 
-/// Several children: the last one belongs into the tail. One child: into an entry, which it must already have.
+/// The last of several children stands in `tail`, without an entry. An only child keeps its entry.
 void moveLastChildToTail(IndexPageImage& node)
 {
     if (node.tail != 0 || node.entries.size() < 2) return;
@@ -249,7 +249,7 @@ void IndexTree::updateParents(const Path& path, std::size_t depth, std::vector<B
             for (const Branch& branch : before) node.insertChild(place++, branch.last, branch.page);
             before = store(step.page, node, growing);
         }
-        // Through a tail nothing changes here, but an ancestor may hold this subtree by an entry.
+        // A child in `tail` has no entry here. An ancestor may still have one for this subtree.
         if (!step.lastChild) newLast.clear();
     }
 }
@@ -391,13 +391,13 @@ void IndexTree::clear()
     try {
         tree = reachablePages();
     } catch (const Error& error) {
-        // Whose the pages of a broken tree are nobody knows: better lost than given away twice.
+        // In a broken tree we cannot tell whose the pages are. Losing them is better than giving a page away twice.
         if (error.fault() != Fault::damaged) throw;
     }
     for (const PageNo page : mapPages(pager_, owned_)) {
         if (page == root_) continue;
         mapClear(pager_, owned_, page);
-        // The map may list pages that another writer has freed: what is in the tree too is ours.
+        // Only pages that are in the map and in the tree are ours: another writer may have freed others of the map.
         if (tree.contains(page)) freePage(pager_, page);
     }
     mapSet(pager_, owned_, root_);
