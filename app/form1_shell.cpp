@@ -39,10 +39,10 @@ void Form1::wireShell()
 
 void Form1::start()
 {
+    run([this] { slipRoad_.tellFilesSetAside(); }, u"Form_Load"_s); // also beside a database that does not open
     run(
         [this] {
             Form_Load();
-            slipRoad_.tellFilesSetAside();
             slipRoad_.recover();
         },
         u"Form_Load"_s);

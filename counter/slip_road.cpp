@@ -20,7 +20,7 @@ QString described(const store::SlipNote& slip)
 
 QString cannotBeAsked(const store::SlipNote& slip)
 {
-    return described(slip) + u" basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden sorulacak."_s;
+    return described(slip) + u" basıldı mı, yazıcıya sorulamıyor; yazıcıyı açın. Notu duruyor, yeniden sorulacak."_s;
 }
 
 } // namespace
@@ -115,10 +115,16 @@ bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& docum
     }
     if (taken == print::Taken::yes) return true; // only its answer was lost
     at_.printer.cancel(note.job);
-    if (taken == print::Taken::no)
-        at_.notes.strike();
-    else
-        setAsideUnknown(note);
+    const auto error = passOver([&] {
+        if (taken == print::Taken::no)
+            at_.notes.strike();
+        else
+            setAsideUnknown(note);
+    });
+    if (error) {
+        notice = u"Fiş basılmadı, notu kaldırılamadı: "_s + error->text();
+        log_.write(notice);
+    }
     return false;
 }
 
@@ -153,6 +159,11 @@ void SlipRoad::recover()
         at_.weights.write(*slip, at_.regional);
         closed(what);
     };
+    // Asked first: what stands in the journal was printed, whatever the printer says, and a printer forgets its jobs.
+    const QString database = at_.customers.databaseName();
+    const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
+    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
+        return stored(u": basılmış ve kaydedilmiş"_s);
     auto taken = print::Taken::unknown;
     if (passOver([&] { taken = at_.printer.taken(slip->job); }))
         throw base::RuntimeError(base::errors::printer, cannotBeAsked(*slip));
@@ -160,11 +171,6 @@ void SlipRoad::recover()
         at_.printer.cancel(slip->job);
         return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
-    // A printer forgets its jobs; what stands in the journal was printed.
-    const QString database = at_.customers.databaseName();
-    const std::shared_ptr<store::Engine> engine = at_.databases.open(database);
-    if (store::pressingsAt(*engine, slip->pressing.customer, slip->moment) > slip->sameBefore)
-        return stored(u": basılmış ve kaydedilmiş"_s);
     if (taken == print::Taken::unknown) return setAsideUnknown(*slip);
     // The next report would take such a row away.
     if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAsideUnstorable(*slip, *why);

@@ -41,6 +41,15 @@ private slots:
         QCOMPARE(form->AktifKontrol, 0.0f);
     }
 
+    void filesSetAsideAreToldAlsoBesideADatabaseThatDoesNotOpen()
+    {
+        const QString database = screen->folder.filePath(u"Yag.mdb"_s);
+        screen->disk.remove(database.toStdU16String());
+        screen->disk.open((database + u"-slip-1"_s).toStdU16String(), files::Disk::Access::createNew);
+        form->start();
+        QVERIFY2(form->status->text().contains(u"Yag.mdb-slip-1"_s), qPrintable(form->status->text()));
+    }
+
     void controlsCarryTheirNames()
     {
         for (const char* name :

@@ -203,7 +203,8 @@ private slots:
         mill.printer.silent = true;
         const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
         QVERIFY(!outcome.printed);
-        QVERIFY2(outcome.notice.endsWith("basıldı mı, yazıcıya sorulamıyor; notu duruyor, yeniden sorulacak."),
+        QVERIFY2(outcome.notice.endsWith(
+                     "basıldı mı, yazıcıya sorulamıyor; yazıcıyı açın. Notu duruyor, yeniden sorulacak."),
                  qPrintable(outcome.notice));
         QCOMPARE(mill.rows("Hareket"), 0);
         QCOMPARE(mill.printer.cancelled, QList<int>());
@@ -219,13 +220,25 @@ private slots:
         QVERIFY(mill.bookAgrees());
     }
 
-    void aPressingInTheJournalCountsAlthoughThePrinterHasForgottenItsJob()
+    void aPressingInTheJournalCountsWhateverThePrinterSays_data()
     {
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<bool>("silent");
+        QTest::newRow("it has forgotten the job") << false << false;
+        QTest::newRow("it has not taken it") << true << false;
+        QTest::newRow("it is silent") << true << true;
+    }
+    void aPressingInTheJournalCountsWhateverThePrinterSays()
+    {
+        QFETCH(const bool, known);
+        QFETCH(const bool, silent);
         Mill mill;
-        const store::SlipNote note = mill.note(4711);
+        const store::SlipNote note = mill.note(known ? mill.job(false) : 4711);
+        mill.printer.silent = silent;
         mill.notes.write(note);
         counter::book(mill.customers, mill.journal, note, Regional::turkish());
         mill.road.recover();
+        QCOMPARE(mill.printer.cancelled, QList<int>());
         QCOMPARE(mill.setAside, QStringList());
         QVERIFY(!mill.notes.open());
         QCOMPARE(mill.rows("Hareket"), 1);
@@ -561,6 +574,21 @@ private slots:
         mill.printer.failAt.reset();
         QVERIFY(mill.road.printAndBook(mill.slip("Ali")).stored);
         QCOMPARE(mill.rows("Hareket"), 1);
+    }
+
+    void aNoteThatCannotBeTakenAwayIsTold()
+    {
+        Mill mill;
+        const QString note = mill.database() + "-slip";
+        mill.printer.failAt = FakePrinter::Step::send;
+        mill.printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) QVERIFY(QFile::remove(note) && QDir().mkpath(note + "/in the way"));
+        };
+        const counter::SlipOutcome outcome = mill.road.printAndBook(mill.slip("Ali"));
+        QVERIFY(!outcome.printed && !outcome.stored);
+        QVERIFY2(outcome.notice.startsWith("Fiş basılmadı, notu kaldırılamadı: "), qPrintable(outcome.notice));
+        QCOMPARE(mill.log().size(), 1);
+        QCOMPARE(mill.rows("Hareket"), 0);
     }
 
     void whatNoTableTakesIsNotPrinted_data()
