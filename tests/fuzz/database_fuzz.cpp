@@ -12,6 +12,7 @@
 #include "files/error.h"
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
+#include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
@@ -247,6 +248,7 @@ struct Counts {
     unsigned long sound = 0;
     unsigned long written = 0;
     unsigned long rescued = 0;
+    unsigned long compacted = 0;
 };
 
 /// A refusal is an answer. Anything else that is thrown ends the program.
@@ -357,6 +359,24 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bo
     return false;
 }
 
+/// A file that was sound to the check is compacted, or what it cannot carry is named; every row is in the new file.
+bool compactHolds(const Content& damaged, unsigned long seed, const Rows* all, Counts& counts)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = damaged;
+    const std::filesystem::path to = "Yogun.mdb";
+    try {
+        jet::compact(disk, *jet::Database::open(disk, file, jet::Pager::Mode::readOnly), to);
+        ++counts.compacted;
+        if (!all || rowsOf(*jet::Database::open(disk, to, jet::Pager::Mode::readOnly)) == *all) return true;
+        std::fprintf(stderr, "seed %lu: compacted to other rows\n", seed);
+    } catch (const files::Error& error) {
+        if (!all || error.fault() == files::Fault::unsupported) return !disk.exists(to);
+        std::fprintf(stderr, "seed %lu: sound, but not compacted: %s\n", seed, error.what());
+    }
+    return false;
+}
+
 bool trial(const Content& original, unsigned long seed, Counts& counts)
 {
     std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
@@ -388,6 +408,7 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
     });
     if (wrote) ++counts.written;
     if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, warned, counts)) return false;
+    if (!compactHolds(damaged, seed, opened && sound ? &rows : nullptr, counts)) return false;
     if (!opened || !wrote || !sound) return true;
     std::string what;
     const bool reopened = attempt([&] {
@@ -444,8 +465,8 @@ int main(int argc, char** argv) // NOLINT(bugprone-exception-escape) a failure o
         longest = std::max(longest, std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
     }
     std::printf(
-        "%lu damaged files: %lu opened, %lu of them sound to the check, %lu written, %lu rescued; longest %.0f ms; "
-        "%d failures\n",
-        count, counts.opened, counts.sound, counts.written, counts.rescued, longest * 1000, failures);
+        "%lu damaged files: %lu opened, %lu of them sound to the check, %lu written, %lu rescued, %lu compacted; "
+        "longest %.0f ms; %d failures\n",
+        count, counts.opened, counts.sound, counts.written, counts.rescued, counts.compacted, longest * 1000, failures);
     return failures == 0 ? 0 : 1;
 }

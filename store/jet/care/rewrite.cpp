@@ -29,6 +29,12 @@ constexpr std::uint64_t rowsPerStep = 1000;
 constexpr std::array<std::u16string_view, header_layout::systemTables> fixedTables{
     u"MSysObjects", u"MSysACEs", u"MSysQueries", u"MSysRelationships"};
 
+[[noreturn]] void refuse(const Pager& pager, const std::string& why)
+{
+    throw Error(Fault::unsupported,
+                files::quotedPath(pager.path()) + " burada sıkıştırılamaz: " + why + ". Access ile sıkıştırın.");
+}
+
 // ---- keys ----
 
 enum class Made { key, none, unsure };
@@ -161,7 +167,7 @@ Rewrite::Rewrite(Database& from) : from_(from.pager())
     for (std::size_t i = 0; i < fixedTables.size(); ++i) {
         const auto found = std::find_if(tables_.begin() + static_cast<std::ptrdiff_t>(i), tables_.end(),
                                         [&](const auto& each) { return each->old.name == fixedTables[i]; });
-        if (found == tables_.end()) throwDamaged(from_, 0, quotedName(fixedTables[i]) + " sistem tablosu listede yok");
+        if (found == tables_.end()) refuse(from_, quotedName(fixedTables[i]) + " sistem tablosu listede yok");
         std::rotate(tables_.begin() + static_cast<std::ptrdiff_t>(i), found, found + 1);
     }
     for (const auto& table : tables_) lookAt(*table);
@@ -172,17 +178,15 @@ Rewrite::~Rewrite() = default;
 /// Everything that could end the work is met here, before anything is written.
 void Rewrite::lookAt(Carried& table)
 {
-    const auto refuse = [&](const std::string& what) {
-        throw Error(Fault::unsupported, files::quotedPath(from_.path()) +
-                                            " burada sıkıştırılamaz: " + quotedName(table.old.name) + " tablosunun " +
-                                            what + ". Access ile sıkıştırın.");
+    const auto refuseOf = [&](const std::string& what) {
+        refuse(from_, quotedName(table.old.name) + " tablosunun " + what);
     };
     const TableDefinition& definition = table.old.definition;
     for (const Column& column : definition.columns)
         if (!isKnown(column.type) && column.type != ColumnType::blob)
-            refuse(quotedName(column.name) + " alanının türü tanınmıyor");
+            refuseOf(quotedName(column.name) + " alanının türü tanınmıyor");
     definitionElsewhere(from_, definition, definition, [&](PageNo partner) {
-        if (!newPages_.contains(partner)) refuse("ilişkide olduğu tablo dosyada yok");
+        if (!newPages_.contains(partner)) refuseOf("ilişkide olduğu tablo dosyada yok");
         return partner;
     });
 
@@ -198,7 +202,7 @@ void Rewrite::lookAt(Carried& table)
         for (std::size_t column = 0; column < fields.size(); ++column)
             fields[column] = table.field(*this, column, rows.bytes());
         encodeRow(table.old.layout, fields, row);
-        if (row.size() > limits::row) refuse("bir satırı yeni sayfaya sığmıyor");
+        if (row.size() > limits::row) refuseOf("bir satırı yeni sayfaya sığmıyor");
         for (std::size_t i = 0; i < makers.size(); ++i)
             if (makers[i].make(rows.bytes(), key) == Made::unsure) unsure[i].insert(rows.head().packed());
     }
@@ -206,7 +210,7 @@ void Rewrite::lookAt(Carried& table)
         const Index& index = definition.indexes[i];
         const bool isRenumbered = std::ranges::any_of(
             index.columns, [&](const IndexColumn& each) { return each.column == table.tableNumber; });
-        if (isRenumbered && !unsure[i].empty()) refuse(indexTitle(index) + " dizininin sıralaması tanınmıyor");
+        if (isRenumbered && !unsure[i].empty()) refuseOf(indexTitle(index) + " dizininin sıralaması tanınmıyor");
         table.keys.push_back(unsure[i].empty() ? Keys{} : keysInTree(table.old, index, unsure[i]));
     }
 }
