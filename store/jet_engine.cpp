@@ -273,7 +273,7 @@ public:
             std::vector<RowKey> rows;
             jet::onWhatIsThere(database_->pager(), [&] {
                 rows.clear();
-                for (jet::RowId id : jet::Criteria(tableOf(listing), u16(criteria)).rows()) rows.push_back(keyOf(id));
+                for (jet::RowId id : jet::rowsWhere(tableOf(listing), u16(criteria))) rows.push_back(keyOf(id));
             });
             return rows;
         });

@@ -163,27 +163,11 @@ std::size_t execute(Database& database, std::u16string_view sql)
     return onWhatIsThere(database.pager(), [&] { return executeNow(database, sql); });
 }
 
-// ---- Criteria -------------------------------------------------------------------------------------------------
-
-struct Criteria::State {
-    Table& table;
-    std::optional<Condition> condition;
-};
-
-Criteria::Criteria(Table& table, std::u16string_view text)
-    : state_(new State{table, Condition(table, sql::parseCondition(text))})
+std::vector<RowId> rowsWhere(Table& table, std::u16string_view condition)
 {
-}
-
-Criteria::~Criteria() = default;
-Criteria::Criteria(Criteria&&) noexcept = default;
-
-bool Criteria::matches(const RowView& row) const { return (*state_->condition)(row); }
-
-std::vector<RowId> Criteria::rows() const
-{
+    const std::optional<Condition> where = Condition(table, sql::parseCondition(condition));
     std::vector<RowId> rows;
-    sql::eachRow(state_->table, state_->condition, [&rows](RowId id, const RowView&) { rows.push_back(id); });
+    sql::eachRow(table, where, [&rows](RowId id, const RowView&) { rows.push_back(id); });
     return rows;
 }
 

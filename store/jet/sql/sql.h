@@ -2,8 +2,6 @@
 
 #include "store/jet/database/database.h"
 
-#include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,7 +24,7 @@
 /// A text that cannot be understood throws Fault::syntax before anything is read or changed. That alone does not make
 /// it safe to splice a name into a text: x' Or '1'='1 between two quotes is a condition like any other, and one that
 /// every row meets. Nobody can tell from the finished text; so whoever splices names must refuse those with an
-/// apostrophe (Fault::syntax as well), before the text goes anywhere. For the screen, store::quoted does.
+/// apostrophe (Fault::syntax as well), before the text goes anywhere. For the screen, mill/queries does.
 namespace jet {
 
 /// What a Select returned. A plain Select of one table keeps row ids, so that callers can fetch fields when needed;
@@ -50,22 +48,8 @@ bool prepareOrder(Database& database, std::u16string_view table, std::u16string_
 /// DELETE in one transaction; returns the number of rows deleted. Throws as select, and as Table::erase.
 std::size_t execute(Database& database, std::u16string_view sql);
 
-/// A condition by itself, as it stands after Where: the criteria of a search in rows that are already at hand.
-/// Lives no longer than the table.
-class Criteria {
-public:
-    /// Throws syntax, noSuchTable, badValue.
-    Criteria(Table& table, std::u16string_view text);
-    ~Criteria();
-    Criteria(Criteria&&) noexcept;
-
-    bool matches(const RowView& row) const;
-    /// All rows of the table that match, in storage order, by the shortest way there is.
-    std::vector<RowId> rows() const;
-
-private:
-    struct State;
-    std::unique_ptr<State> state_;
-};
+/// The rows that meet a condition, as it stands after Where: in storage order, found by the shortest way there is.
+/// Throws as select.
+std::vector<RowId> rowsWhere(Table& table, std::u16string_view condition);
 
 } // namespace jet
