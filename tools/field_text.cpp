@@ -2,6 +2,7 @@
 
 #include "files/error.h"
 #include "store/jet/format/format.h"
+#include "store/jet/format/limits.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/decimal.h"
 #include "store/jet/values/text_codec.h"
@@ -293,10 +294,9 @@ void FieldWriter::putNumber(double number)
 void FieldWriter::putDate(jet::DateTime moment)
 {
     const std::int64_t ms = jet::milliseconds(moment);
-    constexpr std::int64_t firstDay = -657434;
-    constexpr std::int64_t lastDay = 2958465;
     const std::int64_t day = ms >= 0 ? ms / msPerDay : -((-ms + msPerDay - 1) / msPerDay);
-    if (day < firstDay || day > lastDay) {
+    const auto days = static_cast<double>(day);
+    if (days < jet::limits::firstDay || days >= jet::limits::dayAfterLast) {
         putShortest(out_, moment.days); // no such day in the calendar: the number as it stands
         return;
     }

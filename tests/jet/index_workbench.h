@@ -36,11 +36,11 @@ struct Workbench {
     std::unique_ptr<jet::Pager> pager;
     std::unique_ptr<jet::IndexTree> tree;
 
-    Workbench()
+    explicit Workbench(jet::IndexTree::Trust trust = jet::IndexTree::Trust::none)
     {
         disk.put("a.mdb", blankFile(pagesBefore));
         pager = std::make_unique<jet::Pager>(disk, "a.mdb", jet::Pager::Mode::readWrite);
-        tree = std::make_unique<jet::IndexTree>(*pager, root, table, jet::MapRef{0, mapPage});
+        tree = std::make_unique<jet::IndexTree>(*pager, root, table, jet::MapRef{0, mapPage}, trust);
         jet::Transaction setUp(*pager);
         jet::initRowPage(pager->write(mapPage), 0);
         jet::appendRow(pager->write(mapPage), std::vector<std::uint8_t>(69), jet::RowKind::ordinary);

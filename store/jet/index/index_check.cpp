@@ -167,7 +167,7 @@ private:
         return below;
     }
 
-    /// What lies under the @p parents pages of the level above, by what lies under the pages of @p level.
+    /// From the first and last entries below each page of @p level, those of the @p parents pages of the level above.
     static std::vector<Below> underNodes(const std::vector<Place>& level, const std::vector<Below>& below,
                                          std::size_t parents)
     {

@@ -245,8 +245,8 @@ EntryList EntryList::part(std::size_t from, std::size_t to) const
 bool RunFit::add(Entry entry)
 {
     const Entry key = entry.first(entry.size() - suffix_);
-    // In ascending order what the first and the latest have in common is common to all. An entry whose key is shorter
-    // still must not give bytes of its row id away.
+    // In ascending order what the first and the latest have in common is common to all. A shorter key must not
+    // have part of its row id taken into the prefix.
     const std::size_t common = count_ == 0 ? key.size() : std::min({common_, key.size(), commonBytes(first_, key)});
     const std::size_t total = total_ + entry.size();
     if (total > indexArea && total - count_ * common > indexArea) return false;

@@ -22,8 +22,8 @@ using Entry = std::span<const std::uint8_t>;
 /// Key bytes and row id joined.
 Key entryOf(std::span<const std::uint8_t> key, RowId row);
 /// The order of entries: by key bytes, a key before all longer ones that begin with it, then by row id. Both are given
-/// without a child page. Keys end with themselves but for that of an empty Binary, which all others begin with:
-/// comparing the joined bytes would let its row id decide where it stands.
+/// without a child page. No key is the beginning of another, except an empty Binary's: every key begins with it. So
+/// keys are compared first and row ids after them, never the joined bytes.
 int compareEntries(Entry a, Entry b);
 RowId rowOf(Entry entry); ///< of a leaf entry, or of a node entry without its child page
 /// A node's entry: the last entry under the child, and the child's page.
