@@ -2,6 +2,8 @@
 
 #include "app/counter_screen.h"
 #include "app/form1.h"
+#include "base/error.h"
+#include "base/pass_over.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
@@ -105,7 +107,14 @@ void Form1::NakitLbl_Change(int Index)
     pressing::feeChanged(*counter_, Index);
 }
 
-void Form1::HakCmd_Click(int Index) { pressing::entitlementSwitched(*counter_, Index); }
+void Form1::HakCmd_Click(int Index)
+{
+    const auto error = base::passOver([&] { pressing::entitlementSwitched(*counter_, Index); });
+    if (!error) return;
+    // A name that reads as a number may have been written anew, and searched, before all of it was taken back.
+    if (error->number() == base::errors::overflow) endNameTyping();
+    throw base::RuntimeError(*error);
+}
 
 void Form1::KapFrm_Click(int Index) { pressing::containerFilled(*counter_, Index); }
 void Form1::Label4_Click(int Index) { pressing::containerFilled(*counter_, Index); }

@@ -804,6 +804,32 @@ private slots:
                  before);
     }
 
+    void switchThatIsTakenBackLeavesNoNamesFound()
+    {
+        counter->addCustomer(u"Büyük"_s, 1e308);
+        counter->addCustomer(u"5"_s);
+        form->start();
+        counter->keys(u"bü"_s); // brings a percentage that is too large for any share
+        Counter::click(form->Label2[0]);
+        counter->keys(u"1000"_s);
+        Counter::click(form->TxtLbl[0]);
+        counter->key(u"Geri Sil"_s);
+        counter->key(u"Geri Sil"_s);
+        counter->keys(u"5,"_s);
+        Counter::click(form->Label2[0]);
+        counter->keys(u"1000"_s);
+        Counter::click(form->NakitLbl[0]);
+        counter->keys(u"7"_s);
+        Counter::click(form->YeniCmd[0]);
+        counter->prompt.errors.clear();
+        Counter::click(form->HakCmd[0]);
+        QCOMPARE(counter->prompt.errors, QList<int>{6});
+        QCOMPARE(form->TxtLbl[0]->caption(), u"5,"_s);
+        QCOMPARE(form->NakitLbl[0]->caption(), u"7"_s);
+        QVERIFY(!form->dbListe1->visible());
+        QVERIFY(!form->Kaydet->visible());
+    }
+
     void handedOverIsOilLessEntitlement()
     {
         form->start();

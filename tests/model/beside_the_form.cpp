@@ -331,7 +331,9 @@ QList<int> Beside::toTheModel(const Touch& touch)
         } catch (const model::Error& error) {
             numbers << error.number;
             // A figure too large takes the whole touch back.
-            if (error.number == 6) model_ = before;
+            if (error.number != 6) return;
+            model_ = before;
+            if (act.act == Act::share) model_.endTyping();
         }
     };
     one(touch);
@@ -689,13 +691,17 @@ QString Beside::touch(const Touch& touch)
     return tables();
 }
 
-/// In letters narrow enough for hundreds of digits the reader of the paper sees gaps, and one zero for several: then
-/// the rest is compared.
+/// In letters narrow enough for hundreds of digits the reader of the paper sees gaps, and one digit for several that
+/// are equal: then the rest is compared.
 bool stands(const QString& expected, const QStringList& lines)
 {
     constexpr qsizetype longestInPlainLetters = 60;
     if (expected.size() <= longestInPlainLetters) return lines.contains(expected.simplified());
-    const auto rest = [](QString text) { return text.remove(u' ').remove(u'.').remove(u'0'); };
+    const auto rest = [](QString text) {
+        text.remove(u' ').remove(u'.').remove(u'0');
+        text.erase(std::unique(text.begin(), text.end()), text.end());
+        return text;
+    };
     return std::ranges::any_of(lines, [&](const QString& line) { return rest(line) == rest(expected); });
 }
 

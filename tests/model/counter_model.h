@@ -140,6 +140,9 @@ public:
     /// The rows of the grid as they stand there; of the journal without the sums of the last report.
     std::vector<Text> gridRows() const;
 
+    /// No name is being typed any more.
+    void endTyping();
+
     Station& now() { return stations.at(std::size_t(working)); }
     const Station& now() const { return stations.at(std::size_t(working)); }
     const Text& activeText() const;
@@ -153,7 +156,6 @@ private:
     void choose(Field field);
     void finishFraction();
     void leaveField();
-    void endTyping();
     void search(const Text& typed);
     void recall(const Customer& customer);
     void nameChanged();
