@@ -81,7 +81,7 @@ QByteArray FormattedLine::lineOf(const std::vector<Heard>& heard)
 
 bool FormattedLine::isToBeTaken(const Heard& heard)
 {
-    switch (parts_->still.judge(*heard.reading, heard.alone)) {
+    switch (parts_->still.judge(*heard.reading, heard.ofItsOwn)) {
     case StillWeight::Verdict::taken:
         return true;
     case StillWeight::Verdict::notStanding:
@@ -91,6 +91,8 @@ bool FormattedLine::isToBeTaken(const Heard& heard)
         why_ = u"yük değişti ve alınmadı: yeni tartım terazi boşalınca alınır"_s;
         break;
     case StillWeight::Verdict::sameLoad:
+        if (heard.alone) why_ = u"bu tartım daha önce alındı, yeniden alınmadı: gerekiyorsa elle girin"_s;
+        break;
     case StillWeight::Verdict::empty:
         break;
     }

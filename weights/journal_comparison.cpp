@@ -186,11 +186,11 @@ private:
 
     bool isSeen(std::size_t entry) const { return seen_.empty() || seen_.contains(entries_[entry].line->seal); }
 
-    /// Whether something is left of what the deletion takes away: the program leaves nothing.
-    bool hasLeft(std::size_t deletion) const
+    /// Whether something is left of what the deletion or the restored copy takes away: the program leaves nothing.
+    bool hasLeft(std::size_t by) const
     {
-        for (std::size_t i = 0; i < deletion; ++i)
-            if (entries_[i].takenBy == deletion && isThere_[i]) return true;
+        for (std::size_t i = 0; i < by; ++i)
+            if (entries_[i].takenBy == by && isThere_[i]) return true;
         return false;
     }
 
@@ -206,8 +206,10 @@ private:
         const bool isDeletion = std::holds_alternative<Deletion>(entries_[by].line->fact);
         if (!isSeen(by))
             return fault(begin + why + (isDeletion ? "daki silmeyi" : "daki geri yüklemeyi") + " presva.log görmemiş.");
-        if (isDeletion && hasLeft(by))
-            return fault(begin + why + "daki silme hiç yapılmamış: başka sıkımları duruyor.");
+        if (hasLeft(by))
+            return fault(begin + why +
+                         (isDeletion ? "daki silme hiç yapılmamış: başka sıkımları duruyor."
+                                     : "daki geri yükleme hiç yapılmamış: sonraki sıkımlar duruyor."));
         ++takenRows_[by];
     }
 

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace weights {
 
@@ -59,7 +60,7 @@ std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines)
 
 std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads)
 {
-    std::map<std::uint64_t, std::string> logged; // where the log has two for one line, the first
+    std::set<std::pair<std::uint64_t, std::string>> logged; // where the log has two for one line, both must be true
     for (const LoggedHead& head : heads) logged.emplace(head.number, head.seal);
     std::map<std::uint64_t, const PlacedLine*> numbered;
     for (const PlacedLine& each : lines)

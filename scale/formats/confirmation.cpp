@@ -1,5 +1,6 @@
 #include "scale/formats/confirmation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace scale {
@@ -26,6 +27,8 @@ bool Confirmation::hear(const Reading& reading, bool checked)
     const bool usual = checked ? framesInARow_ > provenAfter : repetition_.cameInARow();
     const bool counts = (!disturbed_ && usual) || repetition_.cameOften(checked);
     waiting_ = counts ? std::nullopt : std::optional(reading);
+    countedInBurst_ = countedInBurst_ || counts;
+    if (framesInBurst_ <= mostOfAPrint) burst_.push_back(reading.kilograms);
     return counts;
 }
 
@@ -38,20 +41,31 @@ void Confirmation::hearNoise()
     disturbed_ = true;
 }
 
+/// Another weight of this burst has counted, or came more than once: a digit of the last one may have been changed.
+bool Confirmation::othersSayMore() const
+{
+    return countedInBurst_ || std::ranges::any_of(burst_, [this](const Decimal& weight) {
+               return weight != waiting_->kilograms && std::ranges::count(burst_, weight) > 1;
+           });
+}
+
 std::optional<Confirmation::Print> Confirmation::fallSilent(std::chrono::milliseconds length)
 {
     if (length < afterAPrint) return std::nullopt;
     std::optional<Print> print;
     if (framesInBurst_ > 0 || noiseInBurst_) {
-        const bool alone = framesInBurst_ <= mostOfAPrint && !noiseInBurst_ && waiting_;
+        const bool alone = framesInBurst_ <= mostOfAPrint && !noiseInBurst_ && waiting_ && !othersSayMore();
         const std::string said = alone ? saidBy(*waiting_) : std::string();
         equalPrints_ = !alone ? 0 : said == lastPrint_ ? equalPrints_ + 1 : 1;
+        if (equalPrints_ <= 1) runIsOfItsOwn_ = rested_;
         lastPrint_ = said;
         const bool usual = rested_ || equalPrints_ > 1;
-        if (alone) print = {*waiting_, equalPrints_ >= enoughPrints || (!disturbed_ && usual)};
+        if (alone) print = {*waiting_, equalPrints_ >= enoughPrints || (!disturbed_ && usual), runIsOfItsOwn_};
         framesInBurst_ = 0;
         noiseInBurst_ = false;
         rested_ = false;
+        countedInBurst_ = false;
+        burst_.clear();
         waiting_.reset();
     }
     if (length >= betweenPrints) rested_ = true;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace scale {
 
@@ -42,6 +43,9 @@ public:
     struct Print {
         Reading reading;
         bool counts = false;
+        /// Nothing had come for betweenPrints before it, or before the equal ones that it repeats: a key was pressed
+        /// for a load of its own. A slow stream says a weight twice, too.
+        bool ofItsOwn = false;
     };
     /// No byte has come for so long; to be told when afterAPrint and betweenPrints are over. Gives the weight that came
     /// alone, once.
@@ -52,6 +56,7 @@ public:
 
 private:
     void countFrame();
+    bool othersSayMore() const;
 
     Repetition repetition_;
     bool disturbed_ = false;
@@ -59,9 +64,12 @@ private:
     std::size_t framesInBurst_ = 0; ///< since the last silence of afterAPrint
     bool noiseInBurst_ = false;
     bool rested_ = true;             ///< no frame had come for betweenPrints when this burst began
+    bool countedInBurst_ = false;    ///< a weight
+    std::vector<Decimal> burst_;     ///< its first weights
     std::optional<Reading> waiting_; ///< of this burst, the last that did not count
     std::string lastPrint_;          ///< what it said
     int equalPrints_ = 0;            ///< in a row
+    bool runIsOfItsOwn_ = false;     ///< of these: the first came behind a rest
 };
 
 } // namespace scale

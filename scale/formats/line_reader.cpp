@@ -18,6 +18,7 @@ std::vector<Heard> LineReader::silence(std::chrono::milliseconds length)
     if (std::optional<Confirmation::Print> print = confirmation_.fallSilent(length)) {
         Heard one;
         one.alone = true;
+        one.ofItsOwn = print->ofItsOwn;
         one.bytes = print->reading.bytes;
         if (print->counts)
             one.reading = std::move(print->reading);

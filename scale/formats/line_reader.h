@@ -18,6 +18,7 @@ struct Heard {
     std::optional<Refusal> refusal;     ///< why there is no weight that counts, where somebody should know
     std::string bytes;                  ///< of the frame, or those that are none
     bool alone = false;                 ///< it was printed on a key: see Confirmation
+    bool ofItsOwn = false;              ///< for a load of its own
 };
 
 /// Makes weights of a live line in one format, in whatever pieces it arrives. Which weights count is told in

@@ -15,7 +15,8 @@ namespace scale {
 /// second say the same. A frame that says moving never stands.
 ///
 /// A load is over when the scale has stood empty: at zero or below, or, where something was left lying, at no more than
-/// a fiftieth of the load; then only what is more than that is the next load. Zero must stand, too: one frame of it is
+/// a fiftieth of the load; then only what is more than that is the next load: zero drifts, too. What was taken was no
+/// load where the next weight is two hundred times as much: leaves, rain. Zero must stand, too: one frame of it is
 /// a knock against the platform. Until then what lies there is the load that was taken: a display that drifts, sacks
 /// that are carried away, a person who leans on the platform. Only in the first minute it may grow, by more than a
 /// hundredth: sacks are put on one after the other, and the scale stands still between them.
@@ -35,7 +36,8 @@ public:
 
     /// A weight that a whole frame said at `now`, also one that does not count: a swinging load says others in between.
     void hear(const Reading& reading, Time now);
-    /// What becomes of the weight that was heard last, and counts. `alone`: it was printed on a key.
+    /// What becomes of the weight that was heard last, and counts. `alone`: it was printed on a key, for a load of its
+    /// own.
     Verdict judge(const Reading& reading, bool alone);
     /// Nobody could use the weight that was taken last.
     void notTaken() { last_ = before_; }

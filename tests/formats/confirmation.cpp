@@ -78,6 +78,32 @@ TEST(Confirmation, takesTheLastWeightOfAPrint)
     EXPECT_EQ(silence(confirmation, 1000ms), "1240");
 }
 
+TEST(Confirmation, doubtsTheLastLineOfABurstThatSaysAnotherWeightMoreOften)
+{
+    for (const std::vector<std::int64_t>& before : {std::vector<std::int64_t>{1234, 1234}, {1234, 1234, 1234}}) {
+        Confirmation confirmation;
+        EXPECT_EQ(silence(confirmation, 5000ms), "");
+        heard(confirmation, before);
+        heard(confirmation, {1274});
+        EXPECT_EQ(silence(confirmation, 1000ms), "") << before.size();
+    }
+}
+
+TEST(Confirmation, tellsALoadOfItsOwnFromASlowStream)
+{
+    Confirmation confirmation;
+    const auto ofItsOwn = [&](std::int64_t kilograms) {
+        confirmation.hear(weight(kilograms), false);
+        const auto print = confirmation.fallSilent(1300ms);
+        return print && print->counts && print->ofItsOwn;
+    };
+    EXPECT_TRUE(ofItsOwn(1234)); // behind the rest before all
+    EXPECT_TRUE(ofItsOwn(1234)); // the same key again
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(ofItsOwn(900)) << i;
+    EXPECT_EQ(silence(confirmation, 5000ms), "");
+    EXPECT_TRUE(ofItsOwn(700));
+}
+
 TEST(Confirmation, takesTheLinesOfASlowStreamForNoPrints)
 {
     Confirmation confirmation;

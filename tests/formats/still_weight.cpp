@@ -121,6 +121,24 @@ TEST(StillWeight, isTakenAgainWhenZeroWasDriftedBelow)
     EXPECT_TRUE(takes(still, standing(500), 200ms));
 }
 
+TEST(StillWeight, isNotTakenWhereZeroDrifts)
+{
+    StillWeight still;
+    EXPECT_TRUE(takes(still, standing(1234), 0ms));
+    for (const std::int64_t drift : {0, 1, 0, -1, 2, 20}) EXPECT_FALSE(takes(still, standing(drift), 1000ms)) << drift;
+    EXPECT_TRUE(takes(still, standing(800), 2000ms));
+}
+
+TEST(StillWeight, isTakenAlthoughTheEmptyScaleWasTakenForALoad)
+{
+    StillWeight still;
+    EXPECT_TRUE(takes(still, standing(1), 0ms)); // a leaf, when the program began
+    EXPECT_TRUE(takes(still, standing(500), 3600s));
+    EXPECT_FALSE(takes(still, standing(700), 7200s));
+    EXPECT_FALSE(takes(still, standing(1), 7300s));
+    EXPECT_TRUE(takes(still, standing(700), 7400s));
+}
+
 TEST(StillWeight, isTakenAgainWhenAFewLeavesWereLeftLying)
 {
     StillWeight still;

@@ -229,6 +229,29 @@ TEST(Verification, namesARestoredCopyAndExcusesWhatCameAfterIt)
     }
 }
 
+TEST(Verification, excusesByACopyNothingWhereWhatCameAfterItIsStillThere)
+{
+    Mill mill;
+    for (const int job : {1, 2, 3}) mill.line(season::pressing(noon + job, "Ali", 500, job));
+    mill.line(Restore{noon + 4, "Yag-2025-11-22.mdb", 1, 0});
+    mill.row(noon + 1, u"Ali", 500);
+    EXPECT_THAT(mill.found(), ElementsAre()); // two went with the copy
+    mill.row(noon + 3, u"Ali", 500);          // the file from before was laid back, and one row taken out
+    EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("4. satırdaki geri yükleme hiç yapılmamış")));
+}
+
+TEST(Verification, findsALogThatSaysTwoThingsOfOneLine)
+{
+    Mill mill;
+    mill.line(season::pressing(noon, "Ali", 500, 1));
+    const LoggedHead truth = mill.head();
+    LoggedHead forged = truth;
+    std::ranges::reverse(forged.seal);
+    for (const auto& heads : {std::vector{truth, forged}, {forged, truth}})
+        EXPECT_TRUE(firstFault(allLines(mill.disk, folder), heads));
+    EXPECT_FALSE(firstFault(allLines(mill.disk, folder), {truth, truth}));
+}
+
 TEST(Verification, findsTheLineThatACopyGoesUpTo)
 {
     Mill mill;
