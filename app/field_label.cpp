@@ -37,7 +37,9 @@ void FieldLabel::paintEvent(QPaintEvent*)
     // The line is that of the full size, so that neighbours stay level when one of them has to be drawn smaller. It
     // may rise beside the title: figures stand right, titles left.
     const int top = inner.bottom() - std::min(QFontMetrics(full).height(), inner.height()) + 1;
-    painter.setFont(painting::fitted(full, caption(), valuePixels_, inner.width()));
+    // A name may lose its beginning; a figure that did would be another figure.
+    const int least = valuePixels_ * (kind_ == Kind::name ? 2 : 1) / 3;
+    painter.setFont(painting::fitted(full, caption(), valuePixels_, inner.width(), least));
     painting::lineOfText(painter, QRect(inner.left(), top, inner.width(), inner.bottom() - top + 1),
                          (kind_ == Kind::name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter, caption());
 }

@@ -26,12 +26,20 @@ QFont sized(QFont font, int pixels, bool bold)
     return font;
 }
 
-QFont fitted(QFont font, const QString& text, int pixels, int width)
+QFont fitted(QFont font, const QString& text, int pixels, int width, int least)
 {
     font.setPixelSize(std::max(pixels, 1));
     const int needed = QFontMetrics(font).horizontalAdvance(text);
-    if (needed > width && needed > 0) font.setPixelSize(std::max(pixels * width / needed, pixels * 2 / 3));
+    if (needed > width) font.setPixelSize(std::max({pixels * width / needed, least, 1}));
+    // Letters do not shrink as evenly as their size, and a fraction of a pixel too wide is too wide for lineOfText().
+    const auto fits = [&] { return QFontMetrics(font).elidedText(text, Qt::ElideLeft, width) == text; };
+    while (!fits() && font.pixelSize() > std::max(least, 1)) font.setPixelSize(font.pixelSize() - 1);
     return font;
+}
+
+QFont fitted(const QFont& font, const QString& text, int pixels, int width)
+{
+    return fitted(font, text, pixels, width, pixels * 2 / 3);
 }
 
 void lineOfText(QPainter& painter, const QRect& area, Qt::Alignment place, const QString& text)

@@ -22,7 +22,9 @@ void box(QPainter& painter, const QRect& area, const QColor& fill, const QColor&
          int cornerRadius = radius);
 
 /// The font at that size, or smaller when the text would not fit the width; never below two thirds of it.
-QFont fitted(QFont font, const QString& text, int pixels, int width);
+QFont fitted(const QFont& font, const QString& text, int pixels, int width);
+/// The same with another smallest size.
+QFont fitted(QFont font, const QString& text, int pixels, int width, int least);
 
 /// One line, shortened at its start with an ellipsis when it does not fit: of what is being typed the end matters.
 void lineOfText(QPainter& painter, const QRect& area, Qt::Alignment place, const QString& text);

@@ -215,6 +215,38 @@ private slots:
         QVERIFY(!form.Label4[1]->geometry().intersects(form.KapCmd[1]->geometry()));
     }
 
+    void noDigitOfAFigureIsCut_data() { sizes(); }
+
+    void noDigitOfAFigureIsCut()
+    {
+        SizedScreen screen;
+        Form1& form = screen.form;
+        struct Figure {
+            FieldLabel* label;
+            const char* text;
+        };
+        form.run([&] { form.HakCmd[0]->setValue(true); });
+        // The fee of the station that has none beside its share.
+        const Figure figures[] = {{form.Haklbl[0], "88,88"},     {form.HakTut[0], "88.888"},
+                                  {form.Verilen[0], "88.888"},   {form.NakitLbl[1], "888.888,88"},
+                                  {form.Label2[0], "8.888.888"}, {form.Label3[0], "888.888"}};
+        for (const auto& [label, text] : figures) {
+            const auto drawn = [&](const QString& caption) {
+                label->CaptionLabel::setCaption(caption);
+                return label->grab().toImage();
+            };
+            const QString whole = QString::fromLatin1(text);
+            const QImage shown = drawn(whole);
+            // Whichever digit is another one, it is seen.
+            for (qsizetype i = 0; i < whole.size(); ++i) {
+                if (!whole[i].isDigit()) continue;
+                QString other = whole;
+                other[i] = u'3';
+                QVERIFY2(drawn(other) != shown, qPrintable(label->objectName() + u": "_s + other));
+            }
+        }
+    }
+
     void captionsFit_data() { sizes(); }
 
     void captionsFit()
