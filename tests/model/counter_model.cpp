@@ -245,8 +245,14 @@ void Counter::feeChanged()
             return;
         }
     const bool fraction = !isWhole(valueOf(now().fee));
-    // Whatever is being edited is written anew.
-    if (const auto value = numberIn(activeText())) put(active, written(*value, 0, fraction ? 3 : 0, true));
+    // Whatever is being edited is written anew; a name like 1e345, which no number can hold, stays as it is.
+    std::optional<double> value;
+    try {
+        value = numberIn(activeText());
+    } catch (const Error&) {
+        return;
+    }
+    if (value) put(active, written(*value, 0, fraction ? 3 : 0, true));
 }
 
 void Counter::nameChanged()
