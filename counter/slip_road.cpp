@@ -138,7 +138,7 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Pro
     const weights::NextLine line = at_.weights.place(note.moment);
     note.bookPlace = line.place.offset;
     note.bookSeal = line.place.seal;
-    if (line.head.number == 0) note.before = store::allPressings(at_.journal.database()).size();
+    if (line.head.number == 0) note.before = store::pressingCount(at_.journal.database());
     return note;
 }
 

@@ -200,4 +200,10 @@ std::vector<PressingKey> allPressings(Engine& engine)
     return found;
 }
 
+std::size_t pressingCount(Engine& engine)
+{
+    const Listing journal = engine.open(mill::journalTable);
+    return journal.rows.size() - engine.matching(journal, mill::totalsCriteria).size();
+}
+
 } // namespace store
