@@ -203,6 +203,7 @@ std::vector<PressingKey> allPressings(Engine& engine)
 std::size_t pressingCount(Engine& engine)
 {
     const Listing journal = engine.open(mill::journalTable);
+    if (journal.fields.size() <= mill::Hareket::CariHar) return journal.rows.size(); // no names, so no sums either
     return journal.rows.size() - engine.matching(journal, mill::totalsCriteria).size();
 }
 
