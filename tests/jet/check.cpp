@@ -74,6 +74,15 @@ struct Patient {
     {
         for (const int byte : bytes) pager().write(page)[at++] = static_cast<std::uint8_t>(byte);
     }
+    /// Sets the bit of the first page behind the end.
+    void pointPastTheEnd(MapRef map)
+    {
+        namespace at = usage_map_layout;
+        const std::size_t row = startOf({map.page, map.slot});
+        const auto bit = pager().pageCount() - at::firstPage.get(pager().read(map.page).subspan(row)).number();
+        const std::size_t byte = row + at::inlineBits + bit / 8;
+        poke(map.page, byte, {pager().read(map.page)[byte] | 1 << bit % 8});
+    }
     template <class Field, class Value> void put(PageNo page, Field, Value value, std::size_t record = 0)
     {
         Field::put(pager().write(page).subspan(record), value);
@@ -179,6 +188,18 @@ RowTable<Damage> checkDamage()
     });
     fault("list of roomy pages with a foreign one", "yer olan sayfaları arasında",
           [](Patient& p) { mapSet(p.pager(), p.small().definition.freeSpace, p.dataPage(p.large())); });
+    for (const auto& [title, mapOf] : {
+             std::pair{"list of roomy pages that leads past the end",
+                       +[](Patient& p) { return p.small().definition.freeSpace; }},
+             std::pair{"map of an index that leads past the end",
+                       +[](Patient& p) { return p.small().definition.indexes.front().ownedPages; }},
+             std::pair{"map of long values that leads past the end",
+                       +[](Patient& p) { return p.large().definition.longValues.front().owned; }},
+             std::pair{"list of pages with room for long values that leads past the end",
+                       +[](Patient& p) { return p.large().definition.longValues.front().freeSpace; }},
+         })
+        fault(title, "dosyada olmayan sayfaları gösteriyor",
+              [mapOf = mapOf](Patient& p) { p.pointPastTheEnd(mapOf(p)); });
     fault("map page of another kind", "harita",
           [](Patient& p) { p.put(p.small().definition.owned.page, row_page_layout::owner, PageNo(9)); });
     warning("bits in the second global map", "ikinci haritada", [](Patient& p) {
@@ -359,6 +380,23 @@ TEST_P(CheckDamage, everyDamageIsNamed)
     if (!damage.isFault) {
         ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
     }
+}
+
+// The file would grow by the very page that the map of another table has a bit for.
+TEST(Check, nothingIsWrittenWhereTheMapOfAnyTableLeadsPastTheEnd)
+{
+    Patient patient;
+    {
+        Transaction change(patient.pager());
+        patient.pointPastTheEnd(patient.large().definition.longValues.front().owned);
+        change.commit();
+    }
+    patient.states.clear();
+    patient.database.reset();
+    patient.database = Database::open(patient.disk, file);
+    for (const char16_t* table : {u"Küçük", MixedWork::table})
+        ASSERT_THAT(patient.database->table(table).whyReadOnly().value_or(""),
+                    HasSubstr("dosyada olmayan sayfaları gösteriyor"));
 }
 
 TEST(Check, progressRunsFromZeroToHundred)

@@ -177,8 +177,15 @@ private:
         }
     }
 
+    /// A bit for a page behind the end would make it two owners' as soon as the file grows.
+    void checkEnd(MapRef map)
+    {
+        if (mapLeadsPastTheEnd(pager_, map)) fault(map.page, "bir harita dosyada olmayan sayfaları gösteriyor");
+    }
+
     void checkSubset(MapRef room, const std::vector<PageNo>& owned, const std::string& what)
     {
+        checkEnd(room);
         for (const PageNo page : jet::mapPages(pager_, room))
             if (!std::binary_search(owned.begin(), owned.end(), page))
                 fault(page, what + " yer olan sayfaları arasında, ama onun sayfası değil");
@@ -190,6 +197,7 @@ private:
         const TableDefinition& definition = table_.definition;
         report_.attempt([&] { checkMapPlace(definition.owned, owner); });
         report_.attempt([&] { checkMapPlace(definition.freeSpace, owner); });
+        report_.attempt([&] { checkEnd(definition.owned); });
         dataPages_ = table_.dataPages();
         for (const PageNo page : *dataPages_) owners_.claim(owner, page);
         checkSubset(definition.freeSpace, *dataPages_, "tablonun");
@@ -202,6 +210,7 @@ private:
         RowSet& used = longValues_[maps.column].used;
         report_.attempt([&] { checkMapPlace(maps.owned, owner); });
         if (!maps.freeSpace.none()) report_.attempt([&] { checkMapPlace(maps.freeSpace, owner); });
+        checkEnd(maps.owned);
         const std::vector<PageNo> pages = jet::mapPages(pager_, maps.owned);
         for (const PageNo page : pages) {
             used.addPage(page);
@@ -344,7 +353,9 @@ private:
             (index.names.empty() ? std::string("adsız dizin") : quotedName(index.names.front()) + " dizini");
         const auto owner = owners_.add(which);
         report_.attempt([&] {
-            if (!index.ownedPages.none()) checkMapPlace(index.ownedPages, owner);
+            if (index.ownedPages.none()) return;
+            checkMapPlace(index.ownedPages, owner);
+            checkEnd(index.ownedPages);
         });
         std::vector<std::string> faults;
         std::vector<std::string> warnings;

@@ -38,21 +38,40 @@ std::vector<PageNo> pagesOf(Pager& pager, const TableDefinition& table)
     return pages;
 }
 
+std::vector<MapRef> mapsOf(const TableDefinition& table)
+{
+    std::vector<MapRef> maps{table.owned, table.freeSpace};
+    for (const Index& index : table.indexes) maps.push_back(index.ownedPages);
+    for (const LongValueMaps& each : table.longValues) maps.insert(maps.end(), {each.owned, each.freeSpace});
+    std::erase_if(maps, [](const MapRef& map) { return map.none(); });
+    return maps;
+}
+
 /// Pages that hold the maps themselves. Several maps share one, those of different tables too.
 void addMapHolders(const TableDefinition& table, std::vector<PageNo>& pages)
 {
-    pages.push_back(table.owned.page);
-    pages.push_back(table.freeSpace.page);
-    for (const Index& index : table.indexes) pages.push_back(index.ownedPages.page);
-    for (const LongValueMaps& maps : table.longValues) {
-        pages.push_back(maps.owned.page);
-        pages.push_back(maps.freeSpace.page);
-    }
+    for (const MapRef& map : mapsOf(table)) pages.push_back(map.page);
+}
+
+/// The page that a map stands on which lists pages behind the end of the file: they would have another owner, too, as
+/// soon as it grows.
+std::optional<PageNo> mapPastTheEnd(Pager& pager, const TableDefinition& table)
+{
+    for (const MapRef& map : mapsOf(table))
+        if (mapLeadsPastTheEnd(pager, map)) return map.page;
+    return std::nullopt;
+}
+
+std::string twoOwners(PageNo page) { return std::to_string(page.number()) + " numaralı sayfanın iki sahibi var"; }
+
+std::string leadsPastTheEnd(PageNo page)
+{
+    return std::to_string(page.number()) + " numaralı sayfadaki bir harita dosyada olmayan sayfaları gösteriyor";
 }
 
 } // namespace
 
-std::optional<PageNo> contestedPage(const Table::State& table, const std::vector<PageNo>& indexPages)
+std::optional<std::string> contestedPage(const Table::State& table, const std::vector<PageNo>& indexPages)
 {
     Pager& pager = table.pager;
     enum class Owner : std::uint8_t { nobody, mapHolder, other, thisTable };
@@ -66,6 +85,7 @@ std::optional<PageNo> contestedPage(const Table::State& table, const std::vector
         if (entry.definition == table.definition.page) continue;
         try {
             const TableDefinition other = readTableDefinition(pager, entry.definition);
+            if (const auto page = mapPastTheEnd(pager, other)) return leadsPastTheEnd(*page);
             for (const PageNo page : pagesOf(pager, other)) owners[page.number()] = Owner::other;
             addMapHolders(other, holders);
         } catch (const Error& error) {
@@ -73,20 +93,20 @@ std::optional<PageNo> contestedPage(const Table::State& table, const std::vector
         }
     }
     for (const PageNo page : holders) {
-        if (page != 0 && owners[page.number()] == Owner::nobody) owners[page.number()] = Owner::mapHolder;
+        if (owners[page.number()] == Owner::nobody) owners[page.number()] = Owner::mapHolder;
     }
+    if (const auto page = mapPastTheEnd(pager, table.definition)) return leadsPastTheEnd(*page);
     holders.clear();
     addMapHolders(table.definition, holders);
     for (const PageNo page : holders) {
-        if (page == 0) continue;
-        if (owners[page.number()] == Owner::other) return page;
+        if (owners[page.number()] == Owner::other) return twoOwners(page);
         owners[page.number()] = Owner::mapHolder;
     }
 
     std::vector<PageNo> mine = pagesOf(pager, table.definition);
     mine.insert(mine.end(), indexPages.begin(), indexPages.end());
     for (const PageNo page : mine) {
-        if (owners[page.number()] != Owner::nobody) return page;
+        if (owners[page.number()] != Owner::nobody) return twoOwners(page);
         owners[page.number()] = Owner::thisTable;
     }
     return std::nullopt;

@@ -68,10 +68,8 @@ public:
             if (const std::optional<std::string> fault = indexFault(expected))
                 return refuseIndex(expected.index(), *fault);
         }
-        if (const std::optional<PageNo> page = contestedPage(table_, indexPages_)) {
-            return refuse(Fault::readOnly, "bozuk: " + std::to_string(page->number()) +
-                                               " numaralı sayfanın iki sahibi var; dosyayı Access ile onarın");
-        }
+        if (const std::optional<std::string> why = contestedPage(table_, indexPages_))
+            return refuse(Fault::readOnly, "bozuk: " + *why + "; dosyayı Access ile onarın");
         return std::nullopt;
     }
 
