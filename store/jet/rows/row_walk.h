@@ -44,10 +44,18 @@ public:
     /// The row of a head, a live slot of a page of the table. A moved one is looked at through `passing` where given.
     Row read(RowId head, PageView page, Slot slot, PageBuffer* passing = nullptr) const
     {
-        Row row{head, slotBytes(page, slot)};
+        Row row;
+        readInto(row, head, page, slot, passing);
+        return row;
+    }
+    /// The same into a row that is there, for walks: a copy of it would cost as much as the look.
+    void readInto(Row& row, RowId head, PageView page, Slot slot, PageBuffer* passing) const
+    {
+        row.body = head;
+        row.bytes = slotBytes(page, slot);
+        row.damage = nullptr;
         if (slot.pointer) followPointer(row, page, slot, passing);
         if (row.damage == nullptr) row.damage = rowDamage(*layout_, row.bytes);
-        return row;
     }
     /// The row whose head stands there; nothing when there is none. Looking at one row alone cannot tell that another
     /// head leads to its body.
@@ -115,19 +123,22 @@ public:
         for (;;) {
             while (slot_ < slotEnd_) {
                 const PageView page(page_, pageSize);
-                head_.slot = slot_;
+                // A head_ of which only the slot was stored could not be read whole before the store is done: 10 ns a
+                // row.
+                const RowId head{head_.page, slot_};
+                head_ = head;
                 const std::optional<Slot> slot = slotAt(page, slot_, slotEnd_.number());
                 ++slot_;
                 if (!slot) {
-                    receiver.damagedRow(head_, RowReader::slotDamage);
+                    receiver.damagedRow(head, RowReader::slotDamage);
                 } else if (slot->live()) {
-                    row_ = reader_.read(head_, page, *slot, use_ == PageUse::pass ? &movedRow_ : nullptr);
-                    if (slot->pointer && row_.body != head_ && !reached_.insert(row_.body.packed()).second)
+                    reader_.readInto(row_, head, page, *slot, use_ == PageUse::pass ? &movedRow_ : nullptr);
+                    if (slot->pointer && row_.body != head && !reached_.insert(row_.body.packed()).second)
                         row_.damage = "satırın taşındığı yere iki yerden geliniyor";
                     if (row_.damage == nullptr) return true;
-                    receiver.damagedRow(head_, row_.damage);
+                    receiver.damagedRow(head, row_.damage);
                 } else if (slot->body()) {
-                    receiver.body(head_);
+                    receiver.body(head);
                 }
             }
             if (nextPage_ == pages_->size()) return false;
