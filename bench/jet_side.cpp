@@ -8,7 +8,6 @@
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
 #include "tools/database_tool.h"
-#include "tools/field_text.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -246,17 +245,17 @@ void exports(const SharedSession& session)
         const int nowhere = ::open("/dev/null", O_WRONLY);
         std::size_t rows = 0;
         for ([[maybe_unused]] auto _ : state) {
-            tools::Output out(nowhere);
+            exchange::Output out(nowhere);
             rows = 0;
             for (const char16_t* name : {u"Cari", u"Hareket"}) {
                 const jet::Table& table = (**session).table(name);
-                tools::FieldWriter writer(out);
+                exchange::FieldWriter writer(out);
                 table.forEachRow([&](jet::RowId, const jet::RowView& row) {
                     for (std::size_t field = 0; field < table.columns().size(); ++field) {
                         if (field > 0) out.put(',');
                         writer.put(row, field, table.columns()[field]);
                     }
-                    tools::putCsvLineEnd(out);
+                    exchange::putCsvLineEnd(out);
                     ++rows;
                     return true;
                 });

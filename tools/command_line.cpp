@@ -41,6 +41,38 @@ std::filesystem::path pathOf(const std::string& utf8)
 
 void misused(const std::string& sentence) { throw files::Error(files::Fault::badValue, sentence); }
 
+std::optional<std::string> Parsed::option(std::string_view name) const
+{
+    const auto found = options.find(name);
+    return found == options.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::string> Parsed::oneOf(std::string_view name, std::initializer_list<std::string_view> allowed) const
+{
+    const auto given = option(name);
+    if (!given || std::ranges::find(allowed, *given) != allowed.end()) return given;
+    std::string names;
+    for (const std::string_view each : allowed) names += (names.empty() ? "" : ", ") + std::string(each);
+    misused(std::string(name) + " şunlardan biri olmalı: " + names + ".");
+}
+
+Parsed parse(std::string_view command, Arguments arguments, std::initializer_list<std::string_view> known)
+{
+    Parsed parsed;
+    const std::string help = "; yardım için: presva-mdb " + std::string(command) + " --help";
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& word = arguments[i];
+        if (!word.starts_with('-') || word.size() == 1) {
+            parsed.words.push_back(word);
+            continue;
+        }
+        if (std::ranges::find(known, word) == known.end()) misused("'" + word + "' diye bir seçenek yok" + help);
+        if (i + 1 == arguments.size()) misused("'" + word + "' seçeneğinin değeri eksik" + help);
+        if (!parsed.options.emplace(word, arguments[++i]).second) misused("'" + word + "' iki kez verilmiş" + help);
+    }
+    return parsed;
+}
+
 void say(Output& out, const std::string& line)
 {
     out.put(line);

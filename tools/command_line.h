@@ -1,16 +1,23 @@
 #pragma once
 
+#include "exchange/output.h"
 #include "store/jet/values/value.h"
-#include "tools/csv.h"
 
+#include <cstddef>
 #include <filesystem>
+#include <initializer_list>
+#include <map>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 /// What the commands of presva-mdb have in common.
 namespace tools {
 
 using Arguments = std::span<const std::string>;
+using exchange::Output;
 
 inline constexpr int standardOutput = 1;
 inline constexpr int standardError = 2;
@@ -37,6 +44,20 @@ std::filesystem::path pathOf(const std::string& utf8);
 
 /// Ends the command: it was called in a way that it does not know.
 [[noreturn]] void misused(const std::string& sentence);
+
+/// What stands behind a command's name: words, and options with a value each.
+struct Parsed {
+    std::vector<std::string> words;
+    std::map<std::string, std::string, std::less<>> options;
+
+    std::optional<std::string> option(std::string_view name) const;
+    /// The option is one of these; nothing when it was not given. Misused for another one.
+    std::optional<std::string> oneOf(std::string_view name, std::initializer_list<std::string_view> allowed) const;
+};
+
+/// Takes the arguments of a command apart. Misused for an option that is not among `known`, one without its value and
+/// one given twice. A word that begins with "-" and is longer is an option.
+Parsed parse(std::string_view command, Arguments arguments, std::initializer_list<std::string_view> known);
 
 /// A finished statement in one line on standard output.
 void say(Output& out, const std::string& line);

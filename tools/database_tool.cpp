@@ -1,13 +1,14 @@
 #include "tools/database_tool.h"
 
+#include "exchange/csv.h"
+#include "exchange/field_text.h"
 #include "files/own_bug.h"
 #include "mill/tables.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
 #include "tools/command_line.h"
-#include "tools/csv.h"
-#include "tools/field_text.h"
+#include "tools/exchange_commands.h"
 #include "tools/repair_commands.h"
 #include "tools/weight_commands.h"
 
@@ -23,6 +24,10 @@
 namespace tools {
 
 namespace {
+
+using exchange::FieldWriter;
+using exchange::putCsvLineEnd;
+using exchange::putCsvText;
 
 std::string collationName(jet::Collation collation)
 {
@@ -74,7 +79,8 @@ void describe(Output& out, const jet::Table& table)
 {
     say(out, jet::toUtf8(table.name()) + ": " + std::to_string(countRows(table)) + " satır");
     for (const jet::Column& column : table.columns())
-        say(out, "    " + jet::toUtf8(column.name) + "  " + typeName(column) + (column.required ? ", zorunlu" : ""));
+        say(out, "    " + jet::toUtf8(column.name) + "  " + exchange::typeName(column) +
+                     (column.required ? ", zorunlu" : ""));
     for (const jet::Index& index : table.indexes()) {
         std::string line = "    dizin ";
         for (const std::u16string& name : index.names)
@@ -120,133 +126,6 @@ void putHeader(Output& out, const std::vector<std::u16string>& names)
         putCsvText(out, jet::toUtf8(names[i]));
     }
     putCsvLineEnd(out);
-}
-
-int exportTable(files::Disk& disk, Arguments arguments)
-{
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-    const jet::Table& table = database->table(jet::fromUtf8(arguments[1]));
-    const std::vector<jet::Column>& columns = table.columns();
-    Output out(standardOutput);
-    std::vector<std::u16string> names;
-    names.reserve(columns.size());
-    for (const jet::Column& column : columns) names.push_back(column.name);
-    putHeader(out, names);
-
-    // What can be read of a damaged table is worth having; the exit code tells that it is not all.
-    Progress progress("Aktarılıyor");
-    constexpr std::uint64_t perStep = 4096;
-    const std::uint64_t expected = std::max<std::uint64_t>(table.rowCount(), 1);
-    FieldWriter writer(out);
-    std::uint64_t rows = 0;
-    std::uint64_t damagedRows = 0;
-    std::string firstDamage;
-    const auto noteDamage = [&](const jet::Error& error) {
-        if (error.fault() != jet::Fault::damaged) throw error;
-        if (damagedRows++ == 0) firstDamage = error.what();
-    };
-    // In passing: a table may be larger than memory.
-    jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
-    const auto step = [&] {
-        for (;;) {
-            try {
-                return cursor.next();
-            } catch (const jet::Error& error) {
-                noteDamage(error);
-            }
-        }
-    };
-    while (step()) {
-        for (std::size_t column = 0; column < columns.size(); ++column) {
-            if (column > 0) out.put(',');
-            try {
-                writer.put(cursor.row(), column, columns[column]);
-            } catch (const jet::Error& error) {
-                noteDamage(error);
-            }
-        }
-        putCsvLineEnd(out);
-        if (++rows % perStep == 0) progress(static_cast<int>(std::min<std::uint64_t>(99, rows * 100 / expected)));
-    }
-    out.flush();
-    if (damagedRows > 0)
-        throw jet::Error(jet::Fault::damaged,
-                         std::to_string(damagedRows) + " yer okunamadı, geri kalanı yazıldı. İlki: " + firstDamage);
-    return 0;
-}
-
-/// The whole text of a file, or of standard input for "-".
-std::string wholeText(files::Disk& disk, const std::string& name)
-{
-    if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-    const auto file = disk.open(pathOf(name), files::Disk::Access::readOnly);
-    std::string text(file->size(), '\0');
-    const std::size_t count = file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
-    text.resize(count);
-    return text;
-}
-
-/// Adds the rows of a CSV, all or none; says how many.
-std::uint64_t addRows(jet::Database& database, Arguments arguments, const std::string& text)
-{
-    jet::Table& table = database.table(jet::fromUtf8(arguments[1]));
-
-    CsvReader reader(text);
-    std::vector<CsvField> record;
-    if (!reader.next(record)) misused("'" + arguments[2] + "' boş; ilk satırda sütun adları olmalı.");
-    std::vector<std::size_t> positions;
-    for (const CsvField& field : record) {
-        const auto column = table.columnNamed(jet::fromUtf8(field.text));
-        if (!column)
-            throw jet::Error(jet::Fault::noSuchTable, "'" + arguments[1] + "' tablosunda '" + field.text +
-                                                          "' adlı sütun yok; CSV'nin ilk satırını düzeltin.");
-        if (std::ranges::find(positions, *column) != positions.end())
-            misused("'" + field.text + "' sütunu CSV'nin ilk satırında iki kez geçiyor.");
-        positions.push_back(*column);
-    }
-    if (positions.size() == 1) reader.countEmptyLines();
-
-    Progress progress("Yükleniyor");
-    jet::Transaction change(database.pager());
-    std::vector<jet::Assignment> values;
-    std::uint64_t rows = 0;
-    while (reader.next(record)) {
-        const auto where = [&] { return "CSV'nin " + std::to_string(reader.line()) + ". satırı: "; };
-        if (record.size() != positions.size())
-            misused(where() + std::to_string(record.size()) + " alan var, " + std::to_string(positions.size()) +
-                    " olmalı; hiçbir satır yüklenmedi.");
-        values.clear();
-        try {
-            for (std::size_t i = 0; i < record.size(); ++i) {
-                const jet::Column& column = table.columns()[positions[i]];
-                try {
-                    jet::Value value = parseField(record[i], column);
-                    if (!jet::isNull(value)) values.push_back({positions[i], std::move(value)});
-                } catch (const jet::Error& error) {
-                    throw jet::Error(error.fault(), "'" + jet::toUtf8(column.name) + "' alanı: " + error.what() + ".");
-                }
-            }
-            table.insert(values);
-        } catch (const jet::Error& error) {
-            throw jet::Error(error.fault(), where() + error.what() + " Hiçbir satır yüklenmedi.");
-        }
-        ++rows;
-        progress(reader.percent());
-    }
-    change.commit();
-    return rows;
-}
-
-int importTable(files::Disk& disk, Arguments arguments)
-{
-    const std::string text = wholeText(disk, arguments[2]);
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]));
-    const std::uint64_t rows =
-        jet::onWhatIsThere(database->pager(), [&] { return addRows(*database, arguments, text); });
-    Output out(standardOutput);
-    say(out, std::to_string(rows) + " satır yüklendi.");
-    out.flush();
-    return 0;
 }
 
 bool beginsWithWord(std::string_view text, std::string_view word)
@@ -325,12 +204,23 @@ constexpr Command commands[] = {
     {"check", "DOSYA", "dosyanın her sayfasını, satırını ve dizin girişini denetler",
      "Her hatayı bir satırda adıyla yazar. Yalnızca dosya sağlamsa 0 ile biter. Uyarılar zararsızdır.\n"
      "Bozuk dosyada nelerin kurtarılabileceğini de söyler. Dosyada hiçbir şey değiştirmez.\n", 1, 1, check},
-    {"export", "DOSYA TABLO", "bir tabloyu CSV olarak yazar",
-     "Standart çıktıya yazar: ilk satırda sütun adları, UTF-8, virgülle ayrılmış, ondalıklar noktalı,\n"
-     "tarihler 2025-11-20T14:05:00 gibi. Boş alan hiçbir şey, boş metin iki tırnaktır.\n", 2, 2, exportTable},
-    {"import", "DOSYA TABLO CSV", "CSV satırlarını bir tabloya ekler",
-     "CSV, export komutunun yazdığı biçimdedir; ilk satır sütun adlarıdır, eksik sütunlar boş kalır.\n"
-     "Ya bütün satırlar yüklenir ya hiçbiri. CSV yerine - verilirse standart girdi okunur.\n", 3, 3, importTable},
+    {"export", "DOSYA TABLO [--out ÇIKTI] | DOSYA --all KLASÖR [--format csv|jsonl|xlsx]",
+     "bir tabloyu ya da bütün tabloları CSV, JSON satırları ya da hesap tablosu olarak yazar",
+     "--out verilmezse standart çıktıya yazar; --all her tabloyu KLASÖR'de kendi dosyasına yazar. Var olan bir\n"
+     "dosyanın üstüne yazmaz. --format verilmezse ÇIKTI'nın uzantısı, o da yoksa csv seçilir.\n"
+     "csv:   ilk satırda sütun adları, UTF-8, virgülle ayrılmış, ondalıklar noktalı, tarihler 2025-11-20T14:05:00\n"
+     "       gibi. Boş alan hiçbir şey, boş metin iki tırnaktır.\n"
+     "jsonl: her satır bir JSON nesnesidir; sayılar sayı, boş alan null, tarihler csv'deki gibi.\n"
+     "xlsx:  gerçek sayılar ve tarihler; 15 basamaktan uzun sayılar ve Mart 1900'den eski tarihler metindir.\n"
+     "       Bir hücreye sığmayan değer (32767 harften uzun) boş bırakılır ve söylenir.\n", 2, 6, exportTables},
+    {"import", "DOSYA TABLO CSV [--encoding K] [--delimiter A] [--decimal point|comma] [--dates dmy|mdy]",
+     "CSV satırlarını bir tabloya ekler",
+     "İlk satır sütun adlarıdır; eksik sütunlar boş kalır. Ya bütün satırlar yüklenir ya hiçbiri; okunamayan satır\n"
+     "numarasıyla söylenir. CSV yerine - verilirse standart girdi okunur.\n"
+     "Kodlama (utf-8, utf-16le, utf-16be, 1254, 857), ayraç (, ; tab), ondalık işareti ve tarihlerin gün-ay sırası\n"
+     "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
+     "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"
+     "Boş alan hiçbir şey, iki tırnak boş metindir.\n", 3, 11, importTable},
     {"sql", "DOSYA METİN", "bir Select sorgusunu ya da DELETE deyimini çalıştırır",
      "Select'in satırlarını CSV olarak, DELETE'in sildiği satırların sayısını yazar.\n", 2, 2, runSql},
     {"compact", "DOSYA ÇIKTI", "silinenlerden kalan boşlukları atarak yeni bir dosyaya yazar",

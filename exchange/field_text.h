@@ -1,14 +1,14 @@
 #pragma once
 
+#include "exchange/csv.h"
 #include "store/jet/table/table.h"
-#include "tools/csv.h"
 
 #include <string>
 #include <string_view>
 
 /// Fields as texts that every program reads the same: 2025-11-20T14:05:00 for dates, a point before decimals, true and
 /// false, hexadecimal digits for bytes, {8-4-4-4-12} for GUIDs.
-namespace tools {
+namespace exchange {
 
 /// Writes the fields of rows. Keeps what the last row taught it: the texts of whole days are used again.
 class FieldWriter {
@@ -38,4 +38,4 @@ jet::Value parseField(const CsvField& field, const jet::Column& column);
 /// Name of a column's type as people know it.
 std::string typeName(const jet::Column& column);
 
-} // namespace tools
+} // namespace exchange

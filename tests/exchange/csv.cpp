@@ -1,10 +1,10 @@
-#include "tools/csv.h"
+#include "exchange/csv.h"
+#include "exchange/field_text.h"
 #include "files/error.h"
 #include "store/jet/values/calendar.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 #include "tests/support/text.h"
-#include "tools/field_text.h"
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@
 #include <memory>
 #include <random>
 
-using namespace tools;
+using namespace exchange;
 using jet::ColumnType;
 
 namespace {

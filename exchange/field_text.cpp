@@ -1,4 +1,4 @@
-#include "tools/field_text.h"
+#include "exchange/field_text.h"
 
 #include "files/error.h"
 #include "store/jet/format/format.h"
@@ -15,7 +15,7 @@
 #include <cmath>
 #include <utility>
 
-namespace tools {
+namespace exchange {
 
 namespace {
 
@@ -484,4 +484,4 @@ std::string typeName(const jet::Column& column)
     return "?";
 }
 
-} // namespace tools
+} // namespace exchange

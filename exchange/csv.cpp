@@ -1,47 +1,10 @@
-#include "tools/csv.h"
+#include "exchange/csv.h"
 
 #include "files/error.h"
-#include "platform/console.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <system_error>
 
-namespace tools {
-
-namespace {
-
-constexpr std::size_t bufferSize = std::size_t{1} << 20;
-
-} // namespace
-
-Output::Output(int descriptor) : descriptor_(descriptor), buffer_(bufferSize) {}
-
-void Output::put(std::string_view text)
-{
-    while (!text.empty()) {
-        if (used_ == buffer_.size()) flush();
-        const std::size_t count = std::min(text.size(), buffer_.size() - used_);
-        std::memcpy(buffer_.data() + used_, text.data(), count);
-        used_ += count;
-        text.remove_prefix(count);
-    }
-}
-
-void Output::flush()
-{
-    std::size_t done = 0;
-    while (done < used_) {
-        const long long count = platform::writeSome(descriptor_, buffer_.data() + done, used_ - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0)
-            throw files::Error(files::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
-                                                       "); çıktının gittiği yeri denetleyin.");
-        done += static_cast<std::size_t>(count);
-    }
-    used_ = 0;
-}
+namespace exchange {
 
 void putCsvText(Output& out, std::string_view text)
 {
@@ -63,7 +26,7 @@ void putCsvText(Output& out, std::string_view text)
 
 void putCsvLineEnd(Output& out) { out.put("\r\n"); }
 
-CsvReader::CsvReader(std::string_view text) : text_(text)
+CsvReader::CsvReader(std::string_view text, char delimiter) : text_(text), fieldEnds_({delimiter, '\r', '\n'})
 {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (text_.starts_with(byteOrderMark)) at_ = byteOrderMark.size();
@@ -81,7 +44,7 @@ bool CsvReader::next(std::vector<CsvField>& record)
         if (count == record.size()) record.emplace_back();
         readField(record[count++]);
         if (atLineEnd()) break;
-        ++at_; // the comma
+        ++at_; // the delimiter
     }
     record.resize(count);
     if (at_ < text_.size()) passLineEnd();
@@ -99,7 +62,7 @@ void CsvReader::readField(CsvField& field)
     field.text.clear();
     field.quoted = at_ < text_.size() && text_[at_] == '"';
     if (!field.quoted) {
-        const std::size_t end = std::min(text_.find_first_of(",\r\n", at_), text_.size());
+        const std::size_t end = std::min(text_.find_first_of(fieldEnds_, at_), text_.size());
         field.text.assign(text_.substr(at_, end - at_));
         at_ = end;
         return;
@@ -119,10 +82,10 @@ void CsvReader::readField(CsvField& field)
         field.text += '"';
         ++at_;
     }
-    if (!atLineEnd() && text_[at_] != ',')
+    if (!atLineEnd() && text_[at_] != fieldEnds_.front())
         throw files::Error(files::Fault::syntax,
                            "CSV'nin " + std::to_string(line_) +
                                ". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.");
 }
 
-} // namespace tools
+} // namespace exchange

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "exchange/output.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -8,36 +10,7 @@
 /// Tables as comma-separated values (RFC 4180): UTF-8, lines end in CR LF, a field is quoted where it holds a comma, a
 /// quote or a line end. Null is an empty field, an empty text is a quoted empty field; in a table of one column Null is
 /// an empty line.
-namespace tools {
-
-/// Collects output and hands it to a file descriptor in large pieces. Throws files::Error (Fault::disk) when the
-/// descriptor takes no more; what was not flushed when the object goes is lost.
-class Output {
-public:
-    explicit Output(int descriptor);
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    /// Room for at least `count` characters (up to 64 Ki), to be filled and then taken() up to where it was filled.
-    char* room(std::size_t count)
-    {
-        if (buffer_.size() - used_ < count) flush();
-        return buffer_.data() + used_;
-    }
-    void taken(const char* end) { used_ = static_cast<std::size_t>(end - buffer_.data()); }
-    void put(char c)
-    {
-        *room(1) = c;
-        ++used_;
-    }
-    void put(std::string_view text);
-    void flush();
-
-private:
-    int descriptor_;
-    std::vector<char> buffer_;
-    std::size_t used_ = 0;
-};
+namespace exchange {
 
 /// The text as one field, quoted where it must be.
 void putCsvText(Output& out, std::string_view text);
@@ -48,11 +21,11 @@ struct CsvField {
     bool quoted = false;
 };
 
-/// Reads records one after another; also those that end in LF or CR alone.
+/// Reads records one after another; also those that end in LF or CR alone, and with another delimiter than a comma.
 class CsvReader {
 public:
     /// `text` must live as long as the reader. A byte order mark in front is passed over.
-    explicit CsvReader(std::string_view text);
+    explicit CsvReader(std::string_view text, char delimiter = ',');
     /// False behind the last record. Throws files::Error (Fault::syntax) with the line for a quote out of place.
     bool next(std::vector<CsvField>& record);
     /// From here on an empty line is a record with one empty field, as a table of one column has it for Null; as a rule
@@ -69,10 +42,11 @@ private:
     bool atLineEnd() const { return at_ == text_.size() || text_[at_] == '\r' || text_[at_] == '\n'; }
 
     std::string_view text_;
+    std::string fieldEnds_; ///< the delimiter, and what ends a line
     std::size_t at_ = 0;
     std::size_t line_ = 1;
     std::size_t recordLine_ = 0;
     bool emptyLinesCount_ = false;
 };
 
-} // namespace tools
+} // namespace exchange

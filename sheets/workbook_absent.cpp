@@ -1,0 +1,26 @@
+#include "sheets/workbook.h"
+
+#include "files/error.h"
+
+namespace sheets {
+
+struct Workbook::State {};
+
+bool available() { return false; }
+
+Workbook::Workbook(const std::filesystem::path&)
+{
+    throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş).");
+}
+
+Workbook::~Workbook() = default;
+void Workbook::beginSheet(std::string_view, const std::vector<Heading>&) {}
+bool Workbook::text(std::size_t, const std::string&) { return false; }
+void Workbook::number(std::size_t, double) {}
+void Workbook::money(std::size_t, double) {}
+void Workbook::moment(std::size_t, double) {}
+void Workbook::boolean(std::size_t, bool) {}
+void Workbook::nextRow() {}
+void Workbook::close() {}
+
+} // namespace sheets

@@ -1,0 +1,196 @@
+#include "sheets/workbook.h"
+
+#include "files/error.h"
+#include "files/quoted_path.h"
+
+#include <xlsxwriter.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace sheets {
+
+namespace {
+
+constexpr std::size_t longestName = 31; ///< characters of a sheet's name
+
+/// The beginning of a UTF-8 text, of at most that many characters.
+std::string beginning(std::string_view text, std::size_t characters)
+{
+    std::size_t end = 0;
+    for (; end < text.size(); ++end) {
+        const bool begins = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
+        if (begins && characters-- == 0) break;
+    }
+    return std::string(text.substr(0, end));
+}
+
+/// UTF-16 units, which is how the format counts letters.
+std::size_t lettersIn(std::string_view utf8)
+{
+    std::size_t letters = 0;
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        letters += ((byte & 0xC0) != 0x80 ? 1U : 0U) + (byte >= 0xF0 ? 1U : 0U);
+    }
+    return letters;
+}
+
+/// A name that the format allows.
+std::string allowedName(std::string_view name)
+{
+    std::string allowed(name);
+    for (char& c : allowed)
+        if (std::string_view("[]:*?/\\").find(c) != std::string_view::npos) c = '_';
+    if (allowed.empty() || allowed.front() == '\'') allowed.insert(0, "_");
+    allowed = beginning(allowed, longestName);
+    if (allowed.back() == '\'') allowed.back() = '_';
+    return allowed;
+}
+
+} // namespace
+
+struct Workbook::State {
+    lxw_worksheet* newSheet();
+    void beginPart();
+    /// The sheet for the row at hand.
+    lxw_worksheet* at()
+    {
+        if (row == mostRows) beginPart();
+        return sheet;
+    }
+
+    std::filesystem::path path;
+    std::string utf8Path;
+    lxw_workbook* book = nullptr;
+    lxw_format* bold = nullptr;
+    lxw_format* money = nullptr;
+    lxw_format* day = nullptr;
+    lxw_format* minute = nullptr;
+    lxw_format* second = nullptr;
+    lxw_worksheet* sheet = nullptr;
+    std::string name;
+    std::vector<Heading> headings;
+    lxw_row_t row = 0;
+    int part = 0; ///< of the sheets of that name
+};
+
+bool available() { return true; }
+
+Workbook::Workbook(const std::filesystem::path& path) : state_(std::make_unique<State>())
+{
+    State& s = *state_;
+    s.path = path;
+    const std::u8string text = path.u8string();
+    s.utf8Path.assign(text.begin(), text.end());
+    lxw_workbook_options options{};
+    options.constant_memory = LXW_TRUE;
+    s.book = workbook_new_opt(s.utf8Path.c_str(), &options);
+    const auto format = [&](const char* pattern) {
+        lxw_format* const made = workbook_add_format(s.book);
+        format_set_num_format(made, pattern);
+        return made;
+    };
+    s.bold = workbook_add_format(s.book);
+    format_set_bold(s.bold);
+    s.money = format("#,##0.00##");
+    s.day = format("dd.mm.yyyy");
+    s.minute = format("dd.mm.yyyy hh:mm");
+    s.second = format("dd.mm.yyyy hh:mm:ss");
+}
+
+Workbook::~Workbook()
+{
+    if (state_->book != nullptr) lxw_workbook_free(state_->book);
+}
+
+lxw_worksheet* Workbook::State::newSheet()
+{
+    // The name, or with a number behind it where it is taken, by letter case or by what was changed in it, too.
+    for (;;) {
+        ++part;
+        const std::string number = part == 1 ? "" : " (" + std::to_string(part) + ")";
+        const std::string full = beginning(name, longestName - number.size()) + number;
+        if (workbook_validate_sheet_name(book, full.c_str()) == LXW_NO_ERROR)
+            return workbook_add_worksheet(book, full.c_str());
+        if (part > 10'000) throw files::Error(files::Fault::unsupported, "'" + name + "' adıyla bir sayfa açılamadı.");
+    }
+}
+
+void Workbook::beginSheet(std::string_view name, const std::vector<Heading>& headings)
+{
+    State& s = *state_;
+    s.name = allowedName(name);
+    s.headings = headings;
+    s.part = 0;
+    s.beginPart();
+}
+
+void Workbook::State::beginPart()
+{
+    sheet = newSheet();
+    // Before the first row: what was written leaves memory.
+    for (std::size_t i = 0; i < headings.size(); ++i) {
+        const auto column = static_cast<lxw_col_t>(i);
+        worksheet_set_column(sheet, column, column, headings[i].width, nullptr);
+    }
+    worksheet_freeze_panes(sheet, 1, 0);
+    for (std::size_t i = 0; i < headings.size(); ++i)
+        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(i), headings[i].text.c_str(), bold);
+    row = 1;
+}
+
+bool Workbook::text(std::size_t column, const std::string& utf8)
+{
+    if (utf8.size() > longestText && lettersIn(utf8) > longestText) return false;
+    State& s = *state_;
+    lxw_worksheet* const sheet = s.at();
+    worksheet_write_string(sheet, s.row, static_cast<lxw_col_t>(column), utf8.c_str(), nullptr);
+    return true;
+}
+
+void Workbook::number(std::size_t column, double number)
+{
+    lxw_worksheet* const sheet = state_->at();
+    worksheet_write_number(sheet, state_->row, static_cast<lxw_col_t>(column), number, nullptr);
+}
+
+void Workbook::money(std::size_t column, double number)
+{
+    lxw_worksheet* const sheet = state_->at();
+    worksheet_write_number(sheet, state_->row, static_cast<lxw_col_t>(column), number, state_->money);
+}
+
+void Workbook::moment(std::size_t column, double days)
+{
+    constexpr double perDay = 86400;
+    const double seconds = std::round((days - std::floor(days)) * perDay);
+    const auto whole = static_cast<int>(seconds) % static_cast<int>(perDay);
+    lxw_format* const shown = whole == 0 ? state_->day : whole % 60 == 0 ? state_->minute : state_->second;
+    lxw_worksheet* const sheet = state_->at();
+    worksheet_write_number(sheet, state_->row, static_cast<lxw_col_t>(column), days, shown);
+}
+
+void Workbook::boolean(std::size_t column, bool value)
+{
+    lxw_worksheet* const sheet = state_->at();
+    worksheet_write_boolean(sheet, state_->row, static_cast<lxw_col_t>(column), value ? 1 : 0, nullptr);
+}
+
+void Workbook::nextRow()
+{
+    state_->at();
+    ++state_->row;
+}
+
+void Workbook::close()
+{
+    lxw_workbook* const book = state_->book;
+    state_->book = nullptr;
+    const lxw_error error = workbook_close(book);
+    if (error != LXW_NO_ERROR)
+        throw files::Error(files::Fault::disk, files::quotedPath(state_->path) + " yazılamadı (" + lxw_strerror(error) +
+                                                   "). Diskte yer olduğuna bakın.");
+}
+
+} // namespace sheets

@@ -1,0 +1,213 @@
+#include "platform/system_disk.h"
+#include "sheets/workbook.h"
+#include "store/jet/database/database.h"
+#include "store/jet/values/calendar.h"
+#include "tests/jet/samples.h"
+#include "tests/support/files.h"
+#include "tests/support/table.h"
+#include "tests/support/text.h"
+#include "tests/tools/tool.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class ExportTables : public testing::Test, protected Tool {
+protected:
+    /// A database with a table of every type: one full row, one of Nulls.
+    std::string withEveryType() const
+    {
+        using jet::ColumnType;
+        const std::string file = created();
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        jet::Table& table = database->createTable(u"Her/Tür",
+                                                  {{.name = u"Metin", .type = ColumnType::text, .size = 50},
+                                                   {.name = u"Var", .type = ColumnType::boolean},
+                                                   {.name = u"Uzun", .type = ColumnType::longInteger},
+                                                   {.name = u"Para", .type = ColumnType::currency},
+                                                   {.name = u"Tek", .type = ColumnType::singleFloat},
+                                                   {.name = u"Çift", .type = ColumnType::doubleFloat},
+                                                   {.name = u"Gün", .type = ColumnType::dateTime},
+                                                   {.name = u"Not", .type = ColumnType::memo},
+                                                   {.name = u"Kesin", .type = ColumnType::numeric, .scale = 3}},
+                                                  {}, jet::DateTime{45000});
+        table.insert({{0, u"Şükrü \"Deli\"\n\\ Ağa"},
+                      {1, true},
+                      {2, std::int32_t{-7}},
+                      {3, jet::Currency{12'345'600}},
+                      {4, 0.1F},
+                      {5, 1.25e100},
+                      {6, *jet::dateTime(2025, 11, 20, 14, 5)},
+                      {7, u""},
+                      {8, jet::Numeric{.magnitude = {0, 0, 0, 12345}, .scale = 3}}});
+        table.insert({{1, false}});
+        table.insert({{5, -0.5}, {6, *jet::dateTime(1899, 12, 30, 6)}});
+        return file;
+    }
+
+    /// The cells of a workbook's sheets, as its XML has them: "A1 s=text", "B2 n=12.5", a style behind the letter.
+    static std::vector<std::string> cells(const std::string& file)
+    {
+        const char* const script =
+            "import zipfile,re,sys,html\n"
+            "z=zipfile.ZipFile(sys.argv[1])\n"
+            "assert z.testzip() is None\n"
+            "for n in sorted(n for n in z.namelist() if n.startswith('xl/worksheets/sheet')):\n"
+            "  x=z.read(n).decode()\n"
+            "  for r,a,b in re.findall(r'<c r=\"([A-Z]+[0-9]+)\"([^>]*)>(.*?)</c>',x,re.S):\n"
+            "    t=re.search(r't=\"(.*?)\"',a); s=re.search(r's=\"(.*?)\"',a)\n"
+            "    v=html.unescape(re.sub('<.*?>','',b)).replace('\\n','|')\n"
+            "    print(r,(t.group(1) if t else 'n')+(s.group(1) if s else '')+'='+v)\n"
+            "print('names',re.findall(r'<sheet name=\"(.*?)\"',z.read('xl/workbook.xml').decode()))\n";
+        const Outcome outcome = ::run({.program = "python3", .arguments = {"-c", script, file}});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        std::vector<std::string> lines = split(outcome.out, "\n");
+        lines.pop_back();
+        return lines;
+    }
+};
+
+TEST_F(ExportTables, jsonLinesKeepNumbersBooleansAndNulls)
+{
+    const Outcome outcome = run({"export", withEveryType(), "Her/Tür", "--format", "jsonl"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_EQ(outcome.out, "{\"Metin\":\"Şükrü \\\"Deli\\\"\\n\\\\ Ağa\",\"Var\":true,\"Uzun\":-7,\"Para\":1234.56,"
+                           "\"Tek\":0.1,\"Çift\":1.25e+100,\"Gün\":\"2025-11-20T14:05:00\",\"Not\":\"\","
+                           "\"Kesin\":12.345}\n"
+                           "{\"Metin\":null,\"Var\":false,\"Uzun\":null,\"Para\":null,\"Tek\":null,\"Çift\":null,"
+                           "\"Gün\":null,\"Not\":null,\"Kesin\":null}\n"
+                           "{\"Metin\":null,\"Var\":false,\"Uzun\":null,\"Para\":null,\"Tek\":null,\"Çift\":-0.5,"
+                           "\"Gün\":\"1899-12-30T06:00:00\",\"Not\":null,\"Kesin\":null}\n");
+}
+
+TEST_F(ExportTables, aWorkbookHasRealNumbersAndDates)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const Outcome outcome = run({"export", withEveryType(), "Her/Tür", "--out", path("tablo.xlsx")});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_THAT(cells(path("tablo.xlsx")),
+                ElementsAre("A1 inlineStr1=Metin", "B1 inlineStr1=Var", "C1 inlineStr1=Uzun", "D1 inlineStr1=Para",
+                            "E1 inlineStr1=Tek", "F1 inlineStr1=Çift", "G1 inlineStr1=Gün", "H1 inlineStr1=Not",
+                            "I1 inlineStr1=Kesin", "A2 inlineStr=Şükrü \"Deli\"|\\ Ağa", "B2 b=1", "C2 n=-7",
+                            "D2 n2=1234.56", "E2 n=0.1", "F2 n=1.25E+100", "G2 n3=45981.58680555555", "I2 n=12.345",
+                            "B3 b=0", "B4 b=0", "F4 n=-0.5", "G4 inlineStr=1899-12-30T06:00:00", "names ['Her_Tür']"));
+}
+
+TEST_F(ExportTables, aValueTooLongForACellIsToldAndTheRestWritten)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = withEveryType();
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        database->table(u"Her/Tür").insert({{0, u"son"}, {7, std::u16string(32768, u'ş')}});
+        database->table(u"Her/Tür").insert({{0, u"en son"}, {7, std::u16string(32767, u'ş')}});
+    }
+    const Outcome outcome = run({"export", file, "Her/Tür", "--out", path("tablo.xlsx")});
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr("4. satırın \"Not\" alanı"));
+    const std::vector<std::string> written = cells(path("tablo.xlsx"));
+    ASSERT_THAT(written, testing::Contains("A6 inlineStr=en son"));
+    ASSERT_THAT(written, testing::Not(testing::Contains(testing::StartsWith("H5"))));
+    ASSERT_THAT(written, testing::Contains(testing::StartsWith("H6 inlineStr=şş")));
+}
+
+struct WholeDatabaseRow {
+    Arguments format;
+    std::vector<std::string> files;
+};
+class WholeDatabase : public TableTest<WholeDatabaseRow>, protected Tool {};
+
+RowTable<WholeDatabaseRow> wholeDatabase()
+{
+    return {
+        {"CSV as a rule", {{}, {"A_B (2).csv", "A_B.csv", "Cari.csv", "Hareket.csv"}}},
+        {"JSON lines", {{"--format", "jsonl"}, {"A_B (2).jsonl", "A_B.jsonl", "Cari.jsonl", "Hareket.jsonl"}}},
+        {"workbooks", {{"--format", "xlsx"}, {"A_B (2).xlsx", "A_B.xlsx", "Cari.xlsx", "Hareket.xlsx"}}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, WholeDatabase, testing::ValuesIn(wholeDatabase()), RowName());
+
+TEST_P(WholeDatabase, becomesAFolderOfFilesAndReplacesNone)
+{
+    const auto& [format, files] = row();
+    if (!format.empty() && format[1] == "xlsx" && !sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = created();
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        for (const char16_t* name : {u"A/B", u"A:B"})
+            database->createTable(name, {{.name = u"Ad", .type = jet::ColumnType::text, .size = 9}}, {}, {45000});
+    }
+    Arguments arguments{"export", file, "--all", path("tablolar")};
+    arguments.insert(arguments.end(), format.begin(), format.end());
+    const Outcome outcome = run(arguments);
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_EQ(outcome.out, "4 tablo yazıldı.\n");
+    ASSERT_EQ(filesIn(folder() / "tablolar"), files);
+
+    std::filesystem::remove(folder() / "tablolar" / files[0]);
+    const Outcome again = run(arguments);
+    ASSERT_EQ(again.code, 1);
+    ASSERT_THAT(again.err, HasSubstr("zaten var"));
+    ASSERT_EQ(filesIn(folder() / "tablolar").size(), files.size() - 1);
+}
+
+TEST_F(ExportTables, aFileIsLikeStandardOutputAndReplacesNone)
+{
+    const std::string file = withEveryType();
+    ASSERT_EQ(run({"export", file, "Her/Tür", "--out", path("tablo.csv")}).code, 0);
+    ASSERT_EQ(textOfFile(path("tablo.csv")), run({"export", file, "Her/Tür"}).out);
+    ASSERT_EQ(run({"export", file, "Cari", "--out", path("tablo.csv")}).code, 1);
+    ASSERT_EQ(textOfFile(path("tablo.csv")), run({"export", file, "Her/Tür"}).out);
+    ASSERT_EQ(filesIn(folder()), (std::vector<std::string>{"Yag.mdb", "tablo.csv"}));
+}
+
+class ExportMisuse : public TableTest<Arguments>, protected Tool {};
+
+RowTable<Arguments> exportMisuse()
+{
+    return {
+        {"no table", {}},
+        {"two tables", {"Cari", "Hareket"}},
+        {"table and folder", {"Cari", "--all", "x"}},
+        {"file and folder", {"--out", "x.csv", "--all", "x"}},
+        {"unknown format", {"Cari", "--format", "ods"}},
+        {"workbook to standard output", {"Cari", "--format", "xlsx"}},
+        {"option without value", {"Cari", "--out"}},
+        {"option twice", {"Cari", "--format", "csv", "--format", "csv"}},
+        {"unknown option", {"Cari", "--to", "x.csv"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, ExportMisuse, testing::ValuesIn(exportMisuse()), RowName());
+
+TEST_P(ExportMisuse, isOneLineAndWritesNothing)
+{
+    const std::string file = created();
+    Arguments arguments{"export", file};
+    arguments.insert(arguments.end(), row().begin(), row().end());
+    const Outcome outcome = run(arguments);
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_EQ(outcome.out, "");
+    ASSERT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+    ASSERT_EQ(filesIn(folder()), std::vector<std::string>{"Yag.mdb"});
+}
+
+TEST_F(ExportTables, sampleDatabasesExportInEveryFormat)
+{
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    int number = 0;
+    for (const std::filesystem::path& file : samples::databases()) {
+        for (const char* format : {"csv", "jsonl"}) {
+            const Outcome outcome =
+                run({"export", file, "--all", path(std::to_string(++number) + format), "--format", format});
+            ASSERT_EQ(outcome.code, 0) << file << outcome.err;
+        }
+    }
+    ASSERT_GT(number, 0);
+}
+
+} // namespace

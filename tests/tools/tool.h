@@ -1,0 +1,37 @@
+#pragma once
+
+#include "tests/support/process.h"
+#include "tests/support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+using Arguments = std::vector<std::string>;
+
+/// The program itself, from outside, in a folder of the test's own.
+class Tool {
+protected:
+    static Outcome run(const Arguments& arguments, const std::string& input = {})
+    {
+        return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input});
+    }
+    std::filesystem::path folder() const { return folder_.path(); }
+    std::string path(const std::string& name) const { return folder_ / name; }
+    std::string created(const std::string& name = "Yag.mdb", const std::string& collation = "turkish") const
+    {
+        const Outcome outcome = run({"create", path(name), "--collation", collation});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return path(name);
+    }
+    static void verifySound(const std::string& file)
+    {
+        const Outcome outcome = run({"check", file});
+        ASSERT_EQ(outcome.code, 0) << outcome.out + outcome.err;
+    }
+
+private:
+    TemporaryFolder folder_;
+};

@@ -1,0 +1,184 @@
+#include "tools/exchange_commands.h"
+
+#include "exchange/sheet_rows.h"
+#include "exchange/table_export.h"
+#include "exchange/table_import.h"
+#include "exchange/text_encoding.h"
+#include "files/part_file.h"
+#include "files/quoted_path.h"
+#include "store/jet/database/database.h"
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <iterator>
+
+namespace tools {
+
+namespace {
+
+using exchange::ExportLosses;
+
+// ---- export ----
+
+enum class Format { csv, json, sheet };
+
+constexpr std::pair<std::string_view, Format> formats[] = {
+    {"csv", Format::csv}, {"jsonl", Format::json}, {"xlsx", Format::sheet}};
+
+std::string_view nameOf(Format format)
+{
+    return std::ranges::find(formats, format, &std::pair<std::string_view, Format>::second)->first;
+}
+
+/// The one that was named, or that the name of the output ends in.
+Format formatOf(const Parsed& parsed, const std::optional<std::string>& out)
+{
+    const auto named = parsed.oneOf("--format", {"csv", "jsonl", "xlsx"});
+    for (const auto& [name, format] : formats)
+        if (named ? *named == name : out && out->ends_with("." + std::string(name))) return format;
+    return Format::csv;
+}
+
+void write(const jet::Table& table, Format format, Output& out, ExportLosses& losses)
+{
+    Progress progress("Aktarılıyor");
+    const auto rows = format == Format::csv ? exchange::csvRows(out) : exchange::jsonRows(out);
+    exchange::exportTable(table, *rows, losses, std::ref(progress));
+}
+
+/// To a file that appears whole or not at all.
+void writeFile(files::Disk& disk, const jet::Table& table, Format format, const std::filesystem::path& path,
+               ExportLosses& losses)
+{
+    files::PartFile part(disk, path);
+    if (format == Format::sheet) {
+        sheets::Workbook workbook(part.path());
+        const auto rows = exchange::sheetRows(workbook, [&](const jet::Error& error) { losses.add(error); });
+        {
+            Progress progress("Aktarılıyor");
+            exchange::exportTable(table, *rows, losses, std::ref(progress));
+        }
+        workbook.close();
+        disk.open(part.path(), files::Disk::Access::readWrite)->sync();
+    } else {
+        const auto file = disk.open(part.path(), files::Disk::Access::createNew);
+        Output out(*file);
+        write(table, format, out, losses);
+        file->sync();
+    }
+    part.publish();
+}
+
+/// The names of the files of all tables, as far as a folder can hold the tables' names.
+std::vector<std::string> fileNames(const std::vector<std::u16string>& tables, Format format)
+{
+    std::vector<std::string> names;
+    for (const std::u16string& table : tables) {
+        std::string stem = jet::toUtf8(table);
+        for (char& c : stem) {
+            const bool allowed = static_cast<unsigned char>(c) >= ' ' &&
+                                 std::string_view("/\\:*?\"<>|").find(c) == std::string_view::npos;
+            if (!allowed) c = '_';
+        }
+        if (stem.starts_with('.')) stem.front() = '_';
+        std::string name;
+        for (int number = 1; name.empty() || std::ranges::find(names, name) != names.end(); ++number)
+            name = stem + (number == 1 ? "" : " (" + std::to_string(number) + ")") + "." + std::string(nameOf(format));
+        names.push_back(name);
+    }
+    return names;
+}
+
+void exportAll(files::Disk& disk, jet::Database& database, Format format, const std::filesystem::path& folder,
+               ExportLosses& losses)
+{
+    const std::vector<std::u16string> tables = database.tableNames();
+    const std::vector<std::string> names = fileNames(tables, format);
+    disk.makeFolder(folder);
+    for (const std::string& name : names)
+        if (disk.exists(folder / pathOf(name)))
+            throw files::Error(files::Fault::exists, files::quotedPath(folder / pathOf(name)) +
+                                                         " zaten var; başka bir klasör verin. Hiçbir şey yazılmadı.");
+    for (std::size_t i = 0; i < tables.size(); ++i)
+        writeFile(disk, database.table(tables[i]), format, folder / pathOf(names[i]), losses);
+    Output out(standardOutput);
+    say(out, std::to_string(tables.size()) + " tablo yazıldı.");
+    out.flush();
+}
+
+// ---- import ----
+
+/// The whole text of a file, or of standard input for "-".
+std::string wholeText(files::Disk& disk, const std::string& name)
+{
+    if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
+    const auto file = disk.open(pathOf(name), files::Disk::Access::readOnly);
+    std::string text(file->size(), '\0');
+    const std::size_t count = file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
+    text.resize(count);
+    return text;
+}
+
+} // namespace
+
+int exportTables(files::Disk& disk, Arguments arguments)
+{
+    const Parsed parsed = parse("export", arguments, {"--out", "--all", "--format"});
+    const auto folder = parsed.option("--all");
+    const auto to = parsed.option("--out");
+    if (parsed.words.size() != (folder ? 1 : 2) || (folder && to))
+        misused("'export' ya bir TABLO adıyla ya da --all KLASÖR ile yazılır; yardım için: presva-mdb export --help");
+    const Format format = formatOf(parsed, to);
+    if (format == Format::sheet && !folder && !to)
+        misused("xlsx standart çıktıya yazılamaz; --out ÇIKTI.xlsx ile bir dosya adı verin.");
+
+    if (format == Format::sheet && !sheets::available())
+        throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş); CSV "
+                                                      "olarak aktarın, hesap tablosu programı onu açar.");
+
+    const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
+    ExportLosses losses;
+    if (folder) {
+        exportAll(disk, *database, format, pathOf(*folder), losses);
+    } else {
+        const jet::Table& table = database->table(jet::fromUtf8(parsed.words[1]));
+        if (to) {
+            writeFile(disk, table, format, pathOf(*to), losses);
+        } else {
+            Output out(standardOutput);
+            write(table, format, out, losses);
+        }
+    }
+    if (losses.places > 0)
+        throw jet::Error(jet::Fault::damaged,
+                         std::to_string(losses.places) + " yer yazılamadı, geri kalanı yazıldı. İlki: " + losses.first);
+    return 0;
+}
+
+int importTable(files::Disk& disk, Arguments arguments)
+{
+    const Parsed parsed = parse("import", arguments, {"--encoding", "--delimiter", "--decimal", "--dates"});
+    if (parsed.words.size() != 3) misused("'import' DOSYA, TABLO ve CSV ister; yardım için: presva-mdb import --help");
+    exchange::ImportStyle style;
+    if (const auto given = parsed.oneOf("--delimiter", {",", ";", "tab"}))
+        style.delimiter = *given == "tab" ? '\t' : given->front();
+    if (const auto given = parsed.oneOf("--decimal", {"point", "comma"}))
+        style.decimalMark = *given == "point" ? '.' : ',';
+    if (const auto given = parsed.oneOf("--dates", {"dmy", "mdy"})) style.dayFirst = *given == "dmy";
+    const auto encoding = parsed.oneOf("--encoding", {"utf-8", "utf-16le", "utf-16be", "1254", "857"});
+
+    std::string text = wholeText(disk, parsed.words[2]);
+    text = exchange::decoded(text, encoding ? *exchange::encodingNamed(*encoding) : exchange::foundEncoding(text));
+    const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
+    const std::uint64_t rows = jet::onWhatIsThere(database->pager(), [&] {
+        Progress progress("Yükleniyor");
+        return exchange::importRows(*database, parsed.words[1], text, style, std::ref(progress));
+    });
+    Output out(standardOutput);
+    say(out, std::to_string(rows) + " satır yüklendi.");
+    out.flush();
+    return 0;
+}
+
+} // namespace tools
