@@ -54,6 +54,8 @@ public:
     bool noLockFiles = false;            ///< none can be made
 
     PowerCutDisk() = default;
+    /// With one file.
+    PowerCutDisk(const Path& path, Image bytes) { put(path, std::move(bytes)); }
     std::unique_ptr<PowerCutDisk> afterPowerCut(std::uint32_t seed) const
     {
         std::mt19937 luck(seed);

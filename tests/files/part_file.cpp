@@ -27,8 +27,7 @@ void writeWhole(PowerCutDisk& disk)
 
 TEST(PartFile, aPowerCutLeavesTheOldFileOrTheNewOneWhole)
 {
-    PowerCutDisk disk;
-    disk.put(name, before);
+    PowerCutDisk disk(name, before);
     int cuts = 0;
     disk.beforeEachChange = [&] {
         for (std::uint32_t seed = 0; seed < 8; ++seed, ++cuts) {
@@ -44,8 +43,7 @@ TEST(PartFile, aPowerCutLeavesTheOldFileOrTheNewOneWhole)
 TEST(PartFile, aFailureAtAnyStepLeavesNoPart)
 {
     for (const int failing : {1, 2, 3, 4}) {
-        PowerCutDisk disk;
-        disk.put(name, before);
+        PowerCutDisk disk(name, before);
         disk.failing = {failing};
         EXPECT_EQ(faultOf([&] { writeWhole(disk); }), files::Fault::disk);
         EXPECT_FALSE(disk.has(part)) << "change " << failing;

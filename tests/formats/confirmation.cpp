@@ -45,25 +45,26 @@ std::string printed(Confirmation& confirmation, std::int64_t kilograms, bool noi
 
 } // namespace
 
-TEST(Confirmation, waitsForTheThirdLineThatSaysTheSame)
-{
+struct HeardWeight : testing::Test {
     Confirmation confirmation;
+};
+
+TEST_F(HeardWeight, waitsForTheThirdLineThatSaysTheSame)
+{
     EXPECT_EQ(heard(confirmation, {1234, 1234, 1234, 1234}), (Texts{"1234", "1234"}));
     EXPECT_EQ(heard(confirmation, {1734, 1240, 1240, 1240}), Texts{"1240"}); // one digit was changed once
 }
 
-TEST(Confirmation, takesACheckedLineAtOnceBehindSixteenWholeOnes)
+TEST_F(HeardWeight, takesACheckedLineAtOnceBehindSixteenWholeOnes)
 {
-    Confirmation confirmation;
     EXPECT_EQ(heard(confirmation, {1234, 1240}, true), Texts());
     EXPECT_EQ(heard(confirmation, {1240}, true), Texts{"1240"}); // twice is enough before that
     for (int i = 0; i < 13; ++i) confirmation.hearOther();
     EXPECT_EQ(heard(confirmation, {1300, 1310}, true), (Texts{"1300", "1310"}));
 }
 
-TEST(Confirmation, takesAPrintWhenNothingFollows)
+TEST_F(HeardWeight, takesAPrintWhenNothingFollows)
 {
-    Confirmation confirmation;
     EXPECT_EQ(heard(confirmation, {1240}), Texts());
     EXPECT_EQ(silence(confirmation, 300ms), "");
     EXPECT_EQ(silence(confirmation, 1000ms), "1240");
@@ -71,9 +72,8 @@ TEST(Confirmation, takesAPrintWhenNothingFollows)
     EXPECT_EQ(printed(confirmation, 980), "980");
 }
 
-TEST(Confirmation, takesTheLastWeightOfAPrint)
+TEST_F(HeardWeight, takesTheLastWeightOfAPrint)
 {
-    Confirmation confirmation;
     heard(confirmation, {1300, 1240}); // gross and net
     EXPECT_EQ(silence(confirmation, 1000ms), "1240");
 }
@@ -89,9 +89,8 @@ TEST(Confirmation, doubtsTheLastLineOfABurstThatSaysAnotherWeightMoreOften)
     }
 }
 
-TEST(Confirmation, tellsALoadOfItsOwnFromASlowStream)
+TEST_F(HeardWeight, tellsALoadOfItsOwnFromASlowStream)
 {
-    Confirmation confirmation;
     const auto ofItsOwn = [&](std::int64_t kilograms) {
         confirmation.hear(weight(kilograms), false);
         const auto print = confirmation.fallSilent(1300ms);
@@ -104,9 +103,8 @@ TEST(Confirmation, tellsALoadOfItsOwnFromASlowStream)
     EXPECT_TRUE(ofItsOwn(700));
 }
 
-TEST(Confirmation, takesTheLinesOfASlowStreamForNoPrints)
+TEST_F(HeardWeight, takesTheLinesOfASlowStreamForNoPrints)
 {
-    Confirmation confirmation;
     for (const std::int64_t kilograms : {1234, 1240, 1234, 1240, 1250, 1250}) {
         EXPECT_EQ(heard(confirmation, {kilograms}), Texts()) << kilograms;
         EXPECT_EQ(silence(confirmation, 900ms), "");
@@ -115,9 +113,8 @@ TEST(Confirmation, takesTheLinesOfASlowStreamForNoPrints)
     EXPECT_EQ(silence(confirmation, 1000ms), "");
 }
 
-TEST(Confirmation, doubtsPrintsThatComeTooOften)
+TEST_F(HeardWeight, doubtsPrintsThatComeTooOften)
 {
-    Confirmation confirmation;
     heard(confirmation, {1234});
     EXPECT_EQ(silence(confirmation, 1000ms), "1234");
     heard(confirmation, {1240});

@@ -14,26 +14,22 @@ struct KilogramsRow {
     Unit unit;
     std::string kilograms;
 };
-class Kilograms : public TableTest<KilogramsRow> {};
 
-RowTable<KilogramsRow> kilograms()
-{
-    return {
-        {"kilograms", {{12345, 1}, Unit::kilogram, "1234.5"}},
-        {"zeros behind the mark", {{1234500, 3}, Unit::kilogram, "1234.5"}},
-        {"grams", {{1234, 0}, Unit::gram, "1.234"}},
-        {"a fraction of a gram", {{71230, 4}, Unit::gram, "0.007123"}},
-        {"tonnes", {{1234, 2}, Unit::tonne, "12340"}},
-        {"whole tonnes", {{12, 0}, Unit::tonne, "12000"}},
-        {"a pound", {{1, 0}, Unit::pound, "0.45359237"}},
-        {"pounds", {{27215, 1}, Unit::pound, "1234.451634955"}},
-        {"below zero", {{-505, 1}, Unit::kilogram, "-50.5"}},
-        {"zero has no sign", {{0, 3}, Unit::kilogram, "0"}},
-        {"less than one", {{-5, 2}, Unit::kilogram, "-0.05"}},
-        {"most digits", {{999'999'999'999'999, 0}, Unit::tonne, "999999999999999000"}},
-    };
-}
-INSTANTIATE_TEST_SUITE_P(, Kilograms, testing::ValuesIn(kilograms()), RowName());
+const RowTable<KilogramsRow> kilograms = {
+    {"kilograms", {{12345, 1}, Unit::kilogram, "1234.5"}},
+    {"zeros behind the mark", {{1234500, 3}, Unit::kilogram, "1234.5"}},
+    {"grams", {{1234, 0}, Unit::gram, "1.234"}},
+    {"a fraction of a gram", {{71230, 4}, Unit::gram, "0.007123"}},
+    {"tonnes", {{1234, 2}, Unit::tonne, "12340"}},
+    {"whole tonnes", {{12, 0}, Unit::tonne, "12000"}},
+    {"a pound", {{1, 0}, Unit::pound, "0.45359237"}},
+    {"pounds", {{27215, 1}, Unit::pound, "1234.451634955"}},
+    {"below zero", {{-505, 1}, Unit::kilogram, "-50.5"}},
+    {"zero has no sign", {{0, 3}, Unit::kilogram, "0"}},
+    {"less than one", {{-5, 2}, Unit::kilogram, "-0.05"}},
+    {"most digits", {{999'999'999'999'999, 0}, Unit::tonne, "999999999999999000"}},
+};
+TABLE_SUITE(Kilograms, KilogramsRow, kilograms);
 
 TEST_P(Kilograms, areExact) { EXPECT_EQ(toText(inKilograms(row().weight, row().unit)), row().kilograms); }
 
@@ -41,23 +37,19 @@ struct CounterLineRow {
     Decimal weight;
     std::optional<std::string> line;
 };
-class CounterLine : public TableTest<CounterLineRow> {};
 
-RowTable<CounterLineRow> counterLines()
-{
-    return {
-        {"whole", {{1234, 0}, "1234kg\r"}},
-        {"with the user's mark", {{12345, 1}, "1234,5kg\r"}},
-        {"below zero", {{-505, 1}, "-50,5kg\r"}},
-        {"cut and not rounded", {{12'344'999, 4}, "1234,49kg\r"}},
-        {"no mark at its end", {{123'456'789, 2}, "1234567kg\r"}},
-        {"the largest", {{9'999'999, 0}, "9999999kg\r"}},
-        {"too large", {{10'000'000, 0}, std::nullopt}},
-        {"too far below zero", {{-1'000'000, 0}, std::nullopt}},
-        {"grams", {{1234, 3}, "1,234kg\r"}},
-    };
-}
-INSTANTIATE_TEST_SUITE_P(, CounterLine, testing::ValuesIn(counterLines()), RowName());
+const RowTable<CounterLineRow> counterLines = {
+    {"whole", {{1234, 0}, "1234kg\r"}},
+    {"with the user's mark", {{12345, 1}, "1234,5kg\r"}},
+    {"below zero", {{-505, 1}, "-50,5kg\r"}},
+    {"cut and not rounded", {{12'344'999, 4}, "1234,49kg\r"}},
+    {"no mark at its end", {{123'456'789, 2}, "1234567kg\r"}},
+    {"the largest", {{9'999'999, 0}, "9999999kg\r"}},
+    {"too large", {{10'000'000, 0}, std::nullopt}},
+    {"too far below zero", {{-1'000'000, 0}, std::nullopt}},
+    {"grams", {{1234, 3}, "1,234kg\r"}},
+};
+TABLE_SUITE(CounterLine, CounterLineRow, counterLines);
 
 TEST_P(CounterLine, fitsIntoWhatTheCounterKeeps)
 {

@@ -28,17 +28,19 @@ Verdict printed(StillWeight& still, const Reading& reading, StillWeight::Time no
 
 } // namespace
 
-TEST(StillWeight, isTakenOnceByItsFlag)
-{
+struct LoadOnTheScale : testing::Test {
     StillWeight still;
+};
+
+TEST_F(LoadOnTheScale, isTakenOnceByItsFlag)
+{
     EXPECT_FALSE(takes(still, moving(800), 0ms));
     EXPECT_TRUE(takes(still, standing(1234), 100ms));
     for (int i = 2; i < 36'000; ++i) ASSERT_FALSE(takes(still, standing(1234), i * 100ms)) << i; // an hour
 }
 
-TEST(StillWeight, isTakenAfterHalfASecondOfEqualReadingsWhereThereIsNoFlag)
+TEST_F(LoadOnTheScale, isTakenAfterHalfASecondOfEqualReadingsWhereThereIsNoFlag)
 {
-    StillWeight still;
     EXPECT_FALSE(takes(still, silentOfIt(1240), 0ms));
     EXPECT_FALSE(takes(still, silentOfIt(1234), 300ms));
     EXPECT_FALSE(takes(still, silentOfIt(1234), 600ms));
@@ -47,10 +49,9 @@ TEST(StillWeight, isTakenAfterHalfASecondOfEqualReadingsWhereThereIsNoFlag)
     EXPECT_FALSE(takes(still, silentOfIt(1234), 900ms));
 }
 
-TEST(StillWeight, doesNotStandWhereASwingingLoadSaysOthersInBetween)
+TEST_F(LoadOnTheScale, doesNotStandWhereASwingingLoadSaysOthersInBetween)
 {
     // Three in a row count; what lies between them does not, and still tells that the load swings.
-    StillWeight still;
     for (int round = 0; round < 20; ++round) {
         const StillWeight::Time begin = round * 1000ms;
         for (int i = 0; i < 4; ++i) EXPECT_FALSE(takes(still, silentOfIt(1300), begin + i * 100ms)) << round;
@@ -58,16 +59,14 @@ TEST(StillWeight, doesNotStandWhereASwingingLoadSaysOthersInBetween)
     }
 }
 
-TEST(StillWeight, neverStandsWhileItsFrameSaysItMoves)
+TEST_F(LoadOnTheScale, neverStandsWhileItsFrameSaysItMoves)
 {
-    StillWeight still;
     for (int i = 0; i < 30; ++i) EXPECT_FALSE(takes(still, moving(1234), i * 100ms));
     EXPECT_TRUE(takes(still, standing(1234), 3000ms));
 }
 
-TEST(StillWeight, isAboveZero)
+TEST_F(LoadOnTheScale, isAboveZero)
 {
-    StillWeight still;
     EXPECT_FALSE(takes(still, standing(0), 0ms));
     EXPECT_FALSE(takes(still, standing(-50), 100ms));
     EXPECT_FALSE(takes(still, standing(-50), 900ms));
@@ -94,18 +93,16 @@ TEST(StillWeight, isNotTakenAgainWhileTheLoadLiesThere)
     EXPECT_TRUE(takes(still, standing(40), 4000ms));
 }
 
-TEST(StillWeight, growsWhileSacksArePutOn)
+TEST_F(LoadOnTheScale, growsWhileSacksArePutOn)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(300), 0ms));
     EXPECT_TRUE(takes(still, standing(620), 40s));
     EXPECT_TRUE(takes(still, standing(900), 90s));
     EXPECT_FALSE(takes(still, standing(980), 151s)); // somebody leans on the platform
 }
 
-TEST(StillWeight, isTakenAgainForAnEqualLoadAfterTheScaleWasEmpty)
+TEST_F(LoadOnTheScale, isTakenAgainForAnEqualLoadAfterTheScaleWasEmpty)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(500), 0ms));
     EXPECT_FALSE(takes(still, moving(200), 100ms));
     EXPECT_FALSE(takes(still, standing(0), 200ms));
@@ -113,25 +110,22 @@ TEST(StillWeight, isTakenAgainForAnEqualLoadAfterTheScaleWasEmpty)
     EXPECT_TRUE(takes(still, standing(500), 400ms));
 }
 
-TEST(StillWeight, isTakenAgainWhenZeroWasDriftedBelow)
+TEST_F(LoadOnTheScale, isTakenAgainWhenZeroWasDriftedBelow)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(500), 0ms));
     EXPECT_FALSE(takes(still, standing(-1), 100ms));
     EXPECT_TRUE(takes(still, standing(500), 200ms));
 }
 
-TEST(StillWeight, isNotTakenWhereZeroDrifts)
+TEST_F(LoadOnTheScale, isNotTakenWhereZeroDrifts)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(1234), 0ms));
     for (const std::int64_t drift : {0, 1, 0, -1, 2, 20}) EXPECT_FALSE(takes(still, standing(drift), 1000ms)) << drift;
     EXPECT_TRUE(takes(still, standing(800), 2000ms));
 }
 
-TEST(StillWeight, isTakenAlthoughTheEmptyScaleWasTakenForALoad)
+TEST_F(LoadOnTheScale, isTakenAlthoughTheEmptyScaleWasTakenForALoad)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(1), 0ms)); // a leaf, when the program began
     EXPECT_TRUE(takes(still, standing(500), 3600s));
     EXPECT_FALSE(takes(still, standing(700), 7200s));
@@ -139,18 +133,16 @@ TEST(StillWeight, isTakenAlthoughTheEmptyScaleWasTakenForALoad)
     EXPECT_TRUE(takes(still, standing(700), 7400s));
 }
 
-TEST(StillWeight, isTakenAgainWhenAFewLeavesWereLeftLying)
+TEST_F(LoadOnTheScale, isTakenAgainWhenAFewLeavesWereLeftLying)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(1000), 0ms));
     EXPECT_FALSE(takes(still, standing(12), 1000ms));
     EXPECT_FALSE(takes(still, standing(20), 2000ms)); // still no load
     EXPECT_TRUE(takes(still, standing(1000), 3000ms));
 }
 
-TEST(StillWeight, isNotTakenAgainAfterAKnock)
+TEST_F(LoadOnTheScale, isNotTakenAgainAfterAKnock)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(500), 0ms));
     EXPECT_FALSE(takes(still, moving(0), 100ms));
     EXPECT_FALSE(takes(still, moving(700), 200ms));
@@ -163,9 +155,8 @@ TEST(StillWeight, isNotTakenAgainAfterAKnock)
     EXPECT_FALSE(takes(withoutFlag, silentOfIt(500), 1300ms));
 }
 
-TEST(StillWeight, isRememberedWhileTheLineIsAway)
+TEST_F(LoadOnTheScale, isRememberedWhileTheLineIsAway)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(500), 0ms));
     still.interrupt();
     EXPECT_FALSE(takes(still, standing(500), 100ms));
@@ -177,9 +168,8 @@ TEST(StillWeight, isRememberedWhileTheLineIsAway)
     EXPECT_TRUE(takes(withoutFlag, silentOfIt(500), 1100ms));
 }
 
-TEST(StillWeight, thatNobodyCouldUseIsOfferedAgain)
+TEST_F(LoadOnTheScale, thatNobodyCouldUseIsOfferedAgain)
 {
-    StillWeight still;
     EXPECT_TRUE(takes(still, standing(500), 0ms));
     still.notTaken();
     EXPECT_TRUE(takes(still, standing(500), 100ms));

@@ -164,8 +164,6 @@ TEST(Check, soundDatabaseHasNoFaultAndNoWarning)
     ASSERT_GT(result.indexEntries, 4 * patient.large().liveRows());
 }
 
-class CheckDamage : public TableTest<Damage> {};
-
 RowTable<Damage> checkDamage()
 {
     RowTable<Damage> table;
@@ -358,7 +356,7 @@ RowTable<Damage> checkDamage()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, CheckDamage, testing::ValuesIn(checkDamage()), RowName());
+TABLE_SUITE(CheckDamage, Damage, checkDamage());
 
 TEST_P(CheckDamage, everyDamageIsNamed)
 {

@@ -90,8 +90,7 @@ TEST(Crash, everyDiskFaultLeavesTheDatabaseWholeAndUsable)
     PowerCutDisk start;
     MixedWork::create(start, file);
     for (int fault = 1; fault < 60; ++fault) {
-        PowerCutDisk disk;
-        disk.put(file, start.content(file));
+        PowerCutDisk disk(file, start.content(file));
         MixedWork work(static_cast<unsigned>(fault));
         MixedWork::Rows rows;
         auto database = Database::open(disk, file);

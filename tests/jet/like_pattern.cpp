@@ -18,7 +18,6 @@ struct LikePatternMatchRow {
     std::u16string name;
     bool matches;
 };
-class LikePatternMatch : public TableTest<LikePatternMatchRow> {};
 
 const RowTable<LikePatternMatchRow> likePatternMatch = {
     {"first letter", {u"A*", u"Ali", true}},
@@ -78,7 +77,7 @@ const RowTable<LikePatternMatchRow> likePatternMatch = {
     {"the last star gives way", {u"*ab*ab", u"abxabyab", true}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternMatch, testing::ValuesIn(likePatternMatch), RowName());
+TABLE_SUITE(LikePatternMatch, LikePatternMatchRow, likePatternMatch);
 
 TEST_P(LikePatternMatch, matchesWhatThePatternSays)
 {
@@ -88,8 +87,6 @@ TEST_P(LikePatternMatch, matchesWhatThePatternSays)
     ASSERT_EQ(like.matchesFolded(jet::foldTurkish(name)), matches);
 }
 
-class LikePatternRefusal : public TableTest<std::u16string> {};
-
 const RowTable<std::u16string> likePatternRefusal = {
     {"set not closed", u"[A*"},
     {"second set not closed", u"[A]l["},
@@ -97,18 +94,14 @@ const RowTable<std::u16string> likePatternRefusal = {
     {"range backwards by the alphabet", u"[d-ç]*"},
 };
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternRefusal, testing::ValuesIn(likePatternRefusal), RowName());
+TABLE_SUITE(LikePatternRefusal, std::u16string, likePatternRefusal);
 
 TEST_P(LikePatternRefusal, refusesPatternsThatCannotBeRead)
 {
     const std::u16string& pattern = row();
-    try {
-        LikePattern like(pattern);
-        FAIL() << "the pattern was taken";
-    } catch (const jet::Error& error) {
-        ASSERT_EQ(error.fault(), jet::Fault::syntax);
-        ASSERT_THAT(error.what(), HasSubstr(jet::toUtf8(pattern)));
-    }
+    const auto refusal = refusalOf([&] { LikePattern like(pattern); });
+    ASSERT_EQ(refusal.fault, jet::Fault::syntax);
+    ASSERT_THAT(refusal.sentence, HasSubstr(jet::toUtf8(pattern)));
 }
 
 struct LikePatternPrefixRow {
@@ -116,7 +109,6 @@ struct LikePatternPrefixRow {
     std::u16string prefix;
     bool anyEnd; ///< whatever begins so matches
 };
-class LikePatternPrefix : public TableTest<LikePatternPrefixRow> {};
 
 const RowTable<LikePatternPrefixRow> likePatternPrefix = {
     {"a typed name", {u"Ali*", u"ali", true}}, {"dotless i", {u"Işık*", u"ışık", true}},
@@ -125,7 +117,7 @@ const RowTable<LikePatternPrefixRow> likePatternPrefix = {
     {"star alone", {u"*", u"", true}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, LikePatternPrefix, testing::ValuesIn(likePatternPrefix), RowName());
+TABLE_SUITE(LikePatternPrefix, LikePatternPrefixRow, likePatternPrefix);
 
 TEST_P(LikePatternPrefix, knowsWhatEveryMatchBeginsWith)
 {

@@ -4,6 +4,7 @@
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/support/fault.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
@@ -56,10 +57,12 @@ INSTANTIATE_TEST_SUITE_P(, MaintenanceWork,
                              {"backup", doBackup}, {"compact", doCompact}, {"create", doCreate}}),
                          RowName());
 
-TEST(Maintenance, backupHasEveryByteOfTheCommittedState)
+struct WorkedDatabase : testing::Test {
+    PowerCutDisk disk{file, worked()};
+};
+
+TEST_F(WorkedDatabase, backupHasEveryByteOfTheCommittedState)
 {
-    PowerCutDisk disk;
-    disk.put(file, worked());
     std::vector<int> progress;
     {
         const auto database = Database::open(disk, file, Pager::Mode::readOnly);
@@ -70,10 +73,8 @@ TEST(Maintenance, backupHasEveryByteOfTheCommittedState)
     ASSERT_EQ(progress.back(), 100);
 }
 
-TEST(Maintenance, backupOfAnOpenDatabaseIsItsLastCommit)
+TEST_F(WorkedDatabase, backupOfAnOpenDatabaseIsItsLastCommit)
 {
-    PowerCutDisk disk;
-    disk.put(file, worked());
     const auto database = Database::open(disk, file);
     {
         Transaction change(database->pager());
@@ -85,10 +86,8 @@ TEST(Maintenance, backupOfAnOpenDatabaseIsItsLastCommit)
     ASSERT_TRUE(MixedWork::read(*Database::open(disk, result)).empty());
 }
 
-TEST(Maintenance, compactKeepsEveryRowAndShrinksTheFile)
+TEST_F(WorkedDatabase, compactKeepsEveryRowAndShrinksTheFile)
 {
-    PowerCutDisk disk;
-    disk.put(file, worked());
     MixedWork::Rows rows;
     {
         const auto database = Database::open(disk, file);
@@ -137,8 +136,7 @@ TEST(Maintenance, newDatabaseHasTheMillsTables)
 TEST_P(MaintenanceWork, resultIsWholeOrAbsentAtEveryPowerCut)
 {
     const Work work = row();
-    PowerCutDisk disk;
-    disk.put(file, worked());
+    PowerCutDisk disk(file, worked());
     std::uint32_t luck = 0;
     int cuts = 0;
     disk.beforeEachChange = [&] {
@@ -158,16 +156,14 @@ TEST_P(MaintenanceWork, faultLeavesNothingBehind)
 {
     const Work work = row();
     for (int fault = 1;; ++fault) {
-        PowerCutDisk disk;
-        disk.put(file, worked());
+        PowerCutDisk disk(file, worked());
         disk.failing = {fault};
-        try {
-            work(disk);
+        const auto refusal = refusalOf([&] { work(disk); });
+        if (!refusal.fault) {
             ASSERT_GT(fault, 4);
             return;
-        } catch (const Error& error) {
-            ASSERT_EQ(error.fault(), Fault::disk);
         }
+        ASSERT_EQ(refusal.fault, Fault::disk);
         ASSERT_EQ(disk.content(file), worked());
         ASSERT_FALSE(disk.has(part));
         // Only the very last step, making the new name last, comes after the name is given.
@@ -178,15 +174,9 @@ TEST_P(MaintenanceWork, faultLeavesNothingBehind)
 TEST_P(MaintenanceWork, existingFileIsNeverReplaced)
 {
     const Work work = row();
-    PowerCutDisk disk;
-    disk.put(file, worked());
+    PowerCutDisk disk(file, worked());
     disk.put(result, {1, 2, 3});
-    try {
-        work(disk);
-        FAIL() << "replaced";
-    } catch (const Error& error) {
-        ASSERT_EQ(error.fault(), Fault::exists);
-    }
+    ASSERT_EQ(faultOf([&] { work(disk); }), Fault::exists);
     ASSERT_EQ(disk.content(result), (PowerCutDisk::Image{1, 2, 3}));
     ASSERT_FALSE(disk.has(part));
 }
@@ -194,8 +184,7 @@ TEST_P(MaintenanceWork, existingFileIsNeverReplaced)
 TEST_P(MaintenanceWork, remainsOfAPowerCutAreNoObstacle)
 {
     const Work work = row();
-    PowerCutDisk disk;
-    disk.put(file, worked());
+    PowerCutDisk disk(file, worked());
     disk.put(part, PowerCutDisk::Image(1000000, 7));
     work(disk);
     ASSERT_TRUE(isSound(disk, result));

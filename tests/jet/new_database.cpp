@@ -48,7 +48,6 @@ struct NewDatabaseBytesRow {
     std::size_t offset;
     std::string expected; // digits
 };
-class NewDatabaseBytes : public TableTest<NewDatabaseBytesRow> {};
 
 RowTable<NewDatabaseBytesRow> newDatabaseBytes()
 {
@@ -112,7 +111,7 @@ RowTable<NewDatabaseBytesRow> newDatabaseBytes()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, NewDatabaseBytes, testing::ValuesIn(newDatabaseBytes()), RowName());
+TABLE_SUITE(NewDatabaseBytes, NewDatabaseBytesRow, newDatabaseBytes());
 
 TEST_P(NewDatabaseBytes, bytesAreThoseOfTheFormat)
 {
@@ -122,14 +121,12 @@ TEST_P(NewDatabaseBytes, bytesAreThoseOfTheFormat)
     ASSERT_EQ(hexAt(file, page * jet::pageSize + offset, expected.size() / 2), expected);
 }
 
-class NewDatabaseOrder : public TableTest<bool> {};
-
 const RowTable<bool> newDatabaseOrder = {
     {"general order", false},
     {"Turkish order", true},
 };
 
-INSTANTIATE_TEST_SUITE_P(, NewDatabaseOrder, testing::ValuesIn(newDatabaseOrder), RowName());
+TABLE_SUITE(NewDatabaseOrder, bool, newDatabaseOrder);
 
 TEST_P(NewDatabaseOrder, namesOfTheCatalogueAreIndexed)
 {
@@ -158,7 +155,6 @@ struct NewDatabaseAccountsRow {
     std::string engine;
     std::string creator;
 };
-class NewDatabaseAccounts : public TableTest<NewDatabaseAccountsRow> {};
 
 const RowTable<NewDatabaseAccountsRow> newDatabaseAccounts = {
     {"general order",
@@ -169,7 +165,7 @@ const RowTable<NewDatabaseAccountsRow> newDatabaseAccounts = {
       plainHex("F58E")}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, NewDatabaseAccounts, testing::ValuesIn(newDatabaseAccounts), RowName());
+TABLE_SUITE(NewDatabaseAccounts, NewDatabaseAccountsRow, newDatabaseAccounts);
 
 TEST_P(NewDatabaseAccounts, accountsBelongToTheHeader)
 {
@@ -279,12 +275,7 @@ TEST(NewDatabase, aTakenPathIsLeftAlone)
 {
     files::MemoryDisk disk;
     disk.content(path) = {1, 2, 3};
-    try {
-        jet::Database::create(disk, path, jet::turkish, rows::created);
-        FAIL() << "made a database where a file stands";
-    } catch (const jet::Error& error) {
-        ASSERT_EQ(error.fault(), jet::Fault::exists);
-    }
+    ASSERT_EQ(faultOf([&] { jet::Database::create(disk, path, jet::turkish, rows::created); }), jet::Fault::exists);
     ASSERT_EQ(disk.content(path), (files::MemoryDisk::Content{1, 2, 3}));
 }
 

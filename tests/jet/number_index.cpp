@@ -87,14 +87,11 @@ protected:
     rows::Maker maker_;
 };
 
-RowTable<ColumnType> types()
-{
-    return {{"Byte", ColumnType::byte},          {"Integer", ColumnType::integer},
-            {"Long", ColumnType::longInteger},   {"Currency", ColumnType::currency},
-            {"Single", ColumnType::singleFloat}, {"Double", ColumnType::doubleFloat}};
-}
+const RowTable<ColumnType> types = {{"Byte", ColumnType::byte},          {"Integer", ColumnType::integer},
+                                    {"Long", ColumnType::longInteger},   {"Currency", ColumnType::currency},
+                                    {"Single", ColumnType::singleFloat}, {"Double", ColumnType::doubleFloat}};
 
-INSTANTIATE_TEST_SUITE_P(, NumberIndex, testing::ValuesIn(types()), RowName());
+INSTANTIATE_TEST_SUITE_P(, NumberIndex, testing::ValuesIn(types), RowName());
 
 TEST_P(NumberIndex, answersAsAWalkOverAllRowsDoes)
 {

@@ -55,28 +55,15 @@ void text(Content& content, std::size_t at, std::string_view text)
     std::copy(text.begin(), text.end(), content.begin() + std::ptrdiff_t(at));
 }
 
-/// What opening a file was refused with.
-struct Refusal {
-    jet::Fault fault;
-    std::string sentence;
-};
-
-/// Nothing when it was opened.
-std::optional<Refusal> refusalOf(jet::Disk& disk, const std::filesystem::path& file)
+Refusal refusalOfOpening(jet::Disk& disk, const std::filesystem::path& file)
 {
-    try {
-        jet::Database::open(disk, file);
-    } catch (const jet::Error& error) {
-        return Refusal{error.fault(), error.what()};
-    }
-    return std::nullopt;
+    return refusalOf([&] { jet::Database::open(disk, file); });
 }
 
 struct OpeningRefusalRow {
     std::function<void(Content&)> spoil;
     jet::Fault fault;
 };
-class OpeningRefusal : public TableTest<OpeningRefusalRow> {};
 
 using jet::Fault;
 const RowTable<OpeningRefusalRow> openingRefusal = {
@@ -105,7 +92,7 @@ const RowTable<OpeningRefusalRow> openingRefusal = {
      {[](Content& c) { jet::definition_layout::head::columns.put(&c[jet::positionOf(2)], 16); }, Fault::damaged}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, OpeningRefusal, testing::ValuesIn(openingRefusal), RowName());
+TABLE_SUITE(OpeningRefusal, OpeningRefusalRow, openingRefusal);
 
 TEST_P(OpeningRefusal, whatIsNotADatabaseIsToldApart)
 {
@@ -113,20 +100,18 @@ TEST_P(OpeningRefusal, whatIsNotADatabaseIsToldApart)
     files::MemoryDisk disk;
     disk.content("Yağ.mdb") = sound();
     spoil(disk.content("Yağ.mdb"));
-    const auto refusal = refusalOf(disk, "Yağ.mdb");
-    ASSERT_TRUE(refusal) << "was opened";
-    ASSERT_EQ(refusal->fault, fault) << refusal->sentence;
-    ASSERT_THAT(refusal->sentence, HasSubstr("Yağ.mdb"));
+    const auto refusal = refusalOfOpening(disk, "Yağ.mdb");
+    ASSERT_EQ(refusal.fault, fault) << refusal.sentence;
+    ASSERT_THAT(refusal.sentence, HasSubstr("Yağ.mdb"));
 }
 
 TEST(Opening, pathsAreToldApart)
 {
     const TemporaryFolder folder;
     const auto check = [](const std::filesystem::path& file, jet::Fault fault) {
-        const auto refusal = refusalOf(platform::systemDisk(), file);
-        ASSERT_TRUE(refusal) << "was opened";
-        ASSERT_EQ(refusal->fault, fault);
-        ASSERT_THAT(refusal->sentence, HasSubstr(file.string()));
+        const auto refusal = refusalOfOpening(platform::systemDisk(), file);
+        ASSERT_EQ(refusal.fault, fault);
+        ASSERT_THAT(refusal.sentence, HasSubstr(file.string()));
     };
     check(folder / "yok.mdb", jet::Fault::notFound);
     check(folder.path(), jet::Fault::isFolder);
@@ -138,30 +123,28 @@ TEST(Opening, aSecondProgramFindsTheFileInUse)
     const std::filesystem::path file = folder / "Yag.mdb";
     jet::Database::create(platform::systemDisk(), file, jet::turkish, rows::created);
     const auto first = jet::Database::open(platform::systemDisk(), file);
-    const auto refusal = refusalOf(platform::systemDisk(), file);
-    ASSERT_TRUE(refusal) << "two programs may write";
-    ASSERT_EQ(refusal->fault, jet::Fault::inUse);
+    ASSERT_EQ(refusalOfOpening(platform::systemDisk(), file).fault, jet::Fault::inUse);
 }
 
 TEST(Opening, everyRefusalHasItsOwnSentence)
 {
     std::map<jet::Fault, std::string> sentences;
-    const auto note = [&](const std::optional<Refusal>& refusal) {
-        ASSERT_TRUE(refusal) << "was opened";
-        sentences.emplace(refusal->fault, refusal->sentence);
+    const auto note = [&](const Refusal& refusal) {
+        ASSERT_TRUE(refusal.fault) << "was opened";
+        sentences.emplace(*refusal.fault, refusal.sentence);
     };
     for (const auto& [name, row] : openingRefusal) {
         files::MemoryDisk disk;
         disk.content("Yağ.mdb") = sound();
         row.spoil(disk.content("Yağ.mdb"));
-        note(refusalOf(disk, "Yağ.mdb"));
+        note(refusalOfOpening(disk, "Yağ.mdb"));
     }
     const TemporaryFolder folder;
-    note(refusalOf(platform::systemDisk(), folder / "yok.mdb"));
-    note(refusalOf(platform::systemDisk(), folder.path()));
+    note(refusalOfOpening(platform::systemDisk(), folder / "yok.mdb"));
+    note(refusalOfOpening(platform::systemDisk(), folder.path()));
     jet::Database::create(platform::systemDisk(), folder / "Yag.mdb", jet::turkish, rows::created);
     const auto first = jet::Database::open(platform::systemDisk(), folder / "Yag.mdb");
-    note(refusalOf(platform::systemDisk(), folder / "Yag.mdb"));
+    note(refusalOfOpening(platform::systemDisk(), folder / "Yag.mdb"));
 
     std::set<std::string> different;
     for (const auto& [fault, sentence] : sentences) {
@@ -171,19 +154,20 @@ TEST(Opening, everyRefusalHasItsOwnSentence)
     ASSERT_GE(different.size(), 8U);
 }
 
-TEST(Opening, aHeaderWithoutAReadableTimeStillOpens)
-{
+struct SoundDatabase : testing::Test {
+    SoundDatabase() { disk.content("a.mdb") = sound(); }
     files::MemoryDisk disk;
-    disk.content("a.mdb") = sound();
+};
+
+TEST_F(SoundDatabase, aHeaderWithoutAReadableTimeStillOpens)
+{
     inHeader(disk.content("a.mdb"),
              [](jet::PageBytes page) { std::ranges::fill(at::creationTime.of(page), std::uint8_t{0xFF}); });
     ASSERT_TRUE(jet::Database::open(disk, "a.mdb")->hasTable(u"Cari"));
 }
 
-TEST(Opening, oneDamagedTableLeavesTheOthersReadable)
+TEST_F(SoundDatabase, oneDamagedTableLeavesTheOthersReadable)
 {
-    files::MemoryDisk disk;
-    disk.content("a.mdb") = sound();
     jet::PageNo damaged = 0;
     {
         const auto database = jet::Database::open(disk, "a.mdb");
@@ -199,10 +183,8 @@ TEST(Opening, oneDamagedTableLeavesTheOthersReadable)
     ASSERT_THROW(database->table(u"Bozuk"), jet::Error);
 }
 
-TEST(Opening, namesAreFoundInAnyCase)
+TEST_F(SoundDatabase, namesAreFoundInAnyCase)
 {
-    files::MemoryDisk disk;
-    disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
     ASSERT_TRUE(database->hasTable(u"CARI"));
     ASSERT_TRUE(database->hasTable(u"CARİ"));
@@ -212,18 +194,12 @@ TEST(Opening, namesAreFoundInAnyCase)
     ASSERT_EQ(database->table(u"Cari").columnNamed(u"UNVAN"), std::optional<std::size_t>(0));
 }
 
-TEST(Opening, anUnknownTableIsNamed)
+TEST_F(SoundDatabase, anUnknownTableIsNamed)
 {
-    files::MemoryDisk disk;
-    disk.content("a.mdb") = sound();
     const auto database = jet::Database::open(disk, "a.mdb");
-    try {
-        database->table(u"Müşteri");
-        FAIL() << "found it";
-    } catch (const jet::Error& error) {
-        ASSERT_EQ(error.fault(), jet::Fault::noSuchTable);
-        ASSERT_THAT(error.what(), HasSubstr("\"Müşteri\""));
-    }
+    const auto refusal = refusalOf([&] { database->table(u"Müşteri"); });
+    ASSERT_EQ(refusal.fault, jet::Fault::noSuchTable);
+    ASSERT_THAT(refusal.sentence, HasSubstr("\"Müşteri\""));
 }
 
 struct OpeningOtherVersionsRow {
@@ -247,13 +223,9 @@ INSTANTIATE_TEST_SUITE_P(, OpeningOtherVersions, testing::ValuesIn(openingOtherV
 
 TEST_P(OpeningOtherVersions, filesOfOtherVersionsOfAccessAreRefused)
 {
-    const auto& [file, fault] = row();
-    try {
-        jet::Database::open(platform::systemDisk(), samples::database(file), jet::Pager::Mode::readOnly);
-        FAIL() << "was opened";
-    } catch (const jet::Error& error) {
-        ASSERT_EQ(error.fault(), fault) << error.what();
-    }
+    const auto refusal = refusalOf(
+        [] { jet::Database::open(platform::systemDisk(), samples::database(row().file), jet::Pager::Mode::readOnly); });
+    ASSERT_EQ(refusal.fault, row().fault) << refusal.sentence;
 }
 
 } // namespace

@@ -28,8 +28,7 @@ using session_layout::mostUsers;
 /// What a program writes that has the file to itself: the bytes of a database after some more rows.
 PowerCutDisk::Image afterTheWorkOf(unsigned seed, const PowerCutDisk::Image& before, int rows, MixedWork::Rows& model)
 {
-    PowerCutDisk disk;
-    disk.put(file, before);
+    PowerCutDisk disk(file, before);
     {
         const auto database = Database::open(disk, file);
         MixedWork work(seed);
@@ -144,8 +143,7 @@ TEST_F(BesideOtherPrograms, aRowThatAnotherProgramChangedMeanwhileIsNotOverwritt
         return false;
     });
     const std::size_t amount = *table().columnNamed(u"Tutar");
-    PowerCutDisk elsewhere;
-    elsewhere.put(file, disk.content(file));
+    PowerCutDisk elsewhere(file, disk.content(file));
     Database::open(elsewhere, file)->table(MixedWork::table).update(first, {{amount, 4711.0}});
     bool within = false;
     disk.beforeEachChange = [&] {
@@ -208,13 +206,9 @@ protected:
     }
     std::string refusal()
     {
-        try {
-            Pager(disk, file, Pager::Mode::readWrite);
-        } catch (const Error& error) {
-            EXPECT_EQ(error.fault(), Fault::inUse);
-            return error.what();
-        }
-        return "was opened";
+        const auto refusal = refusalOf([&] { Pager(disk, file, Pager::Mode::readWrite); });
+        EXPECT_EQ(refusal.fault, Fault::inUse);
+        return refusal.sentence;
     }
 
     PowerCutDisk disk;

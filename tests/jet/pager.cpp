@@ -73,8 +73,8 @@ protected:
         change.commit();
     }
 
-    PowerCutDisk disk;
-    Pager pager{(disk.put(file, blankFile()), disk), file, Pager::Mode::readWrite};
+    PowerCutDisk disk{file, blankFile()};
+    Pager pager{disk, file, Pager::Mode::readWrite};
 };
 
 TEST(Pager, readsWhatStandsInTheFile)
@@ -200,8 +200,7 @@ TEST_F(OpenPager, commitWithoutChangesTouchesNothing)
 
 TEST(Pager, closingRemovesTheJournal)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
+    PowerCutDisk disk(file, blankFile());
     {
         Pager pager(disk, file, Pager::Mode::readWrite);
         Transaction change(pager);
@@ -235,8 +234,7 @@ TEST_F(OpenPager, changeCountMovesWithCommitAndRollback)
 
 TEST(Pager, readOnlyFileIsNotWritten)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
+    PowerCutDisk disk(file, blankFile());
     {
         Pager pager(disk, file, Pager::Mode::readOnly);
         ASSERT_FALSE(pager.writable());
@@ -255,7 +253,6 @@ struct PagerFileSizeRow {
     bool signature;
     Fault fault;
 };
-class PagerFileSize : public TableTest<PagerFileSizeRow> {};
 
 const RowTable<PagerFileSizeRow> pagerFileSize = {
     {"empty", {0, 1, false, Fault::notADatabase}},
@@ -268,7 +265,7 @@ const RowTable<PagerFileSizeRow> pagerFileSize = {
     {"small file of Access 97", {20 * 2048, 0, true, Fault::oldFormat}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, PagerFileSize, testing::ValuesIn(pagerFileSize), RowName());
+TABLE_SUITE(PagerFileSize, PagerFileSizeRow, pagerFileSize);
 
 TEST_P(PagerFileSize, wrongSizesAreNamed)
 {
@@ -277,8 +274,7 @@ TEST_P(PagerFileSize, wrongSizesAreNamed)
     header_layout::version.put(content, static_cast<std::uint32_t>(version));
     if (!signature) content[header_layout::signature.begin] = 'x';
     content.resize(static_cast<std::size_t>(size));
-    PowerCutDisk disk;
-    disk.put(file, content);
+    PowerCutDisk disk(file, content);
     ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), fault);
 }
 
@@ -297,8 +293,6 @@ TEST_F(OpenPager, largestFileIsTheLimit)
     ASSERT_EQ(pager.pageCount(), 16U);
 }
 
-class PagerPowerCut : public TableTest<unsigned> {};
-
 RowTable<unsigned> pagerPowerCut()
 {
     RowTable<unsigned> table;
@@ -306,14 +300,13 @@ RowTable<unsigned> pagerPowerCut()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, PagerPowerCut, testing::ValuesIn(pagerPowerCut()), RowName());
+TABLE_SUITE(PagerPowerCut, unsigned, pagerPowerCut());
 
 TEST_P(PagerPowerCut, everyPowerCutLeavesBeforeOrAfter)
 {
     const unsigned seed = row();
     std::mt19937 random(seed);
-    PowerCutDisk disk;
-    disk.put(file, blankFile(20));
+    PowerCutDisk disk(file, blankFile(20));
     Content before = disk.content(file);
     Content after = before;
     std::uint32_t luck = seed * 100000;
@@ -389,8 +382,7 @@ TEST(Pager, longJournalIsPutBackWhole)
 TEST(Pager, everyPassingFaultLeavesTheStateBefore)
 {
     for (int fault = 1;; ++fault) {
-        PowerCutDisk disk;
-        disk.put(file, blankFile(20));
+        PowerCutDisk disk(file, blankFile(20));
         const auto before = disk.content(file);
         disk.failing = {fault};
         bool failed = false;
@@ -433,8 +425,7 @@ TEST(Pager, everyPassingFaultLeavesTheStateBefore)
 TEST(Pager, everyLastingFaultLeavesTheStateBefore)
 {
     for (int fault = 1;; ++fault) {
-        PowerCutDisk disk;
-        disk.put(file, blankFile(20));
+        PowerCutDisk disk(file, blankFile(20));
         const auto before = disk.content(file);
         disk.failingFrom = fault;
         Pager pager(disk, file, Pager::Mode::readWrite);
@@ -468,8 +459,7 @@ TEST(Pager, fullDiskLeavesTheStateBefore)
     bool committed = false;
     int refused = 0;
     for (std::size_t room = 0; !committed; room += 1500) {
-        PowerCutDisk disk;
-        disk.put(file, blankFile(20));
+        PowerCutDisk disk(file, blankFile(20));
         const auto before = disk.content(file);
         disk.capacity = start + room;
         Pager pager(disk, file, Pager::Mode::readWrite);
@@ -508,8 +498,7 @@ protected:
 
 void StoppedCommit::SetUp()
 {
-    PowerCutDisk disk;
-    disk.put(file, before);
+    PowerCutDisk disk(file, before);
     Pager pager(disk, file, Pager::Mode::readWrite);
     Transaction transaction(pager);
     fill(pager, 3, 1);
@@ -534,14 +523,12 @@ TEST_F(StoppedCommit, journalWithAnyWrongByteIsIgnored)
         if (at >= 512 && (at - 512) % 4112 >= 4 && (at - 512) % 4112 < 8) continue; // unused field of a record
         auto wrong = whole;
         wrong[at] = static_cast<std::uint8_t>(wrong[at] ^ 0x10);
-        PowerCutDisk disk;
-        disk.put(file, after);
+        PowerCutDisk disk(file, after);
         disk.put(journal, wrong);
         ASSERT_EQ(contentOf(disk), after) << std::to_string(at);
     }
     for (const std::size_t size : {std::size_t{0}, std::size_t{40}, std::size_t{511}, whole.size() - 1}) {
-        PowerCutDisk disk;
-        disk.put(file, after);
+        PowerCutDisk disk(file, after);
         disk.put(journal, Content(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         ASSERT_EQ(contentOf(disk), after);
     }
@@ -554,8 +541,7 @@ TEST_F(StoppedCommit, journalBesideAReplacedDatabaseIsSetAside)
     for (const PageCount pages : {18U, 20U, 22U, 40U}) {
         auto replaced = other;
         replaced.resize(pages * pageSize);
-        PowerCutDisk disk;
-        disk.put(file, replaced);
+        PowerCutDisk disk(file, replaced);
         disk.put(journal, stopped.content(journal));
         ASSERT_EQ(contentOf(disk), replaced);
         ASSERT_FALSE(disk.has(journal));
@@ -569,8 +555,7 @@ TEST_F(StoppedCommit, journalBesideAnOlderCopyGivesTheStateItWasWrittenFor)
     // Differs only where the journal holds the whole page: putting it back makes a state that did exist.
     auto older = before;
     older[9 * pageSize + 44] = 5;
-    PowerCutDisk disk;
-    disk.put(file, older);
+    PowerCutDisk disk(file, older);
     disk.put(journal, stopped.content(journal));
     ASSERT_EQ(contentOf(disk), before);
 }
@@ -607,8 +592,7 @@ TEST_F(StoppedCommit, foreignChangeAfterARepairIsNotTakenBack)
 
 TEST(Pager, secondWriterIsRefused)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
+    PowerCutDisk disk(file, blankFile());
     auto first = std::make_unique<Pager>(disk, file, Pager::Mode::readWrite);
     ASSERT_EQ(faultOf([&] { Pager(disk, file, Pager::Mode::readWrite); }), Fault::inUse);
     first.reset();
@@ -618,8 +602,7 @@ TEST(Pager, secondWriterIsRefused)
 
 TEST(Pager, readerComesInBesideAnIdleWriter)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
+    PowerCutDisk disk(file, blankFile());
     Pager writer(disk, file, Pager::Mode::readWrite);
     Transaction change(writer);
     fill(writer, 3, 1);
@@ -634,8 +617,7 @@ TEST(Pager, readerComesInBesideAnIdleWriter)
 
 TEST(Pager, commitWaitsForReadersAndGivesUpWhole)
 {
-    PowerCutDisk disk;
-    disk.put(file, blankFile());
+    PowerCutDisk disk(file, blankFile());
     Pager writer(disk, file, Pager::Mode::readWrite);
     const auto before = contentOf(writer);
     {

@@ -100,14 +100,13 @@ struct RandomChangesInOrderRow {
     bool isTurkish;
     unsigned seed;
 };
-class RandomChangesInOrder : public TableTest<RandomChangesInOrderRow> {};
 
 const RowTable<RandomChangesInOrderRow> randomChangesInOrder = {
     {"general order", {false, 1}},
     {"Turkish order", {true, 2}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, RandomChangesInOrder, testing::ValuesIn(randomChangesInOrder), RowName());
+TABLE_SUITE(RandomChangesInOrder, RandomChangesInOrderRow, randomChangesInOrder);
 
 TEST_P(RandomChangesInOrder, aThousandChangesLeaveWhatTheModelHolds)
 {

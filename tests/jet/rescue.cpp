@@ -8,6 +8,7 @@
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/support/fault.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
@@ -149,7 +150,7 @@ void fill(Image& image, PageNo page, std::uint8_t byte)
     std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(positionOf(page)), pageSize, byte);
 }
 
-Damage blank(Pages pages, std::uint8_t byte = 0)
+Damage blank(const Pages& pages, std::uint8_t byte = 0)
 {
     return {[pages, byte](Image& image) {
                 for (const PageNo page : pages) fill(image, page, byte);
@@ -167,10 +168,14 @@ TEST(Rescue, theWorldHasMovedRowsAndLongValues)
     ASSERT_NE(world().notePage(), PageNo(0));
 }
 
-TEST(Rescue, aSoundFileComesOutWhole)
-{
+/// The sound file, to be damaged.
+struct DiskOfTheWorld : testing::Test {
+    DiskOfTheWorld() { disk.content(file) = world().image; }
     files::MemoryDisk disk;
-    disk.content(file) = world().image;
+};
+
+TEST_F(DiskOfTheWorld, aSoundFileComesOutWhole)
+{
     const RescueResult result = run(disk);
     ASSERT_TRUE(result.whole()) << testing::PrintToString(result.losses);
     ASSERT_EQ(disk.content(file), world().image);
@@ -183,7 +188,6 @@ TEST(Rescue, aSoundFileComesOutWhole)
 
 /// The damage as a function, so that the world is made only where one of them is tried.
 using DamageOf = Damage (*)(const World&);
-class RescueDamage : public TableTest<DamageOf> {};
 
 Damage cutAfter(const World& w, PageNo cut)
 {
@@ -259,7 +263,7 @@ const RowTable<DamageOf> rescueDamage = {
      [](const World& w) { return cutAfter(w, static_cast<PageNo>(w.image.size() / pageSize / 2)); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(, RescueDamage, testing::ValuesIn(rescueDamage), RowName());
+TABLE_SUITE(RescueDamage, DamageOf, rescueDamage);
 
 TEST_P(RescueDamage, everyRowOutsideTheDamageSurvives)
 {
@@ -341,10 +345,8 @@ TEST(Rescue, aPageThatStandsTwiceGivesItsRowsTwice)
     }
 }
 
-TEST(Rescue, aRunningProgramsLastCommitIsSaved)
+TEST_F(DiskOfTheWorld, aRunningProgramsLastCommitIsSaved)
 {
-    files::MemoryDisk disk;
-    disk.content(file) = world().image;
     const auto database = Database::open(disk, file);
     Image before = disk.content(file);
     ASSERT_EQ(before, world().image);
@@ -358,8 +360,6 @@ TEST(Rescue, aRunningProgramsLastCommitIsSaved)
     ASSERT_EQ(rows, customers + 1);
 }
 
-class RescueOtherFiles : public TableTest<Image> {};
-
 RowTable<Image> rescueOtherFiles()
 {
     Image text;
@@ -372,39 +372,25 @@ RowTable<Image> rescueOtherFiles()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, RescueOtherFiles, testing::ValuesIn(rescueOtherFiles()), RowName());
+TABLE_SUITE(RescueOtherFiles, Image, rescueOtherFiles());
 
 TEST_P(RescueOtherFiles, otherFilesAreRefused)
 {
     files::MemoryDisk disk;
     disk.content(file) = row();
-    try {
-        run(disk);
-        FAIL() << "rescued";
-    } catch (const Error& error) {
-        ASSERT_EQ(error.fault(), Fault::notADatabase);
-    }
+    ASSERT_EQ(faultOf([&] { run(disk); }), Fault::notADatabase);
     ASSERT_TRUE(!disk.exists(saved) && !disk.exists("Kurtarilan.mdb.part"));
 }
 
-TEST(Rescue, anExistingFileIsNotReplaced)
+TEST_F(DiskOfTheWorld, anExistingFileIsNotReplaced)
 {
-    files::MemoryDisk disk;
-    disk.content(file) = world().image;
     disk.content(saved) = {1, 2, 3};
-    try {
-        run(disk);
-        FAIL() << "replaced";
-    } catch (const Error& error) {
-        ASSERT_EQ(error.fault(), Fault::exists);
-    }
+    ASSERT_EQ(faultOf([&] { run(disk); }), Fault::exists);
     ASSERT_EQ(disk.content(saved), (Image{1, 2, 3}));
 }
 
-TEST(Rescue, aSurveyCountsWhatARescueSaves)
+TEST_F(DiskOfTheWorld, aSurveyCountsWhatARescueSaves)
 {
-    files::MemoryDisk disk;
-    disk.content(file) = world().image;
     fill(disk.content(file), world().fullestPage(), 0);
     const RescueResult counted = survey(disk, file, mill::tableNamed);
     ASSERT_FALSE(disk.exists(saved));

@@ -9,6 +9,7 @@
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/format/usage_map_layout.h"
+#include "tests/support/fault.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
@@ -343,12 +344,7 @@ TEST_P(RowsOfADamagedFile, areNotCompactedBesideDamage)
         EXPECT_EQ(numbersIn(*Database::open(disk, compacted)), numbers);
         return;
     }
-    try {
-        compact(disk, *database, compacted);
-        FAIL() << "compacted";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.fault(), Fault::damaged) << error.what();
-    }
+    EXPECT_EQ(faultOf([&] { compact(disk, *database, compacted); }), Fault::damaged);
 }
 
 TEST_P(RowsOfADamagedFile, areSavedByARescueAndNeverCalledLostWhereTheyAreSound)

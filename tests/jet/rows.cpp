@@ -65,8 +65,6 @@ TEST(RowPage, fieldsOfColumnsThatCameLaterAreNull)
     ASSERT_FALSE(jet::fieldBytes(layout(), 3, row).has_value());
 }
 
-class RowDamage : public TableTest<std::string> {};
-
 const RowTable<std::string> rowDamage = {
     {"no bytes", ""},
     {"two bytes", "0500"},
@@ -82,7 +80,7 @@ const RowTable<std::string> rowDamage = {
     {"a Double of four bytes", "0500 01020304 41004200 0A00 0A00 0A00 0600 0300 05"},
 };
 
-INSTANTIATE_TEST_SUITE_P(, RowDamage, testing::ValuesIn(rowDamage), RowName());
+TABLE_SUITE(RowDamage, std::string, rowDamage);
 
 TEST_P(RowDamage, damagedRowsAreToldApart) { ASSERT_NE(jet::rowDamage(layout(), bytesOf(row())), nullptr); }
 
@@ -99,8 +97,6 @@ TEST(RowPage, rowsGrowFromTheEndOfThePage)
     ASSERT_TRUE(jet::slotAt(page, 0)->live());
 }
 
-class RowReplacement : public TableTest<std::string> {};
-
 const RowTable<std::string> rowReplacement = {
     {"longer", "0102030405060708"},
     {"shorter", "01"},
@@ -108,7 +104,7 @@ const RowTable<std::string> rowReplacement = {
     {"nothing", ""},
 };
 
-INSTANTIATE_TEST_SUITE_P(, RowReplacement, testing::ValuesIn(rowReplacement), RowName());
+TABLE_SUITE(RowReplacement, std::string, rowReplacement);
 
 TEST_P(RowReplacement, replacingARowMovesTheRowsBelowIt)
 {
@@ -161,15 +157,13 @@ TEST(RowPage, aFullSlotTableTakesNoMoreRows)
     ASSERT_EQ(jet::roomForRow(page), 0U);
 }
 
-class RowSlots : public TableTest<std::string> {};
-
 const RowTable<std::string> rowSlots = {
     {"an offset inside the table", "1000 0F00"},        {"an offset behind the page", "0100 0118"},
     {"offsets that ascend", "0200 000F 010F"},          {"more slots than a row id can name", "0101 F00F"},
     {"a slot table longer than the page", "FFFF F00F"},
 };
 
-INSTANTIATE_TEST_SUITE_P(, RowSlots, testing::ValuesIn(rowSlots), RowName());
+TABLE_SUITE(RowSlots, std::string, rowSlots);
 
 TEST_P(RowSlots, slotsOutsideThePageAreNotFollowed)
 {

@@ -48,13 +48,11 @@ PowerCutDisk::Image readAll(Snapshot& snapshot, PageCount pagesAtOnce, const std
     PowerCutDisk::Image all;
     std::vector<std::uint8_t> buffer(pagesAtOnce * pageSize);
     while (const PageCount count = snapshot.readNext(buffer)) {
-        all.insert(all.end(), buffer.begin(), buffer.begin() + count * pageSize);
+        all.insert(all.end(), buffer.begin(), buffer.begin() + std::ptrdiff_t(count * pageSize));
         between();
     }
     return all;
 }
-
-class SnapshotSlices : public TableTest<int> {};
 
 const RowTable<int> snapshotSlices = {
     {"page by page", 1},
@@ -62,7 +60,7 @@ const RowTable<int> snapshotSlices = {
     {"all at once", 4096},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SnapshotSlices, testing::ValuesIn(snapshotSlices), RowName());
+TABLE_SUITE(SnapshotSlices, int, snapshotSlices);
 
 TEST_P(SnapshotSlices, everyPageIsThatOfTheMomentWhateverIsCommittedMeanwhile)
 {
@@ -178,8 +176,7 @@ TEST(Snapshot, aDamagedDatabaseGivesNoCopy)
         std::fill_n(image.begin() + static_cast<std::ptrdiff_t>(at + 14), pageSize - 14, std::uint8_t{0xEE});
         break;
     }
-    PowerCutDisk disk;
-    disk.put(file, image);
+    PowerCutDisk disk(file, image);
     const auto database = Database::open(disk, file);
     const auto snapshot = database->pager().snapshot();
     ASSERT_EQ(faultOf([&] { backup(disk, *snapshot, "Kopya.mdb", "Kopya.part"); }), Fault::damaged);

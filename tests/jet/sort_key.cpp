@@ -27,59 +27,54 @@ bool certain(const std::u16string& text, Collation collation)
 
 struct SortKeyBytesRow {
     std::u16string text;
-    bool inTurkish;
+    jet::Collation collation;
     std::string key;
 };
-class SortKeyBytes : public TableTest<SortKeyBytesRow> {};
 
-RowTable<SortKeyBytesRow> sortKeyBytes()
-{
-    RowTable<SortKeyBytesRow> table;
-    const auto row = [&table](const char* name, const std::u16string& text, bool inTurkish, const char* hex) {
-        table.push_back({name, {text, inTurkish, plainHex(hex)}});
-    };
-    const bool general = false, turkish = true;
-    row("empty", u"", general, "01 00");
-    row("letters and a digit", u"AA3AA", general, "4A 4A 3C 4A 4A 01 00");
-    row("diacritic", u"AAËAA", general, "4A 4A 51 4A 4A 01 02 02 13 00");
-    row("many diacritics", u"ääkkösiä", general, "4A 4A 5C 5C 64 6B 59 4A 01 13 13 02 02 13 02 02 13 00");
-    row("hyphen", u"A-", general, "4A 01 01 01 01 800B 06 82 00");
-    row("hyphens and two-byte weights", u"-\u00A0Á--Á\u00A0-", general,
-        "0802 4A 4A 0802 01 02 0E 0E 01 01 01 8007 06 82 800F 06 82 800F 06 82 8017 06 82 00");
-    row("sharp s takes two positions", u"NuNuCa Nuß-Nougat-Creme", general,
-        "62 6F 62 6F 4D 4A 07 62 6F 6B6B 62 64 6F 55 4A 6D 4D 69 51 60 51 01 01 01 01 8033 06 82 804B 06 82 00");
-    row("ideographs and kana", u"漢字仮名交じり文", general,
-        "C0B6 ACAC A00D A547 9FBE 7F13 7F43 B6F6 01 02 02 02 02 02 03 01 01 FF 02 80 FF 80 00");
-    row("control character in front", u"\u0003DirData", general, "4F5969 4F4A6D4A 01 01 01 01 8007 06 05 00");
-    row("umlaut in front", u"ümlaut", general, "6F 60 5E 4A 6F 6D 01 13 00");
-    row("Tables", u"Tables", general, "6D4A4C5E516B 01 00");
-    row("Tables in Turkish", u"Tables", turkish, "6D4A4C5E516B 01 00");
-    row("AĞRI", u"AĞRI", turkish, "4A 5602 69 5806 01 00");
-    row("BİNGÖL", u"BİNGÖL", turkish, "4C 59 62 55 6502 5E 01 00");
-    row("GÜMÜŞHANE", u"GÜMÜŞHANE", turkish, "55 7003 60 7003 6C07 57 4A 62 51 01 00");
-    row("İÇEL", u"İÇEL", turkish, "59 4E03 51 5E 01 00");
-    row("Türkçe", u"Türkçe", turkish, "6D 7003 69 5C 4E03 51 01 00");
-    row("Beden Eğitimi", u"Beden Eğitimi", turkish, "4C 51 4F 51 62 07 51 5602 59 6D 59 60 59 01 00");
-    row("siraögrenciler", u"siraögrenciler", turkish, "6B 59 69 4A 6502 55 69 51 62 4D 59 5E 51 69 01 00");
-    row("işçilik", u"işçilik", turkish, "59 6C07 4E03 59 5E 59 5C 01 00");
-    row("circumflex and apostrophe", u"Kâğıt'ı", turkish, "5C 4A 5602 5806 6D 5806 01 02 12 01 01 01 801B 06 80 00");
-    return table;
-}
+const RowTable<SortKeyBytesRow> sortKeyBytes = {
+    {"empty", {u"", jet::general, "01 00"}},
+    {"letters and a digit", {u"AA3AA", jet::general, "4A 4A 3C 4A 4A 01 00"}},
+    {"diacritic", {u"AAËAA", jet::general, "4A 4A 51 4A 4A 01 02 02 13 00"}},
+    {"many diacritics", {u"ääkkösiä", jet::general, "4A 4A 5C 5C 64 6B 59 4A 01 13 13 02 02 13 02 02 13 00"}},
+    {"hyphen", {u"A-", jet::general, "4A 01 01 01 01 800B 06 82 00"}},
+    {"hyphens and two-byte weights",
+     {u"-\u00A0Á--Á\u00A0-", jet::general,
+      "0802 4A 4A 0802 01 02 0E 0E 01 01 01 8007 06 82 800F 06 82 800F 06 82 8017 06 82 00"}},
+    {"sharp s takes two positions",
+     {u"NuNuCa Nuß-Nougat-Creme", jet::general,
+      "62 6F 62 6F 4D 4A 07 62 6F 6B6B 62 64 6F 55 4A 6D 4D 69 51 60 51 01 01 01 01 8033 06 82 804B 06 82 00"}},
+    {"ideographs and kana",
+     {u"漢字仮名交じり文", jet::general,
+      "C0B6 ACAC A00D A547 9FBE 7F13 7F43 B6F6 01 02 02 02 02 02 03 01 01 FF 02 80 FF 80 00"}},
+    {"control character in front", {u"\u0003DirData", jet::general, "4F5969 4F4A6D4A 01 01 01 01 8007 06 05 00"}},
+    {"umlaut in front", {u"ümlaut", jet::general, "6F 60 5E 4A 6F 6D 01 13 00"}},
+    {"Tables", {u"Tables", jet::general, "6D4A4C5E516B 01 00"}},
+    {"Tables in Turkish", {u"Tables", jet::turkish, "6D4A4C5E516B 01 00"}},
+    {"AĞRI", {u"AĞRI", jet::turkish, "4A 5602 69 5806 01 00"}},
+    {"BİNGÖL", {u"BİNGÖL", jet::turkish, "4C 59 62 55 6502 5E 01 00"}},
+    {"GÜMÜŞHANE", {u"GÜMÜŞHANE", jet::turkish, "55 7003 60 7003 6C07 57 4A 62 51 01 00"}},
+    {"İÇEL", {u"İÇEL", jet::turkish, "59 4E03 51 5E 01 00"}},
+    {"Türkçe", {u"Türkçe", jet::turkish, "6D 7003 69 5C 4E03 51 01 00"}},
+    {"Beden Eğitimi", {u"Beden Eğitimi", jet::turkish, "4C 51 4F 51 62 07 51 5602 59 6D 59 60 59 01 00"}},
+    {"siraögrenciler", {u"siraögrenciler", jet::turkish, "6B 59 69 4A 6502 55 69 51 62 4D 59 5E 51 69 01 00"}},
+    {"işçilik", {u"işçilik", jet::turkish, "59 6C07 4E03 59 5E 59 5C 01 00"}},
+    {"circumflex and apostrophe",
+     {u"Kâğıt'ı", jet::turkish, "5C 4A 5602 5806 6D 5806 01 02 12 01 01 01 801B 06 80 00"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyBytes, testing::ValuesIn(sortKeyBytes()), RowName());
+TABLE_SUITE(SortKeyBytes, SortKeyBytesRow, sortKeyBytes);
 
 TEST_P(SortKeyBytes, keyIsTheOneAccessWrites)
 {
-    const auto& [text, inTurkish, key] = row();
-    ASSERT_EQ(keyOf(text, inTurkish ? jet::turkish : jet::general), key);
-    ASSERT_TRUE(certain(text, inTurkish ? jet::turkish : jet::general));
+    const auto& [text, collation, key] = row();
+    ASSERT_EQ(keyOf(text, collation), plainHex(key));
+    ASSERT_TRUE(certain(text, collation));
 }
 
 struct SortKeyWeightsRow {
     bool inTurkish;
     std::uint64_t digest;
 };
-class SortKeyWeights : public TableTest<SortKeyWeightsRow> {};
 
 const RowTable<SortKeyWeightsRow> sortKeyWeights = {
     // Digests of the keys of "A?B" for every code unit, made by another program from the tables of weights.
@@ -87,7 +82,7 @@ const RowTable<SortKeyWeightsRow> sortKeyWeights = {
     {"Turkish", {true, 0x121043d4a1569a08}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyWeights, testing::ValuesIn(sortKeyWeights), RowName());
+TABLE_SUITE(SortKeyWeights, SortKeyWeightsRow, sortKeyWeights);
 
 TEST_P(SortKeyWeights, everyCodeUnitHasItsWeight)
 {
@@ -156,7 +151,6 @@ struct SortKeyCertaintyRow {
     bool inGeneral;
     bool inTurkish;
 };
-class SortKeyCertainty : public TableTest<SortKeyCertaintyRow> {};
 
 const RowTable<SortKeyCertaintyRow> sortKeyCertainty = {
     {"Turkish name", {u"Çiğdem Öğüt-Işık", true, true}},
@@ -171,7 +165,7 @@ const RowTable<SortKeyCertaintyRow> sortKeyCertainty = {
     {"unsure unit behind the 255th", {std::u16string(255, u'a') + u"\U0001F600", true, true}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyCertainty, testing::ValuesIn(sortKeyCertainty), RowName());
+TABLE_SUITE(SortKeyCertainty, SortKeyCertaintyRow, sortKeyCertainty);
 
 TEST_P(SortKeyCertainty, onlyKnownWeightsAreCertain)
 {
@@ -197,7 +191,6 @@ struct SortKeyFoldingRow {
     std::u16string text;
     std::u16string folded;
 };
-class SortKeyFolding : public TableTest<SortKeyFoldingRow> {};
 
 const RowTable<SortKeyFoldingRow> sortKeyFolding = {
     {"i with and without dot", {u"IıİiIŞIK", u"ııiiışık"}},
@@ -207,7 +200,7 @@ const RowTable<SortKeyFoldingRow> sortKeyFolding = {
     {"empty", {u"", u""}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SortKeyFolding, testing::ValuesIn(sortKeyFolding), RowName());
+TABLE_SUITE(SortKeyFolding, SortKeyFoldingRow, sortKeyFolding);
 
 TEST_P(SortKeyFolding, foldingPairsTurkishLetters)
 {

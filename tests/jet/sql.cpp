@@ -115,7 +115,6 @@ struct SqlSearchRow {
     std::string typed;
     Texts found;
 };
-class SqlSearch : public TableTest<SqlSearchRow> {};
 
 const RowTable<SqlSearchRow> sqlSearch = {
     {"one letter", {"A", {"ALI", "Ahmet Veli", "ali", "ALİ", "Ali ", "Ali Veli", "Alican", "A_1"}}},
@@ -136,7 +135,7 @@ const RowTable<SqlSearchRow> sqlSearch = {
     {"double quote", {"\"", {}}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlSearch, testing::ValuesIn(sqlSearch), RowName());
+TABLE_SUITE(SqlSearch, SqlSearchRow, sqlSearch);
 
 TEST_P(SqlSearch, searchesByTheFirstLetters)
 {
@@ -157,15 +156,13 @@ TEST_P(SqlSearch, searchesByTheFirstLetters)
     }
 }
 
-class SqlOrderOfNames : public TableTest<std::string> {};
-
 const RowTable<std::string> sqlOrderOfNames = {
     {"whole register", ""},
     {"through a pattern", "where Unvan Like '*'"},
     {"through another condition", "where Unvan<>'nobody'"},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlOrderOfNames, testing::ValuesIn(sqlOrderOfNames), RowName());
+TABLE_SUITE(SqlOrderOfNames, std::string, sqlOrderOfNames);
 
 TEST_P(SqlOrderOfNames, namesComeInTurkishOrder)
 {
@@ -256,14 +253,12 @@ TEST(Sql, unreadablePatternsFail)
         jet::Fault::syntax);
 }
 
-class SqlByIndex : public TableTest<bool> {};
-
 const RowTable<bool> sqlByIndex = {
     {"no index", false},
     {"indexes", true},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlByIndex, testing::ValuesIn(sqlByIndex), RowName());
+TABLE_SUITE(SqlByIndex, bool, sqlByIndex);
 
 // ---- Comparisons ----------------------------------------------------------------------------------------------
 
@@ -289,7 +284,6 @@ struct SqlNullRow {
     std::string condition;
     int rows;
 };
-class SqlNull : public TableTest<SqlNullRow> {};
 
 const RowTable<SqlNullRow> sqlNull = {
     // Two rows: one with values, one with Null everywhere.
@@ -314,7 +308,7 @@ const RowTable<SqlNullRow> sqlNull = {
     {"Booleans are never Null", {"Onay=False", 2}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlNull, testing::ValuesIn(sqlNull), RowName());
+TABLE_SUITE(SqlNull, SqlNullRow, sqlNull);
 
 TEST_P(SqlNull, nullMeetsNoComparison)
 {
@@ -333,7 +327,6 @@ struct SqlSumsRow {
     std::vector<double> values; // below -999: Null
     double sum;
 };
-class SqlSums : public TableTest<SqlSumsRow> {};
 
 const RowTable<SqlSumsRow> sqlSums = {
     {"no rows", {{}, -1000.0}},
@@ -343,7 +336,7 @@ const RowTable<SqlSumsRow> sqlSums = {
     {"cancelling out", {{-5, 5}, 0.0}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlSums, testing::ValuesIn(sqlSums), RowName());
+TABLE_SUITE(SqlSums, SqlSumsRow, sqlSums);
 
 TEST_P(SqlSums, sumsLeaveNullOut)
 {
@@ -406,7 +399,6 @@ struct SqlPeriodRow {
     double days;
     bool within;
 };
-class SqlPeriod : public TableTest<SqlPeriodRow> {};
 
 RowTable<SqlPeriodRow> sqlPeriod()
 {
@@ -427,7 +419,7 @@ RowTable<SqlPeriodRow> sqlPeriod()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, SqlPeriod, testing::ValuesIn(sqlPeriod()), RowName());
+TABLE_SUITE(SqlPeriod, SqlPeriodRow, sqlPeriod());
 
 TEST_P(SqlPeriod, aPeriodEndsWithItsLastSecond)
 {
@@ -694,7 +686,6 @@ struct SqlEveryWayRow {
     bool indexes;
     bool isGeneral;
 };
-class SqlEveryWay : public TableTest<SqlEveryWayRow> {};
 
 RowTable<SqlEveryWayRow> sqlEveryWay()
 {
@@ -707,7 +698,7 @@ RowTable<SqlEveryWayRow> sqlEveryWay()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, SqlEveryWay, testing::ValuesIn(sqlEveryWay()), RowName());
+TABLE_SUITE(SqlEveryWay, SqlEveryWayRow, sqlEveryWay());
 
 /// Random changes, some of them taken back; after each, the answers must be those of a plain list of rows.
 TEST_P(SqlEveryWay, answersAreTheSameByEveryWay)

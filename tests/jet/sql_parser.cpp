@@ -79,7 +79,6 @@ struct SqlParserStatementsRow {
     std::string text;
     std::string tree;
 };
-class SqlParserStatements : public TableTest<SqlParserStatementsRow> {};
 
 const RowTable<SqlParserStatementsRow> sqlParserStatements = {
     {"customer search",
@@ -117,7 +116,7 @@ const RowTable<SqlParserStatementsRow> sqlParserStatements = {
     {"line ends are blanks", {"Select *\r\n\tFrom Cari\r\n", "select of Cari"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlParserStatements, testing::ValuesIn(sqlParserStatements), RowName());
+TABLE_SUITE(SqlParserStatements, SqlParserStatementsRow, sqlParserStatements);
 
 TEST_P(SqlParserStatements, readsStatements)
 {
@@ -129,7 +128,6 @@ struct SqlParserConditionsRow {
     std::string text;
     std::string tree;
 };
-class SqlParserConditions : public TableTest<SqlParserConditionsRow> {};
 
 const RowTable<SqlParserConditionsRow> sqlParserConditions = {
     {"find a customer", {"Unvan='Ali'", "[Unvan]='Ali'"}},
@@ -155,15 +153,13 @@ const RowTable<SqlParserConditionsRow> sqlParserConditions = {
     {"two fields", {"Zeytin=[Yağ]", "[Zeytin]=[Yağ]"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlParserConditions, testing::ValuesIn(sqlParserConditions), RowName());
+TABLE_SUITE(SqlParserConditions, SqlParserConditionsRow, sqlParserConditions);
 
 TEST_P(SqlParserConditions, readsConditions)
 {
     const auto& [text, tree] = row();
     ASSERT_EQ(shown(parseCondition(jet::fromUtf8(text))), tree);
 }
-
-class SqlParserRefusal : public TableTest<std::string> {};
 
 const RowTable<std::string> sqlParserRefusal = {
     {"nothing", ""},
@@ -201,17 +197,12 @@ const RowTable<std::string> sqlParserRefusal = {
     {"nesting without end", "Select * From Cari where " + std::string(1000, '(')},
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlParserRefusal, testing::ValuesIn(sqlParserRefusal), RowName());
+TABLE_SUITE(SqlParserRefusal, std::string, sqlParserRefusal);
 
 TEST_P(SqlParserRefusal, refusesWhatItDoesNotUnderstand)
 {
     const std::string& text = row();
-    try {
-        parseStatement(jet::fromUtf8(text));
-        FAIL() << "the text was taken";
-    } catch (const jet::Error& error) {
-        ASSERT_EQ(error.fault(), jet::Fault::syntax);
-    }
+    ASSERT_EQ(faultOf([&] { parseStatement(jet::fromUtf8(text)); }), jet::Fault::syntax);
 }
 
 TEST(SqlParser, aDateLiteralIsTheSameDoubleAsAStoredMoment)
@@ -224,13 +215,9 @@ TEST(SqlParser, aDateLiteralIsTheSameDoubleAsAStoredMoment)
 
 TEST(SqlParser, theSentenceShowsWhereReadingStopped)
 {
-    try {
-        parseStatement(u"DELETE FROM Hareket Where CariHar='O'Neil'");
-        FAIL() << "the text was taken";
-    } catch (const jet::Error& error) {
-        ASSERT_THAT(error.what(), HasSubstr("CariHar='O'»Neil'"));
-        ASSERT_THAT(error.what(), HasSubstr("hiçbir kayıt değişmedi"));
-    }
+    const auto refusal = refusalOf([&] { parseStatement(u"DELETE FROM Hareket Where CariHar='O'Neil'"); });
+    ASSERT_THAT(refusal.sentence, HasSubstr("CariHar='O'»Neil'"));
+    ASSERT_THAT(refusal.sentence, HasSubstr("hiçbir kayıt değişmedi"));
 }
 
 } // namespace

@@ -72,9 +72,12 @@ TEST(UsageMap, lowestFreePageIsTakenAndZeroed)
     ASSERT_EQ(mapPages(*db.pager, freeMap), std::vector<PageNo>());
 }
 
-TEST(UsageMap, freedPageIsTakenAgain)
-{
+struct OpenUsageMap : testing::Test {
     Opened db;
+};
+
+TEST_F(OpenUsageMap, freedPageIsTakenAgain)
+{
     for (PageNo page = 16; page < 40; ++page) ASSERT_EQ(allocatePage(*db.pager), page);
     freePage(*db.pager, 30);
     freePage(*db.pager, 17);
@@ -84,9 +87,8 @@ TEST(UsageMap, freedPageIsTakenAgain)
     ASSERT_EQ(allocatePage(*db.pager), PageNo(40));
 }
 
-TEST(UsageMap, takenPagesComeBackWithARollback)
+TEST_F(OpenUsageMap, takenPagesComeBackWithARollback)
 {
-    Opened db;
     for (int i = 0; i < 1000; ++i) allocatePage(*db.pager);
     db.pager->rollback();
     ASSERT_EQ(db.pager->pageCount(), 16U);
@@ -94,9 +96,8 @@ TEST(UsageMap, takenPagesComeBackWithARollback)
     ASSERT_EQ(allocatePage(*db.pager), PageNo(16));
 }
 
-TEST(UsageMap, freedPageKeepsItsTombstone)
+TEST_F(OpenUsageMap, freedPageKeepsItsTombstone)
 {
-    Opened db;
     const PageNo blank = allocatePage(*db.pager);
     const PageNo table = allocatePage(*db.pager);
     for (const PageNo page : {blank, table}) {
@@ -108,9 +109,8 @@ TEST(UsageMap, freedPageKeepsItsTombstone)
     ASSERT_EQ(head(table), 0x02020208U);
 }
 
-TEST(UsageMap, secondFreeIsDamage)
+TEST_F(OpenUsageMap, secondFreeIsDamage)
 {
-    Opened db;
     const PageNo page = allocatePage(*db.pager);
     freePage(*db.pager, page);
     ASSERT_EQ(faultOf([&] { freePage(*db.pager, page); }), Fault::damaged);
@@ -122,7 +122,6 @@ struct UsageMapGrowthRow {
     PageNo pages;
     std::size_t length;
 };
-class UsageMapGrowth : public TableTest<UsageMapGrowthRow> {};
 
 const RowTable<UsageMapGrowthRow> usageMapGrowth = {
     // Sizes of files that the platform itself made.
@@ -130,7 +129,7 @@ const RowTable<UsageMapGrowthRow> usageMapGrowth = {
     {"1006 pages", {PageNo{1006}, 133}}, {"longest inline", {PageNo{32032}, 4009}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, UsageMapGrowth, testing::ValuesIn(usageMapGrowth), RowName());
+TABLE_SUITE(UsageMapGrowth, UsageMapGrowthRow, usageMapGrowth);
 
 TEST_P(UsageMapGrowth, freeMapGrowsInStepsOf32Pages)
 {
@@ -145,9 +144,8 @@ TEST_P(UsageMapGrowth, freeMapGrowsInStepsOf32Pages)
     ASSERT_EQ(mapPages(*db.pager, second), std::vector<PageNo>());
 }
 
-TEST(UsageMap, everyPageHasOneUseInAVeryLargeFile)
+TEST_F(OpenUsageMap, everyPageHasOneUseInAVeryLargeFile)
 {
-    Opened db;
     Pager& pager = *db.pager;
     const MapRef owned{0, mapPage(pager, 2)};
     const MapRef room{1, owned.page};
@@ -192,7 +190,6 @@ struct UsageMapHistoryRow {
     PageNo from;
     PageNo to;
 };
-class UsageMapHistory : public TableTest<UsageMapHistoryRow> {};
 
 const RowTable<UsageMapHistoryRow> usageMapHistory = {
     {"low pages", {PageNo{20}, PageNo{400}}},        {"narrow and high", {PageNo{33000}, PageNo{33500}}},
@@ -200,7 +197,7 @@ const RowTable<UsageMapHistoryRow> usageMapHistory = {
     {"whole file", {PageNo{2}, PageNo{39000}}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, UsageMapHistory, testing::ValuesIn(usageMapHistory), RowName());
+TABLE_SUITE(UsageMapHistory, UsageMapHistoryRow, usageMapHistory);
 
 TEST_P(UsageMapHistory, mapFollowsARandomHistory)
 {
@@ -230,9 +227,8 @@ TEST_P(UsageMapHistory, mapFollowsARandomHistory)
     }
 }
 
-TEST(UsageMap, farPageRebasesAnInlineMap)
+TEST_F(OpenUsageMap, farPageRebasesAnInlineMap)
 {
-    Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 921);
@@ -243,9 +239,8 @@ TEST(UsageMap, farPageRebasesAnInlineMap)
     ASSERT_EQ(mapPages(*db.pager, map), (std::vector<PageNo>{916, 921}));
 }
 
-TEST(UsageMap, widerSpreadTurnsAMapIntoAReference)
+TEST_F(OpenUsageMap, widerSpreadTurnsAMapIntoAReference)
 {
-    Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 100);
@@ -260,10 +255,9 @@ TEST(UsageMap, widerSpreadTurnsAMapIntoAReference)
     ASSERT_FALSE(mapHas(*db.pager, freeMap, bitmaps[0]));
 }
 
-TEST(UsageMap, bitsLeftOverBehindTheEntriesOfAReferenceMapAreNoEntries)
+TEST_F(OpenUsageMap, bitsLeftOverBehindTheEntriesOfAReferenceMapAreNoEntries)
 {
     // A map that was inline and lengthened before it became a reference may keep bits where no file has pages.
-    Opened db;
     const PageNo page = allocatePage(*db.pager);
     initRowPage(db.pager->write(page), row_page_layout::mapOwner);
     std::vector<std::uint8_t> row(at::entryAt(25), 0);
@@ -278,9 +272,8 @@ TEST(UsageMap, bitsLeftOverBehindTheEntriesOfAReferenceMapAreNoEntries)
     ASSERT_EQ(mapPages(*db.pager, map), std::vector<PageNo>{page});
 }
 
-TEST(UsageMap, clearingNeverShrinksAMap)
+TEST_F(OpenUsageMap, clearingNeverShrinksAMap)
 {
-    Opened db;
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     const MapRef map{0, mapPage(*db.pager, 1)};
     mapSet(*db.pager, map, 100);
@@ -292,9 +285,8 @@ TEST(UsageMap, clearingNeverShrinksAMap)
     ASSERT_EQ(mapPages(*db.pager, map), std::vector<PageNo>());
 }
 
-TEST(UsageMap, bitsPastTheEndAreLeftOut)
+TEST_F(OpenUsageMap, bitsPastTheEndAreLeftOut)
 {
-    Opened db;
     ASSERT_EQ(mapPages(*db.pager, freeMap), std::vector<PageNo>());
     ASSERT_TRUE(mapHas(*db.pager, freeMap, 16));
     ASSERT_TRUE(mapHas(*db.pager, freeMap, 511));
@@ -326,9 +318,8 @@ TEST(UsageMap, freeMapOfAnotherProgramMayStartHigher)
     for (const PageNo bitmap : mapBitmapPages(*db.pager, freeMap)) ASSERT_TRUE(bitmap != next && bitmap > 100);
 }
 
-TEST(UsageMap, mapOfAnotherProgramMayStartAnywhere)
+TEST_F(OpenUsageMap, mapOfAnotherProgramMayStartAnywhere)
 {
-    Opened db;
     const MapRef map{0, mapPage(*db.pager, 1)};
     while (db.pager->pageCount() < 1000) allocatePage(*db.pager);
     std::uint8_t* const row = &db.pager->write(map.page)[pageSize - at::newRow];
@@ -358,7 +349,6 @@ struct UsageMapDamageRow {
     std::size_t offset;
     std::vector<std::uint8_t> bytes;
 };
-class UsageMapDamage : public TableTest<UsageMapDamageRow> {};
 
 RowTable<UsageMapDamageRow> usageMapDamage()
 {
@@ -383,7 +373,7 @@ RowTable<UsageMapDamageRow> usageMapDamage()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, UsageMapDamage, testing::ValuesIn(usageMapDamage()), RowName());
+TABLE_SUITE(UsageMapDamage, UsageMapDamageRow, usageMapDamage());
 
 TEST_P(UsageMapDamage, damagedMapsAreNamed)
 {

@@ -37,7 +37,6 @@ struct SerialPortsNumberRow {
     std::string device;
 };
 /// Which device answers to which port number, over folders that stand for the program's directory and the system.
-class SerialPortsNumber : public TableTest<SerialPortsNumberRow> {};
 
 RowTable<SerialPortsNumberRow> serialPortsNumber()
 {
@@ -59,7 +58,7 @@ RowTable<SerialPortsNumberRow> serialPortsNumber()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, SerialPortsNumber, testing::ValuesIn(serialPortsNumber()), RowName());
+TABLE_SUITE(SerialPortsNumber, SerialPortsNumberRow, serialPortsNumber());
 
 TEST_P(SerialPortsNumber, numbersFindTheirDevice)
 {

@@ -11,8 +11,6 @@ struct Digest {
     std::string hex;
 };
 
-class Sha256 : public TableTest<Digest> {};
-
 RowTable<Digest> digests()
 {
     // FIPS 180-4, and the examples that NIST gives beside it.
@@ -33,7 +31,7 @@ RowTable<Digest> digests()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, Sha256, testing::ValuesIn(digests()), RowName());
+TABLE_SUITE(Sha256, Digest, digests());
 
 TEST_P(Sha256, isTheStandards)
 {

@@ -134,13 +134,9 @@ TEST_F(SystemDisk, newFileMustBeNew)
 TEST_F(SystemDisk, refusalsCarryTheirFaultAndThePath)
 {
     const auto check = [&](Fault fault, const std::filesystem::path& file, auto&& action) {
-        try {
-            action();
-            FAIL() << "nothing was refused";
-        } catch (const Error& error) {
-            ASSERT_EQ(error.fault(), fault);
-            ASSERT_THAT(error.what(), StartsWith("'" + file.string() + "'"));
-        }
+        const auto refusal = refusalOf([&] { action(); });
+        ASSERT_EQ(refusal.fault, fault);
+        ASSERT_THAT(refusal.sentence, StartsWith("'" + file.string() + "'"));
     };
     auto& disk = systemDisk();
     blank("file");

@@ -142,8 +142,7 @@ private slots:
         QFETCH(bool, indexed);
         QFETCH(int, question);
         QFETCH(QStringList, totals);
-        PowerCutDisk disk;
-        disk.put(file, filled_[indexed]);
+        PowerCutDisk disk(file, filled_[indexed]);
         {
             store::JetDatabases databases(disk);
             const auto engine = databases.open(fileName);
@@ -173,8 +172,7 @@ private:
     {
         const Dump before = dumpOf(*jet::Database::open(disk, file));
         const Dump after = [&] {
-            PowerCutDisk undisturbed;
-            undisturbed.put(file, disk.content(file));
+            PowerCutDisk undisturbed(file, disk.content(file));
             report(undisturbed, asked, minute);
             return dumpOf(*jet::Database::open(undisturbed, file));
         }();

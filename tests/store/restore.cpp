@@ -58,17 +58,12 @@ void arrange(PowerCutDisk& disk)
     disk.put(copy, oldMill());
 }
 
-class RestoreWanted : public TableTest<std::string> {};
+const RowTable<std::string> restoreWanted = {
+    {"by name", "Yag-2025-11-20.mdb"},
+    {"by date", "2025-11-20"},
+};
 
-RowTable<std::string> restoreWanted()
-{
-    return {
-        {"by name", "Yag-2025-11-20.mdb"},
-        {"by date", "2025-11-20"},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, RestoreWanted, testing::ValuesIn(restoreWanted()), RowName());
+TABLE_SUITE(RestoreWanted, std::string, restoreWanted);
 
 TEST_P(RestoreWanted, theCopyTakesThePlaceAndTheOldFileStays)
 {
@@ -83,10 +78,13 @@ TEST_P(RestoreWanted, theCopyTakesThePlaceAndTheOldFileStays)
     ASSERT_FALSE(disk.has("degirmen/Yag.mdb.part"));
 }
 
-TEST(Restore, aSecondRestoreInTheSameSecondKeepsBothFiles)
-{
+struct RestoredMill : testing::Test {
+    RestoredMill() { arrange(disk); }
     PowerCutDisk disk;
-    arrange(disk);
+};
+
+TEST_F(RestoredMill, aSecondRestoreInTheSameSecondKeepsBothFiles)
+{
     store::restoreCopy(disk, directory, "2025-11-20", now);
     const auto second = store::restoreCopy(disk, directory, "2025-11-20", now).aside;
     ASSERT_NE(second, aside);
@@ -96,16 +94,13 @@ TEST(Restore, aSecondRestoreInTheSameSecondKeepsBothFiles)
 
 TEST(Restore, aMillWithoutDatabaseGetsTheCopy)
 {
-    PowerCutDisk disk;
-    disk.put(copy, oldMill());
+    PowerCutDisk disk(copy, oldMill());
     ASSERT_TRUE(store::restoreCopy(disk, directory, "2025-11-20", now).aside.empty());
     ASSERT_EQ(disk.content(database), oldMill());
 }
 
-TEST(Restore, atEveryPowerCutTheDatabaseIsTheOldOrTheNewOne)
+TEST_F(RestoredMill, atEveryPowerCutTheDatabaseIsTheOldOrTheNewOne)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     int cuts = 0, old = 0, restored = 0;
     disk.beforeEachChange = [&] {
         for (std::uint32_t seed = 0; seed < 4; ++seed, ++cuts) {
@@ -143,10 +138,8 @@ TEST(Restore, anyFailureOfTheDiskLeavesTheOldDatabase)
     }
 }
 
-TEST(Restore, aRunningProgramIsLeftAlone)
+TEST_F(RestoredMill, aRunningProgramIsLeftAlone)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     const auto running = Database::open(disk, database);
     ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, "2025-11-20", now); }), Fault::inUse);
     ASSERT_EQ(disk.content(database), newMill());
@@ -155,7 +148,6 @@ TEST(Restore, aRunningProgramIsLeftAlone)
 
 /// The content as a function, so that mills are made only where one of them is wanted.
 using ContentOf = PowerCutDisk::Image (*)();
-class RestoreDamagedCopy : public TableTest<ContentOf> {};
 
 PowerCutDisk::Image cutMill()
 {
@@ -190,18 +182,15 @@ PowerCutDisk::Image databaseWithoutTables()
     return other.content("x.mdb");
 }
 
-RowTable<ContentOf> restoreDamagedCopy()
-{
-    return {
-        {"empty", [] { return PowerCutDisk::Image(); }},
-        {"cut", cutMill},
-        {"text", text},
-        {"rows lost", millWithoutItsLastRows},
-        {"no mill", databaseWithoutTables},
-    };
-}
+const RowTable<ContentOf> restoreDamagedCopy = {
+    {"empty", [] { return PowerCutDisk::Image(); }},
+    {"cut", cutMill},
+    {"text", text},
+    {"rows lost", millWithoutItsLastRows},
+    {"no mill", databaseWithoutTables},
+};
 
-INSTANTIATE_TEST_SUITE_P(, RestoreDamagedCopy, testing::ValuesIn(restoreDamagedCopy()), RowName());
+TABLE_SUITE(RestoreDamagedCopy, ContentOf, restoreDamagedCopy);
 
 TEST_P(RestoreDamagedCopy, aDamagedCopyReplacesNothing)
 {
@@ -213,18 +202,13 @@ TEST_P(RestoreDamagedCopy, aDamagedCopyReplacesNothing)
     ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
 }
 
-class RestoreUnknownCopy : public TableTest<std::string> {};
+const RowTable<std::string> restoreUnknownCopy = {
+    {"no such day", "2025-11-21"},
+    {"another file", "../Yag.mdb"},
+    {"nothing", ""},
+};
 
-RowTable<std::string> restoreUnknownCopy()
-{
-    return {
-        {"no such day", "2025-11-21"},
-        {"another file", "../Yag.mdb"},
-        {"nothing", ""},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, RestoreUnknownCopy, testing::ValuesIn(restoreUnknownCopy()), RowName());
+TABLE_SUITE(RestoreUnknownCopy, std::string, restoreUnknownCopy);
 
 TEST_P(RestoreUnknownCopy, anUnknownCopyIsRefused)
 {
@@ -235,11 +219,9 @@ TEST_P(RestoreUnknownCopy, anUnknownCopyIsRefused)
     ASSERT_EQ(disk.content(database), newMill());
 }
 
-TEST(Restore, aJournalOfACrashIsAppliedToTheFileThatIsKept)
+TEST_F(RestoredMill, aJournalOfACrashIsAppliedToTheFileThatIsKept)
 {
     // The power goes while 100 pressings are being committed, with the journal armed.
-    PowerCutDisk disk;
-    arrange(disk);
     std::unique_ptr<PowerCutDisk> crashed;
     {
         const auto running = Database::open(disk, database);
@@ -261,10 +243,8 @@ TEST(Restore, aJournalOfACrashIsAppliedToTheFileThatIsKept)
     ASSERT_FALSE(crashed->has(journal));
 }
 
-TEST(Restore, aFileThatCannotBeOpenedIsKeptAsItIs)
+TEST_F(RestoredMill, aFileThatCannotBeOpenedIsKeptAsItIs)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     PowerCutDisk::Image cut = newMill();
     cut.resize(cut.size() - 1000);
     disk.put(database, cut);
@@ -273,10 +253,8 @@ TEST(Restore, aFileThatCannotBeOpenedIsKeptAsItIs)
     ASSERT_EQ(disk.content(aside), cut);
 }
 
-TEST(Restore, anOpenSlipIsToldAndStays)
+TEST_F(RestoredMill, anOpenSlipIsToldAndStays)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     disk.put("degirmen/Yag.mdb-slip", {1, 2, 3});
     ASSERT_TRUE(store::restoreCopy(disk, directory, "2025-11-20", now).slipOpen);
     ASSERT_TRUE(disk.has("degirmen/Yag.mdb-slip"));
@@ -284,8 +262,7 @@ TEST(Restore, anOpenSlipIsToldAndStays)
 
 TEST(Restore, aDatabaseNamedInCapitalsIsFound)
 {
-    PowerCutDisk disk;
-    disk.put(directory / "YAG.MDB", newMill());
+    PowerCutDisk disk(directory / "YAG.MDB", newMill());
     disk.put(copy, oldMill());
     ASSERT_EQ(store::restoreCopy(disk, directory, "2025-11-20", now).database, directory / "YAG.MDB");
     ASSERT_EQ(disk.content(directory / "YAG.MDB"), oldMill());
@@ -294,17 +271,14 @@ TEST(Restore, aDatabaseNamedInCapitalsIsFound)
 
 TEST(Restore, anOpenSlipIsToldAlsoBesideADatabaseNamedInCapitals)
 {
-    PowerCutDisk disk;
-    disk.put(directory / "YAG.MDB", newMill());
+    PowerCutDisk disk(directory / "YAG.MDB", newMill());
     disk.put(copy, oldMill());
     disk.put(directory / "Yag.mdb-slip", {1, 2, 3});
     ASSERT_TRUE(store::restoreCopy(disk, directory, "2025-11-20", now).slipOpen);
 }
 
-TEST(Restore, theListTellsWhatIsInEachCopy)
+TEST_F(RestoredMill, theListTellsWhatIsInEachCopy)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     disk.put(directory / "Yedek" / "Yag-2025-11-20-140501.mdb", newMill());
     disk.put(directory / "Yedek" / "Yag-2025-11-21.mdb", PowerCutDisk::Image(100));
     disk.put(directory / "Yedek" / "not.txt", {1});

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <ostream>
+#include <string>
 
 namespace files {
 
@@ -12,13 +13,21 @@ inline void PrintTo(Fault fault, std::ostream* out) { *out << "fault " << static
 
 } // namespace files
 
-/// The fault that an action throws; nothing when it throws none.
-template <class Action> std::optional<files::Fault> faultOf(Action&& action)
+/// What an action was refused with.
+struct Refusal {
+    std::optional<files::Fault> fault; ///< nothing when it was not refused
+    std::string sentence;
+};
+
+template <class Action> Refusal refusalOf(Action&& action)
 {
     try {
         action();
     } catch (const files::Error& error) {
-        return error.fault();
+        return {error.fault(), error.what()};
     }
-    return std::nullopt;
+    return {};
 }
+
+/// The fault that an action throws; nothing when it throws none.
+template <class Action> std::optional<files::Fault> faultOf(Action&& action) { return refusalOf(action).fault; }

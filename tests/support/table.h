@@ -16,10 +16,7 @@ template <class Row> void PrintTo(const NamedRow<Row>& row, std::ostream* out) {
 /// The table of a test that runs once for each row.
 template <class Row> using RowTable = std::vector<NamedRow<Row>>;
 
-/// Base of the tests over such a table:
-///     class Sums : public TableTest<SumRow> {};
-///     INSTANTIATE_TEST_SUITE_P(, Sums, testing::ValuesIn(sums()), RowName());
-///     TEST_P(Sums, leaveNullOut) { const auto& [values, sum] = row(); ... }
+/// Base of the tests over such a table.
 template <class Row> class TableTest : public testing::TestWithParam<NamedRow<Row>> {
 protected:
     static const Row& row() { return TableTest::GetParam().row; }
@@ -42,3 +39,12 @@ struct NumberedRowName {
         return std::to_string(info.index + 1) + '_' + RowName::plain(info.param.name);
     }
 };
+
+/// The suite of the tests over a table:
+///     TABLE_SUITE(Sums, SumRow, sums);
+///     TEST_P(Sums, leaveNullOut) { const auto& [values, sum] = row(); ... }
+// NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
+#define TABLE_SUITE(Suite, Row, table)                                                                                 \
+    class Suite : public TableTest<Row> {};                                                                            \
+    INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(table), RowName())
+// NOLINTEND(bugprone-macro-parentheses)

@@ -58,9 +58,12 @@ struct Mill {
     WeightBook book{disk, folder};
 };
 
-TEST(Verification, agreesWithEqualPressingsInOneSecond)
-{
+struct Verified : testing::Test {
     Mill mill;
+};
+
+TEST_F(Verified, agreesWithEqualPressingsInOneSecond)
+{
     for (const int job : {1, 2, 3}) mill.line(season::pressing(noon, "Ali", job == 3 ? 700 : 500, job));
     mill.row(noon, u"Ali", 700);
     mill.row(noon, u"Ali", 500);
@@ -71,27 +74,24 @@ TEST(Verification, agreesWithEqualPressingsInOneSecond)
     EXPECT_THAT(mill.found(), ElementsAre("20.11.2025 12:00:00 Ali: defterde var, tartım satırı yok."));
 }
 
-TEST(Verification, namesTheFieldAndBothFigures)
+TEST_F(Verified, namesTheFieldAndBothFigures)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     mill.row(noon, u"Ali", 501);
     EXPECT_THAT(mill.found(), ElementsAre("20.11.2025 12:00:00 Ali: 1. satırıyla uyuşmuyor; Zeytin defterde 501, "
                                           "satırda 500."));
 }
 
-TEST(Verification, passesOverTheTotalsOfAReport)
+TEST_F(Verified, passesOverTheTotalsOfAReport)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     mill.row(noon, u"Ali", 500);
     mill.row(noon + 0.5, u"Toplamlar", 500);
     EXPECT_THAT(mill.found(), ElementsAre());
 }
 
-TEST(Verification, letsGoWhatTheProgramDeleted)
+TEST_F(Verified, letsGoWhatTheProgramDeleted)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     mill.line(season::pressing(noon, "ali", 500, 2));
     mill.line(Deletion{noon + 1, "Ali", 1, 0});
@@ -108,9 +108,8 @@ TEST(Verification, letsGoWhatTheProgramDeleted)
     EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("4. satırıyla uyuşmuyor")));
 }
 
-TEST(Verification, countsWhatWasThereBeforeTheBook)
+TEST_F(Verified, countsWhatWasThereBeforeTheBook)
 {
-    Mill mill;
     mill.row(noon - 10, u"Ali", 100);
     mill.row(noon - 11, u"Ali", 100);
     Pressing first = season::pressing(noon, "Ali", 500, 1);
@@ -122,9 +121,8 @@ TEST(Verification, countsWhatWasThereBeforeTheBook)
     EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("önceki sıkımlar: 2 olmalı, 3 var")));
 }
 
-TEST(Verification, takesAJournalWithoutABookForAnOlderOneUpToTheBooksOwnDay)
+TEST_F(Verified, takesAJournalWithoutABookForAnOlderOneUpToTheBooksOwnDay)
 {
-    Mill mill;
     mill.row(noon, u"Ali", 500);
     mill.row(season::day(2026, 11, 22, 23, 59), u"Ali", 500);
     EXPECT_THAT(mill.found(), ElementsAre());
@@ -135,9 +133,8 @@ TEST(Verification, takesAJournalWithoutABookForAnOlderOneUpToTheBooksOwnDay)
     EXPECT_THAT(mill.found(), ElementsAre(AllOf(HasSubstr("1 sıkım var"), HasSubstr("silinmiş ya da boşaltılmış"))));
 }
 
-TEST(Verification, takesABookForEmptiedThatTheLogHasSeen)
+TEST_F(Verified, takesABookForEmptiedThatTheLogHasSeen)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     const LoggedHead head = mill.head();
     mill.disk.remove(folder / "Tartim.jsonl");
@@ -146,9 +143,8 @@ TEST(Verification, takesABookForEmptiedThatTheLogHasSeen)
     EXPECT_EQ(sentence(*fault), "1. satır (\"Tartim.jsonl\", dosyanın 1. satırı): eksik.");
 }
 
-TEST(Verification, excusesByADeletionNoMoreThanItTookAway)
+TEST_F(Verified, excusesByADeletionNoMoreThanItTookAway)
 {
-    Mill mill;
     for (int i = 0; i < 3; ++i) mill.row(noon - 10 + i, i < 2 ? u"Ali" : u"Veli", 100);
     Pressing first = season::pressing(noon, "Veli", 500, 1);
     first.before = 3;
@@ -166,9 +162,8 @@ TEST(Verification, excusesByADeletionNoMoreThanItTookAway)
     EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("bu silmeden önce 1 sıkım"), HasSubstr("1 olmalı, 0 var")));
 }
 
-TEST(Verification, doesNotTakeADeletionForDoneOfWhichPressingsAreLeft)
+TEST_F(Verified, doesNotTakeADeletionForDoneOfWhichPressingsAreLeft)
 {
-    Mill mill;
     for (const int job : {1, 2, 3}) mill.line(season::pressing(noon + job, "Ali", 500, job));
     for (const int job : {1, 3}) mill.row(noon + job, u"Ali", 500);
     mill.line(Deletion{noon + 4, "Ali", 3, 0}); // forged, to excuse the second
@@ -176,9 +171,8 @@ TEST(Verification, doesNotTakeADeletionForDoneOfWhichPressingsAreLeft)
                                                     "yapılmamış")));
 }
 
-TEST(Verification, believesNoDeletionThatTheLogHasNotSeen)
+TEST_F(Verified, believesNoDeletionThatTheLogHasNotSeen)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     const LoggedHead first = mill.head();
     mill.line(Deletion{noon + 4, "Ali", 1, 0});
@@ -186,9 +180,8 @@ TEST(Verification, believesNoDeletionThatTheLogHasNotSeen)
     EXPECT_THAT(mill.found({first}), ElementsAre(HasSubstr("2. satırdaki silmeyi presva.log görmemiş")));
 }
 
-TEST(Verification, findsARowThatWasTakenOutBeforeItsCustomerWasDeleted)
+TEST_F(Verified, findsARowThatWasTakenOutBeforeItsCustomerWasDeleted)
 {
-    Mill mill;
     for (const int job : {1, 2, 3}) mill.line(season::pressing(noon + job, "Ali", 500, job));
     mill.line(Deletion{noon + 4, "Ali", 2, 0}); // the program counted two
     EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("4. satır: bu silmeden önce 1 sıkım")));
@@ -229,9 +222,8 @@ TEST(Verification, namesARestoredCopyAndExcusesWhatCameAfterIt)
     }
 }
 
-TEST(Verification, excusesByACopyNothingWhereWhatCameAfterItIsStillThere)
+TEST_F(Verified, excusesByACopyNothingWhereWhatCameAfterItIsStillThere)
 {
-    Mill mill;
     for (const int job : {1, 2, 3}) mill.line(season::pressing(noon + job, "Ali", 500, job));
     mill.line(Restore{noon + 4, "Yag-2025-11-22.mdb", 1, 0});
     mill.row(noon + 1, u"Ali", 500);
@@ -240,9 +232,8 @@ TEST(Verification, excusesByACopyNothingWhereWhatCameAfterItIsStillThere)
     EXPECT_THAT(mill.found(), ElementsAre(HasSubstr("4. satırdaki geri yükleme hiç yapılmamış")));
 }
 
-TEST(Verification, findsALogThatSaysTwoThingsOfOneLine)
+TEST_F(Verified, findsALogThatSaysTwoThingsOfOneLine)
 {
-    Mill mill;
     mill.line(season::pressing(noon, "Ali", 500, 1));
     const LoggedHead truth = mill.head();
     LoggedHead forged = truth;
@@ -252,9 +243,8 @@ TEST(Verification, findsALogThatSaysTwoThingsOfOneLine)
     EXPECT_FALSE(firstFault(allLines(mill.disk, folder), {truth, truth}));
 }
 
-TEST(Verification, findsTheLineThatACopyGoesUpTo)
+TEST_F(Verified, findsTheLineThatACopyGoesUpTo)
 {
-    Mill mill;
     const auto copiedNow = [&] {
         return restoreOf(allLines(mill.disk, folder), jet::Database::open(mill.disk, database)->table(u"Hareket"), noon,
                          "x")
@@ -276,9 +266,8 @@ TEST(Verification, findsTheLineThatACopyGoesUpTo)
     EXPECT_THAT(copies, ElementsAre(1, 2, 3, 4, 5));
 }
 
-TEST(Verification, remarksAClockThatWasPutBack)
+TEST_F(Verified, remarksAClockThatWasPutBack)
 {
-    Mill mill;
     for (const double moment : {noon, noon + 1, noon + 0.5, noon + 2}) {
         mill.line(season::pressing(moment, "Ali", 500, 1));
         mill.row(moment, u"Ali", 500);
@@ -287,9 +276,8 @@ TEST(Verification, remarksAClockThatWasPutBack)
     EXPECT_THAT(mill.found(), ElementsAre());
 }
 
-TEST(Verification, findsLinesTakenOutOfTheLog)
+TEST_F(Verified, findsLinesTakenOutOfTheLog)
 {
-    Mill mill;
     std::vector<LoggedHead> heads;
     for (int job = 1; job <= 60; ++job) {
         mill.line(season::pressing(noon + job, "Ali", 500, job));

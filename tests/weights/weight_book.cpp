@@ -1,6 +1,7 @@
 #include "weights/weight_book.h"
 #include "files/error.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/support/fault.h"
 #include "tests/support/table.h"
 #include "tests/weights/season.h"
 #include "weights/verification.h"
@@ -37,10 +38,13 @@ Pressing pressing(int job)
     return season::pressing(season::day(2025, 11, 20) + job / 1440.0, "Ali", 1000 + job, job);
 }
 
-TEST(WeightBook, tiesEachLineToTheOneBefore)
-{
+struct OpenBook : testing::Test {
     PowerCutDisk disk;
-    WeightBook book(disk, folder);
+    WeightBook book{disk, folder};
+};
+
+TEST_F(OpenBook, tiesEachLineToTheOneBefore)
+{
     EXPECT_EQ(book.head().number, 0U);
     EXPECT_EQ(book.head().seal, noSeal);
     for (int job = 1; job <= 3; ++job) season::write(book, pressing(job));
@@ -59,10 +63,8 @@ TEST(WeightBook, tiesEachLineToTheOneBefore)
     EXPECT_FALSE(firstFault(lines));
 }
 
-TEST(WeightBook, writesAFactOnceHoweverOftenItIsAsked)
+TEST_F(OpenBook, writesAFactOnceHoweverOftenItIsAsked)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     season::write(book, pressing(1));
     const Place place = book.place(pressing(2).moment).place;
     for (int time = 0; time < 3; ++time) {
@@ -99,10 +101,8 @@ TEST(WeightBook, makesALineWholeThatWasCutAnywhere)
         }
 }
 
-TEST(WeightBook, takesAnAnnouncementOutThatWasCutAndSaysSo)
+TEST_F(OpenBook, takesAnAnnouncementOutThatWasCutAndSaysSo)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     season::write(book, pressing(1));
     const std::string one = textOf(disk, current);
     season::write(book, Deletion{season::day(2025, 11, 21), "Ali"});
@@ -115,10 +115,8 @@ TEST(WeightBook, takesAnAnnouncementOutThatWasCutAndSaysSo)
     EXPECT_EQ(one + next.cutOff, std::string(cut.begin(), cut.end()));
 }
 
-TEST(WeightBook, goesOnBehindALineThatWasTamperedWith)
+TEST_F(OpenBook, goesOnBehindALineThatWasTamperedWith)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     season::write(book, pressing(1));
     season::write(book, pressing(2));
     std::string text = textOf(disk, current);
@@ -132,10 +130,8 @@ TEST(WeightBook, goesOnBehindALineThatWasTamperedWith)
     EXPECT_EQ(fault->first, 2U);
 }
 
-TEST(WeightBook, givesEverySeasonItsFileAndGoesOnThroughThem)
+TEST_F(OpenBook, givesEverySeasonItsFileAndGoesOnThroughThem)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     int job = 0;
     for (const double moment :
          {season::day(2024, 6, 30, 23), season::day(2024, 7, 1, 0), season::day(2025, 3, 1), season::day(2025, 6, 30),
@@ -151,8 +147,7 @@ TEST(WeightBook, givesEverySeasonItsFileAndGoesOnThroughThem)
 
 TEST(WeightBook, leavesAFileAloneThatHasTheNameOfASeason)
 {
-    PowerCutDisk disk;
-    disk.put(folder / "Tartim-2024-2025.jsonl", {'x'});
+    PowerCutDisk disk(folder / "Tartim-2024-2025.jsonl", {'x'});
     WeightBook book(disk, folder);
     season::write(book, season::pressing(season::day(2025, 3, 1), "Ali", 100, 1));
     season::write(book, season::pressing(season::day(2025, 10, 1), "Ali", 100, 2));
@@ -160,10 +155,8 @@ TEST(WeightBook, leavesAFileAloneThatHasTheNameOfASeason)
     EXPECT_EQ(std::ranges::count(textOf(disk, current), '\n'), 2);
 }
 
-TEST(WeightBook, goesOnInTheOldFileWhereAnotherSeasonWouldStandBehindIt)
+TEST_F(OpenBook, goesOnInTheOldFileWhereAnotherSeasonWouldStandBehindIt)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     int job = 0;
     for (const double moment :
          {season::day(2099, 3, 1), season::day(2100, 3, 1), season::day(2026, 3, 1), // a wrong clock
@@ -190,10 +183,8 @@ TEST(WeightBook, findsTheLineOfAWaitingNoteAcrossTheTurnOfASeason)
     }
 }
 
-TEST(WeightBook, turnsNoTornLineIntoAnOldSeason)
+TEST_F(OpenBook, turnsNoTornLineIntoAnOldSeason)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     season::write(book, season::pressing(season::day(2026, 6, 29), "Ali", 100, 1));
     const Pressing last = season::pressing(season::day(2026, 6, 30), "Ali", 100, 2);
     const Place noted = book.place(last.moment).place;
@@ -207,10 +198,8 @@ TEST(WeightBook, turnsNoTornLineIntoAnOldSeason)
     EXPECT_FALSE(firstFault(allLines(disk, folder)));
 }
 
-TEST(WeightBook, givesAWholeLastLineItsEndBack)
+TEST_F(OpenBook, givesAWholeLastLineItsEndBack)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     for (const int job : {1, 2}) season::write(book, pressing(job));
     const std::string whole = textOf(disk, current);
     disk.put(current, {whole.begin(), whole.end() - 1});
@@ -266,10 +255,8 @@ TEST(WeightBook, losesNothingOfAFileThatWasExchangedUnderneath)
         }
 }
 
-TEST(WeightBook, refusesAPlaceWhereItCouldNotWrite)
+TEST_F(OpenBook, refusesAPlaceWhereItCouldNotWrite)
 {
-    PowerCutDisk disk;
-    WeightBook book(disk, folder);
     season::write(book, pressing(1));
     disk.readOnly = true;
     EXPECT_THROW(book.place(pressing(2).moment), files::Error);
@@ -334,12 +321,7 @@ TEST(WeightBook, holdsEveryLineOnceWhateverTheDiskRefuses)
         for (int job = 1; job <= 3; ++job) press(disk, noted, job);
         const int before = disk.changes();
         disk.failing = {before + failing};
-        bool refused = false;
-        try {
-            press(disk, noted, 4);
-        } catch (const files::Error&) {
-            refused = true;
-        }
+        const bool refused = faultOf([&] { press(disk, noted, 4); }).has_value();
         disk.failing.clear();
         if (noted) WeightBook(disk, folder).write(noted->fact, noted->place);
         if (refused && !noted) press(disk, noted, 4);
@@ -359,13 +341,10 @@ TEST(WeightBook, holdsEveryLineOnceOnAFullDisk)
     const std::size_t used = start.content(current).size();
     std::size_t refusals = 0;
     for (std::size_t room = 0; room < 600; room += 7) {
-        PowerCutDisk disk;
-        disk.put(current, start.content(current));
+        PowerCutDisk disk(current, start.content(current));
         disk.capacity = used + room;
         std::optional<Noted> noted;
-        try {
-            press(disk, noted, 2);
-        } catch (const files::Error&) {
+        if (faultOf([&] { press(disk, noted, 2); })) {
             ++refusals;
             disk.capacity.reset();
             WeightBook(disk, folder).write(noted->fact, noted->place);

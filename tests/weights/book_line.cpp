@@ -1,6 +1,6 @@
-#include "weights/weight_line.h"
 #include "tests/support/table.h"
 #include "tests/weights/season.h"
+#include "weights/weight_line.h"
 
 #include <gtest/gtest.h>
 
@@ -19,8 +19,6 @@ Pressing weighed()
     return made;
 }
 
-class Lines : public TableTest<Fact> {};
-
 RowTable<Fact> facts()
 {
     Pressing odd = season::pressing(45981.1, "", -0.1, 1);
@@ -36,7 +34,7 @@ RowTable<Fact> facts()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, Lines, testing::ValuesIn(facts()), RowName());
+TABLE_SUITE(Lines, Fact, facts());
 
 TEST_P(Lines, comeBackAsTheyWere)
 {
