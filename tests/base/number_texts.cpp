@@ -6,7 +6,6 @@
 #include <cmath>
 
 using namespace base;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -16,7 +15,23 @@ QString written(double value)
     return (value == 0 && std::signbit(value) ? u"-"_s : QString()) + QString::number(value, 'g', 15);
 }
 
-Regional named(const QString& settings) { return settings == "TR"_L1 ? Regional::turkish() : Regional::english(); }
+/// "TR", "EN", and "₺" for the Turkish ones with the newer sign of the currency.
+Regional named(const QString& settings)
+{
+    Regional regional = settings == "EN"_L1 ? Regional::english() : Regional::turkish();
+    if (settings == u"₺") regional.currency = settings;
+    return regional;
+}
+
+/// A number of the row, written under either settings.
+template <class Number> void compareWritten()
+{
+    QFETCH(Number, value);
+    QFETCH(QString, turkish);
+    QFETCH(QString, english);
+    QCOMPARE(numberToText(value, Regional::turkish()), turkish);
+    QCOMPARE(numberToText(value, Regional::english()), english);
+}
 
 } // namespace
 
@@ -70,6 +85,10 @@ private slots:
             QTest::newRow("TR " + rowName(text)) << text << u"TR"_s << QString::fromLatin1(row.turkish);
             QTest::newRow("EN " + rowName(text)) << text << u"EN"_s << QString::fromLatin1(row.english);
         }
+        QTest::newRow("new currency, old symbol behind") << u"5 TL"_s << u"₺"_s << u"E13"_s;
+        QTest::newRow("new currency, old symbol before") << u"TL5"_s << u"₺"_s << u"E13"_s;
+        QTest::newRow("new currency, new symbol before") << u"₺5"_s << u"₺"_s << u"5"_s;
+        QTest::newRow("new currency, new symbol behind") << u"5 ₺"_s << u"₺"_s << u"5"_s;
     }
 
     void textsAreReadByTheMarksOfTheSettings()
@@ -80,24 +99,6 @@ private slots:
         const Regional regional = named(settings);
         QCOMPARE(outcomeOf([&] { return written(toDouble(text, regional)); }), expected);
         QCOMPARE(isNumeric(text, regional), !expected.startsWith(u'E'));
-    }
-
-    void newCurrencySymbolReplacesTheOldOne_data()
-    {
-        addColumns<QString, QString>("text", "expected");
-        QTest::newRow("old symbol behind") << u"5 TL"_s << u"E13"_s;
-        QTest::newRow("old symbol before") << u"TL5"_s << u"E13"_s;
-        QTest::newRow("new symbol before") << u"₺5"_s << u"5"_s;
-        QTest::newRow("new symbol behind") << u"5 ₺"_s << u"5"_s;
-    }
-
-    void newCurrencySymbolReplacesTheOldOne()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        Regional regional = Regional::turkish();
-        regional.currency = u"₺"_s;
-        QCOMPARE(outcomeOf([&] { return written(toDouble(text, regional)); }), expected);
     }
 
     void integersRoundHalfToEven_data()
@@ -206,14 +207,7 @@ private slots:
         QTest::newRow("very small") << 2.5e-20 << u"2,5E-20"_s << u"2.5E-20"_s;
     }
 
-    void numbersAreWrittenWithoutGroups()
-    {
-        QFETCH(double, value);
-        QFETCH(QString, turkish);
-        QFETCH(QString, english);
-        QCOMPARE(numberToText(value, Regional::turkish()), turkish);
-        QCOMPARE(numberToText(value, Regional::english()), english);
-    }
+    void numbersAreWrittenWithoutGroups() { compareWritten<double>(); }
 
     void singlesCarrySevenDigits_data()
     {
@@ -230,14 +224,7 @@ private slots:
         QTest::newRow("zero") << 0.0F << u"0"_s << u"0"_s;
     }
 
-    void singlesCarrySevenDigits()
-    {
-        QFETCH(float, value);
-        QFETCH(QString, turkish);
-        QFETCH(QString, english);
-        QCOMPARE(numberToText(value, Regional::turkish()), turkish);
-        QCOMPARE(numberToText(value, Regional::english()), english);
-    }
+    void singlesCarrySevenDigits() { compareWritten<float>(); }
 
     void containerCountHasNoLeadingBlank()
     {

@@ -1,10 +1,9 @@
 #include "paper_screen.h"
 #include "tests/support/columns.h"
+#include "tests/support/outcome.h"
 
 #include <QtTest>
 #include <functional>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -146,14 +145,8 @@ private slots:
             const bool alone = name.size() > 2;
             if (alone ? row.name != name : row.name.left(2) != name || isEnglish(row.name) != english) continue;
             ++steps;
-            bool typeMismatch = false;
-            try {
-                act(screen, row, written);
-            } catch (const base::RuntimeError& error) {
-                QCOMPARE(error.number(), base::errors::typeMismatch);
-                typeMismatch = true;
-            }
-            QVERIFY2(typeMismatch == (row.end == "E13"), qPrintable(row.name));
+            const int error = errorOf([&] { act(screen, row, written); });
+            QVERIFY2(error == (row.end == "E13" ? base::errors::typeMismatch : 0), qPrintable(row.name));
             const QString events = screen.takeEvents().join(u';');
             QVERIFY2(events == written(row.events),
                      qPrintable(row.name + "\n found    " + events + "\n expected " + written(row.events)));

@@ -163,7 +163,7 @@ private slots:
         QCOMPARE(errorOf([&] { target.createJob({}); }), base::errors::printer);
         QCOMPARE(target.stateText(), "Yazıcı: missing klasörü yok");
         FolderTarget there(folder->path());
-        QCOMPARE(there.stateText(), QString("Yazıcı: %1 klasörü").arg(QFileInfo(folder->path()).fileName()));
+        QCOMPARE(there.stateText(), u"Yazıcı: %1 klasörü"_s.arg(QFileInfo(folder->path()).fileName()));
         FolderTarget withSlash(folder->path() + u'/');
         QCOMPARE(withSlash.stateText(), there.stateText());
     }

@@ -6,6 +6,7 @@
 #include "print/face.h"
 #include "print/header_file.h"
 #include "print/slip.h"
+#include <optional>
 
 using base::Regional;
 using print::Printer;
@@ -40,16 +41,20 @@ class SlipTest : public QObject {
     Q_OBJECT
 
     FakePrinter target;
+    std::optional<Printer> last; ///< with what was composed
     const Regional turkish = Regional::turkish();
 
     static bool isRule(const QString& text) { return text.size() > 20 && text.count(text.front()) == text.size(); }
 
+    Printer& composed(const Slip& slip, const Regional& regional = Regional::turkish())
+    {
+        print::composeSlip(last.emplace(target), slip, regional);
+        return *last;
+    }
     /// What was printed, rules shortened to one character.
     QStringList textsOfSlip(const Slip& slip)
     {
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
-        QStringList texts = textsOf(printer.layout());
+        QStringList texts = textsOf(composed(slip).layout());
         for (QString& text : texts)
             if (isRule(text)) text.truncate(1);
         return texts;
@@ -72,29 +77,31 @@ class SlipTest : public QObject {
         "Tel: 0 850 000 00 00 - 0 850 000 00 01|Zeytin Sokak No: 1";
 
 private slots:
-    void init() { target = FakePrinter(); }
+    void init()
+    {
+        last.reset();
+        target = FakePrinter();
+    }
 
     void shareInOilPrintsThePercentageTheEntitlementAndWhatIsHandedOver()
     {
         Slip slip = shareSlip();
         slip.headerItems = {"Mendrik Yağ Fabrikası", "Ayvalık"};
-        QCOMPARE(
-            textsOfSlip(slip).join(u'|'),
-            QString("Mendrik Yağ Fabrikası|Ayvalık|05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|"
-                    "Sıkılacak Zeytin KG|1.000,00 KG|Sıkılan Zeytin Yağı KG|850,00 LT|-|HAK EDİŞ|-|"
-                    "%12 Sıkılan Zeytin Yağı Miktarı|102 KG|-|TESLİMAT|-|Dolan Kap Boyutu|20 LT|"
-                    "Yaklaşık Dolum Miktarı|748 LT|DOLDURULAN KAP|37 AD|") +
-                vendorAndEnd);
+        QCOMPARE(textsOfSlip(slip).join(u'|'),
+                 u"Mendrik Yağ Fabrikası|Ayvalık|05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|"
+                 "Sıkılacak Zeytin KG|1.000,00 KG|Sıkılan Zeytin Yağı KG|850,00 LT|-|HAK EDİŞ|-|"
+                 "%12 Sıkılan Zeytin Yağı Miktarı|102 KG|-|TESLİMAT|-|Dolan Kap Boyutu|20 LT|"
+                 "Yaklaşık Dolum Miktarı|748 LT|DOLDURULAN KAP|37 AD|"_s +
+                     vendorAndEnd);
     }
 
     void cashPrintsTheFeeAndFillsAllTheOil()
     {
-        QCOMPARE(
-            textsOfSlip(cashSlip()).join(u'|'),
-            QString("05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG|1.000,00 KG|"
-                    "Sıkılan Zeytin Yağı KG|23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
-                    "Dolan Kap Boyutu|10 LT|Yaklaşık Dolum Miktarı|24 LT|DOLDURULAN KAP|2 AD|") +
-                vendorAndEnd);
+        QCOMPARE(textsOfSlip(cashSlip()).join(u'|'),
+                 u"05 Kasım 2024 Salı 14:07|Sayın; |Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG|1.000,00 KG|"
+                 "Sıkılan Zeytin Yağı KG|23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
+                 "Dolan Kap Boyutu|10 LT|Yaklaşık Dolum Miktarı|24 LT|DOLDURULAN KAP|2 AD|"_s +
+                     vendorAndEnd);
     }
 
     void thePaperCarriesWhatWasComposed()
@@ -104,12 +111,11 @@ private slots:
         QStringList lines = linesOf(target.printed.front().pdf);
         for (QString& line : lines)
             if (isRule(line)) line.truncate(1);
-        QCOMPARE(
-            lines.join(u'|'),
-            QString("05 Kasım 2024 Salı 14:07|Sayın; Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG 1.000,00 KG|"
-                    "Sıkılan Zeytin Yağı KG 23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
-                    "Dolan Kap Boyutu 10 LT|Yaklaşık Dolum Miktarı 24 LT|DOLDURULAN KAP 2 AD|") +
-                vendorAndEnd);
+        QCOMPARE(lines.join(u'|'),
+                 u"05 Kasım 2024 Salı 14:07|Sayın; Ahmet Yılmaz|=|SIKIM AŞAMASI|-|Sıkılacak Zeytin KG 1.000,00 KG|"
+                 "Sıkılan Zeytin Yağı KG 23,50 LT|-|HAK EDİŞ|-|Sıkılan Zetin Yağı Bedeli|1.250 TL|-|TESLİMAT|-|"
+                 "Dolan Kap Boyutu 10 LT|Yaklaşık Dolum Miktarı 24 LT|DOLDURULAN KAP 2 AD|"_s +
+                     vendorAndEnd);
         QCOMPARE(target.printed.front().title, "Bilgi Fişi");
     }
 
@@ -119,9 +125,7 @@ private slots:
         slip.pressing.olives = "1,234.5";
         slip.pressing.oil = "23.5";
         slip.pressing.fee = "1,250";
-        Printer printer(target);
-        print::composeSlip(printer, slip, Regional::english());
-        const QStringList texts = textsOf(printer.layout());
+        const QStringList texts = textsOf(composed(slip, Regional::english()).layout());
         for (const QString text : {"1,234.50 KG", "23.50 LT", "1,250 TL", "05 November 2024 Tuesday 14:07"})
             QVERIFY2(texts.contains(text), qPrintable(texts.join(" | ")));
     }
@@ -130,8 +134,7 @@ private slots:
     {
         Slip slip = shareSlip();
         slip.headerItems = {"Mendrik Yağ Fabrikası"};
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
+        Printer& printer = composed(slip);
         const print::Layout& layout = printer.layout();
         const int width = printer.pageWidth();
 
@@ -236,8 +239,7 @@ private slots:
 
     void onlyTheOilAndTheAmountAreUnderlined()
     {
-        Printer printer(target);
-        print::composeSlip(printer, shareSlip(), turkish);
+        Printer& printer = composed(shareSlip());
         QStringList underlined;
         for (const auto& text : printer.layout().pages[0].texts)
             if (printer.layout().fonts[text.font].underline()) underlined.append(text.text);
@@ -260,8 +262,7 @@ private slots:
         QFETCH(double, amount);
         Slip slip = shareSlip();
         slip.font.size = size;
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
+        Printer& printer = composed(slip);
         const auto sizeOf = [&](const QString& text) {
             return printer.layout().fonts[placed(printer.layout(), text).font].pointSizeF();
         };
@@ -285,16 +286,14 @@ private slots:
         Slip slip = shareSlip();
         slip.font.bold = setting;
         slip.headerItems = {"Mendrik Yağ Fabrikası"};
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
+        Printer& printer = composed(slip);
         for (const auto& text : printer.layout().pages[0].texts)
             QCOMPARE(printer.layout().fonts[text.font].bold(), rest || text.text == "Mendrik Yağ Fabrikası");
     }
 
     void widerPaperOnlyLengthensRulesAndMovesTexts()
     {
-        Printer printer(target);
-        print::composeSlip(printer, shareSlip(), turkish);
+        Printer& printer = composed(shareSlip());
         const print::Layout narrow = printer.layout();
         printer.killDoc();
         target.sheet = print::Paper::a4();
@@ -329,8 +328,7 @@ private slots:
             "Şükrü Çağlayangilzadeoğlu İbrahim Ağa ve Kardeşleri Zeytincilik Kooperatifi Başkanlığı";
         slip.headerItems = {"Mendrik Zeytinyağı Fabrikası Üretim ve Pazarlama Limited Şirketi Ayvalık Şubesi"};
         slip.pressing.olives = "123.456.789,00";
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
+        Printer& printer = composed(slip);
         for (const print::PlacedText& text : printer.layout().pages.front().texts) {
             QVERIFY2(text.x >= 0, qPrintable(text.text));
             QVERIFY2(endOf(printer.layout(), text) <= printer.pageWidth() + 0.5, qPrintable(text.text));
@@ -376,11 +374,10 @@ private slots:
             ++counted;
             return double(litres);
         };
-        Printer printer(target);
-        print::composeSlip(printer, slip, turkish);
+        Printer& printer = composed(slip);
         QCOMPARE(counted, 1);
         const QStringList texts = textsOf(printer.layout());
-        QCOMPARE(texts[texts.indexOf("Dolan Kap Boyutu") + 1], QString("%1 LT").arg(litres));
+        QCOMPARE(texts[texts.indexOf("Dolan Kap Boyutu") + 1], u"%1 LT"_s.arg(litres));
         QCOMPARE(texts[texts.indexOf("Yaklaşık Dolum Miktarı") + 1], filled);
         QCOMPARE(texts[texts.indexOf("DOLDURULAN KAP") + 1], count);
     }

@@ -6,8 +6,7 @@
 #include "print/face.h"
 #include "print/statement.h"
 #include <map>
-
-using namespace Qt::StringLiterals;
+#include <optional>
 
 using base::Regional;
 using print::Printer;
@@ -31,6 +30,7 @@ class StatementTest : public QObject {
     const Regional turkish = Regional::turkish();
     std::vector<Record> records;
     int at = -1;
+    std::optional<Printer> last; ///< with what was composed
 
     static QDateTime day() { return QDateTime(QDate(2024, 11, 5), QTime(14, 7, 33)); }
 
@@ -60,12 +60,12 @@ class StatementTest : public QObject {
         return {{"Tarih", day()}, {"Zeytin", 1234.5f}, {"Yuzde", 12.75}, {"CariHar", customer}};
     }
 
-    QStringList textsOfStatement(const Statement& statement)
+    Printer& composed(const Statement& statement)
     {
-        Printer printer(target);
-        print::composeStatement(printer, statement, turkish);
-        return textsOf(printer.layout());
+        print::composeStatement(last.emplace(target), statement, turkish);
+        return *last;
     }
+    QStringList textsOfStatement(const Statement& statement) { return textsOf(composed(statement).layout()); }
     int printStatement(const Statement& statement)
     {
         Printer printer(target);
@@ -96,6 +96,7 @@ class StatementTest : public QObject {
 private slots:
     void init()
     {
+        last.reset();
         target = FakePrinter();
         target.sheet = print::Paper::a4();
         records.clear();
@@ -129,8 +130,7 @@ private slots:
         records = {record()};
         Statement statement = journal();
         statement.headerItems = {"Mendrik Yağ Fabrikası"};
-        Printer printer(target);
-        print::composeStatement(printer, statement, turkish);
+        Printer& printer = composed(statement);
         QStringList bold;
         for (const auto& text : printer.layout().pages[0].texts)
             if (printer.layout().fonts[text.font].bold()) bold.append(text.text);
@@ -140,8 +140,7 @@ private slots:
     void theTableStandsInTheMiddleAndItsTextsInTheirColumns()
     {
         records = {record("Veli"), record("Toplamlar")};
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         const print::Layout& layout = printer.layout();
         const auto width = [&](const QString& text) { return printer.textWidth(text); };
         const double left = (printer.pageWidth() - 6300) / 2.0;
@@ -179,8 +178,7 @@ private slots:
 
     void theDateStandsSixtyBelowTheTitle()
     {
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         const print::PlacedText name = placed(printer.layout(), "Ahmet Yılmaz");
         const double bold = print::metricsInTwips(printer.layout().fonts[name.font]).lineSpacing();
         QCOMPARE(placed(printer.layout(), "05 Kasım 2024 Salı").y, name.y + bold + 60);
@@ -259,8 +257,7 @@ private slots:
         statement.onSums = [this] { return at == 1; };
         for (const int column : hidden) statement.columns[std::size_t(column)].visible = false;
         for (StatementColumn& column : statement.columns) column.left *= factor, column.width *= factor;
-        Printer printer(target);
-        print::composeStatement(printer, statement, turkish);
+        Printer& printer = composed(statement);
         const QStringList moment = {"05.11.2024 14:07:33"}, numbers = {"1.234,50", "12,75"};
         const QStringList rows =
             named ? moment + numbers + QStringList{"Toplamlar"} + numbers
@@ -272,8 +269,7 @@ private slots:
     {
         records = {record("Veli")};
         records[0]["Zeytin"] = 123456789012.0;
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         const print::Layout& layout = printer.layout();
         const double left = (printer.pageWidth() - 6300) / 2.0;
         const print::PlacedText number = placed(layout, "123.456.789.012,00");
@@ -288,8 +284,7 @@ private slots:
         statement.columns[1].visible = false;
         statement.columns[2].left = 1900;
         statement.columns[3].left = 2800;
-        Printer printer(target);
-        print::composeStatement(printer, statement, turkish);
+        Printer& printer = composed(statement);
         const QStringList texts = textsOf(printer.layout());
         QVERIFY(!texts.contains("Giren Zeytin"));
         QVERIFY(!texts.contains("1.234,50"));
@@ -311,8 +306,7 @@ private slots:
     void aTextTooWideIsCutLetterByLetter()
     {
         records = {record("Şükrü Çağlayangilzadeoğlu İbrahim Ağa")};
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         const QString cut = textsOf(printer.layout()).back();
         QVERIFY(records[0]["CariHar"].toString().startsWith(cut));
         QVERIFY(printer.textWidth(cut) <= 2200);
@@ -331,7 +325,7 @@ private slots:
         QTest::newRow("no column") << "iiii" << 0.0 << "";
         QTest::newRow("less than none") << "iiii" << -1.0 << "";
         QTest::newRow("empty") << "" << 3.0 << "";
-        QTest::newRow("no half characters") << QString("i\U0001D7D9") << 1.1 << "i";
+        QTest::newRow("no half characters") << u"i\U0001D7D9"_s << 1.1 << "i";
     }
     void cutsToWhatFits()
     {
@@ -416,8 +410,7 @@ private slots:
 
     void anEmptyListingHasItsCaptionRowOnly()
     {
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         const double top = placed(printer.layout(), "Tarih").y;
         const double h = printer.textHeight();
         const Lines lines = linesOn(printer.layout().pages[0]);
@@ -430,9 +423,8 @@ private slots:
 
     void aLongListingGoesOnOverPagesWithEveryRecordWhole()
     {
-        for (int i = 0; i < 200; ++i) records.push_back(record(QString("Record %1").arg(i)));
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        for (int i = 0; i < 200; ++i) records.push_back(record(u"Record %1"_s.arg(i)));
+        Printer& printer = composed(journal());
         const print::Layout& layout = printer.layout();
         QVERIFY(layout.pages.size() > 2);
         const double h = printer.textHeight();
@@ -449,8 +441,9 @@ private slots:
             for (const auto& [y, texts] : rows) {
                 if (y < top) continue;
                 QCOMPARE(texts.size(), 4);
-                if (texts.front() != "Tarih") QCOMPARE(texts.back(), QString("Record %1").arg(next++));
-                QVERIFY(std::ranges::any_of(lines.rules, [&](double r) { return qAbs(r - (y + h + rule)) < 1e-6; }));
+                if (texts.front() != "Tarih") QCOMPARE(texts.back(), u"Record %1"_s.arg(next++));
+                const double below = y + h + rule;
+                QVERIFY(std::ranges::any_of(lines.rules, [&](double r) { return qAbs(r - below) < 1e-6; }));
             }
             QVERIFY(lines.rules.back() <= printer.pageHeight());
             for (const auto& [x, line] : lines.columns) {
@@ -468,8 +461,7 @@ private slots:
     {
         target.sheet = print::Paper::slipRoll80();
         for (int i = 0; i < 100; ++i) records.push_back(record());
-        Printer printer(target);
-        print::composeStatement(printer, journal(), turkish);
+        Printer& printer = composed(journal());
         QCOMPARE(printer.layout().pages.size(), std::size_t(1));
         const double end = printer.currentY();
         printer.endDoc();
@@ -483,7 +475,7 @@ private slots:
         for (int more = -6; more <= 1; ++more) {
             Statement statement = journal();
             records = {record()};
-            for (int i = 0; i < lines + more; ++i) statement.headerItems.append(QString("line %1").arg(i));
+            for (int i = 0; i < lines + more; ++i) statement.headerItems.append(u"line %1"_s.arg(i));
             Printer printer(target);
             print::composeStatement(printer, statement, turkish);
             for (const print::Page& page : printer.layout().pages)
@@ -497,7 +489,7 @@ private slots:
     void fiveThousandRecordsAllReachThePaper()
     {
         NEEDS_PDF_TOOLS;
-        for (int i = 0; i < 5000; ++i) records.push_back(record(QString("Record %1").arg(i)));
+        for (int i = 0; i < 5000; ++i) records.push_back(record(u"Record %1"_s.arg(i)));
         QCOMPARE(printStatement(journal()), 0);
         const QString text = linesOf(target.printed.front().pdf).join(u'\n');
         QCOMPARE(text.count("1.234,50 12,75 Record "), 5000);

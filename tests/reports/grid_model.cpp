@@ -7,7 +7,6 @@
 #include <QTest>
 
 using namespace reports;
-using namespace Qt::StringLiterals;
 
 /// The rows and columns that the grid shows.
 class GridModels : public QObject {
@@ -16,6 +15,7 @@ class GridModels : public QObject {
 private slots:
     void init()
     {
+        model_.reset();
         journal_ = std::make_unique<PaperJournal>();
         source_ = std::make_unique<store::DataSource>(*journal_);
         source_->setDatabaseName(PaperJournal::file);
@@ -52,9 +52,7 @@ private slots:
     {
         QFETCH(bool, english);
         QFETCH(bool, dressed);
-        source_->refresh();
-        GridModel model(*source_, english ? base::Regional::english() : base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound(english ? base::Regional::english() : base::Regional::turkish());
         if (dressed) {
             GridColumns columns = model.columns();
             IzgaraDuzenle(columns, u"1"_s);
@@ -67,9 +65,7 @@ private slots:
 
     void momentsArePlainText()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QCOMPARE(row(model, 0)[0], u"05.11.2024 14:07:33"_s);
         QCOMPARE(row(model, 1)[0], u"06.11.2024"_s); // midnight is not shown
         GridColumns columns = model.columns();
@@ -80,9 +76,7 @@ private slots:
 
     void headingsArePaintedAsGiven()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         GridColumns columns = model.columns();
         columns[1].caption = u"Giren Zeytin     "_s;
         columns[2].alignment = Alignment::centre;
@@ -106,9 +100,7 @@ private slots:
 
     void deletedRowIsEmptyCells()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         journal_->rows.erase(journal_->rows.begin());
         QCOMPARE(row(model, 0), QStringList(7, QString()));
         QCOMPARE(row(model, 1).last(), mill::totalsName);
@@ -117,9 +109,7 @@ private slots:
 
     void addedRowAppearsLast()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QSignalSpy inserted(&model, &GridModel::rowsInserted);
         store::RecordSet& rows = source_->recordSet();
         rows.addNew();
@@ -141,9 +131,7 @@ private slots:
 
     void bindingAnewForgetsHeadingsAndWidths()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         const GridColumns bound = model.columns();
         GridColumns columns = bound;
         IzgaraDuzenle(columns, u"0"_s);
@@ -157,9 +145,7 @@ private slots:
 
     void columnsAreAnnouncedOnceWhenTheyChange()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QSignalSpy announced(&model, &GridModel::layoutOfColumnsChanged);
         model.setColumns(model.columns());
         QCOMPARE(announced.size(), 0);
@@ -175,9 +161,7 @@ private slots:
     void onlyTheCellsAskedForAreFetched()
     {
         for (int i = 0; i < 1000; ++i) journal_->enter(u"2025-01-01T00:00:00"_s, 1.0, 1.0, 1.0, 1.0, u"x"_s);
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QCOMPARE(journal_->fetches, 0);
         row(model, 500);
         QCOMPARE(journal_->fetches, 7);
@@ -188,9 +172,7 @@ private slots:
 
     void totalsRowIsKnownByItsName()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QVERIFY(!model.isTotals(0));
         QVERIFY(model.isTotals(1));
         QVERIFY(!model.isTotals(2));
@@ -199,19 +181,25 @@ private slots:
 
     void currentRowIsTheSourcesOwn()
     {
-        source_->refresh();
-        GridModel model(*source_, base::Regional::turkish());
-        model.rebind();
+        GridModel& model = bound();
         QCOMPARE(model.currentRow(), 0);
         source_->recordSet().moveTo(1);
         QCOMPARE(model.currentRow(), 1);
         source_->recordSet().moveNext();
         QCOMPARE(model.currentRow(), -1);
-        QVERIFY_EXCEPTION_THROWN(source_->recordSet().moveTo(2), base::RuntimeError);
-        QVERIFY_EXCEPTION_THROWN(source_->recordSet().moveTo(-1), base::RuntimeError);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, source_->recordSet().moveTo(2));
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, source_->recordSet().moveTo(-1));
     }
 
 private:
+    /// A model of what the source lists now.
+    GridModel& bound(const base::Regional& regional = base::Regional::turkish())
+    {
+        source_->refresh();
+        model_ = std::make_unique<GridModel>(*source_, regional);
+        model_->rebind();
+        return *model_;
+    }
     QStringList row(const GridModel& model, int row) const
     {
         QStringList cells;
@@ -222,6 +210,7 @@ private:
 
     std::unique_ptr<PaperJournal> journal_;
     std::unique_ptr<store::DataSource> source_;
+    std::unique_ptr<GridModel> model_;
 };
 
 QTEST_GUILESS_MAIN(GridModels)

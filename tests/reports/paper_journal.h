@@ -28,8 +28,8 @@ public:
         return store::FieldValue::date(QDateTime::fromString(moment, Qt::ISODate));
     }
 
-    store::RowKey enter(const QString& moment, store::FieldValue Zeytin, store::FieldValue Yağ,
-                        store::FieldValue HakTut, store::FieldValue Nakit, const QString& name)
+    store::RowKey enter(const QString& moment, const store::FieldValue& Zeytin, const store::FieldValue& Yağ,
+                        const store::FieldValue& HakTut, const store::FieldValue& Nakit, const QString& name)
     {
         rows[++last_] = {at(moment), Zeytin, Yağ, 12.0, HakTut, Nakit, name};
         return last_;

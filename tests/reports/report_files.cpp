@@ -5,10 +5,10 @@
 #include "store/jet/care/check.h"
 #include "store/jet_engine.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/support/outcome.h"
 #include <QTest>
 
 using namespace reports;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -157,12 +157,7 @@ private slots:
         for (int failing = 1; failing <= changes; ++failing) {
             const auto disk = whole.afterPowerCut(0);
             disk->failing = {failing};
-            bool failed = false;
-            try {
-                report(*disk);
-            } catch (const base::RuntimeError&) {
-                failed = true;
-            }
+            const bool failed = errorOf([&] { report(*disk); }) != 0;
             failures += failed;
             disk->failing.clear();
             const Journal journal = journalOf(*disk);

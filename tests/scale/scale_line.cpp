@@ -3,6 +3,7 @@
 #include "tests/scale/ordinary_user.h"
 #include "tests/scale/played_devices.h"
 #include "tests/scale/pseudo_terminal.h"
+#include "tests/support/outcome.h"
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
 #include <QFile>
@@ -16,7 +17,6 @@
 #include <sys/stat.h>
 
 using namespace scale;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -62,42 +62,38 @@ private slots:
         plugIn();
     }
 
-    void cleanup() { terminal_.reset(); }
+    void cleanup()
+    {
+        control_.reset();
+        terminal_.reset();
+    }
 
     void weightsArriveFromALink()
     {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
+        openAndListen();
         terminal_->send("  1234kg\r");
-        QTRY_COMPARE(station.weight(), u"1.234"_s);
+        QTRY_COMPARE(station_.weight(), u"1.234"_s);
         terminal_->send("ST,GS,+");
         QTest::qWait(20);
         terminal_->send("   567kg\r\n");
-        QTRY_COMPARE(station.weight(), u"567"_s);
-        QCOMPARE(station.shown, (QStringList{u"1.234"_s, u"567"_s}));
+        QTRY_COMPARE(station_.weight(), u"567"_s);
+        QCOMPARE(station_.shown, (QStringList{u"1.234"_s, u"567"_s}));
     }
 
     void bytesFromBeforeOpeningAreDiscarded()
     {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
+        listen();
         terminal_->send("  9999kg\r");
-        openQuietLine(*control);
+        openQuietLine(*control_);
         terminal_->send("   500kg\r");
-        QTRY_VERIFY(!station.shown.isEmpty());
+        QTRY_VERIFY(!station_.shown.isEmpty());
         QTest::qWait(400);
-        QCOMPARE(station.shown, QStringList{u"500"_s});
+        QCOMPARE(station_.shown, QStringList{u"500"_s});
     }
 
     void fiftyLinesASecondAreShownWhole()
     {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
+        openAndListen();
         std::unique_ptr<QThread> scale(QThread::create([this] {
             for (int weight = 1001; weight <= 1100; ++weight) {
                 terminal_->send(u"  %1kg\r\n"_s.arg(weight).toLatin1());
@@ -111,9 +107,9 @@ private slots:
         qInfo("processor time for 100 lines in two seconds: %.0f ms", 1000 * (processorTime() - before));
         // Two lines may share an event on a busy machine, then the second one is dropped: that is the rule, half lines
         // are not.
-        QVERIFY2(station.shown.size() >= 50, qPrintable(QString::number(station.shown.size())));
-        QCOMPARE(station.shown.first(), u"1.001"_s);
-        for (const QString& weight : station.shown) {
+        QVERIFY2(station_.shown.size() >= 50, qPrintable(QString::number(station_.shown.size())));
+        QCOMPARE(station_.shown.first(), u"1.001"_s);
+        for (const QString& weight : station_.shown) {
             const double value = QLocale(QLocale::Turkish).toDouble(weight);
             QVERIFY2(value >= 1001 && value <= 1100, qPrintable(weight));
         }
@@ -126,10 +122,7 @@ private slots:
         qint64 longestPause = 0;
         QStringList shown;
         for (int round = 0; round < 10 && (round == 0 || longestPause > 250); ++round) {
-            const auto control = newControl();
-            KeepingStation station;
-            handle(*control, station);
-            openQuietLine(*control);
+            openAndListen();
             longestPause = 0;
             std::unique_ptr<QThread> scale(QThread::create([this, &longestPause] {
                 const QByteArray line = "  1234kg\r";
@@ -143,7 +136,7 @@ private slots:
             }));
             scale->start();
             QTRY_VERIFY_WITH_TIMEOUT(scale->isFinished(), 20000);
-            shown = station.shown;
+            shown = station_.shown;
         }
         QVERIFY2(longestPause <= 250, "this machine was too busy ten times");
         QVERIFY(!shown.isEmpty());
@@ -152,36 +145,30 @@ private slots:
 
     void pulledPlugIsSilenceAndNoWork()
     {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
+        openAndListen();
         terminal_->send("   500kg\r");
-        QTRY_COMPARE(station.weight(), u"500"_s);
+        QTRY_COMPARE(station_.weight(), u"500"_s);
 
-        QSignalSpy spy(control.get(), &TeraziComm::OnComm);
+        QSignalSpy spy(control_.get(), &TeraziComm::OnComm);
         terminal_->send("   5");
         terminal_->pullOut();
-        QTRY_VERIFY(!control->isPluggedIn());
-        QVERIFY(control->portOpen());
+        QTRY_VERIFY(!control_->isPluggedIn());
+        QVERIFY(control_->portOpen());
 
         expectIdleness();
         QVERIFY(spy.isEmpty());
-        QCOMPARE(station.shown, QStringList{u"500"_s});
+        QCOMPARE(station_.shown, QStringList{u"500"_s});
     }
 
     void plugThatIsBackBringsWeightsAgain()
     {
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
+        openAndListen();
         for (int round = 1; round <= 3; ++round) {
-            QTRY_VERIFY(control->hearsWholeLines());
+            QTRY_VERIFY(control_->hearsWholeLines());
             terminal_->send(QByteArray::number(100 * round) + "kg\r");
-            QTRY_COMPARE(station.weight(), QString::number(100 * round));
+            QTRY_COMPARE(station_.weight(), QString::number(100 * round));
             terminal_->pullOut();
-            QTRY_VERIFY(!control->isPluggedIn());
+            QTRY_VERIFY(!control_->isPluggedIn());
             plugIn();
         }
     }
@@ -189,21 +176,18 @@ private slots:
     void plugThatWasOutWhileNothingRanBringsWeightsAgain()
     {
         // A computer that stands by: the adapter goes and comes back as another device, and the program sees neither.
-        const auto control = newControl();
-        KeepingStation station;
-        handle(*control, station);
-        openQuietLine(*control);
+        openAndListen();
         terminal_->send("100kg\r");
-        QTRY_COMPARE(station.weight(), u"100"_s);
+        QTRY_COMPARE(station_.weight(), u"100"_s);
         terminal_->pullOut();
         plugIn();
         QThread::sleep(2);
-        for (int i = 0; i < 40 && station.weight() != u"200"_s; ++i) {
+        for (int i = 0; i < 40 && station_.weight() != u"200"_s; ++i) {
             terminal_->send("  200kg\r");
             QTest::qWait(50);
         }
-        QCOMPARE(station.weight(), u"200"_s);
-        QVERIFY(control->isPluggedIn());
+        QCOMPARE(station_.weight(), u"200"_s);
+        QVERIFY(control_->isPluggedIn());
     }
 
     void adapterKeepsItsNumberOnAnyNode()
@@ -374,29 +358,22 @@ private slots:
 
     void missingAndBusyDevicesAreTold()
     {
-        const auto errorOf = [](TeraziComm& control) {
-            try {
-                control.setPortOpen(true);
-            } catch (const base::RuntimeError& error) {
-                return error.number();
-            }
-            return 0;
-        };
+        const auto errorOfOpening = [](auto& control) { return errorOf([&] { control->setPortOpen(true); }); };
         const auto first = newControl();
         const auto second = newControl();
-        QCOMPARE(errorOf(*first), 0);
-        QCOMPARE(errorOf(*second), errors::inUse);
+        QCOMPARE(errorOfOpening(first), 0);
+        QCOMPARE(errorOfOpening(second), errors::inUse);
         QVERIFY(!second->portOpen());
         first->setPortOpen(false);
-        QCOMPARE(errorOf(*second), 0);
+        QCOMPARE(errorOfOpening(second), 0);
         second->setPortOpen(false);
 
         terminal_->pullOut();
         const auto third = newControl(); // of a program that has never seen the device
-        QCOMPARE(errorOf(*third), errors::invalidPortNumber);
+        QCOMPARE(errorOfOpening(third), errors::invalidPortNumber);
         QFile::remove(link_);
         QVERIFY(QFile::link(folder_->filePath(u"nothing"_s), link_));
-        QCOMPARE(errorOf(*third), errors::invalidPortNumber);
+        QCOMPARE(errorOfOpening(third), errors::invalidPortNumber);
         QVERIFY(!third->portOpen());
     }
 
@@ -466,6 +443,18 @@ private:
         control->setCommPort(3);
         return control;
     }
+    /// A control of its own with a station, which keeps what it is shown.
+    void listen()
+    {
+        control_ = newControl();
+        station_.shown.clear();
+        handle(*control_, station_);
+    }
+    void openAndListen()
+    {
+        listen();
+        openQuietLine(*control_);
+    }
     void handle(TeraziComm& control, KeepingStation& station)
     {
         connect(&control, &TeraziComm::OnComm, this, [&control, &station] {
@@ -476,6 +465,8 @@ private:
     std::unique_ptr<QTemporaryDir> folder_;
     QString link_;
     std::unique_ptr<PseudoTerminal> terminal_;
+    KeepingStation station_;
+    std::unique_ptr<TeraziComm> control_;
 };
 
 QTEST_GUILESS_MAIN(ScaleLine)

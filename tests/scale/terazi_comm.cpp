@@ -10,7 +10,6 @@
 #include <limits>
 
 using namespace scale;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -282,18 +281,15 @@ private slots:
     void beginningOfTheNextLineStaysBehind()
     {
         openQuietLine();
-        device_->deliver("   500kg\r   5");
-        QVERIFY(events_->wait(1000));
+        hear("   500kg\r   5");
         QCOMPARE(control_->input(), u"   500kg\r"_s);
         control_->setInBufferCount(0);
-        device_->deliver("10kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("10kg\r");
         QCOMPARE(control_->input(), u"   510kg\r"_s);
         QCOMPARE(events_->size(), 2);
 
         // A line that is never finished is announced like any other half line.
-        device_->deliver("   520kg\r   5");
-        QVERIFY(events_->wait(1000));
+        hear("   520kg\r   5");
         QCOMPARE(control_->input(), u"   520kg\r"_s);
         QVERIFY(events_->wait(1000));
         QCOMPARE(control_->input(), u"   5"_s);
@@ -302,37 +298,31 @@ private slots:
     void lateLineFeedBelongsToItsLine()
     {
         openQuietLine();
-        device_->deliver("   500kg\r\n");
-        QVERIFY(events_->wait(1000));
+        hear("   500kg\r\n");
         QCOMPARE(control_->input(), u"   500kg\r\n"_s);
 
-        device_->deliver("   510kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("   510kg\r");
         QCOMPARE(control_->input(), u"   510kg\r"_s);
         device_->deliver("\n");
         QTest::qWait(400);
         QCOMPARE(events_->size(), 2); // alone it would have emptied the weight
-        device_->deliver("\n   520kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("\n   520kg\r");
         QCOMPARE(control_->input(), u"\n   520kg\r"_s);
     }
 
     void bytesAreTheTurkishCodePage()
     {
         openQuietLine();
-        device_->deliver("A\xF0\xFDrl\xFDk\x80\r");
-        QVERIFY(events_->wait(1000));
+        hear("A\xF0\xFDrl\xFDk\x80\r");
         QCOMPARE(control_->input(), u"Ağırlık€\r"_s);
     }
 
     void unreadBytesDoNotPileUp()
     {
         openQuietLine();
-        device_->deliver("   500kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("   500kg\r");
         for (int i = 0; i < 20; ++i) device_->deliver(QByteArray(1000, 'x'));
-        device_->deliver("   510kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("   510kg\r");
         QVERIFY(control_->inBufferCount() <= 4096);
         QVERIFY(control_->input().startsWith("   500kg\r"_L1));
     }
@@ -444,8 +434,7 @@ private slots:
         openQuietLine();
         device_->deliver("  12");
         QTest::qWait(std::min(250, static_cast<int>(control_->silence().count()) - 40));
-        device_->deliver("34kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("34kg\r");
         QCOMPARE(control_->input(), u"  1234kg\r"_s);
         QCOMPARE(events_->size(), 1);
     }
@@ -464,11 +453,9 @@ private slots:
     void bytesThatNobodyReadsAreDroppedAfterTwoSeconds()
     {
         openQuietLine();
-        device_->deliver("   500kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("   500kg\r");
         QTest::qWait(1200);
-        device_->deliver("   510kg\r");
-        QVERIFY(events_->wait(1000));
+        hear("   510kg\r");
         QCOMPARE(control_->inBufferCount(), 18);
         QTest::qWait(900);
         QCOMPARE(control_->inBufferCount(), 9);
@@ -545,7 +532,6 @@ private slots:
     void pulledPlugLeavesThePortOpenAndSilent()
     {
         openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
         QSignalSpy told(control_.get(), &TeraziComm::stateChanged);
         device_->pullPlug();
         QVERIFY(told.wait(1000));
@@ -560,9 +546,9 @@ private slots:
         device_->isOut = false;
         QVERIFY(told.wait(2000));
         QVERIFY(control_->portOpen() && control_->isPluggedIn());
-        QVERIFY(raised.isEmpty());
+        QVERIFY(events_->isEmpty());
         device_->deliver("34kg\r   510kg\r"); // the scale was in the middle of a line when the plug came
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QCOMPARE(control_->commEvent(), 2);
         QCOMPARE(control_->input(), u"   510kg\r"_s);
     }
@@ -570,15 +556,14 @@ private slots:
     void halfALineFromBeforeThePlugWasPulledIsDropped()
     {
         openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
         device_->deliver("  12");
         device_->pullPlug();
         QTRY_VERIFY(!control_->isPluggedIn());
         device_->isOut = false;
         QTRY_VERIFY(control_->hearsWholeLines());
-        QVERIFY(raised.isEmpty()); // alone it would have emptied the weight
+        QVERIFY(events_->isEmpty()); // alone it would have emptied the weight
         device_->deliver("34kg\r");
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QCOMPARE(control_->input(), u"34kg\r"_s);
     }
 
@@ -599,22 +584,20 @@ private slots:
     void readErrorOnTheWayOutIsNone()
     {
         openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
         device_->pullPlug();
         for (int i = 0; i < 10; ++i) device_->failed();
         QTRY_VERIFY(!control_->isPluggedIn());
         QTest::qWait(20);
-        QVERIFY(raised.isEmpty());
+        QVERIFY(events_->isEmpty());
         QVERIFY(control_->portOpen());
     }
 
     void readErrorWhoseDeviceIsGoneByThenWaitsForThePlug()
     {
         openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
         device_->failed(); // some drivers fail a moment before the system takes the device away
         device_->isOut = true;
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QCOMPARE(control_->commEvent(), 8020);
         QVERIFY(control_->portOpen() && !control_->isPluggedIn());
         device_->isOut = false;
@@ -623,15 +606,13 @@ private slots:
 
     void weightsOfAFormatBecomeLinesThatHandlersKnow()
     {
-        control_->readAs({u"st-gs"_s, false}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"st-gs"_s, false});
         const QByteArray frame = "ST,GS,+01240.5kg\r\n";
         device_->deliver(frame + frame);
         device_->deliver(frame.first(9)); // three that say the same count; the third comes in pieces
-        QVERIFY(raised.isEmpty());
+        QVERIFY(events_->isEmpty());
         device_->deliver(frame.sliced(9));
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QCOMPARE(control_->commEvent(), 2);
         QCOMPARE(control_->input(), u"1240,5kg\r"_s);
         QCOMPARE(control_->lastLine(), frame);
@@ -642,14 +623,13 @@ private slots:
         QTRY_COMPARE(told.size(), 1);
         QCOMPARE(control_->why(), u"terazi aşırı yük bildiriyor"_s);
         QTest::qWait(400);
-        QCOMPARE(raised.size(), 1); // overload is no line at all
+        QCOMPARE(events_->size(), 1); // overload is no line at all
         for (int i = 0; i < 3; ++i) device_->deliver(frame);
         QTRY_COMPARE(control_->why(), QString());
 
         // What the next opening reads is chosen anew.
         control_->setPortOpen(false);
-        control_->readAs({}, base::Regional::turkish());
-        openQuietLine();
+        openQuietLine({});
         device_->deliver(frame);
         QTRY_VERIFY(control_->inBufferCount() > 0);
         QCOMPARE(control_->input(), u"ST,GS,+01240.5kg\r\n"_s);
@@ -657,13 +637,11 @@ private slots:
 
     void newestWeightOfAFormatTakesThePlaceOfAnUnreadOne()
     {
-        control_->readAs({u"st-gs"_s, false}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"st-gs"_s, false});
         for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001000kg\r\n");
         QTRY_VERIFY(control_->inBufferCount() > 0);
         for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001200kg\r\n");
-        QTRY_VERIFY(raised.size() > 1);
+        QTRY_VERIFY(events_->size() > 1);
         QTest::qWait(50);
         QCOMPARE(control_->input(), u"1200kg\r"_s);
         QCOMPARE(control_->inBufferCount(), 0);
@@ -680,8 +658,7 @@ private slots:
 
     void stillWeightComesOncePerLoad()
     {
-        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
-        openQuietLine();
+        openQuietLine({u"st-gs"_s, true});
         QStringList heard;
         connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
         const auto stream = [&](const char* frame) {
@@ -701,23 +678,20 @@ private slots:
 
     void stillWeightThatNobodyReadComesAgain()
     {
-        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"st-gs"_s, true});
         const auto stream = [&] {
             for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001240kg\r\n");
         };
         stream();
-        QTRY_COMPARE(raised.size(), 1); // no customer's name: the handler leaves it
+        QTRY_COMPARE(events_->size(), 1); // no customer's name: the handler leaves it
         stream();
-        QTRY_COMPARE(raised.size(), 2);
+        QTRY_COMPARE(events_->size(), 2);
         QVERIFY(control_->input().startsWith(u"1240kg\r"_s));
     }
 
     void stillWeightOutlivesAPulledPlugAndAClosedPort()
     {
-        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
-        openQuietLine();
+        openQuietLine({u"st-gs"_s, true});
         QStringList heard;
         connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
         const auto deliver = [&](const char* frame) {
@@ -732,8 +706,7 @@ private slots:
         QTRY_VERIFY(control_->isPluggedIn());
         deliver("ST,GS,+0001240kg\r\n");
         control_->setPortOpen(false);
-        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
-        openQuietLine();
+        openQuietLine({u"st-gs"_s, true});
         deliver("ST,GS,+0001240kg\r\n");
         deliver("ST,GS,+0001239kg\r\n");
         QCOMPARE(heard, QStringList{u"1240kg\r"_s});
@@ -759,8 +732,7 @@ private slots:
     void loadThatChangesBeforeTheScaleWasEmptyIsTold()
     {
         QFETCH(QByteArray, frame);
-        control_->readAs({u"st-gs"_s, true}, base::Regional::turkish());
-        openQuietLine();
+        openQuietLine({u"st-gs"_s, true});
         QStringList heard;
         connect(control_.get(), &TeraziComm::OnComm, this, [&] { heard += control_->input(); });
         for (int i = 0; i < 4; ++i) device_->deliver("ST,GS,+0001240kg\r\n");
@@ -774,63 +746,55 @@ private slots:
     void loadThatSwingsIsNotTaken()
     {
         // No word for rest in this format: what counts are the turning points, three lines long.
-        control_->readAs({u"cas10"_s, true}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"cas10"_s, true});
         for (int round = 0; round < 2; ++round)
             for (const int weight : {1300, 1300, 1300, 1260, 1180, 1100, 1060, 1060, 1060, 1100, 1180, 1260}) {
                 device_->deliver(QByteArray::number(weight).rightJustified(8, '0') + "\r\n");
                 QTest::qWait(95);
             }
-        QVERIFY(raised.isEmpty());
+        QVERIFY(events_->isEmpty());
     }
 
     void printOnAKeyComesWhenNothingFollows()
     {
-        control_->readAs({u"cas10"_s, false}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"cas10"_s, false});
         QElapsedTimer clock;
         clock.start();
         device_->deliver("00001300\r\n");
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QVERIFY2(clock.elapsed() >= 990, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(control_->input(), u"1300kg\r"_s);
         QTRY_COMPARE_WITH_TIMEOUT(activeTimers(), 0, 7000);
-        QCOMPARE(raised.size(), 1);
+        QCOMPARE(events_->size(), 1);
     }
 
     void printOnADisturbedLineIsAskedForAgain()
     {
-        control_->readAs({u"cas10"_s, false}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"cas10"_s, false});
         device_->deliver("00001300\r\n0000x300\r\n");
         QTest::qWait(1200);
         for (int print = 1; print <= 3; ++print) {
-            QVERIFY(raised.isEmpty());
+            QVERIFY(events_->isEmpty());
             device_->deliver("00001300\r\n");
             if (print < 3)
                 QTRY_COMPARE(control_->why(),
                              u"tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin"_s);
             QTest::qWait(1200);
         }
-        QCOMPARE(raised.size(), 1);
+        QCOMPARE(events_->size(), 1);
         QCOMPARE(control_->input(), u"1300kg\r"_s);
         QCOMPARE(control_->why(), QString());
     }
 
     void printThatMayNotStandIsAskedForAgain()
     {
-        control_->readAs({u"cas10"_s, true}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({u"cas10"_s, true});
         device_->deliver("00001300\r\n");
         QTRY_COMPARE(control_->why(), u"tek satırdan durduğu bilinmez, aynı tartımı bir kez daha gönderin"_s);
-        QVERIFY(raised.isEmpty());
+        QVERIFY(events_->isEmpty());
         QTest::qWait(500); // for a hand at the key
         device_->deliver("00001300\r\n");
-        QTRY_COMPARE(raised.size(), 1);
+        QTRY_COMPARE(events_->size(), 1);
         QCOMPARE(control_->input(), u"1300kg\r"_s);
         QCOMPARE(control_->why(), QString());
     }
@@ -854,14 +818,12 @@ private slots:
         QFETCH(QByteArray, frame);
         QFETCH(QByteArray, next);
         QFETCH(QString, format);
-        control_->readAs({}, base::Regional::turkish());
-        openQuietLine();
-        QSignalSpy raised(control_.get(), &TeraziComm::OnComm);
+        openQuietLine({});
         for (int i = 0; i < 50; ++i) {
             device_->deliver(i % 10 == 9 ? next : frame);
             QTest::qWait(50);
         }
-        QVERIFY(!raised.isEmpty()); // nothing is changed by itself
+        QVERIFY(!events_->isEmpty()); // nothing is changed by itself
         QVERIFY(control_->input().startsWith(QString::fromLatin1(frame.first(4))));
         const QString title = format.isEmpty() ? QString() : titleOf(*formatOf({format, false}));
         QCOMPARE(control_->hint(), title);
@@ -875,6 +837,17 @@ private:
     {
         control_->setPortOpen(true);
         QTRY_VERIFY(control_->hearsWholeLines());
+    }
+    void openQuietLine(const ReadingChoice& reading)
+    {
+        control_->readAs(reading, base::Regional::turkish());
+        openQuietLine();
+    }
+    /// These bytes come, and the control says so.
+    void hear(const QByteArray& bytes)
+    {
+        device_->deliver(bytes);
+        QVERIFY(events_->wait(1000));
     }
     int activeTimers() const
     {

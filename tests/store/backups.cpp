@@ -122,7 +122,7 @@ private slots:
             QFile file(path("Yedek/" + name));
             QVERIFY(file.open(QIODevice::WriteOnly));
         };
-        for (int day = 1; day <= 31; ++day) touch(QString("Yag-2025-10-%1.mdb").arg(day, 2, 10, QChar('0')));
+        for (int day = 1; day <= 31; ++day) touch(u"Yag-2025-10-%1.mdb"_s.arg(day, 2, 10, QChar('0')));
         touch("Yag-eski.mdb");
         touch("Yag-2025-01-01.mdb.bak");
         touch("yedek.part");

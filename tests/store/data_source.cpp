@@ -4,6 +4,7 @@
 #include "mill/queries.h"
 
 #include <QTest>
+#include <optional>
 
 using store::FieldValue;
 namespace errors = base::errors;
@@ -20,13 +21,16 @@ void fill(MillFile& file, const QStringList& names)
 class TestDataSource : public QObject {
     Q_OBJECT
 
+    std::optional<MillFile> file;
+
 private Q_SLOTS:
+    void init() { file.emplace(); }
+    void cleanup() { file.reset(); }
 
     void refreshingAnnouncesTheFirstRow()
     {
-        MillFile file;
-        fill(file, {"Ali", "Can"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can"});
+        OpenSource cari(*file, "Cari");
         QStringList announced;
         cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
         cari.refresh();
@@ -39,8 +43,7 @@ private Q_SLOTS:
 
     void refreshingAnEmptySetAnnouncesNone()
     {
-        MillFile file;
-        OpenSource cari(file, "Cari");
+        OpenSource cari(*file, "Cari");
         int announced = 0, refilled = 0;
         cari.onReposition([&] { ++announced; });
         cari.onRefresh([&] { ++refilled; });
@@ -51,9 +54,8 @@ private Q_SLOTS:
 
     void listsRefillBeforeTheFirstRowIsAnnounced()
     {
-        MillFile file;
-        fill(file, {"Ali"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali"});
+        OpenSource cari(*file, "Cari");
         QStringList heard;
         cari.onReposition([&] { heard << "row"; });
         cari.onRefresh([&] { heard << QString::number(cari.recordSet().size()); });
@@ -63,9 +65,8 @@ private Q_SLOTS:
 
     void exactCountVisitsTheLastRowAndReturns()
     {
-        MillFile file;
-        fill(file, {"Ali", "Can", "Veli"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can", "Veli"});
+        OpenSource cari(*file, "Cari");
         QStringList announced;
         cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
         store::VeriYenile(cari, {});
@@ -76,8 +77,7 @@ private Q_SLOTS:
 
     void exactCountOfAnEmptySetMovesNowhere()
     {
-        MillFile file;
-        OpenSource cari(file, "Cari");
+        OpenSource cari(*file, "Cari");
         int announced = 0;
         cari.onReposition([&] { ++announced; });
         store::VeriYenile(cari, [] {});
@@ -87,11 +87,10 @@ private Q_SLOTS:
 
     void pendingEventsRunBeforeTheQuery()
     {
-        MillFile file;
-        fill(file, {"Ali"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali"});
+        OpenSource cari(*file, "Cari");
         store::VeriYenile(cari, [&] {
-            fill(file, {"Can"});
+            fill(*file, {"Can"});
             cari.setRecordSource(mill::customerSearch("C"));
         });
         QCOMPARE(texts(cari.recordSet(), 0), QStringList{"Can"});
@@ -99,13 +98,12 @@ private Q_SLOTS:
 
     void savingANameAnnouncesOneRow()
     {
-        MillFile file;
-        fill(file, {"Ali", "Can"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can"});
+        OpenSource cari(*file, "Cari");
         QStringList announced;
         cari.onReposition([&] { announced << cari.recordSet().field(0).text(); });
         cari.recordSet().addNew();
-        cari.recordSet().setField(0, FieldValue(QString("Bora")));
+        cari.recordSet().setField(0, FieldValue(u"Bora"_s));
         cari.recordSet().update();
         cari.recordSet().edit();
         cari.recordSet().update();
@@ -116,9 +114,8 @@ private Q_SLOTS:
 
     void deletingAnnouncesNothing()
     {
-        MillFile file;
-        fill(file, {"Ali", "Can"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can"});
+        OpenSource cari(*file, "Cari");
         int announced = 0;
         cari.onReposition([&] { ++announced; });
         cari.recordSet().erase();
@@ -127,9 +124,8 @@ private Q_SLOTS:
 
     void findingWithoutAMatchAnnouncesNothing()
     {
-        MillFile file;
-        fill(file, {"Ali"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali"});
+        OpenSource cari(*file, "Cari");
         int announced = 0;
         cari.onReposition([&] { ++announced; });
         cari.recordSet().findFirst(mill::customerCriteria("Veli"));
@@ -151,9 +147,8 @@ private Q_SLOTS:
     void aFailedRefreshKeepsTheOldSet()
     {
         QFETCH(QString, recordSource);
-        MillFile file;
-        fill(file, {"Ali", "Can"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can"});
+        OpenSource cari(*file, "Cari");
         cari.recordSet().moveLast();
         int heard = 0;
         cari.onReposition([&] { ++heard; });
@@ -168,34 +163,31 @@ private Q_SLOTS:
 
     void noRecordSetBeforeTheFirstRefresh()
     {
-        MillFile file;
-        store::DataSource source(file.databases);
+        store::DataSource source(file->databases);
         QVERIFY(!source.hasRecordSet());
         QCOMPARE(errorOf([&] { source.recordSet(); }), errors::notSet);
     }
 
     void aMissingFileIsReportedWhenItIsOpened()
     {
-        MillFile file;
-        store::DataSource source(file.databases);
+        store::DataSource source(file->databases);
         source.setDatabaseName("Baska.mdb");
         source.setRecordSource("Cari");
         QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
         QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseMissing);
         // Once it is there, the same source finds it.
-        file.disk.content("Baska.mdb") = file.disk.content("Yag.mdb");
+        file->disk.content("Baska.mdb") = file->disk.content("Yag.mdb");
         source.refresh();
         QVERIFY(source.hasRecordSet());
     }
 
     void everySourceSeesTheSameFile()
     {
-        MillFile file;
-        OpenSource one(file, "Cari"), other(file, "Cari");
+        OpenSource one(*file, "Cari"), other(*file, "Cari");
         QVERIFY(&one.database() == &other.database());
-        QVERIFY(file.databases.connect(store::connectionText(MillFile::path)).get() == &one.database());
+        QVERIFY(file->databases.connect(store::connectionText(MillFile::path)).get() == &one.database());
         one.recordSet().addNew();
-        one.recordSet().setField(0, FieldValue(QString("Ali")));
+        one.recordSet().setField(0, FieldValue(u"Ali"_s));
         one.recordSet().update();
         other.refresh();
         QCOMPARE(texts(other.recordSet(), 0), QStringList{"Ali"});
@@ -203,9 +195,8 @@ private Q_SLOTS:
 
     void aHandlerMayRefreshTheSourceItHearsFrom()
     {
-        MillFile file;
-        fill(file, {"Ali", "Can", "Veli"});
-        OpenSource cari(file, "Cari");
+        fill(*file, {"Ali", "Can", "Veli"});
+        OpenSource cari(*file, "Cari");
         bool nested = false;
         cari.onReposition([&] {
             if (nested || cari.recordSet().field(0).text() != "Veli") return;

@@ -56,9 +56,9 @@ private Q_SLOTS:
         QTest::newRow("no money") << FieldValue(Money{0}) << "0" << "0";
         QTest::newRow("all the money there is") << FieldValue(Money{INT64_MIN}) << "-922337203685477,5808"
                                                 << "-922337203685477.5808";
-        QTest::newRow("text that looks like a number") << FieldValue(QString("1.250")) << "1.250" << "1.250";
-        QTest::newRow("leading blank") << FieldValue(QString(" 5 Litrelik Kap")) << " 5 Litrelik Kap" << " 5 Litrelik Kap";
-        QTest::newRow("empty text") << FieldValue(QString("")) << "" << "";
+        QTest::newRow("text that looks like a number") << FieldValue(u"1.250"_s) << "1.250" << "1.250";
+        QTest::newRow("leading blank") << FieldValue(u" 5 Litrelik Kap"_s) << " 5 Litrelik Kap" << " 5 Litrelik Kap";
+        QTest::newRow("empty text") << FieldValue(u""_s) << "" << "";
         QTest::newRow("moment") << FieldValue::date(QDateTime({2024, 11, 5}, {14, 7, 33})) << "05.11.2024 14:07:33"
                                 << "11/5/2024 2:07:33 PM";
         QTest::newRow("midnight") << FieldValue::date(QDateTime({2024, 11, 5}, {0, 0})) << "05.11.2024" << "11/5/2024";
@@ -154,7 +154,7 @@ private Q_SLOTS:
 
         source.recordSet().edit();
         QCOMPARE(errorOf([&] { source.recordSet().setField(Kısa, "40000", turkish); }), errors::dataConversion);
-        QCOMPARE(errorOf([&] { source.recordSet().setField(Uzun, FieldValue(QString("5"))); }), errors::dataConversion);
+        QCOMPARE(errorOf([&] { source.recordSet().setField(Uzun, FieldValue(u"5"_s)); }), errors::dataConversion);
         QCOMPARE(errorOf([&] { source.recordSet().setField(Yazı, FieldValue(5.0)); }), errors::dataConversion);
         QCOMPARE(errorOf([&] { source.recordSet().setField(Gün, FieldValue(5.0)); }), errors::dataConversion);
         source.recordSet().setField(Yazı, "yeni", turkish);
@@ -258,7 +258,7 @@ private Q_SLOTS:
         QFETCH(QString, sql);
         QFETCH(int, number);
         MillFile file;
-        addRow(file, "Cari", {FieldValue(QString("Ali"))});
+        addRow(file, "Cari", {FieldValue(u"Ali"_s)});
         try {
             file.engine()->execute(sql);
             QFAIL("the text was executed");

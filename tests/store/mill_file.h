@@ -10,6 +10,7 @@
 #include "store/jet_engine.h"
 
 #include <QStringList>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -25,7 +26,8 @@ public:
         make([](jet::Database& database) { mill::createTables(database, now); });
     }
     /// With tables of the caller's own.
-    template <class Tables> explicit MillFile(Tables&& tables) { make(tables); }
+    using Tables = std::function<void(jet::Database&)>;
+    explicit MillFile(const Tables& tables) { make(tables); }
 
     static constexpr jet::DateTime now{45000};
 
@@ -35,7 +37,7 @@ public:
     std::shared_ptr<store::Engine> engine() { return databases.open(path); }
 
 private:
-    template <class Tables> void make(Tables&& tables)
+    void make(const Tables& tables)
     {
         jet::Database::create(disk, path.toStdString(), jet::turkish, now);
         tables(*jet::Database::open(disk, path.toStdString()));
