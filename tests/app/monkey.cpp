@@ -4,12 +4,11 @@
 #include "store/jet/care/check.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/pseudo_terminal.h"
+#include "tests/support/chances.h"
 #include "tests/support/columns.h"
 
 #include <QFile>
 #include <random>
-
-using namespace Qt::StringLiterals;
 
 using namespace app;
 
@@ -39,6 +38,8 @@ private:
     bool tap(QWidget* control);
     void act();
     void tryOne();
+    bool choose(MenuItem* item, const QString& action, bool wanted = true);
+    void changeDay();
     void key(QChar letter);
     void print(int station);
     void save();
@@ -148,7 +149,7 @@ void Monkey::hearScale()
     if (!form.TeraziComm->portOpen()) return;
     (void)QTest::qWaitFor([&] { return form.TeraziComm->hearsWholeLines(); }, 2000);
     const int before = form.scaleEvents();
-    const QByteArray burst = bursts[any(static_cast<int>(bursts.size()))];
+    const QByteArray& burst = bursts[any(static_cast<int>(bursts.size()))];
     action_ = u"scale "_s + QString::fromLatin1(burst);
     line_.send(burst);
     if (!QTest::qWaitFor([&] { return form.scaleEvents() > before; }, 2000)) fail(u"no event"_s);
@@ -169,128 +170,85 @@ void Monkey::tryOne()
 {
     Form1& form = counter_.form;
     const int station = any(4) ? form.station() : any(2);
-    switch (any(48)) {
-    case 0:
-    case 1:
-        if (tap(form.YeniCmd[station])) ledger_.working = station;
-        break;
-    case 2:
-        tap(form.TxtLbl[station]);
-        break;
-    case 3:
-    case 4:
-        tap(form.Label2[station]);
-        break;
-    case 5:
-        tap(form.Label3[station]);
-        break;
-    case 6:
-        tap(form.Haklbl[station]);
-        break;
-    case 7:
-        tap(form.NakitLbl[station]);
-        break;
-    case 8:
-        tap(form.HakCmd[station]);
-        break;
-    case 9:
-        tap(form.HakTut[station]);
-        tap(form.Verilen[station]);
-        break;
-    case 10:
-        tap(form.Label4[station]);
-        break;
-    case 11:
-        tap(form.KapCmd[station]);
-        break;
-    case 12:
-    case 13:
-        print(station);
-        break;
-    case 14:
-        save();
-        break;
-    case 15:
-    case 16:
-        pick();
-        break;
-    case 17:
-        tap(form.GünlükCmd);
-        break;
-    case 18:
-        tap(form.KapatCmd[any(4) == 0 ? 1 : 0]);
-        break;
-    case 19:
-        tap(form.Option1[any(2)]);
-        break;
-    case 20:
-        tap(form.GünLbl);
-        break;
-    case 21: {
-        if (!form.Frame4->visible()) break;
-        DatePicker* picker = any(2) ? form.DTPickerBas : form.DTPickerSon;
-        const QDate day = counter_.clock.now.date().addDays(any(5) - 2);
-        action_ = picker->objectName() + day.toString(Qt::ISODate);
-        form.run([&] { picker->setValue(day); });
-        break;
-    }
-    case 22:
-        action_ = u"container"_s;
-        form.run([&] { form.Combo1[station]->setListIndex(any(5) - 1); });
-        break;
-    case 23:
-        if (any(3)) break;
-        action_ = u"Sayac"_s;
-        form.Sayac->trigger();
-        break;
-    case 24:
-        if (any(3)) break;
-        action_ = u"Bağlantı"_s;
-        form.Bağlantı->trigger();
-        break;
-    case 25:
-        if (any(4) == 0 && form.Dosya->isEnabled()) {
-            action_ = u"bulk delete"_s;
-            (any(2) ? form.CariSil : form.HesapSil)->trigger();
-            ledger_.pressings.clear();
-        }
-        break;
-    case 26:
-        if (any(6) == 0) {
-            action_ = u"font dialog"_s;
-            form.YazFont->trigger();
-            ledger_.working = 0;
-        }
-        break;
-    case 27:
-        programSets();
-        break;
-    case 28:
-        hearScale();
-        break;
-    case 29:
-        action_ = u"mouse"_s;
-        hover(form.Label1[any(form.Label1.size())]);
-        break;
-    case 30:
-        action_ = u"resize"_s;
-        form.resize(960 + any(400), 640 + any(300));
-        break;
-    case 31:
-        tap(form.Label1[pressing::keys::clear]);
-        break;
-    case 32:
-    case 33:
-    case 34:
-    case 35:
-    case 36:
-        // The letters that the customers' names are made of, and digits.
-        key(u"alişıabo5*1 2 0"_s[any(15)]);
-        break;
-    default:
-        tap(form.Label1[any(form.Label1.size())]);
-        break;
-    }
+    const auto tapping = [this](QWidget* control) { return [this, control] { tap(control); }; };
+    drawn(any(48), {
+                       {2,
+                        [&] {
+                            if (tap(form.YeniCmd[station])) ledger_.working = station;
+                        }},
+                       {1, tapping(form.TxtLbl[station])},
+                       {2, tapping(form.Label2[station])},
+                       {1, tapping(form.Label3[station])},
+                       {1, tapping(form.Haklbl[station])},
+                       {1, tapping(form.NakitLbl[station])},
+                       {1, tapping(form.HakCmd[station])},
+                       {1,
+                        [&] {
+                            tap(form.HakTut[station]);
+                            tap(form.Verilen[station]);
+                        }},
+                       {1, tapping(form.Label4[station])},
+                       {1, tapping(form.KapCmd[station])},
+                       {2, [&] { print(station); }},
+                       {1, [&] { save(); }},
+                       {2, [&] { pick(); }},
+                       {1, tapping(form.GünlükCmd)},
+                       {1, [&] { tap(form.KapatCmd[any(4) == 0 ? 1 : 0]); }},
+                       {1, [&] { tap(form.Option1[any(2)]); }},
+                       {1, tapping(form.GünLbl)},
+                       {1, [&] { changeDay(); }},
+                       {1,
+                        [&] {
+                            action_ = u"container"_s;
+                            form.run([&] { form.Combo1[station]->setListIndex(any(5) - 1); });
+                        }},
+                       {1, [&] { choose(form.Sayac, u"Sayac"_s, any(3) == 0); }},
+                       {1, [&] { choose(form.Bağlantı, u"Bağlantı"_s, any(3) == 0); }},
+                       {1,
+                        [&] {
+                            if (any(4) != 0 || !form.Dosya->isEnabled()) return;
+                            choose(any(2) ? form.CariSil : form.HesapSil, u"bulk delete"_s);
+                            ledger_.pressings.clear();
+                        }},
+                       {1,
+                        [&] {
+                            if (choose(form.YazFont, u"font dialog"_s, any(6) == 0)) ledger_.working = 0;
+                        }},
+                       {1, [&] { programSets(); }},
+                       {1, [&] { hearScale(); }},
+                       {1,
+                        [&] {
+                            action_ = u"mouse"_s;
+                            hover(form.Label1[any(form.Label1.size())]);
+                        }},
+                       {1,
+                        [&] {
+                            action_ = u"resize"_s;
+                            form.resize(960 + any(400), 640 + any(300));
+                        }},
+                       {1, tapping(form.Label1[pressing::keys::clear])},
+                       // The letters that the customers' names are made of, and digits.
+                       {5, [&] { key(u"alişıabo5*1 2 0"_s[any(15)]); }},
+                       {11, [&] { tap(form.Label1[any(form.Label1.size())]); }},
+                   });
+}
+
+bool Monkey::choose(MenuItem* item, const QString& action, bool wanted)
+{
+    if (!wanted) return false;
+    action_ = action;
+    item->trigger();
+    return true;
+}
+
+void Monkey::changeDay()
+{
+    Form1& form = counter_.form;
+    if (!form.Frame4->visible()) return;
+    DatePicker* picker = any(2) ? form.DTPickerBas : form.DTPickerSon;
+    const QDate day = counter_.clock.now.date().addDays(any(5) - 2);
+    action_ = picker->objectName() + day.toString(Qt::ISODate);
+    form.run([&] { picker->setValue(day); });
 }
 
 void Monkey::key(QChar letter)

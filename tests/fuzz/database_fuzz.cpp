@@ -21,6 +21,7 @@
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/support/chances.h"
 
 #include <algorithm>
 #include <chrono>
@@ -92,37 +93,18 @@ public:
     void inflict()
     {
         for (auto n = 1 + below(4); n > 0; --n) {
-            switch (below(12)) {
-            case 0:
-            case 1:
-                bytes_[anywhere()] ^= static_cast<std::uint8_t>(1U << below(8));
-                break;
-            case 2:
-            case 3:
-                bytes_[anywhere()] = static_cast<std::uint8_t>(random_());
-                break;
-            case 4:
-                fillSome();
-                break;
-            case 5:
-                swapPages();
-                break;
-            case 6:
-                std::copy_n(page(somePage()), pageSize, page(somePage()));
-                break;
-            case 7:
-                if (below(4) == 0) bytes_.resize(std::max<std::size_t>(anywhere(), 1));
-                break;
-            case 8:
-            case 9:
-                pointElsewhere();
-                break;
-            case 10:
-                wrongSlot();
-                break;
-            default:
-                wrongNumber();
-            }
+            drawn(static_cast<int>(below(12)),
+                  {
+                      {2, [&] { bytes_[anywhere()] ^= static_cast<std::uint8_t>(1U << below(8)); }},
+                      {2, [&] { bytes_[anywhere()] = static_cast<std::uint8_t>(random_()); }},
+                      {1, [&] { fillSome(); }},
+                      {1, [&] { swapPages(); }},
+                      {1, [&] { std::copy_n(page(somePage()), pageSize, page(somePage())); }},
+                      {1, [&] { cutOff(); }},
+                      {2, [&] { pointElsewhere(); }},
+                      {1, [&] { wrongSlot(); }},
+                      {1, [&] { wrongNumber(); }},
+                  });
             if (pages() < 3) return;
         }
     }
@@ -144,6 +126,10 @@ private:
         const std::size_t count = std::min(bytes_.size() - at, 1 + below(64));
         const auto with = static_cast<std::uint8_t>(below(2) == 0 ? 0xFF : below(256));
         std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at), count, with);
+    }
+    void cutOff()
+    {
+        if (below(4) == 0) bytes_.resize(std::max<std::size_t>(anywhere(), 1));
     }
     void swapPages()
     {

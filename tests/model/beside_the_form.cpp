@@ -16,7 +16,6 @@
 #include <memory>
 
 using namespace app;
-using namespace Qt::StringLiterals;
 using model::Act, model::Touch;
 
 namespace {
@@ -345,82 +344,58 @@ void Beside::oneToTheModel(const Touch& touch)
 {
     switch (touch.act) {
     case Act::newCustomer:
-        model_.newCustomer(touch.at);
-        break;
+        return model_.newCustomer(touch.at);
     case Act::name:
-        model_.tapName(touch.at);
-        break;
+        return model_.tapName(touch.at);
     case Act::olives:
-        model_.tapWeight(touch.at, model::Field::olives);
-        break;
+        return model_.tapWeight(touch.at, model::Field::olives);
     case Act::oil:
-        model_.tapWeight(touch.at, model::Field::oil);
-        break;
+        return model_.tapWeight(touch.at, model::Field::oil);
     case Act::percentage:
-        model_.tapPay(touch.at, model::Field::percentage);
-        break;
+        return model_.tapPay(touch.at, model::Field::percentage);
     case Act::fee:
-        model_.tapPay(touch.at, model::Field::fee);
-        break;
+        return model_.tapPay(touch.at, model::Field::fee);
     case Act::share:
-        model_.tapSwitch(touch.at);
-        break;
+        return model_.tapSwitch(touch.at);
     case Act::key:
-        model_.key(touch.at);
-        break;
+        return model_.key(touch.at);
     case Act::pick:
-        model_.pick(touch.at);
-        break;
+        return model_.pick(touch.at);
     case Act::save:
-        model_.save(touch.chance != 0, touch.at == 0);
-        break;
+        return model_.save(touch.chance != 0, touch.at == 0);
     case Act::slip:
-        model_.slip(touch.at, static_cast<model::PrinterFault>(touch.chance));
-        break;
+        return model_.slip(touch.at, static_cast<model::PrinterFault>(touch.chance));
     case Act::containerFilled:
-        model_.containerFilled(touch.at);
-        break;
+        return model_.containerFilled(touch.at);
     case Act::containersDropped:
-        model_.containersDropped(touch.at);
-        break;
+        return model_.containersDropped(touch.at);
     case Act::container:
-        model_.chooseContainer(touch.at, touch.chance);
-        break;
+        return model_.chooseContainer(touch.at, touch.chance);
     case Act::panel:
-        model_.openPanel();
-        break;
+        return model_.openPanel();
     case Act::closePanel:
-        model_.closePanel();
-        break;
+        return model_.closePanel();
     case Act::option:
-        model_.chooseOption(touch.at);
-        break;
+        return model_.chooseOption(touch.at);
     case Act::firstDay:
     case Act::lastDay:
-        model_.changeDay(touch.act == Act::firstDay, model_.today + touch.at);
-        break;
+        return model_.changeDay(touch.act == Act::firstDay, model_.today + touch.at);
     case Act::deleteEverybody:
-        model_.deleteEverybody(touch.at == 0);
-        break;
+        return model_.deleteEverybody(touch.at == 0);
     case Act::deletePressings:
-        model_.deletePressings(touch.at == 0);
-        break;
+        return model_.deletePressings(touch.at == 0);
     case Act::counts:
         model_.countsShown = !model_.countsShown;
         break;
     case Act::fontDialog:
     case Act::portDialog:
-        model_.dialogClosed();
-        break;
+        return model_.dialogClosed();
     case Act::line:
-        model_.line(touch.burst);
-        break;
+        return model_.line(touch.burst);
     case Act::restart:
-        model_.restarted();
-        break;
+        return model_.restarted();
     case Act::statement:
-        model_.statement();
-        break;
+        return model_.statement();
     case Act::statusLine:
         if (std::exchange(model_.unseen, 0) > 0) ++boxesExpected_;
         break;

@@ -1,4 +1,5 @@
 #include "tests/model/random_operator.h"
+#include "tests/support/chances.h"
 
 #include <array>
 
@@ -102,85 +103,59 @@ void RandomOperator::plan(const Counter& seen)
 Touch RandomOperator::anything(const Counter& seen)
 {
     const int station = any(4) ? seen.working : any(2);
-    switch (any(64)) {
-    case 0:
-    case 1:
-    case 2:
-        return {Act::newCustomer, any(2), 0, {}};
-    case 3:
-        return {Act::name, station, 0, {}};
-    case 4:
-    case 5:
-    case 6:
-        return {Act::olives, station, 0, {}};
-    case 7:
-    case 8:
-        return {Act::oil, station, 0, {}};
-    case 9:
-    case 10:
-        return {Act::percentage, station, 0, {}};
-    case 11:
-    case 12:
-        return {Act::fee, station, 0, {}};
-    case 13:
-    case 14:
-        return {Act::share, station, 0, {}};
-    case 15:
-        return {any(2) ? Act::entitlement : Act::left, station, 0, {}};
-    case 16:
-    case 17:
-    case 18:
-        return {Act::pick, any(4), 0, {}};
-    case 19:
-    case 20:
-        return {Act::save, any(4) ? 0 : 1, any(2), {}};
-    case 21:
-    case 22:
-    case 23:
-    case 24:
-        return slip(station);
-    case 25:
-        return {any(2) ? Act::containerFilled : Act::containersDropped, station, 0, {}};
-    case 26:
-        return {Act::container, station, any(9) - 1 < 0 ? -1 : any(4), {}};
-    case 27:
-        return {Act::panel, 0, 0, {}};
-    case 28:
-    case 29:
-        return {Act::closePanel, 0, 0, {}};
-    case 30:
-        return {Act::option, any(2), 0, {}};
-    case 31:
-        return {Act::filter, 0, 0, {}};
-    case 32:
-        return {any(2) ? Act::firstDay : Act::lastDay, any(5) - 2, 0, {}};
-    case 33:
-        return {Act::statement, 0, 0, {}};
-    case 34:
-        if (any(8) == 0) return {any(3) ? Act::deletePressings : Act::deleteEverybody, any(3) ? 0 : 1, 0, {}};
-        return any(3) ? Touch{Act::key, clear, 0, {}} : Touch{Act::statusLine, 0, 0, {}};
-    case 35:
-        return {Act::counts, 0, 0, {}};
-    case 36:
-        if (any(3)) return {Act::key, letterCase, 0, {}};
-        if (any(3)) return {Act::fontDialog, 0, 0, {}};
-        if (any(2)) return {Act::portDialog, 0, 0, {}};
-        planned_.push_front({Act::connection, 0, 0, {}});
+    const auto touch = [](Act act, int at = 0) { return Touch{act, at, 0, {}}; };
+    const auto of = [&](Act act, int at = 0) { return [=] { return touch(act, at); }; };
+    const auto save = [&] { return Touch{Act::save, any(4) ? 0 : 1, any(2), {}}; };
+    const auto day = [&] { return Touch{any(2) ? Act::firstDay : Act::lastDay, any(5) - 2, 0, {}}; };
+    const auto deleteAll = [&] {
+        return Touch{any(3) ? Act::deletePressings : Act::deleteEverybody, any(3) ? 0 : 1, 0, {}};
+    };
+    const auto kind = [&] { return Touch{Act::container, station, any(9) - 1 < 0 ? -1 : any(4), {}}; };
+    const auto restart = [&] { return Touch{Act::restart, 0, any(2) ? 0 : any(notesFound), {}}; };
+    const auto dialog = [&] {
+        if (any(3)) return touch(Act::key, letterCase);
+        if (any(3)) return touch(Act::fontDialog);
+        if (any(2)) return touch(Act::portDialog);
+        planned_.push_front(touch(Act::connection));
         return planned_.front();
-    case 37:
-        if (any(12) == 0) return {Act::restart, 0, any(2) ? 0 : any(notesFound), {}};
-        return {Act::key, letterCase, 0, {}};
-    case 38:
-    case 39:
-        return {Act::line, 0, 0, burst()};
-    case 40:
-        return {Act::key, clear, 0, {}};
-    case 41:
-    case 42:
-        return {Act::key, backspace, 0, {}};
-    default:
-        return {Act::key, any(keyCount), 0, {}};
-    }
+    };
+    const auto seldom = [&] {
+        if (any(8) == 0) return deleteAll();
+        return any(3) ? touch(Act::key, clear) : touch(Act::statusLine);
+    };
+    return drawn<Touch>(any(64),
+                        {
+                            {3, [&] { return touch(Act::newCustomer, any(2)); }},
+                            {1, of(Act::name, station)},
+                            {3, of(Act::olives, station)},
+                            {2, of(Act::oil, station)},
+                            {2, of(Act::percentage, station)},
+                            {2, of(Act::fee, station)},
+                            {2, of(Act::share, station)},
+                            {1, [&] { return touch(any(2) ? Act::entitlement : Act::left, station); }},
+                            {3, [&] { return touch(Act::pick, any(4)); }},
+                            {2, save},
+                            {4, [&] { return slip(station); }},
+                            {1, [&] { return touch(any(2) ? Act::containerFilled : Act::containersDropped, station); }},
+                            {1, kind},
+                            {1, of(Act::panel)},
+                            {2, of(Act::closePanel)},
+                            {1, [&] { return touch(Act::option, any(2)); }},
+                            {1, of(Act::filter)},
+                            {1, day},
+                            {1, of(Act::statement)},
+                            {1, seldom},
+                            {1, of(Act::counts)},
+                            {1, dialog},
+                            {1, [&] { return any(12) == 0 ? restart() : touch(Act::key, letterCase); }},
+                            {2,
+                             [&] {
+                                 return Touch{Act::line, 0, 0, burst()};
+                             }},
+                            {1, of(Act::key, clear)},
+                            {2, of(Act::key, backspace)},
+                            {21, [&] { return touch(Act::key, any(keyCount)); }},
+                        });
 }
 
 Touch RandomOperator::next(const Counter& seen)

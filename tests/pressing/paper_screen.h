@@ -58,26 +58,20 @@ public:
         deepest = qMax(deepest, depth_);
         switch (field) {
         case Field::Label2:
-            pressing::olivesChanged(*this, station);
-            break;
+            return pressing::olivesChanged(*this, station);
         case Field::Label3:
-            pressing::oilChanged(*this, station);
-            break;
+            return pressing::oilChanged(*this, station);
         case Field::Haklbl:
-            pressing::percentageChanged(*this, station);
-            break;
+            return pressing::percentageChanged(*this, station);
         case Field::HakTut:
-            pressing::entitlementChanged(*this, station);
-            break;
+            return pressing::entitlementChanged(*this, station);
         case Field::NakitLbl:
-            pressing::feeChanged(*this, station);
-            break;
+            return pressing::feeChanged(*this, station);
         case Field::Label4:
-            pressing::containerCaptionChanged(*this, station);
-            break;
+            return pressing::containerCaptionChanged(*this, station);
         case Field::TxtLbl:
         case Field::Verilen:
-            break;
+            return;
         }
     }
     void putBack(Field field, int station, const QString& text) override { put(field, text, station); }
