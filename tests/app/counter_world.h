@@ -6,8 +6,6 @@
 #include <QTest>
 #include <functional>
 
-using namespace Qt::StringLiterals;
-
 /// The mill's database, whose every write can be watched and made to fail.
 class WatchedDatabases : public store::Databases {
 public:
@@ -153,15 +151,67 @@ struct Counter : World {
         qFatal("no entry '%s'", qPrintable(name));
     }
 
+    /// Keys into a field that is tapped first.
+    void type(QWidget* field, const QString& text)
+    {
+        click(field);
+        keys(text);
+    }
+    /// The same in the place of what stands there; without a field, where the keypad writes.
+    void retype(QWidget* field, const QString& text)
+    {
+        click(field);
+        retype(text);
+    }
+    void retype(const QString& text)
+    {
+        key(u"Sil"_s);
+        keys(text);
+    }
+
     /// A customer at the first station with a tonne of olives, in cash.
     void pressingOf(const QString& name)
     {
-        click(form.YeniCmd[0]);
-        key(u"Sil"_s);
-        keys(name);
-        click(form.Label2[0]);
-        key(u"Sil"_s);
-        keys(u"1000"_s);
+        retype(form.YeniCmd[0], name);
+        retype(form.Label2[0], u"1000"_s);
+    }
+    /// The same on a screen that is opened for it.
+    void startWith(const QString& name)
+    {
+        form.start();
+        pressingOf(name);
+    }
+    /// "Fiş Yaz" at the first station; how many slips the printer has got by then.
+    qsizetype printSlip()
+    {
+        click(form.YazCmd[0]);
+        return paper.sent.size();
+    }
+    /// Keys on a screen that is opened for them: a name is typed.
+    void startTyping(const QString& text)
+    {
+        form.start();
+        keys(text);
+    }
+    /// The customer who is shown is deleted, and the question answered with yes.
+    void deleteShown()
+    {
+        prompt.answer = true;
+        click(form.Kaydet);
+    }
+    /// The slip of another start, which is on paper and waits for its row.
+    void leaveSlipOf(const QString& name)
+    {
+        const print::Document document{"%PDF-1.4", u"Fiş"_s, {}, print::Paper::slipRoll80()};
+        const int job = paper.createJob(document);
+        paper.sendAndFinish(job, document);
+        notes.write({job, 45981.5, {name, "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
+    }
+
+    /// Percentage, container and fee of a station.
+    QStringList terms(int station = 0) const
+    {
+        return {form.Haklbl[station]->caption(), form.Combo1[station]->text(), form.NakitLbl[station]->caption()};
     }
 
     FakePrinter paper;

@@ -3,8 +3,6 @@
 #include "tests/app/counter_world.h"
 #include "tests/support/columns.h"
 
-using namespace Qt::StringLiterals;
-
 using namespace app;
 
 /// Customers at the real screen: typed, found, picked, saved and deleted.
@@ -42,8 +40,7 @@ private slots:
     {
         counter->addCustomer(u"Ali"_s);
         counter->addCustomer(u"Ayşe"_s);
-        form->start();
-        counter->keys(u"a"_s);
+        counter->startTyping(u"a"_s);
         QVERIFY(form->dbListe1->visible());
         QCOMPARE(form->dbListe1->rowCount(), 2);
         counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
@@ -66,23 +63,19 @@ private slots:
         QFETCH(QString, name);
         counter->addCustomer(u"Al"_s, 20.0, u"20 Litrelik Kap"_s, 100.0);
         counter->addCustomer(name, 5.0, u"10 Litrelik Kap"_s, 50.0);
-        form->start();
-        counter->keys(u"al"_s);
+        counter->startTyping(u"al"_s);
         counter->pick(name);
         QCOMPARE(counter->prompt.errors, QList<int>{3075});
         QCOMPARE(form->TxtLbl[0]->caption(), name);
         // The terms are that customer's, and nothing of the other one can be picked, saved or deleted over the name.
-        QCOMPARE(form->Haklbl[0]->caption(), u"5"_s);
-        QCOMPARE(form->Combo1[0]->text(), u"10 Litrelik Kap"_s);
-        QCOMPARE(form->NakitLbl[0]->caption(), u"50"_s);
+        QCOMPARE(counter->terms(), (QStringList{u"5"_s, u"10 Litrelik Kap"_s, u"50"_s}));
         QVERIFY(!form->dbListe1->visible());
         QVERIFY(!form->Kaydet->visible());
         QCOMPARE(form->AktifLbl, form->TxtLbl[0]);
         QCOMPARE(counter->watched.writes, QStringList());
 
         // The screen goes on: another name is found.
-        counter->key(u"Sil"_s);
-        counter->keys(u"a"_s);
+        counter->retype(u"a"_s);
         QCOMPARE(form->dbListe1->rowCount(), 2);
         QCOMPARE(counter->prompt.errors.size(), 1);
     }
@@ -108,14 +101,11 @@ private slots:
         QFETCH(QString, typed);
         counter->addCustomer(first, 10.0, u"10 Litrelik Kap"_s, 100.0);
         counter->addCustomer(picked, 20.0, u"20 Litrelik Kap"_s, 200.0);
-        form->start();
-        counter->keys(typed);
+        counter->startTyping(typed);
         counter->pick(picked);
         QCOMPARE(counter->prompt.errors, QList<int>{});
         QCOMPARE(form->TxtLbl[0]->caption(), picked);
-        QCOMPARE(form->Haklbl[0]->caption(), u"20"_s);
-        QCOMPARE(form->Combo1[0]->text(), u"20 Litrelik Kap"_s);
-        QCOMPARE(form->NakitLbl[0]->caption(), u"200"_s);
+        QCOMPARE(counter->terms(), (QStringList{u"20"_s, u"20 Litrelik Kap"_s, u"200"_s}));
         QCOMPARE(form->DataCari.recordSet().field(0).text(), picked);
         QCOMPARE(form->AktifLbl, form->Label3[0]);
         QVERIFY(!form->dbListe1->visible());
@@ -125,8 +115,7 @@ private slots:
     void deletingEverybodyLeavesNobodyToPickOrDelete()
     {
         counter->addCustomer(u"Ali"_s);
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
         form->CariSil->trigger();
         QVERIFY(!form->dbListe1->visible());
@@ -144,12 +133,10 @@ private slots:
             counter->addCustomer(QString::fromUtf8(name));
             counter->addPressing(QString::fromUtf8(name));
         }
-        form->start();
-        counter->keys(u"a*"_s);
+        counter->startTyping(u"a*"_s);
         QCOMPARE(form->dbListe1->rowCount(), 3);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(counter->prompt.errors, QList<int>{});
         QCOMPARE(counter->rows(u"Cari"_s), (QStringList{"Ali|-|-|-", "Ayşe|-|-|-"}));
         QCOMPARE(counter->rows(u"Hareket"_s).size(), 2);
@@ -158,8 +145,7 @@ private slots:
     void savingStoresTheNameAloneAndRecallsNothing()
     {
         counter->addCustomer(u"Ali Veli"_s, 12.0, u"10 Litrelik Kap"_s, 100.0);
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
         Counter::click(form->Label2[0]); // the name is saved, whichever field is active
         Counter::click(form->Kaydet);
@@ -188,8 +174,7 @@ private slots:
         counter->addCustomer(u"Ali Veli"_s);
         counter->addPressing(u"Ali"_s);
         counter->addPressing(u"Ali Veli"_s);
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         form->KapFrm[0]->setVisible(true);
         form->kapSayisi(0) = 4;
 
@@ -199,8 +184,7 @@ private slots:
         QCOMPARE(form->AktifLbl, form->Label2[0]);
         QCOMPARE(counter->watched.writes, QStringList());
 
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(counter->watched.writes, (QStringList{"DELETE FROM Hareket Where CariHar='Ali'", "erase Cari"}));
         QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali Veli|-|-|-"});
         QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
@@ -220,13 +204,11 @@ private slots:
     void deletingWithoutACurrentCustomerIsReported()
     {
         counter->addCustomer(u"Ali"_s);
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
         counter->addPressing(u"Ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(counter->prompt.errors, QList<int>{3167});
         QCOMPARE(form->TxtLbl[0]->caption(), u"Ali"_s);
         QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
@@ -269,12 +251,10 @@ private slots:
         form->Haklbl[1]->setCaption(u"7"_s);
         form->Combo1[1]->setListIndex(3);
         form->NakitLbl[1]->setCaption(u"30"_s);
-        const QStringList idle = {form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()};
+        const QStringList idle = counter->terms();
         form->run([&] { form->TxtLbl[1]->setCaption(u"A"_s); });
-        QTEST((QStringList{form->Haklbl[1]->caption(), form->Combo1[1]->text(), form->NakitLbl[1]->caption()}),
-              "shown");
-        QCOMPARE((QStringList{form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()}),
-                 idle);
+        QTEST(counter->terms(1), "shown");
+        QCOMPARE(counter->terms(), idle);
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
 
@@ -295,12 +275,10 @@ private slots:
         QFETCH(double, fee);
         counter->addCustomer(u"4"_s, 7.0, u"20 Litrelik Kap"_s, 1.0);
         counter->addCustomer(name, 12.0, u"10 Litrelik Kap"_s, fee);
-        form->start();
-        counter->keys(name); // every key finds it, and brings its fee
+        counter->startTyping(name); // every key finds it, and brings its fee
         QCOMPARE(form->TxtLbl[0]->caption(), name);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
-        counter->key(u"Sil"_s);
-        counter->keys(name.left(1));
+        counter->retype(name.left(1));
         counter->pick(name);
         QCOMPARE(form->TxtLbl[0]->caption(), name);
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
@@ -311,8 +289,7 @@ private slots:
         counter->pick(name);
         QCOMPARE(form->GünLbl->caption(), name);
         Counter::click(form->KapatCmd[0]);
-        Counter::click(form->Label2[0]);
-        counter->keys(u"700"_s);
+        counter->type(form->Label2[0], u"700"_s);
         Counter::click(form->YazCmd[0]);
         QCOMPARE(counter->prompt.errors, QList<int>{});
         QCOMPARE(counter->rows(u"Cari"_s).size(), 2);
@@ -325,15 +302,13 @@ private slots:
         // One fee is written with decimals and the other one without: no mark goes to and fro between the names.
         counter->addCustomer(u"5"_s, {}, {}, 12.5);
         counter->addCustomer(u"5,"_s, {}, {}, 10.0);
-        form->start();
-        counter->key(u"5"_s);
+        counter->startTyping(u"5"_s);
         QCOMPARE(form->TxtLbl[0]->caption(), u"5"_s);
         QCOMPARE(form->NakitLbl[0]->caption(), u"12,5"_s);
         counter->key(u","_s);
         QCOMPARE(form->TxtLbl[0]->caption(), u"5,"_s);
         QCOMPARE(form->NakitLbl[0]->caption(), u"10"_s);
-        counter->key(u"Sil"_s);
-        counter->keys(u"a"_s);
+        counter->retype(u"a"_s);
         QCOMPARE(form->TxtLbl[0]->caption(), u"A"_s);
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
@@ -364,14 +339,11 @@ private slots:
         counter->addCustomer(u"Ali Veli"_s, 12.0, u"20 Litrelik Kap"_s, 200.0);
         form->start();
         for (const char* typed : {"a", "ali"}) { // in full, the pick finds it there already
-            counter->key(u"Sil"_s);
-            counter->keys(QString::fromUtf8(typed));
+            counter->retype(QString::fromUtf8(typed));
             counter->pick(u"Ali Veli"_s);
             QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
             QCOMPARE(form->NakitLbl[0]->caption(), u"200"_s);
-            Counter::click(form->TxtLbl[0]);
-            counter->key(u"Sil"_s);
-            counter->keys(QString::fromUtf8(typed));
+            counter->retype(form->TxtLbl[0], QString::fromUtf8(typed));
             counter->pick(u"Ali"_s);
             QCOMPARE(form->Haklbl[0]->caption(), percentage);
             QCOMPARE(form->NakitLbl[0]->caption(), fee);
@@ -396,12 +368,8 @@ private slots:
         counter->addCustomer(u"Ali"_s, 12.0);
         counter->addPressing(u"Ali"_s);
         counter->addPressing(u"Veli"_s);
-        form->start();
-        counter->keys(u"ali"_s);
-        const print::Document document{"%PDF-1.4", u"Fiş"_s, {}, print::Paper::slipRoll80()};
-        const int job = counter->paper.createJob(document);
-        counter->paper.sendAndFinish(job, document);
-        counter->notes.write({job, 45981.5, {"Ali", "1.000", "850", "12", "102", "0", "10 Litrelik Kap"}, 0});
+        counter->startTyping(u"ali"_s);
+        counter->leaveSlipOf(u"Ali"_s);
         counter->paper.silent = true;
         counter->prompt.answer = true;
         const auto tap = [&] {
@@ -431,8 +399,7 @@ private slots:
     void choosingAWeightClosesTheList()
     {
         counter->addCustomer(u"Ali"_s);
-        form->start();
-        counter->keys(u"a"_s);
+        counter->startTyping(u"a"_s);
         QVERIFY(form->dbListe1->visible());
         Counter::click(form->Label3[0]); // no name can be picked into it any more
         QVERIFY(!form->dbListe1->visible());
@@ -472,8 +439,7 @@ private slots:
 
     void emptyRegisterShowsNoList()
     {
-        form->start();
-        counter->keys(u"a"_s);
+        counter->startTyping(u"a"_s);
         QVERIFY(!form->dbListe1->visible());
         QVERIFY(form->Kaydet->visible());
         QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
@@ -493,8 +459,7 @@ private slots:
         counter->pressingOf(u"ali"_s);
         Counter::click(form->YazCmd[0]);
         QCOMPARE(shown(), u"5 kayıt"_s);
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(shown(), u"1 kayıt"_s);
         form->HesapSil->trigger();
         QCOMPARE(shown(), u"0 kayıt"_s);
@@ -505,8 +470,7 @@ private slots:
 
     void clearedNameTurnsTheEntitlementOff()
     {
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         Counter::click(form->HakCmd[0]);
         QVERIFY(form->HakCmd[0]->value() && form->HakVar[0]);
         Counter::click(form->TxtLbl[0]);
@@ -523,11 +487,9 @@ private slots:
     void switchWhoseRuleFailsStaysOn()
     {
         counter->addCustomer(u"Ali Veli"_s);
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         Counter::click(form->HakCmd[0]);
-        Counter::click(form->Haklbl[0]);
-        counter->keys(u"10"_s);
+        counter->type(form->Haklbl[0], u"10"_s);
         Counter::click(form->Label3[0]);
         form->run([&] { form->Label3[0]->setCaption(u"Ali Veli"_s); }); // a name where the oil should be
         Counter::click(form->HakCmd[0]);
@@ -544,21 +506,16 @@ private slots:
 
     void entitlementFollowsTheStation()
     {
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         Counter::click(form->HakCmd[0]);
-        Counter::click(form->Haklbl[0]);
-        counter->keys(u"10"_s);
+        counter->type(form->Haklbl[0], u"10"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"90"_s);
         Counter::click(form->YeniCmd[1]);
         counter->keys(u"b"_s);
-        Counter::click(form->Label3[1]);
-        counter->keys(u"500"_s);
+        counter->type(form->Label3[1], u"500"_s);
         QCOMPARE(form->HakTut[1]->caption(), u"0"_s); // the other station's share does not reach here
         Counter::click(form->YeniCmd[0]);
-        Counter::click(form->Label3[0]);
-        counter->key(u"Sil"_s);
-        counter->keys(u"500"_s);
+        counter->retype(form->Label3[0], u"500"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"50"_s);
     }
 
@@ -568,16 +525,14 @@ private slots:
             counter->addCustomer(QString::fromUtf8(name));
             counter->addPressing(QString::fromUtf8(name));
         }
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
         // Whatever makes another row the current one, the name on the screen is what counts.
         form->DataCari.setRecordSource(mill::customerTable);
         form->DataCari.refresh();
         form->DataCari.recordSet().moveLast();
         QCOMPARE(form->DataCari.recordSet().field(0).text(), u"Veli"_s);
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Veli|-|-|-"});
         QCOMPARE(counter->rows(u"Hareket"_s).size(), 1);
         QVERIFY(counter->rows(u"Hareket"_s).first().endsWith(u"|Veli"_s));
@@ -587,8 +542,7 @@ private slots:
     {
         counter->addCustomer(u"Ali"_s);
         counter->addCustomer(u"Veli"_s);
-        form->start();
-        counter->keys(u"veli"_s);
+        counter->startTyping(u"veli"_s);
         Counter::click(form->GünlükCmd);
         QVERIFY(!form->Kaydet->visible());
         Counter::click(form->Option1[1]);
@@ -598,16 +552,14 @@ private slots:
         counter->key(u"Geri Sil"_s);
         counter->keys(u"i"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
-        counter->prompt.answer = true;
-        Counter::click(form->Kaydet);
+        counter->deleteShown();
         QCOMPARE(counter->rows(u"Cari"_s), QStringList{"Ali|-|-|-"});
     }
 
     void aFractionLeftOpenStaysGoneWhenThePanelCloses()
     {
         form->start();
-        Counter::click(form->NakitLbl[0]);
-        counter->keys(u"12,"_s);
+        counter->type(form->NakitLbl[0], u"12,"_s);
         QCOMPARE(form->NakitLbl[0]->caption(), u"12,"_s);
         Counter::click(form->GünlükCmd);
         Counter::click(form->KapatCmd[0]);
@@ -625,8 +577,7 @@ private slots:
     {
         QFETCH(QString, after);
         counter->addCustomer(u"Ali"_s);
-        form->start();
-        counter->keys(u"al"_s);
+        counter->startTyping(u"al"_s);
         QVERIFY(form->Kaydet->visible());
         QVERIFY(form->dbListe1->visible());
         if (after == u"other station") Counter::click(form->YeniCmd[1]);
@@ -646,8 +597,7 @@ private slots:
     void savingClosesTheList()
     {
         counter->addCustomer(u"Ali Veli"_s);
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         QVERIFY(form->dbListe1->visible());
         Counter::click(form->Kaydet);
         QVERIFY(!form->dbListe1->visible());
@@ -659,8 +609,7 @@ private slots:
         // Equal letters in another case stand first, and are another name.
         counter->addCustomer(u"ALİ"_s);
         counter->addCustomer(u"Ali"_s);
-        form->start();
-        counter->keys(u"ali"_s);
+        counter->startTyping(u"ali"_s);
         QCOMPARE(form->DataCari.recordSet().field(0).text(), u"ALİ"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
         Counter::click(form->Kaydet);
@@ -679,14 +628,12 @@ private slots:
     void namesThatNoCustomerCanHaveAreNotSaved()
     {
         QFETCH(QString, name);
-        form->start();
-        counter->pressingOf(name.toLower());
+        counter->startWith(name.toLower());
         QCOMPARE(form->TxtLbl[0]->caption(), name);
         Counter::click(form->Kaydet);
         QCOMPARE(counter->prompt.errors, QList<int>{base::errors::invalidCall});
         QCOMPARE(form->Kaydet->caption(), u"Kaydet"_s);
-        Counter::click(form->YazCmd[0]);
-        QCOMPARE(counter->paper.sent.size(), 0);
+        QCOMPARE(counter->printSlip(), 0);
         QVERIFY(form->status->text().startsWith(u"Fiş basılmadı: "_s));
         QCOMPARE(counter->prompt.errors.size(), 1);
         QCOMPARE(counter->rows(u"Cari"_s), QStringList());
@@ -697,30 +644,25 @@ private slots:
     {
         // A weight of 0 is the active text while the prompt comes back.
         counter->addCustomer(u"0"_s, 33.0, u"20 Litrelik Kap"_s, 77.0);
-        form->start();
-        counter->keys(u"x"_s);
+        counter->startTyping(u"x"_s);
         counter->key(u"Sil"_s);
-        const QStringList before = {form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()};
+        const QStringList before = counter->terms();
         Counter::click(form->Label2[0]);
         QCOMPARE(form->TxtLbl[0]->caption(), mill::customerPrompt);
-        QCOMPARE((QStringList{form->Haklbl[0]->caption(), form->Combo1[0]->text(), form->NakitLbl[0]->caption()}),
-                 before);
+        QCOMPARE(counter->terms(), before);
     }
 
     void feeRecalledBesideAnEntitlementIsZeroAgain()
     {
         counter->addCustomer(u"Ali"_s, 12.0, u"10 Litrelik Kap"_s, 250.0);
-        form->start();
-        counter->pressingOf(u"a"_s); // recalls the fee already
+        counter->startWith(u"a"_s); // recalls the fee already
         QCOMPARE(form->NakitLbl[0]->caption(), u"250"_s);
         Counter::click(form->HakCmd[0]);
         QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
-        Counter::click(form->TxtLbl[0]);
-        counter->keys(u"li"_s);
+        counter->type(form->TxtLbl[0], u"li"_s);
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
         QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
-        Counter::click(form->NakitLbl[0]);
-        counter->keys(u"99"_s);
+        counter->type(form->NakitLbl[0], u"99"_s);
         QCOMPARE(form->NakitLbl[0]->caption(), u"0"_s);
         QCOMPARE(counter->prompt.errors, QList<int>{});
     }
@@ -728,11 +670,9 @@ private slots:
     void percentageRecalledBesideAnEntitlementLeavesTheShareUntilAFigureIsTouched()
     {
         counter->addCustomer(u"Can"_s, 12.0, u"10 Litrelik Kap"_s, 0.0);
-        form->start();
-        counter->pressingOf(u"bo"_s);
+        counter->startWith(u"bo"_s);
         Counter::click(form->HakCmd[0]);
-        Counter::click(form->Haklbl[0]);
-        counter->keys(u"10"_s);
+        counter->type(form->Haklbl[0], u"10"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"90"_s);
         Counter::click(form->TxtLbl[0]);
         counter->key(u"Geri Sil"_s);
@@ -746,23 +686,18 @@ private slots:
         Counter::click(form->TxtLbl[0]);
         counter->key(u"c"_s);
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
-        Counter::click(form->Label2[0]);
-        counter->keys(u"1000"_s);
+        counter->type(form->Label2[0], u"1000"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"108"_s);
 
         // A percentage that comes with a name typed over a finished pressing changes no other figure by itself.
-        Counter::click(form->Haklbl[0]);
-        counter->key(u"Sil"_s);
-        counter->keys(u"20"_s);
+        counter->retype(form->Haklbl[0], u"20"_s);
         Counter::click(form->TxtLbl[0]);
         counter->key(u"a"_s);
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"180"_s);
         QCOMPARE(form->Verilen[0]->caption(), u"720"_s);
         QVERIFY(form->status->text().contains(u"hak ediş yüzdeye uymuyor"_s));
-        Counter::click(form->Label3[0]);
-        counter->key(u"Sil"_s);
-        counter->keys(u"900"_s);
+        counter->retype(form->Label3[0], u"900"_s);
         QCOMPARE(form->HakTut[0]->caption(), u"108"_s);
         QVERIFY(!form->status->text().contains(u"uymuyor"_s));
         QCOMPARE(counter->prompt.errors, QList<int>{});
@@ -770,11 +705,9 @@ private slots:
 
     void switchingOffWhileThePercentageIsEditedEditsTheFee()
     {
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         Counter::click(form->HakCmd[0]);
-        Counter::click(form->Haklbl[0]);
-        counter->keys(u"12,"_s);
+        counter->type(form->Haklbl[0], u"12,"_s);
         Counter::click(form->HakCmd[0]);
         QCOMPARE(form->AktifLbl, form->NakitLbl[0]);
         QCOMPARE(form->Haklbl[0]->caption(), u"12"_s);
@@ -785,14 +718,10 @@ private slots:
 
     void figureTooLargeChangesNothing()
     {
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         Counter::click(form->HakCmd[0]);
-        Counter::click(form->Haklbl[0]);
-        counter->keys(u"99"_s);
-        Counter::click(form->Label3[0]);
-        counter->key(u"Sil"_s);
-        counter->keys(u"1"_s);
+        counter->type(form->Haklbl[0], u"99"_s);
+        counter->retype(form->Label3[0], u"1"_s);
         QString before;
         for (int i = 0; i < 400 && counter->prompt.errors.isEmpty(); ++i) {
             before =
@@ -808,18 +737,14 @@ private slots:
     {
         counter->addCustomer(u"Büyük"_s, 1e308);
         counter->addCustomer(u"5"_s);
-        form->start();
-        counter->keys(u"bü"_s); // brings a percentage that is too large for any share
-        Counter::click(form->Label2[0]);
-        counter->keys(u"1000"_s);
+        counter->startTyping(u"bü"_s); // brings a percentage that is too large for any share
+        counter->type(form->Label2[0], u"1000"_s);
         Counter::click(form->TxtLbl[0]);
         counter->key(u"Geri Sil"_s);
         counter->key(u"Geri Sil"_s);
         counter->keys(u"5,"_s);
-        Counter::click(form->Label2[0]);
-        counter->keys(u"1000"_s);
-        Counter::click(form->NakitLbl[0]);
-        counter->keys(u"7"_s);
+        counter->type(form->Label2[0], u"1000"_s);
+        counter->type(form->NakitLbl[0], u"7"_s);
         Counter::click(form->YeniCmd[0]);
         counter->prompt.errors.clear();
         Counter::click(form->HakCmd[0]);
@@ -832,12 +757,9 @@ private slots:
 
     void handedOverIsOilLessEntitlement()
     {
-        form->start();
-        counter->pressingOf(u"ali"_s);
+        counter->startWith(u"ali"_s);
         QCOMPARE(form->Verilen[0]->caption(), u"900"_s); // before any entitlement was switched on
-        Counter::click(form->Label3[0]);
-        counter->key(u"Sil"_s);
-        counter->keys(u"850"_s);
+        counter->retype(form->Label3[0], u"850"_s);
         QCOMPARE(form->Verilen[0]->caption(), u"850"_s);
     }
 };

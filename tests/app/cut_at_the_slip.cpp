@@ -158,7 +158,7 @@ private slots:
             for (Moment& second : again) {
                 startAgain(second, file);
                 QVERIFY2(pressings(*second.disk, file) == second.spool.taken.size(),
-                         qPrintable(QString("%1, stopped again").arg(i)));
+                         qPrintable(u"%1, stopped again"_s.arg(i)));
                 QCOMPARE(differenceOfTheBook(*second.disk, file), QString());
             }
             seen.insert(world.spool.taken.size());

@@ -5,8 +5,6 @@
 #include <QFile>
 #include <QTest>
 
-using namespace Qt::StringLiterals;
-
 /// A screen's world with customers and pressings, layout files, and a printer with A4 paper, whose pages a listing
 /// fits on.
 struct PanelWorld : World {
@@ -24,8 +22,8 @@ struct PanelWorld : World {
 
     app::Surroundings surroundings(store::Databases& from) { return World::surroundings(from, pages, slips); }
 
-    void addCustomer(const QString& name, store::FieldValue Yuzde = {}, store::FieldValue Kap = {},
-                     store::FieldValue Nakit = {})
+    void addCustomer(const QString& name, const store::FieldValue& Yuzde = {}, const store::FieldValue& Kap = {},
+                     const store::FieldValue& Nakit = {})
     {
         addRow(databases, u"Cari"_s, {name, Yuzde, Kap, Nakit});
     }
@@ -35,14 +33,6 @@ struct PanelWorld : World {
         addRow(databases, u"Hareket"_s,
                {store::FieldValue::date(QDateTime::fromString(row.moment, Qt::ISODate)), row.Zeytin, row.Yağ, row.Yuzde,
                 row.HakTut, row.Nakit, row.name});
-    }
-
-    /// Every message box that was shown.
-    QStringList messages() const
-    {
-        QStringList all = prompt.exclamations + prompt.questions;
-        for (const int number : prompt.errors) all += u"E%1"_s.arg(number);
-        return all;
     }
 
     QByteArray fileContent(const QString& name) const

@@ -11,8 +11,6 @@
 #include <QTimer>
 #include <QTouchEvent>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 const QString ayseOnThe3rd = u"03.02.2025 10:00:00|1.000,00|200,25|0|0,00|150,00|Ayşe"_s;
@@ -143,8 +141,7 @@ private slots:
 
     void openedAfterAReportItShowsTheCustomers()
     {
-        openReport();
-        setDays(QDate(2025, 2, 3), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 3), QDate(2025, 2, 28));
         type(u"ali"_s);
         form().dbListe1->pick(0);
         press(form().KapatCmd[0]);
@@ -157,8 +154,7 @@ private slots:
 
     void dayUnderTheCustomersChangesNoListing()
     {
-        openReport();
-        setDays(QDate(2025, 2, 3), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 3), QDate(2025, 2, 28));
         QCOMPARE(totalsRows().size(), 1);
         press(form().Option1[0]);
         setDays(QDate(2025, 2, 2), QDate(2025, 2, 28));
@@ -208,8 +204,7 @@ private slots:
     {
         QFETCH(QString, typed);
         QFETCH(QString, asked);
-        openReport();
-        setDays(QDate(2025, 2, 2), QDate(2025, 2, 4));
+        openReport(QDate(2025, 2, 2), QDate(2025, 2, 4));
         type(typed);
         QVERIFY(!form().DBGrid1->visible());
         if (asked == u"RAPOR") press(form().Option1[1]);
@@ -304,8 +299,7 @@ private slots:
 
     void emptiedNameBringsTheReportOfAllBack()
     {
-        openReport();
-        setDays(QDate(2025, 2, 3), QDate(2025, 2, 4));
+        openReport(QDate(2025, 2, 3), QDate(2025, 2, 4));
         type(u"al"_s);
         press(form().Label1[33]); // takes the whole name back
         if (!form().GünLbl->caption().isEmpty()) press(form().Label1[46]);
@@ -318,8 +312,7 @@ private slots:
 
     void pickedNameGivesTheReportOfThatCustomer()
     {
-        openReport();
-        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 1), QDate(2025, 2, 28));
         type(u"ali"_s);
         QCOMPARE(form().dbListe1->rowCount(), 2);
         form().dbListe1->pick(0);
@@ -335,8 +328,7 @@ private slots:
 
     void apostropheIsReportedAndChangesNothing()
     {
-        openReport();
-        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 1), QDate(2025, 2, 28));
         const QStringList before = shown();
         QCOMPARE(before.size(), 4);
         form().run([&] { form().AktifLbl->setCaption(u"O'N"_s); });
@@ -367,8 +359,7 @@ private slots:
     {
         QFETCH(bool, firstChanged);
         QFETCH(QDate, day);
-        openReport();
-        setDays(QDate(2025, 2, 3), QDate(2025, 2, 3));
+        openReport(QDate(2025, 2, 3), QDate(2025, 2, 3));
         QCOMPARE(shown().size(), 2);
         form().run([&] { (firstChanged ? form().DTPickerBas : form().DTPickerSon)->setValue(day); });
         QTEST(form().DTPickerBas->value(), "first");
@@ -845,8 +836,7 @@ private slots:
         QFETCH(QString, name);
         QFETCH(QString, end);
         world_->putFile(u"Grid1.txt"_s, QByteArray("1650,#TRUE#\r\n").repeated(7));
-        openReport();
-        setDays(first, last);
+        openReport(first, last);
         if (!name.isEmpty()) {
             type(u"ali"_s);
             form().dbListe1->pick(0);
@@ -867,8 +857,7 @@ private slots:
     void typedNameIsReportedBeforeItIsPrinted()
     {
         QFETCH(bool, underTheCustomers);
-        openReport();
-        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 1), QDate(2025, 2, 28));
         if (underTheCustomers) press(form().Option1[0]);
         type(u"ali"_s);
         press(form().KapatCmd[1]);
@@ -899,8 +888,7 @@ private slots:
     void unknownNameIsNotPrinted()
     {
         QFETCH(QString, typed);
-        openReport();
-        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 1), QDate(2025, 2, 28));
         type(typed);
         QFETCH(bool, dialog);
         if (dialog) form().activated();
@@ -919,8 +907,7 @@ private slots:
 
     void wholeJournalIsNotPrintedUnderACustomersName()
     {
-        openReport();
-        setDays(QDate(2025, 2, 1), QDate(2025, 2, 28));
+        openReport(QDate(2025, 2, 1), QDate(2025, 2, 28));
         type(u"ali"_s);
         form().dbListe1->pick(0);
         press(form().Option1[1]);
@@ -1029,6 +1016,7 @@ private:
     }
 
     void openReport() { start(), press(form().GünlükCmd), press(form().Option1[1]); }
+    void openReport(const QDate& first, const QDate& last) { openReport(), setDays(first, last); }
 
     void press(QWidget* control) { QTest::mouseClick(control, Qt::LeftButton); }
 

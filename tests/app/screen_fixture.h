@@ -14,8 +14,6 @@
 #include <QMouseEvent>
 #include <QTemporaryDir>
 
-using namespace Qt::StringLiterals;
-
 /// The pointer moves over a control. The real one stays where it is: on an X server its moves arrive when they like.
 inline void hover(QWidget* control, QPoint at = {-1, -1})
 {
@@ -68,6 +66,14 @@ struct World {
                 .keyboard = keyboard,
                 .now = clock.hands(),
                 .backups = backups};
+    }
+
+    /// Every message box that was shown.
+    QStringList messages() const
+    {
+        QStringList all = prompt.exclamations + prompt.questions;
+        for (const int number : prompt.errors) all += u"E%1"_s.arg(number);
+        return all;
     }
 
     /// Adds a row behind the screen's back.
