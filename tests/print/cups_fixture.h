@@ -27,6 +27,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 /// A printer on the network that takes whatever is sent to its port and keeps it, job by job.
 class SocketPrinter {
 public:
@@ -178,7 +180,7 @@ public:
 
     bool addQueue(const QString& name, Paper paper)
     {
-        return addQueue(name, paper, QString("socket://127.0.0.1:%1/?snmp=false").arg(printer.port()));
+        return addQueue(name, paper, u"socket://127.0.0.1:%1/?snmp=false"_s.arg(printer.port()));
     }
     /// A queue whose printer says `reasons` ("media-empty-error ...") whenever it prints, and keeps saying it. Its jobs
     /// and their options are read with complainersJobs().
@@ -196,6 +198,8 @@ public:
         return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
                                               : QStringList();
     }
+    /// A queue for slips, which everybody prints on who names none.
+    bool addDefault(const QString& name) { return addQueue(name, Paper::roll80) && setDefault(name); }
     bool removeQueue(const QString& name) { return run("lpadmin", {"-x", name}); }
     bool setDefault(const QString& name) { return run("lpadmin", {"-d", name}); }
     /// Of this user only; it outlives the queue.

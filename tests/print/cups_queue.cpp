@@ -60,8 +60,7 @@ private slots:
 
     void init()
     {
-        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
-        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->addDefault("slip"), qPrintable(cups->whyNot()));
         cups->printer.forget();
     }
 
@@ -94,8 +93,8 @@ private slots:
         queue.submit(*document);
         QTRY_COMPARE(cups->complainersJobs().size(), 1);
         const QString options = cups->complainersJobs().front();
-        const QString media = QString("media=Custom.%1.05x%2.05").arg(document->page.width).arg(document->page.height);
-        for (const QString& option : {media, QString("print-scaling=none"), QString("sides=one-sided")})
+        const QString media = u"media=Custom.%1.05x%2.05"_s.arg(document->page.width).arg(document->page.height);
+        for (const QString& option : {media, u"print-scaling=none"_s, u"sides=one-sided"_s})
             QVERIFY2(options.split(u' ').contains(option), qPrintable(options));
         // What the user asks of every job is kept, unless it would spoil the page.
         QVERIFY2(options.contains("outputorder=reverse"), qPrintable(options));
@@ -118,7 +117,7 @@ private slots:
         QVERIFY2(cups->addQueue("filtered", CupsFixture::Paper::filtered), qPrintable(cups->whyNot()));
         QueueTarget queue = target("filtered");
         Printer printer(queue);
-        for (int i = 0; i < lines; ++i) printer.print(QString("line %1").arg(i));
+        for (int i = 0; i < lines; ++i) printer.print(u"line %1"_s.arg(i));
         const auto document = printer.takeDoc();
         queue.submit(*document);
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
@@ -127,7 +126,7 @@ private slots:
         const QStringList places = askPdf(printed, "pdftotext", {"-bbox", "FILE", "-"}).split(u'\n').filter("<word ");
         QCOMPARE(places, askPdf(document->pdf, "pdftotext", {"-bbox", "FILE", "-"}).split(u'\n').filter("<word "));
         QCOMPARE(places.size(), 2 * lines);
-        const QString size = QString("Page size: +%1 x %2 pts").arg(document->page.width).arg(document->page.height);
+        const QString size = u"Page size: +%1 x %2 pts"_s.arg(document->page.width).arg(document->page.height);
         QVERIFY(askPdf(printed, "pdfinfo", {"FILE"}).contains(QRegularExpression(size)));
         QVERIFY(cups->removeQueue("filtered"));
     }
@@ -167,7 +166,7 @@ private slots:
         QVERIFY2(cups->addQueue("lengths", CupsFixture::Paper::lengths), qPrintable(cups->whyNot()));
         QueueTarget queue = target("lengths");
         Printer printer(queue);
-        for (int i = 0; i < lines; ++i) printer.print(QString("line %1").arg(i));
+        for (int i = 0; i < lines; ++i) printer.print(u"line %1"_s.arg(i));
         QCOMPARE(printer.layout().pages.size(), std::size_t(1));
         const auto document = printer.takeDoc();
         QVERIFY(document->paper.roll);
@@ -356,8 +355,7 @@ private slots:
         QCOMPARE(printOn(*queueOrFolder), 0);
         QCOMPARE(files(), QStringList{"0001.pdf"});
 
-        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
-        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->addDefault("slip"), qPrintable(cups->whyNot()));
         QCOMPARE(queueOrFolder->stateText(), "Yazıcı: slip");
         QCOMPARE(printOn(*queueOrFolder), 0);
         QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));

@@ -2,13 +2,10 @@
 
 #include "print/face.h"
 #include "print/printer.h"
+#include "tests/print/pdf_text.h"
 #include <QDateTime>
-#include <QFile>
 #include <QGuiApplication>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QtTest>
 
 /// Text is measured and drawn without a screen.
@@ -20,38 +17,6 @@
         TestClass test;                                                                                                \
         return QTest::qExec(&test, argc, argv);                                                                        \
     }
-
-inline bool hasPdfTools() { return !QStandardPaths::findExecutable("pdftotext").isEmpty(); }
-
-#define NEEDS_PDF_TOOLS                                                                                                \
-    if (!hasPdfTools()) QSKIP("poppler-utils (pdftotext, pdfinfo, pdffonts) is not installed")
-
-/// What a poppler tool says of a document. "FILE" among the arguments stands for the document.
-inline QString askPdf(const QByteArray& pdf, const QString& tool, QStringList arguments)
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath("job.pdf");
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(pdf) != pdf.size()) return {};
-    file.close();
-    for (QString& argument : arguments)
-        if (argument == "FILE") argument = path;
-    QProcess process;
-    process.start(tool, arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-/// The text lines of a document from top to bottom, blanks at both ends dropped, empty lines left out.
-inline QStringList linesOf(const QByteArray& pdf)
-{
-    QStringList lines;
-    for (const QString& line : askPdf(pdf, "pdftotext", {"-layout", "FILE", "-"}).split(u'\n')) {
-        const QString text = line.simplified();
-        if (!text.isEmpty()) lines.append(text);
-    }
-    return lines;
-}
 
 /// The texts that a job holds, in the order in which they were printed.
 inline QStringList textsOf(const print::Layout& layout)

@@ -3,12 +3,11 @@
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/samples.h"
 #include "tests/print/cups_fixture.h"
+#include "tests/print/pdf_text.h"
 
 #include <QRegularExpression>
 #include <QSet>
 #include <QtTest>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -53,7 +52,7 @@ QString dayAfter(const QSet<QString>& known, qsizetype customers, qsizetype pres
     for (const QString& line : contentOf(SCENARIOS "/a-day-at-the-mill.txt").split('\n')) {
         if (const auto match = count.match(line); match.hasMatch()) {
             const qsizetype before = match.captured(1) == "Cari" ? customers : pressings;
-            lines << QString("table %1 %2").arg(match.captured(1)).arg(match.captured(2).toLongLong() + before);
+            lines << u"table %1 %2"_s.arg(match.captured(1)).arg(match.captured(2).toLongLong() + before);
             continue;
         }
         if (been && line == "click Kaydet") continue;
@@ -76,8 +75,28 @@ const QString pressing = u"click YeniCmd(0)\n"
 
 QString printedAndStored(int count)
 {
-    return QString("printed %1\nexpect YazCmd(0) enabled true\ntable Hareket %1\n").arg(count);
+    return u"printed %1\nexpect YazCmd(0) enabled true\ntable Hareket %1\n"_s.arg(count);
 }
+
+/// What may be wrong with the printer, and how it is put right.
+struct Mishap {
+    const char* name;
+    std::function<bool(CupsFixture&)> bring, undo;
+};
+bool kill(CupsFixture& cups)
+{
+    cups.kill();
+    return true;
+}
+const Mishap mishaps[] = {
+    {"the queue is stopped", [](auto& cups) { return cups.stop("slip"); },
+     [](auto& cups) { return cups.resume("slip"); }},
+    {"the queue takes no jobs", [](auto& cups) { return cups.reject("slip"); },
+     [](auto& cups) { return cups.accept("slip"); }},
+    {"there is no default queue", [](auto& cups) { return cups.removeQueue("slip"); },
+     [](auto& cups) { return cups.addDefault("slip"); }},
+    {"the scheduler is dead", kill, [](auto& cups) { return cups.startAgain(); }},
+};
 
 } // namespace
 
@@ -97,8 +116,7 @@ private slots:
 
     void init()
     {
-        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
-        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->addDefault("slip"), qPrintable(cups->whyNot()));
         cups->printer.forget();
     }
 
@@ -175,7 +193,7 @@ private slots:
         for (qsizetype i = 0; i < expected.size(); ++i) {
             const QByteArray& slip = slips[static_cast<std::size_t>(i)];
             QVERIFY(slip.startsWith("%PDF"));
-            const QString text = textOf(slip);
+            const QString text = askPdf(slip, "pdftotext", {"-layout", "FILE", "-"}).simplified();
             QVERIFY2(text.contains("Sayın; " + expected[i][name]), qPrintable(text));
         }
         QTRY_COMPARE(cups->openJobs().size(), 0);
@@ -183,25 +201,22 @@ private slots:
 
     void whatCannotBePrintedIsNotStored_data()
     {
-        QTest::addColumn<int>("mishap");
-        QTest::newRow("the queue is stopped") << int(stopped);
-        QTest::newRow("the queue takes no jobs") << int(rejecting);
-        QTest::newRow("there is no default queue") << int(missing);
-        QTest::newRow("the scheduler is dead") << int(dead);
+        QTest::addColumn<const Mishap*>("mishap");
+        for (const Mishap& mishap : mishaps) QTest::newRow(mishap.name) << &mishap;
     }
     void whatCannotBePrintedIsNotStored()
     {
-        QFETCH(int, mishap);
+        QFETCH(const Mishap*, mishap);
         const Counter counter;
         QVERIFY(counter.ready());
-        const auto putRight = qScopeGuard([&] { undo(Mishap(mishap)); });
-        bring(Mishap(mishap));
+        const auto putRight = qScopeGuard([&] { undo(mishap); });
+        bring(mishap);
         QString fault = counter.play(pressing + printedAndStored(0) + "table Cari 0\n", atNoon);
         QVERIFY2(fault.isEmpty(), qPrintable(fault));
         QVERIFY(counter.sound());
 
         // Once the printer is put right, the same press prints and stores.
-        undo(Mishap(mishap));
+        undo(mishap);
         fault = counter.play(pressing + printedAndStored(1) + "table Cari 1\n", atNoon);
         QVERIFY2(fault.isEmpty(), qPrintable(fault));
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
@@ -210,10 +225,10 @@ private slots:
     void theSecondSlipIsNotStoredWhenTheQueueFailsBetweenSlips_data() { whatCannotBePrintedIsNotStored_data(); }
     void theSecondSlipIsNotStoredWhenTheQueueFailsBetweenSlips()
     {
-        QFETCH(int, mishap);
+        QFETCH(const Mishap*, mishap);
         const Counter counter;
         QVERIFY(counter.ready());
-        const auto putRight = qScopeGuard([&] { undo(Mishap(mishap)); });
+        const auto putRight = qScopeGuard([&] { undo(mishap); });
         const auto process =
             counter.start(pressing + printedAndStored(1) + "await mishap\nclick YazCmd(0)\n" + printedAndStored(1) +
                               "await mended\nclick YazCmd(0)\n" + printedAndStored(2) + "table Cari 1\n",
@@ -222,10 +237,10 @@ private slots:
         QVERIFY(heard(*process, "table Hareket 1", 1));
         // A scheduler that dies in the middle of a job prints it again when it comes back; that is not the point here.
         QTRY_VERIFY_WITH_TIMEOUT(nothingWaits(), 20000);
-        bring(Mishap(mishap));
+        bring(mishap);
         QVERIFY(QFile(counter.path("mishap")).open(QIODevice::WriteOnly));
         QVERIFY(heard(*process, "table Hareket 1", 2));
-        undo(Mishap(mishap));
+        undo(mishap);
         QVERIFY(QFile(counter.path("mended")).open(QIODevice::WriteOnly));
         const QString fault = Counter::outcome(*process);
         QVERIFY2(fault.isEmpty(), qPrintable(fault));
@@ -234,8 +249,6 @@ private slots:
     }
 
 private:
-    enum Mishap { stopped, rejecting, missing, dead };
-
     /// Every job so far has gone to the printer, and the scheduler knows it.
     static bool nothingWaits()
     {
@@ -244,43 +257,14 @@ private:
         return jobs.waitForFinished() && jobs.exitCode() == 0 && jobs.readAllStandardOutput().trimmed().isEmpty();
     }
 
-    void bring(Mishap mishap)
+    void bring(const Mishap* mishap)
     {
-        switch (mishap) {
-        case stopped:
-            QVERIFY(cups->stop("slip"));
-            break;
-        case rejecting:
-            QVERIFY(cups->reject("slip"));
-            break;
-        case missing:
-            QVERIFY(cups->removeQueue("slip"));
-            break;
-        case dead:
-            cups->kill();
-            break;
-        }
+        QVERIFY(mishap->bring(*cups));
         broken_ = true;
     }
-    void undo(Mishap mishap)
+    void undo(const Mishap* mishap)
     {
-        if (!broken_) return;
-        broken_ = false;
-        switch (mishap) {
-        case stopped:
-            QVERIFY(cups->resume("slip"));
-            break;
-        case rejecting:
-            QVERIFY(cups->accept("slip"));
-            break;
-        case missing:
-            QVERIFY(cups->addQueue("slip", CupsFixture::Paper::roll80));
-            QVERIFY(cups->setDefault("slip"));
-            break;
-        case dead:
-            QVERIFY(cups->startAgain());
-            break;
-        }
+        if (std::exchange(broken_, false)) QVERIFY(mishap->undo(*cups));
     }
 
     /// Waits until the counter has said that it has done a command so many times. Reads what it has said so far; a
@@ -296,16 +280,6 @@ private:
                    },
                    60000) &&
                said_.count(command) >= times;
-    }
-
-    static QString textOf(const QByteArray& pdf)
-    {
-        QProcess reader;
-        reader.start("pdftotext", {"-layout", "-", "-"});
-        reader.write(pdf);
-        reader.closeWriteChannel();
-        reader.waitForFinished();
-        return QString::fromUtf8(reader.readAllStandardOutput()).simplified();
     }
 
     bool broken_ = false;

@@ -14,6 +14,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "tests/print/cups_fixture.h"
+#include "tests/print/pdf_text.h"
 #include "weights/verification.h"
 
 #include <QElapsedTimer>
@@ -40,14 +41,8 @@ const QByteArray started = "wait 0"; // the first command: what an open note ask
 /// The fee that a slip on paper says; no two slips of the test have the same.
 int feeOnPaper(const QByteArray& pdf)
 {
-    QProcess reader;
-    reader.start("pdftotext", {"-layout", "-", "-"});
-    if (!reader.waitForStarted()) return -1;
-    reader.write(pdf);
-    reader.closeWriteChannel();
-    reader.waitForFinished();
     static const QRegularExpression amount("([0-9.]+) TL");
-    const auto match = amount.match(QString::fromUtf8(reader.readAllStandardOutput()));
+    const auto match = amount.match(askPdf(pdf, "pdftotext", {"-layout", "FILE", "-"}));
     return match.hasMatch() ? match.captured(1).remove('.').toInt() : -1;
 }
 
@@ -219,11 +214,10 @@ class ExactlyOnce : public QObject {
 private slots:
     void initTestCase()
     {
-        if (QStandardPaths::findExecutable("pdftotext").isEmpty()) QSKIP("pdftotext (poppler-utils) is not installed");
+        NEEDS_PDF_TOOLS;
         cups = std::make_unique<CupsFixture>();
         if (!cups->start()) QSKIP(qPrintable("no print scheduler to test with: " + cups->whyNot()));
-        QVERIFY2(cups->addQueue("slip", CupsFixture::Paper::roll80), qPrintable(cups->whyNot()));
-        QVERIFY2(cups->setDefault("slip"), qPrintable(cups->whyNot()));
+        QVERIFY2(cups->addDefault("slip"), qPrintable(cups->whyNot()));
     }
     void cleanupTestCase() { cups.reset(); }
 

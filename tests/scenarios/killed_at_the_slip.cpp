@@ -46,7 +46,7 @@ QString commandsOf(const Slip& slip, const QString& customerBefore)
         if (knownCustomers.contains(slip.customer)) text += "pick " + slip.customer + '\n';
         text += "click Label2(0)\nkeys 1000\n";
     }
-    return text + QString("click NakitLbl(0)\nkey Sil\n") + typed(slip) + '\n' + pressed + '\n';
+    return text + u"click NakitLbl(0)\nkey Sil\n"_s + typed(slip) + '\n' + pressed + '\n';
 }
 
 /// What the database holds after a kill.
@@ -113,7 +113,7 @@ class KilledAtTheSlip : public QObject {
         }
         return text;
     }
-    int printed() const { return QDir(paper).entryList({"*.pdf"}, QDir::Files).size(); }
+    int printed() const { return int(QDir(paper).entryList({"*.pdf"}, QDir::Files).size()); }
     int upTo(int limit) { return std::uniform_int_distribution(0, limit)(random); }
 
     /// What the counter has said so far, asked for without losing time.
@@ -216,7 +216,7 @@ class KilledAtTheSlip : public QObject {
         QCOMPARE(books.fees.size(), books.pressings);
         QVERIFY(books.fees.contains(acknowledged));
         QVERIFY2(books.pressings <= printed(),
-                 qPrintable(QString("%1 pressings, %2 slips").arg(books.pressings).arg(printed())));
+                 qPrintable(u"%1 pressings, %2 slips"_s.arg(books.pressings).arg(printed())));
         storedUnheard = books.pressings - static_cast<int>(acknowledged.size());
 
         compareBookOfWeights(books.fees);
@@ -272,8 +272,8 @@ private slots:
         const int round = kills() + 1;
         for (int kill = 0; kill < round || (!enough() && kill < mostRounds * round); ++kill) {
             // The same customer twice, one who came before, and one who is new.
-            const QString newcomer = QString("K%1").arg(kill, 3, 10, QChar('0'));
-            const QString known = knownCustomers[upTo(2)];
+            const QString newcomer = u"K%1"_s.arg(kill, 3, 10, QChar('0'));
+            const QString& known = knownCustomers[upTo(2)];
             const QList<Slip> slips = {slipOf(newcomer), slipOf(newcomer), slipOf(known)};
             if (kill % round == 0)
                 measure(slips);

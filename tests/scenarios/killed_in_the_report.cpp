@@ -34,8 +34,7 @@ QString dialogue()
 {
     QString text = "click GünlükCmd\n" + panelOpen + '\n';
     for (int i = 0; i < reportsPerPlay; ++i)
-        text += i % 4 == 3 ? QString("date DTPickerBas 2030-01-01\n")
-                           : QString("date DTPickerSon 2025-01-%1\n").arg(10 + i);
+        text += i % 4 == 3 ? u"date DTPickerBas 2030-01-01\n"_s : u"date DTPickerSon 2025-01-%1\n"_s.arg(10 + i);
     return text;
 }
 
