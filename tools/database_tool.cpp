@@ -1,14 +1,14 @@
 #include "tools/database_tool.h"
 
-#include "exchange/csv.h"
 #include "exchange/field_text.h"
 #include "files/own_bug.h"
 #include "mill/tables.h"
+#include "query/saved_queries.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
-#include "store/jet/sql/sql.h"
 #include "tools/command_line.h"
 #include "tools/exchange_commands.h"
+#include "tools/query_commands.h"
 #include "tools/repair_commands.h"
 #include "tools/weight_commands.h"
 
@@ -24,10 +24,6 @@
 namespace tools {
 
 namespace {
-
-using exchange::FieldWriter;
-using exchange::putCsvLineEnd;
-using exchange::putCsvText;
 
 std::string collationName(jet::Collation collation)
 {
@@ -115,57 +111,9 @@ int info(files::Disk& disk, Arguments arguments)
         say(out, "");
         describe(out, database->table(name));
     }
-    out.flush();
-    return 0;
-}
-
-void putHeader(Output& out, const std::vector<std::u16string>& names)
-{
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (i > 0) out.put(',');
-        putCsvText(out, jet::toUtf8(names[i]));
-    }
-    putCsvLineEnd(out);
-}
-
-bool beginsWithWord(std::string_view text, std::string_view word)
-{
-    const std::size_t start = text.find_first_not_of(" \t\r\n");
-    if (start == std::string_view::npos || text.size() - start < word.size()) return false;
-    return std::ranges::equal(text.substr(start, word.size()), word,
-                              [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; });
-}
-
-int runSql(files::Disk& disk, Arguments arguments)
-{
-    const std::u16string sql = jet::fromUtf8(arguments[1]);
-    Output out(standardOutput);
-    if (beginsWithWord(arguments[1], "delete")) {
-        const auto database = jet::Database::open(disk, pathOf(arguments[0]));
-        say(out, std::to_string(jet::execute(*database, sql)) + " satır silindi.");
-        out.flush();
-        return 0;
-    }
-    const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-    const jet::Selection selection = jet::select(*database, sql);
-    putHeader(out, selection.columns);
-    FieldWriter writer(out);
-    if (!selection.table) {
-        for (std::size_t i = 0; i < selection.aggregates.size(); ++i) {
-            if (i > 0) out.put(',');
-            writer.put(selection.aggregates[i]);
-        }
-        putCsvLineEnd(out);
-    }
-    for (const jet::RowId id : selection.rows) {
-        const auto row = selection.table->row(id);
-        if (!row) continue;
-        for (std::size_t i = 0; i < selection.fields.size(); ++i) {
-            if (i > 0) out.put(',');
-            writer.put(*row, selection.fields[i], selection.table->columns()[selection.fields[i]]);
-        }
-        putCsvLineEnd(out);
-    }
+    const std::vector<std::u16string> queries = query::savedQueries(*database);
+    if (!queries.empty()) say(out, "");
+    for (const std::u16string& name : queries) say(out, "Kayıtlı sorgu: " + jet::toUtf8(name));
     out.flush();
     return 0;
 }
@@ -196,11 +144,11 @@ struct Command {
 };
 
 // clang-format off
-constexpr Command commands[] = {
+const Command commands[] = {
     {"create", "DOSYA [--collation turkish|general]", "boş bir veritabanı oluşturur",
      "Cari ve Hareket tablolarıyla yeni bir veritabanı oluşturur; var olan bir dosyaya dokunmaz.\n"
      "--collation metinlerin sıralamasını seçer; verilmezse turkish.\n", 1, 3, create},
-    {"info", "DOSYA", "dosyayı, tabloları, sütunları ve dizinleri anlatır", "", 1, 1, info},
+    {"info", "DOSYA", "dosyayı, tabloları, sütunları, dizinleri ve kayıtlı sorguları anlatır", "", 1, 1, info},
     {"check", "DOSYA", "dosyanın her sayfasını, satırını ve dizin girişini denetler",
      "Her hatayı bir satırda adıyla yazar. Yalnızca dosya sağlamsa 0 ile biter. Uyarılar zararsızdır.\n"
      "Bozuk dosyada nelerin kurtarılabileceğini de söyler. Dosyada hiçbir şey değiştirmez.\n", 1, 1, check},
@@ -221,8 +169,11 @@ constexpr Command commands[] = {
      "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
      "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"
      "Boş alan hiçbir şey, iki tırnak boş metindir.\n", 3, 11, importTable},
-    {"sql", "DOSYA METİN", "bir Select sorgusunu ya da DELETE deyimini çalıştırır",
-     "Select'in satırlarını CSV olarak, DELETE'in sildiği satırların sayısını yazar.\n", 2, 2, runSql},
+    {"sql", "DOSYA METİN [--format csv|jsonl|xlsx] [--out ÇIKTI]",
+     "bir sorguyu çalıştırır, satırlar ekler, değiştirir ya da siler", sqlHelp, 2, 6, runSql},
+    {"schema", "DOSYA [--dialect sqlite|postgres]", "tabloları, anahtarları ve ilişkileri SQL metni olarak yazar",
+     "Metni SQLite da PostgreSQL de alır; --dialect verilirse yalnız o: sayaçlar da yazılır, birbirini gösteren\n"
+     "tabloların ilişkileri de. Dosyanın zorlamadığı ilişkiler açıklama satırıdır.\n", 1, 3, writeSchema},
     {"compact", "DOSYA ÇIKTI", "silinenlerden kalan boşlukları atarak yeni bir dosyaya yazar",
      "Sorgular, formlar, raporlar, modüller, ilişkiler de yeni dosyaya geçer. ÇIKTI var olmayan bir dosya olmalı.\n"
      "DOSYA'ya dokunmaz. DOSYA bozuksa okunabilen her satırı kurtarır, kaybolanları yazar ve 2 ile biter\n"

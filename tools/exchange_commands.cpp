@@ -1,12 +1,12 @@
 #include "tools/exchange_commands.h"
 
-#include "exchange/sheet_rows.h"
+#include "exchange/schema.h"
 #include "exchange/table_export.h"
 #include "exchange/table_import.h"
 #include "exchange/text_encoding.h"
-#include "files/part_file.h"
 #include "files/quoted_path.h"
 #include "store/jet/database/database.h"
+#include "tools/row_output.h"
 
 #include <algorithm>
 #include <functional>
@@ -21,53 +21,10 @@ using exchange::ExportLosses;
 
 // ---- export ----
 
-enum class Format { csv, json, sheet };
-
-constexpr std::pair<std::string_view, Format> formats[] = {
-    {"csv", Format::csv}, {"jsonl", Format::json}, {"xlsx", Format::sheet}};
-
-std::string_view nameOf(Format format)
-{
-    return std::ranges::find(formats, format, &std::pair<std::string_view, Format>::second)->first;
-}
-
-/// The one that was named, or that the name of the output ends in.
-Format formatOf(const Parsed& parsed, const std::optional<std::string>& out)
-{
-    const auto named = parsed.oneOf("--format", {"csv", "jsonl", "xlsx"});
-    for (const auto& [name, format] : formats)
-        if (named ? *named == name : out && out->ends_with("." + std::string(name))) return format;
-    return Format::csv;
-}
-
-void write(const jet::Table& table, Format format, Output& out, ExportLosses& losses)
+void write(const jet::Table& table, exchange::RowWriter& rows, ExportLosses& losses)
 {
     Progress progress("Aktarılıyor");
-    const auto rows = format == Format::csv ? exchange::csvRows(out) : exchange::jsonRows(out);
-    exchange::exportTable(table, *rows, losses, std::ref(progress));
-}
-
-/// To a file that appears whole or not at all.
-void writeFile(files::Disk& disk, const jet::Table& table, Format format, const std::filesystem::path& path,
-               ExportLosses& losses)
-{
-    files::PartFile part(disk, path);
-    if (format == Format::sheet) {
-        sheets::Workbook workbook(part.path());
-        const auto rows = exchange::sheetRows(workbook, [&](const jet::Error& error) { losses.add(error); });
-        {
-            Progress progress("Aktarılıyor");
-            exchange::exportTable(table, *rows, losses, std::ref(progress));
-        }
-        workbook.close();
-        disk.open(part.path(), files::Disk::Access::readWrite)->sync();
-    } else {
-        const auto file = disk.open(part.path(), files::Disk::Access::createNew);
-        Output out(*file);
-        write(table, format, out, losses);
-        file->sync();
-    }
-    part.publish();
+    exchange::exportTable(table, rows, losses, std::ref(progress));
 }
 
 /// The names of the files of all tables, as far as a folder can hold the tables' names.
@@ -84,7 +41,8 @@ std::vector<std::string> fileNames(const std::vector<std::u16string>& tables, Fo
         if (stem.starts_with('.')) stem.front() = '_';
         std::string name;
         for (int number = 1; name.empty() || std::ranges::find(names, name) != names.end(); ++number)
-            name = stem + (number == 1 ? "" : " (" + std::to_string(number) + ")") + "." + std::string(nameOf(format));
+            name =
+                stem + (number == 1 ? "" : " (" + std::to_string(number) + ")") + "." + std::string(endingOf(format));
         names.push_back(name);
     }
     return names;
@@ -101,7 +59,8 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
             throw files::Error(files::Fault::exists, files::quotedPath(folder / pathOf(name)) +
                                                          " zaten var; başka bir klasör verin. Hiçbir şey yazılmadı.");
     for (std::size_t i = 0; i < tables.size(); ++i)
-        writeFile(disk, database.table(tables[i]), format, folder / pathOf(names[i]), losses);
+        writeRows(disk, format, folder / pathOf(names[i]), losses,
+                  [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });
     Output out(standardOutput);
     say(out, std::to_string(tables.size()) + " tablo yazıldı.");
     out.flush();
@@ -129,31 +88,17 @@ int exportTables(files::Disk& disk, Arguments arguments)
     const auto to = parsed.option("--out");
     if (parsed.words.size() != (folder ? 1 : 2) || (folder && to))
         misused("'export' ya bir TABLO adıyla ya da --all KLASÖR ile yazılır; yardım için: presva-mdb export --help");
-    const Format format = formatOf(parsed, to);
-    if (format == Format::sheet && !folder && !to)
-        misused("xlsx standart çıktıya yazılamaz; --out ÇIKTI.xlsx ile bir dosya adı verin.");
-
-    if (format == Format::sheet && !sheets::available())
-        throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş); CSV "
-                                                      "olarak aktarın, hesap tablosu programı onu açar.");
-
+    const Format format = formatOf(parsed, folder.has_value());
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
     ExportLosses losses;
     if (folder) {
         exportAll(disk, *database, format, pathOf(*folder), losses);
     } else {
         const jet::Table& table = database->table(jet::fromUtf8(parsed.words[1]));
-        if (to) {
-            writeFile(disk, table, format, pathOf(*to), losses);
-        } else {
-            Output out(standardOutput);
-            write(table, format, out, losses);
-        }
+        writeRows(disk, format, to ? std::optional(pathOf(*to)) : std::nullopt, losses,
+                  [&](exchange::RowWriter& rows) { write(table, rows, losses); });
     }
-    if (losses.places > 0)
-        throw jet::Error(jet::Fault::damaged,
-                         std::to_string(losses.places) + " yer yazılamadı, geri kalanı yazıldı. İlki: " + losses.first);
-    return 0;
+    return toldLosses(losses);
 }
 
 int importTable(files::Disk& disk, Arguments arguments)
@@ -178,6 +123,20 @@ int importTable(files::Disk& disk, Arguments arguments)
     Output out(standardOutput);
     say(out, std::to_string(rows) + " satır yüklendi.");
     out.flush();
+    return 0;
+}
+
+int writeSchema(files::Disk& disk, Arguments arguments)
+{
+    const Parsed parsed = parse("schema", arguments, {"--dialect"});
+    if (parsed.words.size() != 1) misused("'schema' bir DOSYA ister; yardım için: presva-mdb schema --help");
+    const auto named = parsed.oneOf("--dialect", {"sqlite", "postgres"});
+    const exchange::Dialect dialect = !named               ? exchange::Dialect::both
+                                      : *named == "sqlite" ? exchange::Dialect::sqlite
+                                                           : exchange::Dialect::postgres;
+    const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
+    Output out(standardOutput);
+    exchange::writeSchema(*database, dialect, out);
     return 0;
 }
 

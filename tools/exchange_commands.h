@@ -12,4 +12,7 @@ int exportTables(files::Disk& disk, Arguments arguments);
 /// Adds the rows of a CSV to a table, all or none.
 int importTable(files::Disk& disk, Arguments arguments);
 
+/// The tables as SQL text on standard output.
+int writeSchema(files::Disk& disk, Arguments arguments);
+
 } // namespace tools

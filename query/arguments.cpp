@@ -1,0 +1,85 @@
+#include "query/arguments.h"
+
+#include "files/error.h"
+#include "query/moments.h"
+
+#include <charconv>
+#include <optional>
+
+namespace query {
+
+namespace {
+
+std::optional<double> wholeNumberOf(std::string_view text)
+{
+    while (text.starts_with(' ')) text.remove_prefix(1);
+    while (text.ends_with(' ')) text.remove_suffix(1);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+} // namespace
+
+std::string_view Arguments::bytes(int at) const
+{
+    const auto* const text = reinterpret_cast<const char*>(sqlite3_value_text(values_[at]));
+    return {text == nullptr ? "" : text, static_cast<std::size_t>(sqlite3_value_bytes(values_[at]))};
+}
+
+bool Arguments::isMoment(int at) const { return isText(at) && momentOf(bytes(at)).has_value(); }
+
+bool Arguments::isNumeric(int at) const
+{
+    const int type = sqlite3_value_type(values_[at]);
+    return type == SQLITE_INTEGER || type == SQLITE_FLOAT || (type == SQLITE_TEXT && wholeNumberOf(bytes(at)));
+}
+
+double Arguments::number(int at) const
+{
+    const int type = sqlite3_value_type(values_[at]);
+    if (type == SQLITE_INTEGER || type == SQLITE_FLOAT) return sqlite3_value_double(values_[at]);
+    if (type == SQLITE_TEXT) {
+        if (const auto moment = momentOf(bytes(at))) return moment->days;
+        if (const auto number = wholeNumberOf(bytes(at))) return *number;
+        throw files::Error(files::Fault::badValue, "'" + std::string(bytes(at)) + "' bir sayı ya da tarih değil");
+    }
+    throw files::Error(files::Fault::badValue, "ikili bir değer sayı gibi kullanılamaz");
+}
+
+std::u16string Arguments::units(int at) const
+{
+    if (sqlite3_value_type(values_[at]) == SQLITE_FLOAT) {
+        char text[40];
+        const auto end = std::to_chars(text, text + sizeof text, sqlite3_value_double(values_[at])).ptr;
+        return jet::fromUtf8({text, static_cast<std::size_t>(end - text)});
+    }
+    return jet::fromUtf8(bytes(at));
+}
+
+void Arguments::giveText(const std::u16string& text)
+{
+    const std::string utf8 = jet::toUtf8(text);
+    sqlite3_result_text64(context_, utf8.data(), utf8.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void Arguments::giveMoment(jet::DateTime moment)
+{
+    const auto text = momentText(moment);
+    if (!text) fail("tarih 100 ile 9999 yılları arasında değil");
+    sqlite3_result_text64(context_, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void Arguments::fail(const std::string& sentence) const { throw files::Error(files::Fault::badValue, sentence); }
+
+double leadingNumberOf(std::string_view text)
+{
+    while (text.starts_with(' ')) text.remove_prefix(1);
+    if (text.starts_with('+')) text.remove_prefix(1);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() ? number : 0;
+}
+
+} // namespace query

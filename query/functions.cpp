@@ -1,0 +1,745 @@
+#include "query/functions.h"
+
+#include "files/error.h"
+#include "platform/console.h"
+#include "query/arguments.h"
+#include "query/format.h"
+#include "query/moments.h"
+#include "store/jet/values/calendar.h"
+#include "store/jet/values/like_pattern.h"
+#include "store/jet/values/order_key.h"
+#include "store/jet/values/value.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace query {
+
+namespace {
+
+// ---- arithmetic ----
+
+bool areWhole(const Arguments& values) { return values.isWhole(0) && values.isWhole(1); }
+
+void add(Arguments& values)
+{
+    if (values.isMoment(0) || values.isMoment(1)) return values.giveMoment({values.days(0) + values.days(1)});
+    if (values.isText(0) && values.isText(1) && !(values.isNumeric(0) && values.isNumeric(1)))
+        return values.giveText(values.units(0) + values.units(1));
+    std::int64_t sum = 0;
+    if (areWhole(values) && !__builtin_add_overflow(values.whole(0), values.whole(1), &sum))
+        return values.giveWhole(sum);
+    values.giveNumber(values.number(0) + values.number(1));
+}
+
+void subtract(Arguments& values)
+{
+    if (values.isMoment(0) && values.isMoment(1)) return values.giveNumber(values.days(0) - values.days(1));
+    if (values.isMoment(0) || values.isMoment(1)) return values.giveMoment({values.days(0) - values.days(1)});
+    std::int64_t rest = 0;
+    if (areWhole(values) && !__builtin_sub_overflow(values.whole(0), values.whole(1), &rest))
+        return values.giveWhole(rest);
+    values.giveNumber(values.number(0) - values.number(1));
+}
+
+void multiply(Arguments& values)
+{
+    std::int64_t product = 0;
+    if (areWhole(values) && !__builtin_mul_overflow(values.whole(0), values.whole(1), &product))
+        return values.giveWhole(product);
+    values.giveNumber(values.number(0) * values.number(1));
+}
+
+/// Nothing where there is no result: the row stays, its field is empty.
+void divide(Arguments& values)
+{
+    const double by = values.number(1);
+    if (by != 0) values.giveNumber(values.number(0) / by);
+}
+
+double rounded(double number) { return std::nearbyint(number); } // halves to the even neighbour
+
+void wholeDivision(Arguments& values)
+{
+    const double by = rounded(values.number(1));
+    if (by != 0) values.giveNumber(std::trunc(rounded(values.number(0)) / by));
+}
+
+void modulo(Arguments& values)
+{
+    const double by = rounded(values.number(1));
+    if (by != 0) values.giveNumber(std::fmod(rounded(values.number(0)), by));
+}
+
+void power(Arguments& values) { values.giveNumber(std::pow(values.number(0), values.number(1))); }
+void negate(Arguments& values) { values.giveNumber(-values.number(0)); }
+void absolute(Arguments& values) { values.giveNumber(std::abs(values.number(0))); }
+void integer(Arguments& values) { values.giveNumber(std::floor(values.number(0))); }
+void fix(Arguments& values) { values.giveNumber(std::trunc(values.number(0))); }
+void toLong(Arguments& values) { values.giveNumber(rounded(values.number(0))); }
+void toDouble(Arguments& values) { values.giveNumber(values.number(0)); }
+
+void signOf(Arguments& values)
+{
+    const double number = values.number(0);
+    values.giveNumber(number > 0 ? 1 : number < 0 ? -1 : 0);
+}
+
+void squareRoot(Arguments& values)
+{
+    const double number = values.number(0);
+    if (number >= 0) values.giveNumber(std::sqrt(number));
+}
+
+/// To so many decimals, halves to the even neighbour, by the digits that a double shows: 2.675 is 2.68.
+double roundedTo(double number, int decimals)
+{
+    const double unit = std::pow(10.0, decimals);
+    const double scaled = number * unit;
+    const double half = std::floor(scaled) + 0.5;
+    // So near to a half that the digits meant one.
+    constexpr double slack = 4e-16;
+    if (std::abs(scaled - half) <= std::abs(scaled) * slack) {
+        const double below = half - 0.5;
+        return (std::fmod(below, 2) == 0 ? below : below + 1) / unit;
+    }
+    return std::round(scaled) / unit;
+}
+
+void roundNumber(Arguments& values)
+{
+    const int decimals = values.count() > 1 ? static_cast<int>(std::clamp(values.number(1), 0.0, 15.0)) : 0;
+    values.giveNumber(roundedTo(values.number(0), decimals));
+}
+
+void toCurrency(Arguments& values)
+{
+    constexpr int decimals = 4;
+    values.giveNumber(roundedTo(values.number(0), decimals));
+}
+
+// ---- texts ----
+
+void length(Arguments& values) { values.giveWhole(static_cast<std::int64_t>(values.units(0).size())); }
+
+std::size_t countOf(Arguments& values, int argument)
+{
+    constexpr double most = 1e9;
+    const double count = values.number(argument);
+    if (count < 0) values.fail("Left, Right ve Mid sıfırdan küçük bir sayı almaz");
+    return static_cast<std::size_t>(std::min(count, most));
+}
+
+void left(Arguments& values) { values.giveText(values.units(0).substr(0, countOf(values, 1))); }
+
+void right(Arguments& values)
+{
+    const std::u16string text = values.units(0);
+    values.giveText(text.substr(text.size() - std::min(text.size(), countOf(values, 1))));
+}
+
+void middle(Arguments& values)
+{
+    const std::u16string text = values.units(0);
+    const std::size_t from = countOf(values, 1);
+    if (from == 0) values.fail("Mid'in başlangıcı 1'den küçük olamaz");
+    const std::size_t most = values.count() > 2 ? countOf(values, 2) : std::u16string::npos;
+    values.giveText(from > text.size() ? std::u16string() : text.substr(from - 1, most));
+}
+
+void upper(Arguments& values)
+{
+    // Turkish: i and İ, ı and I belong together.
+    std::u16string text = values.units(0);
+    for (char16_t& unit : text) {
+        if (unit == u'i')
+            unit = u'İ';
+        else if (unit == u'ı')
+            unit = u'I';
+        else if ((unit >= u'a' && unit <= u'z') || (unit >= u'à' && unit <= u'þ' && unit != u'÷'))
+            unit = static_cast<char16_t>(unit - 32);
+        else if (unit == u'ğ' || unit == u'ş')
+            unit = static_cast<char16_t>(unit - 1);
+    }
+    values.giveText(text);
+}
+
+void lower(Arguments& values) { values.giveText(jet::foldTurkish(values.units(0))); }
+
+std::u16string trimmedText(std::u16string text, bool front, bool back)
+{
+    while (front && text.starts_with(u' ')) text.erase(0, 1);
+    while (back && text.ends_with(u' ')) text.pop_back();
+    return text;
+}
+
+void trim(Arguments& values) { values.giveText(trimmedText(values.units(0), true, true)); }
+void trimFront(Arguments& values) { values.giveText(trimmedText(values.units(0), true, false)); }
+void trimBack(Arguments& values) { values.giveText(trimmedText(values.units(0), false, true)); }
+
+/// Where a text stands in another, from 1; letter case does not count, as everywhere in a query.
+void position(Arguments& values)
+{
+    const bool withStart = values.count() > 2;
+    const std::size_t start = withStart ? countOf(values, 0) : 1;
+    if (start == 0) values.fail("InStr'in başlangıcı 1'den küçük olamaz");
+    const std::u16string text = jet::foldTurkish(values.units(withStart ? 1 : 0));
+    const std::size_t found = text.find(jet::foldTurkish(values.units(withStart ? 2 : 1)), start - 1);
+    values.giveWhole(found == std::u16string::npos ? 0 : static_cast<std::int64_t>(found) + 1);
+}
+
+void replace(Arguments& values)
+{
+    const std::u16string text = values.units(0);
+    const std::u16string what = values.units(1);
+    const std::u16string by = values.units(2);
+    std::u16string result;
+    std::size_t at = 0;
+    for (std::size_t found; !what.empty() && (found = text.find(what, at)) != std::u16string::npos;
+         at = found + what.size())
+        result += text.substr(at, found - at) + by;
+    values.giveText(result + text.substr(at));
+}
+
+/// 0: letter by letter; otherwise letter case does not count.
+void compareTexts(Arguments& values)
+{
+    const bool exact = values.count() > 2 && values.number(2) == 0;
+    const auto key = [&](int argument) {
+        const std::u16string text = values.units(argument);
+        return exact ? text : jet::foldTurkish(text);
+    };
+    const int order = key(0).compare(key(1));
+    values.giveWhole(order < 0 ? -1 : order > 0 ? 1 : 0);
+}
+
+/// The number that a text begins with; 0 for none.
+void leadingNumber(Arguments& values)
+{
+    const std::string text = jet::toUtf8(values.units(0));
+    values.giveNumber(leadingNumberOf(text));
+}
+
+void toText(Arguments& values) { values.giveText(values.units(0)); }
+
+/// Null counts as an empty text, unless both are.
+void concatenate(Arguments& values)
+{
+    if (values.isNull(0) && values.isNull(1)) return;
+    values.giveText((values.isNull(0) ? std::u16string() : values.units(0)) +
+                    (values.isNull(1) ? std::u16string() : values.units(1)));
+}
+
+// ---- dates ----
+
+jet::DateTime nowMoment()
+{
+    const std::tm local = platform::localTime(std::time(nullptr));
+    return momentOf(Calendar{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                             std::min(local.tm_sec, 59)})
+        .value_or(jet::DateTime{});
+}
+
+void currentMoment(Arguments& values) { values.giveMoment(nowMoment()); }
+void currentDay(Arguments& values) { values.giveMoment({std::floor(nowMoment().days)}); }
+void currentTime(Arguments& values)
+{
+    const double now = nowMoment().days;
+    values.giveMoment({now - std::floor(now)});
+}
+
+template <int Calendar::*Part> void part(Arguments& values) { values.giveWhole(calendarOf({values.days(0)}).*Part); }
+
+/// 1: Sunday.
+int weekdayOf(jet::DateTime moment)
+{
+    const Calendar c = calendarOf(moment);
+    const std::chrono::year_month_day day{std::chrono::year{c.year}, std::chrono::month{static_cast<unsigned>(c.month)},
+                                          std::chrono::day{static_cast<unsigned>(c.day)}};
+    return static_cast<int>(std::chrono::weekday{std::chrono::sys_days{day}}.c_encoding()) + 1;
+}
+
+void weekday(Arguments& values)
+{
+    const int first = values.count() > 1 ? static_cast<int>(values.number(1)) : 1;
+    const int day = weekdayOf({values.days(0)});
+    values.giveWhole(first < 1 || first > 7 ? day : (day - first + 7) % 7 + 1);
+}
+
+void asMoment(Arguments& values) { values.giveMoment({values.days(0)}); }
+
+void dayAlone(Arguments& values)
+{
+    Calendar c = calendarOf({values.days(0)});
+    c.hour = c.minute = c.second = 0;
+    values.giveMoment(momentOf(c).value_or(jet::DateTime{}));
+}
+
+int smallNumber(Arguments& values, int argument)
+{
+    constexpr double limit = 1e6;
+    return static_cast<int>(std::clamp(rounded(values.number(argument)), -limit, limit));
+}
+
+void calendarMoment(Arguments& values, const Calendar& calendar)
+{
+    if (const auto moment = momentOf(calendar))
+        values.giveMoment(*moment);
+    else
+        values.fail("tarih 100 ile 9999 yılları arasında değil");
+}
+
+void dateOf(Arguments& values)
+{
+    int year = smallNumber(values, 0);
+    if (year >= 0 && year < 100) year += year < 30 ? 2000 : 1900;
+    calendarMoment(values, {.year = year, .month = smallNumber(values, 1), .day = smallNumber(values, 2)});
+}
+
+void timeOf(Arguments& values)
+{
+    calendarMoment(values, {.year = 1899,
+                            .month = 12,
+                            .day = 30,
+                            .hour = smallNumber(values, 0),
+                            .minute = smallNumber(values, 1),
+                            .second = smallNumber(values, 2)});
+}
+
+enum class Interval { year, quarter, month, dayOfYear, day, weekday, week, hour, minute, second };
+
+Interval intervalOf(Arguments& values, int argument)
+{
+    static constexpr std::pair<std::u16string_view, Interval> names[] = {
+        {u"yyyy", Interval::year}, {u"q", Interval::quarter}, {u"m", Interval::month}, {u"y", Interval::dayOfYear},
+        {u"d", Interval::day},     {u"w", Interval::weekday}, {u"ww", Interval::week}, {u"h", Interval::hour},
+        {u"n", Interval::minute},  {u"s", Interval::second}};
+    const std::u16string name = jet::foldTurkish(values.units(argument));
+    for (const auto& [each, interval] : names)
+        if (each == name) return interval;
+    values.fail("aralık yyyy, q, m, y, d, w, ww, h, n ya da s olmalı");
+}
+
+void addInterval(Arguments& values)
+{
+    const Interval interval = intervalOf(values, 0);
+    const int count = smallNumber(values, 1);
+    Calendar c = calendarOf({values.days(2)});
+    const auto months = [&](int more) {
+        // Not beyond the month's last day: a month after 31 January is the last of February.
+        const int day = c.day;
+        c.month += more;
+        Calendar last = c;
+        last.month += 1;
+        last.day = 0;
+        const auto end = momentOf(last);
+        if (!end) return values.fail("tarih 100 ile 9999 yılları arasında değil");
+        c.day = std::min(day, calendarOf(*end).day);
+    };
+    constexpr int perYear = 12, perQuarter = 3, perWeek = 7;
+    switch (interval) {
+    case Interval::year:
+        months(count * perYear);
+        break;
+    case Interval::quarter:
+        months(count * perQuarter);
+        break;
+    case Interval::month:
+        months(count);
+        break;
+    case Interval::week:
+        c.day += count * perWeek;
+        break;
+    case Interval::hour:
+        c.hour += count;
+        break;
+    case Interval::minute:
+        c.minute += count;
+        break;
+    case Interval::second:
+        c.second += count;
+        break;
+    default:
+        c.day += count;
+    }
+    calendarMoment(values, c);
+}
+
+/// How many borders of the interval lie between the two.
+void intervalBetween(Arguments& values)
+{
+    const Interval which = intervalOf(values, 0);
+    const jet::DateTime from{values.days(1)}, to{values.days(2)};
+    const Calendar a = calendarOf(from), b = calendarOf(to);
+    const std::int64_t seconds = (jet::milliseconds(to) - jet::milliseconds(from)) / 1000;
+    const auto dayNumber = [](jet::DateTime moment) {
+        constexpr std::int64_t perDay = 86'400'000;
+        const std::int64_t ms = jet::milliseconds(moment);
+        return ms >= 0 ? ms / perDay : -((-ms + perDay - 1) / perDay);
+    };
+    const std::int64_t days = dayNumber(to) - dayNumber(from);
+    const int months = (b.year - a.year) * 12 + b.month - a.month;
+    switch (which) {
+    case Interval::year:
+        return values.giveWhole(b.year - a.year);
+    case Interval::quarter:
+        return values.giveWhole((b.year - a.year) * 4 + (b.month - 1) / 3 - (a.month - 1) / 3);
+    case Interval::month:
+        return values.giveWhole(months);
+    case Interval::week:
+        // Sundays between them.
+        return values.giveWhole((days + weekdayOf(from) - weekdayOf(to)) / 7);
+    case Interval::weekday:
+        return values.giveWhole(days / 7);
+    case Interval::hour:
+        return values.giveWhole(days * 24 + b.hour - a.hour);
+    case Interval::minute:
+        return values.giveWhole(days * 1440 + b.hour * 60 + b.minute - a.hour * 60 - a.minute);
+    case Interval::second:
+        return values.giveWhole(seconds);
+    default:
+        return values.giveWhole(days);
+    }
+}
+
+void partNamed(Arguments& values)
+{
+    const Interval interval = intervalOf(values, 0);
+    const jet::DateTime moment{values.days(1)};
+    const Calendar c = calendarOf(moment);
+    const auto dayOfYear = [&] {
+        const auto first = momentOf(Calendar{.year = c.year, .month = 1, .day = 1});
+        return static_cast<int>(std::floor(moment.days) - first.value_or(moment).days) + 1;
+    };
+    switch (interval) {
+    case Interval::year:
+        return values.giveWhole(c.year);
+    case Interval::quarter:
+        return values.giveWhole((c.month - 1) / 3 + 1);
+    case Interval::month:
+        return values.giveWhole(c.month);
+    case Interval::dayOfYear:
+        return values.giveWhole(dayOfYear());
+    case Interval::day:
+        return values.giveWhole(c.day);
+    case Interval::weekday:
+        return values.giveWhole(weekdayOf(moment));
+    case Interval::week: {
+        // The week of the first of January is the first; weeks begin on Sundays.
+        const auto first = momentOf(Calendar{.year = c.year, .month = 1, .day = 1}).value_or(moment);
+        return values.giveWhole((dayOfYear() + weekdayOf(first) - 2) / 7 + 1);
+    }
+    case Interval::hour:
+        return values.giveWhole(c.hour);
+    case Interval::minute:
+        return values.giveWhole(c.minute);
+    case Interval::second:
+        return values.giveWhole(c.second);
+    }
+}
+
+void formatted(Arguments& values)
+{
+    const std::string pattern = jet::toUtf8(values.units(1));
+    const bool english = values.setting() != nullptr;
+    if (values.isMoment(0))
+        values.giveText(jet::fromUtf8(formatMoment({values.days(0)}, pattern, english)));
+    else if (values.isNumeric(0))
+        values.giveText(jet::fromUtf8(formatNumber(values.number(0), pattern, english)));
+    else
+        values.giveText(values.units(0));
+}
+
+void like(Arguments& values)
+{
+    // The pattern is the first argument, and is the same for most rows.
+    auto* pattern = static_cast<jet::LikePattern*>(values.kept(0));
+    std::unique_ptr<jet::LikePattern> made;
+    if (pattern == nullptr) {
+        made = std::make_unique<jet::LikePattern>(values.units(0));
+        pattern = made.get();
+    }
+    values.giveWhole(pattern->matches(values.units(1)) ? 1 : 0);
+    if (made) values.keep(0, made.release(), [](void* object) { delete static_cast<jet::LikePattern*>(object); });
+}
+
+// ---- the functions as SQLite calls them ----
+
+using Body = void (*)(Arguments&);
+
+/// Null in, Null out; what a function throws becomes the query's error.
+template <Body body, bool seesNull = false> void call(sqlite3_context* context, int count, sqlite3_value** given)
+{
+    Arguments values(context, count, given);
+    for (int i = 0; !seesNull && i < count; ++i)
+        if (values.isNull(i)) return sqlite3_result_null(context);
+    sqlite3_result_null(context);
+    try {
+        body(values);
+    } catch (const std::exception& error) {
+        sqlite3_result_error(context, error.what(), -1);
+    }
+}
+
+// ---- aggregates ----
+
+/// Sums numbers of up to four decimals exactly, as money and weights have them; others with the error of the sum
+/// carried along. So a sum of decimals shows the decimals that it should.
+class ExactSum {
+public:
+    void add(double number)
+    {
+        constexpr double units = 10000;
+        constexpr double limit = 1e14;
+        if (exact_ && std::abs(number) < limit) {
+            const double scaled = std::round(number * units);
+            if (scaled / units == number) {
+                sum_ += static_cast<std::int64_t>(scaled);
+                return;
+            }
+        }
+        if (exact_) {
+            exact_ = false;
+            floating_ = exactly();
+        }
+        const double next = floating_ + number;
+        error_ += std::abs(floating_) >= std::abs(number) ? (floating_ - next) + number : (number - next) + floating_;
+        floating_ = next;
+    }
+    double result() const { return exact_ ? exactly() : floating_ + error_; }
+
+private:
+    double exactly() const
+    {
+        // Whole and rest apart: the first may be too large for a double to hold both.
+        return static_cast<double>(static_cast<long double>(sum_) / 10000.0L);
+    }
+    bool exact_ = true;
+    __extension__ __int128 sum_ = 0; ///< ten-thousandths
+    double floating_ = 0, error_ = 0;
+};
+
+struct Numbers {
+    ExactSum sum;
+    std::int64_t count = 0;
+    double mean = 0, squares = 0; ///< of the differences from the mean
+};
+
+/// The state of a group; made when `make`. Null when there is none.
+template <class State> State* stateOf(sqlite3_context* context, bool make)
+{
+    auto** place = static_cast<State**>(sqlite3_aggregate_context(context, make ? sizeof(State*) : 0));
+    if (place == nullptr) return nullptr;
+    if (*place == nullptr && make) *place = new State;
+    return *place;
+}
+
+void addNumber(sqlite3_context* context, int count, sqlite3_value** given)
+{
+    try {
+        const Arguments values(context, count, given);
+        Numbers* const numbers = stateOf<Numbers>(context, true);
+        if (numbers == nullptr || values.isNull(0)) return;
+        const double number = values.number(0);
+        numbers->sum.add(number);
+        ++numbers->count;
+        const double off = number - numbers->mean;
+        numbers->mean += off / static_cast<double>(numbers->count);
+        numbers->squares += off * (number - numbers->mean);
+    } catch (const std::exception& error) {
+        sqlite3_result_error(context, error.what(), -1);
+    }
+}
+
+enum class Figure { sum, mean, variance, wholeVariance, deviation, wholeDeviation };
+
+template <Figure figure> void endNumbers(sqlite3_context* context)
+{
+    const std::unique_ptr<Numbers> numbers(stateOf<Numbers>(context, false));
+    if (!numbers || numbers->count == 0) return sqlite3_result_null(context);
+    const auto count = static_cast<double>(numbers->count);
+    constexpr bool ofAll = figure == Figure::wholeVariance || figure == Figure::wholeDeviation;
+    const double by = ofAll ? count : count - 1;
+    if (figure == Figure::sum) return sqlite3_result_double(context, numbers->sum.result());
+    if (figure == Figure::mean) return sqlite3_result_double(context, numbers->sum.result() / count);
+    if (by == 0) return sqlite3_result_null(context);
+    const double variance = numbers->squares / by;
+    const bool root = figure == Figure::deviation || figure == Figure::wholeDeviation;
+    sqlite3_result_double(context, root ? std::sqrt(variance) : variance);
+}
+
+struct OneValue {
+    sqlite3_value* value = nullptr;
+    ~OneValue() { sqlite3_value_free(value); }
+};
+
+template <bool last> void addValue(sqlite3_context* context, int, sqlite3_value** given)
+{
+    OneValue* const one = stateOf<OneValue>(context, true);
+    if (one == nullptr || (!last && one->value != nullptr)) return;
+    sqlite3_value_free(one->value);
+    one->value = sqlite3_value_dup(given[0]);
+}
+
+void endValue(sqlite3_context* context)
+{
+    const std::unique_ptr<OneValue> one(stateOf<OneValue>(context, false));
+    if (!one || one->value == nullptr) return sqlite3_result_null(context);
+    sqlite3_result_value(context, one->value);
+}
+
+// ---- the collation ----
+
+/// Compares texts by their keys, piece by piece: a key tells of so many letters and no more.
+class Comparison {
+public:
+    explicit Comparison(jet::Collation collation) : collation_(collation) {}
+
+    int operator()(std::string_view a, std::string_view b)
+    {
+        if (a == b) return 0;
+        std::u16string_view left = units(a, left_), right = units(b, right_);
+        do {
+            key(left.substr(0, jet::textKeyUnits), leftKey_);
+            key(right.substr(0, jet::textKeyUnits), rightKey_);
+            if (leftKey_ != rightKey_) return leftKey_ < rightKey_ ? -1 : 1;
+            left.remove_prefix(std::min(left.size(), jet::textKeyUnits));
+            right.remove_prefix(std::min(right.size(), jet::textKeyUnits));
+        } while (!left.empty() || !right.empty());
+        return 0;
+    }
+
+private:
+    static std::u16string_view units(std::string_view utf8, std::u16string& into)
+    {
+        into.clear();
+        for (const char c : utf8) {
+            if (static_cast<unsigned char>(c) >= 0x80) {
+                into = jet::fromUtf8(utf8);
+                break;
+            }
+            into += static_cast<char16_t>(c);
+        }
+        return into;
+    }
+    void key(std::u16string_view text, std::vector<std::uint8_t>& into) const
+    {
+        into.clear();
+        if (!jet::appendTextKey(into, text, collation_)) jet::appendOrderKey(into, text);
+    }
+
+    jet::Collation collation_;
+    std::u16string left_, right_;
+    std::vector<std::uint8_t> leftKey_, rightKey_;
+};
+
+int compareByCollation(void* object, int leftSize, const void* left, int rightSize, const void* right)
+{
+    return (*static_cast<Comparison*>(object))({static_cast<const char*>(left), static_cast<std::size_t>(leftSize)},
+                                               {static_cast<const char*>(right), static_cast<std::size_t>(rightSize)});
+}
+
+void must(int result)
+{
+    if (result != SQLITE_OK)
+        throw files::Error(files::Fault::disk, "Sorgu için bellek yetmedi; başka programları kapatın.");
+}
+
+} // namespace
+
+void addFunctions(sqlite3* database, jet::Collation collation, bool english)
+{
+    using Callback = void (*)(sqlite3_context*, int, sqlite3_value**);
+    static constexpr std::pair<const char*, Callback> functions[] = {
+        {"acc_add", call<add>},
+        {"acc_subtract", call<subtract>},
+        {"acc_multiply", call<multiply>},
+        {"acc_divide", call<divide>},
+        {"acc_whole", call<wholeDivision>},
+        {"acc_mod", call<modulo>},
+        {"acc_power", call<power>},
+        {"acc_negate", call<negate>},
+        {"acc_concat", call<concatenate, true>},
+        {"acc_abs", call<absolute>},
+        {"acc_int", call<integer>},
+        {"acc_fix", call<fix>},
+        {"acc_round", call<roundNumber>},
+        {"acc_sgn", call<signOf>},
+        {"acc_sqr", call<squareRoot>},
+        {"acc_clng", call<toLong>},
+        {"acc_cdbl", call<toDouble>},
+        {"acc_ccur", call<toCurrency>},
+        {"acc_len", call<length>},
+        {"acc_left", call<left>},
+        {"acc_right", call<right>},
+        {"acc_mid", call<middle>},
+        {"acc_ucase", call<upper>},
+        {"acc_lcase", call<lower>},
+        {"acc_trim", call<trim>},
+        {"acc_ltrim", call<trimFront>},
+        {"acc_rtrim", call<trimBack>},
+        {"acc_instr", call<position>},
+        {"acc_replace", call<replace>},
+        {"acc_strcomp", call<compareTexts>},
+        {"acc_val", call<leadingNumber>},
+        {"acc_cstr", call<toText>},
+        {"acc_format", call<formatted>},
+        {"acc_now", call<currentMoment>},
+        {"acc_today", call<currentDay>},
+        {"acc_time", call<currentTime>},
+        {"acc_year", call<part<&Calendar::year>>},
+        {"acc_month", call<part<&Calendar::month>>},
+        {"acc_day", call<part<&Calendar::day>>},
+        {"acc_hour", call<part<&Calendar::hour>>},
+        {"acc_minute", call<part<&Calendar::minute>>},
+        {"acc_second", call<part<&Calendar::second>>},
+        {"acc_weekday", call<weekday>},
+        {"acc_datevalue", call<dayAlone>},
+        {"acc_date", call<asMoment>},
+        {"acc_dateserial", call<dateOf>},
+        {"acc_timeserial", call<timeOf>},
+        {"acc_dateadd", call<addInterval>},
+        {"acc_datediff", call<intervalBetween>},
+        {"acc_datepart", call<partNamed>},
+        {"like", call<like>},
+    };
+    constexpr int anyCount = -1;
+    void* const setting = english ? database : nullptr; // any address will do
+    for (const auto& [name, callback] : functions) {
+        // Also what asks for the time: one query sees one moment.
+        const int count = std::string_view(name) == "like" ? 2 : anyCount;
+        must(sqlite3_create_function_v2(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC, setting, callback,
+                                        nullptr, nullptr, nullptr));
+    }
+    struct Aggregate {
+        const char* name;
+        Callback step;
+        void (*end)(sqlite3_context*);
+    };
+    static constexpr Aggregate aggregates[] = {
+        {"acc_sum", addNumber, endNumbers<Figure::sum>},
+        {"acc_avg", addNumber, endNumbers<Figure::mean>},
+        {"acc_var", addNumber, endNumbers<Figure::variance>},
+        {"acc_varp", addNumber, endNumbers<Figure::wholeVariance>},
+        {"acc_stdev", addNumber, endNumbers<Figure::deviation>},
+        {"acc_stdevp", addNumber, endNumbers<Figure::wholeDeviation>},
+        {"acc_first", addValue<false>, endValue},
+        {"acc_last", addValue<true>, endValue},
+    };
+    for (const Aggregate& each : aggregates)
+        must(sqlite3_create_function_v2(database, each.name, 1, SQLITE_UTF8, nullptr, nullptr, each.step, each.end,
+                                        nullptr));
+    auto comparison = std::make_unique<Comparison>(collation);
+    must(sqlite3_create_collation_v2(database, "ACCESS", SQLITE_UTF8, comparison.get(), compareByCollation,
+                                     [](void* object) { delete static_cast<Comparison*>(object); }));
+    comparison.release();
+}
+
+} // namespace query

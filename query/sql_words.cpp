@@ -1,0 +1,122 @@
+#include "query/sql_words.h"
+
+#include "files/error.h"
+
+#include <algorithm>
+#include <array>
+
+namespace query {
+
+namespace {
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool beginsName(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
+}
+
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+/// Reads what stands up to the closing mark, which is written twice inside. Leaves `at` behind it.
+std::string enclosed(std::string_view sql, std::size_t& at, char close, const char* what)
+{
+    const std::size_t begin = at++;
+    std::string text;
+    for (;; ++at) {
+        if (at == sql.size()) notUnderstood(sql, begin, what);
+        if (sql[at] == close) {
+            ++at;
+            const bool doubled = close != ']' && close != '#' && at < sql.size() && sql[at] == close;
+            if (!doubled) return text;
+        }
+        text += sql[at];
+    }
+}
+
+std::size_t numberEnd(std::string_view sql, std::size_t at)
+{
+    while (at < sql.size() && (isDigit(sql[at]) || sql[at] == '.')) ++at;
+    if (at < sql.size() && lower(sql[at]) == 'e') {
+        std::size_t exponent = at + 1;
+        if (exponent < sql.size() && (sql[exponent] == '+' || sql[exponent] == '-')) ++exponent;
+        if (exponent < sql.size() && isDigit(sql[exponent])) {
+            at = exponent;
+            while (at < sql.size() && isDigit(sql[at])) ++at;
+        }
+    }
+    return at;
+}
+
+} // namespace
+
+bool Word::is(std::string_view keyword) const
+{
+    return kind == Kind::name && std::ranges::equal(text, keyword, [](char a, char b) { return lower(a) == lower(b); });
+}
+
+void notUnderstood(std::string_view sql, std::size_t at, const std::string& what)
+{
+    constexpr std::size_t shown = 30;
+    // Not in the middle of a letter.
+    const auto begins = [&](std::size_t i) {
+        return i >= sql.size() || (static_cast<unsigned char>(sql[i]) & 0xC0) != 0x80;
+    };
+    std::size_t end = std::min(at + shown, sql.size());
+    while (!begins(end)) ++end;
+    const std::string place =
+        at >= sql.size() ? "metnin sonunda"
+                         : "'" + std::string(sql.substr(at, end - at)) + (end < sql.size() ? "..." : "") + "' yerinde";
+    throw files::Error(files::Fault::syntax,
+                       "Sorgu anlaşılamadı, " + place + ": " + what + ". Anlaşılanlar: presva-mdb sql --help");
+}
+
+std::vector<Word> wordsOf(std::string_view sql)
+{
+    static constexpr std::array<std::string_view, 3> pairs = {"<>", "<=", ">="};
+    std::vector<Word> words;
+    std::size_t at = 0;
+    while (at < sql.size()) {
+        const char c = sql[at];
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+            ++at;
+            continue;
+        }
+        Word word;
+        word.at = at;
+        if (c == '[') {
+            word.kind = Word::Kind::bracket;
+            word.text = enclosed(sql, at, ']', "köşeli ayraç kapanmıyor");
+        } else if (c == '\'' || c == '"') {
+            word.kind = Word::Kind::text;
+            word.text = enclosed(sql, at, c, "tırnak kapanmıyor");
+        } else if (c == '#') {
+            word.kind = Word::Kind::date;
+            word.text = enclosed(sql, at, '#', "tarih '#' ile kapanmıyor");
+        } else if (isDigit(c) || (c == '.' && at + 1 < sql.size() && isDigit(sql[at + 1]))) {
+            word.kind = Word::Kind::number;
+            const std::size_t end = numberEnd(sql, at);
+            word.text = sql.substr(at, end - at);
+            at = end;
+        } else if (beginsName(c)) {
+            word.kind = Word::Kind::name;
+            std::size_t end = at;
+            while (end < sql.size() && (beginsName(sql[end]) || isDigit(sql[end]) || sql[end] == '$')) ++end;
+            word.text = sql.substr(at, end - at);
+            at = end;
+        } else {
+            word.kind = Word::Kind::other;
+            const std::string_view two = sql.substr(at, 2);
+            word.text = std::ranges::find(pairs, two) != pairs.end() ? two : two.substr(0, 1);
+            if (std::string_view("()<>=+-*/\\^&,.;!").find(c) == std::string_view::npos)
+                notUnderstood(sql, at, "bu işaretin bir anlamı yok");
+            at += word.text.size();
+        }
+        word.end = at;
+        words.push_back(std::move(word));
+    }
+    words.push_back({.kind = Word::Kind::end, .text = {}, .at = sql.size(), .end = sql.size()});
+    return words;
+}
+
+} // namespace query

@@ -1,0 +1,570 @@
+#include "query/virtual_tables.h"
+
+#include "exchange/field_text.h"
+#include "files/error.h"
+#include "query/moments.h"
+#include "store/jet/format/limits.h"
+#include "store/jet/sql/number_bounds.h"
+#include "store/jet/values/calendar.h"
+#include "store/jet/values/decimal.h"
+#include "store/jet/values/names.h"
+#include "store/jet/values/sort_key.h"
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+namespace query {
+
+using jet::ColumnType;
+
+namespace {
+
+/// Which way an inner loop finds its rows; on the wire to SQLite together with the column, or with the index.
+enum class Way : int {
+    walk = 0,
+    index = 1,  ///< by one value of an index
+    range = 2,  ///< between two values of an index
+    memory = 3, ///< by one value, from memory
+};
+constexpr int ways = 4;
+
+bool isPlainNumber(ColumnType type)
+{
+    switch (type) {
+    case ColumnType::byte:
+    case ColumnType::integer:
+    case ColumnType::longInteger:
+    case ColumnType::currency:
+    case ColumnType::singleFloat:
+    case ColumnType::doubleFloat:
+        return true;
+    default:
+        return false;
+    }
+}
+
+const char* declaredType(ColumnType type)
+{
+    switch (type) {
+    case ColumnType::boolean:
+    case ColumnType::byte:
+    case ColumnType::integer:
+    case ColumnType::longInteger:
+    case ColumnType::currency:
+    case ColumnType::singleFloat:
+    case ColumnType::doubleFloat:
+    case ColumnType::numeric:
+        return " NUMERIC";
+    case ColumnType::binary:
+    case ColumnType::ole:
+    case ColumnType::blob:
+        return " BLOB";
+    default:
+        return " TEXT COLLATE ACCESS";
+    }
+}
+
+std::string sqlName(std::string_view name)
+{
+    std::string text = "\"";
+    for (const char c : name) {
+        text += c;
+        if (c == '"') text += c;
+    }
+    return text + '"';
+}
+
+sqlite3_int64 numberOf(jet::RowId id) { return id.packed(); }
+
+jet::RowId rowOf(sqlite3_int64 number) { return jet::RowId::unpacked(static_cast<std::uint32_t>(number)); }
+
+std::string_view textOf(sqlite3_value* value)
+{
+    const auto* const text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+    return {text == nullptr ? "" : text, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+}
+
+void giveText(sqlite3_context* context, std::string_view text)
+{
+    sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+/// As people read it: 0.1 and not 0.10000000149011612.
+double shortestOf(float number)
+{
+    char text[40];
+    const auto end = std::to_chars(text, text + sizeof text, number).ptr;
+    double value = number;
+    std::from_chars(text, end, value);
+    return value;
+}
+
+void giveMoment(sqlite3_context* context, jet::DateTime moment)
+{
+    if (const auto text = momentText(moment))
+        giveText(context, *text);
+    else
+        sqlite3_result_double(context, moment.days);
+}
+
+std::string fieldText(const jet::Value& value)
+{
+    std::string text;
+    exchange::Output out(text);
+    exchange::FieldWriter(out).put(value);
+    out.flush();
+    return text;
+}
+
+void giveValue(sqlite3_context* context, const jet::Value& value)
+{
+    struct Giver {
+        sqlite3_context* context;
+        const jet::Value& whole;
+        void operator()(jet::Null) const { sqlite3_result_null(context); }
+        void operator()(bool b) const { sqlite3_result_int(context, b ? -1 : 0); }
+        void operator()(std::uint8_t n) const { sqlite3_result_int(context, n); }
+        void operator()(std::int16_t n) const { sqlite3_result_int(context, n); }
+        void operator()(std::int32_t n) const { sqlite3_result_int(context, n); }
+        void operator()(jet::Currency money) const
+        {
+            sqlite3_result_double(context, static_cast<double>(money.tenThousandths) / 10000);
+        }
+        void operator()(float n) const { sqlite3_result_double(context, shortestOf(n)); }
+        void operator()(double n) const { sqlite3_result_double(context, n); }
+        void operator()(jet::DateTime moment) const { giveMoment(context, moment); }
+        void operator()(const std::u16string& text) const { giveText(context, jet::toUtf8(text)); }
+        void operator()(const jet::Bytes& bytes) const
+        {
+            sqlite3_result_blob64(context, bytes.empty() ? "" : static_cast<const void*>(bytes.data()), bytes.size(),
+                                  SQLITE_TRANSIENT);
+        }
+        void operator()(const jet::Guid&) const { giveText(context, fieldText(whole)); }
+        void operator()(const jet::Numeric&) const { sqlite3_result_double(context, std::stod(fieldText(whole))); }
+    };
+    std::visit(Giver{context, value}, value);
+}
+
+/// What SQLite gives for a column, as the engine takes it. Throws files::Error (badValue).
+jet::Value valueFor(sqlite3_value* given, const jet::Column& column)
+{
+    const int type = sqlite3_value_type(given);
+    if (type == SQLITE_NULL) return {};
+    if (type == SQLITE_BLOB) {
+        const auto* const bytes = static_cast<const std::uint8_t*>(sqlite3_value_blob(given));
+        return jet::Bytes(bytes, bytes + sqlite3_value_bytes(given));
+    }
+    const bool number = type == SQLITE_INTEGER || type == SQLITE_FLOAT;
+    if (column.type == ColumnType::text || column.type == ColumnType::memo) return jet::fromUtf8(textOf(given));
+    if (column.type == ColumnType::dateTime && !number)
+        if (const auto moment = momentOf(textOf(given))) return *moment;
+    if (number && column.type == ColumnType::boolean) return sqlite3_value_double(given) != 0;
+    if (number && column.type == ColumnType::dateTime) return jet::DateTime{sqlite3_value_double(given)};
+    if (number) {
+        const sqlite3_int64 whole = sqlite3_value_int64(given);
+        if (type == SQLITE_INTEGER && whole >= INT32_MIN && whole <= INT32_MAX) return static_cast<std::int32_t>(whole);
+        return sqlite3_value_double(given);
+    }
+    return exchange::parseField({std::string(textOf(given)), true}, column);
+}
+
+/// A value as rows are remembered by it: equal ones have equal texts. Nothing for one that is not remembered.
+std::optional<std::string> rememberedAs(const jet::Column& column, jet::Collation collation,
+                                        std::optional<double> number, std::u16string_view text)
+{
+    if (column.type == ColumnType::text) {
+        std::vector<std::uint8_t> key;
+        if (!jet::appendTextKey(key, text, collation)) return std::nullopt;
+        return std::string(key.begin(), key.end());
+    }
+    if (!number) return std::nullopt;
+    // Zero has two forms; moments are told apart to the millisecond.
+    const double plain = *number == 0 ? 0.0 : *number;
+    const auto bits = column.type == ColumnType::dateTime ? static_cast<std::uint64_t>(jet::milliseconds({plain}))
+                                                          : std::bit_cast<std::uint64_t>(plain);
+    return std::string(reinterpret_cast<const char*>(&bits), sizeof bits);
+}
+
+bool isRemembered(const jet::Column& column)
+{
+    return isPlainNumber(column.type) || column.type == ColumnType::dateTime ||
+           (column.type == ColumnType::text && jet::hasWeights(column.collation));
+}
+
+} // namespace
+
+struct VirtualTables::Shared {
+    Shared(VirtualTables& tables, jet::Table& itsTable) : owner(tables), table(itsTable) {}
+
+    struct Remembered {
+        int asked = 0;
+        bool made = false;
+        std::unordered_map<std::string, std::vector<jet::RowId>> rows;
+    };
+
+    /// The rows with that value, or null before the column is worth remembering.
+    const std::vector<jet::RowId>* rowsBy(std::size_t column, const std::string& key);
+    std::optional<std::vector<jet::RowId>> rowsOfIndex(std::size_t index, sqlite3_value* low,
+                                                       sqlite3_value* high) const;
+    std::optional<std::string> keyFor(std::size_t column, sqlite3_value* value) const;
+
+    VirtualTables& owner;
+    jet::Table& table;
+    std::map<std::size_t, Remembered> remembered;
+};
+
+const std::vector<jet::RowId>* VirtualTables::Shared::rowsBy(std::size_t column, const std::string& key)
+{
+    static const std::vector<jet::RowId> none;
+    Remembered& known = remembered[column];
+    // One search does not pay for it.
+    if (known.asked++ == 0) return nullptr;
+    if (!known.made) {
+        const jet::Column& wanted = table.columns()[column];
+        std::u16string text;
+        table.passRows(table.dataPages(), [&](jet::RowId id, const jet::RowView& row) {
+            if (row.isNull(column)) return true;
+            const bool isText = wanted.type == ColumnType::text;
+            if (isText) row.text(column, text);
+            std::optional<double> number = isText ? std::nullopt : row.number(column);
+            if (number && wanted.type == ColumnType::singleFloat) number = shortestOf(static_cast<float>(*number));
+            if (const auto made = rememberedAs(wanted, wanted.collation, number, text)) known.rows[*made].push_back(id);
+            return true;
+        });
+        known.made = true;
+    }
+    const auto found = known.rows.find(key);
+    return found == known.rows.end() ? &none : &found->second;
+}
+
+std::optional<std::string> VirtualTables::Shared::keyFor(std::size_t column, sqlite3_value* value) const
+{
+    const jet::Column& wanted = table.columns()[column];
+    const int type = sqlite3_value_type(value);
+    if (wanted.type == ColumnType::text) {
+        if (type != SQLITE_TEXT) return std::nullopt;
+        return rememberedAs(wanted, wanted.collation, std::nullopt, jet::fromUtf8(textOf(value)));
+    }
+    std::optional<double> number;
+    if (wanted.type == ColumnType::dateTime) {
+        if (type == SQLITE_TEXT)
+            if (const auto moment = momentOf(textOf(value))) number = moment->days;
+    } else if (type == SQLITE_INTEGER || type == SQLITE_FLOAT) {
+        number = sqlite3_value_double(value);
+    }
+    return rememberedAs(wanted, wanted.collation, number, {});
+}
+
+/// Nothing where the index cannot answer: then the table is walked.
+std::optional<std::vector<jet::RowId>> VirtualTables::Shared::rowsOfIndex(std::size_t index, sqlite3_value* low,
+                                                                          sqlite3_value* high) const
+{
+    const jet::Index& used = table.indexes()[index];
+    const jet::Column& column = table.columns()[used.columns.front().column];
+    if (column.type == ColumnType::text) {
+        if (sqlite3_value_type(low) != SQLITE_TEXT) return std::nullopt;
+        const jet::Value text = jet::fromUtf8(textOf(low));
+        if (std::get<std::u16string>(text).size() > jet::limits::text) return std::nullopt;
+        return table.range(used, text, text);
+    }
+    if (column.type == ColumnType::dateTime) {
+        const auto bound = [](sqlite3_value* value, double slack) -> std::optional<jet::Value> {
+            const auto moment = sqlite3_value_type(value) == SQLITE_TEXT ? momentOf(textOf(value)) : std::nullopt;
+            if (!moment) return std::nullopt;
+            return jet::DateTime{moment->days + slack};
+        };
+        constexpr double millisecond = 1.0 / 86'400'000; // fractions are worked out differently by other programs
+        const auto from = bound(low, -millisecond), to = bound(high, millisecond);
+        if (!from || !to) return std::nullopt;
+        return table.range(used, from, to);
+    }
+    const auto isNumber = [](sqlite3_value* value) {
+        const int type = sqlite3_value_type(value);
+        return type == SQLITE_INTEGER || type == SQLITE_FLOAT;
+    };
+    if (!isNumber(low) || !isNumber(high)) return std::nullopt;
+    const auto bounds = jet::sql::numberBounds(column.type, {sqlite3_value_double(low), sqlite3_value_double(high)});
+    if (!bounds) return std::nullopt;
+    return table.range(used, bounds->low, bounds->high);
+}
+
+/// What SQLite calls. Nothing may be thrown through it: what is thrown is kept, and SQLite hears of an error.
+struct VirtualTables::Hooks {
+    struct Table : sqlite3_vtab {
+        Shared* shared = nullptr;
+    };
+    struct Cursor : sqlite3_vtab_cursor {
+        std::optional<jet::RowCursor> walk;
+        std::vector<jet::RowId> found;
+        const std::vector<jet::RowId>* rows = nullptr; ///< null: the walk
+        std::size_t at = 0;
+        std::optional<jet::RowView> view;
+        jet::RowId id{};
+        bool ended = true;
+        std::u16string text;
+    };
+
+    static Shared& sharedOf(sqlite3_vtab* table) { return *static_cast<Table*>(table)->shared; }
+    static Shared& sharedOf(sqlite3_vtab_cursor* cursor) { return sharedOf(cursor->pVtab); }
+
+    template <class Action> static int guarded(VirtualTables& owner, Action&& action)
+    {
+        try {
+            action();
+            return SQLITE_OK;
+        } catch (...) {
+            owner.failure_ = std::current_exception();
+            return SQLITE_ERROR;
+        }
+    }
+
+    static int connect(sqlite3* connection, void* object, int count, const char* const* words, sqlite3_vtab** made,
+                       char**)
+    {
+        auto& owner = *static_cast<VirtualTables*>(object);
+        if (count < 4) return SQLITE_ERROR;
+        Shared* const shared = owner.tables_[static_cast<std::size_t>(std::atoi(words[3]))].get();
+        std::string sql;
+        for (const jet::Column& column : shared->table.columns())
+            sql += (sql.empty() ? "CREATE TABLE t(" : ", ") + sqlName(jet::toUtf8(column.name)) +
+                   declaredType(column.type);
+        const int result = sqlite3_declare_vtab(connection, (sql + ")").c_str());
+        if (result != SQLITE_OK) return result;
+        auto table = std::make_unique<Table>();
+        table->shared = shared;
+        *made = table.release();
+        return SQLITE_OK;
+    }
+    static int disconnect(sqlite3_vtab* table)
+    {
+        delete static_cast<Table*>(table);
+        return SQLITE_OK;
+    }
+
+    static int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
+    {
+        const Shared& shared = sharedOf(vtab);
+        const jet::Table& table = shared.table;
+        const auto rows = std::max<double>(table.rowCount(), 1);
+        info->estimatedCost = rows;
+        info->estimatedRows = static_cast<sqlite3_int64>(rows);
+        const auto usable = [&](int i, std::size_t column) {
+            const auto& constraint = info->aConstraint[i];
+            if (!constraint.usable || constraint.iColumn != static_cast<int>(column)) return false;
+            return table.columns()[column].type != ColumnType::text ||
+                   std::string_view(sqlite3_vtab_collation(info, i)) == "ACCESS";
+        };
+        const auto take = [&](Way way, std::size_t number, std::initializer_list<int> constraints, double cost) {
+            if (cost >= info->estimatedCost) return;
+            for (int i = 0; i < info->nConstraint; ++i) info->aConstraintUsage[i].argvIndex = 0;
+            int argument = 0;
+            for (const int i : constraints) info->aConstraintUsage[i].argvIndex = ++argument;
+            info->idxNum = static_cast<int>(number) * ways + static_cast<int>(way);
+            info->estimatedCost = cost;
+            info->estimatedRows = std::max<sqlite3_int64>(1, static_cast<sqlite3_int64>(cost));
+        };
+        for (std::size_t index = 0; index < table.indexes().size(); ++index) {
+            const jet::Index& each = table.indexes()[index];
+            const std::size_t column = each.columns.front().column;
+            const jet::Column& leading = table.columns()[column];
+            if (!isRemembered(leading)) continue; // the same kinds have a sure order in an index
+            std::optional<int> low, high;
+            for (int i = 0; i < info->nConstraint; ++i) {
+                if (!usable(i, column)) continue;
+                const int op = info->aConstraint[i].op;
+                if (op == SQLITE_INDEX_CONSTRAINT_EQ)
+                    take(Way::index, index, {i}, each.unique && each.columns.size() == 1 ? 2 : 4 + std::sqrt(rows));
+                if (op == SQLITE_INDEX_CONSTRAINT_GT || op == SQLITE_INDEX_CONSTRAINT_GE) low = i;
+                if (op == SQLITE_INDEX_CONSTRAINT_LT || op == SQLITE_INDEX_CONSTRAINT_LE) high = i;
+            }
+            if (low && high && leading.type != ColumnType::text) take(Way::range, index, {*low, *high}, 4 + rows / 4);
+        }
+        for (int i = 0; !shared.owner.writing_ && i < info->nConstraint; ++i) {
+            const int column = info->aConstraint[i].iColumn;
+            if (column < 0 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
+            const auto place = static_cast<std::size_t>(column);
+            if (usable(i, place) && isRemembered(table.columns()[place])) take(Way::memory, place, {i}, 8 + rows / 8);
+        }
+        return SQLITE_OK;
+    }
+
+    static int open(sqlite3_vtab*, sqlite3_vtab_cursor** made)
+    {
+        *made = std::make_unique<Cursor>().release();
+        return SQLITE_OK;
+    }
+    static int close(sqlite3_vtab_cursor* cursor)
+    {
+        delete static_cast<Cursor*>(cursor);
+        return SQLITE_OK;
+    }
+
+    static int filter(sqlite3_vtab_cursor* base, int number, const char*, int count, sqlite3_value** values)
+    {
+        Shared& shared = sharedOf(base);
+        return guarded(shared.owner, [&] {
+            auto& cursor = static_cast<Cursor&>(*base);
+            cursor.rows = nullptr;
+            cursor.walk.reset();
+            cursor.at = 0;
+            const auto way = static_cast<Way>(number % ways);
+            const auto place = static_cast<std::size_t>(number / ways);
+            bool empty = false; // nothing equals Null
+            for (int i = 0; i < count; ++i) empty = empty || sqlite3_value_type(values[i]) == SQLITE_NULL;
+            if (empty) {
+                cursor.found.clear();
+                cursor.rows = &cursor.found;
+            } else if (way == Way::index || way == Way::range) {
+                if (auto found = shared.rowsOfIndex(place, values[0], values[count - 1])) {
+                    cursor.found = std::move(*found);
+                    cursor.rows = &cursor.found;
+                }
+            } else if (way == Way::memory) {
+                if (const auto key = shared.keyFor(place, values[0])) cursor.rows = shared.rowsBy(place, *key);
+            }
+            if (cursor.rows == nullptr && shared.owner.writing_) {
+                // Rows must be found before any of them is changed.
+                cursor.found.clear();
+                shared.table.forEachRow([&](jet::RowId id, const jet::RowView&) {
+                    cursor.found.push_back(id);
+                    return true;
+                });
+                cursor.rows = &cursor.found;
+            }
+            if (cursor.rows == nullptr) cursor.walk.emplace(shared.table, shared.table.dataPages(), jet::PageUse::pass);
+            step(shared, cursor);
+        });
+    }
+    static void step(const Shared& shared, Cursor& cursor)
+    {
+        cursor.ended = true;
+        if (cursor.walk) {
+            if (!cursor.walk->next()) return;
+            cursor.id = cursor.walk->id();
+            cursor.ended = false;
+            return;
+        }
+        while (cursor.at < cursor.rows->size()) {
+            cursor.id = (*cursor.rows)[cursor.at++];
+            cursor.view = shared.table.row(cursor.id);
+            if (!cursor.view) continue;
+            cursor.ended = false;
+            return;
+        }
+    }
+    static int next(sqlite3_vtab_cursor* base)
+    {
+        Shared& shared = sharedOf(base);
+        return guarded(shared.owner, [&] { step(shared, static_cast<Cursor&>(*base)); });
+    }
+    static int eof(sqlite3_vtab_cursor* base) { return static_cast<Cursor*>(base)->ended ? 1 : 0; }
+    static int rowid(sqlite3_vtab_cursor* base, sqlite3_int64* into)
+    {
+        *into = numberOf(static_cast<Cursor*>(base)->id);
+        return SQLITE_OK;
+    }
+    static int column(sqlite3_vtab_cursor* base, sqlite3_context* context, int number)
+    {
+        // A field that an Update leaves alone is not read, and not written.
+        if (sqlite3_vtab_nochange(context)) return SQLITE_OK;
+        Shared& shared = sharedOf(base);
+        return guarded(shared.owner, [&] {
+            auto& cursor = static_cast<Cursor&>(*base);
+            const jet::RowView& row = cursor.walk ? cursor.walk->row() : *cursor.view;
+            const auto place = static_cast<std::size_t>(number);
+            switch (shared.table.columns()[place].type) {
+            case ColumnType::text:
+                if (row.text(place, cursor.text)) giveText(context, jet::toUtf8(cursor.text));
+                break;
+            case ColumnType::byte:
+            case ColumnType::integer:
+            case ColumnType::longInteger:
+                if (const auto n = row.number(place)) sqlite3_result_int64(context, static_cast<sqlite3_int64>(*n));
+                break;
+            case ColumnType::doubleFloat:
+                if (const auto n = row.number(place)) sqlite3_result_double(context, *n);
+                break;
+            case ColumnType::dateTime:
+                if (const auto n = row.number(place)) giveMoment(context, {*n});
+                break;
+            default:
+                giveValue(context, row.value(place));
+            }
+        });
+    }
+
+    static int update(sqlite3_vtab* vtab, int count, sqlite3_value** values, sqlite3_int64* added)
+    {
+        Shared& shared = sharedOf(vtab);
+        return guarded(shared.owner, [&] {
+            jet::Table& table = shared.table;
+            ++shared.owner.changed_;
+            if (count == 1) return table.erase(rowOf(sqlite3_value_int64(values[0])));
+            const bool isNew = sqlite3_value_type(values[0]) == SQLITE_NULL;
+            std::vector<jet::Assignment> fields;
+            for (std::size_t i = 0; i < table.columns().size(); ++i) {
+                sqlite3_value* const given = values[i + 2];
+                if (isNew ? sqlite3_value_type(given) == SQLITE_NULL : sqlite3_value_nochange(given) != 0) continue;
+                const jet::Column& wanted = table.columns()[i];
+                try {
+                    fields.push_back({i, valueFor(given, wanted)});
+                } catch (const files::Error& error) {
+                    throw files::Error(error.fault(), jet::quotedName(wanted.name) + " alanı: " + error.what() + ".");
+                }
+            }
+            if (isNew)
+                *added = numberOf(table.insert(fields));
+            else
+                table.update(rowOf(sqlite3_value_int64(values[0])), fields);
+        });
+    }
+
+    static const sqlite3_module& module()
+    {
+        static const sqlite3_module hooks = [] {
+            sqlite3_module made{};
+            made.iVersion = 1;
+            made.xCreate = connect;
+            made.xConnect = connect;
+            made.xBestIndex = bestIndex;
+            made.xDisconnect = disconnect;
+            made.xDestroy = disconnect;
+            made.xOpen = open;
+            made.xClose = close;
+            made.xFilter = filter;
+            made.xNext = next;
+            made.xEof = eof;
+            made.xColumn = column;
+            made.xRowid = rowid;
+            made.xUpdate = update;
+            return made;
+        }();
+        return hooks;
+    }
+};
+
+VirtualTables::VirtualTables(sqlite3* connection, bool writing) : connection_(connection), writing_(writing)
+{
+    if (sqlite3_create_module_v2(connection, "access", &Hooks::module(), this, nullptr) != SQLITE_OK)
+        throw files::Error(files::Fault::disk, "Sorgu için bellek yetmedi; başka programları kapatın.");
+}
+
+VirtualTables::~VirtualTables() = default;
+
+void VirtualTables::add(jet::Table& table)
+{
+    for (const auto& known : tables_)
+        if (&known->table == &table) return;
+    tables_.push_back(std::make_unique<Shared>(*this, table));
+    const std::string sql = "CREATE VIRTUAL TABLE " + sqlName(jet::toUtf8(table.name())) + " USING access(" +
+                            std::to_string(tables_.size() - 1) + ")";
+    if (sqlite3_exec(connection_, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        throw files::Error(files::Fault::unsupported, jet::quotedName(table.name()) + " tablosu sorgulanamıyor (" +
+                                                          sqlite3_errmsg(connection_) + ").");
+}
+
+} // namespace query

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "store/jet/database/database.h"
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace query {
+
+/// The tables of a file as SQLite sees them. Fields become numbers and texts; moments are texts (moments.h), True is
+/// -1.
+///
+/// A read table is walked in passing, so that memory does not grow with it. An index of the table finds rows by one
+/// value, or between two numbers or dates. For a join on another column the rows of the inner table are remembered by
+/// that column when they are looked for a second time: some 60 bytes each.
+class VirtualTables {
+public:
+    /// Both live as long as this. `writing`: rows are found before any is changed.
+    VirtualTables(sqlite3* connection, bool writing);
+    VirtualTables(const VirtualTables&) = delete;
+    VirtualTables& operator=(const VirtualTables&) = delete;
+
+    /// SQLite knows the table by its own name from here on; a second time does nothing.
+    void add(jet::Table& table);
+
+    std::uint64_t changedRows() const { return changed_; }
+    /// What was thrown while SQLite worked, if anything was; SQLite itself only hears that something failed.
+    std::exception_ptr failure() const { return failure_; }
+
+    struct Shared; ///< of one table
+    struct Hooks;  ///< what SQLite calls
+
+private:
+    sqlite3* connection_;
+    bool writing_;
+    std::uint64_t changed_ = 0;
+    std::exception_ptr failure_;
+    std::vector<std::unique_ptr<Shared>> tables_;
+
+public:
+    ~VirtualTables();
+};
+
+} // namespace query

@@ -1,0 +1,344 @@
+#include "platform/system_disk.h"
+#include "query/statement.h"
+#include "store/jet/database/database.h"
+#include "tests/jet/samples.h"
+#include "tests/support/files.h"
+#include "tests/support/table.h"
+#include "tests/support/text.h"
+#include "tests/tools/tool.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+namespace {
+
+using testing::HasSubstr;
+
+/// A mill of three customers and five pressings, and a table of codes.
+class SqlMill : protected Tool {
+protected:
+    SqlMill() : file_(created())
+    {
+        load("Cari", "Unvan,Yuzde,Nakit\nVeli,10,20\nAli Çelik,12.5,10.5\nÇetin,,\n");
+        load("Hareket", "Tarih,Zeytin,Yağ,CariHar\n"
+                        "2025-11-20T14:05:00,1250,250,Ali Çelik\n"
+                        "2025-11-20T16:00:00,100.1,20.1,Veli\n"
+                        "2025-11-21T09:00:00,0.2,0.1,VELİ\n"
+                        "2025-12-01T00:00:00,500,90,Ali Çelik\n"
+                        "2026-01-15T12:00:00,,,Işıl\n");
+    }
+    void load(const std::string& table, const std::string& rows) const
+    {
+        const Outcome outcome = run({"import", file_, table, "-"}, rows);
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+    }
+    Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
+    std::string file_;
+};
+
+struct QuestionRow {
+    std::string sql;
+    std::string answer; ///< lines parted by |, the names first
+};
+class SqlQuestions : public TableTest<QuestionRow>, protected SqlMill {};
+
+RowTable<QuestionRow> sqlQuestions()
+{
+    return {
+        {"all columns", {"Select * From Cari", "Unvan,Yuzde,Kap,Nakit|Veli,10,,20|Ali Çelik,12.5,,10.5|Çetin,,,"}},
+        {"names as the table spells them", {"select UNVAN, nakit from CARI where nakit > 15", "Unvan,Nakit|Veli,20"}},
+        {"alias and expression",
+         {"Select Unvan As Ad, Nakit*2+1 As İki From Cari Where Nakit Is Not Null", "Ad,İki|Veli,41|Ali Çelik,22"}},
+        {"Turkish order", {"Select Unvan From Cari Order By Unvan", "Unvan|Ali Çelik|Çetin|Veli"}},
+        {"order down, Null last", {"Select Unvan From Cari Order By Nakit Desc", "Unvan|Veli|Ali Çelik|Çetin"}},
+        {"order by an alias",
+         {"Select Nakit As N, Unvan From Cari Order By N", "N,Unvan|,Çetin|10.5,Ali Çelik|20,Veli"}},
+        {"Distinct ignores letter case",
+         {"Select Distinct CariHar From Hareket Order By CariHar", "CariHar|Ali Çelik|Işıl|Veli"}},
+        {"Top", {"Select Top 2 Zeytin From Hareket Order By Zeytin Desc", "Zeytin|1250|500"}},
+        {"exact sums",
+         {"Select Count(*), Count(Zeytin), Sum(Yağ), Min(Zeytin), Max(Tarih) From Hareket",
+          "Count(*),Count(Zeytin),Sum(Yağ),Min(Zeytin),Max(Tarih)|5,4,360.2,0.2,2026-01-15T12:00:00"}},
+        {"sums of nothing", {"Select Count(*) As S, Sum(Yağ) As T From Hareket Where Zeytin > 9999", "S,T|0,"}},
+        {"average and deviation", {"Select Avg(Nakit) As O, Round(StDev(Nakit), 3) As S From Cari", "O,S|15.25,6.718"}},
+        {"group and having",
+         {"Select CariHar, Sum(Zeytin) As Z From Hareket Group By CariHar Having Sum(Zeytin) > 50 "
+          "Order By Sum(Zeytin) Desc",
+          "CariHar,Z|Ali Çelik,1750|Veli,100.3"}},
+        {"group by an expression",
+         {"Select Year(Tarih) As Y, Month(Tarih) As A, Count(*) As S From Hareket "
+          "Group By Year(Tarih), Month(Tarih) Order By Year(Tarih), Month(Tarih)",
+          "Y,A,S|2025,11,3|2025,12,1|2026,1,1"}},
+        {"equal but for letter case", {"Select Zeytin From Hareket Where CariHar = 'veli'", "Zeytin|100.1|0.2"}},
+        {"exactly equal", {"Select Zeytin From Hareket Where StrComp(CariHar, 'Veli', 0) = 0", "Zeytin|100.1"}},
+        {"unequal", {"Select Unvan From Cari Where Unvan <> 'VELİ'", "Unvan|Ali Çelik|Çetin"}},
+        {"In", {"Select Unvan From Cari Where Unvan In ('çetin', 'Ayşe') Or Nakit In (20, 30)", "Unvan|Veli|Çetin"}},
+        {"Not In a query", {"Select Unvan From Cari Where Unvan Not In (Select CariHar From Hareket)", "Unvan|Çetin"}},
+        {"Between dates",
+         {"Select Zeytin From Hareket Where Tarih Between #11/20/2025# And #11/21/2025 23:59:59#",
+          "Zeytin|1250|100.1|0.2"}},
+        {"dates by an index, both ends open",
+         {"Select Zeytin From Hareket Where Tarih > #2025-11-20 14:05# And Tarih < "
+          "#2025-12-01#",
+          "Zeytin|100.1|0.2"}},
+        {"one moment", {"Select Zeytin From Hareket Where Tarih = #11/20/2025 14:05:00#", "Zeytin|1250"}},
+        {"date and number", {"Select Zeytin From Hareket Where Tarih >= 46000", "Zeytin|"}},
+        {"Like", {"Select Unvan From Cari Where Unvan Like '*ÇEL?K'", "Unvan|Ali Çelik"}},
+        {"Not Like a set", {"Select Unvan From Cari Where Unvan Not Like '[a-c]*'", "Unvan|Veli|Çetin"}},
+        {"Is Null", {"Select Unvan From Cari Where Nakit Is Null", "Unvan|Çetin"}},
+        {"Not, And, Or",
+         {"Select Unvan From Cari Where Not (Nakit = 20 Or Yuzde Is Null) And True", "Unvan|Ali Çelik"}},
+        {"conditions as values",
+         {"Select Nakit > 15 As B, IIf(Nakit > 15, 'çok', 'az') As M From Cari", "B,M|-1,çok|0,az|,az"}},
+        {"inner join",
+         {"Select C.Unvan, H.Zeytin From Cari As C Inner Join Hareket As H On C.Unvan = H.CariHar "
+          "Where C.Nakit = 20 Order By H.Tarih",
+          "Unvan,Zeytin|Veli,100.1|Veli,0.2"}},
+        {"left join",
+         {"Select Cari.Unvan, Count(Hareket.Zeytin) As S From Cari Left Join Hareket On Cari.Unvan = "
+          "Hareket.CariHar Group By Cari.Unvan Order By Cari.Unvan",
+          "Unvan,S|Ali Çelik,2|Çetin,0|Veli,2"}},
+        {"right join",
+         {"Select Unvan, CariHar From Cari Right Join Hareket On Unvan = CariHar Where Unvan Is Null",
+          "Unvan,CariHar|,Işıl"}},
+        {"three tables with brackets",
+         {"Select a.Unvan From (Cari As a Inner Join Cari As b On a.Unvan = b.Unvan) Inner Join "
+          "Cari As c On b.Unvan = c.Unvan Order By 1",
+          "Unvan|Ali Çelik|Çetin|Veli"}},
+        {"a query in From",
+         {"Select Max(Z) As M From (Select CariHar, Sum(Zeytin) As Z From Hareket Group By CariHar) As T", "M|1750"}},
+        {"a value from a query", {"Select Unvan From Cari Where Nakit > (Select Avg(Nakit) From Cari)", "Unvan|Veli"}},
+        {"Exists",
+         {"Select Unvan From Cari Where Not Exists (Select * From Hareket Where CariHar = Unvan)", "Unvan|Çetin"}},
+        {"Union",
+         {"Select Unvan From Cari Union Select CariHar From Hareket Order By Unvan",
+          "Unvan|Ali Çelik|Çetin|Işıl|Veli"}},
+        {"Union All",
+         {"Select Nakit From Cari Where Nakit > 15 Union All Select 20 From Cari Where Unvan = 'Veli'", "Nakit|20|20"}},
+        {"columns of one name",
+         {"Select Cari.Unvan, b.Unvan From Cari, Cari As b Where Cari.Nakit = 20 And b.Nakit = 10.5",
+          "Cari.Unvan,b.Unvan|Veli,Ali Çelik"}},
+        {"brackets and semicolon", {"Select [Yağ] From [Hareket] Where [Hareket].[Yağ] = 90;", "Yağ|90"}},
+        {"texts tied together",
+         {"Select Unvan & ': ' & Nakit & Null As T From Cari", "T|Veli: 20|Ali Çelik: 10.5|Çetin: "}},
+        {"parts of texts",
+         {"Select Left(Unvan,3) As S, Right(Unvan,2) As D, Mid(Unvan,2,2) As O, Len(Unvan) As U, "
+          "UCase('iIıi') As B, LCase('IİŞ') As K, InStr(Unvan,'ÇE') As Y From Cari Where Nakit=10.5",
+          "S,D,O,U,B,K,Y|Ali,ik,li,9,İIIİ,ıiş,5"}},
+        {"numbers",
+         {"Select 7/2 As a, 7\\2 As b, 7 Mod 4 As c, 2^10 As d, -Int(-2.5) As e, Fix(-2.5) As f, Round(2.675,2) As "
+          "g, Round(2.5) As h, Abs(-3) As i, 10-2-3 As j",
+          "a,b,c,d,e,f,g,h,i,j|3.5,3,3,1024,3,-2,2.68,2,3,5"}},
+        {"dates",
+         {"Select DateSerial(2025,13,1) As a, DateAdd('m',1,#1/31/2025#) As b, DateDiff('d',#1/1/2025#,#3/1/2025#) "
+          "As c, Weekday(#11/20/2025#) As d, #11/20/2025#+1 As e, #11/21/2025#-#11/20/2025# As f, "
+          "DatePart('q',#11/20/2025#) As g",
+          "a,b,c,d,e,f,g|2026-01-01T00:00:00,2025-02-28T00:00:00,59,5,2025-11-21T00:00:00,1,4"}},
+        {"Format and Nz",
+         {"Select Format(Tarih,'dd.mm.yyyy') As G, Format(Nz(Zeytin,0),'#,##0.0') As Z From Hareket "
+          "Where Yağ = 250 Or Zeytin Is Null",
+          "G,Z|20.11.2025,\"1.250,0\"|15.01.2026,\"0,0\""}},
+        {"division by nothing", {"Select 1/0 As B, Unvan From Cari Where Nakit=20", "B,Unvan|,Veli"}},
+        {"a table by its name alone", {"[Cari]", "Unvan,Yuzde,Kap,Nakit|Veli,10,,20|Ali Çelik,12.5,,10.5|Çetin,,,"}},
+        {"an apostrophe", {"Select Unvan From Cari Where Unvan = 'O''Neill' Or Unvan = \"çetin\"", "Unvan|Çetin"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SqlQuestions, testing::ValuesIn(sqlQuestions()), RowName());
+
+TEST_P(SqlQuestions, areAnsweredAsAccessAnswersThem)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const Outcome outcome = sql(row().sql);
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    std::string lines = outcome.out;
+    for (std::size_t at; (at = lines.find("\r\n")) != std::string::npos;) lines.replace(at, 2, "|");
+    ASSERT_EQ(lines, row().answer + "|");
+}
+
+struct RefusedRow {
+    std::string sql;
+    std::string named;
+};
+class SqlRefusals : public TableTest<RefusedRow>, protected SqlMill {};
+
+RowTable<RefusedRow> sqlRefusals()
+{
+    return {
+        {"unknown table", {"Select * From Yok", "'Yok' adlı bir tablo ya da sorgu yok"}},
+        {"unknown field", {"Select Yok From Cari", "'Yok' diye bir alan yok"}},
+        {"unknown field of a table", {"Select Cari.Zeytin From Cari", "'Cari.Zeytin' diye bir alan yok"}},
+        {"field of two tables", {"Select Unvan From Cari, Cari As b", "birden çok tabloda"}},
+        {"unknown function", {"Select Sin(Nakit) From Cari", "'Sin' diye bir işlev yok"}},
+        {"number and text", {"Select * From Cari Where Nakit = '20'", "sayı bir metinle"}},
+        {"date and text", {"Select * From Hareket Where Tarih = '20.11.2025'", "#11/20/2025#"}},
+        {"no date", {"Select * From Hareket Where Tarih = #20.11.2025#", "bir tarih değil"}},
+        {"open quote", {"Select 'a From Cari", "tırnak kapanmıyor"}},
+        {"open bracket", {"Select [a From Cari", "köşeli ayraç"}},
+        {"field that is not grouped", {"Select Unvan, Count(*) From Cari", "Group By"}},
+        {"field of another group", {"Select Yuzde From Cari Group By Unvan", "Group By"}},
+        {"sum in Where", {"Select * From Cari Where Sum(Nakit) > 1", "Where içinde toplam"}},
+        {"a form's field", {"Select * From Cari Where Unvan = [Forms]![F]![Ad]", "formun alanı"}},
+        {"crosstab", {"Transform Sum(Zeytin) Select CariHar From Hareket", "desteklenmiyor"}},
+        {"unequal union", {"Select Unvan, Nakit From Cari Union Select CariHar From Hareket", "sütun sayıları"}},
+        {"rest behind the end", {"Select * From Cari ; Select", "bitmesi gerekirdi"}},
+        {"text in a sum", {"Select Sum(Unvan) From Cari", "Sum sayı ister"}},
+        {"text as a number", {"Select Unvan * 2 From Cari", "'Veli' bir sayı"}},
+        {"nothing", {"", "select bekleniyor"}},
+        {"system functions of the reader", {"Select load_extension('x')", "işlev yok"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SqlRefusals, testing::ValuesIn(sqlRefusals()), RowName());
+
+TEST_P(SqlRefusals, sayWhatIsNotUnderstood)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const Outcome outcome = sql(row().sql);
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr(row().named));
+    ASSERT_EQ(countOf("\n", outcome.err), 1);
+}
+
+struct ChangeRow {
+    std::string sql;
+    std::string said;
+    std::string names; ///< and fees, afterwards
+};
+class SqlChanges : public TableTest<ChangeRow>, protected SqlMill {};
+
+RowTable<ChangeRow> sqlChanges()
+{
+    return {
+        {"insert",
+         {"Insert Into Cari (Unvan, Nakit) Values ('Ayşe', 5*3)", "1 satır eklendi.",
+          "Veli,20|Ali Çelik,10.5|Çetin,|Ayşe,15"}},
+        {"insert from a query",
+         {"Insert Into Cari (Unvan, Nakit) Select Distinct CariHar, 1 From Hareket Where CariHar Not In "
+          "(Select Unvan From Cari)",
+          "1 satır eklendi.", "Veli,20|Ali Çelik,10.5|Çetin,|Işıl,1"}},
+        {"insert from itself",
+         {"Insert Into Cari (Unvan) Select Unvan & '2' From Cari", "3 satır eklendi.",
+          "Veli,20|Ali Çelik,10.5|Çetin,|Veli2,|Ali Çelik2,|Çetin2,"}},
+        {"update",
+         {"Update Cari Set Nakit = Nz(Nakit, 0) + 1", "3 satır değiştirildi.", "Veli,21|Ali Çelik,11.5|Çetin,1"}},
+        {"update some",
+         {"Update Cari Set Unvan = UCase(Unvan), Nakit = Null Where Nakit > 15", "1 satır değiştirildi.",
+          "VELİ,|Ali Çelik,10.5|Çetin,"}},
+        {"update by a query",
+         {"Update Cari Set Nakit = (Select Count(*) From Hareket Where CariHar = Unvan)", "3 satır değiştirildi.",
+          "Veli,2|Ali Çelik,2|Çetin,0"}},
+        {"delete", {"Delete From Cari Where Unvan Like 'v*' Or Nakit Is Null", "2 satır silindi.", "Ali Çelik,10.5"}},
+        {"delete as Access writes it",
+         {"DELETE * FROM Cari WHERE Unvan='veli';", "1 satır silindi.", "Ali Çelik,10.5|Çetin,"}},
+        {"delete all", {"Delete From Cari", "3 satır silindi.", ""}},
+        {"delete none", {"Delete From Cari Where Unvan = 'yok'", "0 satır silindi.", "Veli,20|Ali Çelik,10.5|Çetin,"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SqlChanges, testing::ValuesIn(sqlChanges()), RowName());
+
+TEST_P(SqlChanges, areMadeAndCounted)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const auto& [text, said, names] = row();
+    const Outcome outcome = sql(text);
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_EQ(outcome.out, said + "\n");
+    std::string rows;
+    const std::vector<std::string> lines = split(run({"export", file_, "Cari"}).out, "\r\n");
+    for (std::size_t i = 1; i + 1 < lines.size(); ++i) {
+        const std::vector<std::string> fields = split(lines[i], ",");
+        rows += (rows.empty() ? "" : "|") + fields.front() + "," + fields.back();
+    }
+    ASSERT_EQ(rows, names);
+    verifySound(file_);
+}
+
+class SqlRefusedChanges : public TableTest<RefusedRow>, protected SqlMill {};
+
+RowTable<RefusedRow> sqlRefusedChanges()
+{
+    const std::string tooLong(101, 'x');
+    return {
+        {"a later row is refused", {"Update Cari Set Unvan = IIf(Unvan = 'Çetin', '" + tooLong + "', 'iyi')", "Unvan"}},
+        {"a later row is no number", {"Update Cari Set Nakit = IIf(Unvan = 'Çetin', 'çok', 1)", "\"Nakit\" alanı"}},
+        {"unknown field", {"Update Cari Set Yok = 1", "'Yok' diye bir alan yok"}},
+        {"too few values", {"Insert Into Cari (Unvan, Nakit) Values ('Ayşe')", "2 alana 1 değer"}},
+        {"unknown table", {"Delete From Yok", "'Yok' adlı tablo yok"}},
+        {"a saved query", {"Update Cari Inner Join Hareket On Unvan = CariHar Set Nakit = 1", "Set bekleniyor"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SqlRefusedChanges, testing::ValuesIn(sqlRefusedChanges()), RowName());
+
+TEST_P(SqlRefusedChanges, leaveEverythingAsItWas)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const std::vector<std::uint8_t> before = bytesOfFile(file_);
+    const Outcome outcome = sql(row().sql);
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr(row().named));
+    ASSERT_EQ(bytesOfFile(file_), before);
+}
+
+struct SavedRow {
+    std::string name;
+    std::string begins; ///< of the answer, or of the refusal
+    int lines = 0;      ///< with the names; 0: refused
+};
+class SavedQueries : public TableTest<SavedRow>, protected Tool {};
+
+RowTable<SavedRow> savedQueries()
+{
+    return {
+        {"join and condition", {"Alphabetical List of Products", "ProductID,", 70}},
+        {"alias", {"Current Product List", "ProductID,ProductName\r\n", 70}},
+        {"union", {"Customers and Suppliers by City", "City,CompanyName,ContactName,Relationship\r\n", 121}},
+        {"query over a query", {"Category Sales for 1995", "CategoryName,CategorySales\r\n", 9}},
+        {"group", {"Order Subtotals", "OrderID,Subtotal\r\n10248,440\r\n", 831}},
+        {"order",
+         {"Order Details Extended", "OrderID,ProductID,ProductName,UnitPrice,Quantity,Discount,ExtendedPrice\r\n",
+          2156}},
+        {"Top", {"Ten Most Expensive Products", "TenMostExpensiveProducts,UnitPrice\r\nCôte de Blaye,263.5\r\n", 11}},
+        {"value of a query", {"Products Above Average Price", "ProductName,UnitPrice\r\nCôte de Blaye,263.5\r\n", 26}},
+        {"six tables", {"Invoices", "ShipName,", 2156}},
+        {"crosstab", {"Quarterly Orders by Product", "çapraz sorgu"}},
+        {"a form's field", {"Invoices Filter", "formun alanı"}},
+        {"a parameter", {"Employee Sales by Country", "'Beginning Date' diye bir alan yok"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SavedQueries, testing::ValuesIn(savedQueries()), RowName());
+
+TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    const auto& [name, begins, lines] = row();
+    const std::string file = samples::database("mdb/northwind-2000.mdb");
+    const Outcome outcome = run({"sql", file, "[" + name + "]"});
+    ASSERT_EQ(outcome.code, lines == 0 ? 1 : 0) << outcome.err;
+    if (lines == 0) {
+        ASSERT_THAT(outcome.err, HasSubstr(begins));
+        return;
+    }
+    ASSERT_THAT(outcome.out, testing::StartsWith(begins));
+    // A text may hold the end of a line; in JSON it does not.
+    const Outcome counted = run({"sql", file, "[" + name + "]", "--format", "jsonl"});
+    ASSERT_EQ(countOf("\n", counted.out), lines - 1);
+}
+
+class SqlOutput : public testing::Test, protected SqlMill {};
+
+TEST_F(SqlOutput, goesToEveryFormatLikeAnExport)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const std::string text = "Select Unvan, Nakit From Cari Where Nakit = 20";
+    ASSERT_EQ(run({"sql", file_, text, "--format", "jsonl"}).out, "{\"Unvan\":\"Veli\",\"Nakit\":20}\n");
+    ASSERT_EQ(run({"sql", file_, text, "--out", path("soru.csv")}).code, 0);
+    ASSERT_EQ(textOfFile(path("soru.csv")), "Unvan,Nakit\r\nVeli,20\r\n");
+}
+
+} // namespace

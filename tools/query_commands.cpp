@@ -1,0 +1,58 @@
+#include "tools/query_commands.h"
+
+#include "query/statement.h"
+#include "store/jet/database/database.h"
+#include "tools/row_output.h"
+
+#include <algorithm>
+
+namespace tools {
+
+constinit const char* const sqlHelp =
+    "Select'in satırlarını yazar (--format ve --out export'taki gibidir); Insert, Update ve Delete'in satırlarının\n"
+    "sayısını yazar, ya hepsi yapılır ya hiçbiri. Dil Access'inkidir:\n"
+    "  Select [Distinct] [Top n] * | TABLO.* | deyim [As ad], ...  From ...  [Where koşul]\n"
+    "         [Group By deyim, ...] [Having koşul] [Order By deyim [Desc], ...]\n"
+    "  Select ... Union [All] Select ... [Order By ...]\n"
+    "  From: TABLO ya da kayıtlı sorgu [As ad], Inner Join, Left Join, Right Join ... On koşul, (Select ...) As ad\n"
+    "  Insert Into TABLO [(alan, ...)] Values (deyim, ...) | Select ...\n"
+    "  Update TABLO Set alan = deyim, ... [Where koşul]        Delete From TABLO [Where koşul]\n"
+    "Yalnız bir ad verilirse o tablonun ya da kayıtlı sorgunun satırları yazılır.\n"
+    "Koşul:   = <> < > <= >=, And, Or, Xor, Not, Between ... And ..., In (...), In (Select ...), Exists (Select ...),\n"
+    "         Is [Not] Null, Like '*? # [a-c] [!a]'. Metinler dosyanın sıralamasıyla karşılaştırılır: büyük küçük "
+    "harf\n"
+    "         ayrılmaz; ayırmak için StrComp(a, b, 0).\n"
+    "Deyim:   + - * / \\ Mod ^ &, 'metin' \"metin\", 12.5, #11/20/2025 14:05# (ay/gün/yıl) ya da #2025-11-20#,\n"
+    "         True, False, Null, [boşluklu ad], TABLO.ALAN, (Select ...)\n"
+    "Toplam:  Count, Sum, Avg, Min, Max, First, Last, StDev, StDevP, Var, VarP\n"
+    "İşlev:   IIf Nz IsNull | Len Left Right Mid UCase LCase Trim LTrim RTrim InStr Replace StrComp Val CStr Format |\n"
+    "         Abs Int Fix Round Sgn Sqr CInt CLng CDbl CSng CCur | Now Date Time Year Month Day Hour Minute Second\n"
+    "         Weekday DateSerial TimeSerial DateAdd DateDiff DatePart DateValue CDate\n"
+    "Top n tam n satır verir. Decimal alanlar burada 15 basamakla sayılır; export hepsini verir.\n";
+
+int runSql(files::Disk& disk, Arguments arguments)
+{
+    const Parsed parsed = parse("sql", arguments, {"--format", "--out"});
+    if (parsed.words.size() != 2) misused("'sql' DOSYA ve METİN ister; yardım için: presva-mdb sql --help");
+    const std::string& sql = parsed.words[1];
+    if (query::writes(sql)) {
+        const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
+        const std::uint64_t rows = query::execute(*database, sql, false);
+        const char first = static_cast<char>(sql[sql.find_first_not_of(" \t\r\n")] | 0x20);
+        Output out(standardOutput);
+        say(out, std::to_string(rows) + (first == 'd'   ? " satır silindi."
+                                         : first == 'i' ? " satır eklendi."
+                                                        : " satır değiştirildi."));
+        out.flush();
+        return 0;
+    }
+    const Format format = formatOf(parsed, false);
+    const auto to = parsed.option("--out");
+    const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
+    exchange::ExportLosses losses;
+    writeRows(disk, format, to ? std::optional(pathOf(*to)) : std::nullopt, losses,
+              [&](exchange::RowWriter& rows) { query::select(*database, sql, false, rows); });
+    return toldLosses(losses);
+}
+
+} // namespace tools
