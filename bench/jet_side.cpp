@@ -2,7 +2,11 @@
 #include "bench/mill.h"
 #include "bench/sides.h"
 
+#include "exchange/csv.h"
+#include "exchange/field_text.h"
+#include "exchange/row_writer.h"
 #include "platform/system_disk.h"
+#include "query/statement.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
@@ -238,6 +242,31 @@ void fourSums(const std::string& task, const SharedSession& session)
     })->Unit(benchmark::kMillisecond);
 }
 
+/// What presva-mdb sql does, into nothing.
+void grouped(const SharedSession& session)
+{
+    class Rows : public exchange::RowWriter {
+    public:
+        void begin(std::u16string_view, const std::vector<jet::Column>&) override {}
+        void values(std::span<const jet::Value> row) override
+        {
+            ++count;
+            olives += std::get<double>(row[1]);
+        }
+        void end() override {}
+        double count = 0, olives = 0;
+    };
+    benchmark::RegisterBenchmark(comparison::name("olives by share", us).c_str(), [=](benchmark::State& state) {
+        std::unique_ptr<Rows> rows;
+        for ([[maybe_unused]] auto _ : state) {
+            rows = std::make_unique<Rows>();
+            query::select(**session, "Select Yuzde, Sum(Zeytin) From Hareket Group By Yuzde", false, *rows);
+        }
+        answer("shares", us, rows->count);
+        answer("olives of shares", us, rows->olives);
+    })->Unit(benchmark::kMillisecond);
+}
+
 /// What presva-mdb export does, into nothing.
 void exports(const SharedSession& session)
 {
@@ -437,6 +466,7 @@ void registerJet(const Files& files)
     listings("one month, indexed", indexed);
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
+    grouped(plain);
     wheresByKey(std::make_shared<Session>(files.keyed()));
     exports(plain);
     imports(files);

@@ -219,6 +219,19 @@ void fourSums(const std::string& task, const SharedSession& session)
     })->Unit(benchmark::kMillisecond);
 }
 
+void grouped(const SharedSession& session)
+{
+    benchmark::RegisterBenchmark(comparison::name("olives by share", them).c_str(), [=](benchmark::State& state) {
+        std::pair<double, double> found;
+        for ([[maybe_unused]] auto _ : state) {
+            const Statement statement = (**session).prepare("SELECT Yuzde,Sum(Zeytin) FROM Hareket GROUP BY Yuzde");
+            found = readAll(**session, statement, 1);
+        }
+        answer("shares", them, found.second);
+        answer("olives of shares", them, found.first);
+    })->Unit(benchmark::kMillisecond);
+}
+
 void wheresByKey(const SharedSession& session)
 {
     benchmark::RegisterBenchmark(comparison::name("Where by key", them).c_str(), [=](benchmark::State& state) {
@@ -404,6 +417,7 @@ void registerSqlite(const Files& files)
     listings("one month, indexed", indexed);
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
+    grouped(plain);
     wheresByKey(std::make_shared<Session>(files.sqliteKeyed()));
     exports(plain);
     imports(files);

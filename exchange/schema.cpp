@@ -223,9 +223,11 @@ void Schema::writeIndexes(const jet::Table& table)
             columns += (columns.empty() ? "" : ", ") + quotedName(table.columns()[column.column].name) +
                        (column.ascending ? "" : " DESC");
         const std::u16string own = index.names.empty() ? std::u16string(u"index") : index.names.front();
-        out_.put(std::string(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") +
-                 quotedName(freeName(table.name() + u"_" + own, taken_)) + " ON " + quotedName(table.name()) + " (" +
-                 columns + ");\n");
+        out_.put(index.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ");
+        out_.put(quotedName(freeName(table.name() + u"_" + own, taken_)));
+        out_.put(" ON " + quotedName(table.name()) + " (");
+        out_.put(columns);
+        out_.put(");\n");
     }
     out_.put('\n');
 }

@@ -129,7 +129,8 @@ std::optional<jet::DateTime> momentOf(const Calendar& calendar)
     if (year < 99 || year > 10'000) return std::nullopt;
     const chrono::sys_days first{chrono::year{static_cast<int>(year)} / static_cast<int>(months % 12 + 1) / 1};
     const std::int64_t days = (first - dayZero).count() + calendar.day - 1;
-    const std::int64_t seconds = std::int64_t{calendar.hour} * 3600 + calendar.minute * 60 + calendar.second;
+    const std::int64_t seconds =
+        std::int64_t{calendar.hour} * 3600 + std::int64_t{calendar.minute} * 60 + calendar.second;
     // Hours, minutes and seconds run over into the days.
     const std::int64_t total = days * 86'400 + seconds;
     const std::int64_t day = dayOf(total * 1000);

@@ -1,8 +1,8 @@
 #include "tools/command_line.h"
 
-#include "files/error.h"
 #include "platform/console.h"
 #include "store/jet/values/calendar.h"
+#include "tools/language.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -39,7 +39,7 @@ std::filesystem::path pathOf(const std::string& utf8)
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-void misused(const std::string& sentence) { throw files::Error(files::Fault::badValue, sentence); }
+void misused(const std::string& sentence) { throw Misuse(sentence); }
 
 std::optional<std::string> Parsed::option(std::string_view name) const
 {
@@ -53,22 +53,26 @@ std::optional<std::string> Parsed::oneOf(std::string_view name, std::initializer
     if (!given || std::ranges::find(allowed, *given) != allowed.end()) return given;
     std::string names;
     for (const std::string_view each : allowed) names += (names.empty() ? "" : ", ") + std::string(each);
-    misused(std::string(name) + " şunlardan biri olmalı: " + names + ".");
+    misused(std::string(name) + said(" şunlardan biri olmalı: ", " must be one of: ") + names + ".");
 }
 
 Parsed parse(std::string_view command, Arguments arguments, std::initializer_list<std::string_view> known)
 {
     Parsed parsed;
-    const std::string help = "; yardım için: presva-mdb " + std::string(command) + " --help";
+    const std::string help =
+        said("; yardım için: presva-mdb ", "; for help: presva-mdb ") + std::string(command) + " --help";
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];
         if (!word.starts_with('-') || word.size() == 1) {
             parsed.words.push_back(word);
             continue;
         }
-        if (std::ranges::find(known, word) == known.end()) misused("'" + word + "' diye bir seçenek yok" + help);
-        if (i + 1 == arguments.size()) misused("'" + word + "' seçeneğinin değeri eksik" + help);
-        if (!parsed.options.emplace(word, arguments[++i]).second) misused("'" + word + "' iki kez verilmiş" + help);
+        if (std::ranges::find(known, word) == known.end())
+            misused("'" + word + said("' diye bir seçenek yok", "' is no option") + help);
+        if (i + 1 == arguments.size())
+            misused("'" + word + said("' seçeneğinin değeri eksik", "' lacks its value") + help);
+        if (!parsed.options.emplace(word, arguments[++i]).second)
+            misused("'" + word + said("' iki kez verilmiş", "' is given twice") + help);
     }
     return parsed;
 }

@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,7 +43,12 @@ jet::DateTime now();
 
 std::filesystem::path pathOf(const std::string& utf8);
 
-/// Ends the command: it was called in a way that it does not know.
+/// A command was called in a way that it does not know; the sentence is in the language that is spoken.
+struct Misuse : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Ends the command with a Misuse: it was called in a way that it does not know.
 [[noreturn]] void misused(const std::string& sentence);
 
 /// What stands behind a command's name: words, and options with a value each.

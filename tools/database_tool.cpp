@@ -1,4 +1,5 @@
 #include "tools/database_tool.h"
+#include "tools/language.h"
 
 #include "exchange/field_text.h"
 #include "files/own_bug.h"
@@ -7,6 +8,7 @@
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "tools/command_line.h"
+#include "tools/english_help.h"
 #include "tools/exchange_commands.h"
 #include "tools/query_commands.h"
 #include "tools/repair_commands.h"
@@ -27,8 +29,8 @@ namespace {
 
 std::string collationName(jet::Collation collation)
 {
-    if (collation == jet::turkish) return "Türkçe";
-    if (collation == jet::general) return "Genel";
+    if (collation == jet::turkish) return said("Türkçe", "Turkish");
+    if (collation == jet::general) return said("Genel", "General");
     char code[16];
     std::snprintf(code, sizeof code, "0x%04X", collation.lcid);
     return code;
@@ -43,15 +45,20 @@ int create(files::Disk& disk, Arguments arguments)
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i] == "--collation") {
             const std::string name = i + 1 < arguments.size() ? arguments[++i] : "";
-            if (name != "turkish" && name != "general") misused("--collation turkish ya da general olmalı.");
+            if (name != "turkish" && name != "general")
+                misused(said("--collation turkish ya da general olmalı.", "--collation must be turkish or general."));
             collation = name == "turkish" ? jet::turkish : jet::general;
         } else if (!file) {
             file = arguments[i];
         } else {
-            misused("'" + arguments[i] + "' fazla; yardım için: presva-mdb create --help");
+            misused("'" + arguments[i] +
+                    said("' fazla; yardım için: presva-mdb create --help",
+                         "' is too much; for help: presva-mdb create --help"));
         }
     }
-    if (!file) misused("Dosya adı eksik; yardım için: presva-mdb create --help");
+    if (!file)
+        misused(said("Dosya adı eksik; yardım için: presva-mdb create --help",
+                     "The file's name is missing; for help: presva-mdb create --help"));
     mill::createDatabase(disk, pathOf(*file), collation, now());
     return 0;
 }
@@ -73,25 +80,26 @@ std::uint64_t countRows(const jet::Table& table)
 
 void describe(Output& out, const jet::Table& table)
 {
-    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(countRows(table)) + " satır");
+    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(countRows(table)) + said(" satır", " rows"));
     for (const jet::Column& column : table.columns())
         say(out, "    " + jet::toUtf8(column.name) + "  " + exchange::typeName(column) +
-                     (column.required ? ", zorunlu" : ""));
+                     (column.required ? said(", zorunlu", ", required") : ""));
     for (const jet::Index& index : table.indexes()) {
-        std::string line = "    dizin ";
+        std::string line = said("    dizin ", "    index ");
         for (const std::u16string& name : index.names)
             line += jet::toUtf8(name) + (&name == &index.names.back() ? "" : " = ");
         line += " (";
         for (const jet::IndexColumn& column : index.columns) {
             if (&column != &index.columns.front()) line += ", ";
-            line += jet::toUtf8(table.columns()[column.column].name) + (column.ascending ? "" : " azalan");
+            line += jet::toUtf8(table.columns()[column.column].name) +
+                    (column.ascending ? "" : said(" azalan", " descending"));
         }
         line += ")";
-        if (index.primaryKey) line += ", birincil anahtar";
-        if (index.unique) line += ", benzersiz";
-        if (index.required) line += ", zorunlu";
-        if (index.ignoreNulls) line += ", boşlar dışarıda";
-        if (index.relationship) line += ", ilişki";
+        if (index.primaryKey) line += said(", birincil anahtar", ", primary key");
+        if (index.unique) line += said(", benzersiz", ", unique");
+        if (index.required) line += said(", zorunlu", ", required");
+        if (index.ignoreNulls) line += said(", boşlar dışarıda", ", without Nulls");
+        if (index.relationship) line += said(", ilişki", ", relationship");
         say(out, line);
     }
 }
@@ -101,19 +109,19 @@ int info(files::Disk& disk, Arguments arguments)
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
     Output out(standardOutput);
     const auto pages = database->pager().pageCount();
-    say(out, "Dosya: " + arguments[0]);
-    say(out, "Biçim: Access 2000-2003 (Jet 4)");
-    say(out, "Boyut: " + std::to_string(std::uint64_t{pages} * jet::pageSize) + " bayt, " + std::to_string(pages) +
-                 " sayfa");
-    say(out,
-        "Sıralama: " + collationName(database->collation()) + ", kod sayfası " + std::to_string(database->codePage()));
+    say(out, said("Dosya: ", "File: ") + arguments[0]);
+    say(out, said("Biçim: Access 2000-2003 (Jet 4)", "Format: Access 2000-2003 (Jet 4)"));
+    say(out, said("Boyut: ", "Size: ") + std::to_string(std::uint64_t{pages} * jet::pageSize) +
+                 said(" bayt, ", " bytes, ") + std::to_string(pages) + said(" sayfa", " pages"));
+    say(out, said("Sıralama: ", "Collation: ") + collationName(database->collation()) +
+                 said(", kod sayfası ", ", code page ") + std::to_string(database->codePage()));
     for (const std::u16string& name : database->tableNames()) {
         say(out, "");
         describe(out, database->table(name));
     }
     const std::vector<std::u16string> queries = query::savedQueries(*database);
     if (!queries.empty()) say(out, "");
-    for (const std::u16string& name : queries) say(out, "Kayıtlı sorgu: " + jet::toUtf8(name));
+    for (const std::u16string& name : queries) say(out, said("Kayıtlı sorgu: ", "Saved query: ") + jet::toUtf8(name));
     out.flush();
     return 0;
 }
@@ -121,7 +129,7 @@ int info(files::Disk& disk, Arguments arguments)
 int backupFile(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-    Progress progress("Yedekleniyor");
+    Progress progress(said("Yedekleniyor", "Copying"));
     jet::backup(disk, *database, pathOf(arguments[1]), std::ref(progress));
     return 0;
 }
@@ -199,29 +207,46 @@ const Command commands[] = {
 };
 // clang-format on
 
+/// In the language that is spoken, as far as there is one.
+EnglishHelp helpOf(const Command& command)
+{
+    const EnglishHelp* const english = speaksEnglish() ? englishHelp(command.name) : nullptr;
+    return english != nullptr ? *english : EnglishHelp{command.name, command.parameters, command.summary, command.help};
+}
+
 void putUsage(Output& out)
 {
-    say(out, "presva-mdb: Access 2000-2003 veritabanları (.mdb) için komutlar\n\nKullanım:");
-    for (const Command& command : commands)
-        say(out, "    presva-mdb " + std::string(command.name) + " " + std::string(command.parameters) + "\n        " +
-                     std::string(command.summary));
-    say(out, "\nHer komutun kendi yardımı vardır: presva-mdb KOMUT --help\n"
-             "Hata olursa standart hata çıktısına bir satır yazılır ve çıkış kodu 1 olur.");
+    say(out, said("presva-mdb: Access 2000-2003 veritabanları (.mdb) için komutlar\n\nKullanım:",
+                  "presva-mdb: commands for Access 2000-2003 databases (.mdb)\n\nUsage:"));
+    for (const Command& command : commands) {
+        const EnglishHelp help = helpOf(command);
+        say(out, "    presva-mdb " + std::string(help.name) + " " + std::string(help.parameters) + "\n        " +
+                     std::string(help.summary));
+    }
+    say(out, said("\nHer komutun kendi yardımı vardır: presva-mdb KOMUT --help\n"
+                  "Hata olursa standart hata çıktısına bir satır yazılır ve çıkış kodu 1 olur.\n"
+                  "Dil: --lang tr|en; verilmezse LC_ALL, LC_MESSAGES ya da LANG \"en\" ile başlıyorsa İngilizce.",
+                  "\nEvery command has its own help: presva-mdb COMMAND --help\n"
+                  "A failure is one line on standard error, and the exit code 1.\n"
+                  "Language: --lang tr|en; without it English where LC_ALL, LC_MESSAGES or LANG begins with \"en\"."));
 }
 
 void putHelp(Output& out, const Command& command)
 {
-    say(out, "Kullanım: presva-mdb " + std::string(command.name) + " " + std::string(command.parameters) + "\n");
-    std::string summary(command.summary);
-    say(out, "Komut " + summary + ".");
-    out.put(command.help);
+    const EnglishHelp help = helpOf(command);
+    say(out, said("Kullanım: presva-mdb ", "Usage: presva-mdb ") + std::string(help.name) + " " +
+                 std::string(help.parameters) + "\n");
+    say(out, said("Komut ", "It ") + std::string(help.summary) + ".");
+    out.put(help.help);
 }
 
 bool isHelp(const std::string& argument) { return argument == "--help" || argument == "-h"; }
 
 int run(files::Disk& disk, Arguments arguments)
 {
-    if (arguments.empty()) misused("Komut eksik; yardım için: presva-mdb --help");
+    if (arguments.empty())
+        misused(
+            said("Komut eksik; yardım için: presva-mdb --help", "The command is missing; for help: presva-mdb --help"));
     if (isHelp(arguments[0])) {
         Output out(standardOutput);
         putUsage(out);
@@ -230,7 +255,9 @@ int run(files::Disk& disk, Arguments arguments)
     }
     const auto command = std::ranges::find_if(commands, [&](const Command& each) { return each.name == arguments[0]; });
     if (command == std::end(commands))
-        misused("'" + arguments[0] + "' diye bir komut yok; yardım için: presva-mdb --help");
+        misused("'" + arguments[0] +
+                said("' diye bir komut yok; yardım için: presva-mdb --help",
+                     "' is no command; for help: presva-mdb --help"));
     const Arguments rest = arguments.subspan(1);
     if (std::ranges::any_of(rest, isHelp)) {
         Output out(standardOutput);
@@ -239,24 +266,28 @@ int run(files::Disk& disk, Arguments arguments)
         return 0;
     }
     if (rest.size() < command->fewest || rest.size() > command->most)
-        misused("'" + arguments[0] + "' komutu şöyle yazılır: presva-mdb " + arguments[0] + " " +
-                std::string(command->parameters));
+        misused("'" + arguments[0] + said("' komutu şöyle yazılır: presva-mdb ", "' is written so: presva-mdb ") +
+                arguments[0] + " " + std::string(helpOf(*command).parameters));
     return command->run(disk, rest);
 }
 
 } // namespace
 
-int runDatabaseTool(files::Disk& disk, std::span<const std::string> arguments)
+int runDatabaseTool(files::Disk& disk, std::span<const std::string> given)
 {
     const auto fail = [](std::string line) {
         std::ranges::replace(line, '\n', ' ');
         std::fprintf(stderr, "presva-mdb: %s\n", line.c_str());
         return 1;
     };
+    std::vector<std::string> arguments(given.begin(), given.end());
     try {
+        chooseLanguage(arguments);
         return run(disk, arguments);
+    } catch (const Misuse& misuse) {
+        return fail(misuse.what());
     } catch (const jet::Error& error) {
-        return fail(error.what());
+        return fail(sentenceOf(error));
     } catch (const std::exception& error) {
         return fail(files::ownBug(arguments.empty() ? "presva-mdb" : arguments[0], error));
     }

@@ -1,4 +1,5 @@
 #include "tools/exchange_commands.h"
+#include "tools/language.h"
 
 #include "exchange/schema.h"
 #include "exchange/table_export.h"
@@ -23,7 +24,7 @@ using exchange::ExportLosses;
 
 void write(const jet::Table& table, exchange::RowWriter& rows, ExportLosses& losses)
 {
-    Progress progress("Aktarılıyor");
+    Progress progress(said("Aktarılıyor", "Exporting"));
     exchange::exportTable(table, rows, losses, std::ref(progress));
 }
 
@@ -62,7 +63,7 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
         writeRows(disk, format, folder / pathOf(names[i]), losses,
                   [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });
     Output out(standardOutput);
-    say(out, std::to_string(tables.size()) + " tablo yazıldı.");
+    say(out, std::to_string(tables.size()) + said(" tablo yazıldı.", " tables written."));
     out.flush();
 }
 
@@ -87,7 +88,9 @@ int exportTables(files::Disk& disk, Arguments arguments)
     const auto folder = parsed.option("--all");
     const auto to = parsed.option("--out");
     if (parsed.words.size() != (folder ? 1 : 2) || (folder && to))
-        misused("'export' ya bir TABLO adıyla ya da --all KLASÖR ile yazılır; yardım için: presva-mdb export --help");
+        misused(
+            said("'export' ya bir TABLO adıyla ya da --all KLASÖR ile yazılır; yardım için: presva-mdb export --help",
+                 "'export' takes a TABLE or --all FOLDER; for help: presva-mdb export --help"));
     const Format format = formatOf(parsed, folder.has_value());
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
     ExportLosses losses;
@@ -104,7 +107,9 @@ int exportTables(files::Disk& disk, Arguments arguments)
 int importTable(files::Disk& disk, Arguments arguments)
 {
     const Parsed parsed = parse("import", arguments, {"--encoding", "--delimiter", "--decimal", "--dates"});
-    if (parsed.words.size() != 3) misused("'import' DOSYA, TABLO ve CSV ister; yardım için: presva-mdb import --help");
+    if (parsed.words.size() != 3)
+        misused(said("'import' DOSYA, TABLO ve CSV ister; yardım için: presva-mdb import --help",
+                     "'import' takes FILE, TABLE and CSV; for help: presva-mdb import --help"));
     exchange::ImportStyle style;
     if (const auto given = parsed.oneOf("--delimiter", {",", ";", "tab"}))
         style.delimiter = *given == "tab" ? '\t' : given->front();
@@ -117,11 +122,11 @@ int importTable(files::Disk& disk, Arguments arguments)
     text = exchange::decoded(text, encoding ? *exchange::encodingNamed(*encoding) : exchange::foundEncoding(text));
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
     const std::uint64_t rows = jet::onWhatIsThere(database->pager(), [&] {
-        Progress progress("Yükleniyor");
+        Progress progress(said("Yükleniyor", "Loading"));
         return exchange::importRows(*database, parsed.words[1], text, style, std::ref(progress));
     });
     Output out(standardOutput);
-    say(out, std::to_string(rows) + " satır yüklendi.");
+    say(out, std::to_string(rows) + said(" satır yüklendi.", " rows loaded."));
     out.flush();
     return 0;
 }
@@ -129,7 +134,9 @@ int importTable(files::Disk& disk, Arguments arguments)
 int writeSchema(files::Disk& disk, Arguments arguments)
 {
     const Parsed parsed = parse("schema", arguments, {"--dialect"});
-    if (parsed.words.size() != 1) misused("'schema' bir DOSYA ister; yardım için: presva-mdb schema --help");
+    if (parsed.words.size() != 1)
+        misused(said("'schema' bir DOSYA ister; yardım için: presva-mdb schema --help",
+                     "'schema' takes a FILE; for help: presva-mdb schema --help"));
     const auto named = parsed.oneOf("--dialect", {"sqlite", "postgres"});
     const exchange::Dialect dialect = !named               ? exchange::Dialect::both
                                       : *named == "sqlite" ? exchange::Dialect::sqlite

@@ -1,4 +1,5 @@
 #include "tools/query_commands.h"
+#include "tools/language.h"
 
 #include "query/statement.h"
 #include "store/jet/database/database.h"
@@ -33,16 +34,18 @@ constinit const char* const sqlHelp =
 int runSql(files::Disk& disk, Arguments arguments)
 {
     const Parsed parsed = parse("sql", arguments, {"--format", "--out"});
-    if (parsed.words.size() != 2) misused("'sql' DOSYA ve METİN ister; yardım için: presva-mdb sql --help");
+    if (parsed.words.size() != 2)
+        misused(said("'sql' DOSYA ve METİN ister; yardım için: presva-mdb sql --help",
+                     "'sql' takes FILE and TEXT; for help: presva-mdb sql --help"));
     const std::string& sql = parsed.words[1];
     if (query::writes(sql)) {
         const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
-        const std::uint64_t rows = query::execute(*database, sql, false);
+        const std::uint64_t rows = query::execute(*database, sql, speaksEnglish());
         const char first = static_cast<char>(sql[sql.find_first_not_of(" \t\r\n")] | 0x20);
         Output out(standardOutput);
-        say(out, std::to_string(rows) + (first == 'd'   ? " satır silindi."
-                                         : first == 'i' ? " satır eklendi."
-                                                        : " satır değiştirildi."));
+        say(out, std::to_string(rows) + (first == 'd'   ? said(" satır silindi.", " rows deleted.")
+                                         : first == 'i' ? said(" satır eklendi.", " rows added.")
+                                                        : said(" satır değiştirildi.", " rows changed.")));
         out.flush();
         return 0;
     }
@@ -51,7 +54,7 @@ int runSql(files::Disk& disk, Arguments arguments)
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
     exchange::ExportLosses losses;
     writeRows(disk, format, to ? std::optional(pathOf(*to)) : std::nullopt, losses,
-              [&](exchange::RowWriter& rows) { query::select(*database, sql, false, rows); });
+              [&](exchange::RowWriter& rows) { query::select(*database, sql, speaksEnglish(), rows); });
     return toldLosses(losses);
 }
 

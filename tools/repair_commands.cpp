@@ -1,4 +1,5 @@
 #include "tools/repair_commands.h"
+#include "tools/language.h"
 
 #include "files/error.h"
 #include "mill/tables.h"
@@ -62,7 +63,8 @@ int list(files::Disk& disk, const std::string& directory)
     const std::vector<store::CopyFacts> copies = store::listCopies(disk, pathOf(directory));
     Output out(standardOutput);
     if (copies.empty()) {
-        say(out, "Klasörde yedek yok: " + directory + "/" + store::copyFolder);
+        say(out,
+            said("Klasörde yedek yok: ", "There is no copy in the folder: ") + directory + "/" + store::copyFolder);
         out.flush();
         return 1;
     }
@@ -71,11 +73,13 @@ int list(files::Disk& disk, const std::string& directory)
         return padded(name, 28, false) + padded(time, 21, false) + padded(customers, 8, true) +
                padded(pressings, 10, true) + "  " + newest;
     };
-    say(out, line("Yedek", "Tarih", "Cari", "Hareket", "Son hareket"));
+    say(out,
+        line(said("Yedek", "Copy"), said("Tarih", "Date"), "Cari", "Hareket", said("Son hareket", "Newest pressing")));
     for (const store::CopyFacts& copy : copies) {
         const std::string name = padded(copy.name, 28, false);
         if (copy.unreadable)
-            say(out, name + padded(shown(copy.time, true), 21, false) + "  okunamadı: " + *copy.unreadable);
+            say(out, name + padded(shown(copy.time, true), 21, false) + said("  okunamadı: ", "  unreadable: ") +
+                         *copy.unreadable);
         else
             say(out,
                 line(copy.name, shown(copy.time, true), std::to_string(copy.customers), std::to_string(copy.pressings),
@@ -93,16 +97,19 @@ bool isDamage(files::Fault fault)
 
 void sayLosses(Output& out, const jet::RescueResult& result)
 {
-    for (const std::string& sentence : result.losses) say(out, "Kayıp: " + sentence);
-    if (result.lossesLeftOut > 0) say(out, "Kayıp: bunlardan başka " + std::to_string(result.lossesLeftOut) + " yer.");
+    for (const std::string& sentence : result.losses) say(out, said("Kayıp: ", "Lost: ") + sentence);
+    if (result.lossesLeftOut > 0)
+        say(out, said("Kayıp: bunlardan başka ", "Lost: and in ") + std::to_string(result.lossesLeftOut) +
+                     said(" yer.", " more places."));
 }
 
 std::string rowsOf(const jet::RescueResult& result)
 {
     std::string text;
     for (const jet::RescueResult::Table& table : result.tables)
-        text += (text.empty() ? "" : ", ") + jet::toUtf8(table.name) + " " + std::to_string(table.rows) + " satır";
-    return text.empty() ? "hiçbir tablo bulunamadı" : text;
+        text += (text.empty() ? "" : ", ") + jet::toUtf8(table.name) + " " + std::to_string(table.rows) +
+                said(" satır", " rows");
+    return text.empty() ? said("hiçbir tablo bulunamadı", "no table was found") : text;
 }
 
 void sayWhatCanBeSaved(files::Disk& disk, Output& out, const std::string& file)
@@ -110,10 +117,13 @@ void sayWhatCanBeSaved(files::Disk& disk, Output& out, const std::string& file)
     try {
         const jet::RescueResult result = jet::survey(disk, pathOf(file), mill::tableNamed);
         sayLosses(out, result);
-        say(out, "Kurtarılabilecek: " + rowsOf(result) + ".");
-        say(out, "Yedekten dönmek için: presva-mdb restore. Kurtarmak için: presva-mdb rescue " + file + " YENİ-DOSYA");
+        say(out, said("Kurtarılabilecek: ", "What can be saved: ") + rowsOf(result) + ".");
+        say(out, said("Yedekten dönmek için: presva-mdb restore. Kurtarmak için: presva-mdb rescue ",
+                      "To put a copy back: presva-mdb restore. To save it: presva-mdb rescue ") +
+                     file + said(" YENİ-DOSYA", " NEW-FILE"));
     } catch (const files::Error& error) {
-        say(out, std::string("Kurtarılabilecek bir şey bulunamadı: ") + error.what());
+        say(out, std::string(said("Kurtarılabilecek bir şey bulunamadı: ", "Nothing was found that can be saved: ")) +
+                     error.what());
     }
 }
 
@@ -125,22 +135,25 @@ int check(files::Disk& disk, Arguments arguments)
     jet::CheckResult result;
     try {
         const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
-        Progress progress("Denetleniyor");
+        Progress progress(said("Denetleniyor", "Checking"));
         result = jet::checkDatabase(*database, std::ref(progress));
     } catch (const files::Error& error) {
         // A file that never was a database gets no advice on saving it.
         if (!isDamage(error.fault()) || error.fault() == files::Fault::notADatabase) throw;
-        say(out, std::string("HATA: ") + error.what());
+        say(out, std::string(said("HATA: ", "FAULT: ")) + error.what());
         sayWhatCanBeSaved(disk, out, arguments[0]);
         out.flush();
         return 1;
     }
-    for (const std::string& sentence : result.faults) say(out, "HATA: " + sentence);
-    for (const std::string& sentence : result.warnings) say(out, "Uyarı: " + sentence);
-    say(out, std::to_string(result.pages) + " sayfa, " + std::to_string(result.tables) + " tablo, " +
-                 std::to_string(result.rows) + " satır, " + std::to_string(result.indexEntries) +
-                 " dizin girişi denetlendi.");
-    say(out, result.ok() ? "Dosya sağlam." : "Dosya bozuk: " + std::to_string(result.faults.size()) + " hata.");
+    for (const std::string& sentence : result.faults) say(out, said("HATA: ", "FAULT: ") + sentence);
+    for (const std::string& sentence : result.warnings) say(out, said("Uyarı: ", "Warning: ") + sentence);
+    say(out, std::to_string(result.pages) + said(" sayfa, ", " pages, ") + std::to_string(result.tables) +
+                 said(" tablo, ", " tables, ") + std::to_string(result.rows) + said(" satır, ", " rows, ") +
+                 std::to_string(result.indexEntries) +
+                 said(" dizin girişi denetlendi.", " index entries were looked at."));
+    say(out, result.ok() ? said("Dosya sağlam.", "The file is sound.")
+                         : said("Dosya bozuk: ", "The file is damaged: ") + std::to_string(result.faults.size()) +
+                               said(" hata.", " faults."));
     if (!result.ok()) sayWhatCanBeSaved(disk, out, arguments[0]);
     out.flush();
     return result.ok() ? 0 : 1;
@@ -150,14 +163,14 @@ int rescueFile(files::Disk& disk, Arguments arguments)
 {
     jet::RescueResult result;
     {
-        Progress progress("Kurtarılıyor");
+        Progress progress(said("Kurtarılıyor", "Saving"));
         result =
             jet::rescue(disk, pathOf(arguments[0]), pathOf(arguments[1]), now(), mill::tableNamed, std::ref(progress));
     }
     Output out(standardOutput);
     sayLosses(out, result);
-    say(out, "Kurtarıldı: " + rowsOf(result) + ".");
-    if (result.whole()) say(out, "Okunamayan bir yer yok.");
+    say(out, said("Kurtarıldı: ", "Saved: ") + rowsOf(result) + ".");
+    if (result.whole()) say(out, said("Okunamayan bir yer yok.", "Every place could be read."));
     out.flush();
     return result.whole() ? 0 : savedInPart;
 }
@@ -169,13 +182,13 @@ int compactFile(files::Disk& disk, Arguments arguments)
         // Rows of a lost page would be missing without a word.
         const jet::CheckResult result = jet::checkDatabase(*database);
         if (!result.ok()) throw files::Error(files::Fault::damaged, result.faults.front());
-        Progress progress("Sıkıştırılıyor");
+        Progress progress(said("Sıkıştırılıyor", "Compacting"));
         jet::compact(disk, *database, pathOf(arguments[1]), std::ref(progress));
         return 0;
     } catch (const files::Error& error) {
         if (!isDamage(error.fault()) || error.fault() == files::Fault::notADatabase) throw;
         Output out(standardOutput);
-        say(out, std::string("HATA: ") + error.what());
+        say(out, std::string(said("HATA: ", "FAULT: ")) + error.what());
         out.flush();
     }
     const int code = rescueFile(disk, arguments);
@@ -197,11 +210,16 @@ int restore(files::Disk& disk, Arguments arguments)
         return std::string(text.begin(), text.end());
     };
     Output out(standardOutput);
-    say(out, "Geri yüklendi: " + arguments[1] + " -> " + utf8(done.database));
-    if (!done.aside.empty()) say(out, "Önceki dosya saklandı: " + utf8(done.aside));
-    if (line > 0) say(out, "Tartım defterine yazıldı: " + std::to_string(line) + ". satır.");
+    say(out, said("Geri yüklendi: ", "Put back: ") + arguments[1] + " -> " + utf8(done.database));
+    if (!done.aside.empty()) say(out, said("Önceki dosya saklandı: ", "The file before is kept: ") + utf8(done.aside));
+    if (line > 0)
+        say(out, said("Tartım defterine yazıldı: ", "Written into the book of weights: line ") + std::to_string(line) +
+                     said(". satır.", "."));
     if (done.slipOpen)
-        say(out, "Yarım kalmış bir fişin notu duruyor; program açılınca yazıcıya sorup kaydını bu dosyaya yapacak.");
+        say(out,
+            said("Yarım kalmış bir fişin notu duruyor; program açılınca yazıcıya sorup kaydını bu dosyaya yapacak.",
+                 "The note of an unfinished slip is there; the program will ask the printer at its start, and book it "
+                 "into this file."));
     out.flush();
     return 0;
 }

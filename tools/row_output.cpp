@@ -1,4 +1,5 @@
 #include "tools/row_output.h"
+#include "tools/language.h"
 
 #include "exchange/sheet_rows.h"
 #include "files/error.h"
@@ -29,7 +30,9 @@ Format formatOf(const Parsed& parsed, bool toFolder)
     for (const auto& [name, format] : formats)
         if (named ? *named == name : out && out->ends_with("." + std::string(name))) wanted = format;
     if (wanted != Format::sheet) return wanted;
-    if (!toFolder && !out) misused("xlsx standart çıktıya yazılamaz; --out ÇIKTI.xlsx ile bir dosya adı verin.");
+    if (!toFolder && !out)
+        misused(said("xlsx standart çıktıya yazılamaz; --out ÇIKTI.xlsx ile bir dosya adı verin.",
+                     "xlsx cannot go to standard output; give a file's name with --out OUT.xlsx."));
     if (!sheets::available())
         throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş); CSV "
                                                       "olarak aktarın, hesap tablosu programı onu açar.");
@@ -68,7 +71,9 @@ int toldLosses(const exchange::ExportLosses& losses)
 {
     if (losses.places > 0)
         throw files::Error(files::Fault::damaged, std::to_string(losses.places) +
-                                                      " yer yazılamadı, geri kalanı yazıldı. İlki: " + losses.first);
+                                                      said(" yer yazılamadı, geri kalanı yazıldı. İlki: ",
+                                                           " places could not be written, the rest is. The first: ") +
+                                                      losses.first);
     return 0;
 }
 

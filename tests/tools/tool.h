@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,11 @@ using Arguments = std::vector<std::string>;
 /// The program itself, from outside, in a folder of the test's own.
 class Tool {
 protected:
-    static Outcome run(const Arguments& arguments, const std::string& input = {})
+    /// Speaks Turkish, whoever runs the test.
+    static Outcome run(const Arguments& arguments, const std::string& input = {},
+                       const std::map<std::string, std::string>& environment = {{"LC_ALL", "C"}})
     {
-        return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input});
+        return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input, .environment = environment});
     }
     std::filesystem::path folder() const { return folder_.path(); }
     std::string path(const std::string& name) const { return folder_ / name; }

@@ -1,0 +1,79 @@
+#include "query/access_collation.h"
+
+#include "store/jet/values/order_key.h"
+#include "store/jet/values/value.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace query {
+
+namespace {
+
+/// Compares texts by their keys, piece by piece: a key tells of so many letters and no more.
+class Comparison {
+public:
+    explicit Comparison(jet::Collation collation) : collation_(collation) {}
+
+    int operator()(std::string_view a, std::string_view b)
+    {
+        if (a == b) return 0;
+        std::u16string_view left = units(a, left_), right = units(b, right_);
+        do {
+            key(left.substr(0, jet::textKeyUnits), leftKey_);
+            key(right.substr(0, jet::textKeyUnits), rightKey_);
+            if (leftKey_ != rightKey_) return leftKey_ < rightKey_ ? -1 : 1;
+            left.remove_prefix(std::min(left.size(), jet::textKeyUnits));
+            right.remove_prefix(std::min(right.size(), jet::textKeyUnits));
+        } while (!left.empty() || !right.empty());
+        return 0;
+    }
+
+private:
+    static std::u16string_view units(std::string_view utf8, std::u16string& into)
+    {
+        into.clear();
+        for (const char c : utf8) {
+            if (static_cast<unsigned char>(c) >= 0x80) {
+                into = jet::fromUtf8(utf8);
+                break;
+            }
+            into += static_cast<char16_t>(c);
+        }
+        return into;
+    }
+    void key(std::u16string_view text, std::vector<std::uint8_t>& into) const
+    {
+        into.clear();
+        if (!jet::appendTextKey(into, text, collation_)) jet::appendOrderKey(into, text);
+    }
+
+    jet::Collation collation_;
+    std::u16string left_, right_;
+    std::vector<std::uint8_t> leftKey_, rightKey_;
+};
+
+int compareByCollation(void* object, int leftSize, const void* left, int rightSize, const void* right)
+{
+    return (*static_cast<Comparison*>(object))({static_cast<const char*>(left), static_cast<std::size_t>(leftSize)},
+                                               {static_cast<const char*>(right), static_cast<std::size_t>(rightSize)});
+}
+
+} // namespace
+
+int addCollation(sqlite3* database, jet::Collation collation)
+{
+    auto comparison = std::make_unique<Comparison>(collation);
+    const auto release = [](void* object) { delete static_cast<Comparison*>(object); };
+    const int result =
+        sqlite3_create_collation_v2(database, "ACCESS", SQLITE_UTF8, comparison.get(), compareByCollation, release);
+    // A collation that SQLite did not take stays ours.
+    if (result == SQLITE_OK) static_cast<void>(comparison.release());
+    return result;
+}
+
+} // namespace query

@@ -1,0 +1,401 @@
+#include "query/translator.h"
+
+#include "query/moments.h"
+
+#include <algorithm>
+#include <optional>
+
+/// Expressions, from the loosest operator to the tightest.
+namespace query {
+
+Expr Translator::disjunction(Scope& scope)
+{
+    Expr left = conjunction(scope);
+    while (word().is("or") || word().is("xor")) {
+        const bool exclusive = word().is("xor");
+        ++at_;
+        const Expr right = conjunction(scope);
+        Expr both = exclusive
+                        ? made("((NOT " + left.sql + ") <> (NOT " + right.sql + "))", Type::number, {&left, &right})
+                        : made("(" + left.sql + " OR " + right.sql + ")", Type::number, {&left, &right});
+        both.condition = true;
+        left = std::move(both);
+    }
+    return left;
+}
+
+Expr Translator::conjunction(Scope& scope)
+{
+    Expr left = negation(scope);
+    while (take("and")) {
+        const Expr right = negation(scope);
+        left = made("(" + left.sql + " AND " + right.sql + ")", Type::number, {&left, &right});
+        left.condition = true;
+    }
+    return left;
+}
+
+Expr Translator::negation(Scope& scope)
+{
+    if (!take("not")) return comparison(scope);
+    const Expr inner = negation(scope);
+    Expr expr = made("(NOT " + inner.sql + ")", Type::number, {&inner});
+    expr.condition = true;
+    return expr;
+}
+
+/// Throws where two values of known kinds never equal each other: SQLite would find no row and say nothing.
+void Translator::checkComparable(Expr& left, Expr& right, std::size_t at) const
+{
+    const auto asDate = [&](Expr& expr) {
+        if (isNumber(expr.type)) {
+            expr.sql = "acc_date(" + valueOf(expr) + ")";
+            expr.type = Type::date;
+            expr.column = expr.condition = false;
+        } else if (expr.type == Type::text) {
+            notUnderstood(sql_, at, "tarih bir metinle karşılaştırılamaz; #11/20/2025# (ay/gün/yıl) gibi yazın");
+        }
+    };
+    if (left.type == Type::date && right.type != Type::date) asDate(right);
+    if (right.type == Type::date && left.type != Type::date) asDate(left);
+    if ((isNumber(left.type) && right.type == Type::text) || (left.type == Type::text && isNumber(right.type)))
+        notUnderstood(sql_, at, "sayı bir metinle karşılaştırılamaz");
+}
+
+Expr Translator::compare(const Expr& left, const std::string& op, const Expr& right, std::size_t at) const
+{
+    Expr a = left;
+    Expr b = right;
+    checkComparable(a, b, at);
+    // A literal takes the collation of the other side.
+    const std::string first = a.literal ? valueOf(a) : collated(a);
+    const std::string second = b.literal && !a.literal ? valueOf(b) : collated(b);
+    Expr expr = made("(" + first + " " + op + " " + second + ")", Type::number, {&a, &b});
+    expr.condition = true;
+    return expr;
+}
+
+Expr Translator::comparison(Scope& scope)
+{
+    Expr left = concatenation(scope);
+    for (;;) {
+        const std::size_t at = word().at;
+        const Word& next = word();
+        if (next.kind == Word::Kind::other && (next.text == "=" || next.text == "<>" || next.text == "<" ||
+                                               next.text == ">" || next.text == "<=" || next.text == ">=")) {
+            ++at_;
+            left = compare(left, next.text, concatenation(scope), at);
+            continue;
+        }
+        if (take("is")) {
+            const bool negated = take("not");
+            expect("null");
+            left = made("(" + valueOf(left) + (negated ? " IS NOT NULL)" : " IS NULL)"), Type::number, {&left});
+            left.condition = true;
+            continue;
+        }
+        const bool negated = word().is("not") && (word(1).is("like") || word(1).is("in") || word(1).is("between"));
+        if (negated) ++at_;
+        const std::string no = negated ? "NOT " : "";
+        if (take("like")) {
+            const Expr pattern = concatenation(scope);
+            left = made("(" + valueOf(left) + " " + no + "LIKE " + valueOf(pattern) + ")", Type::number,
+                        {&left, &pattern});
+        } else if (take("between")) {
+            Expr low = concatenation(scope);
+            expect("and");
+            Expr high = concatenation(scope);
+            checkComparable(left, low, at);
+            checkComparable(left, high, at);
+            left = made("(" + collated(left) + " " + no + "BETWEEN " + valueOf(low) + " AND " + valueOf(high) + ")",
+                        Type::number, {&left, &low, &high});
+        } else if (take("in")) {
+            expectMark("(");
+            if (word().is("select")) {
+                const Selected inner = query(&scope);
+                if (inner.columns.size() != 1) fail("In içindeki sorgu tek sütunlu olmalı");
+                left = made("(" + collated(left) + " " + no + "IN (" + inner.sql + "))", Type::number, {&left});
+            } else {
+                std::string list;
+                Expr all;
+                do {
+                    Expr item = concatenation(scope);
+                    checkComparable(left, item, at);
+                    inherit(all, item);
+                    list += (list.empty() ? "" : ", ") + valueOf(item);
+                } while (takeMark(","));
+                list.insert(0, "(" + collated(left) + " " + no + "IN (");
+                left = made(list + "))", Type::number, {&left, &all});
+            }
+            expectMark(")");
+        } else {
+            return left;
+        }
+        left.condition = true;
+    }
+}
+
+Expr Translator::concatenation(Scope& scope)
+{
+    Expr left = sum(scope);
+    while (takeMark("&")) {
+        const Expr right = sum(scope);
+        left = made("acc_concat(" + valueOf(left) + ", " + valueOf(right) + ")", Type::text, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::sum(Scope& scope)
+{
+    Expr left = modulo(scope);
+    while (word().isMark("+") || word().isMark("-")) {
+        const bool plus = word().isMark("+");
+        ++at_;
+        const Expr right = modulo(scope);
+        Type type = Type::number;
+        const bool known = left.type != Type::unknown && right.type != Type::unknown;
+        if (left.type == Type::date || right.type == Type::date)
+            type = !plus && left.type == right.type ? Type::number : Type::date;
+        else if (plus && left.type == Type::text && right.type == Type::text)
+            type = Type::text;
+        else if (!known)
+            type = Type::unknown;
+        left = made(std::string(plus ? "acc_add(" : "acc_subtract(") + valueOf(left) + ", " + valueOf(right) + ")",
+                    type, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::modulo(Scope& scope)
+{
+    Expr left = wholeDivision(scope);
+    while (take("mod")) {
+        const Expr right = wholeDivision(scope);
+        left = made("acc_mod(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::wholeDivision(Scope& scope)
+{
+    Expr left = product(scope);
+    while (takeMark("\\")) {
+        const Expr right = product(scope);
+        left = made("acc_whole(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::product(Scope& scope)
+{
+    Expr left = sign(scope);
+    while (word().isMark("*") || word().isMark("/")) {
+        const bool times = word().isMark("*");
+        ++at_;
+        const Expr right = sign(scope);
+        left = made(std::string(times ? "acc_multiply(" : "acc_divide(") + valueOf(left) + ", " + valueOf(right) + ")",
+                    Type::number, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::sign(Scope& scope)
+{
+    if (takeMark("+")) return sign(scope);
+    if (!takeMark("-")) return power(scope);
+    const Expr inner = sign(scope);
+    Expr expr = inner.literal ? made("-" + inner.sql, Type::number, {&inner})
+                              : made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
+    expr.literal = inner.literal;
+    return expr;
+}
+
+Expr Translator::power(Scope& scope)
+{
+    Expr left = primary(scope);
+    while (takeMark("^")) {
+        const Expr right = takeMark("-") ? [&] {
+            const Expr inner = primary(scope);
+            return made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
+        }()
+                                         : primary(scope);
+        left = made("acc_power(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
+    }
+    return left;
+}
+
+Expr Translator::primary(Scope& scope)
+{
+    const Word& next = word();
+    switch (next.kind) {
+    case Word::Kind::number:
+        ++at_;
+        return {.sql = next.text, .type = Type::number, .literal = true};
+    case Word::Kind::text:
+        ++at_;
+        return {.sql = textLiteral(next.text), .type = Type::text, .literal = true};
+    case Word::Kind::date: {
+        const auto moment = dateLiteral(next.text);
+        if (!moment) fail("bir tarih değil; #11/20/2025 14:05# (ay/gün/yıl) ya da #2025-11-20# gibi yazın");
+        ++at_;
+        return {.sql = textLiteral(*moment), .type = Type::date, .literal = true};
+    }
+    case Word::Kind::other:
+        if (takeMark("(")) {
+            if (word().is("select")) {
+                const Selected inner = query(&scope);
+                expectMark(")");
+                if (inner.columns.size() != 1) fail("burada tek sütunlu bir sorgu olmalı");
+                return {.sql = "(" + inner.sql + ")", .type = inner.columns[0].type};
+            }
+            Expr inner = expression(scope);
+            expectMark(")");
+            // A column stays one, and a condition too.
+            if (!inner.column) inner.sql = "(" + inner.sql + ")";
+            return inner;
+        }
+        break;
+    case Word::Kind::name: {
+        const bool called = word(1).isMark("(");
+        if (next.is("null")) {
+            ++at_;
+            return {.sql = "NULL", .literal = true};
+        }
+        if (next.is("true") || next.is("yes") || next.is("on")) {
+            ++at_;
+            return {.sql = "-1", .type = Type::yesNo, .literal = true};
+        }
+        if (next.is("false") || next.is("no") || next.is("off")) {
+            ++at_;
+            return {.sql = "0", .type = Type::yesNo, .literal = true};
+        }
+        if (next.is("exists") && called) {
+            at_ += 2;
+            const Selected inner = query(&scope);
+            expectMark(")");
+            return {.sql = "EXISTS (" + inner.sql + ")", .type = Type::number, .condition = true};
+        }
+        if (called) return function(scope);
+        if (!isReserved(next)) return reference(scope);
+        break;
+    }
+    case Word::Kind::bracket:
+        return reference(scope);
+    default:
+        break;
+    }
+    fail("bir değer ya da alan adı bekleniyor");
+}
+
+Expr Translator::reference(Scope& scope)
+{
+    const std::size_t at = word().at;
+    std::string table;
+    std::string field = name("alan adı bekleniyor");
+    if (takeMark(".") || takeMark("!")) {
+        table = std::move(field);
+        field = name("alan adı bekleniyor");
+    }
+    if (word().isMark("!") || word().isMark("."))
+        notUnderstood(sql_, at, "bir formun alanı sorulamaz; yerine değerini yazın");
+    for (const Scope* each = &scope; each != nullptr; each = each->outer) {
+        std::optional<Expr> found;
+        for (const Source& source : each->sources) {
+            if (!table.empty() && !same(source.alias, table)) continue;
+            for (const NamedType& column : source.columns) {
+                if (!same(column.name, field)) continue;
+                if (found) notUnderstood(sql_, at, "'" + field + "' birden çok tabloda var; TABLO.ALAN diye yazın");
+                const std::string sql = sqlName(source.alias) + "." + sqlName(column.name);
+                found = {.sql = sql, .type = column.type, .column = true};
+                // A column of the query around is one value for this one.
+                if (each == &scope) found->loose.push_back(sql);
+                break;
+            }
+        }
+        if (found) return *found;
+        if (!table.empty()) continue;
+        for (const auto& [alias, expr] : each->aliases)
+            if (same(alias, field)) return expr;
+    }
+    notUnderstood(sql_, at, "'" + (table.empty() ? "" : table + ".") + field + "' diye bir alan yok");
+}
+
+Expr Translator::function(Scope& scope)
+{
+    const std::string called = word().text;
+    const Function* const known = functionNamed(called);
+    if (known == nullptr) fail("'" + called + "' diye bir işlev yok");
+    if (known->kind == Function::Kind::aggregate) return aggregate(scope, called, *known);
+    if (known->kind == Function::Kind::special) return special(scope, called);
+    at_ += 2;
+    Expr expr{.type = known->type};
+    std::size_t count = 0;
+    std::string arguments;
+    if (!word().isMark(")")) {
+        do {
+            const Expr argument = expression(scope);
+            inherit(expr, argument);
+            arguments += (count == 0 ? "" : ", ") + valueOf(argument);
+            ++count;
+        } while (takeMark(","));
+    }
+    if (count < known->fewest || count > known->most)
+        fail(called + " işlevi " + std::to_string(known->fewest) +
+             (known->most == known->fewest ? "" : " ile " + std::to_string(known->most) + " arası") + " değer ister");
+    expectMark(")");
+    expr.sql = std::string(known->sqlName) + "(" + arguments + ")";
+    return expr;
+}
+
+Expr Translator::aggregate(Scope& scope, const std::string& called, const Function& function)
+{
+    at_ += 2;
+    Expr expr{.type = function.type, .aggregate = true};
+    if (takeMark("*")) {
+        if (!same(called, "count")) fail("'*' yalnızca Count içinde olur");
+        expr.sql = "count(*)";
+    } else {
+        const Expr inner = expression(scope);
+        if (inner.aggregate) fail("bir toplamın içinde toplam olmaz");
+        if (function.numbers && (inner.type == Type::text || inner.type == Type::date || inner.type == Type::bytes))
+            fail(called + " sayı ister");
+        if (function.type == Type::unknown) expr.type = inner.condition ? Type::number : inner.type;
+        expr.sql = std::string(function.sqlName) + "(" + collated(inner) + ")";
+    }
+    expectMark(")");
+    return expr;
+}
+
+/// Those whose arguments are conditions, or are looked at only when they count.
+Expr Translator::special(Scope& scope, const std::string& called)
+{
+    at_ += 2;
+    Expr expr;
+    const auto next = [&] {
+        Expr argument = expression(scope);
+        inherit(expr, argument);
+        return argument;
+    };
+    if (same(called, "iif")) {
+        const Expr condition = next();
+        expectMark(",");
+        const Expr yes = next();
+        expectMark(",");
+        const Expr no = next();
+        expr.type = yes.type == no.type ? yes.type : Type::unknown;
+        expr.sql = "CASE WHEN " + condition.sql + " THEN " + valueOf(yes) + " ELSE " + valueOf(no) + " END";
+    } else if (same(called, "isnull")) {
+        expr.sql = "(" + valueOf(next()) + " IS NULL)";
+        expr.type = Type::number;
+        expr.condition = true;
+    } else { // Nz
+        const Expr value = next();
+        const Expr instead = takeMark(",") ? next() : Expr{.sql = isNumber(value.type) ? "0" : "''"};
+        expr.type = value.type;
+        expr.sql = "coalesce(" + valueOf(value) + ", " + valueOf(instead) + ")";
+    }
+    expectMark(")");
+    return expr;
+}
+
+} // namespace query

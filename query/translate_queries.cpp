@@ -1,0 +1,294 @@
+#include "query/translator.h"
+
+#include "files/error.h"
+
+#include <algorithm>
+
+/// Selects: their lists, tables, groups and orders.
+namespace query {
+
+Selected Translator::wholeQuery()
+{
+    Selected selected = query(nullptr);
+    end();
+    return selected;
+}
+
+Selected Translator::query(const Scope* outer)
+{
+    const std::size_t begin = at_;
+    Selected all = term(outer, true);
+    if (!word().is("union")) return all;
+    // Seen to be a union: its parts are read again, because an order behind them is that of the whole.
+    at_ = begin;
+    all = term(outer, false);
+    while (take("union")) {
+        const bool keep = take("all");
+        const std::size_t at = word().at;
+        const Selected next = term(outer, false);
+        if (next.columns.size() != all.columns.size())
+            notUnderstood(sql_, at, "Union ile birleşen sorguların sütun sayıları ayrı");
+        all.sql += (keep ? " UNION ALL " : " UNION ") + next.sql;
+    }
+    if (!word().is("order")) return all;
+    Scope scope;
+    for (const NamedType& column : all.columns)
+        scope.aliases.push_back({column.name, {.sql = sqlName(column.name), .type = column.type, .column = true}});
+    all.sql += orderBy(scope, nullptr);
+    return all;
+}
+
+Selected Translator::term(const Scope* outer, bool alone)
+{
+    if (takeMark("(")) {
+        Selected inner = query(outer);
+        expectMark(")");
+        inner.sql = "SELECT * FROM (" + inner.sql + ")";
+        return inner;
+    }
+    expect("select");
+    bool distinct = false;
+    if (take("distinct"))
+        distinct = true;
+    else if (!take("distinctrow"))
+        take("all");
+    std::string limit;
+    if (word().is("top") && word(1).kind == Word::Kind::number) {
+        limit = word(1).text;
+        if (limit.find_first_not_of("0123456789") != std::string::npos) fail("Top bir tam sayı ister");
+        at_ += 2;
+        if (word().is("percent")) fail("Top ... Percent desteklenmiyor");
+    }
+
+    // What stands in the list may be any column of what stands behind it.
+    const std::size_t list = at_;
+    int open = 0;
+    while (word().kind != Word::Kind::end && (open > 0 || !word().is("from"))) {
+        open += word().isMark("(") ? 1 : word().isMark(")") ? -1 : 0;
+        if (open < 0 || word().isMark(";") || word().is("union")) break;
+        ++at_;
+    }
+    Scope scope;
+    scope.outer = outer;
+    std::string tables;
+    const std::size_t listEnd = at_;
+    if (take("from")) tables = " FROM " + from(scope);
+    const std::size_t behind = at_;
+
+    at_ = list;
+    struct Item {
+        Expr expr;
+        std::string name;
+        std::string longName;
+        std::size_t at = 0;
+    };
+    std::vector<Item> items;
+    const auto addAll = [&](const Source& source) {
+        for (const NamedType& column : source.columns) {
+            const std::string sql = sqlName(source.alias) + "." + sqlName(column.name);
+            items.push_back({{.sql = sql, .type = column.type, .column = true, .loose = {sql}},
+                             column.name,
+                             source.alias + "." + column.name,
+                             word().at});
+        }
+    };
+    do {
+        if (takeMark("*")) {
+            if (scope.sources.empty()) fail("'*' bir From ister");
+            for (const Source& source : scope.sources) addAll(source);
+            continue;
+        }
+        if ((word(1).isMark(".") || word(1).isMark("!")) && word(2).isMark("*")) {
+            const std::string wanted = name("tablo adı bekleniyor");
+            const auto found =
+                std::ranges::find_if(scope.sources, [&](const Source& source) { return same(source.alias, wanted); });
+            if (found == scope.sources.end()) fail("From içinde '" + wanted + "' yok");
+            at_ += 2;
+            addAll(*found);
+            continue;
+        }
+        const std::size_t begin = word().at;
+        Expr expr = expression(scope);
+        const std::size_t finish = words_[at_ - 1].end;
+        std::string title(sql_.substr(begin, finish - begin));
+        std::string longTitle = title;
+        if (expr.column) {
+            // The column's own name, as the table spells it.
+            const std::size_t dot = expr.sql.rfind(".\"");
+            if (dot != std::string::npos) title = expr.sql.substr(dot + 2, expr.sql.size() - dot - 3);
+            longTitle = dot == std::string::npos ? title : expr.sql.substr(1, dot - 2) + "." + title;
+        }
+        if (take("as")) {
+            title = longTitle = name("As'ten sonra bir ad bekleniyor");
+            scope.aliases.push_back({title, expr});
+        }
+        items.push_back({std::move(expr), title, longTitle, begin});
+    } while (takeMark(","));
+    if (at_ != listEnd) fail("virgül ya da From bekleniyor");
+    at_ = behind;
+
+    Selected selected;
+    const auto twice = [&](const std::string& wanted) {
+        return std::ranges::count_if(items, [&](const Item& item) { return same(item.name, wanted); }) > 1;
+    };
+    for (const Item& item : items) {
+        const std::string title = twice(item.name) ? item.longName : item.name;
+        selected.columns.push_back({title, item.expr.type});
+        selected.sql += (selected.sql.empty() ? "" : ", ") + collated(item.expr) + " AS " + sqlName(title);
+    }
+    selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + tables;
+
+    if (take("where")) {
+        const std::size_t at = word().at;
+        const Expr where = expression(scope);
+        if (where.aggregate) notUnderstood(sql_, at, "Where içinde toplam olmaz, Having içinde olur");
+        selected.sql += " WHERE " + where.sql;
+    }
+    std::set<std::string> groups;
+    bool grouped = std::ranges::any_of(items, [](const Item& item) { return item.expr.aggregate; });
+    if (take("group")) {
+        expect("by");
+        grouped = true;
+        std::string by;
+        do {
+            const Expr expr = expression(scope);
+            if (expr.aggregate) fail("Group By içinde toplam olmaz");
+            groups.insert(expr.sql);
+            by += (by.empty() ? "" : ", ") + collated(expr);
+        } while (takeMark(","));
+        selected.sql += " GROUP BY " + by;
+    }
+    if (take("having")) {
+        grouped = true;
+        const std::size_t at = word().at;
+        const Expr having = expression(scope);
+        checkGrouped(having, groups, at);
+        selected.sql += " HAVING " + having.sql;
+    }
+    if (grouped)
+        for (const Item& item : items) checkGrouped(item.expr, groups, item.at);
+    if (alone && word().is("order")) selected.sql += orderBy(scope, grouped ? &groups : nullptr);
+    if (!limit.empty()) {
+        selected.sql += " LIMIT " + limit;
+        if (!alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
+    }
+    return selected;
+}
+
+void Translator::checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const
+{
+    if (groups.contains(expr.sql)) return;
+    for (const std::string& column : expr.loose)
+        if (!groups.contains(column))
+            notUnderstood(sql_, at,
+                          column + " ne Group By içinde ne de bir toplamın içinde; bir grubun hangi "
+                                   "satırından alınacağı belli değil");
+}
+
+std::string Translator::orderBy(Scope& scope, const std::set<std::string>* groups)
+{
+    expect("order");
+    expect("by");
+    std::string order;
+    do {
+        order += order.empty() ? " ORDER BY " : ", ";
+        const std::size_t at = word().at;
+        if (word().kind == Word::Kind::number && !word(1).isMark("+")) {
+            order += word().text; // the number of a column
+            ++at_;
+        } else {
+            const Expr expr = expression(scope);
+            if (groups != nullptr) checkGrouped(expr, *groups, at);
+            order += collated(expr);
+        }
+        if (take("desc"))
+            order += " DESC";
+        else
+            take("asc");
+    } while (takeMark(","));
+    return order;
+}
+
+std::string Translator::from(Scope& scope)
+{
+    std::string tables = joined(scope);
+    while (takeMark(",")) tables += " CROSS JOIN " + joined(scope);
+    return tables;
+}
+
+std::string Translator::joined(Scope& scope)
+{
+    std::string tables = source(scope);
+    for (;;) {
+        const char* kind = nullptr;
+        if (word().is("inner") || word().is("join")) {
+            kind = " JOIN ";
+            take("inner");
+        } else if (word().is("left") || word().is("right")) {
+            kind = word().is("left") ? " LEFT JOIN " : " RIGHT JOIN ";
+            ++at_;
+            take("outer");
+        }
+        if (kind == nullptr) return tables;
+        expect("join");
+        tables += kind + source(scope);
+        expect("on");
+        const std::size_t at = word().at;
+        const Expr on = expression(scope);
+        if (on.aggregate) notUnderstood(sql_, at, "On içinde toplam olmaz");
+        tables += " ON " + on.sql;
+    }
+}
+
+std::string Translator::source(Scope& scope)
+{
+    Source source;
+    std::string sql = {};
+    if (takeMark("(")) {
+        if (!word().is("select") && !(word().isMark("(") && word(1).is("select"))) {
+            const std::string inner = joined(scope);
+            expectMark(")");
+            return "(" + inner + ")";
+        }
+        Selected selected = query(scope.outer);
+        expectMark(")");
+        sql = "(" + selected.sql + ")";
+        source.columns = std::move(selected.columns);
+    } else {
+        const std::size_t at = word().at;
+        const std::string wanted = name("tablo ya da sorgu adı bekleniyor");
+        if (const auto table = catalogue_.table(wanted)) {
+            sql = sqlName(table->name);
+            source.alias = table->name;
+            source.columns = table->columns;
+        } else if (const auto text = catalogue_.savedQuery(wanted)) {
+            constexpr int deepest = 20;
+            if (depth_ == deepest) notUnderstood(sql_, at, "kayıtlı sorgular birbirini çağırıp duruyor");
+            try {
+                Selected selected = Translator(*text, catalogue_, depth_ + 1).wholeQuery();
+                sql = "(" + selected.sql + ")";
+                source.columns = std::move(selected.columns);
+            } catch (const files::Error& error) {
+                throw files::Error(error.fault(), "Kayıtlı sorgu '" + wanted + "': " + error.what());
+            }
+            source.alias = wanted;
+        } else {
+            throw files::Error(files::Fault::noSuchTable, "'" + wanted +
+                                                              "' adlı bir tablo ya da sorgu yok; adları görmek için: "
+                                                              "presva-mdb info");
+        }
+    }
+    if (take("as"))
+        source.alias = name("As'ten sonra bir ad bekleniyor");
+    else if (word().kind == Word::Kind::bracket || (word().kind == Word::Kind::name && !isReserved(word())))
+        source.alias = name("ad bekleniyor");
+    if (source.alias.empty()) source.alias = "sorgu" + std::to_string(scope.sources.size() + 1);
+    for (const Source& other : scope.sources)
+        if (same(other.alias, source.alias))
+            fail("'" + source.alias + "' From içinde iki kez geçiyor; As ile ad verin");
+    sql += " AS " + sqlName(source.alias);
+    scope.sources.push_back(std::move(source));
+    return sql;
+}
+
+} // namespace query

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "query/access_sql.h"
+#include "query/expression.h"
+#include "query/function_names.h"
+#include "query/sql_words.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace query {
+
+/// Reads a text by the grammar that the help of presva-mdb sql shows, and writes it in SQLite's words as it goes.
+class Translator {
+public:
+    Translator(std::string_view sql, Catalogue& catalogue, int depth)
+        : sql_(sql), words_(wordsOf(sql)), catalogue_(catalogue), depth_(depth)
+    {
+    }
+
+    Translation statement();
+    Selected wholeQuery();
+
+private:
+    // ---- words ----
+    const Word& word(std::size_t ahead = 0) const { return words_[std::min(at_ + ahead, words_.size() - 1)]; }
+    bool take(std::string_view keyword)
+    {
+        if (!word().is(keyword)) return false;
+        ++at_;
+        return true;
+    }
+    bool takeMark(std::string_view mark)
+    {
+        if (!word().isMark(mark)) return false;
+        ++at_;
+        return true;
+    }
+    [[noreturn]] void fail(const std::string& what) const { notUnderstood(sql_, word().at, what); }
+    void expect(std::string_view keyword)
+    {
+        if (!take(keyword)) fail(std::string(keyword) + " bekleniyor");
+    }
+    void expectMark(std::string_view mark)
+    {
+        if (!takeMark(mark)) fail("'" + std::string(mark) + "' bekleniyor");
+    }
+    std::string name(const char* what);
+    void end();
+
+    // ---- queries ----
+    Selected query(const Scope* outer);
+    Selected term(const Scope* outer, bool alone);
+    std::string from(Scope& scope);
+    std::string joined(Scope& scope);
+    std::string source(Scope& scope);
+    std::string orderBy(Scope& scope, const std::set<std::string>* groups);
+    void checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const;
+
+    // ---- expressions, from the loosest to the tightest ----
+    Expr expression(Scope& scope) { return disjunction(scope); }
+    Expr disjunction(Scope& scope);
+    Expr conjunction(Scope& scope);
+    Expr negation(Scope& scope);
+    Expr comparison(Scope& scope);
+    Expr concatenation(Scope& scope);
+    Expr sum(Scope& scope);
+    Expr modulo(Scope& scope);
+    Expr wholeDivision(Scope& scope);
+    Expr product(Scope& scope);
+    Expr sign(Scope& scope);
+    Expr power(Scope& scope);
+    Expr primary(Scope& scope);
+    Expr function(Scope& scope);
+    Expr aggregate(Scope& scope, const std::string& called, const Function& function);
+    Expr special(Scope& scope, const std::string& called);
+    Expr reference(Scope& scope);
+
+    Expr compare(const Expr& left, const std::string& op, const Expr& right, std::size_t at) const;
+    void checkComparable(Expr& left, Expr& right, std::size_t at) const;
+
+    // ---- statements that write ----
+    Translation insert();
+    Translation update();
+    Translation erase();
+    Catalogue::Shape tableToWrite();
+
+    std::string_view sql_;
+    std::vector<Word> words_;
+    std::size_t at_ = 0;
+    Catalogue& catalogue_;
+    int depth_; ///< of saved queries in saved queries
+};
+
+} // namespace query

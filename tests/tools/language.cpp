@@ -1,0 +1,89 @@
+#include "tests/support/table.h"
+#include "tests/support/text.h"
+#include "tests/tools/tool.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+using Settings = std::map<std::string, std::string>;
+
+struct LanguageRow {
+    Settings settings;
+    Arguments option;
+    bool english = false;
+};
+class ToolLanguage : public TableTest<LanguageRow>, protected Tool {};
+
+RowTable<LanguageRow> toolLanguage()
+{
+    return {
+        {"no settings", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", ""}}, {}, false}},
+        {"Turkish", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "tr_TR.UTF-8"}}, {}, false}},
+        {"English", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "en_GB.UTF-8"}}, {}, true}},
+        {"English messages", {{{"LC_ALL", ""}, {"LC_MESSAGES", "en_US"}, {"LANG", "tr_TR.UTF-8"}}, {}, true}},
+        {"Turkish before all", {{{"LC_ALL", "tr_TR"}, {"LC_MESSAGES", "en_US"}, {"LANG", "en_US"}}, {}, false}},
+        {"asked for English", {{{"LC_ALL", "tr_TR"}}, {"--lang", "en"}, true}},
+        {"asked for Turkish", {{{"LC_ALL", "en_US"}}, {"--lang", "tr"}, false}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, ToolLanguage, testing::ValuesIn(toolLanguage()), RowName());
+
+TEST_P(ToolLanguage, isThatOfTheSettings)
+{
+    const LanguageRow& spoken = row();
+    const bool english = spoken.english;
+    const std::string file = created();
+    const auto asked = [&](Arguments arguments) {
+        arguments.insert(arguments.end(), spoken.option.begin(), spoken.option.end());
+        return run(arguments, {}, spoken.settings);
+    };
+    ASSERT_THAT(asked({"--help"}).out, HasSubstr(english ? "Usage:" : "Kullanım:"));
+    ASSERT_THAT(asked({"check", file}).out, HasSubstr(english ? "The file is sound." : "Dosya sağlam."));
+    ASSERT_THAT(asked({"sql", file, "Delete From Cari"}).out,
+                HasSubstr(english ? "0 rows deleted." : "0 satır silindi."));
+    const Outcome unknown = asked({"fly"});
+    ASSERT_EQ(unknown.code, 1);
+    ASSERT_THAT(unknown.err, HasSubstr(english ? "'fly' is no command" : "'fly' diye bir komut yok"));
+    const Outcome missing = asked({"info", path("yok.mdb")});
+    ASSERT_EQ(missing.code, 1);
+    ASSERT_THAT(missing.err, english ? HasSubstr("There is no such file [") : HasSubstr("yok.mdb"));
+    // What programs read has no language.
+    ASSERT_EQ(asked({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
+}
+
+class EnglishHelpOf : public TableTest<std::string>, protected Tool {};
+
+RowTable<std::string> englishHelpOf()
+{
+    RowTable<std::string> table;
+    for (const char* name : {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue",
+                             "backup", "restore", "weights", "drop-index"})
+        table.push_back({name, name});
+    return table;
+}
+
+INSTANTIATE_TEST_SUITE_P(, EnglishHelpOf, testing::ValuesIn(englishHelpOf()), RowName());
+
+TEST_P(EnglishHelpOf, hasNoTurkishInIt)
+{
+    const Outcome outcome = run({row(), "--help", "--lang", "en"});
+    ASSERT_EQ(outcome.code, 0);
+    ASSERT_THAT(outcome.out, AllOf(HasSubstr("Usage: presva-mdb " + row()), Not(HasSubstr("DOSYA"))));
+}
+
+class ToolSpeech : public testing::Test, protected Tool {};
+
+TEST_F(ToolSpeech, anotherLanguageIsRefused)
+{
+    const Outcome outcome = run({"--help", "--lang", "fr"});
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_EQ(countOf("\n", outcome.err), 1);
+}
+
+} // namespace

@@ -1,0 +1,90 @@
+#include "tools/english_help.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tools {
+
+namespace {
+
+// clang-format off
+constexpr EnglishHelp helps[] = {
+    {"create", "FILE [--collation turkish|general]", "makes an empty database",
+     "With the tables Cari and Hareket; a file that is there is not touched. --collation chooses the order of texts,\n"
+     "turkish as a rule.\n"},
+    {"info", "FILE", "describes the file, its tables, columns and indexes", ""},
+    {"check", "FILE", "looks at every page, row and index entry",
+     "Names each fault in a line, and ends with 0 only when the file is sound. Warnings are harmless. Of a damaged file\n"
+     "it also says what can be saved. Nothing in the file is changed.\n"},
+    {"export", "FILE TABLE [--out OUT] | FILE --all FOLDER [--format csv|jsonl|xlsx]",
+     "writes a table, or all of them, as CSV, JSON lines or a workbook",
+     "To standard output without --out; --all writes every table to a file of its own in FOLDER. No file is replaced.\n"
+     "Without --format the ending of OUT decides, csv otherwise.\n"
+     "csv:   names first, UTF-8, commas, decimal points, dates like 2025-11-20T14:05:00. Nothing at all for Null, two\n"
+     "       quotes for an empty text.\n"
+     "jsonl: one JSON object a line; numbers are numbers, Null is null, dates as in csv.\n"
+     "xlsx:  real numbers and dates; numbers of more than 15 digits and dates before March 1900 are texts. A value too\n"
+     "       long for a cell (32767 letters) is left out and told.\n"},
+    {"import", "FILE TABLE CSV [--encoding E] [--delimiter D] [--decimal point|comma] [--dates dmy|mdy]",
+     "adds the rows of a CSV to a table",
+     "The first line names the columns; others stay empty. All rows are loaded or none; a line that cannot be read is\n"
+     "named by its number. With - for CSV standard input is read.\n"
+     "Encoding (utf-8, utf-16le, utf-16be, 1254, 857), delimiter (, ; tab), decimal mark and the order of day and month\n"
+     "are found out; where they cannot be, nothing is loaded and the option that says it is named.\n"
+     "Dates: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 November 2025, with --dates mdy 11/20/2025 2:05 PM.\n"
+     "Nothing at all is Null, two quotes are an empty text.\n"},
+    {"sql", "FILE TEXT [--format csv|jsonl|xlsx] [--out OUT]", "answers a question, or adds, changes or deletes rows",
+     "The rows of a Select are written as by export; of an Insert, Update or Delete, done whole or not at all, the number\n"
+     "of rows. The language is that of Access:\n"
+     "  Select [Distinct] [Top n] * | TABLE.* | expression [As name], ...  From ...  [Where condition]\n"
+     "         [Group By expression, ...] [Having condition] [Order By expression [Desc], ...]\n"
+     "  Select ... Union [All] Select ... [Order By ...]\n"
+     "  From: TABLE or saved query [As name], Inner Join, Left Join, Right Join ... On condition, (Select ...) As name\n"
+     "  Insert Into TABLE [(field, ...)] Values (expression, ...) | Select ...\n"
+     "  Update TABLE Set field = expression, ... [Where condition]        Delete From TABLE [Where condition]\n"
+     "A name alone gives the rows of that table or saved query.\n"
+     "Conditions:  = <> < > <= >=, And, Or, Xor, Not, Between ... And ..., In (...), In (Select ...), Exists (Select ...),\n"
+     "             Is [Not] Null, Like '*? # [a-c] [!a]'. Texts are compared by the order of the file, without letter\n"
+     "             case; StrComp(a, b, 0) tells cases apart.\n"
+     "Expressions: + - * / \\ Mod ^ &, 'text' \"text\", 12.5, #11/20/2025 14:05# (month/day/year) or #2025-11-20#,\n"
+     "             True, False, Null, [name with blanks], TABLE.FIELD, (Select ...)\n"
+     "Over groups: Count, Sum, Avg, Min, Max, First, Last, StDev, StDevP, Var, VarP\n"
+     "Functions:   IIf Nz IsNull | Len Left Right Mid UCase LCase Trim LTrim RTrim InStr Replace StrComp Val CStr Format |\n"
+     "             Abs Int Fix Round Sgn Sqr CInt CLng CDbl CSng CCur | Now Date Time Year Month Day Hour Minute Second\n"
+     "             Weekday DateSerial TimeSerial DateAdd DateDiff DatePart DateValue CDate\n"
+     "Top n gives exactly n rows. Decimal fields count with 15 digits here; export gives all of them.\n"},
+    {"schema", "FILE [--dialect sqlite|postgres]", "writes tables, keys and relationships as SQL text",
+     "SQLite and PostgreSQL both take it; with --dialect one of them alone, and then counters and tables that refer to\n"
+     "each other are written, too. Relationships that the file does not enforce are comments.\n"},
+    {"compact", "FILE OUT", "writes a new file without the room of deleted rows",
+     "Queries, forms, reports, modules and relationships go with it. OUT must not be there yet; FILE is not touched. Of a\n"
+     "damaged FILE every row that can be read is saved, what is lost is named, and the command ends with 2 (like rescue).\n"},
+    {"rescue", "FILE OUT", "writes every row of a damaged file that can be read to a new one",
+     "Names page, row and field of what cannot. Ends with 0 when everything was saved, 2 when some was not, 1 when nothing\n"
+     "was written. OUT must not be there yet; FILE is not touched.\n"},
+    {"backup", "FILE OUT", "makes a consistent copy of the file",
+     "OUT must not be there yet; the copy gets its name only when it is whole and was checked.\n"},
+    {"restore", "FOLDER [COPY]", "puts a copy back; lists the copies without COPY",
+     "FOLDER is the program's (where Yag.mdb is); the copies lie in Yedek in it. COPY is the name of one, or its date:\n"
+     "2025-11-20. It is checked before it takes any place; the Yag.mdb that was there is kept as Yag-onceki-DATE.mdb. The\n"
+     "program must not be running.\n"},
+    {"weights", "FOLDER [--day DAY] [--customer NAME] [--verify [--log COPY]]", "lists the book of weights, or verifies it",
+     "FOLDER is the program's; the book is Tartim.jsonl in it, and the files of earlier seasons. Each pressing's line says\n"
+     "whether olives and oil came from the scale (with the bytes that it sent) or by hand.\n"
+     "--day 2025-11-20 lists that day alone, --customer the names that begin so.\n"
+     "--verify names the first line that was altered, removed, doubled or put in between, and each pressing that differs\n"
+     "from its line; it ends with 0 only when all agree. It also compares with the digests that presva.log has seen: who\n"
+     "writes every file of the folder anew is shown only by a copy of that log kept elsewhere, given with --log.\n"},
+    {"drop-index", "FILE TABLE INDEX", "takes an index of a table away", ""},
+};
+// clang-format on
+
+} // namespace
+
+const EnglishHelp* englishHelp(std::string_view command)
+{
+    const auto found = std::ranges::find(helps, command, &EnglishHelp::name);
+    return found == std::end(helps) ? nullptr : &*found;
+}
+
+} // namespace tools

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "files/error.h"
+#include "tools/command_line.h"
+
+#include <string>
+
+/// The language in which presva-mdb speaks to people. What it writes for programs (CSV, names, types) has none.
+namespace tools {
+
+/// English where the option --lang or, without it, the first of LC_ALL, LC_MESSAGES and LANG that is set says "en";
+/// otherwise Turkish. To be called once, first; takes the option out of the arguments. Misused for another language.
+void chooseLanguage(std::vector<std::string>& arguments);
+bool speaksEnglish();
+
+/// The one of two texts that say the same.
+template <class Text> Text said(Text turkish, Text english) { return speaksEnglish() ? english : turkish; }
+
+/// The sentence of a failure. The engine's are Turkish: in English the kind of failure stands before it.
+std::string sentenceOf(const files::Error& error);
+
+} // namespace tools
