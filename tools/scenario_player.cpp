@@ -184,7 +184,7 @@ void Player::start()
         .printer = *printer_,
         .slips = *slips_,
         .weights = *weights_,
-        .keyboard = keyboard_,
+        .keyboard = *keyboard_,
         .now = [offset = clockOffset_] { return QDateTime::currentDateTime().addMSecs(offset); },
         .backups = backups_.get(),
     };

@@ -79,7 +79,8 @@ private:
     std::unique_ptr<store::SlipNotes> slips_;
     std::unique_ptr<weights::WeightBook> weights_;
     std::unique_ptr<store::Backups> backups_;
-    NoKeyboard keyboard_;
+    /// None that can be read: a scenario leaves the real Caps Lock alone.
+    std::unique_ptr<platform::Keyboard> keyboard_ = app::keyboardOf(u"offscreen");
     AnsweringPrompt prompt_;
     std::unique_ptr<WatchedTarget> printer_;
     std::unique_ptr<ScaleLine> line_;

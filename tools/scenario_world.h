@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/prompt.h"
-#include "platform/caps_lock.h"
 #include "print/print_target.h"
 #include "tools/scenario_script.h"
 
@@ -35,13 +34,6 @@ private:
     QQueue<Command> answers_;
     QString lastMessage_;
     QString fault_;
-};
-
-/// A keyboard that cannot be read: a scenario leaves the real Caps Lock alone.
-class NoKeyboard : public platform::Keyboard {
-public:
-    std::optional<bool> toggled(std::uint32_t) override { return std::nullopt; }
-    void send(std::uint32_t, std::uint32_t) override {}
 };
 
 /// Passes jobs on and keeps the last one that was printed, so that a scenario can read it.
