@@ -114,14 +114,6 @@ ButtonAtWork::~ButtonAtWork()
 
 CheckButton::CheckButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
 
-void CheckButton::setValue(bool on)
-{
-    if (value_ == on) return;
-    value_ = on;
-    update();
-    runClick();
-}
-
 void CheckButton::showValue(bool on)
 {
     value_ = on;
@@ -137,9 +129,9 @@ void CheckButton::pressed()
 
 OptionButton::OptionButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
 
-bool OptionButton::turnOn()
+void OptionButton::turnOn()
 {
-    if (value_) return false;
+    if (value_) return;
     const auto others = parentWidget()->findChildren<OptionButton*>(QString(), Qt::FindDirectChildrenOnly);
     for (OptionButton* other : others) {
         other->value_ = false;
@@ -147,17 +139,6 @@ bool OptionButton::turnOn()
     }
     value_ = true;
     update();
-    return true;
-}
-
-void OptionButton::setValue(bool on)
-{
-    if (!on) {
-        value_ = false;
-        update();
-    } else if (turnOn()) {
-        runClick();
-    }
 }
 
 void OptionButton::choose()

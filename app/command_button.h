@@ -48,8 +48,7 @@ private:
     CommandButton& button_;
 };
 
-/// A button that stays down. Whenever its value changes, by the operator or by code, its click runs once; an error
-/// of a click that code caused comes out of setValue().
+/// A button that stays down. Whenever the operator changes its value, its click runs once.
 class CheckButton : public CommandButton {
     Q_OBJECT
 
@@ -57,7 +56,6 @@ public:
     explicit CheckButton(QWidget* parent, const QString& caption = {});
 
     bool value() const { return value_; }
-    void setValue(bool on);
     /// Brings the button in line with what its rule has decided; no click runs.
     void showValue(bool on);
 
@@ -70,8 +68,8 @@ private:
 };
 
 /// One of several choices: turning one on turns the other option buttons of the same container off.
-/// The click runs once when the button goes on, by hand or by code, and at every press by hand: what is chosen is
-/// applied again. It never runs when the button goes off.
+/// The click runs at every press, also when the button is on: what is chosen is applied again. It never runs when the
+/// button goes off.
 class OptionButton : public CommandButton {
     Q_OBJECT
 
@@ -79,7 +77,6 @@ public:
     explicit OptionButton(QWidget* parent, const QString& caption = {});
 
     bool value() const { return value_; }
-    void setValue(bool on);
     /// As a press: on, and the click runs, on already or not.
     void choose();
     /// On, and the others off; no click runs.
@@ -90,8 +87,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Whether it was off.
-    bool turnOn();
+    void turnOn();
     bool value_ = false;
 };
 

@@ -51,7 +51,7 @@ FontDialog::FontDialog(const FontChoice& preset, QWidget* owner) : QDialog(owner
     const auto check = [this](const QString& caption, const char* name, bool& flag) {
         auto* made = new CheckButton(this, caption);
         made->setObjectName(QString::fromLatin1(name));
-        made->setValue(flag);
+        made->showValue(flag);
         made->onClick([this, made, &flag] {
             flag = made->value();
             update();

@@ -9,6 +9,7 @@
 #include "pressing/containers.h"
 #include "pressing/fraction.h"
 #include "pressing/keypad.h"
+#include "pressing/rules.h"
 #include "pressing/station_screen.h"
 #include <exception>
 
@@ -117,7 +118,7 @@ void Form1::createStation(int Index)
     NakitLbl[Index] = named(new FieldLabel(frame, Kind::figure, u"Zeytin Sıkma TL"_s), "NakitLbl", Index);
     Combo1[Index] = named(new DropDownList(frame, pressing::containerNames()), "Combo1", Index);
     Combo1[Index]->setTitle(u"Kap"_s);
-    HakCmd[Index] = named(new CheckButton(frame, u"Hak Ediş Yok"_s), "HakCmd", Index);
+    HakCmd[Index] = named(new CheckButton(frame, pressing::entitlementOff), "HakCmd", Index);
     Frame3[Index] = named(new ControlFrame(frame, ControlFrame::Look::group, u"Hak Ediş"_s), "Frame3", Index);
     Haklbl[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, u" Yüzde %"_s), "Haklbl", Index);
     HakTut[Index] = named(new FieldLabel(Frame3[Index], Kind::figure, u" Hak Ediş"_s), "HakTut", Index);

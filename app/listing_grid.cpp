@@ -65,7 +65,7 @@ private:
 
 } // namespace
 
-ListingGrid::ListingGrid(QWidget* parent) : Control(parent), headings_(new ListingHeader(this))
+ListingGrid::ListingGrid(QWidget* parent) : ScrollControl(parent), headings_(new ListingHeader(this))
 {
     setAttribute(Qt::WA_NoMousePropagation);
     setHorizontalHeader(headings_);
@@ -159,18 +159,6 @@ void ListingGrid::currentChanged(const QModelIndex& current, const QModelIndex& 
     if (marking_ || !rowChanged_ || !current.isValid() || current.row() == previous.row()) return;
     const int row = current.row();
     beginAction(this, [this, row] { rowChanged_(row); });
-}
-
-bool ListingGrid::event(QEvent* event)
-{
-    if (isInput(event) && inputBlocked(this)) return true;
-    return Control::event(event);
-}
-
-bool ListingGrid::viewportEvent(QEvent* event)
-{
-    if (isInput(event) && inputBlocked(this)) return true;
-    return Control::viewportEvent(event);
 }
 
 } // namespace app

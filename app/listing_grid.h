@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/control.h"
 #include "app/listing_header.h"
+#include "app/scroll_control.h"
 #include "reports/grid_model.h"
 #include <QTableView>
 
@@ -9,7 +9,7 @@ namespace app {
 
 /// The grid of the report panel: read-only, whole rows, tall enough for fingers; dragging scrolls, the edges of the
 /// headings drag columns. It forms only the rows that are on the screen, and knows their height without asking them.
-class ListingGrid : public Control<QTableView> {
+class ListingGrid : public ScrollControl<QTableView> {
     Q_OBJECT
 
 public:
@@ -23,7 +23,6 @@ public:
     /// Shows the model's rows and keeps to its columns. The model outlives the grid's use of it.
     void setRows(reports::GridModel* rows);
 
-    Marquee marquee() const { return marquee_; }
     void setMarquee(Marquee marquee);
     /// Marks the row that is current in the source, and scrolls to it.
     void markCurrentRow();
@@ -37,8 +36,6 @@ public:
     void onRowChange(std::function<void(int row)> changed) { rowChanged_ = std::move(changed); }
 
 protected:
-    bool event(QEvent* event) override;
-    bool viewportEvent(QEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
 
 private:

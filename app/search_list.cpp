@@ -89,7 +89,7 @@ private:
 
 } // namespace
 
-SearchList::SearchList(QWidget* parent) : Control(parent), rows_(new TextRows(this))
+SearchList::SearchList(QWidget* parent) : ScrollControl(parent), rows_(new TextRows(this))
 {
     describeSearchLists();
     setFocusPolicy(Qt::NoFocus);
@@ -204,18 +204,6 @@ void SearchList::press(int row)
     if (pressed_ == row) return;
     pressed_ = row;
     viewport()->update();
-}
-
-bool SearchList::event(QEvent* event)
-{
-    if (isInput(event) && inputBlocked(this)) return true;
-    return Control::event(event);
-}
-
-bool SearchList::viewportEvent(QEvent* event)
-{
-    if (isInput(event) && inputBlocked(this)) return true;
-    return Control::viewportEvent(event);
 }
 
 void SearchList::mousePressEvent(QMouseEvent* event)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/control.h"
+#include "app/scroll_control.h"
 #include <QElapsedTimer>
 #include <QListView>
 #include <functional>
@@ -15,7 +15,7 @@ class TextRows;
 /// The rows are seen through two callbacks; they must answer until others are set. After the rows behind them have
 /// changed, call refill(). A row that was deleted meanwhile makes `text` throw base::RuntimeError: it is shown empty,
 /// and picking it ends in that error.
-class SearchList : public Control<QListView> {
+class SearchList : public ScrollControl<QListView> {
     Q_OBJECT
 
 public:
@@ -45,8 +45,6 @@ public:
     bool isChosen(int row) const { return row == chosen_; }
 
 protected:
-    bool event(QEvent* event) override;
-    bool viewportEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;

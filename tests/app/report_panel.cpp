@@ -406,14 +406,14 @@ private slots:
     void emptyListingHasHeadingsAndNoMarkedRow()
     {
         openReport();
-        QCOMPARE(form().DBGrid1->marquee(), app::ListingGrid::Marquee::wholeRow);
+        QCOMPARE(form().DBGrid1->selectionMode(), QAbstractItemView::SingleSelection);
         setDays(QDate(2020, 1, 1), QDate(2020, 1, 1));
         QCOMPARE(shown(), QStringList());
         QCOMPARE(headings().value(1), u"Giren Zeytin"_s);
-        QCOMPARE(form().DBGrid1->marquee(), app::ListingGrid::Marquee::none);
+        QCOMPARE(form().DBGrid1->selectionMode(), QAbstractItemView::NoSelection);
         QVERIFY(form().DBGrid1->selectionModel()->selectedRows().isEmpty());
         setDays(QDate(2025, 2, 3), QDate(2025, 2, 3));
-        QCOMPARE(form().DBGrid1->marquee(), app::ListingGrid::Marquee::wholeRow);
+        QCOMPARE(form().DBGrid1->selectionMode(), QAbstractItemView::SingleSelection);
         QVERIFY(form().DBGrid1->selectionModel()->isRowSelected(0));
     }
 
@@ -987,7 +987,7 @@ private slots:
         form.setGeometry(0, 0, 1024, 768);
         QVERIFY(QTest::qWaitForWindowExposed(&form));
         form.run([&] { form.GünlükCmd_Click(); });
-        form.run([&] { form.Option1[1]->setValue(true); });
+        form.run([&] { form.Option1[1]->choose(); });
         QCOMPARE(form.DBGrid1->model()->rowCount(), 1'000'000);
         form.grab();
 
