@@ -6,6 +6,7 @@
 #include "tests/scale/pseudo_terminal.h"
 #include "tests/support/chances.h"
 #include "tests/support/columns.h"
+#include "tests/support/text.h"
 
 #include <QFile>
 #include <random>
@@ -347,8 +348,7 @@ private slots:
     {
         addColumns<bool, bool>("english", "realFile");
         // PRESVA_SEEDS lets it go on for longer than the usual run.
-        const int wanted = qEnvironmentVariableIntValue("PRESVA_SEEDS");
-        const int seeds = wanted > 0 ? wanted : 8;
+        const int seeds = numberFromEnvironment("PRESVA_SEEDS", 8);
         for (int seed = 1; seed <= seeds; ++seed) QTest::addRow("%d", seed) << (seed % 3 == 0) << (seed % 4 == 1);
     }
     void anyOrderOfTouchesLeavesTheScreenAndTheBooksWhole()

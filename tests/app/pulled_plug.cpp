@@ -1,6 +1,7 @@
 #include "app/setting_names.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/played_devices.h"
+#include "tests/support/text.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -16,11 +17,7 @@ namespace {
 double processorTime() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 /// PRESVA_PULLS, or a quick number.
-int pulls()
-{
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_PULLS");
-    return wanted > 0 ? wanted : 10;
-}
+int pulls() { return numberFromEnvironment("PRESVA_PULLS", 10); }
 
 constexpr auto adapter = "usb-Terazi_A1";
 

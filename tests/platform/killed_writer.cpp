@@ -20,11 +20,7 @@ using namespace jet;
 namespace {
 
 /// PRESVA_KILLS sets how often; the usual run kills less often than a release does.
-int kills()
-{
-    const int wanted = numberFromEnvironment("PRESVA_KILLS", 60);
-    return wanted > 0 ? wanted : 60;
-}
+int kills() { return numberFromEnvironment("PRESVA_KILLS", 60); }
 
 /// One change after the other, each acknowledged with a byte, until somebody stops the process.
 [[noreturn]] void workForEver(const std::filesystem::path& file, unsigned seed, int acknowledge)

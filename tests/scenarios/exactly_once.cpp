@@ -15,6 +15,7 @@
 #include "store/jet/database/database.h"
 #include "tests/print/cups_fixture.h"
 #include "tests/print/pdf_text.h"
+#include "tests/support/text.h"
 #include "weights/verification.h"
 
 #include <QElapsedTimer>
@@ -27,11 +28,7 @@
 
 namespace {
 
-int kills()
-{
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_KILLS");
-    return wanted > 0 ? wanted : 15;
-}
+int kills() { return numberFromEnvironment("PRESVA_KILLS", 15); }
 
 constexpr int enough = 3;
 

@@ -1,6 +1,7 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
 #include "counter.h"
+#include "tests/support/text.h"
 
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
@@ -20,11 +21,7 @@
 namespace {
 
 /// PRESVA_KILLS sets how often; the usual run kills a hundred times.
-int kills()
-{
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_KILLS");
-    return wanted > 0 ? wanted : 100;
-}
+int kills() { return numberFromEnvironment("PRESVA_KILLS", 100); }
 
 /// One press on "Fiş Yaz": the customer and the fee, which no other slip of the test has.
 struct Slip {

@@ -1,6 +1,7 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
 #include "counter.h"
+#include "tests/support/text.h"
 
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
@@ -17,11 +18,7 @@
 namespace {
 
 /// PRESVA_KILLS sets how often.
-int kills()
-{
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_KILLS");
-    return wanted > 0 ? wanted : 40;
-}
+int kills() { return numberFromEnvironment("PRESVA_KILLS", 40); }
 
 /// Every row that is not a totals row, byte for byte at its place.
 using Rows = QMap<quint64, QByteArray>;

@@ -19,6 +19,7 @@
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/scale/pseudo_terminal.h"
+#include "tests/support/text.h"
 
 #include <QAbstractEventDispatcher>
 #include <QDir>
@@ -41,11 +42,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// A busy day; PRESVA_SEASON sets another number of pressings.
-int pressings()
-{
-    const int wanted = qEnvironmentVariableIntValue("PRESVA_SEASON");
-    return wanted > 0 ? wanted : 200;
-}
+int pressings() { return numberFromEnvironment("PRESVA_SEASON", 200); }
 
 const QDate seasonStart(2025, 10, 1);
 

@@ -1,8 +1,5 @@
 #include "tests/support/text.h"
 
-#include <charconv>
-#include <cstdlib>
-
 std::vector<std::string> split(std::string_view text, std::string_view separator)
 {
     std::vector<std::string> pieces;
@@ -28,14 +25,4 @@ std::string simplified(std::string_view text)
     }
     if (!result.empty() && result.back() == ' ') result.pop_back();
     return result;
-}
-
-int numberFromEnvironment(const char* variable, int usual)
-{
-    const char* const set = std::getenv(variable);
-    if (set == nullptr) return usual;
-    const std::string_view digits = set;
-    int number = 0;
-    const auto [end, fault] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    return fault == std::errc() && end == digits.data() + digits.size() ? number : usual;
 }
