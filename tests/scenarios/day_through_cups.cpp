@@ -35,7 +35,8 @@ ExportedTable exported(const Counter& counter, const QString& table)
 QList<QStringList> expectedPressings()
 {
     QList<QStringList> rows;
-    for (const QString& line : contentOf(SCENARIOS "/a-day-at-the-mill.expected.tsv").split('\n', Qt::SkipEmptyParts))
+    for (const QString& line :
+         contentOf(SCENARIOS "/forty-customers-are-served.expected.tsv").split('\n', Qt::SkipEmptyParts))
         rows << line.split('\t');
     return rows;
 }
@@ -49,7 +50,7 @@ QString dayAfter(const QSet<QString>& known, qsizetype customers, qsizetype pres
     static const QRegularExpression name("^expect TxtLbl\\([01]\\) caption \"(.*)\"$");
     QStringList lines;
     bool been = false;
-    for (const QString& line : contentOf(SCENARIOS "/a-day-at-the-mill.txt").split('\n')) {
+    for (const QString& line : contentOf(SCENARIOS "/forty-customers-are-served.txt").split('\n')) {
         if (const auto match = count.match(line); match.hasMatch()) {
             const qsizetype before = match.captured(1) == "Cari" ? customers : pressings;
             lines << u"table %1 %2"_s.arg(match.captured(1)).arg(match.captured(2).toLongLong() + before);
