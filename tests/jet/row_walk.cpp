@@ -95,8 +95,7 @@ struct World {
                 for (int n = 0; n < longRows; ++n)
                     made.update(places[static_cast<std::size_t>(n)], {{1, letters(250)}});
                 definitions.push_back(made.definitionPage());
-                heads.emplace_back();
-                for (const RowId id : places) heads.back().push_back(id);
+                heads.push_back(std::move(places));
             }
         }
         image = disk.content(file);

@@ -37,6 +37,15 @@ public:
 /// What emptying both buffers does to a control.
 const QStringList emptied = {u"in=0"_s, u"out=0"_s};
 
+/// Bytes come for the station. What was done to the control then.
+QStringList hear(PaperStation& station, const QString& burst)
+{
+    FakeCommControl control;
+    control.burst = burst;
+    onScaleEvent(control, station, station.regional, [] {});
+    return control.steps;
+}
+
 } // namespace
 
 /// From the bytes of the scale to the weight on the screen.
@@ -104,20 +113,15 @@ private slots:
         QFETCH(QString, after);
         PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
         station.caption = before;
-        FakeCommControl control;
-        control.burst = burst;
-        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(hear(station, burst), emptied);
         QCOMPARE(station.caption, after);
-        QCOMPARE(control.steps, emptied);
     }
 
     void sameWeightAgainFiresNoChange()
     {
         PaperStation station(base::Regional::turkish());
         station.caption = u"1.234"_s;
-        FakeCommControl control;
-        control.burst = u"  1234kg\r"_s;
-        onScaleEvent(control, station, station.regional, [] {});
+        hear(station, u"  1234kg\r"_s);
         QCOMPARE(station.caption, u"1.234"_s);
         QCOMPARE(station.changes, 0);
     }
@@ -126,9 +130,7 @@ private slots:
     {
         PaperStation station(base::Regional::turkish());
         station.caption = u"1234KG\r"_s;
-        FakeCommControl control;
-        control.burst = u"1234KG\r"_s;
-        onScaleEvent(control, station, station.regional, [] {}); // would throw if the caption were set anew
+        hear(station, u"1234KG\r"_s); // would throw if the caption were set anew
         QCOMPARE(station.changes, 0);
     }
 
@@ -164,11 +166,8 @@ private slots:
         PaperStation station(base::Regional::turkish());
         station.caption = u"1.000"_s;
         station.enabled = false;
-        FakeCommControl control;
-        control.burst = u"  1234kg\r"_s;
-        onScaleEvent(control, station, station.regional, [] {});
+        QCOMPARE(hear(station, u"  1234kg\r"_s), emptied);
         QCOMPARE(station.caption, u"1.000"_s);
-        QCOMPARE(control.steps, emptied);
     }
 
     void withoutAnyNameNothingIsTouched()
@@ -191,9 +190,7 @@ private slots:
     {
         PaperStation station(base::Regional::turkish());
         station.name = u"Müşteri Seçin"_s;
-        FakeCommControl control;
-        control.burst = u"   500kg\r"_s;
-        onScaleEvent(control, station, station.regional, [] {});
+        hear(station, u"   500kg\r"_s);
         QCOMPARE(station.caption, u"500"_s);
     }
 
