@@ -16,9 +16,6 @@ namespace jet {
 
 namespace {
 
-constexpr double localTable = 1;
-constexpr double container = 3;
-
 class DatabaseCheck {
 public:
     DatabaseCheck(Database& database, CheckReport& report)
@@ -60,10 +57,10 @@ private:
     /// Every local table is listed once, under a name, with a definition of its own.
     void checkCatalogue()
     {
-        const Table& objects = database_.table(u"MSysObjects");
-        const std::size_t id = systemColumn(objects, u"Id", ColumnType::longInteger);
-        const std::size_t name = systemColumn(objects, u"Name", ColumnType::text);
-        const std::size_t type = systemColumn(objects, u"Type", ColumnType::integer);
+        const Table& objects = database_.table(msysObjects);
+        const std::size_t id = systemColumn(objects, object_columns::id, ColumnType::longInteger);
+        const std::size_t name = systemColumn(objects, object_columns::name, ColumnType::text);
+        const std::size_t type = systemColumn(objects, object_columns::type, ColumnType::integer);
         bool hasContainer = false;
         std::vector<std::u16string> names;
         std::u16string text;
@@ -71,7 +68,8 @@ private:
             [&](RowId, const RowView& row) {
                 const double kind = row.number(type).value_or(0);
                 const auto number = static_cast<std::int32_t>(row.number(id).value_or(0));
-                if (kind == container && number == static_cast<std::int32_t>(tablesContainer)) hasContainer = true;
+                if (kind == containerObject && number == static_cast<std::int32_t>(tablesContainer))
+                    hasContainer = true;
                 if (kind != localTable) return true;
                 text.clear();
                 row.text(name, text);
@@ -95,8 +93,8 @@ private:
     /// Access opens no table without an entry of rights.
     void checkRights()
     {
-        const Table& rights = database_.table(u"MSysACEs");
-        const std::size_t object = systemColumn(rights, u"ObjectId", ColumnType::longInteger);
+        const Table& rights = database_.table(msysAces);
+        const std::size_t object = systemColumn(rights, right_columns::object, ColumnType::longInteger);
         std::set<std::int32_t> known;
         rights.scan(
             [&](RowId, const RowView& row) {

@@ -27,7 +27,7 @@ using Fields = std::vector<std::optional<Bytes>>;
 constexpr std::uint64_t rowsPerStep = 1000;
 /// The tables whose definitions stand where every file has them, in the order of their pages.
 constexpr std::array<std::u16string_view, header_layout::systemTables> fixedTables{
-    u"MSysObjects", u"MSysACEs", u"MSysQueries", u"MSysRelationships"};
+    msysObjects, msysAces, u"MSysQueries", u"MSysRelationships"};
 
 [[noreturn]] void refuse(const Pager& pager, const std::string& why)
 {
@@ -159,10 +159,10 @@ Rewrite::Rewrite(Database& from) : from_(from.pager())
         from.table(name).requireSoundRows();
         auto& table = *tables_.emplace_back(std::make_unique<Carried>(from_, name, page));
         newPages_[page] = 0;
-        if (name == fixedTables[0])
-            table.tableNumber = systemColumn(from.table(name), u"Id", ColumnType::longInteger);
-        else if (name == fixedTables[1])
-            table.tableNumber = systemColumn(from.table(name), u"ObjectId", ColumnType::longInteger);
+        if (name == msysObjects)
+            table.tableNumber = systemColumn(from.table(name), object_columns::id, ColumnType::longInteger);
+        else if (name == msysAces)
+            table.tableNumber = systemColumn(from.table(name), right_columns::object, ColumnType::longInteger);
     }
     for (std::size_t i = 0; i < fixedTables.size(); ++i) {
         const auto found = std::find_if(tables_.begin() + static_cast<std::ptrdiff_t>(i), tables_.end(),

@@ -1,9 +1,12 @@
 #include "store/jet/care/salvage.h"
 
+#include "files/journal_name.h"
+#include "files/quoted_path.h"
 #include "store/jet/care/check_report.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/journal.h"
 #include "store/jet/pages/row_page.h"
@@ -21,7 +24,6 @@ namespace {
 const std::filesystem::path inMemory = "salvage.mdb";
 constexpr PageCount smallestFile = 16;
 constexpr PageNo usualCatalogue = 2; ///< where every file known so far has it
-constexpr double localTable = 1;
 
 std::string pageName(PageNo page) { return std::to_string(page.number()) + ". sayfa"; }
 std::string rowName(RowId row) { return pageName(row.page) + ", " + std::to_string(row.slot.number()) + ". satır"; }
@@ -123,15 +125,12 @@ void Salvage::readFile(Disk& disk, const std::filesystem::path& file)
 
 void Salvage::readJournalBeside(Disk& disk, const std::filesystem::path& file)
 {
-    auto name = disk.realPath(file);
-    name += "-journal";
+    const auto name = files::journalOf(disk.realPath(file));
     if (!disk.exists(name)) return;
     try {
         const auto journal = disk.open(name, Disk::Access::readOnly);
         if (!readJournal(*journal)) return;
-        auto copied = inMemory;
-        copied += "-journal";
-        files::MemoryDisk::Content& content = memory_.content(copied);
+        files::MemoryDisk::Content& content = memory_.content(files::journalOf(inMemory));
         content.resize(static_cast<std::size_t>(journal->size()));
         journal->read(0, content);
     } catch (const Error& error) {
@@ -183,7 +182,8 @@ void Salvage::readCatalogue(PageNo page)
         return found == columns.end() ? std::optional<std::size_t>()
                                       : std::optional<std::size_t>(found - columns.begin());
     };
-    const auto id = columnAt(u"Id"), name = columnAt(u"Name"), type = columnAt(u"Type"), flags = columnAt(u"Flags");
+    const auto id = columnAt(object_columns::id), name = columnAt(object_columns::name),
+               type = columnAt(object_columns::type), flags = columnAt(object_columns::flags);
     if (!id || !name || !type || !flags) {
         losses_.add(pageName(page) + ": nesne listesi tanınmıyor; tablo adları bilinmiyor.");
         return;

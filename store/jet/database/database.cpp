@@ -9,6 +9,11 @@
 #include <algorithm>
 
 namespace jet {
+namespace {
+
+Value numberOf(std::uint32_t bits) { return static_cast<std::int32_t>(bits); }
+
+} // namespace
 
 const std::vector<CatalogueEntry>& Database::State::catalogue()
 {
@@ -81,6 +86,26 @@ void Database::State::addRow(Table& table, std::initializer_list<std::pair<std::
     stateOf(table).insert(values);
 }
 
+void Database::State::addObject(const ObjectRow& object, const Bytes& owner, std::uint32_t flags, DateTime now)
+{
+    addRow(*systemObjects, {{object_columns::id, numberOf(object.id)},
+                            {object_columns::parent, numberOf(object.parent)},
+                            {object_columns::name, std::u16string(object.name)},
+                            {object_columns::type, object.type},
+                            {object_columns::created, now},
+                            {object_columns::updated, now},
+                            {object_columns::owner, owner},
+                            {object_columns::flags, numberOf(flags)}});
+}
+
+void Database::State::addRight(std::uint32_t object, const Bytes& account, std::uint32_t mask, bool inheritable)
+{
+    addRow(rightsTable(), {{right_columns::object, numberOf(object)},
+                           {right_columns::account, account},
+                           {right_columns::mask, numberOf(mask)},
+                           {right_columns::inheritable, inheritable}});
+}
+
 Database::Database() : state_(std::make_unique<State>()) {}
 Database::~Database() = default;
 
@@ -90,7 +115,7 @@ std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path
     State& state = *database->state_;
     state.pager = std::make_unique<Pager>(disk, path, mode);
     state.header = readHeader(*state.pager);
-    auto systemState = std::make_unique<Table::State>(*state.pager, u"MSysObjects", state.header.catalogue,
+    auto systemState = std::make_unique<Table::State>(*state.pager, msysObjects, state.header.catalogue,
                                                       std::vector<std::u16string>{});
     state.systemObjects.reset(new Table(std::move(systemState)));
     state.stateOf(*state.systemObjects).systemObjects = state.systemObjects.get();

@@ -2,6 +2,7 @@
 
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/table/catalogue.h"
 
 #include <initializer_list>
@@ -12,6 +13,14 @@
 #include <vector>
 
 namespace jet {
+
+/// An object as the catalogue lists it, without its owner and its dates.
+struct ObjectRow {
+    std::uint32_t id;
+    std::uint32_t parent;
+    std::u16string_view name;
+    std::int16_t type;
+};
 
 struct Database::State {
     /// The entries of the catalogue, read again when a transaction that changed it has ended.
@@ -24,8 +33,10 @@ struct Database::State {
     /// To be called after rows of MSysObjects were changed.
     void catalogueChanged();
 
-    /// A row of a system table, by the names of its columns. In a transaction.
-    void addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields);
+    /// A row of the catalogue. In a transaction.
+    void addObject(const ObjectRow& object, const Bytes& owner, std::uint32_t flags, DateTime now);
+    /// A row of the rights. In a transaction.
+    void addRight(std::uint32_t object, const Bytes& account, std::uint32_t mask, bool inheritable);
     /// What a database without tables says about itself. In a transaction.
     void addSystemRows(const AccountSet& accounts, DateTime now);
     /// MSysACEs. Throws damaged when there is none.
@@ -40,6 +51,9 @@ struct Database::State {
     std::unique_ptr<Table> systemObjects;
 
 private:
+    /// A row of a system table, by the names of its columns.
+    void addRow(Table& table, std::initializer_list<std::pair<std::u16string_view, Value>> fields);
+
     std::optional<std::vector<CatalogueEntry>> entries_;
     std::optional<std::uint64_t> changedAt_; ///< change count of the transaction that changed the catalogue
     std::uint64_t foreignChanges_ = 0;       ///< of the pager, when the catalogue was read

@@ -13,29 +13,21 @@
 namespace jet {
 namespace {
 
-Value bytesOf(const Account& account) { return Bytes(account.begin(), account.end()); }
-Value numberOf(std::uint32_t bits) { return static_cast<std::int32_t>(bits); }
+Bytes bytesOf(const Account& account) { return {account.begin(), account.end()}; }
 
 /// A system table in numbers of objects: they are the pages of their definitions.
 constexpr std::uint32_t pageOf(PageCount table) { return (firstSystemTable + table).number(); }
 
-struct SystemObject {
-    std::uint32_t id;
-    std::uint32_t parent;
-    const char16_t* name;
-    std::int16_t type;
-};
-
 /// In the order that real files have; the positions of rows and the order of entries follow from it.
-constexpr SystemObject systemObjectRows[]{
-    {tablesContainer, rootContainer, u"Tables", 3},
-    {databasesContainer, rootContainer, u"Databases", 3},
-    {relationshipsContainer, rootContainer, u"Relationships", 3},
-    {msysDb, databasesContainer, u"MSysDb", 2},
-    {pageOf(0), tablesContainer, u"MSysObjects", 1},
-    {pageOf(1), tablesContainer, u"MSysACEs", 1},
-    {pageOf(2), tablesContainer, u"MSysQueries", 1},
-    {pageOf(3), tablesContainer, u"MSysRelationships", 1},
+constexpr ObjectRow systemObjectRows[]{
+    {tablesContainer, rootContainer, u"Tables", containerObject},
+    {databasesContainer, rootContainer, u"Databases", containerObject},
+    {relationshipsContainer, rootContainer, u"Relationships", containerObject},
+    {msysDb, databasesContainer, u"MSysDb", databaseObject},
+    {pageOf(0), tablesContainer, msysObjects, localTable},
+    {pageOf(1), tablesContainer, msysAces, localTable},
+    {pageOf(2), tablesContainer, u"MSysQueries", localTable},
+    {pageOf(3), tablesContainer, u"MSysRelationships", localTable},
 };
 
 struct Right {
@@ -71,25 +63,13 @@ constexpr Right systemRights[]{
 
 void Database::State::addSystemRows(const AccountSet& accounts, DateTime now)
 {
-    for (const SystemObject& object : systemObjectRows) {
+    for (const ObjectRow& object : systemObjectRows) {
         const Account& owner = object.id == msysDb ? accounts.admin : accounts.engine;
-        addRow(*systemObjects, {{u"Id", numberOf(object.id)},
-                                {u"ParentId", numberOf(object.parent)},
-                                {u"Name", std::u16string(object.name)},
-                                {u"Type", object.type},
-                                {u"DateCreate", now},
-                                {u"DateUpdate", now},
-                                {u"Owner", bytesOf(owner)},
-                                {u"Flags", numberOf(systemObject)}});
+        addObject(object, bytesOf(owner), systemObject, now);
     }
     catalogueChanged();
-    Table& rights = rightsTable();
-    for (const Right& right : systemRights) {
-        addRow(rights, {{u"ObjectId", numberOf(right.object)},
-                        {u"SID", bytesOf(accounts.*right.account)},
-                        {u"ACM", numberOf(right.mask)},
-                        {u"FInheritable", right.inheritable}});
-    }
+    for (const Right& right : systemRights)
+        addRight(right.object, bytesOf(accounts.*right.account), right.mask, right.inheritable);
 }
 
 void Database::create(Disk& disk, const std::filesystem::path& path, Collation collation, DateTime now,

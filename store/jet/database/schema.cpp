@@ -130,8 +130,8 @@ std::uint32_t bitsField(const RowView& row, std::size_t column)
 /// The owner of a catalogue object, as the file masks account numbers.
 Bytes ownerOf(const Table& systemObjects, std::uint32_t object)
 {
-    const std::size_t id = systemColumn(systemObjects, u"Id", ColumnType::longInteger);
-    const std::size_t owner = systemColumn(systemObjects, u"Owner", ColumnType::binary);
+    const std::size_t id = systemColumn(systemObjects, object_columns::id, ColumnType::longInteger);
+    const std::size_t owner = systemColumn(systemObjects, object_columns::owner, ColumnType::binary);
     Bytes account;
     systemObjects.forEachRow([&](RowId, const RowView& row) {
         if (bitsField(row, id) != object) return true;
@@ -181,8 +181,8 @@ std::vector<PageNo> ownIndexPages(const Table::State& table, const Index& index)
 /// Tables, queries and links share one room for names.
 void checkNameIsFree(const Table& systemObjects, std::u16string_view name, Collation collation)
 {
-    const std::size_t parent = systemColumn(systemObjects, u"ParentId", ColumnType::longInteger);
-    const std::size_t column = systemColumn(systemObjects, u"Name", ColumnType::text);
+    const std::size_t parent = systemColumn(systemObjects, object_columns::parent, ColumnType::longInteger);
+    const std::size_t column = systemColumn(systemObjects, object_columns::name, ColumnType::text);
     const std::vector<std::uint8_t> key = textKey(name, collation)->bytes;
     std::u16string other;
     systemObjects.forEachRow([&](RowId, const RowView& row) {
@@ -201,7 +201,7 @@ Bytes Database::State::administrator() { return ownerOf(*systemObjects, msysDb);
 
 Table& Database::State::rightsTable()
 {
-    const CatalogueEntry* entry = find(u"MSysACEs");
+    const CatalogueEntry* entry = find(msysAces);
     if (entry == nullptr) {
         throw Error(Fault::damaged, files::quotedPath(pager->path()) +
                                         " dosyasında \"MSysACEs\" sistem tablosu yok. Dosyanın "
@@ -213,10 +213,10 @@ Table& Database::State::rightsTable()
 void Database::State::addRights(PageNo definition)
 {
     Table& rights = rightsTable();
-    const std::size_t object = systemColumn(rights, u"ObjectId", ColumnType::longInteger);
-    const std::size_t account = systemColumn(rights, u"SID", ColumnType::binary);
-    const std::size_t mask = systemColumn(rights, u"ACM", ColumnType::longInteger);
-    const std::size_t inheritable = systemColumn(rights, u"FInheritable", ColumnType::boolean);
+    const std::size_t object = systemColumn(rights, right_columns::object, ColumnType::longInteger);
+    const std::size_t account = systemColumn(rights, right_columns::account, ColumnType::binary);
+    const std::size_t mask = systemColumn(rights, right_columns::mask, ColumnType::longInteger);
+    const std::size_t inheritable = systemColumn(rights, right_columns::inheritable, ColumnType::boolean);
 
     const Bytes admin = administrator();
     Bytes creator = ownerOf(*systemObjects, firstSystemTable.number());
@@ -234,12 +234,7 @@ void Database::State::addRights(PageNo definition)
         }
         return true;
     });
-    for (const Right& right : inherited) {
-        addRow(rights, {{u"ObjectId", static_cast<std::int32_t>(definition.number())},
-                        {u"SID", right.account},
-                        {u"ACM", static_cast<std::int32_t>(right.mask)},
-                        {u"FInheritable", false}});
-    }
+    for (const Right& right : inherited) addRight(definition.number(), right.account, right.mask, false);
 }
 
 Table& Database::createTable(const std::u16string& name, const std::vector<NewColumn>& columns,
@@ -273,14 +268,7 @@ Table& Database::createTable(const std::u16string& name, const std::vector<NewCo
 
     Transaction change(*state.pager);
     writeNewTable(*state.pager, table, order);
-    state.addRow(*state.systemObjects, {{u"Id", static_cast<std::int32_t>(table.page.number())},
-                                        {u"ParentId", static_cast<std::int32_t>(tablesContainer)},
-                                        {u"Name", name},
-                                        {u"Type", std::int16_t{1}},
-                                        {u"DateCreate", now},
-                                        {u"DateUpdate", now},
-                                        {u"Owner", owner},
-                                        {u"Flags", std::int32_t{0}}});
+    state.addObject({table.page.number(), tablesContainer, name, localTable}, owner, 0, now);
     state.addRights(table.page);
     state.catalogueChanged();
     Table& made = this->table(name);

@@ -33,21 +33,25 @@ NewColumn binary(const char16_t* name) { return {.name = name, .type = ColumnTyp
 
 SystemTable objects()
 {
-    return {{number(u"Id"), number(u"ParentId"), text(u"Name"), field(u"Type", ColumnType::integer),
-             field(u"DateCreate", ColumnType::dateTime), field(u"DateUpdate", ColumnType::dateTime), binary(u"Owner"),
-             number(u"Flags"), field(u"Database", ColumnType::memo), field(u"Connect", ColumnType::memo),
+    return {{number(object_columns::id), number(object_columns::parent), text(object_columns::name),
+             field(object_columns::type, ColumnType::integer), field(object_columns::created, ColumnType::dateTime),
+             field(object_columns::updated, ColumnType::dateTime), binary(object_columns::owner),
+             number(object_columns::flags), field(u"Database", ColumnType::memo), field(u"Connect", ColumnType::memo),
              text(u"ForeignName"), binary(u"RmtInfoShort"), field(u"RmtInfoLong", ColumnType::ole),
-             field(u"Lv", ColumnType::ole), field(u"LvProp", ColumnType::ole), field(u"LvModule", ColumnType::ole),
-             field(u"LvExtra", ColumnType::ole)},
-            {{.name = u"ParentIdName", .columns = {{u"ParentId", true}, {u"Name", true}}, .unique = true},
-             {.name = u"Id", .columns = {{u"Id", true}}, .primaryKey = true}},
+             field(u"Lv", ColumnType::ole), field(object_columns::properties, ColumnType::ole),
+             field(u"LvModule", ColumnType::ole), field(u"LvExtra", ColumnType::ole)},
+            {{.name = u"ParentIdName",
+              .columns = {{object_columns::parent, true}, {object_columns::name, true}},
+              .unique = true},
+             {.name = object_columns::id, .columns = {{object_columns::id, true}}, .primaryKey = true}},
             14};
 }
 
 SystemTable accessRights()
 {
-    return {{number(u"ObjectId"), binary(u"SID"), number(u"ACM"), field(u"FInheritable", ColumnType::boolean)},
-            {{.name = u"ObjectId", .columns = {{u"ObjectId", true}}, .required = true}},
+    return {{number(right_columns::object), binary(right_columns::account), number(right_columns::mask),
+             field(right_columns::inheritable, ColumnType::boolean)},
+            {{.name = right_columns::object, .columns = {{right_columns::object, true}}, .required = true}},
             15};
 }
 

@@ -2,6 +2,7 @@
 
 #include "store/jet/format/limits.h"
 #include "store/jet/format/row_layout.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/format/value_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
@@ -172,7 +173,8 @@ unsigned columnFlags(const Column& column, bool system)
     if (column.fixed) flags |= field::fixedFlag;
     if (column.autoNumber) flags |= field::autoNumberFlag;
     if (system) flags |= field::systemFlag;
-    if (system && (column.name == u"Owner" || column.name == u"SID")) flags |= field::accountFlag;
+    if (system && (column.name == object_columns::owner || column.name == right_columns::account))
+        flags |= field::accountFlag;
     return flags;
 }
 

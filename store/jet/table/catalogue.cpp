@@ -10,8 +10,6 @@
 namespace jet {
 namespace {
 
-constexpr double localTable = 1;
-
 Bytes propertiesOf(const RowView& row, std::size_t column)
 {
     try {
@@ -64,11 +62,11 @@ std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnTyp
 
 std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
 {
-    const std::size_t id = systemColumn(systemObjects, u"Id", ColumnType::longInteger);
-    const std::size_t name = systemColumn(systemObjects, u"Name", ColumnType::text);
-    const std::size_t type = systemColumn(systemObjects, u"Type", ColumnType::integer);
-    const std::size_t flags = systemColumn(systemObjects, u"Flags", ColumnType::longInteger);
-    const std::size_t properties = systemColumn(systemObjects, u"LvProp", ColumnType::ole);
+    const std::size_t id = systemColumn(systemObjects, object_columns::id, ColumnType::longInteger);
+    const std::size_t name = systemColumn(systemObjects, object_columns::name, ColumnType::text);
+    const std::size_t type = systemColumn(systemObjects, object_columns::type, ColumnType::integer);
+    const std::size_t flags = systemColumn(systemObjects, object_columns::flags, ColumnType::longInteger);
+    const std::size_t properties = systemColumn(systemObjects, object_columns::properties, ColumnType::ole);
 
     std::vector<CatalogueEntry> entries;
     systemObjects.forEachRow([&](RowId, const RowView& row) {
