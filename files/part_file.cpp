@@ -1,6 +1,7 @@
 #include "files/part_file.h"
 
 #include "files/error.h"
+#include "files/journal_name.h"
 #include "files/quoted_path.h"
 
 #include <utility>
@@ -52,9 +53,7 @@ void PartFile::publish()
 
 void PartFile::removePart()
 {
-    auto journal = part_;
-    journal += "-journal";
-    for (const auto& path : {part_, journal})
+    for (const auto& path : {part_, journalOf(part_)})
         if (disk_.exists(path)) disk_.remove(path);
 }
 

@@ -2,10 +2,10 @@
 
 namespace files {
 
-std::string quotedPath(const std::filesystem::path& path)
+std::string quotedPath(const std::filesystem::path& path, char quote)
 {
     const std::u8string text = path.u8string();
-    return '"' + std::string(text.begin(), text.end()) + '"';
+    return quote + std::string(text.begin(), text.end()) + quote;
 }
 
 } // namespace files

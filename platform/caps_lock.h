@@ -19,7 +19,7 @@ public:
     virtual void send(std::uint32_t key, std::uint32_t flags) = 0;
 };
 
-/// Number of the Caps Lock key and the flag of its release, as keyboards of the first system count them.
+/// The Caps Lock key and the flag of its release: the numbers of Windows (VK_CAPITAL, KEYEVENTF_KEYUP) on every system.
 inline constexpr std::uint32_t capsLockKey = 20;
 inline constexpr std::uint32_t keyUp = 2;
 

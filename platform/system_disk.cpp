@@ -1,6 +1,7 @@
 #include "platform/system_disk.h"
 
 #include "files/error.h"
+#include "files/quoted_path.h"
 #include "platform/other_openers.h"
 
 #include <algorithm>
@@ -22,6 +23,7 @@ namespace {
 
 using files::Error;
 using files::Fault;
+using files::inQuotes;
 
 constexpr off_t writerByte = 0x80000001;
 constexpr off_t readersByte = 0x80000002;
@@ -29,38 +31,36 @@ constexpr off_t readersByte = 0x80000002;
 constexpr auto longestCommit = std::chrono::seconds(5);
 constexpr auto lookAgain = std::chrono::seconds(1);
 
-std::string quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
-
 /// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
 [[noreturn]] void fail(const std::filesystem::path& path, const char* done, int code = errno)
 {
     switch (code) {
     case ENOENT:
     case ENOTDIR:
-        throw Error(Fault::notFound, quoted(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
+        throw Error(Fault::notFound, inQuotes(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
     case EISDIR:
-        throw Error(Fault::isFolder, quoted(path) + " bir klasör; bir dosya seçin.");
+        throw Error(Fault::isFolder, inQuotes(path) + " bir klasör; bir dosya seçin.");
     case EACCES:
     case EPERM:
         throw Error(Fault::noPermission,
-                    quoted(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
+                    inQuotes(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
     case EROFS:
-        throw Error(Fault::noPermission,
-                    quoted(path) + ' ' + done + ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
+        throw Error(Fault::noPermission, inQuotes(path) + ' ' + done +
+                                             ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
     case EEXIST:
-        throw Error(Fault::exists, quoted(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
+        throw Error(Fault::exists, inQuotes(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
     case ENOSPC:
     case EDQUOT:
-        throw Error(Fault::disk, quoted(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
+        throw Error(Fault::disk, inQuotes(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
     case EFBIG:
         throw Error(Fault::disk,
-                    quoted(path) + ' ' + done + ": bu disk bu kadar büyük dosya tutamıyor; başka bir diske taşıyın.");
+                    inQuotes(path) + ' ' + done + ": bu disk bu kadar büyük dosya tutamıyor; başka bir diske taşıyın.");
     case EWOULDBLOCK:
         throw Error(Fault::inUse,
-                    quoted(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
+                    inQuotes(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
     default:
-        throw Error(Fault::disk, quoted(path) + ' ' + done + ": disk hatası (" + std::generic_category().message(code) +
-                                     "); diski denetleyip yeniden deneyin.");
+        throw Error(Fault::disk, inQuotes(path) + ' ' + done + ": disk hatası (" +
+                                     std::generic_category().message(code) + "); diski denetleyip yeniden deneyin.");
     }
 }
 
@@ -258,7 +258,7 @@ public:
         if (::fstat(descriptor.number(), &status) != 0) fail(path, done);
         if (S_ISDIR(status.st_mode)) fail(path, done, EISDIR);
         if (!S_ISREG(status.st_mode))
-            throw Error(Fault::disk, quoted(path) + " sıradan bir dosya değil; doğru dosyayı seçin.");
+            throw Error(Fault::disk, inQuotes(path) + " sıradan bir dosya değil; doğru dosyayı seçin.");
         return std::make_unique<SystemFile>(std::move(descriptor), path);
     }
 

@@ -1,6 +1,7 @@
 #include "platform/system_disk.h"
 
 #include "files/error.h"
+#include "files/quoted_path.h"
 
 #include <algorithm>
 #include <string>
@@ -17,17 +18,12 @@ namespace {
 
 using files::Error;
 using files::Fault;
+using files::inQuotes;
 
 // Locked bytes cannot be read or written by others here: they lie past the largest database.
 constexpr std::uint64_t writerByte = 0x80000001;
 constexpr std::uint64_t readersByte = 0x80000002;
 constexpr std::size_t largestTransfer = std::size_t{1} << 30;
-
-std::string quoted(const std::filesystem::path& path)
-{
-    const auto utf8 = path.u8string();
-    return "'" + std::string(utf8.begin(), utf8.end()) + "'";
-}
 
 /// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
 [[noreturn]] void fail(const std::filesystem::path& path, const char* done, DWORD code = GetLastError())
@@ -37,26 +33,26 @@ std::string quoted(const std::filesystem::path& path)
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_NAME:
     case ERROR_BAD_PATHNAME:
-        throw Error(Fault::notFound, quoted(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
+        throw Error(Fault::notFound, inQuotes(path) + " bulunamadı; dosyanın yerini ve adını denetleyin.");
     case ERROR_ACCESS_DENIED:
     case ERROR_PRIVILEGE_NOT_HELD:
         throw Error(Fault::noPermission,
-                    quoted(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
+                    inQuotes(path) + ' ' + done + ": erişim izni yok; dosyanın ve klasörün izinlerini denetleyin.");
     case ERROR_WRITE_PROTECT:
-        throw Error(Fault::noPermission,
-                    quoted(path) + ' ' + done + ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
+        throw Error(Fault::noPermission, inQuotes(path) + ' ' + done +
+                                             ": salt okunur bir ortamda duruyor; yazılabilir bir diske kopyalayın.");
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
         throw Error(Fault::inUse,
-                    quoted(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
+                    inQuotes(path) + " başka bir program tarafından kullanılıyor; onu kapatıp yeniden deneyin.");
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
-        throw Error(Fault::exists, quoted(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
+        throw Error(Fault::exists, inQuotes(path) + " zaten var; başka bir ad seçin veya var olanı kaldırın.");
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-        throw Error(Fault::disk, quoted(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
+        throw Error(Fault::disk, inQuotes(path) + ' ' + done + ": diskte yer kalmadı; yer açıp yeniden deneyin.");
     default:
-        throw Error(Fault::disk, quoted(path) + ' ' + done + ": disk hatası (Windows " + std::to_string(code) +
+        throw Error(Fault::disk, inQuotes(path) + ' ' + done + ": disk hatası (Windows " + std::to_string(code) +
                                      "); diski denetleyip yeniden deneyin.");
     }
 }
@@ -241,7 +237,7 @@ public:
         const char* const done = access == Access::createNew ? "oluşturulamadı" : "açılamadı";
         const DWORD attributes = GetFileAttributesW(path.c_str());
         if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-            throw Error(Fault::isFolder, quoted(path) + " bir klasör; bir dosya seçin.");
+            throw Error(Fault::isFolder, inQuotes(path) + " bir klasör; bir dosya seçin.");
         const DWORD rights = access == Access::readOnly ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
         // Whoever knows nothing of our locks, such as Access, is kept out by the sharing alone: nobody else may open
         // for writing what we have open for writing. Readers must let a writer be there, or the two of ours could

@@ -1,5 +1,6 @@
 #include "store/jet/pages/left_over_journal.h"
 
+#include "files/journal_name.h"
 #include "store/jet/pages/pager_failing.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ constexpr PageCount pagesPerRead = 64;
 constexpr auto longestWait = std::chrono::seconds(2);
 constexpr auto pause = std::chrono::milliseconds(10);
 
-std::filesystem::path withSuffix(std::filesystem::path path, const char* suffix) { return path += suffix; }
-
 void putBackFrom(File& file, File& journal, const JournalHeader& header)
 {
     forEachOldPage(journal, header, [&](PageNo page, PageView image) { file.write(positionOf(page), image); });
@@ -29,7 +28,7 @@ void putBackFrom(File& file, File& journal, const JournalHeader& header)
 
 std::filesystem::path journalPathOf(Disk& disk, const std::filesystem::path& database)
 {
-    return withSuffix(disk.realPath(database), "-journal");
+    return files::journalOf(disk.realPath(database));
 }
 
 bool lockPatiently(File& file, File::Lock wanted)
@@ -144,7 +143,8 @@ bool LeftOverJournal::belongs(File& file, File& journal, const JournalHeader& he
 
 void LeftOverJournal::setAside()
 {
-    disk_.rename(path_, withSuffix(path_, ".old"));
+    auto aside = path_;
+    disk_.rename(path_, aside += ".old");
     disk_.syncFolder(path_.parent_path());
 }
 

@@ -2,12 +2,6 @@
 
 namespace jet {
 
-std::string inQuotes(const std::filesystem::path& path)
-{
-    const auto utf8 = path.u8string();
-    return "'" + std::string(utf8.begin(), utf8.end()) + "'";
-}
-
 Error inUse(const std::filesystem::path& path, const files::Person& who)
 {
     std::string whose;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/quoted_path.h"
 #include "store/jet/format/doors.h"
 
 #include <exception>
@@ -9,14 +10,14 @@
 /// How the parts of the Pager fail.
 namespace jet {
 
-/// A path as the Pager's sentences name it: in single quotes, UTF-8.
-std::string inQuotes(const std::filesystem::path& path);
+using files::inQuotes;
+
 /// Another program holds the file; `who` as far as that is known.
 Error inUse(const std::filesystem::path& path, const files::Person& who = {});
 /// Another program has written to the file since it was read.
 Error changedElsewhere(const std::filesystem::path& path);
 
-/// Takes a step that only tidies up, or that has an answer to its failing. False when it failed.
+/// Runs a step whose failure the caller can live with. False when it failed.
 template <class Step> bool succeeds(Step&& step) noexcept
 {
     try {
