@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace jet {
 namespace {
@@ -51,18 +52,12 @@ Weight weightIn(const Run& run, char16_t unit)
 }
 
 /// The run that holds the unit, or null.
-const Run* runOf(std::span<const Run> runs, char16_t unit)
+const Run* runOf(const std::vector<Run>& runs, char16_t unit)
 {
     auto after = std::ranges::upper_bound(runs, unit, {}, &Run::first);
     if (after == runs.begin()) return nullptr;
     const Run& run = *std::prev(after);
     return unit - run.first < run.count ? &run : nullptr;
-}
-
-bool inRanges(std::span<const weights::Range> ranges, char16_t unit)
-{
-    auto at = std::ranges::lower_bound(ranges, unit, {}, &weights::Range::last);
-    return at != ranges.end() && at->first <= unit;
 }
 
 /// Weights of one collating order. The letters of everyday lie in a flat table, the rest is searched for.
@@ -77,10 +72,11 @@ public:
 private:
     Weight find(char16_t unit) const
     {
-        const Run* run = turkish_ ? runOf(weights::turkishChanges(), unit) : nullptr;
-        if (run == nullptr) run = runOf(weights::general(), unit);
+        const weights::Table& table = weights::table();
+        const Run* run = turkish_ ? runOf(table.turkishChanges, unit) : nullptr;
+        if (run == nullptr) run = runOf(table.general, unit);
         Weight weight = run != nullptr ? weightIn(*run, unit) : Weight{};
-        if (turkish_) weight.certain = inRanges(weights::turkishCertain(), unit);
+        if (turkish_) weight.certain = runOf(table.turkishCertain, unit) != nullptr;
         return weight;
     }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <vector>
 
-/// The weights of characters in text keys, as made by scripts/make-sort-weights. Only sort_key.cpp reads them.
+/// The weights of characters in text keys, as sort_weights.txt says them. Only sort_key.cpp reads them.
 namespace jet::weights {
 
 enum class Kind : std::uint8_t {
@@ -28,13 +28,13 @@ struct Run {
     bool certain = true;
 };
 
-struct Range {
-    char16_t first = 0;
-    char16_t last = 0;
+/// Each ascending by `first`. Only first and count are said of what is certain.
+struct Table {
+    std::vector<Run> general;
+    std::vector<Run> turkishChanges; ///< what Turkish order changes
+    std::vector<Run> turkishCertain; ///< code units whose Turkish weight is sure
 };
 
-std::span<const Run> general();          ///< ascending
-std::span<const Run> turkishChanges();   ///< what Turkish order changes; ascending
-std::span<const Range> turkishCertain(); ///< code units whose Turkish weight is sure; ascending
+const Table& table();
 
 } // namespace jet::weights
