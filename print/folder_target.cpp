@@ -1,13 +1,13 @@
 #include "print/folder_target.h"
 
 #include "base/error.h"
-#include "platform/new_file.h"
+#include "files/error.h"
+#include "files/quoted_path.h"
+#include "platform/system_disk.h"
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <algorithm>
-#include <cstdio>
-#include <span>
 #include <system_error>
 #include <utility>
 
@@ -17,12 +17,38 @@ namespace print {
 
 namespace {
 
-base::RuntimeError printerError(const std::exception& reason)
+base::RuntimeError printerError(const std::string& reason)
 {
-    return {base::errors::printer, u"Printer error: "_s + QString::fromLocal8Bit(reason.what())};
+    return {base::errors::printer, u"Printer error: "_s + QString::fromStdString(reason)};
+}
+
+/// Where the content of such a file is until it is published.
+std::filesystem::path hiddenPathOf(const std::filesystem::path& path)
+{
+    return path.parent_path() / ("." + path.filename().string() + ".part");
 }
 
 } // namespace
+
+/// The hidden file of a job that is not finished. It keeps its number from being taken by anybody else, and goes with
+/// the job; a kill or a power cut leaves it behind.
+struct FolderTarget::Reserved {
+    explicit Reserved(const std::filesystem::path& hidden)
+        : path(hidden), file(platform::systemDisk().open(hidden, files::Disk::Access::createNew))
+    {
+    }
+    Reserved(const Reserved&) = delete;
+    Reserved& operator=(const Reserved&) = delete;
+    ~Reserved()
+    {
+        file.reset();
+        std::error_code none;
+        std::filesystem::remove(path, none);
+    }
+
+    std::filesystem::path path; ///< empty when there is none to remove
+    std::unique_ptr<files::File> file;
+};
 
 FolderTarget::FolderTarget(const QString& folder, const Paper& paper, Make make)
     : folder_(QFile::encodeName(QDir(folder).absolutePath()).toStdString()), paper_(paper), make_(make)
@@ -43,9 +69,7 @@ Paper FolderTarget::paper()
 
 std::filesystem::path FolderTarget::pathOf(int job) const
 {
-    char name[16];
-    std::snprintf(name, sizeof name, "%04d.pdf", job);
-    return folder_ / name;
+    return folder_ / (QString::number(job).rightJustified(4, u'0') + u".pdf"_s).toStdString();
 }
 
 QString FolderTarget::fileOf(int job) const { return QFile::decodeName(pathOf(job).string().c_str()); }
@@ -66,32 +90,50 @@ int FolderTarget::createJob(const Document&)
     try {
         for (int job = lastNumber() + 1;; ++job) {
             try {
-                auto file = std::make_unique<platform::NewFile>(pathOf(job));
-                open_[job] = std::move(file);
+                auto reserved = std::make_unique<Reserved>(hiddenPathOf(pathOf(job)));
+                // Asked after the number is reserved: before it, another process could finish one in between.
+                if (platform::systemDisk().exists(pathOf(job))) continue;
+                open_[job] = std::move(reserved);
                 failed_.erase(job); // a number that was never used is given again
                 return job;
-            } catch (const std::system_error& error) {
+            } catch (const files::Error& error) {
                 // Taken by another process, or left over from a power cut: the next number is as good.
-                if (error.code() != std::errc::file_exists) throw;
+                if (error.fault() != files::Fault::exists) throw;
             }
         }
-    } catch (const std::system_error& error) {
-        throw printerError(error);
+    } catch (const std::runtime_error& error) {
+        throw printerError(error.what());
     }
 }
 
 void FolderTarget::sendAndFinish(int job, const Document& document)
 {
     // Taken out first: however this ends, the job is over.
-    auto node = open_.extract(job);
+    const auto node = open_.extract(job);
     if (node.empty()) throw base::runtimeError(base::errors::printer);
     try {
-        platform::NewFile& file = *node.mapped();
-        file.write(std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size()))));
-        file.publish();
-    } catch (const std::system_error& error) {
+        publish(*node.mapped(), pathOf(job), document.pdf);
+    } catch (const files::Error& error) {
         failed_.insert(job);
-        throw printerError(error);
+        throw printerError(error.what());
+    }
+}
+
+void FolderTarget::publish(Reserved& job, const std::filesystem::path& to, const QByteArray& pdf)
+{
+    files::Disk& disk = platform::systemDisk();
+    job.file->write(0, {reinterpret_cast<const std::uint8_t*>(pdf.constData()), static_cast<std::size_t>(pdf.size())});
+    job.file->sync();
+    job.file.reset();
+    if (disk.exists(to)) throw files::Error(files::Fault::exists, files::quotedPath(to) + " zaten var.");
+    disk.rename(job.path, to);
+    job.path.clear();
+    try {
+        disk.syncFolder(folder_);
+    } catch (const files::Error&) {
+        // Whoever hears of a failure must not find the file afterwards.
+        disk.remove(to);
+        throw;
     }
 }
 
@@ -103,12 +145,12 @@ Taken FolderTarget::taken(int job)
     const auto isThere = [&error](const std::filesystem::path& path) {
         const auto status = std::filesystem::status(path, error);
         // A disk that cannot be read says neither.
-        if (status.type() == std::filesystem::file_type::none) throw printerError(std::system_error(error));
+        if (status.type() == std::filesystem::file_type::none) throw printerError(error.message());
         return std::filesystem::is_regular_file(status);
     };
     if (failed_.contains(job)) return Taken::no; // a file of that number is somebody else's
     if (isThere(pathOf(job))) return Taken::yes;
-    return isThere(platform::NewFile::hiddenPath(pathOf(job))) ? Taken::no : Taken::unknown;
+    return isThere(hiddenPathOf(pathOf(job))) ? Taken::no : Taken::unknown;
 }
 
 QString FolderTarget::stateText() noexcept

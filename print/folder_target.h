@@ -7,10 +7,6 @@
 #include <memory>
 #include <set>
 
-namespace platform {
-class NewFile;
-}
-
 namespace print {
 
 /// Prints into a folder: each job becomes a PDF under its number, 0001.pdf, 0002.pdf ... No file is ever replaced, and
@@ -34,14 +30,18 @@ public:
     QString fileOf(int job) const;
 
 private:
+    struct Reserved;
+
     std::filesystem::path pathOf(int job) const;
     int lastNumber() const;
+    /// Returns when file and folder are on the disk.
+    void publish(Reserved& job, const std::filesystem::path& to, const QByteArray& pdf);
 
     std::filesystem::path folder_;
     Paper paper_;
     Make make_;
-    std::map<int, std::unique_ptr<platform::NewFile>> open_; ///< jobs that are created and not finished
-    std::set<int> failed_;                                   ///< jobs that could not be finished
+    std::map<int, std::unique_ptr<Reserved>> open_; ///< jobs that are created and not finished
+    std::set<int> failed_;                          ///< jobs that could not be finished
 };
 
 } // namespace print

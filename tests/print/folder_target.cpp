@@ -1,11 +1,9 @@
 #include "tests/print/printed_documents.h"
 #include "tests/support/outcome.h"
 
-#include "platform/new_file.h"
 #include "print/folder_target.h"
 #include <QDir>
 #include <csignal>
-#include <span>
 #include <sys/resource.h>
 
 using print::FolderTarget;

@@ -1,7 +1,6 @@
 // Says what the doors of platform/ find on this machine; changes nothing.
 
 #include "platform/caps_lock.h"
-#include "platform/new_file.h"
 #include "platform/print_queue.h"
 #include "platform/registry.h"
 #include "platform/serial_ports.h"
@@ -13,7 +12,6 @@ int main()
 {
     const std::filesystem::path absent = std::filesystem::temp_directory_path() / "presva-every-door.absent";
     std::printf("file there: %d\n", platform::systemDisk().exists(absent) ? 1 : 0);
-    platform::NewFile(absent).write({}); // never published
     std::printf("Caps Lock: %d\n", platform::systemKeyboard()->toggled(platform::capsLockKey).value_or(false) ? 1 : 0);
     std::printf("Com1: %s\n", platform::serialPort(1, {}).value_or("none").string().c_str());
     std::printf("default queue: %s\n", platform::systemPrintQueue()->state().queue.c_str());
