@@ -26,31 +26,23 @@ jet::RowId idOf(RowKey key) { return jet::RowId::unpacked(static_cast<std::uint3
 int numberOf(jet::Fault fault)
 {
     using jet::Fault;
-    switch (fault) {
-    case Fault::notFound:
-    case Fault::isFolder:
-        return base::errors::databaseMissing;
-    case Fault::noSuchRow:
-        return base::errors::recordDeleted;
-    case Fault::syntax:
-        return base::errors::querySyntax;
-    case Fault::badValue:
-        return base::errors::dataConversion;
-    case Fault::required:
-        return base::errors::fieldRequired;
-    case Fault::duplicate:
-        return base::errors::duplicateKey;
-    case Fault::readOnly:
-    case Fault::indexNotWritable:
-    case Fault::noPermission:
-        return base::errors::readOnlyDatabase;
-    case Fault::inUse:
-        return base::errors::databaseInUse;
-    case Fault::changedElsewhere:
-        return base::errors::changedElsewhere;
-    default:
-        return base::errors::databaseFault;
-    }
+    static constexpr std::pair<Fault, int> numbers[] = {
+        {Fault::notFound, base::errors::databaseMissing},
+        {Fault::isFolder, base::errors::databaseMissing},
+        {Fault::noSuchRow, base::errors::recordDeleted},
+        {Fault::syntax, base::errors::querySyntax},
+        {Fault::badValue, base::errors::dataConversion},
+        {Fault::required, base::errors::fieldRequired},
+        {Fault::duplicate, base::errors::duplicateKey},
+        {Fault::readOnly, base::errors::readOnlyDatabase},
+        {Fault::indexNotWritable, base::errors::readOnlyDatabase},
+        {Fault::noPermission, base::errors::readOnlyDatabase},
+        {Fault::inUse, base::errors::databaseInUse},
+        {Fault::changedElsewhere, base::errors::changedElsewhere},
+    };
+    for (const auto& [known, number] : numbers)
+        if (known == fault) return number;
+    return base::errors::databaseFault;
 }
 
 /// Runs a call of the engine and gives its failure the program's own form.
@@ -63,33 +55,9 @@ template <class Call> auto passing(Call&& call)
     }
 }
 
-FieldKind kindOf(jet::ColumnType type)
-{
-    using jet::ColumnType;
-    switch (type) {
-    case ColumnType::boolean:
-        return FieldKind::boolean;
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::numeric:
-        return FieldKind::number;
-    case ColumnType::currency:
-        return FieldKind::money;
-    case ColumnType::dateTime:
-        return FieldKind::date;
-    case ColumnType::text:
-    case ColumnType::memo:
-        return FieldKind::text;
-    default:
-        return FieldKind::other;
-    }
-}
-
 template <class Number> void setRange(FieldInfo& field)
 {
+    field.kind = FieldKind::number;
     field.whole = std::numeric_limits<Number>::is_integer;
     field.lowest = std::numeric_limits<Number>::lowest();
     field.highest = std::numeric_limits<Number>::max();
@@ -98,10 +66,19 @@ template <class Number> void setRange(FieldInfo& field)
 FieldInfo fieldInfoOf(const jet::Column& column)
 {
     using jet::ColumnType;
-    FieldInfo field{qt(column.name), kindOf(column.type)};
+    FieldInfo field{qt(column.name)};
     switch (column.type) {
     case ColumnType::text:
         field.size = column.length / 2;
+        [[fallthrough]];
+    case ColumnType::memo:
+        field.kind = FieldKind::text;
+        break;
+    case ColumnType::boolean:
+        field.kind = FieldKind::boolean;
+        break;
+    case ColumnType::dateTime:
+        field.kind = FieldKind::date;
         break;
     case ColumnType::byte:
         setRange<std::uint8_t>(field);
@@ -115,11 +92,16 @@ FieldInfo fieldInfoOf(const jet::Column& column)
     case ColumnType::singleFloat:
         setRange<float>(field);
         break;
+    case ColumnType::doubleFloat:
+        setRange<double>(field);
+        break;
     case ColumnType::currency:
+        field.kind = FieldKind::money;
         field.highest = 922337203685477.5; // the format's 922337203685477.5807, as far as a double goes
         field.lowest = -field.highest;
         break;
     case ColumnType::numeric:
+        field.kind = FieldKind::number;
         field.highest = std::nextafter(std::pow(10.0, column.precision - column.scale), 0.0);
         field.lowest = -field.highest;
         break;

@@ -2,34 +2,25 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace scale {
 
 std::string_view sentenceOf(Refusal refusal)
 {
-    switch (refusal) {
-    case Refusal::overload:
-        return "terazi aşırı yük bildiriyor";
-    case Refusal::underload:
-        return "terazi eksik yük bildiriyor";
-    case Refusal::invalid:
-        return "terazi ağırlığı geçersiz bildiriyor";
-    case Refusal::tare:
-        return "gelen satır dara, ağırlık değil";
-    case Refusal::wrongChecksum:
-        return "satırın sağlaması tutmuyor";
-    case Refusal::unknownUnit:
-        return "satırda tanınan bir birim yok";
-    case Refusal::unknownBytes:
-        return "tanınmayan satır, seçilen biçimde değil";
-    case Refusal::halfLine:
-        return "satır yarım kaldı";
-    case Refusal::unconfirmed:
-        return "hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor";
-    case Refusal::unconfirmedPrint:
-        return "tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin";
-    }
-    return {};
+    static constexpr std::pair<Refusal, std::string_view> sentences[] = {
+        {Refusal::overload, "terazi aşırı yük bildiriyor"},
+        {Refusal::underload, "terazi eksik yük bildiriyor"},
+        {Refusal::invalid, "terazi ağırlığı geçersiz bildiriyor"},
+        {Refusal::tare, "gelen satır dara, ağırlık değil"},
+        {Refusal::wrongChecksum, "satırın sağlaması tutmuyor"},
+        {Refusal::unknownUnit, "satırda tanınan bir birim yok"},
+        {Refusal::unknownBytes, "tanınmayan satır, seçilen biçimde değil"},
+        {Refusal::halfLine, "satır yarım kaldı"},
+        {Refusal::unconfirmed, "hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor"},
+        {Refusal::unconfirmedPrint, "tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin"},
+    };
+    return std::ranges::find(sentences, refusal, &std::pair<Refusal, std::string_view>::first)->second;
 }
 
 Decimal shortened(Decimal number)
