@@ -54,21 +54,9 @@ void StatusLine::lineNotUnderstood()
     refresh();
 }
 
-void StatusLine::setWhyNoWeight(const QString& why)
+void StatusLine::set(QString& fact, const QString& text)
 {
-    whyNoWeight_ = why;
-    refresh();
-}
-
-void StatusLine::setBetterFormat(const QString& title)
-{
-    betterFormat_ = title;
-    refresh();
-}
-
-void StatusLine::setNotice(const QString& sentence)
-{
-    notice_ = sentence;
+    fact = text;
     refresh();
 }
 
@@ -88,25 +76,6 @@ QStringList StatusLine::takeUnseen()
 void StatusLine::mousePressEvent(QMouseEvent*) {} // so that the release comes here too
 
 void StatusLine::mouseReleaseEvent(QMouseEvent*) { beginAction(this, click_); }
-
-void StatusLine::setMarks(const QString& mark)
-{
-    if (marks_ == mark) return;
-    marks_ = mark;
-    refresh();
-}
-
-void StatusLine::setPrinter(const QString& fact)
-{
-    printer_ = fact;
-    refresh();
-}
-
-void StatusLine::setDataFile(const QString& fact)
-{
-    dataFile_ = fact;
-    refresh();
-}
 
 void StatusLine::tick()
 {

@@ -26,20 +26,20 @@ public:
     /// What has just arrived is no weight.
     void lineNotUnderstood();
     /// What of the working station's figures deserves a second look; empty: nothing.
-    void setMarks(const QString& mark);
+    void setMarks(const QString& mark) { set(marks_, mark); }
     /// Why what arrives in the chosen format gives no weight; empty: it does.
-    void setWhyNoWeight(const QString& why);
+    void setWhyNoWeight(const QString& why) { set(whyNoWeight_, why); }
     /// The format that lines have which are taken as they are and show something else; empty: all is well.
-    void setBetterFormat(const QString& title);
+    void setBetterFormat(const QString& title) { set(betterFormat_, title); }
     /// What the operator should know of the last slip or statement; it stands before the facts. Empty: nothing.
-    void setNotice(const QString& sentence);
+    void setNotice(const QString& sentence) { set(notice_, sentence); }
     /// What the operator must come to see; it stands before everything else until it is taken.
     void keepUntilSeen(const QString& sentence);
     /// All of that, in the order in which it came; the line no longer says it.
     QStringList takeUnseen();
     void onClick(Action click) { click_ = std::move(click); }
-    void setPrinter(const QString& fact);
-    void setDataFile(const QString& fact);
+    void setPrinter(const QString& fact) { set(printer_, fact); }
+    void setDataFile(const QString& fact) { set(dataFile_, fact); }
 
     QString text() const; ///< the line as it is shown now
 
@@ -51,6 +51,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
+    void set(QString& fact, const QString& text);
     void refresh();
     void tick();
     QString scaleFact() const;
