@@ -18,70 +18,67 @@ CaptionLabel& labelOf(const Form1& form, Field field, int station)
     return *(form.*displays[static_cast<std::size_t>(field)])[station];
 }
 
+class FormScreen final : public CounterScreen {
+public:
+    explicit FormScreen(Form1& form) : form_(form) {}
+
+    const base::Regional& regional() const override { return form_.surroundings().regional; }
+    QString caption(Field field, int station) const override { return labelOf(form_, field, station).caption(); }
+    void setCaption(Field field, int station, const QString& text) override
+    {
+        labelOf(form_, field, station).setCaption(text);
+    }
+    void putBack(Field field, int station, const QString& text) override
+    {
+        labelOf(form_, field, station).showCaption(text);
+    }
+    const pressing::WeightOrigins& origins() const override { return form_.origins(); }
+    void putBack(const pressing::WeightOrigins& origins) override { form_.origins() = origins; }
+    bool isHighlighted(Field field, int station) const override
+    {
+        return labelOf(form_, field, station).backColor() == colour::cyan;
+    }
+    QString activeName() const override { return Form1::controlName(form_.AktifLbl); }
+    QString activeCaption() const override { return form_.AktifLbl->caption(); }
+    void setActiveCaption(const QString& text) override { form_.AktifLbl->setCaption(text); }
+    void edit(Field field, int station) override { form_.activate(&labelOf(form_, field, station)); }
+    int currentStation() const override { return form_.station(); }
+    bool printingEnabled(int station) const override { return form_.YazCmd[station]->enabled(); }
+    void enablePrinting(int station, bool enabled) override { form_.YazCmd[station]->setEnabled(enabled); }
+    QString entitlementCaption(int station) const override { return form_.HakCmd[station]->caption(); }
+    void setEntitlementCaption(int station, const QString& text) override { form_.HakCmd[station]->setCaption(text); }
+    bool entitlementShown(int station) const override { return form_.Frame3[station]->visible(); }
+    void showEntitlement(int station, bool shown) override { form_.Frame3[station]->setVisible(shown); }
+    bool entitlementTaken(int station) const override { return form_.HakVar.at(static_cast<std::size_t>(station)); }
+    void setEntitlementTaken(int station, bool taken) override
+    {
+        form_.HakVar.at(static_cast<std::size_t>(station)) = taken;
+        // The press has flipped the button already; a rule that failed may have left the entitlement as it was.
+        form_.HakCmd[station]->showValue(taken);
+    }
+    int containerKind(int station) const override { return form_.Combo1[station]->listIndex(); }
+    void setContainerKind(int station, int kind) override { form_.Combo1[station]->setListIndex(kind); }
+    float containers(int station) const override { return form_.kapSayisi(station); }
+    void setContainers(int station, float count) override { form_.kapSayisi(station) = count; }
+    void centreContainerCaption(int station) override
+    {
+        // Both frames have the same size; the first one's width serves both.
+        form_.Label4[station]->setLeft((form_.KapFrm[0]->Width() - form_.Label4[station]->Width()) / 2.0);
+    }
+    void showContainerPanel(int station, bool shown) override { form_.KapFrm[station]->setVisible(shown); }
+    QString keyCaption(int key) const override { return form_.Label1[key]->caption(); }
+    bool stationFrameEnabled() const override { return form_.Frame1[form_.station()]->enabled(); }
+    bool reportPanelShown() const override { return form_.Frame4->visible(); }
+    bool capitals() const override { return form_.CapsDurum; }
+    void toggleCapitals() override { form_.toggleCapitals(); }
+    void IlkHarfBuyut() override { form_.IlkHarfBuyut(); }
+
+private:
+    Form1& form_;
+};
+
 } // namespace
 
-const base::Regional& CounterScreen::regional() const { return form_.surroundings().regional; }
-
-QString CounterScreen::caption(Field field, int station) const { return labelOf(form_, field, station).caption(); }
-
-void CounterScreen::setCaption(Field field, int station, const QString& text)
-{
-    labelOf(form_, field, station).setCaption(text);
-}
-
-void CounterScreen::putBack(Field field, int station, const QString& text)
-{
-    labelOf(form_, field, station).showCaption(text);
-}
-
-const pressing::WeightOrigins& CounterScreen::origins() const { return form_.origins(); }
-void CounterScreen::putBack(const pressing::WeightOrigins& origins) { form_.origins() = origins; }
-
-bool CounterScreen::isHighlighted(Field field, int station) const
-{
-    return labelOf(form_, field, station).backColor() == colour::cyan;
-}
-
-QString CounterScreen::activeName() const { return Form1::controlName(form_.AktifLbl); }
-QString CounterScreen::activeCaption() const { return form_.AktifLbl->caption(); }
-void CounterScreen::setActiveCaption(const QString& text) { form_.AktifLbl->setCaption(text); }
-void CounterScreen::edit(Field field, int station) { form_.activate(&labelOf(form_, field, station)); }
-int CounterScreen::currentStation() const { return form_.station(); }
-bool CounterScreen::printingEnabled(int station) const { return form_.YazCmd[station]->enabled(); }
-void CounterScreen::enablePrinting(int station, bool enabled) { form_.YazCmd[station]->setEnabled(enabled); }
-QString CounterScreen::entitlementCaption(int station) const { return form_.HakCmd[station]->caption(); }
-
-void CounterScreen::setEntitlementCaption(int station, const QString& text) { form_.HakCmd[station]->setCaption(text); }
-
-bool CounterScreen::entitlementShown(int station) const { return form_.Frame3[station]->visible(); }
-void CounterScreen::showEntitlement(int station, bool shown) { form_.Frame3[station]->setVisible(shown); }
-bool CounterScreen::entitlementTaken(int station) const { return form_.HakVar.at(static_cast<std::size_t>(station)); }
-
-void CounterScreen::setEntitlementTaken(int station, bool taken)
-{
-    form_.HakVar.at(static_cast<std::size_t>(station)) = taken;
-    // The press has flipped the button already; a rule that failed may have left the entitlement as it was.
-    form_.HakCmd[station]->showValue(taken);
-}
-
-int CounterScreen::containerKind(int station) const { return form_.Combo1[station]->listIndex(); }
-void CounterScreen::setContainerKind(int station, int kind) { form_.Combo1[station]->setListIndex(kind); }
-float CounterScreen::containers(int station) const { return form_.kapSayisi(station); }
-void CounterScreen::setContainers(int station, float count) { form_.kapSayisi(station) = count; }
-
-void CounterScreen::centreContainerCaption(int station)
-{
-    // Both frames have the same size; the first one's width serves both.
-    form_.Label4[station]->setLeft((form_.KapFrm[0]->Width() - form_.Label4[station]->Width()) / 2.0);
-}
-
-void CounterScreen::showContainerPanel(int station, bool shown) { form_.KapFrm[station]->setVisible(shown); }
-
-QString CounterScreen::keyCaption(int key) const { return form_.Label1[key]->caption(); }
-bool CounterScreen::stationFrameEnabled() const { return form_.Frame1[form_.station()]->enabled(); }
-bool CounterScreen::reportPanelShown() const { return form_.Frame4->visible(); }
-bool CounterScreen::capitals() const { return form_.CapsDurum; }
-void CounterScreen::toggleCapitals() { form_.toggleCapitals(); }
-void CounterScreen::IlkHarfBuyut() { form_.IlkHarfBuyut(); }
+std::unique_ptr<CounterScreen> counterScreenOf(Form1& form) { return std::make_unique<FormScreen>(form); }
 
 } // namespace app

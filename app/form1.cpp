@@ -40,7 +40,7 @@ constexpr Colour containerPanel = 0x00C6F4FF; // a pale yellow: not a working co
 Form1::Form1(const Surroundings& surroundings)
     : DataCari(surroundings.databases), DataHar(surroundings.databases), GünData(surroundings.databases),
       DataTmp(surroundings.databases), ActiveResize1(surroundings.settings), surroundings_(surroundings),
-      keyboard_(surroundings.keyboard), counter_(std::make_unique<CounterScreen>(*this)),
+      keyboard_(surroundings.keyboard), counter_(counterScreenOf(*this)),
       ownBugs_(counter::Log(surroundings.directory, surroundings.now)),
       register_(DataCari, surroundings.regional, letWeightsIn),
       weightRecord_(surroundings.weights, counter::Log(surroundings.directory, surroundings.now), surroundings.now),
