@@ -3,34 +3,13 @@
 #include "base/error.h"
 #include <QMouseEvent>
 #include <QPointingDevice>
+#include <QScopeGuard>
 #include <QTouchEvent>
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace app {
-
-namespace {
-
-/// One change that runs inside others. The rules of a pressing nest 8 deep; names and fees of two customers can set one
-/// another off for ever.
-class NestedChange {
-public:
-    NestedChange()
-    {
-        constexpr int deepest = 32;
-        if (depth_ == deepest) throw base::runtimeError(base::errors::outOfStack);
-        ++depth_;
-    }
-    ~NestedChange() { --depth_; }
-    NestedChange(const NestedChange&) = delete;
-    NestedChange& operator=(const NestedChange&) = delete;
-
-private:
-    inline static int depth_ = 0; ///< of all labels together; they live on one thread
-};
-
-} // namespace
 
 CaptionLabel::CaptionLabel(QWidget* parent, const QString& caption) : Control(parent), caption_(caption)
 {
@@ -49,7 +28,12 @@ void CaptionLabel::setCaption(const QString& caption)
     showCaption(caption);
     // A copy: the rule may set this very caption again, or replace the rule.
     if (const auto change = change_) {
-        const NestedChange nested;
+        // The rules of a pressing nest 8 deep; names and fees of two customers can set one another off for ever.
+        constexpr int deepest = 32;
+        static int depth = 0; // of all labels together; they live on one thread
+        if (depth == deepest) throw base::runtimeError(base::errors::outOfStack);
+        ++depth;
+        const auto ended = qScopeGuard([] { --depth; });
         change();
     }
 }

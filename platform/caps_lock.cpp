@@ -9,46 +9,35 @@ namespace {
 
 /// A connection for the length of one call: Caps Lock changes a few times a day, and an open connection would only
 /// gather events that nobody reads.
-class Connection {
-public:
-    Connection() : display_(XOpenDisplay(nullptr)) {}
-    ~Connection()
-    {
-        if (display_ != nullptr) XCloseDisplay(display_);
-    }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    std::optional<bool> capsLock() const
-    {
-        XkbStateRec state;
-        if (display_ == nullptr || XkbGetState(display_, XkbUseCoreKbd, &state) != Success) return std::nullopt;
-        return (state.locked_mods & LockMask) != 0;
-    }
-
-    void setCapsLock(bool on) const
-    {
-        XkbLockModifiers(display_, XkbUseCoreKbd, LockMask, on ? LockMask : 0);
-        XSync(display_, False);
-    }
-
-private:
-    Display* display_;
+struct CloseDisplay {
+    void operator()(Display* display) const { XCloseDisplay(display); }
 };
+using Connection = std::unique_ptr<Display, CloseDisplay>;
+Connection connect() { return Connection(XOpenDisplay(nullptr)); }
+
+std::optional<bool> capsLock(Display* display)
+{
+    XkbStateRec state;
+    if (display == nullptr || XkbGetState(display, XkbUseCoreKbd, &state) != Success) return std::nullopt;
+    return (state.locked_mods & LockMask) != 0;
+}
 
 class X11Keyboard final : public Keyboard {
 public:
     std::optional<bool> toggled(std::uint32_t key) override
     {
         if (key != capsLockKey) return std::nullopt;
-        return Connection().capsLock();
+        return capsLock(connect().get());
     }
 
     void send(std::uint32_t key, std::uint32_t flags) override
     {
         if (key != capsLockKey || (flags & keyUp) != 0) return;
-        const Connection connection;
-        if (const auto on = connection.capsLock()) connection.setCapsLock(!*on);
+        const Connection connection = connect();
+        const auto on = capsLock(connection.get());
+        if (!on) return;
+        XkbLockModifiers(connection.get(), XkbUseCoreKbd, LockMask, *on ? 0 : LockMask);
+        XSync(connection.get(), False);
     }
 };
 

@@ -7,6 +7,8 @@
 #include "pressing/fraction.h"
 #include "pressing/kept_displays.h"
 
+#include <QScopeGuard>
+
 using namespace Qt::StringLiterals;
 
 namespace pressing {
@@ -151,11 +153,8 @@ void flipEntitlement(StationScreen& screen, int station)
 {
     // HakVar follows the frame only when the rule ends (also by an error): the captions that change on the way are
     // worked out under the mode before the press.
-    struct FollowFrame {
-        StationScreen& screen;
-        int station;
-        ~FollowFrame() { screen.setEntitlementTaken(station, screen.entitlementShown(station)); }
-    } followFrame{screen, station};
+    const auto followFrame =
+        qScopeGuard([&] { screen.setEntitlementTaken(station, screen.entitlementShown(station)); });
 
     if (screen.entitlementCaption(station) == entitlementOff) {
         screen.setEntitlementCaption(station, entitlementOn);

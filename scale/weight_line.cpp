@@ -1,6 +1,7 @@
 #include "scale/weight_line.h"
 
 #include "base/patterns.h"
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -9,22 +10,6 @@ namespace scale {
 namespace {
 
 constexpr int fieldWidth = 8;
-
-/// Both buffers are emptied on every way out, by return or by throw: what is left of this burst is old by the next one.
-class EmptiedBuffers {
-public:
-    explicit EmptiedBuffers(CommControl& control) : control_(control) {}
-    ~EmptiedBuffers()
-    {
-        control_.setInBufferCount(0);
-        control_.setOutBufferCount(0);
-    }
-    EmptiedBuffers(const EmptiedBuffers&) = delete;
-    EmptiedBuffers& operator=(const EmptiedBuffers&) = delete;
-
-private:
-    CommControl& control_;
-};
 
 void showWeight(const QString& burst, ScaleStation& station, const base::Regional& regional)
 {
@@ -56,7 +41,12 @@ EventOutcome onScaleEvent(CommControl& control, ScaleStation& station, const bas
                           const std::function<void()>& processEvents)
 {
     if (station.customer().isEmpty()) return EventOutcome::nothing;
-    const EmptiedBuffers emptied(control);
+    // Both buffers are emptied on every way out, by return or by throw: what is left of this burst is old by the next
+    // one.
+    const auto emptied = qScopeGuard([&control] {
+        control.setInBufferCount(0);
+        control.setOutBufferCount(0);
+    });
     switch (control.commEvent()) {
     case events::received: {
         const QString burst = control.input();
