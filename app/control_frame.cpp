@@ -13,13 +13,6 @@ ControlFrame::ControlFrame(QWidget* parent, Look look, const QString& caption)
     setMouseTracking(true);
 }
 
-void ControlFrame::setCaption(const QString& caption)
-{
-    caption_ = caption;
-    setAccessibleName(caption.trimmed());
-    update();
-}
-
 void ControlFrame::setBackColor(Colour stored)
 {
     if (backColor_ == stored) return;

@@ -19,7 +19,6 @@ public:
     ControlFrame(QWidget* parent, Look look, const QString& caption = {});
 
     const QString& caption() const { return caption_; }
-    void setCaption(const QString& caption);
     Colour backColor() const { return backColor_; }
     void setBackColor(Colour stored);
 

@@ -43,19 +43,6 @@ std::optional<double> plainNumber(QStringView text)
     return value;
 }
 
-bool matches(QStringView pattern, QStringView name)
-{
-    if (pattern.isEmpty()) return name.isEmpty();
-    if (pattern.front() == u'*') {
-        for (qsizetype i = 0; i <= name.size(); ++i)
-            if (matches(pattern.sliced(1), name.sliced(i))) return true;
-        return false;
-    }
-    if (name.isEmpty()) return false;
-    const bool same = pattern.front() == u'?' || pattern.front().toCaseFolded() == name.front().toCaseFolded();
-    return same && matches(pattern.sliced(1), name.sliced(1));
-}
-
 } // namespace
 
 SeqReader::SeqReader(QString text) : text_(std::move(text)) { text_.truncate(untilEndOfFile(text_).size()); }
@@ -127,7 +114,7 @@ std::optional<QString> findFile(const QString& directory, QStringView name)
     std::optional<QString> found;
     for (const QString& entry : folder.entryList(QDir::Files, QDir::Name)) {
         if (entry == name) return folder.filePath(entry);
-        if (!found && matches(name, entry)) found = folder.filePath(entry);
+        if (!found && name.compare(entry, Qt::CaseInsensitive) == 0) found = folder.filePath(entry);
     }
     return found;
 }

@@ -46,8 +46,8 @@ std::optional<NumberAndFlag> parseNumberAndFlag(QStringView line);
 QString numberAndFlagLine(float number, bool flag);
 
 /// The path of an ordinary file of that name in the directory, ignoring letter case; nothing if there is none. Folders,
-/// hidden and special files do not count. The name may hold `*` and `?`; a leading separator is ignored. A name that
-/// matches letter for letter is preferred.
+/// hidden and special files do not count. A leading separator is ignored. A name that is the same letter for letter is
+/// preferred.
 std::optional<QString> findFile(const QString& directory, QStringView name);
 
 } // namespace base

@@ -45,12 +45,14 @@ void printRight(Printer& printer, const QString& text)
     printer.print(text);
 }
 
-void printLabelAndValue(Printer& printer, const QString& label, const QString& value)
+void printLabelAndValue(Printer& printer, const QString& label, const QString& value, bool underlined)
 {
     const NarrowLetters narrow(printer, label + u' ' + value, printer.pageWidth() - leftMargin - rightMargin);
     printer.setCurrentX(leftMargin);
     printer.printStay(label);
+    if (underlined) printer.setFontUnderline(true);
     printRight(printer, value);
+    if (underlined) printer.setFontUnderline(false);
 }
 
 QString ruleOf(QChar character, int pageWidth, const std::function<double(const QString&)>& textWidth)

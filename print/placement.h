@@ -39,7 +39,7 @@ void printLeft(Printer& printer, const QString& text);
 void printCentred(Printer& printer, const QString& text);
 void printRight(Printer& printer, const QString& text);
 /// The label at the left and the value at the right of one line.
-void printLabelAndValue(Printer& printer, const QString& label, const QString& value);
+void printLabelAndValue(Printer& printer, const QString& label, const QString& value, bool underlined = false);
 
 /// As many of that character as the page takes: the shortest row whose width and the slack reach the page width. One
 /// character where the font gives it no width.

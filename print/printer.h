@@ -40,15 +40,11 @@ public:
     /// Width of the letters in percent of their own: 1 to 100; error 380 for anything else.
     int fontStretch() const { return stretch_; }
     void setFontStretch(int percent);
-    /// Begins the job like any property, and no more: the texts are Unicode, and every face used has the Turkish
-    /// letters.
-    void setFontCharset(int charset);
 
     // ---- Measures ----
 
-    int pageWidth();                         ///< of the printable area, a whole number
-    int pageHeight();                        ///< of the printable area; on a roll of its longest page
-    int scaleWidth() { return pageWidth(); } ///< the other measure of the width: this printer has only one
+    int pageWidth();  ///< of the printable area, a whole number
+    int pageHeight(); ///< of the printable area; on a roll of its longest page
     double textWidth(const QString& text);
     double textHeight(); ///< what an ended line adds to Y: ascent, descent and leading of the current font
 

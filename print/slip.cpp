@@ -38,16 +38,6 @@ void printCustomer(Printer& printer, const QString& customer)
     printer.print(customer);
 }
 
-void printLabelAndUnderlinedValue(Printer& printer, const QString& label, const QString& value)
-{
-    const NarrowLetters narrow(printer, label + u' ' + value, printer.pageWidth() - leftMargin - rightMargin);
-    printer.setCurrentX(leftMargin);
-    printer.printStay(label);
-    printer.setFontUnderline(true);
-    printRight(printer, value);
-    printer.setFontUnderline(false);
-}
-
 void printAmount(Printer& printer, const QString& amount)
 {
     printer.setFontUnderline(true);
@@ -81,7 +71,7 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
     gap(printer);
     // The label says KG and the value LT: that is how the mills know this line.
     const QString oil = base::formatQuantity(slip.pressing.oil, u"#,##0.00 LT", regional);
-    printLabelAndUnderlinedValue(printer, u"Sıkılan Zeytin Yağı KG"_s, oil);
+    printLabelAndValue(printer, u"Sıkılan Zeytin Yağı KG"_s, oil, true);
 
     printSection(printer, u"HAK EDİŞ"_s, rule);
     gap(printer);

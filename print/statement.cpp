@@ -32,7 +32,7 @@ struct PrintedColumns {
 
 PrintedColumns fitted(Printer& printer, const std::vector<StatementColumn>& all)
 {
-    const double room = printer.scaleWidth();
+    const double room = printer.pageWidth();
     double wanted = 0;
     for (const StatementColumn& column : all)
         if (column.visible) wanted += column.width;
@@ -61,7 +61,7 @@ public:
     Table(Printer& printer, const PrintedColumns& printed)
         : printer_(printer), columns_(printed.columns), width_(printed.width)
     {
-        left_ = (printer_.scaleWidth() - width_) / 2;
+        left_ = (printer_.pageWidth() - width_) / 2;
     }
 
     double left() const { return left_; }
@@ -124,34 +124,18 @@ private:
 
 bool isNumber(const QVariant& value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
+    static constexpr int kinds[] = {QMetaType::Int, QMetaType::LongLong, QMetaType::Float, QMetaType::Double};
+    return std::ranges::find(kinds, value.typeId()) != std::end(kinds);
 }
 
-/// A single keeps its seven digits: widened to a double it would show the digits that it does not have.
 QString plainText(const QVariant& value, const base::Regional& regional)
 {
     if (value.isNull()) return {};
-    switch (value.typeId()) {
-    case QMetaType::Float:
-        return base::numberToText(value.toFloat(), regional);
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::Double:
-        return base::numberToText(value.toDouble(), regional);
-    case QMetaType::QDate:
-    case QMetaType::QDateTime:
-        return base::dateToText(value.toDateTime(), regional);
-    default:
-        return value.toString();
-    }
+    // A single keeps its seven digits: widened to a double it would show the digits that it does not have.
+    if (value.typeId() == QMetaType::Float) return base::numberToText(value.toFloat(), regional);
+    if (isNumber(value)) return base::numberToText(value.toDouble(), regional);
+    if (value.typeId() == QMetaType::QDateTime) return base::dateToText(value.toDateTime(), regional);
+    return value.toString();
 }
 
 QString formattedText(const QVariant& value, const QString& pattern, const base::Regional& regional)

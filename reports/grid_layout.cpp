@@ -96,16 +96,7 @@ QString centredHeading(const GridColumn& column, const TextWidth& textWidth)
     const auto half = static_cast<float>((static_cast<double>(column.width) - textWidth(heading)) / 2);
     if (!column.visible || !(blank > 0) || !(half > 0)) return heading;
     const QString padding(static_cast<qsizetype>(static_cast<double>(half) / blank), u' ');
-    switch (column.alignment) {
-    case Alignment::left:
-        return padding + heading;
-    case Alignment::right:
-        return heading + padding;
-    case Alignment::centre:
-    case Alignment::general:
-        break;
-    }
-    return heading;
+    return column.alignment == Alignment::left ? padding + heading : heading + padding;
 }
 
 void IzgaraDuzenle(GridColumns& columns, const QString& view)

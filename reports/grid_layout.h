@@ -8,8 +8,8 @@
 /// The columns of the grid: headings, number formats, and the widths that are kept between two starts of the program.
 namespace reports {
 
-/// Where a column's texts stand. Only left and right matter to headings and paper; the numbers are the grid's own.
-enum class Alignment { left = 0, right = 1, centre = 2, general = 3 };
+/// Where a column's texts stand.
+enum class Alignment { left, right };
 
 struct GridColumn {
     QString caption; ///< the heading as painted, its padding blanks included
@@ -40,8 +40,8 @@ GridColumns defaultColumns(const std::vector<GridField>& fields);
 using TextWidth = std::function<double(const QString&)>;
 
 /// The heading padded with as many blanks as bring it to the middle of its column: before it in a left-aligned column,
-/// behind it in a right-aligned one. Everywhere else, where it does not fit and in a hidden column, the trimmed
-/// heading. Centring twice is centring once.
+/// behind it in a right-aligned one. Where it does not fit and in a hidden column, the trimmed heading. Centring twice
+/// is centring once.
 QString centredHeading(const GridColumn& column, const TextWidth& textWidth);
 
 /// Headings and number formats of a view: "0" is the customers', every other text the journal's. Columns are addressed

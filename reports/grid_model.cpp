@@ -13,33 +13,15 @@ constexpr QStringView nameColumn(mill::Hareket::fields[mill::Hareket::CariHar]);
 GridField gridField(const store::FieldInfo& field)
 {
     using Kind = GridField::Kind;
-    switch (field.kind) {
-    case store::FieldKind::number:
-    case store::FieldKind::money:
-    case store::FieldKind::boolean:
-        return {field.name, Kind::number};
-    case store::FieldKind::date:
-        return {field.name, Kind::date};
-    case store::FieldKind::text:
-    case store::FieldKind::other:
-        break;
-    }
-    return {field.name, Kind::text};
+    using store::FieldKind;
+    if (field.kind == FieldKind::date) return {field.name, Kind::date};
+    const bool isText = field.kind == FieldKind::text || field.kind == FieldKind::other;
+    return {field.name, isText ? Kind::text : Kind::number};
 }
 
 Qt::Alignment painted(Alignment alignment)
 {
-    switch (alignment) {
-    case Alignment::left:
-        return Qt::AlignLeft | Qt::AlignVCenter;
-    case Alignment::right:
-        return Qt::AlignRight | Qt::AlignVCenter;
-    case Alignment::centre:
-        return Qt::AlignCenter;
-    case Alignment::general:
-        break;
-    }
-    return Qt::AlignLeft | Qt::AlignVCenter;
+    return (alignment == Alignment::right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
 }
 
 } // namespace

@@ -56,13 +56,6 @@ PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory)
     };
 }
 
-PortFinder systemPorts(const QString& programDirectory)
-{
-    platform::SerialPortPlaces places;
-    places.programDirectory = pathOf(programDirectory);
-    return systemPorts(std::move(places));
-}
-
 void rememberAdapter(int number, const QString& path, const platform::SerialPortPlaces& places,
                      const AdapterMemory& memory)
 {

@@ -25,8 +25,6 @@ struct AdapterMemory {
 
 /// The devices of this machine; the program's directory may hold links "com1" to "com16".
 PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory = {});
-/// The same, where nothing is remembered.
-PortFinder systemPorts(const QString& programDirectory);
 
 /// The port of that number was opened, and this was its device: if that is an adapter with a name of its own, the
 /// number stands for it from now on, whatever node it gets. Where two adapters share a name by now, each number keeps

@@ -291,7 +291,7 @@ private slots:
 
     void busyPortIsSilent()
     {
-        scale::TeraziComm other(scale::systemPorts(counter->folder.path()));
+        scale::TeraziComm other(scale::systemPorts({.programDirectory = counter->folder.path().toStdString()}));
         other.setPortOpen(true);
         counter->store("Baglan", u"True"_s);
         form->start();

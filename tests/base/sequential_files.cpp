@@ -134,9 +134,6 @@ private slots:
         QTest::newRow("small letters on disk") << u"presva.txt"_s << u"Presva.Txt"_s << true;
         QTest::newRow("capitals on disk") << u"YAG.MDB"_s << u"Yag.mdb"_s << true;
         QTest::newRow("leading separator") << u"Grid0.txt"_s << u"\\Grid0.txt"_s << true;
-        QTest::newRow("star") << u"Grid1.txt"_s << u"grid*.txt"_s << true;
-        QTest::newRow("question mark") << u"Grid1.txt"_s << u"grid?.txt"_s << true;
-        QTest::newRow("question mark needs a character") << u"Grid.txt"_s << u"grid?.txt"_s << false;
         QTest::newRow("longer name") << u"Grid0.txt.bak"_s << u"Grid0.txt"_s << false;
         QTest::newRow("shorter name") << u"Grid0"_s << u"Grid0.txt"_s << false;
         QTest::newRow("a stop is a stop") << u"Grid0xtxt"_s << u"Grid0.txt"_s << false;

@@ -92,7 +92,6 @@ private slots:
     void thePageWidthIsThePrintableOneInWholeTwips()
     {
         QCOMPARE(printer->pageWidth(), 227 * 20 - 2 * 227);
-        QCOMPARE(printer->scaleWidth(), printer->pageWidth());
         target.sheet = Paper::a4();
         printer->killDoc();
         QCOMPARE(printer->pageWidth(), 595 * 20 - 720);
@@ -132,7 +131,6 @@ private slots:
         QTest::newRow("bold") << Touch([](Printer& p) { p.setFontBold(true); });
         QTest::newRow("italic") << Touch([](Printer& p) { p.setFontItalic(true); });
         QTest::newRow("underline") << Touch([](Printer& p) { p.setFontUnderline(true); });
-        QTest::newRow("character set") << Touch([](Printer& p) { p.setFontCharset(162); });
         QTest::newRow("text width") << Touch([](Printer& p) { p.textWidth("a"); });
         QTest::newRow("text height") << Touch([](Printer& p) { p.textHeight(); });
         QTest::newRow("page width") << Touch([](Printer& p) { p.pageWidth(); });

@@ -83,8 +83,6 @@ private slots:
         addColumns<float, Alignment, bool, int, int>("width", "alignment", "visible", "before", "behind");
         QTest::newRow("left") << 2000.0F << Alignment::left << true << 10 << 0;
         QTest::newRow("right") << 2000.0F << Alignment::right << true << 0 << 10;
-        QTest::newRow("centre") << 2000.0F << Alignment::centre << true << 0 << 0;
-        QTest::newRow("general") << 2000.0F << Alignment::general << true << 0 << 0;
         QTest::newRow("less than one blank") << 1090.0F << Alignment::left << true << 0 << 0;
         QTest::newRow("exactly one blank") << 1100.0F << Alignment::left << true << 1 << 0;
         QTest::newRow("narrower than the text") << 800.0F << Alignment::left << true << 0 << 0;

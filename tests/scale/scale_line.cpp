@@ -439,7 +439,7 @@ private:
     }
     std::unique_ptr<TeraziComm> newControl() const
     {
-        auto control = std::make_unique<TeraziComm>(systemPorts(folder_->path()));
+        auto control = std::make_unique<TeraziComm>(systemPorts({.programDirectory = folder_->path().toStdString()}));
         control->setCommPort(3);
         return control;
     }

@@ -143,7 +143,7 @@ private:
 
     QTemporaryDir folder_;
     QString link_ = folder_.filePath(u"com1"_s);
-    TeraziComm control_{systemPorts(folder_.path())};
+    TeraziComm control_{systemPorts({.programDirectory = folder_.path().toStdString()})};
     QProcess tool_;
     QStringList fields_;
 };
