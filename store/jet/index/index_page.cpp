@@ -6,6 +6,7 @@
 #include <bit>
 #include <cassert>
 #include <cstring>
+#include <ranges>
 
 namespace jet {
 namespace {
@@ -143,32 +144,19 @@ bool IndexPage::ascends() const
 std::size_t IndexPage::lowerBound(Entry entry) const
 {
     if (count_ == 0) return 0;
+    const auto places = std::views::iota(std::size_t{0}, std::size_t{count_});
     if (prefixReachesRows_) {
         Key each;
-        std::size_t low = 0, high = count_;
-        while (low < high) {
-            const std::size_t middle = (low + high) / 2;
-            copyEntry(middle, each);
-            if (compareEntries(each, entry) < 0)
-                low = middle + 1;
-            else
-                high = middle;
-        }
-        return low;
+        return *std::ranges::partition_point(places, [&](std::size_t i) {
+            copyEntry(i, each);
+            return compareEntries(each, entry) < 0;
+        });
     }
     const std::size_t keyBytes = entry.size() - rowIdBytes;
     const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area.begin, prefix_));
     if (order != 0) return order < 0 ? 0 : count_;
     const Entry wanted = entry.subspan(prefix_);
-    std::size_t low = 0, high = count_;
-    while (low < high) {
-        const std::size_t middle = (low + high) / 2;
-        if (compareEntries(rest(middle), wanted) < 0)
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return low;
+    return *std::ranges::partition_point(places, [&](std::size_t i) { return compareEntries(rest(i), wanted) < 0; });
 }
 
 PageNo IndexPage::child(std::size_t i) const
