@@ -6,47 +6,32 @@
 
 namespace weights {
 
-void FlatWriter::putName(const std::string& name)
-{
-    if (text_.size() > 1) text_ += ',';
-    putText(name);
-    text_ += ':';
-}
+namespace {
 
-void FlatWriter::putText(std::string_view text)
+void putText(std::string& object, std::string_view text)
 {
-    text_ += '"';
+    object += '"';
     for (const char c : text) {
         if (c == '"' || c == '\\') {
-            text_ += '\\';
-            text_ += c;
+            object += '\\';
+            object += c;
         } else if (static_cast<unsigned char>(c) < 0x20) {
             std::array<char, 8> escaped{};
             std::snprintf(escaped.data(), escaped.size(), "\\u%04x", static_cast<unsigned>(c));
-            text_ += escaped.data();
+            object += escaped.data();
         } else {
-            text_ += c;
+            object += c;
         }
     }
-    text_ += '"';
+    object += '"';
 }
 
-void FlatWriter::put(const std::string& name, std::string_view text)
+void putName(std::string& object, const std::string& name)
 {
-    putName(name);
-    putText(text);
+    if (object.size() > 1) object += ',';
+    putText(object, name);
+    object += ':';
 }
-
-void FlatWriter::put(const std::string& name, double number)
-{
-    putName(name);
-    std::array<char, 32> digits{};
-    // The fewest digits that read back as the same number.
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    text_.append(digits.data(), end);
-}
-
-namespace {
 
 /// Reads one object from its first character to its last.
 class Reader {
@@ -60,7 +45,6 @@ public:
         return true;
     }
     bool atEnd() const { return rest_.empty(); }
-    bool atText() const { return rest_.starts_with('"'); }
 
     std::optional<std::string> text()
     {
@@ -78,8 +62,9 @@ public:
         }
         return take('"') ? std::optional(text) : std::nullopt;
     }
-    std::optional<double> number()
+    std::optional<FlatObject::mapped_type> value()
     {
+        if (rest_.starts_with('"')) return text();
         double value = 0;
         const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
         if (error != std::errc()) return std::nullopt;
@@ -88,7 +73,7 @@ public:
     }
 
 private:
-    /// What stands behind a backslash, as far as a FlatWriter writes it.
+    /// What stands behind a backslash, as far as putField() writes it.
     std::optional<char> escape()
     {
         for (const char c : {'"', '\\'})
@@ -107,7 +92,22 @@ private:
 
 } // namespace
 
-std::optional<FlatObject> FlatObject::read(std::string_view text)
+void putField(std::string& object, const std::string& name, std::string_view text)
+{
+    putName(object, name);
+    putText(object, text);
+}
+
+void putField(std::string& object, const std::string& name, double number)
+{
+    putName(object, name);
+    std::array<char, 32> digits{};
+    // The fewest digits that read back as the same number.
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    object.append(digits.data(), end);
+}
+
+std::optional<FlatObject> readFlat(std::string_view text)
 {
     Reader reader(text);
     FlatObject object;
@@ -115,30 +115,11 @@ std::optional<FlatObject> FlatObject::read(std::string_view text)
     do {
         const auto name = reader.text();
         if (!name || !reader.take(':')) return std::nullopt;
-        if (reader.atText()) {
-            const auto value = reader.text();
-            if (!value || !object.fields_.emplace(*name, *value).second) return std::nullopt;
-        } else {
-            const auto value = reader.number();
-            if (!value || !object.fields_.emplace(*name, *value).second) return std::nullopt;
-        }
+        const auto value = reader.value();
+        if (!value || !object.emplace(*name, *value).second) return std::nullopt;
     } while (reader.take(','));
     if (!reader.take('}') || !reader.atEnd()) return std::nullopt;
     return object;
-}
-
-std::optional<std::string> FlatObject::text(const std::string& name) const
-{
-    const auto found = fields_.find(name);
-    const auto* value = found == fields_.end() ? nullptr : std::get_if<std::string>(&found->second);
-    return value ? std::optional(*value) : std::nullopt;
-}
-
-std::optional<double> FlatObject::number(const std::string& name) const
-{
-    const auto found = fields_.find(name);
-    const auto* value = found == fields_.end() ? nullptr : std::get_if<double>(&found->second);
-    return value ? std::optional(*value) : std::nullopt;
 }
 
 } // namespace weights

@@ -6,35 +6,23 @@
 #include <string_view>
 #include <variant>
 
+/// JSON objects (RFC 8259) of texts and numbers, without objects, lists, Booleans or nulls in them.
 namespace weights {
 
-/// A JSON object (RFC 8259) of texts and numbers, written field by field.
-class FlatWriter {
-public:
-    void put(const std::string& name, std::string_view text);
-    void put(const std::string& name, const char* text) { put(name, std::string_view(text)); }
-    void put(const std::string& name, double number);
-    /// What is written so far: the object without its closing brace.
-    const std::string& begun() const { return text_; }
+/// Adds a field to the text of an object that is being written: it begins as "{" and has no closing brace yet.
+void putField(std::string& object, const std::string& name, std::string_view text);
+void putField(std::string& object, const std::string& name, double number);
 
-private:
-    void putName(const std::string& name);
-    void putText(std::string_view text);
+using FlatObject = std::map<std::string, std::variant<std::string, double>>;
+/// Nothing for a text that is no such object.
+std::optional<FlatObject> readFlat(std::string_view text);
 
-    std::string text_ = "{";
-};
-
-/// The same, read back: the texts and numbers of an object without objects, lists, Booleans or nulls in it.
-class FlatObject {
-public:
-    /// Nothing for a text that is no such object.
-    static std::optional<FlatObject> read(std::string_view text);
-
-    std::optional<std::string> text(const std::string& name) const;
-    std::optional<double> number(const std::string& name) const;
-
-private:
-    std::map<std::string, std::variant<std::string, double>> fields_;
-};
+/// A field of that kind; nothing where there is none.
+template <class Kind> std::optional<Kind> fieldOf(const FlatObject& object, const std::string& name)
+{
+    const auto found = object.find(name);
+    const Kind* value = found == object.end() ? nullptr : std::get_if<Kind>(&found->second);
+    return value ? std::optional(*value) : std::nullopt;
+}
 
 } // namespace weights

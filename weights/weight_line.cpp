@@ -65,68 +65,68 @@ std::optional<double> moment(const std::string& iso)
     return found ? std::optional(found->days) : std::nullopt;
 }
 
-void put(FlatWriter& out, const std::string& name, double kilograms, const mill::Weighing& from)
+void put(std::string& out, const std::string& name, double kilograms, const mill::Weighing& from)
 {
-    out.put(name, kilograms);
+    putField(out, name, kilograms);
     for (const auto& [source, word] : sources)
-        if (source == from.source) out.put(name + "By", word);
+        if (source == from.source) putField(out, name + "By", word);
     if (from.source != mill::WeightSource::scale) return;
-    out.put(name + "Bytes", hexOf(from.bytes));
-    out.put(name + "When", isoMoment(from.moment));
+    putField(out, name + "Bytes", hexOf(from.bytes));
+    putField(out, name + "When", isoMoment(from.moment));
 }
 
-void put(FlatWriter& out, const Pressing& pressing)
+void put(std::string& out, const Pressing& pressing)
 {
-    out.put("kind", "pressing");
-    out.put("when", isoMoment(pressing.moment));
-    out.put("station", static_cast<double>(pressing.station));
-    out.put("customer", pressing.customer);
+    putField(out, "kind", "pressing");
+    putField(out, "when", isoMoment(pressing.moment));
+    putField(out, "station", static_cast<double>(pressing.station));
+    putField(out, "customer", pressing.customer);
     put(out, "olives", pressing.olives, pressing.olivesFrom);
     put(out, "oil", pressing.oil, pressing.oilFrom);
-    out.put("percentage", pressing.percentage);
-    out.put("entitlement", pressing.entitlement);
-    out.put("fee", pressing.fee);
-    out.put("job", static_cast<double>(pressing.job));
-    if (pressing.before) out.put("before", static_cast<double>(*pressing.before));
+    putField(out, "percentage", pressing.percentage);
+    putField(out, "entitlement", pressing.entitlement);
+    putField(out, "fee", pressing.fee);
+    putField(out, "job", static_cast<double>(pressing.job));
+    if (pressing.before) putField(out, "before", static_cast<double>(*pressing.before));
 }
 
-void put(FlatWriter& out, const Deletion& deletion)
+void put(std::string& out, const Deletion& deletion)
 {
-    out.put("kind", "deletion");
-    out.put("when", isoMoment(deletion.moment));
-    if (deletion.customer) out.put("customer", *deletion.customer);
-    out.put("pressings", static_cast<double>(deletion.pressings));
-    out.put("before", static_cast<double>(deletion.before));
+    putField(out, "kind", "deletion");
+    putField(out, "when", isoMoment(deletion.moment));
+    if (deletion.customer) putField(out, "customer", *deletion.customer);
+    putField(out, "pressings", static_cast<double>(deletion.pressings));
+    putField(out, "before", static_cast<double>(deletion.before));
 }
 
-void put(FlatWriter& out, const Restore& restore)
+void put(std::string& out, const Restore& restore)
 {
-    out.put("kind", "restore");
-    out.put("when", isoMoment(restore.moment));
-    out.put("copy", restore.copy);
-    out.put("upTo", static_cast<double>(restore.upTo));
-    out.put("before", static_cast<double>(restore.before));
+    putField(out, "kind", "restore");
+    putField(out, "when", isoMoment(restore.moment));
+    putField(out, "copy", restore.copy);
+    putField(out, "upTo", static_cast<double>(restore.upTo));
+    putField(out, "before", static_cast<double>(restore.before));
 }
 
 /// A count that a line holds; nothing for anything else.
 std::optional<std::uint64_t> count(const FlatObject& in, const std::string& name)
 {
     constexpr double most = 1e15; // exact as a double
-    const auto number = in.number(name);
+    const auto number = fieldOf<double>(in, name);
     if (!number || !(*number >= 0 && *number <= most)) return std::nullopt;
     return static_cast<std::uint64_t>(*number);
 }
 
 bool get(const FlatObject& in, const std::string& name, double& kilograms, mill::Weighing& from)
 {
-    const auto amount = in.number(name);
-    const auto by = in.text(name + "By");
+    const auto amount = fieldOf<double>(in, name);
+    const auto by = fieldOf<std::string>(in, name + "By");
     if (!amount || !by) return false;
     kilograms = *amount;
     for (const auto& [source, word] : sources)
         if (word == *by) from.source = source;
     if (from.source != mill::WeightSource::scale) return true;
-    const auto bytes = in.text(name + "Bytes"), when = in.text(name + "When");
+    const auto bytes = fieldOf<std::string>(in, name + "Bytes"), when = fieldOf<std::string>(in, name + "When");
     const auto raw = bytes ? bytesOf(*bytes) : std::nullopt;
     const auto came = when ? moment(*when) : std::nullopt;
     if (!raw || !came) return false;
@@ -137,16 +137,16 @@ bool get(const FlatObject& in, const std::string& name, double& kilograms, mill:
 
 std::optional<Fact> factOf(const FlatObject& in)
 {
-    const auto kind = in.text("kind"), when = in.text("when");
+    const auto kind = fieldOf<std::string>(in, "kind"), when = fieldOf<std::string>(in, "when");
     const auto at = when ? moment(*when) : std::nullopt;
     if (!kind || !at) return std::nullopt;
     if (*kind == "deletion") {
         const auto pressings = count(in, "pressings"), before = count(in, "before");
         if (!pressings || !before) return std::nullopt;
-        return Deletion{*at, in.text("customer"), *pressings, *before};
+        return Deletion{*at, fieldOf<std::string>(in, "customer"), *pressings, *before};
     }
     if (*kind == "restore") {
-        const auto copy = in.text("copy");
+        const auto copy = fieldOf<std::string>(in, "copy");
         const auto upTo = count(in, "upTo"), before = count(in, "before");
         if (!copy || !upTo || !before) return std::nullopt;
         return Restore{*at, *copy, *upTo, *before};
@@ -156,8 +156,9 @@ std::optional<Fact> factOf(const FlatObject& in)
     Pressing pressing;
     pressing.moment = *at;
     const auto station = count(in, "station"), job = count(in, "job"), before = count(in, "before");
-    const auto percentage = in.number("percentage"), entitlement = in.number("entitlement"), fee = in.number("fee");
-    const auto customer = in.text("customer");
+    const auto percentage = fieldOf<double>(in, "percentage"), entitlement = fieldOf<double>(in, "entitlement"),
+               fee = fieldOf<double>(in, "fee");
+    const auto customer = fieldOf<std::string>(in, "customer");
     if (!station || !percentage || !entitlement || !fee || !job || !customer) return std::nullopt;
     if (!get(in, "olives", pressing.olives, pressing.olivesFrom)) return std::nullopt;
     if (!get(in, "oil", pressing.oil, pressing.oilFrom)) return std::nullopt;
@@ -204,11 +205,10 @@ std::string shownMoment(double moment)
 
 std::string written(std::uint64_t number, const Fact& fact, const std::string& previous)
 {
-    FlatWriter out;
-    out.put("line", static_cast<double>(number));
-    std::visit([&](const auto& each) { put(out, each); }, fact);
-    out.put("previous", previous);
-    std::string text = out.begun();
+    std::string text = "{";
+    putField(text, "line", static_cast<double>(number));
+    std::visit([&](const auto& each) { put(text, each); }, fact);
+    putField(text, "previous", previous);
     const std::string seal = sealOf(text);
     return text.append(sealBegins).append(seal).append(sealEnds);
 }
@@ -224,10 +224,10 @@ std::optional<Line> read(std::string_view text)
     line.seal = part.substr(sealBegins.size(), sealLength);
     if (sealOf(text.substr(0, end)) != line.seal) return std::nullopt;
 
-    const auto object = FlatObject::read(text);
+    const auto object = readFlat(text);
     if (!object) return std::nullopt;
     const auto number = count(*object, "line");
-    const auto previous = object->text("previous");
+    const auto previous = fieldOf<std::string>(*object, "previous");
     auto fact = factOf(*object);
     if (!number || !previous || !fact) return std::nullopt;
     line.number = *number;
