@@ -56,6 +56,7 @@ void StatusLine::lineNotUnderstood()
 
 void StatusLine::set(QString& fact, const QString& text)
 {
+    if (fact == text) return;
     fact = text;
     refresh();
 }

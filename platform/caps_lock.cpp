@@ -7,11 +7,11 @@ namespace platform {
 
 namespace {
 
-/// A connection for the length of one call: Caps Lock changes a few times a day, and an open connection would only
-/// gather events that nobody reads.
 struct CloseDisplay {
     void operator()(Display* display) const { XCloseDisplay(display); }
 };
+/// A connection for the length of one call: Caps Lock changes a few times a day, and an open connection would only
+/// gather events that nobody reads.
 using Connection = std::unique_ptr<Display, CloseDisplay>;
 Connection connect() { return Connection(XOpenDisplay(nullptr)); }
 

@@ -39,14 +39,15 @@ struct FolderTarget::Reserved {
     }
     Reserved(const Reserved&) = delete;
     Reserved& operator=(const Reserved&) = delete;
-    ~Reserved()
+    ~Reserved() { removeFile(); }
+    void removeFile()
     {
         file.reset();
         std::error_code none;
         std::filesystem::remove(path, none);
     }
 
-    std::filesystem::path path; ///< empty when there is none to remove
+    std::filesystem::path path;
     std::unique_ptr<files::File> file;
 };
 
@@ -124,15 +125,20 @@ void FolderTarget::publish(Reserved& job, const std::filesystem::path& to, const
     files::Disk& disk = platform::systemDisk();
     job.file->write(0, {reinterpret_cast<const std::uint8_t*>(pdf.constData()), static_cast<std::size_t>(pdf.size())});
     job.file->sync();
-    job.file.reset();
-    if (disk.exists(to)) throw files::Error(files::Fault::exists, files::quotedPath(to) + " zaten var.");
-    disk.rename(job.path, to);
-    job.path.clear();
+    // A second name, not a new one: where a file has come meanwhile, it stays and this fails.
+    std::error_code failed;
+    std::filesystem::create_hard_link(job.path, to, failed);
+    if (failed == std::errc::file_exists)
+        throw files::Error(files::Fault::exists,
+                           files::quotedPath(to) + " zaten var; o dosyayı başka bir klasöre taşıyıp yeniden yazdırın.");
+    if (failed)
+        throw files::Error(files::Fault::disk, files::quotedPath(to) + " yazılamadı: " + failed.message() + '.');
+    job.removeFile();
     try {
         disk.syncFolder(folder_);
     } catch (const files::Error&) {
         // Whoever hears of a failure must not find the file afterwards.
-        disk.remove(to);
+        std::filesystem::remove(to, failed);
         throw;
     }
 }

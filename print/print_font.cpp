@@ -9,6 +9,7 @@ void applyPrintFont(Printer& printer, const PrintFont& font, const base::Regiona
     printer.setFontName(font.font);
     printer.setFontSize(base::toSingle(font.size, regional));
     printer.setFontItalic(base::flagOf(font.italic));
+    printer.setFontCharset(turkishCharset);
     printer.setFontBold(true);
     // A job that failed in the middle of an underlined value leaves its font behind.
     printer.setFontUnderline(false);

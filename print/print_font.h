@@ -17,8 +17,11 @@ struct PrintFont {
     QString italic = u"False"_s;
 };
 
-/// Sets the font for the head of a job, in this order: face, size, italic, and bold whatever the setting says. Error 13
-/// for a size that is no number or a flag other than True or False, 380 for a size of 0 or below.
+/// The Turkish character set, which every job asks for.
+inline constexpr int turkishCharset = 162;
+
+/// Sets the font for the head of a job, in this order: face, size, italic, character set, and bold whatever the setting
+/// says. Error 13 for a size that is no number or a flag other than True or False, 380 for a size of 0 or below.
 void applyPrintFont(Printer& printer, const PrintFont& font, const base::Regional& regional);
 
 /// After the head: bold as the setting says.

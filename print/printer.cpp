@@ -70,6 +70,8 @@ void Printer::setFontStretch(int percent)
     change(stretch_, percent);
 }
 
+void Printer::setFontCharset(int /*charset*/) { beginJob(); }
+
 const QFontMetricsF& Printer::metrics()
 {
     if (!metrics_) {

@@ -40,6 +40,9 @@ public:
     /// Width of the letters in percent of their own: 1 to 100; error 380 for anything else.
     int fontStretch() const { return stretch_; }
     void setFontStretch(int percent);
+    /// Begins the job like any property, and no more: the texts are Unicode, and every face used has the Turkish
+    /// letters.
+    void setFontCharset(int charset);
 
     // ---- Measures ----
 

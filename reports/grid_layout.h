@@ -8,8 +8,8 @@
 /// The columns of the grid: headings, number formats, and the widths that are kept between two starts of the program.
 namespace reports {
 
-/// Where a column's texts stand.
-enum class Alignment { left, right };
+/// Where a column's texts stand; the numbers are the grid's own.
+enum class Alignment { left = 0, right = 1 };
 
 struct GridColumn {
     QString caption; ///< the heading as painted, its padding blanks included

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 
 namespace scale {
 
@@ -86,24 +85,52 @@ struct Said {
 
     void hear(Meaning meaning, int places)
     {
-        static constexpr std::pair<Meaning, Refusal> withoutWeight[] = {{Meaning::over, Refusal::overload},
-                                                                        {Meaning::under, Refusal::underload},
-                                                                        {Meaning::invalid, Refusal::invalid},
-                                                                        {Meaning::tare, Refusal::tare}};
-        static constexpr std::pair<Meaning, Unit> units[] = {{Meaning::kilogram, Unit::kilogram},
-                                                             {Meaning::gram, Unit::gram},
-                                                             {Meaning::tonne, Unit::tonne},
-                                                             {Meaning::pound, Unit::pound}};
-        for (const auto& [said, why] : withoutWeight)
-            if (said == meaning) noWeight = why;
-        for (const auto& [said, named] : units)
-            if (said == meaning) unit = named;
-        if (meaning == Meaning::stable && rest == Rest::unknown) rest = Rest::stable;
-        if (meaning == Meaning::moving) rest = Rest::moving;
-        if (meaning == Meaning::gross) load = Load::gross;
-        if (meaning == Meaning::net) load = Load::net;
-        if (meaning == Meaning::negative) negative = true;
-        if (meaning == Meaning::decimals) decimals = places;
+        switch (meaning) {
+        case Meaning::ok:
+            return;
+        case Meaning::stable:
+            if (rest == Rest::unknown) rest = Rest::stable;
+            return;
+        case Meaning::moving:
+            rest = Rest::moving;
+            return;
+        case Meaning::over:
+            noWeight = Refusal::overload;
+            return;
+        case Meaning::under:
+            noWeight = Refusal::underload;
+            return;
+        case Meaning::invalid:
+            noWeight = Refusal::invalid;
+            return;
+        case Meaning::tare:
+            noWeight = Refusal::tare;
+            return;
+        case Meaning::gross:
+            load = Load::gross;
+            return;
+        case Meaning::net:
+            load = Load::net;
+            return;
+        case Meaning::negative:
+            negative = true;
+            return;
+        case Meaning::kilogram:
+            unit = Unit::kilogram;
+            return;
+        case Meaning::gram:
+            unit = Unit::gram;
+            return;
+        case Meaning::tonne:
+            unit = Unit::tonne;
+            return;
+        case Meaning::pound:
+            unit = Unit::pound;
+            return;
+        case Meaning::decimals:
+            decimals = places;
+            return;
+        }
     }
 };
 

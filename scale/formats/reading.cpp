@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace scale {
@@ -20,6 +21,7 @@ std::string_view sentenceOf(Refusal refusal)
         {Refusal::unconfirmed, "hat bozuk: aynı ağırlık birkaç kez gelene dek bekleniyor"},
         {Refusal::unconfirmedPrint, "tek satır doğrulanamadı, aynı tartımı terazinin tuşuyla üç kez gönderin"},
     };
+    static_assert(std::size(sentences) == static_cast<std::size_t>(Refusal::unconfirmedPrint) + 1);
     return std::ranges::find(sentences, refusal, &std::pair<Refusal, std::string_view>::first)->second;
 }
 

@@ -131,6 +131,7 @@ private slots:
         QTest::newRow("bold") << Touch([](Printer& p) { p.setFontBold(true); });
         QTest::newRow("italic") << Touch([](Printer& p) { p.setFontItalic(true); });
         QTest::newRow("underline") << Touch([](Printer& p) { p.setFontUnderline(true); });
+        QTest::newRow("character set") << Touch([](Printer& p) { p.setFontCharset(162); });
         QTest::newRow("text width") << Touch([](Printer& p) { p.textWidth("a"); });
         QTest::newRow("text height") << Touch([](Printer& p) { p.textHeight(); });
         QTest::newRow("page width") << Touch([](Printer& p) { p.pageWidth(); });

@@ -48,11 +48,12 @@ Run runOf(std::string_view word)
 std::vector<Run> runsUnder(std::string_view heading)
 {
     std::string_view text = sortWeightsText;
+    assert(text.find(heading) != text.npos);
     text.remove_prefix(text.find(heading) + heading.size());
     text = text.substr(0, text.find('['));
     std::vector<Run> runs;
     for (std::size_t end = 0; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
-        end = text.find_first_of(" \n");
+        end = std::min(text.find_first_of(" \r\n"), text.size());
         if (end != 0) runs.push_back(runOf(text.substr(0, end)));
     }
     return runs;
