@@ -40,6 +40,7 @@ public:
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("LANG", "tr_TR.UTF-8");
+        environment.insert("TMPDIR", temporary_.path());
         for (const char* other : {"LC_ALL", "LC_NUMERIC", "LC_TIME"}) environment.remove(other);
         process->setProcessEnvironment(environment);
         process->start(PRESVA_SCENARIO, QStringList{file.fileName(), "--dir", folder_.path()} + options);
@@ -75,6 +76,7 @@ private:
     }
 
     QTemporaryDir folder_;
+    QTemporaryDir temporary_; ///< what a killed process leaves behind goes with the test
     bool ready_ = false;
 };
 
