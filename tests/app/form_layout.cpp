@@ -225,7 +225,7 @@ private slots:
             FieldLabel* label;
             const char* text;
         };
-        form.run([&] { form.HakCmd[0]->setValue(true); });
+        QTest::mouseClick(form.HakCmd[0], Qt::LeftButton);
         // The fee of the station that has none beside its share.
         const Figure figures[] = {{form.Haklbl[0], "88,88"},     {form.HakTut[0], "88.888"},
                                   {form.Verilen[0], "88.888"},   {form.NakitLbl[1], "888.888,88"},
