@@ -14,7 +14,8 @@ namespace query {
 
 namespace {
 
-/// Compares texts by their keys, piece by piece: a key tells of so many letters and no more.
+/// Compares texts by their keys, piece by piece: a key tells of so many letters and no more. Letters whose weights are
+/// guessed must not make two texts one: such texts stand behind those of the same key, and differ as their letters do.
 class Comparison {
 public:
     explicit Comparison(jet::Collation collation) : collation_(collation) {}
@@ -23,14 +24,16 @@ public:
     {
         if (a == b) return 0;
         std::u16string_view left = units(a, left_), right = units(b, right_);
+        bool leftIsCertain = true, rightIsCertain = true;
         do {
-            key(left.substr(0, jet::textKeyUnits), leftKey_);
-            key(right.substr(0, jet::textKeyUnits), rightKey_);
+            leftIsCertain &= key(left.substr(0, jet::textKeyUnits), leftKey_);
+            rightIsCertain &= key(right.substr(0, jet::textKeyUnits), rightKey_);
             if (leftKey_ != rightKey_) return leftKey_ < rightKey_ ? -1 : 1;
             left.remove_prefix(std::min(left.size(), jet::textKeyUnits));
             right.remove_prefix(std::min(right.size(), jet::textKeyUnits));
         } while (!left.empty() || !right.empty());
-        return 0;
+        if (leftIsCertain != rightIsCertain) return leftIsCertain ? -1 : 1;
+        return leftIsCertain ? 0 : jet::foldTurkish(left_).compare(jet::foldTurkish(right_));
     }
 
 private:
@@ -46,10 +49,14 @@ private:
         }
         return into;
     }
-    void key(std::u16string_view text, std::vector<std::uint8_t>& into) const
+    /// False for a guess.
+    bool key(std::u16string_view text, std::vector<std::uint8_t>& into) const
     {
         into.clear();
-        if (!jet::appendTextKey(into, text, collation_)) jet::appendOrderKey(into, text);
+        if (const auto certainty = jet::appendTextKey(into, text, collation_))
+            return *certainty == jet::Certainty::certain;
+        jet::appendOrderKey(into, text);
+        return false;
     }
 
     jet::Collation collation_;

@@ -37,7 +37,8 @@ struct Scope {
 
 struct Selected {
     std::string sql = {};
-    std::vector<NamedType> columns;
+    std::vector<NamedType> columns = {};
+    bool ended = false; ///< by an order or a limit: no union may follow as it is
 };
 
 /// Names that mean one thing, whatever their letter case.

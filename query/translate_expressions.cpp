@@ -37,6 +37,7 @@ Expr Translator::conjunction(Scope& scope)
 
 Expr Translator::negation(Scope& scope)
 {
+    const Level level(*this);
     if (!take("not")) return comparison(scope);
     const Expr inner = negation(scope);
     Expr expr = made("(NOT " + inner.sql + ")", Type::number, {&inner});
@@ -201,6 +202,7 @@ Expr Translator::product(Scope& scope)
 
 Expr Translator::sign(Scope& scope)
 {
+    const Level level(*this);
     if (takeMark("+")) return sign(scope);
     if (!takeMark("-")) return power(scope);
     const Expr inner = sign(scope);
@@ -314,8 +316,13 @@ Expr Translator::reference(Scope& scope)
         }
         if (found) return *found;
         if (!table.empty()) continue;
-        for (const auto& [alias, expr] : each->aliases)
-            if (same(alias, field)) return expr;
+        for (const auto& [alias, expr] : each->aliases) {
+            if (!same(alias, field)) continue;
+            // Each name may hold the one before twice.
+            constexpr std::size_t longest = 100'000;
+            if (expr.sql.size() > longest) notUnderstood(sql_, at, "'" + field + "' çok uzun bir deyim");
+            return expr;
+        }
     }
     notUnderstood(sql_, at, "'" + (table.empty() ? "" : table + ".") + field + "' diye bir alan yok");
 }

@@ -16,12 +16,10 @@ Selected Translator::wholeQuery()
 
 Selected Translator::query(const Scope* outer)
 {
-    const std::size_t begin = at_;
+    const Level level(*this);
     Selected all = term(outer, true);
     if (!word().is("union")) return all;
-    // Seen to be a union: its parts are read again, because an order behind them is that of the whole.
-    at_ = begin;
-    all = term(outer, false);
+    if (all.ended) all.sql = "SELECT * FROM (" + all.sql + ")";
     while (take("union")) {
         const bool keep = take("all");
         const std::size_t at = word().at;
@@ -44,6 +42,7 @@ Selected Translator::term(const Scope* outer, bool alone)
         Selected inner = query(outer);
         expectMark(")");
         inner.sql = "SELECT * FROM (" + inner.sql + ")";
+        inner.ended = false;
         return inner;
     }
     expect("select");
@@ -167,7 +166,11 @@ Selected Translator::term(const Scope* outer, bool alone)
     }
     if (grouped)
         for (const Item& item : items) checkGrouped(item.expr, groups, item.at);
-    if (alone && word().is("order")) selected.sql += orderBy(scope, grouped ? &groups : nullptr);
+    selected.ended = !limit.empty();
+    if (alone && word().is("order")) {
+        selected.sql += orderBy(scope, grouped ? &groups : nullptr);
+        selected.ended = true;
+    }
     if (!limit.empty()) {
         selected.sql += " LIMIT " + limit;
         if (!alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
@@ -218,6 +221,7 @@ std::string Translator::from(Scope& scope)
 
 std::string Translator::joined(Scope& scope)
 {
+    const Level level(*this);
     std::string tables = source(scope);
     for (;;) {
         const char* kind = nullptr;

@@ -52,6 +52,22 @@ private:
     std::string name(const char* what);
     void end();
 
+    /// Brackets, Not and signs lie in one another so deep and no deeper: each level is a call of the functions below.
+    class Level {
+    public:
+        explicit Level(Translator& translator) : translator_(translator)
+        {
+            constexpr int deepest = 200;
+            if (++translator_.level_ > deepest) translator_.fail("parantezler çok iç içe");
+        }
+        ~Level() { --translator_.level_; }
+        Level(const Level&) = delete;
+        Level& operator=(const Level&) = delete;
+
+    private:
+        Translator& translator_;
+    };
+
     // ---- queries ----
     Selected query(const Scope* outer);
     Selected term(const Scope* outer, bool alone);
@@ -93,7 +109,8 @@ private:
     std::vector<Word> words_;
     std::size_t at_ = 0;
     Catalogue& catalogue_;
-    int depth_; ///< of saved queries in saved queries
+    int depth_;     ///< of saved queries in saved queries
+    int level_ = 0; ///< of brackets in brackets
 };
 
 } // namespace query

@@ -12,7 +12,7 @@ constexpr EnglishHelp helps[] = {
     {"create", "FILE [--collation turkish|general]", "makes an empty database",
      "With the tables Cari and Hareket; a file that is there is not touched. --collation chooses the order of texts,\n"
      "turkish as a rule.\n"},
-    {"info", "FILE", "describes the file, its tables, columns and indexes", ""},
+    {"info", "FILE", "describes the file, its tables, columns, indexes and saved queries", ""},
     {"check", "FILE", "looks at every page, row and index entry",
      "Names each fault in a line, and ends with 0 only when the file is sound. Warnings are harmless. Of a damaged file\n"
      "it also says what can be saved. Nothing in the file is changed.\n"},

@@ -72,6 +72,10 @@ RowTable<QuestionRow> sqlQuestions()
           "Y,A,S|2025,11,3|2025,12,1|2026,1,1"}},
         {"equal but for letter case", {"Select Zeytin From Hareket Where CariHar = 'veli'", "Zeytin|100.1|0.2"}},
         {"exactly equal", {"Select Zeytin From Hareket Where StrComp(CariHar, 'Veli', 0) = 0", "Zeytin|100.1"}},
+        {"letters of unknown weight are not each other",
+         {"Select Count(*) As S From (Select '東' As T From Cari Union Select '京' "
+          "From Cari) As A",
+          "S|2"}},
         {"unequal", {"Select Unvan From Cari Where Unvan <> 'VELİ'", "Unvan|Ali Çelik|Çetin"}},
         {"In", {"Select Unvan From Cari Where Unvan In ('çetin', 'Ayşe') Or Nakit In (20, 30)", "Unvan|Veli|Çetin"}},
         {"Not In a query", {"Select Unvan From Cari Where Unvan Not In (Select CariHar From Hareket)", "Unvan|Çetin"}},
@@ -116,6 +120,10 @@ RowTable<QuestionRow> sqlQuestions()
           "Unvan|Ali Çelik|Çetin|Işıl|Veli"}},
         {"Union All",
          {"Select Nakit From Cari Where Nakit > 15 Union All Select 20 From Cari Where Unvan = 'Veli'", "Nakit|20|20"}},
+        {"Union of the first and the rest",
+         {"Select Top 1 Nakit From Cari Order By Nakit Desc Union All (Select 1 As N From Cari Union Select 2 From "
+          "Cari)",
+          "Nakit|20|1|2"}},
         {"columns of one name",
          {"Select Cari.Unvan, b.Unvan From Cari, Cari As b Where Cari.Nakit = 20 And b.Nakit = 10.5",
           "Cari.Unvan,b.Unvan|Veli,Ali Çelik"}},
@@ -163,6 +171,16 @@ struct RefusedRow {
 };
 class SqlRefusals : public TableTest<RefusedRow>, protected SqlMill {};
 
+std::string doublingNames()
+{
+    std::string sql = "Select Nakit As a0";
+    for (int i = 1; i < 60; ++i) {
+        const std::string before = "a" + std::to_string(i - 1);
+        sql += ", " + before + "+" + before + " As a" + std::to_string(i);
+    }
+    return sql + " From Cari";
+}
+
 RowTable<RefusedRow> sqlRefusals()
 {
     return {
@@ -185,6 +203,11 @@ RowTable<RefusedRow> sqlRefusals()
         {"rest behind the end", {"Select * From Cari ; Select", "bitmesi gerekirdi"}},
         {"text in a sum", {"Select Sum(Unvan) From Cari", "Sum sayı ister"}},
         {"text as a number", {"Select Unvan * 2 From Cari", "'Veli' bir sayı"}},
+        {"names that double each other", {doublingNames(), "çok uzun bir deyim"}},
+        {"brackets without end", {"Select " + std::string(50'000, '('), "çok iç içe"}},
+        {"queries without end", {std::string(50'000, '('), "çok iç içe"}},
+        {"signs without end", {"Select " + std::string(50'000, '-') + "1", "çok iç içe"}},
+        {"tables without end", {"Select 1 From " + std::string(50'000, '('), "çok iç içe"}},
         {"nothing", {"", "select bekleniyor"}},
         {"system functions of the reader", {"Select load_extension('x')", "işlev yok"}},
     };
