@@ -1,6 +1,7 @@
 #include "exchange/csv.h"
 
 #include "files/error.h"
+#include "files/language.h"
 
 #include <algorithm>
 
@@ -72,8 +73,10 @@ void CsvReader::readField(CsvField& field)
     for (;;) {
         const std::size_t quote = text_.find('"', at_);
         if (quote == std::string_view::npos)
-            throw files::Error(files::Fault::syntax, "CSV'nin " + std::to_string(opened) +
-                                                         ". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.");
+            throw files::Error(files::Fault::syntax,
+                               files::said("CSV'nin ", "Line ") + std::to_string(opened) +
+                                   files::said(". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.",
+                                               " of the CSV opens a quote that is not closed; correct the file."));
         const std::string_view part = text_.substr(at_, quote - at_);
         line_ += static_cast<std::size_t>(std::ranges::count(part, '\n'));
         field.text += part;
@@ -84,8 +87,9 @@ void CsvReader::readField(CsvField& field)
     }
     if (!atLineEnd() && text_[at_] != fieldEnds_.front())
         throw files::Error(files::Fault::syntax,
-                           "CSV'nin " + std::to_string(line_) +
-                               ". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.");
+                           files::said("CSV'nin ", "Line ") + std::to_string(line_) +
+                               files::said(". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.",
+                                           " of the CSV closes a quote in the middle of a field; correct the file."));
 }
 
 } // namespace exchange

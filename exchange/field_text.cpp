@@ -1,6 +1,7 @@
 #include "exchange/field_text.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "store/jet/format/format.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/values/calendar.h"
@@ -138,14 +139,21 @@ template <class Number> Number parseNumber(std::string_view text, const char* wh
     std::string_view digits = text;
     if (digits.starts_with('+')) digits.remove_prefix(1);
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error == std::errc::result_out_of_range) refuse(text, "bu alana sığmıyor");
+    if (error == std::errc::result_out_of_range)
+        refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
     if (error != std::errc() || end != digits.data() + digits.size() || digits.empty()) refuse(text, what);
     return number;
 }
 
-constexpr const char* noWholeNumber = "bir tam sayı değil";
-constexpr const char* noNumber = "bir sayı değil (ondalıklar noktayla ayrılır)";
-constexpr const char* noDate = "bir tarih değil (2025-11-20T14:05:00 gibi olmalı)";
+const char* noWholeNumber() { return files::said("bir tam sayı değil", "is no whole number"); }
+const char* noNumber()
+{
+    return files::said("bir sayı değil (ondalıklar noktayla ayrılır)", "is no number (with a decimal point)");
+}
+const char* noDate()
+{
+    return files::said("bir tarih değil (2025-11-20T14:05:00 gibi olmalı)", "is no date (like 2025-11-20T14:05:00)");
+}
 
 /// Digits with at most one point, exactly.
 jet::Numeric parseDecimal(std::string_view text)
@@ -163,7 +171,7 @@ jet::Numeric parseDecimal(std::string_view text)
             point = true;
             continue;
         }
-        if (c < '0' || c > '9') refuse(text, noNumber);
+        if (c < '0' || c > '9') refuse(text, noNumber());
         any = true;
         if (point) ++number.scale;
         std::uint64_t carry = static_cast<std::uint64_t>(c - '0');
@@ -172,9 +180,9 @@ jet::Numeric parseDecimal(std::string_view text)
             number.magnitude[word] = static_cast<std::uint32_t>(carry);
             carry >>= 32;
         }
-        if (carry != 0 || number.scale > 28) refuse(text, "bu alana sığmıyor");
+        if (carry != 0 || number.scale > 28) refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
     }
-    if (!any) refuse(text, noNumber);
+    if (!any) refuse(text, noNumber());
     return number;
 }
 
@@ -183,16 +191,16 @@ jet::DateTime parseDate(std::string_view text)
     const std::string_view whole = text;
     const auto number = [&](std::size_t digits) {
         int value = 0;
-        if (text.size() < digits) refuse(whole, noDate);
+        if (text.size() < digits) refuse(whole, noDate());
         for (const char c : text.substr(0, digits)) {
-            if (c < '0' || c > '9') refuse(whole, noDate);
+            if (c < '0' || c > '9') refuse(whole, noDate());
             value = value * 10 + (c - '0');
         }
         text.remove_prefix(digits);
         return value;
     };
     const auto mark = [&](std::string_view marks) {
-        if (text.empty() || marks.find(text.front()) == std::string_view::npos) refuse(whole, noDate);
+        if (text.empty() || marks.find(text.front()) == std::string_view::npos) refuse(whole, noDate());
         text.remove_prefix(1);
     };
     const int year = number(4);
@@ -215,13 +223,13 @@ jet::DateTime parseDate(std::string_view text)
         }
         if (text.starts_with('.')) {
             const std::size_t digits = std::min(text.find_first_not_of("0123456789", 1), text.size());
-            if (digits == 1) refuse(whole, noDate);
-            fraction = parseNumber<double>("0" + std::string(text.substr(0, digits)), noDate);
+            if (digits == 1) refuse(whole, noDate());
+            fraction = parseNumber<double>("0" + std::string(text.substr(0, digits)), noDate());
             text.remove_prefix(digits);
         }
     }
     const auto moment = jet::dateTime(year, month, day, hour, minute, second);
-    if (!text.empty() || !moment) refuse(whole, noDate);
+    if (!text.empty() || !moment) refuse(whole, noDate());
     if (fraction == 0) return *moment;
     const double days = fraction / 86400.0;
     return {moment->days < 0 ? moment->days - days : moment->days + days};
@@ -232,12 +240,13 @@ std::uint8_t hexDigit(std::string_view whole, char c)
     if (c >= '0' && c <= '9') return static_cast<std::uint8_t>(c - '0');
     if (c >= 'a' && c <= 'f') return static_cast<std::uint8_t>(c - 'a' + 10);
     if (c >= 'A' && c <= 'F') return static_cast<std::uint8_t>(c - 'A' + 10);
-    refuse(whole, "onaltılık basamaklardan oluşmuyor");
+    refuse(whole, files::said("onaltılık basamaklardan oluşmuyor", "is not made of hexadecimal digits"));
 }
 
 jet::Bytes parseHex(std::string_view text)
 {
-    if (text.size() % 2 != 0) refuse(text, "onaltılık basamakları çift sayıda değil");
+    if (text.size() % 2 != 0)
+        refuse(text, files::said("onaltılık basamakları çift sayıda değil", "has an odd number of hexadecimal digits"));
     jet::Bytes bytes;
     for (std::size_t i = 0; i < text.size(); i += 2)
         bytes.push_back(static_cast<std::uint8_t>(hexDigit(text, text[i]) << 4 | hexDigit(text, text[i + 1])));
@@ -249,7 +258,7 @@ jet::Guid parseGuid(std::string_view text)
     std::string digits;
     for (const char c : text)
         if (c != '{' && c != '}' && c != '-') digits += c;
-    if (digits.size() != 32) refuse(text, "bir GUID değil");
+    if (digits.size() != 32) refuse(text, files::said("bir GUID değil", "is no GUID"));
     const jet::Bytes bytes = parseHex(digits);
     jet::Guid guid;
     for (std::size_t i = 0; i < guidOrder.size(); ++i) guid.bytes[guidOrder[i]] = bytes[i];
@@ -263,7 +272,7 @@ bool parseBoolean(std::string_view text)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     if (lower == "true" || lower == "1" || lower == "-1") return true;
     if (lower == "false" || lower == "0") return false;
-    refuse(text, "doğru/yanlış değeri değil (true ya da false olmalı)");
+    refuse(text, files::said("doğru/yanlış değeri değil (true ya da false olmalı)", "is neither true nor false"));
 }
 
 } // namespace
@@ -434,22 +443,22 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
     case ColumnType::boolean:
         return parseBoolean(text);
     case ColumnType::byte:
-        return parseNumber<std::uint8_t>(text, noWholeNumber);
+        return parseNumber<std::uint8_t>(text, noWholeNumber());
     case ColumnType::integer:
-        return parseNumber<std::int16_t>(text, noWholeNumber);
+        return parseNumber<std::int16_t>(text, noWholeNumber());
     case ColumnType::longInteger:
-        return parseNumber<std::int32_t>(text, noWholeNumber);
+        return parseNumber<std::int32_t>(text, noWholeNumber());
     case ColumnType::currency: {
         const auto money = jet::decimal::toCurrency(parseDecimal(text));
-        if (!money) refuse(text, "bu alana sığmıyor");
+        if (!money) refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
         return *money;
     }
     case ColumnType::numeric:
         return parseDecimal(text);
     case ColumnType::singleFloat:
-        return parseNumber<float>(text, noNumber);
+        return parseNumber<float>(text, noNumber());
     case ColumnType::doubleFloat:
-        return parseNumber<double>(text, noNumber);
+        return parseNumber<double>(text, noNumber());
     case ColumnType::dateTime:
         return parseDate(text);
     case ColumnType::text:
@@ -462,7 +471,7 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
     case ColumnType::guid:
         return parseGuid(text);
     }
-    refuse(text, "bu türdeki alana yazılamaz");
+    refuse(text, files::said("bu türdeki alana yazılamaz", "cannot be written to a field of this type"));
 }
 
 std::string typeName(const jet::Column& column)

@@ -1,6 +1,7 @@
 #include "exchange/schema.h"
 
 #include "exchange/relationships.h"
+#include "files/language.h"
 #include "store/jet/values/names.h"
 #include "store/jet/values/sort_key.h"
 
@@ -163,8 +164,9 @@ std::vector<std::u16string> Schema::inOrder() const
 /// Why a relationship cannot stand as a constraint; empty when it can.
 std::string Schema::whyNot(const Relationship& each) const
 {
-    if (!each.enforced) return "dosya bu ilişkiyi zorlamıyor";
-    if (!database_.hasTable(each.table) || !database_.hasTable(each.referencedTable)) return "tablosu bu dosyada yok";
+    if (!each.enforced) return files::said("dosya bu ilişkiyi zorlamıyor", "the file does not enforce it");
+    if (!database_.hasTable(each.table) || !database_.hasTable(each.referencedTable))
+        return files::said("tablosu bu dosyada yok", "its table is not in this file");
     const jet::Table& other = database_.table(each.referencedTable);
     const bool unique = std::ranges::any_of(other.indexes(), [&](const jet::Index& index) {
         if (!index.unique || index.columns.size() != each.referenced.size()) return false;
@@ -174,8 +176,10 @@ std::string Schema::whyNot(const Relationship& each) const
             });
         });
     });
-    if (!unique) return "gösterilen sütunlar benzersiz değil";
-    if (dialect_ == Dialect::both && !comesEarlier(each)) return "tablolar birbirini gösteriyor; --dialect ile yazılır";
+    if (!unique) return files::said("gösterilen sütunlar benzersiz değil", "the columns referred to are not unique");
+    if (dialect_ == Dialect::both && !comesEarlier(each))
+        return files::said("tablolar birbirini gösteriyor; --dialect ile yazılır",
+                           "the tables refer to each other; written with --dialect");
     return {};
 }
 

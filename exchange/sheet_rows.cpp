@@ -1,6 +1,7 @@
 #include "exchange/sheet_rows.h"
 
 #include "exchange/field_text.h"
+#include "files/language.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/decimal.h"
 #include "store/jet/values/names.h"
@@ -31,7 +32,7 @@ double usualWidth(const jet::Column& column)
     case ColumnType::guid:
         return 40;
     case ColumnType::text:
-        return std::clamp<double>(column.length / 2, 8, widestText);
+        return std::clamp(column.length / 2.0, 8.0, widestText);
     case ColumnType::memo:
     case ColumnType::ole:
     case ColumnType::binary:
@@ -131,10 +132,11 @@ private:
     void put(std::size_t column, const std::string& text)
     {
         if (workbook_.text(column, text)) return;
-        tooLong_(jet::Error(jet::Fault::unsupported, std::to_string(row_) + ". satırın " +
-                                                         jet::quotedName(columns_[column].name) +
-                                                         " alanı bir hücreye sığmaz (en çok " +
-                                                         std::to_string(sheets::longestText) + " harf)."));
+        tooLong_(jet::Error(jet::Fault::unsupported,
+                            std::to_string(row_) + files::said(". satırın ", ". row, field ") +
+                                jet::quotedName(columns_[column].name) +
+                                files::said(" alanı bir hücreye sığmaz (en çok ", ": too long for a cell (at most ") +
+                                std::to_string(sheets::longestText) + files::said(" harf).", " letters).")));
     }
 
     sheets::Workbook& workbook_;

@@ -3,6 +3,7 @@
 #include "exchange/csv.h"
 #include "exchange/written_values.h"
 #include "files/error.h"
+#include "files/language.h"
 
 #include <algorithm>
 #include <vector>
@@ -11,7 +12,7 @@ namespace exchange {
 
 namespace {
 
-constexpr const char* nothingLoaded = " Hiçbir satır yüklenmedi.";
+const char* nothingLoaded() { return files::said(" Hiçbir satır yüklenmedi.", " No row was loaded."); }
 
 [[noreturn]] void refuse(const std::string& sentence) { throw files::Error(files::Fault::badValue, sentence); }
 
@@ -19,7 +20,9 @@ std::vector<CsvField> firstLine(std::string_view text, char delimiter)
 {
     CsvReader reader(text, delimiter);
     std::vector<CsvField> record;
-    if (!reader.next(record)) refuse("CSV boş; ilk satırda sütun adları olmalı.");
+    if (!reader.next(record))
+        refuse(files::said("CSV boş; ilk satırda sütun adları olmalı.",
+                           "The CSV is empty; its first line must name columns."));
     return record;
 }
 
@@ -59,10 +62,15 @@ std::vector<std::size_t> positionsOf(const jet::Table& table, const std::vector<
     for (const CsvField& name : names) {
         const auto column = table.columnNamed(jet::fromUtf8(name.text));
         if (!column)
-            throw jet::Error(jet::Fault::noSuchTable, "'" + jet::toUtf8(table.name()) + "' tablosunda '" + name.text +
-                                                          "' adlı sütun yok; CSV'nin ilk satırını düzeltin.");
+            throw jet::Error(jet::Fault::noSuchTable,
+                             "'" + jet::toUtf8(table.name()) + files::said("' tablosunda '", "' has no column '") +
+                                 name.text +
+                                 files::said("' adlı sütun yok; CSV'nin ilk satırını düzeltin.",
+                                             "'; correct the first line of the CSV."));
         if (std::ranges::find(positions, *column) != positions.end())
-            refuse("'" + name.text + "' sütunu CSV'nin ilk satırında iki kez geçiyor.");
+            refuse("'" + name.text +
+                   files::said("' sütunu CSV'nin ilk satırında iki kez geçiyor.",
+                               "' stands twice in the first line of the CSV."));
         positions.push_back(*column);
     }
     return positions;
@@ -80,13 +88,17 @@ public:
     {
         if (!reader_.next(record_)) return false;
         if (record_.size() != fields_)
-            refuse(where() + std::to_string(record_.size()) + " alan var, " + std::to_string(fields_) + " olmalı." +
-                   nothingLoaded);
+            refuse(where() + std::to_string(record_.size()) +
+                   files::said(" alan var, ", " fields, but there must be ") + std::to_string(fields_) +
+                   files::said(" olmalı.", ".") + nothingLoaded());
         return true;
     }
     const std::vector<CsvField>& record() const { return record_; }
     std::size_t number() const { return reader_.line(); }
-    std::string where() const { return "CSV'nin " + std::to_string(number()) + ". satırı: "; }
+    std::string where() const
+    {
+        return files::said("CSV'nin ", "Line ") + std::to_string(number()) + files::said(". satırı: ", " of the CSV: ");
+    }
     int percent() const { return reader_.percent(); }
 
 private:
@@ -106,7 +118,8 @@ void readValues(const Lines& lines, const jet::Table& table, const std::vector<s
             jet::Value value = writtenValue(lines.record()[i], column, style);
             if (!jet::isNull(value)) values.push_back({positions[i], std::move(value)});
         } catch (const jet::Error& error) {
-            throw jet::Error(error.fault(), "'" + jet::toUtf8(column.name) + "' alanı: " + error.what() + ".");
+            throw jet::Error(error.fault(), "'" + jet::toUtf8(column.name) + files::said("' alanı: ", "' field: ") +
+                                                error.what() + ".");
         }
     }
 }
@@ -134,7 +147,7 @@ std::uint64_t importRows(jet::Database& database, const std::string& name, std::
             readValues(lines, table, positions, style, values);
             table.insert(values);
         } catch (const jet::Error& error) {
-            throw jet::Error(error.fault(), lines.where() + error.what() + nothingLoaded);
+            throw jet::Error(error.fault(), lines.where() + error.what() + nothingLoaded());
         }
         ++rows;
         progress(lines.percent());

@@ -1,6 +1,7 @@
 #include "exchange/text_encoding.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "store/jet/values/value.h"
 
 #include <algorithm>
@@ -103,10 +104,13 @@ std::optional<Encoding> utf16WithoutMark(std::string_view bytes)
 
 [[noreturn]] void noText(std::string_view before, const char* what)
 {
-    throw files::Error(files::Fault::syntax, "Dosyanın " + std::to_string(1 + std::ranges::count(before, '\n')) +
-                                                 ". satırında " + what +
-                                                 " olmayan baytlar var; dosyanın kodlamasını --encoding ile söyleyin. "
-                                                 "Hiçbir satır yüklenmedi.");
+    const std::string line = std::to_string(1 + std::ranges::count(before, '\n'));
+    throw files::Error(files::Fault::syntax,
+                       files::said("Dosyanın ", "Line ") + line +
+                           files::said(". satırında ", " has bytes that are no ") + what +
+                           files::said(" olmayan baytlar var; dosyanın kodlamasını --encoding ile söyleyin. "
+                                       "Hiçbir satır yüklenmedi.",
+                                       "; say the encoding of the file with --encoding. No row was loaded."));
 }
 
 std::string decodedUtf16(std::string_view bytes, bool big)
@@ -164,10 +168,14 @@ Encoding foundEncoding(std::string_view bytes)
     if (const auto found = utf16WithoutMark(bytes)) return *found;
     if (brokenUtf8(bytes) == std::string_view::npos) return Encoding::utf8;
     if (const auto found = turkishPage(bytes)) return *found;
-    throw files::Error(files::Fault::badValue,
-                       "Dosyanın kodlaması anlaşılamadı; --encoding 1254 (Windows), --encoding 857 (DOS), "
-                       "--encoding utf-8, --encoding utf-16le ya da --encoding utf-16be ile söyleyin. "
-                       "Hiçbir satır yüklenmedi.");
+    throw files::Error(
+        files::Fault::badValue,
+        files::said("Dosyanın kodlaması anlaşılamadı; --encoding 1254 (Windows), --encoding 857 (DOS), "
+                    "--encoding utf-8, --encoding utf-16le ya da --encoding utf-16be ile söyleyin. "
+                    "Hiçbir satır yüklenmedi.",
+                    "The encoding of the file cannot be told; say it with --encoding 1254 (Windows), "
+                    "--encoding 857 (DOS), --encoding utf-8, --encoding utf-16le or --encoding utf-16be. "
+                    "No row was loaded."));
 }
 
 std::string decoded(std::string_view bytes, Encoding encoding)

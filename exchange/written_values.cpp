@@ -2,6 +2,7 @@
 
 #include "exchange/field_text.h"
 #include "files/error.h"
+#include "files/language.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/sort_key.h"
 
@@ -231,7 +232,7 @@ jet::Value writtenDate(const CsvField& field, const jet::Column& column, const W
         if (!time || text.empty()) return parseField({std::string(text), field.quoted}, column);
         const auto moment = jet::dateTime(1899, 12, 30, time->hour, time->minute, time->second);
         if (moment) return *moment;
-        refuse(text, "bir saat değil");
+        refuse(text, files::said("bir saat değil", "is no time"));
     }
     const auto time = readTime(date->time);
     const bool dayFirst = date->certain || style.dayFirst;
@@ -239,7 +240,9 @@ jet::Value writtenDate(const CsvField& field, const jet::Column& column, const W
     const int month = dayFirst ? date->second : date->first;
     const auto moment =
         time ? jet::dateTime(date->year, month, day, time->hour, time->minute, time->second) : std::nullopt;
-    if (!moment) refuse(text, "bir tarih değil (20.11.2025 14:05 ya da 2025-11-20T14:05:00 gibi olmalı)");
+    if (!moment)
+        refuse(text, files::said("bir tarih değil (20.11.2025 14:05 ya da 2025-11-20T14:05:00 gibi olmalı)",
+                                 "is no date (like 20.11.2025 14:05 or 2025-11-20T14:05:00)"));
     return *moment;
 }
 
@@ -311,13 +314,16 @@ void StyleFinder::see(const CsvField& field, const jet::Column& column, std::siz
 WrittenStyle StyleFinder::style(std::optional<char> decimalMark, std::optional<bool> dayFirst) const
 {
     const auto of = [](const Hints& hints, Hint hint) -> const Seen& { return hints[static_cast<std::size_t>(hint)]; };
-    const auto shown = [](const Seen& seen) { return std::to_string(seen.line) + ". satırda '" + seen.text + "'"; };
+    const auto shown = [](const Seen& seen) {
+        return std::to_string(seen.line) + files::said(". satırda '", ". line '") + seen.text + "'";
+    };
     const auto ask = [&](const Hints& hints, const char* what, const char* option) {
         const Seen& first = of(hints, Hint::first);
         const Seen& second = of(hints, Hint::second);
         const std::string where = first.line > 0 ? shown(first) + ", " + shown(second) : shown(of(hints, Hint::either));
-        throw files::Error(files::Fault::badValue, where + ": " + what + " anlaşılamıyor; " + option +
-                                                       " ile söyleyin. Hiçbir satır yüklenmedi.");
+        throw files::Error(files::Fault::badValue,
+                           where + ": " + what + files::said(" anlaşılamıyor; ", " cannot be told; say it with ") +
+                               option + files::said(" ile söyleyin. Hiçbir satır yüklenmedi.", ". No row was loaded."));
     };
     /// The style that the file tells: true for the first; nothing where any will do.
     const auto told = [&](const Hints& hints, const char* what, const char* option) -> std::optional<bool> {
@@ -333,12 +339,17 @@ WrittenStyle StyleFinder::style(std::optional<char> decimalMark, std::optional<b
         style.decimalMark = *decimalMark;
     } else {
         const auto point =
-            told(numbers_, "ondalığın nokta mı virgül mü olduğu", "--decimal point ya da --decimal comma");
+            told(numbers_,
+                 files::said("ondalığın nokta mı virgül mü olduğu", "whether the decimal mark is a point or a comma"),
+                 files::said("--decimal point ya da --decimal comma", "--decimal point or --decimal comma"));
         style.decimalMark = point.value_or(true) ? '.' : ',';
     }
     style.dayFirst =
-        dayFirst ? *dayFirst
-                 : told(dates_, "günün mü ayın mı önce yazıldığı", "--dates dmy ya da --dates mdy").value_or(true);
+        dayFirst
+            ? *dayFirst
+            : told(dates_, files::said("günün mü ayın mı önce yazıldığı", "whether the day or the month comes first"),
+                   files::said("--dates dmy ya da --dates mdy", "--dates dmy or --dates mdy"))
+                  .value_or(true);
     return style;
 }
 
@@ -349,8 +360,10 @@ jet::Value writtenValue(const CsvField& field, const jet::Column& column, const 
         const std::string_view text = trimmed(field.text);
         auto plain = plainNumber(text, style.decimalMark);
         if (!plain)
-            refuse(text, style.decimalMark == '.' ? "bir sayı değil (ondalıklar noktayla ayrılır)"
-                                                  : "bir sayı değil (ondalıklar virgülle ayrılır)");
+            refuse(text, style.decimalMark == '.' ? files::said("bir sayı değil (ondalıklar noktayla ayrılır)",
+                                                                "is no number (with a decimal point)")
+                                                  : files::said("bir sayı değil (ondalıklar virgülle ayrılır)",
+                                                                "is no number (with a decimal comma)"));
         return parseField({std::move(*plain), true}, column);
     }
     if (column.type == ColumnType::dateTime) return writtenDate(field, column, style);

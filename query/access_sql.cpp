@@ -1,5 +1,6 @@
 #include "query/access_sql.h"
 
+#include "files/language.h"
 #include "query/translator.h"
 
 /// Whole statements.
@@ -11,7 +12,9 @@ std::string columnOf(const Catalogue::Shape& table, const std::string& wanted, s
 {
     for (const NamedType& column : table.columns)
         if (same(column.name, wanted)) return sqlName(column.name);
-    notUnderstood(sql, at, "'" + table.name + "' tablosunda '" + wanted + "' diye bir alan yok");
+    notUnderstood(sql, at,
+                  "'" + table.name + files::said("' tablosunda '", "' has no field '") + wanted +
+                      files::said("' diye bir alan yok", "'"));
 }
 
 } // namespace
@@ -27,15 +30,15 @@ std::string Translator::name(const char* what)
 void Translator::end()
 {
     takeMark(";");
-    if (word().kind != Word::Kind::end) fail("burada bitmesi gerekirdi");
+    if (word().kind != Word::Kind::end) fail(files::said("burada bitmesi gerekirdi", "it should end here"));
 }
 
 Catalogue::Shape Translator::tableToWrite()
 {
     const std::size_t at = word().at;
-    const std::string wanted = name("tablo adı bekleniyor");
+    const std::string wanted = name(files::said("tablo adı bekleniyor", "the name of a table is expected"));
     const auto table = catalogue_.table(wanted);
-    if (!table) notUnderstood(sql_, at, "'" + wanted + "' adlı tablo yok");
+    if (!table) notUnderstood(sql_, at, "'" + wanted + files::said("' adlı tablo yok", "' is no table"));
     return *table;
 }
 
@@ -51,7 +54,9 @@ Translation Translator::insert()
         std::string columns;
         do {
             const std::size_t at = word().at;
-            columns += (count++ == 0 ? " (" : ", ") + columnOf(table, name("alan adı bekleniyor"), sql_, at);
+            columns +=
+                (count++ == 0 ? " (" : ", ") +
+                columnOf(table, name(files::said("alan adı bekleniyor", "the name of a field is expected")), sql_, at);
         } while (takeMark(","));
         expectMark(")");
         translation.sql += columns + ")";
@@ -73,7 +78,9 @@ Translation Translator::insert()
         translation.sql += " " + selected.sql;
     }
     if (given != count)
-        notUnderstood(sql_, at, std::to_string(count) + " alana " + std::to_string(given) + " değer verilmiş");
+        notUnderstood(sql_, at,
+                      std::to_string(count) + files::said(" alana ", " fields got ") + std::to_string(given) +
+                          files::said(" değer verilmiş", " values"));
     end();
     return translation;
 }
@@ -81,15 +88,17 @@ Translation Translator::insert()
 Translation Translator::update()
 {
     const Catalogue::Shape table = tableToWrite();
-    if (!word().is("set")) fail("Set bekleniyor; Update tek bir tabloyu değiştirir");
+    if (!word().is("set"))
+        fail(files::said("Set bekleniyor; Update tek bir tabloyu değiştirir",
+                         "Set is expected; Update changes one table"));
     ++at_;
     Scope scope;
     scope.sources.push_back({table.name, table.columns});
     Translation translation{.kind = Translation::Kind::update, .sql = {}, .columns = {}};
     do {
         const std::size_t at = word().at;
-        std::string field = name("alan adı bekleniyor");
-        if (takeMark(".")) field = name("alan adı bekleniyor");
+        std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
+        if (takeMark(".")) field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
         expectMark("=");
         translation.sql += (translation.sql.empty() ? "" : ", ") + columnOf(table, field, sql_, at) + " = " +
                            valueOf(expression(scope));
@@ -120,7 +129,9 @@ Translation Translator::statement()
     if (take("update")) return update();
     if (take("delete")) return erase();
     for (const char* other : {"transform", "parameters", "create", "alter", "drop", "execute"})
-        if (word().is(other)) fail("bu deyim desteklenmiyor; Select, Insert, Update ya da Delete olmalı");
+        if (word().is(other))
+            fail(files::said("bu deyim desteklenmiyor; Select, Insert, Update ya da Delete olmalı",
+                             "this statement is not supported; it must be Select, Insert, Update or Delete"));
     // A name alone is the table or the saved query of that name.
     const bool alone = words_.size() == 2 || (words_.size() == 3 && words_[1].isMark(";"));
     if (alone && (word().kind == Word::Kind::bracket || word().kind == Word::Kind::name) && !isReserved(word())) {

@@ -1,6 +1,7 @@
 #include "query/arguments.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "query/moments.h"
 
 #include <charconv>
@@ -43,9 +44,12 @@ double Arguments::number(int at) const
     if (type == SQLITE_TEXT) {
         if (const auto moment = momentOf(bytes(at))) return moment->days;
         if (const auto number = wholeNumberOf(bytes(at))) return *number;
-        throw files::Error(files::Fault::badValue, "'" + std::string(bytes(at)) + "' bir sayı ya da tarih değil");
+        throw files::Error(files::Fault::badValue,
+                           "'" + std::string(bytes(at)) +
+                               files::said("' bir sayı ya da tarih değil", "' is no number and no date"));
     }
-    throw files::Error(files::Fault::badValue, "ikili bir değer sayı gibi kullanılamaz");
+    throw files::Error(files::Fault::badValue, files::said("ikili bir değer sayı gibi kullanılamaz",
+                                                           "a binary value cannot be used as a number"));
 }
 
 std::u16string Arguments::units(int at) const
@@ -67,7 +71,9 @@ void Arguments::giveText(const std::u16string& text)
 void Arguments::giveMoment(jet::DateTime moment)
 {
     const auto text = momentText(moment);
-    if (!text) fail("tarih 100 ile 9999 yılları arasında değil");
+    if (!text)
+        fail(
+            files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
     sqlite3_result_text64(context_, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 

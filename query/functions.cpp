@@ -1,6 +1,7 @@
 #include "query/functions.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "platform/console.h"
 #include "query/access_collation.h"
 #include "query/aggregates.h"
@@ -134,7 +135,9 @@ std::size_t countOf(Arguments& values, int argument)
 {
     constexpr double most = 1e9;
     const double count = values.number(argument);
-    if (count < 0) values.fail("Left, Right ve Mid sıfırdan küçük bir sayı almaz");
+    if (count < 0)
+        values.fail(files::said("Left, Right ve Mid sıfırdan küçük bir sayı almaz",
+                                "Left, Right and Mid take no number below zero"));
     return static_cast<std::size_t>(std::min(count, most));
 }
 
@@ -150,7 +153,7 @@ void middle(Arguments& values)
 {
     const std::u16string text = values.units(0);
     const std::size_t from = countOf(values, 1);
-    if (from == 0) values.fail("Mid'in başlangıcı 1'den küçük olamaz");
+    if (from == 0) values.fail(files::said("Mid'in başlangıcı 1'den küçük olamaz", "Mid begins at 1"));
     const std::size_t most = values.count() > 2 ? countOf(values, 2) : std::u16string::npos;
     values.giveText(from > text.size() ? std::u16string() : text.substr(from - 1, most));
 }
@@ -190,7 +193,7 @@ void position(Arguments& values)
 {
     const bool withStart = values.count() > 2;
     const std::size_t start = withStart ? countOf(values, 0) : 1;
-    if (start == 0) values.fail("InStr'in başlangıcı 1'den küçük olamaz");
+    if (start == 0) values.fail(files::said("InStr'in başlangıcı 1'den küçük olamaz", "InStr begins at 1"));
     const std::u16string text = jet::foldTurkish(values.units(withStart ? 1 : 0));
     const std::size_t found = text.find(jet::foldTurkish(values.units(withStart ? 2 : 1)), start - 1);
     values.giveWhole(found == std::u16string::npos ? 0 : static_cast<std::int64_t>(found) + 1);
@@ -294,7 +297,8 @@ void calendarMoment(Arguments& values, const Calendar& calendar)
     if (const auto moment = momentOf(calendar))
         values.giveMoment(*moment);
     else
-        values.fail("tarih 100 ile 9999 yılları arasında değil");
+        values.fail(
+            files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
 }
 
 void dateOf(Arguments& values)
@@ -325,7 +329,8 @@ Interval intervalOf(Arguments& values, int argument)
     const std::u16string name = jet::foldTurkish(values.units(argument));
     for (const auto& [each, interval] : names)
         if (each == name) return interval;
-    values.fail("aralık yyyy, q, m, y, d, w, ww, h, n ya da s olmalı");
+    values.fail(files::said("aralık yyyy, q, m, y, d, w, ww, h, n ya da s olmalı",
+                            "the interval must be yyyy, q, m, y, d, w, ww, h, n or s"));
 }
 
 void addInterval(Arguments& values)
@@ -341,7 +346,9 @@ void addInterval(Arguments& values)
         last.month += 1;
         last.day = 0;
         const auto end = momentOf(last);
-        if (!end) return values.fail("tarih 100 ile 9999 yılları arasında değil");
+        if (!end)
+            return values.fail(files::said("tarih 100 ile 9999 yılları arasında değil",
+                                           "the date is not between the years 100 and 9999"));
         c.day = std::min(day, calendarOf(*end).day);
     };
     constexpr int perYear = 12, perQuarter = 3, perWeek = 7;
@@ -492,7 +499,9 @@ template <Body body, bool seesNull = false> void call(sqlite3_context* context, 
 void must(int result)
 {
     if (result != SQLITE_OK)
-        throw files::Error(files::Fault::disk, "Sorgu için bellek yetmedi; başka programları kapatın.");
+        throw files::Error(files::Fault::disk,
+                           files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
+                                       "There is too little memory for the query; close other programs."));
 }
 
 } // namespace

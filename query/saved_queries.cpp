@@ -1,6 +1,7 @@
 #include "query/saved_queries.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/values/names.h"
 
@@ -38,21 +39,21 @@ const char* kindName(int number)
 {
     switch (number) {
     case 2:
-        return "tablo oluşturma sorgusu";
+        return files::said("tablo oluşturma sorgusu", "query that makes a table");
     case 3:
-        return "ekleme sorgusu";
+        return files::said("ekleme sorgusu", "query that adds rows");
     case 4:
-        return "güncelleştirme sorgusu";
+        return files::said("güncelleştirme sorgusu", "query that changes rows");
     case 5:
-        return "silme sorgusu";
+        return files::said("silme sorgusu", "query that deletes rows");
     case 6:
-        return "çapraz sorgu";
+        return files::said("çapraz sorgu", "crosstab");
     case 7:
-        return "tanımlama sorgusu";
+        return files::said("tanımlama sorgusu", "query that defines");
     case 8:
-        return "başka bir veritabanına giden sorgu";
+        return files::said("başka bir veritabanına giden sorgu", "query for another database");
     default:
-        return "bilinmeyen türde bir sorgu";
+        return files::said("bilinmeyen türde bir sorgu", "query of an unknown kind");
     }
 }
 
@@ -74,7 +75,9 @@ public:
 private:
     [[noreturn]] void refuse(const std::string& why) const
     {
-        throw files::Error(files::Fault::unsupported, "Kayıtlı sorgu '" + name_ + "' çalıştırılamaz: " + why + ".");
+        throw files::Error(files::Fault::unsupported, files::said("Kayıtlı sorgu '", "Saved query '") + name_ +
+                                                          files::said("' çalıştırılamaz: ", "' cannot be run: ") + why +
+                                                          ".");
     }
     const Part* first(Attribute attribute) const
     {
@@ -120,7 +123,8 @@ std::string Parts::sources() const
     std::vector<Group> groups;
     for (const Part& part : parts_) {
         if (part.attribute != table) continue;
-        if (!part.expression.empty()) refuse("tablo yerine bir deyim içeriyor");
+        if (!part.expression.empty())
+            refuse(files::said("tablo yerine bir deyim içeriyor", "it has an expression in place of a table"));
         const std::string& alias = part.name2.empty() ? part.name1 : part.name2;
         groups.push_back({{alias}, bracketed(part.name1) + (part.name2.empty() ? "" : " As " + bracketed(part.name2))});
     }
@@ -130,7 +134,9 @@ std::string Parts::sources() const
                 return jet::sameName(jet::fromUtf8(each), jet::fromUtf8(name));
             });
         });
-        if (found == groups.end()) refuse("bağladığı '" + name + "' tabloları arasında yok");
+        if (found == groups.end())
+            refuse(files::said("bağladığı '", "it joins '") + name +
+                   files::said("' tabloları arasında yok", "', which is none of its tables"));
         return static_cast<std::size_t>(found - groups.begin());
     };
     std::vector<const Part*> joins;
@@ -143,15 +149,18 @@ std::string Parts::sources() const
         std::string on;
         for (const Part* each : joins) {
             if (each->name1 != first.name1 || each->name2 != first.name2) continue;
-            if (each->flag != first.flag) refuse("aynı iki tablo arasında ayrı türden bağları var");
+            if (each->flag != first.flag)
+                refuse(files::said("aynı iki tablo arasında ayrı türden bağları var",
+                                   "it joins two tables in different ways at once"));
             on += (on.empty() ? "(" : " And (") + each->expression + ")";
         }
         std::erase_if(joins, [&](const Part* each) {
             return each != &first && each->name1 == first.name1 && each->name2 == first.name2;
         });
-        if (left == right) refuse("tabloları bir çember halinde bağlı");
+        if (left == right) refuse(files::said("tabloları bir çember halinde bağlı", "its tables are joined in a ring"));
         const char* const kinds[] = {" Inner Join ", " Left Join ", " Right Join "};
-        if (first.flag < 1 || first.flag > 3) refuse("bilinmeyen türden bir bağ içeriyor");
+        if (first.flag < 1 || first.flag > 3)
+            refuse(files::said("bilinmeyen türden bir bağ içeriyor", "it has a join of an unknown kind"));
         Group joined{groups[left].names,
                      "(" + groups[left].text + kinds[first.flag - 1] + groups[right].text + " On " + on + ")"};
         joined.names.insert(joined.names.end(), groups[right].names.begin(), groups[right].names.end());
@@ -168,11 +177,13 @@ std::string Parts::text() const
 {
     const Part* const type = first(kind);
     const int number = type == nullptr ? selectKind : type->flag;
-    if (number != selectKind && number != unionKind) refuse(std::string("bir ") + kindName(number));
+    if (number != selectKind && number != unionKind)
+        refuse(std::string(files::said("bir ", "it is a ")) + kindName(number));
     if (const Part* const other = first(database); other != nullptr && !other->name1.empty())
-        refuse("'" + other->name1 + "' dosyasından okuyor");
+        refuse("'" + other->name1 + files::said("' dosyasından okuyor", "' is the file that it reads"));
     for (const Part& part : parts_)
-        if (part.attribute > order && part.attribute != ends) refuse("bilinmeyen bir parçası var");
+        if (part.attribute > order && part.attribute != ends)
+            refuse(files::said("bilinmeyen bir parçası var", "it has a part that is not known"));
     const Part* const said = first(options);
     const int flags = said == nullptr ? 0 : said->flag;
     if (number == unionKind) return unionText(flags);
@@ -182,7 +193,7 @@ std::string Parts::text() const
         text += "Distinct ";
     else if ((flags & distinctRow) != 0)
         text += "DistinctRow ";
-    if ((flags & topPercent) != 0) refuse("Top ... Percent içeriyor");
+    if ((flags & topPercent) != 0) refuse(files::said("Top ... Percent içeriyor", "it has Top ... Percent"));
     if ((flags & top) != 0) text += "Top " + said->name1 + " ";
     std::string outputs = list(output, ", ", [](const Part& part) {
         return part.expression + (part.name1.empty() ? "" : " As " + bracketed(part.name1));

@@ -1,6 +1,7 @@
 #include "query/sql_words.h"
 
 #include "files/error.h"
+#include "files/language.h"
 
 #include <algorithm>
 #include <array>
@@ -64,11 +65,13 @@ void notUnderstood(std::string_view sql, std::size_t at, const std::string& what
     };
     std::size_t end = std::min(at + shown, sql.size());
     while (!begins(end)) ++end;
-    const std::string place =
-        at >= sql.size() ? "metnin sonunda"
-                         : "'" + std::string(sql.substr(at, end - at)) + (end < sql.size() ? "..." : "") + "' yerinde";
+    const std::string place = at >= sql.size()
+                                  ? files::said("metnin sonunda", "at the end of the text")
+                                  : "'" + std::string(sql.substr(at, end - at)) + (end < sql.size() ? "..." : "") +
+                                        files::said("' yerinde", "' here");
     throw files::Error(files::Fault::syntax,
-                       "Sorgu anlaşılamadı, " + place + ": " + what + ". Anlaşılanlar: presva-mdb sql --help");
+                       files::said("Sorgu anlaşılamadı, ", "The query is not understood, ") + place + ": " + what +
+                           files::said(". Anlaşılanlar: presva-mdb sql --help", ". What is: presva-mdb sql --help"));
 }
 
 std::vector<Word> wordsOf(std::string_view sql)
@@ -86,13 +89,14 @@ std::vector<Word> wordsOf(std::string_view sql)
         word.at = at;
         if (c == '[') {
             word.kind = Word::Kind::bracket;
-            word.text = enclosed(sql, at, ']', "köşeli ayraç kapanmıyor");
+            word.text = enclosed(sql, at, ']', files::said("köşeli ayraç kapanmıyor", "the bracket is not closed"));
         } else if (c == '\'' || c == '"') {
             word.kind = Word::Kind::text;
-            word.text = enclosed(sql, at, c, "tırnak kapanmıyor");
+            word.text = enclosed(sql, at, c, files::said("tırnak kapanmıyor", "the quote is not closed"));
         } else if (c == '#') {
             word.kind = Word::Kind::date;
-            word.text = enclosed(sql, at, '#', "tarih '#' ile kapanmıyor");
+            word.text =
+                enclosed(sql, at, '#', files::said("tarih '#' ile kapanmıyor", "the date is not closed with '#'"));
         } else if (isDigit(c) || (c == '.' && at + 1 < sql.size() && isDigit(sql[at + 1]))) {
             word.kind = Word::Kind::number;
             const std::size_t end = numberEnd(sql, at);
@@ -109,7 +113,7 @@ std::vector<Word> wordsOf(std::string_view sql)
             const std::string_view two = sql.substr(at, 2);
             word.text = std::ranges::find(pairs, two) != pairs.end() ? two : two.substr(0, 1);
             if (std::string_view("()<>=+-*/\\^&,.;!").find(c) == std::string_view::npos)
-                notUnderstood(sql, at, "bu işaretin bir anlamı yok");
+                notUnderstood(sql, at, files::said("bu işaretin bir anlamı yok", "this sign means nothing"));
             at += word.text.size();
         }
         word.end = at;

@@ -1,6 +1,7 @@
 #include "query/statement.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "query/access_sql.h"
 #include "query/functions.h"
 #include "query/moments.h"
@@ -52,7 +53,9 @@ Connection connectionInMemory()
     const int result = sqlite3_open(":memory:", &opened);
     Connection connection(opened);
     if (result != SQLITE_OK)
-        throw files::Error(files::Fault::disk, "Sorgu için bellek yetmedi; başka programları kapatın.");
+        throw files::Error(files::Fault::disk,
+                           files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
+                                       "There is too little memory for the query; close other programs."));
     // A name that is not known must not become a text.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     return connection;
@@ -112,7 +115,8 @@ private:
     {
         if (tables_.failure()) std::rethrow_exception(tables_.failure());
         throw files::Error(files::Fault::badValue,
-                           std::string("Sorgu çalıştırılamadı: ") + sqlite3_errmsg(connection_.get()) + ".");
+                           std::string(files::said("Sorgu çalıştırılamadı: ", "The query could not be run: ")) +
+                               sqlite3_errmsg(connection_.get()) + ".");
     }
 
     jet::Database& database_;

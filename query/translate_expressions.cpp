@@ -1,5 +1,6 @@
 #include "query/translator.h"
 
+#include "files/language.h"
 #include "query/moments.h"
 
 #include <algorithm>
@@ -54,13 +55,16 @@ void Translator::checkComparable(Expr& left, Expr& right, std::size_t at) const
             expr.type = Type::date;
             expr.column = expr.condition = false;
         } else if (expr.type == Type::text) {
-            notUnderstood(sql_, at, "tarih bir metinle karşılaştırılamaz; #11/20/2025# (ay/gün/yıl) gibi yazın");
+            notUnderstood(sql_, at,
+                          files::said("tarih bir metinle karşılaştırılamaz; #11/20/2025# (ay/gün/yıl) gibi yazın",
+                                      "a date cannot be compared with a text; write #11/20/2025# (month/day/year)"));
         }
     };
     if (left.type == Type::date && right.type != Type::date) asDate(right);
     if (right.type == Type::date && left.type != Type::date) asDate(left);
     if ((isNumber(left.type) && right.type == Type::text) || (left.type == Type::text && isNumber(right.type)))
-        notUnderstood(sql_, at, "sayı bir metinle karşılaştırılamaz");
+        notUnderstood(sql_, at,
+                      files::said("sayı bir metinle karşılaştırılamaz", "a number cannot be compared with a text"));
 }
 
 Expr Translator::compare(const Expr& left, const std::string& op, const Expr& right, std::size_t at) const
@@ -114,7 +118,8 @@ Expr Translator::comparison(Scope& scope)
             expectMark("(");
             if (word().is("select")) {
                 const Selected inner = query(&scope);
-                if (inner.columns.size() != 1) fail("In içindeki sorgu tek sütunlu olmalı");
+                if (inner.columns.size() != 1)
+                    fail(files::said("In içindeki sorgu tek sütunlu olmalı", "the query in In must have one column"));
                 left = made("(" + collated(left) + " " + no + "IN (" + inner.sql + "))", Type::number, {&left});
             } else {
                 std::string list;
@@ -238,7 +243,9 @@ Expr Translator::primary(Scope& scope)
         return {.sql = textLiteral(next.text), .type = Type::text, .literal = true};
     case Word::Kind::date: {
         const auto moment = dateLiteral(next.text);
-        if (!moment) fail("bir tarih değil; #11/20/2025 14:05# (ay/gün/yıl) ya da #2025-11-20# gibi yazın");
+        if (!moment)
+            fail(files::said("bir tarih değil; #11/20/2025 14:05# (ay/gün/yıl) ya da #2025-11-20# gibi yazın",
+                             "this is no date; write #11/20/2025 14:05# (month/day/year) or #2025-11-20#"));
         ++at_;
         return {.sql = textLiteral(*moment), .type = Type::date, .literal = true};
     }
@@ -247,7 +254,8 @@ Expr Translator::primary(Scope& scope)
             if (word().is("select")) {
                 const Selected inner = query(&scope);
                 expectMark(")");
-                if (inner.columns.size() != 1) fail("burada tek sütunlu bir sorgu olmalı");
+                if (inner.columns.size() != 1)
+                    fail(files::said("burada tek sütunlu bir sorgu olmalı", "the query here must have one column"));
                 return {.sql = "(" + inner.sql + ")", .type = inner.columns[0].type};
             }
             Expr inner = expression(scope);
@@ -286,27 +294,33 @@ Expr Translator::primary(Scope& scope)
     default:
         break;
     }
-    fail("bir değer ya da alan adı bekleniyor");
+    fail(files::said("bir değer ya da alan adı bekleniyor", "a value or the name of a field is expected"));
 }
 
 Expr Translator::reference(Scope& scope)
 {
     const std::size_t at = word().at;
     std::string table;
-    std::string field = name("alan adı bekleniyor");
+    std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
     if (takeMark(".") || takeMark("!")) {
         table = std::move(field);
-        field = name("alan adı bekleniyor");
+        field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
     }
     if (word().isMark("!") || word().isMark("."))
-        notUnderstood(sql_, at, "bir formun alanı sorulamaz; yerine değerini yazın");
+        notUnderstood(sql_, at,
+                      files::said("bir formun alanı sorulamaz; yerine değerini yazın",
+                                  "the field of a form cannot be asked; write its value instead"));
     for (const Scope* each = &scope; each != nullptr; each = each->outer) {
         std::optional<Expr> found;
         for (const Source& source : each->sources) {
             if (!table.empty() && !same(source.alias, table)) continue;
             for (const NamedType& column : source.columns) {
                 if (!same(column.name, field)) continue;
-                if (found) notUnderstood(sql_, at, "'" + field + "' birden çok tabloda var; TABLO.ALAN diye yazın");
+                if (found)
+                    notUnderstood(sql_, at,
+                                  "'" + field +
+                                      files::said("' birden çok tabloda var; TABLO.ALAN diye yazın",
+                                                  "' is in more than one table; write TABLE.FIELD"));
                 const std::string sql = sqlName(source.alias) + "." + sqlName(column.name);
                 found = {.sql = sql, .type = column.type, .column = true};
                 // A column of the query around is one value for this one.
@@ -320,18 +334,22 @@ Expr Translator::reference(Scope& scope)
             if (!same(alias, field)) continue;
             // Each name may hold the one before twice.
             constexpr std::size_t longest = 100'000;
-            if (expr.sql.size() > longest) notUnderstood(sql_, at, "'" + field + "' çok uzun bir deyim");
+            if (expr.sql.size() > longest)
+                notUnderstood(sql_, at,
+                              "'" + field + files::said("' çok uzun bir deyim", "' is too long an expression"));
             return expr;
         }
     }
-    notUnderstood(sql_, at, "'" + (table.empty() ? "" : table + ".") + field + "' diye bir alan yok");
+    notUnderstood(sql_, at,
+                  "'" + (table.empty() ? "" : table + ".") + field +
+                      files::said("' diye bir alan yok", "' is no field"));
 }
 
 Expr Translator::function(Scope& scope)
 {
     const std::string called = word().text;
     const Function* const known = functionNamed(called);
-    if (known == nullptr) fail("'" + called + "' diye bir işlev yok");
+    if (known == nullptr) fail("'" + called + files::said("' diye bir işlev yok", "' is no function"));
     if (known->kind == Function::Kind::aggregate) return aggregate(scope, called, *known);
     if (known->kind == Function::Kind::special) return special(scope, called);
     at_ += 2;
@@ -347,8 +365,11 @@ Expr Translator::function(Scope& scope)
         } while (takeMark(","));
     }
     if (count < known->fewest || count > known->most)
-        fail(called + " işlevi " + std::to_string(known->fewest) +
-             (known->most == known->fewest ? "" : " ile " + std::to_string(known->most) + " arası") + " değer ister");
+        fail(called + files::said(" işlevi ", " wants ") + std::to_string(known->fewest) +
+             (known->most == known->fewest
+                  ? ""
+                  : files::said(" ile ", " to ") + std::to_string(known->most) + files::said(" arası", "")) +
+             files::said(" değer ister", " values"));
     expectMark(")");
     expr.sql = std::string(known->sqlName) + "(" + arguments + ")";
     return expr;
@@ -359,13 +380,13 @@ Expr Translator::aggregate(Scope& scope, const std::string& called, const Functi
     at_ += 2;
     Expr expr{.type = function.type, .aggregate = true};
     if (takeMark("*")) {
-        if (!same(called, "count")) fail("'*' yalnızca Count içinde olur");
+        if (!same(called, "count")) fail(files::said("'*' yalnızca Count içinde olur", "'*' stands in Count alone"));
         expr.sql = "count(*)";
     } else {
         const Expr inner = expression(scope);
-        if (inner.aggregate) fail("bir toplamın içinde toplam olmaz");
+        if (inner.aggregate) fail(files::said("bir toplamın içinde toplam olmaz", "a sum cannot hold a sum"));
         if (function.numbers && (inner.type == Type::text || inner.type == Type::date || inner.type == Type::bytes))
-            fail(called + " sayı ister");
+            fail(called + files::said(" sayı ister", " wants numbers"));
         if (function.type == Type::unknown) expr.type = inner.condition ? Type::number : inner.type;
         expr.sql = std::string(function.sqlName) + "(" + collated(inner) + ")";
     }

@@ -1,6 +1,7 @@
 #include "query/translator.h"
 
 #include "files/error.h"
+#include "files/language.h"
 
 #include <algorithm>
 
@@ -25,7 +26,9 @@ Selected Translator::query(const Scope* outer)
         const std::size_t at = word().at;
         const Selected next = term(outer, false);
         if (next.columns.size() != all.columns.size())
-            notUnderstood(sql_, at, "Union ile birleşen sorguların sütun sayıları ayrı");
+            notUnderstood(sql_, at,
+                          files::said("Union ile birleşen sorguların sütun sayıları ayrı",
+                                      "the queries of a Union have different numbers of columns"));
         all.sql += (keep ? " UNION ALL " : " UNION ") + next.sql;
     }
     if (!word().is("order")) return all;
@@ -54,9 +57,11 @@ Selected Translator::term(const Scope* outer, bool alone)
     std::string limit;
     if (word().is("top") && word(1).kind == Word::Kind::number) {
         limit = word(1).text;
-        if (limit.find_first_not_of("0123456789") != std::string::npos) fail("Top bir tam sayı ister");
+        if (limit.find_first_not_of("0123456789") != std::string::npos)
+            fail(files::said("Top bir tam sayı ister", "Top wants a whole number"));
         at_ += 2;
-        if (word().is("percent")) fail("Top ... Percent desteklenmiyor");
+        if (word().is("percent"))
+            fail(files::said("Top ... Percent desteklenmiyor", "Top ... Percent is not supported"));
     }
 
     // What stands in the list may be any column of what stands behind it.
@@ -93,15 +98,16 @@ Selected Translator::term(const Scope* outer, bool alone)
     };
     do {
         if (takeMark("*")) {
-            if (scope.sources.empty()) fail("'*' bir From ister");
+            if (scope.sources.empty()) fail(files::said("'*' bir From ister", "'*' wants a From"));
             for (const Source& source : scope.sources) addAll(source);
             continue;
         }
         if ((word(1).isMark(".") || word(1).isMark("!")) && word(2).isMark("*")) {
-            const std::string wanted = name("tablo adı bekleniyor");
+            const std::string wanted = name(files::said("tablo adı bekleniyor", "the name of a table is expected"));
             const auto found =
                 std::ranges::find_if(scope.sources, [&](const Source& source) { return same(source.alias, wanted); });
-            if (found == scope.sources.end()) fail("From içinde '" + wanted + "' yok");
+            if (found == scope.sources.end())
+                fail(files::said("From içinde '", "From lacks '") + wanted + files::said("' yok", "'"));
             at_ += 2;
             addAll(*found);
             continue;
@@ -118,12 +124,12 @@ Selected Translator::term(const Scope* outer, bool alone)
             longTitle = dot == std::string::npos ? title : expr.sql.substr(1, dot - 2) + "." + title;
         }
         if (take("as")) {
-            title = longTitle = name("As'ten sonra bir ad bekleniyor");
+            title = longTitle = name(files::said("As'ten sonra bir ad bekleniyor", "a name is expected behind As"));
             scope.aliases.push_back({title, expr});
         }
         items.push_back({std::move(expr), title, longTitle, begin});
     } while (takeMark(","));
-    if (at_ != listEnd) fail("virgül ya da From bekleniyor");
+    if (at_ != listEnd) fail(files::said("virgül ya da From bekleniyor", "a comma or From is expected"));
     at_ = behind;
 
     Selected selected;
@@ -140,7 +146,10 @@ Selected Translator::term(const Scope* outer, bool alone)
     if (take("where")) {
         const std::size_t at = word().at;
         const Expr where = expression(scope);
-        if (where.aggregate) notUnderstood(sql_, at, "Where içinde toplam olmaz, Having içinde olur");
+        if (where.aggregate)
+            notUnderstood(sql_, at,
+                          files::said("Where içinde toplam olmaz, Having içinde olur",
+                                      "a sum cannot stand in Where, but in Having"));
         selected.sql += " WHERE " + where.sql;
     }
     std::set<std::string> groups;
@@ -151,7 +160,7 @@ Selected Translator::term(const Scope* outer, bool alone)
         std::string by;
         do {
             const Expr expr = expression(scope);
-            if (expr.aggregate) fail("Group By içinde toplam olmaz");
+            if (expr.aggregate) fail(files::said("Group By içinde toplam olmaz", "a sum cannot stand in Group By"));
             groups.insert(expr.sql);
             by += (by.empty() ? "" : ", ") + collated(expr);
         } while (takeMark(","));
@@ -184,8 +193,11 @@ void Translator::checkGrouped(const Expr& expr, const std::set<std::string>& gro
     for (const std::string& column : expr.loose)
         if (!groups.contains(column))
             notUnderstood(sql_, at,
-                          column + " ne Group By içinde ne de bir toplamın içinde; bir grubun hangi "
-                                   "satırından alınacağı belli değil");
+                          column +
+                              files::said(" ne Group By içinde ne de bir toplamın içinde; bir grubun hangi satırından "
+                                          "alınacağı belli değil",
+                                          " is neither in Group By nor in a sum; nobody knows which row of a "
+                                          "group it should come from"));
 }
 
 std::string Translator::orderBy(Scope& scope, const std::set<std::string>* groups)
@@ -239,7 +251,7 @@ std::string Translator::joined(Scope& scope)
         expect("on");
         const std::size_t at = word().at;
         const Expr on = expression(scope);
-        if (on.aggregate) notUnderstood(sql_, at, "On içinde toplam olmaz");
+        if (on.aggregate) notUnderstood(sql_, at, files::said("On içinde toplam olmaz", "a sum cannot stand in On"));
         tables += " ON " + on.sql;
     }
 }
@@ -260,36 +272,44 @@ std::string Translator::source(Scope& scope)
         source.columns = std::move(selected.columns);
     } else {
         const std::size_t at = word().at;
-        const std::string wanted = name("tablo ya da sorgu adı bekleniyor");
+        const std::string wanted =
+            name(files::said("tablo ya da sorgu adı bekleniyor", "the name of a table or query is expected"));
         if (const auto table = catalogue_.table(wanted)) {
             sql = sqlName(table->name);
             source.alias = table->name;
             source.columns = table->columns;
         } else if (const auto text = catalogue_.savedQuery(wanted)) {
             constexpr int deepest = 20;
-            if (depth_ == deepest) notUnderstood(sql_, at, "kayıtlı sorgular birbirini çağırıp duruyor");
+            if (depth_ == deepest)
+                notUnderstood(sql_, at,
+                              files::said("kayıtlı sorgular birbirini çağırıp duruyor",
+                                          "the saved queries ask each other without end"));
             try {
                 Selected selected = Translator(*text, catalogue_, depth_ + 1).wholeQuery();
                 sql = "(" + selected.sql + ")";
                 source.columns = std::move(selected.columns);
             } catch (const files::Error& error) {
-                throw files::Error(error.fault(), "Kayıtlı sorgu '" + wanted + "': " + error.what());
+                throw files::Error(error.fault(),
+                                   files::said("Kayıtlı sorgu '", "Saved query '") + wanted + "': " + error.what());
             }
             source.alias = wanted;
         } else {
-            throw files::Error(files::Fault::noSuchTable, "'" + wanted +
-                                                              "' adlı bir tablo ya da sorgu yok; adları görmek için: "
-                                                              "presva-mdb info");
+            throw files::Error(files::Fault::noSuchTable,
+                               "'" + wanted +
+                                   files::said("' adlı bir tablo ya da sorgu yok; adları görmek için: presva-mdb info",
+                                               "' is no table and no query; to see their names: presva-mdb info"));
         }
     }
     if (take("as"))
-        source.alias = name("As'ten sonra bir ad bekleniyor");
+        source.alias = name(files::said("As'ten sonra bir ad bekleniyor", "a name is expected behind As"));
     else if (word().kind == Word::Kind::bracket || (word().kind == Word::Kind::name && !isReserved(word())))
-        source.alias = name("ad bekleniyor");
+        source.alias = name(files::said("ad bekleniyor", "a name is expected"));
     if (source.alias.empty()) source.alias = "sorgu" + std::to_string(scope.sources.size() + 1);
     for (const Source& other : scope.sources)
         if (same(other.alias, source.alias))
-            fail("'" + source.alias + "' From içinde iki kez geçiyor; As ile ad verin");
+            fail("'" + source.alias +
+                 files::said("' From içinde iki kez geçiyor; As ile ad verin",
+                             "' stands twice in From; give it a name with As"));
     sql += " AS " + sqlName(source.alias);
     scope.sources.push_back(std::move(source));
     return sql;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/language.h"
 #include "query/access_sql.h"
 #include "query/expression.h"
 #include "query/function_names.h"
@@ -43,11 +44,11 @@ private:
     [[noreturn]] void fail(const std::string& what) const { notUnderstood(sql_, word().at, what); }
     void expect(std::string_view keyword)
     {
-        if (!take(keyword)) fail(std::string(keyword) + " bekleniyor");
+        if (!take(keyword)) fail(std::string(keyword) + files::said(" bekleniyor", " is expected"));
     }
     void expectMark(std::string_view mark)
     {
-        if (!takeMark(mark)) fail("'" + std::string(mark) + "' bekleniyor");
+        if (!takeMark(mark)) fail("'" + std::string(mark) + files::said("' bekleniyor", "' is expected"));
     }
     std::string name(const char* what);
     void end();
@@ -58,7 +59,8 @@ private:
         explicit Level(Translator& translator) : translator_(translator)
         {
             constexpr int deepest = 200;
-            if (++translator_.level_ > deepest) translator_.fail("parantezler çok iç içe");
+            if (++translator_.level_ > deepest)
+                translator_.fail(files::said("parantezler çok iç içe", "the brackets lie too deep in one another"));
         }
         ~Level() { --translator_.level_; }
         Level(const Level&) = delete;

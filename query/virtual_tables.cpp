@@ -2,6 +2,7 @@
 
 #include "exchange/field_text.h"
 #include "files/error.h"
+#include "files/language.h"
 #include "query/moments.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/sql/number_bounds.h"
@@ -513,7 +514,8 @@ struct VirtualTables::Hooks {
                 try {
                     fields.push_back({i, valueFor(given, wanted)});
                 } catch (const files::Error& error) {
-                    throw files::Error(error.fault(), jet::quotedName(wanted.name) + " alanı: " + error.what() + ".");
+                    throw files::Error(error.fault(), jet::quotedName(wanted.name) +
+                                                          files::said(" alanı: ", " field: ") + error.what() + ".");
                 }
             }
             if (isNew)
@@ -550,7 +552,9 @@ struct VirtualTables::Hooks {
 VirtualTables::VirtualTables(sqlite3* connection, bool writing) : connection_(connection), writing_(writing)
 {
     if (sqlite3_create_module_v2(connection, "access", &Hooks::module(), this, nullptr) != SQLITE_OK)
-        throw files::Error(files::Fault::disk, "Sorgu için bellek yetmedi; başka programları kapatın.");
+        throw files::Error(files::Fault::disk,
+                           files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
+                                       "There is too little memory for the query; close other programs."));
 }
 
 VirtualTables::~VirtualTables() = default;
@@ -563,8 +567,10 @@ void VirtualTables::add(jet::Table& table)
     const std::string sql = "CREATE VIRTUAL TABLE " + sqlName(jet::toUtf8(table.name())) + " USING access(" +
                             std::to_string(tables_.size() - 1) + ")";
     if (sqlite3_exec(connection_, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-        throw files::Error(files::Fault::unsupported, jet::quotedName(table.name()) + " tablosu sorgulanamıyor (" +
-                                                          sqlite3_errmsg(connection_) + ").");
+        throw files::Error(files::Fault::unsupported,
+                           jet::quotedName(table.name()) +
+                               files::said(" tablosu sorgulanamıyor (", " cannot be asked (") +
+                               sqlite3_errmsg(connection_) + ").");
 }
 
 } // namespace query

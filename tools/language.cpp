@@ -7,12 +7,6 @@ namespace tools {
 
 namespace {
 
-bool& english()
-{
-    static bool spoken = false;
-    return spoken;
-}
-
 const char* kindOf(files::Fault fault)
 {
     using files::Fault;
@@ -74,18 +68,16 @@ void chooseLanguage(std::vector<std::string>& arguments)
     for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const char* const set = std::getenv(name);
         if (set == nullptr || *set == '\0') continue;
-        english() = std::string_view(set).starts_with("en");
+        files::inEnglish() = std::string_view(set).starts_with("en");
         break;
     }
     const auto option = std::ranges::find(arguments, "--lang");
     if (option == arguments.end()) return;
     const std::string wanted = option + 1 == arguments.end() ? std::string() : *(option + 1);
     if (wanted != "tr" && wanted != "en") misused("--lang tr ya da en olmalı (tr or en).");
-    english() = wanted == "en";
+    files::inEnglish() = wanted == "en";
     arguments.erase(option, option + 2);
 }
-
-bool speaksEnglish() { return english(); }
 
 std::string sentenceOf(const files::Error& error)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/error.h"
+#include "files/language.h"
 #include "tools/command_line.h"
 
 #include <string>
@@ -11,12 +12,11 @@ namespace tools {
 /// English where the option --lang or, without it, the first of LC_ALL, LC_MESSAGES and LANG that is set says "en";
 /// otherwise Turkish. To be called once, first; takes the option out of the arguments. Misused for another language.
 void chooseLanguage(std::vector<std::string>& arguments);
-bool speaksEnglish();
+inline bool speaksEnglish() { return files::inEnglish(); }
 
-/// The one of two texts that say the same.
-template <class Text> Text said(Text turkish, Text english) { return speaksEnglish() ? english : turkish; }
+using files::said;
 
-/// The sentence of a failure. The engine's are Turkish: in English the kind of failure stands before it.
+/// The sentence of a failure. Those of the engine are Turkish: in English the kind of failure stands before it.
 std::string sentenceOf(const files::Error& error);
 
 } // namespace tools

@@ -175,8 +175,10 @@ std::string doublingNames()
 {
     std::string sql = "Select Nakit As a0";
     for (int i = 1; i < 60; ++i) {
-        const std::string before = "a" + std::to_string(i - 1);
-        sql += ", " + before + "+" + before + " As a" + std::to_string(i);
+        const std::string before = std::to_string(i - 1);
+        for (const std::string& part :
+             {std::string(", a"), before, std::string("+a"), before, std::string(" As a"), std::to_string(i)})
+            sql += part;
     }
     return sql + " From Cari";
 }
