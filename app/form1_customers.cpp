@@ -47,7 +47,7 @@ void Form1::workAt(int Index)
         Frame1[i]->setBackColor(i == Index ? colour::green : colour::buttonFace);
         Frame1[i]->setEnabled(i == Index);
     }
-    // While the old station is still the current one: leaving its field may work a share out.
+    // Before the station changes: leaving the old field may recompute its share.
     activate(TxtLbl[Index]);
     AktifKontrol = static_cast<float>(Index);
     moveListToStation(Index);
@@ -102,7 +102,7 @@ void Form1::dbListe1_Click()
 
 void Form1::takePicked(const QString& name)
 {
-    // Whatever becomes of the search for it: the names found before are not this one's, nor is "Kaydet".
+    // Even if the search fails: the list and "Kaydet" belong to the name before.
     endNameTyping();
     const auto ended = qScopeGuard([this] { endNameTyping(); });
     const auto error = passOver([&] { AktifLbl->setCaption(name); });
