@@ -150,72 +150,62 @@ private slots:
         const double amount = height(14, false);
         const double small = height(3, false);
 
-        double y = head; // the empty line at the top, ended in bold
-        const auto expect = [&](const QString& text, double lineHeight) {
-            QCOMPARE(placed(layout, text).y, y);
-            y += lineHeight;
+        constexpr double gap = 120;
+
+        struct Line {
+            QString text; ///< "=" and "-" are rules
+            double height, before;
+        };
+        const QList<Line> lines = {
+            {"Mendrik Yağ Fabrikası", head, 0},
+            {"05 Kasım 2024 Salı 14:07", h, 60},
+            {"Ahmet Yılmaz", h, 0},
+            {"=", h, gap},
+            {"SIKIM AŞAMASI", h, gap},
+            {"-", h, gap},
+            {"Sıkılacak Zeytin KG", h, 0},
+            {"Sıkılan Zeytin Yağı KG", h, gap},
+            {"-", h, gap},
+            {"HAK EDİŞ", h, gap},
+            {"-", h, gap},
+            {"%12 Sıkılan Zeytin Yağı Miktarı", h, gap},
+            {"102 KG", amount, 0},
+            {"-", h, gap},
+            {"TESLİMAT", h, gap},
+            {"-", h, gap},
+            {"Dolan Kap Boyutu", h, gap},
+            {"Yaklaşık Dolum Miktarı", h, gap},
+            {"DOLDURULAN KAP", h, gap},
+            {"-", h, gap},
+            {"TEŞEKKÜR EDERİZ", h, gap},
+            {"YİNE BEKLERİZ", h, 0},
+            {"Bilgi Fişidir Mali Değer Taşımaz", small, 2 * h},
+            {"Mendrik Presva", small, small},
+            {"Tel: 0 850 000 00 00 - 0 850 000 00 01", small, 0},
+            {"Zeytin Sokak No: 1", small, 0},
         };
         // The rules between the sections are all alike; each is the next of its kind.
         std::vector<print::PlacedText> rules;
         for (const auto& text : layout.pages[0].texts)
             if (isRule(text.text)) rules.push_back(text);
         std::size_t nextRule = 0;
-        const auto expectRule = [&](QChar character) {
-            QVERIFY(nextRule < rules.size());
-            const print::PlacedText& rule = rules[nextRule++];
-            QCOMPARE(rule.text.front(), character);
-            QCOMPARE(rule.x, 60.0);
-            QCOMPARE(rule.y, y);
-            y += h;
-        };
-        const double gap = 120;
-
-        expect("Mendrik Yağ Fabrikası", head);
-        y += 60;
-        expect("05 Kasım 2024 Salı 14:07", h);
-        QCOMPARE(placed(layout, "Sayın; ").y, y);
-        expect("Ahmet Yılmaz", h);
-        y += gap;
-        expectRule(u'=');
-        y += gap;
-        expect("SIKIM AŞAMASI", h);
-        y += gap;
-        expectRule(u'-');
-        QCOMPARE(placed(layout, "1.000,00 KG").y, y);
-        expect("Sıkılacak Zeytin KG", h);
-        y += gap;
-        QCOMPARE(placed(layout, "850,00 LT").y, y);
-        expect("Sıkılan Zeytin Yağı KG", h);
-        y += gap;
-        expectRule(u'-');
-        y += gap;
-        expect("HAK EDİŞ", h);
-        y += gap;
-        expectRule(u'-');
-        y += gap;
-        expect("%12 Sıkılan Zeytin Yağı Miktarı", h);
-        expect("102 KG", amount);
-        y += gap;
-        expectRule(u'-');
-        y += gap;
-        expect("TESLİMAT", h);
-        y += gap;
-        expectRule(u'-');
-        for (const QString line : {"Dolan Kap Boyutu", "Yaklaşık Dolum Miktarı", "DOLDURULAN KAP"}) {
-            y += gap;
-            expect(line, h);
+        double y = head; // the empty line at the top, ended in bold
+        for (const Line& line : lines) {
+            y += line.before;
+            if (line.text.size() == 1) {
+                QVERIFY(nextRule < rules.size());
+                const print::PlacedText& rule = rules[nextRule++];
+                QCOMPARE(rule.text.front(), line.text.front());
+                QCOMPARE(rule.x, 60.0);
+                QCOMPARE(rule.y, y);
+            } else {
+                QCOMPARE(placed(layout, line.text).y, y);
+            }
+            y += line.height;
         }
-        y += gap;
-        expectRule(u'-');
-        y += gap;
-        expect("TEŞEKKÜR EDERİZ", h);
-        expect("YİNE BEKLERİZ", h);
-        y += 2 * h;
-        expect("Bilgi Fişidir Mali Değer Taşımaz", small);
-        y += small;
-        expect("Mendrik Presva", small);
-        expect("Tel: 0 850 000 00 00 - 0 850 000 00 01", small);
-        expect("Zeytin Sokak No: 1", small);
+        QCOMPARE(placed(layout, "Sayın; ").y, placed(layout, "Ahmet Yılmaz").y);
+        QCOMPARE(placed(layout, "1.000,00 KG").y, placed(layout, "Sıkılacak Zeytin KG").y);
+        QCOMPARE(placed(layout, "850,00 LT").y, placed(layout, "Sıkılan Zeytin Yağı KG").y);
         QCOMPARE(nextRule, rules.size());
         QCOMPARE(printer.currentY(), y);
 

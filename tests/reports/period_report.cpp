@@ -226,10 +226,7 @@ private slots:
 private:
     QString run(const QString& name = {})
     {
-        return outcomeOf([&] {
-            RaporYenile({period_, true, true, name, name}, {*listing_, *journal_, now_, {}});
-            return u"done"_s;
-        });
+        return outcomeOf([&] { RaporYenile({period_, true, true, name, name}, {*listing_, *journal_, now_, {}}); });
     }
 
     /// The listing as the grid has it, one text for each row: "time Zeytin Yağ Yuzde HakTut Nakit name".

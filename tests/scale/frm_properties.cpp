@@ -13,7 +13,6 @@
 #include <QTest>
 
 using namespace scale;
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -236,42 +235,34 @@ private slots:
         QVERIFY(control_.open && closed());
     }
 
-    void refusedPortNumberKeepsTheOldOne()
+    void refusalOfAnotherPortKeepsTheOldNumberAndTheDialog_data()
     {
+        addColumns<QString, int, QStringList, QString>("refused", "error", "steps", "told");
+        const auto row = [](const char* name, const QString& refused, int error, const QStringList& steps,
+                            const QString& told) { QTest::newRow(name) << refused << error << steps << told; };
+        row("its number", u"port=3"_s, errors::invalidPortNumber, {u"close"_s, u"port=3"_s, u"port=2"_s},
+            u"Geçersiz bağlantı noktası numarası"_s);
+        row("closing", u"close"_s, errors::notOpen, {u"close"_s, u"port=3"_s, u"port=2"_s}, u"Aygıt açık değil"_s);
+        row("reopening", u"open"_s, errors::inUse, {u"close"_s, u"port=3"_s, u"open"_s, u"port=2"_s},
+            u"Aygıt kullanılamıyor (başka bir program kullanıyor)"_s);
+    }
+
+    void refusalOfAnotherPortKeepsTheOldNumberAndTheDialog()
+    {
+        QFETCH(QString, refused);
+        QFETCH(int, error);
+        QFETCH(QString, told);
         control_.open = true;
-        control_.failures[u"port=3"_s] = errors::invalidPortNumber;
+        control_.failures[refused] = error;
         load();
         choose("cboPort", u"Com3"_s);
         ok();
-        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
-        QCOMPARE(warnings_, QStringList{u"Geçersiz bağlantı noktası numarası"_s});
+        QTEST(control_.steps, "steps");
+        QCOMPARE(warnings_, QStringList{told});
         QCOMPARE(saved_, QStringList());
-        QVERIFY(!control_.open && !closed());
-    }
-
-    void failedCloseIsReported()
-    {
-        control_.open = true;
-        control_.failures[u"close"_s] = errors::notOpen;
-        load();
-        choose("cboPort", u"Com3"_s);
-        ok();
-        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"port=2"_s}));
-        QCOMPARE(warnings_, QStringList{u"Aygıt açık değil"_s});
-        QVERIFY(!closed());
-    }
-
-    void failedReopeningKeepsTheOldNumberAndClosed()
-    {
-        control_.open = true;
-        control_.failures[u"open"_s] = errors::inUse;
-        load();
-        choose("cboPort", u"Com3"_s);
-        ok();
-        QCOMPARE(control_.steps, (QStringList{u"close"_s, u"port=3"_s, u"open"_s, u"port=2"_s}));
-        QCOMPARE(warnings_, QStringList{u"Aygıt kullanılamıyor (başka bir program kullanıyor)"_s});
         QCOMPARE(control_.port, 2);
-        QVERIFY(!control_.open && !closed());
+        QCOMPARE(control_.open, refused == u"close");
+        QVERIFY(!closed());
     }
 
     void refusedSettingsSaveNothing()
@@ -291,23 +282,24 @@ private slots:
         QVERIFY(closed());
     }
 
-    void unchosenParityIsRefused()
+    void unusableChoiceIsRefused_data()
     {
-        control_.line = u"9600,N,8,1"_s;
-        load();
-        ok();
-        QCOMPARE(control_.steps, QStringList{u"settings=9600,,8,1"_s});
-        QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
-        QVERIFY(!closed());
+        addColumns<QString, QString, QString>("reported", "dataBits", "assigned");
+        QTest::newRow("parity not chosen") << u"9600,N,8,1"_s << u"8"_s << u"settings=9600,,8,1"_s;
+        QTest::newRow("four data bits") << u"9600,n,8,1"_s << u"4"_s << u"settings=9600,N,4,1"_s;
     }
 
-    void fourDataBitsAreRefused()
+    void unusableChoiceIsRefused()
     {
+        QFETCH(QString, reported);
+        QFETCH(QString, dataBits);
+        QFETCH(QString, assigned);
+        control_.line = reported;
         load();
-        choose("cboDataBits", u"4"_s);
+        choose("cboDataBits", dataBits);
         ok();
-        QCOMPARE(control_.steps, QStringList{u"settings=9600,N,4,1"_s});
-        QCOMPARE(warnings_.size(), 1);
+        QCOMPARE(control_.steps, QStringList{assigned});
+        QCOMPARE(warnings_, QStringList{u"Geçersiz özellik değeri"_s});
         QCOMPARE(saved_, QStringList());
         QVERIFY(!closed());
     }
