@@ -51,7 +51,8 @@ public:
     {
         mill::createDatabase(disk, database, jet::turkish, jet::DateTime{45000});
         const auto file = jet::Database::open(disk, database);
-        for (int i = 0; i < older; ++i) add(*file, season::pressing(season::day(2026, 1, 5 + i), "Eski", 500, i));
+        for (int i = 0; i < older; ++i)
+            season::store(*file, season::pressing(season::day(2026, 1, 5 + i), "Eski", 500, i));
         WeightBook book(disk, folder);
         std::mt19937 luck(7);
         std::uint64_t veli = 0;
@@ -64,36 +65,15 @@ public:
                                  200 + static_cast<double>(luck() % 3000), job);
             if (job == 1) made.before = older;
             season::write(book, made);
-            add(*file, made);
+            season::store(*file, made);
             if (made.customer == "Veli") ++veli;
             if (job == 40) {
                 season::write(book, Deletion{made.moment, "Veli", veli, older});
-                erase(*file, u"Veli");
+                season::erase(*file, u"Veli");
             }
             if (job == 1 || job == 40 || book.head().number % linesToALoggedHead == 0 || job == pressings)
                 seen.push_back({"", book.head().number, book.head().seal});
         }
-    }
-
-    static void add(jet::Database& to, const Pressing& made)
-    {
-        to.table(u"Hareket")
-            .insert({{0, jet::DateTime{made.moment}},
-                     {1, made.olives},
-                     {2, made.oil},
-                     {3, made.percentage},
-                     {4, made.entitlement},
-                     {5, made.fee},
-                     {6, jet::fromUtf8(made.customer)}});
-    }
-    static void erase(jet::Database& from, std::u16string_view customer)
-    {
-        std::vector<jet::RowId> gone;
-        from.table(u"Hareket").forEachRow([&](jet::RowId id, const jet::RowView& row) {
-            if (row.textIs(6, customer)) gone.push_back(id);
-            return true;
-        });
-        for (const jet::RowId id : gone) from.table(u"Hareket").erase(id);
     }
 
     /// Another weight on the first line, in book, journal and log.
@@ -384,13 +364,13 @@ private:
             told.entitlement = *found.number(4);
             told.fee = *found.number(5);
             told.customer = jet::toUtf8(customer);
-            Mill::add(*file, told);
+            season::store(*file, told);
             break;
         default: { // a row that never was, in the book's time or before it
             const bool before = upTo(1) == 0;
             const Pressing invented =
                 season::pressing(before ? season::day(2025, 3, 3) : told.moment + 0.001, "Uydurma", 700, 1);
-            Mill::add(*file, invented);
+            season::store(*file, invented);
             row = before ? "5 var" : "Uydurma";
             break;
         }
@@ -541,7 +521,7 @@ private:
             });
             // Some forgers know that the program leaves nothing.
             if (upTo(1) == 0)
-                Mill::erase(*file, jet::fromUtf8(gone.customer));
+                season::erase(*file, jet::fromUtf8(gone.customer));
             else
                 journal.erase(id);
             cover = deletion;

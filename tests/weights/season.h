@@ -1,9 +1,11 @@
 #pragma once
 
+#include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
 #include "weights/weight_book.h"
 
 #include <string>
+#include <vector>
 
 /// Facts as a counter has them.
 namespace season {
@@ -32,6 +34,31 @@ inline weights::Pressing pressing(double moment, const std::string& customer, do
 inline void write(weights::WeightBook& book, const weights::Fact& fact)
 {
     book.write(fact, book.place(weights::momentOf(fact)).place);
+}
+
+/// The row of a pressing in the journal.
+inline void store(jet::Database& mill, const weights::Pressing& made)
+{
+    mill.table(u"Hareket")
+        .insert({{0, jet::DateTime{made.moment}},
+                 {1, made.olives},
+                 {2, made.oil},
+                 {3, made.percentage},
+                 {4, made.entitlement},
+                 {5, made.fee},
+                 {6, jet::fromUtf8(made.customer)}});
+}
+
+/// Takes the rows of a customer out of the journal, those from that moment on.
+inline void erase(jet::Database& mill, std::u16string_view customer, double from = 0)
+{
+    jet::Table& journal = mill.table(u"Hareket");
+    std::vector<jet::RowId> gone;
+    journal.forEachRow([&](jet::RowId id, const jet::RowView& row) {
+        if (row.textIs(6, customer) && *row.number(0) >= from) gone.push_back(id);
+        return true;
+    });
+    for (const jet::RowId id : gone) journal.erase(id);
 }
 
 } // namespace season

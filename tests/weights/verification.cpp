@@ -27,15 +27,7 @@ struct Mill {
     void line(const Fact& fact) { season::write(book, fact); }
     void row(double moment, const std::u16string& customer, double olives)
     {
-        jet::Database::open(disk, database)
-            ->table(u"Hareket")
-            .insert({{0, jet::DateTime{moment}},
-                     {1, olives},
-                     {2, olives * 0.9},
-                     {3, 12.75},
-                     {4, 108.0},
-                     {5, 0.0},
-                     {6, customer}});
+        season::store(*jet::Database::open(disk, database), season::pressing(moment, jet::toUtf8(customer), olives, 1));
     }
     Findings findings(const std::vector<LoggedHead>& heads = {})
     {
@@ -45,13 +37,7 @@ struct Mill {
     LoggedHead head() { return {"", book.head().number, book.head().seal}; }
     void erase(const std::u16string& customer, double from = 0)
     {
-        const auto file = jet::Database::open(disk, database);
-        std::vector<jet::RowId> gone;
-        file->table(u"Hareket").forEachRow([&](jet::RowId id, const jet::RowView& each) {
-            if (each.textIs(6, customer) && *each.number(0) >= from) gone.push_back(id);
-            return true;
-        });
-        for (const jet::RowId id : gone) file->table(u"Hareket").erase(id);
+        season::erase(*jet::Database::open(disk, database), customer, from);
     }
 
     MemoryDisk disk;
