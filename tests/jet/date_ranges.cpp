@@ -1,12 +1,13 @@
 #include "store/jet/sql/date_ranges.h"
 
-#include "files/memory_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
 #include "store/jet/values/calendar.h"
+#include "tests/jet/memory_database.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <string>
 
@@ -19,7 +20,7 @@ enum : std::size_t { day, amount, note };
 /// The literal of a moment in a query, as the screen writes it.
 std::u16string literal(double days)
 {
-    const auto moment = static_cast<std::int64_t>(days * 86400 + 0.5);
+    const auto moment = std::llround(days * 86400);
     // Days of 2010: good enough to count from, and far from day zero.
     std::int64_t dayOfYear = moment / 86400 - 40179, month = 1;
     static constexpr int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -33,20 +34,17 @@ std::u16string literal(double days)
 constexpr double firstDay = 40179; // 1 January 2010
 
 /// A journal without an index on its dates, beside a walk over all its rows that knows no short cut.
-class Journal {
+class Journal : public MemoryDatabase {
 public:
-    explicit Journal(unsigned seed) : random_(seed)
+    explicit Journal(unsigned seed) : MemoryDatabase("Yag.mdb"), random_(seed)
     {
-        Database::create(disk_, "Yag.mdb", turkish, DateTime{45000});
-        database_ = Database::open(disk_, "Yag.mdb");
         std::vector<NewColumn> columns(3);
         columns[day] = {.name = u"Tarih", .type = ColumnType::dateTime};
         columns[amount] = {.name = u"Zeytin", .type = ColumnType::longInteger};
         columns[note] = {.name = u"Not", .type = ColumnType::text, .size = 255};
-        table_ = &database_->createTable(u"Hareket", columns, {}, DateTime{45000});
+        table_ = &database->createTable(u"Hareket", columns, {}, DateTime{45000});
     }
 
-    Database& database() { return *database_; }
     Table& table() { return *table_; }
     unsigned below(unsigned limit) { return random_() % limit; }
 
@@ -90,14 +88,14 @@ public:
     void changeSome()
     {
         const std::vector<RowId> before = rows_;
-        Transaction change(database_->pager());
+        Transaction change(pager());
         for (unsigned n = 1 + below(12); n > 0; --n) {
             changeOne();
             if (below(4) == 0) compare();
         }
         if (below(3) == 0) {
             rows_ = before;
-            database_->pager().rollback();
+            pager().rollback();
         } else {
             change.commit();
         }
@@ -124,14 +122,12 @@ public:
             sum += static_cast<std::int64_t>(row.number(amount).value());
             return true;
         });
-        EXPECT_EQ(select(*database_, u"Select * From Hareket Where " + condition).rows, expected);
-        const Value total = select(*database_, u"Select Sum(Zeytin) From Hareket Where " + condition).aggregates.at(0);
+        EXPECT_EQ(select(*database, u"Select * From Hareket Where " + condition).rows, expected);
+        const Value total = select(*database, u"Select Sum(Zeytin) From Hareket Where " + condition).aggregates.at(0);
         EXPECT_EQ(total, expected.empty() ? Value(Null{}) : Value(static_cast<double>(sum)));
     }
 
 private:
-    files::MemoryDisk disk_;
-    std::unique_ptr<Database> database_;
     Table* table_ = nullptr;
     std::mt19937 random_;
     double today_ = 0;
@@ -157,7 +153,7 @@ TEST_P(RandomJournals, periodsFindWhatAWalkOverAllRowsFinds)
 TEST(DateRanges, leadToFewPagesOfALongJournal)
 {
     Journal journal(1);
-    Transaction change(journal.database().pager());
+    Transaction change(journal.pager());
     for (int i = 0; i < 40000; ++i)
         journal.table().insert({{day, DateTime{firstDay + i / 120.0}}, {note, std::u16string(40, u'n')}});
     change.commit();
@@ -191,10 +187,10 @@ TEST(DateRanges, keepThePageOfARowWhoseRemovalMayBeTakenBack)
     const RowId row = table.insert({{day, DateTime{firstDay}}});
     DateRanges ranges(day);
     EXPECT_EQ(ranges.pages(table, firstDay, firstDay)->size(), 1U);
-    journal.database().pager().begin();
+    journal.pager().begin();
     table.erase(row);
     EXPECT_EQ(ranges.pages(table, firstDay, firstDay)->size(), 1U);
-    journal.database().pager().rollback();
+    journal.pager().rollback();
     EXPECT_EQ(ranges.pages(table, firstDay, firstDay)->size(), 1U);
 }
 
@@ -204,7 +200,7 @@ TEST(DateRanges, saySoWhereOnlyReadingAllCanTell)
     Table& table = journal.table();
     table.insert({{day, DateTime{firstDay}}});
     DateRanges ranges(day);
-    Transaction change(journal.database().pager());
+    Transaction change(journal.pager());
     table.insert({{day, DateTime{firstDay + 1}}});
     EXPECT_EQ(ranges.pages(table, firstDay, firstDay + 1), nullptr);
 }

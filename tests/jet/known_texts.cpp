@@ -1,19 +1,17 @@
 #include "store/jet/index/known_texts.h"
 
-#include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <string>
 
 using namespace jet;
@@ -92,39 +90,37 @@ TEST(KnownTexts, aTextWithTwoKeysIsRefused)
 }
 
 /// A table that was made in the General order and then says that its order is another one.
-class UnknownOrder : public testing::Test {
+class UnknownOrder : public testing::Test, protected MemoryDatabase {
 protected:
-    UnknownOrder()
+    UnknownOrder() : MemoryDatabase("a.mdb", general)
     {
-        Database::create(disk_, file_, general, rows::created);
+        Table& table = database->createTable(
+            u"Kişiler",
+            {{.name = u"Ad", .type = ColumnType::text, .size = 50}, {.name = u"No", .type = ColumnType::longInteger}},
+            {{.name = u"Ad", .columns = {{u"Ad", true}}},
+             {.name = u"NoAd", .columns = {{u"No", false}, {u"Ad", false}}}},
+            rows::created);
+        definition_ = table.definitionPage();
         {
-            const auto database = Database::open(disk_, file_);
-            Table& table = database->createTable(u"Kişiler",
-                                                 {{.name = u"Ad", .type = ColumnType::text, .size = 50},
-                                                  {.name = u"No", .type = ColumnType::longInteger}},
-                                                 {{.name = u"Ad", .columns = {{u"Ad", true}}},
-                                                  {.name = u"NoAd", .columns = {{u"No", false}, {u"Ad", false}}}},
-                                                 rows::created);
-            definition_ = table.definitionPage();
-            Transaction change(database->pager());
+            Transaction change(pager());
             for (const char16_t* name : {u"Veli", u"Ali", u"Ayşe", u"Ali", u"1205", u"Alo"})
                 table.insert({{0, std::u16string(name)}, {1, 3}});
             table.insert({{1, 4}});
             change.commit();
         }
+        database.reset();
         setOrder(japanese);
         open();
     }
     void setOrder(std::uint16_t lcid)
     {
         namespace at = definition_layout;
-        at::column::lcid.put(&disk_.content(file_)[positionOf(definition_) + at::statistics::at(2)], lcid);
+        at::column::lcid.put(&disk.content(file)[positionOf(definition_) + at::statistics::at(2)], lcid);
     }
     void open()
     {
-        database_.reset();
-        database_ = Database::open(disk_, file_);
-        table_ = &database_->table(u"Kişiler");
+        reopen();
+        table_ = &database->table(u"Kişiler");
     }
     std::vector<RowId> all() const
     {
@@ -136,10 +132,7 @@ protected:
         return rows;
     }
 
-    files::MemoryDisk disk_;
-    const std::filesystem::path file_ = "a.mdb";
     PageNo definition_ = 0;
-    std::unique_ptr<Database> database_;
     Table* table_ = nullptr;
 };
 
@@ -151,12 +144,12 @@ TEST_F(UnknownOrder, takesTextsThatAreThereAlready)
     table_->erase(all()[2]);
     table_->insert({{0, std::u16string(u"1205")}});
     table_->insert({{0, std::u16string(u"05")}, {1, 1}});
-    ASSERT_TRUE(checkDatabase(*database_).ok());
+    ASSERT_TRUE(checkDatabase(*database).ok());
     // The keys were those of the General order, and still are: by it every entry can be judged.
-    database_.reset();
+    database.reset();
     setOrder(general.lcid);
     open();
-    const CheckResult result = checkDatabase(*database_);
+    const CheckResult result = checkDatabase(*database);
     ASSERT_THAT(result.faults, IsEmpty());
     ASSERT_EQ(table_->whyReadOnly(), std::nullopt);
     ASSERT_EQ(table_->rowCount(), 9U);
@@ -164,12 +157,12 @@ TEST_F(UnknownOrder, takesTextsThatAreThereAlready)
 
 TEST_F(UnknownOrder, refusesWhatWouldBeAGuess)
 {
-    const auto before = disk_.content(file_);
+    const auto before = disk.content(file);
     for (const char16_t* text : {u"Yeni", u"Ayse", u"Ali ", u"13", u"ş"}) {
         EXPECT_EQ(faultOf([&] { table_->insert({{0, std::u16string(text)}}); }), Fault::indexNotWritable);
         EXPECT_EQ(faultOf([&] { table_->update(all()[0], {{0, std::u16string(text)}}); }), Fault::indexNotWritable);
     }
-    ASSERT_EQ(disk_.content(file_), before);
+    ASSERT_EQ(disk.content(file), before);
 }
 
 TEST_F(UnknownOrder, isNotWrittenWhereOneTextHasTwoKeys)
@@ -179,11 +172,11 @@ TEST_F(UnknownOrder, isNotWrittenWhereOneTextHasTwoKeys)
         const auto row = table_->row(id);
         std::u16string text;
         if (!row->text(0, text) || text != u"Alo") continue;
-        const std::uint8_t* const page = database_->pager().read(id.page).data();
+        const std::uint8_t* const page = database->pager().read(id.page).data();
         const std::size_t last = positionOf(id.page) + static_cast<std::size_t>(&row->stored(0).back() - page);
-        database_.reset();
-        ASSERT_EQ(disk_.content(file_)[last], 'o');
-        disk_.content(file_)[last] = 'i';
+        database.reset();
+        ASSERT_EQ(disk.content(file)[last], 'o');
+        disk.content(file)[last] = 'i';
         open();
         ASSERT_NE(table_->whyReadOnly(), std::nullopt);
         return;

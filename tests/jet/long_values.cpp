@@ -1,4 +1,3 @@
-#include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
@@ -6,7 +5,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/row_page_layout.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
@@ -15,7 +14,6 @@
 #include <functional>
 #include <iterator>
 #include <map>
-#include <memory>
 #include <optional>
 #include <random>
 
@@ -27,9 +25,7 @@ namespace row_page = jet::row_page_layout;
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 
-const std::filesystem::path file = "uzun.mdb";
 const std::filesystem::path other = "yeni.mdb";
 enum : std::size_t { number, memo, ole };
 
@@ -49,26 +45,21 @@ std::u16string someText(std::size_t length)
     return text;
 }
 
-class LongValues : public testing::Test {
+class LongValues : public testing::Test, protected MemoryDatabase {
 protected:
-    LongValues()
+    LongValues() : MemoryDatabase("uzun.mdb")
     {
-        Database::create(disk_, file, turkish, rows::created);
-        database_ = Database::open(disk_, file);
-        table_ = &database_->createTable(u"Notlar",
-                                         {{.name = u"No", .type = ColumnType::longInteger},
-                                          {.name = u"Not", .type = ColumnType::memo},
-                                          {.name = u"Resim", .type = ColumnType::ole}},
-                                         {{.name = u"No", .columns = {{u"No", true}}}}, rows::created);
+        table_ = &database->createTable(u"Notlar",
+                                        {{.name = u"No", .type = ColumnType::longInteger},
+                                         {.name = u"Not", .type = ColumnType::memo},
+                                         {.name = u"Resim", .type = ColumnType::ole}},
+                                        {{.name = u"No", .columns = {{u"No", true}}}}, rows::created);
     }
     void reopen(Pager::Mode mode = Pager::Mode::readWrite)
     {
-        database_.reset();
-        database_ = Database::open(disk_, file, mode);
-        table_ = &database_->table(u"Notlar");
+        MemoryDatabase::reopen(mode);
+        table_ = &database->table(u"Notlar");
     }
-    Pager& pager() { return database_->pager(); }
-
     /// Where a chain's parts stand and how long each is, by its reference in the row.
     struct Part {
         RowId place;
@@ -103,17 +94,10 @@ protected:
         change.commit();
         reopen();
     }
-    CheckResult check() { return checkDatabase(*database_); }
-    void expectSound()
-    {
-        const CheckResult result = check();
-        EXPECT_THAT(result.faults, IsEmpty());
-        EXPECT_THAT(result.warnings, IsEmpty());
-    }
+    CheckResult check() { return checkDatabase(*database); }
+    void expectSound() const { EXPECT_EQ(faults(), ""); }
     std::size_t freePages() { return mapPages(pager(), MapRef{0, 1}).size(); }
 
-    files::MemoryDisk disk_;
-    std::unique_ptr<Database> database_;
     Table* table_ = nullptr;
 };
 
@@ -242,7 +226,7 @@ TEST_F(LongValues, AreCarriedByCompactAndRescue)
         table_->insert({{number, next}, {memo, expected[next].first}, {ole, expected[next].second}});
     }
     const auto contentOf = [&](const std::filesystem::path& path) {
-        const auto database = Database::open(disk_, path, Pager::Mode::readOnly);
+        const auto database = Database::open(disk, path, Pager::Mode::readOnly);
         EXPECT_TRUE(checkDatabase(*database).ok());
         std::map<std::int32_t, std::pair<Value, Value>> content;
         database->table(u"Notlar").forEachRow([&](RowId, const RowView& row) {
@@ -251,11 +235,11 @@ TEST_F(LongValues, AreCarriedByCompactAndRescue)
         });
         return content;
     };
-    compact(disk_, *database_, other);
+    compact(disk, *database, other);
     ASSERT_TRUE(contentOf(other) == expected);
-    disk_.remove(other);
-    database_.reset();
-    ASSERT_TRUE(rescue(disk_, file, other, rows::created).whole());
+    disk.remove(other);
+    database.reset();
+    ASSERT_TRUE(rescue(disk, file, other, rows::created).whole());
     ASSERT_TRUE(contentOf(other) == expected);
 }
 
@@ -305,16 +289,16 @@ TEST_P(DamagedChain, isNamedAndNeverWrittenOver)
 
     ASSERT_EQ(faultOf([&] { table_->row(row)->value(ole); }), Fault::damaged);
     ASSERT_THAT(check().faults, testing::Contains(HasSubstr(damage.sentence)));
-    const auto before = disk_.content(file);
+    const auto before = disk.content(file);
     ASSERT_THAT(table_->whyReadOnly().value_or(""), HasSubstr(damage.sentence));
     ASSERT_NE(faultOf([&] { table_->erase(row); }), std::nullopt);
     ASSERT_NE(faultOf([&] { table_->update(sound, {{ole, Value()}}); }), std::nullopt);
-    ASSERT_EQ(disk_.content(file), before);
+    ASSERT_EQ(disk.content(file), before);
     ASSERT_EQ(table_->row(sound)->value(ole), Value(someBytes(9000, 2)));
 
     // All the rest is saved, and the loss is named.
-    database_.reset();
-    const RescueResult result = rescue(disk_, file, other, rows::created);
+    database.reset();
+    const RescueResult result = rescue(disk, file, other, rows::created);
     ASSERT_THAT(result.losses, testing::ElementsAre(HasSubstr("Resim")));
     ASSERT_EQ(result.tables.at(0).rows, 2U);
 }

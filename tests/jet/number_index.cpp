@@ -1,11 +1,10 @@
 #include "store/jet/sql/number_bounds.h"
 
-#include "files/memory_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/sql/sql.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 #include "tests/support/text.h"
@@ -15,14 +14,11 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
-#include <memory>
 
 using namespace jet;
 
 /// Conditions on columns of numbers that have an index, beside the same rows without one.
 namespace {
-
-const std::filesystem::path file = "sayi.mdb";
 
 std::u16string u16(const std::string& text) { return fromUtf8(text); }
 
@@ -33,22 +29,20 @@ std::string literal(double number)
     return text;
 }
 
-class NumberIndex : public TableTest<ColumnType> {
+class NumberIndex : public TableTest<ColumnType>, protected MemoryDatabase {
 protected:
-    NumberIndex() : maker_(static_cast<unsigned>(row()))
+    NumberIndex() : MemoryDatabase("sayi.mdb"), maker_(static_cast<unsigned>(row()))
     {
-        Database::create(disk_, file, turkish, rows::created);
-        database_ = Database::open(disk_, file);
         const std::vector<NewColumn> columns{{.name = u"Sayı", .type = row()},
                                              {.name = u"Sıra", .type = ColumnType::longInteger}};
-        database_->createTable(u"Düz", columns, {}, rows::created);
-        database_->createTable(u"Artan", columns, {{.name = u"Sayı", .columns = {{u"Sayı", true}}}}, rows::created);
-        database_->createTable(u"Azalan", columns, {{.name = u"Sayı", .columns = {{u"Sayı", false}}}}, rows::created);
-        Transaction change(database_->pager());
+        database->createTable(u"Düz", columns, {}, rows::created);
+        database->createTable(u"Artan", columns, {{.name = u"Sayı", .columns = {{u"Sayı", true}}}}, rows::created);
+        database->createTable(u"Azalan", columns, {{.name = u"Sayı", .columns = {{u"Sayı", false}}}}, rows::created);
+        Transaction change(database->pager());
         for (std::int32_t i = 0; i < 700; ++i) {
             const Value value = someValue();
             for (const char16_t* name : {u"Düz", u"Artan", u"Azalan"})
-                database_->table(name).insert({{0, value}, {1, i}});
+                database->table(name).insert({{0, value}, {1, i}});
         }
         change.commit();
     }
@@ -75,15 +69,12 @@ protected:
     }
     std::vector<std::int32_t> numbersOf(const char* table, const std::string& condition)
     {
-        const Selection found =
-            select(*database_, u16("Select * From [" + std::string(table) + "] Where " + condition));
+        const Selection found = select(*database, u16("Select * From [" + std::string(table) + "] Where " + condition));
         std::vector<std::int32_t> numbers;
         for (const RowId id : found.rows) numbers.push_back(std::get<std::int32_t>(found.table->row(id)->value(1)));
         return numbers;
     }
 
-    files::MemoryDisk disk_;
-    std::unique_ptr<Database> database_;
     rows::Maker maker_;
 };
 
@@ -139,9 +130,8 @@ TEST_P(NumberIndex, answersAsAWalkOverAllRowsDoes)
 TEST(NumberIndexes, leadToTheirRowsAlone)
 {
     // A row elsewhere cannot be read: who reads the whole table stumbles over it.
-    files::MemoryDisk disk;
-    Database::create(disk, file, turkish, rows::created);
-    auto database = Database::open(disk, file);
+    MemoryDatabase mill("sayi.mdb");
+    const auto& database = mill.database;
     Table* table = &database->createTable(u"Hareket",
                                           {{.name = u"No", .type = ColumnType::longInteger, .autoNumber = true},
                                            {.name = u"Kod", .type = ColumnType::longInteger},
@@ -156,8 +146,7 @@ TEST(NumberIndexes, leadToTheirRowsAlone)
         page[slotAt(page, last.slot)->offset] = 99; // more columns than the table has
         change.commit();
     }
-    database.reset();
-    database = Database::open(disk, file, Pager::Mode::readOnly);
+    mill.reopen(Pager::Mode::readOnly);
     const auto rows = [&](const std::string& condition) {
         return select(*database, u16("Select * From Hareket Where " + condition)).rows.size();
     };

@@ -1,15 +1,12 @@
-#include "files/memory_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/table.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <set>
 #include <vector>
 
@@ -18,27 +15,17 @@ using namespace jet;
 /// A table that loses its rows gives their pages back to the file.
 namespace {
 
-const std::filesystem::path file = "bos.mdb";
-
-class EmptiedPages : public testing::Test {
+class EmptiedPages : public testing::Test, protected MemoryDatabase {
 protected:
-    EmptiedPages()
+    EmptiedPages() : MemoryDatabase("bos.mdb")
     {
-        Database::create(disk_, file, turkish, rows::created);
-        database_ = Database::open(disk_, file);
         for (const char16_t* name : {u"Bir", u"İki"})
-            database_->createTable(name,
-                                   {{.name = u"No", .type = ColumnType::longInteger},
-                                    {.name = u"Ad", .type = ColumnType::text, .size = 255}},
-                                   {{.name = u"No", .columns = {{u"No", true}}, .primaryKey = true}}, rows::created);
+            database->createTable(name,
+                                  {{.name = u"No", .type = ColumnType::longInteger},
+                                   {.name = u"Ad", .type = ColumnType::text, .size = 255}},
+                                  {{.name = u"No", .columns = {{u"No", true}}, .primaryKey = true}}, rows::created);
     }
-    void reopen()
-    {
-        database_.reset();
-        database_ = Database::open(disk_, file);
-    }
-    Pager& pager() { return database_->pager(); }
-    Table& table(const char16_t* name = u"Bir") { return database_->table(name); }
+    Table& table(const char16_t* name = u"Bir") { return database->table(name); }
 
     /// In one change. Rows of about `length` bytes.
     std::vector<RowId> fill(int rows, std::size_t length, const char16_t* name = u"Bir")
@@ -58,15 +45,8 @@ protected:
     }
     /// Those that are not free.
     std::size_t pagesInUse() { return pager().pageCount() - mapPages(pager(), freeMap).size(); }
-    void expectSound()
-    {
-        const CheckResult result = checkDatabase(*database_);
-        EXPECT_THAT(result.faults, testing::IsEmpty());
-        EXPECT_THAT(result.warnings, testing::IsEmpty());
-    }
+    void expectSound() const { EXPECT_EQ(faults(), ""); }
 
-    files::MemoryDisk disk_;
-    std::unique_ptr<Database> database_;
     std::int32_t number_ = 0;
 };
 

@@ -1,5 +1,3 @@
-#include "files/memory_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
@@ -7,14 +5,13 @@
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/format/value_layout.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <sstream>
 
 namespace {
@@ -27,29 +24,9 @@ using jet::ColumnType;
 
 constexpr const char* path = "tablolar.mdb";
 
-struct Fixture {
-    explicit Fixture(jet::Collation collation = jet::turkish)
-    {
-        jet::Database::create(disk, path, collation, rows::created);
-        database = jet::Database::open(disk, path);
-    }
-    void reopen()
-    {
-        database.reset();
-        database = jet::Database::open(disk, path);
-    }
-    std::string faults() const
-    {
-        std::string text;
-        const jet::CheckResult result = jet::checkDatabase(*database);
-        for (const std::string& fault : result.faults) text += fault + "; ";
-        for (const std::string& warning : result.warnings) text += warning + "; ";
-        return text;
-    }
+struct Fixture : MemoryDatabase {
+    explicit Fixture(jet::Collation collation = jet::turkish) : MemoryDatabase(path, collation) {}
     std::uint8_t* page(jet::PageNo number) { return disk.content(path).data() + jet::positionOf(number); }
-
-    files::MemoryDisk disk;
-    std::unique_ptr<jet::Database> database;
 };
 
 jet::NewColumn number(std::u16string name) { return {.name = std::move(name), .type = ColumnType::longInteger}; }

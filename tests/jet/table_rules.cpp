@@ -5,7 +5,7 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/format/limits.h"
-#include "tests/jet/random_rows.h"
+#include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -14,7 +14,6 @@
 
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <set>
 
@@ -28,11 +27,10 @@ using jet::Value;
 constexpr const char* path = "kurallar.mdb";
 
 /// A database in memory with one table.
-struct Fixture {
+struct Fixture : MemoryDatabase {
     Fixture(const std::vector<jet::NewColumn>& columns, const std::vector<jet::NewIndex>& indexes = {})
+        : MemoryDatabase(path)
     {
-        jet::Database::create(disk, path, jet::turkish, rows::created);
-        database = jet::Database::open(disk, path);
         table = &database->createTable(u"Deneme", columns, indexes, rows::created);
     }
     Value field(jet::RowId id, std::size_t column) const { return table->row(id).value().value(column); }
@@ -45,15 +43,7 @@ struct Fixture {
         }
         return bytes;
     }
-    std::string faults() const
-    {
-        std::string text;
-        for (const std::string& fault : jet::checkDatabase(*database).faults) text += fault + "; ";
-        return text;
-    }
 
-    files::MemoryDisk disk;
-    std::unique_ptr<jet::Database> database;
     jet::Table* table = nullptr;
 };
 
