@@ -3,6 +3,7 @@
 #include "files/error.h"
 #include "files/language.h"
 #include "query/moments.h"
+#include "store/jet/format/limits.h"
 
 #include <charconv>
 #include <optional>
@@ -52,6 +53,18 @@ double Arguments::number(int at) const
                                                            "a binary value cannot be used as a number"));
 }
 
+double Arguments::days(int at) const
+{
+    const double days = number(at);
+    if (days >= jet::limits::firstDay && days < jet::limits::dayAfterLast) return days;
+    failBeyondCalendar();
+}
+
+void Arguments::failBeyondCalendar() const
+{
+    fail(files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
+}
+
 std::u16string Arguments::units(int at) const
 {
     if (sqlite3_value_type(values_[at]) == SQLITE_FLOAT) {
@@ -71,9 +84,7 @@ void Arguments::giveText(const std::u16string& text)
 void Arguments::giveMoment(jet::DateTime moment)
 {
     const auto text = momentText(moment);
-    if (!text)
-        fail(
-            files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
+    if (!text) failBeyondCalendar();
     sqlite3_result_text64(context_, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 

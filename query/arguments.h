@@ -28,8 +28,8 @@ public:
     /// A moment counts as its days. Throws files::Error (badValue) for a text that is no number.
     double number(int at) const;
     std::int64_t whole(int at) const { return sqlite3_value_int64(values_[at]); }
-    /// A moment in days, or a number as such. Throws as number().
-    double days(int at) const { return number(at); }
+    /// A moment in days, or a number of them. Throws as number(), and for what lies outside of the years 100 to 9999.
+    double days(int at) const;
     /// Also of a number: with a decimal point, as short as it can be.
     std::u16string units(int at) const;
 
@@ -39,6 +39,7 @@ public:
     /// Throws files::Error (badValue) for one that no calendar has.
     void giveMoment(jet::DateTime moment);
     [[noreturn]] void fail(const std::string& sentence) const;
+    [[noreturn]] void failBeyondCalendar() const;
 
     /// What was said when the function was added.
     void* setting() const { return sqlite3_user_data(context_); }

@@ -272,9 +272,9 @@ int weekdayOf(jet::DateTime moment)
 
 void weekday(Arguments& values)
 {
-    const int first = values.count() > 1 ? static_cast<int>(values.number(1)) : 1;
+    const double first = values.count() > 1 ? values.number(1) : 1;
     const int day = weekdayOf({values.days(0)});
-    values.giveWhole(first < 1 || first > 7 ? day : (day - first + 7) % 7 + 1);
+    values.giveWhole(first >= 1 && first <= 7 ? (day - static_cast<int>(first) + 7) % 7 + 1 : day);
 }
 
 void asMoment(Arguments& values) { values.giveMoment({values.days(0)}); }
@@ -297,8 +297,7 @@ void calendarMoment(Arguments& values, const Calendar& calendar)
     if (const auto moment = momentOf(calendar))
         values.giveMoment(*moment);
     else
-        values.fail(
-            files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
+        values.failBeyondCalendar();
 }
 
 void dateOf(Arguments& values)
@@ -346,9 +345,7 @@ void addInterval(Arguments& values)
         last.month += 1;
         last.day = 0;
         const auto end = momentOf(last);
-        if (!end)
-            return values.fail(files::said("tarih 100 ile 9999 yılları arasında değil",
-                                           "the date is not between the years 100 and 9999"));
+        if (!end) return values.failBeyondCalendar();
         c.day = std::min(day, calendarOf(*end).day);
     };
     constexpr int perYear = 12, perQuarter = 3, perWeek = 7;

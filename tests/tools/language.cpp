@@ -47,6 +47,8 @@ TEST_P(ToolLanguage, isThatOfTheSettings)
     ASSERT_THAT(asked({"check", file}).out, HasSubstr(english ? "The file is sound." : "Dosya sağlam."));
     ASSERT_THAT(asked({"sql", file, "Delete From Cari"}).out,
                 HasSubstr(english ? "0 rows deleted." : "0 satır silindi."));
+    ASSERT_THAT(asked({"sql", file, "Select Yok From Cari"}).err,
+                HasSubstr(english ? "'Yok' is no field" : "'Yok' diye bir alan yok"));
     const Outcome unknown = asked({"fly"});
     ASSERT_EQ(unknown.code, 1);
     ASSERT_THAT(unknown.err, HasSubstr(english ? "'fly' is no command" : "'fly' diye bir komut yok"));

@@ -210,6 +210,8 @@ RowTable<RefusedRow> sqlRefusals()
         {"queries without end", {std::string(50'000, '('), "çok iç içe"}},
         {"signs without end", {"Select " + std::string(50'000, '-') + "1", "çok iç içe"}},
         {"tables without end", {"Select 1 From " + std::string(50'000, '('), "çok iç içe"}},
+        {"a day that no calendar has", {"Select Year(1e300) From Cari", "100 ile 9999"}},
+        {"a sum that no calendar has", {"Select #11/20/2025#+2950000 From Cari", "100 ile 9999"}},
         {"nothing", {"", "select bekleniyor"}},
         {"system functions of the reader", {"Select load_extension('x')", "işlev yok"}},
     };
