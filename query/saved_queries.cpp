@@ -51,7 +51,7 @@ const char* kindName(int number)
     case 7:
         return files::said("tanımlama sorgusu", "query that defines");
     case 8:
-        return files::said("başka bir veritabanına giden sorgu", "query for another database");
+        return files::said("dış veritabanı sorgusu", "query for another database");
     default:
         return files::said("bilinmeyen türde bir sorgu", "query of an unknown kind");
     }
