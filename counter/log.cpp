@@ -1,5 +1,7 @@
 #include "counter/log.h"
 
+#include "weights/book_log.h"
+
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -7,7 +9,7 @@ using namespace Qt::StringLiterals;
 namespace counter {
 
 Log::Log(const QString& directory, std::function<QDateTime()> now)
-    : path_(directory + u"/presva.log"_s), now_(std::move(now))
+    : path_(QString::fromStdU16String(weights::logIn(directory.toStdU16String()).u16string())), now_(std::move(now))
 {
 }
 

@@ -4,6 +4,7 @@
 #include "files/language.h"
 #include "store/jet/format/format.h"
 #include "store/jet/format/limits.h"
+#include "store/jet/format/value_layout.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/decimal.h"
 #include "store/jet/values/text_codec.h"
@@ -339,10 +340,11 @@ void FieldWriter::putDate(jet::DateTime moment)
 void FieldWriter::putText(std::span<const std::uint8_t> stored)
 {
     // Most names are stored compressed, one byte a letter, and most of those are ASCII: the bytes are the text.
-    if (stored.size() > 2 && stored.size() < longestFast && stored[0] == 0xFF && stored[1] == 0xFE) {
+    const std::size_t mark = jet::text_layout::compressedMark.size();
+    if (stored.size() > mark && stored.size() < longestFast && jet::text_layout::isCompressed(stored)) {
         char* at = out_.room(longestFast);
         bool plain = true;
-        for (const std::uint8_t byte : stored.subspan(2)) {
+        for (const std::uint8_t byte : stored.subspan(mark)) {
             plain = plain && byte >= ' ' && byte < 0x7F && byte != ',' && byte != '"';
             *at++ = static_cast<char>(byte);
         }

@@ -44,10 +44,11 @@ struct FolderTarget::Reserved {
     {
         file.reset();
         std::error_code none;
-        std::filesystem::remove(path, none);
+        if (!path.empty()) std::filesystem::remove(path, none);
+        path.clear(); // another process may have that name by now
     }
 
-    std::filesystem::path path;
+    std::filesystem::path path; ///< empty when it is gone
     std::unique_ptr<files::File> file;
 };
 

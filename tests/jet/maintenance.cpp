@@ -57,11 +57,11 @@ INSTANTIATE_TEST_SUITE_P(, MaintenanceWork,
                              {"backup", doBackup}, {"compact", doCompact}, {"create", doCreate}}),
                          RowName());
 
-struct WorkedDatabase : testing::Test {
+struct MaintenanceOfAWorkedDatabase : testing::Test {
     PowerCutDisk disk{file, worked()};
 };
 
-TEST_F(WorkedDatabase, backupHasEveryByteOfTheCommittedState)
+TEST_F(MaintenanceOfAWorkedDatabase, backupHasEveryByteOfTheCommittedState)
 {
     std::vector<int> progress;
     {
@@ -73,7 +73,7 @@ TEST_F(WorkedDatabase, backupHasEveryByteOfTheCommittedState)
     ASSERT_EQ(progress.back(), 100);
 }
 
-TEST_F(WorkedDatabase, backupOfAnOpenDatabaseIsItsLastCommit)
+TEST_F(MaintenanceOfAWorkedDatabase, backupOfAnOpenDatabaseIsItsLastCommit)
 {
     const auto database = Database::open(disk, file);
     {
@@ -86,7 +86,7 @@ TEST_F(WorkedDatabase, backupOfAnOpenDatabaseIsItsLastCommit)
     ASSERT_TRUE(MixedWork::read(*Database::open(disk, result)).empty());
 }
 
-TEST_F(WorkedDatabase, compactKeepsEveryRowAndShrinksTheFile)
+TEST_F(MaintenanceOfAWorkedDatabase, compactKeepsEveryRowAndShrinksTheFile)
 {
     MixedWork::Rows rows;
     {

@@ -169,12 +169,12 @@ TEST(Rescue, theWorldHasMovedRowsAndLongValues)
 }
 
 /// The sound file, to be damaged.
-struct DiskOfTheWorld : testing::Test {
-    DiskOfTheWorld() { disk.content(file) = world().image; }
+struct RescueOfTheWorld : testing::Test {
+    RescueOfTheWorld() { disk.content(file) = world().image; }
     files::MemoryDisk disk;
 };
 
-TEST_F(DiskOfTheWorld, aSoundFileComesOutWhole)
+TEST_F(RescueOfTheWorld, aSoundFileComesOutWhole)
 {
     const RescueResult result = run(disk);
     ASSERT_TRUE(result.whole()) << testing::PrintToString(result.losses);
@@ -345,7 +345,7 @@ TEST(Rescue, aPageThatStandsTwiceGivesItsRowsTwice)
     }
 }
 
-TEST_F(DiskOfTheWorld, aRunningProgramsLastCommitIsSaved)
+TEST_F(RescueOfTheWorld, aRunningProgramsLastCommitIsSaved)
 {
     const auto database = Database::open(disk, file);
     Image before = disk.content(file);
@@ -382,14 +382,14 @@ TEST_P(RescueOtherFiles, otherFilesAreRefused)
     ASSERT_TRUE(!disk.exists(saved) && !disk.exists("Kurtarilan.mdb.part"));
 }
 
-TEST_F(DiskOfTheWorld, anExistingFileIsNotReplaced)
+TEST_F(RescueOfTheWorld, anExistingFileIsNotReplaced)
 {
     disk.content(saved) = {1, 2, 3};
     ASSERT_EQ(faultOf([&] { run(disk); }), Fault::exists);
     ASSERT_EQ(disk.content(saved), (Image{1, 2, 3}));
 }
 
-TEST_F(DiskOfTheWorld, aSurveyCountsWhatARescueSaves)
+TEST_F(RescueOfTheWorld, aSurveyCountsWhatARescueSaves)
 {
     fill(disk.content(file), world().fullestPage(), 0);
     const RescueResult counted = survey(disk, file, mill::tableNamed);
