@@ -69,7 +69,7 @@ void StatusLine::keepUntilSeen(const QString& sentence)
 
 QStringList StatusLine::takeUnseen()
 {
-    const QStringList taken = std::exchange(unseen_, {});
+    QStringList taken = std::exchange(unseen_, {});
     refresh();
     return taken;
 }

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cassert>
 #include <cstring>
-#include <ranges>
 
 namespace jet {
 namespace {
@@ -35,6 +34,21 @@ void writeMask(PageBytes page, std::span<const std::uint16_t> ends)
     std::memset(&page[at::mask.begin], 0, maskBytes);
     for (const std::uint16_t end : ends)
         page[at::mask.begin + end / 8] = static_cast<std::uint8_t>(page[at::mask.begin + end / 8] | 1U << end % 8);
+}
+
+/// The first of so many places in order that is not below what is sought. Not std::views: not every compiler that
+/// reads the sources knows them yet.
+template <class IsBelow> std::size_t firstNotBelow(std::size_t count, IsBelow&& isBelow)
+{
+    std::size_t first = 0;
+    while (first < count) {
+        const std::size_t middle = (first + count) / 2;
+        if (isBelow(middle))
+            first = middle + 1;
+        else
+            count = middle;
+    }
+    return first;
 }
 
 } // namespace
@@ -144,10 +158,9 @@ bool IndexPage::ascends() const
 std::size_t IndexPage::lowerBound(Entry entry) const
 {
     if (count_ == 0) return 0;
-    const auto places = std::views::iota(std::size_t{0}, std::size_t{count_});
     if (prefixReachesRows_) {
         Key each;
-        return *std::ranges::partition_point(places, [&](std::size_t i) {
+        return firstNotBelow(count_, [&](std::size_t i) {
             copyEntry(i, each);
             return compareEntries(each, entry) < 0;
         });
@@ -156,7 +169,7 @@ std::size_t IndexPage::lowerBound(Entry entry) const
     const int order = compareBytes(entry.first(std::min(prefix_, keyBytes)), page_.subspan(at::area.begin, prefix_));
     if (order != 0) return order < 0 ? 0 : count_;
     const Entry wanted = entry.subspan(prefix_);
-    return *std::ranges::partition_point(places, [&](std::size_t i) { return compareEntries(rest(i), wanted) < 0; });
+    return firstNotBelow(count_, [&](std::size_t i) { return compareEntries(rest(i), wanted) < 0; });
 }
 
 PageNo IndexPage::child(std::size_t i) const

@@ -15,7 +15,8 @@ namespace {
 std::uint32_t number(std::string_view& text)
 {
     std::uint32_t value = 0;
-    text.remove_prefix(std::from_chars(text.data(), text.data() + text.size(), value, 16).ptr - text.data());
+    const char* const end = std::from_chars(text.data(), text.data() + text.size(), value, 16).ptr;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     return value;
 }
 
