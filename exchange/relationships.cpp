@@ -1,5 +1,6 @@
 #include "exchange/relationships.h"
 
+#include "store/jet/format/system_objects.h"
 #include "store/jet/table/catalogue.h"
 
 #include <algorithm>
@@ -7,26 +8,20 @@
 
 namespace exchange {
 
-namespace {
-
-// Bits of grbit.
-constexpr std::uint32_t notEnforced = 0x2, updatesCascade = 0x100, deletesCascade = 0x1000;
-
-} // namespace
-
 std::vector<Relationship> relationshipsOf(jet::Database& database)
 {
     const auto all = database.allTables();
     const bool present =
-        std::ranges::any_of(all, [](const auto& table) { return table.first == u"MSysRelationships"; });
+        std::ranges::any_of(all, [](const auto& table) { return table.first == jet::msysRelationships; });
     if (!present) return {};
     using jet::ColumnType;
-    const jet::Table& table = database.table(u"MSysRelationships");
+    namespace at = jet::relationship_columns;
+    const jet::Table& table = database.table(jet::msysRelationships);
     const auto text = [&](const char16_t* name) { return jet::systemColumn(table, name, ColumnType::text); };
-    const std::size_t name = text(u"szRelationship"), own = text(u"szObject"), column = text(u"szColumn");
-    const std::size_t other = text(u"szReferencedObject"), otherColumn = text(u"szReferencedColumn");
-    const std::size_t bits = jet::systemColumn(table, u"grbit", ColumnType::longInteger);
-    const std::size_t place = jet::systemColumn(table, u"icolumn", ColumnType::longInteger);
+    const std::size_t name = text(at::name), own = text(at::child), column = text(at::childColumn);
+    const std::size_t other = text(at::parent), otherColumn = text(at::parentColumn);
+    const std::size_t bits = jet::systemColumn(table, at::bits, ColumnType::longInteger);
+    const std::size_t place = jet::systemColumn(table, at::place, ColumnType::longInteger);
 
     std::vector<Relationship> found;
     table.forEachRow([&](jet::RowId, const jet::RowView& row) {
@@ -41,9 +36,9 @@ std::vector<Relationship> relationshipsOf(jet::Database& database)
             row.text(own, made.table);
             row.text(other, made.referencedTable);
             const auto marks = static_cast<std::uint32_t>(static_cast<std::int64_t>(row.number(bits).value_or(0)));
-            made.enforced = (marks & notEnforced) == 0;
-            made.cascadeUpdates = (marks & updatesCascade) != 0;
-            made.cascadeDeletes = (marks & deletesCascade) != 0;
+            made.enforced = (marks & jet::notEnforced) == 0;
+            made.cascadeUpdates = (marks & jet::updatesCascade) != 0;
+            made.cascadeDeletes = (marks & jet::deletesCascade) != 0;
             at = found.insert(found.end(), made);
         }
         const auto number = static_cast<std::size_t>(std::max(0.0, row.number(place).value_or(0)));

@@ -2,6 +2,7 @@
 
 #include "files/error.h"
 #include "files/language.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/values/names.h"
 
@@ -211,29 +212,29 @@ std::string Parts::text() const
 /// Calls `visit` with name and Id of every saved query.
 template <class Visit> void eachQuery(jet::Database& database, Visit&& visit)
 {
-    constexpr double queryType = 5;
-    const jet::Table& objects = database.table(u"MSysObjects");
-    const std::size_t id = jet::systemColumn(objects, u"Id", jet::ColumnType::longInteger);
-    const std::size_t name = jet::systemColumn(objects, u"Name", jet::ColumnType::text);
-    const std::size_t type = jet::systemColumn(objects, u"Type", jet::ColumnType::integer);
+    const jet::Table& objects = database.table(jet::msysObjects);
+    const std::size_t id = jet::systemColumn(objects, jet::object_columns::id, jet::ColumnType::longInteger);
+    const std::size_t name = jet::systemColumn(objects, jet::object_columns::name, jet::ColumnType::text);
+    const std::size_t type = jet::systemColumn(objects, jet::object_columns::type, jet::ColumnType::integer);
     objects.forEachRow([&](jet::RowId, const jet::RowView& row) {
         std::u16string text;
-        if (row.number(type) == queryType && row.text(name, text)) visit(text, row.number(id).value_or(0));
+        if (row.number(type) == jet::queryObject && row.text(name, text)) visit(text, row.number(id).value_or(0));
         return true;
     });
 }
 
 std::vector<Part> partsOf(jet::Database& database, double query)
 {
-    const jet::Table& table = database.table(u"MSysQueries");
+    const jet::Table& table = database.table(jet::msysQueries);
     using jet::ColumnType;
-    const std::size_t object = jet::systemColumn(table, u"ObjectId", ColumnType::longInteger);
-    const std::size_t attribute = jet::systemColumn(table, u"Attribute", ColumnType::byte);
-    const std::size_t flag = jet::systemColumn(table, u"Flag", ColumnType::integer);
-    const std::size_t expression = jet::systemColumn(table, u"Expression", ColumnType::memo);
-    const std::size_t name1 = jet::systemColumn(table, u"Name1", ColumnType::text);
-    const std::size_t name2 = jet::systemColumn(table, u"Name2", ColumnType::text);
-    const std::size_t place = jet::systemColumn(table, u"Order", ColumnType::binary);
+    namespace at = jet::query_columns;
+    const std::size_t object = jet::systemColumn(table, at::object, ColumnType::longInteger);
+    const std::size_t attribute = jet::systemColumn(table, at::attribute, ColumnType::byte);
+    const std::size_t flag = jet::systemColumn(table, at::flag, ColumnType::integer);
+    const std::size_t expression = jet::systemColumn(table, at::expression, ColumnType::memo);
+    const std::size_t name1 = jet::systemColumn(table, at::name1, ColumnType::text);
+    const std::size_t name2 = jet::systemColumn(table, at::name2, ColumnType::text);
+    const std::size_t place = jet::systemColumn(table, at::order, ColumnType::binary);
     std::vector<Part> parts;
     table.forEachRow([&](jet::RowId, const jet::RowView& row) {
         if (row.number(object) != query) return true;

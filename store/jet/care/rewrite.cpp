@@ -26,8 +26,8 @@ using Fields = std::vector<std::optional<Bytes>>;
 
 constexpr std::uint64_t rowsPerStep = 1000;
 /// The tables whose definitions stand where every file has them, in the order of their pages.
-constexpr std::array<std::u16string_view, header_layout::systemTables> fixedTables{
-    msysObjects, msysAces, u"MSysQueries", u"MSysRelationships"};
+constexpr std::array<std::u16string_view, header_layout::systemTables> fixedTables{msysObjects, msysAces, msysQueries,
+                                                                                   msysRelationships};
 
 [[noreturn]] void refuse(const Pager& pager, const std::string& why)
 {

@@ -26,8 +26,8 @@ constexpr ObjectRow systemObjectRows[]{
     {msysDb, databasesContainer, u"MSysDb", databaseObject},
     {pageOf(0), tablesContainer, msysObjects, localTable},
     {pageOf(1), tablesContainer, msysAces, localTable},
-    {pageOf(2), tablesContainer, u"MSysQueries", localTable},
-    {pageOf(3), tablesContainer, u"MSysRelationships", localTable},
+    {pageOf(2), tablesContainer, msysQueries, localTable},
+    {pageOf(3), tablesContainer, msysRelationships, localTable},
 };
 
 struct Right {

@@ -57,12 +57,13 @@ SystemTable accessRights()
 
 SystemTable queries()
 {
-    return {{number(u"ObjectId"), field(u"Attribute", ColumnType::byte), binary(u"Order"), text(u"Name1"),
-             text(u"Name2"), field(u"Expression", ColumnType::memo), field(u"Flag", ColumnType::integer),
-             number(u"LvExtra")},
-            {{.name = u"ObjectIdAttribute",
-              .columns = {{u"ObjectId", true}, {u"Attribute", true}, {u"Order", true}},
-              .primaryKey = true}}};
+    return {
+        {number(query_columns::object), field(query_columns::attribute, ColumnType::byte), binary(query_columns::order),
+         text(query_columns::name1), text(query_columns::name2), field(query_columns::expression, ColumnType::memo),
+         field(query_columns::flag, ColumnType::integer), number(query_columns::extra)},
+        {{.name = u"ObjectIdAttribute",
+          .columns = {{query_columns::object, true}, {query_columns::attribute, true}, {query_columns::order, true}},
+          .primaryKey = true}}};
 }
 
 SystemTable relationships()
@@ -70,9 +71,12 @@ SystemTable relationships()
     const auto index = [](const char16_t* column) {
         return NewIndex{.name = column, .columns = {{column, true}}, .ignoreNulls = true};
     };
-    return {{text(u"szRelationship"), number(u"grbit"), number(u"ccolumn"), number(u"icolumn"), text(u"szObject"),
-             text(u"szColumn"), text(u"szReferencedObject"), text(u"szReferencedColumn")},
-            {index(u"szRelationship"), index(u"szObject"), index(u"szReferencedObject")}};
+    return {
+        {text(relationship_columns::name), number(relationship_columns::bits), number(relationship_columns::count),
+         number(relationship_columns::place), text(relationship_columns::child),
+         text(relationship_columns::childColumn), text(relationship_columns::parent),
+         text(relationship_columns::parentColumn)},
+        {index(relationship_columns::name), index(relationship_columns::child), index(relationship_columns::parent)}};
 }
 
 /// The two maps of page 1: every page from `firstFree` on is free, within the file and behind it.

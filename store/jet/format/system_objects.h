@@ -10,6 +10,9 @@ namespace jet {
 /// The catalogue itself, and the table that says who may do what with an object.
 inline constexpr const char16_t* msysObjects = u"MSysObjects";
 inline constexpr const char16_t* msysAces = u"MSysACEs";
+/// Saved queries, a row for each part of one; and relationships, a row for each pair of columns.
+inline constexpr const char16_t* msysQueries = u"MSysQueries";
+inline constexpr const char16_t* msysRelationships = u"MSysRelationships";
 
 /// Columns of the catalogue that the engine reads and fills.
 namespace object_columns {
@@ -32,10 +35,40 @@ inline constexpr const char16_t* mask = u"ACM";
 inline constexpr const char16_t* inheritable = u"FInheritable";
 } // namespace right_columns
 
+/// Columns of the table of relationships.
+namespace relationship_columns {
+inline constexpr const char16_t* name = u"szRelationship";
+inline constexpr const char16_t* bits = u"grbit";
+inline constexpr const char16_t* count = u"ccolumn";
+inline constexpr const char16_t* place = u"icolumn";
+inline constexpr const char16_t* child = u"szObject";
+inline constexpr const char16_t* childColumn = u"szColumn";
+inline constexpr const char16_t* parent = u"szReferencedObject";
+inline constexpr const char16_t* parentColumn = u"szReferencedColumn";
+} // namespace relationship_columns
+
+/// Bits of a relationship.
+inline constexpr std::uint32_t notEnforced = 0x2;
+inline constexpr std::uint32_t updatesCascade = 0x100;
+inline constexpr std::uint32_t deletesCascade = 0x1000;
+
+/// Columns of the table of queries.
+namespace query_columns {
+inline constexpr const char16_t* object = u"ObjectId";
+inline constexpr const char16_t* attribute = u"Attribute";
+inline constexpr const char16_t* order = u"Order";
+inline constexpr const char16_t* name1 = u"Name1";
+inline constexpr const char16_t* name2 = u"Name2";
+inline constexpr const char16_t* expression = u"Expression";
+inline constexpr const char16_t* flag = u"Flag";
+inline constexpr const char16_t* extra = u"LvExtra";
+} // namespace query_columns
+
 /// Kinds of objects.
 inline constexpr std::int16_t localTable = 1;
 inline constexpr std::int16_t databaseObject = 2;
 inline constexpr std::int16_t containerObject = 3;
+inline constexpr std::int16_t queryObject = 5;
 
 /// Numbers of objects that others refer to.
 inline constexpr std::uint32_t rootContainer = 0x0F000000;
