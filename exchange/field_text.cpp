@@ -63,15 +63,20 @@ void putScaled(Output& out, std::int64_t number, int places)
     out.taken(putDigits(at, static_cast<std::int64_t>(magnitude % unit), places));
 }
 
-template <class Float> void putShortest(Output& out, Float number)
+/// Returns where the text ends.
+template <class Float> char* writeShortest(char* room, Float number)
 {
-    char* const room = out.room(longestNumber);
     const Float size = std::abs(number);
     // Plain digits where people would write them.
     const bool plain = size == 0 || (size >= Float(1e-5) && size < Float(1e15));
     const auto done = plain ? std::to_chars(room, room + longestNumber, number, std::chars_format::fixed)
                             : std::to_chars(room, room + longestNumber, number);
-    out.taken(done.ptr);
+    return done.ptr;
+}
+
+template <class Float> void putShortest(Output& out, Float number)
+{
+    out.taken(writeShortest(out.room(longestNumber), number));
 }
 
 void putHex(Output& out, std::span<const std::uint8_t> bytes)
@@ -435,6 +440,12 @@ void FieldWriter::put(const jet::Value& value)
         void operator()(const jet::Numeric& number) const { putNumeric(writer.out_, number); }
     };
     std::visit(Writer{*this}, value);
+}
+
+std::string numberText(double number)
+{
+    std::array<char, longestNumber> room;
+    return {room.data(), writeShortest(room.data(), number)};
 }
 
 jet::Value parseField(const CsvField& field, const jet::Column& column)

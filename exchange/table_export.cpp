@@ -8,7 +8,9 @@ void ExportLosses::add(const jet::Error& error)
 {
     // A disk that fails is no loss of the file's.
     if (error.fault() != jet::Fault::damaged && error.fault() != jet::Fault::unsupported) throw error;
-    if (places++ == 0) first = error.what();
+    if (places++ > 0) return;
+    first = error.what();
+    fault = error.fault();
 }
 
 void exportTable(const jet::Table& table, RowWriter& writer, ExportLosses& losses,

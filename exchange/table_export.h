@@ -10,8 +10,9 @@ namespace exchange {
 
 /// What of a table could not be written.
 struct ExportLosses {
-    std::uint64_t places = 0; ///< rows and fields
-    std::string first;        ///< what is wrong with the first of them
+    std::uint64_t places = 0;               ///< rows and fields
+    std::string first;                      ///< what is wrong with the first of them
+    jet::Fault fault = jet::Fault::damaged; ///< of the first of them
 
     void add(const jet::Error& error);
 };

@@ -75,18 +75,29 @@ bool isTurkishLetter(char16_t unit)
     return std::u16string_view(u"çğıöşüÇĞİÖŞÜâîûÂÎÛ").find(unit) != std::u16string_view::npos;
 }
 
-/// The one code page in which every byte beyond ASCII is a letter of Turkish.
+/// Letters of Turkish in 857 whose bytes no text in 1254 has: there they stand for nothing, or for letters and marks
+/// that people do not type. The others (80 94 96 99 A6 A7) are the euro, a quote, a dash, the trade mark, a broken bar
+/// and the section sign of 1254, which stand in texts of any language.
+bool isSure857(std::uint8_t byte)
+{
+    return std::string_view("\x81\x83\x87\x8C\x8D\x98\x9A\x9E\x9F").find(static_cast<char>(byte)) !=
+           std::string_view::npos;
+}
+
+/// The one code page in which every byte beyond ASCII is a letter of Turkish; nothing where a person must say it.
 std::optional<Encoding> turkishPage(std::string_view bytes)
 {
     bool all1254 = true;
     bool all857 = true;
+    bool sure857 = false;
     for (const char c : bytes) {
         const auto byte = static_cast<std::uint8_t>(c);
         if (byte < 0x80) continue;
         all1254 = all1254 && isTurkishLetter(of1254[byte - 0x80U]);
         all857 = all857 && isTurkishLetter(of857[byte - 0x80U]);
+        sure857 = sure857 || isSure857(byte);
     }
-    if (all1254 == all857) return std::nullopt;
+    if (all1254 == all857 || (all857 && !sure857)) return std::nullopt;
     return all1254 ? Encoding::windows1254 : Encoding::dos857;
 }
 

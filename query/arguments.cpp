@@ -1,5 +1,6 @@
 #include "query/arguments.h"
 
+#include "exchange/field_text.h"
 #include "files/error.h"
 #include "files/language.h"
 #include "query/moments.h"
@@ -67,11 +68,8 @@ void Arguments::failBeyondCalendar() const
 
 std::u16string Arguments::units(int at) const
 {
-    if (sqlite3_value_type(values_[at]) == SQLITE_FLOAT) {
-        char text[40];
-        const auto end = std::to_chars(text, text + sizeof text, sqlite3_value_double(values_[at])).ptr;
-        return jet::fromUtf8({text, static_cast<std::size_t>(end - text)});
-    }
+    if (sqlite3_value_type(values_[at]) == SQLITE_FLOAT)
+        return jet::fromUtf8(exchange::numberText(sqlite3_value_double(values_[at])));
     return jet::fromUtf8(bytes(at));
 }
 

@@ -30,7 +30,7 @@ public:
     std::int64_t whole(int at) const { return sqlite3_value_int64(values_[at]); }
     /// A moment in days, or a number of them. Throws as number(), and for what lies outside of the years 100 to 9999.
     double days(int at) const;
-    /// Also of a number: with a decimal point, as short as it can be.
+    /// Also of a number, as exchange::numberText() writes it.
     std::u16string units(int at) const;
 
     void giveNumber(double number) { sqlite3_result_double(context_, number); }

@@ -33,8 +33,7 @@ bool areWhole(const Arguments& values) { return values.isWhole(0) && values.isWh
 void add(Arguments& values)
 {
     if (values.isMoment(0) || values.isMoment(1)) return values.giveMoment({values.days(0) + values.days(1)});
-    if (values.isText(0) && values.isText(1) && !(values.isNumeric(0) && values.isNumeric(1)))
-        return values.giveText(values.units(0) + values.units(1));
+    if (values.isText(0) && values.isText(1)) return values.giveText(values.units(0) + values.units(1));
     std::int64_t sum = 0;
     if (areWhole(values) && !__builtin_add_overflow(values.whole(0), values.whole(1), &sum))
         return values.giveWhole(sum);

@@ -160,7 +160,9 @@ jet::Value valueFor(sqlite3_value* given, const jet::Column& column)
         return jet::Bytes(bytes, bytes + sqlite3_value_bytes(given));
     }
     const bool number = type == SQLITE_INTEGER || type == SQLITE_FLOAT;
-    if (column.type == ColumnType::text || column.type == ColumnType::memo) return jet::fromUtf8(textOf(given));
+    if (column.type == ColumnType::text || column.type == ColumnType::memo)
+        return jet::fromUtf8(type == SQLITE_FLOAT ? exchange::numberText(sqlite3_value_double(given))
+                                                  : std::string(textOf(given)));
     if (column.type == ColumnType::dateTime && !number)
         if (const auto moment = momentOf(textOf(given))) return *moment;
     if (number && column.type == ColumnType::boolean) return sqlite3_value_double(given) != 0;

@@ -70,10 +70,10 @@ void writeRows(files::Disk& disk, Format format, const std::optional<std::filesy
 int toldLosses(const exchange::ExportLosses& losses)
 {
     if (losses.places > 0)
-        throw files::Error(files::Fault::damaged, std::to_string(losses.places) +
-                                                      said(" yer yazılamadı, geri kalanı yazıldı. İlki: ",
-                                                           " places could not be written, the rest is. The first: ") +
-                                                      losses.first);
+        throw files::Error(losses.fault, std::to_string(losses.places) +
+                                             said(" yer yazılamadı, geri kalanı yazıldı. İlki: ",
+                                                  " places could not be written, the rest is. The first: ") +
+                                             losses.first);
     return 0;
 }
 

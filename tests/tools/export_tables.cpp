@@ -111,6 +111,9 @@ TEST_F(ExportTables, aValueTooLongForACellIsToldAndTheRestWritten)
     const Outcome outcome = run({"export", file, "Her/Tür", "--out", path("tablo.xlsx")});
     ASSERT_EQ(outcome.code, 1);
     ASSERT_THAT(outcome.err, HasSubstr("4. satırın \"Not\" alanı"));
+    const Outcome english = run({"export", file, "Her/Tür", "--out", path("table.xlsx"), "--lang", "en"});
+    ASSERT_EQ(english.code, 1);
+    ASSERT_THAT(english.err, testing::AllOf(HasSubstr("too long for a cell"), testing::Not(HasSubstr("damaged"))));
     const std::vector<std::string> written = cells(path("tablo.xlsx"));
     ASSERT_THAT(written, testing::Contains("A6 inlineStr=en son"));
     ASSERT_THAT(written, testing::Not(testing::Contains(testing::StartsWith("H5"))));
