@@ -1,6 +1,7 @@
 #include "sheets/workbook.h"
 
 #include "files/error.h"
+#include "files/language.h"
 
 namespace sheets {
 
@@ -10,7 +11,9 @@ bool available() { return false; }
 
 Workbook::Workbook(const std::filesystem::path&)
 {
-    throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş).");
+    throw files::Error(files::Fault::unsupported,
+                       files::said("Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş).",
+                                   "This installation cannot write .xlsx (it was built without libxlsxwriter)."));
 }
 
 Workbook::~Workbook() = default;

@@ -1,12 +1,16 @@
 #include "sheets/workbook.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "files/quoted_path.h"
+#include "sheets/zip_directory.h"
 
 #include <xlsxwriter.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 
 namespace sheets {
 
@@ -53,6 +57,8 @@ std::string allowedName(std::string_view name)
 struct Workbook::State {
     lxw_worksheet* newSheet();
     void beginPart();
+    [[noreturn]] void failWriting(const char* why) const;
+    std::vector<std::uint64_t> writtenRows() const;
     /// The sheet for the row at hand.
     lxw_worksheet* at()
     {
@@ -62,6 +68,7 @@ struct Workbook::State {
 
     std::filesystem::path path;
     std::string utf8Path;
+    std::string utf8Folder;
     lxw_workbook* book = nullptr;
     lxw_format* bold = nullptr;
     lxw_format* money = nullptr;
@@ -85,6 +92,11 @@ Workbook::Workbook(const std::filesystem::path& path) : state_(std::make_unique<
     s.utf8Path.assign(text.begin(), text.end());
     lxw_workbook_options options{};
     options.constant_memory = LXW_TRUE;
+    // Beside the workbook, where its room is wanted anyway; the folder for temporary files is often a small one.
+    const std::filesystem::path folder = path.parent_path();
+    const std::u8string folderText = folder.empty() ? u8"." : folder.u8string();
+    s.utf8Folder.assign(folderText.begin(), folderText.end());
+    options.tmpdir = s.utf8Folder.data();
     s.book = workbook_new_opt(s.utf8Path.c_str(), &options);
     const auto format = [&](const char* pattern) {
         lxw_format* const made = workbook_add_format(s.book);
@@ -113,7 +125,10 @@ lxw_worksheet* Workbook::State::newSheet()
         const std::string full = beginning(name, longestName - number.size()) + number;
         if (workbook_validate_sheet_name(book, full.c_str()) == LXW_NO_ERROR)
             return workbook_add_worksheet(book, full.c_str());
-        if (part > 10'000) throw files::Error(files::Fault::unsupported, "'" + name + "' adıyla bir sayfa açılamadı.");
+        if (part > 10'000)
+            throw files::Error(
+                files::Fault::unsupported,
+                "'" + name + files::said("' adıyla bir sayfa açılamadı.", "': no sheet of that name could be made."));
     }
 }
 
@@ -183,14 +198,48 @@ void Workbook::nextRow()
     ++state_->row;
 }
 
+void Workbook::State::failWriting(const char* why) const
+{
+    throw files::Error(files::Fault::disk,
+                       files::quotedPath(path) + files::said(" yazılamadı (", " could not be written (") + why +
+                           files::said("). Diskte yer olduğuna bakın.", "). Look whether the disk has room."));
+}
+
+/// Bytes that the sheets' rows take, in the sheets' order. The library does not look whether it could write them.
+std::vector<std::uint64_t> Workbook::State::writtenRows() const
+{
+    const char* const full = "No space left on device";
+    std::vector<std::uint64_t> sizes;
+    lxw_worksheet* each = nullptr;
+    STAILQ_FOREACH(each, book->worksheets, list_pointers)
+    {
+        lxw_worksheet_write_single_row(each);
+        std::FILE* const rows = each->optimize_tmpfile;
+        if (rows == nullptr || std::fflush(rows) != 0 || std::ferror(rows) != 0) failWriting(full);
+        const long size = std::ftell(rows);
+        if (size < 0) failWriting(full);
+        sizes.push_back(static_cast<std::uint64_t>(size));
+    }
+    return sizes;
+}
+
 void Workbook::close()
 {
+    // What stands around the rows in every sheet.
+    constexpr std::string_view frame = "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">"
+                                       "<sheetData></sheetData></worksheet>";
+    const std::vector<std::uint64_t> sizes = state_->writtenRows();
     lxw_workbook* const book = state_->book;
     state_->book = nullptr;
     const lxw_error error = workbook_close(book);
-    if (error != LXW_NO_ERROR)
-        throw files::Error(files::Fault::disk, files::quotedPath(state_->path) + " yazılamadı (" + lxw_strerror(error) +
-                                                   "). Diskte yer olduğuna bakın.");
+    if (error != LXW_NO_ERROR) state_->failWriting(lxw_strerror(error));
+    // The rows were copied once more on their way into the workbook, again without a look.
+    const auto held = zipDirectory(state_->path);
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+        const auto found = held.find("xl/worksheets/sheet" + std::to_string(i + 1) + ".xml");
+        if (found == held.end() || found->second < sizes[i] + frame.size())
+            state_->failWriting(files::said("sayfa eksik kaldı", "a sheet is not whole"));
+    }
 }
 
 } // namespace sheets

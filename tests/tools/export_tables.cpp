@@ -120,6 +120,25 @@ TEST_F(ExportTables, aValueTooLongForACellIsToldAndTheRestWritten)
     ASSERT_THAT(written, testing::Contains(testing::StartsWith("H6 inlineStr=şş")));
 }
 
+TEST_F(ExportTables, aWorkbookWhoseRowsFindNoRoomIsNotMade)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = created();
+    std::string rows = "CariHar\n";
+    for (int i = 0; i < 3000; ++i) rows += "Ali Veli " + std::to_string(i % 10) + "\n";
+    ASSERT_EQ(run({"import", file, "Hareket", "-"}, rows).code, 0);
+    // No file may be larger than 64 KiB: the workbook is smaller, its rows before they are packed are not.
+    const Outcome outcome = ::run({.program = "bash",
+                                   .arguments = {"-c", "ulimit -f 64; trap '' XFSZ; exec \"$@\"", "bash", PRESVA_MDB,
+                                                 "export", file, "Hareket", "--out", path("tablo.xlsx")},
+                                   .environment = {{"LC_ALL", "C"}}});
+    ASSERT_EQ(outcome.code, 1);
+    ASSERT_THAT(outcome.err, HasSubstr("yazılamadı"));
+    ASSERT_EQ(countOf("\n", outcome.err), 1);
+    // Neither the workbook nor what it was made from stays behind.
+    for (const auto& left : std::filesystem::directory_iterator(folder())) ASSERT_EQ(left.path(), file);
+}
+
 struct WholeDatabaseRow {
     Arguments format;
     std::vector<std::string> files;
