@@ -64,6 +64,12 @@ void CsvReader::readField(CsvField& field)
     field.quoted = at_ < text_.size() && text_[at_] == '"';
     if (!field.quoted) {
         const std::size_t end = std::min(text_.find_first_of(fieldEnds_, at_), text_.size());
+        const std::size_t letter = text_.find_first_not_of(' ', at_);
+        if (letter > at_ && letter < end && text_[letter] == '"')
+            throw files::Error(files::Fault::syntax,
+                               files::said("CSV'nin ", "Line ") + std::to_string(line_) +
+                                   files::said(". satırında bir tırnağın önünde boşluk var; dosyayı düzeltin.",
+                                               " of the CSV has a blank before a quote; correct the file."));
         field.text.assign(text_.substr(at_, end - at_));
         at_ = end;
         return;

@@ -462,7 +462,14 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
     case ColumnType::longInteger:
         return parseNumber<std::int32_t>(text, noWholeNumber());
     case ColumnType::currency: {
-        const auto money = jet::decimal::toCurrency(parseDecimal(text));
+        constexpr std::size_t decimals = 4;
+        const std::size_t point = std::min(text.find('.'), text.size() - 1);
+        const std::size_t last = text.find_last_not_of('0');
+        const jet::Numeric number = parseDecimal(text);
+        if (last != std::string_view::npos && last > point + decimals)
+            refuse(text, files::said("bu alana sığmıyor (en çok dört ondalık)",
+                                     "does not fit the field (at most four decimals)"));
+        const auto money = jet::decimal::toCurrency(number);
         if (!money) refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
         return *money;
     }

@@ -85,6 +85,7 @@ struct WrittenDate {
     int first = 0, second = 0, year = 0; ///< day and month as they come
     bool yearFirst = false;
     bool certain = false; ///< the day stands first, whatever the style
+    bool points = false;  ///< certain for its points alone: somebody may say otherwise
     bool machine = false;
     std::string_view time; ///< what stands behind the date
 };
@@ -178,7 +179,7 @@ std::optional<WrittenDate> readDate(std::string_view text)
         date.first = *first;
         date.second = *second;
         date.year = *third;
-        date.certain = mark == '.';
+        date.certain = date.points = mark == '.';
     } else {
         return std::nullopt; // a year of two digits is of any century
     }
@@ -235,7 +236,7 @@ jet::Value writtenDate(const CsvField& field, const jet::Column& column, const W
         refuse(text, files::said("bir saat değil", "is no time"));
     }
     const auto time = readTime(date->time);
-    const bool dayFirst = date->certain || style.dayFirst;
+    const bool dayFirst = style.dayFirst || (date->certain && !(date->points && style.saidOrder));
     const int day = dayFirst ? date->first : date->second;
     const int month = dayFirst ? date->second : date->first;
     const auto moment =
@@ -344,6 +345,7 @@ WrittenStyle StyleFinder::style(std::optional<char> decimalMark, std::optional<b
                  files::said("--decimal point ya da --decimal comma", "--decimal point or --decimal comma"));
         style.decimalMark = point.value_or(true) ? '.' : ',';
     }
+    style.saidOrder = dayFirst.has_value();
     style.dayFirst =
         dayFirst
             ? *dayFirst

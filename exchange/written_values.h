@@ -17,7 +17,9 @@ namespace exchange {
 /// How the numbers and dates of a file are written.
 struct WrittenStyle {
     char decimalMark = '.'; ///< or ','; the other one may part the thousands
-    bool dayFirst = true;   ///< of dates with slashes or dashes and the year behind; with points the day always is
+    bool dayFirst = true;   ///< of dates with slashes or dashes and the year behind
+    bool saidOrder =
+        false; ///< somebody has said it: then it holds for points too, with which the day is first otherwise
 };
 
 /// What a text tells of the style, if it is a number or a date at all.

@@ -133,6 +133,7 @@ RowTable<CsvRecordsRow> csvRecords()
     table.push_back({"line inside", {"\"a\r\nb\",c\n"s, Records{{"a\r\nb", "c"}}}});
     table.push_back({"quote inside", {"\"a\"\"b\",\"\"\"\"\n"s, Records{{"a\"b", "\""}}}});
     table.push_back({"quote later on", {"a\"b,c\n"s, Records{{"a\"b", "c"}}}});
+    table.push_back({"quote behind blanks and letters", {"a, b \"c\"\n"s, Records{{"a", " b \"c\""}}}});
     table.push_back({"quoted end", {"a,\"b\""s, Records{{"a", "b"}}}});
     return table;
 }
@@ -165,7 +166,7 @@ TEST(Csv, anEmptyLineIsARecordWhereItIsCounted)
 
 TEST(Csv, misplacedQuotesAreNamedWithTheirLine)
 {
-    for (const char* text : {"a\nb\n\"c", "a\nb\n\"c\"d,e\n"}) {
+    for (const char* text : {"a\nb\n\"c", "a\nb\n\"c\"d,e\n", "a,b\n1,2\n\"A\", \"Ali, Veli\"\n", "a\nb\n  \"c\"\n"}) {
         try {
             recordsOf(text);
             FAIL() << "was read";
@@ -316,7 +317,9 @@ RowTable<CsvValuesRow> csvValues()
     row("zero", ColumnType::boolean, "0", false);
     row("byte", ColumnType::byte, "255", std::uint8_t{255});
     row("plus", ColumnType::longInteger, "+7", std::int32_t{7});
-    row("money", ColumnType::currency, "12.34567", jet::Currency{123457});
+    row("money", ColumnType::currency, "12.3457", jet::Currency{123457});
+    row("money with zeros behind", ColumnType::currency, "-12.34570000", jet::Currency{-123457});
+    row("whole money with zeros", ColumnType::currency, "1200000", jet::Currency{12'000'000'000});
     row("double", ColumnType::doubleFloat, "1e3", 1000.0);
     row("numeric", ColumnType::numeric, "-1.50", jet::Numeric{true, {0, 0, 0, 150}, 2});
     row("day", ColumnType::dateTime, "2025-11-20", jet::DateTime{45981});
@@ -364,6 +367,7 @@ RowTable<CsvRefusalRow> csvRefusal()
     row("trailing text", ColumnType::doubleFloat, "1.5kg");
     row("blank", ColumnType::doubleFloat, " ");
     row("two points", ColumnType::currency, "1.2.3");
+    row("money with five decimals", ColumnType::currency, "12.34567");
     row("too much money", ColumnType::currency, "1000000000000000");
     row("point alone", ColumnType::numeric, ".");
     row("numeric too large", ColumnType::numeric, "999999999999999999999999999999999999999999");

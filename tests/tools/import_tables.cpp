@@ -115,6 +115,10 @@ RowTable<WrittenRow> importWritten()
         {"said: comma", {"Zeytin\n1.234\n", ",1234,,,,,\r\n", {"--decimal", "comma"}}},
         {"said: day first", {"Tarih\n03/04/2025\n", "2025-04-03T00:00:00,,,,,,\r\n", {"--dates", "dmy"}}},
         {"said: month first", {"Tarih\n03-04-2025\n", "2025-03-04T00:00:00,,,,,,\r\n", {"--dates", "mdy"}}},
+        {"said: month first, with points",
+         {"Tarih\n03.04.2025\n2025.04.03\n3 Nisan 2025\n",
+          "2025-03-04T00:00:00,,,,,,\r\n2025-04-03T00:00:00,,,,,,\r\n2025-04-03T00:00:00,,,,,,\r\n",
+          {"--dates", "mdy"}}},
         {"said: delimiter", {"CariHar;Nakit\nAli, Veli;1\n", ",,,,,1,\"Ali, Veli\"\r\n", {"--delimiter", ";"}}},
         {"exponents and signs", {"Zeytin,Yuzde\n1e+300,-0.5\n+7,1E-3\n", ",1e+300,,-0.5,,,\r\n,7,,0.001,,,\r\n"}},
     };
