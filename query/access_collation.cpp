@@ -72,6 +72,11 @@ int compareByCollation(void* object, int leftSize, const void* left, int rightSi
 
 } // namespace
 
+int compareTexts(std::string_view first, std::string_view second, jet::Collation collation)
+{
+    return Comparison(collation)(first, second);
+}
+
 int addCollation(sqlite3* database, jet::Collation collation)
 {
     auto comparison = std::make_unique<Comparison>(collation);

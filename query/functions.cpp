@@ -211,15 +211,14 @@ void replace(Arguments& values)
     values.giveText(result + text.substr(at));
 }
 
-/// 0: letter by letter; otherwise letter case does not count.
-void compareTexts(Arguments& values)
+/// 0: letter by letter; otherwise as the file orders its texts, like < and =.
+void compare(Arguments& values)
 {
+    const std::u16string first = values.units(0), second = values.units(1);
     const bool exact = values.count() > 2 && values.number(2) == 0;
-    const auto key = [&](int argument) {
-        const std::u16string text = values.units(argument);
-        return exact ? text : jet::foldTurkish(text);
-    };
-    const int order = key(0).compare(key(1));
+    const int order = exact ? first.compare(second)
+                            : compareTexts(jet::toUtf8(first), jet::toUtf8(second),
+                                           *static_cast<const jet::Collation*>(values.setting()));
     values.giveWhole(order < 0 ? -1 : order > 0 ? 1 : 0);
 }
 
@@ -232,12 +231,17 @@ void leadingNumber(Arguments& values)
 
 void toText(Arguments& values) { values.giveText(values.units(0)); }
 
-/// Null counts as an empty text, unless both are.
+/// Null counts as an empty text, unless all are.
 void concatenate(Arguments& values)
 {
-    if (values.isNull(0) && values.isNull(1)) return;
-    values.giveText((values.isNull(0) ? std::u16string() : values.units(0)) +
-                    (values.isNull(1) ? std::u16string() : values.units(1)));
+    bool any = false;
+    std::u16string text;
+    for (int i = 0; i < values.count(); ++i) {
+        if (values.isNull(i)) continue;
+        any = true;
+        text += values.units(i);
+    }
+    if (any) values.giveText(text);
 }
 
 // ---- dates ----
@@ -535,7 +539,7 @@ void addFunctions(sqlite3* database, jet::Collation collation, bool english)
         {"acc_rtrim", call<trimBack>},
         {"acc_instr", call<position>},
         {"acc_replace", call<replace>},
-        {"acc_strcomp", call<compareTexts>},
+        {"acc_strcomp", call<compare>},
         {"acc_val", call<leadingNumber>},
         {"acc_cstr", call<toText>},
         {"acc_format", call<formatted>},
@@ -560,11 +564,17 @@ void addFunctions(sqlite3* database, jet::Collation collation, bool english)
     };
     constexpr int anyCount = -1;
     void* const setting = english ? database : nullptr; // any address will do
+    static constexpr jet::Collation ofUnknownWeights{};
+    const jet::Collation& order = collation == jet::general   ? jet::general
+                                  : collation == jet::turkish ? jet::turkish
+                                                              : ofUnknownWeights;
     for (const auto& [name, callback] : functions) {
         // Also what asks for the time: one query sees one moment.
         const int count = std::string_view(name) == "like" ? 2 : anyCount;
-        must(sqlite3_create_function_v2(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC, setting, callback,
-                                        nullptr, nullptr, nullptr));
+        const bool compares = std::string_view(name) == "acc_strcomp";
+        must(sqlite3_create_function_v2(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                                        compares ? const_cast<jet::Collation*>(&order) : setting, callback, nullptr,
+                                        nullptr, nullptr));
     }
     must(addAggregates(database));
     must(addCollation(database, collation));

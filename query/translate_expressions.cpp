@@ -9,32 +9,36 @@
 /// Expressions, from the loosest operator to the tightest.
 namespace query {
 
-Expr Translator::disjunction(Scope& scope)
+Expr Translator::exclusion(Scope& scope)
 {
-    Expr left = conjunction(scope);
-    while (word().is("or") || word().is("xor")) {
-        const bool exclusive = word().is("xor");
-        ++at_;
-        const Expr right = conjunction(scope);
-        Expr both = exclusive
-                        ? made("((NOT " + left.sql + ") <> (NOT " + right.sql + "))", Type::number, {&left, &right})
-                        : made("(" + left.sql + " OR " + right.sql + ")", Type::number, {&left, &right});
-        both.condition = true;
-        left = std::move(both);
-    }
-    return left;
-}
-
-Expr Translator::conjunction(Scope& scope)
-{
-    Expr left = negation(scope);
-    while (take("and")) {
-        const Expr right = negation(scope);
-        left = made("(" + left.sql + " AND " + right.sql + ")", Type::number, {&left, &right});
+    Expr left = disjunction(scope);
+    while (take("xor")) {
+        const Expr right = disjunction(scope);
+        left = made("((NOT " + left.sql + ") <> (NOT " + right.sql + "))", Type::number, {&left, &right});
         left.condition = true;
     }
     return left;
 }
+
+/// Conditions tied by one word, in one pair of brackets: how deep brackets lie in one another is limited.
+Expr Translator::tied(Scope& scope, Expr (Translator::*part)(Scope&), std::string_view keyword)
+{
+    Expr all = (this->*part)(scope);
+    if (!word().is(keyword)) return all;
+    std::string list = "(" + all.sql;
+    while (take(keyword)) {
+        const Expr right = (this->*part)(scope);
+        list += (keyword == "or" ? " OR " : " AND ") + right.sql;
+        all = made({}, Type::number, {&all, &right});
+    }
+    all.sql = list + ")";
+    all.condition = true;
+    return all;
+}
+
+Expr Translator::disjunction(Scope& scope) { return tied(scope, &Translator::conjunction, "or"); }
+
+Expr Translator::conjunction(Scope& scope) { return tied(scope, &Translator::negation, "and"); }
 
 Expr Translator::negation(Scope& scope)
 {
@@ -120,6 +124,11 @@ Expr Translator::comparison(Scope& scope)
                 const Selected inner = query(&scope);
                 if (inner.columns.size() != 1)
                     fail(files::said("In içindeki sorgu tek sütunlu olmalı", "the query in In must have one column"));
+                Expr item{.sql = "NULL", .type = inner.columns[0].type};
+                if (left.type == Type::date && isNumber(item.type))
+                    fail(files::said("tarih, sayı veren bir sorguda aranamaz",
+                                     "a date cannot be looked for in a query for numbers"));
+                checkComparable(left, item, at);
                 left = made("(" + collated(left) + " " + no + "IN (" + inner.sql + "))", Type::number, {&left});
             } else {
                 std::string list;
@@ -143,10 +152,17 @@ Expr Translator::comparison(Scope& scope)
 
 Expr Translator::concatenation(Scope& scope)
 {
+    // A function of SQLite's takes 127 values at most.
+    constexpr int mostParts = 100;
     Expr left = sum(scope);
-    while (takeMark("&")) {
-        const Expr right = sum(scope);
-        left = made("acc_concat(" + valueOf(left) + ", " + valueOf(right) + ")", Type::text, {&left, &right});
+    while (word().isMark("&")) {
+        std::string list = "acc_concat(" + valueOf(left);
+        for (int parts = 1; parts < mostParts && takeMark("&"); ++parts) {
+            const Expr right = sum(scope);
+            list += ", " + valueOf(right);
+            left = made({}, Type::text, {&left, &right});
+        }
+        left.sql = list + ")";
     }
     return left;
 }

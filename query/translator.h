@@ -80,7 +80,9 @@ private:
     void checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const;
 
     // ---- expressions, from the loosest to the tightest ----
-    Expr expression(Scope& scope) { return disjunction(scope); }
+    Expr expression(Scope& scope) { return exclusion(scope); }
+    Expr exclusion(Scope& scope);
+    Expr tied(Scope& scope, Expr (Translator::*part)(Scope&), std::string_view keyword);
     Expr disjunction(Scope& scope);
     Expr conjunction(Scope& scope);
     Expr negation(Scope& scope);

@@ -43,6 +43,13 @@ struct QuestionRow {
 };
 class SqlQuestions : public TableTest<QuestionRow>, protected SqlMill {};
 
+std::string times(int count, const std::string& text)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}
+
 RowTable<QuestionRow> sqlQuestions()
 {
     return {
@@ -136,6 +143,18 @@ RowTable<QuestionRow> sqlQuestions()
           "a,b,c,d|100000 kg,1000000,0.1,1e+20"}},
         {"plus between texts and numbers",
          {"Select '1'+'2' As a, '1'+2 As b, 'a'+'b' As c From Cari Where Nakit=20", "a,b,c|12,3,ab"}},
+        {"many conditions",
+         {"Select Unvan From Cari Where Nakit = 20" + times(300, " Or Nakit = 1") + times(300, " And Nakit = 20"),
+          "Unvan|Veli"}},
+        {"many texts tied together",
+         {"Select Nakit" + times(300, " & 'x'") + " & Null As T From Cari Where Nakit = 20", "T|20" + times(300, "x")}},
+        {"nothing tied to nothing", {"Select Null & Null & Null As T From Cari Where Nakit = 20", "T|"}},
+        {"Or binds tighter than Xor",
+         {"Select Unvan From Cari Where Nakit = 20 Xor Nakit = 20 Or Nakit = 10.5", "Unvan|Ali Çelik"}},
+        {"StrComp goes by the alphabet, as < does",
+         {"Select StrComp('ç','d',1) As a, 'ç'<'d' As b, StrComp('VELİ','veli') As c, StrComp('VELİ','veli',0) As d, "
+          "StrComp('ı','i',1) As e From Cari Where Nakit=20",
+          "a,b,c,d,e|-1,-1,0,-1,-1"}},
         {"parts of texts",
          {"Select Left(Unvan,3) As S, Right(Unvan,2) As D, Mid(Unvan,2,2) As O, Len(Unvan) As U, "
           "UCase('iIıi') As B, LCase('IİŞ') As K, InStr(Unvan,'ÇE') As Y From Cari Where Nakit=10.5",
@@ -198,6 +217,13 @@ RowTable<RefusedRow> sqlRefusals()
         {"field of two tables", {"Select Unvan From Cari, Cari As b", "birden çok tabloda"}},
         {"unknown function", {"Select Sin(Nakit) From Cari", "'Sin' diye bir işlev yok"}},
         {"number and text", {"Select * From Cari Where Nakit = '20'", "sayı bir metinle"}},
+        {"number in texts of a query",
+         {"Select * From Cari Where Nakit In (Select CariHar From Hareket)", "sayı bir metinle"}},
+        {"text in numbers of a query",
+         {"Select * From Cari Where Unvan Not In (Select 1 From Hareket)", "sayı bir metinle"}},
+        {"date in numbers of a query",
+         {"Select * From Hareket Where Tarih In (Select Nakit From Cari)", "tarih, sayı"}},
+        {"date in texts of a query", {"Select * From Hareket Where Tarih In (Select Unvan From Cari)", "#11/20/2025#"}},
         {"date and text", {"Select * From Hareket Where Tarih = '20.11.2025'", "#11/20/2025#"}},
         {"no date", {"Select * From Hareket Where Tarih = #20.11.2025#", "bir tarih değil"}},
         {"open quote", {"Select 'a From Cari", "tırnak kapanmıyor"}},
