@@ -1,6 +1,7 @@
 #include "exchange/output.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "platform/console.h"
 
 #include <algorithm>
@@ -20,8 +21,11 @@ void writeToDescriptor(int descriptor, std::string_view text)
         const long long count = platform::writeSome(descriptor, text.data(), text.size());
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0)
-            throw files::Error(files::Fault::disk, "Çıktı yazılamadı (" + std::generic_category().message(errno) +
-                                                       "); çıktının gittiği yeri denetleyin.");
+            throw files::Error(
+                files::Fault::disk,
+                files::said("Çıktı yazılamadı (", "The output could not be written (") +
+                    std::generic_category().message(errno) +
+                    files::said("); çıktının gittiği yeri denetleyin.", "); look where the output goes."));
         text.remove_prefix(static_cast<std::size_t>(count));
     }
 }

@@ -57,8 +57,10 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
     disk.makeFolder(folder);
     for (const std::string& name : names)
         if (disk.exists(folder / pathOf(name)))
-            throw files::Error(files::Fault::exists, files::quotedPath(folder / pathOf(name)) +
-                                                         " zaten var; başka bir klasör verin. Hiçbir şey yazılmadı.");
+            throw files::Error(files::Fault::exists,
+                               files::quotedPath(folder / pathOf(name)) +
+                                   said(" zaten var; başka bir klasör verin. Hiçbir şey yazılmadı.",
+                                        " is there already; give another folder. Nothing was written."));
     for (std::size_t i = 0; i < tables.size(); ++i)
         writeRows(disk, format, folder / pathOf(names[i]), losses,
                   [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });

@@ -34,8 +34,11 @@ Format formatOf(const Parsed& parsed, bool toFolder)
         misused(said("xlsx standart çıktıya yazılamaz; --out ÇIKTI.xlsx ile bir dosya adı verin.",
                      "xlsx cannot go to standard output; give a file's name with --out OUT.xlsx."));
     if (!sheets::available())
-        throw files::Error(files::Fault::unsupported, "Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş); CSV "
-                                                      "olarak aktarın, hesap tablosu programı onu açar.");
+        throw files::Error(files::Fault::unsupported,
+                           said("Bu kurulum .xlsx yazamaz (libxlsxwriter olmadan derlenmiş); CSV olarak aktarın, hesap "
+                                "tablosu programı onu açar.",
+                                "This installation cannot write .xlsx (it was built without libxlsxwriter); export "
+                                "CSV, which spreadsheets open."));
     return wanted;
 }
 
