@@ -282,6 +282,9 @@ public:
         if (status != HTTP_STATUS_CONTINUE) throw PrintError(lastError("send document"));
     }
 
+    bool drawsPages() const override { return false; }
+    void draw(const Drawing&) override { throw PrintError("this print system takes documents"); }
+
     void finishDocument() override
     {
         // Not cupsFinishDocument: when no answer comes it gives the state of an earlier step, which may be a good one.

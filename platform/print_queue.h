@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/drawing.h"
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -60,6 +61,8 @@ struct JobTicket {
     std::string queue;
     std::string title;
     std::string media; ///< the queue's word for a sheet, or Custom.WIDTHxHEIGHT in points
+    int width = 0;     ///< of the pages, hundredths of a millimetre, as the next
+    int length = 0;
 };
 
 /// What the print system says of a job's document, of whatever process and whether printed yet or not.
@@ -70,8 +73,8 @@ enum class DocumentState {
     noAnswer,
 };
 
-/// The system's print queues, one job at a time: createJob, startDocument, write (often), finishDocument. Every step
-/// returns only after the print system has agreed to it and throws PrintError otherwise. No step waits for ever: a
+/// The system's print queues, one job at a time: createJob, startDocument, write (often) or draw, finishDocument. Every
+/// step returns only after the print system has agreed to it and throws PrintError otherwise. No step waits for ever: a
 /// print system that stops answering is given up after seconds. A job that is created and not finished prints nothing
 /// but stays listed: cancel it.
 class PrintQueue {
@@ -82,9 +85,12 @@ public:
     virtual QueueState state() noexcept = 0;
 
     virtual int createJob(const JobTicket& ticket) = 0; ///< its number, above 0
-    virtual void startDocument() = 0;                   ///< of the job created last, as a PDF
+    virtual void startDocument() = 0;                   ///< of the job created last
+    /// Whether a document is drawn, by the printer's own driver; otherwise it is written, as a PDF.
+    virtual bool drawsPages() const = 0;
     virtual void write(std::span<const std::byte> bytes) = 0;
-    virtual void finishDocument() = 0; ///< from here on the job belongs to the print system
+    virtual void draw(const Drawing& drawing) = 0; ///< all pages
+    virtual void finishDocument() = 0;             ///< from here on the job belongs to the print system
     virtual void cancelJob(int job) noexcept = 0;
     virtual DocumentState documentState(int job) noexcept = 0;
 };

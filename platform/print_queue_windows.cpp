@@ -1,13 +1,16 @@
 #include "platform/print_queue.h"
 
 #include <algorithm>
+#include <cmath>
+#include <map>
+#include <string_view>
 #include <utility>
 #include <vector>
 #include <windows.h>
 #include <winspool.h>
 
-// The spooler takes the PDF as it is: the printer, or the port monitor in front of it, has to understand PDF. The sheet
-// is then the one that the PDF itself names.
+// A job is drawn by the printer's own driver, on the paper that the driver has for it: any length where the driver
+// takes one, else the nearest of its forms.
 
 namespace platform {
 
@@ -51,6 +54,12 @@ struct DeleteContext {
 };
 using Context = std::unique_ptr<HDC__, DeleteContext>;
 
+struct DeleteObject {
+    using pointer = HGDIOBJ;
+    void operator()(HGDIOBJ object) const { ::DeleteObject(object); }
+};
+using Tool = std::unique_ptr<void, DeleteObject>; ///< a font or a pen
+
 Printer open(const std::wstring& queue)
 {
     HANDLE printer = nullptr;
@@ -85,15 +94,105 @@ QueueCondition conditionOf(const PRINTER_INFO_2W& info)
     return QueueCondition::ready;
 }
 
+/// What a driver has a number for instead of a name.
+constexpr const char* formPrefix = "form ";
+constexpr const char* usualForm = "usual";
+
+/// The forms of a driver that are as wide as that, shortest first.
+std::vector<QueuePaper::Sheet> formsOf(const PRINTER_INFO_2W& info, int width)
+{
+    constexpr int sameWidth = 100; // a millimetre: drivers round
+    const auto ask = [&info](WORD what, void* answer) {
+        return ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, what, static_cast<LPWSTR>(answer),
+                                     info.pDevMode);
+    };
+    const int count = ask(DC_PAPERS, nullptr);
+    std::vector<QueuePaper::Sheet> forms;
+    if (count <= 0 || ask(DC_PAPERSIZE, nullptr) != count) return forms;
+    std::vector<WORD> numbers(static_cast<std::size_t>(count));
+    std::vector<POINT> sizes(static_cast<std::size_t>(count)); // tenths of a millimetre
+    ask(DC_PAPERS, numbers.data());
+    ask(DC_PAPERSIZE, sizes.data());
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        if (std::abs(sizes[i].x * 10 - width) <= sameWidth)
+            forms.push_back({formPrefix + std::to_string(numbers[i]), static_cast<int>(sizes[i].y) * 10});
+    std::ranges::sort(forms, {}, &QueuePaper::Sheet::length);
+    return forms;
+}
+
+/// How a driver is told what to print on; a DEVMODEW with what belongs to the driver behind it.
+using DriverSettings = std::vector<BYTE>;
+
+DEVMODEW& modeIn(DriverSettings& settings) { return *reinterpret_cast<DEVMODEW*>(settings.data()); }
+
+/// The driver's own, as the user has set them up; empty where it does not say.
+DriverSettings usualSettings(HANDLE printer, std::wstring name)
+{
+    const LONG size = ::DocumentPropertiesW(nullptr, printer, name.data(), nullptr, nullptr, 0);
+    if (size < static_cast<LONG>(sizeof(DEVMODEW))) return {};
+    DriverSettings settings(static_cast<std::size_t>(size));
+    if (::DocumentPropertiesW(nullptr, printer, name.data(), &modeIn(settings), nullptr, DM_OUT_BUFFER) != IDOK)
+        return {};
+    return settings;
+}
+
+/// Whether the driver agrees; what it made of the settings stands in them.
+bool merge(HANDLE printer, std::wstring name, DriverSettings& settings)
+{
+    DriverSettings asked = settings;
+    return ::DocumentPropertiesW(nullptr, printer, name.data(), &modeIn(settings), &modeIn(asked),
+                                 DM_IN_BUFFER | DM_OUT_BUFFER) == IDOK;
+}
+
+/// `media` and sizes as in a JobTicket.
+void choosePaper(HANDLE printer, const std::wstring& name, const JobTicket& ticket, DriverSettings& settings)
+{
+    if (settings.empty() || ticket.media == usualForm) return;
+    DriverSettings chosen = settings;
+    DEVMODEW& mode = modeIn(chosen);
+    mode.dmFields &= ~static_cast<DWORD>(DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH);
+    mode.dmFields |= DM_PAPERSIZE;
+    if (ticket.media.starts_with(formPrefix)) {
+        mode.dmPaperSize = static_cast<short>(std::stoi(ticket.media.substr(std::string_view(formPrefix).size())));
+    } else {
+        mode.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
+        mode.dmPaperSize = DMPAPER_USER;
+        mode.dmPaperWidth = static_cast<short>(ticket.width / 10);
+        mode.dmPaperLength = static_cast<short>((ticket.length + 9) / 10);
+    }
+    if (merge(printer, name, chosen)) settings = std::move(chosen);
+}
+
+int hundredths(HDC context, int what, int dotsPerInch)
+{
+    const int dots = ::GetDeviceCaps(context, dotsPerInch);
+    return dots > 0 ? ::MulDiv(::GetDeviceCaps(context, what), 2540, dots) : 0;
+}
+
+/// Whether the driver really has a sheet of a length between those of `paper`, which it names as its shortest and
+/// longest: some mean the forms that they know, and print any other length on one of these.
+bool takesAnyLength(HANDLE printer, const std::wstring& name, const QueuePaper& paper)
+{
+    constexpr int close = 200; // the form that is set must not answer for the length that is asked for
+    int length = paper.minLength + (paper.maxLength - paper.minLength) / 3;
+    if (std::abs(length - paper.length) < close) length += 2 * close;
+    DriverSettings settings = usualSettings(printer, name);
+    if (settings.empty()) return false;
+    JobTicket ticket;
+    ticket.width = paper.width;
+    ticket.length = length;
+    choosePaper(printer, name, ticket, settings);
+    const Context context(::CreateICW(L"WINSPOOL", name.c_str(), nullptr, &modeIn(settings)));
+    return context && std::abs(hundredths(context.get(), PHYSICALHEIGHT, LOGPIXELSY) - length) < close / 2;
+}
+
 QueuePaper paperOf(const PRINTER_INFO_2W& info)
 {
     QueuePaper paper;
+    paper.media = usualForm;
     const Context context(::CreateICW(L"WINSPOOL", info.pPrinterName, nullptr, info.pDevMode));
     if (!context) return paper;
-    const auto measure = [&context](int what, int dotsPerInch) {
-        const int dots = ::GetDeviceCaps(context.get(), dotsPerInch);
-        return dots > 0 ? ::MulDiv(::GetDeviceCaps(context.get(), what), 2540, dots) : 0;
-    };
+    const auto measure = [&context](int what, int dotsPerInch) { return hundredths(context.get(), what, dotsPerInch); };
     paper.width = measure(PHYSICALWIDTH, LOGPIXELSX);
     paper.length = measure(PHYSICALHEIGHT, LOGPIXELSY);
     paper.left = measure(PHYSICALOFFSETX, LOGPIXELSX);
@@ -112,7 +211,85 @@ QueuePaper paperOf(const PRINTER_INFO_2W& info)
         paper.maxLength = HIWORD(largest) * 10;
         paper.maxWidth = std::max(paper.width, LOWORD(largest) * 10);
     }
+    paper.sheets = formsOf(info, paper.width);
     return paper;
+}
+
+/// Twips from the edges of the sheet, as the dots of a printer.
+class Dots {
+public:
+    explicit Dots(HDC printer)
+        : across_(::GetDeviceCaps(printer, LOGPIXELSX)), down_(::GetDeviceCaps(printer, LOGPIXELSY)),
+          left_(::GetDeviceCaps(printer, PHYSICALOFFSETX)), top_(::GetDeviceCaps(printer, PHYSICALOFFSETY))
+    {
+    }
+
+    int across(double twips) const { return static_cast<int>(std::lround(twips * across_ / 1440)); }
+    int down(double twips) const { return static_cast<int>(std::lround(twips * down_ / 1440)); }
+    int x(double twips) const { return across(twips) - left_; }
+    int y(double twips) const { return down(twips) - top_; }
+
+private:
+    int across_; ///< to the inch
+    int down_;
+    int left_; ///< what the printer does not reach
+    int top_;
+};
+
+/// The font in that printer's dots. Its letters get their places one by one, so only their shape is the driver's.
+Tool fontFor(HDC printer, const DrawnFont& font, const Dots& dots)
+{
+    LOGFONTW wanted{};
+    wanted.lfHeight = -dots.down(font.points * 20);
+    wanted.lfWeight = font.bold ? FW_BOLD : FW_NORMAL;
+    wanted.lfItalic = font.italic ? TRUE : FALSE;
+    wanted.lfUnderline = font.underline ? TRUE : FALSE;
+    wanted.lfCharSet = TURKISH_CHARSET;
+    wanted.lfOutPrecision = OUT_TT_PRECIS;
+    font.face.copy(reinterpret_cast<char16_t*>(wanted.lfFaceName), LF_FACESIZE - 1);
+    Tool tool(::CreateFontIndirectW(&wanted));
+    if (font.stretch == 100 || !tool) return tool;
+    const HGDIOBJ before = ::SelectObject(printer, tool.get());
+    TEXTMETRICW measures{};
+    ::GetTextMetricsW(printer, &measures);
+    ::SelectObject(printer, before);
+    wanted.lfWidth = std::max<LONG>(1, ::MulDiv(measures.tmAveCharWidth, font.stretch, 100));
+    return Tool(::CreateFontIndirectW(&wanted));
+}
+
+void drawText(HDC printer, const DrawnText& text, const Dots& dots)
+{
+    std::vector<INT> widths;
+    int at = dots.x(text.x);
+    for (const double end : text.ends) {
+        const int next = dots.x(text.x + end);
+        widths.push_back(next - at);
+        at = next;
+    }
+    if (!::ExtTextOutW(printer, dots.x(text.x), dots.y(text.y), 0, nullptr,
+                       reinterpret_cast<const wchar_t*>(text.text.data()), static_cast<UINT>(text.text.size()),
+                       widths.data()))
+        fail("draw text");
+}
+
+void drawPage(HDC printer, const DrawnPage& page, const std::vector<Tool>& fonts, HGDIOBJ pen, const Dots& dots)
+{
+    // All of it is forgotten by a driver at the end of a page.
+    ::SetBkMode(printer, TRANSPARENT);
+    ::SetTextAlign(printer, TA_LEFT | TA_BASELINE);
+    for (const DrawnText& text : page.texts) {
+        if (text.text.empty()) continue;
+        ::SelectObject(printer, fonts.at(text.font).get());
+        drawText(printer, text, dots);
+    }
+    ::SelectObject(printer, pen);
+    for (const DrawnLine& line : page.lines)
+        if (!::MoveToEx(printer, dots.x(line.x1), dots.y(line.y1), nullptr) ||
+            !::LineTo(printer, dots.x(line.x2), dots.y(line.y2)))
+            fail("draw line");
+    // Nothing of ours may be selected when it is deleted.
+    ::SelectObject(printer, ::GetStockObject(SYSTEM_FONT));
+    ::SelectObject(printer, ::GetStockObject(BLACK_PEN));
 }
 
 class SpoolerQueue final : public PrintQueue {
@@ -135,13 +312,20 @@ public:
     int createJob(const JobTicket& ticket) override
     {
         letGoOfPrinted();
-        printer_ = open(wide(ticket.queue));
+        const std::wstring name = wide(ticket.queue);
+        printer_ = open(name);
         if (!printer_) fail("open printer");
-        std::wstring title = wide(ticket.title);
-        wchar_t type[] = L"RAW";
-        DOC_INFO_1W document{title.data(), nullptr, type};
-        job_ = ::StartDocPrinterW(printer_.get(), 1, reinterpret_cast<LPBYTE>(&document));
-        if (job_ == 0) fail("create job");
+        DriverSettings settings = usualSettings(printer_.get(), name);
+        choosePaper(printer_.get(), name, ticket, settings);
+        context_.reset(::CreateDCW(L"WINSPOOL", name.c_str(), nullptr, settings.empty() ? nullptr : &modeIn(settings)));
+        if (!context_) fail("open driver");
+        const std::wstring title = wide(ticket.title);
+        DOCINFOW document{};
+        document.cbSize = sizeof document;
+        document.lpszDocName = title.c_str();
+        const int job = ::StartDocW(context_.get(), &document);
+        if (job <= 0) fail("create job");
+        job_ = static_cast<DWORD>(job);
         // A printed job leaves the list, and then nobody could tell any more that it was taken.
         if (!::SetJobW(printer_.get(), job_, 0, nullptr, retainJob)) {
             const DWORD code = ::GetLastError();
@@ -154,30 +338,38 @@ public:
 
     void startDocument() override
     {
-        if (!::StartPagePrinter(printer_.get())) fail("start document");
+        if (job_ == 0) throw PrintError("start document: no job");
     }
 
-    void write(std::span<const std::byte> bytes) override
+    bool drawsPages() const override { return true; }
+    void write(std::span<const std::byte>) override { throw PrintError("this print system draws documents"); }
+
+    void draw(const Drawing& drawing) override
     {
-        while (!bytes.empty()) {
-            DWORD written = 0;
-            void* from = const_cast<std::byte*>(bytes.data()); // the call only reads
-            if (!::WritePrinter(printer_.get(), from, static_cast<DWORD>(bytes.size()), &written) || written == 0)
-                fail("send document");
-            bytes = bytes.subspan(written);
+        const HDC printer = context_.get();
+        const Dots dots(printer);
+        std::vector<Tool> fonts;
+        for (const DrawnFont& font : drawing.fonts) fonts.push_back(fontFor(printer, font, dots));
+        const Tool pen(::CreatePen(PS_SOLID, std::max(1, dots.across(drawing.lineWidth)), RGB(0, 0, 0)));
+        for (const DrawnPage& page : drawing.pages) {
+            if (::StartPage(printer) <= 0) fail("start page");
+            drawPage(printer, page, fonts, pen.get(), dots);
+            if (::EndPage(printer) <= 0) fail("finish page");
         }
     }
 
     void finishDocument() override
     {
-        if (!::EndPagePrinter(printer_.get()) || !::EndDocPrinter(printer_.get())) fail("finish document");
+        if (::EndDoc(context_.get()) <= 0) fail("finish document");
         printed_ = std::exchange(job_, 0);
+        context_.reset();
     }
 
     void cancelJob(int job) noexcept override
     {
         if (printer_ && job_ != 0 && static_cast<DWORD>(job) == job_) {
-            ::AbortPrinter(printer_.get());
+            ::AbortDoc(context_.get());
+            context_.reset();
             job_ = 0;
         }
         control(static_cast<DWORD>(job), JOB_CONTROL_DELETE);
@@ -185,15 +377,21 @@ public:
 
     DocumentState documentState(int job) noexcept override
     {
+        // Not every spooler says of a job that it is still being drawn.
+        if (job_ != 0 && static_cast<DWORD>(job) == job_) return DocumentState::notTaken;
         try {
             const Printer printer = openQueue();
             if (!printer) return DocumentState::noAnswer;
             DWORD size = 0;
+            ::SetLastError(ERROR_SUCCESS);
             ::GetJobW(printer.get(), static_cast<DWORD>(job), 1, nullptr, 0, &size);
             std::vector<BYTE> answer(size);
             if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size)) {
-                // That is how the spooler says that it knows no such job; it forgets each as soon as it is printed.
-                return ::GetLastError() == ERROR_INVALID_PARAMETER ? DocumentState::unknown : DocumentState::noAnswer;
+                // That is how spoolers say that they know no such job, the second by saying nothing at all; they forget
+                // each as soon as it is printed.
+                const DWORD error = ::GetLastError();
+                return error == ERROR_INVALID_PARAMETER || error == ERROR_SUCCESS ? DocumentState::unknown
+                                                                                  : DocumentState::noAnswer;
             }
             const DWORD status = reinterpret_cast<const JOB_INFO_1W*>(answer.data())->Status;
             const bool whole = (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
@@ -243,11 +441,25 @@ private:
         result.condition = conditionOf(info);
         result.printing = (info.Status & (PRINTER_STATUS_PRINTING | PRINTER_STATUS_BUSY)) != 0;
         result.paper = paperOf(info);
+        if (result.paper.maxLength > 0 && !takesAnyLength(printer.get(), info, result.paper))
+            result.paper.minLength = result.paper.maxLength = result.paper.maxWidth = 0;
         return result;
     }
 
+    /// Asked once of each driver: some take their time to answer.
+    bool takesAnyLength(HANDLE printer, const PRINTER_INFO_2W& info, const QueuePaper& paper) const
+    {
+        const std::wstring driver =
+            std::wstring(info.pPrinterName) + L'\n' + (info.pDriverName ? info.pDriverName : L"");
+        const auto known = anyLength_.find(driver);
+        if (known != anyLength_.end()) return known->second;
+        return anyLength_[driver] = platform::takesAnyLength(printer, info.pPrinterName, paper);
+    }
+
+    mutable std::map<std::wstring, bool> anyLength_;
     PrintQueueChoice choice_;
     Printer printer_;   ///< of the job created last
+    Context context_;   ///< of it, until it is finished
     DWORD job_ = 0;     ///< until it is finished
     DWORD printed_ = 0; ///< finished, and kept in the queue's list
 };

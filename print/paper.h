@@ -14,6 +14,9 @@ inline constexpr int twipsPerPoint = 20;
 /// text, where it would otherwise cut the accents off the capitals of the lower one.
 inline constexpr int lineLead = 30;
 
+/// Of drawn lines, in twips: one dot of the usual 203 dpi slip head, and a fine line on a page printer.
+inline constexpr double lineWidth = 7;
+
 /// The size of the pages of one job, in whole points: a page of a PDF has no finer size.
 struct PageSize {
     int width = 0;

@@ -12,9 +12,6 @@ namespace print {
 
 namespace {
 
-/// Of drawn lines, in twips: one dot of the usual 203 dpi slip head, and a fine line on a page printer.
-constexpr double lineWidth = 7;
-
 /// The writer stamps its own clock into the file. The stamp is replaced where it stands and filled up with blanks,
 /// because the file's index counts bytes.
 void stamp(QByteArray& pdf, const QDateTime& created)

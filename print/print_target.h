@@ -1,5 +1,6 @@
 #pragma once
 
+#include "print/layout.h"
 #include "print/paper.h"
 #include <QByteArray>
 #include <QString>
@@ -11,7 +12,8 @@ struct Document {
     QByteArray pdf;
     QString title; ///< what the queue lists the job under
     PageSize page;
-    Paper paper; ///< what it was composed for
+    Paper paper;        ///< what it was composed for
+    Layout layout = {}; ///< the same pages for a printer that is drawn on
 };
 
 /// Whether a target has taken over the whole document of a job, printed yet or not.

@@ -198,6 +198,7 @@ std::optional<Document> Printer::takeDoc()
         document.title = title_;
         document.pdf = renderPdf(layout_, paper(), title_, clock_());
         document.page = pageOf(layout_, paper());
+        document.layout = layout_;
         reset();
         return document;
     } catch (...) {

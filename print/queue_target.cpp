@@ -1,6 +1,7 @@
 #include "print/queue_target.h"
 
 #include "base/error.h"
+#include "print/drawing.h"
 #include <algorithm>
 #include <cmath>
 #include <span>
@@ -106,7 +107,12 @@ Paper QueueTarget::paper()
 int QueueTarget::createJob(const Document& document)
 {
     try {
-        return queue_->createJob({name_, document.title.toStdString(), mediaOf(document)});
+        const auto hundredths = [](int points) { return static_cast<int>(std::lround(points * 2540.0 / 72)); };
+        return queue_->createJob({.queue = name_,
+                                  .title = document.title.toStdString(),
+                                  .media = mediaOf(document),
+                                  .width = hundredths(document.page.width),
+                                  .length = hundredths(document.page.height)});
     } catch (const platform::PrintError& error) {
         throw printerError(QString::fromUtf8(error.what()));
     }
@@ -116,20 +122,28 @@ void QueueTarget::sendAndFinish(int job, const Document& document)
 {
     try {
         queue_->startDocument();
-        // In pieces: a print system that fails in the middle of a long listing is noticed there.
-        constexpr std::size_t piece = 65536;
-        auto left = std::as_bytes(std::span(document.pdf.constData(), static_cast<std::size_t>(document.pdf.size())));
-        while (!left.empty()) {
-            const auto now = left.first(std::min(piece, left.size()));
-            queue_->write(now);
-            left = left.subspan(now.size());
-        }
+        if (queue_->drawsPages())
+            queue_->draw(drawingOf(document.layout, document.paper));
+        else
+            write(document.pdf);
         queue_->finishDocument();
     } catch (const platform::PrintError& error) {
         throw printerError(QString::fromUtf8(error.what()));
     } catch (...) {
         queue_->cancelJob(job); // our own bug, and told as such; half a document is not printed for it
         throw;
+    }
+}
+
+/// In pieces: a print system that fails in the middle of a long listing is noticed there.
+void QueueTarget::write(const QByteArray& pdf)
+{
+    constexpr std::size_t piece = 65536;
+    auto left = std::as_bytes(std::span(pdf.constData(), static_cast<std::size_t>(pdf.size())));
+    while (!left.empty()) {
+        const auto now = left.first(std::min(piece, left.size()));
+        queue_->write(now);
+        left = left.subspan(now.size());
     }
 }
 

@@ -26,6 +26,8 @@ public:
     QString stateText() noexcept override;
 
 private:
+    void write(const QByteArray& pdf);
+
     std::unique_ptr<platform::PrintQueue> queue_;
     std::string name_; ///< of the queue that the paper came from: the job goes there, whatever the default is by then
 };

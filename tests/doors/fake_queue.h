@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 /// What the print system knows; it outlives the program that prints. A copy is the print system at that moment.
 struct FakeSpool {
     platform::QueueState state; ///< of its queue
-    QString failAt;             ///< the call that is refused: create, start, write or finish
+    QString failAt;             ///< the call that is refused: create, start, write, draw or finish
 
     int jobs = 0;        ///< the number of the job created last
     std::set<int> taken; ///< jobs whose document it has whole
@@ -20,6 +20,8 @@ struct FakeSpool {
     QStringList calls;          ///< in their order: create, start, write, finish, cancel NUMBER
     platform::JobTicket ticket; ///< of the job created last
     QByteArray received;        ///< of its document
+    bool drawsPages = false;    ///< its printers are drawn on
+    platform::Drawing drawn;    ///< by the job created last
 };
 
 /// A print queue that notes every call in its spool and fails at the one a test names.
@@ -51,6 +53,11 @@ public:
         step("write", [&] {
             spool_.received.append(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
         });
+    }
+    bool drawsPages() const override { return spool_.drawsPages; }
+    void draw(const platform::Drawing& drawing) override
+    {
+        step("draw", [&] { spool_.drawn = drawing; });
     }
     void finishDocument() override
     {

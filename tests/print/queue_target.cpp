@@ -4,6 +4,7 @@
 #include "tests/support/outcome.h"
 
 #include "print/queue_target.h"
+#include <algorithm>
 #include <functional>
 
 using platform::QueueCondition;
@@ -92,12 +93,14 @@ private slots:
         QTest::newRow("create") << "create" << QStringList{"create"};
         QTest::newRow("start") << "start" << QStringList{"create", "start", "cancel 42"};
         QTest::newRow("write") << "write" << QStringList{"create", "start", "write", "cancel 42"};
+        QTest::newRow("draw") << "draw" << QStringList{"create", "start", "draw", "cancel 42"};
         QTest::newRow("finish") << "finish" << QStringList{"create", "start", "write", "finish", "cancel 42"};
     }
     void whateverStepFailsTheJobIsCancelledByItsNumber()
     {
         QFETCH(QString, step);
         spool.failAt = step;
+        spool.drawsPages = step == "draw";
         QCOMPARE(printLine(), base::errors::printer);
         QTEST(spool.calls, "calls");
     }
@@ -112,6 +115,59 @@ private slots:
         target.sendAndFinish(job, document);
         QCOMPARE(spool.received, document.pdf);
         QCOMPARE(spool.calls.count("write"), 4);
+    }
+
+    void aPrinterThatIsDrawnOnGetsEveryTextAndLineAtItsPlaceOnTheSheet()
+    {
+        spool.drawsPages = true;
+        spool.state.paper = a4(); // 240 twips cannot be reached at every edge
+        QueueTarget target(std::make_unique<FakeQueue>(spool));
+        Printer printer(target);
+        printer.setFontName("Arial");
+        printer.setFontSize(8);
+        printer.setCurrentX(1000);
+        printer.setCurrentY(500);
+        const double width = printer.textWidth("Sıkım");
+        printer.printStay("Sıkım");
+        printer.setFontBold(true);
+        printer.setFontStretch(70);
+        printer.print("Yağ");
+        printer.line(60, 2000, 900, 2000);
+        printer.newPage();
+        printer.print("İkinci");
+        printer.endDoc();
+
+        QCOMPARE(spool.calls, QStringList({"create", "start", "draw", "finish"}));
+        const platform::Drawing& drawn = spool.drawn;
+        QCOMPARE(drawn.pages.size(), std::size_t(2));
+        const platform::DrawnPage& page = drawn.pages.front();
+        QCOMPARE(page.texts.size(), std::size_t(2));
+        const platform::DrawnText& first = page.texts[0];
+        QCOMPARE(first.text, std::u16string(u"Sıkım"));
+        QCOMPARE(first.x, 240.0 + 1000);
+        QVERIFY2(first.y > 240 + 500 && first.y < 240 + 500 + 200, "below the top of the line, by the letters' height");
+        QCOMPARE(first.ends.size(), first.text.size());
+        QVERIFY(std::ranges::is_sorted(first.ends) && first.ends.front() > 0);
+        QCOMPARE(first.ends.back(), width);
+        const platform::DrawnText& second = page.texts[1];
+        QCOMPARE(second.x, 240 + 1000 + width);
+        QCOMPARE(second.y, first.y);
+        QCOMPARE(drawn.fonts.at(first.font).points, 8.0);
+        QCOMPARE(drawn.fonts.at(first.font).stretch, 100);
+        QVERIFY(!drawn.fonts.at(first.font).bold && drawn.fonts.at(second.font).bold);
+        QCOMPARE(drawn.fonts.at(second.font).stretch, 70);
+        QCOMPARE(page.lines.size(), std::size_t(1));
+        QCOMPARE(page.lines[0].x1, 300.0);
+        QCOMPARE(page.lines[0].y2, 2240.0);
+        QCOMPARE(drawn.pages[1].texts.at(0).text, std::u16string(u"İkinci"));
+    }
+
+    void aJobSaysHowLargeItsPagesAre()
+    {
+        spool.state.paper = a4();
+        QCOMPARE(printLine(), 0);
+        QCOMPARE(spool.ticket.width, 20990); // 595 points
+        QCOMPARE(spool.ticket.length, 29704);
     }
 
     void aPrinterThatCannotPrintIsNotEvenAskedToTakeAJob_data()
