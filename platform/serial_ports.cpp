@@ -151,6 +151,8 @@ bool isOnMainboard(const fs::path& device)
     return device.filename().string().starts_with("ttyS") || realDevice(device).filename().string().starts_with("ttyS");
 }
 
+std::string titleOf(const fs::path& device) { return realDevice(device).string(); }
+
 bool isThere(const fs::path& device)
 {
     std::error_code ignored;

@@ -28,7 +28,9 @@ using RememberedAdapters = std::map<int, std::string>;
 /// to one certain adapter (/dev/serial/by-id/...). Otherwise Com n is the n-th port of the mainboard, if that port is
 /// really fitted; otherwise the adapter that is remembered for it, even while it is unplugged. The USB adapters that
 /// nobody remembers are those of the numbers from Com5 on that are left, in the order of the adapters' names.
-/// On Windows Com n is COMn, fitted or not, unless an adapter that is remembered has another number by now.
+/// On Windows Com n is COMn, fitted or not, unless an adapter that is remembered has another number by now; the ports
+/// above COM16, which adapters get there in time, are those of the numbers from Com5 on that are not there, in their
+/// order.
 std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& places,
                                                 const RememberedAdapters& remembered = {});
 
@@ -47,6 +49,10 @@ std::string stillRemembered(const std::string& adapter, const SerialPortPlaces& 
 
 /// The device that a path stands for after all links, for showing to people.
 std::filesystem::path realDevice(const std::filesystem::path& path);
+
+/// What people know a device by, UTF-8: on Windows the name that its driver gives it, with the port's; elsewhere the
+/// device that its path stands for after all links.
+std::string titleOf(const std::filesystem::path& device);
 
 /// The port is one of the mainboard's, not an adapter's; false where the system does not tell.
 bool isOnMainboard(const std::filesystem::path& device);

@@ -55,6 +55,34 @@ std::string portOf(const std::string& device)
     return text;
 }
 
+/// The places in the list of devices that claim the port: with two, one is a device of former times.
+std::vector<std::string> devicesAt(const std::string& port)
+{
+    std::vector<std::string> found;
+    for (const std::string bus : buses)
+        for (const std::string& make : Key(deviceList + bus).children())
+            for (const std::string& serial : Key(deviceList + bus + '\\' + make).children()) {
+                const std::string name = bus + '\\' + make + '\\' + serial;
+                if (portOf(name) == port) found.push_back(name);
+            }
+    return found;
+}
+
+std::string comName(int number) { return "COM" + std::to_string(number); }
+
+/// Of an adapter that nobody remembers; nothing if there is none left for the number.
+std::optional<std::string> portAboveTheLast(int number)
+{
+    constexpr int firstForAdapters = 5;
+    constexpr int highest = 256; // of the numbers that the system gives
+    if (number < firstForAdapters || isThere(comName(number))) return std::nullopt;
+    int nth = 0; // of the numbers that are not there
+    for (int other = firstForAdapters; other < number; ++other) nth += isThere(comName(other)) ? 0 : 1;
+    for (int above = lastSerialPort + 1; above <= highest; ++above)
+        if (isThere(comName(above)) && nth-- == 0) return comName(above);
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& /*places*/,
@@ -63,22 +91,27 @@ std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlac
     if (number < firstSerialPort || number > lastSerialPort) return std::nullopt;
     if (const auto known = remembered.find(number); known != remembered.end())
         if (const std::string port = portOf(known->second); !port.empty()) return port;
-    return std::filesystem::path("COM" + std::to_string(number));
+    return portAboveTheLast(number).value_or(comName(number));
 }
 
 std::optional<std::string> stableName(const std::filesystem::path& device, const SerialPortPlaces& /*places*/)
 {
-    const std::string port = device.string();
-    std::optional<std::string> found;
-    for (const std::string bus : buses)
-        for (const std::string& make : Key(deviceList + bus).children())
-            for (const std::string& serial : Key(deviceList + bus + '\\' + make).children()) {
-                const std::string name = bus + '\\' + make + '\\' + serial;
-                if (portOf(name) != port) continue;
-                if (found) return std::nullopt; // one of the two is a device of former times
-                found = name;
-            }
-    return found;
+    const std::vector<std::string> found = devicesAt(device.string());
+    return found.size() == 1 ? std::optional(found.front()) : std::nullopt;
+}
+
+std::string titleOf(const std::filesystem::path& device)
+{
+    const std::vector<std::string> found = devicesAt(device.string());
+    if (found.size() != 1) return device.string();
+    const std::filesystem::path key = deviceList + found.front();
+    wchar_t text[128] = {};
+    DWORD bytes = sizeof text - sizeof(wchar_t);
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"FriendlyName", RRF_RT_REG_SZ, nullptr, text, &bytes) !=
+        ERROR_SUCCESS)
+        return device.string();
+    const auto title = std::filesystem::path(text).u8string();
+    return {title.begin(), title.end()};
 }
 
 std::optional<std::string> rememberedName(const std::filesystem::path& device, const SerialPortPlaces& places)

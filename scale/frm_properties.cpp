@@ -271,7 +271,7 @@ void frmProperties::fill()
     addEntries(cboPort, ports);
     for (int number = 1; number <= portCount; ++number) {
         const auto device = doors_.ports(number);
-        cboPort->setItemData(number - 1, device ? shownDevice(device->path) : u"Bağlı aygıt yok"_s, Qt::ToolTipRole);
+        cboPort->setItemData(number - 1, device ? titleOfDevice(device->path) : u"Bağlı aygıt yok"_s, Qt::ToolTipRole);
     }
     QStringList rates;
     for (const int speed : speeds) rates += QString::number(speed);

@@ -72,6 +72,8 @@ void rememberAdapter(int number, const QString& path, const platform::SerialPort
     memory.write(entries.join(u' '));
 }
 
+QString titleOfDevice(const QString& path) { return QString::fromStdString(platform::titleOf(pathOf(path))); }
+
 QString shownDevice(const QString& path) { return textOf(platform::realDevice(pathOf(path))); }
 
 } // namespace scale

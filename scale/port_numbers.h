@@ -32,7 +32,10 @@ PortFinder systemPorts(platform::SerialPortPlaces places, AdapterMemory memory =
 void rememberAdapter(int number, const QString& path, const platform::SerialPortPlaces& places,
                      const AdapterMemory& memory);
 
-/// The node that a device's path leads to now, for showing to people.
+/// What an operator knows a device by: the adapter's name where the system has one, else the device.
+QString titleOfDevice(const QString& path);
+
+/// The node that a device's path leads to now.
 QString shownDevice(const QString& path);
 
 } // namespace scale
