@@ -23,6 +23,8 @@ using files::inQuotes;
 // Locked bytes cannot be read or written by others here: they lie past the largest database.
 constexpr std::uint64_t writerByte = 0x80000001;
 constexpr std::uint64_t readersByte = 0x80000002;
+constexpr int renameAttempts = 40;
+constexpr DWORD renamePause = 50; // milliseconds: two seconds in all
 constexpr std::size_t largestTransfer = std::size_t{1} << 30;
 
 /// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
@@ -263,8 +265,14 @@ public:
 
     void rename(const std::filesystem::path& from, const std::filesystem::path& to) override
     {
-        if (!MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-            fail(from, "yeniden adlandırılamadı");
+        // What watches a disk, a virus scanner or an indexer, has a file open for a moment just when it is new.
+        for (int attempt = 1;; ++attempt) {
+            if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return;
+            const DWORD code = GetLastError();
+            const bool held = code == ERROR_SHARING_VIOLATION || code == ERROR_ACCESS_DENIED;
+            if (!held || attempt == renameAttempts) fail(from, "yeniden adlandırılamadı", code);
+            Sleep(renamePause);
+        }
     }
 
     /// The file system here keeps names in its own journal and offers nothing to flush; renames are written through.
