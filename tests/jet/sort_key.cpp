@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <clocale>
-#include <cwctype>
 
 using jet::Certainty;
 using jet::Collation;
@@ -206,24 +204,6 @@ TEST_P(SortKeyFolding, foldingPairsTurkishLetters)
 {
     const auto& [text, folded] = row();
     ASSERT_EQ(jet::foldTurkish(text), folded);
-}
-
-TEST(SortKey, foldingAgreesWithUnicodeElsewhere)
-{
-    // The system's tables, which know nothing of ours.
-    const locale_t system = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    ASSERT_NE(system, nullptr);
-    for (char16_t unit = 0; unit < 0x2000; ++unit) {
-        if (unit == u'I' || unit == u'İ') continue;
-        // Scripts without an everyday use of case stay as they are.
-        if (unit >= 0x0590 && unit < 0x1E00) continue;
-        ASSERT_EQ(jet::foldTurkish(unit), ::towlower_l(unit, system));
-    }
-    ::freelocale(system);
-    for (unsigned unit = 0; unit < 0x10000; ++unit) {
-        const char16_t once = jet::foldTurkish(char16_t(unit));
-        ASSERT_EQ(jet::foldTurkish(once), once);
-    }
 }
 
 } // namespace

@@ -228,7 +228,7 @@ TEST_F(ExportTables, sampleDatabasesExportInEveryFormat)
     for (const std::filesystem::path& file : samples::databases()) {
         for (const char* format : {"csv", "jsonl"}) {
             const Outcome outcome =
-                run({"export", file, "--all", path(std::to_string(++number) + format), "--format", format});
+                run({"export", file.string(), "--all", path(std::to_string(++number) + format), "--format", format});
             ASSERT_EQ(outcome.code, 0) << file << outcome.err;
         }
     }

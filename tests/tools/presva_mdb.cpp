@@ -364,7 +364,7 @@ TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)
 TEST_F(PresvaMdb, restoreListsTheCopiesAndPutsOneBack)
 {
     const std::string file = created();
-    const std::string directory = folder();
+    const std::string directory = folder().string();
     ASSERT_EQ(run({"restore", directory}).code, 1);
     writeFile(path("bir.csv"), "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
     ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
@@ -393,7 +393,7 @@ TEST_F(PresvaMdb, restoreLeavesARunningProgramAlone)
     ASSERT_TRUE(std::filesystem::create_directory(path("Yedek")));
     ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
     const auto running = jet::Database::open(platform::systemDisk(), file);
-    const Outcome refused = run({"restore", folder(), "2025-11-20"});
+    const Outcome refused = run({"restore", folder().string(), "2025-11-20"});
     ASSERT_EQ(refused.code, 1);
     ASSERT_THAT(refused.err, HasSubstr("kullanılıyor"));
 }
@@ -420,10 +420,10 @@ TEST_F(PresvaMdb, sampleDatabasesAreSoundAndExportWhole)
 {
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     for (const std::filesystem::path& file : samples::databases()) {
-        verifySound(file);
+        verifySound(file.string());
         const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
         for (const std::u16string& name : database->tableNames()) {
-            const Outcome outcome = run({"export", file, jet::toUtf8(name)});
+            const Outcome outcome = run({"export", file.string(), jet::toUtf8(name)});
             ASSERT_EQ(outcome.code, 0) << outcome.err;
         }
     }
@@ -433,12 +433,12 @@ TEST_F(PresvaMdb, sampleDatabasesSurviveCompacting)
 {
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     for (const char* name : {"data/yag-a.mdb", "data/yag-b.mdb", "data/yag-tr.mdb"}) {
-        const std::string small = path(samples::database(name).filename());
-        const Outcome outcome = run({"compact", samples::database(name), small});
+        const std::string small = path(samples::database(name).filename().string());
+        const Outcome outcome = run({"compact", samples::database(name).string(), small});
         ASSERT_EQ(outcome.code, 0) << outcome.err;
         verifySound(small);
         const Outcome after = run({"export", small, "Hareket"});
-        const Outcome before = run({"export", samples::database(name), "Hareket"});
+        const Outcome before = run({"export", samples::database(name).string(), "Hareket"});
         ASSERT_EQ(sortedLines(after.out), sortedLines(before.out));
     }
 }

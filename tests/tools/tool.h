@@ -22,7 +22,7 @@ protected:
         return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input, .environment = environment});
     }
     std::filesystem::path folder() const { return folder_.path(); }
-    std::string path(const std::string& name) const { return folder_ / name; }
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
     std::string created(const std::string& name = "Yag.mdb", const std::string& collation = "turkish") const
     {
         const Outcome outcome = run({"create", path(name), "--collation", collation});

@@ -37,7 +37,7 @@ protected:
     {
         return "2025-11-21T18:00:00 " + weights::logLine(book.head().number, book.head().seal) + "\n";
     }
-    std::string file(const std::string& name) const { return folder_ / name; }
+    std::string file(const std::string& name) const { return (folder_ / name).string(); }
     void store(const std::string& rows) const
     {
         const Outcome outcome = run({.program = PRESVA_MDB,
@@ -47,7 +47,7 @@ protected:
     }
     Outcome asked(std::vector<std::string> options) const
     {
-        options.insert(options.begin(), {"weights", folder_.path()});
+        options.insert(options.begin(), {"weights", folder_.path().string()});
         return run({.program = PRESVA_MDB, .arguments = options});
     }
 
@@ -150,7 +150,8 @@ TEST_F(Weights, nameACopyThatWasPutBackAndAreSoundAfterwards)
     EXPECT_EQ(asked({"--verify"}).code, 1) << "by hand it is a row taken out";
     std::filesystem::rename(file("today"), file("Yag.mdb"));
 
-    const Outcome restored = run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path(), "2025-11-21"}});
+    const Outcome restored =
+        run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path().string(), "2025-11-21"}});
     EXPECT_EQ(restored.code, 0) << restored.err;
     EXPECT_THAT(restored.out, HasSubstr("Tartım defterine yazıldı: 6. satır.\n"));
     const Outcome verified = asked({"--verify"});
@@ -177,7 +178,8 @@ TEST_F(Weights, letNoCopyBeBackWithoutTheirLine)
     std::filesystem::remove(file("Tartim.jsonl"));
     std::filesystem::create_directory(file("Tartim.jsonl"));
     const std::string before = textOfFile(file("Yag.mdb"));
-    const Outcome refused = run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path(), "2025-11-21"}});
+    const Outcome refused =
+        run({.program = PRESVA_MDB, .arguments = {"restore", copies.parent_path().string(), "2025-11-21"}});
     EXPECT_EQ(refused.code, 1);
     EXPECT_THAT(refused.err, HasSubstr("Tartim.jsonl"));
     EXPECT_EQ(textOfFile(file("Yag.mdb")), before);

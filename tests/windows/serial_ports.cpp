@@ -1,0 +1,88 @@
+#include "platform/serial_ports.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+#include <windows.h>
+
+namespace {
+
+/// Adapters as the system lists them; they go with the test. A port is there while it has a name among the devices.
+class SerialPorts : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        for (const std::string& make : makes_)
+            ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, (R"(SYSTEM\CurrentControlSet\Enum\)" + make).c_str());
+        for (const std::string& port : ports_) ::DefineDosDeviceA(DDD_REMOVE_DEFINITION, port.c_str(), nullptr);
+    }
+    void list(const std::string& make, const std::string& serial, const std::string& port, const std::wstring& title)
+    {
+        const std::string device = R"(SYSTEM\CurrentControlSet\Enum\)" + make + '\\' + serial;
+        ::RegSetKeyValueA(HKEY_LOCAL_MACHINE, (device + R"(\Device Parameters)").c_str(), "PortName", REG_SZ,
+                          port.c_str(), static_cast<DWORD>(port.size() + 1));
+        ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, std::wstring(device.begin(), device.end()).c_str(), L"FriendlyName",
+                          REG_SZ, title.c_str(), static_cast<DWORD>((title.size() + 1) * sizeof(wchar_t)));
+        makes_.push_back(make);
+    }
+    void plugIn(const std::string& port)
+    {
+        ASSERT_TRUE(::DefineDosDeviceA(DDD_RAW_TARGET_PATH, port.c_str(), R"(\Device\Null)"));
+        ports_.push_back(port);
+    }
+    static std::string port(int number, const platform::RememberedAdapters& remembered = {})
+    {
+        const auto found = platform::serialPort(number, {}, remembered);
+        return found ? found->string() : "none";
+    }
+
+private:
+    std::vector<std::string> makes_;
+    std::vector<std::string> ports_;
+};
+
+TEST_F(SerialPorts, aNumberIsThePortOfThatNumber)
+{
+    EXPECT_EQ(port(1), "COM1");
+    EXPECT_EQ(port(16), "COM16");
+    EXPECT_EQ(port(0), "none");
+    EXPECT_EQ(port(17), "none");
+}
+
+TEST_F(SerialPorts, portsAboveTheLastTakeTheNumbersThatAreNotThere)
+{
+    plugIn("COM6");
+    plugIn("COM23");
+    plugIn("COM41");
+    EXPECT_EQ(port(4), "COM4") << "no adapter's number";
+    EXPECT_EQ(port(5), "COM23");
+    EXPECT_EQ(port(6), "COM6");
+    EXPECT_EQ(port(7), "COM41");
+    EXPECT_EQ(port(8), "COM8");
+}
+
+TEST_F(SerialPorts, anAdapterKeepsItsNumberWhateverItsPortIsByNow)
+{
+    list(R"(USB\VID_1A86&PID_7523)", "5&2A", "COM21", L"USB-SERIAL CH340 (COM21)");
+    const std::string name = R"(USB\VID_1A86&PID_7523\5&2A)";
+    EXPECT_EQ(platform::stableName("COM21", {}), name);
+    EXPECT_EQ(port(7, {{7, name}}), "COM21");
+}
+
+TEST_F(SerialPorts, twoDevicesThatClaimOnePortHaveNoNameOfTheirOwn)
+{
+    list(R"(USB\VID_1A86&PID_7523)", "5&2A", "COM21", L"USB-SERIAL CH340 (COM21)");
+    list(R"(FTDIBUS\VID_0403+PID_6001)", "A1", "COM21", L"USB Serial Port (COM21)");
+    EXPECT_EQ(platform::stableName("COM21", {}), std::nullopt);
+    EXPECT_EQ(platform::titleOf("COM21"), "COM21");
+}
+
+TEST_F(SerialPorts, anAdapterIsShownByTheNameOfItsDriver)
+{
+    list(R"(FTDIBUS\VID_0403+PID_6001)", "A1", "COM22", L"USB Seri Bağlantı Noktası (COM22)");
+    EXPECT_EQ(platform::titleOf("COM22"), "USB Seri Bağlantı Noktası (COM22)");
+    EXPECT_EQ(platform::titleOf("COM1"), "COM1");
+}
+
+} // namespace
