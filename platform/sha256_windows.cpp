@@ -10,38 +10,43 @@
 namespace platform {
 namespace {
 
-/// Gives what it holds back to the system.
-template <class Handle, class Release> class Held {
-public:
-    explicit Held(Release release) : release_(release) {}
-    ~Held()
-    {
-        if (handle) release_(handle);
-    }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-
-    Handle handle = 0;
-
-private:
-    Release release_;
-};
-
 void mustHold(BOOL success)
 {
     if (!success) throw files::Error(files::Fault::disk, "Windows SHA-256 özetini hesaplayamadı.");
 }
 
+/// The system's library, found once: finding it takes far longer than a digest.
+HCRYPTPROV provider()
+{
+    class Provider {
+    public:
+        Provider() { mustHold(CryptAcquireContextW(&handle, nullptr, nullptr, PROV_RSA_AES, CRYPT_VERIFYCONTEXT)); }
+        ~Provider() { CryptReleaseContext(handle, 0); }
+        Provider(const Provider&) = delete;
+        Provider& operator=(const Provider&) = delete;
+
+        HCRYPTPROV handle = 0;
+    };
+    static const Provider only;
+    return only.handle;
+}
+
+/// A digest in the making.
+class Hash {
+public:
+    Hash() { mustHold(CryptCreateHash(provider(), CALG_SHA_256, 0, 0, &handle)); }
+    ~Hash() { CryptDestroyHash(handle); }
+    Hash(const Hash&) = delete;
+    Hash& operator=(const Hash&) = delete;
+
+    HCRYPTHASH handle = 0;
+};
+
 } // namespace
 
 std::array<std::uint8_t, 32> sha256(std::string_view bytes)
 {
-    const auto release = [](HCRYPTPROV provider) { CryptReleaseContext(provider, 0); };
-    const auto destroy = [](HCRYPTHASH hash) { CryptDestroyHash(hash); };
-    Held<HCRYPTPROV, decltype(release)> provider(release);
-    Held<HCRYPTHASH, decltype(destroy)> hash(destroy);
-    mustHold(CryptAcquireContextW(&provider.handle, nullptr, nullptr, PROV_RSA_AES, CRYPT_VERIFYCONTEXT));
-    mustHold(CryptCreateHash(provider.handle, CALG_SHA_256, 0, 0, &hash.handle));
+    const Hash hash;
     mustHold(
         CryptHashData(hash.handle, reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()), 0));
     std::array<std::uint8_t, 32> digest{};
