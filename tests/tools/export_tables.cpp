@@ -242,7 +242,7 @@ TEST_F(ExportTables, sampleTablesComeBackFromTheirExport)
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     int tables = 0;
     for (const std::filesystem::path& sample : samples::databases()) {
-        const std::string file = path(sample.filename());
+        const std::string file = path(sample.filename().string());
         copyWritable(sample, file);
         std::vector<std::string> names;
         {

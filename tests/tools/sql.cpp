@@ -381,7 +381,7 @@ TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
     if (!query::available()) GTEST_SKIP() << "built without SQLite";
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     const auto& [name, begins, lines] = row();
-    const std::string file = samples::database("mdb/northwind-2000.mdb");
+    const std::string file = samples::database("mdb/northwind-2000.mdb").string();
     const Outcome outcome = run({"sql", file, "[" + name + "]"});
     ASSERT_EQ(outcome.code, lines == 0 ? 1 : 0) << outcome.err;
     if (lines == 0) {
