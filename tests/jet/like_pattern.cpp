@@ -87,6 +87,55 @@ TEST_P(LikePatternMatch, matchesWhatThePatternSays)
     ASSERT_EQ(like.matchesFolded(jet::foldTurkish(name)), matches);
 }
 
+struct LikePatternOrderRow {
+    jet::Collation order;
+    std::u16string pattern;
+    std::u16string text;
+    bool matches;
+};
+
+constexpr jet::Collation french{0x040C, 0}; // no weights are known
+
+const RowTable<LikePatternOrderRow> likePatternOrder = {
+    {"Turkish, capital dotless i is not i", {jet::turkish, u"i*", u"ISTANBUL", false}},
+    {"Turkish, capital dotted i is i", {jet::turkish, u"i*", u"İstanbul", true}},
+    {"Turkish, dotless i in both cases", {jet::turkish, u"I*", u"ısı", true}},
+    {"Turkish, ç stands outside a-c", {jet::turkish, u"[a-c]", u"Ç", false}},
+    {"Turkish, ö stands between o and p", {jet::turkish, u"[!o-p]", u"Ö", false}},
+    {"general, I is i", {jet::general, u"i*", u"ISTANBUL", true}},
+    {"general, i is I", {jet::general, u"MIN#", u"min1", true}},
+    {"general, capital dotted i is not i", {jet::general, u"i*", u"İstanbul", false}},
+    {"general, dotless i is not I", {jet::general, u"I*", u"ısı", false}},
+    {"general, I in a set", {jet::general, u"[xi]", u"I", true}},
+    {"general, I in a range", {jet::general, u"[h-j]", u"I", true}},
+    {"general, ç stands between c and d", {jet::general, u"[c-d]", u"Ç", true}},
+    {"general, other letters fold alike", {jet::general, u"ŞÜKRÜ", u"şükrü", true}},
+    {"unknown, I is i", {french, u"i*", u"ISTANBUL", true}},
+    {"unknown, ranges as in the general order", {french, u"[c-d]", u"Ç", true}},
+};
+
+TABLE_SUITE(LikePatternOrder, LikePatternOrderRow, likePatternOrder);
+
+TEST_P(LikePatternOrder, lettersAreThoseOfTheOrder)
+{
+    const auto& [order, pattern, text, matches] = row();
+    const LikePattern like(pattern, order);
+    ASSERT_EQ(like.matches(text), matches);
+    ASSERT_EQ(like.matchesFolded(jet::foldCase(text, order)), matches);
+}
+
+TEST(LikePattern, theGeneralOrderFoldsJustWhatItsKeysHoldEqual)
+{
+    // The letters of Europe's alphabets, and those of Turkish among them.
+    for (char16_t unit = 0x20; unit < 0x180; ++unit) {
+        const auto key = [](char16_t letter) { return jet::textKey({&letter, 1}, jet::general)->bytes; };
+        const char16_t folded = jet::foldCase(unit, jet::general);
+        ASSERT_EQ(jet::foldCase(folded, jet::general), folded);
+        ASSERT_EQ(key(unit), key(folded)) << int(unit);
+    }
+    ASSERT_FALSE(LikePattern(u"i", jet::general).matches(u"ı"));
+}
+
 const RowTable<std::u16string> likePatternRefusal = {
     {"set not closed", u"[A*"},
     {"second set not closed", u"[A]l["},

@@ -79,4 +79,18 @@ std::u16string foldTurkish(std::u16string_view text)
     return folded;
 }
 
+char16_t foldCase(char16_t unit, Collation collation)
+{
+    if (collation == turkish) return foldTurkish(unit);
+    if (unit == u'I') return u'i';
+    return unit == u'İ' ? unit : foldTurkish(unit);
+}
+
+std::u16string foldCase(std::u16string_view text, Collation collation)
+{
+    std::u16string folded(text);
+    for (char16_t& unit : folded) unit = foldCase(unit, collation);
+    return folded;
+}
+
 } // namespace jet

@@ -1,7 +1,6 @@
 #include "store/jet/values/like_pattern.h"
 
 #include "store/jet/format/doors.h"
-#include "store/jet/values/sort_key.h"
 #include "store/jet/values/value.h"
 
 #include <algorithm>
@@ -14,16 +13,16 @@ namespace {
     throw Error(Fault::syntax, "“" + toUtf8(pattern) + "” arama kalıbı anlaşılamadı: " + what + " Arama yapılmadı.");
 }
 
-std::vector<std::uint8_t> keyOf(char16_t unit)
+std::vector<std::uint8_t> keyOf(char16_t unit, Collation order)
 {
     std::vector<std::uint8_t> key;
-    appendTextKey(key, {&unit, 1}, turkish);
+    appendTextKey(key, {&unit, 1}, hasWeights(order) ? order : general);
     return key;
 }
 
 } // namespace
 
-LikePattern::LikePattern(std::u16string_view pattern)
+LikePattern::LikePattern(std::u16string_view pattern, Collation order) : order_(order)
 {
     for (std::size_t at = 0; at < pattern.size(); ++at) {
         switch (pattern[at]) {
@@ -41,7 +40,7 @@ LikePattern::LikePattern(std::u16string_view pattern)
             at = readSet(pattern, at);
             break;
         default:
-            elements_.push_back({Kind::unit, foldTurkish(pattern[at])});
+            elements_.push_back({Kind::unit, foldCase(pattern[at], order_)});
         }
     }
 
@@ -64,12 +63,13 @@ std::size_t LikePattern::readSet(std::u16string_view pattern, std::size_t open)
     }
     for (std::size_t at = 0; at < list.size(); ++at) {
         if (at + 2 < list.size() && list[at + 1] == u'-') {
-            Range range{keyOf(foldTurkish(list[at])), keyOf(foldTurkish(list[at + 2]))};
+            const auto end = [&](std::size_t place) { return keyOf(foldCase(list[place], order_), order_); };
+            Range range{end(at), end(at + 2)};
             if (range.high < range.low) failPattern(pattern, "küme içindeki aralık tersten yazılmış.");
             set.ranges.push_back(std::move(range));
             at += 2;
         } else {
-            set.units += foldTurkish(list[at]);
+            set.units += foldCase(list[at], order_);
         }
     }
     elements_.push_back({Kind::set, 0, sets_.size()});
@@ -77,11 +77,11 @@ std::size_t LikePattern::readSet(std::u16string_view pattern, std::size_t open)
     return close;
 }
 
-bool LikePattern::Set::holds(char16_t folded) const
+bool LikePattern::Set::holds(char16_t folded, Collation order) const
 {
     if (units.find(folded) != units.npos) return true;
     if (ranges.empty()) return false;
-    const std::vector<std::uint8_t> key = keyOf(folded);
+    const std::vector<std::uint8_t> key = keyOf(folded, order);
     return std::ranges::any_of(ranges, [&](const Range& range) { return range.low <= key && key <= range.high; });
 }
 
@@ -95,7 +95,7 @@ bool LikePattern::elementMatches(const Element& element, char16_t folded) const
     case Kind::digit:
         return folded >= u'0' && folded <= u'9';
     case Kind::set:
-        return sets_[element.set].holds(folded) != sets_[element.set].negated;
+        return sets_[element.set].holds(folded, order_) != sets_[element.set].negated;
     case Kind::run:
         break;
     }
@@ -133,7 +133,9 @@ template <class UnitAt> bool LikePattern::run(std::size_t length, UnitAt unitAt)
 
 bool LikePattern::matches(std::u16string_view text) const
 {
-    return run(text.size(), [text](std::size_t at) { return foldTurkish(text[at]); });
+    // Asked for every row of a table: which letters these are is settled before.
+    if (order_ == turkish) return run(text.size(), [text](std::size_t at) { return foldTurkish(text[at]); });
+    return run(text.size(), [text, this](std::size_t at) { return foldCase(text[at], order_); });
 }
 
 bool LikePattern::matchesFolded(std::u16string_view folded) const

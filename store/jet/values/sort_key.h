@@ -54,4 +54,9 @@ std::optional<char16_t> firstUncertain(std::u16string_view text, Collation colla
 std::u16string foldTurkish(std::u16string_view text);
 char16_t foldTurkish(char16_t unit);
 
+/// The same by the letters of that order: in a Turkish one as foldTurkish, in every other one I is i, and İ and ı are
+/// letters of their own.
+std::u16string foldCase(std::u16string_view text, Collation collation);
+char16_t foldCase(char16_t unit, Collation collation);
+
 } // namespace jet
