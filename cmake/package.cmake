@@ -37,7 +37,7 @@ set(documents ${CMAKE_INSTALL_DATADIR}/doc/mendrik-presva)
 install(TARGETS presva DESTINATION lib/mendrik-presva)
 install(TARGETS presva-mdb presva-scale DESTINATION bin)
 install(PROGRAMS packaging/mendrik-presva DESTINATION bin)
-install(FILES packaging/org.mendrik.Presva.desktop DESTINATION share/applications)
+install(FILES packaging/org.mendrik.Presva.desktop packaging/org.mendrik.Presva.Sezon.desktop DESTINATION share/applications)
 install(FILES packaging/org.mendrik.Presva.metainfo.xml DESTINATION share/metainfo)
 install(FILES packaging/org.mendrik.Presva.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES ${package_texts}/mendrik-presva.1.gz ${package_texts}/presva-mdb.1.gz ${package_texts}/presva-scale.1.gz

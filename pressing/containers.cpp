@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "base/numbers.h"
+#include "mill/containers.h"
 #include "pressing/displays.h"
 
 #include <cmath>
@@ -12,12 +13,10 @@ using namespace Qt::StringLiterals;
 namespace pressing {
 namespace {
 
-constexpr Litre sizes[] = {{5}, {10}, {15}, {20}};
-
-QStringList namesOfSizes()
+QStringList namesOfKinds()
 {
     QStringList names;
-    for (const Litre size : sizes) names << u"%1 Litrelik Kap"_s.arg(size.value, 2);
+    for (const mill::Container& container : mill::containers) names << QStringView(container.name).toString();
     return names;
 }
 
@@ -25,7 +24,7 @@ QStringList namesOfSizes()
 
 const QStringList& containerNames()
 {
-    static const QStringList names = namesOfSizes();
+    static const QStringList names = namesOfKinds();
     return names;
 }
 
@@ -33,8 +32,8 @@ QString containerName(int kind) { return containerNames().value(kind); }
 
 Litre containerSize(int kind)
 {
-    if (kind < 0 || kind >= std::ssize(sizes)) throw base::runtimeError(base::errors::typeMismatch);
-    return sizes[kind];
+    if (kind < 0 || kind >= std::ssize(mill::containers)) throw base::runtimeError(base::errors::typeMismatch);
+    return {mill::containers[static_cast<std::size_t>(kind)].litres};
 }
 
 Litre countContainers(StationScreen& screen, int station)

@@ -1,9 +1,9 @@
 #include "weights/weight_book.h"
 
 #include "files/error.h"
+#include "mill/season.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 namespace weights {
@@ -120,14 +120,6 @@ std::vector<PlacedLine> allLines(files::Disk& disk, const std::filesystem::path&
     return lines;
 }
 
-int seasonOf(double moment)
-{
-    const std::string iso = isoMoment(moment);
-    const int year = std::atoi(iso.c_str());
-    constexpr int july = 7;
-    return std::atoi(iso.c_str() + 5) < july ? year - 1 : year;
-}
-
 WeightBook::WeightBook(files::Disk& disk, std::filesystem::path folder)
     : disk_(disk), folder_(std::move(folder)), current_(folder_ / currentName)
 {
@@ -181,8 +173,8 @@ bool WeightBook::holds(const std::string& seal)
 
 void WeightBook::beginSeason(const Head& head, double moment)
 {
-    if (head.number == 0 || seasonOf(moment) <= seasonOf(head.moment)) return;
-    const int year = seasonOf(head.moment);
+    if (head.number == 0 || mill::seasonOf(moment) <= mill::seasonOf(head.moment)) return;
+    const int year = mill::seasonOf(head.moment);
     const std::filesystem::path archive =
         folder_ / (std::string(seasonPrefix) + std::to_string(year) + "-" + std::to_string(year + 1) + ".jsonl");
     // The files are read in the order of their names. Behind a file of that name or a later one, somebody else's or of

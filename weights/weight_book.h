@@ -36,9 +36,6 @@ struct PlacedLine {
 /// Every line of the book, oldest first. Throws files::Error.
 std::vector<PlacedLine> allLines(files::Disk& disk, const std::filesystem::path& folder);
 
-/// The year in which the olive season of that moment began. One runs from the first of July, when no mill presses.
-int seasonOf(double moment);
-
 /// Where a line begins: behind which byte of the season's file, and behind which line.
 struct Place {
     std::uint64_t offset = 0;

@@ -52,6 +52,28 @@ QStringList filesBelow(const QString& folder)
     return files;
 }
 
+/// Stands in for what opens files on a desktop: remembers which.
+class Opener {
+public:
+    explicit Opener(const QString& home) : folder_(home + u"/opener"_s)
+    {
+        QDir().mkpath(folder_);
+        QFile script(folder_ + u"/xdg-open"_s);
+        if (!script.open(QIODevice::WriteOnly)) qFatal("no script can be written");
+        script.write("#!/bin/sh\nprintf %s \"$1\" >\"" + folder_.toUtf8() + "/opened\"\n");
+        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    QProcessEnvironment inFrontOf(QProcessEnvironment environment) const
+    {
+        environment.insert(u"PATH"_s, folder_ + u':' + environment.value(u"PATH"_s));
+        return environment;
+    }
+    QString opened() const { return QString::fromUtf8(contentOf(folder_ + u"/opened"_s)); }
+
+private:
+    QString folder_;
+};
+
 } // namespace
 
 /// The Debian package: built, installed by dpkg into a root of its own, started there on a screen of its own, and
@@ -121,7 +143,8 @@ private slots:
              {"bin/mendrik-presva", "bin/presva-mdb", "bin/presva-scale", "lib/mendrik-presva/presva"})
             QTest::newRow(path) << true;
         for (const char* path :
-             {"share/applications/org.mendrik.Presva.desktop", "share/metainfo/org.mendrik.Presva.metainfo.xml",
+             {"share/applications/org.mendrik.Presva.desktop", "share/applications/org.mendrik.Presva.Sezon.desktop",
+              "share/metainfo/org.mendrik.Presva.metainfo.xml",
               "share/icons/hicolor/scalable/apps/org.mendrik.Presva.svg", "share/man/man1/mendrik-presva.1.gz",
               "share/man/man1/presva-mdb.1.gz", "share/man/man1/presva-scale.1.gz",
               "share/doc/mendrik-presva/copyright", "share/doc/mendrik-presva/changelog.gz",
@@ -146,9 +169,18 @@ private slots:
         QVERIFY2(lintian.code == 0, qPrintable(lintian.out));
     }
 
+    void menuEntryIsValidAndLeadsToTheProgram_data()
+    {
+        addColumns<QString, bool>("entry", "leadsToTheGuide");
+        QTest::newRow("counter") << u"org.mendrik.Presva.desktop"_s << true;
+        QTest::newRow("season") << u"org.mendrik.Presva.Sezon.desktop"_s << false;
+    }
+
     void menuEntryIsValidAndLeadsToTheProgram()
     {
-        const QString entry = inRoot(u"usr/share/applications/org.mendrik.Presva.desktop"_s);
+        QFETCH(bool, leadsToTheGuide);
+        QFETCH(QString, entry);
+        entry = inRoot(u"usr/share/applications/"_s + entry);
         const Outcome validator = run(u"desktop-file-validate"_s, {entry});
         QVERIFY2(validator.code == 0 && validator.out.isEmpty(), qPrintable(validator.out));
 
@@ -156,6 +188,7 @@ private slots:
         static const QRegularExpression exec(u"^Exec=(\\S+)"_s, QRegularExpression::MultilineOption);
         QVERIFY(QFileInfo(inRoot(u"usr/bin/"_s + exec.match(text).captured(1))).isExecutable());
         static const QRegularExpression guide(u"^Exec=xdg-open /(\\S+)"_s, QRegularExpression::MultilineOption);
+        QCOMPARE(guide.match(text).hasMatch(), leadsToTheGuide);
         QVERIFY(QFileInfo::exists(inRoot(guide.match(text).captured(1))));
         static const QRegularExpression icon(u"^Icon=(\\S+)"_s, QRegularExpression::MultilineOption);
         const QString icons = inRoot(u"usr/share/icons/hicolor/scalable/apps/"_s);
@@ -308,6 +341,28 @@ private slots:
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
         QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
         QVERIFY(!QFileInfo::exists(dataFolder()));
+    }
+
+    void seasonIsMadeAndShown()
+    {
+        const Opener opener(home_->path());
+        QVERIFY(QDir().mkpath(dataFolder()));
+        QCOMPARE(tool({u"create"_s, dataFolder() + u"/Yag.mdb"_s}).code, 0);
+        const Outcome shown = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--season"_s}, opener.inFrontOf(ofTheUser()));
+        QVERIFY2(shown.code == 0, qPrintable(shown.out));
+        const QString page = dataFolder() + u"/Sezon.html"_s;
+        QCOMPARE(opener.opened(), page);
+        QVERIFY(contentOf(page).contains("<h1>Zeytin sezonu"));
+    }
+
+    void seasonThatCannotBeMadeSaysWhy()
+    {
+        const Opener opener(home_->path());
+        const Outcome shown = run(inRoot(u"usr/bin/mendrik-presva"_s), {u"--season"_s, u"--dir=/absent"_s},
+                                  opener.inFrontOf(ofTheUser()));
+        QCOMPARE(shown.code, 1);
+        QVERIFY2(contentOf(opener.opened()).contains("/absent"), qPrintable(opener.opened()));
+        QFile::remove(opener.opened());
     }
 
     void existingDatabaseIsCopiedByOneOption()

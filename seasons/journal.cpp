@@ -1,0 +1,147 @@
+#include "seasons/journal.h"
+
+#include "mill/names.h"
+#include "mill/season.h"
+#include "store/jet/table/table.h"
+
+#include <cmath>
+#include <functional>
+
+namespace seasons {
+namespace {
+
+using mill::Cari, mill::Hareket;
+
+/// Where the mill's fields stand in a table that may have been made, and widened, by another program.
+std::size_t positionOf(const jet::Table& table, std::u16string_view field)
+{
+    const auto position = table.columnNamed(field);
+    if (position) return *position;
+    throw jet::Error(jet::Fault::noSuchTable, "'" + jet::toUtf8(table.name()) + "' tablosunda '" + jet::toUtf8(field) +
+                                                  "' alanı yok; bu bir Mendrik Presva veritabanı değil.");
+}
+
+std::optional<double> numberOf(const jet::RowView& row, std::size_t position)
+{
+    const auto number = row.number(position);
+    return number && std::isfinite(*number) ? number : std::nullopt;
+}
+
+/// A text field; empty where there is none.
+void textOf(const jet::RowView& row, std::size_t position, std::u16string& into)
+{
+    if (!row.text(position, into)) into.clear();
+}
+
+/// Every row that can be read, in passing: a journal may be larger than memory.
+void walk(const jet::Table& table, std::uint64_t& damaged, const std::function<void(const jet::RowView&)>& visit)
+{
+    jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
+    for (;;) {
+        try {
+            if (!cursor.next()) return;
+            visit(cursor.row());
+        } catch (const jet::Error& error) {
+            if (error.fault() != jet::Fault::damaged) throw;
+            ++damaged;
+        }
+    }
+}
+
+ContainerKinds kindsOf(const jet::Table& customers)
+{
+    const std::size_t name = positionOf(customers, Cari::fields[Cari::Unvan]);
+    const std::size_t container = positionOf(customers, Cari::fields[Cari::Kap]);
+    ContainerKinds kinds;
+    std::u16string text;
+    std::uint64_t damaged = 0; // a register with a hole still tells the others' containers
+    walk(customers, damaged, [&](const jet::RowView& row) {
+        textOf(row, container, text);
+        for (std::size_t kind = 0; kind < mill::containers.size(); ++kind) {
+            if (mill::containers[kind].name != text) continue;
+            textOf(row, name, text);
+            kinds.try_emplace(text, kind);
+            return;
+        }
+    });
+    return kinds;
+}
+
+/// The journal's pressings, without what a report has left in it.
+class Journal {
+public:
+    explicit Journal(const jet::Table& table)
+        : table_(table), moment_(positionOf(table, Hareket::fields[Hareket::Tarih])),
+          olives_(positionOf(table, Hareket::fields[Hareket::Zeytin])),
+          oil_(positionOf(table, Hareket::fields[Hareket::Yağ])),
+          share_(positionOf(table, Hareket::fields[Hareket::HakTut])),
+          fee_(positionOf(table, Hareket::fields[Hareket::Nakit])),
+          customer_(positionOf(table, Hareket::fields[Hareket::CariHar]))
+    {
+    }
+
+    /// The moments alone, which is several times as quick.
+    void walkMoments(const std::function<void(double)>& visit) const
+    {
+        std::uint64_t damaged = 0;
+        walk(table_, damaged, [&](const jet::RowView& row) {
+            const auto moment = momentOf(row);
+            if (moment && !row.textIs(customer_, mill::reserved::totals)) visit(*moment);
+        });
+    }
+
+    void walkPressings(Reading& reading, const std::function<void(const Pressing&)>& visit) const
+    {
+        std::u16string customer;
+        walk(table_, reading.damaged, [&](const jet::RowView& row) {
+            textOf(row, customer_, customer);
+            if (customer == mill::reserved::totals) return;
+            const auto moment = momentOf(row);
+            if (!moment) {
+                ++reading.undated;
+                return;
+            }
+            visit({*moment, numberOf(row, olives_), numberOf(row, oil_), numberOf(row, share_), numberOf(row, fee_),
+                   customer});
+        });
+    }
+
+private:
+    std::optional<double> momentOf(const jet::RowView& row) const
+    {
+        constexpr double first = -657434; // 0100-01-01
+        constexpr double end = 2958466;   // the day behind 9999-12-31
+        const auto moment = numberOf(row, moment_);
+        return moment && *moment >= first && *moment < end ? moment : std::nullopt;
+    }
+
+    const jet::Table& table_;
+    std::size_t moment_, olives_, oil_, share_, fee_, customer_;
+};
+
+int newestSeason(const Journal& journal, double now)
+{
+    const int running = mill::seasonOf(now);
+    std::optional<int> newest;
+    std::optional<int> oldest;
+    journal.walkMoments([&](double moment) {
+        const int year = mill::seasonOf(moment);
+        if (year <= running && (!newest || year > *newest)) newest = year;
+        if (!oldest || year < *oldest) oldest = year;
+    });
+    return newest.value_or(oldest.value_or(running));
+}
+
+} // namespace
+
+Reading readSeason(jet::Database& database, std::optional<int> year, double now)
+{
+    const Journal journal(database.table(Hareket::table));
+    Reading reading;
+    Sums sums(year ? *year : newestSeason(journal, now), kindsOf(database.table(Cari::table)));
+    journal.walkPressings(reading, [&](const Pressing& pressing) { sums.add(pressing); });
+    reading.figures = sums.figures();
+    return reading;
+}
+
+} // namespace seasons

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+/// What a page is furnished with, compiled in so that the program needs no file at run time.
+namespace seasons::parts {
+
+extern const std::string_view style;
+extern const std::string_view script;
+extern const std::string_view charts; ///< the library that draws; empty where the build had none
+
+} // namespace seasons::parts

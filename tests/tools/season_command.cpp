@@ -1,0 +1,195 @@
+#include "mill/names.h"
+#include "platform/system_disk.h"
+#include "sheets/workbook.h"
+#include "store/jet/database/database.h"
+#include "store/jet/values/calendar.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+#include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using mill::Hareket;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+/// A mill's folder with a few pressings of two seasons, and the program from outside.
+class SeasonCommand : public testing::Test {
+protected:
+    SeasonCommand()
+    {
+        EXPECT_EQ(run({.program = PRESVA_MDB, .arguments = {"create", database()}}).code, 0);
+        import("Hareket", "Tarih,Zeytin,Yağ,HakTut,Nakit,CariHar\n"
+                          "2024-11-20T10:00:00,500,100,10,0,Ali\n"
+                          "2025-11-20T10:00:00,1000,200,20,0,Ali\n"
+                          "2025-11-20T11:30:00,1000,250,,150,Ayşe\n"
+                          ",1,1,1,1,Ali\n"
+                          "2025-11-21T00:00:00,2500,450,20,150,Toplamlar\n");
+        import("Cari", "Unvan,Kap\nAli,10 Litrelik Kap\n");
+    }
+
+    std::string database() const { return folder_ / "Yag.mdb"; }
+    std::string page() const { return folder_ / "Sezon.html"; }
+    std::string folder() const { return folder_.path(); }
+
+    void import(const std::string& table, const std::string& csv) const
+    {
+        const Outcome outcome =
+            run({.program = PRESVA_MDB, .arguments = {"import", database(), table, "-"}, .input = csv});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+    }
+    Outcome season(std::vector<std::string> arguments) const
+    {
+        arguments.insert(arguments.begin(), "season");
+        return run({.program = PRESVA_MDB, .arguments = arguments});
+    }
+
+private:
+    TemporaryFolder folder_;
+};
+
+TEST_F(SeasonCommand, newestSeasonIsTakenAndATotalsRowIsNoPressing)
+{
+    const Outcome outcome = season({folder(), page()});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("1 sıkımın tarihi yok"));
+    const std::string html = textOfFile(page());
+    EXPECT_THAT(html, HasSubstr("<tr><th>20.11.2025<td>2<td>2.000<td>450\n"));
+    EXPECT_THAT(html, HasSubstr("<tr><th>10 litrelik<td>20\n"));
+    EXPECT_THAT(html, HasSubstr("<tr><th>2024–2025<td>1<td>500"));
+    EXPECT_THAT(html, Not(HasSubstr("<th>Toplamlar")));
+}
+
+TEST_F(SeasonCommand, anySeasonCanBeNamedAndTheFileAsWell)
+{
+    const Outcome outcome = season({database(), "--year", "2024", page()});
+    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2024–2025: 1 sıkım.\n")) << outcome.err;
+}
+
+TEST_F(SeasonCommand, databaseIsFoundInWhateverLettersItIsNamed)
+{
+    std::filesystem::rename(database(), folder() + "/YAG.MDB");
+    EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
+}
+
+TEST_F(SeasonCommand, aPageThatIsThereIsRenewed)
+{
+    writeFile(page(), "old");
+    EXPECT_EQ(season({folder(), page()}).code, 0);
+    EXPECT_THAT(textOfFile(page()), StartsWith("<!doctype html>"));
+    EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.html", "Yag.mdb"));
+}
+
+/// A part of a workbook, which is a zip archive.
+std::string partOf(const std::string& workbook, const std::string& name)
+{
+    return run({.program = "unzip", .arguments = {"-p", workbook, name}}).out;
+}
+
+TEST_F(SeasonCommand, sameTablesBecomeAWorkbook)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string workbook = folder() + "/Sezon.xlsx";
+    const Outcome outcome = season({folder(), workbook});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const std::string names = partOf(workbook, "xl/workbook.xml");
+    for (const char* sheet :
+         {"Sezon", "Günlere göre zeytin ve yağ", "Verimin dağılımı", "Müşteriler", "Bütün sezonlar"})
+        EXPECT_THAT(names, HasSubstr("name=\"" + std::string(sheet) + "\"")) << sheet;
+    EXPECT_THAT(partOf(workbook, "xl/sharedStrings.xml") + partOf(workbook, "xl/worksheets/sheet1.xml"),
+                HasSubstr("1 sıkımın tarihi yok"));
+    const std::string days = partOf(workbook, "xl/worksheets/sheet2.xml");
+    EXPECT_THAT(days, HasSubstr("<v>45981</v>")); // the day itself, not its text
+    EXPECT_THAT(days, HasSubstr("<v>2000</v>"));
+    EXPECT_THAT(days, HasSubstr("<v>450</v>"));
+}
+
+TEST_F(SeasonCommand, counterMayBeAtWork)
+{
+    files::Disk& disk = platform::systemDisk();
+    const auto counter = jet::Database::open(disk, database());
+    jet::Table& journal = counter->table(Hareket::table);
+    journal.insert({{Hareket::Tarih, jet::dateTime(2025, 12, 1, 9).value()}, {Hareket::Zeytin, 100.0}});
+    EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 3 sıkım.\n"));
+
+    // What is not booked yet is not seen.
+    jet::Transaction change(counter->pager());
+    journal.insert({{Hareket::Tarih, jet::dateTime(2025, 12, 1, 10).value()}, {Hareket::Zeytin, 100.0}});
+    EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 3 sıkım.\n"));
+    change.commit();
+    EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 4 sıkım.\n"));
+}
+
+TEST_F(SeasonCommand, aClockThatWasAheadOnceDoesNotHideTheSeason)
+{
+    import("Hareket", "Tarih,Zeytin,CariHar\n2119-11-20T10:00:00,1,Ali\n");
+    EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
+}
+
+class SeasonCommandMisuse : public SeasonCommand,
+                            public testing::WithParamInterface<NamedRow<std::vector<std::string>>> {};
+
+RowTable<std::vector<std::string>> misuses()
+{
+    return {
+        {"no page", {"Yag.mdb", "--year"}},
+        {"no year", {"Yag.mdb", "Sezon.html", "--year"}},
+        {"no number", {"Yag.mdb", "--year", "geçen", "Sezon.html"}},
+        {"half a number", {"Yag.mdb", "--year", "2025x", "Sezon.html"}},
+        {"far away", {"Yag.mdb", "--year", "20255", "Sezon.html"}},
+        {"neither page nor workbook", {"Yag.mdb", "Sezon.txt"}},
+        {"too many", {"Yag.mdb", "Sezon.html", "Sezon2.html"}},
+        {"absent", {"/absent", "Sezon.html"}},
+        {"no database", {PRESVA_MDB, "Sezon.html"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, SeasonCommandMisuse, testing::ValuesIn(misuses()), RowName());
+
+TEST_P(SeasonCommandMisuse, isOneSentenceAndNoPage)
+{
+    const Outcome outcome = season(GetParam().row);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+}
+
+TEST_F(SeasonCommand, aDatabaseOfSomebodyElseIsNamedAsSuch)
+{
+    const std::string other = folder() + "/other.mdb";
+    files::Disk& disk = platform::systemDisk();
+    jet::Database::create(disk, other, jet::turkish, jet::dateTime(2025, 1, 1).value(), [](jet::Database& database) {
+        database.createTable(u"Hareket", {{u"Tarih", jet::ColumnType::dateTime}}, {},
+                             jet::dateTime(2025, 1, 1).value());
+    });
+    const Outcome outcome = season({other, page()});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("'Hareket' tablosunda 'Zeytin' alanı yok"));
+}
+
+TEST_F(SeasonCommand, damagedRowsAreCountedAndTheRestIsShown)
+{
+    std::string bytes = textOfFile(database());
+    // The name of a pressing, compressed: the mark in front of it makes its length plain.
+    const std::size_t name = bytes.find("\xFF\xFE"
+                                        "Ali");
+    ASSERT_NE(name, std::string::npos);
+    const Outcome whole = season({folder(), page()});
+    EXPECT_EQ(whole.code, 0);
+    // Behind the name stand the ends of the row's fields; ends beyond the row are none.
+    bytes[name + 5] = '\x7F';
+    bytes[name + 6] = '\x7F';
+    writeFile(database(), bytes);
+    const Outcome outcome = season({folder(), page()});
+    EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("1 satır okunamadı"));
+    EXPECT_THAT(textOfFile(page()), HasSubstr("1 satır okunamadı"));
+}
+
+} // namespace
