@@ -40,7 +40,7 @@
         kaplar: {unit: 'kap', series: [{column: 1, colour: '--oil', kind: 'bar'}]}
     };
     const colour = name => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
-    const shortened = name => name.length > 24 ? name.slice(0, 23) + '…' : name;
+    const shortened = (name, length) => name.length > length ? name.slice(0, length - 1) + '…' : name;
 
     function ticksOfDays(axis) {
         const first = Math.ceil(axis.min), last = Math.floor(axis.max), months = last - first > 75;
@@ -71,11 +71,11 @@
         const nothing = plot.series.every(series => columns[series.column].values.every(value => !value));
         canvas.parentNode.hidden = nothing;
         if (nothing) return null;
-        const soft = colour('--soft'), line = colour('--line');
+        const soft = colour('--soft'), line = colour('--line'), narrow = canvas.parentNode.clientWidth < 420;
         const amount = value => figure.format(value) + (plot.unit === '%' ? '' : ' ' + plot.unit);
         const values = {
             beginAtZero: plot.unit !== '%', border: {display: false}, grid: {color: line, drawBorder: false},
-            ticks: {color: soft, maxRotation: 0, maxTicksLimit: plot.lying ? 5 : 7, callback: value => figure.format(value)},
+            ticks: {color: soft, maxRotation: 0, maxTicksLimit: plot.lying ? narrow ? 3 : 5 : 7, callback: value => figure.format(value)},
             title: {display: true, text: plot.unit, color: soft}
         };
         const names = plot.days
@@ -83,7 +83,7 @@
                afterBuildTicks: ticksOfDays, grid: {display: false},
                ticks: {color: soft, maxRotation: 0, autoSkipPadding: 12, callback: value => shortDay(value)}}
             : {grid: {display: false}, ticks: {color: soft, maxRotation: 0, autoSkipPadding: 8, autoSkip: !plot.lying}};
-        const labels = plot.days ? undefined : plot.weeks ? first.map(shortDay) : first.map(shortened);
+        const labels = plot.days ? undefined : plot.weeks ? first.map(shortDay) : first.map(name => shortened(name, narrow ? 15 : 24));
         const title = items => plot.days ? shortDay(items[0].parsed.x)
             : plot.weeks ? shortDay(first[items[0].dataIndex]) + ' haftası' : String(first[items[0].dataIndex]);
         return new Chart(canvas, {
@@ -141,7 +141,6 @@
         function filter() {
             const text = search.value.trim().toLocaleLowerCase('tr');
             wanted = all.filter(row => row.textContent.toLocaleLowerCase('tr').includes(text));
-            shown = step;
             show();
         }
         function sort(head) {
@@ -165,7 +164,7 @@
             button.addEventListener('click', () => sort(head));
             head.append(button);
         });
-        search.addEventListener('input', filter);
+        search.addEventListener('input', () => { shown = step; filter(); });
         more.addEventListener('click', () => { shown *= 4; show(); });
         show();
     }

@@ -20,6 +20,8 @@ std::string yieldText(const Amounts& amounts)
 
 std::string whole(double number) { return numberText(number, 0); }
 
+std::string liraText(double lira) { return numberText(lira, lira == std::round(lira) ? 0 : 2); }
+
 std::string nameOf(const CustomerAmounts& customer)
 {
     return customer.name.empty() ? "(adsız)" : jet::toUtf8(customer.name);
@@ -112,7 +114,7 @@ Section weeks(const Figures& figures, Pay pay)
     for (const auto& [day, amounts] : weeksOf(figures.days))
         section.rows.push_back({double(day), oil ? amounts.share : amounts.fee});
     section.sum = {std::string("Toplam"), total};
-    section.summary = "Sezonda " + (oil ? whole(total) + " kg yağ" : numberText(total, 2) + " TL") + ".";
+    section.summary = "Sezonda " + (oil ? whole(total) + " kg yağ" : liraText(total) + " TL") + ".";
     return section;
 }
 
@@ -158,7 +160,7 @@ Section containers(const ContainerCounts& counts)
     Section section{"kaplar", "Dolan kaplar", "", {{"Kap", Kind::text}, {"Adet", Kind::count}}, {}, {}};
     double all = 0;
     for (std::size_t kind = 0; kind < counts.filled.size(); ++kind) {
-        section.rows.push_back({whole(mill::containers[kind].litres) + " litrelik", counts.filled[kind]});
+        section.rows.push_back({whole(mill::containers[kind].litres) + " litre", counts.filled[kind]});
         all += counts.filled[kind];
     }
     section.sum = {std::string("Toplam"), all};
@@ -205,7 +207,7 @@ std::vector<Headline> headlines(const Figures& figures)
             {"Yağ", whole(total.oil), "kg"},
             {"Verim", total.yield() ? numberText(*total.yield() * 100, 1) : "—", "%"},
             {"Hak ediş", whole(total.share), "kg yağ"},
-            {"Nakit", numberText(total.fee, total.fee == std::round(total.fee) ? 0 : 2), "TL"},
+            {"Nakit", liraText(total.fee), "TL"},
             {"Sıkım", whole(double(total.pressings)), ""},
             {"Müşteri", whole(double(figures.customers.size())), ""},
             {"Çalışılan gün", whole(double(figures.days.size())), ""}};

@@ -102,7 +102,7 @@ QJsonObject Browser::next()
         unread_.append(piece.data(), count);
     }
     const qsizetype end = unread_.indexOf('\0');
-    const QJsonObject message = QJsonDocument::fromJson(unread_.first(end)).object();
+    QJsonObject message = QJsonDocument::fromJson(unread_.first(end)).object();
     unread_.remove(0, end + 1);
     return message;
 }
@@ -215,7 +215,16 @@ QImage Browser::pictureOf(const QString& selector)
     return screenshot({{u"clip"_s, box}});
 }
 
-QImage Browser::wholePicture() { return screenshot({{u"captureBeyondViewport"_s, true}}); }
+QImage Browser::wholePicture()
+{
+    // Drawings follow the window's size a moment later: it must be as tall as the page before the picture is taken.
+    const int width = valueOf(u"innerWidth"_s).toInt();
+    const int height = valueOf(u"innerHeight"_s).toInt();
+    resize(width, valueOf(u"document.documentElement.scrollHeight"_s).toInt());
+    QImage whole = picture();
+    resize(width, height);
+    return whole;
+}
 
 QByteArray Browser::printed()
 {

@@ -236,6 +236,8 @@ private slots:
              {u"Zeytin sezonu 2025–2026"_s, u"Verimin dağılımı"_s, u"Hak ediş kg"_s, u"Toplam"_s})
             QVERIFY2(text.contains(wanted), qPrintable(wanted));
         QVERIFY(!text.contains(u"Daha fazla göster"_s));
+        QCOMPARE(text.count(u"Toplam"_s), 1); // below the last row, not below those of every page
+        QVERIFY(text.contains(u"100 tanesi gösteriliyor"_s));
 
         askPdf(pdf, u"pdftoppm"_s, {u"-r"_s, u"60"_s, u"-png"_s, u"FILE"_s, folder_.filePath(u"paper"_s)});
         int olives = 0;

@@ -3,7 +3,7 @@
 #include <QImage>
 #include <QString>
 
-struct _XDisplay;
+struct _XDisplay; // NOLINT(bugprone-reserved-identifier): so does Xlib name it
 
 /// The window of a process on an X server, as a person in front of it has it: seen, and closed by its button.
 class WindowOf {

@@ -198,7 +198,7 @@ TEST(SeasonFigures, sumsAreThoseOfACountByHand)
         // Quarters add up without rounding, in whatever order.
         const double olives = static_cast<double>(random() % 8000) / 4;
         const double oil = static_cast<double>(random() % 1600) / 4;
-        pressings.push_back({dayOf(2025, 7, 1) + static_cast<double>(random() % (365 * 1440)) / 1440, olives, oil,
+        pressings.push_back({dayOf(2025, 7, 1) + static_cast<double>(random() % (365UL * 1440)) / 1440, olives, oil,
                              static_cast<double>(random() % 400) / 4, static_cast<double>(random() % 4000) / 4,
                              names[random() % names.size()]});
     }

@@ -61,7 +61,7 @@ TEST_F(SeasonCommand, newestSeasonIsTakenAndATotalsRowIsNoPressing)
     EXPECT_THAT(outcome.out, HasSubstr("1 sıkımın tarihi yok"));
     const std::string html = textOfFile(page());
     EXPECT_THAT(html, HasSubstr("<tr><th>20.11.2025<td>2<td>2.000<td>450\n"));
-    EXPECT_THAT(html, HasSubstr("<tr><th>10 litrelik<td>20\n"));
+    EXPECT_THAT(html, HasSubstr("<tr><th>10 litre<td>20\n"));
     EXPECT_THAT(html, HasSubstr("<tr><th>2024–2025<td>1<td>500"));
     EXPECT_THAT(html, Not(HasSubstr("<th>Toplamlar")));
 }
