@@ -33,9 +33,9 @@ protected:
         import("Cari", "Unvan,Kap\nAli,10 Litrelik Kap\n");
     }
 
-    std::string database() const { return folder_ / "Yag.mdb"; }
-    std::string page() const { return folder_ / "Sezon.html"; }
-    std::string folder() const { return folder_.path(); }
+    std::string database() const { return (folder_ / "Yag.mdb").string(); }
+    std::string page() const { return (folder_ / "Sezon.html").string(); }
+    std::string folder() const { return folder_.path().string(); }
 
     void import(const std::string& table, const std::string& csv) const
     {
