@@ -14,8 +14,7 @@ enum class Fault {
     notADatabase,     ///< no Jet signature
     oldFormat,        ///< Access 97 or older (Jet 3)
     newFormat,        ///< Access 2007 or newer (.accdb)
-    password,         ///< protected by a database password
-    encoded,          ///< pages are encoded
+    encoded,          ///< its pages are covered, and what was asked takes plain ones
     cutShort,         ///< the file ends in the middle of a page, or before pages that every database has
     inUse,            ///< another program has it open
     changedElsewhere, ///< another program has changed it since it was read; nothing was written

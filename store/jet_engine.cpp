@@ -1,6 +1,7 @@
 #include "store/jet_engine.h"
 
 #include "base/error.h"
+#include "files/quoted_path.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
@@ -335,8 +336,13 @@ std::shared_ptr<Engine> JetDatabases::open(const QString& path)
     std::weak_ptr<Engine>& known = open_[path];
     if (std::shared_ptr<Engine> engine = known.lock()) return engine;
     auto engine = passing([&]() -> std::shared_ptr<Engine> {
-        return std::make_shared<JetEngine>(disk_,
-                                           jet::Database::open(disk_, std::filesystem::path(path.toStdU16String())));
+        auto database = jet::Database::open(disk_, std::filesystem::path(path.toStdU16String()));
+        const jet::Pager& pages = database->pager();
+        // Read and never written it would be no journal: better no counter than one that books nothing.
+        if (pages.protection() != jet::Protection::none)
+            throw jet::Error(jet::Fault::encoded,
+                             files::quotedPath(pages.path()) + " ile çalışılamaz: " + pages.whyNotWritable() + '.');
+        return std::make_shared<JetEngine>(disk_, std::move(database));
     });
     known = engine;
     return engine;

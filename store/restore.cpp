@@ -54,6 +54,8 @@ void refuseUnsound(files::Disk& disk, const Path& file, const Path& copy)
     };
     try {
         const auto database = jet::Database::open(disk, file, jet::Pager::Mode::readOnly);
+        if (database->pager().protection() != jet::Protection::none)
+            refuse("parolalı ya da kodlanmış; program ona yazamaz.");
         const jet::CheckResult result = jet::checkDatabase(*database);
         if (!result.ok()) refuse(result.faults.front());
         for (const std::u16string_view table : {mill::Cari::table, mill::Hareket::table})
@@ -72,14 +74,15 @@ public:
         if (!disk.exists(database)) return;
         try {
             pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // puts a journal right
-            if (!pager_->writable())
+            if (!pager_->writable() && pager_->protection() == jet::Protection::none)
                 throw files::Error(files::Fault::noPermission,
                                    files::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");
-            return;
+            if (pager_->writable()) return;
+            pager_.reset();
         } catch (const files::Error& error) {
             if (error.fault() == files::Fault::inUse || error.fault() == files::Fault::noPermission) throw;
         }
-        // Too damaged to be opened: that is what copies are for.
+        // Too damaged to be opened, or no file to work with: that is what copies are for.
         file_ = disk.open(database, files::Disk::Access::readWrite);
         if (!file_->lock(files::File::Lock::writer))
             throw files::Error(files::Fault::inUse,

@@ -21,10 +21,8 @@ const char* kindOf(files::Fault fault)
         return "This database is of Access 97 or older; convert it with Access";
     case Fault::newFormat:
         return "This database is of Access 2007 or newer (.accdb); save it as .mdb with Access";
-    case Fault::password:
-        return "The database is protected by a password";
     case Fault::encoded:
-        return "The pages of this database are encoded";
+        return "The pages of this database are encoded; compact makes an open copy";
     case Fault::cutShort:
         return "The file ends too early; rescue saves what is there";
     case Fault::inUse:

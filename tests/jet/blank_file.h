@@ -2,6 +2,7 @@
 
 #include "store/jet/format/header_layout.h"
 #include "store/jet/format/usage_map_layout.h"
+#include "store/jet/pages/page_code.h"
 #include "store/jet/pages/row_page.h"
 
 #include <algorithm>
@@ -23,6 +24,7 @@ inline std::vector<std::uint8_t> blankFile(jet::PageCount pages = 16)
     jet::stampPage(head, jet::PageType::blank);
     std::ranges::copy(header::jetSignature, header::signature.of(head).begin());
     header::version.put(head, header::jet4);
+    jet::maskHeader(head); // neither a password nor a key
     const std::span maps = std::span(file).subspan<jet::pageSize, jet::pageSize>();
     jet::initRowPage(maps, header::globalMapsPage);
     std::array<std::uint8_t, map::newRow> row{};

@@ -1,3 +1,4 @@
+#include "tests/jet/protection.h"
 #include "tests/store/mill_file.h"
 #include "tests/support/outcome.h"
 
@@ -179,6 +180,21 @@ private Q_SLOTS:
         file->disk.content("Baska.mdb") = file->disk.content("Yag.mdb");
         source.refresh();
         QVERIFY(source.hasRecordSet());
+    }
+
+    void aProtectedFileIsRefusedWithTheWayOut()
+    {
+        MillFile file;
+        protection::setPassword(file.disk.content("Yag.mdb"));
+        store::DataSource source(file.databases);
+        source.setDatabaseName(MillFile::path);
+        source.setRecordSource("Cari");
+        QCOMPARE(errorOf([&] { source.refresh(); }), errors::databaseFault);
+        try {
+            source.refresh();
+        } catch (const base::RuntimeError& error) {
+            QVERIFY(error.text().contains("presva-mdb compact"));
+        }
     }
 
     void everySourceSeesTheSameFile()

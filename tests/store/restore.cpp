@@ -5,6 +5,7 @@
 #include "store/jet/database/database.h"
 #include "store/jet/pages/journal.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/jet/protection.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
@@ -182,12 +183,28 @@ PowerCutDisk::Image databaseWithoutTables()
     return other.content("x.mdb");
 }
 
+PowerCutDisk::Image millWithPassword()
+{
+    PowerCutDisk::Image image = oldMill();
+    protection::setPassword(image);
+    return image;
+}
+
+PowerCutDisk::Image coveredMill()
+{
+    PowerCutDisk::Image image = oldMill();
+    protection::cover(image, 0x1234);
+    return image;
+}
+
 const RowTable<ContentOf> restoreDamagedCopy = {
     {"empty", [] { return PowerCutDisk::Image(); }},
     {"cut", cutMill},
     {"text", text},
     {"rows lost", millWithoutItsLastRows},
     {"no mill", databaseWithoutTables},
+    {"with a password", millWithPassword},
+    {"with covered pages", coveredMill},
 };
 
 TABLE_SUITE(RestoreDamagedCopy, ContentOf, restoreDamagedCopy);
@@ -200,6 +217,16 @@ TEST_P(RestoreDamagedCopy, aDamagedCopyReplacesNothing)
     ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, "2025-11-20", now); }), Fault::damaged);
     ASSERT_EQ(disk.content(database), newMill());
     ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
+}
+
+TEST(Restore, aProtectedDatabaseGivesWayToTheCopy)
+{
+    PowerCutDisk disk;
+    arrange(disk);
+    disk.put(database, coveredMill());
+    store::restoreCopy(disk, directory, "2025-11-20", now);
+    ASSERT_EQ(disk.content(database), oldMill());
+    ASSERT_EQ(disk.content(aside), coveredMill());
 }
 
 const RowTable<std::string> restoreUnknownCopy = {

@@ -21,6 +21,11 @@ void backup(Disk& disk, Database& database, const std::filesystem::path& to, con
 {
     Pager& pager = database.pager();
     assert(!pager.inTransaction());
+    if (pager.protection() == Protection::covered)
+        throw Error(Fault::encoded,
+                    files::quotedPath(pager.path()) +
+                        " dosyasının sayfaları kodlanmış; kopyası açık olurdu. Bunu isterseniz: presva-mdb "
+                        "compact DOSYA YENİ-DOSYA.");
     files::PartFile part(disk, to);
     {
         const auto file = disk.open(part.path(), Disk::Access::createNew);

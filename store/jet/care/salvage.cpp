@@ -9,6 +9,7 @@
 #include "store/jet/format/system_objects.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/journal.h"
+#include "store/jet/pages/page_code.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/long_value.h"
 #include "store/jet/rows/row_walk.h"
@@ -120,6 +121,7 @@ void Salvage::readFile(Disk& disk, const std::filesystem::path& file)
             }
         }
     }
+    uncoverFile(content);
     readJournalBeside(disk, file);
 }
 

@@ -28,7 +28,7 @@ class Salvage {
 public:
     /// Reads all of the file that the disk gives; `losses` hears what could not be read, now and later; a page that
     /// cannot be read counts as lost. A journal that a crash left beside it is applied to the copy. Throws notFound,
-    /// isFolder, noPermission, inUse; oldFormat, newFormat, password and encoded for files that are not damaged but
+    /// isFolder, noPermission, inUse; oldFormat and newFormat for files that are not damaged but
     /// another kind; notADatabase when nothing of a table is in it.
     Salvage(Disk& disk, const std::filesystem::path& file, Sentences& losses);
 

@@ -6,73 +6,16 @@
 #include "store/jet/pages/damage.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
-#include <numeric>
 #include <string_view>
-#include <utility>
 
 namespace jet {
 namespace {
 
 namespace at = header_layout;
 
-/// RC4 with the format's fixed key: the same bytes for every file.
-std::array<std::uint8_t, at::obscured.size> keyStream()
-{
-    constexpr auto& key = at::obscuringKey;
-    std::array<std::uint8_t, 256> state{};
-    std::iota(state.begin(), state.end(), std::uint8_t{0});
-    std::uint8_t j = 0;
-    for (std::size_t i = 0; i < state.size(); ++i) {
-        j = static_cast<std::uint8_t>(j + state[i] + key[i % key.size()]);
-        std::swap(state[i], state[j]);
-    }
-    std::array<std::uint8_t, at::obscured.size> stream{};
-    std::uint8_t i = 0;
-    j = 0;
-    for (std::uint8_t& out : stream) {
-        ++i;
-        j = static_cast<std::uint8_t>(j + state[i]);
-        std::swap(state[i], state[j]);
-        out = state[static_cast<std::uint8_t>(state[i] + state[j])];
-    }
-    return stream;
-}
-
-/// The four bytes that hide the password: the whole days of the creation time. Without a readable time the mask is
-/// taken from the area itself, where no password means nothing but the mask ten times.
-std::array<std::uint8_t, 4> passwordMask(PageView page)
-{
-    const double days = std::bit_cast<double>(at::creationTimeBits.get(page));
-    std::array<std::uint8_t, 4> mask{};
-    if (std::isfinite(days) && days >= 0 && days < 4294967296.0) {
-        putU32(mask.data(), static_cast<std::uint32_t>(days));
-    } else {
-        std::copy_n(at::password.of(page).begin(), mask.size(), mask.begin());
-    }
-    return mask;
-}
-
-bool hasPassword(PageView page)
-{
-    const std::array<std::uint8_t, 4> mask = passwordMask(page);
-    const auto password = at::password.of(page);
-    for (std::size_t i = 0; i < password.size(); ++i) {
-        if (password[i] != mask[i % mask.size()]) return true;
-    }
-    return false;
-}
-
 bool isSigned(PageView page, std::string_view signature) { return at::isText(at::signature.of(page), signature); }
 
 } // namespace
-
-void maskHeader(PageBytes page)
-{
-    const auto stream = keyStream();
-    for (std::size_t i = 0; i < stream.size(); ++i) page[at::obscured.begin + i] ^= stream[i];
-}
 
 Header readHeader(Pager& pager)
 {
@@ -99,12 +42,6 @@ Header readHeader(Pager& pager)
     std::copy(stored.begin(), stored.end(), bytes.begin());
     const PageBytes page(bytes);
     maskHeader(page);
-    if (at::encodingKey.get(page) != 0) {
-        throw Error(Fault::encoded, path + " dosyası kodlanmış (şifrelenmiş). Access ile kodlamasını kaldırın.");
-    }
-    if (hasPassword(page)) {
-        throw Error(Fault::password, path + " dosyası parolalı. Access ile veritabanı parolasını kaldırın.");
-    }
     Header header;
     header.freePages = at::freeMap.get(page);
     header.catalogue = at::catalogue.get(page);
@@ -126,6 +63,7 @@ void copyHeader(PageBytes page, PageView old)
     at::otherMap.put(page, secondGlobalMap);
     for (unsigned table = 0; table < at::systemTables; ++table) at::putSystemTable(page, table);
     at::encodingKey.put(page, 0);
+    clearPassword(page);
     maskHeader(page);
 }
 

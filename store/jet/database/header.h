@@ -2,6 +2,7 @@
 
 #include "store/jet/format/accounts.h"
 #include "store/jet/format/format.h"
+#include "store/jet/pages/page_code.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/pages/usage_map.h"
 #include "store/jet/values/sort_key.h"
@@ -18,10 +19,10 @@ struct Header {
     Collation collation{};
 };
 
-/// Throws notADatabase, oldFormat, newFormat, password, encoded or damaged, each with the path.
+/// Throws notADatabase, oldFormat, newFormat or damaged, each with the path.
 Header readHeader(Pager& pager);
 
-/// Page 0 of a copy of that file: all that it says but a key of its pages, which are not encoded in the copy.
+/// Page 0 of a copy of that file: all that it says but what protects it. The pages of the copy are plain.
 void copyHeader(PageBytes page, PageView old);
 
 /// The set for new files of that collation.
@@ -29,8 +30,5 @@ const AccountSet& accountSet(Collation collation);
 
 /// Fills page 0 of a new file.
 void buildHeader(PageBytes page, Collation collation);
-
-/// Covers or uncovers the obscured bytes.
-void maskHeader(PageBytes page);
 
 } // namespace jet

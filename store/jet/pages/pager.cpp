@@ -3,6 +3,7 @@
 #include "store/jet/format/header_layout.h"
 #include "store/jet/pages/commit.h"
 #include "store/jet/pages/left_over_journal.h"
+#include "store/jet/pages/page_code.h"
 #include "store/jet/pages/page_memory.h"
 #include "store/jet/pages/pager_failing.h"
 #include "store/jet/pages/reader_file.h"
@@ -70,6 +71,7 @@ struct Pager::State {
     Disk& disk;
     std::filesystem::path path;
     bool writable = false;
+    Protection protection = Protection::none;
     std::unique_ptr<File> file;
     std::optional<Session> session; ///< of a writer
     std::optional<PageMemory> memory;
@@ -118,6 +120,8 @@ void Pager::State::openForWriting()
         file.reset();
         throw inUse(path, personAtWork(disk, path).value_or(files::Person{}));
     });
+    // Whoever protected it must not find it open, nor half of it covered.
+    if (protectionOf(*file) != Protection::none) return file.reset();
     writable = true;
     patiently([&] { session.emplace(disk, path); });
     LeftOverJournal(disk, path).settleAsWriter(*file);
@@ -135,6 +139,8 @@ void Pager::State::openForReading()
     auto reader = std::make_unique<ReaderFile>(disk, std::move(file), path);
     if (strangers) reader->copyInAQuietMoment();
     file = std::move(reader);
+    protection = protectionOf(*file);
+    if (protection == Protection::covered) file = std::make_unique<UncoveredFile>(std::move(file));
     readPages(unapplied);
 }
 
@@ -247,6 +253,21 @@ Pager::~Pager()
 
 const std::filesystem::path& Pager::path() const { return state_->path; }
 bool Pager::writable() const { return state_->writable; }
+const char* Pager::whyNotWritable() const
+{
+    if (state_->writable) return nullptr;
+    switch (state_->protection) {
+    case Protection::covered:
+        return "dosyanın sayfaları kodlanmış; açık bir kopyası için: presva-mdb compact DOSYA YENİ-DOSYA";
+    case Protection::password:
+        return "dosya parolalı; parolasız bir kopyası için: presva-mdb compact DOSYA YENİ-DOSYA";
+    case Protection::none:
+        break;
+    }
+    return "dosya salt okunur açıldı; başka bir program kullanıyor olabilir ya da yazma izni yok";
+}
+
+Protection Pager::protection() const { return state_->protection; }
 PageCount Pager::pageCount() const { return state_->memory->count(); }
 
 PageView Pager::read(PageNo page)
@@ -297,8 +318,7 @@ void Pager::begin()
     State& s = *state_;
     s.writer->refuseIfBroken();
     assert(!s.open);
-    if (!s.writable)
-        throw Error(Fault::readOnly, inQuotes(s.path) + " yalnızca okunabiliyor; dosyanın yazma iznini denetleyin.");
+    if (!s.writable) throw Error(Fault::readOnly, inQuotes(s.path) + " dosyasına yazılamaz: " + whyNotWritable() + '.');
     if (!s.alone && !lockPatiently(*s.file, File::Lock::writer)) throw inUse(s.path);
     s.open = true;
     s.assertState();

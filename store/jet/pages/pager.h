@@ -3,6 +3,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/format/format.h"
 #include "store/jet/pages/passing_buffer.h"
+#include "store/jet/pages/protection.h"
 #include "store/jet/pages/snapshot.h"
 
 #include <filesystem>
@@ -50,8 +51,8 @@ public:
     enum class Mode { readOnly, readWrite };
 
     /// Opens the file, settles a journal left by a crash, and takes the lock, for which it waits up to two seconds.
-    /// Asked for readWrite on a file that may only be read, it opens read-only (see writable()). Checks size only; the
-    /// header is Database's.
+    /// Asked for readWrite on a file that is protected, or may only be read, it opens read-only (see whyNotWritable()).
+    /// Checks size only; the header is Database's.
     /// Throws notFound, isFolder, noPermission, notADatabase, oldFormat, cutShort, inUse, disk.
     Pager(Disk& disk, std::filesystem::path path, Mode mode);
     ~Pager(); ///< rolls back an open transaction
@@ -60,6 +61,10 @@ public:
 
     const std::filesystem::path& path() const;
     bool writable() const;
+    /// Why not, as a Turkish clause; null where it is writable.
+    const char* whyNotWritable() const;
+    /// A protected file is read and not written.
+    Protection protection() const;
     PageCount pageCount() const; ///< of the file, the pages appended by the open transaction included
     bool has(PageNo page) const { return page < PageNo(pageCount()); }
 

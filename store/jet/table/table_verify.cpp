@@ -44,8 +44,7 @@ public:
     std::optional<Refusal> run()
     {
         if (!pager_.writable()) {
-            return refuse(Fault::readOnly, "dosya salt okunur açıldı; başka bir program kullanıyor olabilir ya da "
-                                           "yazma izni yok");
+            return refuse(Fault::readOnly, pager_.whyNotWritable());
         }
         for (const Index& index : table_.definition.indexes) {
             if (index.relationship) {
