@@ -52,6 +52,8 @@ inline constexpr int fieldTooSmall = 3163;
 inline constexpr int changedElsewhere = 3197;
 inline constexpr int noSuchField = 3265;
 inline constexpr int fieldRequired = 3314;
+inline constexpr int emptyText = 3315;
+inline constexpr int ruleBroken = 3317;
 inline constexpr int recordDeleted = 3167;
 inline constexpr int dataConversion = 3421;
 } // namespace errors

@@ -498,6 +498,7 @@ std::string typeName(const jet::Column& column)
 {
     const auto sized = [](const char* name, int size) { return name + ("(" + std::to_string(size)) + ")"; };
     if (column.type == ColumnType::longInteger && column.autoNumber) return "AutoNumber";
+    if (column.autoGuid) return "AutoNumber (GUID)";
     if (column.type == ColumnType::binary) return sized("Binary", column.length);
     if (column.type == ColumnType::text) return sized("Text", column.length / 2);
     if (column.type == ColumnType::numeric)

@@ -107,7 +107,7 @@ private:
     std::size_t fields_;
 };
 
-/// The values of a line but for Nulls.
+/// The values of a line.
 void readValues(const Lines& lines, const jet::Table& table, const std::vector<std::size_t>& positions,
                 const WrittenStyle& style, std::vector<jet::Assignment>& values)
 {

@@ -27,6 +27,8 @@ enum class Fault {
     exists,           ///< a file or object of that name is already there
     badValue,         ///< a value does not fit its column
     required,         ///< a required column would be left empty
+    emptyText,        ///< a text without letters in a column that takes none
+    ruleBroken,       ///< a row that a rule of its table forbids
     duplicate,        ///< a unique index already has that key
     indexNotWritable, ///< an index of the table cannot be kept true, so the table is not written
     syntax,           ///< an SQL text that cannot be understood

@@ -34,6 +34,8 @@ int numberOf(jet::Fault fault)
         {Fault::syntax, base::errors::querySyntax},
         {Fault::badValue, base::errors::dataConversion},
         {Fault::required, base::errors::fieldRequired},
+        {Fault::emptyText, base::errors::emptyText},
+        {Fault::ruleBroken, base::errors::ruleBroken},
         {Fault::duplicate, base::errors::duplicateKey},
         {Fault::readOnly, base::errors::readOnlyDatabase},
         {Fault::indexNotWritable, base::errors::readOnlyDatabase},

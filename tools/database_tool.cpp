@@ -7,6 +7,7 @@
 #include "query/saved_queries.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
+#include "store/jet/values/names.h"
 #include "tools/command_line.h"
 #include "tools/english_help.h"
 #include "tools/exchange_commands.h"
@@ -123,6 +124,17 @@ int info(files::Disk& disk, Arguments arguments)
     const std::vector<std::u16string> queries = query::savedQueries(*database);
     if (!queries.empty()) say(out, "");
     for (const std::u16string& name : queries) say(out, said("Kayıtlı sorgu: ", "Saved query: ") + jet::toUtf8(name));
+    for (const jet::LinkedTable& link : database->linkedTables()) {
+        const std::string where = jet::toUtf8(link.file);
+        const std::string table = jet::quotedName(link.table);
+        say(out, "");
+        say(out,
+            jet::toUtf8(link.name) +
+                (where.empty() ? said(": bağlı tablo, kayıtları başka türden bir veritabanında",
+                                      ": linked table, its rows are in another kind of database")
+                               : said(": bağlı tablo, kayıtları '" + where + "' dosyasının " + table + " tablosunda",
+                                      ": linked table, its rows are in the table " + table + " of '" + where + "'")));
+    }
     out.flush();
     return 0;
 }
@@ -172,8 +184,8 @@ const Command commands[] = {
      "       Bir hücreye sığmayan değer (32767 harften uzun) boş bırakılır ve söylenir.\n", 2, 6, exportTables},
     {"import", "DOSYA TABLO CSV [--encoding K] [--delimiter A] [--decimal point|comma] [--dates dmy|mdy]",
      "CSV satırlarını bir tabloya ekler",
-     "İlk satır sütun adlarıdır; eksik sütunlar boş kalır. Ya bütün satırlar yüklenir ya hiçbiri; okunamayan satır\n"
-     "numarasıyla söylenir. CSV yerine - verilirse standart girdi okunur.\n"
+     "İlk satır sütun adlarıdır; eksik sütunlar varsayılan değerlerini alır, yoksa boş kalır. Ya bütün satırlar\n"
+     "yüklenir ya hiçbiri; okunamayan satır numarasıyla söylenir. CSV yerine - verilirse standart girdi okunur.\n"
      "Kodlama (utf-8, utf-16le, utf-16be, 1254, 857), ayraç (, ; tab), ondalık işareti ve tarihlerin gün-ay sırası\n"
      "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
      "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"

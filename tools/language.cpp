@@ -47,6 +47,10 @@ const char* kindOf(files::Fault fault)
         return "A value cannot be used";
     case Fault::required:
         return "A field that must not be empty would be";
+    case Fault::emptyText:
+        return "A field that takes no empty text would get one";
+    case Fault::ruleBroken:
+        return "A rule of the table forbids this";
     case Fault::duplicate:
         return "A unique index has that value already";
     case Fault::indexNotWritable:

@@ -58,8 +58,7 @@ struct Patient {
         auto& made = states[name];
         if (!made) {
             const Table& table = database->table(name);
-            made = std::make_unique<Table::State>(pager(), table.name(), table.definitionPage(),
-                                                  std::vector<std::u16string>{});
+            made = std::make_unique<Table::State>(pager(), table.name(), table.definitionPage(), TableProperties{});
             made->systemObjects = &database->table(u"MSysObjects");
         }
         return *made;

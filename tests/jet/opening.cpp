@@ -5,6 +5,8 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/format/header_layout.h"
+#include "store/jet/format/system_objects.h"
+#include "store/jet/table/table_state.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/samples.h"
 #include "tests/support/fault.h"
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -196,6 +199,35 @@ TEST_F(SoundDatabase, anUnknownTableIsNamed)
     const auto refusal = refusalOf([&] { database->table(u"Müşteri"); });
     ASSERT_EQ(refusal.fault, jet::Fault::noSuchTable);
     ASSERT_THAT(refusal.sentence, HasSubstr("\"Müşteri\""));
+}
+
+TEST(Opening, aLinkedTableIsNamedAsWhatItIs)
+{
+    files::MemoryDisk disk;
+    disk.content("a.mdb") = sound();
+    const auto database = jet::Database::open(disk, "a.mdb");
+    const jet::Table& listed = database->table(u"MSysObjects");
+    jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
+    objects.systemObjects = &listed;
+    const auto column = [&](std::u16string_view name) { return *listed.columnNamed(name); };
+    const std::vector<jet::Assignment> link = {{column(u"Id"), std::numeric_limits<std::int32_t>::min() + 256},
+                                               {column(u"ParentId"), static_cast<std::int32_t>(jet::tablesContainer)},
+                                               {column(u"Name"), std::u16string(u"Uzak")},
+                                               {column(u"Type"), std::int16_t{6}},
+                                               {column(u"DateCreate"), rows::created},
+                                               {column(u"DateUpdate"), rows::created},
+                                               {column(u"Database"), std::u16string(u"C:\\Ofis\\Asıl.mdb")},
+                                               {column(u"ForeignName"), std::u16string(u"Müşteri")}};
+    objects.insert(link);
+    ASSERT_FALSE(database->hasTable(u"Uzak"));
+    ASSERT_EQ(database->linkedTables().size(), 1U);
+    try {
+        database->table(u"UZAK");
+        FAIL() << "found it";
+    } catch (const jet::Error& error) {
+        ASSERT_EQ(error.fault(), jet::Fault::noSuchTable);
+        ASSERT_THAT(error.what(), HasSubstr("'C:\\Ofis\\Asıl.mdb' dosyasının \"Müşteri\" tablosunda"));
+    }
 }
 
 struct OpeningOtherVersionsRow {

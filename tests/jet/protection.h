@@ -39,7 +39,7 @@ inline void cover(Content& file, std::uint32_t key)
             j = (j + state[i] + bytes[i % 4]) & 255;
             std::swap(state[i], state[j]);
         }
-        std::uint8_t* const page = file.data() + jet::positionOf(number);
+        std::uint8_t* const page = file.data() + jet::positionOf(jet::PageNo(number));
         for (std::size_t at = 0, i = 0, j = 0; at < jet::pageSize; ++at) {
             i = (i + 1) & 255;
             j = (j + state[i]) & 255;

@@ -1,11 +1,12 @@
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
-#include "store/jet/database/properties.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/format/limits.h"
 #include "tests/jet/memory_database.h"
+#include "store/jet/rules/table_properties.h"
+#include "tests/jet/random_rows.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -279,10 +280,16 @@ TEST(TableRules, requiredComesFromTheTablesProperties)
                                      sized(joined({text(u"Description"), text(u"Required")}), 4, bytesOf("8000")),
                                      column(u"Unvan", 0xFF),
                                      column(u"Kap", 0)});
-    ASSERT_EQ(jet::requiredColumns(block), std::vector<std::u16string>{u"Unvan"});
+    const auto required = [](std::span<const std::uint8_t> bytes) {
+        std::vector<std::u16string> names;
+        for (const jet::ColumnProperties& column : jet::tableProperties(bytes).columns)
+            if (column.required) names.push_back(column.column);
+        return names;
+    };
+    ASSERT_EQ(required(block), std::vector<std::u16string>{u"Unvan"});
     for (std::size_t length = 0; length < block.size(); ++length)
-        ASSERT_LE(jet::requiredColumns(std::span(block).first(length)).size(), 1U);
-    ASSERT_TRUE(jet::requiredColumns(jet::Bytes{'K', 'K', 'D', 0}).empty());
+        ASSERT_LE(required(std::span(block).first(length)).size(), 1U);
+    ASSERT_TRUE(required(jet::Bytes{'K', 'K', 'D', 0}).empty());
 }
 
 TEST(TableRules, aUniqueIndexRefusesItsKeyTwice)

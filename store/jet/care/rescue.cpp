@@ -57,7 +57,8 @@ Columns columnsOf(const FoundTable& table, const std::string& title, Sentences& 
             fresh.size = column.length == 0 ? limits::binary : std::min(column.length, limits::binary);
         fresh.precision = column.precision == 0 ? limits::digits : std::min(column.precision, limits::digits);
         fresh.scale = std::min(column.scale, fresh.precision);
-        fresh.autoNumber = column.autoNumber && !std::exchange(hasCounter, hasCounter || column.autoNumber);
+        fresh.autoNumber =
+            column.autoGuid || (column.autoNumber && !std::exchange(hasCounter, hasCounter || column.autoNumber));
         columns.fresh.push_back(std::move(fresh));
         columns.from.push_back(i);
     }

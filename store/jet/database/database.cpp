@@ -1,8 +1,8 @@
 #include "store/jet/database/database.h"
 
 #include "store/jet/database/database_state.h"
-#include "store/jet/database/properties.h"
 #include "store/jet/pages/damage.h"
+#include "store/jet/rules/table_properties.h"
 #include "store/jet/table/table_state.h"
 #include "store/jet/values/names.h"
 
@@ -65,7 +65,7 @@ Table& Database::State::open(const CatalogueEntry& entry)
         if (table->definitionPage() == entry.definition) return *table;
     }
     auto state =
-        std::make_unique<Table::State>(*pager, entry.name, entry.definition, requiredColumns(entry.properties));
+        std::make_unique<Table::State>(*pager, entry.name, entry.definition, tableProperties(entry.properties));
     state->systemObjects = systemObjects.get();
     tables_.push_back(std::unique_ptr<Table>(new Table(std::move(state))));
     return *tables_.back();
@@ -115,8 +115,8 @@ std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path
     State& state = *database->state_;
     state.pager = std::make_unique<Pager>(disk, path, mode);
     state.header = readHeader(*state.pager);
-    auto systemState = std::make_unique<Table::State>(*state.pager, msysObjects, state.header.catalogue,
-                                                      std::vector<std::u16string>{});
+    auto systemState =
+        std::make_unique<Table::State>(*state.pager, msysObjects, state.header.catalogue, TableProperties{});
     state.systemObjects.reset(new Table(std::move(systemState)));
     state.stateOf(*state.systemObjects).systemObjects = state.systemObjects.get();
 
@@ -157,10 +157,21 @@ bool Database::hasTable(std::u16string_view name) const
     return entry != nullptr && entry->user;
 }
 
+std::vector<LinkedTable> Database::linkedTables() const { return readLinks(*state_->systemObjects); }
+
 Table& Database::table(std::u16string_view name)
 {
     const CatalogueEntry* entry = state_->find(name);
     if (entry == nullptr) {
+        for (const LinkedTable& link : linkedTables()) {
+            if (!sameName(link.name, name)) continue;
+            const std::string where =
+                link.file.empty() ? "başka türden bir veritabanında"
+                                  : "'" + toUtf8(link.file) + "' dosyasının " + quotedName(link.table) + " tablosunda";
+            throw Error(Fault::noSuchTable, files::quotedPath(state_->pager->path()) + " veritabanındaki " +
+                                                quotedName(link.name) + " bağlı bir tablo: kayıtları " + where +
+                                                " duruyor. Kayıtlar için onu açın.");
+        }
         throw Error(Fault::noSuchTable, files::quotedPath(state_->pager->path()) + " veritabanında " +
                                             quotedName(name) + " adlı bir tablo yok.");
     }

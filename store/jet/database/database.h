@@ -2,6 +2,7 @@
 
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/pager.h"
+#include "store/jet/table/catalogue.h"
 #include "store/jet/table/table.h"
 
 #include <filesystem>
@@ -27,7 +28,7 @@ struct NewColumn {
     std::uint16_t size = 0;      ///< Text: characters 1..255; Binary: bytes 1..510; else ignored
     std::uint8_t precision = 18; ///< Numeric
     std::uint8_t scale = 0;      ///< Numeric
-    bool autoNumber = false;     ///< Long only, at most one
+    bool autoNumber = false;     ///< one Long at most; GUIDs
 };
 
 struct NewIndex {
@@ -57,7 +58,9 @@ public:
 
     std::vector<std::u16string> tableNames() const; ///< user tables, in catalogue order
     bool hasTable(std::u16string_view name) const;  ///< ignoring case
-    /// Throws noSuchTable. The reference lives as long as the database.
+    /// Tables whose rows stand elsewhere. They are named and not followed.
+    std::vector<LinkedTable> linkedTables() const;
+    /// Throws noSuchTable, for a linked table with where its rows are. The reference lives as long as the database.
     Table& table(std::u16string_view name);
     /// System tables too; for checks and tools.
     std::vector<std::pair<std::u16string, PageNo>> allTables() const;

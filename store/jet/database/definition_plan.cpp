@@ -103,7 +103,8 @@ Column plannedColumn(const NewColumn& wanted, Collation collation)
     column.name = wanted.name;
     column.type = wanted.type;
     column.fixed = !isVariable(wanted.type);
-    column.autoNumber = wanted.autoNumber;
+    column.autoNumber = wanted.autoNumber && wanted.type == ColumnType::longInteger;
+    column.autoGuid = wanted.autoNumber && wanted.type == ColumnType::guid;
     switch (wanted.type) {
     case ColumnType::text:
         column.length = static_cast<std::uint16_t>(wanted.size * text_layout::unitBytes);

@@ -35,7 +35,8 @@ public:
         for (std::size_t i = 0; i < columns_.size(); ++i) {
             const NewColumn& column = columns_[i];
             checkColumn(column);
-            if (column.autoNumber && ++autoNumbers > 1) refuse("tabloda tek bir otomatik sayı olabilir");
+            if (column.autoNumber && column.type == ColumnType::longInteger && ++autoNumbers > 1)
+                refuse("tabloda tek bir otomatik sayı olabilir");
             for (std::size_t k = 0; k < i; ++k) {
                 if (sameName(columns_[k].name, column.name))
                     refuse(quotedName(column.name) + " sütunu iki kez geçiyor");
@@ -73,8 +74,8 @@ private:
             refuse(quotedName(column.name) + " sütunu en çok 28 basamaklı olabilir");
         }
         if (column.type == ColumnType::blob) refuse(quotedName(column.name) + " sütununun türü desteklenmiyor");
-        if (column.autoNumber && column.type != ColumnType::longInteger) {
-            refuse(quotedName(column.name) + " sütunu otomatik sayı olamaz; türü uzun tamsayı olmalı");
+        if (column.autoNumber && column.type != ColumnType::longInteger && column.type != ColumnType::guid) {
+            refuse(quotedName(column.name) + " sütunu otomatik sayı olamaz; türü uzun tamsayı ya da GUID olmalı");
         }
     }
 

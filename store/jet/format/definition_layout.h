@@ -138,6 +138,7 @@ inline constexpr unsigned fixedFlag = 0x01;
 inline constexpr unsigned alwaysFlag = 0x02;
 inline constexpr unsigned autoNumberFlag = 0x04;
 inline constexpr unsigned systemFlag = 0x10;
+inline constexpr unsigned autoGuidFlag = 0x40;
 inline constexpr unsigned accountFlag = 0x20;      ///< the two columns that hold account numbers
 inline constexpr unsigned compressibleFlag = 0x01; ///< among moreFlags
 } // namespace column

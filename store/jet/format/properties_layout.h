@@ -10,6 +10,7 @@
 ///     | length of the block, these included | kind, 2 bytes | ...
 ///
 ///     kind 0080   names of properties, each with its length in bytes in front (2 bytes)
+///     kind 0000   properties of the table, as those of a column without a name
 ///     kind 0001   properties of a column: 4 bytes, its name with the length in front, then records
 ///
 /// A record:
@@ -26,7 +27,7 @@ inline constexpr Number<0, 4> length;
 inline constexpr Number<4, 2> kind;
 inline constexpr std::size_t head = 6;
 static_assert(fill<0, head>(length, kind));
-inline constexpr unsigned names = 0x0080, column = 0x0001;
+inline constexpr unsigned names = 0x0080, table = 0x0000, column = 0x0001;
 /// In front of a column's name.
 inline constexpr std::size_t beforeColumnName = 4;
 } // namespace block

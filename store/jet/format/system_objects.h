@@ -25,6 +25,8 @@ inline constexpr const char16_t* updated = u"DateUpdate";
 inline constexpr const char16_t* owner = u"Owner";
 inline constexpr const char16_t* flags = u"Flags";
 inline constexpr const char16_t* properties = u"LvProp";
+inline constexpr const char16_t* file = u"Database"; ///< of a linked table: where its rows are
+inline constexpr const char16_t* foreignName = u"ForeignName";
 } // namespace object_columns
 
 /// Columns of the table of rights.
@@ -68,7 +70,9 @@ inline constexpr const char16_t* extra = u"LvExtra";
 inline constexpr std::int16_t localTable = 1;
 inline constexpr std::int16_t databaseObject = 2;
 inline constexpr std::int16_t containerObject = 3;
+inline constexpr std::int16_t linkToServer = 4;
 inline constexpr std::int16_t queryObject = 5;
+inline constexpr std::int16_t linkToFile = 6;
 
 /// Numbers of objects that others refer to.
 inline constexpr std::uint32_t rootContainer = 0x0F000000;

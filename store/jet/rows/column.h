@@ -19,10 +19,12 @@ struct Column {
     std::uint8_t precision = 0;      ///< Numeric only
     std::uint8_t scale = 0;          ///< Numeric only
     bool fixed = false;              ///< storage class: decided by the column's flag, never by its type
-    bool autoNumber = false;
-    bool compressible = false; ///< text may be stored compressed
-    bool required = false;     ///< by the table's properties
-    Collation collation{};     ///< Text and Memo only
+    bool autoNumber = false;         ///< Long only
+    bool autoGuid = false;           ///< GUID only
+    bool compressible = false;       ///< text may be stored compressed
+    bool required = false;           ///< by the table's properties
+    bool emptyTextAllowed = true;    ///< by the table's properties
+    Collation collation{};           ///< Text and Memo only
 };
 
 } // namespace jet

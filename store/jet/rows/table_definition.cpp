@@ -95,6 +95,7 @@ Column readColumn(const Reader& reader, const std::uint8_t* p, std::uint16_t col
     const unsigned flags = field::flags.get(p);
     column.fixed = (flags & field::fixedFlag) != 0;
     column.autoNumber = (flags & field::autoNumberFlag) != 0 && column.type == ColumnType::longInteger;
+    column.autoGuid = (flags & field::autoGuidFlag) != 0 && column.type == ColumnType::guid;
     column.compressible = (field::moreFlags.get(p) & field::compressibleFlag) != 0;
     column.fixedOffset = field::fixedOffset.get(p);
     column.length = field::length.get(p);
@@ -172,6 +173,7 @@ unsigned columnFlags(const Column& column, bool system)
     unsigned flags = field::alwaysFlag;
     if (column.fixed) flags |= field::fixedFlag;
     if (column.autoNumber) flags |= field::autoNumberFlag;
+    if (column.autoGuid) flags |= field::autoGuidFlag;
     if (system) flags |= field::systemFlag;
     if (system && (column.name == object_columns::owner || column.name == right_columns::account))
         flags |= field::accountFlag;

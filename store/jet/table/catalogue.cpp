@@ -87,4 +87,28 @@ std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
     return entries;
 }
 
+std::vector<LinkedTable> readLinks(const Table& systemObjects)
+{
+    const std::size_t type = systemColumn(systemObjects, object_columns::type, ColumnType::integer);
+    const std::size_t name = systemColumn(systemObjects, object_columns::name, ColumnType::text);
+    const std::size_t file = systemColumn(systemObjects, object_columns::file, ColumnType::memo);
+    const std::size_t table = systemColumn(systemObjects, object_columns::foreignName, ColumnType::text);
+    std::vector<LinkedTable> links;
+    systemObjects.forEachRow([&](RowId, const RowView& row) {
+        const double kind = row.number(type).value_or(0);
+        if (kind != linkToFile && kind != linkToServer) return true;
+        LinkedTable link;
+        row.text(name, link.name);
+        row.text(table, link.table);
+        try {
+            if (kind == linkToFile) row.text(file, link.file);
+        } catch (const Error& error) {
+            if (error.fault() != Fault::damaged) throw;
+        }
+        links.push_back(std::move(link));
+        return true;
+    });
+    return links;
+}
+
 } // namespace jet

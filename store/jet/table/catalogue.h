@@ -18,6 +18,15 @@ struct CatalogueEntry {
 /// All local tables in storage order, each definition once. Throws damaged when MSysObjects itself cannot be read.
 std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects);
 
+/// A table whose rows stand in another file, or in another kind of database.
+struct LinkedTable {
+    std::u16string name;
+    std::u16string file;  ///< as the link names it; empty for another kind of database
+    std::u16string table; ///< its name there
+};
+/// All of them, as far as their rows can be read.
+std::vector<LinkedTable> readLinks(const Table& systemObjects);
+
 /// The position of a system table's column; these tables are the same in every file. Throws damaged.
 std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type);
 

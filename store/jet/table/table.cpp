@@ -27,8 +27,8 @@ std::vector<PageNo> pagesByOwner(Pager& pager, PageNo definition)
 
 } // namespace
 
-Table::State::State(Pager& filePages, std::u16string tableName, PageNo page, std::vector<std::u16string> required)
-    : pager(filePages), name(std::move(tableName)), requiredColumns(std::move(required))
+Table::State::State(Pager& filePages, std::u16string tableName, PageNo page, TableProperties tableProperties)
+    : pager(filePages), name(std::move(tableName)), properties(std::move(tableProperties))
 {
     definition.page = page;
     readDefinition();
@@ -45,11 +45,7 @@ void Table::State::definitionChanged()
 void Table::State::readDefinition()
 {
     definition = readTableDefinition(pager, definition.page);
-    for (const std::u16string& each : requiredColumns) {
-        const auto column = findNamed(
-            definition.columns, each, [](const Column& c) -> const auto& { return c.name; });
-        if (column) definition.columns[*column].required = true;
-    }
+    rules = TableRules(properties, definition.columns);
     layout = definition.layout();
     definitionChangedAt.reset();
     verdict.reset();

@@ -10,6 +10,7 @@
 #include "store/jet/rows/table_definition.h"
 #include "store/jet/table/change_log.h"
 #include "store/jet/table/table.h"
+#include "store/jet/table/table_rules.h"
 
 #include <map>
 #include <memory>
@@ -28,8 +29,8 @@ struct Refusal {
 /// What a Table knows beside its pages. Everything that a transaction can change is either read from the pages each
 /// time or carries the pager's change count under which it was learnt: a rollback makes it void.
 struct Table::State {
-    /// Reads the definition at that page; `required` are the columns that the table's properties mark so.
-    State(Pager& filePages, std::u16string tableName, PageNo page, std::vector<std::u16string> required);
+    /// Reads the definition at that page.
+    State(Pager& filePages, std::u16string tableName, PageNo page, TableProperties tableProperties);
     ~State();
 
     /// Reads the definition again, which was changed on its pages just now.
@@ -95,9 +96,10 @@ struct Table::State {
     Pager& pager;
     const Table* systemObjects = nullptr; ///< where all tables are listed
     std::u16string name;
-    std::vector<std::u16string> requiredColumns;
+    TableProperties properties;
     TableDefinition definition;
     RowLayout layout;
+    TableRules rules;
 
     std::optional<std::optional<Refusal>> verdict; ///< of the one verification; empty before it
     std::map<std::size_t, KnownTexts> knownTexts;  ///< of indexes with a text of an unknown order, at the verification

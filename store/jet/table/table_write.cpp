@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cassert>
 #include <limits>
+#include <random>
 
 namespace jet {
 namespace {
@@ -51,6 +52,30 @@ struct EntryChange {
 {
     throw Error(Fault::required,
                 quotedName(table.name) + " tablosunun " + quotedName(column.name) + " alanı boş bırakılamaz.");
+}
+
+[[noreturn]] void throwEmptyText(const Table::State& table, const Column& column)
+{
+    throw Error(Fault::emptyText, quotedName(table.name) + " tablosunun " + quotedName(column.name) +
+                                      " alanına boş metin yazılamaz; bir değer verin.");
+}
+
+bool isEmptyText(const Value& value)
+{
+    const auto* text = std::get_if<std::u16string>(&value);
+    return text != nullptr && text->empty();
+}
+
+/// A random one, as its text form shows it of version 4.
+Guid newGuid()
+{
+    std::random_device noise;
+    Guid guid;
+    for (std::uint8_t& byte : guid.bytes) byte = static_cast<std::uint8_t>(noise());
+    // The version stands in the upper half of the third number, which is stored with its lowest byte first.
+    guid.bytes[7] = static_cast<std::uint8_t>((guid.bytes[7] & 0x0F) | 0x40);
+    guid.bytes[8] = static_cast<std::uint8_t>((guid.bytes[8] & 0x3F) | 0x80);
+    return guid;
 }
 
 /// The value in the type of its column, made in `into` where it has another one: a long value is not copied.
@@ -341,10 +366,13 @@ RowId Table::State::insert(std::span<const Assignment> values)
     std::vector<const Value*> row;
     row.reserve(converted.size());
     for (const Value& value : converted) row.push_back(&value); // Null where nothing is assigned
+    std::vector<bool> given(columns.size());
     for (const Assignment& each : values) {
         assert(each.column < columns.size());
         row[each.column] = &inTypeOf(columns[each.column], each.value, name, converted[each.column]);
+        given[each.column] = true;
     }
+    rules.fillIn(converted, given, columns, name);
     std::optional<std::int32_t> autoNumber;
     Draft draft;
     draft.fields.resize(columns.size());
@@ -353,11 +381,15 @@ RowId Table::State::insert(std::span<const Assignment> values)
             if (isNull(*row[i])) converted[i] = nextAutoNumber(*this, columns[i]);
             autoNumber = std::get<std::int32_t>(*row[i]);
         }
+        if (columns[i].autoGuid && isNull(*row[i])) converted[i] = newGuid();
         if (columns[i].type == ColumnType::boolean && isNull(*row[i])) converted[i] = false;
         if (columns[i].required && isNull(*row[i])) throwRequired(*this, columns[i]);
+        if (!columns[i].emptyTextAllowed && isEmptyText(*row[i])) throwEmptyText(*this, columns[i]);
         setField(*this, draft, i, *row[i]);
     }
     encodeDraft(*this, draft);
+    rules.check([&](std::size_t i) -> const Value& { return *row[i]; }, [](std::size_t) { return true; }, columns,
+                name);
 
     std::vector<EntryChange> entries;
     std::vector<Value> keyed;
@@ -402,11 +434,21 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         const Column& column = columns[each.column];
         const Value& value = inTypeOf(column, each.value, name, converted[each.column]);
         if (isNull(value) && (column.required || column.autoNumber)) throwRequired(*this, column);
+        if (!column.emptyTextAllowed && isEmptyText(value)) throwEmptyText(*this, column);
         std::erase_if(draft.outside, [&](const Outside& waiting) { return waiting.column == each.column; });
         setField(*this, draft, each.column, value);
         assigned[each.column] = &value;
     }
     encodeDraft(*this, draft);
+    std::map<std::size_t, Value> unchanged;
+    const auto afterwards = [&](std::size_t i) -> const Value& {
+        if (assigned[i] != nullptr) return *assigned[i];
+        const auto [place, isNew] = unchanged.try_emplace(i);
+        if (isNew) place->second = value(i, old);
+        return place->second;
+    };
+    rules.check(
+        afterwards, [&](std::size_t i) { return assigned[i] != nullptr; }, columns, name);
 
     std::vector<EntryChange> entries;
     std::vector<Value> before;
