@@ -116,7 +116,8 @@ void readValues(const Lines& lines, const jet::Table& table, const std::vector<s
         const jet::Column& column = table.columns()[positions[i]];
         try {
             jet::Value value = writtenValue(lines.record()[i], column, style);
-            if (!jet::isNull(value)) values.push_back({positions[i], std::move(value)});
+            // A field that is left empty is empty: defaults are for columns that the CSV does not have.
+            values.push_back({positions[i], std::move(value)});
         } catch (const jet::Error& error) {
             throw jet::Error(error.fault(), "'" + jet::toUtf8(column.name) + files::said("' alanı: ", "' field: ") +
                                                 error.what() + ".");

@@ -29,6 +29,8 @@ enum class Fault {
     required,         ///< a required column would be left empty
     emptyText,        ///< a text without letters in a column that takes none
     ruleBroken,       ///< a row that a rule of its table forbids
+    noParent,         ///< a row whose relationship leads to no row of the other table
+    hasChildren,      ///< a row that rows of another table need
     duplicate,        ///< a unique index already has that key
     indexNotWritable, ///< an index of the table cannot be kept true, so the table is not written
     syntax,           ///< an SQL text that cannot be understood

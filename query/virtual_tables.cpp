@@ -506,7 +506,11 @@ struct VirtualTables::Hooks {
         return guarded(shared.owner, [&] {
             jet::Table& table = shared.table;
             ++shared.owner.changed_;
-            if (count == 1) return table.erase(rowOf(sqlite3_value_int64(values[0])));
+            if (count == 1) {
+                const jet::RowId row = rowOf(sqlite3_value_int64(values[0]));
+                if (table.row(row)) table.erase(row); // a cascade may have taken it along with one before
+                return;
+            }
             const bool isNew = sqlite3_value_type(values[0]) == SQLITE_NULL;
             std::vector<jet::Assignment> fields;
             for (std::size_t i = 0; i < table.columns().size(); ++i) {

@@ -36,6 +36,8 @@ int numberOf(jet::Fault fault)
         {Fault::required, base::errors::fieldRequired},
         {Fault::emptyText, base::errors::emptyText},
         {Fault::ruleBroken, base::errors::ruleBroken},
+        {Fault::noParent, base::errors::noParent},
+        {Fault::hasChildren, base::errors::hasChildren},
         {Fault::duplicate, base::errors::duplicateKey},
         {Fault::readOnly, base::errors::readOnlyDatabase},
         {Fault::indexNotWritable, base::errors::readOnlyDatabase},

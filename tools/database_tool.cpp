@@ -125,15 +125,14 @@ int info(files::Disk& disk, Arguments arguments)
     if (!queries.empty()) say(out, "");
     for (const std::u16string& name : queries) say(out, said("Kayıtlı sorgu: ", "Saved query: ") + jet::toUtf8(name));
     for (const jet::LinkedTable& link : database->linkedTables()) {
-        const std::string where = jet::toUtf8(link.file);
+        const std::string file = "'" + jet::toUtf8(link.file) + "'";
         const std::string table = jet::quotedName(link.table);
+        const std::string elsewhere = said("başka türden bir veritabanında", "in another kind of database");
+        const std::string there =
+            speaksEnglish() ? "in the table " + table + " of " + file : file + " dosyasının " + table + " tablosunda";
         say(out, "");
-        say(out,
-            jet::toUtf8(link.name) +
-                (where.empty() ? said(": bağlı tablo, kayıtları başka türden bir veritabanında",
-                                      ": linked table, its rows are in another kind of database")
-                               : said(": bağlı tablo, kayıtları '" + where + "' dosyasının " + table + " tablosunda",
-                                      ": linked table, its rows are in the table " + table + " of '" + where + "'")));
+        say(out, jet::toUtf8(link.name) + said(": bağlı tablo, kayıtları ", ": linked table, its rows are ") +
+                     (link.file.empty() ? elsewhere : there));
     }
     out.flush();
     return 0;

@@ -51,6 +51,10 @@ const char* kindOf(files::Fault fault)
         return "A field that takes no empty text would get one";
     case Fault::ruleBroken:
         return "A rule of the table forbids this";
+    case Fault::noParent:
+        return "A relationship needs a row of another table that is not there";
+    case Fault::hasChildren:
+        return "Rows of another table need this one";
     case Fault::duplicate:
         return "A unique index has that value already";
     case Fault::indexNotWritable:

@@ -21,7 +21,9 @@
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/jet/property_block.h"
 #include "tests/jet/protection.h"
+#include "tests/jet/related_tables.h"
 #include "tests/support/chances.h"
 
 #include <algorithm>
@@ -67,6 +69,31 @@ void startClock(int milliseconds)
     ::setitimer(ITIMER_PROF, &timer, nullptr);
 }
 
+/// Tables that need one another, in a circle and among their own rows, with rules.
+Content related()
+{
+    files::MemoryDisk disk;
+    const char16_t* const one = u"Ana";
+    const char16_t* const other = u"Yavru";
+    related::createTables(disk, file, {one, other});
+    auto database = jet::Database::open(disk, file);
+    related::relate(*database, {u"AnaYavru", one, u"PrimaryKey", other, u"Üst", true, true});
+    related::relate(*database, {u"YavruAna", other, u"PrimaryKey", one, u"Üst2", true, false, true});
+    related::relate(*database, {u"Yavrular", other, u"PrimaryKey", other, u"Üst2", false, true});
+    properties::put(*database, other,
+                    {{{u"Ad", {{u"ValidationRule", u"Len([Ad])<25 Or Is Null"}, {u"AllowZeroLength", false}}},
+                      {u"Üst", {{u"DefaultValue", u"1"}}}}});
+    database = {};
+    database = jet::Database::open(disk, file);
+    jet::Transaction change(database->pager());
+    for (int i = 0; i < 20; ++i) database->table(one).insert({});
+    for (std::int32_t i = 1; i <= 120; ++i)
+        database->table(other).insert(
+            {{related::parent, 1 + i % 20}, {related::second, i > 10 ? jet::Value(i / 3) : jet::Value()}});
+    change.commit();
+    return disk.content(file);
+}
+
 /// Databases with something of everything in them: moved rows, split indexes, long values, deleted rows.
 std::vector<Content> homemade()
 {
@@ -84,6 +111,7 @@ std::vector<Content> homemade()
         }
         made.push_back(disk.content(file));
     }
+    made.push_back(related());
     return made;
 }
 

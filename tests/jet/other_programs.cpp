@@ -260,6 +260,26 @@ TEST_F(LockFile, ofAProgramThatEndedIsTakenOver)
     ASSERT_FALSE(disk.has(lockFile));
 }
 
+TEST_F(LockFile, thatIsDamagedAndHeldByNobodyIsTakenOver)
+{
+    std::mt19937 random(6);
+    for (const std::size_t size : {0U, 1U, 63U, 64U, 65U, 700U, 16320U, 20000U}) {
+        PowerCutDisk::Image content(size);
+        for (auto& byte : content) byte = static_cast<std::uint8_t>(random());
+        disk.put(lockFile, content);
+        {
+            const Pager reader(disk, file, Pager::Mode::readOnly);
+            ASSERT_EQ(disk.content(lockFile), content);
+        }
+        {
+            const Pager writer(disk, file, Pager::Mode::readWrite);
+            ASSERT_TRUE(writer.writable());
+            ASSERT_EQ(disk.content(lockFile).size(), 64U);
+        }
+        ASSERT_FALSE(disk.has(lockFile));
+    }
+}
+
 TEST_F(LockFile, namesTheSecondProgramOfOursTheFirst)
 {
     disk.self = {"SAYAC", "presva"};

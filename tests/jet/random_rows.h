@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/error.h"
 #include "store/jet/database/database.h"
 
 #include <random>
@@ -111,5 +112,15 @@ public:
 private:
     std::mt19937 random_;
 };
+
+/// What a table's own rules refuse a row for: it changes nothing.
+inline bool isAgainstTheRules(files::Fault fault)
+{
+    using files::Fault;
+    for (const Fault rule : {Fault::required, Fault::duplicate, Fault::badValue, Fault::emptyText, Fault::ruleBroken,
+                             Fault::noParent, Fault::hasChildren})
+        if (fault == rule) return true;
+    return false;
+}
 
 } // namespace rows

@@ -132,8 +132,8 @@ RowTable<RuleRow> ruleVerdicts()
     row(u">5 Or Is Null", {}, allowed);
     row(u"Not Is Null", {}, broken);
     row(u"Not Is Null And >5", 3.0, broken);
-    row(u"False And >5", {}, broken);
-    row(u"True Or >5", {}, allowed);
+    row(u"1=2 And >5", {}, broken);
+    row(u"1=1 Or >5", {}, allowed);
     row(u"In (1,Null)", 1.0, allowed);
     row(u"In (1,Null)", 2.0, allowed);
     row(u"Between 5 And Null", 3.0, broken);

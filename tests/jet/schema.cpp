@@ -335,7 +335,7 @@ TEST_P(SchemaDamage, damagedTablesAreReadButNotWritten)
     ASSERT_EQ(faultOf([&] { table.eraseAll(); }), jet::Fault::readOnly);
 }
 
-TEST_F(EmptySchema, relationshipsKeepTablesFromBeingWritten)
+TEST_F(EmptySchema, aRelationshipWithoutItsOtherEndKeepsTheTableFromBeingWritten)
 {
     const jet::PageNo definition = tenNumbers(fixture).definitionPage();
     fixture.database.reset();

@@ -165,9 +165,7 @@ void change(jet::Database& database, unsigned seed)
                 }
             } catch (const jet::Error& error) {
                 // A value against the rules of a sample's table changes nothing.
-                if (error.fault() != jet::Fault::required && error.fault() != jet::Fault::duplicate &&
-                    error.fault() != jet::Fault::badValue && error.fault() != jet::Fault::indexNotWritable)
-                    throw;
+                if (!rows::isAgainstTheRules(error.fault()) && error.fault() != jet::Fault::indexNotWritable) throw;
             }
         }
         work.commit();

@@ -67,6 +67,11 @@ Table& Database::State::open(const CatalogueEntry& entry)
     auto state =
         std::make_unique<Table::State>(*pager, entry.name, entry.definition, tableProperties(entry.properties));
     state->systemObjects = systemObjects.get();
+    state->tableAt = [this](PageNo definition) -> Table::State* {
+        const auto& entries = catalogue();
+        const auto found = std::ranges::find(entries, definition, &CatalogueEntry::definition);
+        return found == entries.end() ? nullptr : &stateOf(open(*found));
+    };
     tables_.push_back(std::unique_ptr<Table>(new Table(std::move(state))));
     return *tables_.back();
 }

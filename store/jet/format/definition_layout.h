@@ -209,6 +209,8 @@ static_assert(fill<0, bytes>(magic, id, physical, role, partner, partnerTable, c
 
 inline constexpr std::uint32_t noPartner = 0xFFFFFFFF;
 inline constexpr std::uint8_t noRelationship = 4;
+inline constexpr std::uint8_t cascade = 1;
+inline constexpr std::uint8_t clear = 2; ///< of deletes: the children's fields become Null
 } // namespace logicalIndex
 
 /// The maps of a Memo or OLE column:

@@ -22,7 +22,7 @@ struct Index {
     bool ignoreNulls = false;
     bool required = false;
     bool primaryKey = false;
-    bool relationship = false; ///< backs a relationship that this engine does not enforce
+    bool relationship = false; ///< backs a relationship
     PageNo root = 0;
     MapRef ownedPages;
     std::size_t number = 0; ///< physical number: place in the table definition

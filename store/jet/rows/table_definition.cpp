@@ -357,6 +357,21 @@ void readColumns(Reader& reader, const Counts& counts, TableDefinition& table)
                      [](const Column& a, const Column& b) { return a.ordinal < b.ordinal; });
 }
 
+RelationshipEnd readRelationship(const std::uint8_t* p)
+{
+    namespace field = at::logicalIndex;
+    RelationshipEnd end;
+    const auto role = static_cast<std::uint8_t>(field::role.get(p));
+    if (role <= static_cast<std::uint8_t>(RelationshipEnd::Role::child))
+        end.role = static_cast<RelationshipEnd::Role>(role);
+    end.partner = field::partner.get(p);
+    end.partnerTable = PageNo(field::partnerTable.get(p));
+    end.cascadesUpdates = field::cascadeUpdates.get(p) == field::cascade;
+    end.cascadesDeletes = field::cascadeDeletes.get(p) == field::cascade;
+    end.clearsOnDelete = field::cascadeDeletes.get(p) == field::clear;
+    return end;
+}
+
 void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefinition& table)
 {
     for (std::size_t i = 0; i < counts.physical; ++i) {
@@ -376,6 +391,7 @@ void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefini
             reader.fail("bir dizin adı olmayan bir dizini gösteriyor");
         }
         logical.kind = static_cast<LogicalIndex::Kind>(kind);
+        if (logical.kind == LogicalIndex::Kind::relationship) logical.relationship = readRelationship(p);
         table.logicalIndexes.push_back(std::move(logical));
     }
     for (LogicalIndex& logical : table.logicalIndexes) {

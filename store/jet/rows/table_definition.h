@@ -17,6 +17,17 @@
 /// A table's definition (format/definition_layout.h draws it), parsed and built.
 namespace jet {
 
+/// What a logical index says of a relationship of its table.
+struct RelationshipEnd {
+    enum class Role : std::uint8_t { none = 0, parent = 1, child = 2 }; ///< on disk
+    Role role = Role::none;
+    std::uint32_t partner = 0; ///< id of the logical index at the other end
+    PageNo partnerTable = 0;   ///< where the definition of the table there begins
+    bool cascadesUpdates = false;
+    bool cascadesDeletes = false;
+    bool clearsOnDelete = false; ///< the children's fields become Null
+};
+
 /// A name under which a physical index is known, and what it is for.
 struct LogicalIndex {
     enum class Kind : std::uint8_t { ordinary = 0, primaryKey = 1, relationship = 2 }; ///< on disk
@@ -24,6 +35,7 @@ struct LogicalIndex {
     std::uint32_t id = 0;     ///< unique in the table; partners in other tables refer to it
     std::size_t physical = 0; ///< place of the physical index
     Kind kind = Kind::ordinary;
+    RelationshipEnd relationship; ///< of Kind::relationship
 };
 
 /// Where the values of a Memo or OLE column stand that do not fit their row.

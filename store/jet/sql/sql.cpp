@@ -143,9 +143,7 @@ std::size_t executeNow(Database& database, std::u16string_view sql)
     if (statement.where) {
         sql::eachRow(table, conditionOf(table, statement), [&rows](RowId id, const RowView&) { rows.push_back(id); });
         if (rows.empty()) return 0;
-        Transaction change(database.pager());
-        for (const RowId id : rows) table.erase(id);
-        change.commit();
+        table.erase(rows);
         return rows.size();
     }
 

@@ -402,6 +402,14 @@ void Table::erase(RowId id)
     });
 }
 
+void Table::erase(std::span<const RowId> rows)
+{
+    onWhatIsThere(state_->pager, [&] {
+        checkUserTable();
+        state_->erase(rows);
+    });
+}
+
 void Table::eraseAll()
 {
     onWhatIsThere(state_->pager, [&] {

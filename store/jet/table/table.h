@@ -146,10 +146,12 @@ public:
     /// Each of the four is a transaction of its own unless one is open already. Values are converted to the type of
     /// their column where numbers, dates and Booleans meet (halves to the even neighbour); a text is not a number.
     /// Columns without an assignment: Null on insert (AutoNumber: the next), unchanged byte for byte on update.
-    /// All rules of columns and indexes are checked first: badValue, required and duplicate leave everything as it
-    /// was, inside an open transaction too. A transaction of its own is made on what the file holds now, whatever other
-    /// programs have written to it; where one writes at the same moment it is made once more (onWhatIsThere).
-    /// Throws also noSuchRow, readOnly, indexNotWritable, damaged, disk, changedElsewhere.
+    /// All rules of the file are held, those of relationships too: rows of other tables change or go with this one
+    /// where a relationship cascades. What the row itself meets is checked first: badValue, required, emptyText,
+    /// ruleBroken, duplicate, noParent and hasChildren leave everything as it was, inside an open transaction too; what
+    /// rows meet that a cascade reaches takes an open transaction with it. A transaction of its own is made on what the
+    /// file holds now, whatever other programs have written to it; where one writes at the same moment it is made once
+    /// more (onWhatIsThere). Throws also noSuchRow, readOnly, indexNotWritable, damaged, disk, changedElsewhere.
     RowId insert(std::span<const Assignment> values);
     RowId insert(std::initializer_list<Assignment> values) { return insert(std::span(values.begin(), values.size())); }
     void update(RowId id, std::span<const Assignment> values);
@@ -158,12 +160,14 @@ public:
         update(id, std::span(values.begin(), values.size()));
     }
     void erase(RowId id);
+    /// All of them, or none: rows that only each other's going allows go together.
+    void erase(std::span<const RowId> rows);
     /// Empties the table quickly; every row goes.
     void eraseAll();
 
     /// Why the table may not be written, or nothing. The first call after opening reads the whole table, recomputes
     /// every entry of every index and compares, so that what this engine does not know for certain is never written
-    /// over: relationships that other programs enforce, indexes that do not agree with their rows, pages that belong
+    /// over: relationships whose other end is not found, indexes that do not agree with their rows, pages that belong
     /// to two owners. The answer holds until an index is dropped.
     std::optional<std::string> whyReadOnly() const;
 

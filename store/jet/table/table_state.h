@@ -12,6 +12,7 @@
 #include "store/jet/table/table.h"
 #include "store/jet/table/table_rules.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,6 +20,9 @@
 #include <vector>
 
 namespace jet {
+
+class UpdateRun;
+struct ChildRows;
 
 /// Why a table is not written.
 struct Refusal {
@@ -89,12 +93,15 @@ struct Table::State {
     const std::optional<Refusal>& refusal();
     RowId insert(std::span<const Assignment> values);
     void update(RowId id, std::span<const Assignment> values);
-    void erase(RowId id);
+    void erase(std::span<const RowId> rows);
+    void erase(RowId id) { erase(std::span(&id, 1)); }
     void eraseAll();
 
     // ---- what it knows ----
     Pager& pager;
     const Table* systemObjects = nullptr; ///< where all tables are listed
+    /// The table whose definition begins there, null where none does. Without it no relationship can be held.
+    std::function<Table::State*(PageNo)> tableAt;
     std::u16string name;
     TableProperties properties;
     TableDefinition definition;
@@ -125,6 +132,9 @@ private:
     void forgetAll();
     void forgetPagesOfEndedTransaction();
     void giveBackEmptyPages();
+    void update(RowId id, std::span<const Assignment> values, UpdateRun& run);
+    void updateChildren(const std::vector<ChildRows>& all, UpdateRun& run);
+    void eraseRow(RowId id);
 };
 
 /// How people find an index of a table again: by the first of its names.

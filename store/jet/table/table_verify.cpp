@@ -4,6 +4,7 @@
 #include "store/jet/rows/long_value.h"
 #include "store/jet/table/expected_entries.h"
 #include "store/jet/table/page_owners.h"
+#include "store/jet/table/relationships.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>
@@ -46,11 +47,14 @@ public:
         if (!pager_.writable()) {
             return refuse(Fault::readOnly, pager_.whyNotWritable());
         }
-        for (const Index& index : table_.definition.indexes) {
-            if (index.relationship) {
-                return refuse(Fault::readOnly,
-                              indexTitle(index) + " ilişkisini bu program denetlemez; ilişkiyi Access ile kaldırın");
-            }
+        try {
+            relationsOf(table_);
+        } catch (const Error& error) {
+            // Also a definition at the other end that cannot be read.
+            if (error.fault() != Fault::unsupported && error.fault() != Fault::damaged &&
+                error.fault() != Fault::cutShort)
+                throw;
+            return refuse(Fault::readOnly, error.what());
         }
         for (const Column& column : table_.definition.columns) {
             if (!isKnown(column.type)) {

@@ -1,8 +1,10 @@
 #include "store/jet/table/table_state.h"
 
+#include "store/jet/format/guid_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/rows/field_codec.h"
 #include "store/jet/rows/long_value.h"
+#include "store/jet/table/relationships.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>
@@ -66,15 +68,12 @@ bool isEmptyText(const Value& value)
     return text != nullptr && text->empty();
 }
 
-/// A random one, as its text form shows it of version 4.
 Guid newGuid()
 {
     std::random_device noise;
     Guid guid;
     for (std::uint8_t& byte : guid.bytes) byte = static_cast<std::uint8_t>(noise());
-    // The version stands in the upper half of the third number, which is stored with its lowest byte first.
-    guid.bytes[7] = static_cast<std::uint8_t>((guid.bytes[7] & 0x0F) | 0x40);
-    guid.bytes[8] = static_cast<std::uint8_t>((guid.bytes[8] & 0x3F) | 0x80);
+    guid_layout::markRandom(guid.bytes);
     return guid;
 }
 
@@ -366,13 +365,15 @@ RowId Table::State::insert(std::span<const Assignment> values)
     std::vector<const Value*> row;
     row.reserve(converted.size());
     for (const Value& value : converted) row.push_back(&value); // Null where nothing is assigned
-    std::vector<bool> given(columns.size());
     for (const Assignment& each : values) {
         assert(each.column < columns.size());
         row[each.column] = &inTypeOf(columns[each.column], each.value, name, converted[each.column]);
-        given[each.column] = true;
     }
-    rules.fillIn(converted, given, columns, name);
+    if (!rules.empty()) {
+        std::vector<bool> given(columns.size());
+        for (const Assignment& each : values) given[each.column] = true;
+        rules.fillIn(converted, given, columns, name);
+    }
     std::optional<std::int32_t> autoNumber;
     Draft draft;
     draft.fields.resize(columns.size());
@@ -390,6 +391,7 @@ RowId Table::State::insert(std::span<const Assignment> values)
     encodeDraft(*this, draft);
     rules.check([&](std::size_t i) -> const Value& { return *row[i]; }, [](std::size_t) { return true; }, columns,
                 name);
+    requireParents(*this, [&](std::size_t i) -> const Value& { return *row[i]; });
 
     std::vector<EntryChange> entries;
     std::vector<Value> keyed;
@@ -415,6 +417,12 @@ RowId Table::State::insert(std::span<const Assignment> values)
 }
 
 void Table::State::update(RowId id, std::span<const Assignment> values)
+{
+    UpdateRun run;
+    update(id, values, run);
+}
+
+void Table::State::update(RowId id, std::span<const Assignment> values, UpdateRun& run)
 {
     checkWritable();
     const std::optional<RowReader::Row> found = find(id);
@@ -470,6 +478,8 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         entries.push_back(std::move(change));
     }
 
+    const std::vector<ChildRows> children = run.follow(*this, id, old, assigned);
+
     Transaction change(pager);
     changes.touched(id, pager.changeCount());
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -497,12 +507,48 @@ void Table::State::update(RowId id, std::span<const Assignment> values)
         if (columns[i].autoNumber && assigned[i] != nullptr)
             raiseAutoNumber(*this, std::get<std::int32_t>(*assigned[i]));
     }
+    updateChildren(children, run);
     change.commit();
 }
 
-void Table::State::erase(RowId id)
+/// Gives the children of a row its new key.
+void Table::State::updateChildren(const std::vector<ChildRows>& all, UpdateRun& run)
+{
+    const Relation* const from = run.from;
+    if (++run.depth > UpdateRun::deepest)
+        throw Error(Fault::unsupported,
+                    quotedName(name) + " tablosundaki değişiklik ilişkiler boyunca çok uzağa gidiyor.");
+    for (const ChildRows& each : all) {
+        run.from = &each.relation;
+        std::vector<Assignment> key;
+        for (std::size_t i = 0; i < each.key.size(); ++i)
+            key.push_back({each.relation.others->columns[i].column, each.key[i]});
+        for (const RowId row : each.rows) each.relation.other->update(row, key, run);
+    }
+    run.from = from;
+    if (--run.depth == 0) run.requireParents();
+}
+
+void Table::State::erase(std::span<const RowId> rows)
 {
     checkWritable();
+    for (const RowId row : rows)
+        if (!find(row)) throwMissing(*this);
+    const ErasePlan plan(*this, rows);
+    Transaction change(pager);
+    giveBackEmptyPages();
+    for (const ErasePlan::Cleared& each : plan.cleared()) {
+        std::vector<Assignment> nulls;
+        for (const IndexColumn& field : each.fields->columns) nulls.push_back({field.column, Null()});
+        each.table->update(each.row, nulls);
+    }
+    for (const auto& [table, doomed] : plan.rows())
+        for (const RowId row : doomed) table->eraseRow(row);
+    change.commit();
+}
+
+void Table::State::eraseRow(RowId id)
+{
     const std::optional<RowReader::Row> found = find(id);
     if (!found) throwMissing(*this);
     const Bytes old(found->bytes.begin(), found->bytes.end());
@@ -515,8 +561,6 @@ void Table::State::erase(RowId id)
             {&index, indexKey(index, definition.columns, keyed, KeyUse::compare, known(index)), std::nullopt});
     }
 
-    Transaction change(pager);
-    giveBackEmptyPages();
     changes.touched(id, pager.changeCount());
     applyEntries(*this, entries, id);
     for (std::size_t i = 0; i < definition.columns.size(); ++i) {
@@ -526,12 +570,18 @@ void Table::State::erase(RowId id)
     if (found->body != id) killRow(*this, found->body);
     killRow(*this, id);
     countRows(*this, -1);
-    change.commit();
 }
 
 void Table::State::eraseAll()
 {
     checkWritable();
+    const std::vector<Relation> relations = relationsOf(*this);
+    if (std::ranges::any_of(relations,
+                            [this](const Relation& each) { return each.isParent() && each.other != this; })) {
+        std::vector<RowId> rows;
+        for (RowWalk each = walk(); each.next(ThrowAtDamage(pager));) rows.push_back(each.head());
+        return erase(rows);
+    }
     Transaction change(pager);
     changes.everything(pager.changeCount());
     const auto all = dataPages();
