@@ -8,10 +8,11 @@ namespace query {
 
 namespace {
 
-std::string columnOf(const Catalogue::Shape& table, const std::string& wanted, std::string_view sql, std::size_t at)
+const NamedType& columnOf(const Catalogue::Shape& table, const std::string& wanted, std::string_view sql,
+                          std::size_t at)
 {
     for (const NamedType& column : table.columns)
-        if (same(column.name, wanted)) return sqlName(column.name);
+        if (same(column.name, wanted)) return column;
     notUnderstood(sql, at,
                   "'" + table.name + files::said("' tablosunda '", "' has no field '") + wanted +
                       files::said("' diye bir alan yok", "'"));
@@ -47,16 +48,16 @@ Translation Translator::insert()
     expect("into");
     const Catalogue::Shape table = tableToWrite();
     Translation translation{
-        .kind = Translation::Kind::insert, .sql = "INSERT INTO " + sqlName(table.name), .columns = {}};
-    std::size_t count = table.columns.size();
+        .kind = Translation::Kind::insert, .sql = "INSERT INTO " + sqlName(table.name), .columns = table.columns};
     if (takeMark("(")) {
-        count = 0;
+        translation.columns.clear();
         std::string columns;
         do {
             const std::size_t at = word().at;
-            columns +=
-                (count++ == 0 ? " (" : ", ") +
-                columnOf(table, name(files::said("alan adı bekleniyor", "the name of a field is expected")), sql_, at);
+            const std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
+            const NamedType& column = columnOf(table, field, sql_, at);
+            columns += (translation.columns.empty() ? " (" : ", ") + sqlName(column.name);
+            translation.columns.push_back(column);
         } while (takeMark(","));
         expectMark(")");
         translation.sql += columns + ")";
@@ -77,6 +78,7 @@ Translation Translator::insert()
         given = selected.columns.size();
         translation.sql += " " + selected.sql;
     }
+    const std::size_t count = translation.columns.size();
     if (given != count)
         notUnderstood(sql_, at,
                       std::to_string(count) + files::said(" alana ", " fields got ") + std::to_string(given) +
@@ -100,8 +102,9 @@ Translation Translator::update()
         std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
         if (takeMark(".")) field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
         expectMark("=");
-        translation.sql += (translation.sql.empty() ? "" : ", ") + columnOf(table, field, sql_, at) + " = " +
-                           valueOf(expression(scope));
+        const NamedType& column = columnOf(table, field, sql_, at);
+        translation.sql +=
+            (translation.sql.empty() ? "" : ", ") + sqlName(column.name) + " = " + valueOf(expression(scope));
     } while (takeMark(","));
     translation.sql = "UPDATE " + sqlName(table.name) + " SET " + translation.sql;
     if (take("where")) translation.sql += " WHERE " + expression(scope).sql;

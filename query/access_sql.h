@@ -33,7 +33,7 @@ struct Translation {
     enum class Kind { select, insert, update, erase };
     Kind kind = Kind::select;
     std::string sql = {};           ///< for SQLite
-    std::vector<NamedType> columns; ///< of a select
+    std::vector<NamedType> columns; ///< of a select; of an insert, those that it gives
 };
 
 /// What is understood stands in the help of presva-mdb sql. The text relies on what functions.h and session.h give to

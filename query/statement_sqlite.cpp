@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 
 #include <memory>
+#include <set>
 #include <utility>
 
 namespace query {
@@ -89,6 +90,18 @@ public:
         return result == SQLITE_ROW;
     }
     jet::Value value(std::size_t column) const;
+    /// Of a statement that writes.
+    void toItsEnd()
+    {
+        if (translation_.kind == Translation::Kind::insert) {
+            std::set<std::u16string> fields;
+            for (const NamedType& column : translation_.columns) fields.insert(jet::fromUtf8(column.name));
+            tables_.naming(std::move(fields));
+        }
+        while (next()) {
+        }
+        tables_.finish();
+    }
     std::uint64_t changedRows() const { return tables_.changedRows(); }
 
 private:
@@ -213,8 +226,7 @@ std::uint64_t execute(jet::Database& database, std::string_view sql, bool englis
         jet::Transaction change(database.pager());
         Run run(database, english, true);
         run.prepare(sql);
-        while (run.next()) {
-        }
+        run.toItsEnd();
         change.commit();
         return run.changedRows();
     });

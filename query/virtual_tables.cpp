@@ -218,6 +218,7 @@ struct VirtualTables::Shared {
     VirtualTables& owner;
     jet::Table& table;
     std::map<std::size_t, Remembered> remembered;
+    std::vector<jet::RowId> doomed; ///< rows of a Delete that is under way
 };
 
 const std::vector<jet::RowId>* VirtualTables::Shared::rowsBy(std::size_t column, const std::string& key)
@@ -506,17 +507,14 @@ struct VirtualTables::Hooks {
         return guarded(shared.owner, [&] {
             jet::Table& table = shared.table;
             ++shared.owner.changed_;
-            if (count == 1) {
-                const jet::RowId row = rowOf(sqlite3_value_int64(values[0]));
-                if (table.row(row)) table.erase(row); // a cascade may have taken it along with one before
-                return;
-            }
+            if (count == 1) return shared.doomed.push_back(rowOf(sqlite3_value_int64(values[0])));
             const bool isNew = sqlite3_value_type(values[0]) == SQLITE_NULL;
             std::vector<jet::Assignment> fields;
             for (std::size_t i = 0; i < table.columns().size(); ++i) {
                 sqlite3_value* const given = values[i + 2];
-                if (isNew ? sqlite3_value_type(given) == SQLITE_NULL : sqlite3_value_nochange(given) != 0) continue;
                 const jet::Column& wanted = table.columns()[i];
+                // SQLite has Null for a field that the statement does not name; that one takes its default.
+                if (isNew ? !shared.owner.assigns(wanted, given) : sqlite3_value_nochange(given) != 0) continue;
                 try {
                     fields.push_back({i, valueFor(given, wanted)});
                 } catch (const files::Error& error) {
@@ -564,6 +562,17 @@ VirtualTables::VirtualTables(sqlite3* connection, bool writing) : connection_(co
 }
 
 VirtualTables::~VirtualTables() = default;
+
+bool VirtualTables::assigns(const jet::Column& column, sqlite3_value* given) const
+{
+    return sqlite3_value_type(given) != SQLITE_NULL || named_.contains(column.name);
+}
+
+void VirtualTables::finish()
+{
+    for (const auto& each : tables_)
+        if (!each->doomed.empty()) each->table.erase(std::exchange(each->doomed, {}));
+}
 
 void VirtualTables::add(jet::Table& table)
 {

@@ -9,8 +9,10 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace query {
@@ -31,6 +33,11 @@ public:
     /// SQLite knows the table by its own name from here on; a second time does nothing.
     void add(jet::Table& table);
 
+    /// The fields that an Insert gives, whatever their values: Null is a value too.
+    void naming(std::set<std::u16string> fields) { named_ = std::move(fields); }
+    /// Ends a statement that writes: the rows of a Delete go together, as rows may that only each other's going allows.
+    void finish();
+
     std::uint64_t changedRows() const { return changed_; }
     /// What was thrown while SQLite worked, if anything was; SQLite itself only hears that something failed.
     std::exception_ptr failure() const { return failure_; }
@@ -39,8 +46,11 @@ public:
     struct Hooks;  ///< what SQLite calls
 
 private:
+    bool assigns(const jet::Column& column, sqlite3_value* given) const;
+
     sqlite3* connection_;
     bool writing_;
+    std::set<std::u16string> named_;
     std::uint64_t changed_ = 0;
     std::exception_ptr failure_;
     std::vector<std::unique_ptr<Shared>> tables_;

@@ -1,6 +1,8 @@
 #include "platform/system_disk.h"
 #include "query/statement.h"
 #include "store/jet/database/database.h"
+#include "tests/jet/property_block.h"
+#include "tests/jet/related_tables.h"
 #include "tests/jet/samples.h"
 #include "tests/support/files.h"
 #include "tests/support/table.h"
@@ -345,6 +347,69 @@ TEST_P(SqlRefusedChanges, leaveEverythingAsItWas)
     ASSERT_EQ(outcome.code, 1);
     ASSERT_THAT(outcome.err, HasSubstr(row().named));
     ASSERT_EQ(bytesOfFile(file_), before);
+}
+
+/// A table of employees, each with a chief among them, and an office that is "Merkez" where nothing else is said.
+class SqlRelated : public testing::Test, protected Tool {
+protected:
+    SqlRelated() : file_(path("Personel.mdb"))
+    {
+        using namespace jet;
+        Database::create(platform::systemDisk(), file_, turkish, DateTime{45000});
+        auto database = Database::open(platform::systemDisk(), file_);
+        std::vector<NewIndex> indexes(2);
+        indexes[0] = {.name = u"PrimaryKey", .columns = {{u"No", true}}, .unique = true, .primaryKey = true};
+        indexes[1] = {.name = u"Amir", .columns = {{u"Amir", true}}};
+        database->createTable(u"Kişi",
+                              {{.name = u"No", .type = ColumnType::longInteger},
+                               {.name = u"Amir", .type = ColumnType::longInteger},
+                               {.name = u"Büro", .type = ColumnType::text, .size = 20}},
+                              indexes, DateTime{45000});
+        properties::put(*database, u"Kişi", {{{u"Büro", {{u"DefaultValue", u"\"Merkez\""}}}}});
+        related::relate(*database, {u"Amir", u"Kişi", u"PrimaryKey", u"Kişi", u"Amir"});
+    }
+    Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
+    std::string rows() const
+    {
+        const Outcome outcome = sql("Select No, Amir, Büro From Kişi Order By No");
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        std::string rows;
+        const std::vector<std::string> lines = split(outcome.out, "\r\n");
+        for (std::size_t i = 1; i + 1 < lines.size(); ++i) rows += (i == 1 ? "" : "|") + lines[i];
+        return rows;
+    }
+
+    std::string file_;
+};
+
+TEST_F(SqlRelated, aNullThatIsGivenIsNoDefault)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    ASSERT_EQ(sql("Insert Into Kişi (No) Values (1)").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (No, Büro) Values (2, Null)").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi Values (3, Null, Null)").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (BÜRO, No) Select Null, No + 3 From Kişi Where No = 1").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (Amir, No) Select No, 5 From Kişi Where No = 1").code, 0);
+    ASSERT_EQ(rows(), "1,,Merkez|2,,|3,,|4,,|5,1,Merkez");
+    verifySound(file_);
+}
+
+TEST_F(SqlRelated, rowsThatHoldEachOtherGoTogetherInWhateverOrderTheyStand)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    for (const char* row : {"1, Null", "2, 1", "3, 2", "4, Null", "5, 4"})
+        ASSERT_EQ(sql("Insert Into Kişi (No, Amir) Values (" + std::string(row) + ")").code, 0);
+    // The chiefs stand before their people, and stay while these do.
+    const Outcome refused = sql("Delete From Kişi Where No In (1, 2)");
+    ASSERT_EQ(refused.code, 1);
+    ASSERT_THAT(refused.err, HasSubstr("Kişi"));
+    ASSERT_EQ(rows(), "1,,Merkez|2,1,Merkez|3,2,Merkez|4,,Merkez|5,4,Merkez");
+    const Outcome outcome = sql("Delete From Kişi Where No < 4");
+    ASSERT_EQ(outcome.out, "3 satır silindi.\n") << outcome.err;
+    ASSERT_EQ(rows(), "4,,Merkez|5,4,Merkez");
+    ASSERT_EQ(sql("Update Kişi Set Amir = 5 Where No = 4").code, 0);
+    ASSERT_EQ(sql("Delete From Kişi").out, "2 satır silindi.\n");
+    verifySound(file_);
 }
 
 struct SavedRow {
