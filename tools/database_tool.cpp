@@ -106,6 +106,22 @@ void describe(Output& out, const jet::Table& table)
     }
 }
 
+/// What keeps people out, and what they can do all the same; nothing for an open file.
+const char* protectionText(jet::Protection protection)
+{
+    switch (protection) {
+    case jet::Protection::none:
+        break;
+    case jet::Protection::password:
+        return said("parola sorar; okunur, yazılmaz (compact parolasız bir kopyasını yapar)",
+                    "asks for a password; read, not written (compact makes a copy without it)");
+    case jet::Protection::covered:
+        return said("sayfaları kodlanmış; okunur, yazılmaz (compact açık bir kopyasını yapar)",
+                    "its pages are encoded; read, not written (compact makes an open copy)");
+    }
+    return nullptr;
+}
+
 int info(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
@@ -117,6 +133,8 @@ int info(files::Disk& disk, Arguments arguments)
                  said(" bayt, ", " bytes, ") + std::to_string(pages) + said(" sayfa", " pages"));
     say(out, said("Sıralama: ", "Collation: ") + collationName(database->collation()) +
                  said(", kod sayfası ", ", code page ") + std::to_string(database->codePage()));
+    if (const char* const protection = protectionText(database->pager().protection()))
+        say(out, said("Koruma: ", "Protection: ") + std::string(protection));
     for (const std::u16string& name : database->tableNames()) {
         say(out, "");
         describe(out, database->table(name));

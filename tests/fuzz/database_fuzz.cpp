@@ -18,6 +18,7 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/index_layout.h"
 #include "store/jet/format/long_value_layout.h"
+#include "store/jet/format/properties_layout.h"
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
 #include "tests/jet/mixed_work.h"
@@ -122,7 +123,7 @@ public:
     void inflict()
     {
         for (auto n = 1 + below(4); n > 0; --n) {
-            drawn(static_cast<int>(below(12)),
+            drawn(static_cast<int>(below(13)),
                   {
                       {2, [&] { bytes_[anywhere()] ^= static_cast<std::uint8_t>(1U << below(8)); }},
                       {2, [&] { bytes_[anywhere()] = static_cast<std::uint8_t>(random_()); }},
@@ -133,6 +134,7 @@ public:
                       {2, [&] { pointElsewhere(); }},
                       {1, [&] { wrongSlot(); }},
                       {1, [&] { wrongNumber(); }},
+                      {1, [&] { wrongProperties(); }},
                   });
             if (pages() < 3) return;
         }
@@ -251,6 +253,17 @@ private:
     {
         std::uint8_t* const bytes = page(somePage());
         jet::putU32(bytes + below(70), static_cast<std::uint32_t>(below(2) == 0 ? random_() : below(300)));
+    }
+
+    /// In the block that says what a table demands of its rows.
+    void wrongProperties()
+    {
+        const auto& signature = jet::properties_layout::signature;
+        const auto block = std::search(bytes_.begin(), bytes_.end(), signature.begin(), signature.end());
+        const auto room = static_cast<std::size_t>(bytes_.end() - block);
+        if (room == 0) return;
+        std::uint8_t& byte = block[static_cast<std::ptrdiff_t>(below(std::min<std::size_t>(room, 300)))];
+        byte = below(2) == 0 ? static_cast<std::uint8_t>(random_()) : static_cast<std::uint8_t>(byte ^ 1U << below(8));
     }
 
     Content& bytes_;

@@ -7,6 +7,7 @@
 #include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/jet/property_block.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
@@ -79,6 +80,24 @@ TEST_F(BesideOtherPrograms, aRowIsAddedToWhatAnotherProgramHasLeft)
         work.insert(table(), rows);
     }
     expectWhole(rows);
+}
+
+TEST_F(BesideOtherPrograms, rulesThatTheyChangeAreReadAgain)
+{
+    const auto theySay = [this](const char16_t* rule) {
+        PowerCutDisk theirs(file, disk.content(file));
+        properties::put(*Database::open(theirs, file), MixedWork::table,
+                        {{{u"Tutar", {{u"ValidationRule", rule}, {u"DefaultValue", u"20"}}}}});
+        overwrite(disk, theirs.content(file));
+    };
+    const std::size_t amount = *table().columnNamed(u"Tutar");
+    const auto insert = [&](double value) { return faultOf([&] { table().insert({{amount, value}}); }); };
+    ASSERT_EQ(insert(5), std::nullopt);
+    theySay(u">10");
+    ASSERT_EQ(insert(5), Fault::ruleBroken);
+    ASSERT_EQ(table().row(table().insert({}))->value(amount), Value(20.0));
+    theySay(u">1");
+    ASSERT_EQ(insert(5), std::nullopt);
 }
 
 TEST_F(BesideOtherPrograms, aChangeThatBeganBeforeIsRefusedWholeAndTheirsStays)

@@ -86,10 +86,9 @@ inline jet::Bytes bytesOf(const Block& block)
     return bytes;
 }
 
-/// Gives a table that block. It counts from the next opening of the file on.
-inline void put(jet::Database& database, std::u16string_view table, const Block& block)
+/// Gives a table those bytes as its block. They count from the next opening of the file on.
+inline void put(jet::Database& database, std::u16string_view table, const jet::Bytes& block)
 {
-    if (block.groups.empty()) return;
     const jet::Table& listed = database.table(u"MSysObjects");
     jet::Table::State objects(database.pager(), listed.name(), listed.definitionPage(), {});
     objects.systemObjects = &listed;
@@ -101,7 +100,11 @@ inline void put(jet::Database& database, std::u16string_view table, const Block&
     });
     if (!place) throw std::runtime_error("no such table");
     const std::size_t column = jet::systemColumn(listed, u"LvProp", jet::ColumnType::ole);
-    objects.update(*place, std::vector<jet::Assignment>{{column, bytesOf(block)}});
+    objects.update(*place, std::vector<jet::Assignment>{{column, block}});
+}
+inline void put(jet::Database& database, std::u16string_view table, const Block& block)
+{
+    if (!block.groups.empty()) put(database, table, bytesOf(block));
 }
 
 } // namespace properties

@@ -8,6 +8,8 @@
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
 #include "tests/jet/mixed_work.h"
+#include "tests/jet/property_block.h"
+#include "tests/jet/related_tables.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
@@ -387,6 +389,35 @@ TEST_F(RescueOfTheWorld, anExistingFileIsNotReplaced)
     disk.content(saved) = {1, 2, 3};
     ASSERT_EQ(faultOf([&] { run(disk); }), Fault::exists);
     ASSERT_EQ(disk.content(saved), (Image{1, 2, 3}));
+}
+
+TEST(Rescue, rulesAndRelationshipsThatGoAreNamedTableByTable)
+{
+    files::MemoryDisk disk;
+    related::createTables(disk, file, {u"Baba", u"Oğul", u"Yalnız", u"Okunmaz"});
+    {
+        const auto database = Database::open(disk, file);
+        properties::put(*database, u"Oğul",
+                        {{{u"Ad", {{u"ValidationRule", u"Like \"A*\""}, {u"Required", true}}},
+                          {u"Üst2", {{u"DefaultValue", u"5"}}}}});
+        properties::put(*database, u"Okunmaz", Bytes{'M', 'R', '2', 0, 1});
+        related::relate(*database, {u"Bağ", u"Baba", u"PrimaryKey", u"Oğul", u"Üst"});
+    }
+    {
+        const auto database = Database::open(disk, file);
+        database->table(u"Baba").insert({{related::text, u"b"}});
+        database->table(u"Oğul").insert({{related::parent, std::int32_t{1}}, {related::text, u"a"}});
+    }
+    const std::vector<std::string> told = {
+        "\"Baba\" tablosunun ilişkileri aktarılmadı.",
+        "\"Oğul\" tablosunun zorunlu alanları, varsayılan değerleri, geçerlilik kuralları ve ilişkileri aktarılmadı.",
+        "\"Okunmaz\" tablosunun okunamayan özellikleri aktarılmadı."};
+    ASSERT_EQ(survey(disk, file).losses, told);
+    const RescueResult result = rescue(disk, file, saved, DateTime{45000});
+    ASSERT_EQ(result.losses, told);
+    const auto fresh = Database::open(disk, saved);
+    fresh->table(u"Oğul").insert({{related::text, u"z"}});
+    ASSERT_EQ(fresh->table(u"Oğul").rowCount(), 2U);
 }
 
 TEST_F(RescueOfTheWorld, aSurveyCountsWhatARescueSaves)

@@ -29,6 +29,19 @@ const DateTime now = *dateTime(2025, 11, 20, 14, 5, 30);
 
 enum class Verdict { allowed, broken, notUnderstood };
 
+/// Asks a rule of the field "Alan" of the table "Tablo".
+Verdict verdictOf(const std::u16string& rule, const Value& own, Collation order)
+{
+    const RuleSubject subject{&own, [&own](std::u16string_view name) { return name == u"Alan" ? &own : nullptr; }, now};
+    try {
+        const bool allowed = Rule(rule, Rule::Kind::condition, {u"Tablo", order}).allows(subject);
+        return allowed ? Verdict::allowed : Verdict::broken;
+    } catch (const Error& error) {
+        EXPECT_EQ(error.fault(), Fault::unsupported) << error.what();
+        return Verdict::notUnderstood;
+    }
+}
+
 struct RuleRow {
     std::u16string rule;
     Value own;
@@ -136,8 +149,11 @@ RowTable<RuleRow> ruleVerdicts()
     row(u"1=1 Or >5", {}, allowed);
     row(u"In (1,Null)", 1.0, allowed);
     row(u"In (1,Null)", 2.0, allowed);
-    row(u"Between 5 And Null", 3.0, broken);
+    row(u"Between 5 And Null", 3.0, allowed);
     row(u"Between 5 And Null", 7.0, allowed);
+    row(u"Between Null And 5", 7.0, allowed);
+    row(u"Not Between 5 And Null", 3.0, allowed);
+    row(u"Is Not Null And Between 5 And Null", 3.0, allowed);
     row(u"=Null", 7.0, allowed);
     row(u"IsNull([Alan])", {}, allowed);
     row(u"IsNull([Alan])", 1.0, broken);
@@ -159,8 +175,83 @@ RowTable<RuleRow> ruleVerdicts()
     row(u"#20.11.2025#", now, notUnderstood);
     row(u"True", true, allowed);
     row(u"Yes", false, broken);
-    row(u">0", text(u"12"), allowed);
+    // Texts and numbers
+    row(u">0", text(u"12"), notUnderstood);
     row(u">0", text(u"oniki"), notUnderstood);
+    row(u"\"5\"", 5.0, notUnderstood);
+    row(u"[Alan]*1=12", text(u"12"), allowed);
+    row(u"[Alan]+1=-11", text(u"-12"), allowed);
+    for (const char16_t* noNumber : {u"inf", u"nan", u"1e3", u"1,5", u"1.5", u" 12", u"", u"-", u"1234567890123456"})
+        row(u"[Alan]*1>0", text(noNumber), notUnderstood);
+    row(u"Len([Alan])=6", 100000.0, allowed);
+    row(u"Len([Alan])=6", std::int32_t{100000}, allowed);
+    row(u"Left([Alan],1)=\"9\"", Currency{9'000'000'000'000'0000}, allowed);
+    row(u"[Alan] & \"\"=\"1000000\"", 1e6, allowed);
+    row(u"[Alan] & \"\"=\"999999999999999\"", 999999999999999.0, allowed);
+    row(u"Len([Alan])>0", 1e15, notUnderstood);
+    row(u"Len([Alan])>0", 0.5, notUnderstood);
+    row(u"Len([Alan])=3", Currency{125'0000}, allowed);
+    row(u"Len([Alan])>0", Currency{125'5000}, notUnderstood);
+    row(u"Len([Alan])>0", 16777217.0f, notUnderstood);
+    row(u"Len([Alan])>0", true, notUnderstood);
+    row(u"Len([Alan])>0", now, notUnderstood);
+    // Money and decimals are reckoned to the last digit
+    row(u"[Alan]+1-1=[Alan]", Currency{1000}, allowed);
+    row(u"[Alan]*3=0.3", Currency{1000}, allowed);
+    row(u"[Alan]*100=Int([Alan]*100)", Currency{2900}, allowed);
+    row(u"[Alan]*100=Int([Alan]*100)", Currency{2901}, broken);
+    row(u"Fix(-[Alan])=-2", Currency{2'9000}, allowed);
+    row(u"Int(-[Alan])=-3", Currency{2'9000}, allowed);
+    row(u"[Alan]-0.1=0.2", Currency{3000}, allowed);
+    row(u"[Alan]+0.0001>922337203685477.5807", Currency{INT64_MAX}, allowed);
+    row(u"[Alan]+0.1+0.2=0.6", Numeric{false, {0, 0, 0, 3}, 1}, allowed);
+    row(u"[Alan]*[Alan]=1.52399025", Currency{1'2345}, notUnderstood); // money times money: rounded or not
+    row(u"[Alan]*[Alan]<1.6", Currency{1'2345}, allowed);
+    // What depends on how doubles are reckoned is not decided
+    row(u"[Alan]*100=Int([Alan]*100)", 0.29, notUnderstood);
+    row(u"[Alan]+0.2=0.3", 0.1, notUnderstood);
+    row(u"[Alan]+0.2<0.31", 0.1, allowed);
+    row(u"<=0.1", 0.1, allowed);
+    row(u"<=0.3", 0.1 + 0.2, notUnderstood);
+    row(u"<=0.1", 0.1f, notUnderstood);
+    row(u"<=0.5", 0.5f, allowed);
+    row(u"[Alan]=[Alan]", 0.1f, allowed);
+    row(u"[Alan]/3*3>29", 10.0, broken);
+    row(u"10.5 Mod 4=2 And [Alan]=[Alan]", 1.0, allowed); // halves go to the even number
+    row(u"[Alan] Mod 2=0", 3e9, notUnderstood);
+    // Numbers are no conditions
+    row(u"[Alan] And 4", std::int32_t{3}, notUnderstood);
+    row(u"([Alan]+1) Or ([Alan]>5)", std::int32_t{3}, notUnderstood);
+    row(u"Abs([Alan])", std::int32_t{3}, notUnderstood);
+    row(u"Not [Alan]", std::int32_t{3}, notUnderstood);
+    row(u"[Alan]", std::int32_t{3}, notUnderstood);
+    row(u"Not [Alan]", false, allowed);
+    row(u"[Alan] And True", true, allowed);
+    row(u"IIf([Alan],True,False)", std::int32_t{2}, allowed);
+    row(u"IIf([Alan]>1,1,0)", 2.0, notUnderstood);
+    // Whose field it is
+    row(u"[Tablo]![Alan]>0", 1.0, allowed);
+    row(u"[TABLO].[Alan]>0", 1.0, allowed);
+    row(u"[Yok].[Alan]>0", 1.0, notUnderstood);
+    row(u"[Forms]![f]![Alan]>0", 1.0, notUnderstood);
+    row(u"[Tablo].[Tablo].[Alan]>0", 1.0, notUnderstood);
+    row(u"[Tablo].5>0", 1.0, notUnderstood);
+    // Fields that can only be there or not
+    row(u"Is Not Null", Bytes{1}, allowed);
+    row(u"Is Null", Bytes{1}, broken);
+    row(u"[Alan] Is Null", Guid{}, broken);
+    row(u"IsNull([Alan])", Value(), allowed);
+    row(u"[Alan]=[Alan]", Guid{}, notUnderstood);
+    row(u"Len([Alan])>0", Bytes{1}, notUnderstood);
+    // Turkish letters
+    row(u"<\"d\"", text(u"Çam"), allowed);
+    row(u"=\"ışık\"", text(u"IŞIK"), allowed);
+    row(u"=\"işik\"", text(u"IŞIK"), broken);
+    row(u"LCase([Alan])=\"ısı\"", text(u"ISI"), allowed);
+    row(u"InStr([Alan],\"i\")=0", text(u"ILIK"), allowed);
+    row(u"=\"ab\"", text(u"ab "), notUnderstood); // whether a space at the end counts
+    row(u"=\"ab\"", text(u"abc "), broken);
+    row(u"Like \"s*\"", text(u"ß"), notUnderstood);
     row(u"1/[Alan]>0", 0.0, notUnderstood);
     row(u"DLookUp(\"a\",\"b\")>0", 1.0, notUnderstood);
     row(u"[Başka]>0", 1.0, notUnderstood);
@@ -179,20 +270,70 @@ INSTANTIATE_TEST_SUITE_P(, RuleVerdict, testing::ValuesIn(ruleVerdicts()), Numbe
 TEST_P(RuleVerdict, isThatOfTheValue)
 {
     const auto& [rule, own, verdict] = row();
-    const RuleSubject subject{&own, [&own = own](std::u16string_view name) { return name == u"Alan" ? &own : nullptr; },
-                              now};
-    Verdict found = Verdict::notUnderstood;
-    try {
-        found = Rule(rule, Rule::Kind::condition).allows(subject) ? Verdict::allowed : Verdict::broken;
-    } catch (const Error& error) {
-        ASSERT_EQ(error.fault(), Fault::unsupported) << error.what();
-    }
-    ASSERT_EQ(found, verdict);
+    ASSERT_EQ(verdictOf(rule, own, turkish), verdict);
+}
+
+struct RuleOrderRow {
+    Collation order;
+    std::u16string rule;
+    std::u16string text;
+    Verdict verdict;
+};
+class RuleOfAnotherAlphabet : public TableTest<RuleOrderRow> {};
+
+RowTable<RuleOrderRow> rulesOfOtherAlphabets()
+{
+    constexpr Collation french{0x040C, 0}, azerbaijani{0x042C, 0}; // no weights are known
+    RowTable<RuleOrderRow> table;
+    const auto row = [&table](Collation order, std::u16string rule, std::u16string text, Verdict verdict) {
+        table.push_back({toUtf8(rule), {order, rule, std::move(text), verdict}});
+    };
+    using enum Verdict;
+    row(general, u"=\"istanbul\"", u"ISTANBUL", allowed);
+    row(general, u"=\"i\"", u"ı", broken);
+    row(general, u"=\"i\"", u"İ", broken);
+    row(general, u"<\"d\"", u"ç", allowed);
+    row(general, u"Between \"c\" And \"cz\"", u"ça", allowed);
+    row(turkish, u"Between \"c\" And \"cz\"", u"ça", broken);
+    row(general, u"=\"strasse\"", u"straße", notUnderstood);
+    row(general, u"Like \"MIN*\"", u"min 5", allowed);
+    row(turkish, u"Like \"MIN*\"", u"min 5", broken);
+    row(general, u"Like \"[c-d]*\"", u"çam", allowed);
+    row(general, u"InStr([Alan],\"I\")=2", u"min", allowed);
+    row(general, u"LCase([Alan])=\"min\"", u"MIN", allowed);
+    row(general, u"Like \"*\"", u"漢", notUnderstood);
+    row(french, u"=\"Oui\" Or \"Non\"", u"oui", allowed);
+    row(french, u"=\"Oui\" Or \"Non\"", u"peut", broken);
+    row(french, u"=\"i\"", u"I", allowed);
+    row(french, u"<>\"\"", u"a", allowed);
+    row(french, u">\"a\"", u"b", notUnderstood);
+    row(french, u">=\"a\"", u"A", allowed);
+    row(french, u"=\"été\"", u"été", allowed);
+    row(french, u"=\"été\"", u"Été", notUnderstood);
+    row(french, u"Like \"[0-9]*\"", u"5a", allowed);
+    row(french, u"Like \"[a-z]*\"", u"b", notUnderstood);
+    row(french, u"Like \"a*\"", u"ab", allowed);
+    row(french, u"Like \"a*\"", u"aé", notUnderstood);
+    row(azerbaijani, u"=\"i\"", u"I", notUnderstood);
+    row(azerbaijani, u"=\"a\"", u"A", allowed);
+    row(azerbaijani, u"Like \"i*\"", u"I", notUnderstood);
+    row(Collation(), u"Len([Alan])=2", u"é1", allowed);
+    return table;
+}
+
+INSTANTIATE_TEST_SUITE_P(, RuleOfAnotherAlphabet, testing::ValuesIn(rulesOfOtherAlphabets()), NumberedRowName());
+
+TEST_P(RuleOfAnotherAlphabet, goesByItsLettersOrIsNotUnderstood)
+{
+    const auto& [order, rule, text, verdict] = row();
+    ASSERT_EQ(verdictOf(rule, Value(text), order), verdict);
 }
 
 TEST(RuleValue, isWhatTheExpressionSays)
 {
-    const auto value = [](std::u16string_view text) { return Rule(text, Rule::Kind::value).value({nullptr, {}, now}); };
+    const auto value = [](std::u16string_view text) {
+        return Rule(text, Rule::Kind::value, {u"Tablo", turkish}).value({nullptr, {}, now});
+    };
     ASSERT_EQ(value(u"0"), Value(0.0));
     ASSERT_EQ(value(u" = -1"), Value(-1.0));
     ASSERT_EQ(value(u"=No"), Value(false));
@@ -200,6 +341,11 @@ TEST(RuleValue, isWhatTheExpressionSays)
     ASSERT_EQ(value(u"Now()"), Value(now));
     ASSERT_EQ(value(u"Date()+1"), Value(*dateTime(2025, 11, 21)));
     ASSERT_EQ(value(u"Null"), Value());
+    const Rule number(u"=100000", Rule::Kind::value, {u"Tablo", turkish});
+    ASSERT_EQ(number.text({nullptr, {}, now}), Value(std::u16string(u"100000")));
+    const Rule decimal(u"0.5", Rule::Kind::value, {u"Tablo", turkish});
+    ASSERT_EQ(decimal.value({nullptr, {}, now}), Value(0.5));
+    ASSERT_EQ(faultOf([&] { decimal.text({nullptr, {}, now}); }), Fault::unsupported); // "0,5" to some
 }
 
 // ---- tables ----
@@ -323,6 +469,101 @@ TEST_F(RuledTable, anAutomaticGuidIsGivenOnce)
     ASSERT_EQ(field(table().insert({{0, given}}), 0), Value(given));
 }
 
+TEST_F(RuledTable, aNumberAsDefaultOfATextIsWrittenAsOne)
+{
+    make({{.name = u"Kod", .type = ColumnType::text, .size = 20}}, {{{u"Kod", {{u"DefaultValue", u"0"}}}}});
+    ASSERT_EQ(field(table().insert({}), 0), Value(std::u16string(u"0")));
+}
+
+TEST_F(RuledTable, aRuleGoesByTheOrderOfTheTablesTexts)
+{
+    for (const Collation order : {turkish, general}) {
+        disk = files::MemoryDisk();
+        Database::create(disk, path, order, DateTime{45000});
+        database = Database::open(disk, path);
+        database->createTable(u"Kural", {{.name = u"Ad", .type = ColumnType::text, .size = 20}}, {}, DateTime{45000});
+        properties::put(*database, u"Kural", {{{u"Ad", {{u"ValidationRule", u"Like \"I*\""}}}}});
+        database = Database::open(disk, path);
+        const auto fault = faultOf([&] { table().insert({{0, std::u16string(u"istanbul")}}); });
+        if (order == turkish)
+            ASSERT_EQ(fault, Fault::ruleBroken);
+        else
+            ASSERT_EQ(fault, std::nullopt);
+        database.reset();
+    }
+}
+
+struct UnreadablePropertiesRow {
+    std::function<void(Bytes&)> damage;
+};
+class UnreadableProperties : public TableTest<UnreadablePropertiesRow> {};
+
+RowTable<UnreadablePropertiesRow> unreadableProperties()
+{
+    // Behind the signature: names (head 6), then the block of the column "A": head 6, 4 bytes, its name (2 + 2), and
+    // the record of its rule.
+    const auto columnAt = [](const Bytes& bytes) { return 4 + getU32(&bytes[4]); };
+    return {
+        {"another signature", {[](Bytes& bytes) { bytes[0] = 'K'; }}},
+        {"only a signature's beginning", {[](Bytes& bytes) { bytes.resize(3); }}},
+        {"a block longer than what is there", {[=](Bytes& bytes) { ++bytes[columnAt(bytes)]; }}},
+        {"a block shorter than its head", {[=](Bytes& bytes) { bytes[columnAt(bytes)] = 5; }}},
+        {"a block of another kind", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 4] = 7; }}},
+        {"bytes behind the last block", {[](Bytes& bytes) { bytes.push_back(0); }}},
+        {"a name that ends behind the names", {[](Bytes& bytes) { bytes[10] = 0xFE; }}},
+        {"a column's name that ends behind its block", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 10] = 0xFE; }}},
+        {"a record shorter than its head", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 14] = 7; }}},
+        {"a record longer than its block", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 14] = 0xFE; }}},
+        {"a record of a name that is not there", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 18] = 9; }}},
+        {"a value longer than its record", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 20] = 0xFE; }}},
+        {"a rule that is no text", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 17] = 4; }}},
+        {"a rule for a column that is not there", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 12] = 'X'; }}},
+        {"cut off", {[](Bytes& bytes) { bytes.pop_back(); }}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, UnreadableProperties, testing::ValuesIn(unreadableProperties()), RowName());
+
+TEST_P(UnreadableProperties, refuseWritingAndAreNamedByTheCheck)
+{
+    const std::filesystem::path path = "kurallar.mdb";
+    files::MemoryDisk disk;
+    Database::create(disk, path, turkish, DateTime{45000});
+    auto database = Database::open(disk, path);
+    database->createTable(u"Kural", {{.name = u"A", .type = ColumnType::longInteger}}, {}, DateTime{45000});
+    database->table(u"Kural").insert({{0, std::int32_t{5}}});
+    Bytes bytes = properties::bytesOf({{{u"A", {{u"ValidationRule", u">0"}}}}});
+    row().damage(bytes);
+    properties::put(*database, u"Kural", bytes);
+    database = Database::open(disk, path);
+    Table& table = database->table(u"Kural");
+    ASSERT_EQ(table.rowCount(), 1U);
+    const files::MemoryDisk::Content before = disk.content(path);
+    const auto refusal = refusalOf([&] { table.insert({{0, std::int32_t{1}}}); });
+    ASSERT_EQ(refusal.fault, Fault::readOnly);
+    ASSERT_THAT(refusal.sentence, HasSubstr("\"Kural\""));
+    ASSERT_EQ(disk.content(path), before);
+    const CheckResult result = checkDatabase(*database);
+    ASSERT_TRUE(result.ok());
+    ASSERT_THAT(result.warnings, testing::Contains(HasSubstr("\"Kural\"")));
+}
+
+TEST_F(RuledTable, propertiesWhosePagesAreDamagedRefuseWriting)
+{
+    // Longer than a row: the block stands on a page of its own.
+    make({{.name = u"A", .type = ColumnType::longInteger}},
+         {{{u"A", {{u"Description", std::u16string(3000, u'x').c_str()}, {u"ValidationRule", u">0"}}}}});
+    ASSERT_EQ(faultOf([&] { table().insert({{0, std::int32_t{-1}}}); }), Fault::ruleBroken);
+    database.reset();
+    files::MemoryDisk::Content& content = disk.content(path);
+    for (std::size_t at = 0; at + 4096 <= content.size(); at += 4096)
+        if (content[at] == 1 && std::equal(&content[at + 4], &content[at + 8], "LVAL") && content[at + 12] == 1)
+            std::fill_n(&content[at + 12], 2, std::uint8_t{0});
+    database = Database::open(disk, path);
+    ASSERT_THAT(refusal({{0, std::int32_t{-1}}}, Fault::readOnly), HasSubstr("\"Kural\""));
+    ASSERT_FALSE(checkDatabase(*database).ok());
+}
+
 TEST_F(RuledTable, aDamagedPropertyBlockKeepsNobodyFromReading)
 {
     const properties::Block block{{{u"A", {{u"ValidationRule", u">0"}, {u"DefaultValue", u"5"}}}}};
@@ -339,7 +580,8 @@ TEST_F(RuledTable, aDamagedPropertyBlockKeepsNobodyFromReading)
             for (const std::u16string& text : {column.rule, column.defaultValue})
                 if (!text.empty())
                     static_cast<void>(faultOf([&] {
-                        static_cast<void>(Rule(text, Rule::Kind::condition).value({&damagedField, {}, now}));
+                        static_cast<void>(
+                            Rule(text, Rule::Kind::condition, {u"Tablo", turkish}).value({&damagedField, {}, now}));
                     }));
     }
 }

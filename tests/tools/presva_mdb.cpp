@@ -2,6 +2,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/protection.h"
 #include "tests/jet/samples.h"
 #include "tests/support/bytes.h"
 #include "tests/support/files.h"
@@ -184,6 +185,21 @@ TEST_F(PresvaMdb, infoCountsTheRowsThatItCanShow)
         change.commit();
     }
     ASSERT_THAT(run({"info", file}).out, HasSubstr("Cari: 2 satır\n"));
+}
+
+TEST_F(PresvaMdb, infoSaysWhatKeepsPeopleOut)
+{
+    const std::string file = created();
+    ASSERT_THAT(run({"info", file}).out, Not(HasSubstr("Koruma")));
+    const std::vector<std::uint8_t> open = bytesOfFile(file);
+    std::vector<std::uint8_t> bytes = open;
+    protection::setPassword(bytes);
+    writeFile(file, bytes);
+    ASSERT_THAT(run({"info", file}).out, HasSubstr("Koruma: parola sorar; okunur, yazılmaz"));
+    bytes = open;
+    protection::cover(bytes, 2321351155U);
+    writeFile(file, bytes);
+    ASSERT_THAT(run({"info", file}).out, HasSubstr("Koruma: sayfaları kodlanmış; okunur, yazılmaz"));
 }
 
 TEST_F(PresvaMdb, importTakesColumnsByName)

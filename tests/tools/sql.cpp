@@ -358,10 +358,10 @@ protected:
         Database::create(platform::systemDisk(), file_, turkish, DateTime{45000});
         auto database = Database::open(platform::systemDisk(), file_);
         std::vector<NewIndex> indexes(2);
-        indexes[0] = {.name = u"PrimaryKey", .columns = {{u"No", true}}, .unique = true, .primaryKey = true};
+        indexes[0] = {.name = u"PrimaryKey", .columns = {{u"Sicil", true}}, .unique = true, .primaryKey = true};
         indexes[1] = {.name = u"Amir", .columns = {{u"Amir", true}}};
         database->createTable(u"Kişi",
-                              {{.name = u"No", .type = ColumnType::longInteger},
+                              {{.name = u"Sicil", .type = ColumnType::longInteger},
                                {.name = u"Amir", .type = ColumnType::longInteger},
                                {.name = u"Büro", .type = ColumnType::text, .size = 20}},
                               indexes, DateTime{45000});
@@ -371,7 +371,7 @@ protected:
     Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
     std::string rows() const
     {
-        const Outcome outcome = sql("Select No, Amir, Büro From Kişi Order By No");
+        const Outcome outcome = sql("Select Sicil, Amir, Büro From Kişi Order By Sicil");
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         std::string rows;
         const std::vector<std::string> lines = split(outcome.out, "\r\n");
@@ -385,11 +385,11 @@ protected:
 TEST_F(SqlRelated, aNullThatIsGivenIsNoDefault)
 {
     if (!query::available()) GTEST_SKIP() << "built without SQLite";
-    ASSERT_EQ(sql("Insert Into Kişi (No) Values (1)").code, 0);
-    ASSERT_EQ(sql("Insert Into Kişi (No, Büro) Values (2, Null)").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (Sicil) Values (1)").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (Sicil, Büro) Values (2, Null)").code, 0);
     ASSERT_EQ(sql("Insert Into Kişi Values (3, Null, Null)").code, 0);
-    ASSERT_EQ(sql("Insert Into Kişi (BÜRO, No) Select Null, No + 3 From Kişi Where No = 1").code, 0);
-    ASSERT_EQ(sql("Insert Into Kişi (Amir, No) Select No, 5 From Kişi Where No = 1").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (BÜRO, Sicil) Select Null, Sicil + 3 From Kişi Where Sicil = 1").code, 0);
+    ASSERT_EQ(sql("Insert Into Kişi (Amir, Sicil) Select Sicil, 5 From Kişi Where Sicil = 1").code, 0);
     ASSERT_EQ(rows(), "1,,Merkez|2,,|3,,|4,,|5,1,Merkez");
     verifySound(file_);
 }
@@ -398,16 +398,16 @@ TEST_F(SqlRelated, rowsThatHoldEachOtherGoTogetherInWhateverOrderTheyStand)
 {
     if (!query::available()) GTEST_SKIP() << "built without SQLite";
     for (const char* row : {"1, Null", "2, 1", "3, 2", "4, Null", "5, 4"})
-        ASSERT_EQ(sql("Insert Into Kişi (No, Amir) Values (" + std::string(row) + ")").code, 0);
+        ASSERT_EQ(sql("Insert Into Kişi (Sicil, Amir) Values (" + std::string(row) + ")").code, 0);
     // The chiefs stand before their people, and stay while these do.
-    const Outcome refused = sql("Delete From Kişi Where No In (1, 2)");
+    const Outcome refused = sql("Delete From Kişi Where Sicil In (1, 2)");
     ASSERT_EQ(refused.code, 1);
     ASSERT_THAT(refused.err, HasSubstr("Kişi"));
     ASSERT_EQ(rows(), "1,,Merkez|2,1,Merkez|3,2,Merkez|4,,Merkez|5,4,Merkez");
-    const Outcome outcome = sql("Delete From Kişi Where No < 4");
+    const Outcome outcome = sql("Delete From Kişi Where Sicil < 4");
     ASSERT_EQ(outcome.out, "3 satır silindi.\n") << outcome.err;
     ASSERT_EQ(rows(), "4,,Merkez|5,4,Merkez");
-    ASSERT_EQ(sql("Update Kişi Set Amir = 5 Where No = 4").code, 0);
+    ASSERT_EQ(sql("Update Kişi Set Amir = 5 Where Sicil = 4").code, 0);
     ASSERT_EQ(sql("Delete From Kişi").out, "2 satır silindi.\n");
     verifySound(file_);
 }

@@ -6,7 +6,9 @@
 #include "store/jet/format/system_objects.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
+#include "store/jet/rows/table_definition.h"
 #include "store/jet/table/catalogue.h"
+#include "store/jet/table/table_rules.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>
@@ -30,6 +32,7 @@ public:
         const auto tables = database_.allTables();
         for (const auto& [name, definition] : tables) checkTable(pager_, name, definition, owners_, report_);
         report_.attempt([&] { checkCatalogue(); });
+        report_.attempt([&] { checkProperties(); });
         report_.attempt([&] { checkRights(); });
         report_.attempt([&] { owners_.compareWithFree(mapPages(pager_, freeMap)); });
     }
@@ -88,6 +91,23 @@ private:
             },
             [](RowId, const std::string&) {}); // reported with the table's rows
         if (!hasContainer) report_.fault("Nesne listesinde tabloların kabı (\"Tables\") yok.");
+    }
+
+    /// The data are sound without them, but the table is not written.
+    void checkProperties()
+    {
+        for (const CatalogueEntry& entry : readCatalogue(database_.table(msysObjects))) {
+            if (!entry.user) continue;
+            TableDefinition definition;
+            try {
+                definition = readTableDefinition(pager_, entry.definition);
+            } catch (const Error& error) {
+                if (error.fault() == Fault::disk || error.fault() == Fault::inUse) throw;
+                continue; // said where the table was looked at
+            }
+            if (const auto why = unknownRules(propertiesOf(entry), definition.columns))
+                report_.warning(quotedName(entry.name) + " tablosunun " + *why + "; tabloya yazılmaz.");
+        }
     }
 
     /// Access opens no table without an entry of rights.

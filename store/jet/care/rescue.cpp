@@ -122,6 +122,7 @@ public:
                 ++result_.tables[i].rows;
             });
         sayWhatIsMissing();
+        sayWhichRulesGo();
     }
 
     void saveInto(Database& database, DateTime now, const std::function<void(int)>& progress)
@@ -131,6 +132,7 @@ public:
             saveTable(database, i, now);
         }
         sayWhatIsMissing();
+        sayWhichRulesGo();
     }
 
     RescueResult finish()
@@ -256,6 +258,34 @@ private:
             if (table.rows < table.promised && !losses_.list().empty())
                 losses_.add(title(i) + ": tanımına göre " + std::to_string(table.promised) + " satırı olmalıydı, " +
                             std::to_string(table.rows) + " satır okunabildi.");
+        }
+    }
+
+    /// What a table demands of its rows beside its indexes is not taken over.
+    void sayWhichRulesGo()
+    {
+        for (std::size_t i = 0; i < result_.tables.size(); ++i) {
+            const TableProperties& properties = found(i).properties;
+            std::vector<std::string> gone;
+            const auto lose = [&](bool isThere, const char* what) {
+                if (isThere) gone.emplace_back(what);
+            };
+            const auto anyColumn = [&](auto demands) { return std::ranges::any_of(properties.columns, demands); };
+            lose(properties.unreadable, "okunamayan özellikleri");
+            lose(anyColumn([](const ColumnProperties& each) { return each.required; }), "zorunlu alanları");
+            lose(anyColumn([](const ColumnProperties& each) { return !each.emptyTextAllowed; }), "boş metin yasakları");
+            lose(anyColumn([](const ColumnProperties& each) { return !each.defaultValue.empty(); }),
+                 "varsayılan değerleri");
+            lose(!properties.rule.empty() || anyColumn([](const ColumnProperties& each) { return !each.rule.empty(); }),
+                 "geçerlilik kuralları");
+            lose(std::ranges::any_of(
+                     found(i).definition.logicalIndexes,
+                     [](const LogicalIndex& each) { return each.relationship.role != RelationshipEnd::Role::none; }),
+                 "ilişkileri");
+            if (gone.empty()) continue;
+            std::string list = gone.front();
+            for (std::size_t k = 1; k < gone.size(); ++k) list += (k + 1 == gone.size() ? " ve " : ", ") + gone[k];
+            losses_.add(title(i) + "nun " + list + " aktarılmadı.");
         }
     }
 

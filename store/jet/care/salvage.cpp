@@ -159,7 +159,7 @@ void Salvage::findTables()
     for (PageNo page = 1; pager_->has(page); ++page) {
         if (free_[page.number()] || definitions_.contains(page)) continue;
         if (!isPageOf(pager_->read(page), PageType::tableDefinition)) continue;
-        addTable(page, {});
+        addTable(page, {}, {});
     }
 }
 
@@ -185,12 +185,29 @@ void Salvage::readCatalogue(PageNo page)
                                       : std::optional<std::size_t>(found - columns.begin());
     };
     const auto id = columnAt(object_columns::id), name = columnAt(object_columns::name),
-               type = columnAt(object_columns::type), flags = columnAt(object_columns::flags);
+               type = columnAt(object_columns::type), flags = columnAt(object_columns::flags),
+               properties = columnAt(object_columns::properties);
     if (!id || !name || !type || !flags) {
         losses_.add(pageName(page) + ": nesne listesi tanınmıyor; tablo adları bilinmiyor.");
         return;
     }
-    std::vector<std::pair<PageNo, std::u16string>> listed;
+    struct Listed {
+        PageNo definition;
+        std::u16string name;
+        TableProperties properties;
+    };
+    std::vector<Listed> listed;
+    const auto propertiesIn = [&](const RowLayout& layout, std::span<const std::uint8_t> bytes) {
+        TableProperties read;
+        try {
+            const Value value = properties ? fieldValue(*pager_, layout, *properties, bytes) : Value();
+            if (const auto* block = std::get_if<Bytes>(&value)) read = tableProperties(*block);
+        } catch (const Error& error) {
+            if (isFatal(error)) throw;
+            read.unreadable = true;
+        }
+        return read;
+    };
     forEachRow(objects, "nesne listesi", [&](RowId row, const RowLayout& layout, std::span<const std::uint8_t> bytes) {
         try {
             double number = 0, kind = 0, marks = 0;
@@ -204,7 +221,7 @@ void Salvage::readCatalogue(PageNo page)
             if (kind != localTable || !saysNumber(fieldValue(*pager_, layout, *id, bytes), number)) return;
             const auto definition = static_cast<PageNo>(static_cast<std::int64_t>(number));
             if (user)
-                listed.emplace_back(definition, *title);
+                listed.push_back({definition, *title, propertiesIn(layout, bytes)});
             else
                 definitions_.insert(definition);
         } catch (const Error& error) {
@@ -212,11 +229,12 @@ void Salvage::readCatalogue(PageNo page)
             losses_.add("Nesne listesi, " + rowName(row) + ": " + error.what());
         }
     });
-    for (auto& [definition, title] : listed)
-        if (!definitions_.contains(definition)) addTable(definition, std::move(title));
+    for (Listed& each : listed)
+        if (!definitions_.contains(each.definition))
+            addTable(each.definition, std::move(each.name), std::move(each.properties));
 }
 
-void Salvage::addTable(PageNo page, std::u16string name)
+void Salvage::addTable(PageNo page, std::u16string name, TableProperties properties)
 {
     const std::string title = name.empty() ? pageName(page) : quotedName(name) + " tablosu";
     if (page == 0 || !pager_->has(page)) {
@@ -242,6 +260,7 @@ void Salvage::addTable(PageNo page, std::u16string name)
     if (table.definition.system) return;
     if (!lost.empty()) losses_.add(title + lost);
     table.name = std::move(name);
+    table.properties = std::move(properties);
     table.rowsPromised = definition_layout::head::rowCount.get(pager_->read(page));
     tables_.push_back(std::move(table));
 }

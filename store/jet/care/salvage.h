@@ -4,6 +4,7 @@
 #include "store/jet/care/report.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/rows/table_definition.h"
+#include "store/jet/rules/table_properties.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -21,6 +22,7 @@ struct FoundTable {
     std::u16string name; ///< empty when the catalogue does not tell
     TableDefinition definition;
     std::uint32_t rowsPromised = 0; ///< by its definition
+    TableProperties properties;     ///< as far as the catalogue tells
 };
 
 /// A copy of a damaged file in memory, and the tables found in it. The file itself is never changed.
@@ -46,7 +48,7 @@ private:
     void readFreePages();
     void findTables();
     void readCatalogue(PageNo page);
-    void addTable(PageNo page, std::u16string name);
+    void addTable(PageNo page, std::u16string name, TableProperties properties);
     /// The pages of a table by its map, and behind them those that only say so themselves: where one is damaged the
     /// other helps.
     struct RowPages {

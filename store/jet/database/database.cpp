@@ -64,13 +64,17 @@ Table& Database::State::open(const CatalogueEntry& entry)
     for (const std::unique_ptr<Table>& table : tables_) {
         if (table->definitionPage() == entry.definition) return *table;
     }
-    auto state =
-        std::make_unique<Table::State>(*pager, entry.name, entry.definition, tableProperties(entry.properties));
+    auto state = std::make_unique<Table::State>(*pager, entry.name, entry.definition, propertiesOf(entry));
     state->systemObjects = systemObjects.get();
     state->tableAt = [this](PageNo definition) -> Table::State* {
         const auto& entries = catalogue();
         const auto found = std::ranges::find(entries, definition, &CatalogueEntry::definition);
         return found == entries.end() ? nullptr : &stateOf(open(*found));
+    };
+    state->readProperties = [this, definition = entry.definition] {
+        const auto& entries = catalogue();
+        const auto found = std::ranges::find(entries, definition, &CatalogueEntry::definition);
+        return found == entries.end() ? TableProperties() : propertiesOf(*found);
     };
     tables_.push_back(std::unique_ptr<Table>(new Table(std::move(state))));
     return *tables_.back();

@@ -34,11 +34,12 @@ inline constexpr std::size_t beforeColumnName = 4;
 
 namespace record {
 inline constexpr Number<0, 2> length;
-inline constexpr Number<2, 2> flagAndType;
+inline constexpr Number<2, 1> flag;
+inline constexpr Number<3, 1> type; ///< of the value, as of a column
 inline constexpr Number<4, 2> name;
 inline constexpr Number<6, 2> valueLength;
 inline constexpr std::size_t head = 8;
-static_assert(fill<0, head>(length, flagAndType, name, valueLength));
+static_assert(fill<0, head>(length, flag, type, name, valueLength));
 } // namespace record
 
 inline constexpr Number<0, 2> textLength;

@@ -6,20 +6,39 @@
 
 namespace jet {
 
-Rule::Rule(std::u16string_view text, Kind kind) : root_(std::make_unique<Node>(parseRule(text, kind))) {}
+Rule::Rule(std::u16string_view text, Kind kind, const RuleHome& home)
+    : root_(std::make_unique<Node>(parseRule(text, kind, home))), order_(home.order)
+{
+}
 Rule::~Rule() = default;
 Rule::Rule(Rule&&) noexcept = default;
 Rule& Rule::operator=(Rule&&) noexcept = default;
 
 bool Rule::allows(const RuleSubject& subject) const
 {
-    const Value outcome = evaluate(*root_, subject);
+    const Operand outcome = evaluate(*root_, {subject, order_});
     if (const auto* flag = std::get_if<bool>(&outcome)) return *flag;
-    if (const auto* number = std::get_if<double>(&outcome)) return *number != 0;
     if (isNull(outcome)) return true;
     throwNotUnderstood("sonucu doğru ya da yanlış değil");
 }
 
-Value Rule::value(const RuleSubject& subject) const { return evaluate(*root_, subject); }
+Value Rule::value(const RuleSubject& subject) const
+{
+    struct Given {
+        Value operator()(Null) const { return {}; }
+        Value operator()(bool flag) const { return flag; }
+        Value operator()(const RuleNumber& number) const { return number.value(); }
+        Value operator()(DateTime moment) const { return moment; }
+        Value operator()(const std::u16string& text) const { return text; }
+        Value operator()(Opaque) const { throwNotUnderstood("sonucu yazılabilecek bir değer değil"); }
+    };
+    return std::visit(Given{}, evaluate(*root_, {subject, order_}));
+}
+
+Value Rule::text(const RuleSubject& subject) const
+{
+    const Operand outcome = evaluate(*root_, {subject, order_});
+    return isNull(outcome) ? Value() : Value(textOf(outcome));
+}
 
 } // namespace jet

@@ -1,12 +1,20 @@
 #pragma once
 
+#include "store/jet/values/sort_key.h"
 #include "store/jet/values/value.h"
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace jet {
+
+/// Where a rule stands.
+struct RuleHome {
+    std::u16string table;      ///< the one name that may stand before a field's
+    Collation order = turkish; ///< of its texts
+};
 
 /// What a rule speaks of.
 struct RuleSubject {
@@ -24,6 +32,10 @@ struct RuleSubject {
 /// IIf, InStr, Int, IsNull, LCase, Left, Len, LTrim, Mid, Minute, Month, Now, Right, RTrim, Second, Sgn, Time,
 /// TimeSerial, TimeValue, Trim, Weekday, Year. At a field the left side may be left out, and a value alone means "equal
 /// to it". Texts compare without letter case. What is compared with Null is unknown.
+///
+/// What Access would answer is said or nothing is: And, Or and Not tie conditions and never numbers (Access ties these
+/// bit by bit), texts are not compared with numbers, numbers and texts not beyond what is certain of them
+/// (rule_number.h, rule_texts.h).
 class Rule {
 public:
     enum class Kind {
@@ -31,7 +43,7 @@ public:
         value,     ///< a default
     };
     /// Throws unsupported with a clause that says what is not understood.
-    Rule(std::u16string_view text, Kind kind);
+    Rule(std::u16string_view text, Kind kind, const RuleHome& home);
     ~Rule();
     Rule(Rule&&) noexcept;
     Rule& operator=(Rule&&) noexcept;
@@ -40,11 +52,14 @@ public:
     bool allows(const RuleSubject& subject) const;
     /// Null, bool, double, DateTime or text. Throws unsupported.
     Value value(const RuleSubject& subject) const;
+    /// The same for a text field: Null or text.
+    Value text(const RuleSubject& subject) const;
 
     struct Node;
 
 private:
     std::unique_ptr<Node> root_;
+    Collation order_;
 };
 
 } // namespace jet

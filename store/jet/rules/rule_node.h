@@ -1,13 +1,20 @@
 #pragma once
 
 #include "store/jet/rules/rule.h"
-#include "store/jet/values/like_pattern.h"
+#include "store/jet/rules/rule_number.h"
 
-#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace jet {
+
+/// A field of a type that is there or not, and no more can be said of it.
+struct Opaque {};
+
+/// What a piece of a rule comes to.
+using Operand = std::variant<Null, bool, RuleNumber, DateTime, std::u16string, Opaque>;
+inline bool isNull(const Operand& operand) { return std::holds_alternative<Null>(operand); }
 
 /// A piece of a rule with the pieces that it is made of. Private to Rule.
 struct Rule::Node {
@@ -26,7 +33,7 @@ struct Rule::Node {
         greaterOrEqual,
         between, ///< three parts
         in,      ///< the first part among the others
-        like,    ///< pattern where it is a text of the rule, else a second part
+        like,
         isNull,
         join, ///< &
         add,
@@ -39,18 +46,30 @@ struct Rule::Node {
         call, ///< name, in small letters
     };
     Op op = Op::value;
-    Value content;
+    Operand content;
     std::u16string name;
-    std::optional<LikePattern> pattern;
     std::vector<Node> parts;
 };
 
+/// The subject, and the order of its texts.
+struct RuleQuestion {
+    const RuleSubject& subject;
+    Collation order;
+};
+
 /// Throws unsupported.
-Rule::Node parseRule(std::u16string_view text, Rule::Kind kind);
+Rule::Node parseRule(std::u16string_view text, Rule::Kind kind, const RuleHome& home);
 /// Throws unsupported.
-Value evaluate(const Rule::Node& node, const RuleSubject& subject);
+Operand evaluate(const Rule::Node& node, const RuleQuestion& question);
+
 /// A call of that function with so many arguments is understood.
 bool isRuleFunction(std::u16string_view name, std::size_t arguments);
+/// What it answers to arguments of which none is Null. Throws unsupported.
+Operand callRuleFunction(std::u16string_view name, const std::vector<Operand>& arguments, const RuleQuestion& question);
+
+/// An operand that is not Null, as a number. Throws unsupported.
+RuleNumber numberOf(const Operand& operand);
+std::u16string textOf(const Operand& operand);
 
 /// Throws unsupported with a clause.
 [[noreturn]] void throwNotUnderstood(const std::string& what);

@@ -1,10 +1,11 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/rules/rule_node.h"
 #include "store/jet/values/calendar.h"
+#include "store/jet/values/names.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <optional>
 #include <utility>
 
 namespace jet {
@@ -21,7 +22,7 @@ enum class Kind { end, word, name, text, number, date, mark };
 struct Token {
     Kind kind = Kind::end;
     std::u16string content;
-    Value value; ///< number, date
+    Operand value; ///< number, date
 };
 
 bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == 0x00A0; }
@@ -95,12 +96,10 @@ private:
                 for (at_ = digit; at_ < text_.size() && isDigit(text_[at_]);) ++at_;
         }
         const std::string digits = toUtf8(text_.substr(start, at_ - start));
-        double value = 0;
-        const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        const auto value = RuleNumber::written(digits);
         const bool glued = at_ < text_.size() && startsWord(text_[at_]);
-        if (read.ec != std::errc() || read.ptr != digits.data() + digits.size() || glued)
-            throwNotUnderstood("“" + digits + "” bir sayı değil");
-        return {Kind::number, {}, value};
+        if (!value || glued) throwNotUnderstood("“" + digits + "” bir sayı değil");
+        return {Kind::number, {}, *value};
     }
     /// #month/day/year#, with hour:minute:second behind it, or these alone.
     Token date()
@@ -140,7 +139,8 @@ private:
 
 class Parser {
 public:
-    Parser(std::u16string_view text, Rule::Kind kind) : lexer_(text), isCondition_(kind == Rule::Kind::condition)
+    Parser(std::u16string_view text, Rule::Kind kind, const RuleHome& home)
+        : home_(home), lexer_(text), isCondition_(kind == Rule::Kind::condition)
     {
         if (kind == Rule::Kind::value) {
             // A default may be written with the sign of an assignment.
@@ -253,6 +253,10 @@ private:
         return inverted ? negated(std::move(tested)) : std::move(tested);
     }
 
+    static bool speaksOfFields(const Node& node)
+    {
+        return node.op == Op::field || node.op == Op::own || std::ranges::any_of(node.parts, speaksOfFields);
+    }
     /// A value alone, at a place where a condition stands, means that the field equals it.
     static Node asCondition(Node node)
     {
@@ -261,9 +265,7 @@ private:
             return node;
         }
         const bool isQuestion = node.op == Op::call && (node.name == u"isnull" || node.name == u"iif");
-        const bool answers =
-            (node.op >= Op::equal && node.op <= Op::isNull) || isQuestion || node.op == Op::field || node.op == Op::own;
-        if (answers) return node;
+        if ((node.op >= Op::equal && node.op <= Op::isNull) || isQuestion || speaksOfFields(node)) return node;
         Node own;
         own.op = Op::own;
         return pair(Op::equal, std::move(own), std::move(node));
@@ -283,14 +285,8 @@ private:
         if (takeWord(u"like")) {
             std::vector<Node> parts;
             parts.push_back(std::move(left));
-            Node right = operand();
-            Node tested = node(Op::like, std::move(parts));
-            const auto* text = std::get_if<std::u16string>(&right.content);
-            if (right.op == Op::value && text != nullptr)
-                tested.pattern = patternOf(*text);
-            else
-                tested.parts.push_back(std::move(right));
-            return tested;
+            parts.push_back(operand());
+            return node(Op::like, std::move(parts));
         }
         if (takeWord(u"between")) {
             std::vector<Node> parts;
@@ -310,15 +306,6 @@ private:
             return node(Op::in, std::move(parts));
         }
         throwNotUnderstood("“" + shown() + "” beklenmiyordu");
-    }
-
-    static LikePattern patternOf(const std::u16string& text)
-    {
-        try {
-            return LikePattern(text);
-        } catch (const Error& error) {
-            throwNotUnderstood("Like kalıbı “" + toUtf8(text) + "”: " + error.what());
-        }
     }
 
     /// As Access reckons: signs, then * and /, then whole division, then Mod, then + and -, then &.
@@ -408,10 +395,13 @@ private:
         return made;
     }
 
-    /// A table's name may stand before the field's.
+    /// The table's own name may stand before the field's.
     Node fieldNamed(std::u16string name)
     {
-        while (takeMark(u"!") || takeMark(u".")) {
+        if (takeMark(u"!") || takeMark(u".")) {
+            if (!sameName(name, home_.table)) throwNotUnderstood(quotedName(name) + " bu tablo değil");
+            if (token_.kind != Kind::name && token_.kind != Kind::word)
+                throwNotUnderstood("“" + shown() + "” yerine bir alan adı bekleniyordu");
             name = std::move(token_.content);
             advance();
         }
@@ -446,6 +436,7 @@ private:
         return made;
     }
 
+    const RuleHome& home_;
     Lexer lexer_;
     bool isCondition_;
     Token token_;
@@ -456,6 +447,9 @@ private:
 
 void throwNotUnderstood(const std::string& what) { throw Error(Fault::unsupported, what); }
 
-Rule::Node parseRule(std::u16string_view text, Rule::Kind kind) { return Parser(text, kind).whole(); }
+Rule::Node parseRule(std::u16string_view text, Rule::Kind kind, const RuleHome& home)
+{
+    return Parser(text, kind, home).whole();
+}
 
 } // namespace jet

@@ -2,6 +2,7 @@
 
 #include "store/jet/format/properties_layout.h"
 #include "store/jet/values/text_codec.h"
+#include "store/jet/values/value.h"
 
 #include <algorithm>
 #include <array>
@@ -29,30 +30,44 @@ std::optional<std::u16string> takeText(Span& rest)
     const auto length = take(rest, at::textLength.size);
     if (!length) return std::nullopt;
     const auto bytes = take(rest, at::textLength.get(*length));
-    if (!bytes) return std::nullopt;
+    if (!bytes || bytes->size() % 2 != 0) return std::nullopt;
     return utf16Text(*bytes);
 }
 
-std::vector<std::u16string> readNames(Span rest)
+/// Nothing when they cannot be read.
+std::optional<std::vector<std::u16string>> readNames(Span rest)
 {
     std::vector<std::u16string> names;
-    while (auto name = takeText(rest)) names.push_back(std::move(*name));
+    while (!rest.empty()) {
+        auto name = takeText(rest);
+        if (!name) return std::nullopt;
+        names.push_back(std::move(*name));
+    }
     return names;
 }
 
 /// What one record says: a property by name, and the bytes of its value.
 struct Property {
     std::u16string_view name;
+    ColumnType type = ColumnType::boolean;
     Span value;
 
-    bool isTrue() const
+    /// Where the property is the one of that name: puts its value into `into`. False when it is of another type.
+    bool read(std::u16string_view wanted, bool& into) const
     {
-        return std::ranges::any_of(value, [](std::uint8_t byte) { return byte != 0; });
+        if (name != wanted) return true;
+        into = std::ranges::any_of(value, [](std::uint8_t byte) { return byte != 0; });
+        return type == ColumnType::boolean && value.size() == 1;
     }
-    std::u16string text() const { return utf16Text(value.first(value.size() / 2 * 2)); }
+    bool read(std::u16string_view wanted, std::u16string& into) const
+    {
+        if (name != wanted) return true;
+        into = utf16Text(value.first(value.size() / 2 * 2));
+        return (type == ColumnType::text || type == ColumnType::memo) && value.size() % 2 == 0;
+    }
 };
 
-/// The next of the records; they move on. Nothing behind the last one, and where they cannot be read.
+/// The next of the records, which move on; nothing when it cannot be read.
 std::optional<Property> takeProperty(Span& records, const std::vector<std::u16string>& names)
 {
     if (records.size() < at::record::length.size) return std::nullopt;
@@ -63,27 +78,65 @@ std::optional<Property> takeProperty(Span& records, const std::vector<std::u16st
     const std::size_t name = at::record::name.get(*record);
     const std::size_t length = at::record::valueLength.get(*record);
     const Span value = record->subspan(at::record::head);
-    if (name >= names.size() || length > value.size()) return Property{};
-    return Property{names[name], value.first(length)};
+    if (name >= names.size() || length > value.size()) return std::nullopt;
+    return Property{names[name], static_cast<ColumnType>(at::record::type.get(*record)), value.first(length)};
 }
 
-void readColumn(ColumnProperties& column, Span records, const std::vector<std::u16string>& names)
+/// False when a record cannot be read; so the next one.
+bool readColumn(ColumnProperties& column, Span records, const std::vector<std::u16string>& names)
 {
-    while (const auto property = takeProperty(records, names)) {
-        if (property->name == u"Required") column.required = property->isTrue();
-        if (property->name == u"AllowZeroLength") column.emptyTextAllowed = property->isTrue();
-        if (property->name == u"DefaultValue") column.defaultValue = property->text();
-        if (property->name == u"ValidationRule") column.rule = property->text();
-        if (property->name == u"ValidationText") column.ruleText = property->text();
+    while (!records.empty()) {
+        const auto property = takeProperty(records, names);
+        if (!property) return false;
+        const bool isRead = property->read(u"Required", column.required) &&
+                            property->read(u"AllowZeroLength", column.emptyTextAllowed) &&
+                            property->read(u"DefaultValue", column.defaultValue) &&
+                            property->read(u"ValidationRule", column.rule) &&
+                            property->read(u"ValidationText", column.ruleText);
+        if (!isRead) return false;
     }
+    return true;
 }
 
-void readTable(TableProperties& table, Span records, const std::vector<std::u16string>& names)
+bool readTable(TableProperties& table, Span records, const std::vector<std::u16string>& names)
 {
-    while (const auto property = takeProperty(records, names)) {
-        if (property->name == u"ValidationRule") table.rule = property->text();
-        if (property->name == u"ValidationText") table.ruleText = property->text();
+    while (!records.empty()) {
+        const auto property = takeProperty(records, names);
+        const bool isRead = property && property->read(u"ValidationRule", table.rule) &&
+                            property->read(u"ValidationText", table.ruleText);
+        if (!isRead) return false;
     }
+    return true;
+}
+
+/// The blocks behind the signature. False when one of them cannot be read.
+bool readBlocks(TableProperties& table, Span blocks)
+{
+    std::vector<std::u16string> names;
+    while (!blocks.empty()) {
+        const auto head = take(blocks, at::block::head);
+        if (!head) return false;
+        const std::size_t length = at::block::length.get(*head);
+        if (length < at::block::head) return false;
+        auto rest = take(blocks, length - at::block::head);
+        if (!rest) return false;
+        const unsigned kind = at::block::kind.get(*head);
+        if (kind == at::block::names) {
+            auto read = readNames(*rest);
+            if (!read) return false;
+            names = std::move(*read);
+            continue;
+        }
+        if (kind != at::block::column && kind != at::block::table) return false;
+        if (!take(*rest, at::block::beforeColumnName)) return false;
+        auto name = takeText(*rest);
+        if (!name) return false;
+        if (kind == at::block::column) table.columns.emplace_back().column = std::move(*name);
+        const bool isRead =
+            kind == at::block::table ? readTable(table, *rest, names) : readColumn(table.columns.back(), *rest, names);
+        if (!isRead) return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -91,30 +144,9 @@ void readTable(TableProperties& table, Span records, const std::vector<std::u16s
 TableProperties tableProperties(Span block)
 {
     TableProperties table;
+    if (block.empty()) return table;
     const auto begin = take(block, at::signature.size());
-    if (!begin || !std::ranges::equal(at::signature, *begin)) return table;
-    std::vector<std::u16string> names;
-    while (const auto head = take(block, at::block::head)) {
-        const std::size_t length = at::block::length.get(*head);
-        if (length < at::block::head) break;
-        auto rest = take(block, length - at::block::head);
-        if (!rest) break;
-        const unsigned kind = at::block::kind.get(*head);
-        if (kind == at::block::names) {
-            names = readNames(*rest);
-            continue;
-        }
-        if (kind != at::block::column && kind != at::block::table) continue;
-        if (!take(*rest, at::block::beforeColumnName)) break;
-        auto name = takeText(*rest);
-        if (!name) continue;
-        if (kind == at::block::table) {
-            readTable(table, *rest, names);
-        } else {
-            table.columns.emplace_back().column = std::move(*name);
-            readColumn(table.columns.back(), *rest, names);
-        }
-    }
+    table.unreadable = !begin || !std::ranges::equal(at::signature, *begin) || !readBlocks(table, block);
     return table;
 }
 

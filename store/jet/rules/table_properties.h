@@ -21,10 +21,11 @@ struct TableProperties {
     std::vector<ColumnProperties> columns;
     std::u16string rule; ///< of the whole row
     std::u16string ruleText;
+    bool unreadable = false; ///< the block was not read to its end: there may be rules that do not stand here
 };
 
-/// Reads the catalogue's LvProp of a table. Bytes that do not read as a property block end the reading: a block that
-/// other programs may have written and that decides nothing about where data stand is no reason to refuse a table.
+/// Reads the catalogue's LvProp of a table; an empty one says nothing. Bytes that do not read as a property block end
+/// the reading and leave their mark: the table can be read, and must not be written by rules that nobody knows.
 TableProperties tableProperties(std::span<const std::uint8_t> block);
 
 } // namespace jet

@@ -10,16 +10,16 @@
 namespace jet {
 namespace {
 
-Bytes propertiesOf(const RowView& row, std::size_t column)
+void readProperties(CatalogueEntry& entry, const RowView& row, std::size_t column)
 {
     try {
         const Value value = row.value(column);
-        if (const Bytes* bytes = std::get_if<Bytes>(&value)) return *bytes;
+        if (const Bytes* bytes = std::get_if<Bytes>(&value)) entry.properties = *bytes;
     } catch (const Error& error) {
         // The table itself is readable without them.
         if (error.fault() != Fault::damaged) throw;
+        entry.propertiesLost = true;
     }
-    return {};
 }
 
 } // namespace
@@ -80,11 +80,18 @@ std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
         if (entry.name.empty() || entry.definition == 0 || listed) return true;
         const auto marks = static_cast<std::uint32_t>(static_cast<std::int64_t>(row.number(flags).value_or(0)));
         entry.user = isUserObject(marks);
-        entry.properties = propertiesOf(row, properties);
+        readProperties(entry, row, properties);
         entries.push_back(std::move(entry));
         return true;
     });
     return entries;
+}
+
+TableProperties propertiesOf(const CatalogueEntry& entry)
+{
+    TableProperties properties = tableProperties(entry.properties);
+    properties.unreadable = properties.unreadable || entry.propertiesLost;
+    return properties;
 }
 
 std::vector<LinkedTable> readLinks(const Table& systemObjects)

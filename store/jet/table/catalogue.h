@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/jet/rules/table_properties.h"
 #include "store/jet/table/table.h"
 
 #include <string>
@@ -11,9 +12,13 @@ namespace jet {
 struct CatalogueEntry {
     std::u16string name;
     PageNo definition = 0;
-    bool user = false; ///< neither the engine's own nor one of Access's helpers
-    Bytes properties;  ///< LvProp; empty when there are none, or none that can be read
+    bool user = false;           ///< neither the engine's own nor one of Access's helpers
+    Bytes properties;            ///< LvProp; empty when there are none, or none that can be read
+    bool propertiesLost = false; ///< they cannot be read
 };
+
+/// What they say of the table's rows.
+TableProperties propertiesOf(const CatalogueEntry& entry);
 
 /// All local tables in storage order, each definition once. Throws damaged when MSysObjects itself cannot be read.
 std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects);

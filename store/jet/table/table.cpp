@@ -45,7 +45,7 @@ void Table::State::definitionChanged()
 void Table::State::readDefinition()
 {
     definition = readTableDefinition(pager, definition.page);
-    rules = TableRules(properties, definition.columns);
+    rules = TableRules(properties, definition.columns, name);
     layout = definition.layout();
     definitionChangedAt.reset();
     verdict.reset();
@@ -66,6 +66,7 @@ void Table::State::forgetAll()
     lastPage = 0;
     // Whoever learned something about the rows did so before: no transaction that is open now has written them.
     changes.everything(pager.changeCount() - 1);
+    if (readProperties) properties = readProperties();
     readDefinition();
 }
 

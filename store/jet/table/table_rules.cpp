@@ -25,33 +25,66 @@ DateTime wallClock()
 
 std::string inQuotes(const std::u16string& text) { return "“" + toUtf8(text) + "”"; }
 
+std::optional<std::size_t> placeOf(const std::vector<Column>& columns, std::u16string_view name)
+{
+    return findNamed(
+        columns, name, [](const Column& c) -> const auto& { return c.name; });
+}
+
+/// The order of all texts of a table; one that nobody knows where they have several, or there is none.
+Collation orderOf(const std::vector<Column>& columns)
+{
+    std::optional<Collation> order;
+    for (const Column& column : columns) {
+        if (column.type != ColumnType::text && column.type != ColumnType::memo) continue;
+        if (order && *order != column.collation) return {};
+        order = column.collation;
+    }
+    return order.value_or(Collation());
+}
+
+bool isDemanding(const ColumnProperties& column)
+{
+    return column.required || !column.rule.empty() || !column.defaultValue.empty();
+}
+
 } // namespace
 
+std::optional<std::string> unknownRules(const TableProperties& properties, const std::vector<Column>& columns)
+{
+    if (properties.unreadable) return "kuralları (özellikleri) okunamıyor";
+    for (const ColumnProperties& each : properties.columns)
+        if (isDemanding(each) && !placeOf(columns, each.column))
+            return "olmayan bir alanı için kuralı var: " + quotedName(each.column);
+    return std::nullopt;
+}
+
 std::optional<TableRules::Read> TableRules::read(const std::u16string& text, const std::u16string& message,
-                                                 Rule::Kind kind)
+                                                 Rule::Kind kind, const RuleHome& home)
 {
     if (text.find_first_not_of(u" \t\r\n") == std::u16string::npos) return std::nullopt;
     try {
-        return Read{Rule(text, kind), text, message};
+        return Read{Rule(text, kind, home), text, message};
     } catch (const Error& error) {
         return Read{std::string(error.what()), text, message};
     }
 }
 
-TableRules::TableRules(const TableProperties& properties, std::vector<Column>& columns)
-    : ofRow_(read(properties.rule, properties.ruleText, Rule::Kind::condition))
+TableRules::TableRules(const TableProperties& properties, std::vector<Column>& columns, const std::u16string& table)
 {
+    const RuleHome home{table, orderOf(columns)};
+    ofRow_ = read(properties.rule, properties.ruleText, Rule::Kind::condition, home);
     for (const ColumnProperties& each : properties.columns) {
-        const auto place = findNamed(
-            columns, each.column, [](const Column& c) -> const auto& { return c.name; });
-        if (!place) continue;
+        const auto place = placeOf(columns, each.column);
+        if (!place) continue; // unknownRules
         Column& column = columns[*place];
         column.required = column.required || each.required;
         column.emptyTextAllowed = each.emptyTextAllowed;
         if (column.type == ColumnType::guid && sameName(each.defaultValue, u"GenGUID()")) column.autoGuid = true;
-        OfColumn rules{*place, read(each.rule, each.ruleText, Rule::Kind::condition), std::nullopt};
+        OfColumn rules{*place, read(each.rule, each.ruleText, Rule::Kind::condition, home), std::nullopt};
         // An automatic number has none, whatever stands there.
-        if (!column.autoNumber && !column.autoGuid) rules.defaultValue = read(each.defaultValue, {}, Rule::Kind::value);
+        if (!column.autoNumber && !column.autoGuid)
+            rules.defaultValue = read(each.defaultValue, {}, Rule::Kind::value, home);
         if (rules.rule || rules.defaultValue) columns_.push_back(std::move(rules));
     }
 }
@@ -70,7 +103,10 @@ void TableRules::fillIn(std::vector<Value>& row, const std::vector<bool>& given,
         if (const auto* why = std::get_if<std::string>(&each.defaultValue->rule)) fail(*why);
         Value value;
         try {
-            value = std::get<Rule>(each.defaultValue->rule).value({nullptr, {}, wallClock()});
+            const Rule& rule = std::get<Rule>(each.defaultValue->rule);
+            const RuleSubject nobody{nullptr, {}, wallClock()};
+            const bool isText = column.type == ColumnType::text || column.type == ColumnType::memo;
+            value = isText ? rule.text(nobody) : rule.value(nobody);
         } catch (const Error& error) {
             fail(error.what());
         }
@@ -86,8 +122,7 @@ void TableRules::check(const Fields& row, const std::function<bool(std::size_t)>
     RuleSubject subject;
     subject.now = wallClock();
     subject.field = [&](std::u16string_view name) -> const Value* {
-        const auto place = findNamed(
-            columns, name, [](const Column& c) -> const auto& { return c.name; });
+        const auto place = placeOf(columns, name);
         return place ? &row(*place) : nullptr;
     };
     const auto hold = [&](const Read& read, const std::string& whose) {

@@ -13,13 +13,16 @@
 
 namespace jet {
 
+/// Why it is not certain that the rules of a table are all known, as a Turkish clause; nothing when it is.
+std::optional<std::string> unknownRules(const TableProperties& properties, const std::vector<Column>& columns);
+
 /// What a table's properties demand of its rows, ready to be asked. Private to Table.
 class TableRules {
 public:
     TableRules() = default;
     /// Marks in `columns` what they say of them (Column::required and emptyTextAllowed) and keeps the rest. A rule that
     /// is not understood is kept with its reason: it refuses the writes that it would decide.
-    TableRules(const TableProperties& properties, std::vector<Column>& columns);
+    TableRules(const TableProperties& properties, std::vector<Column>& columns, const std::u16string& table);
 
     /// There is nothing to fill in or to check.
     bool empty() const { return columns_.empty() && !ofRow_; }
@@ -40,7 +43,8 @@ private:
         std::u16string text;
         std::u16string message;
     };
-    static std::optional<Read> read(const std::u16string& text, const std::u16string& message, Rule::Kind kind);
+    static std::optional<Read> read(const std::u16string& text, const std::u16string& message, Rule::Kind kind,
+                                    const RuleHome& home);
 
     struct OfColumn {
         std::size_t column = 0;

@@ -104,6 +104,8 @@ struct Table::State {
     std::function<Table::State*(PageNo)> tableAt;
     std::u16string name;
     TableProperties properties;
+    /// Reads them again, which another program may have changed; null for the tables that have none.
+    std::function<TableProperties()> readProperties;
     TableDefinition definition;
     RowLayout layout;
     TableRules rules;

@@ -47,6 +47,8 @@ public:
         if (!pager_.writable()) {
             return refuse(Fault::readOnly, pager_.whyNotWritable());
         }
+        if (const auto why = unknownRules(table_.properties, table_.definition.columns))
+            return refuse(Fault::readOnly, *why + "; tabloyu Access ile açıp tasarımını kaydedin");
         try {
             relationsOf(table_);
         } catch (const Error& error) {
