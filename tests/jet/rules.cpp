@@ -3,6 +3,8 @@
 #include "files/memory_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/properties_layout.h"
+#include "store/jet/format/row_page_layout.h"
 #include "store/jet/rules/rule.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/table/table_state.h"
@@ -21,6 +23,7 @@ using namespace jet;
 
 namespace {
 
+namespace layout = jet::properties_layout;
 using testing::HasSubstr;
 
 const DateTime now = *dateTime(2025, 11, 20, 14, 5, 30);
@@ -205,6 +208,8 @@ RowTable<RuleRow> ruleVerdicts()
     row(u"[Alan]-0.1=0.2", Currency{3000}, allowed);
     row(u"[Alan]+0.0001>922337203685477.5807", Currency{INT64_MAX}, allowed);
     row(u"[Alan]+0.1+0.2=0.6", Numeric{false, {0, 0, 0, 3}, 1}, allowed);
+    row(u">0", Numeric{false, {2'415'919'104U, 0, 0, 1}, 0}, notUnderstood); // of a damaged row
+    row(u">0", Numeric{true, {0, 1, 0, 1}, 28}, broken);
     row(u"[Alan]*[Alan]=1.52399025", Currency{1'2345}, notUnderstood); // money times money: rounded or not
     row(u"[Alan]*[Alan]<1.6", Currency{1'2345}, allowed);
     // What depends on how doubles are reckoned is not decided
@@ -498,27 +503,46 @@ struct UnreadablePropertiesRow {
 };
 class UnreadableProperties : public TableTest<UnreadablePropertiesRow> {};
 
+/// The parts of a block that says one thing of the column "A", behind the names.
+struct PropertyParts {
+    explicit PropertyParts(Bytes& bytes)
+        : names(bytes.data() + layout::signature.size()), column(names + layout::block::length.get(names)),
+          name(column + layout::block::head + layout::block::beforeColumnName),
+          record(name + layout::textLength.size + sizeof u'A')
+    {
+    }
+    std::uint8_t* names;
+    std::uint8_t* column;
+    std::uint8_t* name; ///< of the column, its length first
+    std::uint8_t* record;
+};
+
 RowTable<UnreadablePropertiesRow> unreadableProperties()
 {
-    // Behind the signature: names (head 6), then the block of the column "A": head 6, 4 bytes, its name (2 + 2), and
-    // the record of its rule.
-    const auto columnAt = [](const Bytes& bytes) { return 4 + getU32(&bytes[4]); };
+    using Parts = PropertyParts;
+    namespace block = layout::block;
+    namespace record = layout::record;
+    constexpr unsigned tooLong = 254;
     return {
-        {"another signature", {[](Bytes& bytes) { bytes[0] = 'K'; }}},
-        {"only a signature's beginning", {[](Bytes& bytes) { bytes.resize(3); }}},
-        {"a block longer than what is there", {[=](Bytes& bytes) { ++bytes[columnAt(bytes)]; }}},
-        {"a block shorter than its head", {[=](Bytes& bytes) { bytes[columnAt(bytes)] = 5; }}},
-        {"a block of another kind", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 4] = 7; }}},
-        {"bytes behind the last block", {[](Bytes& bytes) { bytes.push_back(0); }}},
-        {"a name that ends behind the names", {[](Bytes& bytes) { bytes[10] = 0xFE; }}},
-        {"a column's name that ends behind its block", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 10] = 0xFE; }}},
-        {"a record shorter than its head", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 14] = 7; }}},
-        {"a record longer than its block", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 14] = 0xFE; }}},
-        {"a record of a name that is not there", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 18] = 9; }}},
-        {"a value longer than its record", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 20] = 0xFE; }}},
-        {"a rule that is no text", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 17] = 4; }}},
-        {"a rule for a column that is not there", {[=](Bytes& bytes) { bytes[columnAt(bytes) + 12] = 'X'; }}},
-        {"cut off", {[](Bytes& bytes) { bytes.pop_back(); }}},
+        {"another signature", {[](Bytes& b) { b.front() = 'K'; }}},
+        {"only a signature's beginning", {[](Bytes& b) { b.resize(layout::signature.size() - 1); }}},
+        {"a block longer than what is there",
+         {[](Bytes& b) { block::length.put(Parts(b).column, block::length.get(Parts(b).column) + 1); }}},
+        {"a block shorter than its head", {[](Bytes& b) { block::length.put(Parts(b).column, block::head - 1); }}},
+        {"a block of another kind", {[](Bytes& b) { block::kind.put(Parts(b).column, block::column + 1); }}},
+        {"bytes behind the last block", {[](Bytes& b) { b.push_back(0); }}},
+        {"a name that ends behind the names",
+         {[](Bytes& b) { layout::textLength.put(Parts(b).names + block::head, tooLong); }}},
+        {"a column's name that ends behind its block",
+         {[](Bytes& b) { layout::textLength.put(Parts(b).name, tooLong); }}},
+        {"a record shorter than its head", {[](Bytes& b) { record::length.put(Parts(b).record, record::head - 1); }}},
+        {"a record longer than its block", {[](Bytes& b) { record::length.put(Parts(b).record, tooLong); }}},
+        {"a record of a name that is not there", {[](Bytes& b) { record::name.put(Parts(b).record, 1); }}},
+        {"a value longer than its record", {[](Bytes& b) { record::valueLength.put(Parts(b).record, tooLong); }}},
+        {"a rule that is no text",
+         {[](Bytes& b) { record::type.put(Parts(b).record, static_cast<unsigned>(ColumnType::longInteger)); }}},
+        {"a rule for a column that is not there", {[](Bytes& b) { *(Parts(b).name + layout::textLength.size) = 'X'; }}},
+        {"cut off", {[](Bytes& b) { b.pop_back(); }}},
     };
 }
 
@@ -556,9 +580,9 @@ TEST_F(RuledTable, propertiesWhosePagesAreDamagedRefuseWriting)
     ASSERT_EQ(faultOf([&] { table().insert({{0, std::int32_t{-1}}}); }), Fault::ruleBroken);
     database.reset();
     files::MemoryDisk::Content& content = disk.content(path);
-    for (std::size_t at = 0; at + 4096 <= content.size(); at += 4096)
-        if (content[at] == 1 && std::equal(&content[at + 4], &content[at + 8], "LVAL") && content[at + 12] == 1)
-            std::fill_n(&content[at + 12], 2, std::uint8_t{0});
+    for (std::size_t at = 0; at < content.size(); at += pageSize)
+        if (row_page_layout::owner.get(&content[at]) == row_page_layout::longValueOwner)
+            row_page_layout::slotCount.put(&content[at], 0);
     database = Database::open(disk, path);
     ASSERT_THAT(refusal({{0, std::int32_t{-1}}}, Fault::readOnly), HasSubstr("\"Kural\""));
     ASSERT_FALSE(checkDatabase(*database).ok());

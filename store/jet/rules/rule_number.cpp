@@ -57,9 +57,13 @@ RuleNumber RuleNumber::of(Currency money) { return {Wide{money.tenThousandths}, 
 
 RuleNumber RuleNumber::of(const Numeric& number)
 {
-    Wide digits = 0;
-    for (const std::uint32_t word : number.magnitude) digits = digits * 4294967296 + word;
-    return {number.negative ? -digits : digits, number.scale, 0};
+    std::optional<Wide> digits = 0;
+    for (const std::uint32_t word : number.magnitude) {
+        digits = times(*digits, Wide{1} << 32);
+        if (!digits) throwNotUnderstood("alanda bir sayı yok"); // more digits than the type has
+        *digits += word;
+    }
+    return {number.negative ? -*digits : *digits, number.scale, 0};
 }
 
 RuleNumber RuleNumber::of(float number)
@@ -93,7 +97,7 @@ std::optional<RuleNumber> RuleNumber::written(std::string_view digits)
         simple = simple && digit >= '0' && digit <= '9';
         if (!simple) break;
         number = number ? tenfold(*number, 1) : std::nullopt;
-        if (number) *number += digit - '0';
+        if (number && __builtin_add_overflow(*number, digit - '0', &*number)) number.reset();
         if (behindPoint) ++scale;
     }
     if (simple && number && scale <= mostDecimals) return RuleNumber(*number, scale, 0);
