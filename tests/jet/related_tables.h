@@ -5,7 +5,9 @@
 #include "store/jet/rows/table_definition.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,7 +35,8 @@ inline void addLogicalIndex(jet::Pager& pager, jet::PageNo table, const jet::Log
     jet::Bytes bytes;
     for (const jet::PageNo page : chain) {
         const jet::PageView view = pager.read(page);
-        bytes.insert(bytes.end(), view.begin() + (page == table ? 0 : layout::page::ownBytes), view.end());
+        const auto part = std::span<const std::uint8_t>(view).subspan(page == table ? 0 : layout::page::ownBytes);
+        bytes.insert(bytes.end(), part.begin(), part.end());
     }
     bytes.resize(layout::head::length.get(bytes));
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <compare>
 #include <iterator>
 #include <optional>
 
@@ -224,7 +225,7 @@ constexpr Function functions[] = {
     {u"sgn", 1, 1,
      [](Given a, Asked) -> Operand {
          const auto sign = numberOf(a[0]) <=> RuleNumber::whole(0);
-         return RuleNumber::whole(sign > 0 ? 1 : sign < 0 ? -1 : 0);
+         return RuleNumber::whole(std::is_gt(sign) ? 1 : std::is_lt(sign) ? -1 : 0);
      }},
     {u"time", 0, 0, [](Given, Asked q) -> Operand { return DateTime{timeOf(q.subject.now.days)}; }},
     {u"timeserial", 3, 3,

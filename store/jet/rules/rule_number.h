@@ -30,7 +30,7 @@ public:
     static std::optional<RuleNumber> written(std::string_view digits);
 
     double value() const { return value_; }
-    bool isZero() const { return (*this <=> whole(0)) == 0; }
+    bool isZero() const { return std::is_eq(*this <=> whole(0)); }
     std::optional<std::int64_t> asWhole() const; ///< of a whole number of at most 15 digits
     std::string text() const;                    ///< of such a one; throws for others
 

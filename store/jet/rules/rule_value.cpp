@@ -75,19 +75,19 @@ Operand comparison(Op op, const Operand& left, const Operand& right, const RuleQ
 {
     if (isNull(left) || isNull(right)) return {};
     const std::partial_ordering order = compared(left, right, question);
-    if (op == Op::equal) return order == 0;
-    if (op == Op::unequal) return order != 0;
+    if (op == Op::equal) return std::is_eq(order);
+    if (op == Op::unequal) return std::is_neq(order);
     if (order == std::partial_ordering::unordered)
         throwNotUnderstood("metinlerin bu dosyanın alfabesindeki sırası bilinmiyor");
     switch (op) {
     case Op::less:
-        return order < 0;
+        return std::is_lt(order);
     case Op::lessOrEqual:
-        return order <= 0;
+        return std::is_lteq(order);
     case Op::greater:
-        return order > 0;
+        return std::is_gt(order);
     default:
-        return order >= 0;
+        return std::is_gteq(order);
     }
 }
 
