@@ -122,6 +122,17 @@ const char* protectionText(jet::Protection protection)
     return nullptr;
 }
 
+std::string linkText(const jet::LinkedTable& link)
+{
+    const std::string name =
+        jet::toUtf8(link.name) + said(": bağlı tablo, kayıtları ", ": linked table, its rows are ");
+    if (link.file.empty()) return name + said("başka türden bir veritabanında", "in another kind of database");
+    const std::string file = "'" + jet::toUtf8(link.file) + "'";
+    const std::string table = jet::quotedName(link.table);
+    if (speaksEnglish()) return name + "in the table " + table + " of " + file;
+    return name + file + " dosyasının " + table + " tablosunda";
+}
+
 int info(files::Disk& disk, Arguments arguments)
 {
     const auto database = jet::Database::open(disk, pathOf(arguments[0]), jet::Pager::Mode::readOnly);
@@ -143,14 +154,8 @@ int info(files::Disk& disk, Arguments arguments)
     if (!queries.empty()) say(out, "");
     for (const std::u16string& name : queries) say(out, said("Kayıtlı sorgu: ", "Saved query: ") + jet::toUtf8(name));
     for (const jet::LinkedTable& link : database->linkedTables()) {
-        const std::string file = "'" + jet::toUtf8(link.file) + "'";
-        const std::string table = jet::quotedName(link.table);
-        const std::string elsewhere = said("başka türden bir veritabanında", "in another kind of database");
-        const std::string there =
-            speaksEnglish() ? "in the table " + table + " of " + file : file + " dosyasının " + table + " tablosunda";
         say(out, "");
-        say(out, jet::toUtf8(link.name) + said(": bağlı tablo, kayıtları ", ": linked table, its rows are ") +
-                     (link.file.empty() ? elsewhere : there));
+        say(out, linkText(link));
     }
     out.flush();
     return 0;

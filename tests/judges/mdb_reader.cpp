@@ -32,7 +32,7 @@ std::filesystem::path modules()
     } catch (const std::system_error&) {
         // No npm, no global folder.
     }
-    for (const std::filesystem::path folder : folders)
+    for (std::filesystem::path folder : folders)
         if (!folder.empty() && std::filesystem::exists(folder / "mdb-reader/package.json")) return folder;
     return {};
 }

@@ -86,7 +86,7 @@ public:
         Table::State* table;
         RowId row;
         const Index* fields;
-        auto operator<=>(const Cleared&) const = default;
+        auto operator<=>(const Cleared&) const = default; // NOLINT(modernize-use-nullptr) nothing is compared with null
     };
     const std::map<Table::State*, std::set<RowId>>& rows() const { return doomed_; }
     const std::set<Cleared>& cleared() const { return cleared_; }
