@@ -1,5 +1,6 @@
 #include "exchange/schema.h"
 
+#include "exchange/linked_tables.h"
 #include "exchange/relationships.h"
 #include "files/language.h"
 #include "store/jet/values/names.h"
@@ -23,6 +24,14 @@ std::string quotedName(std::u16string_view name)
         if (c == '"') text += c;
     }
     return text + '"';
+}
+
+/// A comment ends with its line.
+std::string inOneLine(std::string text)
+{
+    std::ranges::replace(text, '\n', ' ');
+    std::ranges::replace(text, '\r', ' ');
+    return text;
 }
 
 std::string listed(const std::vector<std::u16string>& names)
@@ -96,6 +105,12 @@ public:
         for (const Relationship& each : relationships_)
             if (const std::string why = whyNot(each); !why.empty())
                 out_.put("-- " + described(each) + ": " + why + "\n");
+        for (const LinkedTable& each : linkedTablesOf(database_))
+            out_.put(inOneLine("-- " + quotedName(each.name) +
+                               files::said(": bağlı tablo, satırları başka yerde: ",
+                                           ": a linked table, its rows are elsewhere: ") +
+                               placeOf(each)) +
+                     "\n");
         out_.flush();
     }
 
@@ -104,11 +119,8 @@ private:
     std::string whyNot(const Relationship& relationship) const;
     static std::string described(const Relationship& each)
     {
-        std::string text = quotedName(each.table) + " (" + listed(each.columns) + ") -> " +
-                           quotedName(each.referencedTable) + " (" + listed(each.referenced) + ")";
-        std::ranges::replace(text, '\n', ' ');
-        std::ranges::replace(text, '\r', ' ');
-        return text;
+        return inOneLine(quotedName(each.table) + " (" + listed(each.columns) + ") -> " +
+                         quotedName(each.referencedTable) + " (" + listed(each.referenced) + ")");
     }
     static std::string reference(const Relationship& each)
     {

@@ -39,6 +39,7 @@ Catalogue::Shape Translator::tableToWrite()
     const std::size_t at = word().at;
     const std::string wanted = name(files::said("tablo adı bekleniyor", "the name of a table is expected"));
     const auto table = catalogue_.table(wanted);
+    if (!table) catalogue_.refuseOther(wanted);
     if (!table) notUnderstood(sql_, at, "'" + wanted + files::said("' adlı tablo yok", "' is no table"));
     return *table;
 }

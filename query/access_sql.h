@@ -27,6 +27,10 @@ public:
     virtual std::optional<Shape> table(const std::string& name) = 0;
     /// The text of a saved query. Throws files::Error (unsupported) for one that cannot be turned into a text.
     virtual std::optional<std::string> savedQuery(const std::string& name) = 0;
+    /// The expression that was given for a name that is no field.
+    virtual std::optional<std::string> parameter(const std::string& name) = 0;
+    /// Throws files::Error (unsupported), which says what it is, for a name that is something else; asked last.
+    virtual void refuseOther(const std::string& name) = 0;
 };
 
 struct Translation {

@@ -43,28 +43,12 @@ double Arguments::number(int at) const
 {
     const int type = sqlite3_value_type(values_[at]);
     if (type == SQLITE_INTEGER || type == SQLITE_FLOAT) return sqlite3_value_double(values_[at]);
-    if (type == SQLITE_TEXT) {
-        if (const auto moment = momentOf(bytes(at))) return moment->days;
-        if (const auto number = wholeNumberOf(bytes(at))) return *number;
-        throw files::Error(files::Fault::badValue,
-                           "'" + std::string(bytes(at)) +
-                               files::said("' bir sayı ya da tarih değil", "' is no number and no date"));
-    }
+    if (type == SQLITE_TEXT) return numberIn(bytes(at));
     throw files::Error(files::Fault::badValue, files::said("ikili bir değer sayı gibi kullanılamaz",
                                                            "a binary value cannot be used as a number"));
 }
 
-double Arguments::days(int at) const
-{
-    const double days = number(at);
-    if (days >= jet::limits::firstDay && days < jet::limits::dayAfterLast) return days;
-    failBeyondCalendar();
-}
-
-void Arguments::failBeyondCalendar() const
-{
-    fail(files::said("tarih 100 ile 9999 yılları arasında değil", "the date is not between the years 100 and 9999"));
-}
+double Arguments::days(int at) const { return daysOf(number(at)); }
 
 std::u16string Arguments::units(int at) const
 {
@@ -84,6 +68,27 @@ void Arguments::giveMoment(jet::DateTime moment)
     const auto text = momentText(moment);
     if (!text) failBeyondCalendar();
     sqlite3_result_text64(context_, text->data(), text->size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+double numberIn(std::string_view text)
+{
+    if (const auto moment = momentOf(text)) return moment->days;
+    if (const auto number = wholeNumberOf(text)) return *number;
+    throw files::Error(files::Fault::badValue,
+                       "'" + std::string(text) +
+                           files::said("' bir sayı ya da tarih değil", "' is no number and no date"));
+}
+
+double daysOf(double number)
+{
+    if (number >= jet::limits::firstDay && number < jet::limits::dayAfterLast) return number;
+    failBeyondCalendar();
+}
+
+void failBeyondCalendar()
+{
+    throw files::Error(files::Fault::badValue, files::said("tarih 100 ile 9999 yılları arasında değil",
+                                                           "the date is not between the years 100 and 9999"));
 }
 
 void Arguments::fail(const std::string& sentence) const { throw files::Error(files::Fault::badValue, sentence); }

@@ -39,7 +39,6 @@ public:
     /// Throws files::Error (badValue) for one that no calendar has.
     void giveMoment(jet::DateTime moment);
     [[noreturn]] void fail(const std::string& sentence) const;
-    [[noreturn]] void failBeyondCalendar() const;
 
     /// What was said when the function was added.
     void* setting() const { return sqlite3_user_data(context_); }
@@ -54,6 +53,13 @@ private:
     int count_;
     sqlite3_value** values_;
 };
+
+/// The number that a text is, blanks around it passed over, or the days of the moment that it is. Throws files::Error
+/// (badValue).
+double numberIn(std::string_view text);
+/// The number, when the calendar has that many days. Throws files::Error (badValue).
+double daysOf(double number);
+[[noreturn]] void failBeyondCalendar();
 
 /// The number that a text begins with, blanks passed over; 0 where there is none.
 double leadingNumberOf(std::string_view text);

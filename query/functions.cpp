@@ -6,6 +6,7 @@
 #include "query/access_collation.h"
 #include "query/aggregates.h"
 #include "query/arguments.h"
+#include "query/arithmetic.h"
 #include "query/format.h"
 #include "query/moments.h"
 #include "store/jet/values/calendar.h"
@@ -26,60 +27,8 @@ namespace query {
 
 namespace {
 
-// ---- arithmetic ----
+// ---- numbers ----
 
-bool areWhole(const Arguments& values) { return values.isWhole(0) && values.isWhole(1); }
-
-void add(Arguments& values)
-{
-    if (values.isMoment(0) || values.isMoment(1)) return values.giveMoment({values.days(0) + values.days(1)});
-    if (values.isText(0) && values.isText(1)) return values.giveText(values.units(0) + values.units(1));
-    std::int64_t sum = 0;
-    if (areWhole(values) && !__builtin_add_overflow(values.whole(0), values.whole(1), &sum))
-        return values.giveWhole(sum);
-    values.giveNumber(values.number(0) + values.number(1));
-}
-
-void subtract(Arguments& values)
-{
-    if (values.isMoment(0) && values.isMoment(1)) return values.giveNumber(values.days(0) - values.days(1));
-    if (values.isMoment(0) || values.isMoment(1)) return values.giveMoment({values.days(0) - values.days(1)});
-    std::int64_t rest = 0;
-    if (areWhole(values) && !__builtin_sub_overflow(values.whole(0), values.whole(1), &rest))
-        return values.giveWhole(rest);
-    values.giveNumber(values.number(0) - values.number(1));
-}
-
-void multiply(Arguments& values)
-{
-    std::int64_t product = 0;
-    if (areWhole(values) && !__builtin_mul_overflow(values.whole(0), values.whole(1), &product))
-        return values.giveWhole(product);
-    values.giveNumber(values.number(0) * values.number(1));
-}
-
-/// Nothing where there is no result: the row stays, its field is empty.
-void divide(Arguments& values)
-{
-    const double by = values.number(1);
-    if (by != 0) values.giveNumber(values.number(0) / by);
-}
-
-double rounded(double number) { return std::nearbyint(number); } // halves to the even neighbour
-
-void wholeDivision(Arguments& values)
-{
-    const double by = rounded(values.number(1));
-    if (by != 0) values.giveNumber(std::trunc(rounded(values.number(0)) / by));
-}
-
-void modulo(Arguments& values)
-{
-    const double by = rounded(values.number(1));
-    if (by != 0) values.giveNumber(std::fmod(rounded(values.number(0)), by));
-}
-
-void power(Arguments& values) { values.giveNumber(std::pow(values.number(0), values.number(1))); }
 void negate(Arguments& values) { values.giveNumber(-values.number(0)); }
 void absolute(Arguments& values) { values.giveNumber(std::abs(values.number(0))); }
 void integer(Arguments& values) { values.giveNumber(std::floor(values.number(0))); }
@@ -300,7 +249,7 @@ void calendarMoment(Arguments& values, const Calendar& calendar)
     if (const auto moment = momentOf(calendar))
         values.giveMoment(*moment);
     else
-        values.failBeyondCalendar();
+        failBeyondCalendar();
 }
 
 void dateOf(Arguments& values)
@@ -348,7 +297,7 @@ void addInterval(Arguments& values)
         last.month += 1;
         last.day = 0;
         const auto end = momentOf(last);
-        if (!end) return values.failBeyondCalendar();
+        if (!end) return failBeyondCalendar();
         c.day = std::min(day, calendarOf(*end).day);
     };
     constexpr int perYear = 12, perQuarter = 3, perWeek = 7;
@@ -510,13 +459,7 @@ void addFunctions(sqlite3* database, jet::Collation collation, bool english)
 {
     using Callback = void (*)(sqlite3_context*, int, sqlite3_value**);
     static constexpr std::pair<const char*, Callback> functions[] = {
-        {"acc_add", call<add>},
-        {"acc_subtract", call<subtract>},
-        {"acc_multiply", call<multiply>},
-        {"acc_divide", call<divide>},
-        {"acc_whole", call<wholeDivision>},
-        {"acc_mod", call<modulo>},
-        {"acc_power", call<power>},
+        {"acc_reckon", call<reckon>},
         {"acc_negate", call<negate>},
         {"acc_concat", call<concatenate, true>},
         {"acc_abs", call<absolute>},

@@ -37,13 +37,18 @@ std::string enclosed(std::string_view sql, std::size_t& at, char close, const ch
 
 std::size_t numberEnd(std::string_view sql, std::size_t at)
 {
-    while (at < sql.size() && (isDigit(sql[at]) || sql[at] == '.')) ++at;
+    const auto digits = [&] {
+        while (at < sql.size() && isDigit(sql[at])) ++at;
+    };
+    digits();
+    if (at < sql.size() && sql[at] == '.') ++at;
+    digits();
     if (at < sql.size() && lower(sql[at]) == 'e') {
         std::size_t exponent = at + 1;
         if (exponent < sql.size() && (sql[exponent] == '+' || sql[exponent] == '-')) ++exponent;
         if (exponent < sql.size() && isDigit(sql[exponent])) {
             at = exponent;
-            while (at < sql.size() && isDigit(sql[at])) ++at;
+            digits();
         }
     }
     return at;

@@ -1,6 +1,7 @@
 #include "query/statement.h"
 
 #include "files/error.h"
+#include "files/language.h"
 #include "query/sql_words.h"
 #include "store/jet/sql/sql.h"
 
@@ -28,14 +29,28 @@ template <class Action> auto orSaySo(Action&& action)
 
 bool available() { return false; }
 
+namespace {
+
+void refuse(const Parameters& parameters)
+{
+    if (parameters.empty()) return;
+    throw files::Error(files::Fault::unsupported,
+                       files::said("Bu kurulum SQLite olmadan derlenmiş: sorgulara değer verilemez.",
+                                   "This installation was built without SQLite: queries take no parameters."));
+}
+
+} // namespace
+
 bool writes(std::string_view sql)
 {
     const std::vector<Word> words = wordsOf(sql);
     return words.front().is("delete") || words.front().is("insert") || words.front().is("update");
 }
 
-void select(jet::Database& database, std::string_view sql, bool, exchange::RowWriter& rows)
+void select(jet::Database& database, std::string_view sql, bool, exchange::RowWriter& rows,
+            const Parameters& parameters)
 {
+    refuse(parameters);
     const jet::Selection selection = orSaySo([&] { return jet::select(database, jet::fromUtf8(sql)); });
     std::vector<jet::Column> columns(selection.columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -54,8 +69,9 @@ void select(jet::Database& database, std::string_view sql, bool, exchange::RowWr
     rows.end();
 }
 
-std::uint64_t execute(jet::Database& database, std::string_view sql, bool)
+std::uint64_t execute(jet::Database& database, std::string_view sql, bool, const Parameters& parameters)
 {
+    refuse(parameters);
     return orSaySo([&] { return jet::execute(database, jet::fromUtf8(sql)); });
 }
 

@@ -1,8 +1,10 @@
 #include "query/statement.h"
 
+#include "exchange/linked_tables.h"
 #include "files/error.h"
 #include "files/language.h"
 #include "query/access_sql.h"
+#include "query/expression.h"
 #include "query/functions.h"
 #include "query/moments.h"
 #include "query/saved_queries.h"
@@ -65,8 +67,9 @@ Connection connectionInMemory()
 /// One statement from its text to its rows.
 class Run : private Catalogue {
 public:
-    Run(jet::Database& database, bool english, bool writing)
-        : database_(database), connection_(connectionInMemory()), tables_(connection_.get(), writing)
+    Run(jet::Database& database, bool english, bool writing, const Parameters& parameters)
+        : database_(database), parameters_(parameters), connection_(connectionInMemory()),
+          tables_(connection_.get(), writing)
     {
         addFunctions(connection_.get(), database.collation(), english);
     }
@@ -78,7 +81,7 @@ public:
         const int result = sqlite3_prepare_v2(connection_.get(), translation_.sql.c_str(),
                                               static_cast<int>(translation_.sql.size()), &made, nullptr);
         prepared_.reset(made);
-        if (result != SQLITE_OK) fail();
+        if (result != SQLITE_OK) failPreparing();
     }
     const Translation& translation() const { return translation_; }
 
@@ -124,15 +127,41 @@ private:
     {
         return savedQueryText(database_, jet::fromUtf8(name));
     }
+    std::optional<std::string> parameter(const std::string& name) override
+    {
+        for (const auto& [each, text] : parameters_)
+            if (same(each, name)) return text;
+        return std::nullopt;
+    }
+    void refuseOther(const std::string& name) override { exchange::refuseLinkedTable(database_, name); }
     [[noreturn]] void fail() const
     {
         if (tables_.failure()) std::rethrow_exception(tables_.failure());
+        const int result = sqlite3_errcode(connection_.get());
+        if (result == SQLITE_FULL || result == SQLITE_IOERR)
+            throw files::Error(files::Fault::disk,
+                               files::said("Sorgu geçici dosyalarını yazamadı; diskte yer açın.",
+                                           "The query could not write its temporary files; make room on the disk."));
+        std::string why = sqlite3_errmsg(connection_.get());
+        while (why.ends_with('.')) why.pop_back();
         throw files::Error(files::Fault::badValue,
-                           std::string(files::said("Sorgu çalıştırılamadı: ", "The query could not be run: ")) +
-                               sqlite3_errmsg(connection_.get()) + ".");
+                           files::said("Sorgu çalıştırılamadı: ", "The query could not be run: ") + why + ".");
+    }
+    /// What SQLite does not prepare although the text was understood is too large for it.
+    [[noreturn]] void failPreparing() const
+    {
+        if (tables_.failure()) std::rethrow_exception(tables_.failure());
+        throw files::Error(
+            files::Fault::unsupported,
+            files::said("Sorgu bir kerede çalıştırılamayacak kadar büyük (en çok 2000 sütun, Union ile birleşen 500 "
+                        "Select, 64 tablo, iç içe 20 kadar işlev); parçalara bölün (",
+                        "The query is too large to be run at once (at most 2000 columns, 500 Selects in a Union, 64 "
+                        "tables, some 20 functions in one another); divide it (") +
+                std::string(sqlite3_errmsg(connection_.get())) + ").");
     }
 
     jet::Database& database_;
+    const Parameters& parameters_;
     Connection connection_;
     VirtualTables tables_;
     Translation translation_;
@@ -205,9 +234,10 @@ bool writes(std::string_view sql)
     return words.front().is("delete") || words.front().is("insert") || words.front().is("update");
 }
 
-void select(jet::Database& database, std::string_view sql, bool english, exchange::RowWriter& rows)
+void select(jet::Database& database, std::string_view sql, bool english, exchange::RowWriter& rows,
+            const Parameters& parameters)
 {
-    Run run(database, english, false);
+    Run run(database, english, false, parameters);
     run.prepare(sql);
     std::vector<jet::Column> columns;
     for (const NamedType& column : run.translation().columns) columns.push_back(columnFor(column));
@@ -220,11 +250,11 @@ void select(jet::Database& database, std::string_view sql, bool english, exchang
     rows.end();
 }
 
-std::uint64_t execute(jet::Database& database, std::string_view sql, bool english)
+std::uint64_t execute(jet::Database& database, std::string_view sql, bool english, const Parameters& parameters)
 {
     return jet::onWhatIsThere(database.pager(), [&] {
         jet::Transaction change(database.pager());
-        Run run(database, english, true);
+        Run run(database, english, true, parameters);
         run.prepare(sql);
         run.toItsEnd();
         change.commit();

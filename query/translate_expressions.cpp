@@ -9,6 +9,22 @@
 /// Expressions, from the loosest operator to the tightest.
 namespace query {
 
+namespace {
+
+/// A function of SQLite's takes 127 values at most.
+constexpr std::size_t mostParts = 100;
+
+/// Of two values tied by an operator.
+Type typeOf(char sign, Type left, Type right)
+{
+    if (sign != '+' && sign != '-') return Type::number;
+    if (left == Type::date || right == Type::date) return sign == '-' && left == right ? Type::number : Type::date;
+    if (sign == '+' && left == Type::text && right == Type::text) return Type::text;
+    return left == Type::unknown || right == Type::unknown ? Type::unknown : Type::number;
+}
+
+} // namespace
+
 Expr Translator::exclusion(Scope& scope)
 {
     Expr left = disjunction(scope);
@@ -25,13 +41,13 @@ Expr Translator::tied(Scope& scope, Expr (Translator::*part)(Scope&), std::strin
 {
     Expr all = (this->*part)(scope);
     if (!word().is(keyword)) return all;
-    std::string list = "(" + all.sql;
+    all = made("(" + all.sql, Type::number, {&all});
     while (take(keyword)) {
         const Expr right = (this->*part)(scope);
-        list += (keyword == "or" ? " OR " : " AND ") + right.sql;
-        all = made({}, Type::number, {&all, &right});
+        all.sql += (keyword == "or" ? " OR " : " AND ") + right.sql;
+        inherit(all, right);
     }
-    all.sql = list + ")";
+    all.sql += ")";
     all.condition = true;
     return all;
 }
@@ -152,71 +168,55 @@ Expr Translator::comparison(Scope& scope)
 
 Expr Translator::concatenation(Scope& scope)
 {
-    // A function of SQLite's takes 127 values at most.
-    constexpr int mostParts = 100;
     Expr left = sum(scope);
     while (word().isMark("&")) {
-        std::string list = "acc_concat(" + valueOf(left);
-        for (int parts = 1; parts < mostParts && takeMark("&"); ++parts) {
+        left = made("acc_concat(" + valueOf(left), Type::text, {&left});
+        for (std::size_t parts = 1; parts < mostParts && takeMark("&"); ++parts) {
             const Expr right = sum(scope);
-            list += ", " + valueOf(right);
-            left = made({}, Type::text, {&left, &right});
+            left.sql += ", " + valueOf(right);
+            inherit(left, right);
         }
-        left.sql = list + ")";
+        left.sql += ")";
     }
     return left;
 }
 
-Expr Translator::sum(Scope& scope)
-{
-    Expr left = modulo(scope);
-    while (word().isMark("+") || word().isMark("-")) {
-        const bool plus = word().isMark("+");
-        ++at_;
-        const Expr right = modulo(scope);
-        Type type = Type::number;
-        const bool known = left.type != Type::unknown && right.type != Type::unknown;
-        if (left.type == Type::date || right.type == Type::date)
-            type = !plus && left.type == right.type ? Type::number : Type::date;
-        else if (plus && left.type == Type::text && right.type == Type::text)
-            type = Type::text;
-        else if (!known)
-            type = Type::unknown;
-        left = made(std::string(plus ? "acc_add(" : "acc_subtract(") + valueOf(left) + ", " + valueOf(right) + ")",
-                    type, {&left, &right});
-    }
-    return left;
-}
+Expr Translator::sum(Scope& scope) { return chain(scope, &Translator::modulo, &Translator::modulo, "+-"); }
 
 Expr Translator::modulo(Scope& scope)
 {
-    Expr left = wholeDivision(scope);
-    while (take("mod")) {
-        const Expr right = wholeDivision(scope);
-        left = made("acc_mod(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
-    }
-    return left;
+    return chain(scope, &Translator::wholeDivision, &Translator::wholeDivision, "m");
 }
 
-Expr Translator::wholeDivision(Scope& scope)
+Expr Translator::wholeDivision(Scope& scope) { return chain(scope, &Translator::product, &Translator::product, "\\"); }
+
+Expr Translator::product(Scope& scope) { return chain(scope, &Translator::sign, &Translator::sign, "*/"); }
+
+/// The operator that stands there, taken, if it is one of them; m is Mod. Nothing: 0.
+char Translator::takeOperator(std::string_view operators)
 {
-    Expr left = product(scope);
-    while (takeMark("\\")) {
-        const Expr right = product(scope);
-        left = made("acc_whole(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
-    }
-    return left;
+    for (const char each : operators)
+        if (each == 'm' ? take("mod") : takeMark({&each, 1})) return each;
+    return 0;
 }
 
-Expr Translator::product(Scope& scope)
+/// Values tied by operators of one rank, from left to right, in one call, as long as there is room in it: how deep
+/// calls lie in one another is limited.
+Expr Translator::chain(Scope& scope, Part first, Part next, std::string_view operators)
 {
-    Expr left = sign(scope);
-    while (word().isMark("*") || word().isMark("/")) {
-        const bool times = word().isMark("*");
-        ++at_;
-        const Expr right = sign(scope);
-        left = made(std::string(times ? "acc_multiply(" : "acc_divide(") + valueOf(left) + ", " + valueOf(right) + ")",
-                    Type::number, {&left, &right});
+    Expr left = (this->*first)(scope);
+    for (char sign = takeOperator(operators); sign != 0;) {
+        std::string signs;
+        left = made(valueOf(left), left.condition ? Type::number : left.type, {&left});
+        do {
+            const Expr right = (this->*next)(scope);
+            left.type = typeOf(sign, left.type, right.type);
+            left.sql += ", " + valueOf(right);
+            inherit(left, right);
+            signs += sign;
+            sign = takeOperator(operators);
+        } while (sign != 0 && signs.size() + 1 < mostParts);
+        left.sql = "acc_reckon('" + signs + "', " + left.sql + ")";
     }
     return left;
 }
@@ -227,24 +227,21 @@ Expr Translator::sign(Scope& scope)
     if (takeMark("+")) return sign(scope);
     if (!takeMark("-")) return power(scope);
     const Expr inner = sign(scope);
-    Expr expr = inner.literal ? made("-" + inner.sql, Type::number, {&inner})
-                              : made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
-    expr.literal = inner.literal;
+    // Two signs without a bracket would begin a comment.
+    const bool literal = inner.literal && inner.type == Type::number;
+    Expr expr = literal ? made("(-" + inner.sql + ")", Type::number, {&inner})
+                        : made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
+    expr.literal = literal;
     return expr;
 }
 
-Expr Translator::power(Scope& scope)
+Expr Translator::power(Scope& scope) { return chain(scope, &Translator::primary, &Translator::exponent, "^"); }
+
+Expr Translator::exponent(Scope& scope)
 {
-    Expr left = primary(scope);
-    while (takeMark("^")) {
-        const Expr right = takeMark("-") ? [&] {
-            const Expr inner = primary(scope);
-            return made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
-        }()
-                                         : primary(scope);
-        left = made("acc_power(" + valueOf(left) + ", " + valueOf(right) + ")", Type::number, {&left, &right});
-    }
-    return left;
+    if (!takeMark("-")) return primary(scope);
+    const Expr inner = primary(scope);
+    return made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
 }
 
 Expr Translator::primary(Scope& scope)
@@ -274,10 +271,9 @@ Expr Translator::primary(Scope& scope)
                     fail(files::said("burada tek sütunlu bir sorgu olmalı", "the query here must have one column"));
                 return {.sql = "(" + inner.sql + ")", .type = inner.columns[0].type};
             }
+            // What comes of an expression needs no bracket of its own.
             Expr inner = expression(scope);
             expectMark(")");
-            // A column stays one, and a condition too.
-            if (!inner.column) inner.sql = "(" + inner.sql + ")";
             return inner;
         }
         break;
@@ -356,9 +352,28 @@ Expr Translator::reference(Scope& scope)
             return expr;
         }
     }
-    notUnderstood(sql_, at,
-                  "'" + (table.empty() ? "" : table + ".") + field +
-                      files::said("' diye bir alan yok", "' is no field"));
+    if (table.empty())
+        if (const auto text = catalogue_.parameter(field)) return parameter(field, *text, at);
+    const bool mayBeAsked = depth_ > 0 && table.empty();
+    notUnderstood(
+        sql_, at,
+        "'" + (table.empty() ? "" : table + ".") + field + files::said("' diye bir alan yok", "' is no field") +
+            (mayBeAsked ? files::said("; sorgunun sorduğu bir değerse --parameter \"", "; if the query asks for "
+                                                                                       "it, --parameter \"") +
+                              field + files::said("=değer\" ile verin", "=value\" gives it")
+                        : ""));
+}
+
+/// What was given for a name that the query asks for.
+Expr Translator::parameter(const std::string& name, const std::string& text, std::size_t at)
+{
+    if (depth_ == deepestQuery)
+        notUnderstood(sql_, at, "'" + name + files::said("' kendini soruyor", "' asks for itself"));
+    Translator given(text, catalogue_, depth_ + 1);
+    Scope nothing;
+    const Expr value = given.expression(nothing);
+    given.end();
+    return value;
 }
 
 Expr Translator::function(Scope& scope)

@@ -8,6 +8,12 @@
 /// Selects: their lists, tables, groups and orders.
 namespace query {
 
+namespace {
+
+bool isWhole(std::string_view number) { return number.find_first_not_of("0123456789") == std::string_view::npos; }
+
+} // namespace
+
 Selected Translator::wholeQuery()
 {
     Selected selected = query(nullptr);
@@ -35,7 +41,7 @@ Selected Translator::query(const Scope* outer)
     Scope scope;
     for (const NamedType& column : all.columns)
         scope.aliases.push_back({column.name, {.sql = sqlName(column.name), .type = column.type, .column = true}});
-    all.sql += orderBy(scope, nullptr);
+    all.sql += orderBy(scope, nullptr, all.columns.size());
     return all;
 }
 
@@ -49,43 +55,61 @@ Selected Translator::term(const Scope* outer, bool alone)
         return inner;
     }
     expect("select");
-    bool distinct = false;
-    if (take("distinct"))
-        distinct = true;
-    else if (!take("distinctrow"))
-        take("all");
-    std::string limit;
-    if (word().is("top") && word(1).kind == Word::Kind::number) {
-        limit = word(1).text;
-        if (limit.find_first_not_of("0123456789") != std::string::npos)
-            fail(files::said("Top bir tam sayı ister", "Top wants a whole number"));
-        at_ += 2;
-        if (word().is("percent"))
-            fail(files::said("Top ... Percent desteklenmiyor", "Top ... Percent is not supported"));
-    }
+    const bool distinct = take("distinct");
+    if (!distinct && !take("distinctrow")) take("all");
+    const std::string limit = top();
 
     // What stands in the list may be any column of what stands behind it.
-    const std::size_t list = at_;
-    int open = 0;
-    while (word().kind != Word::Kind::end && (open > 0 || !word().is("from"))) {
-        open += word().isMark("(") ? 1 : word().isMark(")") ? -1 : 0;
-        if (open < 0 || word().isMark(";") || word().is("union")) break;
-        ++at_;
-    }
+    const std::size_t begin = at_;
+    passList();
+    const std::size_t end = at_;
     Scope scope;
     scope.outer = outer;
-    std::string tables;
-    const std::size_t listEnd = at_;
-    if (take("from")) tables = " FROM " + from(scope);
+    const std::string tables = take("from") ? " FROM " + from(scope) : "";
     const std::size_t behind = at_;
+    at_ = begin;
+    const std::vector<Item> items = list(scope);
+    if (at_ != end) fail(files::said("virgül ya da From bekleniyor", "a comma or From is expected"));
+    at_ = behind;
 
-    at_ = list;
-    struct Item {
-        Expr expr;
-        std::string name;
-        std::string longName;
-        std::size_t at = 0;
-    };
+    Selected selected = titled(items);
+    selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + tables + where(scope);
+    std::set<std::string> groups;
+    const bool grouped = groupBy(scope, items, groups, selected.sql);
+    selected.ended = !limit.empty();
+    if (alone && word().is("order")) {
+        selected.sql += orderBy(scope, grouped ? &groups : nullptr, items.size());
+        selected.ended = true;
+    }
+    if (!limit.empty()) {
+        selected.sql += " LIMIT " + limit;
+        if (!alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
+    }
+    return selected;
+}
+
+/// The number of rows that Top asks for; empty without one.
+std::string Translator::top()
+{
+    if (!word().is("top") || word(1).kind != Word::Kind::number) return {};
+    std::string limit = word(1).text;
+    if (!isWhole(limit)) fail(files::said("Top bir tam sayı ister", "Top wants a whole number"));
+    at_ += 2;
+    if (word().is("percent")) fail(files::said("Top ... Percent desteklenmiyor", "Top ... Percent is not supported"));
+    return limit;
+}
+
+/// On to From, or to what ends a select without one.
+void Translator::passList()
+{
+    for (int open = 0; word().kind != Word::Kind::end && (open > 0 || !word().is("from")); ++at_) {
+        open += word().isMark("(") ? 1 : word().isMark(")") ? -1 : 0;
+        if (open < 0 || word().isMark(";") || (open == 0 && word().is("union"))) return;
+    }
+}
+
+std::vector<Translator::Item> Translator::list(Scope& scope)
+{
     std::vector<Item> items;
     const auto addAll = [&](const Source& source) {
         for (const NamedType& column : source.columns) {
@@ -100,9 +124,7 @@ Selected Translator::term(const Scope* outer, bool alone)
         if (takeMark("*")) {
             if (scope.sources.empty()) fail(files::said("'*' bir From ister", "'*' wants a From"));
             for (const Source& source : scope.sources) addAll(source);
-            continue;
-        }
-        if ((word(1).isMark(".") || word(1).isMark("!")) && word(2).isMark("*")) {
+        } else if ((word(1).isMark(".") || word(1).isMark("!")) && word(2).isMark("*")) {
             const std::string wanted = name(files::said("tablo adı bekleniyor", "the name of a table is expected"));
             const auto found =
                 std::ranges::find_if(scope.sources, [&](const Source& source) { return same(source.alias, wanted); });
@@ -110,28 +132,36 @@ Selected Translator::term(const Scope* outer, bool alone)
                 fail(files::said("From içinde '", "From lacks '") + wanted + files::said("' yok", "'"));
             at_ += 2;
             addAll(*found);
-            continue;
+        } else {
+            items.push_back(item(scope));
         }
-        const std::size_t begin = word().at;
-        Expr expr = expression(scope);
-        const std::size_t finish = words_[at_ - 1].end;
-        std::string title(sql_.substr(begin, finish - begin));
-        std::string longTitle = title;
-        if (expr.column) {
-            // The column's own name, as the table spells it.
-            const std::size_t dot = expr.sql.rfind(".\"");
-            if (dot != std::string::npos) title = expr.sql.substr(dot + 2, expr.sql.size() - dot - 3);
-            longTitle = dot == std::string::npos ? title : expr.sql.substr(1, dot - 2) + "." + title;
-        }
-        if (take("as")) {
-            title = longTitle = name(files::said("As'ten sonra bir ad bekleniyor", "a name is expected behind As"));
-            scope.aliases.push_back({title, expr});
-        }
-        items.push_back({std::move(expr), title, longTitle, begin});
     } while (takeMark(","));
-    if (at_ != listEnd) fail(files::said("virgül ya da From bekleniyor", "a comma or From is expected"));
-    at_ = behind;
+    return items;
+}
 
+/// One expression of a list, with its title: its name, that of its column, or its own text.
+Translator::Item Translator::item(Scope& scope)
+{
+    const std::size_t begin = word().at;
+    Expr expr = expression(scope);
+    std::string title(sql_.substr(begin, words_[at_ - 1].end - begin));
+    std::string longTitle = title;
+    if (expr.column) {
+        // The column's own name, as the table spells it.
+        const std::size_t dot = expr.sql.rfind(".\"");
+        if (dot != std::string::npos) title = expr.sql.substr(dot + 2, expr.sql.size() - dot - 3);
+        longTitle = dot == std::string::npos ? title : expr.sql.substr(1, dot - 2) + "." + title;
+    }
+    if (take("as")) {
+        title = longTitle = name(files::said("As'ten sonra bir ad bekleniyor", "a name is expected behind As"));
+        scope.aliases.push_back({title, expr});
+    }
+    return {std::move(expr), title, longTitle, begin};
+}
+
+/// The list in SQLite's words. A title that stands there twice is written with its table.
+Selected Translator::titled(const std::vector<Item>& items)
+{
     Selected selected;
     const auto twice = [&](const std::string& wanted) {
         return std::ranges::count_if(items, [&](const Item& item) { return same(item.name, wanted); }) > 1;
@@ -141,18 +171,24 @@ Selected Translator::term(const Scope* outer, bool alone)
         selected.columns.push_back({title, item.expr.type});
         selected.sql += (selected.sql.empty() ? "" : ", ") + collated(item.expr) + " AS " + sqlName(title);
     }
-    selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + tables;
+    return selected;
+}
 
-    if (take("where")) {
-        const std::size_t at = word().at;
-        const Expr where = expression(scope);
-        if (where.aggregate)
-            notUnderstood(sql_, at,
-                          files::said("Where içinde toplam olmaz, Having içinde olur",
-                                      "a sum cannot stand in Where, but in Having"));
-        selected.sql += " WHERE " + where.sql;
-    }
-    std::set<std::string> groups;
+std::string Translator::where(Scope& scope)
+{
+    if (!take("where")) return {};
+    const std::size_t at = word().at;
+    const Expr condition = expression(scope);
+    if (condition.aggregate)
+        notUnderstood(
+            sql_, at,
+            files::said("Where içinde toplam olmaz, Having içinde olur", "a sum cannot stand in Where, but in Having"));
+    return " WHERE " + condition.sql;
+}
+
+/// Writes Group By and Having; true where the rows come in groups, by them or by a sum in the list.
+bool Translator::groupBy(Scope& scope, const std::vector<Item>& items, std::set<std::string>& groups, std::string& sql)
+{
     bool grouped = std::ranges::any_of(items, [](const Item& item) { return item.expr.aggregate; });
     if (take("group")) {
         expect("by");
@@ -164,27 +200,18 @@ Selected Translator::term(const Scope* outer, bool alone)
             groups.insert(expr.sql);
             by += (by.empty() ? "" : ", ") + collated(expr);
         } while (takeMark(","));
-        selected.sql += " GROUP BY " + by;
+        sql += " GROUP BY " + by;
     }
     if (take("having")) {
         grouped = true;
         const std::size_t at = word().at;
         const Expr having = expression(scope);
         checkGrouped(having, groups, at);
-        selected.sql += " HAVING " + having.sql;
+        sql += " HAVING " + having.sql;
     }
     if (grouped)
         for (const Item& item : items) checkGrouped(item.expr, groups, item.at);
-    selected.ended = !limit.empty();
-    if (alone && word().is("order")) {
-        selected.sql += orderBy(scope, grouped ? &groups : nullptr);
-        selected.ended = true;
-    }
-    if (!limit.empty()) {
-        selected.sql += " LIMIT " + limit;
-        if (!alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
-    }
-    return selected;
+    return grouped;
 }
 
 void Translator::checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const
@@ -200,7 +227,7 @@ void Translator::checkGrouped(const Expr& expr, const std::set<std::string>& gro
                                           "group it should come from"));
 }
 
-std::string Translator::orderBy(Scope& scope, const std::set<std::string>* groups)
+std::string Translator::orderBy(Scope& scope, const std::set<std::string>* groups, std::size_t columns)
 {
     expect("order");
     expect("by");
@@ -208,8 +235,13 @@ std::string Translator::orderBy(Scope& scope, const std::set<std::string>* group
     do {
         order += order.empty() ? " ORDER BY " : ", ";
         const std::size_t at = word().at;
-        if (word().kind == Word::Kind::number && !word(1).isMark("+")) {
-            order += word().text; // the number of a column
+        if (isColumnNumber()) {
+            const std::string& number = word().text;
+            if (!isWhole(number) || number.size() > 4 || std::stoul(number) < 1 || std::stoul(number) > columns)
+                fail(files::said("bu numarada bir sütun yok; sütun sayısı ",
+                                 "there is no column of that number; they are ") +
+                     std::to_string(columns));
+            order += number;
             ++at_;
         } else {
             const Expr expr = expression(scope);
@@ -222,6 +254,15 @@ std::string Translator::orderBy(Scope& scope, const std::set<std::string>* group
             take("asc");
     } while (takeMark(","));
     return order;
+}
+
+/// A number that stands alone in Order By.
+bool Translator::isColumnNumber() const
+{
+    const Word& next = word(1);
+    return word().kind == Word::Kind::number &&
+           (next.kind == Word::Kind::end || next.isMark(",") || next.isMark(")") || next.isMark(";") ||
+            next.is("asc") || next.is("desc") || next.is("union"));
 }
 
 std::string Translator::from(Scope& scope)
@@ -279,8 +320,7 @@ std::string Translator::source(Scope& scope)
             source.alias = table->name;
             source.columns = table->columns;
         } else if (const auto text = catalogue_.savedQuery(wanted)) {
-            constexpr int deepest = 20;
-            if (depth_ == deepest)
+            if (depth_ == deepestQuery)
                 notUnderstood(sql_, at,
                               files::said("kayıtlı sorgular birbirini çağırıp duruyor",
                                           "the saved queries ask each other without end"));
@@ -294,6 +334,7 @@ std::string Translator::source(Scope& scope)
             }
             source.alias = wanted;
         } else {
+            catalogue_.refuseOther(wanted);
             throw files::Error(files::Fault::noSuchTable,
                                "'" + wanted +
                                    files::said("' adlı bir tablo ya da sorgu yok; adları görmek için: presva-mdb info",

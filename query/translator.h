@@ -71,12 +71,28 @@ private:
     };
 
     // ---- queries ----
+    /// An expression of a select's list.
+    struct Item {
+        Expr expr;
+        std::string name;
+        std::string longName; ///< with its table
+        std::size_t at = 0;
+    };
     Selected query(const Scope* outer);
     Selected term(const Scope* outer, bool alone);
+    std::string top();
+    void passList();
+    std::vector<Item> list(Scope& scope);
+    Item item(Scope& scope);
+    static Selected titled(const std::vector<Item>& items);
+    std::string where(Scope& scope);
+    bool groupBy(Scope& scope, const std::vector<Item>& items, std::set<std::string>& groups, std::string& sql);
     std::string from(Scope& scope);
     std::string joined(Scope& scope);
     std::string source(Scope& scope);
-    std::string orderBy(Scope& scope, const std::set<std::string>* groups);
+    /// `columns`: how many the select has.
+    std::string orderBy(Scope& scope, const std::set<std::string>* groups, std::size_t columns);
+    bool isColumnNumber() const;
     void checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const;
 
     // ---- expressions, from the loosest to the tightest ----
@@ -94,11 +110,16 @@ private:
     Expr product(Scope& scope);
     Expr sign(Scope& scope);
     Expr power(Scope& scope);
+    Expr exponent(Scope& scope);
+    using Part = Expr (Translator::*)(Scope&);
+    Expr chain(Scope& scope, Part first, Part next, std::string_view operators);
+    char takeOperator(std::string_view operators);
     Expr primary(Scope& scope);
     Expr function(Scope& scope);
     Expr aggregate(Scope& scope, const std::string& called, const Function& function);
     Expr special(Scope& scope, const std::string& called);
     Expr reference(Scope& scope);
+    Expr parameter(const std::string& name, const std::string& text, std::size_t at);
 
     Expr compare(const Expr& left, const std::string& op, const Expr& right, std::size_t at) const;
     void checkComparable(Expr& left, Expr& right, std::size_t at) const;
@@ -113,7 +134,8 @@ private:
     std::vector<Word> words_;
     std::size_t at_ = 0;
     Catalogue& catalogue_;
-    int depth_;     ///< of saved queries in saved queries
+    static constexpr int deepestQuery = 20;
+    int depth_;     ///< of saved queries, and of what they ask for, in saved queries
     int level_ = 0; ///< of brackets in brackets
 };
 

@@ -4,6 +4,7 @@
 #include "files/error.h"
 #include "files/language.h"
 #include "query/moments.h"
+#include "query/rows_by_key.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/sql/number_bounds.h"
 #include "store/jet/values/calendar.h"
@@ -12,10 +13,12 @@
 #include "store/jet/values/sort_key.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace query {
@@ -175,21 +178,19 @@ jet::Value valueFor(sqlite3_value* given, const jet::Column& column)
     return exchange::parseField({std::string(textOf(given)), true}, column);
 }
 
-/// A value as rows are remembered by it: equal ones have equal texts. Nothing for one that is not remembered.
-std::optional<std::string> rememberedAs(const jet::Column& column, jet::Collation collation,
-                                        std::optional<double> number, std::u16string_view text)
+/// The bytes of a number that rows are remembered by: those of equal ones are equal.
+std::uint64_t bitsOf(const jet::Column& column, double number)
 {
-    if (column.type == ColumnType::text) {
-        std::vector<std::uint8_t> key;
-        if (!jet::appendTextKey(key, text, collation)) return std::nullopt;
-        return std::string(key.begin(), key.end());
-    }
-    if (!number) return std::nullopt;
     // Zero has two forms; moments are told apart to the millisecond.
-    const double plain = *number == 0 ? 0.0 : *number;
-    const auto bits = column.type == ColumnType::dateTime ? static_cast<std::uint64_t>(jet::milliseconds({plain}))
-                                                          : std::bit_cast<std::uint64_t>(plain);
-    return std::string(reinterpret_cast<const char*>(&bits), sizeof bits);
+    const double plain = number == 0 ? 0.0 : number;
+    return column.type == ColumnType::dateTime ? static_cast<std::uint64_t>(jet::milliseconds({plain}))
+                                               : std::bit_cast<std::uint64_t>(plain);
+}
+
+template <class Values> std::uint64_t hashOf(const Values& values)
+{
+    const auto bytes = std::as_bytes(std::span(values));
+    return RowsByKey::hashOf({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 bool isRemembered(const jet::Column& column)
@@ -205,62 +206,78 @@ struct VirtualTables::Shared {
 
     struct Remembered {
         int asked = 0;
-        bool made = false;
-        std::unordered_map<std::string, std::vector<jet::RowId>> rows;
+        std::optional<RowsByKey> rows;
     };
 
-    /// The rows with that value, or null before the column is worth remembering.
-    const std::vector<jet::RowId>* rowsBy(std::size_t column, const std::string& key);
+    /// Rows among which are all of that value; nothing before the column is worth remembering, and for a value that
+    /// rows are not remembered by.
+    std::optional<std::span<const jet::RowId>> rowsBy(std::size_t column, sqlite3_value* value);
+    void remember(std::size_t column, RowsByKey& into);
+    std::optional<std::uint64_t> hashFor(const jet::Column& column, sqlite3_value* value);
+    std::optional<std::uint64_t> hashFor(const jet::Column& column, std::u16string_view text);
     std::optional<std::vector<jet::RowId>> rowsOfIndex(std::size_t index, sqlite3_value* low,
                                                        sqlite3_value* high) const;
-    std::optional<std::string> keyFor(std::size_t column, sqlite3_value* value) const;
 
     VirtualTables& owner;
     jet::Table& table;
     std::map<std::size_t, Remembered> remembered;
     std::vector<jet::RowId> doomed; ///< rows of a Delete that is under way
+    std::u16string lastText;
+    std::vector<std::uint8_t> lastKey; ///< of that
 };
 
-const std::vector<jet::RowId>* VirtualTables::Shared::rowsBy(std::size_t column, const std::string& key)
-{
-    static const std::vector<jet::RowId> none;
-    Remembered& known = remembered[column];
-    // One search does not pay for it.
-    if (known.asked++ == 0) return nullptr;
-    if (!known.made) {
-        const jet::Column& wanted = table.columns()[column];
-        std::u16string text;
-        table.passRows(table.dataPages(), [&](jet::RowId id, const jet::RowView& row) {
-            if (row.isNull(column)) return true;
-            const bool isText = wanted.type == ColumnType::text;
-            if (isText) row.text(column, text);
-            std::optional<double> number = isText ? std::nullopt : row.number(column);
-            if (number && wanted.type == ColumnType::singleFloat) number = shortestOf(static_cast<float>(*number));
-            if (const auto made = rememberedAs(wanted, wanted.collation, number, text)) known.rows[*made].push_back(id);
-            return true;
-        });
-        known.made = true;
-    }
-    const auto found = known.rows.find(key);
-    return found == known.rows.end() ? &none : &found->second;
-}
-
-std::optional<std::string> VirtualTables::Shared::keyFor(std::size_t column, sqlite3_value* value) const
+void VirtualTables::Shared::remember(std::size_t column, RowsByKey& into)
 {
     const jet::Column& wanted = table.columns()[column];
+    table.passRows(table.dataPages(), [&](jet::RowId id, const jet::RowView& row) {
+        if (row.isNull(column)) return true;
+        if (wanted.type == ColumnType::text) {
+            row.text(column, lastText);
+            if (const auto hash = hashFor(wanted, lastText)) into.add(*hash, id);
+        } else if (auto number = row.number(column)) {
+            if (wanted.type == ColumnType::singleFloat) number = shortestOf(static_cast<float>(*number));
+            into.add(hashOf(std::array{bitsOf(wanted, *number)}), id);
+        }
+        return true;
+    });
+    into.close();
+}
+
+std::optional<std::span<const jet::RowId>> VirtualTables::Shared::rowsBy(std::size_t column, sqlite3_value* value)
+{
+    const auto hash = hashFor(table.columns()[column], value);
+    if (!hash) return std::nullopt;
+    Remembered& known = remembered[column];
+    // One search does not pay for it.
+    if (known.asked++ == 0) return std::nullopt;
+    if (!known.rows) remember(column, known.rows.emplace());
+    return known.rows->rowsOf(*hash);
+}
+
+std::optional<std::uint64_t> VirtualTables::Shared::hashFor(const jet::Column& column, std::u16string_view units)
+{
+    lastKey.clear();
+    if (!jet::appendTextKey(lastKey, units, column.collation)) return std::nullopt;
+    return hashOf(lastKey);
+}
+
+std::optional<std::uint64_t> VirtualTables::Shared::hashFor(const jet::Column& column, sqlite3_value* value)
+{
     const int type = sqlite3_value_type(value);
-    if (wanted.type == ColumnType::text) {
+    if (column.type == ColumnType::text) {
         if (type != SQLITE_TEXT) return std::nullopt;
-        return rememberedAs(wanted, wanted.collation, std::nullopt, jet::fromUtf8(textOf(value)));
+        lastText = jet::fromUtf8(textOf(value));
+        return hashFor(column, lastText);
     }
     std::optional<double> number;
-    if (wanted.type == ColumnType::dateTime) {
+    if (column.type == ColumnType::dateTime) {
         if (type == SQLITE_TEXT)
             if (const auto moment = momentOf(textOf(value))) number = moment->days;
     } else if (type == SQLITE_INTEGER || type == SQLITE_FLOAT) {
         number = sqlite3_value_double(value);
     }
-    return rememberedAs(wanted, wanted.collation, number, {});
+    if (!number) return std::nullopt;
+    return hashOf(std::array{bitsOf(column, *number)});
 }
 
 /// Nothing where the index cannot answer: then the table is walked.
@@ -304,7 +321,7 @@ struct VirtualTables::Hooks {
     struct Cursor : sqlite3_vtab_cursor {
         std::optional<jet::RowCursor> walk;
         std::vector<jet::RowId> found;
-        const std::vector<jet::RowId>* rows = nullptr; ///< null: the walk
+        std::optional<std::span<const jet::RowId>> rows; ///< nothing: the walk
         std::size_t at = 0;
         std::optional<jet::RowView> view;
         jet::RowId id{};
@@ -387,11 +404,13 @@ struct VirtualTables::Hooks {
             }
             if (low && high && leading.type != ColumnType::text) take(Way::range, index, {*low, *high}, 4 + rows / 4);
         }
+        // Of two tables the smaller one is to be remembered, and the larger one walked.
+        const double memoryCost = 8 + rows * std::log2(rows + 1) / 64;
         for (int i = 0; !shared.owner.writing_ && i < info->nConstraint; ++i) {
             const int column = info->aConstraint[i].iColumn;
             if (column < 0 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
             const auto place = static_cast<std::size_t>(column);
-            if (usable(i, place) && isRemembered(table.columns()[place])) take(Way::memory, place, {i}, 8 + rows / 8);
+            if (usable(i, place) && isRemembered(table.columns()[place])) take(Way::memory, place, {i}, memoryCost);
         }
         return SQLITE_OK;
     }
@@ -412,7 +431,7 @@ struct VirtualTables::Hooks {
         Shared& shared = sharedOf(base);
         return guarded(shared.owner, [&] {
             auto& cursor = static_cast<Cursor&>(*base);
-            cursor.rows = nullptr;
+            cursor.rows.reset();
             cursor.walk.reset();
             cursor.at = 0;
             const auto way = static_cast<Way>(number % ways);
@@ -421,25 +440,25 @@ struct VirtualTables::Hooks {
             for (int i = 0; i < count; ++i) empty = empty || sqlite3_value_type(values[i]) == SQLITE_NULL;
             if (empty) {
                 cursor.found.clear();
-                cursor.rows = &cursor.found;
+                cursor.rows = cursor.found;
             } else if (way == Way::index || way == Way::range) {
                 if (auto found = shared.rowsOfIndex(place, values[0], values[count - 1])) {
                     cursor.found = std::move(*found);
-                    cursor.rows = &cursor.found;
+                    cursor.rows = cursor.found;
                 }
             } else if (way == Way::memory) {
-                if (const auto key = shared.keyFor(place, values[0])) cursor.rows = shared.rowsBy(place, *key);
+                cursor.rows = shared.rowsBy(place, values[0]);
             }
-            if (cursor.rows == nullptr && shared.owner.writing_) {
+            if (!cursor.rows && shared.owner.writing_) {
                 // Rows must be found before any of them is changed.
                 cursor.found.clear();
                 shared.table.forEachRow([&](jet::RowId id, const jet::RowView&) {
                     cursor.found.push_back(id);
                     return true;
                 });
-                cursor.rows = &cursor.found;
+                cursor.rows = cursor.found;
             }
-            if (cursor.rows == nullptr) cursor.walk.emplace(shared.table, shared.table.dataPages(), jet::PageUse::pass);
+            if (!cursor.rows) cursor.walk.emplace(shared.table, shared.table.dataPages(), jet::PageUse::pass);
             step(shared, cursor);
         });
     }

@@ -11,7 +11,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,7 +21,7 @@ namespace query {
 ///
 /// A read table is walked in passing, so that memory does not grow with it. An index of the table finds rows by one
 /// value, or between two numbers or dates. For a join on another column the rows of the inner table are remembered by
-/// that column when they are looked for a second time: some 60 bytes each.
+/// that column when they are looked for a second time: some 40 bytes each.
 class VirtualTables {
 public:
     /// Both live as long as this. `writing`: rows are found before any is changed.

@@ -18,7 +18,9 @@ constinit const char* const sqlHelp =
     "  From: TABLO ya da kayıtlı sorgu [As ad], Inner Join, Left Join, Right Join ... On koşul, (Select ...) As ad\n"
     "  Insert Into TABLO [(alan, ...)] Values (deyim, ...) | Select ...\n"
     "  Update TABLO Set alan = deyim, ... [Where koşul]        Delete From TABLO [Where koşul]\n"
-    "Yalnız bir ad verilirse o tablonun ya da kayıtlı sorgunun satırları yazılır.\n"
+    "Yalnız bir ad verilirse o tablonun ya da kayıtlı sorgunun satırları yazılır. Sorgunun sorduğu değerler "
+    "--parameter\n"
+    "ile verilir, her biri bir deyim olarak: --parameter \"İlk Gün=#11/20/2025#\" --parameter \"Ad='Ali'\".\n"
     "Koşul:   = <> < > <= >=, And, Or, Xor, Not, Between ... And ..., In (...), In (Select ...), Exists (Select ...),\n"
     "         Is [Not] Null, Like '*? # [a-c] [!a]'. Metinler dosyanın sıralamasıyla karşılaştırılır: büyük küçük "
     "harf\n"
@@ -31,8 +33,32 @@ constinit const char* const sqlHelp =
     "         Weekday DateSerial TimeSerial DateAdd DateDiff DatePart DateValue CDate\n"
     "Top n tam n satır verir. Decimal alanlar burada 15 basamakla sayılır; export hepsini verir.\n";
 
-int runSql(files::Disk& disk, Arguments arguments)
+namespace {
+
+/// Takes every --parameter NAME=VALUE out of the arguments.
+query::Parameters takeParameters(std::vector<std::string>& arguments)
 {
+    query::Parameters parameters;
+    for (auto at = std::ranges::find(arguments, "--parameter"); at != arguments.end();
+         at = std::ranges::find(arguments, "--parameter")) {
+        const std::string given = at + 1 == arguments.end() ? std::string() : *(at + 1);
+        const std::size_t equals = given.find('=');
+        if (equals == 0 || equals == std::string::npos)
+            misused(said("--parameter AD=DEĞER diye yazılır; yardım için: presva-mdb sql --help",
+                         "--parameter is written NAME=VALUE; for help: presva-mdb sql --help"));
+        if (!parameters.emplace(given.substr(0, equals), given.substr(equals + 1)).second)
+            misused("'" + given.substr(0, equals) + said("' iki kez verilmiş.", "' is given twice."));
+        arguments.erase(at, at + 2);
+    }
+    return parameters;
+}
+
+} // namespace
+
+int runSql(files::Disk& disk, Arguments given)
+{
+    std::vector<std::string> arguments(given.begin(), given.end());
+    const query::Parameters parameters = takeParameters(arguments);
     const Parsed parsed = parse("sql", arguments, {"--format", "--out"});
     if (parsed.words.size() != 2)
         misused(said("'sql' DOSYA ve METİN ister; yardım için: presva-mdb sql --help",
@@ -40,13 +66,11 @@ int runSql(files::Disk& disk, Arguments arguments)
     const std::string& sql = parsed.words[1];
     if (query::writes(sql)) {
         const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
-        const std::uint64_t rows = query::execute(*database, sql, speaksEnglish());
+        const std::uint64_t rows = query::execute(*database, sql, speaksEnglish(), parameters);
         const char first = static_cast<char>(sql[sql.find_first_not_of(" \t\r\n")] | 0x20);
-        Output out(standardOutput);
-        say(out, std::to_string(rows) + (first == 'd'   ? said(" satır silindi.", " rows deleted.")
-                                         : first == 'i' ? said(" satır eklendi.", " rows added.")
-                                                        : said(" satır değiştirildi.", " rows changed.")));
-        out.flush();
+        sayDone(std::to_string(rows) + (first == 'd'   ? said(" satır silindi.", " rows deleted.")
+                                        : first == 'i' ? said(" satır eklendi.", " rows added.")
+                                                       : said(" satır değiştirildi.", " rows changed.")));
         return 0;
     }
     const Format format = formatOf(parsed, false);
@@ -54,7 +78,7 @@ int runSql(files::Disk& disk, Arguments arguments)
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
     exchange::ExportLosses losses;
     writeRows(disk, format, to ? std::optional(pathOf(*to)) : std::nullopt, losses,
-              [&](exchange::RowWriter& rows) { query::select(*database, sql, speaksEnglish(), rows); });
+              [&](exchange::RowWriter& rows) { query::select(*database, sql, speaksEnglish(), rows, parameters); });
     return toldLosses(losses);
 }
 

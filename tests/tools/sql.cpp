@@ -52,6 +52,14 @@ std::string times(int count, const std::string& text)
     return all;
 }
 
+/// The text with 1, 2, ... behind it, one after the other.
+std::string numbered(int count, const std::string& text)
+{
+    std::string all;
+    for (int i = 1; i <= count; ++i) all += text + std::to_string(i);
+    return all;
+}
+
 RowTable<QuestionRow> sqlQuestions()
 {
     return {
@@ -150,6 +158,29 @@ RowTable<QuestionRow> sqlQuestions()
           "Unvan|Veli"}},
         {"many texts tied together",
          {"Select Nakit" + times(300, " & 'x'") + " & Null As T From Cari Where Nakit = 20", "T|20" + times(300, "x")}},
+        {"many sums",
+         {"Select Nakit" + times(300, "+1") + " As a, Nakit" + times(300, "-Nakit/2*2") + " As b, 2" +
+              times(150, " * 1 \\ 1 Mod 7") + " As c From Cari Where Nakit = 20",
+          "a,b,c|320,-5980,2"}},
+        {"operators of one rank from the left",
+         {"Select 20-5-3+1 As a, 100/5/2*3 As b, 2^3^2 As c, 2^-1 As d, 100\\7\\2 As e, 29 Mod 10 Mod 4 As f, - -5 As "
+          "g, "
+          "-(-2) As h, 3 - -4 As i From Cari Where Nakit=20",
+          "a,b,c,d,e,f,g,h,i|13,30,64,0.5,7,1,5,2,7"}},
+        {"moments and days in one sum",
+         {"Select #11/20/2025#+1-2+0.5 As a, #11/21/2025#-#11/20/2025#+1 As b, 'a'+'b'+'c' As c, 1+Null+2 As d, "
+          "8/0+1 As e From Cari Where Nakit=20",
+          "a,b,c,d,e|2025-11-19T12:00:00,2,abc,,"}},
+        {"brackets in brackets",
+         {"Select " + std::string(60, '(') + "Nakit + 1" + std::string(60, ')') +
+              " * 2 As a From Cari Where Nakit = 20",
+          "a|42"}},
+        {"order by the number of a column",
+         {"Select Unvan, Nakit From Cari Order By 2 Desc, 1", "Unvan,Nakit|Veli,20|Ali Çelik,10.5|Çetin,"}},
+        {"order by an expression that begins with a number",
+         {"Select Unvan From Cari Order By 0 - Nakit", "Unvan|Çetin|Veli|Ali Çelik"}},
+        {"a union in a value",
+         {"Select (Select Max(Nakit) From Cari Union Select 20 From Cari) As M From Cari Where Nakit=20", "M|20"}},
         {"nothing tied to nothing", {"Select Null & Null & Null As T From Cari Where Nakit = 20", "T|"}},
         {"Or binds tighter than Xor",
          {"Select Unvan From Cari Where Nakit = 20 Xor Nakit = 20 Or Nakit = 10.5", "Unvan|Ali Çelik"}},
@@ -247,6 +278,14 @@ RowTable<RefusedRow> sqlRefusals()
         {"a day that no calendar has", {"Select Year(1e300) From Cari", "100 ile 9999"}},
         {"a sum that no calendar has", {"Select #11/20/2025#+2950000 From Cari", "100 ile 9999"}},
         {"nothing", {"", "select bekleniyor"}},
+        {"the number of no column", {"Select Unvan From Cari Order By 9", "sütun sayısı 1"}},
+        {"column number nought", {"Select Unvan From Cari Union Select '' From Cari Order By 0", "sütun sayısı 1"}},
+        {"a number with two points", {"Select 1.2.3 From Cari", "virgül ya da From"}},
+        {"too many unions", {"Select 1 From Cari" + times(700, " Union Select 1 From Cari"), "Sorgu bir kerede"}},
+        {"too many columns", {"Select 1" + times(2500, ", 1") + " From Cari", "Sorgu bir kerede"}},
+        {"too many tables", {"Select 1 From Cari" + numbered(70, ", Cari As c"), "Sorgu bir kerede"}},
+        {"functions without end",
+         {"Select " + times(100, "Abs(") + "1" + std::string(100, ')') + " From Cari", "Sorgu bir kerede"}},
         {"system functions of the reader", {"Select load_extension('x')", "işlev yok"}},
     };
 }
@@ -457,6 +496,54 @@ TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
     // A text may hold the end of a line; in JSON it does not.
     const Outcome counted = run({"sql", file, "[" + name + "]", "--format", "jsonl"});
     ASSERT_EQ(countOf("\n", counted.out), lines - 1);
+}
+
+class SqlParameters : public testing::Test, protected SqlMill {};
+
+TEST_F(SqlParameters, areWhatAQueryAsksFor)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const Outcome sum = run({"sql", file_, "Select Unvan From Cari Where Nakit > [En Az] And Unvan <> [Kim]",
+                             "--parameter", "en az=2*5", "--parameter", "Kim='veli'"});
+    ASSERT_EQ(sum.out, "Unvan\r\nAli Çelik\r\n") << sum.err;
+    ASSERT_EQ(run({"sql", file_, "Update Cari Set Nakit = [Yeni] Where Unvan = 'Veli'", "--parameter", "Yeni=99"}).out,
+              "1 satır değiştirildi.\n");
+    // A field is asked for by nobody.
+    ASSERT_EQ(run({"sql", file_, "Select Unvan From Cari Where Nakit = 99", "--parameter", "Nakit=1"}).out,
+              "Unvan\r\nVeli\r\n");
+    for (const auto& [given, named] :
+         std::vector<std::pair<Arguments, std::string>>{{{"--parameter", "Kim"}, "AD=DEĞER"},
+                                                        {{"--parameter"}, "AD=DEĞER"},
+                                                        {{"--parameter", "Kim=1", "--parameter", "Kim=2"}, "iki kez"},
+                                                        {{"--parameter", "Kim='a"}, "tırnak kapanmıyor"},
+                                                        {{"--parameter", "Kim=[Kim]"}, "kendini soruyor"},
+                                                        {{"--parameter", "Kim=1 2"}, "bitmesi gerekirdi"},
+                                                        {{"--parameter", "Ad=1"}, "'Kim' diye bir alan yok"}}) {
+        Arguments arguments{"sql", file_, "Select Unvan From Cari Where Nakit = [Kim]"};
+        arguments.insert(arguments.end(), given.begin(), given.end());
+        const Outcome refused = run(arguments);
+        ASSERT_EQ(refused.code, 1);
+        ASSERT_THAT(refused.err, HasSubstr(named));
+    }
+}
+
+TEST_F(SqlParameters, areGivenToASavedQuery)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    const std::string file = samples::database("mdb/northwind-2000.mdb");
+    const std::string name = "[Employee Sales by Country]";
+    ASSERT_THAT(run({"sql", file, name}).err, HasSubstr("--parameter \"Beginning Date=değer\""));
+    const auto rowsBetween = [&](const std::string& from, const std::string& to) {
+        const Outcome outcome = run({"sql", file, name, "--format", "jsonl", "--parameter",
+                                     "Beginning Date=#" + from + "#", "--parameter", "Ending Date=#" + to + "#"});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return countOf("\n", outcome.out);
+    };
+    const std::string shipped = "Select Count(*) From Orders Where ShippedDate Between #1/1/1995# And #12/31/1995#";
+    ASSERT_EQ(run({"sql", file, shipped}).out,
+              "Count(*)\r\n" + std::to_string(rowsBetween("1/1/1995", "12/31/1995")) + "\r\n");
+    ASSERT_EQ(rowsBetween("1/1/1895", "12/31/1895"), 0);
 }
 
 class SqlOutput : public testing::Test, protected SqlMill {};

@@ -27,10 +27,10 @@ void readProperties(CatalogueEntry& entry, const RowView& row, std::size_t colum
 const char* foreignKind(int type)
 {
     switch (type) {
-    case 4:
-    case 6:
+    case linkedByOdbc:
+    case linkedTable:
         return "bağlı tablo";
-    case 5:
+    case queryObject:
         return "sorgu";
     case -32768:
         return "form";
