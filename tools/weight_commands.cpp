@@ -1,4 +1,5 @@
 #include "tools/weight_commands.h"
+#include "tools/language.h"
 
 #include "files/error.h"
 #include "files/quoted_path.h"
@@ -38,13 +39,17 @@ bool isDay(const std::string& text)
            text.size() == 10 && jet::dateTime(year, month, day);
 }
 
+std::string helpHint()
+{
+    return said("; yardım için: presva-mdb weights --help", "; for help: presva-mdb weights --help");
+}
+
 Wanted read(Arguments arguments)
 {
     Wanted wanted;
     std::optional<std::string> folder;
     const auto valueOf = [&](std::size_t& i) {
-        if (i + 1 == arguments.size())
-            misused(arguments[i] + " bir değer ister; yardım için: presva-mdb weights --help");
+        if (i + 1 == arguments.size()) misused(arguments[i] + said(" bir değer ister", " wants a value") + helpHint());
         return arguments[++i];
     };
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -59,13 +64,16 @@ Wanted read(Arguments arguments)
         else if (!folder)
             folder = arguments[i];
         else
-            misused("'" + arguments[i] + "' fazla; yardım için: presva-mdb weights --help");
+            misused("'" + arguments[i] + said("' fazla", "' is too much") + helpHint());
     }
-    if (!folder) misused("Klasör adı eksik; yardım için: presva-mdb weights --help");
-    if (wanted.day && !isDay(*wanted.day)) misused("--day 2025-11-20 gibi bir gün olmalı.");
+    if (!folder) misused(said("Klasör adı eksik", "The folder's name is missing") + helpHint());
+    if (wanted.day && !isDay(*wanted.day))
+        misused(said("--day 2025-11-20 gibi bir gün olmalı.", "--day must be a day like 2025-11-20."));
     if (wanted.verify && (wanted.day || wanted.customer))
-        misused("--verify bütün defteri denetler; --day ve --customer ile birlikte verilmez.");
-    if (wanted.log && !wanted.verify) misused("--log, --verify ile birlikte verilir.");
+        misused(said("--verify bütün defteri denetler; --day ve --customer ile birlikte verilmez.",
+                     "--verify looks at the whole book; it does not go with --day and --customer."));
+    if (wanted.log && !wanted.verify)
+        misused(said("--log, --verify ile birlikte verilir.", "--log goes with --verify."));
     wanted.folder = pathOf(*folder);
     return wanted;
 }
@@ -83,12 +91,12 @@ bool isWanted(const Line& line, const Wanted& wanted)
     return !name || jet::foldTurkish(jet::fromUtf8(*name)).starts_with(*wanted.customer);
 }
 
-/// With the decimal comma.
+/// With the decimal mark of the language.
 std::string figure(double number)
 {
     std::array<char, 32> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    std::replace(digits.data(), end, '.', ',');
+    if (!speaksEnglish()) std::replace(digits.data(), end, '.', ',');
     return {digits.data(), end};
 }
 
@@ -115,37 +123,42 @@ std::string origin(const mill::Weighing& from)
 {
     switch (from.source) {
     case mill::WeightSource::typed:
-        return "elle";
+        return said("elle", "by hand");
     case mill::WeightSource::computed:
-        return "hesap";
+        return said("hesap", "computed");
     case mill::WeightSource::scale:
-        return "terazi " + ::weights::shownMoment(from.moment).substr(11) + " \"" + visible(from.bytes) + "\"";
+        return said("terazi ", "scale ") + ::weights::shownMoment(from.moment).substr(11) + " \"" +
+               visible(from.bytes) + "\"";
     }
     return {};
 }
 
 std::string described(const Pressing& pressing)
 {
-    return std::to_string(pressing.station) + ". tezgâh  " + pressing.customer + ": zeytin " + figure(pressing.olives) +
-           " kg (" + origin(pressing.olivesFrom) + "), yağ " + figure(pressing.oil) + " kg (" +
-           origin(pressing.oilFrom) + "), %" + figure(pressing.percentage) + ", hak ediş " +
-           figure(pressing.entitlement) + " kg, " + figure(pressing.fee) + " TL, fiş " + std::to_string(pressing.job);
+    const std::string station = std::to_string(pressing.station);
+    return (speaksEnglish() ? "station " + station : station + ". tezgâh") + "  " + pressing.customer +
+           said(": zeytin ", ": olives ") + figure(pressing.olives) + " kg (" + origin(pressing.olivesFrom) +
+           said("), yağ ", "), oil ") + figure(pressing.oil) + " kg (" + origin(pressing.oilFrom) + "), %" +
+           figure(pressing.percentage) + said(", hak ediş ", ", entitlement ") + figure(pressing.entitlement) +
+           " kg, " + figure(pressing.fee) + said(" TL, fiş ", " TL, slip ") + std::to_string(pressing.job);
 }
 
 std::string described(const Deletion& deletion)
 {
-    return "silme: " + deletion.customer.value_or("bütün cariler") + ", " + std::to_string(deletion.pressings) +
-           " sıkım";
+    return said("silme: ", "deletion: ") + deletion.customer.value_or(said("bütün cariler", "all customers")) + ", " +
+           std::to_string(deletion.pressings) + said(" sıkım", " pressings");
 }
 
-std::string described(const Restore& restore) { return "yedekten dönüş: " + restore.copy; }
+std::string described(const Restore& restore) { return said("yedekten dönüş: ", "copy put back: ") + restore.copy; }
 
 int list(const std::vector<PlacedLine>& lines, const Wanted& wanted)
 {
     Output out(standardOutput);
     for (const PlacedLine& each : lines) {
         if (!each.line) {
-            if (!wanted.day && !wanted.customer) say(out, "     ?  okunamayan satır; presva-mdb weights --verify");
+            if (!wanted.day && !wanted.customer)
+                say(out, said("     ?  okunamayan satır; presva-mdb weights --verify",
+                              "     ?  a line that cannot be read; presva-mdb weights --verify"));
             continue;
         }
         if (!isWanted(*each.line, wanted)) continue;
@@ -169,7 +182,9 @@ int verify(files::Disk& disk, const Wanted& wanted)
         kept = ::weights::loggedHeads(disk, *wanted.log);
         if (kept.empty())
             throw files::Error(files::Fault::notFound,
-                               files::quotedPath(*wanted.log) + " yok ya da defterin sonunu hiç görmemiş bir günlük.");
+                               files::quotedPath(*wanted.log) +
+                                   said(" yok ya da defterin sonunu hiç görmemiş bir günlük.",
+                                        " is missing, or a log that has never seen the book's end."));
     }
     ::weights::Findings found;
     for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -188,13 +203,17 @@ int verify(files::Disk& disk, const Wanted& wanted)
 
     Output out(standardOutput);
     for (const std::string& each : found.faults) say(out, each);
-    for (const std::string& each : found.remarks) say(out, "Bilgi: " + each);
-    if (disk.exists(slip)) say(out, "Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.");
-    const std::string counted =
-        std::to_string(lines.size()) + " satır, presva.log'da " + std::to_string(heads.size()) + " özet";
+    for (const std::string& each : found.remarks) say(out, said("Bilgi: ", "Note: ") + each);
+    if (disk.exists(slip))
+        say(out, said("Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.",
+                      "Note: A slip is on its way (Yag.mdb-slip): its line is written when the program starts."));
+    const std::string counted = std::to_string(lines.size()) +
+                                said(" satır, presva.log'da ", " lines, digests in presva.log: ") +
+                                std::to_string(heads.size()) + said(" özet", "");
     say(out, found.faults.empty()
-                 ? "Tartım defteri sağlam: " + counted + "."
-                 : "Tartım defteri sağlam değil: " + counted + ", " + std::to_string(found.faults.size()) + " bulgu.");
+                 ? said("Tartım defteri sağlam: ", "The book of weights is sound: ") + counted + "."
+                 : said("Tartım defteri sağlam değil: ", "The book of weights is not sound: ") + counted + ", " +
+                       std::to_string(found.faults.size()) + said(" bulgu.", " findings."));
     out.flush();
     return found.faults.empty() ? 0 : 1;
 }
@@ -206,9 +225,10 @@ int weights(files::Disk& disk, Arguments arguments)
     const Wanted wanted = read(arguments);
     // A mistyped folder has neither, and would look like a mill that has not pressed yet.
     if (!disk.exists(store::databaseIn(disk, wanted.folder)) && ::weights::bookFiles(disk, wanted.folder).empty())
-        throw files::Error(files::Fault::notFound, files::quotedPath(wanted.folder) +
-                                                       " klasöründe ne Yag.mdb ne Tartim.jsonl var; programın veri "
-                                                       "klasörünü verin.");
+        throw files::Error(files::Fault::notFound,
+                           files::quotedPath(wanted.folder) +
+                               said(" klasöründe ne Yag.mdb ne Tartim.jsonl var; programın veri klasörünü verin.",
+                                    " has neither Yag.mdb nor Tartim.jsonl; give the program's data folder."));
     return wanted.verify ? verify(disk, wanted) : list(::weights::allLines(disk, wanted.folder), wanted);
 }
 

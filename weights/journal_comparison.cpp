@@ -1,6 +1,7 @@
 #include "weights/book_history.h"
 #include "weights/verification.h"
 
+#include "files/language.h"
 #include "files/quoted_path.h"
 #include "mill/names.h"
 #include "store/jet/table/table.h"
@@ -45,7 +46,7 @@ bool isText(jet::ColumnType type) { return type == jet::ColumnType::text || type
 
 std::string shown(std::optional<double> number)
 {
-    if (!number) return "boş";
+    if (!number) return files::said("boş", "empty");
     std::array<char, 32> digits{};
     return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), *number).ptr};
 }
@@ -71,8 +72,12 @@ std::vector<JournalKey> keysOf(const jet::Table& journal)
     return keys;
 }
 
-/// "5. satır", to which an ending may be added.
-std::string nthLine(const Line& line) { return std::to_string(line.number) + ". satır"; }
+/// "5. satır", to which an ending may be added; "line 5".
+std::string nthLine(const Line& line)
+{
+    const std::string number = std::to_string(line.number);
+    return files::inEnglish() ? "line " + number : number + ". satır";
+}
 
 /// The journal beside the book.
 class Comparison {
@@ -109,8 +114,10 @@ public:
         for (std::size_t i = 0; i < entries_.size(); ++i)
             if (pressingOf(entries_[i]) && !isThere_[i]) tellMissing(i);
         for (const auto& [at, lost] : history_.lostBefore())
-            fault(nthLine(*entries_[at].line) + ": bu silmeden önce " + std::to_string(lost) +
-                  " sıkım defterden programsız çıkarılmıştı.");
+            fault(nthLine(*entries_[at].line) + files::said(": bu silmeden önce ", ": before this deletion ") +
+                  std::to_string(lost) +
+                  files::said(" sıkım defterden programsız çıkarılmıştı.",
+                              " pressings had been taken out of the journal without the program."));
         compareWhatWasThereBefore();
         tellWhatTookRows();
         tellClocks();
@@ -128,11 +135,14 @@ private:
         const double since = jet::dateTime(bookSince[0], bookSince[1], bookSince[2])->days;
         const auto count = std::ranges::count_if(rows_, [&](const auto& row) { return row.second.moment >= since; });
         if (count > 0)
-            fault("Tartım defterinde satır yok, oysa Hareket tablosunda " + shownMoment(since).substr(0, 10) +
-                  " gününden beri " + std::to_string(count) + " sıkım var: " + files::quotedPath(currentName) +
-                  " silinmiş ya da boşaltılmış.");
+            fault(files::said("Tartım defterinde satır yok, oysa Hareket tablosunda ",
+                              "The book of weights has no line, but Hareket has since ") +
+                  shownMoment(since).substr(0, 10) + files::said(" gününden beri ", " got ") + std::to_string(count) +
+                  files::said(" sıkım var: ", " pressings: ") + files::quotedPath(currentName) +
+                  files::said(" silinmiş ya da boşaltılmış.", " was deleted or emptied."));
         else if (!rows_.empty())
-            remark("Hareket tablosundaki " + std::to_string(rows_.size()) + " sıkım tartım defterinden eski.");
+            remark(files::said("Hareket tablosundaki ", "In Hareket ") + std::to_string(rows_.size()) +
+                   files::said(" sıkım tartım defterinden eski.", " pressings are older than the book of weights."));
     }
 
     /// The first field that differs.
@@ -171,7 +181,8 @@ private:
             if (rows[i].moment < first_->moment)
                 older_.push_back(key.customer);
             else
-                fault(nameOf(key, rows[i].moment) + ": defterde var, tartım satırı yok.");
+                fault(nameOf(key, rows[i].moment) + files::said(": defterde var, tartım satırı yok.",
+                                                                ": in the journal, but without a line in the book."));
         }
     }
 
@@ -179,9 +190,10 @@ private:
     {
         const auto& pressing = std::get<Pressing>(line.fact);
         const std::size_t field = *difference(pressing, row);
-        fault(nameOf(key, row.moment) + ": " + nthLine(line) + "ıyla uyuşmuyor; " +
-              jet::toUtf8(journal_.columns()[figureFields[field]].name) + " defterde " + shown(row.figures[field]) +
-              ", satırda " + shown(figuresOf(pressing)[field]) + ".");
+        fault(nameOf(key, row.moment) + ": " + files::said("", "differs from ") + nthLine(line) +
+              files::said("ıyla uyuşmuyor; ", "; ") + jet::toUtf8(journal_.columns()[figureFields[field]].name) +
+              files::said(" defterde ", " is in the journal ") + shown(row.figures[field]) +
+              files::said(", satırda ", ", in the line ") + shown(figuresOf(pressing)[field]) + ".");
     }
 
     bool isSeen(std::size_t entry) const { return seen_.empty() || seen_.contains(entries_[entry].line->seal); }
@@ -198,18 +210,27 @@ private:
     void tellMissing(std::size_t at)
     {
         const Entry& entry = entries_[at];
-        const std::string begin = shownMoment(momentOf(entry.line->fact)) + " " + pressingOf(entry)->customer + ": " +
-                                  nthLine(*entry.line) + "ı var, sıkımı defterde yok; ";
-        if (!entry.takenBy) return fault(begin + "programla silinmedi.");
+        const std::string begin =
+            shownMoment(momentOf(entry.line->fact)) + " " + pressingOf(entry)->customer + ": " + nthLine(*entry.line) +
+            files::said("ı var, sıkımı defterde yok; ", " is there, its pressing is not in the journal; ");
+        if (!entry.takenBy)
+            return fault(begin + files::said("programla silinmedi.", "it was not deleted by the program."));
         const std::size_t by = *entry.takenBy;
         const std::string why = nthLine(*entries_[by].line);
         const bool isDeletion = std::holds_alternative<Deletion>(entries_[by].line->fact);
         if (!isSeen(by))
-            return fault(begin + why + (isDeletion ? "daki silmeyi" : "daki geri yüklemeyi") + " presva.log görmemiş.");
+            return fault(begin + why +
+                         (isDeletion ? files::said("daki silmeyi presva.log görmemiş.",
+                                                   " says a deletion that presva.log has not seen.")
+                                     : files::said("daki geri yüklemeyi presva.log görmemiş.",
+                                                   " says a copy put back that presva.log has not seen.")));
         if (hasLeft(by))
             return fault(begin + why +
-                         (isDeletion ? "daki silme hiç yapılmamış: başka sıkımları duruyor."
-                                     : "daki geri yükleme hiç yapılmamış: sonraki sıkımlar duruyor."));
+                         (isDeletion
+                              ? files::said("daki silme hiç yapılmamış: başka sıkımları duruyor.",
+                                            " says a deletion that never was: other pressings of it are there.")
+                              : files::said("daki geri yükleme hiç yapılmamış: sonraki sıkımlar duruyor.",
+                                            " says a copy put back that never was: later pressings are there.")));
         ++takenRows_[by];
     }
 
@@ -219,17 +240,20 @@ private:
             const Fact& fact = entries_[by].line->fact;
             const std::string begin = nthLine(*entries_[by].line) + ": " + shownMoment(momentOf(fact));
             if (const auto* restore = std::get_if<Restore>(&fact))
-                remark(begin + " yedekten dönüldü (" + restore->copy + "); satırı olan " + std::to_string(count) +
-                       " sıkım bu yedekte yoktu.");
+                remark(begin + files::said(" yedekten dönüldü (", " a copy was put back (") + restore->copy +
+                       files::said("); satırı olan ", "); of the pressings with a line it lacked ") +
+                       std::to_string(count) + files::said(" sıkım bu yedekte yoktu.", "."));
             else
-                remark(begin + " programla silindi (" + std::get<Deletion>(fact).customer.value_or("bütün cariler") +
-                       "): satırı olan " + std::to_string(count) + " sıkım.");
+                remark(begin + files::said(" programla silindi (", " deleted by the program (") +
+                       std::get<Deletion>(fact).customer.value_or(files::said("bütün cariler", "all customers")) +
+                       files::said("): satırı olan ", "): pressings with a line: ") + std::to_string(count) +
+                       files::said(" sıkım.", "."));
         }
         // One that took nothing away is worth a word as well.
         for (std::size_t i = 0; i < entries_.size(); ++i)
             if (const auto* restore = std::get_if<Restore>(&entries_[i].line->fact); restore && !takenRows_.contains(i))
-                remark(nthLine(*entries_[i].line) + ": " + shownMoment(restore->moment) + " yedekten dönüldü (" +
-                       restore->copy + ").");
+                remark(nthLine(*entries_[i].line) + ": " + shownMoment(restore->moment) +
+                       files::said(" yedekten dönüldü (", " a copy was put back (") + restore->copy + ").");
     }
 
     void tellClocks()
@@ -240,8 +264,10 @@ private:
             const Pressing* pressing = pressingOf(entry);
             if (!pressing) continue;
             if (before && pressing->moment < before->moment - minute)
-                remark(nthLine(*entry.line) + ": bilgisayarın saati geri alınmış, " + shownMoment(before->moment) +
-                       " satırından sonra " + shownMoment(pressing->moment) + ".");
+                remark(nthLine(*entry.line) +
+                       files::said(": bilgisayarın saati geri alınmış, ", ": the computer's clock was put back, ") +
+                       shownMoment(before->moment) + files::said(" satırından sonra ", " is followed by ") +
+                       shownMoment(pressing->moment) + ".");
             before = pressing;
         }
     }
@@ -275,11 +301,13 @@ private:
             if (happened(i)) break;
         }
         const std::string begin =
-            shownMoment(first_->moment) + " gününden, tartım defteri başlamadan önceki sıkımlar: ";
+            files::said("", "Pressings from before ") + shownMoment(first_->moment) +
+            files::said(" gününden, tartım defteri başlamadan önceki sıkımlar: ", ", when the book of weights began: ");
         if (older_.size() != wanted)
-            fault(begin + std::to_string(wanted) + " olmalı, " + std::to_string(older_.size()) + " var.");
+            fault(begin + std::to_string(wanted) + files::said(" olmalı, ", " must be there, ") +
+                  std::to_string(older_.size()) + files::said(" var.", " are."));
         else if (wanted > 0)
-            remark(begin + std::to_string(wanted) + ", satırları yok.");
+            remark(begin + std::to_string(wanted) + files::said(", satırları yok.", ", they have no lines."));
     }
 
     using Entry = BookHistory::Entry;

@@ -1,5 +1,6 @@
 #include "weights/verification.h"
 
+#include "files/language.h"
 #include "files/quoted_path.h"
 
 #include <algorithm>
@@ -82,24 +83,28 @@ std::optional<ChainFault> firstFault(const std::vector<PlacedLine>& lines, const
 
 std::string sentence(const ChainFault& fault)
 {
-    const std::string numbers = fault.first == fault.last
-                                    ? std::to_string(fault.first) + ". satır"
-                                    : std::to_string(fault.first) + "-" + std::to_string(fault.last) + ". satırlar";
-    const std::string place =
-        " (" + files::quotedPath(fault.file.filename()) + ", dosyanın " + std::to_string(fault.row) + ". satırı)";
+    const std::string first = std::to_string(fault.first);
+    const std::string range = fault.first == fault.last ? first : first + "-" + std::to_string(fault.last);
+    const std::string file = files::quotedPath(fault.file.filename());
+    const std::string row = std::to_string(fault.row);
+    const std::string place = files::inEnglish() ? (fault.first == fault.last ? "Line " : "Lines ") + range + " (" +
+                                                       file + ", line " + row + " of the file): "
+                                                 : range + (fault.first == fault.last ? ". satır (" : ". satırlar (") +
+                                                       file + ", dosyanın " + row + ". satırı): ";
     switch (fault.kind) {
     case Kind::altered:
-        return numbers + place + ": değiştirilmiş.";
+        return place + files::said("değiştirilmiş.", "altered.");
     case Kind::removed:
-        return numbers + place + ": eksik.";
+        return place + files::said("eksik.", "missing.");
     case Kind::doubled:
-        return numbers + place + ": ikinci kez yazılmış.";
+        return place + files::said("ikinci kez yazılmış.", "written a second time.");
     case Kind::putBetween:
-        return numbers + place + ": araya sokulmuş.";
+        return place + files::said("araya sokulmuş.", "put in between.");
     case Kind::cutOff:
-        return numbers + place + ": yarım, satır sonu yok.";
+        return place + files::said("yarım, satır sonu yok.", "cut off, without its line end.");
     case Kind::rewritten:
-        return numbers + place + ": presva.log'un gördüğü satırlar değil, yeniden yazılmış.";
+        return place + files::said("presva.log'un gördüğü satırlar değil, yeniden yazılmış.",
+                                   "not the lines that presva.log has seen, written anew.");
     }
     return {};
 }
@@ -111,13 +116,19 @@ std::optional<std::string> gapOfTheLog(const std::vector<PlacedLine>& lines, con
 {
     if (lines.empty()) return std::nullopt;
     if (heads.empty())
-        return "presva.log yok ya da defterin sonunu hiç görmemiş: baştan yazılmış bir defter anlaşılamaz.";
+        return files::said("presva.log yok ya da defterin sonunu hiç görmemiş: baştan yazılmış bir defter anlaşılamaz.",
+                           "presva.log is missing or has never seen the book's end: a book written anew would not be "
+                           "noticed.");
     std::set<std::uint64_t> seen;
     for (const LoggedHead& head : heads) seen.insert(head.number);
     std::uint64_t last = 0;
     const auto gap = [&](std::uint64_t end) {
-        return "presva.log " + std::to_string(last + 1) + "-" + std::to_string(end) +
-               ". satırların sonunu görmemiş: günlükten satır çıkarılmış ya da günlüğe yazılamamış.";
+        const std::string range = std::to_string(last + 1) + "-" + std::to_string(end);
+        return files::inEnglish()
+                   ? "presva.log has not seen the end of the lines " + range +
+                         ": lines were taken out of the log, or it could not be written."
+                   : "presva.log " + range +
+                         ". satırların sonunu görmemiş: günlükten satır çıkarılmış ya da günlüğe yazılamamış.";
     };
     // The first line is told at once.
     if (*seen.begin() > 1) return gap(*seen.begin() - 1);

@@ -68,6 +68,31 @@ TEST_F(Weights, areListedWithWhereTheyComeFrom)
         "(elle), %12,75, hak ediş 108 kg, 0 TL, fiş 5\n");
 }
 
+TEST_F(Weights, areListedAndVerifiedInEnglish)
+{
+    EXPECT_EQ(
+        asked({"--lang", "en"}).out,
+        "     1  20.11.2025 14:05:00  station 1  Ali: olives 1000 kg (scale 14:05:00 \"  1000kg\\r\\n\"), oil 900 kg "
+        "(computed), %12.75, entitlement 108 kg, 0 TL, slip 4\n"
+        "     2  20.11.2025 15:00:00  station 2  Şükrü: olives 500.5 kg (by hand), oil 450.45 kg (by hand), %12.75, "
+        "entitlement 108 kg, 0 TL, slip 3\n"
+        "     3  20.11.2025 16:00:00  deletion: Şükrü, 1 pressings\n"
+        "     4  21.11.2025 12:00:00  station 2  Ali: olives 700 kg (scale 12:00:00 \"  5kg\\r\"), oil 630 kg (by "
+        "hand), %12.75, entitlement 108 kg, 0 TL, slip 5\n");
+    EXPECT_EQ(asked({"--verify", "--lang", "en"}).out,
+              "Note: line 3: 20.11.2025 16:00:00 deleted by the program (Şükrü): pressings with a line: 1.\n"
+              "The book of weights is sound: 4 lines, digests in presva.log: 3.\n");
+
+    std::string text = textOfFile(file("Tartim.jsonl"));
+    text.replace(text.find("500.5"), 5, "600.5");
+    writeFile(file("Tartim.jsonl"), text);
+    store("2025-11-21T13:00:00,5000,630,12.75,108,0,Veli\n");
+    const std::string found = asked({"--verify", "--lang", "en"}).out;
+    EXPECT_THAT(found, HasSubstr("Line 2 (\"Tartim.jsonl\", line 2 of the file): altered.\n"));
+    EXPECT_THAT(found, HasSubstr("21.11.2025 13:00:00 Veli: in the journal, but without a line in the book.\n"));
+    EXPECT_THAT(found, HasSubstr("The book of weights is not sound: 4 lines, digests in presva.log: 3, 2 findings."));
+}
+
 struct Filter {
     std::vector<std::string> options;
     std::vector<int> lines;
