@@ -29,13 +29,49 @@ void putCsvLineEnd(Output& out) { out.put("\r\n"); }
 
 CsvReader::CsvReader(std::string_view text, char delimiter) : text_(text), fieldEnds_({delimiter, '\r', '\n'})
 {
+    passMark();
+}
+
+CsvReader::CsvReader(TextSource& source, char delimiter) : source_(&source), fieldEnds_({delimiter, '\r', '\n'})
+{
+    source.rewind();
+    fetch();
+    passMark();
+}
+
+void CsvReader::passMark()
+{
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (text_.starts_with(byteOrderMark)) at_ = byteOrderMark.size();
 }
 
-int CsvReader::percent() const { return text_.empty() ? 100 : static_cast<int>(at_ * 100 / text_.size()); }
+/// More text behind what is here, twice as much as one record has had so far; what was read goes.
+void CsvReader::fetch()
+{
+    pieces_.erase(0, at_);
+    at_ = 0;
+    const std::size_t wanted = pieces_.size() * 2;
+    while (source_ != nullptr && pieces_.size() <= wanted)
+        if (!source_->more(pieces_)) source_ = nullptr;
+    text_ = pieces_;
+}
 
+/// A line end or a quote that stands last here may go on in the next piece: what ends with the text is read once more
+/// when there is more of it.
 bool CsvReader::next(std::vector<CsvField>& record)
+{
+    for (;;) {
+        const std::size_t begin = at_;
+        const std::size_t line = line_;
+        const bool found = readRecord(record);
+        if (at_ < text_.size() || source_ == nullptr) return found;
+        at_ = begin;
+        line_ = line;
+        fetch();
+    }
+}
+
+bool CsvReader::readRecord(std::vector<CsvField>& record)
 {
     while (!emptyLinesCount_ && at_ < text_.size() && atLineEnd()) passLineEnd();
     if (at_ == text_.size()) return false;
@@ -43,7 +79,13 @@ bool CsvReader::next(std::vector<CsvField>& record)
     std::size_t count = 0;
     for (;;) {
         if (count == record.size()) record.emplace_back();
-        readField(record[count++]);
+        CsvField& field = record[count++];
+        readField(field);
+        if (field.text.find('\0') != std::string::npos)
+            throw files::Error(files::Fault::syntax,
+                               files::said("CSV'nin ", "Line ") + std::to_string(recordLine_) +
+                                   files::said(". satırında sıfır olan bir bayt var; dosyayı düzeltin.",
+                                               " of the CSV has a byte that is zero; correct the file."));
         if (atLineEnd()) break;
         ++at_; // the delimiter
     }
@@ -62,27 +104,32 @@ void CsvReader::readField(CsvField& field)
 {
     field.text.clear();
     field.quoted = at_ < text_.size() && text_[at_] == '"';
-    if (!field.quoted) {
-        const std::size_t end = std::min(text_.find_first_of(fieldEnds_, at_), text_.size());
-        const std::size_t letter = text_.find_first_not_of(' ', at_);
-        if (letter > at_ && letter < end && text_[letter] == '"')
-            throw files::Error(files::Fault::syntax,
-                               files::said("CSV'nin ", "Line ") + std::to_string(line_) +
-                                   files::said(". satırında bir tırnağın önünde boşluk var; dosyayı düzeltin.",
-                                               " of the CSV has a blank before a quote; correct the file."));
-        field.text.assign(text_.substr(at_, end - at_));
-        at_ = end;
-        return;
-    }
+    if (field.quoted) return readQuoted(field);
+    const std::size_t end = std::min(text_.find_first_of(fieldEnds_, at_), text_.size());
+    const std::size_t letter = text_.find_first_not_of(' ', at_);
+    if (letter > at_ && letter < end && text_[letter] == '"')
+        throw files::Error(files::Fault::syntax,
+                           files::said("CSV'nin ", "Line ") + std::to_string(line_) +
+                               files::said(". satırında bir tırnağın önünde boşluk var; dosyayı düzeltin.",
+                                           " of the CSV has a blank before a quote; correct the file."));
+    field.text.assign(text_.substr(at_, end - at_));
+    at_ = end;
+}
+
+void CsvReader::readQuoted(CsvField& field)
+{
     const std::size_t opened = line_;
     ++at_;
     for (;;) {
         const std::size_t quote = text_.find('"', at_);
-        if (quote == std::string_view::npos)
+        if (quote == std::string_view::npos) {
+            at_ = text_.size();
+            if (source_ != nullptr) return; // it goes on
             throw files::Error(files::Fault::syntax,
                                files::said("CSV'nin ", "Line ") + std::to_string(opened) +
                                    files::said(". satırında açılan tırnak kapanmıyor; dosyayı düzeltin.",
                                                " of the CSV opens a quote that is not closed; correct the file."));
+        }
         const std::string_view part = text_.substr(at_, quote - at_);
         line_ += static_cast<std::size_t>(std::ranges::count(part, '\n'));
         field.text += part;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exchange/output.h"
+#include "exchange/text_source.h"
 
 #include <cstddef>
 #include <string>
@@ -26,21 +27,32 @@ class CsvReader {
 public:
     /// `text` must live as long as the reader. A byte order mark in front is passed over.
     explicit CsvReader(std::string_view text, char delimiter = ',');
-    /// False behind the last record. Throws files::Error (Fault::syntax) with the line for a quote out of place.
+    /// Reads the source from its beginning; it lives as long as the reader. A few pieces are in memory at a time, or
+    /// as many as one record needs.
+    CsvReader(TextSource& source, char delimiter);
+    CsvReader(const CsvReader&) = delete;
+    CsvReader& operator=(const CsvReader&) = delete;
+
+    /// False behind the last record. Throws files::Error (Fault::syntax) with the line for a quote out of place and for
+    /// a byte that is zero, and what the source throws.
     bool next(std::vector<CsvField>& record);
     /// From here on an empty line is a record with one empty field, as a table of one column has it for Null; as a rule
     /// it is none.
     void countEmptyLines() { emptyLinesCount_ = true; }
     /// Line on which the record that next() gave last begins, from 1.
     std::size_t line() const { return recordLine_; }
-    /// Share of the text read so far, 0..100.
-    int percent() const;
 
 private:
+    void fetch();
+    bool readRecord(std::vector<CsvField>& record);
     void readField(CsvField& field);
+    void readQuoted(CsvField& field);
+    void passMark();
     void passLineEnd();
     bool atLineEnd() const { return at_ == text_.size() || text_[at_] == '\r' || text_[at_] == '\n'; }
 
+    TextSource* source_ = nullptr; ///< null when the text ends with what is here
+    std::string pieces_;
     std::string_view text_;
     std::string fieldEnds_; ///< the delimiter, and what ends a line
     std::size_t at_ = 0;

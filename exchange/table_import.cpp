@@ -16,7 +16,7 @@ const char* nothingLoaded() { return files::said(" Hiçbir satır yüklenmedi.",
 
 [[noreturn]] void refuse(const std::string& sentence) { throw files::Error(files::Fault::badValue, sentence); }
 
-std::vector<CsvField> firstLine(std::string_view text, char delimiter)
+std::vector<CsvField> firstLine(TextSource& text, char delimiter)
 {
     CsvReader reader(text, delimiter);
     std::vector<CsvField> record;
@@ -33,7 +33,7 @@ bool namesColumns(const jet::Table& table, const std::vector<CsvField>& names)
 }
 
 /// The one that takes the first line apart into names of columns; where none does, the one that stands there most.
-char foundDelimiter(const jet::Table& table, std::string_view text)
+char foundDelimiter(const jet::Table& table, TextSource& text)
 {
     char most = ',';
     std::size_t fields = 0;
@@ -79,7 +79,7 @@ std::vector<std::size_t> positionsOf(const jet::Table& table, const std::vector<
 /// The lines behind the first one, each with as many fields as there are columns.
 class Lines {
 public:
-    Lines(std::string_view text, char delimiter, std::size_t fields) : reader_(text, delimiter), fields_(fields)
+    Lines(TextSource& text, char delimiter, std::size_t fields) : reader_(text, delimiter), fields_(fields)
     {
         reader_.next(record_);
         if (fields == 1) reader_.countEmptyLines();
@@ -87,6 +87,10 @@ public:
     bool next()
     {
         if (!reader_.next(record_)) return false;
+        const bool empty = fields_ > 1 && std::ranges::all_of(record_, [](const CsvField& field) {
+                               return field.text.empty() && !field.quoted;
+                           });
+        emptySince_ = !empty ? 0 : emptySince_ == 0 ? number() : emptySince_;
         if (record_.size() != fields_)
             refuse(where() + std::to_string(record_.size()) +
                    files::said(" alan var, ", " fields, but there must be ") + std::to_string(fields_) +
@@ -99,13 +103,30 @@ public:
     {
         return files::said("CSV'nin ", "Line ") + std::to_string(number()) + files::said(". satırı: ", " of the CSV: ");
     }
-    int percent() const { return reader_.percent(); }
+    /// The first of the lines up to this one of which no field says anything; 0 when this one does.
+    std::size_t emptySince() const { return emptySince_; }
 
 private:
     CsvReader reader_;
     std::vector<CsvField> record_;
     std::size_t fields_;
+    std::size_t emptySince_ = 0;
 };
+
+/// The line from which on there are no rows; 0 when all lines are. Lines of empty fields at the end are what a
+/// spreadsheet writes of a sheet's blank part, and what a table's last rows are that hold Nulls alone.
+std::size_t endOfRows(std::size_t emptySince, std::optional<bool> emptyRows)
+{
+    if (emptySince == 0 || emptyRows == true) return 0;
+    if (!emptyRows)
+        refuse(files::said("CSV'nin ", "From line ") + std::to_string(emptySince) +
+               files::said(". satırından sonuna kadar bütün alanlar boş; bunlar satır değilse --empty-lines skip, boş "
+                           "alanlı satırlarsa --empty-lines rows ile söyleyin.",
+                           " of the CSV to its end all fields are empty; say --empty-lines skip when these are no "
+                           "rows, --empty-lines rows when they are rows without values.") +
+               nothingLoaded());
+    return emptySince;
+}
 
 /// The values of a line.
 void readValues(const Lines& lines, const jet::Table& table, const std::vector<std::size_t>& positions,
@@ -127,23 +148,25 @@ void readValues(const Lines& lines, const jet::Table& table, const std::vector<s
 
 } // namespace
 
-std::uint64_t importRows(jet::Database& database, const std::string& name, std::string_view text,
-                         const ImportStyle& said, const std::function<void(int)>& progress)
+std::uint64_t importRows(jet::Database& database, const std::string& name, TextSource& text, const ImportStyle& said,
+                         const std::function<void(int)>& progress)
 {
     jet::Table& table = database.table(jet::fromUtf8(name));
     const char delimiter = said.delimiter ? *said.delimiter : foundDelimiter(table, text);
     const std::vector<std::size_t> positions = positionsOf(table, firstLine(text, delimiter));
 
     StyleFinder finder;
-    for (Lines lines(text, delimiter, positions.size()); lines.next();)
+    Lines seen(text, delimiter, positions.size());
+    while (seen.next())
         for (std::size_t i = 0; i < positions.size(); ++i)
-            finder.see(lines.record()[i], table.columns()[positions[i]], lines.number());
+            finder.see(seen.record()[i], table.columns()[positions[i]], seen.number());
+    const std::size_t end = endOfRows(seen.emptySince(), said.emptyRows);
     const WrittenStyle style = finder.style(said.decimalMark, said.dayFirst);
 
     jet::Transaction change(database.pager());
     std::vector<jet::Assignment> values;
     std::uint64_t rows = 0;
-    for (Lines lines(text, delimiter, positions.size()); lines.next();) {
+    for (Lines lines(text, delimiter, positions.size()); lines.next() && lines.number() != end;) {
         try {
             readValues(lines, table, positions, style, values);
             table.insert(values);
@@ -151,7 +174,7 @@ std::uint64_t importRows(jet::Database& database, const std::string& name, std::
             throw jet::Error(error.fault(), lines.where() + error.what() + nothingLoaded());
         }
         ++rows;
-        progress(lines.percent());
+        progress(text.percent());
     }
     change.commit();
     return rows;

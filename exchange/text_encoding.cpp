@@ -59,15 +59,31 @@ std::size_t utf8Length(std::string_view bytes, std::size_t at)
     return tooLong || noCharacter ? 0 : length;
 }
 
-/// Where the first byte stands that is no UTF-8.
-std::size_t brokenUtf8(std::string_view bytes)
+/// How many bytes from the beginning are whole UTF-8 characters.
+std::size_t wholeUtf8(std::string_view bytes)
 {
-    for (std::size_t at = 0; at < bytes.size();) {
+    std::size_t at = 0;
+    while (at < bytes.size()) {
         const std::size_t length = utf8Length(bytes, at);
-        if (length == 0) return at;
+        if (length == 0) break;
         at += length;
     }
-    return std::string_view::npos;
+    return at;
+}
+
+/// The bytes may go on to one UTF-8 character; they are less than one.
+bool mayBecomeUtf8(std::string_view bytes)
+{
+    constexpr std::size_t longest = 4;
+    if (bytes.empty() || bytes.size() >= longest) return bytes.empty();
+    for (const char second : {'\x80', '\x90', '\xA0'}) {
+        std::string whole(bytes);
+        if (whole.size() == 1) whole += second;
+        while (whole.size() < longest) whole += '\x80';
+        const std::size_t length = utf8Length(whole, 0);
+        if (length > bytes.size()) return true;
+    }
+    return false;
 }
 
 bool isTurkishLetter(char16_t unit)
@@ -84,77 +100,35 @@ bool isSure857(std::uint8_t byte)
            std::string_view::npos;
 }
 
-/// The one code page in which every byte beyond ASCII is a letter of Turkish; nothing where a person must say it.
-std::optional<Encoding> turkishPage(std::string_view bytes)
+[[noreturn]] void noText(std::size_t line, const char* what)
 {
-    bool all1254 = true;
-    bool all857 = true;
-    bool sure857 = false;
-    for (const char c : bytes) {
-        const auto byte = static_cast<std::uint8_t>(c);
-        if (byte < 0x80) continue;
-        all1254 = all1254 && isTurkishLetter(of1254[byte - 0x80U]);
-        all857 = all857 && isTurkishLetter(of857[byte - 0x80U]);
-        sure857 = sure857 || isSure857(byte);
-    }
-    if (all1254 == all857 || (all857 && !sure857)) return std::nullopt;
-    return all1254 ? Encoding::windows1254 : Encoding::dos857;
-}
-
-/// UTF-16 without a mark: letters of the first page have a zero beside them, always on the same side.
-std::optional<Encoding> utf16WithoutMark(std::string_view bytes)
-{
-    if (bytes.size() < 2 || bytes.size() % 2 != 0) return std::nullopt;
-    std::size_t zeros[2] = {0, 0};
-    for (std::size_t i = 0; i < bytes.size(); ++i) zeros[i % 2] += bytes[i] == '\0' ? 1U : 0U;
-    const std::size_t half = bytes.size() / 4;
-    if (zeros[0] == 0 && zeros[1] > half) return Encoding::utf16Little;
-    if (zeros[1] == 0 && zeros[0] > half) return Encoding::utf16Big;
-    return std::nullopt;
-}
-
-[[noreturn]] void noText(std::string_view before, const char* what)
-{
-    const std::string line = std::to_string(1 + std::ranges::count(before, '\n'));
     throw files::Error(files::Fault::syntax,
-                       files::said("Dosyanın ", "Line ") + line +
+                       files::said("Dosyanın ", "Line ") + std::to_string(line) +
                            files::said(". satırında ", " has bytes that are no ") + what +
                            files::said(" olmayan baytlar var; dosyanın kodlamasını --encoding ile söyleyin. "
                                        "Hiçbir satır yüklenmedi.",
                                        "; say the encoding of the file with --encoding. No row was loaded."));
 }
 
-std::string decodedUtf16(std::string_view bytes, bool big)
-{
-    if (bytes.starts_with(big ? bigMark : littleMark)) bytes.remove_prefix(2);
-    std::u16string units;
-    units.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const std::uint8_t high = byteAt(bytes, big ? i : i + 1);
-        const std::uint8_t low = byteAt(bytes, big ? i + 1 : i);
-        units += static_cast<char16_t>(high << 8 | low);
-    }
-    const auto isHigh = [&](std::size_t i) { return i < units.size() && (units[i] & 0xFC00) == 0xD800; };
-    const auto isLow = [&](std::size_t i) { return i < units.size() && (units[i] & 0xFC00) == 0xDC00; };
-    std::size_t bad = 0;
-    while (bad < units.size() && (!isHigh(bad) || isLow(bad + 1)) && (!isLow(bad) || (bad > 0 && isHigh(bad - 1))))
-        ++bad;
-    if (bad < units.size() || bytes.size() % 2 != 0)
-        noText(jet::toUtf8(std::u16string_view(units).substr(0, bad)), "UTF-16");
-    return jet::toUtf8(units);
-}
+std::size_t linesIn(std::string_view text) { return static_cast<std::size_t>(std::ranges::count(text, '\n')); }
 
-std::string decodedPage(std::string_view bytes, const std::array<char16_t, 128>& page, const char* what)
+bool isHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+bool isLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+const char* nameOf(Encoding encoding)
 {
-    std::u16string units;
-    units.reserve(bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const std::uint8_t byte = byteAt(bytes, i);
-        const char16_t unit = byte < 0x80 ? char16_t{byte} : page[byte - 0x80U];
-        if (unit == 0) noText(bytes.substr(0, i), what);
-        units += unit;
+    switch (encoding) {
+    case Encoding::utf8:
+        return "UTF-8";
+    case Encoding::utf16Little:
+    case Encoding::utf16Big:
+        return "UTF-16";
+    case Encoding::windows1254:
+        return "Windows-1254";
+    case Encoding::dos857:
+        break;
     }
-    return jet::toUtf8(units);
+    return "DOS 857";
 }
 
 } // namespace
@@ -171,14 +145,52 @@ std::optional<Encoding> encodingNamed(std::string_view name)
     return std::nullopt;
 }
 
-Encoding foundEncoding(std::string_view bytes)
+void EncodingFinder::see(std::string_view piece)
 {
-    if (bytes.starts_with(utf8Mark)) return Encoding::utf8;
-    if (bytes.starts_with(littleMark)) return Encoding::utf16Little;
-    if (bytes.starts_with(bigMark)) return Encoding::utf16Big;
-    if (const auto found = utf16WithoutMark(bytes)) return *found;
-    if (brokenUtf8(bytes) == std::string_view::npos) return Encoding::utf8;
-    if (const auto found = turkishPage(bytes)) return *found;
+    begin_ += piece.substr(0, utf8Mark.size() - std::min(utf8Mark.size(), begin_.size()));
+    for (const char c : piece) {
+        const auto byte = static_cast<std::uint8_t>(c);
+        if (byte == 0) ++zeros_[count_ % 2];
+        ++count_;
+        if (byte < 0x80) continue;
+        all1254_ = all1254_ && isTurkishLetter(of1254[byte - 0x80U]);
+        all857_ = all857_ && isTurkishLetter(of857[byte - 0x80U]);
+        sure857_ = sure857_ || isSure857(byte);
+    }
+    if (!utf8_) return;
+    // The character that the last piece broke off in goes on here.
+    std::string joined;
+    if (!rest_.empty()) piece = joined = rest_ + std::string(piece);
+    const std::string_view behind = piece.substr(wholeUtf8(piece));
+    utf8_ = mayBecomeUtf8(behind);
+    rest_ = utf8_ ? std::string(behind) : std::string();
+}
+
+/// UTF-16 without a mark: letters of the first page have a zero beside them, always on the same side.
+std::optional<Encoding> EncodingFinder::utf16WithoutMark() const
+{
+    if (count_ < 2 || count_ % 2 != 0) return std::nullopt;
+    const std::uint64_t half = count_ / 4;
+    if (zeros_[0] == 0 && zeros_[1] > half) return Encoding::utf16Little;
+    if (zeros_[1] == 0 && zeros_[0] > half) return Encoding::utf16Big;
+    return std::nullopt;
+}
+
+/// The one code page in which every byte beyond ASCII is a letter of Turkish; nothing where a person must say it.
+std::optional<Encoding> EncodingFinder::turkishPage() const
+{
+    if (all1254_ == all857_ || (all857_ && !sure857_)) return std::nullopt;
+    return all1254_ ? Encoding::windows1254 : Encoding::dos857;
+}
+
+Encoding EncodingFinder::found() const
+{
+    if (begin_ == utf8Mark) return Encoding::utf8;
+    if (begin_.starts_with(littleMark)) return Encoding::utf16Little;
+    if (begin_.starts_with(bigMark)) return Encoding::utf16Big;
+    if (const auto found = utf16WithoutMark()) return *found;
+    if (utf8_ && rest_.empty()) return Encoding::utf8;
+    if (const auto found = turkishPage()) return *found;
     throw files::Error(
         files::Fault::badValue,
         files::said("Dosyanın kodlaması anlaşılamadı; --encoding 1254 (Windows), --encoding 857 (DOS), "
@@ -189,25 +201,86 @@ Encoding foundEncoding(std::string_view bytes)
                     "No row was loaded."));
 }
 
-std::string decoded(std::string_view bytes, Encoding encoding)
+void Decoder::add(std::string_view piece, std::string& into)
 {
-    switch (encoding) {
-    case Encoding::utf8: {
-        if (bytes.starts_with(utf8Mark)) bytes.remove_prefix(utf8Mark.size());
-        if (const std::size_t bad = brokenUtf8(bytes); bad != std::string_view::npos)
-            noText(bytes.substr(0, bad), "UTF-8");
-        return std::string(bytes);
-    }
+    std::string joined;
+    if (!waiting_.empty()) piece = joined = std::exchange(waiting_, {}) + std::string(piece);
+    if (!std::exchange(begun_, true))
+        for (const std::string_view mark : {encoding_ == Encoding::utf8          ? utf8Mark
+                                            : encoding_ == Encoding::utf16Little ? littleMark
+                                            : encoding_ == Encoding::utf16Big    ? bigMark
+                                                                                 : std::string_view()})
+            if (piece.starts_with(mark)) piece.remove_prefix(mark.size());
+    const std::size_t before = into.size();
+    switch (encoding_) {
+    case Encoding::utf8:
+        addUtf8(piece, into);
+        break;
     case Encoding::utf16Little:
-        return decodedUtf16(bytes, false);
     case Encoding::utf16Big:
-        return decodedUtf16(bytes, true);
+        addUtf16(piece, into);
+        break;
     case Encoding::windows1254:
-        return decodedPage(bytes, of1254, "Windows-1254");
     case Encoding::dos857:
+        addPage(piece, into);
         break;
     }
-    return decodedPage(bytes, of857, "DOS 857");
+    line_ += linesIn(std::string_view(into).substr(before));
+}
+
+void Decoder::end() const
+{
+    if (!waiting_.empty()) noText(line_, nameOf(encoding_));
+}
+
+void Decoder::addUtf8(std::string_view bytes, std::string& into)
+{
+    const std::size_t whole = wholeUtf8(bytes);
+    const std::string_view behind = bytes.substr(whole);
+    if (!mayBecomeUtf8(behind)) noText(line_ + linesIn(bytes.substr(0, whole)), nameOf(encoding_));
+    waiting_ = behind;
+    into += bytes.substr(0, whole);
+}
+
+void Decoder::addUtf16(std::string_view bytes, std::string& into)
+{
+    const bool big = encoding_ == Encoding::utf16Big;
+    std::u16string units;
+    units.reserve(bytes.size() / 2);
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const std::uint8_t high = byteAt(bytes, big ? i : i + 1);
+        const std::uint8_t low = byteAt(bytes, big ? i + 1 : i);
+        units += static_cast<char16_t>(high << 8 | low);
+    }
+    // Half a unit waits for the next piece, and so does half a pair.
+    std::size_t used = units.size() * 2;
+    if (!units.empty() && isHighSurrogate(units.back())) {
+        units.pop_back();
+        used -= 2;
+    }
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const bool pair = isHighSurrogate(units[i]) && i + 1 < units.size() && isLowSurrogate(units[i + 1]);
+        if (pair)
+            ++i;
+        else if (isHighSurrogate(units[i]) || isLowSurrogate(units[i]))
+            noText(line_ + linesIn(jet::toUtf8(std::u16string_view(units).substr(0, i))), nameOf(encoding_));
+    }
+    waiting_ = bytes.substr(used);
+    into += jet::toUtf8(units);
+}
+
+void Decoder::addPage(std::string_view bytes, std::string& into) const
+{
+    const auto& page = encoding_ == Encoding::windows1254 ? of1254 : of857;
+    std::u16string units;
+    units.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::uint8_t byte = byteAt(bytes, i);
+        const char16_t unit = byte < 0x80 ? char16_t{byte} : page[byte - 0x80U];
+        if (unit == 0 && byte != 0) noText(line_ + linesIn(bytes.substr(0, i)), nameOf(encoding_));
+        units += unit;
+    }
+    into += jet::toUtf8(units);
 }
 
 } // namespace exchange

@@ -40,6 +40,13 @@ bool holdsWholeNumbers(ColumnType type)
     return type == ColumnType::byte || type == ColumnType::integer || type == ColumnType::longInteger;
 }
 
+/// A value of no length is one of the type's.
+bool holdsEmpty(ColumnType type)
+{
+    return type == ColumnType::text || type == ColumnType::memo || type == ColumnType::binary ||
+           type == ColumnType::ole || type == ColumnType::blob;
+}
+
 std::string_view trimmed(std::string_view text)
 {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
@@ -357,7 +364,8 @@ WrittenStyle StyleFinder::style(std::optional<char> decimalMark, std::optional<b
 
 jet::Value writtenValue(const CsvField& field, const jet::Column& column, const WrittenStyle& style)
 {
-    if (field.text.empty()) return parseField(field, column);
+    // Programs that quote every field write Nulls so, too: where nothing is a value, it is none.
+    if (field.text.empty()) return parseField({{}, field.quoted && holdsEmpty(column.type)}, column);
     if (holdsNumbers(column.type)) {
         const std::string_view text = trimmed(field.text);
         auto plain = plainNumber(text, style.decimalMark);

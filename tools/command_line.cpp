@@ -83,4 +83,15 @@ void say(Output& out, const std::string& line)
     out.put('\n');
 }
 
+void sayDone(const std::string& sentence)
+{
+    try {
+        Output out(standardOutput);
+        say(out, sentence);
+        out.flush();
+    } catch (const files::Error& error) {
+        throw files::Error(error.fault(), said("Yapıldı: ", "It is done: ") + sentence + " " + error.what());
+    }
+}
+
 } // namespace tools

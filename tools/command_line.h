@@ -67,5 +67,8 @@ Parsed parse(std::string_view command, Arguments arguments, std::initializer_lis
 
 /// A finished statement in one line on standard output.
 void say(Output& out, const std::string& line);
+/// The last word of a command that has changed something, on standard output. Throws files::Error (disk) where that
+/// takes nothing; the sentence says that the work is done all the same.
+void sayDone(const std::string& sentence);
 
 } // namespace tools

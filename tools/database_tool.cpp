@@ -204,16 +204,19 @@ const Command commands[] = {
      "jsonl: her satır bir JSON nesnesidir; sayılar sayı, boş alan null, tarihler csv'deki gibi.\n"
      "xlsx:  gerçek sayılar ve tarihler; 15 basamaktan uzun sayılar ve Mart 1900'den eski tarihler metindir.\n"
      "       Bir hücreye sığmayan değer (32767 harften uzun) boş bırakılır ve söylenir.\n", 2, 6, exportTables},
-    {"import", "DOSYA TABLO CSV [--encoding K] [--delimiter A] [--decimal point|comma] [--dates dmy|mdy]",
+    {"import", "DOSYA TABLO CSV [--encoding K] [--delimiter A] [--decimal point|comma] [--dates dmy|mdy]\n"
+     "            [--empty-lines rows|skip]",
      "CSV satırlarını bir tabloya ekler",
      "İlk satır sütun adlarıdır; eksik sütunlar varsayılan değerlerini alır, yoksa boş kalır. Ya bütün satırlar\n"
      "yüklenir ya hiçbiri; okunamayan satır numarasıyla söylenir. CSV yerine - verilirse standart girdi okunur.\n"
      "Kodlama (utf-8, utf-16le, utf-16be, 1254, 857), ayraç (, ; tab), ondalık işareti ve tarihlerin gün-ay sırası\n"
      "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
      "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"
-     "Boş alan hiçbir şey, iki tırnak boş metindir.\n", 3, 11, importTable},
-    {"sql", "DOSYA METİN [--format csv|jsonl|xlsx] [--out ÇIKTI]",
-     "bir sorguyu çalıştırır, satırlar ekler, değiştirir ya da siler", sqlHelp, 2, 6, runSql},
+     "Boş alan hiçbir şey, iki tırnak boş metindir; metin olmayan bir alanda ikisi de hiçbir şeydir.\n"
+     "Sondaki satırların bütün alanları boşsa --empty-lines rows onları satır sayar, skip atlar; verilmezse sorulur.\n",
+     3, 13, importTable},
+    {"sql", "DOSYA METİN [--format csv|jsonl|xlsx] [--out ÇIKTI] [--parameter AD=DEĞER ...]",
+     "bir sorguyu çalıştırır, satırlar ekler, değiştirir ya da siler", sqlHelp, 2, 40, runSql},
     {"schema", "DOSYA [--dialect sqlite|postgres]", "tabloları, anahtarları ve ilişkileri SQL metni olarak yazar",
      "Metni SQLite da PostgreSQL de alır; --dialect verilirse yalnız o: sayaçlar da yazılır, birbirini gösteren\n"
      "tabloların ilişkileri de. Dosyanın zorlamadığı ilişkiler açıklama satırıdır.\n", 1, 3, writeSchema},

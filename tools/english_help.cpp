@@ -25,15 +25,17 @@ constexpr EnglishHelp helps[] = {
      "jsonl: one JSON object a line; numbers are numbers, Null is null, dates as in csv.\n"
      "xlsx:  real numbers and dates; numbers of more than 15 digits and dates before March 1900 are texts. A value too\n"
      "       long for a cell (32767 letters) is left out and told.\n"},
-    {"import", "FILE TABLE CSV [--encoding E] [--delimiter D] [--decimal point|comma] [--dates dmy|mdy]",
+    {"import", "FILE TABLE CSV [--encoding E] [--delimiter D] [--decimal point|comma] [--dates dmy|mdy]\n"
+     "            [--empty-lines rows|skip]",
      "adds the rows of a CSV to a table",
      "The first line names the columns; others get their default values or stay empty. All rows are loaded or none; a\n"
      "line that cannot be read is named by its number. With - for CSV standard input is read.\n"
      "Encoding (utf-8, utf-16le, utf-16be, 1254, 857), delimiter (, ; tab), decimal mark and the order of day and month\n"
      "are found out; where they cannot be, nothing is loaded and the option that says it is named.\n"
      "Dates: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 November 2025, with --dates mdy 11/20/2025 2:05 PM.\n"
-     "Nothing at all is Null, two quotes are an empty text.\n"},
-    {"sql", "FILE TEXT [--format csv|jsonl|xlsx] [--out OUT]", "answers a question, or adds, changes or deletes rows",
+     "Nothing at all is Null, two quotes are an empty text; in a field that holds no texts both are Null.\n"
+     "Where all fields of the last lines are empty, --empty-lines rows takes them for rows, skip for none; else it asks.\n"},
+    {"sql", "FILE TEXT [--format csv|jsonl|xlsx] [--out OUT] [--parameter NAME=VALUE ...]", "answers a question, or adds, changes or deletes rows",
      "The rows of a Select are written as by export; of an Insert, Update or Delete, done whole or not at all, the number\n"
      "of rows. The language is that of Access:\n"
      "  Select [Distinct] [Top n] * | TABLE.* | expression [As name], ...  From ...  [Where condition]\n"
@@ -42,7 +44,8 @@ constexpr EnglishHelp helps[] = {
      "  From: TABLE or saved query [As name], Inner Join, Left Join, Right Join ... On condition, (Select ...) As name\n"
      "  Insert Into TABLE [(field, ...)] Values (expression, ...) | Select ...\n"
      "  Update TABLE Set field = expression, ... [Where condition]        Delete From TABLE [Where condition]\n"
-     "A name alone gives the rows of that table or saved query.\n"
+     "A name alone gives the rows of that table or saved query. What a query asks for is given as an expression each:\n"
+     "--parameter \"First Day=#11/20/2025#\" --parameter \"Name='Ali'\".\n"
      "Conditions:  = <> < > <= >=, And, Or, Xor, Not, Between ... And ..., In (...), In (Select ...), Exists (Select ...),\n"
      "             Is [Not] Null, Like '*? # [a-c] [!a]'. Texts are compared by the order of the file, without letter\n"
      "             case; StrComp(a, b, 0) tells cases apart.\n"

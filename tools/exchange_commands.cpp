@@ -1,10 +1,11 @@
 #include "tools/exchange_commands.h"
 #include "tools/language.h"
 
+#include "exchange/linked_tables.h"
 #include "exchange/schema.h"
 #include "exchange/table_export.h"
 #include "exchange/table_import.h"
-#include "exchange/text_encoding.h"
+#include "exchange/text_source.h"
 #include "files/quoted_path.h"
 #include "store/jet/database/database.h"
 #include "tools/row_output.h"
@@ -12,13 +13,21 @@
 #include <algorithm>
 #include <functional>
 #include <iostream>
-#include <iterator>
+#include <memory>
+#include <vector>
 
 namespace tools {
 
 namespace {
 
 using exchange::ExportLosses;
+
+/// Throws files::Error (noSuchTable, or unsupported for one whose rows are elsewhere).
+jet::Table& tableOf(jet::Database& database, const std::string& name)
+{
+    if (!database.hasTable(jet::fromUtf8(name))) exchange::refuseLinkedTable(database, name);
+    return database.table(jet::fromUtf8(name));
+}
 
 // ---- export ----
 
@@ -28,7 +37,19 @@ void write(const jet::Table& table, exchange::RowWriter& rows, ExportLosses& los
     exchange::exportTable(table, rows, losses, std::ref(progress));
 }
 
-/// The names of the files of all tables, as far as a folder can hold the tables' names.
+/// A name that Windows keeps for a device, whatever stands behind its first point.
+bool isDevice(std::string_view stem)
+{
+    std::string name(stem.substr(0, stem.find('.')));
+    while (name.ends_with(' ')) name.pop_back();
+    for (char& c : name)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    if (name == "CON" || name == "PRN" || name == "AUX" || name == "NUL") return true;
+    return name.size() == 4 && (name.starts_with("COM") || name.starts_with("LPT")) && name.back() >= '1' &&
+           name.back() <= '9';
+}
+
+/// The names of the files of all tables, as far as a folder can hold the tables' names, on Windows, too.
 std::vector<std::string> fileNames(const std::vector<std::u16string>& tables, Format format)
 {
     std::vector<std::string> names;
@@ -40,6 +61,8 @@ std::vector<std::string> fileNames(const std::vector<std::u16string>& tables, Fo
             if (!allowed) c = '_';
         }
         if (stem.starts_with('.')) stem.front() = '_';
+        if (stem.ends_with('.') || stem.ends_with(' ')) stem.back() = '_';
+        if (isDevice(stem)) stem.insert(0, "_");
         std::string name;
         for (int number = 1; name.empty() || std::ranges::find(names, name) != names.end(); ++number)
             name =
@@ -64,22 +87,28 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
     for (std::size_t i = 0; i < tables.size(); ++i)
         writeRows(disk, format, folder / pathOf(names[i]), losses,
                   [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });
-    Output out(standardOutput);
-    say(out, std::to_string(tables.size()) + said(" tablo yazıldı.", " tables written."));
-    out.flush();
+    std::string done = std::to_string(tables.size()) + said(" tablo yazıldı.", " tables written.");
+    for (const exchange::LinkedTable& each : exchange::linkedTablesOf(database))
+        done += said("\nBağlı tablo yazılmadı: '", "\nLinked table, not written: '") + jet::toUtf8(each.name) + "' (" +
+                exchange::placeOf(each) + ")";
+    sayDone(done);
 }
 
 // ---- import ----
 
-/// The whole text of a file, or of standard input for "-".
-std::string wholeText(files::Disk& disk, const std::string& name)
+/// The file of that name, or a copy of standard input for "-": it is read more than once.
+std::unique_ptr<files::File> textFile(files::Disk& disk, const std::string& name)
 {
-    if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-    const auto file = disk.open(pathOf(name), files::Disk::Access::readOnly);
-    std::string text(file->size(), '\0');
-    const std::size_t count = file->read(0, {reinterpret_cast<std::uint8_t*>(text.data()), text.size()});
-    text.resize(count);
-    return text;
+    if (name != "-") return disk.open(pathOf(name), files::Disk::Access::readOnly);
+    auto copy = disk.scratch();
+    std::vector<char> piece(std::size_t{1} << 20);
+    for (std::uint64_t at = 0; std::cin;) {
+        std::cin.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        const auto count = static_cast<std::size_t>(std::cin.gcount());
+        copy->write(at, {reinterpret_cast<const std::uint8_t*>(piece.data()), count});
+        at += count;
+    }
+    return copy;
 }
 
 } // namespace
@@ -99,7 +128,7 @@ int exportTables(files::Disk& disk, Arguments arguments)
     if (folder) {
         exportAll(disk, *database, format, pathOf(*folder), losses);
     } else {
-        const jet::Table& table = database->table(jet::fromUtf8(parsed.words[1]));
+        const jet::Table& table = tableOf(*database, parsed.words[1]);
         writeRows(disk, format, to ? std::optional(pathOf(*to)) : std::nullopt, losses,
                   [&](exchange::RowWriter& rows) { write(table, rows, losses); });
     }
@@ -108,7 +137,8 @@ int exportTables(files::Disk& disk, Arguments arguments)
 
 int importTable(files::Disk& disk, Arguments arguments)
 {
-    const Parsed parsed = parse("import", arguments, {"--encoding", "--delimiter", "--decimal", "--dates"});
+    const Parsed parsed =
+        parse("import", arguments, {"--encoding", "--delimiter", "--decimal", "--dates", "--empty-lines"});
     if (parsed.words.size() != 3)
         misused(said("'import' DOSYA, TABLO ve CSV ister; yardım için: presva-mdb import --help",
                      "'import' takes FILE, TABLE and CSV; for help: presva-mdb import --help"));
@@ -118,18 +148,18 @@ int importTable(files::Disk& disk, Arguments arguments)
     if (const auto given = parsed.oneOf("--decimal", {"point", "comma"}))
         style.decimalMark = *given == "point" ? '.' : ',';
     if (const auto given = parsed.oneOf("--dates", {"dmy", "mdy"})) style.dayFirst = *given == "dmy";
+    if (const auto given = parsed.oneOf("--empty-lines", {"rows", "skip"})) style.emptyRows = *given == "rows";
     const auto encoding = parsed.oneOf("--encoding", {"utf-8", "utf-16le", "utf-16be", "1254", "857"});
 
-    std::string text = wholeText(disk, parsed.words[2]);
-    text = exchange::decoded(text, encoding ? *exchange::encodingNamed(*encoding) : exchange::foundEncoding(text));
+    const auto file = textFile(disk, parsed.words[2]);
+    exchange::DecodedFile text(*file, encoding ? *exchange::encodingNamed(*encoding) : exchange::foundEncoding(*file));
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
+    tableOf(*database, parsed.words[1]);
     const std::uint64_t rows = jet::onWhatIsThere(database->pager(), [&] {
         Progress progress(said("Yükleniyor", "Loading"));
         return exchange::importRows(*database, parsed.words[1], text, style, std::ref(progress));
     });
-    Output out(standardOutput);
-    say(out, std::to_string(rows) + said(" satır yüklendi.", " rows loaded."));
-    out.flush();
+    sayDone(std::to_string(rows) + said(" satır yüklendi.", " rows loaded."));
     return 0;
 }
 

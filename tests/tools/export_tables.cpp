@@ -180,6 +180,20 @@ TEST_P(WholeDatabase, becomesAFolderOfFilesAndReplacesNone)
     ASSERT_EQ(filesIn(folder() / "tablolar").size(), files.size() - 1);
 }
 
+TEST_F(ExportTables, filesHaveNamesThatEverySystemTakes)
+{
+    const std::string file = created();
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        for (const char16_t* name : {u"NUL", u"com1", u"Aux.eski", u"COM10", u"LPT0", u"Console", u"Son ", u"CON "})
+            database->createTable(name, {{.name = u"Ad", .type = jet::ColumnType::text, .size = 9}}, {}, {45000});
+    }
+    ASSERT_EQ(run({"export", file, "--all", path("tablolar")}).code, 0);
+    std::vector<std::string> wanted{"COM10.csv", "CON_.csv", "Cari.csv",      "Console.csv", "Hareket.csv",
+                                    "LPT0.csv",  "Son_.csv", "_Aux.eski.csv", "_NUL.csv",    "_com1.csv"};
+    ASSERT_EQ(filesIn(folder() / "tablolar"), wanted);
+}
+
 TEST_F(ExportTables, aFileIsLikeStandardOutputAndReplacesNone)
 {
     const std::string file = withEveryType();

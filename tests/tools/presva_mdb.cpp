@@ -225,6 +225,8 @@ RowTable<PresvaMdbImportRow> presvaMdbImport()
         {"open quote", {"Unvan\nAli\n\"Veli\n", "3. satır"}},
         {"unknown column", {"Unvan,Adres\nAli,Edremit\n", "'Adres'"}},
         {"column twice", {"Unvan,UNVAN\nAli,Ali\n", "'UNVAN'"}},
+        {"a byte that is zero", {std::string("Unvan\nAli\nVe\0li\n", 15), "3. satırında sıfır"}},
+        {"a byte that is zero among the names", {std::string("Un\0van\nAli\n", 11), "1. satırında sıfır"}},
         {"empty file", {"", "boş"}},
     };
 }
@@ -242,6 +244,64 @@ TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
     ASSERT_EQ(countOf("\n", outcome.err), 1);
     ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
     verifySound(file);
+}
+
+TEST_F(PresvaMdb, whatIsDoneIsSaidEvenWhereTheOutputTakesNothing)
+{
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+    const std::string file = created();
+    writeFile(path("rows.csv"), "Unvan\nVeli\n");
+    for (const Arguments& arguments : {Arguments{"sql", file, "Insert Into Cari (Unvan) Values ('Ali')"},
+                                       {"import", file, "Cari", path("rows.csv")}}) {
+        Arguments words{"-c", "exec \"$@\" >/dev/full", "bash", PRESVA_MDB};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        const Outcome outcome = ::run({.program = "bash", .arguments = words, .environment = {{"LC_ALL", "C"}}});
+        ASSERT_EQ(outcome.code, 1);
+        ASSERT_THAT(outcome.err, HasSubstr("Yapıldı: 1 satır"));
+        ASSERT_EQ(countOf("\n", outcome.err), 1);
+    }
+    ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,\r\nVeli,,,\r\n");
+}
+
+/// A table whose rows are in another file, as the catalogue lists it.
+TEST_F(PresvaMdb, aLinkedTableIsNamedAsWhatItIs)
+{
+    const std::string file = created();
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file);
+        const jet::Table& listed = database->table(u"MSysObjects");
+        jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
+        objects.systemObjects = &listed;
+        const auto column = [&](const char16_t* name) { return *listed.columnNamed(name); };
+        const auto add = [&](std::int32_t id, const char16_t* name, std::int16_t type, std::u16string elsewhere) {
+            std::vector<jet::Assignment> fields{{column(u"Id"), id},
+                                                {column(u"ParentId"), std::int32_t{0x0F000001}},
+                                                {column(u"Name"), std::u16string(name)},
+                                                {column(u"ForeignName"), std::u16string(u"Müşteri")},
+                                                {column(u"Type"), type}};
+            if (!elsewhere.empty()) fields.push_back({column(u"Database"), std::move(elsewhere)});
+            objects.insert(fields);
+        };
+        add(INT32_MIN, u"Bağlı", 6, u"C:\\Depo\\Eski.mdb");
+        add(INT32_MIN + 1, u"Uzak", 4, u"");
+    }
+    const std::string bound =
+        "'Bağlı' bağlı bir tablo, satırları başka yerde: 'C:\\Depo\\Eski.mdb' dosyasındaki 'Müşteri'";
+    for (const Arguments& arguments : {Arguments{"export", file, "bağlı"},
+                                       {"import", file, "Bağlı", "-"},
+                                       {"sql", file, "Select * From Bağlı"},
+                                       {"sql", file, "Delete From Bağlı"}}) {
+        const Outcome outcome = run(arguments);
+        ASSERT_EQ(outcome.code, 1);
+        ASSERT_THAT(outcome.err, HasSubstr(bound)) << arguments[0];
+    }
+    ASSERT_THAT(
+        run({"schema", file}).out,
+        HasSubstr("\n-- \"Bağlı\": bağlı tablo, satırları başka yerde: 'C:\\Depo\\Eski.mdb' dosyasındaki 'Müşteri'\n"));
+    ASSERT_EQ(run({"export", file, "--all", path("hepsi")}).out,
+              "2 tablo yazıldı.\n"
+              "Bağlı tablo yazılmadı: 'Bağlı' ('C:\\Depo\\Eski.mdb' dosyasındaki 'Müşteri')\n"
+              "Bağlı tablo yazılmadı: 'Uzak' (bir ODBC kaynağındaki 'Müşteri')\n");
 }
 
 TEST_F(PresvaMdb, importReadsStandardInput)
