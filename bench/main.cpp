@@ -24,6 +24,7 @@ int main(int argc, char** argv)
         sides::registerJet(files);
         sides::registerSqlite(files);
         sides::registerLibmdb(files);
+        sides::registerDuckdb(files);
         comparison::Reporter reporter;
         benchmark::RunSpecifiedBenchmarks(&reporter);
     } catch (const std::exception& error) {

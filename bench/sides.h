@@ -24,5 +24,6 @@ void prepareSqlite(const Files& files);
 void registerJet(const Files& files);
 void registerSqlite(const Files& files);
 void registerLibmdb(const Files& files); ///< reads the files of prepareJet
+void registerDuckdb(const Files& files); ///< where it is installed; makes its files itself
 
 } // namespace sides
