@@ -106,13 +106,21 @@ void middle(Arguments& values)
     values.giveText(from > text.size() ? std::u16string() : text.substr(from - 1, most));
 }
 
+const FunctionSetting& settingOf(const Arguments& values)
+{
+    return *static_cast<const FunctionSetting*>(values.setting());
+}
+
+bool isTurkish(jet::Collation collation) { return collation.lcid == jet::turkish.lcid; }
+
 void upper(Arguments& values)
 {
-    // Turkish: i and İ, ı and I belong together.
+    // In Turkish i and İ belong together, elsewhere i and I; ı and I do in both.
+    const char16_t ofI = isTurkish(settingOf(values).order) ? u'İ' : u'I';
     std::u16string text = values.units(0);
     for (char16_t& unit : text) {
         if (unit == u'i')
-            unit = u'İ';
+            unit = ofI;
         else if (unit == u'ı')
             unit = u'I';
         else if ((unit >= u'a' && unit <= u'z') || (unit >= u'à' && unit <= u'þ' && unit != u'÷'))
@@ -123,7 +131,7 @@ void upper(Arguments& values)
     values.giveText(text);
 }
 
-void lower(Arguments& values) { values.giveText(jet::foldTurkish(values.units(0))); }
+void lower(Arguments& values) { values.giveText(jet::foldCase(values.units(0), settingOf(values).order)); }
 
 std::u16string trimmedText(std::u16string text, bool front, bool back)
 {
@@ -142,8 +150,9 @@ void position(Arguments& values)
     const bool withStart = values.count() > 2;
     const std::size_t start = withStart ? countOf(values, 0) : 1;
     if (start == 0) values.fail(files::said("InStr'in başlangıcı 1'den küçük olamaz", "InStr begins at 1"));
-    const std::u16string text = jet::foldTurkish(values.units(withStart ? 1 : 0));
-    const std::size_t found = text.find(jet::foldTurkish(values.units(withStart ? 2 : 1)), start - 1);
+    const jet::Collation order = settingOf(values).order;
+    const std::u16string text = jet::foldCase(values.units(withStart ? 1 : 0), order);
+    const std::size_t found = text.find(jet::foldCase(values.units(withStart ? 2 : 1), order), start - 1);
     values.giveWhole(found == std::u16string::npos ? 0 : static_cast<std::int64_t>(found) + 1);
 }
 
@@ -165,9 +174,8 @@ void compare(Arguments& values)
 {
     const std::u16string first = values.units(0), second = values.units(1);
     const bool exact = values.count() > 2 && values.number(2) == 0;
-    const int order = exact ? first.compare(second)
-                            : compareTexts(jet::toUtf8(first), jet::toUtf8(second),
-                                           *static_cast<const jet::Collation*>(values.setting()));
+    const int order =
+        exact ? first.compare(second) : compareTexts(jet::toUtf8(first), jet::toUtf8(second), settingOf(values).order);
     values.giveWhole(order < 0 ? -1 : order > 0 ? 1 : 0);
 }
 
@@ -405,7 +413,7 @@ void partNamed(Arguments& values)
 void formatted(Arguments& values)
 {
     const std::string pattern = jet::toUtf8(values.units(1));
-    const bool english = values.setting() != nullptr;
+    const bool english = settingOf(values).english;
     if (values.isMoment(0))
         values.giveText(jet::fromUtf8(formatMoment({values.days(0)}, pattern, english)));
     else if (values.isNumeric(0))
@@ -420,7 +428,7 @@ void like(Arguments& values)
     auto* pattern = static_cast<jet::LikePattern*>(values.kept(0));
     std::unique_ptr<jet::LikePattern> made;
     if (pattern == nullptr) {
-        made = std::make_unique<jet::LikePattern>(values.units(0));
+        made = std::make_unique<jet::LikePattern>(values.units(0), settingOf(values).order);
         pattern = made.get();
     }
     values.giveWhole(pattern->matches(values.units(1)) ? 1 : 0);
@@ -455,7 +463,7 @@ void must(int result)
 
 } // namespace
 
-void addFunctions(sqlite3* database, jet::Collation collation, bool english)
+void addFunctions(sqlite3* database, const FunctionSetting& setting)
 {
     using Callback = void (*)(sqlite3_context*, int, sqlite3_value**);
     static constexpr std::pair<const char*, Callback> functions[] = {
@@ -506,21 +514,14 @@ void addFunctions(sqlite3* database, jet::Collation collation, bool english)
         {"like", call<like>},
     };
     constexpr int anyCount = -1;
-    void* const setting = english ? database : nullptr; // any address will do
-    static constexpr jet::Collation ofUnknownWeights{};
-    const jet::Collation& order = collation == jet::general   ? jet::general
-                                  : collation == jet::turkish ? jet::turkish
-                                                              : ofUnknownWeights;
     for (const auto& [name, callback] : functions) {
         // Also what asks for the time: one query sees one moment.
         const int count = std::string_view(name) == "like" ? 2 : anyCount;
-        const bool compares = std::string_view(name) == "acc_strcomp";
         must(sqlite3_create_function_v2(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                                        compares ? const_cast<jet::Collation*>(&order) : setting, callback, nullptr,
-                                        nullptr, nullptr));
+                                        const_cast<FunctionSetting*>(&setting), callback, nullptr, nullptr, nullptr));
     }
     must(addAggregates(database));
-    must(addCollation(database, collation));
+    must(addCollation(database, setting.order));
 }
 
 } // namespace query

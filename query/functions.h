@@ -9,8 +9,12 @@
 /// them.
 namespace query {
 
-/// `collation` of the file; Turkish order where its weights are not known. Numbers in texts by Format are written with
-/// a decimal comma, or with a point where `english`. Throws files::Error (disk) when SQLite has no memory.
-void addFunctions(sqlite3* database, jet::Collation collation, bool english);
+struct FunctionSetting {
+    jet::Collation order = jet::turkish; ///< of the file: how texts are compared, folded and matched
+    bool english = false;                ///< Format writes a decimal point, not a comma
+};
+
+/// The setting lives as long as the connection. Throws files::Error (disk) when SQLite has no memory.
+void addFunctions(sqlite3* database, const FunctionSetting& setting);
 
 } // namespace query

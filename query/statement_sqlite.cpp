@@ -68,10 +68,10 @@ Connection connectionInMemory()
 class Run : private Catalogue {
 public:
     Run(jet::Database& database, bool english, bool writing, const Parameters& parameters)
-        : database_(database), parameters_(parameters), connection_(connectionInMemory()),
-          tables_(connection_.get(), writing)
+        : database_(database), parameters_(parameters), setting_{database.collation(), english},
+          connection_(connectionInMemory()), tables_(connection_.get(), writing)
     {
-        addFunctions(connection_.get(), database.collation(), english);
+        addFunctions(connection_.get(), setting_);
     }
 
     void prepare(std::string_view sql)
@@ -162,6 +162,7 @@ private:
 
     jet::Database& database_;
     const Parameters& parameters_;
+    const FunctionSetting setting_;
     Connection connection_;
     VirtualTables tables_;
     Translation translation_;

@@ -498,6 +498,24 @@ TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
     ASSERT_EQ(countOf("\n", counted.out), lines - 1);
 }
 
+class SqlInAnotherOrder : public testing::Test, protected Tool {};
+
+TEST_F(SqlInAnotherOrder, foldsLettersAsTheFileDoes)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    const std::string file = created("Genel.mdb", "general");
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nIreland\nItalya\niran\nIşıl\nİzmir\n").code, 0);
+    const auto answer = [&](const std::string& sql) { return run({"sql", file, sql}).out; };
+    ASSERT_EQ(answer("Select Count(*) As S From Cari Where Unvan Like 'i*'"), "S\r\n4\r\n");
+    ASSERT_EQ(answer("Select Count(*) As S From Cari Where Unvan Like 'I*'"), "S\r\n4\r\n");
+    ASSERT_EQ(answer("Select UCase('iıç') As U, LCase('IÇ') As L, InStr('ITIR', 'i') As P, StrComp('ç', 'd', 1) As C "
+                     "From Cari Where Unvan = 'iran'"),
+              "U,L,P,C\r\nIIÇ,iç,1,-1\r\n");
+    const std::string turkish = created();
+    ASSERT_EQ(run({"import", turkish, "Cari", "-"}, "Unvan\nIreland\niran\nİzmir\n").code, 0);
+    ASSERT_EQ(run({"sql", turkish, "Select Unvan From Cari Where Unvan Like 'i*'"}).out, "Unvan\r\niran\r\nİzmir\r\n");
+}
+
 class SqlParameters : public testing::Test, protected SqlMill {};
 
 TEST_F(SqlParameters, areWhatAQueryAsksFor)
