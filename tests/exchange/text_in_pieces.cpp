@@ -133,7 +133,9 @@ TEST_P(EncodedInPieces, isFoundAndDecoded)
         decoder.end();
         ASSERT_EQ(finder.found(), encoding) << size;
         // The mark in front is looked for in the first piece.
-        if (size >= 3) ASSERT_EQ(decoded, text) << size;
+        if (size >= 3) {
+            ASSERT_EQ(decoded, text) << size;
+        }
     }
 }
 

@@ -14,25 +14,26 @@ int rounds() { return std::max(5, numberFromEnvironment("PRESVA_ROUNDS", 15)); }
 
 /// Each writer stores its numbers one by one, and comes again where the other has kept it waiting too long. The exports
 /// are kept in files, the newest number last.
-constexpr const char* script = R"(
+constexpr const char* script = R"script(
 tool=$1 file=$2 folder=$3 rounds=$4
 writer() {
     for ((i = 1; i <= rounds; ++i)); do
-        until "$tool" sql "$file" "Insert Into Cari (Unvan, Nakit) Values ('$1', $i)" > / dev / null 2 >
-                               "$folder/$1.err";
-do grep - q kullan "$folder/$1.err" || exit 1 done done
+        until "$tool" sql "$file" "Insert Into Cari (Unvan, Nakit) Values ('$1', $i)" >/dev/null 2>"$folder/$1.err"; do
+            grep -q kullan "$folder/$1.err" || exit 1
+        done
+    done
 }
-writer Ali& first = $ !writer Veli& second = $ !exports =
-    0 while kill - 0 $first 2 > / dev / null || kill - 0 $second 2 > / dev / null;
-do
+writer Ali & first=$!
+writer Veli & second=$!
+exports=0
+while kill -0 $first 2>/dev/null || kill -0 $second 2>/dev/null; do
     "$tool" export "$file" Cari --out "$folder/$exports.csv" 2>"$folder/export.err" || exit 2
     exports=$((exports + 1))
 done
 wait $first && wait $second && echo $exports
-)";
+)script";
 
-class TwoTools : public testing::Test, protected Tool {
-    };
+class TwoTools : public testing::Test, protected Tool {};
 
 TEST_F(TwoTools, loseNoRowAndAreExportedWholeMeanwhile)
 {
