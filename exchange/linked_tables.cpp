@@ -18,16 +18,16 @@ std::vector<LinkedTable> linkedTablesOf(jet::Database& database)
     const std::size_t type = jet::systemColumn(objects, at::type, ColumnType::integer);
     const std::size_t name = jet::systemColumn(objects, at::name, ColumnType::text);
     const std::size_t foreignName = jet::systemColumn(objects, at::foreignName, ColumnType::text);
-    const std::size_t elsewhere = jet::systemColumn(objects, at::database, ColumnType::memo);
+    const std::size_t elsewhere = jet::systemColumn(objects, at::file, ColumnType::memo);
     std::vector<LinkedTable> found;
     objects.forEachRow([&](jet::RowId, const jet::RowView& row) {
         const auto kind = row.number(type);
-        if (kind != jet::linkedTable && kind != jet::linkedByOdbc) return true;
+        if (kind != jet::linkToFile && kind != jet::linkToServer) return true;
         LinkedTable table;
         row.text(name, table.name);
         row.text(foreignName, table.foreignName);
         row.text(elsewhere, table.database);
-        if (kind == jet::linkedByOdbc) table.database.clear();
+        if (kind == jet::linkToServer) table.database.clear();
         found.push_back(std::move(table));
         return true;
     });

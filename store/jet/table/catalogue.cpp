@@ -27,10 +27,10 @@ void readProperties(CatalogueEntry& entry, const RowView& row, std::size_t colum
 const char* foreignKind(int type)
 {
     switch (type) {
-    case linkedByOdbc:
-    case linkedTable:
+    case 4:
+    case 6:
         return "bağlı tablo";
-    case queryObject:
+    case 5:
         return "sorgu";
     case -32768:
         return "form";
