@@ -80,7 +80,7 @@ TEST_P(TextInPieces, hasTheSameRecords)
     }
 }
 
-TEST(TextInPieces, aRecordMayBeLongerThanAPiece)
+TEST(RecordsInPieces, aRecordMayBeLongerThanAPiece)
 {
     const std::string field(100'000, 'x');
     Pieces pieces("a,b\n\"" + field + "\"\"\r\n\",y\n1,2\n", 7);
@@ -88,7 +88,7 @@ TEST(TextInPieces, aRecordMayBeLongerThanAPiece)
     ASSERT_EQ(recordsOf(reader), (Records{{"1", "a", "b"}, {"2", "q:" + field + "\"\r\n", "y"}, {"4", "1", "2"}}));
 }
 
-TEST(TextInPieces, aQuoteThatIsNeverClosedIsNamedWithItsLine)
+TEST(RecordsInPieces, aQuoteThatIsNeverClosedIsNamedWithItsLine)
 {
     Pieces pieces("a\nb\n\"c\nd\ne\n", 4);
     CsvReader reader(pieces, ',');

@@ -185,12 +185,12 @@ TEST_F(ExportTables, filesHaveNamesThatEverySystemTakes)
     const std::string file = created();
     {
         const auto database = jet::Database::open(platform::systemDisk(), file);
-        for (const char16_t* name : {u"NUL", u"com1", u"Aux.eski", u"COM10", u"LPT0", u"Console", u"Son ", u"CON "})
+        for (const char16_t* name : {u"NUL", u"com1", u"COM10", u"LPT0", u"Console", u"Son ", u"CON "})
             database->createTable(name, {{.name = u"Ad", .type = jet::ColumnType::text, .size = 9}}, {}, {45000});
     }
     ASSERT_EQ(run({"export", file, "--all", path("tablolar")}).code, 0);
-    std::vector<std::string> wanted{"COM10.csv", "CON_.csv", "Cari.csv",      "Console.csv", "Hareket.csv",
-                                    "LPT0.csv",  "Son_.csv", "_Aux.eski.csv", "_NUL.csv",    "_com1.csv"};
+    std::vector<std::string> wanted{"COM10.csv", "CON_.csv", "Cari.csv", "Console.csv", "Hareket.csv",
+                                    "LPT0.csv",  "Son_.csv", "_NUL.csv", "_com1.csv"};
     ASSERT_EQ(filesIn(folder() / "tablolar"), wanted);
 }
 
@@ -276,7 +276,8 @@ TEST_F(ExportTables, sampleTablesComeBackFromTheirExport)
             const Outcome before = run({"export", file, name});
             if (run({"sql", file, "Delete From [" + name + "]"}).code != 0) continue;
             const Outcome loaded =
-                run({"import", file, name, "-", "--decimal", "point", "--encoding", "utf-8"}, before.out);
+                run({"import", file, name, "-", "--decimal", "point", "--encoding", "utf-8", "--empty-lines", "rows"},
+                    before.out);
             ASSERT_EQ(loaded.code, 0) << file << " " << name << ": " << loaded.err;
             // Rows may have changed their places.
             const auto sorted = [](const std::string& text) {
