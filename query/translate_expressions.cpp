@@ -371,7 +371,7 @@ Expr Translator::parameter(const std::string& name, const std::string& text, std
         notUnderstood(sql_, at, "'" + name + files::said("' kendini soruyor", "' asks for itself"));
     Translator given(text, catalogue_, depth_ + 1);
     Scope nothing;
-    const Expr value = given.expression(nothing);
+    Expr value = given.expression(nothing);
     given.end();
     return value;
 }

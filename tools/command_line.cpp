@@ -49,7 +49,7 @@ std::optional<std::string> Parsed::option(std::string_view name) const
 
 std::optional<std::string> Parsed::oneOf(std::string_view name, std::initializer_list<std::string_view> allowed) const
 {
-    const auto given = option(name);
+    auto given = option(name);
     if (!given || std::ranges::find(allowed, *given) != allowed.end()) return given;
     std::string names;
     for (const std::string_view each : allowed) names += (names.empty() ? "" : ", ") + std::string(each);
@@ -59,8 +59,10 @@ std::optional<std::string> Parsed::oneOf(std::string_view name, std::initializer
 Parsed parse(std::string_view command, Arguments arguments, std::initializer_list<std::string_view> known)
 {
     Parsed parsed;
-    const std::string help =
-        said("; yardım için: presva-mdb ", "; for help: presva-mdb ") + std::string(command) + " --help";
+    const auto refuse = [&](const std::string& word, const char* why) {
+        misused("'" + word + why + said("; yardım için: presva-mdb ", "; for help: presva-mdb ") +
+                std::string(command) + " --help");
+    };
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];
         if (!word.starts_with('-') || word.size() == 1) {
@@ -68,11 +70,10 @@ Parsed parse(std::string_view command, Arguments arguments, std::initializer_lis
             continue;
         }
         if (std::ranges::find(known, word) == known.end())
-            misused("'" + word + said("' diye bir seçenek yok", "' is no option") + help);
-        if (i + 1 == arguments.size())
-            misused("'" + word + said("' seçeneğinin değeri eksik", "' lacks its value") + help);
+            refuse(word, said("' diye bir seçenek yok", "' is no option"));
+        if (i + 1 == arguments.size()) refuse(word, said("' seçeneğinin değeri eksik", "' lacks its value"));
         if (!parsed.options.emplace(word, arguments[++i]).second)
-            misused("'" + word + said("' iki kez verilmiş", "' is given twice") + help);
+            refuse(word, said("' iki kez verilmiş", "' is given twice"));
     }
     return parsed;
 }

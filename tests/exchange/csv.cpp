@@ -8,7 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -276,7 +278,7 @@ TEST(Csv, everyDoubleComesBackExactly)
     for (std::size_t i = 0; i < texts.size(); ++i) {
         const double number = std::get<double>(numbers[i]);
         const double back = std::strtod(texts[i].c_str(), nullptr);
-        ASSERT_EQ(std::memcmp(&back, &number, sizeof number), 0) << texts[i].c_str();
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(back), std::bit_cast<std::uint64_t>(number)) << texts[i].c_str();
         ASSERT_EQ(std::get<double>(parseField({texts[i], false}, columnOf(ColumnType::doubleFloat))), number);
     }
 }
