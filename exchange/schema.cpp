@@ -105,7 +105,7 @@ public:
         for (const Relationship& each : relationships_)
             if (const std::string why = whyNot(each); !why.empty())
                 out_.put("-- " + described(each) + ": " + why + "\n");
-        for (const LinkedTable& each : linkedTablesOf(database_))
+        for (const jet::LinkedTable& each : database_.linkedTables())
             out_.put(inOneLine("-- " + quotedName(each.name) +
                                files::said(": bağlı tablo, satırları başka yerde: ",
                                            ": a linked table, its rows are elsewhere: ") +

@@ -88,7 +88,7 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
         writeRows(disk, format, folder / pathOf(names[i]), losses,
                   [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });
     std::string done = std::to_string(tables.size()) + said(" tablo yazıldı.", " tables written.");
-    for (const exchange::LinkedTable& each : exchange::linkedTablesOf(database))
+    for (const jet::LinkedTable& each : database.linkedTables())
         done += said("\nBağlı tablo yazılmadı: '", "\nLinked table, not written: '") + jet::toUtf8(each.name) + "' (" +
                 exchange::placeOf(each) + ")";
     sayDone(done);

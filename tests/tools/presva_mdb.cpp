@@ -301,7 +301,7 @@ TEST_F(PresvaMdb, aLinkedTableIsNamedAsWhatItIs)
     ASSERT_EQ(run({"export", file, "--all", path("hepsi")}).out,
               "2 tablo yazıldı.\n"
               "Bağlı tablo yazılmadı: 'Bağlı' ('C:\\Depo\\Eski.mdb' dosyasındaki 'Müşteri')\n"
-              "Bağlı tablo yazılmadı: 'Uzak' (bir ODBC kaynağındaki 'Müşteri')\n");
+              "Bağlı tablo yazılmadı: 'Uzak' (başka türden bir veritabanındaki 'Müşteri')\n");
 }
 
 TEST_F(PresvaMdb, importReadsStandardInput)
