@@ -1,13 +1,17 @@
 // Mendrik Presva: starts the one screen on the database of the program's directory.
 
 #include "app/application.h"
+#include "app/first_start_dialog.h"
 #include "app/form1.h"
 #include "app/keyboard_state.h"
 #include "app/message_boxes.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
 #include "app/theme.h"
+#include "counter/first_start.h"
+#include "files/error.h"
 #include "mill/queries.h"
+#include "platform/data_folder.h"
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
@@ -32,6 +36,10 @@ std::unique_ptr<print::PrintTarget> printTarget(const QString& folder, const QSt
     return std::make_unique<print::FolderTarget>(folder);
 }
 
+QString text(const std::filesystem::path& path) { return QString::fromStdU16String(path.generic_u16string()); }
+
+jet::DateTime now() { return {QDateTime(QDate(1899, 12, 30), QTime()).secsTo(QDateTime::currentDateTime()) / 86400.0}; }
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -53,15 +61,33 @@ int main(int argc, char** argv)
                                      u"KLASÖR"_s);
     const QCommandLineOption printElse(u"print-else"_s,
                                        u"varsayılan yazıcı yoksa fişler bu klasöre PDF olarak yazılır"_s, u"KLASÖR"_s);
-    parser.addOptions({dir, printTo, printElse});
+    const QCommandLineOption copyFrom(u"copy-from"_s, u"eski bir Yag.mdb'yi önce veri klasörüne kopyalar"_s,
+                                      u"DOSYA"_s);
+    parser.addOptions({dir, printTo, printElse, copyFrom});
     parser.process(application);
 
     app::MessageBoxes boxes;
     app::SettingsStore settings;
     store::JetDatabases databases(platform::systemDisk());
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
-    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), parser.value(printElse));
-    const QString directory = QDir(parser.value(dir)).absolutePath();
+    // Where the system has a place for a program's data there is no launcher that sees to them.
+    const auto own = platform::usersDataFolder(app::programTitle.toStdU16String());
+    const bool usual = own && !parser.isSet(dir);
+    const QString directory = usual ? text(*own) : QDir(parser.value(dir)).absolutePath();
+    if (usual || parser.isSet(copyFrom)) {
+        try {
+            std::optional<std::filesystem::path> from;
+            if (parser.isSet(copyFrom)) from = parser.value(copyFrom).toStdU16String();
+            if (!counter::ensureDatabase(platform::systemDisk(), directory.toStdU16String(), from, app::askForDatabase,
+                                         now()))
+                return 0;
+        } catch (const files::Error& error) {
+            boxes.exclamation(QString::fromUtf8(error.what()));
+            return 1;
+        }
+    }
+    const QString without = usual && !parser.isSet(printElse) ? directory + u"/fis"_s : parser.value(printElse);
+    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), without);
     store::SlipNotes slips(platform::systemDisk(),
                            (directory + u'/' + mill::text(mill::databaseFile)).toStdU16String());
     weights::WeightBook weights(platform::systemDisk(), directory.toStdU16String());
