@@ -54,7 +54,7 @@ function(presva_room name)
     foreach(header ${headers})
         string(REGEX REPLACE "\\.h$" ".cpp" source ${header})
         string(REGEX REPLACE "\\.h$" "_windows.cpp" windows_source ${header})
-        if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source} OR source IN_LIST ARGN
+        if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source} OR source IN_LIST ARGN OR windows_source IN_LIST ARGN
            OR ${CMAKE_CURRENT_SOURCE_DIR}/${source} IN_LIST ARGN
            OR ${CMAKE_CURRENT_SOURCE_DIR}/${windows_source} IN_LIST ARGN)
             list(APPEND own ${header})

@@ -5,6 +5,7 @@
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
 #include "print/queue_target.h"
+#include "tools/pdf_text.h"
 #include "tools/scenario_report.h"
 
 #include <QApplication>

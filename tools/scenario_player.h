@@ -2,10 +2,12 @@
 
 #include "app/form1.h"
 #include "store/jet_engine.h"
+#include "tools/scale_line.h"
 #include "tools/scenario_script.h"
 #include "tools/scenario_world.h"
 
 #include <QObject>
+#include <QTemporaryDir>
 #include <functional>
 #include <memory>
 

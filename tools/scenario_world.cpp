@@ -2,15 +2,6 @@
 
 #include "base/error.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-
-#include <cstdlib>
-#include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
-
 using namespace Qt::StringLiterals;
 
 namespace scenario {
@@ -56,71 +47,6 @@ void WatchedTarget::sendAndFinish(int job, const print::Document& document)
     target_->sendAndFinish(job, document);
     ++printed_;
     lastPdf_ = document.pdf;
-}
-
-ScaleLine::ScaleLine(const QString& directory)
-{
-    const QString link = directory + u"/com1"_s;
-    if (QFileInfo(link).isSymLink() || QFile::exists(link)) return;
-    link_ = link;
-    plug();
-}
-
-ScaleLine::~ScaleLine()
-{
-    if (!link_.isEmpty()) QFile::remove(link_);
-    unplug();
-}
-
-bool ScaleLine::plug()
-{
-    if (link_.isEmpty()) return false;
-    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (master < 0) return false;
-    termios raw{};
-    char name[128];
-    if (::grantpt(master) != 0 || ::unlockpt(master) != 0 || ::tcgetattr(master, &raw) != 0 ||
-        ::ptsname_r(master, name, sizeof name) != 0) {
-        ::close(master);
-        return false;
-    }
-    ::cfmakeraw(&raw);
-    ::tcsetattr(master, TCSANOW, &raw);
-    QFile::remove(link_);
-    if (!QFile::link(QFile::decodeName(name), link_)) {
-        ::close(master);
-        return false;
-    }
-    unplug();
-    master_ = master;
-    return true;
-}
-
-void ScaleLine::unplug()
-{
-    if (master_ >= 0) ::close(master_);
-    master_ = -1;
-}
-
-void ScaleLine::send(const QByteArray& bytes)
-{
-    qsizetype done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(master_, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
-        if (n <= 0) return;
-        done += n;
-    }
-}
-
-std::optional<QString> textOfPdf(const QByteArray& pdf)
-{
-    QProcess reader;
-    reader.start(u"pdftotext"_s, {u"-layout"_s, u"-"_s, u"-"_s});
-    if (!reader.waitForStarted()) return std::nullopt;
-    reader.write(pdf);
-    reader.closeWriteChannel();
-    reader.waitForFinished();
-    return QString::fromUtf8(reader.readAllStandardOutput()).simplified();
 }
 
 } // namespace scenario

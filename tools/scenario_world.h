@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QQueue>
 #include <QString>
-#include <QTemporaryDir>
 #include <memory>
 #include <optional>
 
@@ -56,30 +55,5 @@ private:
     int printed_ = 0;
     QByteArray lastPdf_;
 };
-
-/// A pseudo-terminal that stands for the scale, under the link com1 of the program's directory.
-class ScaleLine {
-public:
-    /// Does not touch a com1 that is there already; then there is no line and open() is false.
-    explicit ScaleLine(const QString& directory);
-    ~ScaleLine();
-    ScaleLine(const ScaleLine&) = delete;
-    ScaleLine& operator=(const ScaleLine&) = delete;
-
-    bool open() const { return master_ >= 0; }
-    void send(const QByteArray& bytes);
-    /// The cable is out: the link leads nowhere until plug().
-    void unplug();
-    /// Lays a new line; one that is still there breaks when the new one is ready. False if it cannot be laid, or if
-    /// com1 is somebody else's.
-    bool plug();
-
-private:
-    int master_ = -1;
-    QString link_; ///< empty: com1 is somebody else's
-};
-
-/// The text of a PDF as one line, blanks folded; asks pdftotext. Nothing when that is not installed.
-std::optional<QString> textOfPdf(const QByteArray& pdf);
 
 } // namespace scenario

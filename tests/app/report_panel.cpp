@@ -3,7 +3,7 @@
 #include "mill/queries.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/support/columns.h"
-#include "tools/scenario_world.h"
+#include "tools/pdf_text.h"
 #include <QHeaderView>
 #include <QPointingDevice>
 #include <QScrollBar>

@@ -13,9 +13,9 @@
 #include <QMap>
 #include <QRegularExpression>
 #include <QSet>
+#include <QThread>
 #include <QtTest>
 
-#include <csignal>
 #include <random>
 
 namespace {
@@ -120,7 +120,7 @@ class KilledAtTheSlip : public QObject {
         bool heard(const QByteArray& command, int times = 1)
         {
             process.waitForReadyRead(0);
-            said += process.readAllStandardOutput();
+            said += process.readAllStandardOutput().replace("\r", ""); // Windows ends its lines so
             return said.count(command + '\n') >= times;
         }
         /// False when the process ends first, or hangs.
@@ -130,7 +130,7 @@ class KilledAtTheSlip : public QObject {
             for (patience.start(); patience.elapsed() < 60000;) {
                 if (happened(*this)) return true;
                 if (process.state() == QProcess::NotRunning) return happened(*this);
-                ::usleep(100);
+                QThread::usleep(100);
             }
             return false;
         }
@@ -180,12 +180,14 @@ class KilledAtTheSlip : public QObject {
                  process->readAllStandardError().constData());
         // Every other kill waits until the slip is on paper: what comes then is short and matters most.
         if (upTo(1) == 0) {
-            ::usleep(static_cast<useconds_t>(upTo(static_cast<int>(pressMicroseconds + pressMicroseconds / 4))));
+            QThread::usleep(
+                static_cast<unsigned long>(upTo(static_cast<int>(pressMicroseconds + pressMicroseconds / 4))));
         } else {
             QVERIFY(ear.waitFor([&](Ear&) { return printed() > before + victim; }));
-            ::usleep(static_cast<useconds_t>(upTo(static_cast<int>(storeMicroseconds + storeMicroseconds / 4))));
+            QThread::usleep(
+                static_cast<unsigned long>(upTo(static_cast<int>(storeMicroseconds + storeMicroseconds / 4))));
         }
-        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+        process->kill();
         ++killed;
         QVERIFY(process->waitForFinished());
         ear.heard({});

@@ -10,9 +10,9 @@
 
 #include <QElapsedTimer>
 #include <QMap>
+#include <QThread>
 #include <QtTest>
 
-#include <csignal>
 #include <random>
 
 namespace {
@@ -122,7 +122,7 @@ private slots:
         clock.start();
         const QString fault = Counter::outcome(*process);
         QVERIFY2(fault.isEmpty(), qPrintable(fault));
-        const auto whole = static_cast<useconds_t>(clock.nsecsElapsed() / 1000);
+        const auto whole = static_cast<unsigned long>(clock.nsecsElapsed() / 1000);
         compare();
         if (QTest::currentTestFailed()) return;
 
@@ -130,8 +130,8 @@ private slots:
         for (int kill = 0; kill < kills(); ++kill) {
             process = startAtThePanel();
             QVERIFY(process);
-            ::usleep(std::uniform_int_distribution<useconds_t>(0, whole * 8 / 10)(random));
-            ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+            QThread::usleep(std::uniform_int_distribution<unsigned long>(0, whole * 8 / 10)(random));
+            process->kill();
             QVERIFY(process->waitForFinished());
             killed += process->exitStatus() == QProcess::CrashExit;
             compare();
