@@ -51,9 +51,11 @@ void applyTheme(QApplication& application)
     palette.setColor(QPalette::Highlight, QColor(0x0B, 0x3C, 0x5D));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     QApplication::setPalette(palette);
+    // Some systems have colours of their own for these, which a dark or a high-contrast scheme would turn around.
+    for (const char* kind : {"QMenu", "QMenuBar", "QToolTip", "QTipLabel"}) QApplication::setPalette(palette, kind);
 
     QFont font;
-    font.setFamilies({u"Noto Sans"_s, u"Liberation Sans"_s, u"DejaVu Sans"_s});
+    font.setFamilies({u"Noto Sans"_s, u"Liberation Sans"_s, u"DejaVu Sans"_s, u"Segoe UI"_s});
     font.setPixelSize(17);
     QApplication::setFont(font);
 

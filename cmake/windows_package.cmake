@@ -33,6 +33,9 @@ foreach(name libstdc++-6 libgcc_s_seh-1)
 endforeach()
 list(APPEND libraries /usr/x86_64-w64-mingw32/lib/libwinpthread-1.dll)
 
+# Without it Qt takes the folder above the program's for the one that its translations lie in.
+file(WRITE ${CMAKE_BINARY_DIR}/qt.conf "[Paths]\nPrefix = .\nPlugins = .\nTranslations = translations\n")
+
 set(files ${CMAKE_BINARY_DIR}/files)
 set(name ${CMAKE_BINARY_DIR}/mendrik-presva-${PROJECT_VERSION})
 add_custom_target(windows_setup
@@ -40,7 +43,7 @@ add_custom_target(windows_setup
     COMMAND ${CMAKE_COMMAND} -E make_directory ${files}/platforms ${files}/styles ${files}/translations
     COMMAND ${CMAKE_STRIP} -o ${files}/presva.exe $<TARGET_FILE:presva>
     COMMAND ${CMAKE_STRIP} -o ${files}/presva-mdb.exe $<TARGET_FILE:presva-mdb>
-    COMMAND ${CMAKE_COMMAND} -E copy ${libraries} ${files}
+    COMMAND ${CMAKE_COMMAND} -E copy ${libraries} ${CMAKE_BINARY_DIR}/qt.conf ${files}
     COMMAND ${CMAKE_COMMAND} -E copy ${PRESVA_WINDOWS_QT}/plugins/platforms/qwindows.dll ${files}/platforms
     COMMAND ${CMAKE_COMMAND} -E copy ${PRESVA_WINDOWS_QT}/plugins/styles/qwindowsvistastyle.dll ${files}/styles
     COMMAND ${CMAKE_COMMAND} -E copy /usr/share/qt6/translations/qtbase_tr.qm ${files}/translations
