@@ -79,6 +79,9 @@ with tempfile.TemporaryDirectory(prefix="presva-installed-") as name:
         if digest(installed / "presva.exe") != program or not is_held():
             fail("the running program was disturbed")
         close_counter()
+        layout = wine("reg", "query", r"HKCU\Software\VB and VBA Program Settings\Mendrik\ActiveResize").stdout
+        if "Maximized" not in layout or "True" not in layout:
+            fail(f"the closed counter has not kept its window's place in the registry: {layout}")
         if wine(setup, "/S").returncode != 0:
             fail("the closed program was not replaced")
 
