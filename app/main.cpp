@@ -1,17 +1,14 @@
 // Mendrik Presva: starts the one screen on the database of the program's directory.
 
 #include "app/application.h"
-#include "app/first_start_dialog.h"
+#include "app/first_start.h"
 #include "app/form1.h"
 #include "app/keyboard_state.h"
 #include "app/message_boxes.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
 #include "app/theme.h"
-#include "counter/first_start.h"
-#include "files/error.h"
 #include "mill/queries.h"
-#include "platform/data_folder.h"
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
@@ -35,10 +32,6 @@ std::unique_ptr<print::PrintTarget> printTarget(const QString& folder, const QSt
     QDir().mkpath(folder);
     return std::make_unique<print::FolderTarget>(folder);
 }
-
-QString text(const std::filesystem::path& path) { return QString::fromStdU16String(path.generic_u16string()); }
-
-jet::DateTime now() { return {QDateTime(QDate(1899, 12, 30), QTime()).secsTo(QDateTime::currentDateTime()) / 86400.0}; }
 
 } // namespace
 
@@ -71,22 +64,10 @@ int main(int argc, char** argv)
     store::JetDatabases databases(platform::systemDisk());
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
     // Where the system has a place for a program's data there is no launcher that sees to them.
-    const auto own = platform::usersDataFolder(app::programTitle.toStdU16String());
-    const bool usual = own && !parser.isSet(dir);
-    const QString directory = usual ? text(*own) : QDir(parser.value(dir)).absolutePath();
-    if (usual || parser.isSet(copyFrom)) {
-        try {
-            std::optional<std::filesystem::path> from;
-            if (parser.isSet(copyFrom)) from = parser.value(copyFrom).toStdU16String();
-            if (!counter::ensureDatabase(platform::systemDisk(), directory.toStdU16String(), from, app::askForDatabase,
-                                         now()))
-                return 0;
-        } catch (const files::Error& error) {
-            boxes.exclamation(QString::fromUtf8(error.what()));
-            return 1;
-        }
-    }
-    const QString without = usual && !parser.isSet(printElse) ? directory + u"/fis"_s : parser.value(printElse);
+    const std::optional<QString> own = parser.isSet(dir) ? std::nullopt : app::usersDataFolder();
+    const QString directory = own ? *own : QDir(parser.value(dir)).absolutePath();
+    if ((own || parser.isSet(copyFrom)) && !app::ensureDatabase(boxes, directory, parser.value(copyFrom))) return 1;
+    const QString without = own && !parser.isSet(printElse) ? directory + u"/fis"_s : parser.value(printElse);
     const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), without);
     store::SlipNotes slips(platform::systemDisk(),
                            (directory + u'/' + mill::text(mill::databaseFile)).toStdU16String());

@@ -54,7 +54,7 @@ def run(under_wine, program, *arguments, environment=None):
     scale = Scale(under_wine)
     answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": text_of}
     running = subprocess.Popen([under_wine, program, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                               env=dict(os.environ, PRESVA_SCENARIO_HOST="1", **(environment or {})))
+                               env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1"))
     try:
         for raw in running.stdout:
             line = raw.decode("utf-8", "replace").rstrip("\r\n")

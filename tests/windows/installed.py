@@ -47,7 +47,7 @@ def close_counter():
 with tempfile.TemporaryDirectory(prefix="presva-installed-") as name:
     folder = pathlib.Path(name)
     environment = dict(os.environ, PRESVA_WINE=str(folder / "wine"))
-    wine("wineboot", "--version")
+    wine("reg", "query", "HKCU")
     local = next((folder / "wine/drive_c/users").glob("*/AppData/Local"))
     installed = local / "Programs/Mendrik Presva"
     menu = local.parent / "Roaming/Microsoft/Windows/Start Menu/Programs/Mendrik Presva.lnk"

@@ -6,7 +6,7 @@
 #include <functional>
 #include <optional>
 
-namespace counter {
+namespace store {
 
 /// What the mill says about its data when there are none yet.
 struct FirstChoice {
@@ -22,4 +22,4 @@ bool ensureDatabase(files::Disk& disk, const std::filesystem::path& folder,
                     const std::optional<std::filesystem::path>& copyFrom, const std::function<FirstChoice()>& ask,
                     jet::DateTime now);
 
-} // namespace counter
+} // namespace store

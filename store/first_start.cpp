@@ -1,13 +1,12 @@
-#include "counter/first_start.h"
+#include "store/first_start.h"
 
 #include "files/error.h"
-#include "mill/queries.h"
 #include "mill/tables.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/restore.h"
 
-namespace counter {
+namespace store {
 
 namespace {
 
@@ -24,7 +23,7 @@ bool ensureDatabase(files::Disk& disk, const std::filesystem::path& folder,
                     const std::optional<std::filesystem::path>& copyFrom, const std::function<FirstChoice()>& ask,
                     jet::DateTime now)
 {
-    const std::filesystem::path database = store::databaseIn(disk, folder);
+    const std::filesystem::path database = databaseIn(disk, folder);
     const bool isThere = disk.exists(database);
     if (isThere && copyFrom)
         throw files::Error(files::Fault::exists, "'" + database.string() +
@@ -41,4 +40,4 @@ bool ensureDatabase(files::Disk& disk, const std::filesystem::path& folder,
     return true;
 }
 
-} // namespace counter
+} // namespace store

@@ -1,0 +1,58 @@
+#include "app/first_start.h"
+
+#include "app/message_boxes.h"
+#include "app/setting_names.h"
+#include "files/error.h"
+#include "platform/data_folder.h"
+#include "platform/system_disk.h"
+#include "store/first_start.h"
+#include <QDateTime>
+#include <QFileDialog>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+
+namespace app {
+
+namespace {
+
+store::FirstChoice ask()
+{
+    for (;;) {
+        const auto box = messageBox(nullptr, QMessageBox::Question, programTitle,
+                                    u"Bu bilgisayarda henüz veri yok.\n\nEski programın Yag.mdb dosyası kopyalanarak "
+                                    u"taşınabilir; dosyanın kendisine dokunulmaz. Yoksa boş başlanır."_s,
+                                    u"Yag.mdb taşı"_s, u"Boş başla"_s);
+        box->exec();
+        if (!box->clickedButton()) return {.leave = true, .carry = {}};
+        if (box->buttonRole(box->clickedButton()) != QMessageBox::YesRole) return {};
+        const QString file = QFileDialog::getOpenFileName(nullptr, u"Yag.mdb taşı"_s, {},
+                                                          u"Access veritabanı (*.mdb);;Tüm dosyalar (*)"_s);
+        // Cancelled: the question stands again, nothing is decided by accident.
+        if (!file.isEmpty()) return {.leave = false, .carry = std::filesystem::path(file.toStdU16String())};
+    }
+}
+
+} // namespace
+
+std::optional<QString> usersDataFolder()
+{
+    const auto folder = platform::usersDataFolder(programTitle.toStdU16String());
+    return folder ? std::optional(QString::fromStdU16String(folder->generic_u16string())) : std::nullopt;
+}
+
+bool ensureDatabase(Prompt& prompt, const QString& folder, const QString& copyFrom)
+{
+    std::optional<std::filesystem::path> from;
+    if (!copyFrom.isEmpty()) from = copyFrom.toStdU16String();
+    const qint64 seconds = QDateTime(QDate(1899, 12, 30), QTime()).secsTo(QDateTime::currentDateTime());
+    try {
+        return store::ensureDatabase(platform::systemDisk(), folder.toStdU16String(), from, ask,
+                                     jet::DateTime{static_cast<double>(seconds) / 86400.0});
+    } catch (const files::Error& error) {
+        prompt.exclamation(QString::fromUtf8(error.what()));
+        return false;
+    }
+}
+
+} // namespace app

@@ -1,0 +1,114 @@
+#include "store/first_start.h"
+
+#include "files/error.h"
+#include "files/memory_disk.h"
+#include "mill/tables.h"
+#include "store/jet/database/database.h"
+
+#include <gtest/gtest.h>
+
+using files::MemoryDisk;
+
+namespace {
+
+const std::filesystem::path folder = std::filesystem::path("users") / "Ali" / "Mendrik Presva";
+const std::filesystem::path database = folder / "Yag.mdb";
+const std::filesystem::path old = "usb/Yag.mdb";
+const jet::DateTime today{46000};
+
+/// The operator at a first start.
+struct Operator {
+    store::FirstChoice choice;
+    int asked = 0;
+
+    std::function<store::FirstChoice()> answers()
+    {
+        return [this] {
+            ++asked;
+            return choice;
+        };
+    }
+};
+
+struct FirstStart : testing::Test {
+    MemoryDisk disk;
+    Operator mill;
+
+    /// The mill's database of former times, with one customer.
+    void makeOld()
+    {
+        disk.makeFolder(old.parent_path());
+        mill::createDatabase(disk, old, jet::turkish, today);
+        jet::Database::open(disk, old)->table(u"Cari").insert({{0, std::u16string(u"Şükrü Öz")}});
+    }
+    std::uint32_t customers(const std::filesystem::path& file)
+    {
+        return jet::Database::open(disk, file, jet::Pager::Mode::readOnly)->table(u"Cari").rowCount();
+    }
+    bool start(const std::optional<std::filesystem::path>& copyFrom = {})
+    {
+        return store::ensureDatabase(disk, folder, copyFrom, mill.answers(), today);
+    }
+};
+
+TEST_F(FirstStart, makesAnEmptyDatabaseInAFolderThatIsNotThereYet)
+{
+    EXPECT_TRUE(start());
+    EXPECT_EQ(mill.asked, 1);
+    EXPECT_EQ(customers(database), 0U);
+}
+
+TEST_F(FirstStart, bringsTheDatabaseThatIsChosenAndLeavesItAsItIs)
+{
+    makeOld();
+    const auto before = disk.content(old);
+    mill.choice.carry = old;
+    EXPECT_TRUE(start());
+    EXPECT_EQ(customers(database), 1U);
+    EXPECT_EQ(disk.content(old), before);
+}
+
+TEST_F(FirstStart, asksNobodyWhereAFileIsNamed)
+{
+    makeOld();
+    EXPECT_TRUE(start(old));
+    EXPECT_EQ(mill.asked, 0);
+    EXPECT_EQ(customers(database), 1U);
+}
+
+TEST_F(FirstStart, asksNobodyWhereADatabaseIsThere)
+{
+    makeOld();
+    EXPECT_TRUE(start(old));
+    const auto before = disk.content(database);
+    EXPECT_TRUE(start());
+    EXPECT_EQ(mill.asked, 0);
+    EXPECT_EQ(disk.content(database), before);
+}
+
+TEST_F(FirstStart, replacesNoDatabase)
+{
+    makeOld();
+    EXPECT_TRUE(start());
+    const auto before = disk.content(database);
+    EXPECT_THROW(start(old), files::Error);
+    EXPECT_EQ(disk.content(database), before);
+}
+
+TEST_F(FirstStart, makesNothingWhereTheOperatorLeaves)
+{
+    mill.choice.leave = true;
+    EXPECT_FALSE(start());
+    EXPECT_FALSE(disk.exists(database));
+}
+
+TEST_F(FirstStart, leavesNothingBehindOfAFileThatIsNoDatabase)
+{
+    disk.makeFolder(old.parent_path());
+    disk.content(old).assign(8192, 0x41);
+    mill.choice.carry = old;
+    EXPECT_THROW(start(), files::Error);
+    EXPECT_FALSE(disk.exists(database));
+}
+
+} // namespace
