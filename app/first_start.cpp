@@ -23,9 +23,18 @@ store::FirstChoice ask()
                                     u"Bu bilgisayarda henüz veri yok.\n\nEski programın Yag.mdb dosyası kopyalanarak "
                                     u"taşınabilir; dosyanın kendisine dokunulmaz. Yoksa boş başlanır."_s,
                                     u"Yag.mdb taşı"_s, u"Boş başla"_s);
+        // A window that is closed, or Enter on a question that was not read, decides nothing.
+        QPushButton* leave = box->addButton(u"Vazgeç"_s, QMessageBox::RejectRole);
+        const QAbstractButton* other = box->buttons().constFirst();
+        leave->setMinimumSize(other->minimumSize());
+        leave->setFont(other->font());
+        leave->setIcon(QIcon());
+        box->setDefaultButton(leave);
+        box->setEscapeButton(leave);
         box->exec();
-        if (!box->clickedButton()) return {.leave = true, .carry = {}};
-        if (box->buttonRole(box->clickedButton()) != QMessageBox::YesRole) return {};
+        const QMessageBox::ButtonRole role = box->buttonRole(box->clickedButton());
+        if (role == QMessageBox::NoRole) return {};
+        if (role != QMessageBox::YesRole) return {.leave = true, .carry = {}};
         const QString file = QFileDialog::getOpenFileName(nullptr, u"Yag.mdb taşı"_s, {},
                                                           u"Access veritabanı (*.mdb);;Tüm dosyalar (*)"_s);
         // Cancelled: the question stands again, nothing is decided by accident.
