@@ -44,6 +44,7 @@ add_custom_target(windows_setup
     COMMAND ${CMAKE_STRIP} -o ${files}/presva.exe $<TARGET_FILE:presva>
     COMMAND ${CMAKE_STRIP} -o ${files}/presva-mdb.exe $<TARGET_FILE:presva-mdb>
     COMMAND ${CMAKE_COMMAND} -E copy ${libraries} ${CMAKE_BINARY_DIR}/qt.conf ${files}
+    COMMAND ${CMAKE_STRIP} ${files}/libstdc++-6.dll ${files}/libgcc_s_seh-1.dll ${files}/libwinpthread-1.dll
     COMMAND ${CMAKE_COMMAND} -E copy ${PRESVA_WINDOWS_QT}/plugins/platforms/qwindows.dll ${files}/platforms
     COMMAND ${CMAKE_COMMAND} -E copy ${PRESVA_WINDOWS_QT}/plugins/styles/qwindowsvistastyle.dll ${files}/styles
     COMMAND ${CMAKE_COMMAND} -E copy /usr/share/qt6/translations/qtbase_tr.qm ${files}/translations
