@@ -32,6 +32,11 @@ void Form1::getReady()
             });
             return true;
         });
+    preparation_.addForLater([this] {
+        // Before a slip and a report the totals rows are looked for; where they are the engine remembers.
+        base::passOver([this] { DataCari.database().open(mill::pressingsWhere(mill::totalsCriteria)); });
+        return true;
+    });
     preparation_.addForLater([this, reasons] {
         if (!reasons->isEmpty()) note(reasons->join(u"\n\n"_s));
         return true;
