@@ -1,6 +1,9 @@
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
+#include "store/jet/format/row_page_layout.h"
+#include "store/jet/format/system_objects.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/protection.h"
 #include "tests/jet/samples.h"
@@ -179,9 +182,9 @@ TEST_F(PresvaMdb, infoCountsTheRowsThatItCanShow)
         jet::Pager& pager = database->pager();
         jet::Transaction change(pager);
         const jet::Table& table = database->table(u"Cari");
-        jet::putU32(&pager.write(table.definitionPage())[16], 99);
+        jet::definition_layout::head::rowCount.put(pager.write(table.definitionPage()), 99);
         const jet::PageBytes page = pager.write(table.dataPages()->front());
-        page[jet::getU16(&page[14])] = 77;
+        page[jet::getU16(&page[jet::row_page_layout::slotAt(0)])] = 77;
         change.commit();
     }
     ASSERT_THAT(run({"info", file}).out, HasSubstr("Cari: 2 satır\n"));
@@ -333,9 +336,9 @@ TEST_F(PresvaMdb, checkNamesTheFault)
     std::vector<std::uint8_t> bytes = bytesOfFile(file);
     // The entry of 2025-11-21 (its key) in the leaf of the index on Tarih.
     const auto key = bytesOf("7fc0e673c000000000");
-    const auto entry = std::search(bytes.begin(), bytes.end(), key.begin(), key.end());
-    ASSERT_NE(entry, bytes.end());
-    entry[5] = 1;
+    const auto found = std::search(bytes.begin(), bytes.end(), key.begin(), key.end());
+    ASSERT_NE(found, bytes.end());
+    found[5] = 1;
     writeFile(file, bytes);
     const Outcome outcome = run({"check", file});
     ASSERT_EQ(outcome.code, 1);
@@ -389,7 +392,7 @@ TEST_F(PresvaMdb, compactCarriesAQuery)
         objects.systemObjects = &listed;
         const auto column = [&](const char16_t* name) { return *listed.columnNamed(name); };
         objects.insert(std::vector<jet::Assignment>{{column(u"Id"), std::int32_t{INT32_MIN}},
-                                                    {column(u"ParentId"), std::int32_t{0x0F000001}},
+                                                    {column(u"ParentId"), std::int32_t{jet::tablesContainer}},
                                                     {column(u"Name"), std::u16string(u"Sorgu1")},
                                                     {column(u"Type"), std::int16_t{5}}});
     }
@@ -416,10 +419,11 @@ TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)
 
     // The last page of rows is gone.
     std::vector<std::uint8_t> bytes = bytesOfFile(file);
-    std::size_t page = bytes.size() / 4096 - 1;
-    while (bytes[page * 4096] != 1) --page;
-    const int lost = bytes[page * 4096 + 12]; // its slots
-    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(page * 4096), 4096, std::uint8_t{0});
+    std::size_t start = bytes.size() - jet::pageSize;
+    const auto pageAt = [&] { return std::span(bytes).subspan(start).first<jet::pageSize>(); };
+    while (!jet::isPageOf(pageAt(), jet::PageType::row)) start -= jet::pageSize;
+    const auto lost = jet::row_page_layout::slotCount.get(pageAt());
+    std::ranges::fill(pageAt(), std::uint8_t{0});
     writeFile(file, bytes);
 
     const std::string saved = "Hareket " + std::to_string(500 - lost) + " satır";

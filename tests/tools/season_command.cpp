@@ -183,8 +183,7 @@ TEST_F(SeasonCommand, damagedRowsAreCountedAndTheRestIsShown)
     const Outcome whole = season({folder(), page()});
     EXPECT_EQ(whole.code, 0);
     // Behind the name stand the ends of the row's fields; ends beyond the row are none.
-    bytes[name + 5] = '\x7F';
-    bytes[name + 6] = '\x7F';
+    bytes.replace(name + 5, 2, "\x7F\x7F");
     writeFile(database(), bytes);
     const Outcome outcome = season({folder(), page()});
     EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
