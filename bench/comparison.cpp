@@ -17,10 +17,15 @@ struct Goal {
     const char* text;
 };
 constexpr Goal goals[] = {
-    {"search, two letters", nullptr, 5, "at most 5 ms"},       {"search, six letters", nullptr, 5, "at most 5 ms"},
-    {"search after append", nullptr, 5, "at most 5 ms"},       {"four sums", "sqlite", 0.5, "at most half of SQLite"},
-    {"export", "libmdb", 0.1, "ten times as fast as libmdb"},  {"append", "sqlite", 1, "no slower than SQLite"},
+    {"search, two letters", nullptr, 5, "at most 5 ms"},
+    {"search, six letters", nullptr, 5, "at most 5 ms"},
+    {"search after append", nullptr, 5, "at most 5 ms"},
+    {"four sums", "sqlite", 0.5, "at most half of SQLite"},
+    {"export", "libmdb", 0.1, "ten times as fast as libmdb"},
+    {"append", "sqlite", 1, "no slower than SQLite"},
     {"append, indexed", "sqlite", 1, "no slower than SQLite"},
+    {"open, first row", nullptr, 0.5, "at most 0.5 ms"},
+    {"first write", nullptr, 60, "at most 60 ms"},
 };
 
 struct Answer {

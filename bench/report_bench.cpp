@@ -420,8 +420,8 @@ int main(int argc, char** argv)
              "there is no print scheduler");
         CountingTarget printer;
         Task::printHead();
-        measureReports(files.indexed(), files.sqliteIndexed(), ", indexed", 20, runs, printer);
-        measureReports(files.plain(), files.sqlitePlain(), "", 150, runs, printer);
+        measureReports(files.indexed(), files.sqliteIndexed(), ", indexed", 16, runs, printer);
+        measureReports(files.plain(), files.sqlitePlain(), "", 100, runs, printer);
         measureScrolling(files.plain(), printer);
         measureStatement(files.indexed(), runs, printer);
     } catch (const std::exception& error) {
