@@ -28,7 +28,7 @@ std::string nameOf(const CustomerAmounts& customer)
 }
 
 /// Columns of amounts get their digits behind the comma: two where any figure needs them.
-void settleDecimals(Section& section)
+void chooseDecimals(Section& section)
 {
     for (std::size_t i = 0; i < section.columns.size(); ++i) {
         Column& column = section.columns[i];
@@ -246,7 +246,7 @@ Report describe(const Reading& reading, const std::string& source, double now)
     }
     if (figures.seasons.size() > 1 || (figures.days.empty() && !figures.seasons.empty()))
         report.sections.push_back(seasons(figures));
-    for (Section& section : report.sections) settleDecimals(section);
+    for (Section& section : report.sections) chooseDecimals(section);
     return report;
 }
 

@@ -14,7 +14,7 @@ namespace errors = base::errors;
 class TestQueries : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
 
     void spellsTheStatements()
     {

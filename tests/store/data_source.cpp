@@ -24,7 +24,7 @@ class TestDataSource : public QObject {
 
     std::optional<MillFile> file;
 
-private Q_SLOTS:
+private slots:
     void init() { file.emplace(); }
     void cleanup() { file.reset(); }
 

@@ -41,7 +41,7 @@ Q_DECLARE_METATYPE(FieldValue)
 class TestFields : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
 
     void captionsShowValuesByTheMarksOfTheSettings_data()
     {

@@ -43,7 +43,7 @@ class TestRecordSet : public QObject {
 
     std::optional<Register> cari;
 
-private Q_SLOTS:
+private slots:
     void init() { cari.emplace(); }
     void cleanup() { cari.reset(); }
 

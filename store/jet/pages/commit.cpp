@@ -165,7 +165,7 @@ void Commit::openJournal()
             opened = disk_.open(journalPath_, Disk::Access::readWrite);
         } catch (const Error& error) {
             if (error.fault() != Fault::noPermission) throw;
-            disk_.remove(journalPath_); // another account's, and settled when the database was opened
+            disk_.remove(journalPath_); // another account's, and dealt with when the database was opened
         }
     }
     if (!opened) opened = disk_.open(journalPath_, Disk::Access::createNew);

@@ -58,7 +58,7 @@ std::unique_ptr<File> LeftOverJournal::openFound(Disk::Access access)
     }
 }
 
-void LeftOverJournal::settleAsWriter(File& file)
+void LeftOverJournal::repairAsWriter(File& file)
 {
     bool strikable = true;
     std::unique_ptr<File> found;
@@ -94,7 +94,7 @@ void LeftOverJournal::settleAsWriter(File& file)
     succeeds([&] { disk_.remove(path_); });
 }
 
-std::optional<LeftOverJournal::Unapplied> LeftOverJournal::settleAsReader(File& file)
+std::optional<LeftOverJournal::Unapplied> LeftOverJournal::repairAsReader(File& file)
 {
     // While a reader holds its lock no commit can be under way: a journal that counts was left by a crash.
     const auto deadline = std::chrono::steady_clock::now() + longestWait;
@@ -114,7 +114,7 @@ std::optional<LeftOverJournal::Unapplied> LeftOverJournal::settleAsReader(File& 
         if (!repaired) return Unapplied{std::move(found), *header};
         file.lock(File::Lock::none);
         if (repaired->lock(File::Lock::writer)) {
-            settleAsWriter(*repaired);
+            repairAsWriter(*repaired);
             repaired->lock(File::Lock::none);
         } else if (std::chrono::steady_clock::now() >= deadline) {
             throw inUse(database_);

@@ -27,7 +27,7 @@ public:
     LeftOverJournal(Disk& disk, const std::filesystem::path& database);
 
     /// With the writer lock held, which stays. Throws inUse where a reader does not leave, disk.
-    void settleAsWriter(File& file);
+    void repairAsWriter(File& file);
 
     /// A journal that counts, beside a file that may not be written: whoever reads must put its pages in their places.
     struct Unapplied {
@@ -36,7 +36,7 @@ public:
     };
     /// Takes the reader lock and keeps it. Repairs the file itself where that is allowed: a second reader must not find
     /// the journal again. Throws inUse, disk.
-    std::optional<Unapplied> settleAsReader(File& file);
+    std::optional<Unapplied> repairAsReader(File& file);
 
 private:
     std::unique_ptr<File> openFound(Disk::Access access);

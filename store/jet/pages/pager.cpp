@@ -124,7 +124,7 @@ void Pager::State::openForWriting()
     if (protectionOf(*file) != Protection::none) return file.reset();
     writable = true;
     patiently([&] { session.emplace(disk, path); });
-    LeftOverJournal(disk, path).settleAsWriter(*file);
+    LeftOverJournal(disk, path).repairAsWriter(*file);
     readPages({});
 }
 
@@ -135,7 +135,7 @@ void Pager::State::openForReading()
     const bool strangers = person && !file->writerElsewhere();
     // Whoever is at work there would not take it kindly if the file were put right under his hands.
     if (strangers && disk.exists(journalPathOf(disk, path))) throw inUse(path, *person);
-    const auto unapplied = LeftOverJournal(disk, path).settleAsReader(*file);
+    const auto unapplied = LeftOverJournal(disk, path).repairAsReader(*file);
     auto reader = std::make_unique<ReaderFile>(disk, std::move(file), path);
     if (strangers) reader->copyInAQuietMoment();
     file = std::move(reader);

@@ -31,7 +31,7 @@ namespace jet {
 /// - Pages are loaded when first asked for and stay in memory while the file is open, so a view is valid until the
 ///   next rollback() or the end of the Pager; a transaction's writes show through existing views.
 ///
-/// Its parts: LeftOverJournal settles what a crash left behind, PageMemory holds the pages and what the transaction
+/// Its parts: LeftOverJournal repairs what a crash left behind, PageMemory holds the pages and what the transaction
 /// has written over, Commit brings that to the file, SnapshotList serves those who read the state of a moment ago.
 ///
 /// Invariants, asserted by Pager::State::assertState() after opening, begin(), write(), extendTo(), before and after
@@ -50,7 +50,7 @@ class Pager {
 public:
     enum class Mode { readOnly, readWrite };
 
-    /// Opens the file, settles a journal left by a crash, and takes the lock, for which it waits up to two seconds.
+    /// Opens the file, repairs it by a journal that a crash left, and takes the lock, for which it waits up to two seconds.
     /// Asked for readWrite on a file that is protected, or may only be read, it opens read-only (see whyNotWritable()).
     /// Checks size only; the header is Database's.
     /// Throws notFound, isFolder, noPermission, notADatabase, oldFormat, cutShort, inUse, disk.

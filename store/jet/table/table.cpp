@@ -59,7 +59,7 @@ void Table::State::forgetAll()
 {
     highestAutoNumber = 0;
     countIsStale = false;
-    countSettledAt.reset();
+    countRightAt.reset();
     pagesChangedAt.reset();
     emptyPages.clear();
     emptyPagesAt.reset();

@@ -293,11 +293,11 @@ void countRows(Table::State& table, std::int32_t difference)
     if (difference == 0 && !table.countIsStale) return;
     Pager& pager = table.pager;
     const PageBytes page = pager.write(table.definition.page);
-    if (table.countIsStale && table.countSettledAt != pager.changeCount()) {
+    if (table.countIsStale && table.countRightAt != pager.changeCount()) {
         // The change itself is in the pages already, so what is counted here includes it.
         const std::uint32_t rows = table.liveRows();
         table.countIsStale = rowCount.get(page) + static_cast<std::uint32_t>(difference) != rows;
-        table.countSettledAt = pager.changeCount();
+        table.countRightAt = pager.changeCount();
         rowCount.put(page, rows);
         return;
     }

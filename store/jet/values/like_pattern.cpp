@@ -133,7 +133,7 @@ template <class UnitAt> bool LikePattern::run(std::size_t length, UnitAt unitAt)
 
 bool LikePattern::matches(std::u16string_view text) const
 {
-    // Asked for every row of a table: which letters these are is settled before.
+    // Asked for every row of a table: which letters these are is found out before.
     if (order_ == turkish) return run(text.size(), [text](std::size_t at) { return foldTurkish(text[at]); });
     return run(text.size(), [text, this](std::size_t at) { return foldCase(text[at], order_); });
 }
