@@ -90,6 +90,9 @@ RowTable<RuleRow> ruleVerdicts()
     row(u"Is Null Or Not Like \"*[!0-9]*\"", text(u"12a"), broken);
     row(u"Is Null Or Not Like \"*[!0-9]*\"", {}, allowed);
     row(u"Is Not Null", {}, broken);
+    row(u"Not Null", {}, broken);
+    row(u"Not Null", 7.0, allowed);
+    row(u"Null", 7.0, broken);
     row(u">5", {}, allowed); // unknown
     row(u">5 And Is Not Null", {}, broken);
     row(u"<Date()", *dateTime(2025, 11, 19), allowed);
@@ -310,6 +313,7 @@ RowTable<RuleOrderRow> rulesOfOtherAlphabets()
     row(french, u"=\"Oui\" Or \"Non\"", u"oui", allowed);
     row(french, u"=\"Oui\" Or \"Non\"", u"peut", broken);
     row(french, u"=\"i\"", u"I", allowed);
+    row(french, u"<>\"A\"", u"A ", notUnderstood);
     row(french, u"<>\"\"", u"a", allowed);
     row(french, u">\"a\"", u"b", notUnderstood);
     row(french, u">=\"a\"", u"A", allowed);
@@ -346,6 +350,9 @@ TEST(RuleValue, isWhatTheExpressionSays)
     ASSERT_EQ(value(u"Now()"), Value(now));
     ASSERT_EQ(value(u"Date()+1"), Value(*dateTime(2025, 11, 21)));
     ASSERT_EQ(value(u"Null"), Value());
+    ASSERT_EQ(value(u"12345678901.2345"), Value(12345678901.2345));
+    ASSERT_EQ(faultOf([&] { value(u"123456789012345.6789"); }), Fault::unsupported); // a double ends in ...6768
+    ASSERT_EQ(faultOf([&] { value(u"1" + std::u16string(2048, u' ')); }), Fault::unsupported);
     const Rule number(u"=100000", Rule::Kind::value, {u"Tablo", turkish});
     ASSERT_EQ(number.text({nullptr, {}, now}), Value(std::u16string(u"100000")));
     const Rule decimal(u"0.5", Rule::Kind::value, {u"Tablo", turkish});
@@ -542,6 +549,9 @@ RowTable<UnreadablePropertiesRow> unreadableProperties()
         {"a rule that is no text",
          {[](Bytes& b) { record::type.put(Parts(b).record, static_cast<unsigned>(ColumnType::longInteger)); }}},
         {"a rule for a column that is not there", {[](Bytes& b) { *(Parts(b).name + layout::textLength.size) = 'X'; }}},
+        {"empty texts refused in a column that is not there", {[](Bytes& b) {
+             b = properties::bytesOf({{{u"X", {{u"AllowZeroLength", false}}}}});
+         }}},
         {"cut off", {[](Bytes& b) { b.pop_back(); }}},
     };
 }
@@ -570,6 +580,15 @@ TEST_P(UnreadableProperties, refuseWritingAndAreNamedByTheCheck)
     const CheckResult result = checkDatabase(*database);
     ASSERT_TRUE(result.ok());
     ASSERT_THAT(result.warnings, testing::Contains(HasSubstr("\"Kural\"")));
+}
+
+TEST_F(RuledTable, anAutomaticGuidIsNeverEmptied)
+{
+    make({{.name = u"A", .type = ColumnType::guid}, {.name = u"B", .type = ColumnType::longInteger}},
+         {{{u"A", {{u"DefaultValue", u"GenGUID()"}}}}});
+    const RowId row = table().insert({{1, std::int32_t{5}}});
+    ASSERT_FALSE(isNull(table().row(row)->value(0)));
+    ASSERT_EQ(faultOf([&] { table().update(row, {{0, Value()}}); }), Fault::required);
 }
 
 TEST_F(RuledTable, propertiesWhosePagesAreDamagedRefuseWriting)

@@ -27,7 +27,7 @@ Value Rule::value(const RuleSubject& subject) const
     struct Given {
         Value operator()(Null) const { return {}; }
         Value operator()(bool flag) const { return flag; }
-        Value operator()(const RuleNumber& number) const { return number.value(); }
+        Value operator()(const RuleNumber& number) const { return number.toWrite(); }
         Value operator()(DateTime moment) const { return moment; }
         Value operator()(const std::u16string& text) const { return text; }
         Value operator()(Opaque) const { throwNotUnderstood("sonucu yazılabilecek bir değer değil"); }

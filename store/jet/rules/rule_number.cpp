@@ -53,6 +53,14 @@ RuleNumber::RuleNumber(Wide digits, unsigned scale, double slack) : digits_(digi
     value_ = static_cast<double>(value / unit);
 }
 
+double RuleNumber::toWrite() const
+{
+    const auto most = static_cast<Wide>(firstOf16Digits);
+    if (origin_ == Origin::decimal && (digits_ >= most || digits_ <= -most))
+        throwNotUnderstood("on beş haneden uzun sayı");
+    return value_;
+}
+
 RuleNumber RuleNumber::of(Currency money) { return {Wide{money.tenThousandths}, decimalsOfCurrency, 0}; }
 
 RuleNumber RuleNumber::of(const Numeric& number)

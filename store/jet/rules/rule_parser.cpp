@@ -16,6 +16,8 @@ using Op = Node::Op;
 
 /// Deeper nesting than anybody writes.
 constexpr int maxDepth = 64;
+/// Characters; Access takes no longer rule.
+constexpr std::size_t longestRule = 2048;
 
 enum class Kind { end, word, name, text, number, date, mark };
 
@@ -268,6 +270,11 @@ private:
         if ((node.op >= Op::equal && node.op <= Op::isNull) || isQuestion || speaksOfFields(node)) return node;
         Node own;
         own.op = Op::own;
+        if (node.op == Op::value && jet::isNull(node.content)) { // "Not Null" asks for a value
+            std::vector<Node> parts;
+            parts.push_back(std::move(own));
+            return Parser::node(Op::isNull, std::move(parts));
+        }
         return pair(Op::equal, std::move(own), std::move(node));
     }
 
@@ -449,6 +456,7 @@ void throwNotUnderstood(const std::string& what) { throw Error(Fault::unsupporte
 
 Rule::Node parseRule(std::u16string_view text, Rule::Kind kind, const RuleHome& home)
 {
+    if (text.size() > longestRule) throwNotUnderstood("çok uzun");
     return Parser(text, kind, home).whole();
 }
 

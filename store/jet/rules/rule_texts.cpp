@@ -70,7 +70,11 @@ std::partial_ordering orderOfTexts(std::u16string_view a, std::u16string_view b,
         return std::partial_ordering::equivalent;
     }
     if (!std::ranges::all_of(a, isPlain) || !std::ranges::all_of(b, isPlain)) throwUnsureOrder(a, b);
-    if (foldCase(a, order) != foldCase(b, order)) return std::partial_ordering::unordered;
+    const auto withoutBlanks = [](std::u16string_view text) { return text.substr(0, text.find_last_not_of(u' ') + 1); };
+    if (foldCase(a, order) != foldCase(b, order)) {
+        if (foldCase(withoutBlanks(a), order) == foldCase(withoutBlanks(b), order)) throwUnsureOrder(a, b);
+        return std::partial_ordering::unordered;
+    }
     for (std::size_t i = 0; i < a.size(); ++i)
         if (a[i] != b[i] && !isSure(a[i], order)) throwUnsureOrder(a, b);
     return std::partial_ordering::equivalent;

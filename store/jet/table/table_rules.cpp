@@ -45,7 +45,7 @@ Collation orderOf(const std::vector<Column>& columns)
 
 bool isDemanding(const ColumnProperties& column)
 {
-    return column.required || !column.rule.empty() || !column.defaultValue.empty();
+    return column.required || !column.emptyTextAllowed || !column.rule.empty() || !column.defaultValue.empty();
 }
 
 } // namespace

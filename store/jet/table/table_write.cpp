@@ -441,7 +441,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values, UpdateRu
         assert(each.column < columns.size());
         const Column& column = columns[each.column];
         const Value& value = inTypeOf(column, each.value, name, converted[each.column]);
-        if (isNull(value) && (column.required || column.autoNumber)) throwRequired(*this, column);
+        if (isNull(value) && (column.required || column.autoNumber || column.autoGuid)) throwRequired(*this, column);
         if (!column.emptyTextAllowed && isEmptyText(value)) throwEmptyText(*this, column);
         std::erase_if(draft.outside, [&](const Outside& waiting) { return waiting.column == each.column; });
         setField(*this, draft, each.column, value);
