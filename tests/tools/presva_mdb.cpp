@@ -278,7 +278,7 @@ TEST_F(PresvaMdb, aLinkedTableIsNamedAsWhatItIs)
         const auto column = [&](const char16_t* name) { return *listed.columnNamed(name); };
         const auto add = [&](std::int32_t id, const char16_t* name, std::int16_t type, std::u16string elsewhere) {
             std::vector<jet::Assignment> fields{{column(u"Id"), id},
-                                                {column(u"ParentId"), std::int32_t{0x0F000001}},
+                                                {column(u"ParentId"), std::int32_t{jet::tablesContainer}},
                                                 {column(u"Name"), std::u16string(name)},
                                                 {column(u"ForeignName"), std::u16string(u"Müşteri")},
                                                 {column(u"Type"), type}};
