@@ -30,6 +30,7 @@
 #include "reports/period.h"
 #include "scale/drain_socket.h"
 #include "scale/serial_device.h"
+#include "scale/stored_port.h"
 #include "scale/terazi_comm.h"
 #include "store/backups.h"
 #include "store/data_source.h"
@@ -300,9 +301,7 @@ private:
     /// Where serial devices are looked for, and where is kept which adapter a port number stands for.
     platform::SerialPortPlaces portPlaces() const;
     scale::AdapterMemory adapterMemory();
-    scale::ReadingChoice storedReading() const;
-    /// Stored settings of the port that cannot be used: told, and the port stays closed.
-    void refusePort(const base::RuntimeError& error);
+    scale::StoredSetting storedSetting() const;
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
     /// What the operator must come to see, in a box; the status line no longer says it.

@@ -1,9 +1,10 @@
 // What always holds between two actions of the form. Our own bug where it does not: only builds with asserts look.
 
+#include "app/counter_screen.h"
 #include "app/form1.h"
-#include "base/numbers.h"
-#include "base/patterns.h"
+#include "base/pass_over.h"
 #include "mill/queries.h"
+#include "pressing/displays.h"
 #include "pressing/rules.h"
 
 #include <cassert>
@@ -60,23 +61,27 @@ void Form1::checkInvariants() const
 void Form1::checkPay([[maybe_unused]] int Index) const
 {
 #ifndef NDEBUG
-    const base::Regional& regional = surroundings_.regional;
-    const auto shown = [&](const FieldLabel* display) -> std::optional<double> {
-        const QString& text = display->caption();
-        if (!text.isEmpty() && !base::isNumeric(text, regional)) return std::nullopt;
-        return base::displayValue(text, regional);
+    using namespace pressing;
+    const auto shown = [&]<class Amount>(Display<Amount> display) {
+        std::optional<Amount> amount; // nothing where the text is no number
+        base::passOver([&] { amount = read(*counter_, display, Index); });
+        return amount;
     };
-    const auto oil = shown(Label3[Index]), entitlement = shown(HakTut[Index]), left = shown(Verilen[Index]);
-    const auto fee = shown(NakitLbl[Index]);
+    const auto oil = shown(displays::oil), entitlement = shown(displays::entitlement);
+    const auto left = shown(displays::handedOver);
+    const auto fee = shown(displays::fee);
 
     // 8
-    if (oil && entitlement && left)
-        assert(*left ==
-               base::displayValue(base::formatNumber(*oil - *entitlement, base::wholePattern, regional), regional));
+    if (oil && entitlement && left) {
+        const base::Regional& regional = surroundings_.regional;
+        const QString rounded =
+            base::formatNumber(mill::handedOutFor(*oil - *entitlement).value, base::wholePattern, regional);
+        assert(*left == Litre{base::displayValue(rounded, regional)});
+    }
 
     // 9
-    if (Frame3[Index]->visible()) assert(!fee || *fee == 0);
-    if (!Frame3[Index]->visible()) assert(!entitlement || *entitlement == 0);
+    if (Frame3[Index]->visible()) assert(!fee || *fee == Lira{0});
+    if (!Frame3[Index]->visible()) assert(!entitlement || *entitlement == Kilogram{0});
 #endif
 }
 

@@ -67,7 +67,7 @@ void Form1::composeSampleSlip()
     sample.now = surroundings_.now();
     sample.font = printFont();
     sample.headerItems = print::headerItems(surroundings_.directory);
-    sample.countContainers = [] { return 5.0; };
+    sample.countContainers = [] { return mill::Litre{5}; };
     print::composeSlip(printer, sample, surroundings_.regional);
     printer.takeDoc();
 }

@@ -16,10 +16,10 @@ namespace app {
 print::PrintFont Form1::printFont() const
 {
     const SettingsStore& settings = surroundings_.settings;
-    return {settings.get(programTitle, propertiesSection, u"Font"_s, u"Arial"_s),
-            settings.get(programTitle, propertiesSection, u"Size"_s, u"8"_s),
-            settings.get(programTitle, propertiesSection, u"Bold"_s, u"False"_s),
-            settings.get(programTitle, propertiesSection, u"Ital"_s, u"False"_s)};
+    return {settings.get(programTitle, propertiesSection, setting_keys::font, u"Arial"_s),
+            settings.get(programTitle, propertiesSection, setting_keys::fontSize, u"8"_s),
+            settings.get(programTitle, propertiesSection, setting_keys::bold, u"False"_s),
+            settings.get(programTitle, propertiesSection, setting_keys::italic, u"False"_s)};
 }
 
 void Form1::YazCmd_Click(int Index)
@@ -33,7 +33,7 @@ void Form1::YazCmd_Click(int Index)
     slip.handedOver = Verilen[current]->caption();
     slip.shareInOil = pressing::entitlementOfCurrent(*counter_);
     slip.font = printFont();
-    slip.countContainers = [this, current] { return pressing::countContainers(*counter_, current).value; };
+    slip.countContainers = [this, current] { return pressing::countContainers(*counter_, current); };
     status->setNotice({});
     const counter::SlipOutcome outcome = slipRoad_.printAndBook(std::move(slip), origins_.of(current));
     if (outcome.printed) KapFrm[Index]->setVisible(Sayac->checked());
@@ -56,11 +56,11 @@ void Form1::YazFont_Click()
         const std::optional<FontChoice> chosen = surroundings_.prompt.chooseFont(choice);
         if (chosen) {
             SettingsStore& settings = surroundings_.settings;
-            settings.save(programTitle, propertiesSection, u"Font"_s, chosen->name);
-            settings.save(programTitle, propertiesSection, u"Size"_s,
+            settings.save(programTitle, propertiesSection, setting_keys::font, chosen->name);
+            settings.save(programTitle, propertiesSection, setting_keys::fontSize,
                           base::numberToText(chosen->size, surroundings_.regional));
-            settings.saveFlag(programTitle, propertiesSection, u"Bold"_s, chosen->bold);
-            settings.saveFlag(programTitle, propertiesSection, u"Ital"_s, chosen->italic);
+            settings.saveFlag(programTitle, propertiesSection, setting_keys::bold, chosen->bold);
+            settings.saveFlag(programTitle, propertiesSection, setting_keys::italic, chosen->italic);
         }
     } catch (const base::RuntimeError&) {
         // Any error ends the command where it is, as a cancel does.
@@ -71,7 +71,7 @@ void Form1::YazFont_Click()
 void Form1::Sayac_Click()
 {
     Sayac->setChecked(!Sayac->checked());
-    surroundings_.settings.saveFlag(programTitle, propertiesSection, u"Sayac"_s, Sayac->checked());
+    surroundings_.settings.saveFlag(programTitle, propertiesSection, setting_keys::countsContainers, Sayac->checked());
 }
 
 } // namespace app

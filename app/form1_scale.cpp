@@ -7,8 +7,9 @@
 #include "base/pass_over.h"
 #include "pressing/kept_displays.h"
 #include "scale/frm_properties.h"
+#include "scale/setting_keys.h"
 #include "scale/weight_line.h"
-#include "store/field_value.h"
+#include "store/moment.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -30,9 +31,8 @@ public:
     {
         pressing::allOrNothing(counter_, [&] { form_.Label2[index_]->setCaption(caption); });
         if (!form_.TeraziComm->lastLineIsWhole()) return; // half a line, which clears the weight
-        const auto now = store::FieldValue::date(form_.surroundings().now());
         form_.origins().weighed(index_, form_.TeraziComm->lastLine().toStdString(),
-                                std::get<store::DateDays>(now.raw()).days);
+                                store::daysOf(form_.surroundings().now()));
     }
     bool isEnabled() const override { return form_.Frame1[index_]->enabled(); }
 
@@ -76,9 +76,9 @@ platform::SerialPortPlaces Form1::portPlaces() const
 
 scale::AdapterMemory Form1::adapterMemory()
 {
-    return {[this] { return surroundings_.settings.get(programTitle, propertiesSection, u"Adaptor"_s, {}); },
+    return {[this] { return storedSetting()(scale::setting_keys::adapter); },
             [this](const QString& text) {
-                surroundings_.settings.save(programTitle, propertiesSection, u"Adaptor"_s, text);
+                surroundings_.settings.save(programTitle, propertiesSection, scale::setting_keys::adapter, text);
             }};
 }
 
@@ -109,52 +109,18 @@ scale::EventOutcome Form1::TeraziComm_OnComm()
 void Form1::PortAc()
 {
     portFault_.clear();
-    base::passOver([&] {
-        if (TeraziComm->portOpen()) TeraziComm->setPortOpen(false);
-    });
-    const SettingsStore& settings = surroundings_.settings;
-    const auto stored = [&](const QString& key) { return settings.get(programTitle, propertiesSection, key, {}); };
-
-    if (const QString line = stored(u"Settings"_s); !line.isEmpty()) {
-        try {
-            TeraziComm->setSettings(line);
-        } catch (const base::RuntimeError& error) {
-            return refusePort(error);
-        }
-    }
-    // A bad port number says nothing here; it shows, if at all, in a port that does not open.
-    if (const QString number = stored(u"CommPort"_s); !number.isEmpty())
-        base::passOver([&] { TeraziComm->setCommPort(base::toInt16(number, surroundings_.regional)); });
-    if (const QString mode = stored(u"Handshaking"_s); !mode.isEmpty()) {
-        try {
-            TeraziComm->setHandshaking(base::toInt32(mode, surroundings_.regional));
-        } catch (const base::RuntimeError& error) {
-            return refusePort(error);
-        }
-    }
-    const scale::ReadingChoice reading = storedReading();
-    // Read as it is, a line in a format that nobody knows would show another weight.
-    if (!reading.format.isEmpty() && !scale::formatOf(reading)) {
-        portFault_ = u"biçimi bilinmiyor (%1), Port Ayarları'ndan seçin"_s.arg(reading.format);
-        return showPortState();
-    }
-    TeraziComm->readAs(reading, surroundings_.regional);
-    base::passOver([&] { TeraziComm->setPortOpen(true); });
-}
-
-scale::ReadingChoice Form1::storedReading() const
-{
-    const auto stored = [this](const QString& key) {
-        return surroundings_.settings.get(programTitle, propertiesSection, key, {});
-    };
-    return {stored(u"Bicim"_s), stored(u"Duran"_s) == flagText(true)};
-}
-
-void Form1::refusePort(const base::RuntimeError& error)
-{
-    portFault_ = u"port ayarları geçersiz"_s;
+    const auto refusal = scale::openStored(
+        *TeraziComm, storedSetting(), surroundings_.regional,
+        [this](const scale::ReadingChoice& choice) { TeraziComm->readAs(choice, surroundings_.regional); });
+    if (!refusal) return;
+    portFault_ = refusal->why;
     showPortState();
-    surroundings_.prompt.exclamation(error.text());
+    if (refusal->told) surroundings_.prompt.exclamation(refusal->told->text());
+}
+
+scale::StoredSetting Form1::storedSetting() const
+{
+    return [this](const QString& key) { return surroundings_.settings.get(programTitle, propertiesSection, key, {}); };
 }
 
 scale::PropertiesDoors Form1::propertiesDoors()
@@ -164,7 +130,7 @@ scale::PropertiesDoors Form1::propertiesDoors()
     doors.save = [this](const QString& key, const QString& text) {
         surroundings_.settings.save(programTitle, propertiesSection, key, text);
     };
-    doors.reading = storedReading();
+    doors.reading = scale::storedReading(storedSetting());
     doors.readAs = [this](const scale::ReadingChoice& choice) { TeraziComm->readAs(choice, surroundings_.regional); };
     doors.regional = surroundings_.regional;
     doors.devices = surroundings_.serialDevice;
@@ -188,7 +154,7 @@ void Form1::Bağlantı_Click()
 {
     scaleFaultTold_ = false;
     Bağlantı->setChecked(!Bağlantı->checked());
-    surroundings_.settings.saveFlag(programTitle, propertiesSection, u"Baglan"_s, Bağlantı->checked());
+    surroundings_.settings.saveFlag(programTitle, propertiesSection, setting_keys::connected, Bağlantı->checked());
     if (Bağlantı->checked()) {
         PortAc();
     } else {

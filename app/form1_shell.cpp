@@ -130,15 +130,15 @@ void Form1::Form_Activate()
     goOn([&] { DTPickerBas->setValue(today); });
     goOn([&] { DTPickerSon->setValue(today); });
     const SettingsStore& settings = surroundings_.settings;
-    goOn([&] { CapsDurum = settings.flag(surroundings_.executable, keypadSection, u"Caps"_s); });
+    goOn([&] { CapsDurum = settings.flag(surroundings_.executable, keypadSection, setting_keys::capitals); });
     showKeyCase();
     CapsAyarla(CapsDurum);
 
     workAt(0); // exactly one label is cyan, also after a dialog was opened from another field
     endNameTyping();
 
-    goOn([&] { Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, u"Baglan"_s)); });
-    goOn([&] { Sayac->setChecked(settings.flag(programTitle, propertiesSection, u"Sayac"_s)); });
+    goOn([&] { Bağlantı->setChecked(settings.flag(programTitle, propertiesSection, setting_keys::connected)); });
+    goOn([&] { Sayac->setChecked(settings.flag(programTitle, propertiesSection, setting_keys::countsContainers)); });
     if (Bağlantı->checked()) PortAc();
     if (failed) throw base::RuntimeError(*failed);
 }
@@ -154,7 +154,7 @@ void Form1::toggleCapitals()
 {
     CapsDurum = !CapsDurum;
     CapsAyarla(CapsDurum);
-    surroundings_.settings.saveFlag(surroundings_.executable, keypadSection, u"Caps"_s, CapsDurum);
+    surroundings_.settings.saveFlag(surroundings_.executable, keypadSection, setting_keys::capitals, CapsDurum);
     showKeyCase();
 }
 

@@ -1,6 +1,7 @@
 #include "app/settings_store.h"
 
 #include "base/error.h"
+#include "base/flag_text.h"
 #include "base/numbers.h"
 #include <QCoreApplication>
 #include <QDir>
@@ -171,15 +172,13 @@ void SettingsStore::save(const QString& application, const QString& section, con
 
 bool SettingsStore::flag(const QString& application, const QString& section, const QString& key, bool otherwise) const
 {
-    return base::flagOf(get(application, section, key, flagText(otherwise)));
+    return base::flagOf(get(application, section, key, base::flagText(otherwise)));
 }
 
 void SettingsStore::saveFlag(const QString& application, const QString& section, const QString& key, bool value)
 {
-    save(application, section, key, flagText(value));
+    save(application, section, key, base::flagText(value));
 }
-
-QString flagText(bool value) { return value ? u"True"_s : u"False"_s; }
 
 QString executableName() { return QFileInfo(QCoreApplication::applicationFilePath()).completeBaseName(); }
 

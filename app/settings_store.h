@@ -38,9 +38,6 @@ private:
     QString folder_;
 };
 
-/// "True" and "False", English on every system.
-QString flagText(bool value);
-
 /// The executable's file name without extension, as it is at run time: the application name of the keypad's setting.
 QString executableName();
 

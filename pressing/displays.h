@@ -2,11 +2,13 @@
 
 #include "base/numbers.h"
 #include "base/patterns.h"
-#include "pressing/quantities.h"
+#include "mill/quantities.h"
 #include "pressing/station_screen.h"
 
 /// The displays of a station with the unit that each counts in.
 namespace pressing {
+
+using mill::Kilogram, mill::Litre, mill::Percent, mill::Lira;
 
 template <class Amount> struct Display {
     Field field;

@@ -84,15 +84,15 @@ void composeSlip(Printer& printer, const Slip& slip, const base::Regional& regio
     gap(printer);
     // The count on the screen comes from all the oil and is cut; the one on paper comes from the filled litres and is
     // rounded. They may differ.
-    const double containerLitres = slip.countContainers();
-    printLabelAndValue(printer, u"Dolan Kap Boyutu"_s, base::numberToText(containerLitres, regional) + " LT"_L1);
+    const mill::Litre container = slip.countContainers();
+    printLabelAndValue(printer, u"Dolan Kap Boyutu"_s, base::numberToText(container.value, regional) + " LT"_L1);
     gap(printer);
-    const QString& litres = slip.shareInOil ? slip.handedOver : slip.pressing.oil;
-    printLabelAndValue(printer, u"Yaklaşık Dolum Miktarı"_s, base::formatQuantity(litres, u"#,##0 LT", regional));
+    const auto shown = [&](const QString& text) { return base::displayValue(text, regional); };
+    const mill::Litre filled = slip.shareInOil ? mill::Litre{shown(slip.handedOver)}
+                                               : mill::handedOutFor(mill::Kilogram{shown(slip.pressing.oil)});
+    printLabelAndValue(printer, u"Yaklaşık Dolum Miktarı"_s, base::formatNumber(filled.value, u"#,##0 LT", regional));
     gap(printer);
-    printLabelAndValue(
-        printer, u"DOLDURULAN KAP"_s,
-        base::formatNumber(base::displayValue(litres, regional) / containerLitres, u"#,##0 AD", regional));
+    printLabelAndValue(printer, u"DOLDURULAN KAP"_s, base::formatNumber(filled / container, u"#,##0 AD", regional));
     gap(printer);
     printLeft(printer, rule);
 

@@ -2,6 +2,7 @@
 
 #include "base/regional.h"
 #include "mill/pressing.h"
+#include "mill/quantities.h"
 #include "print/print_font.h"
 #include "print/printer.h"
 #include <QDateTime>
@@ -20,9 +21,9 @@ struct Slip {
     QStringList headerItems; ///< the mill's own lines
     PrintFont font;
 
-    /// Called once, when the slip has come to the containers: counts them at the station and gives the litres of one.
+    /// Called once, when the slip has come to the containers: counts them at the station and gives the size of one.
     /// What it does stays done even if a later line fails; what it throws ends the slip.
-    std::function<double()> countContainers;
+    std::function<mill::Litre()> countContainers;
 };
 
 /// Composes the slip into a job that the caller ends or kills. Throws base::RuntimeError at the first thing that fails:

@@ -1,9 +1,11 @@
 #include "scale/frm_properties.h"
 
+#include "base/flag_text.h"
 #include "base/letters.h"
 #include "base/pass_over.h"
 #include "scale/formats/format_table.h"
 #include "scale/line_settings.h"
+#include "scale/setting_keys.h"
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGridLayout>
@@ -116,8 +118,6 @@ QString sentenceOf(const FoundScale& scale)
     const QString format = scale.format ? titleOf(*scale.format) : u"Olduğu gibi"_s;
     return where + u", "_s + format + weight + (scale.sure ? QString() : u". Bir yük koyup karşılaştırın."_s);
 }
-
-QString flagText(bool value) { return value ? u"True"_s : u"False"_s; }
 
 QString portText(int number) { return u"Com"_s + QString::number(number); }
 
@@ -490,12 +490,12 @@ void frmProperties::save()
 {
     // What the control reports, not what the lists say: the stored string is one that it accepted.
     const std::pair<QString, QString> texts[] = {
-        {u"Settings"_s, control_.settings()},
-        {u"CommPort"_s, QString::number(control_.commPort())},
-        {u"Handshaking"_s, QString::number(control_.handshaking())},
-        {u"Echo"_s, flagText(echo_)},
-        {u"Bicim"_s, chosenReading().format},
-        {u"Duran"_s, flagText(chosenReading().stillOnly)},
+        {setting_keys::lineSettings, control_.settings()},
+        {setting_keys::portNumber, QString::number(control_.commPort())},
+        {setting_keys::flowControl, QString::number(control_.handshaking())},
+        {setting_keys::echo, base::flagText(echo_)},
+        {setting_keys::format, chosenReading().format},
+        {setting_keys::stillOnly, base::flagText(chosenReading().stillOnly)},
     };
     std::optional<base::RuntimeError> last;
     for (const auto& entry : texts)

@@ -1,7 +1,6 @@
 #include "scale/line_settings.h"
 
 #include <QList>
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;

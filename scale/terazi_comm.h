@@ -15,7 +15,6 @@
 #include <QTimer>
 #include <chrono>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <optional>
 

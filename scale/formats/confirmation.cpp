@@ -1,7 +1,6 @@
 #include "scale/formats/confirmation.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace scale {
 

@@ -1,7 +1,6 @@
 #include "scale/formats/frame_writer.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace scale {
 

@@ -1,12 +1,13 @@
 #include "app/settings_store.h"
 #include "app/setting_names.h"
 #include "base/error.h"
+#include "base/flag_text.h"
 #include "base/numbers.h"
 #include "tests/doors/fake_registry.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
+#include "tests/support/qt_files.h"
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <utility>
@@ -64,17 +65,15 @@ private slots:
     {
         store_->save(title, properties, u"Baglan"_s, QString());
         store_->save(title, properties, u"Size"_s, QString());
-        QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Baglan"_s)); }), u"E13"_s);
+        QCOMPARE(outcomeOf([&] { return base::flagText(store_->flag(title, properties, u"Baglan"_s)); }), u"E13"_s);
         const QString size = store_->get(title, properties, u"Size"_s, u"8"_s);
         QCOMPARE(errorOf([&] { base::toSingle(size, base::Regional::turkish()); }), 13);
     }
 
     void textsComeBackLetterForLetter_data()
     {
-        QTest::addColumn<QString>("text");
-        for (const char* text : {"9600,n,8,1", "10,5", "True", "3", " leading and trailing ", "Yağ \"İşi\"; = # %",
-                                 "@Invalid()", "a\\nb", "iki\nsatır", ",", "Ş,ğ", "@", "[Properties]"})
-            QTest::newRow(text) << QString::fromUtf8(text);
+        addTexts("text", {"9600,n,8,1", "10,5", "True", "3", " leading and trailing ", "Yağ \"İşi\"; = # %",
+                          "@Invalid()", "a\\nb", "iki\nsatır", ",", "Ş,ğ", "@", "[Properties]"});
     }
 
     void textsComeBackLetterForLetter()
@@ -87,10 +86,9 @@ private slots:
 
     void portStringTypedIntoTheFileIsOneText_data()
     {
-        QTest::addColumn<QByteArray>("start");
-        QTest::newRow("unquoted") << "[Properties]\nSettings=9600,n,8,1"_ba;
-        QTest::newRow("quoted") << "[Properties]\nSettings=\"9600,n,8,1\""_ba;
-        QTest::newRow("with a byte-order mark") << "\xEF\xBB\xBF[Properties]\nSettings=9600,n,8,1"_ba;
+        addCases<QByteArray>("start", {{"unquoted", "[Properties]\nSettings=9600,n,8,1"_ba},
+                                       {"quoted", "[Properties]\nSettings=\"9600,n,8,1\""_ba},
+                                       {"with a byte-order mark", "\xEF\xBB\xBF[Properties]\nSettings=9600,n,8,1"_ba}});
     }
 
     void portStringTypedIntoTheFileIsOneText()
@@ -132,7 +130,7 @@ private slots:
         store_->saveFlag(title, properties, u"Sayac"_s, false);
         QCOMPARE(store_->get(title, properties, u"Baglan"_s, QString()), u"True"_s);
         QCOMPARE(store_->get(title, properties, u"Sayac"_s, QString()), u"False"_s);
-        QVERIFY(content(file()).contains("Baglan=True"));
+        QVERIFY(contentOf(file()).contains("Baglan=True"));
     }
 
     void onlyTheTwoWordsAreFlags_data()
@@ -149,9 +147,8 @@ private slots:
     void onlyTheTwoWordsAreFlags()
     {
         QFETCH(QString, text);
-        QFETCH(QString, expected);
         store_->save(title, properties, u"Sayac"_s, text);
-        QCOMPARE(outcomeOf([&] { return flagText(store_->flag(title, properties, u"Sayac"_s)); }), expected);
+        QTEST(outcomeOf([&] { return base::flagText(store_->flag(title, properties, u"Sayac"_s)); }), "expected");
     }
 
     void namesAreFoundIgnoringLetterCase()
@@ -160,7 +157,7 @@ private slots:
         QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"4"_s);
         store_->save(title, properties, u"CommPort"_s, u"5"_s);
         QCOMPARE(store_->get(title, properties, u"CommPort"_s, QString()), u"5"_s);
-        QCOMPARE(content(file()).toLower().count("commport"), 1);
+        QCOMPARE(contentOf(file()).toLower().count("commport"), 1);
     }
 
     void changesByHandCountAtOnce()
@@ -174,17 +171,16 @@ private slots:
     void previousStateStaysBesideTheFile()
     {
         store_->save(title, properties, u"Font"_s, u"Arial"_s);
-        const QByteArray before = content(file());
+        const QByteArray before = contentOf(file());
         store_->save(title, properties, u"Font"_s, u"Courier"_s);
-        QCOMPARE(content(file() + ".previous"_L1), before);
+        QCOMPARE(contentOf(file() + ".previous"_L1), before);
     }
 
     void damagedFileIsPutAsideAndThePreviousOneGoesOn_data()
     {
-        QTest::addColumn<QByteArray>("damage");
-        QTest::newRow("zeros after a hard stop") << QByteArray(512, '\0');
-        QTest::newRow("nothing left") << QByteArray();
-        QTest::newRow("no settings at all") << "<html>not mine</html>\n"_ba;
+        addCases<QByteArray>("damage", {{"zeros after a hard stop", QByteArray(512, '\0')},
+                                        {"nothing left", QByteArray()},
+                                        {"no settings at all", "<html>not mine</html>\n"_ba}});
     }
 
     void damagedFileIsPutAsideAndThePreviousOneGoesOn()
@@ -194,12 +190,12 @@ private slots:
         store_->save(title, properties, u"Size"_s, u"12"_s);
         write(damage);
         QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-        QCOMPARE(content(file()), damage);
+        QCOMPARE(contentOf(file()), damage);
 
         store_->saveFlag(title, properties, u"Bold"_s, true);
         QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
         QVERIFY(store_->flag(title, properties, u"Bold"_s));
-        QCOMPARE(content(file() + ".damaged"_L1), damage);
+        QCOMPARE(contentOf(file() + ".damaged"_L1), damage);
     }
 
     void damagedFileWithoutPreviousCopyIsKept()
@@ -208,7 +204,7 @@ private slots:
         QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Arial"_s);
         store_->save(title, properties, u"Font"_s, u"Courier"_s);
         QCOMPARE(store_->get(title, properties, u"Font"_s, u"Arial"_s), u"Courier"_s);
-        QCOMPARE(content(file() + ".damaged"_L1), "<html>not mine</html>\n"_ba);
+        QCOMPARE(contentOf(file() + ".damaged"_L1), "<html>not mine</html>\n"_ba);
     }
 
     void failedSavingIsAnErrorAndChangesNothing()
@@ -254,17 +250,7 @@ private slots:
 
 private:
     QString file() const { return folder_->filePath(u"Mendrik Presva.ini"_s); }
-    void write(const QByteArray& content) const
-    {
-        QFile raw(file());
-        QVERIFY(raw.open(QIODevice::WriteOnly));
-        QCOMPARE(raw.write(content), content.size());
-    }
-    QByteArray content(const QString& path) const
-    {
-        QFile raw(path);
-        return raw.open(QIODevice::ReadOnly) ? raw.readAll() : "(no file)"_ba;
-    }
+    void write(const QByteArray& content) const { putFile(file(), content); }
 
     std::unique_ptr<QTemporaryDir> folder_;
     std::unique_ptr<SettingsStore> store_;

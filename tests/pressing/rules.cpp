@@ -1,6 +1,6 @@
+#include "mill/quantities.h"
 #include "paper_screen.h"
 #include "pressing/kept_displays.h"
-#include "pressing/quantities.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
@@ -8,8 +8,8 @@
 #include <functional>
 #include <type_traits>
 
+using mill::Kilogram, mill::Litre, mill::Percent, mill::Lira;
 using pressing::Field;
-using pressing::Kilogram, pressing::Litre, pressing::Percent, pressing::Lira;
 
 namespace {
 
@@ -158,8 +158,8 @@ private slots:
 
     void noFeeStandsBesideAnEntitlement_data()
     {
-        QTest::addColumn<QString>("fee"); // typed or recalled
-        for (const char* fee : {"5", "12,5", "", "5a", "1.250,"}) QTest::newRow(fee) << fee;
+        // typed or recalled
+        addTexts("fee", {"5", "12,5", "", "5a", "1.250,"});
     }
     void noFeeStandsBesideAnEntitlement()
     {
@@ -205,11 +205,8 @@ private slots:
 
     void aProductTooLargeForANumberChangesNothing_data()
     {
-        QTest::addColumn<int>("what");
-        QTest::newRow("oil typed") << 0;
-        QTest::newRow("percentage typed") << 1;
-        QTest::newRow("switch pressed") << 2;
-        QTest::newRow("digits without end") << 3;
+        addCases<int>("what",
+                      {{"oil typed", 0}, {"percentage typed", 1}, {"switch pressed", 2}, {"digits without end", 3}});
     }
     void aProductTooLargeForANumberChangesNothing()
     {
@@ -295,11 +292,7 @@ private slots:
         QCOMPARE(shown(Field::HakTut), "");
     }
 
-    void aRecalledFeeLeavesTheNameThatIsEdited_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const char* name : {"1000", "5", "05321112233", "1e3", "Ali"}) QTest::newRow(name) << QString(name);
-    }
+    void aRecalledFeeLeavesTheNameThatIsEdited_data() { addTexts("name", {"1000", "5", "05321112233", "1e3", "Ali"}); }
     void aRecalledFeeLeavesTheNameThatIsEdited()
     {
         QFETCH(QString, name);
@@ -315,9 +308,8 @@ private slots:
 
     void anEntitlementThatIsNotThatOfItsPercentageIsMarked_data()
     {
-        QTest::addColumn<bool>("taken");
-        addColumns<QString, QString, QString, QString>("olives", "oil", "percentage", "entitlement");
-        QTest::addColumn<bool>("marked");
+        addColumns<bool, QString, QString, QString, QString, bool>("taken", "olives", "oil", "percentage",
+                                                                   "entitlement", "marked");
         const auto row = [](const char* name, bool taken, const QStringList& shown, bool marked) {
             QTest::newRow(name) << taken << shown[0] << shown[1] << shown[2] << shown[3] << marked;
         };

@@ -104,10 +104,7 @@ private slots:
 
     void thePrintSystemNeitherScalesNorTurnsThePage_data()
     {
-        QTest::addColumn<int>("lines");
-        QTest::newRow("wider than long") << 2;
-        QTest::newRow("a slip") << 40;
-        QTest::newRow("longer than the queue's usual paper") << 100;
+        addCases<int>("lines", {{"wider than long", 2}, {"a slip", 40}, {"longer than the queue's usual paper", 100}});
     }
     void thePrintSystemNeitherScalesNorTurnsThePage()
     {
@@ -480,7 +477,7 @@ private slots:
         slip.pressing.olives = "1.000";
         slip.pressing.oil = "850";
         slip.pressing.fee = "1.250";
-        slip.countContainers = [] { return 10.0; };
+        slip.countContainers = [] { return mill::Litre{10}; };
         slip.now = QDateTime(QDate(2024, 11, 5), QTime(14, 7));
         QueueTarget queue = target();
         Printer printer(queue);

@@ -9,9 +9,8 @@
 #include <compare>
 
 /// Amounts that carry their unit. Only what means something can be written: oil less oil is oil, a share of oil is oil,
-/// and a kilogram becomes a litre only where somebody says so. A result
-/// too large for a number is error 6.
-namespace pressing {
+/// and a kilogram becomes a litre only where somebody says so. A result too large for a number is error 6.
+namespace mill {
 
 /// The number itself; error 6 for one that is too large to be one.
 inline double inRange(double number)
@@ -43,4 +42,4 @@ template <class Unit> bool isFractional(Quantity<Unit> amount) { return base::is
 /// The mills hand out a litre for a kilogram of oil.
 inline Litre handedOutFor(Kilogram oil) { return {oil.value}; }
 
-} // namespace pressing
+} // namespace mill
