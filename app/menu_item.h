@@ -2,7 +2,6 @@
 
 #include "app/control.h"
 #include <QAction>
-#include <functional>
 
 class QWidget;
 

@@ -4,8 +4,6 @@
 
 #include <QFile>
 
-using namespace Qt::StringLiterals;
-
 namespace counter {
 
 Log::Log(const QString& directory, std::function<QDateTime()> now)

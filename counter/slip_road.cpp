@@ -1,4 +1,5 @@
 #include "counter/slip_road.h"
+#include "store/moment.h"
 
 #include "base/pass_over.h"
 #include "counter/booking.h"
@@ -132,7 +133,7 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Pro
 {
     store::SlipNote note;
     note.pressing = pressing;
-    note.moment = std::get<store::DateDays>(store::FieldValue::date(at_.now()).raw()).days;
+    note.moment = store::daysOf(at_.now());
     note.sameBefore = store::pressingsAt(at_.journal.database(), pressing.customer, note.moment);
     note.from = from;
     const weights::NextLine line = at_.weights.place(note.moment);

@@ -3,8 +3,8 @@
 #include "base/error.h"
 #include "base/numbers.h"
 #include "base/pass_over.h"
-#include "files/error.h"
-#include "store/field_value.h"
+#include "store/moment.h"
+#include "store/on_disk.h"
 #include "weights/book_history.h"
 
 using namespace Qt::StringLiterals;
@@ -13,16 +13,7 @@ namespace counter {
 namespace {
 
 using base::passOver;
-
-/// What the disk refuses is a run-time error here, as it is for the database.
-template <class Step> auto onDisk(Step&& step)
-{
-    try {
-        return std::forward<Step>(step)();
-    } catch (const files::Error& error) {
-        throw base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
-    }
-}
+using store::daysOf, store::onDisk;
 
 /// The number that the journal keeps of a display: an empty one counts as 0, and so does one that no field took.
 double numberOf(const QString& display, const base::Regional& regional)
@@ -31,8 +22,6 @@ double numberOf(const QString& display, const base::Regional& regional)
     if (!display.isEmpty()) passOver([&] { number = base::toDouble(display, regional); });
     return number;
 }
-
-double daysOf(const QDateTime& moment) { return std::get<store::DateDays>(store::FieldValue::date(moment).raw()).days; }
 
 /// Bytes as a text of one line, whatever they are.
 QString readable(const std::string& bytes)

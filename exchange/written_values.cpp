@@ -1,5 +1,6 @@
 #include "exchange/written_values.h"
 
+#include "exchange/ascii.h"
 #include "exchange/field_text.h"
 #include "files/error.h"
 #include "files/language.h"
@@ -16,24 +17,6 @@ namespace exchange {
 namespace {
 
 using jet::ColumnType;
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool holdsNumbers(ColumnType type)
-{
-    switch (type) {
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::numeric:
-        return true;
-    default:
-        return false;
-    }
-}
 
 bool holdsWholeNumbers(ColumnType type)
 {
@@ -96,19 +79,6 @@ struct WrittenDate {
     bool machine = false;
     std::string_view time; ///< what stands behind the date
 };
-
-std::optional<int> takeNumber(std::string_view& text, std::size_t most)
-{
-    std::size_t digits = 0;
-    int value = 0;
-    for (; digits < text.size() && isDigit(text[digits]); ++digits) {
-        if (digits == most) return std::nullopt;
-        value = value * 10 + (text[digits] - '0');
-    }
-    if (digits == 0) return std::nullopt;
-    text.remove_prefix(digits);
-    return value;
-}
 
 /// Names of months, from January, in the two languages.
 constexpr std::array<std::array<std::string_view, 2>, 12> monthNames = {{{"Ocak", "January"},

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <cups/cups.h>
 #include <cups/pwg.h>
 #include <iterator>

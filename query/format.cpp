@@ -1,5 +1,6 @@
 #include "query/format.h"
 
+#include "exchange/ascii.h"
 #include "query/moments.h"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ std::string partOf(const Calendar& c, char letter, std::size_t count, bool engli
     }
 }
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+using exchange::lower;
 
 /// The number with so many decimals at least and at most, so many digits before them, and marks for thousands.
 std::string written(double number, int fewest, int most, int digits, bool grouped, bool english)

@@ -1,5 +1,7 @@
 #include "query/function_names.h"
 
+#include "exchange/ascii.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -75,7 +77,7 @@ constexpr Function functions[] = {
 };
 // clang-format on
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+using exchange::lower;
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "query/moments.h"
 
+#include "exchange/ascii.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/values/calendar.h"
 
@@ -17,20 +18,7 @@ const std::chrono::sys_days dayZero = std::chrono::year{1899} / 12 / 30;
 
 std::int64_t dayOf(std::int64_t ms) { return ms >= 0 ? ms / msPerDay : -((-ms + msPerDay - 1) / msPerDay); }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-std::optional<int> takeNumber(std::string_view& text, std::size_t most)
-{
-    std::size_t digits = 0;
-    int value = 0;
-    for (; digits < text.size() && isDigit(text[digits]); ++digits) {
-        if (digits == most) return std::nullopt;
-        value = value * 10 + (text[digits] - '0');
-    }
-    if (digits == 0) return std::nullopt;
-    text.remove_prefix(digits);
-    return value;
-}
+using exchange::isDigit, exchange::takeNumber;
 
 bool take(std::string_view& text, char mark)
 {

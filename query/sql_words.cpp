@@ -1,5 +1,6 @@
 #include "query/sql_words.h"
 
+#include "exchange/ascii.h"
 #include "files/error.h"
 #include "files/language.h"
 
@@ -10,14 +11,12 @@ namespace query {
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+using exchange::isDigit, exchange::lower;
 
 bool beginsName(char c)
 {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// Reads what stands up to the closing mark, which is written twice inside. Leaves `at` behind it.
 std::string enclosed(std::string_view sql, std::size_t& at, char close, const char* what)

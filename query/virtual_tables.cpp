@@ -3,6 +3,7 @@
 #include "exchange/field_text.h"
 #include "files/error.h"
 #include "files/language.h"
+#include "query/expression.h"
 #include "query/moments.h"
 #include "query/rows_by_key.h"
 #include "store/jet/format/limits.h"
@@ -36,50 +37,11 @@ enum class Way : int {
 };
 constexpr int ways = 4;
 
-bool isPlainNumber(ColumnType type)
-{
-    switch (type) {
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-        return true;
-    default:
-        return false;
-    }
-}
-
 const char* declaredType(ColumnType type)
 {
-    switch (type) {
-    case ColumnType::boolean:
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::numeric:
-        return " NUMERIC";
-    case ColumnType::binary:
-    case ColumnType::ole:
-    case ColumnType::blob:
-        return " BLOB";
-    default:
-        return " TEXT COLLATE ACCESS";
-    }
-}
-
-std::string sqlName(std::string_view name)
-{
-    std::string text = "\"";
-    for (const char c : name) {
-        text += c;
-        if (c == '"') text += c;
-    }
-    return text + '"';
+    if (type == ColumnType::boolean || exchange::holdsNumbers(type)) return " NUMERIC";
+    if (type == ColumnType::binary || type == ColumnType::ole || type == ColumnType::blob) return " BLOB";
+    return " TEXT COLLATE ACCESS";
 }
 
 sqlite3_int64 numberOf(jet::RowId id) { return id.packed(); }
@@ -195,7 +157,8 @@ template <class Values> std::uint64_t hashOf(const Values& values)
 
 bool isRemembered(const jet::Column& column)
 {
-    return isPlainNumber(column.type) || column.type == ColumnType::dateTime ||
+    return (exchange::holdsNumbers(column.type) && column.type != ColumnType::numeric) ||
+           column.type == ColumnType::dateTime ||
            (column.type == ColumnType::text && jet::hasWeights(column.collation));
 }
 

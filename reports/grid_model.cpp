@@ -13,10 +13,18 @@ constexpr QStringView nameColumn(mill::Hareket::fields[mill::Hareket::CariHar]);
 GridField gridField(const store::FieldInfo& field)
 {
     using Kind = GridField::Kind;
-    using store::FieldKind;
-    if (field.kind == FieldKind::date) return {field.name, Kind::date};
-    const bool isText = field.kind == FieldKind::text || field.kind == FieldKind::other;
-    return {field.name, isText ? Kind::text : Kind::number};
+    switch (field.kind) {
+    case store::FieldKind::number:
+    case store::FieldKind::money:
+    case store::FieldKind::boolean:
+        return {field.name, Kind::number};
+    case store::FieldKind::date:
+        return {field.name, Kind::date};
+    case store::FieldKind::text:
+    case store::FieldKind::other:
+        break;
+    }
+    return {field.name, Kind::text};
 }
 
 Qt::Alignment painted(Alignment alignment)

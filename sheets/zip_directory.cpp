@@ -3,7 +3,6 @@
 #include <array>
 #include <fstream>
 #include <span>
-#include <vector>
 
 namespace sheets {
 

@@ -1,12 +1,11 @@
 #include "store/field_value.h"
 
 #include "base/error.h"
+#include "base/flag_text.h"
 #include "base/numbers.h"
 #include "base/patterns.h"
 
 #include <cmath>
-
-using namespace Qt::StringLiterals;
 
 namespace store {
 namespace {
@@ -75,7 +74,7 @@ QString FieldValue::toCell(const base::Regional& regional) const
 {
     if (isText()) return text();
     if (isDate()) return base::dateToText(moment(), regional);
-    if (const auto* flag = std::get_if<bool>(&value_)) return *flag ? u"True"_s : u"False"_s;
+    if (const auto* flag = std::get_if<bool>(&value_)) return base::flagText(*flag);
     if (const auto* money = std::get_if<Money>(&value_)) return amountToText(*money, regional);
     const std::optional<double> value = number();
     return value ? base::numberToText(*value, regional) : QString();

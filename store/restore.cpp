@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
 
 namespace store {
 namespace {

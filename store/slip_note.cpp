@@ -3,9 +3,9 @@
 #include "base/error.h"
 #include "base/pass_over.h"
 #include "files/disk.h"
-#include "files/error.h"
 #include "mill/queries.h"
 #include "store/engine.h"
+#include "store/on_disk.h"
 
 #include <QCryptographicHash>
 #include <QJsonDocument>
@@ -60,16 +60,6 @@ QByteArray textOf(const SlipNote& note)
 }
 
 QByteArray sealOf(const QByteArray& text) { return QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex(); }
-
-/// What the disk refuses is error 3000.
-template <class Work> auto onDisk(Work&& work)
-{
-    try {
-        return work();
-    } catch (const files::Error& error) {
-        throw base::RuntimeError(base::errors::databaseFault, QString::fromUtf8(error.what()));
-    }
-}
 
 } // namespace
 

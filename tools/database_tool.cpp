@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
-#include <iostream>
 #include <iterator>
 #include <optional>
 #include <string_view>

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

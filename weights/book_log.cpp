@@ -3,7 +3,6 @@
 #include "weights/weight_line.h"
 
 #include <charconv>
-#include <memory>
 
 namespace weights {
 namespace {

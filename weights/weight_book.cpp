@@ -4,7 +4,6 @@
 #include "mill/season.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace weights {
 

@@ -3,6 +3,7 @@
 #include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "store/moment.h"
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/model/random_operator.h"
@@ -12,7 +13,6 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 using namespace app;
@@ -129,7 +129,7 @@ void Beside::prepareStart(int note)
     const int created = paper_.createJob(document);
     if (printed && known) paper_.sendAndFinish(created, document);
     const int job = known ? created : created + 1'000'000;
-    const double moment = std::get<store::DateDays>(store::FieldValue::date(clock_.now).raw()).days;
+    const double moment = store::daysOf(clock_.now);
     notes_.write({job, moment, {q(name), u"1.000"_s, u"900"_s, u"12,5"_s, u"113"_s, u"0"_s, u"15 Litrelik Kap"_s}, 0});
     if (!whole) QFile::resize(file_ + "-slip", 40);
     if (!whole || !storable || !known)

@@ -11,7 +11,6 @@
 #include "store/jet/values/names.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace jet {
 namespace {

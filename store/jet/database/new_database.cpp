@@ -8,8 +8,6 @@
 #include "store/jet/pages/damage.h"
 #include "store/jet/table/table_state.h"
 
-#include <array>
-
 namespace jet {
 namespace {
 

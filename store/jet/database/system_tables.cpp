@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace jet {
 namespace {
