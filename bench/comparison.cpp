@@ -1,10 +1,10 @@
 #include "bench/comparison.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 namespace comparison {
 namespace {
@@ -54,7 +54,30 @@ void answer(const std::string& task, const std::string& engine, double value)
     std::exit(1);
 }
 
-std::string name(const std::string& task, const std::string& engine) { return task + '/' + engine; }
+benchmark::internal::Benchmark* measure(const std::string& task, const std::string& engine,
+                                        std::function<void(benchmark::State&)> work)
+{
+    return benchmark::RegisterBenchmark((task + '/' + engine).c_str(), std::move(work))->Unit(benchmark::kMillisecond);
+}
+
+void makeOnce(const std::filesystem::path& path, const std::function<void(const std::filesystem::path&)>& make)
+{
+    if (std::filesystem::exists(path)) return;
+    std::fprintf(stderr, "making %s ...\n", path.c_str());
+    const std::filesystem::path unfinished = path.string() + ".part";
+    std::filesystem::remove(unfinished);
+    make(unfinished);
+    std::filesystem::rename(unfinished, path);
+}
+
+void onCopy(const std::filesystem::path& original, const std::function<void(const std::filesystem::path&)>& work)
+{
+    std::filesystem::path copy = original;
+    copy.replace_filename("append" + original.extension().string());
+    std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+    work(copy);
+    std::filesystem::remove(copy);
+}
 
 void Reporter::ReportRuns(const std::vector<Run>& runs)
 {

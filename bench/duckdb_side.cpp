@@ -91,14 +91,13 @@ void registerDuckdb(const Files& files)
         for (double value = 0; fields >> value;) measured.answers.push_back(value);
         if (task == "four sums") measured.answers.back() /= 1e4;
         // It has measured itself, in a process of its own: the time is only reported here.
-        benchmark::RegisterBenchmark(comparison::name(task, them).c_str(),
-                                     [=](benchmark::State& state) {
-                                         for ([[maybe_unused]] auto _ : state)
-                                             state.SetIterationTime(measured.milliseconds / 1000);
-                                         for (std::size_t i = 0; i < measured.answers.size(); ++i)
-                                             comparison::answer(answerName(task, i), them, measured.answers[i]);
-                                     })
-            ->Unit(benchmark::kMillisecond)
+        comparison::measure(task, them,
+                            [=](benchmark::State& state) {
+                                for ([[maybe_unused]] auto _ : state)
+                                    state.SetIterationTime(measured.milliseconds / 1000);
+                                for (std::size_t i = 0; i < measured.answers.size(); ++i)
+                                    comparison::answer(answerName(task, i), them, measured.answers[i]);
+                            })
             ->UseManualTime()
             ->Iterations(1);
     }

@@ -21,7 +21,7 @@
 namespace sides {
 namespace {
 
-using comparison::answer;
+using comparison::answer, comparison::measure;
 
 constexpr const char* us = "presva";
 
@@ -39,55 +39,47 @@ std::vector<jet::Assignment> fieldsOf(const long_mill::Pressing& pressing,
 
 void make(const std::filesystem::path& path, bool indexed)
 {
-    if (std::filesystem::exists(path)) return;
-    std::fprintf(stderr, "making %s ...\n", path.c_str());
-    const std::filesystem::path unfinished = path.string() + ".part";
-    std::filesystem::remove(unfinished);
     files::Disk& disk = platform::systemDisk();
     const jet::DateTime now{45000};
     using enum jet::ColumnType;
-    jet::Database::create(disk, unfinished, jet::turkish, now);
-    {
-        const auto database = jet::Database::open(disk, unfinished);
-        std::vector<jet::NewIndex> customerIndexes, journalIndexes;
-        if (indexed) {
-            customerIndexes.push_back({u"Unvan", {{u"Unvan", true}}, true, true, true, false});
-            journalIndexes.push_back({u"Tarih", {{u"Tarih", true}}});
-        }
-        jet::Table& register_ = database->createTable(
-            u"Cari", {{u"Unvan", text, 50}, {u"Yuzde", singleFloat}, {u"Kap", text, 50}, {u"Nakit", currency}},
-            customerIndexes, now);
-        jet::Table& journal = database->createTable(u"Hareket",
-                                                    {{u"Tarih", dateTime},
-                                                     {u"Zeytin", doubleFloat},
-                                                     {u"Yağ", doubleFloat},
-                                                     {u"Yuzde", singleFloat},
-                                                     {u"HakTut", doubleFloat},
-                                                     {u"Nakit", currency},
-                                                     {u"CariHar", text, 50}},
-                                                    journalIndexes, now);
-        const auto customers = long_mill::customers();
-        jet::Transaction registration(database->pager());
-        for (const long_mill::Customer& customer : customers)
-            register_.insert(
-                {{0, customer.name}, {1, customer.share}, {2, customer.container}, {3, jet::Currency{customer.fee}}});
-        registration.commit();
-        auto season = std::make_unique<jet::Transaction>(database->pager());
-        std::size_t count = 0;
-        long_mill::pressings([&](const long_mill::Pressing& pressing) {
-            journal.insert(fieldsOf(pressing, customers));
-            if (++count % 20000 != 0) return;
-            season->commit();
-            season = std::make_unique<jet::Transaction>(database->pager());
-        });
-        season->commit();
+    jet::Database::create(disk, path, jet::turkish, now);
+    const auto database = jet::Database::open(disk, path);
+    std::vector<jet::NewIndex> customerIndexes, journalIndexes;
+    if (indexed) {
+        customerIndexes.push_back({u"Unvan", {{u"Unvan", true}}, true, true, true, false});
+        journalIndexes.push_back({u"Tarih", {{u"Tarih", true}}});
     }
-    std::filesystem::rename(unfinished, path);
+    jet::Table& register_ = database->createTable(
+        u"Cari", {{u"Unvan", text, 50}, {u"Yuzde", singleFloat}, {u"Kap", text, 50}, {u"Nakit", currency}},
+        customerIndexes, now);
+    jet::Table& journal = database->createTable(u"Hareket",
+                                                {{u"Tarih", dateTime},
+                                                 {u"Zeytin", doubleFloat},
+                                                 {u"Yağ", doubleFloat},
+                                                 {u"Yuzde", singleFloat},
+                                                 {u"HakTut", doubleFloat},
+                                                 {u"Nakit", currency},
+                                                 {u"CariHar", text, 50}},
+                                                journalIndexes, now);
+    const auto customers = long_mill::customers();
+    jet::Transaction registration(database->pager());
+    for (const long_mill::Customer& customer : customers)
+        register_.insert(
+            {{0, customer.name}, {1, customer.share}, {2, customer.container}, {3, jet::Currency{customer.fee}}});
+    registration.commit();
+    auto season = std::make_unique<jet::Transaction>(database->pager());
+    std::size_t count = 0;
+    long_mill::pressings([&](const long_mill::Pressing& pressing) {
+        journal.insert(fieldsOf(pressing, customers));
+        if (++count % 20000 != 0) return;
+        season->commit();
+        season = std::make_unique<jet::Transaction>(database->pager());
+    });
+    season->commit();
 }
 
 void makeKeyed(const std::filesystem::path& path)
 {
-    if (std::filesystem::exists(path)) return;
     files::Disk& disk = platform::systemDisk();
     const jet::DateTime now{45000};
     jet::Database::create(disk, path, jet::turkish, now, [&](jet::Database& database) {
@@ -102,21 +94,14 @@ void makeKeyed(const std::filesystem::path& path)
     });
 }
 
-/// Opened when it is first needed, and kept.
-class Session {
-public:
-    explicit Session(std::filesystem::path path) : path_(std::move(path)) {}
-    jet::Database& operator*()
-    {
-        if (!database_) database_ = jet::Database::open(platform::systemDisk(), path_, jet::Pager::Mode::readOnly);
-        return *database_;
-    }
-
-private:
-    std::filesystem::path path_;
-    std::unique_ptr<jet::Database> database_;
-};
+using Session = comparison::Session<jet::Database>;
 using SharedSession = std::shared_ptr<Session>;
+
+SharedSession session(const std::filesystem::path& path)
+{
+    return std::make_shared<Session>(
+        [path] { return jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly); });
+}
 
 std::u16string search(const std::u16string& prefix)
 {
@@ -151,7 +136,7 @@ double readAll(const jet::Selection& listing, std::size_t summed)
 
 void searches(const std::string& task, const std::u16string& prefix, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+    measure(task, us, [=](benchmark::State& state) {
         double rows = 0, fees = 0;
         for ([[maybe_unused]] auto _ : state) {
             const jet::Selection found = jet::select(**session, search(prefix));
@@ -160,43 +145,35 @@ void searches(const std::string& task, const std::u16string& prefix, const Share
         }
         answer(task + " rows", us, rows);
         answer(task + " fees", us, fees);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// The search that follows a stored pressing: whatever was learnt from the register before must hold or be renewed.
 void searchesAfterChange(const std::filesystem::path& original)
 {
-    benchmark::RegisterBenchmark(
-        comparison::name("search after append", us).c_str(),
-        [=](benchmark::State& state) {
-            std::filesystem::path copy = original;
-            copy.replace_filename("append.mdb");
-            std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+    measure("search after append", us, [=](benchmark::State& state) {
+        comparison::onCopy(original, [&](const std::filesystem::path& copy) {
             const auto customers = long_mill::customers();
-            {
-                const auto database = jet::Database::open(platform::systemDisk(), copy);
-                jet::Table& journal = database->table(u"Hareket");
-                std::mt19937 random(4);
-                double rows = 0;
-                for ([[maybe_unused]] auto _ : state) {
-                    state.PauseTiming();
-                    journal.insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
-                    state.ResumeTiming();
-                    const jet::Selection found = jet::select(*database, search(long_mill::sixLetters));
-                    readAll(found, 3);
-                    rows = static_cast<double>(found.rows.size());
-                }
-                answer("search, six letters rows", us, rows);
+            const auto database = jet::Database::open(platform::systemDisk(), copy);
+            jet::Table& journal = database->table(u"Hareket");
+            std::mt19937 random(4);
+            double rows = 0;
+            for ([[maybe_unused]] auto _ : state) {
+                state.PauseTiming();
+                journal.insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
+                state.ResumeTiming();
+                const jet::Selection found = jet::select(*database, search(long_mill::sixLetters));
+                readAll(found, 3);
+                rows = static_cast<double>(found.rows.size());
             }
-            std::filesystem::remove(copy);
-        })
-        ->Unit(benchmark::kMillisecond)
-        ->Iterations(50);
+            answer("search, six letters rows", us, rows);
+        });
+    })->Iterations(50);
 }
 
 void listings(const std::string& task, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+    measure(task, us, [=](benchmark::State& state) {
         double rows = 0, olives = 0;
         for ([[maybe_unused]] auto _ : state) {
             const jet::Selection found = jet::select(**session, month);
@@ -205,12 +182,12 @@ void listings(const std::string& task, const SharedSession& session)
         }
         answer("month rows", us, rows);
         answer("month olives", us, olives);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void wheresByKey(const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name("Where by key", us).c_str(), [=](benchmark::State& state) {
+    measure("Where by key", us, [=](benchmark::State& state) {
         std::size_t key = 1;
         std::u16string name;
         for ([[maybe_unused]] auto _ : state) {
@@ -224,7 +201,7 @@ void wheresByKey(const SharedSession& session)
         const jet::Selection last = jet::select(**session, u"Select * From Kimlik Where No=777");
         last.table->row(last.rows.front())->text(1, name);
         answer("name of 777", us, static_cast<double>(name.size()));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 double number(const jet::Value& value)
@@ -235,11 +212,11 @@ double number(const jet::Value& value)
 
 void fourSums(const std::string& task, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+    measure(task, us, [=](benchmark::State& state) {
         jet::Selection sum;
         for ([[maybe_unused]] auto _ : state) sum = jet::select(**session, sums);
         for (std::size_t i = 0; i < 4; ++i) answer("sum " + std::to_string(i), us, number(sum.aggregates.at(i)));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// What presva-mdb sql does, into nothing.
@@ -256,7 +233,7 @@ void grouped(const SharedSession& session)
         void end() override {}
         double count = 0, olives = 0;
     };
-    benchmark::RegisterBenchmark(comparison::name("olives by share", us).c_str(), [=](benchmark::State& state) {
+    measure("olives by share", us, [=](benchmark::State& state) {
         std::unique_ptr<Rows> rows;
         for ([[maybe_unused]] auto _ : state) {
             rows = std::make_unique<Rows>();
@@ -264,13 +241,13 @@ void grouped(const SharedSession& session)
         }
         answer("shares", us, rows->count);
         answer("olives of shares", us, rows->olives);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// What presva-mdb export does, into nothing.
 void exports(const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name("export", us).c_str(), [=](benchmark::State& state) {
+    measure("export", us, [=](benchmark::State& state) {
         const int nowhere = ::open("/dev/null", O_WRONLY);
         std::size_t rows = 0;
         for ([[maybe_unused]] auto _ : state) {
@@ -293,75 +270,65 @@ void exports(const SharedSession& session)
         }
         ::close(nowhere);
         answer("export rows", us, static_cast<double>(rows));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void appends(const std::string& task, const std::filesystem::path& original)
 {
-    benchmark::RegisterBenchmark(
-        comparison::name(task, us).c_str(),
-        [=](benchmark::State& state) {
-            std::filesystem::path copy = original;
-            copy.replace_filename("append.mdb");
-            std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+    measure(task, us, [=](benchmark::State& state) {
+        comparison::onCopy(original, [&](const std::filesystem::path& copy) {
             const auto customers = long_mill::customers();
-            {
-                const auto database = jet::Database::open(platform::systemDisk(), copy);
-                jet::Table& journal = database->table(u"Hareket");
-                std::mt19937 random(3);
-                double moment = 45300;
-                // The first write checks the whole table; it is a task of its own.
-                journal.insert(fieldsOf(long_mill::nextPressing(random, moment), customers));
-                for ([[maybe_unused]] auto _ : state)
-                    journal.insert(fieldsOf(long_mill::nextPressing(random, moment += 0.001), customers));
-            }
-            std::filesystem::remove(copy);
-        })
-        ->Unit(benchmark::kMillisecond)
-        ->MinTime(2);
+            const auto database = jet::Database::open(platform::systemDisk(), copy);
+            jet::Table& journal = database->table(u"Hareket");
+            std::mt19937 random(3);
+            double moment = 45300;
+            // The first write checks the whole table; it is a task of its own.
+            journal.insert(fieldsOf(long_mill::nextPressing(random, moment), customers));
+            for ([[maybe_unused]] auto _ : state)
+                journal.insert(fieldsOf(long_mill::nextPressing(random, moment += 0.001), customers));
+        });
+    })->MinTime(2);
 }
 
 void firstWrites(const std::string& task, const std::filesystem::path& original)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
+    measure(task, us, [=](benchmark::State& state) {
         for ([[maybe_unused]] auto _ : state) {
             const auto database = jet::Database::open(platform::systemDisk(), original);
             if (const auto why = database->table(u"Hareket").whyReadOnly()) throw std::runtime_error(*why);
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// The first pressing after opening: the check of the table, the digest of the file for the journal, three syncs.
 void firstAppends(const std::string& task, const std::filesystem::path& original)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, us).c_str(), [=](benchmark::State& state) {
-        std::filesystem::path copy = original;
-        copy.replace_filename("append.mdb");
-        std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
-        const auto customers = long_mill::customers();
-        std::mt19937 random(5);
-        for ([[maybe_unused]] auto _ : state) {
-            const auto database = jet::Database::open(platform::systemDisk(), copy);
-            database->table(u"Hareket").insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
-        }
-        std::filesystem::remove(copy);
-    })->Unit(benchmark::kMillisecond);
+    measure(task, us, [=](benchmark::State& state) {
+        comparison::onCopy(original, [&](const std::filesystem::path& copy) {
+            const auto customers = long_mill::customers();
+            std::mt19937 random(5);
+            for ([[maybe_unused]] auto _ : state) {
+                const auto database = jet::Database::open(platform::systemDisk(), copy);
+                database->table(u"Hareket").insert(fieldsOf(long_mill::nextPressing(random, 45300), customers));
+            }
+        });
+    });
 }
 
 /// Work on whole files: none of it keeps anything from one time to the next.
 void checks(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("check", us).c_str(), [=](benchmark::State& state) {
+    measure("check", us, [=](benchmark::State& state) {
         for ([[maybe_unused]] auto _ : state) {
             const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
             if (!jet::checkDatabase(*database).ok()) throw std::runtime_error("not sound");
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void compacts(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("compact", us).c_str(), [=](benchmark::State& state) {
+    measure("compact", us, [=](benchmark::State& state) {
         std::filesystem::path to = path;
         to.replace_filename("compact.mdb");
         std::filesystem::remove(to);
@@ -372,13 +339,13 @@ void compacts(const std::filesystem::path& path)
             std::filesystem::remove(to);
             state.ResumeTiming();
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// What presva-mdb import does with the register of customers, into an empty table with an index.
 void imports(const Files& files)
 {
-    benchmark::RegisterBenchmark(comparison::name("import", us).c_str(), [=](benchmark::State& state) {
+    measure("import", us, [=](benchmark::State& state) {
         const std::filesystem::path to = files.folder / "import.mdb";
         double fees = 0;
         const int screen = ::dup(STDOUT_FILENO), nowhere = ::open("/dev/null", O_WRONLY);
@@ -407,13 +374,13 @@ void imports(const Files& files)
         });
         answer("import fees", us, fees);
         std::filesystem::remove(to);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// What any engine has to do before it knows something about a file: bring its bytes into memory.
 void readings(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("read all pages", us).c_str(), [=](benchmark::State& state) {
+    measure("read all pages", us, [=](benchmark::State& state) {
         const auto file = platform::systemDisk().open(path, files::Disk::Access::readOnly);
         std::vector<std::uint8_t> buffer(64 * jet::pageSize);
         for ([[maybe_unused]] auto _ : state) {
@@ -421,12 +388,12 @@ void readings(const std::filesystem::path& path)
             while (const std::size_t count = file->read(at, buffer)) at += count;
             benchmark::DoNotOptimize(at);
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void opens(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("open, first row", us).c_str(), [=](benchmark::State& state) {
+    measure("open, first row", us, [=](benchmark::State& state) {
         double olives = 0;
         for ([[maybe_unused]] auto _ : state) {
             const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
@@ -436,29 +403,29 @@ void opens(const std::filesystem::path& path)
             });
         }
         answer("first olives", us, olives);
-    })->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark(comparison::name("open, four sums", us).c_str(), [=](benchmark::State& state) {
+    });
+    measure("open, four sums", us, [=](benchmark::State& state) {
         jet::Selection sum;
         for ([[maybe_unused]] auto _ : state) {
             const auto database = jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly);
             sum = jet::select(*database, sums);
         }
         answer("sum 0", us, number(sum.aggregates.at(0)));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 } // namespace
 
 void prepareJet(const Files& files)
 {
-    make(files.plain(), false);
-    make(files.indexed(), true);
-    makeKeyed(files.keyed());
+    comparison::makeOnce(files.plain(), [](const std::filesystem::path& path) { make(path, false); });
+    comparison::makeOnce(files.indexed(), [](const std::filesystem::path& path) { make(path, true); });
+    comparison::makeOnce(files.keyed(), makeKeyed);
 }
 
 void registerJet(const Files& files)
 {
-    const auto plain = std::make_shared<Session>(files.plain()), indexed = std::make_shared<Session>(files.indexed());
+    const auto plain = session(files.plain()), indexed = session(files.indexed());
     searches("search, two letters", long_mill::twoLetters, plain);
     searches("search, six letters", long_mill::sixLetters, plain);
     searchesAfterChange(files.plain());
@@ -467,7 +434,7 @@ void registerJet(const Files& files)
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
     grouped(plain);
-    wheresByKey(std::make_shared<Session>(files.keyed()));
+    wheresByKey(session(files.keyed()));
     exports(plain);
     imports(files);
     checks(files.indexed());

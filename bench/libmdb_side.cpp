@@ -14,7 +14,7 @@
 namespace sides {
 namespace {
 
-using comparison::answer;
+using comparison::answer, comparison::measure;
 
 constexpr const char* them = "libmdb";
 constexpr std::size_t fieldBytes = 256;
@@ -64,7 +64,7 @@ private:
 
 void searches(const std::string& task, const std::u16string& prefix, const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
+    measure(task, them, [=](benchmark::State& state) {
         const Handle handle = open(path);
         const std::string wanted = long_mill::utf8(prefix);
         double rows = 0;
@@ -75,13 +75,13 @@ void searches(const std::string& task, const std::u16string& prefix, const std::
             while (scan.next()) rows += std::strncmp(name, wanted.c_str(), wanted.size()) == 0;
         }
         answer(task + " rows", them, rows);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// One pass over the journal with the condition on its period. libmdb has no ordered listing; the rows are only read.
 void passes(const std::string& task, bool allFields, const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
+    measure(task, them, [=](benchmark::State& state) {
         const Handle handle = open(path);
         double rows = 0, sum[4] = {};
         for ([[maybe_unused]] auto _ : state) {
@@ -107,12 +107,12 @@ void passes(const std::string& task, bool allFields, const std::filesystem::path
         } else {
             for (std::size_t i = 0; i < 4; ++i) answer("sum " + std::to_string(i), them, sum[i]);
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void exports(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("export", them).c_str(), [=](benchmark::State& state) {
+    measure("export", them, [=](benchmark::State& state) {
         const Handle handle = open(path);
         std::size_t rows = 0;
         for ([[maybe_unused]] auto _ : state) {
@@ -133,12 +133,12 @@ void exports(const std::filesystem::path& path)
             }
         }
         answer("export rows", them, static_cast<double>(rows));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void opens(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("open, first row", them).c_str(), [=](benchmark::State& state) {
+    measure("open, first row", them, [=](benchmark::State& state) {
         double olives = 0;
         for ([[maybe_unused]] auto _ : state) {
             const Handle handle = open(path);
@@ -148,7 +148,7 @@ void opens(const std::filesystem::path& path)
             olives = std::atof(field);
         }
         answer("first olives", them, olives);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 } // namespace

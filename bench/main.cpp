@@ -4,7 +4,6 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 
 /// usage: presva_bench FOLDER [options of Google Benchmark]

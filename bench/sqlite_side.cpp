@@ -14,7 +14,7 @@
 namespace sides {
 namespace {
 
-using comparison::answer;
+using comparison::answer, comparison::measure;
 
 constexpr const char* them = "sqlite";
 
@@ -86,72 +86,52 @@ std::vector<std::string> customerNames()
 
 void make(const std::filesystem::path& path, bool indexed)
 {
-    if (std::filesystem::exists(path)) return;
-    std::fprintf(stderr, "making %s ...\n", path.c_str());
-    const std::filesystem::path unfinished = path.string() + ".part";
-    std::filesystem::remove(unfinished);
-    {
-        Connection connection(unfinished);
-        connection.run("CREATE TABLE Cari(Unvan TEXT, Yuzde REAL, Kap TEXT, Nakit INTEGER);"
-                       "CREATE TABLE Hareket(Tarih REAL, Zeytin REAL, Yağ REAL, Yuzde REAL, HakTut REAL,"
-                       " Nakit INTEGER, CariHar TEXT)");
-        if (indexed)
-            connection.run("CREATE UNIQUE INDEX CariUnvan ON Cari(Unvan); CREATE INDEX HareketTarih ON Hareket(Tarih)");
-        connection.run("BEGIN");
-        const Statement customerRow = connection.prepare("INSERT INTO Cari VALUES(?,?,?,?)");
-        for (const long_mill::Customer& customer : long_mill::customers()) {
-            const std::string name = long_mill::utf8(customer.name), container = long_mill::utf8(customer.container);
-            sqlite3_bind_text(customerRow.get(), 1, name.c_str(), -1, SQLITE_STATIC);
-            sqlite3_bind_double(customerRow.get(), 2, static_cast<double>(customer.share));
-            sqlite3_bind_text(customerRow.get(), 3, container.c_str(), -1, SQLITE_STATIC);
-            sqlite3_bind_int64(customerRow.get(), 4, customer.fee);
-            connection.step(customerRow);
-            sqlite3_reset(customerRow.get());
-        }
-        const Statement pressingRow = connection.prepare(insertPressing);
-        const auto names = customerNames();
-        long_mill::pressings(
-            [&](const long_mill::Pressing& pressing) { insert(connection, pressingRow, pressing, names); });
-        connection.run("COMMIT");
+    Connection connection(path);
+    connection.run("CREATE TABLE Cari(Unvan TEXT, Yuzde REAL, Kap TEXT, Nakit INTEGER);"
+                   "CREATE TABLE Hareket(Tarih REAL, Zeytin REAL, Yağ REAL, Yuzde REAL, HakTut REAL,"
+                   " Nakit INTEGER, CariHar TEXT)");
+    if (indexed)
+        connection.run("CREATE UNIQUE INDEX CariUnvan ON Cari(Unvan); CREATE INDEX HareketTarih ON Hareket(Tarih)");
+    connection.run("BEGIN");
+    const Statement customerRow = connection.prepare("INSERT INTO Cari VALUES(?,?,?,?)");
+    for (const long_mill::Customer& customer : long_mill::customers()) {
+        const std::string name = long_mill::utf8(customer.name), container = long_mill::utf8(customer.container);
+        sqlite3_bind_text(customerRow.get(), 1, name.c_str(), -1, SQLITE_STATIC);
+        sqlite3_bind_double(customerRow.get(), 2, static_cast<double>(customer.share));
+        sqlite3_bind_text(customerRow.get(), 3, container.c_str(), -1, SQLITE_STATIC);
+        sqlite3_bind_int64(customerRow.get(), 4, customer.fee);
+        connection.step(customerRow);
+        sqlite3_reset(customerRow.get());
     }
-    std::filesystem::rename(unfinished, path);
+    const Statement pressingRow = connection.prepare(insertPressing);
+    const auto names = customerNames();
+    long_mill::pressings(
+        [&](const long_mill::Pressing& pressing) { insert(connection, pressingRow, pressing, names); });
+    connection.run("COMMIT");
 }
 
 void makeKeyed(const std::filesystem::path& path)
 {
-    if (std::filesystem::exists(path)) return;
-    const std::filesystem::path unfinished = path.string() + ".part";
-    std::filesystem::remove(unfinished);
-    {
-        Connection connection(unfinished);
-        connection.run("CREATE TABLE Kimlik(No INTEGER PRIMARY KEY, Ad TEXT); BEGIN");
-        const Statement row = connection.prepare("INSERT INTO Kimlik VALUES(?,?)");
-        int number = 0;
-        for (const std::string& name : customerNames()) {
-            sqlite3_bind_int(row.get(), 1, ++number);
-            sqlite3_bind_text(row.get(), 2, name.c_str(), -1, SQLITE_STATIC);
-            connection.step(row);
-            sqlite3_reset(row.get());
-        }
-        connection.run("COMMIT");
+    Connection connection(path);
+    connection.run("CREATE TABLE Kimlik(No INTEGER PRIMARY KEY, Ad TEXT); BEGIN");
+    const Statement row = connection.prepare("INSERT INTO Kimlik VALUES(?,?)");
+    int number = 0;
+    for (const std::string& name : customerNames()) {
+        sqlite3_bind_int(row.get(), 1, ++number);
+        sqlite3_bind_text(row.get(), 2, name.c_str(), -1, SQLITE_STATIC);
+        connection.step(row);
+        sqlite3_reset(row.get());
     }
-    std::filesystem::rename(unfinished, path);
+    connection.run("COMMIT");
 }
 
-class Session {
-public:
-    explicit Session(std::filesystem::path path) : path_(std::move(path)) {}
-    Connection& operator*()
-    {
-        if (!connection_) connection_ = std::make_unique<Connection>(path_);
-        return *connection_;
-    }
-
-private:
-    std::filesystem::path path_;
-    std::unique_ptr<Connection> connection_;
-};
+using Session = comparison::Session<Connection>;
 using SharedSession = std::shared_ptr<Session>;
+
+SharedSession session(const std::filesystem::path& path)
+{
+    return std::make_shared<Session>([path] { return std::make_unique<Connection>(path); });
+}
 
 std::string period() { return "Tarih>=43040 AND Tarih<=43069.999988425927"; }
 std::string sumQuery()
@@ -179,7 +159,7 @@ std::pair<double, double> readAll(Connection& connection, const Statement& state
 
 void searches(const std::string& task, const std::u16string& prefix, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
+    measure(task, them, [=](benchmark::State& state) {
         std::pair<double, double> found;
         for ([[maybe_unused]] auto _ : state) {
             const Statement statement = (**session).prepare("SELECT * FROM Cari WHERE Unvan LIKE '" +
@@ -188,12 +168,12 @@ void searches(const std::string& task, const std::u16string& prefix, const Share
         }
         answer(task + " rows", them, found.second);
         answer(task + " fees", them, found.first / 1e4);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void listings(const std::string& task, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
+    measure(task, them, [=](benchmark::State& state) {
         std::pair<double, double> found;
         for ([[maybe_unused]] auto _ : state) {
             const Statement statement =
@@ -202,12 +182,12 @@ void listings(const std::string& task, const SharedSession& session)
         }
         answer("month rows", them, found.second);
         answer("month olives", them, found.first);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void fourSums(const std::string& task, const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name(task, them).c_str(), [=](benchmark::State& state) {
+    measure(task, them, [=](benchmark::State& state) {
         double sum[4] = {};
         for ([[maybe_unused]] auto _ : state) {
             const Statement statement = (**session).prepare(sumQuery());
@@ -216,12 +196,12 @@ void fourSums(const std::string& task, const SharedSession& session)
         }
         sum[3] /= 1e4;
         for (std::size_t i = 0; i < 4; ++i) answer("sum " + std::to_string(i), them, sum[i]);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void grouped(const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name("olives by share", them).c_str(), [=](benchmark::State& state) {
+    measure("olives by share", them, [=](benchmark::State& state) {
         std::pair<double, double> found;
         for ([[maybe_unused]] auto _ : state) {
             const Statement statement = (**session).prepare("SELECT Yuzde,Sum(Zeytin) FROM Hareket GROUP BY Yuzde");
@@ -229,12 +209,12 @@ void grouped(const SharedSession& session)
         }
         answer("shares", them, found.second);
         answer("olives of shares", them, found.first);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void wheresByKey(const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name("Where by key", them).c_str(), [=](benchmark::State& state) {
+    measure("Where by key", them, [=](benchmark::State& state) {
         std::size_t key = 1;
         const auto nameOf = [&](std::size_t number) {
             const Statement statement = (**session).prepare("SELECT * FROM Kimlik WHERE No=" + std::to_string(number));
@@ -243,12 +223,12 @@ void wheresByKey(const SharedSession& session)
         };
         for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(nameOf(key = long_mill::keyAfter(key)));
         answer("name of 777", them, nameOf(777));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void checks(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("check", them).c_str(), [=](benchmark::State& state) {
+    measure("check", them, [=](benchmark::State& state) {
         for ([[maybe_unused]] auto _ : state) {
             Connection connection(path);
             const Statement statement = connection.prepare("PRAGMA integrity_check");
@@ -256,12 +236,12 @@ void checks(const std::filesystem::path& path)
             if (reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0)) != std::string("ok"))
                 throw std::runtime_error("not sound");
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void compacts(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("compact", them).c_str(), [=](benchmark::State& state) {
+    measure("compact", them, [=](benchmark::State& state) {
         std::filesystem::path to = path;
         to.replace_filename("compact.sqlite");
         std::filesystem::remove(to);
@@ -271,7 +251,7 @@ void compacts(const std::filesystem::path& path)
             std::filesystem::remove(to);
             state.ResumeTiming();
         }
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 /// The fields of a line that has no quotes.
@@ -289,7 +269,7 @@ std::vector<std::string> fieldsOf(const std::string& line)
 
 void imports(const Files& files)
 {
-    benchmark::RegisterBenchmark(comparison::name("import", them).c_str(), [=](benchmark::State& state) {
+    measure("import", them, [=](benchmark::State& state) {
         const std::filesystem::path to = files.folder / "import.sqlite";
         double fees = 0;
         for ([[maybe_unused]] auto _ : state) {
@@ -324,12 +304,12 @@ void imports(const Files& files)
         }
         answer("import fees", them, fees);
         std::filesystem::remove(to);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void exports(const SharedSession& session)
 {
-    benchmark::RegisterBenchmark(comparison::name("export", them).c_str(), [=](benchmark::State& state) {
+    measure("export", them, [=](benchmark::State& state) {
         std::size_t rows = 0;
         for ([[maybe_unused]] auto _ : state) {
             std::string out;
@@ -347,36 +327,28 @@ void exports(const SharedSession& session)
             }
         }
         answer("export rows", them, static_cast<double>(rows));
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 void appends(const std::string& task, const std::filesystem::path& original)
 {
-    benchmark::RegisterBenchmark(
-        comparison::name(task, them).c_str(),
-        [=](benchmark::State& state) {
-            std::filesystem::path copy = original;
-            copy.replace_filename("append.sqlite");
-            std::filesystem::copy_file(original, copy, std::filesystem::copy_options::overwrite_existing);
+    measure(task, them, [=](benchmark::State& state) {
+        comparison::onCopy(original, [&](const std::filesystem::path& copy) {
             const auto names = customerNames();
-            {
-                Connection connection(copy);
-                const Statement statement = connection.prepare(insertPressing);
-                std::mt19937 random(3);
-                double moment = 45300;
-                insert(connection, statement, long_mill::nextPressing(random, moment), names);
-                for ([[maybe_unused]] auto _ : state)
-                    insert(connection, statement, long_mill::nextPressing(random, moment += 0.001), names);
-            }
-            std::filesystem::remove(copy);
-        })
-        ->Unit(benchmark::kMillisecond)
-        ->MinTime(2);
+            Connection connection(copy);
+            const Statement statement = connection.prepare(insertPressing);
+            std::mt19937 random(3);
+            double moment = 45300;
+            insert(connection, statement, long_mill::nextPressing(random, moment), names);
+            for ([[maybe_unused]] auto _ : state)
+                insert(connection, statement, long_mill::nextPressing(random, moment += 0.001), names);
+        });
+    })->MinTime(2);
 }
 
 void opens(const std::filesystem::path& path)
 {
-    benchmark::RegisterBenchmark(comparison::name("open, first row", them).c_str(), [=](benchmark::State& state) {
+    measure("open, first row", them, [=](benchmark::State& state) {
         double olives = 0;
         for ([[maybe_unused]] auto _ : state) {
             Connection connection(path);
@@ -385,8 +357,8 @@ void opens(const std::filesystem::path& path)
             olives = sqlite3_column_double(statement.get(), 0);
         }
         answer("first olives", them, olives);
-    })->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark(comparison::name("open, four sums", them).c_str(), [=](benchmark::State& state) {
+    });
+    measure("open, four sums", them, [=](benchmark::State& state) {
         double sum = 0;
         for ([[maybe_unused]] auto _ : state) {
             Connection connection(path);
@@ -395,22 +367,21 @@ void opens(const std::filesystem::path& path)
             sum = sqlite3_column_double(statement.get(), 0);
         }
         answer("sum 0", them, sum);
-    })->Unit(benchmark::kMillisecond);
+    });
 }
 
 } // namespace
 
 void prepareSqlite(const Files& files)
 {
-    make(files.sqlitePlain(), false);
-    make(files.sqliteIndexed(), true);
-    makeKeyed(files.sqliteKeyed());
+    comparison::makeOnce(files.sqlitePlain(), [](const std::filesystem::path& path) { make(path, false); });
+    comparison::makeOnce(files.sqliteIndexed(), [](const std::filesystem::path& path) { make(path, true); });
+    comparison::makeOnce(files.sqliteKeyed(), makeKeyed);
 }
 
 void registerSqlite(const Files& files)
 {
-    const auto plain = std::make_shared<Session>(files.sqlitePlain()),
-               indexed = std::make_shared<Session>(files.sqliteIndexed());
+    const auto plain = session(files.sqlitePlain()), indexed = session(files.sqliteIndexed());
     searches("search, two letters", long_mill::twoLetters, plain);
     searches("search, six letters", long_mill::sixLetters, plain);
     listings("one month", plain);
@@ -418,7 +389,7 @@ void registerSqlite(const Files& files)
     fourSums("four sums", plain);
     fourSums("four sums, indexed", indexed);
     grouped(plain);
-    wheresByKey(std::make_shared<Session>(files.sqliteKeyed()));
+    wheresByKey(session(files.sqliteKeyed()));
     exports(plain);
     imports(files);
     checks(files.sqliteIndexed());

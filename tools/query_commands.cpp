@@ -5,6 +5,8 @@
 #include "store/jet/database/database.h"
 #include "tools/row_output.h"
 
+#include <algorithm>
+
 namespace tools {
 
 constinit const char* const sqlHelp =
