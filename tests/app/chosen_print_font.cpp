@@ -1,6 +1,7 @@
 #include "tests/app/counter_world.h"
 #include "tests/print/printed_documents.h"
 #include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 
 #include <QRegularExpression>
 
@@ -85,11 +86,9 @@ private slots:
         Counter counter;
         prepare(counter);
         Form1& form = counter.form;
-        QFile columns(counter.folder.filePath(u"Grid1.txt"_s)); // the table fits in letters of any of the sizes
-        QVERIFY(columns.open(QIODevice::WriteOnly));
-        columns.write(
-            "2800,#TRUE#\r\n1500,#TRUE#\r\n1400,#TRUE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1500,#TRUE#\r\n");
-        columns.close();
+        // The table fits in letters of any of the sizes.
+        putFile(counter.folder.filePath(u"Grid1.txt"_s),
+                "2800,#TRUE#\r\n1500,#TRUE#\r\n1400,#TRUE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1,#FALSE#\r\n1500,#TRUE#\r\n");
         Counter::click(form.GünlükCmd);
         Counter::click(form.Option1[1]);
         form.run([&] { form.DTPickerBas->setValue(QDate(2025, 11, 3)); });
@@ -126,10 +125,8 @@ private:
         QFETCH(double, size);
         QFETCH(bool, bold);
         QFETCH(bool, italic);
-        QFile header(counter.folder.filePath(u"Presva.Txt"_s));
-        QVERIFY(header.open(QIODevice::WriteOnly));
-        header.write("Mendrik Fabrikasi, Ayvalik\r\n\r\n\"Zeytin Yolu 5, Merkez\"\r\n");
-        header.close();
+        putFile(counter.folder.filePath(u"Presva.Txt"_s),
+                "Mendrik Fabrikasi, Ayvalik\r\n\r\n\"Zeytin Yolu 5, Merkez\"\r\n");
         counter.clock.now = QDateTime(QDate(2025, 11, 20), QTime(14, 5));
         counter.paper.sheet = print::Paper::a4(); // nothing is wider
         counter.addCustomer(u"Ali"_s);

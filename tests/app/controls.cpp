@@ -463,10 +463,9 @@ private slots:
     void dropDownTakesTextsOfItsEntries()
     {
         QFETCH(QString, text);
-        QFETCH(int, error);
         DropDownList list(nullptr, containers);
         list.setListIndex(1);
-        QCOMPARE(errorOf([&] { list.setText(text); }), error);
+        QTEST(errorOf([&] { list.setText(text); }), "error");
         QTEST(list.listIndex(), "index");
     }
 

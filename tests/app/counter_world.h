@@ -4,7 +4,6 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/doors/power_cut_disk.h"
 #include <QTest>
-#include <functional>
 
 /// The mill's database, whose every write can be watched and made to fail.
 class WatchedDatabases : public store::Databases {

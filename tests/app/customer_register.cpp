@@ -53,9 +53,7 @@ private slots:
 
     void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("apostrophe") << u"Ali O'Neil"_s;
-        QTest::newRow("opened bracket") << u"Ali [x"_s;
+        addCases<QString>("name", {{"apostrophe", u"Ali O'Neil"_s}, {"opened bracket", u"Ali [x"_s}});
     }
 
     void pickedNameThatBreaksTheSearchIsReportedAndWritesNothing()
@@ -82,8 +80,8 @@ private slots:
 
     void pickedCustomerBringsTheOwnTerms_data()
     {
-        QTest::addColumn<QString>("first"); // of the two, in the list
-        addColumns<QString, QString>("picked", "typed");
+        // first: of the two, in the list
+        addColumns<QString, QString, QString>("first", "picked", "typed");
         QTest::newRow("first of the list") << u"Ali Veli"_s << u"Ali"_s << u"ali"_s;
         QTest::newRow("other capitals") << u"Ali Veli"_s << u"ALİ VELİ"_s << u"ali"_s;
         QTest::newRow("other capitals, typed in full") << u"Ali Veli"_s << u"ALİ VELİ"_s << u"ali veli"_s;
@@ -217,9 +215,8 @@ private slots:
     void termsAreRecalledOneByOne_data()
     {
         using store::FieldValue;
-        QTest::addColumn<QVariant>("yuzde"); // invalid: Null
-        addColumns<QVariant, QVariant>("kap", "nakit");
-        QTest::addColumn<QStringList>("shown"); // percentage, container, fee; before: 7, 20 litres, 30
+        // yuzde, invalid: Null; shown: percentage, container, fee; before: 7, 20 litres, 30
+        addColumns<QVariant, QVariant, QVariant, QStringList>("yuzde", "kap", "nakit", "shown");
         const QVariant null;
         QTest::newRow("all") << QVariant(12.0) << QVariant("10 Litrelik Kap") << QVariant(100.0)
                              << QStringList{"12", "10 Litrelik Kap", "100"};
@@ -316,9 +313,8 @@ private slots:
     void nothingOfAnotherCustomerStaysWhenOneIsPicked_data()
     {
         using store::FieldValue;
-        QTest::addColumn<QVariant>("yuzde"); // invalid: Null
-        QTest::addColumn<QVariant>("nakit");
-        addColumns<QString, QString>("percentage", "fee");
+        // yuzde, invalid: Null
+        addColumns<QVariant, QVariant, QString, QString>("yuzde", "nakit", "percentage", "fee");
         const QVariant null;
         QTest::newRow("never printed") << null << null << u"0"_s << u"0"_s;
         QTest::newRow("no percentage") << null << QVariant(50.0) << u"0"_s << u"50"_s;
@@ -330,8 +326,6 @@ private slots:
     {
         QFETCH(QVariant, yuzde);
         QFETCH(QVariant, nakit);
-        QFETCH(QString, percentage);
-        QFETCH(QString, fee);
         const auto number = [](const QVariant& value) {
             return value.isValid() ? store::FieldValue(value.toDouble()) : store::FieldValue();
         };
@@ -345,8 +339,8 @@ private slots:
             QCOMPARE(form->NakitLbl[0]->caption(), u"200"_s);
             counter->retype(form->TxtLbl[0], QString::fromUtf8(typed));
             counter->pick(u"Ali"_s);
-            QCOMPARE(form->Haklbl[0]->caption(), percentage);
-            QCOMPARE(form->NakitLbl[0]->caption(), fee);
+            QTEST(form->Haklbl[0]->caption(), "percentage");
+            QTEST(form->NakitLbl[0]->caption(), "fee");
             // The size of the containers that stand there is nobody's terms.
             QCOMPARE(form->Combo1[0]->text(), u"20 Litrelik Kap"_s);
             Counter::click(form->TxtLbl[0]);
@@ -568,9 +562,7 @@ private slots:
 
     void saveButtonIsSeenOnlyOverANameThatIsTyped_data()
     {
-        QTest::addColumn<QString>("after");
-        for (const char* after : {"other station", "same station", "panel", "dialog", "pick", "prompt"})
-            QTest::newRow(after) << QString::fromLatin1(after);
+        addTexts("after", {"other station", "same station", "panel", "dialog", "pick", "prompt"});
     }
 
     void saveButtonIsSeenOnlyOverANameThatIsTyped()
@@ -620,9 +612,7 @@ private slots:
 
     void namesThatNoCustomerCanHaveAreNotSaved_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("totals row") << u"Toplamlar"_s;
-        QTest::newRow("blanks") << u"  "_s;
+        addCases<QString>("name", {{"totals row", u"Toplamlar"_s}, {"blanks", u"  "_s}});
     }
 
     void namesThatNoCustomerCanHaveAreNotSaved()

@@ -4,11 +4,10 @@
 #include "tests/app/screen_fixture.h"
 #include "tests/doors/fake_queue.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/support/columns.h"
 #include "weights/verification.h"
 
 #include <QtTest>
-
-#include <optional>
 
 namespace {
 
@@ -114,9 +113,7 @@ class CutAtTheSlip : public QObject {
 private slots:
     void slipsTakenAreRowsStoredAtEveryBoundary_data()
     {
-        QTest::addColumn<bool>("powerCut");
-        QTest::newRow("killed") << false;
-        QTest::newRow("power cut") << true;
+        addCases<bool>("powerCut", {{"killed", false}, {"power cut", true}});
     }
     void slipsTakenAreRowsStoredAtEveryBoundary()
     {

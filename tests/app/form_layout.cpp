@@ -1,6 +1,8 @@
 #include "screen_fixture.h"
+#include "tests/support/columns.h"
 #include <QHeaderView>
 #include <QtTest>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -43,7 +45,11 @@ QList<QWidget*> counterControls(const Form1& form)
 class FormLayout : public QObject {
     Q_OBJECT
 
+    std::optional<SizedScreen> screen_;
+    Form1& sized() { return screen_.emplace().form; }
+
 private slots:
+    void cleanup() { screen_.reset(); }
     void initTestCase() { applyTheme(*qApp); }
 
     void everythingTouchedIsLargeEnough_data() { sizes(); }
@@ -51,8 +57,7 @@ private slots:
     void everythingTouchedIsLargeEnough()
     {
         QFETCH(QSize, size);
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         const int least = size.width() > 1366 && size.height() > 1000 ? 56 : 48;
         QList<QWidget*> pressed;
         for (QWidget* control : counterControls(form))
@@ -75,8 +80,7 @@ private slots:
 
     void nothingOverlapsOrLeavesItsContainer()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         const QList<QWidget*> all = counterControls(form);
         for (int i = 0; i < all.size(); ++i) {
             const QRect one = onForm(form, all[i]);
@@ -96,8 +100,7 @@ private slots:
 
     void keypadIsOrderedForTwoHands()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         const auto at = [&](int key) { return form.Label1[key]->geometry(); };
         // As on a calculator: 7 8 9 above 4 5 6 above 1 2 3 above 0.
         QCOMPARE(at(39).top(), at(37).top());    // 7 and 9
@@ -114,8 +117,7 @@ private slots:
 
     void clearKeyIsFarFromThePrintButtons()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         for (CommandButton* print : form.YazCmd) {
             const int distance = form.Label1[46]->geometry().top() - onForm(form, print).bottom();
             QVERIFY2(distance >= 2 * form.Label1[0]->height(), qPrintable(QString::number(distance)));
@@ -126,8 +128,7 @@ private slots:
 
     void weightsAreTheLargestFigures()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         for (FieldLabel* field : form.findChildren<FieldLabel*>())
             if (Form1::controlName(field) != u"Label2" && Form1::controlName(field) != u"Label3")
                 QVERIFY2(field->height() < form.Label2[0]->height(), qPrintable(field->objectName()));
@@ -137,8 +138,7 @@ private slots:
 
     void searchListLeavesTheNameFree()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         form.dbListe1->setRows([] { return 1000; }, [](int) { return u"Ali"_s; });
         form.dbListe1->setVisible(true);
         for (int i = 0; i < 2; ++i) {
@@ -161,8 +161,7 @@ private slots:
 
     void reportPanelCoversTheStationsOnly()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         form.Frame4->setVisible(true);
         form.Dosya->setEnabled(false); // as it is while the panel is open
         form.activate(form.GünLbl);
@@ -219,8 +218,7 @@ private slots:
 
     void noDigitOfAFigureIsCut()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         struct Figure {
             FieldLabel* label;
             const char* text;
@@ -251,8 +249,7 @@ private slots:
 
     void captionsFit()
     {
-        SizedScreen screen;
-        Form1& form = screen.form;
+        Form1& form = sized();
         form.HakCmd[0]->setCaption(u"Hak Ediş Var"_s);
         form.Kaydet->setCaption(u"Kaydı Sil"_s);
         for (CommandButton* button : form.findChildren<CommandButton*>()) {
@@ -280,12 +277,11 @@ private slots:
 private:
     static void sizes()
     {
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("1024 x 768") << QSize(1024, 768);
-        QTest::newRow("1024 x 738, below a title bar") << QSize(1024, 738);
-        QTest::newRow("1366 x 768") << QSize(1366, 768);
-        QTest::newRow("1280 x 1024") << QSize(1280, 1024);
-        QTest::newRow("1920 x 1080") << QSize(1920, 1080);
+        addCases<QSize>("size", {{"1024 x 768", QSize(1024, 768)},
+                                 {"1024 x 738, below a title bar", QSize(1024, 738)},
+                                 {"1366 x 768", QSize(1366, 768)},
+                                 {"1280 x 1024", QSize(1280, 1024)},
+                                 {"1920 x 1080", QSize(1920, 1080)}});
     }
 };
 

@@ -3,6 +3,7 @@
 #include "files/error.h"
 #include "screen_fixture.h"
 #include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 #include <QtTest>
 #include <optional>
 
@@ -106,8 +107,8 @@ private slots:
 
     void activationTakesTheKeypadCaseFromTheSettings_data()
     {
-        addColumns<bool, QString>("capitals", "caseKey");
-        QTest::addColumn<QString>("keys"); // of indexes 0, 10, 11, 27
+        // keys: of indexes 0, 10, 11, 27
+        addColumns<bool, QString, QString>("capitals", "caseKey", "keys");
         QTest::newRow("capitals") << true << u"AB"_s << u"AIİY"_s;
         QTest::newRow("small") << false << u"ab"_s << u"aıiy"_s;
     }
@@ -297,9 +298,7 @@ private slots:
 
     void closeButtonDropsTheContainers_data()
     {
-        QTest::addColumn<int>("station");
-        QTest::newRow("first station") << 0;
-        QTest::newRow("second station") << 1;
+        addCases<int>("station", {{"first station", 0}, {"second station", 1}});
     }
 
     void closeButtonDropsTheContainers()
@@ -341,10 +340,8 @@ private slots:
 
     void everyWayOutSavesTheLayoutAndAsksNothing_data()
     {
-        QTest::addColumn<QString>("way");
-        QTest::newRow("menu item") << u"PrgExit"_s;
-        QTest::newRow("picture button") << u"Command1"_s;
-        QTest::newRow("close box") << u"close"_s;
+        addCases<QString>("way",
+                          {{"menu item", u"PrgExit"_s}, {"picture button", u"Command1"_s}, {"close box", u"close"_s}});
     }
 
     void everyWayOutSavesTheLayoutAndAsksNothing()
@@ -430,9 +427,8 @@ private slots:
         QVERIFY(screen->prompt.exclamations[0].contains(u"GünlükCmd"));
         QVERIFY(screen->prompt.exclamations[0].contains(u"no such place"));
         QVERIFY(screen->prompt.exclamations[0].contains(u"form_shell.cpp:%1)"_s.arg(wired)));
-        QFile log(screen->folder.filePath(u"presva.log"_s));
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(log.readAll()), u"2025-11-20T14:05:00 "_s + screen->prompt.exclamations[0] + u'\n');
+        QCOMPARE(QString::fromUtf8(contentOf(screen->folder.filePath(u"presva.log"_s))),
+                 u"2025-11-20T14:05:00 "_s + screen->prompt.exclamations[0] + u'\n');
         // A fault of the engine has a sentence of its own.
         form->GünlükCmd->onClick([] { throw files::Error(files::Fault::disk, "disk"); });
         QTest::mouseClick(form->GünlükCmd, Qt::LeftButton);

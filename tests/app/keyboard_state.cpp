@@ -1,11 +1,9 @@
 #include "app/keyboard_state.h"
-#include "base/letters.h"
 #include "tests/doors/fake_keyboard.h"
 #include "tests/support/columns.h"
 #include <QTest>
 #include <X11/Xlib.h> // after Qt: Xlib's macros break its headers
 #include <memory>
-#include <vector>
 
 using namespace app;
 using namespace Qt::StringLiterals;
@@ -35,9 +33,8 @@ class KeyboardStateTest : public QObject {
 private slots:
     void capsLockIsPressedOnlyWhenItDiffers_data()
     {
-        QTest::addColumn<bool>("wanted");
-        QTest::addColumn<int>("state"); // -1: cannot be read
-        QTest::addColumn<QString>("sent");
+        // state -1: cannot be read
+        addColumns<bool, int, QString>("wanted", "state", "sent");
         QTest::newRow("on already") << true << 1 << QString();
         QTest::newRow("off already") << false << 0 << QString();
         QTest::newRow("to be switched on") << true << 0 << u"20/0 20/2 "_s;
@@ -71,8 +68,7 @@ private slots:
 
     void windowsThatNobodySeesLeaveTheRealKeyboardAlone_data()
     {
-        QTest::addColumn<QString>("platformName");
-        for (const char* name : {"offscreen", "minimal", "vnc", "wayland", ""}) QTest::newRow(name) << QString(name);
+        addTexts("platformName", {"offscreen", "minimal", "vnc", "wayland", ""});
     }
 
     void windowsThatNobodySeesLeaveTheRealKeyboardAlone()
@@ -124,8 +120,7 @@ private slots:
     void firstLetterBecomesACapital()
     {
         QFETCH(QString, caption);
-        QFETCH(QString, expected);
-        QCOMPARE(IlkHarfBuyut(caption), expected);
+        QTEST(IlkHarfBuyut(caption), "expected");
     }
 
     void namesGrowKeyByKey_data()
@@ -141,8 +136,7 @@ private slots:
     void namesGrowKeyByKey()
     {
         QFETCH(QString, keys);
-        QFETCH(QStringList, captions);
-        QCOMPARE(typed(keys), captions);
+        QTEST(typed(keys), "captions");
     }
 
     void capitalsTypedInBetweenBecomeSmallAgain()

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -34,7 +35,12 @@ const QString title = u"Kayıt Silme"_s;
 class MessageBoxesTest : public QObject {
     Q_OBJECT
 
+    std::optional<MessageBoxes> boxes;
+
 private slots:
+    void init() { boxes.emplace(); }
+    void cleanup() { boxes.reset(); }
+
     void questionIsAnsweredByItsButtons_data()
     {
         addColumns<QString, bool>("caption", "yes");
@@ -46,7 +52,6 @@ private slots:
     void questionIsAnsweredByItsButtons()
     {
         QFETCH(QString, caption);
-        MessageBoxes boxes;
         QString shown, shownTitle;
         QMessageBox::Icon icon = QMessageBox::NoIcon;
         whenOpen([&] {
@@ -58,7 +63,7 @@ private slots:
             else
                 button(caption)->click();
         });
-        QTEST(boxes.yesNo(question, title), "yes");
+        QTEST(boxes->yesNo(question, title), "yes");
         QCOMPARE(shown, question);
         QCOMPARE(shownTitle, title);
         QCOMPARE(icon, QMessageBox::Critical);
@@ -66,19 +71,17 @@ private slots:
 
     void enterMeansNo()
     {
-        MessageBoxes boxes;
         QString preferred;
         whenOpen([&] {
             preferred = openBox()->defaultButton()->text();
             QTest::keyClick(openBox(), Qt::Key_Return);
         });
-        QCOMPARE(boxes.yesNo(question, title), false);
+        QCOMPARE(boxes->yesNo(question, title), false);
         QCOMPARE(preferred, u"Hayır"_s);
     }
 
     void noteIsTitledWithTheProgram()
     {
-        MessageBoxes boxes;
         QString shownTitle, caption;
         QMessageBox::Icon icon = QMessageBox::NoIcon;
         whenOpen([&] {
@@ -87,7 +90,7 @@ private slots:
             caption = openBox()->buttons().constFirst()->text();
             button(u"Tamam"_s)->click();
         });
-        boxes.exclamation(u"Geçersiz ayar"_s);
+        boxes->exclamation(u"Geçersiz ayar"_s);
         QCOMPARE(shownTitle, u"Mendrik Presva"_s);
         QCOMPARE(icon, QMessageBox::Warning);
         QCOMPARE(caption, u"Tamam"_s);
@@ -95,28 +98,26 @@ private slots:
 
     void errorReportNamesNumberAndText()
     {
-        MessageBoxes boxes;
         QString shown;
         whenOpen([&] {
             shown = openBox()->text();
             openBox()->close();
         });
-        boxes.errorReport(base::runtimeError(base::errors::typeMismatch));
+        boxes->errorReport(base::runtimeError(base::errors::typeMismatch));
         QCOMPARE(shown, u"Run-time error '13':\n\nType mismatch"_s);
     }
 
     void secondReportIsOnlyLogged()
     {
-        MessageBoxes boxes;
         int open = 0;
         whenOpen([&] {
             QTest::ignoreMessage(QtWarningMsg, "Run-time error '6': Overflow");
-            boxes.errorReport(base::runtimeError(base::errors::overflow));
+            boxes->errorReport(base::runtimeError(base::errors::overflow));
             for (QWidget* window : QApplication::topLevelWidgets())
                 if (qobject_cast<QMessageBox*>(window) && window->isVisible()) ++open;
             openBox()->close();
         });
-        boxes.errorReport(base::runtimeError(base::errors::typeMismatch));
+        boxes->errorReport(base::runtimeError(base::errors::typeMismatch));
         QCOMPARE(open, 1);
     }
 
@@ -149,7 +150,6 @@ private slots:
 
     void fontDialogGivesWhatWasTouched()
     {
-        MessageBoxes boxes;
         whenOpen([] {
             auto* dialog = qobject_cast<FontDialog*>(QApplication::activeModalWidget());
             for (int row = 0; row < dialog->faces->rowCount(); ++row)
@@ -159,7 +159,7 @@ private slots:
             QTest::mouseClick(dialog->italic, Qt::LeftButton);
             QTest::mouseClick(dialog->ok, Qt::LeftButton);
         });
-        const auto chosen = boxes.chooseFont({u"Arial"_s, 10, false, true});
+        const auto chosen = boxes->chooseFont({u"Arial"_s, 10, false, true});
         QVERIFY(chosen);
         QCOMPARE(chosen->name, u"DejaVu Sans"_s);
         QCOMPARE(chosen->size, 10.5f);
@@ -169,13 +169,12 @@ private slots:
 
     void cancelledFontDialogGivesNothing()
     {
-        MessageBoxes boxes;
         whenOpen([] {
             auto* dialog = qobject_cast<FontDialog*>(QApplication::activeModalWidget());
             QTest::mouseClick(dialog->larger, Qt::LeftButton);
             QTest::mouseClick(dialog->cancel, Qt::LeftButton);
         });
-        QVERIFY(!boxes.chooseFont({u"Arial"_s, 8, false, false}));
+        QVERIFY(!boxes->chooseFont({u"Arial"_s, 8, false, false}));
     }
 
     void fontSizeStaysPrintable()

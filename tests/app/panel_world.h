@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tests/app/screen_fixture.h"
+#include "tests/support/qt_files.h"
 #include <QDir>
-#include <QFile>
 #include <QTest>
 
 /// A screen's world with customers and pressings, layout files, and a printer with A4 paper, whose pages a listing
@@ -35,17 +35,8 @@ struct PanelWorld : World {
                 row.HakTut, row.Nakit, row.name});
     }
 
-    QByteArray fileContent(const QString& name) const
-    {
-        QFile file(folder.filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-    }
-    void putFile(const QString& name, const QByteArray& bytes) const
-    {
-        QFile file(folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
-    }
+    QByteArray fileContent(const QString& name) const { return contentOf(folder.filePath(name)); }
+    void putFile(const QString& name, const QByteArray& bytes) const { ::putFile(folder.filePath(name), bytes); }
     QStringList printedFiles() const
     {
         return QDir(folder.filePath(u"printed"_s)).entryList({u"*.pdf"_s}, QDir::Files);

@@ -1,6 +1,7 @@
 #include "app/setting_names.h"
 #include "tests/app/counter_world.h"
 #include "tests/scale/played_devices.h"
+#include "tests/support/columns.h"
 #include "tests/support/text.h"
 
 #include <QElapsedTimer>
@@ -67,8 +68,7 @@ private slots:
 
     void weightsComeBackWithinTwoSecondsEachTime_data()
     {
-        QTest::addColumn<bool>("isLink");
-        QTest::addColumn<QString>("format");
+        addColumns<bool, QString>("isLink", "format");
         QTest::newRow("an adapter, lines as they are") << false << QString();
         QTest::newRow("a link of the mill, still weights of a format") << true << u"st-gs"_s;
     }

@@ -7,7 +7,6 @@
 #include <QHeaderView>
 #include <QPointingDevice>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTimer>
 #include <QTouchEvent>
 
@@ -168,12 +167,7 @@ private slots:
         QCOMPARE(shown(), customers);
     }
 
-    void chosenViewTappedAgainIsAppliedAgain_data()
-    {
-        QTest::addColumn<int>("view");
-        QTest::newRow("customers") << 0;
-        QTest::newRow("report") << 1;
-    }
+    void chosenViewTappedAgainIsAppliedAgain_data() { addCases<int>("view", {{"customers", 0}, {"report", 1}}); }
 
     void chosenViewTappedAgainIsAppliedAgain()
     {
@@ -342,8 +336,8 @@ private slots:
 
     void changedDayReordersAndReports_data()
     {
-        addColumns<bool, QDate, QDate, QDate>("firstChanged", "day", "first", "last");
-        QTest::addColumn<int>("rows"); // the totals row included
+        // rows: the totals row included
+        addColumns<bool, QDate, QDate, QDate, int>("firstChanged", "day", "first", "last", "rows");
         const QDate second(2025, 2, 2);
         const QDate third(2025, 2, 3);
         const QDate fourth(2025, 2, 4);
@@ -452,8 +446,8 @@ private slots:
 
     void draggedColumnIsKeptInTwips_data()
     {
-        QTest::addColumn<int>("column");
-        QTest::addColumn<int>("by"); // pixels
+        // by: pixels
+        addColumns<int, int>("column", "by");
         QTest::newRow("wider") << 1 << 40;
         QTest::newRow("narrower") << 1 << -17;
         QTest::newRow("the first") << 0 << 3;
@@ -564,12 +558,12 @@ private slots:
 
     void damagedLayoutDoesNotStopThePanel_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("another program's") << "[Grid]\r\nwidth=12\r\n"_ba;
-        QTest::newRow("nothing but zeros") << QByteArray(5000, '\0');
-        QTest::newRow("huge numbers") << "1E+300,#TRUE#\r\n99999999999,#TRUE#\r\n245745,#TRUE#\r\n0,#TRUE#\r\n"_ba;
-        QTest::newRow("many lines") << "100,#TRUE#\r\n"_ba.repeated(50000);
-        QTest::newRow("everything hidden") << "100,#FALSE#\r\n"_ba.repeated(7);
+        addCases<QByteArray>(
+            "bytes", {{"another program's", "[Grid]\r\nwidth=12\r\n"_ba},
+                      {"nothing but zeros", QByteArray(5000, '\0')},
+                      {"huge numbers", "1E+300,#TRUE#\r\n99999999999,#TRUE#\r\n245745,#TRUE#\r\n0,#TRUE#\r\n"_ba},
+                      {"many lines", "100,#TRUE#\r\n"_ba.repeated(50000)},
+                      {"everything hidden", "100,#FALSE#\r\n"_ba.repeated(7)}});
     }
 
     void damagedLayoutDoesNotStopThePanel()
@@ -630,12 +624,7 @@ private slots:
         QCOMPARE(edgeOf(1), edge + 30); // for as long as the listing stays
     }
 
-    void dragScrollsTheRows_data()
-    {
-        QTest::addColumn<bool>("finger");
-        QTest::newRow("mouse") << false;
-        QTest::newRow("finger") << true;
-    }
+    void dragScrollsTheRows_data() { addCases<bool>("finger", {{"mouse", false}, {"finger", true}}); }
 
     void dragScrollsTheRows()
     {
@@ -711,9 +700,7 @@ private slots:
 
     void coveredStationDoesNothing_data()
     {
-        QTest::addColumn<QString>("control");
-        for (const char* control : {"YazCmd(0)", "HakCmd(0)", "YeniCmd(1)", "Combo1(0)", "KapCmd(0)", "NakitLbl(0)"})
-            QTest::newRow(control) << QString::fromLatin1(control);
+        addTexts("control", {"YazCmd(0)", "HakCmd(0)", "YeniCmd(1)", "Combo1(0)", "KapCmd(0)", "NakitLbl(0)"});
     }
 
     void coveredStationDoesNothing()
@@ -773,12 +760,7 @@ private slots:
         QCOMPARE(form().GünLbl->caption(), QString());
     }
 
-    void statementPrintsWhatTheGridShows_data()
-    {
-        QTest::addColumn<bool>("report");
-        QTest::newRow("report") << true;
-        QTest::newRow("customers") << false;
-    }
+    void statementPrintsWhatTheGridShows_data() { addCases<bool>("report", {{"report", true}, {"customers", false}}); }
 
     void statementPrintsWhatTheGridShows()
     {
@@ -817,8 +799,8 @@ private slots:
 
     void sumsAreTheStatementsLastRow_data()
     {
-        addColumns<QDate, QDate, QString>("first", "last", "name");
-        QTest::addColumn<QString>("end"); ///< of the table
+        // end: of the table
+        addColumns<QDate, QDate, QString, QString>("first", "last", "name", "end");
         const QDate second(2025, 2, 2);
         const QDate third(2025, 2, 3);
         QTest::newRow("of all") << second << third << QString()
@@ -849,9 +831,7 @@ private slots:
 
     void typedNameIsReportedBeforeItIsPrinted_data()
     {
-        QTest::addColumn<bool>("underTheCustomers");
-        QTest::newRow("in the report") << false;
-        QTest::newRow("under the customers") << true;
+        addCases<bool>("underTheCustomers", {{"in the report", false}, {"under the customers", true}});
     }
 
     void typedNameIsReportedBeforeItIsPrinted()
@@ -877,8 +857,8 @@ private slots:
 
     void unknownNameIsNotPrinted_data()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<bool>("dialog"); ///< opened and closed after the name was typed; the day it sets runs a report
+        // dialog: opened and closed after the name was typed; the day it sets runs a report
+        addColumns<QString, bool>("typed", "dialog");
         QTest::newRow("nobody's") << u"zeki"_s << false;
         QTest::newRow("the beginning of two") << u"al"_s << false;
         QTest::newRow("the sums'") << u"toplamlar"_s << false;

@@ -145,9 +145,7 @@ private slots:
 
     void activationGoesOnWhereTheReportOfTheNewDayFails_data()
     {
-        QTest::addColumn<bool>("panel");
-        QTest::newRow("name at the second station") << false;
-        QTest::newRow("name in the report panel") << true;
+        addCases<bool>("panel", {{"name at the second station", false}, {"name in the report panel", true}});
     }
 
     void activationGoesOnWhereTheReportOfTheNewDayFails()
@@ -207,8 +205,8 @@ private slots:
 
     void storedPortIsOpened_data()
     {
-        addColumns<QString, QString, QString>("Settings", "CommPort", "Handshaking");
-        QTest::addColumn<QString>("opened"); // number, settings, flow control
+        // opened: number, settings, flow control
+        addColumns<QString, QString, QString, QString>("Settings", "CommPort", "Handshaking", "opened");
         // clang-format off
         QTest::newRow("nothing stored") << "" << "" << "" << "1 9600,n,8,1 0";
         QTest::newRow("all stored") << "19200,N,8,1" << "3" << "1" << "3 19200,n,8,1 1";
@@ -238,8 +236,8 @@ private slots:
 
     void unusableSettingsAreReportedAndThePortStaysClosed_data()
     {
-        addColumns<QString, QString, int>("key", "text", "error");
-        QTest::addColumn<int>("port"); // afterwards; 3 is stored
+        // port: afterwards; 3 is stored
+        addColumns<QString, QString, int, int>("key", "text", "error", "port");
         // clang-format off
         QTest::newRow("settings string") << "Settings" << "9600,X,8,1" << 380 << 1;
         QTest::newRow("settings string of another shape") << "Settings" << "9600" << 380 << 1;

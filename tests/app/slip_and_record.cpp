@@ -34,8 +34,8 @@ private slots:
 
     void printedPressingIsStoredFieldByField_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<QStringList>("shown"); // percentage, oil, entitlement, handed over
+        // shown: percentage, oil, entitlement, handed over
+        addColumns<bool, QStringList>("english", "shown");
         QTest::newRow("Turkish marks") << false << QStringList{"1,75", "1.500", "26", "1.474"};
         QTest::newRow("English marks") << true << QStringList{"1.75", "1,500", "26", "1,474"};
     }
@@ -78,11 +78,8 @@ private slots:
 
     void slipThatIsNotPrintedLeavesNothing_data()
     {
-        QTest::addColumn<QString>("fault");
-        for (const char* fault :
-             {"no printer", "job refused", "pages refused", "note not written", "font size", "bold flag", "italic flag",
-              "weight", "oil", "fee", "share", "handed over", "container"})
-            QTest::newRow(fault) << QString::fromLatin1(fault);
+        addTexts("fault", {"no printer", "job refused", "pages refused", "note not written", "font size", "bold flag",
+                           "italic flag", "weight", "oil", "fee", "share", "handed over", "container"});
     }
 
     void slipThatIsNotPrintedLeavesNothing()
@@ -317,9 +314,7 @@ private slots:
 
     void tableThatTakesNoRowPrintsNoSlip_data()
     {
-        QTest::addColumn<QString>("table");
-        QTest::newRow("customers") << u"Cari"_s;
-        QTest::newRow("journal") << u"Hareket"_s;
+        addCases<QString>("table", {{"customers", u"Cari"_s}, {"journal", u"Hareket"_s}});
     }
 
     void tableThatTakesNoRowPrintsNoSlip()

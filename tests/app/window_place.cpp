@@ -1,5 +1,6 @@
 #include "app/window_place.h"
 #include "app/screen_layout.h"
+#include "tests/support/columns.h"
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QWidget>
@@ -40,8 +41,8 @@ class WindowPlaceTest : public QObject {
 private slots:
     void releaseKeepsTheWindowOnTheScreen_data()
     {
-        QTest::addColumn<QList<double>>("before");
-        QTest::addColumn<QList<double>>("after"); // left and top
+        // after: left and top
+        addColumns<QList<double>, QList<double>>("before", "after");
         QTest::newRow("left edge off") << QList<double>{-150, 300, 9000, 6000} << QList<double>{0, 300};
         QTest::newRow("right edge off") << QList<double>{9000, 300, 9000, 6000} << QList<double>{6360, 300};
         QTest::newRow("bottom within 400") << QList<double>{300, 5200, 9000, 6000} << QList<double>{300, 0};

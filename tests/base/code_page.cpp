@@ -35,8 +35,7 @@ private slots:
     void turkishBytesAreTurkishLetters()
     {
         QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(fromCodePage(bytes), text);
+        QTEST(fromCodePage(bytes), "text");
     }
 
     void undefinedBytesStandForThemselves()
@@ -66,8 +65,7 @@ private slots:
     void editedFilesAreDecodedByTheirMarkOrShape()
     {
         QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(decodeEditedText(bytes), text);
+        QTEST(decodeEditedText(bytes), "text");
     }
 };
 

@@ -49,7 +49,6 @@ private slots:
     void categoriesOfTheEnvironmentDecide()
     {
         QFETCH(QStringList, environment);
-        QFETCH(QString, expected);
         QProcessEnvironment clean = QProcessEnvironment::systemEnvironment();
         for (const QString& name : clean.keys())
             if (name.startsWith("LC_"_L1) || name == "LANG"_L1 || name == "LANGUAGE"_L1) clean.remove(name);
@@ -59,7 +58,7 @@ private slots:
         process.setProcessEnvironment(clean);
         process.start(QCoreApplication::applicationFilePath(), {u"--sample"_s});
         QVERIFY(process.waitForFinished());
-        QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), expected);
+        QTEST(QString::fromUtf8(process.readAllStandardOutput()), "expected");
     }
 };
 

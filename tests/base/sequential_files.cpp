@@ -2,8 +2,8 @@
 #include "base/sequential.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
+#include "tests/support/qt_files.h"
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -29,8 +29,7 @@ private slots:
     void linesAreWrittenTheSameUnderAllSettings()
     {
         QFETCH(QString, line);
-        QFETCH(QString, expected);
-        QCOMPARE(line, expected);
+        QTEST(line, "expected");
     }
 
     void commasAndLineEndsOutsideQuotesEndItems_data()
@@ -61,11 +60,10 @@ private slots:
     void commasAndLineEndsOutsideQuotesEndItems()
     {
         QFETCH(QString, content);
-        QFETCH(QStringList, items);
         SeqReader reader(content);
         QStringList read;
         while (!reader.atEnd()) read += reader.next();
-        QCOMPARE(read, items);
+        QTEST(read, "items");
     }
 
     void readingPastTheEndIsAnError()
@@ -102,11 +100,10 @@ private slots:
     void damagedLayoutLinesAreRefused()
     {
         QFETCH(QString, line);
-        QFETCH(QString, expected);
         const auto read = parseNumberAndFlag(line);
         const QString result =
             read ? QString::number(read->number) + (read->flag ? " shown"_L1 : " hidden"_L1) : u"refused"_s;
-        QCOMPARE(result, expected);
+        QTEST(result, "expected");
     }
 
     void writtenWidthsAreReadBack()
@@ -147,12 +144,10 @@ private slots:
         QFETCH(QString, wanted);
         QFETCH(bool, found);
         const QTemporaryDir folder;
-        if (onDisk.endsWith(u'/')) {
+        if (onDisk.endsWith(u'/'))
             QVERIFY(QDir(folder.path()).mkdir(onDisk.chopped(1)));
-        } else {
-            QFile file(folder.filePath(onDisk));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        }
+        else
+            putFile(folder.filePath(onDisk));
         const auto path = findFile(folder.path(), wanted);
         QCOMPARE(path.value_or(QString()), found ? folder.filePath(onDisk) : QString());
     }
@@ -160,10 +155,7 @@ private slots:
     void exactNameIsPreferred()
     {
         const QTemporaryDir folder;
-        for (const auto& name : {u"PRESVA.TXT"_s, u"Presva.Txt"_s, u"presva.txt"_s}) {
-            QFile file(folder.filePath(name));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        }
+        for (const auto& name : {u"PRESVA.TXT"_s, u"Presva.Txt"_s, u"presva.txt"_s}) putFile(folder.filePath(name));
         QCOMPARE(findFile(folder.path(), u"Presva.Txt").value_or(QString()), folder.filePath(u"Presva.Txt"_s));
     }
 };

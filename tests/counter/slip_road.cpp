@@ -148,8 +148,9 @@ struct Mill {
     counter::WeightRecord weights{book, counter::Log(folder.path(), clock.hands()), clock.hands()};
     counter::SlipRoad road{{customers, journal, databases, notes, weights, printer, &backups, Regional::turkish(),
                             folder.path(), clock.hands(), [this](const QString& told) { setAside << told; }}};
-    QStringList setAside;      ///< what was told of notes set aside
-    bool bookEndsSound = true; ///< whether journal and log agree with the book behind the test
+    QStringList setAside; ///< what was told of notes set aside
+    /// Whether journal and log agree with the book behind the test; nothing where that cannot be read.
+    std::optional<bool> bookEndsSound = true;
     std::shared_ptr<store::Engine> engine;
 };
 
@@ -169,7 +170,7 @@ private slots:
     void init() { mill.emplace(); }
     void cleanup()
     {
-        QCOMPARE(mill->bookAgrees(), mill->bookEndsSound);
+        if (mill->bookEndsSound) QCOMPARE(mill->bookAgrees(), *mill->bookEndsSound);
         mill.reset();
     }
 
@@ -293,6 +294,7 @@ private slots:
         QVERIFY(outcome.stored);
         QVERIFY(outcome.notice.contains("tartım defterine yazılamadı"));
         QCOMPARE(mill->setAside.size(), 1);
+        mill->bookEndsSound.reset();
     }
 
     void aStartTellsOfEveryNoteThatLiesSetAside()
@@ -431,6 +433,7 @@ private slots:
         QVERIFY(mill->road.printAndBook(mill->slip("Ali")).stored);
         QVERIFY(QFile::remove(mill->folder.filePath("presva.log")) &&
                 QDir().mkpath(mill->folder.filePath("presva.log")));
+        mill->bookEndsSound.reset();
         QVERIFY_THROWS_EXCEPTION(base::RuntimeError, mill->road.announceDeletion({}));
         QVERIFY(mill->road.printAndBook(mill->slip("Ali")).stored); // a slip does not wait for it
 
@@ -710,6 +713,7 @@ private slots:
         store::SlipNote slip = mill->note(mill->job(true));
         slip.pressing.percentage = "1e";
         mill->notes.write(slip);
+        mill->bookEndsSound.reset();
         mill->road.recover();
         QCOMPARE(mill->rows("Hareket"), 1);
         QVERIFY(mill->log()[0].endsWith("basılmış, kaydı şimdi yapıldı"));
@@ -833,6 +837,7 @@ private slots:
 
     void theSameCustomerTwiceInOneSecondIsTwoPressings()
     {
+        mill->bookEndsSound = false; // the first of them has no line
         counter::book(mill->customers, mill->journal, mill->note(mill->job(true)), Regional::turkish());
         store::SlipNote second = mill->note(mill->job(true));
         second.sameBefore = store::pressingsAt(*mill->engine, second.pressing.customer, second.moment);

@@ -83,27 +83,20 @@ struct CsvQuotesRow {
     std::string text;
     std::string field;
 };
-class CsvQuotes : public TableTest<CsvQuotesRow> {};
 
-RowTable<CsvQuotesRow> csvQuotes()
-{
-    RowTable<CsvQuotesRow> table;
-    const auto row = [&table](const char* name, const char* text, const char* field) {
-        table.push_back({name, {text, field}});
-    };
-    row("plain", "Ali Veli", "Ali Veli");
-    row("Turkish letters", "Şükrü Ağaoğlu", "Şükrü Ağaoğlu");
-    row("comma", "Ali, Veli", "\"Ali, Veli\"");
-    row("quote", "12\" boru", "\"12\"\" boru\"");
-    row("only a quote", "\"", "\"\"\"\"");
-    row("line end", "bir\niki", "\"bir\niki\"");
-    row("carriage return", "bir\riki", "\"bir\riki\"");
-    row("blanks stay", "  5 Litrelik Kap ", "  5 Litrelik Kap ");
-    row("empty text", "", "\"\"");
-    return table;
-}
+const RowTable<CsvQuotesRow> csvQuotes = {
+    {"plain", {"Ali Veli", "Ali Veli"}},
+    {"Turkish letters", {"Şükrü Ağaoğlu", "Şükrü Ağaoğlu"}},
+    {"comma", {"Ali, Veli", "\"Ali, Veli\""}},
+    {"quote", {"12\" boru", "\"12\"\" boru\""}},
+    {"only a quote", {"\"", "\"\"\"\""}},
+    {"line end", {"bir\niki", "\"bir\niki\""}},
+    {"carriage return", {"bir\riki", "\"bir\riki\""}},
+    {"blanks stay", {"  5 Litrelik Kap ", "  5 Litrelik Kap "}},
+    {"empty text", {"", "\"\""}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, CsvQuotes, testing::ValuesIn(csvQuotes()), RowName());
+TABLE_SUITE(CsvQuotes, CsvQuotesRow, csvQuotes);
 
 TEST_P(CsvQuotes, fieldsAreQuotedWhereTheyMustBe)
 {
@@ -117,30 +110,27 @@ struct CsvRecordsRow {
     std::string text;
     Records records;
 };
-class CsvRecords : public TableTest<CsvRecordsRow> {};
 
-RowTable<CsvRecordsRow> csvRecords()
-{
-    RowTable<CsvRecordsRow> table;
-    using namespace std::string_literals;
-    table.push_back({"nothing", {""s, Records{}}});
-    table.push_back({"CR LF", {"a,b\r\n1,2\r\n"s, Records{{"a", "b"}, {"1", "2"}}}});
-    table.push_back({"LF", {"a,b\n1,2\n"s, Records{{"a", "b"}, {"1", "2"}}}});
-    table.push_back({"CR", {"a,b\r1,2\r"s, Records{{"a", "b"}, {"1", "2"}}}});
-    table.push_back({"no end", {"a,b\n1,2"s, Records{{"a", "b"}, {"1", "2"}}}});
-    table.push_back({"byte order mark", {"\xEF\xBB\xBF"s + "a,b\n"s, Records{{"a", "b"}}}});
-    table.push_back({"empty fields", {",,\n"s, Records{{"", "", ""}}}});
-    table.push_back({"empty lines", {"\n\na\n\n\nb\n\n"s, Records{{"a"}, {"b"}}}});
-    table.push_back({"comma inside", {"\"a,b\",c\n"s, Records{{"a,b", "c"}}}});
-    table.push_back({"line inside", {"\"a\r\nb\",c\n"s, Records{{"a\r\nb", "c"}}}});
-    table.push_back({"quote inside", {"\"a\"\"b\",\"\"\"\"\n"s, Records{{"a\"b", "\""}}}});
-    table.push_back({"quote later on", {"a\"b,c\n"s, Records{{"a\"b", "c"}}}});
-    table.push_back({"quote behind blanks and letters", {"a, b \"c\"\n"s, Records{{"a", " b \"c\""}}}});
-    table.push_back({"quoted end", {"a,\"b\""s, Records{{"a", "b"}}}});
-    return table;
-}
+using namespace std::string_literals;
 
-INSTANTIATE_TEST_SUITE_P(, CsvRecords, testing::ValuesIn(csvRecords()), RowName());
+const RowTable<CsvRecordsRow> csvRecords = {
+    {"nothing", {""s, Records{}}},
+    {"CR LF", {"a,b\r\n1,2\r\n"s, Records{{"a", "b"}, {"1", "2"}}}},
+    {"LF", {"a,b\n1,2\n"s, Records{{"a", "b"}, {"1", "2"}}}},
+    {"CR", {"a,b\r1,2\r"s, Records{{"a", "b"}, {"1", "2"}}}},
+    {"no end", {"a,b\n1,2"s, Records{{"a", "b"}, {"1", "2"}}}},
+    {"byte order mark", {"\xEF\xBB\xBF"s + "a,b\n"s, Records{{"a", "b"}}}},
+    {"empty fields", {",,\n"s, Records{{"", "", ""}}}},
+    {"empty lines", {"\n\na\n\n\nb\n\n"s, Records{{"a"}, {"b"}}}},
+    {"comma inside", {"\"a,b\",c\n"s, Records{{"a,b", "c"}}}},
+    {"line inside", {"\"a\r\nb\",c\n"s, Records{{"a\r\nb", "c"}}}},
+    {"quote inside", {"\"a\"\"b\",\"\"\"\"\n"s, Records{{"a\"b", "\""}}}},
+    {"quote later on", {"a\"b,c\n"s, Records{{"a\"b", "c"}}}},
+    {"quote behind blanks and letters", {"a, b \"c\"\n"s, Records{{"a", " b \"c\""}}}},
+    {"quoted end", {"a,\"b\""s, Records{{"a", "b"}}}},
+};
+
+TABLE_SUITE(CsvRecords, CsvRecordsRow, csvRecords);
 
 TEST_P(CsvRecords, recordsAreRead)
 {
@@ -191,59 +181,54 @@ struct CsvTextsRow {
     jet::Value value;
     std::string text;
 };
-class CsvTexts : public TableTest<CsvTextsRow> {};
 
-RowTable<CsvTextsRow> csvTexts()
-{
-    RowTable<CsvTextsRow> table;
-    const auto row = [&table](const char* name, jet::Value value, const char* text) {
-        table.push_back({name, {value, text}});
-    };
-    using jet::Currency;
-    using jet::DateTime;
-    row("null", {}, "");
-    row("true", true, "true");
-    row("false", false, "false");
-    row("byte", std::uint8_t{255}, "255");
-    row("integer", std::int16_t{-32768}, "-32768");
-    row("long", std::int32_t{INT32_MIN}, "-2147483648");
-    row("whole double", 1250.0, "1250");
-    row("hundred thousand", 100000.0, "100000");
-    row("one decimal", 0.5, "0.5");
-    row("two decimals", -12.25, "-12.25");
-    row("a tenth", 0.1, "0.1");
-    row("many decimals", 1.0 / 3, "0.3333333333333333");
-    row("tiny", 1e-300, "1e-300");
-    row("huge", 1e300, "1e+300");
-    row("minus zero", -0.0, "-0");
-    row("single", 0.1F, "0.1");
-    row("money", Currency{125000}, "12.5");
-    row("whole money", Currency{700000}, "70");
-    row("least money", Currency{-1}, "-0.0001");
-    row("smallest money", Currency{INT64_MIN}, "-922337203685477.5808");
-    row("date", DateTime{45981.586863425924}, "2025-11-20T14:05:05");
-    row("midnight", DateTime{45981}, "2025-11-20T00:00:00");
-    row("before day zero", DateTime{-1.25}, "1899-12-29T06:00:00");
-    row("day zero", DateTime{0.75}, "1899-12-30T18:00:00");
-    row("year 100", DateTime{-657434}, "0100-01-01T00:00:00");
-    row("last day", DateTime{2958465.99998}, "9999-12-31T23:59:58.272");
-    row("no date", DateTime{1e9}, "1000000000");
-    row("text", std::u16string(u"Yağ, \"sızma\""), "\"Yağ, \"\"sızma\"\"\"");
-    row("empty text", std::u16string(), "\"\"");
-    row("bytes", jet::Bytes{0, 0x1F, 0xAB}, "001fab");
-    row("no bytes", jet::Bytes{}, "\"\"");
-    row("numeric", jet::Numeric{false, {0, 0, 0, 125}, 2}, "1.25");
-    row("numeric with zeros", jet::Numeric{true, {0, 0, 0, 12500}, 4}, "-1.25");
-    row("whole numeric", jet::Numeric{false, {0, 0, 0, 500}, 2}, "5");
-    row("numeric below one", jet::Numeric{true, {0, 0, 0, 5}, 3}, "-0.005");
-    row("numeric zero", jet::Numeric{false, {}, 4}, "0");
-    row("long numeric", jet::Numeric{false, {0, 1, 0, 0}, 0}, "18446744073709551616");
-    row("guid", jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}},
-        "{12345678-9abc-def0-0102-030405060708}");
-    return table;
-}
+using jet::Currency;
+using jet::DateTime;
 
-INSTANTIATE_TEST_SUITE_P(, CsvTexts, testing::ValuesIn(csvTexts()), RowName());
+const RowTable<CsvTextsRow> csvTexts = {
+    {"null", {{}, ""}},
+    {"true", {true, "true"}},
+    {"false", {false, "false"}},
+    {"byte", {std::uint8_t{255}, "255"}},
+    {"integer", {std::int16_t{-32768}, "-32768"}},
+    {"long", {std::int32_t{INT32_MIN}, "-2147483648"}},
+    {"whole double", {1250.0, "1250"}},
+    {"hundred thousand", {100000.0, "100000"}},
+    {"one decimal", {0.5, "0.5"}},
+    {"two decimals", {-12.25, "-12.25"}},
+    {"a tenth", {0.1, "0.1"}},
+    {"many decimals", {1.0 / 3, "0.3333333333333333"}},
+    {"tiny", {1e-300, "1e-300"}},
+    {"huge", {1e300, "1e+300"}},
+    {"minus zero", {-0.0, "-0"}},
+    {"single", {0.1F, "0.1"}},
+    {"money", {Currency{125000}, "12.5"}},
+    {"whole money", {Currency{700000}, "70"}},
+    {"least money", {Currency{-1}, "-0.0001"}},
+    {"smallest money", {Currency{INT64_MIN}, "-922337203685477.5808"}},
+    {"date", {DateTime{45981.586863425924}, "2025-11-20T14:05:05"}},
+    {"midnight", {DateTime{45981}, "2025-11-20T00:00:00"}},
+    {"before day zero", {DateTime{-1.25}, "1899-12-29T06:00:00"}},
+    {"day zero", {DateTime{0.75}, "1899-12-30T18:00:00"}},
+    {"year 100", {DateTime{-657434}, "0100-01-01T00:00:00"}},
+    {"last day", {DateTime{2958465.99998}, "9999-12-31T23:59:58.272"}},
+    {"no date", {DateTime{1e9}, "1000000000"}},
+    {"text", {std::u16string(u"Yağ, \"sızma\""), "\"Yağ, \"\"sızma\"\"\""}},
+    {"empty text", {std::u16string(), "\"\""}},
+    {"bytes", {jet::Bytes{0, 0x1F, 0xAB}, "001fab"}},
+    {"no bytes", {jet::Bytes{}, "\"\""}},
+    {"numeric", {jet::Numeric{false, {0, 0, 0, 125}, 2}, "1.25"}},
+    {"numeric with zeros", {jet::Numeric{true, {0, 0, 0, 12500}, 4}, "-1.25"}},
+    {"whole numeric", {jet::Numeric{false, {0, 0, 0, 500}, 2}, "5"}},
+    {"numeric below one", {jet::Numeric{true, {0, 0, 0, 5}, 3}, "-0.005"}},
+    {"numeric zero", {jet::Numeric{false, {}, 4}, "0"}},
+    {"long numeric", {jet::Numeric{false, {0, 1, 0, 0}, 0}, "18446744073709551616"}},
+    {"guid",
+     {jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}},
+      "{12345678-9abc-def0-0102-030405060708}"}},
+};
+
+TABLE_SUITE(CsvTexts, CsvTextsRow, csvTexts);
 
 TEST_P(CsvTexts, valuesBecomeTexts)
 {
@@ -303,42 +288,36 @@ struct CsvValuesRow {
     std::string text;
     jet::Value value;
 };
-class CsvValues : public TableTest<CsvValuesRow> {};
 
-RowTable<CsvValuesRow> csvValues()
-{
-    RowTable<CsvValuesRow> table;
-    const auto row = [&table](const char* name, ColumnType type, const char* text, jet::Value value) {
-        table.push_back({name, {type, text, value}});
-    };
-    row("true", ColumnType::boolean, "TRUE", true);
-    row("one", ColumnType::boolean, "1", true);
-    row("minus one", ColumnType::boolean, "-1", true);
-    row("zero", ColumnType::boolean, "0", false);
-    row("byte", ColumnType::byte, "255", std::uint8_t{255});
-    row("plus", ColumnType::longInteger, "+7", std::int32_t{7});
-    row("money", ColumnType::currency, "12.3457", jet::Currency{123457});
-    row("money with zeros behind", ColumnType::currency, "-12.34570000", jet::Currency{-123457});
-    row("whole money with zeros", ColumnType::currency, "1200000", jet::Currency{12'000'000'000});
-    row("double", ColumnType::doubleFloat, "1e3", 1000.0);
-    row("numeric", ColumnType::numeric, "-1.50", jet::Numeric{true, {0, 0, 0, 150}, 2});
-    row("day", ColumnType::dateTime, "2025-11-20", jet::DateTime{45981});
-    row("minute", ColumnType::dateTime, "2025-11-20 12:00", jet::DateTime{45981.5});
-    row("half a second", ColumnType::dateTime, "1899-12-30T00:00:00.5", jet::DateTime{0.5 / 86400});
-    row("nine digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.999999999",
-        jet::DateTime{0.999999999 / 86400});
-    row("ten digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.9999999999",
-        jet::DateTime{0.9999999999 / 86400});
-    row("twenty digits of a second", ColumnType::dateTime, "1899-12-30T00:00:00.25000000000000000001",
-        jet::DateTime{0.25 / 86400});
-    row("text", ColumnType::text, "Yağ", std::u16string(u"Yağ"));
-    row("bytes", ColumnType::binary, "00fF", jet::Bytes{0, 255});
-    row("guid", ColumnType::guid, "12345678-9ABC-DEF0-0102-030405060708",
-        jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}});
-    return table;
-}
+const RowTable<CsvValuesRow> csvValues = {
+    {"true", {ColumnType::boolean, "TRUE", true}},
+    {"one", {ColumnType::boolean, "1", true}},
+    {"minus one", {ColumnType::boolean, "-1", true}},
+    {"zero", {ColumnType::boolean, "0", false}},
+    {"byte", {ColumnType::byte, "255", std::uint8_t{255}}},
+    {"plus", {ColumnType::longInteger, "+7", std::int32_t{7}}},
+    {"money", {ColumnType::currency, "12.3457", jet::Currency{123457}}},
+    {"money with zeros behind", {ColumnType::currency, "-12.34570000", jet::Currency{-123457}}},
+    {"whole money with zeros", {ColumnType::currency, "1200000", jet::Currency{12'000'000'000}}},
+    {"double", {ColumnType::doubleFloat, "1e3", 1000.0}},
+    {"numeric", {ColumnType::numeric, "-1.50", jet::Numeric{true, {0, 0, 0, 150}, 2}}},
+    {"day", {ColumnType::dateTime, "2025-11-20", jet::DateTime{45981}}},
+    {"minute", {ColumnType::dateTime, "2025-11-20 12:00", jet::DateTime{45981.5}}},
+    {"half a second", {ColumnType::dateTime, "1899-12-30T00:00:00.5", jet::DateTime{0.5 / 86400}}},
+    {"nine digits of a second",
+     {ColumnType::dateTime, "1899-12-30T00:00:00.999999999", jet::DateTime{0.999999999 / 86400}}},
+    {"ten digits of a second",
+     {ColumnType::dateTime, "1899-12-30T00:00:00.9999999999", jet::DateTime{0.9999999999 / 86400}}},
+    {"twenty digits of a second",
+     {ColumnType::dateTime, "1899-12-30T00:00:00.25000000000000000001", jet::DateTime{0.25 / 86400}}},
+    {"text", {ColumnType::text, "Yağ", std::u16string(u"Yağ")}},
+    {"bytes", {ColumnType::binary, "00fF", jet::Bytes{0, 255}}},
+    {"guid",
+     {ColumnType::guid, "12345678-9ABC-DEF0-0102-030405060708",
+      jet::Guid{{0x78, 0x56, 0x34, 0x12, 0xBC, 0x9A, 0xF0, 0xDE, 1, 2, 3, 4, 5, 6, 7, 8}}}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, CsvValues, testing::ValuesIn(csvValues()), RowName());
+TABLE_SUITE(CsvValues, CsvValuesRow, csvValues);
 
 TEST_P(CsvValues, textsBecomeValues)
 {
@@ -350,41 +329,34 @@ struct CsvRefusalRow {
     ColumnType type;
     std::string text;
 };
-class CsvRefusal : public TableTest<CsvRefusalRow> {};
 
-RowTable<CsvRefusalRow> csvRefusal()
-{
-    RowTable<CsvRefusalRow> table;
-    const auto row = [&table](const char* name, ColumnType type, const char* text) {
-        table.push_back({name, {type, text}});
-    };
-    row("boolean", ColumnType::boolean, "evet");
-    row("byte too large", ColumnType::byte, "256");
-    row("negative byte", ColumnType::byte, "-1");
-    row("half integer", ColumnType::integer, "1.5");
-    row("long too large", ColumnType::longInteger, "2147483648");
-    row("decimal comma", ColumnType::doubleFloat, "1,5");
-    row("trailing text", ColumnType::doubleFloat, "1.5kg");
-    row("blank", ColumnType::doubleFloat, " ");
-    row("two points", ColumnType::currency, "1.2.3");
-    row("money with five decimals", ColumnType::currency, "12.34567");
-    row("too much money", ColumnType::currency, "1000000000000000");
-    row("point alone", ColumnType::numeric, ".");
-    row("numeric too large", ColumnType::numeric, "999999999999999999999999999999999999999999");
-    row("month 13", ColumnType::dateTime, "2025-13-01");
-    row("29 February", ColumnType::dateTime, "2025-02-29");
-    row("hour 24", ColumnType::dateTime, "2025-11-20T24:00:00");
-    row("Turkish date", ColumnType::dateTime, "20.11.2025");
-    row("text behind the date", ColumnType::dateTime, "2025-11-20T14:05:00Z");
-    row("point without digits", ColumnType::dateTime, "2025-11-20T14:05:00.");
-    row("date too short", ColumnType::dateTime, "2025-11");
-    row("odd hex", ColumnType::binary, "abc");
-    row("no hex", ColumnType::ole, "xy");
-    row("short guid", ColumnType::guid, "{1234}");
-    return table;
-}
+const RowTable<CsvRefusalRow> csvRefusal = {
+    {"boolean", {ColumnType::boolean, "evet"}},
+    {"byte too large", {ColumnType::byte, "256"}},
+    {"negative byte", {ColumnType::byte, "-1"}},
+    {"half integer", {ColumnType::integer, "1.5"}},
+    {"long too large", {ColumnType::longInteger, "2147483648"}},
+    {"decimal comma", {ColumnType::doubleFloat, "1,5"}},
+    {"trailing text", {ColumnType::doubleFloat, "1.5kg"}},
+    {"blank", {ColumnType::doubleFloat, " "}},
+    {"two points", {ColumnType::currency, "1.2.3"}},
+    {"money with five decimals", {ColumnType::currency, "12.34567"}},
+    {"too much money", {ColumnType::currency, "1000000000000000"}},
+    {"point alone", {ColumnType::numeric, "."}},
+    {"numeric too large", {ColumnType::numeric, "999999999999999999999999999999999999999999"}},
+    {"month 13", {ColumnType::dateTime, "2025-13-01"}},
+    {"29 February", {ColumnType::dateTime, "2025-02-29"}},
+    {"hour 24", {ColumnType::dateTime, "2025-11-20T24:00:00"}},
+    {"Turkish date", {ColumnType::dateTime, "20.11.2025"}},
+    {"text behind the date", {ColumnType::dateTime, "2025-11-20T14:05:00Z"}},
+    {"point without digits", {ColumnType::dateTime, "2025-11-20T14:05:00."}},
+    {"date too short", {ColumnType::dateTime, "2025-11"}},
+    {"odd hex", {ColumnType::binary, "abc"}},
+    {"no hex", {ColumnType::ole, "xy"}},
+    {"short guid", {ColumnType::guid, "{1234}"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, CsvRefusal, testing::ValuesIn(csvRefusal()), RowName());
+TABLE_SUITE(CsvRefusal, CsvRefusalRow, csvRefusal);
 
 TEST_P(CsvRefusal, wrongTextsAreRefused)
 {

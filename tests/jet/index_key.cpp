@@ -7,9 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <limits>
-#include <optional>
 
 using jet::Column;
 using jet::ColumnType;

@@ -5,6 +5,7 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
@@ -101,13 +102,11 @@ protected:
              {.name = u"NoAd", .columns = {{u"No", false}, {u"Ad", false}}}},
             rows::created);
         definition_ = table.definitionPage();
-        {
-            Transaction change(pager());
+        committed(pager(), [&] {
             for (const char16_t* name : {u"Veli", u"Ali", u"Ayşe", u"Ali", u"1205", u"Alo"})
                 table.insert({{0, std::u16string(name)}, {1, 3}});
             table.insert({{1, 4}});
-            change.commit();
-        }
+        });
         database.reset();
         setOrder(japanese);
         open();

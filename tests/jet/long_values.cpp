@@ -5,6 +5,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/row_page_layout.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -320,11 +321,7 @@ TEST_F(LongValues, APromiseOfMoreThanTheFileHoldsTakesNoMemory)
     const RowId place = row;
     const auto view = table_->row(row);
     const auto offset = static_cast<std::size_t>(view->stored(ole).data() - pager().read(place.page).data());
-    {
-        Transaction change(pager());
-        at::lengthAndKind.put(&pager().write(place.page)[offset], at::lengthMask);
-        change.commit();
-    }
+    committed(pager(), [&] { at::lengthAndKind.put(&pager().write(place.page)[offset], at::lengthMask); });
     ASSERT_EQ(faultOf([&] { table_->row(row)->value(ole); }), Fault::damaged);
 }
 

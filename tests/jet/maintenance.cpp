@@ -3,6 +3,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -76,11 +77,7 @@ TEST_F(MaintenanceOfAWorkedDatabase, backupHasEveryByteOfTheCommittedState)
 TEST_F(MaintenanceOfAWorkedDatabase, backupOfAnOpenDatabaseIsItsLastCommit)
 {
     const auto database = Database::open(disk, file);
-    {
-        Transaction change(database->pager());
-        database->table(MixedWork::table).eraseAll();
-        change.commit();
-    }
+    committed(database->pager(), [&] { database->table(MixedWork::table).eraseAll(); });
     backup(disk, *database, result);
     ASSERT_EQ(disk.content(result), disk.content(file));
     ASSERT_TRUE(MixedWork::read(*Database::open(disk, result)).empty());

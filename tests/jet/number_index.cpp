@@ -1,9 +1,9 @@
-#include "store/jet/sql/number_bounds.h"
 
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/sql/sql.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 #include <limits>
 
@@ -139,13 +138,11 @@ TEST(NumberIndexes, leadToTheirRowsAlone)
                                           {{.name = u"PrimaryKey", .columns = {{u"No", true}}, .primaryKey = true}},
                                           rows::created);
     RowId last;
-    {
-        Transaction change(database->pager());
+    committed(database->pager(), [&] {
         for (int i = 0; i < 2000; ++i) last = table->insert({{1, i}, {2, std::u16string(60, u'x')}});
         const PageBytes page = database->pager().write(last.page);
         page[slotAt(page, last.slot)->offset] = 99; // more columns than the table has
-        change.commit();
-    }
+    });
     mill.reopen(Pager::Mode::readOnly);
     const auto rows = [&](const std::string& condition) {
         return select(*database, u16("Select * From Hareket Where " + condition)).rows.size();

@@ -4,6 +4,7 @@
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
+#include "tests/jet/committed.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
 
@@ -68,9 +69,7 @@ class OpenPager : public testing::Test {
 protected:
     void commitFilled(PageNo page, std::uint8_t with)
     {
-        Transaction change(pager);
-        fill(pager, page, with);
-        change.commit();
+        committed(pager, [&] { fill(pager, page, with); });
     }
 
     PowerCutDisk disk{file, blankFile()};

@@ -2,6 +2,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/table.h"
 
@@ -39,9 +40,9 @@ protected:
     }
     void erase(const std::vector<RowId>& ids)
     {
-        Transaction change(pager());
-        for (const RowId id : ids) table().erase(id);
-        change.commit();
+        committed(pager(), [&] {
+            for (const RowId id : ids) table().erase(id);
+        });
     }
     /// Those that are not free.
     std::size_t pagesInUse() { return pager().pageCount() - mapPages(pager(), freeMap).size(); }
@@ -82,11 +83,9 @@ TEST_F(EmptiedPages, OfMovedRowsAreFreeToo)
 {
     const std::size_t before = pagesInUse();
     const std::vector<RowId> ids = fill(400, 60);
-    {
-        Transaction change(pager());
+    committed(pager(), [&] {
         for (const RowId id : ids) table().update(id, {{1, std::u16string(250, u'ş')}});
-        change.commit();
-    }
+    });
     ASSERT_GT(pagesInUse(), before + 45);
     erase(ids);
     ASSERT_EQ(pagesInUse(), before);
@@ -142,23 +141,19 @@ TEST_F(EmptiedPages, ThatAnotherProgramLeftAreFoundByTheFirstChange)
 {
     const std::size_t before = pagesInUse();
     fill(100, 200);
-    {
+    committed(pager(), [&] {
         // Access keeps them: all slots dead, the page still the table's.
-        Transaction change(pager());
         for (const PageNo page : *table().dataPages()) killAllSlots(pager().write(page));
         table().eraseAll();
-        change.commit();
-    }
+    });
     Table::State state(pager(), u"Bir", table().definitionPage(), {});
-    {
-        Transaction change(pager());
+    committed(pager(), [&] {
         for (int i = 0; i < 5; ++i) {
             const PageNo page = allocatePage(pager());
             initRowPage(pager().write(page), table().definitionPage(), 7);
             mapSet(pager(), state.definition.owned, page);
         }
-        change.commit();
-    }
+    });
     ASSERT_EQ(pagesInUse(), before + 5);
     reopen();
     const RowId row = table().insert({{0, 1}});

@@ -15,7 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <set>
 
 /// Everybody who reads rows must come to one verdict about a damaged file. What the check calls sound, a cursor shows,
@@ -388,7 +387,7 @@ const RowTable<DefinitionDamage> definitionDamages = {
 };
 // clang-format on
 
-class DamagedDefinition : public TableTest<DefinitionDamage> {};
+TABLE_SUITE(DamagedDefinition, DefinitionDamage, definitionDamages);
 
 TEST_P(DamagedDefinition, keepsReadersAwayAndLosesNoRowToARescueThatCanReadItsColumns)
 {
@@ -413,8 +412,6 @@ TEST_P(DamagedDefinition, keepsReadersAwayAndLosesNoRowToARescueThatCanReadItsCo
     if (!row().columnsCanBeRead) return;
     EXPECT_EQ(numbersIn(*database).size(), std::size_t{rowsOnAPage});
 }
-
-INSTANTIATE_TEST_SUITE_P(, DamagedDefinition, testing::ValuesIn(definitionDamages), RowName());
 
 // ---- values outside their rows ----
 

@@ -190,15 +190,12 @@ protected:
     }
 };
 
-RowTable<bool> mdbReaderMadeHere()
-{
-    return {
-        {"General order", false},
-        {"Turkish order", true},
-    };
-}
+const RowTable<bool> mdbReaderMadeHere = {
+    {"General order", false},
+    {"Turkish order", true},
+};
 
-INSTANTIATE_TEST_SUITE_P(, MdbReaderMadeHere, testing::ValuesIn(mdbReaderMadeHere()), RowName());
+INSTANTIATE_TEST_SUITE_P(, MdbReaderMadeHere, testing::ValuesIn(mdbReaderMadeHere), RowName());
 
 TEST_P(MdbReaderMadeHere, readsADatabaseMadeHere)
 {

@@ -58,10 +58,8 @@ private slots:
 
     void aNameWithAnApostropheFailsAndChangesNothing_data()
     {
-        QTest::addColumn<QString>("name");
-        for (const char* name : {"O'Neil", "'", "''", "Ali'", "x' Or '1'='1", "x' Or CariHar<>'", "' Or ''='",
-                                 "x' Or CariHar Like '*", "Ali' And '1'='1", "x' Or Not CariHar='x"})
-            QTest::newRow(name) << name;
+        addTexts("name", {"O'Neil", "'", "''", "Ali'", "x' Or '1'='1", "x' Or CariHar<>'", "' Or ''='",
+                          "x' Or CariHar Like '*", "Ali' And '1'='1", "x' Or Not CariHar='x"});
     }
 
     void aNameWithAnApostropheFailsAndChangesNothing()
@@ -75,29 +73,27 @@ private slots:
 
     void aNameReachesNoOtherCustomer_data()
     {
-        QTest::addColumn<QString>("name");
-        for (const char* name : {"*",
-                                 "?li",
-                                 "A*",
-                                 "[A]li",
-                                 "#",
-                                 "%",
-                                 "_",
-                                 "\" Or \"1\"=\"1",
-                                 "Ali; DELETE FROM Cari",
-                                 "ALİ",
-                                 "ali",
-                                 "Ali ",
-                                 " Ali",
-                                 "--",
-                                 "/*",
-                                 "|",
-                                 "\\",
-                                 "Ali\r\n",
-                                 "",
-                                 "Toplam",
-                                 "’ Or ’1’=’1"})
-            QTest::newRow(name) << name;
+        addTexts("name", {"*",
+                          "?li",
+                          "A*",
+                          "[A]li",
+                          "#",
+                          "%",
+                          "_",
+                          "\" Or \"1\"=\"1",
+                          "Ali; DELETE FROM Cari",
+                          "ALİ",
+                          "ali",
+                          "Ali ",
+                          " Ali",
+                          "--",
+                          "/*",
+                          "|",
+                          "\\",
+                          "Ali\r\n",
+                          "",
+                          "Toplam",
+                          "’ Or ’1’=’1"});
     }
 
     void aNameReachesNoOtherCustomer()

@@ -1,5 +1,6 @@
 #include "tests/package/window_of.h"
 #include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -35,12 +36,6 @@ Outcome run(const QString& program, const QStringList& arguments, const QProcess
 Outcome run(const QString& program, const QStringList& arguments)
 {
     return run(program, arguments, QProcessEnvironment::systemEnvironment());
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QStringList filesBelow(const QString& folder)
@@ -282,8 +277,7 @@ private slots:
 
     void firstStartMakesADatabaseAndShowsTheCounter()
     {
-        const QString failure = startAndClose();
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(startAndClose(), QString());
         QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
 
         const Outcome check = tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s});
@@ -304,17 +298,14 @@ private slots:
         const QString database = dataFolder() + u"/Yag.mdb"_s;
         QVERIFY(QDir().mkpath(dataFolder()));
         QCOMPARE(tool({u"create"_s, database}).code, 0);
-        QFile customers(home_->filePath(u"customers.csv"_s));
-        QVERIFY(customers.open(QIODevice::WriteOnly));
-        customers.write("Unvan\nAyşe Yılmaz\n");
-        customers.close();
-        const Outcome imported = tool({u"import"_s, database, u"Cari"_s, customers.fileName()});
+        const QString customers = home_->filePath(u"customers.csv"_s);
+        putFile(customers, "Unvan\nAyşe Yılmaz\n");
+        const Outcome imported = tool({u"import"_s, database, u"Cari"_s, customers});
         QVERIFY2(imported.code == 0, qPrintable(imported.out));
         const QString before = rowsOf(database);
         QVERIFY(before.contains(u"Ayşe Yılmaz"_s));
 
-        const QString failure = startAndClose({u"--print-to"_s, home_->filePath(u"paper"_s)});
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(startAndClose({u"--print-to"_s, home_->filePath(u"paper"_s)}), QString());
         QCOMPARE(rowsOf(database), before);
         QVERIFY(QFileInfo(home_->filePath(u"paper"_s)).isDir());
         QVERIFY(!QFileInfo::exists(dataFolder() + u"/fis"_s));
@@ -336,9 +327,7 @@ private slots:
         QVERIFY(QDir().mkpath(path));
         QCOMPARE(tool({u"create"_s, path + u"/Yag.mdb"_s}).code, 0);
 
-        const QString failure =
-            startAndClose(oneWord ? QStringList{u"--dir="_s + path} : QStringList{u"--dir"_s, path});
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(startAndClose(oneWord ? QStringList{u"--dir="_s + path} : QStringList{u"--dir"_s, path}), QString());
         QVERIFY2(holdsKeypad(picture_), "The window does not show the keypad.");
         QVERIFY(!QFileInfo::exists(dataFolder()));
     }
@@ -371,8 +360,7 @@ private slots:
         QCOMPARE(tool({u"create"_s, old}).code, 0);
         const QByteArray before = contentOf(old);
 
-        const QString failure = startAndClose({u"--copy-from"_s, old});
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(startAndClose({u"--copy-from"_s, old}), QString());
         QCOMPARE(tool({u"check"_s, dataFolder() + u"/Yag.mdb"_s}).code, 0);
         QCOMPARE(contentOf(old), before);
     }
@@ -394,11 +382,10 @@ private slots:
 
     void misuseIsOneLine_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("no folder") << QStringList{u"--dir"_s};
-        QTest::newRow("empty folder") << QStringList{u"--dir="_s};
-        QTest::newRow("no file") << QStringList{u"--copy-from"_s};
-        QTest::newRow("absent file") << QStringList{u"--copy-from"_s, u"/absent/Yag.mdb"_s};
+        addCases<QStringList>("arguments", {{"no folder", QStringList{u"--dir"_s}},
+                                            {"empty folder", QStringList{u"--dir="_s}},
+                                            {"no file", QStringList{u"--copy-from"_s}},
+                                            {"absent file", QStringList{u"--copy-from"_s, u"/absent/Yag.mdb"_s}}});
     }
 
     void misuseIsOneLine()
@@ -412,8 +399,7 @@ private slots:
 
     void removalTakesTheProgramAndLeavesTheData()
     {
-        const QString failure = startAndClose();
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(startAndClose(), QString());
         const QByteArray database = contentOf(dataFolder() + u"/Yag.mdb"_s);
         const QStringList files = filesBelow(home_->path());
         QVERIFY(!database.isEmpty());

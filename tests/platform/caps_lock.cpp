@@ -1,7 +1,6 @@
 #include "platform/caps_lock.h"
 #include <QTest>
 #include <X11/XKBlib.h> // after Qt: Xlib's macros break its headers
-#include <cstdlib>
 
 using namespace platform;
 

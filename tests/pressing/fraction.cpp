@@ -22,10 +22,8 @@ private slots:
 
     void typedKeysBecomeANumberOrWaitForIt_data()
     {
-        QTest::addColumn<bool>("english");
-        QTest::addColumn<bool>("percentage"); // otherwise the fee
-        addColumns<QString, QString>("keys", "shown");
-        QTest::addColumn<QString>("left"); // shown when another field has been chosen
+        // percentage: otherwise the fee; left: shown when another field has been chosen
+        addColumns<bool, bool, QString, QString, QString>("english", "percentage", "keys", "shown", "left");
         // clang-format off
         QTest::newRow("two digits and a half") << false << true << "12,5" << "12,5" << "12,5";
         QTest::newRow("two decimals") << false << true << "12,75" << "12,75" << "12,75";

@@ -32,8 +32,8 @@ private slots:
 
     void everyKeyDoesWhatItsIndexSays_data()
     {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("after"); // on "Ab"
+        // after the key, on "Ab"
+        addColumns<int, QString>("key", "after");
         const QString letters = "ABCÇDEFGĞHIİJKLMNOÖPRSŞTUÜVYZWQX,";
         for (int k = 0; k < letters.size(); ++k) QTest::addRow("%d", k) << k << "Ab" + letters.mid(k, 1);
         QTest::newRow("backspace") << 33 << "A";

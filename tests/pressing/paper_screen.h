@@ -11,7 +11,6 @@
 
 #include <QStringList>
 #include <array>
-#include <map>
 
 using namespace Qt::StringLiterals;
 

@@ -1,8 +1,10 @@
 #include "pressing/weight_origins.h"
 #include "paper_screen.h"
 #include "pressing/kept_displays.h"
+#include "tests/support/columns.h"
 
 #include <QtTest>
+#include <optional>
 
 using namespace pressing;
 using mill::WeightSource;
@@ -42,118 +44,111 @@ public:
 class TestWeightOrigins : public QObject {
     Q_OBJECT
 
+    std::optional<KeptScreen> screen;
+
 private slots:
+    void init() { screen.emplace(); }
+
     void theScaleSaysWhatItSent()
     {
-        KeptScreen screen;
-        screen.weigh("1234");
-        const mill::Provenance from = screen.origins.of(0);
+        screen->weigh("1234");
+        const mill::Provenance from = screen->origins.of(0);
         QCOMPARE(from.station, 1);
         QVERIFY((from.olives == mill::Weighing{WeightSource::scale, "1234kg\r", 45981.5}));
         QVERIFY(from.oil.source == WeightSource::computed);
-        QCOMPARE(screen.mark(), QString());
+        QCOMPARE(screen->mark(), QString());
     }
 
     void aHandInTheWeightMakesItTyped()
     {
-        KeptScreen screen;
-        screen.weigh("1234");
-        screen.type(Field::Label2, "5");
-        QVERIFY((screen.origins.of(0).olives == mill::Weighing{}));
-        QVERIFY(screen.origins.of(0).oil.source == WeightSource::computed);
-        QCOMPARE(screen.mark(), "✎ elle: zeytin");
-        screen.weigh("1000");
-        QVERIFY(screen.origins.of(0).olives.source == WeightSource::scale);
-        QCOMPARE(screen.mark(), QString());
+        screen->weigh("1234");
+        screen->type(Field::Label2, "5");
+        QVERIFY((screen->origins.of(0).olives == mill::Weighing{}));
+        QVERIFY(screen->origins.of(0).oil.source == WeightSource::computed);
+        QCOMPARE(screen->mark(), "✎ elle: zeytin");
+        screen->weigh("1000");
+        QVERIFY(screen->origins.of(0).olives.source == WeightSource::scale);
+        QCOMPARE(screen->mark(), QString());
     }
 
     void aFigureThatIsTakenBackComesFromWhereItCame_data()
     {
-        QTest::addColumn<Field>("typedInto");
-        QTest::newRow("olives") << Field::Label2;
-        QTest::newRow("oil") << Field::Label3;
-        QTest::newRow("percentage") << Field::Haklbl;
+        addCases<Field>("typedInto",
+                        {{"olives", Field::Label2}, {"oil", Field::Label3}, {"percentage", Field::Haklbl}});
     }
     void aFigureThatIsTakenBackComesFromWhereItCame()
     {
         QFETCH(Field, typedInto);
-        KeptScreen screen;
-        screen.weigh("1234");
-        screen.type(Field::Label3, "5");
-        const mill::Provenance before = screen.origins.of(0);
+        screen->weigh("1234");
+        screen->type(Field::Label3, "5");
+        const mill::Provenance before = screen->origins.of(0);
         QVERIFY(before.olives.source == WeightSource::scale && before.oil.source == WeightSource::typed);
-        screen.putEntitlement(true);
-        screen.put(Field::Haklbl, "99");
-        screen.putActive(typedInto);
+        screen->putEntitlement(true);
+        screen->put(Field::Haklbl, "99");
+        screen->putActive(typedInto);
         const QString tooMuch = typedInto == Field::Haklbl ? "1e308" : "9e307";
         QVERIFY_THROWS_EXCEPTION(base::RuntimeError,
-                                 allOrNothing(screen, [&] { screen.setCaption(typedInto, 0, tooMuch); }));
-        QVERIFY(screen.origins.of(0).olives == before.olives);
-        QVERIFY(screen.origins.of(0).oil == before.oil);
-        QCOMPARE(screen.mark(), "✎ elle: yağ");
+                                 allOrNothing(*screen, [&] { screen->setCaption(typedInto, 0, tooMuch); }));
+        QVERIFY(screen->origins.of(0).olives == before.olives);
+        QVERIFY(screen->origins.of(0).oil == before.oil);
+        QCOMPARE(screen->mark(), "✎ elle: yağ");
     }
 
     void theSameFigureTypedIsNotTheScales()
     {
-        KeptScreen screen;
-        screen.weigh("1234");
-        screen.setCaption(Field::Label2, 0, "123");
-        screen.type(Field::Label2, "4");
-        QCOMPARE(screen.caption(Field::Label2, 0), "1.234");
-        QVERIFY(screen.origins.of(0).olives.source == WeightSource::typed);
+        screen->weigh("1234");
+        screen->setCaption(Field::Label2, 0, "123");
+        screen->type(Field::Label2, "4");
+        QCOMPARE(screen->caption(Field::Label2, 0), "1.234");
+        QVERIFY(screen->origins.of(0).olives.source == WeightSource::typed);
     }
 
     void theScaleTakesAFigureOverThatWasTyped()
     {
-        KeptScreen screen;
-        screen.type(Field::Label2, "1234");
-        screen.weigh("1.234");
-        QVERIFY(screen.origins.of(0).olives.source == WeightSource::scale);
+        screen->type(Field::Label2, "1234");
+        screen->weigh("1.234");
+        QVERIFY(screen->origins.of(0).olives.source == WeightSource::scale);
     }
 
     void theOilIsComputedUntilItIsTyped()
     {
-        KeptScreen screen;
-        screen.weigh("1000");
-        screen.setCaption(Field::Label3, 0, "");
-        screen.type(Field::Label3, "850");
-        QVERIFY(screen.origins.of(0).olives.source == WeightSource::scale);
-        QVERIFY(screen.origins.of(0).oil.source == WeightSource::typed);
-        QCOMPARE(screen.mark(), "✎ elle: yağ");
-        screen.type(Field::Label2, "0");
-        QCOMPARE(screen.mark(), "✎ elle: zeytin");
-        QVERIFY(screen.origins.of(0).oil.source == WeightSource::computed);
+        screen->weigh("1000");
+        screen->setCaption(Field::Label3, 0, "");
+        screen->type(Field::Label3, "850");
+        QVERIFY(screen->origins.of(0).olives.source == WeightSource::scale);
+        QVERIFY(screen->origins.of(0).oil.source == WeightSource::typed);
+        QCOMPARE(screen->mark(), "✎ elle: yağ");
+        screen->type(Field::Label2, "0");
+        QCOMPARE(screen->mark(), "✎ elle: zeytin");
+        QVERIFY(screen->origins.of(0).oil.source == WeightSource::computed);
     }
 
     void aRuleThatFailsLeavesTheNextOilTyped()
     {
-        KeptScreen screen;
-        screen.put(Field::Label3, "0");
-        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, screen.setCaption(Field::Label2, 0, "1234KG"));
-        QCOMPARE(screen.mark(), QString()); // no weight
-        screen.type(Field::Label3, "7");
-        QVERIFY(screen.origins.of(0).oil.source == WeightSource::typed);
+        screen->put(Field::Label3, "0");
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, screen->setCaption(Field::Label2, 0, "1234KG"));
+        QCOMPARE(screen->mark(), QString()); // no weight
+        screen->type(Field::Label3, "7");
+        QVERIFY(screen->origins.of(0).oil.source == WeightSource::typed);
     }
 
     void stationsKeepTheirOwn()
     {
-        KeptScreen screen;
-        screen.weigh("1000", 0);
-        screen.type(Field::Label2, "500", 1);
-        QCOMPARE(screen.mark(0), QString());
-        QCOMPARE(screen.mark(1), "✎ elle: zeytin");
-        QCOMPARE(screen.origins.of(1).station, 2);
+        screen->weigh("1000", 0);
+        screen->type(Field::Label2, "500", 1);
+        QCOMPARE(screen->mark(0), QString());
+        QCOMPARE(screen->mark(1), "✎ elle: zeytin");
+        QCOMPARE(screen->origins.of(1).station, 2);
     }
 
     void anEmptyStationIsNotMarked()
     {
-        KeptScreen screen;
-        QCOMPARE(screen.mark(), QString());
-        screen.weigh("1000");
-        screen.setCaption(Field::Label2, 0, "");
-        screen.setCaption(Field::Label3, 0, "");
-        QCOMPARE(screen.caption(Field::Label2, 0), "0");
-        QCOMPARE(screen.mark(), QString());
+        QCOMPARE(screen->mark(), QString());
+        screen->weigh("1000");
+        screen->setCaption(Field::Label2, 0, "");
+        screen->setCaption(Field::Label3, 0, "");
+        QCOMPARE(screen->caption(Field::Label2, 0), "0");
+        QCOMPARE(screen->mark(), QString());
     }
 };
 

@@ -1,9 +1,11 @@
 #include "tests/print/printed_documents.h"
 #include "tests/support/outcome.h"
+#include "tests/support/qt_files.h"
 
 #include "print/folder_target.h"
 #include <QDir>
 #include <csignal>
+#include <optional>
 #include <sys/resource.h>
 
 using print::FolderTarget;
@@ -14,19 +16,11 @@ class FolderTargetTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<QTemporaryDir> folder;
+    std::optional<FolderTarget> target;
 
     QStringList files() const { return QDir(folder->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
-    QByteArray content(const QString& name) const
-    {
-        QFile file(folder->filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-    void put(const QString& name, const QByteArray& bytes) const
-    {
-        QFile file(folder->filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
+    QByteArray content(const QString& name) const { return contentOf(folder->filePath(name)); }
+    void put(const QString& name, const QByteArray& bytes) const { putFile(folder->filePath(name), bytes); }
     static print::Document document(FolderTarget& target, const QString& text = "a")
     {
         Printer printer(target);
@@ -35,15 +29,18 @@ class FolderTargetTest : public QObject {
     }
 
 private slots:
-    void init() { folder = std::make_unique<QTemporaryDir>(); }
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        target.emplace(folder->path());
+    }
 
     void jobsAreNumbered()
     {
-        FolderTarget target(folder->path());
-        QCOMPARE(target.submit(document(target)), 1);
-        QCOMPARE(target.submit(document(target)), 2);
+        QCOMPARE(target->submit(document(*target)), 1);
+        QCOMPARE(target->submit(document(*target)), 2);
         QCOMPARE(files(), QStringList({"0001.pdf", "0002.pdf"}));
-        QCOMPARE(target.fileOf(2), folder->filePath("0002.pdf"));
+        QCOMPARE(target->fileOf(2), folder->filePath("0002.pdf"));
         NEEDS_PDF_TOOLS;
         QCOMPARE(linesOf(content("0001.pdf")), QStringList{"a"});
     }
@@ -52,41 +49,37 @@ private slots:
     {
         put("0007.pdf", "seven");
         put("notes.pdf", "notes");
-        FolderTarget target(folder->path());
-        QCOMPARE(target.submit(document(target)), 8);
+        QCOMPARE(target->submit(document(*target)), 8);
         QCOMPARE(content("0007.pdf"), "seven");
     }
 
     void thePaperIsAnEightyMillimetreRollUnlessToldOtherwise()
     {
-        FolderTarget target(folder->path());
-        QVERIFY(target.paper().roll);
-        QCOMPARE(document(target).page.width, 227);
+        QVERIFY(target->paper().roll);
+        QCOMPARE(document(*target).page.width, 227);
         FolderTarget sheets(folder->path(), print::Paper::a4());
         QCOMPARE(document(sheets).page, (print::PageSize{595, 842}));
     }
 
     void nothingIsThereBeforeTheJobIsFinished()
     {
-        FolderTarget target(folder->path());
-        const print::Document slip = document(target);
-        const int job = target.createJob(slip);
-        QVERIFY(!QFile::exists(target.fileOf(job)));
-        target.sendAndFinish(job, slip);
+        const print::Document slip = document(*target);
+        const int job = target->createJob(slip);
+        QVERIFY(!QFile::exists(target->fileOf(job)));
+        target->sendAndFinish(job, slip);
         QCOMPARE(content("0001.pdf"), slip.pdf);
         QCOMPARE(files(), QStringList{"0001.pdf"});
     }
 
     void aCancelledJobLeavesNothingAndItsNumberIsFree()
     {
-        FolderTarget target(folder->path());
-        const print::Document slip = document(target);
-        const int job = target.createJob(slip);
-        target.cancel(job);
-        target.cancel(job);
+        const print::Document slip = document(*target);
+        const int job = target->createJob(slip);
+        target->cancel(job);
+        target->cancel(job);
         QCOMPARE(files(), QStringList());
-        QCOMPARE(errorOf([&] { target.sendAndFinish(job, slip); }), base::errors::printer);
-        QCOMPARE(target.submit(slip), 1);
+        QCOMPARE(errorOf([&] { target->sendAndFinish(job, slip); }), base::errors::printer);
+        QCOMPARE(target->submit(slip), 1);
     }
 
     void twoProgramsSharingTheFolderNeverTakeEachOthersNumbers()
@@ -104,19 +97,17 @@ private slots:
 
     void aFileThatAppearsMeanwhileIsNotReplaced()
     {
-        FolderTarget target(folder->path());
-        const print::Document slip = document(target);
-        const int job = target.createJob(slip);
+        const print::Document slip = document(*target);
+        const int job = target->createJob(slip);
         put("0001.pdf", "somebody else's");
-        QCOMPARE(errorOf([&] { target.sendAndFinish(job, slip); }), base::errors::printer);
+        QCOMPARE(errorOf([&] { target->sendAndFinish(job, slip); }), base::errors::printer);
         QCOMPARE(content("0001.pdf"), "somebody else's");
         QCOMPARE(files(), QStringList{"0001.pdf"});
     }
 
     void aFullDiskLeavesNoHalfFile()
     {
-        FolderTarget target(folder->path());
-        print::Document slip = document(target);
+        print::Document slip = document(*target);
         slip.pdf = QByteArray(100000, 'x');
         // Writing past the limit fails as on a full disk; its signal would end the process.
         rlimit before{};
@@ -124,7 +115,7 @@ private slots:
         const rlimit small{50000, before.rlim_max};
         std::signal(SIGXFSZ, SIG_IGN);
         QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
-        const int error = errorOf([&] { target.submit(slip); });
+        const int error = errorOf([&] { target->submit(slip); });
         QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
         QCOMPARE(error, base::errors::printer);
         QCOMPARE(files(), QStringList());
@@ -132,16 +123,15 @@ private slots:
 
     void whatIsKnownOfAJobIsSaidAndNothingElse()
     {
-        FolderTarget target(folder->path());
-        const print::Document slip = document(target);
-        const int printed = target.submit(slip);
-        const int begun = target.createJob(slip);
-        const int failed = target.createJob(slip);
+        const print::Document slip = document(*target);
+        const int printed = target->submit(slip);
+        const int begun = target->createJob(slip);
+        const int failed = target->createJob(slip);
         put("0003.pdf", "somebody else's");
-        QCOMPARE(errorOf([&] { target.sendAndFinish(failed, slip); }), base::errors::printer);
-        QVERIFY(target.taken(printed) == print::Taken::yes);
-        QVERIFY(target.taken(begun) == print::Taken::no);
-        QVERIFY(target.taken(failed) == print::Taken::no);
+        QCOMPARE(errorOf([&] { target->sendAndFinish(failed, slip); }), base::errors::printer);
+        QVERIFY(target->taken(printed) == print::Taken::yes);
+        QVERIFY(target->taken(begun) == print::Taken::no);
+        QVERIFY(target->taken(failed) == print::Taken::no);
 
         // As a run that was killed leaves it to the next.
         FolderTarget next(folder->path());

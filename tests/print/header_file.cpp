@@ -1,5 +1,6 @@
 #include "tests/print/printed_documents.h"
 #include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 
 #include "print/header_file.h"
 
@@ -10,10 +11,7 @@ class HeaderFile : public QObject {
     static QStringList itemsOf(const QByteArray& content, const QString& name = "Presva.Txt")
     {
         QTemporaryDir folder;
-        QFile file(folder.filePath(name));
-        if (!file.open(QIODevice::WriteOnly)) return {"not written"};
-        file.write(content);
-        file.close();
+        putFile(folder.filePath(name), content);
         return print::headerItems(folder.path());
     }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QFile>
+#include "tests/support/qt_files.h"
 #include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
@@ -17,9 +17,7 @@ inline QString askPdf(const QByteArray& pdf, const QString& tool, QStringList ar
 {
     QTemporaryDir folder;
     const QString path = folder.filePath("job.pdf");
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(pdf) != pdf.size()) return {};
-    file.close();
+    putFile(path, pdf);
     for (QString& argument : arguments)
         if (argument == "FILE") argument = path;
     QProcess process;

@@ -3,7 +3,6 @@
 #include "print/face.h"
 #include "print/printer.h"
 #include "tests/print/pdf_text.h"
-#include <QDateTime>
 #include <QGuiApplication>
 #include <QStringList>
 #include <QtTest>

@@ -17,6 +17,12 @@ class PrinterTest : public QObject {
     FakePrinter target;
     static QDateTime clock() { return QDateTime(QDate(2024, 11, 5), QTime(14, 7), Qt::UTC); }
 
+    void beginOnA4()
+    {
+        target.sheet = Paper::a4();
+        printer.emplace(target, clock);
+    }
+
     /// Where the next text of the line would begin.
     static double nextX(Printer& printer)
     {
@@ -99,12 +105,11 @@ private slots:
 
     void aSizeThatIsNoSizeIsRefused_data()
     {
-        QTest::addColumn<float>("size");
-        QTest::newRow("zero") << 0.f;
-        QTest::newRow("negative") << -8.f;
-        QTest::newRow("no number") << std::numeric_limits<float>::quiet_NaN();
-        QTest::newRow("endless") << std::numeric_limits<float>::infinity();
-        QTest::newRow("larger than any page") << 2161.f;
+        addCases<float>("size", {{"zero", 0.f},
+                                 {"negative", -8.f},
+                                 {"no number", std::numeric_limits<float>::quiet_NaN()},
+                                 {"endless", std::numeric_limits<float>::infinity()},
+                                 {"larger than any page", 2161.f}});
     }
     void aSizeThatIsNoSizeIsRefused()
     {
@@ -202,8 +207,7 @@ private slots:
 
     void aSheetKeepsItsSizeAndGoesOnOverleaf()
     {
-        target.sheet = Paper::a4();
-        printer.emplace(target, clock);
+        beginOnA4();
         const int perPage = int(printer->pageHeight() / printer->textHeight());
         for (const QString& line : manyLines(perPage + 3)) printer->print(line);
         const print::Layout layout = printer->layout();
@@ -220,8 +224,7 @@ private slots:
 
     void theLastLineThatFitsStaysOnThePage()
     {
-        target.sheet = Paper::a4();
-        printer.emplace(target, clock);
+        beginOnA4();
         printer->setCurrentY(printer->pageHeight() - printer->textHeight());
         printer->print("fits");
         QCOMPARE(printer->layout().pages.size(), std::size_t(1));
@@ -232,8 +235,7 @@ private slots:
 
     void drawnAndEmptyLinesNeverBeginAPage()
     {
-        target.sheet = Paper::a4();
-        printer.emplace(target, clock);
+        beginOnA4();
         printer->setCurrentY(20000);
         printer->line(0, 21000, 100, 21000);
         printer->printLine();
@@ -243,19 +245,13 @@ private slots:
 
     void aTextTallerThanThePageLeavesNoEmptyPageBefore()
     {
-        target.sheet = Paper::a4();
-        printer.emplace(target, clock);
+        beginOnA4();
         printer->setFontSize(2000);
         printer->print("A");
         QCOMPARE(printer->layout().pages.size(), std::size_t(1));
     }
 
-    void fontsStayAfterAJobAndThePointGoesHome_data()
-    {
-        QTest::addColumn<bool>("killed");
-        QTest::newRow("sent") << false;
-        QTest::newRow("killed") << true;
-    }
+    void fontsStayAfterAJobAndThePointGoesHome_data() { addCases<bool>("killed", {{"sent", false}, {"killed", true}}); }
     void fontsStayAfterAJobAndThePointGoesHome()
     {
         QFETCH(bool, killed);
@@ -296,9 +292,7 @@ private slots:
 
     void aJobThatIsNotTakenOverIsAnError_data()
     {
-        QTest::addColumn<FakePrinter::Step>("step");
-        QTest::newRow("create") << FakePrinter::Step::create;
-        QTest::newRow("send") << FakePrinter::Step::send;
+        addCases<FakePrinter::Step>("step", {{"create", FakePrinter::Step::create}, {"send", FakePrinter::Step::send}});
     }
     void aJobThatIsNotTakenOverIsAnError()
     {

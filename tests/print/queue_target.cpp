@@ -5,7 +5,6 @@
 
 #include "print/queue_target.h"
 #include <algorithm>
-#include <functional>
 
 using platform::QueueCondition;
 using platform::QueuePaper;

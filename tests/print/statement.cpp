@@ -186,8 +186,8 @@ private slots:
 
     void aTableWiderThanThePaperIsPrintedSmallerAsAWhole_data()
     {
-        QTest::addColumn<double>("paper"); ///< points
-        QTest::addColumn<QString>("size");
+        // paper: points
+        addColumns<double, QString>("paper", "size");
         QTest::newRow("A4") << 595.0 << "12";
         QTest::newRow("A5") << 420.0 << "12";
         QTest::newRow("A6") << 298.0 << "12";
@@ -240,8 +240,8 @@ private slots:
 
     void sumsWithoutTheColumnOfNamesAreNamedInTheFirstTextColumn_data()
     {
-        addColumns<QList<int>, double>("hidden", "factor");
-        QTest::addColumn<bool>("named"); ///< in place of the moment
+        // named: in place of the moment
+        addColumns<QList<int>, double, bool>("hidden", "factor", "named");
         QTest::newRow("the names are printed") << QList<int>{} << 1.0 << false;
         QTest::newRow("the names are hidden") << QList<int>{3} << 1.0 << true;
         QTest::newRow("the names do not fit") << QList<int>{} << 1.4 << true;
@@ -315,9 +315,8 @@ private slots:
 
     void cutsToWhatFits_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("letters"); ///< width in widths of one letter
-        QTest::addColumn<QString>("cut");
+        // letters: width in widths of one letter
+        addColumns<QString, double, QString>("text", "letters", "cut");
         QTest::newRow("fits") << "iii" << 3.0 << "iii";
         QTest::newRow("one too many") << "iiii" << 3.5 << "iii";
         QTest::newRow("only one") << "iiii" << 1.0 << "i";
@@ -379,9 +378,8 @@ private slots:
 
     void whatCannotBePrintedEndsTheStatement_data()
     {
-        QTest::addColumn<QVariant>("value");
-        QTest::newRow("a text where a number is wanted") << QVariant("abc");
-        QTest::newRow("a moment where a number is wanted") << QVariant(day());
+        addCases<QVariant>("value", {{"a text where a number is wanted", QVariant("abc")},
+                                     {"a moment where a number is wanted", QVariant(day())}});
     }
     void whatCannotBePrintedEndsTheStatement()
     {

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
+#include "tests/support/qt_files.h"
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -193,9 +194,7 @@ private slots:
 
     void savingAColumnThatIsNotThereIsASubscriptError_data()
     {
-        QTest::addColumn<int>("column");
-        QTest::newRow("before the first") << -1;
-        QTest::newRow("behind the last") << 4;
+        addCases<int>("column", {{"before the first", -1}, {"behind the last", 4}});
     }
 
     void savingAColumnThatIsNotThereIsASubscriptError()
@@ -219,8 +218,8 @@ private slots:
 
     void keptWidthsAreApplied_data()
     {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QString>("applied"); // a minus is a hidden column
+        // applied: a minus is a hidden column
+        addColumns<QByteArray, QString>("file", "applied");
         QTest::newRow("whole") << "100,#TRUE#\r\n200,#TRUE#\r\n300,#TRUE#\r\n400,#TRUE#\r\n"_ba << u"100 200 300 400"_s;
         QTest::newRow("short file") << "100,#TRUE#\r\n"_ba << u"100 11 12 13"_s;
         QTest::newRow("long file") << "1,#TRUE#\r\n2,#TRUE#\r\n3,#TRUE#\r\n4,#TRUE#\r\n5,#TRUE#\r\nx\r\n"_ba
@@ -256,14 +255,13 @@ private slots:
     void keptWidthsAreApplied()
     {
         QFETCH(QByteArray, file);
-        QFETCH(QString, applied);
         write(u"Grid0.txt"_s, file);
         for (std::size_t i = 0; i < columns.size(); ++i) {
             columns[i].width = 10.0F + static_cast<float>(i);
             columns[i].visible = i % 2 == 0; // every column that the file does not hide comes back
         }
         IzgaraYukle(columns, u"0"_s, directory(), fifty);
-        QCOMPARE(widths(columns), applied);
+        QTEST(widths(columns), "applied");
     }
 
     void anyDamageLeavesEveryColumnWithAWidth()
@@ -392,18 +390,8 @@ private slots:
     }
 
 private:
-    void write(const QString& name, const QByteArray& bytes) const
-    {
-        QFile file(directory_->filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
-    }
-
-    QByteArray read(const QString& name) const
-    {
-        QFile file(directory_->filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-    }
+    void write(const QString& name, const QByteArray& bytes) const { putFile(directory_->filePath(name), bytes); }
+    QByteArray read(const QString& name) const { return contentOf(directory_->filePath(name)); }
 
     QString directory() const { return directory_->path(); }
 

@@ -37,9 +37,8 @@ private slots:
 
     void cellsFollowFormatsAndSettings_data()
     {
-        addColumns<bool, bool>("english", "dressed");
-        QTest::addColumn<QString>("pressing"); // without its moment
-        QTest::addColumn<QString>("totals");
+        // pressing: without its moment
+        addColumns<bool, bool, QString, QString>("english", "dressed", "pressing", "totals");
         QTest::newRow("plain, Turkish") << false << false << u"1234,5|850|12|0|12,5|Ali & <b>Veli</b>"_s
                                         << u"|0,125|12|||Toplamlar"_s;
         QTest::newRow("formatted, Turkish")

@@ -74,8 +74,7 @@ private slots:
     {
         QFETCH(Period, shown);
         QFETCH(bool, firstChanged);
-        QFETCH(Period, expected);
-        QCOMPARE(ordered(shown, firstChanged ? Picker::first : Picker::last), expected);
+        QTEST(ordered(shown, firstChanged ? Picker::first : Picker::last), "expected");
     }
 };
 

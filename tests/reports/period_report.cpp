@@ -1,6 +1,7 @@
 #include "reports/period_report.h"
 
 #include "tests/reports/paper_journal.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include <QTest>
 
@@ -85,12 +86,11 @@ private slots:
 
     void oldTotalsRowIsReplaced_data()
     {
-        QTest::addColumn<QString>("moment");
-        QTest::newRow("none") << QString();
-        QTest::newRow("inside the period, among the pressings") << u"2025-02-03T09:00:00"_s;
-        QTest::newRow("before all pressings") << u"2025-02-03T00:00:00"_s;
-        QTest::newRow("behind all pressings") << u"2025-02-04T23:00:00"_s;
-        QTest::newRow("outside the period") << u"2024-06-01T12:00:00"_s;
+        addCases<QString>("moment", {{"none", QString()},
+                                     {"inside the period, among the pressings", u"2025-02-03T09:00:00"_s},
+                                     {"before all pressings", u"2025-02-03T00:00:00"_s},
+                                     {"behind all pressings", u"2025-02-04T23:00:00"_s},
+                                     {"outside the period", u"2024-06-01T12:00:00"_s}});
     }
 
     void oldTotalsRowIsReplaced()
@@ -109,10 +109,9 @@ private slots:
 
     void periodWithoutPressingsHasNoTotals_data()
     {
-        QTest::addColumn<QString>("moment");
-        QTest::newRow("no old totals") << QString();
-        QTest::newRow("old totals inside the period") << u"2025-02-03T09:00:00"_s;
-        QTest::newRow("old totals elsewhere") << u"2023-02-03T09:00:00"_s;
+        addCases<QString>("moment", {{"no old totals", QString()},
+                                     {"old totals inside the period", u"2025-02-03T09:00:00"_s},
+                                     {"old totals elsewhere", u"2023-02-03T09:00:00"_s}});
     }
 
     void periodWithoutPressingsHasNoTotals()

@@ -1,6 +1,5 @@
 #include <cstddef> // moc stumbles over <compare> without it
 
-#include "base/error.h"
 #include "mill/queries.h"
 #include "mill/tables.h"
 #include "reports/period_report.h"
@@ -122,8 +121,8 @@ private slots:
 
     void stopLeavesTheOldTotalsOrTheNewAndEveryOtherRow_data()
     {
-        addColumns<bool, int>("indexed", "question");
-        QTest::addColumn<QStringList>("totals"); ///< moments of the totals rows that are there before
+        // totals: moments of the totals rows that are there before
+        addColumns<bool, int, QStringList>("indexed", "question", "totals");
         const std::vector<std::pair<const char*, QStringList>> states = {
             {"no totals", {}},
             {"totals in the period", {u"2025-02-03T10:20:30"_s}},

@@ -90,17 +90,13 @@ private slots:
     void stateOfTheControlIsPreset()
     {
         QFETCH(QString, reported);
-        QFETCH(QString, speed);
-        QFETCH(QString, parity);
-        QFETCH(QString, dataBits);
-        QFETCH(QString, stopBits);
         control_.line = reported;
         control_.port = 16;
         load();
-        QCOMPARE(list("cboSpeed")->currentText(), speed);
-        QCOMPARE(list("cboParity")->currentText(), parity);
-        QCOMPARE(list("cboDataBits")->currentText(), dataBits);
-        QCOMPARE(list("cboStopBits")->currentText(), stopBits);
+        QTEST(list("cboSpeed")->currentText(), "speed");
+        QTEST(list("cboParity")->currentText(), "parity");
+        QTEST(list("cboDataBits")->currentText(), "dataBits");
+        QTEST(list("cboStopBits")->currentText(), "stopBits");
         QCOMPARE(list("cboPort")->currentText(), u"Com16"_s);
     }
 
@@ -461,9 +457,7 @@ private slots:
 
     void storedFormatIsPreset_data()
     {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<bool>("stillOnly");
-        QTest::addColumn<int>("entry");
+        addColumns<QString, bool, int>("format", "stillOnly", "entry");
         QTest::newRow("as it is") << QString() << false << 0;
         QTest::newRow("the first") << QString::fromStdString(lineFormats().front().name) << true << 1;
         QTest::newRow("the last") << QString::fromStdString(lineFormats().back().name) << false

@@ -1,6 +1,7 @@
 #include "scale/terazi_comm.h"
 #include "scale/weight_line.h"
 #include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -63,10 +64,7 @@ private slots:
     void filesAreReplayedInTime()
     {
         const QString path = folder_.filePath(u"day.txt"_s);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("# a morning\n1200   1234kg\\r\n1500 12\n1550 34kg\\x0d\n");
-        file.close();
+        putFile(path, "# a morning\n1200   1234kg\\r\n1500 12\n1550 34kg\\x0d\n");
         play({u"--replay"_s, path});
         QTRY_COMPARE(fields_, (QStringList{u"  1234\r"_s, u"1234\r"_s}));
         QTRY_COMPARE(tool_.state(), QProcess::NotRunning);
@@ -85,13 +83,12 @@ private slots:
 
     void mistakesAreToldAndLeaveNoLink_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("unknown option") << QStringList{u"--colour"_s, u"red"_s};
-        QTest::newRow("missing value") << QStringList{u"--rate"_s};
-        QTest::newRow("not a number") << QStringList{u"--rate"_s, u"fast"_s};
-        QTest::newRow("no rate") << QStringList{u"--rate"_s, u"0"_s};
-        QTest::newRow("unknown shape") << QStringList{u"--shape"_s, u"round"_s};
-        QTest::newRow("missing file") << QStringList{u"--replay"_s, u"/no/such/file"_s};
+        addCases<QStringList>("arguments", {{"unknown option", QStringList{u"--colour"_s, u"red"_s}},
+                                            {"missing value", QStringList{u"--rate"_s}},
+                                            {"not a number", QStringList{u"--rate"_s, u"fast"_s}},
+                                            {"no rate", QStringList{u"--rate"_s, u"0"_s}},
+                                            {"unknown shape", QStringList{u"--shape"_s, u"round"_s}},
+                                            {"missing file", QStringList{u"--replay"_s, u"/no/such/file"_s}}});
     }
 
     void mistakesAreToldAndLeaveNoLink()
@@ -106,15 +103,11 @@ private slots:
 
     void somebodysFileIsNotReplaced()
     {
-        QFile file(link_);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("mine");
-        file.close();
+        putFile(link_, "mine");
         tool_.start(QString::fromUtf8(PRESVA_SCALE), {u"--link"_s, link_});
         QVERIFY(tool_.waitForFinished(5000));
         QCOMPARE(tool_.exitCode(), 1);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), "mine"_ba);
+        QCOMPARE(contentOf(link_), "mine"_ba);
     }
 
     void helpIsTurkish()

@@ -724,9 +724,8 @@ private slots:
 
     void loadThatChangesBeforeTheScaleWasEmptyIsTold_data()
     {
-        QTest::addColumn<QByteArray>("frame");
-        QTest::newRow("the display drifts") << QByteArray("ST,GS,+0001241kg\r\n");
-        QTest::newRow("half of the sacks are off") << QByteArray("ST,GS,+0000600kg\r\n");
+        addCases<QByteArray>("frame", {{"the display drifts", QByteArray("ST,GS,+0001241kg\r\n")},
+                                       {"half of the sacks are off", QByteArray("ST,GS,+0000600kg\r\n")}});
     }
 
     void loadThatChangesBeforeTheScaleWasEmptyIsTold()
@@ -801,9 +800,7 @@ private slots:
 
     void streamThatShowsSomethingElseAsItIsIsNamed_data()
     {
-        QTest::addColumn<QByteArray>("frame");
-        QTest::addColumn<QByteArray>("next");
-        QTest::addColumn<QString>("format");
+        addColumns<QByteArray, QByteArray, QString>("frame", "next", "format");
         QTest::newRow("decimal point") << QByteArray("ST,GS,+01240.5kg\r\n") << QByteArray("ST,GS,+01250.5kg\r\n")
                                        << "st-gs";
         QTest::newRow("minus cut off") << QByteArray("ST,GS,-0000050kg\r\n") << QByteArray("ST,GS,-0000051kg\r\n")

@@ -13,7 +13,10 @@ namespace {
 /// that is not a number is an error.
 class PaperStation : public ScaleStation {
 public:
-    explicit PaperStation(base::Regional settings) : regional(std::move(settings)) {}
+    explicit PaperStation(QString weight, base::Regional settings = base::Regional::turkish())
+        : regional(std::move(settings)), caption(std::move(weight))
+    {
+    }
 
     QString customer() const override { return name; }
     QString weight() const override { return caption; }
@@ -37,12 +40,25 @@ public:
 /// What emptying both buffers does to a control.
 const QStringList emptied = {u"in=0"_s, u"out=0"_s};
 
+/// An open port that raises this event.
+struct RaisingControl : FakeCommControl {
+    explicit RaisingControl(const QString& bytes, int number = events::received)
+    {
+        burst = bytes;
+        event = number;
+        open = true;
+    }
+    EventOutcome raise(PaperStation& station)
+    {
+        return onScaleEvent(*this, station, station.regional, [this] { steps += u"events"_s; });
+    }
+};
+
 /// Bytes come for the station. What was done to the control then.
 QStringList hear(PaperStation& station, const QString& burst)
 {
-    FakeCommControl control;
-    control.burst = burst;
-    onScaleEvent(control, station, station.regional, [] {});
+    RaisingControl control(burst);
+    control.raise(station);
     return control.steps;
 }
 
@@ -78,8 +94,7 @@ private slots:
     void fieldIsTheEndOfTheFirstLine()
     {
         QFETCH(QString, burst);
-        QFETCH(QString, field);
-        QCOMPARE(weightField(burst), field);
+        QTEST(weightField(burst), "field");
     }
 
     void weightReachesTheStation_data()
@@ -110,17 +125,14 @@ private slots:
         QFETCH(bool, turkish);
         QFETCH(QString, burst);
         QFETCH(QString, before);
-        QFETCH(QString, after);
-        PaperStation station(turkish ? base::Regional::turkish() : base::Regional::english());
-        station.caption = before;
+        PaperStation station(before, turkish ? base::Regional::turkish() : base::Regional::english());
         QCOMPARE(hear(station, burst), emptied);
-        QCOMPARE(station.caption, after);
+        QTEST(station.caption, "after");
     }
 
     void sameWeightAgainFiresNoChange()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.234"_s;
+        PaperStation station(u"1.234"_s);
         hear(station, u"  1234kg\r"_s);
         QCOMPARE(station.caption, u"1.234"_s);
         QCOMPARE(station.changes, 0);
@@ -128,8 +140,7 @@ private slots:
 
     void repeatedRawFieldIsNotFormattedAgain()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1234KG\r"_s;
+        PaperStation station(u"1234KG\r"_s);
         hear(station, u"1234KG\r"_s); // would throw if the caption were set anew
         QCOMPARE(station.changes, 0);
     }
@@ -147,24 +158,20 @@ private slots:
     void unreadableLineIsShownAndEmptiesTheBuffers()
     {
         QFETCH(QString, burst);
-        QFETCH(QString, shown);
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
-        FakeCommControl control;
-        control.burst = burst;
-        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, onScaleEvent(control, station, station.regional, [] {}));
-        QCOMPARE(station.caption, shown);
+        PaperStation station(u"1.000"_s);
+        RaisingControl control(burst);
+        QVERIFY_THROWS_EXCEPTION(base::RuntimeError, control.raise(station));
+        QTEST(station.caption, "shown");
         QCOMPARE(control.steps, emptied);
 
         control.burst = u"  1234kg\r"_s; // the next good line repairs the caption
-        onScaleEvent(control, station, station.regional, [] {});
+        control.raise(station);
         QCOMPARE(station.caption, u"1.234"_s);
     }
 
     void disabledStationKeepsItsWeight()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
+        PaperStation station(u"1.000"_s);
         station.enabled = false;
         QCOMPARE(hear(station, u"  1234kg\r"_s), emptied);
         QCOMPARE(station.caption, u"1.000"_s);
@@ -172,14 +179,11 @@ private slots:
 
     void withoutAnyNameNothingIsTouched()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
+        PaperStation station(u"1.000"_s);
         station.name.clear();
-        FakeCommControl control;
-        control.burst = u"  1234kg\r"_s;
         for (const int event : {events::received, events::readError, 1009}) {
-            control.event = event;
-            onScaleEvent(control, station, station.regional, [] { QFAIL("no events are to be processed"); });
+            RaisingControl control(u"  1234kg\r"_s, event);
+            control.raise(station);
             QCOMPARE(control.steps, QStringList());
             QCOMPARE(control.burst, u"  1234kg\r"_s);
             QCOMPARE(station.caption, u"1.000"_s);
@@ -188,7 +192,7 @@ private slots:
 
     void designCaptionStillTakesWeights()
     {
-        PaperStation station(base::Regional::turkish());
+        PaperStation station({});
         station.name = u"Müşteri Seçin"_s;
         hear(station, u"   500kg\r"_s);
         QCOMPARE(station.caption, u"500"_s);
@@ -196,13 +200,10 @@ private slots:
 
     void otherEventsOnlyEmptyTheBuffers()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
+        PaperStation station(u"1.000"_s);
         for (const int event : {0, 1, 3, 7, 1001, 1004, 1009, 1011}) {
-            FakeCommControl control;
-            control.event = event;
-            control.burst = u"  1234kg\r"_s;
-            onScaleEvent(control, station, station.regional, [] {});
+            RaisingControl control(u"  1234kg\r"_s, event);
+            control.raise(station);
             QCOMPARE(station.caption, u"1.000"_s);
             QCOMPARE(control.steps, emptied);
         }
@@ -210,28 +211,21 @@ private slots:
 
     void readErrorReopensThePort()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
-        FakeCommControl control;
-        control.event = events::readError;
-        control.open = true;
-        control.burst = u"  1234kg\r"_s;
-        onScaleEvent(control, station, station.regional, [&] { control.steps += u"events"_s; });
+        PaperStation station(u"1.000"_s);
+        RaisingControl control(u"  1234kg\r"_s, events::readError);
+        control.raise(station);
         QCOMPARE(control.steps, (QStringList{u"close"_s, u"events"_s, u"open"_s} + emptied));
         QCOMPARE(station.caption, u"1.000"_s);
     }
 
     void failedReopeningIsSilent()
     {
-        PaperStation station(base::Regional::turkish());
-        station.caption = u"1.000"_s;
-        FakeCommControl control;
-        control.event = events::readError;
-        control.open = true;
+        PaperStation station(u"1.000"_s);
+        RaisingControl control({}, events::readError);
         control.failures[u"open"_s] = errors::invalidPortNumber;
-        onScaleEvent(control, station, station.regional, [] {});
+        control.raise(station);
         QVERIFY(!control.open);
-        QCOMPARE(control.steps, (QStringList{u"close"_s, u"open"_s} + emptied));
+        QCOMPARE(control.steps, (QStringList{u"close"_s, u"events"_s, u"open"_s} + emptied));
     }
 
     void eventTellsWhatItBrought_data()
@@ -251,15 +245,9 @@ private slots:
         QFETCH(int, event);
         QFETCH(QString, name);
         QFETCH(QString, burst);
-        PaperStation station(base::Regional::turkish());
+        PaperStation station(u"Net\r"_s);
         station.name = name;
-        station.caption = u"Net\r"_s;
-        FakeCommControl control;
-        control.event = event;
-        control.open = true;
-        control.burst = burst;
-        const EventOutcome heard = onScaleEvent(control, station, station.regional, [] {});
-        QTEST(heard, "heard");
+        QTEST(RaisingControl(burst, event).raise(station), "heard");
     }
 };
 

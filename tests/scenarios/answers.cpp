@@ -1,4 +1,5 @@
 #include "counter.h"
+#include "tests/support/columns.h"
 
 /// A scenario says beforehand how it answers a message box: no box may be left over, and no answer.
 class Answers : public QObject {
@@ -7,8 +8,8 @@ class Answers : public QObject {
 private slots:
     void boxesAndAnswersMustPairOff_data()
     {
-        QTest::addColumn<QString>("scenario");
-        QTest::addColumn<QString>("fault"); // nothing: the scenario passes
+        // no fault: the scenario passes
+        addColumns<QString, QString>("scenario", "fault");
         // What is no weight is reported, in a box with one button.
         const QString box = "menu Bağlantı\nscale \"1234KG\\r\"\n";
         QTest::newRow("a box and its answer") << "answer Tamam\n" + box << QString();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QString>
@@ -9,7 +8,6 @@
 #include <QTest>
 
 #include <memory>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 

@@ -4,6 +4,8 @@
 #include "tests/jet/samples.h"
 #include "tests/print/cups_fixture.h"
 #include "tests/print/pdf_text.h"
+#include "tests/support/columns.h"
+#include "tests/support/qt_files.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -14,10 +16,9 @@ namespace {
 const QString today = u"2031-11-20"_s; // after every pressing that a database may hold already
 const QStringList atNoon = {"--now", today + " 12:00:00"};
 
-QString contentOf(const QString& path)
+QStringList linesIn(const QString& scenario)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(contentOf(SCENARIOS "/" + scenario)).split('\n', Qt::SkipEmptyParts);
 }
 
 ExportedTable exported(const Counter& counter, const QString& table)
@@ -35,9 +36,7 @@ ExportedTable exported(const Counter& counter, const QString& table)
 QList<QStringList> expectedPressings()
 {
     QList<QStringList> rows;
-    for (const QString& line :
-         contentOf(SCENARIOS "/forty-customers-are-served.expected.tsv").split('\n', Qt::SkipEmptyParts))
-        rows << line.split('\t');
+    for (const QString& line : linesIn("forty-customers-are-served.expected.tsv")) rows << line.split('\t');
     return rows;
 }
 
@@ -50,7 +49,7 @@ QString dayAfter(const QSet<QString>& known, qsizetype customers, qsizetype pres
     static const QRegularExpression name("^expect TxtLbl\\([01]\\) caption \"(.*)\"$");
     QStringList lines;
     bool been = false;
-    for (const QString& line : contentOf(SCENARIOS "/forty-customers-are-served.txt").split('\n')) {
+    for (const QString& line : linesIn("forty-customers-are-served.txt")) {
         if (const auto match = count.match(line); match.hasMatch()) {
             const qsizetype before = match.captured(1) == "Cari" ? customers : pressings;
             lines << u"table %1 %2"_s.arg(match.captured(1)).arg(match.captured(2).toLongLong() + before);
@@ -123,9 +122,7 @@ private slots:
 
     void everyPressingOfADayIsPrintedAndStored_data()
     {
-        QTest::addColumn<QString>("start");
-        QTest::newRow("on a new database") << QString();
-        QTest::newRow("after two seasons") << "data/yag-a.mdb";
+        addCases<QString>("start", {{"on a new database", QString()}, {"after two seasons", "data/yag-a.mdb"}});
     }
     void everyPressingOfADayIsPrintedAndStored()
     {
@@ -147,9 +144,8 @@ private slots:
         qsizetype knownToday = 0;
         for (const QStringList& row : expected) knownToday += known.contains(row[name]);
 
-        const QString fault =
-            counter.play(dayAfter(known, customersBefore.size() - knownToday, pressingsBefore), atNoon);
-        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QCOMPARE(counter.play(dayAfter(known, customersBefore.size() - knownToday, pressingsBefore), atNoon),
+                 QString());
         QVERIFY(counter.sound());
 
         // The journal has grown by the day's pressings and by nothing else.
@@ -212,14 +208,12 @@ private slots:
         QVERIFY(counter.ready());
         const auto putRight = qScopeGuard([&] { undo(mishap); });
         bring(mishap);
-        QString fault = counter.play(pressing + printedAndStored(0) + "table Cari 0\n", atNoon);
-        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QCOMPARE(counter.play(pressing + printedAndStored(0) + "table Cari 0\n", atNoon), QString());
         QVERIFY(counter.sound());
 
         // Once the printer is put right, the same press prints and stores.
         undo(mishap);
-        fault = counter.play(pressing + printedAndStored(1) + "table Cari 1\n", atNoon);
-        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QCOMPARE(counter.play(pressing + printedAndStored(1) + "table Cari 1\n", atNoon), QString());
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
     }
 
@@ -243,8 +237,7 @@ private slots:
         QVERIFY(heard(*process, "table Hareket 1", 2));
         undo(mishap);
         QVERIFY(QFile(counter.path("mended")).open(QIODevice::WriteOnly));
-        const QString fault = Counter::outcome(*process);
-        QVERIFY2(fault.isEmpty(), qPrintable(fault));
+        QCOMPARE(Counter::outcome(*process), QString());
         QVERIFY(counter.sound());
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(2), 20000);
     }

@@ -7,6 +7,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet_engine.h"
+#include "tests/support/qt_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -118,10 +119,7 @@ private slots:
     void onlyOldCopiesGo()
     {
         QDir().mkdir(path("Yedek"));
-        const auto touch = [this](const QString& name) {
-            QFile file(path("Yedek/" + name));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        };
+        const auto touch = [this](const QString& name) { putFile(path("Yedek/" + name)); };
         for (int day = 1; day <= 31; ++day) touch(u"Yag-2025-10-%1.mdb"_s.arg(day, 2, 10, QChar('0')));
         touch("Yag-eski.mdb");
         touch("Yag-2025-01-01.mdb.bak");
@@ -136,16 +134,14 @@ private slots:
 
     void aFailureIsToldOnceAndTriedAgainAnHourLater()
     {
-        QFile inTheWay(path("Yedek"));
-        QVERIFY(inTheWay.open(QIODevice::WriteOnly));
-        inTheWay.close();
+        putFile(path("Yedek")); // in the way
         stored(noon);
         stored(noon.addSecs(60));
         backups->beforeDeletion(*engine, noon.addSecs(70));
         QCoreApplication::processEvents();
         QCOMPARE(told.size(), 1);
         QVERIFY2(told[0].contains("Yedek alınamadı") && told[0].contains(path("Yedek")), qPrintable(told[0]));
-        QVERIFY(inTheWay.remove());
+        QVERIFY(QFile::remove(path("Yedek")));
         stored(noon.addSecs(1800));
         QVERIFY(copies().isEmpty());
         stored(noon.addSecs(3600));

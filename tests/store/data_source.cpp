@@ -1,5 +1,6 @@
 #include "tests/jet/protection.h"
 #include "tests/store/mill_file.h"
+#include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 
 #include "mill/queries.h"
@@ -136,13 +137,13 @@ private slots:
 
     void aFailedRefreshKeepsTheOldSet_data()
     {
-        QTest::addColumn<QString>("recordSource");
-        QTest::newRow("an apostrophe") << "Select * From Cari where Unvan Like 'O'N*' Order By Unvan Asc";
-        QTest::newRow("an unclosed set") << mill::customerSearch("[A");
-        QTest::newRow("an aggregate") << "Select Sum(Nakit) From Cari";
-        QTest::newRow("no such table") << "Yok";
-        QTest::newRow("an action") << "DELETE FROM Cari";
-        QTest::newRow("nothing") << "";
+        addCases<QString>("recordSource",
+                          {{"an apostrophe", "Select * From Cari where Unvan Like 'O'N*' Order By Unvan Asc"},
+                           {"an unclosed set", mill::customerSearch("[A")},
+                           {"an aggregate", "Select Sum(Nakit) From Cari"},
+                           {"no such table", "Yok"},
+                           {"an action", "DELETE FROM Cari"},
+                           {"nothing", ""}});
     }
 
     void aFailedRefreshKeepsTheOldSet()

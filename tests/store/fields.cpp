@@ -85,8 +85,8 @@ private slots:
 
     void captionsBecomeValuesOfTheFieldsKind_data()
     {
-        addColumns<int, QString>("field", "caption");
-        QTest::addColumn<QString>("stored"); // as a Turkish caption; empty: refused with 3421
+        // stored: as a Turkish caption; empty: refused with 3421
+        addColumns<int, QString, QString>("field", "caption", "stored");
         // clang-format off
         const auto row = [](const char* tag, int field, const char* caption, const char* stored) {
             QTest::newRow(tag) << field << QString(caption) << QString(stored);

@@ -12,7 +12,6 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 

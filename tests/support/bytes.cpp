@@ -1,6 +1,5 @@
 #include "tests/support/bytes.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace {

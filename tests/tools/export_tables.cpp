@@ -5,7 +5,6 @@
 #include "store/jet/values/sort_key.h"
 #include "tests/jet/samples.h"
 #include "tests/support/files.h"
-#include "tests/support/table.h"
 #include "tests/support/text.h"
 #include "tests/tools/tool.h"
 
@@ -143,18 +142,14 @@ struct WholeDatabaseRow {
     Arguments format;
     std::vector<std::string> files;
 };
-class WholeDatabase : public TableTest<WholeDatabaseRow>, protected Tool {};
 
-RowTable<WholeDatabaseRow> wholeDatabase()
-{
-    return {
-        {"CSV as a rule", {{}, {"A_B (2).csv", "A_B.csv", "Cari.csv", "Hareket.csv"}}},
-        {"JSON lines", {{"--format", "jsonl"}, {"A_B (2).jsonl", "A_B.jsonl", "Cari.jsonl", "Hareket.jsonl"}}},
-        {"workbooks", {{"--format", "xlsx"}, {"A_B (2).xlsx", "A_B.xlsx", "Cari.xlsx", "Hareket.xlsx"}}},
-    };
-}
+const RowTable<WholeDatabaseRow> wholeDatabase = {
+    {"CSV as a rule", {{}, {"A_B (2).csv", "A_B.csv", "Cari.csv", "Hareket.csv"}}},
+    {"JSON lines", {{"--format", "jsonl"}, {"A_B (2).jsonl", "A_B.jsonl", "Cari.jsonl", "Hareket.jsonl"}}},
+    {"workbooks", {{"--format", "xlsx"}, {"A_B (2).xlsx", "A_B.xlsx", "Cari.xlsx", "Hareket.xlsx"}}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, WholeDatabase, testing::ValuesIn(wholeDatabase()), RowName());
+TOOL_SUITE(WholeDatabase, Tool, WholeDatabaseRow, wholeDatabase);
 
 TEST_P(WholeDatabase, becomesAFolderOfFilesAndReplacesNone)
 {
@@ -204,24 +199,19 @@ TEST_F(ExportTables, aFileIsLikeStandardOutputAndReplacesNone)
     ASSERT_EQ(filesIn(folder()), (std::vector<std::string>{"Yag.mdb", "tablo.csv"}));
 }
 
-class ExportMisuse : public TableTest<Arguments>, protected Tool {};
+const RowTable<Arguments> exportMisuse = {
+    {"no table", {}},
+    {"two tables", {"Cari", "Hareket"}},
+    {"table and folder", {"Cari", "--all", "x"}},
+    {"file and folder", {"--out", "x.csv", "--all", "x"}},
+    {"unknown format", {"Cari", "--format", "ods"}},
+    {"workbook to standard output", {"Cari", "--format", "xlsx"}},
+    {"option without value", {"Cari", "--out"}},
+    {"option twice", {"Cari", "--format", "csv", "--format", "csv"}},
+    {"unknown option", {"Cari", "--to", "x.csv"}},
+};
 
-RowTable<Arguments> exportMisuse()
-{
-    return {
-        {"no table", {}},
-        {"two tables", {"Cari", "Hareket"}},
-        {"table and folder", {"Cari", "--all", "x"}},
-        {"file and folder", {"--out", "x.csv", "--all", "x"}},
-        {"unknown format", {"Cari", "--format", "ods"}},
-        {"workbook to standard output", {"Cari", "--format", "xlsx"}},
-        {"option without value", {"Cari", "--out"}},
-        {"option twice", {"Cari", "--format", "csv", "--format", "csv"}},
-        {"unknown option", {"Cari", "--to", "x.csv"}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, ExportMisuse, testing::ValuesIn(exportMisuse()), RowName());
+TOOL_SUITE(ExportMisuse, Tool, Arguments, exportMisuse);
 
 TEST_P(ExportMisuse, isOneLineAndWritesNothing)
 {

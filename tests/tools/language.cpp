@@ -1,4 +1,3 @@
-#include "tests/support/table.h"
 #include "tests/support/text.h"
 #include "tests/tools/tool.h"
 
@@ -17,22 +16,18 @@ struct LanguageRow {
     Arguments option;
     bool english = false;
 };
-class ToolLanguage : public TableTest<LanguageRow>, protected Tool {};
 
-RowTable<LanguageRow> toolLanguage()
-{
-    return {
-        {"no settings", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", ""}}, {}, false}},
-        {"Turkish", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "tr_TR.UTF-8"}}, {}, false}},
-        {"English", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "en_GB.UTF-8"}}, {}, true}},
-        {"English messages", {{{"LC_ALL", ""}, {"LC_MESSAGES", "en_US"}, {"LANG", "tr_TR.UTF-8"}}, {}, true}},
-        {"Turkish before all", {{{"LC_ALL", "tr_TR"}, {"LC_MESSAGES", "en_US"}, {"LANG", "en_US"}}, {}, false}},
-        {"asked for English", {{{"LC_ALL", "tr_TR"}}, {"--lang", "en"}, true}},
-        {"asked for Turkish", {{{"LC_ALL", "en_US"}}, {"--lang", "tr"}, false}},
-    };
-}
+const RowTable<LanguageRow> toolLanguage = {
+    {"no settings", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", ""}}, {}, false}},
+    {"Turkish", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "tr_TR.UTF-8"}}, {}, false}},
+    {"English", {{{"LC_ALL", ""}, {"LC_MESSAGES", ""}, {"LANG", "en_GB.UTF-8"}}, {}, true}},
+    {"English messages", {{{"LC_ALL", ""}, {"LC_MESSAGES", "en_US"}, {"LANG", "tr_TR.UTF-8"}}, {}, true}},
+    {"Turkish before all", {{{"LC_ALL", "tr_TR"}, {"LC_MESSAGES", "en_US"}, {"LANG", "en_US"}}, {}, false}},
+    {"asked for English", {{{"LC_ALL", "tr_TR"}}, {"--lang", "en"}, true}},
+    {"asked for Turkish", {{{"LC_ALL", "en_US"}}, {"--lang", "tr"}, false}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, ToolLanguage, testing::ValuesIn(toolLanguage()), RowName());
+TOOL_SUITE(ToolLanguage, Tool, LanguageRow, toolLanguage);
 
 TEST_P(ToolLanguage, isThatOfTheSettings)
 {
@@ -59,8 +54,6 @@ TEST_P(ToolLanguage, isThatOfTheSettings)
     ASSERT_EQ(asked({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
 }
 
-class EnglishHelpOf : public TableTest<std::string>, protected Tool {};
-
 RowTable<std::string> englishHelpOf()
 {
     RowTable<std::string> table;
@@ -70,7 +63,7 @@ RowTable<std::string> englishHelpOf()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, EnglishHelpOf, testing::ValuesIn(englishHelpOf()), RowName());
+TOOL_SUITE(EnglishHelpOf, Tool, std::string, englishHelpOf());
 
 TEST_P(EnglishHelpOf, hasNoTurkishInIt)
 {

@@ -9,7 +9,6 @@
 #include "tests/jet/samples.h"
 #include "tests/support/bytes.h"
 #include "tests/support/files.h"
-#include "tests/support/table.h"
 #include "tests/support/text.h"
 #include "tests/tools/tool.h"
 
@@ -33,8 +32,6 @@ std::vector<std::string> sortedLines(const std::string& text)
     return lines;
 }
 
-class PresvaMdbHelp : public TableTest<Arguments>, protected Tool {};
-
 RowTable<Arguments> presvaMdbHelp()
 {
     RowTable<Arguments> table;
@@ -45,7 +42,7 @@ RowTable<Arguments> presvaMdbHelp()
     return table;
 }
 
-INSTANTIATE_TEST_SUITE_P(, PresvaMdbHelp, testing::ValuesIn(presvaMdbHelp()), RowName());
+TOOL_SUITE(PresvaMdbHelp, Tool, Arguments, presvaMdbHelp());
 
 TEST_P(PresvaMdbHelp, everyCommandHasHelp)
 {
@@ -57,25 +54,20 @@ TEST_P(PresvaMdbHelp, everyCommandHasHelp)
     ASSERT_EQ(outcome.err, "");
 }
 
-class PresvaMdbMisuse : public TableTest<Arguments>, protected Tool {};
+const RowTable<Arguments> presvaMdbMisuse = {
+    {"nothing", {}},
+    {"unknown command", {"aç"}},
+    {"no file", {"info"}},
+    {"too many", {"info", "a", "b"}},
+    {"missing file", {"info", "/yok/Yag.mdb"}},
+    {"missing file to check", {"check", "yok.mdb"}},
+    {"folder", {"check", "/"}},
+    {"no database", {"info", PRESVA_MDB}},
+    {"unknown collation", {"create", "x.mdb", "--collation", "greek"}},
+    {"half an option", {"create", "x.mdb", "--collation"}},
+};
 
-RowTable<Arguments> presvaMdbMisuse()
-{
-    return {
-        {"nothing", {}},
-        {"unknown command", {"aç"}},
-        {"no file", {"info"}},
-        {"too many", {"info", "a", "b"}},
-        {"missing file", {"info", "/yok/Yag.mdb"}},
-        {"missing file to check", {"check", "yok.mdb"}},
-        {"folder", {"check", "/"}},
-        {"no database", {"info", PRESVA_MDB}},
-        {"unknown collation", {"create", "x.mdb", "--collation", "greek"}},
-        {"half an option", {"create", "x.mdb", "--collation"}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, PresvaMdbMisuse, testing::ValuesIn(presvaMdbMisuse()), RowName());
+TOOL_SUITE(PresvaMdbMisuse, Tool, Arguments, presvaMdbMisuse);
 
 TEST_P(PresvaMdbMisuse, misuseIsOneLineAndExitCodeOne)
 {
@@ -88,17 +80,12 @@ TEST_P(PresvaMdbMisuse, misuseIsOneLineAndExitCodeOne)
     ASSERT_GT(outcome.err.size(), 30U);
 }
 
-class PresvaMdbCreate : public TableTest<std::string>, protected Tool {};
+const RowTable<std::string> presvaMdbCreate = {
+    {"Turkish", "turkish"},
+    {"General", "general"},
+};
 
-RowTable<std::string> presvaMdbCreate()
-{
-    return {
-        {"Turkish", "turkish"},
-        {"General", "general"},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, PresvaMdbCreate, testing::ValuesIn(presvaMdbCreate()), RowName());
+TOOL_SUITE(PresvaMdbCreate, Tool, std::string, presvaMdbCreate);
 
 TEST_P(PresvaMdbCreate, createdDatabaseHasBothTablesInOrder)
 {
@@ -217,24 +204,20 @@ struct PresvaMdbImportRow {
     std::string csv;
     std::string named;
 };
-class PresvaMdbImport : public TableTest<PresvaMdbImportRow>, protected Tool {};
 
-RowTable<PresvaMdbImportRow> presvaMdbImport()
-{
-    return {
-        {"wrong number", {"Unvan,Nakit\nAli,1\nVeli,bir\n", "3. satırı: 'Nakit'"}},
-        {"too long", {"Unvan\nAli\n" + std::string(101, 'x') + "\n", "3. satırı"}},
-        {"field missing", {"Unvan,Nakit\nAli,1\nVeli\n", "3. satırı"}},
-        {"open quote", {"Unvan\nAli\n\"Veli\n", "3. satır"}},
-        {"unknown column", {"Unvan,Adres\nAli,Edremit\n", "'Adres'"}},
-        {"column twice", {"Unvan,UNVAN\nAli,Ali\n", "'UNVAN'"}},
-        {"a byte that is zero", {std::string("Unvan\nAli\nVe\0li\n", 15), "3. satırında sıfır"}},
-        {"a byte that is zero among the names", {std::string("Un\0van\nAli\n", 11), "1. satırında sıfır"}},
-        {"empty file", {"", "boş"}},
-    };
-}
+const RowTable<PresvaMdbImportRow> presvaMdbImport = {
+    {"wrong number", {"Unvan,Nakit\nAli,1\nVeli,bir\n", "3. satırı: 'Nakit'"}},
+    {"too long", {"Unvan\nAli\n" + std::string(101, 'x') + "\n", "3. satırı"}},
+    {"field missing", {"Unvan,Nakit\nAli,1\nVeli\n", "3. satırı"}},
+    {"open quote", {"Unvan\nAli\n\"Veli\n", "3. satır"}},
+    {"unknown column", {"Unvan,Adres\nAli,Edremit\n", "'Adres'"}},
+    {"column twice", {"Unvan,UNVAN\nAli,Ali\n", "'UNVAN'"}},
+    {"a byte that is zero", {std::string("Unvan\nAli\nVe\0li\n", 15), "3. satırında sıfır"}},
+    {"a byte that is zero among the names", {std::string("Un\0van\nAli\n", 11), "1. satırında sıfır"}},
+    {"empty file", {"", "boş"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, PresvaMdbImport, testing::ValuesIn(presvaMdbImport()), RowName());
+TOOL_SUITE(PresvaMdbImport, Tool, PresvaMdbImportRow, presvaMdbImport);
 
 TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
 {

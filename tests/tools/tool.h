@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/process.h"
+#include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -38,3 +39,10 @@ protected:
 private:
     TemporaryFolder folder_;
 };
+
+/// The suite of the tests over a table that run the program; Base is Tool, or what has more of it.
+// NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
+#define TOOL_SUITE(Suite, Base, Row, table)                                                                            \
+    class Suite : public TableTest<Row>, protected Base {};                                                            \
+    INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(table), RowName())
+// NOLINTEND(bugprone-macro-parentheses)

@@ -98,19 +98,16 @@ struct Filter {
     std::vector<int> lines;
 };
 
-RowTable<Filter> filters()
-{
-    return {
-        {"day", {{"--day", "2025-11-20"}, {1, 2, 3}}},
-        {"customer", {{"--customer", "ŞÜK"}, {2, 3}}},
-        {"both", {{"--customer", "al", "--day", "2025-11-21"}, {4}}},
-        {"nothing", {{"--day", "2025-11-19"}, {}}},
-    };
-}
+const RowTable<Filter> filters = {
+    {"day", {{"--day", "2025-11-20"}, {1, 2, 3}}},
+    {"customer", {{"--customer", "ŞÜK"}, {2, 3}}},
+    {"both", {{"--customer", "al", "--day", "2025-11-21"}, {4}}},
+    {"nothing", {{"--day", "2025-11-19"}, {}}},
+};
 
 TEST_F(Weights, areFilteredByDayAndCustomer)
 {
-    for (const auto& [name, filter] : filters()) {
+    for (const auto& [name, filter] : filters) {
         const std::string out = asked(filter.options).out;
         for (int line = 1; line <= 4; ++line) {
             const bool wanted = std::ranges::find(filter.lines, line) != filter.lines.end();
