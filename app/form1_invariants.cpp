@@ -62,7 +62,7 @@ void Form1::checkPay([[maybe_unused]] int Index) const
 {
 #ifndef NDEBUG
     using namespace pressing;
-    const auto shown = [&]<class Amount>(Display<Amount> display) {
+    const auto shown = [&]<class Amount>(pressing::Display<Amount> display) {
         std::optional<Amount> amount; // nothing where the text is no number
         base::passOver([&] { amount = read(*counter_, display, Index); });
         return amount;
