@@ -50,10 +50,10 @@ class Pager {
 public:
     enum class Mode { readOnly, readWrite };
 
-    /// Opens the file, repairs it by a journal that a crash left, and takes the lock, for which it waits up to two seconds.
-    /// Asked for readWrite on a file that is protected, or may only be read, it opens read-only (see whyNotWritable()).
-    /// Checks size only; the header is Database's.
-    /// Throws notFound, isFolder, noPermission, notADatabase, oldFormat, cutShort, inUse, disk.
+    /// Opens the file, repairs it by a journal that a crash left, and takes the lock, for which it waits up to two
+    /// seconds. Asked for readWrite on a file that is protected, or may only be read, it opens read-only (see
+    /// whyNotWritable()). Checks size only; the header is Database's. Throws notFound, isFolder, noPermission,
+    /// notADatabase, oldFormat, cutShort, inUse, disk.
     Pager(Disk& disk, std::filesystem::path path, Mode mode);
     ~Pager(); ///< rolls back an open transaction
     Pager(const Pager&) = delete;

@@ -114,7 +114,7 @@ struct Table::State {
     std::map<std::size_t, KnownTexts> knownTexts;  ///< of indexes with a text of an unknown order, at the verification
     std::int32_t highestAutoNumber = 0;            ///< at the verification; the definition may lag behind it
     bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
-    std::optional<std::uint64_t> countRightAt;   ///< change count of the transaction that put it right
+    std::optional<std::uint64_t> countRightAt;     ///< change count of the transaction that put it right
 
     std::shared_ptr<std::vector<PageNo>> pages;
     std::optional<std::uint64_t> pagesChangedAt; ///< change count of the transaction that added or removed one
