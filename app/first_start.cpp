@@ -24,8 +24,8 @@ store::FirstChoice ask()
                                     u"taşınabilir; dosyanın kendisine dokunulmaz. Yoksa boş başlanır."_s,
                                     u"Yag.mdb taşı"_s, u"Boş başla"_s);
         // A window that is closed, or Enter on a question that was not read, decides nothing.
-        QPushButton* leave = box->addButton(u"Vazgeç"_s, QMessageBox::RejectRole);
         const QAbstractButton* other = box->buttons().constFirst();
+        QPushButton* leave = box->addButton(u"Vazgeç"_s, QMessageBox::RejectRole);
         leave->setMinimumSize(other->minimumSize());
         leave->setFont(other->font());
         leave->setIcon(QIcon());
