@@ -8,6 +8,7 @@
 #include <bit>
 #include <cstring>
 #include <tuple>
+#include <utility>
 
 namespace jet::sql {
 namespace {
@@ -47,10 +48,20 @@ Order::Order(const Table& table, const std::vector<OrderItem>& items)
     oneNumber_ = items_.size() == 1 && !isText(items_.front().type);
 }
 
+void Order::expect(std::size_t rows)
+{
+    if (!oneNumber_) return;
+    numbers_.reserve(rows);
+    rows_.reserve(rows);
+}
+
 void Order::add(RowId id, const RowView& row)
 {
     if (oneNumber_) {
-        short_.push_back({shortKey(items_.front(), row), id});
+        const std::uint64_t key = shortKey(items_.front(), row);
+        if (!rows_.empty() && std::tie(key, id) < std::tie(numbers_.back(), rows_.back())) inOrder_ = false;
+        numbers_.push_back(key);
+        rows_.push_back(id);
         return;
     }
     const std::size_t at = keys_.size();
@@ -87,30 +98,41 @@ void Order::appendKey(const Item& item, const RowView& row)
         for (std::size_t i = at; i < keys_.size(); ++i) keys_[i] = static_cast<std::uint8_t>(~keys_[i]);
 }
 
+void Order::sortByNumbers()
+{
+    struct Short {
+        std::uint64_t key = 0;
+        RowId row;
+    };
+    std::vector<Short> pairs(rows_.size());
+    for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {numbers_[i], rows_[i]};
+    std::ranges::sort(pairs, {}, [](const Short& one) { return std::tuple(one.key, one.row); });
+    std::ranges::transform(pairs, rows_.begin(), &Short::row);
+}
+
+void Order::sortByKeys()
+{
+    std::ranges::sort(long_, [this](const Long& left, const Long& right) {
+        const std::size_t common = std::min(left.keyLength, right.keyLength);
+        const int order = common == 0 ? 0 : std::memcmp(keys_.data() + left.keyAt, keys_.data() + right.keyAt, common);
+        if (order != 0) return order < 0;
+        return std::tuple(left.keyLength, left.row) < std::tuple(right.keyLength, right.row);
+    });
+    rows_.reserve(long_.size());
+    for (const Long& one : long_) rows_.push_back(one.row);
+}
+
 std::vector<RowId> Order::take()
 {
-    std::vector<RowId> rows;
-    if (oneNumber_) {
-        const auto key = [](const Short& one) { return std::tuple(one.key, one.row); };
-        // A journal mostly lies in the order of its dates already.
-        if (!std::ranges::is_sorted(short_, {}, key)) std::ranges::sort(short_, {}, key);
-        rows.reserve(short_.size());
-        for (const Short& one : short_) rows.push_back(one.row);
-    } else {
-        std::ranges::sort(long_, [this](const Long& left, const Long& right) {
-            const std::size_t common = std::min(left.keyLength, right.keyLength);
-            const int order =
-                common == 0 ? 0 : std::memcmp(keys_.data() + left.keyAt, keys_.data() + right.keyAt, common);
-            if (order != 0) return order < 0;
-            return std::tuple(left.keyLength, left.row) < std::tuple(right.keyLength, right.row);
-        });
-        rows.reserve(long_.size());
-        for (const Long& one : long_) rows.push_back(one.row);
-    }
-    short_ = {};
+    if (!oneNumber_)
+        sortByKeys();
+    else if (!inOrder_)
+        sortByNumbers();
+    numbers_ = {};
+    inOrder_ = true;
     long_ = {};
     keys_ = {};
-    return rows;
+    return std::exchange(rows_, {});
 }
 
 } // namespace jet::sql

@@ -15,6 +15,8 @@ public:
     /// Throws noSuchTable for a field that is not there, badValue for one that has no order.
     Order(const Table& table, const std::vector<OrderItem>& items);
 
+    /// So many rows may come, to make room for them at once.
+    void expect(std::size_t rows);
     void add(RowId id, const RowView& row);
     std::vector<RowId> take(); ///< the rows in order; nothing is left behind
 
@@ -24,10 +26,6 @@ private:
         ColumnType type{};
         bool descending = false;
     };
-    struct Short {
-        std::uint64_t key = 0;
-        RowId row;
-    };
     struct Long {
         std::size_t keyAt = 0;
         std::size_t keyLength = 0;
@@ -36,10 +34,14 @@ private:
 
     static std::uint64_t shortKey(const Item& item, const RowView& row);
     void appendKey(const Item& item, const RowView& row);
+    void sortByNumbers();
+    void sortByKeys();
 
     std::vector<Item> items_;
-    bool oneNumber_ = false; ///< the key of a row is one number: short_, otherwise long_
-    std::vector<Short> short_;
+    bool oneNumber_ = false; ///< the key of a row is one number: rows_ and numbers_, otherwise long_
+    std::vector<RowId> rows_;
+    std::vector<std::uint64_t> numbers_; ///< keys of rows_
+    bool inOrder_ = true;                ///< rows_ came in order: a journal mostly lies in the order of its dates
     std::vector<Long> long_;
     std::vector<std::uint8_t> keys_; ///< bytes of the keys of long_
     std::u16string buffer_;

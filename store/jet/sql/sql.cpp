@@ -68,6 +68,12 @@ std::optional<std::size_t> rememberedOrder(const Table& table, const Statement& 
     return column;
 }
 
+/// What the table says of itself, where its pages have room for so many.
+std::size_t mostRows(const Table& table)
+{
+    return std::min<std::size_t>(table.rowCount(), table.dataPages()->size() * (limits::slotsOnPage + std::size_t{1}));
+}
+
 std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
 {
     const std::optional<Condition> condition = conditionOf(table, statement);
@@ -83,6 +89,7 @@ std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
 
     std::vector<RowId> rows;
     const bool ordered = !statement.order.empty();
+    if (ordered && !condition) order.expect(mostRows(table));
     sql::eachRow(table, condition, [&](RowId id, const RowView& row) {
         if (ordered)
             order.add(id, row);

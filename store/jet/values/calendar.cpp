@@ -27,9 +27,11 @@ std::int64_t milliseconds(DateTime moment)
     if (!(moment.days < farthest)) return std::numeric_limits<std::int64_t>::max();
     if (moment.days < -farthest) return std::numeric_limits<std::int64_t>::min();
     constexpr std::int64_t perDay = 86'400'000;
-    const double whole = std::trunc(moment.days);
-    const double fraction = std::abs(moment.days - whole);
-    return static_cast<std::int64_t>(whole) * perDay + std::llround(fraction * static_cast<double>(perDay));
+    // Truncated and rounded (halves up) by conversions: calls of the library for every date of a journal would show.
+    const auto whole = static_cast<std::int64_t>(moment.days);
+    const double fraction = std::abs(moment.days - static_cast<double>(whole)) * static_cast<double>(perDay);
+    const auto down = static_cast<std::int64_t>(fraction);
+    return whole * perDay + down + (fraction - static_cast<double>(down) >= 0.5 ? 1 : 0);
 }
 
 } // namespace jet
