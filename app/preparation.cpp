@@ -8,7 +8,7 @@ namespace app {
 namespace {
 
 // Between two parts there is room for whatever else waits, on a slow machine too.
-constexpr int pause = 10; // milliseconds
+constexpr int pause = 2; // milliseconds
 // Fingers that type are quicker than that.
 constexpr int stillness = 300; // milliseconds
 

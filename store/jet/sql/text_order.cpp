@@ -5,9 +5,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace jet {
 namespace {
+
+/// An entry is merged so many times as quickly as it gets its key.
+constexpr std::size_t mergedForOneKeyed = 4;
 
 /// Compared as numbers the words say what the bytes would, a missing byte counting as 00.
 std::array<std::uint64_t, 2> headOf(std::span<const std::uint8_t> key)
@@ -120,16 +124,11 @@ bool TextOrder::prepare(const Table& table, std::size_t rows)
         preparing_ = true;
         return false;
     }
-    runs_.push_back(keyed_);
-    for (const std::size_t end = std::min(keyed_ + rows, entries_.size()); keyed_ < end; ++keyed_)
-        giveKey(entries_[keyed_]);
-    std::sort(placed(runs_.back()), placed(keyed_), inOrder());
-    preparing_ = keyed_ < entries_.size();
-    mergeRuns(preparing_);
-    if (preparing_) return false;
-    runs_ = {};
-    built_ = true;
-    return true;
+    if (keyed_ < entries_.size())
+        sortRun(rows);
+    else
+        mergeRuns(rows * mergedForOneKeyed);
+    return built_;
 }
 
 /// Every row becomes an entry that has no key yet.
@@ -143,17 +142,40 @@ void TextOrder::learnTexts(const Table& table)
     });
 }
 
-/// Merges the last runs of the entries into one; while others are still to come only those that are about as long, so
-/// that no entry is moved more often than the number of runs doubles.
-void TextOrder::mergeRuns(bool moreToCome)
+/// Gives the next entries their keys, and puts them in order among themselves.
+void TextOrder::sortRun(std::size_t rows)
 {
-    while (runs_.size() > 1) {
-        const std::size_t last = runs_.back();
-        const std::size_t first = runs_[runs_.size() - 2];
-        if (moreToCome && last - first > keyed_ - last) return;
-        std::inplace_merge(placed(first), placed(last), placed(keyed_), inOrder());
-        runs_.pop_back();
+    const Run run{keyed_, std::min(keyed_ + rows, entries_.size())};
+    for (; keyed_ < run.end; ++keyed_) giveKey(entries_[keyed_]);
+    std::sort(placed(run.next), placed(run.end), inOrder());
+    runs_.push_back(run);
+}
+
+/// Takes the next entries in order from the runs; a heap of them has the run of the next entry in front. The entries
+/// themselves stay until the last one is taken: searches go on among them.
+void TextOrder::mergeRuns(std::size_t rows)
+{
+    const auto later = [this](const Run& left, const Run& right) {
+        return before(entries_[right.next], entries_[left.next]);
+    };
+    if (merged_.empty()) {
+        merged_.reserve(entries_.size());
+        std::ranges::make_heap(runs_, later);
     }
+    for (const std::size_t end = std::min(merged_.size() + rows, entries_.size()); merged_.size() < end;) {
+        std::ranges::pop_heap(runs_, later);
+        Run& run = runs_.back();
+        merged_.push_back(entries_[run.next]);
+        if (++run.next < run.end)
+            std::ranges::push_heap(runs_, later);
+        else
+            runs_.pop_back();
+    }
+    if (merged_.size() < entries_.size()) return;
+    entries_ = std::exchange(merged_, {});
+    runs_ = {};
+    preparing_ = false;
+    built_ = true;
 }
 
 void TextOrder::clear()
@@ -164,6 +186,7 @@ void TextOrder::clear()
     wasted_ = 0;
     keyed_ = 0;
     runs_.clear();
+    merged_.clear();
 }
 
 void TextOrder::build(const Table& table)

@@ -26,8 +26,8 @@ class TextOrder {
 public:
     explicit TextOrder(std::size_t column) : column_(column) {}
 
-    /// Does a part of the building: reads all texts, or puts at most that many rows in order. True when nothing is left
-    /// of it. Does nothing while there are uncommitted changes.
+    /// Does a part of the building: reads all texts, or gives at most that many rows their keys, or merges four times
+    /// as many. True when nothing is left of it. Does nothing while there are uncommitted changes.
     bool prepare(const Table& table, std::size_t rows);
 
     std::vector<RowId> rows(const Table& table);
@@ -50,7 +50,8 @@ private:
     void follow(const Table& table);
     void build(const Table& table);
     void clear();
-    void mergeRuns(bool moreToCome);
+    void sortRun(std::size_t rows);
+    void mergeRuns(std::size_t rows);
     std::vector<RowId> search(const Table& table, const LikePattern& pattern);
     std::vector<RowId> searchTable(const Table& table, const LikePattern& pattern) const;
     bool foldedText(const RowView& view);
@@ -74,10 +75,16 @@ private:
     std::size_t wasted_ = 0; ///< entries whose bytes still lie in the stores
     std::u16string buffer_;  ///< the text that was folded last
 
-    // While it is being prepared: how many of the entries have their key, and where each sorted run of these begins.
+    /// Entries in order that are not merged yet.
+    struct Run {
+        std::size_t next = 0;
+        std::size_t end = 0;
+    };
+    // While it is being prepared: how many of the entries have their key and lie in runs, and those merged already.
     bool preparing_ = false;
     std::size_t keyed_ = 0;
-    std::vector<std::size_t> runs_;
+    std::vector<Run> runs_;
+    std::vector<Entry> merged_;
 };
 
 } // namespace jet
