@@ -4,8 +4,11 @@
 #include "mill/season.h"
 #include "store/jet/table/table.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <functional>
+#include <thread>
 
 namespace seasons {
 namespace {
@@ -134,12 +137,33 @@ int newestSeason(const Journal& journal, double now)
 
 } // namespace
 
+std::unique_ptr<jet::Database> openToRead(files::Disk& disk, const std::filesystem::path& path)
+{
+    using namespace std::chrono_literals;
+    for (int attempt = 0;; ++attempt) {
+        try {
+            return jet::Database::open(disk, path, jet::Pager::Mode::readOnly);
+        } catch (const jet::Error& error) {
+            constexpr int attempts = 20;
+            if (error.fault() != jet::Fault::inUse || attempt == attempts) throw;
+            std::this_thread::sleep_for(100ms);
+        }
+    }
+}
+
 Reading readSeason(jet::Database& database, std::optional<int> year, double now)
 {
     const Journal journal(database.table(Hareket::table));
     Reading reading;
     Sums sums(year ? *year : newestSeason(journal, now), kindsOf(database.table(Cari::table)));
-    journal.walkPressings(reading, [&](const Pressing& pressing) { sums.add(pressing); });
+    const double today = std::floor(now);
+    journal.walkPressings(reading, [&](const Pressing& pressing) {
+        sums.add(pressing);
+        if (std::floor(pressing.moment) != today) return;
+        reading.today.push_back({pressing.moment, std::u16string(pressing.customer), {}});
+        reading.today.back().amounts.add(pressing);
+    });
+    std::ranges::stable_sort(reading.today, {}, &Booked::moment);
     reading.figures = sums.figures();
     return reading;
 }

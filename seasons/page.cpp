@@ -27,8 +27,6 @@ std::string base64(const std::array<std::uint8_t, 32>& bytes)
     return text;
 }
 
-std::string digestOf(std::string_view text) { return "'sha256-" + base64(platform::sha256(text)) + "'"; }
-
 std::string_view kindName(Kind kind)
 {
     switch (kind) {
@@ -91,24 +89,24 @@ void putListed(std::string& out, const Section& section)
     out += "</section>\n";
 }
 
-} // namespace
-
-std::string page(const Report& report)
+/// `rules` and `more` are what a page may do, and does, beyond the one that is a file; `first` stands before its
+/// figures.
+std::string pageOf(const Report& report, std::string_view rules, std::string_view more, std::string_view first)
 {
-    const std::string script = std::string(parts::charts) + "\n" + std::string(parts::script);
+    const std::string script = std::string(parts::charts) + "\n" + std::string(parts::script) + std::string(more);
     std::string out;
     out.reserve(script.size() + 2 * mostOfATable);
     out += "<!doctype html>\n<html lang=\"tr\"><head><meta charset=\"utf-8\">\n"
            "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; script-src " +
-           digestOf(script) + "; style-src " + digestOf(parts::style) +
+           sourceDigest(script) + "; style-src " + sourceDigest(parts::style) + std::string(rules) +
            "; base-uri 'none'; form-action 'none'\">\n"
            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"color-scheme\" content=\"light dark\">\n<title>" +
            escaped(report.title) + "</title>\n<style>" + std::string(parts::style) +
            "</style></head>\n<body>\n<header><h1>" + escaped(report.title) + "</h1><p>" + escaped(report.period) +
            "</p></header>\n<main>\n";
-    for (const std::string& warning : report.warnings)
-        out += "<p class=\"warning wide\" role=\"alert\">" + escaped(warning) + "</p>\n";
+    out += first;
+    for (const std::string& warning : report.warnings) out += notice(warning);
     if (!report.headlines.empty()) {
         out += "<dl class=\"wide\">\n";
         for (const Headline& each : report.headlines)
@@ -120,6 +118,31 @@ std::string page(const Report& report)
     out += "</main>\n<footer>" + escaped(report.source) + " · Mendrik Presva</footer>\n<script>" + script +
            "</script>\n</body></html>\n";
     return out;
+}
+
+} // namespace
+
+std::string sourceDigest(std::string_view source) { return "'sha256-" + base64(platform::sha256(source)) + "'"; }
+
+std::string notice(const std::string& sentence)
+{
+    return "<p class=\"warning wide\" role=\"alert\">" + escaped(sentence) + "</p>\n";
+}
+
+std::string todayPart(const Section& section)
+{
+    std::string out = "<h2>" + escaped(section.title) + "</h2><p>" + escaped(section.summary) + "</p>\n";
+    if (!section.rows.empty()) putTable(out, section);
+    return out;
+}
+
+std::string page(const Report& report) { return pageOf(report, {}, {}, {}); }
+
+std::string livePage(const Report& report, const std::string& today)
+{
+    return pageOf(report, "; connect-src 'self'", "\n" + std::string(parts::live),
+                  "<section class=\"card wide\"><div id=\"bugun\">" + today +
+                      "</div><p id=\"canli\" role=\"status\"></p></section>\n");
 }
 
 } // namespace seasons

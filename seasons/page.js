@@ -160,6 +160,7 @@
         heads.forEach(head => {
             const button = document.createElement('button');
             button.type = 'button';
+            head.dataset.title = head.textContent; // for paper
             button.append(...head.childNodes);
             button.addEventListener('click', () => sort(head));
             head.append(button);

@@ -22,10 +22,7 @@ std::string whole(double number) { return numberText(number, 0); }
 
 std::string liraText(double lira) { return numberText(lira, lira == std::round(lira) ? 0 : 2); }
 
-std::string nameOf(const CustomerAmounts& customer)
-{
-    return customer.name.empty() ? "(adsız)" : jet::toUtf8(customer.name);
-}
+std::string nameOf(const std::u16string& customer) { return customer.empty() ? "(adsız)" : jet::toUtf8(customer); }
 
 /// Columns of amounts get their digits behind the comma: two where any figure needs them.
 void chooseDecimals(Section& section)
@@ -79,18 +76,18 @@ Section yieldCounts(const YieldCounts& yields)
     const auto first = std::ranges::find_if(counts, isSome);
     const auto end = std::find_if(counts.rbegin(), counts.rend(), isSome).base();
     std::uint64_t known = 0;
-    for (auto bin = first; bin < end; ++bin) {
+    const auto name = [&](auto bin) {
         const auto from = bin - counts.begin();
-        const bool last = bin + 1 == counts.end();
-        section.rows.push_back(
-            {std::to_string(from) + (last ? " ve üstü" : "–" + std::to_string(from + 1)), double(*bin)});
+        return std::to_string(from) + (bin + 1 == counts.end() ? " ve üstü" : "–" + std::to_string(from + 1));
+    };
+    for (auto bin = first; bin < end; ++bin) {
         known += *bin;
+        // Between the olives' yields and what nobody weighed may lie dozens of percents without a pressing.
+        const bool isGap = std::none_of(bin, counts.end() - 1, isSome) && bin + 1 < counts.end();
+        if (!isGap) section.rows.push_back({name(bin), double(*bin)});
     }
     if (known > 0) {
-        const auto most = std::ranges::max_element(counts) - counts.begin();
-        section.summary =
-            "En sık görülen verim: " +
-            std::get<std::string>(section.rows[static_cast<std::size_t>(most - (first - counts.begin()))][0]) + ".";
+        section.summary = "En sık görülen verim: " + name(std::ranges::max_element(counts)) + ".";
         // Oil that nobody weighed stands in the journal as nine tenths of the olives.
         if (counts.back() > 0)
             section.summary +=
@@ -146,7 +143,7 @@ Section largest(const Figures& figures)
     double together = 0;
     for (const CustomerAmounts& customer : figures.customers) {
         if (section.rows.size() == customersDrawn) break;
-        section.rows.push_back({nameOf(customer), customer.amounts.olives});
+        section.rows.push_back({nameOf(customer.name), customer.amounts.olives});
         together += customer.amounts.olives;
     }
     if (figures.total.olives > 0)
@@ -182,7 +179,7 @@ Section customers(const Figures& figures)
                                  of.fee,          std::move(day)};
     };
     for (const CustomerAmounts& customer : figures.customers)
-        section.rows.push_back(cells(nameOf(customer), customer.amounts, double(customer.lastDay)));
+        section.rows.push_back(cells(nameOf(customer.name), customer.amounts, double(customer.lastDay)));
     section.sum = cells("Toplam", figures.total, {});
     return section;
 }
@@ -200,6 +197,12 @@ Section seasons(const Figures& figures)
     return section;
 }
 
+std::string timeText(double moment)
+{
+    const std::string text = momentText(moment);
+    return text.substr(text.find(' ') + 1);
+}
+
 std::vector<Headline> headlines(const Figures& figures)
 {
     const Amounts& total = figures.total;
@@ -214,6 +217,32 @@ std::vector<Headline> headlines(const Figures& figures)
 }
 
 } // namespace
+
+Section describeToday(const Reading& reading, double now)
+{
+    Section section{"bugun", "Bugün, " + dayText(static_cast<int>(std::floor(now))), "", {}, {}, {}, false, true};
+    section.columns = {{"Saat", Kind::text},      {"Müşteri", Kind::text},    {"Zeytin kg", Kind::amount},
+                       {"Yağ kg", Kind::amount},  {"Verim %", Kind::percent}, {"Hak ediş kg", Kind::amount},
+                       {"Nakit TL", Kind::amount}};
+    const auto cells = [](std::string time, std::string customer, const Amounts& of) {
+        return std::vector<Cell>{
+            std::move(time), std::move(customer), of.olives, of.oil, percentOf(of.yield()), of.share, of.fee};
+    };
+    Amounts total;
+    for (auto each = reading.today.rbegin(); each != reading.today.rend(); ++each) {
+        section.rows.push_back(cells(timeText(each->moment), nameOf(each->customer), each->amounts));
+        total.add(each->amounts);
+    }
+    if (section.rows.empty()) {
+        section.summary = "Bugün henüz sıkım yok.";
+        return section;
+    }
+    section.summary =
+        whole(double(total.pressings)) + " sıkım; sonuncusu " + timeText(reading.today.back().moment) + ".";
+    section.sum = cells("Toplam", "", total);
+    settleDecimals(section);
+    return section;
+}
 
 Report describe(const Reading& reading, const std::string& source, double now)
 {

@@ -55,6 +55,9 @@ struct Report {
     std::vector<Section> sections;
 };
 
+/// The pressings of the day of reading, the newest first, and their sum.
+Section describeToday(const Reading& reading, double now);
+
 /// `source` names the database; `now` is the moment of reading, days since 1899-12-30.
 Report describe(const Reading& reading, const std::string& source, double now);
 

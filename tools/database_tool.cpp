@@ -240,10 +240,10 @@ const Command commands[] = {
      "uyuşmayan her sıkımı yazar; yalnızca hepsi uyuyorsa 0 ile biter. presva.log'un gördüğü özetlerle de\n"
      "karşılaştırır: klasördeki her şeyi birlikte baştan yazan birini ancak o dosyanın başka yerde saklanan\n"
      "bir kopyası gösterir, --log ile verilir.\n", 1, 8, weights},
-    {"season", "KAYNAK [--year YIL] ÇIKTI", "bir sezonu çizimli bir sayfa ya da tablolar olarak yazar",
+    {"season", "KAYNAK [--year YIL] ÇIKTI", "bir sezonu çizimli bir sayfa, tablolar ya da PDF olarak yazar",
      "KAYNAK programın klasörü ya da bir Yag.mdb'dir; sayaç çalışırken de okunur. YIL sezonun başladığı yıldır;\n"
      "verilmezse en yeni sezon alınır. ÇIKTI .html ile biterse her tarayıcıda açılan, yazdırılan ve ağa hiç\n"
-     "çıkmayan bir sayfa, .xlsx ile biterse hesap tablosu olur; duran bir ÇIKTI yenilenir. Okunamayan satır varsa\n"
+     "çıkmayan bir sayfa, .xlsx ile hesap tablosu, .pdf ile PDF olur; duran bir ÇIKTI yenilenir. Okunamayan satır varsa\n"
      "ÇIKTI yazılır, satırlar sayılır ve 2 ile biter.\n", 2, 4, season},
     {"drop-index", "DOSYA TABLO DİZİN", "bir tablonun bir dizinini kaldırır", "", 3, 3, dropIndex},
 };

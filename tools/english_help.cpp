@@ -78,11 +78,11 @@ constexpr EnglishHelp helps[] = {
      "--verify names the first line that was altered, removed, doubled or put in between, and each pressing that differs\n"
      "from its line; it ends with 0 only when all agree. It also compares with the digests that presva.log has seen: who\n"
      "writes every file of the folder anew is shown only by a copy of that log kept elsewhere, given with --log.\n"},
-    {"season", "SOURCE [--year YEAR] OUT", "writes a season as a page with drawings, or as a workbook",
+    {"season", "SOURCE [--year YEAR] OUT", "writes a season as a page with drawings, a workbook or a PDF",
      "SOURCE is the program's folder or a database; the counter may be at work. YEAR is the one in which the season began,\n"
      "on the first of July; without it the newest season is taken. An OUT that ends in .html becomes a page, in Turkish,\n"
-     "that any browser opens and prints and that fetches nothing; one that ends in .xlsx a workbook. An OUT that is there\n"
-     "is replaced. Rows that cannot be read are counted, and the command ends with 2.\n"},
+     "that any browser opens and prints and that fetches nothing; one that ends in .xlsx a workbook, in .pdf a PDF. An OUT\n"
+     "that is there is replaced. Rows that cannot be read are counted, and the command ends with 2.\n"},
     {"drop-index", "FILE TABLE INDEX", "takes an index of a table away", ""},
 };
 // clang-format on

@@ -3,15 +3,14 @@
 #include "files/part_file.h"
 #include "files/quoted_path.h"
 #include "seasons/page.h"
+#include "seasons/paper.h"
 #include "seasons/workbook.h"
 #include "store/jet/database/database.h"
 #include "store/restore.h"
 #include "tools/language.h"
 
 #include <charconv>
-#include <chrono>
 #include <optional>
-#include <thread>
 
 namespace tools {
 namespace {
@@ -34,21 +33,6 @@ std::filesystem::path databaseAt(files::Disk& disk, const std::filesystem::path&
     return isFolder ? store::databaseIn(disk, source) : source;
 }
 
-/// While the counter writes a change, which takes it some milliseconds, nobody may begin to read.
-std::unique_ptr<jet::Database> opened(files::Disk& disk, const std::filesystem::path& path)
-{
-    using namespace std::chrono_literals;
-    for (int attempt = 0;; ++attempt) {
-        try {
-            return jet::Database::open(disk, path, jet::Pager::Mode::readOnly);
-        } catch (const jet::Error& error) {
-            constexpr int attempts = 20;
-            if (error.fault() != jet::Fault::inUse || attempt == attempts) throw;
-            std::this_thread::sleep_for(100ms);
-        }
-    }
-}
-
 void writePage(files::Disk& disk, const std::filesystem::path& to, const std::string& text)
 {
     const auto file = disk.open(to, files::Disk::Access::createNew);
@@ -56,9 +40,11 @@ void writePage(files::Disk& disk, const std::filesystem::path& to, const std::st
     file->sync();
 }
 
-void writeSheets(files::Disk& disk, const std::filesystem::path& to, const seasons::Report& report)
+/// Made by a library that knows paths alone.
+void writeBy(void (*writer)(const seasons::Report&, const std::filesystem::path&), files::Disk& disk,
+             const std::filesystem::path& to, const seasons::Report& report)
 {
-    seasons::writeWorkbook(report, to);
+    writer(report, to);
     disk.open(to, files::Disk::Access::readWrite)->sync();
 }
 
@@ -72,19 +58,21 @@ int season(files::Disk& disk, Arguments arguments)
                      "The command is written so: presva-mdb season SOURCE [--year YEAR] OUT"));
     const std::filesystem::path source = pathOf(parsed.words[0]);
     const std::filesystem::path to = pathOf(parsed.words[1]);
-    const bool sheets = to.extension() == ".xlsx";
-    if (!sheets && to.extension() != ".html")
-        misused(said("ÇIKTI'nın adı .html ya da .xlsx ile bitmeli.", "OUT must end in .html or .xlsx."));
+    const std::filesystem::path kind = to.extension();
+    if (kind != ".html" && kind != ".xlsx" && kind != ".pdf")
+        misused(said("ÇIKTI'nın adı .html, .xlsx ya da .pdf ile bitmeli.", "OUT must end in .html, .xlsx or .pdf."));
     const auto year = parsed.option("--year");
 
-    const auto database = opened(disk, databaseAt(disk, source));
+    const auto database = seasons::openToRead(disk, databaseAt(disk, source));
     const double moment = now().days;
     const seasons::Reading reading =
         seasons::readSeason(*database, year ? std::optional(yearOf(*year)) : std::nullopt, moment);
     const seasons::Report report = seasons::describe(reading, files::quotedPath(source), moment);
     files::PartFile part = files::PartFile::replacing(disk, to);
-    if (sheets)
-        writeSheets(disk, part.path(), report);
+    if (kind == ".xlsx")
+        writeBy(seasons::writeWorkbook, disk, part.path(), report);
+    else if (kind == ".pdf")
+        writeBy(seasons::writePaper, disk, part.path(), report);
     else
         writePage(disk, part.path(), seasons::page(report));
     part.publish();

@@ -55,7 +55,7 @@ seasons::Report season()
                   share ? std::round(oil * .12) : 0.0, share ? 0.0 : std::round(olives * 2.5), names[number]});
     }
     for (int i = 0; i < 1500; ++i) sums.add({begin - 330.0 + i % 90, 300.0, 58.0, 6.0, 0.0, names[1]});
-    return seasons::describe({sums.figures(), 0, 0}, "'Yag.mdb'", begin + 120.5);
+    return seasons::describe({.figures = sums.figures()}, "'Yag.mdb'", begin + 120.5);
 }
 
 /// How many pixels of that colour a picture has, as it is and not blended into another.
@@ -238,6 +238,7 @@ private slots:
         QVERIFY(!text.contains(u"Daha fazla göster"_s));
         QCOMPARE(text.count(u"Toplam"_s), 1); // below the last row, not below those of every page
         QVERIFY(text.contains(u"100 tanesi gösteriliyor"_s));
+        QVERIFY(text.count(u"Hak ediş kg"_s) > 2); // headings on every page of a table
 
         askPdf(pdf, u"pdftoppm"_s, {u"-r"_s, u"60"_s, u"-png"_s, u"FILE"_s, folder_.filePath(u"paper"_s)});
         int olives = 0;

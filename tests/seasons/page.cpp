@@ -22,7 +22,7 @@ Reading reading(const std::vector<std::u16string>& customers)
     Sums sums(2025, {});
     int day = 0;
     for (const std::u16string& name : customers) sums.add({noon(1 + day++ % 28), 1234.5, 250.0, 25.0, 0.0, name});
-    return {sums.figures(), 0, 0};
+    return {.figures = sums.figures()};
 }
 
 std::string pageOf(const Reading& of) { return page(describe(of, "'Yag.mdb'", noon(29))); }
@@ -71,6 +71,17 @@ TEST(SeasonPage, showsNothingOfANameButTheName)
                 HasSubstr("&lt;/script&gt;&lt;b title=&quot;x&quot;&gt;&#39;Ali&#39; &amp; Veli 🫒\uFFFD&lt;/b&gt;"));
     EXPECT_THAT(html, Not(HasSubstr("<b title")));
     EXPECT_EQ(countOf("</script>", html), 1);
+}
+
+TEST(SeasonPage, percentsBetweenOlivesAndWhatNobodyWeighedAreLeftOut)
+{
+    Sums sums(2025, {});
+    for (const double oil : {200.0, 220.0, 222.0, 900.0, 950.0, 901.0})
+        sums.add({noon(3), 1000.0, oil, 0.0, 0.0, u"Ali"});
+    const std::string html = pageOf({.figures = sums.figures()});
+    EXPECT_THAT(html,
+                HasSubstr("<tr><th>20–21<td>1\n<tr><th>21–22<td>0\n<tr><th>22–23<td>2\n<tr><th>60 ve üstü<td>3\n"));
+    EXPECT_THAT(html, HasSubstr("En sık görülen verim: 60 ve üstü."));
 }
 
 TEST(SeasonPage, halfACharacterBecomesTheSignForIt)
@@ -133,7 +144,7 @@ TEST(SeasonPage, aSeasonWithoutPressingsSaysSoAndNamesTheOthers)
 {
     Sums sums(2020, {});
     sums.add({noon(1), 100.0, 20.0, 2.0, 0.0, u"Ali"});
-    const std::string html = pageOf({sums.figures(), 0, 0});
+    const std::string html = pageOf({.figures = sums.figures()});
     EXPECT_THAT(html, HasSubstr("Bu sezonda hiç sıkım yok."));
     EXPECT_THAT(html, HasSubstr("<tr><th>2025–2026<td>1<td>100"));
     EXPECT_THAT(html, Not(HasSubstr("<canvas role")));

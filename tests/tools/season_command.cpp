@@ -1,5 +1,6 @@
 #include "mill/names.h"
 #include "platform/system_disk.h"
+#include "seasons/paper.h"
 #include "sheets/workbook.h"
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
@@ -108,6 +109,21 @@ TEST_F(SeasonCommand, sameTablesBecomeAWorkbook)
     EXPECT_THAT(days, HasSubstr("<v>45981</v>")); // the day itself, not its text
     EXPECT_THAT(days, HasSubstr("<v>2000</v>"));
     EXPECT_THAT(days, HasSubstr("<v>450</v>"));
+}
+
+TEST_F(SeasonCommand, sameTablesBecomeAPdf)
+{
+    if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
+    const std::string paper = folder() + "/Sezon.pdf";
+    const Outcome outcome = season({folder(), paper});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
+    for (const char* line :
+         {"Zeytin sezonu 2025–2026", "1 sıkımın tarihi yok", "Günlere göre zeytin ve yağ", "Bütün sezonlar"})
+        EXPECT_THAT(text, HasSubstr(line)) << line;
+    EXPECT_THAT(text, testing::ContainsRegex("20\\.11\\.2025 +2 +2\\.000 +450"));
+    EXPECT_THAT(text, testing::ContainsRegex("Ayşe +1 +1\\.000 +250"));
+    EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.pdf", "Yag.mdb"));
 }
 
 TEST_F(SeasonCommand, counterMayBeAtWork)

@@ -1,0 +1,18 @@
+#include "seasons/paper.h"
+
+#include "files/error.h"
+#include "files/language.h"
+
+namespace seasons {
+
+bool writesPaper() { return false; }
+
+void writePaper(const Report&, const std::filesystem::path&)
+{
+    throw files::Error(
+        files::Fault::unsupported,
+        files::said("Bu kurulum .pdf yazamaz (cairo olmadan derlenmiş); sayfayı tarayıcıdan yazdırın.",
+                    "This installation cannot write .pdf (it was built without cairo); print the page."));
+}
+
+} // namespace seasons
