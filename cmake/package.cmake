@@ -10,7 +10,7 @@ configure_file(packaging/mendrik-presva ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/mendri
 set(package_texts ${CMAKE_BINARY_DIR}/package-texts)
 file(MAKE_DIRECTORY ${package_texts})
 set(package_outputs)
-foreach(text man/mendrik-presva.1 man/presva-mdb.1 man/presva-scale.1 changelog)
+foreach(text man/mendrik-presva.1 man/presva-live.1 man/presva-mdb.1 man/presva-scale.1 changelog)
     cmake_path(GET text FILENAME name)
     add_custom_command(OUTPUT ${package_texts}/${name}.gz
         COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/packaging/${text} > ${package_texts}/${name}.gz
@@ -31,16 +31,17 @@ else()
 endif()
 add_custom_target(package_texts ALL DEPENDS ${package_outputs})
 # What the package is made of, without the tests and tools of the house.
-add_custom_target(package_parts DEPENDS presva presva-mdb presva-scale package_texts)
+add_custom_target(package_parts DEPENDS presva presva-live presva-mdb presva-scale package_texts)
 
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/mendrik-presva)
 install(TARGETS presva DESTINATION lib/mendrik-presva)
-install(TARGETS presva-mdb presva-scale DESTINATION bin)
+install(TARGETS presva-live presva-mdb presva-scale DESTINATION bin)
 install(PROGRAMS packaging/mendrik-presva DESTINATION bin)
 install(FILES packaging/org.mendrik.Presva.desktop packaging/org.mendrik.Presva.Sezon.desktop DESTINATION share/applications)
 install(FILES packaging/org.mendrik.Presva.metainfo.xml DESTINATION share/metainfo)
 install(FILES packaging/org.mendrik.Presva.svg DESTINATION share/icons/hicolor/scalable/apps)
-install(FILES ${package_texts}/mendrik-presva.1.gz ${package_texts}/presva-mdb.1.gz ${package_texts}/presva-scale.1.gz
+install(FILES ${package_texts}/mendrik-presva.1.gz ${package_texts}/presva-live.1.gz ${package_texts}/presva-mdb.1.gz
+              ${package_texts}/presva-scale.1.gz
         DESTINATION share/man/man1)
 install(FILES packaging/60-mendrik-presva.rules DESTINATION lib/udev/rules.d)
 install(FILES README.md packaging/copyright ${package_texts}/changelog.gz DESTINATION ${documents})

@@ -240,7 +240,7 @@ Section describeToday(const Reading& reading, double now)
     section.summary =
         whole(double(total.pressings)) + " sıkım; sonuncusu " + timeText(reading.today.back().moment) + ".";
     section.sum = cells("Toplam", "", total);
-    settleDecimals(section);
+    chooseDecimals(section);
     return section;
 }
 

@@ -56,7 +56,7 @@ Browser::Browser()
                                           "--headless=new",
                                           "--remote-debugging-pipe",
                                           profile.constData(),
-                                          "--host-resolver-rules=MAP * ~NOTFOUND",
+                                          "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
                                           "--no-sandbox",
                                           "--disable-gpu",
                                           "--no-first-run",
@@ -144,12 +144,22 @@ QJsonObject Browser::call(const QString& method, const QJsonObject& parameters)
     }
 }
 
-void Browser::open(const QString& path)
+void Browser::open(const QString& path) { openAddress(QUrl::fromLocalFile(path).toString()); }
+
+void Browser::trustAnyCertificate() { call(u"Security.setIgnoreCertificateErrors"_s, {{u"ignore"_s, true}}); }
+
+void Browser::openAddress(const QString& address)
 {
     requests_.clear();
     complaints_.clear();
     loaded_ = false;
-    call(u"Page.navigate"_s, {{u"url"_s, QUrl::fromLocalFile(path).toString()}});
+    call(u"Page.navigate"_s, {{u"url"_s, address}});
+    while (!loaded_) note(next());
+}
+
+void Browser::awaitNextPage()
+{
+    loaded_ = false;
     while (!loaded_) note(next());
 }
 

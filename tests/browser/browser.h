@@ -11,7 +11,7 @@
 
 #include <sys/types.h>
 
-/// Chromium without a window, driven by its own protocol over two pipes. It can reach no host.
+/// Chromium without a window, driven by its own protocol over two pipes. It can reach no host but this one.
 /// What goes wrong between us and it ends the test program with a sentence.
 class Browser {
 public:
@@ -22,6 +22,10 @@ public:
 
     /// Opens a file and returns when it is loaded and its scripts have run.
     void open(const QString& path);
+    void openAddress(const QString& address);
+    /// To be called at once after the opening of a page that leads to another by itself; returns when that is loaded.
+    void awaitNextPage();
+    void trustAnyCertificate();
     void resize(int width, int height);
     void prefer(const QString& colours); ///< "light" or "dark"
     void click(const QString& selector); ///< with the mouse, in the middle of the first such element

@@ -134,14 +134,14 @@ private slots:
     void filesLieWhereTheSystemLooksForThem_data()
     {
         QTest::addColumn<bool>("program");
-        for (const char* path :
-             {"bin/mendrik-presva", "bin/presva-mdb", "bin/presva-scale", "lib/mendrik-presva/presva"})
+        for (const char* path : {"bin/mendrik-presva", "bin/presva-live", "bin/presva-mdb", "bin/presva-scale",
+                                 "lib/mendrik-presva/presva"})
             QTest::newRow(path) << true;
         for (const char* path :
              {"share/applications/org.mendrik.Presva.desktop", "share/applications/org.mendrik.Presva.Sezon.desktop",
               "share/metainfo/org.mendrik.Presva.metainfo.xml",
               "share/icons/hicolor/scalable/apps/org.mendrik.Presva.svg", "share/man/man1/mendrik-presva.1.gz",
-              "share/man/man1/presva-mdb.1.gz", "share/man/man1/presva-scale.1.gz",
+              "share/man/man1/presva-live.1.gz", "share/man/man1/presva-mdb.1.gz", "share/man/man1/presva-scale.1.gz",
               "share/doc/mendrik-presva/copyright", "share/doc/mendrik-presva/changelog.gz",
               "share/doc/mendrik-presva/README.md", "share/doc/mendrik-presva/docs/kullanim.html"})
             QTest::newRow(path) << false;
@@ -352,6 +352,22 @@ private slots:
         QCOMPARE(shown.code, 1);
         QVERIFY2(contentOf(opener.opened()).contains("/absent"), qPrintable(opener.opened()));
         QFile::remove(opener.opened());
+    }
+
+    void seasonIsShownToTelephonesByOneCommand()
+    {
+        const Opener opener(home_->path());
+        QVERIFY(QDir().mkpath(dataFolder()));
+        QCOMPARE(tool({u"create"_s, dataFolder() + u"/Yag.mdb"_s}).code, 0);
+        const QString port = QString::number(20000 + QCoreApplication::applicationPid() % 20000);
+        const Outcome served =
+            run(u"timeout"_s,
+                {u"--preserve-status"_s, u"-s"_s, u"TERM"_s, u"5"_s, inRoot(u"usr/bin/mendrik-presva"_s), u"--live"_s,
+                 u"127.0.0.1"_s, u"--port"_s, port},
+                opener.inFrontOf(ofTheUser()));
+        QVERIFY2(served.code == 0, qPrintable(served.out));
+        QVERIFY2(served.out.contains(u"https://127.0.0.1:%1/#"_s.arg(port)), qPrintable(served.out));
+        QCOMPARE(opener.opened(), dataFolder() + u"/Canli/karekod.html"_s);
     }
 
     void existingDatabaseIsCopiedByOneOption()

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include <openssl/ssl.h>
+
+namespace live {
+
+struct FreeContext {
+    void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
+};
+using TlsContext = std::unique_ptr<SSL_CTX, FreeContext>;
+
+/// What connections are encrypted with.
+struct Certificate {
+    TlsContext context;      ///< TLS 1.2 and later, with the certificate and its key
+    std::string fingerprint; ///< SHA-256, "AB:CD:...", as browsers show it
+};
+
+/// The certificate of this address in the folder: a key on P-256 and a certificate signed with it. Made where there is
+/// none that counts for the address for another month; telephones then ask anew whether they may trust it. Only the
+/// owner of the files may read the key. Throws files::Error.
+Certificate certificateFor(const std::string& address, const std::filesystem::path& folder, std::int64_t now);
+
+} // namespace live

@@ -1,0 +1,62 @@
+#include "live/gate.h"
+
+#include <algorithm>
+
+namespace live {
+
+Gate::Gate(Limits limits, Now now) : limits_(limits), now_(std::move(now)) {}
+
+void Gate::settle(Visitor& visitor, Time now) const
+{
+    const double seconds = std::chrono::duration<double>(now - visitor.since).count();
+    visitor.left = std::min(limits_.atOnce, visitor.left + seconds * limits_.perSecond);
+    visitor.since = now;
+}
+
+/// Forgets those who could begin anew with what they have now. False when there are none.
+bool Gate::makeRoom(Time now)
+{
+    const std::size_t before = visitors_.size();
+    for (auto each = visitors_.begin(); each != visitors_.end();) {
+        Visitor& visitor = each->second;
+        settle(visitor, now);
+        each = visitor.connections == 0 && visitor.left >= limits_.atOnce ? visitors_.erase(each) : std::next(each);
+    }
+    return visitors_.size() < before;
+}
+
+std::unique_ptr<Gate::Visit> Gate::enter(const std::string& address)
+{
+    const std::scoped_lock lock(mutex_);
+    const Time now = now_();
+    auto found = visitors_.find(address);
+    if (found == visitors_.end()) {
+        if (visitors_.size() >= limits_.addresses && !makeRoom(now)) return {};
+        found = visitors_.emplace(address, Visitor{0, limits_.atOnce, now}).first;
+    }
+    Visitor& visitor = found->second;
+    settle(visitor, now);
+    if (visitor.connections >= limits_.connections || visitor.left < 1) return {};
+    visitor.left -= 1;
+    ++visitor.connections;
+    return std::make_unique<Visit>(*this, address);
+}
+
+void Gate::wrong(const std::string& address)
+{
+    const std::scoped_lock lock(mutex_);
+    const auto found = visitors_.find(address);
+    if (found == visitors_.end()) return;
+    // Not without end: who has tried an old code a few times is let in again within half a minute.
+    found->second.left = std::max(found->second.left - limits_.wrongKey, -limits_.atOnce);
+}
+
+void Gate::leave(const std::string& address)
+{
+    const std::scoped_lock lock(mutex_);
+    --visitors_.at(address).connections;
+}
+
+Gate::Visit::~Visit() { gate_.leave(address_); }
+
+} // namespace live
