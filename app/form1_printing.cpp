@@ -3,6 +3,7 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
 #include "app/setting_names.h"
+#include "base/flag_text.h"
 #include "base/numbers.h"
 #include "base/pass_over.h"
 #include "pressing/containers.h"
@@ -18,8 +19,8 @@ print::PrintFont Form1::printFont() const
     const SettingsStore& settings = surroundings_.settings;
     return {settings.get(programTitle, propertiesSection, setting_keys::font, u"Arial"_s),
             settings.get(programTitle, propertiesSection, setting_keys::fontSize, u"8"_s),
-            settings.get(programTitle, propertiesSection, setting_keys::bold, u"False"_s),
-            settings.get(programTitle, propertiesSection, setting_keys::italic, u"False"_s)};
+            settings.get(programTitle, propertiesSection, setting_keys::bold, base::flagText(false)),
+            settings.get(programTitle, propertiesSection, setting_keys::italic, base::flagText(false))};
 }
 
 void Form1::YazCmd_Click(int Index)

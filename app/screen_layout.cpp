@@ -1,5 +1,7 @@
 #include "app/screen_layout.h"
 
+#include "base/flag_text.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
@@ -62,7 +64,7 @@ void ScreenLayout::restore(const QString& application, bool size, QWidget& form)
     form.setMinimumSize(form.minimumSize().boundedTo(room.size()));
     place.setSize(place.size().expandedTo(form.minimumSize()));
     form.setGeometry(fitted(place, room));
-    const bool wide = !stored || settings_.get(application, section, u"Maximized"_s, {}) == u"True";
+    const bool wide = !stored || settings_.get(application, section, u"Maximized"_s, {}) == base::flagText(true);
     if (wide && size) form.setWindowState(form.windowState() | Qt::WindowMaximized);
 }
 
@@ -79,7 +81,7 @@ void ScreenLayout::save(const QString& application, bool size, const QWidget& fo
     if (!size) return;
     keep("Width", QString::number(place.width()));
     keep("Height", QString::number(place.height()));
-    keep("Maximized", wide ? u"True"_s : u"False"_s);
+    keep("Maximized", base::flagText(wide));
 }
 
 } // namespace app

@@ -448,22 +448,6 @@ std::string numberText(double number)
     return {room.data(), writeShortest(room.data(), number)};
 }
 
-bool holdsNumbers(jet::ColumnType type)
-{
-    switch (type) {
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::numeric:
-        return true;
-    default:
-        return false;
-    }
-}
-
 jet::Value parseField(const CsvField& field, const jet::Column& column)
 {
     const std::string_view text = field.text;

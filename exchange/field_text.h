@@ -34,9 +34,6 @@ private:
 /// A number with a decimal point, as short as it can be and in plain digits between 0.00001 and 10^15.
 std::string numberText(double number);
 
-/// Whether a column of that type holds numbers, amounts among them.
-bool holdsNumbers(jet::ColumnType type);
-
 /// The value that a CSV field stands for in a column: an empty field without quotes is Null.
 /// Throws jet::Error (badValue), with a sentence about the field alone.
 jet::Value parseField(const CsvField& field, const jet::Column& column);

@@ -278,7 +278,7 @@ void StyleFinder::note(Hints& hints, Hint hint, std::string_view text, std::size
 void StyleFinder::see(const CsvField& field, const jet::Column& column, std::size_t line)
 {
     if (field.text.empty()) return;
-    if (holdsNumbers(column.type)) {
+    if (isNumber(column.type)) {
         note(numbers_, numberHint(field.text, holdsWholeNumbers(column.type)), field.text, line);
     } else if (column.type == ColumnType::dateTime) {
         note(dates_, dateHint(field.text), field.text, line);
@@ -336,7 +336,7 @@ jet::Value writtenValue(const CsvField& field, const jet::Column& column, const 
 {
     // Programs that quote every field write Nulls so, too: where nothing is a value, it is none.
     if (field.text.empty()) return parseField({{}, field.quoted && holdsEmpty(column.type)}, column);
-    if (holdsNumbers(column.type)) {
+    if (isNumber(column.type)) {
         const std::string_view text = trimmed(field.text);
         auto plain = plainNumber(text, style.decimalMark);
         if (!plain)

@@ -39,7 +39,7 @@ constexpr int ways = 4;
 
 const char* declaredType(ColumnType type)
 {
-    if (type == ColumnType::boolean || exchange::holdsNumbers(type)) return " NUMERIC";
+    if (type == ColumnType::boolean || jet::isNumber(type)) return " NUMERIC";
     if (type == ColumnType::binary || type == ColumnType::ole || type == ColumnType::blob) return " BLOB";
     return " TEXT COLLATE ACCESS";
 }
@@ -157,8 +157,7 @@ template <class Values> std::uint64_t hashOf(const Values& values)
 
 bool isRemembered(const jet::Column& column)
 {
-    return (exchange::holdsNumbers(column.type) && column.type != ColumnType::numeric) ||
-           column.type == ColumnType::dateTime ||
+    return (jet::isNumber(column.type) && column.type != ColumnType::numeric) || column.type == ColumnType::dateTime ||
            (column.type == ColumnType::text && jet::hasWeights(column.collation));
 }
 

@@ -2,6 +2,7 @@
 
 #include "mill/queries.h"
 #include "tests/doors/fake_printer.h"
+#include "tests/store/empty_journal.h"
 #include "tests/support/columns.h"
 #include "tools/pdf_text.h"
 #include <QHeaderView>
@@ -38,15 +39,7 @@ private:
                 return {u"Cari"_s,
                         {{u"Unvan"_s, text, 50}, {u"Yuzde"_s, number}, {u"Kap"_s, text, 20}, {u"Nakit"_s, money}},
                         {}};
-            store::Listing listing{u"Hareket"_s,
-                                   {{u"Tarih"_s, date},
-                                    {u"Zeytin"_s, number},
-                                    {u"Yağ"_s, number},
-                                    {u"Yuzde"_s, number},
-                                    {u"HakTut"_s, number},
-                                    {u"Nakit"_s, money},
-                                    {u"CariHar"_s, text, 50}},
-                                   {}};
+            store::Listing listing = emptyJournal();
             listing.rows.resize(rows);
             for (store::RowKey row = 0; row < rows; ++row) listing.rows[row] = row;
             return listing;

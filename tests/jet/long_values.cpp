@@ -105,7 +105,7 @@ protected:
 constexpr std::size_t lengths[] = {0,    1,    63,   64,   65,   66,    2000,  4075,   4076,
                                    4077, 4078, 8143, 8144, 8145, 12216, 12217, 100000, 3000000};
 
-TEST_F(LongValues, OfEveryLengthComeBack)
+TEST_F(LongValues, ofEveryLengthComeBack)
 {
     for (const std::size_t length : lengths) {
         const Bytes bytes = someBytes(length, 1);
@@ -122,7 +122,7 @@ TEST_F(LongValues, OfEveryLengthComeBack)
     }
 }
 
-TEST_F(LongValues, OfManyPagesStandAsAccessWritesThem)
+TEST_F(LongValues, ofManyPagesStandAsAccessWritesThem)
 {
     const Bytes bytes = someBytes(at::longestPiece * 3 + 5, 2);
     const RowId row = table_->insert({{ole, bytes}});
@@ -151,7 +151,7 @@ TEST_F(LongValues, OfManyPagesStandAsAccessWritesThem)
     for (const Part& part : parts) ASSERT_NE(place.page, part.place.page);
 }
 
-TEST_F(LongValues, GiveTheirPagesBack)
+TEST_F(LongValues, giveTheirPagesBack)
 {
     const RowId keeper = table_->insert({{number, 1}, {memo, someText(40)}});
     // The longest makes the column's map larger for good.
@@ -171,7 +171,7 @@ TEST_F(LongValues, GiveTheirPagesBack)
     ASSERT_EQ(table_->row(keeper)->value(memo), Value(someText(40)));
 }
 
-TEST_F(LongValues, AreNotTouchedByChangesOfOtherFields)
+TEST_F(LongValues, areNotTouchedByChangesOfOtherFields)
 {
     const Bytes bytes = someBytes(50000, 8);
     const RowId row = table_->insert({{number, 1}, {ole, bytes}});
@@ -188,7 +188,7 @@ TEST_F(LongValues, AreNotTouchedByChangesOfOtherFields)
     expectSound();
 }
 
-TEST_F(LongValues, RoomBesideAValueIsUsedAgain)
+TEST_F(LongValues, roomBesideAValueIsUsedAgain)
 {
     // Two values on a page, one of them away: the next one stands there, and no page is taken.
     const RowId first = table_->insert({{ole, someBytes(1500, 1)}});
@@ -203,7 +203,7 @@ TEST_F(LongValues, RoomBesideAValueIsUsedAgain)
     expectSound();
 }
 
-TEST_F(LongValues, TakenBackLeaveNothingBehind)
+TEST_F(LongValues, takenBackLeaveNothingBehind)
 {
     const RowId row = table_->insert({{ole, someBytes(30000, 1)}});
     const std::size_t pages = pager().pageCount(), free = freePages();
@@ -218,7 +218,7 @@ TEST_F(LongValues, TakenBackLeaveNothingBehind)
     expectSound();
 }
 
-TEST_F(LongValues, AreCarriedByCompactAndRescue)
+TEST_F(LongValues, areCarriedByCompactAndRescue)
 {
     std::map<std::int32_t, std::pair<Value, Value>> expected;
     std::int32_t next = 0;
@@ -304,7 +304,7 @@ TEST_P(DamagedChain, isNamedAndNeverWrittenOver)
     ASSERT_EQ(result.tables.at(0).rows, 2U);
 }
 
-TEST_F(LongValues, TwoThatShareAPartAreNotWritten)
+TEST_F(LongValues, twoThatShareAPartAreNotWritten)
 {
     // Deleting one of them would take the other one's part away.
     const RowId one = table_->insert({{ole, someBytes(at::longestPiece * 3, 1)}});
@@ -315,7 +315,7 @@ TEST_F(LongValues, TwoThatShareAPartAreNotWritten)
     ASSERT_THAT(table_->whyReadOnly().value_or(""), HasSubstr("aynı yeri paylaşıyor"));
 }
 
-TEST_F(LongValues, APromiseOfMoreThanTheFileHoldsTakesNoMemory)
+TEST_F(LongValues, aPromiseOfMoreThanTheFileHoldsTakesNoMemory)
 {
     const RowId row = table_->insert({{ole, someBytes(at::longestPiece * 2, 1)}});
     const RowId place = row;

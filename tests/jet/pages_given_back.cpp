@@ -51,7 +51,7 @@ protected:
     std::int32_t number_ = 0;
 };
 
-TEST_F(EmptiedPages, AreFreeOnceTheLastRowIsGone)
+TEST_F(EmptiedPages, areFreeOnceTheLastRowIsGone)
 {
     const std::size_t before = pagesInUse();
     for (int round = 0; round < 3; ++round) {
@@ -65,7 +65,7 @@ TEST_F(EmptiedPages, AreFreeOnceTheLastRowIsGone)
     }
 }
 
-TEST_F(EmptiedPages, AreFreeWhenTheTableIsEmptied)
+TEST_F(EmptiedPages, areFreeWhenTheTableIsEmptied)
 {
     const std::size_t before = pagesInUse();
     fill(2000, 100);
@@ -79,7 +79,7 @@ TEST_F(EmptiedPages, AreFreeWhenTheTableIsEmptied)
     expectSound();
 }
 
-TEST_F(EmptiedPages, OfMovedRowsAreFreeToo)
+TEST_F(EmptiedPages, ofMovedRowsAreFreeToo)
 {
     const std::size_t before = pagesInUse();
     const std::vector<RowId> ids = fill(400, 60);
@@ -92,7 +92,7 @@ TEST_F(EmptiedPages, OfMovedRowsAreFreeToo)
     expectSound();
 }
 
-TEST_F(EmptiedPages, ComeBackWithTheirRowsWhenTheChangeIsTakenBack)
+TEST_F(EmptiedPages, comeBackWithTheirRowsWhenTheChangeIsTakenBack)
 {
     const std::vector<RowId> ids = fill(500, 100);
     const auto pages = *table().dataPages();
@@ -107,7 +107,7 @@ TEST_F(EmptiedPages, ComeBackWithTheirRowsWhenTheChangeIsTakenBack)
     expectSound();
 }
 
-TEST_F(EmptiedPages, NeverLetTheirRowsPlacesNameAnotherRow)
+TEST_F(EmptiedPages, neverLetTheirRowsPlacesNameAnotherRow)
 {
     std::set<RowId> seen;
     std::vector<RowId> gone;
@@ -125,7 +125,7 @@ TEST_F(EmptiedPages, NeverLetTheirRowsPlacesNameAnotherRow)
     }
 }
 
-TEST_F(EmptiedPages, WithManySmallRowsWaitUntilNobodyHoldsAPlace)
+TEST_F(EmptiedPages, withManySmallRowsWaitUntilNobodyHoldsAPlace)
 {
     const std::size_t before = pagesInUse();
     erase(fill(2500, 1));
@@ -137,7 +137,7 @@ TEST_F(EmptiedPages, WithManySmallRowsWaitUntilNobodyHoldsAPlace)
     expectSound();
 }
 
-TEST_F(EmptiedPages, ThatAnotherProgramLeftAreFoundByTheFirstChange)
+TEST_F(EmptiedPages, thatAnotherProgramLeftAreFoundByTheFirstChange)
 {
     const std::size_t before = pagesInUse();
     fill(100, 200);
@@ -162,7 +162,7 @@ TEST_F(EmptiedPages, ThatAnotherProgramLeftAreFoundByTheFirstChange)
     expectSound();
 }
 
-TEST_F(EmptiedPages, LeaveWhatIsRememberedOfTheTableTrue)
+TEST_F(EmptiedPages, leaveWhatIsRememberedOfTheTableTrue)
 {
     // A cursor begun before passes over them.
     const std::vector<RowId> ids = fill(300, 100);

@@ -2,10 +2,8 @@
 
 #include "files/error.h"
 #include "store/jet/pages/pager.h"
-#include "tests/jet/blank_file.h"
+#include "tests/platform/disk_folder.h"
 #include "tests/support/fault.h"
-#include "tests/support/files.h"
-#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -83,20 +81,6 @@ bool asOrdinaryAccount(const std::function<bool()>& action)
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
-
-/// Each test has a folder of its own.
-class SystemDisk : public testing::Test {
-protected:
-    std::filesystem::path path(const char* name) const { return folder_ / name; }
-    std::filesystem::path blank(const char* name) const
-    {
-        writeFile(path(name), blankFile());
-        return path(name);
-    }
-
-private:
-    TemporaryFolder folder_;
-};
 
 TEST_F(SystemDisk, readsAndWritesWhereTold)
 {

@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "mill/queries.h"
 #include "store/data_source.h"
+#include "tests/store/empty_journal.h"
 #include <QDateTime>
 #include <QRegularExpression>
 #include <algorithm>
@@ -91,16 +92,7 @@ private:
         store::Listing open(const QString& source) override
         {
             paper_.called(u"open "_s + source);
-            using enum store::FieldKind;
-            store::Listing listing{u"Hareket"_s,
-                                   {{u"Tarih"_s, date},
-                                    {u"Zeytin"_s, number},
-                                    {u"Yağ"_s, number},
-                                    {u"Yuzde"_s, number},
-                                    {u"HakTut"_s, number},
-                                    {u"Nakit"_s, money},
-                                    {u"CariHar"_s, text, 50}},
-                                   {}};
+            store::Listing listing = emptyJournal();
             static const QRegularExpression form(u"^Select \\* From Hareket where (.*) Order By Tarih Asc$"_s);
             if (source == u"Select * From Hareket Order By Tarih Asc;"_s) {
                 for (const auto& [key, row] : paper_.rows) listing.rows.push_back(key);

@@ -12,13 +12,15 @@ class StoredPort : public QObject {
 
     QHash<QString, QString> settings_;
     FakeCommControl control_;
-    QStringList read_; ///< the formats that the line is to be read by
+    QStringList read_; ///< the formats that the line is to be read by, and whether it is to stand still
 
     std::optional<PortRefusal> open()
     {
         return openStored(
             control_, [this](const QString& key) { return settings_.value(key); }, base::Regional::turkish(),
-            [this](const ReadingChoice& choice) { read_ += choice.format; });
+            [this](const ReadingChoice& choice) {
+                read_ += choice.format + (choice.stillOnly ? u" still"_s : QString());
+            });
     }
 
 private slots:
@@ -34,12 +36,13 @@ private slots:
         settings_ = {{setting_keys::lineSettings, u"4800,E,7,1"_s},
                      {setting_keys::portNumber, u"3"_s},
                      {setting_keys::flowControl, u"2"_s},
-                     {setting_keys::format, u"st-gs"_s}};
+                     {setting_keys::format, u"st-gs"_s},
+                     {setting_keys::stillOnly, u"True"_s}};
         control_.open = true;
         QVERIFY(!open());
         QCOMPARE(control_.steps,
                  (QStringList{u"close"_s, u"settings=4800,E,7,1"_s, u"port=3"_s, u"flow=2"_s, u"open"_s}));
-        QCOMPARE(read_, QStringList{u"st-gs"_s});
+        QCOMPARE(read_, QStringList{u"st-gs still"_s});
     }
 
     void whatNobodyCanUseIsRefusedAndThePortStaysClosed_data()

@@ -249,27 +249,45 @@ TEST_F(PresvaMdb, whatIsDoneIsSaidEvenWhereTheOutputTakesNothing)
     ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,\r\nVeli,,,\r\n");
 }
 
+/// The catalogue, open for objects that the tool itself never makes.
+class Catalogue {
+public:
+    explicit Catalogue(const std::string& file)
+        : database_(jet::Database::open(platform::systemDisk(), file)), listed_(database_->table(u"MSysObjects")),
+          objects_(database_->pager(), listed_.name(), listed_.definitionPage(), {})
+    {
+        objects_.systemObjects = &listed_;
+    }
+
+    void add(std::int32_t id, const char16_t* name, std::int16_t type,
+             const std::vector<std::pair<const char16_t*, jet::Value>>& more = {})
+    {
+        std::vector<jet::Assignment> fields{{column(u"Id"), id},
+                                            {column(u"ParentId"), std::int32_t{jet::tablesContainer}},
+                                            {column(u"Name"), std::u16string(name)},
+                                            {column(u"Type"), type}};
+        for (const auto& [field, value] : more) fields.push_back({column(field), value});
+        objects_.insert(fields);
+    }
+
+private:
+    std::size_t column(const char16_t* name) const { return listed_.columnNamed(name).value(); }
+
+    std::unique_ptr<jet::Database> database_;
+    const jet::Table& listed_;
+    jet::Table::State objects_;
+};
+
 /// A table whose rows are in another file, as the catalogue lists it.
 TEST_F(PresvaMdb, aLinkedTableIsNamedAsWhatItIs)
 {
     const std::string file = created();
     {
-        const auto database = jet::Database::open(platform::systemDisk(), file);
-        const jet::Table& listed = database->table(u"MSysObjects");
-        jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
-        objects.systemObjects = &listed;
-        const auto column = [&](const char16_t* name) { return *listed.columnNamed(name); };
-        const auto add = [&](std::int32_t id, const char16_t* name, std::int16_t type, std::u16string elsewhere) {
-            std::vector<jet::Assignment> fields{{column(u"Id"), id},
-                                                {column(u"ParentId"), std::int32_t{jet::tablesContainer}},
-                                                {column(u"Name"), std::u16string(name)},
-                                                {column(u"ForeignName"), std::u16string(u"Müşteri")},
-                                                {column(u"Type"), type}};
-            if (!elsewhere.empty()) fields.push_back({column(u"Database"), std::move(elsewhere)});
-            objects.insert(fields);
-        };
-        add(INT32_MIN, u"Bağlı", 6, u"C:\\Depo\\Eski.mdb");
-        add(INT32_MIN + 1, u"Uzak", 4, u"");
+        const std::u16string there = u"Müşteri";
+        Catalogue catalogue(file);
+        catalogue.add(INT32_MIN, u"Bağlı", 6,
+                      {{u"ForeignName", there}, {u"Database", std::u16string(u"C:\\Depo\\Eski.mdb")}});
+        catalogue.add(INT32_MIN + 1, u"Uzak", 4, {{u"ForeignName", there}});
     }
     const std::string bound =
         "'Bağlı' bağlı bir tablo, satırları başka yerde: 'C:\\Depo\\Eski.mdb' dosyasındaki 'Müşteri'";
@@ -367,18 +385,7 @@ TEST_F(PresvaMdb, compactDropsTheRoomOfDeletedRows)
 TEST_F(PresvaMdb, compactCarriesAQuery)
 {
     const std::string file = created();
-    {
-        // A query as the catalogue lists it.
-        const auto database = jet::Database::open(platform::systemDisk(), file);
-        const jet::Table& listed = database->table(u"MSysObjects");
-        jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
-        objects.systemObjects = &listed;
-        const auto column = [&](const char16_t* name) { return *listed.columnNamed(name); };
-        objects.insert(std::vector<jet::Assignment>{{column(u"Id"), std::int32_t{INT32_MIN}},
-                                                    {column(u"ParentId"), std::int32_t{jet::tablesContainer}},
-                                                    {column(u"Name"), std::u16string(u"Sorgu1")},
-                                                    {column(u"Type"), std::int16_t{5}}});
-    }
+    Catalogue(file).add(INT32_MIN, u"Sorgu1", 5);
     ASSERT_EQ(run({"compact", file, path("small.mdb")}).code, 0);
     const auto database = jet::Database::open(platform::systemDisk(), path("small.mdb"), jet::Pager::Mode::readOnly);
     const jet::Table& listed = database->table(u"MSysObjects");

@@ -2,10 +2,8 @@
 
 #include "files/error.h"
 #include "store/jet/pages/pager.h"
-#include "tests/jet/blank_file.h"
+#include "tests/platform/disk_folder.h"
 #include "tests/support/fault.h"
-#include "tests/support/files.h"
-#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -32,19 +30,6 @@ Object openElsewhere(const std::filesystem::path& file, DWORD rights, DWORD shar
     const HANDLE opened = ::CreateFileW(file.c_str(), rights, sharing, nullptr, OPEN_EXISTING, 0, nullptr);
     return Object(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
 }
-
-class SystemDisk : public testing::Test {
-protected:
-    std::filesystem::path path(const char* name) const { return folder_ / name; }
-    std::filesystem::path blank(const char* name) const
-    {
-        writeFile(path(name), blankFile());
-        return path(name);
-    }
-
-private:
-    TemporaryFolder folder_;
-};
 
 TEST_F(SystemDisk, readsAndWritesWhereTold)
 {

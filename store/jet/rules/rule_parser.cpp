@@ -2,6 +2,7 @@
 #include "store/jet/rules/rule_node.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/names.h"
+#include "store/jet/values/word_units.h"
 
 #include <algorithm>
 #include <array>
@@ -26,14 +27,6 @@ struct Token {
     std::u16string content;
     Operand value; ///< number, date
 };
-
-bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == 0x00A0; }
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-bool startsWord(char16_t unit)
-{
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_' ||
-           (unit >= 0x0080 && !isBlank(unit));
-}
 
 std::u16string lower(std::u16string text)
 {

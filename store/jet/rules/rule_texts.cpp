@@ -3,6 +3,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/rules/rule_node.h"
 #include "store/jet/values/like_pattern.h"
+#include "store/jet/values/word_units.h"
 
 #include <algorithm>
 
@@ -40,7 +41,6 @@ void requireSure(std::u16string_view text, Collation order)
 void requireKnownRanges(std::u16string_view pattern, Collation order)
 {
     if (hasWeights(order) || pattern.find(u'[') == pattern.npos) return;
-    const auto isDigit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
     for (std::size_t at = 1; at + 1 < pattern.size(); ++at)
         if (pattern[at] == u'-' && !(isDigit(pattern[at - 1]) && isDigit(pattern[at + 1])))
             throwNotUnderstood("bu dosyanın alfabesinin sırası bilinmiyor");

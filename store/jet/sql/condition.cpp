@@ -16,18 +16,11 @@ enum class Class { text, number, moment, boolean, opaque };
 
 Class classOf(ColumnType type)
 {
+    if (isNumber(type)) return Class::number;
     switch (type) {
     case ColumnType::text:
     case ColumnType::memo:
         return Class::text;
-    case ColumnType::byte:
-    case ColumnType::integer:
-    case ColumnType::longInteger:
-    case ColumnType::currency:
-    case ColumnType::singleFloat:
-    case ColumnType::doubleFloat:
-    case ColumnType::numeric:
-        return Class::number;
     case ColumnType::dateTime:
         return Class::moment;
     case ColumnType::boolean:

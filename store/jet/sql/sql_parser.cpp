@@ -2,6 +2,7 @@
 
 #include "store/jet/format/doors.h"
 #include "store/jet/values/calendar.h"
+#include "store/jet/values/word_units.h"
 
 #include <algorithm>
 #include <array>
@@ -21,14 +22,6 @@ struct Token {
     std::u16string content;     ///< word, name, text: without quotes or brackets; mark: the sign
     Value value;                ///< number, date
 };
-
-bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == 0x00A0; }
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-bool startsWord(char16_t unit)
-{
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_' ||
-           (unit >= 0x0080 && !isBlank(unit));
-}
 
 bool sameKeyword(std::u16string_view word, std::string_view keyword)
 {

@@ -34,6 +34,12 @@ enum class ColumnType : std::uint8_t {
 /// Memo and OLE: their values may stand outside their row.
 inline bool isLongValue(ColumnType type) { return type == ColumnType::memo || type == ColumnType::ole; }
 
+/// Types of numbers: not of dates, which are stored as one, and not Boolean.
+inline bool isNumber(ColumnType type)
+{
+    return (type >= ColumnType::byte && type <= ColumnType::doubleFloat) || type == ColumnType::numeric;
+}
+
 /// A type of the format's tables. Values of any other one are carried along and never interpreted.
 bool isKnown(ColumnType type);
 

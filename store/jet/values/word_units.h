@@ -1,0 +1,14 @@
+#pragma once
+
+/// What the languages of queries and of rules take for blanks, digits and words.
+namespace jet {
+
+inline bool isBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == 0x00A0; }
+inline bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+inline bool startsWord(char16_t unit)
+{
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_' ||
+           (unit >= 0x0080 && !isBlank(unit));
+}
+
+} // namespace jet
