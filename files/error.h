@@ -35,6 +35,7 @@ enum class Fault {
     indexNotWritable, ///< an index of the table cannot be kept true, so the table is not written
     syntax,           ///< an SQL text that cannot be understood
     unsupported,      ///< understood, but not something this engine does
+    server,           ///< a database server is out of reach, or refuses
 };
 
 /// The one exception of disk and engine: a fault and one UTF-8 sentence in Turkish that says what, where and what to

@@ -63,6 +63,8 @@ const char* kindOf(files::Fault fault)
         return "The text cannot be understood";
     case Fault::unsupported:
         return "This cannot be done here";
+    case Fault::server:
+        return "The server is out of reach, or refuses";
     }
     return "It did not work";
 }

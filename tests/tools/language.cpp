@@ -58,7 +58,7 @@ RowTable<std::string> englishHelpOf()
 {
     RowTable<std::string> table;
     for (const char* name : {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue",
-                             "backup", "restore", "weights", "season", "drop-index"})
+                             "backup", "restore", "weights", "season", "to-server", "from-server", "drop-index"})
         table.push_back({name, name});
     return table;
 }

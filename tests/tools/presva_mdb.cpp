@@ -37,7 +37,7 @@ RowTable<Arguments> presvaMdbHelp()
     RowTable<Arguments> table;
     table.push_back({"all", {"--help"}});
     for (const char* name : {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue",
-                             "backup", "restore", "weights", "season", "drop-index"})
+                             "backup", "restore", "weights", "season", "to-server", "from-server", "drop-index"})
         table.push_back({name, {name, "--help"}});
     return table;
 }

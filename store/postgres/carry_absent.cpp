@@ -1,0 +1,30 @@
+#include "store/postgres/carry.h"
+
+#include "files/error.h"
+#include "files/language.h"
+
+namespace postgres {
+namespace {
+
+[[noreturn]] void refuse()
+{
+    throw files::Error(files::Fault::unsupported,
+                       files::said("Bu kurulum bir sunucuya bağlanamaz (libpq olmadan derlenmiş).",
+                                   "This installation reaches no server (it was built without libpq)."));
+}
+
+} // namespace
+
+Carried toServer(files::Disk&, const ServerSettings&, const std::filesystem::path&, const ToServer&,
+                 const CarryProgress&)
+{
+    refuse();
+}
+
+Carried fromServer(files::Disk&, const ServerSettings&, const std::filesystem::path&, const std::string&, jet::DateTime,
+                   const CarryProgress&)
+{
+    refuse();
+}
+
+} // namespace postgres

@@ -1,0 +1,160 @@
+#include "store/postgres/server_rows.h"
+
+#include "files/language.h"
+#include "mill/names.h"
+#include "store/jet/values/order_key.h"
+#include "store/jet/values/value.h"
+
+#include <array>
+#include <charconv>
+
+namespace postgres {
+namespace {
+
+constexpr std::size_t longestName = 100; // as mill::createTables() makes them
+constexpr std::size_t longestContainer = 50;
+
+using mill::Cari, mill::Hareket;
+
+constexpr FieldShape customerFields[] = {
+    {Cari::fields[Cari::Unvan], "unvan", Kind::text, longestName},
+    {Cari::fields[Cari::Yuzde], "yuzde", Kind::number, 0},
+    {Cari::fields[Cari::Kap], "kap", Kind::text, longestContainer},
+    {Cari::fields[Cari::Nakit], "nakit", Kind::number, 0},
+};
+
+constexpr FieldShape pressingFields[] = {
+    {Hareket::fields[Hareket::Tarih], "tarih", Kind::moment, 0},
+    {Hareket::fields[Hareket::Zeytin], "zeytin", Kind::number, 0},
+    {Hareket::fields[Hareket::Yağ], "yag", Kind::number, 0},
+    {Hareket::fields[Hareket::Yuzde], "yuzde", Kind::number, 0},
+    {Hareket::fields[Hareket::HakTut], "haktut", Kind::number, 0},
+    {Hareket::fields[Hareket::Nakit], "nakit", Kind::number, 0},
+    {Hareket::fields[Hareket::CariHar], "carihar", Kind::text, longestName},
+};
+
+/// A line of the server, written as this program writes it.
+std::string asWrittenHere(std::string_view line, const TableShape& shape)
+{
+    const auto fields = fieldsOf(line);
+    std::string written;
+    for (std::size_t i = 0; i < shape.fields.size(); ++i) {
+        if (i > 0) written += '\t';
+        const bool number = shape.fields[i].kind != Kind::text && fields.at(i);
+        written += number ? writtenNumber(numberIn(*fields[i])) : writtenField(fields.at(i));
+    }
+    return written;
+}
+
+} // namespace
+
+const TableShape& customers()
+{
+    static constexpr TableShape shape{Cari::table, "presva.cari", "unvan_sira", customerFields};
+    return shape;
+}
+
+const TableShape& pressings()
+{
+    static constexpr TableShape shape{Hareket::table, "presva.hareket", nullptr, pressingFields};
+    return shape;
+}
+
+std::string writtenField(const std::optional<std::string>& field)
+{
+    if (!field) return "\\N";
+    std::string written;
+    for (const char c : *field) {
+        switch (c) {
+        case '\\':
+            written += "\\\\";
+            break;
+        case '\t':
+            written += "\\t";
+            break;
+        case '\n':
+            written += "\\n";
+            break;
+        case '\r':
+            written += "\\r";
+            break;
+        default:
+            written += c;
+        }
+    }
+    return written;
+}
+
+std::string writtenNumber(double number)
+{
+    std::array<char, 32> digits{};
+    return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr};
+}
+
+std::vector<std::optional<std::string>> fieldsOf(std::string_view line)
+{
+    std::vector<std::optional<std::string>> fields;
+    for (;;) {
+        const std::size_t end = std::min(line.find('\t'), line.size());
+        const std::string_view written = line.substr(0, end);
+        if (written == "\\N") {
+            fields.emplace_back();
+        } else {
+            std::string& text = *fields.emplace_back(std::in_place);
+            for (std::size_t i = 0; i < written.size(); ++i) {
+                if (written[i] != '\\' || i + 1 == written.size()) {
+                    text += written[i];
+                    continue;
+                }
+                constexpr std::string_view letters = "bfnrtv";
+                constexpr std::string_view meant = "\b\f\n\r\t\v";
+                const std::size_t which = letters.find(written[++i]);
+                text += which == std::string_view::npos ? written[i] : meant[which];
+            }
+        }
+        if (end == line.size()) return fields;
+        line.remove_prefix(end + 1);
+    }
+}
+
+double numberIn(const std::string& field)
+{
+    double number = 0;
+    const auto end = std::from_chars(field.data(), field.data() + field.size(), number);
+    if (end.ec != std::errc() || end.ptr != field.data() + field.size())
+        throw ServerError(files::said("Sunucudan sayı olmayan bir alan geldi: ", "The server sent a field that is no "
+                                                                                 "number: ") +
+                          field);
+    return number;
+}
+
+std::string writtenOrder(std::string_view line)
+{
+    const auto name = fieldsOf(line.substr(0, line.find('\t'))).front();
+    if (!name) return writtenField({});
+    std::vector<std::uint8_t> key;
+    jet::appendOrderKey(key, jet::fromUtf8(*name));
+    std::string written = "\\\\x";
+    for (const std::uint8_t byte : key) {
+        constexpr std::string_view digits = "0123456789abcdef";
+        written += {digits[byte >> 4U], digits[byte & 15U]};
+    }
+    return written;
+}
+
+std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape)
+{
+    std::string question = "copy (select satir";
+    for (const FieldShape& each : shape.fields) question += std::string(", ") + each.column;
+    question += std::string(" from ") + shape.table +
+                " where sayac = current_setting('presva.sayac') order by satir) to stdout";
+    std::vector<ServerLine> lines;
+    connection.copyOut(question.c_str(), [&](std::string_view line) {
+        const std::size_t end = std::min(line.find('\t'), line.size());
+        const auto row = static_cast<int>(numberIn(std::string(line.substr(0, end))));
+        lines.push_back({row, asWrittenHere(line.substr(std::min(end + 1, line.size())), shape)});
+    });
+    return lines;
+}
+
+} // namespace postgres

@@ -1,0 +1,74 @@
+#include "tools/server_commands.h"
+
+#include "store/postgres/carry.h"
+#include "store/postgres/server_settings.h"
+#include "store/restore.h"
+#include "tools/language.h"
+#include "tools/server_follower.h"
+
+#include <charconv>
+#include <chrono>
+#include <functional>
+
+namespace tools {
+namespace {
+
+Parsed parsed(const char* command, Arguments arguments, std::size_t words,
+              std::initializer_list<std::string_view> known)
+{
+    Parsed found = parse(command, arguments, known);
+    if (found.words.size() != words)
+        misused(said("Klasör ya da dosya adı eksik ya da fazla; yardım için: presva-mdb ",
+                     "The name of a folder or a file is missing, or too much; for help: presva-mdb ") +
+                std::string(command) + " --help");
+    return found;
+}
+
+int sayCarried(const postgres::Carried& carried)
+{
+    Output out(standardOutput);
+    say(out, std::to_string(carried.customers) + said(" cari, ", " customers, ") + std::to_string(carried.pressings) +
+                 said(" sıkım iki yerde de aynı; yazılan ", " pressings are the same in both places; written ") +
+                 std::to_string(carried.written) + said(", silinen ", ", removed ") + std::to_string(carried.removed) +
+                 ".");
+    out.flush();
+    return 0;
+}
+
+std::chrono::seconds pauseIn(const std::string& text)
+{
+    constexpr int longest = 86400;
+    int seconds = 0;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (end.ec != std::errc() || end.ptr != text.data() + text.size() || seconds < 1 || seconds > longest)
+        misused(said("--every 1 ile 86400 arasında bir saniye sayısı olmalı.",
+                     "--every must be a number of seconds from 1 to 86400."));
+    return std::chrono::seconds(seconds);
+}
+
+} // namespace
+
+int toServer(files::Disk& disk, Arguments arguments)
+{
+    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every"});
+    const std::filesystem::path folder = pathOf(given.words[0]);
+    postgres::ToServer options;
+    options.user = given.option("--user").value_or("");
+    options.removeGone = given.oneOf("--delete", {"yes"}).has_value();
+    const postgres::ServerSettings settings = postgres::readServerSettings(disk, folder);
+    const std::filesystem::path file = store::databaseIn(disk, folder);
+    if (const auto every = given.option("--every")) ServerFollower(disk, settings, file, options).run(pauseIn(*every));
+    Progress progress(said("Aktarılıyor", "Carrying over"));
+    return sayCarried(postgres::toServer(disk, settings, file, options, std::ref(progress)));
+}
+
+int fromServer(files::Disk& disk, Arguments arguments)
+{
+    const Parsed given = parsed("from-server", arguments, 2, {"--user"});
+    Progress progress(said("Aktarılıyor", "Carrying over"));
+    return sayCarried(postgres::fromServer(disk, postgres::readServerSettings(disk, pathOf(given.words[0])),
+                                           pathOf(given.words[1]), given.option("--user").value_or(""), now(),
+                                           std::ref(progress)));
+}
+
+} // namespace tools
