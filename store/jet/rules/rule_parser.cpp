@@ -35,6 +35,18 @@ std::u16string lower(std::u16string text)
     return text;
 }
 
+/// What stands between two operands.
+struct Sign {
+    std::u16string_view text;
+    Op op = Op::join;
+};
+/// As Access reckons: the signs that bind the least first.
+constexpr std::array<std::array<Sign, 2>, 5> levels = {{{{{u"&", Op::join}}},
+                                                        {{{u"+", Op::add}, {u"-", Op::subtract}}},
+                                                        {{{u"mod", Op::remainder}}},
+                                                        {{{u"\\", Op::divideWhole}}},
+                                                        {{{u"*", Op::multiply}, {u"/", Op::divide}}}}};
+
 class Lexer {
 public:
     explicit Lexer(std::u16string_view text) : text_(text) {}
@@ -308,47 +320,15 @@ private:
         throwNotUnderstood("“" + shown() + "” beklenmiyordu");
     }
 
-    /// As Access reckons: signs, then * and /, then whole division, then Mod, then + and -, then &.
-    Node operand()
+    Node operand(std::size_t level = 0)
     {
-        Node left = sum();
-        while (takeMark(u"&")) left = pair(Op::join, std::move(left), sum());
-        return left;
-    }
-    Node sum()
-    {
-        Node left = remainder();
+        if (level == levels.size()) return factor();
+        Node left = operand(level + 1);
+        const auto taken = [this](const Sign& sign) { return takeMark(sign.text) || takeWord(sign.text); };
         for (;;) {
-            if (takeMark(u"+"))
-                left = pair(Op::add, std::move(left), remainder());
-            else if (takeMark(u"-"))
-                left = pair(Op::subtract, std::move(left), remainder());
-            else
-                return left;
-        }
-    }
-    Node remainder()
-    {
-        Node left = wholePart();
-        while (takeWord(u"mod")) left = pair(Op::remainder, std::move(left), wholePart());
-        return left;
-    }
-    Node wholePart()
-    {
-        Node left = product();
-        while (takeMark(u"\\")) left = pair(Op::divideWhole, std::move(left), product());
-        return left;
-    }
-    Node product()
-    {
-        Node left = factor();
-        for (;;) {
-            if (takeMark(u"*"))
-                left = pair(Op::multiply, std::move(left), factor());
-            else if (takeMark(u"/"))
-                left = pair(Op::divide, std::move(left), factor());
-            else
-                return left;
+            const auto sign = std::ranges::find_if(levels[level], taken);
+            if (sign == levels[level].end()) return left;
+            left = pair(sign->op, std::move(left), operand(level + 1));
         }
     }
     Node factor()
