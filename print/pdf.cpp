@@ -1,10 +1,12 @@
 #include "print/pdf.h"
 
 #include "base/error.h"
+#include "print/face.h"
 #include <QBuffer>
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QTransform>
 
 using namespace Qt::StringLiterals;
 
@@ -25,16 +27,30 @@ void stamp(QByteArray& pdf, const QDateTime& created)
     if (text.size() <= room) pdf.replace(from + key.size(), room, text.leftJustified(room, ' '));
 }
 
+/// Narrowed letters are drawn through a narrowed painter: for a font that is narrow itself Qt's writer of PDFs sets,
+/// with the fonts of Windows, letters of full width into the narrow places, one over the other.
 void draw(QPainter& painter, const Page& page, const Layout& layout)
 {
+    const QTransform upright = painter.transform();
     // The font is handed over only when it changes: that is most of the time a page takes.
     std::size_t current = layout.fonts.size();
+    double narrowing = 1;
     for (const PlacedText& placed : page.texts) {
         if (placed.font != current) {
             current = placed.font;
-            painter.setFont(layout.fonts[current]);
+            QFont font = layout.fonts[current];
+            narrowing = font.stretch() == QFont::AnyStretch ? 1 : font.stretch() / double(fullWidth);
+            if (narrowing < 1) font.setStretch(QFont::AnyStretch);
+            painter.setFont(font);
         }
-        painter.drawText(QPointF(placed.x, placed.y + placed.baseline), placed.text);
+        const QPointF place(placed.x, placed.y + placed.baseline);
+        if (narrowing < 1) {
+            painter.setTransform(QTransform(upright).translate(place.x(), place.y()).scale(narrowing, 1));
+            painter.drawText(QPointF(), placed.text);
+            painter.setTransform(upright);
+        } else {
+            painter.drawText(place, placed.text);
+        }
     }
     painter.setPen(QPen(Qt::black, lineWidth, Qt::SolidLine, Qt::SquareCap));
     for (const PlacedLine& line : page.lines) painter.drawLine(QPointF(line.x1, line.y1), QPointF(line.x2, line.y2));
