@@ -45,6 +45,8 @@ PortFault faultOf(DWORD error)
     switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
+    case ERROR_DEVICE_NOT_CONNECTED: // pulled a moment ago: its name is taken back later
+    case ERROR_INVALID_FUNCTION:     // the name is there, and leads to no serial port
         return PortFault::absent;
     case ERROR_ACCESS_DENIED: // a port is opened by one program at a time
     case ERROR_SHARING_VIOLATION:
@@ -120,7 +122,7 @@ std::optional<PortFault> OverlappedPort::open(const std::string& name, const Por
     Parts opened;
     opened.port.reset(port);
     COMMTIMEOUTS never{}; // a read waits for its byte, however long
-    if (!::SetCommTimeouts(port, &never)) return PortFault::unavailable;
+    if (!::SetCommTimeouts(port, &never)) return faultOf(::GetLastError());
     if (!opened.set(settings)) return PortFault::refused;
     ::PurgeComm(port, PURGE_RXCLEAR | PURGE_TXCLEAR);
     opened.arrived.reset(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
