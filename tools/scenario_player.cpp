@@ -131,8 +131,8 @@ void Player::fail(const Command& command, const QString& fault)
 {
     if (failed_) return;
     failed_ = true;
-    std::fprintf(stderr, "%s:%d: %s %s: %s\n", qPrintable(command.file), command.line, qPrintable(command.word),
-                 qPrintable(command.arguments.join(u' ')), qPrintable(fault));
+    std::fprintf(stderr, "%s:%d: %s %s: %s\n", qUtf8Printable(command.file), command.line, qUtf8Printable(command.word),
+                 qUtf8Printable(command.arguments.join(u' ')), qUtf8Printable(fault));
 }
 
 void Player::perform(const Command& command)
