@@ -4,6 +4,7 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/store/empty_journal.h"
 #include "tests/support/columns.h"
+#include "tests/support/no_screen.h"
 #include "tools/pdf_text.h"
 #include <QHeaderView>
 #include <QPointingDevice>
@@ -74,7 +75,7 @@ class ReportPanel : public QObject {
     Q_OBJECT
 
 public:
-    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+    static void initMain() { leaveTheScreen(); }
 
 private slots:
     void initTestCase() { app::applyTheme(*qApp); }

@@ -8,6 +8,7 @@
 #include "tests/doors/fake_printer.h"
 #include "tests/doors/power_cut_disk.h"
 #include "tests/support/columns.h"
+#include "tests/support/no_screen.h"
 #include "tests/support/outcome.h"
 #include "tests/support/qt_files.h"
 #include "weights/verification.h"
@@ -164,7 +165,7 @@ class TestSlipRoad : public QObject {
 
 public:
     /// Text is measured without a screen.
-    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+    static void initMain() { leaveTheScreen(); }
 
 private slots:
     void init() { mill.emplace(); }

@@ -837,7 +837,7 @@ private:
 int main(int argc, char** argv)
 {
     // No window is looked at, and no window manager is in the way.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    leaveTheScreen();
     // Nor does the disk have to be waited for: what outlives a power cut is tested elsewhere.
     if (QDir(u"/dev/shm"_s).exists() && !qEnvironmentVariableIsSet("TMPDIR")) qputenv("TMPDIR", "/dev/shm");
     // A million touches take longer than a test's usual patience; ctest has its own.

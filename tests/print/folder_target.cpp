@@ -4,9 +4,7 @@
 
 #include "print/folder_target.h"
 #include <QDir>
-#include <csignal>
 #include <optional>
-#include <sys/resource.h>
 
 using print::FolderTarget;
 using print::Printer;
@@ -103,22 +101,6 @@ private slots:
         QCOMPARE(errorOf([&] { target->sendAndFinish(job, slip); }), base::errors::printer);
         QCOMPARE(content("0001.pdf"), "somebody else's");
         QCOMPARE(files(), QStringList{"0001.pdf"});
-    }
-
-    void aFullDiskLeavesNoHalfFile()
-    {
-        print::Document slip = document(*target);
-        slip.pdf = QByteArray(100000, 'x');
-        // Writing past the limit fails as on a full disk; its signal would end the process.
-        rlimit before{};
-        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-        const rlimit small{50000, before.rlim_max};
-        std::signal(SIGXFSZ, SIG_IGN);
-        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
-        const int error = errorOf([&] { target->submit(slip); });
-        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
-        QCOMPARE(error, base::errors::printer);
-        QCOMPARE(files(), QStringList());
     }
 
     void whatIsKnownOfAJobIsSaidAndNothingElse()

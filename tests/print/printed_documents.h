@@ -3,6 +3,7 @@
 #include "print/face.h"
 #include "print/printer.h"
 #include "tests/print/pdf_text.h"
+#include "tests/support/no_screen.h"
 #include <QGuiApplication>
 #include <QStringList>
 #include <QtTest>
@@ -11,7 +12,7 @@
 #define PRINT_TEST_MAIN(TestClass)                                                                                     \
     int main(int argc, char** argv)                                                                                    \
     {                                                                                                                  \
-        qputenv("QT_QPA_PLATFORM", "offscreen");                                                                       \
+        leaveTheScreen();                                                                                              \
         QGuiApplication application(argc, argv);                                                                       \
         TestClass test;                                                                                                \
         return QTest::qExec(&test, argc, argv);                                                                        \

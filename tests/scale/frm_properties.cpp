@@ -3,6 +3,7 @@
 #include "tests/doors/fake_comm_control.h"
 #include "tests/doors/fake_port.h"
 #include "tests/support/columns.h"
+#include "tests/support/no_screen.h"
 #include "tests/support/outcome.h"
 #include <QCheckBox>
 #include <QComboBox>
@@ -35,7 +36,7 @@ class FrmPropertiesTest : public QObject {
     Q_OBJECT
 
 public:
-    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+    static void initMain() { leaveTheScreen(); }
 
 private slots:
     void init()

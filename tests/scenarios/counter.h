@@ -40,6 +40,8 @@ public:
         environment.insert("LANG", "tr_TR.UTF-8");
         environment.insert("TMPDIR", temporary_.path());
         for (const char* other : {"LC_ALL", "LC_NUMERIC", "LC_TIME"}) environment.remove(other);
+        // Its output is read here, where nobody answers its questions.
+        environment.remove("PRESVA_SCENARIO_HOST");
         process->setProcessEnvironment(environment);
         process->start(PRESVA_SCENARIO, QStringList{file.fileName(), "--dir", folder_.path()} + options);
         return process->waitForStarted() ? std::move(process) : nullptr;

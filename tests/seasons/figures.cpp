@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <chrono>
 #include <cmath>
-#include <ctime>
 #include <map>
 #include <random>
 #include <set>
@@ -179,13 +179,15 @@ TEST(SeasonFigures, sevenDaysAreDaysOfTheCalendar)
     EXPECT_FALSE(yields[3]);
 }
 
-/// The C library's calendar, which has nothing to do with ours.
-std::tm calendarOf(double moment)
+/// By the library's calendar, which has nothing to do with ours.
+std::chrono::sys_seconds timeOf(double moment)
 {
-    const auto seconds = static_cast<std::time_t>(std::llround((moment - 25569) * 86400));
-    std::tm date{};
-    gmtime_r(&seconds, &date);
-    return date;
+    return std::chrono::sys_seconds(std::chrono::seconds(std::llround((moment - 25569) * 86400)));
+}
+
+std::chrono::sys_days mondayBefore(std::chrono::sys_days day)
+{
+    return day - (std::chrono::weekday(day) - std::chrono::Monday);
 }
 
 TEST(SeasonFigures, sumsAreThoseOfACountByHand)
@@ -206,20 +208,18 @@ TEST(SeasonFigures, sumsAreThoseOfACountByHand)
     for (std::size_t i = 0; i < names.size(); i += 2) kinds[names[i]] = i / 2 % 4;
     const Figures figures = figuresOf(pressings, 2025, kinds);
 
-    std::map<std::string, double> olivesOfDays;
-    std::map<std::string, double> feesOfWeeks;
-    std::map<int, std::uint64_t> hours;
+    std::map<std::chrono::sys_days, double> olivesOfDays;
+    std::map<std::chrono::sys_days, double> feesOfWeeks;
+    std::map<long, std::uint64_t> hours;
     std::map<std::u16string, double> oilOfCustomers;
     std::array<double, 4> containers{};
     double share = 0;
     for (const Pressing& each : pressings) {
-        const std::tm date = calendarOf(each.moment);
-        std::array<char, 32> text{};
-        std::strftime(text.data(), text.size(), "%d.%m.%Y", &date);
-        olivesOfDays[text.data()] += *each.olives;
-        std::strftime(text.data(), text.size(), "%G-%V", &date);
-        feesOfWeeks[text.data()] += *each.fee;
-        ++hours[date.tm_hour];
+        const std::chrono::sys_seconds time = timeOf(each.moment);
+        const auto day = std::chrono::floor<std::chrono::days>(time);
+        olivesOfDays[day] += *each.olives;
+        feesOfWeeks[mondayBefore(day)] += *each.fee;
+        ++hours[std::chrono::floor<std::chrono::hours>(time - day).count()];
         oilOfCustomers[std::u16string(each.customer)] += *each.oil;
         share += *each.share;
         const auto kind = kinds.find(std::u16string(each.customer));
@@ -231,10 +231,8 @@ TEST(SeasonFigures, sumsAreThoseOfACountByHand)
     EXPECT_EQ(figures.total.share, share);
     ASSERT_EQ(figures.days.size(), olivesOfDays.size());
     for (const DayAmounts& day : figures.days) {
-        const std::tm date = calendarOf(day.day);
-        std::array<char, 32> text{};
-        std::strftime(text.data(), text.size(), "%d.%m.%Y", &date);
-        EXPECT_EQ(day.amounts.olives, olivesOfDays[text.data()]) << text.data();
+        const auto date = std::chrono::floor<std::chrono::days>(timeOf(day.day));
+        EXPECT_EQ(day.amounts.olives, olivesOfDays[date]) << day.day;
     }
     const auto weeks = weeksOf(figures.days);
     ASSERT_EQ(weeks.size(), feesOfWeeks.size());

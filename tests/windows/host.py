@@ -7,6 +7,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 import tty
 
 
@@ -43,16 +44,19 @@ class Scale:
             os.write(self.ends[0], bytes.fromhex(bytes_as_hex))
 
 
-def text_of(pdf_as_hex):
-    text = subprocess.run(["pdftotext", "-layout", "-", "-"], input=bytes.fromhex(pdf_as_hex), capture_output=True,
-                          check=True).stdout
-    return text.hex()
+def said_of(question, pdf_as_hex):
+    """What a program of poppler's says of a document, which is FILE among its arguments."""
+    with tempfile.NamedTemporaryFile(suffix=".pdf") as file:
+        file.write(bytes.fromhex(pdf_as_hex))
+        file.flush()
+        words = [file.name if word == "FILE" else word for word in question.split(",")]
+        return subprocess.run(words, capture_output=True, check=True).stdout.hex()
 
 
 def run(under_wine, program, *arguments, environment=None):
     """The exit code; what the program says besides its questions is passed on."""
     scale = Scale(under_wine)
-    answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": text_of}
+    answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": said_of}
     running = subprocess.Popen([under_wine, program, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1"))
     try:
@@ -63,11 +67,12 @@ def run(under_wine, program, *arguments, environment=None):
                 continue
             question, *given = line.removeprefix("host: ").split(" ")
             answer = answers[question](*given)
-            running.stdin.write((answer or "done").encode() + b"\n")
+            running.stdin.write(("done" if answer is None else answer).encode() + b"\n")
             running.stdin.flush()
         return running.wait()
     finally:
-        scale.unplug()
+        if scale.ends:
+            scale.unplug()
 
 
 if __name__ == "__main__":
