@@ -75,6 +75,9 @@ bool CsvReader::readRecord(std::vector<CsvField>& record)
 {
     while (!emptyLinesCount_ && at_ < text_.size() && atLineEnd()) passLineEnd();
     if (at_ == text_.size()) return false;
+    // Programs of old systems end a text with this byte.
+    constexpr std::string_view endOfText = "\x1a";
+    if (source_ == nullptr && text_.substr(at_) == endOfText) return false;
     recordLine_ = line_;
     std::size_t count = 0;
     for (;;) {

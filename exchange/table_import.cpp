@@ -87,9 +87,8 @@ public:
     bool next()
     {
         if (!reader_.next(record_)) return false;
-        const bool empty = fields_ > 1 && std::ranges::all_of(record_, [](const CsvField& field) {
-                               return field.text.empty() && !field.quoted;
-                           });
+        const bool empty =
+            std::ranges::all_of(record_, [](const CsvField& field) { return field.text.empty() && !field.quoted; });
         emptySince_ = !empty ? 0 : emptySince_ == 0 ? number() : emptySince_;
         if (record_.size() != fields_)
             refuse(where() + std::to_string(record_.size()) +
@@ -114,10 +113,11 @@ private:
 };
 
 /// The line from which on there are no rows; 0 when all lines are. Lines of empty fields at the end are what a
-/// spreadsheet writes of a sheet's blank part, and what a table's last rows are that hold Nulls alone.
-std::size_t endOfRows(std::size_t emptySince, std::optional<bool> emptyRows)
+/// spreadsheet writes of a sheet's blank part, and what a table's last rows are that hold Nulls alone; in a table of
+/// one column they are rows unless it is said that they are none.
+std::size_t endOfRows(std::size_t emptySince, std::size_t fields, std::optional<bool> emptyRows)
 {
-    if (emptySince == 0 || emptyRows == true) return 0;
+    if (emptySince == 0 || emptyRows.value_or(fields == 1)) return 0;
     if (!emptyRows)
         refuse(files::said("CSV'nin ", "From line ") + std::to_string(emptySince) +
                files::said(". satırından sonuna kadar bütün alanlar boş; bunlar satır değilse --empty-lines skip, boş "
@@ -160,7 +160,7 @@ std::uint64_t importRows(jet::Database& database, const std::string& name, TextS
     while (seen.next())
         for (std::size_t i = 0; i < positions.size(); ++i)
             finder.see(seen.record()[i], table.columns()[positions[i]], seen.number());
-    const std::size_t end = endOfRows(seen.emptySince(), said.emptyRows);
+    const std::size_t end = endOfRows(seen.emptySince(), positions.size(), said.emptyRows);
     const WrittenStyle style = finder.style(said.decimalMark, said.dayFirst);
 
     jet::Transaction change(database.pager());

@@ -7,6 +7,7 @@
 #include "store/jet/format/limits.h"
 
 #include <charconv>
+#include <cmath>
 #include <optional>
 
 namespace query {
@@ -19,7 +20,7 @@ std::optional<double> wholeNumberOf(std::string_view text)
     while (text.ends_with(' ')) text.remove_suffix(1);
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) return std::nullopt;
     return number;
 }
 
@@ -99,7 +100,7 @@ double leadingNumberOf(std::string_view text)
     if (text.starts_with('+')) text.remove_prefix(1);
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() ? number : 0;
+    return error == std::errc() && std::isfinite(number) ? number : 0;
 }
 
 } // namespace query

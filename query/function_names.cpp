@@ -51,7 +51,7 @@ constexpr Function functions[] = {
     {"Round", "acc_round", Kind::plain, Type::number, 1, 2},
     {"Sgn", "acc_sgn", Kind::plain, Type::number},
     {"Sqr", "acc_sqr", Kind::plain, Type::number},
-    {"CInt", "acc_clng", Kind::plain, Type::number},
+    {"CInt", "acc_cint", Kind::plain, Type::number},
     {"CLng", "acc_clng", Kind::plain, Type::number},
     {"CDbl", "acc_cdbl", Kind::plain, Type::number},
     {"CSng", "acc_cdbl", Kind::plain, Type::number},

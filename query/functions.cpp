@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -33,7 +34,18 @@ void negate(Arguments& values) { values.giveNumber(-values.number(0)); }
 void absolute(Arguments& values) { values.giveNumber(std::abs(values.number(0))); }
 void integer(Arguments& values) { values.giveNumber(std::floor(values.number(0))); }
 void fix(Arguments& values) { values.giveNumber(std::trunc(values.number(0))); }
-void toLong(Arguments& values) { values.giveNumber(rounded(values.number(0))); }
+
+/// A whole number that a column of the type can hold.
+template <class Whole> void toWhole(Arguments& values)
+{
+    const double number = rounded(values.number(0));
+    using Limits = std::numeric_limits<Whole>;
+    if (!(number >= Limits::min() && number <= Limits::max()))
+        values.fail(files::said("CInt en çok 32767, CLng en çok 2147483647 olur",
+                                "CInt is 32767 at most, CLng is 2147483647 at most"));
+    values.giveNumber(number);
+}
+
 void toDouble(Arguments& values) { values.giveNumber(values.number(0)); }
 
 void signOf(Arguments& values)
@@ -230,12 +242,20 @@ int weekdayOf(jet::DateTime moment)
     return static_cast<int>(std::chrono::weekday{std::chrono::sys_days{day}}.c_encoding()) + 1;
 }
 
-void weekday(Arguments& values)
+/// The day that a week begins with, 1: Sunday, which it is unless an argument says another.
+int firstDay(Arguments& values, int argument)
 {
-    const double first = values.count() > 1 ? values.number(1) : 1;
-    const int day = weekdayOf({values.days(0)});
-    values.giveWhole(first >= 1 && first <= 7 ? (day - static_cast<int>(first) + 7) % 7 + 1 : day);
+    const double first = values.count() > argument ? values.number(argument) : 1;
+    if (first < 1 || first > 7)
+        values.fail(files::said("haftanın ilk günü 1 (Pazar) ile 7 (Cumartesi) arasında olmalı",
+                                "the first day of the week must lie between 1 (Sunday) and 7 (Saturday)"));
+    return static_cast<int>(rounded(first));
 }
+
+/// 1: the first day of the week.
+int dayOfWeek(jet::DateTime moment, int firstOfWeek) { return (weekdayOf(moment) - firstOfWeek + 7) % 7 + 1; }
+
+void weekday(Arguments& values) { values.giveWhole(dayOfWeek({values.days(0)}, firstDay(values, 1))); }
 
 void asMoment(Arguments& values) { values.giveMoment({values.days(0)}); }
 
@@ -246,15 +266,26 @@ void dayAlone(Arguments& values)
     values.giveMoment(momentOf(c).value_or(jet::DateTime{}));
 }
 
-int smallNumber(Arguments& values, int argument)
+/// Any that leads from one date of the calendar to another, were it one of seconds.
+std::int64_t countOfParts(Arguments& values, int argument)
 {
-    constexpr double limit = 1e6;
-    return static_cast<int>(std::clamp(rounded(values.number(argument)), -limit, limit));
+    constexpr double most = 4e11;
+    const double count = values.number(argument);
+    if (!(std::abs(count) <= most)) failBeyondCalendar();
+    return static_cast<std::int64_t>(rounded(count));
 }
 
-void calendarMoment(Arguments& values, const Calendar& calendar)
+int smallNumber(Arguments& values, int argument)
 {
-    if (const auto moment = momentOf(calendar))
+    constexpr std::int64_t most = 100'000'000;
+    const std::int64_t number = countOfParts(values, argument);
+    if (std::abs(number) > most) failBeyondCalendar();
+    return static_cast<int>(number);
+}
+
+void calendarMoment(Arguments& values, const Calendar& calendar, std::int64_t moreSeconds = 0)
+{
+    if (const auto moment = momentOf(calendar, moreSeconds))
         values.giveMoment(*moment);
     else
         failBeyondCalendar();
@@ -295,12 +326,14 @@ Interval intervalOf(Arguments& values, int argument)
 void addInterval(Arguments& values)
 {
     const Interval interval = intervalOf(values, 0);
-    const int count = smallNumber(values, 1);
+    const std::int64_t count = countOfParts(values, 1);
     Calendar c = calendarOf({values.days(2)});
-    const auto months = [&](int more) {
+    const auto months = [&](std::int64_t more) {
+        constexpr std::int64_t allMonths = 120'000;
+        if (std::abs(more) > allMonths) failBeyondCalendar();
         // Not beyond the month's last day: a month after 31 January is the last of February.
         const int day = c.day;
-        c.month += more;
+        c.month += static_cast<int>(more);
         Calendar last = c;
         last.month += 1;
         last.day = 0;
@@ -308,7 +341,8 @@ void addInterval(Arguments& values)
         if (!end) return failBeyondCalendar();
         c.day = std::min(day, calendarOf(*end).day);
     };
-    constexpr int perYear = 12, perQuarter = 3, perWeek = 7;
+    constexpr int perYear = 12, perQuarter = 3, perWeek = 7, perMinute = 60, perHour = 3600, perDay = 86'400;
+    std::int64_t seconds = 0;
     switch (interval) {
     case Interval::year:
         months(count * perYear);
@@ -320,21 +354,21 @@ void addInterval(Arguments& values)
         months(count);
         break;
     case Interval::week:
-        c.day += count * perWeek;
+        seconds = count * perWeek * perDay;
         break;
     case Interval::hour:
-        c.hour += count;
+        seconds = count * perHour;
         break;
     case Interval::minute:
-        c.minute += count;
+        seconds = count * perMinute;
         break;
     case Interval::second:
-        c.second += count;
+        seconds = count;
         break;
     default:
-        c.day += count;
+        seconds = count * perDay;
     }
-    calendarMoment(values, c);
+    calendarMoment(values, c, seconds);
 }
 
 /// How many borders of the interval lie between the two.
@@ -395,11 +429,13 @@ void partNamed(Arguments& values)
     case Interval::day:
         return values.giveWhole(c.day);
     case Interval::weekday:
-        return values.giveWhole(weekdayOf(moment));
+        return values.giveWhole(dayOfWeek(moment, firstDay(values, 2)));
     case Interval::week: {
-        // The week of the first of January is the first; weeks begin on Sundays.
+        if (values.count() > 3 && values.number(3) != 1)
+            values.fail(files::said("yılın ilk haftası yalnız 1 Ocak'ın haftası (1) olabilir",
+                                    "the first week of a year can only be that of 1 January (1)"));
         const auto first = momentOf(Calendar{.year = c.year, .month = 1, .day = 1}).value_or(moment);
-        return values.giveWhole((dayOfYear() + weekdayOf(first) - 2) / 7 + 1);
+        return values.giveWhole((dayOfYear() + dayOfWeek(first, firstDay(values, 2)) - 2) / 7 + 1);
     }
     case Interval::hour:
         return values.giveWhole(c.hour);
@@ -414,12 +450,12 @@ void formatted(Arguments& values)
 {
     const std::string pattern = jet::toUtf8(values.units(1));
     const bool english = settingOf(values).english;
-    if (values.isMoment(0))
-        values.giveText(jet::fromUtf8(formatMoment({values.days(0)}, pattern, english)));
-    else if (values.isNumeric(0))
-        values.giveText(jet::fromUtf8(formatNumber(values.number(0), pattern, english)));
-    else
+    if (!values.isMoment(0) && !values.isNumeric(0))
         values.giveText(values.units(0));
+    else if (isOfMoments(pattern))
+        values.giveText(jet::fromUtf8(formatMoment({values.days(0)}, pattern, english)));
+    else
+        values.giveText(jet::fromUtf8(formatNumber(values.number(0), pattern, english)));
 }
 
 void like(Arguments& values)
@@ -476,7 +512,8 @@ void addFunctions(sqlite3* database, const FunctionSetting& setting)
         {"acc_round", call<roundNumber>},
         {"acc_sgn", call<signOf>},
         {"acc_sqr", call<squareRoot>},
-        {"acc_clng", call<toLong>},
+        {"acc_clng", call<toWhole<std::int32_t>>},
+        {"acc_cint", call<toWhole<std::int16_t>>},
         {"acc_cdbl", call<toDouble>},
         {"acc_ccur", call<toCurrency>},
         {"acc_len", call<length>},

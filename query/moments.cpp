@@ -109,7 +109,7 @@ Calendar calendarOf(jet::DateTime moment)
             .second = time % 60};
 }
 
-std::optional<jet::DateTime> momentOf(const Calendar& calendar)
+std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t moreSeconds)
 {
     namespace chrono = std::chrono;
     const std::int64_t months = std::int64_t{calendar.year} * 12 + calendar.month - 1;
@@ -120,8 +120,11 @@ std::optional<jet::DateTime> momentOf(const Calendar& calendar)
     const std::int64_t seconds =
         std::int64_t{calendar.hour} * 3600 + std::int64_t{calendar.minute} * 60 + calendar.second;
     // Hours, minutes and seconds run over into the days.
-    const std::int64_t total = days * 86'400 + seconds;
-    const std::int64_t day = dayOf(total * 1000);
+    const std::int64_t total = days * 86'400 + seconds + moreSeconds;
+    const std::int64_t day = total >= 0 ? total / 86'400 : -((-total + 86'399) / 86'400);
+    if (day < static_cast<std::int64_t>(jet::limits::firstDay) ||
+        day >= static_cast<std::int64_t>(jet::limits::dayAfterLast))
+        return std::nullopt;
     const auto time = static_cast<int>(total - day * 86'400);
     const chrono::year_month_day date{dayZero + chrono::days{day}};
     return jet::dateTime(static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),

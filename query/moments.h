@@ -2,6 +2,7 @@
 
 #include "store/jet/values/value.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,8 +22,8 @@ struct Calendar {
 };
 Calendar calendarOf(jet::DateTime moment);
 /// Months and days may run over: month 13 is January of the next year, day 0 the last one of the month before.
-/// Nothing outside of the years 100 to 9999.
-std::optional<jet::DateTime> momentOf(const Calendar& calendar);
+/// `moreSeconds` are added. Nothing outside of the years 100 to 9999.
+std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t moreSeconds = 0);
 
 /// The text of what stands between two # in a query: month/day/year, or year-month-day, a time behind it or alone. A
 /// year of two digits is one of 1930 to 2029, as in Access. Nothing where it is no date.

@@ -77,6 +77,11 @@ public:
     void prepare(std::string_view sql)
     {
         translation_ = translate(sql, *this);
+        for (const auto& [name, text] : parameters_)
+            if (!asked_.contains(name))
+                throw files::Error(files::Fault::badValue,
+                                   files::said("Sorgu '", "The query asks for no parameter '") + name +
+                                       files::said("' adlı bir değer sormuyor; adı denetleyin.", "'; check the name."));
         sqlite3_stmt* made = nullptr;
         const int result = sqlite3_prepare_v2(connection_.get(), translation_.sql.c_str(),
                                               static_cast<int>(translation_.sql.size()), &made, nullptr);
@@ -129,8 +134,11 @@ private:
     }
     std::optional<std::string> parameter(const std::string& name) override
     {
-        for (const auto& [each, text] : parameters_)
-            if (same(each, name)) return text;
+        for (const auto& [each, text] : parameters_) {
+            if (!same(each, name)) continue;
+            asked_.insert(each);
+            return text;
+        }
         return std::nullopt;
     }
     void refuseOther(const std::string& name) override { exchange::refuseLinkedTable(database_, name); }
@@ -162,6 +170,7 @@ private:
 
     jet::Database& database_;
     const Parameters& parameters_;
+    std::set<std::string> asked_; ///< of the parameters
     const FunctionSetting setting_;
     Connection connection_;
     VirtualTables tables_;

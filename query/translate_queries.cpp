@@ -268,7 +268,12 @@ bool Translator::isColumnNumber() const
 std::string Translator::from(Scope& scope)
 {
     std::string tables = joined(scope);
-    while (takeMark(",")) tables += " CROSS JOIN " + joined(scope);
+    while (takeMark(",")) {
+        const std::string next = joined(scope);
+        // What is joined behind a comma is joined before it is combined with what stands in front.
+        const bool inBrackets = next.find(" RIGHT JOIN ") != next.npos;
+        tables += " CROSS JOIN " + (inBrackets ? "(" + next + ")" : next);
+    }
     return tables;
 }
 

@@ -7,6 +7,8 @@
 
 #include <xlsxwriter.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -26,6 +28,23 @@ std::string beginning(std::string_view text, std::size_t characters)
         if (begins && characters-- == 0) break;
     }
     return std::string(text.substr(0, end));
+}
+
+/// A text that a reader of the format would take for one of its letters by number ("_x0041_" for "A"), so that it reads
+/// the text itself.
+std::string asItStands(std::string_view text)
+{
+    constexpr std::size_t length = 7;
+    const auto isNumbered = [](std::string_view part) {
+        return part.size() == length && part.starts_with("_x") && part.back() == '_' &&
+               std::ranges::all_of(part.substr(2, 4), [](unsigned char c) { return std::isxdigit(c) != 0; });
+    };
+    std::string escaped;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (isNumbered(text.substr(at, length))) escaped += "_x005F";
+        escaped += text[at];
+    }
+    return escaped;
 }
 
 /// UTF-16 units, which is how the format counts letters.
@@ -159,7 +178,7 @@ bool Workbook::text(std::size_t column, const std::string& utf8)
     if (utf8.size() > longestText && lettersIn(utf8) > longestText) return false;
     State& s = *state_;
     lxw_worksheet* const sheet = s.at();
-    worksheet_write_string(sheet, s.row, static_cast<lxw_col_t>(column), utf8.c_str(), nullptr);
+    worksheet_write_string(sheet, s.row, static_cast<lxw_col_t>(column), asItStands(utf8).c_str(), nullptr);
     return true;
 }
 

@@ -60,7 +60,7 @@ TEST_P(NumberFormats, followThePatternAndTheLanguage)
 
 TEST(NumberFormat, keepsTheSignAndFillsUpWithZeros)
 {
-    ASSERT_EQ(query::formatNumber(-7.25, "000.0", false), "-007,2");
+    ASSERT_EQ(query::formatNumber(-7.25, "000.0", false), "-007,3");
     ASSERT_EQ(query::formatNumber(-0.001, "0.00", false), "0,00");
 }
 

@@ -98,6 +98,15 @@ TEST_F(ExportTables, aWorkbookHasRealNumbersAndDates)
                             "B3 b=0", "B4 b=0", "F4 n=-0.5", "G4 inlineStr=1899-12-30T06:00:00", "names ['Her_Tür']"));
 }
 
+TEST_F(ExportTables, aTextThatLooksLikeANumberedLetterStaysInAWorkbook)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = withEveryType();
+    jet::Database::open(platform::systemDisk(), file)->table(u"Her/Tür").insert({{0, u"_x0041_x0042_ _xyz"}});
+    ASSERT_EQ(run({"export", file, "Her/Tür", "--out", path("tablo.xlsx")}).code, 0);
+    ASSERT_THAT(cells(path("tablo.xlsx")), testing::Contains("A5 inlineStr=_x005F_x0041_x005F_x0042_ _xyz"));
+}
+
 TEST_F(ExportTables, aValueTooLongForACellIsToldAndTheRestWritten)
 {
     if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";

@@ -205,6 +205,35 @@ RowTable<QuestionRow> sqlQuestions()
          {"Select Format(Tarih,'dd.mm.yyyy') As G, Format(Nz(Zeytin,0),'#,##0.0') As Z From Hareket "
           "Where Yağ = 250 Or Zeytin Is Null",
           "G,Z|20.11.2025,\"1.250,0\"|15.01.2026,\"0,0\""}},
+        {"Format of moments",
+         {"Select Format(#11/20/2025 2:05:09 PM#,'hh:mm') As a, Format(#11/20/2025#,'d/m/yyyy \"ayı\"') As b, "
+          "Format(#11/20/2025 14:05#,'h:nn AM/PM') As c, Format(#11/20/2025 0:05#,'hh:nn am/pm') As d, "
+          "Format(#11/20/2025#,'Long Date') As e, Format(#11/20/2025#,'general date') As f, "
+          "Format(#11/20/2025 14:05#,'Short Time') As g, Format(45981,'dd.mm.yyyy') As h, "
+          "Format(#11/20/2025#,'0') As i, Format(#11/20/2025 14:05#,'mm hh mm') As j",
+          "a,b,c,d,e,f,g,h,i,j|14:05,20/11/2025 ayı,2:05 PM,12:05 am,20 Kasım 2025 Perşembe,20.11.2025,14:05,"
+          "20.11.2025,45981,11 14 05"}},
+        {"Format of numbers",
+         {"Select Format(2.5,'0') As a, Format(2.675,'0.00') As b, Format(-5,'0;(0)') As c, Format(0,'0;-0;\"yok\"') "
+          "As d, Format(12,'\"kg\" 0') As e, Format(-1,'Yes/No') As f, Format(0.125,'0.#%') As g, "
+          "Format(-0.4,'0') As h, Format(999.95,'#,##0.0') As i, Format(1234.5,'General Number') As j, "
+          "Format(3,'') As k, Format(1e20,'0') As l",
+          "a,b,c,d,e,f,g,h,i,j,k,l|3,\"2,68\",(5),yok,kg 12,Evet,\"12,5%\",0,\"1.000,0\",\"1234,5\",3,"
+          "100000000000000000000"}},
+        {"parts of weeks",
+         {"Select DatePart('w',#11/20/2025#,2) As a, DatePart('ww',#1/5/2025#) As b, DatePart('ww',#1/5/2025#,2) As c, "
+          "DatePart('ww',#1/6/2025#,2,1) As d, Weekday(#11/20/2025#,2) As e",
+          "a,b,c,d,e|4,2,1,2,4"}},
+        {"many seconds",
+         {"Select DateAdd('s',5000000,#1/1/2025#) As a, DateAdd('n',-1,#1/1/2025#) As b, "
+          "DateAdd('ww',1000,#1/1/2025#) As c, TimeSerial(0,0,5000000) As d",
+          "a,b,c,d|2025-02-27T20:53:20,2024-12-31T23:59:00,2044-03-02T00:00:00,1900-02-25T20:53:20"}},
+        {"the number that a text begins with",
+         {"Select Val('infaz') As a, Val('Nane') As b, Val(' 12 kg') As c", "a,b,c|0,0,12"}},
+        {"a right join behind a comma",
+         {"Select a.Unvan As x, b.Unvan As y, c.Unvan As z From Cari As a, Cari As b Right Join Cari As c On "
+          "b.Unvan = c.Unvan And b.Nakit = 20 Where a.Nakit = 20 Order By c.Unvan",
+          "x,y,z|Veli,,Ali Çelik|Veli,,Çetin|Veli,Veli,Veli"}},
         {"division by nothing", {"Select 1/0 As B, Unvan From Cari Where Nakit=20", "B,Unvan|,Veli"}},
         {"a table by its name alone", {"[Cari]", "Unvan,Yuzde,Kap,Nakit|Veli,10,,20|Ali Çelik,12.5,,10.5|Çetin,,,"}},
         {"an apostrophe", {"Select Unvan From Cari Where Unvan = 'O''Neill' Or Unvan = \"çetin\"", "Unvan|Çetin"}},
@@ -276,6 +305,15 @@ RowTable<RefusedRow> sqlRefusals()
         {"signs without end", {"Select " + std::string(50'000, '-') + "1", "çok iç içe"}},
         {"tables without end", {"Select 1 From " + std::string(50'000, '('), "çok iç içe"}},
         {"a day that no calendar has", {"Select Year(1e300) From Cari", "100 ile 9999"}},
+        {"a second that no calendar has", {"Select DateAdd('s',1e18,#1/1/2025#)", "100 ile 9999"}},
+        {"a month that no calendar has", {"Select DateSerial(2025,2000000000,1)", "100 ile 9999"}},
+        {"letters that Format does not know", {"Select Format(#11/20/2025#,'dd T')", "'T' parçası anlaşılmıyor"}},
+        {"a number's pattern of two shapes", {"Select Format(5,'000-00')", "'00' parçası anlaşılmıyor"}},
+        {"a name that Format does not know", {"Select Format(5,'Currency')", "parçası anlaşılmıyor"}},
+        {"another first week", {"Select DatePart('ww',#1/1/2025#,2,2)", "1 Ocak'ın haftası"}},
+        {"another first day", {"Select Weekday(#1/1/2025#,0)", "haftanın ilk günü"}},
+        {"a number too large for CInt", {"Select CInt(40000)", "en çok 32767"}},
+        {"a text that is infinite", {"Select 'inf'+1", "'inf' bir sayı"}},
         {"a sum that no calendar has", {"Select #11/20/2025#+2950000 From Cari", "100 ile 9999"}},
         {"nothing", {"", "select bekleniyor"}},
         {"the number of no column", {"Select Unvan From Cari Order By 9", "sütun sayısı 1"}},
@@ -527,8 +565,9 @@ TEST_F(SqlParameters, areWhatAQueryAsksFor)
     ASSERT_EQ(run({"sql", file_, "Update Cari Set Nakit = [Yeni] Where Unvan = 'Veli'", "--parameter", "Yeni=99"}).out,
               "1 satır değiştirildi.\n");
     // A field is asked for by nobody.
-    ASSERT_EQ(run({"sql", file_, "Select Unvan From Cari Where Nakit = 99", "--parameter", "Nakit=1"}).out,
-              "Unvan\r\nVeli\r\n");
+    const Outcome field = run({"sql", file_, "Select Unvan From Cari Where Nakit = 99", "--parameter", "Nakit=1"});
+    ASSERT_EQ(field.code, 1);
+    ASSERT_THAT(field.err, HasSubstr("'Nakit' adlı bir değer sormuyor"));
     for (const auto& [given, named] :
          std::vector<std::pair<Arguments, std::string>>{{{"--parameter", "Kim"}, "AD=DEĞER"},
                                                         {{"--parameter"}, "AD=DEĞER"},

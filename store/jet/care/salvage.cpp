@@ -22,7 +22,6 @@
 namespace jet {
 namespace {
 
-const std::filesystem::path inMemory = "salvage.mdb";
 constexpr PageCount smallestFile = 16;
 constexpr PageNo usualCatalogue = 2; ///< where every file known so far has it
 
@@ -36,8 +35,9 @@ bool isFatal(const Error& error) { return error.fault() == Fault::disk; }
 TableDefinition catalogueOfANewFile()
 {
     files::MemoryDisk disk;
-    Database::create(disk, inMemory, turkish, DateTime{});
-    Pager pager(disk, inMemory, Pager::Mode::readOnly);
+    const std::filesystem::path empty = "empty.mdb";
+    Database::create(disk, empty, turkish, DateTime{});
+    Pager pager(disk, empty, Pager::Mode::readOnly);
     return readTableDefinition(pager, readHeader(pager).catalogue);
 }
 
@@ -55,10 +55,10 @@ bool saysNumber(const Value& value, double& number)
 } // namespace
 
 Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Sentences& losses)
-    : losses_(losses), collation_(turkish)
+    : losses_(losses), inMemory_(file.filename()), collation_(turkish)
 {
     readFile(disk, file);
-    pager_ = std::make_unique<Pager>(memory_, inMemory, Pager::Mode::readWrite);
+    pager_ = std::make_unique<Pager>(memory_, inMemory_, Pager::Mode::readWrite);
     bool collationKnown = false;
     try {
         const Header header = readHeader(*pager_);
@@ -99,7 +99,7 @@ void Salvage::readFile(Disk& disk, const std::filesystem::path& file)
         throw Error(Fault::unsupported,
                     files::quotedPath(file) + " 2 GB sınırından büyük; bir Access veritabanı olamaz.");
     if (size % pageSize != 0) losses_.add("Dosyanın sonu eksik: " + std::to_string(size) + " bayt, son sayfası yarım.");
-    files::MemoryDisk::Content& content = memory_.content(inMemory);
+    files::MemoryDisk::Content& content = memory_.content(inMemory_);
     const std::uint64_t pages = std::max<std::uint64_t>((size + pageSize - 1) / pageSize, smallestFile);
     content.resize(static_cast<std::size_t>(pages * pageSize));
     constexpr std::size_t atOnce = 256 * pageSize;
@@ -132,7 +132,7 @@ void Salvage::readJournalBeside(Disk& disk, const std::filesystem::path& file)
     try {
         const auto journal = disk.open(name, Disk::Access::readOnly);
         if (!readJournal(*journal)) return;
-        files::MemoryDisk::Content& content = memory_.content(files::journalOf(inMemory));
+        files::MemoryDisk::Content& content = memory_.content(files::journalOf(inMemory_));
         content.resize(static_cast<std::size_t>(journal->size()));
         journal->read(0, content);
     } catch (const Error& error) {

@@ -59,6 +59,7 @@ private:
     RowPages pagesOf(const FoundTable& table, const std::string& title);
 
     Sentences& losses_;
+    std::filesystem::path inMemory_; ///< the file's own name: sentences name it
     files::MemoryDisk memory_;
     std::unique_ptr<Pager> pager_;
     Collation collation_;
