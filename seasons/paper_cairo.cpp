@@ -22,6 +22,7 @@ constexpr double gap = 12;                                        ///< between c
 constexpr double body = 8.5, small = 7.5, large = 13, title = 19; ///< letters
 constexpr double mostOfName = 200;                                ///< of a text column
 constexpr std::size_t mostRows = 1000;                            ///< of one table
+constexpr std::size_t unbroken = 30;                              ///< rows of a table that stays on one page
 
 struct Colour {
     double red, green, blue;
@@ -240,7 +241,9 @@ private:
             if (const auto* figure = std::get_if<double>(&section.rows[i][*barred]))
                 largest = std::max(largest, *figure);
 
-        if (!isRoomFor(8 * line)) finishPage();
+        // A title, its sentences and headings are some six lines, the sum two.
+        const std::size_t together = rows <= unbroken ? rows + 8 : 8;
+        if (!isRoomFor(static_cast<double>(together) * line)) finishPage();
         y_ += large + gap;
         letters(large, true, ink);
         write(margin, section.title);
@@ -262,7 +265,11 @@ private:
                 cairo_fill(cairo());
             }
         }
-        if (!isRoomFor(3 * line)) finishPage();
+        if (rows == section.rows.size() && section.sum.empty()) return;
+        if (!isRoomFor(3 * line)) {
+            finishPage();
+            headings(section);
+        }
         if (rows < section.rows.size()) {
             letters(body, false, soft);
             paragraph("ve " + std::to_string(section.rows.size() - rows) + " satır daha; toplamın içindedir");

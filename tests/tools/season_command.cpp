@@ -1,6 +1,7 @@
 #include "mill/names.h"
 #include "platform/system_disk.h"
 #include "seasons/paper.h"
+#include "seasons/texts.h"
 #include "sheets/workbook.h"
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
@@ -11,6 +12,8 @@
 #include "tests/support/text.h"
 
 #include <gmock/gmock.h>
+#include <regex>
+#include <sstream>
 
 namespace {
 
@@ -124,6 +127,42 @@ TEST_F(SeasonCommand, sameTablesBecomeAPdf)
     EXPECT_THAT(text, testing::ContainsRegex("20\\.11\\.2025 +2 +2\\.000 +450"));
     EXPECT_THAT(text, testing::ContainsRegex("Ayşe +1 +1\\.000 +250"));
     EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.pdf", "Yag.mdb"));
+}
+
+std::vector<std::string> partsOf(const std::string& text, char separator)
+{
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+    return parts;
+}
+
+/// Wherever the end of a page comes: headings stand above the rows of each page, and a short table is not broken.
+TEST_F(SeasonCommand, pagesOfAPdfBeginWithHeadings)
+{
+    if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
+    constexpr int listedFirst = 15;
+    const std::regex row("(\\d|Köylü|Toplam).*");
+    const std::string paper = folder() + "/Sezon.pdf";
+    int day = static_cast<int>(jet::dateTime(2025, 12, 1).value().days);
+    for (int attempt = 0; attempt < 12; ++attempt) {
+        std::string more = "Tarih,Zeytin,Yağ,CariHar\n";
+        for (int i = 0; i < 7; ++i, ++day) {
+            const std::string date = seasons::dayText(day);
+            more += date.substr(6) + "-" + date.substr(3, 2) + "-" + date.substr(0, 2) + "T10:00:00,1100," +
+                    std::to_string(150 + i) + ",Köylü " + std::to_string(day % 100) + "\n";
+        }
+        import("Hareket", more);
+        ASSERT_EQ(season({folder(), paper}).code, 0);
+        const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
+        for (const std::string& page : partsOf(text, '\f')) {
+            EXPECT_FALSE(std::regex_match(partsOf(page, '\n').front(), row)) << page;
+            const std::size_t title = page.find("En çok zeytin getiren");
+            if (title != std::string::npos && attempt > 2) {
+                EXPECT_GE(countOf("Köylü", page.substr(title)), listedFirst) << page;
+            }
+        }
+    }
 }
 
 TEST_F(SeasonCommand, counterMayBeAtWork)
