@@ -153,6 +153,10 @@ Certificate certificateFor(const std::string& address, const std::filesystem::pa
     // A client that has its connection negotiated again and again makes work for us alone.
     SSL_CTX_set_options(context.get(),
                         SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION | SSL_OP_CIPHER_SERVER_PREFERENCE);
+    // What is no word of a request ends a reading, too: who renews keys without an end would never be asked the time.
+    SSL_CTX_clear_mode(context.get(), SSL_MODE_AUTO_RETRY);
+    // What is resumed by tickets costs no memory here.
+    SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
     SSL_CTX_set_mode(context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
     return {std::move(context), fingerprintOf(pair.certificate.get())};
 }

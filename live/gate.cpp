@@ -13,14 +13,20 @@ void Gate::settle(Visitor& visitor, Time now) const
     visitor.since = now;
 }
 
-/// Forgets those who could begin anew with what they have now. False when there are none.
+bool Gate::isStranger(const Visitor& visitor, Time now)
+{
+    return !visitor.known || now - *visitor.known > std::chrono::hours(24);
+}
+
+/// Forgets strangers who could begin anew with what they have now. False when there are none.
 bool Gate::makeRoom(Time now)
 {
     const std::size_t before = visitors_.size();
     for (auto each = visitors_.begin(); each != visitors_.end();) {
         Visitor& visitor = each->second;
         settle(visitor, now);
-        each = visitor.connections == 0 && visitor.left >= limits_.atOnce ? visitors_.erase(each) : std::next(each);
+        const bool anew = visitor.connections == 0 && visitor.left >= limits_.atOnce && isStranger(visitor, now);
+        each = anew ? visitors_.erase(each) : std::next(each);
     }
     return visitors_.size() < before;
 }
@@ -32,14 +38,17 @@ std::unique_ptr<Gate::Visit> Gate::enter(const std::string& address)
     auto found = visitors_.find(address);
     if (found == visitors_.end()) {
         if (visitors_.size() >= limits_.addresses && !makeRoom(now)) return {};
-        found = visitors_.emplace(address, Visitor{0, limits_.atOnce, now}).first;
+        found = visitors_.emplace(address, Visitor{0, limits_.atOnce, now, {}}).first;
     }
     Visitor& visitor = found->second;
     settle(visitor, now);
+    const bool stranger = isStranger(visitor, now);
+    if (stranger && strangers_ >= limits_.strangers) return {};
     if (visitor.connections >= limits_.connections || visitor.left < 1) return {};
     visitor.left -= 1;
     ++visitor.connections;
-    return std::make_unique<Visit>(*this, address);
+    strangers_ += stranger ? 1 : 0;
+    return std::make_unique<Visit>(*this, address, stranger);
 }
 
 void Gate::wrong(const std::string& address)
@@ -51,12 +60,20 @@ void Gate::wrong(const std::string& address)
     found->second.left = std::max(found->second.left - limits_.wrongKey, -limits_.atOnce);
 }
 
-void Gate::leave(const std::string& address)
+void Gate::known(const std::string& address)
+{
+    const std::scoped_lock lock(mutex_);
+    const auto found = visitors_.find(address);
+    if (found != visitors_.end()) found->second.known = now_();
+}
+
+void Gate::leave(const std::string& address, bool stranger)
 {
     const std::scoped_lock lock(mutex_);
     --visitors_.at(address).connections;
+    strangers_ -= stranger ? 1 : 0;
 }
 
-Gate::Visit::~Visit() { gate_.leave(address_); }
+Gate::Visit::~Visit() { gate_.leave(address_, stranger_); }
 
 } // namespace live

@@ -13,8 +13,8 @@
 namespace live {
 namespace {
 
-constexpr std::size_t workers = 48;
-constexpr int waiting = 512; ///< connections that the system keeps for us; the library asks for five
+constexpr std::size_t forTheKnown = 32; ///< connections beside those of strangers
+constexpr int waiting = 512;            ///< connections that the system keeps for us; the library asks for five
 
 constexpr std::string_view cookieName = "__Host-presva";
 
@@ -51,7 +51,12 @@ public:
     Answers(Certificate certificate, Access& access, Look look, Limits limits, Bounds bounds)
         : certificate_(std::move(certificate)), access_(access), look_(std::move(look)), bounds_(bounds), gate_(limits)
     {
-        new_task_queue = [] { return new httplib::ThreadPool(workers); };
+        new_task_queue = [strangers = limits.strangers] { return new httplib::ThreadPool(strangers + forTheKnown); };
+        // With the library's own a second program of ours could listen at the same place, and each would get half.
+        set_socket_options([](socket_t socket) {
+            const int yes = 1;
+            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
         // Before the library looks for a body, which nobody reads here, or for files.
         set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             answer(request, response);
@@ -124,7 +129,10 @@ private:
         const std::string cookies = request.get_header_value("Cookie");
         const std::string_view key = keyIn(cookies);
         if (key.empty()) return false;
-        if (access_.knows(key)) return true;
+        if (access_.knows(key)) {
+            gate_.known(request.remote_addr);
+            return true;
+        }
         gate_.wrong(request.remote_addr);
         return false;
     }
@@ -179,5 +187,7 @@ Server::~Server()
 }
 
 int Server::port() const { return port_; }
+
+bool Server::listens() const { return answers_->is_running(); }
 
 } // namespace live

@@ -37,6 +37,8 @@ public:
     Server& operator=(const Server&) = delete;
 
     int port() const;
+    /// False when the system has taken the place away; nobody is answered any more then.
+    bool listens() const;
 
 private:
     class Answers;

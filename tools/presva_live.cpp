@@ -131,12 +131,13 @@ void writePage(files::Disk& disk, const std::filesystem::path& path, const std::
     part.publish();
 }
 
-/// Shows each invitation on the terminal and as a page, until it is told to stop.
+/// Shows each invitation on the terminal and as a page, until it is told to stop or nobody is answered any more.
 void showInvitations(files::Disk& disk, const Options& options, const std::filesystem::path& page, live::Access& access,
-                     const std::string& host, const std::string& fingerprint, const sigset_t& stopping)
+                     const live::Server& server, const std::string& fingerprint, const sigset_t& stopping)
 {
+    const std::string host = live::hostText(options.address, server.port());
     std::string last;
-    for (;;) {
+    while (server.listens()) {
         const std::string invitation = access.invitation();
         if (invitation != last) {
             last = invitation;
@@ -179,9 +180,11 @@ int serve(const Options& options)
     const std::string fingerprint = certificate.fingerprint;
     const live::Server server({options.address, options.port}, std::move(certificate), access,
                               [&board] { return board.shown(); });
-    showInvitations(disk, options, page, access, live::hostText(options.address, server.port()), fingerprint, stopping);
+    showInvitations(disk, options, page, access, server, fingerprint, stopping);
     writePage(disk, page, live::closedPage());
-    return 0;
+    if (server.listens()) return 0;
+    throw files::Error(files::Fault::disk, live::hostText(options.address, server.port()) +
+                                               " artık dinlenemiyor; programı yeniden başlatın.");
 }
 
 } // namespace

@@ -65,6 +65,37 @@ TEST_F(GateOfVisitors, wrongKeysAreDearButNotForEver)
     EXPECT_GT(tries, 0);
 }
 
+TEST_F(GateOfVisitors, strangersLeaveRoomForWhoIsKnownForADay)
+{
+    Gate gate = opened({.strangers = 12});
+    gate.enter("10.0.0.1");
+    gate.known("10.0.0.1");
+    std::vector<std::unique_ptr<Gate::Visit>> visits;
+    for (int i = 0; i < 12; ++i) visits.push_back(gate.enter("10.0.1." + std::to_string(i)));
+    EXPECT_TRUE(visits.back());
+    EXPECT_FALSE(gate.enter("10.0.2.1"));
+    EXPECT_EQ(visitsOf(gate, "10.0.0.1", 6), 6);
+    EXPECT_FALSE(gate.enter("10.0.2.1")); // who is known and leaves makes no room for strangers
+    visits.pop_back();
+    EXPECT_TRUE(gate.enter("10.0.2.1"));
+
+    visits.push_back(gate.enter("10.0.2.1"));
+    now_ += std::chrono::hours(25);
+    EXPECT_FALSE(gate.enter("10.0.0.1"));
+}
+
+TEST_F(GateOfVisitors, whoIsKnownIsNotForgottenForStrangers)
+{
+    Gate gate = opened({.addresses = 100});
+    gate.enter("10.0.0.1");
+    gate.known("10.0.0.1");
+    for (int hour = 0; hour < 23; ++hour, now_ += std::chrono::hours(1))
+        for (int i = 0; i < 200; ++i) gate.enter("10.1." + std::to_string(hour) + "." + std::to_string(i));
+    std::vector<std::unique_ptr<Gate::Visit>> visits;
+    for (int i = 0; i < 64; ++i) visits.push_back(gate.enter("10.2.0." + std::to_string(i)));
+    EXPECT_TRUE(gate.enter("10.0.0.1"));
+}
+
 TEST_F(GateOfVisitors, addressesAreForgottenAndNewOnesRefusedWhereThereIsNoRoom)
 {
     Gate gate = opened({.addresses = 100});

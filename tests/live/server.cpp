@@ -315,6 +315,18 @@ TEST_F(ServerOnTheNet, whoSpeaksOneLetterAtATimeIsSentAwayAllTheSame)
     EXPECT_EQ(look().status, 200);
 }
 
+TEST_F(ServerOnTheNet, whoRenewsKeysWithoutAnEndIsSentAway)
+{
+    start({}, shortBounds);
+    Connection connection(port());
+    ASSERT_TRUE(connection.isOpen());
+    const auto begun = steady_clock::now();
+    while (connection.renewKeys() && steady_clock::now() - begun < seconds(10)) {
+    }
+    EXPECT_LT(steady_clock::now() - begun, seconds(5));
+    EXPECT_EQ(look().status, 200);
+}
+
 TEST_F(ServerOnTheNet, whoReadsTooSlowlyIsSentAway)
 {
     start({}, shortBounds, 30'000'000);
@@ -330,6 +342,17 @@ TEST_F(ServerOnTheNet, aHundredWhoSayNothingKeepNobodyWaiting)
 {
     std::vector<std::unique_ptr<BareSocket>> silent;
     for (int i = 0; i < 100; ++i) silent.push_back(std::make_unique<BareSocket>(port(), "127.0.0.66"));
+    const auto begun = steady_clock::now();
+    EXPECT_EQ(look().status, 200);
+    EXPECT_LT(steady_clock::now() - begun, seconds(3)); // all of the silent have five seconds
+}
+
+TEST_F(ServerOnTheNet, aHundredAddressesThatSayNothingKeepNobodyWaitingWhoIsKnown)
+{
+    EXPECT_EQ(look().status, 200);
+    std::vector<std::unique_ptr<BareSocket>> silent;
+    for (int i = 0; i < 600; ++i)
+        silent.push_back(std::make_unique<BareSocket>(port(), "127.0.2." + std::to_string(1 + i % 100)));
     const auto begun = steady_clock::now();
     EXPECT_EQ(look().status, 200);
     EXPECT_LT(steady_clock::now() - begun, seconds(3)); // all of the silent have five seconds
@@ -379,6 +402,38 @@ TEST_F(ServerOnTheNet, aPlaceThatIsTakenIsSaid)
     } catch (const files::Error& error) {
         EXPECT_THAT(error.what(), HasSubstr("192.0.2.1:18443 dinlenemiyor"));
     }
+}
+
+TEST_F(ServerOnTheNet, aPlaceBelongsToOneServer)
+{
+    EXPECT_THROW(Server({"127.0.0.1", port()}, certificateFor("127.0.0.1", folder_.path(), now_), access_,
+                        [] { return std::make_shared<const Shown>(); }),
+                 files::Error);
+    EXPECT_EQ(look().status, 200);
+}
+
+/// The handle in this program that listens at a port.
+int listenerAt(int port)
+{
+    for (int handle = 3; handle < 1024; ++handle) {
+        sockaddr_in place{};
+        socklen_t size = sizeof place;
+        int listens = 0;
+        socklen_t length = sizeof listens;
+        if (getsockname(handle, reinterpret_cast<sockaddr*>(&place), &size) == 0 &&
+            getsockopt(handle, SOL_SOCKET, SO_ACCEPTCONN, &listens, &length) == 0 && listens != 0 &&
+            ntohs(place.sin_port) == port)
+            return handle;
+    }
+    throw std::runtime_error("nobody listens");
+}
+
+TEST_F(ServerOnTheNet, aServerWhosePlaceIsTakenAwayKnowsIt)
+{
+    EXPECT_TRUE(server_->listens());
+    shutdown(listenerAt(port()), SHUT_RDWR);
+    for (int i = 0; i < 100 && server_->listens(); ++i) std::this_thread::sleep_for(milliseconds(50));
+    EXPECT_FALSE(server_->listens());
 }
 
 /// PRESVA_LIVE_SECONDS makes it a long one; PRESVA_LIVE_PORT and PRESVA_LIVE_KEY have it ask a program that runs.

@@ -81,6 +81,13 @@ bool Connection::send(std::string_view bytes)
     return state_->open && SSL_write_ex(state_->ssl, bytes.data(), bytes.size(), &sent) == 1;
 }
 
+bool Connection::renewKeys()
+{
+    ERR_clear_error();
+    return state_->open && SSL_key_update(state_->ssl, SSL_KEY_UPDATE_NOT_REQUESTED) == 1 &&
+           SSL_do_handshake(state_->ssl) == 1;
+}
+
 std::string Connection::some()
 {
     std::array<char, 16384> piece{};

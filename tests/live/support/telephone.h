@@ -27,6 +27,8 @@ public:
     bool isOpen() const;
     /// False when the other side does not take it.
     bool send(std::string_view bytes);
+    /// Agrees on new keys, which carries no word of a request. False when the other side does not take it.
+    bool renewKeys();
     /// Everything up to the end of the connection.
     Answer answer(std::chrono::milliseconds patience = std::chrono::seconds(20));
     /// The bytes that come with one reading; empty at the end.
