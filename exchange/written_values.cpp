@@ -18,11 +18,6 @@ namespace {
 
 using jet::ColumnType;
 
-bool holdsWholeNumbers(ColumnType type)
-{
-    return type == ColumnType::byte || type == ColumnType::integer || type == ColumnType::longInteger;
-}
-
 /// A value of no length is one of the type's.
 bool holdsEmpty(ColumnType type)
 {
@@ -236,7 +231,7 @@ std::optional<bool> writtenBoolean(std::string_view text)
 
 } // namespace
 
-Hint numberHint(std::string_view text, bool wholeNumbers)
+Hint numberHint(std::string_view text)
 {
     constexpr std::size_t perGroup = 3;
     text = trimmed(text);
@@ -257,7 +252,7 @@ Hint numberHint(std::string_view text, bool wholeNumbers)
     const std::size_t ahead = before.find_first_of(".,");
     const std::size_t behind = text.size() - mark - 1;
     if (behind != perGroup || ahead == 0 || ahead > perGroup || before.front() == '0') return decimal;
-    return wholeNumbers ? thousands : Hint::either;
+    return Hint::either; // for whole numbers too: programs write 5 as 5.000
 }
 
 Hint dateHint(std::string_view text)
@@ -279,7 +274,7 @@ void StyleFinder::see(const CsvField& field, const jet::Column& column, std::siz
 {
     if (field.text.empty()) return;
     if (isNumber(column.type)) {
-        note(numbers_, numberHint(field.text, holdsWholeNumbers(column.type)), field.text, line);
+        note(numbers_, numberHint(field.text), field.text, line);
     } else if (column.type == ColumnType::dateTime) {
         note(dates_, dateHint(field.text), field.text, line);
         if (!machineDates_) {

@@ -29,7 +29,7 @@ enum class Hint {
     second,  ///< a decimal comma; the month before the day
     either,  ///< it reads in both, as different values: 1.234, 03/04/2025
 };
-Hint numberHint(std::string_view text, bool wholeNumbers);
+Hint numberHint(std::string_view text);
 Hint dateHint(std::string_view text);
 
 /// Learns the style of a file from its fields.

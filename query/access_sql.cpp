@@ -34,6 +34,21 @@ void Translator::end()
     if (word().kind != Word::Kind::end) fail(files::said("burada bitmesi gerekirdi", "it should end here"));
 }
 
+void Translator::requireTable(const Catalogue::Shape& table, const std::string& named, std::size_t at) const
+{
+    if (same(named, table.name)) return;
+    notUnderstood(sql_, at,
+                  "'" + named +
+                      files::said("' değiştirilen tablo değil; tablo: '", "' is not the table that is changed: '") +
+                      table.name + "'");
+}
+
+void Translator::refuseTwice(const std::vector<NamedType>& columns, const NamedType& column, std::size_t at) const
+{
+    if (std::ranges::find(columns, column.name, &NamedType::name) == columns.end()) return;
+    notUnderstood(sql_, at, "'" + column.name + files::said("' alanına iki değer verilmiş", "' gets two values"));
+}
+
 Catalogue::Shape Translator::tableToWrite()
 {
     const std::size_t at = word().at;
@@ -57,6 +72,7 @@ Translation Translator::insert()
             const std::size_t at = word().at;
             const std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
             const NamedType& column = columnOf(table, field, sql_, at);
+            refuseTwice(translation.columns, column, at);
             columns += (translation.columns.empty() ? " (" : ", ") + sqlName(column.name);
             translation.columns.push_back(column);
         } while (takeMark(","));
@@ -98,12 +114,18 @@ Translation Translator::update()
     Scope scope;
     scope.sources.push_back({table.name, table.columns});
     Translation translation{.kind = Translation::Kind::update, .sql = {}, .columns = {}};
+    std::vector<NamedType> changed;
     do {
         const std::size_t at = word().at;
         std::string field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
-        if (takeMark(".")) field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
+        if (takeMark(".")) {
+            requireTable(table, field, at);
+            field = name(files::said("alan adı bekleniyor", "the name of a field is expected"));
+        }
         expectMark("=");
         const NamedType& column = columnOf(table, field, sql_, at);
+        refuseTwice(changed, column, at);
+        changed.push_back(column);
         translation.sql +=
             (translation.sql.empty() ? "" : ", ") + sqlName(column.name) + " = " + valueOf(expression(scope));
     } while (takeMark(","));
@@ -115,9 +137,15 @@ Translation Translator::update()
 
 Translation Translator::erase()
 {
-    if (!takeMark("*") && word(1).isMark(".") && word(2).isMark("*")) at_ += 3;
+    const std::size_t at = word().at;
+    std::optional<std::string> named;
+    if (!takeMark("*") && word(1).isMark(".") && word(2).isMark("*")) {
+        named = name(files::said("tablo adı bekleniyor", "the name of a table is expected"));
+        at_ += 2;
+    }
     expect("from");
     const Catalogue::Shape table = tableToWrite();
+    if (named) requireTable(table, *named, at);
     Scope scope;
     scope.sources.push_back({table.name, table.columns});
     Translation translation{

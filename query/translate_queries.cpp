@@ -35,6 +35,9 @@ Selected Translator::query(const Scope* outer)
             notUnderstood(sql_, at,
                           files::said("Union ile birleşen sorguların sütun sayıları ayrı",
                                       "the queries of a Union have different numbers of columns"));
+        // Values of two types are compared and written as each of them is.
+        for (std::size_t i = 0; i < next.columns.size(); ++i)
+            if (next.columns[i].type != all.columns[i].type) all.columns[i].type = Type::unknown;
         all.sql += (keep ? " UNION ALL " : " UNION ") + next.sql;
     }
     if (!word().is("order")) return all;

@@ -129,6 +129,10 @@ private:
     Translation update();
     Translation erase();
     Catalogue::Shape tableToWrite();
+    /// What a statement names in front of its fields must be the table that it changes.
+    void requireTable(const Catalogue::Shape& table, const std::string& named, std::size_t at) const;
+    /// One of two values for a field would be lost.
+    void refuseTwice(const std::vector<NamedType>& columns, const NamedType& column, std::size_t at) const;
 
     std::string_view sql_;
     std::vector<Word> words_;

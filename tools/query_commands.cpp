@@ -35,6 +35,14 @@ constinit const char* const sqlHelp =
 
 namespace {
 
+/// A day as people write it. As an expression it would be a division or a difference.
+bool looksLikeADay(std::string_view text)
+{
+    const std::size_t mark = text.find_first_of("/-");
+    if (mark == text.npos || text.find_first_not_of("0123456789 :/-") != text.npos) return false;
+    return mark > 0 && std::ranges::count(text, text[mark]) == 2 && text.back() != text[mark];
+}
+
 /// Takes every --parameter NAME=VALUE out of the arguments.
 query::Parameters takeParameters(std::vector<std::string>& arguments)
 {
@@ -46,6 +54,10 @@ query::Parameters takeParameters(std::vector<std::string>& arguments)
         if (equals == 0 || equals == std::string::npos)
             misused(said("--parameter AD=DEĞER diye yazılır; yardım için: presva-mdb sql --help",
                          "--parameter is written NAME=VALUE; for help: presva-mdb sql --help"));
+        if (looksLikeADay(given.substr(equals + 1)))
+            misused("'" + given.substr(equals + 1) +
+                    said("' bir tarihse # arasında, ayı önde yazılır: #11/20/2025#.",
+                         "' must stand between # when it is a date, the month first: #11/20/2025#."));
         if (!parameters.emplace(given.substr(0, equals), given.substr(equals + 1)).second)
             misused("'" + given.substr(0, equals) + said("' iki kez verilmiş.", "' is given twice."));
         arguments.erase(at, at + 2);

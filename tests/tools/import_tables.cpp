@@ -205,6 +205,8 @@ TEST_F(ImportTypes, wholeNumbersMoneyAndYesOrNoAreReadByTheirColumns)
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     ASSERT_EQ(run({"export", file, "Tür"}).out,
               "Adet,Para,Var,Kesin\r\n1250,12.3456,true,0.125\r\n-7,1000,false,2\r\n,,false,\r\n");
+    const Outcome either = import(file, "Tür", "Adet\n5.000\n");
+    ASSERT_THAT(either.err, AllOf(HasSubstr("2. satırda '5.000'"), HasSubstr("--decimal")));
     const Outcome refused = import(file, "Tür", "Adet;Para\n1,5;2,5\n");
     ASSERT_THAT(refused.err, AllOf(HasSubstr("2. satırı"), HasSubstr("'Adet'"), HasSubstr("tam sayı")));
 }
