@@ -232,9 +232,9 @@ TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
     verifySound(file);
 }
 
+#ifndef _WIN32 // which has no file that takes nothing
 TEST_F(PresvaMdb, whatIsDoneIsSaidEvenWhereTheOutputTakesNothing)
 {
-    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
     const std::string file = created();
     writeFile(path("rows.csv"), "Unvan\nVeli\n");
     for (const Arguments& arguments : {Arguments{"sql", file, "Insert Into Cari (Unvan) Values ('Ali')"},
@@ -248,6 +248,7 @@ TEST_F(PresvaMdb, whatIsDoneIsSaidEvenWhereTheOutputTakesNothing)
     }
     ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,\r\nVeli,,,\r\n");
 }
+#endif
 
 /// The catalogue, open for objects that the tool itself never makes.
 class Catalogue {
