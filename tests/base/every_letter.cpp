@@ -66,8 +66,8 @@ private slots:
     void isTheSameOnEverySystem_data()
     {
         addColumns<std::function<QByteArray()>, QByteArray>("made", "digest");
-        const auto row = [](const char* name, std::function<QByteArray()> made, const char* digest) {
-            QTest::newRow(name) << std::move(made) << QByteArray(digest);
+        const auto row = [](const char* name, const std::function<QByteArray()>& made, const char* digest) {
+            QTest::newRow(name) << made << QByteArray(digest);
         };
         row(
             "capitals",
