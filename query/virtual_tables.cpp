@@ -191,17 +191,21 @@ struct VirtualTables::Shared {
 void VirtualTables::Shared::remember(std::size_t column, RowsByKey& into)
 {
     const jet::Column& wanted = table.columns()[column];
-    table.passRows(table.dataPages(), [&](jet::RowId id, const jet::RowView& row) {
-        if (row.isNull(column)) return true;
+    for (jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);;) {
+        if (!cursor.next()) {
+            cursor.requireEveryPage();
+            break;
+        }
+        const jet::RowView& row = cursor.row();
+        if (row.isNull(column)) continue;
         if (wanted.type == ColumnType::text) {
             row.text(column, lastText);
-            if (const auto hash = hashFor(wanted, lastText)) into.add(*hash, id);
+            if (const auto hash = hashFor(wanted, lastText)) into.add(*hash, cursor.id());
         } else if (auto number = row.number(column)) {
             if (wanted.type == ColumnType::singleFloat) number = shortestOf(static_cast<float>(*number));
-            into.add(hashOf(std::array{bitsOf(wanted, *number)}), id);
+            into.add(hashOf(std::array{bitsOf(wanted, *number)}), cursor.id());
         }
-        return true;
-    });
+    }
     into.close();
 }
 
@@ -428,7 +432,7 @@ struct VirtualTables::Hooks {
     {
         cursor.ended = true;
         if (cursor.walk) {
-            if (!cursor.walk->next()) return;
+            if (!cursor.walk->next()) return cursor.walk->requireEveryPage();
             cursor.id = cursor.walk->id();
             cursor.ended = false;
             return;

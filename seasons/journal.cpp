@@ -42,12 +42,17 @@ void walk(const jet::Table& table, std::uint64_t& damaged, const std::function<v
     jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
     for (;;) {
         try {
-            if (!cursor.next()) return;
+            if (!cursor.next()) break;
             visit(cursor.row());
         } catch (const jet::Error& error) {
             if (error.fault() != jet::Fault::damaged) throw;
             ++damaged;
         }
+    }
+    try {
+        cursor.requireEveryPage();
+    } catch (const jet::Error&) {
+        ++damaged;
     }
 }
 

@@ -255,9 +255,9 @@ Report describe(const Reading& reading, const std::string& source, double now)
         report.period = dayText(figures.days.front().day) + " – " + dayText(figures.days.back().day);
     report.source = source + ", " + momentText(now);
     if (reading.damaged > 0)
-        report.warnings.push_back(
-            whole(double(reading.damaged)) +
-            " satır okunamadı ve buradaki hiçbir sayıya girmedi. Dosyayı denetleyin: presva-mdb check");
+        report.warnings.push_back(whole(double(reading.damaged)) +
+                                  " yer (satır ya da sayfa) okunamadı ve buradaki hiçbir sayıya girmedi. Dosyayı "
+                                  "denetleyin: presva-mdb check");
     if (reading.undated > 0)
         report.warnings.push_back(whole(double(reading.undated)) +
                                   " sıkımın tarihi yok ya da takvimde olmayan bir gün; hiçbir sezona girmedi.");

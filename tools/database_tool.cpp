@@ -2,6 +2,7 @@
 #include "tools/language.h"
 
 #include "exchange/field_text.h"
+#include "exchange/table_export.h"
 #include "files/own_bug.h"
 #include "mill/tables.h"
 #include "query/saved_queries.h"
@@ -65,24 +66,17 @@ int create(files::Disk& disk, Arguments arguments)
     return 0;
 }
 
-/// Those that can be read: what the definition says may be wrong.
-std::uint64_t countRows(const jet::Table& table)
+/// Behind a count that may be too small.
+std::string doubtOf(const exchange::ExportLosses& lost)
 {
-    std::uint64_t rows = 0;
-    jet::RowCursor cursor(table, table.dataPages(), jet::PageUse::pass);
-    for (;;) {
-        try {
-            if (!cursor.next()) return rows;
-            ++rows;
-        } catch (const jet::Error& error) {
-            if (error.fault() != jet::Fault::damaged) throw;
-        }
-    }
+    return lost.places == 0 ? "" : said(", eksik olabilir: ", ", some may be missing: ") + lost.first;
 }
 
 void describe(Output& out, const jet::Table& table)
 {
-    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(countRows(table)) + said(" satır", " rows"));
+    exchange::ExportLosses lost;
+    const std::uint64_t rows = exchange::countRows(table, lost);
+    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(rows) + said(" satır", " rows") + doubtOf(lost));
     for (const jet::Column& column : table.columns())
         say(out, "    " + jet::toUtf8(column.name) + "  " + exchange::typeName(column) +
                      (column.required ? said(", zorunlu", ", required") : ""));
@@ -146,6 +140,9 @@ int info(files::Disk& disk, Arguments arguments)
                  said(", kod sayfası ", ", code page ") + std::to_string(database->codePage()));
     if (const char* const protection = protectionText(database->pager().protection()))
         say(out, said("Koruma: ", "Protection: ") + std::string(protection));
+    exchange::ExportLosses lost;
+    exchange::checkCatalogue(*database, lost);
+    if (lost.places > 0) say(out, said("Nesne listesi", "The list of objects") + doubtOf(lost));
     for (const std::u16string& name : database->tableNames()) {
         say(out, "");
         describe(out, database->table(name));

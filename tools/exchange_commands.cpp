@@ -75,6 +75,7 @@ std::vector<std::string> fileNames(const std::vector<std::u16string>& tables, Fo
 void exportAll(files::Disk& disk, jet::Database& database, Format format, const std::filesystem::path& folder,
                ExportLosses& losses)
 {
+    exchange::checkCatalogue(database, losses);
     const std::vector<std::u16string> tables = database.tableNames();
     const std::vector<std::string> names = fileNames(tables, format);
     disk.makeFolder(folder);
@@ -176,7 +177,10 @@ int writeSchema(files::Disk& disk, Arguments arguments)
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]), jet::Pager::Mode::readOnly);
     Output out(standardOutput);
     exchange::writeSchema(*database, dialect, out);
-    return 0;
+    out.flush();
+    ExportLosses losses;
+    exchange::checkCatalogue(*database, losses);
+    return toldLosses(losses);
 }
 
 } // namespace tools

@@ -136,7 +136,7 @@ TEST(SeasonPage, tellsWhatCouldNotBeCounted)
     of.damaged = 3;
     of.undated = 1200;
     const std::string html = pageOf(of);
-    EXPECT_THAT(html, HasSubstr("3 satır okunamadı"));
+    EXPECT_THAT(html, HasSubstr("3 yer (satır ya da sayfa) okunamadı"));
     EXPECT_THAT(html, HasSubstr("1.200 sıkımın tarihi yok"));
 }
 

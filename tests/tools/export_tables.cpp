@@ -1,6 +1,8 @@
 #include "platform/system_disk.h"
+#include "query/statement.h"
 #include "sheets/workbook.h"
 #include "store/jet/database/database.h"
+#include "store/jet/format/definition_layout.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/sort_key.h"
 #include "tests/jet/samples.h"
@@ -96,6 +98,53 @@ TEST_F(ExportTables, aWorkbookHasRealNumbersAndDates)
                             "I1 inlineStr1=Kesin", "A2 inlineStr=Şükrü \"Deli\"|\\ Ağa", "B2 b=1", "C2 n=-7",
                             "D2 n2=1234.56", "E2 n=0.1", "F2 n=1.25E+100", "G2 n3=45981.58680555555", "I2 n=12.345",
                             "B3 b=0", "B4 b=0", "F4 n=-0.5", "G4 inlineStr=1899-12-30T06:00:00", "names ['Her_Tür']"));
+}
+
+/// A page that the table's map names, but that says it is no table's: its rows are gone, and nothing may be silent
+/// about it.
+TEST_F(ExportTables, aLostPageOfRowsIsTold)
+{
+    const std::string file = created();
+    std::string lines = "Unvan\n";
+    for (int i = 0; i < 500; ++i) lines += "Ali\n";
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, lines).code, 0);
+    std::vector<std::uint8_t> bytes = bytesOfFile(file);
+    const auto page = [&] {
+        const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
+        return database->table(u"Cari").dataPages()->back();
+    }();
+    bytes[page.number() * jet::pageSize] = 0;
+    writeFile(file, bytes);
+
+    const std::string place = "sayfa " + std::to_string(page.number()) + ": tablonun haritasında";
+    const Outcome exported = run({"export", file, "Cari"});
+    ASSERT_EQ(exported.code, 1);
+    ASSERT_THAT(exported.err, HasSubstr(place));
+    ASSERT_THAT(run({"info", file}).out, testing::AllOf(HasSubstr(" satır, eksik olabilir: "), HasSubstr(place)));
+    if (query::available()) {
+        const Outcome counted = run({"sql", file, "Select Count(*) From Cari"});
+        ASSERT_EQ(counted.code, 1);
+        ASSERT_THAT(counted.err, HasSubstr(place));
+    }
+}
+
+/// The map has lost a page: only the definition still says how many rows there were.
+TEST_F(ExportTables, rowsThatTheDefinitionCountsAndNobodyFindsAreTold)
+{
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").code, 0);
+    std::vector<std::uint8_t> bytes = bytesOfFile(file);
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
+        const std::size_t definition = database->table(u"Cari").definitionPage().number() * jet::pageSize;
+        jet::definition_layout::head::rowCount.put(std::span(bytes).subspan(definition), 3);
+    }
+    writeFile(file, bytes);
+    const Outcome exported = run({"export", file, "Cari"});
+    ASSERT_EQ(exported.code, 1);
+    ASSERT_THAT(exported.err, HasSubstr("tanımında 3 satır yazılı, okunabilen 2 satır var"));
+    ASSERT_THAT(run({"info", file}).out, HasSubstr("Cari: 2 satır, eksik olabilir"));
+    ASSERT_EQ(run({"rescue", file, path("saved.mdb")}).code, 2);
 }
 
 TEST_F(ExportTables, aTextThatLooksLikeANumberedLetterStaysInAWorkbook)

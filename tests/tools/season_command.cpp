@@ -242,8 +242,8 @@ TEST_F(SeasonCommand, damagedRowsAreCountedAndTheRestIsShown)
     writeFile(database(), bytes);
     const Outcome outcome = season({folder(), page()});
     EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("1 satır okunamadı"));
-    EXPECT_THAT(textOfFile(page()), HasSubstr("1 satır okunamadı"));
+    EXPECT_THAT(outcome.out, HasSubstr("1 yer (satır ya da sayfa) okunamadı"));
+    EXPECT_THAT(textOfFile(page()), HasSubstr("1 yer (satır ya da sayfa) okunamadı"));
 }
 
 } // namespace

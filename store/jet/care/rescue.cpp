@@ -254,7 +254,7 @@ private:
     {
         for (std::size_t i = 0; i < result_.tables.size(); ++i) {
             const RescueResult::Table& table = result_.tables[i];
-            if (table.rows < table.promised && !losses_.list().empty())
+            if (table.rows < table.promised)
                 losses_.add(title(i) + ": tanımına göre " + std::to_string(table.promised) + " satırı olmalıydı, " +
                             std::to_string(table.rows) + " satır okunabildi.");
         }

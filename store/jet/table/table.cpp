@@ -214,13 +214,39 @@ RowCursor::RowCursor(const Table& table, PageList pages, PageUse use)
 {
 }
 
+struct RowCursor::Receiver : ThrowAtDamage {
+    explicit Receiver(RowCursor& ofCursor) : ThrowAtDamage(ofCursor.walk_.reader().pager()), cursor(ofCursor) {}
+    void foreignPage(PageNo page) const
+    {
+        if (cursor.foreignPage_ == 0) cursor.foreignPage_ = page;
+    }
+    RowCursor& cursor;
+};
+
 // Called for every row of every question: with all that it calls inside it takes 4 in 100 instructions fewer.
 [[gnu::flatten]] bool RowCursor::next()
 {
-    if (!walk_.next(ThrowAtDamage(walk_.reader().pager()))) return false;
+    if (!walk_.next(Receiver(*this))) return false;
+    ++rows_;
     row_.bytes_ = walk_.bytes();
     if (use_ == PageUse::pass) row_.longValues_ = &longValues_;
     return true;
+}
+
+void RowCursor::requireEveryPage() const
+{
+    if (foreignPage_ == 0) return;
+    throwDamaged(walk_.reader().pager(), foreignPage_, foreignPageClause);
+}
+
+void RowCursor::requireEveryRow() const
+{
+    requireEveryPage();
+    const Table& table = *row_.table_;
+    if (rows_ >= table.rowCount()) return;
+    throwDamaged(walk_.reader().pager(), table.definitionPage(),
+                 quotedName(table.name()) + " tablosunun tanımında " + std::to_string(table.rowCount()) +
+                     " satır yazılı, okunabilen " + std::to_string(rows_) + " satır var");
 }
 
 // ---- Table ----

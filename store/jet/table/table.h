@@ -74,9 +74,18 @@ public:
     bool next();
     RowId id() const { return walk_.head(); }
     const RowView& row() const { return row_; }
+    /// Behind the last row: throws damaged when a page of the table's map was not the table's, so that its rows were
+    /// passed over.
+    void requireEveryPage() const;
+    /// The same, and when the definition says that there are more rows.
+    void requireEveryRow() const;
 
 private:
+    struct Receiver;
+
     RowWalk walk_;
+    PageNo foreignPage_ = 0; ///< the first one; page 0 is no table's
+    std::uint64_t rows_ = 0;
     PassingBuffer longValues_;
     RowView row_;
     PageUse use_ = PageUse::keep;
