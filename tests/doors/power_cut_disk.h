@@ -21,7 +21,7 @@
 /// some point. Different seeds, different luck. A failed sync loses the cache for good, as on Linux.
 ///
 /// The lock files beside databases hold nothing that must outlive a stop, and a failure to write one is passed over:
-/// they are no changes of the medium here, and do not fail with others.
+/// they are no changes of the medium here, and fail by themselves (failingLockFiles), not with others.
 class PowerCutDisk final : public files::Disk {
 public:
     using Path = std::filesystem::path;
@@ -52,6 +52,7 @@ public:
     bool clockStands = false;            ///< no write shows in the stamp of a file
     files::Person self;                  ///< who works here
     bool noLockFiles = false;            ///< none can be made
+    std::set<int> failingLockFiles;      ///< numbers of the changes of lock files that fail, from 1
 
     PowerCutDisk() = default;
     /// With one file.
@@ -189,7 +190,10 @@ private:
 
     void change(const Path& path = {})
     {
-        if (isLockFile(path)) return;
+        if (isLockFile(path)) {
+            if (failingLockFiles.contains(++lockFileChanges_)) throw files::Error(files::Fault::disk, "disk hatası");
+            return;
+        }
         if (beforeEachChange) beforeEachChange();
         ++changes_;
         if (readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
@@ -326,5 +330,6 @@ private:
     Names durableNames_;
     std::vector<NameChange> pendingNames_;
     int changes_ = 0;
+    int lockFileChanges_ = 0;
     int syncs_ = 0;
 };

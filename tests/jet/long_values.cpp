@@ -1,3 +1,4 @@
+#include "platform/system_disk.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
@@ -9,9 +10,12 @@
 #include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
 #include "tests/support/table.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -120,6 +124,51 @@ TEST_F(LongValues, ofEveryLengthComeBack)
         expectSound();
         ASSERT_FALSE(HasFailure()) << length;
     }
+}
+
+/// PRESVA_LONGEST sets the length of the longest in bytes; the usual run stays at what a disk in memory holds easily.
+TEST_F(LongValues, growAndShrinkInStepsUpToTheLongest)
+{
+    constexpr std::size_t limit = at::lengthMask; // a gibibyte, but for one byte
+    const auto longest = std::min(limit, static_cast<std::size_t>(numberFromEnvironment("PRESVA_LONGEST", 20'000'000)));
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder / "uzun.mdb";
+    Database::create(platform::systemDisk(), path, turkish, rows::created);
+    Database::open(platform::systemDisk(), path)
+        ->createTable(u"Notlar", {{.name = u"Resim", .type = ColumnType::ole}}, {}, rows::created);
+    // The file is opened anew for each: what one value takes in memory is gone before the next.
+    const auto opened = [&] { return Database::open(platform::systemDisk(), path); };
+    const RowId row = opened()->table(u"Notlar").insert({{0, someBytes(1, 1)}});
+    const auto replaceAndRead = [&](std::size_t length, unsigned seed) {
+        {
+            std::vector<Assignment> fields(1);
+            fields[0].value = someBytes(length, seed);
+            const auto database = opened();
+            database->table(u"Notlar").update(row, std::span<const Assignment>(fields));
+        }
+        const auto database = opened();
+        const Value read = database->table(u"Notlar").row(row)->value(0);
+        ASSERT_EQ(std::get<Bytes>(read).size(), length);
+        std::mt19937 random(seed);
+        ASSERT_TRUE(std::ranges::all_of(std::get<Bytes>(read), [&](std::uint8_t byte) {
+            return byte == static_cast<std::uint8_t>(random());
+        })) << length;
+    };
+    unsigned seed = 1;
+    for (std::size_t length = 1; length < longest; length = length * 7 + 1) {
+        replaceAndRead(length, ++seed);
+        replaceAndRead(length / 3 + 1, ++seed);
+    }
+    replaceAndRead(longest, ++seed);
+    {
+        const CheckResult result = checkDatabase(*Database::open(platform::systemDisk(), path, Pager::Mode::readOnly));
+        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+    }
+    opened()->table(u"Notlar").erase(row);
+    const auto database = opened();
+    const std::size_t used = database->pager().pageCount() - mapPages(database->pager(), MapRef{0, 1}).size();
+    ASSERT_LT(used, 100U);
 }
 
 TEST_F(LongValues, ofManyPagesStandAsAccessWritesThem)

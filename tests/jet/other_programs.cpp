@@ -299,6 +299,28 @@ TEST_F(LockFile, thatIsDamagedAndHeldByNobodyIsTakenOver)
     }
 }
 
+TEST_F(LockFile, thatTheDiskDoesNotTakeKeepsNobodyFromTheFile)
+{
+    MixedWork::create(disk, "Dolu.mdb");
+    const PowerCutDisk::Image start = disk.content("Dolu.mdb");
+    for (int fault = 1; fault < 8; ++fault)
+        for (const std::size_t left : {0, 640}) { // what a crash left of one
+            PowerCutDisk failing(file, start);
+            if (left > 0) failing.put(lockFile, PowerCutDisk::Image(left, 0x41));
+            failing.failingLockFiles = {fault, fault + 1};
+            MixedWork work(3);
+            MixedWork::Rows rows;
+            {
+                const auto database = Database::open(failing, file);
+                work.insert(database->table(MixedWork::table), rows);
+            }
+            failing.failingLockFiles.clear();
+            const auto database = Database::open(failing, file);
+            ASSERT_TRUE(MixedWork::read(*database) == rows) << fault;
+            ASSERT_TRUE(checkDatabase(*database).ok()) << fault;
+        }
+}
+
 TEST_F(LockFile, namesTheSecondProgramOfOursTheFirst)
 {
     disk.self = {"SAYAC", "presva"};
