@@ -112,9 +112,12 @@ inline void relate(jet::Database& database, const Relationship& wanted)
 
 enum : std::size_t { number, parent, text, second };
 
-/// Tables alike: "No" AutoNumber and key, "Üst" and "Ad" and "Üst2", each with an index of its name, "ÜstÜst2" of two.
+/// An AutoNumber never changes; numbers that are given do.
+enum class Keys { counted, given };
+
+/// Tables alike: "No" is the key, "Üst" and "Ad" and "Üst2", each with an index of its name, "İki" of two.
 inline void createTables(files::Disk& disk, const std::filesystem::path& file,
-                         const std::vector<const char16_t*>& names)
+                         const std::vector<const char16_t*>& names, Keys keys = Keys::counted)
 {
     using namespace jet;
     Database::create(disk, file, turkish, DateTime{45000});
@@ -122,7 +125,7 @@ inline void createTables(files::Disk& disk, const std::filesystem::path& file,
     for (const char16_t* name : names) {
         std::vector<NewColumn> columns(4);
         columns[number] = {u"No", ColumnType::longInteger};
-        columns[number].autoNumber = true;
+        columns[number].autoNumber = keys == Keys::counted;
         columns[parent] = {u"Üst", ColumnType::longInteger};
         columns[text] = {u"Ad", ColumnType::text, 20};
         columns[second] = {u"Üst2", ColumnType::longInteger};

@@ -16,6 +16,8 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+#include <optional>
 #include <random>
 #include <set>
 
@@ -180,6 +182,13 @@ RowTable<RuleRow> ruleVerdicts()
     row(u"DateValue(\"20.11.2025\")=[Alan]", now, notUnderstood);
     row(u"#20.11.2025#", now, notUnderstood);
     row(u"True", true, allowed);
+    // The answer itself, or what the field must equal: nobody knows
+    row(u"True", 50.0, notUnderstood);
+    row(u"No", std::int32_t{0}, notUnderstood);
+    row(u"True Or False", text(u"x"), notUnderstood);
+    row(u"True", {}, allowed); // in both readings
+    row(u"=True", -1.0, allowed);
+    row(u"=True", 50.0, broken);
     row(u"Yes", false, broken);
     // Texts and numbers
     row(u">0", text(u"12"), notUnderstood);
@@ -351,7 +360,12 @@ TEST(RuleValue, isWhatTheExpressionSays)
     ASSERT_EQ(value(u"Date()+1"), Value(*dateTime(2025, 11, 21)));
     ASSERT_EQ(value(u"Null"), Value());
     ASSERT_EQ(value(u"12345678901.2345"), Value(12345678901.2345));
-    ASSERT_EQ(faultOf([&] { value(u"123456789012345.6789"); }), Fault::unsupported); // a double ends in ...6768
+    ASSERT_EQ(value(u"0.123456789012345"), Value(0.123456789012345));
+    // A double would end in ...6768.
+    ASSERT_EQ(value(u"-123456789012345.6789"), Value(Numeric{true, {0, 0, 287445236U, 2112454933U}, 4}));
+    ASSERT_EQ(value(u"1234567890123456789012345678"),
+              Value(Numeric{false, {0, 66926059U, 1836677777U, 3191403342U}, 0}));
+    ASSERT_EQ(faultOf([&] { value(u"12345678901234567890123456789"); }), Fault::unsupported);
     ASSERT_EQ(faultOf([&] { value(u"1" + std::u16string(2048, u' ')); }), Fault::unsupported);
     const Rule number(u"=100000", Rule::Kind::value, {u"Tablo", turkish});
     ASSERT_EQ(number.text({nullptr, {}, now}), Value(std::u16string(u"100000")));
@@ -469,6 +483,74 @@ TEST_F(RuledTable, aDefaultThatIsNotUnderstoodIsAskedForByName)
     table().insert({{0, std::int32_t{1}}});
 }
 
+struct DefaultRow {
+    NewColumn column;
+    const char16_t* text;
+    Value value;                ///< what is stored
+    std::optional<Fault> fault; ///< or why nothing is
+};
+class DefaultOfAColumn : public RuledTable, public testing::WithParamInterface<NamedRow<DefaultRow>> {};
+
+RowTable<DefaultRow> defaults()
+{
+    RowTable<DefaultRow> table;
+    const auto row = [&table](const char* name, ColumnType type, const char16_t* text, Value value,
+                              std::optional<Fault> fault = {}) {
+        table.push_back(
+            {name, {{.name = u"A", .type = type, .size = 10, .precision = 28, .scale = 4}, text, value, fault}});
+    };
+    row("a number in quotes", ColumnType::longInteger, u"\"5\"", std::int32_t{5});
+    row("a number below zero in quotes", ColumnType::doubleFloat, u"=\"-12\"", -12.0);
+    row("a number in quotes for money", ColumnType::currency, u"\"7\"", Currency{70000});
+    row("a fraction in quotes", ColumnType::doubleFloat, u"\"0.5\"", {}, Fault::unsupported); // 5 to some
+    row("a word in quotes", ColumnType::longInteger, u"\"yok\"", {}, Fault::unsupported);
+    row("a number in quotes for a text", ColumnType::text, u"\"5\"", std::u16string(u"5"));
+    row("money to the last digit", ColumnType::currency, u"123456789012345.6789", Currency{1234567890123456789});
+    row("money below zero", ColumnType::currency, u"=-123456789012345.6789", Currency{-1234567890123456789});
+    row("a decimal of 28 digits", ColumnType::numeric, u"123456789012345678901234.5678",
+        Numeric{false, {0, 66926059U, 1836677777U, 3191403342U}, 4});
+    row("more digits than any type has", ColumnType::numeric, u"12345678901234567890123456789", {}, Fault::unsupported);
+    row("too large for its column", ColumnType::byte, u"300", {}, Fault::badValue);
+    row("too long for its column", ColumnType::text, u"\"on bir harfli\"", {}, Fault::badValue);
+    row("a date in quotes", ColumnType::dateTime, u"\"1.1.2025\"", {}, Fault::badValue);
+    return table;
+}
+
+INSTANTIATE_TEST_SUITE_P(, DefaultOfAColumn, testing::ValuesIn(defaults()), RowName());
+
+TEST_P(DefaultOfAColumn, isStoredAsWhatItSaysOrNamedWithTheColumn)
+{
+    const auto& [column, text, value, fault] = GetParam().row;
+    make({column, {.name = u"B", .type = ColumnType::longInteger}}, {{{u"A", {{u"DefaultValue", text}}}}});
+    if (!fault) {
+        ASSERT_EQ(field(table().insert({}), 0), value);
+        return;
+    }
+    ASSERT_THAT(refusal({}, *fault),
+                testing::AllOf(HasSubstr("\"A\" alanının varsayılan değeri"), HasSubstr("alanın değerini verin")));
+    table().insert({{0, Value()}});
+}
+
+TEST_F(RuledTable, aRandomAutoNumberIsDrawnAndNeverCounted)
+{
+    make({{.name = u"No", .type = ColumnType::longInteger, .autoNumber = true},
+          {.name = u"A", .type = ColumnType::longInteger}},
+         {{{u"No", {{u"DefaultValue", u"GenUniqueID()"}}}}});
+    // The greatest number that there can be leaves no next one.
+    table().insert({{0, std::numeric_limits<std::int32_t>::max()}});
+    std::set<std::int32_t> numbers;
+    for (int i = 0; i < 200; ++i) numbers.insert(std::get<std::int32_t>(field(table().insert({}), 0)));
+    ASSERT_EQ(numbers.size(), 200U);
+    ASSERT_LT(*numbers.begin(), -1'000'000);
+    ASSERT_GT(*numbers.rbegin(), 1'000'000);
+    const auto check = [&] { return checkDatabase(*database); };
+    ASSERT_TRUE(check().ok());
+    ASSERT_THAT(check().warnings, testing::IsEmpty()); // there is no counter that lags behind
+    database.reset();
+    database = Database::open(disk, path);
+    ASSERT_FALSE(numbers.contains(std::get<std::int32_t>(field(table().insert({}), 0))));
+}
+
 TEST_F(RuledTable, anAutomaticGuidIsGivenOnce)
 {
     make({{.name = u"Kimlik", .type = ColumnType::guid, .autoNumber = true},
@@ -478,7 +560,11 @@ TEST_F(RuledTable, anAutomaticGuidIsGivenOnce)
     for (int i = 0; i < 200; ++i) seen.insert(std::get<Guid>(field(table().insert({{1, std::int32_t{i}}}), 0)).bytes);
     ASSERT_EQ(seen.size(), 200U);
     const Guid given{{1, 2, 3}};
-    ASSERT_EQ(field(table().insert({{0, given}}), 0), Value(given));
+    const RowId row = table().insert({{0, given}});
+    ASSERT_EQ(field(row, 0), Value(given));
+    table().update(row, {{0, given}, {1, std::int32_t{5}}});
+    ASSERT_EQ(faultOf([&] { table().update(row, {{0, Guid{{9}}}}); }), Fault::badValue);
+    ASSERT_EQ(field(row, 0), Value(given));
 }
 
 TEST_F(RuledTable, aNumberAsDefaultOfATextIsWrittenAsOne)

@@ -13,6 +13,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <set>
@@ -180,11 +181,24 @@ TEST(TableRules, autoNumbersRunOnFromTheHighest)
     fixture.table->erase(last);
     ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(12));
     ASSERT_EQ(fixture.field(fixture.table->insert({{0, 3}}), 0), Value(3));
-    const jet::RowId next = fixture.table->insert({});
-    ASSERT_EQ(fixture.field(next, 0), Value(13));
-    fixture.table->update(next, {{0, 20}});
-    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(21));
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(13));
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(14));
     ASSERT_EQ(fixture.faults(), "");
+}
+
+TEST(TableRules, anAutoNumberIsNeverChanged)
+{
+    Fixture fixture({{.name = u"No", .type = ColumnType::longInteger, .autoNumber = true},
+                     {.name = u"Ad", .type = ColumnType::text, .size = 10}});
+    const jet::RowId row = fixture.table->insert({});
+    const auto refusal = refusalOf([&] { fixture.table->update(row, {{0, 20}, {1, u"a"}}); });
+    ASSERT_EQ(refusal.fault, jet::Fault::badValue);
+    ASSERT_THAT(refusal.sentence, HasSubstr("\"No\" alanına bu değer yazılamaz: otomatik verilir"));
+    ASSERT_EQ(fixture.field(row, 1), Value());
+    // Whoever writes back a whole row changes nothing of it.
+    fixture.table->update(row, {{0, 1}, {1, u"b"}});
+    ASSERT_EQ(fixture.field(row, 1), Value(std::u16string(u"b")));
+    ASSERT_EQ(fixture.field(fixture.table->insert({}), 0), Value(2));
 }
 
 /// Whoever puts numbers in by hand may leave the counter behind them.

@@ -12,7 +12,9 @@
 #include "store/jet/values/names.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <utility>
 
 namespace jet {
 
@@ -30,7 +32,9 @@ public:
         report_.result().pages = pager_.pageCount();
         report_.attempt([&] { checkGlobalMaps(); });
         const auto tables = database_.allTables();
-        for (const auto& [name, definition] : tables) checkTable(pager_, name, definition, owners_, report_);
+        auto properties = propertiesByTable();
+        for (const auto& [name, definition] : tables)
+            checkTable(pager_, name, definition, std::move(properties[definition]), owners_, report_);
         report_.attempt([&] { checkCatalogue(); });
         report_.attempt([&] { checkProperties(); });
         report_.attempt([&] { checkRights(); });
@@ -55,6 +59,19 @@ private:
             report_.fault("1. sayfa: ikinci harita yok.");
         else if (!std::ranges::all_of(slotBytes(page, *second), [](std::uint8_t byte) { return byte == 0; }))
             report_.warning("1. sayfa: her dosyada boş duran ikinci haritada bitler var.");
+    }
+
+    /// By where the definitions begin; none where the list of objects cannot be read, which is said elsewhere.
+    std::map<PageNo, TableProperties> propertiesByTable()
+    {
+        std::map<PageNo, TableProperties> properties;
+        try {
+            for (const CatalogueEntry& entry : readCatalogue(database_.table(msysObjects)))
+                properties.emplace(entry.definition, propertiesOf(entry));
+        } catch (const Error& error) {
+            if (error.fault() == Fault::disk || error.fault() == Fault::inUse) throw;
+        }
+        return properties;
     }
 
     /// Every local table is listed once, under a name, with a definition of its own.

@@ -3,6 +3,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/care/report.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/rules/table_properties.h"
 
 #include <cstdint>
 #include <functional>
@@ -79,7 +80,8 @@ private:
 };
 
 /// Everything that belongs to one table.
-void checkTable(Pager& pager, const std::u16string& name, PageNo definition, PageOwners& owners, CheckReport& report);
+void checkTable(Pager& pager, const std::u16string& name, PageNo definition, TableProperties properties,
+                PageOwners& owners, CheckReport& report);
 
 /// What contradicts the format in the slots of a row page, as a Turkish clause; empty when it is sound.
 std::string rowPageFault(PageView page);

@@ -105,8 +105,9 @@ struct Leaves {
 
 class TableCheck {
 public:
-    TableCheck(Pager& pager, const std::u16string& name, PageNo definition, PageOwners& owners, CheckReport& report)
-        : pager_(pager), owners_(owners), report_(report), table_(pager, name, definition, {}),
+    TableCheck(Pager& pager, const std::u16string& name, PageNo definition, TableProperties properties,
+               PageOwners& owners, CheckReport& report)
+        : pager_(pager), owners_(owners), report_(report), table_(pager, name, definition, std::move(properties)),
           name_(quotedName(name) + " tablosu")
     {
         largest_.resize(columns().size());
@@ -293,7 +294,7 @@ private:
             break;
         }
         case ColumnType::longInteger:
-            if (what.autoNumber)
+            if (what.autoNumber && !what.randomNumber)
                 largest_[column] =
                     std::max(largest_[column].value_or(INT32_MIN), static_cast<std::int32_t>(getU32(bytes.data())));
             break;
@@ -488,7 +489,7 @@ private:
     std::vector<ExpectedEntries> expected_; ///< of each index
     PassingBuffer passing_;
     std::map<std::size_t, LongValues> longValues_;     ///< by column
-    std::vector<std::optional<std::int32_t>> largest_; ///< of AutoNumber columns
+    std::vector<std::optional<std::int32_t>> largest_; ///< of columns that are counted
 };
 
 } // namespace
@@ -506,9 +507,10 @@ std::string rowPageFault(PageView page)
     return {};
 }
 
-void checkTable(Pager& pager, const std::u16string& name, PageNo definition, PageOwners& owners, CheckReport& report)
+void checkTable(Pager& pager, const std::u16string& name, PageNo definition, TableProperties properties,
+                PageOwners& owners, CheckReport& report)
 {
-    report.attempt([&] { TableCheck(pager, name, definition, owners, report).run(); });
+    report.attempt([&] { TableCheck(pager, name, definition, std::move(properties), owners, report).run(); });
 }
 
 } // namespace jet

@@ -21,6 +21,7 @@ struct Column {
     bool fixed = false;              ///< storage class: decided by the column's flag, never by its type
     bool autoNumber = false;         ///< Long only
     bool autoGuid = false;           ///< GUID only
+    bool randomNumber = false;       ///< of an AutoNumber, by the table's properties: drawn, not counted
     bool compressible = false;       ///< text may be stored compressed
     bool required = false;           ///< by the table's properties
     bool emptyTextAllowed = true;    ///< by the table's properties

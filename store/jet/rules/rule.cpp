@@ -22,7 +22,9 @@ bool Rule::allows(const RuleSubject& subject) const
     throwNotUnderstood("sonucu doğru ya da yanlış değil");
 }
 
-Value Rule::value(const RuleSubject& subject) const
+namespace {
+
+Value valueOf(const Operand& outcome)
 {
     struct Given {
         Value operator()(Null) const { return {}; }
@@ -32,7 +34,18 @@ Value Rule::value(const RuleSubject& subject) const
         Value operator()(const std::u16string& text) const { return text; }
         Value operator()(Opaque) const { throwNotUnderstood("sonucu yazılabilecek bir değer değil"); }
     };
-    return std::visit(Given{}, evaluate(*root_, {subject, order_}));
+    return std::visit(Given{}, outcome);
+}
+
+} // namespace
+
+Value Rule::value(const RuleSubject& subject) const { return valueOf(evaluate(*root_, {subject, order_})); }
+
+Value Rule::number(const RuleSubject& subject) const
+{
+    const Operand outcome = evaluate(*root_, {subject, order_});
+    const bool isText = std::holds_alternative<std::u16string>(outcome);
+    return isText ? numberOf(outcome).toWrite() : valueOf(outcome);
 }
 
 Value Rule::text(const RuleSubject& subject) const

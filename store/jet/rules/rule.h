@@ -34,8 +34,8 @@ struct RuleSubject {
 /// to it". Texts compare without letter case. What is compared with Null is unknown.
 ///
 /// What Access would answer is said or nothing is: And, Or and Not tie conditions and never numbers (Access ties these
-/// bit by bit), texts are not compared with numbers, numbers and texts not beyond what is certain of them
-/// (rule_number.h, rule_texts.h).
+/// bit by bit), texts are not compared with numbers, True and False standing alone not with what is no Yes/No, numbers
+/// and texts not beyond what is certain of them (rule_number.h, rule_texts.h).
 class Rule {
 public:
     enum class Kind {
@@ -50,10 +50,12 @@ public:
 
     /// False when the rule is broken; an unknown outcome breaks no rule. Throws unsupported.
     bool allows(const RuleSubject& subject) const;
-    /// Null, bool, double, DateTime or text. Throws unsupported.
+    /// Null, bool, double, Numeric, DateTime or text. Throws unsupported.
     Value value(const RuleSubject& subject) const;
     /// The same for a text field: Null or text.
     Value text(const RuleSubject& subject) const;
+    /// The same for a field of numbers: no text, but the whole number that one writes.
+    Value number(const RuleSubject& subject) const;
 
     struct Node;
 

@@ -35,7 +35,8 @@ struct Rule::Node {
         in,      ///< the first part among the others
         like,
         isNull,
-        join, ///< &
+        meant, ///< the first part, which is own, equals the second: a value that stands alone
+        join,  ///< &
         add,
         subtract,
         multiply,

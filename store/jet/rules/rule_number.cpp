@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace jet {
@@ -22,6 +23,12 @@ constexpr double unitOfCurrency = 1e-4;
 constexpr double partOfDouble = 1e-12;
 constexpr double partOfSingle = 1e-6;
 constexpr double firstOf16Digits = 1e15;
+/// Powers of ten and whole numbers that a double holds exactly.
+constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                  1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr Wide wholeInDouble = Wide{1} << 53;
+/// No type has more digits than 28.
+constexpr Wide firstOf29Digits = Wide{10'000'000'000'000'000} * 1'000'000'000'000;
 
 std::optional<Wide> times(Wide a, Wide b)
 {
@@ -47,18 +54,27 @@ RuleNumber::RuleNumber(Wide digits, unsigned scale, double slack) : digits_(digi
         digits_ /= 10;
         --scale_;
     }
+    if (scale_ < std::size(powersOfTen) && digits_ < wholeInDouble && digits_ > -wholeInDouble) {
+        // Both are exact, so the quotient is the nearest double.
+        value_ = static_cast<double>(digits_) / powersOfTen[scale_];
+        return;
+    }
     long double value = static_cast<long double>(digits_);
     long double unit = 1;
     for (unsigned i = 0; i < scale_; ++i) unit *= 10;
     value_ = static_cast<double>(value / unit);
 }
 
-double RuleNumber::toWrite() const
+Value RuleNumber::toWrite() const
 {
-    const auto most = static_cast<Wide>(firstOf16Digits);
-    if (origin_ == Origin::decimal && (digits_ >= most || digits_ <= -most))
-        throwNotUnderstood("on beş haneden uzun sayı");
-    return value_;
+    const Wide digits = digits_ < 0 ? -digits_ : digits_;
+    if (origin_ != Origin::decimal || digits < static_cast<Wide>(firstOf16Digits)) return value_;
+    Numeric exact{.negative = digits_ < 0, .magnitude = {}, .scale = static_cast<std::uint8_t>(scale_)};
+    Wide rest = digits;
+    for (std::size_t word = exact.magnitude.size(); word > 0; rest >>= 32)
+        exact.magnitude[--word] = static_cast<std::uint32_t>(rest);
+    if (scale_ > mostDecimals || slack_ != 0 || digits >= firstOf29Digits) throwNotUnderstood("çok uzun bir sayı");
+    return exact;
 }
 
 RuleNumber RuleNumber::of(Currency money) { return {Wide{money.tenThousandths}, decimalsOfCurrency, 0}; }

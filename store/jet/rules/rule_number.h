@@ -30,7 +30,7 @@ public:
     static std::optional<RuleNumber> written(std::string_view digits);
 
     double value() const { return value_; }
-    double toWrite() const; ///< throws where a double would lose a digit of it
+    Value toWrite() const; ///< a double, or a Numeric where a double would lose a digit of it
     bool isZero() const { return std::is_eq(*this <=> whole(0)); }
     std::optional<std::int64_t> asWhole() const; ///< of a whole number of at most 15 digits
     std::string text() const;                    ///< of such a one; throws for others

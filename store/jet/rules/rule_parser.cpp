@@ -272,7 +272,7 @@ private:
             return node;
         }
         const bool isQuestion = node.op == Op::call && (node.name == u"isnull" || node.name == u"iif");
-        if ((node.op >= Op::equal && node.op <= Op::isNull) || isQuestion || speaksOfFields(node)) return node;
+        if ((node.op >= Op::equal && node.op <= Op::meant) || isQuestion || speaksOfFields(node)) return node;
         Node own;
         own.op = Op::own;
         if (node.op == Op::value && jet::isNull(node.content)) { // "Not Null" asks for a value
@@ -280,7 +280,7 @@ private:
             parts.push_back(std::move(own));
             return Parser::node(Op::isNull, std::move(parts));
         }
-        return pair(Op::equal, std::move(own), std::move(node));
+        return pair(Op::meant, std::move(own), std::move(node));
     }
 
     Node testOf(Node left)

@@ -91,6 +91,15 @@ Operand comparison(Op op, const Operand& left, const Operand& right, const RuleQ
     }
 }
 
+/// True and False alone may be meant as the answer itself: beside a field that is no Yes/No nobody knows.
+Operand isMeant(const Operand& own, const Operand& value, const RuleQuestion& question)
+{
+    const auto isFlag = [](const Operand& each) { return std::holds_alternative<bool>(each); };
+    if (isFlag(value) && !isFlag(own) && !isNull(own))
+        throwNotUnderstood("evet/hayır tek başına bu türden bir alanla karşılaştırılamaz");
+    return comparison(Op::equal, own, value, question);
+}
+
 /// The two ends may stand in any order; an end that is Null leaves everything unknown.
 Operand isBetween(const Operand& middle, const Operand& one, const Operand& other, const RuleQuestion& question)
 {
@@ -222,6 +231,8 @@ Operand evaluate(const Node& node, const RuleQuestion& question)
         return isLiked(part(0), part(1), question);
     case Op::isNull:
         return isNull(part(0));
+    case Op::meant:
+        return isMeant(part(0), part(1), question);
     case Op::join:
         return joined(part(0), part(1));
     case Op::negate: {

@@ -81,6 +81,7 @@ TableRules::TableRules(const TableProperties& properties, std::vector<Column>& c
         column.required = column.required || each.required;
         column.emptyTextAllowed = each.emptyTextAllowed;
         if (column.type == ColumnType::guid && sameName(each.defaultValue, u"GenGUID()")) column.autoGuid = true;
+        if (column.autoNumber && sameName(each.defaultValue, u"GenUniqueID()")) column.randomNumber = true;
         OfColumn rules{*place, read(each.rule, each.ruleText, Rule::Kind::condition, home), std::nullopt};
         // An automatic number has none, whatever stands there.
         if (!column.autoNumber && !column.autoGuid)
@@ -95,10 +96,12 @@ void TableRules::fillIn(std::vector<Value>& row, const std::vector<bool>& given,
     for (const OfColumn& each : columns_) {
         if (!each.defaultValue || given[each.column]) continue;
         const Column& column = columns[each.column];
+        const auto itsDefault = [&] {
+            return quotedName(table) + " tablosunun " + quotedName(column.name) + " alanının varsayılan değeri " +
+                   inQuotes(each.defaultValue->text);
+        };
         const auto fail = [&](const std::string& why) {
-            throw Error(Fault::unsupported, quotedName(table) + " tablosunun " + quotedName(column.name) +
-                                                " alanının varsayılan değeri " + inQuotes(each.defaultValue->text) +
-                                                " anlaşılamadı (" + why + "); alanın değerini verin.");
+            throw Error(Fault::unsupported, itsDefault() + " anlaşılamadı (" + why + "); alanın değerini verin.");
         };
         if (const auto* why = std::get_if<std::string>(&each.defaultValue->rule)) fail(*why);
         Value value;
@@ -106,11 +109,15 @@ void TableRules::fillIn(std::vector<Value>& row, const std::vector<bool>& given,
             const Rule& rule = std::get<Rule>(each.defaultValue->rule);
             const RuleSubject nobody{nullptr, {}, wallClock()};
             const bool isText = column.type == ColumnType::text || column.type == ColumnType::memo;
-            value = isText ? rule.text(nobody) : rule.value(nobody);
+            value = isText ? rule.text(nobody) : isNumber(column.type) ? rule.number(nobody) : rule.value(nobody);
         } catch (const Error& error) {
             fail(error.what());
         }
-        row[each.column] = convertValue(value, column, table);
+        try {
+            row[each.column] = convertValue(value, column, table);
+        } catch (const Error& error) {
+            throw Error(error.fault(), itsDefault() + " yazılamıyor; alanın değerini verin. " + error.what());
+        }
     }
 }
 

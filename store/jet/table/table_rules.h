@@ -20,8 +20,9 @@ std::optional<std::string> unknownRules(const TableProperties& properties, const
 class TableRules {
 public:
     TableRules() = default;
-    /// Marks in `columns` what they say of them (Column::required and emptyTextAllowed) and keeps the rest. A rule that
-    /// is not understood is kept with its reason: it refuses the writes that it would decide.
+    /// Marks in `columns` what they say of them (Column::required, emptyTextAllowed, autoGuid and randomNumber) and
+    /// keeps the rest. A rule that is not understood is kept with its reason: it refuses the writes that it would
+    /// decide.
     TableRules(const TableProperties& properties, std::vector<Column>& columns, const std::u16string& table);
 
     /// There is nothing to fill in or to check.

@@ -106,7 +106,7 @@ private:
         }
         for (const Index& index : definition.indexes) expected_.emplace_back(table_, index, KeyUse::compare);
         for (std::size_t i = 0; i < definition.columns.size(); ++i)
-            if (definition.columns[i].autoNumber) autoNumbers_.push_back(i);
+            if (definition.columns[i].autoNumber && !definition.columns[i].randomNumber) autoNumbers_.push_back(i);
         forEachRowOrThrow(table_, [&](RowId head, std::span<const std::uint8_t> row) { checkRow(head, row); });
         refuseTwice(longValues_, "iki uzun alan aynı yeri paylaşıyor");
         table_.countIsStale = definition_layout::head::rowCount.get(pager_.read(definition.page)) != rows_;
@@ -225,7 +225,7 @@ private:
     std::vector<bool> owned_; ///< by page: a data page of the table
     std::uint64_t rows_ = 0;
     std::vector<ExpectedEntries> expected_; ///< of each index
-    std::vector<std::size_t> autoNumbers_;  ///< positions of the AutoNumber columns
+    std::vector<std::size_t> autoNumbers_;  ///< positions of the columns that are counted
     std::vector<RowId> longValues_;         ///< every part of the values outside their rows
     PassingBuffer passing_;
     std::vector<PageNo> indexPages_;

@@ -56,6 +56,11 @@ struct EntryChange {
                 quotedName(table.name) + " tablosunun " + quotedName(column.name) + " alanı boş bırakılamaz.");
 }
 
+[[noreturn]] void throwAutomatic(const Table::State& table, const Column& column)
+{
+    throwBadValue(table.name, column, "otomatik verilir ve değiştirilemez");
+}
+
 [[noreturn]] void throwEmptyText(const Table::State& table, const Column& column)
 {
     throw Error(Fault::emptyText, quotedName(table.name) + " tablosunun " + quotedName(column.name) +
@@ -304,6 +309,24 @@ void countRows(Table::State& table, std::int32_t difference)
     rowCount.put(page, rowCount.get(page) + static_cast<std::uint32_t>(difference));
 }
 
+/// Any number that no row has. Only an index can tell which those are; without one Access trusts to luck as well.
+std::int32_t randomNumber(Table::State& table, std::size_t column)
+{
+    const auto isTold = [column](const Index& index) {
+        return index.columns.size() == 1 && index.columns.front().column == column;
+    };
+    const auto index = std::ranges::find_if(table.definition.indexes, isTold);
+    std::random_device noise;
+    for (;;) {
+        const auto number = static_cast<std::int32_t>(noise());
+        if (number == 0) continue; // reads as a number that nobody has given
+        if (index == table.definition.indexes.end()) return number;
+        const Value value = number;
+        const std::optional<Key> key = newKey(table, *index, std::span(&value, 1));
+        if (!key || !table.tree(*index).hasKey(*key, RowId{})) return number;
+    }
+}
+
 std::int32_t nextAutoNumber(Table::State& table, const Column& column)
 {
     const auto stored = static_cast<std::int32_t>(lastAutoNumber.get(table.pager.read(table.definition.page)));
@@ -379,8 +402,9 @@ RowId Table::State::insert(std::span<const Assignment> values)
     draft.fields.resize(columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         if (columns[i].autoNumber) {
-            if (isNull(*row[i])) converted[i] = nextAutoNumber(*this, columns[i]);
-            autoNumber = std::get<std::int32_t>(*row[i]);
+            const bool isRandom = columns[i].randomNumber;
+            if (isNull(*row[i])) converted[i] = isRandom ? randomNumber(*this, i) : nextAutoNumber(*this, columns[i]);
+            if (!isRandom) autoNumber = std::get<std::int32_t>(*row[i]);
         }
         if (columns[i].autoGuid && isNull(*row[i])) converted[i] = newGuid();
         if (columns[i].type == ColumnType::boolean && isNull(*row[i])) converted[i] = false;
@@ -442,6 +466,8 @@ void Table::State::update(RowId id, std::span<const Assignment> values, UpdateRu
         const Column& column = columns[each.column];
         const Value& value = inTypeOf(column, each.value, name, converted[each.column]);
         if (isNull(value) && (column.required || column.autoNumber || column.autoGuid)) throwRequired(*this, column);
+        const bool isAutomatic = column.autoNumber || column.autoGuid;
+        if (isAutomatic && value != this->value(each.column, old)) throwAutomatic(*this, column);
         if (!column.emptyTextAllowed && isEmptyText(value)) throwEmptyText(*this, column);
         std::erase_if(draft.outside, [&](const Outside& waiting) { return waiting.column == each.column; });
         setField(*this, draft, each.column, value);
@@ -503,10 +529,6 @@ void Table::State::update(RowId id, std::span<const Assignment> values, UpdateRu
     }
     applyEntries(*this, entries, id);
     countRows(*this, 0);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (columns[i].autoNumber && assigned[i] != nullptr)
-            raiseAutoNumber(*this, std::get<std::int32_t>(*assigned[i]));
-    }
     updateChildren(children, run);
     change.commit();
 }
