@@ -78,7 +78,7 @@ bool isAllNull(const KeyValues& values)
 std::vector<RowId> relatives(const Relation& relation, const KeyValues& values)
 {
     // What an index that was never verified says is nothing to rely on.
-    relation.other->checkWritable();
+    relation.other->checkSound();
     std::vector<RowId> rows;
     const std::optional<Key> wanted = keyOf(*relation.other, *relation.others, values);
     if (!wanted) return rows;
@@ -153,10 +153,12 @@ std::vector<ChildRows> UpdateRun::follow(Table::State& table, RowId id, std::spa
         // The row's own fields get what the caller gives them.
         if (relation.other == &table && std::ranges::any_of(relation.others->columns, isAssigned)) std::erase(rows, id);
         if (rows.empty()) continue;
-        if (relation.cascadesUpdates)
+        if (relation.cascadesUpdates) {
+            relation.other->checkWritable();
             children.push_back({relation, std::move(rows), std::move(after)});
-        else if (keyOf(table, *relation.own, before) != keyOf(table, *relation.own, after))
+        } else if (keyOf(table, *relation.own, before) != keyOf(table, *relation.own, after)) {
             throwHasChildren(table, relation, "değiştirilemez");
+        }
     }
     for (Orphan& each : mayBeOrphans) {
         // Parents among the rows that change with this one are not there yet.
@@ -206,7 +208,10 @@ ErasePlan::ErasePlan(Table::State& table, std::span<const RowId> rows)
             if (!bytes) continue; // who erases it says so
             const KeyValues key = valuesOf(*of, *relation.own, bytes->bytes);
             if (isAllNull(key)) continue;
-            for (const RowId child : relatives(relation, key)) {
+            const std::vector<RowId> children = relatives(relation, key);
+            if (!children.empty() && (relation.cascadesDeletes || relation.clearsOnDelete))
+                relation.other->checkWritable();
+            for (const RowId child : children) {
                 if (relation.cascadesDeletes)
                     doom(relation.other, child);
                 else if (relation.clearsOnDelete)

@@ -34,7 +34,7 @@ std::vector<Relation> relationsOf(Table::State& table);
 using KeyValues = std::vector<Value>;
 /// Rows without any value have no relatives.
 bool isAllNull(const KeyValues& values);
-/// The rows at the other end. Throws as Table::State::checkWritable for the other table, badValue, indexNotWritable.
+/// The rows at the other end. Throws as Table::State::checkSound for the other table, badValue, indexNotWritable.
 std::vector<RowId> relatives(const Relation& relation, const KeyValues& values);
 
 [[noreturn]] void throwNoParent(const Table::State& table, const Relation& relation);

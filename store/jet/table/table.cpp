@@ -49,6 +49,7 @@ void Table::State::readDefinition()
     layout = definition.layout();
     definitionChangedAt.reset();
     verdict.reset();
+    unknownDemands.reset();
     knownTexts.clear();
     pages.reset();
     foreignChanges = pager.foreignChanges();

@@ -91,6 +91,8 @@ struct Table::State {
     void checkWritable();
     /// Why it may not; nothing when it may. Verifies the table on the first call.
     const std::optional<Refusal>& refusal();
+    /// Throws unless its rows and its indexes are what they seem to be, whoever may write them.
+    void checkSound();
     RowId insert(std::span<const Assignment> values);
     void update(RowId id, std::span<const Assignment> values);
     void erase(std::span<const RowId> rows);
@@ -110,11 +112,12 @@ struct Table::State {
     RowLayout layout;
     TableRules rules;
 
-    std::optional<std::optional<Refusal>> verdict; ///< of the one verification; empty before it
-    std::map<std::size_t, KnownTexts> knownTexts;  ///< of indexes with a text of an unknown order, at the verification
-    std::int32_t highestAutoNumber = 0;            ///< at the verification; the definition may lag behind it
-    bool countIsStale = false;                     ///< the definition's row count was wrong at the verification
-    std::optional<std::uint64_t> countRightAt;     ///< change count of the transaction that put it right
+    std::optional<std::optional<Refusal>> verdict;        ///< of the one verification; empty before it
+    std::optional<std::optional<Refusal>> unknownDemands; ///< empty before they were looked for
+    std::map<std::size_t, KnownTexts> knownTexts; ///< of indexes with a text of an unknown order, at the verification
+    std::int32_t highestAutoNumber = 0;           ///< at the verification; the definition may lag behind it
+    bool countIsStale = false;                    ///< the definition's row count was wrong at the verification
+    std::optional<std::uint64_t> countRightAt;    ///< change count of the transaction that put it right
 
     std::shared_ptr<std::vector<PageNo>> pages;
     std::optional<std::uint64_t> pagesChangedAt; ///< change count of the transaction that added or removed one
@@ -130,6 +133,7 @@ struct Table::State {
     std::unique_ptr<TableCompanion> companion;
 
 private:
+    const std::optional<Refusal>& unsoundness();
     void readDefinition();
     void forgetAll();
     void forgetPagesOfEndedTransaction();
@@ -141,6 +145,9 @@ private:
 
 /// How people find an index of a table again: by the first of its names.
 std::string indexTitle(const Index& index);
+
+/// Rules or relationships that cannot be held, because it is not known what they are.
+std::optional<Refusal> demandsNobodyKnows(Table::State& table);
 
 /// Compares every entry of every index with its row, and the pages of the table with those of all others.
 std::optional<Refusal> verifyForWriting(Table::State& table);

@@ -37,6 +37,12 @@ template <class Visit> void forEachRowOrThrow(Table::State& table, Visit&& visit
     }
 }
 
+Refusal refusalOf(const Table::State& table, Fault fault, const std::string& why, const std::string& end = ".")
+{
+    return {fault, files::quotedPath(table.pager.path()) + " dosyasındaki " + quotedName(table.name) +
+                       " tablosuna yazılamaz: " + why + end};
+}
+
 /// Verifies one table; stops at the first thing that stands against writing.
 class Verifier {
 public:
@@ -46,17 +52,6 @@ public:
     {
         if (!pager_.writable()) {
             return refuse(Fault::readOnly, pager_.whyNotWritable());
-        }
-        if (const auto why = unknownRules(table_.properties, table_.definition.columns))
-            return refuse(Fault::readOnly, *why + "; tabloyu Access ile açıp tasarımını kaydedin");
-        try {
-            relationsOf(table_);
-        } catch (const Error& error) {
-            // Also a definition at the other end that cannot be read.
-            if (error.fault() != Fault::unsupported && error.fault() != Fault::damaged &&
-                error.fault() != Fault::cutShort)
-                throw;
-            return refuse(Fault::readOnly, error.what());
         }
         for (const Column& column : table_.definition.columns) {
             if (!isKnown(column.type)) {
@@ -81,8 +76,7 @@ public:
 private:
     Refusal refuse(Fault fault, const std::string& why, const std::string& end = ".") const
     {
-        return {fault, files::quotedPath(pager_.path()) + " dosyasındaki " + quotedName(table_.name) +
-                           " tablosuna yazılamaz: " + why + end};
+        return refusalOf(table_, fault, why, end);
     }
     Refusal refuseIndex(const Index& index, const std::string& fault) const
     {
@@ -238,6 +232,22 @@ void Table::requireSoundRows() const
 {
     state_->rereadIfTakenBack();
     forEachRowOrThrow(*state_, [](RowId, std::span<const std::uint8_t>) {});
+}
+
+std::optional<Refusal> demandsNobodyKnows(Table::State& table)
+{
+    if (!table.pager.writable()) return std::nullopt; // which is the better reason
+    if (const auto why = unknownRules(table.properties, table.definition.columns))
+        return refusalOf(table, Fault::readOnly, *why + "; tabloyu Access ile açıp tasarımını kaydedin");
+    try {
+        relationsOf(table);
+    } catch (const Error& error) {
+        // Also a definition at the other end that cannot be read.
+        if (error.fault() != Fault::unsupported && error.fault() != Fault::damaged && error.fault() != Fault::cutShort)
+            throw;
+        return refusalOf(table, Fault::readOnly, error.what());
+    }
+    return std::nullopt;
 }
 
 std::optional<Refusal> verifyForWriting(Table::State& table) { return Verifier(table).run(); }

@@ -352,11 +352,18 @@ std::string indexTitle(const Index& index)
     return quotedName(index.names.front());
 }
 
-const std::optional<Refusal>& Table::State::refusal()
+const std::optional<Refusal>& Table::State::unsoundness()
 {
     rereadIfTakenBack();
     if (!verdict) verdict = verifyForWriting(*this);
     return *verdict;
+}
+
+const std::optional<Refusal>& Table::State::refusal()
+{
+    rereadIfTakenBack();
+    if (!unknownDemands) unknownDemands = demandsNobodyKnows(*this);
+    return *unknownDemands ? *unknownDemands : unsoundness();
 }
 
 /// Pages that other programs, or rows that came and went by the hundred, have left empty: some with each change, so
@@ -378,6 +385,11 @@ void Table::State::giveBackEmptyPages()
 void Table::State::checkWritable()
 {
     if (const std::optional<Refusal>& why = refusal()) throw Error(why->fault, why->sentence);
+}
+
+void Table::State::checkSound()
+{
+    if (const std::optional<Refusal>& why = unsoundness()) throw Error(why->fault, why->sentence);
 }
 
 RowId Table::State::insert(std::span<const Assignment> values)
