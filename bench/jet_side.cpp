@@ -3,7 +3,6 @@
 #include "bench/sides.h"
 
 #include "exchange/csv.h"
-#include "exchange/field_text.h"
 #include "exchange/row_writer.h"
 #include "platform/system_disk.h"
 #include "query/statement.h"
@@ -255,18 +254,15 @@ void exports(const SharedSession& session)
             rows = 0;
             for (const char16_t* name : {u"Cari", u"Hareket"}) {
                 const jet::Table& table = (**session).table(name);
-                exchange::FieldWriter writer(out);
+                const auto writer = exchange::csvRows(out);
+                writer->begin(table.name(), table.columns());
                 table.forEachRow([&](jet::RowId, const jet::RowView& row) {
-                    for (std::size_t field = 0; field < table.columns().size(); ++field) {
-                        if (field > 0) out.put(',');
-                        writer.put(row, field, table.columns()[field]);
-                    }
-                    exchange::putCsvLineEnd(out);
+                    writer->row(row, [](const jet::Error& error) { throw error; });
                     ++rows;
                     return true;
                 });
+                writer->end();
             }
-            out.flush();
         }
         ::close(nowhere);
         answer("export rows", us, static_cast<double>(rows));

@@ -293,6 +293,7 @@ struct VirtualTables::Hooks {
         jet::RowId id{};
         bool ended = true;
         std::u16string text;
+        const std::vector<jet::Column>* columns = nullptr; ///< asked for once a search, not for every field
     };
 
     static Shared& sharedOf(sqlite3_vtab* table) { return *static_cast<Table*>(table)->shared; }
@@ -400,6 +401,7 @@ struct VirtualTables::Hooks {
             cursor.rows.reset();
             cursor.walk.reset();
             cursor.at = 0;
+            cursor.columns = &shared.table.columns();
             const auto way = static_cast<Way>(number % ways);
             const auto place = static_cast<std::size_t>(number / ways);
             bool empty = false; // nothing equals Null
@@ -465,7 +467,7 @@ struct VirtualTables::Hooks {
             auto& cursor = static_cast<Cursor&>(*base);
             const jet::RowView& row = cursor.walk ? cursor.walk->row() : *cursor.view;
             const auto place = static_cast<std::size_t>(number);
-            switch (shared.table.columns()[place].type) {
+            switch ((*cursor.columns)[place].type) {
             case ColumnType::text:
                 if (row.text(place, cursor.text)) giveText(context, jet::toUtf8(cursor.text));
                 break;
