@@ -49,6 +49,7 @@ namespace row_page = jet::row_page_layout;
 using Content = std::vector<std::uint8_t>;
 
 const std::filesystem::path file = "Yag.mdb";
+const std::filesystem::path lockFile = "Yag.ldb";
 volatile std::sig_atomic_t limitMs = 1000;
 unsigned long currentSeed = 0;
 
@@ -273,6 +274,7 @@ private:
 /// What a trial came to; counted, so that a round that never gets past opening is seen.
 struct Counts {
     unsigned long covered = 0;
+    unsigned long locked = 0; ///< with a damaged lock file beside them
     unsigned long opened = 0;
     unsigned long sound = 0;
     unsigned long written = 0;
@@ -416,6 +418,13 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
     const bool isCovered = random() % 8 == 0 && bytes.size() >= pageSize;
     if (isCovered) protection::cover(bytes, static_cast<std::uint32_t>(random()) | 1);
     if (isCovered && random() % 2 == 0) Damage(bytes, random).inflict();
+    if (random() % 8 == 0) {
+        // What a crash left of a lock file, or something else by its name.
+        Content& lock = disk.content(lockFile);
+        lock.resize(random() % 1200);
+        for (std::uint8_t& byte : lock) byte = static_cast<std::uint8_t>(random());
+        ++counts.locked;
+    }
 
     const Content damaged = bytes;
     bool sound = false;
@@ -501,10 +510,9 @@ int main(int argc, char** argv) // NOLINT(bugprone-exception-escape) a failure o
         startClock(0);
         longest = std::max(longest, std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
     }
-    std::printf("%lu damaged files, %lu of them covered: %lu opened, %lu of them sound to the check, %lu written, %lu "
-                "rescued, %lu compacted; "
-                "longest %.0f ms; %d failures\n",
-                count, counts.covered, counts.opened, counts.sound, counts.written, counts.rescued, counts.compacted,
-                longest * 1000, failures);
+    std::printf("%lu damaged files, %lu of them covered, %lu beside a damaged lock file: %lu opened, %lu of them sound "
+                "to the check, %lu written, %lu rescued, %lu compacted; longest %.0f ms; %d failures\n",
+                count, counts.covered, counts.locked, counts.opened, counts.sound, counts.written, counts.rescued,
+                counts.compacted, longest * 1000, failures);
     return failures == 0 ? 0 : 1;
 }
