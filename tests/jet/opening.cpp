@@ -230,6 +230,31 @@ TEST(Opening, aLinkedTableIsNamedAsWhatItIs)
     }
 }
 
+TEST(Opening, theTablesOfTheFileItselfStaySoWhateverTheirFlagsSay)
+{
+    files::MemoryDisk disk;
+    disk.content("a.mdb") = sound();
+    auto database = jet::Database::open(disk, "a.mdb");
+    {
+        const jet::Table& listed = database->table(jet::msysObjects);
+        jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
+        objects.systemObjects = &listed;
+        const std::size_t name = *listed.columnNamed(u"Name"), flags = *listed.columnNamed(u"Flags");
+        std::vector<jet::RowId> rows;
+        listed.forEachRow([&](jet::RowId id, const jet::RowView& row) {
+            for (const char16_t* each : {jet::msysObjects, jet::msysAces, jet::msysQueries, jet::msysRelationships})
+                if (row.textIs(name, each)) rows.push_back(id);
+            return true;
+        });
+        ASSERT_EQ(rows.size(), 4U);
+        for (const jet::RowId row : rows) objects.update(row, std::vector<jet::Assignment>{{flags, std::int32_t{14}}});
+    }
+    database.reset();
+    database = jet::Database::open(disk, "a.mdb");
+    ASSERT_EQ(database->tableNames(), std::vector<std::u16string>{u"Cari"});
+    ASSERT_EQ(faultOf([&] { database->table(jet::msysObjects).eraseAll(); }), jet::Fault::readOnly);
+}
+
 struct OpeningOtherVersionsRow {
     const char* file; // among the samples
     jet::Fault fault;

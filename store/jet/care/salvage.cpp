@@ -215,12 +215,12 @@ void Salvage::readCatalogue(PageNo page)
             const auto* title = std::get_if<std::u16string>(&text);
             if (!title || !saysNumber(fieldValue(*pager_, layout, *type, bytes), kind)) return;
             saysNumber(fieldValue(*pager_, layout, *flags, bytes), marks);
-            const bool user = isUserObject(static_cast<std::uint32_t>(static_cast<std::int64_t>(marks)));
+            const auto set = static_cast<std::uint32_t>(static_cast<std::int64_t>(marks));
             const char* foreign = foreignKind(static_cast<int>(kind));
-            if (foreign && user) losses_.add(quotedName(*title) + " adlı " + foreign + " aktarılmadı.");
+            if (foreign && isUserObject(set)) losses_.add(quotedName(*title) + " adlı " + foreign + " aktarılmadı.");
             if (kind != localTable || !saysNumber(fieldValue(*pager_, layout, *id, bytes), number)) return;
             const auto definition = static_cast<PageNo>(static_cast<std::int64_t>(number));
-            if (user)
+            if (isUserTable(set, definition))
                 listed.push_back({definition, *title, propertiesIn(layout, bytes)});
             else
                 definitions_.insert(definition);

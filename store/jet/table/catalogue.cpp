@@ -49,6 +49,12 @@ const char* foreignKind(int type)
 
 bool isUserObject(std::uint32_t flags) { return (flags & systemMarks) == 0; }
 
+bool isUserTable(std::uint32_t flags, PageNo definition)
+{
+    const bool isFixed = definition >= firstSystemTable && definition < firstSystemTable + header_layout::systemTables;
+    return isUserObject(flags) && !isFixed;
+}
+
 std::size_t systemColumn(const Table& table, std::u16string_view name, ColumnType type)
 {
     const auto column = table.columnNamed(name);
@@ -79,7 +85,7 @@ std::vector<CatalogueEntry> readCatalogue(const Table& systemObjects)
         });
         if (entry.name.empty() || entry.definition == 0 || listed) return true;
         const auto marks = static_cast<std::uint32_t>(static_cast<std::int64_t>(row.number(flags).value_or(0)));
-        entry.user = isUserObject(marks);
+        entry.user = isUserTable(marks, entry.definition);
         readProperties(entry, row, properties);
         entries.push_back(std::move(entry));
         return true;

@@ -40,5 +40,7 @@ const char* foreignKind(int type);
 
 /// An object of that Flags value belongs to the user: it is neither the engine's own nor one of Access's helpers.
 bool isUserObject(std::uint32_t flags);
+/// The same of a table. Those that every file has where it has them are its own, whatever the flags say.
+bool isUserTable(std::uint32_t flags, PageNo definition);
 
 } // namespace jet
