@@ -44,6 +44,10 @@
 #include <memory>
 #include <optional>
 
+namespace shared {
+struct Taken;
+} // namespace shared
+
 namespace scale {
 enum class EventOutcome;
 struct PropertiesDoors;
@@ -114,6 +118,12 @@ public:
     bool covers(const QWidget& control) const override;
     /// Shows a note that belongs to no action: at once, or when the action that is under way has ended.
     void note(const QString& sentence);
+    /// What other counters did may come into the file now: no action is under way, and nothing is touched, unless it
+    /// has waited for so many milliseconds that others would wait for it too long.
+    bool mayTakeNews(qint64 waited) const;
+    /// A slip of that customer is on its way: whether it was stored is asked by counting its pressings.
+    bool slipWaitsFor(const QString& customer) const;
+    void newsTaken(const shared::Taken& taken);
     /// Logs and tells a bug of our own that came from outside an action; `action` says what was being done.
     void ownBug(const std::exception& error, const QString& action, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE());
@@ -306,6 +316,10 @@ private:
     void showFacts();
     /// What the operator must come to see, in a box; the status line no longer says it.
     void showUnseen();
+    /// The second of these, which asks nobody.
+    void showJournalSize();
+    /// Ends the action where a whole table may not be emptied from this counter.
+    void refuseToEmpty();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
     void journalShrunk();
     /// Lists the customers whose names begin with what was typed.
@@ -366,6 +380,7 @@ private:
     int actions_ = 0;        ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
     QStringList notes_; ///< to be shown when they have ended
+    int ofOthers_ = 0;  ///< pressings that came in since the journal was listed
     int scaleEvents_ = 0;
     bool scaleFaultTold_ = false; ///< in a box, since the operator last acted on the port
     QString portFault_;           ///< why the stored settings of the port could not be used; empty: they could

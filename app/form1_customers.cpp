@@ -170,8 +170,15 @@ void Form1::beforeDeletion(const std::optional<QString>& customer)
     surroundings_.backups->beforeDeletion(database, surroundings_.now());
 }
 
+void Form1::refuseToEmpty()
+{
+    if (const std::optional<QString> why = DataCari.database().whyNotEmptied())
+        throw base::RuntimeError(base::errors::invalidCall, *why);
+}
+
 void Form1::CariSil_Click()
 {
+    refuseToEmpty();
     if (!mayDelete()) return;
     beforeDeletion();
     register_.eraseAll();
@@ -182,6 +189,7 @@ void Form1::CariSil_Click()
 
 void Form1::HesapSil_Click()
 {
+    refuseToEmpty();
     if (!mayDelete()) return;
     beforeDeletion();
     register_.erasePressings();

@@ -9,6 +9,7 @@
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
+#include "store/shared/shared_engine.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
@@ -72,10 +73,15 @@ void Form1::waitUntilSeen()
 void Form1::showFacts()
 {
     status->setPrinter(surroundings_.printer.stateText());
+    showJournalSize();
+}
+
+void Form1::showJournalSize()
+{
     if (DataHar.hasRecordSet())
-        status->setDataFile(u"%1: %2 kayıt"_s.arg(
-            mill::text(mill::databaseFile),
-            base::formatNumber(double(DataHar.recordSet().size()), base::wholePattern, surroundings_.regional)));
+        status->setDataFile(u"%1: %2 kayıt"_s.arg(mill::text(mill::databaseFile),
+                                                  base::formatNumber(double(DataHar.recordSet().size() + ofOthers_),
+                                                                     base::wholePattern, surroundings_.regional)));
 }
 
 void Form1::showUnseen()
@@ -86,8 +92,30 @@ void Form1::showUnseen()
 
 void Form1::journalShrunk()
 {
-    base::passOver([this] { DataHar.refresh(); });
+    base::passOver([this] {
+        DataHar.refresh();
+        ofOthers_ = 0;
+    });
     showFacts();
+}
+
+bool Form1::mayTakeNews(qint64 waited) const
+{
+    constexpr qint64 longEnough = 1000; // of the two seconds in which a counter sees what another one did
+    return actions_ == 0 && (preparation_.isStill() || waited >= longEnough);
+}
+
+bool Form1::slipWaitsFor(const QString& customer) const
+{
+    const std::optional<store::SlipNote> slip = surroundings_.slips.open();
+    return slip && slip->pressing.customer == customer;
+}
+
+void Form1::newsTaken(const shared::Taken& taken)
+{
+    if (taken.deletions) return journalShrunk();
+    ofOthers_ += taken.pressings;
+    if (taken.pressings > 0) showJournalSize();
 }
 
 void Form1::activated()

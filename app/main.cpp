@@ -5,6 +5,7 @@
 #include "app/form1.h"
 #include "app/keyboard_state.h"
 #include "app/message_boxes.h"
+#include "app/server_line.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
 #include "app/theme.h"
@@ -15,6 +16,7 @@
 #include "print/queue_or_folder.h"
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
+#include "store/shared/shared_databases.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -61,7 +63,8 @@ int main(int argc, char** argv)
 
     app::MessageBoxes boxes;
     app::SettingsStore settings;
-    store::JetDatabases databases(platform::systemDisk());
+    store::JetDatabases files(platform::systemDisk());
+    shared::SharedDatabases databases(files);
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
     // Where the system has a place for a program's data there is no launcher that sees to them.
     const std::optional<QString> own = parser.isSet(dir) ? std::nullopt : app::usersDataFolder();
@@ -92,6 +95,7 @@ int main(int argc, char** argv)
         form.ownBug(error, receiver);
     };
     form.start();
+    const std::unique_ptr<app::ServerLine> server = app::lineToServer(form, databases);
     const int code = QApplication::exec();
     application.onUnexpected = nullptr; // the form goes first
     return code;

@@ -31,6 +31,8 @@ void Preparation::goOn()
     if (!isDone() && !timer_.isActive()) timer_.start(pause);
 }
 
+bool Preparation::isStill() const { return sinceTouch_.elapsed() >= stillness; }
+
 void Preparation::step()
 {
     // A part may show a message: the ones behind it wait until that is closed. An action that is under way calls

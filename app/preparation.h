@@ -27,6 +27,8 @@ public:
     void begin();
     /// The operator has done something.
     void touched() { sinceTouch_.start(); }
+    /// Nothing has been touched for a while.
+    bool isStill() const;
     /// What the operator did has come to its end.
     void goOn();
     bool isDone() const { return works_.empty(); }

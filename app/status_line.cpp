@@ -108,6 +108,7 @@ QStringList StatusLine::facts() const
         facts << u"satırlar “%1” biçiminde, Port Ayarları'ndan seçin"_s.arg(betterFormat_);
     if (!printer_.isEmpty()) facts << printer_;
     if (!dataFile_.isEmpty()) facts << dataFile_;
+    if (!server_.isEmpty()) facts << server_;
     return facts;
 }
 

@@ -8,10 +8,10 @@
 
 namespace app {
 
-/// The quiet line at the bottom: facts about the scale, the printer and the data file; never a question, and it
-/// gates nothing. Setting a fact costs a repaint at most. What must be seen stands first until the line is tapped; all
-/// else is replaced by what is said next. The age of the last weight is counted by a timer that
-/// runs ever more slowly, only while a port is open and the line is shown.
+/// The quiet line at the bottom: facts about the scale, the printer, the data file and its server; never a question,
+/// and it gates nothing. Setting a fact costs a repaint at most. What must be seen stands first until the line is
+/// tapped; all else is replaced by what is said next. The age of the last weight is counted by a timer that runs ever
+/// more slowly, only while a port is open and the line is shown.
 class StatusLine : public QWidget {
     Q_OBJECT
 
@@ -40,6 +40,8 @@ public:
     void onClick(Action click) { click_ = std::move(click); }
     void setPrinter(const QString& fact) { set(printer_, fact); }
     void setDataFile(const QString& fact) { set(dataFile_, fact); }
+    /// How the line to the register's server stands, where there is one.
+    void setServer(const QString& fact) { set(server_, fact); }
 
     QString text() const; ///< the line as it is shown now
 
@@ -71,6 +73,7 @@ private:
     QString marks_;
     QString printer_;
     QString dataFile_;
+    QString server_;
 };
 
 } // namespace app

@@ -43,6 +43,32 @@ struct Hareket {
     static constexpr std::array summed = {Zeytin, Yağ, HakTut, Nakit};
 };
 
+/// Only in a file whose register several counters share: the changes of this counter that the server has not
+/// confirmed, in the order of `Sira`.
+struct Giden {
+    static constexpr std::u16string_view table = u"PresvaGiden";
+    enum Field {
+        Sira,
+        Kimlik, ///< of the change, the same on every try
+        Ne,     ///< what presva.islet calls it
+        Unvan,  ///< the customer whom it is about
+        Veri,   ///< the change, as presva.islet takes it
+    };
+    static constexpr std::array<std::u16string_view, 5> fields = {u"Sira", u"Kimlik", u"Ne", u"Unvan", u"Veri"};
+};
+
+/// Only there, one row: up to where the file knows the register's history.
+struct Durum {
+    static constexpr std::u16string_view table = u"PresvaDurum";
+    enum Field {
+        Defter, ///< the register's name
+        Kimlik, ///< its identity: one that was filled anew is another
+        Sira,   ///< number of the last line of its history that is in the file
+        Iz,     ///< when that line was written: a history from an old dump has another one there
+    };
+    static constexpr std::array<std::u16string_view, 4> fields = {u"Defter", u"Kimlik", u"Sira", u"Iz"};
+};
+
 /// Names that no customer may have.
 namespace reserved {
 inline constexpr std::u16string_view totals = u"Toplamlar";     ///< the journal's row with the sums of the last report

@@ -16,6 +16,8 @@ bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) {
 
 std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }
 
+std::optional<QString> Engine::whyNotEmptied() { return std::nullopt; }
+
 std::unique_ptr<Snapshot> Engine::snapshot() { throw base::runtimeError(base::errors::invalidCall); }
 
 QString connectionText(const QString& path) { return provider + dataSource + path; }

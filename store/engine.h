@@ -88,6 +88,9 @@ public:
     /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
     virtual std::optional<QString> whyReadOnly(const QString& table);
 
+    /// Why a whole table may not be emptied from here, in a sentence for people; nothing when it may.
+    virtual std::optional<QString> whyNotEmptied();
+
     /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
     virtual std::unique_ptr<Snapshot> snapshot();
 };

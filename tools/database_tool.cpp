@@ -243,13 +243,16 @@ const Command commands[] = {
      "verilmezse en yeni sezon alınır. ÇIKTI .html ile biterse her tarayıcıda açılan, yazdırılan ve ağa hiç\n"
      "çıkmayan bir sayfa, .xlsx ile hesap tablosu, .pdf ile PDF olur; duran bir ÇIKTI yenilenir. Okunamayan satır varsa\n"
      "ÇIKTI yazılır, satırlar sayılır ve 2 ile biter.\n", 2, 4, season},
-    {"to-server", "KLASÖR [--user AD] [--delete yes] [--every SANİYE]", "defteri bir PostgreSQL sunucusuna aktarır",
+    {"to-server", "KLASÖR [--user AD] [--delete yes] [--every SANİYE] [--merge yes]", "defteri bir PostgreSQL sunucusuna aktarır",
      "KLASÖR programın klasörüdür: Yag.mdb okunur, sunucu oradaki Sunucu.ini'de yazar (docs/sunucu.md). Bu sayacın\n"
      "sunucudaki Cari ve Hareket satırları dosyadakilerle aynı olur; tablolar yoksa önce onlar kurulur. Program açık\n"
      "olabilir. Sonunda her satır karşılaştırılır. Yarıda kalırsa yeniden çalıştırın: sunucuda olan satırlar ikinci kez\n"
      "yazılmaz. Raporun toplam satırı aktarılmaz. --user Sunucu.ini'dekinden başka bir kullanıcıyla bağlanır.\n"
      "Sunucuda dosyada olmayan satırlar varsa durur; --delete yes verilirse onlar sunucudan silinir.\n"
-     "--every verilirse bitmez: bu kadar saniyede bir bakar, dosya değiştikçe aktarır; sunucu yoksa gelince sürdürür.\n",
+     "--every verilirse bitmez: bu kadar saniyede bir bakar, dosya değiştikçe aktarır; sunucu yoksa gelince sürdürür.\n"
+     "Sunucu.ini'de bir Defter satırı varsa dosya o ortak deftere girer; program kapalı olmalı. Birinde olup ötekinde\n"
+     "olmayan satırlar tamamlanır, sunucudan hiçbir şey silinmez; ikisinde de ötekinde olmayan sıkımlar varsa durur,\n"
+     "--merge yes verilirse birleştirir.\n",
      1, 7, toServer},
     {"from-server", "KLASÖR ÇIKTI [--user AD]", "sunucudaki defteri yeni bir veritabanı dosyasına yazar",
      "Sunucuyu ve sayacın adını KLASÖR'deki Sunucu.ini söyler. Satırlar bir andaki halleriyle okunur. ÇIKTI var olmayan\n"

@@ -83,14 +83,17 @@ constexpr EnglishHelp helps[] = {
      "on the first of July; without it the newest season is taken. An OUT that ends in .html becomes a page, in Turkish,\n"
      "that any browser opens and prints and that fetches nothing; one that ends in .xlsx a workbook, in .pdf a PDF. An OUT\n"
      "that is there is replaced. Rows that cannot be read are counted, and the command ends with 2.\n"},
-    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS]", "carries the books over to a PostgreSQL server",
+    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS] [--merge yes]", "carries the books over to a PostgreSQL server",
      "FOLDER is the program's: Yag.mdb is read, and Sunucu.ini there names the server (docs/sunucu.md). This counter's\n"
      "rows of Cari and Hareket on the server become those of the file; the tables are made first where there are none.\n"
      "The program may be running. In the end every row is compared. After a stop run it again: rows that are there are not\n"
      "written twice. The sums of a report stay behind. --user connects as another user than Sunucu.ini says.\n"
      "It stops where the server has rows that the file has not; with --delete yes they are taken from the server.\n"
      "With --every it does not end: it looks that often, and carries whenever the file has changed; without a server it\n"
-     "goes on when one is there again.\n"},
+     "goes on when one is there again.\n"
+     "Where Sunucu.ini has a line Defter, the file joins that shared register; the program must be closed. Rows that one\n"
+     "of the two has not are added, nothing is taken from the server; where both have pressings that the other has not,\n"
+     "it stops, unless --merge yes is given.\n"},
     {"from-server", "FOLDER OUT [--user NAME]", "writes the server's books to a new database file",
      "Sunucu.ini in FOLDER names the server and the counter. The rows are read as of one moment. OUT must not be there; it\n"
      "gets its name only when every row was compared. After a stop run it again: it goes on with OUT.aktarim.\n"},

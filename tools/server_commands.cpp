@@ -1,6 +1,7 @@
 #include "tools/server_commands.h"
 
 #include "store/postgres/carry.h"
+#include "store/postgres/join.h"
 #include "store/postgres/server_settings.h"
 #include "store/restore.h"
 #include "tools/language.h"
@@ -46,17 +47,32 @@ std::chrono::seconds pauseIn(const std::string& text)
     return std::chrono::seconds(seconds);
 }
 
+int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const std::filesystem::path& file,
+             const postgres::Join& options, const Parsed& given)
+{
+    if (given.option("--every") || given.option("--delete"))
+        misused(said("--every ve --delete ortak bir defter için yoktur: sayaç onu kendisi günceller.",
+                     "--every and --delete are not for a shared register: the counter keeps it up to date by itself."));
+    Progress progress(said("Aktarılıyor", "Carrying over"));
+    return sayCarried(postgres::joinRegister(disk, settings, file, options, now(), std::ref(progress)));
+}
+
 } // namespace
 
 int toServer(files::Disk& disk, Arguments arguments)
 {
-    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every"});
+    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every", "--merge"});
     const std::filesystem::path folder = pathOf(given.words[0]);
     postgres::ToServer options;
     options.user = given.option("--user").value_or("");
     options.removeGone = given.oneOf("--delete", {"yes"}).has_value();
     const postgres::ServerSettings settings = postgres::readServerSettings(disk, folder);
     const std::filesystem::path file = store::databaseIn(disk, folder);
+    const bool merge = given.oneOf("--merge", {"yes"}).has_value();
+    if (!settings.book.empty()) return joinBook(disk, settings, file, {options.user, merge}, given);
+    if (merge)
+        misused(said("--merge ortak bir defter içindir: Sunucu.ini'de Defter satırı yok.",
+                     "--merge is for a shared register: Sunucu.ini has no line Defter."));
     if (const auto every = given.option("--every")) ServerFollower(disk, settings, file, options).run(pauseIn(*every));
     Progress progress(said("Aktarılıyor", "Carrying over"));
     return sayCarried(postgres::toServer(disk, settings, file, options, std::ref(progress)));

@@ -192,7 +192,9 @@ int verify(files::Disk& disk, const Wanted& wanted)
         if (wanted.log) heads.insert(heads.begin(), kept.begin(), kept.end());
         const auto database =
             jet::Database::open(disk, store::databaseIn(disk, wanted.folder), jet::Pager::Mode::readOnly);
-        found = ::weights::verify(lines, heads, database->table(mill::Hareket::table));
+        found = ::weights::verify(lines, heads, database->table(mill::Hareket::table),
+                                  database->hasTable(mill::Durum::table) ? ::weights::Journal::shared
+                                                                         : ::weights::Journal::own);
         std::vector<PlacedLine> after = ::weights::allLines(disk, wanted.folder);
         const bool same = after.size() == lines.size();
         lines = std::move(after);

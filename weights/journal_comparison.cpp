@@ -82,8 +82,10 @@ std::string nthLine(const Line& line)
 /// The journal beside the book.
 class Comparison {
 public:
-    Comparison(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal)
-        : history_(lines), entries_(history_.entries()), isThere_(entries_.size()), journal_(journal)
+    Comparison(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal,
+               Journal whose)
+        : history_(lines), entries_(history_.entries()), isThere_(entries_.size()), journal_(journal),
+          isShared_(whose == Journal::shared)
     {
         for (std::size_t i = 0; i < entries_.size(); ++i)
             if (const Pressing* pressing = pressingOf(entries_[i])) {
@@ -104,7 +106,11 @@ public:
     Findings run()
     {
         if (!first_) {
-            withoutABook();
+            if (isShared_)
+                ofOthers_ = rows_.size();
+            else
+                withoutABook();
+            tellOthers();
             return std::move(found_);
         }
         std::set<JournalKey> keys;
@@ -118,9 +124,10 @@ public:
                   std::to_string(lost) +
                   files::said(" sıkım defterden programsız çıkarılmıştı.",
                               " pressings had been taken out of the journal without the program."));
-        compareWhatWasThereBefore();
+        if (!isShared_) compareWhatWasThereBefore();
         tellWhatTookRows();
         tellClocks();
+        tellOthers();
         return std::move(found_);
     }
 
@@ -178,7 +185,9 @@ private:
             tellDifference(key, *entries_[lines[i]].line, rows[i]);
         }
         for (std::size_t i = both; i < rows.size(); ++i) {
-            if (rows[i].moment < first_->moment)
+            if (isShared_)
+                ++ofOthers_;
+            else if (rows[i].moment < first_->moment)
                 older_.push_back(key.customer);
             else
                 fault(nameOf(key, rows[i].moment) + files::said(": defterde var, tartım satırı yok.",
@@ -213,6 +222,10 @@ private:
         const std::string begin =
             shownMoment(momentOf(entry.line->fact)) + " " + pressingOf(entry)->customer + ": " + nthLine(*entry.line) +
             files::said("ı var, sıkımı defterde yok; ", " is there, its pressing is not in the journal; ");
+        if (!entry.takenBy && isShared_) {
+            ++takenByOthers_;
+            return;
+        }
         if (!entry.takenBy)
             return fault(begin + files::said("programla silinmedi.", "it was not deleted by the program."));
         const std::size_t by = *entry.takenBy;
@@ -254,6 +267,18 @@ private:
             if (const auto* restore = std::get_if<Restore>(&entries_[i].line->fact); restore && !takenRows_.contains(i))
                 remark(nthLine(*entries_[i].line) + ": " + shownMoment(restore->moment) +
                        files::said(" yedekten dönüldü (", " a copy was put back (") + restore->copy + ").");
+    }
+
+    void tellOthers()
+    {
+        if (ofOthers_ > 0)
+            remark(files::said("Ortak defterdeki ", "In the shared register ") + std::to_string(ofOthers_) +
+                   files::said(" sıkımın bu sayaçta tartım satırı yok: başka sayaçların ya da daha eski.",
+                               " pressings have no line here: they are other counters', or older."));
+        if (takenByOthers_ > 0)
+            remark(files::said("Satırı olan ", "Of the pressings with a line ") + std::to_string(takenByOthers_) +
+                   files::said(" sıkım ortak defterde yok: başka bir sayaçta silinmiş.",
+                               " are not in the shared register: another counter has deleted them."));
     }
 
     void tellClocks()
@@ -316,6 +341,9 @@ private:
     const std::vector<Entry>& entries_;
     std::vector<bool> isThere_; ///< by entry: the pressing has its row
     const jet::Table& journal_;
+    bool isShared_;
+    std::uint64_t ofOthers_ = 0;      ///< rows without a line
+    std::uint64_t takenByOthers_ = 0; ///< lines without a row
     const Pressing* first_ = nullptr;
     std::set<std::string> seen_; ///< seals that the log has seen
     std::multimap<JournalKey, std::size_t> lines_;
@@ -328,9 +356,9 @@ private:
 } // namespace
 
 Findings differences(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads,
-                     const jet::Table& journal)
+                     const jet::Table& journal, Journal whose)
 {
-    return Comparison(lines, heads, journal).run();
+    return Comparison(lines, heads, journal, whose).run();
 }
 
 std::optional<Restore> restoreOf(const std::vector<PlacedLine>& lines, const jet::Table& journalOfTheCopy,

@@ -142,13 +142,14 @@ std::optional<std::string> gapOfTheLog(const std::vector<PlacedLine>& lines, con
 
 } // namespace
 
-Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal)
+Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal,
+                Journal whose)
 {
     Findings found;
     if (const auto fault = firstFault(lines)) found.faults.push_back(sentence(*fault));
     if (const auto fault = firstFault(lines, heads)) found.faults.push_back(sentence(*fault));
     if (auto gap = gapOfTheLog(lines, heads)) found.faults.push_back(std::move(*gap));
-    Findings journals = differences(lines, heads, journal);
+    Findings journals = differences(lines, heads, journal, whose);
     std::ranges::move(journals.faults, std::back_inserter(found.faults));
     found.remarks = std::move(journals.remarks);
     return found;

@@ -46,14 +46,19 @@ struct Findings {
     std::vector<std::string> remarks; ///< what somebody should know who looks after the mill; nothing is wrong with it
 };
 
+/// Whose pressings a journal has: those of the counter that keeps the book, or those of others as well, who have their
+/// own books and delete, too. Then a pressing without a line and a line without its pressing are counted only.
+enum class Journal { own, shared };
+
 /// Compares every pressing of the journal with its line: a fault for each that differs, that has no line, or whose row
 /// is gone though the program has neither deleted it nor put a copy without it in the database's place. Where there are
 /// heads, the log must have seen those lines that say so.
 Findings differences(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads,
-                     const jet::Table& journal);
+                     const jet::Table& journal, Journal whose = Journal::own);
 
 /// Everything that can be found: chain, log and journal.
-Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal);
+Findings verify(const std::vector<PlacedLine>& lines, const std::vector<LoggedHead>& heads, const jet::Table& journal,
+                Journal whose = Journal::own);
 
 /// From this day on every pressing that the program stores has its line.
 constexpr int bookSince[] = {2026, 11, 23};

@@ -34,8 +34,9 @@ struct ToServer {
 Carried toServer(files::Disk& disk, const ServerSettings& settings, const std::filesystem::path& file,
                  const ToServer& options, const CarryProgress& progress);
 
-/// Writes this counter's books, as the server has them at one moment, as a new database. It bears the name `file` only
-/// when it is whole and was compared. Throws exists, ServerError and what writing files throws.
+/// Writes this counter's books, or the register that it shares, as the server has them at one moment, as a new
+/// database. It bears the name `file` only when it is whole and was compared. Throws exists, ServerError and what
+/// writing files throws.
 Carried fromServer(files::Disk& disk, const ServerSettings& settings, const std::filesystem::path& file,
                    const std::string& user, jet::DateTime now, const CarryProgress& progress);
 

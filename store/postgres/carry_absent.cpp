@@ -1,4 +1,5 @@
 #include "store/postgres/carry.h"
+#include "store/postgres/join.h"
 
 #include "files/error.h"
 #include "files/language.h"
@@ -23,6 +24,12 @@ Carried toServer(files::Disk&, const ServerSettings&, const std::filesystem::pat
 
 Carried fromServer(files::Disk&, const ServerSettings&, const std::filesystem::path&, const std::string&, jet::DateTime,
                    const CarryProgress&)
+{
+    refuse();
+}
+
+Carried joinRegister(files::Disk&, const ServerSettings&, const std::filesystem::path&, const Join&, jet::DateTime,
+                     const CarryProgress&)
 {
     refuse();
 }

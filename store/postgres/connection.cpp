@@ -177,8 +177,10 @@ struct Connection::State {
         for (;;) {
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
             if (left <= 0) return false;
-            pollfd socket{PQsocket(line), events, 0};
-            if (::poll(&socket, 1, static_cast<int>(std::min<long long>(left, 60000))) > 0) return true;
+            pollfd both[] = {{PQsocket(line), events, 0}, {wake != nullptr ? wake->endDescriptor() : -1, POLLIN, 0}};
+            if (::poll(both, 2, static_cast<int>(std::min<long long>(left, 60000))) <= 0) continue;
+            if (both[1].revents != 0) throw ServerError(lostSentence());
+            return true;
         }
     }
 
@@ -286,14 +288,26 @@ struct Connection::State {
                                     said("Sunucu bunu yapmadı.", "The server did not do that.")));
     }
 
+    bool heardNotice() const
+    {
+        bool heardOne = false;
+        while (PGnotify* notice = PQnotifies(line)) {
+            PQfreemem(notice);
+            heardOne = true;
+        }
+        return heardOne;
+    }
+
     PGconn* line = nullptr;
+    Wake* wake = nullptr;
     Patience patience;
     Clock::time_point heard; ///< when the server said something last, or was asked
 };
 
-Connection::Connection(const ServerSettings& settings, const std::string& user, Patience patience)
+Connection::Connection(const ServerSettings& settings, const std::string& user, Patience patience, Wake* wake)
     : state_(std::make_unique<State>())
 {
+    state_->wake = wake;
     state_->patience = patience;
     state_->open(settings, user);
 }
@@ -327,6 +341,23 @@ void Connection::run(const std::string& statements)
 {
     state_->send(PQsendQuery(state_->alive(), statements.c_str()));
     state_->finish();
+}
+
+void Connection::waitForNotice(std::chrono::milliseconds longest)
+{
+    State& state = *state_;
+    state.alive();
+    const auto until = Clock::now() + longest;
+    // A notice may have come together with an answer.
+    while (!state.heardNotice()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+        if (left <= 0) return;
+        pollfd both[] = {{PQsocket(state.line), POLLIN, 0},
+                         {state.wake != nullptr ? state.wake->descriptor() : -1, POLLIN, 0}};
+        if (::poll(both, 2, static_cast<int>(left)) <= 0) continue;
+        if (both[1].revents != 0) return state.wake->forget();
+        if (PQconsumeInput(state.line) == 0) state.lost();
+    }
 }
 
 void Connection::copyIn(const char* statement, const std::function<std::optional<std::string>()>& next)

@@ -2,6 +2,7 @@
 
 #include "files/error.h"
 #include "store/postgres/server_settings.h"
+#include "store/postgres/wake.h"
 
 #include <chrono>
 #include <functional>
@@ -36,7 +37,9 @@ using ServerRow = std::vector<std::optional<std::string>>;
 class Connection {
 public:
     /// As `user`, or as the settings say. Throws also for a server that is too old, or whose texts are not UTF-8.
-    Connection(const ServerSettings& settings, const std::string& user = {}, Patience patience = {});
+    /// `wake`, which outlives the session, ends its waiting: whatever waits then throws.
+    Connection(const ServerSettings& settings, const std::string& user = {}, Patience patience = {},
+               Wake* wake = nullptr);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -49,6 +52,10 @@ public:
     }
     /// Statements without values, as they stand in a text.
     void run(const std::string& statements);
+
+    /// Waits until the server tells something on a channel that this session listens to, until the wake is up, or until
+    /// that time has passed.
+    void waitForNotice(std::chrono::milliseconds longest);
 
     /// COPY ... FROM STDIN: `next` gives line after line, without its end, until it gives none.
     void copyIn(const char* statement, const std::function<std::optional<std::string>()>& next);

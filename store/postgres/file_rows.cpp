@@ -142,13 +142,20 @@ std::vector<std::size_t> columnsOf(const jet::Table& table, const TableShape& sh
 
 std::vector<std::string> linesIn(const jet::Table& table, const TableShape& shape)
 {
+    std::vector<std::string> lines;
+    for (FileLine& each : fileLinesIn(table, shape)) lines.push_back(std::move(each.line));
+    return lines;
+}
+
+std::vector<FileLine> fileLinesIn(const jet::Table& table, const TableShape& shape)
+{
     const std::vector<std::size_t> columns = columnsOf(table, shape);
     std::vector<bool> known(table.columns().size());
     for (const std::size_t column : columns) known[column] = true;
     const bool journal = shape.name == mill::Hareket::table;
-    std::vector<std::string> lines;
+    std::vector<FileLine> lines;
     std::size_t number = 0;
-    table.forEachRow([&](jet::RowId, const jet::RowView& row) {
+    table.forEachRow([&](jet::RowId id, const jet::RowView& row) {
         ++number;
         if (journal && row.textIs(columns.back(), mill::reserved::totals)) return true;
         std::string line;
@@ -160,7 +167,7 @@ std::vector<std::string> linesIn(const jet::Table& table, const TableShape& shap
         // A column that somebody added would stay behind.
         for (std::size_t i = 0; i < known.size(); ++i)
             if (!known[i] && !row.isNull(i)) refuseField(table, number, table.columns()[i]);
-        lines.push_back(std::move(line));
+        lines.push_back({id, std::move(line)});
         return true;
     });
     return lines;

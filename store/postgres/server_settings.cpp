@@ -18,7 +18,7 @@ using files::said;
 
 constexpr std::size_t mostBytes = 65536;    // of a file that people write by hand
 constexpr std::size_t mostNameLetters = 40; // of a counter's name: it stands in every row and in a status line
-constexpr std::string_view keys[] = {"adres", "port", "veritabani", "kullanici", "tls", "sertifika", "sayac"};
+constexpr std::string_view keys[] = {"adres", "port", "veritabani", "kullanici", "tls", "sertifika", "sayac", "defter"};
 
 std::string lower(std::string text)
 {
@@ -92,7 +92,7 @@ private:
                                 "the password does not stand here; write it into ~/.pgpass, and delete it here."));
         if (std::ranges::find(keys, key) == std::end(keys))
             refuse(place + said("anlaşılmadı; bilinen adlar: ", "not understood; the names known are: ") +
-                   "Adres, Port, Veritabani, Kullanici, TLS, Sertifika, Sayac.");
+                   "Adres, Port, Veritabani, Kullanici, TLS, Sertifika, Sayac, Defter.");
         if (!values_.emplace(key, trimmed(std::string_view(line).substr(at + 1))).second)
             refuse(place + said("bu ad ikinci kez yazılmış; birini silin.", "this name stands twice; delete one."));
     }
@@ -120,6 +120,9 @@ ServerSettings readServerSettings(files::Disk& disk, const std::filesystem::path
         reader.refuse(said("Port 1 ile 65535 arasında bir sayı olmalı.", "Port must be a number from 1 to 65535."));
     if (letters(settings.counter) > mostNameLetters)
         reader.refuse(said("Sayac en çok 40 harf olabilir.", "Sayac may have 40 letters at most."));
+    settings.book = reader.value("defter").value_or("");
+    if (letters(settings.book) > mostNameLetters)
+        reader.refuse(said("Defter en çok 40 harf olabilir.", "Defter may have 40 letters at most."));
     const std::string tls = lower(reader.value("tls").value_or("dogrula"));
     if (tls != "dogrula" && tls != "kapali")
         reader.refuse(said("TLS dogrula ya da kapali olmalı.", "TLS must be dogrula or kapali."));

@@ -26,6 +26,10 @@ struct ServerSettings {
     Tls tls = Tls::verified;
     std::filesystem::path certificate; ///< who vouches for the server's certificate; empty: those the system trusts
     std::string counter;               ///< the mill's name of this counter, at most 40 letters
+    std::string book; ///< the register that this counter shares with others, at most 40 letters; empty: none
+
+    /// Under whose name the rows stand on the server.
+    const std::string& rowsOf() const { return book.empty() ? counter : book; }
 };
 
 /// Sunucu.ini of that folder:
@@ -38,9 +42,10 @@ struct ServerSettings {
 ///     TLS=dogrula          (or kapali)
 ///     Sertifika=sunucu.crt (in the same folder, unless it says another)
 ///     Sayac=Hat 1
+///     Defter=Değirmen
 ///
-/// Port, TLS and Sertifika may be missing. Throws notFound, and badValue for a line that says nothing known, a key that
-/// is missing or stands twice, and for a password, with the line or the key.
+/// Port, TLS, Sertifika and Defter may be missing. Throws notFound, and badValue for a line that says nothing known, a
+/// key that is missing or stands twice, and for a password, with the line or the key.
 ServerSettings readServerSettings(files::Disk& disk, const std::filesystem::path& folder);
 
 } // namespace postgres

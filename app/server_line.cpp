@@ -1,0 +1,159 @@
+#include "app/server_line.h"
+#include "app/form1.h"
+
+#include "base/error.h"
+#include "files/error.h"
+#include "platform/system_disk.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <algorithm>
+#include <span>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace app {
+namespace {
+
+constexpr std::size_t slice = 20;         // lines of the history: some milliseconds of the screen's thread
+constexpr int pause = 10;                 // ms between two slices
+constexpr int retry = 50;                 // ms, while somebody works
+constexpr std::size_t mostPending = 5000; // lines at hand; the line keeps a few more, and then reads on later
+constexpr int faultPause = 2000;          // ms, until a file that refuses is tried again
+
+/// The customer of a pressing that a line brings; empty for all else.
+QString newPressingOf(const postgres::HistoryLine& line)
+{
+    if (line.table != "hareket" || line.after.empty()) return {};
+    return QJsonDocument::fromJson(QByteArray::fromStdString(line.after)).object()[u"carihar"_s].toString();
+}
+
+} // namespace
+
+ServerLine::ServerLine(std::shared_ptr<shared::SharedEngine> engine, const postgres::ServerSettings& settings,
+                       Doors doors)
+    : engine_(std::move(engine)), doors_(std::move(doors))
+{
+    timer_.setSingleShot(true);
+    connect(&timer_, &QTimer::timeout, this, [this] { step(); });
+    tell();
+    line_ = std::make_unique<postgres::SharedLine>(settings, engine_->place(), engine_->waiting(), [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { look(); }, Qt::QueuedConnection);
+    });
+    engine_->onWaiting([this](const std::vector<postgres::WaitingChange>& changes) {
+        line_->bring(changes);
+        tell();
+    });
+}
+
+ServerLine::~ServerLine() { engine_->onWaiting({}); }
+
+void ServerLine::look()
+{
+    if (pending_.size() > mostPending) return; // the last slice of them looks again
+    postgres::News news = line_->take();
+    connected_ = news.connected;
+    why_ = QString::fromStdString(news.why);
+    clock_ = QString::fromStdString(news.clock);
+    if (pending_.empty()) sinceFirst_.start();
+    pending_.insert(pending_.end(), std::make_move_iterator(news.lines.begin()),
+                    std::make_move_iterator(news.lines.end()));
+    tell();
+    if (!pending_.empty() && !timer_.isActive()) timer_.start(0);
+}
+
+std::size_t ServerLine::sliceLength() const
+{
+    const std::size_t most = std::min(slice, pending_.size() - done_);
+    for (std::size_t i = 0; i < most; ++i) {
+        const QString customer = newPressingOf(pending_[done_ + i]);
+        if (!customer.isEmpty() && doors_.mustWait(customer)) return i;
+    }
+    return most;
+}
+
+void ServerLine::step()
+{
+    int next = retry;
+    if (doors_.mayTake(sinceFirst_.elapsed())) {
+        try {
+            takeSlice();
+            fault_.clear();
+            next = pause;
+        } catch (const base::RuntimeError& error) {
+            fault_ = error.text();
+            next = faultPause;
+        }
+        tell();
+    }
+    if (!pending_.empty()) timer_.start(next);
+}
+
+void ServerLine::takeSlice()
+{
+    const std::size_t length = sliceLength();
+    if (length == 0) return;
+    const shared::Taken taken = engine_->take(std::span(pending_).subspan(done_, length));
+    done_ += length;
+    if (done_ == pending_.size()) {
+        pending_.clear();
+        done_ = 0;
+        look();
+    }
+    doors_.taken(taken);
+}
+
+void ServerLine::tell()
+{
+    const int waiting = engine_->waitingPressings();
+    QString state = u"Sunucu: "_s;
+    if (!fault_.isEmpty())
+        state += u"gelenler yazılamıyor: "_s + fault_;
+    else if (connected_ && why_.isEmpty())
+        state += waiting > 0 ? u"%1 sıkım gönderiliyor"_s.arg(waiting) : u"bağlı"_s;
+    else if (waiting > 0)
+        state += u"%1 sıkım bekliyor"_s.arg(waiting);
+    else
+        state += connected_ ? u"kabul etmiyor"_s : u"bağlantı yok"_s;
+    // What the server itself said, in brackets, is for whoever sets it up.
+    if (!why_.isEmpty() && fault_.isEmpty()) state += u". "_s + why_.section(u" ("_s, 0, 0);
+    if (!clock_.isEmpty()) state += u"; "_s + clock_;
+    doors_.told(state);
+}
+
+std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDatabases& databases)
+{
+    const std::shared_ptr<shared::SharedEngine> engine = databases.sharedEngine(form.DataCari.databaseName());
+    const std::filesystem::path folder(form.surroundings().directory.toStdU16String());
+    const auto say = [&form](const QString& state) { form.status->setServer(state); };
+    if (!platform::systemDisk().exists(folder / postgres::settingsFile)) {
+        if (engine) say(u"Sunucu: Sunucu.ini yok; değişiklikler bekliyor"_s);
+        return nullptr;
+    }
+    try {
+        const postgres::ServerSettings settings = postgres::readServerSettings(platform::systemDisk(), folder);
+        if (!engine && settings.book.empty()) return nullptr;
+        if (!engine) {
+            say(u"Sunucu: bu dosya ortak deftere bağlı değil; presva-mdb to-server ile bağlayın"_s);
+            return nullptr;
+        }
+        if (settings.book != engine->place().name) {
+            say(u"Sunucu: Sunucu.ini'deki Defter bu dosyanınki (%1) değil; değişiklikler bekliyor"_s.arg(
+                QString::fromStdString(engine->place().name)));
+            return nullptr;
+        }
+        return std::make_unique<ServerLine>(
+            engine, settings,
+            ServerLine::Doors{.mayTake = [&form](qint64 waited) { return form.mayTakeNews(waited); },
+                              .mustWait = [&form](const QString& customer) { return form.slipWaitsFor(customer); },
+                              .taken = [&form](const shared::Taken& taken) { form.newsTaken(taken); },
+                              .told = say});
+    } catch (const files::Error& error) {
+        say(u"Sunucu: "_s + QString::fromUtf8(error.what()));
+        return nullptr;
+    }
+}
+
+} // namespace app

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+namespace postgres {
+
+/// Reaches a thread that waits for the server: there is something to do, or it is to end.
+class Wake {
+public:
+    Wake();
+    ~Wake();
+    Wake(const Wake&) = delete;
+    Wake& operator=(const Wake&) = delete;
+
+    void up();  ///< from any thread: whoever waits for a notice, or for time to pass, stops waiting
+    void end(); ///< from any thread: so does whoever waits for an answer, for good
+    bool ending() const { return ending_; }
+
+    void wait(std::chrono::milliseconds longest) const; ///< until end(), or until that time has passed
+    int descriptor() const { return up_; }              ///< can be read after up(), until forget()
+    int endDescriptor() const { return end_; }          ///< can be read after end()
+    void forget();
+
+private:
+    int up_ = -1;
+    int end_ = -1;
+    std::atomic<bool> ending_ = false;
+};
+
+} // namespace postgres

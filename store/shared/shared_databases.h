@@ -1,0 +1,25 @@
+#pragma once
+
+#include "store/shared/shared_engine.h"
+
+#include <QString>
+#include <map>
+#include <memory>
+
+namespace shared {
+
+/// Opens databases as another one does; a file of a shared register gets the engine that notes its changes down, also
+/// where no server is named any more: what is changed meanwhile would be missing there for ever.
+class SharedDatabases : public store::Databases {
+public:
+    explicit SharedDatabases(store::Databases& files) : files_(files) {}
+    std::shared_ptr<store::Engine> open(const QString& path) override;
+    /// The engine of that file while somebody has it open; nothing for a file of no shared register.
+    std::shared_ptr<SharedEngine> sharedEngine(const QString& path) const;
+
+private:
+    store::Databases& files_;
+    std::map<QString, std::weak_ptr<SharedEngine>> open_;
+};
+
+} // namespace shared

@@ -1,0 +1,460 @@
+#include "store/shared/shared_engine.h"
+
+#include "base/error.h"
+#include "mill/queries.h"
+#include "store/jet/values/order_key.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QUuid>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace shared {
+namespace {
+
+using mill::Cari, mill::Durum, mill::Giden, mill::Hareket;
+using store::FieldValue;
+
+// What presva.islet calls the changes.
+const QString pressingComes = u"sikim"_s;
+const QString customerTerms = u"cari"_s;
+const QString pressingsGo = u"sikimlar-sil"_s;
+const QString customerGoes = u"cari-sil"_s;
+
+constexpr int longestName = 100; // as the server takes them
+constexpr int longestContainer = 50;
+
+/// Names of the columns on the server, in the order of the fields.
+const QString customerColumns[] = {u"unvan"_s, u"yuzde"_s, u"kap"_s, u"nakit"_s};
+const QString pressingColumns[] = {u"tarih"_s,  u"zeytin"_s, u"yag"_s,    u"yuzde"_s,
+                                   u"haktut"_s, u"nakit"_s,  u"carihar"_s};
+
+[[noreturn]] void refuse(const QString& sentence) { throw base::RuntimeError(base::errors::invalidCall, sentence); }
+
+QString qt(const std::string& text) { return QString::fromStdString(text); }
+
+QString number(double value)
+{
+    if (!std::isfinite(value)) refuse(u"Sonsuz bir sayı ortak deftere yazılamaz."_s);
+    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+/// As the server takes it: a number as a text that means the same double.
+QJsonValue written(const FieldValue& value)
+{
+    if (value.isNull()) return QJsonValue::Null;
+    if (value.isText()) return value.text();
+    if (const auto* const date = std::get_if<store::DateDays>(&value.raw())) return number(date->days);
+    return number(value.number().value_or(0));
+}
+
+/// As the history says it. A number that JSON has none for stands there as a text.
+FieldValue read(const QJsonValue& value)
+{
+    if (value.isDouble()) return value.toDouble();
+    if (value.isString()) return value.toString();
+    return {};
+}
+
+std::optional<double> numberIn(const FieldValue& value)
+{
+    if (const auto* const date = std::get_if<store::DateDays>(&value.raw())) return date->days;
+    return value.number();
+}
+
+bool same(const FieldValue& one, const FieldValue& other)
+{
+    if (one.isText() || other.isText()) return one.isText() && other.isText() && one.text() == other.text();
+    return numberIn(one) == numberIn(other);
+}
+
+QString quoted(QString name) { return u'\'' + name.replace(u'\'', u"''"_s) + u'\''; }
+
+/// Names of tables are the same in any case.
+bool isOf(const store::Listing& listing, const QString& table)
+{
+    return listing.table.compare(table, Qt::CaseInsensitive) == 0;
+}
+
+store::Listing fieldsOf(store::Engine& file, const QString& question)
+{
+    store::Listing listing = file.open(question);
+    listing.rows.clear();
+    return listing;
+}
+
+QJsonObject objectIn(const std::string& json)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
+}
+
+} // namespace
+
+class SharedScope : public store::ChangeScope {
+public:
+    explicit SharedScope(SharedEngine& engine) : engine_(engine), inner_(engine.file_->change()) { ++engine_.depth_; }
+    ~SharedScope() override
+    {
+        inner_.reset();
+        if (--engine_.depth_ == 0) engine_.takenBack(); // nothing is left to take back after a commit
+    }
+    void commit() override
+    {
+        inner_->commit();
+        if (engine_.depth_ == 1) engine_.committed();
+    }
+
+private:
+    SharedEngine& engine_;
+    std::unique_ptr<store::ChangeScope> inner_;
+};
+
+SharedEngine::SharedEngine(std::shared_ptr<store::Engine> file)
+    : file_(std::move(file)), customers_(fieldsOf(*file_, mill::customerNamed(mill::totalsName))),
+      journal_(fieldsOf(*file_, mill::pressingsWhere(mill::totalsCriteria))),
+      notes_(fieldsOf(*file_, mill::text(Giden::table))), state_(file_->open(mill::text(Durum::table)))
+{
+    if (state_.rows.empty())
+        throw base::RuntimeError(base::errors::databaseFault, u"Bu dosya ortak bir deftere bağlı değil."_s);
+    const auto text = [this](Durum::Field field) { return file_->field(state_, state_.rows[0], field).text(); };
+    place_ = {text(Durum::Defter).toStdString(), text(Durum::Kimlik).toStdString(),
+              std::llround(file_->field(state_, state_.rows[0], Durum::Sira).number().value_or(0)),
+              text(Durum::Iz).toStdString()};
+    loadWaiting();
+}
+
+void SharedEngine::loadWaiting()
+{
+    waiting_.clear();
+    customersWaiting_.clear();
+    waitingPressings_ = 0;
+    const store::Listing all = file_->open(mill::text(Giden::table));
+    for (const store::RowKey row : all.rows) {
+        const auto text = [&](Giden::Field field) { return file_->field(all, row, field).text(); };
+        Note note{row,
+                  file_->field(all, row, Giden::Sira).number().value_or(0),
+                  text(Giden::Kimlik),
+                  text(Giden::Ne),
+                  text(Giden::Unvan),
+                  text(Giden::Veri).toUtf8()};
+        lastNumber_ = std::max(lastNumber_, note.number);
+        keep(note);
+    }
+}
+
+void SharedEngine::keep(const Note& note)
+{
+    waitingPressings_ += note.kind == pressingComes;
+    if (isOfRegister(note)) ++customersWaiting_[note.customer];
+    waiting_.insert(note.identity, note);
+}
+
+void SharedEngine::drop(const QString& identity)
+{
+    const Note note = waiting_.take(identity);
+    waitingPressings_ -= note.kind == pressingComes;
+    if (isOfRegister(note) && --customersWaiting_[note.customer] == 0) customersWaiting_.remove(note.customer);
+}
+
+bool SharedEngine::isOfRegister(const Note& note) { return note.kind == customerTerms || note.kind == customerGoes; }
+
+std::vector<postgres::WaitingChange> SharedEngine::waiting() const
+{
+    std::vector<const Note*> notes;
+    notes.reserve(static_cast<std::size_t>(waiting_.size()));
+    for (const Note& each : waiting_) notes.push_back(&each);
+    std::ranges::sort(notes, {}, &Note::number);
+    std::vector<postgres::WaitingChange> changes;
+    changes.reserve(notes.size());
+    for (const Note* each : notes) changes.push_back({each->identity.toStdString(), each->json.toStdString()});
+    return changes;
+}
+
+template <class Work> auto SharedEngine::within(const Work& work)
+{
+    SharedScope scope(*this);
+    auto result = work();
+    scope.commit();
+    return result;
+}
+
+std::unique_ptr<store::ChangeScope> SharedEngine::change() { return std::make_unique<SharedScope>(*this); }
+
+void SharedEngine::committed()
+{
+    std::vector<postgres::WaitingChange> changes;
+    for (const Note& each : std::exchange(fresh_, {})) {
+        changes.push_back({each.identity.toStdString(), each.json.toStdString()});
+        keep(each);
+    }
+    if (told_ && !changes.empty()) told_(changes);
+}
+
+void SharedEngine::takenBack() { fresh_.clear(); }
+
+QString SharedEngine::nameOf(const store::Listing& listing, store::RowKey row, int position) const
+{
+    return file_->field(listing, row, position).text();
+}
+
+// ---- What this counter does ----
+
+store::RowKey SharedEngine::insert(const store::Listing& listing, const store::Assignments& values)
+{
+    return within([&] {
+        const store::RowKey row = file_->insert(listing, values);
+        if (isOf(listing, mill::customerTable))
+            noteCustomer(nameOf(customers_, row, Cari::Unvan), values);
+        else if (isOf(listing, mill::journalTable) && nameOf(journal_, row, Hareket::CariHar) != mill::totalsName)
+            notePressing(row);
+        return row;
+    });
+}
+
+void SharedEngine::update(const store::Listing& listing, store::RowKey row, const store::Assignments& values)
+{
+    within([&] {
+        const bool ofJournal = isOf(listing, mill::journalTable);
+        const QString before = ofJournal ? nameOf(journal_, row, Hareket::CariHar) : QString();
+        const QString nameBefore = ofJournal ? QString() : nameOf(customers_, row, Cari::Unvan);
+        file_->update(listing, row, values);
+        if (ofJournal) {
+            if (before != mill::totalsName || nameOf(journal_, row, Hareket::CariHar) != mill::totalsName)
+                refuse(u"Ortak defterdeki bir sıkım değiştirilemez."_s);
+        } else {
+            if (nameOf(customers_, row, Cari::Unvan) != nameBefore)
+                refuse(u"Ortak defterdeki bir müşterinin adı değiştirilemez."_s);
+            noteCustomer(nameBefore, values);
+        }
+        return true;
+    });
+}
+
+void SharedEngine::erase(const store::Listing& listing, store::RowKey row)
+{
+    within([&] {
+        if (isOf(listing, mill::journalTable)) {
+            if (nameOf(journal_, row, Hareket::CariHar) != mill::totalsName)
+                refuse(u"Ortak defterdeki bir sıkım tek başına silinemez."_s);
+            file_->erase(listing, row);
+            return true;
+        }
+        const QString name = nameOf(customers_, row, Cari::Unvan);
+        file_->erase(listing, row);
+        noteDown(customerGoes, name, deletionOf(customerColumns[Cari::Unvan], name));
+        return true;
+    });
+}
+
+std::size_t SharedEngine::execute(const QString& sql)
+{
+    if (sql == mill::deleteTotals) return file_->execute(sql);
+    const QString start = mill::deletePressingsOf({}).chopped(1);
+    const QString name = sql.sliced(std::min(start.size(), sql.size())).chopped(sql.size() > start.size() ? 1 : 0);
+    if (!sql.startsWith(start) || sql != mill::deletePressingsOf(name)) refuse(whyNotEmptied().value_or(QString()));
+    return within([&] {
+        const std::size_t gone = file_->execute(sql);
+        noteDown(pressingsGo, name, deletionOf(pressingColumns[Hareket::CariHar], name));
+        return gone;
+    });
+}
+
+std::optional<QString> SharedEngine::whyNotEmptied()
+{
+    return u"Bu defteri başka sayaçlar da kullanıyor: hepsi birden buradan silinmez, hiçbir şey silinmedi. Yeni sezona "
+           u"yeni bir defterle başlanır (docs/sunucu.md)."_s;
+}
+
+void SharedEngine::noteDown(const QString& kind, const QString& customer, const QJsonObject& what)
+{
+    Note note;
+    note.number = ++lastNumber_;
+    note.identity = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    note.kind = kind;
+    note.customer = customer;
+    QJsonObject whole = what;
+    whole[u"kimlik"_s] = note.identity;
+    whole[u"ne"_s] = kind;
+    note.json = QJsonDocument(whole).toJson(QJsonDocument::Compact);
+    note.row = file_->insert(notes_, {{Giden::Sira, note.number},
+                                      {Giden::Kimlik, note.identity},
+                                      {Giden::Ne, note.kind},
+                                      {Giden::Unvan, note.customer},
+                                      {Giden::Veri, QString::fromUtf8(note.json)}});
+    fresh_.push_back(std::move(note));
+}
+
+void SharedEngine::notePressing(store::RowKey row)
+{
+    // As the file has it, not as it was entered: a field may round.
+    QJsonObject what;
+    for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
+        what[pressingColumns[field]] = written(file_->field(journal_, row, field));
+    const QString name = nameOf(journal_, row, Hareket::CariHar);
+    if (name.size() > longestName || name.contains(QChar::Null))
+        refuse(u"Ortak defterde bir müşterinin adı en çok %1 harftir."_s.arg(longestName));
+    noteDown(pressingComes, name, what);
+}
+
+void SharedEngine::noteCustomer(const QString& name, const store::Assignments& values)
+{
+    if (name.isEmpty() || name.size() > longestName || name.contains(QChar::Null))
+        refuse(u"Ortak defterde bir müşterinin adı 1 ile %1 harf arasındadır."_s.arg(longestName));
+    QJsonObject what;
+    for (const auto& entry : values) {
+        const auto position = static_cast<std::size_t>(entry.first);
+        if (position == Cari::Unvan || position >= std::size(customerColumns)) continue;
+        if (entry.second.isText() && entry.second.text().size() > longestContainer)
+            refuse(u"Ortak defterde bir kabın adı en çok %1 harftir."_s.arg(longestContainer));
+        what[customerColumns[position]] = written(entry.second);
+    }
+    what[customerColumns[Cari::Unvan]] = name;
+    std::vector<std::uint8_t> key;
+    jet::appendOrderKey(key, name.toStdU16String());
+    what[u"sira"_s] = QString::fromLatin1(
+        QByteArray(reinterpret_cast<const char*>(key.data()), static_cast<qsizetype>(key.size())).toHex());
+    noteDown(customerTerms, name, what);
+}
+
+/// Only what this counter knows of is meant: the history up to its place, and its own changes.
+QJsonObject SharedEngine::deletionOf(const QString& field, const QString& customer) const
+{
+    QJsonArray own;
+    const auto add = [&](const Note& note) {
+        if (note.customer == customer) own << note.identity;
+    };
+    for (const Note& each : waiting_) add(each);
+    for (const Note& each : fresh_) add(each);
+    return {{field, customer}, {u"gorulen"_s, static_cast<double>(place_.number)}, {u"kendi"_s, own}};
+}
+
+// ---- What others do ----
+
+bool SharedEngine::customerWaits(const QString& name, const QString& except) const
+{
+    const auto own = waiting_.constFind(except);
+    const bool one = own != waiting_.cend() && own->customer == name && isOfRegister(*own);
+    return customersWaiting_.value(name) > (one ? 1 : 0);
+}
+
+/// One slice of the history on its way into the file.
+class SharedEngine::Taking {
+public:
+    explicit Taking(SharedEngine& engine) : engine_(engine), file_(*engine.file_) {}
+
+    void take(const postgres::HistoryLine& line)
+    {
+        const QString identity = qt(line.identity);
+        const auto own = engine_.waiting_.constFind(identity);
+        const bool isOwn = own != engine_.waiting_.cend();
+        if (line.table == "hareket") {
+            // What is this counter's own stands in the file already, or is gone from it.
+            if (isOwn) return;
+            if (!line.before.empty()) removePressing(objectIn(line.before));
+            if (!line.after.empty()) addPressing(objectIn(line.after));
+        } else if (line.table == "cari") {
+            const QJsonObject before = objectIn(line.before), after = objectIn(line.after);
+            const QString nameBefore = before[customerColumns[Cari::Unvan]].toString();
+            const QString name = after[customerColumns[Cari::Unvan]].toString();
+            if (!before.isEmpty() && nameBefore != name) putCustomer(nameBefore, {}, identity);
+            if (!after.isEmpty()) putCustomer(name, after, identity);
+        } else if (isOwn) {
+            file_.erase(engine_.notes_, own->row);
+            engine_.drop(identity);
+        }
+    }
+    const Taken& taken() const { return taken_; }
+
+private:
+    void addPressing(const QJsonObject& row)
+    {
+        const QString name = row[pressingColumns[Hareket::CariHar]].toString();
+        store::Assignments values;
+        for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field) {
+            const FieldValue value = valueIn(row, field);
+            if (!value.isNull()) values.emplace_back(field, value);
+        }
+        file_.insert(engine_.journal_, values);
+        known_.remove(name);
+        ++taken_.pressings;
+    }
+
+    static FieldValue valueIn(const QJsonObject& row, int field)
+    {
+        const FieldValue value = read(row[pressingColumns[field]]);
+        return field == Hareket::Tarih && value.number() ? FieldValue(store::DateDays{*value.number()}) : value;
+    }
+
+    /// Equal rows are one as good as the other.
+    void removePressing(const QJsonObject& row)
+    {
+        const QJsonValue named = row[pressingColumns[Hareket::CariHar]];
+        const QString name = named.toString();
+        if (!known_.contains(name)) {
+            const QString field = mill::text(Hareket::fields[Hareket::CariHar]);
+            known_[name] =
+                file_.matching(engine_.journal_, field + (named.isString() ? u'=' + quoted(name) : u" Is Null"_s));
+        }
+        std::vector<store::RowKey>& rows = known_[name];
+        const auto found = std::ranges::find_if(rows, [&](store::RowKey key) {
+            for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
+                if (!same(file_.field(engine_.journal_, key, field), valueIn(row, field))) return false;
+            return true;
+        });
+        taken_.deletions = true;
+        if (found == rows.end()) return; // this counter has deleted it, too
+        file_.erase(engine_.journal_, *found);
+        rows.erase(found);
+    }
+
+    /// A customer's row becomes as the history says; empty: it goes. What this counter has changed since stands above.
+    void putCustomer(const QString& name, const QJsonObject& row, const QString& identity)
+    {
+        if (engine_.customerWaits(name, identity)) return;
+        const store::Listing there = file_.open(mill::customerNamed(name));
+        if (row.isEmpty()) {
+            for (const store::RowKey key : there.rows) file_.erase(there, key);
+            taken_.deletions = true;
+            return;
+        }
+        store::Assignments values;
+        for (int field = Cari::Yuzde; field < static_cast<int>(Cari::fields.size()); ++field)
+            values.emplace_back(field, read(row[customerColumns[field]]));
+        for (const store::RowKey key : there.rows) file_.update(there, key, values);
+        if (!there.rows.empty()) return;
+        values.emplace_back(Cari::Unvan, name);
+        file_.insert(there, values);
+    }
+
+    SharedEngine& engine_;
+    store::Engine& file_;
+    Taken taken_;
+    QHash<QString, std::vector<store::RowKey>> known_; ///< a customer's pressings
+};
+
+Taken SharedEngine::take(std::span<const postgres::HistoryLine> lines)
+{
+    if (lines.empty()) return {};
+    try {
+        const std::unique_ptr<store::ChangeScope> change = file_->change();
+        Taking taking(*this);
+        for (const postgres::HistoryLine& each : lines) taking.take(each);
+        file_->update(state_, state_.rows[0],
+                      {{Durum::Sira, static_cast<double>(lines.back().number)}, {Durum::Iz, qt(lines.back().mark)}});
+        change->commit();
+        place_.number = lines.back().number;
+        place_.mark = lines.back().mark;
+        return taking.taken();
+    } catch (...) {
+        loadWaiting(); // the file is as it was
+        throw;
+    }
+}
+
+} // namespace shared

@@ -1,0 +1,129 @@
+#include "app/server_line.h"
+#include "tests/app/screen_fixture.h"
+#include "tests/shared/shared_mill.h"
+
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The real screen in the folder of a counter whose register is shared, with its line.
+struct SharedScreen : World {
+    explicit SharedScreen(const QString& place)
+        : directory(place), form([this] {
+              app::Surroundings all = surroundings(shared, paper, notes);
+              all.directory = directory;
+              return all;
+          }())
+    {
+        form.start();
+        line = app::lineToServer(form, shared);
+    }
+    QString directory;
+    store::JetDatabases files{platform::systemDisk()};
+    shared::SharedDatabases shared{files};
+    store::SlipNotes notes{platform::systemDisk(), SharedMill::file(directory)};
+    print::FolderTarget paper{folder.path()};
+    app::Form1 form;
+    std::unique_ptr<app::ServerLine> line;
+
+    void press(const QString& customer, const QString& olives)
+    {
+        form.run([&] { form.workAt(0); });
+        form.run([&] { form.TxtLbl[0]->setCaption(customer); });
+        form.run([&] { form.Label2[0]->setCaption(olives); });
+        form.run([&] { form.YazCmd_Click(0); });
+    }
+};
+
+} // namespace
+
+/// A counter's window in a register that it shares.
+class SharedWindow : public QObject {
+    Q_OBJECT
+
+    std::optional<SharedMill> mill;
+
+private slots:
+    void initTestCase() { app::applyTheme(*qApp); }
+    void init() { mill.emplace(); }
+    void cleanup() { mill.reset(); }
+
+    void aSlipOfOneIsFoundAtTheOther()
+    {
+        SharedScreen one(mill->folder(1)), two(mill->folder(2));
+        QTRY_VERIFY2(one.form.status->text().contains(u"Sunucu: bağlı"_s), qPrintable(one.form.status->text()));
+        one.press(u"Şükrü Öz"_s, u"1000"_s);
+        QElapsedTimer time;
+        time.start();
+        QTRY_VERIFY(two.form.status->text().contains(u"1 kayıt"_s));
+        QVERIFY2(time.elapsed() < 2000, qPrintable(QString::number(time.elapsed())));
+        two.form.run([&] { two.form.TxtLbl[0]->setCaption(u"Şük"_s); });
+        QVERIFY(two.form.dbListe1->visible());
+        QTRY_VERIFY(one.form.status->text().contains(u"Sunucu: bağlı"_s));
+        QCOMPARE(mill->sql("select giren, carihar, zeytin from presva.hareket"), u"Hat 1|Şükrü Öz|1000\n"_s);
+        QCOMPARE(one.messages() + two.messages(), QStringList());
+    }
+
+    void whatOthersDidComesInThoughKeysAreTouched()
+    {
+        SharedScreen one(mill->folder(1));
+        SharedCounter other(mill->folder(2));
+        QVERIFY(other.press(u"Ali"_s, 5));
+        QElapsedTimer time;
+        for (time.start(); time.elapsed() < 5000 && !one.form.status->text().contains(u"1 kayıt"_s);) {
+            one.form.run([&] { one.form.Label1_Click(5); });
+            QTest::qWait(50);
+        }
+        QVERIFY2(time.elapsed() < 2000, qPrintable(QString::number(time.elapsed())));
+    }
+
+    void nobodyEmptiesTheRegisterFromTheMenu()
+    {
+        SharedScreen one(mill->folder(1));
+        one.press(u"Ali"_s, u"1000"_s);
+        for (const bool all : {true, false})
+            one.form.run([&] { all ? one.form.CariSil_Click() : one.form.HesapSil_Click(); });
+        QCOMPARE(one.prompt.errors.size(), 2);
+        QCOMPARE(rowsIn(one.form.DataCari.database(), mill::journalTable).size(), 1);
+    }
+
+    void aServerThatIsAwayIsToldAndPressingsWait()
+    {
+        SharedScreen one(mill->folder(1));
+        QTRY_VERIFY(one.form.status->text().contains(u"Sunucu: bağlı"_s));
+        SharedMill::server().kill();
+        one.press(u"Ali"_s, u"1000"_s);
+        one.press(u"Veli"_s, u"500"_s);
+        QTRY_VERIFY2(one.form.status->text().contains(u"Sunucu: 2 sıkım bekliyor. "_s),
+                     qPrintable(one.form.status->text()));
+        SharedMill::server().start();
+        QTRY_VERIFY_WITH_TIMEOUT(one.form.status->text().contains(u"Sunucu: bağlı"_s), 20000);
+        QCOMPARE(mill->sql("select count(*) from presva.hareket"), u"2\n"_s);
+        QCOMPARE(one.messages(), QStringList());
+    }
+
+    void whatKeepsTheLineAwayIsTold()
+    {
+        const QString folder = mill->emptyFolder(1);
+        {
+            const SharedScreen one(folder);
+            QVERIFY(one.form.status->text().contains(u"bu dosya ortak deftere bağlı değil"_s));
+        }
+        SharedMill::join(folder);
+        writeFile((folder + u"/Sunucu.ini"_s).toStdString(), "[Sunucu]\nAdres=x\n");
+        {
+            const SharedScreen one(folder);
+            QVERIFY(one.form.status->text().contains(u"eksik ya da boş"_s));
+        }
+        QFile::remove(folder + u"/Sunucu.ini"_s);
+        SharedScreen one(folder);
+        QVERIFY(one.form.status->text().contains(u"Sunucu.ini yok; değişiklikler bekliyor"_s));
+        one.press(u"Ali"_s, u"1000"_s);
+        QCOMPARE(one.shared.sharedEngine(one.form.DataCari.databaseName())->waitingPressings(), 1);
+    }
+};
+
+QTEST_MAIN(SharedWindow)
+#include "shared_window.moc"
