@@ -2,7 +2,8 @@
 // others do, until a file "dur" lies in its folder and nothing of its own waits any more.
 // usage: counter_process FOLDER FIRST COUNT PAUSE      (between two pressings, in milliseconds)
 // The weight of each pressing is its number: FIRST, FIRST + 1 ... A line with the number on standard output says that
-// the slip was accepted: the file has it. Pressings that the file has already are not entered again.
+// the slip was accepted: the file has it. Pressings that the file has already are not entered again. A file "girildi"
+// says that all are in: the last one may have been entered just before a kill, and never been told.
 #include "tests/shared/shared_counter.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,7 @@ try {
         std::fflush(stdout);
         if (pause > 0) QThread::msleep(static_cast<unsigned long>(pause));
     }
+    if (QFile entered(folder + u"/girildi"_s); !entered.open(QIODevice::WriteOnly)) return 5;
     while (!QFile::exists(folder + u"/dur"_s) || !counter.shared().waiting().empty())
         if (!counter.take(500)) QThread::msleep(5);
     return 0;
