@@ -17,6 +17,7 @@ constexpr std::size_t forTheKnown = 32; ///< connections beside those of strange
 constexpr int waiting = 512;            ///< connections that the system keeps for us; the library asks for five
 
 constexpr std::string_view cookieName = "__Host-presva";
+constexpr const char* html = "text/html; charset=utf-8";
 
 namespace status {
 constexpr int done = 204, notModified = 304, forbidden = 403, notFound = 404, wrongMethod = 405, wrongHost = 421,
@@ -114,7 +115,10 @@ private:
             // A page of somebody else's that gives our address a name of its own gets nothing.
             response.status = status::wrongHost;
         } else if (request.target == "/") {
-            response.set_content(isKnown(request) ? look_()->page : entryPage(), "text/html; charset=utf-8");
+            if (isKnown(request))
+                page(response);
+            else
+                response.set_content(entryPage(), html);
         } else if (request.target == "/bugun") {
             today(request, response);
         } else if (request.target == "/giris") {
@@ -148,7 +152,17 @@ private:
         if (request.get_header_value("If-None-Match") == shown->mark)
             response.status = status::notModified;
         else
-            response.set_content(shown->today, "text/html; charset=utf-8");
+            response.set_content(shown->today, html);
+    }
+
+    /// Whoever reads it slowly keeps no copy of it in memory.
+    void page(httplib::Response& response)
+    {
+        const auto shown = look_();
+        response.set_content_provider(shown->page.size(), html,
+                                      [shown](std::size_t from, std::size_t size, httplib::DataSink& sink) {
+                                          return sink.write(shown->page.data() + from, size);
+                                      });
     }
 
     void enter(const httplib::Request& request, httplib::Response& response)

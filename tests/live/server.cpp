@@ -338,6 +338,22 @@ TEST_F(ServerOnTheNet, whoReadsTooSlowlyIsSentAway)
     EXPECT_LT(read, 30'000'000U);
 }
 
+TEST_F(ServerOnTheNet, whoReadsSlowlyKeepsNoCopyOfThePage)
+{
+    constexpr std::size_t pageBytes = 4'000'000;
+    start({}, {}, pageBytes);
+    look();
+    const long before = memoryInUse();
+    std::vector<std::unique_ptr<Connection>> slow;
+    for (int i = 0; i < 40; ++i) {
+        slow.push_back(std::make_unique<Connection>(port(), "127.0.2." + std::to_string(i + 1)));
+        slow.back()->send(request(port(), "/", known()));
+        EXPECT_THAT(slow.back()->some(), HasSubstr("200 OK"));
+    }
+    EXPECT_LT(memoryInUse() - before, 40'000);
+    EXPECT_GT(slow.back()->answer().whole.size(), pageBytes - 20'000);
+}
+
 TEST_F(ServerOnTheNet, aHundredWhoSayNothingKeepNobodyWaiting)
 {
     std::vector<std::unique_ptr<BareSocket>> silent;
@@ -356,6 +372,9 @@ TEST_F(ServerOnTheNet, aHundredAddressesThatSayNothingKeepNobodyWaitingWhoIsKnow
     const auto begun = steady_clock::now();
     EXPECT_EQ(look().status, 200);
     EXPECT_LT(steady_clock::now() - begun, seconds(3)); // all of the silent have five seconds
+    // Beyond their number strangers hold nothing, not even a handle.
+    const auto isClosed = [](const auto& each) { return each->closedWithin(milliseconds(20)).has_value(); };
+    EXPECT_GE(std::ranges::count_if(silent, isClosed), std::ptrdiff_t(silent.size() - Limits().strangers));
 }
 
 TEST_F(ServerOnTheNet, whoAsksTooOftenIsLeftOutAndOthersAreNot)
