@@ -5,6 +5,7 @@
 #include "app/setting_names.h"
 #include "base/numbers.h"
 #include "base/pass_over.h"
+#include "base/path_text.h"
 #include "pressing/kept_displays.h"
 #include "scale/frm_properties.h"
 #include "scale/setting_keys.h"
@@ -12,7 +13,6 @@
 #include "store/moment.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTcpSocket>
 #include <utility>
 
@@ -69,8 +69,8 @@ void Form1::wireScale()
 platform::SerialPortPlaces Form1::portPlaces() const
 {
     platform::SerialPortPlaces places;
-    places.programDirectory = QFile::encodeName(surroundings_.directory).toStdString();
-    places.devices = QFile::encodeName(surroundings_.devices).toStdString();
+    places.programDirectory = base::pathOf(surroundings_.directory);
+    places.devices = base::pathOf(surroundings_.devices);
     return places;
 }
 

@@ -1,11 +1,11 @@
 #include "print/folder_target.h"
 
 #include "base/error.h"
+#include "base/path_text.h"
 #include "files/error.h"
 #include "files/quoted_path.h"
 #include "platform/system_disk.h"
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 #include <algorithm>
 #include <system_error>
@@ -25,7 +25,10 @@ base::RuntimeError printerError(const std::string& reason)
 /// Where the content of such a file is until it is published.
 std::filesystem::path hiddenPathOf(const std::filesystem::path& path)
 {
-    return path.parent_path() / ("." + path.filename().string() + ".part");
+    std::filesystem::path name = ".";
+    name += path.filename();
+    name += ".part";
+    return path.parent_path() / name;
 }
 
 } // namespace
@@ -53,7 +56,7 @@ struct FolderTarget::Reserved {
 };
 
 FolderTarget::FolderTarget(const QString& folder, const Paper& paper, Make make)
-    : folder_(QFile::encodeName(QDir(folder).absolutePath()).toStdString()), paper_(paper), make_(make)
+    : folder_(base::pathOf(QDir(folder).absolutePath())), paper_(paper), make_(make)
 {
 }
 
@@ -64,8 +67,7 @@ Paper FolderTarget::paper()
     std::error_code error;
     if (make_ == Make::yes) std::filesystem::create_directories(folder_, error);
     if (!std::filesystem::is_directory(folder_, error))
-        throw base::RuntimeError(base::errors::printer,
-                                 u"Printer error: no folder "_s + QString::fromStdString(folder_.string()));
+        throw base::RuntimeError(base::errors::printer, u"Printer error: no folder "_s + base::textOf(folder_));
     return paper_;
 }
 
@@ -74,14 +76,14 @@ std::filesystem::path FolderTarget::pathOf(int job) const
     return folder_ / (QString::number(job).rightJustified(4, u'0') + u".pdf"_s).toStdString();
 }
 
-QString FolderTarget::fileOf(int job) const { return QFile::decodeName(pathOf(job).string().c_str()); }
+QString FolderTarget::fileOf(int job) const { return base::textOf(pathOf(job)); }
 
 int FolderTarget::lastNumber() const
 {
     static const QRegularExpression numbered(u"^([0-9]{4,8})\\.pdf$"_s);
     int last = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-        const auto match = numbered.match(QFile::decodeName(entry.path().filename().string().c_str()));
+        const auto match = numbered.match(base::textOf(entry.path().filename()));
         if (match.hasMatch()) last = std::max(last, match.captured(1).toInt());
     }
     return last;
@@ -163,7 +165,7 @@ Taken FolderTarget::taken(int job)
 QString FolderTarget::stateText() noexcept
 {
     // Its last part: where the data lie is the mill's own business, and the line is short.
-    const QString folder = QFile::decodeName(folder_.filename().string().c_str());
+    const QString folder = base::textOf(folder_.filename());
     std::error_code error;
     return make_ == Make::yes || std::filesystem::is_directory(folder_, error)
                ? u"Yazıcı: %1 klasörü"_s.arg(folder)

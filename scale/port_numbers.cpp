@@ -1,21 +1,16 @@
 #include "scale/port_numbers.h"
 
-#include <QFile>
+#include "base/path_text.h"
 #include <QStringList>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using base::pathOf;
+using base::textOf;
 
 namespace scale {
 
 namespace {
-
-std::filesystem::path pathOf(const QString& text) { return QFile::encodeName(text).toStdString(); }
-
-QString textOf(const std::filesystem::path& path)
-{
-    return QFile::decodeName(QByteArray::fromStdString(path.string()));
-}
 
 /// A link "comN" is what the mill itself says of a number, and lies in the program's directory.
 bool isLinkOfTheMill(const std::filesystem::path& path, const platform::SerialPortPlaces& places)

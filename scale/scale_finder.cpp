@@ -2,11 +2,11 @@
 
 #include "base/code_page.h"
 #include "base/numbers.h"
+#include "base/path_text.h"
 #include "platform/serial_ports.h"
 #include "scale/comm_control.h"
 #include "scale/formats/recogniser.h"
 #include "scale/weight_line.h"
-#include <QFile>
 #include <QSet>
 #include <algorithm>
 #include <array>
@@ -103,11 +103,11 @@ std::vector<ScaleFinder::Port> ScaleFinder::portsThatAreThere() const
     QSet<QString> devices;
     for (int number = platform::firstSerialPort; number <= platform::lastSerialPort; ++number) {
         const auto found = ports_(number);
-        if (!found || !platform::isThere(QFile::encodeName(found->path).toStdString())) continue;
+        if (!found || !platform::isThere(base::pathOf(found->path))) continue;
         const QString device = shownDevice(found->path); // one device may have two numbers
         if (devices.contains(device)) continue;
         devices.insert(device);
-        ports.push_back({number, platform::isOnMainboard(QFile::encodeName(found->path).toStdString())});
+        ports.push_back({number, platform::isOnMainboard(base::pathOf(found->path))});
     }
     std::ranges::stable_partition(ports, [](const Port& port) { return !port.onMainboard; });
     return ports;

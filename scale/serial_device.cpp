@@ -1,9 +1,9 @@
 #include "scale/serial_device.h"
 
+#include "base/path_text.h"
 #include "platform/serial_ports.h"
 #include "scale/comm_control.h"
 #include "scale/port_numbers.h"
-#include <QFile>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QObject>
@@ -127,7 +127,7 @@ private:
         if (callback) callback();
     }
 
-    static bool isThere(const QString& node) { return platform::isThere(QFile::encodeName(node).toStdString()); }
+    static bool isThere(const QString& node) { return platform::isThere(base::pathOf(node)); }
     bool isGone() const { return platform::isHungUp(port_.handle()) || !isThere(node_.files().value(0)); }
 
     bool set(const LineSettings& settings, FlowControl flow)

@@ -1,7 +1,7 @@
 #include "scale/serial_line.h"
 
+#include "base/path_text.h"
 #include "scale/comm_control.h"
-#include <QFile>
 #include <chrono>
 #include <utility>
 
@@ -14,7 +14,7 @@ namespace {
 /// Short beside the moment that a hand needs for a plug, long beside the work of looking for the device.
 constexpr auto betweenTries = 400ms;
 
-bool isThere(const QString& path) { return platform::isThere(QFile::encodeName(path).toStdString()); }
+bool isThere(const QString& path) { return platform::isThere(base::pathOf(path)); }
 
 void tell(const std::function<void()>& callback)
 {

@@ -43,6 +43,19 @@ private slots:
         QCOMPARE(linesOf(content("0001.pdf")), QStringList{"a"});
     }
 
+    void everyLetterOfTheFolderIsKept()
+    {
+        const QString turkish = folder->filePath(u"Şükrü Işık/Fişler ĞİÇÖ"_s);
+        FolderTarget made(turkish, print::Paper::slipRoll80(), FolderTarget::Make::yes);
+        QCOMPARE(made.submit(document(made)), 1);
+        QCOMPARE(made.submit(document(made)), 2);
+        QCOMPARE(QDir(turkish).entryList(QDir::Files | QDir::Hidden, QDir::Name),
+                 QStringList({"0001.pdf", "0002.pdf"}));
+        QCOMPARE(made.fileOf(2), turkish + u"/0002.pdf"_s);
+        QCOMPARE(made.stateText(), u"Yazıcı: Fişler ĞİÇÖ klasörü"_s);
+        QCOMPARE(FolderTarget(turkish + u" yok"_s).stateText(), u"Yazıcı: Fişler ĞİÇÖ yok klasörü yok"_s);
+    }
+
     void numbersGoOnAfterWhatIsThere()
     {
         put("0007.pdf", "seven");

@@ -20,7 +20,7 @@ public:
     {
         platform::SerialPortPlaces places;
         places.programDirectory = "/nobody-there";
-        places.devices = QFile::encodeName(folder_.path()).toStdString();
+        places.devices = folder_.path().toStdU16String();
         places.classes = "/nobody-there"; // what this machine knows of its own ports is nothing to played ones
         return places;
     }
