@@ -37,7 +37,8 @@ std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlac
 /// The name by which an adapter is found again whatever node it gets: that of its link below devices/serial,
 /// "by-id/..." as a rule. Adapters of one make without serial numbers share one such name: while two of them are
 /// plugged in, it is the socket's, "by-path/...". On Windows the adapter's place in the system's list of devices, which
-/// holds its serial number. Nothing for a device without such a name, as the ports of the mainboard are.
+/// holds its serial number; one without such a number is looked for in every socket, by its make. Nothing for a device
+/// without such a name, as the ports of the mainboard are.
 std::optional<std::string> stableName(const std::filesystem::path& device, const SerialPortPlaces& places);
 
 /// What is to be remembered of an adapter: its stable name, and its socket for the day when a second one of that name

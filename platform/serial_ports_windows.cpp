@@ -1,5 +1,6 @@
 #include "platform/serial_ports.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 #include <windows.h>
@@ -83,14 +84,38 @@ std::optional<std::string> portAboveTheLast(int number)
     return std::nullopt;
 }
 
+/// Of an adapter without a serial number the system makes one up, another in every socket.
+bool hasMadeUpSerial(const std::string& device) { return device.find('&', device.rfind('\\')) != std::string::npos; }
+
+/// The port of the only adapter of that make that is there, where that one is not known by another number.
+std::optional<std::string> portInAnotherSocket(const std::string& adapter, const RememberedAdapters& remembered)
+{
+    if (!hasMadeUpSerial(adapter)) return std::nullopt;
+    const std::string make = adapter.substr(0, adapter.rfind('\\'));
+    std::vector<std::string> ports;
+    for (const std::string& serial : Key(deviceList + make).children()) {
+        const std::string device = make + '\\' + serial;
+        const auto isThis = [&device](const auto& known) { return known.second == device; };
+        if (!hasMadeUpSerial(device) || std::ranges::any_of(remembered, isThis)) continue;
+        const std::string port = portOf(device);
+        // A port that two devices claim may be there for the other.
+        if (!port.empty() && isThere(port) && devicesAt(port).size() == 1) ports.push_back(port);
+    }
+    return ports.size() == 1 ? std::optional(ports.front()) : std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::filesystem::path> serialPort(int number, const SerialPortPlaces& /*places*/,
                                                 const RememberedAdapters& remembered)
 {
     if (number < firstSerialPort || number > lastSerialPort) return std::nullopt;
-    if (const auto known = remembered.find(number); known != remembered.end())
-        if (const std::string port = portOf(known->second); !port.empty()) return port;
+    if (const auto known = remembered.find(number); known != remembered.end()) {
+        const std::string port = portOf(known->second);
+        if (port.empty() || !isThere(port))
+            if (const auto elsewhere = portInAnotherSocket(known->second, remembered)) return *elsewhere;
+        if (!port.empty()) return port;
+    }
     return portAboveTheLast(number).value_or(comName(number));
 }
 

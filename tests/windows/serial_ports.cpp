@@ -70,6 +70,40 @@ TEST_F(SerialPorts, anAdapterKeepsItsNumberWhateverItsPortIsByNow)
     EXPECT_EQ(port(7, {{7, name}}), "COM21");
 }
 
+TEST_F(SerialPorts, anAdapterWithoutASerialNumberIsFoundInAnotherSocket)
+{
+    const std::string make = R"(USB\VID_1A86&PID_7523)";
+    const std::string name = make + R"(\5&2A)";
+    list(make, "5&2A", "COM21", L"USB-SERIAL CH340 (COM21)");
+    list(make, "5&2B", "COM22", L"USB-SERIAL CH340 (COM22)");
+    EXPECT_EQ(port(7, {{7, name}}), "COM21") << "it is nowhere, and waits";
+    plugIn("COM22");
+    EXPECT_EQ(port(7, {{7, name}}), "COM22");
+    EXPECT_EQ(port(7, {{7, name}, {8, make + R"(\5&2B)"}}), "COM21") << "that one is another number's";
+    plugIn("COM21");
+    EXPECT_EQ(port(7, {{7, name}}), "COM21") << "it is back in its own";
+}
+
+TEST_F(SerialPorts, whichOfTwoAdaptersIsMeantIsNotGuessed)
+{
+    const std::string make = R"(USB\VID_1A86&PID_7523)";
+    list(make, "5&2A", "COM21", L"USB-SERIAL CH340 (COM21)");
+    list(make, "5&2B", "COM22", L"USB-SERIAL CH340 (COM22)");
+    list(make, "5&2C", "COM23", L"USB-SERIAL CH340 (COM23)");
+    plugIn("COM22");
+    plugIn("COM23");
+    EXPECT_EQ(port(7, {{7, make + R"(\5&2A)"}}), "COM21");
+}
+
+TEST_F(SerialPorts, anAdapterWithASerialNumberIsNoOther)
+{
+    const std::string make = R"(USB\VID_0403&PID_6001)";
+    list(make, "A1", "COM21", L"USB Serial Port (COM21)");
+    list(make, "A2", "COM22", L"USB Serial Port (COM22)");
+    plugIn("COM22");
+    EXPECT_EQ(port(7, {{7, make + R"(\A1)"}}), "COM21");
+}
+
 TEST_F(SerialPorts, twoDevicesThatClaimOnePortHaveNoNameOfTheirOwn)
 {
     list(R"(USB\VID_1A86&PID_7523)", "5&2A", "COM21", L"USB-SERIAL CH340 (COM21)");
