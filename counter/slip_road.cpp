@@ -46,8 +46,8 @@ SlipOutcome SlipRoad::printAndBook(print::Slip slip, const mill::Provenance& fro
         keepsItsNote(u" basıldı, kaydı yapılamadı"_s);
     else if (passOver([&] { at_.weights.write(*note, at_.regional); }))
         keepsItsNote(u" basıldı ve kaydedildi, tartım defterine yazılamadı"_s);
-    else
-        passOver([&] { at_.notes.strike(); });
+    else if (!passOver([&] { at_.notes.strike(); }))
+        at_.printer.settle(note->job);
     if (outcome.notice.isEmpty()) outcome.notice = at_.weights.takeNotice();
     if (outcome.stored && at_.backups) at_.backups->pressingStored(at_.journal.database(), at_.now());
     return outcome;
@@ -88,6 +88,7 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Pro
             return refused(*why);
         }
         note.job = at_.printer.createJob(*document);
+        note.jobMark = at_.printer.markOf(note.job);
         if (const auto error = passOver([&] { at_.notes.write(note); })) {
             at_.printer.cancel(note.job);
             printer.killDoc();
@@ -154,12 +155,14 @@ void SlipRoad::recover()
     }
     const auto closed = [&](const QString& what) {
         at_.notes.strike();
+        at_.printer.settle(slip->job);
         log_.write(described(*slip) + what);
     };
     const auto stored = [&](const QString& what) {
         at_.weights.write(*slip, at_.regional);
         closed(what);
     };
+    at_.printer.recall(slip->job, slip->jobMark);
     // Asked first: what stands in the journal was printed, whatever the printer says, and a printer forgets its jobs.
     const QString database = at_.customers.databaseName();
     const std::shared_ptr<store::Engine> engine = at_.databases.open(database);

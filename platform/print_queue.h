@@ -19,11 +19,12 @@ public:
 /// Whether a job can be printed now, as far as the print system says.
 enum class QueueCondition {
     ready,
-    noScheduler,  ///< the print system does not answer
-    noQueue,      ///< there is no default queue
-    unknownQueue, ///< the queue asked for does not exist
-    rejecting,    ///< the queue takes no jobs
-    stopped,      ///< the queue takes jobs and keeps them
+    noScheduler,      ///< the print system does not answer, and a machine may be without one
+    schedulerStopped, ///< the print system does not answer, which every machine of this kind has
+    noQueue,          ///< there is no default queue
+    unknownQueue,     ///< the queue asked for does not exist
+    rejecting,        ///< the queue takes no jobs
+    stopped,          ///< the queue takes jobs and keeps them
     mediaEmpty,
     coverOpen,
     offline,
@@ -75,8 +76,9 @@ enum class DocumentState {
 
 /// The system's print queues, one job at a time: createJob, startDocument, write (often) or draw, finishDocument. Every
 /// step returns only after the print system has agreed to it and throws PrintError otherwise. No step waits for ever: a
-/// print system that stops answering is given up after seconds. A job that is created and not finished prints nothing
-/// but stays listed: cancel it.
+/// print system that stops answering is given up after seconds; on Windows by the system itself, which for a printer of
+/// a computer that is off may take a minute. A job that is created and not finished prints nothing but stays listed:
+/// cancel it.
 class PrintQueue {
 public:
     virtual ~PrintQueue() = default;
@@ -93,6 +95,15 @@ public:
     virtual void finishDocument() = 0;             ///< from here on the job belongs to the print system
     virtual void cancelJob(int job) noexcept = 0;
     virtual DocumentState documentState(int job) noexcept = 0;
+
+    /// What tells a job of this run from others of its number, as a text to be written down; empty where the print
+    /// system gives no number twice. Where it is not empty, cancelJob and documentState leave a job alone whose mark
+    /// is not known here.
+    virtual std::string markOf(int /*job*/) const { return {}; }
+    /// Makes the mark of an earlier run's job known.
+    virtual void recall(int /*job*/, const std::string& /*mark*/) {}
+    /// Nobody will ask about the job any more. Never fails.
+    virtual void settle(int /*job*/) noexcept {}
 };
 
 /// Empty texts: the user's own choice and set-up, as every other program on this machine has it.

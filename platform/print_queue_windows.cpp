@@ -1,8 +1,12 @@
 #include "platform/print_queue.h"
 
+#include "platform/spooled_job.h"
+
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -19,6 +23,7 @@ namespace {
 // Commands of SetJob that not every header knows by name: keep a printed job listed; let it go again.
 constexpr DWORD retainJob = 8;
 constexpr DWORD releaseJob = 9;
+constexpr DWORD jobComplete = 0x1000; // a status, of the same kind: sent to the printer whole
 
 std::wstring wide(const std::string& text)
 {
@@ -68,29 +73,43 @@ Printer open(const std::wstring& queue)
     return Printer(printer);
 }
 
-/// Empty if there is none.
+/// Empty if there is none; throws if the spooler does not say.
 std::wstring defaultQueue()
 {
     DWORD length = 0;
     ::GetDefaultPrinterW(nullptr, &length);
-    if (length == 0) return {};
     std::wstring name(length, L'\0');
-    if (!::GetDefaultPrinterW(name.data(), &length)) return {};
+    if (length == 0 || !::GetDefaultPrinterW(name.data(), &length)) {
+        if (::GetLastError() == ERROR_FILE_NOT_FOUND) return {};
+        fail("find default printer");
+    }
     name.resize(length - 1);
     return name;
 }
 
+/// Whether what is printed there goes into a file that the user is asked for, or nowhere: "Microsoft Print to PDF" is
+/// the default printer of a computer that has none.
+bool isNoPrinter(const PRINTER_INFO_2W& info)
+{
+    const std::wstring port = info.pPortName ? info.pPortName : L"";
+    constexpr const wchar_t* none[] = {L"PORTPROMPT:", L"FILE:", L"nul:", L"SHRFAX:"};
+    return std::ranges::any_of(none, [&port](const wchar_t* name) { return ::lstrcmpiW(port.c_str(), name) == 0; });
+}
+
+/// What a printer without a job says of its paper, its cover and its line is what the last job left behind, or what a
+/// network port made up that heard nothing for a while; only what somebody has set counts then.
 QueueCondition conditionOf(const PRINTER_INFO_2W& info)
 {
     const auto any = [&info](DWORD bits) { return (info.Status & bits) != 0; };
     if (any(PRINTER_STATUS_PENDING_DELETION)) return QueueCondition::rejecting;
     if (any(PRINTER_STATUS_PAUSED)) return QueueCondition::stopped;
+    if ((info.Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE) != 0) return QueueCondition::offline;
+    if (info.cJobs == 0) return QueueCondition::ready;
     if (any(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_PAPER_PROBLEM | PRINTER_STATUS_PAPER_JAM))
         return QueueCondition::mediaEmpty;
     if (any(PRINTER_STATUS_DOOR_OPEN)) return QueueCondition::coverOpen;
     if (any(PRINTER_STATUS_OFFLINE | PRINTER_STATUS_NOT_AVAILABLE | PRINTER_STATUS_ERROR))
         return QueueCondition::offline;
-    if ((info.Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE) != 0) return QueueCondition::offline;
     return QueueCondition::ready;
 }
 
@@ -99,12 +118,11 @@ constexpr const char* formPrefix = "form ";
 constexpr const char* usualForm = "usual";
 
 /// The forms of a driver that are as wide as that, shortest first.
-std::vector<QueuePaper::Sheet> formsOf(const PRINTER_INFO_2W& info, int width)
+std::vector<QueuePaper::Sheet> formsOf(const PRINTER_INFO_2W& info, const DEVMODEW* mode, int width)
 {
     constexpr int sameWidth = 100; // a millimetre: drivers round
-    const auto ask = [&info](WORD what, void* answer) {
-        return ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, what, static_cast<LPWSTR>(answer),
-                                     info.pDevMode);
+    const auto ask = [&info, mode](WORD what, void* answer) {
+        return ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, what, static_cast<LPWSTR>(answer), mode);
     };
     const int count = ask(DC_PAPERS, nullptr);
     std::vector<QueuePaper::Sheet> forms;
@@ -186,11 +204,14 @@ bool takesAnyLength(HANDLE printer, const std::wstring& name, const QueuePaper& 
     return context && std::abs(hundredths(context.get(), PHYSICALHEIGHT, LOGPIXELSY) - length) < close / 2;
 }
 
-QueuePaper paperOf(const PRINTER_INFO_2W& info)
+/// Of the settings that a job begins with: what the administrator has set up may be another paper than the user's own.
+QueuePaper paperOf(HANDLE printer, const PRINTER_INFO_2W& info)
 {
     QueuePaper paper;
     paper.media = usualForm;
-    const Context context(::CreateICW(L"WINSPOOL", info.pPrinterName, nullptr, info.pDevMode));
+    DriverSettings settings = usualSettings(printer, info.pPrinterName);
+    const DEVMODEW* const mode = settings.empty() ? info.pDevMode : &modeIn(settings);
+    const Context context(::CreateICW(L"WINSPOOL", info.pPrinterName, nullptr, mode));
     if (!context) return paper;
     const auto measure = [&context](int what, int dotsPerInch) { return hundredths(context.get(), what, dotsPerInch); };
     paper.width = measure(PHYSICALWIDTH, LOGPIXELSX);
@@ -201,17 +222,15 @@ QueuePaper paperOf(const PRINTER_INFO_2W& info)
     paper.bottom = std::max(0, paper.length - paper.top - measure(VERTRES, LOGPIXELSY));
 
     // Tenths of a millimetre, the width in the low word.
-    const DWORD largest =
-        ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, DC_MAXEXTENT, nullptr, info.pDevMode);
-    const DWORD smallest =
-        ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, DC_MINEXTENT, nullptr, info.pDevMode);
+    const DWORD largest = ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, DC_MAXEXTENT, nullptr, mode);
+    const DWORD smallest = ::DeviceCapabilitiesW(info.pPrinterName, info.pPortName, DC_MINEXTENT, nullptr, mode);
     constexpr DWORD unknown = static_cast<DWORD>(-1);
     if (largest != unknown && smallest != unknown && HIWORD(largest) * 10 > paper.length) {
         paper.minLength = HIWORD(smallest) * 10;
         paper.maxLength = HIWORD(largest) * 10;
         paper.maxWidth = std::max(paper.width, LOWORD(largest) * 10);
     }
-    paper.sheets = formsOf(info, paper.width);
+    paper.sheets = formsOf(info, mode, paper.width);
     return paper;
 }
 
@@ -272,8 +291,25 @@ void drawText(HDC printer, const DrawnText& text, const Dots& dots)
         fail("draw text");
 }
 
+/// Nothing of ours may be selected when it is deleted, whether its page has come about or not.
+class NothingSelectedAfterwards {
+public:
+    explicit NothingSelectedAfterwards(HDC printer) : printer_(printer) {}
+    ~NothingSelectedAfterwards()
+    {
+        ::SelectObject(printer_, ::GetStockObject(SYSTEM_FONT));
+        ::SelectObject(printer_, ::GetStockObject(BLACK_PEN));
+    }
+    NothingSelectedAfterwards(const NothingSelectedAfterwards&) = delete;
+    NothingSelectedAfterwards& operator=(const NothingSelectedAfterwards&) = delete;
+
+private:
+    HDC printer_;
+};
+
 void drawPage(HDC printer, const DrawnPage& page, const std::vector<Tool>& fonts, HGDIOBJ pen, const Dots& dots)
 {
+    const NothingSelectedAfterwards guard(printer);
     // All of it is forgotten by a driver at the end of a page.
     ::SetBkMode(printer, TRANSPARENT);
     ::SetTextAlign(printer, TA_LEFT | TA_BASELINE);
@@ -287,9 +323,35 @@ void drawPage(HDC printer, const DrawnPage& page, const std::vector<Tool>& fonts
         if (!::MoveToEx(printer, dots.x(line.x1), dots.y(line.y1), nullptr) ||
             !::LineTo(printer, dots.x(line.x2), dots.y(line.y2)))
             fail("draw line");
-    // Nothing of ours may be selected when it is deleted.
-    ::SelectObject(printer, ::GetStockObject(SYSTEM_FONT));
-    ::SelectObject(printer, ::GetStockObject(BLACK_PEN));
+}
+
+/// A job as the spooler lists it. Where it does not list it, nothing, and why stands in GetLastError.
+std::optional<SpooledJob> listedJob(HANDLE printer, DWORD job)
+{
+    DWORD size = 0;
+    ::SetLastError(ERROR_SUCCESS);
+    ::GetJobW(printer, job, 1, nullptr, 0, &size);
+    std::vector<BYTE> answer(size);
+    if (size == 0 || !::GetJobW(printer, job, 1, answer.data(), size, &size)) return {};
+    const auto& info = *reinterpret_cast<const JOB_INFO_1W*>(answer.data());
+    const auto any = [&info](DWORD bits) { return (info.Status & bits) != 0; };
+    SpooledJob result;
+    result.document = info.pDocument ? narrow(info.pDocument) : "";
+    result.spooling = any(JOB_STATUS_SPOOLING);
+    result.leaving = any(JOB_STATUS_DELETING | JOB_STATUS_DELETED);
+    result.onPaper = any(JOB_STATUS_PRINTING | JOB_STATUS_PRINTED | jobComplete) || info.PagesPrinted > 0;
+    return result;
+}
+
+/// A name that no other document has: its title and the moment.
+std::string documentName(const std::string& title)
+{
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    char moment[64];
+    std::snprintf(moment, sizeof moment, " %04d-%02d-%02d %02d:%02d:%02d.%03d", now.wYear, now.wMonth, now.wDay,
+                  now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+    return title.empty() ? std::string(moment + 1) : title + moment;
 }
 
 class SpoolerQueue final : public PrintQueue {
@@ -302,16 +364,13 @@ public:
             return findState();
         } catch (const std::exception&) {
             QueueState unreachable;
-            unreachable.condition = QueueCondition::noScheduler;
+            unreachable.condition = QueueCondition::schedulerStopped;
             return unreachable;
         }
     }
 
-    ~SpoolerQueue() override { letGoOfPrinted(); }
-
     int createJob(const JobTicket& ticket) override
     {
-        letGoOfPrinted();
         const std::wstring name = wide(ticket.queue);
         printer_ = open(name);
         if (!printer_) fail("open printer");
@@ -319,21 +378,20 @@ public:
         choosePaper(printer_.get(), name, ticket, settings);
         context_.reset(::CreateDCW(L"WINSPOOL", name.c_str(), nullptr, settings.empty() ? nullptr : &modeIn(settings)));
         if (!context_) fail("open driver");
-        const std::wstring title = wide(ticket.title);
+        const JobMark mark{ticket.queue, documentName(ticket.title)};
+        const std::wstring documentsName = wide(mark.document);
         DOCINFOW document{};
         document.cbSize = sizeof document;
-        document.lpszDocName = title.c_str();
+        document.lpszDocName = documentsName.c_str();
         const int job = ::StartDocW(context_.get(), &document);
         if (job <= 0) fail("create job");
         job_ = static_cast<DWORD>(job);
-        // A printed job leaves the list, and then nobody could tell any more that it was taken.
-        if (!::SetJobW(printer_.get(), job_, 0, nullptr, retainJob)) {
-            const DWORD code = ::GetLastError();
-            cancelJob(static_cast<int>(job_));
-            ::SetLastError(code);
-            fail("keep job listed");
-        }
-        return static_cast<int>(job_);
+        mayBeOnPaper_ = false;
+        marks_[job_] = mark;
+        // A printed job leaves the list, and then nobody could tell any more that it was taken. Not every spooler keeps
+        // it; then nobody can tell, and the operator is asked.
+        ::SetJobW(printer_.get(), job_, 0, nullptr, retainJob);
+        return job;
     }
 
     void startDocument() override
@@ -354,6 +412,7 @@ public:
         for (const DrawnPage& page : drawing.pages) {
             if (::StartPage(printer) <= 0) fail("start page");
             drawPage(printer, page, fonts, pen.get(), dots);
+            mayBeOnPaper_ = true; // a spooler need not wait for the whole document
             if (::EndPage(printer) <= 0) fail("finish page");
         }
     }
@@ -361,13 +420,13 @@ public:
     void finishDocument() override
     {
         if (::EndDoc(context_.get()) <= 0) fail("finish document");
-        printed_ = std::exchange(job_, 0);
+        job_ = 0;
         context_.reset();
     }
 
     void cancelJob(int job) noexcept override
     {
-        if (printer_ && job_ != 0 && static_cast<DWORD>(job) == job_) {
+        if (isOpen(job)) {
             ::AbortDoc(context_.get());
             context_.reset();
             job_ = 0;
@@ -377,48 +436,68 @@ public:
 
     DocumentState documentState(int job) noexcept override
     {
-        // Not every spooler says of a job that it is still being drawn.
-        if (job_ != 0 && static_cast<DWORD>(job) == job_) return DocumentState::notTaken;
+        if (isOpen(job) && !mayBeOnPaper_) return DocumentState::notTaken;
         try {
-            const Printer printer = openQueue();
-            if (!printer) return DocumentState::noAnswer;
-            DWORD size = 0;
-            ::SetLastError(ERROR_SUCCESS);
-            ::GetJobW(printer.get(), static_cast<DWORD>(job), 1, nullptr, 0, &size);
-            std::vector<BYTE> answer(size);
-            if (size == 0 || !::GetJobW(printer.get(), static_cast<DWORD>(job), 1, answer.data(), size, &size)) {
+            const auto mark = marks_.find(static_cast<DWORD>(job));
+            if (mark == marks_.end()) return DocumentState::unknown;
+            const Printer printer = open(wide(mark->second.queue));
+            if (!printer) {
+                const bool isGone = ::GetLastError() == ERROR_INVALID_PRINTER_NAME;
+                return isGone ? DocumentState::unknown : DocumentState::noAnswer;
+            }
+            const std::optional<SpooledJob> listed = listedJob(printer.get(), mark->first);
+            if (!listed) {
                 // That is how spoolers say that they know no such job, the second by saying nothing at all; they forget
                 // each as soon as it is printed.
                 const DWORD error = ::GetLastError();
                 return error == ERROR_INVALID_PARAMETER || error == ERROR_SUCCESS ? DocumentState::unknown
                                                                                   : DocumentState::noAnswer;
             }
-            const DWORD status = reinterpret_cast<const JOB_INFO_1W*>(answer.data())->Status;
-            const bool whole = (status & (JOB_STATUS_SPOOLING | JOB_STATUS_DELETING | JOB_STATUS_DELETED)) == 0;
-            return whole ? DocumentState::taken : DocumentState::notTaken;
+            const DocumentState state = documentStateOf(*listed, mark->second);
+            // Not every spooler says of a job that it is still being drawn.
+            return isOpen(job) && state == DocumentState::taken ? DocumentState::unknown : state;
         } catch (const std::exception&) {
             return DocumentState::noAnswer;
         }
     }
 
+    std::string markOf(int job) const override
+    {
+        const auto mark = marks_.find(static_cast<DWORD>(job));
+        return mark == marks_.end() ? std::string() : textOf(mark->second);
+    }
+
+    void recall(int job, const std::string& mark) override
+    {
+        if (const std::optional<JobMark> known = markIn(mark)) marks_[static_cast<DWORD>(job)] = *known;
+    }
+
+    void settle(int job) noexcept override
+    {
+        control(static_cast<DWORD>(job), releaseJob);
+        marks_.erase(static_cast<DWORD>(job));
+    }
+
 private:
     std::wstring queueName() const { return choice_.queue.empty() ? defaultQueue() : wide(choice_.queue); }
-    Printer openQueue() const { return open(queueName()); }
 
-    /// Of a job of whatever process: on the queue itself, for the handle of the last job may be of another one.
+    /// Begun here, and its document not taken yet.
+    bool isOpen(int job) const { return job_ != 0 && static_cast<DWORD>(job) == job_; }
+
+    /// Of a job of whatever process, where the number still means that job: on its own queue, whichever is the default
+    /// by now.
     void control(DWORD job, DWORD command) const noexcept
     {
         try {
-            if (const Printer printer = openQueue()) ::SetJobW(printer.get(), job, 0, nullptr, command);
+            const auto mark = marks_.find(job);
+            if (mark == marks_.end()) return;
+            const Printer printer = open(wide(mark->second.queue));
+            if (!printer) return;
+            const std::optional<SpooledJob> listed = listedJob(printer.get(), job);
+            if (listed && isOurs(*listed, mark->second)) ::SetJobW(printer.get(), job, 0, nullptr, command);
         } catch (const std::exception&) {
             // Out of memory: the job stays listed, which harms nobody.
         }
-    }
-
-    /// Whoever goes on to the next job, or leaves, is done with the last one: it may leave the list.
-    void letGoOfPrinted() noexcept
-    {
-        if (printed_ != 0) control(std::exchange(printed_, 0), releaseJob);
     }
 
     QueueState findState() const
@@ -430,7 +509,7 @@ private:
         const Printer printer = open(name);
         if (!printer) {
             const bool unknown = ::GetLastError() == ERROR_INVALID_PRINTER_NAME;
-            result.condition = unknown ? QueueCondition::unknownQueue : QueueCondition::noScheduler;
+            result.condition = unknown ? QueueCondition::unknownQueue : QueueCondition::schedulerStopped;
             return result;
         }
         DWORD size = 0;
@@ -438,9 +517,10 @@ private:
         std::vector<BYTE> answer(size);
         if (size == 0 || !::GetPrinterW(printer.get(), 2, answer.data(), size, &size)) fail("ask printer");
         const auto& info = *reinterpret_cast<const PRINTER_INFO_2W*>(answer.data());
+        if (choice_.queue.empty() && isNoPrinter(info)) return result;
         result.condition = conditionOf(info);
         result.printing = (info.Status & (PRINTER_STATUS_PRINTING | PRINTER_STATUS_BUSY)) != 0;
-        result.paper = paperOf(info);
+        result.paper = paperOf(printer.get(), info);
         if (result.paper.maxLength > 0 && !takesAnyLength(printer.get(), info, result.paper))
             result.paper.minLength = result.paper.maxLength = result.paper.maxWidth = 0;
         return result;
@@ -458,10 +538,11 @@ private:
 
     mutable std::map<std::wstring, bool> anyLength_;
     PrintQueueChoice choice_;
-    Printer printer_;   ///< of the job created last
-    Context context_;   ///< of it, until it is finished
-    DWORD job_ = 0;     ///< until it is finished
-    DWORD printed_ = 0; ///< finished, and kept in the queue's list
+    std::map<DWORD, JobMark> marks_; ///< of the jobs that may still be asked about
+    Printer printer_;                ///< of the job created last
+    Context context_;                ///< of it, until it is finished
+    DWORD job_ = 0;                  ///< until it is finished
+    bool mayBeOnPaper_ = false;      ///< a page of it
 };
 
 } // namespace

@@ -11,6 +11,7 @@ int PrintTarget::submit(const Document& document)
         cancel(job);
         throw;
     }
+    settle(job);
     return job;
 }
 

@@ -47,6 +47,13 @@ public:
     /// be asked at the moment: whoever takes silence for a no would book nothing for a slip that is on the paper.
     virtual Taken taken(int job) = 0;
 
+    /// What tells a job from others of its number, to be written down with it; empty where the number alone does.
+    virtual QString markOf(int /*job*/) const { return {}; }
+    /// Before cancel() and taken() are asked about a job of an earlier run.
+    virtual void recall(int /*job*/, const QString& /*mark*/) {}
+    /// What became of the job is booked, and nobody will ask about it any more. Never fails.
+    virtual void settle(int /*job*/) noexcept {}
+
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;
 

@@ -21,7 +21,7 @@ PrintTarget& QueueOrFolder::present()
     return queueSeen_ ? *queue_ : *folder_;
 }
 
-PrintTarget& QueueOrFolder::targetOf(int job) { return job >= firstFolderJob ? *folder_ : *queue_; }
+PrintTarget& QueueOrFolder::targetOf(int job) const { return job >= firstFolderJob ? *folder_ : *queue_; }
 
 int QueueOrFolder::ownNumber(int job) { return job >= firstFolderJob ? job - firstFolderJob : job; }
 
@@ -45,6 +45,12 @@ void QueueOrFolder::sendAndFinish(int job, const Document& document)
 void QueueOrFolder::cancel(int job) noexcept { targetOf(job).cancel(ownNumber(job)); }
 
 Taken QueueOrFolder::taken(int job) { return targetOf(job).taken(ownNumber(job)); }
+
+QString QueueOrFolder::markOf(int job) const { return targetOf(job).markOf(ownNumber(job)); }
+
+void QueueOrFolder::recall(int job, const QString& mark) { targetOf(job).recall(ownNumber(job), mark); }
+
+void QueueOrFolder::settle(int job) noexcept { targetOf(job).settle(ownNumber(job)); }
 
 QString QueueOrFolder::stateText() noexcept { return present().stateText(); }
 

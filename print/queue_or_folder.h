@@ -10,7 +10,8 @@ namespace print {
 ///
 /// Asked anew at the beginning of every job, so a print system that is late at the start of the day is used as soon as
 /// it is there. Once a queue has been seen, the folder is out: a queue that goes away during the day is an error of the
-/// job, as any printer that cannot print, and never a slip that nobody finds.
+/// job, as any printer that cannot print, and never a slip that nobody finds. So is a print system that every such
+/// machine has and that does not answer.
 ///
 /// The jobs of the folder carry numbers from `firstFolderJob` on, so that a number written down by an earlier run says
 /// by itself whom to ask about it.
@@ -27,11 +28,14 @@ public:
     void sendAndFinish(int job, const Document& document) override;
     void cancel(int job) noexcept override;
     Taken taken(int job) override;
+    QString markOf(int job) const override;
+    void recall(int job, const QString& mark) override;
+    void settle(int job) noexcept override;
     QString stateText() noexcept override;
 
 private:
     PrintTarget& present();
-    PrintTarget& targetOf(int job);
+    PrintTarget& targetOf(int job) const;
     static int ownNumber(int job);
 
     std::unique_ptr<PrintTarget> queue_;

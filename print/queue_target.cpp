@@ -36,6 +36,7 @@ QString describe(QueueCondition condition, const QString& queue)
 {
     const std::pair<QueueCondition, QString> sentences[] = {
         {QueueCondition::noScheduler, u"Yazıcı: yazdırma servisi yanıt vermiyor"_s},
+        {QueueCondition::schedulerStopped, u"Yazıcı: yazdırma servisi yanıt vermiyor"_s},
         {QueueCondition::noQueue, u"Yazıcı: varsayılan yazıcı yok"_s},
         {QueueCondition::unknownQueue, u"Yazıcı: %1 bulunamadı"_s.arg(queue)},
         {QueueCondition::rejecting, u"Yazıcı: %1 iş kabul etmiyor"_s.arg(queue)},
@@ -163,6 +164,12 @@ Taken QueueTarget::taken(int job)
     }
     throw printerError(u"yazıcı sistemi yanıt vermiyor"_s);
 }
+
+QString QueueTarget::markOf(int job) const { return QString::fromStdString(queue_->markOf(job)); }
+
+void QueueTarget::recall(int job, const QString& mark) { queue_->recall(job, mark.toStdString()); }
+
+void QueueTarget::settle(int job) noexcept { queue_->settle(job); }
 
 QString QueueTarget::stateText() noexcept
 {

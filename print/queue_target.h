@@ -23,6 +23,9 @@ public:
     void sendAndFinish(int job, const Document& document) override;
     void cancel(int job) noexcept override;
     Taken taken(int job) override;
+    QString markOf(int job) const override;
+    void recall(int job, const QString& mark) override;
+    void settle(int job) noexcept override;
     QString stateText() noexcept override;
 
 private:

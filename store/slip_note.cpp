@@ -46,6 +46,7 @@ QByteArray textOf(const SlipNote& note)
 {
     QJsonObject fields{
         {"job", note.job},
+        {"jobMark", note.jobMark},
         {"moment", note.moment},
         {"sameBefore", note.sameBefore},
         {"station", note.from.station},
@@ -111,6 +112,7 @@ std::optional<SlipNote> SlipNotes::open() const
         const QJsonObject fields = QJsonDocument::fromJson(text).object();
         SlipNote note;
         note.job = fields["job"].toInt();
+        note.jobMark = fields["jobMark"].toString();
         note.moment = fields["moment"].toDouble();
         for (const auto& [name, field] : pressingFields) note.pressing.*field = fields[name].toString();
         note.sameBefore = fields["sameBefore"].toInt();

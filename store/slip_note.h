@@ -29,6 +29,7 @@ struct SlipNote {
     /// Pressings in the journal when the book of weights begins with this one.
     std::optional<std::uint64_t> before = {};
     std::string bookSeal = {}; ///< seal of the line behind which its line will stand; empty: not known
+    QString jobMark = {};      ///< what tells the job from others of its number; empty where nothing has to
 
     bool operator==(const SlipNote&) const = default;
 };

@@ -45,6 +45,9 @@ public:
     void sendAndFinish(int job, const print::Document& document) override;
     void cancel(int job) noexcept override { target_->cancel(job); }
     print::Taken taken(int job) override { return target_->taken(job); }
+    QString markOf(int job) const override { return target_->markOf(job); }
+    void recall(int job, const QString& mark) override { target_->recall(job, mark); }
+    void settle(int job) noexcept override { target_->settle(job); }
     QString stateText() noexcept override { return target_->stateText(); }
 
     int printed() const { return printed_; }

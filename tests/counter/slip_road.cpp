@@ -190,6 +190,41 @@ private slots:
         QCOMPARE(mill->log(), QStringList());
     }
 
+    void aJobIsFoundAgainByItsMark()
+    {
+        mill->printer.marks = true;
+        std::optional<store::SlipNote> onItsWay;
+        mill->printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) onItsWay = mill->notes.open();
+        };
+        QVERIFY(mill->road.printAndBook(mill->slip("Ali")).stored);
+        QVERIFY(onItsWay && onItsWay->jobMark == u"Kasa\nFiş 1"_s);
+
+        mill->printer.recalled.clear();
+        store::SlipNote stopped = mill->note(mill->job(true));
+        stopped.jobMark = mill->printer.markOf(stopped.job);
+        mill->notes.write(stopped);
+        mill->road.recover();
+        QCOMPARE(mill->printer.recalled, QStringList{u"2 Kasa\nFiş 2"_s});
+        QCOMPARE(mill->rows("Hareket"), 2);
+    }
+
+    void aPrinterIsDoneWithAJobWhenItsNoteIsGone()
+    {
+        mill->notes.write(mill->note(4711)); // set aside: the operator may want to see it in the printer's list
+        mill->road.recover();
+        QCOMPARE(mill->printer.settled, QList<int>());
+
+        mill->printer.before = [&](FakePrinter::Step) { QCOMPARE(mill->printer.settled, QList<int>()); };
+        QVERIFY(mill->road.printAndBook(mill->slip("Ali")).stored);
+        QCOMPARE(mill->printer.settled, QList<int>{1});
+        mill->printer.before = {};
+
+        mill->notes.write(mill->note(mill->job(true)));
+        mill->road.recover();
+        QCOMPARE(mill->printer.settled, (QList<int>{1, 2}));
+    }
+
     void aSlipWhoseAnswerGotLostIsBookedOnceThePrinterSaysSo()
     {
         mill->printer.answersGetLost = true;

@@ -4,10 +4,13 @@
 #include "print/print_target.h"
 
 #include <QList>
+#include <QStringList>
 #include <functional>
 #include <optional>
 #include <set>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 /// A printer that takes jobs over and keeps them, and fails where a test wants it to.
 class FakePrinter : public print::PrintTarget {
@@ -47,6 +50,9 @@ public:
         if (sent.contains(job)) return print::Taken::yes;
         return job <= last_ || waiting.contains(job) ? print::Taken::no : print::Taken::unknown;
     }
+    QString markOf(int job) const override { return marks ? u"Kasa\nFiş %1"_s.arg(job) : QString(); }
+    void recall(int job, const QString& mark) override { recalled << u"%1 %2"_s.arg(job).arg(mark); }
+    void settle(int job) noexcept override { settled << job; }
     QString stateText() noexcept override { return {}; }
 
     print::Paper sheet = print::Paper::slipRoll80();
@@ -60,6 +66,9 @@ public:
     std::vector<print::Document> printed; ///< what was taken over
     QList<int> sent;                      ///< the numbers of what was taken over
     QList<int> cancelled;
+    QList<int> settled;
+    bool marks = false;    ///< gives its numbers anew
+    QStringList recalled;  ///< number and mark of each
     std::set<int> waiting; ///< created and neither sent nor cancelled
     int asked = 0;         ///< for its paper
 

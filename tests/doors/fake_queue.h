@@ -74,6 +74,13 @@ public:
         return spool_.taken.contains(job) ? taken : job <= spool_.jobs ? notTaken : unknown;
     }
 
+    std::string markOf(int job) const override { return "Kasa\nFiş " + std::to_string(job); }
+    void recall(int job, const std::string& mark) override
+    {
+        spool_.calls << u"recall %1 %2"_s.arg(job).arg(QString::fromStdString(mark));
+    }
+    void settle(int job) noexcept override { spool_.calls << u"settle %1"_s.arg(job); }
+
 private:
     template <class Action> void step(const char* name, Action&& action)
     {

@@ -51,6 +51,19 @@ private slots:
         target = newTarget();
     }
 
+    void aMarkIsTheQueuesOwn()
+    {
+        queue->marks = true;
+        QCOMPARE(target->markOf(7), u"Kasa\nFiş 7"_s);
+        QCOMPARE(target->markOf(QueueOrFolder::firstFolderJob + 7), QString());
+        for (const int job : {7, QueueOrFolder::firstFolderJob + 7}) {
+            target->recall(job, u"Kasa\nFiş 7"_s);
+            target->settle(job);
+        }
+        QCOMPARE(queue->recalled, QStringList{u"7 Kasa\nFiş 7"_s});
+        QCOMPARE(queue->settled, QList<int>{7});
+    }
+
     void withoutAQueueSlipsBecomeFiles()
     {
         QCOMPARE(target->stateText(), "Yazıcı: fis klasörü");

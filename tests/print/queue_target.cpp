@@ -69,7 +69,7 @@ private slots:
     void aJobIsCreatedSentAndFinished()
     {
         QCOMPARE(printLine(), 0);
-        QCOMPARE(spool.calls, QStringList({"create", "start", "write", "finish"}));
+        QCOMPARE(spool.calls, QStringList({"create", "start", "write", "finish", "settle 42"}));
         QCOMPARE(spool.ticket.queue, std::string("slip"));
         QCOMPARE(QString::fromStdString(spool.ticket.title), "Bilgi Fişi");
         QVERIFY(spool.received.startsWith("%PDF-") && spool.received.trimmed().endsWith("%%EOF"));
@@ -136,7 +136,7 @@ private slots:
         printer.print("İkinci");
         printer.endDoc();
 
-        QCOMPARE(spool.calls, QStringList({"create", "start", "draw", "finish"}));
+        QCOMPARE(spool.calls, QStringList({"create", "start", "draw", "finish", "settle 42"}));
         const platform::Drawing& drawn = spool.drawn;
         QCOMPARE(drawn.pages.size(), std::size_t(2));
         const platform::DrawnPage& page = drawn.pages.front();
@@ -173,6 +173,8 @@ private slots:
     {
         addColumns<QueueCondition, QString>("condition", "text");
         QTest::newRow("no scheduler") << QueueCondition::noScheduler << "Yazıcı: yazdırma servisi yanıt vermiyor";
+        QTest::newRow("scheduler stopped")
+            << QueueCondition::schedulerStopped << "Yazıcı: yazdırma servisi yanıt vermiyor";
         QTest::newRow("no queue") << QueueCondition::noQueue << "Yazıcı: varsayılan yazıcı yok";
         QTest::newRow("unknown") << QueueCondition::unknownQueue << "Yazıcı: slip bulunamadı";
         QTest::newRow("rejecting") << QueueCondition::rejecting << "Yazıcı: slip iş kabul etmiyor";
@@ -188,6 +190,15 @@ private slots:
         QCOMPARE(printLine(), base::errors::printer);
         QCOMPARE(spool.calls, QStringList());
         QTEST(QueueTarget(std::make_unique<FakeQueue>(spool)).stateText(), "text");
+    }
+
+    void aJobOfAnEarlierRunIsNamedToTheQueue()
+    {
+        QueueTarget target(std::make_unique<FakeQueue>(spool));
+        QCOMPARE(target.markOf(7), u"Kasa\nFiş 7"_s);
+        target.recall(7, u"Kasa\nFiş 7"_s);
+        target.settle(7);
+        QCOMPARE(spool.calls, QStringList({u"recall 7 Kasa\nFiş 7"_s, u"settle 7"_s}));
     }
 
     void aReadyQueueSaysItsNameAndWhetherItPrints()

@@ -72,11 +72,21 @@ def printed_on(paper, *arguments):
 with tempfile.TemporaryDirectory(prefix="presva-cups-", dir="/tmp", ignore_cleanup_errors=True) as all_folders:
     pathlib.Path(all_folders).chmod(0o755)
     said, file = printed_on("A4")
-    for moment in ("before", "drawn"):
-        if said[moment] != "not taken":
-            fail(f"{moment}: {said[moment]}, although the document is not whole")
+    if said["before"] != "not taken":
+        fail(f"before: {said['before']}, although nothing is drawn")
+    # A page may be on paper before the document is whole: neither a yes nor, for certain, a no.
+    if said["drawn"] not in ("not taken", "unknown"):
+        fail(f"drawn: {said['drawn']}, although the document is not whole")
     if said["finished"] not in ("taken", "unknown"):
         fail(f"finished: {said['finished']}")
+    if not said["mark"].startswith("Fis 20"):
+        fail(f"the job is called {said['mark']}")
+    for moment in ("without mark", "another's"):
+        if said[moment] != "unknown":
+            fail(f"{moment}: {said[moment]}, although that number may be anybody's job")
+    for moment in ("still", "recalled"):
+        if said[moment] not in (said["finished"], "unknown"): # a spooler may forget meanwhile
+            fail(f"finished: {said['finished']}, but {moment}: {said[moment]}")
     pages = Words(file).pages
     if [page[:2] for page in pages] != [(595, 842)] * 2:
         fail(f"not two pages of A4: {pages}")

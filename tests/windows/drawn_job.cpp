@@ -66,6 +66,17 @@ try {
     std::printf("drawn: %s\n", nameOf(queue->documentState(job)));
     queue->finishDocument();
     std::printf("finished: %s\n", nameOf(queue->documentState(job)));
+    const std::string mark = queue->markOf(job);
+    std::printf("mark: %s\n", mark.substr(mark.find('\n') + 1).c_str());
+    const auto later = platform::systemPrintQueue(); // another run: it knows a job by what was written down, or not
+    std::printf("without mark: %s\n", nameOf(later->documentState(job)));
+    later->recall(job, mark + "x");
+    std::printf("another's: %s\n", nameOf(later->documentState(job)));
+    later->cancelJob(job);
+    std::printf("still: %s\n", nameOf(queue->documentState(job)));
+    later->recall(job, mark);
+    std::printf("recalled: %s\n", nameOf(later->documentState(job)));
+    queue->settle(job);
     const int second =
         queue->createJob({.queue = state.queue, .title = "Yok", .media = media, .width = 8000, .length = 15000});
     queue->cancelJob(second);
