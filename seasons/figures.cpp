@@ -88,6 +88,7 @@ void Sums::add(const Pressing& pressing)
         const double percent = oil * 100 / olives;
         constexpr auto last = YieldCounts::bins - 1;
         ++figures_.yields.pressings[percent < last ? static_cast<std::size_t>(percent) : last];
+        if (percent < last) figures_.yields.weighed.add(pressing);
     } else {
         ++figures_.yields.unknown;
     }

@@ -56,6 +56,7 @@ struct YieldCounts {
     static constexpr std::size_t bins = 61; ///< the last one: 60 % and more
     std::array<std::uint64_t, bins> pressings{};
     std::uint64_t unknown = 0; ///< without olives, or without oil
+    Amounts weighed = {};      ///< of all but the unknown ones and the last bin
 };
 
 /// Whole containers that the oil fills, by the customers' kinds.

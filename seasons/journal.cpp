@@ -3,6 +3,7 @@
 #include "mill/names.h"
 #include "mill/season.h"
 #include "store/jet/table/table.h"
+#include "store/jet/values/names.h"
 
 #include <algorithm>
 #include <chrono>
@@ -75,7 +76,8 @@ ContainerKinds kindsOf(const jet::Table& customers)
     return kinds;
 }
 
-/// The journal's pressings, without what a report has left in it.
+/// The journal's pressings: the rows that a report adds up, which are those of `CariHar<>'Toplamlar'`. Letter case
+/// makes no difference there, and a row without a customer answers neither yes nor no.
 class Journal {
 public:
     explicit Journal(const jet::Table& table)
@@ -92,9 +94,10 @@ public:
     void walkMoments(const std::function<void(double)>& visit) const
     {
         std::uint64_t damaged = 0;
+        std::u16string customer;
         walk(table_, damaged, [&](const jet::RowView& row) {
             const auto moment = momentOf(row);
-            if (moment && !row.textIs(customer_, mill::reserved::totals)) visit(*moment);
+            if (moment && row.text(customer_, customer) && !isTotals(customer)) visit(*moment);
         });
     }
 
@@ -102,8 +105,11 @@ public:
     {
         std::u16string customer;
         walk(table_, reading.damaged, [&](const jet::RowView& row) {
-            textOf(row, customer_, customer);
-            if (customer == mill::reserved::totals) return;
+            if (!row.text(customer_, customer)) {
+                ++reading.nobodys;
+                return;
+            }
+            if (isTotals(customer)) return;
             const auto moment = momentOf(row);
             if (!moment) {
                 ++reading.undated;
@@ -115,6 +121,12 @@ public:
     }
 
 private:
+    static bool isTotals(std::u16string_view customer)
+    {
+        constexpr std::u16string_view totals = mill::reserved::totals;
+        return customer == totals || (customer.size() == totals.size() && jet::sameName(customer, totals));
+    }
+
     std::optional<double> momentOf(const jet::RowView& row) const
     {
         constexpr double first = -657434; // 0100-01-01

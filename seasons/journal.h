@@ -24,6 +24,7 @@ struct Reading {
     std::vector<Booked> today = {}; ///< of the day of reading, in the order of their moments
     std::uint64_t damaged = 0;      ///< rows that cannot be read
     std::uint64_t undated = 0;      ///< pressings without a day that the calendar knows
+    std::uint64_t nobodys = 0;      ///< rows whose customer's field is empty (Null): no report adds them up
 };
 
 /// The database, to be read only, also while the counter is at work: while it writes a change, which takes it some

@@ -65,8 +65,20 @@
         };
     }
 
+    // What lies far beyond the others does not touch them, and has its name whichever others have none.
+    function setLastApart(columns) {
+        const names = columns[0].values, last = names.length - 1;
+        const next = i => names[i].split('–')[1];
+        if (last > 0 && next(last - 1) !== names[last].split(/[– ]/)[0]) columns.forEach(column => column.values.splice(last, 0, null));
+    }
+    function ticksOfBins(bins, width) {
+        const last = bins.length - 1, each = Math.ceil(bins.length * 48 / width);
+        return index => bins[index] && (index === last || (index % each === 0 && last - index > each)) ? bins[index] : '';
+    }
+
     function draw(canvas) {
         const plot = plots[canvas.dataset.plot], columns = columnsOf(canvas.dataset.plot);
+        if (plot.touching) setLastApart(columns);
         const first = columns[0].values;
         const nothing = plot.series.every(series => columns[series.column].values.every(value => !value));
         canvas.parentNode.hidden = nothing;
@@ -83,7 +95,8 @@
                afterBuildTicks: ticksOfDays, grid: {display: false},
                ticks: {color: soft, maxRotation: 0, autoSkipPadding: 12, callback: value => shortDay(value)}}
             : {grid: {display: false}, ticks: {color: soft, maxRotation: 0, autoSkipPadding: 8, autoSkip: !plot.lying}};
-        const labels = plot.days ? undefined : plot.weeks ? first.map(shortDay) : first.map(name => shortened(name, narrow ? 15 : 24));
+        if (plot.touching) Object.assign(names.ticks, {autoSkip: false, callback: ticksOfBins(first, canvas.parentNode.clientWidth)});
+        const labels = plot.days ? undefined : plot.weeks ? first.map(shortDay) : first.map(name => shortened(name || '', narrow ? 15 : 24));
         const title = items => plot.days ? shortDay(items[0].parsed.x)
             : plot.weeks ? shortDay(first[items[0].dataIndex]) + ' haftası' : String(first[items[0].dataIndex]);
         return new Chart(canvas, {

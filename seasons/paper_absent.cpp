@@ -7,7 +7,7 @@ namespace seasons {
 
 bool writesPaper() { return false; }
 
-void writePaper(const Report&, const std::filesystem::path&)
+std::string paper(const Report&)
 {
     throw files::Error(
         files::Fault::unsupported,

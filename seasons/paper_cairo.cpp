@@ -1,12 +1,13 @@
 #include "seasons/paper.h"
 
 #include "files/error.h"
-#include "files/quoted_path.h"
+#include "files/language.h"
 
 #include <cairo-pdf.h>
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace seasons {
@@ -35,6 +36,17 @@ struct Destroy {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
 };
 
+/// Gathers the bytes, so that nothing reaches the disk but through its door.
+cairo_status_t gather(void* text, const unsigned char* bytes, unsigned int count)
+{
+    try {
+        static_cast<std::string*>(text)->append(reinterpret_cast<const char*>(bytes), count);
+        return CAIRO_STATUS_SUCCESS;
+    } catch (const std::bad_alloc&) {
+        return CAIRO_STATUS_NO_MEMORY;
+    }
+}
+
 /// The column whose figures have bars; nothing without one.
 std::optional<std::size_t> barredColumn(const Section& section)
 {
@@ -49,8 +61,9 @@ std::optional<std::size_t> barredColumn(const Section& section)
 
 class Paper {
 public:
-    explicit Paper(const std::filesystem::path& path)
-        : surface_(cairo_pdf_surface_create(path.c_str(), width, height)), cairo_(cairo_create(surface_.get()))
+    Paper()
+        : surface_(cairo_pdf_surface_create_for_stream(gather, &bytes_, width, height)),
+          cairo_(cairo_create(surface_.get()))
     {
     }
 
@@ -73,15 +86,21 @@ public:
         finishPage();
     }
 
-    /// Throws disk.
-    void close(const std::filesystem::path& path)
+    /// Throws unsupported.
+    std::string finish()
     {
+        // What drawing has failed at stands with the one, what writing has with the other.
+        const cairo_status_t drawn = cairo_status(cairo());
         cairo_.reset();
         cairo_surface_finish(surface_.get());
-        const cairo_status_t status = cairo_surface_status(surface_.get());
+        const cairo_status_t written = cairo_surface_status(surface_.get());
+        const cairo_status_t status = drawn != CAIRO_STATUS_SUCCESS ? drawn : written;
         if (status != CAIRO_STATUS_SUCCESS)
-            throw files::Error(files::Fault::disk,
-                               files::inQuotes(path) + " yazılamadı: " + cairo_status_to_string(status));
+            throw files::Error(files::Fault::unsupported,
+                               std::string(files::said("PDF yapılamadı (", "The PDF could not be made (")) +
+                                   cairo_status_to_string(status) +
+                                   files::said("); sayfayı tarayıcıdan yazdırın.", "); print the page."));
+        return std::move(bytes_);
     }
 
 private:
@@ -281,6 +300,7 @@ private:
         row(section, section.sum);
     }
 
+    std::string bytes_; ///< outlives what writes into it
     std::unique_ptr<cairo_surface_t, Destroy> surface_;
     std::unique_ptr<cairo_t, Destroy> cairo_;
     std::string footer_;
@@ -293,11 +313,11 @@ private:
 
 bool writesPaper() { return true; }
 
-void writePaper(const Report& report, const std::filesystem::path& path)
+std::string paper(const Report& report)
 {
-    Paper paper(path);
+    Paper paper;
     paper.put(report);
-    paper.close(path);
+    return paper.finish();
 }
 
 } // namespace seasons

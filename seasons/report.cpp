@@ -22,7 +22,10 @@ std::string whole(double number) { return numberText(number, 0); }
 
 std::string liraText(double lira) { return numberText(lira, lira == std::round(lira) ? 0 : 2); }
 
-std::string nameOf(const std::u16string& customer) { return customer.empty() ? "(adsız)" : jet::toUtf8(customer); }
+std::string nameOf(const std::u16string& customer)
+{
+    return customer.empty() ? "(adsız)" : showable(jet::toUtf8(customer));
+}
 
 /// Columns of amounts get their digits behind the comma: two where any figure needs them.
 void chooseDecimals(Section& section)
@@ -138,7 +141,7 @@ Section hours(const Figures& figures)
 
 Section largest(const Figures& figures)
 {
-    Section section{"buyukler", "En çok zeytin getiren müşteriler"};
+    Section section{"buyukler", "En çok zeytin getirenler"};
     section.columns = {{"Müşteri", Kind::text}, {"Zeytin kg", Kind::amount}};
     double together = 0;
     for (const CustomerAmounts& customer : figures.customers) {
@@ -203,6 +206,19 @@ std::string timeText(double moment)
     return text.substr(text.find(' ') + 1);
 }
 
+/// Beside the headline: what of its yield nobody has weighed, and what it is without that. Nothing where that makes no
+/// difference that is seen.
+std::string yieldWarning(const Figures& figures)
+{
+    const YieldCounts& yields = figures.yields;
+    const std::uint64_t unweighed = yields.pressings.back() + yields.unknown;
+    if (unweighed == 0 || yieldText(yields.weighed) == yieldText(figures.total)) return {};
+    return "Verim " + yieldText(figures.total) + ", ama " + whole(double(unweighed)) +
+           " sıkımın yağı ya da zeytini tartılmadan yazılmış görünüyor (boş, ya da yağı zeytinin %60'ı ve üstü); " +
+           (yields.weighed.pressings > 0 ? "onlar sayılmadan verim " + yieldText(yields.weighed) + "."
+                                         : "bu sezonda tartılmış yağ görünmüyor.");
+}
+
 std::vector<Headline> headlines(const Figures& figures)
 {
     const Amounts& total = figures.total;
@@ -253,7 +269,7 @@ Report describe(const Reading& reading, const std::string& source, double now)
         report.warnings.push_back("Bu sezonda hiç sıkım yok.");
     else
         report.period = dayText(figures.days.front().day) + " – " + dayText(figures.days.back().day);
-    report.source = source + ", " + momentText(now);
+    report.source = showable(source) + ", " + momentText(now);
     if (reading.damaged > 0)
         report.warnings.push_back(whole(double(reading.damaged)) +
                                   " yer (satır ya da sayfa) okunamadı ve buradaki hiçbir sayıya girmedi. Dosyayı "
@@ -261,6 +277,10 @@ Report describe(const Reading& reading, const std::string& source, double now)
     if (reading.undated > 0)
         report.warnings.push_back(whole(double(reading.undated)) +
                                   " sıkımın tarihi yok ya da takvimde olmayan bir gün; hiçbir sezona girmedi.");
+    if (reading.nobodys > 0)
+        report.warnings.push_back(whole(double(reading.nobodys)) +
+                                  " satırda müşteri alanı boş; rapor toplamlarına da girmez, burada da sayılmadı.");
+    if (const std::string warning = yieldWarning(figures); !warning.empty()) report.warnings.push_back(warning);
     if (!figures.days.empty()) {
         report.headlines = headlines(figures);
         report.sections = {days(figures),

@@ -2,6 +2,7 @@
 
 #include "store/jet/values/calendar.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -17,7 +18,52 @@ std::chrono::year_month_day dateOf(int day)
     return {dayZero + std::chrono::days(day)};
 }
 
+constexpr std::string_view replacement = "\xEF\xBF\xBD"; // U+FFFD
+
+struct Character {
+    char32_t code = 0;
+    std::size_t bytes = 1; ///< 0: none begins there
+};
+
+/// The one that the UTF-8 text begins with; not overlong, and no half of a pair.
+Character firstOf(std::string_view text)
+{
+    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const unsigned char lead = byte(0);
+    if (lead < 0x80) return {lead, 1};
+    const std::size_t length = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (length == 0 || length > text.size()) return {0, 0};
+    char32_t code = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return {0, 0};
+        code = code << 6 | (byte(i) & 0x3FU);
+    }
+    constexpr std::array<char32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
+    const bool isHalf = code >= 0xD800 && code <= 0xDFFF;
+    if (code < least.at(length) || code > 0x10FFFF || isHalf) return {0, 0};
+    return {code, length};
+}
+
+bool isShowable(char32_t code)
+{
+    const bool isControl = code < 0x20 || code == 0x7F;
+    const bool isKept = (code >= 0xFDD0 && code <= 0xFDEF) || (code & 0xFFFE) == 0xFFFE;
+    return !isControl && !isKept;
+}
+
 } // namespace
+
+std::string showable(std::string_view text)
+{
+    std::string shown;
+    shown.reserve(text.size());
+    while (!text.empty()) {
+        const auto [code, bytes] = firstOf(text);
+        shown += bytes > 0 && isShowable(code) ? text.substr(0, bytes) : replacement;
+        text.remove_prefix(std::max<std::size_t>(bytes, 1));
+    }
+    return shown;
+}
 
 std::string numberText(double number, int decimals)
 {
@@ -88,7 +134,7 @@ std::string escaped(std::string_view utf8)
             break;
         default:
             if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
-                text += "\xEF\xBF\xBD"; // U+FFFD
+                text += replacement;
             else
                 text += c;
         }

@@ -30,6 +30,25 @@ std::string beginning(std::string_view text, std::size_t characters)
     return std::string(text.substr(0, end));
 }
 
+/// The text with U+FFFD for what XML has no way to write, and for what would end the text. (Other controls the
+/// library writes by their numbers, as spreadsheets do.)
+std::string writable(std::string_view utf8)
+{
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    std::string text;
+    text.reserve(utf8.size());
+    for (std::size_t at = 0; at < utf8.size();) {
+        const std::string_view three = utf8.substr(at, 3);
+        const bool isNone = three == "\xEF\xBF\xBE" || three == "\xEF\xBF\xBF"; // U+FFFE, U+FFFF
+        if (isNone || utf8[at] == '\0')
+            text += replacement;
+        else
+            text += utf8[at];
+        at += isNone ? three.size() : 1;
+    }
+    return text;
+}
+
 /// A text that a reader of the format would take for one of its letters by number ("_x0041_" for "A"), so that it reads
 /// the text itself.
 std::string asItStands(std::string_view text)
@@ -61,7 +80,7 @@ std::size_t lettersIn(std::string_view utf8)
 /// A name that the format allows.
 std::string allowedName(std::string_view name)
 {
-    std::string allowed(name);
+    std::string allowed = writable(name);
     for (char& c : allowed)
         if (std::string_view("[]:*?/\\").find(c) != std::string_view::npos) c = '_';
     if (allowed.empty() || allowed.front() == '\'') allowed.insert(0, "_");
@@ -169,7 +188,8 @@ void Workbook::State::beginPart()
     }
     worksheet_freeze_panes(sheet, 1, 0);
     for (std::size_t i = 0; i < headings.size(); ++i)
-        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(i), headings[i].text.c_str(), bold);
+        worksheet_write_string(sheet, 0, static_cast<lxw_col_t>(i), asItStands(writable(headings[i].text)).c_str(),
+                               bold);
     row = 1;
 }
 
@@ -178,7 +198,7 @@ bool Workbook::text(std::size_t column, const std::string& utf8)
     if (utf8.size() > longestText && lettersIn(utf8) > longestText) return false;
     State& s = *state_;
     lxw_worksheet* const sheet = s.at();
-    worksheet_write_string(sheet, s.row, static_cast<lxw_col_t>(column), asItStands(utf8).c_str(), nullptr);
+    worksheet_write_string(sheet, s.row, static_cast<lxw_col_t>(column), asItStands(writable(utf8)).c_str(), nullptr);
     return true;
 }
 

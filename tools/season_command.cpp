@@ -17,12 +17,12 @@ namespace {
 
 int yearOf(const std::string& text)
 {
-    constexpr int first = 1900, last = 9998;
+    constexpr int first = 99, last = 9998;
     int year = 0;
     const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), year);
     if (fault != std::errc() || end != text.data() + text.size() || year < first || year > last)
-        misused(said("--year sezonun başladığı yıl olmalı: 2025 gibi.",
-                     "--year must be the one in which the season began, like 2025."));
+        misused(said("--year sezonun başladığı yıl olmalı, 99 ile 9998 arasında: 2025 gibi.",
+                     "--year must be the one in which the season began, 99 to 9998: like 2025."));
     return year;
 }
 
@@ -33,7 +33,7 @@ std::filesystem::path databaseAt(files::Disk& disk, const std::filesystem::path&
     return isFolder ? store::databaseIn(disk, source) : source;
 }
 
-void writePage(files::Disk& disk, const std::filesystem::path& to, const std::string& text)
+void write(files::Disk& disk, const std::filesystem::path& to, const std::string& text)
 {
     const auto file = disk.open(to, files::Disk::Access::createNew);
     file->write(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
@@ -41,10 +41,10 @@ void writePage(files::Disk& disk, const std::filesystem::path& to, const std::st
 }
 
 /// Made by a library that knows paths alone.
-void writeBy(void (*writer)(const seasons::Report&, const std::filesystem::path&), files::Disk& disk,
-             const std::filesystem::path& to, const seasons::Report& report)
+void writeWorkbook(files::Disk& disk, const std::filesystem::path& to, const seasons::Report& report)
 {
-    writer(report, to);
+    disk.open(to, files::Disk::Access::createNew); // what stands in the way is told by the disk, and in words
+    seasons::writeWorkbook(report, to);
     disk.open(to, files::Disk::Access::readWrite)->sync();
 }
 
@@ -70,11 +70,9 @@ int season(files::Disk& disk, Arguments arguments)
     const seasons::Report report = seasons::describe(reading, files::quotedPath(source), moment);
     files::PartFile part = files::PartFile::replacing(disk, to);
     if (kind == ".xlsx")
-        writeBy(seasons::writeWorkbook, disk, part.path(), report);
-    else if (kind == ".pdf")
-        writeBy(seasons::writePaper, disk, part.path(), report);
+        writeWorkbook(disk, part.path(), report);
     else
-        writePage(disk, part.path(), seasons::page(report));
+        write(disk, part.path(), kind == ".pdf" ? seasons::paper(report) : seasons::page(report));
     part.publish();
 
     Output out(standardOutput);

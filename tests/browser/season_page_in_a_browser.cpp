@@ -134,6 +134,27 @@ private slots:
         }
     }
 
+    /// However little room there is for names: the bar is far from its neighbour's percents.
+    void oilThatNobodyWeighedStandsApartAndIsNamed()
+    {
+        seasons::Sums sums(2025, {});
+        for (int percent = 12; percent < 27; ++percent)
+            sums.add({mill::firstDayOfSeason(2025) + 120.5, 100.0, percent + .5, 0.0, 0.0, u"Ali"});
+        sums.add({mill::firstDayOfSeason(2025) + 120.5, 100.0, 90.0, 0.0, 0.0, u"Ali"});
+        const std::string html = seasons::page(seasons::describe({.figures = sums.figures()}, "'Yag.mdb'", 46100.5));
+        const QString other = folder_.filePath(u"Tartilmadan.html"_s);
+        QFile file(other);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(html.data(), qint64(html.size())), qint64(html.size()));
+        file.close();
+        browser_->resize(390, 844);
+        browser_->open(other);
+        const QString chart = u"Chart.getChart(document.querySelector('canvas[data-plot=dagilim]'))"_s;
+        QCOMPARE(browser_->valueOf(chart + u".scales.x.ticks.at(-1).label"_s).toString(), u"60 ve üstü"_s);
+        QCOMPARE(browser_->valueOf(chart + u".data.labels.at(-2)"_s).toString(), QString());
+        QCOMPARE(browser_->valueOf(chart + u".data.labels.at(-3)"_s).toString(), u"26–27"_s);
+    }
+
     void darkIsDarkAndLightIsLight()
     {
         const auto corner = [this] { return qGray(browser_->picture().pixel(2, 2)); };

@@ -82,7 +82,49 @@ TEST(SeasonPage, percentsBetweenOlivesAndWhatNobodyWeighedAreLeftOut)
     EXPECT_THAT(html,
                 HasSubstr("<tr><th>20–21<td>1\n<tr><th>21–22<td>0\n<tr><th>22–23<td>2\n<tr><th>60 ve üstü<td>3\n"));
     EXPECT_THAT(html, HasSubstr("En sık görülen verim: 60 ve üstü."));
+    EXPECT_THAT(html, HasSubstr("Verim %56,5, ama 3 sıkımın yağı ya da zeytini tartılmadan yazılmış görünüyor"));
+    EXPECT_THAT(html, HasSubstr("onlar sayılmadan verim %21,4."));
 }
+
+TEST(SeasonPage, oilThatIsMissingIsNoYieldOfNothing)
+{
+    Sums sums(2025, {});
+    sums.add({noon(3), 1000.0, 200.0, 0.0, 0.0, u"Ali"});
+    sums.add({noon(3), 1000.0, std::nullopt, 0.0, 0.0, u"Ali"});
+    EXPECT_THAT(pageOf({.figures = sums.figures()}), HasSubstr("Verim %10,0, ama 1 sıkımın"));
+    EXPECT_THAT(pageOf({.figures = sums.figures()}), HasSubstr("onlar sayılmadan verim %20,0."));
+}
+
+TEST(SeasonPage, whereEverythingWasWeighedNothingIsSaid)
+{
+    EXPECT_THAT(pageOf(reading({u"Ali", u"Veli"})), Not(HasSubstr("sayılmadan")));
+}
+
+struct ShowableRow {
+    std::string text;
+    std::string shown;
+};
+
+class ShowableText : public TableTest<ShowableRow> {};
+
+RowTable<ShowableRow> texts()
+{
+    return {
+        {"letters", {"Şükrü 🫒 علي", "Şükrü 🫒 علي"}},
+        {"controls", {std::string("a\0b\x01\n\x7F", 6), "a\uFFFDb\uFFFD\uFFFD\uFFFD"}},
+        {"no characters", {"\uFFFE\uFFFF\uFDD0\uFDEF\U0010FFFF", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
+        {"characters beside them", {"\uFFFD\uFDCF\uFDF0\uFEFF", "\uFFFD\uFDCF\uFDF0\uFEFF"}},
+        {"another encoding", {"Ay\xFE\x65", "Ay\uFFFDe"}},
+        {"half a character", {"a\xC5", "a\uFFFD"}},
+        {"overlong", {"\xC0\x80\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
+        {"half a pair", {"\xED\xA0\xBE", "\uFFFD\uFFFD\uFFFD"}},
+        {"beyond the last", {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"}},
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(, ShowableText, testing::ValuesIn(texts()), RowName());
+
+TEST_P(ShowableText, holdsCharactersAlone) { EXPECT_EQ(showable(row().text), row().shown); }
 
 TEST(SeasonPage, halfACharacterBecomesTheSignForIt)
 {

@@ -56,9 +56,10 @@ protected:
     static std::vector<std::string> cells(const std::string& file)
     {
         const char* const script =
-            "import zipfile,re,sys,html\n"
+            "import zipfile,re,sys,html,xml.dom.minidom\n"
             "z=zipfile.ZipFile(sys.argv[1])\n"
             "assert z.testzip() is None\n"
+            "for n in z.namelist(): xml.dom.minidom.parseString(z.read(n))\n"
             "for n in sorted(n for n in z.namelist() if n.startswith('xl/worksheets/sheet')):\n"
             "  x=z.read(n).decode()\n"
             "  for r,a,b in re.findall(r'<c r=\"([A-Z]+[0-9]+)\"([^>]*)>(.*?)</c>',x,re.S):\n"
@@ -154,6 +155,16 @@ TEST_F(ExportTables, aTextThatLooksLikeANumberedLetterStaysInAWorkbook)
     jet::Database::open(platform::systemDisk(), file)->table(u"Her/Tür").insert({{0, u"_x0041_x0042_ _xyz"}});
     ASSERT_EQ(run({"export", file, "Her/Tür", "--out", path("tablo.xlsx")}).code, 0);
     ASSERT_THAT(cells(path("tablo.xlsx")), testing::Contains("A5 inlineStr=_x005F_x0041_x005F_x0042_ _xyz"));
+}
+
+TEST_F(ExportTables, whatXmlCannotWriteIsAReplacementCharacterInAWorkbook)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = withEveryType();
+    const std::u16string text{u'A', u'\uFFFE', u'\uFFFF', u'\0', u'\uFFFD', u'\uFEFF', u'Z'};
+    jet::Database::open(platform::systemDisk(), file)->table(u"Her/Tür").insert({{0, text}});
+    ASSERT_EQ(run({"export", file, "Her/Tür", "--out", path("tablo.xlsx")}).code, 0);
+    ASSERT_THAT(cells(path("tablo.xlsx")), testing::Contains("A5 inlineStr=A\uFFFD\uFFFD\uFFFD\uFFFD\uFEFFZ"));
 }
 
 TEST_F(ExportTables, aValueTooLongForACellIsToldAndTheRestWritten)

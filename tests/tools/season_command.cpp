@@ -103,8 +103,8 @@ TEST_F(SeasonCommand, sameTablesBecomeAWorkbook)
     const Outcome outcome = season({folder(), workbook});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     const std::string names = partOf(workbook, "xl/workbook.xml");
-    for (const char* sheet :
-         {"Sezon", "Günlere göre zeytin ve yağ", "Verimin dağılımı", "Müşteriler", "Bütün sezonlar"})
+    for (const char* sheet : {"Sezon", "Günlere göre zeytin ve yağ", "Verimin dağılımı", "En çok zeytin getirenler",
+                              "Müşteriler", "Bütün sezonlar"})
         EXPECT_THAT(names, HasSubstr("name=\"" + std::string(sheet) + "\"")) << sheet;
     EXPECT_THAT(partOf(workbook, "xl/sharedStrings.xml") + partOf(workbook, "xl/worksheets/sheet1.xml"),
                 HasSubstr("1 sıkımın tarihi yok"));
@@ -127,6 +127,55 @@ TEST_F(SeasonCommand, sameTablesBecomeAPdf)
     EXPECT_THAT(text, testing::ContainsRegex("20\\.11\\.2025 +2 +2\\.000 +450"));
     EXPECT_THAT(text, testing::ContainsRegex("Ayşe +1 +1\\.000 +250"));
     EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.pdf", "Yag.mdb"));
+}
+
+TEST_F(SeasonCommand, namesThatNobodyCanShowLeaveTheRestWhole)
+{
+    import("Hareket", "Tarih,Zeytin,Yağ,CariHar\n"
+                      "2025-11-22T10:00:00,100,20,\"A\uFFFE\uFFFF\U0001FFFE\uFDD0\u0001Z\"\n");
+    const std::string shown = "A\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDZ";
+    ASSERT_EQ(season({folder(), page()}).code, 0);
+    EXPECT_THAT(textOfFile(page()), HasSubstr("<th>" + shown + "<td>1"));
+    if (seasons::writesPaper()) {
+        const std::string paper = folder() + "/Sezon.pdf";
+        ASSERT_EQ(season({folder(), paper}).code, 0);
+        const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
+        EXPECT_THAT(text, HasSubstr("Bütün sezonlar")) << "what stands behind the customers";
+        EXPECT_THAT(text, testing::ContainsRegex("Ayşe +1 +1\\.000 +250"));
+    }
+    if (sheets::available()) {
+        const std::string workbook = folder() + "/Sezon.xlsx";
+        ASSERT_EQ(season({folder(), workbook}).code, 0);
+        EXPECT_THAT(partOf(workbook, "xl/worksheets/sheet8.xml"), HasSubstr(">" + shown + "<"));
+    }
+}
+
+/// Wherever the disk ends, the paper of yesterday stays or today's is whole.
+TEST_F(SeasonCommand, aPdfThatFindsNoRoomLeavesTheOldOne)
+{
+    if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
+    const std::string paper = folder() + "/Sezon.pdf";
+    ASSERT_EQ(season({folder(), paper}).code, 0);
+    const auto blocks = std::filesystem::file_size(paper) / 1024 + 2; // the hour in it packs a little better or worse
+    int refused = 0;
+    for (auto room = blocks % 3; room <= blocks; room += 3) {
+        writeFile(paper, "yesterday's");
+        const Outcome outcome =
+            run({.program = "bash",
+                 .arguments = {"-c", "ulimit -f \"$1\"; trap '' XFSZ; exec \"$2\" season \"$3\" \"$4\"", "bash",
+                               std::to_string(room), PRESVA_MDB, folder(), paper}});
+        if (room < blocks) {
+            EXPECT_EQ(outcome.code, 1) << room;
+            EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+            EXPECT_EQ(textOfFile(paper), "yesterday's") << room;
+            ++refused;
+        } else {
+            EXPECT_EQ(outcome.code, 0) << outcome.err;
+            EXPECT_THAT(textOfFile(paper), testing::EndsWith("%%EOF\n"));
+        }
+        EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.pdf", "Yag.mdb"));
+    }
+    EXPECT_GT(refused, 5);
 }
 
 std::vector<std::string> partsOf(const std::string& text, char separator)
@@ -170,15 +219,41 @@ TEST_F(SeasonCommand, counterMayBeAtWork)
     files::Disk& disk = platform::systemDisk();
     const auto counter = jet::Database::open(disk, database());
     jet::Table& journal = counter->table(Hareket::table);
-    journal.insert({{Hareket::Tarih, jet::dateTime(2025, 12, 1, 9).value()}, {Hareket::Zeytin, 100.0}});
+    const auto book = [&](int hour) {
+        journal.insert({{Hareket::Tarih, jet::dateTime(2025, 12, 1, hour).value()},
+                        {Hareket::Zeytin, 100.0},
+                        {Hareket::CariHar, u"Ali"}});
+    };
+    book(9);
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 3 sıkım.\n"));
 
     // What is not booked yet is not seen.
     jet::Transaction change(counter->pager());
-    journal.insert({{Hareket::Tarih, jet::dateTime(2025, 12, 1, 10).value()}, {Hareket::Zeytin, 100.0}});
+    book(10);
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 3 sıkım.\n"));
     change.commit();
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 4 sıkım.\n"));
+}
+
+/// "CariHar<>'Toplamlar'" knows no letter case, and nothing of a field that is empty.
+TEST_F(SeasonCommand, rowsThatAReportDoesNotAddUpAreNotCounted)
+{
+    import("Hareket", "Tarih,Zeytin,CariHar\n"
+                      "2025-11-22T00:00:00,7000,TOPLAMLAR\n"
+                      "2025-11-22T00:00:00,7000,toplamlar\n"
+                      "2025-11-22T10:00:00,7000,\n"
+                      "2026-07-01T00:00:00,7000,TOPLAMLAR\n"
+                      "2026-07-01T10:00:00,7000,\n");
+    const Outcome outcome = season({folder(), page()});
+    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("2 satırda müşteri alanı boş; rapor toplamlarına da girmez"));
+    EXPECT_THAT(textOfFile(page()), Not(HasSubstr("7.000")));
+}
+
+TEST_F(SeasonCommand, aSeasonOfLongAgoCanBeNamed)
+{
+    import("Hareket", "Tarih,Zeytin,CariHar\n0100-01-01T10:00:00,1,Ali\n");
+    EXPECT_THAT(season({folder(), "--year", "99", page()}).out, StartsWith("Zeytin sezonu 99–100: 1 sıkım.\n"));
 }
 
 TEST_F(SeasonCommand, aClockThatWasAheadOnceDoesNotHideTheSeason)
@@ -198,6 +273,7 @@ RowTable<std::vector<std::string>> misuses()
         {"no number", {"Yag.mdb", "--year", "geçen", "Sezon.html"}},
         {"half a number", {"Yag.mdb", "--year", "2025x", "Sezon.html"}},
         {"far away", {"Yag.mdb", "--year", "20255", "Sezon.html"}},
+        {"before the calendar", {"Yag.mdb", "--year", "98", "Sezon.html"}},
         {"neither page nor workbook", {"Yag.mdb", "Sezon.txt"}},
         {"too many", {"Yag.mdb", "Sezon.html", "Sezon2.html"}},
         {"absent", {"/absent", "Sezon.html"}},
@@ -213,6 +289,17 @@ TEST_P(SeasonCommandMisuse, isOneSentenceAndNoPage)
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+}
+
+TEST_F(SeasonCommand, aFolderThatIsNotThereIsOneSentenceForEveryKind)
+{
+    for (const std::string kind : {".html", ".xlsx", ".pdf"}) {
+        if ((kind == ".xlsx" && !sheets::available()) || (kind == ".pdf" && !seasons::writesPaper())) continue;
+        const Outcome outcome = season({folder(), folder() + "/absent/Sezon" + kind});
+        EXPECT_EQ(outcome.code, 1) << kind;
+        EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr("bulunamadı")) << kind;
+    }
 }
 
 TEST_F(SeasonCommand, aDatabaseOfSomebodyElseIsNamedAsSuch)
