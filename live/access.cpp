@@ -7,6 +7,7 @@
 
 #include <charconv>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace live {
@@ -54,8 +55,10 @@ std::map<std::string, std::int64_t> telephonesIn(const std::string& text)
 
 } // namespace
 
-Access::Access(files::Disk& disk, std::filesystem::path telephones, std::chrono::seconds invitationCounts, Clock clock)
-    : disk_(disk), file_(std::move(telephones)), invitationCounts_(invitationCounts), clock_(std::move(clock))
+Access::Access(files::Disk& disk, std::filesystem::path telephones, std::chrono::seconds invitationCounts, Clock clock,
+               Clock running)
+    : disk_(disk), file_(std::move(telephones)), invitationCounts_(invitationCounts), clock_(std::move(clock)),
+      running_(running ? std::move(running) : clock_)
 {
     if (disk_.exists(file_)) telephones_ = telephonesIn(contentOf(disk_, file_));
 }
@@ -63,13 +66,13 @@ Access::Access(files::Disk& disk, std::filesystem::path telephones, std::chrono:
 void Access::renew()
 {
     invitation_ = randomText(invitationBytes);
-    invitationEnds_ = clock_() + invitationCounts_.count();
+    invitationEnds_ = running_() + invitationCounts_.count();
 }
 
 std::string Access::invitation()
 {
     const std::scoped_lock lock(mutex_);
-    if (invitation_.empty() || clock_() >= invitationEnds_) renew();
+    if (invitation_.empty() || running_() >= invitationEnds_) renew();
     return invitation_;
 }
 
@@ -77,12 +80,18 @@ std::optional<std::string> Access::take(std::string_view invitation)
 {
     const std::scoped_lock lock(mutex_);
     const std::int64_t now = clock_();
-    if (invitation_.empty() || now >= invitationEnds_ || digestOf(invitation) != digestOf(invitation_)) return {};
+    if (invitation_.empty() || running_() >= invitationEnds_ || digestOf(invitation) != digestOf(invitation_))
+        return {};
     std::string key = randomText(keyBytes);
     auto telephones = telephones_;
     std::erase_if(telephones, [now](const auto& each) { return each.second <= now; });
     telephones[digestOf(key)] = now + std::chrono::seconds(telephoneCounts).count();
-    write(telephones);
+    try {
+        write(telephones);
+    } catch (const files::Error& error) {
+        trouble_ = error.what();
+        throw;
+    }
     telephones_ = std::move(telephones);
     renew();
     return key;
@@ -94,6 +103,12 @@ bool Access::knows(std::string_view key)
     const std::scoped_lock lock(mutex_);
     const auto found = telephones_.find(digest);
     return found != telephones_.end() && clock_() < found->second;
+}
+
+std::optional<std::string> Access::trouble()
+{
+    const std::scoped_lock lock(mutex_);
+    return std::exchange(trouble_, std::nullopt);
 }
 
 void Access::write(const std::map<std::string, std::int64_t>& telephones)

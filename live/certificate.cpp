@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -85,11 +86,22 @@ Pair make(const std::string& address, std::int64_t now)
     return pair;
 }
 
+/// Seconds since 1970; 0 for what is no moment.
+std::int64_t momentOf(const ASN1_TIME* time)
+{
+    std::tm parts{};
+    return ASN1_TIME_to_tm(time, &parts) == 1 ? std::int64_t{timegm(&parts)} : 0;
+}
+
+Validity validityOf(const X509* certificate)
+{
+    return {momentOf(X509_get0_notBefore(certificate)), momentOf(X509_get0_notAfter(certificate)) - renewedBefore};
+}
+
+/// One that was made while the clock was ahead does not count yet, and no telephone would take it.
 bool countsFor(X509* certificate, const std::string& address, std::int64_t now)
 {
-    std::time_t soon = now + renewedBefore;
-    return X509_check_ip_asc(certificate, address.c_str(), 0) == 1 &&
-           X509_cmp_time(X509_get0_notAfter(certificate), &soon) > 0;
+    return X509_check_ip_asc(certificate, address.c_str(), 0) == 1 && validityOf(certificate).covers(now);
 }
 
 /// A pair that fits, or nothing.
@@ -106,6 +118,13 @@ Pair read(const std::filesystem::path& path)
     return fits ? std::move(pair) : Pair{};
 }
 
+std::string reasonOf(int code)
+{
+    if (code == ENOSPC || code == EDQUOT) return "diskte yer kalmadı; yer açıp yeniden deneyin.";
+    if (code == EACCES || code == EPERM || code == EROFS) return "yazma izni yok; klasörün izinlerini denetleyin.";
+    return "disk hatası (" + std::generic_category().message(code) + "); diski denetleyip yeniden deneyin.";
+}
+
 /// Under another name first: a power cut leaves the old file or the new one.
 void write(const Pair& pair, const std::filesystem::path& path)
 {
@@ -117,8 +136,7 @@ void write(const Pair& pair, const std::filesystem::path& path)
     if (!file || PEM_write_PrivateKey(file.get(), pair.key.get(), nullptr, nullptr, 0, nullptr, nullptr) != 1 ||
         PEM_write_X509(file.get(), pair.certificate.get()) != 1 || std::fflush(file.get()) != 0 ||
         ::fsync(handle) != 0 || ::rename(part.c_str(), path.c_str()) != 0)
-        throw files::Error(files::Fault::disk,
-                           files::inQuotes(path) + " yazılamadı: " + std::generic_category().message(errno));
+        throw files::Error(files::Fault::disk, files::inQuotes(path) + " yazılamadı: " + reasonOf(errno));
 }
 
 std::string fingerprintOf(X509* certificate)
@@ -158,7 +176,7 @@ Certificate certificateFor(const std::string& address, const std::filesystem::pa
     // What is resumed by tickets costs no memory here.
     SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
     SSL_CTX_set_mode(context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
-    return {std::move(context), fingerprintOf(pair.certificate.get())};
+    return {std::move(context), fingerprintOf(pair.certificate.get()), validityOf(pair.certificate.get())};
 }
 
 } // namespace live

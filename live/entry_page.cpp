@@ -23,7 +23,9 @@ constexpr std::string_view script = R"(
         try {
             const answer = await fetch('/giris', {headers: {'X-Davet': invitation}});
             if (answer.ok) location.replace('/');
-            else words.textContent = 'Bu karekod kullanılmış ya da süresi geçmiş. Ekrandaki yenisini okutun.';
+            else if (answer.status === 403)
+                words.textContent = 'Bu karekod kullanılmış ya da süresi geçmiş. Ekrandaki yenisini okutun.';
+            else words.textContent = 'Sayaç bu telefonu şu anda kaydedemiyor; nedeni sayacın ekranında yazar. Sonra karekodu yeniden okutun.';
         } catch (fault) {
             words.textContent = 'Sayaç cevap vermiyor. Aynı ağda olduğunuza bakın, karekodu yeniden okutun.';
         }

@@ -38,6 +38,15 @@ std::string_view keyIn(std::string_view cookies)
     return {};
 }
 
+/// Why a place cannot be had, and what to do.
+std::string reasonOf(int code)
+{
+    if (code == EADDRINUSE) return "kapıyı başka bir program kullanıyor; başka bir --port verin.";
+    if (code == EADDRNOTAVAIL) return "adres bu bilgisayarın değil.";
+    return std::generic_category().message(code) +
+           ". Adres bu bilgisayarın olmalı, kapıyı başka bir program kullanmamalı.";
+}
+
 } // namespace
 
 std::string hostText(const std::string& address, int port)
@@ -76,9 +85,7 @@ public:
                                          : (bind_to_port(place.address, place.port) ? place.port : -1);
         if (port <= 0 || ::listen(svr_sock_, waiting) != 0)
             throw files::Error(files::Fault::disk,
-                               hostText(place.address, place.port) +
-                                   " dinlenemiyor: " + std::generic_category().message(errno) +
-                                   ". Adres bu bilgisayarın olmalı, kapıyı başka bir program kullanmamalı.");
+                               hostText(place.address, place.port) + " dinlenemiyor: " + reasonOf(errno));
         host_ = hostText(place.address, port);
         return port;
     }

@@ -59,9 +59,10 @@ std::optional<std::string> Parsed::oneOf(std::string_view name, std::initializer
 Parsed parse(std::string_view command, Arguments arguments, std::initializer_list<std::string_view> known)
 {
     Parsed parsed;
+    // A program that is named so has no commands.
+    const std::string of = command.starts_with("presva-") ? "" : "presva-mdb ";
     const auto refuse = [&](const std::string& word, const char* why) {
-        misused("'" + word + why + said("; yardım için: presva-mdb ", "; for help: presva-mdb ") +
-                std::string(command) + " --help");
+        misused("'" + word + why + said("; yardım için: ", "; for help: ") + of + std::string(command) + " --help");
     };
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string& word = arguments[i];

@@ -4,10 +4,12 @@
 #include "files/part_file.h"
 #include "files/quoted_path.h"
 #include "live/access.h"
+#include "live/addresses.h"
 #include "live/board.h"
 #include "live/certificate.h"
 #include "live/codes.h"
 #include "live/invitation_page.h"
+#include "live/own_folder.h"
 #include "live/server.h"
 #include "platform/console.h"
 #include "platform/system_disk.h"
@@ -15,19 +17,16 @@
 #include "store/restore.h"
 #include "tools/command_line.h"
 
-#include <arpa/inet.h>
-#include <array>
-#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <netdb.h>
+#include <memory>
+#include <optional>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -69,37 +68,18 @@ int numberIn(const std::string& option, const std::string& text, int least, int 
     return number;
 }
 
-/// The addresses of this machine that others in its networks may know it by.
-std::vector<std::string> ownAddresses()
+/// The address in the one way to write it. Misused for what is none of this machine.
+std::string ownAddress(const std::string& text)
 {
-    std::vector<std::string> addresses;
-    ifaddrs* all = nullptr;
-    if (getifaddrs(&all) != 0) return addresses;
-    for (const ifaddrs* each = all; each != nullptr; each = each->ifa_next) {
-        if (each->ifa_addr == nullptr || each->ifa_addr->sa_family != AF_INET || (each->ifa_flags & IFF_LOOPBACK) != 0)
-            continue;
-        std::array<char, NI_MAXHOST> text{};
-        if (getnameinfo(each->ifa_addr, sizeof(sockaddr_in), text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) == 0)
-            addresses.emplace_back(text.data());
-    }
-    freeifaddrs(all);
-    return addresses;
-}
-
-/// The address in the one way to write it. Misused for what is none, or every network's.
-std::string plainAddress(const std::string& text)
-{
-    std::array<std::uint8_t, sizeof(in6_addr)> bytes{};
-    std::array<char, INET6_ADDRSTRLEN> plain{};
-    for (const int family : {AF_INET, AF_INET6}) {
-        if (inet_pton(family, text.c_str(), bytes.data()) != 1) continue;
-        if (bytes == std::array<std::uint8_t, sizeof(in6_addr)>{})
-            tools::misused("Bütün ağlara açılmaz; değirmenin ağındaki adresi yazın.");
-        if (inet_ntop(family, bytes.data(), plain.data(), plain.size()) != nullptr) return plain.data();
-    }
     std::string known;
-    for (const std::string& each : ownAddresses()) known += (known.empty() ? "" : ", ") + each;
-    tools::misused("--address bir IP adresi ister. Bu bilgisayarın adresleri: " + (known.empty() ? "yok" : known));
+    for (const std::string& each : live::ownAddresses()) known += (known.empty() ? "" : ", ") + each;
+    known = " Bu bilgisayarın adresleri: " + (known.empty() ? "yok" : known) + ".";
+    const auto plain = live::plainAddress(text);
+    if (!plain) tools::misused("--address bir IP adresi ister." + known);
+    if (*plain == "0.0.0.0" || *plain == "::")
+        tools::misused("Bütün ağlara açılmaz; değirmenin ağındaki adresi yazın." + known);
+    if (!live::isOwnAddress(*plain)) tools::misused(*plain + " bu bilgisayarın adresi değil." + known);
+    return *plain;
 }
 
 Options optionsOf(std::vector<std::string> words)
@@ -109,51 +89,207 @@ Options optionsOf(std::vector<std::string> words)
     const tools::Parsed parsed = tools::parse("presva-live", words, {"--address", "--port", "--valid"});
     if (parsed.words.size() != 1) tools::misused("Komut şöyle yazılır: presva-live KLASÖR --address ADRES");
     options.folder = tools::pathOf(parsed.words[0]);
-    options.address = plainAddress(parsed.option("--address").value_or(""));
+    options.address = ownAddress(parsed.option("--address").value_or(""));
     if (const auto port = parsed.option("--port")) options.port = numberIn("--port", *port, 1024, 65535);
     if (const auto valid = parsed.option("--valid"))
         options.valid = std::chrono::minutes(numberIn("--valid", *valid, 1, 1440));
     return options;
 }
 
-void makePrivateFolder(const std::filesystem::path& folder)
+std::int64_t clockNow() { return std::time(nullptr); }
+
+/// Seconds since the machine was started, asleep or not, whatever is done to its clock.
+std::int64_t running()
 {
-    if ((mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) || chmod(folder.c_str(), S_IRWXU) != 0)
-        throw files::Error(files::Fault::noPermission,
-                           files::inQuotes(folder) + " klasörü yapılamadı: " + std::generic_category().message(errno));
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return now.tv_sec;
 }
 
-void writePage(files::Disk& disk, const std::filesystem::path& path, const std::string& text)
-{
-    files::PartFile part = files::PartFile::replacing(disk, path);
-    disk.open(part.path(), files::Disk::Access::createNew)
-        ->write(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    part.publish();
-}
-
-/// Shows each invitation on the terminal and as a page, until it is told to stop or nobody is answered any more.
-void showInvitations(files::Disk& disk, const Options& options, const std::filesystem::path& page, live::Access& access,
-                     const live::Server& server, const std::string& fingerprint, const sigset_t& stopping)
-{
-    const std::string host = live::hostText(options.address, server.port());
-    std::string last;
-    while (server.listens()) {
-        const std::string invitation = access.invitation();
-        if (invitation != last) {
-            last = invitation;
-            const double ends =
-                tools::now().days + std::chrono::duration<double, std::ratio<86400>>(options.valid).count();
-            const live::Invitation shown{std::string("https://").append(host).append("/#").append(invitation),
-                                         fingerprint, seasons::momentText(ends) + " saatine kadar"};
-            writePage(disk, page, live::invitationPage(shown));
-            std::printf("\n%s\n%s\nParmak izi: %s\nGeçerli: %s\n", live::codeForTerminal(shown.address).c_str(),
-                        shown.address.c_str(), fingerprint.c_str(), shown.counts.c_str());
-            std::fflush(stdout);
-        }
-        const timespec second{1, 0};
-        if (sigtimedwait(&stopping, nullptr, &second) > 0) return;
+/// Something that fails, is tried again and again, and is told when it begins.
+class Trouble {
+public:
+    void is(const std::string& sentence)
+    {
+        if (sentence != told_) std::fprintf(stderr, "%s\n", sentence.c_str());
+        told_ = sentence;
     }
+    void over(const std::string& sentence)
+    {
+        if (!std::exchange(told_, {}).empty()) std::fprintf(stderr, "%s\n", sentence.c_str());
+    }
+
+private:
+    std::string told_;
+};
+
+/// The page with the code. Telephones are served whether it can be written or not.
+class CodePage {
+public:
+    CodePage(files::Disk& disk, std::filesystem::path path) : disk_(disk), path_(std::move(path)) {}
+
+    void show(std::string text)
+    {
+        text_ = std::move(text);
+        writeAgain();
+    }
+    void writeAgain()
+    {
+        isWritten_ = false;
+        keep();
+    }
+    /// Tries again what could not be written.
+    void keep()
+    {
+        if (isWritten_) return;
+        try {
+            write();
+            isWritten_ = true;
+            trouble_.over(files::inQuotes(path_) + " yeniden yazılabildi.");
+        } catch (const files::Error& error) {
+            trouble_.is(error.what() + std::string(" Telefonlara yine cevap veriliyor, karekod bu pencerede; sayfa "
+                                                   "yeniden denenecek."));
+        }
+    }
+
+private:
+    void write()
+    {
+        files::PartFile part = files::PartFile::replacing(disk_, path_);
+        {
+            const auto file = disk_.open(part.path(), files::Disk::Access::createNew);
+            file->write(0, {reinterpret_cast<const std::uint8_t*>(text_.data()), text_.size()});
+            file->sync();
+        }
+        part.publish();
+    }
+
+    files::Disk& disk_;
+    const std::filesystem::path path_;
+    std::string text_;
+    bool isWritten_ = true;
+    Trouble trouble_;
+};
+
+/// Forgets the telephones first where that was asked for, in a folder that nobody else uses.
+std::filesystem::path telephonesIn(files::Disk& disk, const live::OwnFolder& own, const Options& options)
+{
+    std::filesystem::path telephones = own.path() / "telefonlar";
+    if (options.forget && disk.exists(telephones)) disk.remove(telephones);
+    return telephones;
 }
+
+/// Serves telephones, and shows each invitation on the terminal and as a page.
+class Service {
+public:
+    Service(files::Disk& disk, const Options& options)
+        : options_(options), board_(
+                                 disk, store::databaseIn(disk, options.folder), [] { return tools::now().days; },
+                                 [](const std::string& sentence) { std::fprintf(stderr, "%s\n", sentence.c_str()); }),
+          own_(disk, options.folder / "Canli"), page_(disk, own_.path() / "karekod.html"),
+          access_(disk, telephonesIn(disk, own_, options), options.valid, clockNow, running)
+    {
+        // The code of one who was stopped by force opens nothing any more.
+        if (disk.exists(own_.path() / "karekod.html")) page_.show(live::closedPage());
+        listen(live::certificateFor(options_.address, own_.path(), clockNow()));
+    }
+
+    /// Until it is told to stop. Throws files::Error where nobody is answered any more.
+    void run(const sigset_t& stopping)
+    {
+        const timespec second{1, 0};
+        do {
+            restoreFolder();
+            renewCertificate();
+            showInvitation();
+            page_.keep();
+            if (const auto trouble = access_.trouble())
+                std::fprintf(stderr, "Bir telefon kaydedilemedi: %s\n", trouble->c_str());
+        } while (server_->listens() && sigtimedwait(&stopping, nullptr, &second) <= 0);
+        page_.show(live::closedPage());
+        if (!server_->listens())
+            throw files::Error(files::Fault::disk, host() + " artık dinlenemiyor; programı yeniden başlatın.");
+    }
+
+private:
+    std::string host() const { return live::hostText(options_.address, options_.port); }
+
+    void listen(live::Certificate certificate)
+    {
+        fingerprint_ = certificate.fingerprint;
+        validity_ = certificate.validity;
+        shown_.clear();
+        server_.reset(); // it has the place that the next one takes
+        server_ = std::make_unique<live::Server>(live::Server::Place{options_.address, options_.port},
+                                                 std::move(certificate), access_, [this] { return board_.shown(); });
+    }
+
+    void restoreFolder()
+    {
+        try {
+            if (!own_.restore()) return;
+            std::fprintf(stderr,
+                         "%s silinmiş; yeniden yapıldı. Telefonları unutturmak için programı durdurup --forget "
+                         "ile başlatın.\n",
+                         files::inQuotes(own_.path()).c_str());
+            page_.writeAgain();
+        } catch (const files::Error& error) {
+            if (error.fault() == files::Fault::inUse) throw;
+            trouble_.is(error.what());
+        }
+    }
+
+    /// Its time comes, or the clock with which it was made was ahead.
+    void renewCertificate()
+    {
+        constexpr std::int64_t rest = 600; // seconds between attempts
+        if (validity_.covers(clockNow()) || running() < nextAttempt_) return;
+        nextAttempt_ = running() + rest;
+        std::optional<live::Certificate> next;
+        try {
+            next = live::certificateFor(options_.address, own_.path(), clockNow());
+        } catch (const files::Error& error) {
+            trouble_.is(error.what());
+            return;
+        }
+        listen(std::move(*next));
+    }
+
+    void showInvitation()
+    {
+        constexpr std::int64_t setAnew = 60; // seconds by which a clock is another one
+        const std::string invitation = access_.invitation();
+        const std::int64_t clockIsAhead = clockNow() - running();
+        if (invitation == shown_ && std::abs(clockIsAhead - clockWasAhead_) < setAnew) return;
+        if (invitation != issued_) begun_ = running();
+        issued_ = shown_ = invitation;
+        clockWasAhead_ = clockIsAhead;
+
+        constexpr double secondsOfADay = 86400;
+        const std::int64_t left = begun_ + std::chrono::seconds(options_.valid).count() - running();
+        const std::string until = seasons::momentText(tools::now().days + static_cast<double>(left) / secondsOfADay);
+        const live::Invitation shown{"https://" + host() + "/#" + invitation, fingerprint_, until + " saatine kadar"};
+        std::printf("\n%s\n%s\nParmak izi: %s\nGeçerli: %s\n", live::codeForTerminal(shown.address).c_str(),
+                    shown.address.c_str(), fingerprint_.c_str(), shown.counts.c_str());
+        std::fflush(stdout);
+        page_.show(live::invitationPage(shown));
+    }
+
+    const Options& options_;
+    live::Board board_;
+    live::OwnFolder own_; ///< before anything in it is read or written
+    CodePage page_;
+    live::Access access_;
+    std::string fingerprint_;
+    live::Validity validity_;
+    std::int64_t nextAttempt_ = 0; ///< at another certificate, by running()
+    std::string shown_;            ///< the invitation on the page; empty where it has to be shown anew
+    std::string issued_;           ///< the one that began at begun_
+    std::int64_t begun_ = 0;       ///< by running()
+    std::int64_t clockWasAhead_ = 0;
+    Trouble trouble_;
+    std::unique_ptr<live::Server> server_;
+};
 
 int serve(const Options& options)
 {
@@ -167,24 +303,10 @@ int serve(const Options& options)
     pthread_sigmask(SIG_BLOCK, &stopping, nullptr); // in every thread from here on
 
     files::Disk& disk = platform::systemDisk();
-    const std::filesystem::path own = options.folder / "Canli";
-    const std::filesystem::path telephones = own / "telefonlar";
-    const std::filesystem::path page = own / "karekod.html";
-    const live::Board board(
-        disk, store::databaseIn(disk, options.folder), [] { return tools::now().days; },
-        [](const std::string& sentence) { std::fprintf(stderr, "%s\n", sentence.c_str()); });
-    makePrivateFolder(own);
-    if (options.forget && disk.exists(telephones)) disk.remove(telephones);
-    live::Access access(disk, telephones, options.valid, [] { return std::int64_t{std::time(nullptr)}; });
-    live::Certificate certificate = live::certificateFor(options.address, own, std::time(nullptr));
-    const std::string fingerprint = certificate.fingerprint;
-    const live::Server server({options.address, options.port}, std::move(certificate), access,
-                              [&board] { return board.shown(); });
-    showInvitations(disk, options, page, access, server, fingerprint, stopping);
-    writePage(disk, page, live::closedPage());
-    if (server.listens()) return 0;
-    throw files::Error(files::Fault::disk, live::hostText(options.address, server.port()) +
-                                               " artık dinlenemiyor; programı yeniden başlatın.");
+    if (disk.exists(options.folder) && !disk.exists(options.folder / ""))
+        tools::misused(files::inQuotes(options.folder) + " bir dosya; içinde durduğu klasörü yazın.");
+    Service(disk, options).run(stopping);
+    return 0;
 }
 
 } // namespace

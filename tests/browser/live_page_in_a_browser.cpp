@@ -84,6 +84,15 @@ private slots:
         QVERIFY(browser_->complaints().filter(u"Content Security"_s).isEmpty());
     }
 
+    void aKnownTelephoneTakesACodeThatItReads()
+    {
+        const QString invitation = QString::fromStdString(access_.invitation());
+        browser_->valueOf(u"location.hash = '%1'"_s.arg(invitation));
+        QTRY_VERIFY(access_.invitation() != invitation.toStdString());
+        QTRY_COMPARE(browser_->valueOf(u"location.href"_s).toString(), address());
+        QVERIFY(text().contains(u"Zeytin sezonu 2025–2026"_s));
+    }
+
     void askingStopsWhenNobodyAnswers()
     {
         const int port = server_->port();

@@ -1,5 +1,7 @@
 #include "live/access.h"
+#include "files/error.h"
 #include "files/memory_disk.h"
+#include "platform/system_disk.h"
 
 #include <gmock/gmock.h>
 
@@ -49,6 +51,31 @@ TEST_F(AccessOfTelephones, invitationBecomesTooOld)
     now_ += 600; // ten minutes
     EXPECT_FALSE(access.take(invitation));
     EXPECT_NE(access.invitation(), invitation);
+}
+
+TEST_F(AccessOfTelephones, aClockThatIsPutBackMakesNoInvitationLonger)
+{
+    std::int64_t running = 100;
+    Access access(
+        disk_, "telephones", minutes(10), [this] { return now_; }, [&running] { return running; });
+    const std::string invitation = access.invitation();
+    now_ -= 400 * 86'400;
+    running += 599;
+    EXPECT_EQ(access.invitation(), invitation);
+    running += 1;
+    EXPECT_FALSE(access.take(invitation));
+    EXPECT_NE(access.invitation(), invitation);
+}
+
+TEST_F(AccessOfTelephones, aTelephoneThatCannotBeRememberedIsToldOnce)
+{
+    Access access(platform::systemDisk(), "/absent/telephones", minutes(10), [this] { return now_; });
+    const std::string invitation = access.invitation();
+    EXPECT_FALSE(access.trouble());
+    EXPECT_THROW(access.take(invitation), files::Error);
+    EXPECT_THAT(access.trouble().value_or(""), HasSubstr("/absent/telephones"));
+    EXPECT_FALSE(access.trouble());
+    EXPECT_EQ(access.invitation(), invitation);
 }
 
 TEST_F(AccessOfTelephones, nothingIsTakenWhereNobodyWasInvited)

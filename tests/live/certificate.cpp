@@ -31,6 +31,25 @@ TEST_F(CertificateOfAnAddress, staysForMoreThanAYearAndIsThenAnother)
     EXPECT_NE(of("192.168.1.20", 368), first);
 }
 
+TEST_F(CertificateOfAnAddress, isAnotherWhereTheClockWasAhead)
+{
+    const std::string ahead = of("192.168.1.20", 400);
+    EXPECT_NE(of("192.168.1.20"), ahead);
+    const std::string now = of("192.168.1.20");
+    EXPECT_EQ(of("192.168.1.20", -1), now); // a clock that is behind by a day
+    EXPECT_NE(of("192.168.1.20", -2), now);
+}
+
+TEST_F(CertificateOfAnAddress, saysWhenAnotherOneIsDue)
+{
+    const Validity validity = certificateFor("192.168.1.20", folder_.path(), now_).validity;
+    EXPECT_TRUE(validity.covers(now_));
+    EXPECT_TRUE(validity.covers(now_ - day));
+    EXPECT_FALSE(validity.covers(now_ - day - 1));
+    EXPECT_TRUE(validity.covers(now_ + 367 * day - 1));
+    EXPECT_FALSE(validity.covers(now_ + 367 * day));
+}
+
 TEST_F(CertificateOfAnAddress, isAnotherForAnotherAddress)
 {
     const std::string first = of("192.168.1.20");
