@@ -252,7 +252,7 @@ TEST_F(SeasonCommand, rowsThatAReportDoesNotAddUpAreNotCounted)
 
 TEST_F(SeasonCommand, aSeasonOfLongAgoCanBeNamed)
 {
-    import("Hareket", "Tarih,Zeytin,CariHar\n0100-01-01T10:00:00,1,Ali\n");
+    import("Hareket", "Tarih,Zeytin,CariHar\n0100-01-02T10:00:00,1,Ali\n");
     EXPECT_THAT(season({folder(), "--year", "99", page()}).out, StartsWith("Zeytin sezonu 99–100: 1 sıkım.\n"));
 }
 
