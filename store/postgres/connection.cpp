@@ -5,11 +5,12 @@
 #include <algorithm>
 #include <libpq-fe.h>
 #include <new>
-#include <poll.h>
 #include <string_view>
 #include <utility>
 
 namespace postgres {
+
+using platform::SocketNeed, platform::waitForSocket, platform::Woken;
 namespace {
 
 using files::said;
@@ -136,7 +137,7 @@ struct Connection::State {
         const auto until = Clock::now() + patience.opening;
         PostgresPollingStatusType wanted = PGRES_POLLING_WRITING;
         while (PQstatus(line) != CONNECTION_BAD && wanted != PGRES_POLLING_OK && wanted != PGRES_POLLING_FAILED) {
-            if (!wait(wanted == PGRES_POLLING_READING ? POLLIN : POLLOUT, until)) {
+            if (!wait(wanted == PGRES_POLLING_READING ? SocketNeed::read : SocketNeed::write, until)) {
                 close();
                 throw ServerError(
                     said("Sunucu yanıt vermiyor; adresini (Sunucu.ini) ve ağı denetleyin.",
@@ -172,15 +173,15 @@ struct Connection::State {
     }
 
     /// False when the time is over.
-    bool wait(short events, Clock::time_point until) const
+    bool wait(SocketNeed need, Clock::time_point until) const
     {
         for (;;) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
-            if (left <= 0) return false;
-            pollfd both[] = {{PQsocket(line), events, 0}, {wake != nullptr ? wake->endDescriptor() : -1, POLLIN, 0}};
-            if (::poll(both, 2, static_cast<int>(std::min<long long>(left, 60000))) <= 0) continue;
-            if (both[1].revents != 0) throw ServerError(lostSentence());
-            return true;
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
+            if (left.count() <= 0) return false;
+            const Woken woken = waitForSocket(PQsocket(line), need, wake != nullptr ? wake->endDescriptor() : -1,
+                                              std::min<std::chrono::milliseconds>(left, std::chrono::minutes(1)));
+            if (woken == Woken::wake) throw ServerError(lostSentence());
+            if (woken == Woken::socket) return true;
         }
     }
 
@@ -222,7 +223,7 @@ struct Connection::State {
         // Bytes that TLS has read ahead no longer show at the socket: they are asked for now and then.
         constexpr std::chrono::milliseconds betweenLooks{50};
         const auto end = heard + patience.silence;
-        if (wait(POLLIN, PQsslInUse(line) != 0 ? std::min(end, Clock::now() + betweenLooks) : end))
+        if (wait(SocketNeed::read, PQsslInUse(line) != 0 ? std::min(end, Clock::now() + betweenLooks) : end))
             heard = Clock::now();
         else if (Clock::now() >= end)
             silent();
@@ -235,7 +236,7 @@ struct Connection::State {
             const int left = PQflush(line);
             if (left == 0) return;
             if (left < 0) lost();
-            if (!wait(POLLIN | POLLOUT, Clock::now() + patience.silence)) silent();
+            if (!wait(SocketNeed::either, Clock::now() + patience.silence)) silent();
             // What the server sends meanwhile is taken in: it might wait for that before it reads on.
             if (PQconsumeInput(line) == 0) lost();
         }
@@ -299,12 +300,12 @@ struct Connection::State {
     }
 
     PGconn* line = nullptr;
-    Wake* wake = nullptr;
+    platform::Wake* wake = nullptr;
     Patience patience;
     Clock::time_point heard; ///< when the server said something last, or was asked
 };
 
-Connection::Connection(const ServerSettings& settings, const std::string& user, Patience patience, Wake* wake)
+Connection::Connection(const ServerSettings& settings, const std::string& user, Patience patience, platform::Wake* wake)
     : state_(std::make_unique<State>())
 {
     state_->wake = wake;
@@ -350,12 +351,12 @@ void Connection::waitForNotice(std::chrono::milliseconds longest)
     const auto until = Clock::now() + longest;
     // A notice may have come together with an answer.
     while (!state.heardNotice()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
-        if (left <= 0) return;
-        pollfd both[] = {{PQsocket(state.line), POLLIN, 0},
-                         {state.wake != nullptr ? state.wake->descriptor() : -1, POLLIN, 0}};
-        if (::poll(both, 2, static_cast<int>(left)) <= 0) continue;
-        if (both[1].revents != 0) return state.wake->forget();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
+        if (left.count() <= 0) return;
+        const Woken woken = waitForSocket(PQsocket(state.line), SocketNeed::read,
+                                          state.wake != nullptr ? state.wake->descriptor() : -1, left);
+        if (woken == Woken::neither) continue;
+        if (woken == Woken::wake) return state.wake->forget();
         if (PQconsumeInput(state.line) == 0) state.lost();
     }
 }

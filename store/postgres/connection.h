@@ -1,8 +1,8 @@
 #pragma once
 
 #include "files/error.h"
+#include "platform/wake.h"
 #include "store/postgres/server_settings.h"
-#include "store/postgres/wake.h"
 
 #include <chrono>
 #include <functional>
@@ -39,7 +39,7 @@ public:
     /// As `user`, or as the settings say. Throws also for a server that is too old, or whose texts are not UTF-8.
     /// `wake`, which outlives the session, ends its waiting: whatever waits then throws.
     Connection(const ServerSettings& settings, const std::string& user = {}, Patience patience = {},
-               Wake* wake = nullptr);
+               platform::Wake* wake = nullptr);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;

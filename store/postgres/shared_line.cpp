@@ -178,7 +178,7 @@ struct SharedLine::State {
     std::function<void()> onNews;
     std::size_t brought = 0; ///< of the changes that wait, those that the server was told over this line
     std::chrono::steady_clock::time_point refusedUntil; ///< when a refused change is tried again
-    Wake wake;
+    platform::Wake wake;
 
     // ---- Shared ----
 

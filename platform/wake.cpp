@@ -1,4 +1,4 @@
-#include "store/postgres/wake.h"
+#include "platform/wake.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace postgres {
+namespace platform {
 namespace {
 
 int newEvent()
@@ -54,4 +54,12 @@ void Wake::forget()
     [[maybe_unused]] const auto got = ::read(up_, &count, sizeof count);
 }
 
-} // namespace postgres
+Woken waitForSocket(int socket, SocketNeed need, int wakeDescriptor, std::chrono::milliseconds longest)
+{
+    const int events = need == SocketNeed::read ? POLLIN : need == SocketNeed::write ? POLLOUT : POLLIN | POLLOUT;
+    pollfd both[] = {{socket, static_cast<short>(events), 0}, {wakeDescriptor, POLLIN, 0}};
+    if (::poll(both, 2, static_cast<int>(longest.count())) <= 0) return Woken::neither;
+    return both[1].revents != 0 ? Woken::wake : Woken::socket;
+}
+
+} // namespace platform

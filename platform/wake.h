@@ -3,7 +3,7 @@
 #include <atomic>
 #include <chrono>
 
-namespace postgres {
+namespace platform {
 
 /// Reaches a thread that waits for the server: there is something to do, or it is to end.
 class Wake {
@@ -28,4 +28,11 @@ private:
     std::atomic<bool> ending_ = false;
 };
 
-} // namespace postgres
+enum class SocketNeed { read, write, either };
+enum class Woken { neither, socket, wake };
+
+/// Waits until the socket can be read or written, as needed, or `wakeDescriptor` (-1: none) can be read, which counts
+/// first; neither when the time has passed, and sometimes before.
+Woken waitForSocket(int socket, SocketNeed need, int wakeDescriptor, std::chrono::milliseconds longest);
+
+} // namespace platform
