@@ -9,7 +9,7 @@
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/keypad.h"
-#include "store/shared/shared_engine.h"
+#include "store/joint/shared_engine.h"
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>

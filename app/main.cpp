@@ -16,7 +16,7 @@
 #include "print/queue_or_folder.h"
 #include "print/queue_target.h"
 #include "store/jet_engine.h"
-#include "store/shared/shared_databases.h"
+#include "store/joint/shared_databases.h"
 
 #include <QCommandLineParser>
 #include <QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "store/joint/shared_databases.h"
 #include "store/postgres/server_settings.h"
 #include "store/postgres/shared_line.h"
-#include "store/shared/shared_databases.h"
 
 #include <QElapsedTimer>
 #include <QObject>

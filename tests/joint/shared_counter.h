@@ -5,8 +5,8 @@
 #include "mill/queries.h"
 #include "platform/system_disk.h"
 #include "store/jet_engine.h"
+#include "store/joint/shared_databases.h"
 #include "store/postgres/server_settings.h"
-#include "store/shared/shared_databases.h"
 
 #include <QElapsedTimer>
 #include <QThread>

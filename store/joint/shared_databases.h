@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/shared/shared_engine.h"
+#include "store/joint/shared_engine.h"
 
 #include <QString>
 #include <map>

@@ -1,5 +1,5 @@
 #include "tests/doors/cutting_proxy.h"
-#include "tests/shared/shared_mill.h"
+#include "tests/joint/shared_mill.h"
 #include "tests/support/text.h"
 
 #include <QProcess>

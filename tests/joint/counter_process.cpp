@@ -4,7 +4,7 @@
 // The weight of each pressing is its number: FIRST, FIRST + 1 ... A line with the number on standard output says that
 // the slip was accepted: the file has it. Pressings that the file has already are not entered again. A file "girildi"
 // says that all are in: the last one may have been entered just before a kill, and never been told.
-#include "tests/shared/shared_counter.h"
+#include "tests/joint/shared_counter.h"
 
 #include <QCoreApplication>
 #include <QFile>

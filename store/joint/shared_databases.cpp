@@ -1,4 +1,4 @@
-#include "store/shared/shared_databases.h"
+#include "store/joint/shared_databases.h"
 
 #include "base/pass_over.h"
 #include "mill/queries.h"

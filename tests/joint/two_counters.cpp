@@ -1,4 +1,4 @@
-#include "tests/shared/shared_mill.h"
+#include "tests/joint/shared_mill.h"
 
 #include "base/error.h"
 #include "reports/period_report.h"

@@ -5,7 +5,7 @@
 #include "store/postgres/join.h"
 #include "store/postgres/server_settings.h"
 #include "tests/doors/private_postgres.h"
-#include "tests/shared/shared_counter.h"
+#include "tests/joint/shared_counter.h"
 #include "tests/support/files.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "app/server_line.h"
 #include "tests/app/screen_fixture.h"
-#include "tests/shared/shared_mill.h"
+#include "tests/joint/shared_mill.h"
 
 #include <QtTest>
 

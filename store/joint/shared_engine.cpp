@@ -1,4 +1,4 @@
-#include "store/shared/shared_engine.h"
+#include "store/joint/shared_engine.h"
 
 #include "base/error.h"
 #include "mill/queries.h"
