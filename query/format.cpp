@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -113,13 +112,6 @@ std::string padded(int number, int digits)
     return text;
 }
 
-std::size_t weekdayOf(const Calendar& c)
-{
-    const std::chrono::year_month_day day{std::chrono::year{c.year}, std::chrono::month{static_cast<unsigned>(c.month)},
-                                          std::chrono::day{static_cast<unsigned>(c.day)}};
-    return std::chrono::weekday{std::chrono::sys_days{day}}.c_encoding();
-}
-
 /// What so many of a letter in a row stand for; nothing for what is not understood.
 std::string partOf(const Calendar& c, char letter, std::size_t count, bool english)
 {
@@ -134,7 +126,7 @@ std::string partOf(const Calendar& c, char letter, std::size_t count, bool engli
         return number(c.month);
     }
     case 'd': {
-        const std::size_t day = weekdayOf(c);
+        const auto day = static_cast<std::size_t>(weekdayOf(c) - 1);
         if (count == 4) return std::string(english ? englishDays[day] : turkishDays[day]);
         if (count == 3) return std::string(english ? englishDays[day].substr(0, 3) : turkishShortDays[day]);
         return number(c.day);

@@ -14,7 +14,6 @@
 #include "store/jet/values/value.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
@@ -233,15 +232,6 @@ void currentTime(Arguments& values)
 
 template <int Calendar::*Part> void part(Arguments& values) { values.giveWhole(calendarOf({values.days(0)}).*Part); }
 
-/// 1: Sunday.
-int weekdayOf(jet::DateTime moment)
-{
-    const Calendar c = calendarOf(moment);
-    const std::chrono::year_month_day day{std::chrono::year{c.year}, std::chrono::month{static_cast<unsigned>(c.month)},
-                                          std::chrono::day{static_cast<unsigned>(c.day)}};
-    return static_cast<int>(std::chrono::weekday{std::chrono::sys_days{day}}.c_encoding()) + 1;
-}
-
 /// The day that a week begins with, 1: Sunday, which it is unless an argument says another.
 int firstDay(Arguments& values, int argument)
 {
@@ -253,7 +243,10 @@ int firstDay(Arguments& values, int argument)
 }
 
 /// 1: the first day of the week.
-int dayOfWeek(jet::DateTime moment, int firstOfWeek) { return (weekdayOf(moment) - firstOfWeek + 7) % 7 + 1; }
+int dayOfWeek(jet::DateTime moment, int firstOfWeek)
+{
+    return (weekdayOf(calendarOf(moment)) - firstOfWeek + 7) % 7 + 1;
+}
 
 void weekday(Arguments& values) { values.giveWhole(dayOfWeek({values.days(0)}, firstDay(values, 1))); }
 
@@ -394,7 +387,7 @@ void intervalBetween(Arguments& values)
         return values.giveWhole(months);
     case Interval::week:
         // Sundays between them.
-        return values.giveWhole((days + weekdayOf(from) - weekdayOf(to)) / 7);
+        return values.giveWhole((days + weekdayOf(a) - weekdayOf(b)) / 7);
     case Interval::weekday:
         return values.giveWhole(days / 7);
     case Interval::hour:

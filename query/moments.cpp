@@ -109,6 +109,14 @@ Calendar calendarOf(jet::DateTime moment)
             .second = time % 60};
 }
 
+int weekdayOf(const Calendar& calendar)
+{
+    namespace chrono = std::chrono;
+    const chrono::year_month_day day{chrono::year{calendar.year}, chrono::month{static_cast<unsigned>(calendar.month)},
+                                     chrono::day{static_cast<unsigned>(calendar.day)}};
+    return static_cast<int>(chrono::weekday{chrono::sys_days{day}}.c_encoding()) + 1;
+}
+
 std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t moreSeconds)
 {
     namespace chrono = std::chrono;

@@ -21,6 +21,7 @@ struct Calendar {
     int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
 };
 Calendar calendarOf(jet::DateTime moment);
+int weekdayOf(const Calendar& calendar); ///< 1: Sunday
 /// Months and days may run over: month 13 is January of the next year, day 0 the last one of the month before.
 /// `moreSeconds` are added. Nothing outside of the years 100 to 9999.
 std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t moreSeconds = 0);

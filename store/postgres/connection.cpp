@@ -203,6 +203,18 @@ struct Connection::State {
                     "The line to the server is lost; look at the network and the server, and try again.");
     }
 
+    /// Sends a statement that is answered by a stream of that kind.
+    void beginCopy(const char* statement, ExecStatusType kind)
+    {
+        send(PQsendQuery(alive(), statement));
+        const Answer begun = next();
+        if (PQresultStatus(begun.get()) == kind) return;
+        const auto failure = failureOf(begun.get());
+        finish();
+        if (failure) throw ServerError(*failure);
+        lost();
+    }
+
     [[noreturn]] void lost()
     {
         const std::string message = line != nullptr ? oneLine(PQerrorMessage(line)) : "";
@@ -364,14 +376,7 @@ void Connection::waitForNotice(std::chrono::milliseconds longest)
 void Connection::copyIn(const char* statement, const std::function<std::optional<std::string>()>& next)
 {
     State& state = *state_;
-    state.send(PQsendQuery(state.alive(), statement));
-    const Answer begun = state.next();
-    if (PQresultStatus(begun.get()) != PGRES_COPY_IN) {
-        const auto failure = State::failureOf(begun.get());
-        state.finish();
-        if (failure) throw ServerError(*failure);
-        state.lost();
-    }
+    state.beginCopy(statement, PGRES_COPY_IN);
     const auto put = [&](const std::string& bytes) {
         for (;;) {
             const int taken = PQputCopyData(state.line, bytes.data(), static_cast<int>(bytes.size()));
@@ -401,14 +406,7 @@ void Connection::copyIn(const char* statement, const std::function<std::optional
 void Connection::copyOut(const char* statement, const std::function<void(std::string_view)>& each)
 {
     State& state = *state_;
-    state.send(PQsendQuery(state.alive(), statement));
-    const Answer begun = state.next();
-    if (PQresultStatus(begun.get()) != PGRES_COPY_OUT) {
-        const auto failure = State::failureOf(begun.get());
-        state.finish();
-        if (failure) throw ServerError(*failure);
-        state.lost();
-    }
+    state.beginCopy(statement, PGRES_COPY_OUT);
     for (;;) {
         char* row = nullptr;
         const int length = PQgetCopyData(state.line, &row, 1);
