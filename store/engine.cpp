@@ -12,6 +12,8 @@ const QString dataSource = u"Data Source="_s;
 
 } // namespace
 
+std::size_t Engine::countRows(const QString& table) { return open(table).rows.size(); }
+
 bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
 std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }

@@ -71,6 +71,9 @@ public:
     /// Rows of the listing's table that meet a condition such as Unvan='Ali', in no particular order.
     virtual std::vector<RowKey> matching(const Listing& listing, const QString& criteria) = 0;
 
+    /// How many rows a table has; reads none where the engine knows it.
+    virtual std::size_t countRows(const QString& table);
+
     /// An action SQL text; returns the number of rows that it took away.
     virtual std::size_t execute(const QString& sql) = 0;
     /// The one row of an aggregate query.

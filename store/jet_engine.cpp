@@ -266,6 +266,13 @@ public:
         });
     }
 
+    std::size_t countRows(const QString& table) override
+    {
+        return passing([&]() -> std::size_t {
+            return jet::onWhatIsThere(database_->pager(), [&] { return database_->table(u16(table)).liveRows(); });
+        });
+    }
+
     std::size_t execute(const QString& sql) override
     {
         return passing([&] { return jet::execute(*database_, u16(sql)); });

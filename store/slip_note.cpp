@@ -194,9 +194,14 @@ std::vector<PressingKey> allPressings(Engine& engine)
 
 std::size_t pressingCount(Engine& engine)
 {
-    const Listing journal = engine.open(mill::journalTable);
-    if (journal.fields.size() <= mill::Hareket::CariHar) return journal.rows.size(); // no names, so no sums either
-    return journal.rows.size() - engine.matching(journal, mill::totalsCriteria).size();
+    const std::size_t rows = engine.countRows(mill::journalTable);
+    std::size_t sums = 0;
+    if (const auto error =
+            base::passOver([&] { sums = engine.open(mill::pressingsWhere(mill::totalsCriteria)).rows.size(); })) {
+        // A journal without names has no sums either.
+        if (engine.open(mill::journalTable).fields.size() > mill::Hareket::CariHar) throw base::RuntimeError(*error);
+    }
+    return rows - sums;
 }
 
 } // namespace store

@@ -42,6 +42,7 @@ public:
     {
         return file_->matching(listing, criteria);
     }
+    std::size_t countRows(const QString& table) override { return file_->countRows(table); }
     std::size_t execute(const QString& sql) override;
     QList<store::FieldValue> aggregate(const QString& sql) override { return file_->aggregate(sql); }
     std::unique_ptr<store::ChangeScope> change() override;

@@ -291,6 +291,13 @@ std::uint32_t Table::rowCount() const
     return definition_layout::head::rowCount.get(state_->pager.read(state_->definition.page));
 }
 
+std::uint32_t Table::liveRows() const
+{
+    state_->rereadIfTakenBack();
+    const bool isSound = state_->verdict && !*state_->verdict;
+    return isSound && !state_->countIsStale ? rowCount() : state_->liveRows();
+}
+
 void Table::scan(const std::function<bool(RowId, const RowView&)>& visit,
                  const std::function<void(RowId, const std::string&)>& damaged) const
 {

@@ -107,6 +107,9 @@ public:
     std::optional<std::size_t> columnNamed(std::u16string_view name) const; ///< exact, else ignoring case
     const std::vector<Index>& indexes() const;
     std::uint32_t rowCount() const; ///< the table definition's count, put right by the first write
+    /// How many rows there are. Once the table was verified the definition's count tells; before, and where that is
+    /// wrong, they are counted on their pages. Throws damaged.
+    std::uint32_t liveRows() const;
     PageNo definitionPage() const;
 
     /// Calls `visit` for every live row in storage order until it returns false. Damaged rows are passed to
