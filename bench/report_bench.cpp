@@ -213,6 +213,12 @@ public:
         click(form_->Option1[0]);
         return untilRepainted([&] { click(form_->Option1[1]); });
     }
+    /// Nobody touches the window for as long as somebody takes who looks at it first.
+    void lookAt()
+    {
+        constexpr int firstLook = 2000; // milliseconds
+        QTest::qWait(firstLook);
+    }
     void click(QWidget* control)
     {
         QWidget* window = control->window();
@@ -348,6 +354,19 @@ void measureReports(const fs::path& mill, const fs::path& sqliteMill, const std:
     for (Task* task : {&whole, &first, &all, &one}) task->print();
 }
 
+/// The first report of somebody who has looked at the window before.
+void measureReportAfterALook(const fs::path& mill, const std::string& suffix, print::PrintTarget& printer)
+{
+    Task task{"first report, two seconds after the window" + suffix};
+    for (int run = 0; run < 3; ++run) {
+        Panel panel(mill, printer);
+        panel.lookAt();
+        panel.chooseReportView();
+        task.ours.add(panel.show(month));
+    }
+    task.print();
+}
+
 /// The wheel turned a notch, a page down, and the bar dragged anywhere, in a grid of a million rows.
 void measureScrolling(const fs::path& mill, print::PrintTarget& printer)
 {
@@ -422,6 +441,8 @@ int main(int argc, char** argv)
         Task::printHead();
         measureReports(files.indexed(), files.sqliteIndexed(), ", indexed", 16, runs, printer);
         measureReports(files.plain(), files.sqlitePlain(), "", 100, runs, printer);
+        measureReportAfterALook(files.indexed(), ", indexed", printer);
+        measureReportAfterALook(files.plain(), "", printer);
         measureScrolling(files.plain(), printer);
         measureStatement(files.indexed(), runs, printer);
     } catch (const std::exception& error) {
