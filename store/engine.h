@@ -83,8 +83,8 @@ public:
     /// outermost one decides.
     virtual std::unique_ptr<ChangeScope> change() = 0;
 
-    /// Does a part, some milliseconds, of what the first search by first letters of that field would wait for; true
-    /// when nothing is left of it. Searches answer meanwhile.
+    /// Begins with what the first search by first letters of that field would wait for, and has most of it done by
+    /// another thread; true when nothing is left of it. Searches answer meanwhile.
     virtual bool prepareSearch(const QString& table, const QString& field);
 
     /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first

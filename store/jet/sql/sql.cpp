@@ -130,11 +130,10 @@ Selection select(Database& database, std::u16string_view sql)
 
 bool prepareOrder(Database& database, std::u16string_view tableName, std::u16string_view field)
 {
-    constexpr std::size_t rowsOfAPart = 2000;
     const Table& table = database.table(tableName);
     const std::size_t column = fieldOf(table, std::u16string(field));
     if (table.columns()[column].type != ColumnType::text || table.rowCount() > mostRemembered) return true;
-    return TableMemory::of(table).order(column).prepare(table, rowsOfAPart);
+    return TableMemory::of(table).order(column).prepare(table);
 }
 
 namespace {

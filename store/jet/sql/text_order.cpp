@@ -4,14 +4,13 @@
 #include "store/jet/values/sort_key.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace jet {
 namespace {
-
-/// An entry is merged so many times as quickly as it gets its key.
-constexpr std::size_t mergedForOneKeyed = 4;
 
 /// Compared as numbers the words say what the bytes would, a missing byte counting as 00.
 std::array<std::uint64_t, 2> headOf(std::span<const std::uint8_t> key)
@@ -41,7 +40,7 @@ std::vector<RowId> TextOrder::rows(const Table& table)
 
 std::vector<RowId> TextOrder::rows(const Table& table, const LikePattern& pattern)
 {
-    if (preparing_) return search(table, pattern);
+    if (building_.valid()) return search(table, pattern);
     follow(table);
     const std::vector<std::uint8_t> beginning = orderKeyPrefix(pattern.prefix());
     const auto placeOf = [&](const Entry& entry) {
@@ -53,12 +52,13 @@ std::vector<RowId> TextOrder::rows(const Table& table, const LikePattern& patter
 
     std::vector<RowId> result;
     for (auto at = low; at != high; ++at)
-        if (at->textAt != null && pattern.matchesFolded(folded(*at))) result.push_back(at->row);
+        if (at->textAt != null && pattern.matchesFolded(folded(*at, texts_))) result.push_back(at->row);
     return result;
 }
 
 void TextOrder::follow(const Table& table)
 {
+    if (building_.valid()) take(building_.get());
     const auto touched = built_ ? table.changes().since(seen_) : std::nullopt;
     // Each row that comes or goes moves all behind it; past a few hundred, building anew is quicker.
     constexpr std::size_t fewRows = 300;
@@ -73,38 +73,34 @@ void TextOrder::follow(const Table& table)
         const std::optional<RowView> view = table.row(id);
         if (!view) continue;
         const Entry added = entry(id, *view);
-        entries_.insert(std::ranges::upper_bound(entries_, added, inOrder()), added);
+        entries_.insert(std::ranges::upper_bound(entries_, added, Before{keys_}), added);
     }
     seen_ = table.changes().now();
 }
 
-/// What rows() gives while the order is being prepared: only the texts that match are put in order, and keep the key
-/// that they get. They come from memory; from the table itself once that has changed since its texts were learned.
-std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern)
+/// What rows() gives while the order is being built: only the texts that match are put in order. They come from memory;
+/// from the table itself once that has changed since its texts were learned.
+std::vector<RowId> TextOrder::search(const Table& table, const LikePattern& pattern) const
 {
     const auto changes = table.changes().since(seen_);
     if (!changes || !changes->empty()) return searchTable(table, pattern);
     std::vector<Entry> found;
-    for (Entry& each : entries_) {
-        if (each.textAt == null || !folded(each).starts_with(pattern.prefix())) continue;
-        if (!pattern.matchesFolded(folded(each))) continue;
-        giveKey(each);
-        found.push_back(each);
+    for (const Entry& each : entries_) {
+        if (each.textAt == null) continue;
+        const std::u16string_view text = folded(each, texts_);
+        if (text.starts_with(pattern.prefix()) && pattern.matchesFolded(text)) found.push_back(each);
     }
-    std::ranges::sort(found, inOrder());
-    return rowsOf(found);
+    return rowsOf(inOrder(std::move(found), texts_).entries);
 }
 
 std::vector<RowId> TextOrder::searchTable(const Table& table, const LikePattern& pattern) const
 {
     TextOrder found(column_);
     table.passRows(table.dataPages(), [&](RowId id, const RowView& view) {
-        if (found.foldedText(view) && pattern.matchesFolded(found.buffer_))
-            found.entries_.push_back(found.entryOfText(id));
+        if (found.foldedText(view) && pattern.matchesFolded(found.buffer_)) found.entries_.push_back(found.textOf(id));
         return true;
     });
-    std::ranges::sort(found.entries_, found.inOrder());
-    return rowsOf(found.entries_);
+    return rowsOf(inOrder(std::move(found.entries_), found.texts_).entries);
 }
 
 std::vector<RowId> TextOrder::rowsOf(const std::vector<Entry>& entries)
@@ -115,26 +111,33 @@ std::vector<RowId> TextOrder::rowsOf(const std::vector<Entry>& entries)
     return result;
 }
 
-bool TextOrder::prepare(const Table& table, std::size_t rows)
+bool TextOrder::prepare(const Table& table)
 {
     if (built_) return true;
     if (table.hasUncommittedChanges()) return false;
-    if (!preparing_) {
+    if (!building_.valid()) {
         learnTexts(table);
-        preparing_ = true;
+        const auto build = [this] { return inOrder(entries_, texts_); };
+        try {
+            building_ = std::async(std::launch::async, build);
+        } catch (const std::system_error&) { // the machine has no thread to spare
+            building_ = std::async(std::launch::deferred, build);
+        }
         return false;
     }
-    if (keyed_ < entries_.size())
-        sortRun(rows);
-    else
-        mergeRuns(rows * mergedForOneKeyed);
-    return built_;
+    if (building_.wait_for(std::chrono::seconds(0)) == std::future_status::timeout) return false;
+    take(building_.get());
+    return true;
 }
 
 /// Every row becomes an entry that has no key yet.
 void TextOrder::learnTexts(const Table& table)
 {
-    clear();
+    built_ = false; // stays so when a damaged row stops the reading
+    building_ = {};
+    entries_.clear();
+    keys_.clear();
+    texts_.clear();
     seen_ = table.changes().now(); // what is written from now on is followed when all is in order
     table.passRows(table.dataPages(), [this](RowId id, const RowView& view) {
         entries_.push_back(foldedText(view) ? textOf(id) : Entry{.row = id});
@@ -142,61 +145,18 @@ void TextOrder::learnTexts(const Table& table)
     });
 }
 
-/// Gives the next entries their keys, and puts them in order among themselves.
-void TextOrder::sortRun(std::size_t rows)
+void TextOrder::take(Keyed order)
 {
-    const Run run{keyed_, std::min(keyed_ + rows, entries_.size())};
-    for (; keyed_ < run.end; ++keyed_) giveKey(entries_[keyed_]);
-    std::sort(placed(run.next), placed(run.end), inOrder());
-    runs_.push_back(run);
-}
-
-/// Takes the next entries in order from the runs; a heap of them has the run of the next entry in front. The entries
-/// themselves stay until the last one is taken: searches go on among them.
-void TextOrder::mergeRuns(std::size_t rows)
-{
-    const auto later = [this](const Run& left, const Run& right) {
-        return before(entries_[right.next], entries_[left.next]);
-    };
-    if (merged_.empty()) {
-        merged_.reserve(entries_.size());
-        std::ranges::make_heap(runs_, later);
-    }
-    for (const std::size_t end = std::min(merged_.size() + rows, entries_.size()); merged_.size() < end;) {
-        std::ranges::pop_heap(runs_, later);
-        Run& run = runs_.back();
-        merged_.push_back(entries_[run.next]);
-        if (++run.next < run.end)
-            std::ranges::push_heap(runs_, later);
-        else
-            runs_.pop_back();
-    }
-    if (merged_.size() < entries_.size()) return;
-    entries_ = std::exchange(merged_, {});
-    runs_ = {};
-    preparing_ = false;
-    built_ = true;
-}
-
-void TextOrder::clear()
-{
-    entries_.clear();
-    keys_.clear();
-    texts_.clear();
+    entries_ = std::move(order.entries);
+    keys_ = std::move(order.keys);
     wasted_ = 0;
-    keyed_ = 0;
-    runs_.clear();
-    merged_.clear();
+    built_ = true;
 }
 
 void TextOrder::build(const Table& table)
 {
-    built_ = false; // stays so when a damaged row stops the reading
-    preparing_ = false;
     learnTexts(table);
-    for (Entry& each : entries_) giveKey(each);
-    std::ranges::sort(entries_, inOrder());
-    built_ = true;
+    take(inOrder(std::exchange(entries_, {}), texts_));
 }
 
 /// Puts the text of a row into buffer_, folded; false for Null.
@@ -209,15 +169,9 @@ bool TextOrder::foldedText(const RowView& view)
 
 TextOrder::Entry TextOrder::entry(RowId row, const RowView& view)
 {
-    if (foldedText(view)) return entryOfText(row);
-    return {.row = row};
-}
-
-/// Of the text in buffer_.
-TextOrder::Entry TextOrder::entryOfText(RowId row)
-{
+    if (!foldedText(view)) return {.row = row};
     Entry result = textOf(row);
-    giveKey(result);
+    giveKey(result, keys_, texts_);
     return result;
 }
 
@@ -231,29 +185,31 @@ TextOrder::Entry TextOrder::textOf(RowId row)
     return result;
 }
 
-void TextOrder::giveKey(Entry& entry)
+void TextOrder::giveKey(Entry& entry, std::vector<std::uint8_t>& keys, std::u16string_view texts)
 {
-    if (entry.keyLength > 0) return; // a search has asked for it before
-    entry.keyAt = static_cast<std::uint32_t>(keys_.size());
+    entry.keyAt = static_cast<std::uint32_t>(keys.size());
     if (entry.textAt == null) return;
-    appendFoldedOrderKey(keys_, folded(entry));
-    entry.keyLength = static_cast<std::uint32_t>(keys_.size()) - entry.keyAt;
-    entry.head = headOf(std::span(keys_).subspan(entry.keyAt));
+    appendFoldedOrderKey(keys, folded(entry, texts));
+    entry.keyLength = static_cast<std::uint32_t>(keys.size()) - entry.keyAt;
+    entry.head = headOf(std::span(keys).subspan(entry.keyAt));
 }
 
-bool TextOrder::before(const Entry& left, const Entry& right) const
+TextOrder::Keyed TextOrder::inOrder(std::vector<Entry> entries, std::u16string_view texts)
+{
+    Keyed order{std::move(entries), {}};
+    for (Entry& each : order.entries) giveKey(each, order.keys, texts);
+    std::ranges::sort(order.entries, Before{order.keys});
+    return order;
+}
+
+bool TextOrder::Before::operator()(const Entry& left, const Entry& right) const
 {
     if (left.head != right.head) return left.head < right.head;
     const std::size_t common = std::min(left.keyLength, right.keyLength);
-    const int order = common == 0 ? 0 : std::memcmp(keys_.data() + left.keyAt, keys_.data() + right.keyAt, common);
+    const int order = common == 0 ? 0 : std::memcmp(keys.data() + left.keyAt, keys.data() + right.keyAt, common);
     if (order != 0) return order < 0;
     if (left.keyLength != right.keyLength) return left.keyLength < right.keyLength;
     return left.row < right.row;
-}
-
-std::u16string_view TextOrder::folded(const Entry& entry) const
-{
-    return std::u16string_view(texts_).substr(entry.textAt, entry.textLength);
 }
 
 } // namespace jet

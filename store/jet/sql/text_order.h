@@ -6,7 +6,7 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
+#include <future>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -18,17 +18,20 @@ namespace jet {
 /// no longer than its result is. Built when first asked, afterwards it follows the table's change log; a saved row
 /// costs a few moves, not a new reading. Null stands first, equal texts stand in row order.
 ///
-/// Building takes as long as many searches together. Whoever cannot wait for it has it built in parts with prepare();
-/// its first part learns the texts. As long as it goes on, a search puts only the texts that it finds in order.
+/// Building takes as long as many searches together. Whoever cannot wait for it begins it with prepare(): that learns
+/// the texts, and another thread, which has nothing but these, puts them in order. As long as it goes on, a search puts
+/// only the texts that it finds in order.
 ///
 /// About 100 bytes for each row. Not to be asked while Table::hasUncommittedChanges(): they may be taken back.
 class TextOrder {
 public:
     explicit TextOrder(std::size_t column) : column_(column) {}
+    TextOrder(const TextOrder&) = delete; // the other thread knows where it is
+    TextOrder& operator=(const TextOrder&) = delete;
 
-    /// Does a part of the building: reads all texts, or gives at most that many rows their keys, or merges four times
-    /// as many. True when nothing is left of it. Does nothing while there are uncommitted changes.
-    bool prepare(const Table& table, std::size_t rows);
+    /// Begins to build, or sees whether that has come to its end: then it is true. Does nothing while there are
+    /// uncommitted changes.
+    bool prepare(const Table& table);
 
     std::vector<RowId> rows(const Table& table);
     /// The rows whose text matches, in order.
@@ -47,24 +50,33 @@ private:
         std::uint32_t textLength = 0;
     };
 
+    /// Entries with their keys.
+    struct Keyed {
+        std::vector<Entry> entries;
+        std::vector<std::uint8_t> keys;
+    };
+    /// Orders the entries of one store of keys.
+    struct Before {
+        const std::vector<std::uint8_t>& keys;
+        bool operator()(const Entry& left, const Entry& right) const;
+    };
+
     void follow(const Table& table);
     void build(const Table& table);
-    void clear();
-    void sortRun(std::size_t rows);
-    void mergeRuns(std::size_t rows);
-    std::vector<RowId> search(const Table& table, const LikePattern& pattern);
+    void learnTexts(const Table& table);
+    void take(Keyed order);
+    std::vector<RowId> search(const Table& table, const LikePattern& pattern) const;
     std::vector<RowId> searchTable(const Table& table, const LikePattern& pattern) const;
     bool foldedText(const RowView& view);
-    void learnTexts(const Table& table);
     static std::vector<RowId> rowsOf(const std::vector<Entry>& entries);
     Entry entry(RowId row, const RowView& view);
-    Entry entryOfText(RowId row);
     Entry textOf(RowId row);
-    void giveKey(Entry& entry);
-    bool before(const Entry& left, const Entry& right) const;
-    auto placed(std::size_t place) { return entries_.begin() + static_cast<std::ptrdiff_t>(place); }
-    auto inOrder() const { return std::bind_front(&TextOrder::before, this); }
-    std::u16string_view folded(const Entry& entry) const;
+    static void giveKey(Entry& entry, std::vector<std::uint8_t>& keys, std::u16string_view texts);
+    static Keyed inOrder(std::vector<Entry> entries, std::u16string_view texts);
+    static std::u16string_view folded(const Entry& entry, std::u16string_view texts)
+    {
+        return texts.substr(entry.textAt, entry.textLength);
+    }
 
     std::size_t column_;
     bool built_ = false;
@@ -75,16 +87,9 @@ private:
     std::size_t wasted_ = 0; ///< entries whose bytes still lie in the stores
     std::u16string buffer_;  ///< the text that was folded last
 
-    /// Entries in order that are not merged yet.
-    struct Run {
-        std::size_t next = 0;
-        std::size_t end = 0;
-    };
-    // While it is being prepared: how many of the entries have their key and lie in runs, and those merged already.
-    bool preparing_ = false;
-    std::size_t keyed_ = 0;
-    std::vector<Run> runs_;
-    std::vector<Entry> merged_;
+    /// Valid from prepare() on until what the other thread has made is taken. Meanwhile that one reads entries_ and
+    /// texts_, which stay as they are. The last member, so that its end is waited for first.
+    std::future<Keyed> building_;
 };
 
 } // namespace jet
