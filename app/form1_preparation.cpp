@@ -23,8 +23,16 @@ void Form1::getReady()
         base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, name); });
         return done;
     });
+    const QStringList written{mill::customerTable, mill::journalTable};
+    const auto whetherVerified = [this, written] {
+        bool done = true;
+        base::passOver([&] { done = DataCari.database().prepareWriting(written); });
+        return done;
+    };
+    whetherVerified(); // begins
+    preparation_.addForLater(whetherVerified);
     const auto reasons = std::make_shared<QStringList>();
-    for (const QString& table : {mill::customerTable, mill::journalTable})
+    for (const QString& table : written)
         preparation_.addForLater([this, table, reasons] {
             // A table that is not there is reported by what opens it.
             base::passOver([&] {

@@ -68,7 +68,6 @@ public:
 };
 
 /// The door to the file system: the real one in platform/, a power-cut simulator in tests.
-/// The real one may be used by several threads at once, each with files of its own.
 class Disk {
 public:
     virtual ~Disk() = default;
@@ -91,6 +90,8 @@ public:
     /// An empty file without a name, for reading and writing; it is gone when it is closed, and at the latest when the
     /// program ends. Throws disk.
     virtual std::unique_ptr<File> scratch() = 0;
+    /// Several threads may use it at once, each with files of its own. False for those that stand in for a disk.
+    virtual bool isForSeveralThreads() const { return false; }
     virtual Person person() { return {}; }
 };
 

@@ -326,6 +326,8 @@ public:
         return std::make_unique<SystemFile>(std::move(descriptor), name);
     }
 
+    bool isForSeveralThreads() const override { return true; }
+
     files::Person person() override
     {
         std::array<char, 256> host = {};

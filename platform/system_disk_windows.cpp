@@ -319,6 +319,8 @@ public:
         return std::make_unique<SystemFile>(std::move(handle), name, true);
     }
 
+    bool isForSeveralThreads() const override { return true; }
+
     files::Person person() override
     {
         const auto text = [](BOOL(WINAPI * ask)(LPWSTR, LPDWORD)) {

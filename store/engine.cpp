@@ -16,6 +16,8 @@ std::size_t Engine::countRows(const QString& table) { return open(table).rows.si
 
 bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
+bool Engine::prepareWriting(const QStringList& /*tables*/) { return true; }
+
 std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }
 
 std::optional<QString> Engine::whyNotEmptied() { return std::nullopt; }

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -93,6 +94,10 @@ public:
 
     /// Why a whole table may not be emptied from here, in a sentence for people; nothing when it may.
     virtual std::optional<QString> whyNotEmptied();
+
+    /// The first call begins to find out, on a thread of its own, what whyReadOnly() tells of these tables; true when
+    /// that is done. Then that question is quick, if nothing was written meanwhile.
+    virtual bool prepareWriting(const QStringList& tables);
 
     /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
     virtual std::unique_ptr<Snapshot> snapshot();

@@ -301,6 +301,15 @@ public:
         return passing([&] { return jet::prepareOrder(*database_, u16(table), u16(field)); });
     }
 
+    bool prepareWriting(const QStringList& tables) override
+    {
+        return passing([&] {
+            std::vector<std::u16string> names;
+            for (const QString& table : tables) names.push_back(u16(table));
+            return database_->verifyAhead(names);
+        });
+    }
+
     std::optional<QString> whyReadOnly(const QString& table) override
     {
         return passing([&]() -> std::optional<QString> {

@@ -50,6 +50,7 @@ public:
     {
         return file_->prepareSearch(table, field);
     }
+    bool prepareWriting(const QStringList& tables) override { return file_->prepareWriting(tables); }
     std::optional<QString> whyReadOnly(const QString& table) override { return file_->whyReadOnly(table); }
     std::optional<QString> whyNotEmptied() override;
     std::unique_ptr<store::Snapshot> snapshot() override { return file_->snapshot(); }

@@ -82,6 +82,7 @@ private:
         {
             return std::make_unique<WatchedScope>(behind_->change(), watch_.writes);
         }
+        bool prepareWriting(const QStringList& tables) override { return behind_->prepareWriting(tables); }
         std::optional<QString> whyReadOnly(const QString& table) override { return behind_->whyReadOnly(table); }
 
     private:

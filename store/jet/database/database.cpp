@@ -76,6 +76,9 @@ Table& Database::State::open(const CatalogueEntry& entry)
         const auto found = std::ranges::find(entries, definition, &CatalogueEntry::definition);
         return found == entries.end() ? TableProperties() : propertiesOf(*found);
     };
+    state->verifiedAhead = [this] {
+        if (const auto done = std::exchange(ahead, nullptr)) done->giveVerdicts();
+    };
     tables_.push_back(std::unique_ptr<Table>(new Table(std::move(state))));
     return *tables_.back();
 }
@@ -120,9 +123,14 @@ Database::~Database() = default;
 
 std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path& path, Pager::Mode mode)
 {
+    return open(std::make_unique<Pager>(disk, path, mode));
+}
+
+std::unique_ptr<Database> Database::open(std::unique_ptr<Pager> pager)
+{
     std::unique_ptr<Database> database(new Database);
     State& state = *database->state_;
-    state.pager = std::make_unique<Pager>(disk, path, mode);
+    state.pager = std::move(pager);
     state.header = readHeader(*state.pager);
     auto systemState =
         std::make_unique<Table::State>(*state.pager, msysObjects, state.header.catalogue, TableProperties{});
@@ -141,7 +149,7 @@ std::unique_ptr<Database> Database::open(Disk& disk, const std::filesystem::path
             throw;
         }
         throw Error(Fault::cutShort,
-                    files::quotedPath(path) + " dosyası eksik: " + quotedName(entry.name) +
+                    files::quotedPath(state.pager->path()) + " dosyası eksik: " + quotedName(entry.name) +
                         " tablosunun bazı sayfaları dosyada yok. Dosyanın tam bir kopyasını kullanın.");
     }
     return database;
@@ -185,6 +193,15 @@ Table& Database::table(std::u16string_view name)
                                             quotedName(name) + " adlı bir tablo yok.");
     }
     return state_->open(*entry);
+}
+
+bool Database::verifyAhead(const std::vector<std::u16string>& tables)
+{
+    if (!state_->wasAhead) {
+        state_->wasAhead = true;
+        state_->ahead = VerificationAhead::begin(*state_, tables);
+    }
+    return !state_->ahead || state_->ahead->isDone();
 }
 
 std::vector<std::pair<std::u16string, PageNo>> Database::allTables() const

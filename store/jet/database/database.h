@@ -65,15 +65,24 @@ public:
     /// System tables too; for checks and tools.
     std::vector<std::pair<std::u16string, PageNo>> allTables() const;
 
+    /// The first call has these tables verified on a thread of its own, as their first change would have it done
+    /// (Table::whyReadOnly), on the file as it is committed now. Whoever needs the answer earlier waits for that
+    /// thread; where something was written meanwhile, or the disk is not for several threads, tables are verified when
+    /// they are asked, as without it. True when that thread has nothing left to do.
+    bool verifyAhead(const std::vector<std::u16string>& tables);
+
     /// Transactions of their own unless one is open.
     Table& createTable(const std::u16string& name, const std::vector<NewColumn>& columns,
                        const std::vector<NewIndex>& indexes, DateTime now);
     /// Removes an index (not one that backs a relationship) and gives its pages back.
     void dropIndex(std::u16string_view table, std::u16string_view index);
 
+    struct State; ///< for the engine's own files
+
 private:
+    friend class VerificationAhead;
     Database();
-    struct State;
+    static std::unique_ptr<Database> open(std::unique_ptr<Pager> pager);
     std::unique_ptr<State> state_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
+#include "store/jet/database/verification_ahead.h"
 #include "store/jet/format/system_objects.h"
 #include "store/jet/table/catalogue.h"
 
@@ -49,6 +50,8 @@ struct Database::State {
     std::unique_ptr<Pager> pager;
     Header header;
     std::unique_ptr<Table> systemObjects;
+    std::unique_ptr<VerificationAhead> ahead; ///< from its beginning until somebody wants to know what it has found
+    bool wasAhead = false;                    ///< it has begun, or there was nothing to begin
 
 private:
     /// A row of a system table, by the names of its columns.

@@ -2,6 +2,7 @@
 
 #include "store/jet/format/header_layout.h"
 #include "store/jet/pages/commit.h"
+#include "store/jet/pages/file_while.h"
 #include "store/jet/pages/left_over_journal.h"
 #include "store/jet/pages/page_code.h"
 #include "store/jet/pages/page_memory.h"
@@ -87,6 +88,7 @@ struct Pager::State {
     PageNo freeSearchStart = 0;
 
     State(Disk& d, std::filesystem::path p, Mode mode);
+    State(State& writing, std::unique_ptr<File> of);
     void openForWriting();
     void openForReading();
     void readPages(const std::optional<LeftOverJournal::Unapplied>& unapplied);
@@ -107,6 +109,16 @@ Pager::State::State(Disk& d, std::filesystem::path p, Mode mode) : disk(d), path
         }
     }
     if (!writable) openForReading();
+    writer.emplace(disk, path, *file, *memory);
+}
+
+Pager::State::State(State& writing, std::unique_ptr<File> of)
+    : disk(writing.disk), path(writing.path), file(std::move(of))
+{
+    // Between two commits the file is what the other's pages were read from.
+    const FileStamp& stamp = writing.memory->stamp();
+    if (file->stamp() != stamp) throw changedElsewhere(path);
+    memory.emplace(*file, writing.memory->count(), stamp, path);
     writer.emplace(disk, path, *file, *memory);
 }
 
@@ -245,6 +257,8 @@ Pager::Pager(Disk& disk, std::filesystem::path path, Mode mode)
     state_->assertState();
 }
 
+Pager::Pager(std::unique_ptr<State> state) : state_(std::move(state)) { state_->assertState(); }
+
 Pager::~Pager()
 {
     rollback();
@@ -339,6 +353,15 @@ std::unique_ptr<Snapshot> Pager::snapshot()
                     inQuotes(s.path) +
                         " yalnızca okunabiliyor; başka bir program onu kopyalama sırasında değiştirebilir.");
     return s.snapshots.take(s.disk, s.path, s.memory->count());
+}
+
+std::unique_ptr<Pager> Pager::beside(std::function<bool()> goOn)
+{
+    State& s = *state_;
+    s.writer->refuseIfBroken();
+    if (!s.writable || s.open || !s.disk.isForSeveralThreads()) return nullptr;
+    auto file = std::make_unique<FileWhile>(std::move(goOn), s.disk.open(s.path, Disk::Access::readOnly));
+    return std::unique_ptr<Pager>(new Pager(std::make_unique<State>(s, std::move(file))));
 }
 
 std::uint64_t Pager::changeCount() const { return state_->changes; }

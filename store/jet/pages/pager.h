@@ -7,6 +7,7 @@
 #include "store/jet/pages/snapshot.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace jet {
@@ -95,6 +96,12 @@ public:
     /// because then others may; disk.
     std::unique_ptr<Snapshot> snapshot();
 
+    /// A Pager of its own on what is committed now, for another thread, which only reads: through a handle that takes
+    /// no lock. It asks `goOn` before it reads from the file, and throws disk once that says no; it throws
+    /// changedElsewhere once the file is another. Null where this Pager may not write, because then others may, or has
+    /// a transaction open, or its disk is not for several threads. Throws disk, changedElsewhere.
+    std::unique_ptr<Pager> beside(std::function<bool()> goOn);
+
     /// Looks whether another program has changed the file, outside a transaction; then every page is forgotten, views
     /// of pages are void, and the answer is true. Throws changedElsewhere where the file's name is another's now; what
     /// a file of that length cannot be.
@@ -120,6 +127,7 @@ public:
 
 private:
     struct State;
+    explicit Pager(std::unique_ptr<State> state);
     std::unique_ptr<State> state_;
 };
 

@@ -41,9 +41,9 @@ struct Selection {
 Selection select(Database& database, std::u16string_view sql);
 
 /// Begins to learn the order of a text field that a Select with a pattern on that field and an Order By of it would
-/// learn when it is first asked for: the first call reads the texts, another thread puts them in order, later calls take
-/// what it has made; true when nothing is left to learn. Such a Select is answered meanwhile. For a field of another
-/// kind there is nothing to learn. Throws noSuchTable, damaged.
+/// learn when it is first asked for: the first call reads the texts, another thread puts them in order, later calls
+/// take what it has made; true when nothing is left to learn. Such a Select is answered meanwhile. For a field of
+/// another kind there is nothing to learn. Throws noSuchTable, damaged.
 bool prepareOrder(Database& database, std::u16string_view table, std::u16string_view field);
 
 /// DELETE in one transaction; returns the number of rows deleted. Throws as select, and as Table::erase.

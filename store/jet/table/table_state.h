@@ -93,6 +93,10 @@ struct Table::State {
     const std::optional<Refusal>& refusal();
     /// Throws unless its rows and its indexes are what they seem to be, whoever may write them.
     void checkSound();
+    /// Verifies the table for one that stands for it in the Database of another thread, where it may be written.
+    void verifyAhead();
+    /// Takes over what another's verifyAhead() has found on the same pages, if it came to its end.
+    void takeVerdict(State& from);
     RowId insert(std::span<const Assignment> values);
     void update(RowId id, std::span<const Assignment> values);
     void erase(std::span<const RowId> rows);
@@ -108,6 +112,8 @@ struct Table::State {
     TableProperties properties;
     /// Reads them again, which another program may have changed; null for the tables that have none.
     std::function<TableProperties()> readProperties;
+    /// Called before a verification: somebody may have done it ahead (takeVerdict). Null where nobody does.
+    std::function<void()> verifiedAhead;
     TableDefinition definition;
     RowLayout layout;
     TableRules rules;
@@ -149,7 +155,10 @@ std::string indexTitle(const Index& index);
 /// Rules or relationships that cannot be held, because it is not known what they are.
 std::optional<Refusal> demandsNobodyKnows(Table::State& table);
 
-/// Compares every entry of every index with its row, and the pages of the table with those of all others.
+/// Compares every entry of every index with its row, and the pages of the table with those of all others. Whether the
+/// file may be written at all is not asked.
+std::optional<Refusal> verifyContents(Table::State& table);
+/// The same in a file that may be written; why not, in another.
 std::optional<Refusal> verifyForWriting(Table::State& table);
 
 } // namespace jet

@@ -50,9 +50,6 @@ public:
 
     std::optional<Refusal> run()
     {
-        if (!pager_.writable()) {
-            return refuse(Fault::readOnly, pager_.whyNotWritable());
-        }
         for (const Column& column : table_.definition.columns) {
             if (!isKnown(column.type)) {
                 return refuse(Fault::readOnly, quotedName(column.name) + " alanının türü tanınmıyor");
@@ -250,6 +247,26 @@ std::optional<Refusal> demandsNobodyKnows(Table::State& table)
     return std::nullopt;
 }
 
-std::optional<Refusal> verifyForWriting(Table::State& table) { return Verifier(table).run(); }
+std::optional<Refusal> verifyContents(Table::State& table) { return Verifier(table).run(); }
+
+std::optional<Refusal> verifyForWriting(Table::State& table)
+{
+    if (!table.pager.writable()) return refusalOf(table, Fault::readOnly, table.pager.whyNotWritable());
+    return verifyContents(table);
+}
+
+void Table::State::verifyAhead() { verdict = verifyContents(*this); }
+
+void Table::State::takeVerdict(State& from)
+{
+    if (!from.verdict) return;
+    verdict = std::move(from.verdict);
+    knownTexts = std::move(from.knownTexts);
+    highestAutoNumber = from.highestAutoNumber;
+    countIsStale = from.countIsStale;
+    // As in a verification of one's own: only before the first change.
+    emptyPages.clear();
+    if (!changes.lastDuring()) emptyPages = std::move(from.emptyPages);
+}
 
 } // namespace jet

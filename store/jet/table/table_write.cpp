@@ -355,6 +355,7 @@ std::string indexTitle(const Index& index)
 const std::optional<Refusal>& Table::State::unsoundness()
 {
     rereadIfTakenBack();
+    if (!verdict && verifiedAhead) verifiedAhead();
     if (!verdict) verdict = verifyForWriting(*this);
     return *verdict;
 }
