@@ -66,9 +66,10 @@ public:
     std::vector<std::pair<std::u16string, PageNo>> allTables() const;
 
     /// The first call has these tables verified on a thread of its own, as their first change would have it done
-    /// (Table::whyReadOnly), on the file as it is committed now. Whoever needs the answer earlier waits for that
-    /// thread; where something was written meanwhile, or the disk is not for several threads, tables are verified when
-    /// they are asked, as without it. True when that thread has nothing left to do.
+    /// (Table::whyReadOnly), and done what else the first commit takes long for, on the file as it is committed now.
+    /// Whoever needs the answer earlier waits for that thread; where something was written meanwhile, or the disk is
+    /// not for several threads, tables are verified when they are asked, as without it. True when that thread has
+    /// nothing left to do.
     bool verifyAhead(const std::vector<std::u16string>& tables);
 
     /// Transactions of their own unless one is open.

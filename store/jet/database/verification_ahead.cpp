@@ -41,6 +41,7 @@ void VerificationAhead::run() noexcept
         database_ = Database::open(std::move(pager_));
         for (const std::u16string& table : tables_)
             if (database_->hasTable(table)) database_->state_->stateOf(database_->table(table)).verifyAhead();
+        digest_ = database_->pager().digest();
     } catch (...) {
         // Without a verdict a table is verified when it is asked, and what is wrong is said there.
     }
@@ -52,6 +53,7 @@ void VerificationAhead::giveVerdicts() noexcept
     thread_.join();
     if (!database_ || now(*of_.pager) != began_) return;
     succeeds([&] {
+        if (digest_) of_.pager->knowDigest(*digest_);
         for (const std::u16string& table : tables_) {
             const CatalogueEntry* const entry = of_.find(table);
             if (entry == nullptr || !database_->hasTable(table)) continue;

@@ -5,14 +5,16 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace jet {
 
-/// Tables of a Database verified on a thread of its own, so that their first change need not wait for it. That thread
-/// has a Database of its own beside the one that will write (Pager::beside) and shares nothing with it.
+/// Tables of a Database verified, and its pages summed up for the journal, on a thread of its own, so that their first
+/// change need not wait for it. That thread has a Database of its own beside the one that will write (Pager::beside)
+/// and shares nothing with it.
 ///
 /// What it finds counts only for the pages that it has read: as long as nobody, not even the open transaction, has
 /// written since it began.
@@ -46,6 +48,7 @@ private:
     std::atomic<bool> done_ = false;
     std::unique_ptr<Pager> pager_;       ///< until the thread opens the database on it
     std::unique_ptr<Database> database_; ///< the thread's until it has ended
+    std::optional<std::uint64_t> digest_;
     std::thread thread_;
 };
 

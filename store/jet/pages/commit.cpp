@@ -174,6 +174,13 @@ void Commit::openJournal()
 }
 
 /// Digest of the pages of the file that are not among `pages` (which hold what the file holds).
+std::uint64_t Commit::digest()
+{
+    if (!digest_) digest_ = digestOfFile();
+    if (file_.stamp() != memory_.stamp()) throw changedElsewhere(database_);
+    return *digest_;
+}
+
 std::uint64_t Commit::digestWithout(std::span<const OldPage> pages)
 {
     if (!digest_) digest_ = digestOfFile();

@@ -55,6 +55,11 @@ public:
     void writeFile();
     void disarm();
     void takeBack() noexcept;
+    /// The sum of all pages of the file, outside a transaction. The first commit would work it out, and later ones keep
+    /// it. Throws changedElsewhere.
+    std::uint64_t digest();
+    /// Somebody else has worked it out.
+    void knowDigest(std::uint64_t digest) { digest_ = digest; }
     /// The file is another now: what was summed up of its pages is void.
     void forgetDigest() { digest_.reset(); }
 

@@ -364,6 +364,20 @@ std::unique_ptr<Pager> Pager::beside(std::function<bool()> goOn)
     return std::unique_ptr<Pager>(new Pager(std::make_unique<State>(s, std::move(file))));
 }
 
+std::uint64_t Pager::digest()
+{
+    state_->writer->refuseIfBroken();
+    return state_->writer->digest();
+}
+
+void Pager::knowDigest(std::uint64_t digest)
+{
+    State& s = *state_;
+    s.writer->refuseIfBroken();
+    s.writer->knowDigest(digest);
+    s.assertState();
+}
+
 std::uint64_t Pager::changeCount() const { return state_->changes; }
 bool Pager::lookAround() { return state_->lookAround(); }
 std::uint64_t Pager::foreignChanges() const { return state_->foreignChanges; }

@@ -101,6 +101,10 @@ public:
     /// changedElsewhere once the file is another. Null where this Pager may not write, because then others may, or has
     /// a transaction open, or its disk is not for several threads. Throws disk, changedElsewhere.
     std::unique_ptr<Pager> beside(std::function<bool()> goOn);
+    /// The sum of all pages, which the journal of the first commit waits for: for a Pager beside another one, which is
+    /// told with knowDigest(), where nothing was committed meanwhile.
+    std::uint64_t digest();
+    void knowDigest(std::uint64_t digest);
 
     /// Looks whether another program has changed the file, outside a transaction; then every page is forgotten, views
     /// of pages are void, and the answer is true. Throws changedElsewhere where the file's name is another's now; what
