@@ -77,6 +77,8 @@ const RowTable<TableRulesValueRow> tableRulesValue = {
     {"Null is False", {ColumnType::boolean, Value(), false}},
     {"Null stays Null", {ColumnType::doubleFloat, Value(), Value()}},
     {"a number is a date by its days", {ColumnType::dateTime, 45000.25, jet::DateTime{45000.25}}},
+    {"an hour of the calendar's first day",
+     {ColumnType::dateTime, jet::limits::firstDay - 0.25, jet::DateTime{jet::limits::firstDay - 0.25}}},
     {"a date is a number by its days", {ColumnType::doubleFloat, jet::DateTime{45000.25}, 45000.25}},
     {"Byte at its end", {ColumnType::byte, 255.4, std::uint8_t{255}}},
     {"Double to exact decimal by its 15 digits", {ColumnType::numeric, 0.1, numeric(100, 3)}},

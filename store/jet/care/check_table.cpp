@@ -290,7 +290,7 @@ private:
             break;
         case ColumnType::dateTime: {
             const double days = std::get<DateTime>(decodeValue(what.type, what.scale, bytes)).days;
-            if (!(days >= limits::firstDay && days < limits::dayAfterLast)) wrong("tarih 100-9999 yılları dışında");
+            if (!limits::isMoment(days)) wrong("tarih 100-9999 yılları dışında");
             break;
         }
         case ColumnType::longInteger:

@@ -22,4 +22,8 @@ inline constexpr std::size_t definitionPages = 64; ///< the greatest definition 
 inline constexpr double firstDay = -657434.0;     ///< 1 January 100
 inline constexpr double dayAfterLast = 2958466.0; ///< 1 January 10000
 
+/// A moment of the calendar, in days. Before day zero the hours lead away from zero: those of the first day reach down
+/// towards the day before it. False for what is no number.
+constexpr bool isMoment(double days) { return days > firstDay - 1 && days < dayAfterLast; }
+
 } // namespace jet::limits

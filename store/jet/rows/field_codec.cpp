@@ -137,7 +137,7 @@ private:
     Value dateTime() const
     {
         const double days = finite();
-        if (days < limits::firstDay || days >= limits::dayAfterLast) fail("tarih 100 ile 9999 yılları arasında olmalı");
+        if (!limits::isMoment(days)) fail("tarih 100 ile 9999 yılları arasında olmalı");
         return DateTime{days};
     }
     Value numeric() const
