@@ -76,7 +76,7 @@ void describe(Output& out, const jet::Table& table)
 {
     exchange::ExportLosses lost;
     const std::uint64_t rows = exchange::countRows(table, lost);
-    say(out, jet::toUtf8(table.name()) + ": " + std::to_string(rows) + said(" satır", " rows") + doubtOf(lost));
+    say(out, jet::toUtf8(table.name()) + ": " + counted(rows, " satır", " row", " rows") + doubtOf(lost));
     for (const jet::Column& column : table.columns())
         say(out, "    " + jet::toUtf8(column.name) + "  " + exchange::typeName(column) +
                      (column.required ? said(", zorunlu", ", required") : ""));
@@ -135,7 +135,7 @@ int info(files::Disk& disk, Arguments arguments)
     say(out, said("Dosya: ", "File: ") + arguments[0]);
     say(out, said("Biçim: Access 2000-2003 (Jet 4)", "Format: Access 2000-2003 (Jet 4)"));
     say(out, said("Boyut: ", "Size: ") + std::to_string(std::uint64_t{pages} * jet::pageSize) +
-                 said(" bayt, ", " bytes, ") + std::to_string(pages) + said(" sayfa", " pages"));
+                 said(" bayt, ", " bytes, ") + counted(pages, " sayfa", " page", " pages"));
     say(out, said("Sıralama: ", "Collation: ") + collationName(database->collation()) +
                  said(", kod sayfası ", ", code page ") + std::to_string(database->codePage()));
     if (const char* const protection = protectionText(database->pager().protection()))

@@ -88,7 +88,7 @@ void exportAll(files::Disk& disk, jet::Database& database, Format format, const 
     for (std::size_t i = 0; i < tables.size(); ++i)
         writeRows(disk, format, folder / pathOf(names[i]), losses,
                   [&](exchange::RowWriter& rows) { write(database.table(tables[i]), rows, losses); });
-    std::string done = std::to_string(tables.size()) + said(" tablo yazıldı.", " tables written.");
+    std::string done = counted(tables.size(), " tablo yazıldı.", " table written.", " tables written.");
     for (const jet::LinkedTable& each : database.linkedTables())
         done += said("\nBağlı tablo yazılmadı: '", "\nLinked table, not written: '") + jet::toUtf8(each.name) + "' (" +
                 exchange::placeOf(each) + ")";
@@ -160,7 +160,7 @@ int importTable(files::Disk& disk, Arguments arguments)
         Progress progress(said("Yükleniyor", "Loading"));
         return exchange::importRows(*database, parsed.words[1], text, style, std::ref(progress));
     });
-    sayDone(std::to_string(rows) + said(" satır yüklendi.", " rows loaded."));
+    sayDone(counted(rows, " satır yüklendi.", " row loaded.", " rows loaded."));
     return 0;
 }
 

@@ -99,16 +99,16 @@ void sayLosses(Output& out, const jet::RescueResult& result)
 {
     for (const std::string& sentence : result.losses) say(out, said("Kayıp: ", "Lost: ") + sentence);
     if (result.lossesLeftOut > 0)
-        say(out, said("Kayıp: bunlardan başka ", "Lost: and in ") + std::to_string(result.lossesLeftOut) +
-                     said(" yer.", " more places."));
+        say(out, said("Kayıp: bunlardan başka ", "Lost: and in ") +
+                     counted(result.lossesLeftOut, " yer.", " more place.", " more places."));
 }
 
 std::string rowsOf(const jet::RescueResult& result)
 {
     std::string text;
     for (const jet::RescueResult::Table& table : result.tables)
-        text += (text.empty() ? "" : ", ") + jet::toUtf8(table.name) + " " + std::to_string(table.rows) +
-                said(" satır", " rows");
+        text +=
+            (text.empty() ? "" : ", ") + jet::toUtf8(table.name) + " " + counted(table.rows, " satır", " row", " rows");
     return text.empty() ? said("hiçbir tablo bulunamadı", "no table was found") : text;
 }
 
@@ -147,13 +147,14 @@ int check(files::Disk& disk, Arguments arguments)
     }
     for (const std::string& sentence : result.faults) say(out, said("HATA: ", "FAULT: ") + sentence);
     for (const std::string& sentence : result.warnings) say(out, said("Uyarı: ", "Warning: ") + sentence);
-    say(out, std::to_string(result.pages) + said(" sayfa, ", " pages, ") + std::to_string(result.tables) +
-                 said(" tablo, ", " tables, ") + std::to_string(result.rows) + said(" satır, ", " rows, ") +
-                 std::to_string(result.indexEntries) +
-                 said(" dizin girişi denetlendi.", " index entries were looked at."));
+    say(out, counted(result.pages, " sayfa, ", " page, ", " pages, ") +
+                 counted(result.tables, " tablo, ", " table, ", " tables, ") +
+                 counted(result.rows, " satır, ", " row, ", " rows, ") +
+                 counted(result.indexEntries, " dizin girişi denetlendi.", " index entry was looked at.",
+                         " index entries were looked at."));
     say(out, result.ok() ? said("Dosya sağlam.", "The file is sound.")
-                         : said("Dosya bozuk: ", "The file is damaged: ") + std::to_string(result.faults.size()) +
-                               said(" hata.", " faults."));
+                         : said("Dosya bozuk: ", "The file is damaged: ") +
+                               counted(result.faults.size(), " hata.", " fault.", " faults."));
     if (!result.ok()) sayWhatCanBeSaved(disk, out, arguments[0]);
     out.flush();
     return result.ok() ? 0 : 1;

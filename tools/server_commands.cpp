@@ -28,8 +28,10 @@ Parsed parsed(const char* command, Arguments arguments, std::size_t words,
 int sayCarried(const postgres::Carried& carried)
 {
     Output out(standardOutput);
-    say(out, std::to_string(carried.customers) + said(" cari, ", " customers, ") + std::to_string(carried.pressings) +
-                 said(" sıkım iki yerde de aynı; yazılan ", " pressings are the same in both places; written ") +
+    say(out, counted(carried.customers, " cari, ", " customer, ", " customers, ") +
+                 counted(carried.pressings, " sıkım iki yerde de aynı; yazılan ",
+                         " pressing are the same in both places; written ",
+                         " pressings are the same in both places; written ") +
                  std::to_string(carried.written) + said(", silinen ", ", removed ") + std::to_string(carried.removed) +
                  ".");
     out.flush();

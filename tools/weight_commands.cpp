@@ -146,7 +146,7 @@ std::string described(const Pressing& pressing)
 std::string described(const Deletion& deletion)
 {
     return said("silme: ", "deletion: ") + deletion.customer.value_or(said("bütün cariler", "all customers")) + ", " +
-           std::to_string(deletion.pressings) + said(" sıkım", " pressings");
+           counted(deletion.pressings, " sıkım", " pressing", " pressings");
 }
 
 std::string described(const Restore& restore) { return said("yedekten dönüş: ", "copy put back: ") + restore.copy; }
@@ -209,13 +209,13 @@ int verify(files::Disk& disk, const Wanted& wanted)
     if (disk.exists(slip))
         say(out, said("Bilgi: Yolda bir fiş var (Yag.mdb-slip): program açılınca satırı yazılır.",
                       "Note: A slip is on its way (Yag.mdb-slip): its line is written when the program starts."));
-    const std::string counted = std::to_string(lines.size()) +
-                                said(" satır, presva.log'da ", " lines, digests in presva.log: ") +
-                                std::to_string(heads.size()) + said(" özet", "");
+    const std::string looked = counted(lines.size(), " satır, presva.log'da ",
+                                       " line, digests in presva.log: ", " lines, digests in presva.log: ") +
+                               std::to_string(heads.size()) + said(" özet", "");
     say(out, found.faults.empty()
-                 ? said("Tartım defteri sağlam: ", "The book of weights is sound: ") + counted + "."
-                 : said("Tartım defteri sağlam değil: ", "The book of weights is not sound: ") + counted + ", " +
-                       std::to_string(found.faults.size()) + said(" bulgu.", " findings."));
+                 ? said("Tartım defteri sağlam: ", "The book of weights is sound: ") + looked + "."
+                 : said("Tartım defteri sağlam değil: ", "The book of weights is not sound: ") + looked + ", " +
+                       counted(found.faults.size(), " bulgu.", " finding.", " findings."));
     out.flush();
     return found.faults.empty() ? 0 : 1;
 }

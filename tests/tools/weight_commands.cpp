@@ -76,7 +76,7 @@ TEST_F(Weights, areListedAndVerifiedInEnglish)
         "(computed), %12.75, entitlement 108 kg, 0 TL, slip 4\n"
         "     2  20.11.2025 15:00:00  station 2  Şükrü: olives 500.5 kg (by hand), oil 450.45 kg (by hand), %12.75, "
         "entitlement 108 kg, 0 TL, slip 3\n"
-        "     3  20.11.2025 16:00:00  deletion: Şükrü, 1 pressings\n"
+        "     3  20.11.2025 16:00:00  deletion: Şükrü, 1 pressing\n"
         "     4  21.11.2025 12:00:00  station 2  Ali: olives 700 kg (scale 12:00:00 \"  5kg\\r\"), oil 630 kg (by "
         "hand), %12.75, entitlement 108 kg, 0 TL, slip 5\n");
     EXPECT_EQ(asked({"--verify", "--lang", "en"}).out,
