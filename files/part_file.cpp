@@ -12,6 +12,12 @@ namespace {
 
 std::filesystem::path partOf(std::filesystem::path to) { return to += ".part"; }
 
+std::string utf8(const std::filesystem::path& path)
+{
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
 } // namespace
 
 PartFile::PartFile(Disk& disk, const std::filesystem::path& to) : PartFile(disk, to, partOf(to)) {}
@@ -49,6 +55,14 @@ void PartFile::publish()
     disk_.rename(part_, to_);
     published_ = true;
     disk_.syncFolder(to_.parent_path());
+}
+
+std::string PartFile::withItsName(std::string sentence) const
+{
+    const std::string part = utf8(part_), to = utf8(to_);
+    for (std::size_t at = 0; (at = sentence.find(part, at)) != std::string::npos; at += to.size())
+        sentence.replace(at, part.size(), to);
+    return sentence;
 }
 
 void PartFile::removePart()

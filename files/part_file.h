@@ -1,8 +1,10 @@
 #pragma once
 
 #include "files/disk.h"
+#include "files/error.h"
 
 #include <filesystem>
+#include <string>
 
 namespace files {
 
@@ -21,6 +23,16 @@ public:
     PartFile& operator=(const PartFile&) = delete;
 
     const std::filesystem::path& path() const { return part_; }
+    /// Runs what makes the file. Whoever asked for it knows the name in the making from nowhere: a failure that names
+    /// it is told with the one that was asked for.
+    template <class Action> void make(Action&& action) const
+    {
+        try {
+            action();
+        } catch (const Error& failure) {
+            throw Error(failure.fault(), withItsName(failure.what()));
+        }
+    }
     /// The content must be synced and the file closed. Returns when the name would survive a power cut.
     /// Where a file is replaced, either of the two bears the name at every moment; else throws exists when somebody
     /// made one of that name meanwhile. Throws disk.
@@ -30,6 +42,7 @@ private:
     enum class Target { absent, any };
     PartFile(Disk& disk, std::filesystem::path to, std::filesystem::path part, Target target);
 
+    std::string withItsName(std::string sentence) const;
     void refuseToReplace(); ///< where there must be no file of the name
     void removePart();      ///< with the journal of its changes
 

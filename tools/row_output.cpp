@@ -55,27 +55,29 @@ void writeRows(files::Disk& disk, Format format, const std::optional<std::filesy
         return;
     }
     files::PartFile part(disk, *path);
-    if (format == Format::sheet) {
-        sheets::Workbook workbook(part.path());
-        const auto rows = exchange::sheetRows(workbook, [&](const jet::Error& error) { losses.add(error); });
-        produce(*rows);
-        workbook.close();
-        disk.open(part.path(), files::Disk::Access::readWrite)->sync();
-    } else {
-        const auto file = disk.open(part.path(), files::Disk::Access::createNew);
-        Output out(*file);
-        textRows(out);
-        file->sync();
-    }
-    part.publish();
+    part.make([&] {
+        if (format == Format::sheet) {
+            sheets::Workbook workbook(part.path());
+            const auto rows = exchange::sheetRows(workbook, [&](const jet::Error& error) { losses.add(error); });
+            produce(*rows);
+            workbook.close();
+            disk.open(part.path(), files::Disk::Access::readWrite)->sync();
+        } else {
+            const auto file = disk.open(part.path(), files::Disk::Access::createNew);
+            Output out(*file);
+            textRows(out);
+            file->sync();
+        }
+        part.publish();
+    });
 }
 
 int toldLosses(const exchange::ExportLosses& losses)
 {
     if (losses.places > 0)
-        throw files::Error(losses.fault, std::to_string(losses.places) +
-                                             said(" yer yazılamadı, geri kalanı yazıldı. İlki: ",
-                                                  " places could not be written, the rest is. The first: ") +
+        throw files::Error(losses.fault, counted(losses.places, " yer yazılamadı, geri kalanı yazıldı. İlki: ",
+                                                 " place could not be written, the rest is. It is: ",
+                                                 " places could not be written, the rest is. The first: ") +
                                              losses.first);
     return 0;
 }

@@ -69,14 +69,16 @@ int season(files::Disk& disk, Arguments arguments)
         seasons::readSeason(*database, year ? std::optional(yearOf(*year)) : std::nullopt, moment);
     const seasons::Report report = seasons::describe(reading, files::quotedPath(source), moment);
     files::PartFile part = files::PartFile::replacing(disk, to);
-    if (kind == ".xlsx")
-        writeWorkbook(disk, part.path(), report);
-    else
-        write(disk, part.path(), kind == ".pdf" ? seasons::paper(report) : seasons::page(report));
-    part.publish();
+    part.make([&] {
+        if (kind == ".xlsx")
+            writeWorkbook(disk, part.path(), report);
+        else
+            write(disk, part.path(), kind == ".pdf" ? seasons::paper(report) : seasons::page(report));
+        part.publish();
+    });
 
     Output out(standardOutput);
-    say(out, report.title + ": " + std::to_string(reading.figures.total.pressings) + said(" sıkım.", " pressings."));
+    say(out, report.title + ": " + counted(reading.figures.total.pressings, " sıkım.", " pressing.", " pressings."));
     for (const std::string& warning : report.warnings) say(out, warning);
     out.flush();
     return reading.damaged > 0 ? 2 : 0;

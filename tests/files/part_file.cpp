@@ -51,6 +51,20 @@ TEST(PartFile, aFailureAtAnyStepLeavesNoPart)
     }
 }
 
+TEST(PartFile, aFailureIsToldWithTheNameThatWasAskedFor)
+{
+    PowerCutDisk disk;
+    const PartFile file(disk, name);
+    std::string told;
+    try {
+        file.make([&] { disk.open(file.path(), files::Disk::Access::readOnly); });
+    } catch (const files::Error& error) {
+        told = error.what();
+        EXPECT_EQ(error.fault(), files::Fault::notFound);
+    }
+    EXPECT_EQ(told, "mill/Yag.mdb yok");
+}
+
 TEST(PartFile, aFileThatIsThereIsReplacedByNobodyElse)
 {
     PowerCutDisk disk;

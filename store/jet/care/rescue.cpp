@@ -311,18 +311,20 @@ RescueResult rescue(Disk& disk, const std::filesystem::path& from, const std::fi
 {
     files::PartFile part(disk, to);
     Rescue work(disk, from, nameOf);
-    Database::create(disk, part.path(), work.salvage().collation(), now);
-    {
-        const auto fresh = Database::open(disk, part.path());
-        work.saveInto(*fresh, now, progress);
-    }
-    {
-        const auto fresh = Database::open(disk, part.path(), Pager::Mode::readOnly);
-        const CheckResult result = checkDatabase(*fresh);
-        if (!result.ok())
-            throw Error(Fault::damaged, files::quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
-    }
-    part.publish();
+    part.make([&] {
+        Database::create(disk, part.path(), work.salvage().collation(), now);
+        {
+            const auto fresh = Database::open(disk, part.path());
+            work.saveInto(*fresh, now, progress);
+        }
+        {
+            const auto fresh = Database::open(disk, part.path(), Pager::Mode::readOnly);
+            const CheckResult result = checkDatabase(*fresh);
+            if (!result.ok())
+                throw Error(Fault::damaged, files::quotedPath(to) + " sağlam çıkmadı: " + result.faults.front());
+        }
+        part.publish();
+    });
     return work.finish();
 }
 

@@ -93,12 +93,14 @@ void Database::create(Disk& disk, const std::filesystem::path& path, Collation c
         if (furnish) furnish(*database);
     }
 
-    {
-        const std::unique_ptr<File> file = disk.open(part.path(), Disk::Access::createNew);
-        file->write(0, memory.content(path));
-        file->sync();
-    }
-    part.publish();
+    part.make([&] {
+        {
+            const std::unique_ptr<File> file = disk.open(part.path(), Disk::Access::createNew);
+            file->write(0, memory.content(path));
+            file->sync();
+        }
+        part.publish();
+    });
 }
 
 } // namespace jet
