@@ -16,7 +16,9 @@
 #include <array>
 #include <bit>
 #include <cassert>
+#include <optional>
 #include <unordered_set>
+#include <utility>
 
 namespace jet {
 namespace {
@@ -84,6 +86,32 @@ Keys keysInTree(Table::State& table, const Index& index, const std::unordered_se
                 quotedName(table.name) + " tablosunun " + indexTitle(index) +
                     " dizini yeni dosyaya geçirilemez: " + (faults.empty() ? "kayıtlarla tutmuyor." : faults.front()));
 }
+
+// ---- rows by their places ----
+
+/// Gives the rows of a table by their heads. No page stays in memory for it: the one of the last row is at hand.
+class RowsByPlace {
+public:
+    explicit RowsByPlace(Table::State& table) : table_(table), reader_(table.reader()) {}
+
+    /// Good until the next call. Throws damaged unless there is such a row.
+    RowBytes at(RowId head)
+    {
+        if (!page_ || at_ != head.page) page_ = table_.pager.look(at_ = head.page, buffer_);
+        const std::optional<RowReader::Row> row = reader_.find(head, *page_, &movedRow_);
+        const ThrowAtDamage damaged(table_.pager);
+        if (!row) damaged.damagedRow(head, RowReader::slotDamage);
+        if (row->damage != nullptr) damaged.damagedRow(head, row->damage);
+        return row->bytes;
+    }
+
+private:
+    Table::State& table_;
+    RowReader reader_;
+    PageNo at_ = 0;
+    std::optional<PageView> page_;
+    PageBuffer buffer_, movedRow_;
+};
 
 // ---- what a table holds ----
 
@@ -219,7 +247,41 @@ std::vector<std::uint8_t> Rewrite::emptyFile() { return emptyPages(from_.read(0)
 
 PageNo Rewrite::newPage(PageNo old) const { return newPages_.at(old); }
 
+/// The changes of a file that nobody has yet, in pieces: no more than one of them is in memory.
+class Rewrite::Pieces {
+public:
+    explicit Pieces(Pager& to) : to_(to), change_(std::in_place, to), begun_(to.pageCount()) {}
+
+    /// Where a piece may end.
+    void step()
+    {
+        constexpr PageCount pages = 4096; // 16 MiB
+        if (to_.pageCount() < begun_ + pages) return;
+        end();
+        change_.emplace(to_);
+        begun_ = to_.pageCount();
+    }
+    void end()
+    {
+        change_->commit();
+        to_.forgetPages();
+    }
+
+private:
+    Pager& to_;
+    std::optional<Transaction> change_;
+    PageCount begun_;
+};
+
 void Rewrite::into(Pager& to, Progress& told)
+{
+    Pieces change(to);
+    makeTables(to);
+    for (const auto& table : tables_) copyRows(to, *table, change, told);
+    change.end();
+}
+
+void Rewrite::makeTables(Pager& to)
 {
     for (const auto& table : tables_) {
         table->fresh = table->old.definition;
@@ -239,7 +301,6 @@ void Rewrite::into(Pager& to, Progress& told)
             table->fresh.chain.push_back(allocatePage(to));
         writeDefinitionBytes(to, table->fresh.chain, bytes);
     }
-    for (const auto& table : tables_) copyRows(to, *table, told);
 }
 
 namespace {
@@ -288,9 +349,10 @@ Entries entriesOf(Table::State& table, const Index& index, const std::vector<Mov
 {
     Entries entries;
     KeyMaker maker(table, index);
+    RowsByPlace places(table);
     Key key;
     for (const MovedRow& row : rows) {
-        const Made made = maker.make(table.find(row.to)->bytes, key);
+        const Made made = maker.make(places.at(row.to), key);
         if (made == Made::none) continue;
         entries.emplace_back(made == Made::unsure ? kept.at(row.from.packed()) : key, row.to);
     }
@@ -317,7 +379,7 @@ std::vector<RowId> rowsInOrder(Table::State& table, const std::vector<Keys>& key
 
 } // namespace
 
-void Rewrite::copyRows(Pager& to, Carried& table, Progress& told)
+void Rewrite::copyRows(Pager& to, Carried& table, Pieces& change, Progress& told)
 {
     const TableDefinition& fresh = table.fresh;
     RowWriter writer(to, fresh);
@@ -325,13 +387,15 @@ void Rewrite::copyRows(Pager& to, Carried& table, Progress& told)
     Fields fields(fresh.columns.size());
     Bytes bytes;
     PassingBuffer passing;
+    RowsByPlace places(table.old);
     for (const RowId id : rowsInOrder(table.old, table.keys)) {
-        const RowBytes row = table.old.find(id)->bytes;
+        const RowBytes row = places.at(id);
         for (std::size_t column = 0; column < fields.size(); ++column) fields[column] = table.field(*this, column, row);
         for (const LongValueMaps& maps : fresh.longValues)
             if (fields[maps.column]) copyLongValue(from_, to, maps, *fields[maps.column], passing);
         encodeRow(table.old.layout, fields, bytes);
         moved.push_back({id, writer.add(bytes)});
+        change.step();
         if (moved.size() % rowsPerStep == 0) told.step(rowsPerStep);
     }
 
@@ -340,8 +404,10 @@ void Rewrite::copyRows(Pager& to, Carried& table, Progress& told)
         const Entries entries = entriesOf(copy, index, moved, table.keys[index.number]);
         const std::uint32_t distinct = copy.tree(index).rebuild(entries);
         definition_layout::statistics::putDistinctKeys(to.write(fresh.page), index.number, distinct);
+        change.step();
     }
     definition_layout::head::rowCount.put(to.write(fresh.page), static_cast<std::uint32_t>(moved.size()));
+    change.step();
 }
 
 void Rewrite::compare(Pager& to, Progress& told)

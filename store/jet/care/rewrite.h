@@ -24,16 +24,18 @@ public:
     std::uint64_t rows() const { return rows_; }
     /// The file that into() fills: a header, and free pages.
     std::vector<std::uint8_t> emptyFile();
-    /// Fills that file. In a transaction. Called once.
+    /// Fills that file, a piece at a time: only its end makes it whole. Called once.
     void into(Pager& to, Progress& told);
     /// Throws damaged unless every row is there with all its fields.
     void compare(Pager& to, Progress& told);
 
 private:
     struct Carried;
+    class Pieces;
     void lookAt(Carried& table);
     PageNo newPage(PageNo old) const;
-    void copyRows(Pager& to, Carried& table, Progress& told);
+    void makeTables(Pager& to);
+    void copyRows(Pager& to, Carried& table, Pieces& change, Progress& told);
 
     Pager& from_;
     std::vector<std::unique_ptr<Carried>> tables_;

@@ -93,6 +93,7 @@ struct Pager::State {
     void openForReading();
     void readPages(const std::optional<LeftOverJournal::Unapplied>& unapplied);
     bool lookAround();
+    void forgetPages();
     void commit();
     void rollback() noexcept;
     void endTransaction() noexcept;
@@ -166,6 +167,13 @@ void Pager::State::readPages(const std::optional<LeftOverJournal::Unapplied>& un
     memory.emplace(*file, unapplied->header.pagesBefore, stamp, path);
     forEachOldPage(*unapplied->journal, unapplied->header,
                    [this](PageNo page, PageView image) { memory->replace(page, image); });
+}
+
+void Pager::State::forgetPages()
+{
+    assert(!open);
+    if (writable) memory->forget(memory->count(), memory->stamp());
+    assertState();
 }
 
 bool Pager::State::lookAround()
@@ -380,6 +388,7 @@ void Pager::knowDigest(std::uint64_t digest)
 
 std::uint64_t Pager::changeCount() const { return state_->changes; }
 bool Pager::lookAround() { return state_->lookAround(); }
+void Pager::forgetPages() { state_->forgetPages(); }
 std::uint64_t Pager::foreignChanges() const { return state_->foreignChanges; }
 void Pager::keepOthersOut()
 {

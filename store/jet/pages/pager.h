@@ -117,6 +117,10 @@ public:
     void keepOthersOut();
     void letOthersIn() noexcept;
 
+    /// Lets go of every page in memory, outside a transaction, for who writes much and looks back little: views of
+    /// pages are void. A file that may not be written keeps its pages.
+    void forgetPages();
+
     /// Counts up with every committed change and with every rollback that took something back: callers' caches
     /// compare it.
     std::uint64_t changeCount() const;

@@ -9,14 +9,18 @@ namespace jet {
 std::optional<RowReader::Row> RowReader::find(RowId head) const
 {
     if (head.page == 0 || !pager_->has(head.page)) return std::nullopt;
-    const PageView page = pager_->read(head.page);
+    return find(head, pager_->read(head.page), nullptr);
+}
+
+std::optional<RowReader::Row> RowReader::find(RowId head, PageView page, PageBuffer* passing) const
+{
     if (!holdsRows(head.page, page)) return std::nullopt;
     const std::optional<unsigned> count = slotCount(page);
     if (!count || head.slot >= SlotNo(*count)) return std::nullopt;
     const std::optional<Slot> slot = slotAt(page, head.slot, *count);
     if (!slot) return Row{head, {}, slotDamage};
     if (!slot->live()) return std::nullopt;
-    return read(head, page, *slot);
+    return read(head, page, *slot, passing);
 }
 
 void RowReader::followPointer(Row& row, PageView page, Slot slot, PageBuffer* passing) const

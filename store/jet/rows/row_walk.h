@@ -60,6 +60,8 @@ public:
     /// The row whose head stands there; nothing when there is none. Looking at one row alone cannot tell that another
     /// head leads to its body.
     std::optional<Row> find(RowId head) const;
+    /// The same on a page that is at hand; a moved row is looked at through `passing` where given.
+    std::optional<Row> find(RowId head, PageView page, PageBuffer* passing) const;
     bool holdsRows(PageNo number, PageView page) const
     {
         return isRowPage(page, definition_) || (trusted_ != nullptr && (*trusted_)[number.number()]);
