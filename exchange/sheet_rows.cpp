@@ -8,6 +8,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace exchange {
@@ -41,6 +44,18 @@ double usualWidth(const jet::Column& column)
     default:
         return 14;
     }
+}
+
+/// The whole number, where a sheet would show another one: it has 15 digits.
+std::optional<std::int64_t> wholeOfManyDigits(double number)
+{
+    constexpr double least = 1e15, most = 9e18;
+    if (!(std::abs(number) >= least && std::abs(number) < most) || number != std::trunc(number)) return std::nullopt;
+    const auto whole = static_cast<std::int64_t>(number);
+    std::int64_t shown = whole;
+    for (constexpr std::int64_t limit = 1'000'000'000'000'000; shown >= limit || shown <= -limit; shown /= 10)
+        if (shown % 10 != 0) return whole;
+    return std::nullopt;
 }
 
 class SheetRows : public RowWriter {
@@ -94,7 +109,13 @@ private:
                 // As people read it: 0.1 and not 0.100000001490116.
                 std::isfinite(n) ? book().number(column, std::stod(rows.textOf(n))) : rows.putText(column, n);
             }
-            void operator()(double n) const { std::isfinite(n) ? book().number(column, n) : rows.putText(column, n); }
+            void operator()(double n) const
+            {
+                if (const auto whole = wholeOfManyDigits(n))
+                    rows.put(column, std::to_string(*whole));
+                else
+                    std::isfinite(n) ? book().number(column, n) : rows.putText(column, n);
+            }
             void operator()(jet::DateTime moment) const
             {
                 if (moment.days >= sheets::firstDay && moment.days < sheets::dayAfterLast)

@@ -101,6 +101,22 @@ TEST_F(ExportTables, aWorkbookHasRealNumbersAndDates)
                             "B3 b=0", "B4 b=0", "F4 n=-0.5", "G4 inlineStr=1899-12-30T06:00:00", "names ['Her_Tür']"));
 }
 
+/// A cell shows 15 digits: numbers that people count with are numbers, codes of more digits texts.
+TEST_F(ExportTables, aNumberOfManyDigitsIsATextInAWorkbook)
+{
+    if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
+    const std::string file = created();
+    ASSERT_EQ(run({"import", file, "Cari", "-"}, "Nakit\n1234567890123456\n-12345678901234568\n5000000000000000\n"
+                                                 "1e+20\n999999999999999\n")
+                  .code,
+              0);
+    ASSERT_EQ(run({"export", file, "Cari", "--out", path("kod.xlsx")}).code, 0);
+    const auto all = cells(path("kod.xlsx"));
+    for (const char* cell : {"D2 inlineStr=1234567890123456", "D3 inlineStr=-12345678901234568",
+                             "D4 n=5000000000000000", "D5 n=1E+20", "D6 n=999999999999999"})
+        ASSERT_THAT(all, testing::Contains(cell));
+}
+
 /// A page that the table's map names, but that says it is no table's: its rows are gone, and nothing may be silent
 /// about it.
 TEST_F(ExportTables, aLostPageOfRowsIsTold)
