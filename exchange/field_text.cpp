@@ -494,6 +494,15 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
     refuse(text, files::said("bu türdeki alana yazılamaz", "cannot be written to a field of this type"));
 }
 
+std::optional<jet::Numeric> decimalIn(std::string_view text)
+{
+    try {
+        return parseDecimal(text);
+    } catch (const files::Error&) {
+        return std::nullopt;
+    }
+}
+
 std::string typeName(const jet::Column& column)
 {
     const auto sized = [](const char* name, int size) { return name + ("(" + std::to_string(size)) + ")"; };

@@ -3,6 +3,7 @@
 #include "exchange/csv.h"
 #include "store/jet/table/table.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,10 @@ std::string numberText(double number);
 /// The value that a CSV field stands for in a column: an empty field without quotes is Null.
 /// Throws jet::Error (badValue), with a sentence about the field alone.
 jet::Value parseField(const CsvField& field, const jet::Column& column);
+
+/// The number that digits with at most one point and a sign are, exactly; nothing for any other text, nor for more
+/// digits than a decimal holds (28 of them behind the point).
+std::optional<jet::Numeric> decimalIn(std::string_view text);
 
 /// Name of a column's type as people know it.
 std::string typeName(const jet::Column& column);

@@ -18,6 +18,12 @@ const NamedType& columnOf(const Catalogue::Shape& table, const std::string& want
                       files::said("' diye bir alan yok", "'"));
 }
 
+/// What is written or shown has all its digits.
+const std::string& outermost(const Selected& selected)
+{
+    return selected.exact.empty() ? selected.sql : selected.exact;
+}
+
 } // namespace
 
 std::string Translator::name(const char* what)
@@ -86,14 +92,14 @@ Translation Translator::insert()
         Scope nothing;
         std::string values;
         do {
-            values += (given++ == 0 ? " VALUES (" : ", ") + valueOf(expression(nothing));
+            values += (given++ == 0 ? " VALUES (" : ", ") + exactOf(expression(nothing));
         } while (takeMark(","));
         expectMark(")");
         translation.sql += values + ")";
     } else {
         const Selected selected = query(nullptr);
         given = selected.columns.size();
-        translation.sql += " " + selected.sql;
+        translation.sql += " " + outermost(selected);
     }
     const std::size_t count = translation.columns.size();
     if (given != count)
@@ -127,7 +133,7 @@ Translation Translator::update()
         refuseTwice(changed, column, at);
         changed.push_back(column);
         translation.sql +=
-            (translation.sql.empty() ? "" : ", ") + sqlName(column.name) + " = " + valueOf(expression(scope));
+            (translation.sql.empty() ? "" : ", ") + sqlName(column.name) + " = " + exactOf(expression(scope));
     } while (takeMark(","));
     translation.sql = "UPDATE " + sqlName(table.name) + " SET " + translation.sql;
     if (take("where")) translation.sql += " WHERE " + expression(scope).sql;
@@ -168,11 +174,11 @@ Translation Translator::statement()
     const bool alone = words_.size() == 2 || (words_.size() == 3 && words_[1].isMark(";"));
     if (alone && (word().kind == Word::Kind::bracket || word().kind == Word::Kind::name) && !isReserved(word())) {
         const std::string text = "Select * From [" + word().text + "]";
-        Selected selected = Translator(text, catalogue_, depth_).wholeQuery();
-        return {.kind = Translation::Kind::select, .sql = selected.sql, .columns = selected.columns};
+        const Selected selected = Translator(text, catalogue_, depth_).wholeQuery();
+        return {.kind = Translation::Kind::select, .sql = outermost(selected), .columns = selected.columns};
     }
-    Selected selected = wholeQuery();
-    return {.kind = Translation::Kind::select, .sql = std::move(selected.sql), .columns = std::move(selected.columns)};
+    const Selected selected = wholeQuery();
+    return {.kind = Translation::Kind::select, .sql = outermost(selected), .columns = selected.columns};
 }
 
 Translation translate(std::string_view sql, Catalogue& catalogue) { return Translator(sql, catalogue, 0).statement(); }

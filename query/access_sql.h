@@ -14,7 +14,12 @@ enum class Type { unknown, number, text, date, yesNo, bytes };
 struct NamedType {
     std::string name; ///< UTF-8
     Type type = Type::unknown;
+    bool exact = false; ///< may have more digits than a number of SQLite: exactName() names a column that has them
 };
+
+/// The name under which SQLite finds the column of a table with all its digits: as a text where they are too many. No
+/// column of a file has such a name.
+inline std::string exactName(const std::string& column) { return column + '\x1f'; }
 
 /// The tables and saved queries that a text may name, in any letter case.
 class Catalogue {

@@ -1,10 +1,12 @@
 #include "query/arguments.h"
 
 #include "exchange/field_text.h"
+#include "exchange/written_values.h"
 #include "files/error.h"
 #include "files/language.h"
 #include "query/moments.h"
 #include "store/jet/format/limits.h"
+#include "store/jet/values/decimal.h"
 
 #include <charconv>
 #include <cmath>
@@ -14,14 +16,39 @@ namespace query {
 
 namespace {
 
-std::optional<double> wholeNumberOf(std::string_view text)
+std::string_view trimmed(std::string_view text)
 {
     while (text.starts_with(' ')) text.remove_prefix(1);
     while (text.ends_with(' ')) text.remove_suffix(1);
+    return text;
+}
+
+std::optional<double> wholeNumberOf(std::string_view text)
+{
+    text = trimmed(text);
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) return std::nullopt;
     return number;
+}
+
+/// A date as people write it: 20.11.2025 14:05, 2025-11-20, 20 Kasım 2025. Throws files::Error (badValue).
+jet::DateTime writtenMoment(std::string_view text)
+{
+    const exchange::Hint hint = exchange::dateHint(text);
+    if (hint == exchange::Hint::either)
+        throw files::Error(files::Fault::badValue,
+                           "'" + std::string(text) +
+                               files::said("': önce gün mü ay mı yazılmış, belli değil; #ay/gün/yıl# ya da "
+                                           "'yıl-ay-gün' yazın",
+                                           "': nobody can tell whether the day or the month comes first; write "
+                                           "#month/day/year# or 'year-month-day'"));
+    jet::Column date;
+    date.type = jet::ColumnType::dateTime;
+    const exchange::WrittenStyle style{.dayFirst = hint != exchange::Hint::second};
+    const jet::Value value = exchange::writtenValue({std::string(text), true}, date, style);
+    const auto* const moment = std::get_if<jet::DateTime>(&value);
+    return moment != nullptr ? *moment : jet::DateTime{numberIn(text)};
 }
 
 } // namespace
@@ -49,7 +76,22 @@ double Arguments::number(int at) const
                                                            "a binary value cannot be used as a number"));
 }
 
-double Arguments::days(int at) const { return daysOf(number(at)); }
+double Arguments::days(int at) const
+{
+    if (isText(at) && !isMoment(at) && !isNumeric(at)) return daysOf(writtenMoment(bytes(at)).days);
+    return daysOf(number(at));
+}
+
+std::optional<jet::Currency> Arguments::money(int at) const
+{
+    constexpr double tooLarge = 1e15, tooSmall = 1e-5; // between them a number is written in plain digits
+    const double size = number(at);
+    if (!(std::abs(size) < tooLarge)) return std::nullopt;
+    if (std::abs(size) < tooSmall) return jet::Currency{};
+    auto exact = exchange::decimalIn(isText(at) ? trimmed(bytes(at)) : exchange::numberText(size));
+    if (!exact) exact = exchange::decimalIn(exchange::numberText(size));
+    return exact ? jet::decimal::toCurrency(*exact) : std::nullopt;
+}
 
 std::u16string Arguments::units(int at) const
 {
@@ -82,7 +124,7 @@ double numberIn(std::string_view text)
 
 double daysOf(double number)
 {
-    if (number >= jet::limits::firstDay && number < jet::limits::dayAfterLast) return number;
+    if (jet::limits::isMoment(number)) return number;
     failBeyondCalendar();
 }
 

@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,8 +29,12 @@ public:
     /// A moment counts as its days. Throws files::Error (badValue) for a text that is no number.
     double number(int at) const;
     std::int64_t whole(int at) const { return sqlite3_value_int64(values_[at]); }
-    /// A moment in days, or a number of them. Throws as number(), and for what lies outside of the years 100 to 9999.
+    /// A moment in days, or a number of them, or a text that is a date as people write it. Throws as number(), for a
+    /// date whose day and month nobody can tell apart, and for what lies outside of the years 100 to 9999.
     double days(int at) const;
+    /// Of a number, and of a text that is one, with all its digits; halves of the fourth decimal go to the even
+    /// neighbour. Nothing where money has no room for it. Throws as number().
+    std::optional<jet::Currency> money(int at) const;
     /// Also of a number, as exchange::numberText() writes it.
     std::u16string units(int at) const;
 

@@ -48,6 +48,17 @@ bool isReserved(const Word& word)
 
 std::string valueOf(const Expr& expr) { return expr.condition ? "(-(" + expr.sql + "))" : expr.sql; }
 
+std::string exactOf(const Expr& expr) { return expr.exact.empty() ? valueOf(expr) : expr.exact; }
+
+Expr columnOf(const std::string& alias, const NamedType& column)
+{
+    const std::string table = sqlName(alias) + ".";
+    return {.sql = table + sqlName(column.name),
+            .type = column.type,
+            .column = true,
+            .exact = column.exact ? table + sqlName(exactName(column.name)) : ""};
+}
+
 std::string collated(const Expr& expr)
 {
     const bool text = expr.type == Type::text || expr.type == Type::unknown;

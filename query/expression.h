@@ -20,6 +20,7 @@ struct Expr {
     bool column = false;                 ///< a column and nothing else: it carries its collation
     bool literal = false;                ///< a value written in the text
     bool aggregate = false;              ///< holds Sum, Count, ...
+    std::string exact = {};              ///< the same with all its digits, where it may have too many for a number
     std::vector<std::string> loose = {}; ///< columns that stand outside of those
 };
 
@@ -38,7 +39,8 @@ struct Scope {
 struct Selected {
     std::string sql = {};
     std::vector<NamedType> columns = {};
-    bool ended = false; ///< by an order or a limit: no union may follow as it is
+    bool ended = false;     ///< by an order or a limit: no union may follow as it is
+    std::string exact = {}; ///< the same with all digits, for who does not compare them; empty: sql has them
 };
 
 /// Names that mean one thing, whatever their letter case.
@@ -52,6 +54,10 @@ std::string textLiteral(std::string_view value);
 bool isNumber(Type type);
 /// As a value True is -1.
 std::string valueOf(const Expr& expr);
+/// To be stored or shown, and nothing else: a number that has too many digits is a text.
+std::string exactOf(const Expr& expr);
+/// A column of a table, seen by `alias`.
+Expr columnOf(const std::string& alias, const NamedType& column);
 /// To be compared, grouped and put in order as Access does.
 std::string collated(const Expr& expr);
 /// What an expression takes over from one of its parts.

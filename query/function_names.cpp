@@ -54,8 +54,8 @@ constexpr Function functions[] = {
     {"CInt", "acc_cint", Kind::plain, Type::number},
     {"CLng", "acc_clng", Kind::plain, Type::number},
     {"CDbl", "acc_cdbl", Kind::plain, Type::number},
-    {"CSng", "acc_cdbl", Kind::plain, Type::number},
-    {"CCur", "acc_ccur", Kind::plain, Type::number},
+    {"CSng", "acc_csng", Kind::plain, Type::number},
+    {"CCur", "acc_ccur", Kind::plain, Type::number, 1, 1, false, "acc_ccur_exact"},
 
     {"Now", "acc_now", Kind::plain, Type::date, 0, 0},
     {"Date", "acc_today", Kind::plain, Type::date, 0, 0},

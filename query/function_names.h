@@ -16,7 +16,8 @@ struct Function {
     Type type = Type::unknown; ///< of its value; of an aggregate unknown: that of its argument
     std::size_t fewest = 1;    ///< arguments
     std::size_t most = 1;
-    bool numbers = false; ///< an aggregate of numbers alone
+    bool numbers = false;        ///< an aggregate of numbers alone
+    std::string_view exact = {}; ///< in SQLite, where the value may have too many digits for a number
 };
 
 /// By its name in any letter case; null when there is none.

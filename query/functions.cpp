@@ -9,6 +9,7 @@
 #include "query/arithmetic.h"
 #include "query/format.h"
 #include "query/moments.h"
+#include "query/numbers.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/like_pattern.h"
 #include "store/jet/values/value.h"
@@ -47,6 +48,15 @@ template <class Whole> void toWhole(Arguments& values)
 
 void toDouble(Arguments& values) { values.giveNumber(values.number(0)); }
 
+/// What is left of a number in four bytes, as a column of them shows it.
+void toSingle(Arguments& values)
+{
+    const auto narrow = static_cast<float>(values.number(0));
+    if (!std::isfinite(narrow))
+        values.fail(files::said("sayı CSng için çok büyük", "the number is too large for CSng"));
+    values.giveNumber(shortestOf(narrow));
+}
+
 void signOf(Arguments& values)
 {
     const double number = values.number(0);
@@ -76,14 +86,24 @@ double roundedTo(double number, int decimals)
 
 void roundNumber(Arguments& values)
 {
-    const int decimals = values.count() > 1 ? static_cast<int>(std::clamp(values.number(1), 0.0, 15.0)) : 0;
-    values.giveNumber(roundedTo(values.number(0), decimals));
+    constexpr double most = 15;
+    const double decimals = values.count() > 1 ? rounded(values.number(1)) : 0;
+    if (!(decimals >= 0))
+        values.fail(files::said("Round sıfırdan küçük bir basamak sayısı almaz",
+                                "Round takes no number of decimals below zero"));
+    values.giveNumber(roundedTo(values.number(0), static_cast<int>(std::min(decimals, most))));
 }
 
-void toCurrency(Arguments& values)
+/// To the last digit; `exact` gives it so, too.
+template <bool exact> void toCurrency(Arguments& values)
 {
-    constexpr int decimals = 4;
-    values.giveNumber(roundedTo(values.number(0), decimals));
+    const auto money = values.money(0);
+    if (!money)
+        values.fail(files::said("CCur en çok 922337203685477.5807 olur", "CCur is 922337203685477.5807 at most"));
+    if (exact && hasManyDigits(*money))
+        values.giveText(jet::fromUtf8(fieldText(*money)));
+    else
+        values.giveNumber(numberOf(*money));
 }
 
 // ---- texts ----
@@ -508,7 +528,9 @@ void addFunctions(sqlite3* database, const FunctionSetting& setting)
         {"acc_clng", call<toWhole<std::int32_t>>},
         {"acc_cint", call<toWhole<std::int16_t>>},
         {"acc_cdbl", call<toDouble>},
-        {"acc_ccur", call<toCurrency>},
+        {"acc_csng", call<toSingle>},
+        {"acc_ccur", call<toCurrency<false>>},
+        {"acc_ccur_exact", call<toCurrency<true>>},
         {"acc_len", call<length>},
         {"acc_left", call<left>},
         {"acc_right", call<right>},

@@ -61,7 +61,7 @@ bool takeTime(std::string_view text, Calendar& into)
 
 std::optional<std::string> momentText(jet::DateTime moment)
 {
-    if (!(moment.days >= jet::limits::firstDay && moment.days < jet::limits::dayAfterLast)) return std::nullopt;
+    if (!jet::limits::isMoment(moment.days)) return std::nullopt;
     const std::int64_t ms = jet::milliseconds(moment);
     const std::int64_t rest = ms - dayOf(ms) * msPerDay;
     const Calendar c = calendarOf(moment);

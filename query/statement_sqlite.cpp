@@ -1,5 +1,6 @@
 #include "query/statement.h"
 
+#include "exchange/field_text.h"
 #include "exchange/linked_tables.h"
 #include "files/error.h"
 #include "files/language.h"
@@ -7,6 +8,7 @@
 #include "query/expression.h"
 #include "query/functions.h"
 #include "query/moments.h"
+#include "query/numbers.h"
 #include "query/saved_queries.h"
 #include "query/sql_words.h"
 #include "query/virtual_tables.h"
@@ -125,7 +127,7 @@ private:
         tables_.add(*found);
         Shape shape{jet::toUtf8(found->name()), {}};
         for (const jet::Column& column : found->columns())
-            shape.columns.push_back({jet::toUtf8(column.name), typeOf(column.type)});
+            shape.columns.push_back({jet::toUtf8(column.name), typeOf(column.type), isExact(column.type)});
         return shape;
     }
     std::optional<std::string> savedQuery(const std::string& name) override
@@ -198,6 +200,8 @@ jet::Value Run::value(std::size_t column) const
         const std::string_view text(bytes, size());
         if (type == Type::date)
             if (const auto moment = momentOf(text)) return *moment;
+        if (type == Type::number)
+            if (const auto exact = exchange::decimalIn(text)) return *exact;
         return jet::fromUtf8(text);
     }
     case SQLITE_BLOB: {

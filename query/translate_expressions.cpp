@@ -232,6 +232,18 @@ Expr Translator::sign(Scope& scope)
     Expr expr = literal ? made("(-" + inner.sql + ")", Type::number, {&inner})
                         : made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
     expr.literal = literal;
+    if (!inner.exact.empty() && literal)
+        expr.exact = inner.exact.starts_with("'-") ? "'" + inner.exact.substr(2) : "'-" + inner.exact.substr(1);
+    return expr;
+}
+
+/// As it is written, in digits: more of them than a number of SQLite holds are kept beside it.
+Expr Translator::number(const std::string& text)
+{
+    constexpr std::ptrdiff_t certain = 15;
+    Expr expr{.sql = text, .type = Type::number, .literal = true};
+    const bool plain = text.find_first_not_of("0123456789.") == text.npos;
+    if (plain && std::ranges::count_if(text, [](char c) { return c != '.'; }) > certain) expr.exact = textLiteral(text);
     return expr;
 }
 
@@ -244,13 +256,20 @@ Expr Translator::exponent(Scope& scope)
     return made("acc_negate(" + valueOf(inner) + ")", Type::number, {&inner});
 }
 
+bool Translator::isField(const Scope& scope, const std::string& name)
+{
+    return std::ranges::any_of(scope.sources, [&](const Source& source) {
+        return std::ranges::any_of(source.columns, [&](const NamedType& column) { return same(column.name, name); });
+    });
+}
+
 Expr Translator::primary(Scope& scope)
 {
     const Word& next = word();
     switch (next.kind) {
     case Word::Kind::number:
         ++at_;
-        return {.sql = next.text, .type = Type::number, .literal = true};
+        return number(next.text);
     case Word::Kind::text:
         ++at_;
         return {.sql = textLiteral(next.text), .type = Type::text, .literal = true};
@@ -279,6 +298,8 @@ Expr Translator::primary(Scope& scope)
         break;
     case Word::Kind::name: {
         const bool called = word(1).isMark("(");
+        // "No" is the usual name of a number in Turkish tables: a field is meant wherever there is one.
+        if (!called && !isReserved(next) && isField(scope, next.text)) return reference(scope);
         if (next.is("null")) {
             ++at_;
             return {.sql = "NULL", .literal = true};
@@ -333,10 +354,9 @@ Expr Translator::reference(Scope& scope)
                                   "'" + field +
                                       files::said("' birden çok tabloda var; TABLO.ALAN diye yazın",
                                                   "' is in more than one table; write TABLE.FIELD"));
-                const std::string sql = sqlName(source.alias) + "." + sqlName(column.name);
-                found = {.sql = sql, .type = column.type, .column = true};
+                found = columnOf(source.alias, column);
                 // A column of the query around is one value for this one.
-                if (each == &scope) found->loose.push_back(sql);
+                if (each == &scope) found->loose.push_back(found->sql);
                 break;
             }
         }
@@ -386,12 +406,13 @@ Expr Translator::function(Scope& scope)
     at_ += 2;
     Expr expr{.type = known->type};
     std::size_t count = 0;
-    std::string arguments;
+    std::string arguments, exact;
     if (!word().isMark(")")) {
         do {
             const Expr argument = expression(scope);
             inherit(expr, argument);
             arguments += (count == 0 ? "" : ", ") + valueOf(argument);
+            exact += (count == 0 ? "" : ", ") + exactOf(argument);
             ++count;
         } while (takeMark(","));
     }
@@ -403,6 +424,7 @@ Expr Translator::function(Scope& scope)
              files::said(" değer ister", " values"));
     expectMark(")");
     expr.sql = std::string(known->sqlName) + "(" + arguments + ")";
+    if (!known->exact.empty()) expr.exact = std::string(known->exact) + "(" + exact + ")";
     return expr;
 }
 

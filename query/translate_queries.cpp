@@ -27,6 +27,7 @@ Selected Translator::query(const Scope* outer)
     Selected all = term(outer, true);
     if (!word().is("union")) return all;
     if (all.ended) all.sql = "SELECT * FROM (" + all.sql + ")";
+    all.exact.clear();
     while (take("union")) {
         const bool keep = take("all");
         const std::size_t at = word().at;
@@ -44,7 +45,7 @@ Selected Translator::query(const Scope* outer)
     Scope scope;
     for (const NamedType& column : all.columns)
         scope.aliases.push_back({column.name, {.sql = sqlName(column.name), .type = column.type, .column = true}});
-    all.sql += orderBy(scope, nullptr, all.columns.size());
+    all.sql += orderBy(scope, {.columns = all.columns.size()});
     return all;
 }
 
@@ -54,6 +55,7 @@ Selected Translator::term(const Scope* outer, bool alone)
         Selected inner = query(outer);
         expectMark(")");
         inner.sql = "SELECT * FROM (" + inner.sql + ")";
+        inner.exact.clear();
         inner.ended = false;
         return inner;
     }
@@ -75,19 +77,20 @@ Selected Translator::term(const Scope* outer, bool alone)
     if (at_ != end) fail(files::said("virgül ya da From bekleniyor", "a comma or From is expected"));
     at_ = behind;
 
-    Selected selected = titled(items);
-    selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + tables + where(scope);
+    std::string rest = tables + where(scope);
     std::set<std::string> groups;
-    const bool grouped = groupBy(scope, items, groups, selected.sql);
-    selected.ended = !limit.empty();
-    if (alone && word().is("order")) {
-        selected.sql += orderBy(scope, grouped ? &groups : nullptr, items.size());
-        selected.ended = true;
-    }
-    if (!limit.empty()) {
-        selected.sql += " LIMIT " + limit;
-        if (!alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
-    }
+    const bool grouped = groupBy(scope, items, groups, rest);
+    const bool ordered = alone && word().is("order");
+    if (ordered) rest += orderBy(scope, {items.size(), &items, grouped ? &groups : nullptr, distinct});
+    if (!limit.empty()) rest += " LIMIT " + limit;
+
+    Selected selected = titled(items, false);
+    selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + rest;
+    selected.ended = ordered || !limit.empty();
+    if (!limit.empty() && !alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
+    // Rows that are compared with each other are compared as numbers.
+    const bool anyExact = std::ranges::any_of(items, [](const Item& item) { return !item.expr.exact.empty(); });
+    if (anyExact && !distinct && !grouped) selected.exact = "SELECT " + titled(items, true).sql + rest;
     return selected;
 }
 
@@ -116,11 +119,9 @@ std::vector<Translator::Item> Translator::list(Scope& scope)
     std::vector<Item> items;
     const auto addAll = [&](const Source& source) {
         for (const NamedType& column : source.columns) {
-            const std::string sql = sqlName(source.alias) + "." + sqlName(column.name);
-            items.push_back({{.sql = sql, .type = column.type, .column = true, .loose = {sql}},
-                             column.name,
-                             source.alias + "." + column.name,
-                             word().at});
+            Expr expr = columnOf(source.alias, column);
+            expr.loose = {expr.sql};
+            items.push_back({std::move(expr), column.name, source.alias + "." + column.name, word().at});
         }
     };
     do {
@@ -163,7 +164,7 @@ Translator::Item Translator::item(Scope& scope)
 }
 
 /// The list in SQLite's words. A title that stands there twice is written with its table.
-Selected Translator::titled(const std::vector<Item>& items)
+Selected Translator::titled(const std::vector<Item>& items, bool exact)
 {
     Selected selected;
     const auto twice = [&](const std::string& wanted) {
@@ -172,7 +173,9 @@ Selected Translator::titled(const std::vector<Item>& items)
     for (const Item& item : items) {
         const std::string title = twice(item.name) ? item.longName : item.name;
         selected.columns.push_back({title, item.expr.type});
-        selected.sql += (selected.sql.empty() ? "" : ", ") + collated(item.expr) + " AS " + sqlName(title);
+        const bool digits = exact && !item.expr.exact.empty();
+        selected.sql += (selected.sql.empty() ? "" : ", ") + (digits ? item.expr.exact : collated(item.expr)) + " AS " +
+                        sqlName(title);
     }
     return selected;
 }
@@ -230,7 +233,7 @@ void Translator::checkGrouped(const Expr& expr, const std::set<std::string>& gro
                                           "group it should come from"));
 }
 
-std::string Translator::orderBy(Scope& scope, const std::set<std::string>* groups, std::size_t columns)
+std::string Translator::orderBy(Scope& scope, const Ordered& what)
 {
     expect("order");
     expect("by");
@@ -240,16 +243,26 @@ std::string Translator::orderBy(Scope& scope, const std::set<std::string>* group
         const std::size_t at = word().at;
         if (isColumnNumber()) {
             const std::string& number = word().text;
-            if (!isWhole(number) || number.size() > 4 || std::stoul(number) < 1 || std::stoul(number) > columns)
+            if (!isWhole(number) || number.size() > 4 || std::stoul(number) < 1 || std::stoul(number) > what.columns)
                 fail(files::said("bu numarada bir sütun yok; sütun sayısı ",
                                  "there is no column of that number; they are ") +
-                     std::to_string(columns));
-            order += number;
+                     std::to_string(what.columns));
+            // A column that is shown with all its digits is put in order as a number.
+            const Expr* const shown = what.items == nullptr ? nullptr : &(*what.items)[std::stoul(number) - 1].expr;
+            order += shown != nullptr && !shown->exact.empty() && !shown->literal ? collated(*shown) : number;
             ++at_;
         } else {
             const Expr expr = expression(scope);
-            if (groups != nullptr) checkGrouped(expr, *groups, at);
-            order += collated(expr);
+            if (what.groups != nullptr) checkGrouped(expr, *what.groups, at);
+            const auto isThis = [&](const Item& item) { return item.expr.sql == expr.sql; };
+            if (what.distinct && std::ranges::none_of(*what.items, isThis))
+                notUnderstood(sql_, at,
+                              files::said("Distinct'in yanında Order By yalnızca seçilen sütunlarla olur; birleşen "
+                                          "satırların hangisine göre sıralanacağı belli değil",
+                                          "beside Distinct an Order By takes the columns of the list alone; nobody "
+                                          "knows by which of the rows that become one to sort"));
+            // A value that is the same for all rows; SQLite would take a whole number for a column's.
+            order += expr.literal ? "NULL" : collated(expr);
         }
         if (take("desc"))
             order += " DESC";

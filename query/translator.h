@@ -84,14 +84,20 @@ private:
     void passList();
     std::vector<Item> list(Scope& scope);
     Item item(Scope& scope);
-    static Selected titled(const std::vector<Item>& items);
+    static Selected titled(const std::vector<Item>& items, bool exact);
     std::string where(Scope& scope);
     bool groupBy(Scope& scope, const std::vector<Item>& items, std::set<std::string>& groups, std::string& sql);
     std::string from(Scope& scope);
     std::string joined(Scope& scope);
     std::string source(Scope& scope);
-    /// `columns`: how many the select has.
-    std::string orderBy(Scope& scope, const std::set<std::string>* groups, std::size_t columns);
+    /// What an Order By stands behind.
+    struct Ordered {
+        std::size_t columns = 0;
+        const std::vector<Item>* items = nullptr;      ///< of a select; a union has none
+        const std::set<std::string>* groups = nullptr; ///< where its rows come in groups
+        bool distinct = false;
+    };
+    std::string orderBy(Scope& scope, const Ordered& what);
     bool isColumnNumber() const;
     void checkGrouped(const Expr& expr, const std::set<std::string>& groups, std::size_t at) const;
 
@@ -120,6 +126,8 @@ private:
     Expr special(Scope& scope, const std::string& called);
     Expr reference(Scope& scope);
     Expr parameter(const std::string& name, const std::string& text, std::size_t at);
+    static Expr number(const std::string& text);
+    static bool isField(const Scope& scope, const std::string& name);
 
     Expr compare(const Expr& left, const std::string& op, const Expr& right, std::size_t at) const;
     void checkComparable(Expr& left, Expr& right, std::size_t at) const;

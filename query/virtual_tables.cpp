@@ -5,6 +5,7 @@
 #include "files/language.h"
 #include "query/expression.h"
 #include "query/moments.h"
+#include "query/numbers.h"
 #include "query/rows_by_key.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/sql/number_bounds.h"
@@ -59,31 +60,12 @@ void giveText(sqlite3_context* context, std::string_view text)
     sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
-/// As people read it: 0.1 and not 0.10000000149011612.
-double shortestOf(float number)
-{
-    char text[40];
-    const auto end = std::to_chars(text, text + sizeof text, number).ptr;
-    double value = number;
-    std::from_chars(text, end, value);
-    return value;
-}
-
 void giveMoment(sqlite3_context* context, jet::DateTime moment)
 {
     if (const auto text = momentText(moment))
         giveText(context, *text);
     else
         sqlite3_result_double(context, moment.days);
-}
-
-std::string fieldText(const jet::Value& value)
-{
-    std::string text;
-    exchange::Output out(text);
-    exchange::FieldWriter(out).put(value);
-    out.flush();
-    return text;
 }
 
 void giveValue(sqlite3_context* context, const jet::Value& value)
@@ -96,10 +78,7 @@ void giveValue(sqlite3_context* context, const jet::Value& value)
         void operator()(std::uint8_t n) const { sqlite3_result_int(context, n); }
         void operator()(std::int16_t n) const { sqlite3_result_int(context, n); }
         void operator()(std::int32_t n) const { sqlite3_result_int(context, n); }
-        void operator()(jet::Currency money) const
-        {
-            sqlite3_result_double(context, static_cast<double>(money.tenThousandths) / 10000);
-        }
+        void operator()(jet::Currency money) const { sqlite3_result_double(context, query::numberOf(money)); }
         void operator()(float n) const { sqlite3_result_double(context, shortestOf(n)); }
         void operator()(double n) const { sqlite3_result_double(context, n); }
         void operator()(jet::DateTime moment) const { giveMoment(context, moment); }
@@ -113,6 +92,16 @@ void giveValue(sqlite3_context* context, const jet::Value& value)
         void operator()(const jet::Numeric&) const { sqlite3_result_double(context, std::stod(fieldText(whole))); }
     };
     std::visit(Giver{context, value}, value);
+}
+
+/// What a text of digits is in a column of numbers; nothing for another text, and for other columns.
+std::optional<jet::Value> numberFor(std::string_view text, ColumnType type)
+{
+    if (!jet::isNumber(type)) return std::nullopt;
+    const auto number = exchange::decimalIn(text);
+    if (!number) return std::nullopt;
+    if (type == ColumnType::currency || type == ColumnType::numeric) return *number;
+    return std::stod(std::string(text)); // rounded by the engine, as every number is
 }
 
 /// What SQLite gives for a column, as the engine takes it. Throws files::Error (badValue).
@@ -137,6 +126,7 @@ jet::Value valueFor(sqlite3_value* given, const jet::Column& column)
         if (type == SQLITE_INTEGER && whole >= INT32_MIN && whole <= INT32_MAX) return static_cast<std::int32_t>(whole);
         return sqlite3_value_double(given);
     }
+    if (auto exact = numberFor(textOf(given), column.type)) return *std::move(exact);
     return exchange::parseField({std::string(textOf(given)), true}, column);
 }
 
@@ -164,7 +154,11 @@ bool isRemembered(const jet::Column& column)
 } // namespace
 
 struct VirtualTables::Shared {
-    Shared(VirtualTables& tables, jet::Table& itsTable) : owner(tables), table(itsTable) {}
+    Shared(VirtualTables& tables, jet::Table& itsTable) : owner(tables), table(itsTable)
+    {
+        for (std::size_t i = 0; i < table.columns().size(); ++i)
+            if (isExact(table.columns()[i].type)) exact.push_back(i);
+    }
 
     struct Remembered {
         int asked = 0;
@@ -182,6 +176,7 @@ struct VirtualTables::Shared {
 
     VirtualTables& owner;
     jet::Table& table;
+    std::vector<std::size_t> exact; ///< columns that stand a second time behind the others, with all their digits
     std::map<std::size_t, Remembered> remembered;
     std::vector<jet::RowId> doomed; ///< rows of a Delete that is under way
     std::u16string lastText;
@@ -320,6 +315,8 @@ struct VirtualTables::Hooks {
         for (const jet::Column& column : shared->table.columns())
             sql += (sql.empty() ? "CREATE TABLE t(" : ", ") + sqlName(jet::toUtf8(column.name)) +
                    declaredType(column.type);
+        for (const std::size_t i : shared->exact)
+            sql += ", " + sqlName(exactName(jet::toUtf8(shared->table.columns()[i].name))) + " HIDDEN";
         const int result = sqlite3_declare_vtab(connection, (sql + ")").c_str());
         if (result != SQLITE_OK) return result;
         auto table = std::make_unique<Table>();
@@ -377,6 +374,7 @@ struct VirtualTables::Hooks {
             const int column = info->aConstraint[i].iColumn;
             if (column < 0 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
             const auto place = static_cast<std::size_t>(column);
+            if (place >= table.columns().size()) continue;
             if (usable(i, place) && isRemembered(table.columns()[place])) take(Way::memory, place, {i}, memoryCost);
         }
         return SQLITE_OK;
@@ -467,6 +465,10 @@ struct VirtualTables::Hooks {
             auto& cursor = static_cast<Cursor&>(*base);
             const jet::RowView& row = cursor.walk ? cursor.walk->row() : *cursor.view;
             const auto place = static_cast<std::size_t>(number);
+            if (place >= cursor.columns->size()) {
+                const jet::Value value = row.value(shared.exact[place - cursor.columns->size()]);
+                return hasManyDigits(value) ? giveText(context, fieldText(value)) : giveValue(context, value);
+            }
             switch ((*cursor.columns)[place].type) {
             case ColumnType::text:
                 if (row.text(place, cursor.text)) giveText(context, jet::toUtf8(cursor.text));

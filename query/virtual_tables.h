@@ -17,7 +17,8 @@
 namespace query {
 
 /// The tables of a file as SQLite sees them. Fields become numbers and texts; moments are texts (moments.h), True is
-/// -1.
+/// -1. Money and decimals are numbers under their name, and with all their digits, where these are too many for a
+/// number as a text, in a hidden column (exactName()).
 ///
 /// A read table is walked in passing, so that memory does not grow with it. An index of the table finds rows by one
 /// value, or between two numbers or dates. For a join on another column the rows of the inner table are remembered by

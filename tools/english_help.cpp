@@ -55,7 +55,9 @@ constexpr EnglishHelp helps[] = {
      "Functions:   IIf Nz IsNull | Len Left Right Mid UCase LCase Trim LTrim RTrim InStr Replace StrComp Val CStr Format |\n"
      "             Abs Int Fix Round Sgn Sqr CInt CLng CDbl CSng CCur | Now Date Time Year Month Day Hour Minute Second\n"
      "             Weekday DateSerial TimeSerial DateAdd DateDiff DatePart DateValue CDate\n"
-     "Top n gives exactly n rows. Decimal fields count with 15 digits here; export gives all of them.\n"},
+     "Top n gives exactly n rows. And, Or, Xor and Not do not tie numbers bit by bit: every number but zero is true. Money\n"
+     "and Decimal values of more than 15 digits are written and shown as they are; reckoned with and compared they have 15\n"
+     "(but for CCur).\n"},
     {"schema", "FILE [--dialect sqlite|postgres]", "writes tables, keys and relationships as SQL text",
      "SQLite and PostgreSQL both take it; with --dialect one of them alone, and then counters and tables that refer to\n"
      "each other are written, too. Relationships that the file does not enforce are comments.\n"},

@@ -31,7 +31,10 @@ constinit const char* const sqlHelp =
     "İşlev:   IIf Nz IsNull | Len Left Right Mid UCase LCase Trim LTrim RTrim InStr Replace StrComp Val CStr Format |\n"
     "         Abs Int Fix Round Sgn Sqr CInt CLng CDbl CSng CCur | Now Date Time Year Month Day Hour Minute Second\n"
     "         Weekday DateSerial TimeSerial DateAdd DateDiff DatePart DateValue CDate\n"
-    "Top n tam n satır verir. Decimal alanlar burada 15 basamakla sayılır; export hepsini verir.\n";
+    "Top n tam n satır verir. And, Or, Xor ve Not sayıları bit bit bağlamaz: sıfırdan başka her sayı doğrudur. 15\n"
+    "basamaktan uzun para ve Decimal değerler olduğu gibi yazılır ve gösterilir; hesapta ve karşılaştırmada 15 "
+    "basamakla\n"
+    "sayılırlar (CCur dışında).\n";
 
 namespace {
 
@@ -80,9 +83,9 @@ int runSql(files::Disk& disk, Arguments given)
         const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
         const std::uint64_t rows = query::execute(*database, sql, speaksEnglish(), parameters);
         const char first = static_cast<char>(sql[sql.find_first_not_of(" \t\r\n")] | 0x20);
-        sayDone(std::to_string(rows) + (first == 'd'   ? said(" satır silindi.", " rows deleted.")
-                                        : first == 'i' ? said(" satır eklendi.", " rows added.")
-                                                       : said(" satır değiştirildi.", " rows changed.")));
+        sayDone(first == 'd'   ? counted(rows, " satır silindi.", " row deleted.", " rows deleted.")
+                : first == 'i' ? counted(rows, " satır eklendi.", " row added.", " rows added.")
+                               : counted(rows, " satır değiştirildi.", " row changed.", " rows changed."));
         return 0;
     }
     const Format format = formatOf(parsed, false);

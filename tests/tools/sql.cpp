@@ -237,6 +237,37 @@ RowTable<QuestionRow> sqlQuestions()
         {"a union of two types",
          {"Select a From (Select Yuzde As a From Cari Where Nakit=20 Union Select Unvan From Cari Where Nakit=20) As u",
           "a|10|Veli"}},
+        {"And, Or, Xor and Not of numbers are not bit by bit",
+         {"Select 6 And 1 As a, 6 And 0 As b, 4 Or 0 As c, Not 5 As d, 2 Xor 1 As e From Cari Where Nakit=20",
+          "a,b,c,d,e|-1,0,-1,0,0"}},
+        {"CCur to the last digit, halves to the even neighbour",
+         {"Select CCur(1.00005) As a, CCur(1.00015) As b, CCur('922337203685477.5807') As c, "
+          "CCur(123456789012.3456) As d, CCur(-2.00005) As e, CCur(0.00004) As f, CCur('1e3') As g, CCur(' 12 ') As h "
+          "From Cari Where Nakit=20",
+          "a,b,c,d,e,f,g,h|1,1.0002,922337203685477.5807,123456789012.3456,-2,0,1000,12"}},
+        {"CSng is a number of four bytes",
+         {"Select CSng(0.1) As a, CSng(16777217) As b, CSng(1/3) As c From Cari Where Nakit=20",
+          "a,b,c|0.1,16777216,0.33333334"}},
+        {"letters outside of the first plane count twice",
+         {"Select Len('a😀b') As a, Left('a😀b',3) As b, Mid('a😀b',4) As c, InStr('a😀b','b') As d From Cari Where "
+          "Nakit=20",
+          "a,b,c,d|4,a😀,b,4"}},
+        {"dates as people write them",
+         {"Select CDate('2025-11-20') As a, CDate('20.11.2025 14:05') As b, Year('13/02/2024') As c, "
+          "DateValue('2025-11-20 14:05') As d, CDate('14:05') As e, Month('20 Kasım 2025') As f, CDate('45981') As g "
+          "From Cari Where Nakit=20",
+          "a,b,c,d,e,f,g|2025-11-20T00:00:00,2025-11-20T14:05:00,2024,2025-11-20T00:00:00,1899-12-30T14:05:00,11,"
+          "2025-11-20T00:00:00"}},
+        {"the hours of the calendar's first day",
+         {"Select #1/1/100 6:00# As a, Hour(#1/1/100 6:00#) As b, DateAdd('h',18,#1/1/100 6:00#) As c From Cari Where "
+          "Nakit=20",
+          "a,b,c|0100-01-01T06:00:00,6,0100-01-02T00:00:00"}},
+        {"Distinct in the order of what it chooses",
+         {"Select Distinct CariHar As Ad From Hareket Order By Ad Desc", "Ad|Veli|Işıl|Ali Çelik"}},
+        {"numbers of many digits",
+         {"Select 12345678901234567 As a, -0.12345678901234567 As b, - -1234567890123456.5 As c From Cari Where "
+          "Nakit=20",
+          "a,b,c|12345678901234567,-0.12345678901234567,1234567890123456.5"}},
         {"division by nothing", {"Select 1/0 As B, Unvan From Cari Where Nakit=20", "B,Unvan|,Veli"}},
         {"a table by its name alone", {"[Cari]", "Unvan,Yuzde,Kap,Nakit|Veli,10,,20|Ali Çelik,12.5,,10.5|Çetin,,,"}},
         {"an apostrophe", {"Select Unvan From Cari Where Unvan = 'O''Neill' Or Unvan = \"çetin\"", "Unvan|Çetin"}},
@@ -316,6 +347,13 @@ RowTable<RefusedRow> sqlRefusals()
         {"another first week", {"Select DatePart('ww',#1/1/2025#,2,2)", "1 Ocak'ın haftası"}},
         {"another first day", {"Select Weekday(#1/1/2025#,0)", "haftanın ilk günü"}},
         {"a number too large for CInt", {"Select CInt(40000)", "en çok 32767"}},
+        {"a number too large for CSng", {"Select CSng(1e39)", "CSng için çok büyük"}},
+        {"money that has no room", {"Select CCur(1e15)", "en çok 922337203685477.5807"}},
+        {"a number of decimals below zero", {"Select Round(5,-1)", "sıfırdan küçük bir basamak"}},
+        {"Distinct in the order of another column",
+         {"Select Distinct Unvan From Cari Order By Nakit", "Distinct'in yanında"}},
+        {"a date that reads both ways", {"Select CDate('03/04/2025')", "önce gün mü ay mı"}},
+        {"a text that is no date", {"Select Year('dün')", "bir tarih değil"}},
         {"a text that is infinite", {"Select 'inf'+1", "'inf' bir sayı"}},
         {"a sum that no calendar has", {"Select #11/20/2025#+2950000 From Cari", "100 ile 9999"}},
         {"nothing", {"", "select bekleniyor"}},
@@ -495,6 +533,74 @@ TEST_F(SqlRelated, rowsThatHoldEachOtherGoTogetherInWhateverOrderTheyStand)
     ASSERT_EQ(sql("Update Kişi Set Amir = 5 Where Sicil = 4").code, 0);
     ASSERT_EQ(sql("Delete From Kişi").out, "2 satır silindi.\n");
     verifySound(file_);
+}
+
+/// A cash box with money and decimals.
+class SqlMoney : public testing::Test, protected Tool {
+protected:
+    SqlMoney() : file_(path("Kasa.mdb"))
+    {
+        using namespace jet;
+        Database::create(platform::systemDisk(), file_, turkish, DateTime{45000});
+        auto database = Database::open(platform::systemDisk(), file_);
+        database->createTable(u"Kasa",
+                              {{.name = u"No", .type = ColumnType::longInteger},
+                               {.name = u"Para", .type = ColumnType::currency},
+                               {.name = u"Sayı", .type = ColumnType::numeric, .precision = 28, .scale = 4},
+                               {.name = u"Yazı", .type = ColumnType::text, .size = 40}},
+                              {}, DateTime{45000});
+    }
+    void change(const std::string& text) const
+    {
+        const Outcome outcome = run({"sql", file_, text});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+    }
+    std::string lines(const Arguments& question) const
+    {
+        const Outcome outcome = run(question);
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        std::string all;
+        const std::vector<std::string> each = split(outcome.out, "\r\n");
+        for (std::size_t i = 1; i + 1 < each.size(); ++i) all += (i == 1 ? "" : "|") + each[i];
+        return all;
+    }
+    std::string file_;
+};
+
+TEST_F(SqlMoney, isWrittenCopiedAndShownToItsLastDigit)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    change("Insert Into Kasa (No, Para, Sayı) Values (1, 922337203685477.5807, 123456789012345678901.2345)");
+    change("Insert Into Kasa (No, Para, Sayı, Yazı) Values (2, -922337203685477.5808, -0.00015, 123456789012345678)");
+    change("Insert Into Kasa Select No + 2, Para, Sayı, Para From Kasa Where No = 1");
+    change("Insert Into Kasa (No, Para) Values (4, 12345678901234.56785)");
+    change("Insert Into Kasa (No, Para) Values (5, CCur('12345678901234.56775'))");
+    change("Update Kasa Set Sayı = Para Where No >= 4");
+    const std::string rows = "1,922337203685477.5807,123456789012345678901.2345,|"
+                             "2,-922337203685477.5808,-0.0002,123456789012345678|"
+                             "3,922337203685477.5807,123456789012345678901.2345,922337203685477.5807|"
+                             "4,12345678901234.5678,12345678901234.5678,|"
+                             "5,12345678901234.5678,12345678901234.5678,";
+    ASSERT_EQ(lines({"export", file_, "Kasa"}), rows);
+    ASSERT_EQ(lines({"sql", file_, "Select * From Kasa"}), rows);
+    ASSERT_EQ(lines({"sql", file_, "Select Para, No From Kasa Where Para > 900000000000000 Order By 1, No Desc"}),
+              "922337203685477.5807,3|922337203685477.5807,1");
+    ASSERT_EQ(lines({"sql", file_, "Select Top 1 Para From Kasa Order By Para"}), "-922337203685477.5808");
+    verifySound(file_);
+}
+
+/// Beside numbers that have room they are put in order, compared and grouped as numbers.
+TEST_F(SqlMoney, ofManyDigitsIsANumberAmongNumbers)
+{
+    if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    for (const char* row : {"1, 5", "2, 922337203685477.5807", "3, -922337203685477.5808", "4, 922337203685477.5807"})
+        change("Insert Into Kasa (No, Para) Values (" + std::string(row) + ")");
+    ASSERT_EQ(lines({"sql", file_, "Select No From Kasa Order By Para, No"}), "3|1|2|4");
+    ASSERT_EQ(lines({"sql", file_, "Select Count(*) From (Select Distinct Para From Kasa) As t"}), "3");
+    ASSERT_EQ(lines({"sql", file_, "Select Count(*) From Kasa As a Inner Join Kasa As b On a.Para = b.Para"}), "6");
+    ASSERT_EQ(lines({"sql", file_, "Select No From Kasa Where Para < 6 Order By No"}), "1|3");
+    ASSERT_EQ(lines({"sql", file_, "Select Sum(Para) From Kasa Where No < 2 Union Select Para From Kasa Where No = 1"}),
+              "5");
 }
 
 struct SavedRow {
