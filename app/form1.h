@@ -121,8 +121,6 @@ public:
     /// What other counters did may come into the file now: no action is under way, and nothing is touched, unless it
     /// has waited for so many milliseconds that others would wait for it too long.
     bool mayTakeNews(qint64 waited) const;
-    /// A slip of that customer is on its way: whether it was stored is asked by counting its pressings.
-    bool slipWaitsFor(const QString& customer) const;
     void newsTaken(const shared::Taken& taken);
     /// Logs and tells a bug of our own that came from outside an action; `action` says what was being done.
     void ownBug(const std::exception& error, const QString& action, const char* file = __builtin_FILE(),
@@ -322,6 +320,7 @@ private:
     void refuseToEmpty();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
     void journalShrunk();
+    void listJournalAgain();
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;
@@ -348,6 +347,7 @@ private:
     /// Before a statement: a name that was typed and not picked, or that the grid does not list, gets its report. False
     /// when there is no such customer; the status line says so.
     bool listNamedCustomer();
+    void listAgain();
     /// A date of the panel became another one: the days in order, and the report.
     void periodChanged(reports::Picker changed);
     /// The grid marks the current row of its listing, if that has rows.
@@ -379,8 +379,9 @@ private:
     bool recalling_ = false; ///< terms of the register are being shown
     int actions_ = 0;        ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
-    QStringList notes_; ///< to be shown when they have ended
-    int ofOthers_ = 0;  ///< pressings that came in since the journal was listed
+    QStringList notes_;         ///< to be shown when they have ended
+    int ofOthers_ = 0;          ///< pressings that came in since the journal was listed
+    bool listingIsOld_ = false; ///< the panel's: others have changed the journal since
     int scaleEvents_ = 0;
     bool scaleFaultTold_ = false; ///< in a box, since the operator last acted on the port
     QString portFault_;           ///< why the stored settings of the port could not be used; empty: they could

@@ -114,6 +114,7 @@ void Form1::panelTakesItsLabelBack()
 
 void Form1::listWhole(const QString& source)
 {
+    listingIsOld_ = false;
     GünData.setRecordSource(source);
     VeriYenile(GünData);
     IzgaraDuzenle();
@@ -144,6 +145,7 @@ reports::ReportQuestion Form1::reportQuestion() const
 
 void Form1::RaporYenile()
 {
+    listingIsOld_ = false;
     reports::RaporYenile(reportQuestion(), {GünData, surroundings_.databases, surroundings_.now(), letWeightsIn});
     gridRows_->rowsChanged();
     showGridPosition();
@@ -192,7 +194,10 @@ void Form1::KapatCmd_Click(int Index)
     status->setNotice({});
     if (Index != 0) {
         const ButtonAtWork printing(*KapatCmd[Index]);
-        if (listNamedCustomer()) printStatement();
+        if (listNamedCustomer()) {
+            if (listingIsOld_) listAgain();
+            printStatement();
+        }
         return;
     }
     Frame4->setVisible(false);
@@ -219,6 +224,16 @@ bool Form1::listNamedCustomer()
     RaporYenile();
     showGridForNames();
     return true;
+}
+
+/// The rows of a statement are asked for anew, its sums are those of the listing: both must be of one moment.
+void Form1::listAgain()
+{
+    const QString source = GünData.recordSource();
+    if (source == mill::wholeJournal || source == mill::customerTable)
+        listWhole(source);
+    else
+        RaporYenile();
 }
 
 void Form1::showGridForNames()

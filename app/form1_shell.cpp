@@ -90,12 +90,17 @@ void Form1::showUnseen()
     if (!unseen.isEmpty()) surroundings_.prompt.exclamation(unseen.join(u"\n\n"_s));
 }
 
-void Form1::journalShrunk()
+void Form1::listJournalAgain()
 {
     base::passOver([this] {
         DataHar.refresh();
         ofOthers_ = 0;
     });
+}
+
+void Form1::journalShrunk()
+{
+    listJournalAgain();
     showFacts();
 }
 
@@ -105,17 +110,15 @@ bool Form1::mayTakeNews(qint64 waited) const
     return actions_ == 0 && (preparation_.isStill() || waited >= longEnough);
 }
 
-bool Form1::slipWaitsFor(const QString& customer) const
-{
-    const std::optional<store::SlipNote> slip = surroundings_.slips.open();
-    return slip && slip->pressing.customer == customer;
-}
-
 void Form1::newsTaken(const shared::Taken& taken)
 {
-    if (taken.deletions) return journalShrunk();
+    // A counter that prints no slip today, an office's, has its copy of the day as well.
+    if (taken.pressings > 0 && surroundings_.backups)
+        surroundings_.backups->pressingStored(DataCari.database(), surroundings_.now());
+    listingIsOld_ = listingIsOld_ || taken.deletions || taken.pressings > 0;
     ofOthers_ += taken.pressings;
-    if (taken.pressings > 0) showJournalSize();
+    if (taken.deletions) listJournalAgain();
+    if (taken.deletions || taken.pressings > 0) showJournalSize();
 }
 
 void Form1::activated()

@@ -95,8 +95,14 @@ int main(int argc, char** argv)
         form.ownBug(error, receiver);
     };
     form.start();
-    const std::unique_ptr<app::ServerLine> server = app::lineToServer(form, databases);
+    std::unique_ptr<app::ServerLine> server = app::lineToServer(form, databases);
+    // A file that could not be opened at the start is, when the operator tries again.
+    databases.onOpened([&] {
+        QMetaObject::invokeMethod(
+            &form, [&] { server = app::lineToServer(form, databases); }, Qt::QueuedConnection);
+    });
     const int code = QApplication::exec();
     application.onUnexpected = nullptr; // the form goes first
+    databases.onOpened({});
     return code;
 }

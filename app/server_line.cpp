@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
+#include <cmath>
 #include <span>
 #include <utility>
 
@@ -22,11 +23,17 @@ constexpr int retry = 50;                 // ms, while somebody works
 constexpr std::size_t mostPending = 5000; // lines at hand; the line keeps a few more, and then reads on later
 constexpr int faultPause = 2000;          // ms, until a file that refuses is tried again
 
-/// The customer of a pressing that a line brings; empty for all else.
-QString newPressingOf(const postgres::HistoryLine& line)
+constexpr double sameMoment = 1.0 / 86400; // days
+
+/// The line is about a pressing of the slip's customer at its moment.
+bool concerns(const postgres::HistoryLine& line, const store::SlipNote& slip)
 {
-    if (line.table != "hareket" || line.after.empty()) return {};
-    return QJsonDocument::fromJson(QByteArray::fromStdString(line.after)).object()[u"carihar"_s].toString();
+    const auto is = [&](const std::string& json) {
+        const QJsonObject row = QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
+        return row[u"carihar"_s].toString() == slip.pressing.customer &&
+               std::abs(row[u"tarih"_s].toDouble() - slip.moment) < sameMoment;
+    };
+    return line.table == "hareket" && (is(line.before) || is(line.after));
 }
 
 } // namespace
@@ -67,10 +74,9 @@ void ServerLine::look()
 std::size_t ServerLine::sliceLength() const
 {
     const std::size_t most = std::min(slice, pending_.size() - done_);
-    for (std::size_t i = 0; i < most; ++i) {
-        const QString customer = newPressingOf(pending_[done_ + i]);
-        if (!customer.isEmpty() && doors_.mustWait(customer)) return i;
-    }
+    const std::optional<store::SlipNote> slip = doors_.slip();
+    for (std::size_t i = 0; slip && i < most; ++i)
+        if (concerns(pending_[done_ + i], *slip)) return i;
     return most;
 }
 
@@ -79,9 +85,8 @@ void ServerLine::step()
     int next = retry;
     if (doors_.mayTake(sinceFirst_.elapsed())) {
         try {
-            takeSlice();
+            next = takeSlice() ? pause : faultPause;
             fault_.clear();
-            next = pause;
         } catch (const base::RuntimeError& error) {
             fault_ = error.text();
             next = faultPause;
@@ -91,18 +96,22 @@ void ServerLine::step()
     if (!pending_.empty()) timer_.start(next);
 }
 
-void ServerLine::takeSlice()
+bool ServerLine::takeSlice()
 {
     const std::size_t length = sliceLength();
-    if (length == 0) return;
-    const shared::Taken taken = engine_->take(std::span(pending_).subspan(done_, length));
+    if (length == 0) return false;
+    shared::Taken taken = engine_->take(std::span(pending_).subspan(done_, length));
+    deletions_ = deletions_ || taken.deletions;
     done_ += length;
     if (done_ == pending_.size()) {
         pending_.clear();
         done_ = 0;
         look();
     }
+    // The journal is listed anew for them: once, not for each slice.
+    taken.deletions = pending_.empty() && std::exchange(deletions_, false);
     doors_.taken(taken);
+    return true;
 }
 
 void ServerLine::tell()
@@ -117,8 +126,7 @@ void ServerLine::tell()
         state += u"%1 sıkım bekliyor"_s.arg(waiting);
     else
         state += connected_ ? u"kabul etmiyor"_s : u"bağlantı yok"_s;
-    // What the server itself said, in brackets, is for whoever sets it up.
-    if (!why_.isEmpty() && fault_.isEmpty()) state += u". "_s + why_.section(u" ("_s, 0, 0);
+    if (!why_.isEmpty() && fault_.isEmpty()) state += u". "_s + why_;
     if (!clock_.isEmpty()) state += u"; "_s + clock_;
     doors_.told(state);
 }
@@ -135,6 +143,10 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
     try {
         const postgres::ServerSettings settings = postgres::readServerSettings(platform::systemDisk(), folder);
         if (!engine && settings.book.empty()) return nullptr;
+        if (!engine && !form.DataCari.hasRecordSet()) {
+            say(u"Sunucu: veritabanı açılınca bağlanılacak"_s);
+            return nullptr;
+        }
         if (!engine) {
             say(u"Sunucu: bu dosya ortak deftere bağlı değil; presva-mdb to-server ile bağlayın"_s);
             return nullptr;
@@ -147,7 +159,7 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
         return std::make_unique<ServerLine>(
             engine, settings,
             ServerLine::Doors{.mayTake = [&form](qint64 waited) { return form.mayTakeNews(waited); },
-                              .mustWait = [&form](const QString& customer) { return form.slipWaitsFor(customer); },
+                              .slip = [&form] { return form.surroundings().slips.open(); },
                               .taken = [&form](const shared::Taken& taken) { form.newsTaken(taken); },
                               .told = say});
     } catch (const files::Error& error) {

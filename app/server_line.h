@@ -3,6 +3,7 @@
 #include "store/joint/shared_databases.h"
 #include "store/postgres/server_settings.h"
 #include "store/postgres/shared_line.h"
+#include "store/slip_note.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -10,6 +11,7 @@
 #include <QTimer>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace app {
@@ -23,8 +25,9 @@ public:
         /// A slice may be taken in: no action is under way and nothing is touched; or, when it has waited for so many
         /// milliseconds, at least no action is.
         std::function<bool(qint64 waited)> mayTake;
-        /// A pressing of that customer must not come in yet: a slip of the same one is on its way.
-        std::function<bool(const QString& customer)> mustWait;
+        /// The slip that is on its way to the printer, if there is one: whether it was booked is told by counting the
+        /// pressings of its customer at its moment, and so none of these comes or goes until it is settled.
+        std::function<std::optional<store::SlipNote>()> slip;
         std::function<void(const shared::Taken&)> taken;
         std::function<void(const QString&)> told; ///< how the line stands, for the status line
     };
@@ -35,14 +38,15 @@ public:
 private:
     void look();
     void step();
-    void takeSlice();
+    bool takeSlice(); ///< false while a slip on its way makes the next line wait
     void tell();
     std::size_t sliceLength() const;
 
     std::shared_ptr<shared::SharedEngine> engine_;
     Doors doors_;
     std::vector<postgres::HistoryLine> pending_;
-    std::size_t done_ = 0; ///< of `pending_`
+    std::size_t done_ = 0;   ///< of `pending_`
+    bool deletions_ = false; ///< were among them, and were not told
     bool connected_ = false;
     QString why_;
     QString clock_;

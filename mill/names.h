@@ -55,6 +55,7 @@ struct Giden {
         Veri,   ///< the change, as presva.islet takes it
     };
     static constexpr std::array<std::u16string_view, 5> fields = {u"Sira", u"Kimlik", u"Ne", u"Unvan", u"Veri"};
+    static constexpr std::u16string_view pressingComes = u"sikim"; ///< in Ne
 };
 
 /// Only there, one row: up to where the file knows the register's history.

@@ -22,6 +22,8 @@ std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return st
 
 std::optional<QString> Engine::whyNotEmptied() { return std::nullopt; }
 
+bool Engine::hasTable(const QString& /*table*/) { return false; }
+
 std::unique_ptr<Snapshot> Engine::snapshot() { throw base::runtimeError(base::errors::invalidCall); }
 
 QString connectionText(const QString& path) { return provider + dataSource + path; }

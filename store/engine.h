@@ -91,13 +91,15 @@ public:
     /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first
     /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
     virtual std::optional<QString> whyReadOnly(const QString& table);
-
     /// Why a whole table may not be emptied from here, in a sentence for people; nothing when it may.
     virtual std::optional<QString> whyNotEmptied();
 
     /// The first call begins to find out, on a thread of its own, what whyReadOnly() tells of these tables; true when
     /// that is done. Then that question is quick, if nothing was written meanwhile.
     virtual bool prepareWriting(const QStringList& tables);
+
+    /// Whether there is a table of that name beside the mill's own. An engine that knows of no others says no.
+    virtual bool hasTable(const QString& table);
 
     /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
     virtual std::unique_ptr<Snapshot> snapshot();

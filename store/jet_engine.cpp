@@ -319,6 +319,12 @@ public:
         });
     }
 
+    bool hasTable(const QString& table) override
+    {
+        return passing(
+            [&] { return jet::onWhatIsThere(database_->pager(), [&] { return database_->hasTable(u16(table)); }); });
+    }
+
     std::unique_ptr<Snapshot> snapshot() override
     {
         return passing([&] { return std::make_unique<JetSnapshot>(disk_, database_->pager().snapshot()); });

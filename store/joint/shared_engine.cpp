@@ -22,7 +22,7 @@ using mill::Cari, mill::Durum, mill::Giden, mill::Hareket;
 using store::FieldValue;
 
 // What presva.islet calls the changes.
-const QString pressingComes = u"sikim"_s;
+const QString pressingComes = mill::text(Giden::pressingComes);
 const QString customerTerms = u"cari"_s;
 const QString pressingsGo = u"sikimlar-sil"_s;
 const QString customerGoes = u"cari-sil"_s;
@@ -98,7 +98,12 @@ QJsonObject objectIn(const std::string& json)
 
 class SharedScope : public store::ChangeScope {
 public:
-    explicit SharedScope(SharedEngine& engine) : engine_(engine), inner_(engine.file_->change()) { ++engine_.depth_; }
+    explicit SharedScope(SharedEngine& engine) : engine_(engine)
+    {
+        if (engine.depth_ == 0) engine.requireLoaded();
+        inner_ = engine.file_->change();
+        ++engine_.depth_;
+    }
     ~SharedScope() override
     {
         inner_.reset();
@@ -106,8 +111,11 @@ public:
     }
     void commit() override
     {
+        if (engine_.depth_ > 1) return inner_->commit();
+        engine_.loaded_ = false; // a commit that fails may have reached the file all the same
         inner_->commit();
-        if (engine_.depth_ == 1) engine_.committed();
+        engine_.loaded_ = true;
+        engine_.committed();
     }
 
 private:
@@ -118,34 +126,46 @@ private:
 SharedEngine::SharedEngine(std::shared_ptr<store::Engine> file)
     : file_(std::move(file)), customers_(fieldsOf(*file_, mill::customerNamed(mill::totalsName))),
       journal_(fieldsOf(*file_, mill::pressingsWhere(mill::totalsCriteria))),
-      notes_(fieldsOf(*file_, mill::text(Giden::table))), state_(file_->open(mill::text(Durum::table)))
+      notes_(fieldsOf(*file_, mill::text(Giden::table)))
 {
-    if (state_.rows.empty())
-        throw base::RuntimeError(base::errors::databaseFault, u"Bu dosya ortak bir deftere bağlı değil."_s);
-    const auto text = [this](Durum::Field field) { return file_->field(state_, state_.rows[0], field).text(); };
-    place_ = {text(Durum::Defter).toStdString(), text(Durum::Kimlik).toStdString(),
-              std::llround(file_->field(state_, state_.rows[0], Durum::Sira).number().value_or(0)),
-              text(Durum::Iz).toStdString()};
-    loadWaiting();
+    load();
 }
 
-void SharedEngine::loadWaiting()
+void SharedEngine::requireLoaded()
 {
-    waiting_.clear();
-    customersWaiting_.clear();
-    waitingPressings_ = 0;
+    if (!loaded_) load();
+}
+
+/// Everything or nothing: half of the notes would make this counter's own pressings come in as another's.
+void SharedEngine::load()
+{
+    loaded_ = false;
+    const store::Listing state = file_->open(mill::text(Durum::table));
+    if (state.rows.empty())
+        throw base::RuntimeError(base::errors::databaseFault, u"Bu dosya ortak bir deftere bağlı değil."_s);
+    const auto stated = [&](Durum::Field field) { return file_->field(state, state.rows[0], field); };
+    postgres::Place place = {stated(Durum::Defter).text().toStdString(), stated(Durum::Kimlik).text().toStdString(),
+                             std::llround(stated(Durum::Sira).number().value_or(0)),
+                             stated(Durum::Iz).text().toStdString()};
+
+    std::vector<Note> notes;
     const store::Listing all = file_->open(mill::text(Giden::table));
     for (const store::RowKey row : all.rows) {
         const auto text = [&](Giden::Field field) { return file_->field(all, row, field).text(); };
-        Note note{row,
-                  file_->field(all, row, Giden::Sira).number().value_or(0),
-                  text(Giden::Kimlik),
-                  text(Giden::Ne),
-                  text(Giden::Unvan),
-                  text(Giden::Veri).toUtf8()};
-        lastNumber_ = std::max(lastNumber_, note.number);
-        keep(note);
+        notes.push_back({row, file_->field(all, row, Giden::Sira).number().value_or(0), text(Giden::Kimlik),
+                         text(Giden::Ne), text(Giden::Unvan), text(Giden::Veri).toUtf8()});
     }
+
+    state_ = state;
+    place_ = std::move(place);
+    waiting_.clear();
+    customersWaiting_.clear();
+    waitingPressings_ = 0;
+    for (const Note& each : notes) {
+        lastNumber_ = std::max(lastNumber_, each.number);
+        keep(each);
+    }
+    loaded_ = true;
 }
 
 void SharedEngine::keep(const Note& note)
@@ -440,21 +460,21 @@ private:
 
 Taken SharedEngine::take(std::span<const postgres::HistoryLine> lines)
 {
+    requireLoaded();
+    // The file may have come further than a commit that failed has told.
+    while (!lines.empty() && lines.front().number <= place_.number) lines = lines.subspan(1);
     if (lines.empty()) return {};
-    try {
-        const std::unique_ptr<store::ChangeScope> change = file_->change();
-        Taking taking(*this);
-        for (const postgres::HistoryLine& each : lines) taking.take(each);
-        file_->update(state_, state_.rows[0],
-                      {{Durum::Sira, static_cast<double>(lines.back().number)}, {Durum::Iz, qt(lines.back().mark)}});
-        change->commit();
-        place_.number = lines.back().number;
-        place_.mark = lines.back().mark;
-        return taking.taken();
-    } catch (...) {
-        loadWaiting(); // the file is as it was
-        throw;
-    }
+    loaded_ = false; // until it is certain what the file has
+    const std::unique_ptr<store::ChangeScope> change = file_->change();
+    Taking taking(*this);
+    for (const postgres::HistoryLine& each : lines) taking.take(each);
+    file_->update(state_, state_.rows[0],
+                  {{Durum::Sira, static_cast<double>(lines.back().number)}, {Durum::Iz, qt(lines.back().mark)}});
+    change->commit();
+    place_.number = lines.back().number;
+    place_.mark = lines.back().mark;
+    loaded_ = true;
+    return taking.taken();
 }
 
 } // namespace shared

@@ -53,6 +53,7 @@ public:
     bool prepareWriting(const QStringList& tables) override { return file_->prepareWriting(tables); }
     std::optional<QString> whyReadOnly(const QString& table) override { return file_->whyReadOnly(table); }
     std::optional<QString> whyNotEmptied() override;
+    bool hasTable(const QString& table) override { return file_->hasTable(table); }
     std::unique_ptr<store::Snapshot> snapshot() override { return file_->snapshot(); }
 
     /// Where the file stands in the history.
@@ -64,7 +65,7 @@ public:
     void onWaiting(std::function<void(const std::vector<postgres::WaitingChange>&)> told) { told_ = std::move(told); }
 
     /// Brings lines of the history into the file, all or none, outside of any other change. They follow one another
-    /// from place() on.
+    /// from place() on, or from before it: what the file knows is passed over.
     Taken take(std::span<const postgres::HistoryLine> lines);
 
 private:
@@ -79,7 +80,8 @@ private:
     };
     class Taking;
 
-    void loadWaiting();
+    void load();
+    void requireLoaded();
     void keep(const Note& note);
     void drop(const QString& identity);
     static bool isOfRegister(const Note& note);
@@ -97,6 +99,7 @@ private:
 
     std::shared_ptr<store::Engine> file_;
     store::Listing customers_, journal_, notes_, state_; ///< their fields; the last one its row, too
+    bool loaded_ = false; ///< what stands below is what the file has; false behind a failure, until it was read anew
     postgres::Place place_;
     std::vector<Note> fresh_;              ///< of the change that is open
     QHash<QString, Note> waiting_;         ///< by identity

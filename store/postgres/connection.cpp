@@ -22,7 +22,7 @@ using Answer = std::unique_ptr<PGresult, decltype(&PQclear)>;
 
 /// What the program needs of a session, whoever set the server up: numbers to the bit, no waiting for ever for
 /// somebody else's lock, no transaction that stands open after we are gone.
-constexpr const char* sessionOptions = "-c extra_float_digits=1 -c timezone=UTC -c lock_timeout=10s "
+constexpr const char* sessionOptions = "-c extra_float_digits=1 -c timezone=UTC -c datestyle=ISO -c lock_timeout=10s "
                                        "-c idle_in_transaction_session_timeout=60s";
 
 /// What libpq says, in one line; without the place in the server's own source.
@@ -83,15 +83,34 @@ constexpr Known known[] = {
      "The server may only be read (a standby); name the one that is written."},
 };
 
-std::string sentence(const std::string& state, const std::string& message, const char* otherwise)
+/// Of those that have a sentence of their own.
+std::optional<ServerError> knownError(const std::string& state, const std::string& detail)
 {
-    std::string text = otherwise;
-    for (const Known& each : known) {
-        if (state.empty() || !state.starts_with(each.state)) continue;
-        text = said(each.turkish, each.english);
-        break;
-    }
-    return text + " (" + message + ")";
+    for (const Known& each : known)
+        if (!state.empty() && state.starts_with(each.state))
+            return ServerError(said(each.turkish, each.english), detail);
+    return std::nullopt;
+}
+
+/// What libpq itself says before a server has, which has no code.
+std::optional<ServerError> errorOfOurSide(const std::string& message)
+{
+    const auto says = [&](const char* words) { return message.find(words) != std::string::npos; };
+    if (says("no password supplied"))
+        return ServerError(
+            said("Sunucu parola istiyor: ~/.pgpass dosyasında bu sunucu ve kullanıcı için bir satır yok ya "
+                 "da dosyanın izni 600 değil.",
+                 "The server asks for a password: ~/.pgpass has no line for this server and user, or is "
+                 "not of mode 600."),
+            message);
+    if (says("certificate"))
+        return ServerError(
+            said("Sunucunun sertifikası tutmuyor; Sunucu.ini'deki Adres sertifikada yazan ad, Sertifika "
+                 "sunucunun dosyası olmalı.",
+                 "The server's certificate does not fit; Adres of Sunucu.ini must be a name that it says, "
+                 "Sertifika the server's file."),
+            message);
+    return std::nullopt;
 }
 
 } // namespace
@@ -148,11 +167,11 @@ struct Connection::State {
         if (PQstatus(line) != CONNECTION_OK) {
             const std::string message = PQerrorMessage(line);
             close();
-            const std::string state = stateIn(message);
-            throw ServerError(sentence(state, oneLine(message),
-                                       said("Sunucuya bağlanılamadı; Sunucu.ini'yi, ağı ve sunucuyu denetleyin.",
-                                            "No connection to the server; look at Sunucu.ini, the network and the "
-                                            "server.")));
+            if (const auto error = knownError(stateIn(message), oneLine(message))) throw ServerError(*error);
+            if (const auto error = errorOfOurSide(oneLine(message))) throw ServerError(*error);
+            throw ServerError(said("Sunucuya bağlanılamadı; Sunucu.ini'yi, ağı ve sunucuyu denetleyin.",
+                                   "No connection to the server; look at Sunucu.ini, the network and the server."),
+                              oneLine(message));
         }
         PQsetErrorVerbosity(line, PQERRORS_DEFAULT);
         PQsetnonblocking(line, 1);
@@ -219,7 +238,7 @@ struct Connection::State {
     {
         const std::string message = line != nullptr ? oneLine(PQerrorMessage(line)) : "";
         close();
-        throw ServerError(lostSentence() + (message.empty() ? "" : " (" + message + ")"));
+        throw ServerError(lostSentence(), message);
     }
 
     [[noreturn]] void silent()
@@ -295,10 +314,10 @@ struct Connection::State {
             return std::string(text != nullptr ? text : "");
         };
         const std::string state = field(PG_DIAG_SQLSTATE);
-        if (state.empty())
-            return ServerError(std::string(lostSentence()) + " (" + oneLine(PQresultErrorMessage(answer)) + ")");
-        return ServerError(sentence(state, state + " " + field(PG_DIAG_MESSAGE_PRIMARY),
-                                    said("Sunucu bunu yapmadı.", "The server did not do that.")));
+        if (state.empty()) return ServerError(lostSentence(), oneLine(PQresultErrorMessage(answer)));
+        const std::string itself = state + " " + field(PG_DIAG_MESSAGE_PRIMARY);
+        if (auto error = knownError(state, itself)) return error;
+        return ServerError(said("Sunucu bunu yapmadı: ", "The server did not do that: ") + itself);
     }
 
     bool heardNotice() const

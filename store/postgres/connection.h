@@ -15,10 +15,19 @@
 
 namespace postgres {
 
-/// A failure of the server or of the line to it: a sentence for people, with what the server said behind it.
+/// A failure of the server or of the line to it: a sentence for people, and, for whoever sets the server up, what it
+/// said itself. what() gives both.
 class ServerError : public files::Error {
 public:
-    explicit ServerError(const std::string& sentence) : files::Error(files::Fault::server, sentence) {}
+    explicit ServerError(const std::string& sentence, const std::string& detail = {})
+        : files::Error(files::Fault::server, detail.empty() ? sentence : sentence + " (" + detail + ")"),
+          sentence_(sentence)
+    {
+    }
+    const std::string& sentence() const { return sentence_; }
+
+private:
+    std::string sentence_;
 };
 
 /// How long somebody waits. A line that is dead says nothing: only time tells it from a slow one.

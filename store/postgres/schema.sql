@@ -264,3 +264,30 @@ end
 $$;
 revoke execute on function presva.islet from public;
 grant execute on function presva.islet to presva_sayac;
+
+-- version 3
+
+-- A session's own tables come before all others unless they are named: a counter's user could have put one in the place of
+-- the history.
+alter function presva.gecmise_yaz() set search_path = pg_catalog, presva, pg_temp;
+alter function presva.islet(text, text, jsonb) set search_path = pg_catalog, presva, pg_temp;
+
+-- A register that counters share is no counter's own copy, though both stand under a name of their own.
+alter table presva.sayaclar add column ortak boolean not null default false;
+update presva.sayaclar s set ortak = true
+    where exists (select from presva.hareket h where h.sayac = s.sayac and h.giren <> h.sayac)
+       or exists (select from presva.gecmis g where g.sayac = s.sayac and g.tablo = 'is');
+
+-- A table that is emptied at once would leave no line in the history, and the counters their rows.
+create function presva.bosaltilmaz() returns trigger language plpgsql as
+$$
+begin
+    raise exception 'bu tablo truncate ile boşaltılmaz: sayaçlar duymaz';
+end
+$$;
+create trigger bosaltilmaz before truncate on presva.cari for each statement execute function presva.bosaltilmaz();
+create trigger bosaltilmaz before truncate on presva.hareket for each statement execute function presva.bosaltilmaz();
+
+-- Whose register it is, no counter changes.
+revoke update on presva.sayaclar from presva_sayac;
+grant update (son_numara, aktarildi, ortak) on presva.sayaclar to presva_sayac;

@@ -127,6 +127,11 @@ ServerSettings readServerSettings(files::Disk& disk, const std::filesystem::path
     if (tls != "dogrula" && tls != "kapali")
         reader.refuse(said("TLS dogrula ya da kapali olmalı.", "TLS must be dogrula or kapali."));
     settings.tls = tls == "kapali" ? ServerSettings::Tls::off : ServerSettings::Tls::verified;
+    const bool here = settings.host.starts_with('/') || settings.host == "localhost" || settings.host == "127.0.0.1" ||
+                      settings.host == "::1";
+    if (settings.tls == ServerSettings::Tls::off && !here)
+        reader.refuse(said("TLS=kapali yalnız aynı makinedeki bir sunucu içindir; satırı silin.",
+                           "TLS=kapali is for a server on the same machine alone; take that line out."));
     if (const auto certificate = reader.value("sertifika"))
         settings.certificate = folder / std::filesystem::path(std::u8string(certificate->begin(), certificate->end()));
     return settings;

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <condition_variable>
 #include <ctime>
 #include <deque>
 #include <mutex>
@@ -28,6 +27,13 @@ constexpr std::size_t linesAtOnce = 500;
 constexpr std::size_t mostLines = 5000; // that nobody has taken yet
 constexpr double worthTelling = 300;    // seconds between two clocks
 
+/// What the server itself said is not for the counter's screen.
+std::string sentenceOf(const files::Error& error)
+{
+    const auto* const ofServer = dynamic_cast<const ServerError*>(&error);
+    return ofServer != nullptr ? ofServer->sentence() : std::string(error.what());
+}
+
 [[noreturn]] void refuse(const char* turkish, const char* english) { throw ServerError(said(turkish, english)); }
 
 } // namespace
@@ -47,7 +53,8 @@ struct SharedLine::State {
             try {
                 Connection connection(settings, {}, patience, &wake);
                 const std::string ofClocks = greet(connection);
-                connection.run("listen presva");
+                // Somebody who holds the rows is told of as a refusal, long before the server would seem to be silent.
+                connection.run("set lock_timeout = '2s'; listen presva");
                 brought = 0; // whatever became of the line before: what is done already is not done again
                 say(true, {}, ofClocks);
                 while (!wake.ending()) {
@@ -55,7 +62,15 @@ struct SharedLine::State {
                     if (!readSome(connection) && !more) connection.waitForNotice(betweenLooks);
                 }
             } catch (const files::Error& error) {
-                if (!wake.ending()) say(false, error.what(), {});
+                if (!wake.ending()) say(false, sentenceOf(error), {});
+                wake.wait(betweenTries);
+            } catch (const std::exception& error) {
+                // A server that says what none of ours does must not end the counter.
+                if (!wake.ending())
+                    say(false,
+                        said("Sunucu anlaşılmayan bir şey söyledi: ", "The server said what cannot be read: ") +
+                            std::string(error.what()),
+                        {});
                 wake.wait(betweenTries);
             }
         }
@@ -104,7 +119,8 @@ struct SharedLine::State {
         } catch (const ServerError& error) {
             connection.ask("select"); // a line that is lost is another matter
             refusedUntil = std::chrono::steady_clock::now() + betweenTries;
-            if (why != error.what()) say(true, error.what(), clockSentence);
+            atOnce = 1; // one that is refused does not keep those before it
+            if (why != error.sentence()) say(true, error.sentence(), clockSentence);
             return false;
         }
     }
@@ -117,7 +133,8 @@ struct SharedLine::State {
         bool more = false;
         {
             const std::lock_guard lock(mutex);
-            for (; brought + count < changes.size() && count < changesAtOnce; ++count)
+            if (brought == changes.size()) atOnce = changesAtOnce;
+            for (; brought + count < changes.size() && count < atOnce; ++count)
                 batch += (count > 0 ? "," : "[") + changes[brought + count].json;
             more = brought + count < changes.size();
         }
@@ -131,8 +148,8 @@ struct SharedLine::State {
     bool readSome(Connection& connection)
     {
         {
-            std::unique_lock lock(mutex);
-            taken.wait(lock, [&] { return lines.size() < mostLines || wake.ending(); });
+            const std::lock_guard lock(mutex);
+            if (lines.size() >= mostLines) return false; // until somebody has taken them; changes are brought meanwhile
         }
         const auto rows = connection.ask("select sira, zaman::text, kimlik, tablo, eski, yeni from presva.gecmis "
                                          "where sayac = $1 and sira > $2 order by sira limit $3",
@@ -177,13 +194,13 @@ struct SharedLine::State {
     Place place; ///< what was read last
     std::function<void()> onNews;
     std::size_t brought = 0; ///< of the changes that wait, those that the server was told over this line
+    std::size_t atOnce = changesAtOnce;
     std::chrono::steady_clock::time_point refusedUntil; ///< when a refused change is tried again
     platform::Wake wake;
 
     // ---- Shared ----
 
     std::mutex mutex;
-    std::condition_variable taken;
     std::deque<WaitingChange> changes; ///< in their order, until the history says that they are done
     std::vector<HistoryLine> lines;
     bool connected = false;
@@ -206,7 +223,6 @@ SharedLine::~SharedLine()
         const std::lock_guard lock(state_->mutex);
         state_->wake.end();
     }
-    state_->taken.notify_all();
     state_->thread.join();
 }
 
@@ -226,7 +242,7 @@ News SharedLine::take()
         const std::lock_guard lock(state_->mutex);
         news = {std::exchange(state_->lines, {}), state_->connected, state_->why, state_->clock};
     }
-    state_->taken.notify_all();
+    if (news.lines.size() >= mostLines) state_->wake.up();
     return news;
 }
 

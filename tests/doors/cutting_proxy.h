@@ -4,20 +4,26 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <poll.h>
+#include <span>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 /// A line to a server's socket that breaks behind a number of bytes, counted both ways together. It serves one session
 /// after the other; only the next one that is let in after cutBehind() is cut.
 class CuttingProxy {
 public:
     /// Listens in `folder` as the server of that port would; the real one listens there as another.
-    CuttingProxy(const std::filesystem::path& folder, int port, int realPort)
-        : here_(address(folder, port)), there_(address(folder, realPort)), listening_(::socket(AF_UNIX, SOCK_STREAM, 0))
+    /// What the server says goes through `alter` first, in the pieces in which it comes.
+    CuttingProxy(const std::filesystem::path& folder, int port, int realPort,
+                 std::function<void(std::span<char>)> alter = {})
+        : here_(address(folder, port)), there_(address(folder, realPort)), alter_(std::move(alter)),
+          listening_(::socket(AF_UNIX, SOCK_STREAM, 0))
     {
         if (::bind(listening_, reinterpret_cast<const sockaddr*>(&here_), sizeof here_) != 0 ||
             ::listen(listening_, 4) != 0)
@@ -80,6 +86,7 @@ private:
             char bytes[65536];
             const ssize_t got = ::read(both[from].fd, bytes, sizeof bytes);
             if (got <= 0) return false;
+            if (from == 1 && alter_) alter_({bytes, static_cast<std::size_t>(got)});
             const long long left = left_;
             const bool cut = left != unlimited && got >= left;
             const auto give = static_cast<std::size_t>(cut ? left : got);
@@ -101,6 +108,7 @@ private:
 
     sockaddr_un here_;
     sockaddr_un there_;
+    std::function<void(std::span<char>)> alter_;
     int listening_;
     std::atomic<bool> ending_ = false;
     std::atomic<long long> left_ = unlimited;

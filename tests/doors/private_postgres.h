@@ -80,7 +80,7 @@ public:
                     "recovery_init_sync_method=syncfs", "-c", "max_connections=40", nullptr);
             ::_exit(127);
         }
-        for (int attempt = 0; attempt < 400; ++attempt) {
+        for (int attempt = 0; attempt < 1200; ++attempt) {
             int status = 0;
             if (::waitpid(child_, &status, WNOHANG) == child_) {
                 // Backends of a server that was killed may still be ending.
@@ -128,11 +128,18 @@ public:
         return certificate;
     }
 
-    /// A new database that belongs to presva_sahip.
-    std::string database()
+    /// A new database that belongs to presva_sahip; in `place`, an empty folder, or with the server's own data.
+    std::string database(const std::filesystem::path& place = {})
     {
         std::string name = "degirmen" + std::to_string(++databases_);
-        sql("create database " + name + " owner presva_sahip");
+        std::string where;
+        if (!place.empty()) {
+            if (user_ != nullptr && ::chown(place.c_str(), user_->pw_uid, user_->pw_gid) != 0)
+                throw std::system_error(errno, std::generic_category(), place);
+            sql("create tablespace " + name + " location '" + place.string() + "'");
+            where = " tablespace " + name;
+        }
+        sql("create database " + name + " owner presva_sahip" + where);
         return name;
     }
     /// What the superuser gets for statements: fields between bars, a row a line. Throws what psql says.

@@ -5,6 +5,7 @@
 #include "store/postgres/join.h"
 #include "store/postgres/server_settings.h"
 #include "tests/doors/private_postgres.h"
+#include "tests/joint/rows_in.h"
 #include "tests/joint/shared_counter.h"
 #include "tests/support/files.h"
 
@@ -17,7 +18,8 @@
 /// A mill with a register on the test program's own server, and the folders of its counters.
 class SharedMill {
 public:
-    SharedMill() : database_(server().database()) {}
+    /// The tables lie in `place`, an empty folder, or with the server's own data.
+    explicit SharedMill(const std::filesystem::path& place = {}) : database_(server().database(place)) {}
 
     static PrivatePostgres& server()
     {
@@ -69,25 +71,3 @@ private:
     QTemporaryDir folder_;
     std::string database_;
 };
-
-/// A table of a file as lines of text, in order; a journal without the sums of a report.
-inline QStringList rowsIn(store::Engine& engine, const QString& table)
-{
-    const store::Listing all = engine.open(table);
-    QStringList rows;
-    for (const store::RowKey row : all.rows) {
-        QStringList fields;
-        for (int field = 0; field < static_cast<int>(all.fields.size()); ++field) {
-            const store::FieldValue value = engine.field(all, row, field);
-            if (const auto* const date = std::get_if<store::DateDays>(&value.raw()))
-                fields << QString::number(date->days, 'g', 17);
-            else if (value.isText())
-                fields << value.text();
-            else
-                fields << (value.isNull() ? u"-"_s : QString::number(value.number().value_or(0), 'g', 17));
-        }
-        if (table != mill::journalTable || fields.last() != mill::totalsName) rows << fields.join(u'|');
-    }
-    rows.sort();
-    return rows;
-}

@@ -1,6 +1,8 @@
 #include "app/server_line.h"
 #include "tests/app/screen_fixture.h"
 #include "tests/joint/shared_mill.h"
+#include "tests/support/qt_files.h"
+#include "tools/pdf_text.h"
 
 #include <QtTest>
 
@@ -12,7 +14,7 @@ namespace {
 struct SharedScreen : World {
     explicit SharedScreen(const QString& place)
         : directory(place), form([this] {
-              app::Surroundings all = surroundings(shared, paper, notes);
+              app::Surroundings all = surroundings(shared, paper, notes, &backups);
               all.directory = directory;
               return all;
           }())
@@ -25,6 +27,7 @@ struct SharedScreen : World {
     shared::SharedDatabases shared{files};
     store::SlipNotes notes{platform::systemDisk(), SharedMill::file(directory)};
     print::FolderTarget paper{folder.path()};
+    store::Backups backups{platform::systemDisk(), directory.toStdU16String()};
     app::Form1 form;
     std::unique_ptr<app::ServerLine> line;
 
@@ -79,6 +82,50 @@ private slots:
         QVERIFY2(time.elapsed() < 2000, qPrintable(QString::number(time.elapsed())));
     }
 
+    void theCopyOfTheDayHoldsWhatOthersEnteredAlsoWhereNoSlipIsPrinted()
+    {
+        const QString folder = mill->folder(1);
+        SharedScreen office(folder);
+        SharedCounter other(mill->folder(2));
+        QVERIFY(other.press(u"Ali"_s, 1000));
+        QVERIFY(other.settled(mill->historyEnd()));
+        const QString copy = folder + u"/Yedek/Yag-2025-11-20.mdb"_s;
+        QTRY_VERIFY(QFile::exists(copy));
+        store::JetDatabases files(platform::systemDisk());
+        QCOMPARE(rowsIn(*files.open(copy), mill::journalTable).filter(u"|Ali"_s).size(), 1);
+        QCOMPARE(office.messages(), QStringList());
+    }
+
+    void aStatementsSumsAreThoseOfItsRowsAlsoWhenOthersEnterMeanwhile()
+    {
+        SharedScreen one(mill->folder(1));
+        SharedCounter other(mill->folder(2));
+        QVERIFY(other.press(u"Ali"_s, 100) && other.press(u"Ali"_s, 200));
+        QTRY_VERIFY(one.form.status->text().contains(u"2 kayıt"_s));
+        one.form.run([&] { one.form.GünlükCmd_Click(); });
+        one.form.run([&] { one.form.Option1[1]->choose(); });
+        one.form.run([&] { one.form.DTPickerBas->setValue(QDate(2025, 1, 1)); });
+        one.form.run([&] { one.form.DTPickerSon->setValue(QDate(2026, 12, 31)); });
+        one.form.run([&] { one.form.RaporYenile(); });
+        const auto sums = [&] {
+            const QAbstractItemModel* grid = one.form.DBGrid1->model();
+            return grid->index(grid->rowCount() - 1, mill::Hareket::Zeytin).data().toString();
+        };
+        QCOMPARE(sums(), u"300,00"_s);
+        QVERIFY(other.press(u"Ali"_s, 400));
+        QTRY_VERIFY(one.form.status->text().contains(u"kayıt"_s) &&
+                    rowsIn(one.form.DataCari.database(), mill::journalTable).size() == 3);
+        QCOMPARE(sums(), u"300,00"_s); // what is listed stays until it is asked for again
+        one.form.run([&] { one.form.KapatCmd_Click(1); });
+        QCOMPARE(sums(), u"700,00"_s);
+        const QDir printed(one.folder.path());
+        const QStringList pages = printed.entryList({u"*.pdf"_s}, QDir::Files);
+        QCOMPARE(pages.size(), 1);
+        const QString text = scenario::textOfPdf(contentOf(printed.filePath(pages[0]))).value_or(QString());
+        QVERIFY2(text.contains(u"700,00"_s) && text.contains(u"400,00"_s), qPrintable(text));
+        QCOMPARE(one.messages(), QStringList());
+    }
+
     void nobodyEmptiesTheRegisterFromTheMenu()
     {
         SharedScreen one(mill->folder(1));
@@ -102,6 +149,16 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(one.form.status->text().contains(u"Sunucu: bağlı"_s), 20000);
         QCOMPARE(mill->sql("select count(*) from presva.hareket"), u"2\n"_s);
         QCOMPARE(one.messages(), QStringList());
+    }
+
+    void whatTheServerRefusesIsToldWithWhatToDo()
+    {
+        const QString folder = mill->folder(1);
+        mill->sql("insert into presva.surum (surum) values (99)");
+        SharedScreen one(folder);
+        QTRY_VERIFY2(one.form.status->text().contains(
+                         u"bağlantı yok. Sunucudaki tablolar bu programdan yeni (sürüm 99); programı güncelleyin"_s),
+                     qPrintable(one.form.status->text()));
     }
 
     void whatKeepsTheLineAwayIsTold()

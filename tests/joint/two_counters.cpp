@@ -1,9 +1,14 @@
+#include "tests/doors/cutting_proxy.h"
 #include "tests/joint/shared_mill.h"
+#include "tests/support/columns.h"
 
 #include "base/error.h"
 #include "reports/period_report.h"
 
 #include <QtTest>
+#include <algorithm>
+#include <string_view>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -265,6 +270,122 @@ private slots:
         compareAll();
         QVERIFY(pressings(*one).filter(u"Ali"_s).first().contains(u"|77|"_s));
         QVERIFY(customers(*two).contains(u"Veli|20|10 Litrelik Kap|0"_s));
+    }
+
+    void whatKeepsTheLineFromBringingIsToldAndPressingsWait_data()
+    {
+        addColumns<QString, QString, QString>("refuse", "allow", "sentence");
+        QTest::newRow("a wrong password") << u"alter role hat1 password 'x'"_s << u"alter role hat1 password 'hat1'"_s
+                                          << u"Kullanıcı adı ya da parola yanlış"_s;
+        QTest::newRow("tables of a newer program")
+            << u"insert into presva.surum (surum) values (99)"_s << u"delete from presva.surum where surum = 99"_s
+            << u"bu programdan yeni (sürüm 99); programı güncelleyin"_s;
+        QTest::newRow("a user who may not")
+            << u"revoke execute on function presva.islet from presva_sayac"_s
+            << u"grant execute on function presva.islet to presva_sayac"_s << u"Bu kullanıcının buna yetkisi yok"_s;
+        QTest::newRow("a database that lets nobody in")
+            << u"revoke connect on database %1 from public, presva_sayac"_s
+            << u"grant connect on database %1 to presva_sayac"_s << u"yetkisi yok"_s;
+        QTest::newRow("a server that may only be read")
+            << u"alter role hat1 set default_transaction_read_only = on"_s
+            << u"alter role hat1 reset default_transaction_read_only; "
+               "select pg_terminate_backend(pid) from pg_stat_activity where usename = 'hat1'"_s
+            << u"Sunucu yalnızca okunuyor"_s;
+    }
+    void whatKeepsTheLineFromBringingIsToldAndPressingsWait()
+    {
+        QFETCH(const QString, refuse);
+        QFETCH(const QString, allow);
+        QFETCH(const QString, sentence);
+        QVERIFY(settled());
+        const QString database = mill->sql("select current_database()").trimmed();
+        const auto asOwner = [&](QString text) { mill->sql(text.replace(u"%1"_s, database).toStdString()); };
+        one->disconnect();
+        asOwner(refuse);
+        const auto putRight = qScopeGuard([&] { asOwner(allow); });
+        one->connect();
+        QVERIFY(one->press(u"Ali"_s, 1));
+        QVERIFY2(one->until([&] { return QString::fromStdString(one->why).contains(sentence); }), one->why.c_str());
+        QCOMPARE(one->shared().waitingPressings(), 1);
+        asOwner(allow);
+        QVERIFY(settled());
+        QVERIFY(one->why.empty());
+        compareAll();
+        QCOMPARE(pressings(*two).size(), 1);
+    }
+
+    void aServerOfAnotherVersionIsNotFollowed()
+    {
+        QVERIFY(settled());
+        const QString folder = mill->folder(3);
+        CuttingProxy older(SharedMill::server().folder(), 5443, 5432, [](std::span<char> bytes) {
+            constexpr std::string_view said("server_version\0", 15);
+            const auto at = std::ranges::search(bytes, said);
+            if (!at.empty()) std::ranges::copy(std::string_view("14"), at.end());
+        });
+        SharedCounter three(folder, false);
+        mill->writeIni(folder, 3, u"5443"_s);
+        three.connect();
+        QVERIFY(three.press(u"Ali"_s, 1));
+        QVERIFY2(three.until([&] { return three.why.find("Sunucunun sürümü çok eski: 14") != std::string::npos; }),
+                 three.why.c_str());
+        QCOMPARE(three.shared().waitingPressings(), 1);
+        three.disconnect();
+        mill->writeIni(folder, 3, u"5432"_s);
+        three.connect();
+        QVERIFY(three.until([&] { return three.shared().waiting().empty(); }));
+        QVERIFY(settled());
+        compareAll();
+    }
+
+    void aClockThatIsADayOffIsToldAndStopsNothing()
+    {
+        const std::string database = mill->sql("select current_database()").trimmed().toStdString();
+        // What the counters ask the time of.
+        mill->sql("create schema yarin; grant usage on schema yarin to presva_sayac;"
+                  "create function yarin.clock_timestamp() returns timestamptz language sql as "
+                  "$$ select pg_catalog.clock_timestamp() + interval '1 day' $$;"
+                  "alter role hat1 in database " +
+                  database + " set search_path = yarin, pg_catalog");
+        one->disconnect();
+        one->connect();
+        QVERIFY(one->press(u"Ali"_s, 1));
+        QVERIFY2(one->until([&] {
+            return one->clock.find("bu bilgisayarın saati sunucununkinden 1440 dakika geri") != std::string::npos;
+        }),
+                 one->clock.c_str());
+        QVERIFY(settled());
+        compareAll();
+    }
+
+    void aChangeThatSomebodyLeftOpenOnTheServerStopsNoReading()
+    {
+        QVERIFY(settled());
+        const std::string database = mill->sql("select current_database()").trimmed().toStdString();
+        // Until the test has seen what it wants to see.
+        std::thread holder([&] {
+            SharedMill::server().psql("do $$ begin perform pg_advisory_xact_lock(20011207); for i in 1..600 loop "
+                                      "exit when to_regclass('yeter') is not null; perform pg_sleep(0.05); "
+                                      "end loop; end $$",
+                                      database);
+        });
+        const auto enough = [&] { SharedMill::server().psql("create table if not exists yeter ()", database); };
+        const auto wait = qScopeGuard([&] {
+            enough();
+            holder.join();
+        });
+        QTest::qSleep(200);
+        QVERIFY(one->press(u"Ali"_s, 1));
+        QVERIFY2(
+            one->until([&] { return one->why.find("başka bir program aynı kayıtları tutuyor") != std::string::npos; }),
+            one->why.c_str());
+        mill->sql("insert into presva.gecmis (sayac, tablo, ne, satir) values ('Değirmen', 'is', 'BITTI', 0)");
+        const std::int64_t end = mill->historyEnd();
+        QVERIFY(one->until([&] { return one->shared().place().number >= end; }));
+        QCOMPARE(one->shared().waitingPressings(), 1);
+        enough();
+        QVERIFY(settled());
+        compareAll();
     }
 
     void aServerThatIsAwayLetsPressingsWait()

@@ -36,6 +36,7 @@ TEST_F(Refused, areSettingsThatSayNothingKnown)
         {good + "Port=70000\n", "Port 1 ile 65535 arasında"},
         {good + "Port=beş\n", "Port 1 ile 65535 arasında"},
         {good + "TLS=belki\n", "TLS dogrula ya da kapali olmalı"},
+        {"Adres=192.168.1.10\nVeritabani=d\nKullanici=k\nSayac=Hat 1\nTLS=kapali\n", "yalnız aynı makinedeki"},
         {"Adres=a\nVeritabani=d\nKullanici=k\nSayac=" + std::string(41, 'x') + "\n", "en çok 40 harf"},
     };
     for (const auto& [text, sentence] : all) {
@@ -52,6 +53,15 @@ TEST_F(Refused, isAWrongPassword)
     EXPECT_EQ(outcome.code, 1);
     EXPECT_THAT(outcome.err, HasSubstr("Kullanıcı adı ya da parola yanlış; ~/.pgpass"));
     EXPECT_THAT(outcome.err, HasSubstr("28P01"));
+}
+
+TEST_F(Refused, isNoPasswordAtAll)
+{
+    const Outcome outcome = run({.program = PRESVA_MDB,
+                                 .arguments = {"to-server", std::filesystem::path(file()).parent_path()},
+                                 .environment = {{"LC_ALL", "C"}, {"PGPASSFILE", path("yok")}}});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("Sunucu parola istiyor: ~/.pgpass"));
 }
 
 TEST_F(Refused, isADatabaseThatIsNotThere)

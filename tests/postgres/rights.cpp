@@ -49,6 +49,20 @@ TEST_F(Rights, keepTheHistoryFromEverybody)
               "hat1|UPDATE|0|5\n");
 }
 
+TEST_F(Rights, letNobodyPutATableOfHisOwnInThePlaceOfTheHistory)
+{
+    const std::string lines = sql("select count(*) from presva.gecmis");
+    EXPECT_TRUE(may("hat1", "create temp table gecmis (like presva.gecmis including all);"
+                            "grant all on gecmis to public; delete from presva.hareket"));
+    EXPECT_EQ(sql("select count(*) from presva.hareket"), "0\n");
+    EXPECT_NE(sql("select count(*) from presva.gecmis"), lines);
+
+    EXPECT_TRUE(may("hat1", "create temp table islenen (kimlik uuid, ozet text); grant all on islenen to public;"
+                            "select presva.islet('Hat 1', 'Hat 1', '[{\"kimlik\": "
+                            "\"b6b9e0a2-5a53-4d63-8d2c-2d54cb2f0d3c\", \"ne\": \"sikim\", \"carihar\": \"Ali\"}]')"));
+    EXPECT_EQ(sql("select count(*) from presva.islenen"), "1\n");
+}
+
 TEST_F(Rights, letOnePressingBeStoredOnceOnly)
 {
     EXPECT_TRUE(may("hat1", anotherPressing));
