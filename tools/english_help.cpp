@@ -85,7 +85,7 @@ constexpr EnglishHelp helps[] = {
      "on the first of July; without it the newest season is taken. An OUT that ends in .html becomes a page, in Turkish,\n"
      "that any browser opens and prints and that fetches nothing; one that ends in .xlsx a workbook, in .pdf a PDF. An OUT\n"
      "that is there is replaced. Rows that cannot be read are counted, and the command ends with 2.\n"},
-    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS] [--merge yes]", "carries the books over to a PostgreSQL server",
+    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS] [--merge yes] [--new yes]", "carries the books over to a PostgreSQL server",
      "FOLDER is the program's: Yag.mdb is read, and Sunucu.ini there names the server (docs/sunucu.md). This counter's\n"
      "rows of Cari and Hareket on the server become those of the file; the tables are made first where there are none.\n"
      "The program may be running. In the end every row is compared. After a stop run it again: rows that are there are not\n"
@@ -95,10 +95,14 @@ constexpr EnglishHelp helps[] = {
      "goes on when one is there again.\n"
      "Where Sunucu.ini has a line Defter, the file joins that shared register; the program must be closed. Rows that one\n"
      "of the two has not are added, nothing is taken from the server; where both have pressings that the other has not,\n"
-     "it stops, unless --merge yes is given.\n"},
+     "it stops, unless --merge yes is given. Where the server has other registers, --new yes makes a new one; --delete yes\n"
+     "takes an old copy of this counter's books away.\n"},
     {"from-server", "FOLDER OUT [--user NAME]", "writes the server's books to a new database file",
      "Sunucu.ini in FOLDER names the server and the counter. The rows are read as of one moment. OUT must not be there; it\n"
      "gets its name only when every row was compared. After a stop run it again: it goes on with OUT.aktarim.\n"},
+    {"leave-register", "FOLDER [--waiting drop]", "takes the file out of a shared register",
+     "FOLDER is the program's, which must be closed. The file is this counter's own again and keeps all its rows; no server\n"
+     "is asked. It stops where changes wait that the server has not heard of; with --waiting drop it never will.\n"},
     {"drop-index", "FILE TABLE INDEX", "takes an index of a table away", ""},
 };
 // clang-format on

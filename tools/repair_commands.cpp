@@ -7,6 +7,7 @@
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
+#include "store/postgres/leave.h"
 #include "store/restore.h"
 #include "tools/weight_commands.h"
 
@@ -171,7 +172,13 @@ int rescueFile(files::Disk& disk, Arguments arguments)
     Output out(standardOutput);
     sayLosses(out, result);
     say(out, said("Kurtarıldı: ", "Saved: ") + rowsOf(result) + ".");
-    if (result.whole()) say(out, said("Okunamayan bir yer yok.", "Every place could be read."));
+    if (result.whole())
+        say(out, said("Okunamayan bir yer yok.", "Every place could be read."));
+    else if (postgres::forgetRegister(disk, pathOf(arguments[1])))
+        say(out,
+            said("Dosya ortak bir defterdeydi; eksiğini oradan alması için presva-mdb to-server ile yeniden bağlayın.",
+                 "The file was in a shared register; let it join again with presva-mdb to-server, to get from there "
+                 "what it lacks."));
     out.flush();
     return result.whole() ? 0 : savedInPart;
 }

@@ -2,6 +2,7 @@
 
 #include "store/postgres/carry.h"
 #include "store/postgres/join.h"
+#include "store/postgres/leave.h"
 #include "store/postgres/server_settings.h"
 #include "store/restore.h"
 #include "tools/language.h"
@@ -52,9 +53,9 @@ std::chrono::seconds pauseIn(const std::string& text)
 int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const std::filesystem::path& file,
              const postgres::Join& options, const Parsed& given)
 {
-    if (given.option("--every") || given.option("--delete"))
-        misused(said("--every ve --delete ortak bir defter için yoktur: sayaç onu kendisi günceller.",
-                     "--every and --delete are not for a shared register: the counter keeps it up to date by itself."));
+    if (given.option("--every"))
+        misused(said("--every ortak bir defter için yoktur: sayaç onu kendisi günceller.",
+                     "--every is not for a shared register: the counter keeps it up to date by itself."));
     Progress progress(said("Aktarılıyor", "Carrying over"));
     return sayCarried(postgres::joinRegister(disk, settings, file, options, now(), std::ref(progress)));
 }
@@ -63,7 +64,7 @@ int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const 
 
 int toServer(files::Disk& disk, Arguments arguments)
 {
-    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every", "--merge"});
+    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every", "--merge", "--new"});
     const std::filesystem::path folder = pathOf(given.words[0]);
     postgres::ToServer options;
     options.user = given.option("--user").value_or("");
@@ -71,10 +72,12 @@ int toServer(files::Disk& disk, Arguments arguments)
     const postgres::ServerSettings settings = postgres::readServerSettings(disk, folder);
     const std::filesystem::path file = store::databaseIn(disk, folder);
     const bool merge = given.oneOf("--merge", {"yes"}).has_value();
-    if (!settings.book.empty()) return joinBook(disk, settings, file, {options.user, merge}, given);
-    if (merge)
-        misused(said("--merge ortak bir defter içindir: Sunucu.ini'de Defter satırı yok.",
-                     "--merge is for a shared register: Sunucu.ini has no line Defter."));
+    const bool create = given.oneOf("--new", {"yes"}).has_value();
+    if (!settings.book.empty())
+        return joinBook(disk, settings, file, {options.user, merge, create, options.removeGone}, given);
+    if (merge || create)
+        misused(said("--merge ve --new ortak bir defter içindir: Sunucu.ini'de Defter satırı yok.",
+                     "--merge and --new are for a shared register: Sunucu.ini has no line Defter."));
     if (const auto every = given.option("--every")) ServerFollower(disk, settings, file, options).run(pauseIn(*every));
     Progress progress(said("Aktarılıyor", "Carrying over"));
     return sayCarried(postgres::toServer(disk, settings, file, options, std::ref(progress)));
@@ -87,6 +90,22 @@ int fromServer(files::Disk& disk, Arguments arguments)
     return sayCarried(postgres::fromServer(disk, postgres::readServerSettings(disk, pathOf(given.words[0])),
                                            pathOf(given.words[1]), given.option("--user").value_or(""), now(),
                                            std::ref(progress)));
+}
+
+int leaveRegister(files::Disk& disk, Arguments arguments)
+{
+    const Parsed given = parsed("leave-register", arguments, 1, {"--waiting"});
+    const bool dropWaiting = given.oneOf("--waiting", {"drop"}).has_value();
+    const postgres::Left left =
+        postgres::leaveRegister(disk, store::databaseIn(disk, pathOf(given.words[0])), dropWaiting);
+    Output out(standardOutput);
+    say(out, left.name +
+                 said(" defterinden ayrıldı; satırlar dosyada. Defterin duymayacağı değişiklik: ",
+                      ": the file has left that register and keeps its rows. Changes that the register will "
+                      "not hear of: ") +
+                 std::to_string(left.dropped) + ".");
+    out.flush();
+    return 0;
 }
 
 } // namespace tools

@@ -8,5 +8,6 @@ namespace tools {
 
 int toServer(files::Disk& disk, Arguments arguments);
 int fromServer(files::Disk& disk, Arguments arguments);
+int leaveRegister(files::Disk& disk, Arguments arguments);
 
 } // namespace tools

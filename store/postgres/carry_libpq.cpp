@@ -9,6 +9,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/postgres/file_rows.h"
+#include "store/postgres/leave.h"
 #include "store/postgres/row_piles.h"
 #include "store/postgres/schema.h"
 #include "store/postgres/server_rows.h"
@@ -187,8 +188,14 @@ void verify(files::Disk& disk, const Path& part, const Books& wanted)
 Carried toServer(files::Disk& disk, const ServerSettings& settings, const Path& file, const ToServer& options,
                  const CarryProgress& progress)
 {
+    requireNoOtherRegister(disk, file, {});
     Connection connection(settings, options.user);
     bringForward(connection);
+    if (!connection.ask("select from presva.sayaclar where sayac = $1 and ortak", {settings.counter}).empty())
+        throw ServerError(said("Sunucuda bu adda ortak bir defter var; sayaca başka bir ad verin (Sunucu.ini, Sayac). "
+                               "Hiçbir şey değiştirilmedi.",
+                               "The server has a shared register of that name; give the counter another one "
+                               "(Sunucu.ini, Sayac). Nothing was changed."));
     writeRowsOf(connection, settings);
     const Books wanted = booksNow(disk, file);
     const std::vector<ServerLine> customersThere = linesOn(connection, customers());

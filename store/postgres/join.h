@@ -11,18 +11,21 @@
 namespace postgres {
 
 struct Join {
-    std::string user;   ///< empty: as Sunucu.ini says
-    bool merge = false; ///< both have rows that the other has not: each gets them
+    std::string user;      ///< empty: as Sunucu.ini says
+    bool merge = false;    ///< both have rows that the other has not: each gets them
+    bool create = false;   ///< the register is made, although the server has others
+    bool dropCopy = false; ///< a copy of this counter's books that stands on the server, too, is taken away
 };
 
 /// The file and the register that Sunucu.ini names become one: what only one of the two has, the other gets, and the
 /// file knows from then on where it stands in the register's history. The tables are made first where there are none,
 /// and so is the register. Where both know a customer, the server's terms hold. Nothing is taken away from the server.
-/// Nobody else may have the file open.
+/// Nobody else may have the file open. A file that is in a register of another name is refused.
 ///
-/// What waited in the file as changes is there as rows: it goes with them. Throws ServerError (no line; both have rows
-/// of their own and `merge` was not asked for; a file that stands in this register's history already), badValue (a
-/// field that would not come back as it is) and what opening and writing files throws.
+/// What waited in the file as changes is there as rows: it goes with them. Throws ServerError (no line; what must be
+/// asked for and was not, see Join; a file that stands in this register's history already), badValue (a field that
+/// would not come back as it is; columns that could not take what other counters enter: then the server has the rows of
+/// the file, and from-server writes one that can) and what opening and writing files throws.
 Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const std::filesystem::path& file,
                      const Join& options, jet::DateTime now, const CarryProgress& progress);
 

@@ -76,4 +76,22 @@ void putPlace(jet::Database& database, const Place& place, jet::DateTime now)
                   {Durum::Iz, jet::fromUtf8(place.mark)}});
 }
 
+Waiting waitingIn(jet::Database& database)
+{
+    Waiting found;
+    if (!database.hasTable(Giden::table)) return found;
+    database.table(Giden::table).forEachRow([&](jet::RowId, const jet::RowView& row) {
+        ++found.changes;
+        found.pressings += textOf(row.value(Giden::Ne)) == jet::toUtf8(Giden::pressingComes) ? 1 : 0;
+        return true;
+    });
+    return found;
+}
+
+void takePlaceAway(jet::Database& database)
+{
+    for (const auto& table : {Durum::table, Giden::table})
+        if (database.hasTable(table)) empty(database.table(table));
+}
+
 } // namespace postgres

@@ -31,4 +31,15 @@ std::optional<Place> placeIn(jet::Database& database);
 /// transaction.
 void putPlace(jet::Database& database, const Place& place, jet::DateTime now);
 
+/// What a file has done that its register has not confirmed.
+struct Waiting {
+    std::size_t changes = 0;
+    std::size_t pressings = 0; ///< that came; of the changes
+};
+
+Waiting waitingIn(jet::Database& database);
+
+/// The file belongs to no register any more; its rows stay. Inside the caller's transaction.
+void takePlaceAway(jet::Database& database);
+
 } // namespace postgres

@@ -123,4 +123,202 @@ TEST_F(Joining, aFileFromTheServerIsInTheRegister)
     EXPECT_THAT(rowsOf(path("geri.mdb"), mill::Giden::table), IsEmpty());
 }
 
+TEST_F(Joining, isRefusedToAFileOfAnotherRegister)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    const auto place = placeOf(file());
+    for (const char* other : {"Defter=Degirmen\n", ""}) {
+        name(server().folder(), "5432", "sahip", other);
+        const Outcome refused = toServer();
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_THAT(refused.err, HasSubstr("ortak bir defterde: Değirmen."));
+        EXPECT_THAT(refused.err, HasSubstr("leave-register"));
+    }
+    EXPECT_EQ(placeOf(file()), place);
+    EXPECT_EQ(sql("select count(*) from presva.hareket"), "1\n");
+}
+
+TEST_F(Joining, makesASecondRegisterOnlyWhenAsked)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    newFile();
+    name(server().folder(), "5432", "sahip", "Defter=Degirmen\n", "Hat 2");
+    const Outcome refused = toServer();
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("Sunucuda Degirmen adında bir defter yok; olanlar: Değirmen"));
+    EXPECT_EQ(sql("select sayac from presva.sayaclar"), "Değirmen\n");
+    const Outcome made = toServer({"--new", "yes"});
+    ASSERT_EQ(made.code, 0) << made.err;
+    EXPECT_EQ(placeOf(file())->name, "Degirmen");
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 0U);
+}
+
+TEST_F(Joining, countsNoPressingTwiceBesideACopyOfTheCounters)
+{
+    name(server().folder(), "5432", "sahip");
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "1|1|1\n");
+    beCounter("Hat 1");
+    const Outcome refused = toServer();
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("kopyası da duruyor, 2 satır"));
+    EXPECT_FALSE(placeOf(file()));
+    EXPECT_EQ(counts(), "1|1|1\n");
+    const Outcome joined = toServer({"--delete", "yes"});
+    ASSERT_EQ(joined.code, 0) << joined.err;
+    EXPECT_EQ(counts(), "1|1|1\n");
+    EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
+}
+
+TEST_F(Joining, keepsRegistersAndCopiesOfOneNameApart)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    newFile();
+    name(server().folder(), "5432", "sahip", "", "Değirmen");
+    const Outcome copy = toServer({"--delete", "yes"});
+    EXPECT_EQ(copy.code, 1);
+    EXPECT_THAT(copy.err, HasSubstr("Sunucuda bu adda ortak bir defter var"));
+    name(server().folder(), "5432", "sahip", "", "Hat 2");
+    store(Hareket::table, {pressing(45982, u"Veli")});
+    ASSERT_EQ(toServer().code, 0);
+    name(server().folder(), "5432", "sahip", "Defter=Hat 2\n", "Hat 3");
+    const Outcome joined = toServer({"--new", "yes"});
+    EXPECT_EQ(joined.code, 1);
+    EXPECT_THAT(joined.err, HasSubstr("Sunucuda bu adda bir sayacın kopyası var"));
+    EXPECT_EQ(counts(), "0|2|1\n");
+}
+
+TEST_F(Joining, givesAFileOfNarrowColumnsTheRoadToANewOne)
+{
+    std::filesystem::remove(file());
+    jet::Database::create(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000},
+                          [](jet::Database& database) {
+                              using jet::ColumnType;
+                              database.createTable(u"Cari",
+                                                   {{u"Unvan", ColumnType::text, 50},
+                                                    {u"Yuzde", ColumnType::singleFloat},
+                                                    {u"Kap", ColumnType::text, 50},
+                                                    {u"Nakit", ColumnType::currency}},
+                                                   {}, jet::DateTime{45000});
+                              std::vector<jet::NewColumn> journal = {{u"Tarih", ColumnType::dateTime}};
+                              for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"})
+                                  journal.push_back({name, ColumnType::doubleFloat});
+                              journal.push_back({u"CariHar", ColumnType::text, 50});
+                              database.createTable(u"Hareket", journal, {}, jet::DateTime{45000});
+                          });
+    store(Cari::table, {{u"Ali", 12.5F, jet::Null{}, jet::Currency{1234567}}});
+    store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982, u"Ali")});
+    for (int i = 0; i < 2; ++i) {
+        const Outcome refused = toServer();
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_THAT(refused.err, HasSubstr("Cari, Unvan: bu sütun öteki sayaçların yazacaklarını almaz."));
+        EXPECT_FALSE(placeOf(file()));
+        EXPECT_EQ(counts(), "1|2|2\n");
+    }
+    ASSERT_EQ(fromServer().code, 0);
+    EXPECT_TRUE(placeOf(path("geri.mdb")));
+    EXPECT_EQ(rowsOf(path("geri.mdb"), Hareket::table).size(), 2U);
+    EXPECT_EQ(rowsOf(path("geri.mdb"), Cari::table),
+              (std::vector<std::vector<jet::Value>>{{u"Ali", 12.5, jet::Null{}, 123.4567}}));
+}
+
+TEST_F(Joining, isNotHeldUpByTheServersWayOfWritingDates)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    const auto place = placeOf(file());
+    server().sql("alter database " + database() + " set datestyle = 'SQL, DMY'");
+    ASSERT_EQ(fromServer().code, 0);
+    EXPECT_EQ(placeOf(path("geri.mdb")), place);
+}
+
+/// A file on its way out of its register.
+class Leaving : public Joining {
+protected:
+    Outcome leave(std::vector<std::string> options = {}) const
+    {
+        options.insert(options.begin(), {"leave-register", std::filesystem::path(file()).parent_path()});
+        return tool(options);
+    }
+    void noteThatWaits() const
+    {
+        store(mill::Giden::table, {{1.0, u"b6b9e0a2-5a53-4d63-8d2c-2d54cb2f0d3c", u"sikim", u"Ali", u"{}"},
+                                   {2.0, u"4c0d9f9e-2f0b-4d55-9d4f-3f3f4f8b7a11", u"cari", u"Ali", u"{}"}});
+    }
+};
+
+TEST_F(Leaving, keepsTheRowsAndAsksNoServer)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    name("/tmp", "1", "sahip", "Defter=Değirmen\n");
+    const Outcome left = leave();
+    ASSERT_EQ(left.code, 0) << left.err;
+    EXPECT_EQ(left.out, "Değirmen defterinden ayrıldı; satırlar dosyada. Defterin duymayacağı değişiklik: 0.\n");
+    EXPECT_FALSE(placeOf(file()));
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
+    EXPECT_THAT(leave().err, HasSubstr("ortak bir deftere bağlı değil"));
+}
+
+TEST_F(Leaving, isRefusedWhileChangesWaitUnlessTheyAreGivenUp)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    const auto place = placeOf(file());
+    noteThatWaits();
+    const Outcome refused = leave();
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("sunucunun daha duymadığı 2 değişiklik bekliyor (1 sıkım)"));
+    EXPECT_EQ(placeOf(file()), place);
+    EXPECT_EQ(rowsOf(file(), mill::Giden::table).size(), 2U);
+    EXPECT_EQ(leave({"--waiting", "yes"}).code, 1);
+    const Outcome left = leave({"--waiting", "drop"});
+    ASSERT_EQ(left.code, 0) << left.err;
+    EXPECT_FALSE(placeOf(file()));
+    EXPECT_THAT(rowsOf(file(), mill::Giden::table), IsEmpty());
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
+}
+
+TEST_F(Leaving, isWhatARescueWithLossesDoes)
+{
+    for (int i = 0; i < 400; ++i) store(Hareket::table, {pressing(45981 + i, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    {
+        // One page of the journal is no page any more.
+        const auto open = jet::Database::open(platform::systemDisk(), file(), jet::Pager::Mode::readOnly);
+        jet::RowId last;
+        open->table(Hareket::table).forEachRow([&](jet::RowId id, const jet::RowView&) {
+            last = id;
+            return true;
+        });
+        std::string bytes = textOfFile(file());
+        bytes.replace(jet::positionOf(last.page), jet::pageSize, jet::pageSize, '\xff');
+        writeFile(file(), bytes);
+    }
+    const Outcome saved = tool({"rescue", file(), path("saglam.mdb")});
+    EXPECT_EQ(saved.code, 2) << saved.err;
+    EXPECT_THAT(saved.out, HasSubstr("to-server ile yeniden bağlayın"));
+    EXPECT_FALSE(placeOf(path("saglam.mdb")));
+    std::filesystem::rename(path("saglam.mdb"), file());
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 400U);
+    EXPECT_EQ(counts(), "0|400|400\n");
+}
+
+TEST_F(Leaving, oneWhoLeftMayJoinAgainAndNothingIsThereTwice)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    ASSERT_EQ(leave().code, 0);
+    store(Hareket::table, {pressing(45982, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "0|2|2\n");
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 2U);
+}
+
 } // namespace

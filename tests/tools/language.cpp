@@ -57,8 +57,9 @@ TEST_P(ToolLanguage, isThatOfTheSettings)
 RowTable<std::string> englishHelpOf()
 {
     RowTable<std::string> table;
-    for (const char* name : {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue",
-                             "backup", "restore", "weights", "season", "to-server", "from-server", "drop-index"})
+    for (const char* name :
+         {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue", "backup", "restore",
+          "weights", "season", "to-server", "from-server", "leave-register", "drop-index"})
         table.push_back({name, name});
     return table;
 }

@@ -36,8 +36,9 @@ RowTable<Arguments> presvaMdbHelp()
 {
     RowTable<Arguments> table;
     table.push_back({"all", {"--help"}});
-    for (const char* name : {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue",
-                             "backup", "restore", "weights", "season", "to-server", "from-server", "drop-index"})
+    for (const char* name :
+         {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue", "backup", "restore",
+          "weights", "season", "to-server", "from-server", "leave-register", "drop-index"})
         table.push_back({name, {name, "--help"}});
     return table;
 }
