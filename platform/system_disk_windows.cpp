@@ -255,7 +255,19 @@ public:
 
     bool exists(const std::filesystem::path& path) override
     {
-        return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+        // A file that is being deleted, or that a virus scanner moves just now, is refused for a moment.
+        constexpr int looks = 40;
+        constexpr DWORD between = 50; // milliseconds: two seconds in all
+        for (int look = 1;; ++look) {
+            if (GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) return true;
+            const DWORD code = GetLastError();
+            if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND || code == ERROR_INVALID_NAME)
+                return false;
+            // What cannot be seen may well be there: a journal that counts, the note of a slip that was printed.
+            const bool held = code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION;
+            if (!held || look == looks) fail(path, "denetlenemedi", code);
+            Sleep(between);
+        }
     }
 
     void remove(const std::filesystem::path& path) override

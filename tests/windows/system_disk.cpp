@@ -56,6 +56,19 @@ TEST_F(SystemDisk, refusalsCarryTheirFault)
     ASSERT_EQ(faultOf([&] { disk.rename(path("none"), path("b")); }), Fault::notFound);
 }
 
+TEST_F(SystemDisk, whatCannotBeSeenIsNotTakenForAbsent)
+{
+    auto& disk = systemDisk();
+    blank("file");
+    ASSERT_TRUE(disk.exists(path("file")));
+    ASSERT_TRUE(disk.exists(path("file").parent_path()));
+    ASSERT_FALSE(disk.exists(path("none")));
+    ASSERT_FALSE(disk.exists(path("none") / "below"));
+    ASSERT_FALSE(disk.exists(path("file") / "below"));
+    ASSERT_FALSE(disk.exists(path("what?")));
+    ASSERT_NE(faultOf([&] { disk.exists(path(std::string(300, 'x').c_str())); }), std::nullopt);
+}
+
 TEST_F(SystemDisk, oneWriterAtATimeAndReadersBesideIt)
 {
     const auto file = blank("Yag.mdb");
