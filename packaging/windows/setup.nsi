@@ -10,6 +10,7 @@ Unicode true
 
 !define NAME "Mendrik Presva"
 !define PROGRAM "presva.exe"
+!define TOOL "presva-mdb.exe"
 !define REMOVAL "Software\Microsoft\Windows\CurrentVersion\Uninstall\${NAME}"
 
 Name "${NAME}"
@@ -18,6 +19,8 @@ InstallDir "$LOCALAPPDATA\Programs\${NAME}"
 InstallDirRegKey HKCU "${REMOVAL}" "InstallLocation"
 RequestExecutionLevel user
 SetCompressor /SOLID lzma
+; A file that cannot be replaced ends the installation: without a question it would be left out, and the rest told as done.
+AllowSkipFiles off
 BrandingText " "
 
 VIProductVersion "${VERSION}.0"
@@ -42,20 +45,24 @@ VIAddVersionKey /LANG=1055 "LegalCopyright" "Mendrik"
 !insertmacro MUI_LANGUAGE "Turkish"
 
 ; A program that runs cannot be replaced: its file does not open for writing.
-!macro AWAIT_END UN
-Function ${UN}awaitEnd
-    again:
-    IfFileExists "$INSTDIR\${PROGRAM}" 0 free
+!macro AWAIT_END_OF UN FILE TEXT
+    ${UN}again${FILE}:
+    IfFileExists "$INSTDIR\${FILE}" 0 ${UN}free${FILE}
     ClearErrors
-    FileOpen $0 "$INSTDIR\${PROGRAM}" a
-    IfErrors held
+    FileOpen $0 "$INSTDIR\${FILE}" a
+    IfErrors ${UN}held${FILE}
     FileClose $0
-    Goto free
-    held:
-    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "${NAME} açık. Programı kapatın, sonra Yeniden Dene'ye basın." /SD IDCANCEL IDRETRY again
+    Goto ${UN}free${FILE}
+    ${UN}held${FILE}:
+    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "${TEXT} Kapalıysa bu klasöre yazma izniniz yok: $INSTDIR" /SD IDCANCEL IDRETRY ${UN}again${FILE}
     SetErrorLevel 2
     Quit
-    free:
+    ${UN}free${FILE}:
+!macroend
+!macro AWAIT_END UN
+Function ${UN}awaitEnd
+    !insertmacro AWAIT_END_OF "${UN}" "${PROGRAM}" "${NAME} açık. Programı kapatın, sonra Yeniden Dene'ye basın."
+    !insertmacro AWAIT_END_OF "${UN}" "${TOOL}" "${TOOL} çalışıyor. Bitmesini bekleyin, sonra Yeniden Dene'ye basın."
 FunctionEnd
 !macroend
 !insertmacro AWAIT_END ""
@@ -64,7 +71,10 @@ FunctionEnd
 Section "Program"
     Call awaitEnd
     SetOutPath "$INSTDIR"
-    File /r "${FILES}/*"
+    ; The programs last: after a stop in the middle they are the old ones, and say so.
+    File /r /x "${PROGRAM}" /x "${TOOL}" "${FILES}/*"
+    File "${FILES}/${TOOL}"
+    File "${FILES}/${PROGRAM}"
     WriteUninstaller "$INSTDIR\kaldir.exe"
     CreateShortcut "$SMPROGRAMS\${NAME}.lnk" "$INSTDIR\${PROGRAM}"
     WriteRegStr HKCU "${REMOVAL}" "DisplayName" "${NAME}"
