@@ -36,6 +36,10 @@ void Form1::wireShell()
     status->onClick([this] { showUnseen(); });
     for (int Index = 0; Index < KapCmd.size(); ++Index) KapCmd[Index]->onClick([this, Index] { KapCmd_Click(Index); });
     for (KeyLabel* key : Label1) key->onFingerUp([this] { Form_MouseMove(); });
+    // Windows that is switched off ends its programs without closing a window first.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        if (isVisible()) close();
+    });
 }
 
 void Form1::start()

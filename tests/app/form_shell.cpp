@@ -17,6 +17,13 @@ class FormShell : public QObject {
     std::optional<Screen> screen;
     Form1* form = nullptr; ///< its screen
 
+    /// As when the system is switched off: the program is told that it ends, and no window is closed before.
+    static void endSession()
+    {
+        QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(); });
+        QApplication::exec();
+    }
+
 private slots:
     void init() { form = &screen.emplace().form; }
     void cleanup() { screen.reset(); }
@@ -340,8 +347,10 @@ private slots:
 
     void everyWayOutSavesTheLayoutAndAsksNothing_data()
     {
-        addCases<QString>("way",
-                          {{"menu item", u"PrgExit"_s}, {"picture button", u"Command1"_s}, {"close box", u"close"_s}});
+        addCases<QString>("way", {{"menu item", u"PrgExit"_s},
+                                  {"picture button", u"Command1"_s},
+                                  {"close box", u"close"_s},
+                                  {"end of the session", u"session"_s}});
     }
 
     void everyWayOutSavesTheLayoutAndAsksNothing()
@@ -354,6 +363,8 @@ private slots:
             form->PrgExit->trigger();
         else if (way == u"Command1")
             QTest::mouseClick(form->Command1, Qt::LeftButton);
+        else if (way == u"session")
+            endSession();
         else
             form->close();
         QVERIFY(!form->isVisible());
