@@ -26,7 +26,7 @@ enum class PortFault {
 };
 
 /// A serial port of Windows that is read: one read is always under way, so nobody has to ask whether something came.
-/// Only there.
+/// No call waits for ever, whatever a driver does. Only there.
 class OverlappedPort {
 public:
     OverlappedPort();

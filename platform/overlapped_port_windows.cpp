@@ -12,8 +12,46 @@ struct CloseObject {
 };
 using Object = std::unique_ptr<void, CloseObject>;
 
-/// The end of a read that is under way or has been cut off; false when it failed. `count` are the bytes it brought.
-bool finish(HANDLE port, OVERLAPPED& read, DWORD& count) { return ::GetOverlappedResult(port, &read, &count, TRUE); }
+/// A read, with all that the system writes into until its end.
+struct Read {
+    explicit Read(std::size_t size) : done(::CreateEventW(nullptr, TRUE, FALSE, nullptr)), bytes(size, '\0') {}
+
+    void prepare()
+    {
+        state = OVERLAPPED{};
+        state.hEvent = done.get();
+    }
+    /// False if it failed at once.
+    bool begin(HANDLE port)
+    {
+        prepare();
+        // A read that is answered at once sets the event too.
+        return ::ReadFile(port, bytes.data(), static_cast<DWORD>(bytes.size()), nullptr, &state) ||
+               ::GetLastError() == ERROR_IO_PENDING;
+    }
+
+    OVERLAPPED state{};
+    Object done;
+    std::string bytes;
+};
+
+/// The end of a read, which is cut off after so many milliseconds; the bytes that it brought until then. Nothing if it
+/// failed. `read` is empty afterwards if its driver does not give it up: then it stays as it is for good, for the
+/// driver may still write into it, and to wait on would be the end of the whole counter.
+std::optional<std::string> finish(HANDLE port, std::unique_ptr<Read>& read, DWORD patience)
+{
+    if (::WaitForSingleObject(read->done.get(), patience) != WAIT_OBJECT_0) {
+        ::CancelIoEx(port, &read->state);
+        if (::WaitForSingleObject(read->done.get(), patience) != WAIT_OBJECT_0) {
+            static_cast<void>(read.release());
+            return {};
+        }
+    }
+    DWORD count = 0;
+    const bool whole = ::GetOverlappedResult(port, &read->state, &count, FALSE);
+    if (!whole && ::GetLastError() != ERROR_OPERATION_ABORTED) return {};
+    return read->bytes.substr(0, count);
+}
 
 void fill(DCB& state, const PortSettings& settings)
 {
@@ -32,6 +70,10 @@ void fill(DCB& state, const PortSettings& settings)
     state.fNull = FALSE;
     state.fAbortOnError = FALSE;
     state.fOutX = state.fInX = settings.software;
+    // Fresh from its socket many an adapter has the same for both, which the system refuses whether they are used or
+    // not.
+    state.XonChar = 0x11;
+    state.XoffChar = 0x13;
     state.fOutxCtsFlow = settings.hardware;
     state.fOutxDsrFlow = FALSE;
     state.fDsrSensitivity = FALSE;
@@ -60,10 +102,8 @@ PortFault faultOf(DWORD error)
 
 struct OverlappedPort::Parts {
     Object port;
-    Object arrived;
-    OVERLAPPED read{};
-    char byte = 0;       ///< what the read that is under way brings
-    bool failed = false; ///< none is under way any more
+    std::unique_ptr<Read> next; ///< the read of one byte that is always under way
+    bool failed = false;        ///< none is under way any more
 
     bool set(const PortSettings& settings) const
     {
@@ -78,32 +118,28 @@ struct OverlappedPort::Parts {
     /// gets the others that have come with it.
     void begin()
     {
-        read = OVERLAPPED{};
-        read.hEvent = arrived.get();
-        // A read that is answered at once sets the event too.
-        if (::ReadFile(port.get(), &byte, 1, nullptr, &read) || ::GetLastError() == ERROR_IO_PENDING) return;
+        if (!next->begin(port.get())) fail();
+    }
+
+    void fail()
+    {
         failed = true;
-        ::SetEvent(arrived.get());
+        ::SetEvent(next->done.get());
     }
 
     /// The bytes that have come behind the one that was waited for.
-    bool takeWaiting(std::string& bytes)
+    bool takeWaiting(std::string& bytes) const
     {
+        constexpr DWORD patience = 200; // milliseconds; they are there, unless their driver counts wrongly
         DWORD errors = 0;
         COMSTAT state{};
         if (!::ClearCommError(port.get(), &errors, &state)) return false;
         if (state.cbInQue == 0) return true;
-        std::string waiting(state.cbInQue, '\0');
-        const Object done(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        OVERLAPPED now{};
-        now.hEvent = done.get();
-        DWORD count = 0;
-        if (!::ReadFile(port.get(), waiting.data(), state.cbInQue, nullptr, &now) &&
-            ::GetLastError() != ERROR_IO_PENDING)
-            return false;
-        if (!finish(port.get(), now, count)) return false;
-        bytes.append(waiting, 0, count);
-        return true;
+        auto read = std::make_unique<Read>(state.cbInQue);
+        if (!read->done || !read->begin(port.get())) return false;
+        const std::optional<std::string> waiting = finish(port.get(), read, patience);
+        if (waiting) bytes += *waiting;
+        return waiting.has_value();
     }
 };
 
@@ -125,8 +161,8 @@ std::optional<PortFault> OverlappedPort::open(const std::string& name, const Por
     if (!::SetCommTimeouts(port, &never)) return faultOf(::GetLastError());
     if (!opened.set(settings)) return PortFault::refused;
     ::PurgeComm(port, PURGE_RXCLEAR | PURGE_TXCLEAR);
-    opened.arrived.reset(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!opened.arrived) return PortFault::unavailable;
+    opened.next = std::make_unique<Read>(1);
+    if (!opened.next->done) return PortFault::unavailable;
     *parts_ = std::move(opened);
     parts_->begin();
     return std::nullopt;
@@ -138,9 +174,11 @@ void OverlappedPort::close()
 {
     if (!isOpen()) return;
     if (!parts_->failed) {
+        constexpr DWORD patience = 1000; // milliseconds
         ::CancelIo(parts_->port.get());
-        DWORD count = 0;
-        finish(parts_->port.get(), parts_->read, count); // its memory is ours again only then
+        finish(parts_->port.get(), parts_->next, patience);
+        // Nor can the port be closed then without waiting for that read.
+        if (!parts_->next) static_cast<void>(parts_->port.release());
     }
     parts_ = std::make_unique<Parts>();
 }
@@ -149,23 +187,23 @@ bool OverlappedPort::isOpen() const { return parts_->port != nullptr; }
 
 OpenLine OverlappedPort::line() const { return parts_->port.get(); }
 
-void* OverlappedPort::arrived() const { return parts_->arrived.get(); }
+void* OverlappedPort::arrived() const { return parts_->next ? parts_->next->done.get() : nullptr; }
 
 bool OverlappedPort::take(std::string& bytes)
 {
     if (parts_->failed) return false;
     DWORD count = 0;
-    if (!::GetOverlappedResult(parts_->port.get(), &parts_->read, &count, FALSE)) {
+    Read& read = *parts_->next;
+    if (!::GetOverlappedResult(parts_->port.get(), &read.state, &count, FALSE)) {
         if (::GetLastError() == ERROR_IO_INCOMPLETE) return true;
         parts_->failed = true;
         return false;
     }
-    bytes.append(&parts_->byte, count);
-    ::ResetEvent(parts_->arrived.get());
+    bytes.append(read.bytes, 0, count);
+    ::ResetEvent(read.done.get());
     // A read that waits for ever and yet ends without its byte has lost its port.
     if (count == 0 || !parts_->takeWaiting(bytes)) {
-        parts_->failed = true;
-        ::SetEvent(parts_->arrived.get());
+        parts_->fail();
         return false;
     }
     parts_->begin();

@@ -56,16 +56,22 @@ std::string portOf(const std::string& device)
     return text;
 }
 
-/// The places in the list of devices that claim the port: with two, one is a device of former times.
-std::vector<std::string> devicesAt(const std::string& port)
+/// The places of all that was ever plugged in at these buses.
+std::vector<std::string> knownDevices()
 {
     std::vector<std::string> found;
     for (const std::string bus : buses)
         for (const std::string& make : Key(deviceList + bus).children())
-            for (const std::string& serial : Key(deviceList + bus + '\\' + make).children()) {
-                const std::string name = bus + '\\' + make + '\\' + serial;
-                if (portOf(name) == port) found.push_back(name);
-            }
+            for (const std::string& serial : Key(deviceList + bus + '\\' + make).children())
+                found.push_back(bus + '\\' + make + '\\' + serial);
+    return found;
+}
+
+/// The places in the list of devices that claim the port: with two, one is a device of former times.
+std::vector<std::string> devicesAt(const std::string& port)
+{
+    std::vector<std::string> found = knownDevices();
+    std::erase_if(found, [&port](const std::string& device) { return portOf(device) != port; });
     return found;
 }
 
@@ -84,19 +90,29 @@ std::optional<std::string> portAboveTheLast(int number)
     return std::nullopt;
 }
 
+/// Where the serial number begins: behind the make, which FTDI's own driver sets in front of it with a plus:
+/// "USB\VID_1A86&PID_7523\SERIAL", "FTDIBUS\VID_0403+PID_6001+SERIAL\0000".
+std::size_t serialAt(const std::string& device)
+{
+    const std::size_t vendor = device.find('+');
+    const std::size_t product = vendor == std::string::npos ? vendor : device.find('+', vendor + 1);
+    return product == std::string::npos ? device.rfind('\\') : product;
+}
+
+std::string makeOf(const std::string& device) { return device.substr(0, serialAt(device)); }
+
 /// Of an adapter without a serial number the system makes one up, another in every socket.
-bool hasMadeUpSerial(const std::string& device) { return device.find('&', device.rfind('\\')) != std::string::npos; }
+bool hasMadeUpSerial(const std::string& device) { return device.find('&', serialAt(device)) != std::string::npos; }
 
 /// The port of the only adapter of that make that is there, where that one is not known by another number.
 std::optional<std::string> portInAnotherSocket(const std::string& adapter, const RememberedAdapters& remembered)
 {
     if (!hasMadeUpSerial(adapter)) return std::nullopt;
-    const std::string make = adapter.substr(0, adapter.rfind('\\'));
     std::vector<std::string> ports;
-    for (const std::string& serial : Key(deviceList + make).children()) {
-        const std::string device = make + '\\' + serial;
+    for (const std::string& device : knownDevices()) {
         const auto isThis = [&device](const auto& known) { return known.second == device; };
-        if (!hasMadeUpSerial(device) || std::ranges::any_of(remembered, isThis)) continue;
+        if (makeOf(device) != makeOf(adapter) || !hasMadeUpSerial(device) || std::ranges::any_of(remembered, isThis))
+            continue;
         const std::string port = portOf(device);
         // A port that two devices claim may be there for the other.
         if (!port.empty() && isThere(port) && devicesAt(port).size() == 1) ports.push_back(port);
@@ -155,8 +171,10 @@ bool isOnMainboard(const std::filesystem::path& device)
 
 bool isThere(const std::filesystem::path& device)
 {
-    char target[256]; // more than any name of a device's driver
-    return QueryDosDeviceA(device.string().c_str(), target, sizeof target) != 0;
+    char target[256];
+    // A name that leads to more than that is one all the same.
+    return QueryDosDeviceA(device.string().c_str(), target, sizeof target) != 0 ||
+           GetLastError() == ERROR_INSUFFICIENT_BUFFER;
 }
 
 bool isHungUp(OpenLine line)

@@ -4,8 +4,9 @@
 #include "platform/overlapped_port.h"
 #include "platform/serial_ports.h"
 #include "scale/comm_control.h"
+#include <QTimer>
 #include <QWinEventNotifier>
-#include <optional>
+#include <memory>
 #include <utility>
 
 namespace scale {
@@ -42,6 +43,13 @@ int numberOf(platform::PortFault fault)
 
 class OverlappedDevice final : public SerialDevice {
 public:
+    OverlappedDevice()
+    {
+        QObject::connect(&watch_, &QTimer::timeout, &watch_, [this] {
+            if (platform::isHungUp(port_.line())) end(gone);
+        });
+    }
+
     void open(const QString& path, const LineSettings& settings, FlowControl flow) override
     {
         const std::string name = path.toStdString();
@@ -50,8 +58,9 @@ public:
         name_ = name;
         settings_ = settings;
         flow_ = flow;
-        notifier_.emplace(port_.arrived());
-        QObject::connect(&*notifier_, &QWinEventNotifier::activated, &*notifier_, [this] { hear(); });
+        notifier_ = std::make_unique<QWinEventNotifier>(port_.arrived());
+        QObject::connect(notifier_.get(), &QWinEventNotifier::activated, notifier_.get(), [this] { hear(); });
+        watch_.start(1000); // milliseconds
     }
 
     void apply(const LineSettings& settings, FlowControl flow) override
@@ -66,7 +75,13 @@ public:
 
     void close() override
     {
-        notifier_.reset();
+        watch_.stop();
+        // It may be its own call that leads here.
+        if (notifier_) {
+            notifier_->setEnabled(false);
+            notifier_->disconnect();
+            notifier_.release()->deleteLater();
+        }
         port_.close();
         waiting_.clear();
     }
@@ -79,18 +94,26 @@ public:
 private:
     void hear()
     {
+        const QWinEventNotifier* const heardBy = notifier_.get();
         std::string bytes;
         const bool goesOn = port_.take(bytes);
         waiting_.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
         if (!bytes.empty() && arrived) arrived();
-        if (goesOn) return;
-        notifier_->setEnabled(false); // what it tells will not change any more
+        if (goesOn || notifier_.get() != heardBy) return; // or closed by whoever read
         const bool isGone = platform::isHungUp(port_.line()) || !platform::isThere(name_);
-        if (const auto& tell = isGone ? gone : failed) tell();
+        end(isGone ? gone : failed);
+    }
+
+    void end(const std::function<void()>& tell)
+    {
+        notifier_->setEnabled(false); // what it tells will not change any more
+        watch_.stop();
+        if (tell) tell();
     }
 
     platform::OverlappedPort port_;
-    std::optional<QWinEventNotifier> notifier_;
+    std::unique_ptr<QWinEventNotifier> notifier_;
+    QTimer watch_; ///< whose plug is pulled, many a driver never ends the read that is under way
     std::string name_;
     LineSettings settings_; ///< of the open device, to go back to
     FlowControl flow_ = FlowControl::none;

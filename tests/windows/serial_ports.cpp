@@ -84,6 +84,19 @@ TEST_F(SerialPorts, anAdapterWithoutASerialNumberIsFoundInAnotherSocket)
     EXPECT_EQ(port(7, {{7, name}}), "COM21") << "it is back in its own";
 }
 
+TEST_F(SerialPorts, soIsOneWhoseDriverPutsTheNumberBehindTheMake)
+{
+    const std::string make = R"(FTDIBUS\VID_0403+PID_6001+)";
+    list(make + "5&2A&0&1", "0000", "COM21", L"USB Serial Port (COM21)");
+    list(make + "5&2B&0&2", "0000", "COM22", L"USB Serial Port (COM22)");
+    list(make + "A50285BIA", "0000", "COM23", L"USB Serial Port (COM23)");
+    list(make + "A9", "0000", "COM24", L"USB Serial Port (COM24)");
+    plugIn("COM22");
+    plugIn("COM23");
+    EXPECT_EQ(port(7, {{7, make + R"(5&2A&0&1\0000)"}}), "COM22");
+    EXPECT_EQ(port(7, {{7, make + R"(A9\0000)"}}), "COM24") << "a serial number of its own is no other";
+}
+
 TEST_F(SerialPorts, whichOfTwoAdaptersIsMeantIsNotGuessed)
 {
     const std::string make = R"(USB\VID_1A86&PID_7523)";
