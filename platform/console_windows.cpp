@@ -1,6 +1,7 @@
 #include "platform/console.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
@@ -12,6 +13,8 @@ namespace platform {
 std::vector<std::string> commandWords(int /*argc*/, char** /*argv*/)
 {
     for (const int descriptor : {0, 1, 2}) ::_setmode(descriptor, _O_BINARY);
+    static const UINT before = ::GetConsoleOutputCP(); // of the console, where there is one, and of its other programs
+    if (before != 0) std::atexit([] { ::SetConsoleOutputCP(before); });
     ::SetConsoleOutputCP(CP_UTF8);
 
     // What main() is given is in the machine's code page and has lost whatever that does not hold.
