@@ -175,7 +175,10 @@ void SlipRoad::recover()
         at_.printer.cancel(slip->job);
         return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);
     }
-    if (taken == print::Taken::unknown) return setAsideUnknown(*slip);
+    if (taken == print::Taken::unknown) {
+        at_.printer.cancel(slip->job); // what waits for paper must not come out after it has been told
+        return setAsideUnknown(*slip);
+    }
     // The next report would take such a row away.
     if (const auto why = mill::whyNoCustomer(slip->pressing.customer)) return setAsideUnstorable(*slip, *why);
 

@@ -16,12 +16,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Paper of at most that width comes from a roll: the widest common slip and label rolls. Hundredths of a millimetre.
+constexpr int widestRoll = 11200;
+
 /// Whether a job can be printed now, as far as the print system says.
 enum class QueueCondition {
     ready,
     noScheduler,      ///< the print system does not answer, and a machine may be without one
     schedulerStopped, ///< the print system does not answer, which every machine of this kind has
     noQueue,          ///< there is no default queue
+    paperless,        ///< the default queue makes files, although another one prints on paper
     unknownQueue,     ///< the queue asked for does not exist
     rejecting,        ///< the queue takes no jobs
     stopped,          ///< the queue takes jobs and keeps them

@@ -1,12 +1,17 @@
 #include "platform/print_queue.h"
 
+#include "platform/paperless.h"
+#include "platform/sheet.h"
 #include "platform/spooled_job.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <set>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -24,6 +29,9 @@ namespace {
 constexpr DWORD retainJob = 8;
 constexpr DWORD releaseJob = 9;
 constexpr DWORD jobComplete = 0x1000; // a status, of the same kind: sent to the printer whole
+
+/// Bytes, for what a spooler has to say more when it is asked the second time than the first.
+constexpr DWORD roomToGrow = 16384;
 
 std::wstring wide(const std::string& text)
 {
@@ -80,31 +88,68 @@ std::wstring defaultQueue()
     ::GetDefaultPrinterW(nullptr, &length);
     std::wstring name(length, L'\0');
     if (length == 0 || !::GetDefaultPrinterW(name.data(), &length)) {
-        if (::GetLastError() == ERROR_FILE_NOT_FOUND) return {};
-        fail("find default printer");
+        if (::GetLastError() != ERROR_FILE_NOT_FOUND) fail("find default printer");
+        // A spooler that has stopped may look like a computer without printers.
+        HANDLE spooler = nullptr;
+        if (!::OpenPrinterW(nullptr, &spooler, nullptr)) fail("ask spooler");
+        const Printer close(spooler);
+        return {};
     }
     name.resize(length - 1);
     return name;
 }
 
-/// Whether what is printed there goes into a file that the user is asked for, or nowhere: "Microsoft Print to PDF" is
-/// the default printer of a computer that has none.
-bool isNoPrinter(const PRINTER_INFO_2W& info)
+std::string narrowed(const wchar_t* text) { return text ? narrow(text) : std::string(); }
+
+bool isPaperless(const wchar_t* port, const wchar_t* driver, DWORD attributes)
 {
-    const std::wstring port = info.pPortName ? info.pPortName : L"";
-    constexpr const wchar_t* none[] = {L"PORTPROMPT:", L"FILE:", L"nul:", L"SHRFAX:"};
-    return std::ranges::any_of(none, [&port](const wchar_t* name) { return ::lstrcmpiW(port.c_str(), name) == 0; });
+    constexpr DWORD fax = 0x4000;
+    const std::string ports = narrowed(port);
+    const std::string name = narrowed(driver);
+    return isPaperless(PrinterKind{.ports = ports, .driver = name, .fax = (attributes & fax) != 0});
+}
+
+/// Whether any printer of this user's prints on paper, be it switched off at the moment.
+bool anyPrintsOnPaper()
+{
+    constexpr DWORD which = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
+    DWORD size = 0;
+    DWORD count = 0;
+    // At this level no server of a shared printer is asked, which may be off.
+    if (::EnumPrintersW(which, nullptr, 5, nullptr, 0, &size, &count)) return false;
+    if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER) fail("list printers");
+    std::vector<BYTE> answer(size);
+    if (!::EnumPrintersW(which, nullptr, 5, answer.data(), size, &size, &count)) fail("list printers");
+    const std::span printers(reinterpret_cast<const PRINTER_INFO_5W*>(answer.data()), count);
+    return std::ranges::any_of(printers, [](const PRINTER_INFO_5W& one) {
+        return !isPaperless(one.pPortName, one.pPrinterName, one.Attributes);
+    });
+}
+
+/// Whether this user has that printer of another computer set up, which may be off just now.
+bool isConnected(const std::wstring& queue)
+{
+    DWORD size = 0;
+    DWORD count = 0;
+    if (::EnumPrintersW(PRINTER_ENUM_CONNECTIONS, nullptr, 4, nullptr, 0, &size, &count)) return false;
+    size += roomToGrow;
+    std::vector<BYTE> answer(size);
+    if (!::EnumPrintersW(PRINTER_ENUM_CONNECTIONS, nullptr, 4, answer.data(), size, &size, &count)) return true;
+    const std::span printers(reinterpret_cast<const PRINTER_INFO_4W*>(answer.data()), count);
+    return std::ranges::any_of(printers, [&queue](const PRINTER_INFO_4W& one) {
+        return one.pPrinterName && ::lstrcmpiW(one.pPrinterName, queue.c_str()) == 0;
+    });
 }
 
 /// What a printer without a job says of its paper, its cover and its line is what the last job left behind, or what a
 /// network port made up that heard nothing for a while; only what somebody has set counts then.
-QueueCondition conditionOf(const PRINTER_INFO_2W& info)
+QueueCondition conditionOf(const PRINTER_INFO_2W& info, bool hasWork)
 {
     const auto any = [&info](DWORD bits) { return (info.Status & bits) != 0; };
     if (any(PRINTER_STATUS_PENDING_DELETION)) return QueueCondition::rejecting;
     if (any(PRINTER_STATUS_PAUSED)) return QueueCondition::stopped;
     if ((info.Attributes & PRINTER_ATTRIBUTE_WORK_OFFLINE) != 0) return QueueCondition::offline;
-    if (info.cJobs == 0) return QueueCondition::ready;
+    if (!hasWork) return QueueCondition::ready;
     if (any(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_PAPER_PROBLEM | PRINTER_STATUS_PAPER_JAM))
         return QueueCondition::mediaEmpty;
     if (any(PRINTER_STATUS_DOOR_OPEN)) return QueueCondition::coverOpen;
@@ -143,7 +188,50 @@ using DriverSettings = std::vector<BYTE>;
 
 DEVMODEW& modeIn(DriverSettings& settings) { return *reinterpret_cast<DEVMODEW*>(settings.data()); }
 
-/// The driver's own, as the user has set them up; empty where it does not say.
+/// Whether the driver agrees; what it made of the settings stands in them.
+bool merge(HANDLE printer, std::wstring name, DriverSettings& settings)
+{
+    DriverSettings asked = settings;
+    return ::DocumentPropertiesW(nullptr, printer, name.data(), &modeIn(settings), &modeIn(asked),
+                                 DM_IN_BUFFER | DM_OUT_BUFFER) == IDOK;
+}
+
+int hundredths(HDC context, int what, int dotsPerInch)
+{
+    const int dots = ::GetDeviceCaps(context, dotsPerInch);
+    return dots > 0 ? ::MulDiv(::GetDeviceCaps(context, what), 2540, dots) : 0;
+}
+
+SheetSize sheetOf(HDC context)
+{
+    return {hundredths(context, PHYSICALWIDTH, LOGPIXELSX), hundredths(context, PHYSICALHEIGHT, LOGPIXELSY)};
+}
+
+/// The sheet that a job with these settings gets; of no size where the driver does not say.
+SheetSize sheetFor(const std::wstring& name, const DEVMODEW* mode)
+{
+    const Context context(::CreateICW(L"WINSPOOL", name.c_str(), nullptr, mode));
+    return context ? sheetOf(context.get()) : SheetSize();
+}
+
+/// On one side, unscaled, one page to a sheet, and a roll never across: whatever the last letter was printed with.
+/// How many copies, and what else the user has set up, stays.
+void makePlain(HANDLE printer, const std::wstring& name, DriverSettings& settings)
+{
+    DriverSettings plain = settings;
+    DEVMODEW& mode = modeIn(plain);
+    const auto knows = [&mode](DWORD field) { return (mode.dmFields & field) != 0; };
+    if (knows(DM_DUPLEX)) mode.dmDuplex = DMDUP_SIMPLEX;
+    if (knows(DM_SCALE)) mode.dmScale = 100;
+    if (knows(DM_NUP)) mode.dmNup = DMNUP_ONEUP;
+    if (knows(DM_ORIENTATION) && mode.dmOrientation == DMORIENT_LANDSCAPE) {
+        const SheetSize sheet = sheetFor(name, &modeIn(settings));
+        if (sheet.length > 0 && sheet.length <= widestRoll) mode.dmOrientation = DMORIENT_PORTRAIT;
+    }
+    if (merge(printer, name, plain)) settings = std::move(plain);
+}
+
+/// The driver's own, as the user has set them up, made plain; empty where it does not say.
 DriverSettings usualSettings(HANDLE printer, std::wstring name)
 {
     const LONG size = ::DocumentPropertiesW(nullptr, printer, name.data(), nullptr, nullptr, 0);
@@ -151,15 +239,8 @@ DriverSettings usualSettings(HANDLE printer, std::wstring name)
     DriverSettings settings(static_cast<std::size_t>(size));
     if (::DocumentPropertiesW(nullptr, printer, name.data(), &modeIn(settings), nullptr, DM_OUT_BUFFER) != IDOK)
         return {};
+    makePlain(printer, name, settings);
     return settings;
-}
-
-/// Whether the driver agrees; what it made of the settings stands in them.
-bool merge(HANDLE printer, std::wstring name, DriverSettings& settings)
-{
-    DriverSettings asked = settings;
-    return ::DocumentPropertiesW(nullptr, printer, name.data(), &modeIn(settings), &modeIn(asked),
-                                 DM_IN_BUFFER | DM_OUT_BUFFER) == IDOK;
 }
 
 /// `media` and sizes as in a JobTicket.
@@ -173,35 +254,43 @@ void choosePaper(HANDLE printer, const std::wstring& name, const JobTicket& tick
     if (ticket.media.starts_with(formPrefix)) {
         mode.dmPaperSize = static_cast<short>(std::stoi(ticket.media.substr(std::string_view(formPrefix).size())));
     } else {
+        const int width = widthToAsk(ticket.width, sheetFor(name, &modeIn(settings)).width);
         mode.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
         mode.dmPaperSize = DMPAPER_USER;
-        mode.dmPaperWidth = static_cast<short>(ticket.width / 10);
+        mode.dmPaperWidth = static_cast<short>((width + 5) / 10);
         mode.dmPaperLength = static_cast<short>((ticket.length + 9) / 10);
     }
     if (merge(printer, name, chosen)) settings = std::move(chosen);
 }
 
-int hundredths(HDC context, int what, int dotsPerInch)
+/// Throws if the driver has set up a smaller sheet than the page that is to be drawn: some make what they know of a
+/// size that they do not.
+void refuseSmallerSheet(HDC context, const JobTicket& ticket)
 {
-    const int dots = ::GetDeviceCaps(context, dotsPerInch);
-    return dots > 0 ? ::MulDiv(::GetDeviceCaps(context, what), 2540, dots) : 0;
+    const SheetSize sheet = sheetOf(context);
+    if (sheet.width == 0 || sheet.length == 0 || holdsPage(sheet, {ticket.width, ticket.length})) return;
+    char sizes[96];
+    std::snprintf(sizes, sizeof sizes, "set paper: %.1f x %.1f mm instead of %.1f x %.1f mm", sheet.width / 100.0,
+                  sheet.length / 100.0, ticket.width / 100.0, ticket.length / 100.0);
+    throw PrintError(sizes);
 }
 
 /// Whether the driver really has a sheet of a length between those of `paper`, which it names as its shortest and
-/// longest: some mean the forms that they know, and print any other length on one of these.
-bool takesAnyLength(HANDLE printer, const std::wstring& name, const QueuePaper& paper)
+/// longest: some mean the forms that they know, and print any other length on one of these. Nothing if it does not say.
+std::optional<bool> takesAnyLength(HANDLE printer, const std::wstring& name, const QueuePaper& paper)
 {
     constexpr int close = 200; // the form that is set must not answer for the length that is asked for
     int length = paper.minLength + (paper.maxLength - paper.minLength) / 3;
     if (std::abs(length - paper.length) < close) length += 2 * close;
     DriverSettings settings = usualSettings(printer, name);
-    if (settings.empty()) return false;
+    if (settings.empty()) return {};
     JobTicket ticket;
     ticket.width = paper.width;
     ticket.length = length;
     choosePaper(printer, name, ticket, settings);
-    const Context context(::CreateICW(L"WINSPOOL", name.c_str(), nullptr, &modeIn(settings)));
-    return context && std::abs(hundredths(context.get(), PHYSICALHEIGHT, LOGPIXELSY) - length) < close / 2;
+    const SheetSize sheet = sheetFor(name, &modeIn(settings));
+    if (sheet.length == 0) return {};
+    return std::abs(sheet.length - length) < close / 2;
 }
 
 /// Of the settings that a job begins with: what the administrator has set up may be another paper than the user's own.
@@ -214,8 +303,9 @@ QueuePaper paperOf(HANDLE printer, const PRINTER_INFO_2W& info)
     const Context context(::CreateICW(L"WINSPOOL", info.pPrinterName, nullptr, mode));
     if (!context) return paper;
     const auto measure = [&context](int what, int dotsPerInch) { return hundredths(context.get(), what, dotsPerInch); };
-    paper.width = measure(PHYSICALWIDTH, LOGPIXELSX);
-    paper.length = measure(PHYSICALHEIGHT, LOGPIXELSY);
+    const SheetSize sheet = sheetOf(context.get());
+    paper.width = sheet.width;
+    paper.length = sheet.length;
     paper.left = measure(PHYSICALOFFSETX, LOGPIXELSX);
     paper.top = measure(PHYSICALOFFSETY, LOGPIXELSY);
     paper.right = std::max(0, paper.width - paper.left - measure(HORZRES, LOGPIXELSX));
@@ -325,22 +415,98 @@ void drawPage(HDC printer, const DrawnPage& page, const std::vector<Tool>& fonts
             fail("draw line");
 }
 
-/// A job as the spooler lists it. Where it does not list it, nothing, and why stands in GetLastError.
-std::optional<SpooledJob> listedJob(HANDLE printer, DWORD job)
+/// Whole hours from a moment of the system's own clock, which knows no summer time, to now; 0 for one to come.
+int hoursSince(const SYSTEMTIME& moment)
+{
+    constexpr std::uint64_t hour = 36'000'000'000; // hundreds of nanoseconds
+    const auto ticks = [](const FILETIME& time) {
+        return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+    };
+    FILETIME then{};
+    FILETIME now{};
+    ::GetSystemTimeAsFileTime(&now);
+    if (!::SystemTimeToFileTime(&moment, &then) || ticks(then) > ticks(now)) return 0;
+    return static_cast<int>(std::min<std::uint64_t>((ticks(now) - ticks(then)) / hour, 1'000'000));
+}
+
+/// Whether this user sent it from this computer.
+bool isFromHere(const JOB_INFO_1W& info)
+{
+    wchar_t user[257];
+    wchar_t computer[257];
+    DWORD userLength = static_cast<DWORD>(std::size(user));
+    DWORD computerLength = static_cast<DWORD>(std::size(computer));
+    if (!info.pUserName || !info.pMachineName || !::GetUserNameW(user, &userLength) ||
+        !::GetComputerNameW(computer, &computerLength))
+        return false;
+    std::wstring_view machine = info.pMachineName;
+    machine.remove_prefix(std::min(machine.find_first_not_of(L'\\'), machine.size()));
+    return ::lstrcmpiW(info.pUserName, user) == 0 && ::lstrcmpiW(std::wstring(machine).c_str(), computer) == 0;
+}
+
+SpooledJob jobIn(const JOB_INFO_1W& info)
+{
+    const auto any = [&info](DWORD bits) { return (info.Status & bits) != 0; };
+    SpooledJob result;
+    result.document = narrowed(info.pDocument);
+    result.spooling = any(JOB_STATUS_SPOOLING);
+    result.leaving = any(JOB_STATUS_DELETING | JOB_STATUS_DELETED);
+    result.onPaper = any(JOB_STATUS_PRINTING | JOB_STATUS_PRINTED | jobComplete) || info.PagesPrinted > 0;
+    result.finished = any(JOB_STATUS_PRINTED | jobComplete);
+    result.fromHere = isFromHere(info);
+    result.hours = hoursSince(info.Submitted);
+    return result;
+}
+
+/// What the spooler says of a job, a JOB_INFO_1W. Where it does not list it, nothing, and why stands in GetLastError.
+std::vector<BYTE> answerAbout(HANDLE printer, DWORD job)
 {
     DWORD size = 0;
     ::SetLastError(ERROR_SUCCESS);
     ::GetJobW(printer, job, 1, nullptr, 0, &size);
+    if (size > 0) size += roomToGrow;
     std::vector<BYTE> answer(size);
     if (size == 0 || !::GetJobW(printer, job, 1, answer.data(), size, &size)) return {};
-    const auto& info = *reinterpret_cast<const JOB_INFO_1W*>(answer.data());
-    const auto any = [&info](DWORD bits) { return (info.Status & bits) != 0; };
-    SpooledJob result;
-    result.document = info.pDocument ? narrow(info.pDocument) : "";
-    result.spooling = any(JOB_STATUS_SPOOLING);
-    result.leaving = any(JOB_STATUS_DELETING | JOB_STATUS_DELETED);
-    result.onPaper = any(JOB_STATUS_PRINTING | JOB_STATUS_PRINTED | jobComplete) || info.PagesPrinted > 0;
-    return result;
+    return answer;
+}
+
+/// A job as the spooler lists it; otherwise as answerAbout().
+std::optional<SpooledJob> listedJob(HANDLE printer, DWORD job)
+{
+    const std::vector<BYTE> answer = answerAbout(printer, job);
+    if (answer.empty()) return {};
+    return jobIn(*reinterpret_cast<const JOB_INFO_1W*>(answer.data()));
+}
+
+/// All jobs of a printer by their numbers. Nothing where the spooler does not say.
+std::optional<std::map<DWORD, SpooledJob>> listedJobs(HANDLE printer)
+{
+    constexpr DWORD all = 0xFFFFFFFF;
+    DWORD size = 0;
+    DWORD count = 0;
+    std::map<DWORD, SpooledJob> jobs;
+    if (::EnumJobsW(printer, 0, all, 1, nullptr, 0, &size, &count)) return jobs;
+    if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER) return {};
+    size += roomToGrow;
+    std::vector<BYTE> answer(size);
+    if (!::EnumJobsW(printer, 0, all, 1, answer.data(), size, &size, &count)) return {};
+    for (const JOB_INFO_1W& info : std::span(reinterpret_cast<const JOB_INFO_1W*>(answer.data()), count))
+        jobs[info.JobId] = jobIn(info);
+    return jobs;
+}
+
+/// Gives the job the name of a document that has been handed over. A spooler that does not let it: then a later start
+/// does not know either, and the operator is asked.
+void nameWhole(HANDLE printer, DWORD job, const JobMark& mark)
+{
+    std::vector<BYTE> answer = answerAbout(printer, job);
+    if (answer.empty()) return;
+    auto& info = *reinterpret_cast<JOB_INFO_1W*>(answer.data());
+    if (narrowed(info.pDocument) != mark.document) return;
+    std::wstring name = wide(nameOfWhole(mark));
+    info.pDocument = name.data();
+    info.Position = JOB_POSITION_UNSPECIFIED;
+    ::SetJobW(printer, job, 1, answer.data(), 0);
 }
 
 /// A name that no other document has: its title and the moment.
@@ -356,7 +522,13 @@ std::string documentName(const std::string& title)
 
 class SpoolerQueue final : public PrintQueue {
 public:
-    explicit SpoolerQueue(PrintQueueChoice choice) : choice_(std::move(choice)) {}
+    explicit SpoolerQueue(PrintQueueChoice choice) : choice_(std::move(choice))
+    {
+        // A printer whose computer is off may take a minute to say so. Over a window that waits that long the system
+        // lays another, which offers to end the program: in the middle of a slip.
+        ::DisableProcessWindowsGhosting();
+    }
+    ~SpoolerQueue() override { abandon(); }
 
     QueueState state() noexcept override
     {
@@ -371,6 +543,7 @@ public:
 
     int createJob(const JobTicket& ticket) override
     {
+        abandon();
         const std::wstring name = wide(ticket.queue);
         printer_ = open(name);
         if (!printer_) fail("open printer");
@@ -378,6 +551,7 @@ public:
         choosePaper(printer_.get(), name, ticket, settings);
         context_.reset(::CreateDCW(L"WINSPOOL", name.c_str(), nullptr, settings.empty() ? nullptr : &modeIn(settings)));
         if (!context_) fail("open driver");
+        refuseSmallerSheet(context_.get(), ticket);
         const JobMark mark{ticket.queue, documentName(ticket.title)};
         const std::wstring documentsName = wide(mark.document);
         DOCINFOW document{};
@@ -420,17 +594,18 @@ public:
     void finishDocument() override
     {
         if (::EndDoc(context_.get()) <= 0) fail("finish document");
-        job_ = 0;
+        const DWORD job = std::exchange(job_, 0);
         context_.reset();
+        try {
+            nameWhole(printer_.get(), job, marks_[job]);
+        } catch (const std::exception&) {
+            // Out of memory: the document is handed over all the same.
+        }
     }
 
     void cancelJob(int job) noexcept override
     {
-        if (isOpen(job)) {
-            ::AbortDoc(context_.get());
-            context_.reset();
-            job_ = 0;
-        }
+        if (isOpen(job)) abandon();
         control(static_cast<DWORD>(job), JOB_CONTROL_DELETE);
     }
 
@@ -442,7 +617,8 @@ public:
             if (mark == marks_.end()) return DocumentState::unknown;
             const Printer printer = open(wide(mark->second.queue));
             if (!printer) {
-                const bool isGone = ::GetLastError() == ERROR_INVALID_PRINTER_NAME;
+                const bool isGone =
+                    ::GetLastError() == ERROR_INVALID_PRINTER_NAME && !isConnected(wide(mark->second.queue));
                 return isGone ? DocumentState::unknown : DocumentState::noAnswer;
             }
             const std::optional<SpooledJob> listed = listedJob(printer.get(), mark->first);
@@ -474,8 +650,7 @@ public:
 
     void settle(int job) noexcept override
     {
-        control(static_cast<DWORD>(job), releaseJob);
-        marks_.erase(static_cast<DWORD>(job));
+        if (auto mark = marks_.extract(static_cast<DWORD>(job))) settled_.insert(std::move(mark));
     }
 
 private:
@@ -514,16 +689,54 @@ private:
         }
         DWORD size = 0;
         ::GetPrinterW(printer.get(), 2, nullptr, 0, &size);
+        if (size > 0) size += roomToGrow;
         std::vector<BYTE> answer(size);
         if (size == 0 || !::GetPrinterW(printer.get(), 2, answer.data(), size, &size)) fail("ask printer");
         const auto& info = *reinterpret_cast<const PRINTER_INFO_2W*>(answer.data());
-        if (choice_.queue.empty() && isNoPrinter(info)) return result;
-        result.condition = conditionOf(info);
+        if (choice_.queue.empty() && isPaperless(info.pPortName, info.pDriverName, info.Attributes)) {
+            if (anyPrintsOnPaper()) result.condition = QueueCondition::paperless;
+            return result;
+        }
+        result.condition = conditionOf(info, info.cJobs > 0 && hasWork(printer.get(), result.queue));
         result.printing = (info.Status & (PRINTER_STATUS_PRINTING | PRINTER_STATUS_BUSY)) != 0;
         result.paper = paperOf(printer.get(), info);
         if (result.paper.maxLength > 0 && !takesAnyLength(printer.get(), info, result.paper))
             result.paper.minLength = result.paper.maxLength = result.paper.maxWidth = 0;
         return result;
+    }
+
+    /// Whether a job waits there; what has been printed and was kept for our sake leaves the list.
+    bool hasWork(HANDLE printer, const std::string& queue) const
+    {
+        const auto jobs = listedJobs(printer);
+        if (!jobs) return true;
+        bool any = false;
+        int left = 50; // of a list that the printer keeps for itself as well
+        for (const auto& [number, job] : *jobs) {
+            any = any || waits(job);
+            const auto asked = marks_.find(number);
+            if (asked != marks_.end() && isOurs(job, asked->second)) continue;
+            const bool settled = std::ranges::any_of(
+                settled_, [&](const auto& known) { return known.second.queue == queue && isOurs(job, known.second); });
+            if (!mayLeaveTheList(job, settled) || left == 0 || !released_.insert(job.document).second) continue;
+            ::SetJobW(printer, number, 0, nullptr, releaseJob);
+            --left;
+        }
+        // What is not listed any more has left by itself.
+        std::erase_if(settled_, [&](const auto& known) {
+            const auto isListed = [&known](const auto& job) { return isOurs(job.second, known.second); };
+            return known.second.queue == queue && std::ranges::none_of(*jobs, isListed);
+        });
+        return any;
+    }
+
+    /// Takes back the document that is being drawn. Closed without a word, the spooler would print what it has of it.
+    void abandon() noexcept
+    {
+        if (job_ == 0) return;
+        ::AbortDoc(context_.get());
+        context_.reset();
+        job_ = 0;
     }
 
     /// Asked once of each driver: some take their time to answer.
@@ -533,16 +746,21 @@ private:
             std::wstring(info.pPrinterName) + L'\n' + (info.pDriverName ? info.pDriverName : L"");
         const auto known = anyLength_.find(driver);
         if (known != anyLength_.end()) return known->second;
-        return anyLength_[driver] = platform::takesAnyLength(printer, info.pPrinterName, paper);
+        const std::optional<bool> answer = platform::takesAnyLength(printer, info.pPrinterName, paper);
+        if (answer) anyLength_[driver] = *answer;
+        return answer.value_or(false);
     }
 
     mutable std::map<std::wstring, bool> anyLength_;
     PrintQueueChoice choice_;
     std::map<DWORD, JobMark> marks_; ///< of the jobs that may still be asked about
-    Printer printer_;                ///< of the job created last
-    Context context_;                ///< of it, until it is finished
-    DWORD job_ = 0;                  ///< until it is finished
-    bool mayBeOnPaper_ = false;      ///< a page of it
+    /// Of the others, until they have been printed and left the list.
+    mutable std::multimap<DWORD, JobMark> settled_;
+    mutable std::set<std::string> released_; ///< documents: each once, should it stay listed all the same
+    Printer printer_;                        ///< of the job created last
+    Context context_;                        ///< of it, until it is finished
+    DWORD job_ = 0;                          ///< until it is finished
+    bool mayBeOnPaper_ = false;              ///< a page of it
 };
 
 } // namespace

@@ -14,9 +14,8 @@ namespace print {
 
 namespace {
 
-// Hundredths of a millimetre.
-constexpr int widestRoll = 11200;
-constexpr int longestSheet = 100000; ///< no label and no sheet is as long: a metre of paper comes from a roll
+constexpr int longestSheet =
+    100000; ///< hundredths of a millimetre; no label and no sheet is as long: a metre of paper comes from a roll
 
 /// The print system turns a size into hundredths of a millimetre and back and cuts both times: 227 points would come
 /// out as 226, and the page with its edges cut off. With this much more, the same whole points come back.
@@ -38,6 +37,8 @@ QString describe(QueueCondition condition, const QString& queue)
         {QueueCondition::noScheduler, u"Yazıcı: yazdırma servisi yanıt vermiyor"_s},
         {QueueCondition::schedulerStopped, u"Yazıcı: yazdırma servisi yanıt vermiyor"_s},
         {QueueCondition::noQueue, u"Yazıcı: varsayılan yazıcı yok"_s},
+        {QueueCondition::paperless,
+         u"Yazıcı: varsayılan yazıcı %1 kâğıda basmıyor; fiş yazıcısını varsayılan yapın"_s.arg(queue)},
         {QueueCondition::unknownQueue, u"Yazıcı: %1 bulunamadı"_s.arg(queue)},
         {QueueCondition::rejecting, u"Yazıcı: %1 iş kabul etmiyor"_s.arg(queue)},
         {QueueCondition::stopped, u"Yazıcı: %1 durduruldu"_s.arg(queue)},
@@ -74,7 +75,7 @@ Paper paperOf(const platform::QueuePaper& paper)
     result.rightMargin = twipsOfMargin(paper.right);
     result.bottomMargin = twipsOfMargin(paper.bottom);
     result.media = QString::fromStdString(paper.media);
-    if (paper.width > widestRoll) return result;
+    if (paper.width > platform::widestRoll) return result;
 
     if (paper.maxLength > 0) {
         result.roll = true;

@@ -291,7 +291,7 @@ private slots:
         mill->road.recover();
         QVERIFY(!mill->notes.open());
         QCOMPARE(mill->rows("Hareket"), 0);
-        QCOMPARE(mill->printer.cancelled, QList<int>());
+        QCOMPARE(mill->printer.cancelled, QList<int>{4711}); // should it wait somewhere after all
         const QString told = "Yag.mdb-slip-1: fiş 4711 (Işıl O'Hara, 1.000 kg) basıldı mı bilinmiyor, yazıcı onu "
                              "tanımıyor; basıldıysa sıkımı elle girin";
         QCOMPARE(mill->setAside, QStringList{told});

@@ -176,6 +176,9 @@ private slots:
         QTest::newRow("scheduler stopped")
             << QueueCondition::schedulerStopped << "Yazıcı: yazdırma servisi yanıt vermiyor";
         QTest::newRow("no queue") << QueueCondition::noQueue << "Yazıcı: varsayılan yazıcı yok";
+        QTest::newRow("not on paper")
+            << QueueCondition::paperless
+            << "Yazıcı: varsayılan yazıcı slip kâğıda basmıyor; fiş yazıcısını varsayılan yapın";
         QTest::newRow("unknown") << QueueCondition::unknownQueue << "Yazıcı: slip bulunamadı";
         QTest::newRow("rejecting") << QueueCondition::rejecting << "Yazıcı: slip iş kabul etmiyor";
         QTest::newRow("stopped") << QueueCondition::stopped << "Yazıcı: slip durduruldu";

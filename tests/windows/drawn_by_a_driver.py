@@ -66,7 +66,10 @@ def printed_on(paper, *arguments):
     subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=prefix), check=True)
     folder = pathlib.Path(tempfile.mkdtemp(dir=all_folders))
     with Scheduler(folder, paper) as scheduler:
-        return play(scheduler, *arguments), scheduler.printed(1)
+        said, file = play(scheduler, *arguments), scheduler.printed(1)
+        if scheduler.jobs() != 1:
+            fail(f"{scheduler.jobs()} jobs, although all but one were given up")
+        return said, file
 
 
 with tempfile.TemporaryDirectory(prefix="presva-cups-", dir="/tmp", ignore_cleanup_errors=True) as all_folders:

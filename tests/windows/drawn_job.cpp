@@ -81,6 +81,11 @@ try {
         queue->createJob({.queue = state.queue, .title = "Yok", .media = media, .width = 8000, .length = 15000});
     queue->cancelJob(second);
     std::printf("cancelled: %s\n", nameOf(queue->documentState(second)));
+    // One that is drawn and given up for another, and that other one when the program ends.
+    for (const char* title : {"Yarim", "Son"}) {
+        queue->createJob({.queue = state.queue, .title = title, .media = media, .width = 8000, .length = 15000});
+        queue->draw(page());
+    }
 } catch (const platform::PrintError& error) {
     std::printf("%s\n", error.what());
     return 1;

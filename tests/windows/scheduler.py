@@ -96,6 +96,11 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
         self.running.kill()
         self.running.wait()
 
+    def jobs(self):
+        """How many it ever took."""
+        listed = subprocess.run(["lpstat", "-W", "all", "-o"], env=self.environment, check=True, capture_output=True)
+        return len(listed.stdout.splitlines())
+
     def printed(self, job):
         """The job as a PDF file."""
         file = self.own / f"out/{job}.ps"
