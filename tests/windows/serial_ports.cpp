@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 #include <windows.h>
+// after windows.h, whose types it uses
+#include <winternl.h>
 
 namespace {
 
@@ -15,7 +17,7 @@ protected:
     {
         for (const std::string& make : makes_)
             ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, (R"(SYSTEM\CurrentControlSet\Enum\)" + make).c_str());
-        for (const std::string& port : ports_) ::DefineDosDeviceA(DDD_REMOVE_DEFINITION, port.c_str(), nullptr);
+        for (const HANDLE port : ports_) ::CloseHandle(port); // and its name goes
     }
     void list(const std::string& make, const std::string& serial, const std::string& port, const std::wstring& title)
     {
@@ -26,10 +28,26 @@ protected:
                           REG_SZ, title.c_str(), static_cast<DWORD>((title.size() + 1) * sizeof(wchar_t)));
         makes_.push_back(make);
     }
+    /// By the system's inner call: Wine's own for names of devices takes COM23 for COM20.
     void plugIn(const std::string& port)
     {
-        ASSERT_TRUE(::DefineDosDeviceA(DDD_RAW_TARGET_PATH, port.c_str(), R"(\Device\Null)"));
-        ports_.push_back(port);
+        using Create = NTSTATUS(NTAPI*)(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*, UNICODE_STRING*);
+        const auto create = reinterpret_cast<Create>(
+            reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), "NtCreateSymbolicLinkObject")));
+        ASSERT_TRUE(create);
+        const auto textOf = [](std::wstring& text) {
+            const auto bytes = static_cast<USHORT>(text.size() * sizeof(wchar_t));
+            return UNICODE_STRING{bytes, bytes, text.data()};
+        };
+        std::wstring path = LR"(\??\)" + std::wstring(port.begin(), port.end());
+        std::wstring device = LR"(\Device\Null)";
+        UNICODE_STRING name = textOf(path);
+        UNICODE_STRING target = textOf(device);
+        OBJECT_ATTRIBUTES attributes{};
+        InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, nullptr, nullptr);
+        HANDLE link = nullptr;
+        ASSERT_GE(create(&link, GENERIC_ALL, &attributes, &target), 0) << port;
+        ports_.push_back(link);
     }
     static std::string port(int number, const platform::RememberedAdapters& remembered = {})
     {
@@ -39,7 +57,7 @@ protected:
 
 private:
     std::vector<std::string> makes_;
-    std::vector<std::string> ports_;
+    std::vector<HANDLE> ports_;
 };
 
 TEST_F(SerialPorts, aNumberIsThePortOfThatNumber)
