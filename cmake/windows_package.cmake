@@ -36,11 +36,16 @@ list(APPEND libraries /usr/x86_64-w64-mingw32/lib/libwinpthread-1.dll)
 # Without it Qt takes the folder above the program's for the one that its translations lie in.
 file(WRITE ${CMAKE_BINARY_DIR}/qt.conf "[Paths]\nPrefix = .\nPlugins = .\nTranslations = translations\n")
 
+# What they may be used for, as their packages say it.
+set(documents /usr/share/doc)
+set(licences /usr/share/common-licenses)
+
 set(files ${CMAKE_BINARY_DIR}/files)
 set(name ${CMAKE_BINARY_DIR}/mendrik-presva-${PROJECT_VERSION})
 add_custom_target(windows_setup
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${files} ${name}.zip
     COMMAND ${CMAKE_COMMAND} -E make_directory ${files}/platforms ${files}/styles ${files}/translations
+            ${files}/lisanslar
     COMMAND ${CMAKE_STRIP} -o ${files}/presva.exe $<TARGET_FILE:presva>
     COMMAND ${CMAKE_STRIP} -o ${files}/presva-mdb.exe $<TARGET_FILE:presva-mdb>
     COMMAND ${CMAKE_COMMAND} -E copy ${libraries} ${CMAKE_BINARY_DIR}/qt.conf ${files}
@@ -49,6 +54,12 @@ add_custom_target(windows_setup
     COMMAND ${CMAKE_COMMAND} -E copy ${PRESVA_WINDOWS_QT}/plugins/styles/qwindowsvistastyle.dll ${files}/styles
     COMMAND ${CMAKE_COMMAND} -E copy /usr/share/qt6/translations/qtbase_tr.qm ${files}/translations
     COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/packaging/copyright ${files}
+    COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/packaging/windows/lisanslar.txt ${files}/lisanslar
+    COMMAND ${CMAKE_COMMAND} -E copy ${documents}/qt6-base-dev/copyright ${files}/lisanslar/qt.txt
+    COMMAND ${CMAKE_COMMAND} -E copy ${documents}/gcc-mingw-w64-base/copyright ${files}/lisanslar/gcc.txt
+    COMMAND ${CMAKE_COMMAND} -E copy ${documents}/mingw-w64-x86-64-dev/copyright ${files}/lisanslar/mingw-w64.txt
+    COMMAND ${CMAKE_COMMAND} -E copy ${licences}/GPL-3 ${files}/lisanslar/GPL-3.txt
+    COMMAND ${CMAKE_COMMAND} -E copy ${licences}/LGPL-3 ${files}/lisanslar/LGPL-3.txt
     COMMAND ${PROJECT_SOURCE_DIR}/packaging/windows/make-setup ${files} ${PROJECT_VERSION} ${name}-setup.exe ${icon}
     COMMAND ${CMAKE_COMMAND} -E chdir ${files} zip -q -r ${name}.zip .
     DEPENDS presva presva-mdb VERBATIM)
