@@ -17,19 +17,20 @@ namespace app {
 void Form1::getReady()
 {
     if (!DataCari.hasRecordSet()) return; // reported already
-    preparation_.add([this] {
-        bool done = true;
-        const QString name = mill::text(mill::Cari::fields[mill::Cari::Unvan]);
-        base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, name); });
-        return done;
-    });
     const QStringList written{mill::customerTable, mill::journalTable};
     const auto whetherVerified = [this, written] {
         bool done = true;
         base::passOver([&] { done = DataCari.database().prepareWriting(written); });
         return done;
     };
-    whetherVerified(); // begins
+    preparation_.add([this, whetherVerified] {
+        bool done = true;
+        const QString name = mill::text(mill::Cari::fields[mill::Cari::Unvan]);
+        base::passOver([&] { done = DataCari.database().prepareSearch(mill::customerTable, name); });
+        // Begins when the names are in order: on a machine with two cores two threads at once would take from the keys.
+        if (done) whetherVerified();
+        return done;
+    });
     preparation_.addForLater(whetherVerified);
     const auto reasons = std::make_shared<QStringList>();
     for (const QString& table : written)
