@@ -67,6 +67,16 @@ public:
     }
 };
 
+/// A file that nobody else can open, for as long as this is there or until another file has its name.
+class LoneFile {
+public:
+    virtual ~LoneFile() = default;
+    virtual File& file() = 0;
+    /// Gives `from` this one's name, at once, and closes it. Throws inUse when somebody was faster; then nothing has
+    /// changed but that the file is open no more.
+    virtual void replaceBy(const std::filesystem::path& from) = 0;
+};
+
 /// The door to the file system: the real one in platform/, a power-cut simulator in tests.
 class Disk {
 public:
@@ -79,6 +89,11 @@ public:
     virtual void remove(const std::filesystem::path& path) = 0;
     /// Atomically gives `from` the name `to`, replacing what is there.
     virtual void rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+    /// False where what anybody has open, we included, can be neither replaced nor renamed: openAlone() is for that.
+    virtual bool replacesOpenFiles() const { return true; }
+    /// Where open files are not replaced: the file for ourselves alone, for which others have two seconds to let go of
+    /// it. Throws inUse after them. Nothing elsewhere.
+    virtual std::unique_ptr<LoneFile> openAlone(const std::filesystem::path& /*path*/) { return {}; }
     /// Returns when names created, renamed or removed in the folder would survive a power cut.
     virtual void syncFolder(const std::filesystem::path& folder) = 0;
     /// Makes a folder where there is none; the one above it must be there.

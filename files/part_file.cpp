@@ -65,6 +65,13 @@ std::string PartFile::withItsName(std::string sentence) const
     return sentence;
 }
 
+void PartFile::publish(LoneFile& over)
+{
+    over.replaceBy(part_);
+    published_ = true;
+    disk_.syncFolder(to_.parent_path());
+}
+
 void PartFile::removePart()
 {
     for (const auto& path : {part_, journalOf(part_)})

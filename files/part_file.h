@@ -37,6 +37,8 @@ public:
     /// Where a file is replaced, either of the two bears the name at every moment; else throws exists when somebody
     /// made one of that name meanwhile. Throws disk.
     void publish();
+    /// The same over a file that we have for ourselves alone. Throws inUse, too.
+    void publish(LoneFile& over);
 
 private:
     enum class Target { absent, any };

@@ -4,7 +4,9 @@
 #include "files/quoted_path.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
+#include <utility>
 
 #define WIN32_LEAN_AND_MEAN
 #ifndef NOMINMAX // the compiler's own library may have said so already
@@ -23,8 +25,9 @@ using files::inQuotes;
 // Locked bytes cannot be read or written by others here: they lie past the largest database.
 constexpr std::uint64_t writerByte = 0x80000001;
 constexpr std::uint64_t readersByte = 0x80000002;
-constexpr int renameAttempts = 40;
-constexpr DWORD renamePause = 50; // milliseconds: two seconds in all
+// What watches a disk, a virus scanner or an indexer, has a file open for a moment just when it is new.
+constexpr int attempts = 40;
+constexpr DWORD pause = 50; // milliseconds: two seconds in all
 constexpr std::size_t largestTransfer = std::size_t{1} << 30;
 
 /// The system's refusal as a fault and a sentence; `done` says what could not be done ("okunamadı").
@@ -70,9 +73,14 @@ public:
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
     Handle(Handle&& other) noexcept : handle_(other.handle_) { other.handle_ = INVALID_HANDLE_VALUE; }
-    Handle& operator=(Handle&&) = delete;
+    Handle& operator=(Handle&& other) noexcept
+    {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
     bool valid() const { return handle_ != INVALID_HANDLE_VALUE; }
     HANDLE get() const { return handle_; }
+    void close() { Handle(std::move(*this)); }
 
 private:
     HANDLE handle_;
@@ -158,6 +166,7 @@ public:
             return false;
         }
         if (!writer) hold(writer_, writerByte, Held::none);
+        holdName(writer);
         return true;
     }
 
@@ -165,12 +174,12 @@ public:
 
     files::FileStamp stamp() override
     {
-        // Nobody else writes to what is open here for writing, nor takes its name; and the system puts off noting the
-        // times of our own writes.
-        if (writable_) return {size()};
+        // Nobody else writes to what is open here for writing; and the system puts off noting the times of our own
+        // writes.
+        if (writable_) return {size(), 0, 0, underItsName()};
         FILE_BASIC_INFO times = {};
         if (!GetFileInformationByHandleEx(handle_.get(), FileBasicInfo, &times, sizeof times)) fail(path_, "okunamadı");
-        return {size(), times.LastWriteTime.QuadPart, times.ChangeTime.QuadPart, true};
+        return {size(), times.LastWriteTime.QuadPart, times.ChangeTime.QuadPart, underItsName()};
     }
 
     bool holdBytes(std::uint64_t first, std::uint64_t count) override
@@ -193,6 +202,38 @@ public:
 
 private:
     enum class Held { none, shared, alone };
+
+    /// While we are the writer nobody shall take the file's name: what shares no deletion has a rename refused. Not so
+    /// by every server of a shared folder, nor with a program that was faster; stamp() sees those.
+    void holdName(bool wanted)
+    {
+        if (!wanted) return name_.close();
+        if (name_.valid()) return;
+        name_ = Handle(CreateFileW(path_.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (!sameFile(name_)) name_.close();
+    }
+
+    bool underItsName() const
+    {
+        FILE_STANDARD_INFO state = {};
+        if (GetFileInformationByHandleEx(handle_.get(), FileStandardInfo, &state, sizeof state) && state.DeletePending)
+            return false;
+        // Without a right but to look, so that no sharing stands in the way.
+        const Handle named(CreateFileW(path_.c_str(), FILE_READ_ATTRIBUTES,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                       FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+        return named.valid() && sameFile(named);
+    }
+
+    bool sameFile(const Handle& other) const
+    {
+        BY_HANDLE_FILE_INFORMATION one = {};
+        BY_HANDLE_FILE_INFORMATION two = {};
+        return other.valid() && GetFileInformationByHandle(handle_.get(), &one) &&
+               GetFileInformationByHandle(other.get(), &two) && one.dwVolumeSerialNumber == two.dwVolumeSerialNumber &&
+               one.nFileIndexHigh == two.nFileIndexHigh && one.nFileIndexLow == two.nFileIndexLow;
+    }
 
     bool freeNow(std::uint64_t byte)
     {
@@ -226,10 +267,63 @@ private:
     }
 
     Handle handle_;
+    Handle name_ = Handle(INVALID_HANDLE_VALUE); ///< the file once more, so that its name stays; the writer's
     std::filesystem::path path_;
     bool writable_;
     Held writer_ = Held::none;
     Held readers_ = Held::none;
+};
+
+/// Calls until the system does not refuse because of another program any more; false after two seconds.
+template <class Call> bool patiently(const Call& call, bool openTarget = false)
+{
+    for (int attempt = 1; !call(); ++attempt) {
+        const DWORD code = GetLastError();
+        // The name of a file that is open is refused as if it were a right that is missing.
+        const bool held = code == ERROR_SHARING_VIOLATION || (openTarget && code == ERROR_ACCESS_DENIED);
+        if (!held || attempt == attempts) {
+            SetLastError(code);
+            return false;
+        }
+        Sleep(pause);
+    }
+    return true;
+}
+
+Handle openedAlone(const std::filesystem::path& path)
+{
+    return Handle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+void moveOver(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    constexpr DWORD how = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    if (patiently([&] { return MoveFileExW(from.c_str(), to.c_str(), how) != FALSE; }, true)) return;
+    const DWORD code = GetLastError();
+    if (code == ERROR_ACCESS_DENIED && !openedAlone(to).valid() && GetLastError() == ERROR_SHARING_VIOLATION)
+        fail(to, "değiştirilemedi", ERROR_SHARING_VIOLATION);
+    fail(from, "yeniden adlandırılamadı", code);
+}
+
+class SystemLoneFile final : public files::LoneFile {
+public:
+    SystemLoneFile(Handle handle, const std::filesystem::path& path)
+        : file_(std::in_place, std::move(handle), path, false), path_(path)
+    {
+    }
+
+    files::File& file() override { return *file_; }
+
+    void replaceBy(const std::filesystem::path& from) override
+    {
+        // The system replaces nothing that is open. Whoever gets hold of the file in between keeps it.
+        file_.reset();
+        moveOver(from, path_);
+    }
+
+private:
+    std::optional<SystemFile> file_;
+    std::filesystem::path path_;
 };
 
 class SystemDisk final : public files::Disk {
@@ -272,19 +366,22 @@ public:
 
     void remove(const std::filesystem::path& path) override
     {
-        if (!DeleteFileW(path.c_str())) fail(path, "silinemedi");
+        if (!patiently([&] { return DeleteFileW(path.c_str()) != FALSE; })) fail(path, "silinemedi");
     }
 
-    void rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    void rename(const std::filesystem::path& from, const std::filesystem::path& to) override { moveOver(from, to); }
+
+    bool replacesOpenFiles() const override { return false; }
+
+    std::unique_ptr<files::LoneFile> openAlone(const std::filesystem::path& path) override
     {
-        // What watches a disk, a virus scanner or an indexer, has a file open for a moment just when it is new.
-        for (int attempt = 1;; ++attempt) {
-            if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return;
-            const DWORD code = GetLastError();
-            const bool held = code == ERROR_SHARING_VIOLATION || code == ERROR_ACCESS_DENIED;
-            if (!held || attempt == renameAttempts) fail(from, "yeniden adlandırılamadı", code);
-            Sleep(renamePause);
-        }
+        Handle handle(INVALID_HANDLE_VALUE);
+        const auto opened = [&] {
+            handle = openedAlone(path);
+            return handle.valid();
+        };
+        if (!patiently(opened)) fail(path, "açılamadı");
+        return std::make_unique<SystemLoneFile>(std::move(handle), path);
     }
 
     /// The file system here keeps names in its own journal and offers nothing to flush; renames are written through.

@@ -28,20 +28,25 @@ Path copyOf(files::Disk& disk, const Path& directory, const std::string& wanted)
                            "çalıştırarak listeleyin.");
 }
 
-void copyBytes(files::Disk& disk, const Path& from, const Path& to)
+/// `from` is the name of `source`.
+void copyBytes(files::Disk& disk, files::File& source, const Path& from, const Path& to)
 {
     constexpr std::size_t atOnce = std::size_t{1} << 20;
-    const auto source = disk.open(from, files::Disk::Access::readOnly);
     const auto target = disk.open(to, files::Disk::Access::createNew);
     std::vector<std::uint8_t> buffer(atOnce);
-    const std::uint64_t size = source->size();
+    const std::uint64_t size = source.size();
     for (std::uint64_t done = 0; done < size;) {
-        const std::size_t got = source->read(done, buffer);
+        const std::size_t got = source.read(done, buffer);
         if (got == 0) throw files::Error(files::Fault::disk, files::quotedPath(from) + " okunurken kısaldı.");
         target->write(done, std::span(buffer).first(got));
         done += got;
     }
     target->sync();
+}
+
+void copyBytes(files::Disk& disk, const Path& from, const Path& to)
+{
+    copyBytes(disk, *disk.open(from, files::Disk::Access::readOnly), from, to);
 }
 
 /// Throws damaged unless every page of the file is sound and it has the tables of a mill.
@@ -68,31 +73,85 @@ void refuseUnsound(files::Disk& disk, const Path& file, const Path& copy)
 /// Keeps the program away from the database for as long as this lives.
 class Hold {
 public:
-    Hold(files::Disk& disk, const Path& database)
+    Hold(files::Disk& disk, const Path& database) : disk_(disk), database_(database)
     {
-        if (!disk.exists(database)) return;
+        if (disk.exists(database)) beTheWriter();
+    }
+
+    /// From here on the database can be given another name, or its name to another file. Throws inUse when somebody
+    /// keeps the file open where that forbids it.
+    void readyForAnotherName()
+    {
+        if (disk_.replacesOpenFiles() || (!pager_ && !file_)) return;
+        pager_.reset();
+        file_.reset();
+        lone_ = disk_.openAlone(database_);
+    }
+
+    /// What stands in the database's place now.
+    void copyTo(const Path& to)
+    {
+        if (lone_)
+            copyBytes(disk_, lone_->file(), database_, to);
+        else
+            copyBytes(disk_, database_, to);
+    }
+
+    void moveTo(const Path& to)
+    {
+        lone_.reset();
+        disk_.rename(database_, to);
+    }
+
+    void give(files::PartFile& next)
+    {
+        if (lone_)
+            next.publish(*lone_);
+        else
+            next.publish();
+    }
+
+    bool readable()
+    {
         try {
-            pager_ = std::make_unique<jet::Pager>(disk, database, jet::Pager::Mode::readWrite); // puts a journal right
+            const auto opened = lone_ ? nullptr : disk_.open(database_, files::Disk::Access::readOnly);
+            files::File& file = lone_ ? lone_->file() : *opened;
+            std::vector<std::uint8_t> page(jet::pageSize);
+            for (std::uint64_t at = 0; file.read(at, page) != 0; at += page.size()) continue;
+            return true;
+        } catch (const files::Error&) {
+            return false;
+        }
+    }
+
+private:
+    void beTheWriter()
+    {
+        try {
+            pager_ =
+                std::make_unique<jet::Pager>(disk_, database_, jet::Pager::Mode::readWrite); // puts a journal right
             if (!pager_->writable() && pager_->protection() == jet::Protection::none)
                 throw files::Error(files::Fault::noPermission,
-                                   files::quotedPath(database) + " yazılamıyor; dosyanın izinlerini denetleyin.");
+                                   files::quotedPath(database_) + " yazılamıyor; dosyanın izinlerini denetleyin.");
             if (pager_->writable()) return;
             pager_.reset();
         } catch (const files::Error& error) {
             if (error.fault() == files::Fault::inUse || error.fault() == files::Fault::noPermission) throw;
         }
         // Too damaged to be opened, or no file to work with: that is what copies are for.
-        file_ = disk.open(database, files::Disk::Access::readWrite);
+        file_ = disk_.open(database_, files::Disk::Access::readWrite);
         if (!file_->lock(files::File::Lock::writer))
             throw files::Error(files::Fault::inUse,
-                               files::quotedPath(database) +
+                               files::quotedPath(database_) +
                                    " başka bir program tarafından kullanılıyor; onu kapatıp yeniden "
                                    "deneyin.");
     }
 
-private:
+    files::Disk& disk_;
+    Path database_;
     std::unique_ptr<jet::Pager> pager_;
     std::unique_ptr<files::File> file_;
+    std::unique_ptr<files::LoneFile> lone_;
 };
 
 Path freeName(files::Disk& disk, const Path& database, CopyTime now)
@@ -106,12 +165,12 @@ Path freeName(files::Disk& disk, const Path& database, CopyTime now)
 }
 
 /// Keeps what stands in the database's place under another name, with a journal that could not be applied.
-void setAside(files::Disk& disk, const Path& database, const Path& aside)
+void setAside(files::Disk& disk, Hold& hold, const Path& database, const Path& aside)
 {
     const Path journal = files::journalOf(database);
     try {
         files::PartFile kept(disk, aside);
-        copyBytes(disk, database, kept.path());
+        hold.copyTo(kept.path());
         kept.publish();
         if (!disk.exists(journal)) return;
         files::PartFile keptJournal(disk, files::journalOf(aside));
@@ -121,16 +180,8 @@ void setAside(files::Disk& disk, const Path& database, const Path& aside)
         // A disk that is full or may not be written leaves everything as it is. One that cannot read the old file any
         // more must not keep the mill from its copy.
         if (error.fault() != files::Fault::disk || disk.exists(aside)) throw;
-        bool readable = true;
-        try {
-            const auto file = disk.open(database, files::Disk::Access::readOnly);
-            std::vector<std::uint8_t> page(jet::pageSize);
-            for (std::uint64_t at = 0; file->read(at, page) != 0; at += page.size()) continue;
-        } catch (const files::Error&) {
-            readable = false;
-        }
-        if (readable) throw;
-        disk.rename(database, aside);
+        if (hold.readable()) throw;
+        hold.moveTo(aside);
         if (disk.exists(journal)) disk.rename(journal, files::journalOf(aside));
         disk.syncFolder(aside.parent_path());
     }
@@ -211,17 +262,18 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
 
     // Held to the end, also while the new file takes the name: a program that starts meanwhile must not get hold of
     // the old one.
-    const Hold hold(disk, database);
+    Hold hold(disk, database);
     const bool present = disk.exists(database);
     auto part = files::PartFile::replacing(disk, database);
     copyBytes(disk, from, part.path());
     refuseUnsound(disk, part.path(), from);
     if (present) {
         result.aside = freeName(disk, database, now);
-        setAside(disk, database, result.aside);
+        hold.readyForAnotherName();
+        setAside(disk, hold, database, result.aside);
     }
     if (announce) announce(part.path(), from.filename().string());
-    part.publish();
+    hold.give(part);
     // A journal that still stands here belonged to the old file, and is kept beside that.
     const Path journal = files::journalOf(database);
     if (present && disk.exists(journal)) disk.remove(journal);

@@ -49,6 +49,7 @@ public:
     std::optional<int> failingFrom;      ///< this one and all after it fail
     std::optional<std::size_t> capacity; ///< bytes; a write past it fails with a full disk
     bool readOnly = false;               ///< as a write-protected medium
+    bool keepsOpenFiles = false;         ///< no file that is open is replaced, as on Windows
     bool clockStands = false;            ///< no write shows in the stamp of a file
     files::Person self;                  ///< who works here
     bool noLockFiles = false;            ///< none can be made
@@ -90,6 +91,7 @@ public:
             return std::make_unique<OpenFile>(*this, stored, path, true);
         }
         if (found == names_.end()) throw files::Error(files::Fault::notFound, path.string() + " yok");
+        if (found->second->alone) throw files::Error(files::Fault::inUse, path.string() + " kullanılıyor");
         if (access == Access::readWrite && readOnly) throw files::Error(files::Fault::noPermission, "salt okunur");
         return std::make_unique<OpenFile>(*this, found->second, path, access == Access::readWrite);
     }
@@ -106,12 +108,22 @@ public:
         const auto found = names_.find(from);
         if (found == names_.end()) throw files::Error(files::Fault::notFound, from.string() + " yok");
         const auto stored = found->second;
+        for (const Path& path : {from, to})
+            if (keepsOpenFiles && has(path) && names_.at(path)->open > 0)
+                throw files::Error(files::Fault::inUse, path.string() + " kullanılıyor");
         names_.erase(found);
         names_[to] = stored;
         pendingNames_.push_back([from, to, stored](Names& names) {
             names.erase(from);
             names[to] = stored;
         });
+    }
+    bool replacesOpenFiles() const override { return !keepsOpenFiles; }
+    std::unique_ptr<files::LoneFile> openAlone(const Path& path) override
+    {
+        if (!keepsOpenFiles) return {};
+        if (names_.at(path)->open > 0) throw files::Error(files::Fault::inUse, path.string() + " kullanılıyor");
+        return std::make_unique<Lone>(*this, names_.at(path), path);
     }
     void makeFolder(const Path&) override {} // folders are part of the names here
     std::vector<Path> names(const Path& folder) override
@@ -144,6 +156,8 @@ private:
         Image durable;              ///< what a power cut leaves for certain
         std::vector<Write> pending; ///< between the two, in order
         std::int64_t writes = 0;
+        int open = 0;
+        bool alone = false;
         const void* writer = nullptr;
         const void* committer = nullptr;
         std::set<const void*> readers;
@@ -214,8 +228,13 @@ private:
         OpenFile(PowerCutDisk& disk, std::shared_ptr<Stored> stored, Path path, bool writable)
             : disk_(disk), stored_(std::move(stored)), path_(std::move(path)), writable_(writable)
         {
+            ++stored_->open;
         }
-        ~OpenFile() override { release(); }
+        ~OpenFile() override
+        {
+            --stored_->open;
+            release();
+        }
         OpenFile(const OpenFile&) = delete;
         OpenFile& operator=(const OpenFile&) = delete;
 
@@ -323,6 +342,32 @@ private:
         std::shared_ptr<Stored> stored_;
         Path path_;
         bool writable_;
+    };
+
+    class Lone final : public files::LoneFile {
+    public:
+        Lone(PowerCutDisk& disk, std::shared_ptr<Stored> stored, Path path)
+            : disk_(disk), stored_(stored), path_(std::move(path)), file_(std::in_place, disk, stored, path_, false)
+        {
+            stored_->alone = true;
+        }
+        ~Lone() override { stored_->alone = false; }
+        Lone(const Lone&) = delete;
+        Lone& operator=(const Lone&) = delete;
+
+        files::File& file() override { return *file_; }
+        void replaceBy(const Path& from) override
+        {
+            file_.reset();
+            stored_->alone = false;
+            disk_.rename(from, path_);
+        }
+
+    private:
+        PowerCutDisk& disk_;
+        std::shared_ptr<Stored> stored_;
+        Path path_;
+        std::optional<OpenFile> file_;
     };
 
     files::MemoryDisk scratches_;

@@ -280,6 +280,61 @@ TEST_F(RestoredMill, aFileThatCannotBeOpenedIsKeptAsItIs)
     ASSERT_EQ(disk.content(aside), cut);
 }
 
+/// The same where no open file gives its name away.
+struct MillOfKeptNames : RestoredMill {
+    MillOfKeptNames() { disk.keepsOpenFiles = true; }
+};
+
+TEST_F(MillOfKeptNames, theCopyTakesThePlaceAndNobodyGetsHoldOfTheOldFile)
+{
+    int announced = 0;
+    const auto done = store::restoreCopy(disk, directory, "2025-11-20", now, [&](const auto& next, const auto&) {
+        ++announced;
+        EXPECT_EQ(disk.content(next), oldMill());
+        EXPECT_EQ(faultOf([&] { disk.open(database, Disk::Access::readWrite); }), Fault::inUse);
+    });
+    ASSERT_EQ(announced, 1);
+    ASSERT_EQ(done.aside, aside);
+    ASSERT_EQ(disk.content(database), oldMill());
+    ASSERT_EQ(disk.content(aside), newMill());
+}
+
+TEST_F(MillOfKeptNames, atEveryMomentTheDatabaseIsTheOldOrTheNewOne)
+{
+    int looks = 0;
+    disk.beforeEachChange = [&] {
+        ++looks;
+        ASSERT_TRUE(disk.has(database));
+        ASSERT_TRUE(disk.content(database) == newMill() || disk.content(database) == oldMill());
+    };
+    store::restoreCopy(disk, directory, "2025-11-20", now);
+    ASSERT_GT(looks, 5);
+}
+
+TEST_F(MillOfKeptNames, aFileThatSomebodyKeepsOpenStaysAndNothingIsAnnounced)
+{
+    const auto reader = disk.open(database, Disk::Access::readOnly);
+    bool announced = false;
+    ASSERT_EQ(faultOf([&] {
+                  store::restoreCopy(disk, directory, "2025-11-20", now,
+                                     [&](const auto&, const auto&) { announced = true; });
+              }),
+              Fault::inUse);
+    ASSERT_FALSE(announced);
+    ASSERT_EQ(disk.content(database), newMill());
+    ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
+}
+
+TEST_F(MillOfKeptNames, aFileThatCannotBeOpenedIsKeptAsItIs)
+{
+    PowerCutDisk::Image cut = newMill();
+    cut.resize(cut.size() - 1000);
+    disk.put(database, cut);
+    store::restoreCopy(disk, directory, "2025-11-20", now);
+    ASSERT_EQ(disk.content(database), oldMill());
+    ASSERT_EQ(disk.content(aside), cut);
+}
+
 TEST_F(RestoredMill, anOpenSlipIsToldAndStays)
 {
     disk.put("degirmen/Yag.mdb-slip", {1, 2, 3});

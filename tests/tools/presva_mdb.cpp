@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 
 namespace {
 
@@ -468,6 +469,27 @@ TEST_F(PresvaMdb, restoreLeavesARunningProgramAlone)
     const Outcome refused = run({"restore", folder().string(), "2025-11-20"});
     ASSERT_EQ(refused.code, 1);
     ASSERT_THAT(refused.err, HasSubstr("kullanılıyor"));
+}
+
+TEST_F(PresvaMdb, restoreReplacesAFileThatSomebodyReadsOrChangesNothing)
+{
+    const std::string file = created();
+    ASSERT_TRUE(std::filesystem::create_directory(path("Yedek")));
+    ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
+    writeFile(path("bir.csv"), "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
+    ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
+    const std::vector<std::string> before = filesIn(folder().string());
+    Outcome done;
+    {
+        const std::ifstream reader(file, std::ios::binary);
+        done = run({"restore", folder().string(), "2025-11-20"});
+    }
+    const bool restored = platform::systemDisk().replacesOpenFiles();
+    ASSERT_EQ(done.code, restored ? 0 : 1) << done.err;
+    ASSERT_EQ(countOf("Ali", run({"sql", file, "Select * From Hareket"}).out), restored ? 0 : 1);
+    if (restored) return;
+    ASSERT_THAT(done.err, HasSubstr("kullanılıyor"));
+    ASSERT_EQ(filesIn(folder().string()), before);
 }
 
 TEST_F(PresvaMdb, dropIndexTakesTheIndexAway)

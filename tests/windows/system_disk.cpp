@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 #include <windows.h>
@@ -129,8 +130,81 @@ TEST_F(SystemDisk, renameGivesUpOnAProgramThatKeepsTheFile)
     blank("a");
     const Object keeper = openElsewhere(blank("b"), GENERIC_READ, 0);
     ASSERT_TRUE(keeper);
-    ASSERT_TRUE(faultOf([&] { systemDisk().rename(path("a"), path("b")); }).has_value());
+    ASSERT_EQ(faultOf([&] { systemDisk().rename(path("a"), path("b")); }), Fault::inUse);
     ASSERT_TRUE(systemDisk().exists(path("a")) && systemDisk().exists(path("b")));
+}
+
+TEST_F(SystemDisk, nobodyTakesTheNameOfWhatWeWrite)
+{
+    const auto file = blank("Yag.mdb");
+    {
+        const Pager writer(systemDisk(), file, Pager::Mode::readWrite);
+        ASSERT_FALSE(::MoveFileW(file.c_str(), path("b").c_str()));
+        ASSERT_EQ(::GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+        ASSERT_FALSE(::DeleteFileW(file.c_str()));
+    }
+    ASSERT_TRUE(::MoveFileW(file.c_str(), path("b").c_str()));
+}
+
+TEST_F(SystemDisk, aStampShowsAnotherFileInItsPlaceAndNone)
+{
+    const auto file = blank("a");
+    for (const auto access : {Disk::Access::readOnly, Disk::Access::readWrite}) {
+        const auto one = systemDisk().open(file, access);
+        ASSERT_TRUE(one->stamp().underItsName);
+        ASSERT_TRUE(::MoveFileW(file.c_str(), path("elsewhere").c_str()));
+        ASSERT_FALSE(one->stamp().underItsName);
+        blank("a");
+        ASSERT_FALSE(one->stamp().underItsName);
+        ::DeleteFileW(path("elsewhere").c_str());
+    }
+}
+
+/// Gives the open file another name, as a program may that opened it for that before we did.
+bool renameOpen(HANDLE file, const std::filesystem::path& to)
+{
+    const std::wstring name = to.wstring();
+    std::vector<std::uint8_t> bytes(sizeof(FILE_RENAME_INFO) + name.size() * sizeof(wchar_t));
+    auto* const info = reinterpret_cast<FILE_RENAME_INFO*>(bytes.data());
+    info->FileNameLength = static_cast<DWORD>(name.size() * sizeof(wchar_t));
+    std::copy_n(name.c_str(), name.size() + 1, info->FileName);
+    return ::SetFileInformationByHandle(file, FileRenameInfo, info, static_cast<DWORD>(bytes.size())) != FALSE;
+}
+
+TEST_F(SystemDisk, theWriterSeesThatItsFileWentAllTheSame)
+{
+    const auto file = blank("Yag.mdb");
+    const Object faster = openElsewhere(file, DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    Pager writer(systemDisk(), file, Pager::Mode::readWrite);
+    ASSERT_FALSE(writer.lookAround());
+    ASSERT_TRUE(renameOpen(faster.get(), path("gone.mdb")));
+    ASSERT_EQ(faultOf([&] { writer.lookAround(); }), Fault::changedElsewhere);
+}
+
+TEST_F(SystemDisk, aFileForOurselvesAloneIsOpenedByNobodyAndReplaced)
+{
+    const auto file = blank("b");
+    systemDisk().open(path("a"), Disk::Access::createNew);
+    const auto lone = systemDisk().openAlone(file);
+    ASSERT_EQ(lone->file().size(), 16 * pageSize);
+    ASSERT_EQ(faultOf([&] { systemDisk().open(file, Disk::Access::readOnly); }), Fault::inUse);
+    lone->replaceBy(path("a"));
+    ASSERT_EQ(systemDisk().open(file, Disk::Access::readOnly)->size(), 0U);
+}
+
+TEST_F(SystemDisk, othersHaveTwoSecondsToLetGoOfAFileThatWeWantAlone)
+{
+    const auto file = blank("a");
+    Object scanner = openElsewhere(file, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    std::thread letsGo([&] {
+        ::Sleep(300);
+        scanner.reset();
+    });
+    const auto fault = faultOf([&] { systemDisk().openAlone(file); });
+    letsGo.join();
+    ASSERT_EQ(fault, std::nullopt);
+    const Object keeper = openElsewhere(file, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    ASSERT_EQ(faultOf([&] { systemDisk().openAlone(file); }), Fault::inUse);
 }
 
 } // namespace
