@@ -1,6 +1,7 @@
 #include "store/first_start.h"
 
 #include "files/error.h"
+#include "files/quoted_path.h"
 #include "mill/tables.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
@@ -26,8 +27,8 @@ bool ensureDatabase(files::Disk& disk, const std::filesystem::path& folder,
     const std::filesystem::path database = databaseIn(disk, folder);
     const bool isThere = disk.exists(database);
     if (isThere && copyFrom)
-        throw files::Error(files::Fault::exists, "'" + database.string() +
-                                                     "' zaten var ve değiştirilmez; önce adını "
+        throw files::Error(files::Fault::exists, files::inQuotes(database) +
+                                                     " zaten var ve değiştirilmez; önce adını "
                                                      "değiştirin ya da --dir ile başka klasör verin.");
     if (isThere) return true;
     const FirstChoice choice = copyFrom ? FirstChoice{.leave = false, .carry = copyFrom} : ask();

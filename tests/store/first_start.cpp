@@ -3,9 +3,15 @@
 #include "files/error.h"
 #include "files/memory_disk.h"
 #include "mill/tables.h"
+#include "platform/system_disk.h"
 #include "store/jet/database/database.h"
+#include "tests/support/fault.h"
+#include "tests/support/temporary_folder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <set>
+#include <stdexcept>
 
 using files::MemoryDisk;
 
@@ -109,6 +115,25 @@ TEST_F(FirstStart, leavesNothingBehindOfAFileThatIsNoDatabase)
     mill.choice.carry = old;
     EXPECT_THROW(start(), files::Error);
     EXPECT_FALSE(disk.exists(database));
+}
+
+TEST(FirstStartOnTheDisk, knowsEveryLetterOfAPath)
+{
+    const TemporaryFolder users;
+    files::Disk& real = platform::systemDisk();
+    const std::filesystem::path own = users.path() / u"Şükrü Işık" / u"Mendrik Presva ğİ";
+    const std::filesystem::path former = users.path() / u"Eski Yağ İğne.mdb";
+    mill::createDatabase(real, former, jet::turkish, today);
+    jet::Database::open(real, former)->table(u"Cari").insert({{0, std::u16string(u"Şükrü Öz")}});
+    const auto nobody = []() -> store::FirstChoice { throw std::logic_error("asked"); };
+    ASSERT_TRUE(store::ensureDatabase(real, own, former, nobody, today));
+    ASSERT_EQ(jet::Database::open(real, own / "Yag.mdb", jet::Pager::Mode::readOnly)->table(u"Cari").rowCount(), 1U);
+    std::set<std::u16string> made;
+    for (const auto& each : std::filesystem::directory_iterator(users.path()))
+        made.insert(each.path().filename().u16string());
+    ASSERT_EQ(made, (std::set<std::u16string>{u"Şükrü Işık", u"Eski Yağ İğne.mdb"}));
+    const auto refusal = refusalOf([&] { store::ensureDatabase(real, own, former, nobody, today); });
+    ASSERT_THAT(refusal.sentence, testing::HasSubstr("Mendrik Presva ğİ"));
 }
 
 } // namespace
