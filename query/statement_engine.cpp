@@ -1,5 +1,6 @@
 #include "query/statement.h"
 
+#include "exchange/linked_tables.h"
 #include "files/error.h"
 #include "files/language.h"
 #include "query/sql_words.h"
@@ -11,12 +12,14 @@ namespace query {
 
 namespace {
 
-/// The engine's own sentence, and why it understands so little here.
-template <class Action> auto orSaySo(Action&& action)
+/// The engine's own sentence, and why it understands so little here; of a linked table what every command says of it.
+template <class Action> auto orSaySo(const jet::Database& database, std::string_view sql, Action&& action)
 {
     try {
         return action();
     } catch (const files::Error& error) {
+        if (error.fault() == files::Fault::noSuchTable)
+            for (const Word& word : wordsOf(sql)) exchange::refuseLinkedTable(database, word.text);
         if (error.fault() != files::Fault::syntax) throw;
         throw files::Error(error.fault(),
                            std::string(error.what()) +
@@ -51,7 +54,7 @@ void select(jet::Database& database, std::string_view sql, bool, exchange::RowWr
             const Parameters& parameters)
 {
     refuse(parameters);
-    const jet::Selection selection = orSaySo([&] { return jet::select(database, jet::fromUtf8(sql)); });
+    const jet::Selection selection = orSaySo(database, sql, [&] { return jet::select(database, jet::fromUtf8(sql)); });
     std::vector<jet::Column> columns(selection.columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         if (selection.table != nullptr) columns[i] = selection.table->columns()[selection.fields[i]];
@@ -72,7 +75,7 @@ void select(jet::Database& database, std::string_view sql, bool, exchange::RowWr
 std::uint64_t execute(jet::Database& database, std::string_view sql, bool, const Parameters& parameters)
 {
     refuse(parameters);
-    return orSaySo([&] { return jet::execute(database, jet::fromUtf8(sql)); });
+    return orSaySo(database, sql, [&] { return jet::execute(database, jet::fromUtf8(sql)); });
 }
 
 } // namespace query
