@@ -38,6 +38,13 @@ void copyWritable(const std::filesystem::path& from, const std::filesystem::path
     std::filesystem::permissions(to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
+void replaceFile(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    // Not by an option of the copying: the compiler's library for Windows refuses then, too.
+    std::filesystem::remove(to);
+    std::filesystem::copy_file(from, to);
+}
+
 std::vector<std::string> filesIn(const std::filesystem::path& folder)
 {
     std::vector<std::string> names;

@@ -15,5 +15,8 @@ void writeFile(const std::filesystem::path& file, const std::vector<std::uint8_t
 /// A copy that its owner may change, whatever the original is like.
 void copyWritable(const std::filesystem::path& from, const std::filesystem::path& to);
 
+/// Puts a copy where there is a file already.
+void replaceFile(const std::filesystem::path& from, const std::filesystem::path& to);
+
 /// The names of the files in a folder, hidden ones too, in the order of their bytes; folders are left out.
 std::vector<std::string> filesIn(const std::filesystem::path& folder);

@@ -704,7 +704,7 @@ TEST_F(SqlParameters, areGivenToASavedQuery)
 {
     if (!query::available()) GTEST_SKIP() << "built without SQLite";
     if (!samples::present()) GTEST_SKIP() << samples::absent;
-    const std::string file = samples::database("mdb/northwind-2000.mdb");
+    const std::string file = samples::database("mdb/northwind-2000.mdb").string();
     const std::string name = "[Employee Sales by Country]";
     ASSERT_THAT(run({"sql", file, name}).err, HasSubstr("--parameter \"Beginning Date=değer\""));
     const auto rowsBetween = [&](const std::string& from, const std::string& to) {

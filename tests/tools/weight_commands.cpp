@@ -167,8 +167,7 @@ TEST_F(Weights, nameACopyThatWasPutBackAndAreSoundAfterwards)
     ASSERT_EQ(asked({"--verify"}).code, 0);
 
     std::filesystem::copy_file(file("Yag.mdb"), file("today"));
-    std::filesystem::copy_file(copies / "Yag-2025-11-21.mdb", file("Yag.mdb"),
-                               std::filesystem::copy_options::overwrite_existing);
+    replaceFile(copies / "Yag-2025-11-21.mdb", file("Yag.mdb"));
     EXPECT_EQ(asked({"--verify"}).code, 1) << "by hand it is a row taken out";
     std::filesystem::rename(file("today"), file("Yag.mdb"));
 
