@@ -3,9 +3,11 @@
 #include "tests/support/columns.h"
 #include <QCoreApplication>
 #include <QProcess>
+#include <QSettings>
 #include <QTest>
 #include <cstdio>
 #include <cstring>
+#include <map>
 
 using namespace base;
 using namespace Qt::StringLiterals;
@@ -20,13 +22,58 @@ QString sample(const Regional& regional)
            formatDate(value, u"dd mmmm yyyy dddd hh:mm", regional) + u'|' + dateToText(value, regional);
 }
 
+#ifdef Q_OS_WIN
+/// The user's settings as Windows keeps them, changed until this is gone. Tests have a Windows of their own.
+class UserSettings {
+public:
+    explicit UserSettings(const QStringList& entries)
+    {
+        for (const QString& entry : entries) {
+            const QString name = entry.section(u'=', 0, 0);
+            before_[name] = stored_.value(name);
+            stored_.setValue(name, entry.section(u'=', 1));
+        }
+    }
+    ~UserSettings()
+    {
+        for (const auto& [name, value] : before_) stored_.setValue(name, value);
+    }
+    UserSettings(const UserSettings&) = delete;
+    UserSettings& operator=(const UserSettings&) = delete;
+
+private:
+    QSettings stored_{u"HKEY_CURRENT_USER\\Control Panel\\International"_s, QSettings::NativeFormat};
+    std::map<QString, QVariant> before_;
+};
+#endif
+
 } // namespace
 
-/// The user's own settings. Qt looks at the environment once in a process, so every row asks a process of its own.
+/// The user's own settings. Qt looks at them once in a process, so every row asks a process of its own.
 class RegionalSettings : public QObject {
     Q_OBJECT
 
 private slots:
+#ifdef Q_OS_WIN
+    void whatTheUserHasSetDecides_data()
+    {
+        addColumns<QStringList, QString>("settings", "expected");
+        const QString turkish = sample(Regional::turkish());
+        QTest::newRow("Turkish") << QStringList() << turkish;
+        QTest::newRow("numbers of the user's own")
+            << QStringList{u"sDecimal=;"_s, u"sThousand='"_s} << u"1'234'567;50|"_s + turkish.section(u'|', 1);
+    }
+
+    void whatTheUserHasSetDecides()
+    {
+        QFETCH(QStringList, settings);
+        const UserSettings changed(settings);
+        QProcess process;
+        process.start(QCoreApplication::applicationFilePath(), {u"--sample"_s});
+        QVERIFY(process.waitForFinished());
+        QTEST(QString::fromUtf8(process.readAllStandardOutput()), "expected");
+    }
+#else
     void categoriesOfTheEnvironmentDecide_data()
     {
         addColumns<QStringList, QString>("environment", "expected");
@@ -60,6 +107,7 @@ private slots:
         QVERIFY(process.waitForFinished());
         QTEST(QString::fromUtf8(process.readAllStandardOutput()), "expected");
     }
+#endif
 };
 
 int main(int argc, char** argv)
