@@ -40,7 +40,8 @@ file(WRITE ${CMAKE_BINARY_DIR}/qt.conf "[Paths]\nPrefix = .\nPlugins = .\nTransl
 set(documents /usr/share/doc)
 set(licences /usr/share/common-licenses)
 
-set(files ${CMAKE_BINARY_DIR}/files)
+# Not "files": there the room of that name is built.
+set(files ${CMAKE_BINARY_DIR}/installed)
 set(name ${CMAKE_BINARY_DIR}/mendrik-presva-${PROJECT_VERSION})
 add_custom_target(windows_setup
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${files} ${name}.zip
