@@ -173,7 +173,6 @@ void Commit::openJournal()
     journal_ = std::move(opened);
 }
 
-/// Digest of the pages of the file that are not among `pages` (which hold what the file holds).
 std::uint64_t Commit::digest()
 {
     if (!digest_) digest_ = digestOfFile();
@@ -181,6 +180,7 @@ std::uint64_t Commit::digest()
     return *digest_;
 }
 
+/// Digest of the pages of the file that are not among `pages` (which hold what the file holds).
 std::uint64_t Commit::digestWithout(std::span<const OldPage> pages)
 {
     if (!digest_) digest_ = digestOfFile();
