@@ -27,12 +27,9 @@ void putCsvText(Output& out, std::string_view text)
 
 void putCsvLineEnd(Output& out) { out.put("\r\n"); }
 
-CsvReader::CsvReader(std::string_view text, char delimiter) : text_(text), fieldEnds_({delimiter, '\r', '\n'})
-{
-    passMark();
-}
+CsvReader::CsvReader(std::string_view text, char delimiter) : text_(text), delimiter_(delimiter) { passMark(); }
 
-CsvReader::CsvReader(TextSource& source, char delimiter) : source_(&source), fieldEnds_({delimiter, '\r', '\n'})
+CsvReader::CsvReader(TextSource& source, char delimiter) : source_(&source), delimiter_(delimiter)
 {
     source.rewind();
     fetch();
@@ -108,7 +105,8 @@ void CsvReader::readField(CsvField& field)
     field.text.clear();
     field.quoted = at_ < text_.size() && text_[at_] == '"';
     if (field.quoted) return readQuoted(field);
-    const std::size_t end = std::min(text_.find_first_of(fieldEnds_, at_), text_.size());
+    std::size_t end = at_;
+    while (end < text_.size() && text_[end] != delimiter_ && text_[end] != '\r' && text_[end] != '\n') ++end;
     const std::size_t letter = text_.find_first_not_of(' ', at_);
     if (letter > at_ && letter < end && text_[letter] == '"')
         throw files::Error(files::Fault::syntax,
@@ -141,7 +139,7 @@ void CsvReader::readQuoted(CsvField& field)
         field.text += '"';
         ++at_;
     }
-    if (!atLineEnd() && text_[at_] != fieldEnds_.front())
+    if (!atLineEnd() && text_[at_] != delimiter_)
         throw files::Error(files::Fault::syntax,
                            files::said("CSV'nin ", "Line ") + std::to_string(line_) +
                                files::said(". satırında tırnak alanın ortasında kapanıyor; dosyayı düzeltin.",

@@ -54,7 +54,7 @@ private:
     TextSource* source_ = nullptr; ///< null when the text ends with what is here
     std::string pieces_;
     std::string_view text_;
-    std::string fieldEnds_; ///< the delimiter, and what ends a line
+    char delimiter_;
     std::size_t at_ = 0;
     std::size_t line_ = 1;
     std::size_t recordLine_ = 0;

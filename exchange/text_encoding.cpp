@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace exchange {
@@ -44,6 +45,18 @@ constexpr std::string_view bigMark = "\xFE\xFF";
 
 std::uint8_t byteAt(std::string_view bytes, std::size_t at) { return static_cast<std::uint8_t>(bytes[at]); }
 
+/// Eight bytes at once, for texts that are ASCII for the greatest part.
+std::uint64_t eightAt(std::string_view bytes, std::size_t at)
+{
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, bytes.data() + at, sizeof eight);
+    return eight;
+}
+constexpr std::uint64_t highBits = 0x8080808080808080U, lowBits = 0x0101010101010101U;
+bool areAscii(std::uint64_t eight) { return (eight & highBits) == 0; }
+/// Of ASCII bytes.
+bool hasZero(std::uint64_t eight) { return ((eight - lowBits) & highBits) != 0; }
+
 /// Bytes of the UTF-8 character that begins there; 0 for bytes that are none.
 std::size_t utf8Length(std::string_view bytes, std::size_t at)
 {
@@ -64,6 +77,10 @@ std::size_t wholeUtf8(std::string_view bytes)
 {
     std::size_t at = 0;
     while (at < bytes.size()) {
+        if (at + 8 <= bytes.size() && areAscii(eightAt(bytes, at))) {
+            at += 8;
+            continue;
+        }
         const std::size_t length = utf8Length(bytes, at);
         if (length == 0) break;
         at += length;
@@ -148,8 +165,16 @@ std::optional<Encoding> encodingNamed(std::string_view name)
 void EncodingFinder::see(std::string_view piece)
 {
     begin_ += piece.substr(0, utf8Mark.size() - std::min(utf8Mark.size(), begin_.size()));
-    for (const char c : piece) {
-        const auto byte = static_cast<std::uint8_t>(c);
+    for (std::size_t at = 0; at < piece.size(); ++at) {
+        if (at + 8 <= piece.size()) {
+            const std::uint64_t eight = eightAt(piece, at);
+            if (areAscii(eight) && !hasZero(eight)) {
+                count_ += 8;
+                at += 7;
+                continue;
+            }
+        }
+        const std::uint8_t byte = byteAt(piece, at);
         if (byte == 0) ++zeros_[count_ % 2];
         ++count_;
         if (byte < 0x80) continue;

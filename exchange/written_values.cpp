@@ -38,6 +38,11 @@ std::optional<std::string> plainNumber(std::string_view text, char decimalMark)
     constexpr std::size_t perGroup = 3;
     const char groupMark = decimalMark == '.' ? ',' : '.';
     std::string plain;
+    if (text.find(groupMark) == std::string_view::npos) {
+        plain = text;
+        std::ranges::replace(plain, decimalMark, '.');
+        return plain;
+    }
     if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
         plain += text.front();
         text.remove_prefix(1);
