@@ -1,14 +1,21 @@
 // How quick the counter is with 100,000 customers and 1,000,000 pressings: the real screen on a real display.
 //
 //     counter_bench FOLDER
+//     counter_bench FOLDER --register
 //
-// makes FOLDER/Yag.mdb once and prints a table. Every start is a process of its own; this program starts itself.
+// makes FOLDER/Yag.mdb once and prints a table. Every start is a process of its own; this program starts itself. With
+// --register its day is measured twice: on its own, and in a register on a server that another counter books into
+// meanwhile, over a line that takes two milliseconds more each way.
 
 #include "app/form1.h"
 #include "app/message_boxes.h"
+#include "app/server_line.h"
 #include "app/theme.h"
 #include "bench/counter_mill.h"
 #include "bench/mill.h"
+#ifdef COUNTER_PROCESS
+#include "bench/register_mill.h"
+#endif
 #include "platform/memory.h"
 #include "platform/system_disk.h"
 #include "print/folder_target.h"
@@ -297,7 +304,8 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
     app::MessageBoxes boxes;
     const bool dialogs = measured == Measured::dialogs;
     app::SettingsStore settings(own.path());
-    store::JetDatabases databases(platform::systemDisk());
+    store::JetDatabases files(platform::systemDisk());
+    shared::SharedDatabases databases(files);
     print::FolderTarget printer(own.path());
     store::SlipNotes slips(platform::systemDisk(), (folder + "/Yag.mdb").toStdU16String());
     weights::WeightBook weights(platform::systemDisk(), folder.toStdU16String());
@@ -318,6 +326,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
     });
     boxes.setOwner(&form);
     form.start();
+    const std::unique_ptr<app::ServerLine> line = app::lineToServer(form, databases);
     while (!watch.exposed) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     finishPainting();
     report("exposed", *watch.exposed);
@@ -350,6 +359,14 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
     report("idle", idleClock.read());
 
     printSlips(form);
+    if (const auto engine = databases.sharedEngine(form.DataCari.databaseName())) {
+        const Stopwatch arriving;
+        if (!QTest::qWaitFor([&] { return engine->waitingPressings() == 0; }, 20'000)) {
+            std::fprintf(stderr, "counter_bench: %s\n", qUtf8Printable(form.status->text()));
+            std::exit(1);
+        }
+        report("arrived", arriving.read());
+    }
 
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
@@ -485,6 +502,53 @@ int compare(const QString& self, const QString& folder)
     return 0;
 }
 
+#ifdef COUNTER_PROCESS
+/// The same day alone and in a register.
+int compareWithRegister(const QString& self, const QString& folder)
+{
+    if (!counter_mill::prepare(folder)) return 1;
+    const double loadBefore = loadAverage();
+    const QTemporaryDir place(folder + "/register-XXXXXX");
+    for (const QString& name : {u"alone"_s, u"shared"_s, u"other"_s}) QDir(place.path()).mkdir(name);
+    const auto path = [&](const QString& name) { return place.filePath(name); };
+    for (const QString& name : {u"alone"_s, u"shared"_s})
+        if (!QFile::copy(folder + "/Yag.mdb", path(name) + "/Yag.mdb")) return 1;
+    const Figures alone = screen(self, path(u"alone"_s), "--day");
+
+    RegisterMill mill(path(u"shared"_s), path(u"other"_s));
+    constexpr int pause = 100;
+    if (!mill.startOther(pause)) return 1;
+    const int before = mill.pressings();
+    const Figures shared = screen(self, path(u"shared"_s), "--day");
+    if (alone.isEmpty() || shared.isEmpty()) return 1;
+    const int came = mill.pressings() - before;
+    constexpr int slips = 10;
+    if (mill.pressingsOf(u"Zzz"_s) != slips) {
+        std::fprintf(stderr, "counter_bench: the register has %d of %d slips\n", mill.pressingsOf(u"Zzz"_s), slips);
+        return 1;
+    }
+
+    std::printf("The counter with 100,000 customers and 1,000,000 pressings. Load average %.1f, in the end %.1f.\n"
+                "In the register another counter entered %d pressings meanwhile.\n\n",
+                loadBefore, loadAverage(), came - slips);
+    print({
+        {"keys alone, median", alone["key-median"], 0},
+        {"  99 of 100 are quicker", alone["key-99"], 16},
+        {"keys in a register, median", shared["key-median"], 0},
+        {"  99 of 100 are quicker", shared["key-99"], 16},
+        {"  the slowest of some 600", shared["key-most"], 100},
+        {"slips alone, median", alone["slip-median"], 0},
+        {"  the slowest of nine", alone["slip-most"], 0},
+        {"slips in a register, median", shared["slip-median"], 0},
+        {"  the slowest of nine", shared["slip-most"], 60},
+        {"  until the server has confirmed the last of them", shared["arrived"], 0},
+    });
+    std::printf("\nMemory at most: alone %.0f MB, in a register %.0f MB.\n", alone["memory"].elapsed,
+                shared["memory"].elapsed);
+    return 0;
+}
+#endif
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -497,8 +561,12 @@ int main(int argc, char** argv)
                                                                   : Measured::start;
         return measure(argc, argv, arguments[0], arguments[2].toLongLong(), measured);
     }
+#ifdef COUNTER_PROCESS
+    if (arguments.size() == 2 && arguments[1] == "--register")
+        return compareWithRegister(QFile::symLinkTarget("/proc/self/exe"), QDir(arguments[0]).absolutePath());
+#endif
     if (arguments.size() == 1)
         return compare(QFile::symLinkTarget("/proc/self/exe"), QDir(arguments[0]).absolutePath());
-    std::fprintf(stderr, "usage: counter_bench FOLDER\n");
+    std::fprintf(stderr, "usage: counter_bench FOLDER [--register]\n");
     return 2;
 }
