@@ -60,7 +60,7 @@ void contains(const QString& found, const QString& part, const QString& what)
 
 } // namespace
 
-Player::Player(const PlayerOptions& options) : options_(options), databases_(platform::systemDisk())
+Player::Player(const PlayerOptions& options) : options_(options), files_(platform::systemDisk())
 {
     settings_ = std::make_unique<app::SettingsStore>(settingsFolder_.path());
     std::unique_ptr<print::PrintTarget> target;
@@ -191,6 +191,7 @@ void Player::start()
     };
     form_ = std::make_unique<app::Form1>(surroundings);
     form_->start();
+    server_ = app::lineToServer(*form_, databases_);
     if (!QTest::qWaitForWindowExposed(form_.get(), 5000)) throw Failure{u"the screen does not show"_s};
     letTimePass(0);
 }
@@ -199,6 +200,7 @@ void Player::close()
 {
     if (!form_) throw Failure{u"the screen is closed already"_s};
     form_->close();
+    server_.reset();
     form_.reset();
 }
 

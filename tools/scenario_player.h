@@ -1,7 +1,9 @@
 #pragma once
 
 #include "app/form1.h"
+#include "app/server_line.h"
 #include "store/jet_engine.h"
+#include "store/joint/shared_databases.h"
 #include "tools/scale_line.h"
 #include "tools/scenario_script.h"
 #include "tools/scenario_world.h"
@@ -77,7 +79,8 @@ private:
     PlayerOptions options_;
     QTemporaryDir settingsFolder_;
     std::unique_ptr<app::SettingsStore> settings_;
-    store::JetDatabases databases_;
+    store::JetDatabases files_;
+    shared::SharedDatabases databases_{files_};
     std::unique_ptr<store::SlipNotes> slips_;
     std::unique_ptr<weights::WeightBook> weights_;
     std::unique_ptr<store::Backups> backups_;
@@ -87,6 +90,7 @@ private:
     std::unique_ptr<WatchedTarget> printer_;
     std::unique_ptr<ScaleLine> line_;
     std::unique_ptr<app::Form1> form_;
+    std::unique_ptr<app::ServerLine> server_; ///< of a folder that shares a register
     qint64 clockOffset_ = 0;
 
     std::vector<Command> commands_;

@@ -84,6 +84,7 @@ private:
         }
         bool prepareWriting(const QStringList& tables) override { return behind_->prepareWriting(tables); }
         std::optional<QString> whyReadOnly(const QString& table) override { return behind_->whyReadOnly(table); }
+        std::optional<QString> whyNotEmptied() override { return behind_->whyNotEmptied(); }
 
     private:
         void note(const char* action, const store::Listing& listing)
@@ -113,6 +114,14 @@ struct Counter : World {
     void addPressing(const QString& name)
     {
         addRow(books, u"Hareket"_s, {store::FieldValue::date(clock.now), 1000.0, 900.0, 0.0, 0.0, 0.0, name});
+    }
+
+    /// As another program, or another counter, does it behind the screen's back.
+    void eraseCustomers()
+    {
+        const auto engine = books.open(file());
+        const store::Listing customers = engine->open(u"Cari"_s);
+        for (const store::RowKey row : customers.rows) engine->erase(customers, row);
     }
 
     /// The rows of a table, each as its fields between bars; Null is "-".

@@ -43,8 +43,8 @@ private slots:
         counter->startTyping(u"a"_s);
         QVERIFY(form->dbListe1->visible());
         QCOMPARE(form->dbListe1->rowCount(), 2);
-        counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
-        QVERIFY(!form->dbListe1->grab().isNull());                            // painting a row that is gone
+        counter->eraseCustomers();
+        QVERIFY(!form->dbListe1->grab().isNull()); // painting a row that is gone
         QCOMPARE(counter->prompt.errors, QList<int>{});
         form->dbListe1->pick(0);
         QCOMPARE(counter->prompt.errors, QList<int>{3167});
@@ -112,6 +112,7 @@ private slots:
 
     void deletingEverybodyLeavesNobodyToPickOrDelete()
     {
+        if (TriedDatabases::overRegister()) return; // nobody empties a shared register
         counter->addCustomer(u"Ali"_s);
         counter->startTyping(u"ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
@@ -203,7 +204,7 @@ private slots:
     {
         counter->addCustomer(u"Ali"_s);
         counter->startTyping(u"ali"_s);
-        counter->books.open(counter->file())->execute(mill::deleteCustomers); // somebody else's program
+        counter->eraseCustomers();
         counter->addPressing(u"Ali"_s);
         QCOMPARE(form->Kaydet->caption(), u"Kaydı Sil"_s);
         counter->deleteShown();
@@ -352,6 +353,7 @@ private slots:
     {
         addColumns<QString, int>("button", "left"); // pressings, once the printer has answered and it is tapped again
         QTest::newRow("Kaydı Sil") << u"Kaydet"_s << 1;
+        if (TriedDatabases::overRegister()) return; // nobody empties a shared register
         QTest::newRow("Carileri Sil") << u"CariSil"_s << 0;
         QTest::newRow("Hesapları Sil") << u"HesapSil"_s << 0;
     }
@@ -455,6 +457,7 @@ private slots:
         QCOMPARE(shown(), u"5 kayıt"_s);
         counter->deleteShown();
         QCOMPARE(shown(), u"1 kayıt"_s);
+        if (TriedDatabases::overRegister()) return; // nobody empties a shared register
         form->HesapSil->trigger();
         QCOMPARE(shown(), u"0 kayıt"_s);
         counter->pressingOf(u"ali"_s);

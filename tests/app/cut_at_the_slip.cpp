@@ -55,7 +55,7 @@ class CutAtTheSlip : public QObject {
         PowerCutDisk power;
         FakeSpool spool;
         std::function<void()> moment;
-        store::JetDatabases books{power};
+        TriedDatabases books{power, TriedDatabases::Line::none};
         store::SlipNotes notes{power, file()};
         weights::WeightBook onPower{power, file().parent_path()};
         print::QueueTarget target{std::make_unique<FakeQueue>(spool, [this] { happened(); })};
@@ -71,13 +71,24 @@ class CutAtTheSlip : public QObject {
         return copy;
     }
 
+    /// In a shared register a row and what is to be told of it are both in the file, or neither.
+    static std::size_t notedPressings(jet::Database& database)
+    {
+        std::size_t notes = 0;
+        database.table(mill::Giden::table).forEachRow([&](jet::RowId, const jet::RowView& row) {
+            notes += row.value(mill::Giden::Ne) == jet::Value(std::u16string(u"sikim")) ? 1 : 0;
+            return true;
+        });
+        return notes;
+    }
+
     static std::size_t pressings(PowerCutDisk& disk, const std::filesystem::path& file)
     {
         std::size_t rows = 0;
         const auto database = jet::Database::open(disk, file);
         if (!jet::checkDatabase(*database).ok()) return SIZE_MAX;
         database->table(u"Hareket").forEachRow([&](jet::RowId, const jet::RowView&) { return ++rows > 0; });
-        return rows;
+        return TriedDatabases::overRegister() && notedPressings(*database) != rows ? SIZE_MAX : rows;
     }
 
     /// Every row has its line in the book of weights, and the other way round; the book holds together.
@@ -95,7 +106,7 @@ class CutAtTheSlip : public QObject {
     static void startAgain(Moment& world, const std::filesystem::path& file, const std::function<void()>& moment = {})
     {
         world.disk->beforeEachChange = moment;
-        store::JetDatabases books(*world.disk);
+        TriedDatabases books(*world.disk, TriedDatabases::Line::none);
         store::SlipNotes notes(*world.disk, file);
         print::QueueTarget target(std::make_unique<FakeQueue>(world.spool, [] {}));
         store::DataSource customers(books), journal(books);

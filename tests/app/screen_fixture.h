@@ -6,10 +6,10 @@
 #include "mill/tables.h"
 #include "print/folder_target.h"
 #include "store/jet/database/database.h"
-#include "store/jet_engine.h"
 #include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_keyboard.h"
 #include "tests/doors/fake_prompt.h"
+#include "tests/joint/tried_databases.h"
 #include <QCoreApplication>
 #include <QMouseEvent>
 #include <QTemporaryDir>
@@ -36,7 +36,7 @@ struct World {
     FakePrompt prompt;
     app::SettingsStore settings{folder.path()};
     files::MemoryDisk disk;
-    store::JetDatabases databases{disk};
+    TriedDatabases databases{disk};
     print::FolderTarget printer{folder.path()};
     store::SlipNotes slips{disk, file().toStdU16String()};
     weights::WeightBook ownBook{disk, folder.path().toStdU16String()};

@@ -305,7 +305,10 @@ private slots:
     {
         counter->addCustomer(u"Ali"_s);
         counter->startWith(u"ali"_s);
-        form->CariSil->trigger();
+        if (TriedDatabases::overRegister()) // nobody empties a shared one
+            counter->eraseCustomers();
+        else
+            form->CariSil->trigger();
         QCOMPARE(counter->rows(u"Cari"_s), QStringList());
         Counter::click(form->YazCmd[0]);
         QCOMPARE(counter->rows(u"Cari"_s).size(), 1);
@@ -426,7 +429,7 @@ private slots:
         QCOMPARE(counter->prompt.errors, QList<int>{});
 
         // Nothing takes its place until somebody has seen it: no slip, no deletion, no panel.
-        form->HesapSil->trigger();
+        if (!TriedDatabases::overRegister()) form->HesapSil->trigger(); // nobody empties a shared register
         Counter::click(form->GünlükCmd);
         Counter::click(form->KapatCmd[0]);
         QVERIFY(form->status->text().startsWith(u"⚠ Okumak için dokunun: Yag.mdb-slip-1: fiş 1 (Toplamlar"_s));

@@ -119,6 +119,7 @@ private slots:
 
     void everythingCanBeDeletedAndThePressingsAlone()
     {
+        if (TriedDatabases::overRegister()) return; // nobody empties a shared register
         books->customersBook.erasePressings();
         QCOMPARE(books->pressings(), QStringList());
         QCOMPARE(books->customers().size(), 3);

@@ -1,12 +1,13 @@
 #include "counter/slip_road.h"
 #include "counter/booking.h"
 #include "mill/names.h"
+#include "mill/queries.h"
 #include "mill/tables.h"
 #include "platform/system_disk.h"
-#include "store/jet_engine.h"
 #include "tests/doors/fake_clock.h"
 #include "tests/doors/fake_printer.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/joint/tried_databases.h"
 #include "tests/support/columns.h"
 #include "tests/support/no_screen.h"
 #include "tests/support/outcome.h"
@@ -140,7 +141,7 @@ struct Mill {
 
     QTemporaryDir folder;
     FakeClock clock;
-    store::JetDatabases databases{platform::systemDisk()};
+    TriedDatabases databases{platform::systemDisk()};
     store::DataSource customers{databases}, journal{databases};
     store::SlipNotes notes{platform::systemDisk(), database().toStdString()};
     FakePrinter printer;
@@ -444,8 +445,9 @@ private slots:
         QVERIFY(mill->bookAgrees());
         mill->road.announceDeletion(u"Ali"_s);
         QVERIFY(mill->bookAgrees());
-        mill->engine->execute("DELETE FROM Hareket Where CariHar='Ali'");
+        mill->engine->execute(mill::deletePressingsOf(u"Ali"_s));
         QVERIFY(mill->bookAgrees());
+        if (TriedDatabases::overRegister()) return; // nobody empties a shared register
         mill->engine->execute("DELETE FROM Hareket");
         QVERIFY(!mill->bookAgrees());
         mill->road.announceDeletion({}); // announced too late

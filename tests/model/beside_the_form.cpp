@@ -82,7 +82,7 @@ private:
     QString file_ = folder_.filePath(u"Yag.mdb"_s);
     FakePrompt prompt_;
     SettingsStore settings_{folder_.path()};
-    store::JetDatabases books_{platform::systemDisk()};
+    TriedDatabases books_{platform::systemDisk()};
     FakePrinter paper_;
     store::SlipNotes notes_{platform::systemDisk(), file_.toStdU16String()};
     weights::WeightBook weights_{platform::systemDisk(), folder_.path().toStdU16String()};
@@ -293,9 +293,11 @@ bool Beside::toTheForm(const Touch& touch)
     case Act::lastDay:
         return changeDay(touch);
     case Act::deleteEverybody:
+        if (TriedDatabases::overRegister()) return false; // nobody empties a shared register
         paper_.silent = touch.at != 0;
         return form.Dosya->isEnabled() && menu(form.CariSil);
     case Act::deletePressings:
+        if (TriedDatabases::overRegister()) return false;
         paper_.silent = touch.at != 0;
         return form.Dosya->isEnabled() && menu(form.HesapSil);
     case Act::statusLine:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -23,6 +24,7 @@ public:
         else
             ready_ = QFile::copy(database, databasePath()) &&
                      QFile::setPermissions(databasePath(), QFile::ReadOwner | QFile::WriteOwner);
+        if (ready_ && overRegister()) ready_ = inRegister(u"join"_s);
     }
 
     bool ready() const { return ready_ && folder_.isValid(); }
@@ -67,11 +69,22 @@ public:
     /// The book of weights holds together, and agrees with journal and log.
     bool bookAgrees() const { return runTool({"weights", folder_.path(), "--verify"}); }
 
+    /// Where the counter shares a register (tests/scenarios/in-register), what it stored has arrived there, each once.
+    bool hasArrived() const { return !overRegister() || inRegister(u"compare"_s); }
+
 private:
-    static bool runTool(const QStringList& arguments)
+    static bool overRegister() { return qEnvironmentVariableIsSet("PRESVA_REGISTER"); }
+    bool inRegister(const QString& what) const
+    {
+        return runs(QString::fromUtf8(SCENARIOS) + u"/in-register"_s,
+                    {what, QFileInfo(QString::fromUtf8(PRESVA_MDB)).path(), folder_.path()});
+    }
+    static bool runTool(const QStringList& arguments) { return runs(PRESVA_MDB, arguments); }
+    static bool runs(const QString& program, const QStringList& arguments)
     {
         QProcess tool;
-        tool.start(PRESVA_MDB, arguments);
+        tool.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        tool.start(program, arguments);
         return tool.waitForFinished(60000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
     }
 

@@ -147,6 +147,7 @@ private slots:
         QCOMPARE(counter.play(dayAfter(known, customersBefore.size() - knownToday, pressingsBefore), atNoon),
                  QString());
         QVERIFY(counter.sound());
+        QVERIFY(counter.hasArrived());
 
         // The journal has grown by the day's pressings and by nothing else.
         const ExportedTable journal = exported(counter, "Hareket");
@@ -210,6 +211,7 @@ private slots:
         bring(mishap);
         QCOMPARE(counter.play(pressing + printedAndStored(0) + "table Cari 0\n", atNoon), QString());
         QVERIFY(counter.sound());
+        QVERIFY(counter.hasArrived());
 
         // Once the printer is put right, the same press prints and stores.
         undo(mishap);
@@ -239,6 +241,7 @@ private slots:
         QVERIFY(QFile(counter.path("mended")).open(QIODevice::WriteOnly));
         QCOMPARE(Counter::outcome(*process), QString());
         QVERIFY(counter.sound());
+        QVERIFY(counter.hasArrived());
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(2), 20000);
     }
 

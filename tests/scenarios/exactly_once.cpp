@@ -233,6 +233,7 @@ private slots:
         QCOMPARE(rows, slips);
         QCOMPARE(lines(), rows);
         QVERIFY(counter->bookAgrees());
+        QVERIFY(counter->hasArrived());
         for (const int fee : acknowledged) QVERIFY2(rows.contains(fee), qPrintable(QString::number(fee)));
         QVERIFY(recovered <= killedWithANote); // no note is settled twice
     }
@@ -249,6 +250,7 @@ private slots:
               kills(), killedInThePress, killedWithANote, forgottenNotes, int(slips.size()), int(rows.size()));
         QCOMPARE(lines(), rows);
         QVERIFY(counter->bookAgrees());
+        QVERIFY(counter->hasArrived());
         for (qsizetype i = 0; i < rows.size(); ++i) {
             QVERIFY2(slips.contains(rows[i]), qPrintable(QString::number(rows[i])));
             QVERIFY2(i == 0 || rows[i] != rows[i - 1], qPrintable(QString::number(rows[i])));

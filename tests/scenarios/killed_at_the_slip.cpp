@@ -295,6 +295,7 @@ private slots:
         QCOMPARE(counter.play({}, {"--print-to", paper}), QString());
         QVERIFY(!QFile::exists(counter.databasePath() + "-slip"));
         QVERIFY(counter.bookAgrees());
+        QVERIFY(counter.hasArrived());
         QVERIFY(enough());
     }
 };

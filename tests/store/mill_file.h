@@ -7,7 +7,7 @@
 #include "mill/tables.h"
 #include "store/data_source.h"
 #include "store/jet/database/database.h"
-#include "store/jet_engine.h"
+#include "tests/joint/tried_databases.h"
 
 #include <QStringList>
 #include <functional>
@@ -31,7 +31,7 @@ public:
     static constexpr jet::DateTime now{45000};
 
     files::MemoryDisk disk;
-    store::JetDatabases databases{disk};
+    TriedDatabases databases{disk};
 
     std::shared_ptr<store::Engine> engine() { return databases.open(path); }
 
