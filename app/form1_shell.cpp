@@ -18,6 +18,7 @@
 #include <QTimer>
 #include <QWindow>
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -114,15 +115,17 @@ bool Form1::mayTakeNews(qint64 waited) const
     return actions_ == 0 && (preparation_.isStill() || waited >= longEnough);
 }
 
-void Form1::newsTaken(const shared::Taken& taken)
+void Form1::newsTaken(const shared::Taken& taken, bool last)
 {
     // A counter that prints no slip today, an office's, has its copy of the day as well.
     if (taken.pressings > 0 && surroundings_.backups)
         surroundings_.backups->pressingStored(DataCari.database(), surroundings_.now());
     listingIsOld_ = listingIsOld_ || taken.deletions || taken.pressings > 0;
     ofOthers_ += taken.pressings;
-    if (taken.deletions) listJournalAgain();
-    if (taken.deletions || taken.pressings > 0) showJournalSize();
+    journalShrank_ = journalShrank_ || taken.deletions;
+    const bool shrank = last && std::exchange(journalShrank_, false); // listed anew once, not for each slice
+    if (shrank) listJournalAgain();
+    if (shrank || taken.pressings > 0) showJournalSize();
 }
 
 void Form1::activated()

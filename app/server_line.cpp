@@ -17,9 +17,10 @@ using namespace Qt::StringLiterals;
 namespace app {
 namespace {
 
-constexpr std::size_t slice = 20;         // lines of the history: some milliseconds of the screen's thread
-constexpr int pause = 10;                 // ms between two slices
-constexpr int retry = 50;                 // ms, while somebody works
+constexpr std::size_t slice = 20;                    // lines of the history, at most
+constexpr std::chrono::milliseconds longestSlice{5}; // of the screen's thread, and the line that is under way then
+constexpr int pause = 10;                            // ms between two slices
+constexpr int retry = 50;                            // ms, while somebody works
 constexpr std::size_t mostPending = 5000; // lines at hand; the line keeps a few more, and then reads on later
 constexpr int faultPause = 2000;          // ms, until a file that refuses is tried again
 
@@ -100,17 +101,14 @@ bool ServerLine::takeSlice()
 {
     const std::size_t length = sliceLength();
     if (length == 0) return false;
-    shared::Taken taken = engine_->take(std::span(pending_).subspan(done_, length));
-    deletions_ = deletions_ || taken.deletions;
-    done_ += length;
+    const shared::Taken taken = engine_->take(std::span(pending_).subspan(done_, length), longestSlice);
+    done_ += taken.lines;
     if (done_ == pending_.size()) {
         pending_.clear();
         done_ = 0;
         look();
     }
-    // The journal is listed anew for them: once, not for each slice.
-    taken.deletions = pending_.empty() && std::exchange(deletions_, false);
-    doors_.taken(taken);
+    doors_.taken(taken, pending_.empty());
     return true;
 }
 
@@ -160,7 +158,7 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
             engine, settings,
             ServerLine::Doors{.mayTake = [&form](qint64 waited) { return form.mayTakeNews(waited); },
                               .slip = [&form] { return form.surroundings().slips.open(); },
-                              .taken = [&form](const shared::Taken& taken) { form.newsTaken(taken); },
+                              .taken = [&form](const shared::Taken& taken, bool last) { form.newsTaken(taken, last); },
                               .told = say});
     } catch (const files::Error& error) {
         say(u"Sunucu: "_s + QString::fromUtf8(error.what()));

@@ -458,23 +458,31 @@ private:
     QHash<QString, std::vector<store::RowKey>> known_; ///< a customer's pressings
 };
 
-Taken SharedEngine::take(std::span<const postgres::HistoryLine> lines)
+Taken SharedEngine::take(std::span<const postgres::HistoryLine> lines, std::chrono::milliseconds longest)
 {
+    const auto begun = std::chrono::steady_clock::now();
+    const auto isLate = [&] { return std::chrono::steady_clock::now() - begun >= longest; };
     requireLoaded();
     // The file may have come further than a commit that failed has told.
-    while (!lines.empty() && lines.front().number <= place_.number) lines = lines.subspan(1);
-    if (lines.empty()) return {};
+    std::size_t count = 0;
+    while (count < lines.size() && lines[count].number <= place_.number) ++count;
+    if (count == lines.size()) return {.lines = count};
     loaded_ = false; // until it is certain what the file has
     const std::unique_ptr<store::ChangeScope> change = file_->change();
     Taking taking(*this);
-    for (const postgres::HistoryLine& each : lines) taking.take(each);
+    do {
+        taking.take(lines[count]);
+    } while (++count < lines.size() && !isLate());
+    const postgres::HistoryLine& last = lines[count - 1];
     file_->update(state_, state_.rows[0],
-                  {{Durum::Sira, static_cast<double>(lines.back().number)}, {Durum::Iz, qt(lines.back().mark)}});
+                  {{Durum::Sira, static_cast<double>(last.number)}, {Durum::Iz, qt(last.mark)}});
     change->commit();
-    place_.number = lines.back().number;
-    place_.mark = lines.back().mark;
+    place_.number = last.number;
+    place_.mark = last.mark;
     loaded_ = true;
-    return taking.taken();
+    Taken taken = taking.taken();
+    taken.lines = count;
+    return taken;
 }
 
 } // namespace shared

@@ -4,6 +4,7 @@
 #include "store/postgres/shared_line.h"
 
 #include <QHash>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,7 +15,8 @@ namespace shared {
 
 /// What one slice of the history has brought into the file.
 struct Taken {
-    int pressings = 0; ///< of other counters
+    std::size_t lines = 0; ///< of those that were given, from the first on
+    int pressings = 0;     ///< of other counters
     bool deletions = false;
 };
 
@@ -65,8 +67,9 @@ public:
     void onWaiting(std::function<void(const std::vector<postgres::WaitingChange>&)> told) { told_ = std::move(told); }
 
     /// Brings lines of the history into the file, all or none, outside of any other change. They follow one another
-    /// from place() on, or from before it: what the file knows is passed over.
-    Taken take(std::span<const postgres::HistoryLine> lines);
+    /// from place() on, or from before it: what the file knows is passed over. After `longest` no further line is
+    /// begun; the rest is for the next time.
+    Taken take(std::span<const postgres::HistoryLine> lines, std::chrono::milliseconds longest = std::chrono::hours{1});
 
 private:
     friend class SharedScope;

@@ -291,3 +291,17 @@ create trigger bosaltilmaz before truncate on presva.hareket for each statement 
 -- Whose register it is, no counter changes.
 revoke update on presva.sayaclar from presva_sayac;
 grant update (son_numara, aktarildi, ortak) on presva.sayaclar to presva_sayac;
+
+-- Everybody takes the one lock first, and the rows behind it: a counter that joins holds it while it numbers its rows.
+alter function presva.islet(text, text, jsonb) rename to islet_sirayla;
+revoke execute on function presva.islet_sirayla(text, text, jsonb) from presva_sayac;
+create function presva.islet(defter text, sayan text, isler jsonb) returns void
+    language plpgsql security definer set search_path = pg_catalog, presva, pg_temp as
+$$
+begin
+    perform pg_advisory_xact_lock(20011207);
+    perform islet_sirayla(defter, sayan, isler);
+end
+$$;
+revoke execute on function presva.islet(text, text, jsonb) from public;
+grant execute on function presva.islet(text, text, jsonb) to presva_sayac;
