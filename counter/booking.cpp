@@ -127,6 +127,7 @@ bool book(store::DataSource& customers, store::DataSource& journal, const store:
     const auto attempt = [&] {
         return passOver([&] {
             store::Change change(customers.database());
+            customers.database().nameChange(slip.identity);
             bool added = false;
             passOver([&] { writeTerms(customers, slip.pressing, regional); });
             passOver([&] { added = writePressing(journal.recordSet(), slip, regional); });

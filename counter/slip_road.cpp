@@ -7,6 +7,8 @@
 #include "mill/queries.h"
 #include "print/header_file.h"
 
+#include <QUuid>
+
 using namespace Qt::StringLiterals;
 
 namespace counter {
@@ -137,6 +139,7 @@ store::SlipNote SlipRoad::noteOf(const mill::Pressing& pressing, const mill::Pro
     note.moment = store::daysOf(at_.now());
     note.sameBefore = store::pressingsAt(at_.journal.database(), pressing.customer, note.moment);
     note.from = from;
+    note.identity = QUuid::createUuid().toString(QUuid::WithoutBraces);
     const weights::NextLine line = at_.weights.place(note.moment);
     note.bookPlace = line.place.offset;
     note.bookSeal = line.place.seal;

@@ -14,6 +14,8 @@ const QString dataSource = u"Data Source="_s;
 
 std::size_t Engine::countRows(const QString& table) { return open(table).rows.size(); }
 
+void Engine::nameChange(const QString& /*slip*/) {}
+
 bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
 bool Engine::prepareWriting(const QStringList& /*tables*/) { return true; }

@@ -84,6 +84,11 @@ public:
     /// outermost one decides.
     virtual std::unique_ptr<ChangeScope> change() = 0;
 
+    /// Inside a change: it is what the slip of this identity leaves behind, terms and pressing. An engine that hands
+    /// changes on to others hands it on under that name, so that nobody does it twice, however often it is stored;
+    /// another need not know. An empty identity is none.
+    virtual void nameChange(const QString& slip);
+
     /// Begins with what the first search by first letters of that field would wait for, and has most of it done by
     /// another thread; true when nothing is left of it. Searches answer meanwhile.
     virtual bool prepareSearch(const QString& table, const QString& field);

@@ -54,6 +54,7 @@ QByteArray textOf(const SlipNote& note)
         {"oilFrom", fieldsOf(note.from.oil)},
         {"bookPlace", static_cast<qint64>(note.bookPlace)},
         {"bookSeal", QString::fromStdString(note.bookSeal)},
+        {"identity", note.identity},
     };
     for (const auto& [name, field] : pressingFields) fields[name] = note.pressing.*field;
     if (note.before) fields["before"] = static_cast<qint64>(*note.before);
@@ -120,6 +121,7 @@ std::optional<SlipNote> SlipNotes::open() const
                      weighingOf(fields["oilFrom"].toObject())};
         note.bookPlace = static_cast<std::uint64_t>(fields["bookPlace"].toInteger());
         note.bookSeal = fields["bookSeal"].toString().toStdString();
+        note.identity = fields["identity"].toString();
         if (fields.contains("before")) note.before = static_cast<std::uint64_t>(fields["before"].toInteger());
         return note;
     });

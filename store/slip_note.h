@@ -30,6 +30,7 @@ struct SlipNote {
     std::optional<std::uint64_t> before = {};
     std::string bookSeal = {}; ///< seal of the line behind which its line will stand; empty: not known
     QString jobMark = {};      ///< what tells the job from others of its number; empty where nothing has to
+    QString identity = {};     ///< of the pressing, for ever and everywhere; empty in a note of long ago
 
     bool operator==(const SlipNote&) const = default;
 };

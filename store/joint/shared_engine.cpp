@@ -216,7 +216,17 @@ void SharedEngine::committed()
     if (told_ && !changes.empty()) told_(changes);
 }
 
-void SharedEngine::takenBack() { fresh_.clear(); }
+void SharedEngine::takenBack()
+{
+    fresh_.clear();
+    slip_.clear();
+}
+
+void SharedEngine::nameChange(const QString& slip)
+{
+    if (depth_ == 0) throw base::runtimeError(base::errors::invalidCall);
+    slip_ = slip;
+}
 
 QString SharedEngine::nameOf(const store::Listing& listing, store::RowKey row, int position) const
 {
@@ -295,7 +305,7 @@ void SharedEngine::noteDown(const QString& kind, const QString& customer, const 
 {
     Note note;
     note.number = ++lastNumber_;
-    note.identity = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    note.identity = identityOf(kind);
     note.kind = kind;
     note.customer = customer;
     QJsonObject whole = what;
@@ -308,6 +318,17 @@ void SharedEngine::noteDown(const QString& kind, const QString& customer, const 
                                       {Giden::Unvan, note.customer},
                                       {Giden::Veri, QString::fromUtf8(note.json)}});
     fresh_.push_back(std::move(note));
+}
+
+/// A slip's pressing has the identity of the slip, its customer's terms one that follows from it.
+QString SharedEngine::identityOf(const QString& kind) const
+{
+    if (slip_.isEmpty()) return QUuid::createUuid().toString(QUuid::WithoutBraces);
+    const QString identity =
+        kind == pressingComes ? slip_ : QUuid::createUuidV5(QUuid(slip_), kind).toString(QUuid::WithoutBraces);
+    if (waiting_.contains(identity) || std::ranges::any_of(fresh_, [&](const Note& each) { return each.identity == identity; }))
+        refuse(u"Bu fişin sıkımı kaydedilmiş, sunucuya gönderilmeyi bekliyor."_s);
+    return identity;
 }
 
 void SharedEngine::notePressing(store::RowKey row)

@@ -48,6 +48,7 @@ public:
     std::size_t execute(const QString& sql) override;
     QList<store::FieldValue> aggregate(const QString& sql) override { return file_->aggregate(sql); }
     std::unique_ptr<store::ChangeScope> change() override;
+    void nameChange(const QString& slip) override;
     bool prepareSearch(const QString& table, const QString& field) override
     {
         return file_->prepareSearch(table, field);
@@ -91,6 +92,7 @@ private:
     /// A change of its own, or a part of the one that is open.
     template <class Work> auto within(const Work& work);
     void noteDown(const QString& kind, const QString& customer, const QJsonObject& what);
+    QString identityOf(const QString& kind) const;
     void notePressing(store::RowKey row);
     void noteCustomer(const QString& name, const store::Assignments& values);
     QJsonObject deletionOf(const QString& field, const QString& customer) const;
@@ -105,6 +107,7 @@ private:
     bool loaded_ = false; ///< what stands below is what the file has; false behind a failure, until it was read anew
     postgres::Place place_;
     std::vector<Note> fresh_;              ///< of the change that is open
+    QString slip_;                         ///< whose change that is; empty: of none
     QHash<QString, Note> waiting_;         ///< by identity
     QHash<QString, int> customersWaiting_; ///< how many of them are about that customer's row
     int waitingPressings_ = 0;

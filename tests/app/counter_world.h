@@ -83,6 +83,7 @@ private:
             return std::make_unique<WatchedScope>(behind_->change(), watch_.writes);
         }
         bool prepareWriting(const QStringList& tables) override { return behind_->prepareWriting(tables); }
+        void nameChange(const QString& slip) override { behind_->nameChange(slip); }
         std::optional<QString> whyReadOnly(const QString& table) override { return behind_->whyReadOnly(table); }
         std::optional<QString> whyNotEmptied() override { return behind_->whyNotEmptied(); }
 

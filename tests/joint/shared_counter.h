@@ -99,11 +99,13 @@ public:
     std::string why, clock;
     bool connected = false;
 
-private:
+protected:
     QString folder_;
     store::JetDatabases files_{platform::systemDisk()};
     shared::SharedDatabases databases_{files_};
     store::DataSource customers_{databases_}, journal_{databases_};
+
+private:
     counter::Register register_{customers_, base::Regional::turkish(), {}};
     std::shared_ptr<shared::SharedEngine> engine_;
     std::optional<postgres::SharedLine> line_;
