@@ -120,6 +120,7 @@ void Form1::newsTaken(const shared::Taken& taken, bool last)
     // A counter that prints no slip today, an office's, has its copy of the day as well.
     if (taken.pressings > 0 && surroundings_.backups)
         surroundings_.backups->pressingStored(DataCari.database(), surroundings_.now());
+    for (const QString& each : taken.notFound) counter::Log(surroundings_.directory, surroundings_.now).write(each);
     listingIsOld_ = listingIsOld_ || taken.deletions || taken.pressings > 0;
     ofOthers_ += taken.pressings;
     journalShrank_ = journalShrank_ || taken.deletions;

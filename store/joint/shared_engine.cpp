@@ -1,6 +1,7 @@
 #include "store/joint/shared_engine.h"
 
 #include "base/error.h"
+#include "base/pass_over.h"
 #include "mill/queries.h"
 #include "store/jet/values/order_key.h"
 
@@ -326,7 +327,8 @@ QString SharedEngine::identityOf(const QString& kind) const
     if (slip_.isEmpty()) return QUuid::createUuid().toString(QUuid::WithoutBraces);
     const QString identity =
         kind == pressingComes ? slip_ : QUuid::createUuidV5(QUuid(slip_), kind).toString(QUuid::WithoutBraces);
-    if (waiting_.contains(identity) || std::ranges::any_of(fresh_, [&](const Note& each) { return each.identity == identity; }))
+    if (waiting_.contains(identity) ||
+        std::ranges::any_of(fresh_, [&](const Note& each) { return each.identity == identity; }))
         refuse(u"Bu fişin sıkımı kaydedilmiş, sunucuya gönderilmeyi bekliyor."_s);
     return identity;
 }
@@ -384,12 +386,40 @@ bool SharedEngine::customerWaits(const QString& name, const QString& except) con
     return customersWaiting_.value(name) > (one ? 1 : 0);
 }
 
+bool SharedEngine::deletionWaits(const QString& name) const
+{
+    return std::ranges::any_of(waiting_,
+                               [&](const Note& each) { return each.kind == pressingsGo && each.customer == name; });
+}
+
 /// One slice of the history on its way into the file.
 class SharedEngine::Taking {
 public:
     explicit Taking(SharedEngine& engine) : engine_(engine), file_(*engine.file_) {}
 
     void take(const postgres::HistoryLine& line)
+    {
+        try {
+            takeWhole(line);
+        } catch (const base::RuntimeError& error) {
+            const QString whose = nameIn(line);
+            if (whose.isEmpty() || error.number() == base::errors::databaseFault ||
+                error.number() == base::errors::changedElsewhere)
+                throw;
+            throw base::RuntimeError(error.number(), u"%1: %2"_s.arg(whose, error.text()));
+        }
+    }
+    const Taken& taken() const { return taken_; }
+
+private:
+    /// Whom a line is about.
+    static QString nameIn(const postgres::HistoryLine& line)
+    {
+        const QJsonObject row = objectIn(line.after.empty() ? line.before : line.after);
+        return row[line.table == "cari" ? customerColumns[Cari::Unvan] : pressingColumns[Hareket::CariHar]].toString();
+    }
+
+    void takeWhole(const postgres::HistoryLine& line)
     {
         const QString identity = qt(line.identity);
         const auto own = engine_.waiting_.constFind(identity);
@@ -410,20 +440,23 @@ public:
             engine_.drop(identity);
         }
     }
-    const Taken& taken() const { return taken_; }
 
-private:
     void addPressing(const QJsonObject& row)
     {
         const QString name = row[pressingColumns[Hareket::CariHar]].toString();
+        file_.insert(engine_.journal_, valuesIn(row));
+        known_.remove(name);
+        ++taken_.pressings;
+    }
+
+    static store::Assignments valuesIn(const QJsonObject& row)
+    {
         store::Assignments values;
         for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field) {
             const FieldValue value = valueIn(row, field);
             if (!value.isNull()) values.emplace_back(field, value);
         }
-        file_.insert(engine_.journal_, values);
-        known_.remove(name);
-        ++taken_.pressings;
+        return values;
     }
 
     static FieldValue valueIn(const QJsonObject& row, int field)
@@ -443,15 +476,46 @@ private:
                 file_.matching(engine_.journal_, field + (named.isString() ? u'=' + quoted(name) : u" Is Null"_s));
         }
         std::vector<store::RowKey>& rows = known_[name];
-        const auto found = std::ranges::find_if(rows, [&](store::RowKey key) {
-            for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
-                if (!same(file_.field(engine_.journal_, key, field), valueIn(row, field))) return false;
-            return true;
-        });
+        std::vector<FieldValue> wanted;
+        for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
+            wanted.push_back(valueIn(row, field));
+        const auto find = [&] {
+            return std::ranges::find_if(rows, [&](store::RowKey key) {
+                for (int field = 0; field < static_cast<int>(wanted.size()); ++field)
+                    if (!same(file_.field(engine_.journal_, key, field), wanted[static_cast<std::size_t>(field)]))
+                        return false;
+                return true;
+            });
+        };
         taken_.deletions = true;
-        if (found == rows.end()) return; // this counter has deleted it, too
+        auto found = find();
+        // A column of somebody else's making may have rounded it.
+        if (found == rows.end() && !rows.empty() && !base::passOver([&] { wanted = asHeld(row); })) found = find();
+        if (found == rows.end()) {
+            if (!engine_.deletionWaits(name)) taken_.notFound << notFound(name, row);
+            return;
+        }
         file_.erase(engine_.journal_, *found);
         rows.erase(found);
+    }
+
+    /// What the columns of this file make of these values: they are written and taken away again.
+    std::vector<FieldValue> asHeld(const QJsonObject& row)
+    {
+        std::vector<FieldValue> held;
+        const store::RowKey trial = file_.insert(engine_.journal_, valuesIn(row));
+        for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
+            held.push_back(file_.field(engine_.journal_, trial, field));
+        file_.erase(engine_.journal_, trial);
+        return held;
+    }
+
+    static QString notFound(const QString& name, const QJsonObject& row)
+    {
+        const QString moment = valueIn(row, Hareket::Tarih).moment().toString(u"dd.MM.yyyy HH:mm:ss"_s);
+        const QString olives = QString::number(valueIn(row, Hareket::Zeytin).number().value_or(0));
+        return u"ortak defterden silinen bir sıkım bu dosyada bulunamadı: %1, %2, %3 kg; presva-mdb to-server farkı "
+               u"sayar"_s.arg(name, moment, olives);
     }
 
     /// A customer's row becomes as the history says; empty: it goes. What this counter has changed since stands above.

@@ -4,6 +4,7 @@
 #include "store/postgres/shared_line.h"
 
 #include <QHash>
+#include <QStringList>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -18,6 +19,9 @@ struct Taken {
     std::size_t lines = 0; ///< of those that were given, from the first on
     int pressings = 0;     ///< of other counters
     bool deletions = false;
+    /// Sentences for the log: a pressing that went elsewhere, and that this file has not, though nobody here deleted
+    /// it.
+    QStringList notFound{};
 };
 
 /// The engine of a file whose register several counters share. Everything is answered by the file; a change of the two
@@ -101,6 +105,8 @@ private:
     void takenBack();
     /// Some other change about that customer's row waits.
     bool customerWaits(const QString& name, const QString& except) const;
+    /// This counter has deleted that customer's pressings, and the history does not say so yet.
+    bool deletionWaits(const QString& name) const;
 
     std::shared_ptr<store::Engine> file_;
     store::Listing customers_, journal_, notes_, state_; ///< their fields; the last one its row, too
