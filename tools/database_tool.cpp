@@ -243,7 +243,7 @@ const Command commands[] = {
      "verilmezse en yeni sezon alınır. ÇIKTI .html ile biterse her tarayıcıda açılan, yazdırılan ve ağa hiç\n"
      "çıkmayan bir sayfa, .xlsx ile hesap tablosu, .pdf ile PDF olur; duran bir ÇIKTI yenilenir. Okunamayan satır varsa\n"
      "ÇIKTI yazılır, satırlar sayılır ve 2 ile biter.\n", 2, 4, season},
-    {"to-server", "KLASÖR [--user AD] [--delete yes] [--every SANİYE] [--merge yes] [--new yes]", "defteri bir PostgreSQL sunucusuna aktarır",
+    {"to-server", "KLASÖR [--user AD] [--delete yes] [--every SANİYE] [--merge yes] [--new yes] [--deleted drop|keep]", "defteri bir PostgreSQL sunucusuna aktarır",
      "KLASÖR programın klasörüdür: Yag.mdb okunur, sunucu oradaki Sunucu.ini'de yazar (docs/sunucu.md). Bu sayacın\n"
      "sunucudaki Cari ve Hareket satırları dosyadakilerle aynı olur; tablolar yoksa önce onlar kurulur. Program açık\n"
      "olabilir. Sonunda her satır karşılaştırılır. Yarıda kalırsa yeniden çalıştırın: sunucuda olan satırlar ikinci kez\n"
@@ -253,12 +253,18 @@ const Command commands[] = {
      "Sunucu.ini'de bir Defter satırı varsa dosya o ortak deftere girer; program kapalı olmalı. Birinde olup ötekinde\n"
      "olmayan satırlar tamamlanır, sunucudan hiçbir şey silinmez; ikisinde de ötekinde olmayan sıkımlar varsa durur,\n"
      "--merge yes verilirse birleştirir. Sunucuda başka defterler varken yeni bir defter --new yes ile açılır; bu sayacın\n"
-     "eski kopyası --delete yes ile silinir.\n",
-     1, 9, toServer},
+     "eski kopyası --delete yes ile silinir. Dosyada defterden silinmiş kayıtlar varsa durur: --deleted drop onları\n"
+     "dosyadan da siler, --deleted keep bütün sayaçlara geri getirir. Defterde olan bir dosya karşılaştırılır; satırları\n"
+     "tutmuyorsa --merge yes ile yeniden girer.\n",
+     1, 13, toServer},
     {"from-server", "KLASÖR ÇIKTI [--user AD]", "sunucudaki defteri yeni bir veritabanı dosyasına yazar",
      "Sunucuyu ve sayacın adını KLASÖR'deki Sunucu.ini söyler. Satırlar bir andaki halleriyle okunur. ÇIKTI var olmayan\n"
      "bir dosya olmalı; her satırı karşılaştırılmadan o adı almaz. Yarıda kalırsa yeniden çalıştırın: ÇIKTI.aktarim'dan\n"
      "sürer.\n", 2, 4, fromServer},
+    {"undelete", "KLASÖR MÜŞTERİ [--user AD]", "ortak defterden silinmiş bir müşteriyi geri getirir",
+     "Sunucuyu ve defteri KLASÖR'deki Sunucu.ini söyler; sahibin kullanıcısı gerekir. O adın son silmesinde giden\n"
+     "sıkımlar ve cari geçmişten geri yazılır; sayaçlar kendiliğinden alır. Bir silme bir kez geri getirilir.\n",
+     2, 4, undelete},
     {"leave-register", "KLASÖR [--waiting drop]", "dosyayı ortak defterden ayırır",
      "KLASÖR programın klasörüdür; program kapalı olmalı. Dosya yine yalnız bu sayacın olur, satırlarının hepsi kalır;\n"
      "sunucuya bağlanılmaz. Sunucunun daha duymadığı değişiklikler varsa durur; --waiting drop verilirse onları defter\n"

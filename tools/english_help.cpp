@@ -85,7 +85,7 @@ constexpr EnglishHelp helps[] = {
      "on the first of July; without it the newest season is taken. An OUT that ends in .html becomes a page, in Turkish,\n"
      "that any browser opens and prints and that fetches nothing; one that ends in .xlsx a workbook, in .pdf a PDF. An OUT\n"
      "that is there is replaced. Rows that cannot be read are counted, and the command ends with 2.\n"},
-    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS] [--merge yes] [--new yes]", "carries the books over to a PostgreSQL server",
+    {"to-server", "FOLDER [--user NAME] [--delete yes] [--every SECONDS] [--merge yes] [--new yes] [--deleted drop|keep]", "carries the books over to a PostgreSQL server",
      "FOLDER is the program's: Yag.mdb is read, and Sunucu.ini there names the server (docs/sunucu.md). This counter's\n"
      "rows of Cari and Hareket on the server become those of the file; the tables are made first where there are none.\n"
      "The program may be running. In the end every row is compared. After a stop run it again: rows that are there are not\n"
@@ -96,10 +96,16 @@ constexpr EnglishHelp helps[] = {
      "Where Sunucu.ini has a line Defter, the file joins that shared register; the program must be closed. Rows that one\n"
      "of the two has not are added, nothing is taken from the server; where both have pressings that the other has not,\n"
      "it stops, unless --merge yes is given. Where the server has other registers, --new yes makes a new one; --delete yes\n"
-     "takes an old copy of this counter's books away.\n"},
+     "takes an old copy of this counter's books away. It stops where the file has what was deleted from the register:\n"
+     "--deleted drop takes that out of the file, too, --deleted keep brings it back to all counters. A file that is in\n"
+     "the register is compared with it; where it has not its rows, --merge yes lets it join again.\n"},
     {"from-server", "FOLDER OUT [--user NAME]", "writes the server's books to a new database file",
      "Sunucu.ini in FOLDER names the server and the counter. The rows are read as of one moment. OUT must not be there; it\n"
      "gets its name only when every row was compared. After a stop run it again: it goes on with OUT.aktarim.\n"},
+    {"undelete", "FOLDER CUSTOMER [--user NAME]", "brings a customer back who was deleted from a shared register",
+     "Sunucu.ini in FOLDER names server and register; the owner's user is needed. What the last deletion of that name has\n"
+     "taken, pressings and terms, is written again from the history, and the counters get it by themselves. A deletion is\n"
+     "brought back once.\n"},
     {"leave-register", "FOLDER [--waiting drop]", "takes the file out of a shared register",
      "FOLDER is the program's, which must be closed. The file is this counter's own again and keeps all its rows; no server\n"
      "is asked. It stops where changes wait that the server has not heard of; with --waiting drop it never will.\n"},

@@ -8,6 +8,8 @@
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
 #include "store/postgres/leave.h"
+#include "store/postgres/server_settings.h"
+#include "store/postgres/shared_tables.h"
 #include "store/restore.h"
 #include "tools/weight_commands.h"
 
@@ -204,6 +206,29 @@ int compactFile(files::Disk& disk, Arguments arguments)
     return code == 0 ? savedInPart : code;
 }
 
+namespace {
+
+/// What a copy that is put back does not do in a register that several counters share.
+void sayOfRegister(Output& out, files::Disk& disk, const std::filesystem::path& database)
+{
+    const auto file = jet::Database::open(disk, database, jet::Pager::Mode::readOnly);
+    if (postgres::placeIn(*file)) {
+        say(out,
+            said("Dosya ortak bir defterde: program açılınca eksiğini sunucudan alır, kopyadan sonra silinenler yine "
+                 "silinir. Silinmiş bir müşteri presva-mdb undelete ile geri gelir.",
+                 "The file is in a shared register: when the program starts it gets what it lacks from the server, "
+                 "and what was deleted since the copy goes again. presva-mdb undelete brings a deleted customer "
+                 "back."));
+    } else if (disk.exists(database.parent_path() / postgres::settingsFile)) {
+        say(out, said("Kopya ortak bir defteri bilmiyor; Sunucu.ini'de bir Defter satırı varsa programı açmadan önce "
+                      "docs/sunucu.md'ye bakın.",
+                      "The copy knows of no shared register; where Sunucu.ini has a line Defter, see docs/sunucu.md "
+                      "before the program is started."));
+    }
+}
+
+} // namespace
+
 int restore(files::Disk& disk, Arguments arguments)
 {
     if (arguments.size() == 1) return list(disk, arguments[0]);
@@ -228,6 +253,7 @@ int restore(files::Disk& disk, Arguments arguments)
             said("Yarım kalmış bir fişin notu duruyor; program açılınca yazıcıya sorup kaydını bu dosyaya yapacak.",
                  "The note of an unfinished slip is there; the program will ask the printer at its start, and book it "
                  "into this file."));
+    sayOfRegister(out, disk, done.database);
     out.flush();
     return 0;
 }

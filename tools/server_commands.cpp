@@ -4,6 +4,7 @@
 #include "store/postgres/join.h"
 #include "store/postgres/leave.h"
 #include "store/postgres/server_settings.h"
+#include "store/postgres/undelete.h"
 #include "store/restore.h"
 #include "tools/language.h"
 #include "tools/server_follower.h"
@@ -64,7 +65,8 @@ int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const 
 
 int toServer(files::Disk& disk, Arguments arguments)
 {
-    const Parsed given = parsed("to-server", arguments, 1, {"--user", "--delete", "--every", "--merge", "--new"});
+    const Parsed given =
+        parsed("to-server", arguments, 1, {"--user", "--delete", "--every", "--merge", "--new", "--deleted"});
     const std::filesystem::path folder = pathOf(given.words[0]);
     postgres::ToServer options;
     options.user = given.option("--user").value_or("");
@@ -73,11 +75,17 @@ int toServer(files::Disk& disk, Arguments arguments)
     const std::filesystem::path file = store::databaseIn(disk, folder);
     const bool merge = given.oneOf("--merge", {"yes"}).has_value();
     const bool create = given.oneOf("--new", {"yes"}).has_value();
+    const auto deleted = given.oneOf("--deleted", {"drop", "keep"});
     if (!settings.book.empty())
-        return joinBook(disk, settings, file, {options.user, merge, create, options.removeGone}, given);
-    if (merge || create)
-        misused(said("--merge ve --new ortak bir defter içindir: Sunucu.ini'de Defter satırı yok.",
-                     "--merge and --new are for a shared register: Sunucu.ini has no line Defter."));
+        return joinBook(disk, settings, file,
+                        {options.user, merge, create, options.removeGone,
+                         !deleted             ? postgres::Deleted::ask
+                         : *deleted == "drop" ? postgres::Deleted::drop
+                                              : postgres::Deleted::keep},
+                        given);
+    if (merge || create || deleted)
+        misused(said("--merge, --new ve --deleted ortak bir defter içindir: Sunucu.ini'de Defter satırı yok.",
+                     "--merge, --new and --deleted are for a shared register: Sunucu.ini has no line Defter."));
     if (const auto every = given.option("--every")) ServerFollower(disk, settings, file, options).run(pauseIn(*every));
     Progress progress(said("Aktarılıyor", "Carrying over"));
     return sayCarried(postgres::toServer(disk, settings, file, options, std::ref(progress)));
@@ -90,6 +98,20 @@ int fromServer(files::Disk& disk, Arguments arguments)
     return sayCarried(postgres::fromServer(disk, postgres::readServerSettings(disk, pathOf(given.words[0])),
                                            pathOf(given.words[1]), given.option("--user").value_or(""), now(),
                                            std::ref(progress)));
+}
+
+int undelete(files::Disk& disk, Arguments arguments)
+{
+    const Parsed given = parsed("undelete", arguments, 2, {"--user"});
+    const std::string& customer = given.words[1];
+    const postgres::BroughtBack back = postgres::undelete(postgres::readServerSettings(disk, pathOf(given.words[0])),
+                                                          given.option("--user").value_or(""), customer);
+    sayDone(customer + ": " + std::to_string(back.customers) + said(" cari, ", " customers, ") +
+            std::to_string(back.pressings) +
+            said(" sıkım geri geldi; sayaçlar birkaç saniyede alır. Silinmişti: ",
+                 " pressings are back; the counters have them in seconds. Deleted: ") +
+            back.when + " UTC, " + back.who + ".");
+    return 0;
 }
 
 int leaveRegister(files::Disk& disk, Arguments arguments)

@@ -8,6 +8,7 @@ namespace tools {
 
 int toServer(files::Disk& disk, Arguments arguments);
 int fromServer(files::Disk& disk, Arguments arguments);
+int undelete(files::Disk& disk, Arguments arguments);
 int leaveRegister(files::Disk& disk, Arguments arguments);
 
 } // namespace tools

@@ -1,5 +1,6 @@
 #include "store/postgres/carry.h"
 #include "store/postgres/join.h"
+#include "store/postgres/undelete.h"
 
 #include "files/error.h"
 #include "files/language.h"
@@ -33,5 +34,7 @@ Carried joinRegister(files::Disk&, const ServerSettings&, const std::filesystem:
 {
     refuse();
 }
+
+BroughtBack undelete(const ServerSettings&, const std::string&, const std::string&) { refuse(); }
 
 } // namespace postgres

@@ -10,17 +10,26 @@
 
 namespace postgres {
 
+/// What becomes of rows of the file that the register had and has no more.
+enum class Deleted {
+    ask,  ///< nothing: where there are any, nothing is done at all
+    drop, ///< they go from the file, too
+    keep  ///< they come back, to all counters
+};
+
 struct Join {
     std::string user;      ///< empty: as Sunucu.ini says
     bool merge = false;    ///< both have rows that the other has not: each gets them
     bool create = false;   ///< the register is made, although the server has others
     bool dropCopy = false; ///< a copy of this counter's books that stands on the server, too, is taken away
+    Deleted deleted = Deleted::ask;
 };
 
 /// The file and the register that Sunucu.ini names become one: what only one of the two has, the other gets, and the
 /// file knows from then on where it stands in the register's history. The tables are made first where there are none,
 /// and so is the register. Where both know a customer, the server's terms hold. Nothing is taken away from the server.
-/// Nobody else may have the file open. A file that is in a register of another name is refused.
+/// Nobody else may have the file open. A file that is in a register of another name is refused. One that stands at the
+/// end of this register's history already is compared with it: where they differ, `merge` joins them anew.
 ///
 /// What waited in the file as changes is there as rows: it goes with them. Throws ServerError (no line; what must be
 /// asked for and was not, see Join; a file that stands in this register's history already), badValue (a field that

@@ -11,6 +11,7 @@
 #include "store/postgres/server_rows.h"
 #include "store/postgres/shared_tables.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 #include <vector>
@@ -21,27 +22,87 @@ namespace {
 using files::said;
 using Lines = std::vector<std::string>;
 
-/// True when the server comes from an old copy: it is this file's register, and has not what the file knows.
-bool refuseSecondJoin(Connection& connection, const std::string& name, const std::optional<Place>& place)
+enum class Standing {
+    stranger, ///< the file is in no register, or in one that is no more
+    ahead,    ///< the server comes from an old copy: it is this file's register, and has not what the file knows
+    behind,   ///< it is in this register, and has not taken everything in, or brings something
+    atTheEnd  ///< it is in this register, and should have its rows
+};
+
+Standing standingOf(Connection& connection, jet::Database& database, const std::string& name)
 {
-    if (!place || place->identity != placeOn(connection, name).identity) return false;
+    const std::optional<Place> place = placeIn(database);
+    const Place end = placeOn(connection, name);
+    if (!place || place->identity != end.identity) return Standing::stranger;
     if (place->number > 0) {
         const auto line = connection.ask("select zaman::text from presva.gecmis where sayac = $1 and sira = $2",
                                          {name, std::to_string(place->number)});
-        if (line.empty() || line[0][0] != place->mark) return true;
+        if (line.empty() || line[0][0] != place->mark) return Standing::ahead;
     }
-    throw ServerError(said("Bu dosya ortak defterde zaten; sayaç onu kendisi günceller. Hiçbir şey değiştirilmedi.",
-                           "This file is in the shared register already; the counter keeps it up to date by itself. "
-                           "Nothing was changed."));
+    return place->number == end.number && waitingIn(database).changes == 0 ? Standing::atTheEnd : Standing::behind;
+}
+
+[[noreturn]] void refuseSecondJoin(Standing standing)
+{
+    const char* const compared =
+        standing == Standing::atTheEnd ? said(", her satırı aynı", ", and has all of its rows") : "";
+    throw ServerError(
+        std::string(said("Bu dosya ortak defterde zaten", "This file is in the shared register already")) + compared +
+        said("; sayaç onu kendisi günceller. Hiçbir şey değiştirilmedi.",
+             "; the counter keeps it up to date by itself. Nothing was changed."));
+}
+
+void refuseDifferent(std::size_t inFile, std::size_t onServer)
+{
+    throw ServerError(said("Bu dosya ortak defterde, ama satırları tutmuyor: yalnız dosyada olan ",
+                           "This file is in the shared register, but has not its rows: in the file alone ") +
+                      std::to_string(inFile) + said(", yalnız sunucuda olan ", ", on the server alone ") +
+                      std::to_string(onServer) +
+                      said(". --merge yes ile satırlarıyla yeniden girer. Hiçbir şey değiştirilmedi.",
+                           ". With --merge yes it joins again, by its rows. Nothing was changed."));
+}
+
+/// Takes the rows out of `wanted` that the register had once. How many.
+std::size_t takeGone(const Lines& gone, Lines& wanted)
+{
+    RowPile pile(gone);
+    return std::erase_if(wanted, [&](const std::string& line) { return pile.take(line); });
+}
+
+/// The same for customers, by their names; one whose pressings are carried is needed.
+std::size_t takeGoneCustomers(const Lines& gone, const Lines& newPressings, Lines& wanted)
+{
+    std::set<std::string> names, needed;
+    for (const std::string& line : gone) names.insert(nameIn(line));
+    for (const std::string& line : newPressings) needed.insert(line.substr(line.rfind('\t') + 1));
+    return std::erase_if(wanted, [&](const std::string& line) {
+        return names.contains(nameIn(line)) && !needed.contains(nameIn(line));
+    });
+}
+
+void refuseDeleted(std::size_t ofCustomers, std::size_t ofPressings)
+{
+    throw ServerError(
+        said("Dosyada bu defterden silinmiş kayıtlar var: ", "The file has what was deleted from this "
+                                                             "register: ") +
+        std::to_string(ofCustomers) + said(" cari, ", " customers, ") + std::to_string(ofPressings) +
+        said(" sıkım. Dosyadan da gitsinler: --deleted drop; bütün sayaçlara geri gelsinler: --deleted "
+             "keep. Hiçbir şey değiştirilmedi.",
+             " pressings. --deleted drop takes them out of the file, too; --deleted keep brings them back "
+             "to all counters. Nothing was changed."));
 }
 
 /// A mistyped name would be a register of its own, which nobody else sees.
 void requireKnownName(Connection& connection, const std::string& name, bool create)
 {
     std::string others;
-    for (const ServerRow& row : connection.ask("select sayac, ortak from presva.sayaclar order by sayac")) {
+    for (const ServerRow& row :
+         connection.ask("select s.sayac, s.ortak, exists (select from presva.cari c where c.sayac = s.sayac) or exists "
+                        "(select from "
+                        "presva.hareket h where h.sayac = s.sayac) from presva.sayaclar s order by 1")) {
         const bool shared = row[1] == "t";
-        if (row[0] == name && !shared)
+        const bool hasRows = row[2] == "t"; // a joining that was cut off has none yet
+        if (row[0] == name && !shared && hasRows)
             throw ServerError(said("Sunucuda bu adda bir sayacın kopyası var; deftere başka bir ad verin. Hiçbir şey "
                                    "değiştirilmedi.",
                                    "The server has a copy of a counter's books under that name; give the register "
@@ -84,25 +145,44 @@ void dropCopy(Connection& connection, const std::string& counter)
     change.commit();
 }
 
+[[noreturn]] void refuseNarrow(const jet::Table& table, const std::u16string& what)
+{
+    throw files::Error(
+        files::Fault::badValue,
+        jet::toUtf8(table.name()) + ", " + jet::toUtf8(what) +
+            said(": bu sütun öteki sayaçların yazacaklarını almaz. Dosyadaki satırlar deftere girdi; deftere bağlı "
+                 "yeni bir dosya için presva-mdb from-server, sonra onu Yag.mdb yerine koyun (docs/sunucu.md).",
+                 ": this column does not take what other counters will enter. The register has the rows of the "
+                 "file; presva-mdb from-server writes a new one that belongs to it, to be put in the place of "
+                 "Yag.mdb."));
+}
+
+bool holds(const jet::Column& column, const FieldShape& shape)
+{
+    if (column.required) return false;
+    if (shape.kind == Kind::moment) return column.type == jet::ColumnType::dateTime;
+    if (shape.kind == Kind::number) return column.type == jet::ColumnType::doubleFloat;
+    if (!column.emptyTextAllowed) return false;
+    return column.type == jet::ColumnType::memo ||
+           (column.type == jet::ColumnType::text && column.length >= 2 * shape.longest);
+}
+
 /// What other counters enter must fit into the columns of the file, to the bit: else it could not come in, or would be
 /// another value here.
 void requireWideColumns(const jet::Table& table, const TableShape& shape)
 {
     for (const FieldShape& each : shape.fields) {
         const jet::Column& column = table.columns().at(table.columnNamed(each.name).value());
-        const bool fits = each.kind == Kind::moment              ? column.type == jet::ColumnType::dateTime
-                          : each.kind == Kind::number            ? column.type == jet::ColumnType::doubleFloat
-                          : column.type == jet::ColumnType::text ? column.length >= 2 * each.longest
-                                                                 : column.type == jet::ColumnType::memo;
-        if (fits && !column.required) continue;
-        throw files::Error(
-            files::Fault::badValue,
-            jet::toUtf8(table.name()) + ", " + jet::toUtf8(column.name) +
-                said(": bu sütun öteki sayaçların yazacaklarını almaz. Dosyadaki satırlar deftere girdi; deftere bağlı "
-                     "yeni bir dosya için presva-mdb from-server, sonra onu Yag.mdb yerine koyun (docs/sunucu.md).",
-                     ": this column does not take what other counters will enter. The register has the rows of the "
-                     "file; presva-mdb from-server writes a new one that belongs to it, to be put in the place of "
-                     "Yag.mdb."));
+        if (!holds(column, each)) refuseNarrow(table, column.name);
+    }
+    for (const jet::Index& each : table.indexes()) {
+        // A column that numbers its rows itself takes every row.
+        const bool takesAll =
+            (!each.unique && !each.required) || std::ranges::any_of(each.columns, [&](const jet::IndexColumn& part) {
+                const jet::Column& column = table.columns().at(part.column);
+                return column.autoNumber || column.autoGuid;
+            });
+        if (!takesAll) refuseNarrow(table, table.columns().at(each.columns.front().column).name);
     }
 }
 
@@ -165,20 +245,34 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     // No counter brings a change until this line ends: a customer whom one adds now would be there twice.
     connection.ask("select pg_advisory_lock(20011207)");
     const auto database = jet::Database::open(disk, file);
-    const bool fromOldCopy = refuseSecondJoin(connection, name, placeIn(*database));
+    const Standing standing = standingOf(connection, *database, name);
+    if (standing == Standing::behind) refuseSecondJoin(standing);
 
     const Lines customersHere = linesIn(database->table(mill::Cari::table), customers());
     const Lines pressingsHere = linesIn(database->table(mill::Hareket::table), pressings());
     const Lines customersThere = textsOf(linesOn(connection, customers()));
     const Lines pressingsThere = textsOf(linesOn(connection, pressings()));
-    const Lines newCustomers = customersMissingFrom(customersThere, customersHere);
-    const Lines newPressings = missingFrom(pressingsThere, pressingsHere);
+    Lines newCustomers = customersMissingFrom(customersThere, customersHere);
+    Lines newPressings = missingFrom(pressingsThere, pressingsHere);
     const std::size_t onlyThere = missingFrom(pressingsHere, pressingsThere).size();
+    if (standing == Standing::atTheEnd) {
+        const std::size_t here = newPressings.size() + missingFrom(customersThere, customersHere).size();
+        const std::size_t there = onlyThere + missingFrom(customersHere, customersThere).size();
+        if (here + there == 0) refuseSecondJoin(standing);
+        if (!options.merge) refuseDifferent(here, there);
+    }
+    if (options.deleted != Deleted::keep) {
+        const std::size_t ofPressings = takeGone(goneLinesOn(connection, pressings()), newPressings);
+        const std::size_t ofCustomers =
+            takeGoneCustomers(goneLinesOn(connection, customers()), newPressings, newCustomers);
+        if (ofPressings + ofCustomers > 0 && options.deleted == Deleted::ask) refuseDeleted(ofCustomers, ofPressings);
+    }
     if (!newPressings.empty() && onlyThere > 0 && !options.merge) refuseUnaskedMerge(newPressings.size(), onlyThere);
 
     // Another counter may wait with changes that the copy has forgotten, and that this file brings as rows: it must
     // join by its rows, too.
-    if (fromOldCopy) connection.ask("update presva.sayaclar set kimlik = gen_random_uuid() where sayac = $1", {name});
+    if (standing == Standing::ahead)
+        connection.ask("update presva.sayaclar set kimlik = gen_random_uuid() where sayac = $1", {name});
     Count count(progress, newCustomers.size() + newPressings.size() + onlyThere);
     addRows(connection, newCustomers, customers(), name, count);
     addRows(connection, newPressings, pressings(), name, count);

@@ -276,7 +276,7 @@ alter function presva.islet(text, text, jsonb) set search_path = pg_catalog, pre
 alter table presva.sayaclar add column ortak boolean not null default false;
 update presva.sayaclar s set ortak = true
     where exists (select from presva.hareket h where h.sayac = s.sayac and h.giren <> h.sayac)
-       or exists (select from presva.gecmis g where g.sayac = s.sayac and g.tablo = 'is');
+       or exists (select from presva.gecmis g where g.sayac = s.sayac and (g.tablo = 'is' or g.giren <> g.sayac));
 
 -- A table that is emptied at once would leave no line in the history, and the counters their rows.
 create function presva.bosaltilmaz() returns trigger language plpgsql as

@@ -128,18 +128,37 @@ double numberIn(const std::string& field)
     return number;
 }
 
-std::string writtenOrder(std::string_view line)
+std::string orderKeyInHex(const std::string& name)
 {
-    const auto name = fieldsOf(line.substr(0, line.find('\t'))).front();
-    if (!name) return writtenField({});
     std::vector<std::uint8_t> key;
-    jet::appendOrderKey(key, jet::fromUtf8(*name));
-    std::string written = "\\\\x";
+    jet::appendOrderKey(key, jet::fromUtf8(name));
+    std::string written;
     for (const std::uint8_t byte : key) {
         constexpr std::string_view digits = "0123456789abcdef";
         written += {digits[byte >> 4U], digits[byte & 15U]};
     }
     return written;
+}
+
+std::string writtenOrder(std::string_view line)
+{
+    const auto name = fieldsOf(line.substr(0, line.find('\t'))).front();
+    return name ? "\\\\x" + orderKeyInHex(*name) : writtenField({});
+}
+
+std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& shape)
+{
+    std::string question = "copy (select ";
+    for (const FieldShape& each : shape.fields) {
+        if (&each != shape.fields.data()) question += ", ";
+        question += std::string("(eski ->> '") + each.column + "')" + (each.kind == Kind::text ? "" : "::float8");
+    }
+    question += std::string(" from presva.gecmis where sayac = current_setting('presva.sayac') and eski is not null "
+                            "and 'presva.' || tablo = '") +
+                shape.table + "') to stdout";
+    std::vector<std::string> lines;
+    connection.copyOut(question.c_str(), [&](std::string_view line) { lines.push_back(asWrittenHere(line, shape)); });
+    return lines;
 }
 
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape)

@@ -38,6 +38,8 @@ std::string writtenField(const std::optional<std::string>& field);
 std::string writtenNumber(double number);
 std::vector<std::optional<std::string>> fieldsOf(std::string_view line);
 double numberIn(const std::string& field);
+/// The engine's own key by which a name is ordered.
+std::string orderKeyInHex(const std::string& name);
 /// What stands in the column by which the first field of a line is ordered: the engine's own key.
 std::string writtenOrder(std::string_view line);
 
@@ -48,5 +50,8 @@ struct ServerLine {
 
 /// All rows of the counter that the session's setting presva.sayac names, in the order in which they were stored.
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape);
+
+/// Rows of that counter as they were before they went or were changed, by the history.
+std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& shape);
 
 } // namespace postgres

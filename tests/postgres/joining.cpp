@@ -237,6 +237,196 @@ TEST_F(Joining, isNotHeldUpByTheServersWayOfWritingDates)
     EXPECT_EQ(placeOf(path("geri.mdb")), place);
 }
 
+TEST_F(Joining, asksWhatBecomesOfRowsThatTheRegisterHadAndHasNoMore)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}, {u"Veli", 9.0, jet::Null{}, 0.0}});
+    store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982.3, u"Ali", 12345.678), pressing(45983, u"Veli")});
+    std::filesystem::copy_file(file(), path("eski.mdb"));
+    ASSERT_EQ(toServer().code, 0);
+    sql("delete from presva.hareket where carihar = 'Ali'; delete from presva.cari where unvan = 'Ali'; "
+        "update presva.hareket set zeytin = 7");
+    std::filesystem::rename(path("eski.mdb"), file());
+    const Outcome refused = toServer({"--merge", "yes"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("silinmiş kayıtlar var: 1 cari, 3 sıkım"));
+    EXPECT_FALSE(placeOf(file()));
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 3U);
+    EXPECT_EQ(counts(), "1|1|1\n");
+    std::filesystem::copy_file(file(), path("eski.mdb"));
+
+    const Outcome dropped = toServer({"--deleted", "drop"});
+    ASSERT_EQ(dropped.code, 0) << dropped.err;
+    EXPECT_EQ(counts(), "1|1|1\n");
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
+    EXPECT_EQ(rowsOf(file(), Cari::table).size(), 1U);
+
+    std::filesystem::rename(path("eski.mdb"), file());
+    ASSERT_EQ(toServer({"--deleted", "keep", "--merge", "yes"}).code, 0);
+    EXPECT_EQ(counts(), "2|4|4\n");
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 4U);
+}
+
+TEST_F(Joining, aDeletedCustomerComesWithWhatIsNew)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    std::filesystem::copy_file(file(), path("eski.mdb"));
+    ASSERT_EQ(toServer().code, 0);
+    sql("delete from presva.hareket; delete from presva.cari");
+    std::filesystem::rename(path("eski.mdb"), file());
+    store(Hareket::table, {pressing(45990, u"Ali")});
+    EXPECT_THAT(toServer().err, HasSubstr("0 cari, 1 sıkım"));
+    ASSERT_EQ(toServer({"--deleted", "drop"}).code, 0);
+    EXPECT_EQ(counts(), "1|1|1\n");
+    EXPECT_EQ(sql("select tarih from presva.hareket"), "45990\n");
+}
+
+TEST_F(Joining, comparesAFileThatIsInTheRegister)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_THAT(toServer().err, HasSubstr("zaten, her satırı aynı"));
+    {
+        const auto open = jet::Database::open(platform::systemDisk(), file());
+        jet::Table& journal = open->table(Hareket::table);
+        jet::Transaction change(open->pager());
+        std::optional<jet::RowId> one;
+        journal.forEachRow([&](jet::RowId row, const jet::RowView&) {
+            one = row;
+            return false;
+        });
+        journal.erase(*one);
+        change.commit();
+    }
+    const Outcome differs = toServer();
+    EXPECT_EQ(differs.code, 1);
+    EXPECT_THAT(differs.err, HasSubstr("yalnız dosyada olan 0, yalnız sunucuda olan 1"));
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
+    ASSERT_EQ(toServer({"--merge", "yes"}).code, 0);
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 2U);
+    EXPECT_EQ(counts(), "1|2|2\n");
+
+    sql("update presva.cari set yuzde = 20"); // now the file is behind: that is no difference
+    const Outcome behind = toServer({"--merge", "yes"});
+    EXPECT_EQ(behind.code, 1);
+    EXPECT_THAT(behind.err, HasSubstr("defterde zaten;"));
+}
+
+TEST_F(Joining, isRefusedToAFileWhoseIndexesKeepRowsOut)
+{
+    std::filesystem::remove(file());
+    jet::Database::create(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000},
+                          [](jet::Database& database) {
+                              using jet::ColumnType;
+                              database.createTable(u"Cari",
+                                                   {{u"Unvan", ColumnType::text, 100},
+                                                    {u"Yuzde", ColumnType::doubleFloat},
+                                                    {u"Kap", ColumnType::text, 50},
+                                                    {u"Nakit", ColumnType::doubleFloat}},
+                                                   {{.name = u"Ad", .columns = {{u"Unvan", true}}, .unique = true}},
+                                                   jet::DateTime{45000});
+                              std::vector<jet::NewColumn> journal = {{u"Tarih", ColumnType::dateTime}};
+                              for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"})
+                                  journal.push_back({name, ColumnType::doubleFloat});
+                              journal.push_back({u"CariHar", ColumnType::text, 100});
+                              database.createTable(u"Hareket", journal, {}, jet::DateTime{45000});
+                          });
+    EXPECT_THAT(toServer().err, HasSubstr("Cari, Unvan: bu sütun öteki sayaçların yazacaklarını almaz."));
+    EXPECT_FALSE(placeOf(file()));
+}
+
+TEST_F(Joining, goesOnWhereAFirstOneWasCutOff)
+{
+    ASSERT_EQ(toServer().code, 0);
+    newFile();
+    sql("update presva.sayaclar set ortak = false"); // that much was written
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    const Outcome joined = toServer();
+    ASSERT_EQ(joined.code, 0) << joined.err;
+    EXPECT_EQ(sql("select ortak from presva.sayaclar"), "t\n");
+}
+
+TEST_F(Joining, aCopyThatIsPutBackSaysWhatItDoesNotDo)
+{
+    const std::string folder = std::filesystem::path(file()).parent_path();
+    std::filesystem::create_directory(path("Yedek"));
+    std::filesystem::copy_file(file(), path("Yedek/Yag-2025-11-20.mdb"));
+    ASSERT_EQ(toServer().code, 0);
+    std::filesystem::copy_file(file(), path("Yedek/Yag-2025-11-21.mdb"));
+    const Outcome known = tool({"restore", folder, "2025-11-21"});
+    EXPECT_EQ(known.code, 0) << known.err;
+    EXPECT_THAT(known.out, HasSubstr("Silinmiş bir müşteri presva-mdb undelete ile geri gelir."));
+    const Outcome unknown = tool({"restore", folder, "2025-11-20"});
+    EXPECT_EQ(unknown.code, 0) << unknown.err;
+    EXPECT_THAT(unknown.out, HasSubstr("Kopya ortak bir defteri bilmiyor"));
+}
+
+/// A customer of a register whom somebody deleted.
+class Undeleting : public Joining {
+protected:
+    Undeleting()
+    {
+        store(Cari::table, {{u"Şükrü O'Hara", 12.5, u"10 Litrelik Kap", 1.5}, {u"Veli", 9.0, jet::Null{}, 0.0}});
+        store(Hareket::table, {pressing(45981.25, u"Şükrü O'Hara", 12345.678), pressing(45982, u"Veli"),
+                               pressing(45983, u"Şükrü O'Hara", 1)});
+        EXPECT_EQ(toServer().code, 0);
+    }
+    Outcome undelete(const std::string& customer) const
+    {
+        return tool({"undelete", std::filesystem::path(file()).parent_path(), customer});
+    }
+    std::string all() const
+    {
+        return sql("select tarih, zeytin, yag, yuzde, haktut, nakit, carihar, giren from presva.hareket order by 1; "
+                   "select unvan, unvan_sira, yuzde, kap, nakit from presva.cari order by 1");
+    }
+    void erase() const
+    {
+        sql("select presva.islet('Değirmen', 'Hat 2', jsonb_build_array("
+            "jsonb_build_object('kimlik', gen_random_uuid(), 'ne', 'sikimlar-sil', 'carihar', 'Şükrü O''Hara', "
+            "'gorulen', 1000000, 'kendi', '[]'::jsonb), "
+            "jsonb_build_object('kimlik', gen_random_uuid(), 'ne', 'cari-sil', 'unvan', 'Şükrü O''Hara', "
+            "'gorulen', 1000000, 'kendi', '[]'::jsonb)))");
+    }
+};
+
+TEST_F(Undeleting, bringsBackWhatADeletionTookOnce)
+{
+    const std::string before = all();
+    erase();
+    ASSERT_EQ(counts(), "1|1|1\n");
+    const Outcome back = undelete("Şükrü O'Hara");
+    ASSERT_EQ(back.code, 0) << back.err;
+    EXPECT_THAT(back.out, HasSubstr("Şükrü O'Hara: 1 cari, 2 sıkım geri geldi"));
+    EXPECT_THAT(back.out, HasSubstr("UTC, Hat 2."));
+    EXPECT_EQ(all(), before);
+    const Outcome again = undelete("Şükrü O'Hara");
+    EXPECT_EQ(again.code, 1);
+    EXPECT_THAT(again.err, HasSubstr("zaten geri getirildi"));
+    EXPECT_EQ(all(), before);
+}
+
+TEST_F(Undeleting, bringsBackTheLastDeletionAlone)
+{
+    erase();
+    sql("insert into presva.cari (sayac, numara, unvan, unvan_sira) values ('Değirmen', 90, 'Şükrü O''Hara', '\\x01')");
+    erase();
+    ASSERT_EQ(undelete("Şükrü O'Hara").code, 0);
+    EXPECT_EQ(counts(), "2|1|1\n");
+}
+
+TEST_F(Undeleting, refusesWhoWasNotDeletedAndWhoMayNot)
+{
+    EXPECT_THAT(undelete("Veli").err, HasSubstr("Veli: bu defterden bu adda kimse silinmemiş"));
+    erase();
+    name(server().folder(), "5432", "hat1", "Defter=Değirmen\n");
+    EXPECT_EQ(tool({"undelete", std::filesystem::path(file()).parent_path(), "Şükrü O'Hara"}, "hat1").code, 1);
+    EXPECT_EQ(counts(), "1|1|1\n");
+    name(server().folder(), "5432", "sahip");
+    EXPECT_THAT(undelete("Şükrü O'Hara").err, HasSubstr("Defter satırı yok"));
+}
+
 /// A file on its way out of its register.
 class Leaving : public Joining {
 protected:

@@ -59,7 +59,7 @@ RowTable<std::string> englishHelpOf()
     RowTable<std::string> table;
     for (const char* name :
          {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue", "backup", "restore",
-          "weights", "season", "to-server", "from-server", "leave-register", "drop-index"})
+          "weights", "season", "to-server", "from-server", "undelete", "leave-register", "drop-index"})
         table.push_back({name, name});
     return table;
 }

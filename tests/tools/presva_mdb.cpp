@@ -39,7 +39,7 @@ RowTable<Arguments> presvaMdbHelp()
     table.push_back({"all", {"--help"}});
     for (const char* name :
          {"create", "info", "check", "export", "import", "schema", "sql", "compact", "rescue", "backup", "restore",
-          "weights", "season", "to-server", "from-server", "leave-register", "drop-index"})
+          "weights", "season", "to-server", "from-server", "undelete", "leave-register", "drop-index"})
         table.push_back({name, {name, "--help"}});
     return table;
 }
