@@ -81,8 +81,8 @@ bool TriedDatabases::join(const QString& path, Counter& counter) const
         postgres::joinRegister(disk_, counter.settings, fileOf(path), {.user = "sahip", .create = true}, made, {});
         return true;
     } catch (const files::Error& error) {
-        if (error.fault() != files::Fault::badValue)
-            throw; // a server that is away must not pass for another maker's file
+        // One that is away must not pass for a file of another maker.
+        if (error.fault() == files::Fault::server) throw;
         qInfo("not in a register: %s", error.what());
         return false;
     }
