@@ -197,11 +197,18 @@ Table& Database::table(std::u16string_view name)
 
 bool Database::verifyAhead(const std::vector<std::u16string>& tables)
 {
+    const bool isKnown = std::ranges::all_of(tables, [&](const std::u16string& table) {
+        const CatalogueEntry* const entry = state_->find(table);
+        return entry == nullptr || state_->stateOf(state_->open(*entry)).verdict;
+    });
     if (!state_->wasAhead) {
         state_->wasAhead = true;
-        state_->ahead = VerificationAhead::begin(*state_, tables);
+        if (!isKnown) state_->ahead = VerificationAhead::begin(*state_, tables);
     }
-    return !state_->ahead || state_->ahead->isDone();
+    if (state_->ahead && !state_->ahead->isDone()) return false;
+    // Nobody asks any more, and a second opening of the file makes every commit look for who has it open.
+    if (isKnown) state_->ahead.reset();
+    return true;
 }
 
 std::vector<std::pair<std::u16string, PageNo>> Database::allTables() const

@@ -116,10 +116,12 @@ Pager::State::State(Disk& d, std::filesystem::path p, Mode mode) : disk(d), path
 Pager::State::State(State& writing, std::unique_ptr<File> of)
     : disk(writing.disk), path(writing.path), file(std::move(of))
 {
-    // Between two commits the file is what the other's pages were read from.
-    const FileStamp& stamp = writing.memory->stamp();
-    if (file->stamp() != stamp) throw changedElsewhere(path);
-    memory.emplace(*file, writing.memory->count(), stamp, path);
+    // Between two commits the file is what the other's pages were read from. Some systems tell a writer another time
+    // than a reader, so each is compared with itself: this one's first, so that nothing was written before it.
+    const FileStamp own = file->stamp();
+    const FileStamp& known = writing.memory->stamp();
+    if (writing.file->stamp() != known || own.size != known.size || !own.underItsName) throw changedElsewhere(path);
+    memory.emplace(*file, writing.memory->count(), own, path);
     writer.emplace(disk, path, *file, *memory);
 }
 

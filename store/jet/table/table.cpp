@@ -128,7 +128,7 @@ void Table::State::keyValues(const Index& index, std::span<const std::uint8_t> r
 std::uint32_t Table::State::liveRows()
 {
     std::uint32_t count = 0;
-    for (RowWalk rows = walk(); rows.next(ThrowAtDamage(pager));) ++count;
+    for (RowWalk rows(reader(), dataPages(), PageUse::pass); rows.next(ThrowAtDamage(pager));) ++count;
     return count;
 }
 
