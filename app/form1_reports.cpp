@@ -114,9 +114,9 @@ void Form1::panelTakesItsLabelBack()
 
 void Form1::listWhole(const QString& source)
 {
-    listingIsOld_ = false;
     GünData.setRecordSource(source);
     VeriYenile(GünData);
+    listingIsOld_ = false;
     IzgaraDuzenle();
     IzgaraYukle();
 }
@@ -145,8 +145,8 @@ reports::ReportQuestion Form1::reportQuestion() const
 
 void Form1::RaporYenile()
 {
-    listingIsOld_ = false;
     reports::RaporYenile(reportQuestion(), {GünData, surroundings_.databases, surroundings_.now(), letWeightsIn});
+    listingIsOld_ = false;
     gridRows_->rowsChanged();
     showGridPosition();
     // Pressings under "CARİLER" would be taken for customers.

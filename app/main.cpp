@@ -99,7 +99,12 @@ int main(int argc, char** argv)
     // A file that could not be opened at the start is, when the operator tries again.
     databases.onOpened([&] {
         QMetaObject::invokeMethod(
-            &form, [&] { server = app::lineToServer(form, databases); }, Qt::QueuedConnection);
+            &form,
+            [&] {
+                server.reset(); // its end takes it off the engine, which a line made before that would not notice
+                server = app::lineToServer(form, databases);
+            },
+            Qt::QueuedConnection);
     });
     const int code = QApplication::exec();
     application.onUnexpected = nullptr; // the form goes first

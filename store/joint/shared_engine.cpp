@@ -325,12 +325,13 @@ void SharedEngine::noteDown(const QString& kind, const QString& customer, const 
 QString SharedEngine::identityOf(const QString& kind) const
 {
     if (slip_.isEmpty()) return QUuid::createUuid().toString(QUuid::WithoutBraces);
-    const QString identity =
-        kind == pressingComes ? slip_ : QUuid::createUuidV5(QUuid(slip_), kind).toString(QUuid::WithoutBraces);
-    if (waiting_.contains(identity) ||
-        std::ranges::any_of(fresh_, [&](const Note& each) { return each.identity == identity; }))
-        refuse(u"Bu fişin sıkımı kaydedilmiş, sunucuya gönderilmeyi bekliyor."_s);
-    return identity;
+    return kind == pressingComes ? slip_ : QUuid::createUuidV5(QUuid(slip_), kind).toString(QUuid::WithoutBraces);
+}
+
+bool SharedEngine::isNoted(const QString& identity) const
+{
+    return waiting_.contains(identity) ||
+           std::ranges::any_of(fresh_, [&](const Note& each) { return each.identity == identity; });
 }
 
 void SharedEngine::notePressing(store::RowKey row)
@@ -342,6 +343,7 @@ void SharedEngine::notePressing(store::RowKey row)
     const QString name = nameOf(journal_, row, Hareket::CariHar);
     if (name.size() > longestName || name.contains(QChar::Null))
         refuse(u"Ortak defterde bir müşterinin adı en çok %1 harftir."_s.arg(longestName));
+    if (!slip_.isEmpty() && isNoted(slip_)) refuse(u"Bu fişin sıkımı kaydedilmiş, sunucuya gönderilmeyi bekliyor."_s);
     noteDown(pressingComes, name, what);
 }
 
@@ -349,6 +351,8 @@ void SharedEngine::noteCustomer(const QString& name, const store::Assignments& v
 {
     if (name.isEmpty() || name.size() > longestName || name.contains(QChar::Null))
         refuse(u"Ortak defterde bir müşterinin adı 1 ile %1 harf arasındadır."_s.arg(longestName));
+    // Terms that were stored while their slip's pressing could not be: the same once more.
+    if (!slip_.isEmpty() && isNoted(identityOf(customerTerms))) return;
     QJsonObject what;
     for (const auto& entry : values) {
         const auto position = static_cast<std::size_t>(entry.first);
@@ -477,6 +481,7 @@ private:
         }
         std::vector<store::RowKey>& rows = known_[name];
         std::vector<FieldValue> wanted;
+        wanted.reserve(Hareket::fields.size());
         for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
             wanted.push_back(valueIn(row, field));
         const auto find = [&] {
@@ -490,23 +495,33 @@ private:
         taken_.deletions = true;
         auto found = find();
         // A column of somebody else's making may have rounded it.
-        if (found == rows.end() && !rows.empty() && !base::passOver([&] { wanted = asHeld(row); })) found = find();
+        const bool goesHereToo = engine_.deletionWaits(name);
+        if (found == rows.end() && !rows.empty() && !goesHereToo) {
+            if (auto held = asHeld(row)) {
+                wanted = std::move(*held);
+                found = find();
+            }
+        }
         if (found == rows.end()) {
-            if (!engine_.deletionWaits(name)) taken_.notFound << notFound(name, row);
+            if (!goesHereToo) taken_.notFound << notFound(name, row);
             return;
         }
         file_.erase(engine_.journal_, *found);
         rows.erase(found);
     }
 
-    /// What the columns of this file make of these values: they are written and taken away again.
-    std::vector<FieldValue> asHeld(const QJsonObject& row)
+    /// What the columns of this file make of these values: they are written and taken away again. Nothing where the
+    /// file does not take them.
+    std::optional<std::vector<FieldValue>> asHeld(const QJsonObject& row)
     {
+        std::optional<store::RowKey> trial;
+        base::passOver([&] { trial = file_.insert(engine_.journal_, valuesIn(row)); });
+        if (!trial) return std::nullopt;
         std::vector<FieldValue> held;
-        const store::RowKey trial = file_.insert(engine_.journal_, valuesIn(row));
+        held.reserve(Hareket::fields.size());
         for (int field = 0; field < static_cast<int>(Hareket::fields.size()); ++field)
-            held.push_back(file_.field(engine_.journal_, trial, field));
-        file_.erase(engine_.journal_, trial);
+            held.push_back(file_.field(engine_.journal_, *trial, field));
+        file_.erase(engine_.journal_, *trial);
         return held;
     }
 

@@ -97,6 +97,7 @@ private:
     template <class Work> auto within(const Work& work);
     void noteDown(const QString& kind, const QString& customer, const QJsonObject& what);
     QString identityOf(const QString& kind) const;
+    bool isNoted(const QString& identity) const;
     void notePressing(store::RowKey row);
     void noteCustomer(const QString& name, const store::Assignments& values);
     QJsonObject deletionOf(const QString& field, const QString& customer) const;

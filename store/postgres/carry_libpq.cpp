@@ -191,11 +191,7 @@ Carried toServer(files::Disk& disk, const ServerSettings& settings, const Path& 
     requireNoOtherRegister(disk, file, {});
     Connection connection(settings, options.user);
     bringForward(connection);
-    if (!connection.ask("select from presva.sayaclar where sayac = $1 and ortak", {settings.counter}).empty())
-        throw ServerError(said("Sunucuda bu adda ortak bir defter var; sayaca başka bir ad verin (Sunucu.ini, Sayac). "
-                               "Hiçbir şey değiştirilmedi.",
-                               "The server has a shared register of that name; give the counter another one "
-                               "(Sunucu.ini, Sayac). Nothing was changed."));
+    requireNoRegisterOf(connection, settings.counter);
     writeRowsOf(connection, settings);
     const Books wanted = booksNow(disk, file);
     const std::vector<ServerLine> customersThere = linesOn(connection, customers());

@@ -342,6 +342,8 @@ Connection::Connection(const ServerSettings& settings, const std::string& user, 
     state_->wake = wake;
     state_->patience = patience;
     state_->open(settings, user);
+    // PGDATESTYLE and PGTZ of the environment win over the options above.
+    ask("select set_config('datestyle', 'ISO', false), set_config('timezone', 'UTC', false)");
 }
 
 Connection::~Connection() = default;

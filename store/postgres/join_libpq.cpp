@@ -54,12 +54,15 @@ Standing standingOf(Connection& connection, jet::Database& database, const std::
 
 void refuseDifferent(std::size_t inFile, std::size_t onServer)
 {
-    throw ServerError(said("Bu dosya ortak defterde, ama satırları tutmuyor: yalnız dosyada olan ",
-                           "This file is in the shared register, but has not its rows: in the file alone ") +
-                      std::to_string(inFile) + said(", yalnız sunucuda olan ", ", on the server alone ") +
-                      std::to_string(onServer) +
-                      said(". --merge yes ile satırlarıyla yeniden girer. Hiçbir şey değiştirilmedi.",
-                           ". With --merge yes it joins again, by its rows. Nothing was changed."));
+    throw ServerError(
+        said("Bu dosya ortak defterde, ama satırları tutmuyor: yalnız dosyada olan ",
+             "This file is in the shared register, but has not its rows: in the file alone ") +
+        std::to_string(inFile) + said(", yalnız sunucuda olan ", ", on the server alone ") + std::to_string(onServer) +
+        said(". --merge yes ile satırlarıyla yeniden girer; yalnız dosyada olanlar bütün sayaçlara gider. Dosya "
+             "yanlışsa "
+             "from-server ile yenisini alın. Hiçbir şey değiştirilmedi.",
+             ". With --merge yes it joins again, by its rows; those in the file alone go to all counters. Where the "
+             "file is wrong, take a new one by from-server. Nothing was changed."));
 }
 
 /// Takes the rows out of `wanted` that the register had once. How many.
@@ -137,9 +140,23 @@ void refuseCopy(const std::string& counter, std::size_t rows)
                            "history keeps it). Nothing was changed."));
 }
 
-void dropCopy(Connection& connection, const std::string& counter)
+/// Only what the register has, too: a copy may be all that is left of another season.
+void dropCopy(Connection& connection, const std::string& counter, const std::string& name)
 {
     ServerTransaction change(connection);
+    const auto rows = connection.ask("select count(*) from (select tarih, zeytin, yag, yuzde, haktut, nakit, carihar "
+                                     "from presva.hareket where sayac = $1 except all select tarih, zeytin, yag, "
+                                     "yuzde, haktut, nakit, carihar from presva.hareket where sayac = $2) alone",
+                                     {counter, name});
+    if (const std::string alone = rows[0][0].value_or(""); alone != "0")
+        throw ServerError(said("Bu sayacın sunucudaki kopyasında defterde olmayan ",
+                               "The copy of this counter's books on the server has ") +
+                          alone +
+                          said(" sıkım var: kopya silinmedi. Sunucu.ini'de sayaca başka bir ad verin (Sayac) ve "
+                               "komutu yeniden çalıştırın; dosyanın satırları deftere girdi.",
+                               " pressings that the register has not: it was not taken away. Give the counter another "
+                               "name in Sunucu.ini (Sayac) and give the command again; the register has the rows of "
+                               "the file."));
     connection.ask("delete from presva.hareket where sayac = $1", {counter});
     connection.ask("delete from presva.cari where sayac = $1", {counter});
     change.commit();
@@ -238,6 +255,7 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     Connection connection(settings, options.user);
     bringForward(connection);
     requireKnownName(connection, name, options.create);
+    if (name != settings.counter) requireNoRegisterOf(connection, settings.counter);
     const std::size_t ofCopy = name == settings.counter ? 0 : rowsOfCopy(connection, settings.counter);
     if (ofCopy > 0 && !options.dropCopy) refuseCopy(settings.counter, ofCopy);
     writeRowsOf(connection, settings);
@@ -273,10 +291,19 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     // join by its rows, too.
     if (standing == Standing::ahead)
         connection.ask("update presva.sayaclar set kimlik = gen_random_uuid() where sayac = $1", {name});
+    // Cut off behind the rows that go up, the file must not know its place any more: it would take them in as
+    // another's.
+    if (standing == Standing::atTheEnd) {
+        requireWideColumns(database->table(mill::Cari::table), customers());
+        requireWideColumns(database->table(mill::Hareket::table), pressings());
+        jet::Transaction leaving(database->pager());
+        takePlaceAway(*database);
+        leaving.commit();
+    }
     Count count(progress, newCustomers.size() + newPressings.size() + onlyThere);
     addRows(connection, newCustomers, customers(), name, count);
     addRows(connection, newPressings, pressings(), name, count);
-    if (ofCopy > 0) dropCopy(connection, settings.counter);
+    if (ofCopy > 0) dropCopy(connection, settings.counter, name);
     requireWideColumns(database->table(mill::Cari::table), customers());
     requireWideColumns(database->table(mill::Hareket::table), pressings());
 

@@ -293,14 +293,28 @@ revoke update on presva.sayaclar from presva_sayac;
 grant update (son_numara, aktarildi, ortak) on presva.sayaclar to presva_sayac;
 
 -- Everybody takes the one lock first, and the rows behind it: a counter that joins holds it while it numbers its rows.
+-- What was done already is said once more to be done, in its turn: a counter may be past the line that said it first.
+-- Terms of a slip whose pressing could not be stored with them may differ when it is stored: the first ones stay.
 alter function presva.islet(text, text, jsonb) rename to islet_sirayla;
 revoke execute on function presva.islet_sirayla(text, text, jsonb) from presva_sayac;
 create function presva.islet(defter text, sayan text, isler jsonb) returns void
     language plpgsql security definer set search_path = pg_catalog, presva, pg_temp as
 $$
+declare
+    bir jsonb;
 begin
     perform pg_advisory_xact_lock(20011207);
-    perform islet_sirayla(defter, sayan, isler);
+    perform set_config('presva.giren', sayan, true);
+    for bir in select jsonb_array_elements(isler) loop
+        if exists (select from islenen i where i.kimlik = (bir ->> 'kimlik')::uuid
+                                           and (i.ozet = md5(bir::text) or bir ->> 'ne' = 'cari')) then
+            perform set_config('presva.kimlik', bir ->> 'kimlik', true);
+            insert into gecmis (sayac, tablo, ne, satir) values (defter, 'is', 'BITTI', 0);
+        else
+            perform islet_sirayla(defter, sayan, jsonb_build_array(bir));
+        end if;
+    end loop;
+    perform pg_notify('presva', '');
 end
 $$;
 revoke execute on function presva.islet(text, text, jsonb) from public;

@@ -9,7 +9,10 @@
 #include <charconv>
 
 namespace postgres {
+
 namespace {
+
+using files::said;
 
 constexpr std::size_t longestName = 100; // as mill::createTables() makes them
 constexpr std::size_t longestContainer = 50;
@@ -159,6 +162,15 @@ std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& s
     std::vector<std::string> lines;
     connection.copyOut(question.c_str(), [&](std::string_view line) { lines.push_back(asWrittenHere(line, shape)); });
     return lines;
+}
+
+void requireNoRegisterOf(Connection& connection, const std::string& counter)
+{
+    if (connection.ask("select from presva.sayaclar where sayac = $1 and ortak", {counter}).empty()) return;
+    throw ServerError(said("Sunucuda bu adda ortak bir defter var; sayaca başka bir ad verin (Sunucu.ini, Sayac). "
+                           "Hiçbir şey değiştirilmedi.",
+                           "The server has a shared register of that name; give the counter another one "
+                           "(Sunucu.ini, Sayac). Nothing was changed."));
 }
 
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape)

@@ -51,6 +51,10 @@ struct ServerLine {
 /// All rows of the counter that the session's setting presva.sayac names, in the order in which they were stored.
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape);
 
+/// Throws ServerError where a register that counters share has the name of this counter: its rows are not one
+/// counter's.
+void requireNoRegisterOf(Connection& connection, const std::string& counter);
+
 /// Rows of that counter as they were before they went or were changed, by the history.
 std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& shape);
 

@@ -161,6 +161,25 @@ private slots:
         QCOMPARE(mill->sql("select (select count(*) from presva.cari), count(*) from presva.hareket"), u"0|0\n"_s);
     }
 
+    void oneThatTheHistoryHasLeftBehindWaitsForNothing()
+    {
+        printOne();
+        {
+            SharedCounter other(mill->folder(2));
+            QVERIFY(other.settled(mill->historyEnd()));
+            other.erase(u"Ali"_s);
+            QVERIFY(other.until([&] { return other.shared().waiting().empty(); }));
+        }
+        putBack(folder);
+        SlipCounter again(folder, printer, false);
+        again.connect();
+        QVERIFY(again.settled(mill->historyEnd()));
+        again.road.recover();
+        QVERIFY(!again.notes.open());
+        QVERIFY(again.until([&] { return again.shared().waiting().empty(); }));
+        QCOMPARE(mill->sql("select count(*) from presva.hareket"), u"0\n"_s);
+    }
+
     void twoSlipsAreTwoThoughEverythingOfThemIsEqual()
     {
         SlipCounter counter(folder, printer, true);

@@ -174,6 +174,36 @@ TEST_F(Joining, countsNoPressingTwiceBesideACopyOfTheCounters)
     EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
 }
 
+TEST_F(Joining, takesNoCopyAwayThatIsAllThatIsLeftOfItsRows)
+{
+    name(server().folder(), "5432", "sahip");
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    newFile();
+    beCounter("Hat 1");
+    const Outcome refused = toServer({"--delete", "yes"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("defterde olmayan 1 sıkım var: kopya silinmedi"));
+    EXPECT_FALSE(placeOf(file()));
+    EXPECT_EQ(sql("select sayac from presva.hareket"), "Hat 1\n");
+}
+
+TEST_F(Joining, takesNoRegisterForTheCopyOfACounterOfItsName)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    newFile();
+    name(server().folder(), "5432", "sahip", "Defter=2027\n", "Değirmen");
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{"--new", "yes"}, std::vector<std::string>{"--new", "yes", "--delete", "yes"}}) {
+        const Outcome refused = toServer(more);
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_THAT(refused.err, HasSubstr("Sunucuda bu adda ortak bir defter var; sayaca başka bir ad verin"));
+    }
+    EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
+    EXPECT_EQ(sql("select sayac from presva.sayaclar"), "Değirmen\n");
+}
+
 TEST_F(Joining, keepsRegistersAndCopiesOfOneNameApart)
 {
     store(Hareket::table, {pressing(45981, u"Ali")});
