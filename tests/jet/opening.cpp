@@ -96,10 +96,11 @@ TABLE_SUITE(OpeningRefusal, OpeningRefusalRow, openingRefusal);
 TEST_P(OpeningRefusal, whatIsNotADatabaseIsToldApart)
 {
     const auto& [spoil, fault] = row();
+    const std::filesystem::path file(u8"Yağ.mdb");
     files::MemoryDisk disk;
-    disk.content("Yağ.mdb") = sound();
-    spoil(disk.content("Yağ.mdb"));
-    const auto refusal = refusalOfOpening(disk, "Yağ.mdb");
+    disk.content(file) = sound();
+    spoil(disk.content(file));
+    const auto refusal = refusalOfOpening(disk, file);
     ASSERT_EQ(refusal.fault, fault) << refusal.sentence;
     ASSERT_THAT(refusal.sentence, HasSubstr("Yağ.mdb"));
 }
