@@ -11,7 +11,6 @@
 
 namespace {
 
-using testing::ContainsRegex;
 using testing::HasSubstr;
 
 /// The folder of a mill with three pressings, one of them deleted by the program, and a log that saw the book's end.
@@ -177,8 +176,16 @@ TEST_F(Weights, nameACopyThatWasPutBackAndAreSoundAfterwards)
     EXPECT_THAT(restored.out, HasSubstr("Tartım defterine yazıldı: 6. satır.\n"));
     const Outcome verified = asked({"--verify"});
     EXPECT_EQ(verified.code, 0) << verified.out;
-    EXPECT_THAT(verified.out, ContainsRegex("Bilgi: 6. satır: .+ yedekten dönüldü \\(Yag-2025-11-21.mdb\\); "
-                                            "satırı olan 1 sıkım bu yedekte yoktu.\n"));
+    // By hand, for GoogleTest's expressions know no sets of letters on Windows.
+    const std::string line = "Bilgi: 6. satır: ";
+    const std::size_t moment = verified.out.find(line) + line.size();
+    const std::size_t end = verified.out.find(" yedekten dönüldü (Yag-2025-11-21.mdb); satırı olan 1 sıkım bu yedekte "
+                                              "yoktu.\n");
+    ASSERT_THAT(verified.out, HasSubstr(line));
+    ASSERT_NE(end, std::string::npos) << verified.out;
+    ASSERT_GT(end, moment);
+    EXPECT_EQ(verified.out.substr(moment, end - moment).find_first_not_of("0123456789. :"), std::string::npos)
+        << verified.out;
     EXPECT_THAT(asked({}).out, HasSubstr("  yedekten dönüş: Yag-2025-11-21.mdb\n"));
 
     // Nobody else's line is believed.
