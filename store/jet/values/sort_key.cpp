@@ -126,11 +126,12 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
     const Weights* table = weightsOf(collation);
     if (table == nullptr) return std::nullopt;
 
-    // Room for the worst text: three weights for a unit, and a combining mark ahead of all letters.
+    // Room for the worst text: four bytes and three weights for a unit, and a combining mark ahead of all letters.
+    std::array<std::uint8_t, textKeyUnits * 4> letters;
     std::array<std::uint8_t, textKeyUnits * 3 + 1> diacritics;
     std::array<std::uint8_t, textKeyUnits * at::signBytes> records;
     std::array<std::uint8_t, textKeyUnits> kana;
-    std::size_t diacriticCount = 0, recordBytes = 0, kanaCount = 0;
+    std::size_t letterBytes = 0, diacriticCount = 0, recordBytes = 0, kanaCount = 0;
     unsigned position = 0;
     bool certain = true;
 
@@ -143,7 +144,7 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
         case Kind::letter:
             for (unsigned shift = weight.primaryBytes * 8U; shift != 0;) {
                 shift -= 8;
-                key.push_back(static_cast<std::uint8_t>(weight.primary >> shift));
+                letters[letterBytes++] = static_cast<std::uint8_t>(weight.primary >> shift);
             }
             diacritics[diacriticCount++] = weight.diacritic;
             if (weight.weights > 1) diacritics[diacriticCount++] = weight.second;
@@ -173,6 +174,7 @@ std::optional<Certainty> appendTextKey(std::vector<std::uint8_t>& key, std::u16s
         }
     }
 
+    key.insert(key.end(), letters.begin(), letters.begin() + static_cast<std::ptrdiff_t>(letterBytes));
     key.push_back(at::partEnd);
     while (diacriticCount > 0 && diacritics[diacriticCount - 1] <= noDiacritic) --diacriticCount;
     key.insert(key.end(), diacritics.begin(), diacritics.begin() + static_cast<std::ptrdiff_t>(diacriticCount));
