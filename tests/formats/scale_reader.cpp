@@ -1,6 +1,6 @@
 #include "scale/formats/frame_writer.h"
 #include "tests/formats/played_lines.h"
-#include "tests/support/process.h"
+#include "tests/support/outcome_matchers.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"
 
@@ -59,9 +59,7 @@ TEST(ScaleReader, listsTheFormatsByName)
 {
     std::string names;
     for (const LineFormat& format : lineFormats()) names += format.name + "\n";
-    const Outcome listed = tool({"--formats"});
-    EXPECT_EQ(listed.out, names);
-    EXPECT_EQ(listed.code, 0);
+    EXPECT_THAT(tool({"--formats"}), succeeds(names));
 }
 
 TEST(ScaleReader, printsEveryReadingOfAFormat)
@@ -103,10 +101,8 @@ TEST(ScaleReader, findsTheFormatOut)
 
 TEST(ScaleReader, saysNothingOfAStreamThatTwoFormatsReadDifferently)
 {
-    const Outcome doubtful = tool({"--read", "auto"}, "=012.5000=012.5000=012.5000=012.5000=012.5000");
-    EXPECT_EQ(doubtful.out, "");
-    EXPECT_THAT(doubtful.err, HasSubstr("yh-eq-reversed, yh-eq-forward"));
-    EXPECT_EQ(doubtful.code, 0);
+    EXPECT_THAT(tool({"--read", "auto"}, "=012.5000=012.5000=012.5000=012.5000=012.5000"),
+                succeeds("", HasSubstr("yh-eq-reversed, yh-eq-forward")));
 }
 
 TEST(ScaleReader, showsAPlayedScaleAndWhatItWasRecognisedAs)
@@ -114,11 +110,8 @@ TEST(ScaleReader, showsAPlayedScaleAndWhatItWasRecognisedAs)
     Player player({"--format", "st-gs-dini", "--curve", "--weight", "1234.5", "--rate", "50", "--count", "120"});
     const Outcome heard = tool({"--listen", player.link(), "--seconds", "2"});
     EXPECT_EQ(heard.code, 0);
-    EXPECT_THAT(heard.out, HasSubstr("Tanındı: st-gs-dini"));
-    EXPECT_THAT(heard.out, HasSubstr("1234.5 kg  stable"));
-    EXPECT_THAT(heard.out, HasSubstr("53 54 2C 47 53")); // ST,GS
-    for (const char* const told :
-         {" bayt, ", " tartım (sn başına ", " satır sayılmadı, ", "0 satır okunmadı, ", "en uzun ara "})
+    for (const char* const told : {"Tanındı: st-gs-dini", "1234.5 kg  stable", "53 54 2C 47 53" /* ST,GS */, " bayt, ",
+                                   " tartım (sn başına ", " satır sayılmadı, ", "0 satır okunmadı, ", "en uzun ara "})
         EXPECT_THAT(heard.out, HasSubstr(told));
     EXPECT_EQ(player.end().code, 0);
 }
@@ -126,9 +119,7 @@ TEST(ScaleReader, showsAPlayedScaleAndWhatItWasRecognisedAs)
 TEST(ScaleReader, tellsThatNothingWasRecognised)
 {
     Player player({"--shape", "garbage", "--rate", "20", "--count", "40"});
-    const Outcome heard = tool({"--listen", player.link(), "--seconds", "1"});
-    EXPECT_EQ(heard.code, 2);
-    EXPECT_THAT(heard.out, HasSubstr("Sonuç: biçim tanınmadı."));
+    EXPECT_THAT(tool({"--listen", player.link(), "--seconds", "1"}), ends(2, HasSubstr("Sonuç: biçim tanınmadı.")));
 }
 
 TEST(ScaleReader, playsAPlugThatIsPulled)
@@ -171,10 +162,7 @@ TEST(ScaleReader, tellsMistakes)
         {{"--listen", "com99"}, "Böyle bir port yok: com99"},
     };
     for (const auto& [arguments, sentence] : mistakes) {
-        const Outcome told = tool(arguments);
-        EXPECT_EQ(told.code, 1) << sentence;
-        EXPECT_THAT(told.err, HasSubstr(sentence));
-        EXPECT_EQ(told.out, "");
+        EXPECT_THAT(tool(arguments), refuses(HasSubstr(sentence), "")) << sentence;
     }
     Player player({"--rate", "50", "--count", "20"});
     EXPECT_THAT(tool({"--listen", player.link(), "--settings", "9600;n;8;1"}).err, HasSubstr("Hat ayarı anlaşılmadı"));

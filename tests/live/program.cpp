@@ -1,7 +1,7 @@
 #include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "tests/support/outcome_matchers.h"
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"
@@ -41,10 +41,7 @@ protected:
 
 TEST_F(LiveProgram, showsACodeOnTheTerminalAndAsAPageUntilItIsStopped)
 {
-    const Outcome outcome = serve();
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("https://127.0.0.1:" + port() + "/#"));
-    EXPECT_THAT(outcome.out, HasSubstr("Parmak izi: "));
+    EXPECT_THAT(serve(), succeeds(AllOf(HasSubstr("https://127.0.0.1:" + port() + "/#"), HasSubstr("Parmak izi: "))));
     EXPECT_THAT(filesIn(folder_ / "Canli"), testing::ElementsAre("karekod.html", "kilit", "sertifika.pem"));
     EXPECT_THAT(textOfFile(folder_ / "Canli" / "karekod.html"), HasSubstr("Telefonlara kapalı"));
     struct stat facts {};
@@ -126,10 +123,8 @@ TEST_F(LiveProgramBeside, aSecondOneInTheFolderIsRefused)
          {std::vector<std::string>{}, {"--forget"}, {"--port", std::to_string(std::stoi(port()) + 1)}}) {
         std::vector<std::string> words = {folder(), "--address", "127.0.0.2"};
         words.insert(words.end(), more.begin(), more.end());
-        const Outcome outcome = run({.program = PRESVA_LIVE, .arguments = words});
-        EXPECT_EQ(outcome.code, 1);
-        EXPECT_THAT(outcome.err, HasSubstr("zaten çalışıyor"));
-        EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+        EXPECT_THAT(run({.program = PRESVA_LIVE, .arguments = words}),
+                    refuses(AllOf(HasSubstr("zaten çalışıyor"), isOneLine())));
     }
     EXPECT_EQ(textOfFile(own() / "telefonlar"), "somebody");
     EXPECT_EQ(textOfFile(page()), shown);
@@ -168,42 +163,36 @@ TEST_F(LiveProgramBeside, makesItsFolderAnewWhenItIsRemoved)
 
 class LiveProgramMisuse : public LiveProgram, public testing::WithParamInterface<NamedRow<std::vector<std::string>>> {};
 
-RowTable<std::vector<std::string>> misuses()
-{
-    return {
-        {"no address", {"FOLDER"}},
-        {"every network", {"FOLDER", "--address", "0.0.0.0"}},
-        {"every network of the sixth version", {"FOLDER", "--address", "::"}},
-        {"every network in other clothes", {"FOLDER", "--address", "::ffff:0.0.0.0"}},
-        {"itself in other clothes", {"FOLDER", "--address", "::ffff:127.0.0.1"}},
-        {"everybody", {"FOLDER", "--address", "255.255.255.255"}},
-        {"everybody at home", {"FOLDER", "--address", "127.255.255.255"}},
-        {"a group", {"FOLDER", "--address", "224.0.0.1"}},
-        {"a group of the sixth version", {"FOLDER", "--address", "ff02::1"}},
-        {"a file", {"FILE", "--address", "127.0.0.1"}},
-        {"a name", {"FOLDER", "--address", "localhost"}},
-        {"nobody's address", {"FOLDER", "--address", "192.0.2.1"}},
-        {"port of the system", {"FOLDER", "--address", "127.0.0.1", "--port", "443"}},
-        {"no port", {"FOLDER", "--address", "127.0.0.1", "--port", "x"}},
-        {"for ever", {"FOLDER", "--address", "127.0.0.1", "--valid", "100000"}},
-        {"no folder", {"--address", "127.0.0.1"}},
-        {"absent folder", {"/absent", "--address", "127.0.0.1"}},
-        {"unknown option", {"FOLDER", "--address", "127.0.0.1", "--all", "1"}},
-    };
-}
+const RowTable<std::vector<std::string>> misuses = {
+    {"no address", {"FOLDER"}},
+    {"every network", {"FOLDER", "--address", "0.0.0.0"}},
+    {"every network of the sixth version", {"FOLDER", "--address", "::"}},
+    {"every network in other clothes", {"FOLDER", "--address", "::ffff:0.0.0.0"}},
+    {"itself in other clothes", {"FOLDER", "--address", "::ffff:127.0.0.1"}},
+    {"everybody", {"FOLDER", "--address", "255.255.255.255"}},
+    {"everybody at home", {"FOLDER", "--address", "127.255.255.255"}},
+    {"a group", {"FOLDER", "--address", "224.0.0.1"}},
+    {"a group of the sixth version", {"FOLDER", "--address", "ff02::1"}},
+    {"a file", {"FILE", "--address", "127.0.0.1"}},
+    {"a name", {"FOLDER", "--address", "localhost"}},
+    {"nobody's address", {"FOLDER", "--address", "192.0.2.1"}},
+    {"port of the system", {"FOLDER", "--address", "127.0.0.1", "--port", "443"}},
+    {"no port", {"FOLDER", "--address", "127.0.0.1", "--port", "x"}},
+    {"for ever", {"FOLDER", "--address", "127.0.0.1", "--valid", "100000"}},
+    {"no folder", {"--address", "127.0.0.1"}},
+    {"absent folder", {"/absent", "--address", "127.0.0.1"}},
+    {"unknown option", {"FOLDER", "--address", "127.0.0.1", "--all", "1"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, LiveProgramMisuse, testing::ValuesIn(misuses()), RowName());
+INSTANTIATE_TEST_SUITE_P(, LiveProgramMisuse, testing::ValuesIn(misuses), RowName());
 
 TEST_P(LiveProgramMisuse, isOneSentence)
 {
     std::vector<std::string> arguments = GetParam().row;
     for (std::string& each : arguments)
         if (each == "FOLDER" || each == "FILE") each = folder() + (each == "FILE" ? "/Yag.mdb" : "");
-    const Outcome outcome = run({.program = PRESVA_LIVE, .arguments = arguments});
-    EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
-    EXPECT_THAT(outcome.err, StartsWith("presva-live: "));
+    EXPECT_THAT(run({.program = PRESVA_LIVE, .arguments = arguments}),
+                refuses(AllOf(isOneLine(), StartsWith("presva-live: ")), ""));
 }
 
 } // namespace

@@ -22,16 +22,10 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using testing::SizeIs;
 using testing::StartsWith;
 
 class PresvaMdb : public testing::Test, protected Tool {};
-
-std::vector<std::string> sortedLines(const std::string& text)
-{
-    std::vector<std::string> lines = split(text, "\r\n");
-    std::ranges::sort(lines);
-    return lines;
-}
 
 RowTable<Arguments> presvaMdbHelp()
 {
@@ -49,11 +43,9 @@ TOOL_SUITE(PresvaMdbHelp, Tool, Arguments, presvaMdbHelp());
 TEST_P(PresvaMdbHelp, everyCommandHasHelp)
 {
     const Arguments& arguments = row();
-    const Outcome outcome = run(arguments);
-    ASSERT_EQ(outcome.code, 0);
-    ASSERT_THAT(outcome.out, HasSubstr("Kullanım:"));
-    ASSERT_THAT(outcome.out, HasSubstr("presva-mdb " + (arguments.size() > 1 ? arguments[0] : "")));
-    ASSERT_EQ(outcome.err, "");
+    ASSERT_THAT(run(arguments), succeeds(AllOf(HasSubstr("Kullanım:"),
+                                               HasSubstr("presva-mdb " + (arguments.size() > 1 ? arguments[0] : ""))),
+                                         ""));
 }
 
 const RowTable<Arguments> presvaMdbMisuse = {
@@ -73,13 +65,7 @@ TOOL_SUITE(PresvaMdbMisuse, Tool, Arguments, presvaMdbMisuse);
 
 TEST_P(PresvaMdbMisuse, misuseIsOneLineAndExitCodeOne)
 {
-    const Arguments& arguments = row();
-    const Outcome outcome = run(arguments);
-    ASSERT_EQ(outcome.code, 1);
-    ASSERT_EQ(outcome.out, "");
-    ASSERT_EQ(countOf("\n", outcome.err), 1);
-    ASSERT_THAT(outcome.err, StartsWith("presva-mdb: "));
-    ASSERT_GT(outcome.err.size(), 30U);
+    ASSERT_THAT(run(row()), refuses(AllOf(isOneLine(), StartsWith("presva-mdb: "), SizeIs(testing::Gt(30U))), ""));
 }
 
 const RowTable<std::string> presvaMdbCreate = {
@@ -132,14 +118,9 @@ TEST_F(PresvaMdb, exportAndImportAreOpposites)
                              "1899-12-29T06:00:00,-5,1e+300,0.3333333333333333,0,0,  İlk \r\n";
     writeFile(path("rows.csv"), rows);
     const std::string file = created();
-    const Outcome loaded = run({"import", file, "Hareket", path("rows.csv")});
-    ASSERT_EQ(loaded.code, 0) << loaded.err;
-    ASSERT_EQ(loaded.out, "4 satır yüklendi.\n");
-    ASSERT_EQ(loaded.err, "");
+    ASSERT_THAT(run({"import", file, "Hareket", path("rows.csv")}), succeeds("4 satır yüklendi.\n", ""));
     verifySound(file);
-    const Outcome exported = run({"export", file, "hareket"});
-    ASSERT_EQ(exported.code, 0);
-    ASSERT_EQ(exported.out, rows);
+    ASSERT_THAT(run({"export", file, "hareket"}), succeeds(rows));
 }
 
 TEST_F(PresvaMdb, aTableOfOneColumnKeepsItsNulls)
@@ -156,8 +137,7 @@ TEST_F(PresvaMdb, aTableOfOneColumnKeepsItsNulls)
     }
     const Outcome exported = run({"export", file, "Renk"});
     ASSERT_EQ(exported.out, "Ad\r\nmor\r\n\r\n\"\"\r\n\r\n\r\n");
-    const Outcome imported = run({"import", file, "Kopya", "-"}, exported.out);
-    ASSERT_EQ(imported.out, "5 satır yüklendi.\n") << imported.err;
+    ASSERT_THAT(run({"import", file, "Kopya", "-"}, exported.out), succeeds("5 satır yüklendi.\n"));
     ASSERT_EQ(run({"export", file, "Kopya"}).out, exported.out);
 }
 
@@ -226,10 +206,7 @@ TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
     const auto& [csv, named] = row();
     writeFile(path("rows.csv"), csv);
     const std::string file = created();
-    const Outcome outcome = run({"import", file, "Cari", path("rows.csv")});
-    ASSERT_EQ(outcome.code, 1);
-    ASSERT_THAT(outcome.err, HasSubstr(named));
-    ASSERT_EQ(countOf("\n", outcome.err), 1);
+    ASSERT_THAT(run({"import", file, "Cari", path("rows.csv")}), refuses(AllOf(HasSubstr(named), isOneLine())));
     ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\n");
     verifySound(file);
 }
@@ -241,12 +218,9 @@ TEST_F(PresvaMdb, whatIsDoneIsSaidEvenWhereTheOutputTakesNothing)
     writeFile(path("rows.csv"), "Unvan\nVeli\n");
     for (const Arguments& arguments : {Arguments{"sql", file, "Insert Into Cari (Unvan) Values ('Ali')"},
                                        {"import", file, "Cari", path("rows.csv")}}) {
-        Arguments words{"-c", "exec \"$@\" >/dev/full", "bash", PRESVA_MDB};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        const Outcome outcome = ::run({.program = "bash", .arguments = words, .environment = {{"LC_ALL", "C"}}});
-        ASSERT_EQ(outcome.code, 1);
-        ASSERT_THAT(outcome.err, HasSubstr("Yapıldı: 1 satır"));
-        ASSERT_EQ(countOf("\n", outcome.err), 1);
+        const Arguments words = with({"-c", "exec \"$@\" >/dev/full", "bash", PRESVA_MDB}, arguments);
+        ASSERT_THAT(::run({.program = "bash", .arguments = words, .environment = {{"LC_ALL", "C"}}}),
+                    refuses(AllOf(HasSubstr("Yapıldı: 1 satır"), isOneLine())));
     }
     ASSERT_EQ(run({"export", file, "Cari"}).out, "Unvan,Yuzde,Kap,Nakit\r\nAli,,,\r\nVeli,,,\r\n");
 }
@@ -298,9 +272,7 @@ TEST_F(PresvaMdb, aLinkedTableIsNamedAsWhatItIs)
                                        {"import", file, "Bağlı", "-"},
                                        {"sql", file, "Select * From Bağlı"},
                                        {"sql", file, "Delete From Bağlı"}}) {
-        const Outcome outcome = run(arguments);
-        ASSERT_EQ(outcome.code, 1);
-        ASSERT_THAT(outcome.err, HasSubstr(bound)) << arguments[0];
+        ASSERT_THAT(run(arguments), refuses(HasSubstr(bound))) << arguments[0];
     }
     ASSERT_THAT(
         run({"schema", file}).out,
@@ -321,16 +293,12 @@ TEST_F(PresvaMdb, sqlPrintsRowsSumsAndCounts)
 {
     const std::string file = created();
     ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan,Nakit\nVeli,20\nAli,10.5\nÇetin,\n").code, 0);
-    const Outcome rows = run({"sql", file, "Select Nakit, Unvan From Cari Order By Unvan Asc"});
-    ASSERT_EQ(rows.code, 0) << rows.err;
-    ASSERT_EQ(rows.out, "Nakit,Unvan\r\n10.5,Ali\r\n,Çetin\r\n20,Veli\r\n");
-    const Outcome sum = run({"sql", file, "Select Sum(Nakit) From Cari"});
-    ASSERT_EQ(split(sum.out, "\r\n").at(1), "30.5");
+    ASSERT_THAT(run({"sql", file, "Select Nakit, Unvan From Cari Order By Unvan Asc"}),
+                succeeds("Nakit,Unvan\r\n10.5,Ali\r\n,Çetin\r\n20,Veli\r\n"));
+    ASSERT_EQ(split(run({"sql", file, "Select Sum(Nakit) From Cari"}).out, "\r\n").at(1), "30.5");
     ASSERT_EQ(run({"sql", file, "  delete From Cari Where Unvan='Ali'"}).out, "1 satır silindi.\n");
     ASSERT_EQ(run({"sql", file, "Select Unvan From Cari"}).out, "Unvan\r\nVeli\r\nÇetin\r\n");
-    const Outcome wrong = run({"sql", file, "Select From"});
-    ASSERT_EQ(wrong.code, 1);
-    ASSERT_EQ(countOf("\n", wrong.err), 1);
+    ASSERT_THAT(run({"sql", file, "Select From"}), refuses(isOneLine()));
 }
 
 TEST_F(PresvaMdb, checkNamesTheFault)
@@ -344,18 +312,15 @@ TEST_F(PresvaMdb, checkNamesTheFault)
     ASSERT_NE(found, bytes.end());
     found[5] = 1;
     writeFile(file, bytes);
-    const Outcome outcome = run({"check", file});
-    ASSERT_EQ(outcome.code, 1);
-    ASSERT_THAT(outcome.out, AllOf(HasSubstr("HATA: "), HasSubstr("Tarih")));
-    ASSERT_THAT(outcome.out, HasSubstr("Dosya bozuk: 1 hata."));
+    ASSERT_THAT(run({"check", file}),
+                ends(1, AllOf(HasSubstr("HATA: "), HasSubstr("Tarih"), HasSubstr("Dosya bozuk: 1 hata."))));
 }
 
 TEST_F(PresvaMdb, backupIsACopyThatOpens)
 {
     const std::string file = created();
     ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\n").code, 0);
-    const Outcome outcome = run({"backup", file, path("copy.mdb")});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_THAT(run({"backup", file, path("copy.mdb")}), succeeds());
     verifySound(path("copy.mdb"));
     ASSERT_EQ(run({"export", path("copy.mdb"), "Cari"}).out, run({"export", file, "Cari"}).out);
     ASSERT_EQ(run({"backup", file, path("copy.mdb")}).code, 1);
@@ -373,14 +338,11 @@ TEST_F(PresvaMdb, compactDropsTheRoomOfDeletedRows)
     ASSERT_EQ(run({"import", file, "Hareket", "-"}, rows).code, 0);
     ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nAli\nVeli\n").code, 0);
     ASSERT_EQ(run({"sql", file, "DELETE FROM Hareket Where CariHar Like 'Ali 1*'"}).code, 0);
-    const Outcome outcome = run({"compact", file, path("small.mdb")});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    ASSERT_THAT(run({"compact", file, path("small.mdb")}), succeeds());
     verifySound(path("small.mdb"));
     ASSERT_LT(std::filesystem::file_size(path("small.mdb")), std::filesystem::file_size(file));
     for (const char* table : {"Cari", "Hareket"}) {
-        const Outcome before = run({"export", file, table});
-        const Outcome after = run({"export", path("small.mdb"), table});
-        ASSERT_EQ(sortedLines(after.out), sortedLines(before.out));
+        ASSERT_EQ(sortedRows(path("small.mdb"), table), sortedRows(file, table));
     }
     ASSERT_EQ(run({"compact", file, path("small.mdb")}).code, 1);
 }
@@ -420,14 +382,11 @@ TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)
     writeFile(file, bytes);
 
     const std::string saved = "Hareket " + std::to_string(500 - lost) + " satır";
-    const Outcome checked = run({"check", file});
-    ASSERT_EQ(checked.code, 1);
-    ASSERT_THAT(checked.out, AllOf(HasSubstr("HATA"), HasSubstr("Kurtarılabilecek: "), HasSubstr(saved)));
+    ASSERT_THAT(run({"check", file}),
+                ends(1, AllOf(HasSubstr("HATA"), HasSubstr("Kurtarılabilecek: "), HasSubstr(saved))));
     for (const char* command : {"rescue", "compact"}) {
         const std::string to = path(std::string(command) + ".mdb");
-        const Outcome done = run({command, file, to});
-        ASSERT_EQ(done.code, 2) << done.out + done.err;
-        ASSERT_THAT(done.out, AllOf(HasSubstr("Kayıp: "), HasSubstr(saved)));
+        ASSERT_THAT(run({command, file, to}), ends(2, AllOf(HasSubstr("Kayıp: "), HasSubstr(saved))));
         verifySound(to);
         ASSERT_EQ(countOf("Ali", run({"sql", to, "Select * From Hareket"}).out), 500 - lost);
     }
@@ -437,7 +396,7 @@ TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)
 TEST_F(PresvaMdb, restoreListsTheCopiesAndPutsOneBack)
 {
     const std::string file = created();
-    const std::string directory = folder().string();
+    const std::string directory = folder();
     ASSERT_EQ(run({"restore", directory}).code, 1);
     writeFile(path("bir.csv"), "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
     ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
@@ -446,7 +405,7 @@ TEST_F(PresvaMdb, restoreListsTheCopiesAndPutsOneBack)
     ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
 
     const Outcome listed = run({"restore", directory});
-    ASSERT_EQ(listed.code, 0);
+    ASSERT_THAT(listed, succeeds());
     ASSERT_EQ(simplified(split(listed.out, "\n").at(1)), "Yag-2025-11-20.mdb 20.11.2025 0 1 20.11.2025 14:05");
 
     const Outcome done = run({"restore", directory, "2025-11-20"});
@@ -466,9 +425,7 @@ TEST_F(PresvaMdb, restoreLeavesARunningProgramAlone)
     ASSERT_TRUE(std::filesystem::create_directory(path("Yedek")));
     ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
     const auto running = jet::Database::open(platform::systemDisk(), file);
-    const Outcome refused = run({"restore", folder().string(), "2025-11-20"});
-    ASSERT_EQ(refused.code, 1);
-    ASSERT_THAT(refused.err, HasSubstr("kullanılıyor"));
+    ASSERT_THAT(run({"restore", folder(), "2025-11-20"}), refuses(HasSubstr("kullanılıyor")));
 }
 
 TEST_F(PresvaMdb, restoreReplacesAFileThatSomebodyReadsOrChangesNothing)
@@ -478,18 +435,18 @@ TEST_F(PresvaMdb, restoreReplacesAFileThatSomebodyReadsOrChangesNothing)
     ASSERT_EQ(run({"backup", file, path("Yedek/Yag-2025-11-20.mdb")}).code, 0);
     writeFile(path("bir.csv"), "Tarih,CariHar\r\n2025-11-20T14:05:00,Ali\r\n");
     ASSERT_EQ(run({"import", file, "Hareket", path("bir.csv")}).code, 0);
-    const std::vector<std::string> before = filesIn(folder().string());
+    const std::vector<std::string> before = filesIn(folder());
     Outcome done;
     {
         const std::ifstream reader(file, std::ios::binary);
-        done = run({"restore", folder().string(), "2025-11-20"});
+        done = run({"restore", folder(), "2025-11-20"});
     }
     const bool restored = platform::systemDisk().replacesOpenFiles();
     ASSERT_EQ(done.code, restored ? 0 : 1) << done.err;
     ASSERT_EQ(countOf("Ali", run({"sql", file, "Select * From Hareket"}).out), restored ? 0 : 1);
     if (restored) return;
     ASSERT_THAT(done.err, HasSubstr("kullanılıyor"));
-    ASSERT_EQ(filesIn(folder().string()), before);
+    ASSERT_EQ(filesIn(folder()), before);
 }
 
 TEST_F(PresvaMdb, dropIndexTakesTheIndexAway)
@@ -517,8 +474,7 @@ TEST_F(PresvaMdb, sampleDatabasesAreSoundAndExportWhole)
         verifySound(file.string());
         const auto database = jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly);
         for (const std::u16string& name : database->tableNames()) {
-            const Outcome outcome = run({"export", file.string(), jet::toUtf8(name)});
-            ASSERT_EQ(outcome.code, 0) << outcome.err;
+            ASSERT_THAT(run({"export", file.string(), jet::toUtf8(name)}), succeeds());
         }
     }
 }
@@ -528,12 +484,9 @@ TEST_F(PresvaMdb, sampleDatabasesSurviveCompacting)
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     for (const char* name : {"data/yag-a.mdb", "data/yag-b.mdb", "data/yag-tr.mdb"}) {
         const std::string small = path(samples::database(name).filename().string());
-        const Outcome outcome = run({"compact", samples::database(name).string(), small});
-        ASSERT_EQ(outcome.code, 0) << outcome.err;
+        ASSERT_THAT(run({"compact", samples::database(name).string(), small}), succeeds());
         verifySound(small);
-        const Outcome after = run({"export", small, "Hareket"});
-        const Outcome before = run({"export", samples::database(name).string(), "Hareket"});
-        ASSERT_EQ(sortedLines(after.out), sortedLines(before.out));
+        ASSERT_EQ(sortedRows(small, "Hareket"), sortedRows(samples::database(name).string(), "Hareket"));
     }
 }
 

@@ -6,28 +6,25 @@
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
 #include "tests/support/files.h"
-#include "tests/support/process.h"
-#include "tests/support/table.h"
-#include "tests/support/temporary_folder.h"
-#include "tests/support/text.h"
+#include "tests/tools/tool.h"
 
 #include <gmock/gmock.h>
 #include <regex>
-#include <sstream>
 
 namespace {
 
 using mill::Hareket;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
 /// A mill's folder with a few pressings of two seasons, and the program from outside.
-class SeasonCommand : public testing::Test {
+class SeasonTool : protected Tool {
 protected:
-    SeasonCommand()
+    SeasonTool()
     {
-        EXPECT_EQ(run({.program = PRESVA_MDB, .arguments = {"create", database()}}).code, 0);
+        created();
         import("Hareket", "Tarih,Zeytin,Yağ,HakTut,Nakit,CariHar\n"
                           "2024-11-20T10:00:00,500,100,10,0,Ali\n"
                           "2025-11-20T10:00:00,1000,200,20,0,Ali\n"
@@ -37,32 +34,32 @@ protected:
         import("Cari", "Unvan,Kap\nAli,10 Litrelik Kap\n");
     }
 
-    std::string database() const { return (folder_ / "Yag.mdb").string(); }
-    std::string page() const { return (folder_ / "Sezon.html").string(); }
-    std::string folder() const { return folder_.path().string(); }
+    std::string database() const { return path("Yag.mdb"); }
+    std::string page() const { return path("Sezon.html"); }
 
     void import(const std::string& table, const std::string& csv) const
     {
-        const Outcome outcome =
-            run({.program = PRESVA_MDB, .arguments = {"import", database(), table, "-"}, .input = csv});
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(run({"import", database(), table, "-"}, csv), succeeds());
     }
-    Outcome season(std::vector<std::string> arguments) const
+    static Outcome season(const Arguments& arguments) { return run(with({"season"}, arguments)); }
+    /// What stands on a page of paper.
+    static std::string textOf(const std::string& paper)
     {
-        arguments.insert(arguments.begin(), "season");
-        return run({.program = PRESVA_MDB, .arguments = arguments});
+        return ::run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
     }
-
-private:
-    TemporaryFolder folder_;
+    /// A part of a workbook, which is a zip archive.
+    static std::string partOf(const std::string& workbook, const std::string& name)
+    {
+        return ::run({.program = "unzip", .arguments = {"-p", workbook, name}}).out;
+    }
 };
+
+class SeasonCommand : public testing::Test, protected SeasonTool {};
 
 TEST_F(SeasonCommand, newestSeasonIsTakenAndATotalsRowIsNoPressing)
 {
-    const Outcome outcome = season({folder(), page()});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
-    EXPECT_THAT(outcome.out, HasSubstr("1 sıkımın tarihi yok"));
+    ASSERT_THAT(season({folder(), page()}),
+                succeeds(AllOf(StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"), HasSubstr("1 sıkımın tarihi yok"))));
     const std::string html = textOfFile(page());
     EXPECT_THAT(html, HasSubstr("<tr><th>20.11.2025<td>2<td>2.000<td>450\n"));
     EXPECT_THAT(html, HasSubstr("<tr><th>10 litre<td>20\n"));
@@ -72,13 +69,13 @@ TEST_F(SeasonCommand, newestSeasonIsTakenAndATotalsRowIsNoPressing)
 
 TEST_F(SeasonCommand, anySeasonCanBeNamedAndTheFileAsWell)
 {
-    const Outcome outcome = season({database(), "--year", "2024", page()});
-    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2024–2025: 1 sıkım.\n")) << outcome.err;
+    EXPECT_THAT(season({database(), "--year", "2024", page()}),
+                succeeds(StartsWith("Zeytin sezonu 2024–2025: 1 sıkım.\n")));
 }
 
 TEST_F(SeasonCommand, databaseIsFoundInWhateverLettersItIsNamed)
 {
-    std::filesystem::rename(database(), folder() + "/YAG.MDB");
+    std::filesystem::rename(database(), path("YAG.MDB"));
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
 }
 
@@ -90,18 +87,11 @@ TEST_F(SeasonCommand, aPageThatIsThereIsRenewed)
     EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.html", "Yag.mdb"));
 }
 
-/// A part of a workbook, which is a zip archive.
-std::string partOf(const std::string& workbook, const std::string& name)
-{
-    return run({.program = "unzip", .arguments = {"-p", workbook, name}}).out;
-}
-
 TEST_F(SeasonCommand, sameTablesBecomeAWorkbook)
 {
     if (!sheets::available()) GTEST_SKIP() << "built without libxlsxwriter";
-    const std::string workbook = folder() + "/Sezon.xlsx";
-    const Outcome outcome = season({folder(), workbook});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const std::string workbook = path("Sezon.xlsx");
+    ASSERT_THAT(season({folder(), workbook}), succeeds());
     const std::string names = partOf(workbook, "xl/workbook.xml");
     for (const char* sheet : {"Sezon", "Günlere göre zeytin ve yağ", "Verimin dağılımı", "En çok zeytin getirenler",
                               "Müşteriler", "Bütün sezonlar"})
@@ -117,10 +107,9 @@ TEST_F(SeasonCommand, sameTablesBecomeAWorkbook)
 TEST_F(SeasonCommand, sameTablesBecomeAPdf)
 {
     if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
-    const std::string paper = folder() + "/Sezon.pdf";
-    const Outcome outcome = season({folder(), paper});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
+    const std::string paper = path("Sezon.pdf");
+    ASSERT_THAT(season({folder(), paper}), succeeds());
+    const std::string text = textOf(paper);
     for (const char* line :
          {"Zeytin sezonu 2025–2026", "1 sıkımın tarihi yok", "Günlere göre zeytin ve yağ", "Bütün sezonlar"})
         EXPECT_THAT(text, HasSubstr(line)) << line;
@@ -137,14 +126,14 @@ TEST_F(SeasonCommand, namesThatNobodyCanShowLeaveTheRestWhole)
     ASSERT_EQ(season({folder(), page()}).code, 0);
     EXPECT_THAT(textOfFile(page()), HasSubstr("<th>" + shown + "<td>1"));
     if (seasons::writesPaper()) {
-        const std::string paper = folder() + "/Sezon.pdf";
+        const std::string paper = path("Sezon.pdf");
         ASSERT_EQ(season({folder(), paper}).code, 0);
-        const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
+        const std::string text = textOf(paper);
         EXPECT_THAT(text, HasSubstr("Bütün sezonlar")) << "what stands behind the customers";
         EXPECT_THAT(text, testing::ContainsRegex("Ayşe +1 +1\\.000 +250"));
     }
     if (sheets::available()) {
-        const std::string workbook = folder() + "/Sezon.xlsx";
+        const std::string workbook = path("Sezon.xlsx");
         ASSERT_EQ(season({folder(), workbook}).code, 0);
         EXPECT_THAT(partOf(workbook, "xl/worksheets/sheet8.xml"), HasSubstr(">" + shown + "<"));
     }
@@ -154,36 +143,27 @@ TEST_F(SeasonCommand, namesThatNobodyCanShowLeaveTheRestWhole)
 TEST_F(SeasonCommand, aPdfThatFindsNoRoomLeavesTheOldOne)
 {
     if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
-    const std::string paper = folder() + "/Sezon.pdf";
+    const std::string paper = path("Sezon.pdf");
     ASSERT_EQ(season({folder(), paper}).code, 0);
     const auto blocks = std::filesystem::file_size(paper) / 1024 + 2; // the hour in it packs a little better or worse
     int refused = 0;
     for (auto room = blocks % 3; room <= blocks; room += 3) {
         writeFile(paper, "yesterday's");
         const Outcome outcome =
-            run({.program = "bash",
-                 .arguments = {"-c", "ulimit -f \"$1\"; trap '' XFSZ; exec \"$2\" season \"$3\" \"$4\"", "bash",
-                               std::to_string(room), PRESVA_MDB, folder(), paper}});
+            ::run({.program = "bash",
+                   .arguments = {"-c", "ulimit -f \"$1\"; trap '' XFSZ; exec \"$2\" season \"$3\" \"$4\"", "bash",
+                                 std::to_string(room), PRESVA_MDB, folder(), paper}});
         if (room < blocks) {
-            EXPECT_EQ(outcome.code, 1) << room;
-            EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
+            EXPECT_THAT(outcome, refuses(isOneLine())) << room;
             EXPECT_EQ(textOfFile(paper), "yesterday's") << room;
             ++refused;
         } else {
-            EXPECT_EQ(outcome.code, 0) << outcome.err;
+            EXPECT_THAT(outcome, succeeds());
             EXPECT_THAT(textOfFile(paper), testing::EndsWith("%%EOF\n"));
         }
         EXPECT_THAT(filesIn(folder()), testing::ElementsAre("Sezon.pdf", "Yag.mdb"));
     }
     EXPECT_GT(refused, 5);
-}
-
-std::vector<std::string> partsOf(const std::string& text, char separator)
-{
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
-    return parts;
 }
 
 /// Wherever the end of a page comes: headings stand above the rows of each page, and a short table is not broken.
@@ -192,7 +172,7 @@ TEST_F(SeasonCommand, pagesOfAPdfBeginWithHeadings)
     if (!seasons::writesPaper()) GTEST_SKIP() << "built without cairo";
     constexpr int listedFirst = 15;
     const std::regex row("(\\d|Köylü|Toplam).*");
-    const std::string paper = folder() + "/Sezon.pdf";
+    const std::string paper = path("Sezon.pdf");
     int day = static_cast<int>(jet::dateTime(2025, 12, 1).value().days);
     for (int attempt = 0; attempt < 12; ++attempt) {
         std::string more = "Tarih,Zeytin,Yağ,CariHar\n";
@@ -203,9 +183,9 @@ TEST_F(SeasonCommand, pagesOfAPdfBeginWithHeadings)
         }
         import("Hareket", more);
         ASSERT_EQ(season({folder(), paper}).code, 0);
-        const std::string text = run({.program = "pdftotext", .arguments = {"-layout", paper, "-"}}).out;
-        for (const std::string& page : partsOf(text, '\f')) {
-            EXPECT_FALSE(std::regex_match(partsOf(page, '\n').front(), row)) << page;
+        const std::string text = textOf(paper);
+        for (const std::string& page : split(text, "\f")) {
+            EXPECT_FALSE(std::regex_match(split(page, "\n").front(), row)) << page;
             const std::size_t title = page.find("En çok zeytin getiren");
             if (title != std::string::npos && attempt > 2) {
                 EXPECT_GE(countOf("Köylü", page.substr(title)), listedFirst) << page;
@@ -244,9 +224,9 @@ TEST_F(SeasonCommand, rowsThatAReportDoesNotAddUpAreNotCounted)
                       "2025-11-22T10:00:00,7000,\n"
                       "2026-07-01T00:00:00,7000,TOPLAMLAR\n"
                       "2026-07-01T10:00:00,7000,\n");
-    const Outcome outcome = season({folder(), page()});
-    EXPECT_THAT(outcome.out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
-    EXPECT_THAT(outcome.out, HasSubstr("2 satırda müşteri alanı boş; rapor toplamlarına da girmez"));
+    EXPECT_THAT(season({folder(), page()}).out,
+                AllOf(StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"),
+                      HasSubstr("2 satırda müşteri alanı boş; rapor toplamlarına da girmez")));
     EXPECT_THAT(textOfFile(page()), Not(HasSubstr("7.000")));
 }
 
@@ -262,57 +242,42 @@ TEST_F(SeasonCommand, aClockThatWasAheadOnceDoesNotHideTheSeason)
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"));
 }
 
-class SeasonCommandMisuse : public SeasonCommand,
-                            public testing::WithParamInterface<NamedRow<std::vector<std::string>>> {};
+const RowTable<Arguments> misuses = {
+    {"no page", {"Yag.mdb", "--year"}},
+    {"no year", {"Yag.mdb", "Sezon.html", "--year"}},
+    {"no number", {"Yag.mdb", "--year", "geçen", "Sezon.html"}},
+    {"half a number", {"Yag.mdb", "--year", "2025x", "Sezon.html"}},
+    {"far away", {"Yag.mdb", "--year", "20255", "Sezon.html"}},
+    {"before the calendar", {"Yag.mdb", "--year", "98", "Sezon.html"}},
+    {"neither page nor workbook", {"Yag.mdb", "Sezon.txt"}},
+    {"too many", {"Yag.mdb", "Sezon.html", "Sezon2.html"}},
+    {"absent", {"/absent", "Sezon.html"}},
+    {"no database", {PRESVA_MDB, "Sezon.html"}},
+};
 
-RowTable<std::vector<std::string>> misuses()
-{
-    return {
-        {"no page", {"Yag.mdb", "--year"}},
-        {"no year", {"Yag.mdb", "Sezon.html", "--year"}},
-        {"no number", {"Yag.mdb", "--year", "geçen", "Sezon.html"}},
-        {"half a number", {"Yag.mdb", "--year", "2025x", "Sezon.html"}},
-        {"far away", {"Yag.mdb", "--year", "20255", "Sezon.html"}},
-        {"before the calendar", {"Yag.mdb", "--year", "98", "Sezon.html"}},
-        {"neither page nor workbook", {"Yag.mdb", "Sezon.txt"}},
-        {"too many", {"Yag.mdb", "Sezon.html", "Sezon2.html"}},
-        {"absent", {"/absent", "Sezon.html"}},
-        {"no database", {PRESVA_MDB, "Sezon.html"}},
-    };
-}
+TOOL_SUITE(SeasonCommandMisuse, SeasonTool, Arguments, misuses);
 
-INSTANTIATE_TEST_SUITE_P(, SeasonCommandMisuse, testing::ValuesIn(misuses()), RowName());
-
-TEST_P(SeasonCommandMisuse, isOneSentenceAndNoPage)
-{
-    const Outcome outcome = season(GetParam().row);
-    EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
-}
+TEST_P(SeasonCommandMisuse, isOneSentenceAndNoPage) { EXPECT_THAT(season(row()), refuses(isOneLine(), "")); }
 
 TEST_F(SeasonCommand, aFolderThatIsNotThereIsOneSentenceForEveryKind)
 {
     for (const std::string kind : {".html", ".xlsx", ".pdf"}) {
         if ((kind == ".xlsx" && !sheets::available()) || (kind == ".pdf" && !seasons::writesPaper())) continue;
-        const Outcome outcome = season({folder(), folder() + "/absent/Sezon" + kind});
-        EXPECT_EQ(outcome.code, 1) << kind;
-        EXPECT_EQ(countOf("\n", outcome.err), 1) << outcome.err;
-        EXPECT_THAT(outcome.err, HasSubstr("bulunamadı")) << kind;
+        EXPECT_THAT(season({folder(), path("absent/Sezon" + kind)}),
+                    refuses(AllOf(isOneLine(), HasSubstr("bulunamadı"))))
+            << kind;
     }
 }
 
 TEST_F(SeasonCommand, aDatabaseOfSomebodyElseIsNamedAsSuch)
 {
-    const std::string other = folder() + "/other.mdb";
+    const std::string other = path("other.mdb");
     files::Disk& disk = platform::systemDisk();
     jet::Database::create(disk, other, jet::turkish, jet::dateTime(2025, 1, 1).value(), [](jet::Database& database) {
         database.createTable(u"Hareket", {{u"Tarih", jet::ColumnType::dateTime}}, {},
                              jet::dateTime(2025, 1, 1).value());
     });
-    const Outcome outcome = season({other, page()});
-    EXPECT_EQ(outcome.code, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("'Hareket' tablosunda 'Zeytin' alanı yok"));
+    EXPECT_THAT(season({other, page()}), refuses(HasSubstr("'Hareket' tablosunda 'Zeytin' alanı yok")));
 }
 
 TEST_F(SeasonCommand, damagedRowsAreCountedAndTheRestIsShown)
@@ -322,14 +287,11 @@ TEST_F(SeasonCommand, damagedRowsAreCountedAndTheRestIsShown)
     const std::size_t name = bytes.find("\xFF\xFE"
                                         "Ali");
     ASSERT_NE(name, std::string::npos);
-    const Outcome whole = season({folder(), page()});
-    EXPECT_EQ(whole.code, 0);
+    EXPECT_THAT(season({folder(), page()}), succeeds());
     // Behind the name stand the ends of the row's fields; ends beyond the row are none.
     bytes.replace(name + 5, 2, "\x7F\x7F");
     writeFile(database(), bytes);
-    const Outcome outcome = season({folder(), page()});
-    EXPECT_EQ(outcome.code, 2) << outcome.out << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("1 yer (satır ya da sayfa) okunamadı"));
+    EXPECT_THAT(season({folder(), page()}), ends(2, HasSubstr("1 yer (satır ya da sayfa) okunamadı")));
     EXPECT_THAT(textOfFile(page()), HasSubstr("1 yer (satır ya da sayfa) okunamadı"));
 }
 

@@ -32,18 +32,23 @@ protected:
     }
     void load(const std::string& table, const std::string& rows) const
     {
-        const Outcome outcome = run({"import", file_, table, "-"}, rows);
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(run({"import", file_, table, "-"}, rows), succeeds());
     }
     Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
     std::string file_;
+};
+
+/// For tests whose questions SQLite answers.
+template <class Test> class Answered : public Test {
+protected:
+    void SetUp() override {}
 };
 
 struct QuestionRow {
     std::string sql;
     std::string answer; ///< lines parted by |, the names first
 };
-class SqlQuestions : public TableTest<QuestionRow>, protected SqlMill {};
+class SqlQuestions : public Answered<TableTest<QuestionRow>>, protected SqlMill {};
 
 std::string times(int count, const std::string& text)
 {
@@ -278,19 +283,16 @@ INSTANTIATE_TEST_SUITE_P(, SqlQuestions, testing::ValuesIn(sqlQuestions()), RowN
 
 TEST_P(SqlQuestions, areAnsweredAsAccessAnswersThem)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
-    const Outcome outcome = sql(row().sql);
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    std::string lines = outcome.out;
-    for (std::size_t at; (at = lines.find("\r\n")) != std::string::npos;) lines.replace(at, 2, "|");
-    ASSERT_EQ(lines, row().answer + "|");
+    std::string lines = row().answer + "|";
+    for (std::size_t at; (at = lines.find('|')) != std::string::npos;) lines.replace(at, 1, "\r\n");
+    ASSERT_THAT(sql(row().sql), succeeds(lines));
 }
 
 struct RefusedRow {
     std::string sql;
     std::string named;
 };
-class SqlRefusals : public TableTest<RefusedRow>, protected SqlMill {};
+class SqlRefusals : public Answered<TableTest<RefusedRow>>, protected SqlMill {};
 
 std::string doublingNames()
 {
@@ -373,11 +375,7 @@ INSTANTIATE_TEST_SUITE_P(, SqlRefusals, testing::ValuesIn(sqlRefusals()), RowNam
 
 TEST_P(SqlRefusals, sayWhatIsNotUnderstood)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
-    const Outcome outcome = sql(row().sql);
-    ASSERT_EQ(outcome.code, 1);
-    ASSERT_THAT(outcome.err, HasSubstr(row().named));
-    ASSERT_EQ(countOf("\n", outcome.err), 1);
+    ASSERT_THAT(sql(row().sql), refuses(AllOf(HasSubstr(row().named), isOneLine())));
 }
 
 struct ChangeRow {
@@ -385,7 +383,7 @@ struct ChangeRow {
     std::string said;
     std::string names; ///< and fees, afterwards
 };
-class SqlChanges : public TableTest<ChangeRow>, protected SqlMill {};
+class SqlChanges : public Answered<TableTest<ChangeRow>>, protected SqlMill {};
 
 RowTable<ChangeRow> sqlChanges()
 {
@@ -425,11 +423,8 @@ INSTANTIATE_TEST_SUITE_P(, SqlChanges, testing::ValuesIn(sqlChanges()), RowName(
 
 TEST_P(SqlChanges, areMadeAndCounted)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     const auto& [text, said, names] = row();
-    const Outcome outcome = sql(text);
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-    ASSERT_EQ(outcome.out, said + "\n");
+    ASSERT_THAT(sql(text), succeeds(said + "\n"));
     std::string rows;
     const std::vector<std::string> lines = split(run({"export", file_, "Cari"}).out, "\r\n");
     for (std::size_t i = 1; i + 1 < lines.size(); ++i) {
@@ -440,7 +435,7 @@ TEST_P(SqlChanges, areMadeAndCounted)
     verifySound(file_);
 }
 
-class SqlRefusedChanges : public TableTest<RefusedRow>, protected SqlMill {};
+class SqlRefusedChanges : public Answered<TableTest<RefusedRow>>, protected SqlMill {};
 
 RowTable<RefusedRow> sqlRefusedChanges()
 {
@@ -464,21 +459,38 @@ INSTANTIATE_TEST_SUITE_P(, SqlRefusedChanges, testing::ValuesIn(sqlRefusedChange
 
 TEST_P(SqlRefusedChanges, leaveEverythingAsItWas)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     const std::vector<std::uint8_t> before = bytesOfFile(file_);
-    const Outcome outcome = sql(row().sql);
-    ASSERT_EQ(outcome.code, 1);
-    ASSERT_THAT(outcome.err, HasSubstr(row().named));
+    ASSERT_THAT(sql(row().sql), refuses(HasSubstr(row().named)));
     ASSERT_EQ(bytesOfFile(file_), before);
 }
 
-/// A table of employees, each with a chief among them, and an office that is "Merkez" where nothing else is said.
-class SqlRelated : public testing::Test, protected Tool {
+/// A file whose tables the test makes.
+class OwnTables : protected Tool {
 protected:
-    SqlRelated() : file_(path("Personel.mdb"))
+    explicit OwnTables(const std::string& name) : file_(path(name))
+    {
+        jet::Database::create(platform::systemDisk(), file_, jet::turkish, jet::DateTime{45000});
+    }
+    Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
+    /// The rows of an answer, without the names of their fields.
+    static std::string lines(const Arguments& question)
+    {
+        const Outcome outcome = run(question);
+        EXPECT_THAT(outcome, succeeds());
+        std::string all;
+        const std::vector<std::string> each = split(outcome.out, "\r\n");
+        for (std::size_t i = 1; i + 1 < each.size(); ++i) all += (i == 1 ? "" : "|") + each[i];
+        return all;
+    }
+    std::string file_;
+};
+
+/// A table of employees, each with a chief among them, and an office that is "Merkez" where nothing else is said.
+class SqlRelated : public Answered<testing::Test>, protected OwnTables {
+protected:
+    SqlRelated() : OwnTables("Personel.mdb")
     {
         using namespace jet;
-        Database::create(platform::systemDisk(), file_, turkish, DateTime{45000});
         auto database = Database::open(platform::systemDisk(), file_);
         std::vector<NewIndex> indexes(2);
         indexes[0] = {.name = u"PrimaryKey", .columns = {{u"Sicil", true}}, .unique = true, .primaryKey = true};
@@ -491,23 +503,11 @@ protected:
         properties::put(*database, u"Kişi", {{{u"Büro", {{u"DefaultValue", u"\"Merkez\""}}}}});
         related::relate(*database, {u"Amir", u"Kişi", u"PrimaryKey", u"Kişi", u"Amir"});
     }
-    Outcome sql(const std::string& text) const { return run({"sql", file_, text}); }
-    std::string rows() const
-    {
-        const Outcome outcome = sql("Select Sicil, Amir, Büro From Kişi Order By Sicil");
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
-        std::string rows;
-        const std::vector<std::string> lines = split(outcome.out, "\r\n");
-        for (std::size_t i = 1; i + 1 < lines.size(); ++i) rows += (i == 1 ? "" : "|") + lines[i];
-        return rows;
-    }
-
-    std::string file_;
+    std::string rows() const { return lines({"sql", file_, "Select Sicil, Amir, Büro From Kişi Order By Sicil"}); }
 };
 
 TEST_F(SqlRelated, aNullThatIsGivenIsNoDefault)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     ASSERT_EQ(sql("Insert Into Kişi (Sicil) Values (1)").code, 0);
     ASSERT_EQ(sql("Insert Into Kişi (Sicil, Büro) Values (2, Null)").code, 0);
     ASSERT_EQ(sql("Insert Into Kişi Values (3, Null, Null)").code, 0);
@@ -519,16 +519,12 @@ TEST_F(SqlRelated, aNullThatIsGivenIsNoDefault)
 
 TEST_F(SqlRelated, rowsThatHoldEachOtherGoTogetherInWhateverOrderTheyStand)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     for (const char* row : {"1, Null", "2, 1", "3, 2", "4, Null", "5, 4"})
         ASSERT_EQ(sql("Insert Into Kişi (Sicil, Amir) Values (" + std::string(row) + ")").code, 0);
     // The chiefs stand before their people, and stay while these do.
-    const Outcome refused = sql("Delete From Kişi Where Sicil In (1, 2)");
-    ASSERT_EQ(refused.code, 1);
-    ASSERT_THAT(refused.err, HasSubstr("Kişi"));
+    ASSERT_THAT(sql("Delete From Kişi Where Sicil In (1, 2)"), refuses(HasSubstr("Kişi")));
     ASSERT_EQ(rows(), "1,,Merkez|2,1,Merkez|3,2,Merkez|4,,Merkez|5,4,Merkez");
-    const Outcome outcome = sql("Delete From Kişi Where Sicil < 4");
-    ASSERT_EQ(outcome.out, "3 satır silindi.\n") << outcome.err;
+    ASSERT_THAT(sql("Delete From Kişi Where Sicil < 4"), succeeds("3 satır silindi.\n"));
     ASSERT_EQ(rows(), "4,,Merkez|5,4,Merkez");
     ASSERT_EQ(sql("Update Kişi Set Amir = 5 Where Sicil = 4").code, 0);
     ASSERT_EQ(sql("Delete From Kişi").out, "2 satır silindi.\n");
@@ -536,12 +532,11 @@ TEST_F(SqlRelated, rowsThatHoldEachOtherGoTogetherInWhateverOrderTheyStand)
 }
 
 /// A cash box with money and decimals.
-class SqlMoney : public testing::Test, protected Tool {
+class SqlMoney : public Answered<testing::Test>, protected OwnTables {
 protected:
-    SqlMoney() : file_(path("Kasa.mdb"))
+    SqlMoney() : OwnTables("Kasa.mdb")
     {
         using namespace jet;
-        Database::create(platform::systemDisk(), file_, turkish, DateTime{45000});
         auto database = Database::open(platform::systemDisk(), file_);
         database->createTable(u"Kasa",
                               {{.name = u"No", .type = ColumnType::longInteger},
@@ -550,26 +545,11 @@ protected:
                                {.name = u"Yazı", .type = ColumnType::text, .size = 40}},
                               {}, DateTime{45000});
     }
-    void change(const std::string& text) const
-    {
-        const Outcome outcome = run({"sql", file_, text});
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
-    }
-    std::string lines(const Arguments& question) const
-    {
-        const Outcome outcome = run(question);
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
-        std::string all;
-        const std::vector<std::string> each = split(outcome.out, "\r\n");
-        for (std::size_t i = 1; i + 1 < each.size(); ++i) all += (i == 1 ? "" : "|") + each[i];
-        return all;
-    }
-    std::string file_;
+    void change(const std::string& text) const { EXPECT_THAT(sql(text), succeeds()); }
 };
 
 TEST_F(SqlMoney, isWrittenCopiedAndShownToItsLastDigit)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     change("Insert Into Kasa (No, Para, Sayı) Values (1, 922337203685477.5807, 123456789012345678901.2345)");
     change("Insert Into Kasa (No, Para, Sayı, Yazı) Values (2, -922337203685477.5808, -0.00015, 123456789012345678)");
     change("Insert Into Kasa Select No + 2, Para, Sayı, Para From Kasa Where No = 1");
@@ -592,7 +572,6 @@ TEST_F(SqlMoney, isWrittenCopiedAndShownToItsLastDigit)
 /// Beside numbers that have room they are put in order, compared and grouped as numbers.
 TEST_F(SqlMoney, ofManyDigitsIsANumberAmongNumbers)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     for (const char* row : {"1, 5", "2, 922337203685477.5807", "3, -922337203685477.5808", "4, 922337203685477.5807"})
         change("Insert Into Kasa (No, Para) Values (" + std::string(row) + ")");
     ASSERT_EQ(lines({"sql", file_, "Select No From Kasa Order By Para, No"}), "3|1|2|4");
@@ -608,7 +587,7 @@ struct SavedRow {
     std::string begins; ///< of the answer, or of the refusal
     int lines = 0;      ///< with the names; 0: refused
 };
-class SavedQueries : public TableTest<SavedRow>, protected Tool {};
+class SavedQueries : public Answered<TableTest<SavedRow>>, protected Tool {};
 
 RowTable<SavedRow> savedQueries()
 {
@@ -634,27 +613,21 @@ INSTANTIATE_TEST_SUITE_P(, SavedQueries, testing::ValuesIn(savedQueries()), RowN
 
 TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     const auto& [name, begins, lines] = row();
     const std::string file = samples::database("mdb/northwind-2000.mdb").string();
     const Outcome outcome = run({"sql", file, "[" + name + "]"});
-    ASSERT_EQ(outcome.code, lines == 0 ? 1 : 0) << outcome.err;
-    if (lines == 0) {
-        ASSERT_THAT(outcome.err, HasSubstr(begins));
-        return;
-    }
-    ASSERT_THAT(outcome.out, testing::StartsWith(begins));
+    ASSERT_THAT(outcome, lines == 0 ? refuses(HasSubstr(begins)) : succeeds(testing::StartsWith(begins)));
+    if (lines == 0) return;
     // A text may hold the end of a line; in JSON it does not.
     const Outcome counted = run({"sql", file, "[" + name + "]", "--format", "jsonl"});
     ASSERT_EQ(countOf("\n", counted.out), lines - 1);
 }
 
-class SqlInAnotherOrder : public testing::Test, protected Tool {};
+class SqlInAnotherOrder : public Answered<testing::Test>, protected Tool {};
 
 TEST_F(SqlInAnotherOrder, foldsLettersAsTheFileDoes)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     const std::string file = created("Genel.mdb", "general");
     ASSERT_EQ(run({"import", file, "Cari", "-"}, "Unvan\nIreland\nItalya\niran\nIşıl\nİzmir\n").code, 0);
     const auto answer = [&](const std::string& sql) { return run({"sql", file, sql}).out; };
@@ -668,20 +641,18 @@ TEST_F(SqlInAnotherOrder, foldsLettersAsTheFileDoes)
     ASSERT_EQ(run({"sql", turkish, "Select Unvan From Cari Where Unvan Like 'i*'"}).out, "Unvan\r\niran\r\nİzmir\r\n");
 }
 
-class SqlParameters : public testing::Test, protected SqlMill {};
+class SqlParameters : public Answered<testing::Test>, protected SqlMill {};
 
 TEST_F(SqlParameters, areWhatAQueryAsksFor)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
-    const Outcome sum = run({"sql", file_, "Select Unvan From Cari Where Nakit > [En Az] And Unvan <> [Kim]",
-                             "--parameter", "en az=2*5", "--parameter", "Kim='veli'"});
-    ASSERT_EQ(sum.out, "Unvan\r\nAli Çelik\r\n") << sum.err;
+    ASSERT_THAT(run({"sql", file_, "Select Unvan From Cari Where Nakit > [En Az] And Unvan <> [Kim]", "--parameter",
+                     "en az=2*5", "--parameter", "Kim='veli'"}),
+                succeeds("Unvan\r\nAli Çelik\r\n"));
     ASSERT_EQ(run({"sql", file_, "Update Cari Set Nakit = [Yeni] Where Unvan = 'Veli'", "--parameter", "Yeni=99"}).out,
               "1 satır değiştirildi.\n");
     // A field is asked for by nobody.
-    const Outcome field = run({"sql", file_, "Select Unvan From Cari Where Nakit = 99", "--parameter", "Nakit=1"});
-    ASSERT_EQ(field.code, 1);
-    ASSERT_THAT(field.err, HasSubstr("'Nakit' adlı bir değer sormuyor"));
+    ASSERT_THAT(run({"sql", file_, "Select Unvan From Cari Where Nakit = 99", "--parameter", "Nakit=1"}),
+                refuses(HasSubstr("'Nakit' adlı bir değer sormuyor")));
     for (const auto& [given, named] :
          std::vector<std::pair<Arguments, std::string>>{{{"--parameter", "Kim"}, "AD=DEĞER"},
                                                         {{"--parameter"}, "AD=DEĞER"},
@@ -692,17 +663,13 @@ TEST_F(SqlParameters, areWhatAQueryAsksFor)
                                                         {{"--parameter", "Kim=[Kim]"}, "kendini soruyor"},
                                                         {{"--parameter", "Kim=1 2"}, "bitmesi gerekirdi"},
                                                         {{"--parameter", "Ad=1"}, "'Kim' diye bir alan yok"}}) {
-        Arguments arguments{"sql", file_, "Select Unvan From Cari Where Nakit = [Kim]"};
-        arguments.insert(arguments.end(), given.begin(), given.end());
-        const Outcome refused = run(arguments);
-        ASSERT_EQ(refused.code, 1);
-        ASSERT_THAT(refused.err, HasSubstr(named));
+        ASSERT_THAT(run(with({"sql", file_, "Select Unvan From Cari Where Nakit = [Kim]"}, given)),
+                    refuses(HasSubstr(named)));
     }
 }
 
 TEST_F(SqlParameters, areGivenToASavedQuery)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     if (!samples::present()) GTEST_SKIP() << samples::absent;
     const std::string file = samples::database("mdb/northwind-2000.mdb").string();
     const std::string name = "[Employee Sales by Country]";
@@ -719,11 +686,10 @@ TEST_F(SqlParameters, areGivenToASavedQuery)
     ASSERT_EQ(rowsBetween("1/1/1895", "12/31/1895"), 0);
 }
 
-class SqlOutput : public testing::Test, protected SqlMill {};
+class SqlOutput : public Answered<testing::Test>, protected SqlMill {};
 
 TEST_F(SqlOutput, goesToEveryFormatLikeAnExport)
 {
-    if (!query::available()) GTEST_SKIP() << "built without SQLite";
     const std::string text = "Select Unvan, Nakit From Cari Where Nakit = 20";
     ASSERT_EQ(run({"sql", file_, text, "--format", "jsonl"}).out, "{\"Unvan\":\"Veli\",\"Nakit\":20}\n");
     ASSERT_EQ(run({"sql", file_, text, "--out", path("soru.csv")}).code, 0);

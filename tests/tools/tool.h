@@ -1,17 +1,21 @@
 #pragma once
 
-#include "tests/support/process.h"
+#include "tests/support/outcome_matchers.h"
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 using Arguments = std::vector<std::string>;
+
+inline Arguments with(Arguments first, const Arguments& more)
+{
+    first.insert(first.end(), more.begin(), more.end());
+    return first;
+}
 
 /// The program itself, from outside, in a folder of the test's own.
 class Tool {
@@ -22,18 +26,20 @@ protected:
     {
         return ::run({.program = PRESVA_MDB, .arguments = arguments, .input = input, .environment = environment});
     }
-    std::filesystem::path folder() const { return folder_.path(); }
+    std::string folder() const { return folder_.path().string(); }
     std::string path(const std::string& name) const { return (folder_ / name).string(); }
     std::string created(const std::string& name = "Yag.mdb", const std::string& collation = "turkish") const
     {
-        const Outcome outcome = run({"create", path(name), "--collation", collation});
-        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(run({"create", path(name), "--collation", collation}), succeeds());
         return path(name);
     }
-    static void verifySound(const std::string& file)
+    static void verifySound(const std::string& file) { ASSERT_THAT(run({"check", file}), succeeds()); }
+    /// The lines of a table's export in their own order, for rows that may have changed their places.
+    static std::vector<std::string> sortedRows(const std::string& file, const std::string& table)
     {
-        const Outcome outcome = run({"check", file});
-        ASSERT_EQ(outcome.code, 0) << outcome.out + outcome.err;
+        std::vector<std::string> lines = split(run({"export", file, table}).out, "\r\n");
+        std::ranges::sort(lines);
+        return lines;
     }
 
 private:

@@ -40,7 +40,7 @@ TEST_F(TwoTools, loseNoRowAndAreExportedWholeMeanwhile)
     const std::string file = created();
     const Outcome outcome =
         ::run({.program = "bash",
-               .arguments = {"-c", script, "bash", PRESVA_MDB, file, folder().string(), std::to_string(rounds())},
+               .arguments = {"-c", script, "bash", PRESVA_MDB, file, folder(), std::to_string(rounds())},
                .environment = {{"LC_ALL", "C"}},
                .limit = std::chrono::seconds(60 + 2 * rounds())});
     const auto left = [&](const std::string& name) { return textOfFile(path(name)); };
