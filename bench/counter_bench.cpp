@@ -4,8 +4,8 @@
 //     counter_bench FOLDER --register
 //
 // makes FOLDER/Yag.mdb once and prints a table. Every start is a process of its own; this program starts itself. With
-// --register its day is measured twice: on its own, and in a register on a server that another counter books into
-// meanwhile, over a line that takes two milliseconds more each way.
+// --register its day with 200,000 pressings is measured twice: on its own, and in a register on a server that another
+// counter books into meanwhile, over a line that takes two milliseconds more each way.
 
 #include "app/form1.h"
 #include "app/message_boxes.h"
@@ -13,7 +13,7 @@
 #include "app/theme.h"
 #include "bench/counter_mill.h"
 #include "bench/mill.h"
-#ifdef COUNTER_PROCESS
+#ifdef OTHER_COUNTER
 #include "bench/register_mill.h"
 #endif
 #include "platform/memory.h"
@@ -34,13 +34,16 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <deque>
 #include <fcntl.h>
 #include <map>
 #include <optional>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -125,19 +128,18 @@ public:
     explicit Finger(app::Form1& form) : form_(form) {}
 
     /// From letting go of the control until everything that follows from it is on the display.
-    Span tap(QWidget* control) const { return tapAt(control->mapTo(&form_, control->rect().center())); }
+    Span tap(const QWidget* control) const { return tapAt(placeOf(control)); }
 
     Span tapAt(const QPoint& place) const
     {
-        QWindow* window = form_.windowHandle();
-        QTest::mouseMove(window, place);
-        QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
-        finishPainting();
+        press(place);
         const Stopwatch clock;
-        QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
-        finishPainting();
+        letGo(place);
         return clock.read();
     }
+
+    void press(const QWidget* control) const { press(placeOf(control)); }
+    void letGo(const QWidget* control) const { letGo(placeOf(control)); }
     /// A word of the menu bar.
     Span tapMenu(const QAction* item) const
     {
@@ -159,27 +161,113 @@ public:
     }
 
 private:
+    QPoint placeOf(const QWidget* control) const { return control->mapTo(&form_, control->rect().center()); }
+    void press(const QPoint& place) const
+    {
+        QTest::mouseMove(form_.windowHandle(), place);
+        QTest::mousePress(form_.windowHandle(), Qt::LeftButton, Qt::NoModifier, place);
+        finishPainting();
+    }
+    void letGo(const QPoint& place) const
+    {
+        QTest::mouseRelease(form_.windowHandle(), Qt::LeftButton, Qt::NoModifier, place);
+        finishPainting();
+    }
+
     app::Form1& form_;
 };
 
-/// Types names of customers, letter by letter, and gives the time of every key in order.
-std::vector<Span> typeNames(app::Form1& form, std::size_t keys)
+/// A key, and how many letters the name has behind it.
+struct Stroke {
+    const app::KeyLabel* key;
+    qsizetype letters;
+};
+
+/// Names of customers, letter by letter, each taken away again.
+std::vector<Stroke> strokesOfNames(const Finger& finger, std::size_t keys)
 {
-    const Finger finger(form);
-    std::vector<Span> times;
+    std::vector<Stroke> strokes;
     for (const long_mill::Customer& customer : long_mill::customers()) {
         // "ahmet yılmaz": without the village, whose stroke the keypad does not have.
         const QString name =
             QLocale(QLocale::Turkish).toLower(QString::fromStdU16String(customer.name).section(" / ", 0, 0));
         if (std::any_of(name.begin(), name.end(), [&](QChar letter) { return !finger.keyOf(letter); })) continue;
-        for (const QChar letter : name) times.push_back(finger.tap(finger.keyOf(letter)));
-        // What is measured must have happened.
-        if (form.TxtLbl[0]->caption().size() != name.size()) {
-            std::fprintf(stderr, "counter_bench: '%s' was not typed\n", qUtf8Printable(name));
-            std::exit(1);
+        qsizetype letters = 0;
+        for (const QChar letter : name) strokes.push_back({finger.keyOf(letter), ++letters});
+        strokes.push_back({finger.key("Sil"), 0});
+        if (strokes.size() >= keys) break;
+    }
+    return strokes;
+}
+
+/// What is measured must have happened.
+void requireTyped(app::Form1& form, const Stroke& stroke)
+{
+    const QString name = form.TxtLbl[0]->caption();
+    if (name.trimmed().size() == stroke.letters || name.size() == stroke.letters) return;
+    std::fprintf(stderr, "counter_bench: '%s' is not what was typed\n", qUtf8Printable(name));
+    std::exit(1);
+}
+
+/// Types names and gives the time of every key in order.
+std::vector<Span> typeNames(app::Form1& form, std::size_t keys)
+{
+    const Finger finger(form);
+    std::vector<Span> times;
+    for (const Stroke& stroke : strokesOfNames(finger, keys)) {
+        times.push_back(finger.tap(stroke.key));
+        requireTyped(form, stroke);
+    }
+    return times;
+}
+
+/// The same with a hand that lets go of a key every so many milliseconds, whatever the screen is about: what holds it
+/// up counts as well.
+std::vector<Span> typeNamesInTime(app::Form1& form, std::size_t keys, int pace)
+{
+    const Finger finger(form);
+    const std::vector<Stroke> strokes = strokesOfNames(finger, keys);
+    std::vector<Span> times;
+    std::deque<Stopwatch> due;
+    bool typing = false;
+    QEventLoop loop;
+    const auto type = [&](const Stopwatch& since) {
+        due.push_back(since);
+        if (typing) return; // one comes while the other is still being painted
+        typing = true;
+        for (; !due.empty() && times.size() < strokes.size(); due.pop_front()) {
+            const Stroke& stroke = strokes[times.size()];
+            finger.letGo(stroke.key);
+            times.push_back(due.front().read());
+            requireTyped(form, stroke);
+            if (times.size() < strokes.size()) finger.press(strokes[times.size()].key);
         }
-        times.push_back(finger.tap(finger.key("Sil")));
-        if (times.size() >= keys) break;
+        typing = false;
+        if (times.size() == strokes.size()) loop.quit();
+    };
+    QObject hand;
+    finger.press(strokes.front().key);
+    const std::jthread clock([&](const std::stop_token& end) {
+        for (auto moment = std::chrono::steady_clock::now(); !end.stop_requested();) {
+            moment += std::chrono::milliseconds(pace);
+            std::this_thread::sleep_until(moment);
+            QMetaObject::invokeMethod(
+                &hand, [&type, since = Stopwatch()] { type(since); }, Qt::QueuedConnection);
+        }
+    });
+    loop.exec();
+    return times;
+}
+
+/// How long the event loop did not come back, each time, while nobody touches anything.
+std::vector<Span> holds(int milliseconds)
+{
+    std::vector<Span> times;
+    for (const Stopwatch all; all.read().elapsed < milliseconds;) {
+        const Stopwatch clock;
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        times.push_back(clock.read());
+        QTest::qSleep(1);
     }
     return times;
 }
@@ -279,7 +367,7 @@ void openDialogs(app::Form1& form)
     twice("font", "font-again", [&] { finger.tapMenu(form.YazFont); });
 }
 
-enum class Measured { start, day, lookedAt, dialogs };
+enum class Measured { start, day, besideOthers, lookedAt, dialogs };
 
 /// As long as somebody takes who looks at the window before he touches it.
 constexpr int firstLook = 2000; // milliseconds
@@ -357,6 +445,15 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
     QTimer::singleShot(5000, &idle, &QEventLoop::quit);
     idle.exec();
     report("idle", idleClock.read());
+
+    if (measured == Measured::besideOthers) {
+        constexpr int pace = 60; // quicker than any hand
+        const std::vector<Span> inTime = typeNamesInTime(form, 600, pace);
+        report("in-time-median", percentile(inTime, 0.5));
+        report("in-time-99", percentile(inTime, 0.99));
+        report("in-time-most", percentile(inTime, 1));
+        report("held-most", percentile(holds(10'000), 1));
+    }
 
     printSlips(form);
     if (const auto engine = databases.sharedEngine(form.DataCari.databaseName())) {
@@ -502,46 +599,58 @@ int compare(const QString& self, const QString& folder)
     return 0;
 }
 
-#ifdef COUNTER_PROCESS
+#ifdef OTHER_COUNTER
 /// The same day alone and in a register.
-int compareWithRegister(const QString& self, const QString& folder)
+int compareWithRegister(const QString& self, const QString& mills)
 {
-    if (!counter_mill::prepare(folder)) return 1;
+    constexpr std::size_t pressings = 200'000;
+    const QString folder = mills + "/two-seasons";
+    if (!counter_mill::prepare(folder, pressings)) return 1;
     const double loadBefore = loadAverage();
     const QTemporaryDir place(folder + "/register-XXXXXX");
     for (const QString& name : {u"alone"_s, u"shared"_s, u"other"_s}) QDir(place.path()).mkdir(name);
     const auto path = [&](const QString& name) { return place.filePath(name); };
     for (const QString& name : {u"alone"_s, u"shared"_s})
         if (!QFile::copy(folder + "/Yag.mdb", path(name) + "/Yag.mdb")) return 1;
-    const Figures alone = screen(self, path(u"alone"_s), "--day");
+    const Figures alone = screen(self, path(u"alone"_s), "--beside-others");
 
     RegisterMill mill(path(u"shared"_s), path(u"other"_s));
-    constexpr int pause = 100;
+    constexpr int pause = 180; // with what the other one works itself: some twenty lines a second
     if (!mill.startOther(pause)) return 1;
-    const int before = mill.pressings();
-    const Figures shared = screen(self, path(u"shared"_s), "--day");
+    const int before = mill.lines();
+    const Stopwatch day;
+    const Figures shared = screen(self, path(u"shared"_s), "--beside-others");
     if (alone.isEmpty() || shared.isEmpty()) return 1;
-    const int came = mill.pressings() - before;
+    const double seconds = day.read().elapsed / 1000;
+    const int came = mill.lines() - before;
     constexpr int slips = 10;
     if (mill.pressingsOf(u"Zzz"_s) != slips) {
         std::fprintf(stderr, "counter_bench: the register has %d of %d slips\n", mill.pressingsOf(u"Zzz"_s), slips);
         return 1;
     }
 
-    std::printf("The counter with 100,000 customers and 1,000,000 pressings. Load average %.1f, in the end %.1f.\n"
-                "In the register another counter entered %d pressings meanwhile.\n\n",
-                loadBefore, loadAverage(), came - slips);
+    std::printf("The counter with 100,000 customers and 200,000 pressings. Load average %.1f, in the end %.1f.\n"
+                "In the register another counter made %.1f lines of the history a second meanwhile.\n\n",
+                loadBefore, loadAverage(), came / seconds);
     print({
         {"keys alone, median", alone["key-median"], 0},
         {"  99 of 100 are quicker", alone["key-99"], 16},
         {"keys in a register, median", shared["key-median"], 0},
         {"  99 of 100 are quicker", shared["key-99"], 16},
         {"  the slowest of some 600", shared["key-most"], 100},
+        {"keys of a steady hand alone, median", alone["in-time-median"], 0},
+        {"  99 of 100 are quicker", alone["in-time-99"], 16},
+        {"  the slowest of some 600", alone["in-time-most"], 0},
+        {"keys of a steady hand in a register, median", shared["in-time-median"], 0},
+        {"  99 of 100 are quicker", shared["in-time-99"], 16},
+        {"  the slowest of some 600", shared["in-time-most"], 100},
         {"slips alone, median", alone["slip-median"], 0},
         {"  the slowest of nine", alone["slip-most"], 0},
         {"slips in a register, median", shared["slip-median"], 0},
         {"  the slowest of nine", shared["slip-most"], 60},
         {"  until the server has confirmed the last of them", shared["arrived"], 0},
+        {"the screen's thread held alone, ten quiet seconds", alone["held-most"], 0},
+        {"the same in a register", shared["held-most"], 60},
     });
     std::printf("\nMemory at most: alone %.0f MB, in a register %.0f MB.\n", alone["memory"].elapsed,
                 shared["memory"].elapsed);
@@ -555,13 +664,14 @@ int main(int argc, char** argv)
 {
     const QStringList arguments(argv + 1, argv + argc);
     if (arguments.size() == 3) {
-        const Measured measured = arguments[1] == "--day"         ? Measured::day
-                                  : arguments[1] == "--looked-at" ? Measured::lookedAt
-                                  : arguments[1] == "--dialogs"   ? Measured::dialogs
-                                                                  : Measured::start;
+        const Measured measured = arguments[1] == "--day"             ? Measured::day
+                                  : arguments[1] == "--beside-others" ? Measured::besideOthers
+                                  : arguments[1] == "--looked-at"     ? Measured::lookedAt
+                                  : arguments[1] == "--dialogs"       ? Measured::dialogs
+                                                                      : Measured::start;
         return measure(argc, argv, arguments[0], arguments[2].toLongLong(), measured);
     }
-#ifdef COUNTER_PROCESS
+#ifdef OTHER_COUNTER
     if (arguments.size() == 2 && arguments[1] == "--register")
         return compareWithRegister(QFile::symLinkTarget("/proc/self/exe"), QDir(arguments[0]).absolutePath());
 #endif

@@ -1,6 +1,5 @@
 #include "bench/counter_mill.h"
 
-#include "bench/mill.h"
 #include "mill/tables.h"
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
@@ -12,7 +11,7 @@
 namespace counter_mill {
 namespace {
 
-void fill(jet::Database& database)
+void fill(jet::Database& database, std::size_t pressings)
 {
     jet::Transaction change(database.pager());
     const std::vector<long_mill::Customer> customers = long_mill::customers();
@@ -23,7 +22,12 @@ void fill(jet::Database& database)
                               {2, customer.container},
                               {3, static_cast<double>(customer.fee) / 10000}});
     jet::Table& journal = database.table(u"Hareket");
+    std::size_t earlier = long_mill::pressingCount - pressings;
     long_mill::pressings([&](const long_mill::Pressing& pressing) {
+        if (earlier > 0) {
+            --earlier;
+            return;
+        }
         journal.insert({{0, jet::DateTime{pressing.moment}},
                         {1, pressing.olives},
                         {2, pressing.oil},
@@ -37,7 +41,7 @@ void fill(jet::Database& database)
 
 } // namespace
 
-bool prepare(const QString& folder)
+bool prepare(const QString& folder, std::size_t pressings)
 {
     QDir().mkpath(folder);
     const QString path = QDir(folder).filePath("Yag.mdb");
@@ -47,7 +51,7 @@ bool prepare(const QString& folder)
         QFile::remove(unfinished);
         const std::filesystem::path file = unfinished.toStdU16String();
         mill::createDatabase(platform::systemDisk(), file, jet::turkish, jet::DateTime{45000});
-        fill(*jet::Database::open(platform::systemDisk(), file));
+        fill(*jet::Database::open(platform::systemDisk(), file), pressings);
         return QFile::rename(unfinished, path);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

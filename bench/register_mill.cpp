@@ -67,9 +67,7 @@ void RegisterMill::writeIni(const QString& folder, int counter, int port) const
 bool RegisterMill::startOther(int pause)
 {
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process_.start(QString::fromUtf8(COUNTER_PROCESS),
-                   {other_, QString::number(2'000'000), QString::number(1'000'000), QString::number(pause)});
-    // It reads its whole journal first.
+    process_.start(QString::fromUtf8(OTHER_COUNTER), {other_, QString::number(pause)});
     return process_.waitForStarted() && process_.waitForReadyRead(120'000);
 }
 
@@ -79,4 +77,4 @@ int RegisterMill::pressingsOf(const QString& customer) const
         server_.sql("select count(*) from presva.hareket where carihar = '" + customer.toStdString() + "'", database_));
 }
 
-int RegisterMill::pressings() const { return std::stoi(server_.sql("select count(*) from presva.hareket", database_)); }
+int RegisterMill::lines() const { return std::stoi(server_.sql("select max(sira) from presva.gecmis", database_)); }

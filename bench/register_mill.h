@@ -8,7 +8,7 @@
 #include <memory>
 
 /// A register on a server of its own, which two counters share: the measured one, whose line takes two milliseconds
-/// more each way, and another one that books without pause.
+/// more each way, and another one.
 class RegisterMill {
 public:
     /// Fills the register from the Yag.mdb of `measured`, and writes one for `other` from it.
@@ -17,11 +17,12 @@ public:
     RegisterMill(const RegisterMill&) = delete;
     RegisterMill& operator=(const RegisterMill&) = delete;
 
-    /// The other counter books a pressing every so many milliseconds from now on, until the object goes.
+    /// The other counter books from now on, a pressing every so many milliseconds, until the object goes.
     bool startOther(int pause);
     /// How many pressings of that customer the register has.
     int pressingsOf(const QString& customer) const;
-    int pressings() const;
+    /// How many lines its history has.
+    int lines() const;
 
 private:
     void writeIni(const QString& folder, int counter, int port) const;
