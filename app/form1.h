@@ -121,8 +121,7 @@ public:
     /// What other counters did may come into the file now: no action is under way, and nothing is touched, unless it
     /// has waited for so many milliseconds that others would wait for it too long.
     bool mayTakeNews(qint64 waited) const;
-    /// `last`: no more is at hand for now.
-    void newsTaken(const shared::Taken& taken, bool last);
+    void newsTaken(const shared::Taken& taken);
     /// Logs and tells a bug of our own that came from outside an action; `action` says what was being done.
     void ownBug(const std::exception& error, const QString& action, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE());
@@ -321,7 +320,6 @@ private:
     void refuseToEmpty();
     /// Pressings were deleted: the journal's own record set must not go on counting them.
     void journalShrunk();
-    void listJournalAgain();
     /// Lists the customers whose names begin with what was typed.
     void searchCustomers(const QString& typed);
     print::PrintFont printFont() const;
@@ -380,10 +378,9 @@ private:
     bool recalling_ = false; ///< terms of the register are being shown
     int actions_ = 0;        ///< under way, one inside the other
     Preparation preparation_{[this] { return actions_ == 0; }};
-    QStringList notes_;          ///< to be shown when they have ended
-    int ofOthers_ = 0;           ///< pressings that came in since the journal was listed
-    bool journalShrank_ = false; ///< others have deleted since
-    bool listingIsOld_ = false;  ///< the panel's: others have changed the journal since
+    QStringList notes_;         ///< to be shown when they have ended
+    int ofOthers_ = 0;          ///< pressings that came in since the journal was listed, less those that went
+    bool listingIsOld_ = false; ///< the panel's: others have changed the journal since
     int scaleEvents_ = 0;
     bool scaleFaultTold_ = false; ///< in a box, since the operator last acted on the port
     QString portFault_;           ///< why the stored settings of the port could not be used; empty: they could

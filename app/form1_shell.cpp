@@ -95,17 +95,12 @@ void Form1::showUnseen()
     if (!unseen.isEmpty()) surroundings_.prompt.exclamation(unseen.join(u"\n\n"_s));
 }
 
-void Form1::listJournalAgain()
+void Form1::journalShrunk()
 {
     base::passOver([this] {
         DataHar.refresh();
         ofOthers_ = 0;
     });
-}
-
-void Form1::journalShrunk()
-{
-    listJournalAgain();
     showFacts();
 }
 
@@ -115,18 +110,16 @@ bool Form1::mayTakeNews(qint64 waited) const
     return actions_ == 0 && (preparation_.isStill() || waited >= longEnough);
 }
 
-void Form1::newsTaken(const shared::Taken& taken, bool last)
+void Form1::newsTaken(const shared::Taken& taken)
 {
     // A counter that prints no slip today, an office's, has its copy of the day as well.
     if (taken.pressings > 0 && surroundings_.backups)
         surroundings_.backups->pressingStored(DataCari.database(), surroundings_.now());
     for (const QString& each : taken.notFound) counter::Log(surroundings_.directory, surroundings_.now).write(each);
     listingIsOld_ = listingIsOld_ || taken.deletions || taken.pressings > 0;
-    ofOthers_ += taken.pressings;
-    journalShrank_ = journalShrank_ || taken.deletions;
-    const bool shrank = last && std::exchange(journalShrank_, false); // listed anew once, not for each slice
-    if (shrank) listJournalAgain();
-    if (shrank || taken.pressings > 0) showJournalSize();
+    // Listing a long journal anew would hold the screen up.
+    ofOthers_ += taken.pressings - taken.gone;
+    showJournalSize();
 }
 
 void Form1::activated()

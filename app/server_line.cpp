@@ -86,7 +86,7 @@ void ServerLine::step()
     int next = retry;
     if (doors_.mayTake(sinceFirst_.elapsed())) {
         try {
-            next = takeSlice() ? pause : faultPause;
+            next = !engine_->getReady() || takeSlice() ? pause : faultPause;
             fault_.clear();
         } catch (const base::RuntimeError& error) {
             fault_ = error.text();
@@ -108,7 +108,7 @@ bool ServerLine::takeSlice()
         done_ = 0;
         look();
     }
-    doors_.taken(taken, pending_.empty());
+    doors_.taken(taken);
     return true;
 }
 
@@ -158,7 +158,7 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
             engine, settings,
             ServerLine::Doors{.mayTake = [&form](qint64 waited) { return form.mayTakeNews(waited); },
                               .slip = [&form] { return form.surroundings().slips.open(); },
-                              .taken = [&form](const shared::Taken& taken, bool last) { form.newsTaken(taken, last); },
+                              .taken = [&form](const shared::Taken& taken) { form.newsTaken(taken); },
                               .told = say});
     } catch (const files::Error& error) {
         say(u"Sunucu: "_s + QString::fromUtf8(error.what()));

@@ -28,8 +28,8 @@ public:
         /// The slip that is on its way to the printer, if there is one: whether it was booked is told by counting the
         /// pressings of its customer at its moment, and so none of these comes or goes until it is settled.
         std::function<std::optional<store::SlipNote>()> slip;
-        std::function<void(const shared::Taken&, bool last)> taken; ///< `last`: nothing more is at hand
-        std::function<void(const QString&)> told;                   ///< how the line stands, for the status line
+        std::function<void(const shared::Taken&)> taken;
+        std::function<void(const QString&)> told; ///< how the line stands, for the status line
     };
 
     ServerLine(std::shared_ptr<shared::SharedEngine> engine, const postgres::ServerSettings& settings, Doors doors);

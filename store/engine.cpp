@@ -18,6 +18,8 @@ void Engine::nameChange(const QString& /*slip*/) {}
 
 bool Engine::prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
+bool Engine::prepareMatching(const QString& /*table*/, const QString& /*field*/) { return true; }
+
 bool Engine::prepareWriting(const QStringList& /*tables*/) { return true; }
 
 std::optional<QString> Engine::whyReadOnly(const QString& /*table*/) { return std::nullopt; }

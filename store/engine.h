@@ -93,6 +93,10 @@ public:
     /// another thread; true when nothing is left of it. Searches answer meanwhile.
     virtual bool prepareSearch(const QString& table, const QString& field);
 
+    /// Learns a part of what questions for exactly one text of that field would each read the table for, some
+    /// milliseconds of work; true when nothing is left of it.
+    virtual bool prepareMatching(const QString& table, const QString& field);
+
     /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first
     /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
     virtual std::optional<QString> whyReadOnly(const QString& table);

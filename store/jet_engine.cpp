@@ -301,6 +301,11 @@ public:
         return passing([&] { return jet::prepareOrder(*database_, u16(table), u16(field)); });
     }
 
+    bool prepareMatching(const QString& table, const QString& field) override
+    {
+        return passing([&] { return jet::prepareTexts(*database_, u16(table), u16(field)); });
+    }
+
     bool prepareWriting(const QStringList& tables) override
     {
         return passing([&] {

@@ -508,6 +508,7 @@ private:
         }
         file_.erase(engine_.journal_, *found);
         rows.erase(found);
+        ++taken_.gone;
     }
 
     /// What the columns of this file make of these values: they are written and taken away again. Nothing where the
@@ -557,6 +558,17 @@ private:
     Taken taken_;
     QHash<QString, std::vector<store::RowKey>> known_; ///< a customer's pressings
 };
+
+bool SharedEngine::getReady()
+{
+    if (!file_->prepareMatching(mill::customerTable, mill::text(Cari::fields[Cari::Unvan])) ||
+        !file_->prepareMatching(mill::journalTable, mill::text(Hareket::fields[Hareket::CariHar])) ||
+        !file_->prepareWriting({mill::customerTable, mill::journalTable}))
+        return false;
+    // What the other thread has found is asked for before anything is written: behind that it is void.
+    for (const QString& table : {mill::customerTable, mill::journalTable}) file_->whyReadOnly(table);
+    return true;
+}
 
 Taken SharedEngine::take(std::span<const postgres::HistoryLine> lines, std::chrono::milliseconds longest)
 {

@@ -18,6 +18,7 @@ namespace shared {
 struct Taken {
     std::size_t lines = 0; ///< of those that were given, from the first on
     int pressings = 0;     ///< of other counters
+    int gone = 0;          ///< pressings that stood in the file
     bool deletions = false;
     /// Sentences for the log: a pressing that went elsewhere, and that this file has not, though nobody here deleted
     /// it.
@@ -57,6 +58,10 @@ public:
     {
         return file_->prepareSearch(table, field);
     }
+    bool prepareMatching(const QString& table, const QString& field) override
+    {
+        return file_->prepareMatching(table, field);
+    }
     bool prepareWriting(const QStringList& tables) override { return file_->prepareWriting(tables); }
     std::optional<QString> whyReadOnly(const QString& table) override { return file_->whyReadOnly(table); }
     std::optional<QString> whyNotEmptied() override;
@@ -71,6 +76,9 @@ public:
     /// Runs after each commit with what waits since.
     void onWaiting(std::function<void(const std::vector<postgres::WaitingChange>&)> told) { told_ = std::move(told); }
 
+    /// Gets ready for take(), which looks up every customer by name: a part of some milliseconds; true when nothing is
+    /// left to do. Without it take() reads a whole table for a name, and for the first line that it writes.
+    bool getReady();
     /// Brings lines of the history into the file, all or none, outside of any other change. They follow one another
     /// from place() on, or from before it: what the file knows is passed over. After `longest` no further line is
     /// begun; the rest is for the next time.

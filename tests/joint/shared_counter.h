@@ -75,6 +75,7 @@ public:
         connected = news.connected;
         pending_.insert(pending_.end(), news.lines.begin(), news.lines.end());
         if (pending_.empty()) return false;
+        while (!engine_->getReady()) QThread::msleep(1);
         const std::size_t count = std::min(slice, pending_.size());
         engine_->take(std::span(pending_).first(count));
         pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count));

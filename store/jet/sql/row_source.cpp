@@ -107,6 +107,7 @@ std::optional<std::vector<RowId>> candidates(Table& table, const Condition& cond
             return table.range(*index, value, value);
         }
         if (memory.equal(column).knows(table, *text)) return memory.equal(column).rows(table, *text);
+        if (memory.texts(column).knows(table)) return memory.texts(column).rows(table, *text);
     }
     for (std::size_t column = 0; column < columns.size(); ++column) {
         const auto span = condition.requiredNumbers(column);

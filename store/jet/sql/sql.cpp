@@ -145,6 +145,19 @@ bool prepareOrder(Database& database, std::u16string_view tableName, std::u16str
     return TableMemory::of(table).order(column).prepare(table);
 }
 
+bool prepareTexts(Database& database, std::u16string_view tableName, std::u16string_view field)
+{
+    return onWhatIsThere(database.pager(), [&] {
+        const Table& table = database.table(tableName);
+        const std::size_t column = fieldOf(table, std::u16string(field));
+        const bool indexed = std::ranges::any_of(table.indexes(), [&](const Index& each) {
+            return each.columns.front().column == column && each.columns.front().ascending;
+        });
+        if (table.columns()[column].type != ColumnType::text || indexed) return true;
+        return TableMemory::of(table).texts(column).learn(table);
+    });
+}
+
 namespace {
 
 std::size_t executeNow(Database& database, std::u16string_view sql)

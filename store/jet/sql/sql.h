@@ -46,6 +46,11 @@ Selection select(Database& database, std::u16string_view sql);
 /// another kind there is nothing to learn. Throws noSuchTable, damaged.
 bool prepareOrder(Database& database, std::u16string_view table, std::u16string_view field);
 
+/// Begins to learn which rows hold which text in a field, so that a condition that asks for one text exactly need not
+/// read the table: each call learns a part of some milliseconds; true when nothing is left to learn. Nothing is where
+/// the field is of another kind, or leads an index. Throws noSuchTable, damaged.
+bool prepareTexts(Database& database, std::u16string_view table, std::u16string_view field);
+
 /// DELETE in one transaction; returns the number of rows deleted. Throws as select, and as Table::erase.
 std::size_t execute(Database& database, std::u16string_view sql);
 

@@ -3,6 +3,7 @@
 #include "store/jet/sql/date_ranges.h"
 #include "store/jet/sql/equal_rows.h"
 #include "store/jet/sql/text_order.h"
+#include "store/jet/sql/text_rows.h"
 
 #include <cstddef>
 #include <map>
@@ -24,11 +25,13 @@ public:
     TextOrder& order(std::size_t column) { return orders_.try_emplace(column, column).first->second; }
     DateRanges& dates(std::size_t column) { return dates_.try_emplace(column, column).first->second; }
     EqualRows& equal(std::size_t column) { return equals_.try_emplace(column, column).first->second; }
+    TextRows& texts(std::size_t column) { return texts_.try_emplace(column, column).first->second; }
 
 private:
     std::map<std::size_t, TextOrder> orders_;
     std::map<std::size_t, DateRanges> dates_;
     std::map<std::size_t, EqualRows> equals_;
+    std::map<std::size_t, TextRows> texts_;
 };
 
 } // namespace jet
