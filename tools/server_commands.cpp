@@ -33,6 +33,13 @@ int sayCarried(const postgres::Carried& carried)
     say(out, counted(carried.customers, " cari, ", " customer, ", " customers, ") +
                  counted(carried.pressings, " sıkım iki yerde de aynı; yazılan ",
                          " pressing are the same in both places; written ",
+    if (!carried.compared) {
+        say(out, said("Bu sayacın sunucudaki kopyası silindi (geçmişte kalır), satır: ",
+                      "The copy of this counter's books on the server was taken away (the history keeps it), rows: ") +
+                     std::to_string(carried.removed) + ".");
+        out.flush();
+        return 0;
+    }
                          " pressings are the same in both places; written ") +
                  std::to_string(carried.written) + said(", silinen ", ", removed ") + std::to_string(carried.removed) +
                  ".");

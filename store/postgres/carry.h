@@ -18,6 +18,7 @@ struct Carried {
     std::uint64_t pressings = 0;
     std::uint64_t written = 0; ///< of them, rows that were added or changed
     std::uint64_t removed = 0; ///< rows that were taken away
+    bool compared = true;      ///< false: something was taken away, and nothing else was looked at
 };
 
 using CarryProgress = std::function<void(int percent)>;
@@ -29,9 +30,10 @@ struct ToServer {
 
 /// Makes this counter's books on the server those of the mill's file, as they stand at one moment: the program may be
 /// running. The tables are made first where there are none. The sums of a report stay behind; the books of other
-/// counters are not looked at. A file that is in a shared register is refused: its rows stand there. Throws ServerError
-/// (no line, rows that the file has no more), badValue (a field that would not come back as it is; no row was written
-/// then) and what opening files throws.
+/// counters are not looked at. A file that is in a shared register is refused, and so is one with pressings that a
+/// shared register of this server has: they would stand there twice. Throws ServerError (no line, rows that the file
+/// has no more), badValue (a field that would not come back as it is; no row was written then) and what opening files
+/// throws.
 Carried toServer(files::Disk& disk, const ServerSettings& settings, const std::filesystem::path& file,
                  const ToServer& options, const CarryProgress& progress);
 

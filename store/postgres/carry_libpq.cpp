@@ -98,6 +98,35 @@ void refuseGone(std::size_t customersGone, std::size_t pressingsGone)
              "old one. Nothing was changed."));
 }
 
+/// Where a counter has left a register, or was never in it with this file, its pressings stand there all the same.
+void refuseShared(Connection& connection, const std::vector<std::string>& added)
+{
+    const auto registers = connection.ask("select sayac from presva.sayaclar where ortak order by 1");
+    if (registers.empty()) return;
+    std::optional<double> from, to;
+    for (const std::string& line : added) {
+        const auto moment = fieldsOf(line).front();
+        if (!moment) continue;
+        from = std::min(from.value_or(numberIn(*moment)), numberIn(*moment));
+        to = std::max(to.value_or(numberIn(*moment)), numberIn(*moment));
+    }
+    if (!from) return;
+    const std::size_t alone = missingFrom(linesOfRegisters(connection, pressings(), *from, *to), added).size();
+    if (alone == added.size()) return;
+    std::string names;
+    for (const ServerRow& row : registers) names += (names.empty() ? "" : ", ") + row[0].value_or("");
+    throw ServerError(
+        said("Dosyada ortak defterde de duran sıkımlar var: ", "The file has pressings that a shared register has: ") +
+        std::to_string(added.size() - alone) + " (" + names +
+        said("). Kopya olarak da aktarılsalar büro onları iki kez sayardı. Sayaç bu defterdeyse Sunucu.ini'ye Defter "
+             "satırını yazın; defterden ayrıldıysa kopyasına başka bir veritabanı verin (Veritabani). Hiçbir şey "
+             "aktarılmadı.",
+             "). As a copy, too, an office would count them twice. Where the counter is in this register, write the "
+             "line "
+             "Defter into Sunucu.ini; where it has left, give its copy another database (Veritabani). Nothing was "
+             "carried over."));
+}
+
 // ---- from the server ----
 
 struct Books {
@@ -199,6 +228,7 @@ Carried toServer(files::Disk& disk, const ServerSettings& settings, const Path& 
     Work onCustomers = workOn(customersThere, wanted.customers);
     pairByName(onCustomers, customersThere);
     const Work onPressings = workOn(pressingsThere, wanted.pressings);
+    refuseShared(connection, onPressings.added);
     if (!options.removeGone) refuseGone(onCustomers.gone.size(), onPressings.gone.size());
 
     Count count(progress, onCustomers.added.size() + onCustomers.changed.size() + onPressings.added.size());

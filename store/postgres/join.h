@@ -21,7 +21,8 @@ struct Join {
     std::string user;      ///< empty: as Sunucu.ini says
     bool merge = false;    ///< both have rows that the other has not: each gets them
     bool create = false;   ///< the register is made, although the server has others
-    bool dropCopy = false; ///< a copy of this counter's books that stands on the server, too, is taken away
+    bool dropCopy = false; ///< a copy of this counter's books that stands on the server, too, is taken away; where the
+                           ///< file is in the register already, that alone is done
     Deleted deleted = Deleted::ask;
 };
 

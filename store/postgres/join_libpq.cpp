@@ -203,6 +203,19 @@ void requireWideColumns(const jet::Table& table, const TableShape& shape)
     }
 }
 
+/// The file is in the register already; the copy that stands beside it goes alone.
+Carried dropCopyBesideIt(Connection& connection, jet::Database& database, const std::string& counter,
+                         const std::string& name, std::size_t rows)
+{
+    if (waitingIn(database).changes > 0)
+        throw ServerError(said("Sunucunun daha duymadığı değişiklikler bekliyor: kopya silinmedi. Programı açın, alt "
+                               "satırda \"Sunucu: bağlı\" yazınca kapatıp yeniden deneyin.",
+                               "Changes wait that the server has not heard of: the copy was not taken away. Start the "
+                               "program, close it when its lowest line says \"Sunucu: bağlı\", and try again."));
+    dropCopy(connection, counter, name);
+    return {.removed = rows, .compared = false};
+}
+
 void refuseUnaskedMerge(std::size_t inFile, std::size_t onServer)
 {
     throw ServerError(said("Dosyada ve sunucudaki defterde birbirinde olmayan sıkımlar var: dosyada ",
@@ -264,6 +277,8 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     connection.ask("select pg_advisory_lock(20011207)");
     const auto database = jet::Database::open(disk, file);
     const Standing standing = standingOf(connection, *database, name);
+    const bool joined = standing == Standing::behind || standing == Standing::atTheEnd;
+    if (joined && ofCopy > 0) return dropCopyBesideIt(connection, *database, settings.counter, name, ofCopy);
     if (standing == Standing::behind) refuseSecondJoin(standing);
 
     const Lines customersHere = linesIn(database->table(mill::Cari::table), customers());

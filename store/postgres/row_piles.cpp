@@ -7,18 +7,8 @@
 #include <optional>
 
 namespace postgres {
-namespace {
 
 using files::said;
-
-std::string columnsOf(const TableShape& shape)
-{
-    std::string columns;
-    for (const FieldShape& each : shape.fields) columns += (columns.empty() ? "" : ", ") + std::string(each.column);
-    return columns;
-}
-
-} // namespace
 
 RowPile::RowPile(const std::vector<std::string>& lines)
 {

@@ -49,6 +49,14 @@ std::string asWrittenHere(std::string_view line, const TableShape& shape)
     return written;
 }
 
+/// What that COPY gives.
+std::vector<std::string> written(Connection& connection, const std::string& question, const TableShape& shape)
+{
+    std::vector<std::string> lines;
+    connection.copyOut(question.c_str(), [&](std::string_view line) { lines.push_back(asWrittenHere(line, shape)); });
+    return lines;
+}
+
 } // namespace
 
 const TableShape& customers()
@@ -61,6 +69,13 @@ const TableShape& pressings()
 {
     static constexpr TableShape shape{Hareket::table, "presva.hareket", nullptr, pressingFields};
     return shape;
+}
+
+std::string columnsOf(const TableShape& shape)
+{
+    std::string columns;
+    for (const FieldShape& each : shape.fields) columns += (columns.empty() ? "" : ", ") + std::string(each.column);
+    return columns;
 }
 
 std::string writtenField(const std::optional<std::string>& field)
@@ -159,9 +174,17 @@ std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& s
     question += std::string(" from presva.gecmis where sayac = current_setting('presva.sayac') and eski is not null "
                             "and 'presva.' || tablo = '") +
                 shape.table + "') to stdout";
-    std::vector<std::string> lines;
-    connection.copyOut(question.c_str(), [&](std::string_view line) { lines.push_back(asWrittenHere(line, shape)); });
-    return lines;
+    return written(connection, question, shape);
+}
+
+std::vector<std::string> linesOfRegisters(Connection& connection, const TableShape& shape, double from, double to)
+{
+    const std::string moment = shape.fields.front().column;
+    return written(connection,
+                   "copy (select " + columnsOf(shape) + " from " + shape.table +
+                       " where sayac in (select sayac from presva.sayaclar where ortak) and " + moment + " between '" +
+                       writtenNumber(from) + "'::float8 and '" + writtenNumber(to) + "'::float8) to stdout",
+                   shape);
 }
 
 void requireNoRegisterOf(Connection& connection, const std::string& counter)
@@ -175,10 +198,8 @@ void requireNoRegisterOf(Connection& connection, const std::string& counter)
 
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape)
 {
-    std::string question = "copy (select satir";
-    for (const FieldShape& each : shape.fields) question += std::string(", ") + each.column;
-    question += std::string(" from ") + shape.table +
-                " where sayac = current_setting('presva.sayac') order by satir) to stdout";
+    const std::string question = "copy (select satir, " + columnsOf(shape) + " from " + shape.table +
+                                 " where sayac = current_setting('presva.sayac') order by satir) to stdout";
     std::vector<ServerLine> lines;
     connection.copyOut(question.c_str(), [&](std::string_view line) {
         const std::size_t end = std::min(line.find('\t'), line.size());

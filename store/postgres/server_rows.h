@@ -33,6 +33,9 @@ struct TableShape {
 const TableShape& customers();
 const TableShape& pressings();
 
+/// "unvan, yuzde, kap, nakit"
+std::string columnsOf(const TableShape& shape);
+
 /// A field of a line, and what it says; nothing is Null.
 std::string writtenField(const std::optional<std::string>& field);
 std::string writtenNumber(double number);
@@ -50,6 +53,9 @@ struct ServerLine {
 
 /// All rows of the counter that the session's setting presva.sayac names, in the order in which they were stored.
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape);
+
+/// Rows of all registers that counters share whose first field, a number, lies between the two.
+std::vector<std::string> linesOfRegisters(Connection& connection, const TableShape& shape, double from, double to);
 
 /// Throws ServerError where a register that counters share has the name of this counter: its rows are not one
 /// counter's.

@@ -174,6 +174,51 @@ TEST_F(Joining, countsNoPressingTwiceBesideACopyOfTheCounters)
     EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
 }
 
+/// As a program did that knew nothing of copies beside a register.
+TEST_F(Joining, takesACopyAwayThatStandsBesideAFileOfTheRegister)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    ASSERT_EQ(toServer().code, 0);
+    const auto place = placeOf(file());
+    for (const char* before : {"", "update presva.cari set yuzde = 20"}) { // the second time the file is behind
+        sql(before);
+        sql("insert into presva.sayaclar (sayac) values ('Hat 1') on conflict do nothing; "
+            "insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar) "
+            "select 'Hat 1', numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar from presva.hareket; "
+            "insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde, kap, nakit) "
+            "select 'Hat 1', numara, unvan, unvan_sira, yuzde, kap, nakit from presva.cari");
+        EXPECT_THAT(toServer().err, HasSubstr("kopyası da duruyor, 2 satır"));
+        const Outcome dropped = toServer({"--delete", "yes"});
+        ASSERT_EQ(dropped.code, 0) << dropped.err;
+        EXPECT_EQ(dropped.out, "Bu sayacın sunucudaki kopyası silindi (geçmişte kalır), satır: 2.\n");
+        EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
+    }
+    EXPECT_EQ(counts(), "1|1|1\n");
+    EXPECT_EQ(placeOf(file()), place);
+}
+
+TEST_F(Joining, carriesNoPressingOverAsACopyThatARegisterHas)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982.5, u"Ali", 0.1)});
+    ASSERT_EQ(toServer().code, 0);
+    ASSERT_EQ(tool({"leave-register", std::filesystem::path(file()).parent_path()}).code, 0);
+    store(Hareket::table, {pressing(45990, u"Ali")});
+    name(server().folder(), "5432", "sahip");
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{}, std::vector<std::string>{"--delete", "yes"}}) {
+        const Outcome refused = toServer(more);
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_THAT(refused.err, HasSubstr("ortak defterde de duran sıkımlar var: 2 (Değirmen)"));
+    }
+    EXPECT_EQ(counts(), "1|2|2\n");
+    useNewDatabase();
+    name(server().folder(), "5432", "sahip");
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "1|3|3\n");
+}
+
 TEST_F(Joining, takesNoCopyAwayThatIsAllThatIsLeftOfItsRows)
 {
     name(server().folder(), "5432", "sahip");
