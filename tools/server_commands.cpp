@@ -9,9 +9,12 @@
 #include "tools/language.h"
 #include "tools/server_follower.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <functional>
+#include <optional>
+#include <string_view>
 
 namespace tools {
 namespace {
@@ -30,9 +33,6 @@ Parsed parsed(const char* command, Arguments arguments, std::size_t words,
 int sayCarried(const postgres::Carried& carried)
 {
     Output out(standardOutput);
-    say(out, counted(carried.customers, " cari, ", " customer, ", " customers, ") +
-                 counted(carried.pressings, " sıkım iki yerde de aynı; yazılan ",
-                         " pressing are the same in both places; written ",
     if (!carried.compared) {
         say(out, said("Bu sayacın sunucudaki kopyası silindi (geçmişte kalır), satır: ",
                       "The copy of this counter's books on the server was taken away (the history keeps it), rows: ") +
@@ -40,6 +40,9 @@ int sayCarried(const postgres::Carried& carried)
         out.flush();
         return 0;
     }
+    say(out, counted(carried.customers, " cari, ", " customer, ", " customers, ") +
+                 counted(carried.pressings, " sıkım iki yerde de aynı; yazılan ",
+                         " pressing are the same in both places; written ",
                          " pressings are the same in both places; written ") +
                  std::to_string(carried.written) + said(", silinen ", ", removed ") + std::to_string(carried.removed) +
                  ".");
@@ -56,6 +59,20 @@ std::chrono::seconds pauseIn(const std::string& text)
         misused(said("--every 1 ile 86400 arasında bir saniye sayısı olmalı.",
                      "--every must be a number of seconds from 1 to 86400."));
     return std::chrono::seconds(seconds);
+}
+
+/// "2026-11-20 04:30"; empty where none was given.
+std::string momentIn(const std::optional<std::string>& text)
+{
+    constexpr std::string_view pattern = "dddd-dd-dd dd:dd";
+    const bool fits = !text || (text->size() == pattern.size() &&
+                                std::equal(pattern.begin(), pattern.end(), text->begin(), [](char wanted, char is) {
+                                    return wanted == 'd' ? is >= '0' && is <= '9' : wanted == is;
+                                }));
+    if (!fits)
+        misused(said("--before \"2026-11-20 04:30\" gibi bir an olmalı (UTC).",
+                     "--before must be a moment like \"2026-11-20 04:30\" (UTC)."));
+    return text.value_or("");
 }
 
 int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const std::filesystem::path& file,
@@ -109,15 +126,20 @@ int fromServer(files::Disk& disk, Arguments arguments)
 
 int undelete(files::Disk& disk, Arguments arguments)
 {
-    const Parsed given = parsed("undelete", arguments, 2, {"--user"});
+    const Parsed given = parsed("undelete", arguments, 2, {"--user", "--before"});
     const std::string& customer = given.words[1];
-    const postgres::BroughtBack back = postgres::undelete(postgres::readServerSettings(disk, pathOf(given.words[0])),
-                                                          given.option("--user").value_or(""), customer);
+    const postgres::BroughtBack back =
+        postgres::undelete(postgres::readServerSettings(disk, pathOf(given.words[0])),
+                           given.option("--user").value_or(""), customer, momentIn(given.option("--before")));
     sayDone(customer + ": " + std::to_string(back.customers) + said(" cari, ", " customers, ") +
             std::to_string(back.pressings) +
             said(" sıkım geri geldi; sayaçlar birkaç saniyede alır. Silinmişti: ",
                  " pressings are back; the counters have them in seconds. Deleted: ") +
-            back.when + " UTC, " + back.who + ".");
+            back.when + " UTC, " + back.who + "." +
+            (back.earlier.empty()
+                 ? ""
+                 : said(" Daha önceki silmeleri, --before ile: ", " Deletions before it, with --before: ") +
+                       back.earlier + " UTC."));
     return 0;
 }
 

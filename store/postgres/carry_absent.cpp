@@ -35,6 +35,6 @@ Carried joinRegister(files::Disk&, const ServerSettings&, const std::filesystem:
     refuse();
 }
 
-BroughtBack undelete(const ServerSettings&, const std::string&, const std::string&) { refuse(); }
+BroughtBack undelete(const ServerSettings&, const std::string&, const std::string&, const std::string&) { refuse(); }
 
 } // namespace postgres

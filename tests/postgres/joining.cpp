@@ -447,9 +447,11 @@ protected:
                                pressing(45983, u"Şükrü O'Hara", 1)});
         EXPECT_EQ(toServer().code, 0);
     }
-    Outcome undelete(const std::string& customer) const
+    Outcome undelete(const std::string& customer, const std::vector<std::string>& options = {}) const
     {
-        return tool({"undelete", std::filesystem::path(file()).parent_path(), customer});
+        std::vector<std::string> arguments = {"undelete", std::filesystem::path(file()).parent_path(), customer};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return tool(arguments);
     }
     std::string all() const
     {
@@ -489,6 +491,35 @@ TEST_F(Undeleting, bringsBackTheLastDeletionAlone)
     erase();
     ASSERT_EQ(undelete("Şükrü O'Hara").code, 0);
     EXPECT_EQ(counts(), "2|1|1\n");
+}
+
+TEST_F(Undeleting, bringsBackAnEarlierDeletionThatIsNamed)
+{
+    const std::string before = all();
+    const auto deletedAt = [&](const std::string& moment) {
+        erase();
+        sql("set session_replication_role = replica; update presva.gecmis set zaman = '" + moment +
+            "+00' where zaman > '2026-01-01' and ne = 'DELETE'");
+    };
+    deletedAt("2025-11-20 04:30:20");
+    sql("insert into presva.cari (sayac, numara, unvan, unvan_sira) values ('Değirmen', 90, 'Şükrü O''Hara', '\\x01')");
+    deletedAt("2025-11-21 05:00:00");
+    const Outcome last = undelete("Şükrü O'Hara");
+    ASSERT_EQ(last.code, 0) << last.err;
+    EXPECT_THAT(last.out, HasSubstr("1 cari, 0 sıkım geri geldi"));
+    EXPECT_THAT(last.out, HasSubstr("Daha önceki silmeleri, --before ile: 2025-11-20 04:30 UTC."));
+    EXPECT_THAT(undelete("Şükrü O'Hara").err, HasSubstr("zaten geri getirildi (2025-11-21 05:00 UTC). Daha önceki "
+                                                        "silmeleri, --before ile: 2025-11-20 04:30 UTC."));
+    EXPECT_THAT(undelete("Şükrü O'Hara", {"--before", "2025-11-20 04:30"}).err, HasSubstr("o andan önce"));
+    EXPECT_THAT(undelete("Şükrü O'Hara", {"--before", "dün"}).err, HasSubstr("gibi bir an olmalı"));
+    EXPECT_EQ(undelete("Şükrü O'Hara", {"--before", "2025-13-40 99:99"}).code, 1);
+    EXPECT_EQ(counts(), "2|1|1\n");
+    const Outcome first = undelete("Şükrü O'Hara", {"--before", "2025-11-21 05:00"});
+    ASSERT_EQ(first.code, 0) << first.err;
+    EXPECT_THAT(first.out, HasSubstr("0 cari, 2 sıkım geri geldi"));
+    EXPECT_EQ(counts(), "2|3|3\n");
+    EXPECT_EQ(undelete("Şükrü O'Hara", {"--before", "2025-11-21 05:00"}).code, 1);
+    EXPECT_EQ(counts(), "2|3|3\n");
 }
 
 TEST_F(Undeleting, refusesWhoWasNotDeletedAndWhoMayNot)
