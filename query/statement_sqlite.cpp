@@ -71,7 +71,7 @@ class Run : private Catalogue {
 public:
     Run(jet::Database& database, bool english, bool writing, const Parameters& parameters)
         : database_(database), parameters_(parameters), setting_{database.collation(), english},
-          connection_(connectionInMemory()), tables_(connection_.get(), writing)
+          connection_(connectionInMemory()), tables_(connection_.get(), setting_.order, writing)
     {
         addFunctions(connection_.get(), setting_);
     }

@@ -145,10 +145,11 @@ template <class Values> std::uint64_t hashOf(const Values& values)
     return RowsByKey::hashOf({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
-bool isRemembered(const jet::Column& column)
+/// Texts only where the column's own letters are those of the query: equal means the same to both then.
+bool isRemembered(const jet::Column& column, jet::Collation order)
 {
     return (jet::isNumber(column.type) && column.type != ColumnType::numeric) || column.type == ColumnType::dateTime ||
-           (column.type == ColumnType::text && jet::hasWeights(column.collation));
+           (column.type == ColumnType::text && column.collation == order && jet::hasWeights(order));
 }
 
 } // namespace
@@ -368,7 +369,7 @@ struct VirtualTables::Hooks {
             const jet::Index& each = table.indexes()[index];
             const std::size_t column = each.columns.front().column;
             const jet::Column& leading = table.columns()[column];
-            if (!isRemembered(leading)) continue; // the same kinds have a sure order in an index
+            if (!isRemembered(leading, shared.owner.order_)) continue; // the same kinds have a sure order in an index
             std::optional<int> low, high;
             for (int i = 0; i < info->nConstraint; ++i) {
                 if (!usable(i, column)) continue;
@@ -387,7 +388,8 @@ struct VirtualTables::Hooks {
             if (column < 0 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
             const auto place = static_cast<std::size_t>(column);
             if (place >= table.columns().size()) continue;
-            if (usable(i, place) && isRemembered(table.columns()[place])) take(Way::memory, place, {i}, memoryCost);
+            if (usable(i, place) && isRemembered(table.columns()[place], shared.owner.order_))
+                take(Way::memory, place, {i}, memoryCost);
         }
         return SQLITE_OK;
     }
@@ -428,8 +430,8 @@ struct VirtualTables::Hooks {
             } else if (way == Way::memory) {
                 cursor.rows = shared.rowsBy(place, values[0]);
                 cursor.soughtColumn = place;
-                if ((*cursor.columns)[place].type == ColumnType::text &&
-                    shared.hashFor((*cursor.columns)[place], values[0]))
+                if (!cursor.rows && (*cursor.columns)[place].type == ColumnType::text &&
+                    sqlite3_value_type(values[0]) == SQLITE_TEXT)
                     cursor.sought = shared.lastKey;
             }
             if (!cursor.rows && shared.owner.writing_) {
@@ -561,7 +563,8 @@ struct VirtualTables::Hooks {
     }
 };
 
-VirtualTables::VirtualTables(sqlite3* connection, bool writing) : connection_(connection), writing_(writing)
+VirtualTables::VirtualTables(sqlite3* connection, jet::Collation order, bool writing)
+    : connection_(connection), order_(order), writing_(writing)
 {
     if (sqlite3_create_module_v2(connection, "access", &Hooks::module(), this, nullptr) != SQLITE_OK)
         throw files::Error(files::Fault::disk,

@@ -25,8 +25,9 @@ namespace query {
 /// that column when they are looked for a second time: some 40 bytes each.
 class VirtualTables {
 public:
-    /// Both live as long as this. `writing`: rows are found before any is changed.
-    VirtualTables(sqlite3* connection, bool writing);
+    /// The connection lives as long as this. `order`: that of the connection's texts. `writing`: rows are found before
+    /// any is changed.
+    VirtualTables(sqlite3* connection, jet::Collation order, bool writing);
     VirtualTables(const VirtualTables&) = delete;
     VirtualTables& operator=(const VirtualTables&) = delete;
 
@@ -49,6 +50,7 @@ private:
     bool assigns(const jet::Column& column, sqlite3_value* given) const;
 
     sqlite3* connection_;
+    jet::Collation order_;
     bool writing_;
     std::set<std::u16string> named_;
     std::uint64_t changed_ = 0;

@@ -309,8 +309,6 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     // Cut off behind the rows that go up, the file must not know its place any more: it would take them in as
     // another's.
     if (standing == Standing::atTheEnd) {
-        requireWideColumns(database->table(mill::Cari::table), customers());
-        requireWideColumns(database->table(mill::Hareket::table), pressings());
         jet::Transaction leaving(database->pager());
         takePlaceAway(*database);
         leaving.commit();

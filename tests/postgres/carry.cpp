@@ -172,7 +172,7 @@ TEST_F(Carry, goesOnWithTheFileThatItHadBegun)
     constexpr int rows = 6000;
     fill([this](auto table, const auto& lines) { store(table, lines); }, rows);
     ASSERT_EQ(toServer().code, 0);
-    int killed = 0;
+    int begun = 0;
     const auto made = [&] { return std::filesystem::exists(path("geri.mdb")); };
     // The first kill comes before the first word to the server: a quick machine is through in a tenth of a second.
     for (double seconds = 0.005; !made() && seconds < 60; seconds *= 1.15) {
@@ -180,12 +180,13 @@ TEST_F(Carry, goesOnWithTheFileThatItHadBegun)
                                   .arguments = {"-s", "KILL", std::to_string(seconds), PRESVA_MDB, "from-server",
                                                 std::filesystem::path(file()).parent_path(), path("geri.mdb")},
                                   .environment = {{"LC_ALL", "C"}, {"PGPASSWORD", "sahip"}}});
-        killed += last.code != 0;
+        begun += last.code != 0 && std::filesystem::exists(path("geri.mdb.aktarim"));
         // A kill may come between the file's name and the program's end: the file is whole then, too.
         EXPECT_TRUE(made() || last.code != 0) << last.err;
     }
     ASSERT_TRUE(made());
-    EXPECT_GT(killed, 0) << "nothing was tried";
+    EXPECT_GT(begun, 0) << "there was nothing to go on with";
+    std::printf("%d transfers left a file behind them\n", begun);
     EXPECT_THAT(rowsOf(path("geri.mdb"), Cari::table), UnorderedElementsAreArray(rowsOf(file(), Cari::table)));
     EXPECT_EQ(rowsOf(path("geri.mdb"), Hareket::table).size(), std::size_t{rows});
 }

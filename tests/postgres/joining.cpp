@@ -22,6 +22,26 @@ protected:
         std::filesystem::remove(file());
         mill::createDatabase(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000});
     }
+    /// A file of numbers and texts shorter than the program's own takes its place.
+    void makeNarrow() const
+    {
+        std::filesystem::remove(file());
+        jet::Database::create(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000},
+                              [](jet::Database& database) {
+                                  using jet::ColumnType;
+                                  database.createTable(u"Cari",
+                                                       {{u"Unvan", ColumnType::text, 50},
+                                                        {u"Yuzde", ColumnType::singleFloat},
+                                                        {u"Kap", ColumnType::text, 50},
+                                                        {u"Nakit", ColumnType::currency}},
+                                                       {}, jet::DateTime{45000});
+                                  std::vector<jet::NewColumn> journal = {{u"Tarih", ColumnType::dateTime}};
+                                  for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"})
+                                      journal.push_back({name, ColumnType::doubleFloat});
+                                  journal.push_back({u"CariHar", ColumnType::text, 50});
+                                  database.createTable(u"Hareket", journal, {}, jet::DateTime{45000});
+                              });
+    }
     static std::optional<postgres::Place> placeOf(const std::string& file)
     {
         return postgres::placeIn(*jet::Database::open(platform::systemDisk(), file, jet::Pager::Mode::readOnly));
@@ -270,22 +290,7 @@ TEST_F(Joining, keepsRegistersAndCopiesOfOneNameApart)
 
 TEST_F(Joining, givesAFileOfNarrowColumnsTheRoadToANewOne)
 {
-    std::filesystem::remove(file());
-    jet::Database::create(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000},
-                          [](jet::Database& database) {
-                              using jet::ColumnType;
-                              database.createTable(u"Cari",
-                                                   {{u"Unvan", ColumnType::text, 50},
-                                                    {u"Yuzde", ColumnType::singleFloat},
-                                                    {u"Kap", ColumnType::text, 50},
-                                                    {u"Nakit", ColumnType::currency}},
-                                                   {}, jet::DateTime{45000});
-                              std::vector<jet::NewColumn> journal = {{u"Tarih", ColumnType::dateTime}};
-                              for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"})
-                                  journal.push_back({name, ColumnType::doubleFloat});
-                              journal.push_back({u"CariHar", ColumnType::text, 50});
-                              database.createTable(u"Hareket", journal, {}, jet::DateTime{45000});
-                          });
+    makeNarrow();
     store(Cari::table, {{u"Ali", 12.5F, jet::Null{}, jet::Currency{1234567}}});
     store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982, u"Ali")});
     for (int i = 0; i < 2; ++i) {
@@ -300,6 +305,26 @@ TEST_F(Joining, givesAFileOfNarrowColumnsTheRoadToANewOne)
     EXPECT_EQ(rowsOf(path("geri.mdb"), Hareket::table).size(), 2U);
     EXPECT_EQ(rowsOf(path("geri.mdb"), Cari::table),
               (std::vector<std::vector<jet::Value>>{{u"Ali", 12.5, jet::Null{}, 123.4567}}));
+}
+
+TEST_F(Joining, aFileWhoseColumnsBecameNarrowBringsItsRowsAllTheSame)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    ASSERT_EQ(toServer().code, 0);
+    const postgres::Place place = *placeOf(file());
+    makeNarrow();
+    {
+        const auto open = jet::Database::open(platform::systemDisk(), file());
+        jet::Transaction change(open->pager());
+        postgres::putPlace(*open, place, jet::DateTime{45000});
+        change.commit();
+    }
+    store(Cari::table, {{u"Ali", 12.5F, jet::Null{}, jet::Currency{0}}});
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    const Outcome refused = toServer({"--merge", "yes"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.err, HasSubstr("Dosyadaki satırlar deftere girdi"));
+    EXPECT_EQ(counts(), "1|1|1\n");
 }
 
 TEST_F(Joining, isNotHeldUpByTheServersWayOfWritingDates)
