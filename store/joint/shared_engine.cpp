@@ -442,7 +442,18 @@ private:
         } else if (isOwn) {
             file_.erase(engine_.notes_, own->row);
             engine_.drop(identity);
+            if (!line.before.empty()) wasDoneBefore(objectIn(line.before), objectIn(line.after));
         }
+    }
+
+    /// The file knew nothing of it any more, and this counter entered it once more: what others have changed since came
+    /// in before that, or was passed over for its sake. `customer` is what the register has now.
+    void wasDoneBefore(const QJsonObject& change, const QJsonObject& customer)
+    {
+        const QString kind = change[u"ne"_s].toString();
+        if (kind == pressingComes) removePressing(change);
+        if (kind == customerTerms || kind == customerGoes)
+            putCustomer(change[customerColumns[Cari::Unvan]].toString(), customer, {});
     }
 
     void addPressing(const QJsonObject& row)
@@ -465,7 +476,10 @@ private:
 
     static FieldValue valueIn(const QJsonObject& row, int field)
     {
-        const FieldValue value = read(row[pressingColumns[field]]);
+        const QJsonValue given = row[pressingColumns[field]];
+        // A change names its numbers with all their digits.
+        const bool isNumber = given.isString() && field != Hareket::CariHar;
+        const FieldValue value = isNumber ? FieldValue(given.toString().toDouble()) : read(given);
         return field == Hareket::Tarih && value.number() ? FieldValue(store::DateDays{*value.number()}) : value;
     }
 

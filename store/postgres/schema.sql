@@ -319,3 +319,31 @@ end
 $$;
 revoke execute on function presva.islet(text, text, jsonb) from public;
 grant execute on function presva.islet(text, text, jsonb) to presva_sayac;
+
+-- version 4
+
+-- What was done before is answered with what stands there now: the counter that brings it once more has taken it for new,
+-- and what others have changed since is behind it in the history.
+create or replace function presva.islet(defter text, sayan text, isler jsonb) returns void
+    language plpgsql security definer set search_path = pg_catalog, presva, pg_temp as
+$$
+declare
+    bir jsonb;
+begin
+    perform pg_advisory_xact_lock(20011207);
+    perform set_config('presva.giren', sayan, true);
+    for bir in select jsonb_array_elements(isler) loop
+        if exists (select from islenen i where i.kimlik = (bir ->> 'kimlik')::uuid
+                                           and (i.ozet = md5(bir::text) or bir ->> 'ne' = 'cari')) then
+            perform set_config('presva.kimlik', bir ->> 'kimlik', true);
+            insert into gecmis (sayac, tablo, ne, satir, eski, yeni)
+                values (defter, 'is', 'VARDI', 0, bir,
+                        (select to_jsonb(c) - array['unvan_sira', 'unvan_kucuk'] from cari c
+                         where c.sayac = defter and c.unvan = bir ->> 'unvan'));
+        else
+            perform islet_sirayla(defter, sayan, jsonb_build_array(bir));
+        end if;
+    end loop;
+    perform pg_notify('presva', '');
+end
+$$;

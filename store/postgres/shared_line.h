@@ -17,8 +17,8 @@ struct HistoryLine {
     std::string mark;     ///< when it was written
     std::string identity; ///< of the change that wrote it; empty: no counter brought it
     std::string table;    ///< cari, hareket; is: a change of a counter ends here
-    std::string before;   ///< the row as JSON; empty where it is new
-    std::string after;    ///< empty where it is gone
+    std::string before;   ///< the row as JSON, empty where it is new; of a change that was done before: the change
+    std::string after;    ///< empty where it is gone; of a change that was done before: its customer's row
 };
 
 /// A change as presva.islet takes it.

@@ -177,7 +177,40 @@ private slots:
         again.road.recover();
         QVERIFY(!again.notes.open());
         QVERIFY(again.until([&] { return again.shared().waiting().empty(); }));
-        QCOMPARE(mill->sql("select count(*) from presva.hareket"), u"0\n"_s);
+        QVERIFY(again.settled(mill->historyEnd()));
+        for (const QString& table : {mill::journalTable, mill::customerTable})
+            QCOMPARE(rowsIn(again.engine(), table), QStringList());
+        QCOMPARE(mill->sql("select (select count(*) from presva.cari), count(*) from presva.hareket"), u"0|0\n"_s);
+    }
+
+    void oneThatIsBookedOnceMoreChangesNothingThatAnotherHasDoneSince_data()
+    {
+        addCases<bool>("bookedFirst", {{"the slip is asked for first", true}, {"the history comes first", false}});
+    }
+    void oneThatIsBookedOnceMoreChangesNothingThatAnotherHasDoneSince()
+    {
+        QFETCH(const bool, bookedFirst);
+        printOne();
+        SharedCounter other(mill->folder(2));
+        QVERIFY(other.settled(mill->historyEnd()));
+        other.erase(u"Ali"_s);
+        QVERIFY(other.press(u"Ali"_s, 100, u"15"_s));
+        QVERIFY(other.until([&] { return other.shared().waiting().empty(); }));
+        QVERIFY(other.settled(mill->historyEnd()));
+        putBack(folder);
+        SlipCounter again(folder, printer, false);
+        if (bookedFirst) again.road.recover();
+        again.connect();
+        QVERIFY(again.settled(mill->historyEnd()));
+        if (!bookedFirst) {
+            again.road.recover();
+            QVERIFY(again.until([&] { return again.shared().waiting().empty(); }));
+            QVERIFY(again.settled(mill->historyEnd()));
+        }
+        QVERIFY(other.settled(mill->historyEnd()));
+        for (const QString& table : {mill::journalTable, mill::customerTable})
+            QCOMPARE(rowsIn(again.engine(), table), rowsIn(other.engine(), table));
+        QCOMPARE(mill->sql("select yuzde from presva.cari"), u"15\n"_s);
     }
 
     void twoSlipsAreTwoThoughEverythingOfThemIsEqual()
