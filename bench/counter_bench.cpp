@@ -27,6 +27,7 @@
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
@@ -42,7 +43,6 @@
 #include <fcntl.h>
 #include <map>
 #include <optional>
-#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -88,6 +88,7 @@ Span percentile(const std::vector<Span>& spans, double part)
 {
     const auto of = [&](double Span::*member) {
         std::vector<double> values;
+        values.reserve(spans.size());
         for (const Span& span : spans) values.push_back(span.*member);
         std::sort(values.begin(), values.end());
         return values[std::min(static_cast<std::size_t>(part * static_cast<double>(values.size())), values.size() - 1)];
@@ -287,6 +288,7 @@ void printSlips(app::Form1& form)
     report("first-slip", finger.tap(form.YazCmd[0]));
     constexpr int others = 9;
     std::vector<Span> slips;
+    slips.reserve(others);
     for (int i = 0; i < others; ++i) slips.push_back(finger.tap(form.YazCmd[0]));
     report("slip-median", percentile(slips, 0.5));
     report("slip-most", percentile(slips, 1));
@@ -371,6 +373,16 @@ enum class Measured { start, day, besideOthers, lookedAt, dialogs };
 
 /// As long as somebody takes who looks at the window before he touches it.
 constexpr int firstLook = 2000; // milliseconds
+
+/// The most memory that this program has had, in MB; without what its parent had when it was started.
+double mostMemory()
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly)) return 0;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith("VmHWM:")) return line.sliced(6).simplified().split(' ').front().toDouble() / 1024;
+    return 0;
+}
 
 /// One life of the screen, which was asked for at that moment.
 int measure(int argc, char** argv, const QString& folder, qint64 started, Measured measured)
@@ -465,9 +477,7 @@ int measure(int argc, char** argv, const QString& folder, qint64 started, Measur
         report("arrived", arriving.read());
     }
 
-    rusage usage{};
-    ::getrusage(RUSAGE_SELF, &usage);
-    std::printf("memory %.1f 0\n", static_cast<double>(usage.ru_maxrss) / 1024);
+    std::printf("memory %.1f 0\n", mostMemory());
     return 0;
 }
 
