@@ -53,41 +53,58 @@ const PowerCutDisk::Image& newMill()
 }
 
 /// A mill that has gone on since its copy was made.
-void arrange(PowerCutDisk& disk)
-{
-    disk.put(database, newMill());
-    disk.put(copy, oldMill());
-}
+struct MillWithACopy {
+    MillWithACopy()
+    {
+        disk.put(database, newMill());
+        disk.put(copy, oldMill());
+    }
+    store::Restored restore() { return store::restoreCopy(disk, directory, "2025-11-20", now); }
+    /// The copy is in the place of the database, which is kept aside.
+    void expectRestored(const PowerCutDisk::Image& kept) const
+    {
+        ASSERT_EQ(disk.content(database), oldMill());
+        ASSERT_EQ(disk.content(aside), kept);
+    }
+    /// A database that was cut off is no obstacle.
+    void expectAWreckKept()
+    {
+        PowerCutDisk::Image cut = newMill();
+        cut.resize(cut.size() - 1000);
+        disk.put(database, cut);
+        restore();
+        expectRestored(cut);
+    }
+    void expectNothingDone() const
+    {
+        ASSERT_EQ(disk.content(database), newMill());
+        ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
+    }
+    PowerCutDisk disk;
+};
 
 const RowTable<std::string> restoreWanted = {
     {"by name", "Yag-2025-11-20.mdb"},
     {"by date", "2025-11-20"},
 };
 
-TABLE_SUITE(RestoreWanted, std::string, restoreWanted);
+TABLE_SUITE_WITH(RestoreWanted, MillWithACopy, std::string, restoreWanted);
 
 TEST_P(RestoreWanted, theCopyTakesThePlaceAndTheOldFileStays)
 {
-    const std::string& wanted = row();
-    PowerCutDisk disk;
-    arrange(disk);
-    const store::Restored done = store::restoreCopy(disk, directory, wanted, now);
+    const store::Restored done = store::restoreCopy(disk, directory, row(), now);
     ASSERT_TRUE(done.database == database && done.aside == aside && !done.slipOpen);
-    ASSERT_EQ(disk.content(database), oldMill());
-    ASSERT_EQ(disk.content(aside), newMill());
+    expectRestored(newMill());
     ASSERT_EQ(disk.content(copy), oldMill());
     ASSERT_FALSE(disk.has("degirmen/Yag.mdb.part"));
 }
 
-struct RestoredMill : testing::Test {
-    RestoredMill() { arrange(disk); }
-    PowerCutDisk disk;
-};
+struct RestoredMill : testing::Test, MillWithACopy {};
 
 TEST_F(RestoredMill, aSecondRestoreInTheSameSecondKeepsBothFiles)
 {
-    store::restoreCopy(disk, directory, "2025-11-20", now);
-    const auto second = store::restoreCopy(disk, directory, "2025-11-20", now).aside;
+    restore();
+    const auto second = restore().aside;
     ASSERT_NE(second, aside);
     ASSERT_EQ(disk.content(aside), newMill());
     ASSERT_EQ(disk.content(second), oldMill());
@@ -120,29 +137,26 @@ TEST_F(RestoredMill, atEveryPowerCutTheDatabaseIsTheOldOrTheNewOne)
             ASSERT_EQ(after->content(database), oldMill());
         }
     };
-    store::restoreCopy(disk, directory, "2025-11-20", now);
+    restore();
     ASSERT_TRUE(old > 0 && restored > 0 && old + restored == cuts);
 }
 
-TEST(Restore, anyFailureOfTheDiskLeavesTheOldDatabase)
+TEST_F(RestoredMill, staysTheOldOneAtAnyFailureOfTheDisk)
 {
-    PowerCutDisk counting;
-    arrange(counting);
-    store::restoreCopy(counting, directory, "2025-11-20", now);
+    restore();
     // The last two changes are the name and its sync: a failure of that sync comes too late.
-    for (int failing = 1; failing < counting.changes(); ++failing) {
-        PowerCutDisk disk;
-        arrange(disk);
-        disk.failing = {failing};
-        ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, "2025-11-20", now); }), Fault::disk);
-        ASSERT_EQ(disk.content(database), newMill());
+    for (int failing = 1; failing < disk.changes(); ++failing) {
+        MillWithACopy again;
+        again.disk.failing = {failing};
+        ASSERT_EQ(faultOf([&] { again.restore(); }), Fault::disk);
+        ASSERT_EQ(again.disk.content(database), newMill());
     }
 }
 
 TEST_F(RestoredMill, aRunningProgramIsLeftAlone)
 {
     const auto running = Database::open(disk, database);
-    ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, "2025-11-20", now); }), Fault::inUse);
+    ASSERT_EQ(faultOf([&] { restore(); }), Fault::inUse);
     ASSERT_EQ(disk.content(database), newMill());
     ASSERT_FALSE(disk.has(aside));
 }
@@ -207,26 +221,20 @@ const RowTable<ContentOf> restoreDamagedCopy = {
     {"with covered pages", coveredMill},
 };
 
-TABLE_SUITE(RestoreDamagedCopy, ContentOf, restoreDamagedCopy);
+TABLE_SUITE_WITH(RestoreDamagedCopy, MillWithACopy, ContentOf, restoreDamagedCopy);
 
 TEST_P(RestoreDamagedCopy, aDamagedCopyReplacesNothing)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     disk.put(copy, row()());
-    ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, "2025-11-20", now); }), Fault::damaged);
-    ASSERT_EQ(disk.content(database), newMill());
-    ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
+    ASSERT_EQ(faultOf([&] { restore(); }), Fault::damaged);
+    expectNothingDone();
 }
 
-TEST(Restore, aProtectedDatabaseGivesWayToTheCopy)
+TEST_F(RestoredMill, aProtectedDatabaseGivesWayToTheCopy)
 {
-    PowerCutDisk disk;
-    arrange(disk);
     disk.put(database, coveredMill());
-    store::restoreCopy(disk, directory, "2025-11-20", now);
-    ASSERT_EQ(disk.content(database), oldMill());
-    ASSERT_EQ(disk.content(aside), coveredMill());
+    restore();
+    expectRestored(coveredMill());
 }
 
 const RowTable<std::string> restoreUnknownCopy = {
@@ -235,14 +243,11 @@ const RowTable<std::string> restoreUnknownCopy = {
     {"nothing", ""},
 };
 
-TABLE_SUITE(RestoreUnknownCopy, std::string, restoreUnknownCopy);
+TABLE_SUITE_WITH(RestoreUnknownCopy, MillWithACopy, std::string, restoreUnknownCopy);
 
 TEST_P(RestoreUnknownCopy, anUnknownCopyIsRefused)
 {
-    const std::string& wanted = row();
-    PowerCutDisk disk;
-    arrange(disk);
-    ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, wanted, now); }), Fault::notFound);
+    ASSERT_EQ(faultOf([&] { store::restoreCopy(disk, directory, row(), now); }), Fault::notFound);
     ASSERT_EQ(disk.content(database), newMill());
 }
 
@@ -270,15 +275,7 @@ TEST_F(RestoredMill, aJournalOfACrashIsAppliedToTheFileThatIsKept)
     ASSERT_FALSE(crashed->has(journal));
 }
 
-TEST_F(RestoredMill, aFileThatCannotBeOpenedIsKeptAsItIs)
-{
-    PowerCutDisk::Image cut = newMill();
-    cut.resize(cut.size() - 1000);
-    disk.put(database, cut);
-    store::restoreCopy(disk, directory, "2025-11-20", now);
-    ASSERT_EQ(disk.content(database), oldMill());
-    ASSERT_EQ(disk.content(aside), cut);
-}
+TEST_F(RestoredMill, aFileThatCannotBeOpenedIsKeptAsItIs) { expectAWreckKept(); }
 
 /// The same where no open file gives its name away.
 struct MillOfKeptNames : RestoredMill {
@@ -295,8 +292,7 @@ TEST_F(MillOfKeptNames, theCopyTakesThePlaceAndNobodyGetsHoldOfTheOldFile)
     });
     ASSERT_EQ(announced, 1);
     ASSERT_EQ(done.aside, aside);
-    ASSERT_EQ(disk.content(database), oldMill());
-    ASSERT_EQ(disk.content(aside), newMill());
+    expectRestored(newMill());
 }
 
 TEST_F(MillOfKeptNames, atEveryMomentTheDatabaseIsTheOldOrTheNewOne)
@@ -307,7 +303,7 @@ TEST_F(MillOfKeptNames, atEveryMomentTheDatabaseIsTheOldOrTheNewOne)
         ASSERT_TRUE(disk.has(database));
         ASSERT_TRUE(disk.content(database) == newMill() || disk.content(database) == oldMill());
     };
-    store::restoreCopy(disk, directory, "2025-11-20", now);
+    restore();
     ASSERT_GT(looks, 5);
 }
 
@@ -321,24 +317,15 @@ TEST_F(MillOfKeptNames, aFileThatSomebodyKeepsOpenStaysAndNothingIsAnnounced)
               }),
               Fault::inUse);
     ASSERT_FALSE(announced);
-    ASSERT_EQ(disk.content(database), newMill());
-    ASSERT_TRUE(!disk.has(aside) && !disk.has("degirmen/Yag.mdb.part"));
+    expectNothingDone();
 }
 
-TEST_F(MillOfKeptNames, aFileThatCannotBeOpenedIsKeptAsItIs)
-{
-    PowerCutDisk::Image cut = newMill();
-    cut.resize(cut.size() - 1000);
-    disk.put(database, cut);
-    store::restoreCopy(disk, directory, "2025-11-20", now);
-    ASSERT_EQ(disk.content(database), oldMill());
-    ASSERT_EQ(disk.content(aside), cut);
-}
+TEST_F(MillOfKeptNames, aFileThatCannotBeOpenedIsKeptAsItIs) { expectAWreckKept(); }
 
 TEST_F(RestoredMill, anOpenSlipIsToldAndStays)
 {
     disk.put("degirmen/Yag.mdb-slip", {1, 2, 3});
-    ASSERT_TRUE(store::restoreCopy(disk, directory, "2025-11-20", now).slipOpen);
+    ASSERT_TRUE(restore().slipOpen);
     ASSERT_TRUE(disk.has("degirmen/Yag.mdb-slip"));
 }
 

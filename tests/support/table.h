@@ -47,4 +47,8 @@ struct NumberedRowName {
 #define TABLE_SUITE(Suite, Row, table)                                                                                 \
     class Suite : public TableTest<Row> {};                                                                            \
     INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(table), RowName())
+/// The same with all that Base has, for tests that want more than their row.
+#define TABLE_SUITE_WITH(Suite, Base, Row, table)                                                                      \
+    class Suite : public TableTest<Row>, protected Base {};                                                            \
+    INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(table), RowName())
 // NOLINTEND(bugprone-macro-parentheses)

@@ -222,7 +222,7 @@ const RowTable<WholeDatabaseRow> wholeDatabase = {
     {"workbooks", {{"--format", "xlsx"}, {"A_B (2).xlsx", "A_B.xlsx", "Cari.xlsx", "Hareket.xlsx"}}},
 };
 
-TOOL_SUITE(WholeDatabase, Tool, WholeDatabaseRow, wholeDatabase);
+TABLE_SUITE_WITH(WholeDatabase, Tool, WholeDatabaseRow, wholeDatabase);
 
 TEST_P(WholeDatabase, becomesAFolderOfFilesAndReplacesNone)
 {
@@ -279,7 +279,7 @@ const RowTable<Arguments> exportMisuse = {
     {"unknown option", {"Cari", "--to", "x.csv"}},
 };
 
-TOOL_SUITE(ExportMisuse, Tool, Arguments, exportMisuse);
+TABLE_SUITE_WITH(ExportMisuse, Tool, Arguments, exportMisuse);
 
 TEST_P(ExportMisuse, isOneLineAndWritesNothing)
 {

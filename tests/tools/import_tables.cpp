@@ -52,7 +52,7 @@ const RowTable<EncodingRow> importEncodings = {
     {"857 named", {"CP857", "", {"--encoding", "857"}}},
 };
 
-TOOL_SUITE(ImportEncodings, ImportTables, EncodingRow, importEncodings);
+TABLE_SUITE_WITH(ImportEncodings, ImportTables, EncodingRow, importEncodings);
 
 TEST_P(ImportEncodings, anExportComesBackFromEveryEncoding)
 {
@@ -123,7 +123,7 @@ const RowTable<WrittenRow> importWritten = {
     {"exponents and signs", {"Zeytin,Yuzde\n1e+300,-0.5\n+7,1E-3\n", ",1e+300,,-0.5,,,\r\n,7,,0.001,,,\r\n"}},
 };
 
-TOOL_SUITE(ImportWritten, ImportTables, WrittenRow, importWritten);
+TABLE_SUITE_WITH(ImportWritten, ImportTables, WrittenRow, importWritten);
 
 TEST_P(ImportWritten, numbersAndDatesAreReadAsPeopleWriteThem)
 {
@@ -165,7 +165,7 @@ const RowTable<UndecidedRow> importUndecided = {
     {"groups of two", {"Zeytin;Yuzde\n1,5;12.34,5\n", {"2. satırı", "'12.34,5'"}}},
 };
 
-TOOL_SUITE(ImportUndecided, ImportTables, UndecidedRow, importUndecided);
+TABLE_SUITE_WITH(ImportUndecided, ImportTables, UndecidedRow, importUndecided);
 
 TEST_P(ImportUndecided, isAskedForOrNamedAndNothingIsLoaded)
 {

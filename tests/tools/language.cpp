@@ -27,7 +27,7 @@ const RowTable<LanguageRow> toolLanguage = {
     {"asked for Turkish", {{{"LC_ALL", "en_US"}}, {"--lang", "tr"}, false}},
 };
 
-TOOL_SUITE(ToolLanguage, Tool, LanguageRow, toolLanguage);
+TABLE_SUITE_WITH(ToolLanguage, Tool, LanguageRow, toolLanguage);
 
 TEST_P(ToolLanguage, isThatOfTheSettings)
 {
@@ -60,7 +60,7 @@ RowTable<std::string> englishHelpOf()
     return table;
 }
 
-TOOL_SUITE(EnglishHelpOf, Tool, std::string, englishHelpOf());
+TABLE_SUITE_WITH(EnglishHelpOf, Tool, std::string, englishHelpOf());
 
 TEST_P(EnglishHelpOf, hasNoTurkishInIt)
 {

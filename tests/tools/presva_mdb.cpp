@@ -38,7 +38,7 @@ RowTable<Arguments> presvaMdbHelp()
     return table;
 }
 
-TOOL_SUITE(PresvaMdbHelp, Tool, Arguments, presvaMdbHelp());
+TABLE_SUITE_WITH(PresvaMdbHelp, Tool, Arguments, presvaMdbHelp());
 
 TEST_P(PresvaMdbHelp, everyCommandHasHelp)
 {
@@ -61,7 +61,7 @@ const RowTable<Arguments> presvaMdbMisuse = {
     {"half an option", {"create", "x.mdb", "--collation"}},
 };
 
-TOOL_SUITE(PresvaMdbMisuse, Tool, Arguments, presvaMdbMisuse);
+TABLE_SUITE_WITH(PresvaMdbMisuse, Tool, Arguments, presvaMdbMisuse);
 
 TEST_P(PresvaMdbMisuse, misuseIsOneLineAndExitCodeOne)
 {
@@ -73,7 +73,7 @@ const RowTable<std::string> presvaMdbCreate = {
     {"General", "general"},
 };
 
-TOOL_SUITE(PresvaMdbCreate, Tool, std::string, presvaMdbCreate);
+TABLE_SUITE_WITH(PresvaMdbCreate, Tool, std::string, presvaMdbCreate);
 
 TEST_P(PresvaMdbCreate, createdDatabaseHasBothTablesInOrder)
 {
@@ -199,7 +199,7 @@ const RowTable<PresvaMdbImportRow> presvaMdbImport = {
     {"empty file", {"", "boş"}},
 };
 
-TOOL_SUITE(PresvaMdbImport, Tool, PresvaMdbImportRow, presvaMdbImport);
+TABLE_SUITE_WITH(PresvaMdbImport, Tool, PresvaMdbImportRow, presvaMdbImport);
 
 TEST_P(PresvaMdbImport, importLoadsAllRowsOrNone)
 {

@@ -255,7 +255,7 @@ const RowTable<Arguments> misuses = {
     {"no database", {PRESVA_MDB, "Sezon.html"}},
 };
 
-TOOL_SUITE(SeasonCommandMisuse, SeasonTool, Arguments, misuses);
+TABLE_SUITE_WITH(SeasonCommandMisuse, SeasonTool, Arguments, misuses);
 
 TEST_P(SeasonCommandMisuse, isOneSentenceAndNoPage) { EXPECT_THAT(season(row()), refuses(isOneLine(), "")); }
 

@@ -45,10 +45,3 @@ protected:
 private:
     TemporaryFolder folder_;
 };
-
-/// The suite of the tests over a table that run the program; Base is Tool, or what has more of it.
-// NOLINTBEGIN(bugprone-macro-parentheses): names and types take none
-#define TOOL_SUITE(Suite, Base, Row, table)                                                                            \
-    class Suite : public TableTest<Row>, protected Base {};                                                            \
-    INSTANTIATE_TEST_SUITE_P(, Suite, testing::ValuesIn(table), RowName())
-// NOLINTEND(bugprone-macro-parentheses)
