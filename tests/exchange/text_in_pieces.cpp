@@ -49,25 +49,20 @@ Records recordsOf(CsvReader& reader)
     return all;
 }
 
-class TextInPieces : public TableTest<std::string> {};
+const RowTable<std::string> textsInPieces = {
+    {"plain", "a,b\nc,d\n"},
+    {"without a last line end", "a,b\nc,d"},
+    {"carriage returns and line feeds", "a,b\r\nc,d\r\n\r\n\r\ne,f\r\n"},
+    {"carriage returns alone", "a,b\rc,d\r"},
+    {"quotes in quotes", "\"a\"\"b\",\"\"\"\"\r\n\"\",\"c\"\"\"\r\n"},
+    {"lines in quotes", "\"a\r\nb\",c\r\n\"d\n\n\",e\r\n"},
+    {"a mark in front", "\xEF\xBB\xBF\"a\",b\n"},
+    {"nothing", ""},
+    {"a mark alone", "\xEF\xBB\xBF"},
+    {"empty lines alone", "\r\n\n\r\n"},
+};
 
-RowTable<std::string> textsInPieces()
-{
-    return {
-        {"plain", "a,b\nc,d\n"},
-        {"without a last line end", "a,b\nc,d"},
-        {"carriage returns and line feeds", "a,b\r\nc,d\r\n\r\n\r\ne,f\r\n"},
-        {"carriage returns alone", "a,b\rc,d\r"},
-        {"quotes in quotes", "\"a\"\"b\",\"\"\"\"\r\n\"\",\"c\"\"\"\r\n"},
-        {"lines in quotes", "\"a\r\nb\",c\r\n\"d\n\n\",e\r\n"},
-        {"a mark in front", "\xEF\xBB\xBF\"a\",b\n"},
-        {"nothing", ""},
-        {"a mark alone", "\xEF\xBB\xBF"},
-        {"empty lines alone", "\r\n\n\r\n"},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, TextInPieces, testing::ValuesIn(textsInPieces()), RowName());
+TABLE_SUITE(TextInPieces, std::string, textsInPieces);
 
 TEST_P(TextInPieces, hasTheSameRecords)
 {
@@ -102,8 +97,6 @@ struct EncodedRow {
     Encoding encoding;
     std::string text;
 };
-class EncodedInPieces : public TableTest<EncodedRow> {};
-
 RowTable<EncodedRow> encodedTexts()
 {
     using namespace std::string_literals;
@@ -117,7 +110,7 @@ RowTable<EncodedRow> encodedTexts()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, EncodedInPieces, testing::ValuesIn(encodedTexts()), RowName());
+TABLE_SUITE(EncodedInPieces, EncodedRow, encodedTexts());
 
 TEST_P(EncodedInPieces, isFoundAndDecoded)
 {
@@ -143,8 +136,6 @@ struct BrokenRow {
     std::string bytes;
     Encoding encoding;
 };
-class BrokenInPieces : public TableTest<BrokenRow> {};
-
 RowTable<BrokenRow> brokenTexts()
 {
     using namespace std::string_literals;
@@ -167,7 +158,7 @@ RowTable<BrokenRow> brokenTexts()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, BrokenInPieces, testing::ValuesIn(brokenTexts()), RowName());
+TABLE_SUITE(BrokenInPieces, BrokenRow, brokenTexts());
 
 TEST_P(BrokenInPieces, isNamedWithItsLine)
 {

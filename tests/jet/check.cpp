@@ -10,6 +10,7 @@
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/sample_test.h"
 #include "tests/support/files.h"
@@ -362,9 +363,7 @@ TEST_P(CheckDamage, everyDamageIsNamed)
     const Damage& damage = row();
     Patient patient;
     {
-        Transaction change(patient.pager());
-        damage.inflict(patient);
-        change.commit();
+        committed(patient.pager(), [&] { damage.inflict(patient); });
     }
     patient.states.clear();
     patient.database.reset();

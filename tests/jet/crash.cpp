@@ -1,7 +1,7 @@
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/support/fault.h"
 #include "tests/support/text.h"
@@ -39,9 +39,7 @@ TEST(Crash, powerCutAtAnyMomentKeepsEveryAcknowledgedChange)
         const auto recovered = Database::open(*medium, file);
         const MixedWork::Rows rows = MixedWork::read(*recovered);
         ASSERT_TRUE(rows == before || rows == after) << "stop " << tried;
-        const CheckResult result = checkDatabase(*recovered);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        ASSERT_THAT(checkDatabase(*recovered), findsNothing());
     };
     while (tried < wanted && !HasFailure()) {
         after = before;
@@ -73,8 +71,7 @@ TEST(Crash, creatingADatabaseOrATableIsWholeOrNothing)
         const auto medium = disk.afterPowerCut(++luck);
         if (!medium->has(file)) return;
         const auto recovered = Database::open(*medium, file);
-        const CheckResult result = checkDatabase(*recovered);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+        ASSERT_THAT(checkDatabase(*recovered), findsNoFault());
         const auto tables = recovered->tableNames();
         ASSERT_TRUE(tables.empty() || tables == std::vector<std::u16string>{MixedWork::table});
         ++whole;
@@ -110,8 +107,7 @@ TEST(Crash, everyDiskFaultLeavesTheDatabaseWholeAndUsable)
             }
             ASSERT_EQ(MixedWork::read(*database), rows);
         }
-        const CheckResult result = checkDatabase(*database);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+        ASSERT_THAT(checkDatabase(*database), findsNoFault());
     }
 }
 

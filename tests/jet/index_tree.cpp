@@ -1,3 +1,4 @@
+#include "tests/jet/committed.h"
 #include "tests/jet/index_workbench.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
@@ -121,9 +122,7 @@ TEST_F(EmptyTree, bulkBuiltTreeHasTheBytesThatAccessWrites)
     }
     entries.emplace_back(Key{0xFF}, RowId{20, 0x39});
     entries.emplace_back(Key{0xFF}, RowId{20, 0x3A});
-    jet::Transaction change(*bench.pager);
-    ASSERT_EQ(bench.tree->rebuild(entries), 256u);
-    change.commit();
+    committed(*bench.pager, [&] { ASSERT_EQ(bench.tree->rebuild(entries), 256u); });
 
     const jet::IndexPage top(*bench.pager, root, table);
     ASSERT_FALSE(top.isLeaf());
@@ -264,9 +263,7 @@ TEST(IndexTree, foreignKeyMayTakeTheCommonPrefixAway)
         model.emplace(foreign, RowId{9, 9});
         ASSERT_EQ(firstFault(bench, model), "");
         ASSERT_EQ(levels(bench), 2);
-        jet::Transaction back(*bench.pager);
-        ASSERT_TRUE(bench.tree->erase(foreign, RowId{9, 9}));
-        back.commit();
+        committed(*bench.pager, [&] { ASSERT_TRUE(bench.tree->erase(foreign, RowId{9, 9})); });
         model.erase({foreign, RowId{9, 9}});
         ASSERT_EQ(firstFault(bench, model), "");
     }
@@ -308,9 +305,7 @@ TEST_F(EmptyTree, insertWithRoomChangesOnePage)
     for (std::int64_t i = 0; i < 5000; ++i) keys.push_back(longKey(i * 7919 % 5000 * 10));
     fill(bench, keys);
     const PowerCutDisk::Image before = bench.disk.content("a.mdb");
-    jet::Transaction change(*bench.pager);
-    bench.tree->insert(longKey(25005), RowId{9, 9});
-    change.commit();
+    committed(*bench.pager, [&] { bench.tree->insert(longKey(25005), RowId{9, 9}); });
     const PowerCutDisk::Image& after = bench.disk.content("a.mdb");
     ASSERT_EQ(after.size(), before.size());
     int changed = 0;
@@ -398,9 +393,7 @@ TEST_P(IndexTreeRebuild, rebuildMakesTheSameTree)
     }
     std::ranges::sort(sorted);
     for (int round = 0; round < 2; ++round) {
-        jet::Transaction change(*bench.pager);
-        ASSERT_EQ(bench.tree->rebuild(sorted), std::uint32_t((entries + 1) / 2));
-        change.commit();
+        committed(*bench.pager, [&] { ASSERT_EQ(bench.tree->rebuild(sorted), std::uint32_t((entries + 1) / 2)); });
         ASSERT_EQ(firstFault(bench, Model(sorted.begin(), sorted.end())), "");
     }
     // It is a tree to go on with.
@@ -426,9 +419,7 @@ TEST_F(EmptyTree, rebuildWorksOnAWreck)
     std::ranges::fill(child, std::uint8_t{0});
     child.back() = std::uint8_t(root.number());
     wreck.commit();
-    jet::Transaction repair(*bench.pager);
-    bench.tree->rebuild({model.begin(), model.end()});
-    repair.commit();
+    committed(*bench.pager, [&] { bench.tree->rebuild({model.begin(), model.end()}); });
     std::vector<std::string> faults, warnings;
     std::vector<PageNo> pages;
     bench.tree->check(faults, warnings, pages);

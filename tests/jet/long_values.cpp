@@ -1,11 +1,11 @@
 #include "platform/system_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/row_page_layout.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/fault.h"
@@ -161,9 +161,8 @@ TEST_F(LongValues, growAndShrinkInStepsUpToTheLongest)
     }
     replaceAndRead(longest, ++seed);
     {
-        const CheckResult result = checkDatabase(*Database::open(platform::systemDisk(), path, Pager::Mode::readOnly));
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        ASSERT_THAT(checkDatabase(*Database::open(platform::systemDisk(), path, Pager::Mode::readOnly)),
+                    findsNothing());
     }
     opened()->table(u"Notlar").erase(row);
     const auto database = opened();

@@ -1,9 +1,9 @@
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/database/header.h"
 #include "store/jet/format/doors.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/random_rows.h"
 #include "tests/support/bytes.h"
@@ -195,9 +195,7 @@ TEST_P(NewDatabaseOrder, aNewFileIsSound)
     ASSERT_EQ(database->codePage(), std::uint16_t(isTurkish ? 1254 : 1252));
     ASSERT_EQ(database->tableNames().size(), 0U);
     ASSERT_EQ(database->allTables().size(), 4U);
-    const jet::CheckResult result = jet::checkDatabase(*database);
-    ASSERT_TRUE(result.faults.empty()) << testing::PrintToString(result.faults);
-    ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+    ASSERT_THAT(jet::checkDatabase(*database), findsNothing());
 }
 
 /// Five kinds of furniture under an AutoNumber: a table as it stands in a real file, there on pages 37 (definition),

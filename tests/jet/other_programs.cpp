@@ -1,11 +1,11 @@
 // Other programs beside the engine: those that keep to its locks, those that know the lock file alone, and those that
 // know nothing.
 
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/session_layout.h"
 #include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
 #include "tests/support/fault.h"
@@ -62,9 +62,7 @@ protected:
     {
         database->pager().lookAround();
         ASSERT_TRUE(MixedWork::read(*database) == expected);
-        const CheckResult result = checkDatabase(*database);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        ASSERT_THAT(checkDatabase(*database), findsNothing());
     }
 
     PowerCutDisk disk;

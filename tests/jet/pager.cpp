@@ -133,9 +133,7 @@ TEST_F(OpenPager, innerTransactionJoinsTheOuterOne)
     {
         Transaction outer(pager);
         {
-            Transaction inner(pager);
-            fill(pager, 3, 1);
-            inner.commit();
+            committed(pager, [&] { fill(pager, 3, 1); });
         }
         ASSERT_TRUE(pager.inTransaction());
         ASSERT_EQ(disk.content(file)[3 * pageSize], 0);
@@ -202,9 +200,7 @@ TEST(Pager, closingRemovesTheJournal)
     PowerCutDisk disk(file, blankFile());
     {
         Pager pager(disk, file, Pager::Mode::readWrite);
-        Transaction change(pager);
-        fill(pager, 3, 1);
-        change.commit();
+        committed(pager, [&] { fill(pager, 3, 1); });
         ASSERT_TRUE(disk.has(journal));
     }
     ASSERT_FALSE(disk.has(journal));
@@ -475,9 +471,7 @@ TEST(Pager, fullDiskLeavesTheStateBefore)
         ASSERT_EQ(contentOf(pager), before);
         for (std::uint32_t luck = 0; luck < 20; ++luck) ASSERT_EQ(contentOf(*disk.afterPowerCut(luck)), before);
         disk.capacity.reset();
-        Transaction again(pager);
-        fill(pager, 3, 1);
-        again.commit();
+        committed(pager, [&] { fill(pager, 3, 1); });
         ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
         ASSERT_EQ(disk.content(file).size(), before.size());
     }
@@ -630,9 +624,7 @@ TEST(Pager, commitWaitsForReadersAndGivesUpWhole)
         ASSERT_EQ(disk.changes(), 0);
         ASSERT_EQ(contentOf(writer), before);
     }
-    Transaction change(writer);
-    fill(writer, 3, 1);
-    change.commit();
+    committed(writer, [&] { fill(writer, 3, 1); });
     ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
 }
 

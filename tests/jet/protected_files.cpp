@@ -1,11 +1,11 @@
 // Files that ask for a password and files whose pages are covered: read, and not written.
 
 #include "files/memory_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
 #include "store/jet/pages/page_code.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/protection.h"
 #include "tests/support/fault.h"
@@ -49,32 +49,26 @@ protected:
     Content before;
 };
 
-RowTable<Protected> protections()
-{
-    return {
-        {"a password", {protection::setPassword, "parolasız bir kopyası için: presva-mdb compact"}},
-        {"covered pages",
-         {[](Content& c) { protection::cover(c, 2321351155U); },
-          "kodlanmış; açık bir kopyası için: presva-mdb compact"}},
-        {"both",
-         {[](Content& c) {
-              protection::setPassword(c);
-              protection::cover(c, 1);
-          },
-          "kodlanmış; açık bir kopyası için: presva-mdb compact"}},
-    };
-}
+const RowTable<Protected> protections = {
+    {"a password", {protection::setPassword, "parolasız bir kopyası için: presva-mdb compact"}},
+    {"covered pages",
+     {[](Content& c) { protection::cover(c, 2321351155U); }, "kodlanmış; açık bir kopyası için: presva-mdb compact"}},
+    {"both",
+     {[](Content& c) {
+          protection::setPassword(c);
+          protection::cover(c, 1);
+      },
+      "kodlanmış; açık bir kopyası için: presva-mdb compact"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, ProtectedFile, testing::ValuesIn(protections()), RowName());
+INSTANTIATE_TEST_SUITE_P(, ProtectedFile, testing::ValuesIn(protections), RowName());
 
 TEST_P(ProtectedFile, isReadLikeAnyOther)
 {
     for (const Pager::Mode mode : {Pager::Mode::readOnly, Pager::Mode::readWrite}) {
         const auto database = Database::open(disk, file, mode);
         ASSERT_EQ(MixedWork::read(*database), rows);
-        const CheckResult result = checkDatabase(*database);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        ASSERT_THAT(checkDatabase(*database), findsNothing());
     }
     ASSERT_EQ(disk.content(file), before);
 }

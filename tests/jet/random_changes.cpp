@@ -1,4 +1,5 @@
 #include "store/jet/values/sort_key.h"
+#include "tests/jet/committed.h"
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/sample_test.h"
@@ -121,9 +122,7 @@ TEST_P(RandomChangesInOrder, aThousandChangesLeaveWhatTheModelHolds)
         jet::Table& table = database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);
         rows::Maker maker(seed);
         for (int round = 0; round < 10; ++round) {
-            jet::Transaction change(database->pager());
-            changeAtRandom(table, model, maker, 100);
-            change.commit();
+            committed(database->pager(), [&] { changeAtRandom(table, model, maker, 100); });
             ASSERT_EQ(modelOf(table), model);
             ASSERT_EQ(table.rowCount(), model.size());
         }
@@ -167,9 +166,7 @@ TEST(RandomChanges, mdbtoolsReadsWhatWasWritten)
     jet::Table& table = database->createTable(u"Deneme", rows::everyType(), rows::someIndexes(), rows::created);
     rows::Maker maker(4);
     Model model;
-    jet::Transaction change(database->pager());
-    changeAtRandom(table, model, maker, 500);
-    change.commit();
+    committed(database->pager(), [&] { changeAtRandom(table, model, maker, 500); });
     if (!mdbtools::runsHere) GTEST_SKIP() << "mdbtools does not run on this system";
     ASSERT_EQ(mdbtools::tables(file), std::vector<std::string>{"Deneme"});
     ASSERT_EQ(mdbtools::difference(file, table), "");

@@ -1,11 +1,11 @@
 // Relationships: what they refuse, and what they change and take along.
 
 #include "files/memory_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/property_block.h"
 #include "tests/jet/related_tables.h"
 #include "tests/jet/sample_test.h"
@@ -92,9 +92,7 @@ protected:
     void TearDown() override
     {
         if (!database) return;
-        const CheckResult result = checkDatabase(*database);
-        EXPECT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        EXPECT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        EXPECT_THAT(checkDatabase(*database), findsNothing());
     }
 
     files::MemoryDisk disk;
@@ -557,8 +555,7 @@ TEST_P(CascadeOnADisk, powerCutAtAnyMomentLeavesAllOrNothing)
                 ++whole;
                 ASSERT_EQ(found, after);
             }
-            const CheckResult result = checkDatabase(*recovered);
-            ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+            ASSERT_THAT(checkDatabase(*recovered), findsNoFault());
         };
         change(*victim);
         again.beforeEachChange = {};

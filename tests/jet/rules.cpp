@@ -594,8 +594,6 @@ TEST_F(RuledTable, aRuleGoesByTheOrderOfTheTablesTexts)
 struct UnreadablePropertiesRow {
     std::function<void(Bytes&)> damage;
 };
-class UnreadableProperties : public TableTest<UnreadablePropertiesRow> {};
-
 /// The parts of a block that says one thing of the column "A", behind the names.
 struct PropertyParts {
     explicit PropertyParts(Bytes& bytes)
@@ -642,7 +640,7 @@ RowTable<UnreadablePropertiesRow> unreadableProperties()
     };
 }
 
-INSTANTIATE_TEST_SUITE_P(, UnreadableProperties, testing::ValuesIn(unreadableProperties()), RowName());
+TABLE_SUITE(UnreadableProperties, UnreadablePropertiesRow, unreadableProperties());
 
 TEST_P(UnreadableProperties, refuseWritingAndAreNamedByTheCheck)
 {

@@ -1,3 +1,4 @@
+#include "tests/jet/committed.h"
 #include "tests/jet/index_workbench.h"
 #include "tests/support/table.h"
 
@@ -143,24 +144,18 @@ protected:
                 model_.emplace(key_, place);
             }
         ASSERT_GT(leaf.entries.size() * (keyLength + 4), jet::indexArea);
-        jet::Transaction change(*bench_.pager);
-        put(bench_, root, leaf);
-        change.commit();
+        committed(*bench_.pager, [&] { put(bench_, root, leaf); });
     }
     void insert(const Key& key, RowId place)
     {
-        jet::Transaction change(*bench_.pager);
-        bench_.tree->insert(key, place);
-        change.commit();
+        committed(*bench_.pager, [&] { bench_.tree->insert(key, place); });
         model_.emplace(key, place);
         ASSERT_EQ(firstFault(bench_, model_), "");
         ASSERT_EQ(entriesOfLeaves(bench_), entriesOf(model_));
     }
     void erase(std::pair<Key, RowId> entry)
     {
-        jet::Transaction change(*bench_.pager);
-        ASSERT_TRUE(bench_.tree->erase(entry.first, entry.second));
-        change.commit();
+        committed(*bench_.pager, [&] { ASSERT_TRUE(bench_.tree->erase(entry.first, entry.second)); });
         model_.erase(entry);
     }
 

@@ -254,21 +254,18 @@ struct FloodRow {
 
 class Flood : public ServerOnTheNet, public testing::WithParamInterface<NamedRow<FloodRow>> {};
 
-RowTable<FloodRow> floods()
-{
-    return {
-        {"one header of ten megabytes", {"GET / HTTP/1.1\r\nA: ", std::string(65536, 'a')}},
-        {"headers of ten megabytes", {"GET / HTTP/1.1\r\n", std::string(1000, 'a') + ": b\r\n"}},
-        {"address of ten megabytes", {"GET /", std::string(65536, 'a')}},
-        {"no line ends", {"", std::string(65536, '\0')}},
-        {"empty lines", {"", "\r\n"}},
-        {"body of ten megabytes", {"POST / HTTP/1.1\r\nContent-Length: 10000000\r\n\r\n", std::string(65536, 'a')}},
-        {"body without an end",
-         {"POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n", "ffff\r\n" + std::string(0xffff, 'a') + "\r\n"}},
-    };
-}
+const RowTable<FloodRow> floods = {
+    {"one header of ten megabytes", {"GET / HTTP/1.1\r\nA: ", std::string(65536, 'a')}},
+    {"headers of ten megabytes", {"GET / HTTP/1.1\r\n", std::string(1000, 'a') + ": b\r\n"}},
+    {"address of ten megabytes", {"GET /", std::string(65536, 'a')}},
+    {"no line ends", {"", std::string(65536, '\0')}},
+    {"empty lines", {"", "\r\n"}},
+    {"body of ten megabytes", {"POST / HTTP/1.1\r\nContent-Length: 10000000\r\n\r\n", std::string(65536, 'a')}},
+    {"body without an end",
+     {"POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n", "ffff\r\n" + std::string(0xffff, 'a') + "\r\n"}},
+};
 
-INSTANTIATE_TEST_SUITE_P(, Flood, testing::ValuesIn(floods()), RowName());
+INSTANTIATE_TEST_SUITE_P(, Flood, testing::ValuesIn(floods), RowName());
 
 TEST_P(Flood, isCutOffAndCostsNoMemory)
 {

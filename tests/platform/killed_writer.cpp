@@ -1,8 +1,8 @@
 #include "files/error.h"
 #include "files/memory_disk.h"
 #include "platform/system_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/support/files.h"
 #include "tests/support/temporary_folder.h"
@@ -91,8 +91,7 @@ TEST(KilledWriter, killedProcessLosesNothingThatItAcknowledged)
         const auto database = Database::open(platform::systemDisk(), file);
         const MixedWork::Rows found = MixedWork::read(*database);
         ASSERT_TRUE(found == rows || found == next) << "round " << round;
-        const CheckResult result = checkDatabase(*database);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
+        ASSERT_THAT(checkDatabase(*database), findsNoFault());
     }
     // Kills that came before the first change prove nothing.
     ASSERT_GT(acknowledged, static_cast<std::size_t>(kills()));

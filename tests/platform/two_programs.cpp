@@ -1,8 +1,8 @@
 // Two programs on one file: the engine, and one that knows nothing of it.
 
 #include "platform/system_disk.h"
-#include "store/jet/care/check.h"
 #include "store/jet/database/database.h"
+#include "tests/jet/check_result.h"
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/platform/plain_appender.h"
@@ -120,9 +120,7 @@ protected:
         ASSERT_TRUE(common(*database) == expected(count));
         ASSERT_TRUE(MixedWork::read(*database) == rows);
         ASSERT_EQ(database->table(u"Ortak").rowCount(), static_cast<std::uint32_t>(2 * count));
-        const CheckResult result = checkDatabase(*database);
-        ASSERT_TRUE(result.ok()) << testing::PrintToString(result.faults);
-        ASSERT_TRUE(result.warnings.empty()) << testing::PrintToString(result.warnings);
+        ASSERT_THAT(checkDatabase(*database), findsNothing());
         ASSERT_EQ(mdbtools::table(file, "Ortak").size(), static_cast<std::size_t>(2 * count + 1));
     }
 

@@ -42,22 +42,17 @@ struct SeasonRow {
     int year;
 };
 
-class SeasonOfAMoment : public TableTest<SeasonRow> {};
+const RowTable<SeasonRow> seasons = {
+    {"in autumn", {at(2025, 11, 20), 2025}},
+    {"after new year", {at(2026, 1, 2), 2025}},
+    {"last second", {at(2026, 6, 30, 23, 59, 59), 2025}},
+    {"first second", {at(2026, 7, 1, 0), 2026}},
+    {"last bits short of the first second", {std::nextafter(at(2026, 7, 1, 0), 0.0), 2026}},
+    {"before day zero", {at(1890, 11, 20), 1890}},
+    {"first of all", {at(100, 1, 1, 0), 99}},
+};
 
-RowTable<SeasonRow> seasons()
-{
-    return {
-        {"in autumn", {at(2025, 11, 20), 2025}},
-        {"after new year", {at(2026, 1, 2), 2025}},
-        {"last second", {at(2026, 6, 30, 23, 59, 59), 2025}},
-        {"first second", {at(2026, 7, 1, 0), 2026}},
-        {"last bits short of the first second", {std::nextafter(at(2026, 7, 1, 0), 0.0), 2026}},
-        {"before day zero", {at(1890, 11, 20), 1890}},
-        {"first of all", {at(100, 1, 1, 0), 99}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, SeasonOfAMoment, testing::ValuesIn(seasons()), RowName());
+TABLE_SUITE(SeasonOfAMoment, SeasonRow, seasons);
 
 TEST_P(SeasonOfAMoment, runsFromTheFirstOfJuly) { EXPECT_EQ(mill::seasonOf(row().moment), row().year); }
 
@@ -103,25 +98,20 @@ struct YieldRow {
     std::optional<std::size_t> bin; ///< none: unknown
 };
 
-class YieldOfAPressing : public TableTest<YieldRow> {};
+const RowTable<YieldRow> yields = {
+    {"a fifth", {1000, 200, 20}},
+    {"just below", {1000, 199.99, 19}},
+    {"hardly any", {1000, 1, 0}},
+    {"untouched nine tenths", {1000, 900, 60}},
+    {"sixty", {1000, 600, 60}},
+    {"just below sixty", {1000, 599.9, 59}},
+    {"more oil than a number holds of olives", {1e-300, 1e300, 60}},
+    {"no olives", {0, 5, {}}},
+    {"no oil", {100, 0, {}}},
+    {"taken back", {-100, -20, {}}},
+};
 
-RowTable<YieldRow> yields()
-{
-    return {
-        {"a fifth", {1000, 200, 20}},
-        {"just below", {1000, 199.99, 19}},
-        {"hardly any", {1000, 1, 0}},
-        {"untouched nine tenths", {1000, 900, 60}},
-        {"sixty", {1000, 600, 60}},
-        {"just below sixty", {1000, 599.9, 59}},
-        {"more oil than a number holds of olives", {1e-300, 1e300, 60}},
-        {"no olives", {0, 5, {}}},
-        {"no oil", {100, 0, {}}},
-        {"taken back", {-100, -20, {}}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, YieldOfAPressing, testing::ValuesIn(yields()), RowName());
+TABLE_SUITE(YieldOfAPressing, YieldRow, yields);
 
 TEST_P(YieldOfAPressing, isCountedByThePercent)
 {

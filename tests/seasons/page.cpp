@@ -33,26 +33,21 @@ struct NumberRow {
     std::string text;
 };
 
-class NumberText : public TableTest<NumberRow> {};
+const RowTable<NumberRow> numbers = {
+    {"nothing", {0, 0, "0"}},
+    {"three digits", {999, 0, "999"}},
+    {"four digits", {1000, 0, "1.000"}},
+    {"fraction", {1234567.891, 2, "1.234.567,89"}},
+    {"negative", {-1234.5, 2, "-1.234,50"}},
+    {"negative of three digits", {-123, 0, "-123"}},
+    {"nothing left of it", {-0.001, 2, "0,00"}},
+    {"rounds up into another group", {999999.999, 2, "1.000.000,00"}},
+    {"large", {1e21, 0, "1.000.000.000.000.000.000.000"}},
+    {"infinite", {HUGE_VAL, 2, "—"}},
+    {"none", {std::nan(""), 0, "—"}},
+};
 
-RowTable<NumberRow> numbers()
-{
-    return {
-        {"nothing", {0, 0, "0"}},
-        {"three digits", {999, 0, "999"}},
-        {"four digits", {1000, 0, "1.000"}},
-        {"fraction", {1234567.891, 2, "1.234.567,89"}},
-        {"negative", {-1234.5, 2, "-1.234,50"}},
-        {"negative of three digits", {-123, 0, "-123"}},
-        {"nothing left of it", {-0.001, 2, "0,00"}},
-        {"rounds up into another group", {999999.999, 2, "1.000.000,00"}},
-        {"large", {1e21, 0, "1.000.000.000.000.000.000.000"}},
-        {"infinite", {HUGE_VAL, 2, "—"}},
-        {"none", {std::nan(""), 0, "—"}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, NumberText, testing::ValuesIn(numbers()), RowName());
+TABLE_SUITE(NumberText, NumberRow, numbers);
 
 TEST_P(NumberText, isWrittenTheTurkishWay) { EXPECT_EQ(numberText(row().number, row().decimals), row().text); }
 
@@ -105,24 +100,19 @@ struct ShowableRow {
     std::string shown;
 };
 
-class ShowableText : public TableTest<ShowableRow> {};
+const RowTable<ShowableRow> texts = {
+    {"letters", {"Şükrü 🫒 علي", "Şükrü 🫒 علي"}},
+    {"controls", {std::string("a\0b\x01\n\x7F", 6), "a\uFFFDb\uFFFD\uFFFD\uFFFD"}},
+    {"no characters", {"\uFFFE\uFFFF\uFDD0\uFDEF\U0010FFFF", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
+    {"characters beside them", {"\uFFFD\uFDCF\uFDF0\uFEFF", "\uFFFD\uFDCF\uFDF0\uFEFF"}},
+    {"another encoding", {"Ay\xFE\x65", "Ay\uFFFDe"}},
+    {"half a character", {"a\xC5", "a\uFFFD"}},
+    {"overlong", {"\xC0\x80\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
+    {"half a pair", {"\xED\xA0\xBE", "\uFFFD\uFFFD\uFFFD"}},
+    {"beyond the last", {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"}},
+};
 
-RowTable<ShowableRow> texts()
-{
-    return {
-        {"letters", {"Şükrü 🫒 علي", "Şükrü 🫒 علي"}},
-        {"controls", {std::string("a\0b\x01\n\x7F", 6), "a\uFFFDb\uFFFD\uFFFD\uFFFD"}},
-        {"no characters", {"\uFFFE\uFFFF\uFDD0\uFDEF\U0010FFFF", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
-        {"characters beside them", {"\uFFFD\uFDCF\uFDF0\uFEFF", "\uFFFD\uFDCF\uFDF0\uFEFF"}},
-        {"another encoding", {"Ay\xFE\x65", "Ay\uFFFDe"}},
-        {"half a character", {"a\xC5", "a\uFFFD"}},
-        {"overlong", {"\xC0\x80\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"}},
-        {"half a pair", {"\xED\xA0\xBE", "\uFFFD\uFFFD\uFFFD"}},
-        {"beyond the last", {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"}},
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(, ShowableText, testing::ValuesIn(texts()), RowName());
+TABLE_SUITE(ShowableText, ShowableRow, texts);
 
 TEST_P(ShowableText, holdsCharactersAlone) { EXPECT_EQ(showable(row().text), row().shown); }
 
