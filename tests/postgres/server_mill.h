@@ -6,7 +6,7 @@
 #include "store/jet/database/database.h"
 #include "tests/doors/private_postgres.h"
 #include "tests/support/files.h"
-#include "tests/support/process.h"
+#include "tests/support/outcome_matchers.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>

@@ -46,8 +46,7 @@ protected:
 TEST_F(Tls, letsOnlyTheServerOfTheCertificateBeTheServer)
 {
     const std::string own = "Sertifika=" + listening().certificate.string() + "\n";
-    const Outcome good = over("127.0.0.1", own);
-    EXPECT_EQ(good.code, 0) << good.err;
+    EXPECT_THAT(over("127.0.0.1", own), succeeds());
     EXPECT_EQ(over("127.0.0.1", own + "TLS=dogrula\n").code, 0);
 
     const std::string other = server().makeCertificate("other", "IP:127.0.0.1");
