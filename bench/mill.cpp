@@ -2,7 +2,6 @@
 
 #include "store/jet/values/value.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numeric>

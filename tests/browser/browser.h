@@ -4,7 +4,6 @@
 #include <QImage>
 #include <QJsonObject>
 #include <QJsonValue>
-#include <QRect>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>

@@ -2,7 +2,6 @@
 #include "files/memory_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
-#include "store/jet/format/doors.h"
 #include "store/jet/format/index_layout.h"
 #include "store/jet/format/key_layout.h"
 #include "store/jet/format/long_value_layout.h"

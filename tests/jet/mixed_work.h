@@ -5,7 +5,6 @@
 #include <map>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
 /// Work of every kind on one table, with a model beside it that says what the table must hold: rows that grow until

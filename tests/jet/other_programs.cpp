@@ -9,7 +9,6 @@
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
 #include "tests/support/fault.h"
-#include "tests/support/table.h"
 
 #include <gmock/gmock.h>
 

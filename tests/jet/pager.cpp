@@ -132,9 +132,7 @@ TEST_F(OpenPager, innerTransactionJoinsTheOuterOne)
 {
     {
         Transaction outer(pager);
-        {
-            committed(pager, [&] { fill(pager, 3, 1); });
-        }
+        commitFilled(3, 1);
         ASSERT_TRUE(pager.inTransaction());
         ASSERT_EQ(disk.content(file)[3 * pageSize], 0);
         outer.commit();
@@ -471,7 +469,9 @@ TEST(Pager, fullDiskLeavesTheStateBefore)
         ASSERT_EQ(contentOf(pager), before);
         for (std::uint32_t luck = 0; luck < 20; ++luck) ASSERT_EQ(contentOf(*disk.afterPowerCut(luck)), before);
         disk.capacity.reset();
-        committed(pager, [&] { fill(pager, 3, 1); });
+        Transaction again(pager);
+        fill(pager, 3, 1);
+        again.commit();
         ASSERT_EQ(disk.content(file)[3 * pageSize], 1);
         ASSERT_EQ(disk.content(file).size(), before.size());
     }

@@ -1,10 +1,8 @@
 #include "store/jet/database/database.h"
-#include "store/jet/format/doors.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
 #include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
-#include "tests/support/table.h"
 
 #include <gmock/gmock.h>
 

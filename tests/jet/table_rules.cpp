@@ -13,7 +13,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <limits>
 #include <optional>
 #include <set>

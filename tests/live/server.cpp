@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <gmock/gmock.h>
-#include <numeric>
 #include <thread>
 
 namespace live {

@@ -2,13 +2,11 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 /// Another program that adds rows to a table: it opens the file, writes and closes it, knows of no lock and of no
 /// journal, and shares not a line with the engine. The table has two whole numbers of four bytes and no more, no index,

@@ -3,7 +3,6 @@
 #include "tests/support/table.h"
 #include "tests/support/temporary_folder.h"
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

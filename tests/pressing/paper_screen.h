@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/error.h"
-#include "base/letters.h"
 #include "mill/queries.h"
 #include "pressing/containers.h"
 #include "pressing/fraction.h"

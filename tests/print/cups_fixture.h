@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QString>
@@ -19,7 +18,6 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
-#include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,6 +1,5 @@
 #include "reports/grid_model.h"
 
-#include "reports/period.h"
 #include "tests/reports/paper_journal.h"
 #include "tests/support/columns.h"
 #include <QSignalSpy>

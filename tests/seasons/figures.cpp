@@ -10,7 +10,6 @@
 #include <cmath>
 #include <map>
 #include <random>
-#include <set>
 
 namespace seasons {
 namespace {

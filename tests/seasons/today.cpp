@@ -4,7 +4,6 @@
 #include "seasons/journal.h"
 #include "seasons/page.h"
 #include "seasons/report.h"
-#include "store/jet/values/calendar.h"
 #include "tests/support/text.h"
 
 #include <gmock/gmock.h>
