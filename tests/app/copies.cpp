@@ -1,6 +1,7 @@
 #include "platform/system_disk.h"
 #include "store/copy_names.h"
 #include "tests/app/screen_fixture.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/support/columns.h"
 #include "tests/support/qt_files.h"
 
@@ -23,11 +24,9 @@ struct CopyingScreen : World {
     int rowsOf(const QString& table) { return static_cast<int>(form->DataCari.database().open(table).rows.size()); }
     int copiedRowsOf(const std::u16string& table, const QString& copy)
     {
-        int rows = 0;
         const auto database = jet::Database::open(platform::systemDisk(), path("Yedek/" + copy).toStdU16String(),
                                                   jet::Pager::Mode::readOnly);
-        database->table(table).forEachRow([&](jet::RowId, const jet::RowView&) { return ++rows > 0; });
-        return rows;
+        return static_cast<int>(allRows(database->table(table)).size());
     }
     void press(const QString& customer)
     {

@@ -21,6 +21,7 @@
 #include "store/jet/format/properties_layout.h"
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/sql/sql.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
 #include "tests/jet/protection.h"
@@ -343,8 +344,7 @@ using Rows = std::map<std::u16string, std::uint64_t>;
 Rows rowsOf(jet::Database& database)
 {
     Rows rows;
-    for (const std::u16string& name : database.tableNames())
-        database.table(name).forEachRow([&, name](jet::RowId, const jet::RowView&) { return ++rows[name] > 0; });
+    for (const std::u16string& name : database.tableNames()) rows[name] = allRows(database.table(name)).size();
     return rows;
 }
 

@@ -9,6 +9,7 @@
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/committed.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/sample_test.h"
@@ -124,16 +125,13 @@ struct Patient {
     {
         put(small().definition.page, physicalIndex::flags, physicalIndex::alwaysFlag | flag, indexRecord(small(), 0));
     }
-    RowId rightsOf(PageNo definition)
+    RowId rowOf(const char16_t* table, const char16_t* column, double number)
     {
-        std::optional<RowId> found;
-        const Table& rights = database->table(u"MSysACEs");
-        rights.forEachRow([&](RowId id, const RowView& row) {
-            if (row.number(*rights.columnNamed(u"ObjectId")) == double(definition.number())) found = id;
-            return true;
-        });
-        return found.value();
+        const Table& rows = database->table(table);
+        const auto isIt = [&](const RowView& row) { return row.number(*rows.columnNamed(column)) == number; };
+        return rowsWhere(rows, isIt).at(0);
     }
+    RowId rightsOf(PageNo definition) { return rowOf(u"MSysACEs", u"ObjectId", definition.number()); }
 
     files::MemoryDisk disk;
     std::unique_ptr<Database> database;
@@ -217,15 +215,8 @@ RowTable<Damage> checkDamage()
         const PageNo definition = p.small().definition.page;
         for (int i = 0; i < 2; ++i) rights.erase(p.rightsOf(definition));
     });
-    fault("no container of tables", "kabı", [](Patient& p) {
-        std::optional<RowId> container;
-        const Table& objects = p.database->table(u"MSysObjects");
-        objects.forEachRow([&](RowId id, const RowView& row) {
-            if (row.number(*objects.columnNamed(u"Id")) == double(tablesContainer)) container = id;
-            return true;
-        });
-        p.state(u"MSysObjects").erase(*container);
-    });
+    fault("no container of tables", "kabı",
+          [](Patient& p) { p.state(u"MSysObjects").erase(p.rowOf(u"MSysObjects", u"Id", tablesContainer)); });
 
     // Row pages
     fault("page of another owner", "tablonun veri sayfası değil",

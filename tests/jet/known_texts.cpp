@@ -5,6 +5,7 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/index/index_key.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/committed.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
@@ -121,15 +122,7 @@ protected:
         reopen();
         table_ = &database->table(u"Kişiler");
     }
-    std::vector<RowId> all() const
-    {
-        std::vector<RowId> rows;
-        table_->forEachRow([&](RowId id, const RowView&) {
-            rows.push_back(id);
-            return true;
-        });
-        return rows;
-    }
+    std::vector<RowId> all() const { return allRows(*table_); }
 
     PageNo definition_ = 0;
     Table* table_ = nullptr;

@@ -3,6 +3,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/format/doors.h"
 #include "tests/doors/power_cut_disk.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/committed.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/support/fault.h"
@@ -91,11 +92,7 @@ TEST_F(MaintenanceOfAWorkedDatabase, compactKeepsEveryRowAndShrinksTheFile)
         Transaction change(database->pager());
         rows = MixedWork::read(*database);
         Table& table = database->table(MixedWork::table);
-        std::vector<RowId> all;
-        table.forEachRow([&](RowId id, const RowView&) {
-            all.push_back(id);
-            return true;
-        });
+        const std::vector<RowId> all = allRows(table);
         for (std::size_t i = 0; i < all.size(); i += 2) {
             rows.erase(static_cast<std::int32_t>(table.row(all[i])->number(0).value()));
             table.erase(all[i]);

@@ -7,6 +7,7 @@
 #include "store/jet/format/header_layout.h"
 #include "store/jet/format/system_objects.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/samples.h"
 #include "tests/support/fault.h"
@@ -177,9 +178,7 @@ TEST_F(SoundDatabase, oneDamagedTableLeavesTheOthersReadable)
     jet::definition_layout::head::length.put(&disk.content("a.mdb")[jet::positionOf(damaged)], 255);
     const auto database = jet::Database::open(disk, "a.mdb");
     ASSERT_EQ(database->tableNames().size(), 2U);
-    int count = 0;
-    database->table(u"Cari").forEachRow([&](jet::RowId, const jet::RowView&) { return ++count > 0; });
-    ASSERT_EQ(count, 300);
+    ASSERT_EQ(allRows(database->table(u"Cari")).size(), 300U);
     ASSERT_THROW(database->table(u"Bozuk"), jet::Error);
 }
 
@@ -241,11 +240,9 @@ TEST(Opening, theTablesOfTheFileItselfStaySoWhateverTheirFlagsSay)
         jet::Table::State objects(database->pager(), listed.name(), listed.definitionPage(), {});
         objects.systemObjects = &listed;
         const std::size_t name = *listed.columnNamed(u"Name"), flags = *listed.columnNamed(u"Flags");
-        std::vector<jet::RowId> rows;
-        listed.forEachRow([&](jet::RowId id, const jet::RowView& row) {
-            for (const char16_t* each : {jet::msysObjects, jet::msysAces, jet::msysQueries, jet::msysRelationships})
-                if (row.textIs(name, each)) rows.push_back(id);
-            return true;
+        const auto ofTheSystem = {jet::msysObjects, jet::msysAces, jet::msysQueries, jet::msysRelationships};
+        const auto rows = rowsWhere(listed, [&](const jet::RowView& row) {
+            return std::ranges::any_of(ofTheSystem, [&](const auto* each) { return row.textIs(name, each); });
         });
         ASSERT_EQ(rows.size(), 4U);
         for (const jet::RowId row : rows) objects.update(row, std::vector<jet::Assignment>{{flags, std::int32_t{14}}});

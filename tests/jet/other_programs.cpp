@@ -6,6 +6,7 @@
 #include "tests/doors/power_cut_disk.h"
 #include "tests/jet/blank_file.h"
 #include "tests/jet/check_result.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
 #include "tests/support/fault.h"
@@ -153,11 +154,7 @@ TEST_F(BesideOtherPrograms, anActionIsTriedOnceMoreWhereAnotherProgramWroteMeanw
 
 TEST_F(BesideOtherPrograms, aRowThatAnotherProgramChangedMeanwhileIsNotOverwritten)
 {
-    RowId first;
-    table().forEachRow([&](RowId id, const RowView&) {
-        first = id;
-        return false;
-    });
+    const RowId first = allRows(table()).front();
     const std::size_t amount = *table().columnNamed(u"Tutar");
     PowerCutDisk elsewhere(file, disk.content(file));
     Database::open(elsewhere, file)->table(MixedWork::table).update(first, {{amount, 4711.0}});

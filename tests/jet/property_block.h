@@ -4,10 +4,9 @@
 #include "store/jet/rules/table_properties.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/chosen_rows.h"
 
 #include <algorithm>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
@@ -93,14 +92,9 @@ inline void put(jet::Database& database, std::u16string_view table, const jet::B
     jet::Table::State objects(database.pager(), listed.name(), listed.definitionPage(), {});
     objects.systemObjects = &listed;
     const std::size_t name = jet::systemColumn(listed, u"Name", jet::ColumnType::text);
-    std::optional<jet::RowId> place;
-    listed.forEachRow([&](jet::RowId id, const jet::RowView& row) {
-        if (row.textIs(name, table)) place = id;
-        return !place;
-    });
-    if (!place) throw std::runtime_error("no such table");
+    const auto places = rowsWhere(listed, [&](const jet::RowView& row) { return row.textIs(name, table); });
     const std::size_t column = jet::systemColumn(listed, u"LvProp", jet::ColumnType::ole);
-    objects.update(*place, std::vector<jet::Assignment>{{column, block}});
+    objects.update(places.at(0), std::vector<jet::Assignment>{{column, block}});
 }
 inline void put(jet::Database& database, std::u16string_view table, const Block& block)
 {

@@ -7,6 +7,7 @@
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
 #include "tests/jet/related_tables.h"
@@ -280,11 +281,7 @@ TEST_P(RescueDamage, everyRowOutsideTheDamageSurvives)
 
     const auto database = Database::open(disk, saved);
     ASSERT_TRUE(checkDatabase(*database).ok());
-    const auto rowsOf = [&](const char16_t* table) {
-        int rows = 0;
-        database->table(table).forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
-        return rows;
-    };
+    const auto rowsOf = [&](const char16_t* table) { return int(allRows(database->table(table)).size()); };
     if (!damage.rowsOfMillMayBeGone) {
         ASSERT_EQ(rowsOf(u"Cari"), customers);
         ASSERT_EQ(rowsOf(u"Hareket"), pressings);
@@ -357,9 +354,7 @@ TEST_F(RescueOfTheWorld, aRunningProgramsLastCommitIsSaved)
     ASSERT_NE(after, before);
     const RescueResult result = run(disk);
     ASSERT_TRUE(result.whole());
-    int rows = 0;
-    Database::open(disk, saved)->table(u"Cari").forEachRow([&](RowId, const RowView&) { return ++rows > 0; });
-    ASSERT_EQ(rows, customers + 1);
+    ASSERT_EQ(int(allRows(Database::open(disk, saved)->table(u"Cari")).size()), customers + 1);
 }
 
 RowTable<Image> rescueOtherFiles()

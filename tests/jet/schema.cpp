@@ -5,6 +5,7 @@
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/format/value_layout.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/memory_database.h"
 #include "tests/support/bytes.h"
 #include "tests/support/fault.h"
@@ -259,9 +260,7 @@ TEST_P(SchemaWrongIndex, anIndexThatDisagreesKeepsTheTableFromBeingWritten)
     fixture.page(root)[offset] = std::uint8_t(value);
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
-    int count = 0;
-    table.forEachRow([&](jet::RowId, const jet::RowView&) { return ++count > 0; });
-    ASSERT_EQ(count, 10);
+    ASSERT_EQ(allRows(table).size(), 10U);
     const auto before = fixture.disk.content(path);
     const auto refusal = refusalOf([&] { table.insert({{0, 5}}); });
     ASSERT_EQ(refusal.fault, jet::Fault::indexNotWritable);
@@ -356,14 +355,7 @@ TEST_F(EmptySchema, systemTablesAreReadOnly)
 {
     jet::Table& objects = fixture.database->table(u"MSysObjects");
     ASSERT_EQ(objects.rowCount(), 8u);
-    const jet::RowId first = [&] {
-        jet::RowId id;
-        objects.forEachRow([&](jet::RowId each, const jet::RowView&) {
-            id = each;
-            return false;
-        });
-        return id;
-    }();
+    const jet::RowId first = allRows(objects).front();
     ASSERT_EQ(faultOf([&] { objects.insert({}); }), jet::Fault::readOnly);
     ASSERT_EQ(faultOf([&] { objects.update(first, {}); }), jet::Fault::readOnly);
     ASSERT_EQ(faultOf([&] { objects.erase(first); }), jet::Fault::readOnly);

@@ -5,6 +5,7 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/rules/table_properties.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/memory_database.h"
 #include "tests/jet/random_rows.h"
 #include "tests/support/bytes.h"
@@ -487,10 +488,7 @@ TEST(TableRules, emptyingTheTableLeavesNothing)
     }
     fixture.table->eraseAll();
     ASSERT_EQ(fixture.table->rowCount(), 0U);
-    fixture.table->forEachRow([](jet::RowId, const jet::RowView&) {
-        ADD_FAILURE() << "a row is left";
-        return true;
-    });
+    ASSERT_TRUE(allRows(*fixture.table).empty()) << "a row is left";
     for (const jet::Index& index : fixture.table->indexes()) {
         ASSERT_TRUE(fixture.table->range(index, {}, {}).empty());
     }

@@ -1,3 +1,4 @@
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/mdbtools.h"
 #include "tests/jet/random_rows.h"
 #include "tests/jet/sample_test.h"
@@ -142,11 +143,7 @@ void change(jet::Database& database, unsigned seed)
     for (const std::u16string& name : database.tableNames()) {
         jet::Table& table = database.table(name);
         if (table.whyReadOnly()) continue;
-        std::vector<jet::RowId> known;
-        table.forEachRow([&](jet::RowId id, const jet::RowView&) {
-            known.push_back(id);
-            return true;
-        });
+        std::vector<jet::RowId> known = allRows(table);
         jet::Transaction work(database.pager());
         for (int step = 0; step < 400; ++step) {
             std::vector<jet::Assignment> values;

@@ -5,6 +5,7 @@
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/format/system_objects.h"
 #include "store/jet/table/table_state.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/jet/protection.h"
 #include "tests/jet/samples.h"
 #include "tests/support/bytes.h"
@@ -354,12 +355,10 @@ TEST_F(PresvaMdb, compactCarriesAQuery)
     ASSERT_EQ(run({"compact", file, path("small.mdb")}).code, 0);
     const auto database = jet::Database::open(platform::systemDisk(), path("small.mdb"), jet::Pager::Mode::readOnly);
     const jet::Table& listed = database->table(u"MSysObjects");
-    int queries = 0;
-    listed.forEachRow([&](jet::RowId, const jet::RowView& row) {
-        queries += row.textIs(*listed.columnNamed(u"Name"), u"Sorgu1") && row.number(*listed.columnNamed(u"Type")) == 5;
-        return true;
+    const auto queries = rowsWhere(listed, [&](const jet::RowView& row) {
+        return row.textIs(*listed.columnNamed(u"Name"), u"Sorgu1") && row.number(*listed.columnNamed(u"Type")) == 5;
     });
-    ASSERT_EQ(queries, 1);
+    ASSERT_EQ(queries.size(), 1U);
 }
 
 TEST_F(PresvaMdb, aDamagedFileIsSavedAsFarAsItCanBeRead)

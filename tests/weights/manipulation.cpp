@@ -4,6 +4,7 @@
 #include "files/memory_disk.h"
 #include "mill/tables.h"
 #include "store/jet/database/database.h"
+#include "tests/jet/chosen_rows.h"
 #include "tests/support/text.h"
 #include "tests/weights/season.h"
 #include "weights/verification.h"
@@ -93,12 +94,10 @@ public:
         book.write(disk);
         const auto first = std::get<Pressing>(read(book.lines.front().second)->fact);
         const auto file = jet::Database::open(disk, database);
-        std::optional<jet::RowId> found;
-        file->table(u"Hareket").forEachRow([&](jet::RowId id, const jet::RowView& each) {
-            if (isoMoment(*each.number(0)) == isoMoment(first.moment)) found = id;
-            return !found;
-        });
-        if (found) file->table(u"Hareket").update(*found, {{1, first.olives}});
+        jet::Table& journal = file->table(u"Hareket");
+        const auto found =
+            rowsWhere(journal, [&](const auto& each) { return isoMoment(*each.number(0)) == isoMoment(first.moment); });
+        if (!found.empty()) journal.update(found.front(), {{1, first.olives}});
     }
 
     static constexpr int older = 4;
@@ -329,11 +328,7 @@ private:
     {
         const auto file = jet::Database::open(disk, database);
         jet::Table& journal = file->table(u"Hareket");
-        std::vector<jet::RowId> rows;
-        journal.forEachRow([&](jet::RowId id, const jet::RowView& each) {
-            if (!each.textIs(6, u"Eski")) rows.push_back(id);
-            return true;
-        });
+        const auto rows = rowsWhere(journal, [](const auto& each) { return !each.textIs(6, u"Eski"); });
         const jet::RowId id = rows[upTo(rows.size() - 1)];
         const jet::RowView found = *journal.row(id);
         Pressing told;
@@ -468,11 +463,7 @@ private:
         case 30: {
             const auto file = jet::Database::open(disk, database);
             jet::Table& journal = file->table(u"Hareket");
-            std::vector<jet::RowId> rows;
-            journal.forEachRow([&](jet::RowId id, const jet::RowView& each) {
-                if (each.textIs(6, u"Eski")) rows.push_back(id);
-                return true;
-            });
+            const auto rows = rowsWhere(journal, [](const auto& each) { return each.textIs(6, u"Eski"); });
             const std::size_t gone = 1 + upTo(rows.size() - 1);
             for (std::size_t i = 0; i < gone; ++i) journal.erase(rows[i]);
             row = "4 olmalı, " + std::to_string(rows.size() - gone) + " var";
@@ -491,15 +482,12 @@ private:
             const std::size_t at = upTo(book_.lines.size() - 1);
             const auto line = read(book_.lines[at].second);
             const auto* pressing = std::get_if<Pressing>(&line->fact);
-            std::optional<jet::RowId> found;
-            if (pressing)
-                journal.forEachRow([&](jet::RowId id, const jet::RowView& each) {
-                    if (each.textIs(6, jet::fromUtf8(pressing->customer)) &&
-                        isoMoment(*each.number(0)) == isoMoment(pressing->moment))
-                        found = id;
-                    return !found;
-                });
-            if (found) return {at, *found};
+            if (!pressing) continue;
+            const auto found = rowsWhere(journal, [&](const auto& each) {
+                return each.textIs(6, jet::fromUtf8(pressing->customer)) &&
+                       isoMoment(*each.number(0)) == isoMoment(pressing->moment);
+            });
+            if (!found.empty()) return {at, found.front()};
         }
     }
 
@@ -515,10 +503,8 @@ private:
         Fact cover = Restore{now, "Yag-2025-11-02.mdb", at, Mill::older};
         if (ofADeletion) {
             Deletion deletion{now, gone.customer, 0, Mill::older};
-            journal.forEachRow([&](jet::RowId, const jet::RowView& each) {
-                if (each.textIs(6, jet::fromUtf8(gone.customer))) ++deletion.pressings;
-                return true;
-            });
+            const auto whose = [&](const auto& each) { return each.textIs(6, jet::fromUtf8(gone.customer)); };
+            deletion.pressings = static_cast<decltype(deletion.pressings)>(rowsWhere(journal, whose).size());
             // Some forgers know that the program leaves nothing.
             if (upTo(1) == 0)
                 season::erase(*file, jet::fromUtf8(gone.customer));

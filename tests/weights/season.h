@@ -2,6 +2,7 @@
 
 #include "store/jet/database/database.h"
 #include "store/jet/values/calendar.h"
+#include "tests/jet/chosen_rows.h"
 #include "weights/weight_book.h"
 
 #include <string>
@@ -53,12 +54,8 @@ inline void store(jet::Database& mill, const weights::Pressing& made)
 inline void erase(jet::Database& mill, std::u16string_view customer, double from = 0)
 {
     jet::Table& journal = mill.table(u"Hareket");
-    std::vector<jet::RowId> gone;
-    journal.forEachRow([&](jet::RowId id, const jet::RowView& row) {
-        if (row.textIs(6, customer) && *row.number(0) >= from) gone.push_back(id);
-        return true;
-    });
-    for (const jet::RowId id : gone) journal.erase(id);
+    const auto isGone = [&](const auto& row) { return row.textIs(6, customer) && *row.number(0) >= from; };
+    for (const jet::RowId id : rowsWhere(journal, isGone)) journal.erase(id);
 }
 
 } // namespace season
