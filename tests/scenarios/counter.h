@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -7,7 +8,9 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
+#include <functional>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -91,6 +94,35 @@ private:
     QTemporaryDir folder_;
     QTemporaryDir temporary_; ///< what a killed process leaves behind goes with the test
     bool ready_ = false;
+};
+
+/// What a counter that was started with --echo says, heard without losing time.
+struct Ear {
+    QProcess& process;
+    QByteArray said = {};
+
+    /// Whether it has said by now that it did a command so many times.
+    bool heard(const QByteArray& command, qsizetype times = 1)
+    {
+        process.waitForReadyRead(0);
+        said += process.readAllStandardOutput().replace("\r", ""); // Windows ends its lines so
+        return said.count(command + '\n') >= times;
+    }
+    /// False when the process ends first, or hangs.
+    bool waitFor(const std::function<bool()>& happened)
+    {
+        QElapsedTimer patience;
+        for (patience.start(); patience.elapsed() < 60000;) {
+            if (happened()) return true;
+            if (process.state() == QProcess::NotRunning) return happened();
+            QThread::usleep(100);
+        }
+        return false;
+    }
+    bool waitToHear(const QByteArray& command, qsizetype times = 1)
+    {
+        return waitFor([&] { return heard(command, times); });
+    }
 };
 
 /// A table as another program reads it: one list of fields for each row, addressed by column name.

@@ -231,12 +231,13 @@ private slots:
                               "await mended\nclick YazCmd(0)\n" + printedAndStored(2) + "table Cari 1\n",
                           atNoon + QStringList{"--echo"});
         QVERIFY(process);
-        QVERIFY(heard(*process, "table Hareket 1", 1));
+        Ear ear{*process};
+        QVERIFY(ear.waitToHear("table Hareket 1"));
         // A scheduler that dies in the middle of a job prints it again when it comes back; that is not the point here.
         QTRY_VERIFY_WITH_TIMEOUT(nothingWaits(), 20000);
         bring(mishap);
         QVERIFY(QFile(counter.path("mishap")).open(QIODevice::WriteOnly));
-        QVERIFY(heard(*process, "table Hareket 1", 2));
+        QVERIFY(ear.waitToHear("table Hareket 1", 2));
         undo(mishap);
         QVERIFY(QFile(counter.path("mended")).open(QIODevice::WriteOnly));
         QCOMPARE(Counter::outcome(*process), QString());
@@ -264,23 +265,7 @@ private:
         if (std::exchange(broken_, false)) QVERIFY(mishap->undo(*cups));
     }
 
-    /// Waits until the counter has said that it has done a command so many times. Reads what it has said so far; a
-    /// counter that ends without saying it is a no.
-    bool heard(QProcess& process, const QByteArray& command, int times)
-    {
-        if (times == 1) said_.clear();
-        return QTest::qWaitFor(
-                   [&] {
-                       process.waitForReadyRead(10);
-                       said_ += process.readAllStandardOutput();
-                       return said_.count(command) >= times || process.state() == QProcess::NotRunning;
-                   },
-                   60000) &&
-               said_.count(command) >= times;
-    }
-
     bool broken_ = false;
-    QByteArray said_;
 };
 
 QTEST_GUILESS_MAIN(DayThroughCups)

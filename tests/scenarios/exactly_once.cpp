@@ -19,7 +19,6 @@
 #include "tests/support/text.h"
 #include "weights/verification.h"
 
-#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -72,20 +71,6 @@ class ExactlyOnce : public QObject {
         return text;
     }
 
-    /// Reads what the counter says until `happened` is true of it; false when it ends or hangs.
-    static bool listen(QProcess& process, QByteArray& said, const std::function<bool()>& happened)
-    {
-        QElapsedTimer patience;
-        for (patience.start(); patience.elapsed() < 60000;) {
-            process.waitForReadyRead(0);
-            said += process.readAllStandardOutput();
-            if (happened()) return true;
-            if (process.state() == QProcess::NotRunning) return happened();
-            ::usleep(200);
-        }
-        return false;
-    }
-
     /// Starts the counter and waits until it stands on the screen; what a crash left is recovered by then.
     std::unique_ptr<QProcess> start(const QList<int>& slips, QByteArray& said)
     {
@@ -93,7 +78,11 @@ class ExactlyOnce : public QObject {
         QElapsedTimer clock;
         clock.start();
         auto process = counter->start(dialogue(slips), {"--echo"});
-        if (!process || !listen(*process, said, [&] { return said.contains(started + '\n'); })) return nullptr;
+        if (!process) return nullptr;
+        Ear ear{*process};
+        const bool stands = ear.waitToHear(started);
+        said = ear.said;
+        if (!stands) return nullptr;
         qint64& longest = noteIsOpen ? longestRecovery : longestStart;
         longest = std::max(longest, clock.elapsed());
         return process;
@@ -105,13 +94,14 @@ class ExactlyOnce : public QObject {
         QByteArray said;
         const auto process = start(slips, said);
         QVERIFY(process);
+        Ear ear{*process, said};
         QElapsedTimer clock;
         clock.start();
         qint64 sum = 0;
         for (qsizetype i = 0; i < slips.size(); ++i) {
-            QVERIFY(listen(*process, said, [&] { return said.contains(typed(slips[i]) + '\n'); }));
+            QVERIFY(ear.waitToHear(typed(slips[i])));
             const qint64 from = clock.nsecsElapsed();
-            QVERIFY(listen(*process, said, [&] { return said.count(pressed + '\n') > i; }));
+            QVERIFY(ear.waitToHear(pressed, i + 1));
             sum += clock.nsecsElapsed() - from;
         }
         pressMicroseconds = sum / 1000 / slips.size();
@@ -126,14 +116,15 @@ class ExactlyOnce : public QObject {
         QByteArray said;
         const auto process = start(slips, said);
         QVERIFY2(process, said.constData());
-        QVERIFY(listen(*process, said, [&] { return said.contains(typed(slips[victim]) + '\n'); }));
+        Ear ear{*process, said};
+        QVERIFY(ear.waitToHear(typed(slips[victim])));
         // Every other kill waits for the note: what comes then is short and matters most.
-        if (upTo(1) == 0) listen(*process, said, [&] { return QFile::exists(note()) || said.count(pressed) > victim; });
+        if (upTo(1) == 0) ear.waitFor([&] { return QFile::exists(note()) || ear.heard(pressed, victim + 1); });
         ::usleep(static_cast<useconds_t>(upTo(pressMicroseconds * 5 / 4)));
         ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
         QVERIFY(process->waitForFinished());
-        said += process->readAllStandardOutput();
-        const qsizetype heard = std::min(said.count(pressed + '\n'), slips.size());
+        ear.heard({});
+        const qsizetype heard = std::min(ear.said.count(pressed + '\n'), slips.size());
         acknowledged << slips.first(heard);
         if (heard <= victim) ++killedInThePress;
         if (QFile::exists(note())) ++killedWithANote;

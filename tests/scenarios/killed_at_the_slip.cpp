@@ -9,11 +9,9 @@
 #include "store/jet/pages/journal.h"
 #include "weights/verification.h"
 
-#include <QElapsedTimer>
 #include <QMap>
 #include <QRegularExpression>
 #include <QSet>
-#include <QThread>
 #include <QtTest>
 
 #include <random>
@@ -113,29 +111,6 @@ class KilledAtTheSlip : public QObject {
     int printed() const { return int(QDir(paper).entryList({"*.pdf"}, QDir::Files).size()); }
     int upTo(int limit) { return std::uniform_int_distribution(0, limit)(random); }
 
-    /// What the counter has said so far, asked for without losing time.
-    struct Ear {
-        QProcess& process;
-        QByteArray said;
-        bool heard(const QByteArray& command, int times = 1)
-        {
-            process.waitForReadyRead(0);
-            said += process.readAllStandardOutput().replace("\r", ""); // Windows ends its lines so
-            return said.count(command + '\n') >= times;
-        }
-        /// False when the process ends first, or hangs.
-        bool waitFor(const std::function<bool(Ear&)>& happened)
-        {
-            QElapsedTimer patience;
-            for (patience.start(); patience.elapsed() < 60000;) {
-                if (happened(*this)) return true;
-                if (process.state() == QProcess::NotRunning) return happened(*this);
-                QThread::usleep(100);
-            }
-            return false;
-        }
-    };
-
     /// Adds the slips whose press was seen to end; they stand in the order in which they were pressed.
     void acknowledge(const QList<Slip>& slips, const QByteArray& said)
     {
@@ -147,17 +122,17 @@ class KilledAtTheSlip : public QObject {
     {
         const auto process = counter.start(dialogue(slips), {"--print-to", paper, "--echo"});
         QVERIFY(process);
-        Ear ear{*process, {}};
+        Ear ear{*process};
         const int before = printed();
         QElapsedTimer clock;
         clock.start();
         qint64 fromPress = 0, fromPaper = 0;
         for (qsizetype i = 0; i < slips.size(); ++i) {
-            QVERIFY(ear.waitFor([&](Ear& e) { return e.heard(typed(slips[i])); }));
+            QVERIFY(ear.waitToHear(typed(slips[i])));
             const qint64 start = clock.nsecsElapsed();
-            QVERIFY(ear.waitFor([&](Ear&) { return printed() > before + i; }));
+            QVERIFY(ear.waitFor([&] { return printed() > before + i; }));
             const qint64 paperOut = clock.nsecsElapsed();
-            QVERIFY(ear.waitFor([&](Ear& e) { return e.heard(pressed, static_cast<int>(i) + 1); }));
+            QVERIFY(ear.waitToHear(pressed, i + 1));
             fromPress += clock.nsecsElapsed() - start;
             fromPaper += clock.nsecsElapsed() - paperOut;
         }
@@ -174,15 +149,14 @@ class KilledAtTheSlip : public QObject {
         const int before = printed();
         const auto process = counter.start(dialogue(slips), {"--print-to", paper, "--echo"});
         QVERIFY(process);
-        Ear ear{*process, {}};
-        QVERIFY2(ear.waitFor([&](Ear& e) { return e.heard(typed(slips[victim])); }),
-                 process->readAllStandardError().constData());
+        Ear ear{*process};
+        QVERIFY2(ear.waitToHear(typed(slips[victim])), process->readAllStandardError().constData());
         // Every other kill waits until the slip is on paper: what comes then is short and matters most.
         if (upTo(1) == 0) {
             QThread::usleep(
                 static_cast<unsigned long>(upTo(static_cast<int>(pressMicroseconds + pressMicroseconds / 4))));
         } else {
-            QVERIFY(ear.waitFor([&](Ear&) { return printed() > before + victim; }));
+            QVERIFY(ear.waitFor([&] { return printed() > before + victim; }));
             QThread::usleep(
                 static_cast<unsigned long>(upTo(static_cast<int>(storeMicroseconds + storeMicroseconds / 4))));
         }

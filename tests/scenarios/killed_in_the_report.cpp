@@ -98,12 +98,7 @@ class KilledInTheReport : public QObject {
     std::unique_ptr<QProcess> startAtThePanel()
     {
         auto process = counter.start(dialogue(), {"--echo"});
-        QByteArray said;
-        while (process && !said.contains(panelOpen)) {
-            if (!process->waitForReadyRead(60000)) return nullptr;
-            said += process->readAllStandardOutput();
-        }
-        return process;
+        return process && Ear{*process}.waitToHear(panelOpen) ? std::move(process) : nullptr;
     }
 
 private slots:
