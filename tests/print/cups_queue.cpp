@@ -19,13 +19,18 @@ class Cups : public QObject {
 
     std::unique_ptr<CupsFixture> cups;
 
-    QueueTarget target(const QString& queue = {}) const
+    std::unique_ptr<platform::PrintQueue> open(const QString& queue) const
     {
-        return QueueTarget(platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()}));
+        return platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()});
     }
-    QueueCondition condition(const QString& queue = {}) const
+    QueueTarget target(const QString& queue = {}) const { return QueueTarget(open(queue)); }
+    QueueCondition condition(const QString& queue = {}) const { return open(queue)->state().condition; }
+    /// Some lines, composed for that queue.
+    static std::optional<print::Document> documentOf(QueueTarget& queue, int lines = 1)
     {
-        return platform::systemPrintQueue({queue.toStdString(), cups->socketPath().toStdString()})->state().condition;
+        Printer printer(queue);
+        for (int i = 0; i < lines; ++i) printer.print(u"line %1"_s.arg(i));
+        return printer.takeDoc();
     }
     /// The run-time error of printing one line, 0 if it was printed.
     int printOn(print::PrintTarget& target) const
@@ -87,9 +92,7 @@ private slots:
         QVERIFY(cups->setUserOption("noted", "number-up=4"));
         QVERIFY(cups->setUserOption("noted", "outputorder=reverse"));
         QueueTarget queue = target("noted");
-        Printer printer(queue);
-        printer.print("Sayın; Ahmet Yılmaz");
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue);
         queue.submit(*document);
         QTRY_COMPARE(cups->complainersJobs().size(), 1);
         const QString options = cups->complainersJobs().front();
@@ -113,9 +116,7 @@ private slots:
         if (!QFile::exists("/usr/lib/cups/filter/pdftopdf")) QSKIP("the page filter (cups-filters) is not installed");
         QVERIFY2(cups->addQueue("filtered", CupsFixture::Paper::filtered), qPrintable(cups->whyNot()));
         QueueTarget queue = target("filtered");
-        Printer printer(queue);
-        for (int i = 0; i < lines; ++i) printer.print(u"line %1"_s.arg(i));
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue, lines);
         queue.submit(*document);
         QTRY_COMPARE_WITH_TIMEOUT(cups->printer.jobs().size(), std::size_t(1), 20000);
         const QByteArray printed = cups->printer.jobs().front();
@@ -190,9 +191,7 @@ private slots:
     void aJobCanBeTakenBackBeforeItsPagesAreSent()
     {
         QueueTarget queue = target();
-        Printer printer(queue);
-        printer.print("a");
-        const int job = queue.createJob(*printer.takeDoc());
+        const int job = queue.createJob(*documentOf(queue));
         QCOMPARE(cups->openJobs().size(), 1);
         queue.cancel(job);
         QTRY_COMPARE(cups->openJobs().size(), 0);
@@ -202,9 +201,7 @@ private slots:
     void aJobThatWaitsInTheQueueCanStillBeTakenBack()
     {
         QueueTarget queue = target();
-        Printer printer(queue);
-        printer.print("a");
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue);
         QVERIFY(cups->stop("slip"));
         const int job = queue.createJob(*document);
         queue.sendAndFinish(job, *document);
@@ -219,8 +216,8 @@ private slots:
 
     void aJobIsTakenOnceItsWholeDocumentIsIn()
     {
-        const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
-        const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+        const auto queue = open("slip");
+        const auto asker = open("slip");
         const int job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
         QVERIFY(asker->documentState(job) == DocumentState::notTaken);
         queue->startDocument();
@@ -236,9 +233,7 @@ private slots:
     {
         QVERIFY(cups->keepDocuments(false));
         QueueTarget queue = target("slip");
-        Printer printer(queue);
-        printer.print("a");
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue);
         const int job = queue.submit(*document);
         QTRY_COMPARE(cups->printer.jobs().size(), std::size_t(1));
         QTRY_COMPARE(cups->openJobs().size(), 0);
@@ -258,10 +253,10 @@ private slots:
 
     void aJobWhoseSenderDiesIsNotTaken()
     {
-        const auto asker = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+        const auto asker = open("slip");
         int job = 0;
         {
-            const auto queue = platform::systemPrintQueue({"slip", cups->socketPath().toStdString()});
+            const auto queue = open("slip");
             job = queue->createJob({"slip", "Fiş", "Custom.227x400"});
             queue->startDocument();
             const std::string head = "%PDF-1.4\n";
@@ -420,9 +415,7 @@ private slots:
     void aSchedulerKilledBetweenTheStepsIsAnError()
     {
         QueueTarget queue = target();
-        Printer printer(queue);
-        printer.print("a");
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue);
         const int job = queue.createJob(*document);
         cups->kill();
         QCOMPARE(errorOf([&] { queue.sendAndFinish(job, *document); }), base::errors::printer);
@@ -435,9 +428,7 @@ private slots:
     void aSchedulerThatFallsSilentOverTheDocumentHasNotTakenIt()
     {
         QueueTarget queue = target();
-        Printer printer(queue);
-        printer.print("a");
-        const auto document = printer.takeDoc();
+        const auto document = documentOf(queue);
         const int job = queue.createJob(*document);
         cups->pause();
         const int error = errorOf([&] { queue.sendAndFinish(job, *document); });
