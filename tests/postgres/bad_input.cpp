@@ -147,22 +147,13 @@ class OtherTypes : public ServerMill {
 protected:
     void make(const std::vector<std::vector<jet::Value>>& customers, bool oneMore = false) const
     {
-        std::filesystem::remove(file());
-        jet::Database::create(platform::systemDisk(), file(), jet::turkish, jet::DateTime{45000},
-                              [&](jet::Database& database) {
-                                  using jet::ColumnType;
-                                  std::vector<jet::NewColumn> columns = {{u"Unvan", ColumnType::text, 255},
-                                                                         {u"Yuzde", ColumnType::singleFloat},
-                                                                         {u"Kap", ColumnType::memo},
-                                                                         {u"Nakit", ColumnType::currency}};
-                                  if (oneMore) columns.push_back({u"Telefon", ColumnType::text, 20});
-                                  database.createTable(u"Cari", columns, {}, jet::DateTime{45000});
-                                  std::vector<jet::NewColumn> journal = {{u"Tarih", ColumnType::dateTime}};
-                                  for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"})
-                                      journal.push_back({name, ColumnType::numeric, 0, 18, 3});
-                                  journal.push_back({u"CariHar", ColumnType::text, 50});
-                                  database.createTable(u"Hareket", journal, {}, jet::DateTime{45000});
-                              });
+        using jet::ColumnType;
+        std::vector<jet::NewColumn> columns = {{u"Unvan", ColumnType::text, 255},
+                                               {u"Yuzde", ColumnType::singleFloat},
+                                               {u"Kap", ColumnType::memo},
+                                               {u"Nakit", ColumnType::currency}};
+        if (oneMore) columns.push_back({u"Telefon", ColumnType::text, 20});
+        makeForeign(columns, {{}, ColumnType::numeric, 0, 18, 3}, 50);
         store(Cari::table, customers);
     }
 };

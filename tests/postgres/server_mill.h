@@ -57,6 +57,23 @@ protected:
     }
     std::string sql(const std::string& statements) const { return server().sql(statements, database_); }
 
+    /// A file of another maker takes the place of this one: its customers, and the kind of its journal's figures.
+    void makeForeign(const std::vector<jet::NewColumn>& customers, jet::NewColumn figure, std::uint16_t longestName,
+                     const std::vector<jet::NewIndex>& indexes = {}) const
+    {
+        const jet::DateTime made{45000};
+        std::vector<jet::NewColumn> journal = {{u"Tarih", jet::ColumnType::dateTime}};
+        for (const char16_t* name : {u"Zeytin", u"Yağ", u"Yuzde", u"HakTut", u"Nakit"}) {
+            figure.name = name;
+            journal.push_back(figure);
+        }
+        journal.push_back({u"CariHar", jet::ColumnType::text, longestName});
+        std::filesystem::remove(file());
+        jet::Database::create(platform::systemDisk(), file(), jet::turkish, made, [&](jet::Database& database) {
+            database.createTable(u"Cari", customers, indexes, made);
+            database.createTable(u"Hareket", journal, {}, made);
+        });
+    }
     /// Adds rows to a table of the file: each the values of its fields, in their order.
     void store(std::u16string_view table, const std::vector<std::vector<jet::Value>>& rows) const
     {
