@@ -1,7 +1,6 @@
 #include "app/drop_down_list.h"
 #include "app/painting.h"
 #include "base/error.h"
-#include <QAbstractItemView>
 #include <QEvent>
 #include <QListView>
 #include <QStyledItemDelegate>

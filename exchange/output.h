@@ -3,7 +3,6 @@
 #include "files/disk.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>

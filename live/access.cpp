@@ -6,7 +6,6 @@
 #include "platform/sha256.h"
 
 #include <charconv>
-#include <span>
 #include <utility>
 #include <vector>
 

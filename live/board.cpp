@@ -5,7 +5,6 @@
 #include "seasons/journal.h"
 #include "seasons/page.h"
 #include "seasons/report.h"
-#include "seasons/texts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,6 @@
 #include "files/error.h"
 #include "live/entry_page.h"
 
-#include <array>
 #include <cerrno>
 #include <string_view>
 #include <sys/socket.h>

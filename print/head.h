@@ -3,7 +3,6 @@
 #include "base/regional.h"
 #include "print/print_font.h"
 #include "print/printer.h"
-#include <QString>
 #include <QStringList>
 
 namespace print {

@@ -5,7 +5,6 @@
 #include "store/jet/values/calendar.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 

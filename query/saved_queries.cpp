@@ -7,7 +7,6 @@
 #include "store/jet/values/names.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 
 namespace query {

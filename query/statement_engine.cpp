@@ -6,8 +6,6 @@
 #include "query/sql_words.h"
 #include "store/jet/sql/sql.h"
 
-#include <algorithm>
-
 namespace query {
 
 namespace {

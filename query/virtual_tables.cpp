@@ -10,14 +10,12 @@
 #include "store/jet/format/limits.h"
 #include "store/jet/sql/number_bounds.h"
 #include "store/jet/values/calendar.h"
-#include "store/jet/values/decimal.h"
 #include "store/jet/values/names.h"
 #include "store/jet/values/sort_key.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <span>

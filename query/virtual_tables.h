@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <map>
 #include <memory>
 #include <set>

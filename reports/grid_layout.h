@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <functional>
-#include <optional>
 #include <vector>
 
 /// The columns of the grid: headings, number formats, and the widths that are kept between two starts of the program.

@@ -1,7 +1,6 @@
 #include "scale/line_listener.h"
 
 #include "base/pass_over.h"
-#include "base/patterns.h"
 #include "scale/formats/recogniser.h"
 #include "scale/weight_line.h"
 #include <QStringList>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "scale/line_listener.h"
-#include <QElapsedTimer>
 #include <chrono>
 #include <vector>
 

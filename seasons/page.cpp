@@ -4,7 +4,6 @@
 #include "seasons/page_parts.h"
 #include "seasons/texts.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 

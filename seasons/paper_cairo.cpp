@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <memory>
 #include <new>
-#include <string_view>
 
 namespace seasons {
 namespace {

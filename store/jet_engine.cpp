@@ -6,7 +6,6 @@
 #include "store/jet/database/database.h"
 #include "store/jet/sql/sql.h"
 
-#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <limits>

@@ -3,7 +3,6 @@
 #include "exchange/output.h"
 #include "store/jet/values/value.h"
 
-#include <cstddef>
 #include <filesystem>
 #include <initializer_list>
 #include <map>

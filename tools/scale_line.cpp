@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>

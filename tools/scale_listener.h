@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// What presva-scale makes of bytes that come in.
 namespace tools {

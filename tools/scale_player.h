@@ -3,9 +3,7 @@
 #include "scale/formats/format_table.h"
 
 #include <chrono>
-#include <cstddef>
 #include <filesystem>
-#include <optional>
 #include <random>
 #include <string>
 #include <vector>

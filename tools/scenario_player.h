@@ -10,7 +10,6 @@
 
 #include <QObject>
 #include <QTemporaryDir>
-#include <functional>
 #include <memory>
 
 namespace scenario {

@@ -2,9 +2,7 @@
 
 #include "scale/formats/framer.h"
 
-#include <cstddef>
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>

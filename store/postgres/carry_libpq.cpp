@@ -16,7 +16,6 @@
 #include "store/postgres/server_settings.h"
 
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <unordered_map>
 #include <utility>

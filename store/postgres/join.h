@@ -5,7 +5,6 @@
 #include "store/postgres/server_settings.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 namespace postgres {

@@ -2,7 +2,6 @@
 
 #include "store/postgres/connection.h"
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>

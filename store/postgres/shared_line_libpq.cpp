@@ -4,8 +4,6 @@
 #include "store/postgres/connection.h"
 #include "store/postgres/schema.h"
 
-#include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <ctime>
 #include <deque>

@@ -4,7 +4,6 @@
 #include "store/jet/database/header.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/format/system_objects.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/table_definition.h"
 #include "store/jet/table/catalogue.h"

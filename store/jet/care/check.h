@@ -2,7 +2,6 @@
 
 #include "store/jet/database/database.h"
 
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>

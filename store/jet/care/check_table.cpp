@@ -3,7 +3,6 @@
 #include "store/jet/format/limits.h"
 #include "store/jet/format/row_page_layout.h"
 #include "store/jet/format/value_layout.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
 #include "store/jet/rows/field_codec.h"
 #include "store/jet/rows/long_value.h"

@@ -6,7 +6,6 @@
 #include "store/jet/format/limits.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
-#include "store/jet/rows/field_codec.h"
 #include "store/jet/rows/long_value.h"
 #include "store/jet/table/catalogue.h"
 #include "store/jet/table/table_state.h"

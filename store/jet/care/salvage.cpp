@@ -7,7 +7,6 @@
 #include "store/jet/database/header.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/format/system_objects.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/pages/journal.h"
 #include "store/jet/pages/page_code.h"
 #include "store/jet/pages/row_page.h"

@@ -4,7 +4,6 @@
 #include "store/jet/format/format.h"
 #include "store/jet/pages/page_code.h"
 #include "store/jet/pages/pager.h"
-#include "store/jet/pages/usage_map.h"
 #include "store/jet/values/sort_key.h"
 
 #include <cstdint>

@@ -3,7 +3,6 @@
 #include "store/jet/database/database_state.h"
 #include "store/jet/database/definition_plan.h"
 #include "store/jet/database/new_maps.h"
-#include "store/jet/database/system_tables.h"
 #include "store/jet/format/accounts.h"
 #include "store/jet/format/index_layout.h"
 #include "store/jet/format/limits.h"

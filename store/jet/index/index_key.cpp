@@ -2,7 +2,6 @@
 
 #include "store/jet/format/key_layout.h"
 #include "store/jet/index/known_texts.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>

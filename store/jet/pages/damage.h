@@ -1,7 +1,6 @@
 #pragma once
 
 #include "files/quoted_path.h"
-#include "store/jet/format/doors.h"
 #include "store/jet/pages/pager.h"
 
 #include <string_view>

@@ -6,7 +6,6 @@
 #include <functional>
 #include <optional>
 #include <span>
-#include <vector>
 
 /// The rollback journal: old contents of the pages that a commit is about to overwrite (format/journal_layout.h draws
 /// it). Private to the Pager.

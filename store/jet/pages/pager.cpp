@@ -11,7 +11,6 @@
 #include "store/jet/pages/session.h"
 #include "store/jet/pages/snapshot_list.h"
 
-#include <algorithm>
 #include <array>
 #include <cassert>
 #include <chrono>

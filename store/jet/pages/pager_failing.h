@@ -3,9 +3,7 @@
 #include "files/quoted_path.h"
 #include "store/jet/format/doors.h"
 
-#include <exception>
 #include <filesystem>
-#include <string>
 
 /// How the parts of the Pager fail.
 namespace jet {

@@ -3,7 +3,6 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/format/limits.h"
 #include "store/jet/format/value_layout.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/rows/long_value.h"
 #include "store/jet/values/decimal.h"
 #include "store/jet/values/names.h"

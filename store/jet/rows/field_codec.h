@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 
 /// Single fields as bytes and as values. Long values are not followed here: for Memo and OLE the bytes are those of

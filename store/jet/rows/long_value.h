@@ -7,7 +7,6 @@
 #include "store/jet/values/value.h"
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <vector>
 

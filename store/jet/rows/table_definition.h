@@ -3,14 +3,12 @@
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
 #include "store/jet/pages/pager.h"
-#include "store/jet/pages/usage_map.h"
 #include "store/jet/rows/column.h"
 #include "store/jet/rows/index.h"
 #include "store/jet/rows/row_codec.h"
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -2,8 +2,6 @@
 
 #include "store/jet/rules/rule_node.h"
 
-#include <utility>
-
 namespace jet {
 
 Rule::Rule(std::u16string_view text, Kind kind, const RuleHome& home)

@@ -3,7 +3,6 @@
 #include "store/jet/rules/rule_node.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <iterator>

@@ -5,7 +5,6 @@
 #include "store/jet/values/value.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 namespace jet {

@@ -3,7 +3,6 @@
 #include "store/jet/format/doors.h"
 #include "store/jet/values/calendar.h"
 #include "store/jet/values/order_key.h"
-#include "store/jet/values/text_codec.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,6 @@
 #include "store/jet/table/change_log.h"
 #include "store/jet/table/table.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -2,7 +2,6 @@
 
 #include "store/jet/format/doors.h"
 #include "store/jet/format/system_objects.h"
-#include "store/jet/pages/damage.h"
 #include "store/jet/values/names.h"
 
 #include <algorithm>

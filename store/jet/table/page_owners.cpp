@@ -2,8 +2,6 @@
 
 #include "store/jet/table/catalogue.h"
 
-#include <algorithm>
-
 namespace jet {
 namespace {
 
