@@ -8,6 +8,7 @@
 #include "print/slip.h"
 #include "scale/frm_properties.h"
 
+#include <functional>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -32,36 +33,30 @@ void Form1::getReady()
         return done;
     });
     preparation_.addForLater(whetherVerified);
-    const auto reasons = std::make_shared<QStringList>();
-    for (const QString& table : written)
-        preparation_.addForLater([this, table, reasons] {
-            // A table that is not there is reported by what opens it.
-            base::passOver([&] {
-                if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) *reasons << *why;
-            });
+    const auto inOnePart = [this](const std::function<void()>& work) {
+        preparation_.addForLater([work] {
+            base::passOver(work);
             return true;
         });
-    preparation_.addForLater([this] {
-        // Before a slip and a report the totals rows are looked for; where they are the engine remembers.
-        base::passOver([this] { DataCari.database().open(mill::pressingsWhere(mill::totalsCriteria)); });
-        return true;
-    });
+    };
+    const auto reasons = std::make_shared<QStringList>();
+    for (const QString& table : written)
+        inOnePart([this, table, reasons] {
+            // A table that is not there is reported by what opens it.
+            if (const std::optional<QString> why = DataCari.database().whyReadOnly(table)) *reasons << *why;
+        });
+    // Before a slip and a report the totals rows are looked for; where they are the engine remembers.
+    inOnePart([this] { DataCari.database().open(mill::pressingsWhere(mill::totalsCriteria)); });
     preparation_.addForLater([this, reasons] {
         if (!reasons->isEmpty()) note(reasons->join(u"\n\n"_s));
         return true;
     });
-    preparation_.addForLater([this] {
-        base::passOver([this] { composeSampleSlip(); });
-        return true;
-    });
+    inOnePart([this] { composeSampleSlip(); });
     preparation_.addForLater([this] {
         surroundings_.prompt.getReady();
         return true;
     });
-    preparation_.addForLater([this] {
-        base::passOver([this] { drawSampleDialogs(); });
-        return true;
-    });
+    inOnePart([this] { drawSampleDialogs(); });
     preparation_.begin();
 }
 
