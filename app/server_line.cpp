@@ -134,26 +134,20 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
     const std::shared_ptr<shared::SharedEngine> engine = databases.sharedEngine(form.DataCari.databaseName());
     const std::filesystem::path folder(form.surroundings().directory.toStdU16String());
     const auto say = [&form](const QString& state) { form.status->setServer(state); };
-    if (!platform::systemDisk().exists(folder / postgres::settingsFile)) {
-        if (engine) say(u"Sunucu: Sunucu.ini yok; değişiklikler bekliyor"_s);
-        return nullptr;
-    }
+    const auto none = [&say](const QString& state) {
+        say(state);
+        return std::unique_ptr<ServerLine>();
+    };
+    if (!platform::systemDisk().exists(folder / postgres::settingsFile))
+        return engine ? none(u"Sunucu: Sunucu.ini yok; değişiklikler bekliyor"_s) : nullptr;
     try {
         const postgres::ServerSettings settings = postgres::readServerSettings(platform::systemDisk(), folder);
         if (!engine && settings.book.empty()) return nullptr;
-        if (!engine && !form.DataCari.hasRecordSet()) {
-            say(u"Sunucu: veritabanı açılınca bağlanılacak"_s);
-            return nullptr;
-        }
-        if (!engine) {
-            say(u"Sunucu: bu dosya ortak deftere bağlı değil; presva-mdb to-server ile bağlayın"_s);
-            return nullptr;
-        }
-        if (settings.book != engine->place().name) {
-            say(u"Sunucu: Sunucu.ini'deki Defter bu dosyanınki (%1) değil; değişiklikler bekliyor"_s.arg(
+        if (!engine && !form.DataCari.hasRecordSet()) return none(u"Sunucu: veritabanı açılınca bağlanılacak"_s);
+        if (!engine) return none(u"Sunucu: bu dosya ortak deftere bağlı değil; presva-mdb to-server ile bağlayın"_s);
+        if (settings.book != engine->place().name)
+            return none(u"Sunucu: Sunucu.ini'deki Defter bu dosyanınki (%1) değil; değişiklikler bekliyor"_s.arg(
                 QString::fromStdString(engine->place().name)));
-            return nullptr;
-        }
         return std::make_unique<ServerLine>(
             engine, settings,
             ServerLine::Doors{.mayTake = [&form](qint64 waited) { return form.mayTakeNews(waited); },
@@ -161,8 +155,7 @@ std::unique_ptr<ServerLine> lineToServer(Form1& form, const shared::SharedDataba
                               .taken = [&form](const shared::Taken& taken) { form.newsTaken(taken); },
                               .told = say});
     } catch (const files::Error& error) {
-        say(u"Sunucu: "_s + QString::fromUtf8(error.what()));
-        return nullptr;
+        return none(u"Sunucu: "_s + QString::fromUtf8(error.what()));
     }
 }
 
