@@ -102,13 +102,11 @@ QString StatusLine::scaleFact() const
 
 QStringList StatusLine::facts() const
 {
-    QStringList facts{scaleFact()};
-    if (!marks_.isEmpty()) facts << marks_;
+    QStringList facts{scaleFact(), marks_};
     if (port_ && !betterFormat_.isEmpty())
         facts << u"satırlar “%1” biçiminde, Port Ayarları'ndan seçin"_s.arg(betterFormat_);
-    if (!printer_.isEmpty()) facts << printer_;
-    if (!dataFile_.isEmpty()) facts << dataFile_;
-    if (!server_.isEmpty()) facts << server_;
+    facts << printer_ << dataFile_ << server_;
+    facts.removeAll(QString()); // what nobody has said
     return facts;
 }
 
