@@ -39,6 +39,13 @@ void drawCross(QPainter& painter, const QRect& area, const QColor& ink)
     painter.drawLine(centre - QPointF(arm, -arm), centre + QPointF(arm, -arm));
 }
 
+void drawFocus(QPainter& painter, const QRect& area, const QColor& ink)
+{
+    painter.setPen(QPen(ink, 2, Qt::DotLine));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(area.adjusted(4, 4, -4, -4), 4, 4);
+}
+
 } // namespace
 
 CommandButton::CommandButton(QWidget* parent, const QString& caption, Picture picture)
@@ -79,11 +86,7 @@ void CommandButton::paintEvent(QPaintEvent*)
     if (depth && !isDown()) painting::box(painter, rect(), border, border, 1);
     const QRect face = rect().adjusted(0, isDown() ? depth : 0, 0, isDown() ? 0 : -depth);
     painting::box(painter, face, isDown() ? ground.darker(115) : ground, border, 1);
-    if (hasFocus()) {
-        painter.setPen(QPen(ink, 2, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(face.adjusted(4, 4, -4, -4), 4, 4);
-    }
+    if (hasFocus()) drawFocus(painter, face, ink);
     switch (picture_) {
     case Picture::exit:
         drawExit(painter, face, ink);
@@ -112,8 +115,6 @@ ButtonAtWork::~ButtonAtWork()
     button_.setEnabled(std::exchange(button_.enabledAfterWork_, std::nullopt).value_or(true));
 }
 
-CheckButton::CheckButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
-
 void CheckButton::showValue(bool on)
 {
     value_ = on;
@@ -126,8 +127,6 @@ void CheckButton::pressed()
     update();
     CommandButton::pressed();
 }
-
-OptionButton::OptionButton(QWidget* parent, const QString& caption) : CommandButton(parent, caption) {}
 
 void OptionButton::turnOn()
 {
@@ -172,11 +171,7 @@ void OptionButton::paintEvent(QPaintEvent*)
     painter.setPen(ink);
     painter.setFont(painting::fitted(font(), caption(), QFontInfo(font()).pixelSize(), text.width()));
     painter.drawText(text, Qt::AlignCenter | Qt::TextSingleLine, caption());
-    if (hasFocus()) {
-        painter.setPen(QPen(ink, 2, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(rect().adjusted(4, 4, -4, -4), 4, 4);
-    }
+    if (hasFocus()) drawFocus(painter, rect(), ink);
 }
 
 } // namespace app

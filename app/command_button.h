@@ -53,7 +53,7 @@ class CheckButton : public CommandButton {
     Q_OBJECT
 
 public:
-    explicit CheckButton(QWidget* parent, const QString& caption = {});
+    using CommandButton::CommandButton;
 
     bool value() const { return value_; }
     /// Brings the button in line with what its rule has decided; no click runs.
@@ -74,7 +74,7 @@ class OptionButton : public CommandButton {
     Q_OBJECT
 
 public:
-    explicit OptionButton(QWidget* parent, const QString& caption = {});
+    using CommandButton::CommandButton;
 
     bool value() const { return value_; }
     /// As a press: on, and the click runs, on already or not.
