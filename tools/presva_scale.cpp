@@ -127,53 +127,38 @@ int percentOf(const std::string& text)
     return percent;
 }
 
-/// Those without a value of their own. False for any other.
-bool setSwitch(Options& options, const std::string& name)
-{
-    if (name == "--help" || name == "-h")
-        options.help = true;
-    else if (name == "--formats")
-        options.formats = true;
-    else if (name == "--curve")
-        options.curve = true;
-    else
-        return false;
-    return true;
-}
+/// Those without a value of their own.
+constexpr std::pair<std::string_view, bool Options::*> switches[] = {
+    {"--help", &Options::help}, {"-h", &Options::help}, {"--formats", &Options::formats}, {"--curve", &Options::curve}};
 
-void setOption(Options& options, const std::string& name, const std::string& value)
+using Text = const std::string&;
+
+constexpr std::pair<std::string_view, void (*)(Options&, Text)> settings[] = {
+    {"--link", [](Options& options, Text value) { options.link = value; }},
+    {"--weight", [](Options& options, Text value) { options.weights = parts(value); }},
+    {"--rate", [](Options& options, Text value) { options.rate = numberOf(value, 1); }},
+    {"--count", [](Options& options, Text value) { options.count = numberOf(value, 0); }},
+    {"--shape", [](Options& options, Text value) { options.shape = value; }},
+    {"--format", [](Options& options, Text value) { options.format = formatNamed(value); }},
+    {"--noise", [](Options& options, Text value) { options.noise = percentOf(value); }},
+    {"--cut", [](Options& options, Text value) { options.cut = percentOf(value); }},
+    {"--pull", [](Options& options, Text value) { options.pull = numberOf(value, 1); }},
+    {"--replay", [](Options& options, Text value) { options.replay = value; }},
+    {"--listen", [](Options& options, Text value) { options.listen = value; }},
+    {"--settings", [](Options& options, Text value) { options.settings = value; }},
+    {"--seconds", [](Options& options, Text value) { options.seconds = numberOf(value, 1); }},
+    {"--read",
+     [](Options& options, Text value) {
+         options.read = true;
+         options.format = value == "auto" ? nullptr : formatNamed(value);
+     }},
+};
+
+/// Where the option stands among those of its kind; null when it is none of them.
+template <class Known> auto found(const Known& known, const std::string& name)
 {
-    if (name == "--link")
-        options.link = value;
-    else if (name == "--weight")
-        options.weights = parts(value);
-    else if (name == "--rate")
-        options.rate = numberOf(value, 1);
-    else if (name == "--count")
-        options.count = numberOf(value, 0);
-    else if (name == "--shape")
-        options.shape = value;
-    else if (name == "--format")
-        options.format = formatNamed(value);
-    else if (name == "--noise")
-        options.noise = percentOf(value);
-    else if (name == "--cut")
-        options.cut = percentOf(value);
-    else if (name == "--pull")
-        options.pull = numberOf(value, 1);
-    else if (name == "--replay")
-        options.replay = value;
-    else if (name == "--listen")
-        options.listen = value;
-    else if (name == "--settings")
-        options.settings = value;
-    else if (name == "--seconds")
-        options.seconds = numberOf(value, 1);
-    else if (name == "--read") {
-        options.read = true;
-        options.format = value == "auto" ? nullptr : formatNamed(value);
-    } else
-        throw Mistake("Bilinmeyen seçenek: " + name);
+    const auto at = std::ranges::find(known, name, [](const auto& option) { return option.first; });
+    return at == std::end(known) ? nullptr : &*at;
 }
 
 Options readOptions(int argc, char** argv)
@@ -181,9 +166,14 @@ Options readOptions(int argc, char** argv)
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
-        if (setSwitch(options, name)) continue;
+        if (const auto* const on = found(switches, name)) {
+            options.*(on->second) = true;
+            continue;
+        }
         if (i + 1 == argc) throw Mistake("Bilinmeyen ya da eksik seçenek: " + name);
-        setOption(options, name, argv[++i]);
+        const auto* const setting = found(settings, name);
+        if (setting == nullptr) throw Mistake("Bilinmeyen seçenek: " + name);
+        setting->second(options, argv[++i]);
     }
     if (options.weights.empty()) options.weights = {options.format ? usualWeight(*options.format) : "1234"};
     return options;
