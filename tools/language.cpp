@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <utility>
 
 namespace tools {
 
@@ -10,63 +12,37 @@ namespace {
 const char* kindOf(files::Fault fault)
 {
     using files::Fault;
-    switch (fault) {
-    case Fault::notFound:
-        return "There is no such file";
-    case Fault::isFolder:
-        return "This is a folder, not a file";
-    case Fault::notADatabase:
-        return "This is no Access database";
-    case Fault::oldFormat:
-        return "This database is of Access 97 or older; convert it with Access";
-    case Fault::newFormat:
-        return "This database is of Access 2007 or newer (.accdb); save it as .mdb with Access";
-    case Fault::encoded:
-        return "The pages of this database are encoded; compact makes an open copy";
-    case Fault::cutShort:
-        return "The file ends too early; rescue saves what is there";
-    case Fault::inUse:
-        return "Another program has the file open; close it and try again";
-    case Fault::changedElsewhere:
-        return "Another program has changed the file meanwhile; nothing was written";
-    case Fault::noPermission:
-        return "The system does not allow it";
-    case Fault::readOnly:
-        return "This may only be read";
-    case Fault::damaged:
-        return "The file is damaged here; check says more, rescue saves what can be read";
-    case Fault::disk:
-        return "The system could not read or write";
-    case Fault::noSuchTable:
-        return "There is no table or field of that name";
-    case Fault::noSuchRow:
-        return "The row is no longer there";
-    case Fault::exists:
-        return "There is one of that name already";
-    case Fault::badValue:
-        return "A value cannot be used";
-    case Fault::required:
-        return "A field that must not be empty would be";
-    case Fault::emptyText:
-        return "A field that takes no empty text would get one";
-    case Fault::ruleBroken:
-        return "A rule of the table forbids this";
-    case Fault::noParent:
-        return "A relationship needs a row of another table that is not there";
-    case Fault::hasChildren:
-        return "Rows of another table need this one";
-    case Fault::duplicate:
-        return "A unique index has that value already";
-    case Fault::indexNotWritable:
-        return "An index of the table cannot be kept true, so the table is not written";
-    case Fault::syntax:
-        return "The text cannot be understood";
-    case Fault::unsupported:
-        return "This cannot be done here";
-    case Fault::server:
-        return "The server is out of reach, or refuses";
-    }
-    return "It did not work";
+    static constexpr std::pair<Fault, const char*> kinds[] = {
+        {Fault::notFound, "There is no such file"},
+        {Fault::isFolder, "This is a folder, not a file"},
+        {Fault::notADatabase, "This is no Access database"},
+        {Fault::oldFormat, "This database is of Access 97 or older; convert it with Access"},
+        {Fault::newFormat, "This database is of Access 2007 or newer (.accdb); save it as .mdb with Access"},
+        {Fault::encoded, "The pages of this database are encoded; compact makes an open copy"},
+        {Fault::cutShort, "The file ends too early; rescue saves what is there"},
+        {Fault::inUse, "Another program has the file open; close it and try again"},
+        {Fault::changedElsewhere, "Another program has changed the file meanwhile; nothing was written"},
+        {Fault::noPermission, "The system does not allow it"},
+        {Fault::readOnly, "This may only be read"},
+        {Fault::damaged, "The file is damaged here; check says more, rescue saves what can be read"},
+        {Fault::disk, "The system could not read or write"},
+        {Fault::noSuchTable, "There is no table or field of that name"},
+        {Fault::noSuchRow, "The row is no longer there"},
+        {Fault::exists, "There is one of that name already"},
+        {Fault::badValue, "A value cannot be used"},
+        {Fault::required, "A field that must not be empty would be"},
+        {Fault::emptyText, "A field that takes no empty text would get one"},
+        {Fault::ruleBroken, "A rule of the table forbids this"},
+        {Fault::noParent, "A relationship needs a row of another table that is not there"},
+        {Fault::hasChildren, "Rows of another table need this one"},
+        {Fault::duplicate, "A unique index has that value already"},
+        {Fault::indexNotWritable, "An index of the table cannot be kept true, so the table is not written"},
+        {Fault::syntax, "The text cannot be understood"},
+        {Fault::unsupported, "This cannot be done here"},
+        {Fault::server, "The server is out of reach, or refuses"},
+    };
+    static_assert(std::size(kinds) == static_cast<std::size_t>(Fault::server) + 1);
+    return std::ranges::find(kinds, fault, &std::pair<Fault, const char*>::first)->second;
 }
 
 } // namespace

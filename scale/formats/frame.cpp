@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <utility>
 
 namespace scale {
 
@@ -72,6 +74,24 @@ std::string hexOf(unsigned byte)
     return {digits[byte >> 4 & 15], digits[byte & 15]};
 }
 
+constexpr std::pair<Meaning, Refusal> refusals[] = {{Meaning::over, Refusal::overload},
+                                                    {Meaning::under, Refusal::underload},
+                                                    {Meaning::invalid, Refusal::invalid},
+                                                    {Meaning::tare, Refusal::tare}};
+constexpr std::pair<Meaning, Load> loads[] = {{Meaning::gross, Load::gross}, {Meaning::net, Load::net}};
+constexpr std::pair<Meaning, Unit> units[] = {{Meaning::kilogram, Unit::kilogram},
+                                              {Meaning::gram, Unit::gram},
+                                              {Meaning::tonne, Unit::tonne},
+                                              {Meaning::pound, Unit::pound}};
+
+/// Nothing for a meaning that says something else.
+template <class What, std::size_t count>
+std::optional<What> saidOf(const std::pair<Meaning, What> (&what)[count], Meaning meaning)
+{
+    const auto found = std::ranges::find(what, meaning, &std::pair<Meaning, What>::first);
+    return found == std::end(what) ? std::nullopt : std::optional(found->second);
+}
+
 /// What the pieces of one frame have said so far.
 struct Said {
     std::optional<Decimal> weight;
@@ -85,52 +105,13 @@ struct Said {
 
     void hear(Meaning meaning, int places)
     {
-        switch (meaning) {
-        case Meaning::ok:
-            return;
-        case Meaning::stable:
-            if (rest == Rest::unknown) rest = Rest::stable;
-            return;
-        case Meaning::moving:
-            rest = Rest::moving;
-            return;
-        case Meaning::over:
-            noWeight = Refusal::overload;
-            return;
-        case Meaning::under:
-            noWeight = Refusal::underload;
-            return;
-        case Meaning::invalid:
-            noWeight = Refusal::invalid;
-            return;
-        case Meaning::tare:
-            noWeight = Refusal::tare;
-            return;
-        case Meaning::gross:
-            load = Load::gross;
-            return;
-        case Meaning::net:
-            load = Load::net;
-            return;
-        case Meaning::negative:
-            negative = true;
-            return;
-        case Meaning::kilogram:
-            unit = Unit::kilogram;
-            return;
-        case Meaning::gram:
-            unit = Unit::gram;
-            return;
-        case Meaning::tonne:
-            unit = Unit::tonne;
-            return;
-        case Meaning::pound:
-            unit = Unit::pound;
-            return;
-        case Meaning::decimals:
-            decimals = places;
-            return;
-        }
+        if (const auto why = saidOf(refusals, meaning)) noWeight = why;
+        if (const auto which = saidOf(loads, meaning)) load = *which;
+        if (const auto named = saidOf(units, meaning)) unit = named;
+        if (meaning == Meaning::stable && rest == Rest::unknown) rest = Rest::stable;
+        if (meaning == Meaning::moving) rest = Rest::moving;
+        if (meaning == Meaning::negative) negative = true;
+        if (meaning == Meaning::decimals) decimals = places;
     }
 };
 

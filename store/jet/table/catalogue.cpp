@@ -5,6 +5,8 @@
 #include "store/jet/values/names.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace jet {
 namespace {
@@ -25,25 +27,11 @@ void readProperties(CatalogueEntry& entry, const RowView& row, std::size_t colum
 
 const char* foreignKind(int type)
 {
-    switch (type) {
-    case 4:
-    case 6:
-        return "bağlı tablo";
-    case 5:
-        return "sorgu";
-    case -32768:
-        return "form";
-    case -32766:
-        return "makro";
-    case -32764:
-        return "rapor";
-    case -32761:
-        return "modül";
-    case -32756:
-        return "sayfa";
-    default:
-        return nullptr;
-    }
+    static constexpr std::pair<int, const char*> kinds[] = {{4, "bağlı tablo"}, {6, "bağlı tablo"}, {5, "sorgu"},
+                                                            {-32768, "form"},   {-32766, "makro"},  {-32764, "rapor"},
+                                                            {-32761, "modül"},  {-32756, "sayfa"}};
+    const auto kind = std::ranges::find(kinds, type, &std::pair<int, const char*>::first);
+    return kind == std::end(kinds) ? nullptr : kind->second;
 }
 
 bool isUserObject(std::uint32_t flags) { return (flags & systemMarks) == 0; }
