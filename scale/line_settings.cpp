@@ -52,15 +52,8 @@ std::optional<LineSettings> parseLineSettings(QStringView text)
 
 bool isFeasible(const LineSettings& settings)
 {
-    switch (settings.stopBits) {
-    case StopBits::one:
-        return true;
-    case StopBits::oneAndHalf:
-        return settings.dataBits == 5;
-    case StopBits::two:
-        return settings.dataBits != 5;
-    }
-    return false;
+    if (settings.stopBits == StopBits::one) return true;
+    return (settings.stopBits == StopBits::oneAndHalf) == (settings.dataBits == 5);
 }
 
 } // namespace scale

@@ -9,67 +9,46 @@
 #include <QObject>
 #include <QSerialPort>
 
+#include <utility>
+
 namespace scale {
 
 namespace {
 
 QSerialPort::Parity parityOf(char letter)
 {
-    switch (letter) {
-    case 'e':
-        return QSerialPort::EvenParity;
-    case 'o':
-        return QSerialPort::OddParity;
-    case 'm':
-        return QSerialPort::MarkParity;
-    case 's':
-        return QSerialPort::SpaceParity;
-    default:
-        return QSerialPort::NoParity;
-    }
+    static constexpr std::pair<char, QSerialPort::Parity> parities[] = {{'e', QSerialPort::EvenParity},
+                                                                        {'o', QSerialPort::OddParity},
+                                                                        {'m', QSerialPort::MarkParity},
+                                                                        {'s', QSerialPort::SpaceParity}};
+    for (const auto& [known, parity] : parities)
+        if (known == letter) return parity;
+    return QSerialPort::NoParity;
 }
 
 QSerialPort::StopBits stopBitsOf(StopBits stopBits)
 {
-    switch (stopBits) {
-    case StopBits::one:
-        return QSerialPort::OneStop;
-    case StopBits::two:
-        return QSerialPort::TwoStop;
-    case StopBits::oneAndHalf:
-        break;
-    }
+    if (stopBits == StopBits::one) return QSerialPort::OneStop;
+    if (stopBits == StopBits::two) return QSerialPort::TwoStop;
     // The library's own word is accepted everywhere, and ignored where the system has none for it.
     return platform::twoStopBitsLastOneAndAHalf() ? QSerialPort::TwoStop : QSerialPort::OneAndHalfStop;
 }
 
 QSerialPort::FlowControl flowOf(FlowControl flow)
 {
-    switch (flow) {
-    case FlowControl::none:
-        return QSerialPort::NoFlowControl;
-    case FlowControl::software:
-        return QSerialPort::SoftwareControl;
-    case FlowControl::hardware:
-    case FlowControl::both: // the library has no combination; the wires decide
-        return QSerialPort::HardwareControl;
-    }
-    return QSerialPort::NoFlowControl;
+    if (flow == FlowControl::none) return QSerialPort::NoFlowControl;
+    // Of both the library has no combination; the wires decide.
+    return flow == FlowControl::software ? QSerialPort::SoftwareControl : QSerialPort::HardwareControl;
 }
 
 class QtSerialDevice final : public SerialDevice {
 public:
     QtSerialDevice()
     {
-        QObject::connect(&port_, &QSerialPort::readyRead, &port_, [this] {
-            if (arrived) arrived();
-        });
+        QObject::connect(&port_, &QSerialPort::readyRead, &port_, [this] { tell(arrived); });
         QObject::connect(&port_, &QSerialPort::errorOccurred, &port_, [this](QSerialPort::SerialPortError error) {
             if (!configured_ || error == QSerialPort::NoError) return;
-            if (isGone())
-                tell(gone);
-            else
-                tell(failed);
+            tell(isGone() ? gone : failed);
         });
         // An unplugged adapter shows as a read that returns nothing, which not every version of the library reports.
         QObject::connect(&node_, &QFileSystemWatcher::fileChanged, &port_, [this](const QString& path) {

@@ -47,18 +47,12 @@ EventOutcome onScaleEvent(CommControl& control, ScaleStation& station, const bas
         control.setInBufferCount(0);
         control.setOutBufferCount(0);
     });
-    switch (control.commEvent()) {
-    case events::received: {
-        const QString burst = control.input();
-        showWeight(burst, station, regional);
-        return burst.contains(u'\r') ? EventOutcome::line : EventOutcome::halfLine;
-    }
-    case events::readError:
-        reopen(control, processEvents);
-        return EventOutcome::nothing;
-    default:
-        return EventOutcome::nothing;
-    }
+    const int event = control.commEvent();
+    if (event == events::readError) reopen(control, processEvents);
+    if (event != events::received) return EventOutcome::nothing;
+    const QString burst = control.input();
+    showWeight(burst, station, regional);
+    return burst.contains(u'\r') ? EventOutcome::line : EventOutcome::halfLine;
 }
 
 } // namespace scale

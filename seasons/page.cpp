@@ -26,17 +26,7 @@ std::string base64(const std::array<std::uint8_t, 32>& bytes)
     return text;
 }
 
-std::string_view kindName(Kind kind)
-{
-    switch (kind) {
-    case Kind::text:
-        return "text";
-    case Kind::day:
-        return "day";
-    default:
-        return "number";
-    }
-}
+std::string_view kindName(Kind kind) { return kind == Kind::text ? "text" : kind == Kind::day ? "day" : "number"; }
 
 void putRow(std::string& out, const std::vector<Cell>& cells, const std::vector<Column>& columns)
 {

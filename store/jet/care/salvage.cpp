@@ -65,14 +65,8 @@ Salvage::Salvage(Disk& disk, const std::filesystem::path& file, Sentences& losse
         collation_ = header.collation;
         collationKnown = true;
     } catch (const Error& error) {
-        switch (error.fault()) {
-        case Fault::damaged:
-        case Fault::notADatabase:
-            losses_.add(pageName(0) + ": dosyanın başlığı okunamadı.");
-            break;
-        default:
-            throw;
-        }
+        if (error.fault() != Fault::damaged && error.fault() != Fault::notADatabase) throw;
+        losses_.add(pageName(0) + ": dosyanın başlığı okunamadı.");
     }
     readFreePages();
     findTables();

@@ -79,16 +79,9 @@ Operand comparison(Op op, const Operand& left, const Operand& right, const RuleQ
     if (op == Op::unequal) return std::is_neq(order);
     if (order == std::partial_ordering::unordered)
         throwNotUnderstood("metinlerin bu dosyanın alfabesindeki sırası bilinmiyor");
-    switch (op) {
-    case Op::less:
-        return std::is_lt(order);
-    case Op::lessOrEqual:
-        return std::is_lteq(order);
-    case Op::greater:
-        return std::is_gt(order);
-    default:
-        return std::is_gteq(order);
-    }
+    if (op == Op::less) return std::is_lt(order);
+    if (op == Op::lessOrEqual) return std::is_lteq(order);
+    return op == Op::greater ? std::is_gt(order) : std::is_gteq(order);
 }
 
 /// True and False alone may be meant as the answer itself: beside a field that is no Yes/No nobody knows.
