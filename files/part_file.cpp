@@ -49,6 +49,13 @@ PartFile::~PartFile()
     }
 }
 
+void PartFile::write(std::string_view content) const
+{
+    const auto file = disk_.open(part_, Disk::Access::createNew);
+    file->write(0, {reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
+    file->sync();
+}
+
 void PartFile::publish()
 {
     refuseToReplace();

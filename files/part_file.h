@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace files {
 
@@ -33,6 +34,8 @@ public:
             throw Error(failure.fault(), withItsName(failure.what()));
         }
     }
+    /// Makes the file of a content that is at hand as a whole. Throws disk.
+    void write(std::string_view content) const;
     /// The content must be synced and the file closed. Returns when the name would survive a power cut.
     /// Where a file is replaced, either of the two bears the name at every moment; else throws exists when somebody
     /// made one of that name meanwhile. Throws disk.

@@ -115,11 +115,7 @@ void Access::write(const std::map<std::string, std::int64_t>& telephones)
     std::string text;
     for (const auto& [digest, until] : telephones) text += digest + ' ' + std::to_string(until) + '\n';
     files::PartFile part = files::PartFile::replacing(disk_, file_);
-    {
-        const auto file = disk_.open(part.path(), files::Disk::Access::createNew);
-        file->write(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-        file->sync();
-    }
+    part.write(text);
     part.publish();
 }
 

@@ -156,11 +156,7 @@ private:
     void write()
     {
         files::PartFile part = files::PartFile::replacing(disk_, path_);
-        {
-            const auto file = disk_.open(part.path(), files::Disk::Access::createNew);
-            file->write(0, {reinterpret_cast<const std::uint8_t*>(text_.data()), text_.size()});
-            file->sync();
-        }
+        part.write(text_);
         part.publish();
     }
 

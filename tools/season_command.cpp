@@ -33,13 +33,6 @@ std::filesystem::path databaseAt(files::Disk& disk, const std::filesystem::path&
     return isFolder ? store::databaseIn(disk, source) : source;
 }
 
-void write(files::Disk& disk, const std::filesystem::path& to, const std::string& text)
-{
-    const auto file = disk.open(to, files::Disk::Access::createNew);
-    file->write(0, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    file->sync();
-}
-
 /// Made by a library that knows paths alone.
 void writeWorkbook(files::Disk& disk, const std::filesystem::path& to, const seasons::Report& report)
 {
@@ -73,7 +66,7 @@ int season(files::Disk& disk, Arguments arguments)
         if (kind == ".xlsx")
             writeWorkbook(disk, part.path(), report);
         else
-            write(disk, part.path(), kind == ".pdf" ? seasons::paper(report) : seasons::page(report));
+            part.write(kind == ".pdf" ? seasons::paper(report) : seasons::page(report));
         part.publish();
     });
 

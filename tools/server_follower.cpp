@@ -103,13 +103,7 @@ std::uint64_t ServerFollower::carriedBefore() const
 void ServerFollower::rememberCarried(std::uint64_t pressings) const
 {
     auto part = files::PartFile::replacing(disk_, memory_);
-    {
-        const auto file = disk_.open(part.path(), files::Disk::Access::createNew);
-        const std::string digits = std::to_string(pressings);
-        const std::vector<std::uint8_t> bytes(digits.begin(), digits.end());
-        file->write(0, bytes);
-        file->sync();
-    }
+    part.write(std::to_string(pressings));
     part.publish();
 }
 
