@@ -73,7 +73,7 @@ public:
     virtual std::vector<RowKey> matching(const Listing& listing, const QString& criteria) = 0;
 
     /// How many rows a table has; reads none where the engine knows it.
-    virtual std::size_t countRows(const QString& table);
+    virtual std::size_t countRows(const QString& table) { return open(table).rows.size(); }
 
     /// An action SQL text; returns the number of rows that it took away.
     virtual std::size_t execute(const QString& sql) = 0;
@@ -87,28 +87,28 @@ public:
     /// Inside a change: it is what the slip of this identity leaves behind, terms and pressing. An engine that hands
     /// changes on to others hands it on under that name, so that nobody does it twice, however often it is stored;
     /// another need not know. An empty identity is none.
-    virtual void nameChange(const QString& slip);
+    virtual void nameChange(const QString& /*slip*/) {}
 
     /// Begins with what the first search by first letters of that field would wait for, and has most of it done by
     /// another thread; true when nothing is left of it. Searches answer meanwhile.
-    virtual bool prepareSearch(const QString& table, const QString& field);
+    virtual bool prepareSearch(const QString& /*table*/, const QString& /*field*/) { return true; }
 
     /// Learns a part of what questions for exactly one text of that field would each read the table for, some
     /// milliseconds of work; true when nothing is left of it.
-    virtual bool prepareMatching(const QString& table, const QString& field);
+    virtual bool prepareMatching(const QString& /*table*/, const QString& /*field*/) { return true; }
 
     /// Why no row of that table can be stored or changed, in a sentence for people; nothing when it can. The first
     /// question takes time (the first change would ask it otherwise): the whole table is read and compared.
-    virtual std::optional<QString> whyReadOnly(const QString& table);
+    virtual std::optional<QString> whyReadOnly(const QString& /*table*/) { return std::nullopt; }
     /// Why a whole table may not be emptied from here, in a sentence for people; nothing when it may.
-    virtual std::optional<QString> whyNotEmptied();
+    virtual std::optional<QString> whyNotEmptied() { return std::nullopt; }
 
     /// The first call begins to find out, on a thread of its own, what whyReadOnly() tells of these tables; true when
     /// that is done. Then that question is quick, if nothing was written meanwhile.
-    virtual bool prepareWriting(const QStringList& tables);
+    virtual bool prepareWriting(const QStringList& /*tables*/) { return true; }
 
     /// Whether there is a table of that name beside the mill's own. An engine that knows of no others says no.
-    virtual bool hasTable(const QString& table);
+    virtual bool hasTable(const QString& /*table*/) { return false; }
 
     /// What is committed now. Outside a change. An engine that makes no copies throws error 5.
     virtual std::unique_ptr<Snapshot> snapshot();

@@ -95,10 +95,9 @@ void RecordSet::findFirst(const QString& criteria)
 {
     noMatch_ = true;
     if (!engine_ || size() == 0) return;
-    const std::vector<RowKey> found = engine_->matching(listing_, criteria);
-    if (found.empty()) return;
     // Usually one row, or a few: the set is walked once, in its own order.
-    std::vector<RowKey> wanted = found;
+    std::vector<RowKey> wanted = engine_->matching(listing_, criteria);
+    if (wanted.empty()) return;
     std::sort(wanted.begin(), wanted.end());
     const auto first = std::find_if(listing_.rows.begin(), listing_.rows.end(),
                                     [&](RowKey row) { return std::binary_search(wanted.begin(), wanted.end(), row); });
