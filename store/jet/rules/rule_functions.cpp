@@ -1,6 +1,7 @@
 #include "store/jet/rules/rule_node.h"
 #include "store/jet/rules/rule_texts.h"
 #include "store/jet/values/calendar.h"
+#include "store/jet/values/word_units.h"
 
 #include <algorithm>
 #include <chrono>
@@ -104,13 +105,7 @@ RuleNumber datePart(const std::u16string& interval, double days)
     throwNotUnderstood("“" + toUtf8(interval) + "” bu işlevde anlaşılmıyor");
 }
 
-std::u16string intervalOf(const Operand& operand)
-{
-    std::u16string interval = textOf(operand);
-    for (char16_t& unit : interval)
-        if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit - u'A' + u'a');
-    return interval;
-}
+std::u16string intervalOf(const Operand& operand) { return lower(textOf(operand)); }
 
 /// A moment, or a number of days; texts are read differently on every computer.
 double daysOf(const Operand& operand)

@@ -28,13 +28,6 @@ struct Token {
     Operand value; ///< number, date
 };
 
-std::u16string lower(std::u16string text)
-{
-    for (char16_t& unit : text)
-        if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit - u'A' + u'a');
-    return text;
-}
-
 /// What stands between two operands.
 struct Sign {
     std::u16string_view text;
@@ -184,46 +177,33 @@ private:
     {
         if (!takeMark(mark)) throwNotUnderstood("“" + toUtf8(mark) + "” eksik");
     }
-    static Node node(Op op, std::vector<Node> parts)
+    template <class... Parts> static Node node(Op op, Parts... parts)
     {
         Node made;
         made.op = op;
-        made.parts = std::move(parts);
+        (made.parts.push_back(std::move(parts)), ...);
         return made;
-    }
-    static Node negated(Node inner)
-    {
-        std::vector<Node> parts;
-        parts.push_back(std::move(inner));
-        return node(Op::notOp, std::move(parts));
-    }
-    static Node pair(Op op, Node left, Node right)
-    {
-        std::vector<Node> parts;
-        parts.push_back(std::move(left));
-        parts.push_back(std::move(right));
-        return node(op, std::move(parts));
     }
 
     Node any()
     {
         if (++depth_ > maxDepth) throwNotUnderstood("ayraçlar çok derin iç içe");
         Node left = all();
-        while (takeWord(u"or")) left = pair(Op::orOp, std::move(left), all());
+        while (takeWord(u"or")) left = node(Op::orOp, std::move(left), all());
         --depth_;
         return left;
     }
     Node all()
     {
         Node left = negation();
-        while (takeWord(u"and")) left = pair(Op::andOp, std::move(left), negation());
+        while (takeWord(u"and")) left = node(Op::andOp, std::move(left), negation());
         return left;
     }
     Node negation()
     {
         if (!takeWord(u"not")) return test();
         if (++depth_ > maxDepth) throwNotUnderstood("ayraçlar çok derin iç içe");
-        Node inner = negated(negation());
+        Node inner = node(Op::notOp, negation());
         --depth_;
         return inner;
     }
@@ -251,13 +231,11 @@ private:
 
     Node test()
     {
-        Node left;
-        left.op = Op::own;
-        if (!atTest()) left = operand();
+        Node left = atTest() ? node(Op::own) : operand();
         if (!atTest()) return left;
         const bool inverted = takeWord(u"not");
         Node tested = testOf(std::move(left));
-        return inverted ? negated(std::move(tested)) : std::move(tested);
+        return inverted ? node(Op::notOp, std::move(tested)) : std::move(tested);
     }
 
     static bool speaksOfFields(const Node& node)
@@ -273,49 +251,34 @@ private:
         }
         const bool isQuestion = node.op == Op::call && (node.name == u"isnull" || node.name == u"iif");
         if ((node.op >= Op::equal && node.op <= Op::meant) || isQuestion || speaksOfFields(node)) return node;
-        Node own;
-        own.op = Op::own;
-        if (node.op == Op::value && jet::isNull(node.content)) { // "Not Null" asks for a value
-            std::vector<Node> parts;
-            parts.push_back(std::move(own));
-            return Parser::node(Op::isNull, std::move(parts));
-        }
-        return pair(Op::meant, std::move(own), std::move(node));
+        Node own = Parser::node(Op::own);
+        if (node.op == Op::value && jet::isNull(node.content)) // "Not Null" asks for a value
+            return Parser::node(Op::isNull, std::move(own));
+        return Parser::node(Op::meant, std::move(own), std::move(node));
     }
 
     Node testOf(Node left)
     {
-        if (const auto op = takeComparison()) return pair(*op, std::move(left), operand());
+        if (const auto op = takeComparison()) return node(*op, std::move(left), operand());
         if (takeWord(u"is")) {
             const bool inverted = takeWord(u"not");
             if (!takeWord(u"null")) throwNotUnderstood("Is sözcüğünden sonra yalnız Null anlaşılır");
-            std::vector<Node> parts;
-            parts.push_back(std::move(left));
-            Node tested = node(Op::isNull, std::move(parts));
-            return inverted ? negated(std::move(tested)) : std::move(tested);
+            Node tested = node(Op::isNull, std::move(left));
+            return inverted ? node(Op::notOp, std::move(tested)) : std::move(tested);
         }
-        if (takeWord(u"like")) {
-            std::vector<Node> parts;
-            parts.push_back(std::move(left));
-            parts.push_back(operand());
-            return node(Op::like, std::move(parts));
-        }
+        if (takeWord(u"like")) return node(Op::like, std::move(left), operand());
         if (takeWord(u"between")) {
-            std::vector<Node> parts;
-            parts.push_back(std::move(left));
-            parts.push_back(operand());
+            Node one = operand();
             if (!takeWord(u"and")) throwNotUnderstood("Between … And … yarım kalmış");
-            parts.push_back(operand());
-            return node(Op::between, std::move(parts));
+            return node(Op::between, std::move(left), std::move(one), operand());
         }
         if (takeWord(u"in")) {
-            std::vector<Node> parts;
-            parts.push_back(std::move(left));
+            Node among = node(Op::in, std::move(left));
             needMark(u"(");
-            do parts.push_back(operand());
+            do among.parts.push_back(operand());
             while (takeMark(u",") || takeMark(u";"));
             needMark(u")");
-            return node(Op::in, std::move(parts));
+            return among;
         }
         throwNotUnderstood("“" + shown() + "” beklenmiyordu");
     }
@@ -328,7 +291,7 @@ private:
         for (;;) {
             const auto sign = std::ranges::find_if(levels[level], taken);
             if (sign == levels[level].end()) return left;
-            left = pair(sign->op, std::move(left), operand(level + 1));
+            left = node(sign->op, std::move(left), operand(level + 1));
         }
     }
     Node factor()
@@ -340,11 +303,7 @@ private:
     }
     Node unguardedFactor()
     {
-        if (takeMark(u"-")) {
-            std::vector<Node> parts;
-            parts.push_back(factor());
-            return node(Op::negate, std::move(parts));
-        }
+        if (takeMark(u"-")) return node(Op::negate, factor());
         if (takeMark(u"+")) return factor();
         if (takeMark(u"(")) {
             Node inner = any();
@@ -385,8 +344,7 @@ private:
             name = std::move(token_.content);
             advance();
         }
-        Node made;
-        made.op = Op::field;
+        Node made = node(Op::field);
         made.name = std::move(name);
         return made;
     }

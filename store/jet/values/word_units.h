@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 /// What the languages of queries and of rules take for blanks, digits and words.
 namespace jet {
 
@@ -9,6 +11,13 @@ inline bool startsWord(char16_t unit)
 {
     return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_' ||
            (unit >= 0x0080 && !isBlank(unit));
+}
+/// English letters alone.
+inline std::u16string lower(std::u16string text)
+{
+    for (char16_t& unit : text)
+        if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit - u'A' + u'a');
+    return text;
 }
 
 } // namespace jet
