@@ -108,10 +108,6 @@ std::vector<RowId> rowsInOrder(Table& table, const Statement& statement)
     return ordered ? order.take() : rows;
 }
 
-} // namespace
-
-namespace {
-
 Selection selectNow(Database& database, std::u16string_view sql)
 {
     const Statement statement = sql::parseStatement(sql);

@@ -337,17 +337,21 @@ std::vector<OrderItem> Parser::orderItems()
     return list;
 }
 
+/// Of one part, so far.
+Expression made(Expression::Kind kind, Expression part)
+{
+    Expression group;
+    group.kind = kind;
+    group.parts.push_back(std::move(part));
+    return group;
+}
+
 Expression Parser::any()
 {
     if (++depth_ > maxDepth) fail("ayraçlar çok derin iç içe.");
     Expression first = all();
-    if (isWord("or")) {
-        Expression group;
-        group.kind = Expression::Kind::any;
-        group.parts.push_back(std::move(first));
-        while (takeWord("or")) group.parts.push_back(all());
-        first = std::move(group);
-    }
+    if (isWord("or")) first = made(Expression::Kind::any, std::move(first));
+    while (takeWord("or")) first.parts.push_back(all());
     --depth_;
     return first;
 }
@@ -356,9 +360,7 @@ Expression Parser::all()
 {
     Expression first = negation();
     if (!isWord("and")) return first;
-    Expression group;
-    group.kind = Expression::Kind::all;
-    group.parts.push_back(std::move(first));
+    Expression group = made(Expression::Kind::all, std::move(first));
     while (takeWord("and")) group.parts.push_back(negation());
     return group;
 }
@@ -376,11 +378,7 @@ Expression Parser::negation()
     } else {
         inner = test();
     }
-    if (!negated) return inner;
-    Expression result;
-    result.kind = Expression::Kind::negation;
-    result.parts.push_back(std::move(inner));
-    return result;
+    return negated ? made(Expression::Kind::negation, std::move(inner)) : std::move(inner);
 }
 
 Expression Parser::test()
@@ -404,11 +402,7 @@ Expression Parser::test()
         result.pattern = std::move(token_.content);
         advance();
     }
-    if (!negated) return result;
-    Expression outer;
-    outer.kind = Expression::Kind::negation;
-    outer.parts.push_back(std::move(result));
-    return outer;
+    return negated ? made(Expression::Kind::negation, std::move(result)) : std::move(result);
 }
 
 std::optional<Comparison> Parser::takeComparison()
