@@ -220,16 +220,10 @@ CopyFacts factsOf(files::Disk& disk, const Path& copy, const CopyTime& time)
 
 std::filesystem::path databaseIn(files::Disk& disk, const std::filesystem::path& directory)
 {
-    const auto lower = [](std::u16string text) {
-        std::ranges::transform(text, text.begin(),
-                               [](char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c - u'A' + u'a') : c; });
-        return text;
-    };
     Path usual = directory / mill::databaseFile;
     if (disk.exists(usual)) return usual;
-    for (const Path& name : disk.names(directory)) {
-        if (lower(name.u16string()) == lower(std::u16string(mill::databaseFile))) return directory / name;
-    }
+    for (const Path& name : disk.names(directory))
+        if (jet::sameName(name.u16string(), mill::databaseFile)) return directory / name;
     return usual;
 }
 
