@@ -317,7 +317,7 @@ void FieldWriter::putDate(jet::DateTime moment)
     }
     if (day != day_) {
         namespace chrono = std::chrono;
-        const chrono::year_month_day date{chrono::sys_days{chrono::year{1899} / 12 / 30} + chrono::days{day}};
+        const chrono::year_month_day date{jet::dayZero + chrono::days{day}};
         dayText_.resize(10);
         char* at = putDigits(dayText_.data(), static_cast<int>(date.year()), 4);
         *at++ = '-';

@@ -7,7 +7,6 @@
 namespace mill {
 namespace {
 
-constexpr std::chrono::sys_days dayZero = std::chrono::year(1899) / 12 / 30;
 constexpr std::chrono::month firstMonth = std::chrono::July;
 
 } // namespace
@@ -16,14 +15,14 @@ int seasonOf(double moment)
 {
     // By the millisecond, as everywhere: the last bits of two numbers for one moment need not agree.
     const auto day = std::chrono::floor<std::chrono::days>(
-        dayZero + std::chrono::milliseconds(jet::milliseconds(jet::DateTime{moment})));
+        jet::dayZero + std::chrono::milliseconds(jet::milliseconds(jet::DateTime{moment})));
     const std::chrono::year_month_day date(day);
     return static_cast<int>(date.year()) - (date.month() < firstMonth ? 1 : 0);
 }
 
 int firstDayOfSeason(int year)
 {
-    return static_cast<int>((std::chrono::sys_days(std::chrono::year(year) / firstMonth / 1) - dayZero).count());
+    return static_cast<int>((std::chrono::sys_days(std::chrono::year(year) / firstMonth / 1) - jet::dayZero).count());
 }
 
 } // namespace mill

@@ -12,12 +12,6 @@
 namespace seasons {
 namespace {
 
-std::chrono::year_month_day dateOf(int day)
-{
-    constexpr std::chrono::sys_days dayZero = std::chrono::year(1899) / 12 / 30;
-    return {dayZero + std::chrono::days(day)};
-}
-
 constexpr std::string_view replacement = "\xEF\xBF\xBD"; // U+FFFD
 
 struct Character {
@@ -90,7 +84,7 @@ std::string numberText(double number, int decimals)
 
 std::string dayText(int day)
 {
-    const std::chrono::year_month_day date = dateOf(day);
+    const std::chrono::year_month_day date(jet::dayZero + std::chrono::days(day));
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%02u.%02u.%04d", static_cast<unsigned>(date.day()),
                   static_cast<unsigned>(date.month()), static_cast<int>(date.year()));

@@ -7,6 +7,7 @@
 #include "store/jet/care/maintenance.h"
 #include "store/jet/care/rescue.h"
 #include "store/jet/database/database.h"
+#include "store/jet/values/calendar.h"
 #include "store/postgres/leave.h"
 #include "store/postgres/server_settings.h"
 #include "store/postgres/shared_tables.h"
@@ -29,8 +30,7 @@ store::CopyTime calendarTime(jet::DateTime moment)
     const auto seconds = static_cast<std::int64_t>(std::llround(moment.days * secondsADay));
     const auto day = static_cast<std::int64_t>(std::floor(static_cast<double>(seconds) / secondsADay));
     const auto rest = static_cast<int>(seconds - day * std::int64_t{86400});
-    constexpr std::chrono::sys_days dayZero = std::chrono::year(1899) / 12 / 30;
-    const std::chrono::year_month_day date(dayZero + std::chrono::days(day));
+    const std::chrono::year_month_day date(jet::dayZero + std::chrono::days(day));
     return {static_cast<int>(date.year()),
             static_cast<int>(static_cast<unsigned>(date.month())),
             static_cast<int>(static_cast<unsigned>(date.day())),

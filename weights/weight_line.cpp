@@ -182,10 +182,9 @@ double momentOf(const Fact& fact)
 std::string isoMoment(double moment)
 {
     namespace chrono = std::chrono;
-    constexpr chrono::sys_days dayZero = chrono::year{1899} / 12 / 30;
     constexpr std::int64_t perSecond = 1000;
     const std::int64_t rounded = (jet::milliseconds(jet::DateTime{moment}) + perSecond / 2) / perSecond;
-    const auto at = chrono::sys_seconds(dayZero) + chrono::seconds(rounded);
+    const auto at = chrono::sys_seconds(jet::dayZero) + chrono::seconds(rounded);
     const auto midnight = chrono::floor<chrono::days>(at);
     const chrono::year_month_day date(midnight);
     const chrono::hh_mm_ss time(at - midnight);

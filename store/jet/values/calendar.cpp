@@ -1,6 +1,5 @@
 #include "store/jet/values/calendar.h"
 
-#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -14,7 +13,6 @@ std::optional<DateTime> dateTime(int year, int month, int day, int hour, int min
     if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 || !date.ok()) return std::nullopt;
     if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) return std::nullopt;
 
-    constexpr chrono::sys_days dayZero = chrono::year{1899} / 12 / 30;
     const auto days = static_cast<double>((chrono::sys_days{date} - dayZero).count());
     const double fraction = (hour * 3600 + minute * 60 + second) / 86400.0;
     // Before day zero the fraction still counts forward from midnight, away from zero on the number line.

@@ -2,10 +2,14 @@
 
 #include "store/jet/values/value.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace jet {
+
+/// The day from which the format counts.
+inline constexpr std::chrono::sys_days dayZero = std::chrono::year{1899} / 12 / 30;
 
 /// The moment of a calendar day of the years 100 to 9999; nothing when there is no such day or time of day.
 /// Always the same double for the same second: day number + seconds / 86400.0.
