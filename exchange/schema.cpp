@@ -1,5 +1,6 @@
 #include "exchange/schema.h"
 
+#include "exchange/ascii.h"
 #include "exchange/linked_tables.h"
 #include "exchange/relationships.h"
 #include "files/language.h"
@@ -16,15 +17,7 @@ namespace {
 
 using jet::ColumnType;
 
-std::string quotedName(std::u16string_view name)
-{
-    std::string text = "\"";
-    for (const char c : jet::toUtf8(name)) {
-        text += c;
-        if (c == '"') text += c;
-    }
-    return text + '"';
-}
+std::string quotedName(std::u16string_view name) { return inMarks(jet::toUtf8(name), '"'); }
 
 /// A comment ends with its line.
 std::string inOneLine(std::string text)

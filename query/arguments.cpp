@@ -1,5 +1,6 @@
 #include "query/arguments.h"
 
+#include "exchange/ascii.h"
 #include "exchange/field_text.h"
 #include "exchange/written_values.h"
 #include "files/error.h"
@@ -16,16 +17,11 @@ namespace query {
 
 namespace {
 
-std::string_view trimmed(std::string_view text)
-{
-    while (text.starts_with(' ')) text.remove_prefix(1);
-    while (text.ends_with(' ')) text.remove_suffix(1);
-    return text;
-}
+using exchange::withoutBlanks;
 
 std::optional<double> wholeNumberOf(std::string_view text)
 {
-    text = trimmed(text);
+    text = withoutBlanks(text);
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) return std::nullopt;
@@ -88,7 +84,7 @@ std::optional<jet::Currency> Arguments::money(int at) const
     const double size = number(at);
     if (!(std::abs(size) < tooLarge)) return std::nullopt;
     if (std::abs(size) < tooSmall) return jet::Currency{};
-    auto exact = exchange::decimalIn(isText(at) ? trimmed(bytes(at)) : exchange::numberText(size));
+    auto exact = exchange::decimalIn(isText(at) ? withoutBlanks(bytes(at)) : exchange::numberText(size));
     if (!exact) exact = exchange::decimalIn(exchange::numberText(size));
     return exact ? jet::decimal::toCurrency(*exact) : std::nullopt;
 }

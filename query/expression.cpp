@@ -1,5 +1,6 @@
 #include "query/expression.h"
 
+#include "exchange/ascii.h"
 #include "store/jet/values/names.h"
 #include "store/jet/values/value.h"
 
@@ -19,25 +20,9 @@ constexpr std::array<std::string_view, 29> reserved = {
 
 bool same(std::string_view a, std::string_view b) { return jet::sameName(jet::fromUtf8(a), jet::fromUtf8(b)); }
 
-std::string sqlName(std::string_view name)
-{
-    std::string text = "\"";
-    for (const char c : name) {
-        text += c;
-        if (c == '"') text += c;
-    }
-    return text + '"';
-}
+std::string sqlName(std::string_view name) { return exchange::inMarks(name, '"'); }
 
-std::string textLiteral(std::string_view value)
-{
-    std::string text = "'";
-    for (const char c : value) {
-        text += c;
-        if (c == '\'') text += c;
-    }
-    return text + '\'';
-}
+std::string textLiteral(std::string_view value) { return exchange::inMarks(value, '\''); }
 
 bool isNumber(Type type) { return type == Type::number || type == Type::yesNo; }
 

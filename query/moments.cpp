@@ -13,24 +13,16 @@ namespace query {
 namespace {
 
 constexpr std::int64_t msPerDay = 86'400'000;
-const std::chrono::sys_days dayZero = std::chrono::year{1899} / 12 / 30;
 
 std::int64_t dayOf(std::int64_t ms) { return ms >= 0 ? ms / msPerDay : -((-ms + msPerDay - 1) / msPerDay); }
 
-using exchange::isDigit, exchange::takeNumber;
+using exchange::isDigit, exchange::takeNumber, exchange::withoutBlanks;
 
 bool take(std::string_view& text, char mark)
 {
     if (!text.starts_with(mark)) return false;
     text.remove_prefix(1);
     return true;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    while (text.starts_with(' ')) text.remove_prefix(1);
-    while (text.ends_with(' ')) text.remove_suffix(1);
-    return text;
 }
 
 /// "14:05", "14:05:00", "2:05 PM"
@@ -47,7 +39,7 @@ bool takeTime(std::string_view text, Calendar& into)
         if (!second) return false;
         into.second = *second;
     }
-    text = trimmed(text);
+    text = withoutBlanks(text);
     if (!text.empty()) {
         const bool morning = text == "AM" || text == "am";
         if ((!morning && text != "PM" && text != "pm") || into.hour < 1 || into.hour > 12) return false;
@@ -98,7 +90,7 @@ Calendar calendarOf(jet::DateTime moment)
     namespace chrono = std::chrono;
     const std::int64_t ms = jet::milliseconds(moment);
     const std::int64_t day = dayOf(ms);
-    const chrono::year_month_day date{dayZero + chrono::days{day}};
+    const chrono::year_month_day date{jet::dayZero + chrono::days{day}};
     const auto time = static_cast<int>((ms - day * msPerDay) / 1000);
     return {.year = static_cast<int>(date.year()),
             .month = static_cast<int>(static_cast<unsigned>(date.month())),
@@ -123,7 +115,7 @@ std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t mor
     const std::int64_t year = months >= 0 ? months / 12 : -1;
     if (year < 99 || year > 10'000) return std::nullopt;
     const chrono::sys_days first{chrono::year{static_cast<int>(year)} / static_cast<int>(months % 12 + 1) / 1};
-    const std::int64_t days = (first - dayZero).count() + calendar.day - 1;
+    const std::int64_t days = (first - jet::dayZero).count() + calendar.day - 1;
     const std::int64_t seconds =
         std::int64_t{calendar.hour} * 3600 + std::int64_t{calendar.minute} * 60 + calendar.second;
     // Hours, minutes and seconds run over into the days.
@@ -133,14 +125,14 @@ std::optional<jet::DateTime> momentOf(const Calendar& calendar, std::int64_t mor
         day >= static_cast<std::int64_t>(jet::limits::dayAfterLast))
         return std::nullopt;
     const auto time = static_cast<int>(total - day * 86'400);
-    const chrono::year_month_day date{dayZero + chrono::days{day}};
+    const chrono::year_month_day date{jet::dayZero + chrono::days{day}};
     return jet::dateTime(static_cast<int>(date.year()), static_cast<int>(static_cast<unsigned>(date.month())),
                          static_cast<int>(static_cast<unsigned>(date.day())), time / 3600, time / 60 % 60, time % 60);
 }
 
 std::optional<std::string> dateLiteral(std::string_view text)
 {
-    text = trimmed(text);
+    text = withoutBlanks(text);
     Calendar calendar{.year = 1899, .month = 12, .day = 30};
     std::string_view rest = text;
     const auto first = takeNumber(rest, 4);
@@ -165,7 +157,7 @@ std::optional<std::string> dateLiteral(std::string_view text)
         if (rest.starts_with('T') || rest.starts_with(' ')) rest.remove_prefix(1);
         if (rest.empty()) rest = "0:00";
     }
-    if (!takeTime(trimmed(rest), calendar)) return std::nullopt;
+    if (!takeTime(withoutBlanks(rest), calendar)) return std::nullopt;
     const auto moment =
         jet::dateTime(calendar.year, calendar.month, calendar.day, calendar.hour, calendar.minute, calendar.second);
     return moment ? momentText(*moment) : std::nullopt;
