@@ -501,6 +501,8 @@ template <Body body, bool seesNull = false> void call(sqlite3_context* context, 
     }
 }
 
+} // namespace
+
 void must(int result)
 {
     if (result != SQLITE_OK)
@@ -508,8 +510,6 @@ void must(int result)
                            files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
                                        "There is too little memory for the query; close other programs."));
 }
-
-} // namespace
 
 void addFunctions(sqlite3* database, const FunctionSetting& setting)
 {

@@ -14,6 +14,9 @@ struct FunctionSetting {
     bool english = false;                ///< Format writes a decimal point, not a comma
 };
 
+/// Throws files::Error (disk) unless the result is SQLITE_OK: SQLite has no memory.
+void must(int result);
+
 /// The setting lives as long as the connection. Throws files::Error (disk) when SQLite has no memory.
 void addFunctions(sqlite3* database, const FunctionSetting& setting);
 

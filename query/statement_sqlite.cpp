@@ -57,10 +57,7 @@ Connection connectionInMemory()
     sqlite3* opened = nullptr;
     const int result = sqlite3_open(":memory:", &opened);
     Connection connection(opened);
-    if (result != SQLITE_OK)
-        throw files::Error(files::Fault::disk,
-                           files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
-                                       "There is too little memory for the query; close other programs."));
+    must(result);
     // A name that is not known must not become a text.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     return connection;

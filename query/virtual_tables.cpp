@@ -4,6 +4,7 @@
 #include "files/error.h"
 #include "files/language.h"
 #include "query/expression.h"
+#include "query/functions.h"
 #include "query/moments.h"
 #include "query/numbers.h"
 #include "query/rows_by_key.h"
@@ -564,10 +565,7 @@ struct VirtualTables::Hooks {
 VirtualTables::VirtualTables(sqlite3* connection, jet::Collation order, bool writing)
     : connection_(connection), order_(order), writing_(writing)
 {
-    if (sqlite3_create_module_v2(connection, "access", &Hooks::module(), this, nullptr) != SQLITE_OK)
-        throw files::Error(files::Fault::disk,
-                           files::said("Sorgu için bellek yetmedi; başka programları kapatın.",
-                                       "There is too little memory for the query; close other programs."));
+    must(sqlite3_create_module_v2(connection, "access", &Hooks::module(), this, nullptr));
 }
 
 VirtualTables::~VirtualTables() = default;
