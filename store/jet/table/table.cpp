@@ -402,26 +402,25 @@ private:
 
 } // namespace
 
-void Table::checkUserTable() const
+template <class Change> auto Table::changed(Change&& change)
 {
-    state_->rereadIfTakenBack();
-    if (!state_->definition.system) return;
-    throw Error(Fault::readOnly, quotedName(name()) + " bir sistem tablosu; kayıtları değiştirilemez.");
+    return onWhatIsThere(state_->pager, [&] {
+        state_->rereadIfTakenBack();
+        if (state_->definition.system)
+            throw Error(Fault::readOnly, quotedName(name()) + " bir sistem tablosu; kayıtları değiştirilemez.");
+        return change();
+    });
 }
 
 RowId Table::insert(std::span<const Assignment> values)
 {
-    return onWhatIsThere(state_->pager, [&] {
-        checkUserTable();
-        return state_->insert(values);
-    });
+    return changed([&] { return state_->insert(values); });
 }
 
 void Table::update(RowId id, std::span<const Assignment> values)
 {
     SameRow row(*state_, id);
-    onWhatIsThere(state_->pager, [&] {
-        checkUserTable();
+    changed([&] {
         row.require();
         state_->update(id, values);
     });
@@ -430,8 +429,7 @@ void Table::update(RowId id, std::span<const Assignment> values)
 void Table::erase(RowId id)
 {
     SameRow row(*state_, id);
-    onWhatIsThere(state_->pager, [&] {
-        checkUserTable();
+    changed([&] {
         row.require();
         state_->erase(id);
     });
@@ -439,18 +437,12 @@ void Table::erase(RowId id)
 
 void Table::erase(std::span<const RowId> rows)
 {
-    onWhatIsThere(state_->pager, [&] {
-        checkUserTable();
-        state_->erase(rows);
-    });
+    changed([&] { state_->erase(rows); });
 }
 
 void Table::eraseAll()
 {
-    onWhatIsThere(state_->pager, [&] {
-        checkUserTable();
-        state_->eraseAll();
-    });
+    changed([&] { state_->eraseAll(); });
 }
 
 } // namespace jet

@@ -195,7 +195,8 @@ private:
             if (!visit(cursor.id(), cursor.row())) return;
         }
     }
-    void checkUserTable() const;
+    /// The change of rows, on what is there, unless the table is one of the system's.
+    template <class Change> auto changed(Change&& change);
     std::unique_ptr<State> state_;
 };
 
