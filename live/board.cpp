@@ -29,17 +29,7 @@ Board::Board(files::Disk& disk, std::filesystem::path database, Now now, Tell te
     : disk_(disk), database_(std::move(database)), now_(std::move(now)), tell_(std::move(tell))
 {
     read();
-    thread_ = std::thread([this] { follow(); });
-}
-
-Board::~Board()
-{
-    {
-        const std::scoped_lock lock(mutex_);
-        ending_ = true;
-    }
-    end_.notify_all();
-    thread_.join();
+    thread_ = std::jthread([this](const std::stop_token& end) { follow(end); });
 }
 
 std::shared_ptr<const Shown> Board::shown() const
@@ -93,15 +83,12 @@ milliseconds Board::look()
     return std::max(shortestRest, took * restPerReading);
 }
 
-void Board::follow()
+void Board::follow(const std::stop_token& end)
 {
-    milliseconds rest = shortestRest;
-    for (;;) {
-        {
-            std::unique_lock lock(mutex_);
-            if (end_.wait_for(lock, rest, [this] { return ending_; })) return;
-        }
-        rest = look();
+    for (milliseconds rest = shortestRest;; rest = look()) {
+        std::unique_lock lock(mutex_);
+        pause_.wait_for(lock, end, rest, [] { return false; });
+        if (end.stop_requested()) return;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <thread>
 
@@ -31,14 +32,13 @@ public:
     /// Reads the database once before it returns; throws files::Error where it cannot be read. Later failures are
     /// told, once each, and what was seen last stays with a line that says so.
     Board(files::Disk& disk, std::filesystem::path database, Now now, Tell tell);
-    ~Board();
     Board(const Board&) = delete;
     Board& operator=(const Board&) = delete;
 
     std::shared_ptr<const Shown> shown() const;
 
 private:
-    void follow();
+    void follow(const std::stop_token& end);
     void read();
     void show(Shown shown);
     files::FileStamp stamp();
@@ -56,10 +56,9 @@ private:
     std::string today_; ///< without a word of failures
 
     mutable std::mutex mutex_;
-    std::condition_variable end_;
-    bool ending_ = false;
+    std::condition_variable_any pause_;
     std::shared_ptr<const Shown> shown_;
-    std::thread thread_;
+    std::jthread thread_; ///< last: it ends before anything else goes
 };
 
 } // namespace live
