@@ -10,13 +10,8 @@
 #include "store/jet/database/database.h"
 #include "store/jet/values/names.h"
 #include "tools/command_line.h"
+#include "tools/commands.h"
 #include "tools/english_help.h"
-#include "tools/exchange_commands.h"
-#include "tools/query_commands.h"
-#include "tools/repair_commands.h"
-#include "tools/season_command.h"
-#include "tools/server_commands.h"
-#include "tools/weight_commands.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "tools/exchange_commands.h"
+#include "tools/commands.h"
 #include "tools/language.h"
 
 #include "exchange/linked_tables.h"

@@ -1,4 +1,4 @@
-#include "tools/query_commands.h"
+#include "tools/commands.h"
 #include "tools/language.h"
 
 #include "query/statement.h"

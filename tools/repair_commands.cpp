@@ -1,4 +1,4 @@
-#include "tools/repair_commands.h"
+#include "tools/commands.h"
 #include "tools/language.h"
 
 #include "files/error.h"
@@ -12,7 +12,6 @@
 #include "store/postgres/server_settings.h"
 #include "store/postgres/shared_tables.h"
 #include "store/restore.h"
-#include "tools/weight_commands.h"
 
 #include <algorithm>
 #include <chrono>

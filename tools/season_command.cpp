@@ -1,4 +1,4 @@
-#include "tools/season_command.h"
+#include "tools/commands.h"
 
 #include "files/part_file.h"
 #include "files/quoted_path.h"

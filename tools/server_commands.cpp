@@ -1,4 +1,4 @@
-#include "tools/server_commands.h"
+#include "tools/commands.h"
 
 #include "store/postgres/carry.h"
 #include "store/postgres/join.h"

@@ -1,4 +1,4 @@
-#include "tools/weight_commands.h"
+#include "tools/commands.h"
 #include "tools/language.h"
 
 #include "files/error.h"
