@@ -98,8 +98,9 @@ std::int64_t nanoseconds(const struct timespec& moment)
 
 class SystemFile final : public files::File {
 public:
-    SystemFile(Descriptor descriptor, std::filesystem::path path)
-        : descriptor_(std::move(descriptor)), path_(std::move(path))
+    /// `opened` is what the system says of it now.
+    SystemFile(Descriptor descriptor, std::filesystem::path path, const struct stat& opened)
+        : descriptor_(std::move(descriptor)), path_(std::move(path)), opened_(opened)
     {
     }
 
@@ -150,23 +151,16 @@ public:
 
     bool lock(Lock wanted) override
     {
-        const bool writer = wanted == Lock::writer || wanted == Lock::commit;
-        const auto readers = static_cast<short>(wanted == Lock::commit   ? F_WRLCK
-                                                : wanted == Lock::reader ? F_RDLCK
-                                                                         : F_UNLCK);
+        const bool writer = mayWrite(wanted), wasWriter = mayWrite(held_);
         // Take before giving up: a refused change leaves the lock that was held.
-        if (writer && !set(F_WRLCK, writerByte)) return false;
-        if (!set(readers, readersByte)) {
-            if (writer && held_ != Lock::writer && held_ != Lock::commit) set(F_UNLCK, writerByte);
-            return false;
-        }
-        if (writer && held_ != Lock::commit && !shutOutOthers(wanted)) {
-            set(static_cast<short>(held_ == Lock::reader ? F_RDLCK : F_UNLCK), readersByte);
-            if (held_ != Lock::writer) set(F_UNLCK, writerByte);
+        if (writer && !hold(writers_, F_WRLCK)) return false;
+        if (!hold(readers_, towardsReaders(wanted)) || (writer && held_ != Lock::commit && !shutOutOthers(wanted))) {
+            hold(readers_, towardsReaders(held_));
+            if (!wasWriter) hold(writers_, F_UNLCK);
             return false;
         }
         if (wanted != Lock::commit) letOthersIn();
-        if (!writer) set(F_UNLCK, writerByte);
+        if (!writer) hold(writers_, F_UNLCK);
         held_ = wanted;
         return true;
     }
@@ -175,11 +169,11 @@ public:
 
     files::FileStamp stamp() override
     {
+        // What has our file's name is our file as a rule, and then the system need not be asked twice.
         struct stat now = {};
-        if (::fstat(descriptor_.number(), &now) != 0) fail(path_, "okunamadı");
-        struct stat named = {};
         const bool same =
-            ::stat(path_.c_str(), &named) == 0 && named.st_dev == now.st_dev && named.st_ino == now.st_ino;
+            ::stat(path_.c_str(), &now) == 0 && now.st_dev == opened_.st_dev && now.st_ino == opened_.st_ino;
+        if (!same && ::fstat(descriptor_.number(), &now) != 0) fail(path_, "okunamadı");
         return {static_cast<std::uint64_t>(now.st_size), nanoseconds(now.st_mtim), nanoseconds(now.st_ctim), same};
     }
 
@@ -194,6 +188,25 @@ public:
     }
 
 private:
+    /// A byte that stands for a lock, and how this file holds it.
+    struct LockByte {
+        off_t place;
+        short held = F_UNLCK;
+    };
+    static bool mayWrite(Lock lock) { return lock == Lock::writer || lock == Lock::commit; }
+    static short towardsReaders(Lock lock)
+    {
+        return static_cast<short>(lock == Lock::commit ? F_WRLCK : lock == Lock::reader ? F_RDLCK : F_UNLCK);
+    }
+    /// The system is asked only for what is not held already: a commit is made of such calls.
+    bool hold(LockByte& byte, short kind)
+    {
+        if (byte.held == kind) return true;
+        if (!set(kind, byte.place)) return false;
+        byte.held = kind;
+        return true;
+    }
+
     /// False when a program that knows nothing of our locks has the file open for writing.
     bool shutOutOthers(Lock wanted)
     {
@@ -232,6 +245,8 @@ private:
 
     Descriptor descriptor_;
     std::filesystem::path path_;
+    struct stat opened_;
+    LockByte writers_{writerByte}, readers_{readersByte};
     Lock held_ = Lock::none;
     bool leased_ = false;
     std::optional<std::chrono::steady_clock::time_point> aloneAt_; ///< the last look found no other writer
@@ -258,7 +273,7 @@ public:
         if (S_ISDIR(status.st_mode)) fail(path, done, EISDIR);
         if (!S_ISREG(status.st_mode))
             throw Error(Fault::disk, inQuotes(path) + " sıradan bir dosya değil; doğru dosyayı seçin.");
-        return std::make_unique<SystemFile>(std::move(descriptor), path);
+        return std::make_unique<SystemFile>(std::move(descriptor), path, status);
     }
 
     bool exists(const std::filesystem::path& path) override
@@ -323,7 +338,9 @@ public:
         Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));
         if (descriptor.number() < 0) fail(folder, "içine geçici dosya konamadı");
         ::unlink(name.c_str());
-        return std::make_unique<SystemFile>(std::move(descriptor), name);
+        struct stat status = {};
+        if (::fstat(descriptor.number(), &status) != 0) fail(folder, "içine geçici dosya konamadı");
+        return std::make_unique<SystemFile>(std::move(descriptor), name, status);
     }
 
     bool isForSeveralThreads() const override { return true; }

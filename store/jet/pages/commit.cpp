@@ -1,5 +1,6 @@
 #include "store/jet/pages/commit.h"
 
+#include "store/jet/format/journal_layout.h"
 #include "store/jet/pages/left_over_journal.h"
 #include "store/jet/pages/pager_failing.h"
 
@@ -105,9 +106,7 @@ void Commit::disarm()
 {
     assert(stage_ == Stage::inFile);
     strikeOut();
-    succeeds([&] {
-        if (journal_->size() > journalSizeKept) journal_->truncate(0);
-    });
+    if (journal_layout::recordAt(old_.size()) > journalSizeKept) succeeds([&] { journal_->truncate(0); });
     std::uint64_t sum = header_.othersDigest;
     for (const auto* part : {&changed_, &appended_})
         for (const TouchedPage& one : *part) sum += pageHash(one.page.number(), memory_.read(one.page));

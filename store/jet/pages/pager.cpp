@@ -336,13 +336,13 @@ void Pager::extendTo(PageCount count)
     s.assertState(State::Look::quick);
 }
 
-void Pager::begin()
+void Pager::begin(LookForOthers when)
 {
     State& s = *state_;
     s.writer->refuseIfBroken();
     assert(!s.open);
     if (!s.writable) throw Error(Fault::readOnly, inQuotes(s.path) + " dosyasına yazılamaz: " + whyNotWritable() + '.');
-    if (!s.alone && !lockPatiently(*s.file, File::Lock::writer)) throw inUse(s.path);
+    if (when == LookForOthers::atBegin && !s.alone && !lockPatiently(*s.file, File::Lock::writer)) throw inUse(s.path);
     s.open = true;
     s.assertState();
 }

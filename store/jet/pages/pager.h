@@ -82,9 +82,12 @@ public:
     /// Makes the file at least `count` pages long with zero pages at the end. Throws disk past maxPages.
     void extendTo(PageCount count);
 
+    /// When it is looked whether another program has the file open for writing, for the first time: a transaction that
+    /// is committed at once need not look before its commit does.
+    enum class LookForOthers { atBegin, atCommit };
     /// Throws readOnly when the file may not be written; inUse when another program has had it open for writing for two
     /// seconds.
-    void begin();
+    void begin(LookForOthers when = LookForOthers::atBegin);
     /// Waits up to two seconds for other programs to leave, then throws inUse. Throws changedElsewhere.
     void commit();
     /// Nothing outside a transaction.
@@ -170,9 +173,10 @@ template <class Action> auto onWhatIsThere(Pager& pager, Action&& action)
 /// nothing (a refused value) leaves the outer one as it was.
 class Transaction {
 public:
-    explicit Transaction(Pager& pager) : pager_(pager), outermost_(!pager.inTransaction())
+    explicit Transaction(Pager& pager, Pager::LookForOthers when = Pager::LookForOthers::atBegin)
+        : pager_(pager), outermost_(!pager.inTransaction())
     {
-        if (outermost_) pager_.begin();
+        if (outermost_) pager_.begin(when);
         writesBefore_ = pager_.writeCount();
     }
     ~Transaction()

@@ -440,7 +440,7 @@ RowId Table::State::insert(std::span<const Assignment> values)
         entries.push_back({&index, std::nullopt, std::move(key)});
     }
 
-    Transaction change(pager);
+    Transaction change(pager, Pager::LookForOthers::atCommit);
     giveBackEmptyPages();
     storeOutside(*this, draft);
     const PageNo page = pageWithRoom(*this, draft.bytes.size());
@@ -519,7 +519,7 @@ void Table::State::update(RowId id, std::span<const Assignment> values, UpdateRu
 
     const std::vector<ChildRows> children = run.follow(*this, id, old, assigned);
 
-    Transaction change(pager);
+    Transaction change(pager, Pager::LookForOthers::atCommit);
     changes.touched(id, pager.changeCount());
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto reference = field(i, old);
@@ -570,7 +570,7 @@ void Table::State::erase(std::span<const RowId> rows)
     for (const RowId row : rows)
         if (!find(row)) throwMissing(*this);
     const ErasePlan plan(*this, rows);
-    Transaction change(pager);
+    Transaction change(pager, Pager::LookForOthers::atCommit);
     giveBackEmptyPages();
     for (const ErasePlan::Cleared& each : plan.cleared()) {
         std::vector<Assignment> nulls;
@@ -617,7 +617,7 @@ void Table::State::eraseAll()
         for (RowWalk each = walk(); each.next(ThrowAtDamage(pager));) rows.push_back(each.head());
         return erase(rows);
     }
-    Transaction change(pager);
+    Transaction change(pager, Pager::LookForOthers::atCommit);
     changes.everything(pager.changeCount());
     const auto all = dataPages();
     for (const PageNo page : *all) {
