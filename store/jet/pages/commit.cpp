@@ -15,6 +15,7 @@ namespace jet {
 namespace {
 
 constexpr std::uint64_t journalSizeKept = 1 << 20;
+constexpr std::size_t mostPagesApart = 64;
 /// The digest of a file of up to so many pages is computed anew to see whether the one kept is right.
 constexpr PageCount mostPagesDigestedTwice = 256;
 
@@ -107,10 +108,12 @@ void Commit::disarm()
     assert(stage_ == Stage::inFile);
     strikeOut();
     if (journal_layout::recordAt(old_.size()) > journalSizeKept) succeeds([&] { journal_->truncate(0); });
-    std::uint64_t sum = header_.othersDigest;
-    for (const auto* part : {&changed_, &appended_})
-        for (const TouchedPage& one : *part) sum += pageHash(one.page.number(), memory_.read(one.page));
-    digest_ = sum;
+    std::vector<PageNo> written;
+    for (const auto* part : {&changed_, &appended_}) // new pages stand behind the others
+        for (const TouchedPage& one : *part) written.push_back(one.page);
+    apart_ = std::move(written);
+    digest_ = header_.othersDigest;
+    if (apart_.size() > mostPagesApart) knowDigest(digestWithThoseApart());
     stage_ = Stage::idle;
     backToWriter();
 }
@@ -176,7 +179,14 @@ std::uint64_t Commit::digest()
 {
     if (!digest_) digest_ = digestOfFile();
     if (file_.stamp() != memory_.stamp()) throw changedElsewhere(database_);
-    return *digest_;
+    return digestWithThoseApart();
+}
+
+std::uint64_t Commit::digestWithThoseApart() const
+{
+    std::uint64_t sum = *digest_;
+    for (const PageNo page : apart_) sum += pageHash(page.number(), memory_.read(page));
+    return sum;
 }
 
 /// Digest of the pages of the file that are not among `pages` (which hold what the file holds).
@@ -184,7 +194,18 @@ std::uint64_t Commit::digestWithout(std::span<const OldPage> pages)
 {
     if (!digest_) digest_ = digestOfFile();
     std::uint64_t sum = *digest_;
-    for (const OldPage& old : pages) sum -= pageHash(old.page.number(), PageView(old.image, pageSize));
+    auto apart = apart_.begin();
+    const auto addBelow = [&](PageNo end) {
+        for (; apart != apart_.end() && *apart < end; ++apart) sum += pageHash(apart->number(), memory_.read(*apart));
+    };
+    for (const OldPage& old : pages) {
+        addBelow(old.page);
+        if (apart != apart_.end() && *apart == old.page)
+            ++apart;
+        else
+            sum -= pageHash(old.page.number(), PageView(old.image, pageSize));
+    }
+    addBelow(PageNo(memory_.countBefore()));
     return sum;
 }
 
@@ -256,10 +277,11 @@ void Commit::assertState() const
     if (stage_ == Stage::armed) assert(journalLeadsBack());
     if (stage_ == Stage::inFile) assert(fileHolds(changed_) && fileHolds(appended_));
     if (stage_ == Stage::idle && struckOut_) assert(!readJournal(*journal_));
-    if (stage_ != Stage::idle || !digest_ || memory_.countBefore() > mostPagesDigestedTwice) return;
+    const bool isTheFile = stage_ == Stage::idle && memory_.touched().empty();
+    if (!isTheFile || !digest_ || memory_.countBefore() > mostPagesDigestedTwice) return;
     for (PageNo page = 0; page < PageNo(memory_.countBefore()); ++page)
         if (memory_.loaded(page, page + 1).empty()) return;
-    assert(*digest_ == digestOfFile());
+    assert(digestWithThoseApart() == digestOfFile());
 #endif
 }
 

@@ -59,9 +59,17 @@ public:
     /// it. Throws changedElsewhere.
     std::uint64_t digest();
     /// Somebody else has worked it out.
-    void knowDigest(std::uint64_t digest) { digest_ = digest; }
+    void knowDigest(std::uint64_t digest)
+    {
+        digest_ = digest;
+        apart_.clear();
+    }
     /// The file is another now: what was summed up of its pages is void.
-    void forgetDigest() { digest_.reset(); }
+    void forgetDigest()
+    {
+        digest_.reset();
+        apart_.clear();
+    }
 
     /// Asserts what the stage promises about journal, file and digest.
     void assertState() const;
@@ -71,6 +79,7 @@ private:
     void refuseIfChangedElsewhere() const;
     void openJournal();
     std::uint64_t digestWithout(std::span<const OldPage> pages);
+    std::uint64_t digestWithThoseApart() const;
     std::uint64_t digestOfFile() const;
     void writeRuns(std::span<const TouchedPage> sorted);
     bool putBack() noexcept;
@@ -94,7 +103,8 @@ private:
     std::vector<TouchedPage> changed_;
     std::vector<TouchedPage> appended_;
     std::vector<OldPage> old_;            ///< images of changed_
-    std::optional<std::uint64_t> digest_; ///< sum of pageHash over all pages of the file, once it was needed
+    std::optional<std::uint64_t> digest_; ///< sum of pageHash over the pages of the file but apart_, once it was needed
+    std::vector<PageNo> apart_; ///< what the last commit wrote, ascending: the next one mostly writes it again
     std::uint64_t salt_ = 0;
 };
 
