@@ -29,9 +29,14 @@ std::size_t commonBytes(Entry a, Entry b)
         std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(limit), b.begin()).first - a.begin());
 }
 
-void writeMask(PageBytes page, std::span<const std::uint16_t> ends)
+/// The ends of the entries behind the first `kept` bytes of the area; what the mask says of those stays.
+void writeMask(PageBytes page, std::size_t kept, std::span<const std::uint16_t> ends)
 {
-    std::memset(&page[at::mask.begin], 0, maskBytes);
+    const std::size_t first = at::mask.begin + kept / 8;
+    const auto stays = kept == 0 ? std::uint8_t{0} : static_cast<std::uint8_t>((2U << kept % 8) - 1U);
+    const auto before = static_cast<std::uint8_t>(page[first] & stays);
+    std::memset(&page[first], 0, at::mask.begin + maskBytes - first);
+    page[first] = before;
     for (const std::uint16_t end : ends)
         page[at::mask.begin + end / 8] = static_cast<std::uint8_t>(page[at::mask.begin + end / 8] | 1U << end % 8);
 }
@@ -201,10 +206,9 @@ bool IndexPage::insertInPlace(PageBytes page, std::size_t i, Entry entry) const
     std::memmove(area + from + entry.size(), area + from, used - from);
     std::memcpy(area + from, entry.data(), entry.size());
     std::array<std::uint16_t, maxIndexEntries> ends;
-    std::copy_n(ends_.begin(), i, ends.begin());
-    ends[i] = static_cast<std::uint16_t>(from + entry.size());
-    for (std::size_t k = i; k < count_; ++k) ends[k + 1] = static_cast<std::uint16_t>(ends_[k] + entry.size());
-    writeMask(page, std::span(ends).first(count_ + 1));
+    ends[0] = static_cast<std::uint16_t>(from + entry.size());
+    for (std::size_t k = i; k < count_; ++k) ends[k - i + 1] = static_cast<std::uint16_t>(ends_[k] + entry.size());
+    writeMask(page, from, std::span(ends).first(count_ - i + 1));
     at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - used - entry.size()));
     return true;
 }
@@ -218,9 +222,8 @@ bool IndexPage::eraseInPlace(PageBytes page, std::size_t i) const
     std::memmove(area + from, area + ends_[i], used - ends_[i]);
     std::memset(area + used - length, 0, length);
     std::array<std::uint16_t, maxIndexEntries> ends;
-    std::copy_n(ends_.begin(), i, ends.begin());
-    for (std::size_t k = i + 1; k < count_; ++k) ends[k - 1] = static_cast<std::uint16_t>(ends_[k] - length);
-    writeMask(page, std::span(ends).first(count_ - 1));
+    for (std::size_t k = i + 1; k < count_; ++k) ends[k - i - 1] = static_cast<std::uint16_t>(ends_[k] - length);
+    writeMask(page, from, std::span(ends).first(count_ - i - 1));
     at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - used + length));
     return true;
 }
@@ -320,7 +323,7 @@ void IndexPageImage::writeTo(PageBytes page, PageNo tableDefinition) const
         end += stored.size();
         ends[i] = static_cast<std::uint16_t>(end);
     }
-    writeMask(page, std::span(ends).first(entries.size()));
+    writeMask(page, 0, std::span(ends).first(entries.size()));
     at::freeBytes.put(page, static_cast<std::uint32_t>(indexArea - end));
 }
 

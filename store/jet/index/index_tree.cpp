@@ -58,7 +58,7 @@ void moveLastChildToTail(IndexPageImage& node)
 
 } // namespace
 
-/// The way from the root to a leaf.
+/// The way from the root to a leaf, and the leaf: a page is looked through once, which costs more than all else here.
 struct IndexTree::Path {
     struct Step {
         PageNo page = 0;
@@ -67,6 +67,7 @@ struct IndexTree::Path {
     };
     std::array<Step, maxDepth> steps;
     std::size_t depth = 0;
+    std::optional<IndexPage> leaf;
 };
 
 /// A page that split off, for its parent to take up.
@@ -84,7 +85,7 @@ PageNo IndexTree::descend(Entry entry, Path& path) const
 {
     PageNo page = root_;
     for (path.depth = 0; path.depth < maxDepth; ++path.depth) {
-        const IndexPage view(pager_, page, tableDefinition_);
+        const IndexPage& view = path.leaf.emplace(pager_, page, tableDefinition_);
         if (view.isLeaf()) return page;
         if (view.children() == 0) throwDamaged(pager_, page, "dizin düğümünün altında sayfa yok");
         const std::size_t child = std::min(view.lowerBound(entry), view.children() - 1);
@@ -98,20 +99,26 @@ void IndexTree::walk(Entry from, const std::function<bool(Entry, RowId)>& visit)
 {
     Path path;
     const Key least = entryOf(from, RowId{});
-    PageNo page = descend(least, path);
+    descend(least, path);
+    const std::optional<IndexPage>& leaf = path.leaf;
     Key entry;
-    bool first = true;
-    for (PageCount visited = 0; page != 0; ++visited) {
-        if (visited > pager_.pageCount()) throwDamaged(pager_, page, cycle);
-        const IndexPage leaf(pager_, page, tableDefinition_);
-        if (!leaf.isLeaf()) throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");
-        for (std::size_t i = first ? leaf.lowerBound(least) : 0; i < leaf.count(); ++i) {
-            leaf.copyEntry(i, entry);
+    std::size_t i = leaf->lowerBound(least);
+    for (PageCount visited = 0;; ++visited, i = 0) {
+        for (; i < leaf->count(); ++i) {
+            leaf->copyEntry(i, entry);
             if (!visit(Entry(entry).first(entry.size() - rowIdBytes), rowOf(entry))) return;
         }
-        first = false;
-        page = leaf.next();
+        const PageNo next = leaf->next();
+        if (next == 0) return;
+        if (visited > pager_.pageCount()) throwDamaged(pager_, next, cycle);
+        readLeaf(next, path.leaf);
     }
+}
+
+void IndexTree::readLeaf(PageNo page, std::optional<IndexPage>& into) const
+{
+    if (!into.emplace(pager_, page, tableDefinition_).isLeaf())
+        throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");
 }
 
 bool IndexTree::hasKey(Entry key, RowId except) const
@@ -125,26 +132,27 @@ bool IndexTree::hasKey(Entry key, RowId except) const
     return found;
 }
 
-bool IndexTree::differsFromNeighbours(PageNo leaf, std::size_t place, Entry key) const
+bool IndexTree::differsFromNeighbours(const IndexPage& leaf, std::size_t place, Entry key) const
 {
     Key entry;
-    const auto nearest = [&](PageNo page, std::size_t from, bool toLeft) {
+    const auto nearest = [&](bool toLeft) {
         entry.clear();
-        for (PageCount visited = 0; page != 0; ++visited) {
+        std::optional<IndexPage> other;
+        const IndexPage* view = &leaf;
+        std::size_t from = place;
+        for (PageCount visited = 0; toLeft ? from == 0 : from == view->count(); ++visited) {
+            const PageNo page = toLeft ? view->previous() : view->next();
+            if (page == 0) return;
             if (visited > pager_.pageCount()) throwDamaged(pager_, page, cycle);
-            const IndexPage view(pager_, page, tableDefinition_);
-            if (!view.isLeaf()) throwDamaged(pager_, page, "burada bir dizin yaprağı olmalıydı");
-            if (visited > 0) from = toLeft ? view.count() : 0;
-            if (toLeft ? from > 0 : from < view.count()) {
-                view.copyEntry(toLeft ? from - 1 : from, entry);
-                return;
-            }
-            page = toLeft ? view.previous() : view.next();
+            readLeaf(page, other);
+            view = &*other;
+            from = toLeft ? view->count() : 0;
         }
+        view->copyEntry(toLeft ? from - 1 : from, entry);
     };
-    nearest(leaf, place, true);
+    nearest(true);
     if (hasKeyBytes(entry, key)) return false;
-    nearest(leaf, place, false);
+    nearest(false);
     return !hasKeyBytes(entry, key);
 }
 
@@ -153,7 +161,7 @@ bool IndexTree::insert(std::span<const std::uint8_t> key, RowId row)
     const Key entry = entryOf(key, row);
     Path path;
     const PageNo page = descend(entry, path);
-    const IndexPage leaf(pager_, page, tableDefinition_);
+    const IndexPage& leaf = *path.leaf;
     const std::size_t place = leaf.lowerBound(entry);
     const bool atEnd = place == leaf.count();
     if (!atEnd && leaf.entryIs(place, entry)) throwDamaged(pager_, page, "kaydın dizin girişi zaten var");
@@ -162,7 +170,7 @@ bool IndexTree::insert(std::span<const std::uint8_t> key, RowId row)
         const IndexPage next(pager_, leaf.next(), tableDefinition_);
         if (next.count() > 0 && next.lowerBound(entry) > 0) throwDamaged(pager_, page, "dizin girişleri sırasız");
     }
-    const bool distinct = differsFromNeighbours(page, place, key);
+    const bool distinct = differsFromNeighbours(leaf, place, key);
     const bool growing = atEnd && leaf.next() == 0;
 
     std::vector<Branch> before;
@@ -259,7 +267,7 @@ bool IndexTree::erase(std::span<const std::uint8_t> key, RowId row)
     const Key entry = entryOf(key, row);
     Path path;
     const PageNo page = descend(entry, path);
-    const IndexPage leaf(pager_, page, tableDefinition_);
+    const IndexPage& leaf = *path.leaf;
     const std::size_t place = leaf.lowerBound(entry);
     if (place == leaf.count() || !leaf.entryIs(place, entry)) return false;
     if (leaf.count() == 1 && page != root_) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -15,6 +16,7 @@
 namespace jet {
 
 using Key = std::vector<std::uint8_t>;
+class IndexPage;
 struct IndexPageImage;
 
 /// One index on disk: a tree of pages under a root that never moves. Entries are key bytes with the row id of the
@@ -68,7 +70,8 @@ private:
     PageNo descend(std::span<const std::uint8_t> entry, Path& path) const;
     std::set<PageNo> reachablePages() const;
     void clear();
-    bool differsFromNeighbours(PageNo leaf, std::size_t place, std::span<const std::uint8_t> key) const;
+    void readLeaf(PageNo page, std::optional<IndexPage>& into) const;
+    bool differsFromNeighbours(const IndexPage& leaf, std::size_t place, std::span<const std::uint8_t> key) const;
     std::vector<Branch> store(PageNo page, IndexPageImage& image, bool growing);
     std::vector<Branch> split(PageNo page, IndexPageImage& image, bool growing);
     void updateParents(const Path& path, std::size_t depth, std::vector<Branch> before, Key newLast, bool growing);
