@@ -30,9 +30,9 @@ constexpr std::size_t bitmapBytes(std::size_t columns) { return (columns + 7) / 
 constexpr std::size_t tableBytes(std::size_t variables) { return startBytes * (variables + 1) + countBytes; }
 
 /// VC, by the place of the bitmap.
-inline const std::uint8_t* variableCount(const std::uint8_t* bitmap) { return bitmap - countBytes; }
+template <class Byte> Byte* variableCount(Byte* bitmap) { return bitmap - countBytes; }
 /// The start of variable field `k`; for k = VC the end of them all.
-inline const std::uint8_t* start(const std::uint8_t* bitmap, std::size_t k)
+template <class Byte> Byte* start(Byte* bitmap, std::size_t k)
 {
     return bitmap - countBytes - startBytes - startBytes * k;
 }

@@ -155,7 +155,7 @@ private:
     Value text() const
     {
         auto whole = same<std::u16string>("bu alana metin yazılır");
-        const std::size_t room = std::min<std::size_t>(column_.length / text_layout::unitBytes, limits::text);
+        const std::size_t room = textRoom(column_);
         if (std::get<std::u16string>(whole).size() > room) {
             fail("metin en çok " + std::to_string(room) + " karakter olabilir");
         }
@@ -299,6 +299,11 @@ std::optional<double> decodeNumber(const FieldPlace& field, std::span<const std:
     default:
         return std::nullopt;
     }
+}
+
+std::size_t textRoom(const Column& column)
+{
+    return std::min<std::size_t>(column.length / text_layout::unitBytes, limits::text);
 }
 
 Value convertValue(const Value& value, const Column& column, std::u16string_view table)

@@ -4,6 +4,7 @@
 #include "store/jet/rows/row_codec.h"
 #include "store/jet/values/value.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -18,6 +19,9 @@ Value decodeValue(ColumnType type, std::uint8_t scale, std::span<const std::uint
 
 /// The field as a number; nothing for texts, GUIDs and bytes.
 std::optional<double> decodeNumber(const FieldPlace& field, std::span<const std::uint8_t> bytes);
+
+/// The characters that a Text column takes.
+std::size_t textRoom(const Column& column);
 
 /// The value in the type of the column. Numbers, dates and Booleans turn into one another: halves are rounded to the
 /// even neighbour, True is -1, a date is its days. Throws badValue, naming table and column, for anything that does

@@ -98,44 +98,41 @@ const char* rowDamage(const RowLayout& layout, std::span<const std::uint8_t> row
 void encodeRow(const RowLayout& layout, std::span<const std::optional<Bytes>> fields, Bytes& row)
 {
     assert(fields.size() == layout.fields.size());
-    row.assign(layout.fixedEnd, 0);
+    const auto isVariable = [&](std::size_t i) {
+        return fields[i] && !layout.fields[i].fixed && layout.fields[i].type != ColumnType::boolean;
+    };
+    std::size_t length = layout.fixedEnd + at::bitmapBytes(layout.columnsEver);
+    if (layout.variableEver > 0) length += at::tableBytes(layout.variableEver);
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        if (isVariable(i)) length += fields[i]->size();
+    // Padding stands between the fields and the offset table: both are found from their own end of the row.
+    row.assign(std::max(length, at::shortest), 0);
     at::columnCount.put(row, layout.columnsEver);
 
-    Bytes bitmap(at::bitmapBytes(layout.columnsEver), 0);
-    std::vector<std::size_t> byVariableIndex(layout.variableEver, layout.fields.size());
+    std::uint8_t* const bitmap = row.data() + row.size() - at::bitmapBytes(layout.columnsEver);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const FieldPlace& place = layout.fields[i];
         if (!fields[i]) continue;
         bitmap[place.id >> 3] = static_cast<std::uint8_t>(bitmap[place.id >> 3] | 1u << (place.id & 7));
-        if (place.type == ColumnType::boolean) continue;
-        if (place.fixed) {
+        if (isVariable(i)) {
+            putU16(at::start(bitmap, place.variableIndex), static_cast<std::uint32_t>(fields[i]->size())); // for now
+        } else if (place.type != ColumnType::boolean) {
             assert(fields[i]->size() == place.length);
             std::copy(fields[i]->begin(), fields[i]->end(), row.begin() + place.offset);
-        } else {
-            byVariableIndex[place.variableIndex] = i;
         }
     }
-
-    Bytes table;
-    if (layout.variableEver > 0) {
-        std::vector<std::size_t> offsets;
-        offsets.reserve(layout.variableEver + std::size_t{1});
-        for (const std::size_t field : byVariableIndex) {
-            offsets.push_back(row.size());
-            if (field < fields.size()) row.insert(row.end(), fields[field]->begin(), fields[field]->end());
-        }
-        offsets.push_back(row.size());
-        table.resize(at::tableBytes(layout.variableEver));
-        std::uint8_t* entry = table.data();
-        for (auto offset = offsets.rbegin(); offset != offsets.rend(); ++offset, entry += at::startBytes)
-            putU16(entry, static_cast<std::uint32_t>(*offset));
-        putU16(entry, layout.variableEver);
+    if (layout.variableEver == 0) return;
+    std::size_t begin = layout.fixedEnd;
+    for (std::size_t k = 0; k <= layout.variableEver; ++k) {
+        const unsigned bytes = getU16(at::start(bitmap, k));
+        putU16(at::start(bitmap, k), static_cast<std::uint32_t>(begin));
+        begin += bytes;
     }
-    // Padding stands between the fields and the offset table: both are found from their own end of the row.
-    const std::size_t length = row.size() + table.size() + bitmap.size();
-    if (length < at::shortest) row.resize(row.size() + at::shortest - length, 0);
-    row.insert(row.end(), table.begin(), table.end());
-    row.insert(row.end(), bitmap.begin(), bitmap.end());
+    putU16(at::variableCount(bitmap), layout.variableEver);
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        if (isVariable(i))
+            std::copy(fields[i]->begin(), fields[i]->end(),
+                      row.begin() + getU16(at::start(bitmap, layout.fields[i].variableIndex)));
 }
 
 } // namespace jet

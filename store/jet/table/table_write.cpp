@@ -82,12 +82,14 @@ Guid newGuid()
     return guid;
 }
 
-/// The value in the type of its column, made in `into` where it has another one: a long value is not copied.
+/// The value in the type of its column, made in `into` where it has another one: what may be long is not copied.
 const Value& inTypeOf(const Column& column, const Value& value, std::u16string_view table, Value& into)
 {
-    const bool isThere = column.type == ColumnType::memo  ? std::holds_alternative<std::u16string>(value)
-                         : column.type == ColumnType::ole ? std::holds_alternative<Bytes>(value)
-                                                          : false;
+    const auto* text = std::get_if<std::u16string>(&value);
+    const bool isThere = column.type == ColumnType::text   ? text != nullptr && text->size() <= textRoom(column)
+                         : column.type == ColumnType::memo ? text != nullptr
+                         : column.type == ColumnType::ole  ? std::holds_alternative<Bytes>(value)
+                                                           : false;
     if (isThere) return value;
     into = convertValue(value, column, table);
     return into;
