@@ -76,19 +76,19 @@ bool CsvReader::readRecord(std::vector<CsvField>& record)
     constexpr std::string_view endOfText = "\x1a";
     if (source_ == nullptr && text_.substr(at_) == endOfText) return false;
     recordLine_ = line_;
+    const std::size_t begin = at_;
     std::size_t count = 0;
     for (;;) {
         if (count == record.size()) record.emplace_back();
-        CsvField& field = record[count++];
-        readField(field);
-        if (field.text.find('\0') != std::string::npos)
-            throw files::Error(files::Fault::syntax,
-                               files::said("CSV'nin ", "Line ") + std::to_string(recordLine_) +
-                                   files::said(". satırında sıfır olan bir bayt var; dosyayı düzeltin.",
-                                               " of the CSV has a byte that is zero; correct the file."));
+        readField(record[count++]);
         if (atLineEnd()) break;
         ++at_; // the delimiter
     }
+    if (text_.substr(begin, at_ - begin).find('\0') != std::string_view::npos)
+        throw files::Error(files::Fault::syntax,
+                           files::said("CSV'nin ", "Line ") + std::to_string(recordLine_) +
+                               files::said(". satırında sıfır olan bir bayt var; dosyayı düzeltin.",
+                                           " of the CSV has a byte that is zero; correct the file."));
     record.resize(count);
     if (at_ < text_.size()) passLineEnd();
     return true;

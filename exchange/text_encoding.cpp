@@ -81,7 +81,12 @@ std::size_t wholeUtf8(std::string_view bytes)
             at += 8;
             continue;
         }
-        const std::size_t length = utf8Length(bytes, at);
+        const std::uint8_t first = byteAt(bytes, at);
+        const bool ascii = first < 0x80;
+        // Of two bytes: the letters of Turkish.
+        const bool pair =
+            first >= 0xC2 && first < 0xE0 && at + 1 < bytes.size() && (byteAt(bytes, at + 1) & 0xC0) == 0x80;
+        const std::size_t length = ascii ? 1 : pair ? 2 : utf8Length(bytes, at);
         if (length == 0) break;
         at += length;
     }

@@ -242,12 +242,15 @@ Hint numberHint(std::string_view text)
     const auto points = std::ranges::count(text, '.');
     const auto commas = std::ranges::count(text, ',');
     if (points + commas == 0) return Hint::nothing;
-    if (!std::ranges::all_of(
-            text, [](char c) { return isDigit(c) || std::string_view("+-.,eE").find(c) != std::string_view::npos; }))
-        return Hint::nothing; // no number in any style
-    const bool asPoint = plainNumber(text, '.').has_value();
-    const bool asComma = plainNumber(text, ',').has_value();
-    if (points > 0 && commas > 0) return asPoint == asComma ? Hint::nothing : asPoint ? Hint::first : Hint::second;
+    const auto mayBeOfNumber = [](char c) {
+        return isDigit(c) || c == '+' || c == '-' || c == '.' || c == ',' || c == 'e' || c == 'E';
+    };
+    if (!std::ranges::all_of(text, mayBeOfNumber)) return Hint::nothing; // no number in any style
+    if (points > 0 && commas > 0) {
+        const bool asPoint = plainNumber(text, '.').has_value();
+        const bool asComma = plainNumber(text, ',').has_value();
+        return asPoint == asComma ? Hint::nothing : asPoint ? Hint::first : Hint::second;
+    }
     const Hint decimal = points > 0 ? Hint::first : Hint::second;
     const Hint thousands = points > 0 ? Hint::second : Hint::first;
     if (points + commas > 1) return thousands;
