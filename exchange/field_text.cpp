@@ -254,6 +254,7 @@ jet::Bytes parseHex(std::string_view text)
     if (text.size() % 2 != 0)
         refuse(text, files::said("onaltılık basamakları çift sayıda değil", "has an odd number of hexadecimal digits"));
     jet::Bytes bytes;
+    bytes.reserve(text.size() / 2);
     for (std::size_t i = 0; i < text.size(); i += 2)
         bytes.push_back(static_cast<std::uint8_t>(hexDigit(text, text[i]) << 4 | hexDigit(text, text[i + 1])));
     return bytes;

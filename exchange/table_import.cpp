@@ -133,8 +133,9 @@ void readValues(const Lines& lines, const jet::Table& table, const std::vector<s
                 const WrittenStyle& style, std::vector<jet::Assignment>& values)
 {
     values.clear();
+    const std::vector<jet::Column>& columns = table.columns();
     for (std::size_t i = 0; i < positions.size(); ++i) {
-        const jet::Column& column = table.columns()[positions[i]];
+        const jet::Column& column = columns[positions[i]];
         try {
             jet::Value value = writtenValue(lines.record()[i], column, style);
             // A field that is left empty is empty: defaults are for columns that the CSV does not have.
@@ -156,11 +157,16 @@ std::uint64_t importRows(jet::Database& database, const std::string& name, TextS
     const std::vector<std::size_t> positions = positionsOf(table, firstLine(text, delimiter));
 
     StyleFinder finder;
-    Lines seen(text, delimiter, positions.size());
-    while (seen.next())
-        for (std::size_t i = 0; i < positions.size(); ++i)
-            finder.see(seen.record()[i], table.columns()[positions[i]], seen.number());
-    const std::size_t end = endOfRows(seen.emptySince(), positions.size(), said.emptyRows);
+    std::size_t end = 0;
+    {
+        // Its memory goes before the rows come: a long value takes several times its own length.
+        Lines seen(text, delimiter, positions.size());
+        const std::vector<jet::Column>& columns = table.columns();
+        while (seen.next())
+            for (std::size_t i = 0; i < positions.size(); ++i)
+                finder.see(seen.record()[i], columns[positions[i]], seen.number());
+        end = endOfRows(seen.emptySince(), positions.size(), said.emptyRows);
+    }
     const WrittenStyle style = finder.style(said.decimalMark, said.dayFirst);
 
     jet::Transaction change(database.pager());
