@@ -83,7 +83,6 @@ struct Pager::State {
     bool alone = false; ///< others are kept out
     std::uint64_t changes = 0;
     std::uint64_t writes = 0;
-    std::uint64_t foreignChanges = 0;
     PageNo freeSearchStart = 0;
 
     State(Disk& d, std::filesystem::path p, Mode mode);
@@ -194,7 +193,6 @@ bool Pager::State::lookAround()
     snapshots.close();
     freeSearchStart = 0;
     ++changes;
-    ++foreignChanges;
     assertState();
     return true;
 }
@@ -388,9 +386,13 @@ void Pager::knowDigest(std::uint64_t digest)
 }
 
 std::uint64_t Pager::changeCount() const { return state_->changes; }
-bool Pager::lookAround() { return state_->lookAround(); }
+bool Pager::lookAround()
+{
+    if (!state_->lookAround()) return false;
+    ++foreignChanges_;
+    return true;
+}
 void Pager::forgetPages() { state_->forgetPages(); }
-std::uint64_t Pager::foreignChanges() const { return state_->foreignChanges; }
 void Pager::keepOthersOut()
 {
     State& s = *state_;

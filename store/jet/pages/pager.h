@@ -114,7 +114,7 @@ public:
     /// a file of that length cannot be.
     bool lookAround();
     /// How often lookAround() has found that.
-    std::uint64_t foreignChanges() const;
+    std::uint64_t foreignChanges() const { return foreignChanges_; } // asked for each row, so without a call
     /// Keeps other programs out of the file, as far as the system can, until the end of the next commit or until
     /// letOthersIn(): what lookAround() finds then stays. Throws inUse as commit() does.
     void keepOthersOut();
@@ -140,6 +140,7 @@ private:
     struct State;
     explicit Pager(std::unique_ptr<State> state);
     std::unique_ptr<State> state_;
+    std::uint64_t foreignChanges_ = 0;
 };
 
 /// Runs an action on what the file holds now. Where another program changed the file before the action was written, the
