@@ -51,22 +51,24 @@ void decodeText(std::span<const std::uint8_t> stored, std::u16string& into)
         for (std::size_t i = 0; i < into.size(); ++i) into[i] = unitOf(stored, i);
         return;
     }
-    into.reserve(stored.size());
+    into.resize(stored.size()); // a character takes one byte at the least
     bool pairs = false;
     std::size_t i = at::compressedMark.size();
+    char16_t* end = into.data();
     while (i < stored.size()) {
         if (stored[i] == at::change) {
             pairs = !pairs;
             ++i;
         } else if (!pairs) {
-            into.push_back(stored[i++]);
+            *end++ = stored[i++];
         } else if (i + 1 < stored.size()) {
-            into.push_back(static_cast<char16_t>(getU16(&stored[i])));
+            *end++ = unitOf(stored.subspan(i), 0);
             i += at::unitBytes;
         } else {
             break;
         }
     }
+    into.resize(static_cast<std::size_t>(end - into.data()));
 }
 
 bool storedTextIs(std::span<const std::uint8_t> stored, std::u16string_view text)
