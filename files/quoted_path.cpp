@@ -4,7 +4,8 @@ namespace files {
 
 std::string quotedPath(const std::filesystem::path& path, char quote)
 {
-    const std::u8string text = path.u8string();
+    // As the system writes it: paths come with slashes from some of our callers, and with the system's own from others.
+    const std::u8string text = std::filesystem::path(path).make_preferred().u8string();
     return quote + std::string(text.begin(), text.end()) + quote;
 }
 

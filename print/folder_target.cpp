@@ -67,7 +67,8 @@ Paper FolderTarget::paper()
     std::error_code error;
     if (make_ == Make::yes) std::filesystem::create_directories(folder_, error);
     if (!std::filesystem::is_directory(folder_, error))
-        throw base::RuntimeError(base::errors::printer, u"Printer error: no folder "_s + base::textOf(folder_));
+        throw base::RuntimeError(base::errors::printer,
+                                 u"Printer error: no folder "_s + QDir::toNativeSeparators(base::textOf(folder_)));
     return paper_;
 }
 

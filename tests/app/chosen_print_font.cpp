@@ -34,13 +34,21 @@ QList<PrintedLine> printedLines(const QByteArray& pdf)
         const auto found = it.next();
         fonts[found.captured(1)] = {found.captured(3), found.captured(2).toDouble() / zoom};
     }
+    // On Windows Qt calls a font in a PDF by its family, slant and weight, and nothing else in it says the last two.
+    static const QRegularExpression numbered(u"^(.*)-([012])-(\\d+)$"_s);
     QList<PrintedLine> lines;
     for (auto it = line.globalMatch(page); it.hasNext();) {
         const auto found = it.next();
         const QString content = found.captured(2);
         const auto [family, points] = fonts.value(found.captured(1));
-        lines += {QString(content).remove(tag).simplified(), family, points, content.contains(u"<b>"_s),
-                  content.contains(u"<i>"_s)};
+        PrintedLine printed{QString(content).remove(tag).simplified(), family, points, content.contains(u"<b>"_s),
+                            content.contains(u"<i>"_s)};
+        if (const auto parts = numbered.match(family); parts.hasMatch()) {
+            printed.family = parts.captured(1);
+            printed.italic = parts.captured(2) == u"1";
+            printed.bold = parts.captured(3) == u"700";
+        }
+        lines += printed;
     }
     return lines;
 }

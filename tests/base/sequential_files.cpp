@@ -156,7 +156,9 @@ private slots:
     {
         const QTemporaryDir folder;
         for (const auto& name : {u"PRESVA.TXT"_s, u"Presva.Txt"_s, u"presva.txt"_s}) putFile(folder.filePath(name));
-        QCOMPARE(findFile(folder.path(), u"Presva.Txt").value_or(QString()), folder.filePath(u"Presva.Txt"_s));
+        // Where these are one name, there is one file, which was called by the first of them.
+        const QString found = tellsLetterCasesApart(folder.path()) ? u"Presva.Txt"_s : u"PRESVA.TXT"_s;
+        QCOMPARE(findFile(folder.path(), u"Presva.Txt").value_or(QString()), folder.filePath(found));
     }
 };
 

@@ -10,6 +10,10 @@
 #include <QTest>
 #include <random>
 
+#ifdef _WIN32
+#include "tools/scenario_host.h"
+#endif
+
 using namespace reports;
 
 namespace {
@@ -47,6 +51,18 @@ QString widths(const GridColumns& columns)
     for (const GridColumn& column : columns)
         all += (column.visible ? QString() : u"-"_s) + QString::number(static_cast<double>(column.width));
     return all.join(u' ');
+}
+
+/// A link of the file system. Windows' own are another thing: there the system below makes it.
+bool linkTo(const QString& target, const QString& name)
+{
+#ifdef _WIN32
+    QByteArray question = "run 10 ";
+    for (const QString& word : {u"--"_s, u"ln"_s, u"-s"_s, target, name}) question += ' ' + word.toUtf8().toHex();
+    return scenario::askHost(question) == "0"; // and nothing said
+#else
+    return QFile::link(target, name);
+#endif
 }
 
 } // namespace
@@ -179,7 +195,11 @@ private slots:
         columns.resize(1);
         columns[0].width = 3000;
         IzgaraKaydet(columns, 0, u"0"_s, directory(), fifty);
-        QCOMPARE(QDir(directory()).entryList(QDir::Files, QDir::Name), (QStringList{u"Grid0.txt"_s, u"Grid1.txt"_s}));
+        QStringList names{u"Grid0.txt"_s, u"Grid1.txt"_s};
+        // Where these are one name, a file that is replaced may keep its own letters.
+        if (!tellsLetterCasesApart(directory()) && QDir(directory()).entryList(QDir::Files).contains(u"GRID0.TXT"_s))
+            names[0] = u"GRID0.TXT"_s;
+        QCOMPARE(QDir(directory()).entryList(QDir::Files, QDir::Name), names);
         QCOMPARE(read(u"Grid0.txt"_s), "3000,#TRUE#\r\n"_ba);
         QCOMPARE(read(u"Grid1.txt"_s), "2,#TRUE#\r\n"_ba);
     }
@@ -316,7 +336,7 @@ private slots:
     void fileThatCannotBeReadCountsAsMissing()
     {
         // Opens like any file, and then every read of its start fails, for every user.
-        QVERIFY(QFile::link(u"/proc/self/mem"_s, directory_->filePath(u"Grid0.txt"_s)));
+        QVERIFY(linkTo(u"/proc/self/mem"_s, directory_->filePath(u"Grid0.txt"_s)));
         columns[3].visible = false;
         const QString before = widths(columns);
         IzgaraYukle(columns, u"0"_s, directory(), fifty);

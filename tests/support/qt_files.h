@@ -17,3 +17,13 @@ inline void putFile(const QString& path, const QByteArray& content = {})
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), content.size());
 }
+
+/// False where names that differ in their letter case alone are one name, as on Windows.
+inline bool tellsLetterCasesApart(const QString& folder)
+{
+    const QString small = folder + QStringLiteral("/letter-case");
+    putFile(small);
+    const bool apart = !QFile::exists(folder + QStringLiteral("/LETTER-CASE"));
+    QFile::remove(small);
+    return apart;
+}
