@@ -70,6 +70,18 @@ function(presva_program name)
     set_property(GLOBAL APPEND PROPERTY PRESVA_TARGETS ${name})
 endfunction()
 
+# presva_add_test(NAME PROGRAM ARGUMENTS...): a program for Windows has somebody on this system who answers what it
+# cannot do itself.
+function(presva_add_test name program)
+    if(WIN32)
+        find_package(Python3 REQUIRED COMPONENTS Interpreter)
+        add_test(NAME ${name} COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tests/windows/host.py
+                                      ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${program}> ${ARGN})
+    else()
+        add_test(NAME ${name} COMMAND ${program} ${ARGN})
+    endif()
+endfunction()
+
 # presva_test(NAME LIBRARIES...): tests/<room>/<NAME>.cpp as one Qt Test program, labelled with its room.
 # `tests_<room>` builds all tests of a room.
 function(presva_test name)
@@ -83,14 +95,13 @@ function(presva_test name)
     # Optimising the tests themselves takes longer than running them; what they test is optimised as always.
     target_compile_options(${name} PRIVATE -O0 -g1)
     if(WIN32)
-        # Somebody on this system answers what it cannot do itself.
-        find_package(Python3 REQUIRED COMPONENTS Interpreter)
         target_link_libraries(${name} PRIVATE scenario_host)
-        add_test(NAME ${name} COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tests/windows/host.py
-                                      ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
-    else()
-        add_test(NAME ${name} COMMAND ${name})
     endif()
+    set(says)
+    if(WIN32)
+        set(says -o LOG,txt)
+    endif()
+    presva_add_test(${name} ${name} ${says})
     set_tests_properties(${name} PROPERTIES LABELS ${room} TIMEOUT 600)
     add_dependencies(tests_${room} ${name})
 endfunction()
@@ -117,7 +128,7 @@ function(presva_engine_tests)
     # Optimising the tests themselves takes longer than running them; what they test is optimised as always.
     target_compile_options(${program} PRIVATE -O0 -g1)
     foreach(name ${names})
-        add_test(NAME ${name} COMMAND ${program} ${name})
+        presva_add_test(${name} ${program} ${name})
         set_tests_properties(${name} PROPERTIES LABELS ${room} TIMEOUT 600)
     endforeach()
     if(tests_PROGRAM)

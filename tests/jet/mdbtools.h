@@ -19,13 +19,6 @@
 /// Another program's view of a database: what the command-line tools of mdbtools print.
 namespace mdbtools {
 
-/// Its tools are programs for this system and cannot be run from one that is built for another.
-#ifdef _WIN32
-inline constexpr bool runsHere = false;
-#else
-inline constexpr bool runsHere = true;
-#endif
-
 using Fields = std::vector<std::string>;
 
 inline std::string run(const std::string& program, const std::vector<std::string>& arguments)

@@ -294,7 +294,6 @@ TEST(NewDatabase, otherProgramsReadNewTables)
                               {{.name = u"Tarih", .columns = {{u"Tarih", true}}}}, rows::created);
     database->createTable(u"Cari", {{.name = u"Unvan", .type = ColumnType::text, .size = 50}}, {}, rows::created);
     table.insert({{0, jet::DateTime{45000.25}}, {1, 12.5}, {2, 70}, {3, 1.25}, {4, u"Şükrü Iğdır"}});
-    if (!mdbtools::runsHere) GTEST_SKIP() << "mdbtools does not run on this system";
     ASSERT_EQ(mdbtools::tables(file), (std::vector<std::string>{"Hareket", "Cari"}));
     ASSERT_EQ(mdbtools::difference(file, table), "");
     const std::string schema = simplified(mdbtools::run("mdb-schema", {file.string()}));

@@ -93,8 +93,8 @@ std::string faultsOf(jet::Database& database)
 /// The opinion of a reader that shares nothing with the engine and recomputes every index entry; true without one.
 bool isTrue(const std::filesystem::path& file)
 {
-    const std::filesystem::path judge = samples::database("judge/judge.py");
-    if (!std::filesystem::exists(judge) || !mdbtools::runsHere) return true;
+    const std::filesystem::path judge = std::filesystem::absolute(samples::database("judge/judge.py"));
+    if (!std::filesystem::exists(judge)) return true;
     return run({.program = "python3", .arguments = {judge.string(), file.string()}, .limit = std::chrono::minutes(2)})
                .code == 0;
 }
@@ -167,7 +167,6 @@ TEST(RandomChanges, mdbtoolsReadsWhatWasWritten)
     rows::Maker maker(4);
     Model model;
     committed(database->pager(), [&] { changeAtRandom(table, model, maker, 500); });
-    if (!mdbtools::runsHere) GTEST_SKIP() << "mdbtools does not run on this system";
     ASSERT_EQ(mdbtools::tables(file), std::vector<std::string>{"Deneme"});
     ASSERT_EQ(mdbtools::difference(file, table), "");
 }
@@ -202,9 +201,7 @@ TEST_P(RandomChangesOfSamples, databasesMadeByAccessStayTrue)
         }
         change.commit();
         ASSERT_EQ(modelOf(table), model);
-        if (mdbtools::runsHere) {
-            ASSERT_EQ(mdbtools::difference(copy, table), "");
-        }
+        ASSERT_EQ(mdbtools::difference(copy, table), "");
     }
     ASSERT_EQ(faultsOf(*database), "");
     // One of the files brings an entry that its own judge doubts.

@@ -1,5 +1,7 @@
 #include "tests/support/process.h"
 
+#include "tests/support/process_of_host.h"
+
 #include <array>
 #include <cwchar>
 #include <memory>
@@ -101,6 +103,7 @@ void writeAll(Object to, std::string_view rest)
 
 Outcome run(const Command& command)
 {
+    if (isOfHost(command)) return runByHost(command);
     std::wstring line;
     appendQuoted(line, wide(command.program));
     for (const std::string& argument : command.arguments) appendQuoted(line, wide(argument));

@@ -9,8 +9,10 @@ import sys
 import time
 import tty
 
+import host
+
 under_wine, program = sys.argv[1:]
-prefix = os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
+prefix = host.prefix_of(under_wine)
 link = pathlib.Path(prefix + ".ports/com1")
 
 

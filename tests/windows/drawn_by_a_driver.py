@@ -10,6 +10,7 @@ import subprocess
 import sys
 import tempfile
 
+import host
 from scheduler import Scheduler, Words
 
 under_wine, program = sys.argv[1:]
@@ -62,8 +63,7 @@ def play(scheduler, *arguments):
 def printed_on(paper, *arguments):
     """What the program said, and the file of its job, on a printer whose usual paper is that; in a Windows that starts
     anew, for that is when it looks for printers."""
-    prefix = os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
-    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=prefix), check=True)
+    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=host.prefix_of(under_wine)), check=True)
     folder = pathlib.Path(tempfile.mkdtemp(dir=all_folders))
     with Scheduler(folder, paper) as scheduler:
         said, file = play(scheduler, *arguments), scheduler.printed(1)

@@ -1,21 +1,27 @@
 """Runs a program for Windows under Wine and answers what it cannot do itself (tools/scenario_host.h): it is the scale on
-COM1, and reads PDFs.
+COM1, reads PDFs, and runs programs of this system (tests/support/process_of_host.h).
 
 usage: host.py UNDER_WINE PROGRAM.exe ARGUMENTS...
 """
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
+import threading
 import tty
+
+
+def prefix_of(under_wine):
+    """The folder of the Windows that programs run in."""
+    return os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
 
 
 class Scale:
     """The scale's end of a pseudo-terminal, which is COM1."""
 
-    def __init__(self, under_wine):
-        prefix = os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
+    def __init__(self, prefix):
         self.link = pathlib.Path(prefix + ".ports/com1")
         self.ends = None
 
@@ -53,12 +59,81 @@ def said_of(question, pdf_as_hex):
         return subprocess.run(words, capture_output=True, check=True).stdout.hex()
 
 
+class Programs:
+    """Programs of this system, of which files of that Windows are asked."""
+
+    def __init__(self, prefix):
+        self.drives = pathlib.Path(prefix) / "dosdevices"
+
+    def here(self, word):
+        """A path of that Windows as one of this system; every other word as it is."""
+        if not re.match(r"[A-Za-z]:[\\/]", word):
+            return word
+        return str(self.drives / word[:2].lower()) + word[2:].replace("\\", "/")
+
+    def run(self, limit, input_as_hex, *words_as_hex):
+        """Code, output and errors. The words are NAME=VALUE for the environment, then a "--", program and arguments."""
+        words = [bytes.fromhex(word).decode() for word in words_as_hex]
+        changes = dict(word.split("=", 1) for word in words[:words.index("--")])
+        command = [self.here(word) for word in words[words.index("--") + 1:]]
+        try:
+            ended = subprocess.run(command, input=bytes.fromhex(input_as_hex), capture_output=True, timeout=int(limit),
+                                   env=os.environ | changes)
+        except subprocess.TimeoutExpired as late:
+            return f"-1 {(late.stdout or b'').hex()} {(late.stderr or b'').hex()}"
+        except OSError as absent:
+            return f"absent {str(absent).encode().hex()} "
+        return f"{max(ended.returncode, -1)} {ended.stdout.hex()} {ended.stderr.hex()}"
+
+
+class Log:
+    """What a test of Qt's says: on Windows not to its output, but, where it is told so, to a file. It is passed on as it
+    comes, so that a test that hangs has said how far it got."""
+
+    def __enter__(self):
+        self.file = tempfile.NamedTemporaryFile(suffix=".log")
+        self.ended = threading.Event()
+        self.following = threading.Thread(target=self.follow)
+        self.following.start()
+        return self
+
+    def __exit__(self, *_):
+        self.ended.set()
+        self.following.join()
+        self.file.close()
+
+    def named(self, word):
+        """LOG in an argument is the file."""
+        return re.sub(r"^LOG\b", "Z:" + self.file.name.replace("/", "\\\\"), word)
+
+    def follow(self):
+        """Reads by name: Windows may have replaced the file."""
+        told = 0
+        while True:
+            last = self.ended.wait(0.2)
+            content = pathlib.Path(self.file.name).read_bytes()
+            lines = content[told:] if last else content[told:content.rfind(b"\n") + 1]
+            told += len(lines)
+            if lines:
+                print(lines.decode("utf-8", "replace").replace("\r", ""), end="", flush=True)
+            if last:
+                return
+
+
 def run(under_wine, program, *arguments, environment=None):
     """The exit code; what the program says besides its questions is passed on."""
-    scale = Scale(under_wine)
-    answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": said_of}
-    running = subprocess.Popen([under_wine, program, *arguments], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                               env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1"))
+    prefix = prefix_of(under_wine)
+    scale = Scale(prefix)
+    answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": said_of,
+               "run": Programs(prefix).run}
+    with Log() as log:
+        return answered(scale, answers, subprocess.Popen(
+            [under_wine, program, *(log.named(word) for word in arguments)], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1")))
+
+
+def answered(scale, answers, running):
+    """Answers the program until its end."""
     try:
         for raw in running.stdout:
             line = raw.decode("utf-8", "replace").rstrip("\r\n")

@@ -37,9 +37,8 @@ def as_file(folder):
 
 
 def through_a_driver(folder):
-    prefix = os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
     # Windows looks for its printers when it starts.
-    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=prefix), check=True)
+    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=host.prefix_of(under_wine)), check=True)
     own = folder / "cups"
     own.mkdir()
     with Scheduler(own, "X80MM") as scheduler:
