@@ -20,8 +20,9 @@ store::FirstChoice ask()
 {
     for (;;) {
         const auto box = messageBox(nullptr, QMessageBox::Question, programTitle,
-                                    u"Bu bilgisayarda henüz veri yok.\n\nEski programın Yag.mdb dosyası kopyalanarak "
-                                    u"taşınabilir; dosyanın kendisine dokunulmaz. Yoksa boş başlanır."_s,
+                                    u"Bu Windows hesabında henüz veri yok; başka bir hesabın verileri o hesapla "
+                                    u"açılır.\n\nEski programın Yag.mdb dosyası kopyalanarak taşınabilir; dosyanın "
+                                    u"kendisine dokunulmaz. Yoksa boş başlanır."_s,
                                     u"Yag.mdb taşı"_s, u"Boş başla"_s);
         // A window that is closed, or Enter on a question that was not read, decides nothing.
         const QAbstractButton* other = box->buttons().constFirst();

@@ -37,6 +37,15 @@ QScreen* screenAt(const QRect& place)
     return best;
 }
 
+/// What the system has drawn around it; nothing before it is shown.
+QMargins frameOf(const QWidget& form)
+{
+    const QRect inner = form.geometry();
+    const QRect outer = form.frameGeometry();
+    return {inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
+            outer.bottom() - inner.bottom()};
+}
+
 QRect fitted(QRect place, const QRect& room)
 {
     place.setSize(place.size().boundedTo(room.size()));
@@ -59,7 +68,8 @@ void ScreenLayout::restore(const QString& application, bool size, QWidget& form)
 
     QRect place = stored ? QRect(*left, *top, *width, *height) : QGuiApplication::primaryScreen()->availableGeometry();
     if (!size) place.setSize(form.size());
-    const QRect room = screenAt(place)->availableGeometry();
+    // A title bar above the screen's edge cannot be grabbed, nor its close box tapped.
+    const QRect room = screenAt(place)->availableGeometry().marginsRemoved(frameOf(form));
     // A small screen overrules the smallest size that the form would like.
     form.setMinimumSize(form.minimumSize().boundedTo(room.size()));
     place.setSize(place.size().expandedTo(form.minimumSize()));

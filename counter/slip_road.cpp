@@ -21,9 +21,14 @@ QString described(const store::SlipNote& slip)
     return u"fiş %1 (%2, %3 kg)"_s.arg(slip.job).arg(slip.pressing.customer, slip.pressing.olives);
 }
 
-QString cannotBeAsked(const store::SlipNote& slip)
+/// `printer`: its name where another one may be the default by now, else empty.
+QString cannotBeAsked(const store::SlipNote& slip, const QString& printer)
 {
-    return described(slip) + u" basıldı mı, yazıcıya sorulamıyor; yazıcıyı açın. Notu duruyor, yeniden sorulacak."_s;
+    if (printer.isEmpty())
+        return described(slip) +
+               u" basıldı mı, yazıcıya sorulamıyor; yazıcıyı açın. Notu duruyor, yeniden sorulacak."_s;
+    return described(slip) + u" basıldı mı, “%1” yazıcısına sorulamıyor; onu açın, artık yoksa Windows'tan "
+                             u"kaldırın. Notu duruyor, yeniden sorulacak."_s.arg(printer);
 }
 
 } // namespace
@@ -113,7 +118,7 @@ bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& docum
     if (!passOver([&] { at_.printer.sendAndFinish(note.job, document); })) return true;
     auto taken = print::Taken::unknown;
     if (passOver([&] { taken = at_.printer.taken(note.job); })) {
-        notice = cannotBeAsked(note);
+        notice = cannotBeAsked(note, at_.printer.printerOf(note.job));
         log_.write(notice);
         return false;
     }
@@ -173,7 +178,7 @@ void SlipRoad::recover()
         return stored(u": basılmış ve kaydedilmiş"_s);
     auto taken = print::Taken::unknown;
     if (passOver([&] { taken = at_.printer.taken(slip->job); }))
-        throw base::RuntimeError(base::errors::printer, cannotBeAsked(*slip));
+        throw base::RuntimeError(base::errors::printer, cannotBeAsked(*slip, at_.printer.printerOf(slip->job)));
     if (taken == print::Taken::no) {
         at_.printer.cancel(slip->job);
         return closed(u": yazıcıya ulaşmamış, iptal edildi; kayıt yapılmadı"_s);

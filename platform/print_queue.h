@@ -31,6 +31,7 @@ enum class QueueCondition {
     stopped,          ///< the queue takes jobs and keeps them
     mediaEmpty,
     coverOpen,
+    attention, ///< somebody has to do something at it, and it does not say what
     offline,
 };
 
@@ -104,6 +105,8 @@ public:
     /// system gives no number twice. Where it is not empty, cancelJob and documentState leave a job alone whose mark
     /// is not known here.
     virtual std::string markOf(int /*job*/) const { return {}; }
+    /// The queue of such a job, as people know it; empty where the number alone tells a job.
+    virtual std::string queueOf(int /*job*/) const { return {}; }
     /// Makes the mark of an earlier run's job known.
     virtual void recall(int /*job*/, const std::string& /*mark*/) {}
     /// Nobody will ask about the job any more. Never fails.

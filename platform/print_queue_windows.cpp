@@ -28,7 +28,8 @@ namespace {
 // Commands of SetJob that not every header knows by name: keep a printed job listed; let it go again.
 constexpr DWORD retainJob = 8;
 constexpr DWORD releaseJob = 9;
-constexpr DWORD jobComplete = 0x1000; // a status, of the same kind: sent to the printer whole
+constexpr DWORD jobComplete = 0x1000;       // a status, of the same kind: sent to the printer whole
+constexpr DWORD serverOffline = 0x02000000; // a status of a printer, of the same kind
 
 /// Bytes, for what a spooler has to say more when it is asked the second time than the first.
 constexpr DWORD roomToGrow = 16384;
@@ -153,7 +154,8 @@ QueueCondition conditionOf(const PRINTER_INFO_2W& info, bool hasWork)
     if (any(PRINTER_STATUS_PAPER_OUT | PRINTER_STATUS_PAPER_PROBLEM | PRINTER_STATUS_PAPER_JAM))
         return QueueCondition::mediaEmpty;
     if (any(PRINTER_STATUS_DOOR_OPEN)) return QueueCondition::coverOpen;
-    if (any(PRINTER_STATUS_OFFLINE | PRINTER_STATUS_NOT_AVAILABLE | PRINTER_STATUS_ERROR))
+    if (any(PRINTER_STATUS_USER_INTERVENTION | PRINTER_STATUS_OUTPUT_BIN_FULL)) return QueueCondition::attention;
+    if (any(PRINTER_STATUS_OFFLINE | PRINTER_STATUS_NOT_AVAILABLE | PRINTER_STATUS_ERROR | serverOffline))
         return QueueCondition::offline;
     return QueueCondition::ready;
 }
@@ -345,6 +347,18 @@ private:
     int top_;
 };
 
+/// Whether the printer draws such a font in the face that it names.
+bool isDrawnIn(HDC printer, const LOGFONTW& font)
+{
+    const Tool tool(::CreateFontIndirectW(&font));
+    if (!tool) return false;
+    const HGDIOBJ before = ::SelectObject(printer, tool.get());
+    wchar_t face[LF_FACESIZE] = {};
+    ::GetTextFaceW(printer, LF_FACESIZE, face);
+    ::SelectObject(printer, before);
+    return ::lstrcmpiW(face, font.lfFaceName) == 0;
+}
+
 /// The font in that printer's dots. Its letters get their places one by one, so only their shape is the driver's.
 Tool fontFor(HDC printer, const DrawnFont& font, const Dots& dots)
 {
@@ -356,6 +370,12 @@ Tool fontFor(HDC printer, const DrawnFont& font, const Dots& dots)
     wanted.lfCharSet = TURKISH_CHARSET;
     wanted.lfOutPrecision = OUT_TT_PRECIS;
     font.face.copy(reinterpret_cast<char16_t*>(wanted.lfFaceName), LF_FACESIZE - 1);
+    if (!isDrawnIn(printer, wanted)) {
+        // A face that does not say of itself that it has Turkish letters gives way to another one that does. It was
+        // asked for its letters before: it has them.
+        wanted.lfCharSet = DEFAULT_CHARSET;
+        if (!isDrawnIn(printer, wanted)) wanted.lfCharSet = TURKISH_CHARSET;
+    }
     Tool tool(::CreateFontIndirectW(&wanted));
     if (font.stretch == 100 || !tool) return tool;
     const HGDIOBJ before = ::SelectObject(printer, tool.get());
@@ -641,6 +661,12 @@ public:
     {
         const auto mark = marks_.find(static_cast<DWORD>(job));
         return mark == marks_.end() ? std::string() : textOf(mark->second);
+    }
+
+    std::string queueOf(int job) const override
+    {
+        const auto mark = marks_.find(static_cast<DWORD>(job));
+        return mark == marks_.end() ? std::string() : mark->second.queue;
     }
 
     void recall(int job, const std::string& mark) override

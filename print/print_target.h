@@ -49,6 +49,8 @@ public:
 
     /// What tells a job from others of its number, to be written down with it; empty where the number alone does.
     virtual QString markOf(int /*job*/) const { return {}; }
+    /// Where such a job went, as people know it; empty where there is no choice, or nobody knows.
+    virtual QString printerOf(int /*job*/) const { return {}; }
     /// Before cancel() and taken() are asked about a job of an earlier run.
     virtual void recall(int /*job*/, const QString& /*mark*/) {}
     /// What became of the job is booked, and nobody will ask about it any more. Never fails.

@@ -48,6 +48,8 @@ Taken QueueOrFolder::taken(int job) { return targetOf(job).taken(ownNumber(job))
 
 QString QueueOrFolder::markOf(int job) const { return targetOf(job).markOf(ownNumber(job)); }
 
+QString QueueOrFolder::printerOf(int job) const { return targetOf(job).printerOf(ownNumber(job)); }
+
 void QueueOrFolder::recall(int job, const QString& mark) { targetOf(job).recall(ownNumber(job), mark); }
 
 void QueueOrFolder::settle(int job) noexcept { targetOf(job).settle(ownNumber(job)); }

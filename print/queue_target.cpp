@@ -44,6 +44,7 @@ QString describe(QueueCondition condition, const QString& queue)
         {QueueCondition::stopped, u"Yazıcı: %1 durduruldu"_s.arg(queue)},
         {QueueCondition::mediaEmpty, u"Yazıcı: %1 kâğıt bitti"_s.arg(queue)},
         {QueueCondition::coverOpen, u"Yazıcı: %1 kapağı açık"_s.arg(queue)},
+        {QueueCondition::attention, u"Yazıcı: %1 bekliyor; kâğıdına, kapağına ve ekranına bakın"_s.arg(queue)},
         {QueueCondition::offline, u"Yazıcı: %1 bağlı değil"_s.arg(queue)},
     };
     for (const auto& [known, sentence] : sentences)
@@ -167,6 +168,8 @@ Taken QueueTarget::taken(int job)
 }
 
 QString QueueTarget::markOf(int job) const { return QString::fromStdString(queue_->markOf(job)); }
+
+QString QueueTarget::printerOf(int job) const { return QString::fromStdString(queue_->queueOf(job)); }
 
 void QueueTarget::recall(int job, const QString& mark) { queue_->recall(job, mark.toStdString()); }
 

@@ -24,6 +24,7 @@ public:
     void cancel(int job) noexcept override;
     Taken taken(int job) override;
     QString markOf(int job) const override;
+    QString printerOf(int job) const override;
     void recall(int job, const QString& mark) override;
     void settle(int job) noexcept override;
     QString stateText() noexcept override;

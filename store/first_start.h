@@ -16,8 +16,9 @@ struct FirstChoice {
 
 /// Sees to it that the folder has its database. Where it has one, or `copyFrom`
 /// names one to be copied, nobody is asked; otherwise `ask` is. A copy appears
-/// whole and checked, or not at all, and nothing is ever replaced. True when
-/// the program may start. Throws files::Error.
+/// whole and checked, or not at all, and nothing is ever replaced. With it come
+/// the texts that the old program keeps beside it: the head of the slips and the
+/// widths of the columns. True when the program may start. Throws files::Error.
 bool ensureDatabase(files::Disk& disk, const std::filesystem::path& folder,
                     const std::optional<std::filesystem::path>& copyFrom, const std::function<FirstChoice()>& ask,
                     jet::DateTime now);

@@ -106,6 +106,17 @@ private slots:
         QVERIFY(room().contains(window.geometry()));
     }
 
+    void aWindowAsTallAsTheScreenKeepsItsTitleBarOnIt()
+    {
+        Store store;
+        store.keep(0, 0, room().width(), room().height());
+        QWidget window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        ScreenLayout(store.settings).restore(mendrik, true, window);
+        QTRY_VERIFY2(room().contains(window.frameGeometry()), QTest::toString(window.frameGeometry()));
+    }
+
     void damagedLayoutCountsAsNone()
     {
         Store store;

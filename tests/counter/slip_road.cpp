@@ -768,6 +768,9 @@ private slots:
         QVERIFY(mill->notes.open());
         QCOMPARE(mill->log(), QStringList());
         QCOMPARE(mill->rows("Hareket"), 0);
+        // Where printers have names, the one that is meant need not be the default any more.
+        mill->printer.marks = true;
+        QVERIFY(mill->road.printAndBook(mill->slip("Veli")).notice.contains("“Kasa” yazıcısına sorulamıyor"));
 
         mill->printer.silent = false;
         QVERIFY(mill->road.printAndBook(mill->slip("Veli")).stored);

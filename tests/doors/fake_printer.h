@@ -51,6 +51,7 @@ public:
         return job <= last_ || waiting.contains(job) ? print::Taken::no : print::Taken::unknown;
     }
     QString markOf(int job) const override { return marks ? u"Kasa\nFiş %1"_s.arg(job) : QString(); }
+    QString printerOf(int) const override { return marks ? u"Kasa"_s : QString(); }
     void recall(int job, const QString& mark) override { recalled << u"%1 %2"_s.arg(job).arg(mark); }
     void settle(int job) noexcept override { settled << job; }
     QString stateText() noexcept override { return {}; }

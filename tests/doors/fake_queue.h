@@ -75,6 +75,7 @@ public:
     }
 
     std::string markOf(int job) const override { return "Kasa\nFiş " + std::to_string(job); }
+    std::string queueOf(int) const override { return "Kasa"; }
     void recall(int job, const std::string& mark) override
     {
         spool_.calls << u"recall %1 %2"_s.arg(job).arg(QString::fromStdString(mark));

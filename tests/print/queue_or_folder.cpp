@@ -56,6 +56,8 @@ private slots:
         queue->marks = true;
         QCOMPARE(target->markOf(7), u"Kasa\nFiş 7"_s);
         QCOMPARE(target->markOf(QueueOrFolder::firstFolderJob + 7), QString());
+        QCOMPARE(target->printerOf(7), u"Kasa"_s);
+        QCOMPARE(target->printerOf(QueueOrFolder::firstFolderJob + 7), QString());
         for (const int job : {7, QueueOrFolder::firstFolderJob + 7}) {
             target->recall(job, u"Kasa\nFiş 7"_s);
             target->settle(job);

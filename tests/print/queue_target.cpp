@@ -184,6 +184,8 @@ private slots:
         QTest::newRow("stopped") << QueueCondition::stopped << "Yazıcı: slip durduruldu";
         QTest::newRow("no paper") << QueueCondition::mediaEmpty << "Yazıcı: slip kâğıt bitti";
         QTest::newRow("cover open") << QueueCondition::coverOpen << "Yazıcı: slip kapağı açık";
+        QTest::newRow("somebody has to look")
+            << QueueCondition::attention << "Yazıcı: slip bekliyor; kâğıdına, kapağına ve ekranına bakın";
         QTest::newRow("offline") << QueueCondition::offline << "Yazıcı: slip bağlı değil";
     }
     void aPrinterThatCannotPrintIsNotEvenAskedToTakeAJob()
@@ -199,6 +201,7 @@ private slots:
     {
         QueueTarget target(std::make_unique<FakeQueue>(spool));
         QCOMPARE(target.markOf(7), u"Kasa\nFiş 7"_s);
+        QCOMPARE(target.printerOf(7), u"Kasa"_s);
         target.recall(7, u"Kasa\nFiş 7"_s);
         target.settle(7);
         QCOMPARE(spool.calls, QStringList({u"recall 7 Kasa\nFiş 7"_s, u"settle 7"_s}));

@@ -74,6 +74,30 @@ TEST_F(FirstStart, bringsTheDatabaseThatIsChosenAndLeavesItAsItIs)
     EXPECT_EQ(disk.content(old), before);
 }
 
+TEST_F(FirstStart, bringsTheTextsBesideTheDatabaseAlong)
+{
+    makeOld();
+    const auto put = [this](const std::filesystem::path& file, std::string_view text) {
+        disk.content(file).assign(text.begin(), text.end());
+    };
+    const auto said = [this](const char* name) {
+        const auto& content = disk.content(folder / name);
+        return std::string(content.begin(), content.end());
+    };
+    put("usb/PRESVA.TXT", "Mendrik Fabrikasi, Ayvalik\r\n");
+    put("usb/Grid1.txt", "1440,#TRUE#\r\n");
+    put("usb/Grid0.txt", std::string(2 << 20, 'x')); // the name alone
+    put("usb/Presva.Txt.bak", "older");
+    put(folder / "grid1.TXT", "of today");
+    mill.choice.carry = old;
+    EXPECT_TRUE(start());
+    EXPECT_EQ(said("Presva.Txt"), "Mendrik Fabrikasi, Ayvalik\r\n");
+    EXPECT_EQ(said("grid1.TXT"), "of today");
+    for (const char* name : {"Grid1.txt", "Grid0.txt", "Presva.Txt.bak", "Presva.Txt.part"})
+        EXPECT_FALSE(disk.exists(folder / name)) << name;
+    EXPECT_EQ(customers(database), 1U);
+}
+
 TEST_F(FirstStart, asksNobodyWhereAFileIsNamed)
 {
     makeOld();
@@ -113,8 +137,10 @@ TEST_F(FirstStart, leavesNothingBehindOfAFileThatIsNoDatabase)
     disk.makeFolder(old.parent_path());
     disk.content(old).assign(8192, 0x41);
     mill.choice.carry = old;
+    disk.content(old.parent_path() / "Presva.Txt").assign(9, 0x41);
     EXPECT_THROW(start(), files::Error);
     EXPECT_FALSE(disk.exists(database));
+    EXPECT_FALSE(disk.exists(folder / "Presva.Txt")); // nor the head of whoever that file is from
 }
 
 TEST(FirstStartOnTheDisk, knowsEveryLetterOfAPath)
