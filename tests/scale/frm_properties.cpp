@@ -17,6 +17,13 @@ using namespace scale;
 
 namespace {
 
+/// What is searched must be there; this device of every system is.
+#ifdef _WIN32
+const QString alwaysThere = u"NUL"_s;
+#else
+const QString alwaysThere = u"/dev/null"_s;
+#endif
+
 /// A line that tells how many of its kind there are.
 class CountedPort : public FakePort {
 public:
@@ -612,8 +619,7 @@ private:
     {
         PropertiesDoors doors;
         doors.ports = [this](int number) -> std::optional<PortDevice> {
-            // What is searched must be there; this file always is.
-            if (onlyPort_ > 0) return number == onlyPort_ ? std::optional(PortDevice{u"/dev/null"_s}) : std::nullopt;
+            if (onlyPort_ > 0) return number == onlyPort_ ? std::optional(PortDevice{alwaysThere}) : std::nullopt;
             if (number > 6) return std::nullopt;
             return PortDevice{u"/dev/ttyS%1"_s.arg(number - 1)};
         };

@@ -6,6 +6,7 @@ usage: host.py UNDER_WINE PROGRAM.exe ARGUMENTS...
 import os
 import pathlib
 import re
+import select
 import subprocess
 import sys
 import tempfile
@@ -87,8 +88,8 @@ class Programs:
 
 
 class Log:
-    """What a test of Qt's says: on Windows not to its output, but, where it is told so, to a file. It is passed on as it
-    comes, so that a test that hangs has said how far it got."""
+    """A file that a program writes and whose lines are passed on as they come, so that one that hangs has said how far it
+    got."""
 
     def __enter__(self):
         self.file = tempfile.NamedTemporaryFile(suffix=".log")
@@ -104,7 +105,7 @@ class Log:
 
     def named(self, word):
         """LOG in an argument is the file."""
-        return re.sub(r"^LOG\b", "Z:" + self.file.name.replace("/", "\\\\"), word)
+        return re.sub(r"^LOG\b", "Z:" + self.file.name.replace("/", "\\\\"), str(word))
 
     def follow(self):
         """Reads by name: Windows may have replaced the file."""
@@ -120,34 +121,59 @@ class Log:
                 return
 
 
+def lines_of(running):
+    """What the program writes, line by line, until it ends. Not until its output is closed: the first program that runs
+    brings Windows' own along, which have its output, too, and stay as long as any program runs."""
+    output = running.stdout.fileno()
+    begun = b""
+    while True:
+        has_ended = running.poll() is not None
+        if select.select([output], [], [], 0 if has_ended else 0.05)[0]:
+            read = os.read(output, 65536)
+            *whole, begun = (begun + read).split(b"\n")
+            yield from whole
+            if read:
+                continue
+            running.wait()
+            has_ended = True
+        if has_ended:
+            if begun:
+                yield begun
+            return
+
+
 def run(under_wine, program, *arguments, environment=None):
     """The exit code; what the program says besides its questions is passed on."""
     prefix = prefix_of(under_wine)
     scale = Scale(prefix)
     answers = {"plug": scale.plug, "unplug": scale.unplug, "send": scale.send, "pdf": said_of,
                "run": Programs(prefix).run}
-    with Log() as log:
-        return answered(scale, answers, subprocess.Popen(
-            [under_wine, program, *(log.named(word) for word in arguments)], stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1")))
+    # What a test of Qt's says goes on Windows not to its output, but, where it is told so, to a file.
+    with Log() as log, Log() as errors:
+        running = subprocess.Popen([under_wine, program, *(log.named(word) for word in arguments)],
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=errors.file,
+                                   env=dict(environment or os.environ, PRESVA_SCENARIO_HOST="1"))
+        try:
+            for raw in lines_of(running):
+                line = raw.decode("utf-8", "replace").rstrip("\r")
+                if not line.startswith("host: "):
+                    print(line, flush=True)
+                    continue
+                question, *given = line.removeprefix("host: ").split(" ")
+                answer = answers[question](*given)
+                running.stdin.write(("done" if answer is None else answer).encode() + b"\n")
+                running.stdin.flush()
+            return running.returncode
+        finally:
+            if scale.ends:
+                scale.unplug()
 
 
-def answered(scale, answers, running):
-    """Answers the program until its end."""
-    try:
-        for raw in running.stdout:
-            line = raw.decode("utf-8", "replace").rstrip("\r\n")
-            if not line.startswith("host: "):
-                print(line, flush=True)
-                continue
-            question, *given = line.removeprefix("host: ").split(" ")
-            answer = answers[question](*given)
-            running.stdin.write(("done" if answer is None else answer).encode() + b"\n")
-            running.stdin.flush()
-        return running.wait()
-    finally:
-        if scale.ends:
-            scale.unplug()
+def play(under_wine, program, *arguments):
+    """A program that asks nothing: the exit code. Its output is not left to Windows' own programs, either."""
+    with Log() as said:
+        return subprocess.run([under_wine, program, *arguments], stdin=subprocess.DEVNULL, stdout=said.file,
+                              stderr=said.file).returncode
 
 
 if __name__ == "__main__":

@@ -4,7 +4,6 @@ usage: play.py UNDER_WINE BIN_FOLDER SCENARIO.txt
 """
 import pathlib
 import shutil
-import subprocess
 import sys
 import tempfile
 
@@ -14,7 +13,8 @@ under_wine, binaries, scenario = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib
 
 
 def tool(*arguments):
-    subprocess.run([under_wine, binaries / "presva-mdb.exe", *arguments], check=True)
+    if host.play(under_wine, binaries / "presva-mdb.exe", *arguments) != 0:
+        sys.exit(f"presva-mdb {arguments[0]} failed")
 
 
 with tempfile.TemporaryDirectory(prefix="presva-scenario-") as name:
