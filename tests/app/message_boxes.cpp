@@ -1,4 +1,5 @@
 #include "app/message_boxes.h"
+#include "app/command_button.h"
 #include "app/font_dialog.h"
 #include "app/search_list.h"
 #include "base/error.h"

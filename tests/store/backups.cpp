@@ -140,7 +140,8 @@ private slots:
         backups->beforeDeletion(*engine, noon.addSecs(70));
         QCoreApplication::processEvents();
         QCOMPARE(told.size(), 1);
-        QVERIFY2(told[0].contains("Yedek alınamadı") && told[0].contains(QDir::toNativeSeparators(path("Yedek"))), qPrintable(told[0]));
+        QVERIFY2(told[0].contains("Yedek alınamadı") && told[0].contains(QDir::toNativeSeparators(path("Yedek"))),
+                 qPrintable(told[0]));
         QVERIFY(QFile::remove(path("Yedek")));
         stored(noon.addSecs(1800));
         QVERIFY(copies().isEmpty());

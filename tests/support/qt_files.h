@@ -21,9 +21,10 @@ inline void putFile(const QString& path, const QByteArray& content = {})
 /// False where names that differ in their letter case alone are one name, as on Windows.
 inline bool tellsLetterCasesApart(const QString& folder)
 {
-    const QString small = folder + QStringLiteral("/letter-case");
+    using namespace Qt::StringLiterals;
+    const QString small = folder + u"/letter-case"_s;
     putFile(small);
-    const bool apart = !QFile::exists(folder + QStringLiteral("/LETTER-CASE"));
+    const bool apart = !QFile::exists(folder + u"/LETTER-CASE"_s);
     QFile::remove(small);
     return apart;
 }
