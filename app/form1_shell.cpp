@@ -136,8 +136,7 @@ void Form1::activated()
 void Form1::Form_Load()
 {
     const QString name = mill::text(mill::databaseFile);
-    const QString found =
-        base::findFile(surroundings_.directory, name).value_or(surroundings_.directory + u'/' + name);
+    const QString found = base::findFile(surroundings_.directory, name).value_or(surroundings_.directory + u'/' + name);
     for (store::DataSource* source : {&DataCari, &DataHar, &GünData, &DataTmp}) source->setDatabaseName(found);
     AktifKontrol = 999;
     VeriYenile(DataCari);

@@ -1,3 +1,4 @@
+#include "base/letters.h"
 #include "paper_screen.h"
 #include "tests/support/columns.h"
 
