@@ -39,6 +39,11 @@ protected:
         table.insert({{0, ++number}});
         change.commit();
     }
+    void SetUp() override
+    {
+        // Without it there are no short ways: the engine itself takes equal for letter by letter.
+        if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    }
     static std::vector<std::u16string> texts()
     {
         const std::u16string longest(255, u'a');
