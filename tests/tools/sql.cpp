@@ -41,7 +41,10 @@ protected:
 /// For tests whose questions SQLite answers.
 template <class Test> class Answered : public Test {
 protected:
-    void SetUp() override {}
+    void SetUp() override
+    {
+        if (!query::available()) GTEST_SKIP() << "built without SQLite";
+    }
 };
 
 struct QuestionRow {
