@@ -284,6 +284,13 @@ bool parseBoolean(std::string_view text)
 
 } // namespace
 
+/// The bytes that stand in a CSV file as they are.
+constexpr auto plainLetters = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned byte = ' '; byte < 0x80; ++byte) plain[byte] = byte != ',' && byte != '"';
+    return plain;
+}();
+
 void FieldWriter::putNumber(double number)
 {
     // Weights and sums of money are whole, or have two decimals: for those the shortest digits are known at once.
@@ -348,14 +355,10 @@ void FieldWriter::putText(std::span<const std::uint8_t> stored)
     // Most names are stored compressed, one byte a letter, and most of those are ASCII: the bytes are the text.
     const std::size_t mark = jet::text_layout::compressedMark.size();
     if (stored.size() > mark && stored.size() < longestFast && jet::text_layout::isCompressed(stored)) {
-        char* at = out_.room(longestFast);
-        bool plain = true;
-        for (const std::uint8_t byte : stored.subspan(mark)) {
-            plain = plain && byte >= ' ' && byte < 0x7F && byte != ',' && byte != '"';
-            *at++ = static_cast<char>(byte);
-        }
-        if (plain) {
-            out_.taken(at);
+        const auto letters = stored.subspan(mark);
+        const auto end = std::ranges::find_if_not(letters, [](std::uint8_t byte) { return plainLetters[byte]; });
+        if (end == letters.end()) {
+            out_.taken(std::copy(letters.begin(), letters.end(), out_.room(longestFast)));
             return;
         }
     }
@@ -370,7 +373,7 @@ bool FieldWriter::putPlainLetters()
     char* at = out_.room(longestFast);
     for (const char16_t unit : text_) {
         if (unit < 0x80) {
-            if (unit < ' ' || unit == u',' || unit == u'"') return false;
+            if (!plainLetters[unit]) return false;
             *at++ = static_cast<char>(unit);
         } else if (unit < 0x800) {
             *at++ = static_cast<char>(0xC0 | unit >> 6);
