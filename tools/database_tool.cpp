@@ -256,10 +256,10 @@ const Command commands[] = {
      "Sunucuyu ve sayacın adını KLASÖR'deki Sunucu.ini söyler. Satırlar bir andaki halleriyle okunur. ÇIKTI var olmayan\n"
      "bir dosya olmalı; her satırı karşılaştırılmadan o adı almaz. Yarıda kalırsa yeniden çalıştırın: ÇIKTI.aktarim'dan\n"
      "sürer.\n", 2, 4, fromServer},
-    {"undelete", "KLASÖR MÜŞTERİ [--before AN] [--user AD]", "ortak defterden silinmiş bir müşteriyi geri getirir",
+    {"undelete", "KLASÖR MÜŞTERİ [--deletion AN] [--user AD]", "ortak defterden silinmiş bir müşteriyi geri getirir",
      "Sunucuyu ve defteri KLASÖR'deki Sunucu.ini söyler; sahibin kullanıcısı gerekir. O adın son silmesinde giden\n"
      "sıkımlar ve cari geçmişten geri yazılır; sayaçlar kendiliğinden alır. Bir silme bir kez geri getirilir. Birkaç kez\n"
-     "silinmişse --before \"2026-11-20 04:30\" o andan (UTC) önceki son silmeyi geri getirir; anları komut söyler.\n",
+     "silinmişse --deletion \"2026-11-20 04:30:20\" o andaki (UTC) silmeyi geri getirir; anları komut söyler.\n",
      2, 6, undelete},
     {"leave-register", "KLASÖR [--waiting drop]", "dosyayı ortak defterden ayırır",
      "KLASÖR programın klasörüdür; program kapalı olmalı. Dosya yine yalnız bu sayacın olur, satırlarının hepsi kalır;\n"

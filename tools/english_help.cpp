@@ -102,11 +102,11 @@ constexpr EnglishHelp helps[] = {
     {"from-server", "FOLDER OUT [--user NAME]", "writes the server's books to a new database file",
      "Sunucu.ini in FOLDER names the server and the counter. The rows are read as of one moment. OUT must not be there; it\n"
      "gets its name only when every row was compared. After a stop run it again: it goes on with OUT.aktarim.\n"},
-    {"undelete", "FOLDER CUSTOMER [--before MOMENT] [--user NAME]", "brings a customer back who was deleted from a shared register",
+    {"undelete", "FOLDER CUSTOMER [--deletion MOMENT] [--user NAME]", "brings a customer back who was deleted from a shared register",
      "Sunucu.ini in FOLDER names server and register; the owner's user is needed. What the last deletion of that name has\n"
      "taken, pressings and terms, is written again from the history, and the counters get it by themselves. A deletion is\n"
-     "brought back once. Of several, --before \"2026-11-20 04:30\" means the last one before that moment (UTC); the command\n"
-     "tells their moments.\n"},
+     "brought back once. Of several, --deletion \"2026-11-20 04:30:20\" means the one of that moment (UTC); the command tells\n"
+     "their moments.\n"},
     {"leave-register", "FOLDER [--waiting drop]", "takes the file out of a shared register",
      "FOLDER is the program's, which must be closed. The file is this counter's own again and keeps all its rows; no server\n"
      "is asked. It stops where changes wait that the server has not heard of; with --waiting drop it never will.\n"},

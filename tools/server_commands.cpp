@@ -61,17 +61,17 @@ std::chrono::seconds pauseIn(const std::string& text)
     return std::chrono::seconds(seconds);
 }
 
-/// "2026-11-20 04:30"; empty where none was given.
+/// "2026-11-20 04:30:20"; empty where none was given.
 std::string momentIn(const std::optional<std::string>& text)
 {
-    constexpr std::string_view pattern = "dddd-dd-dd dd:dd";
+    constexpr std::string_view pattern = "dddd-dd-dd dd:dd:dd";
     const bool fits = !text || (text->size() == pattern.size() &&
                                 std::equal(pattern.begin(), pattern.end(), text->begin(), [](char wanted, char is) {
                                     return wanted == 'd' ? is >= '0' && is <= '9' : wanted == is;
                                 }));
     if (!fits)
-        misused(said("--before \"2026-11-20 04:30\" gibi bir an olmalı (UTC).",
-                     "--before must be a moment like \"2026-11-20 04:30\" (UTC)."));
+        misused(said("--deletion \"2026-11-20 04:30:20\" gibi bir an olmalı (UTC).",
+                     "--deletion must be a moment like \"2026-11-20 04:30:20\" (UTC)."));
     return text.value_or("");
 }
 
@@ -126,11 +126,11 @@ int fromServer(files::Disk& disk, Arguments arguments)
 
 int undelete(files::Disk& disk, Arguments arguments)
 {
-    const Parsed given = parsed("undelete", arguments, 2, {"--user", "--before"});
+    const Parsed given = parsed("undelete", arguments, 2, {"--user", "--deletion"});
     const std::string& customer = given.words[1];
     const postgres::BroughtBack back =
         postgres::undelete(postgres::readServerSettings(disk, pathOf(given.words[0])),
-                           given.option("--user").value_or(""), customer, momentIn(given.option("--before")));
+                           given.option("--user").value_or(""), customer, momentIn(given.option("--deletion")));
     sayDone(customer + ": " + std::to_string(back.customers) + said(" cari, ", " customers, ") +
             std::to_string(back.pressings) +
             said(" sıkım geri geldi; sayaçlar birkaç saniyede alır. Silinmişti: ",
@@ -138,7 +138,7 @@ int undelete(files::Disk& disk, Arguments arguments)
             back.when + " UTC, " + back.who + "." +
             (back.earlier.empty()
                  ? ""
-                 : said(" Daha önceki silmeleri, --before ile: ", " Deletions before it, with --before: ") +
+                 : said(" Daha önceki silmeleri, --deletion ile: ", " Deletions before it, with --deletion: ") +
                        back.earlier + " UTC."));
     return 0;
 }

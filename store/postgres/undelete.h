@@ -10,17 +10,17 @@ namespace postgres {
 struct BroughtBack {
     std::uint64_t customers = 0; ///< 0 where the register has that customer again
     std::uint64_t pressings = 0;
-    std::string when;    ///< the deletion, in the server's time zone UTC: "2026-11-23 04:30"
+    std::string when;    ///< the deletion, in the server's time zone UTC: "2026-11-23 04:30:20"
     std::string who;     ///< the counter that deleted
-    std::string earlier; ///< when that customer was deleted before, the last times, each like `when`; empty: never
+    std::string earlier; ///< the deletions before it, the last ones first, each like `when` and with its pressings
 };
 
-/// Brings back from the history what the last deletion of that customer in the shared register has taken: terms and
-/// pressings, which all counters then take in. With `before`, a moment like BroughtBack::when, it is the last deletion
-/// before that. Nothing is asked of any file. A deletion is brought back once only. Asks for a user who owns the
-/// tables. Throws ServerError: no line, nobody of that name was deleted (by then), brought back already, a moment that
-/// is none, or no shared register in the settings.
+/// Brings back from the history what the last deletion of that customer in the shared register has taken, terms and
+/// pressings, which all counters then take in; with `moment`, like BroughtBack::when, what the deletion of that moment
+/// has. Nothing is asked of any file. A deletion is brought back once only. Asks for a user who owns the tables. Throws
+/// ServerError: no line, nobody of that name was deleted, no deletion or several of that moment, brought back already,
+/// or no shared register in the settings.
 BroughtBack undelete(const ServerSettings& settings, const std::string& user, const std::string& customer,
-                     const std::string& before);
+                     const std::string& moment);
 
 } // namespace postgres

@@ -5,40 +5,96 @@
 #include "store/postgres/schema.h"
 #include "store/postgres/server_rows.h"
 
+#include <algorithm>
+#include <span>
+#include <vector>
+
 namespace postgres {
 namespace {
 
 using files::said;
 
-/// The last line of the history by which something of that customer went, before a moment where one is given, and the
-/// deletion of the customer before it: 0 where there was none.
-constexpr const char* lastLine =
-    "select s.sira, coalesce(s.giren, s.kullanan), to_char(s.zaman, 'YYYY-MM-DD HH24:MI'), "
-    "(select coalesce(max(c.sira), 0) from presva.gecmis c where c.sayac = $1 and c.tablo = 'cari' and c.ne = 'DELETE' "
-    "and c.eski ->> 'unvan' = $2 and c.sira < s.sira) "
-    "from presva.gecmis s where s.sayac = $1 and s.ne = 'DELETE' "
-    "and coalesce(s.eski ->> 'carihar', s.eski ->> 'unvan') = $2 "
-    "and s.zaman < coalesce(nullif($3, '')::timestamptz, 'infinity') order by s.sira desc limit 1";
+/// One deletion of a customer, as the history tells it: his pressings, which go by one change, and his own row, where
+/// it went behind them. A counter's deletion leaves the row where another counter has changed it meanwhile.
+struct Deletion {
+    std::string firstPressing = "0", lastPressing = "0"; ///< lines of the history
+    std::string customer = "0";
+    std::uint64_t pressings = 0;
+    std::string when, who;
+};
 
-/// When that customer was deleted before, the last times first.
-constexpr const char* deletionsBefore =
-    "select string_agg(t, ', ') from (select to_char(c.zaman, 'YYYY-MM-DD HH24:MI') as t from presva.gecmis c "
-    "where c.sayac = $1 and c.tablo = 'cari' and c.ne = 'DELETE' and c.eski ->> 'unvan' = $2 and c.sira <= $3::bigint "
-    "order by c.sira desc limit 5) l";
+constexpr std::size_t mostTold = 5;
 
-/// The pressings of one deletion went by one change, behind the deletion before.
+/// Oldest first.
+std::vector<Deletion> deletionsOf(Connection& connection, const std::string& book, const std::string& customer)
+{
+    std::vector<Deletion> found;
+    bool isOpen = false; // the last one may go on: nothing else has become of that customer since
+    std::string change;
+    for (const ServerRow& line : connection.ask(
+             "select sira, tablo, ne, coalesce(kimlik::text, ''), to_char(zaman, 'YYYY-MM-DD HH24:MI:SS'), "
+             "coalesce(giren, kullanan) from presva.gecmis where sayac = $1 and tablo in ('cari', 'hareket') "
+             "and $2 in (eski ->> 'carihar', eski ->> 'unvan', yeni ->> 'carihar', yeni ->> 'unvan') order by sira",
+             {book, customer})) {
+        const auto text = [&](std::size_t field) { return line[field].value_or(""); };
+        const bool isPressing = text(1) == "hareket";
+        if (text(2) != "DELETE") {
+            isOpen = false;
+            continue;
+        }
+        if (!isOpen || (isPressing && text(3) != change)) found.emplace_back();
+        Deletion& last = found.back();
+        last.when = text(4);
+        last.who = text(5);
+        change = text(3);
+        isOpen = isPressing;
+        if (!isPressing) {
+            last.customer = text(0);
+            continue;
+        }
+        if (last.pressings++ == 0) last.firstPressing = text(0);
+        last.lastPressing = text(0);
+    }
+    return found;
+}
+
+std::string listed(std::span<const Deletion> deletions)
+{
+    std::string text;
+    for (std::size_t i = deletions.size(); i > 0 && i + mostTold > deletions.size(); --i) {
+        const Deletion& each = deletions[i - 1];
+        text += (text.empty() ? "" : ", ") + each.when + " (" + std::to_string(each.pressings) +
+                said(" sıkım)", " pressings)");
+    }
+    return text;
+}
+
+/// The last one, or the one of that moment.
+std::size_t chosen(std::span<const Deletion> deletions, const std::string& customer, const std::string& moment)
+{
+    if (deletions.empty())
+        throw ServerError(customer + said(": bu defterden bu adda kimse silinmemiş. Adı silindiği gibi yazın.",
+                                          ": nobody of that name was deleted from this register."));
+    if (moment.empty()) return deletions.size() - 1;
+    const auto isThat = [&](const Deletion& each) { return each.when == moment; };
+    const auto that = std::ranges::find_if(deletions, isThat);
+    if (std::ranges::count_if(deletions, isThat) != 1)
+        throw ServerError(customer +
+                          said(": o anda bu defterden tek bir silmesi yok. Hiçbir şey değiştirilmedi. Silmeleri: ",
+                               ": not one deletion from this register is of that moment. Nothing was changed. "
+                               "Deletions: ") +
+                          listed(deletions) + " UTC.");
+    return static_cast<std::size_t>(that - deletions.begin());
+}
+
 constexpr const char* pressingsGone =
     "from presva.gecmis g where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'DELETE' and g.eski ->> 'carihar' = $2 "
-    "and g.sira > $3::bigint and g.sira <= $4::bigint and g.kimlik is not distinct from (select h.kimlik from "
-    "presva.gecmis h where h.sayac = $1 and h.tablo = 'hareket' and h.ne = 'DELETE' and h.eski ->> 'carihar' = $2 "
-    "and h.sira <= $4::bigint order by h.sira desc limit 1)";
-
-std::uint64_t numberOf(const std::vector<ServerRow>& rows) { return std::stoull(rows.at(0).at(0).value_or("0")); }
+    "and g.sira between $3::bigint and $4::bigint";
 
 } // namespace
 
 BroughtBack undelete(const ServerSettings& settings, const std::string& user, const std::string& customer,
-                     const std::string& before)
+                     const std::string& moment)
 {
     if (settings.book.empty())
         throw ServerError(said("Sunucu.ini'de Defter satırı yok: geri getirilecek ortak bir defter yok.",
@@ -48,35 +104,35 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
     requireSchema(connection);
     ServerTransaction change(connection);
     connection.ask("select pg_advisory_xact_lock(20011207)");
-    const auto last = connection.ask(lastLine, {name, customer, before});
-    if (last.empty())
-        throw ServerError(
-            customer + (before.empty()
-                            ? said(": bu defterden bu adda kimse silinmemiş. Adı silindiği gibi yazın.",
-                                   ": nobody of that name was deleted from this register.")
-                            : said(": o andan önce bu defterden bu adda kimse silinmemiş. Hiçbir şey değiştirilmedi.",
-                                   ": nobody of that name was deleted from this register before that moment. "
-                                   "Nothing was changed.")));
-    const std::string line = last[0][0].value_or("");
-    const std::string deletionBefore = last[0][3].value_or("0");
-    const std::string earlier =
-        connection.ask(deletionsBefore, {name, customer, deletionBefore}).at(0).at(0).value_or("");
-    // The change by which they come back has one identity for one deletion.
-    const auto identity = connection.ask(
-        "insert into presva.islenen (kimlik, ozet) values (md5('geri ' || $1 || ' ' || $2)::uuid, 'geri') "
-        "on conflict do nothing returning kimlik",
-        {name, line});
-    if (identity.empty())
-        throw ServerError(
-            customer + said(": bu silmesi zaten geri getirildi (", ": that deletion was brought back already (") +
-            last[0][2].value_or("") + " UTC)." +
-            (earlier.empty() ? ""
-                             : said(" Daha önceki silmeleri, --before ile: ", " Deletions before it, with --before: ") +
-                                   earlier + " UTC.") +
-            said(" Hiçbir şey değiştirilmedi.", " Nothing was changed."));
+    const std::vector<Deletion> deletions = deletionsOf(connection, name, customer);
+    const std::size_t place = chosen(deletions, customer, moment);
+    const Deletion& deletion = deletions[place];
+    const std::string earlier = listed(std::span(deletions).first(place));
+    // What comes back has one identity for its place in the history: the pressings, and the customer's row.
+    const auto identity = [&](const std::string& line) -> std::optional<std::string> {
+        const auto made = connection.ask(
+            "insert into presva.islenen (kimlik, ozet) values (md5('geri ' || $1 || ' ' || $2)::uuid, 'geri') "
+            "on conflict do nothing returning kimlik",
+            {name, line});
+        return made.empty() ? std::nullopt : made[0][0];
+    };
+    std::optional<std::string> back;
+    for (const std::string& line : {deletion.lastPressing, deletion.customer}) {
+        if (line == "0") continue;
+        back = identity(line);
+        if (!back)
+            throw ServerError(
+                customer + said(": bu silmesi zaten geri getirildi (", ": that deletion was brought back already (") +
+                deletion.when + " UTC)." +
+                (earlier.empty()
+                     ? ""
+                     : said(" Daha önceki silmeleri, --deletion ile: ", " Deletions before it, with --deletion: ") +
+                           earlier + " UTC.") +
+                said(" Hiçbir şey değiştirilmedi.", " Nothing was changed."));
+    }
     connection.ask("select set_config('presva.sayac', $1, true), set_config('presva.kimlik', $2, true), "
                    "set_config('presva.giren', $3, true)",
-                   {name, identity[0][0].value_or(""), settings.counter});
+                   {name, back, settings.counter});
     const auto numbers = [&](std::uint64_t count) {
         return connection
             .ask("update presva.sayaclar set son_numara = son_numara + $2 where sayac = $1 "
@@ -85,30 +141,31 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
             .at(0)
             .at(0);
     };
-    const std::string gone = pressingsGone;
-    BroughtBack back{
-        0, numberOf(connection.ask(("select count(*) " + gone).c_str(), {name, customer, deletionBefore, line})),
-        last[0][2].value_or(""), last[0][1].value_or(""), earlier};
-    if (back.pressings > 0)
-        connection.ask(("insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar, "
-                        "giren) select g.sayac, $5::bigint + row_number() over (order by g.sira), "
-                        "(g.eski ->> 'tarih')::float8, (g.eski ->> 'zeytin')::float8, (g.eski ->> 'yag')::float8, "
-                        "(g.eski ->> 'yuzde')::float8, (g.eski ->> 'haktut')::float8, (g.eski ->> 'nakit')::float8, "
-                        "g.eski ->> 'carihar', g.eski ->> 'giren' " +
-                        gone)
-                           .c_str(),
-                       {name, customer, deletionBefore, line, numbers(back.pressings)});
+    BroughtBack brought{0, deletion.pressings, deletion.when, deletion.who, earlier};
+    if (deletion.pressings > 0)
+        connection.ask(
+            (std::string("insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, "
+                         "carihar, giren) select g.sayac, $5::bigint + row_number() over (order by g.sira), "
+                         "(g.eski ->> 'tarih')::float8, (g.eski ->> 'zeytin')::float8, "
+                         "(g.eski ->> 'yag')::float8, (g.eski ->> 'yuzde')::float8, "
+                         "(g.eski ->> 'haktut')::float8, (g.eski ->> 'nakit')::float8, "
+                         "g.eski ->> 'carihar', g.eski ->> 'giren' ") +
+             pressingsGone)
+                .c_str(),
+            {name, customer, deletion.firstPressing, deletion.lastPressing, numbers(deletion.pressings)});
+    // A deletion that has left the customer's row says nothing of his terms: then those that went last.
     if (connection.ask("select from presva.cari where sayac = $1 and unvan = $2", {name, customer}).empty())
-        back.customers = connection
-                             .ask("insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde, kap, nakit) "
-                                  "select g.sayac, $3::bigint + 1, g.eski ->> 'unvan', decode($4, 'hex'), "
-                                  "(g.eski ->> 'yuzde')::float8, g.eski ->> 'kap', (g.eski ->> 'nakit')::float8 "
-                                  "from presva.gecmis g where g.sayac = $1 and g.tablo = 'cari' and g.ne = 'DELETE' "
-                                  "and g.eski ->> 'unvan' = $2 order by g.sira desc limit 1 returning 1",
-                                  {name, customer, numbers(1), orderKeyInHex(customer)})
-                             .size();
+        brought.customers =
+            connection
+                .ask("insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde, kap, nakit) "
+                     "select g.sayac, $3::bigint + 1, g.eski ->> 'unvan', decode($4, 'hex'), "
+                     "(g.eski ->> 'yuzde')::float8, g.eski ->> 'kap', (g.eski ->> 'nakit')::float8 "
+                     "from presva.gecmis g where g.sayac = $1 and g.tablo = 'cari' and g.ne = 'DELETE' "
+                     "and g.eski ->> 'unvan' = $2 order by g.sira = $5::bigint desc, g.sira desc limit 1 returning 1",
+                     {name, customer, numbers(1), orderKeyInHex(customer), deletion.customer})
+                .size();
     change.commit();
-    return back;
+    return brought;
 }
 
 } // namespace postgres

@@ -1,6 +1,9 @@
 #include "store/postgres/shared_tables.h"
 #include "tests/postgres/server_mill.h"
 
+#include <chrono>
+#include <thread>
+
 namespace {
 
 using mill::Cari, mill::Hareket;
@@ -452,31 +455,74 @@ TEST_F(Undeleting, bringsBackTheLastDeletionAlone)
     EXPECT_EQ(counts(), "2|1|1\n");
 }
 
-TEST_F(Undeleting, bringsBackAnEarlierDeletionThatIsNamed)
+TEST_F(Undeleting, bringsBackTheDeletionThatIsNamedAndNoOther)
 {
-    const std::string before = all();
     const auto deletedAt = [&](const std::string& moment) {
         erase();
         sql("set session_replication_role = replica; update presva.gecmis set zaman = '" + moment +
             "+00' where zaman > '2026-01-01' and ne = 'DELETE'");
     };
+    const auto again = [&](int number, double olives) {
+        sql("insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde) values ('Değirmen', " +
+            std::to_string(number) + ", 'Şükrü O''Hara', '\\x01', " + std::to_string(number) + ")");
+        sql("insert into presva.hareket (sayac, numara, zeytin, carihar) values ('Değirmen', " +
+            std::to_string(number) + ", " + std::to_string(olives) + ", 'Şükrü O''Hara')");
+    };
     deletedAt("2025-11-20 04:30:20");
-    sql("insert into presva.cari (sayac, numara, unvan, unvan_sira) values ('Değirmen', 90, 'Şükrü O''Hara', '\\x01')");
+    again(90, 500);
     deletedAt("2025-11-21 05:00:00");
+    again(91, 700);
+    deletedAt("2025-11-21 05:00:40");
     ASSERT_THAT(undelete("Şükrü O'Hara"),
-                succeeds(AllOf(HasSubstr("1 cari, 0 sıkım geri geldi"),
-                               HasSubstr("Daha önceki silmeleri, --before ile: 2025-11-20 04:30 UTC."))));
-    EXPECT_THAT(undelete("Şükrü O'Hara").err, HasSubstr("zaten geri getirildi (2025-11-21 05:00 UTC). Daha önceki "
-                                                        "silmeleri, --before ile: 2025-11-20 04:30 UTC."));
-    EXPECT_THAT(undelete("Şükrü O'Hara", {"--before", "2025-11-20 04:30"}).err, HasSubstr("o andan önce"));
-    EXPECT_THAT(undelete("Şükrü O'Hara", {"--before", "dün"}).err, HasSubstr("gibi bir an olmalı"));
-    EXPECT_EQ(undelete("Şükrü O'Hara", {"--before", "2025-13-40 99:99"}).code, 1);
-    EXPECT_EQ(counts(), "2|1|1\n");
-    ASSERT_THAT(undelete("Şükrü O'Hara", {"--before", "2025-11-21 05:00"}),
-                succeeds(HasSubstr("0 cari, 2 sıkım geri geldi")));
-    EXPECT_EQ(counts(), "2|3|3\n");
-    EXPECT_EQ(undelete("Şükrü O'Hara", {"--before", "2025-11-21 05:00"}).code, 1);
-    EXPECT_EQ(counts(), "2|3|3\n");
+                succeeds(AllOf(HasSubstr("1 cari, 1 sıkım geri geldi"),
+                               HasSubstr("Daha önceki silmeleri, --deletion ile: 2025-11-21 05:00:00 (1 sıkım), "
+                                         "2025-11-20 04:30:20 (2 sıkım) UTC."))));
+    EXPECT_THAT(undelete("Şükrü O'Hara"), refuses(HasSubstr("zaten geri getirildi (2025-11-21 05:00:40 UTC). Daha")));
+    EXPECT_THAT(undelete("Şükrü O'Hara", {"--deletion", "2025-11-21 05:00:01"}),
+                refuses(HasSubstr("tek bir silmesi yok")));
+    EXPECT_THAT(undelete("Şükrü O'Hara", {"--deletion", "dün"}).err, HasSubstr("gibi bir an olmalı"));
+    EXPECT_EQ(undelete("Şükrü O'Hara", {"--deletion", "2025-13-40 99:99:99"}).code, 1);
+    EXPECT_EQ(counts(), "2|2|2\n");
+    const std::string olives = "select round(zeytin) from presva.hareket where carihar like 'Ş%' order by 1";
+    EXPECT_EQ(sql(olives), "700\n");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(undelete("Şükrü O'Hara", {"--deletion", "2025-11-21 05:00:00"}).code, i);
+        EXPECT_EQ(sql(olives), "500\n700\n");
+    }
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(undelete("Şükrü O'Hara", {"--deletion", "2025-11-20 04:30:20"}).code, i);
+        EXPECT_EQ(sql(olives), "1\n500\n700\n12346\n");
+    }
+}
+
+TEST_F(Undeleting, bringsTheTermsOfTheDeletionThatIsNamed)
+{
+    erase();
+    const std::string first = sql("select to_char(max(zaman) at time zone 'UTC', 'YYYY-MM-DD HH24:MI:SS') "
+                                  "from presva.gecmis where ne = 'DELETE'");
+    sql("insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde) values ('Değirmen', 90, 'Şükrü O''Hara', "
+        "'\\x01', 20)");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100)); // the moments are told to the second
+    erase();
+    ASSERT_THAT(undelete("Şükrü O'Hara", {"--deletion", first.substr(0, first.size() - 1)}),
+                succeeds(HasSubstr("1 cari, 2 sıkım geri geldi")));
+    EXPECT_EQ(sql("select yuzde from presva.cari where unvan like 'Ş%'"), "12.5\n");
+}
+
+TEST_F(Undeleting, doublesNoPressingsWhoseCustomerStayedAtFirst)
+{
+    sql("select presva.islet('Değirmen', 'Hat 2', jsonb_build_array(jsonb_build_object('kimlik', gen_random_uuid(), "
+        "'ne', 'sikimlar-sil', 'carihar', 'Şükrü O''Hara', 'gorulen', 1000000, 'kendi', '[]'::jsonb)))");
+    const std::string pressings = sql("select to_char(max(zaman) at time zone 'UTC', 'YYYY-MM-DD HH24:MI:SS') "
+                                      "from presva.gecmis where ne = 'DELETE'");
+    sql("update presva.cari set yuzde = 20 where unvan like 'Ş%'");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    erase();
+    ASSERT_THAT(undelete("Şükrü O'Hara"), succeeds(HasSubstr("1 cari, 0 sıkım geri geldi")));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(undelete("Şükrü O'Hara", {"--deletion", pressings.substr(0, pressings.size() - 1)}).code, i);
+        EXPECT_EQ(counts(), "2|3|3\n");
+    }
 }
 
 TEST_F(Undeleting, refusesWhoWasNotDeletedAndWhoMayNot)
