@@ -478,8 +478,9 @@ private:
     {
         const QJsonValue given = row[pressingColumns[field]];
         // A change names its numbers with all their digits.
-        const bool isNumber = given.isString() && field != Hareket::CariHar;
-        const FieldValue value = isNumber ? FieldValue(given.toString().toDouble()) : read(given);
+        bool isNumber = false;
+        const double number = field == Hareket::CariHar ? 0 : given.toString().toDouble(&isNumber);
+        const FieldValue value = isNumber && std::isfinite(number) ? FieldValue(number) : read(given);
         return field == Hareket::Tarih && value.number() ? FieldValue(store::DateDays{*value.number()}) : value;
     }
 

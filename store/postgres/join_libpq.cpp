@@ -140,14 +140,18 @@ void refuseCopy(const std::string& counter, std::size_t rows)
                            "history keeps it). Nothing was changed."));
 }
 
-/// Only what the register has, too: a copy may be all that is left of another season.
+/// Only what the register has, too, or had until somebody deleted it: a copy may be all that is left of another season.
 void dropCopy(Connection& connection, const std::string& counter, const std::string& name)
 {
     ServerTransaction change(connection);
-    const auto rows = connection.ask("select count(*) from (select tarih, zeytin, yag, yuzde, haktut, nakit, carihar "
-                                     "from presva.hareket where sayac = $1 except all select tarih, zeytin, yag, "
-                                     "yuzde, haktut, nakit, carihar from presva.hareket where sayac = $2) alone",
-                                     {counter, name});
+    const auto rows = connection.ask(
+        "select count(*) from (select tarih, zeytin, yag, yuzde, haktut, nakit, carihar "
+        "from presva.hareket where sayac = $1 except all "
+        "(select tarih, zeytin, yag, yuzde, haktut, nakit, carihar from presva.hareket where sayac = $2 union all "
+        "select (eski ->> 'tarih')::float8, (eski ->> 'zeytin')::float8, (eski ->> 'yag')::float8, "
+        "(eski ->> 'yuzde')::float8, (eski ->> 'haktut')::float8, (eski ->> 'nakit')::float8, eski ->> 'carihar' "
+        "from presva.gecmis where sayac = $2 and tablo = 'hareket' and ne = 'DELETE')) alone",
+        {counter, name});
     if (const std::string alone = rows[0][0].value_or(""); alone != "0")
         throw ServerError(said("Bu sayacın sunucudaki kopyasında defterde olmayan ",
                                "The copy of this counter's books on the server has ") +

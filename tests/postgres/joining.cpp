@@ -194,6 +194,19 @@ TEST_F(Joining, takesACopyAwayThatStandsBesideAFileOfTheRegister)
     EXPECT_EQ(placeOf(file()), place);
 }
 
+TEST_F(Joining, takesACopyAwayWhosePressingsWereDeletedFromTheRegisterSince)
+{
+    store(Hareket::table, {pressing(45981, u"Ali"), pressing(45982, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    sql("insert into presva.sayaclar (sayac) values ('Hat 1'); "
+        "insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar) "
+        "select 'Hat 1', numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar from presva.hareket; "
+        "delete from presva.hareket where sayac = 'Değirmen' and tarih = 45982");
+    ASSERT_THAT(toServer({"--delete", "yes"}),
+                succeeds("Bu sayacın sunucudaki kopyası silindi (geçmişte kalır), satır: 2.\n"));
+    EXPECT_EQ(sql("select sayac from presva.hareket"), "Değirmen\n");
+}
+
 TEST_F(Joining, carriesNoPressingOverAsACopyThatARegisterHas)
 {
     store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
