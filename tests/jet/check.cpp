@@ -120,6 +120,14 @@ struct Patient {
             if (physicalIndex::magic.get(&page[at]) == indexMagicNumber && seen++ == number) return at;
         throw std::logic_error("no such index");
     }
+    /// The record of a column in the large table's definition.
+    std::size_t columnRecord(std::size_t number)
+    {
+        std::size_t physical = 0;
+        for (const Index& index : large().definition.indexes)
+            physical = std::max<std::size_t>(physical, index.number + 1);
+        return statistics::at(physical) + definition_layout::column::bytes * number;
+    }
     /// Of the small table's index.
     void putFlags(unsigned flag)
     {
@@ -265,6 +273,23 @@ RowTable<Damage> checkDamage()
     });
     warning("counter below the largest number", "sayaç",
             [](Patient& p) { p.put(p.large().definition.page, head::lastAutoNumber, 3); });
+
+    // Definitions
+    fault("two fields in one place", "aynı yeri gösteriyor", [](Patient& p) {
+        const auto& columns = p.large().definition.columns;
+        ASSERT_TRUE(columns[day].fixed && columns[0].fixed);
+        p.put(p.large().definition.page, definition_layout::column::fixedOffset, columns[0].fixedOffset + 1,
+              p.columnRecord(day));
+    });
+    fault("long values of a column of numbers", "başka türden bir sütuna", [](Patient& p) {
+        const LongValueMaps& maps = p.large().definition.longValues.front();
+        const PageView page = p.pager().read(p.large().definition.page);
+        for (std::size_t at = page.size() - longValueMaps::bytes; at > 0; --at) {
+            if (longValueMaps::owned.get(page.subspan(at)) != maps.owned) continue;
+            p.put(p.large().definition.page, longValueMaps::columnId, p.large().definition.columns[day].id, at);
+            break;
+        }
+    });
 
     // Values outside their rows
     const auto isOutside = [](std::span<const std::uint8_t> bytes) {

@@ -119,12 +119,19 @@ void checkColumns(const Reader& reader, const std::vector<Column>& columns)
 {
     std::set<std::uint16_t> ids;
     std::set<std::uint16_t> variables;
+    std::multiset<std::pair<unsigned, unsigned>> fixed; ///< where each begins, and its length
     for (const Column& column : columns) {
         if (!ids.insert(column.id).second) reader.fail("iki sütun aynı numarayı taşıyor");
         const bool variable = !column.fixed && column.type != ColumnType::boolean;
         if (variable && !variables.insert(column.variableIndex).second) {
             reader.fail("iki sütun satırda aynı yeri gösteriyor");
         }
+        if (column.fixed && column.type != ColumnType::boolean) fixed.emplace(column.fixedOffset, column.length);
+    }
+    unsigned end = 0;
+    for (const auto& [begin, length] : fixed) {
+        if (begin < end) reader.fail("iki sütun satırda aynı yeri gösteriyor");
+        end = begin + length;
     }
 }
 
@@ -407,6 +414,7 @@ void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefini
                                          [id](const Column& each) { return each.id == id; });
         // Maps of a deleted column stay in the list; nothing refers to them any more.
         if (column == table.columns.end()) continue;
+        if (!isLongValue(column->type)) reader.fail("uzun alanların sayfaları başka türden bir sütuna yazılı");
         const LongValueMaps maps{static_cast<std::size_t>(column - table.columns.begin()),
                                  at::longValueMaps::owned.get(p), at::longValueMaps::freeSpace.get(p)};
         checkPage(pager, maps.owned.page);
