@@ -414,7 +414,8 @@ void readIndexes(Pager& pager, Reader& reader, const Counts& counts, TableDefini
                                          [id](const Column& each) { return each.id == id; });
         // Maps of a deleted column stay in the list; nothing refers to them any more.
         if (column == table.columns.end()) continue;
-        if (!isLongValue(column->type)) reader.fail("uzun alanların sayfaları başka türden bir sütuna yazılı");
+        if (isKnown(column->type) && !isLongValue(column->type))
+            reader.fail("uzun alanların sayfaları başka türden bir sütuna yazılı");
         const LongValueMaps maps{static_cast<std::size_t>(column - table.columns.begin()),
                                  at::longValueMaps::owned.get(p), at::longValueMaps::freeSpace.get(p)};
         checkPage(pager, maps.owned.page);
