@@ -48,8 +48,8 @@ Standing standingOf(Connection& connection, jet::Database& database, const std::
         standing == Standing::atTheEnd ? said(", her satırı aynı", ", and has all of its rows") : "";
     throw ServerError(
         std::string(said("Bu dosya ortak defterde zaten", "This file is in the shared register already")) + compared +
-        said("; sayaç onu kendisi günceller. Hiçbir şey değiştirilmedi.",
-             "; the counter keeps it up to date by itself. Nothing was changed."));
+        said("; sayaç onu kendisi günceller. Hiçbir kayıt değiştirilmedi.",
+             "; the counter keeps it up to date by itself. No row was changed."));
 }
 
 void refuseDifferent(std::size_t inFile, std::size_t onServer)
@@ -60,9 +60,9 @@ void refuseDifferent(std::size_t inFile, std::size_t onServer)
         std::to_string(inFile) + said(", yalnız sunucuda olan ", ", on the server alone ") + std::to_string(onServer) +
         said(". --merge yes ile satırlarıyla yeniden girer; yalnız dosyada olanlar bütün sayaçlara gider. Dosya "
              "yanlışsa "
-             "from-server ile yenisini alın. Hiçbir şey değiştirilmedi.",
+             "from-server ile yenisini alın. Hiçbir kayıt değiştirilmedi.",
              ". With --merge yes it joins again, by its rows; those in the file alone go to all counters. Where the "
-             "file is wrong, take a new one by from-server. Nothing was changed."));
+             "file is wrong, take a new one by from-server. No row was changed."));
 }
 
 /// Takes the rows out of `wanted` that the register had once. How many.
