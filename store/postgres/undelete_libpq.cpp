@@ -87,10 +87,6 @@ std::size_t chosen(std::span<const Deletion> deletions, const std::string& custo
     return static_cast<std::size_t>(that - deletions.begin());
 }
 
-constexpr const char* pressingsGone =
-    "from presva.gecmis g where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'DELETE' and g.eski ->> 'carihar' = $2 "
-    "and g.sira between $3::bigint and $4::bigint";
-
 } // namespace
 
 BroughtBack undelete(const ServerSettings& settings, const std::string& user, const std::string& customer,
@@ -144,14 +140,13 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
     BroughtBack brought{0, deletion.pressings, deletion.when, deletion.who, earlier};
     if (deletion.pressings > 0)
         connection.ask(
-            (std::string("insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, "
-                         "carihar, giren) select g.sayac, $5::bigint + row_number() over (order by g.sira), "
-                         "(g.eski ->> 'tarih')::float8, (g.eski ->> 'zeytin')::float8, "
-                         "(g.eski ->> 'yag')::float8, (g.eski ->> 'yuzde')::float8, "
-                         "(g.eski ->> 'haktut')::float8, (g.eski ->> 'nakit')::float8, "
-                         "g.eski ->> 'carihar', g.eski ->> 'giren' ") +
-             pressingsGone)
-                .c_str(),
+            "insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar, giren) "
+            "select g.sayac, $5::bigint + row_number() over (order by g.sira), "
+            "(g.eski ->> 'tarih')::float8, (g.eski ->> 'zeytin')::float8, "
+            "(g.eski ->> 'yag')::float8, (g.eski ->> 'yuzde')::float8, "
+            "(g.eski ->> 'haktut')::float8, (g.eski ->> 'nakit')::float8, g.eski ->> 'carihar', g.eski ->> 'giren' "
+            "from presva.gecmis g where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'DELETE' "
+            "and g.eski ->> 'carihar' = $2 and g.sira between $3::bigint and $4::bigint",
             {name, customer, deletion.firstPressing, deletion.lastPressing, numbers(deletion.pressings)});
     // A deletion that has left the customer's row says nothing of his terms: then those that went last.
     if (connection.ask("select from presva.cari where sayac = $1 and unvan = $2", {name, customer}).empty())
