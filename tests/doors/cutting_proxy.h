@@ -20,7 +20,12 @@ public:
     }
     ~CuttingProxy() override { end(); }
 
-    void cutBehind(std::size_t bytes) { left_ = static_cast<long long>(bytes); }
+    /// `first` is done when the bytes are over, by the proxy's thread, before the session ends.
+    void cutBehind(std::size_t bytes, std::function<void()> first = {})
+    {
+        beforeCut_ = std::move(first);
+        left_ = static_cast<long long>(bytes);
+    }
     std::size_t passed() const { return passed_; }     ///< in the session that came last
     std::size_t sessions() const { return sessions_; } ///< begun so far
     int cuts() const { return cuts_; }
@@ -52,6 +57,7 @@ private:
             passed_ += give;
             if (cut) {
                 left_ = unlimited;
+                if (beforeCut_) beforeCut_();
                 ++cuts_;
                 return false;
             }
@@ -61,6 +67,7 @@ private:
     }
 
     std::function<void(std::span<char>)> alter_;
+    std::function<void()> beforeCut_;
     std::atomic<long long> left_ = unlimited;
     std::atomic<std::size_t> passed_ = 0;
     std::atomic<std::size_t> sessions_ = 0;

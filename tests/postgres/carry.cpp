@@ -9,7 +9,6 @@
 #include <functional>
 #include <limits>
 #include <random>
-#include <thread>
 
 namespace {
 
@@ -258,18 +257,13 @@ TEST_F(DisturbedCarry, storesEachRowOnceWhenTheServerIsKilled)
     ASSERT_EQ(toServer().code, 0);
     const auto whole = static_cast<double>(line.passed());
     disturb(6, "5433", [&](double place) {
-        Outcome outcome;
-        std::atomic<bool> ended = false;
-        const std::size_t before = line.sessions();
-        std::thread carrying([&] {
-            outcome = toServer();
-            ended = true;
+        std::atomic<bool> killed = false;
+        line.cutBehind(static_cast<std::size_t>(place * whole), [&] {
+            server().kill();
+            killed = true;
         });
-        const auto there = [&] { return line.sessions() > before && line.passed() >= std::size_t(place * whole); };
-        while (!ended && !there()) std::this_thread::sleep_for(std::chrono::microseconds(100));
-        server().kill();
-        carrying.join();
-        server().start();
+        const Outcome outcome = toServer();
+        if (killed) server().start();
         return outcome;
     });
 }
