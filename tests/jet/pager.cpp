@@ -478,6 +478,30 @@ TEST(Pager, fullDiskLeavesTheStateBefore)
     ASSERT_GT(refused, 10);
 }
 
+TEST(Pager, keepsNoLongJournalWhateverBecomesOfTheCommit)
+{
+    constexpr PageCount pages = 400; // more than a journal of a megabyte holds
+    const auto changeAll = [&](Pager& pager) {
+        for (PageNo page = 1; page < PageNo(pages); ++page) fill(pager, page, 1);
+    };
+    PowerCutDisk disk(file, blankFile(pages));
+    const auto before = disk.content(file);
+    Pager pager(disk, file, Pager::Mode::readWrite);
+    disk.capacity = before.size() + pages / 2 * pageSize;
+    {
+        Transaction transaction(pager);
+        changeAll(pager);
+        ASSERT_EQ(faultOf([&] { transaction.commit(); }), Fault::disk);
+    }
+    EXPECT_EQ(contentOf(pager), before);
+    EXPECT_EQ(disk.content(journal).size(), 0);
+    disk.capacity.reset();
+    Transaction again(pager);
+    changeAll(pager);
+    again.commit();
+    EXPECT_EQ(disk.content(journal).size(), 0);
+}
+
 /// The disk right before the journal of a commit is struck out: the new pages are in the file, the old ones can still
 /// come back.
 class StoppedCommit : public testing::Test {

@@ -84,6 +84,7 @@ void Commit::arm()
     openJournal();
     header_ = {++salt_, memory_.countBefore(), static_cast<std::uint32_t>(old_.size()), digestWithout(old_)};
     struckOut_ = false;
+    journalReach_ = std::max(journalReach_, journal_layout::recordAt(old_.size()));
     writeJournal(*journal_, header_, old_);
     journal_->sync();
     stage_ = Stage::armed;
@@ -107,7 +108,7 @@ void Commit::disarm()
 {
     assert(stage_ == Stage::inFile);
     strikeOut();
-    if (journal_layout::recordAt(old_.size()) > journalSizeKept) succeeds([&] { journal_->truncate(0); });
+    shortenJournal();
     std::vector<PageNo> written;
     for (const auto* part : {&changed_, &appended_}) // new pages stand behind the others
         for (const TouchedPage& one : *part) written.push_back(one.page);
@@ -128,6 +129,7 @@ void Commit::takeBack() noexcept
     case Stage::prepared:
         // Nothing has reached the database. The journal must not count beside a file that others go on changing.
         if (journal_ && !succeeds([&] { strikeOut(); })) succeeds([&] { journal_->truncate(0); });
+        shortenJournal();
         break;
     case Stage::armed:
     case Stage::inFile:
@@ -146,6 +148,7 @@ void Commit::takeBack() noexcept
             return;
         }
         succeeds([&] { strikeOut(); });
+        shortenJournal();
         break;
     }
     stage_ = Stage::idle;
@@ -264,6 +267,13 @@ void Commit::strikeOut()
     strikeOutJournal(*journal_);
     journal_->sync();
     struckOut_ = true;
+}
+
+/// A long journal that does not count takes room that a full disk may need.
+void Commit::shortenJournal() noexcept
+{
+    if (!struckOut_ || journalReach_ <= journalSizeKept) return;
+    if (succeeds([&] { journal_->truncate(0); })) journalReach_ = 0;
 }
 
 // ---- what must hold ----

@@ -84,6 +84,7 @@ private:
     void writeRuns(std::span<const TouchedPage> sorted);
     bool putBack() noexcept;
     void strikeOut();
+    void shortenJournal() noexcept;
     void backToWriter() noexcept;
     bool journalLeadsBack() const;
     bool fileHolds(std::span<const TouchedPage> pages) const;
@@ -93,9 +94,10 @@ private:
     std::filesystem::path journalPath_;
     File& file_;
     PageMemory& memory_;
-    std::unique_ptr<File> journal_; ///< from the first commit on
-    bool struckOut_ = false;        ///< for certain
-    bool reachedFile_ = false;      ///< a page of this commit may stand in the file
+    std::unique_ptr<File> journal_;  ///< from the first commit on
+    std::uint64_t journalReach_ = 0; ///< bytes that it may have by what was written to it
+    bool struckOut_ = false;         ///< for certain
+    bool reachedFile_ = false;       ///< a page of this commit may stand in the file
 
     Stage stage_ = Stage::idle;
     std::optional<std::string> broken_; ///< why nothing may be done any more
