@@ -490,8 +490,12 @@ int main(int argc, char** argv) // NOLINT(bugprone-exception-escape) a failure o
             seed = number();
         else if (argument == "--limit")
             limitMs = static_cast<std::sig_atomic_t>(number());
-        else
-            originals.push_back(contentOf(argv[i]));
+        else if (originals.push_back(contentOf(argv[i])); originals.back().size() < pageSize) {
+            std::fprintf(stderr,
+                         "%s: no database. usage: database_fuzz [--count N] [--seed N] [--limit MS] [FILE ...]\n",
+                         argv[i]);
+            return 2;
+        }
     }
     std::signal(SIGPROF, outOfTime);
     Counts counts;
