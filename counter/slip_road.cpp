@@ -158,7 +158,7 @@ void SlipRoad::recover()
     const std::optional<store::SlipNote> slip = at_.notes.open();
     if (!slip) {
         if (at_.notes.unreadable())
-            setAside(u"yarım kalmış bir fişin notu okunamıyor; fişi basıldıysa sıkımı elle girin"_s);
+            setAside(u"yarım kalmış bir fişin notu okunamıyor; fiş çıkmış, sıkım raporda yoksa elle girin"_s);
         return;
     }
     const auto closed = [&](const QString& what) {
@@ -239,7 +239,8 @@ void SlipRoad::setAsideUnstorable(const store::SlipNote& slip, const QString& wh
 
 void SlipRoad::setAsideUnknown(const store::SlipNote& slip)
 {
-    setAside(u"%1 basıldı mı bilinmiyor, yazıcı onu tanımıyor; basıldıysa sıkımı elle girin"_s.arg(described(slip)));
+    setAside(u"%1 basıldı mı bilinmiyor, yazıcı onu tanımıyor; fiş çıkmış, sıkım raporda yoksa elle girin"_s.arg(
+        described(slip)));
 }
 
 } // namespace counter

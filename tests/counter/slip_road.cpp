@@ -294,7 +294,7 @@ private slots:
         QCOMPARE(mill->rows("Hareket"), 0);
         QCOMPARE(mill->printer.cancelled, QList<int>{4711}); // should it wait somewhere after all
         const QString told = "Yag.mdb-slip-1: fiş 4711 (Işıl O'Hara, 1.000 kg) basıldı mı bilinmiyor, yazıcı onu "
-                             "tanımıyor; basıldıysa sıkımı elle girin";
+                             "tanımıyor; fiş çıkmış, sıkım raporda yoksa elle girin";
         QCOMPARE(mill->setAside, QStringList{told});
         QVERIFY2(mill->log().size() == 1 && mill->log()[0].endsWith(told), qPrintable(mill->log().join(u'|')));
         QVERIFY(QFile::exists(mill->database() + "-slip-1"));
