@@ -76,8 +76,8 @@ ContainerKinds kindsOf(const jet::Table& customers)
     return kinds;
 }
 
-/// The journal's pressings: the rows that a report adds up, which are those of `CariHar<>'Toplamlar'`. Letter case
-/// makes no difference there, and a row without a customer answers neither yes nor no.
+/// The journal's pressings: the rows that a report adds up, which are those of `CariHar<>'Toplamlar'`, letter for
+/// letter. A row without a customer answers neither yes nor no.
 class Journal {
 public:
     explicit Journal(const jet::Table& table)
@@ -121,11 +121,7 @@ public:
     }
 
 private:
-    static bool isTotals(std::u16string_view customer)
-    {
-        constexpr std::u16string_view totals = mill::reserved::totals;
-        return customer == totals || (customer.size() == totals.size() && jet::sameName(customer, totals));
-    }
+    static bool isTotals(std::u16string_view customer) { return customer == mill::reserved::totals; }
 
     std::optional<double> momentOf(const jet::RowView& row) const
     {

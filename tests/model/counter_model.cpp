@@ -48,7 +48,11 @@ Text keyText(int index, bool capitals)
     return index == 48 ? u"*" : u"";
 }
 
-bool isNoCustomer(const Text& name) { return trimmed(name).empty() || trimmed(name) == prompt || name == totals; }
+bool isNoCustomer(const Text& name)
+{
+    const Text words = trimmed(name);
+    return words.empty() || words == prompt || std::ranges::equal(words, totals, {}, lower, lower);
+}
 
 Text& Counter::text(Field field)
 {

@@ -215,17 +215,17 @@ TEST_F(SeasonCommand, counterMayBeAtWork)
     EXPECT_THAT(season({folder(), page()}).out, StartsWith("Zeytin sezonu 2025–2026: 4 sıkım.\n"));
 }
 
-/// "CariHar<>'Toplamlar'" knows no letter case, and nothing of a field that is empty.
+/// "CariHar<>'Toplamlar'" is asked letter for letter, and knows nothing of a field that is empty.
 TEST_F(SeasonCommand, rowsThatAReportDoesNotAddUpAreNotCounted)
 {
     import("Hareket", "Tarih,Zeytin,CariHar\n"
-                      "2025-11-22T00:00:00,7000,TOPLAMLAR\n"
-                      "2025-11-22T00:00:00,7000,toplamlar\n"
+                      "2025-11-22T00:00:00,7000,Toplamlar\n"
+                      "2025-11-22T00:00:00,1000,TOPLAMLAR\n"
                       "2025-11-22T10:00:00,7000,\n"
-                      "2026-07-01T00:00:00,7000,TOPLAMLAR\n"
+                      "2026-07-01T00:00:00,7000,Toplamlar\n"
                       "2026-07-01T10:00:00,7000,\n");
     EXPECT_THAT(season({folder(), page()}).out,
-                AllOf(StartsWith("Zeytin sezonu 2025–2026: 2 sıkım.\n"),
+                AllOf(StartsWith("Zeytin sezonu 2025–2026: 3 sıkım.\n"),
                       HasSubstr("2 satırda müşteri alanı boş; rapor toplamlarına da girmez")));
     EXPECT_THAT(textOfFile(page()), Not(HasSubstr("7.000")));
 }
