@@ -5,6 +5,7 @@
 #include "mill/queries.h"
 #include "print/header_file.h"
 #include "print/statement.h"
+#include "print/why_not_printed.h"
 #include "reports/period_report.h"
 #include "reports/statement_rows.h"
 
@@ -272,8 +273,9 @@ void Form1::printStatement()
         if (!leftOut.isEmpty())
             status->setNotice(u"Döküme sığmayan sütunlar: %1. Sütunları daraltın ya da daha geniş kâğıt seçin."_s.arg(
                 leftOut.join(u", "_s)));
-    } catch (const base::RuntimeError&) {
+    } catch (const base::RuntimeError& error) {
         printer.killDoc();
+        status->setNotice(u"Döküm basılmadı: "_s + print::whyNotPrinted(error));
     }
     showFacts();
 }

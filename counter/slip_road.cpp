@@ -6,6 +6,7 @@
 #include "mill/customer_name.h"
 #include "mill/queries.h"
 #include "print/header_file.h"
+#include "print/why_not_printed.h"
 
 #include <QUuid>
 
@@ -106,16 +107,17 @@ std::optional<store::SlipNote> SlipRoad::print(print::Slip slip, const mill::Pro
             return std::nullopt;
         }
         return note;
-    } catch (const base::RuntimeError&) {
+    } catch (const base::RuntimeError& error) {
         printer.killDoc();
-        return std::nullopt;
+        return refused(print::whyNotPrinted(error));
     }
 }
 
-/// Sends the slip; whether the printer has it. Where that cannot be known the note stays and `notice` says so.
+/// Sends the slip; whether the printer has it. `notice` says why it has not; where that cannot be known the note stays.
 bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& document, QString& notice)
 {
-    if (!passOver([&] { at_.printer.sendAndFinish(note.job, document); })) return true;
+    const auto notSent = passOver([&] { at_.printer.sendAndFinish(note.job, document); });
+    if (!notSent) return true;
     auto taken = print::Taken::unknown;
     if (passOver([&] { taken = at_.printer.taken(note.job); })) {
         notice = cannotBeAsked(note, at_.printer.printerOf(note.job));
@@ -124,6 +126,7 @@ bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& docum
     }
     if (taken == print::Taken::yes) return true; // only its answer was lost
     at_.printer.cancel(note.job);
+    if (taken == print::Taken::no) notice = u"Fiş basılmadı: "_s + print::whyNotPrinted(*notSent);
     const auto error = passOver([&] {
         if (taken == print::Taken::no)
             at_.notes.strike();

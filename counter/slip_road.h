@@ -36,7 +36,7 @@ struct SlipOutcome {
     bool printed = false;
     bool stored = false;
     /// What the operator is told beside the printer's state: why it was not printed or not stored. Empty when there is
-    /// nothing to say; a slip that fails while it is composed or printed says nothing.
+    /// nothing to say.
     QString notice;
 };
 

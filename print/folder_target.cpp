@@ -67,8 +67,8 @@ Paper FolderTarget::paper()
     std::error_code error;
     if (make_ == Make::yes) std::filesystem::create_directories(folder_, error);
     if (!std::filesystem::is_directory(folder_, error))
-        throw base::RuntimeError(base::errors::printer,
-                                 u"Printer error: no folder "_s + QDir::toNativeSeparators(base::textOf(folder_)));
+        throw base::RuntimeError(base::errors::printer, u"Printer error: “%1” klasörü yok."_s.arg(
+                                                            QDir::toNativeSeparators(base::textOf(folder_))));
     return paper_;
 }
 
@@ -132,11 +132,16 @@ void FolderTarget::publish(Reserved& job, const std::filesystem::path& to, const
     // A second name, not a new one: where a file has come meanwhile, it stays and this fails.
     std::error_code failed;
     std::filesystem::create_hard_link(job.path, to, failed);
-    if (failed == std::errc::file_exists)
+    if (failed && failed != std::errc::file_exists && !disk.exists(to)) {
+        // A stick or a share gives a file one name only. The number is reserved: nobody of ours comes between.
+        job.file.reset();
+        disk.rename(job.path, to);
+        job.path.clear();
+        failed.clear();
+    }
+    if (failed)
         throw files::Error(files::Fault::exists,
                            files::quotedPath(to) + " zaten var; o dosyayı başka bir klasöre taşıyıp yeniden yazdırın.");
-    if (failed)
-        throw files::Error(files::Fault::disk, files::quotedPath(to) + " yazılamadı: " + failed.message() + '.');
     job.removeFile();
     try {
         disk.syncFolder(folder_);

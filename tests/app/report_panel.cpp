@@ -951,6 +951,7 @@ private slots:
         QVERIFY(form().Frame4->visible());
         QCOMPARE(shown().size(), 3);
         QVERIFY2(form().status->text().contains(u"Yazıcı: printed klasörü yok"_s), qPrintable(form().status->text()));
+        QVERIFY2(form().status->text().startsWith(u"Döküm basılmadı: “"_s), qPrintable(form().status->text()));
     }
 
     void millionRowsFormOnlyWhatIsSeen()

@@ -583,7 +583,11 @@ private slots:
             slip.pressing.olives = "1234KG";
         else
             mill->printer.failAt = FakePrinter::Step(step);
-        QVERIFY(!mill->road.printAndBook(slip).printed);
+        const counter::SlipOutcome outcome = mill->road.printAndBook(slip);
+        QVERIFY(!outcome.printed);
+        QVERIFY2(outcome.notice.startsWith(step < 0 ? "Fiş basılmadı: sayı olması gereken bir alanda sayı yok"
+                                                    : "Fiş basılmadı: yazıcı işi almadı."),
+                 qPrintable(outcome.notice));
         QCOMPARE(mill->stored(), (QList<int>{0, 0}));
         QVERIFY(!mill->notes.open());
         mill->printer.failAt.reset();

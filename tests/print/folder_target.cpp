@@ -1,4 +1,7 @@
 #include "tests/print/printed_documents.h"
+#ifdef __linux__
+#include "tests/support/no_hard_links.h"
+#endif
 #include "tests/support/outcome.h"
 #include "tests/support/qt_files.h"
 
@@ -164,6 +167,31 @@ private slots:
         QCOMPARE(target.submit(document(target)), 1);
         QVERIFY(QFile::exists(folder->filePath("fis/0001.pdf")));
     }
+
+#ifdef __linux__
+    void aStickThatGivesAFileOneNameOnlyTakesJobsAndReplacesNone()
+    {
+        int first = 0;
+        QString refusal;
+        withoutHardLinks([&] {
+            first = target->submit(document(*target));
+            const print::Document next = document(*target, "b");
+            const int job = target->createJob(next);
+            put("0002.pdf", "a stranger's");
+            try {
+                target->sendAndFinish(job, next);
+            } catch (const base::RuntimeError& error) {
+                refusal = error.text();
+            }
+        });
+        QCOMPARE(first, 1);
+        QVERIFY2(refusal.contains("0002.pdf\" zaten var"), qPrintable(refusal));
+        QCOMPARE(files(), QStringList({"0001.pdf", "0002.pdf"}));
+        QVERIFY(content("0001.pdf").startsWith("%PDF"));
+        QCOMPARE(content("0002.pdf"), "a stranger's");
+        QCOMPARE(target->submit(document(*target)), 3);
+    }
+#endif
 };
 
 PRINT_TEST_MAIN(FolderTargetTest)

@@ -2,7 +2,10 @@
 #include "tests/support/columns.h"
 #include "tests/support/qt_files.h"
 
+#include "base/error.h"
 #include "print/header_file.h"
+
+using namespace Qt::StringLiterals;
 
 /// The mill's own lines come from a text file that people edit.
 class HeaderFile : public QObject {
@@ -55,6 +58,22 @@ private slots:
         QVERIFY(QDir(folder.path()).mkdir("Presva.Txt"));
         QCOMPARE(print::headerItems(folder.path()), QStringList{});
     }
+
+#ifdef __linux__
+    void aFileThatCannotBeReadIsNamed()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath("Presva.Txt");
+        QVERIFY(QFile::link("/proc/self/mem", path)); // there is nothing at its beginning that can be read
+        try {
+            print::headerItems(folder.path());
+            QFAIL("nothing was said");
+        } catch (const base::RuntimeError& error) {
+            QCOMPARE(error.number(), base::errors::fileNotFound);
+            QVERIFY2(error.text().startsWith(u"“%1” okunamıyor ("_s.arg(path)), qPrintable(error.text()));
+        }
+    }
+#endif
 };
 
 PRINT_TEST_MAIN(HeaderFile)
