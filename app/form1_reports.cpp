@@ -3,6 +3,7 @@
 #include "app/counter_screen.h"
 #include "app/form1.h"
 #include "mill/queries.h"
+#include "platform/system_disk.h"
 #include "print/header_file.h"
 #include "print/statement.h"
 #include "print/why_not_printed.h"
@@ -185,7 +186,7 @@ void Form1::IzgaraYukle()
 void Form1::IzgaraKaydet(int column)
 {
     reports::GridColumns columns = gridRows_->columns();
-    reports::IzgaraKaydet(columns, column, GridGorunum, surroundings_.directory,
+    reports::IzgaraKaydet(columns, column, GridGorunum, platform::systemDisk(), surroundings_.directory,
                           [this](const QString& text) { return DBGrid1->headingWidth(text); });
     gridRows_->setColumns(columns);
 }

@@ -2,12 +2,14 @@
 
 #include "base/error.h"
 #include "base/letters.h"
+#include "base/path_text.h"
 #include "base/sequential.h"
+#include "files/error.h"
+#include "files/part_file.h"
 #include "mill/names.h"
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <algorithm>
 #include <utility>
 
@@ -134,7 +136,7 @@ void IzgaraYukle(GridColumns& columns, const QString& view, const QString& direc
     }
 }
 
-void IzgaraKaydet(GridColumns& columns, int column, const QString& view, const QString& directory,
+void IzgaraKaydet(GridColumns& columns, int column, const QString& view, files::Disk& disk, const QString& directory,
                   const TextWidth& textWidth)
 {
     if (column < 0) throw base::runtimeError(base::errors::subscript);
@@ -147,10 +149,13 @@ void IzgaraKaydet(GridColumns& columns, int column, const QString& view, const Q
     const QDir folder(directory);
     const QString name = layoutFileName(view);
     const std::optional<QString> earlier = base::findFile(directory, name);
-    QSaveFile file(folder.filePath(name));
-    const QByteArray bytes = text.toLatin1();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+    try {
+        files::PartFile file = files::PartFile::replacing(disk, disk.realPath(base::pathOf(folder.filePath(name))));
+        file.write(text.toStdString());
+        file.publish();
+    } catch (const files::Error&) {
         throw base::runtimeError(base::errors::pathAccess);
+    }
 
     // The layout may have lain there under the same name in other letters: that file goes, unless the file system takes
     // both names for one.

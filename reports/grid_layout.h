@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/disk.h"
+
 #include <QString>
 #include <functional>
 #include <vector>
@@ -54,7 +56,7 @@ void IzgaraYukle(GridColumns& columns, const QString& view, const QString& direc
 
 /// The operator has given a column another width: centres its heading and keeps the widths of all columns for the view.
 /// The file is replaced whole, or stays as it was; then error 75. Error 9 for a column that the grid does not have.
-void IzgaraKaydet(GridColumns& columns, int column, const QString& view, const QString& directory,
+void IzgaraKaydet(GridColumns& columns, int column, const QString& view, files::Disk& disk, const QString& directory,
                   const TextWidth& textWidth);
 
 /// "Grid0.txt", "Grid1.txt".

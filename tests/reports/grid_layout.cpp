@@ -1,6 +1,7 @@
 #include "reports/grid_layout.h"
 
 #include "base/error.h"
+#include "platform/system_disk.h"
 #include "tests/support/columns.h"
 #include "tests/support/outcome.h"
 #include "tests/support/qt_files.h"
@@ -12,6 +13,8 @@
 
 #ifdef _WIN32
 #include "tools/scenario_host.h"
+#include <thread>
+#include <windows.h>
 #endif
 
 using namespace reports;
@@ -175,7 +178,7 @@ private slots:
         columns[2].width = 1200.5F;
         columns[2].visible = false;
         columns[3].width = 0.5F;
-        IzgaraKaydet(columns, 0, u"0"_s, directory(), fifty);
+        IzgaraKaydet(columns, 0, u"0"_s, platform::systemDisk(), directory(), fifty);
         QCOMPARE(read(u"Grid0.txt"_s), "1440,#TRUE#\r\n1739.906,#TRUE#\r\n1200.5,#FALSE#\r\n.5,#TRUE#\r\n"_ba);
         QCOMPARE(QDir(directory()).entryList(QDir::Files | QDir::Hidden), QStringList{u"Grid0.txt"_s});
     }
@@ -184,7 +187,7 @@ private slots:
     {
         write(u"Grid1.txt"_s, QByteArray(5000, 'x'));
         for (GridColumn& column : columns) column.width = 900;
-        IzgaraKaydet(columns, 3, u"1"_s, directory(), fifty);
+        IzgaraKaydet(columns, 3, u"1"_s, platform::systemDisk(), directory(), fifty);
         QCOMPARE(read(u"Grid1.txt"_s), "900,#TRUE#\r\n900,#TRUE#\r\n900,#TRUE#\r\n900,#TRUE#\r\n"_ba);
     }
 
@@ -194,7 +197,7 @@ private slots:
         write(u"Grid1.txt"_s, "2,#TRUE#\r\n");
         columns.resize(1);
         columns[0].width = 3000;
-        IzgaraKaydet(columns, 0, u"0"_s, directory(), fifty);
+        IzgaraKaydet(columns, 0, u"0"_s, platform::systemDisk(), directory(), fifty);
         QStringList names{u"Grid0.txt"_s, u"Grid1.txt"_s};
         // Where these are one name, a file that is replaced may keep its own letters.
         if (!tellsLetterCasesApart(directory()) && QDir(directory()).entryList(QDir::Files).contains(u"GRID0.TXT"_s))
@@ -208,7 +211,7 @@ private slots:
     {
         columns[0].width = 450; // "Unvan": 250, so two blanks before it
         columns[1].width = 450;
-        IzgaraKaydet(columns, 0, u"0"_s, directory(), fifty);
+        IzgaraKaydet(columns, 0, u"0"_s, platform::systemDisk(), directory(), fifty);
         QCOMPARE(headings(columns), (QStringList{u"  Unvan"_s, u"Yuzde"_s, u"Kap"_s, u"Nakit"_s}));
     }
 
@@ -220,7 +223,8 @@ private slots:
     void savingAColumnThatIsNotThereIsASubscriptError()
     {
         QFETCH(int, column);
-        QCOMPARE(errorOf([&] { IzgaraKaydet(columns, column, u"0"_s, directory(), fifty); }), 9);
+        QCOMPARE(errorOf([&] { IzgaraKaydet(columns, column, u"0"_s, platform::systemDisk(), directory(), fifty); }),
+                 9);
         QCOMPARE(read(u"Grid0.txt"_s), "(no file)"_ba);
     }
 
@@ -229,12 +233,33 @@ private slots:
         // Permissions do not stop every user; a folder in the file's place does.
         QVERIFY(QDir(directory()).mkdir(u"Grid0.txt"_s));
         const auto save = [&](const QString& view, const QString& where) {
-            return errorOf([&] { IzgaraKaydet(columns, 0, view, where, fifty); });
+            return errorOf([&] { IzgaraKaydet(columns, 0, view, platform::systemDisk(), where, fifty); });
         };
         QCOMPARE(save(u"0"_s, directory()), 75);
         QVERIFY(QFileInfo(directory_->filePath(u"Grid0.txt"_s)).isDir());
         QCOMPARE(save(u"1"_s, directory_->filePath(u"nowhere"_s)), 75);
     }
+
+#ifdef _WIN32
+    void savingWaitsForAProgramThatHoldsTheFileForAMoment()
+    {
+        write(u"Grid0.txt"_s, "1,#TRUE#\r\n");
+        const std::wstring name = directory_->filePath(u"Grid0.txt"_s).toStdWString();
+        const HANDLE scanner = ::CreateFileW(name.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        QVERIFY(scanner != INVALID_HANDLE_VALUE);
+        std::thread letsGo([scanner] {
+            ::Sleep(300);
+            ::CloseHandle(scanner);
+        });
+        columns.resize(1);
+        columns[0].width = 3000;
+        const int error =
+            errorOf([&] { IzgaraKaydet(columns, 0, u"0"_s, platform::systemDisk(), directory(), fifty); });
+        letsGo.join();
+        QCOMPARE(error, 0);
+        QCOMPARE(read(u"Grid0.txt"_s), "3000,#TRUE#\r\n"_ba);
+    }
+#endif
 
     void keptWidthsAreApplied_data()
     {
@@ -369,7 +394,7 @@ private slots:
         const float odd[] = {1440, 1739.9055F, 15, 0, 2000, 733.3333F, 245745};
         for (std::size_t i = 0; i < dragged.size(); ++i) dragged[i].width = odd[i];
         dragged[3].visible = false;
-        IzgaraKaydet(dragged, 1, u"1"_s, directory(), fifty);
+        IzgaraKaydet(dragged, 1, u"1"_s, platform::systemDisk(), directory(), fifty);
         const QByteArray first = read(u"Grid1.txt"_s);
 
         GridColumns opened = journal();
@@ -380,12 +405,12 @@ private slots:
         QCOMPARE(opened[1].caption, u"Giren Zeytin"_s + QString(11, u' '));
         QCOMPARE(opened[0].caption, QString(11, u' ') + u"Tarih"_s);
 
-        IzgaraKaydet(opened, 1, u"1"_s, directory(), fifty);
+        IzgaraKaydet(opened, 1, u"1"_s, platform::systemDisk(), directory(), fifty);
         QVERIFY(read(u"Grid1.txt"_s) != first); // the hidden column kept its default width
         opened = journal();
         IzgaraYukle(opened, u"1"_s, directory(), fifty);
         const QByteArray second = read(u"Grid1.txt"_s);
-        IzgaraKaydet(opened, 6, u"1"_s, directory(), fifty);
+        IzgaraKaydet(opened, 6, u"1"_s, platform::systemDisk(), directory(), fifty);
         QCOMPARE(read(u"Grid1.txt"_s), second);
     }
 
