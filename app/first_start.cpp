@@ -6,7 +6,9 @@
 #include "platform/data_folder.h"
 #include "platform/system_disk.h"
 #include "store/first_start.h"
+#include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QFileDialog>
 #include <QPushButton>
 
@@ -16,14 +18,21 @@ namespace app {
 
 namespace {
 
-store::FirstChoice ask()
+QString nothingIn(const QString& folder)
+{
+    if (folder == usersDataFolder())
+        return u"Bu Windows hesabında henüz veri yok; başka bir hesabın verileri o hesapla açılır."_s;
+    return u"%1 klasöründe henüz veri yok."_s.arg(QDir::toNativeSeparators(folder));
+}
+
+store::FirstChoice ask(const QString& folder)
 {
     for (;;) {
-        const auto box = messageBox(nullptr, QMessageBox::Question, programTitle,
-                                    u"Bu Windows hesabında henüz veri yok; başka bir hesabın verileri o hesapla "
-                                    u"açılır.\n\nEski programın Yag.mdb dosyası kopyalanarak taşınabilir; dosyanın "
-                                    u"kendisine dokunulmaz. Yoksa boş başlanır."_s,
-                                    u"Yag.mdb taşı"_s, u"Boş başla"_s);
+        const auto box =
+            messageBox(nullptr, QMessageBox::Question, programTitle,
+                       nothingIn(folder) + u"\n\nEski programın Yag.mdb dosyası kopyalanarak taşınabilir; dosyanın "
+                                           u"kendisine dokunulmaz. Yoksa boş başlanır."_s,
+                       u"Yag.mdb taşı"_s, u"Boş başla"_s);
         // A window that is closed, or Enter on a question that was not read, decides nothing.
         const QAbstractButton* other = box->buttons().constFirst();
         QPushButton* leave = box->addButton(u"Vazgeç"_s, QMessageBox::RejectRole);
@@ -51,14 +60,23 @@ std::optional<QString> usersDataFolder()
     return folder ? std::optional(QString::fromStdU16String(folder->generic_u16string())) : std::nullopt;
 }
 
+DataPlace dataPlace(const std::optional<QString>& usersFolder, const QString& named, const QString& printElse)
+{
+    const QString usual = usersFolder.value_or(QCoreApplication::applicationDirPath());
+    const QString folder = QDir(named.isEmpty() ? usual : named).absolutePath();
+    const bool isOurs = usersFolder.has_value();
+    return {folder, isOurs, isOurs && printElse.isEmpty() ? folder + u"/fis"_s : printElse};
+}
+
 bool ensureDatabase(Prompt& prompt, const QString& folder, const QString& copyFrom)
 {
     std::optional<std::filesystem::path> from;
     if (!copyFrom.isEmpty()) from = copyFrom.toStdU16String();
     const qint64 seconds = QDateTime(QDate(1899, 12, 30), QTime()).secsTo(QDateTime::currentDateTime());
     try {
-        return store::ensureDatabase(platform::systemDisk(), folder.toStdU16String(), from, ask,
-                                     jet::DateTime{static_cast<double>(seconds) / 86400.0});
+        return store::ensureDatabase(
+            platform::systemDisk(), folder.toStdU16String(), from, [&] { return ask(folder); },
+            jet::DateTime{static_cast<double>(seconds) / 86400.0});
     } catch (const files::Error& error) {
         prompt.exclamation(QString::fromUtf8(error.what()));
         return false;

@@ -50,8 +50,7 @@ int main(int argc, char** argv)
     parser.setApplicationDescription(u"Zeytinyağı sıkım tezgâhının programı."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption dir(u"dir"_s, u"Yag.mdb'nin klasörü (verilmezse programınki)"_s, u"KLASÖR"_s,
-                                 QCoreApplication::applicationDirPath());
+    const QCommandLineOption dir(u"dir"_s, u"Yag.mdb'nin klasörü (verilmezse programınki)"_s, u"KLASÖR"_s);
     const QCommandLineOption printTo(u"print-to"_s, u"fişler yazıcı yerine bu klasöre PDF olarak yazılır"_s,
                                      u"KLASÖR"_s);
     const QCommandLineOption printElse(u"print-else"_s,
@@ -66,12 +65,11 @@ int main(int argc, char** argv)
     store::JetDatabases files(platform::systemDisk());
     shared::SharedDatabases databases(files);
     const std::unique_ptr<platform::Keyboard> keyboard = app::keyboardOf(QGuiApplication::platformName());
-    // Where the system has a place for a program's data there is no launcher that sees to them.
-    const std::optional<QString> own = parser.isSet(dir) ? std::nullopt : app::usersDataFolder();
-    const QString directory = own ? *own : QDir(parser.value(dir)).absolutePath();
-    if ((own || parser.isSet(copyFrom)) && !app::ensureDatabase(boxes, directory, parser.value(copyFrom))) return 1;
-    const QString without = own && !parser.isSet(printElse) ? directory + u"/fis"_s : parser.value(printElse);
-    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), without);
+    const app::DataPlace data = app::dataPlace(app::usersDataFolder(), parser.value(dir), parser.value(printElse));
+    const QString& directory = data.folder;
+    if ((data.isOurs || parser.isSet(copyFrom)) && !app::ensureDatabase(boxes, directory, parser.value(copyFrom)))
+        return 1;
+    const std::unique_ptr<print::PrintTarget> printer = printTarget(parser.value(printTo), data.slipsWithoutQueue);
     store::SlipNotes slips(platform::systemDisk(),
                            (directory + u'/' + mill::text(mill::databaseFile)).toStdU16String());
     weights::WeightBook weights(platform::systemDisk(), directory.toStdU16String());
