@@ -50,7 +50,7 @@ Form1::Form1(const Surroundings& surroundings)
 {
     setObjectName(u"Form1"_s);
     setWindowTitle(programTitle);
-    setMinimumSize(960, 640);
+    setMinimumSize(leastSize);
     setMouseTracking(true);
 
     // Later controls lie over earlier ones: the new-customer buttons and the container panels stand on the station

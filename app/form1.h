@@ -104,6 +104,9 @@ class Form1 : public QWidget, public ActionHost {
     Q_OBJECT
 
 public:
+    /// Below this, in pixels of the system's scale, figures of the stations can no longer be read.
+    static constexpr QSize leastSize{960, 640};
+
     explicit Form1(const Surroundings& surroundings);
     ~Form1() override;
 

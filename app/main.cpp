@@ -5,6 +5,7 @@
 #include "app/form1.h"
 #include "app/keyboard_state.h"
 #include "app/message_boxes.h"
+#include "app/screen_scale.h"
 #include "app/server_line.h"
 #include "app/setting_names.h"
 #include "app/settings_store.h"
@@ -40,6 +41,7 @@ std::unique_ptr<print::PrintTarget> printTarget(const QString& folder, const QSt
 int main(int argc, char** argv)
 {
     platform::keepLargeBlocksApart();
+    app::lowerScaleFor(app::Form1::leastSize);
     app::Application application(argc, argv);
     QApplication::setApplicationDisplayName(app::programTitle);
     QApplication::setApplicationVersion(QString::fromUtf8(PRESVA_VERSION));

@@ -15,7 +15,10 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
 #include <chrono>
 #include <optional>
@@ -49,9 +52,18 @@ int touchFor(const QWidget* control)
     return std::max(usualTouch, usualTouch * control->fontInfo().pixelSize() / usualText);
 }
 
+/// A wheel that scrolls what it stands in changes no choice unseen.
+class ChoiceList : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+};
+
 QComboBox* dropDownList(const QString& name, QWidget* parent)
 {
-    auto* const list = new QComboBox(parent);
+    auto* const list = new ChoiceList(parent);
     list->setObjectName(name);
     list->setMinimumHeight(touchFor(parent->window()));
     list->setMaxVisibleItems(8);
@@ -107,6 +119,27 @@ QLabel* plainLabel(QWidget* parent)
     return label;
 }
 
+/// What the system draws around the window behind it will draw around a dialog, too.
+QSize frameOf(const QWidget* behind)
+{
+    return behind ? behind->window()->frameGeometry().size() - behind->window()->geometry().size() : QSize(0, 0);
+}
+
+/// Wants the room of what it holds, and scrolls where it does not get it.
+class RoomFor : public QScrollArea {
+public:
+    RoomFor(QWidget* content, QWidget* parent) : QScrollArea(parent)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    }
+
+    QSize sizeHint() const override { return widget()->sizeHint(); }
+    QSize minimumSizeHint() const override { return {widget()->minimumSizeHint().width(), touchFor(this)}; }
+};
+
 /// What "Terazi Bul" says of a scale.
 QString sentenceOf(const FoundScale& scale)
 {
@@ -134,7 +167,9 @@ frmProperties::frmProperties(CommControl& control, PropertiesDoors doors, QWidge
     setFont(usual);
     // A till screen may run without a window manager, that is without window frames. Under a style sheet controls do
     // not take over the dialog's font, so their letters stand in it as well.
-    setStyleSheet(u"#frmProperties{border:2px solid #003C5A;} QWidget{font-size:%1px;}"_s.arg(letters));
+    setStyleSheet(u"#frmProperties{border:2px solid #003C5A;} QWidget{font-size:%1px;}"
+                  "QScrollBar:vertical{width:%2px;}"_s.arg(letters)
+                      .arg(touchFor(this)));
     listening_.setSingleShot(true);
     listening_.setInterval(100ms);
     connect(&listening_, &QTimer::timeout, this, &frmProperties::listenAgain);
@@ -180,11 +215,16 @@ void frmProperties::build()
     auto* const groups = new QHBoxLayout;
     groups->addWidget(flow);
     groups->addWidget(echo);
-    auto* const rows = new QVBoxLayout(this);
+    auto* const choices = new QWidget(this);
+    auto* const rows = new QVBoxLayout(choices);
+    rows->setContentsMargins({});
     rows->addLayout(lists_);
     rows->addLayout(groups);
     rows->addWidget(readingGroup());
-    rows->addLayout(buttons);
+    auto* const whole = new QVBoxLayout(this);
+    choices_ = new RoomFor(choices, this);
+    whole->addWidget(choices_);
+    whole->addLayout(buttons);
 
     for (std::size_t i = 0; i < optFlow.size(); ++i)
         connect(optFlow[i], &QRadioButton::toggled, this, [this, i](bool on) {
@@ -259,9 +299,17 @@ void frmProperties::Form_Load()
     fill();
     preset();
     // Only now: the name of the chosen port's device may need more room.
-    adjustSize();
+    ensurePolished();
+    const QRect room = screen()->availableGeometry();
+    const QSize frame = frameOf(parentWidget());
+    const QSize most = room.size() - frame;
+    QSize wanted = sizeHint();
+    if (wanted.height() > most.height()) wanted.rwidth() += choices_->verticalScrollBar()->sizeHint().width();
+    resize(wanted.boundedTo(most));
     const QRect area = screen()->geometry();
-    move(area.left() + (area.width() - width()) / 2, area.top() + (area.height() - height()) / 2);
+    const int top = area.top() + (area.height() - height()) / 2;
+    move(area.left() + (area.width() - width()) / 2,
+         std::max(room.top(), std::min(top, room.bottom() + 1 - frame.height() - height())));
 }
 
 void frmProperties::fill()

@@ -16,6 +16,7 @@ class QGridLayout;
 class QLabel;
 class QPushButton;
 class QRadioButton;
+class QScrollArea;
 
 namespace scale {
 
@@ -39,6 +40,8 @@ struct PropertiesDoors {
 /// Below that stands how the line is read, with a view of what arrives on the port that is chosen, and a button that
 /// looks for a scale and fills the choice in. Both listen with a device of their own, from the moment the dialog is
 /// shown, and leave the line before the control is touched.
+///
+/// On a screen that is too small for it the choices scroll; the buttons below them stay.
 ///
 /// Every control carries its name as object name, those of a row of buttons with their index ("optFlow(0)").
 class frmProperties : public QDialog {
@@ -99,6 +102,7 @@ private:
     int flowBefore_ = 0;
     bool openBefore_ = false;
 
+    QScrollArea* choices_ = nullptr; ///< everything but the buttons
     QGridLayout* lists_ = nullptr;
     QComboBox* cboPort = nullptr;
     QComboBox* cboSpeed = nullptr;

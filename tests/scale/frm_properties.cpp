@@ -11,7 +11,10 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
+#include <QWheelEvent>
 
 using namespace scale;
 
@@ -172,6 +175,47 @@ private slots:
         QVERIFY(dialog.findChild<QPushButton*>(u"cmdOK"_s)->minimumHeight() >= 67);
         QVERIFY(dialog.findChild<QComboBox*>(u"cboBicim"_s)->minimumHeight() >= 67);
         QVERIFY2(dialog.height() <= 1080 && dialog.width() <= 1920, qPrintable(QString::number(dialog.height())));
+    }
+
+    void buttonsStayWhereTheScreenIsTooSmallForTheChoices()
+    {
+        QWidget screen;
+        // Letters for which no screen of a test is high enough. Some systems let nobody else grow beyond the screen.
+        screen.setMinimumSize(5000, 4000);
+        screen.show(); // with its frame, as a dialog's will be
+        PropertiesDoors doors;
+        doors.ports = [](int) { return std::nullopt; };
+        frmProperties dialog(control_, doors, &screen);
+        dialog.Form_Load();
+        dialog.show();
+        const QRect room = dialog.screen()->availableGeometry();
+        QVERIFY2(dialog.y() >= room.top() && dialog.geometry().bottom() <= room.bottom(),
+                 qPrintable(QString::number(dialog.height())));
+        for (const auto* button : dialog.findChildren<QPushButton*>())
+            QVERIFY2(button->isVisible() && button->geometry().bottom() <= dialog.rect().bottom(),
+                     qPrintable(button->objectName()));
+
+        const auto* const area = dialog.findChild<QScrollArea*>();
+        const auto seen = [&](const QWidget* control) {
+            const int top = control->mapTo(area->viewport(), QPoint(0, 0)).y();
+            return top >= 0 && top + control->height() <= area->viewport()->height();
+        };
+        const auto* const first = dialog.findChild<QComboBox*>(u"cboPort"_s);
+        const auto* const last = dialog.findChild<QLabel*>(u"bulunan"_s);
+        QVERIFY(seen(first) && !seen(last));
+        area->verticalScrollBar()->setValue(area->verticalScrollBar()->maximum());
+        QVERIFY(!seen(first) && seen(last));
+    }
+
+    void wheelOverAListChangesNoChoice()
+    {
+        load();
+        auto* const speeds = list("cboSpeed");
+        const QString before = speeds->currentText();
+        QWheelEvent turn(QPointF(5, 5), speeds->mapToGlobal(QPointF(5, 5)), {}, QPoint(0, -120), Qt::NoButton,
+                         Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(speeds, &turn);
+        QCOMPARE(speeds->currentText(), before);
     }
 
     void deviceOfTheChosenPortIsShown()
