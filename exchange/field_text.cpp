@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -139,33 +140,37 @@ void putNumeric(Output& out, jet::Numeric number)
     throw files::Error(files::Fault::badValue, "'" + some + "' " + why);
 }
 
-template <class Number> Number parseNumber(std::string_view text, const char* what)
+const char* doesNotFit() { return files::said("bu alana sığmıyor", "does not fit the field"); }
+
+template <class Number> Number parseNumber(std::string_view digits, std::string_view text, const char* what)
 {
     Number number{};
-    std::string_view digits = text;
     if (digits.starts_with('+')) digits.remove_prefix(1);
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error == std::errc::result_out_of_range)
-        refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
+    if (error == std::errc::result_out_of_range) refuse(text, doesNotFit());
     if (error != std::errc() || end != digits.data() + digits.size() || digits.empty()) refuse(text, what);
     return number;
 }
 
 const char* noWholeNumber() { return files::said("bir tam sayı değil", "is no whole number"); }
-const char* noNumber()
+
+/// A number in digits: what the library takes for infinite or for none is a text.
+template <class Float> Float parseFloat(std::string_view plain, const WrittenNumber& written)
 {
-    return files::said("bir sayı değil (ondalıklar noktayla ayrılır)", "is no number (with a decimal point)");
+    if (plain.find_first_not_of("0123456789+-.eE") != std::string_view::npos)
+        refuse(written.text, noNumber(written.decimalMark));
+    return parseNumber<Float>(plain, written.text, noNumber(written.decimalMark));
 }
+
 const char* noDate()
 {
     return files::said("bir tarih değil (2025-11-20T14:05:00 gibi olmalı)", "is no date (like 2025-11-20T14:05:00)");
 }
 
 /// Digits with at most one point, exactly.
-jet::Numeric parseDecimal(std::string_view text)
+jet::Numeric parseDecimal(std::string_view rest, const WrittenNumber& written)
 {
     jet::Numeric number;
-    std::string_view rest = text;
     if (rest.starts_with('-') || rest.starts_with('+')) {
         number.negative = rest.front() == '-';
         rest.remove_prefix(1);
@@ -177,7 +182,7 @@ jet::Numeric parseDecimal(std::string_view text)
             point = true;
             continue;
         }
-        if (c < '0' || c > '9') refuse(text, noNumber());
+        if (c < '0' || c > '9') refuse(written.text, noNumber(written.decimalMark));
         any = true;
         if (point) ++number.scale;
         std::uint64_t carry = static_cast<std::uint64_t>(c - '0');
@@ -186,10 +191,20 @@ jet::Numeric parseDecimal(std::string_view text)
             number.magnitude[word] = static_cast<std::uint32_t>(carry);
             carry >>= 32;
         }
-        if (carry != 0 || number.scale > 28) refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
+        if (carry != 0 || number.scale > 28) refuse(written.text, doesNotFit());
     }
-    if (!any) refuse(text, noNumber());
+    if (!any) refuse(written.text, noNumber(written.decimalMark));
     return number;
+}
+
+/// Throws for a number of more decimals than the field keeps: rounded it would be another one.
+void requireDecimals(std::string_view plain, const WrittenNumber& written, std::size_t decimals)
+{
+    const std::size_t point = std::min(plain.find('.'), plain.size() - 1);
+    const std::size_t last = plain.find_last_not_of('0');
+    if (last == std::string_view::npos || last <= point + decimals) return;
+    refuse(written.text, files::said("bu alana sığmıyor (en çok ", "does not fit the field (at most ") +
+                             std::to_string(decimals) + files::said(" ondalık)", " decimals)"));
 }
 
 jet::DateTime parseDate(std::string_view text)
@@ -230,7 +245,7 @@ jet::DateTime parseDate(std::string_view text)
         if (text.starts_with('.')) {
             const std::size_t digits = std::min(text.find_first_not_of("0123456789", 1), text.size());
             if (digits == 1) refuse(whole, noDate());
-            fraction = parseNumber<double>("0" + std::string(text.substr(0, digits)), noDate());
+            fraction = parseNumber<double>("0" + std::string(text.substr(0, digits)), whole, noDate());
             text.remove_prefix(digits);
         }
     }
@@ -452,6 +467,43 @@ std::string numberText(double number)
     return {room.data(), writeShortest(room.data(), number)};
 }
 
+const char* noNumber(char decimalMark)
+{
+    return decimalMark == '.'
+               ? files::said("bir sayı değil (ondalıklar noktayla ayrılır)", "is no number (with a decimal point)")
+               : files::said("bir sayı değil (ondalıklar virgülle ayrılır)", "is no number (with a decimal comma)");
+}
+
+jet::Value parseNumberField(std::string_view plain, const WrittenNumber& written, const jet::Column& column)
+{
+    switch (column.type) {
+    case ColumnType::byte:
+        return parseNumber<std::uint8_t>(plain, written.text, noWholeNumber());
+    case ColumnType::integer:
+        return parseNumber<std::int16_t>(plain, written.text, noWholeNumber());
+    case ColumnType::longInteger:
+        return parseNumber<std::int32_t>(plain, written.text, noWholeNumber());
+    case ColumnType::currency: {
+        constexpr std::size_t decimals = 4;
+        const jet::Numeric number = parseDecimal(plain, written);
+        requireDecimals(plain, written, decimals);
+        const auto money = jet::decimal::toCurrency(number);
+        if (!money) refuse(written.text, doesNotFit());
+        return *money;
+    }
+    case ColumnType::numeric: {
+        const jet::Numeric number = parseDecimal(plain, written);
+        requireDecimals(plain, written, column.scale);
+        return number;
+    }
+    case ColumnType::singleFloat:
+        return parseFloat<float>(plain, written);
+    default:
+        assert(column.type == ColumnType::doubleFloat);
+        return parseFloat<double>(plain, written);
+    }
+}
+
 jet::Value parseField(const CsvField& field, const jet::Column& column)
 {
     const std::string_view text = field.text;
@@ -460,29 +512,13 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
     case ColumnType::boolean:
         return parseBoolean(text);
     case ColumnType::byte:
-        return parseNumber<std::uint8_t>(text, noWholeNumber());
     case ColumnType::integer:
-        return parseNumber<std::int16_t>(text, noWholeNumber());
     case ColumnType::longInteger:
-        return parseNumber<std::int32_t>(text, noWholeNumber());
-    case ColumnType::currency: {
-        constexpr std::size_t decimals = 4;
-        const std::size_t point = std::min(text.find('.'), text.size() - 1);
-        const std::size_t last = text.find_last_not_of('0');
-        const jet::Numeric number = parseDecimal(text);
-        if (last != std::string_view::npos && last > point + decimals)
-            refuse(text, files::said("bu alana sığmıyor (en çok dört ondalık)",
-                                     "does not fit the field (at most four decimals)"));
-        const auto money = jet::decimal::toCurrency(number);
-        if (!money) refuse(text, files::said("bu alana sığmıyor", "does not fit the field"));
-        return *money;
-    }
+    case ColumnType::currency:
     case ColumnType::numeric:
-        return parseDecimal(text);
     case ColumnType::singleFloat:
-        return parseNumber<float>(text, noNumber());
     case ColumnType::doubleFloat:
-        return parseNumber<double>(text, noNumber());
+        return parseNumberField(text, {text}, column);
     case ColumnType::dateTime:
         return parseDate(text);
     case ColumnType::text:
@@ -501,7 +537,7 @@ jet::Value parseField(const CsvField& field, const jet::Column& column)
 std::optional<jet::Numeric> decimalIn(std::string_view text)
 {
     try {
-        return parseDecimal(text);
+        return parseDecimal(text, {text});
     } catch (const files::Error&) {
         return std::nullopt;
     }

@@ -39,6 +39,17 @@ std::string numberText(double number);
 /// Throws jet::Error (badValue), with a sentence about the field alone.
 jet::Value parseField(const CsvField& field, const jet::Column& column);
 
+/// What a number stands in a file as, for the sentences about it.
+struct WrittenNumber {
+    std::string_view text;
+    char decimalMark = '.';
+};
+/// The value of a column of numbers, which `plain` says with a decimal point and without marks between thousands.
+/// Throws files::Error (badValue), with a sentence that shows the number as it was written.
+jet::Value parseNumberField(std::string_view plain, const WrittenNumber& written, const jet::Column& column);
+/// Why a text is no number, where numbers are written with that mark.
+const char* noNumber(char decimalMark);
+
 /// The number that digits with at most one point and a sign are, exactly; nothing for any other text, nor for more
 /// digits than a decimal holds (28 of them behind the point).
 std::optional<jet::Numeric> decimalIn(std::string_view text);

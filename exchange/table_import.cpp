@@ -79,10 +79,12 @@ std::vector<std::size_t> positionsOf(const jet::Table& table, const std::vector<
 /// The lines behind the first one, each with as many fields as there are columns.
 class Lines {
 public:
-    Lines(TextSource& text, char delimiter, std::size_t fields) : reader_(text, delimiter), fields_(fields)
+    /// `emptyCount`: a line without anything is one of a field that says nothing.
+    Lines(TextSource& text, char delimiter, std::size_t fields, bool emptyCount)
+        : reader_(text, delimiter), fields_(fields)
     {
         reader_.next(record_);
-        if (fields == 1) reader_.countEmptyLines();
+        if (emptyCount) reader_.countEmptyLines();
     }
     bool next()
     {
@@ -90,6 +92,7 @@ public:
         const bool empty =
             std::ranges::all_of(record_, [](const CsvField& field) { return field.text.empty() && !field.quoted; });
         emptySince_ = !empty ? 0 : emptySince_ == 0 ? number() : emptySince_;
+        if (empty && firstEmpty_ == 0) firstEmpty_ = number();
         if (record_.size() != fields_)
             refuse(where() + std::to_string(record_.size()) +
                    files::said(" alan var, ", " fields, but there must be ") + std::to_string(fields_) +
@@ -104,20 +107,23 @@ public:
     }
     /// The first of the lines up to this one of which no field says anything; 0 when this one does.
     std::size_t emptySince() const { return emptySince_; }
+    /// The first line of which no field says anything; 0 when there is none up to this one.
+    std::size_t firstEmpty() const { return firstEmpty_; }
 
 private:
     CsvReader reader_;
     std::vector<CsvField> record_;
     std::size_t fields_;
     std::size_t emptySince_ = 0;
+    std::size_t firstEmpty_ = 0;
 };
 
 /// The line from which on there are no rows; 0 when all lines are. Lines of empty fields at the end are what a
 /// spreadsheet writes of a sheet's blank part, and what a table's last rows are that hold Nulls alone; in a table of
 /// one column they are rows unless it is said that they are none.
-std::size_t endOfRows(std::size_t emptySince, std::size_t fields, std::optional<bool> emptyRows)
+std::size_t endOfRows(std::size_t emptySince, bool wholeRows, std::optional<bool> emptyRows)
 {
-    if (emptySince == 0 || emptyRows.value_or(fields == 1)) return 0;
+    if (emptySince == 0 || emptyRows.value_or(wholeRows)) return 0;
     if (!emptyRows)
         refuse(files::said("CSV'nin ", "From line ") + std::to_string(emptySince) +
                files::said(". satırından sonuna kadar bütün alanlar boş; bunlar satır değilse --empty-lines skip, boş "
@@ -126,6 +132,19 @@ std::size_t endOfRows(std::size_t emptySince, std::size_t fields, std::optional<
                            "rows, --empty-lines rows when they are rows without values.") +
                nothingLoaded());
     return emptySince;
+}
+
+/// Throws for a blank line among those of one field: a list of names has them between its parts, and a row of it would
+/// be a customer without a name.
+[[noreturn]] void askForBlankLine(std::size_t line)
+{
+    refuse(
+        files::said("CSV'nin ", "Line ") + std::to_string(line) +
+        files::said(". satırı boş; boş satırlar satır değilse --empty-lines skip, alanı boş satırlarsa --empty-lines "
+                    "rows ile söyleyin.",
+                    " of the CSV is blank; say --empty-lines skip when blank lines are no rows, --empty-lines rows "
+                    "when they are rows without a value.") +
+        nothingLoaded());
 }
 
 /// The values of a line.
@@ -156,23 +175,29 @@ std::uint64_t importRows(jet::Database& database, const std::string& name, TextS
     const char delimiter = said.delimiter ? *said.delimiter : foundDelimiter(table, text);
     const std::vector<std::size_t> positions = positionsOf(table, firstLine(text, delimiter));
 
+    // Where a line of one field is not all of a row, a blank one may be either.
+    const bool oneField = positions.size() == 1;
+    const bool wholeRows = oneField && table.columns().size() == 1;
+    const bool emptyCount = oneField && (wholeRows || said.emptyRows.value_or(true));
+
     StyleFinder finder;
     std::size_t end = 0;
     {
         // Its memory goes before the rows come: a long value takes several times its own length.
-        Lines seen(text, delimiter, positions.size());
+        Lines seen(text, delimiter, positions.size(), emptyCount);
         const std::vector<jet::Column>& columns = table.columns();
         while (seen.next())
             for (std::size_t i = 0; i < positions.size(); ++i)
                 finder.see(seen.record()[i], columns[positions[i]], seen.number());
-        end = endOfRows(seen.emptySince(), positions.size(), said.emptyRows);
+        if (oneField && !wholeRows && !said.emptyRows && seen.firstEmpty() != 0) askForBlankLine(seen.firstEmpty());
+        end = endOfRows(seen.emptySince(), wholeRows, said.emptyRows);
     }
     const WrittenStyle style = finder.style(said.decimalMark, said.dayFirst);
 
     jet::Transaction change(database.pager());
     std::vector<jet::Assignment> values;
     std::uint64_t rows = 0;
-    for (Lines lines(text, delimiter, positions.size()); lines.next() && lines.number() != end;) {
+    for (Lines lines(text, delimiter, positions.size(), emptyCount); lines.next() && lines.number() != end;) {
         try {
             readValues(lines, table, positions, style, values);
             table.insert(values);

@@ -46,6 +46,8 @@ std::optional<std::string> plainNumber(std::string_view text, char decimalMark)
         plain += text.front();
         text.remove_prefix(1);
     }
+    // Nobody parts the thousands of a number below one: that mark stands before decimals.
+    if (text.starts_with('0')) return std::nullopt;
     const std::size_t whole = std::min(text.find_first_of(decimalMark == '.' ? ".eE" : ",eE"), text.size());
     bool grouped = false;
     std::size_t inGroup = 0;
@@ -340,13 +342,9 @@ jet::Value writtenValue(const CsvField& field, const jet::Column& column, const 
     if (field.text.empty()) return parseField({{}, field.quoted && holdsEmpty(column.type)}, column);
     if (isNumber(column.type)) {
         const std::string_view text = trimmed(field.text);
-        auto plain = plainNumber(text, style.decimalMark);
-        if (!plain)
-            refuse(text, style.decimalMark == '.' ? files::said("bir sayı değil (ondalıklar noktayla ayrılır)",
-                                                                "is no number (with a decimal point)")
-                                                  : files::said("bir sayı değil (ondalıklar virgülle ayrılır)",
-                                                                "is no number (with a decimal comma)"));
-        return parseField({std::move(*plain), true}, column);
+        const auto plain = plainNumber(text, style.decimalMark);
+        if (!plain) refuse(text, noNumber(style.decimalMark));
+        return parseNumberField(*plain, {text, style.decimalMark}, column);
     }
     if (column.type == ColumnType::dateTime) return writtenDate(field, column, style);
     if (column.type == ColumnType::boolean)

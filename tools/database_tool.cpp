@@ -205,7 +205,8 @@ const Command commands[] = {
      "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
      "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"
      "Boş alan hiçbir şey, iki tırnak boş metindir; metin olmayan bir alanda ikisi de hiçbir şeydir.\n"
-     "Sondaki satırların bütün alanları boşsa --empty-lines rows onları satır sayar, skip atlar; verilmezse sorulur.\n",
+     "Sondaki satırların bütün alanları boşsa --empty-lines rows onları satır sayar, skip atlar; verilmezse sorulur.\n"
+     "Tablosu daha geniş olan tek sütunlu bir CSV'nin boş satırları için de öyle, nerede olurlarsa olsunlar.\n",
      3, 13, importTable},
     {"sql", "DOSYA METİN [--format csv|jsonl|xlsx] [--out ÇIKTI] [--parameter AD=DEĞER ...]",
      "bir sorguyu çalıştırır, satırlar ekler, değiştirir ya da siler", sqlHelp, 2, 40, runSql},

@@ -34,7 +34,8 @@ constexpr EnglishHelp helps[] = {
      "are found out; where they cannot be, nothing is loaded and the option that says it is named.\n"
      "Dates: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 November 2025, with --dates mdy 11/20/2025 2:05 PM.\n"
      "Nothing at all is Null, two quotes are an empty text; in a field that holds no texts both are Null.\n"
-     "Where all fields of the last lines are empty, --empty-lines rows takes them for rows, skip for none; else it asks.\n"},
+     "Where all fields of the last lines are empty, --empty-lines rows takes them for rows, skip for none; else it asks.\n"
+     "So it does for the blank lines of a CSV of one column, wherever they stand, when the table has more columns.\n"},
     {"sql", "FILE TEXT [--format csv|jsonl|xlsx] [--out OUT] [--parameter NAME=VALUE ...]", "answers a question, or adds, changes or deletes rows",
      "The rows of a Select are written as by export; of an Insert, Update or Delete, done whole or not at all, the number\n"
      "of rows. The language is that of Access:\n"

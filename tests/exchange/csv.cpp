@@ -42,6 +42,7 @@ jet::Column columnOf(ColumnType type)
 {
     jet::Column column;
     column.type = type;
+    if (type == ColumnType::numeric) column.scale = 2;
     return column;
 }
 
@@ -301,6 +302,7 @@ const RowTable<CsvValuesRow> csvValues = {
     {"whole money with zeros", {ColumnType::currency, "1200000", jet::Currency{12'000'000'000}}},
     {"double", {ColumnType::doubleFloat, "1e3", 1000.0}},
     {"numeric", {ColumnType::numeric, "-1.50", jet::Numeric{true, {0, 0, 0, 150}, 2}}},
+    {"numeric with noughts behind", {ColumnType::numeric, "1.5000", jet::Numeric{false, {0, 0, 0, 15000}, 4}}},
     {"day", {ColumnType::dateTime, "2025-11-20", jet::DateTime{45981}}},
     {"minute", {ColumnType::dateTime, "2025-11-20 12:00", jet::DateTime{45981.5}}},
     {"half a second", {ColumnType::dateTime, "1899-12-30T00:00:00.5", jet::DateTime{0.5 / 86400}}},
@@ -343,6 +345,7 @@ const RowTable<CsvRefusalRow> csvRefusal = {
     {"money with five decimals", {ColumnType::currency, "12.34567"}},
     {"too much money", {ColumnType::currency, "1000000000000000"}},
     {"point alone", {ColumnType::numeric, "."}},
+    {"numeric of more decimals than the column keeps", {ColumnType::numeric, "1.505"}},
     {"numeric too large", {ColumnType::numeric, "999999999999999999999999999999999999999999"}},
     {"month 13", {ColumnType::dateTime, "2025-13-01"}},
     {"29 February", {ColumnType::dateTime, "2025-02-29"}},

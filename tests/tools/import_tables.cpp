@@ -103,7 +103,11 @@ const RowTable<WrittenRow> importWritten = {
     {"empty fields before the last line", {"Zeytin;CariHar\n;\n1;Ali\n", ",,,,,,\r\n,1,,,,,Ali\r\n"}},
     {"said: empty lines of one field are none", {"Zeytin\n1\n\n\n", ",1,,,,,\r\n", {"--empty-lines", "skip"}}},
     {"said: empty lines of one field are rows", {"Zeytin\n1\n\n", ",1,,,,,\r\n,,,,,,\r\n", {"--empty-lines", "rows"}}},
-    {"empty lines of one field before the last line", {"Zeytin\n\n1\n", ",,,,,,\r\n,1,,,,,\r\n"}},
+    {"said: a blank line of one field before the last line is a row",
+     {"Zeytin\n\n1\n", ",,,,,,\r\n,1,,,,,\r\n", {"--empty-lines", "rows"}}},
+    {"said: a blank line of one field before the last line is none",
+     {"CariHar\nAli\n\nVeli\n\n", ",,,,,,Ali\r\n,,,,,,Veli\r\n", {"--empty-lines", "skip"}}},
+    {"a quoted field that is empty", {"CariHar\nAli\n\"\"\nVeli\n", ",,,,,,Ali\r\n,,,,,,\"\"\r\n,,,,,,Veli\r\n"}},
     {"the byte that ends a text of an old system", {"Zeytin\n1\n\x1a", ",1,,,,,\r\n"}},
     {"said: empty lines at the end are none",
      {"Zeytin;CariHar\n1;Ali\n;\n;\n", ",1,,,,,Ali\r\n", {"--empty-lines", "skip"}}},
@@ -162,6 +166,22 @@ const RowTable<UndecidedRow> importUndecided = {
     {"no such month", {"Tarih\n20 Zeytin 2025\n", {"2. satırı", "'20 Zeytin 2025'"}}},
     {"thirteen in the afternoon", {"Tarih\n20.11.2025 13:00 PM\n", {"2. satırı"}}},
     {"empty lines at the end", {"Zeytin;CariHar\n1;Ali\n;\n\n;\n", {"3. satırından sonuna", "--empty-lines"}}},
+    {"blank lines in a list of names", {"CariHar\nAli\n\nVeli\n\n", {"3. satırı boş", "--empty-lines"}}},
+    {"a blank line behind a list of names", {"CariHar\nAli\nVeli\n\n", {"4. satırı boş", "--empty-lines"}}},
+    {"thousands of nothing",
+     {"Zeytin;Yuzde\n1,5;1\n0.123;2\n", {"3. satırı", "'0.123'", "virgülle"}, {"--decimal", "comma"}}},
+    {"thousands of nothing, below zero",
+     {"Zeytin;Yuzde\n1,5;-0.500\n", {"2. satırı", "'-0.500'", "virgülle"}, {"--decimal", "comma"}}},
+    {"thousands of many noughts",
+     {"Zeytin;Yuzde\n1,5;000.250\n", {"2. satırı", "'000.250'", "virgülle"}, {"--decimal", "comma"}}},
+    {"thousands of nothing with a comma",
+     {"Zeytin;CariHar\n\"0,123\";Ali\n", {"2. satırı", "'0,123'", "noktayla"}, {"--decimal", "point"}}},
+    {"thousands of nothing beside a comma", {"Zeytin;Yuzde\n1234,5;0.123,4\n", {"2. satırı", "'0.123,4'", "virgülle"}}},
+    {"a unit behind a number", {"Zeytin;Yuzde\n1,5;1.250,00 TL\n", {"2. satırı", "'1.250,00 TL'", "virgülle"}}},
+    {"a sign before a number", {"Zeytin;Yuzde\n1,5;%10\n", {"'%10'", "virgülle"}}},
+    {"thousands parted by a blank", {"Zeytin;Yuzde\n1,5;1 234,5\n", {"'1 234,5'", "virgülle"}}},
+    {"no number", {"Zeytin\nnan\n", {"'nan'", "bir sayı değil"}}},
+    {"a number without end", {"Zeytin\n-inf\n", {"'-inf'", "bir sayı değil"}}},
     {"groups of two", {"Zeytin;Yuzde\n1,5;12.34,5\n", {"2. satırı", "'12.34,5'"}}},
 };
 
@@ -201,6 +221,11 @@ TEST_F(ImportTypes, wholeNumbersMoneyAndYesOrNoAreReadByTheirColumns)
                 AllOf(HasSubstr("2. satırda '5.000'"), HasSubstr("--decimal")));
     ASSERT_THAT(import(file, "Tür", "Adet;Para\n1,5;2,5\n").err,
                 AllOf(HasSubstr("2. satırı"), HasSubstr("'Adet'"), HasSubstr("tam sayı")));
+    ASSERT_THAT(import(file, "Tür", "Adet;Kesin\n1;1,5\n2;1,1255\n").err,
+                AllOf(HasSubstr("3. satırı"), HasSubstr("'1,1255'"), HasSubstr("en çok 3 ondalık")));
+    ASSERT_THAT(import(file, "Tür", "Para;Kesin\n1,5;1,5000\n1.250,12345;1\n").err,
+                AllOf(HasSubstr("3. satırı"), HasSubstr("'1.250,12345'"), HasSubstr("en çok 4 ondalık")));
+    ASSERT_THAT(import(file, "Tür", "Kesin\n1.125000\n"), succeeds());
 }
 
 } // namespace
