@@ -136,7 +136,7 @@ Translation Translator::update()
             (translation.sql.empty() ? "" : ", ") + sqlName(column.name) + " = " + exactOf(expression(scope));
     } while (takeMark(","));
     translation.sql = "UPDATE " + sqlName(table.name) + " SET " + translation.sql;
-    if (take("where")) translation.sql += " WHERE " + expression(scope).sql;
+    if (take("where")) translation.sql += " WHERE " + truth(scope).sql;
     end();
     return translation;
 }
@@ -156,9 +156,29 @@ Translation Translator::erase()
     scope.sources.push_back({table.name, table.columns});
     Translation translation{
         .kind = Translation::Kind::erase, .sql = "DELETE FROM " + sqlName(table.name), .columns = {}};
-    if (take("where")) translation.sql += " WHERE " + expression(scope).sql;
+    if (take("where")) translation.sql += " WHERE " + truth(scope).sql;
     end();
     return translation;
+}
+
+/// All rows of a table or a saved query.
+Translation Translator::allOf(const std::string& named)
+{
+    const std::string text = "Select * From [" + named + "]";
+    const Selected selected = Translator(text, catalogue_, depth_).wholeQuery();
+    return {.kind = Translation::Kind::select, .sql = outermost(selected), .columns = selected.columns};
+}
+
+/// The whole text, where a table or a saved query has that name; else nothing.
+std::string Translator::nameOfSeveralWords()
+{
+    if (word().kind != Word::Kind::name || word().is("select")) return {};
+    const bool ended = words_.size() > 1 && words_[words_.size() - 2].isMark(";");
+    const std::size_t last = words_.size() - (ended ? 3 : 2);
+    const std::string whole(sql_.substr(word().at, words_[last].end - word().at));
+    // Brackets enclose it from here on.
+    if (whole.find_first_of("[]") != whole.npos) return {};
+    return catalogue_.table(whole) || catalogue_.savedQuery(whole) ? whole : std::string();
 }
 
 Translation Translator::statement()
@@ -172,11 +192,9 @@ Translation Translator::statement()
                              "this statement is not supported; it must be Select, Insert, Update or Delete"));
     // A name alone is the table or the saved query of that name.
     const bool alone = words_.size() == 2 || (words_.size() == 3 && words_[1].isMark(";"));
-    if (alone && (word().kind == Word::Kind::bracket || word().kind == Word::Kind::name) && !isReserved(word())) {
-        const std::string text = "Select * From [" + word().text + "]";
-        const Selected selected = Translator(text, catalogue_, depth_).wholeQuery();
-        return {.kind = Translation::Kind::select, .sql = outermost(selected), .columns = selected.columns};
-    }
+    if (alone && (word().kind == Word::Kind::bracket || word().kind == Word::Kind::name) && !isReserved(word()))
+        return allOf(word().text);
+    if (const std::string named = nameOfSeveralWords(); !named.empty()) return allOf(named);
     const Selected selected = wholeQuery();
     return {.kind = Translation::Kind::select, .sql = outermost(selected), .columns = selected.columns};
 }

@@ -1,5 +1,6 @@
 #include "query/aggregates.h"
 
+#include "files/language.h"
 #include "query/arguments.h"
 
 #include <cmath>
@@ -116,6 +117,24 @@ void endValue(sqlite3_context* context)
     sqlite3_result_value(context, one->value);
 }
 
+/// The value of a query that stands for one value.
+void addOnlyValue(sqlite3_context* context, int count, sqlite3_value** given)
+{
+    OneValue* const one = stateOf<OneValue>(context, true);
+    if (one != nullptr && one->value != nullptr) {
+        constexpr int wholeText = -1;
+        return sqlite3_result_error(
+            context,
+            files::said("Bir değer yerine yazılan (Select ...) birden çok satır verdi; hangisinin alınacağı belli "
+                        "değil. Select Top 1, Max ya da Min ile birini seçin; hepsiyle karşılaştırmak için In "
+                        "(Select ...) yazın.",
+                        "A (Select ...) that stands for a value gave several rows; nobody knows which to take. "
+                        "Choose one by Select Top 1, Max or Min; to compare with all of them write In (Select ...)."),
+            wholeText);
+    }
+    addValue<false>(context, count, given);
+}
+
 } // namespace
 
 int addAggregates(sqlite3* database)
@@ -135,6 +154,7 @@ int addAggregates(sqlite3* database)
         {"acc_stdevp", addNumber, endNumbers<Figure::wholeDeviation>},
         {"acc_first", addValue<false>, endValue},
         {"acc_last", addValue<true>, endValue},
+        {"acc_only", addOnlyValue, endValue},
     };
     for (const Aggregate& each : aggregates)
         if (const int result = sqlite3_create_function_v2(database, each.name, 1, SQLITE_UTF8, nullptr, nullptr,

@@ -39,6 +39,7 @@ struct Scope {
 struct Selected {
     std::string sql = {};
     std::vector<NamedType> columns = {};
+    bool oneRow = false;    ///< or none, whatever the tables hold
     bool ended = false;     ///< by an order or a limit: no union may follow as it is
     std::string exact = {}; ///< the same with all digits, for who does not compare them; empty: sql has them
 };

@@ -17,6 +17,7 @@ struct Function {
     std::size_t fewest = 1;    ///< arguments
     std::size_t most = 1;
     bool numbers = false;        ///< an aggregate of numbers alone
+    bool texts = false;          ///< its values are texts or numbers, and no date
     std::string_view exact = {}; ///< in SQLite, where the value may have too many digits for a number
 };
 

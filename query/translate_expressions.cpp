@@ -25,11 +25,50 @@ Type typeOf(char sign, Type left, Type right)
 
 } // namespace
 
+Expr Translator::truth(Scope& scope)
+{
+    const std::size_t at = word().at;
+    Expr expr = expression(scope);
+    requireTruth(expr, at);
+    return expr;
+}
+
+void Translator::requireTruth(const Expr& expr, std::size_t at) const
+{
+    if (expr.type != Type::text && expr.type != Type::date && expr.type != Type::bytes) return;
+    notUnderstood(sql_, at,
+                  files::said("burada bir koşul olmalı; bir metin ya da tarih ne doğrudur ne yanlış. Unvan = 'Ali', "
+                              "Tarih < #11/20/2025# ya da Unvan Is Null gibi yazın",
+                              "a condition must stand here; a text or a date is neither true nor false. Write it like "
+                              "Unvan = 'Ali', Tarih < #11/20/2025# or Unvan Is Null"));
+}
+
+void Translator::requireText(const Expr& expr, std::size_t at) const
+{
+    if (expr.type == Type::date)
+        notUnderstood(sql_, at,
+                      files::said("tarih bir metin değil; Between #11/1/2025# And #11/30/2025# (ay/gün/yıl) ya da "
+                                  "Format(Tarih, 'dd.mm.yyyy') gibi yazın",
+                                  "a date is no text; write it like Between #11/1/2025# And #11/30/2025# "
+                                  "(month/day/year) or Format(Tarih, 'dd.mm.yyyy')"));
+    if (expr.type == Type::bytes)
+        notUnderstood(
+            sql_, at,
+            files::said("bayt tutan alan (OLE, Binary) bir metin değil; Is Null ile sorulabilir, olduğu gibi "
+                        "yazılabilir",
+                        "a field of bytes (OLE, Binary) is no text; it can be asked with Is Null, and written "
+                        "as it is"));
+}
+
 Expr Translator::exclusion(Scope& scope)
 {
+    const std::size_t at = word().at;
     Expr left = disjunction(scope);
+    if (word().is("xor")) requireTruth(left, at);
     while (take("xor")) {
+        const std::size_t next = word().at;
         const Expr right = disjunction(scope);
+        requireTruth(right, next);
         left = made("((NOT " + left.sql + ") <> (NOT " + right.sql + "))", Type::number, {&left, &right});
         left.condition = true;
     }
@@ -39,11 +78,15 @@ Expr Translator::exclusion(Scope& scope)
 /// Conditions tied by one word, in one pair of brackets: how deep brackets lie in one another is limited.
 Expr Translator::tied(Scope& scope, Expr (Translator::*part)(Scope&), std::string_view keyword)
 {
+    const std::size_t at = word().at;
     Expr all = (this->*part)(scope);
     if (!word().is(keyword)) return all;
+    requireTruth(all, at);
     all = made("(" + all.sql, Type::number, {&all});
     while (take(keyword)) {
+        const std::size_t next = word().at;
         const Expr right = (this->*part)(scope);
+        requireTruth(right, next);
         all.sql += (keyword == "or" ? " OR " : " AND ") + right.sql;
         inherit(all, right);
     }
@@ -60,7 +103,9 @@ Expr Translator::negation(Scope& scope)
 {
     const Level level(*this);
     if (!take("not")) return comparison(scope);
+    const std::size_t at = word().at;
     const Expr inner = negation(scope);
+    requireTruth(inner, at);
     Expr expr = made("(NOT " + inner.sql + ")", Type::number, {&inner});
     expr.condition = true;
     return expr;
@@ -80,6 +125,17 @@ void Translator::checkComparable(Expr& left, Expr& right, std::size_t at) const
                                       "a date cannot be compared with a text; write #11/20/2025# (month/day/year)"));
         }
     };
+    const auto asBytes = [&](const Expr& expr) {
+        if (isNumber(expr.type) || expr.type == Type::text || expr.type == Type::date)
+            notUnderstood(
+                sql_, at,
+                files::said("bayt tutan alan (OLE, Binary) başka türden bir değerle karşılaştırılamaz; Is Null "
+                            "ile sorulabilir",
+                            "a field of bytes (OLE, Binary) cannot be compared with a value of another kind; it "
+                            "can be asked with Is Null"));
+    };
+    if (left.type == Type::bytes) asBytes(right);
+    if (right.type == Type::bytes) asBytes(left);
     if (left.type == Type::date && right.type != Type::date) asDate(right);
     if (right.type == Type::date && left.type != Type::date) asDate(left);
     if ((isNumber(left.type) && right.type == Type::text) || (left.type == Type::text && isNumber(right.type)))
@@ -102,6 +158,7 @@ Expr Translator::compare(const Expr& left, const std::string& op, const Expr& ri
 
 Expr Translator::comparison(Scope& scope)
 {
+    const std::size_t begin = word().at;
     Expr left = concatenation(scope);
     for (;;) {
         const std::size_t at = word().at;
@@ -123,7 +180,10 @@ Expr Translator::comparison(Scope& scope)
         if (negated) ++at_;
         const std::string no = negated ? "NOT " : "";
         if (take("like")) {
+            requireText(left, begin);
+            const std::size_t behind = word().at;
             const Expr pattern = concatenation(scope);
+            requireText(pattern, behind);
             left = made("(" + valueOf(left) + " " + no + "LIKE " + valueOf(pattern) + ")", Type::number,
                         {&left, &pattern});
         } else if (take("between")) {
@@ -168,11 +228,15 @@ Expr Translator::comparison(Scope& scope)
 
 Expr Translator::concatenation(Scope& scope)
 {
+    const std::size_t at = word().at;
     Expr left = sum(scope);
     while (word().isMark("&")) {
+        requireText(left, at);
         left = made("acc_concat(" + valueOf(left), Type::text, {&left});
         for (std::size_t parts = 1; parts < mostParts && takeMark("&"); ++parts) {
+            const std::size_t next = word().at;
             const Expr right = sum(scope);
+            requireText(right, next);
             left.sql += ", " + valueOf(right);
             inherit(left, right);
         }
@@ -288,7 +352,10 @@ Expr Translator::primary(Scope& scope)
                 expectMark(")");
                 if (inner.columns.size() != 1)
                     fail(files::said("burada tek sütunlu bir sorgu olmalı", "the query here must have one column"));
-                return {.sql = "(" + inner.sql + ")", .type = inner.columns[0].type};
+                const std::string one =
+                    inner.oneRow ? inner.sql
+                                 : "SELECT acc_only(" + sqlName(inner.columns[0].name) + ") FROM (" + inner.sql + ")";
+                return {.sql = "(" + one + ")", .type = inner.columns[0].type};
             }
             // What comes of an expression needs no bracket of its own.
             Expr inner = expression(scope);
@@ -409,7 +476,9 @@ Expr Translator::function(Scope& scope)
     std::string arguments, exact;
     if (!word().isMark(")")) {
         do {
+            const std::size_t at = word().at;
             const Expr argument = expression(scope);
+            if (known->texts) requireText(argument, at);
             inherit(expr, argument);
             arguments += (count == 0 ? "" : ", ") + valueOf(argument);
             exact += (count == 0 ? "" : ", ") + exactOf(argument);
@@ -458,7 +527,9 @@ Expr Translator::special(Scope& scope, const std::string& called)
         return argument;
     };
     if (same(called, "iif")) {
+        const std::size_t at = word().at;
         const Expr condition = next();
+        requireTruth(condition, at);
         expectMark(",");
         const Expr yes = next();
         expectMark(",");

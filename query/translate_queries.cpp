@@ -26,6 +26,7 @@ Selected Translator::query(const Scope* outer)
     const Level level(*this);
     Selected all = term(outer, true);
     if (!word().is("union")) return all;
+    all.oneRow = false;
     if (all.ended) all.sql = "SELECT * FROM (" + all.sql + ")";
     all.exact.clear();
     while (take("union")) {
@@ -79,6 +80,7 @@ Selected Translator::term(const Scope* outer, bool alone)
 
     std::string rest = tables + where(scope);
     std::set<std::string> groups;
+    const bool byGroups = word().is("group");
     const bool grouped = groupBy(scope, items, groups, rest);
     const bool ordered = alone && word().is("order");
     if (ordered) rest += orderBy(scope, {items.size(), &items, grouped ? &groups : nullptr, distinct});
@@ -87,6 +89,7 @@ Selected Translator::term(const Scope* outer, bool alone)
     Selected selected = titled(items, false);
     selected.sql = (distinct ? "SELECT DISTINCT " : "SELECT ") + selected.sql + rest;
     selected.ended = ordered || !limit.empty();
+    selected.oneRow = tables.empty() || (grouped && !byGroups) || limit == "1";
     if (!limit.empty() && !alone) selected.sql = "SELECT * FROM (" + selected.sql + ")";
     // Rows that are compared with each other are compared as numbers.
     const bool anyExact = std::ranges::any_of(items, [](const Item& item) { return !item.expr.exact.empty(); });
@@ -184,7 +187,7 @@ std::string Translator::where(Scope& scope)
 {
     if (!take("where")) return {};
     const std::size_t at = word().at;
-    const Expr condition = expression(scope);
+    const Expr condition = truth(scope);
     if (condition.aggregate)
         notUnderstood(
             sql_, at,
@@ -211,7 +214,7 @@ bool Translator::groupBy(Scope& scope, const std::vector<Item>& items, std::set<
     if (take("having")) {
         grouped = true;
         const std::size_t at = word().at;
-        const Expr having = expression(scope);
+        const Expr having = truth(scope);
         checkGrouped(having, groups, at);
         sql += " HAVING " + having.sql;
     }
@@ -312,7 +315,7 @@ std::string Translator::joined(Scope& scope)
         tables += kind + source(scope);
         expect("on");
         const std::size_t at = word().at;
-        const Expr on = expression(scope);
+        const Expr on = truth(scope);
         if (on.aggregate) notUnderstood(sql_, at, files::said("On içinde toplam olmaz", "a sum cannot stand in On"));
         tables += " ON " + on.sql;
     }

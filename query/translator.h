@@ -103,6 +103,12 @@ private:
 
     // ---- expressions, from the loosest to the tightest ----
     Expr expression(Scope& scope) { return exclusion(scope); }
+    /// An expression that rows are chosen by.
+    Expr truth(Scope& scope);
+    /// Throws for a text, a date or bytes where true or false must stand.
+    void requireTruth(const Expr& expr, std::size_t at) const;
+    /// Throws for a date or bytes where a text must stand: what stands for them inside is nobody's text.
+    void requireText(const Expr& expr, std::size_t at) const;
     Expr exclusion(Scope& scope);
     Expr tied(Scope& scope, Expr (Translator::*part)(Scope&), std::string_view keyword);
     Expr disjunction(Scope& scope);
@@ -136,6 +142,8 @@ private:
     Translation insert();
     Translation update();
     Translation erase();
+    Translation allOf(const std::string& named);
+    std::string nameOfSeveralWords();
     Catalogue::Shape tableToWrite();
     /// What a statement names in front of its fields must be the table that it changes.
     void requireTable(const Catalogue::Shape& table, const std::string& named, std::size_t at) const;

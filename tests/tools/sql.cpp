@@ -99,6 +99,21 @@ const RowTable<QuestionRow> sqlQuestions = {
       "From Cari) As A",
       "S|2"}},
     {"unequal", {"Select Unvan From Cari Where Unvan <> 'VELİ'", "Unvan|Ali Çelik|Çetin"}},
+    {"a query for one value", {"Select Unvan From Cari Where Nakit = (Select Max(Nakit) From Cari)", "Unvan|Veli"}},
+    {"a query for the one row there is",
+     {"Select Unvan, (Select Zeytin From Hareket Where CariHar = Unvan And Zeytin > 600) As Z From Cari",
+      "Unvan,Z|Veli,|Ali Çelik,1250|Çetin,"}},
+    {"a query for the first row",
+     {"Select (Select Top 1 Zeytin From Hareket Order By Zeytin Desc) As Z, (Select 5) As F From Cari Where Nakit = 20",
+      "Z,F|1250,5"}},
+    {"a query for equal rows that become one",
+     {"Select (Select Distinct CariHar From Hareket Where CariHar Like 'v*') As T From Cari Where Nakit = 20",
+      "T|Veli"}},
+    {"a query for the text of a row, compared without letter case",
+     {"Select Unvan From Cari Where Unvan = (Select CariHar From Hareket Where Zeytin = 0.2)", "Unvan|Veli"}},
+    {"a date as a text by Format",
+     {"Select Zeytin From Hareket Where Format(Tarih, 'dd.mm.yyyy') Like '20.11.*'", "Zeytin|1250|100.1"}},
+    {"numbers as conditions", {"Select Unvan From Cari Where Not Nz(Nakit)", "Unvan|Çetin"}},
     {"In", {"Select Unvan From Cari Where Unvan In ('çetin', 'Ayşe') Or Nakit In (20, 30)", "Unvan|Veli|Çetin"}},
     {"Not In a query", {"Select Unvan From Cari Where Unvan Not In (Select CariHar From Hareket)", "Unvan|Çetin"}},
     {"Between dates",
@@ -360,6 +375,34 @@ const RowTable<RefusedRow> sqlRefusals = {
     {"too many tables", {"Select 1 From Cari" + numbered(70, ", Cari As c"), "Sorgu bir kerede"}},
     {"functions without end",
      {"Select " + times(60, "Abs(") + "1" + std::string(60, ')') + " From Cari", "Sorgu bir kerede"}},
+    {"several rows for one value", {"Select Unvan, (Select Zeytin From Hareket) As Z From Cari", "birden çok satır"}},
+    {"several rows of a group for one value",
+     {"Select Unvan From Cari Where Nakit < (Select Sum(Zeytin) From Hareket Group By CariHar)", "birden çok satır"}},
+    {"several rows of a union for one value",
+     {"Select (Select Max(Nakit) From Cari Union Select Min(Nakit) From Cari) As N From Cari", "birden çok satır"}},
+    {"a date under Like", {"Select * From Hareket Where Tarih Like '*.2025*'", "tarih bir metin değil"}},
+    {"a date under Not Like", {"Select * From Hareket Where Tarih Not Like '20.11.2025*'", "Format(Tarih"}},
+    {"a date as a pattern", {"Select * From Hareket Where CariHar Like #1/1/2025#", "tarih bir metin değil"}},
+    {"the first letters of a date",
+     {"Select * From Hareket Where Left(Tarih, 10) = '20.11.2025'", "Between #11/1/2025#"}},
+    {"a part of a date", {"Select Mid(Tarih, 4, 2) From Hareket", "tarih bir metin değil"}},
+    {"the place in a date", {"Select InStr(Tarih, '2025') From Hareket", "tarih bir metin değil"}},
+    {"a date tied to a text", {"Select Tarih & '' From Hareket", "tarih bir metin değil"}},
+    {"a text tied to a date", {"Select 'Gün: ' & Max(Tarih) From Hareket", "tarih bir metin değil"}},
+    {"a date turned into a text", {"Select CStr(Tarih) From Hareket", "tarih bir metin değil"}},
+    {"a text as the condition", {"Select * From Cari Where 'x'", "burada bir koşul olmalı"}},
+    {"a field of texts as the condition", {"Select * From Cari Where Unvan", "burada bir koşul olmalı"}},
+    {"no text as the condition", {"Select * From Cari Where Not Unvan", "burada bir koşul olmalı"}},
+    {"a date as the condition", {"Select * From Cari Where #1/1/2025#", "burada bir koşul olmalı"}},
+    {"a text beside a condition", {"Select * From Cari Where Nakit = 20 Or 'Veli'", "burada bir koşul olmalı"}},
+    {"a text before a condition", {"Select * From Cari Where Unvan And Nakit = 20", "burada bir koşul olmalı"}},
+    {"a text as one of two", {"Select * From Cari Where Unvan Xor Nakit = 20", "burada bir koşul olmalı"}},
+    {"a text as the condition of a group",
+     {"Select Unvan From Cari Group By Unvan Having Unvan", "burada bir koşul olmalı"}},
+    {"a text as the condition of a join",
+     {"Select * From Cari Inner Join Hareket On Unvan", "burada bir koşul olmalı"}},
+    {"a text as the condition of IIf", {"Select IIf(Unvan, 1, 2) From Cari", "burada bir koşul olmalı"}},
+    {"several words that are no name", {"Yok Olan Sorgu", "select bekleniyor"}},
     {"system functions of the reader", {"Select load_extension('x')", "işlev yok"}},
 };
 
@@ -429,6 +472,14 @@ RowTable<RefusedRow> sqlRefusedChanges()
     const std::string tooLong(101, 'x');
     return {
         {"a later row is refused", {"Update Cari Set Unvan = IIf(Unvan = 'Çetin', '" + tooLong + "', 'iyi')", "Unvan"}},
+        {"several rows for one value",
+         {"Update Hareket Set Nakit = (Select Nakit From Cari Where Unvan <> CariHar)", "birden çok satır"}},
+        {"several rows for the value to delete by",
+         {"Delete From Cari Where Nakit = (Select Nakit From Cari Where Nakit > 1)", "birden çok satır"}},
+        {"all rows that are not like a date",
+         {"Delete From Hareket Where Tarih Not Like '*.2025*'", "tarih bir metin"}},
+        {"all rows whose name is not", {"Delete From Cari Where Not Unvan", "burada bir koşul olmalı"}},
+        {"all rows by a date", {"Update Cari Set Nakit = 0 Where #1/1/2025#", "burada bir koşul olmalı"}},
         {"a later row is no number", {"Update Cari Set Nakit = IIf(Unvan = 'Çetin', 'çok', 1)", "\"Nakit\" alanı"}},
         {"unknown field", {"Update Cari Set Yok = 1", "'Yok' diye bir alan yok"}},
         {"a field of another table", {"Update Cari Set Hareket.Nakit = 1", "'Hareket' değiştirilen tablo değil"}},
@@ -569,6 +620,32 @@ TEST_F(SqlMoney, ofManyDigitsIsANumberAmongNumbers)
               "5");
 }
 
+/// A table of a picture.
+class SqlBytes : public Answered<testing::Test>, protected OwnTables {
+protected:
+    SqlBytes() : OwnTables("Resim.mdb")
+    {
+        const auto database = jet::Database::open(platform::systemDisk(), file_);
+        database->createTable(
+            u"Resim",
+            {{.name = u"No", .type = jet::ColumnType::longInteger}, {.name = u"Resim", .type = jet::ColumnType::ole}},
+            {}, jet::DateTime{45000});
+    }
+};
+
+TEST_F(SqlBytes, areAskedForWhetherTheyAreThereAndAreNoText)
+{
+    ASSERT_THAT(sql("Insert Into Resim (No, Resim) Values (1, '0a')"), succeeds());
+    ASSERT_THAT(sql("Insert Into Resim (No) Values (2)"), succeeds());
+    ASSERT_EQ(lines({"sql", file_, "Select No, Resim From Resim Where Resim Is Not Null"}), "1,0a");
+    ASSERT_EQ(lines({"sql", file_, "Select a.No From Resim As a Inner Join Resim As b On a.Resim = b.Resim"}), "1");
+    for (const char* condition : {"Resim = '0a'", "'0a' <> Resim", "Resim In ('0a')", "Resim = 10", "Resim Like '0*'",
+                                  "Left(Resim, 1) = '0'", "Resim & '' = '0a'", "Not Resim", "Resim"}) {
+        const Outcome outcome = sql("Select * From Resim Where " + std::string(condition));
+        ASSERT_THAT(outcome, refuses(AnyOf(HasSubstr("Is Null"), HasSubstr("bir koşul olmalı")))) << condition;
+    }
+}
+
 struct SavedRow {
     std::string name;
     std::string begins; ///< of the answer, or of the refusal
@@ -605,6 +682,20 @@ TEST_P(SavedQueries, areAskedByTheirNamesOrNamedAsWhatTheyAre)
     // A text may hold the end of a line; in JSON it does not.
     const Outcome counted = run({"sql", file, "[" + name + "]", "--format", "jsonl"});
     ASSERT_EQ(countOf("\n", counted.out), lines - 1);
+}
+
+class SavedQueryNames : public Answered<testing::Test>, protected Tool {};
+
+TEST_F(SavedQueryNames, needNoBracketsWhereTheyAreTheWholeText)
+{
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    const std::string file = samples::database("mdb/northwind-2000.mdb").string();
+    const std::string answer = run({"sql", file, "[Ten Most Expensive Products]"}).out;
+    ASSERT_EQ(countOf("\n", answer), 11);
+    for (const char* name : {"Ten Most Expensive Products", "ten most expensive products ;"})
+        ASSERT_THAT(run({"sql", file, name}), succeeds(answer)) << name;
+    ASSERT_THAT(run({"sql", file, "Order Details"}), succeeds(testing::StartsWith("OrderID,ProductID,")));
+    ASSERT_THAT(run({"sql", file, "Quarterly Orders by Product"}), refuses(HasSubstr("çapraz sorgu")));
 }
 
 class SqlInAnotherOrder : public Answered<testing::Test>, protected Tool {};
