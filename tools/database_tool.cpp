@@ -218,7 +218,8 @@ const Command commands[] = {
      "DOSYA'ya dokunmaz. DOSYA bozuksa okunabilen her satırı kurtarır, kaybolanları yazar ve 2 ile biter\n"
      "(rescue gibi).\n", 2, 2, compactFile},
     {"rescue", "DOSYA ÇIKTI", "bozuk bir dosyanın okunabilen her satırını yeni bir dosyaya yazar",
-     "Okunamayanları sayfa, satır ve alan adıyla yazar. Çıkış kodu: 0 her şey kurtarıldı, 2 kurtarılamayanlar var,\n"
+     "Okunamayanları sayfa, satır ve alan adıyla yazar; okunup da şüpheli olanları da (haritada olmayan ya da iki kez\n"
+     "duran sayfa, dizinle tutmayan satır). Çıkış kodu: 0 her şey kurtarıldı, 2 kurtarılamayan ya da şüpheli bir yer var,\n"
      "1 hiçbir şey yazılmadı. ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, rescueFile},
     {"backup", "DOSYA ÇIKTI", "dosyanın tutarlı bir kopyasını alır",
      "ÇIKTI var olmayan bir dosya olmalı; kopya tamamlanıp denetlenmeden o adı almaz.\n", 2, 2, backupFile},

@@ -66,8 +66,9 @@ constexpr EnglishHelp helps[] = {
      "Queries, forms, reports, modules and relationships go with it. OUT must not be there yet; FILE is not touched. Of a\n"
      "damaged FILE every row that can be read is saved, what is lost is named, and the command ends with 2 (like rescue).\n"},
     {"rescue", "FILE OUT", "writes every row of a damaged file that can be read to a new one",
-     "Names page, row and field of what cannot. Ends with 0 when everything was saved, 2 when some was not, 1 when nothing\n"
-     "was written. OUT must not be there yet; FILE is not touched.\n"},
+     "Names page, row and field of what cannot, and what was read and is in doubt (pages outside of the map or there twice,\n"
+     "rows that an index contradicts). Ends with 0 when everything was saved, 2 when some was not or is in doubt, 1 when\n"
+     "nothing was written. OUT must not be there yet; FILE is not touched.\n"},
     {"backup", "FILE OUT", "makes a consistent copy of the file",
      "OUT must not be there yet; the copy gets its name only when it is whole and was checked.\n"},
     {"restore", "FOLDER [COPY]", "puts a copy back; lists the copies without COPY",

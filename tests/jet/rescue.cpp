@@ -4,6 +4,7 @@
 #include "store/jet/care/check.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
+#include "store/jet/format/index_layout.h"
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
@@ -118,13 +119,24 @@ struct World {
     }
     PageNo mapPage() const { return ownedMap().page; }
     /// The page with the rows of the catalogue, which belong to the definition on page 2.
-    Pages cataloguePages() const
+    Pages cataloguePages() const { return rowPagesOf(2); }
+    Pages rowPagesOf(PageNo definition) const
     {
         Pages pages;
         for (PageNo page = 3; page < PageNo(image.size() / pageSize); ++page)
-            if (isRowPage(PageView(&image[positionOf(page)], pageSize), 2)) pages.insert(page);
+            if (isRowPage(PageView(&image[positionOf(page)], pageSize), definition)) pages.insert(page);
         return pages;
     }
+    /// A page of an index of theirs.
+    PageNo leafOfPressings() const
+    {
+        for (PageNo page = 3;; ++page) {
+            const PageView view(&image.at(positionOf(page)), pageSize);
+            if (isPageOf(view, PageType::indexLeaf) && index_layout::owner.get(view) == definitions[2]) return page;
+        }
+    }
+    /// The first rows of the pressings stand there, each page as full as it can be.
+    PageNo pageOfPressings(int which) const { return *std::next(rowPagesOf(definitions[2]).begin(), which); }
 
     Image image;
     MixedWork::Rows rows;
@@ -342,6 +354,111 @@ TEST(Rescue, aPageThatStandsTwiceGivesItsRowsTwice)
             ASSERT_TRUE(read.contains(number) && read.at(number) == row);
         }
     }
+}
+
+/// What can be read, and may not be what the table held.
+struct Doubt {
+    std::function<void(Image&)> inflict;
+    std::vector<std::string> told; ///< parts of the losses, one each; empty: the rescue is whole
+    int more = 0;                  ///< rows of Hareket than the sound file has
+};
+using DoubtOf = Doubt (*)(const World&);
+
+void copyPage(Image& image, PageNo from, PageNo to)
+{
+    std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(positionOf(from)), pageSize,
+                image.begin() + static_cast<std::ptrdiff_t>(positionOf(to)));
+}
+
+int rowsOn(const Image& image, PageNo page)
+{
+    return static_cast<int>(slotCount(PageView(&image[positionOf(page)], pageSize)).value());
+}
+
+/// Changes the olives of the first row of a page, or its date, by one bit.
+void changeField(Image& image, PageNo page, const char16_t* column)
+{
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    const auto database = Database::open(disk, file, Pager::Mode::readOnly);
+    const Table& table = database->table(u"Hareket");
+    const Column& changed = table.columns()[table.columnNamed(column).value()];
+    constexpr std::size_t behindCount = 2, lowDigits = 4;
+    image[startOf(image, {page, 0}) + behindCount + changed.fixedOffset + lowDigits] ^= 16;
+}
+
+const RowTable<DoubtOf> rescueDoubts = {
+    {"a copy of a page outside of the map",
+     [](const World& w) {
+         return Doubt{[&w](Image& image) { copyPage(image, w.pageOfPressings(3), w.leafOfPressings()); },
+                      {"tablonun haritasında yok, " + std::to_string(w.pageOfPressings(3).number()) +
+                       ". sayfanın kopyası; satırları ikinci kez yazılmadı"}};
+     }},
+    {"other rows outside of the map",
+     [](const World& w) {
+         const int rows = rowsOn(w.image, w.pageOfPressings(3));
+         return Doubt{[&w](Image& image) {
+                          copyPage(image, w.pageOfPressings(3), w.leafOfPressings());
+                          changeField(image, w.leafOfPressings(), u"Zeytin");
+                      },
+                      {std::to_string(rows) + " satırı tablonun haritasında olmayan 1 sayfada bulundu",
+                       "1500 satırı olmalıydı, " + std::to_string(pressings + rows) + " satır okundu"},
+                      rows};
+     }},
+    {"a page over another one of as many rows",
+     [](const World& w) {
+         const int rows = rowsOn(w.image, w.pageOfPressings(3));
+         return Doubt{[&w](Image& image) { copyPage(image, w.pageOfPressings(3), w.pageOfPressings(4)); },
+                      {std::to_string(rows) + " satırın değeri dizindekinden başka",
+                       std::to_string(w.pageOfPressings(3).number()) + ". sayfanın aynısı"}};
+     }},
+    {"a date that is another",
+     [](const World& w) {
+         return Doubt{[&w](Image& image) { changeField(image, w.pageOfPressings(3), u"Tarih"); },
+                      {"1 satırın değeri dizindekinden başka (biri: " + std::to_string(w.pageOfPressings(3).number()) +
+                       ". sayfa, 0. satır)"}};
+     }},
+    {"a count that the index contradicts",
+     [](const World& w) {
+         return Doubt{[&w](Image& image) {
+                          definition_layout::head::rowCount.put(&image[positionOf(w.definitions[2])], pressings - 5);
+                      },
+                      {}};
+     }},
+};
+
+TABLE_SUITE(RescueDoubts, DoubtOf, rescueDoubts);
+
+TEST_P(RescueDoubts, areWrittenAndTold)
+{
+    const Doubt doubt = row()(world());
+    files::MemoryDisk disk;
+    disk.content(file) = world().image;
+    doubt.inflict(disk.content(file));
+    const RescueResult result = run(disk);
+    ASSERT_EQ(result.losses.size(), doubt.told.size()) << testing::PrintToString(result.losses);
+    for (std::size_t i = 0; i < doubt.told.size(); ++i)
+        ASSERT_NE(result.losses[i].find(doubt.told[i]), std::string::npos) << result.losses[i];
+    ASSERT_EQ(int(allRows(Database::open(disk, saved)->table(u"Hareket")).size()), pressings + doubt.more);
+    ASSERT_EQ(survey(disk, file, mill::tableNamed).losses, result.losses);
+}
+
+TEST(Rescue, rowsThatAreAllAlikeAreNoCopies)
+{
+    files::MemoryDisk disk;
+    Database::create(disk, file, turkish, DateTime{45000});
+    constexpr int rows = 2000;
+    {
+        const auto database = Database::open(disk, file);
+        Table& table =
+            database->createTable(u"Sayım", {{.name = u"Adet", .type = ColumnType::longInteger}}, {}, DateTime{45000});
+        Transaction change(database->pager());
+        for (int i = 0; i < rows; ++i) table.insert({{0, std::int32_t{1}}});
+        change.commit();
+    }
+    const RescueResult result = run(disk);
+    ASSERT_TRUE(result.whole()) << testing::PrintToString(result.losses);
+    ASSERT_EQ(result.tables.at(0).rows, std::uint64_t{rows});
 }
 
 TEST_F(RescueOfTheWorld, aRunningProgramsLastCommitIsSaved)

@@ -257,6 +257,7 @@ private:
             if (table.rows < table.promised)
                 losses_.add(title(i) + ": tanımına göre " + std::to_string(table.promised) + " satırı olmalıydı, " +
                             std::to_string(table.rows) + " satır okunabildi.");
+            salvage_.tellDoubts(found(i), title(i), table.rows);
         }
     }
 

@@ -258,10 +258,10 @@ void Salvage::addTable(PageNo page, std::u16string name, TableProperties propert
     tables_.push_back(std::move(table));
 }
 
-Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& title)
+FoundPages Salvage::pagesOf(const FoundTable& table, const std::string& title, Sentences& losses)
 {
     const PageNo owner = table.definition.page;
-    RowPages pages{std::make_shared<std::vector<PageNo>>(), std::vector<bool>(pager_->pageCount())};
+    FoundPages pages{std::make_shared<std::vector<PageNo>>(), std::vector<bool>(pager_->pageCount())};
     const auto anothers = [&](PageNo other) {
         return other == row_page_layout::longValueOwner || (other != owner && definitions_.contains(other));
     };
@@ -269,7 +269,7 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
         if (!table.definition.owned.none()) {
             if (mapLeadsPastTheEnd(*pager_, table.definition.owned)) {
                 pages.someLost = true;
-                losses_.add(title + ": bazı sayfaları dosyada yok, dosyanın sonu eksik; satırları kayıp.");
+                losses.add(title + ": bazı sayfaları dosyada yok, dosyanın sonu eksik; satırları kayıp.");
             }
             for (const PageNo page : mapPages(*pager_, table.definition.owned)) {
                 const PageView view = pager_->read(page);
@@ -279,17 +279,19 @@ Salvage::RowPages Salvage::pagesOf(const FoundTable& table, const std::string& t
                     pages.list->push_back(page);
                 } else {
                     pages.someLost = true;
-                    losses_.add(title + ", " + pageName(page) + ": satır sayfası olmalıydı, değil; satırları kayıp.");
+                    losses.add(title + ", " + pageName(page) + ": satır sayfası olmalıydı, değil; satırları kayıp.");
                 }
             }
+            pages.mapRead = true;
         }
     } catch (const Error& error) {
         if (isFatal(error)) throw;
-        losses_.add(title + ": sayfalarının haritası okunamadı; satırları bütün dosyada arandı.");
+        losses.add(title + ": sayfalarının haritası okunamadı; satırları bütün dosyada arandı.");
     }
     for (PageNo page = 1; pager_->has(page); ++page)
         if (!pages.byMap[page.number()] && !free_[page.number()] && isRowPage(pager_->read(page), owner))
             pages.list->push_back(page);
+    leaveCopiesOut(*pager_, pages, table.rowsPromised);
     return pages;
 }
 
@@ -318,7 +320,7 @@ void Salvage::forEachRow(const FoundTable& table, const std::string& title,
                          const std::function<void(RowId, const RowLayout&, std::span<const std::uint8_t>)>& visit)
 {
     const RowLayout layout = table.definition.layout();
-    const RowPages pages = pagesOf(table, title);
+    const FoundPages pages = pagesOf(table, title, losses_);
     const RowReader reader(*pager_, table.definition.page, layout, &pages.byMap);
     LossReceiver receiver(losses_, title);
     RowWalk walk(reader, pages.list);
@@ -335,6 +337,15 @@ void Salvage::forEachRow(const FoundTable& table, const std::string& title,
         else
             visit(place, layout, row.bytes);
     }
+}
+
+void Salvage::tellDoubts(const FoundTable& table, const std::string& title, std::uint64_t rows)
+{
+    Sentences toldBefore(0);
+    const RowLayout layout = table.definition.layout();
+    const FoundPages pages = pagesOf(table, title, toldBefore);
+    const RowReader reader(*pager_, table.definition.page, layout, &pages.byMap);
+    jet::tellDoubts(reader, table, pages, title, rows, losses_);
 }
 
 } // namespace jet

@@ -2,6 +2,7 @@
 
 #include "files/memory_disk.h"
 #include "store/jet/care/report.h"
+#include "store/jet/care/row_doubts.h"
 #include "store/jet/pages/pager.h"
 #include "store/jet/rows/table_definition.h"
 #include "store/jet/rules/table_properties.h"
@@ -40,6 +41,8 @@ public:
     /// Calls `visit` with the bytes of every sound row of a table, moved rows where they stand now.
     void forEachRow(const FoundTable& table, const std::string& title,
                     const std::function<void(RowId, const RowLayout&, std::span<const std::uint8_t>)>& visit);
+    /// Tells what speaks against the rows of a table that forEachRow() visited, so many of them.
+    void tellDoubts(const FoundTable& table, const std::string& title, std::uint64_t rows);
     Pager& pager() const { return *pager_; }
 
 private:
@@ -51,12 +54,7 @@ private:
     void addTable(PageNo page, std::u16string name, TableProperties properties);
     /// The pages of a table by its map, and behind them those that only say so themselves: where one is damaged the
     /// other helps.
-    struct RowPages {
-        std::shared_ptr<std::vector<PageNo>> list;
-        std::vector<bool> byMap; ///< by page number
-        bool someLost = false;
-    };
-    RowPages pagesOf(const FoundTable& table, const std::string& title);
+    FoundPages pagesOf(const FoundTable& table, const std::string& title, Sentences& losses);
 
     Sentences& losses_;
     std::filesystem::path inMemory_; ///< the file's own name: sentences name it
