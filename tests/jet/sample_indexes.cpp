@@ -1,9 +1,11 @@
 #include "tests/jet/sample_test.h"
 
+#include "files/memory_disk.h"
 #include "platform/system_disk.h"
 #include "store/jet/database/database.h"
 #include "store/jet/index/index_key.h"
 #include "store/jet/values/sort_key.h"
+#include "tests/support/files.h"
 #include "tests/support/table.h"
 
 #include <gtest/gtest.h>
@@ -87,6 +89,19 @@ TEST_P(SampleIndexes, everyEntryIsTheKeyOfItsRow)
         }
     }
     ASSERT_GT(entries, 0U);
+}
+
+TEST(IndexOfUnsureLetters, isNotCalledOutOfStep)
+{
+    if (!samples::present()) GTEST_SKIP() << samples::absent;
+    files::MemoryDisk disk;
+    disk.content("t.mdb") = bytesOfFile(samples::database("mdb/unicodeComp-2003.mdb").string());
+    const auto database = jet::Database::open(disk, "t.mdb");
+    const std::optional<std::string> why = database->table(u"Table").whyReadOnly();
+    ASSERT_TRUE(why.has_value());
+    ASSERT_NE(why->find("sıralaması bilinmeyen harfleri"), std::string::npos) << *why;
+    ASSERT_NE(why->find("Access ile değiştirin"), std::string::npos) << *why;
+    ASSERT_EQ(why->find("kayıtlarla tutmuyor"), std::string::npos) << *why;
 }
 
 } // namespace

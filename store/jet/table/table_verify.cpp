@@ -62,7 +62,7 @@ public:
             return refuse(Fault::readOnly, "bozuk bir yeri var. " + std::string(error.what()), "");
         }
         for (const ExpectedEntries& expected : expected_) {
-            if (const std::optional<std::string> fault = indexFault(expected))
+            if (const std::optional<IndexFault> fault = indexFault(expected))
                 return refuseIndex(expected.index(), *fault);
         }
         if (const std::optional<std::string> why = contestedPage(table_, indexPages_))
@@ -75,13 +75,20 @@ private:
     {
         return refusalOf(table_, fault, why, end);
     }
-    Refusal refuseIndex(const Index& index, const std::string& fault) const
+    struct IndexFault {
+        std::string what;
+        bool certain = true; ///< false: the index may well be right, but nobody can tell
+    };
+    Refusal refuseIndex(const Index& index, const IndexFault& fault) const
     {
         const std::u16string name = index.names.empty() ? std::u16string() : index.names.front();
+        const std::string why =
+            fault.certain ? " dizini kayıtlarla tutmuyor ya da doğru tutulamaz (" + fault.what + "). Dizini kaldırmak"
+                          : " dizini doğru tutulamaz (" + fault.what +
+                                "); bozuk demek değildir. Tabloyu Access ile değiştirin. Dizinden vazgeçmek";
         return refuse(Fault::indexNotWritable,
-                      indexTitle(index) + " dizini kayıtlarla tutmuyor ya da doğru tutulamaz (" + fault +
-                          "). Dizini kaldırmak için: presva-mdb drop-index " + files::quotedPath(pager_.path()) + ' ' +
-                          quotedName(table_.name) + ' ' + quotedName(name),
+                      indexTitle(index) + why + " için: presva-mdb drop-index " + files::quotedPath(pager_.path()) +
+                          ' ' + quotedName(table_.name) + ' ' + quotedName(name),
                       "");
     }
 
@@ -129,7 +136,7 @@ private:
     }
 
     /// What is wrong with an index; nothing when every entry is the one that its row should have, and none is missing.
-    std::optional<std::string> indexFault(const ExpectedEntries& expected)
+    std::optional<IndexFault> indexFault(const ExpectedEntries& expected)
     {
         std::vector<std::string> faults;
         std::vector<std::string> warnings;
@@ -137,7 +144,7 @@ private:
         const IndexTree tree = table_.tree(expected.index());
         tree.check(faults, warnings, indexPages_,
                    [&found](std::span<const std::uint8_t> key, RowId row) { found.add(key, row); });
-        if (!faults.empty()) return faults.front();
+        if (!faults.empty()) return IndexFault{faults.front()};
         if (expected.are(found)) return std::nullopt;
         return entryFault(tree, expected);
     }
@@ -177,10 +184,24 @@ private:
         if (isTrue) table_.knownTexts.insert_or_assign(index.number, std::move(texts));
     }
 
-    /// The same entry by entry, each with its row.
-    std::optional<std::string> entryFault(const IndexTree& tree, const ExpectedEntries& wanted)
+    /// Access would make just this key of the values at hand. Where it is not known what Access makes of them, an entry
+    /// with another key contradicts a guess alone.
+    bool keyIsCertain(const Index& index) const
     {
-        std::optional<std::string> fault;
+        try {
+            Key key;
+            indexKey(key, index, table_.definition.columns, values_, KeyUse::write, table_.known(index));
+            return true;
+        } catch (const Error& error) {
+            if (error.fault() != Fault::indexNotWritable) throw;
+            return false;
+        }
+    }
+
+    /// The same entry by entry, each with its row.
+    std::optional<IndexFault> entryFault(const IndexTree& tree, const ExpectedEntries& wanted)
+    {
+        std::optional<IndexFault> fault;
         std::uint64_t entries = 0;
         Key expected;
         try {
@@ -190,14 +211,18 @@ private:
                 const bool inTable = id.page < PageNo(owned_.size()) && owned_[id.page.number()];
                 const std::optional<RowReader::Row> found = inTable ? table_.find(id) : std::nullopt;
                 if (!found) {
-                    fault = "bir girişin kaydı yok";
+                    fault = IndexFault{"bir girişin kaydı yok"};
                     return false;
                 }
                 table_.keyValues(wanted.index(), found->bytes, values_);
                 if (!indexKey(expected, wanted.index(), table_.definition.columns, values_, KeyUse::compare,
                               table_.known(wanted.index())) ||
                     !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
-                    fault = "bir giriş kaydından hesaplanandan farklı";
+                    const bool certain = keyIsCertain(wanted.index());
+                    fault =
+                        IndexFault{certain ? "bir giriş kaydından hesaplanandan farklı"
+                                           : "sıralaması bilinmeyen harfleri olan bir girişin anahtarı hesaplanamıyor",
+                                   certain};
                     return false;
                 }
                 ++entries;
@@ -205,9 +230,9 @@ private:
             });
         } catch (const Error& error) {
             if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
-            return error.what();
+            return IndexFault{error.what()};
         }
-        if (!fault && entries != rows_ - wanted.rowsWithoutEntry()) fault = "bazı kayıtların girişi yok";
+        if (!fault && entries != rows_ - wanted.rowsWithoutEntry()) fault = IndexFault{"bazı kayıtların girişi yok"};
         return fault;
     }
 
