@@ -8,6 +8,7 @@
 #include "store/jet/format/long_value_layout.h"
 #include "store/jet/format/usage_map_layout.h"
 #include "store/jet/pages/row_page.h"
+#include "store/jet/values/names.h"
 #include "tests/jet/chosen_rows.h"
 #include "tests/jet/mixed_work.h"
 #include "tests/jet/property_block.h"
@@ -441,6 +442,44 @@ TEST_P(RescueDoubts, areWrittenAndTold)
         ASSERT_NE(result.losses[i].find(doubt.told[i]), std::string::npos) << result.losses[i];
     ASSERT_EQ(int(allRows(Database::open(disk, saved)->table(u"Hareket")).size()), pressings + doubt.more);
     ASSERT_EQ(survey(disk, file, mill::tableNamed).losses, result.losses);
+}
+
+TEST_F(RescueOfTheWorld, leavesOutTheColumnsThatClashAndKeepsTheRest)
+{
+    const PageNo definition = world().definitions[2];
+    {
+        const auto database = Database::open(disk, file, Pager::Mode::readOnly);
+        const std::vector<Column>& columns = database->table(u"Hareket").columns();
+        ASSERT_TRUE(columns[1].fixed && columns[2].fixed);
+        namespace at = definition_layout;
+        Image& image = disk.content(file);
+        const std::size_t indexes = at::head::physicalIndexes.get(&image[positionOf(definition)]);
+        std::uint8_t* const record =
+            &image[positionOf(definition) + at::statistics::at(indexes) + at::column::bytes * columns[2].ordinal];
+        ASSERT_EQ(at::column::fixedOffset.get(record), columns[2].fixedOffset);
+        constexpr unsigned inTheMiddle = 3;
+        at::column::fixedOffset.put(record, columns[1].fixedOffset + inTheMiddle);
+    }
+    ASSERT_EQ(faultOf([&] { Database::open(disk, file)->table(u"Hareket"); }), Fault::damaged);
+    const RescueResult result = run(disk);
+    ASSERT_EQ(result.losses.size(), 2U) << testing::PrintToString(result.losses);
+    const auto sound = [&] {
+        files::MemoryDisk other;
+        other.content(file) = world().image;
+        return Database::open(other, file, Pager::Mode::readOnly)->table(u"Hareket").columns();
+    }();
+    for (const std::size_t lost : {std::size_t{1}, std::size_t{2}})
+        ASSERT_NE(result.losses[lost - 1].find(quotedName(sound[lost].name) + " alanı okunamadı"), std::string::npos)
+            << result.losses[lost - 1];
+    const auto database = Database::open(disk, saved);
+    const Table& hareket = database->table(u"Hareket");
+    ASSERT_EQ(hareket.columns().size(), sound.size() - 2);
+    ASSERT_FALSE(hareket.columnNamed(sound[1].name) || hareket.columnNamed(sound[2].name));
+    ASSERT_FALSE(hareket.indexes().empty());
+    const auto rows = allRows(database->table(u"Hareket"));
+    ASSERT_EQ(int(rows.size()), pressings);
+    for (int i = 0; i < pressings; ++i)
+        ASSERT_EQ(std::get<DateTime>(hareket.row(rows[static_cast<std::size_t>(i)])->value(0)).days, 45000.0 + i);
 }
 
 TEST(Rescue, rowsThatAreAllAlikeAreNoCopies)

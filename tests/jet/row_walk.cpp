@@ -376,6 +376,8 @@ const RowTable<DefinitionDamage> definitionDamages = {
     {"page of another type", {[](Bytes& b, PageNo d) { b.put(d, page_layout::type, 1); }, false}},
     {"no columns", {[](Bytes& b, PageNo d) { b.put(d, head::columns, 0); }, false}},
     {"column names cut off", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) - 6); }, false}},
+    {"more columns than a table can ever have", {[](Bytes& b, PageNo d) { b.put(d, head::columnsEver, 300); }}},
+    {"length that the type of a column has not", {[](Bytes& b, PageNo d) { definition_layout::column::length.put(&b.byte(d, definition_layout::statistics::at(0)), 5); }}},
     {"end cut off", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) - 2); }}},
     {"longer than its pages", {[](Bytes& b, PageNo d) { b.put(d, head::length, 9000); }}},
     {"remains at the end", {[](Bytes& b, PageNo d) { b.put(d, head::length, lengthOf(b, d) + 1); }}},

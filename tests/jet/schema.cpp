@@ -1,3 +1,5 @@
+#include "store/jet/care/check.h"
+#include "store/jet/care/maintenance.h"
 #include "store/jet/database/database.h"
 #include "store/jet/format/definition_layout.h"
 #include "store/jet/format/doors.h"
@@ -334,16 +336,35 @@ TEST_P(SchemaDamage, damagedTablesAreReadButNotWritten)
     ASSERT_EQ(faultOf([&] { table.eraseAll(); }), jet::Fault::readOnly);
 }
 
+/// The one logical index of tenNumbers(): behind the head, its statistics, the column with its name of one letter, and
+/// the physical index.
+std::uint8_t* logicalIndexOf(Fixture& fixture, jet::PageNo definition)
+{
+    using namespace jet::definition_layout;
+    constexpr std::size_t name = nameLengthBytes + jet::text_layout::unitBytes;
+    return fixture.page(definition) + statistics::at(1) + column::bytes + name + physicalIndex::bytes;
+}
+
+TEST_F(EmptySchema, anIndexWithoutARelationshipIsCompactedWhateverTableItNames)
+{
+    const jet::PageNo definition = tenNumbers(fixture).definitionPage();
+    fixture.database.reset();
+    jet::definition_layout::logicalIndex::partnerTable.put(logicalIndexOf(fixture, definition), 1);
+    fixture.reopen();
+    ASSERT_EQ(fixture.faults(), "");
+    fixture.database->table(u"Deneme").insert({{0, 10}});
+    const std::filesystem::path copy = "yeni.mdb";
+    jet::compact(fixture.disk, *fixture.database, copy);
+    const auto compacted = jet::Database::open(fixture.disk, copy);
+    ASSERT_EQ(allRows(compacted->table(u"Deneme")).size(), 11U);
+    ASSERT_TRUE(checkDatabase(*compacted).ok());
+}
+
 TEST_F(EmptySchema, aRelationshipWithoutItsOtherEndKeepsTheTableFromBeingWritten)
 {
     const jet::PageNo definition = tenNumbers(fixture).definitionPage();
     fixture.database.reset();
-    // The one logical index: behind the head, its statistics, the column with its name of one letter, and the physical
-    // index.
-    using namespace jet::definition_layout;
-    constexpr std::size_t name = nameLengthBytes + jet::text_layout::unitBytes;
-    logicalIndex::kind.put(fixture.page(definition) + statistics::at(1) + column::bytes + name + physicalIndex::bytes,
-                           2);
+    jet::definition_layout::logicalIndex::kind.put(logicalIndexOf(fixture, definition), 2);
     fixture.reopen();
     jet::Table& table = fixture.database->table(u"Deneme");
     ASSERT_TRUE(table.indexes().front().relationship);

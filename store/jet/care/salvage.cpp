@@ -162,7 +162,10 @@ void Salvage::readCatalogue(PageNo page)
     FoundTable objects;
     try {
         // Neither its indexes nor what else may be wrong with it matters here: its rows are read all the same.
-        objects.definition = readTableDefinition(*pager_, page, [](DefinitionPart, const Error&) {});
+        // Without one of its columns the usual layout tells more.
+        objects.definition = readTableDefinition(*pager_, page, [](DefinitionPart part, const Error& error) {
+            if (part == DefinitionPart::columns) throw error;
+        });
         definitions_.insert(objects.definition.chain.begin(), objects.definition.chain.end());
     } catch (const Error& error) {
         if (isFatal(error)) throw;
@@ -236,7 +239,12 @@ void Salvage::addTable(PageNo page, std::u16string name, TableProperties propert
     }
     FoundTable table;
     std::string lost;
+    std::vector<std::string> lostColumns;
     const auto lose = [&](DefinitionPart part, const Error& error) {
+        if (part == DefinitionPart::columns) {
+            lostColumns.emplace_back(error.what());
+            return;
+        }
         // A damaged map is told of when it is read.
         if (part == DefinitionPart::pages) lost = ": tanımının bir kısmı okunamadı. ";
         if (part == DefinitionPart::indexes) lost = ": dizinleri okunamadı. ";
@@ -247,10 +255,12 @@ void Salvage::addTable(PageNo page, std::u16string name, TableProperties propert
     } catch (const Error& error) {
         if (isFatal(error)) throw;
         losses_.add(title + ": tanımı okunamadı; satırları okunamıyor. " + error.what());
+        definitions_.insert(page); // said once, whoever else leads there
         return;
     }
     definitions_.insert(table.definition.chain.begin(), table.definition.chain.end());
     if (table.definition.system) return;
+    for (const std::string& column : lostColumns) losses_.add(std::string(title).append(": ").append(column));
     if (!lost.empty()) losses_.add(title + lost);
     table.name = std::move(name);
     table.properties = std::move(properties);

@@ -6,10 +6,11 @@
 #include "store/jet/format/value_layout.h"
 #include "store/jet/pages/damage.h"
 #include "store/jet/pages/row_page.h"
+#include "store/jet/values/names.h"
 #include "store/jet/values/text_codec.h"
 
 #include <algorithm>
-#include <set>
+#include <map>
 
 namespace jet {
 namespace {
@@ -78,7 +79,7 @@ void checkTableMap(Pager& pager, const Reader& reader, MapRef map)
     }
 }
 
-Column readColumn(const Reader& reader, const std::uint8_t* p, std::uint16_t columnsEver, std::uint16_t variableEver)
+Column readColumn(const std::uint8_t* p)
 {
     Column column;
     namespace field = at::column;
@@ -99,40 +100,57 @@ Column readColumn(const Reader& reader, const std::uint8_t* p, std::uint16_t col
     column.compressible = (field::moreFlags.get(p) & field::compressibleFlag) != 0;
     column.fixedOffset = field::fixedOffset.get(p);
     column.length = field::length.get(p);
+    return column;
+}
 
+void checkColumn(const Reader& reader, const Column& column, std::uint16_t columnsEver, std::uint16_t variableEver)
+{
     if (column.id >= columnsEver) reader.fail("bir sütunun numarası tablo tanımına uymuyor");
     if (column.fixed) {
         const std::size_t exact = exactLength(column.type);
         const bool halfCharacter = column.type == ColumnType::text && column.length % text_layout::unitBytes != 0;
         if (isLongValue(column.type) || halfCharacter || (exact != 0 && column.length != exact))
-            reader.fail("bir sütunun uzunluğu türüne uymuyor");
+            reader.fail("tablo tanımında bir sütunun uzunluğu türüne uymuyor");
         if (column.type != ColumnType::boolean && column.fixedOffset + column.length > static_cast<int>(limits::row)) {
             reader.fail("bir sütun satıra sığmıyor");
         }
     } else if (column.type != ColumnType::boolean && column.variableIndex >= variableEver) {
         reader.fail("bir sütunun satırdaki yeri tablo tanımına uymuyor");
     }
-    return column;
 }
 
-void checkColumns(const Reader& reader, const std::vector<Column>& columns)
+/// Two columns that cannot both be right.
+struct Clash {
+    std::size_t one = 0, other = 0;
+    const char* what = nullptr; ///< a Turkish clause
+};
+
+std::vector<Clash> clashesOf(const std::vector<Column>& columns)
 {
-    std::set<std::uint16_t> ids;
-    std::set<std::uint16_t> variables;
-    std::multiset<std::pair<unsigned, unsigned>> fixed; ///< where each begins, and its length
-    for (const Column& column : columns) {
-        if (!ids.insert(column.id).second) reader.fail("iki sütun aynı numarayı taşıyor");
-        const bool variable = !column.fixed && column.type != ColumnType::boolean;
-        if (variable && !variables.insert(column.variableIndex).second) {
-            reader.fail("iki sütun satırda aynı yeri gösteriyor");
+    static constexpr const char* samePlace = "iki sütun satırda aynı yeri gösteriyor";
+    std::vector<Clash> clashes;
+    std::map<std::uint16_t, std::size_t> ids;
+    std::map<std::uint16_t, std::size_t> variables;
+    std::vector<std::size_t> fixed;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const Column& column = columns[i];
+        const auto [first, isNew] = ids.emplace(column.id, i);
+        if (!isNew) clashes.push_back({first->second, i, "iki sütun aynı numarayı taşıyor"});
+        if (column.type == ColumnType::boolean) continue;
+        if (column.fixed) {
+            fixed.push_back(i);
+        } else {
+            const auto [before, isAlone] = variables.emplace(column.variableIndex, i);
+            if (!isAlone) clashes.push_back({before->second, i, samePlace});
         }
-        if (column.fixed && column.type != ColumnType::boolean) fixed.emplace(column.fixedOffset, column.length);
     }
-    unsigned end = 0;
-    for (const auto& [begin, length] : fixed) {
-        if (begin < end) reader.fail("iki sütun satırda aynı yeri gösteriyor");
-        end = begin + length;
+    const auto endOf = [&](std::size_t i) { return unsigned{columns[i].fixedOffset} + columns[i].length; };
+    std::ranges::sort(fixed, {}, [&](std::size_t i) { return std::pair(columns[i].fixedOffset, columns[i].length); });
+    for (std::size_t k = 1, last = 0; k < fixed.size(); ++k) {
+        if (columns[fixed[k]].fixedOffset < endOf(fixed[last])) clashes.push_back({fixed[last], fixed[k], samePlace});
+        if (endOf(fixed[k]) > endOf(fixed[last])) last = k;
     }
+    return clashes;
 }
 
 Index readPhysicalIndex(const Reader& reader, const std::uint8_t* p, const std::vector<Column>& columns)
@@ -333,7 +351,7 @@ struct Counts {
     std::size_t physical = 0;
 };
 
-Counts readHead(Reader& reader, TableDefinition& table)
+Counts readHead(Reader& reader, TableDefinition& table, const DefinitionReceiver& receiver)
 {
     const std::uint8_t* head = reader.take(at::head::bytes);
     table.system = at::head::kind.get(head) == at::head::systemTable;
@@ -341,6 +359,10 @@ Counts readHead(Reader& reader, TableDefinition& table)
     table.variableEver = at::head::variableEver.get(head);
     const Counts counts{at::head::columns.get(head), at::head::logicalIndexes.get(head),
                         at::head::physicalIndexes.get(head)};
+    // More columns than a table can ever have make the rows of a writer too long, not those that are there unreadable.
+    readPart(DefinitionPart::columns, receiver, [&] {
+        if (table.columnsEver > limits::columns) reader.fail("tablo tanımındaki sayılar tutarsız");
+    });
     if (counts.columns > limits::columns || counts.logical > limits::indexesRead ||
         counts.physical > limits::indexesRead || counts.columns > table.columnsEver ||
         table.variableEver > table.columnsEver || counts.columns == 0) {
@@ -351,15 +373,43 @@ Counts readHead(Reader& reader, TableDefinition& table)
     return counts;
 }
 
-void readColumns(Reader& reader, const Counts& counts, TableDefinition& table)
+/// Reads the columns. Those that contradict the table or each other are left out where somebody hears of it; a length
+/// that the type knows is taken from there.
+void readColumns(Reader& reader, const Counts& counts, TableDefinition& table, const DefinitionReceiver& receiver)
 {
     reader.take(at::statistics::bytes * counts.physical);
-    for (std::size_t i = 0; i < counts.columns; ++i) {
-        table.columns.push_back(
-            readColumn(reader, reader.take(at::column::bytes), table.columnsEver, table.variableEver));
+    std::vector<Column> columns;
+    for (std::size_t i = 0; i < counts.columns; ++i) columns.push_back(readColumn(reader.take(at::column::bytes)));
+    for (Column& column : columns) column.name = reader.name();
+
+    const auto isRead = [&](const Column& column, const char* outcome, auto&& part) {
+        const auto named = [&](DefinitionPart name, const Error& error) {
+            receiver(name, Error(error.fault(), quotedName(column.name) + outcome + error.what()));
+        };
+        return readPart(DefinitionPart::columns, receiver ? DefinitionReceiver(named) : DefinitionReceiver(), part);
+    };
+    constexpr const char* leftOut = " alanı okunamadı: ";
+    std::vector<bool> usable(columns.size(), true);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        Column& column = columns[i];
+        const std::size_t exact = exactLength(column.type);
+        if (receiver && column.fixed && exact != 0 && column.length != exact) {
+            isRead(column, " alanının uzunluğu türünden alındı: ", [&] {
+                reader.fail("tablo tanımında bir sütunun uzunluğu türüne uymuyor");
+            });
+            column.length = static_cast<std::uint16_t>(exact);
+        }
+        usable[i] =
+            isRead(column, leftOut, [&] { checkColumn(reader, column, table.columnsEver, table.variableEver); });
     }
-    for (Column& column : table.columns) column.name = reader.name();
-    checkColumns(reader, table.columns);
+    for (const Clash& clash : clashesOf(columns)) {
+        if (!usable[clash.one] || !usable[clash.other]) continue;
+        for (const std::size_t each : {clash.one, clash.other})
+            usable[each] = isRead(columns[each], leftOut, [&] { reader.fail(clash.what); });
+    }
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        if (usable[i]) table.columns.push_back(std::move(columns[i]));
+    if (table.columns.empty()) reader.fail("tablo tanımındaki sayılar tutarsız");
     std::stable_sort(table.columns.begin(), table.columns.end(),
                      [](const Column& a, const Column& b) { return a.ordinal < b.ordinal; });
 }
@@ -434,12 +484,12 @@ TableDefinition readTableDefinition(Pager& pager, PageNo page, const DefinitionR
     TableDefinition table;
     table.page = page;
     table.chain = std::move(joined.chain);
-    const Counts counts = readHead(reader, table);
+    const Counts counts = readHead(reader, table, receiver);
     readPart(DefinitionPart::maps, receiver, [&] {
         checkTableMap(pager, reader, table.owned);
         checkTableMap(pager, reader, table.freeSpace);
     });
-    readColumns(reader, counts, table);
+    readColumns(reader, counts, table, receiver);
     if (!readPart(DefinitionPart::indexes, receiver, [&] { readIndexes(pager, reader, counts, table); })) {
         table.indexes.clear();
         table.logicalIndexes.clear();
@@ -533,8 +583,10 @@ Bytes definitionElsewhere(Pager& pager, const TableDefinition& from, const Table
     }
     for (std::size_t i = 0; i < from.logicalIndexes.size(); ++i) {
         std::uint8_t* const logical = record(at::logicalIndex::bytes);
+        // Of an index that is no relationship's, what stands there leads nowhere.
+        const bool isRelated = at::logicalIndex::kind.get(logical) == relationshipKind;
         const PageNo table(at::logicalIndex::partnerTable.get(logical));
-        if (table != 0) at::logicalIndex::partnerTable.put(logical, partner(table).number());
+        if (table != 0) at::logicalIndex::partnerTable.put(logical, isRelated ? partner(table).number() : 0);
     }
     for (std::size_t i = 0; i < from.logicalIndexes.size(); ++i) reader.name();
     for (;;) {

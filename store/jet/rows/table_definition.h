@@ -64,6 +64,7 @@ struct TableDefinition {
 
 /// What of a definition can be damaged while its columns can still be read.
 enum class DefinitionPart {
+    columns, ///< some of them, each told by its name: left out, or read by what else is known of it
     pages,   ///< the chain ends too early; what follows is read of the bytes that there are
     maps,    ///< the table's own maps are not where the definition says
     indexes, ///< none is read, and no map of long values
@@ -73,7 +74,7 @@ using DefinitionReceiver = std::function<void(DefinitionPart, const Error&)>;
 
 /// Reads the definition that begins on that page. Without a receiver the first damage ends the reading: throws damaged,
 /// and cutShort when the definition leads past the end of the file. A receiver that returns gets what there is.
-/// Throws damaged in any case when there are no columns to be read.
+/// Throws damaged in any case when there are no columns to be read, or their number and names cannot be.
 TableDefinition readTableDefinition(Pager& pager, PageNo page, const DefinitionReceiver& receiver = {});
 
 /// The bytes of a definition that describes a table without rows.
