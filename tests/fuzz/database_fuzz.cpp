@@ -349,9 +349,9 @@ Rows rowsOf(jet::Database& database)
 }
 
 /// Whatever is saved of a damaged file is a sound file, and of a file that was sound to the check (`all`) it is
-/// every row. More only where the check warned and a definition promises more: a row that nothing leads to any more is
-/// what rescue looks for.
-bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bool warned, Counts& counts)
+/// every row. More only where rescue says that something speaks against them: a row that nothing leads to any more is
+/// what it looks for.
+bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, Counts& counts)
 {
     files::MemoryDisk disk;
     disk.content(file) = damaged;
@@ -361,11 +361,8 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bo
         ++counts.rescued;
         const auto database = jet::Database::open(disk, to, jet::Pager::Mode::readOnly);
         Rows saved = rowsOf(*database);
-        std::uint64_t promised = 0;
-        for (const auto& table : result.tables) {
+        for (const auto& table : result.tables)
             if (saved[table.name] != table.rows) throw std::runtime_error("another number of rows than was told");
-            promised += table.promised;
-        }
         if (!all) return true;
         // All together: a table whose name cannot be written got another one.
         const auto sum = [](const Rows& tables) {
@@ -374,8 +371,8 @@ bool rescueHolds(const Content& damaged, unsigned long seed, const Rows* all, bo
             return count;
         };
         if (sum(saved) < sum(*all)) throw std::runtime_error("rows of a sound file were lost");
-        if (sum(saved) > (warned ? std::max(sum(*all), promised) : sum(*all)))
-            throw std::runtime_error("more rows than a sound file had");
+        if (sum(saved) > sum(*all) && result.whole())
+            throw std::runtime_error("more rows than a sound file had, without a word");
         return true;
     } catch (const files::Error& error) {
         // A header that seems to be that of another kind of file, or nothing left: those are answers too.
@@ -428,7 +425,6 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
 
     const Content damaged = bytes;
     bool sound = false;
-    bool warned = false;
     bool wrote = false;
     Rows rows;
     const bool opened = attempt([&] {
@@ -436,7 +432,6 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
         ++counts.opened;
         const jet::CheckResult check = jet::checkDatabase(*database);
         sound = check.ok();
-        warned = !check.warnings.empty();
         if (sound) ++counts.sound;
         if (sound) rows = rowsOf(*database);
         for (const auto& entry : database->allTables()) attempt([&] { readTable(*database, entry.first); });
@@ -453,7 +448,7 @@ bool trial(const Content& original, unsigned long seed, Counts& counts)
         std::fprintf(stderr, "seed %lu: covered pages were written\n", seed);
         return false;
     }
-    if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, warned, counts)) return false;
+    if (!rescueHolds(damaged, seed, opened && sound ? &rows : nullptr, counts)) return false;
     if (!compactHolds(damaged, seed, opened && sound ? &rows : nullptr, counts)) return false;
     if (!opened || !wrote || !sound) return true;
     std::string what;
