@@ -261,7 +261,8 @@ const Command commands[] = {
     {"undelete", "KLASÖR MÜŞTERİ [--deletion AN] [--user AD]", "ortak defterden silinmiş bir müşteriyi geri getirir",
      "Sunucuyu ve defteri KLASÖR'deki Sunucu.ini söyler; sahibin kullanıcısı gerekir. O adın son silmesinde giden\n"
      "sıkımlar ve cari geçmişten geri yazılır; sayaçlar kendiliğinden alır. Bir silme bir kez geri getirilir. Birkaç kez\n"
-     "silinmişse --deletion \"2026-11-20 04:30:20\" o andaki (UTC) silmeyi geri getirir; anları komut söyler.\n",
+     "silinmişse --deletion \"2026-11-20 04:30:20\" o andaki (UTC) silmeyi geri getirir; anları komut söyler. Başka yoldan\n"
+     "zaten dönmüş sıkımlar ikinci kez gelmez; sayılır.\n",
      2, 6, undelete},
     {"leave-register", "KLASÖR [--waiting drop]", "dosyayı ortak defterden ayırır",
      "KLASÖR programın klasörüdür; program kapalı olmalı. Dosya yine yalnız bu sayacın olur, satırlarının hepsi kalır;\n"

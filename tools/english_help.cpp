@@ -108,7 +108,7 @@ constexpr EnglishHelp helps[] = {
      "Sunucu.ini in FOLDER names server and register; the owner's user is needed. What the last deletion of that name has\n"
      "taken, pressings and terms, is written again from the history, and the counters get it by themselves. A deletion is\n"
      "brought back once. Of several, --deletion \"2026-11-20 04:30:20\" means the one of that moment (UTC); the command tells\n"
-     "their moments.\n"},
+     "their moments. Pressings that are there again by another road do not come twice; they are counted.\n"},
     {"leave-register", "FOLDER [--waiting drop]", "takes the file out of a shared register",
      "FOLDER is the program's, which must be closed. The file is this counter's own again and keeps all its rows; no server\n"
      "is asked. It stops where changes wait that the server has not heard of; with --waiting drop it never will.\n"},

@@ -136,6 +136,10 @@ int undelete(files::Disk& disk, Arguments arguments)
             said(" sıkım geri geldi; sayaçlar birkaç saniyede alır. Silinmişti: ",
                  " pressings are back; the counters have them in seconds. Deleted: ") +
             back.when + " UTC, " + back.who + "." +
+            (back.there == 0
+                 ? ""
+                 : said(" Zaten defterde olan sıkım: ", " Pressings that the register had again already: ") +
+                       std::to_string(back.there) + ".") +
             (back.earlier.empty()
                  ? ""
                  : said(" Daha önceki silmeleri, --deletion ile: ", " Deletions before it, with --deletion: ") +

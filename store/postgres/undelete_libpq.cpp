@@ -58,6 +58,35 @@ std::vector<Deletion> deletionsOf(Connection& connection, const std::string& boo
     return found;
 }
 
+/// The pressings of that deletion that come back: of equal ones as many as the register has not got again since, by
+/// whatever road. A list of lines of the history, as the server writes it.
+struct Missing {
+    std::string lines;
+    std::uint64_t count = 0;
+};
+
+Missing missingOf(Connection& connection, const std::string& book, const std::string& customer,
+                  const Deletion& deletion)
+{
+    const auto rows = connection.ask(
+        "with gone as (select g.sira, (g.eski ->> 'tarih')::float8 as tarih, (g.eski ->> 'zeytin')::float8 as zeytin, "
+        "(g.eski ->> 'yag')::float8 as yag, (g.eski ->> 'yuzde')::float8 as yuzde, "
+        "(g.eski ->> 'haktut')::float8 as haktut, (g.eski ->> 'nakit')::float8 as nakit from presva.gecmis g "
+        "where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'DELETE' and g.eski ->> 'carihar' = $2 "
+        "and g.sira between $3::bigint and $4::bigint), "
+        "counted as (select gone.*, "
+        "row_number() over (partition by tarih, zeytin, yag, yuzde, haktut, nakit order by sira) as nth from gone), "
+        "back as (select h.tarih, h.zeytin, h.yag, h.yuzde, h.haktut, h.nakit, count(*) as times "
+        "from presva.gecmis g join presva.hareket h on h.satir = g.satir and h.sayac = g.sayac "
+        "where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'INSERT' and g.sira > $4::bigint and h.carihar = $2 "
+        "group by 1, 2, 3, 4, 5, 6) "
+        "select coalesce(array_agg(c.sira), '{}'), count(*) from counted c where c.nth > coalesce((select b.times "
+        "from back b where (b.tarih, b.zeytin, b.yag, b.yuzde, b.haktut, b.nakit) is not distinct from "
+        "(c.tarih, c.zeytin, c.yag, c.yuzde, c.haktut, c.nakit)), 0)",
+        {book, customer, deletion.firstPressing, deletion.lastPressing});
+    return {rows.at(0).at(0).value_or("{}"), std::stoull(rows[0].at(1).value_or("0"))};
+}
+
 std::string listed(std::span<const Deletion> deletions)
 {
     std::string text;
@@ -104,6 +133,10 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
     const std::size_t place = chosen(deletions, customer, moment);
     const Deletion& deletion = deletions[place];
     const std::string earlier = listed(std::span(deletions).first(place));
+    const Missing missing =
+        deletion.pressings > 0 ? missingOf(connection, name, customer, deletion) : Missing{.lines = "{}", .count = 0};
+    const bool customerIsThere =
+        !connection.ask("select from presva.cari where sayac = $1 and unvan = $2", {name, customer}).empty();
     // What comes back has one identity for its place in the history: the pressings, and the customer's row.
     const auto identity = [&](const std::string& line) -> std::optional<std::string> {
         const auto made = connection.ask(
@@ -126,6 +159,15 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
                            earlier + " UTC.") +
                 said(" Hiçbir şey değiştirilmedi.", " Nothing was changed."));
     }
+    // Rows of a file that joined, or another deletion, have brought them: nothing is done, and nothing is marked as
+    // done.
+    if (deletion.pressings > 0 && missing.count == 0 && customerIsThere)
+        throw ServerError(customer +
+                          said(": bu silmesinde giden her şey zaten defterde (", ": the register has all of that "
+                                                                                 "deletion again (") +
+                          deletion.when + said(" UTC, sıkım ", " UTC, pressings ") +
+                          std::to_string(deletion.pressings) +
+                          said("). Hiçbir şey değiştirilmedi.", "). Nothing was changed."));
     connection.ask("select set_config('presva.sayac', $1, true), set_config('presva.kimlik', $2, true), "
                    "set_config('presva.giren', $3, true)",
                    {name, back, settings.counter});
@@ -137,19 +179,18 @@ BroughtBack undelete(const ServerSettings& settings, const std::string& user, co
             .at(0)
             .at(0);
     };
-    BroughtBack brought{0, deletion.pressings, deletion.when, deletion.who, earlier};
-    if (deletion.pressings > 0)
+    BroughtBack brought{0, missing.count, deletion.pressings - missing.count, deletion.when, deletion.who, earlier};
+    if (missing.count > 0)
         connection.ask(
             "insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar, giren) "
-            "select g.sayac, $5::bigint + row_number() over (order by g.sira), "
+            "select g.sayac, $2::bigint + row_number() over (order by g.sira), "
             "(g.eski ->> 'tarih')::float8, (g.eski ->> 'zeytin')::float8, "
             "(g.eski ->> 'yag')::float8, (g.eski ->> 'yuzde')::float8, "
             "(g.eski ->> 'haktut')::float8, (g.eski ->> 'nakit')::float8, g.eski ->> 'carihar', g.eski ->> 'giren' "
-            "from presva.gecmis g where g.sayac = $1 and g.tablo = 'hareket' and g.ne = 'DELETE' "
-            "and g.eski ->> 'carihar' = $2 and g.sira between $3::bigint and $4::bigint",
-            {name, customer, deletion.firstPressing, deletion.lastPressing, numbers(deletion.pressings)});
+            "from presva.gecmis g where g.sayac = $1 and g.sira = any($3::bigint[])",
+            {name, numbers(missing.count), missing.lines});
     // A deletion that has left the customer's row says nothing of his terms: then those that went last.
-    if (connection.ask("select from presva.cari where sayac = $1 and unvan = $2", {name, customer}).empty())
+    if (!customerIsThere)
         brought.customers =
             connection
                 .ask("insert into presva.cari (sayac, numara, unvan, unvan_sira, yuzde, kap, nakit) "

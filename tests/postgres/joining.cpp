@@ -432,6 +432,8 @@ protected:
         arguments.insert(arguments.end(), options.begin(), options.end());
         return tool(arguments);
     }
+    /// The file with all its rows, as it would be had it never joined.
+    int leaveForACopy() const { return tool({"leave-register", std::filesystem::path(file()).parent_path()}).code; }
     std::string all() const
     {
         return sql("select tarih, zeytin, yag, yuzde, haktut, nakit, carihar, giren from presva.hareket order by 1; "
@@ -536,6 +538,47 @@ TEST_F(Undeleting, doublesNoPressingsWhoseCustomerStayedAtFirst)
         EXPECT_EQ(undelete("Şükrü O'Hara", {"--deletion", pressings.substr(0, pressings.size() - 1)}).code, i);
         EXPECT_EQ(counts(), "2|3|3\n");
     }
+}
+
+TEST_F(Undeleting, bringsNothingThatAFileHasBroughtBackBefore)
+{
+    ASSERT_EQ(leaveForACopy(), 0);
+    const std::string before = all();
+    erase();
+    ASSERT_EQ(toServer({"--deleted", "keep"}).code, 0);
+    ASSERT_EQ(counts(), "2|3|3\n");
+    EXPECT_THAT(undelete("Şükrü O'Hara"), refuses(HasSubstr("giden her şey zaten defterde")));
+    EXPECT_EQ(all(), before);
+    erase(); // what was refused has used nothing up
+    ASSERT_THAT(undelete("Şükrü O'Hara"), succeeds(HasSubstr("1 cari, 2 sıkım geri geldi")));
+    EXPECT_EQ(all(), before);
+}
+
+TEST_F(Undeleting, bringsOfEqualPressingsThoseThatAreNotThereAgain)
+{
+    const std::string equal =
+        "insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar, giren) "
+        "select 'Değirmen', 900 + n, 45990, 700, null, 12.5, 17.5, 0, 'Şükrü O''Hara', 'Hat ' || n "
+        "from generate_series(";
+    sql(equal + "1, 3) n");
+    erase();
+    sql(equal + "4, 4) n");
+    ASSERT_EQ(counts(), "1|2|2\n");
+    ASSERT_THAT(undelete("Şükrü O'Hara"),
+                succeeds(AllOf(HasSubstr("1 cari, 4 sıkım geri geldi"), HasSubstr("Zaten defterde olan sıkım: 1."))));
+    EXPECT_EQ(sql("select zeytin, count(*) from presva.hareket where carihar like 'Ş%' group by 1 order by 1"),
+              "1|1\n700|3\n12345.678|1\n");
+    EXPECT_THAT(undelete("Şükrü O'Hara"), refuses(HasSubstr("zaten geri getirildi")));
+}
+
+/// An equal pressing that the deletion did not mean is none of those that come back.
+TEST_F(Undeleting, countsNoPressingAsBackThatStoodThereBeforeTheDeletion)
+{
+    sql("insert into presva.hareket (sayac, numara, tarih, zeytin, carihar) "
+        "select 'Değirmen', n, 45990, 700, 'Şükrü O''Hara' from generate_series(900, 901) n; "
+        "delete from presva.hareket where numara = 901");
+    ASSERT_THAT(undelete("Şükrü O'Hara"), succeeds(HasSubstr("0 cari, 1 sıkım geri geldi")));
+    EXPECT_EQ(sql("select count(*) from presva.hareket where zeytin = 700"), "2\n");
 }
 
 TEST_F(Undeleting, refusesWhoWasNotDeletedAndWhoMayNot)
