@@ -246,7 +246,8 @@ std::vector<CopyFacts> listCopies(files::Disk& disk, const std::filesystem::path
 
 Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy,
                      const CopyTime& now,
-                     const std::function<void(const Path& next, const std::string& copy)>& announce)
+                     const std::function<void(const Path& next, const std::string& copy)>& announce,
+                     const std::function<void(const Path& old, const Path& next)>& admit)
 {
     const Path from = copyOf(disk, directory, copy);
     Restored result;
@@ -261,6 +262,7 @@ Restored restoreCopy(files::Disk& disk, const std::filesystem::path& directory, 
     auto part = files::PartFile::replacing(disk, database);
     copyBytes(disk, from, part.path());
     refuseUnsound(disk, part.path(), from);
+    if (admit) admit(database, part.path());
     if (present) {
         result.aside = freeName(disk, database, now);
         hold.readyForAnotherName();

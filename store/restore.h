@@ -42,11 +42,13 @@ struct Restored {
 /// more is it moved aside first. The copy itself stays. What was there is kept under a name of its own with `now` in
 /// it; a journal that a crash left beside it is applied first, or goes with it where that is not possible.
 /// `announce` gets the file that is about to become the database, checked and complete, while nobody else can open the
-/// old one; what it throws leaves the old one in its place.
+/// old one; what it throws leaves the old one in its place. `admit` gets the old one and that file earlier, before
+/// anything was done: what it throws leaves everything as it was.
 /// Throws notFound (no such copy), inUse (the program is running), damaged (the copy is not sound), noPermission, disk:
 /// then the database was not changed.
 Restored
 restoreCopy(files::Disk& disk, const std::filesystem::path& directory, const std::string& copy, const CopyTime& now,
-            const std::function<void(const std::filesystem::path& next, const std::string& copy)>& announce = {});
+            const std::function<void(const std::filesystem::path& next, const std::string& copy)>& announce = {},
+            const std::function<void(const std::filesystem::path& old, const std::filesystem::path& next)>& admit = {});
 
 } // namespace store

@@ -223,10 +223,12 @@ const Command commands[] = {
      "1 hiçbir şey yazılmadı. ÇIKTI var olmayan bir dosya olmalı. DOSYA'ya dokunmaz.\n", 2, 2, rescueFile},
     {"backup", "DOSYA ÇIKTI", "dosyanın tutarlı bir kopyasını alır",
      "ÇIKTI var olmayan bir dosya olmalı; kopya tamamlanıp denetlenmeden o adı almaz.\n", 2, 2, backupFile},
-    {"restore", "KLASÖR [KOPYA]", "bir yedeği geri yükler; kopya verilmezse yedekleri listeler",
+    {"restore", "KLASÖR [KOPYA [--waiting drop]]", "bir yedeği geri yükler; kopya verilmezse yedekleri listeler",
      "KLASÖR programın klasörüdür (Yag.mdb'nin durduğu yer); yedekler içindeki Yedek klasöründedir.\n"
      "KOPYA bir yedeğin adı ya da tarihidir: 2025-11-20 gibi. Yedek denetlenmeden hiçbir şeyin yerine geçmez;\n"
-     "duran Yag.mdb silinmez, Yag-onceki-TARİH.mdb adıyla saklanır. Program kapalı olmalıdır.\n", 1, 2, restore},
+     "duran Yag.mdb silinmez, Yag-onceki-TARİH.mdb adıyla saklanır. Program kapalı olmalıdır. Ortak bir defterde,\n"
+     "sunucunun daha duymadığı ve kopyada da olmayan değişiklikler varsa durur; --waiting drop verilirse onlar yalnız\n"
+     "saklanan dosyada kalır.\n", 1, 4, restore},
     {"weights", "KLASÖR [--day GÜN] [--customer AD] [--verify [--log KOPYA]]", "tartım defterini listeler ya da denetler",
      "KLASÖR programın klasörüdür; tartım defteri içindeki Tartim.jsonl ve eski mevsimlerin dosyalarıdır.\n"
      "Her sıkımın satırı zeytini ve yağı, teraziden mi (terazinin gönderdiği baytlarla) elle mi geldiğini söyler.\n"

@@ -71,10 +71,11 @@ constexpr EnglishHelp helps[] = {
      "nothing was written. OUT must not be there yet; FILE is not touched.\n"},
     {"backup", "FILE OUT", "makes a consistent copy of the file",
      "OUT must not be there yet; the copy gets its name only when it is whole and was checked.\n"},
-    {"restore", "FOLDER [COPY]", "puts a copy back; lists the copies without COPY",
+    {"restore", "FOLDER [COPY [--waiting drop]]", "puts a copy back; lists the copies without COPY",
      "FOLDER is the program's (where Yag.mdb is); the copies lie in Yedek in it. COPY is the name of one, or its date:\n"
      "2025-11-20. It is checked before it takes any place; the Yag.mdb that was there is kept as Yag-onceki-DATE.mdb. The\n"
-     "program must not be running.\n"},
+     "program must not be running. In a shared register it stops where changes wait that neither the server nor the copy\n"
+     "has; with --waiting drop they stay in the file that is kept, and nowhere else.\n"},
     {"weights", "FOLDER [--day DAY] [--customer NAME] [--verify [--log COPY]]", "lists the book of weights, or verifies it",
      "FOLDER is the program's; the book is Tartim.jsonl in it, and the files of earlier seasons. Each pressing's line says\n"
      "whether olives and oil came from the scale (with the bytes that it sent) or by hand.\n"

@@ -2,6 +2,7 @@
 #include "tools/language.h"
 
 #include "files/error.h"
+#include "files/quoted_path.h"
 #include "mill/tables.h"
 #include "store/jet/care/check.h"
 #include "store/jet/care/maintenance.h"
@@ -11,6 +12,7 @@
 #include "store/postgres/leave.h"
 #include "store/postgres/server_settings.h"
 #include "store/postgres/shared_tables.h"
+#include "store/postgres/unheard.h"
 #include "store/restore.h"
 
 #include <algorithm>
@@ -207,17 +209,63 @@ int compactFile(files::Disk& disk, Arguments arguments)
 
 namespace {
 
+bool namesRegister(files::Disk& disk, const std::filesystem::path& folder)
+{
+    try {
+        return !postgres::readServerSettings(disk, folder).book.empty();
+    } catch (const files::Error&) {
+        return false;
+    }
+}
+
+/// What the file that goes has of a register: nothing where it is in none, and none is named.
+postgres::Unheard unheardAsItGoes(files::Disk& disk, const std::filesystem::path& old,
+                                  const std::filesystem::path& next)
+{
+    const postgres::Unheard found = postgres::unheardIn(disk, old, next);
+    return found.inRegister || namesRegister(disk, old.parent_path()) ? found : postgres::Unheard{};
+}
+
+void refuseUnheard(const std::filesystem::path& old, const postgres::Unheard& unheard)
+{
+    throw files::Error(
+        files::Fault::badValue,
+        files::quotedPath(old) +
+            said(": sunucunun duymadığı, kopyada da olmayan ", " has what neither the server nor the copy knows: ") +
+            postgres::counted(unheard.waiting) + said(" bekliyor. ", ". ") + postgres::howItIsBrought(unheard) +
+            said(" Sunucu artık yoksa --waiting drop: bekleyenler yalnız saklanan dosyada kalır. Hiçbir "
+                 "şey değiştirilmedi.",
+                 " Where the server is no more, --waiting drop: they stay in the file that is kept, and "
+                 "nowhere else. Nothing was changed."));
+}
+
+/// What was not brought anywhere, and where it lies.
+void sayOfUnheard(Output& out, const postgres::Unheard& unheard, const std::string& aside)
+{
+    if (!unheard.readable)
+        say(out,
+            said("Önceki dosya okunamadı: sunucunun duymadığı sıkımlar varsa yalnız ondadır, presva-mdb rescue ile "
+                 "kurtarın: ",
+                 "The file before could not be read: pressings that the server has not heard of are in it alone, "
+                 "to be saved with presva-mdb rescue: ") +
+                aside);
+    else if (unheard.waiting.changes > 0)
+        say(out, said("Sunucunun duymadığı ", "What the server has not heard of, ") +
+                     postgres::counted(unheard.waiting) + said(" yalnız şurada: ", ", is in this file alone: ") +
+                     aside);
+}
+
 /// What a copy that is put back does not do in a register that several counters share.
 void sayOfRegister(Output& out, files::Disk& disk, const std::filesystem::path& database)
 {
     const auto file = jet::Database::open(disk, database, jet::Pager::Mode::readOnly);
     if (postgres::placeIn(*file)) {
         say(out,
-            said("Dosya ortak bir defterde: program açılınca eksiğini sunucudan alır, kopyadan sonra silinenler yine "
-                 "silinir. Silinmiş bir müşteri presva-mdb undelete ile geri gelir.",
-                 "The file is in a shared register: when the program starts it gets what it lacks from the server, "
-                 "and what was deleted since the copy goes again. presva-mdb undelete brings a deleted customer "
-                 "back."));
+            said("Dosya ortak bir defterde: sunucuda hâlâ o defter varsa program açılınca sunucunun bildiklerini alır, "
+                 "kopyadan sonra silinenler yine silinir. Silinmiş bir müşteri presva-mdb undelete ile geri gelir.",
+                 "The file is in a shared register: where the server still has that one, it gets what the server knows "
+                 "when the program starts, and what was deleted since the copy goes again. presva-mdb undelete brings "
+                 "a deleted customer back."));
     } else if (disk.exists(database.parent_path() / postgres::settingsFile)) {
         say(out, said("Kopya ortak bir defteri bilmiyor; Sunucu.ini'de bir Defter satırı varsa programı açmadan önce "
                       "docs/sunucu.md'ye bakın.",
@@ -230,19 +278,31 @@ void sayOfRegister(Output& out, files::Disk& disk, const std::filesystem::path& 
 
 int restore(files::Disk& disk, Arguments arguments)
 {
-    if (arguments.size() == 1) return list(disk, arguments[0]);
+    const Parsed given = parse("restore", arguments, {"--waiting"});
+    const bool dropWaiting = given.oneOf("--waiting", {"drop"}).has_value();
+    if (given.words.empty() || given.words.size() > 2 || (dropWaiting && given.words.size() == 1))
+        misused(said("'restore' KLASÖR ve KOPYA ister; yardım için: presva-mdb restore --help",
+                     "'restore' takes FOLDER and COPY; for help: presva-mdb restore --help"));
+    if (given.words.size() == 1) return list(disk, given.words[0]);
+    const std::filesystem::path folder = pathOf(given.words[0]);
     const jet::DateTime moment = now();
     std::uint64_t line = 0;
+    postgres::Unheard unheard;
     const store::Restored done = store::restoreCopy(
-        disk, pathOf(arguments[0]), arguments[1], calendarTime(moment), [&](const auto& next, const std::string& copy) {
-            line = announceRestore(disk, pathOf(arguments[0]), next, moment.days, copy);
+        disk, folder, given.words[1], calendarTime(moment),
+        [&](const auto& next, const std::string& copy) {
+            line = announceRestore(disk, folder, next, moment.days, copy);
+        },
+        [&](const auto& old, const auto& next) {
+            unheard = unheardAsItGoes(disk, old, next);
+            if (unheard.waiting.changes > 0 && !dropWaiting) refuseUnheard(old, unheard);
         });
     const auto utf8 = [](const std::filesystem::path& path) {
         const std::u8string text = path.u8string();
         return std::string(text.begin(), text.end());
     };
     Output out(standardOutput);
-    say(out, said("Geri yüklendi: ", "Put back: ") + arguments[1] + " -> " + utf8(done.database));
+    say(out, said("Geri yüklendi: ", "Put back: ") + given.words[1] + " -> " + utf8(done.database));
     if (!done.aside.empty()) say(out, said("Önceki dosya saklandı: ", "The file before is kept: ") + utf8(done.aside));
     if (line > 0)
         say(out, said("Tartım defterine yazıldı: ", "Written into the book of weights: line ") + std::to_string(line) +
@@ -252,6 +312,7 @@ int restore(files::Disk& disk, Arguments arguments)
             said("Yarım kalmış bir fişin notu duruyor; program açılınca yazıcıya sorup kaydını bu dosyaya yapacak.",
                  "The note of an unfinished slip is there; the program will ask the printer at its start, and book it "
                  "into this file."));
+    sayOfUnheard(out, unheard, utf8(done.aside));
     sayOfRegister(out, disk, done.database);
     out.flush();
     return 0;

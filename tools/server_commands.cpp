@@ -1,10 +1,12 @@
 #include "tools/commands.h"
 
+#include "files/quoted_path.h"
 #include "store/postgres/carry.h"
 #include "store/postgres/join.h"
 #include "store/postgres/leave.h"
 #include "store/postgres/server_settings.h"
 #include "store/postgres/undelete.h"
+#include "store/postgres/unheard.h"
 #include "store/restore.h"
 #include "tools/language.h"
 #include "tools/server_follower.h"
@@ -85,6 +87,26 @@ int joinBook(files::Disk& disk, const postgres::ServerSettings& settings, const 
     return sayCarried(postgres::joinRegister(disk, settings, file, options, now(), std::ref(progress)));
 }
 
+/// The new file is meant to take the place of this one, sooner or later.
+void sayWhatTheNewFileLacks(files::Disk& disk, const std::filesystem::path& file, const std::filesystem::path& next)
+{
+    const postgres::Unheard unheard = postgres::unheardIn(disk, file, next);
+    if (unheard.readable && unheard.waiting.changes == 0) return;
+    Output out(standardOutput);
+    if (unheard.readable)
+        say(out, said("Uyarı: sunucunun duymadığı ", "Warning: what the server has not heard of, ") +
+                     postgres::counted(unheard.waiting) + said(" yeni dosyada yok, yalnız ", ", is in ") +
+                     files::quotedPath(file) +
+                     said(" dosyasında. Yenisini onun yerine koymayın. ",
+                          " alone: do not put the new file in its place yet. ") +
+                     postgres::howItIsBrought(unheard));
+    else
+        say(out, said("Uyarı: sunucunun duymadığı sıkımlar varsa yeni dosyada değil, okunamayan ",
+                      "Warning: pressings that the server has not heard of are not in the new file, but in ") +
+                     files::quotedPath(file) + said(" dosyasındadır.", ", which cannot be read."));
+    out.flush();
+}
+
 } // namespace
 
 int toServer(files::Disk& disk, Arguments arguments)
@@ -118,10 +140,15 @@ int toServer(files::Disk& disk, Arguments arguments)
 int fromServer(files::Disk& disk, Arguments arguments)
 {
     const Parsed given = parsed("from-server", arguments, 2, {"--user"});
-    Progress progress(said("Aktarılıyor", "Carrying over"));
-    return sayCarried(postgres::fromServer(disk, postgres::readServerSettings(disk, pathOf(given.words[0])),
-                                           pathOf(given.words[1]), given.option("--user").value_or(""), now(),
-                                           std::ref(progress)));
+    const std::filesystem::path folder = pathOf(given.words[0]);
+    const postgres::ServerSettings settings = postgres::readServerSettings(disk, folder);
+    {
+        Progress progress(said("Aktarılıyor", "Carrying over"));
+        sayCarried(postgres::fromServer(disk, settings, pathOf(given.words[1]), given.option("--user").value_or(""),
+                                        now(), std::ref(progress)));
+    }
+    if (!settings.book.empty()) sayWhatTheNewFileLacks(disk, store::databaseIn(disk, folder), pathOf(given.words[1]));
+    return 0;
 }
 
 int undelete(files::Disk& disk, Arguments arguments)

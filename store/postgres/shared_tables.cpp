@@ -1,5 +1,6 @@
 #include "store/postgres/shared_tables.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace postgres {
@@ -76,15 +77,32 @@ void putPlace(jet::Database& database, const Place& place, jet::DateTime now)
                   {Durum::Iz, jet::fromUtf8(place.mark)}});
 }
 
+std::vector<WaitingNote> notesIn(jet::Database& database)
+{
+    std::vector<WaitingNote> notes;
+    if (!database.hasTable(Giden::table)) return notes;
+    database.table(Giden::table).forEachRow([&](jet::RowId, const jet::RowView& row) {
+        const jet::Value number = row.value(Giden::Sira);
+        const auto* const digits = std::get_if<double>(&number);
+        notes.push_back({digits != nullptr ? *digits : 0, textOf(row.value(Giden::Kimlik)),
+                         textOf(row.value(Giden::Veri)),
+                         textOf(row.value(Giden::Ne)) == jet::toUtf8(Giden::pressingComes)});
+        return true;
+    });
+    std::ranges::stable_sort(notes, {}, &WaitingNote::number);
+    return notes;
+}
+
+void Waiting::add(const WaitingNote& note)
+{
+    ++changes;
+    pressings += note.bringsPressing ? 1 : 0;
+}
+
 Waiting waitingIn(jet::Database& database)
 {
     Waiting found;
-    if (!database.hasTable(Giden::table)) return found;
-    database.table(Giden::table).forEachRow([&](jet::RowId, const jet::RowView& row) {
-        ++found.changes;
-        found.pressings += textOf(row.value(Giden::Ne)) == jet::toUtf8(Giden::pressingComes) ? 1 : 0;
-        return true;
-    });
+    for (const WaitingNote& note : notesIn(database)) found.add(note);
     return found;
 }
 

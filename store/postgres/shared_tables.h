@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What a file of a shared register has beside the mill's two tables, mill::Giden and mill::Durum. Both stand in the
 /// file itself, so that they change in one transaction with the rows that they are about, and so that a copy that is
@@ -31,10 +32,23 @@ std::optional<Place> placeIn(jet::Database& database);
 /// transaction.
 void putPlace(jet::Database& database, const Place& place, jet::DateTime now);
 
+/// A change that the file has noted for its register.
+struct WaitingNote {
+    double number = 0; ///< its place among the others
+    std::string identity;
+    std::string json; ///< as presva.islet takes it
+    bool bringsPressing = false;
+};
+
+/// In their order.
+std::vector<WaitingNote> notesIn(jet::Database& database);
+
 /// What a file has done that its register has not confirmed.
 struct Waiting {
     std::size_t changes = 0;
     std::size_t pressings = 0; ///< that came; of the changes
+
+    void add(const WaitingNote& note);
 };
 
 Waiting waitingIn(jet::Database& database);

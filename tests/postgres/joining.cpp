@@ -659,6 +659,69 @@ TEST_F(Leaving, isWhatARescueWithLossesDoes)
     EXPECT_EQ(counts(), "0|400|400\n");
 }
 
+/// A copy, and what waits since.
+class PuttingBack : public Leaving {
+protected:
+    PuttingBack()
+    {
+        store(Hareket::table, {pressing(45981, u"Ali")});
+        EXPECT_EQ(toServer().code, 0);
+        std::filesystem::create_directory(path("Yedek"));
+    }
+    void copyFile() const { std::filesystem::copy_file(file(), path("Yedek/Yag-2025-11-20.mdb")); }
+    Outcome restore(std::vector<std::string> options = {}) const
+    {
+        options.insert(options.begin(), {"restore", std::filesystem::path(file()).parent_path(), "2025-11-20"});
+        return tool(options);
+    }
+    std::string aside() const
+    {
+        for (const auto& each : std::filesystem::directory_iterator(std::filesystem::path(file()).parent_path()))
+            if (each.path().filename().string().starts_with("Yag-onceki-")) return each.path();
+        return {};
+    }
+};
+
+TEST_F(PuttingBack, isRefusedWhereOnlyTheFileThatGoesHasWhatWaits)
+{
+    copyFile();
+    noteThatWaits();
+    const std::string before = textOfFile(file());
+    EXPECT_THAT(restore(), refuses(AllOf(HasSubstr("2 değişiklik (1 sıkım) bekliyor"), HasSubstr("--waiting drop"))));
+    EXPECT_EQ(textOfFile(file()), before);
+    EXPECT_EQ(aside(), "");
+    const Outcome done = restore({"--waiting", "drop"});
+    ASSERT_THAT(done, succeeds(HasSubstr("2 değişiklik (1 sıkım) yalnız şurada: " + aside() + "\n")));
+    EXPECT_EQ(rowsOf(aside(), mill::Giden::table).size(), 2U);
+    EXPECT_THAT(rowsOf(file(), mill::Giden::table), IsEmpty());
+}
+
+TEST_F(PuttingBack, isNotRefusedWhereTheCopyBringsWhatWaits)
+{
+    noteThatWaits();
+    copyFile();
+    EXPECT_THAT(restore(), succeeds(Not(HasSubstr("yalnız şurada"))));
+    store(mill::Giden::table, {{3.0, u"0b6e12c4-8f0f-4a4e-9a55-0f6b3b1f9a20", u"sikim", u"Ali", u"{}"}});
+    EXPECT_THAT(restore(), refuses(HasSubstr("1 değişiklik (1 sıkım) bekliyor")));
+}
+
+TEST_F(PuttingBack, saysThatNobodyKnowsWhatAFileHasThatCannotBeRead)
+{
+    copyFile();
+    writeFile(file(), "x");
+    EXPECT_THAT(restore(), succeeds(HasSubstr("Önceki dosya okunamadı: sunucunun duymadığı sıkımlar varsa")));
+}
+
+TEST_F(PuttingBack, aNewFileFromTheServerWarnsOfWhatItLacks)
+{
+    EXPECT_THAT(fromServer("bir.mdb"), succeeds(Not(HasSubstr("Uyarı"))));
+    noteThatWaits();
+    EXPECT_THAT(fromServer("iki.mdb"), succeeds(AllOf(HasSubstr("Uyarı: sunucunun duymadığı 2 değişiklik (1 sıkım)"),
+                                                      HasSubstr("Sunucu: bağlı"))));
+    std::filesystem::remove(file());
+    EXPECT_THAT(fromServer("Yag.mdb"), succeeds(Not(HasSubstr("Uyarı"))));
+}
+
 TEST_F(Leaving, oneWhoLeftMayJoinAgainAndNothingIsThereTwice)
 {
     store(Hareket::table, {pressing(45981, u"Ali")});
