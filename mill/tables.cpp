@@ -54,7 +54,11 @@ std::u16string tableNamed(const std::vector<jet::Column>& columns)
                std::equal(names.begin(), names.end(), columns.begin(),
                           [](std::u16string_view name, const jet::Column& column) { return column.name == name; });
     };
-    return std::u16string(named(Cari::fields) ? Cari::table : named(Hareket::fields) ? Hareket::table : u"");
+    return std::u16string(named(Cari::fields)      ? Cari::table
+                          : named(Hareket::fields) ? Hareket::table
+                          : named(Giden::fields)   ? Giden::table
+                          : named(Durum::fields)   ? Durum::table
+                                                   : u"");
 }
 
 void createDatabase(files::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now)

@@ -12,8 +12,8 @@ void createTables(jet::Database& database, jet::DateTime now);
 /// Makes a new database with the two tables: whole under its name, or not at all. Throws exists, disk.
 void createDatabase(files::Disk& disk, const std::filesystem::path& path, jet::Collation collation, jet::DateTime now);
 
-/// Which of the two tables has these columns: for a damaged file that does not tell its tables' names any more. Empty
-/// for any other table.
+/// Which of the program's tables has these columns: for a damaged file that does not tell its tables' names any more.
+/// Empty for any other table.
 std::u16string tableNamed(const std::vector<jet::Column>& columns);
 
 } // namespace mill

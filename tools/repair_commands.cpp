@@ -179,9 +179,11 @@ int rescueFile(files::Disk& disk, Arguments arguments)
         say(out, said("Okunamayan bir yer yok.", "Every place could be read."));
     else if (postgres::forgetRegister(disk, pathOf(arguments[1])))
         say(out,
-            said("Dosya ortak bir defterdeydi; eksiğini oradan alması için presva-mdb to-server ile yeniden bağlayın.",
-                 "The file was in a shared register; let it join again with presva-mdb to-server, to get from there "
-                 "what it lacks."));
+            said(
+                "Dosya ortak bir defterdeydi; Sunucu.ini'de Defter satırı varsa eksiğini oradan alması için presva-mdb "
+                "to-server ile yeniden bağlayın.",
+                "The file was in a shared register; where Sunucu.ini has a line Defter, let it join again with "
+                "presva-mdb to-server, to get from there what it lacks."));
     out.flush();
     return result.whole() ? 0 : savedInPart;
 }

@@ -31,10 +31,11 @@ struct Join {
 /// Nobody else may have the file open. A file that is in a register of another name is refused. One that stands at the
 /// end of this register's history already is compared with it: where they differ, `merge` joins them anew.
 ///
-/// What waited in the file as changes is there as rows: it goes with them. Throws ServerError (no line; what must be
-/// asked for and was not, see Join; a file that stands in this register's history already), badValue (a field that
-/// would not come back as it is; columns that could not take what other counters enter: then the server has the rows of
-/// the file, and from-server writes one that can) and what opening and writing files throws.
+/// A slip that waited in the file as a change is brought as that change, so that no copy of the file brings it once
+/// more; what else waited is there as rows, and goes with them. Throws ServerError (no line; what must be asked for and
+/// was not, see Join; a file that stands in this register's history already), badValue (a field that would not come
+/// back as it is; columns that could not take what other counters enter: then the server has the rows of the file, and
+/// from-server writes one that can) and what opening and writing files throws.
 Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const std::filesystem::path& file,
                      const Join& options, jet::DateTime now, const CarryProgress& progress);
 

@@ -10,6 +10,7 @@
 #include "store/postgres/schema.h"
 #include "store/postgres/server_rows.h"
 #include "store/postgres/shared_tables.h"
+#include "store/postgres/waiting_slips.h"
 
 #include <algorithm>
 #include <set>
@@ -319,7 +320,9 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     }
     Count count(progress, newCustomers.size() + newPressings.size() + onlyThere);
     addRows(connection, newCustomers, customers(), name, count);
-    addRows(connection, newPressings, pressings(), name, count);
+    const Lines asRows = bringWaitingSlips(connection, settings, *database, pressingsThere, newPressings);
+    for (std::size_t slips = newPressings.size() - asRows.size(); slips > 0; --slips) count.step();
+    addRows(connection, asRows, pressings(), name, count);
     if (ofCopy > 0) dropCopy(connection, settings.counter, name);
     requireWideColumns(database->table(mill::Cari::table), customers());
     requireWideColumns(database->table(mill::Hareket::table), pressings());

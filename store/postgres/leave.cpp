@@ -43,7 +43,8 @@ Left leaveRegister(files::Disk& disk, const std::filesystem::path& file, bool dr
 bool forgetRegister(files::Disk& disk, const std::filesystem::path& file)
 {
     const auto database = jet::Database::open(disk, file);
-    if (!placeIn(*database)) return false;
+    // Its place may be what was lost.
+    if (!database->hasTable(Durum::table) && !database->hasTable(Giden::table)) return false;
     jet::Transaction change(database->pager());
     takePlaceAway(*database);
     change.commit();

@@ -13,14 +13,14 @@ struct Left {
     std::size_t dropped = 0; ///< changes that it will not hear of
 };
 
-/// The file leaves its register and is a counter's own again; its rows stay, and no server is asked. Nobody else may
-/// have the file open. Throws badValue where the file is in no register, and, unless `dropWaiting` is given, where
-/// changes wait that the server has not confirmed: it would never hear of them. Throws what opening and writing files
-/// throws.
+/// The file leaves its register and is a counter's own again; its rows stay, and no server is asked. Slips that wait
+/// stay noted: where the file joins again, they are the same ones. Nobody else may have the file open. Throws badValue
+/// where the file is in no register, and, unless `dropWaiting` is given, where changes wait that the server has not
+/// confirmed: it would never hear of them. Throws what opening and writing files throws.
 Left leaveRegister(files::Disk& disk, const std::filesystem::path& file, bool dropWaiting);
 
 /// What was saved of a damaged file no longer knows its register's history up to its place: it leaves the register, and
-/// joins it again by its rows. False for a file that is in none.
+/// joins it again by its rows. False for a file that was never in one.
 bool forgetRegister(files::Disk& disk, const std::filesystem::path& file);
 
 /// Throws badValue where the file is in a register of another name: whoever is to join that one leaves the other first.

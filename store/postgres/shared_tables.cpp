@@ -16,21 +16,24 @@ jet::NewColumn text(std::u16string_view name, std::uint16_t size)
     return {std::u16string(name), jet::ColumnType::text, size};
 }
 
+/// Where they are missing: what was saved of a damaged file may have one of the two.
 void createTables(jet::Database& database, jet::DateTime now)
 {
-    database.createTable(std::u16string(Giden::table),
-                         {{std::u16string(Giden::fields[Giden::Sira]), jet::ColumnType::doubleFloat},
-                          text(Giden::fields[Giden::Kimlik], identityLetters),
-                          text(Giden::fields[Giden::Ne], shortText),
-                          text(Giden::fields[Giden::Unvan], longestName),
-                          {std::u16string(Giden::fields[Giden::Veri]), jet::ColumnType::memo}},
-                         {}, now);
-    database.createTable(std::u16string(Durum::table),
-                         {text(Durum::fields[Durum::Defter], longestRegister),
-                          text(Durum::fields[Durum::Kimlik], identityLetters),
-                          {std::u16string(Durum::fields[Durum::Sira]), jet::ColumnType::doubleFloat},
-                          text(Durum::fields[Durum::Iz], shortText)},
-                         {}, now);
+    if (!database.hasTable(Giden::table))
+        database.createTable(std::u16string(Giden::table),
+                             {{std::u16string(Giden::fields[Giden::Sira]), jet::ColumnType::doubleFloat},
+                              text(Giden::fields[Giden::Kimlik], identityLetters),
+                              text(Giden::fields[Giden::Ne], shortText),
+                              text(Giden::fields[Giden::Unvan], longestName),
+                              {std::u16string(Giden::fields[Giden::Veri]), jet::ColumnType::memo}},
+                             {}, now);
+    if (!database.hasTable(Durum::table))
+        database.createTable(std::u16string(Durum::table),
+                             {text(Durum::fields[Durum::Defter], longestRegister),
+                              text(Durum::fields[Durum::Kimlik], identityLetters),
+                              {std::u16string(Durum::fields[Durum::Sira]), jet::ColumnType::doubleFloat},
+                              text(Durum::fields[Durum::Iz], shortText)},
+                             {}, now);
 }
 
 void empty(jet::Table& table)
@@ -67,7 +70,7 @@ std::optional<Place> placeIn(jet::Database& database)
 
 void putPlace(jet::Database& database, const Place& place, jet::DateTime now)
 {
-    if (!database.hasTable(Durum::table)) createTables(database, now);
+    createTables(database, now);
     jet::Table& table = database.table(Durum::table);
     empty(table);
     empty(database.table(Giden::table));
@@ -108,8 +111,7 @@ Waiting waitingIn(jet::Database& database)
 
 void takePlaceAway(jet::Database& database)
 {
-    for (const auto& table : {Durum::table, Giden::table})
-        if (database.hasTable(table)) empty(database.table(table));
+    if (database.hasTable(Durum::table)) empty(database.table(Durum::table));
 }
 
 } // namespace postgres

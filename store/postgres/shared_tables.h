@@ -53,7 +53,8 @@ struct Waiting {
 
 Waiting waitingIn(jet::Database& database);
 
-/// The file belongs to no register any more; its rows stay. Inside the caller's transaction.
+/// The file belongs to no register any more; its rows stay, and so do its notes: with them the file joins again without
+/// making a slip a second one. Inside the caller's transaction.
 void takePlaceAway(jet::Database& database);
 
 } // namespace postgres

@@ -631,7 +631,7 @@ TEST_F(Leaving, isRefusedWhileChangesWaitUnlessTheyAreGivenUp)
     EXPECT_EQ(leave({"--waiting", "yes"}).code, 1);
     ASSERT_THAT(leave({"--waiting", "drop"}), succeeds());
     EXPECT_FALSE(placeOf(file()));
-    EXPECT_THAT(rowsOf(file(), mill::Giden::table), IsEmpty());
+    EXPECT_EQ(rowsOf(file(), mill::Giden::table).size(), 2U) << "it joins again with the slips' identities";
     EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
 }
 
@@ -657,6 +657,105 @@ TEST_F(Leaving, isWhatARescueWithLossesDoes)
     ASSERT_EQ(toServer().code, 0);
     EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 400U);
     EXPECT_EQ(counts(), "0|400|400\n");
+}
+
+/// A slip that waited in a file that joined again, and a copy of the file that brings it once more.
+class JoiningWithSlips : public Leaving {
+protected:
+    const std::string slip =
+        "{\"carihar\":\"Ali\",\"haktut\":\"25\",\"kimlik\":\"7d3cf1f0-5b3e-4d0b-9c77-111111111111\","
+        "\"nakit\":\"0\",\"ne\":\"sikim\",\"tarih\":\"45990.25\",\"yag\":\"200\","
+        "\"yuzde\":\"12.5\",\"zeytin\":\"1000\"}";
+
+    JoiningWithSlips()
+    {
+        store(Hareket::table, {pressing(45981, u"Ali")});
+        EXPECT_EQ(toServer().code, 0);
+    }
+    void print() const
+    {
+        store(Hareket::table, {pressing(45990.25, u"Ali", 1000)});
+        note(slip);
+    }
+    void note(const std::string& json) const
+    {
+        store(mill::Giden::table,
+              {{1.0, u"7d3cf1f0-5b3e-4d0b-9c77-111111111111", u"sikim", u"Ali", jet::fromUtf8(json)}});
+    }
+    /// What a counter's line does with the note of a copy.
+    std::string bringOnceMore() const { return sql("select presva.islet('Değirmen', 'Hat 1', '[" + slip + "]')"); }
+};
+
+TEST_F(JoiningWithSlips, aSlipThatWasLeftBehindIsTheSameOne)
+{
+    print();
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    ASSERT_THAT(toServer(), succeeds("0 cari, 2 sıkım iki yerde de aynı; yazılan 1, silinen 0.\n"));
+    EXPECT_THAT(rowsOf(file(), mill::Giden::table), IsEmpty());
+    EXPECT_EQ(sql("select giren from presva.hareket where tarih = 45990.25"), "Hat 1\n");
+    bringOnceMore();
+    EXPECT_EQ(counts(), "0|2|2\n");
+}
+
+TEST_F(JoiningWithSlips, aSlipOfARescuedFileIsTheSameOne)
+{
+    print();
+    {
+        const auto open = jet::Database::open(platform::systemDisk(), file(), jet::Pager::Mode::readOnly);
+        jet::RowId place;
+        open->table(mill::Durum::table).forEachRow([&](jet::RowId id, const jet::RowView&) {
+            place = id;
+            return false;
+        });
+        std::string bytes = textOfFile(file());
+        bytes.replace(jet::positionOf(place.page), jet::pageSize, jet::pageSize, '\xff');
+        writeFile(file(), bytes);
+    }
+    EXPECT_THAT(tool({"rescue", file(), path("saglam.mdb")}), ends(2, HasSubstr("to-server ile yeniden bağlayın")));
+    std::filesystem::rename(path("saglam.mdb"), file());
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "0|2|2\n");
+    bringOnceMore();
+    EXPECT_EQ(counts(), "0|2|2\n");
+    EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 2U);
+}
+
+TEST_F(JoiningWithSlips, aSlipThatTheRegisterHasAsARowIsNotBrought)
+{
+    print();
+    sql("insert into presva.hareket (sayac, numara, tarih, zeytin, yag, yuzde, haktut, nakit, carihar) "
+        "values ('Değirmen', 900, 45990.25, 1000, 200, 12.5, 25, 0, 'Ali')");
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "0|2|2\n");
+}
+
+TEST_F(JoiningWithSlips, aSlipWhosePressingWasDeletedHereIsNotBrought)
+{
+    note(slip);
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "0|1|1\n");
+}
+
+TEST_F(JoiningWithSlips, aSlipThatIsDoneAndDeletedComesBackAsARowWhenThatIsSaid)
+{
+    print();
+    bringOnceMore();
+    sql("delete from presva.hareket where tarih = 45990.25");
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    EXPECT_THAT(toServer(), refuses(HasSubstr("0 cari, 1 sıkım")));
+    ASSERT_THAT(toServer({"--deleted", "keep"}), succeeds(HasSubstr("yazılan 1")));
+    EXPECT_EQ(counts(), "0|2|2\n");
+}
+
+TEST_F(JoiningWithSlips, aNoteThatCannotBeReadKeepsNoPressingOut)
+{
+    store(Hareket::table, {pressing(45990.25, u"Ali", 1000)});
+    for (const char* json : {"", "{", "{}", "[7]"}) note(json);
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    ASSERT_EQ(toServer().code, 0);
+    EXPECT_EQ(counts(), "0|2|2\n");
 }
 
 /// A copy, and what waits since.
