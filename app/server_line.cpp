@@ -114,14 +114,17 @@ bool ServerLine::takeSlice()
 
 void ServerLine::tell()
 {
-    const int waiting = engine_->waitingPressings();
+    const int pressings = engine_->waitingPressings();
+    const QString waiting = pressings > 0                   ? u"%1 sıkım"_s.arg(pressings)
+                            : engine_->waitingChanges() > 0 ? u"%1 değişiklik"_s.arg(engine_->waitingChanges())
+                                                            : QString();
     QString state = u"Sunucu: "_s;
     if (!fault_.isEmpty())
         state += u"gelenler yazılamıyor: "_s + fault_;
     else if (connected_ && why_.isEmpty())
-        state += waiting > 0 ? u"%1 sıkım gönderiliyor"_s.arg(waiting) : u"bağlı"_s;
-    else if (waiting > 0)
-        state += u"%1 sıkım bekliyor"_s.arg(waiting);
+        state += waiting.isEmpty() ? u"bağlı"_s : waiting + u" gönderiliyor"_s;
+    else if (!waiting.isEmpty())
+        state += waiting + u" bekliyor"_s;
     else
         state += connected_ ? u"kabul etmiyor"_s : u"bağlantı yok"_s;
     if (!why_.isEmpty() && fault_.isEmpty()) state += u". "_s + why_;

@@ -73,6 +73,7 @@ public:
     /// This counter's changes that the server has not confirmed, in their order.
     std::vector<postgres::WaitingChange> waiting() const;
     int waitingPressings() const { return waitingPressings_; }
+    qsizetype waitingChanges() const { return waiting_.size(); } ///< with those pressings
     /// Runs after each commit with what waits since.
     void onWaiting(std::function<void(const std::vector<postgres::WaitingChange>&)> told) { told_ = std::move(told); }
 

@@ -20,6 +20,7 @@ using namespace std::chrono_literals;
 constexpr Patience patience{5000ms, 5000ms};
 constexpr auto betweenLooks = 1000ms; // at a history of which nobody has told anything: a listener is not told of all
 constexpr auto betweenTries = 1000ms; // at a server that is away
+constexpr auto betweenClocks = 2000ms;
 constexpr std::size_t changesAtOnce = 50;
 constexpr std::size_t linesAtOnce = 500;
 constexpr std::size_t mostLines = 5000; // that nobody has taken yet
@@ -50,14 +51,17 @@ struct SharedLine::State {
         while (!wake.ending()) {
             try {
                 Connection connection(settings, {}, patience, &wake);
-                const std::string ofClocks = greet(connection);
+                greet(connection);
+                ofClocks = differenceOfClocks(connection);
                 // Somebody who holds the rows is told of as a refusal, long before the server would seem to be silent.
                 connection.run("set lock_timeout = '2s'; listen presva");
                 brought = 0; // whatever became of the line before: what is done already is not done again
                 say(true, {}, ofClocks);
                 while (!wake.ending()) {
-                    const bool more = bringUnlessRefused(connection, ofClocks);
-                    if (!readSome(connection) && !more) connection.waitForNotice(betweenLooks);
+                    const bool more = bringUnlessRefused(connection);
+                    if (readSome(connection) || more) continue;
+                    lookAtClocks(connection);
+                    connection.waitForNotice(betweenLooks);
                 }
             } catch (const files::Error& error) {
                 if (!wake.ending()) say(false, sentenceOf(error), {});
@@ -74,9 +78,8 @@ struct SharedLine::State {
         }
     }
 
-    /// Is this the register that the file belongs to, and its history the one that the file knows? What is to be said
-    /// of the clocks.
-    std::string greet(Connection& connection) const
+    /// Is this the register that the file belongs to, and its history the one that the file knows?
+    void greet(Connection& connection) const
     {
         requireSchema(connection);
         const auto found = connection.ask("select kimlik from presva.sayaclar where sayac = $1", {place.name});
@@ -96,6 +99,11 @@ struct SharedLine::State {
                        "The server comes from an old copy: it has not what this file knows. Join them with "
                        "presva-mdb to-server.");
         }
+    }
+
+    /// What is to be said of the clocks; empty: they agree.
+    static std::string differenceOfClocks(Connection& connection)
+    {
         const auto now = connection.ask("select extract(epoch from clock_timestamp())::text");
         const double ahead = static_cast<double>(std::time(nullptr)) - std::stod(now[0][0].value_or("0"));
         if (std::abs(ahead) < worthTelling) return {};
@@ -105,20 +113,31 @@ struct SharedLine::State {
                           : said(" dakika geri", " minutes behind the server's"));
     }
 
+    /// A clock is put right, or wrong, while the line stands.
+    void lookAtClocks(Connection& connection)
+    {
+        if (std::chrono::steady_clock::now() < clocksAgain) return;
+        clocksAgain = std::chrono::steady_clock::now() + betweenClocks;
+        std::string found = differenceOfClocks(connection);
+        if (found == ofClocks) return;
+        ofClocks = std::move(found);
+        say(true, why, ofClocks); // `why` is written by this thread alone
+    }
+
     /// A change that the server refuses stays first and is tried again; what others do is read all the same. True when
     /// there is more to bring.
-    bool bringUnlessRefused(Connection& connection, const std::string& clockSentence)
+    bool bringUnlessRefused(Connection& connection)
     {
         if (std::chrono::steady_clock::now() < refusedUntil) return false;
         try {
             const bool more = bringSome(connection);
-            if (!why.empty()) say(true, {}, clockSentence); // `why` is written by this thread alone
+            if (!why.empty()) say(true, {}, ofClocks); // `why` is written by this thread alone
             return more;
         } catch (const ServerError& error) {
             connection.ask("select"); // a line that is lost is another matter
             refusedUntil = std::chrono::steady_clock::now() + betweenTries;
             atOnce = 1; // one that is refused does not keep those before it
-            if (why != error.sentence()) say(true, error.sentence(), clockSentence);
+            if (why != error.sentence()) say(true, error.sentence(), ofClocks);
             return false;
         }
     }
@@ -194,6 +213,8 @@ struct SharedLine::State {
     std::size_t brought = 0; ///< of the changes that wait, those that the server was told over this line
     std::size_t atOnce = changesAtOnce;
     std::chrono::steady_clock::time_point refusedUntil; ///< when a refused change is tried again
+    std::string ofClocks;                               ///< what was said of them last
+    std::chrono::steady_clock::time_point clocksAgain;  ///< when they are looked at again
     platform::Wake wake;
 
     // ---- Shared ----

@@ -151,6 +151,20 @@ private slots:
         QCOMPARE(one.messages(), QStringList());
     }
 
+    void aChangeThatIsNoPressingIsToldToWait()
+    {
+        SharedScreen one(mill->folder(1));
+        one.press(u"Ali"_s, u"1000"_s);
+        QTRY_VERIFY(one.form.status->text().contains(u"Sunucu: bağlı"_s));
+        SharedMill::server().kill();
+        one.shared.sharedEngine(one.form.DataCari.databaseName())->execute(mill::deletePressingsOf(u"Ali"_s));
+        QTRY_VERIFY2(one.form.status->text().contains(u"Sunucu: 1 değişiklik bekliyor. "_s),
+                     qPrintable(one.form.status->text()));
+        SharedMill::server().start();
+        QTRY_VERIFY_WITH_TIMEOUT(one.form.status->text().contains(u"Sunucu: bağlı"_s), 20000);
+        QCOMPARE(mill->sql("select count(*) from presva.hareket"), u"0\n"_s);
+    }
+
     void whatTheServerRefusesIsToldWithWhatToDo()
     {
         const QString folder = mill->folder(1);

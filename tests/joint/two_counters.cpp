@@ -320,8 +320,8 @@ private slots:
         const QString folder = mill->folder(3);
         CuttingProxy older(SharedMill::server().folder(), 5443, 5432, [](std::span<char> bytes) {
             constexpr std::string_view said("server_version\0", 15);
-            const auto at = std::ranges::search(bytes, said);
-            if (!at.empty()) std::ranges::copy(std::string_view("14"), at.end());
+            const auto at = std::search(bytes.begin(), bytes.end(), said.begin(), said.end());
+            if (at != bytes.end()) std::ranges::copy(std::string_view("14"), at + said.size());
         });
         SharedCounter three(folder, false);
         mill->writeIni(folder, 3, u"5443"_s);
@@ -355,6 +355,25 @@ private slots:
         }),
                  one->clock.c_str());
         QVERIFY(settled());
+        compareAll();
+    }
+
+    void aClockThatIsPutRightOrWrongIsToldWhileTheLineStands()
+    {
+        const auto says = [&](bool something) { return one->until([&] { return one->clock.empty() != something; }); };
+        mill->sql("create schema yarin; grant usage on schema yarin to presva_sayac; alter role hat1 in database " +
+                  mill->sql("select current_database()").trimmed().toStdString() +
+                  " set search_path = yarin, pg_catalog");
+        one->disconnect();
+        one->connect();
+        QVERIFY(one->press(u"Ali"_s, 1));
+        QVERIFY(settled());
+        QVERIFY(one->clock.empty());
+        mill->sql("create function yarin.clock_timestamp() returns timestamptz language sql as "
+                  "$$ select pg_catalog.clock_timestamp() + interval '1 day' $$");
+        QVERIFY(says(true));
+        mill->sql("drop function yarin.clock_timestamp()");
+        QVERIFY2(says(false), one->clock.c_str());
         compareAll();
     }
 
