@@ -201,6 +201,7 @@ const Command commands[] = {
      "CSV satırlarını bir tabloya ekler",
      "İlk satır sütun adlarıdır; eksik sütunlar varsayılan değerlerini alır, yoksa boş kalır. Ya bütün satırlar\n"
      "yüklenir ya hiçbiri; okunamayan satır numarasıyla söylenir. CSV yerine - verilirse standart girdi okunur.\n"
+     "Ortak bir defterdeki dosyaya yazmaz: öteki sayaçlar duymazdı.\n"
      "Kodlama (utf-8, utf-16le, utf-16be, 1254, 857), ayraç (, ; tab), ondalık işareti ve tarihlerin gün-ay sırası\n"
      "dosyadan anlaşılır; anlaşılamıyorsa hiçbir şey yüklenmez, söyleyecek seçenek yazılır.\n"
      "Tarihler: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 Kasım 2025, --dates mdy ile 11/20/2025 2:05 PM.\n"

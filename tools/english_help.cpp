@@ -30,6 +30,7 @@ constexpr EnglishHelp helps[] = {
      "adds the rows of a CSV to a table",
      "The first line names the columns; others get their default values or stay empty. All rows are loaded or none; a\n"
      "line that cannot be read is named by its number. With - for CSV standard input is read.\n"
+     "A file in a shared register is not written: the other counters would not hear of it.\n"
      "Encoding (utf-8, utf-16le, utf-16be, 1254, 857), delimiter (, ; tab), decimal mark and the order of day and month\n"
      "are found out; where they cannot be, nothing is loaded and the option that says it is named.\n"
      "Dates: 2025-11-20T14:05:00, 20.11.2025 14:05, 20/11/2025, 20 November 2025, with --dates mdy 11/20/2025 2:05 PM.\n"

@@ -8,6 +8,7 @@
 #include "exchange/text_source.h"
 #include "files/quoted_path.h"
 #include "store/jet/database/database.h"
+#include "store/postgres/leave.h"
 #include "tools/row_output.h"
 
 #include <algorithm>
@@ -156,6 +157,7 @@ int importTable(files::Disk& disk, Arguments arguments)
     exchange::DecodedFile text(*file, encoding ? *exchange::encodingNamed(*encoding) : exchange::foundEncoding(*file));
     const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
     tableOf(*database, parsed.words[1]);
+    postgres::requireNoRegister(*database);
     const std::uint64_t rows = jet::onWhatIsThere(database->pager(), [&] {
         Progress progress(said("Yükleniyor", "Loading"));
         return exchange::importRows(*database, parsed.words[1], text, style, std::ref(progress));

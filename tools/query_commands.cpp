@@ -3,6 +3,7 @@
 
 #include "query/statement.h"
 #include "store/jet/database/database.h"
+#include "store/postgres/leave.h"
 #include "tools/row_output.h"
 
 #include <algorithm>
@@ -82,6 +83,7 @@ int runSql(files::Disk& disk, Arguments given)
     const std::string& sql = parsed.words[1];
     if (query::writes(sql)) {
         const auto database = jet::Database::open(disk, pathOf(parsed.words[0]));
+        postgres::requireNoRegister(*database);
         const std::uint64_t rows = query::execute(*database, sql, speaksEnglish(), parameters);
         const char first = static_cast<char>(sql[sql.find_first_not_of(" \t\r\n")] | 0x20);
         sayDone(first == 'd'   ? counted(rows, " satır silindi.", " row deleted.", " rows deleted.")

@@ -110,10 +110,16 @@ void refuseShared(Connection& connection, const std::vector<std::string>& added)
         to = std::max(to.value_or(numberIn(*moment)), numberIn(*moment));
     }
     if (!from) return;
-    const std::size_t alone = missingFrom(linesOfRegisters(connection, pressings(), *from, *to), added).size();
-    if (alone == added.size()) return;
     std::string names;
-    for (const ServerRow& row : registers) names += (names.empty() ? "" : ", ") + row[0].value_or("");
+    std::vector<std::string> there;
+    for (const ServerRow& row : registers) {
+        const std::string name = row[0].value_or("");
+        const std::vector<std::string> lines = linesOfRegister(connection, pressings(), name, *from, *to);
+        if (missingFrom(lines, added).size() < added.size()) names += (names.empty() ? "" : ", ") + name;
+        there.insert(there.end(), lines.begin(), lines.end());
+    }
+    const std::size_t alone = missingFrom(there, added).size();
+    if (alone == added.size()) return;
     throw ServerError(
         said("Dosyada ortak defterde de duran sıkımlar var: ", "The file has pressings that a shared register has: ") +
         std::to_string(added.size() - alone) + " (" + names +
@@ -229,6 +235,7 @@ Carried toServer(files::Disk& disk, const ServerSettings& settings, const Path& 
     const Work onPressings = workOn(pressingsThere, wanted.pressings);
     refuseShared(connection, onPressings.added);
     if (!options.removeGone) refuseGone(onCustomers.gone.size(), onPressings.gone.size());
+    makeNameKnown(connection, settings.rowsOf());
 
     Count count(progress, onCustomers.added.size() + onCustomers.changed.size() + onPressings.added.size());
     {

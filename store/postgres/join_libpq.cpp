@@ -105,13 +105,14 @@ void requireKnownName(Connection& connection, const std::string& name, bool crea
                         "(select from "
                         "presva.hareket h where h.sayac = s.sayac) from presva.sayaclar s order by 1")) {
         const bool shared = row[1] == "t";
-        const bool hasRows = row[2] == "t"; // a joining that was cut off has none yet
+        const bool hasRows = row[2] == "t";
         if (row[0] == name && !shared && hasRows)
             throw ServerError(said("Sunucuda bu adda bir sayacın kopyası var; deftere başka bir ad verin. Hiçbir şey "
                                    "değiştirilmedi.",
                                    "The server has a copy of a counter's books under that name; give the register "
                                    "another one. Nothing was changed."));
-        if (row[0] == name) return;
+        if (row[0] == name && shared) return;
+        // A name without rows, of a copy that was refused or a joining that was cut off, is nobody's register.
         if (shared) others += (others.empty() ? "" : ", ") + row[0].value_or("");
     }
     if (others.empty() || create) return;
@@ -277,6 +278,7 @@ Carried joinRegister(files::Disk& disk, const ServerSettings& settings, const st
     const std::size_t ofCopy = name == settings.counter ? 0 : rowsOfCopy(connection, settings.counter);
     if (ofCopy > 0 && !options.dropCopy) refuseCopy(settings.counter, ofCopy);
     writeRowsOf(connection, settings);
+    makeNameKnown(connection, name);
     connection.ask("update presva.sayaclar set ortak = true where sayac = $1 and not ortak", {name});
     // No counter brings a change until this line ends: a customer whom one adds now would be there twice.
     connection.ask("select pg_advisory_lock(20011207)");

@@ -64,4 +64,17 @@ void requireNoOtherRegister(files::Disk& disk, const std::filesystem::path& file
                     ". Put the line right, or leave that register first with presva-mdb leave-register."));
 }
 
+void requireNoRegister(jet::Database& database)
+{
+    const std::optional<Place> place = placeIn(database);
+    if (!place) return;
+    refuse(database.pager().path(),
+           said(" ortak bir defterde: ", " is in a shared register: ") + place->name +
+               said(". Buradan yazılanı sunucu ve öteki sayaçlar duymaz: müşterileri ve sıkımları sayaçta girin ya da "
+                    "silin. Dosyaya ancak defterden ayrılınca (presva-mdb leave-register) buradan yazılır.",
+                    ". Neither the server nor the other counters would hear of what is written from here: enter and "
+                    "delete customers and pressings at the counter. Only a file that has left the register (presva-mdb "
+                    "leave-register) is written from here."));
+}
+
 } // namespace postgres

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/disk.h"
+#include "store/jet/database/database.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -26,5 +27,9 @@ bool forgetRegister(files::Disk& disk, const std::filesystem::path& file);
 /// Throws badValue where the file is in a register of another name: whoever is to join that one leaves the other first.
 /// An empty name means none.
 void requireNoOtherRegister(files::Disk& disk, const std::filesystem::path& file, const std::string& name);
+
+/// Throws badValue where the file is in a register: neither the server nor the other counters hear of what somebody
+/// writes into it who notes nothing down.
+void requireNoRegister(jet::Database& database);
 
 } // namespace postgres

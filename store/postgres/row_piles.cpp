@@ -71,6 +71,10 @@ void writeRowsOf(Connection& connection, const ServerSettings& settings)
     connection.ask("select set_config('presva.sayac', $1, false), set_config('presva.giren', $2, false)",
                    {owner, settings.counter});
     connection.ask("select pg_advisory_lock(20011206, hashtext($1))", {owner}); // any number that nobody else uses
+}
+
+void makeNameKnown(Connection& connection, const std::string& owner)
+{
     connection.ask("insert into presva.sayaclar (sayac) values ($1) on conflict do nothing", {owner});
 }
 

@@ -54,6 +54,8 @@ private:
 /// would carry every row twice: the second one waits. The lock goes with the session, and one that was cut off ends
 /// soon.
 void writeRowsOf(Connection& connection, const ServerSettings& settings);
+/// The server knows that name from here on; not before it is certain that something is to stand under it.
+void makeNameKnown(Connection& connection, const std::string& owner);
 
 /// Adds rows, each with a number of its own: none is given twice, also when the row is gone again.
 void addRows(Connection& connection, const std::vector<std::string>& lines, const TableShape& shape,

@@ -177,12 +177,14 @@ std::vector<std::string> goneLinesOn(Connection& connection, const TableShape& s
     return written(connection, question, shape);
 }
 
-std::vector<std::string> linesOfRegisters(Connection& connection, const TableShape& shape, double from, double to)
+std::vector<std::string> linesOfRegister(Connection& connection, const TableShape& shape, const std::string& name,
+                                         double from, double to)
 {
     const std::string moment = shape.fields.front().column;
+    connection.ask("select set_config('presva.bakilan', $1, false)", {name}); // COPY takes no values
     return written(connection,
                    "copy (select " + columnsOf(shape) + " from " + shape.table +
-                       " where sayac in (select sayac from presva.sayaclar where ortak) and " + moment + " between '" +
+                       " where sayac = current_setting('presva.bakilan') and " + moment + " between '" +
                        writtenNumber(from) + "'::float8 and '" + writtenNumber(to) + "'::float8) to stdout",
                    shape);
 }

@@ -53,8 +53,9 @@ struct ServerLine {
 /// All rows of the counter that the session's setting presva.sayac names, in the order in which they were stored.
 std::vector<ServerLine> linesOn(Connection& connection, const TableShape& shape);
 
-/// Rows of all registers that counters share whose first field, a number, lies between the two.
-std::vector<std::string> linesOfRegisters(Connection& connection, const TableShape& shape, double from, double to);
+/// Rows under that name whose first field, a number, lies between the two.
+std::vector<std::string> linesOfRegister(Connection& connection, const TableShape& shape, const std::string& name,
+                                         double from, double to);
 
 /// Throws ServerError where a register that counters share has the name of this counter: its rows are not one
 /// counter's.

@@ -226,6 +226,50 @@ TEST_F(Joining, carriesNoPressingOverAsACopyThatARegisterHas)
     EXPECT_EQ(counts(), "1|3|3\n");
 }
 
+TEST_F(Joining, namesOnlyTheRegistersThatHaveThePressings)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    sql("insert into presva.sayaclar (sayac, ortak) values ('2027', true)");
+    ASSERT_EQ(tool({"leave-register", std::filesystem::path(file()).parent_path()}).code, 0);
+    name(server().folder(), "5432", "sahip");
+    EXPECT_THAT(toServer().err, HasSubstr("ortak defterde de duran sıkımlar var: 1 (Değirmen)"));
+}
+
+TEST_F(Joining, aCopyThatWasRefusedLeavesNoNameThatARegisterCouldTake)
+{
+    store(Hareket::table, {pressing(45981, u"Ali")});
+    ASSERT_EQ(toServer().code, 0);
+    ASSERT_EQ(tool({"leave-register", std::filesystem::path(file()).parent_path()}).code, 0);
+    name(server().folder(), "5432", "sahip", "", "Hat 7");
+    ASSERT_THAT(toServer(), refuses(HasSubstr("ortak defterde de duran")));
+    EXPECT_EQ(sql("select sayac from presva.sayaclar"), "Değirmen\n");
+    name(server().folder(), "5432", "sahip", "Defter=Hat 7\n", "Hat 7");
+    sql("insert into presva.sayaclar (sayac) values ('Hat 7')"); // as a program did that knew nothing of this
+    EXPECT_THAT(toServer(), refuses(HasSubstr("Sunucuda Hat 7 adında bir defter yok; olanlar: Değirmen")));
+    EXPECT_FALSE(placeOf(file()));
+    ASSERT_EQ(toServer({"--new", "yes"}).code, 0);
+}
+
+TEST_F(Joining, nothingIsWrittenIntoAFileOfTheRegisterThatNobodyWouldHearOf)
+{
+    store(Cari::table, {{u"Ali", 12.5, jet::Null{}, 0.0}});
+    ASSERT_EQ(toServer().code, 0);
+    const std::string before = textOfFile(file());
+    writeFile(path("cari.csv"), "Unvan\nVeli\n");
+    const std::vector<std::vector<std::string>> writing = {{"sql", file(), "Delete From Cari"},
+                                                           {"sql", file(), "Update Cari Set Yuzde = 1"},
+                                                           {"sql", file(), "Insert Into Cari (Unvan) Values ('Veli')"},
+                                                           {"import", file(), "Cari", path("cari.csv")}};
+    for (const auto& command : writing)
+        EXPECT_THAT(tool(command), refuses(AllOf(HasSubstr("ortak bir defterde: Değirmen. Buradan yazılanı"),
+                                                 HasSubstr("leave-register"))));
+    EXPECT_EQ(textOfFile(file()), before);
+    EXPECT_THAT(tool({"sql", file(), "Select Unvan From Cari"}), succeeds(HasSubstr("Ali")));
+    ASSERT_EQ(tool({"leave-register", std::filesystem::path(file()).parent_path()}).code, 0);
+    for (const auto& command : writing) EXPECT_THAT(tool(command), succeeds());
+}
+
 TEST_F(Joining, takesNoCopyAwayThatIsAllThatIsLeftOfItsRows)
 {
     name(server().folder(), "5432", "sahip");
