@@ -211,7 +211,7 @@ private:
                 const bool inTable = id.page < PageNo(owned_.size()) && owned_[id.page.number()];
                 const std::optional<RowReader::Row> found = inTable ? table_.find(id) : std::nullopt;
                 if (!found) {
-                    fault = IndexFault{"bir girişin kaydı yok"};
+                    fault.emplace("bir girişin kaydı yok");
                     return false;
                 }
                 table_.keyValues(wanted.index(), found->bytes, values_);
@@ -219,10 +219,9 @@ private:
                               table_.known(wanted.index())) ||
                     !std::equal(key.begin(), key.end(), expected.begin(), expected.end())) {
                     const bool certain = keyIsCertain(wanted.index());
-                    fault =
-                        IndexFault{certain ? "bir giriş kaydından hesaplanandan farklı"
-                                           : "sıralaması bilinmeyen harfleri olan bir girişin anahtarı hesaplanamıyor",
-                                   certain};
+                    fault.emplace(certain ? "bir giriş kaydından hesaplanandan farklı"
+                                          : "sıralaması bilinmeyen harfleri olan bir girişin anahtarı hesaplanamıyor",
+                                  certain);
                     return false;
                 }
                 ++entries;
@@ -232,7 +231,7 @@ private:
             if (error.fault() != Fault::damaged && error.fault() != Fault::indexNotWritable) throw;
             return IndexFault{error.what()};
         }
-        if (!fault && entries != rows_ - wanted.rowsWithoutEntry()) fault = IndexFault{"bazı kayıtların girişi yok"};
+        if (!fault && entries != rows_ - wanted.rowsWithoutEntry()) fault.emplace("bazı kayıtların girişi yok");
         return fault;
     }
 
