@@ -76,8 +76,9 @@ private:
         return refusalOf(table_, fault, why, end);
     }
     struct IndexFault {
+        explicit IndexFault(std::string_view sentence, bool isCertain = true) : what(sentence), certain(isCertain) {}
         std::string what;
-        bool certain = true; ///< false: the index may well be right, but nobody can tell
+        bool certain; ///< false: the index may well be right, but nobody can tell
     };
     Refusal refuseIndex(const Index& index, const IndexFault& fault) const
     {
