@@ -220,12 +220,15 @@ bool namesRegister(files::Disk& disk, const std::filesystem::path& folder)
     }
 }
 
-/// What the file that goes has of a register: nothing where it is in none, and none is named.
+/// What the file that goes has of a register: nothing where neither it nor the next one is in one, and none is named.
 postgres::Unheard unheardAsItGoes(files::Disk& disk, const std::filesystem::path& old,
                                   const std::filesystem::path& next)
 {
     const postgres::Unheard found = postgres::unheardIn(disk, old, next);
-    return found.inRegister || namesRegister(disk, old.parent_path()) ? found : postgres::Unheard{};
+    const auto nextIsIn = [&] {
+        return postgres::placeIn(*jet::Database::open(disk, next, jet::Pager::Mode::readOnly)).has_value();
+    };
+    return found.inRegister || namesRegister(disk, old.parent_path()) || nextIsIn() ? found : postgres::Unheard{};
 }
 
 void refuseUnheard(const std::filesystem::path& old, const postgres::Unheard& unheard)

@@ -839,6 +839,15 @@ TEST_F(PuttingBack, isRefusedWhereOnlyTheFileThatGoesHasWhatWaits)
     EXPECT_THAT(rowsOf(file(), mill::Giden::table), IsEmpty());
 }
 
+TEST_F(PuttingBack, isRefusedWhereOnlyTheCopyIsInARegister)
+{
+    copyFile();
+    noteThatWaits();
+    ASSERT_EQ(leave({"--waiting", "drop"}).code, 0);
+    std::filesystem::remove(path("Sunucu.ini"));
+    EXPECT_THAT(restore(), refuses(HasSubstr("2 değişiklik (1 sıkım) bekliyor")));
+}
+
 TEST_F(PuttingBack, isNotRefusedWhereTheCopyBringsWhatWaits)
 {
     noteThatWaits();
