@@ -134,7 +134,9 @@ bool SlipRoad::arrives(const store::SlipNote& note, const print::Document& docum
             setAsideUnknown(note);
     });
     if (error) {
-        notice = u"Fiş basılmadı, notu kaldırılamadı: "_s + error->text();
+        notice = (taken == print::Taken::no ? u"Fiş basılmadı, notu kaldırılamadı: "_s
+                                            : described(note) + u" basıldı mı bilinmiyor, notu kenara konamadı: "_s) +
+                 error->text();
         log_.write(notice);
     }
     return false;

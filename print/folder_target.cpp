@@ -132,6 +132,9 @@ void FolderTarget::publish(Reserved& job, const std::filesystem::path& to, const
     // A second name, not a new one: where a file has come meanwhile, it stays and this fails.
     std::error_code failed;
     std::filesystem::create_hard_link(job.path, to, failed);
+    // A share may have done it and lost the answer; asked again it says that the name is taken.
+    std::error_code none;
+    if (failed && std::filesystem::equivalent(job.path, to, none)) failed.clear();
     if (failed && failed != std::errc::file_exists && !disk.exists(to)) {
         // A stick or a share gives a file one name only. The number is reserved: nobody of ours comes between.
         job.file.reset();
@@ -147,7 +150,7 @@ void FolderTarget::publish(Reserved& job, const std::filesystem::path& to, const
         disk.syncFolder(folder_);
     } catch (const files::Error&) {
         // Whoever hears of a failure must not find the file afterwards.
-        std::filesystem::remove(to, failed);
+        std::filesystem::remove(to, none);
         throw;
     }
 }

@@ -609,6 +609,20 @@ private slots:
         QCOMPARE(mill->rows("Hareket"), 0);
     }
 
+    void aNoteThatCannotBeSetAsideDoesNotCallTheSlipUnprinted()
+    {
+        const QString note = mill->database() + "-slip";
+        mill->printer.failAt = FakePrinter::Step::send;
+        mill->printer.forgetful = true;
+        mill->printer.before = [&](FakePrinter::Step step) {
+            if (step == FakePrinter::Step::send) QVERIFY(QFile::remove(note));
+        };
+        const counter::SlipOutcome outcome = mill->road.printAndBook(mill->slip("Ali"));
+        QVERIFY(!outcome.printed && !outcome.stored);
+        QVERIFY2(outcome.notice.contains("basıldı mı bilinmiyor, notu kenara konamadı: "), qPrintable(outcome.notice));
+        QCOMPARE(mill->log().size(), 1);
+    }
+
     void whatNoTableTakesIsNotPrinted_data()
     {
         // notice: begins like this

@@ -5,8 +5,10 @@
 #include "tests/support/outcome.h"
 #include "tests/support/qt_files.h"
 
+#include "base/path_text.h"
 #include "print/folder_target.h"
 #include <QDir>
+#include <filesystem>
 #include <optional>
 
 using print::FolderTarget;
@@ -166,6 +168,19 @@ private slots:
         QVERIFY(!QFile::exists(folder->filePath("fis")));
         QCOMPARE(target.submit(document(target)), 1);
         QVERIFY(QFile::exists(folder->filePath("fis/0001.pdf")));
+    }
+
+    void aJobThatHasItsNameAlreadyIsThere()
+    {
+        const print::Document one = document(*target);
+        const int job = target->createJob(one);
+        // As a share leaves it that does what it was asked for and loses the answer.
+        std::filesystem::create_hard_link(base::pathOf(folder->filePath(".0001.pdf.part")),
+                                          base::pathOf(fileOf(*target, job)));
+        target->sendAndFinish(job, one);
+        QCOMPARE(target->taken(job), print::Taken::yes);
+        QCOMPARE(files(), QStringList{"0001.pdf"});
+        QVERIFY(content("0001.pdf").startsWith("%PDF"));
     }
 
 #ifdef __linux__
