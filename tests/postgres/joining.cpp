@@ -679,22 +679,26 @@ TEST_F(Leaving, isRefusedWhileChangesWaitUnlessTheyAreGivenUp)
     EXPECT_EQ(rowsOf(file(), Hareket::table).size(), 1U);
 }
 
+/// The page of the table's last row is no page any more.
+void spoilLastPageOf(std::u16string_view table, const std::string& path)
+{
+    jet::RowId last;
+    jet::Database::open(platform::systemDisk(), path, jet::Pager::Mode::readOnly)
+        ->table(table)
+        .forEachRow([&](jet::RowId id, const jet::RowView&) {
+            last = id;
+            return true;
+        });
+    std::string bytes = textOfFile(path);
+    bytes.replace(jet::positionOf(last.page), jet::pageSize, jet::pageSize, '\xff');
+    writeFile(path, bytes);
+}
+
 TEST_F(Leaving, isWhatARescueWithLossesDoes)
 {
     for (int i = 0; i < 400; ++i) store(Hareket::table, {pressing(45981 + i, u"Ali")});
     ASSERT_EQ(toServer().code, 0);
-    {
-        // One page of the journal is no page any more.
-        const auto open = jet::Database::open(platform::systemDisk(), file(), jet::Pager::Mode::readOnly);
-        jet::RowId last;
-        open->table(Hareket::table).forEachRow([&](jet::RowId id, const jet::RowView&) {
-            last = id;
-            return true;
-        });
-        std::string bytes = textOfFile(file());
-        bytes.replace(jet::positionOf(last.page), jet::pageSize, jet::pageSize, '\xff');
-        writeFile(file(), bytes);
-    }
+    spoilLastPageOf(Hareket::table, file());
     EXPECT_THAT(tool({"rescue", file(), path("saglam.mdb")}), ends(2, HasSubstr("to-server ile yeniden bağlayın")));
     EXPECT_FALSE(placeOf(path("saglam.mdb")));
     std::filesystem::rename(path("saglam.mdb"), file());
@@ -744,17 +748,7 @@ TEST_F(JoiningWithSlips, aSlipThatWasLeftBehindIsTheSameOne)
 TEST_F(JoiningWithSlips, aSlipOfARescuedFileIsTheSameOne)
 {
     print();
-    {
-        const auto open = jet::Database::open(platform::systemDisk(), file(), jet::Pager::Mode::readOnly);
-        jet::RowId place;
-        open->table(mill::Durum::table).forEachRow([&](jet::RowId id, const jet::RowView&) {
-            place = id;
-            return false;
-        });
-        std::string bytes = textOfFile(file());
-        bytes.replace(jet::positionOf(place.page), jet::pageSize, jet::pageSize, '\xff');
-        writeFile(file(), bytes);
-    }
+    spoilLastPageOf(mill::Durum::table, file());
     EXPECT_THAT(tool({"rescue", file(), path("saglam.mdb")}), ends(2, HasSubstr("to-server ile yeniden bağlayın")));
     std::filesystem::rename(path("saglam.mdb"), file());
     ASSERT_EQ(toServer().code, 0);
