@@ -53,11 +53,16 @@ def black_in_row(file, row):
 
 
 def play(scheduler, *arguments):
-    answer = subprocess.run([under_wine, program, *arguments], env=scheduler.environment, capture_output=True, text=True)
-    print(answer.stdout)
-    if answer.returncode != 0:
-        fail(answer.stdout + answer.stderr)
-    return dict(line.split(": ") for line in answer.stdout.splitlines() if ": " in line)
+    # Into a file: the Windows that starts with it has its output, too, and ends later than the program.
+    with tempfile.TemporaryFile("w+") as output:
+        code = subprocess.run([under_wine, program, *arguments], env=scheduler.environment, stdin=subprocess.DEVNULL,
+                              stdout=output, stderr=output).returncode
+        output.seek(0)
+        said = output.read()
+    print(said)
+    if code != 0:
+        fail(f"the program has ended with {code}")
+    return dict(line.split(": ") for line in said.splitlines() if ": " in line)
 
 
 def printed_on(paper, *arguments):

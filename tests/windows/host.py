@@ -169,11 +169,11 @@ def run(under_wine, program, *arguments, environment=None):
                 scale.unplug()
 
 
-def play(under_wine, program, *arguments):
+def play(under_wine, program, *arguments, environment=None):
     """A program that asks nothing: the exit code. Its output is not left to Windows' own programs, either."""
     with Log() as said:
         return subprocess.run([under_wine, program, *arguments], stdin=subprocess.DEVNULL, stdout=said.file,
-                              stderr=said.file).returncode
+                              stderr=said.file, env=environment).returncode
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@ import html.parser
 import os
 import pathlib
 import re
+import socket
 import subprocess
 import time
 
@@ -81,20 +82,42 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
         self.environment = dict(os.environ, CUPS_SERVER=f"{self.own}/cups.sock", HOME=f"{self.own}/home")
 
     def __enter__(self):
-        self.running = subprocess.Popen(["/usr/sbin/cupsd", "-f", "-c", self.own / "cupsd.conf", "-s",
-                                         self.own / "cups-files.conf"], env=self.environment)
-        for _ in range(100):
-            if subprocess.run(["lpstat", "-r"], env=self.environment, stdout=subprocess.DEVNULL).returncode == 0:
-                break
-            time.sleep(0.1)
-        for command in (["lpadmin", "-p", "slip", "-E", "-v", "keep:/x", "-P", self.own / "driver.ppd"],
-                        ["lpadmin", "-d", "slip"]):
-            subprocess.run(command, env=self.environment, check=True, stderr=subprocess.DEVNULL)
+        # Its output is no file of the test's: whoever waits for the end of that would wait for this scheduler, too.
+        with open(self.own / "output", "wb") as output:
+            self.running = subprocess.Popen(["/usr/sbin/cupsd", "-f", "-c", self.own / "cupsd.conf", "-s",
+                                             self.own / "cups-files.conf"], env=self.environment,
+                                            stdin=subprocess.DEVNULL, stdout=output, stderr=output)
+        try:
+            self.wait_until_it_listens()
+            for command in (["lpadmin", "-p", "slip", "-E", "-v", "keep:/x", "-P", self.own / "driver.ppd"],
+                            ["lpadmin", "-d", "slip"]):
+                done = subprocess.run(command, env=self.environment, capture_output=True, text=True)
+                if done.returncode != 0:
+                    self.fail(f"{' '.join(map(str, command))}: {done.stderr}")
+        except BaseException:  # whatever it was, nobody else ends the scheduler
+            self.__exit__()
+            raise
         return self
 
     def __exit__(self, *_):
         self.running.kill()
         self.running.wait()
+
+    def fail(self, sentence):
+        said = "".join(file.read_text(errors="replace") for file in (self.own / "output", self.own / "error_log")
+                       if file.exists())
+        raise SystemExit(f"the print scheduler: {sentence}\n{said}")
+
+    def wait_until_it_listens(self):
+        """By a connection: lpstat -r says by no exit code whether there is a scheduler."""
+        for _ in range(600):
+            if self.running.poll() is not None:
+                self.fail(f"it has ended with {self.running.returncode}")
+            with socket.socket(socket.AF_UNIX) as line:
+                if line.connect_ex(self.environment["CUPS_SERVER"]) == 0:
+                    return
+            time.sleep(0.05)
+        self.fail("after 30 s it takes no connection")
 
     def jobs(self):
         """How many it ever took."""
@@ -108,6 +131,8 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
             if file.exists():
                 break
             time.sleep(0.1)
+        else:
+            self.fail(f"job {job} is not printed after 20 s")
         subprocess.run(["ps2pdf", file, file.with_suffix(".pdf")], check=True)
         return file.with_suffix(".pdf")
 

@@ -42,8 +42,9 @@ def through_a_driver(folder):
     own = folder / "cups"
     own.mkdir()
     with Scheduler(own, "X80MM") as scheduler:
-        subprocess.run([under_wine, binaries / "presva-mdb.exe", "create", folder / "Yag.mdb"], check=True,
-                       env=scheduler.environment)
+        if host.play(under_wine, binaries / "presva-mdb.exe", "create", folder / "Yag.mdb",
+                     environment=scheduler.environment) != 0:
+            sys.exit("slip_words: no database could be made")
         if host.run(under_wine, binaries / "presva-scenario.exe", scenario, "--dir", folder, "--now",
                     "2025-11-20 14:05:00", environment=scheduler.environment) != 0:
             sys.exit("slip_words: the scenario was not played to its end")
