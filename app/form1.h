@@ -316,7 +316,7 @@ private:
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
     /// What the operator must come to see, in a box; the status line no longer says it.
-    void showUnseen();
+    void status_Click();
     /// The second of these, which asks nobody.
     void showJournalSize();
     /// Ends the action where a whole table may not be emptied from this counter.

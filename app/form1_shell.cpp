@@ -34,7 +34,7 @@ void Form1::wireShell()
 {
     PrgExit->onClick([this] { PrgExit_Click(); });
     Command1->onClick([this] { Command1_Click(); });
-    status->onClick([this] { showUnseen(); });
+    status->onClick([this] { status_Click(); });
     for (int Index = 0; Index < KapCmd.size(); ++Index) KapCmd[Index]->onClick([this, Index] { KapCmd_Click(Index); });
     for (KeyLabel* key : Label1) key->onFingerUp([this] { Form_MouseMove(); });
     // Windows that is switched off ends its programs without closing a window first.
@@ -89,10 +89,11 @@ void Form1::showJournalSize()
                                                                      base::wholePattern, surroundings_.regional)));
 }
 
-void Form1::showUnseen()
+void Form1::status_Click()
 {
-    const QStringList unseen = status->takeUnseen();
-    if (!unseen.isEmpty()) surroundings_.prompt.exclamation(unseen.join(u"\n\n"_s));
+    QStringList sentences = status->takeUnseen();
+    if (sentences.isEmpty()) sentences = status->cutShort();
+    if (!sentences.isEmpty()) surroundings_.prompt.exclamation(sentences.join(u"\n\n"_s));
 }
 
 void Form1::journalShrunk()

@@ -112,6 +112,14 @@ QStringList StatusLine::facts() const
 
 QString StatusLine::unseen() const { return u"⚠ Okumak için dokunun: "_s + unseen_.join(u" · "_s); }
 
+QStringList StatusLine::cutShort() const
+{
+    if (fontMetrics().horizontalAdvance(text()) <= room()) return {};
+    QStringList sentences = facts();
+    if (!notice_.isEmpty()) sentences.prepend(notice_);
+    return sentences;
+}
+
 QString StatusLine::text() const
 {
     QStringList all = facts();
@@ -119,6 +127,8 @@ QString StatusLine::text() const
     if (!unseen_.isEmpty()) all.prepend(unseen());
     return all.join(gap);
 }
+
+int StatusLine::room() const { return width() - 2 * margin; }
 
 void StatusLine::refresh()
 {
@@ -144,13 +154,12 @@ void StatusLine::paintEvent(QPaintEvent*)
 {
     // A long sentence gives way, not the facts behind it. Its middle goes: what was refused, or the file, stands at its
     // beginning, and the thing to do at its end. What must be seen and what is said of the last slip share the room.
-    const int room = width() - 2 * margin;
     const auto widthOf = [this](const QString& text) { return fontMetrics().horizontalAdvance(text); };
     QStringList sentences;
     if (!unseen_.isEmpty()) sentences << unseen();
     if (!notice_.isEmpty()) sentences << notice_;
     QString shown;
-    int left = room - widthOf(facts().join(gap));
+    int left = room() - widthOf(facts().join(gap));
     for (qsizetype more = sentences.size(); more > 0; --more) {
         const QString sentence = sentences[sentences.size() - more];
         const int share = left / static_cast<int>(more) - widthOf(gap);
@@ -164,7 +173,7 @@ void StatusLine::paintEvent(QPaintEvent*)
     painter.drawLine(0, 0, width(), 0);
     painter.setPen(painting::ink);
     painter.drawText(rect().adjusted(margin, 1, -margin, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                     painter.fontMetrics().elidedText(shown, Qt::ElideRight, room));
+                     painter.fontMetrics().elidedText(shown, Qt::ElideRight, room()));
 }
 
 } // namespace app

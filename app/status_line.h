@@ -37,6 +37,8 @@ public:
     void keepUntilSeen(const QString& sentence);
     /// All of that, in the order in which it came; the line no longer says it.
     QStringList takeUnseen();
+    /// All that the line says, where it does not fit on it; else nothing.
+    QStringList cutShort() const;
     void onClick(Action click) { click_ = std::move(click); }
     void setPrinter(const QString& fact) { set(printer_, fact); }
     void setDataFile(const QString& fact) { set(dataFile_, fact); }
@@ -58,6 +60,7 @@ private:
     void tick();
     QString scaleFact() const;
     QStringList facts() const;
+    int room() const; ///< for text, in pixels
     QString unseen() const;
 
     int port_ = 0;

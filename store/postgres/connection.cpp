@@ -103,6 +103,13 @@ std::optional<ServerError> errorOfOurSide(const std::string& message)
                  "The server asks for a password: ~/.pgpass has no line for this server and user, or is "
                  "not of mode 600."),
             message);
+    if (says("root certificate file")) // missing, or not to be read
+        return ServerError(
+            said("Sunucunun sertifika dosyası yok ya da okunamıyor; sunucunun server.crt dosyasını programın "
+                 "klasörüne koyup adını Sunucu.ini'deki Sertifika satırına yazın.",
+                 "The file of the server's certificate is missing or cannot be read; put the server's server.crt into "
+                 "the program's folder and its name into the line Sertifika of Sunucu.ini."),
+            message);
     if (says("certificate"))
         return ServerError(
             said("Sunucunun sertifikası tutmuyor; Sunucu.ini'deki Adres sertifikada yazan ad, Sertifika "

@@ -145,6 +145,22 @@ private slots:
         QVERIFY(painted != line->grab().toImage());
     }
 
+    void aLineThatIsCutIsToldWholeAndOneThatFitsIsNot()
+    {
+        line->resize(1366, 28);
+        line->setNotice(u"Fiş yazılmadı."_s);
+        line->setDataFile(u"Yag.mdb: 6.201 kayıt"_s);
+        QCOMPARE(line->cutShort(), QStringList());
+        const QString refused = u"Sunucu: 3 sıkım bekliyor. "_s + QString(300, u'x');
+        line->setServer(refused);
+        QCOMPARE(line->cutShort(),
+                 (QStringList{u"Fiş yazılmadı."_s, u"Terazi: bağlı değil"_s, u"Yag.mdb: 6.201 kayıt"_s, refused}));
+        line->setNotice({});
+        QCOMPARE(line->cutShort().size(), 3);
+        line->resize(30000, 28);
+        QCOMPARE(line->cutShort(), QStringList());
+    }
+
     void idleLineHasNoTimer()
     {
         line->show();
