@@ -50,7 +50,7 @@ Browser::Browser()
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, orders.read, 3);
     posix_spawn_file_actions_adddup2(&actions, answers.write, 4);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    for (const int output : {1, 2}) posix_spawn_file_actions_addopen(&actions, output, "/dev/null", O_WRONLY, 0);
     const QByteArray profile = "--user-data-dir=" + profile_.path().toUtf8();
     std::vector<const char*> arguments = {"chromium",
                                           "--headless=new",
@@ -95,7 +95,10 @@ QJsonObject Browser::next()
 {
     while (!unread_.contains('\0')) {
         pollfd ready{fromBrowser_, POLLIN, 0};
-        if (poll(&ready, 1, patience) <= 0) qFatal("chromium does not answer");
+        if (poll(&ready, 1, patience) <= 0) {
+            kill(process_, SIGKILL); // nobody else would
+            qFatal("chromium does not answer");
+        }
         std::array<char, 65536> piece{};
         const ssize_t count = read(fromBrowser_, piece.data(), piece.size());
         if (count <= 0) qFatal("chromium has ended");

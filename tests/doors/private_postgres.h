@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -64,33 +65,20 @@ public:
     /// The folder of the socket.
     std::filesystem::path folder() const { return folder_; }
 
+    /// Throws what the server says where it does not answer within a minute.
     void start()
     {
-        const std::string program = programs() / "postgres";
-        const std::string place = data();
-        child_ = ::fork();
-        if (child_ < 0) throw std::system_error(errno, std::generic_category(), "fork");
-        if (child_ == 0) {
-            if (user_ != nullptr &&
-                (::setgroups(0, nullptr) != 0 || ::setgid(user_->pw_gid) != 0 || ::setuid(user_->pw_uid) != 0))
-                ::_exit(126);
-            ::prctl(PR_SET_PDEATHSIG, SIGQUIT);
-            if (::freopen((place + "/log").c_str(), "a", stderr) == nullptr) ::_exit(126);
-            ::execl(program.c_str(), "postgres", "-D", place.c_str(), "-k", folder_.c_str(), "-c",
-                    "recovery_init_sync_method=syncfs", "-c", "max_connections=40", nullptr);
-            ::_exit(127);
+        using Clock = std::chrono::steady_clock;
+        const auto until = Clock::now() + std::chrono::minutes(1);
+        for (launch(); Clock::now() < until; ::usleep(50000)) {
+            // Backends of a server that was killed may still be ending: it is started again until they are gone.
+            if (::waitpid(child_, nullptr, WNOHANG) == child_)
+                launch();
+            else if (psql("select 1", "postgres").code == 0)
+                return;
         }
-        for (int attempt = 0; attempt < 1200; ++attempt) {
-            int status = 0;
-            if (::waitpid(child_, &status, WNOHANG) == child_) {
-                // Backends of a server that was killed may still be ending.
-                ::usleep(50000);
-                return start();
-            }
-            if (psql("select 1", "postgres").code == 0) return;
-            ::usleep(50000);
-        }
-        throw std::runtime_error("the server does not start: " + textOfFile(place + "/log"));
+        kill();
+        throw std::runtime_error("the server does not start: " + textOfFile(std::filesystem::path(data()) / "log"));
     }
     void stop() { end(SIGINT); }
     void kill() { end(SIGKILL); }
@@ -168,6 +156,22 @@ private:
         return std::ranges::max(versions) / "bin";
     }
     std::string data() const { return folder_ / "data"; }
+    void launch()
+    {
+        const std::string program = programs() / "postgres";
+        const std::string place = data();
+        child_ = ::fork();
+        if (child_ < 0) throw std::system_error(errno, std::generic_category(), "fork");
+        if (child_ > 0) return;
+        if (user_ != nullptr &&
+            (::setgroups(0, nullptr) != 0 || ::setgid(user_->pw_gid) != 0 || ::setuid(user_->pw_uid) != 0))
+            ::_exit(126);
+        ::prctl(PR_SET_PDEATHSIG, SIGQUIT);
+        if (::freopen((place + "/log").c_str(), "a", stderr) == nullptr) ::_exit(126);
+        ::execl(program.c_str(), "postgres", "-D", place.c_str(), "-k", folder_.c_str(), "-c",
+                "recovery_init_sync_method=syncfs", "-c", "max_connections=40", nullptr);
+        ::_exit(127);
+    }
     void end(int signal)
     {
         if (child_ <= 0) return;

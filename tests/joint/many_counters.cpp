@@ -7,9 +7,11 @@
 #include <QRegularExpression>
 #include <QtTest>
 #include <cmath>
+#include <csignal>
 #include <map>
 #include <memory>
 #include <set>
+#include <sys/prctl.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -45,6 +47,8 @@ class ManyCounters : public QObject {
     {
         counter.process = std::make_unique<QProcess>();
         counter.process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        // A test that crashes must not leave its counters running.
+        counter.process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
         counter.process->start(QString::fromUtf8(COUNTER_PROCESS),
                                {counter.folder, QString::number(counter.first), QString::number(counter.count),
                                 QString::number(counter.pause)});

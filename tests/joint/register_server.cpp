@@ -79,6 +79,7 @@ int start(const Path& folder)
     const bool ready =
         await([&] { return std::filesystem::exists(folder / "hazir") || ::waitpid(child, nullptr, WNOHANG) == child; });
     if (ready && std::filesystem::exists(folder / "hazir")) return 0;
+    ::kill(child, SIGKILL);
     std::fprintf(stderr, "%s", textOfFile(folder / "log").c_str());
     return 1;
 }

@@ -21,34 +21,6 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-class LiveProgram : public testing::Test {
-protected:
-    LiveProgram() { mill::createDatabase(platform::systemDisk(), folder_ / "Yag.mdb", jet::turkish, {}); }
-
-    std::string folder() const { return folder_.path().string(); }
-    static std::string port() { return std::to_string(20'000 + getpid() % 20'000); }
-    /// Runs for two seconds and is then told to stop.
-    Outcome serve(std::vector<std::string> more = {}) const
-    {
-        std::vector<std::string> arguments = {"--preserve-status", "-s",        "TERM",   "2",   PRESVA_LIVE, folder(),
-                                              "--address",         "127.0.0.1", "--port", port()};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return run({.program = "timeout", .arguments = arguments});
-    }
-
-    TemporaryFolder folder_;
-};
-
-TEST_F(LiveProgram, showsACodeOnTheTerminalAndAsAPageUntilItIsStopped)
-{
-    EXPECT_THAT(serve(), succeeds(AllOf(HasSubstr("https://127.0.0.1:" + port() + "/#"), HasSubstr("Parmak izi: "))));
-    EXPECT_THAT(filesIn(folder_ / "Canli"), testing::ElementsAre("karekod.html", "kilit", "sertifika.pem"));
-    EXPECT_THAT(textOfFile(folder_ / "Canli" / "karekod.html"), HasSubstr("Telefonlara kapalı"));
-    struct stat facts {};
-    ASSERT_EQ(stat((folder_ / "Canli").c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 0777, 0700);
-}
-
 /// A program that runs beside the test until it is stopped.
 class Beside {
 public:
@@ -60,8 +32,8 @@ public:
         words.push_back(nullptr);
         posix_spawn_file_actions_t files{};
         posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, said().c_str(), O_WRONLY | O_CREAT, 0600);
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, said("out").c_str(), O_WRONLY | O_CREAT, 0600);
+        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, said("err").c_str(), O_WRONLY | O_CREAT, 0600);
         if (posix_spawn(&process_, PRESVA_LIVE, &files, nullptr, words.data(), environ) != 0) process_ = -1;
         posix_spawn_file_actions_destroy(&files);
     }
@@ -81,17 +53,22 @@ public:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
     bool runs() const { return process_ > 0 && waitpid(process_, nullptr, WNOHANG) == 0; }
-    std::string error() const { return textOfFile(said()); }
+    std::string output() const { return textOfFile(said("out")); }
+    std::string error() const { return textOfFile(said("err")); }
 
 private:
-    std::filesystem::path said() const { return folder_ / "stderr"; }
+    std::filesystem::path said(const char* where) const { return folder_ / where; }
 
     TemporaryFolder folder_;
     pid_t process_ = -1;
 };
 
-class LiveProgramBeside : public LiveProgram {
+class LiveProgram : public testing::Test {
 protected:
+    LiveProgram() { mill::createDatabase(platform::systemDisk(), folder_ / "Yag.mdb", jet::turkish, {}); }
+
+    std::string folder() const { return folder_.path().string(); }
+    static std::string port() { return std::to_string(20'000 + getpid() % 20'000); }
     std::filesystem::path own() const { return folder_ / "Canli"; }
     std::filesystem::path page() const { return own() / "karekod.html"; }
     std::vector<std::string> arguments() const { return {folder(), "--address", "127.0.0.1", "--port", port()}; }
@@ -109,10 +86,32 @@ protected:
     {
         return becomes([this] { return exists(page()) && textOfFile(page()).find("/#") != std::string::npos; });
     }
+    /// Runs until it shows a code, and is then told to stop.
+    Outcome serve(const std::vector<std::string>& more = {}) const
+    {
+        std::vector<std::string> words = arguments();
+        words.insert(words.end(), more.begin(), more.end());
+        Beside program(words);
+        EXPECT_TRUE(showsACode()) << program.error();
+        const int code = program.stop();
+        return {code, program.output(), program.error()};
+    }
+
+    TemporaryFolder folder_;
 };
 
+TEST_F(LiveProgram, showsACodeOnTheTerminalAndAsAPageUntilItIsStopped)
+{
+    EXPECT_THAT(serve(), succeeds(AllOf(HasSubstr("https://127.0.0.1:" + port() + "/#"), HasSubstr("Parmak izi: "))));
+    EXPECT_THAT(filesIn(folder_ / "Canli"), testing::ElementsAre("karekod.html", "kilit", "sertifika.pem"));
+    EXPECT_THAT(textOfFile(folder_ / "Canli" / "karekod.html"), HasSubstr("Telefonlara kapalı"));
+    struct stat facts {};
+    ASSERT_EQ(stat((folder_ / "Canli").c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777, 0700);
+}
+
 /// Neither its telephones nor its code nor its certificate are touched.
-TEST_F(LiveProgramBeside, aSecondOneInTheFolderIsRefused)
+TEST_F(LiveProgram, aSecondOneInTheFolderIsRefused)
 {
     Beside first(arguments());
     ASSERT_TRUE(showsACode());
@@ -134,7 +133,7 @@ TEST_F(LiveProgramBeside, aSecondOneInTheFolderIsRefused)
     EXPECT_FALSE(exists(own() / "telefonlar"));
 }
 
-TEST_F(LiveProgramBeside, goesOnWhenThePageCannotBeWritten)
+TEST_F(LiveProgram, goesOnWhenThePageCannotBeWritten)
 {
     // A folder of that name stands in the way of everybody, the administrator too.
     create_directories(page());
@@ -150,7 +149,7 @@ TEST_F(LiveProgramBeside, goesOnWhenThePageCannotBeWritten)
     EXPECT_EQ(program.stop(), 0);
 }
 
-TEST_F(LiveProgramBeside, makesItsFolderAnewWhenItIsRemoved)
+TEST_F(LiveProgram, makesItsFolderAnewWhenItIsRemoved)
 {
     Beside program(arguments());
     ASSERT_TRUE(showsACode());

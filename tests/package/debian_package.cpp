@@ -13,6 +13,7 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <sys/prctl.h>
 
 using namespace Qt::StringLiterals;
 
@@ -94,6 +95,7 @@ private slots:
         const Outcome installed = dpkg({u"--install"_s, package_});
         QVERIFY2(installed.code == 0, qPrintable(installed.out));
 
+        server_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }); // whatever ends this test
         server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1280x1024x24"_s, u"-nolisten"_s,
                                   u"tcp"_s, u"-noreset"_s});
         QVERIFY2(server_.waitForStarted() && server_.waitForReadyRead(20000),

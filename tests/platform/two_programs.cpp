@@ -214,14 +214,21 @@ TEST_F(TwoPrograms, oneThatKeepsTheFileOpenForWritingIsNotWrittenOver)
     ASSERT_TRUE(::pipe(said) == 0 && ::pipe(told) == 0);
     Process keeping([&] {
         ::close(told[1]);
+        ::close(said[0]);
         char byte = 'd';
         if (::open(file.c_str(), O_RDWR) < 0 || ::write(said[1], &byte, 1) != 1) ::_exit(1);
         [[maybe_unused]] const auto end = ::read(told[0], &byte, 1);
     });
+    // The other one ends when it has nobody to wait for: before anything is asked that may end this test.
+    ::close(said[1]);
+    ::close(told[0]);
     char byte = 0;
-    ASSERT_EQ(::read(said[0], &byte, 1), 1);
-    ASSERT_EQ(faultOf([&] { work(*database, 1); }), Fault::inUse);
+    const auto count = ::read(said[0], &byte, 1);
+    const auto fault = faultOf([&] { work(*database, 1); });
     ::close(told[1]);
+    ::close(said[0]);
+    ASSERT_EQ(count, 1);
+    ASSERT_EQ(fault, Fault::inUse);
     ASSERT_TRUE(keeping.wait());
     work(*database, 1);
     ASSERT_EQ(common(*database).size(), 1U);

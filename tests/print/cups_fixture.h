@@ -278,7 +278,7 @@ private:
                                                   own + "cache\nStateDir " + own + "state\nTempDir " + own +
                                                   "temp\nServerBin " + own + "bin\nErrorLog " + own +
                                                   "error_log\nAccessLog " + own + "access_log\nPageLog " + own +
-                                                  "page_log\nSandboxing relaxed\n");
+                                                  "page_log\nPrintcap " + own + "printcap\nSandboxing relaxed\n");
     }
 
     bool writeSchedulersConfiguration(bool keepsDocuments) const

@@ -6,6 +6,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 import time
 import tty
 
@@ -18,12 +19,18 @@ link = pathlib.Path(prefix + ".ports/com1")
 
 def heard(write):
     """What the program says after `write` has had the other end of the line."""
-    running = subprocess.Popen([under_wine, program, "COM1", "9600"], stdout=subprocess.PIPE)
-    first = running.stdout.readline().strip()
-    if first != b"open":
-        sys.exit(f"COM1 does not open: {first}")
-    write()
-    return running.stdout.read().replace(b"\r\n", b"\n"), running.wait()
+    # Into a file: what Windows itself runs has its output, too, and may end later than the program.
+    with tempfile.NamedTemporaryFile() as output:
+        said = pathlib.Path(output.name).read_bytes
+        running = subprocess.Popen([under_wine, program, "COM1", "9600"], stdin=subprocess.DEVNULL, stdout=output)
+        while running.poll() is None and b"\n" not in said():
+            time.sleep(0.02)
+        first, _, _ = said().partition(b"\n")
+        if first.strip() != b"open":
+            sys.exit(f"COM1 does not open: {said()}")
+        write()
+        code = running.wait()
+        return said().partition(b"\n")[2].replace(b"\r\n", b"\n"), code
 
 
 def play(sent):

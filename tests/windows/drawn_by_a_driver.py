@@ -53,22 +53,23 @@ def black_in_row(file, row):
 
 
 def play(scheduler, *arguments):
-    # Into a file: the Windows that starts with it has its output, too, and ends later than the program.
-    with tempfile.TemporaryFile("w+") as output:
+    # Into files: what Windows itself runs has its output, too, and may end later than the program.
+    with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as errors:
         code = subprocess.run([under_wine, program, *arguments], env=scheduler.environment, stdin=subprocess.DEVNULL,
-                              stdout=output, stderr=output).returncode
+                              stdout=output, stderr=errors).returncode
         output.seek(0)
+        errors.seek(0)
         said = output.read()
-    print(said)
+        print(said, errors.read())
     if code != 0:
         fail(f"the program has ended with {code}")
-    return dict(line.split(": ") for line in said.splitlines() if ": " in line)
+    return dict(line.split(": ", 1) for line in said.splitlines() if ": " in line)
 
 
 def printed_on(paper, *arguments):
     """What the program said, and the file of its job, on a printer whose usual paper is that; in a Windows that starts
     anew, for that is when it looks for printers."""
-    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=host.prefix_of(under_wine)), check=True)
+    host.end_windows(under_wine)
     folder = pathlib.Path(tempfile.mkdtemp(dir=all_folders))
     with Scheduler(folder, paper) as scheduler:
         said, file = play(scheduler, *arguments), scheduler.printed(1)

@@ -19,6 +19,18 @@ def prefix_of(under_wine):
     return os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
 
 
+def end_windows(under_wine):
+    """Waits until nothing runs in that Windows; the next program starts it anew. Something that goes on is a failure, and
+    ended for those who come after."""
+    environment = dict(os.environ, WINEPREFIX=prefix_of(under_wine))
+    try:
+        subprocess.run(["wineserver", "--wait"], env=environment, check=True, timeout=60)
+    except subprocess.TimeoutExpired:
+        running = subprocess.run(["pgrep", "-a", "-f", r"\.exe"], capture_output=True, text=True).stdout
+        subprocess.run(["wineserver", "--kill"], env=environment)
+        sys.exit(f"after 60 s there is something that still runs in that Windows; programs of any Windows:\n{running}")
+
+
 class Scale:
     """The scale's end of a pseudo-terminal, which is COM1."""
 
@@ -165,6 +177,9 @@ def run(under_wine, program, *arguments, environment=None):
                 running.stdin.flush()
             return running.returncode
         finally:
+            if running.poll() is None:  # what it asked could not be answered
+                running.kill()
+                running.wait()
             if scale.ends:
                 scale.unplug()
 

@@ -70,7 +70,7 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
         backend.chmod(0o700)
         places = {"ServerRoot": "root", "RequestRoot": "spool", "CacheDir": "cache", "StateDir": "state",
                   "TempDir": "temp", "ServerBin": "bin", "ErrorLog": "error_log", "AccessLog": "access_log",
-                  "PageLog": "page_log"}
+                  "PageLog": "page_log", "Printcap": "printcap"}
         (self.own / "cups-files.conf").write_text(
             "".join(f"{key} {self.own}/{place}\n" for key, place in places.items()) + "Sandboxing relaxed\n")
         (self.own / "cupsd.conf").write_text(
@@ -84,14 +84,14 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
     def __enter__(self):
         # Its output is no file of the test's: whoever waits for the end of that would wait for this scheduler, too.
         with open(self.own / "output", "wb") as output:
-            self.running = subprocess.Popen(["/usr/sbin/cupsd", "-f", "-c", self.own / "cupsd.conf", "-s",
-                                             self.own / "cups-files.conf"], env=self.environment,
+            # A test that is killed must not leave it running.
+            self.running = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "/usr/sbin/cupsd", "-f", "-c", self.own / "cupsd.conf", "-s", self.own / "cups-files.conf"], env=self.environment,
                                             stdin=subprocess.DEVNULL, stdout=output, stderr=output)
         try:
             self.wait_until_it_listens()
             for command in (["lpadmin", "-p", "slip", "-E", "-v", "keep:/x", "-P", self.own / "driver.ppd"],
                             ["lpadmin", "-d", "slip"]):
-                done = subprocess.run(command, env=self.environment, capture_output=True, text=True)
+                done = subprocess.run(command, env=self.environment, capture_output=True, text=True, timeout=60)
                 if done.returncode != 0:
                     self.fail(f"{' '.join(map(str, command))}: {done.stderr}")
         except BaseException:  # whatever it was, nobody else ends the scheduler

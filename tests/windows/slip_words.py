@@ -38,7 +38,7 @@ def as_file(folder):
 
 def through_a_driver(folder):
     # Windows looks for its printers when it starts.
-    subprocess.run(["wineserver", "--wait"], env=dict(os.environ, WINEPREFIX=host.prefix_of(under_wine)), check=True)
+    host.end_windows(under_wine)
     own = folder / "cups"
     own.mkdir()
     with Scheduler(own, "X80MM") as scheduler:
