@@ -58,6 +58,22 @@ private slots:
         QVERIFY2(form->status->text().contains(u"Yag.mdb-slip-1"_s), qPrintable(form->status->text()));
     }
 
+    void tapOnTheLineTellsWhatDoesNotFitOnIt()
+    {
+        form->start();
+        QTest::mouseClick(form->status, Qt::LeftButton);
+        QCOMPARE(screen->prompt.exclamations, QStringList()); // all of it is there to be read
+        const QString refused = u"Sunucu: 3 sıkım bekliyor. "_s + u"neden "_s.repeated(100) + u"düzeltin."_s;
+        form->status->setServer(refused);
+        form->status->keepUntilSeen(u"Yag.mdb-slip-1: fiş 1"_s);
+        QTest::mouseClick(form->status, Qt::LeftButton);
+        QCOMPARE(screen->prompt.exclamations, QStringList{u"Yag.mdb-slip-1: fiş 1"_s}); // first what must be seen
+        QTest::mouseClick(form->status, Qt::LeftButton);
+        QCOMPARE(screen->prompt.exclamations.size(), 2);
+        QVERIFY(screen->prompt.exclamations[1].endsWith(u"\n\n"_s + refused));
+        QCOMPARE(form->AktifKontrol, 0.0f);
+    }
+
     void controlsCarryTheirNames()
     {
         for (const char* name :
