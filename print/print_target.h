@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/error.h"
 #include "print/layout.h"
 #include "print/paper.h"
 #include <QByteArray>
@@ -21,6 +22,12 @@ enum class Taken {
     yes,
     no,      ///< it never had the whole of it, and prints nothing
     unknown, ///< it knows nothing of the job, or no longer: it may have printed it
+};
+
+/// Error 482 of a job of which nobody knows whether it was printed: the target does not know it, or cannot be asked.
+class PerhapsPrinted : public base::RuntimeError {
+public:
+    using base::RuntimeError::RuntimeError;
 };
 
 /// Where print jobs go: the system's print queue, or a folder. Everything that fails here is base::RuntimeError 482.
@@ -59,7 +66,8 @@ public:
     /// What a status line can say about it, in the operator's language. Never fails.
     virtual QString stateText() noexcept = 0;
 
-    /// Both steps at once; a job that fails is cancelled.
+    /// Both steps at once. A job that did not arrive is cancelled, and the failure goes on; PerhapsPrinted where it may
+    /// have.
     int submit(const Document& document);
 };
 

@@ -69,7 +69,7 @@ public:
     void setTitle(const QString& title) { title_ = title; }
 
     /// Sends the job and waits until the target has taken it over; does nothing if nothing was printed.
-    /// If it throws (482), the job is gone, unsent.
+    /// If it throws (482), the job is gone, unsent; but for PerhapsPrinted.
     void endDoc();
     /// Forgets the job. Never fails.
     void killDoc() noexcept;

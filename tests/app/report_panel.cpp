@@ -916,6 +916,41 @@ private slots:
         QCOMPARE(printer.sent.size(), 2);
     }
 
+    void statementWhoseSendingFailsIsCalledWhatItIs_data()
+    {
+        QTest::addColumn<bool>("answerLost");
+        QTest::addColumn<bool>("forgetful");
+        QTest::addColumn<bool>("silent");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("it has not arrived") << false << false << false << u"Döküm basılmadı: "_s;
+        QTest::newRow("only the answer was lost") << true << false << false << u""_s;
+        QTest::newRow("the printer does not know it") << true << true << false << u"Döküm basıldı mı bilinmiyor ("_s;
+        QTest::newRow("the printer cannot be asked") << false << false << true << u"Döküm basıldı mı bilinmiyor ("_s;
+    }
+
+    void statementWhoseSendingFailsIsCalledWhatItIs()
+    {
+        QFETCH(bool, answerLost);
+        QFETCH(bool, forgetful);
+        QFETCH(bool, silent);
+        QFETCH(QString, said);
+        FakePrinter printer;
+        printer.sheet = print::Paper::a4();
+        printer.answersGetLost = answerLost;
+        if (!answerLost) printer.failAt = FakePrinter::Step::send;
+        printer.forgetful = forgetful;
+        printer.silent = silent;
+        form_ = std::make_unique<app::Form1>(world_->World::surroundings(world_->databases, printer, world_->slips));
+        form_->start();
+        press(form().GünlükCmd);
+        press(form().KapatCmd[1]);
+        const QString line = form().status->text();
+        QVERIFY2(line.startsWith(said), qPrintable(line));
+        QCOMPARE(line.contains(u"Döküm"_s), !said.isEmpty());
+        QCOMPARE(printer.cancelled.size(), said.isEmpty() ? 0 : 1);
+        QCOMPARE(printer.settled.size(), said.isEmpty() ? 1 : 0);
+    }
+
     void columnsThatDoNotFitAreNamed()
     {
         world_->putFile(u"Grid1.txt"_s, QByteArray("4000,#TRUE#\r\n").repeated(7));
