@@ -315,10 +315,10 @@ private:
     scale::StoredSetting storedSetting() const;
     /// The printer's state and the size of the journal, in the status line.
     void showFacts();
-    /// What the operator must come to see, in a box; the status line no longer says it.
-    void status_Click();
     /// The second of these, which asks nobody.
     void showJournalSize();
+    /// A box with what the operator must come to see, which then leaves the line; else with all of a line that is cut.
+    void status_Click();
     /// Ends the action where a whole table may not be emptied from this counter.
     void refuseToEmpty();
     /// Pressings were deleted: the journal's own record set must not go on counting them.

@@ -275,8 +275,7 @@ void Form1::printStatement()
             status->setNotice(u"Döküme sığmayan sütunlar: %1. Sütunları daraltın ya da daha geniş kâğıt seçin."_s.arg(
                 leftOut.join(u", "_s)));
     } catch (const print::PerhapsPrinted& error) {
-        status->setNotice(
-            u"Döküm basıldı mı bilinmiyor (%1). Yazıcıya bakın, çıkmadıysa yeniden yazdırın."_s.arg(error.text()));
+        status->setNotice(u"Döküm "_s + print::perhapsPrinted(error));
     } catch (const base::RuntimeError& error) {
         printer.killDoc();
         status->setNotice(u"Döküm basılmadı: "_s + print::whyNotPrinted(error));

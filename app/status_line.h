@@ -37,7 +37,7 @@ public:
     void keepUntilSeen(const QString& sentence);
     /// All of that, in the order in which it came; the line no longer says it.
     QStringList takeUnseen();
-    /// All that the line says, where it does not fit on it; else nothing.
+    /// All that the line says, but for what must be seen, where it does not fit on it; else nothing.
     QStringList cutShort() const;
     void onClick(Action click) { click_ = std::move(click); }
     void setPrinter(const QString& fact) { set(printer_, fact); }

@@ -11,7 +11,7 @@ int PrintTarget::submit(const Document& document)
         auto arrived = Taken::unknown;
         try {
             arrived = taken(job);
-        } catch (const base::RuntimeError&) { // it cannot be asked: nobody knows
+        } catch (...) { // it cannot be asked: nobody knows
         }
         if (arrived != Taken::yes) cancel(job);
         if (arrived == Taken::no) throw;

@@ -922,10 +922,15 @@ private slots:
         QTest::addColumn<bool>("forgetful");
         QTest::addColumn<bool>("silent");
         QTest::addColumn<QString>("said");
-        QTest::newRow("it has not arrived") << false << false << false << u"Döküm basılmadı: "_s;
+        QTest::newRow("it has not arrived")
+            << false << false << false << u"Döküm basılmadı: kapı kapalı. Nedenini giderip yeniden yazdırın."_s;
         QTest::newRow("only the answer was lost") << true << false << false << u""_s;
-        QTest::newRow("the printer does not know it") << true << true << false << u"Döküm basıldı mı bilinmiyor ("_s;
-        QTest::newRow("the printer cannot be asked") << false << false << true << u"Döküm basıldı mı bilinmiyor ("_s;
+        QTest::newRow("the printer does not know it")
+            << true << true << false
+            << u"Döküm basıldı mı bilinmiyor. Yazıcıya ve kuyruğuna bakın, çıkmadıysa yeniden yazdırın."_s;
+        QTest::newRow("the printer cannot be asked") << false << false << true
+                                                     << u"Döküm basıldı mı bilinmiyor (kapı kapalı). Yazıcıya ve "
+                                                        "kuyruğuna bakın, çıkmadıysa yeniden yazdırın."_s;
     }
 
     void statementWhoseSendingFailsIsCalledWhatItIs()
@@ -937,7 +942,11 @@ private slots:
         FakePrinter printer;
         printer.sheet = print::Paper::a4();
         printer.answersGetLost = answerLost;
-        if (!answerLost) printer.failAt = FakePrinter::Step::send;
+        if (!answerLost)
+            printer.before = [](FakePrinter::Step step) {
+                if (step == FakePrinter::Step::send)
+                    throw base::RuntimeError(base::errors::printer, u"Printer error: kapı kapalı."_s);
+            };
         printer.forgetful = forgetful;
         printer.silent = silent;
         form_ = std::make_unique<app::Form1>(world_->World::surroundings(world_->databases, printer, world_->slips));
@@ -945,7 +954,7 @@ private slots:
         press(form().GünlükCmd);
         press(form().KapatCmd[1]);
         const QString line = form().status->text();
-        QVERIFY2(line.startsWith(said), qPrintable(line));
+        QVERIFY2(line.startsWith(said.isEmpty() ? u"Terazi: "_s : said + u"   ·   "_s), qPrintable(line));
         QCOMPARE(line.contains(u"Döküm"_s), !said.isEmpty());
         QCOMPARE(printer.cancelled.size(), said.isEmpty() ? 0 : 1);
         QCOMPARE(printer.settled.size(), said.isEmpty() ? 1 : 0);

@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 bool await(const std::function<bool()>& happened)
 {
-    for (int i = 0; i < 600 && !happened(); ++i) std::this_thread::sleep_for(100ms);
+    for (int i = 0; i < 900 && !happened(); ++i) std::this_thread::sleep_for(100ms);
     return happened();
 }
 
@@ -76,10 +76,13 @@ int start(const Path& folder)
         }
         return 0;
     }
-    const bool ready =
-        await([&] { return std::filesystem::exists(folder / "hazir") || ::waitpid(child, nullptr, WNOHANG) == child; });
-    if (ready && std::filesystem::exists(folder / "hazir")) return 0;
-    ::kill(child, SIGKILL);
+    bool ended = false;
+    await([&] {
+        ended = ::waitpid(child, nullptr, WNOHANG) == child;
+        return ended || std::filesystem::exists(folder / "hazir");
+    });
+    if (std::filesystem::exists(folder / "hazir")) return 0;
+    if (!ended) ::kill(child, SIGKILL);
     std::fprintf(stderr, "%s", textOfFile(folder / "log").c_str());
     return 1;
 }

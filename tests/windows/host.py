@@ -19,6 +19,17 @@ def prefix_of(under_wine):
     return os.environ.get("PRESVA_WINE", str(pathlib.Path(under_wine).resolve().parent.parent / "build/wine"))
 
 
+def programs_of_any_windows():
+    """Their numbers and command lines."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            command = (process / "cmdline").read_bytes().replace(b"\0", b" ").decode("utf-8", "replace")
+        except OSError:  # it has ended meanwhile
+            continue
+        if ".exe" in command:
+            yield f"{process.name} {command}"
+
+
 def end_windows(under_wine):
     """Waits until nothing runs in that Windows; the next program starts it anew. Something that goes on is a failure, and
     ended for those who come after."""
@@ -26,8 +37,9 @@ def end_windows(under_wine):
     try:
         subprocess.run(["wineserver", "--wait"], env=environment, check=True, timeout=60)
     except subprocess.TimeoutExpired:
-        running = subprocess.run(["pgrep", "-a", "-f", r"\.exe"], capture_output=True, text=True).stdout
+        running = "\n".join(sorted(programs_of_any_windows()))
         subprocess.run(["wineserver", "--kill"], env=environment)
+        subprocess.run(["wineserver", "--wait"], env=environment)
         sys.exit(f"after 60 s there is something that still runs in that Windows; programs of any Windows:\n{running}")
 
 

@@ -85,8 +85,9 @@ cat ${{6:+"$6"}} >{self.own}/out/$1.part && mv {self.own}/out/$1.part {self.own}
         # Its output is no file of the test's: whoever waits for the end of that would wait for this scheduler, too.
         with open(self.own / "output", "wb") as output:
             # A test that is killed must not leave it running.
-            self.running = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "/usr/sbin/cupsd", "-f", "-c", self.own / "cupsd.conf", "-s", self.own / "cups-files.conf"], env=self.environment,
-                                            stdin=subprocess.DEVNULL, stdout=output, stderr=output)
+            self.running = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "/usr/sbin/cupsd", "-f", "-c",
+                                             self.own / "cupsd.conf", "-s", self.own / "cups-files.conf"],
+                                            env=self.environment, stdin=subprocess.DEVNULL, stdout=output, stderr=output)
         try:
             self.wait_until_it_listens()
             for command in (["lpadmin", "-p", "slip", "-E", "-v", "keep:/x", "-P", self.own / "driver.ppd"],
