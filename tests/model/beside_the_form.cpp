@@ -76,6 +76,7 @@ private:
     QString station(int index) const;
     QString panel() const;
     QString tables();
+    bool lineIsCut() const;
     QString notes() const;
 
     QTemporaryDir folder_;
@@ -399,7 +400,7 @@ void Beside::oneToTheModel(const Touch& touch)
     case Act::statement:
         return model_.statement();
     case Act::statusLine:
-        if (std::exchange(model_.unseen, 0) > 0) ++boxesExpected_;
+        if (std::exchange(model_.unseen, 0) > 0 || lineIsCut()) ++boxesExpected_;
         break;
     case Act::entitlement:
     case Act::left:
@@ -407,6 +408,14 @@ void Beside::oneToTheModel(const Touch& touch)
     case Act::filter:
         break;
     }
+}
+
+/// The tap on such a line tells all of it.
+bool Beside::lineIsCut() const
+{
+    constexpr int margins = 24;
+    const app::StatusLine& line = *form_->status;
+    return line.fontMetrics().horizontalAdvance(line.text()) > line.width() - margins;
 }
 
 // ---- Comparing ----
