@@ -193,15 +193,24 @@ protected:
     {
         fill([this](auto table, const auto& lines) { store(table, lines); }, rows);
     }
-    void disturb(int usual, const std::string& port, const std::function<Outcome(double)>& carry)
+    /// `carry` makes a transfer over the line and disturbs it behind that many bytes. Not at a time: a busy machine
+    /// would be through before, or not have begun.
+    void disturb(int usual, const std::function<Outcome(CuttingProxy&, std::size_t)>& carry)
     {
+        CuttingProxy line(server().folder(), 5433, 5432);
+        useNewDatabase();
+        name(server().folder(), "5433", "sahip");
+        ASSERT_EQ(toServer().code, 0);
+        const auto whole = static_cast<double>(line.passed());
+
         std::mt19937 chances(20011205);
         int disturbed = 0;
         const int all = numberFromEnvironment("PRESVA_SERVER_TRIALS", usual);
         for (int trial = 0; trial < all; ++trial) {
             useNewDatabase();
-            name(server().folder(), port, "sahip");
-            Outcome last = carry(std::uniform_real_distribution(0.0, 1.0)(chances));
+            name(server().folder(), "5433", "sahip");
+            const double place = std::uniform_real_distribution(0.0, 1.0)(chances);
+            Outcome last = carry(line, static_cast<std::size_t>(place * whole));
             disturbed += last.code != 0;
             for (int again = 0; last.code != 0 && again < 5; ++again) last = toServer();
             ASSERT_EQ(last.code, 0) << trial << ": " << last.err;
@@ -217,28 +226,16 @@ protected:
 
 TEST_F(DisturbedCarry, storesEachRowOnceWhereverTheLineIsCut)
 {
-    CuttingProxy line(server().folder(), 5433, 5432);
-    useNewDatabase();
-    name(server().folder(), "5433", "sahip");
-    ASSERT_EQ(toServer().code, 0);
-    const auto whole = static_cast<double>(line.passed());
-    disturb(10, "5433", [&](double place) {
-        line.cutBehind(static_cast<std::size_t>(place * whole));
+    disturb(10, [&](CuttingProxy& line, std::size_t bytes) {
+        line.cutBehind(bytes);
         return toServer();
     });
 }
 
 TEST_F(DisturbedCarry, storesEachRowOnceWhenItIsKilled)
 {
-    // By bytes that have gone over the line, not by time: a busy machine would be through before, or not have begun.
-    CuttingProxy line(server().folder(), 5433, 5432);
-    useNewDatabase();
-    name(server().folder(), "5433", "sahip");
-    ASSERT_EQ(toServer().code, 0);
-    const auto whole = static_cast<double>(line.passed());
-    disturb(10, "5433", [&](double place) {
-        line.cutBehind(static_cast<std::size_t>(place * whole),
-                       [&] { ::kill(std::stoi(textOfFile(path("process"))), SIGKILL); });
+    disturb(10, [&](CuttingProxy& line, std::size_t bytes) {
+        line.cutBehind(bytes, [&] { ::kill(std::stoi(textOfFile(path("process"))), SIGKILL); });
         return run({.program = "sh",
                     .arguments = {"-c", "echo $$ >\"$1\"; shift; exec \"$@\"", "sh", path("process"), PRESVA_MDB,
                                   "to-server", std::filesystem::path(file()).parent_path()},
@@ -248,14 +245,9 @@ TEST_F(DisturbedCarry, storesEachRowOnceWhenItIsKilled)
 
 TEST_F(DisturbedCarry, storesEachRowOnceWhenTheServerIsKilled)
 {
-    CuttingProxy line(server().folder(), 5433, 5432);
-    useNewDatabase();
-    name(server().folder(), "5433", "sahip");
-    ASSERT_EQ(toServer().code, 0);
-    const auto whole = static_cast<double>(line.passed());
-    disturb(6, "5433", [&](double place) {
+    disturb(6, [&](CuttingProxy& line, std::size_t bytes) {
         std::atomic<bool> killed = false;
-        line.cutBehind(static_cast<std::size_t>(place * whole), [&] {
+        line.cutBehind(bytes, [&] {
             server().kill();
             killed = true;
         });
